@@ -1,0 +1,15 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+
+# How everything here is compiled: the same bits on every machine, so no contraction and no fast-math.
+add_library(vx_flags INTERFACE)
+target_compile_options(vx_flags INTERFACE -Wall -Wextra -Wpedantic -ffp-contract=off)
+target_include_directories(vx_flags INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+if(VX_WERROR)
+  target_compile_options(vx_flags INTERFACE -Werror)
+endif()
+if(VX_SANITIZE)
+  target_compile_options(vx_flags INTERFACE -fsanitize=${VX_SANITIZE} -fno-sanitize-recover=all
+                                            -fno-omit-frame-pointer -g)
+  target_link_options(vx_flags INTERFACE -fsanitize=${VX_SANITIZE})
+endif()

@@ -1,0 +1,48 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The clipping of a copy between two worlds.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "VX/VX_Types.h"
+
+// The part that is copied: its corner in the source and in the destination, and its size, which is 0
+// when nothing is left.
+struct VXp_CopyArea {
+  int32_t source_x, source_y;
+  int32_t dest_x, dest_y;
+  int32_t width, height;
+
+  bool Empty() const { return width <= 0 || height <= 0; }
+};
+
+// `rect` of the source with its corner at (h, v) of the destination, clipped against both. The
+// distance between the two is that of the unclipped rectangle, so an overhanging copy does not shift.
+inline VXp_CopyArea VXp_ClipCopy(const VX_LayerDef& source, const M_LRect& rect,
+                                 const VX_LayerDef& dest, int32_t h, int32_t v) {
+  const int64_t dx = int64_t{h} - rect.left;
+  const int64_t dy = int64_t{v} - rect.top;
+  const int64_t left = std::max({int64_t{rect.left}, int64_t{0}, -dx});
+  const int64_t top = std::max({int64_t{rect.top}, int64_t{0}, -dy});
+  const int64_t right =
+      std::min({int64_t{rect.right}, int64_t{source.width}, int64_t{dest.width} - dx});
+  const int64_t bottom =
+      std::min({int64_t{rect.bottom}, int64_t{source.height}, int64_t{dest.height} - dy});
+  if (right <= left || bottom <= top) return {};
+  return {static_cast<int32_t>(left),         static_cast<int32_t>(top),
+          static_cast<int32_t>(left + dx),    static_cast<int32_t>(top + dy),
+          static_cast<int32_t>(right - left), static_cast<int32_t>(bottom - top)};
+}
+
+// The same area in the other order and width.
+inline M_LRect VXp_LRectOf(const M_Rect& rect) {
+  M_LRect wide;
+  wide.left = rect.left;
+  wide.top = rect.top;
+  wide.right = rect.right;
+  wide.bottom = rect.bottom;
+  return wide;
+}

@@ -1,0 +1,40 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "frame/VXp_Report.h"
+
+#include <exception>
+
+#include "VX/VX_Package.h"
+#include "host/U.h"
+
+VX_Err VXp_FailVerification(uint32_t number, int32_t line, const char* text) {
+  U_ReportFailedVerification(kVXp_PackageWord | number, line, 0, text);
+  return VX_ErrBadParameter;
+}
+
+VX_Err VXp_FailVerification(const char* text, int32_t line) {
+  return VXp_FailVerification(kVXp_NoCheckNumber, line, text);
+}
+
+VX_Err VXp_BadParameter(uint32_t number) {
+  constexpr int32_t kBadParameterText = 4;
+  constexpr int32_t kSeverity = 8;
+  Up_ReportErrString(kVXp_PackageWord | number, kSeverity,
+                     U_ZLookupLStrCache(&VX_G_zref, kBadParameterText));
+  return VX_ErrBadParameter;
+}
+
+void VXp_Throw(VX_Err code) { throw int32_t{code}; }
+
+VX_Err VXp_CodeOfCurrentException() noexcept {
+  try {
+    throw;
+  } catch (int32_t code) {
+    return code;
+  } catch (const std::exception& error) {
+    return U_TranslateAndReportException(error);
+  } catch (...) {
+    return VXp_FailVerification("unexpected kind of exception");
+  }
+}

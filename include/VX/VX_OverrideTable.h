@@ -1,0 +1,167 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The table of replaceable routines.
+//
+// VX_Birth fills it, picking each slot's variant by the host's processor record. An acceleration
+// module, or VX_SetOverrideFunc, may put another routine of the same signature in a slot before
+// work begins; the exported calls then reach that routine. The table is read without a lock.
+//
+// Before VX_Birth all slots are null, and a call through a null slot is not guarded. After it every
+// listed slot holds a routine; one whose routine does not exist yet reports "<name> not built yet"
+// and gives 3. The numbers without a routine stay null.
+
+#include "VX/VX_Blend.h"
+#include "VX/VX_DepthConvert.h"
+#include "VX/VX_Sampling.h"
+#include "VX/VX_Transfer.h"
+#include "VX/VX_Types.h"
+
+struct M_Matrix3;
+
+// --- signatures ----------------------------------------------------------------------------------
+
+// Composites a rectangle of one world over another. `opacity` 0..255, `field` VX_Field_..., `mode`
+// a transfer mode; x, y place the rectangle's corner.
+using VX_CompositeRectFunc = VX_Err (*)(VX_ProgressInfo* progress, const M_Rect* src_rect,
+                                        int32_t opacity, const VX_LayerDef* src, int32_t x,
+                                        int32_t y, int32_t field, int32_t mode, VX_LayerDef* dst);
+
+// Mixes two worlds: ratio 0 gives a, 65536 gives b.
+using VX_BlendWorldsFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* a,
+                                      const VX_LayerDef* b, VX_Fixed ratio, VX_LayerDef* dst);
+
+// Copies, scaling when the rectangles differ in size; null is the whole. `ref` is not read.
+using VX_WorldCopyFunc = VX_Err (*)(void* ref, BM_World** src, BM_World** dst,
+                                    const M_Rect* src_rect, const M_Rect* dst_rect);
+using VX_CopyBitsFunc = VX_Err (*)(void* ref, const VX_LayerDef* src, VX_LayerDef* dst,
+                                   const M_Rect* src_rect, const M_Rect* dst_rect);
+
+using VX_FastBlurFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src, float radius,
+                                   int32_t flags, VX_LayerDef* dst);
+
+// Four integer kernels, one a channel; `kernel_size` is odd. The rectangle is not read.
+using VX_ConvolveFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src,
+                                   const M_Rect* rect, int32_t flags, int32_t kernel_size,
+                                   const int32_t* alpha_kernel, const int32_t* red_kernel,
+                                   const int32_t* green_kernel, const int32_t* blue_kernel,
+                                   VX_LayerDef* dst);
+
+using VX_TransferRectFunc = decltype(&VX_TransferRect_S);
+
+// `quality` 0 draft, 1 high; `src2dst` non-zero: the matrices map source to destination. More than
+// one matrix is motion blur, in time order.
+using VX_TransformWorldFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
+                                         int32_t field, const VX_LayerDef* src,
+                                         const VX_CompositeModePlus* mode,
+                                         const VX_LinearBlendingTables* tables,
+                                         const VX_TransformMask* mask, const M_Matrix3* matrices,
+                                         int32_t num_matrices, uint8_t src2dst,
+                                         const M_Rect* dst_rect, VX_LayerDef* dst);
+
+// Called once a pixel with world coordinates; `in` is null when there is no source.
+using VX_PixelFunc = VX_Err (*)(void* refcon, int32_t x, int32_t y, void* in, void* out);
+using VX_IterateFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
+                                  int32_t progress_final, const VX_LayerDef* src,
+                                  const M_Rect* area, void* refcon, VX_PixelFunc function,
+                                  VX_LayerDef* dst);
+using VX_IterateOriginFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
+                                        int32_t progress_final, const VX_LayerDef* src,
+                                        const M_Rect* area, const M_LPoint* origin, void* refcon,
+                                        VX_PixelFunc function, VX_LayerDef* dst);
+// Tables of 256 bytes; null is the identity. 8-bit worlds only.
+using VX_IterateLUTFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
+                                     int32_t progress_final, const VX_LayerDef* src,
+                                     const M_Rect* area, const uint8_t* alpha_table,
+                                     const uint8_t* red_table, const uint8_t* green_table,
+                                     const uint8_t* blue_table, VX_LayerDef* dst);
+using VX_GenericFunc = VX_Err (*)(void* refcon, int32_t thread, int32_t i, int32_t iterations);
+using VX_IterateGenericFunc = VX_Err (*)(int32_t iterations, void* refcon, VX_GenericFunc function);
+
+// See VX_Premul.h and VX_DepthConvert.h.
+template <class Pixel>
+using VX_PremulColorFunc = VX_Err (*)(void* ref, int32_t forward, const Pixel* color,
+                                      const M_Rect* area, VX_LayerDef* world);
+using VX_PremulFunc = VX_Err (*)(void* ref, int32_t forward, const M_Rect* area,
+                                 VX_LayerDef* world);
+using VX_DepthConvertFunc = decltype(&VX_DepthConvertWorld);
+
+// One line of one channel, in place. `start` and `end` bound what is recomputed; `scratch` holds
+// the line and the window on both sides.
+template <class Channel>
+using VX_BlurScanFunc = VX_Err (*)(int32_t kind, int32_t length, int32_t start, int32_t end,
+                                   VX_Fixed radius, Channel* scratch, Channel* line);
+
+// Rows of one-channel buffers. Depths are 8, 16 or 32; gains are at the depth's scale.
+template <class Channel>
+using VX_UnoTransferFunc = VX_Err (*)(int32_t count, const Channel* src, const Channel* mask,
+                                      Channel* dst);
+template <class Channel>
+using VX_UnoFadeFunc = VX_Err (*)(int32_t count, Channel opacity, Channel* row);
+using VX_UnoConvertFunc = VX_Err (*)(int32_t count, int32_t src_depth, const void* src,
+                                     int32_t dst_depth, void* dst);
+using VX_UnoAccumulateFunc = VX_Err (*)(int32_t count, int32_t depth, const void* src,
+                                        int32_t gain_src, int32_t gain_dst, void* dst);
+
+// A row of mask samples merged into the alpha of a row of pixels.
+template <class Channel>
+using VX_MergeMask8Func = VX_Err (*)(int32_t count, const Channel* mask, VX_Pixel8* row);
+template <class Pixel>
+using VX_MergeMaskFunc = VX_Err (*)(int32_t count, int32_t mask_depth, const void* mask,
+                                    Pixel* row);
+
+// As VX_GetInnerBlendingFunc.
+template <class Pixel>
+using VX_GetInnerBlendingSlot = VX_Err (*)(int32_t mode, VX_InnerBlendingFunc<Pixel>* out);
+
+// --- the table -----------------------------------------------------------------------------------
+
+inline constexpr int32_t VX_OverrideSlotCount = 118;
+
+// A member is named as its routine. Places without one are unnamed and zero.
+struct VXp_OverrideTable {
+#define VX_SLOT(number, name, type) type name;
+#define VX_NULL_SLOT(number) \
+  uint64_t:                  \
+  64;
+#include "VX/VX_OverrideSlots.def"
+#undef VX_SLOT
+#undef VX_NULL_SLOT
+};
+static_assert(sizeof(VXp_OverrideTable) == VX_OverrideSlotCount * sizeof(void*));
+static_assert(sizeof(VXp_OverrideTable) == 944);
+#define VX_SLOT(number, name, type) \
+  static_assert(offsetof(VXp_OverrideTable, name) == (number) * sizeof(void*));
+#define VX_NULL_SLOT(number)
+#include "VX/VX_OverrideSlots.def"
+#undef VX_SLOT
+#undef VX_NULL_SLOT
+
+extern VX_API VXp_OverrideTable VXp_G_OverFuncs;
+
+// Puts `routine`, which must have the slot's signature, in a slot. 0, or 3 after a report for a
+// number that has no routine or a null routine. Not while other threads work.
+VX_API VX_Err VX_SetOverrideFunc(int32_t slot, void* routine);
+
+// Obsolete: reports so and gives 515.
+VX_API VX_Err VX_OverrideStdFuncs();
+
+// --- looking at the table ------------------------------------------------------------------------
+
+enum : int32_t {
+  VX_SlotState_Null = 0,      // no routine: a number without one, or the package is not born
+  VX_SlotState_BuiltIn = 1,   // the routine that VX_Birth chose
+  VX_SlotState_NotBuilt = 2,  // the routine does not exist yet
+  VX_SlotState_Replaced = 3   // somebody put another routine there
+};
+
+struct VX_SlotDescription {
+  int32_t number;
+  const char* name;       // of the routine; null for a number without one
+  const char* signature;  // name of the pointer type; null for a number without one
+  int32_t state;          // VX_SlotState_...
+};
+
+// 0, or 3 for a number outside 0..117 or a null record. The strings are constant.
+VX_API VX_Err VX_DescribeSlot(int32_t slot, VX_SlotDescription* out);

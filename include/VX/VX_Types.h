@@ -31,18 +31,19 @@ enum : VX_Err {
 
 // --- pixels --------------------------------------------------------------------------------------
 //
-// Alpha comes first in memory. Colour is straight: not multiplied by alpha.
+// Alpha comes first in memory. Colour is straight: not multiplied by alpha. The types are exported so
+// that the classes made from them are.
 
-struct VX_Pixel8 {  // 0..255
+struct VX_API VX_Pixel8 {  // 0..255
   uint8_t alpha, red, green, blue;
 };
-struct VX_Pixel16 {  // 0..32768; white is 32768, not 65535
+struct VX_API VX_Pixel16 {  // 0..32768; white is 32768, not 65535
   uint16_t alpha, red, green, blue;
 };
-struct VX_PixelFloat {  // 0..1 nominal; values outside are kept
+struct VX_API VX_PixelFloat {  // 0..1 nominal; values outside are kept
   float alpha, red, green, blue;
 };
-struct VX_PixelDouble {  // an accumulator, never a world's pixel
+struct VX_API VX_PixelDouble {  // an accumulator, never a world's pixel
   double alpha, red, green, blue;
 };
 

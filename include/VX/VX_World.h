@@ -37,7 +37,7 @@ class VX_API VX_PixelContainerBase : public U_MemTrackedObject {
 };
 
 template <class World8, class World16, class WorldFloat>
-class VX_PixelContainer : public VX_PixelContainerBase {};
+class VX_API VX_PixelContainer : public VX_PixelContainerBase {};
 
 class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX<VX_Pixel16>,
                                                  VX_WorldX<VX_PixelFloat>>,
@@ -127,10 +127,13 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
  protected:
   VX_World();
 
-  int16_t alloc_width;   // size at allocation: shrinking does not change it
+  int16_t alloc_width;  // size at allocation: shrinking does not change it
   int16_t alloc_height;
-  void* owned_pixels;    // the owned frame, 1 for a bitmap, null for a reference
-  int32_t alloc_rowbytes_;  // pitch at allocation: re-referencing does not change it
+  void* owned_pixels;  // the owned frame, 1 for a bitmap, null for a reference
+
+  // What re-referencing replaces in the descriptor and the destructor still needs.
+  int32_t alloc_rowbytes_;
+  BM_World** owned_bitmap_;
 
   template <class Pixel>
   friend class VX_WorldX;

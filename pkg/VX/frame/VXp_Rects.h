@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The clipping of a copy between two worlds.
+// Rectangles: their two kinds, and the clipping of a copy between two worlds.
 
 #include <algorithm>
 #include <cstdint>
@@ -45,4 +45,12 @@ inline M_LRect VXp_LRectOf(const M_Rect& rect) {
   wide.right = rect.right;
   wide.bottom = rect.bottom;
   return wide;
+}
+
+// The rectangle of a whole world, narrowed to the 16 bits of its coordinates.
+inline M_Rect VXp_WholeRect(int32_t width, int32_t height) {
+  M_Rect whole{};
+  whole.bottom = static_cast<int16_t>(height);
+  whole.right = static_cast<int16_t>(width);
+  return whole;
 }

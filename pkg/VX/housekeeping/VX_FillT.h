@@ -1,0 +1,70 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Filling, for any pixel type.
+
+#include <cstring>
+#include <type_traits>
+
+#include "frame/VXp_Convert.h"
+#include "frame/VXp_PixelTraits.h"
+#include "housekeeping/VXp_Area.h"
+
+// The alpha of a float colour in an integer pixel: scaled and rounded, and then only its low bits are
+// kept, so it wraps where colours saturate. What no 64-bit integer holds gives 0.
+template <class To>
+VX_ChannelOf<To> VXp_WrappedAlpha(float alpha) {
+  const double value = double{alpha} * VXp_PixelTraits<To>::kFull + 0.5;
+  if (!(value >= -0x1p63 && value < 0x1p63)) return 0;
+  return static_cast<VX_ChannelOf<To>>(static_cast<int64_t>(value));
+}
+
+// A colour as a pixel of the world.
+template <class To, class From>
+To VXp_FillColor(const From& color) {
+  To pixel = VXp_ConvertPixel<To, From>(color);
+  if constexpr (std::is_same_v<From, VX_PixelFloat> && !std::is_same_v<To, VX_PixelFloat>) {
+    pixel.alpha = VXp_WrappedAlpha<To>(color.alpha);
+  }
+  return pixel;
+}
+
+// Every channel is zero; negative zero counts.
+template <class Pixel>
+bool VXp_IsZero(const Pixel& color) {
+  return color.alpha == 0 && color.red == 0 && color.green == 0 && color.blue == 0;
+}
+
+template <class Pixel>
+void VXp_ClearArea(const VX_LayerDef& world, const M_LRect& area) {
+  VXp_ForRows<Pixel>(world, area, [](char* first, size_t count) {
+    std::memset(first, 0, count * sizeof(Pixel));
+  });
+}
+
+template <class Pixel>
+void VXp_FillArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& color) {
+  VXp_ForRows<Pixel>(world, area, [&](char* first, size_t count) {
+    const Pixel value = color;
+    for (size_t x = 0; x < count; ++x) VXp_Store(first + x * sizeof(Pixel), value);
+  });
+}
+
+// Stores the alpha channel alone.
+template <class Pixel>
+void VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pixel> alpha) {
+  VXp_ForRows<Pixel>(world, area, [alpha](char* first, size_t count) {
+    for (size_t x = 0; x < count; ++x) VXp_Store(first + x * sizeof(Pixel), alpha);
+  });
+}
+
+// Calls `work(part)` for what lies around `keep`: above, left, right and below. `keep` must lie within
+// the world.
+template <class Work>
+void VXp_ForOutside(const VX_LayerDef& world, const M_LRect& keep, Work&& work) {
+  work(M_LRect{0, 0, world.width, keep.top});
+  work(M_LRect{0, keep.top, keep.left, keep.bottom});
+  work(M_LRect{keep.right, keep.top, world.width, keep.bottom});
+  work(M_LRect{0, keep.bottom, world.width, world.height});
+}

@@ -1,0 +1,82 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Premultiplying and its inverse, for any pixel type: one piece an operation, and the walk.
+//
+//   forward   c' = c a,  with a matte colour m: c' = c a + m (1 - a)
+//   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a, rounded to nearest and clamped;
+//             0 where a is 0
+//
+// Float is neither rounded nor clamped. Alpha stays.
+
+#include <algorithm>
+#include <type_traits>
+
+#include "frame/VXp_PixelTraits.h"
+#include "housekeeping/VXp_Area.h"
+
+template <class Pixel>
+struct VXp_Multiply {
+  using Traits = VXp_PixelTraits<Pixel>;
+  using Work = typename Traits::Work;
+
+  Work operator()(Work c, Work a, Work) const { return Traits::Mul(c, a); }
+};
+
+template <class Pixel>
+struct VXp_MultiplyMatte {
+  using Traits = VXp_PixelTraits<Pixel>;
+  using Work = typename Traits::Work;
+
+  Work operator()(Work c, Work a, Work m) const {
+    return Traits::Mul(c, a) + Traits::Mul(m, Traits::Inv(a));
+  }
+};
+
+template <class Pixel>
+struct VXp_Unmultiply {
+  using Traits = VXp_PixelTraits<Pixel>;
+  using Work = typename Traits::Work;
+
+  Work operator()(Work c, Work a, Work) const { return a == 0 ? Work{0} : Traits::Div(c, a); }
+};
+
+template <class Pixel>
+struct VXp_UnmultiplyMatte {
+  using Traits = VXp_PixelTraits<Pixel>;
+  using Work = typename Traits::Work;
+
+  Work operator()(Work c, Work a, Work m) const {
+    if (a == 0) return 0;
+    if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
+      return m + (c - m) / a;
+    } else {
+      // At most 65535 * 32768 + 32767, the largest 32-bit integer.
+      const Work scaled = (c - m) * Traits::kFull;
+      const Work half = a >> 1;
+      return std::clamp(m + (scaled < 0 ? scaled - half : scaled + half) / a, Work{0},
+                        Traits::kFull);
+    }
+  }
+};
+
+// Applies the piece to the colours of each pixel of the area.
+template <template <class> class Piece, class Pixel>
+void VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& matte) {
+  using Work = typename VXp_PixelTraits<Pixel>::Work;
+  using Channel = VX_ChannelOf<Pixel>;
+  const Pixel m = matte;
+  VXp_ForRows<Pixel>(world, area, [m](char* first, size_t count) {
+    constexpr Piece<Pixel> piece;
+    for (size_t x = 0; x < count; ++x) {
+      char* const place = first + x * sizeof(Pixel);
+      Pixel p = VXp_Load<Pixel>(place);
+      const Work alpha = p.alpha;
+      p.red = static_cast<Channel>(piece(p.red, alpha, m.red));
+      p.green = static_cast<Channel>(piece(p.green, alpha, m.green));
+      p.blue = static_cast<Channel>(piece(p.blue, alpha, m.blue));
+      VXp_Store(place, p);
+    }
+  });
+}

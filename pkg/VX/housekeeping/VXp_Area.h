@@ -1,0 +1,65 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Areas of a world, and the walk over their rows.
+//
+// There are two ways to clip an area, and they differ for one that is upside down: exported calls turn
+// it over, the operations of a world find nothing in it.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "VX/VX_Types.h"
+#include "frame/VXp_Rects.h"
+#include "frame/VXp_Rows.h"
+
+constexpr bool VXp_IsEmpty(const M_LRect& area) {
+  return area.right <= area.left || area.bottom <= area.top;
+}
+
+constexpr M_LRect VXp_WholeArea(const VX_LayerDef& world) {
+  return {0, 0, world.width, world.height};
+}
+
+// Into 0..limit; a negative limit counts as 0.
+constexpr int32_t VXp_Limit(int32_t value, int32_t limit) {
+  return std::max(0, std::min(value, limit));
+}
+
+// Turned over where needed, each edge then brought into the world. Null is the whole world.
+inline M_LRect VXp_TurnedArea(const M_Rect* area, const VX_LayerDef& world) {
+  if (area == nullptr) return VXp_WholeArea(world);
+  return {VXp_Limit(std::min(area->left, area->right), world.width),
+          VXp_Limit(std::min(area->top, area->bottom), world.height),
+          VXp_Limit(std::max(area->left, area->right), world.width),
+          VXp_Limit(std::max(area->top, area->bottom), world.height)};
+}
+
+// Left and top not below 0, right and bottom not beyond the size; may come out empty. Null is the
+// whole world.
+inline M_LRect VXp_ClippedArea(const M_Rect* area, const VX_LayerDef& world) {
+  if (area == nullptr) return VXp_WholeArea(world);
+  return {std::max<int32_t>(area->left, 0), std::max<int32_t>(area->top, 0),
+          std::min<int32_t>(area->right, world.width),
+          std::min<int32_t>(area->bottom, world.height)};
+}
+
+// Calls `work(first, count)` with the address and number of pixels of each row of an area that lies
+// within the world. Rows that touch each other in memory come as one. A world without pixels has no
+// rows.
+template <class Pixel, class Work>
+void VXp_ForRows(const VX_LayerDef& world, const M_LRect& area, Work&& work) {
+  if (VXp_IsEmpty(area) || world.data == nullptr) return;
+  const auto count = static_cast<size_t>(area.right - area.left);
+  const auto rows = static_cast<size_t>(area.bottom - area.top);
+  char* row = VXp_PixelAddress<Pixel>(world, area.left, area.top);
+  if (static_cast<ptrdiff_t>(count * sizeof(Pixel)) == world.rowbytes) {
+    work(row, count * rows);
+    return;
+  }
+  for (size_t y = 0; y < rows; ++y) {
+    work(row + static_cast<ptrdiff_t>(y) * world.rowbytes, count);
+  }
+}

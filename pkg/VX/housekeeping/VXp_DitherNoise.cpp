@@ -1,0 +1,41 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "housekeeping/VXp_DitherNoise.h"
+
+#include <atomic>
+
+#include "VX/VX_DepthConvert.h"
+#include "host/RND.h"
+
+namespace {
+
+// Written by birth only.
+constinit VXp_Noise noise{};
+constinit std::atomic<size_t> position{0};
+
+}  // namespace
+
+VX_Err VXp_LoadNoise() {
+  noise = {};
+  uint32_t* words = nullptr;
+  int32_t size = 0;
+  const VX_Err error = RND_GetPrimeSizedTable(&words, &size);
+  if (error != VX_Ok) return error;
+  if (words == nullptr || size <= 0) return VX_ErrOutOfMemory;
+  noise = {words, static_cast<size_t>(size)};
+  VX_ResetDitherRandomIndex();
+  return VX_Ok;
+}
+
+VXp_Noise VXp_NoiseTable() { return noise; }
+
+size_t VXp_ClaimNoise(size_t count) {
+  size_t first = position.load(std::memory_order_relaxed);
+  while (!position.compare_exchange_weak(first, (first + count) % noise.size,
+                                         std::memory_order_relaxed)) {
+  }
+  return first;
+}
+
+void VX_ResetDitherRandomIndex() { position.store(0, std::memory_order_relaxed); }

@@ -1,0 +1,16 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "housekeeping/VXp_HousekeepingBirth.h"
+
+#include "housekeeping/VXp_DitherNoise.h"
+
+void VXp_FillHousekeepingSlots(VXp_OverrideTable& table) {
+  table.VX_PremulColorRect_S = VX_PremulColorRect_S;
+  table.VX_PremulColorRect16_S = VX_PremulColorRect16_S;
+  table.VX_PremulColorRectFloat_S = VX_PremulColorRectFloat_S;
+  table.VX_DepthConvertWorld_S = VX_DepthConvertWorld_S;
+  table.VX_PremulRect_S = VX_PremulRect_S;
+}
+
+VX_Err VXp_HousekeepingBirthNoise() { return VXp_LoadNoise(); }

@@ -1,0 +1,26 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// What the package's start takes from this room.
+
+#include "VX/VX_OverrideTable.h"
+
+// Puts this room's routines in their slots.
+void VXp_FillHousekeepingSlots(VXp_OverrideTable& table);
+
+// Gets the dither noise from the host and sets the read position to its first word. 0 or the host's
+// error.
+VX_Err VXp_HousekeepingBirthNoise();
+
+// The built-in routines. The exported calls reach them through the table.
+VX_Err VX_PremulRect_S(void* ref, int32_t forward, const M_Rect* area, VX_LayerDef* world);
+VX_Err VX_PremulColorRect_S(void* ref, int32_t forward, const VX_Pixel8* color, const M_Rect* area,
+                            VX_LayerDef* world);
+VX_Err VX_PremulColorRect16_S(void* ref, int32_t forward, const VX_Pixel16* color,
+                              const M_Rect* area, VX_LayerDef* world);
+VX_Err VX_PremulColorRectFloat_S(void* ref, int32_t forward, const VX_PixelFloat* color,
+                                 const M_Rect* area, VX_LayerDef* world);
+VX_Err VX_DepthConvertWorld_S(VX_ProgressInfo* progress, const VX_LayerDef* source,
+                              const M_Rect* rect, int32_t dither, int32_t h, int32_t v,
+                              VX_LayerDef* dest);

@@ -121,10 +121,10 @@ inline constexpr int32_t VX_OverrideSlotCount = 118;
 
 // A member is named as its routine. Places without one are unnamed and zero.
 struct VXp_OverrideTable {
+// clang-format off
 #define VX_SLOT(number, name, type) type name;
-#define VX_NULL_SLOT(number) \
-  uint64_t:                  \
-  64;
+#define VX_NULL_SLOT(number) uint64_t : 64;
+// clang-format on
 #include "VX/VX_OverrideSlots.def"
 #undef VX_SLOT
 #undef VX_NULL_SLOT

@@ -1,0 +1,85 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "VX/VX_Package.h"
+#include "frame/VXp_Counters.h"
+#include "frame/VXp_Cpu.h"
+#include "frame/VXp_OverrideTable.h"
+#include "frame/VXp_Report.h"
+#include "frame/VXp_Scratch.h"
+#include "frame/VXp_Tables.h"
+#include "frame/VXp_VectorConstants.h"
+#include "host/COR.h"
+#include "host/RLOG.h"
+#include "housekeeping/VXp_HousekeepingBirth.h"
+#include "lifecycle/VXp_CursorRegistry.h"
+#include "lifecycle/VXp_FillTable.h"
+#include "lifecycle/VXp_Modules.h"
+
+namespace {
+
+constexpr int32_t kLogLevel = 10;
+
+void SetVectorConstants() {
+  if (VXp_HasSSE2()) {
+    VXp_BuildVectorConstants();
+  } else {
+    VXp_ClearVectorConstants();
+  }
+}
+
+// The rows at their least: 1,024 pixels of 8 bits.
+VX_Err ResetScratch(VXp_Regrow regrow) {
+  VX_BlendScratch unused;
+  return VXp_Guarded([&] { return VXp_ReallocScratch(1024, 1, regrow, &unused); });
+}
+
+VX_Err BindColorEngine() {
+  COR_AddressProc engine = nullptr;
+  const VX_Err error = COR_GetQIBAddressProc(&engine);
+  if (error != VX_Ok) return error;
+  return COR_BindClient(engine) ? VX_Ok : VX_ErrColorEngine;
+}
+
+// What no failure keeps from being set, so that a half-born package can be looked at and buried.
+void ResetProcessState() {
+  VXp_ClearOverrideTable();
+  VXp_ResetCounters();
+  VXp_FillByteToFloat();
+}
+
+}  // namespace
+
+// A failed step stops the later ones. Nothing is undone here: VX_Death is the undo.
+VX_Err VX_Birth() {
+  RLOG_Log(kLogLevel, "VX", "Birth", "VX Birth");
+  VX_Err error = VXp_Guarded(SetVectorConstants);
+  ResetProcessState();
+  if (error == VX_Ok) error = VXp_PrepareByteTables();
+  if (error == VX_Ok) error = VXp_Guarded(VXp_HousekeepingBirthNoise);
+  if (error == VX_Ok) VXp_BuildSoftLightTables();
+  if (error == VX_Ok) error = ResetScratch(VXp_Regrow::IfNeeded);
+  if (error == VX_Ok) error = VXp_InstallModuleScan();
+  if (error == VX_Ok) VXp_FillTable();
+  if (error == VX_Ok) error = BindColorEngine();
+  if (error == VX_Ok) error = VXp_Guarded(VXp_BirthCursorRegistry);
+  return error;
+}
+
+// Everything is released whatever fails on the way, and the first error is kept; but an error of
+// the cursor registry gives way to the result for the byte tables.
+VX_Err VX_Death() {
+  RLOG_Log(kLogLevel, "VX", "Death", "VX Death");
+  static_cast<void>(VXp_Guarded(VXp_DeathCursorRegistry));
+  VX_Err error = VXp_UnprepareByteTables();
+  const VX_Err modules_error = VXp_TearDownModules();
+  if (error == VX_Ok) error = modules_error;
+  VXp_DisposeScratch();
+  // Colour settings hold no process-wide state yet.
+  COR_ReleaseClient();
+  return error;
+}
+
+VX_Err VX_FreeUpSomeMemory() {
+  return ResetScratch(VXp_Regrow::Always);
+}

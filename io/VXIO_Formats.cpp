@@ -1,0 +1,147 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "VXIO_Formats.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace {
+
+constexpr auto kNone = VXIO_AlphaKind::None;
+constexpr auto kStraight = VXIO_AlphaKind::Straight;
+constexpr auto kPremultiplied = VXIO_AlphaKind::Premultiplied;
+
+// WebP, GIF and others stay out: their reader multiplies by alpha before anybody can ask, or their
+// writer reduces colours.
+constexpr std::array<VXIOp_Format, 8> kFormats = {{
+    {"png", "png", "png", true, true, false, kStraight, true, false},
+    {"jpeg", "jpeg", "jpg jpeg jpe", true, false, false, kNone, true, false},
+    {"tiff", "tiff", "tif tiff", true, true, true, kStraight, true, false},
+    {"exr", "openexr", "exr", false, false, true, kPremultiplied, false, true},
+    {"tga", "targa", "tga", true, false, false, kStraight, false, false},
+    {"bmp", "bmp", "bmp", true, false, false, kStraight, false, false},
+    {"dpx", "dpx", "dpx", true, true, false, kStraight, false, false},
+    {"pnm", "pnm", "ppm pnm pgm pbm", true, true, false, kNone, false, false},
+}};
+
+const VXIOp_Format* ByName(std::string_view name) {
+  auto found = std::find_if(kFormats.begin(), kFormats.end(),
+                            [&](const VXIOp_Format& format) { return name == format.name; });
+  return found == kFormats.end() ? nullptr : &*found;
+}
+
+std::vector<std::string> Words(std::string_view text) {
+  std::vector<std::string> words;
+  while (!text.empty()) {
+    size_t end = std::min(text.find(' '), text.size());
+    words.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return words;
+}
+
+}  // namespace
+
+std::span<const VXIOp_Format> VXIOp_Formats() { return kFormats; }
+
+const VXIOp_Format* VXIOp_FormatOfName(std::string_view path) {
+  size_t slash = path.rfind('/');
+  std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
+  size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos || dot == 0) return nullptr;
+  std::string extension(name.substr(dot + 1));
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  for (const VXIOp_Format& format : kFormats) {
+    for (const std::string& word : Words(format.extensions)) {
+      if (word == extension) return &format;
+    }
+  }
+  return nullptr;
+}
+
+const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_view path) {
+  using namespace std::string_view_literals;
+  struct Mark {
+    std::string_view bytes;
+    std::string_view format;
+  };
+  static constexpr std::array<Mark, 10> kMarks = {{{"\x89PNG\r\n\x1a\n"sv, "png"},
+                                                   {"\xff\xd8\xff"sv, "jpeg"},
+                                                   {"II*\0"sv, "tiff"},
+                                                   {"MM\0*"sv, "tiff"},
+                                                   {"II+\0"sv, "tiff"},
+                                                   {"MM\0+"sv, "tiff"},
+                                                   {"\x76\x2f\x31\x01"sv, "exr"},
+                                                   {"SDPX"sv, "dpx"},
+                                                   {"XPDS"sv, "dpx"},
+                                                   {"BM"sv, "bmp"}}};
+  for (const Mark& mark : kMarks) {
+    if (head.starts_with(mark.bytes)) return ByName(mark.format);
+  }
+  if (head.size() > 2 && head[0] == 'P' && head[1] >= '1' && head[1] <= '6' &&
+      std::isspace(static_cast<unsigned char>(head[2]))) {
+    return ByName("pnm");
+  }
+  const VXIOp_Format* named = VXIOp_FormatOfName(path);
+  return named && named == ByName("tga") ? named : nullptr;
+}
+
+std::string VXIOp_FormatNames() {
+  std::string names;
+  for (const VXIOp_Format& format : kFormats) {
+    if (!names.empty()) names += ", ";
+    names += format.name;
+  }
+  return names;
+}
+
+std::string VXIOp_FirstLine(const std::string& text) {
+  size_t start = text.find_first_not_of(" \t\r\n");
+  if (start == std::string::npos) return "no reason given";
+  size_t end = text.find_first_of("\r\n", start);
+  return text.substr(start, end == std::string::npos ? end : end - start);
+}
+
+VXIO_WorldPtr VXIOp_NewWorld(int32_t width, int32_t height, int32_t depth) {
+  VXIO_WorldPtr world(VX_World::New(width, height, static_cast<int16_t>(depth), 0));
+  if (!world) throw VX_Err{VX_ErrOutOfMemory};
+  return world;
+}
+
+void VXIOp_Check(VX_Err error) {
+  if (error != VX_Ok) throw VX_Err{error};
+}
+
+std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
+  std::vector<VXIO_FormatInfo> list;
+  for (const VXIOp_Format& format : kFormats) {
+    VXIO_FormatInfo info{format.name, Words(format.extensions), {}, format.alpha, format.profile};
+    // A deeper form holds the values of a shallower world exactly.
+    if (format.depth8 || format.depth16 || format.depth32) info.depths.push_back(8);
+    if (format.depth16 || format.depth32) info.depths.push_back(16);
+    if (format.depth32) info.depths.push_back(32);
+    list.push_back(std::move(info));
+  }
+  return list;
+}
+
+std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries() {
+  std::vector<std::pair<std::string, std::string>> list;
+  list.emplace_back("OpenImageIO", OIIO::get_string_attribute("version"));
+  // "tiff:LIBTIFF Version 4.5.0;jpeg:..." of the formats above.
+  std::string libraries = OIIO::get_string_attribute("library_list");
+  for (size_t start = 0; start < libraries.size();) {
+    size_t end = std::min(libraries.find(';', start), libraries.size());
+    std::string entry = libraries.substr(start, end - start);
+    size_t colon = entry.find(':');
+    std::string name = entry.substr(0, colon);
+    bool ours = std::any_of(kFormats.begin(), kFormats.end(), [&](const VXIOp_Format& format) {
+      return name == format.oiio_name;
+    });
+    if (ours && colon != std::string::npos) list.emplace_back(name, entry.substr(colon + 1));
+    start = end + 1;
+  }
+  return list;
+}

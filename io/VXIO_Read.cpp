@@ -1,0 +1,185 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <cstring>
+
+#include "VX/VX_DepthConvert.h"
+#include "VX/VX_Premul.h"
+#include "VXIO_Open.h"
+
+namespace {
+
+// Samples are fetched a band of rows at a time, so that a reader's buffer stays small beside the world
+// and a file that lies about its size fails before its pixels are touched.
+constexpr int64_t kBandBytes = 32 << 20;
+
+uint16_t ChannelOfSample(uint16_t sample) {
+  return static_cast<uint16_t>((sample * uint32_t{32768} + 32767) / 65535);
+}
+uint8_t ChannelOfSample(uint8_t sample) { return sample; }
+float ChannelOfSample(float sample) { return sample; }
+
+// Where pixel (x, y) of the file lands in an upright world.
+struct Placement {
+  char* origin;
+  ptrdiff_t step_x, step_y;
+};
+
+Placement PlacementOf(const VX_LayerDef& world, int32_t orientation, ptrdiff_t pixel_size) {
+  bool turned = orientation >= 5;
+  bool flip_x = orientation == 2 || orientation == 3 || orientation == 6 || orientation == 7;
+  bool flip_y = orientation == 3 || orientation == 4 || orientation == 7 || orientation == 8;
+  ptrdiff_t column = flip_x ? -pixel_size : pixel_size;
+  ptrdiff_t row = flip_y ? -ptrdiff_t{world.rowbytes} : ptrdiff_t{world.rowbytes};
+  char* origin = static_cast<char*>(world.data);
+  if (flip_x) origin += (world.width - 1) * pixel_size;
+  if (flip_y) origin += (world.height - 1) * ptrdiff_t{world.rowbytes};
+  return turned ? Placement{origin, row, column} : Placement{origin, column, row};
+}
+
+struct Band {
+  int32_t y_begin, y_end;  // rows of the file, from 0
+  int first_channel, channels;
+  const void* samples;
+};
+
+// Returns how many pixels have colour under alpha 0, which dividing by alpha cannot keep.
+template <class Pixel>
+int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width, const Placement& place) {
+  using Sample = VX_ChannelOf<Pixel>;
+  const Sample* from = static_cast<const Sample*>(band.samples);
+  const int red = at.red - band.first_channel, green = at.green - band.first_channel;
+  const int blue = at.blue - band.first_channel;
+  const int alpha = at.alpha < 0 ? -1 : at.alpha - band.first_channel;
+  int64_t bare = 0;
+  for (int32_t y = band.y_begin; y < band.y_end; ++y) {
+    char* to = place.origin + y * place.step_y;
+    for (int32_t x = 0; x < width; ++x, from += band.channels, to += place.step_x) {
+      Pixel pixel;
+      pixel.red = ChannelOfSample(from[red]);
+      pixel.green = ChannelOfSample(from[green]);
+      pixel.blue = ChannelOfSample(from[blue]);
+      pixel.alpha = alpha < 0 ? VXIOp_Full<Pixel> : ChannelOfSample(from[alpha]);
+      bare += pixel.alpha == 0 && (pixel.red != 0 || pixel.green != 0 || pixel.blue != 0);
+      std::memcpy(to, &pixel, sizeof pixel);
+    }
+  }
+  return bare;
+}
+
+bool FetchBand(VXIOp_Open* open, const Band& band, OIIO::TypeDesc type, void* samples) {
+  const OIIO::ImageSpec& spec = open->spec;
+  int last = band.first_channel + band.channels;
+  int top = spec.y + band.y_begin, bottom = spec.y + band.y_end;
+  if (spec.tile_width == 0) {
+    return open->input->read_scanlines(0, 0, top, bottom, spec.z, band.first_channel, last, type,
+                                       samples);
+  }
+  return open->input->read_tiles(0, 0, spec.x, spec.x + spec.width, top, bottom, spec.z, spec.z + 1,
+                                 band.first_channel, last, type, samples);
+}
+
+template <class Pixel>
+int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
+  using Sample = VX_ChannelOf<Pixel>;
+  const OIIO::ImageSpec& spec = open->spec;
+  const VXIOp_Channels& at = open->channels;
+  const int alpha = at.alpha < 0 ? at.red : at.alpha;
+  const int first = std::min({at.red, at.green, at.blue, alpha});
+  const int count = std::max({at.red, at.green, at.blue, alpha}) + 1 - first;
+  const int64_t row_bytes = int64_t{spec.width} * count * static_cast<int64_t>(sizeof(Sample));
+  // Tiles are read whole, so a band begins and ends on their edges.
+  const int64_t unit = spec.tile_width == 0 ? 1 : std::max(1, spec.tile_height);
+  const int64_t rows = std::clamp<int64_t>(kBandBytes / row_bytes / unit * unit, unit, spec.height);
+  std::vector<Sample> samples(
+      static_cast<size_t>(rows * row_bytes / static_cast<int64_t>(sizeof(Sample))));
+  const Placement place = PlacementOf(*world, open->orientation, sizeof(Pixel));
+  int64_t bare = 0;
+  for (int64_t y = 0; y < spec.height; y += rows) {
+    Band band{static_cast<int32_t>(y), static_cast<int32_t>(std::min<int64_t>(y + rows, spec.height)),
+              first, count, samples.data()};
+    bool ok = FetchBand(open, band, OIIO::TypeDesc(OIIO::BaseTypeFromC<Sample>::value), samples.data());
+    // Some decoders fill a missing part with grey, call it a success and leave only a message.
+    std::string why = open->input->geterror();
+    if (!ok || !why.empty()) {
+      VXIOp_ThrowInput(open->path, "is truncated or damaged; make or fetch the file again (" +
+                                       VXIOp_FirstLine(why) + ")");
+    }
+    bare += Unpack<Pixel>(band, at, spec.width, place);
+  }
+  return bare;
+}
+
+std::string ProfileName(const OIIO::ImageSpec& spec) {
+  return std::string(spec.get_string_attribute("ICCProfile:profile_description"));
+}
+
+}  // namespace
+
+VXIO_Info VXIO_ReadInfo(const std::string& path) {
+  VXIOp_Open open = VXIOp_OpenPicture(path);
+  VXIO_Info info;
+  info.path = path;
+  info.format = open.format->name;
+  info.width = open.width();
+  info.height = open.height();
+  info.channels = open.spec.channelnames;
+  info.sample_type = open.spec.format.c_str();
+  info.bits = open.spec.get_int_attribute("oiio:BitsPerSample",
+                                          static_cast<int>(open.spec.format.size()) * 8);
+  info.depth = open.depth;
+  info.alpha = open.alpha;
+  info.orientation = open.orientation;
+  info.parts = open.parts;
+  info.has_profile = open.spec.find_attribute("ICCProfile") != nullptr;
+  info.profile = ProfileName(open.spec);
+  for (const OIIO::ParamValue& entry : open.spec.extra_attribs) {
+    std::string name = entry.name().string();
+    if (name.starts_with("ICCProfile") || name.starts_with("oiio:")) continue;
+    info.metadata.emplace_back(name, entry.get_string(/*maxsize=*/64));
+  }
+  return info;
+}
+
+VXIO_Picture VXIO_Read(const std::string& path, int32_t depth) {
+  VXIOp_Open open = VXIOp_OpenPicture(path);
+  // A float world takes 16-bit samples directly: going through white at 32768 would cost a bit.
+  int32_t own = depth == 32 && open.depth == 16 ? 32 : open.depth;
+  VXIO_Picture picture;
+  picture.has_alpha = open.alpha != VXIO_AlphaKind::None;
+  picture.world = VXIOp_NewWorld(open.width(), open.height(), own);
+  int64_t bare = 0;
+  try {
+    VXIOp_WithPixel(*picture.world, [&](auto* pixel) {
+      bare = ReadPixels<std::remove_pointer_t<decltype(pixel)>>(&open, picture.world.get());
+    });
+  } catch (const std::bad_alloc&) {
+    throw VX_Err{VX_ErrOutOfMemory};
+  }
+  // Dividing is finer at the deeper of the two depths.
+  if (depth > own) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
+  if (open.alpha == VXIO_AlphaKind::Premultiplied) {
+    VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));
+    if (bare > 0) {
+      open.warnings.push_back(path + ": " + std::to_string(bare) +
+                              " pixels have light but no coverage, which straight alpha cannot "
+                              "hold; they become black");
+    }
+  }
+  auto kept = std::make_shared<VXIO_Metadata::Impl>();
+  kept->spec = open.spec;
+  kept->format = open.format;
+  picture.metadata = VXIO_Metadata(std::move(kept));
+  picture.warnings = std::move(open.warnings);
+  open.input->close();
+  if (depth != 0) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
+  return picture;
+}
+
+VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth) {
+  if (VXp_WorldDepth(world.get()) == depth) return world;
+  VXIO_WorldPtr other = VXIOp_NewWorld(world->width, world->height, depth);
+  VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, world.get(), /*rect=*/nullptr, /*dither=*/0,
+                                   /*h=*/0, /*v=*/0, other.get()));
+  return other;
+}

@@ -1,0 +1,68 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "VXIO/VXIO_Sheet.h"
+
+#include <OpenImageIO/imagebuf.h>
+#include <OpenImageIO/imagebufalgo.h>
+
+#include <algorithm>
+
+#include "VX/VX_DepthConvert.h"
+#include "VX/VX_Premul.h"
+#include "VXIO_Formats.h"
+#include "VXIO_OutputFile.h"
+
+namespace {
+
+constexpr const char* kFont = "DejaVuSans";
+
+OIIO::ImageBuf Wrap(const VX_World& world) {
+  OIIO::ImageSpec spec(world.width, world.height, 4, OIIO::TypeDesc::FLOAT);
+  return OIIO::ImageBuf(spec, world.data, sizeof(VX_PixelFloat), world.rowbytes);
+}
+
+VXIO_WorldPtr CopyAs(const VX_LayerDef& world, int32_t depth) {
+  VXIO_WorldPtr copy = VXIOp_NewWorld(world.width, world.height, depth);
+  VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, &world, /*rect=*/nullptr, /*dither=*/0,
+                                   /*h=*/0, /*v=*/0, copy.get()));
+  return copy;
+}
+
+}  // namespace
+
+VXIO_WorldPtr VXIO_Scale(const VX_LayerDef& world, int32_t width, int32_t height) {
+  VXIO_WorldPtr from = CopyAs(world, 32);
+  VXIOp_Check(VX_Premul(nullptr, /*forward=*/1, from.get()));
+  VXIO_WorldPtr to = VXIOp_NewWorld(width, height, 32);
+  OIIO::ImageBuf source = Wrap(*from), result = Wrap(*to);
+  // A filter without negative lobes: alpha stays between 0 and 1.
+  if (!OIIO::ImageBufAlgo::resize(result, source, "triangle")) {
+    throw std::runtime_error("scaling failed: " + VXIOp_FirstLine(result.geterror()));
+  }
+  VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, to.get()));
+  return VXIO_ConvertDepth(std::move(to), VXp_WorldDepth(&world));
+}
+
+VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, uint8_t grey) {
+  OIIO::ROI box = OIIO::ImageBufAlgo::text_size(text, size, kFont);
+  if (!box.defined()) {
+    VXIOp_ThrowOutput("labels", std::string("the font ") + kFont +
+                                    " is missing; install the package fonts-dejavu-core");
+  }
+  int32_t width = std::clamp(box.width(), 1, 30000), height = std::clamp(box.height(), 1, 30000);
+  OIIO::ImageBuf letters(OIIO::ImageSpec(width, height, 1, OIIO::TypeDesc::UINT8));
+  const float white = 1.0f;
+  if (!OIIO::ImageBufAlgo::render_text(letters, -box.xbegin, -box.ybegin, text, size, kFont,
+                                       OIIO::cspan<float>(&white, 1))) {
+    throw std::runtime_error("labels failed: " + VXIOp_FirstLine(letters.geterror()));
+  }
+  VXIO_WorldPtr world = VXIOp_NewWorld(width, height, 8);
+  for (int32_t y = 0; y < height; ++y) {
+    VX_Pixel8* row = VXIOp_Row<VX_Pixel8>(*world, y);
+    for (int32_t x = 0; x < width; ++x) {
+      auto coverage = static_cast<uint8_t>(letters.getchannel(x, y, 0, 0) * 255.0f + 0.5f);
+      row[x] = {coverage, grey, grey, grey};
+    }
+  }
+  return world;
+}

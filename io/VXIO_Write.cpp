@@ -1,0 +1,308 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include <OpenImageIO/filesystem.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "VX/VX_DepthConvert.h"
+#include "VX/VX_Premul.h"
+#include "VXIO_Formats.h"
+#include "VXIO_OutputFile.h"
+
+namespace {
+
+constexpr int32_t kBandRows = 64;
+
+// --- what the file will be -----------------------------------------------------------------------
+
+struct Plan {
+  const VXIOp_Format* format;
+  int32_t world_depth;
+  int32_t file_depth;  // 8, 16 or 32
+  bool alpha;
+  OIIO::ImageSpec spec;
+  std::vector<std::string> warnings;
+};
+
+int32_t FileDepth(const VXIOp_Format& format, int32_t world_depth) {
+  if (world_depth <= 8 && format.depth8) return 8;
+  if (world_depth <= 16 && format.depth16) return 16;
+  if (format.depth32) return 32;
+  return format.depth16 ? 16 : 8;
+}
+
+template <class Pixel>
+int64_t CountNotOpaque(const VX_LayerDef& world) {
+  int64_t count = 0;
+  for (int32_t y = 0; y < world.height; ++y) {
+    const Pixel* row = VXIOp_Row<Pixel>(world, y);
+    for (int32_t x = 0; x < world.width; ++x) count += !(row[x].alpha >= VXIOp_Full<Pixel>);
+  }
+  return count;
+}
+
+bool IsRgbProfile(const OIIO::ImageSpec& spec) {
+  const OIIO::ParamValue* profile = spec.find_attribute("ICCProfile");
+  return profile && profile->datasize() >= 20 &&
+         std::memcmp(static_cast<const char*>(profile->data()) + 16, "RGB ", 4) == 0;
+}
+
+// What describes the bytes of the old file rather than the picture does not travel.
+bool Travels(const std::string& name, bool same_format) {
+  static constexpr std::array<std::string_view, 10> kPrivate = {
+      "oiio:", "png:", "jpeg:", "tiff:", "targa:", "bmp:", "pnm:", "ICCProfile:", "thumbnail_",
+      "openexr:lineOrder"};
+  if (name == "oiio:ColorSpace" || name == "oiio:Gamma") return true;
+  for (std::string_view prefix : kPrivate) {
+    if (name.starts_with(prefix)) return false;
+  }
+  if (name.starts_with("dpx:") || name.starts_with("openexr:")) return same_format;
+  return name != "planarconfig" && name != "compression" && name != "Orientation";
+}
+
+void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Plan* plan) {
+  const bool same_format = from.format == plan->format;
+  OIIO::ImageSpec& spec = plan->spec;
+  for (const OIIO::ParamValue& entry : from.spec.extra_attribs) {
+    std::string name = entry.name().string();
+    if (!Travels(name, same_format)) continue;
+    if (name == "ICCProfile" && !IsRgbProfile(from.spec)) {
+      plan->warnings.push_back(path + ": the profile of the input is not one for RGB; left out");
+      continue;
+    }
+    spec.attribute(name, entry.type(), entry.data());
+  }
+  static constexpr std::array<std::string_view, 7> kLossless = {"none", "lzw",  "zip", "zips",
+                                                                "rle",  "piz", "packbits"};
+  std::string compression(from.spec.get_string_attribute("compression"));
+  if (same_format && std::find(kLossless.begin(), kLossless.end(), compression) != kLossless.end()) {
+    spec.attribute("compression", compression);
+  }
+  const OIIO::ImageSpec& old = from.spec;
+  if (old.width != spec.width || old.height != spec.height) return;
+  if (plan->format->windows) {
+    spec.x = old.x;
+    spec.y = old.y;
+    spec.full_x = old.full_x;
+    spec.full_y = old.full_y;
+    spec.full_width = old.full_width;
+    spec.full_height = old.full_height;
+  } else if (old.x != old.full_x || old.y != old.full_y || old.width != old.full_width ||
+             old.height != old.full_height) {
+    plan->warnings.push_back(path + ": " + plan->format->name +
+                             " does not hold the display window of the input; write exr to keep it");
+  }
+}
+
+Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_WriteOptions& options) {
+  Plan plan{};
+  plan.format = VXIOp_FormatOfName(path);
+  plan.world_depth = VXp_WorldDepth(&world);
+  plan.file_depth = FileDepth(*plan.format, plan.world_depth);
+  if (plan.file_depth < plan.world_depth) {
+    plan.warnings.push_back(path + ": " + plan.format->name + " holds at most " +
+                            std::to_string(plan.file_depth) + " bits; the " +
+                            (plan.world_depth == 32 ? "float" : "16-bit") +
+                            " picture is rounded" +
+                            (plan.world_depth == 32 ? " and clipped to 0..1" : ""));
+  }
+  int64_t not_opaque = 0;
+  VXIOp_WithPixel(world, [&](auto* pixel) {
+    not_opaque = CountNotOpaque<std::remove_pointer_t<decltype(pixel)>>(world);
+  });
+  plan.alpha = plan.format->alpha != VXIO_AlphaKind::None && (options.keep_alpha || not_opaque > 0);
+  if (!plan.alpha && not_opaque > 0) {
+    plan.warnings.push_back(path + ": " + plan.format->name + " holds no alpha; that of " +
+                            std::to_string(not_opaque) +
+                            " pixels that are not opaque is left out, colours stay");
+  }
+  OIIO::TypeDesc type = plan.file_depth == 8    ? OIIO::TypeDesc::UINT8
+                        : plan.file_depth == 16 ? OIIO::TypeDesc::UINT16
+                                                : OIIO::TypeDesc::FLOAT;
+  plan.spec = OIIO::ImageSpec(world.width, world.height, plan.alpha ? 4 : 3, type);
+  plan.spec.default_channel_names();
+  std::string_view name = plan.format->name;
+  if (name == "tiff" || name == "exr") plan.spec.attribute("compression", "zip");
+  if (name == "jpeg") {
+    plan.spec.attribute("compression", "jpeg:95");
+    plan.spec.attribute("jpeg:subsampling", "4:4:4");
+  }
+  if (options.metadata.Get()) CarryMetadata(path, *options.metadata.Get(), &plan);
+  if (plan.alpha && plan.format->alpha == VXIO_AlphaKind::Straight) {
+    plan.spec.attribute("oiio:UnassociatedAlpha", 1);
+  }
+  return plan;
+}
+
+// --- pixels --------------------------------------------------------------------------------------
+
+uint8_t SampleOfChannel(uint8_t channel, uint8_t) { return channel; }
+float SampleOfChannel(float channel, float) { return channel; }
+uint16_t SampleOfChannel(uint16_t channel, uint16_t) {
+  // Channels above white come only from hostile memory; the file must still be well formed.
+  uint32_t value = std::min<uint32_t>(channel, 32768);
+  return static_cast<uint16_t>((value * 65535 + 16384) >> 15);
+}
+uint16_t SampleOfChannel(float channel, uint16_t) {
+  if (!(channel > 0.0f)) return 0;  // also a non-number
+  return static_cast<uint16_t>(std::min<double>(channel, 1.0) * 65535.0 + 0.5);
+}
+
+template <class Pixel, class Sample>
+void Pack(const VX_LayerDef& world, int32_t y_begin, int32_t y_end, bool alpha, Sample* to) {
+  for (int32_t y = y_begin; y < y_end; ++y) {
+    const char* from = reinterpret_cast<const char*>(VXIOp_Row<Pixel>(world, y));
+    for (int32_t x = 0; x < world.width; ++x, from += sizeof(Pixel)) {
+      Pixel pixel;
+      std::memcpy(&pixel, from, sizeof pixel);
+      *to++ = SampleOfChannel(pixel.red, Sample{});
+      *to++ = SampleOfChannel(pixel.green, Sample{});
+      *to++ = SampleOfChannel(pixel.blue, Sample{});
+      if (alpha) *to++ = SampleOfChannel(pixel.alpha, Sample{});
+    }
+  }
+}
+
+int64_t CountHiddenColour(const VX_LayerDef& band, int32_t rows) {
+  int64_t count = 0;
+  for (int32_t y = 0; y < rows; ++y) {
+    const VX_PixelFloat* row = VXIOp_Row<VX_PixelFloat>(band, y);
+    for (int32_t x = 0; x < band.width; ++x) {
+      count += row[x].alpha == 0 && (row[x].red != 0 || row[x].green != 0 || row[x].blue != 0);
+    }
+  }
+  return count;
+}
+
+// Hands the rows of a world, in the file's form, to the writer.
+class RowWriter {
+ public:
+  RowWriter(const VX_LayerDef& world, const Plan& plan, OIIO::ImageOutput* out)
+      : world_(world), plan_(plan), out_(out) {
+    multiplies_ = plan.alpha && plan.format->alpha == VXIO_AlphaKind::Premultiplied;
+    // Float goes to 16-bit samples directly, everything else through the world of that depth.
+    converts_ = plan.file_depth != plan.world_depth &&
+                !(plan.world_depth == 32 && plan.file_depth == 16);
+    if (converts_ || multiplies_) {
+      band_ = VXIOp_NewWorld(world.width, std::min(world.height, kBandRows), plan.file_depth);
+    }
+    samples_.resize(static_cast<size_t>(std::min(world.height, kBandRows)) *
+                    plan.spec.scanline_bytes(/*native=*/true));
+  }
+
+  // Rows [y, end) of the world; false when the writer failed.
+  bool Write(int32_t y, int32_t end) {
+    const VX_LayerDef* from = &world_;
+    int32_t first = y, last = end;
+    if (band_) {
+      M_Rect rect{};
+      rect.top = static_cast<int16_t>(y);
+      rect.bottom = static_cast<int16_t>(end);
+      rect.right = static_cast<int16_t>(world_.width);
+      VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, &world_, &rect, /*dither=*/0, /*h=*/0,
+                                       /*v=*/0, band_.get()));
+      if (multiplies_) {
+        hidden_ += CountHiddenColour(*band_, end - y);
+        VXIOp_Check(VX_Premul(nullptr, /*forward=*/1, band_.get()));
+      }
+      from = band_.get();
+      first = 0;
+      last = end - y;
+    }
+    if (plan_.file_depth == 8) {
+      Pack<VX_Pixel8>(*from, first, last, plan_.alpha, samples_.data());
+    } else if (plan_.file_depth == 32) {
+      Pack<VX_PixelFloat>(*from, first, last, plan_.alpha, At<float>());
+    } else if (plan_.world_depth == 32) {
+      Pack<VX_PixelFloat>(*from, first, last, plan_.alpha, At<uint16_t>());
+    } else {
+      Pack<VX_Pixel16>(*from, first, last, plan_.alpha, At<uint16_t>());
+    }
+    return out_->write_scanlines(plan_.spec.y + y, plan_.spec.y + end, /*z=*/0, plan_.spec.format,
+                                 samples_.data());
+  }
+
+  int64_t hidden() const { return hidden_; }
+
+ private:
+  template <class Sample>
+  Sample* At() {
+    return reinterpret_cast<Sample*>(samples_.data());
+  }
+
+  const VX_LayerDef& world_;
+  const Plan& plan_;
+  OIIO::ImageOutput* out_;
+  bool multiplies_, converts_;
+  VXIO_WorldPtr band_;
+  std::vector<uint8_t> samples_;
+  int64_t hidden_ = 0;
+};
+
+// Reads the header of what was written: a message about anything that the format dropped, and proof
+// that the file is one.
+void CheckWritten(const std::string& path, const VXIOp_OutputFile& file, Plan* plan) {
+  auto input = OIIO::ImageInput::create(plan->format->oiio_name);
+  OIIO::ImageSpec spec;
+  if (!input || !input->open(file.temporary(), spec) || spec.width != plan->spec.width ||
+      spec.height != plan->spec.height || spec.nchannels != plan->spec.nchannels) {
+    VXIOp_ThrowOutput(path, "was not written whole; free some space or write elsewhere");
+  }
+  std::string lost;
+  int count = 0;
+  for (const OIIO::ParamValue& entry : plan->spec.extra_attribs) {
+    std::string name = entry.name().string();
+    if (name.starts_with("oiio:") || name.starts_with("jpeg:") || name == "compression") continue;
+    if (spec.find_attribute(name)) continue;
+    if (++count <= 3) lost += (count > 1 ? ", " : "") + name;
+  }
+  if (count == 0) return;
+  if (count > 3) lost += " and " + std::to_string(count - 3) + " more";
+  plan->warnings.push_back(path + ": " + plan->format->name + " does not keep " + lost +
+                           " of the input");
+}
+
+}  // namespace
+
+std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
+                                    const VXIO_WriteOptions& options) {
+  VXIO_CheckOutput(path, options.clobber);
+  Plan plan = MakePlan(path, world, options);
+  VXIOp_OutputFile file(path);
+  auto out = OIIO::ImageOutput::create(plan.format->oiio_name);
+  if (!out) {
+    VXIOp_ThrowOutput(path, std::string("this OpenImageIO cannot write ") + plan.format->name);
+  }
+  OIIO::Filesystem::IOFile io(file.stream(), OIIO::Filesystem::IOProxy::Write);
+  if (!out->set_ioproxy(&io)) VXIOp_ThrowOutput(path, VXIOp_FirstLine(out->geterror()));
+  RowWriter writer(world, plan, out.get());
+  bool ok = false;
+  std::string why;
+  try {
+    ok = out->open(file.temporary(), plan.spec);
+    for (int32_t y = 0; ok && y < world.height; y += kBandRows) {
+      ok = writer.Write(y, std::min(y + kBandRows, world.height));
+    }
+    why = out->geterror();
+    ok = out->close() && ok;
+    if (why.empty()) why = out->geterror();
+  } catch (const std::bad_alloc&) {
+    throw VX_Err{VX_ErrOutOfMemory};
+  } catch (const std::exception& error) {
+    ok = false;
+    why = error.what();
+  }
+  out.reset();
+  file.Finish();  // first: what the system says about the disk is clearer than the writer's words
+  if (!ok || !why.empty()) VXIOp_ThrowOutput(path, "cannot be written (" + VXIOp_FirstLine(why) + ")");
+  CheckWritten(path, file, &plan);
+  if (writer.hidden() > 0) {
+    plan.warnings.push_back(path + ": " + plan.format->name + " holds colours multiplied by alpha; " +
+                            "those of " + std::to_string(writer.hidden()) +
+                            " transparent pixels are lost");
+  }
+  file.Commit(options.clobber);
+  return plan.warnings;
+}

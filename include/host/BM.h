@@ -44,8 +44,7 @@ VXHOST_API void BM_ReportWorldAllocationFailure(U_Err code, int32_t rowbytes, in
 // its handle. zero1, eight, zero2, zero3 are 0, 8, 0, 0. Gives 3 for an empty area, a null out or
 // bits other than 32, 64, 128; 4 when memory is short; null is stored then.
 VXHOST_API U_Err BM_NewWorld(int32_t zero1, int32_t eight, const M_Rect& area,
-                             int32_t bits_per_pixel, int32_t zero2, int32_t zero3,
-                             BM_World*** out);
+                             int32_t bits_per_pixel, int32_t zero2, int32_t zero3, BM_World*** out);
 
 // Loads the pixels and raises the lock count. one, zero1, zero2 are 1, 0, 0. Gives 3 for null.
 VXHOST_API U_Err BM_LoadLockPixels(int32_t one, BM_World** world, int32_t zero1, int32_t zero2);

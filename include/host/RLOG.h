@@ -10,5 +10,4 @@
 
 // Writes one line of the log: `level` 10 is a turning point of a package's life, lower is more
 // urgent. Null texts count as empty. The host may drop the line.
-VXHOST_API void RLOG_Log(int32_t level, const char* component, const char* event,
-                         const char* text);
+VXHOST_API void RLOG_Log(int32_t level, const char* component, const char* event, const char* text);

@@ -31,9 +31,8 @@ inline constexpr int32_t U_CPU_HAS_SSE3 = 4;
 inline constexpr int32_t U_CPU_HAS_SSSE3 = 8;
 inline constexpr int32_t U_CPU_WORDS = 9;
 
-// The processor record: at least U_CPU_WORDS words. Never null, and filled before the first
-// initialiser of any library that depends on the host runs. A host must not change it while
-// operations run.
+// The processor record: at least U_CPU_WORDS words. Never null, and filled before main. A host must
+// not change it while operations run.
 extern VXHOST_API uint32_t* U_G_CPU_DataP;
 
 // The number of threads on which the generic iterator may run its function, at least 1. Callers

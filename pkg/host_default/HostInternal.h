@@ -1,0 +1,51 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// What the services of the embedded host share.
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "host/VXHost.h"
+
+namespace host {
+
+// A 16-byte aligned block of the general source, counted in VXHost_GetMemory. Null when there is no
+// memory; the log then tells `label` (may be null) and size.
+void* AllocateBlock(const char* label, size_t size);
+void* AllocateBlockClear(const char* label, size_t size);
+
+// Null is accepted.
+void FreeBlock(void* block);
+
+// Sends a report to the sink, or to the calling thread's list. A null text counts as empty.
+void Report(uint32_t check, int32_t line, int32_t severity, const char* text);
+
+// Sends a line to the log, if there is one.
+void Log(int32_t level, const char* component, const char* event, const char* text);
+
+// True when the file name ends in an extension that stands for `type`.
+bool FileNameHasType(const char* name, uint32_t type);
+
+// A count of things begun and not yet ended; an end too many is ignored. Any thread.
+class PairCount {
+ public:
+  void Begin() { ++count_; }
+  void End() {
+    int32_t now = count_;
+    while (now > 0 && !count_.compare_exchange_weak(now, now - 1)) {
+    }
+  }
+  int32_t Open() const { return count_; }
+
+ private:
+  std::atomic<int32_t> count_{0};
+};
+
+extern constinit PairCount byte_tables;
+extern constinit PairCount trig_tables;
+extern constinit PairCount window_modes;
+
+}  // namespace host

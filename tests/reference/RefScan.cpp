@@ -1,0 +1,227 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "RefScan.h"
+
+#include <type_traits>
+
+#include "RefModes.h"
+#include "RefSpace.h"
+
+namespace vxref {
+namespace {
+
+template <class Wide>
+struct RowOptions {
+  int mode;
+  bool has_mask;
+  Wide opacity;
+  bool keep_alpha;
+};
+
+// Most loops leave a pixel of no weight as it is. These have work to do there.
+bool ActsAtZeroWeight(int mode) {
+  return mode == VX_Xfer_Scale || mode == VX_Xfer_Copy || mode == VX_Xfer_StencilAlpha ||
+         mode == VX_Xfer_StencilLuma || mode == VX_Xfer_PremulOver;
+}
+
+// The order of the two products differs, and so does their rounding.
+template <class D>
+typename D::Wide Weight(const RowOptions<typename D::Wide>& options, typename D::Wide sa,
+                        typename D::Wide mask) {
+  if (!options.has_mask) return D::Mul(sa, options.opacity);
+  if (options.mode == VX_Xfer_Scale || options.mode == VX_Xfer_Copy) {
+    return D::Mul(mask, D::Mul(sa, options.opacity));
+  }
+  return D::Mul(D::Mul(sa, mask), options.opacity);
+}
+
+// --- mask mix ------------------------------------------------------------------------------------
+
+// Exact sums of products at integer depths: 8 bits by 8, and 15 by 15.
+int64_t MixedAlpha(int64_t q, int64_t full) {
+  return full == 255 ? (q + 128) / 255 : (q + 16384) >> 15;
+}
+float MixedAlpha(float q, float /*full*/) {
+  return q;
+}
+
+int64_t MixedColor(int64_t s, int64_t a1, int64_t d, int64_t a2, int64_t q) {
+  return (s * a1 + d * a2 + (q >> 1)) / q;
+}
+float MixedColor(float s, float a1, float d, float a2, float q) {
+  return (s * a1 + d * a2) / q;
+}
+
+// False when the destination stays.
+template <class D>
+bool MaskMix(const WidePixel<D>& s, typename D::Wide t, WidePixel<D>* d) {
+  using Wide = typename D::Wide;
+  const Wide a1 = s.alpha * t;
+  const Wide a2 = (D::full - t) * d->alpha;
+  const Wide q = a1 + a2;
+  if (t == D::full) {
+    *d = s;
+    return true;
+  }
+  if (t == 0 || q == 0) return false;
+  for (int i = 0; i < 3; ++i) d->c[i] = MixedColor(s.c[i], a1, d->c[i], a2, q);
+  d->alpha = MixedAlpha(q, D::full);
+  return true;
+}
+
+// --- one pixel of a row --------------------------------------------------------------------------
+
+// What is to be written back.
+struct Written {
+  bool color;
+  bool alpha;
+};
+constexpr Written kNothing = {false, false};
+
+template <class D>
+Written Behind(const RowOptions<typename D::Wide>& options, const WidePixel<D>& s,
+               typename D::Wide w, WidePixel<D>* d) {
+  if (d->alpha == D::full) return kNothing;
+  if (d->alpha == 0) {
+    *d = s;
+    d->alpha = options.keep_alpha ? typename D::Wide{0} : w;
+    return {true, true};
+  }
+  BlendPixel(VX_Xfer_Behind, s, w, d);
+  return {true, !options.keep_alpha};
+}
+
+template <class D>
+Written Dissolve(const RowOptions<typename D::Wide>& options, const WidePixel<D>& s,
+                 typename D::Wide w, uint32_t* running_seed, WidePixel<D>* d) {
+  if (w == 0) return kNothing;
+  if (w != D::full && !D::DissolveTakes(w, Random(running_seed))) return kNothing;
+  *d = s;
+  d->alpha = D::full;
+  return {true, !options.keep_alpha};
+}
+
+// Multiply with a mask on stored 16-bit and float values, which rounds differently at full weight.
+template <class D>
+void MultiplyMasked(const WidePixel<D>& s, typename D::Wide w, WidePixel<D>* d) {
+  for (int i = 0; i < 3; ++i) {
+    if (w == D::full) {
+      d->c[i] = D::Mul(d->c[i], s.c[i]);
+    } else {
+      d->c[i] = d->c[i] - D::Mul(D::Mul(D::Inv(s.c[i]), d->c[i]), w);
+    }
+  }
+}
+
+template <class D>
+void MixBrighterOrDarker(int mode, const WidePixel<D>& s, typename D::Wide w, WidePixel<D>* d) {
+  const int64_t source_luma = D::LumaAsByte(s.c);
+  const int64_t luma = D::LumaAsByte(d->c);
+  if (mode == VX_Xfer_LighterColor ? source_luma > luma : source_luma < luma) MixChosen(s, w, d);
+}
+
+template <class D>
+Written ScanPixel(const RowOptions<typename D::Wide>& options, bool own_multiply,
+                  const WidePixel<D>& s, typename D::Wide w, WidePixel<D>* d) {
+  const int mode = options.mode;
+  if (w == 0 && !ActsAtZeroWeight(mode)) return kNothing;
+  switch (mode) {
+    case VX_Xfer_Scale:
+    case VX_Xfer_Copy:
+      *d = s;
+      d->alpha = w;
+      return {true, !options.keep_alpha};
+    case VX_Xfer_Behind:
+      return Behind(options, s, w, d);
+    case VX_Xfer_Hue:
+    case VX_Xfer_Saturation:
+    case VX_Xfer_Color:
+    case VX_Xfer_Luminosity:
+      MixNonSeparable(mode, s, w, d);
+      return {true, false};
+    case VX_Xfer_LighterColor:
+    case VX_Xfer_DarkerColor:
+      MixBrighterOrDarker(mode, s, w, d);
+      return {true, false};
+    default:
+      break;
+  }
+  if (mode == VX_Xfer_Multiply && own_multiply) {
+    MultiplyMasked(s, w, d);
+    return {true, false};
+  }
+  if (NeutralOf(mode) != Neutral::None) {
+    for (int i = 0; i < 3; ++i) {
+      d->c[i] = MattedColor<D>(mode, s.c[i], d->c[i], w, Overlay::OfRow);
+    }
+    return {true, false};
+  }
+  BlendPixel(mode, s, w, d);
+  return {!IsAlphaOnly(mode), true};
+}
+
+template <class Space, class Pixel>
+void ScanIn(const Space& space, int mode, bool has_mask, bool own_multiply, int32_t count,
+            const VX_BlendingMode<Pixel>& blending, const Pixel* src, const Pixel* mask,
+            Pixel* dst) {
+  using D = typename Space::D;
+  using Wide = typename D::Wide;
+  const RowOptions<Wide> options = {mode, has_mask, space.InAlpha(blending.opacity),
+                                    blending.keepDstAlpha != 0};
+  uint32_t seed = static_cast<uint32_t>(blending.seed);
+  for (int32_t i = 0; i < count; ++i) {
+    const WidePixel<D> s = space.In(src[i]);
+    WidePixel<D> d = space.In(dst[i]);
+    const Wide t = mask == nullptr ? D::full : space.InAlpha(mask[i].alpha);
+    const Wide w = Weight<D>(options, s.alpha, t);
+    Written written = kNothing;
+    if (mode == VX_Xfer_MaskMix) {
+      written.color = written.alpha = MaskMix(s, t, &d);
+    } else if (mode == VX_Xfer_Dissolve) {
+      written = Dissolve(options, s, w, &seed, &d);
+    } else {
+      written = ScanPixel(options, own_multiply, s, w, &d);
+    }
+    if (written.color) space.OutColor(d, &dst[i]);
+    if (written.alpha) space.OutAlpha(d.alpha, &dst[i]);
+    ++seed;
+  }
+}
+
+// The plain copies have no linear form at some depths.
+template <class Pixel>
+bool IgnoresLinear(int mode) {
+  if (mode == VX_Xfer_Scale) return !std::is_same_v<Pixel, VX_PixelFloat>;
+  if (mode == VX_Xfer_Copy) return !std::is_same_v<Pixel, VX_Pixel8>;
+  return false;
+}
+
+}  // namespace
+
+template <class Pixel>
+VX_Err Scan(int mode, bool has_mask, bool linear, int32_t count,
+            const VX_BlendingMode<Pixel>* options, const VX_LinearBlendingTables* tables,
+            const Pixel* src, const Pixel* mask, Pixel* dst) {
+  const bool in_linear_light = linear && !IgnoresLinear<Pixel>(mode);
+  if (in_linear_light && tables == nullptr) throw VX_Err{VX_ErrBadParameter};
+  if (mode == VX_Xfer_MaskMix && mask == nullptr) return VX_ErrBadParameter;
+  if (in_linear_light) {
+    ScanIn(LinearSpace<Pixel>{tables}, mode, has_mask, /*own_multiply=*/false, count, *options, src,
+           mask, dst);
+  } else {
+    const bool own_multiply = has_mask && !std::is_same_v<Pixel, VX_Pixel8>;
+    ScanIn(StoredSpace<Pixel>{}, mode, has_mask, own_multiply, count, *options, src, mask, dst);
+  }
+  return VX_Ok;
+}
+
+#define VXREF_PIXEL(Pixel)                                                             \
+  template VX_Err Scan<Pixel>(int, bool, bool, int32_t, const VX_BlendingMode<Pixel>*, \
+                              const VX_LinearBlendingTables*, const Pixel*, const Pixel*, Pixel*);
+VXREF_PIXEL(VX_Pixel8)
+VXREF_PIXEL(VX_Pixel16)
+VXREF_PIXEL(VX_PixelFloat)
+#undef VXREF_PIXEL
+
+}  // namespace vxref

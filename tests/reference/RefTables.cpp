@@ -1,0 +1,86 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "RefTables.h"
+
+#include <cmath>
+#include <vector>
+
+namespace vxref {
+namespace {
+
+constexpr int kLast = 4096;
+
+// The linear value of each of 4,097 evenly spaced stored values, made to rise.
+std::vector<int64_t> Expand(const VX_LinearBlendingTables& tables) {
+  std::vector<int64_t> e(kLast + 1);
+  for (int i = 0; i <= kLast; ++i) {
+    const int64_t x = ((static_cast<int64_t>(i) << 15) + 2048) >> 12;
+    e[i] = WordToLinear(tables, x);
+    if (i > 0 && e[i] < e[i - 1]) e[i] = e[i - 1];
+  }
+  return e;
+}
+
+// The stored value, 0..32768, whose linear value is x.
+int64_t Invert(const std::vector<int64_t>& e, int64_t x) {
+  for (int k = 0; k < kLast; ++k) {
+    if (e[k + 1] <= x) continue;
+    if (x < e[k]) return 8 * k;
+    const int64_t width = e[k + 1] - e[k];
+    return 8 * k + ((width >> 1) + ((x - e[k]) << 3)) / width;
+  }
+  return 8 * kLast;
+}
+
+}  // namespace
+
+VX_LinearBlendingTables BuildTables(const std::function<double(double)>& curve, float gamma) {
+  VX_LinearBlendingTables tables{};
+  for (int64_t i = 0; i < 256; ++i) {
+    const int64_t stored = (i * 8421504 + 33200) >> 16;
+    const double linear = curve(static_cast<double>(stored) / 32768);
+    tables.linearize[i] = static_cast<uint16_t>(linear * 32768 + 0.5);
+  }
+  const std::vector<int64_t> e = Expand(tables);
+  for (int i = 0; i <= kLast; ++i) {
+    const int64_t x = ((static_cast<int64_t>(i) << 15) + 2048) >> 12;
+    tables.delinearize[i] = static_cast<uint16_t>(Invert(e, x));
+  }
+  tables.gamma = gamma;
+  tables.invGamma = static_cast<float>(1.0 / gamma);
+  return tables;
+}
+
+int64_t ByteToLinear(const VX_LinearBlendingTables& tables, int64_t c) {
+  return tables.linearize[c];
+}
+
+int64_t WordToLinear(const VX_LinearBlendingTables& tables, int64_t c) {
+  const int64_t p = 255 * (c > 32768 ? 32768 : c);
+  const int64_t j = p >> 15;
+  const int64_t f = p & 32767;
+  int64_t v = tables.linearize[j];
+  if (f != 0) v += (f * (tables.linearize[j + 1] - v) + 16384) >> 15;
+  return v;
+}
+
+int64_t LinearToWord(const VX_LinearBlendingTables& tables, int64_t x) {
+  const int64_t position = x > 32768 ? 32768 : x;
+  const int64_t i = position >> 3;
+  const int64_t rest = position & 7;
+  int64_t v = tables.delinearize[i];
+  if (rest != 0) v += (rest * (tables.delinearize[i + 1] - v) + 4) >> 3;
+  return v;
+}
+
+int64_t LinearToByte(const VX_LinearBlendingTables& tables, int64_t x) {
+  return (LinearToWord(tables, x) * 255 + 16384) >> 15;
+}
+
+float SignedPower(float v, float exponent) {
+  if (v < 0.0f) return static_cast<float>(-std::pow(-static_cast<double>(v), exponent));
+  return static_cast<float>(std::pow(static_cast<double>(v), exponent));
+}
+
+}  // namespace vxref

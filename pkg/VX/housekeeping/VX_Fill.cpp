@@ -32,9 +32,9 @@ VX_Err FillWorld(const Color* color, const M_Rect* area, VX_LayerDef* world,
 }
 
 // An empty area is no area.
-M_LRect KeptArea(const M_Rect* keep, const VX_LayerDef& world) {
+M_LRect KeptArea(const M_LRect* keep, const VX_LayerDef& world) {
   if (keep == nullptr) return {};
-  const M_LRect kept = VXp_ClippedArea(keep, world);
+  const M_LRect kept = VXp_ClippedArea(*keep, world);
   return VXp_IsEmpty(kept) ? M_LRect{} : kept;
 }
 
@@ -52,7 +52,7 @@ VX_Err VX_FillFloat(void*, const VX_PixelFloat* color, const M_Rect* area, VX_La
   return FillWorld(color, area, world, "Unknown world bitdepth in VX_FillFloat");
 }
 
-VX_Err VXp_ClearAlphaExceptRect(VX_LayerDef* world, const M_Rect* keep) {
+VX_Err VXp_ClearAlphaExceptRect(VX_LayerDef* world, const M_LRect* keep) {
   if (world == nullptr) return VXp_BadParameter(kFillNumber);
   const auto clear = [&]<class Pixel>(VX_WorldX<Pixel>& typed) -> VX_Err {
     const M_LRect kept = KeptArea(keep, typed);
@@ -69,7 +69,11 @@ VX_Err VXp_ClearAlphaExceptRect(VX_LayerDef* world, const M_Rect* keep) {
 }
 
 VX_Err VX_ClearAlphaExceptRect(void*, const M_Rect* area, VX_LayerDef* world) {
-  if (area != nullptr || world == nullptr) return VXp_ClearAlphaExceptRect(world, area);
+  if (world == nullptr) return VXp_BadParameter(kFillNumber);
+  if (area != nullptr) {
+    const M_LRect keep = VXp_LRectOf(*area);
+    return VXp_ClearAlphaExceptRect(world, &keep);
+  }
   return VXp_WithPixel(VXp_WorldDepth(world), kVXp_UnknownDepthText,
                        [](auto) -> VX_Err { return VX_Ok; });
 }

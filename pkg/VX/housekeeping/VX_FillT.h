@@ -55,7 +55,8 @@ void VXp_FillArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& co
 template <class Pixel>
 void VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pixel> alpha) {
   VXp_ForRows<Pixel>(world, area, [alpha](char* first, size_t count) {
-    for (size_t x = 0; x < count; ++x) VXp_Store(first + x * sizeof(Pixel), alpha);
+    const auto value = alpha;
+    for (size_t x = 0; x < count; ++x) VXp_Store(first + x * sizeof(Pixel), value);
   });
 }
 

@@ -39,11 +39,12 @@ inline M_LRect VXp_TurnedArea(const M_Rect* area, const VX_LayerDef& world) {
 
 // Left and top not below 0, right and bottom not beyond the size; may come out empty. Null is the
 // whole world.
+inline M_LRect VXp_ClippedArea(const M_LRect& area, const VX_LayerDef& world) {
+  return {std::max(area.left, 0), std::max(area.top, 0), std::min(area.right, world.width),
+          std::min(area.bottom, world.height)};
+}
 inline M_LRect VXp_ClippedArea(const M_Rect* area, const VX_LayerDef& world) {
-  if (area == nullptr) return VXp_WholeArea(world);
-  return {std::max<int32_t>(area->left, 0), std::max<int32_t>(area->top, 0),
-          std::min<int32_t>(area->right, world.width),
-          std::min<int32_t>(area->bottom, world.height)};
+  return area == nullptr ? VXp_WholeArea(world) : VXp_ClippedArea(VXp_LRectOf(*area), world);
 }
 
 // Calls `work(first, count)` with the address and number of pixels of each row of an area that lies

@@ -1,0 +1,65 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The stages of one row, in order.
+
+#include <cstring>
+
+#include "VX/VX_Blend.h"
+#include "frame/VXp_Rows.h"
+
+namespace {
+
+// Alpha comes first in a pixel.
+template <class Pixel>
+void SaveAlpha(int32_t count, const Pixel* row, VX_ChannelOf<Pixel>* alpha) {
+  for (ptrdiff_t i = 0; i < count; ++i) alpha[i] = VXp_Load<VX_ChannelOf<Pixel>>(row + i);
+}
+
+template <class Pixel>
+void RestoreAlpha(int32_t count, const VX_ChannelOf<Pixel>* alpha, Pixel* row) {
+  for (ptrdiff_t i = 0; i < count; ++i) VXp_Store(row + i, alpha[i]);
+}
+
+template <class Pixel>
+VX_Err RunStages(int32_t count, const VX_BlendModeDescriptor<Pixel>& d, const Pixel* src,
+                 const Pixel* mask, Pixel* dst) {
+  VX_Err error = VX_Ok;
+  if (d.usesMatte != 0) {
+    error = d.matteStage(count, nullptr, dst);
+  } else if (d.usesBehindPass != 0) {
+    error = d.behindScan(count, &d.blendingMode, d.tables, src, mask, dst);
+  }
+  if (error == VX_Ok) error = d.scan(count, &d.blendingMode, d.tables, src, mask, dst);
+  if (error == VX_Ok && d.usesAlphaUnion != 0) {
+    error = d.alphaUnionStage(count, src, d.blendingMode.opacity, mask, dst);
+  }
+  if (error == VX_Ok && d.usesMatte != 0) error = d.unmatteStage(count, nullptr, dst);
+  return error;
+}
+
+}  // namespace
+
+template <class Pixel>
+VX_Err VX_BlendPipeline(VX_ProgressInfo* /*progress*/, int32_t count,
+                        const VX_BlendModeDescriptor<Pixel>* descriptor, const Pixel* src,
+                        const Pixel* mask, VX_ChannelOf<Pixel>* alpha_scratch, Pixel* dst) {
+  const bool keeps =
+      descriptor->savesDstAlpha != 0 && descriptor->blendingMode.keepDstAlpha != 0 && count > 0;
+  if (keeps) SaveAlpha(count, dst, alpha_scratch);
+  const VX_Err error = RunStages(count, *descriptor, src, mask, dst);
+  if (error == VX_Ok && keeps) RestoreAlpha(count, alpha_scratch, dst);
+  return error;
+}
+
+template VX_API VX_Err VX_BlendPipeline<VX_Pixel8>(VX_ProgressInfo*, int32_t,
+                                                   const VX_BlendModeDescriptor<VX_Pixel8>*,
+                                                   const VX_Pixel8*, const VX_Pixel8*, uint8_t*,
+                                                   VX_Pixel8*);
+template VX_API VX_Err VX_BlendPipeline<VX_Pixel16>(VX_ProgressInfo*, int32_t,
+                                                    const VX_BlendModeDescriptor<VX_Pixel16>*,
+                                                    const VX_Pixel16*, const VX_Pixel16*,
+                                                    uint16_t*, VX_Pixel16*);
+template VX_API VX_Err VX_BlendPipeline<VX_PixelFloat>(
+    VX_ProgressInfo*, int32_t, const VX_BlendModeDescriptor<VX_PixelFloat>*, const VX_PixelFloat*,
+    const VX_PixelFloat*, float*, VX_PixelFloat*);

@@ -1,0 +1,8 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The row loops of 16-bit pixels.
+
+#include "blend/VXp_SelectRowLoop.h"
+
+VXP_INSTANTIATE_ROW_LOOPS(VX_Pixel16)

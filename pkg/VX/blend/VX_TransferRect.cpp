@@ -1,0 +1,201 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Compositing a rectangle of one world over another: checks and clipping once, then row by row through
+// the pipeline.
+
+#include "VX/VX_Blend.h"
+#include "VX/VX_OverrideTable.h"
+#include "blend/VXp_RowBuffers.h"
+#include "blend/VXp_TransferArea.h"
+#include "blend/VXp_TransferRectPlus.h"
+#include "blend/mask/VXp_TrackMatteRow.h"
+#include "frame/VXp_Convert.h"
+#include "frame/VXp_Dispatch.h"
+#include "housekeeping/VXp_ClearAlpha.h"
+
+namespace {
+
+constexpr uint32_t kBadParameter = 31;  // the number of this call's slot
+
+// A call after the checks that are the same for every depth.
+struct Transfer {
+  VX_ProgressInfo* progress;
+  int32_t field;
+  const VX_CompositeModePlus* mode;
+  const VX_LinearBlendingTables* tables;
+  const VX_MaskSpec* mask;
+  const VX_BlendScratch* scratch;
+  VXp_CopyArea area;
+  VX_LayerDef* dst;
+};
+
+template <class Pixel>
+VX_ChannelOf<Pixel> OpacityFor(float opacity) {
+  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
+    return opacity;
+  } else {
+    return VXp_ConvertChannel<Pixel, VX_PixelFloat>(opacity);
+  }
+}
+
+bool DrawsRow(int32_t field, int32_t y) {
+  if (field == VX_Field_EvenRows) return (y & 1) == 0;
+  if (field == VX_Field_OddRows) return (y & 1) != 0;
+  return true;
+}
+
+// The mask row of destination row y: the mask's own pixels for plain alpha, which has clipped the area
+// already, else values made in `buffer`.
+template <class Pixel>
+const Pixel* MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask,
+                     const VXp_CopyArea& area, int32_t y, Pixel* buffer) {
+  const int32_t mask_y = y - spec.offsetV;
+  if (spec.what == VX_MaskUse_Alpha) return mask.Row(mask_y) + (area.dest_x - spec.offsetH);
+  const int32_t left = spec.offsetH - area.dest_x;
+  if (mask_y < 0 || mask_y >= mask.height) {
+    VXp_TrackMatteRow<Pixel>(area.width, nullptr, 0, 0, spec.what, buffer);
+  } else {
+    VXp_TrackMatteRow(area.width, mask.Row(mask_y), left, mask.width, spec.what, buffer);
+  }
+  return buffer;
+}
+
+VX_Err Poll(VX_ProgressInfo* progress, int32_t done, int32_t total) {
+  if (progress == nullptr || progress->progress_func == nullptr) return VX_Ok;
+  return progress->progress_func(progress->progress_refcon, done, total);
+}
+
+template <class Pixel>
+VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src,
+                    const VX_WorldX<Pixel>* mask, VX_BlendModeDescriptor<Pixel>& descriptor,
+                    const VXp_RowBuffers& buffers, VX_WorldX<Pixel>& dst) {
+  const VXp_CopyArea& area = call.area;
+  auto* const alpha = static_cast<VX_ChannelOf<Pixel>*>(buffers.alpha());
+  auto seed = static_cast<uint32_t>(descriptor.blendingMode.seed);
+  for (int32_t row = 0; row < area.height; ++row) {
+    const int32_t y = area.dest_y + row;
+    if (DrawsRow(call.field, y)) {
+      const Pixel* mask_row = nullptr;
+      if (mask != nullptr) {
+        mask_row = MaskRow(*call.mask, *mask, area, y, static_cast<Pixel*>(buffers.mask()));
+      }
+      const VX_Err error = VX_BlendPipeline<Pixel>(
+          call.progress, area.width, &descriptor, src.Row(area.source_y + row) + area.source_x,
+          mask_row, alpha, dst.Row(y) + area.dest_x);
+      if (error != VX_Ok) return error;
+    }
+    if ((y & 0x7F) == 0) {
+      const VX_Err stop = Poll(call.progress, row, area.height);
+      if (stop != VX_Ok) return stop;
+    }
+    seed += 12281u * static_cast<uint32_t>(y);
+    descriptor.blendingMode.seed = static_cast<int32_t>(seed);
+  }
+  return VX_Ok;
+}
+
+// These modes remove what their source does not cover.
+VX_Err ClearOutside(const Transfer& call) {
+  const int32_t mode = call.mode->mode;
+  if (mode != VX_Xfer_StencilAlpha && mode != VX_Xfer_StencilLuma) return VX_Ok;
+  const VXp_CopyArea& area = call.area;
+  M_LRect keep{};
+  keep.left = area.dest_x;
+  keep.top = area.dest_y;
+  keep.right = area.dest_x + area.width;
+  keep.bottom = area.dest_y + area.height;
+  return VXp_ClearAlphaExceptRect(call.dst, &keep);
+}
+
+template <class Pixel>
+VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>* mask,
+                  VX_WorldX<Pixel>& dst) {
+  VX_BlendingMode<Pixel> blending{};
+  blending.mode = call.mode->mode;
+  blending.seed = static_cast<int32_t>(static_cast<uint32_t>(call.mode->seed) +
+                                       static_cast<uint32_t>(call.area.dest_x));
+  blending.opacity = OpacityFor<Pixel>(call.mode->opacityF);
+  blending.keepDstAlpha = call.mode->keepDstAlpha != 0 ? 1 : 0;
+  VX_BlendModeDescriptor<Pixel> descriptor(blending, mask != nullptr, call.tables);
+  if (descriptor.scan == nullptr) return VX_ErrUnsupported;  // reported by the descriptor
+
+  const auto width = static_cast<size_t>(call.area.width);
+  const bool saves = descriptor.savesDstAlpha != 0 && blending.keepDstAlpha != 0;
+  const bool makes_mask = mask != nullptr && call.mask->what != VX_MaskUse_Alpha;
+  VXp_RowBuffers buffers(call.scratch);
+  VX_Err error = buffers.Reserve(saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0,
+                                 makes_mask ? width * sizeof(Pixel) : 0);
+  if (error == VX_Ok) error = ClearOutside(call);
+  if (error == VX_Ok) error = TransferRows(call, src, mask, descriptor, buffers, dst);
+  return error;
+}
+
+bool HasPixels(const VX_LayerDef* world) { return world != nullptr && world->data != nullptr; }
+
+VX_Err CheckMask(const VX_MaskSpec* mask, int32_t depth) {
+  if (mask == nullptr) return VX_Ok;
+  if (!HasPixels(mask->world) || mask->what < VX_MaskUse_Alpha ||
+      mask->what > VX_MaskUse_InverseLuma) {
+    return VXp_BadParameter(kBadParameter);
+  }
+  if (VXp_WorldDepth(mask->world) == depth) return VX_Ok;
+  return VXp_FailVerification("VX_TransferRect requires src and mask worlds to have same bit depth");
+}
+
+// The mask comes last and may be absent, where the other two wrappers always stand.
+template <class Pixel>
+VX_Err WithMask(const Transfer& call, const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
+  if (call.mask == nullptr) return TransferAt<Pixel>(call, src, nullptr, dst);
+  const VX_WorldX<Pixel> mask(call.mask->world, true);
+  return TransferAt<Pixel>(call, src, &mask, dst);
+}
+
+VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int32_t field,
+                       const M_Rect* rect, const VX_LayerDef* src,
+                       const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
+                       const VX_MaskSpec* mask, const VX_BlendScratch* scratch, int32_t x,
+                       int32_t y, VX_LayerDef* dst) {
+  if (!HasPixels(src) || !HasPixels(dst) || mode == nullptr) {
+    return VXp_BadParameter(kBadParameter);
+  }
+  const int32_t depth = VXp_WorldDepth(src);
+  if (depth != VXp_WorldDepth(dst)) return VXp_FailVerification(unequal_text);
+  if (const VX_Err error = CheckMask(mask, depth); error != VX_Ok) return error;
+  const VXp_CopyArea area = VXp_TransferArea(*src, rect, mask, x, y, *dst);
+  if (area.Empty()) return VX_Ok;
+  const Transfer call{progress, field, mode, tables, mask, scratch, area, dst};
+  return VXp_Guarded([&] {
+    return VXp_WithWorlds(
+        src, kVXp_UnknownDepthText,
+        [&](const auto& typed_src, auto& typed_dst) { return WithMask(call, typed_src, typed_dst); },
+        src, dst);
+  });
+}
+
+}  // namespace
+
+VX_Err VX_TransferRect(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
+                       const M_Rect* rect, const VX_LayerDef* src,
+                       const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
+                       const VX_MaskSpec* mask, int32_t x, int32_t y, VX_LayerDef* dst) {
+  return VXp_G_OverFuncs.VX_TransferRect_S(progress, quality, flags, field, rect, src, mode, tables,
+                                           mask, x, y, dst);
+}
+
+VX_Err VX_TransferRect_S(VX_ProgressInfo* progress, int32_t /*quality*/, int32_t /*flags*/,
+                         int32_t field, const M_Rect* rect, const VX_LayerDef* src,
+                         const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
+                         const VX_MaskSpec* mask, int32_t x, int32_t y, VX_LayerDef* dst) {
+  return CheckedTransfer("VX_TransferRect requires src and dst worlds to have same bit depth",
+                         progress, field, rect, src, mode, tables, mask, nullptr, x, y, dst);
+}
+
+VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t /*quality*/, int32_t /*flags*/,
+                           int32_t field, const M_Rect* rect, const VX_LayerDef* src,
+                           const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
+                           const VX_MaskSpec* mask, const VX_BlendScratch* scratch, int32_t x,
+                           int32_t y, VX_LayerDef* dst) {
+  return CheckedTransfer("VX_TransferRectPlus requires src and dst worlds to have same bit depth",
+                         progress, field, rect, src, mode, tables, mask, scratch, x, y, dst);
+}

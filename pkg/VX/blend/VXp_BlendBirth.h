@@ -1,0 +1,10 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// What the lifecycle needs of this room.
+
+struct VXp_OverrideTable;
+
+// Comes after the multiply and divide tables. Puts the transfer, the stages of a row and the twelve choosers of row loops into their slots.
+void VXp_FillBlendSlots(VXp_OverrideTable& table);

@@ -1,0 +1,48 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The choice of a row loop by mode, for one depth and variant.
+
+#include <array>
+
+#include "blend/VXp_RowLoop.h"
+#include "blend/VXp_UnknownMode.h"
+
+// Entry mode + 3 of forty; the reserved mode is null.
+template <class Pixel, bool hasMask, bool linear>
+constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
+  std::array<VX_ScanFunc<Pixel>, 40> loops{};
+#define VX_MODE(number, constant, name, piece) \
+  loops[number + 3] = &VXp_RowLoop<piece, Pixel, hasMask, linear>::Scan;
+#include "VX/VX_TransferModes.def"
+#undef VX_MODE
+  return loops;
+}
+
+// The faster loop of the processor at hand for a mode, or null where the plain loop serves.
+template <class Pixel, bool hasMask, bool linear>
+VX_ScanFunc<Pixel> VXp_VectorRowLoop(int32_t /*mode*/) {
+  return nullptr;
+}
+
+template <class Pixel, bool hasMask, bool linear>
+VX_Err VX_GetInnerBlendingFunc(int32_t mode, VX_InnerBlendingFunc<Pixel>* out) {
+  static constexpr auto kLoops = VXp_MakeRowLoops<Pixel, hasMask, linear>();
+  const bool listed = mode >= -3 && mode <= 36;
+  const VX_ScanFunc<Pixel> plain = listed ? kLoops[static_cast<size_t>(mode + 3)] : nullptr;
+  if (plain == nullptr) return VXp_UnknownMode();
+  const VX_ScanFunc<Pixel> vector = VXp_VectorRowLoop<Pixel, hasMask, linear>(mode);
+  out->scan = vector != nullptr ? vector : plain;
+  return VX_Ok;
+}
+
+#define VXP_INSTANTIATE_ROW_LOOPS(Pixel)                                               \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, false>(int32_t,                \
+                                                               VX_InnerBlendingFunc<Pixel>*); \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, false>(int32_t,                 \
+                                                              VX_InnerBlendingFunc<Pixel>*);  \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, true>(int32_t,                 \
+                                                              VX_InnerBlendingFunc<Pixel>*);  \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, true>(int32_t,                  \
+                                                             VX_InnerBlendingFunc<Pixel>*);

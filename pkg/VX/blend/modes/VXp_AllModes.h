@@ -1,0 +1,12 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// All pieces of arithmetic, by the names that the list of modes gives them.
+
+#include "blend/modes/VXp_AlphaOnly.h"
+#include "blend/modes/VXp_Composition.h"
+#include "blend/modes/VXp_MattedModes.h"
+#include "blend/modes/VXp_RowModes.h"
+#include "blend/modes/VXp_ThreeTermModes.h"
+#include "blend/modes/VXp_WholeColor.h"

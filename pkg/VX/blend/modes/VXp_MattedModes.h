@@ -1,0 +1,157 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The twelve matted modes. Full(s, m) is for a source alpha of F, Part(s, m, sa) for less.
+
+#include "blend/modes/VXp_Matted.h"
+#include "blend/modes/VXp_SoftLightCurves.h"
+
+// A quotient of the dodge and burn modes. Float has no ceiling of its own at full scale, so a divisor
+// that is not above the numerator ends there.
+template <class T>
+typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
+  if constexpr (VXp_IsFloat<T>) {
+    if (a <= 0.0f || a <= n) return 1.0f;
+  }
+  return T::Div(n, a);
+}
+
+// s scaled to twice its distance above half, or from 0 below it. Halves of the range map to the whole.
+template <class T>
+typename T::Work VXp_Doubled(typename T::Work s) {
+  using Work = typename T::Work;
+  if constexpr (T::kDepth == 8) {
+    return (2 * s) & 0xFF;  // white reaches 254
+  } else {
+    return s >= T::kHalf ? Work{2} * s - T::kFull : Work{2} * s;
+  }
+}
+
+// min(m + s, F)
+template <class T>
+struct VXp_ModeAdd : VXp_Matted<T, VXp_ModeAdd<T>, VXp_NeutralBlack<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) {
+    if constexpr (VXp_IsFloat<T>) return m + s;  // float keeps what is brighter than white
+    return std::min(m + s, T::kFull);
+  }
+  static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
+};
+
+// s m, as m less its part under the inverse source
+template <class T>
+struct VXp_ModeMultiply : VXp_Matted<T, VXp_ModeMultiply<T>, VXp_NeutralWhite<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return m - T::Mul(T::Inv(s), m); }
+  static Work Part(Work s, Work m, Work sa) { return m - T::Mul(T::Mul(T::Inv(s), m), sa); }
+};
+
+// F - (F - s)(F - m)
+template <class T>
+struct VXp_ModeScreen : VXp_Matted<T, VXp_ModeScreen<T>, VXp_NeutralBlack<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return T::Inv(T::Mul(T::Inv(s), T::Inv(m))); }
+  static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
+};
+
+// 2 s m below half, F - 2 (F - s)(F - m) from half on
+template <class T>
+struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return m < T::kHalf ? Work{2} * T::Mul(s, m) : Light(s, m); }
+  static Work Part(Work s, Work m, Work sa) { return T::Lerp(m, Full(s, m), sa); }
+
+  // A row doubles before it multiplies; both roundings are fixed.
+  static Work FullInRow(Work s, Work m) {
+    return m < T::kHalf ? T::Mul(Work{2} * m, s) : Light(s, m);
+  }
+  static Work PartInRow(Work s, Work m, Work w) { return T::Lerp(m, FullInRow(s, m), w); }
+
+ private:
+  static Work Light(Work s, Work m) {
+    return T::Inv(T::Mul(T::Inv(s), Work{2} * T::Inv(m)));
+  }
+};
+
+// m moved along a curve: up for a light source, down for a dark one
+template <class T>
+struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray<T>> {
+  using Work = typename T::Work;
+  using Curves = VXp_SoftLightCurves<T>;
+  static Work Full(Work s, Work m) {
+    const Work u = VXp_Doubled<T>(s);
+    return s >= T::kHalf ? m + T::Mul(u, Curves::Up(m)) : m - T::Mul(T::Inv(u), Curves::Down(m));
+  }
+  static Work Part(Work s, Work m, Work sa) {
+    const Work u = VXp_Doubled<T>(s);
+    return s >= T::kHalf ? m + T::Mul(T::Mul(u, Curves::Up(m)), sa)
+                         : m - T::Mul(T::Mul(T::Inv(u), Curves::Down(m)), sa);
+  }
+};
+
+// screen by a light source, multiply by a dark one
+template <class T>
+struct VXp_ModeHardLight : VXp_Matted<T, VXp_ModeHardLight<T>, VXp_NeutralGray<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) {
+    const Work u = VXp_Doubled<T>(s);
+    return s >= T::kHalf ? m + T::Mul(T::Inv(m), u) : m - T::Mul(T::Inv(u), m);
+  }
+  static Work Part(Work s, Work m, Work sa) {
+    const Work u = VXp_Doubled<T>(s);
+    return s >= T::kHalf ? m + T::Mul(T::Mul(T::Inv(m), u), sa)
+                         : m - T::Mul(T::Mul(T::Inv(u), m), sa);
+  }
+};
+
+// min(s, m)
+template <class T>
+struct VXp_ModeDarken : VXp_Matted<T, VXp_ModeDarken<T>, VXp_NeutralWhite<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return std::min(s, m); }
+  static Work Part(Work s, Work m, Work sa) { return s < m ? m - T::Mul(m - s, sa) : m; }
+};
+
+// max(s, m)
+template <class T>
+struct VXp_ModeLighten : VXp_Matted<T, VXp_ModeLighten<T>, VXp_NeutralBlack<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return std::max(s, m); }
+  static Work Part(Work s, Work m, Work sa) { return s > m ? m + T::Mul(s - m, sa) : m; }
+};
+
+// |s - m|
+template <class T>
+struct VXp_ModeDifference : VXp_Matted<T, VXp_ModeDifference<T>, VXp_NeutralBlack<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return s > m ? s - m : m - s; }
+  static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
+};
+
+// m / (F - s)
+template <class T>
+struct VXp_ModeDodge : VXp_Matted<T, VXp_ModeDodge<T>, VXp_NeutralBlack<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return VXp_QuotientToFull<T>(m, T::Inv(s)); }
+  static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
+};
+
+// F - (F - m) / s
+template <class T>
+struct VXp_ModeBurn : VXp_Matted<T, VXp_ModeBurn<T>, VXp_NeutralWhite<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return T::Inv(VXp_QuotientToFull<T>(T::Inv(m), s)); }
+  static Work Part(Work s, Work m, Work sa) { return Full(T::Inv(T::Mul(T::Inv(s), sa)), m); }
+};
+
+// s + m - 2 s m
+template <class T>
+struct VXp_ModeExclusion : VXp_Matted<T, VXp_ModeExclusion<T>, VXp_NeutralBlack<T>> {
+  using Work = typename T::Work;
+  static Work Full(Work s, Work m) { return s + m - Work{2} * T::Mul(s, m); }
+  static Work Part(Work s, Work m, Work sa) {
+    const Work t = T::Mul(s, m);
+    return m + T::Mul(s - t - t, sa);
+  }
+};

@@ -1,0 +1,99 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Modes whose row form is more than one pixel at a time, or that have no other: copies, the mix of two
+// images, and dissolve.
+
+#include "blend/modes/VXp_Mode.h"
+
+// Colours copied, alpha becomes the weight.
+template <class T>
+struct VXp_ModeCopy : VXp_SameInRow<T, VXp_ModeCopy<T>> {
+  using Pixel = typename T::Pixel;
+  using Work = typename T::Work;
+  static constexpr bool kRowSkipsZero = false;
+
+  static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
+    d = s;
+    VXp_StoreAlpha<T>(sa, d);
+  }
+  static void BlendInRow(const Pixel& s, Work w, bool keep, Pixel& d) {
+    const typename T::Channel da = d.alpha;
+    BlendPixel(s, w, d);
+    if (keep) d.alpha = da;
+  }
+};
+
+// As Copy, for rows only.
+template <class T>
+struct VXp_ModeScale : VXp_ModeCopy<T> {};
+
+// Two images mixed by the alpha t of the mask: a1 = sa t, a2 = (F - t) da and q = a1 + a2 as exact
+// products; each colour is the mean weighted by a1 and a2, alpha is q brought to scale. For rows only.
+template <class T>
+struct VXp_ModeMaskMix {
+  using Pixel = typename T::Pixel;
+  using Work = typename T::Work;
+
+  static void Mix(const Pixel& s, Work t, Pixel& d) {
+    if (t == T::kFull) {
+      d = s;
+      return;
+    }
+    if (t == Work{0}) return;
+    if constexpr (VXp_IsFloat<T>) {
+      const float a1 = s.alpha * t;
+      const float a2 = (1.0f - t) * d.alpha;
+      const float q = a1 + a2;
+      if (q == 0.0f) return;
+      VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [=](float x, float y) {
+        return (x * a1 + y * a2) / q;
+      }).StoreTo(d);
+      d.alpha = q;
+    } else {
+      MixIntegers(s, t, d);
+    }
+  }
+
+ private:
+  static void MixIntegers(const Pixel& s, Work t, Pixel& d) {
+    // At 16 bits q reaches 2^30 and the sums 2^45.
+    using Wide = std::conditional_t<T::kDepth == 8, int32_t, int64_t>;
+    const Wide a1 = Wide{s.alpha} * t;
+    const Wide a2 = Wide{T::kFull - t} * d.alpha;
+    const Wide q = a1 + a2;
+    if (q == 0) return;
+    VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [=](Work x, Work y) {
+      return static_cast<Work>((x * a1 + y * a2 + (q >> 1)) / q);
+    }).StoreTo(d);
+    VXp_StoreAlpha<T>(static_cast<Work>(T::kDepth == 8 ? (q + 128) / 255 : (q + 16384) >> 15), d);
+  }
+};
+
+// Pixels taken whole by a random test against the weight. One pixel alone has no seed, so the per-pixel
+// form does nothing.
+template <class T>
+struct VXp_ModeDissolve {
+  using Pixel = typename T::Pixel;
+  using Work = typename T::Work;
+  static constexpr bool kPixelSkipsZero = true;
+  static constexpr bool kWritesColor = true;
+
+  static void BlendPixel(const Pixel&, Work, Pixel&) {}
+
+  // Whether a pixel of weight w, neither 0 nor F, passes for the random value 0..32767.
+  static bool Passes(Work w, uint32_t random) {
+    if constexpr (VXp_IsFloat<T>) {
+      return w >= static_cast<float>(random) * 3.0518509447574615e-05f;
+    } else {
+      return static_cast<uint32_t>(w) >= (T::kDepth == 8 ? random & 0xFF : random);
+    }
+  }
+
+  static void Take(const Pixel& s, bool keep, Pixel& d) {
+    const typename T::Channel da = d.alpha;
+    d = s;
+    d.alpha = keep ? da : static_cast<typename T::Channel>(T::kFull);
+  }
+};

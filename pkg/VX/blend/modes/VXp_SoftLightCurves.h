@@ -1,0 +1,79 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The two curves of soft light: Up is D(x) - x and Down is x (1 - x), with x = m / F and
+// D(x) = ((16x - 12)x + 4)x up to a quarter, the square root of x above.
+
+#include <array>
+
+#include "frame/VXp_PixelTraits.h"
+#include "frame/VXp_Tables.h"
+
+template <class T>
+struct VXp_SoftLightCurves;
+
+namespace vxp_soft_light {
+
+// Newton's method from above; ends when the value no longer falls. Good to the last bit or so, where
+// rounding to a byte needs three digits.
+constexpr double SquareRoot(double x) {
+  double r = 1.0;
+  for (;;) {
+    const double next = 0.5 * (r + x / r);
+    if (next >= r) return r;
+    r = next;
+  }
+}
+
+constexpr std::array<uint8_t, 256> MakeByteCurve(bool up) {
+  std::array<uint8_t, 256> curve{};
+  for (int i = 0; i < 256; ++i) {
+    const double x = i / 255.0;
+    const double d = x <= 0.25 ? ((16.0 * x - 12.0) * x + 4.0) * x : SquareRoot(x);
+    curve[i] = static_cast<uint8_t>(255.0 * (up ? d - x : x * (1.0 - x)) + 0.5);
+  }
+  return curve;
+}
+
+inline constexpr std::array<uint8_t, 256> kUp8 = MakeByteCurve(true);
+inline constexpr std::array<uint8_t, 256> kDown8 = MakeByteCurve(false);
+
+}  // namespace vxp_soft_light
+
+template <>
+struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel8>> {
+  static int32_t Up(int32_t m) { return vxp_soft_light::kUp8[m & 0xFF]; }
+  static int32_t Down(int32_t m) { return vxp_soft_light::kDown8[m & 0xFF]; }
+};
+
+// Entry m / 8 of 4097, interpolated in eighths. The position is held within the table.
+inline int32_t VXp_LookUpEighths(const uint16_t* table, int32_t position) {
+  const int32_t x = std::clamp(position, 0, 32768);
+  const int32_t i = x >> 3;
+  const int32_t fraction = x & 7;
+  const int32_t v = table[i];
+  return fraction == 0 ? v : v + ((fraction * (table[i + 1] - v) + 4) >> 3);
+}
+
+template <>
+struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel16>> {
+  static int32_t Up(int32_t m) { return VXp_LookUpEighths(VXp_G_SoftLightDelta16, m); }
+  static int32_t Down(int32_t m) { return VXp_LookUpEighths(VXp_G_SoftLightParabola16, m); }
+};
+
+template <>
+struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
+  static float Up(float m) { return LookUp(VXp_G_SoftLightDeltaF, m); }
+  static float Down(float m) { return LookUp(VXp_G_SoftLightParabolaF, m); }
+
+ private:
+  static float LookUp(const float* table, float m) {
+    if (!(m > 0.0f)) return table[0];  // also not-a-number
+    if (m >= 1.0f) return table[4096];
+    const float position = 4096.0f * m;
+    const auto i = static_cast<int32_t>(position);
+    const float fraction = position - static_cast<float>(i);
+    return fraction == 0.0f ? table[i] : table[i] + fraction * (table[i + 1] - table[i]);
+  }
+};

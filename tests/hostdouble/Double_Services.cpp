@@ -1,0 +1,325 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <numbers>
+
+#include "State.h"
+#include "host/BM.h"
+#include "host/COR.h"
+#include "host/EMUL.h"
+#include "host/FILE.h"
+#include "host/LIST.h"
+#include "host/M.h"
+#include "host/RLOG.h"
+#include "host/RND.h"
+#include "host/RZFX.h"
+#include "host/STR.h"
+
+using hostdouble::Enter;
+using hostdouble::TheState;
+
+// ---- Versions -----------------------------------------------------------------------------------
+
+namespace {
+
+U_Err Check(const char* name, uint32_t code, int32_t wanted, int32_t own) {
+  if (const U_Err error = Enter(name, {code, wanted})) return error;
+  return wanted == own ? 0 : 7;
+}
+
+}  // namespace
+
+U_Err U_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("U_CheckVersions", code, wanted, U_PKG_VERSION);
+}
+U_Err STR_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("STR_CheckVersions", code, wanted, STR_PKG_VERSION);
+}
+U_Err BM_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("BM_CheckVersions", code, wanted, BM_PKG_VERSION);
+}
+U_Err M_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("M_CheckVersions", code, wanted, M_PKG_VERSION);
+}
+U_Err FILE_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("FILE_CheckVersions", code, wanted, FILE_PKG_VERSION);
+}
+U_Err LIST_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("LIST_CheckVersions", code, wanted, LIST_PKG_VERSION);
+}
+U_Err RZFX_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("RZFX_CheckVersions", code, wanted, RZFX_PKG_VERSION);
+}
+U_Err PLUG_CheckVersions(uint32_t code, int32_t wanted) {
+  return Check("PLUG_CheckVersions", code, wanted, PLUG_PKG_VERSION);
+}
+
+// ---- Processor and threads ----------------------------------------------------------------------
+
+namespace {
+
+constinit uint32_t processor[U_CPU_WORDS] = {};
+
+// As in any host, before the first initialiser of the program.
+__attribute__((constructor(101))) void DetectAtLoad() {
+  hostdouble::DetectProcessor();
+}
+
+}  // namespace
+
+constinit uint32_t* U_G_CPU_DataP = processor;
+
+void hostdouble::DetectProcessor() {
+  std::fill(std::begin(processor), std::end(processor), 0u);
+  const char* limit = std::getenv("HOSTDOUBLE_PROCESSOR");
+  if (limit && std::strcmp(limit, "none") == 0) return;
+#if defined(__x86_64__)
+  __builtin_cpu_init();
+  processor[U_CPU_HAS_MMX] = processor[U_CPU_HAS_SSE] = processor[U_CPU_HAS_SSE2] = 1;
+  processor[U_CPU_HAS_SSE3] = __builtin_cpu_supports("sse3") != 0;
+  if (limit && std::strcmp(limit, "sse2") == 0) return;
+  processor[U_CPU_HAS_SSSE3] = __builtin_cpu_supports("ssse3") != 0;
+#endif
+}
+
+int32_t U_GetNumThreads() {
+  const std::lock_guard lock(TheState().mutex);
+  return TheState().num_threads;
+}
+
+// ---- Reports and log ----------------------------------------------------------------------------
+
+int32_t Up_G_err_buf[64];
+char Up_G_buffer[1024];
+
+void U_ReportFailedVerification(uint32_t check, int32_t line, int32_t, const char* text) {
+  hostdouble::Report(check, line, 0, text);
+}
+
+U_Err Up_ReportErrString(uint32_t check, int32_t severity, const char* text) {
+  hostdouble::Report(check, 0, severity, text);
+  return 0;
+}
+
+U_Err Up_ReportError(uint32_t code, int32_t kind) {
+  hostdouble::Report(code, 0, kind, Up_G_buffer);
+  return 0;
+}
+
+U_Err U_TranslateAndReportException(const std::exception& exception) {
+  Enter("U_TranslateAndReportException", {}, exception.what());
+  hostdouble::Report(0, 0, 8, exception.what());
+  return dynamic_cast<const std::bad_alloc*>(&exception) ? 4 : 516;
+}
+
+void RLOG_Log(int32_t level, const char* component, const char* event, const char* text) {
+  const std::lock_guard lock(TheState().mutex);
+  if (TheState().recording) TheState().log.push_back({level, component, event, text});
+}
+
+// ---- Strings ------------------------------------------------------------------------------------
+
+const char* U_ZLookup(const char* key) {
+  if (!key || std::strncmp(key, "$$$", 3) != 0) return key;
+  const char* equals = std::strchr(key, '=');
+  return equals ? equals + 1 : key;
+}
+
+const char* U_ZStringToMBString(const char* key) {
+  return U_ZLookup(key);
+}
+
+const char* U_ZLookupLStrCache(const void* zref, int32_t index) {
+  const auto* table = static_cast<const U_ZRef*>(zref);
+  if (!table || index < 0 || index >= table->count) return nullptr;
+  return U_ZLookup(table->entries[index].text);
+}
+
+U_Err U_SubString(char* buffer, size_t size, const char* form, const int32_t* values,
+                  int32_t count) {
+  if (const U_Err error = Enter("U_SubString", {int64_t(size), count}, form)) return error;
+  std::string text = form;
+  for (int32_t i = 0; i < count; ++i) {
+    const std::string mark = "^L" + std::to_string(i + 1);
+    for (size_t at = 0; (at = text.find(mark, at)) != std::string::npos;) {
+      const std::string number = std::to_string(values[i]);
+      text.replace(at, mark.size(), number);
+      at += number.size();
+    }
+  }
+  if (text.size() >= size) return 3;
+  std::memcpy(buffer, text.c_str(), text.size() + 1);
+  return 0;
+}
+
+// ---- Mathematics --------------------------------------------------------------------------------
+
+namespace {
+
+M_Rect OrNothing(const M_Rect& r) {
+  return r.left < r.right && r.top < r.bottom ? r : M_Rect{0, 0, 0, 0};
+}
+
+bool IsNothing(const M_Rect& r) {
+  return r.left >= r.right || r.top >= r.bottom;
+}
+
+struct Tables {
+  uint8_t mul[65536], div[65536];
+  int32_t sine[M_FTRIG_STEPS], cosine[M_FTRIG_STEPS];
+
+  Tables() {
+    for (int i = 0; i < 65536; ++i) {
+      const int a = i >> 8, v = i & 255;
+      mul[i] = uint8_t((2 * a * v + 255) / 510);
+      div[i] = v >= a ? 255 : uint8_t((255 * v + a / 2) / a);
+    }
+    for (int i = 0; i < M_FTRIG_STEPS; ++i) {
+      sine[i] = int32_t(std::lround(65536 * std::sin(std::numbers::pi * i / 2048)));
+      cosine[i] = int32_t(std::lround(65536 * std::cos(std::numbers::pi * i / 2048)));
+    }
+  }
+};
+
+Tables& TheTables() {
+  static Tables tables;
+  return tables;
+}
+
+}  // namespace
+
+bool M_SectRect(const M_Rect& a, const M_Rect& b, M_Rect* out) {
+  *out = OrNothing({std::max(a.top, b.top), std::max(a.left, b.left), std::min(a.bottom, b.bottom),
+                    std::min(a.right, b.right)});
+  return !IsNothing(*out);
+}
+
+bool M_UnionRect(const M_Rect& a, const M_Rect& b, M_Rect* out) {
+  if (IsNothing(a)) {
+    *out = OrNothing(b);
+  } else if (IsNothing(b)) {
+    *out = a;
+  } else {
+    *out = {std::min(a.top, b.top), std::min(a.left, b.left), std::max(a.bottom, b.bottom),
+            std::max(a.right, b.right)};
+  }
+  return !IsNothing(*out);
+}
+
+void M_InsetRect(M_Rect* rect, int16_t dh, int16_t dv) {
+  if (!rect) return;
+  const auto move = [](int16_t& edge, int by) {
+    edge = int16_t(std::clamp(edge + by, -32768, 32767));
+  };
+  move(rect->left, dh);
+  move(rect->right, -dh);
+  move(rect->top, dv);
+  move(rect->bottom, -dv);
+}
+
+U_Err M_PrepareFCMD(int32_t one, int32_t zero1, int32_t zero2, uint8_t** mul, uint8_t** div) {
+  if (const U_Err error = Enter("M_PrepareFCMD", {one, zero1, zero2})) return error;
+  if (mul) *mul = TheTables().mul;
+  if (div) *div = TheTables().div;
+  const std::lock_guard lock(TheState().mutex);
+  ++TheState().byte_tables;
+  return 0;
+}
+
+U_Err M_UnprepareFCMD() {
+  const U_Err error = Enter("M_UnprepareFCMD", {});
+  const std::lock_guard lock(TheState().mutex);
+  --TheState().byte_tables;
+  return error;
+}
+
+U_Err M_PrepareFTrig(int32_t one, int32_t zero1, int32_t zero2, int32_t** sine, int32_t** cosine) {
+  if (const U_Err error = Enter("M_PrepareFTrig", {one, zero1, zero2})) return error;
+  if (sine) *sine = TheTables().sine;
+  if (cosine) *cosine = TheTables().cosine;
+  const std::lock_guard lock(TheState().mutex);
+  ++TheState().trig_tables;
+  return 0;
+}
+
+U_Err M_UnprepareFTrig() {
+  const U_Err error = Enter("M_UnprepareFTrig", {});
+  const std::lock_guard lock(TheState().mutex);
+  --TheState().trig_tables;
+  return error;
+}
+
+U_Err RND_GetPrimeSizedTable(uint32_t** table, int32_t* size) {
+  if (const U_Err error = Enter("RND_GetPrimeSizedTable", {})) return error;
+  static uint32_t words[1009];
+  uint32_t word = 1;
+  for (uint32_t& place : words) place = word = word * 1664525u + 1013904223u;
+  *table = words;
+  *size = 1009;
+  return 0;
+}
+
+// ---- Plug-ins, files, colour, window mode -------------------------------------------------------
+
+U_Err PLUG_InstallScan(int32_t zero, int32_t count, const uint32_t* codes, PLUG_FileProc,
+                       PLUG_FinishProc finish, void* context) {
+  if (!codes || !finish || count < 1) return 3;
+  if (const U_Err error = Enter("PLUG_InstallScan", {zero, count, codes[0], codes[count - 1]})) {
+    return error;
+  }
+  const std::lock_guard lock(TheState().mutex);
+  TheState().scans[{codes, codes + count}] = {finish, context};
+  return 0;
+}
+
+U_Err PLUG_AddSPSuite(int32_t zero1, int32_t zero2, const char* name, int32_t version,
+                      int32_t version_again, int32_t members, const void* table) {
+  if (const U_Err error =
+          Enter("PLUG_AddSPSuite", {zero1, zero2, version, version_again, members}, name)) {
+    return error;
+  }
+  if (!name || !table || version != version_again || members < 1) return 3;
+  const std::lock_guard lock(TheState().mutex);
+  TheState().suites[{name, version}] = {members, table};
+  return 0;
+}
+
+U_Err FILE_AddExtensionMap(const char* extension, uint32_t type, int32_t minus_one) {
+  return Enter("FILE_AddExtensionMap", {type, minus_one}, extension);
+}
+
+U_Err COR_GetQIBAddressProc(COR_AddressProc* out) {
+  if (const U_Err error = Enter("COR_GetQIBAddressProc", {})) return error;
+  *out = [](const char*) -> void* {
+    return nullptr;
+  };
+  return 0;
+}
+
+bool COR_BindClient(COR_AddressProc proc) {
+  const U_Err error = Enter("COR_BindClient", {proc != nullptr});
+  const std::lock_guard lock(TheState().mutex);
+  TheState().client_bound = proc && error == 0;
+  return TheState().client_bound;
+}
+
+void COR_ReleaseClient() {
+  Enter("COR_ReleaseClient", {});
+  const std::lock_guard lock(TheState().mutex);
+  TheState().client_bound = false;
+}
+
+void EMUL_BeginGdiMinimalisticWindowCreationMode() {
+  Enter("EMUL_BeginGdiMinimalisticWindowCreationMode", {});
+  const std::lock_guard lock(TheState().mutex);
+  ++TheState().window_modes;
+}
+
+void EMUL_EndGdiMinimalisticWindowCreationMode() {
+  Enter("EMUL_EndGdiMinimalisticWindowCreationMode", {});
+  const std::lock_guard lock(TheState().mutex);
+  --TheState().window_modes;
+}

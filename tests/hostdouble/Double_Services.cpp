@@ -74,7 +74,7 @@ constinit uint32_t* U_G_CPU_DataP = processor;
 
 void hostdouble::DetectProcessor() {
   std::fill(std::begin(processor), std::end(processor), 0u);
-  const char* limit = std::getenv("HOSTDOUBLE_PROCESSOR");
+  const char* limit = std::getenv("VX_TEST_PROCESSOR");
   if (limit && std::strcmp(limit, "none") == 0) return;
 #if defined(__x86_64__)
   __builtin_cpu_init();

@@ -16,7 +16,7 @@
 // test's own thread.
 //
 // The processor record says what this machine has, unless the environment variable
-// HOSTDOUBLE_PROCESSOR is "none" (no flag), "sse2" (all but the ninth word) or "all" (as detected).
+// VX_TEST_PROCESSOR is "none" (no flag), "sse2" (all but the ninth word) or "all" (as detected).
 
 #include <cstdint>
 #include <functional>

@@ -183,11 +183,9 @@ struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, hasMask, linear> {
     if (mask == nullptr) return VX_ErrBadParameter;
     for (ptrdiff_t i = 0; i < count; ++i) {
       const Work t = V::Scaled(VXp_Load<Pixel>(mask + i).alpha);
-      if (t == Work{0}) continue;
       const Pixel s = VXp_Load<Pixel>(src + i);
       Pixel d = VXp_Load<Pixel>(dst + i);
-      // A mean of two transparent pixels has no weight: the destination stays.
-      if (t != V::T::kFull && s.alpha == 0 && d.alpha == 0) continue;
+      if (!Piece::Mixes(V::Scaled(s.alpha), t, V::Scaled(d.alpha))) continue;
       V::template Apply<true>(s, tables, d,
                               [=](const auto& from, auto& to) { Piece::Mix(from, t, to); });
       VXp_Store(dst + i, d);

@@ -53,9 +53,10 @@ struct VXp_PixelTraits<VX_Pixel16> {
   static constexpr Work kFull = 32768;
   static constexpr Work kHalf = 16384;
 
-  // Rounds with 16383, one below the half.
+  // Rounds with 16383, one below the half. One factor may be negative.
   static constexpr Work Mul(Work a, Work b) {
-    return static_cast<Work>((static_cast<uint32_t>(a) * static_cast<uint32_t>(b) + 16383u) >> 15);
+    const uint32_t t = static_cast<uint32_t>(a) * static_cast<uint32_t>(b) + 16383u;
+    return static_cast<Work>(t) >> 15;
   }
   static constexpr Work Inv(Work a) { return kFull - a; }
   // Truncates, unlike Mul.

@@ -109,7 +109,7 @@ struct VXp_ModeHardLight : VXp_Matted<T, VXp_ModeHardLight<T>, VXp_NeutralGray<T
 template <class T>
 struct VXp_ModeDarken : VXp_Matted<T, VXp_ModeDarken<T>, VXp_NeutralWhite<T>> {
   using Work = typename T::Work;
-  static Work Full(Work s, Work m) { return std::min(s, m); }
+  static Work Full(Work s, Work m) { return s < m ? s : m; }
   static Work Part(Work s, Work m, Work sa) { return s < m ? m - T::Mul(m - s, sa) : m; }
 };
 
@@ -117,7 +117,7 @@ struct VXp_ModeDarken : VXp_Matted<T, VXp_ModeDarken<T>, VXp_NeutralWhite<T>> {
 template <class T>
 struct VXp_ModeLighten : VXp_Matted<T, VXp_ModeLighten<T>, VXp_NeutralBlack<T>> {
   using Work = typename T::Work;
-  static Work Full(Work s, Work m) { return std::max(s, m); }
+  static Work Full(Work s, Work m) { return s > m ? s : m; }
   static Work Part(Work s, Work m, Work sa) { return s > m ? m + T::Mul(s - m, sa) : m; }
 };
 
@@ -125,7 +125,7 @@ struct VXp_ModeLighten : VXp_Matted<T, VXp_ModeLighten<T>, VXp_NeutralBlack<T>> 
 template <class T>
 struct VXp_ModeDifference : VXp_Matted<T, VXp_ModeDifference<T>, VXp_NeutralBlack<T>> {
   using Work = typename T::Work;
-  static Work Full(Work s, Work m) { return s > m ? s - m : m - s; }
+  static Work Full(Work s, Work m) { return std::abs(s - m); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
 };
 

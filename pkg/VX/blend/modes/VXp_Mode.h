@@ -16,6 +16,8 @@
 // scale and A for the union of the alphas.
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 
 #include "frame/VXp_PixelTraits.h"
 

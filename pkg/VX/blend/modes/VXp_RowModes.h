@@ -5,6 +5,8 @@
 // Modes whose row form is more than one pixel at a time, or that have no other: copies, the mix of two
 // images, and dissolve.
 
+#include <type_traits>
+
 #include "blend/modes/VXp_Mode.h"
 
 // Colours copied, alpha becomes the weight.
@@ -35,18 +37,26 @@ template <class T>
 struct VXp_ModeMaskMix {
   using Pixel = typename T::Pixel;
   using Work = typename T::Work;
+  // At 16 bits q reaches 2^30 and the sums 2^45.
+  using Wide = std::conditional_t<T::kDepth == 8, int32_t,
+                                  std::conditional_t<T::kDepth == 16, int64_t, float>>;
 
+  // Whether the pixel changes: a mean of nothing has no weight.
+  static bool Mixes(Work sa, Work t, Work da) {
+    if (t == Work{0} || t == T::kFull) return t != Work{0};
+    return Wide{sa} * t + Wide{T::kFull - t} * da != 0;
+  }
+
+  // For pixels that change.
   static void Mix(const Pixel& s, Work t, Pixel& d) {
     if (t == T::kFull) {
       d = s;
       return;
     }
-    if (t == Work{0}) return;
     if constexpr (VXp_IsFloat<T>) {
       const float a1 = s.alpha * t;
       const float a2 = (1.0f - t) * d.alpha;
       const float q = a1 + a2;
-      if (q == 0.0f) return;
       VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [=](float x, float y) {
         return (x * a1 + y * a2) / q;
       }).StoreTo(d);
@@ -58,12 +68,9 @@ struct VXp_ModeMaskMix {
 
  private:
   static void MixIntegers(const Pixel& s, Work t, Pixel& d) {
-    // At 16 bits q reaches 2^30 and the sums 2^45.
-    using Wide = std::conditional_t<T::kDepth == 8, int32_t, int64_t>;
     const Wide a1 = Wide{s.alpha} * t;
     const Wide a2 = Wide{T::kFull - t} * d.alpha;
     const Wide q = a1 + a2;
-    if (q == 0) return;
     VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [=](Work x, Work y) {
       return static_cast<Work>((x * a1 + y * a2 + (q >> 1)) / q);
     }).StoreTo(d);

@@ -52,7 +52,7 @@ struct VXp_Halves {
 template <class T>
 struct VXp_ModeDifference2 : VXp_ThreeTerm<T, VXp_ModeDifference2<T>> {
   using Work = typename T::Work;
-  static Work B(Work s, Work d) { return s > d ? s - d : d - s; }
+  static Work B(Work s, Work d) { return std::abs(s - d); }
 };
 
 // d / (F - s), 0 for a black destination

@@ -1,0 +1,13 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include <cstdio>
+
+#include "BornEnvironment.h"
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  testing::AddGlobalTestEnvironment(new BornEnvironment);
+  std::printf("random seed: VX_TEST_SEED=%u\n", TestSeed());
+  return RUN_ALL_TESTS();
+}

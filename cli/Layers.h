@@ -1,0 +1,50 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The layers of `vx composite`: options that stand after a --layer belong to it.
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "VX/VX_Transfer.h"
+#include "Values.h"
+
+namespace vxcli {
+
+// The words of one layer, as they were typed.
+struct LayerWords {
+  std::string file, mode = "in-front", opacity = "1", at = "0,0", rect, seed = "0", mask, mask_use;
+  std::string mask_at = "0,0", field = "both";
+  bool keep_alpha = false;
+};
+
+// Declares the options on an app: on the verb's for its help, on one per layer for parsing.
+void AddLayerOptions(CLI::App* app, LayerWords* words);
+
+// Takes the groups that begin with --layer out of the arguments of `vx composite`. Throws UsageError
+// for an option of a layer that stands before any --layer.
+std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* arguments);
+
+struct Layer {
+  std::string file;
+  Mode mode{};
+  float opacity = 1;
+  Point at;
+  std::optional<M_Rect> rect;
+  int32_t seed = 0;
+  bool keep_alpha = false;
+  std::string mask;
+  std::optional<int32_t> mask_use;  // VX_MaskUse_...; without one the mask picture decides
+  Point mask_at;
+  int32_t field = VX_Field_Both;
+};
+
+// Throws UsageError.
+Layer ParseLayer(const std::vector<std::string>& group);
+
+const char* MaskUseName(int32_t use);
+
+}  // namespace vxcli

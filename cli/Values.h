@@ -1,0 +1,55 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The words of a command line as values. Every function throws UsageError with one line that names
+// the option, the word and what would be right; nothing else is accepted, not even a trailing blank.
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "VX/VX_Types.h"
+
+namespace vxcli {
+
+int64_t ParseInteger(const std::string& option, const std::string& word, int64_t least,
+                     int64_t largest);
+
+// Finite numbers only.
+double ParseNumber(const std::string& option, const std::string& word, double least,
+                   double largest);
+
+// "X,Y"
+struct Point {
+  int32_t x = 0, y = 0;
+};
+Point ParsePoint(const std::string& option, const std::string& word, int64_t least,
+                 int64_t largest);
+
+// "L,T,R,B" with R beyond L and B beyond T.
+M_Rect ParseRect(const std::string& option, const std::string& word);
+
+std::vector<std::string> SplitAtCommas(const std::string& word);
+
+// "8", "16" or "32"; "keep" gives 0 where it is allowed.
+enum class Keep { Allowed, Refused };
+int32_t ParseDepth(const std::string& word, Keep keep);
+
+// One of a few words; gives its position.
+int32_t ParseChoice(const std::string& option, const std::string& word,
+                    const std::vector<std::string>& choices);
+
+// --- transfer modes ------------------------------------------------------------------------------
+
+struct Mode {
+  int32_t number;
+  const char* name;
+};
+const std::vector<Mode>& Modes();
+
+// A name or a number. An unknown word gives an error that names the nearest mode and lists them all.
+Mode ParseMode(const std::string& word);
+
+}  // namespace vxcli

@@ -1,0 +1,126 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+// vx fill: a picture of one colour, or an area of a picture painted over.
+
+#include <limits>
+#include <memory>
+
+#include "Console.h"
+#include "Errors.h"
+#include "VX/VX_Fill.h"
+#include "VXIO/VXIO_Picture.h"
+#include "Values.h"
+#include "Verbs.h"
+
+namespace vxcli {
+
+namespace {
+
+struct FillWords {
+  std::string target, color, area, depth, output;
+  bool overwrite = false, no_clobber = false;
+};
+
+// "640x480"; false for anything else.
+bool IsSize(const std::string& word, int32_t* width, int32_t* height) {
+  size_t cross = word.find('x');
+  if (cross == std::string::npos || cross == 0 || cross + 1 == word.size()) return false;
+  std::string first = word.substr(0, cross), second = word.substr(cross + 1);
+  const char* digits = "0123456789";
+  if (first.find_first_not_of(digits) != std::string::npos) return false;
+  if (second.find_first_not_of(digits) != std::string::npos) return false;
+  *width = static_cast<int32_t>(ParseInteger("width", first, 1, 30000));
+  *height = static_cast<int32_t>(ParseInteger("height", second, 1, 30000));
+  return true;
+}
+
+// Four numbers in the scale of the depth.
+template <class Pixel>
+Pixel ParseColor(const std::string& word, int64_t full) {
+  std::vector<std::string> parts = SplitAtCommas(word);
+  if (parts.size() != 4) throw UsageError("--color '" + word + "': must be four numbers A,R,G,B");
+  VX_ChannelOf<Pixel> values[4];
+  for (size_t i = 0; i < 4; ++i) {
+    if constexpr (std::is_floating_point_v<VX_ChannelOf<Pixel>>) {
+      constexpr double limit = std::numeric_limits<float>::max();
+      values[i] = static_cast<float>(ParseNumber("--color", parts[i], -limit, limit));
+    } else {
+      values[i] = static_cast<VX_ChannelOf<Pixel>>(ParseInteger("--color", parts[i], 0, full));
+    }
+  }
+  return {values[0], values[1], values[2], values[3]};
+}
+
+// Paints with the fill of the world's own depth.
+void Paint(const std::string& word, const M_Rect* area, VX_World* world) {
+  switch (world->Depth()) {
+    case 8: {
+      auto color = ParseColor<VX_Pixel8>(word, 255);
+      Check(VX_Fill(nullptr, &color, area, world), "fill");
+      break;
+    }
+    case 16: {
+      auto color = ParseColor<VX_Pixel16>(word, 32768);
+      Check(VX_Fill16(nullptr, &color, area, world), "fill");
+      break;
+    }
+    default: {
+      auto color = ParseColor<VX_PixelFloat>(word, 1);
+      Check(VX_FillFloat(nullptr, &color, area, world), "fill");
+      break;
+    }
+  }
+}
+
+int Run(const FillWords& words) {
+  int32_t width = 0, height = 0;
+  const bool fresh = IsSize(words.target, &width, &height);
+  int32_t depth = words.depth.empty() ? (fresh ? 8 : 0) : ParseDepth(words.depth, Keep::Refused);
+  M_Rect area{};
+  if (!words.area.empty()) area = ParseRect("--area", words.area);
+  VXIO_WriteOptions options;
+  options.clobber = words.no_clobber ? VXIO_Clobber::Refuse : VXIO_Clobber::Overwrite;
+  VXIO_CheckOutput(words.output, options.clobber);
+  VXIO_WorldPtr world;
+  if (fresh) {
+    world.reset(VX_World::New(width, height, static_cast<int16_t>(depth), VX_WorldFlag_Clear));
+    if (!world) throw VX_Err{VX_ErrOutOfMemory};
+  } else {
+    VXIO_Picture picture = VXIO_Read(words.target, depth);
+    Warn(picture.warnings);
+    options.metadata = picture.metadata;
+    options.keep_alpha = picture.has_alpha;
+    world = std::move(picture.world);
+  }
+  Paint(words.color, words.area.empty() ? nullptr : &area, world.get());
+  Warn(VXIO_Write(words.output, *world, options));
+  return kDone;
+}
+
+}  // namespace
+
+Verb AddFill(CLI::App* root) {
+  auto words = std::make_shared<FillWords>();
+  CLI::App* app = root->add_subcommand("fill", "Make a picture of one colour, or paint an area of one");
+  app->add_option("TARGET", words->target,
+                  "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE")
+      ->required();
+  app->add_option("--color", words->color,
+                  "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at "
+                  "16, any number at 32 (1 is full); stored as it is, not blended")
+      ->type_name("A,R,G,B")
+      ->required();
+  app->add_option("--area", words->area, "Paint only this area [all]")->type_name("L,T,R,B");
+  app->add_option("--depth", words->depth,
+                  "8, 16 or 32 bits a channel [8 for a new picture, else that of the file]")
+      ->type_name("BITS");
+  app->add_option("-o,--output", words->output, "Picture to write; the extension decides the format")
+      ->type_name("OUT")
+      ->required();
+  auto* overwrite = app->add_flag("--overwrite", words->overwrite, "Replace OUT when it exists [yes]");
+  app->add_flag("--no-clobber", words->no_clobber, "Refuse when OUT exists")->excludes(overwrite);
+  app->footer("Example:\n  vx fill 640x480 --color 32768,16384,0,0 --depth 16 -o red.png");
+  return {app, [words] { return Run(*words); }};
+}
+
+}  // namespace vxcli

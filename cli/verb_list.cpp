@@ -1,0 +1,135 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+// vx list: what this build knows.
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include "Console.h"
+#include "Errors.h"
+#include "Package.h"
+#include "VX/VX_OverrideTable.h"
+#include "VX/VX_Transfer.h"
+#include "VXIO/VXIO_Picture.h"
+#include "Values.h"
+#include "Verbs.h"
+
+namespace vxcli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const char* AlphaName(VXIO_AlphaKind alpha) {
+  if (alpha == VXIO_AlphaKind::None) return "none";
+  return alpha == VXIO_AlphaKind::Straight ? "straight" : "premultiplied";
+}
+
+Json ListModes() {
+  Json rows = Json::array();
+  for (const Mode& mode : Modes()) {
+    rows.push_back({{"number", mode.number}, {"name", mode.name}});
+  }
+  return rows;
+}
+
+Json ListSlots() {
+  static const char* const kStates[] = {"empty", "built in", "not built yet", "replaced"};
+  Json rows = Json::array();
+  for (int32_t i = 0; i < VX_OverrideSlotCount; ++i) {
+    VX_SlotDescription slot{};
+    Check(VX_DescribeSlot(i, &slot), "list slots");
+    rows.push_back({{"number", slot.number},
+                    {"name", slot.name ? slot.name : "-"},
+                    {"state", kStates[slot.state]}});
+  }
+  return rows;
+}
+
+Json ListFormats() {
+  Json rows = Json::array();
+  for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {
+    rows.push_back({{"name", format.name},
+                    {"extensions", format.extensions},
+                    {"depths", format.depths},
+                    {"alpha", AlphaName(format.alpha)},
+                    {"profile", format.profile}});
+  }
+  return rows;
+}
+
+Json ListProcessors() {
+  Json rows = Json::array();
+  for (const ProcessorLevel& level : ProcessorLevels()) {
+    rows.push_back({{"option", level.option},
+                    {"name", level.name},
+                    {"available", level.available},
+                    {"in_use", level.in_use}});
+  }
+  return rows;
+}
+
+std::string Cell(const Json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
+  if (!value.is_array()) return value.dump();
+  std::string text;
+  for (const Json& entry : value) text += (text.empty() ? "" : " ") + Cell(entry);
+  return text;
+}
+
+void PrintTable(const Json& rows) {
+  std::vector<std::vector<std::string>> lines(1);
+  for (const auto& [key, value] : rows[0].items()) {
+    std::string title = key;
+    std::replace(title.begin(), title.end(), '_', ' ');
+    lines[0].push_back(title);
+  }
+  for (const Json& row : rows) {
+    lines.emplace_back();
+    for (const auto& [key, value] : row.items()) lines.back().push_back(Cell(value));
+  }
+  std::vector<size_t> widths(lines[0].size());
+  for (const auto& line : lines) {
+    for (size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+  }
+  for (const auto& line : lines) {
+    std::string text;
+    for (size_t i = 0; i < line.size(); ++i) {
+      text += line[i];
+      if (i + 1 < line.size()) text += std::string(widths[i] + 2 - line[i].size(), ' ');
+    }
+    std::cout << text << '\n';
+  }
+}
+
+int Run(const std::string& what, bool json) {
+  static Json (*const kLists[])() = {ListModes, ListSlots, ListFormats, ListProcessors};
+  int32_t choice = ParseChoice("list", what, {"modes", "slots", "formats", "processors"});
+  Json rows = kLists[choice]();
+  if (json) {
+    PrintJson(rows);
+  } else {
+    PrintTable(rows);
+  }
+  return kDone;
+}
+
+}  // namespace
+
+Verb AddList(CLI::App* root) {
+  auto what = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  CLI::App* app = root->add_subcommand("list", "Show what this build knows");
+  app->add_option("WHAT", *what,
+                  "modes: transfer modes; slots: replaceable routines and which are built; formats: "
+                  "picture files; processors: levels of vector code and which is in use")
+      ->required();
+  app->add_flag("--json", *json, "Print JSON");
+  app->footer("Example:\n  vx list modes --json");
+  return {app, [what, json] { return Run(*what, *json); }};
+}
+
+}  // namespace vxcli

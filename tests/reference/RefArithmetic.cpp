@@ -30,12 +30,8 @@ int64_t Scaled(float v, double full) {
 
 }  // namespace
 
-uint8_t UnitTo8(float v) {
-  return static_cast<uint8_t>(Scaled(v, 255.0));
-}
-uint16_t UnitTo16(float v) {
-  return static_cast<uint16_t>(Scaled(v, 32768.0));
-}
+uint8_t UnitTo8(float v) { return static_cast<uint8_t>(Scaled(v, 255.0)); }
+uint16_t UnitTo16(float v) { return static_cast<uint16_t>(Scaled(v, 32768.0)); }
 
 uint32_t Random(uint32_t* state) {
   const uint32_t q = *state / 44488u;

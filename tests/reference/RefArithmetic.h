@@ -24,12 +24,8 @@ Wide Max(Wide a, Wide b) {
 }
 
 // Alpha and weights between the integer depths.
-inline int64_t AlphaTo16(int64_t a8) {
-  return (a8 * 8421504 + 33200) >> 16;
-}
-inline int64_t AlphaTo8(int64_t a16) {
-  return (a16 * 255 + 16384) >> 15;
-}
+inline int64_t AlphaTo16(int64_t a8) { return (a8 * 8421504 + 33200) >> 16; }
+inline int64_t AlphaTo8(int64_t a16) { return (a16 * 255 + 16384) >> 15; }
 
 // A value 0..1 to a depth, limited to the scale at integer depths; not a number gives 0.
 uint8_t UnitTo8(float v);

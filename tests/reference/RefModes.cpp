@@ -20,18 +20,14 @@ Neutral NeutralOf(int mode) {
     case VX_Xfer_Lighten:
     case VX_Xfer_Difference:
     case VX_Xfer_Dodge:
-    case VX_Xfer_Exclusion:
-      return Neutral::Black;
+    case VX_Xfer_Exclusion: return Neutral::Black;
     case VX_Xfer_Multiply:
     case VX_Xfer_Darken:
-    case VX_Xfer_Burn:
-      return Neutral::White;
+    case VX_Xfer_Burn: return Neutral::White;
     case VX_Xfer_Overlay:
     case VX_Xfer_SoftLight:
-    case VX_Xfer_HardLight:
-      return Neutral::Gray;
-    default:
-      return Neutral::None;
+    case VX_Xfer_HardLight: return Neutral::Gray;
+    default: return Neutral::None;
   }
 }
 
@@ -45,15 +41,12 @@ template <class D>
 typename D::Wide Matte(Neutral neutral, typename D::Wide d, typename D::Wide da) {
   if (!(da < D::full)) return d;
   switch (neutral) {
-    case Neutral::Black:
-      return D::Mul(d, da);
-    case Neutral::White:
-      return D::Inv(D::Mul(D::Inv(d), da));
+    case Neutral::Black: return D::Mul(d, da);
+    case Neutral::White: return D::Inv(D::Mul(D::Inv(d), da));
     case Neutral::Gray:
       if (d < D::half) return d + D::Mul(D::half - d, D::Inv(da));
       return D::Mul(d - D::half, da) + D::half;
-    case Neutral::None:
-      break;
+    case Neutral::None: break;
   }
   return d;
 }
@@ -63,10 +56,8 @@ typename D::Wide Unmatte(Neutral neutral, typename D::Wide r, typename D::Wide a
   using Wide = typename D::Wide;
   if (!(a < D::full)) return r;
   switch (neutral) {
-    case Neutral::Black:
-      return D::Div(r, a);
-    case Neutral::White:
-      return D::Inv(D::Div(D::Inv(r), a));
+    case Neutral::Black: return D::Div(r, a);
+    case Neutral::White: return D::Inv(D::Div(D::Inv(r), a));
     case Neutral::Gray: {
       if (r < D::half) {
         const Wide t = D::Div(D::half - r, a);
@@ -75,8 +66,7 @@ typename D::Wide Unmatte(Neutral neutral, typename D::Wide r, typename D::Wide a
       const Wide t = D::Div(r - D::half, a);
       return t < D::half ? t + D::half : D::full;
     }
-    case Neutral::None:
-      break;
+    case Neutral::None: break;
   }
   return r;
 }
@@ -89,12 +79,9 @@ typename D::Wide OpaqueMattedColor(int mode, typename D::Wide s, typename D::Wid
   using Wide = typename D::Wide;
   const Wide u = D::DoubledWrapped(s);
   switch (mode) {
-    case VX_Xfer_Add:
-      return D::isFloat ? m + s : Min(m + s, D::full);
-    case VX_Xfer_Multiply:
-      return m - D::Mul(D::Inv(s), m);
-    case VX_Xfer_Screen:
-      return D::Inv(D::Mul(D::Inv(s), D::Inv(m)));
+    case VX_Xfer_Add: return D::isFloat ? m + s : Min(m + s, D::full);
+    case VX_Xfer_Multiply: return m - D::Mul(D::Inv(s), m);
+    case VX_Xfer_Screen: return D::Inv(D::Mul(D::Inv(s), D::Inv(m)));
     case VX_Xfer_Overlay:
       if (m < D::half) return overlay == Overlay::OfRow ? D::Mul(2 * m, s) : 2 * D::Mul(s, m);
       return D::Inv(D::Mul(D::Inv(s), 2 * D::Inv(m)));
@@ -104,16 +91,11 @@ typename D::Wide OpaqueMattedColor(int mode, typename D::Wide s, typename D::Wid
     case VX_Xfer_HardLight:
       if (s >= D::half) return m + D::Mul(D::Inv(m), u);
       return m - D::Mul(D::Inv(u), m);
-    case VX_Xfer_Darken:
-      return Min(s, m);
-    case VX_Xfer_Lighten:
-      return Max(s, m);
-    case VX_Xfer_Difference:
-      return std::abs(s - m);
-    case VX_Xfer_Dodge:
-      return D::Quotient(m, D::Inv(s));
-    case VX_Xfer_Burn:
-      return D::Inv(D::Quotient(D::Inv(m), s));
+    case VX_Xfer_Darken: return Min(s, m);
+    case VX_Xfer_Lighten: return Max(s, m);
+    case VX_Xfer_Difference: return std::abs(s - m);
+    case VX_Xfer_Dodge: return D::Quotient(m, D::Inv(s));
+    case VX_Xfer_Burn: return D::Inv(D::Quotient(D::Inv(m), s));
     default:  // exclusion
       return s + m - 2 * D::Mul(s, m);
   }
@@ -129,28 +111,20 @@ typename D::Wide PartialMattedColor(int mode, typename D::Wide s, typename D::Wi
       const Wide sum = m + D::Mul(s, sa);
       return D::isFloat ? sum : Min(sum, D::full);
     }
-    case VX_Xfer_Multiply:
-      return m - D::Mul(D::Mul(D::Inv(s), m), sa);
-    case VX_Xfer_Screen:
-      return D::Inv(D::Mul(D::Inv(D::Mul(s, sa)), D::Inv(m)));
-    case VX_Xfer_Overlay:
-      return D::Lerp(m, OpaqueMattedColor<D>(mode, s, m, overlay), sa);
+    case VX_Xfer_Multiply: return m - D::Mul(D::Mul(D::Inv(s), m), sa);
+    case VX_Xfer_Screen: return D::Inv(D::Mul(D::Inv(D::Mul(s, sa)), D::Inv(m)));
+    case VX_Xfer_Overlay: return D::Lerp(m, OpaqueMattedColor<D>(mode, s, m, overlay), sa);
     case VX_Xfer_SoftLight:
       if (s >= D::half) return m + D::Mul(D::Mul(u, D::SoftLight(Curve::Up, m)), sa);
       return m - D::Mul(D::Mul(D::Inv(u), D::SoftLight(Curve::Down, m)), sa);
     case VX_Xfer_HardLight:
       if (s >= D::half) return m + D::Mul(D::Mul(D::Inv(m), u), sa);
       return m - D::Mul(D::Mul(D::Inv(u), m), sa);
-    case VX_Xfer_Darken:
-      return s < m ? m - D::Mul(m - s, sa) : m;
-    case VX_Xfer_Lighten:
-      return s > m ? m + D::Mul(s - m, sa) : m;
-    case VX_Xfer_Difference:
-      return std::abs(D::Mul(s, sa) - m);
-    case VX_Xfer_Dodge:
-      return D::Quotient(m, D::Inv(D::Mul(s, sa)));
-    case VX_Xfer_Burn:
-      return D::Inv(D::Quotient(D::Inv(m), D::Inv(D::Mul(D::Inv(s), sa))));
+    case VX_Xfer_Darken: return s < m ? m - D::Mul(m - s, sa) : m;
+    case VX_Xfer_Lighten: return s > m ? m + D::Mul(s - m, sa) : m;
+    case VX_Xfer_Difference: return std::abs(D::Mul(s, sa) - m);
+    case VX_Xfer_Dodge: return D::Quotient(m, D::Inv(D::Mul(s, sa)));
+    case VX_Xfer_Burn: return D::Inv(D::Quotient(D::Inv(m), D::Inv(D::Mul(D::Inv(s), sa))));
     default: {  // exclusion
       const Wide t = D::Mul(s, m);
       return m + D::Mul(s - t - t, sa);
@@ -189,9 +163,7 @@ int64_t LinearLight(int64_t s, int64_t d, int64_t full) {
   const int64_t v = d + 2 * s - (full == 255 ? 256 : 32768);
   return v < 0 ? 0 : v > full ? full : v;
 }
-float LinearLight(float s, float d, float /*full*/) {
-  return d + 2.0f * s - 1.0f;
-}
+float LinearLight(float s, float d, float /*full*/) { return d + 2.0f * s - 1.0f; }
 
 int64_t HardMix(int64_t s, int64_t d, int64_t full) {
   const int64_t t = full == 255 ? Depth8::Mul(255 - s, 254) : ((32768 - s) * 32767 + 16384) >> 15;
@@ -228,24 +200,15 @@ template <class D>
 typename D::Wide ThreeTermColor(int mode, typename D::Wide s, typename D::Wide d) {
   using Wide = typename D::Wide;
   switch (mode) {
-    case VX_Xfer_Difference2:
-      return std::abs(s - d);
-    case VX_Xfer_Dodge2:
-      return d == 0 ? Wide{0} : D::Quotient(d, D::Inv(s));
-    case VX_Xfer_Burn2:
-      return s == 0 && d == D::full ? d : D::Inv(D::Quotient(D::Inv(d), s));
-    case VX_Xfer_LinearDodge:
-      return D::isFloat ? s + d : Min(s + d, D::full);
-    case VX_Xfer_LinearBurn:
-      return Max(s + d - D::full, Wide{0});
-    case VX_Xfer_LinearLight:
-      return LinearLight(s, d, D::full);
-    case VX_Xfer_VividLight:
-      return VividLight<D>(s, d);
-    case VX_Xfer_PinLight:
-      return PinLight<D>(s, d);
-    default:
-      return HardMix(s, d, D::full);
+    case VX_Xfer_Difference2: return std::abs(s - d);
+    case VX_Xfer_Dodge2: return d == 0 ? Wide{0} : D::Quotient(d, D::Inv(s));
+    case VX_Xfer_Burn2: return s == 0 && d == D::full ? d : D::Inv(D::Quotient(D::Inv(d), s));
+    case VX_Xfer_LinearDodge: return D::isFloat ? s + d : Min(s + d, D::full);
+    case VX_Xfer_LinearBurn: return Max(s + d - D::full, Wide{0});
+    case VX_Xfer_LinearLight: return LinearLight(s, d, D::full);
+    case VX_Xfer_VividLight: return VividLight<D>(s, d);
+    case VX_Xfer_PinLight: return PinLight<D>(s, d);
+    default: return HardMix(s, d, D::full);
   }
 }
 
@@ -399,9 +362,7 @@ void BlendAlphaAdd(const WidePixel<D>& s, typename D::Wide sa, WidePixel<D>* d) 
   d->alpha = sum >= D::full ? D::full : sum;
 }
 
-int64_t ClampUnit(int64_t a) {
-  return a;
-}
+int64_t ClampUnit(int64_t a) { return a; }
 float ClampUnit(float a) {
   if (a >= 1.0f) return 1.0f;
   if (a <= 1e-30f) return 0.0f;
@@ -412,14 +373,10 @@ template <class D>
 typename D::Wide AlphaOnly(int mode, const WidePixel<D>& s, typename D::Wide sa,
                            typename D::Wide da) {
   switch (mode) {
-    case VX_Xfer_StencilAlpha:
-      return D::Mul(da, sa);
-    case VX_Xfer_StencilLuma:
-      return ClampUnit(D::Mul(da, D::Mul(sa, D::Luma(s.c))));
-    case VX_Xfer_SilhouetteAlpha:
-      return D::Mul(da, D::Inv(sa));
-    default:
-      return ClampUnit(D::Mul(da, D::Inv(D::Mul(sa, D::Luma(s.c)))));
+    case VX_Xfer_StencilAlpha: return D::Mul(da, sa);
+    case VX_Xfer_StencilLuma: return ClampUnit(D::Mul(da, D::Mul(sa, D::Luma(s.c))));
+    case VX_Xfer_SilhouetteAlpha: return D::Mul(da, D::Inv(sa));
+    default: return ClampUnit(D::Mul(da, D::Inv(D::Mul(sa, D::Luma(s.c)))));
   }
 }
 
@@ -437,16 +394,11 @@ void BlendPixel(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePixel<
     return;
   }
   switch (mode) {
-    case VX_Xfer_Copy:
-      return CopyWith(sa, s, d);
-    case VX_Xfer_Behind:
-      return BlendBehind(s, sa, d);
-    case VX_Xfer_InFront:
-      return BlendInFront(s, sa, d);
-    case VX_Xfer_PremulOver:
-      return BlendPremulOver(s, sa, d);
-    case VX_Xfer_AlphaAdd:
-      return BlendAlphaAdd(s, sa, d);
+    case VX_Xfer_Copy: return CopyWith(sa, s, d);
+    case VX_Xfer_Behind: return BlendBehind(s, sa, d);
+    case VX_Xfer_InFront: return BlendInFront(s, sa, d);
+    case VX_Xfer_PremulOver: return BlendPremulOver(s, sa, d);
+    case VX_Xfer_AlphaAdd: return BlendAlphaAdd(s, sa, d);
     case VX_Xfer_Hue:
     case VX_Xfer_Saturation:
     case VX_Xfer_Color:

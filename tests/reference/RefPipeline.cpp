@@ -28,8 +28,7 @@ Plan PlanOf(int mode) {
     case VX_Xfer_Color:
     case VX_Xfer_Luminosity:
     case VX_Xfer_LighterColor:
-    case VX_Xfer_DarkerColor:
-      return {.keeps_alpha = true, .behind_first = true, .matted = false};
+    case VX_Xfer_DarkerColor: return {.keeps_alpha = true, .behind_first = true, .matted = false};
     default:
       return {
           .keeps_alpha = true, .behind_first = false, .matted = NeutralOf(mode) != Neutral::None};

@@ -42,16 +42,12 @@ typename D::Wide Weight(const RowOptions<typename D::Wide>& options, typename D:
 int64_t MixedAlpha(int64_t q, int64_t full) {
   return full == 255 ? (q + 128) / 255 : (q + 16384) >> 15;
 }
-float MixedAlpha(float q, float /*full*/) {
-  return q;
-}
+float MixedAlpha(float q, float /*full*/) { return q; }
 
 int64_t MixedColor(int64_t s, int64_t a1, int64_t d, int64_t a2, int64_t q) {
   return (s * a1 + d * a2 + (q >> 1)) / q;
 }
-float MixedColor(float s, float a1, float d, float a2, float q) {
-  return (s * a1 + d * a2) / q;
-}
+float MixedColor(float s, float a1, float d, float a2, float q) { return (s * a1 + d * a2) / q; }
 
 // False when the destination stays.
 template <class D>
@@ -132,20 +128,14 @@ Written ScanPixel(const RowOptions<typename D::Wide>& options, bool own_multiply
       *d = s;
       d->alpha = w;
       return {true, !options.keep_alpha};
-    case VX_Xfer_Behind:
-      return Behind(options, s, w, d);
+    case VX_Xfer_Behind: return Behind(options, s, w, d);
     case VX_Xfer_Hue:
     case VX_Xfer_Saturation:
     case VX_Xfer_Color:
-    case VX_Xfer_Luminosity:
-      MixNonSeparable(mode, s, w, d);
-      return {true, false};
+    case VX_Xfer_Luminosity: MixNonSeparable(mode, s, w, d); return {true, false};
     case VX_Xfer_LighterColor:
-    case VX_Xfer_DarkerColor:
-      MixBrighterOrDarker(mode, s, w, d);
-      return {true, false};
-    default:
-      break;
+    case VX_Xfer_DarkerColor: MixBrighterOrDarker(mode, s, w, d); return {true, false};
+    default: break;
   }
   if (mode == VX_Xfer_Multiply && own_multiply) {
     MultiplyMasked(s, w, d);

@@ -18,9 +18,7 @@ struct Rect {
 Rect Common(const Rect& a, const Rect& b) {
   return {Max(a.left, b.left), Max(a.top, b.top), Min(a.right, b.right), Min(a.bottom, b.bottom)};
 }
-bool IsEmpty(const Rect& r) {
-  return r.left >= r.right || r.top >= r.bottom;
-}
+bool IsEmpty(const Rect& r) { return r.left >= r.right || r.top >= r.bottom; }
 Rect Bounds(const Image& image, int64_t left, int64_t top) {
   return {left, top, left + image.width, top + image.height};
 }
@@ -30,15 +28,9 @@ Pixel* At(const Image& image, int64_t column, int64_t row) {
   return reinterpret_cast<Pixel*>(image.data + row * image.rowbytes) + column;
 }
 
-uint8_t Opacity(float opacity, const VX_Pixel8*) {
-  return UnitTo8(opacity);
-}
-uint16_t Opacity(float opacity, const VX_Pixel16*) {
-  return UnitTo16(opacity);
-}
-float Opacity(float opacity, const VX_PixelFloat*) {
-  return opacity;
-}
+uint8_t Opacity(float opacity, const VX_Pixel8*) { return UnitTo8(opacity); }
+uint16_t Opacity(float opacity, const VX_Pixel16*) { return UnitTo16(opacity); }
+float Opacity(float opacity, const VX_PixelFloat*) { return opacity; }
 
 template <class Pixel>
 VX_ChannelOf<Pixel> MaskValue(const Pixel& p, int32_t what) {

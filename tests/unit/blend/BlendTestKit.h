@@ -17,6 +17,7 @@
 #include "../../reference/RefTables.h"
 #include "../BornEnvironment.h"
 #include "VX/VX_Blend.h"
+#include "host/VXHost.h"
 
 // --- depths and modes ----------------------------------------------------------------------------
 
@@ -97,12 +98,9 @@ class Operands {
     if constexpr (kDepth<Pixel> == 32) {
       const float unit = static_cast<float>(random_() >> 8) / 16777216.0f;
       switch (Below(4)) {
-        case 0:
-          return unit * 3.0f - 1.0f;
-        case 1:
-          return static_cast<float>(Below(256)) / 255.0f;
-        default:
-          return unit;
+        case 0: return unit * 3.0f - 1.0f;
+        case 1: return static_cast<float>(Below(256)) / 255.0f;
+        default: return unit;
       }
     } else {
       return static_cast<Channel>(Below(kFull<Pixel> + 1));
@@ -114,15 +112,9 @@ class Operands {
   Pixel AnyPixel() {
     Pixel p = {Any(), Any(), Any(), Any()};
     switch (Below(12)) {
-      case 0:
-        p.alpha = 0;
-        break;
-      case 1:
-        p.alpha = kFull<Pixel>;
-        break;
-      case 2:
-        p.green = p.blue = p.red;
-        break;
+      case 0: p.alpha = 0; break;
+      case 1: p.alpha = kFull<Pixel>; break;
+      case 2: p.green = p.blue = p.red; break;
     }
     return p;
   }
@@ -157,12 +149,8 @@ inline const std::vector<VX_LinearBlendingTables>& LinearTables() {
 
 // --- comparison ----------------------------------------------------------------------------------
 
-inline bool SameBits(uint8_t a, uint8_t b) {
-  return a == b;
-}
-inline bool SameBits(uint16_t a, uint16_t b) {
-  return a == b;
-}
+inline bool SameBits(uint8_t a, uint8_t b) { return a == b; }
+inline bool SameBits(uint16_t a, uint16_t b) { return a == b; }
 // Which NaN comes out of a sum of two depends on the order in which the compiler puts the operands,
 // so any NaN is as good as any other.
 inline bool SameBits(float a, float b) {
@@ -180,12 +168,8 @@ inline std::string Text(float v) {
   std::snprintf(text, sizeof text, "%.9g", static_cast<double>(v));
   return text;
 }
-inline std::string Text(uint16_t v) {
-  return std::to_string(v);
-}
-inline std::string Text(uint8_t v) {
-  return std::to_string(v);
-}
+inline std::string Text(uint16_t v) { return std::to_string(v); }
+inline std::string Text(uint8_t v) { return std::to_string(v); }
 template <class Pixel>
 std::string Text(const Pixel& p) {
   return "{" + Text(p.alpha) + ", " + Text(p.red) + ", " + Text(p.green) + ", " + Text(p.blue) +
@@ -199,4 +183,11 @@ int FirstDifference(const std::vector<Pixel>& a, const std::vector<Pixel>& b) {
     if (!SamePixel(a[i], b[i])) return static_cast<int>(i);
   }
   return -1;
+}
+
+// The texts of the reports since the last call.
+inline std::vector<std::string> TakeReportTexts() {
+  std::vector<std::string> texts;
+  for (const VXHost_Report& report : VXHost_TakeReports()) texts.push_back(report.text);
+  return texts;
 }

@@ -1,0 +1,189 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The override table, the string table and the callback block, in a born package.
+
+#include "frame/VXp_OverrideTable.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <set>
+#include <string>
+
+#include "VX/VX_CallbackBlock.h"
+#include "VX/VX_Fill.h"
+#include "VX/VX_Package.h"
+#include "VX/VX_Premul.h"
+#include "frame/VXp_NotBuilt.h"
+#include "host/VXHost.h"
+
+namespace {
+
+// Puts the table back after each test. The program's environment has born the package.
+class VXpOverrideTable : public testing::Test {
+ protected:
+  VXpOverrideTable() {
+    std::memcpy(&saved_, &VXp_G_OverFuncs, sizeof saved_);
+    VXHost_TakeReports();
+  }
+  ~VXpOverrideTable() override {
+    std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &saved_, sizeof saved_);
+  }
+
+  static int32_t State(int32_t slot) {
+    VX_SlotDescription description{};
+    EXPECT_EQ(VX_DescribeSlot(slot, &description), 0) << slot;
+    EXPECT_EQ(description.number, slot);
+    return description.state;
+  }
+  static void ExpectOneReport(uint32_t check, int32_t severity, const std::string& text) {
+    const auto reports = VXHost_TakeReports();
+    ASSERT_EQ(reports.size(), 1u) << text;
+    EXPECT_EQ(reports[0].check, check);
+    EXPECT_EQ(reports[0].severity, severity);
+    EXPECT_EQ(reports[0].text, text);
+  }
+
+ private:
+  unsigned char saved_[sizeof(VXp_OverrideTable)];
+};
+
+VX_Err Replacement(int32_t, void*, VX_GenericFunc) { return 1234; }
+void* const kReplacement = reinterpret_cast<void*>(&Replacement);
+
+TEST_F(VXpOverrideTable, AfterBirthTheListedSlotsAndNoOthersAreFilled) {
+  const std::set<int32_t> empty = {0,  1,  11, 12, 13, 14, 15, 16, 29, 30, 33,
+                                   34, 49, 50, 59, 66, 67, 69, 79, 80, 90, 91};
+  int32_t filled = 0;
+  for (int32_t slot = 0; slot < 118; ++slot) {
+    VX_SlotDescription description{};
+    ASSERT_EQ(VX_DescribeSlot(slot, &description), 0);
+    const bool listed = empty.count(slot) == 0;
+    EXPECT_EQ(VXp_ReadSlot(VXp_G_OverFuncs, slot) != nullptr, listed) << slot;
+    EXPECT_EQ(description.name != nullptr, listed) << slot;
+    EXPECT_EQ(description.signature != nullptr, listed) << slot;
+    if (listed) {
+      EXPECT_TRUE(description.state == VX_SlotState_BuiltIn ||
+                  description.state == VX_SlotState_NotBuilt)
+          << slot;
+    } else {
+      EXPECT_EQ(description.state, VX_SlotState_Null) << slot;
+    }
+    filled += listed;
+  }
+  EXPECT_EQ(filled, 96);
+  VX_SlotDescription transfer{};
+  ASSERT_EQ(VX_DescribeSlot(31, &transfer), 0);
+  EXPECT_STREQ(transfer.name, "VX_TransferRect_S");
+  EXPECT_EQ(transfer.state, VX_SlotState_BuiltIn);
+  EXPECT_EQ(VX_DescribeSlot(118, &transfer), 3);
+  EXPECT_EQ(VX_DescribeSlot(-1, &transfer), 3);
+  EXPECT_EQ(VX_DescribeSlot(31, nullptr), 3);
+}
+
+TEST_F(VXpOverrideTable, StandInsNameTheirRoutine) {
+  EXPECT_EQ(VXp_NotBuilt<57>::Call(1, 2, nullptr), 3);
+  ExpectOneReport(0x2503E7, 0, "VX_SubpixelSampleComputeWeight not built yet");
+  EXPECT_EQ(VXp_NotBuilt<82>::Call(1, 8, nullptr, 0, 0, nullptr), 3);
+  ExpectOneReport(0x2503E7, 0, "VX_UnoAccumulateRow not built yet");
+  VXp_OverrideTable table;
+  VXp_FillNotBuilt(table);
+  EXPECT_EQ(table.VX_GetInnerBlendingMaskLinear16(0, nullptr), 3);
+  ExpectOneReport(0x2503E7, 0, "VX_GetInnerBlendingMaskLinear16 not built yet");
+}
+
+TEST_F(VXpOverrideTable, AReplacementIsCalledAndTold) {
+  ASSERT_EQ(VX_SetOverrideFunc(53, kReplacement), 0);
+  EXPECT_EQ(State(53), VX_SlotState_Replaced);
+  EXPECT_EQ(VXp_G_OverFuncs.VX_IterateGeneric_Static(1, nullptr, nullptr), 1234);
+  EXPECT_TRUE(VXHost_TakeReports().empty());
+
+  unsigned char before[sizeof(VXp_OverrideTable)];
+  std::memcpy(before, &VXp_G_OverFuncs, sizeof before);
+  for (const int32_t slot : {-1, 118, 0, 59, 91, INT32_MIN, INT32_MAX}) {
+    EXPECT_EQ(VX_SetOverrideFunc(slot, kReplacement), 3) << slot;
+    EXPECT_EQ(VXHost_TakeReports().size(), 1u) << slot;
+  }
+  EXPECT_EQ(VX_SetOverrideFunc(53, nullptr), 3);
+  EXPECT_EQ(std::memcmp(before, &VXp_G_OverFuncs, sizeof before), 0);
+}
+
+TEST_F(VXpOverrideTable, TheOldWayOfReplacingIsObsolete) {
+  EXPECT_EQ(VX_OverrideStdFuncs(), 515);
+  ExpectOneReport(0x25002F, 8, "Obsolete routine");
+}
+
+TEST_F(VXpOverrideTable, Strings) {
+  EXPECT_EQ(VX_G_zref.self, &VX_G_zref);
+  EXPECT_STREQ(VX_G_zref.package, "VX");
+  ASSERT_EQ(VX_G_zref.count, 21);
+  for (int32_t i = 0; i < VX_G_zref.count; ++i) {
+    char key[32];
+    std::snprintf(key, sizeof key, "$$$/RZ/VX/LStr/%04d=", i);
+    EXPECT_EQ(std::string(VX_G_zref.entries[i].text).rfind(key, 0), 0u) << i;
+  }
+  const std::pair<int32_t, const char*> texts[] = {
+      {0, "invalid callback selector"},
+      {4, "bad parameter passed to effect callback"},
+      {6, "unimplemented blending mode."},
+      {13, "can#{rsquo}t unlock VX Mask Buffer"},
+      {15, "blending scratch buffer"},
+      {17, "out of memory for channel chunk"},
+      {19, "effect plug-in passed invalid world to get_platform_refs"},
+      {20, ""}};
+  for (const auto& [index, text] : texts) {
+    EXPECT_STREQ(U_ZLookupLStrCache(&VX_G_zref, index), text);
+  }
+  EXPECT_EQ(U_ZLookupLStrCache(&VX_G_zref, 21), nullptr);
+}
+
+TEST_F(VXpOverrideTable, CallbacksByQualityAndAlpha) {
+  // The slot that a selector leads to: draft straight, draft premultiplied, high of both.
+  const struct {
+    int32_t selector;
+    int32_t slots[4];
+  } cases[] = {{VX_Callback_Nearest, {2, 2, 2, 2}},    {VX_Callback_Bilinear, {2, 2, 3, 4}},
+               {VX_Callback_Area, {2, 2, 5, 6}},       {VX_Callback_Copy, {23, 23, 24, 25}},
+               {VX_Callback_Composite, {7, 8, 9, 10}}, {VX_Callback_Convolve, {28, 28, 28, 28}},
+               {VX_Callback_Iterate, {42, 42, 42, 42}}};
+  for (const auto& c : cases) {
+    for (int32_t which = 0; which < 4; ++which) {
+      void* routine = nullptr;
+      const int32_t flags = 0x40 | (which % 2 == 0 ? 1 : 0);  // only bit 0 counts
+      EXPECT_EQ(VX_GetCallbackAddr(nullptr, which / 2, flags, c.selector, &routine), 0);
+      EXPECT_EQ(routine, VXp_ReadSlot(VXp_G_OverFuncs, c.slots[which])) << c.selector;
+    }
+  }
+  void* routine = nullptr;
+  EXPECT_EQ(VX_GetCallbackAddr(nullptr, 1, 1, VX_Callback_Fill, &routine), 0);
+  EXPECT_EQ(routine, reinterpret_cast<void*>(&VX_Fill));
+  EXPECT_EQ(VX_GetCallbackAddr(nullptr, 1, 1, VX_Callback_Premultiply, &routine), 0);
+  EXPECT_EQ(routine, reinterpret_cast<void*>(&VX_Premul));
+
+  for (const int32_t selector : {-1, 10, INT32_MAX}) {
+    EXPECT_EQ(VX_GetCallbackAddr(nullptr, 1, 1, selector, &routine), 3);
+    EXPECT_EQ(routine, reinterpret_cast<void*>(&VX_Premul)) << "untouched";
+    ExpectOneReport(0x2503E7, 8, "invalid callback selector");
+  }
+  EXPECT_EQ(VX_GetCallbackAddr(nullptr, 1, 1, VX_Callback_Fill, nullptr), 3);
+}
+
+TEST_F(VXpOverrideTable, TheBlockFollowsSlotsAndQuality) {
+  VX_CallbackBlock block;
+  ASSERT_EQ(VX_GetCallbackBlock(&block), 0);
+  EXPECT_EQ(block.bilinear, VXp_G_OverFuncs.VX_SubpixelSample_Straight);
+  EXPECT_EQ(block.composite, VXp_G_OverFuncs.VX_CompositeRectBest_Straight);
+  for (void* reserved : block.reserved) EXPECT_EQ(reserved, nullptr);
+
+  VXp_G_OverFuncs.VX_NNSample = [](auto...) -> VX_Err { return 77; };
+  ASSERT_EQ(VX_SetCallbackBlockQuality(&block, VX_Quality_Draft), 0);
+  EXPECT_EQ(block.bilinear(nullptr, 0, 0, nullptr, nullptr), 77);
+  EXPECT_EQ(block.copy, VXp_G_OverFuncs.VX_CopyBits_Draft_Static);
+  EXPECT_EQ(block.composite, VXp_G_OverFuncs.VX_CompositeRectDraft_Straight);
+  EXPECT_EQ(VX_GetCallbackBlock(nullptr), 3);
+  EXPECT_EQ(VX_SetCallbackBlockQuality(nullptr, 0), 3);
+}
+
+}  // namespace

@@ -4,10 +4,10 @@
 
 // Painting a rectangle of a world with one colour.
 //
-// Common to all: the first argument is not read; a null area is the whole world; an area given upside
-// down is turned over, then clipped. 0, or 3 for a world without pixels (reported) or of unknown
-// depth. Nothing is blended: alpha is stored like the other channels. Fills poll no progress.
-// Safe on several threads for different worlds.
+// Common to all: the first argument is not read; a null area is the whole world; an area given
+// upside down is turned over, then clipped. 0, or 3 for a world without pixels (reported) or of
+// unknown depth. Nothing is blended: alpha is stored like the other channels. Fills poll no
+// progress. Safe on several threads for different worlds.
 
 #include "VX/VX_Types.h"
 

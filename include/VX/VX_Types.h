@@ -13,26 +13,27 @@
 
 class VX_World;
 
-// A result code. 0 is success; see VX.h for the list. C++ entries that throw throw exactly this type by value.
+// A result code. 0 is success; see VX.h for the list. C++ entries that throw throw exactly this
+// type by value.
 using VX_Err = int32_t;
 
 enum : VX_Err {
   VX_Ok = 0,
-  VX_ErrColorEngine = 1,       // the colour engine could not be bound
-  VX_ErrBadParameter = 3,      // bad argument or failed internal check
+  VX_ErrColorEngine = 1,   // the colour engine could not be bound
+  VX_ErrBadParameter = 3,  // bad argument or failed internal check
   VX_ErrOutOfMemory = 4,
-  VX_ErrUnsupported = 5,       // unsupported conversion or unknown mode
-  VX_ErrVersion = 7,           // caller and library were built against different headers
-  VX_ErrNoBMWorld = 513,       // the world is not backed by a host bitmap
-  VX_ErrObsolete = 515,        // obsolete routine
-  VX_ErrReported = 516,        // a message has already been shown
-  VX_ErrStopped = 517,         // the user asked to stop
+  VX_ErrUnsupported = 5,  // unsupported conversion or unknown mode
+  VX_ErrVersion = 7,      // caller and library were built against different headers
+  VX_ErrNoBMWorld = 513,  // the world is not backed by a host bitmap
+  VX_ErrObsolete = 515,   // obsolete routine
+  VX_ErrReported = 516,   // a message has already been shown
+  VX_ErrStopped = 517,    // the user asked to stop
 };
 
 // --- pixels --------------------------------------------------------------------------------------
 //
-// Alpha comes first in memory. Colour is straight: not multiplied by alpha. The types are exported so
-// that the classes made from them are.
+// Alpha comes first in memory. Colour is straight: not multiplied by alpha. The types are exported
+// so that the classes made from them are.
 
 struct VX_API VX_Pixel8 {  // 0..255
   uint8_t alpha, red, green, blue;
@@ -57,7 +58,8 @@ using VX_ChannelOf = decltype(Pixel::alpha);
 // A position or step with 16 fraction bits: 65536 is 1.0.
 using VX_Fixed = int32_t;
 
-// Four-character pixel format codes, compared as little-endian words: the bytes "argb", "rz16", "rz32".
+// Four-character pixel format codes, compared as little-endian words: the bytes "argb", "rz16",
+// "rz32".
 using VX_PixelFormat = uint32_t;
 enum : VX_PixelFormat {
   VX_PixelFormat_8 = 0x62677261,
@@ -68,23 +70,23 @@ enum : VX_PixelFormat {
 // --- the plain image descriptor ------------------------------------------------------------------
 
 // What plug-ins hold and fill; also called VX_EffectWorld. The order of the fields is an interface.
-// A descriptor with a null world_object only describes memory: its depth is the code in the top byte
-// of world_flags (0, 1, 2 for 8, 16, 32 bits a channel).
+// A descriptor with a null world_object only describes memory: its depth is the code in the top
+// byte of world_flags (0, 1, 2 for 8, 16, 32 bits a channel).
 struct VX_LayerDef {
   uint32_t reserved_0;
   uint32_t reserved_1;
-  uint32_t world_flags;      // bit 0: 16-bit world; bits 24..31: depth code
-  void* data;                // first pixel of the first row; null: no pixels
-  int32_t rowbytes;          // distance between rows in bytes; may exceed width * pixel size
-  int32_t width;             // pixels in a row
-  int32_t height;            // rows
-  M_Rect extent_hint;        // the part known to hold pixels that are not transparent
+  uint32_t world_flags;  // bit 0: 16-bit world; bits 24..31: depth code
+  void* data;            // first pixel of the first row; null: no pixels
+  int32_t rowbytes;      // distance between rows in bytes; may exceed width * pixel size
+  int32_t width;         // pixels in a row
+  int32_t height;        // rows
+  M_Rect extent_hint;    // the part known to hold pixels that are not transparent
   uint32_t reserved_9;
   uint32_t effect_world_stamp;  // 0xAAAABBBB on worlds made for plug-ins
-  VX_World* world_object;    // the object behind this descriptor, or null
-  uint32_t aux_pair[2];      // carried, never interpreted
-  BM_World** bm_world;       // the host bitmap that owns the pixels, or null
-  int32_t origin_x;          // position in a larger frame, see VX_World::New
+  VX_World* world_object;       // the object behind this descriptor, or null
+  uint32_t aux_pair[2];         // carried, never interpreted
+  BM_World** bm_world;          // the host bitmap that owns the pixels, or null
+  int32_t origin_x;             // position in a larger frame, see VX_World::New
   int32_t origin_y;
   uint32_t reserved_17;
   uint32_t reserved_18;
@@ -135,6 +137,6 @@ VX_API VX_Err VXp_GetPixelFormat(const VX_LayerDef* world, VX_PixelFormat* forma
 // 0, or 3 for a code that is none of the three.
 VX_API VX_Err VXp_PixelFormatToDepth(VX_PixelFormat format, int32_t* depth);
 
-// ORs the depth code into world_flags, and sets bit 0 for 16. The word is never masked first: the top
-// byte must be clear. 0, or 3 for another depth than 8, 16, 32.
+// ORs the depth code into world_flags, and sets bit 0 for 16. The word is never masked first: the
+// top byte must be clear. 0, or 3 for another depth than 8, 16, 32.
 VX_API VX_Err VXp_SetWorldDepth(VX_LayerDef* world, int32_t depth);

@@ -9,8 +9,8 @@
 // 8, 16 or 32 bits a channel. Errors leave as a thrown VX_Err (see VX.h). When the object itself
 // cannot be allocated, New and NewReference return null. Worlds are destroyed with `delete`.
 //
-// Threads: different worlds may be used on different threads, but making and destroying worlds keeps
-// a plain count and belongs on one thread at a time.
+// Threads: different worlds may be used on different threads, but making and destroying worlds
+// keeps a plain count and belongs on one thread at a time.
 
 #include "VX/VX_Types.h"
 #include "host/U.h"
@@ -51,7 +51,8 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   virtual bool IsReference() const = 0;
 
   // Areas: left and top below 0 become 0, right and bottom are limited to the size; an area whose
-  // right is not beyond left, or bottom not beyond top, does nothing. A null area is the whole world.
+  // right is not beyond left, or bottom not beyond top, does nothing. A null area is the whole
+  // world.
   virtual void Clear(const M_Rect* area) = 0;
   // Zeroes all four channels outside the area; an area that clips to nothing clears everything.
   virtual void ClearExceptRect(const M_Rect& area) = 0;
@@ -74,8 +75,8 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   // moved from top to bottom, so a copy within one world is safe only upwards or within rows.
   virtual void CopyRect(const VX_World* source, const M_Rect& rect, int16_t h, int16_t v) = 0;
 
-  // The same between worlds of any two depths. `dither` adds noise where bits are lost on the way to
-  // 8 bits. Progress is polled once a row; a stop or an error is thrown.
+  // The same between worlds of any two depths. `dither` adds noise where bits are lost on the way
+  // to 8 bits. Progress is polled once a row; a stop or an error is thrown.
   virtual void CopyRectPossiblyDifferentBitdepth(const VX_World* source, const M_Rect& rect,
                                                  bool dither, int16_t h, int16_t v,
                                                  VX_ProgressInfo* progress) = 0;
@@ -169,7 +170,8 @@ class VX_API VX_WorldX : public VX_World {
 
   // The first pixel of row y. Rows may be unaligned when the descriptor's are.
   Pixel* Row(int32_t y) const {
-    return reinterpret_cast<Pixel*>(static_cast<char*>(data) + static_cast<ptrdiff_t>(y) * rowbytes);
+    return reinterpret_cast<Pixel*>(static_cast<char*>(data) +
+                                    static_cast<ptrdiff_t>(y) * rowbytes);
   }
 };
 

@@ -15,9 +15,9 @@
 #include "VX/VX_World.h"
 #include "host/VXHost.h"
 
-// A world in memory of its own, random everywhere: pixels, padding, and guards before and behind. The
-// pixels begin at an odd address when `padding` is odd. Comparing `bytes` with an expected copy checks
-// the guards as well.
+// A world in memory of its own, random everywhere: pixels, padding, and guards before and behind.
+// The pixels begin at an odd address when `padding` is odd. Comparing `bytes` with an expected copy
+// checks the guards as well.
 template <class Pixel>
 struct GuardedWorld {
   using Channel = VX_ChannelOf<Pixel>;

@@ -39,33 +39,19 @@ int16_t VX_DepthOfBMWorld(BM_World** bitmap) {
 VX_Err VXp_GetPixelFormat(const VX_LayerDef* world, VX_PixelFormat* format) {
   if (world == nullptr) return VXp_FailVerification("Bad parameter to VXp_GetPixelFormat()");
   switch (CodeOfDepth(VXp_WorldDepth(world))) {
-    case 0:
-      *format = VX_PixelFormat_8;
-      return VX_Ok;
-    case 1:
-      *format = VX_PixelFormat_16;
-      return VX_Ok;
-    case 2:
-      *format = VX_PixelFormat_Float;
-      return VX_Ok;
-    default:
-      return VXp_FailVerification("Unsupported pixel depth in VXp_GetPixelFormat()");
+    case 0: *format = VX_PixelFormat_8; return VX_Ok;
+    case 1: *format = VX_PixelFormat_16; return VX_Ok;
+    case 2: *format = VX_PixelFormat_Float; return VX_Ok;
+    default: return VXp_FailVerification("Unsupported pixel depth in VXp_GetPixelFormat()");
   }
 }
 
 VX_Err VXp_PixelFormatToDepth(VX_PixelFormat format, int32_t* depth) {
   switch (format) {
-    case VX_PixelFormat_8:
-      *depth = 8;
-      return VX_Ok;
-    case VX_PixelFormat_16:
-      *depth = 16;
-      return VX_Ok;
-    case VX_PixelFormat_Float:
-      *depth = 32;
-      return VX_Ok;
-    default:
-      return VXp_FailVerification("Unsupported VX_PixelFormat");
+    case VX_PixelFormat_8: *depth = 8; return VX_Ok;
+    case VX_PixelFormat_16: *depth = 16; return VX_Ok;
+    case VX_PixelFormat_Float: *depth = 32; return VX_Ok;
+    default: return VXp_FailVerification("Unsupported VX_PixelFormat");
   }
 }
 

@@ -102,10 +102,10 @@ VX_World* ReferenceBitmap(BM_World** bitmap, const M_Rect* area) {
         using Pixel = typename decltype(tag)::Pixel;
         const M_LRect rect =
             area != nullptr ? VXp_LRectOf(*area) : M_LRect{0, 0, record.width, record.height};
-        void* const data = PixelsAt(VXp_BitmapPixels(bitmap), record.rowbytes, rect.left, rect.top,
-                                    sizeof(Pixel));
-        VX_LayerDef memory = Describe(data, rect.right - rect.left, rect.bottom - rect.top, depth,
-                                      record.rowbytes);
+        void* const data =
+            PixelsAt(VXp_BitmapPixels(bitmap), record.rowbytes, rect.left, rect.top, sizeof(Pixel));
+        VX_LayerDef memory =
+            Describe(data, rect.right - rect.left, rect.bottom - rect.top, depth, record.rowbytes);
         return new VX_WorldX<Pixel>(&memory, false);
       },
       []() -> VX_World* { ThrowFailure(kBadReferenceDepth); });

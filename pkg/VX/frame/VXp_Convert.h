@@ -10,8 +10,8 @@
 //   16 to float  c / 32768, exact
 //   float to 8, 16   clamped to 0..1, scaled, 0.5 added, truncated, in double; not a number -> 0
 //
-// Float to integer is computed in double because the float sum rounds differently: 0.7f is 178 of 255
-// in double and 179 in float.
+// Float to integer is computed in double because the float sum rounds differently: 0.7f is 178 of
+// 255 in double and 179 in float.
 
 #include <cstdint>
 #include <type_traits>

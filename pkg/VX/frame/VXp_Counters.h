@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Two process-wide counts: live worlds that own pixels, and live chunks. Plain numbers without a lock;
-// worlds and chunks are made and disposed on one thread at a time.
+// Two process-wide counts: live worlds that own pixels, and live chunks. Plain numbers without a
+// lock; worlds and chunks are made and disposed on one thread at a time.
 
 #include <cstdint>
 

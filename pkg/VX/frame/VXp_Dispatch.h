@@ -8,8 +8,8 @@
 //   return VXp_WithWorlds(world, "Unknown world bitdepth in VX_Fill",
 //                         [&](auto& typed) { return Fill(color, area, typed); }, world);
 //
-// Nothing is allocated, the pixels stay where they are, and the wrappers are destroyed on the way out,
-// also when an exception passes.
+// Nothing is allocated, the pixels stay where they are, and the wrappers are destroyed on the way
+// out, also when an exception passes.
 
 #include <type_traits>
 
@@ -24,19 +24,15 @@ struct VXp_PixelTag {
   using Pixel = PixelType;
 };
 
-// Calls `body` with the tag of the depth's pixel type, or `otherwise` for a depth that is none of the
-// three. Both return the same type.
+// Calls `body` with the tag of the depth's pixel type, or `otherwise` for a depth that is none of
+// the three. Both return the same type.
 template <class Body, class Otherwise>
 auto VXp_SelectPixel(int32_t depth, Body&& body, Otherwise&& otherwise) {
   switch (depth) {
-    case 8:
-      return body(VXp_PixelTag<VX_Pixel8>{});
-    case 16:
-      return body(VXp_PixelTag<VX_Pixel16>{});
-    case 32:
-      return body(VXp_PixelTag<VX_PixelFloat>{});
-    default:
-      return otherwise();
+    case 8: return body(VXp_PixelTag<VX_Pixel8>{});
+    case 16: return body(VXp_PixelTag<VX_Pixel16>{});
+    case 32: return body(VXp_PixelTag<VX_PixelFloat>{});
+    default: return otherwise();
   }
 }
 
@@ -61,9 +57,9 @@ template <class Pixel, class Descriptor>
 using VXp_WorldFor =
     std::conditional_t<std::is_const_v<Descriptor>, const VX_WorldX<Pixel>, VX_WorldX<Pixel>>;
 
-// `body` takes the wrappers of `worlds` in order, as VX_WorldX<Pixel>& (const for const descriptors),
-// and returns a code. `decider` tells the depth of all of them; operations that demand equal depths
-// test that before. No descriptor may be null.
+// `body` takes the wrappers of `worlds` in order, as VX_WorldX<Pixel>& (const for const
+// descriptors), and returns a code. `decider` tells the depth of all of them; operations that
+// demand equal depths test that before. No descriptor may be null.
 template <class Body, class... Descriptors>
 VX_Err VXp_WithWorlds(const VX_LayerDef* decider, VXp_DepthText unknown, Body&& body,
                       Descriptors*... worlds) {

@@ -22,7 +22,8 @@ class WindowlessMode {
 }  // namespace
 
 void VXp_CheckWorldSize(int32_t width, int32_t height) {
-  if (width >= 1 && width <= kVXp_MaxWorldSize && height >= 1 && height <= kVXp_MaxWorldSize) return;
+  if (width >= 1 && width <= kVXp_MaxWorldSize && height >= 1 && height <= kVXp_MaxWorldSize)
+    return;
   const char* form = U_ZStringToMBString(
       "$$$/RZ/VX/VX_WorldX/Constructor/InvalidSizeError=invalid image buffer size (^L1x^L2).");
   const int32_t numbers[] = {width, height};

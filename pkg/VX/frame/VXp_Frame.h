@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The pixels of a world that owns them: sizes of the plain frame, and the host bitmap that may stand
-// in its place.
+// The pixels of a world that owns them: sizes of the plain frame, and the host bitmap that may
+// stand in its place.
 
 #include <cstdint>
 
@@ -19,8 +19,8 @@ constexpr int32_t VXp_FrameRowBytes(int32_t width, int32_t pixel_size) {
   return (width * pixel_size + 15) & ~15;
 }
 
-// Bytes of the frame: the pixels, the gutter, and 8 to shift the first pixel to a 16-byte address. A
-// re-referenced owner may hand in any pitch, so the sum is signed until the end.
+// Bytes of the frame: the pixels, the gutter, and 8 to shift the first pixel to a 16-byte address.
+// A re-referenced owner may hand in any pitch, so the sum is signed until the end.
 constexpr uint64_t VXp_FrameSize(int32_t width, int32_t height, int32_t rowbytes,
                                  int32_t pixel_size) {
   const int64_t last_row = int64_t{width} * pixel_size;
@@ -34,8 +34,8 @@ inline char* VXp_FrameStart(void* frame) {
   return static_cast<char*>(frame) + (between ? 8 : 0);
 }
 
-// Reports a size that is out of range, with its numbers, and throws 516 (or the error of putting the
-// text together).
+// Reports a size that is out of range, with its numbers, and throws 516 (or the error of putting
+// the text together).
 void VXp_CheckWorldSize(int32_t width, int32_t height);
 
 // A frame for pixels; throws 4 after the host has told the user.

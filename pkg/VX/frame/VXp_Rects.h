@@ -9,8 +9,8 @@
 
 #include "VX/VX_Types.h"
 
-// The part that is copied: its corner in the source and in the destination, and its size, which is 0
-// when nothing is left.
+// The part that is copied: its corner in the source and in the destination, and its size, which is
+// 0 when nothing is left.
 struct VXp_CopyArea {
   int32_t source_x, source_y;
   int32_t dest_x, dest_y;
@@ -20,7 +20,8 @@ struct VXp_CopyArea {
 };
 
 // `rect` of the source with its corner at (h, v) of the destination, clipped against both. The
-// distance between the two is that of the unclipped rectangle, so an overhanging copy does not shift.
+// distance between the two is that of the unclipped rectangle, so an overhanging copy does not
+// shift.
 inline VXp_CopyArea VXp_ClipCopy(const VX_LayerDef& source, const M_LRect& rect,
                                  const VX_LayerDef& dest, int32_t h, int32_t v) {
   const int64_t dx = int64_t{h} - rect.left;

@@ -4,8 +4,8 @@
 
 // Reports, thrown codes and the guard at the boundary.
 //
-// Programmer errors are reported and give 3; they are not thrown. Threads: the host's report functions
-// decide; nothing here keeps state.
+// Programmer errors are reported and give 3; they are not thrown. Threads: the host's report
+// functions decide; nothing here keeps state.
 
 #include <cstdint>
 #include <type_traits>
@@ -13,7 +13,8 @@
 
 #include "VX/VX_Types.h"
 
-// Every check number carries the package word; this one is for checks without a number of their own.
+// Every check number carries the package word; this one is for checks without a number of their
+// own.
 inline constexpr uint32_t kVXp_PackageWord = 0x250000;
 inline constexpr uint32_t kVXp_NoCheckNumber = 0x3E7;
 
@@ -36,8 +37,8 @@ inline void VXp_ThrowIf(VX_Err code) {
 }
 
 // Inside a handler: the code of the exception in flight. A thrown int32_t is the code itself; a
-// std::exception goes to the host, which reports it and tells the code; anything else, which no code
-// of ours throws, is reported as a failed verification and gives 3.
+// std::exception goes to the host, which reports it and tells the code; anything else, which no
+// code of ours throws, is reported as a failed verification and gives 3.
 VX_Err VXp_CodeOfCurrentException() noexcept;
 
 // Runs `body` and lets no exception out. The body returns a code or nothing.

@@ -4,8 +4,8 @@
 
 // Addresses of rows, and loads and stores that allow any alignment.
 //
-// A caller's rowbytes is arbitrary, so rows of deep pixels may start at any byte; loads and stores go
-// through memcpy, which compiles to one plain move.
+// A caller's rowbytes is arbitrary, so rows of deep pixels may start at any byte; loads and stores
+// go through memcpy, which compiles to one plain move.
 
 #include <cstddef>
 #include <cstdint>

@@ -117,8 +117,8 @@ void VX_WorldX<Pixel>::CopyRectPossiblyDifferentBitdepth(const VX_World* source,
   VXp_ThrowIf(VX_DepthConvertWorld(progress, source, &rect, dither ? 1 : 0, h, v, this));
 }
 
-#define VX_INSTANTIATE(Pixel)                                            \
-  template void VX_WorldX<Pixel>::CopyRectPossiblyDifferentBitdepth(     \
+#define VX_INSTANTIATE(Pixel)                                        \
+  template void VX_WorldX<Pixel>::CopyRectPossiblyDifferentBitdepth( \
       const VX_World*, const M_Rect&, bool, int16_t, int16_t, VX_ProgressInfo*)
 
 VX_INSTANTIATE(VX_Pixel8);

@@ -61,8 +61,7 @@ VX_Err VXp_ClearAlphaExceptRect(VX_LayerDef* world, const M_LRect* keep) {
       return VX_Ok;
     }
     if (typed.data == nullptr) return VXp_BadParameter(kFillNumber);
-    VXp_ForOutside(typed, kept,
-                   [&](const M_LRect& part) { VXp_SetAlpha<Pixel>(typed, part, 0); });
+    VXp_ForOutside(typed, kept, [&](const M_LRect& part) { VXp_SetAlpha<Pixel>(typed, part, 0); });
     return VX_Ok;
   };
   return VXp_WithWorlds(world, kVXp_UnknownDepthText, clear, world);

@@ -11,8 +11,8 @@
 #include "frame/VXp_PixelTraits.h"
 #include "housekeeping/VXp_Area.h"
 
-// The alpha of a float colour in an integer pixel: scaled and rounded, and then only its low bits are
-// kept, so it wraps where colours saturate. What no 64-bit integer holds gives 0.
+// The alpha of a float colour in an integer pixel: scaled and rounded, and then only its low bits
+// are kept, so it wraps where colours saturate. What no 64-bit integer holds gives 0.
 template <class To>
 VX_ChannelOf<To> VXp_WrappedAlpha(float alpha) {
   const double value = double{alpha} * VXp_PixelTraits<To>::kFull + 0.5;
@@ -38,9 +38,8 @@ bool VXp_IsZero(const Pixel& color) {
 
 template <class Pixel>
 void VXp_ClearArea(const VX_LayerDef& world, const M_LRect& area) {
-  VXp_ForRows<Pixel>(world, area, [](char* first, size_t count) {
-    std::memset(first, 0, count * sizeof(Pixel));
-  });
+  VXp_ForRows<Pixel>(
+      world, area, [](char* first, size_t count) { std::memset(first, 0, count * sizeof(Pixel)); });
 }
 
 template <class Pixel>
@@ -60,8 +59,8 @@ void VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pi
   });
 }
 
-// Calls `work(part)` for what lies around `keep`: above, left, right and below. `keep` must lie within
-// the world.
+// Calls `work(part)` for what lies around `keep`: above, left, right and below. `keep` must lie
+// within the world.
 template <class Work>
 void VXp_ForOutside(const VX_LayerDef& world, const M_LRect& keep, Work&& work) {
   work(M_LRect{0, 0, world.width, keep.top});

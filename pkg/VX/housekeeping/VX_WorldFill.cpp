@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The operations of a world that write all pixels of an area. They assume a valid object; one without
-// pixels is left alone.
+// The operations of a world that write all pixels of an area. They assume a valid object; one
+// without pixels is left alone.
 
 #include "VX/VX_World.h"
 #include "frame/VXp_PixelTraits.h"
@@ -51,12 +51,12 @@ void VX_WorldX<Pixel>::InvertAlpha() {
 }
 
 // The class itself is instantiated in frame; these members here.
-#define VX_INSTANTIATE(Pixel)                                                   \
-  template void VX_WorldX<Pixel>::Clear(const M_Rect*);                         \
-  template void VX_WorldX<Pixel>::ClearExceptRect(const M_Rect&);               \
-  template void VX_WorldX<Pixel>::Fill(const VX_PixelFloat&, const M_Rect*);    \
-  template void VX_WorldX<Pixel>::Fill(const VX_Pixel16&, const M_Rect*);       \
-  template void VX_WorldX<Pixel>::FillAlpha();                                  \
+#define VX_INSTANTIATE(Pixel)                                                \
+  template void VX_WorldX<Pixel>::Clear(const M_Rect*);                      \
+  template void VX_WorldX<Pixel>::ClearExceptRect(const M_Rect&);            \
+  template void VX_WorldX<Pixel>::Fill(const VX_PixelFloat&, const M_Rect*); \
+  template void VX_WorldX<Pixel>::Fill(const VX_Pixel16&, const M_Rect*);    \
+  template void VX_WorldX<Pixel>::FillAlpha();                               \
   template void VX_WorldX<Pixel>::InvertAlpha()
 
 VX_INSTANTIATE(VX_Pixel8);

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The operations of a world that multiply by alpha. Float worlds have none: callers that hold one use
-// the exported calls, which serve every depth.
+// The operations of a world that multiply by alpha. Float worlds have none: callers that hold one
+// use the exported calls, which serve every depth.
 
 #include <type_traits>
 
@@ -56,10 +56,10 @@ void VX_WorldX<Pixel>::UnmulColor(const VX_Pixel16& color) {
   PremulWorldColor(false, color, *this);
 }
 
-#define VX_INSTANTIATE(Pixel)                                      \
-  template void VX_WorldX<Pixel>::Premultiply();                   \
-  template void VX_WorldX<Pixel>::Unmultiply();                    \
-  template void VX_WorldX<Pixel>::PremulColor(const VX_Pixel16&);  \
+#define VX_INSTANTIATE(Pixel)                                     \
+  template void VX_WorldX<Pixel>::Premultiply();                  \
+  template void VX_WorldX<Pixel>::Unmultiply();                   \
+  template void VX_WorldX<Pixel>::PremulColor(const VX_Pixel16&); \
   template void VX_WorldX<Pixel>::UnmulColor(const VX_Pixel16&)
 
 VX_INSTANTIATE(VX_Pixel8);

@@ -4,8 +4,8 @@
 
 // Areas of a world, and the walk over their rows.
 //
-// There are two ways to clip an area, and they differ for one that is upside down: exported calls turn
-// it over, the operations of a world find nothing in it.
+// There are two ways to clip an area, and they differ for one that is upside down: exported calls
+// turn it over, the operations of a world find nothing in it.
 
 #include <algorithm>
 #include <cstddef>

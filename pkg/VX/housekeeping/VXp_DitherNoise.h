@@ -4,8 +4,9 @@
 
 // The dither noise: a table of random words that the host lends, and the position of the next word.
 //
-// The position moves on with every dithered conversion and wraps at the end of the table. Claims are
-// atomic, so conversions may run on several threads; their pictures then depend on who came first.
+// The position moves on with every dithered conversion and wraps at the end of the table. Claims
+// are atomic, so conversions may run on several threads; their pictures then depend on who came
+// first.
 
 #include <cstddef>
 #include <cstdint>

@@ -14,8 +14,8 @@ TEST(Depth, CodeFormatAndBack) {
     uint32_t flags;
     const char* format;
   };
-  for (const Case& c : {Case{8, 0x00000000, "argb"}, Case{16, 0x01000001, "rz16"},
-                        Case{32, 0x02000000, "rz32"}}) {
+  for (const Case& c :
+       {Case{8, 0x00000000, "argb"}, Case{16, 0x01000001, "rz16"}, Case{32, 0x02000000, "rz32"}}) {
     VX_LayerDef world{};
     EXPECT_EQ(VXp_SetWorldDepth(&world, c.depth), 0);
     EXPECT_EQ(world.world_flags, c.flags);

@@ -86,9 +86,10 @@ TEST_F(WorldTest, FramesPitchAlignmentAndGutter) {
   FrameSource frames;
   for (const size_t shift : {0, 8}) {
     frames.shift = shift;
-    for (const Case& c : {Case{1, 1, 8, 16, 24}, Case{3, 2, 32, 48, 48 + 48 + 32 + 8},
-                          Case{1, 3, 32, 16, 32 + 16 + 0 + 8}, Case{7, 5, 16, 64, 256 + 56 + 56 + 8},
-                          Case{30000, 1, 8, 120000, 120000 + 119996 + 8}}) {
+    for (const Case& c :
+         {Case{1, 1, 8, 16, 24}, Case{3, 2, 32, 48, 48 + 48 + 32 + 8},
+          Case{1, 3, 32, 16, 32 + 16 + 0 + 8}, Case{7, 5, 16, 64, 256 + 56 + 56 + 8},
+          Case{30000, 1, 8, 120000, 120000 + 119996 + 8}}) {
       SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " at " << c.depth);
       const WorldPtr world = Make(c.width, c.height, c.depth, VX_WorldFlag_Clear);
       const int32_t size = world->PixelSize();
@@ -136,34 +137,6 @@ TEST_F(WorldTest, RefusalsComeInOrderAndLeaveNothing) {
   EXPECT_EQ(Thrown([] { Make(30000, 30000, 32); }), 4);
   EXPECT_EQ(frames.last_size, 14400479992u);
   EXPECT_EQ(Reports().size(), 1u);
-}
-
-TEST_F(WorldTest, EveryHostAllocationFailing) {
-  static int allowed;
-  const VXHost_Allocator failing{[](size_t size, void*) -> void* {
-                                   if (allowed-- <= 0) return nullptr;
-                                   return std::aligned_alloc(16, (size + 15) / 16 * 16);
-                                 },
-                                 [](void* block, void*) { std::free(block); }, nullptr};
-  VX_LayerDef plain{};
-  const auto outcome = [&](int blocks, auto make) {
-    allowed = blocks;
-    VXHost_SetAllocator(&failing);
-    VX_World* world = nullptr;
-    const int32_t code = Thrown([&] { world = make(); });
-    delete world;
-    VXHost_SetAllocator(nullptr);
-    return code != 0 ? code : world != nullptr ? 1000 : 0;  // 1000 made, 0 null, or the code
-  };
-  const auto frame = [] { return VX_World::New(4, 4, 8, 0); };
-  const auto bitmap = [] { return VX_World::New(4, 4, 16, VX_WorldFlag_BMWorld); };
-  EXPECT_EQ(outcome(0, frame), 0);
-  EXPECT_EQ(outcome(0, [&] { return VX_World::NewReference(&plain); }), 0);
-  EXPECT_EQ(outcome(0, bitmap), 0);
-  int steps = 1;
-  for (; outcome(steps, bitmap) != 1000; ++steps) EXPECT_EQ(outcome(steps, bitmap), 4);
-  EXPECT_GT(steps, 1);
-  Reports();
 }
 
 TEST_F(WorldTest, MadeFromRectanglesModelsAndBitmaps) {
@@ -240,10 +213,9 @@ TEST_F(WorldTest, ReferencesIntoWorlds) {
     const char* text;
   };
   const WorldPtr other = Make(5, 5, 8);
-  for (const Case& c :
-       {Case{other.get(), {0, 0, 6, 5}, "can't change bit depth in ReReference"},
-        Case{parent.get(), {0, 0, 21, 1}, "bad sub rect in ReReference"},
-        Case{parent.get(), {0, -1, 1, 1}, "bad sub rect in ReReference"}}) {
+  for (const Case& c : {Case{other.get(), {0, 0, 6, 5}, "can't change bit depth in ReReference"},
+                        Case{parent.get(), {0, 0, 21, 1}, "bad sub rect in ReReference"},
+                        Case{parent.get(), {0, -1, 1, 1}, "bad sub rect in ReReference"}}) {
     EXPECT_EQ(Thrown([&] { raw->ReReference(c.parent, c.rect); }), 3);
     EXPECT_EQ(Reports(), (ReportList{{0x2503E7, c.text}}));
   }
@@ -262,7 +234,8 @@ TEST_F(WorldTest, ReferencesIntoWorlds) {
   EXPECT_FALSE(from_plain->HasBMWorld());
   OddDepthWorld odd(&plain);
   EXPECT_EQ(Thrown([&] { VX_World::NewReference(static_cast<VX_LayerDef*>(&odd)); }), 3);
-  EXPECT_EQ(Reports().at(0).second, "Unexpected bitdepth in VX_World::NewReference(VX_EffectWorld)");
+  EXPECT_EQ(Reports().at(0).second,
+            "Unexpected bitdepth in VX_World::NewReference(VX_EffectWorld)");
   EXPECT_EQ(Thrown([&] { VX_World::NewReference(&odd, Rect(0, 0, 1, 1)); }), 3);
 }
 

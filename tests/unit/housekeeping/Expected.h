@@ -39,5 +39,8 @@ To WantPixel(const From& p) {
 
 // Full scale of a channel.
 template <class Pixel>
-inline constexpr VX_ChannelOf<Pixel> kFull =
-    static_cast<VX_ChannelOf<Pixel>>(sizeof(Pixel) == 4 ? 255 : sizeof(Pixel) == 8 ? 32768 : 1);
+inline constexpr VX_ChannelOf<Pixel> kFull = static_cast<VX_ChannelOf<Pixel>>(sizeof(Pixel) == 4
+                                                                                  ? 255
+                                                                              : sizeof(Pixel) == 8
+                                                                                  ? 32768
+                                                                                  : 1);

@@ -26,9 +26,9 @@ class DepthConvertTest : public testing::Test {};
 using P8 = VX_Pixel8;
 using P16 = VX_Pixel16;
 using PF = VX_PixelFloat;
-using AllPairs = testing::Types<Pair<P8, P8>, Pair<P8, P16>, Pair<P8, PF>, Pair<P16, P8>,
-                                Pair<P16, P16>, Pair<P16, PF>, Pair<PF, P8>, Pair<PF, P16>,
-                                Pair<PF, PF>>;
+using AllPairs =
+    testing::Types<Pair<P8, P8>, Pair<P8, P16>, Pair<P8, PF>, Pair<P16, P8>, Pair<P16, P16>,
+                   Pair<P16, PF>, Pair<PF, P8>, Pair<PF, P16>, Pair<PF, PF>>;
 TYPED_TEST_SUITE(DepthConvertTest, AllPairs);
 
 struct Progress {
@@ -61,7 +61,8 @@ TYPED_TEST(DepthConvertTest, EveryValue) {
     for (int full : {255, 32768}) {
       for (int step = 0; step <= 2 * full; ++step) {
         const float edge = static_cast<float>(step) / static_cast<float>(2 * full);
-        values.insert(values.end(), {std::nextafter(edge, -1.0f), edge, std::nextafter(edge, 2.0f)});
+        values.insert(values.end(),
+                      {std::nextafter(edge, -1.0f), edge, std::nextafter(edge, 2.0f)});
       }
     }
   } else {
@@ -106,9 +107,8 @@ TYPED_TEST(DepthConvertTest, ClipsAndPollsEachRow) {
   VX_WorldX<From> from(&source.world, true);
   VX_WorldX<To> to(&dest.world, true);
   const auto copy = [&](Progress& progress) {
-    return Thrown([&] {
-      to.CopyRectPossiblyDifferentBitdepth(&from, rect, false, 1, 2, &progress.info);
-    });
+    return Thrown(
+        [&] { to.CopyRectPossiblyDifferentBitdepth(&from, rect, false, 1, 2, &progress.info); });
   };
   using Calls = std::vector<std::pair<int32_t, int32_t>>;
   auto want = expected(2);
@@ -176,8 +176,7 @@ TEST(DepthConvertRefusals, ReportAndLeaveTheDestination) {
                                    {0x2503E7, "Unknown world bitdepth in##CONDITIONNAME"},
                                    {0x2503E7, kBadParameterText},
                                    {0x2503E7, kBadParameterText}}));
-  EXPECT_EQ(VX_DepthConvertWorld(nullptr, &dest.world, nullptr, 0, INT32_MAX, INT32_MIN,
-                                 &dest.world),
-            0);
+  EXPECT_EQ(
+      VX_DepthConvertWorld(nullptr, &dest.world, nullptr, 0, INT32_MAX, INT32_MIN, &dest.world), 0);
   EXPECT_EQ(dest.bytes, untouched);
 }

@@ -17,7 +17,9 @@
 
 namespace {
 
-VX_Err Fill(const VX_Pixel8* c, const M_Rect* r, VX_LayerDef* w) { return VX_Fill(nullptr, c, r, w); }
+VX_Err Fill(const VX_Pixel8* c, const M_Rect* r, VX_LayerDef* w) {
+  return VX_Fill(nullptr, c, r, w);
+}
 VX_Err Fill(const VX_Pixel16* c, const M_Rect* r, VX_LayerDef* w) {
   return VX_Fill16(nullptr, c, r, w);
 }
@@ -25,7 +27,8 @@ VX_Err Fill(const VX_PixelFloat* c, const M_Rect* r, VX_LayerDef* w) {
   return VX_FillFloat(nullptr, c, r, w);
 }
 
-// A float colour's alpha in an integer world: rounded down after adding a half, then modulo the range.
+// A float colour's alpha in an integer world: rounded down after adding a half, then modulo the
+// range.
 template <class To, class From>
 To WantColor(const From& color) {
   To want = WantPixel<To>(color);
@@ -74,12 +77,11 @@ class FillTest : public testing::Test {
   template <class Color>
   void ExportedFill() {
     Rounds([](auto& canvas, auto&, const M_Rect& area, std::mt19937& random) {
-      const Color color =
-          random() % 4 == 0 ? Color{} : GuardedWorld<Color>::RandomPixel(random);
+      const Color color = random() % 4 == 0 ? Color{} : GuardedWorld<Color>::RandomPixel(random);
       const bool whole = random() % 4 == 0;
-      const auto expected = canvas.Expected(
-          [&](int x, int y) { return whole || InsideTurned(area, x, y); },
-          [&](const Pixel&) { return WantColor<Pixel>(color); });
+      const auto expected =
+          canvas.Expected([&](int x, int y) { return whole || InsideTurned(area, x, y); },
+                          [&](const Pixel&) { return WantColor<Pixel>(color); });
       ASSERT_EQ(Fill(&color, whole ? nullptr : &area, &canvas.world), 0);
       ASSERT_EQ(canvas.bytes, expected);
     });
@@ -192,12 +194,13 @@ TEST(FillValues, ColoursSaturateAndAlphaWraps) {
   };
   const float inf = std::numeric_limits<float>::infinity();
   const float nan = std::numeric_limits<float>::quiet_NaN();
-  for (const Case& c :
-       {Case{2.0f, 2.0f, {254, 255, 0, 0}, {0, 32768, 0, 0}},
-        Case{1.5f, -1.0f, {127, 0, 0, 0}, {49152, 0, 0, 0}},
-        Case{-1.0f, 0.7f, {2, 178, 0, 0}, {32769, 22938, 0, 0}},
-        Case{nan, nan, {0, 0, 0, 0}, {0, 0, 0, 0}}, Case{inf, inf, {0, 255, 0, 0}, {0, 32768, 0, 0}},
-        Case{-inf, -inf, {0, 0, 0, 0}, {0, 0, 0, 0}}, Case{1e30f, 1e30f, {0, 255, 0, 0}, {0, 32768, 0, 0}}}) {
+  for (const Case& c : {Case{2.0f, 2.0f, {254, 255, 0, 0}, {0, 32768, 0, 0}},
+                        Case{1.5f, -1.0f, {127, 0, 0, 0}, {49152, 0, 0, 0}},
+                        Case{-1.0f, 0.7f, {2, 178, 0, 0}, {32769, 22938, 0, 0}},
+                        Case{nan, nan, {0, 0, 0, 0}, {0, 0, 0, 0}},
+                        Case{inf, inf, {0, 255, 0, 0}, {0, 32768, 0, 0}},
+                        Case{-inf, -inf, {0, 0, 0, 0}, {0, 0, 0, 0}},
+                        Case{1e30f, 1e30f, {0, 255, 0, 0}, {0, 32768, 0, 0}}}) {
     SCOPED_TRACE(testing::Message() << c.alpha << " " << c.red);
     const VX_PixelFloat color{c.alpha, c.red, 0, 0};
     GuardedWorld<VX_Pixel8> flat(1, 1, 0, 1);

@@ -22,7 +22,8 @@ double WantForward(double c, double a, const double* m) {
     return product + static_cast<float>(*m) * (1.0f - static_cast<float>(a));
   }
   const auto mul = [](double x, double y) {
-    return sizeof(Pixel) == 4 ? std::floor(x * y / 255.0 + 0.5) : std::floor((x * y + 16383) / 32768);
+    return sizeof(Pixel) == 4 ? std::floor(x * y / 255.0 + 0.5)
+                              : std::floor((x * y + 16383) / 32768);
   };
   return mul(c, a) + (m != nullptr ? mul(*m, kFull<Pixel> - a) : 0);
 }
@@ -49,7 +50,8 @@ template <class Color>
 VX_Err Apply(int32_t forward, const Color* color, const M_Rect* area, VX_LayerDef* world) {
   if (color == nullptr) return VX_PremulRect(nullptr, forward, area, world);
   if constexpr (sizeof(Color) == 4) return VX_PremulColorRect(nullptr, forward, color, area, world);
-  if constexpr (sizeof(Color) == 8) return VX_PremulColorRect16(nullptr, forward, color, area, world);
+  if constexpr (sizeof(Color) == 8)
+    return VX_PremulColorRect16(nullptr, forward, color, area, world);
   if constexpr (sizeof(Color) == 16) {
     return VX_PremulColorRectFloat(nullptr, forward, color, area, world);
   }
@@ -80,8 +82,8 @@ class PremulTest : public testing::Test {
         return Pixel{p.alpha, one(p.red, matte.red), one(p.green, matte.green),
                      one(p.blue, matte.blue)};
       };
-      const auto expected = canvas.Expected(
-          [](int x, int y) { return x >= 2 && x < 8 && y >= 1 && y < 6; }, change);
+      const auto expected =
+          canvas.Expected([](int x, int y) { return x >= 2 && x < 8 && y >= 1 && y < 6; }, change);
       ASSERT_EQ(Apply(forward, black ? nullptr : &color, &area, &canvas.world), 0);
       ASSERT_EQ(canvas.bytes, expected);
     }

@@ -46,28 +46,17 @@ VX_CallbackBlock BlockFor(int32_t quality, Alpha alpha) {
 
 void* AddressIn(const VX_CallbackBlock& block, int32_t selector) {
   switch (selector) {
-    case VX_Callback_Nearest:
-      return reinterpret_cast<void*>(block.nearest);
-    case VX_Callback_Bilinear:
-      return reinterpret_cast<void*>(block.bilinear);
-    case VX_Callback_Area:
-      return reinterpret_cast<void*>(block.area);
-    case VX_Callback_GaussianKernel:
-      return reinterpret_cast<void*>(block.gaussian_kernel);
-    case VX_Callback_Fill:
-      return reinterpret_cast<void*>(block.fill);
-    case VX_Callback_Copy:
-      return reinterpret_cast<void*>(block.copy);
-    case VX_Callback_Composite:
-      return reinterpret_cast<void*>(block.composite);
-    case VX_Callback_Convolve:
-      return reinterpret_cast<void*>(block.convolve);
-    case VX_Callback_Premultiply:
-      return reinterpret_cast<void*>(block.premultiply);
-    case VX_Callback_Iterate:
-      return reinterpret_cast<void*>(block.iterate);
-    default:
-      return nullptr;
+    case VX_Callback_Nearest: return reinterpret_cast<void*>(block.nearest);
+    case VX_Callback_Bilinear: return reinterpret_cast<void*>(block.bilinear);
+    case VX_Callback_Area: return reinterpret_cast<void*>(block.area);
+    case VX_Callback_GaussianKernel: return reinterpret_cast<void*>(block.gaussian_kernel);
+    case VX_Callback_Fill: return reinterpret_cast<void*>(block.fill);
+    case VX_Callback_Copy: return reinterpret_cast<void*>(block.copy);
+    case VX_Callback_Composite: return reinterpret_cast<void*>(block.composite);
+    case VX_Callback_Convolve: return reinterpret_cast<void*>(block.convolve);
+    case VX_Callback_Premultiply: return reinterpret_cast<void*>(block.premultiply);
+    case VX_Callback_Iterate: return reinterpret_cast<void*>(block.iterate);
+    default: return nullptr;
   }
 }
 

@@ -30,13 +30,9 @@ constexpr SlotText kSlots[] = {
 };
 static_assert(sizeof(kSlots) / sizeof(kSlots[0]) == VX_OverrideSlotCount);
 
-bool InTable(int32_t slot) {
-  return slot >= 0 && slot < VX_OverrideSlotCount;
-}
+bool InTable(int32_t slot) { return slot >= 0 && slot < VX_OverrideSlotCount; }
 
-size_t OffsetOf(int32_t slot) {
-  return static_cast<size_t>(slot) * sizeof(void*);
-}
+size_t OffsetOf(int32_t slot) { return static_cast<size_t>(slot) * sizeof(void*); }
 
 int32_t StateOf(int32_t slot) {
   void* const now = VXp_ReadSlot(VXp_G_OverFuncs, slot);

@@ -37,12 +37,8 @@ void VXp_ClearVectorConstants();
 constexpr VX_Vector128 VXp_VectorOf(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
   return {{a, b, c, d}};
 }
-constexpr VX_Vector128 VXp_VectorOf(uint32_t lane) {
-  return VXp_VectorOf(lane, lane, lane, lane);
-}
-constexpr VX_Vector128 VXp_VectorOf16(uint16_t lane) {
-  return VXp_VectorOf(lane * 0x10001u);
-}
+constexpr VX_Vector128 VXp_VectorOf(uint32_t lane) { return VXp_VectorOf(lane, lane, lane, lane); }
+constexpr VX_Vector128 VXp_VectorOf16(uint16_t lane) { return VXp_VectorOf(lane * 0x10001u); }
 constexpr VX_Vector128 VXp_VectorOfFloats(float a, float b, float c, float d) {
   return VXp_VectorOf(std::bit_cast<uint32_t>(a), std::bit_cast<uint32_t>(b),
                       std::bit_cast<uint32_t>(c), std::bit_cast<uint32_t>(d));

@@ -80,6 +80,4 @@ VX_Err VX_Death() {
   return error;
 }
 
-VX_Err VX_FreeUpSomeMemory() {
-  return ResetScratch(VXp_Regrow::Always);
-}
+VX_Err VX_FreeUpSomeMemory() { return ResetScratch(VXp_Regrow::Always); }

@@ -62,6 +62,4 @@ VX_Err VX_CheckVersions(uint32_t report_code, int32_t caller_version) {
   return libraries == VX_Ok ? VX_Ok : VX_ErrVersion;
 }
 
-uint32_t VX_PkgObjectVersion() {
-  return static_cast<uint32_t>(VX_PKG_VERSION) << 16;
-}
+uint32_t VX_PkgObjectVersion() { return static_cast<uint32_t>(VX_PKG_VERSION) << 16; }

@@ -24,9 +24,7 @@ VX_Err VisitFile(PLUG_File*, void*) {
 }
 
 // Runs when every file has been visited.
-VX_Err FinishScan(void*) {
-  return VX_Ok;
-}
+VX_Err FinishScan(void*) { return VX_Ok; }
 
 }  // namespace
 

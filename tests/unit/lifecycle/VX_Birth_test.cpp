@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "HostDouble.h"
 #include "VX/VX_Cursor.h"
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_Package.h"
 #include "frame/VXp_Counters.h"
 #include "frame/VXp_VectorConstants.h"
+#include "hostdouble/HostDouble.h"
 
 namespace {
 

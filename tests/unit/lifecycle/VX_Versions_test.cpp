@@ -7,8 +7,8 @@
 
 #include <cstdlib>
 
-#include "HostDouble.h"
 #include "VX/VX_Package.h"
+#include "hostdouble/HostDouble.h"
 
 namespace {
 

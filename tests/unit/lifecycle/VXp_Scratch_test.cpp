@@ -8,9 +8,9 @@
 #include <cstring>
 #include <set>
 
-#include "HostDouble.h"
 #include "VX/VX_Package.h"
 #include "frame/VXp_Scratch.h"
+#include "hostdouble/HostDouble.h"
 
 namespace {
 

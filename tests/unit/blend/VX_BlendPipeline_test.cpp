@@ -33,7 +33,7 @@ TYPED_TEST(BlendPipeline, AgreesWithTwin) {
           run / 136 != 0 ? &LinearTables()[static_cast<size_t>(count % 3)] : nullptr;
       const VX_BlendingMode<TypeParam> blending = RandomMode(mode.mode, &operands);
       const std::vector<TypeParam> src = operands.Row(count);
-      const std::vector<TypeParam> mask = operands.Row(count);
+      const std::vector<TypeParam> mask = operands.Row(count + 1);    // never null
       const std::vector<TypeParam> before = operands.Row(count + 1);  // one that must stay
       const VX_ChannelOf<TypeParam> paint = operands.Any();
       std::vector<VX_ChannelOf<TypeParam>> scratch(static_cast<size_t>(count) + 1, paint);

@@ -142,8 +142,8 @@ TYPED_TEST(TransferRect, RandomCommandsAgreeWithTwin) {
   Operands<TypeParam> operands(10);
   for (const ModeName& mode : AllModes()) {
     bool good = true;
-    for (int run = 0; good && run < 40; ++run) {
-      Command<TypeParam> command(&operands, mode, run < 30 ? 20 : 70);
+    for (int run = 0; good && run < 120; ++run) {
+      Command<TypeParam> command(&operands, mode, run < 100 ? 20 : 70);
       Picture<TypeParam> want = command.dst, got = command.dst;
       ASSERT_EQ(command.RunTwin(&want), 0);
       EXPECT_EQ(command.Run(&got, command.field), 0) << command.Describe();

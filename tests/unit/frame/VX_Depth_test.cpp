@@ -9,6 +9,7 @@
 #include "unit/GuardedWorld.h"
 
 TEST(Depth, CodeFormatAndBack) {
+  Reports();
   struct Case {
     int32_t depth;
     uint32_t flags;
@@ -40,6 +41,7 @@ TEST(Depth, CodeFormatAndBack) {
 }
 
 TEST(Depth, BadDepthsAreReported) {
+  Reports();
   VX_LayerDef plain{};
   plain.world_flags = 0x07000000;
   int32_t depth = 0;
@@ -62,6 +64,7 @@ TEST(Depth, BadDepthsAreReported) {
 }
 
 TEST(Report, GuardTurnsExceptionsIntoCodes) {
+  Reports();
   EXPECT_EQ(VXp_Guarded([] {}), 0);
   EXPECT_EQ(VXp_Guarded([] { return 517; }), 517);
   EXPECT_EQ(VXp_Guarded([] { VXp_Throw(513); }), 513);

@@ -1,0 +1,90 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "Checker.h"
+
+#include <cstdio>
+
+#include "CheckRows.h"
+#include "CheckWorlds.h"
+#include "VX/VX_OverrideTable.h"
+
+namespace {
+
+template <class Signature>
+constexpr bool kHasChecker = requires(Trial& trial, Signature routine) {
+  CheckSlot(trial, routine);
+};
+// Nobody lists the slots that are checked: the type of a slot decides.
+template <auto member>
+constexpr Slot MakeSlot(int32_t number, const char* name, const char* signature) {
+  using Signature = std::remove_reference_t<decltype(VXp_G_OverFuncs.*member)>;
+  Slot slot{number, name, signature, nullptr,
+            [](const char* what) { return ItemsOf(what, VXp_G_OverFuncs.*member); }};
+  if constexpr (kHasChecker<Signature>) {
+    slot.check = [](Trial& trial) { CheckSlot(trial, VXp_G_OverFuncs.*member); };
+  }
+  return slot;
+}
+
+constexpr Slot kSlots[] = {
+#define VX_SLOT(number, name, type) MakeSlot<&VXp_OverrideTable::name>(number, #name, #type),
+#define VX_NULL_SLOT(number)
+#include "VX/VX_OverrideSlots.def"
+#undef VX_SLOT
+#undef VX_NULL_SLOT
+};
+
+void RunCases(const Slot& slot, Trial& trial) {
+  try {
+    slot.check(trial);
+  } catch (int32_t code) {
+    trial.Fail("throws " + std::to_string(code));
+  }
+}
+
+// What every level is held against: the cases at the plain one.
+Verdict CheckAtLevel(const Slot& slot, const Plan& plan, const Level& level, bool plain,
+                     Record& record) {
+  const Life life(level);
+  if (!plain) plan.tamper();
+  const int32_t state = StateOf(slot);
+  if (state == VX_SlotState_NotBuilt) return Verdict::kNotBuilt;
+  if (state == VX_SlotState_Null) throw Mismatch{"the slot is empty after birth"};
+  if (slot.check == nullptr)
+    throw Mismatch{"no checker for slots of type " + std::string(slot.signature)};
+  const uint64_t seed = plan.seed + static_cast<uint64_t>(slot.number);
+  Trial trial(slot.name, level.name, seed, plan.rounds,
+              plain ? Trial::Kind::kRecord : Trial::Kind::kCompare, record);
+  RunCases(slot, trial);
+  return Verdict::kGood;
+}
+
+}  // namespace
+
+std::span<const Slot> AllSlots() { return kSlots; }
+
+int32_t StateOf(const Slot& slot) {
+  VX_SlotDescription description{};
+  VX_DescribeSlot(slot.number, &description);
+  return description.state;
+}
+
+Verdict CheckAtAllLevels(const Slot& slot, const Plan& plan) {
+  std::printf("%4d  %-46s", slot.number, slot.name);
+  std::fflush(stdout);
+  Record record;
+  Verdict verdict = Verdict::kGood;
+  try {
+    for (size_t i = 0; i < plan.levels.size(); ++i) {
+      const Verdict here = CheckAtLevel(slot, plan, plan.levels[i], i == 0, record);
+      if (i > 0 && here != verdict) throw Mismatch{"built at some levels only"};
+      verdict = here;
+    }
+    std::printf(" %s\n", verdict == Verdict::kGood ? "good" : "not built yet");
+  } catch (const Mismatch& mismatch) {
+    std::printf(" BAD\n      %s\n", mismatch.text.c_str());
+    verdict = Verdict::kBad;
+  }
+  return verdict;
+}

@@ -111,7 +111,7 @@ Layer ParseLayer(const std::vector<std::string>& group) {
   Layer layer;
   layer.file = words.file;
   layer.mode = ParseMode(words.mode);
-  layer.opacity = static_cast<float>(ParseNumber("--opacity", words.opacity, 0, 1));
+  layer.opacity = ParseNumber("--opacity", words.opacity, 0, 1);
   layer.at = ParsePoint("--at", words.at, -kFarthest, kFarthest);
   if (!words.rect.empty()) layer.rect = ParseRect("--rect", words.rect);
   layer.seed = static_cast<int32_t>(ParseInteger("--seed", words.seed, INT32_MIN, INT32_MAX));

@@ -31,7 +31,7 @@ std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* argum
 struct Layer {
   std::string file;
   Mode mode{};
-  float opacity = 1;
+  double opacity = 1;
   Point at;
   std::optional<M_Rect> rect;
   int32_t seed = 0;

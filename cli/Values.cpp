@@ -152,7 +152,7 @@ Mode ParseMode(const std::string& word) {
     names += std::string(names.empty() ? "" : " ") + mode.name;
   }
   throw UsageError("--mode '" + word + "': no such mode; " +
-                   (numeric ? std::string("numbers are -3, -2 and 0 to 36")
+                   (numeric ? std::string("numbers are -3, -2 and 0 to 36.")
                             : std::string("did you mean ") + nearest->name + "?") +
                    " Modes: " + names);
 }

@@ -121,8 +121,10 @@ Verb AddCompare(CLI::App* root) {
   auto words = std::make_shared<CompareWords>();
   CLI::App* app = root->add_subcommand(
       "compare", "Tell whether two pictures are equal, or how far apart they are");
-  app->add_option("A", words->first, "A picture")->required();
-  app->add_option("B", words->second, "A picture of the same size")->required();
+  app->add_option("A", words->first, "A picture")->type_name("FILE")->required();
+  app->add_option("B", words->second, "A picture of the same size")
+      ->type_name("FILE")
+      ->required();
   app->add_option("--tolerance", words->tolerance,
                   "Largest difference that still counts as equal, in the scale of the deeper depth "
                   "(0..255, 0..32768, or 1 is full at 32) [0]")

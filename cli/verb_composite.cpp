@@ -92,8 +92,8 @@ nlohmann::ordered_json Draw(const Layer& layer, const std::string& name, int32_t
   if (!Touches(layer, *picture.world, *below)) {
     Note(layer.file + ": lies wholly outside the background; nothing is drawn");
   }
-  VX_CompositeModePlus mode(layer.mode.number, layer.opacity, /*linear_tables=*/nullptr,
-                            layer.keep_alpha, layer.seed);
+  VX_CompositeModePlus mode(layer.mode.number, static_cast<float>(layer.opacity),
+                            /*linear_tables=*/nullptr, layer.keep_alpha, layer.seed);
   auto start = std::chrono::steady_clock::now();
   Check(VX_TransferRect(progress->Info(), /*quality=*/1, /*flags=*/0, layer.field,
                         layer.rect ? &*layer.rect : nullptr, picture.world.get(), &mode,
@@ -160,6 +160,7 @@ Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* l
   app->add_option("BACKGROUND", words->background,
                   "Picture that the layers are drawn on, in the order given; its size, profile and "
                   "metadata are kept")
+      ->type_name("FILE")
       ->required();
   AddLayerOptions(app, &words->layer_help);
   app->add_option("-o,--output", words->output, "Picture to write; the extension decides the format")

@@ -104,6 +104,7 @@ Verb AddFill(CLI::App* root) {
   CLI::App* app = root->add_subcommand("fill", "Make a picture of one colour, or paint an area of one");
   app->add_option("TARGET", words->target,
                   "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE")
+      ->type_name(" ")
       ->required();
   app->add_option("--color", words->color,
                   "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at "

@@ -72,7 +72,7 @@ Verb AddInfo(CLI::App* root) {
   auto file = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
   CLI::App* app = root->add_subcommand("info", "Show what a picture file says about itself");
-  app->add_option("FILE", *file, "A picture")->required();
+  app->add_option("FILE", *file, "A picture")->type_name(" ")->required();
   app->add_flag("--json", *json, "Print JSON");
   app->footer("Example:\n  vx info photo.tif --json");
   return {app, [file, json] { return Run(*file, *json); }};

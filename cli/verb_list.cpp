@@ -126,6 +126,7 @@ Verb AddList(CLI::App* root) {
   app->add_option("WHAT", *what,
                   "modes: transfer modes; slots: replaceable routines and which are built; formats: "
                   "picture files; processors: levels of vector code and which is in use")
+      ->type_name(" ")
       ->required();
   app->add_flag("--json", *json, "Print JSON");
   app->footer("Example:\n  vx list modes --json");

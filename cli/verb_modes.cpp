@@ -128,7 +128,7 @@ VXIO_WorldPtr MakeSheet(const Tiles& tiles, int32_t columns) {
     DrawAt(*result, InFront(), nullptr, x, y, sheet.get(), "sheet");
     VXIO_WorldPtr label =
         VXIO_RenderText(std::to_string(mode.number) + " " + mode.name, kFont, /*grey=*/230);
-    DrawAt(*label, InFront(), nullptr, x + 2, y + height + 4, sheet.get(), "sheet");
+    DrawAt(*label, InFront(), nullptr, x + 2, y + height + 2, sheet.get(), "sheet");
   }
   return sheet;
 }

@@ -49,10 +49,11 @@ VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, uint8_t gre
     VXIOp_ThrowOutput("labels", std::string("the font ") + kFont +
                                     " is missing; install the package fonts-dejavu-core");
   }
-  int32_t width = std::clamp(box.width(), 1, 30000), height = std::clamp(box.height(), 1, 30000);
+  // Of one height whatever the letters, so that the words of a row stand on one line.
+  int32_t width = std::clamp(box.width(), 1, 30000), height = std::clamp(size + size / 3, 1, 30000);
   OIIO::ImageBuf letters(OIIO::ImageSpec(width, height, 1, OIIO::TypeDesc::UINT8));
   const float white = 1.0f;
-  if (!OIIO::ImageBufAlgo::render_text(letters, -box.xbegin, -box.ybegin, text, size, kFont,
+  if (!OIIO::ImageBufAlgo::render_text(letters, -box.xbegin, size, text, size, kFont,
                                        OIIO::cspan<float>(&white, 1))) {
     throw std::runtime_error("labels failed: " + VXIOp_FirstLine(letters.geterror()));
   }

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstring>
+#include <mutex>
 
 #include "VX/VX_DepthConvert.h"
 #include "VX/VX_Premul.h"
@@ -135,6 +137,56 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
   }
   return plan;
 }
+
+// --- the stream ----------------------------------------------------------------------------------
+
+// The writer's way to the temporary file. OpenImageIO's own stream for writing cannot be read, which
+// TIFF needs when it goes back to its first directory.
+class Stream final : public OIIO::Filesystem::IOProxy {
+ public:
+  explicit Stream(FILE* file) : IOProxy("", Write), file_(file) {}
+  const char* proxytype() const override { return "vx"; }
+  bool seek(int64_t offset) override {
+    m_pos = offset;
+    return true;
+  }
+  size_t read(void* buffer, size_t size) override {
+    size_t done = pread(buffer, size, m_pos);
+    m_pos += static_cast<int64_t>(done);
+    return done;
+  }
+  size_t write(const void* buffer, size_t size) override {
+    size_t done = pwrite(buffer, size, m_pos);
+    m_pos += static_cast<int64_t>(done);
+    return done;
+  }
+  size_t pread(void* buffer, size_t size, int64_t offset) override {
+    std::lock_guard lock(mutex_);
+    if (fseeko(file_, offset, SEEK_SET) != 0) return 0;
+    at_ = -1;
+    return fread(buffer, 1, size, file_);
+  }
+  size_t pwrite(const void* buffer, size_t size, int64_t offset) override {
+    std::lock_guard lock(mutex_);
+    // Seeking empties the stream's buffer, so it is left out where writing just goes on.
+    if (offset != at_ && fseeko(file_, offset, SEEK_SET) != 0) return 0;
+    size_t done = fwrite(buffer, 1, size, file_);
+    at_ = offset + static_cast<int64_t>(done);
+    size_ = std::max(size_, at_);
+    return done;
+  }
+  size_t size() const override { return static_cast<size_t>(size_); }
+  void flush() const override {
+    std::lock_guard lock(mutex_);
+    static_cast<void>(fflush(file_));  // a failure stays in the stream and is seen at the end
+  }
+
+ private:
+  FILE* file_;
+  mutable std::mutex mutex_;
+  int64_t at_ = -1;  // where the stream stands for writing, -1 when unknown
+  int64_t size_ = 0;
+};
 
 // --- pixels --------------------------------------------------------------------------------------
 
@@ -275,7 +327,7 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
   if (!out) {
     VXIOp_ThrowOutput(path, std::string("this OpenImageIO cannot write ") + plan.format->name);
   }
-  OIIO::Filesystem::IOFile io(file.stream(), OIIO::Filesystem::IOProxy::Write);
+  Stream io(file.stream());
   if (!out->set_ioproxy(&io)) VXIOp_ThrowOutput(path, VXIOp_FirstLine(out->geterror()));
   RowWriter writer(world, plan, out.get());
   bool ok = false;

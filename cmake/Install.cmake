@@ -1,2 +1,47 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
+
+# What `cmake --install` puts down, for find_package(VX) and pkg-config. The tree may be moved as a
+# whole: everything in it finds the rest by relative paths.
+include(CMakePackageConfigHelpers)
+
+set(vx_libraries VX VXHost)
+set(vx_headers include/VX include/host)
+if(TARGET VXIO)
+  list(APPEND vx_libraries VXIO)
+  list(APPEND vx_headers include/VXIO)
+endif()
+
+file(RELATIVE_PATH vx_lib_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+set_target_properties(${vx_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+if(TARGET vx)
+  set_target_properties(vx PROPERTIES INSTALL_RPATH "$ORIGIN/${vx_lib_from_bin}")
+  install(TARGETS vx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+install(TARGETS ${vx_libraries} EXPORT VXTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${vx_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(vx_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VX)
+install(EXPORT VXTargets NAMESPACE VX:: DESTINATION ${vx_package_dir})
+configure_package_config_file(cmake/VXConfig.cmake.in ${PROJECT_BINARY_DIR}/VXConfig.cmake
+                              INSTALL_DESTINATION ${vx_package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/VXConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/VXConfig.cmake ${PROJECT_BINARY_DIR}/VXConfigVersion.cmake
+        DESTINATION ${vx_package_dir})
+
+# A pkg-config file for each library. libVX names no host of its own: its user adds vx-host, or links
+# another one after it.
+function(vx_install_pc name library description requires)
+  set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  file(RELATIVE_PATH prefix_from_pc /${pc_dir} /)
+  string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/vx.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pc_dir})
+endfunction()
+vx_install_pc(vx VX "Pixel processing of a compositing host" "")
+vx_install_pc(vx-host VXHost "The embedded host of VX" "")
+if(TARGET VXIO)
+  vx_install_pc(vx-io VXIO "Pictures to and from worlds of VX" "vx vx-host")
+endif()

@@ -4,8 +4,8 @@
 
 // What lies under a composite: one pixel, one row of one mode, and the pipeline of a row.
 //
-// Pixels are straight. Rows are contiguous and may be unaligned to their vector width. Everything here
-// may run on any number of threads on rows that do not overlap.
+// Pixels are straight. Rows are contiguous and may be unaligned to their vector width. Everything
+// here may run on any number of threads on rows that do not overlap.
 
 #include "VX/VX_Transfer.h"
 
@@ -57,8 +57,8 @@ struct VX_InnerBlendingFunc {
   VX_ScanFunc<Pixel> scan;
 };
 
-// Mattes a row onto a neutral colour by each pixel's own alpha, or takes it off again. A null source,
-// or one equal to the destination, works in place. Alpha stays.
+// Mattes a row onto a neutral colour by each pixel's own alpha, or takes it off again. A null
+// source, or one equal to the destination, works in place. Alpha stays.
 template <class Pixel>
 using VX_MatteStage = VX_Err (*)(int32_t count, const Pixel* src, Pixel* dst);
 
@@ -76,14 +76,14 @@ VX_API VX_Err VX_GetInnerBlendingFunc(int32_t mode, VX_InnerBlendingFunc<Pixel>*
 template <class Pixel>
 struct VX_API VX_BlendModeDescriptor {
   VX_BlendingMode<Pixel> blendingMode;
-  VX_ScanFunc<Pixel> behindScan;            // of VX_Xfer_Behind in the same variant
-  VX_MatteStage<Pixel> matteStage;          // before the scan, or null
-  VX_MatteStage<Pixel> unmatteStage;        // after the scan, or null
-  VX_ScanFunc<Pixel> scan;                  // null for an unknown mode
+  VX_ScanFunc<Pixel> behindScan;      // of VX_Xfer_Behind in the same variant
+  VX_MatteStage<Pixel> matteStage;    // before the scan, or null
+  VX_MatteStage<Pixel> unmatteStage;  // after the scan, or null
+  VX_ScanFunc<Pixel> scan;            // null for an unknown mode
   VX_AlphaUnionStage<Pixel> alphaUnionStage;
   uint8_t usesMatte;
   uint8_t usesBehindPass;
-  uint8_t savesDstAlpha;                    // honours keepDstAlpha by saving the alpha row
+  uint8_t savesDstAlpha;  // honours keepDstAlpha by saving the alpha row
   uint8_t usesAlphaUnion;
   const VX_LinearBlendingTables* tables;
 

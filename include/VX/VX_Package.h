@@ -5,23 +5,23 @@
 // Starting and stopping the package, and the data that it exports.
 //
 // VX_CheckVersions first, VX_Birth once, any operation, VX_Death once; a birth after a death works.
-// VX_FreeUpSomeMemory may come at any moment when no blending runs. None of these locks: call them on
-// one thread. VX_CheckVersions and VX_PkgObjectVersion work at any time.
+// VX_FreeUpSomeMemory may come at any moment when no blending runs. None of these locks: call them
+// on one thread. VX_CheckVersions and VX_PkgObjectVersion work at any time.
 
 #include "VX/VX_Types.h"
 #include "host/U.h"
 
 inline constexpr int32_t VX_PKG_VERSION = 17;
 
-// 0, or 7 when the caller's header version is not the library's (reported under `report_code`) or, on
-// the first call only, when a host library has another version than the one that is needed.
+// 0, or 7 when the caller's header version is not the library's (reported under `report_code`) or,
+// on the first call only, when a host library has another version than the one that is needed.
 VX_API VX_Err VX_CheckVersions(uint32_t report_code, int32_t caller_version);
 
 // The version in the high half of a word: 0x00110000.
 VX_API uint32_t VX_PkgObjectVersion();
 
-// Builds the process-wide tables and fills the override table. 0 or the first error met; VX_Death is
-// the undo also after a failure.
+// Builds the process-wide tables and fills the override table. 0 or the first error met; VX_Death
+// is the undo also after a failure.
 VX_API VX_Err VX_Birth();
 
 // Releases everything. 0 or an error; every step is tried in any case.

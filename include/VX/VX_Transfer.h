@@ -49,8 +49,8 @@ struct VX_CompositeModePlus {
         tables(linear_tables),
         opacityF(opacity_0_to_1) {}
 
-  // Takes the finer opacity16 when it agrees with opacity to within 1/255, otherwise opacity, so that
-  // a caller who left opacity16 unset still gets its 8-bit opacity. `tables` is left unset.
+  // Takes the finer opacity16 when it agrees with opacity to within 1/255, otherwise opacity, so
+  // that a caller who left opacity16 unset still gets its 8-bit opacity. `tables` is left unset.
   VX_API explicit VX_CompositeModePlus(const VX_CompositeMode& older);
 };
 static_assert(sizeof(VX_CompositeModePlus) == 32);
@@ -59,17 +59,17 @@ static_assert(offsetof(VX_CompositeModePlus, opacityF) == 24);
 
 // Which quantity of a mask world is the weight of a pixel. Bit 0 is the inversion.
 enum : int32_t {
-  VX_MaskUse_Alpha = 0,        // mask alpha; 0 outside the mask world
+  VX_MaskUse_Alpha = 0,         // mask alpha; 0 outside the mask world
   VX_MaskUse_InverseAlpha = 1,  // full scale less that; full outside
-  VX_MaskUse_Luma = 2,         // luminance times alpha; 0 outside
-  VX_MaskUse_InverseLuma = 3   // full scale less that; full outside
+  VX_MaskUse_Luma = 2,          // luminance times alpha; 0 outside
+  VX_MaskUse_InverseLuma = 3    // full scale less that; full outside
 };
 
 struct VX_MaskSpec {
   VX_LayerDef* world;
   int16_t offsetV;  // position of the mask in the destination's frame
   int16_t offsetH;
-  int32_t what;     // VX_MaskUse_...
+  int32_t what;  // VX_MaskUse_...
 };
 using VX_TransformMask = VX_MaskSpec;
 static_assert(sizeof(VX_MaskSpec) == 16);
@@ -87,7 +87,8 @@ struct VX_BlendScratch {
 
 // --- calls ---------------------------------------------------------------------------------------
 
-// 1 for the modes -3, 0, 1, 2, 4..7, 9..16, 22 and 25, else 0. For callers; the library does not ask.
+// 1 for the modes -3, 0, 1, 2, 4..7, 9..16, 22 and 25, else 0. For callers; the library does not
+// ask.
 VX_API int32_t VX_GetTransferFlags(int32_t mode);
 
 // Composites `rect` of the source (null: all of it) over the destination at (x, y).
@@ -99,9 +100,10 @@ VX_API int32_t VX_GetTransferFlags(int32_t mode);
 //   tables    null blends in the stored encoding; the tables of `mode` are not read
 //   mask      null for none; its world has the depth of the source
 //
-// The rectangle is clipped to the source, the destination and, unless inverted, the mask; a rectangle
-// clipped to nothing gives 0. The two stencil modes clear alpha outside the rectangle, nothing else
-// touches pixels there. Dissolve draws from mode->seed + left, and the row numbers move it on.
+// The rectangle is clipped to the source, the destination and, unless inverted, the mask; a
+// rectangle clipped to nothing gives 0. The two stencil modes clear alpha outside the rectangle,
+// nothing else touches pixels there. Dissolve draws from mode->seed + left, and the row numbers
+// move it on.
 //
 // 0; 3 for null worlds, unequal depths or a bad mask; 4 out of memory; 5 unknown mode, all with the
 // destination untouched; or what progress returned, with the rows done so far drawn.
@@ -126,6 +128,7 @@ VX_API VX_Err VX_TransferRect_S(VX_ProgressInfo* progress, int32_t quality, int3
 //   what       VX_MaskUse_...; 0 and unknown values write nothing where the matte is
 //   deep       non-zero: the rows are VX_Pixel16, else VX_Pixel8
 //
-// Columns that the matte does not cover get full scale when bit 0 of `what` is set, else 0. Returns 0.
+// Columns that the matte does not cover get full scale when bit 0 of `what` is set, else 0. Returns
+// 0.
 VX_API VX_Err VX_PrepTrackMatteUniv(int32_t count, const void* mask_row, int32_t left,
                                     int32_t available, int32_t what, uint8_t deep, void* out_row);

@@ -264,10 +264,11 @@ Wide Greatest(const Wide c[3]) {
 template <class D>
 void ClipToRange(typename D::Wide luma, typename D::Wide c[3]) {
   using Wide = typename D::Wide;
+  // A luminance that is itself out of range may be the channel's own: nothing then to divide by.
   const Wide n = Least(c);
-  for (int i = 0; n < 0 && i < 3; ++i) c[i] = luma + (c[i] - luma) * luma / (luma - n);
+  for (int i = 0; n < 0 && n != luma && i < 3; ++i) c[i] = luma + (c[i] - luma) * luma / (luma - n);
   const Wide x = Greatest(c);
-  for (int i = 0; x > D::full && i < 3; ++i) {
+  for (int i = 0; x > D::full && x != luma && i < 3; ++i) {
     c[i] = luma + (c[i] - luma) * (D::full - luma) / (x - luma);
   }
 }

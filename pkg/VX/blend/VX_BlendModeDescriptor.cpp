@@ -48,32 +48,26 @@ Around AroundOf(int32_t mode) {
     case VX_Xfer_LinearLight:
     case VX_Xfer_VividLight:
     case VX_Xfer_PinLight:
-    case VX_Xfer_HardMix:
-      return Around::kKeptAlpha;
+    case VX_Xfer_HardMix: return Around::kKeptAlpha;
     case VX_Xfer_Hue:
     case VX_Xfer_Saturation:
     case VX_Xfer_Color:
     case VX_Xfer_Luminosity:
     case VX_Xfer_LighterColor:
-    case VX_Xfer_DarkerColor:
-      return Around::kBehind;
+    case VX_Xfer_DarkerColor: return Around::kBehind;
     case VX_Xfer_Add:
     case VX_Xfer_Screen:
     case VX_Xfer_Lighten:
     case VX_Xfer_Difference:
     case VX_Xfer_Dodge:
-    case VX_Xfer_Exclusion:
-      return Around::kBlack;
+    case VX_Xfer_Exclusion: return Around::kBlack;
     case VX_Xfer_Multiply:
     case VX_Xfer_Darken:
-    case VX_Xfer_Burn:
-      return Around::kWhite;
+    case VX_Xfer_Burn: return Around::kWhite;
     case VX_Xfer_Overlay:
     case VX_Xfer_SoftLight:
-    case VX_Xfer_HardLight:
-      return Around::kGray;
-    default:
-      return Around::kNothing;
+    case VX_Xfer_HardLight: return Around::kGray;
+    default: return Around::kNothing;
   }
 }
 

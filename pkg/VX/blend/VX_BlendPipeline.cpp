@@ -58,8 +58,9 @@ template VX_API VX_Err VX_BlendPipeline<VX_Pixel8>(VX_ProgressInfo*, int32_t,
                                                    VX_Pixel8*);
 template VX_API VX_Err VX_BlendPipeline<VX_Pixel16>(VX_ProgressInfo*, int32_t,
                                                     const VX_BlendModeDescriptor<VX_Pixel16>*,
-                                                    const VX_Pixel16*, const VX_Pixel16*,
-                                                    uint16_t*, VX_Pixel16*);
-template VX_API VX_Err VX_BlendPipeline<VX_PixelFloat>(
-    VX_ProgressInfo*, int32_t, const VX_BlendModeDescriptor<VX_PixelFloat>*, const VX_PixelFloat*,
-    const VX_PixelFloat*, float*, VX_PixelFloat*);
+                                                    const VX_Pixel16*, const VX_Pixel16*, uint16_t*,
+                                                    VX_Pixel16*);
+template VX_API VX_Err VX_BlendPipeline<VX_PixelFloat>(VX_ProgressInfo*, int32_t,
+                                                       const VX_BlendModeDescriptor<VX_PixelFloat>*,
+                                                       const VX_PixelFloat*, const VX_PixelFloat*,
+                                                       float*, VX_PixelFloat*);

@@ -14,8 +14,8 @@ using Vec = __m128i;
 
 Vec Splat(int32_t v) { return _mm_set1_epi32(v); }
 
-// A product of lanes within -32768..32767 whose upper halves are the sign or 0 on the left, and 0 on
-// the right.
+// A product of lanes within -32768..32767 whose upper halves are the sign or 0 on the left, and 0
+// on the right.
 Vec Times(Vec a, Vec b) { return _mm_madd_epi16(a, b); }
 
 // a b / 255 in each lane, rounded; a may be negative.

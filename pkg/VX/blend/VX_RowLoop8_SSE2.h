@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// SSE2 twins of two 8-bit row loops: copy and in-front, four pixels at a time. They give the bits of
-// the plain loops.
+// SSE2 twins of two 8-bit row loops: copy and in-front, four pixels at a time. They give the bits
+// of the plain loops.
 
 #include "VX/VX_Blend.h"
 
-// Whether the divide table is the standard one, which the vector loops compute instead of reading it:
+// Whether the divide table is the standard one, which the vector loops compute instead of reading
+// it:
 // ((a >> 1) + 255 v) / a, at most 255. A host with another table gets the plain loops.
 // Birth checks; afterwards the answer stays.
 bool VXp_DividesAsVectors();

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Compositing a rectangle of one world over another: checks and clipping once, then row by row through
-// the pipeline.
+// Compositing a rectangle of one world over another: checks and clipping once, then row by row
+// through the pipeline.
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_OverrideTable.h"
@@ -45,8 +45,8 @@ bool DrawsRow(int32_t field, int32_t y) {
   return true;
 }
 
-// The mask row of destination row y: the mask's own pixels for plain alpha, which has clipped the area
-// already, else values made in `buffer`.
+// The mask row of destination row y: the mask's own pixels for plain alpha, which has clipped the
+// area already, else values made in `buffer`.
 template <class Pixel>
 const Pixel* MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask,
                      const VXp_CopyArea& area, int32_t y, Pixel* buffer) {
@@ -67,9 +67,9 @@ VX_Err Poll(VX_ProgressInfo* progress, int32_t done, int32_t total) {
 }
 
 template <class Pixel>
-VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src,
-                    const VX_WorldX<Pixel>* mask, VX_BlendModeDescriptor<Pixel>& descriptor,
-                    const VXp_RowBuffers& buffers, VX_WorldX<Pixel>& dst) {
+VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>* mask,
+                    VX_BlendModeDescriptor<Pixel>& descriptor, const VXp_RowBuffers& buffers,
+                    VX_WorldX<Pixel>& dst) {
   const VXp_CopyArea& area = call.area;
   auto* const alpha = static_cast<VX_ChannelOf<Pixel>*>(buffers.alpha());
   auto seed = static_cast<uint32_t>(descriptor.blendingMode.seed);
@@ -80,9 +80,9 @@ VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src,
       if (mask != nullptr) {
         mask_row = MaskRow(*call.mask, *mask, area, y, static_cast<Pixel*>(buffers.mask()));
       }
-      const VX_Err error = VX_BlendPipeline<Pixel>(
-          call.progress, area.width, &descriptor, src.Row(area.source_y + row) + area.source_x,
-          mask_row, alpha, dst.Row(y) + area.dest_x);
+      const VX_Err error = VX_BlendPipeline<Pixel>(call.progress, area.width, &descriptor,
+                                                   src.Row(area.source_y + row) + area.source_x,
+                                                   mask_row, alpha, dst.Row(y) + area.dest_x);
       if (error != VX_Ok) return error;
     }
     if ((y & 0x7F) == 0) {
@@ -140,7 +140,8 @@ VX_Err CheckMask(const VX_MaskSpec* mask, int32_t depth) {
     return VXp_BadParameter(kBadParameter);
   }
   if (VXp_WorldDepth(mask->world) == depth) return VX_Ok;
-  return VXp_FailVerification("VX_TransferRect requires src and mask worlds to have same bit depth");
+  return VXp_FailVerification(
+      "VX_TransferRect requires src and mask worlds to have same bit depth");
 }
 
 // The mask comes last and may be absent, where the other two wrappers always stand.
@@ -152,10 +153,9 @@ VX_Err WithMask(const Transfer& call, const VX_WorldX<Pixel>& src, VX_WorldX<Pix
 }
 
 VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int32_t field,
-                       const M_Rect* rect, const VX_LayerDef* src,
-                       const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
-                       const VX_MaskSpec* mask, const VX_BlendScratch* scratch, int32_t x,
-                       int32_t y, VX_LayerDef* dst) {
+                       const M_Rect* rect, const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                       const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
+                       const VX_BlendScratch* scratch, int32_t x, int32_t y, VX_LayerDef* dst) {
   if (!HasPixels(src) || !HasPixels(dst) || mode == nullptr) {
     return VXp_BadParameter(kBadParameter);
   }
@@ -168,7 +168,9 @@ VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int3
   return VXp_Guarded([&] {
     return VXp_WithWorlds(
         src, kVXp_UnknownDepthText,
-        [&](const auto& typed_src, auto& typed_dst) { return WithMask(call, typed_src, typed_dst); },
+        [&](const auto& typed_src, auto& typed_dst) {
+          return WithMask(call, typed_src, typed_dst);
+        },
         src, dst);
   });
 }
@@ -176,9 +178,9 @@ VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int3
 }  // namespace
 
 VX_Err VX_TransferRect(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
-                       const M_Rect* rect, const VX_LayerDef* src,
-                       const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
-                       const VX_MaskSpec* mask, int32_t x, int32_t y, VX_LayerDef* dst) {
+                       const M_Rect* rect, const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                       const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask, int32_t x,
+                       int32_t y, VX_LayerDef* dst) {
   return VXp_G_OverFuncs.VX_TransferRect_S(progress, quality, flags, field, rect, src, mode, tables,
                                            mask, x, y, dst);
 }

@@ -49,8 +49,7 @@ struct Xfer1 {
         Reduced<T>(Light::ToWorking(src.alpha), Light::ToWorking(opacity)...);
     if (Mode<T>::kPixelSkipsZero && sa == typename T::Work{0}) return;
     VXp_BlendLinear<Mode<T>::kWritesColor>(
-        src, tables, dst,
-        [=](const Working& s, Working& d) { Mode<T>::BlendPixel(s, sa, d); });
+        src, tables, dst, [=](const Working& s, Working& d) { Mode<T>::BlendPixel(s, sa, d); });
   }
 };
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The slots of the override table that a blend goes through, by pixel type. Read at the moment of use,
-// so that a replacement takes effect.
+// The slots of the override table that a blend goes through, by pixel type. Read at the moment of
+// use, so that a replacement takes effect.
 
 #include "VX/VX_OverrideTable.h"
 

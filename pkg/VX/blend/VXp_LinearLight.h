@@ -5,8 +5,8 @@
 // Between stored and linear values, by the tables of a profile.
 //
 // Integer pixels blend at 16 bits in linear light, whatever their depth; float pixels as floats.
-// VXp_LinearLight<Pixel> tells the working pixel and converts both ways. Alpha is not a light: it only
-// changes its scale.
+// VXp_LinearLight<Pixel> tells the working pixel and converts both ways. Alpha is not a light: it
+// only changes its scale.
 
 #include <cmath>
 
@@ -67,7 +67,8 @@ struct VXp_LinearLight<VX_Pixel16> {
   }
 
  private:
-  // The stored value at 8-bit scale falls between two entries. Values above white read the last one.
+  // The stored value at 8-bit scale falls between two entries. Values above white read the last
+  // one.
   static uint16_t Linear(uint16_t c, const VX_LinearBlendingTables& t) {
     const int32_t p = 255 * std::min<int32_t>(c, 32768);
     const int32_t j = p >> 15;
@@ -103,8 +104,8 @@ struct VXp_LinearLight<VX_PixelFloat> {
   }
 };
 
-// Runs blend(source, destination) on the working pixels of s and d, and brings the destination back.
-// Modes that change alpha only do not touch the destination's colours on the way.
+// Runs blend(source, destination) on the working pixels of s and d, and brings the destination
+// back. Modes that change alpha only do not touch the destination's colours on the way.
 template <bool kWritesColor, class Pixel, class Blend>
 void VXp_BlendLinear(const Pixel& s, const VX_LinearBlendingTables& tables, Pixel& d,
                      Blend&& blend) {

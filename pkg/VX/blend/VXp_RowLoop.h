@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The row loops: one for each mode, depth, and variant with or without mask, encoded or linear. Each
-// has the arithmetic of its mode inline; past the loop's head nothing is tested that is constant.
+// The row loops: one for each mode, depth, and variant with or without mask, encoded or linear.
+// Each has the arithmetic of its mode inline; past the loop's head nothing is tested that is
+// constant.
 //
 // Loads and stores copy, because a caller's rowbytes may put a row at any address.
 
@@ -118,8 +119,9 @@ struct VXp_RowLoop<VXp_ModeBehind, Pixel, hasMask, true> {
 
 // --- copies --------------------------------------------------------------------------------------
 
-// Whether the row of a copy takes part in linear light. Copies of integers do not change colours, so
-// for them light makes no difference, but for 8-bit Copy, whose linear form goes through the tables.
+// Whether the row of a copy takes part in linear light. Copies of integers do not change colours,
+// so for them light makes no difference, but for 8-bit Copy, whose linear form goes through the
+// tables.
 template <template <class> class Mode, class Pixel>
 inline constexpr bool VXp_CopiesInLight = false;
 template <>
@@ -158,8 +160,8 @@ struct VXp_CopyLoop {
 
 template <class Pixel, bool hasMask, bool linear>
 struct VXp_RowLoop<VXp_ModeCopy, Pixel, hasMask, linear>
-    : VXp_CopyLoop<VXp_ModeCopy, Pixel, hasMask,
-                   linear && VXp_CopiesInLight<VXp_ModeCopy, Pixel>> {};
+    : VXp_CopyLoop<VXp_ModeCopy, Pixel, hasMask, linear && VXp_CopiesInLight<VXp_ModeCopy, Pixel>> {
+};
 
 template <class Pixel, bool hasMask, bool linear>
 struct VXp_RowLoop<VXp_ModeScale, Pixel, hasMask, linear>

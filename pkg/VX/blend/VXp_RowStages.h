@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The stages around a scan: matting a row onto a neutral colour and taking it off again by each pixel's
-// own alpha, and the union of alphas.
+// The stages around a scan: matting a row onto a neutral colour and taking it off again by each
+// pixel's own alpha, and the union of alphas.
 
 #include "VX/VX_Blend.h"
 #include "blend/modes/VXp_Matted.h"

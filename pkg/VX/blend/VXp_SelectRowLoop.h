@@ -37,12 +37,11 @@ VX_Err VX_GetInnerBlendingFunc(int32_t mode, VX_InnerBlendingFunc<Pixel>* out) {
   return VX_Ok;
 }
 
-#define VXP_INSTANTIATE_ROW_LOOPS(Pixel)                                               \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, false>(int32_t,                \
+#define VXP_INSTANTIATE_ROW_LOOPS(Pixel)                                                      \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, false>(int32_t,                       \
                                                                VX_InnerBlendingFunc<Pixel>*); \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, false>(int32_t,                 \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, false>(int32_t,                        \
                                                               VX_InnerBlendingFunc<Pixel>*);  \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, true>(int32_t,                 \
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, false, true>(int32_t,                        \
                                                               VX_InnerBlendingFunc<Pixel>*);  \
-  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, true>(int32_t,                  \
-                                                             VX_InnerBlendingFunc<Pixel>*);
+  template VX_Err VX_GetInnerBlendingFunc<Pixel, true, true>(int32_t, VX_InnerBlendingFunc<Pixel>*);

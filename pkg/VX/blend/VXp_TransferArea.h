@@ -11,10 +11,10 @@
 inline void VXp_ClipToMask(const VX_MaskSpec& mask, VXp_CopyArea& area) {
   const int64_t left = std::max<int64_t>(area.dest_x, mask.offsetH);
   const int64_t top = std::max<int64_t>(area.dest_y, mask.offsetV);
-  const int64_t right = std::min(int64_t{area.dest_x} + area.width,
-                                 int64_t{mask.offsetH} + mask.world->width);
-  const int64_t bottom = std::min(int64_t{area.dest_y} + area.height,
-                                  int64_t{mask.offsetV} + mask.world->height);
+  const int64_t right =
+      std::min(int64_t{area.dest_x} + area.width, int64_t{mask.offsetH} + mask.world->width);
+  const int64_t bottom =
+      std::min(int64_t{area.dest_y} + area.height, int64_t{mask.offsetV} + mask.world->height);
   if (right <= left || bottom <= top) {
     area = {};
     return;
@@ -27,8 +27,8 @@ inline void VXp_ClipToMask(const VX_MaskSpec& mask, VXp_CopyArea& area) {
   area.height = static_cast<int32_t>(bottom - top);
 }
 
-// The area that a transfer touches, in source and destination. Outside an inverted mask the weight is
-// full, so only the other masks clip.
+// The area that a transfer touches, in source and destination. Outside an inverted mask the weight
+// is full, so only the other masks clip.
 inline VXp_CopyArea VXp_TransferArea(const VX_LayerDef& src, const M_Rect* rect,
                                      const VX_MaskSpec* mask, int32_t x, int32_t y,
                                      const VX_LayerDef& dst) {

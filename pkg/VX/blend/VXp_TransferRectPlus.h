@@ -7,8 +7,8 @@
 #include "VX/VX_Transfer.h"
 
 // As VX_TransferRect_S; `scratch` is a record whose rows hold the destination's width, or null.
-VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
-                           int32_t field, const M_Rect* rect, const VX_LayerDef* src,
+VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
+                           const M_Rect* rect, const VX_LayerDef* src,
                            const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
                            const VX_MaskSpec* mask, const VX_BlendScratch* scratch, int32_t x,
                            int32_t y, VX_LayerDef* dst);

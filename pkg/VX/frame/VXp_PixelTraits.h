@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
-// The arithmetic of one channel at each depth. No operation writes its own rounding: what differs by
-// depth is here, and the roundings differ on purpose.
+// The arithmetic of one channel at each depth. No operation writes its own rounding: what differs
+// by depth is here, and the roundings differ on purpose.
 //
 // Work is the type in which channels are computed. Integer products wrap instead of overflowing, so
 // that values beyond full scale give some value and never undefined behaviour.
@@ -69,8 +69,8 @@ struct VXp_PixelTraits<VX_Pixel16> {
   // n / a at scale 32768; n at or above a gives full scale, which also guards a of 0.
   static constexpr Work Div(Work n, Work a) {
     if (n >= a) return kFull;
-    const auto numerator = (static_cast<uint32_t>(a) >> 1) +
-                           (static_cast<uint32_t>(std::max(n, Work{0})) << 15);
+    const auto numerator =
+        (static_cast<uint32_t>(a) >> 1) + (static_cast<uint32_t>(std::max(n, Work{0})) << 15);
     return static_cast<Work>(numerator / static_cast<uint32_t>(a));
   }
   static constexpr Work Luma(Work r, Work g, Work b) {

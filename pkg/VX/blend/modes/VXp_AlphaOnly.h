@@ -16,8 +16,7 @@ struct VXp_AlphaOnly {
   static void BlendPixel(const typename T::Pixel& s, Work sa, typename T::Pixel& d) {
     VXp_StoreAlpha<T>(Mode::Alpha(d.alpha, sa, VXp_Color<T>::Of(s)), d);
   }
-  static void BlendInRow(const typename T::Pixel& s, Work w, bool /*keep*/,
-                         typename T::Pixel& d) {
+  static void BlendInRow(const typename T::Pixel& s, Work w, bool /*keep*/, typename T::Pixel& d) {
     BlendPixel(s, w, d);
   }
 

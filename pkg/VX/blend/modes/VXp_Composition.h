@@ -67,8 +67,8 @@ struct VXp_ModeInFront : VXp_SameInRow<T, VXp_ModeInFront<T>> {
   }
 };
 
-// Over with a source that is already multiplied by its alpha: k = da (F - sa), r = min(s + d k, F) / A.
-// A source of alpha 0 still adds light, so nothing is skipped.
+// Over with a source that is already multiplied by its alpha: k = da (F - sa), r = min(s + d k, F)
+// / A. A source of alpha 0 still adds light, so nothing is skipped.
 template <class T>
 struct VXp_ModePremulOver : VXp_SameInRow<T, VXp_ModePremulOver<T>> {
   using Pixel = typename T::Pixel;

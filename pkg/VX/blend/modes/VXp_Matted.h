@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that work on a destination matted onto their neutral colour, which is the colour that the mode
-// leaves unchanged when the source is transparent. Per pixel: matte, formula, unmatte by A. In a row
-// the stages around it do the matting and the alpha, so the row form is the formula alone.
+// Modes that work on a destination matted onto their neutral colour, which is the colour that the
+// mode leaves unchanged when the source is transparent. Per pixel: matte, formula, unmatte by A. In
+// a row the stages around it do the matting and the alpha, so the row form is the formula alone.
 //
 // A mode of this family gives Full(s, m) for a source that covers, and Part(s, m, sa) below that.
 

@@ -7,8 +7,8 @@
 #include "blend/modes/VXp_Matted.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
 
-// A quotient of the dodge and burn modes. Float has no ceiling of its own at full scale, so a divisor
-// that is not above the numerator ends there.
+// A quotient of the dodge and burn modes. Float has no ceiling of its own at full scale, so a
+// divisor that is not above the numerator ends there.
 template <class T>
 typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   if constexpr (VXp_IsFloat<T>) {
@@ -17,7 +17,8 @@ typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   return T::Div(n, a);
 }
 
-// s scaled to twice its distance above half, or from 0 below it. Halves of the range map to the whole.
+// s scaled to twice its distance above half, or from 0 below it. Halves of the range map to the
+// whole.
 template <class T>
 typename T::Work VXp_Doubled(typename T::Work s) {
   using Work = typename T::Work;
@@ -69,9 +70,7 @@ struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray<T>> {
   static Work PartInRow(Work s, Work m, Work w) { return T::Lerp(m, FullInRow(s, m), w); }
 
  private:
-  static Work Light(Work s, Work m) {
-    return T::Inv(T::Mul(T::Inv(s), Work{2} * T::Inv(m)));
-  }
+  static Work Light(Work s, Work m) { return T::Inv(T::Mul(T::Inv(s), Work{2} * T::Inv(m))); }
 };
 
 // m moved along a curve: up for a light source, down for a dark one

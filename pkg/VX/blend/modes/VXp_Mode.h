@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the pieces of arithmetic share. A transfer mode is one small stateless template over the depth's
-// traits T. It knows nothing of rows, masks, opacity or dissolve, and offers:
+// What the pieces of arithmetic share. A transfer mode is one small stateless template over the
+// depth's traits T. It knows nothing of rows, masks, opacity or dissolve, and offers:
 //
 //   kPixelSkipsZero  the per-pixel form leaves a pixel of source alpha 0 alone
 //   kRowSkipsZero    the row form leaves a pixel of weight 0 alone

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes whose row form is more than one pixel at a time, or that have no other: copies, the mix of two
-// images, and dissolve.
+// Modes whose row form is more than one pixel at a time, or that have no other: copies, the mix of
+// two images, and dissolve.
 
 #include <type_traits>
 
@@ -32,7 +32,8 @@ template <class T>
 struct VXp_ModeScale : VXp_ModeCopy<T> {};
 
 // Two images mixed by the alpha t of the mask: a1 = sa t, a2 = (F - t) da and q = a1 + a2 as exact
-// products; each colour is the mean weighted by a1 and a2, alpha is q brought to scale. For rows only.
+// products; each colour is the mean weighted by a1 and a2, alpha is q brought to scale. For rows
+// only.
 template <class T>
 struct VXp_ModeMaskMix {
   using Pixel = typename T::Pixel;
@@ -78,8 +79,8 @@ struct VXp_ModeMaskMix {
   }
 };
 
-// Pixels taken whole by a random test against the weight. One pixel alone has no seed, so the per-pixel
-// form does nothing.
+// Pixels taken whole by a random test against the weight. One pixel alone has no seed, so the
+// per-pixel form does nothing.
 template <class T>
 struct VXp_ModeDissolve {
   using Pixel = typename T::Pixel;

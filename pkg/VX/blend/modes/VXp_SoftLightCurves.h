@@ -15,8 +15,8 @@ struct VXp_SoftLightCurves;
 
 namespace vxp_soft_light {
 
-// Newton's method from above; ends when the value no longer falls. Good to the last bit or so, where
-// rounding to a byte needs three digits.
+// Newton's method from above; ends when the value no longer falls. Good to the last bit or so,
+// where rounding to a byte needs three digits.
 constexpr double SquareRoot(double x) {
   double r = 1.0;
   for (;;) {

@@ -33,8 +33,8 @@ struct VXp_ThreeTerm : VXp_SameInRow<T, Mode> {
   }
 };
 
-// Where a mode is chosen by the source, its lower half reaches to kHalf and is doubled: twice s, and
-// twice s less F above. At 8 bits the doubling goes over the scale 0..127.
+// Where a mode is chosen by the source, its lower half reaches to kHalf and is doubled: twice s,
+// and twice s less F above. At 8 bits the doubling goes over the scale 0..127.
 template <class T>
 struct VXp_Halves {
   using Work = typename T::Work;

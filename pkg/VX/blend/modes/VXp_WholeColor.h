@@ -3,8 +3,8 @@
 #pragma once
 
 // Modes that look at a whole colour: hue, saturation, colour and luminosity, and the choice of the
-// lighter or darker colour. Where the destination does not cover, the source first goes behind it; per
-// pixel that is done here, in a row by the pass before the scan.
+// lighter or darker colour. Where the destination does not cover, the source first goes behind it;
+// per pixel that is done here, in a row by the pass before the scan.
 
 #include "blend/modes/VXp_Composition.h"
 
@@ -19,16 +19,18 @@ typename T::Work VXp_Fraction(typename T::Work a, typename T::Work b, typename T
   }
 }
 
-// Brings a colour of luminance l back into range by moving its channels toward l.
+// Brings a colour of luminance l back into range by moving its channels toward l. A channel that
+// lies at l itself, outside the range, cannot be moved: then the colour stays, as only float pixels
+// have it.
 template <class T>
 VXp_Color<T> VXp_ClipToRange(VXp_Color<T> c, typename T::Work l) {
   using Work = typename T::Work;
   const Work n = c.Min();
-  if (n < Work{0}) {
+  if (n < Work{0} && n != l) {
     c = VXp_Each(c, [=](Work x) { return l + VXp_Fraction<T>(x - l, l, l - n); });
   }
   const Work x = c.Max();
-  if (x > T::kFull) {
+  if (x > T::kFull && x != l) {
     c = VXp_Each(c, [=](Work y) { return l + VXp_Fraction<T>(y - l, T::kFull - l, x - l); });
   }
   return c;
@@ -44,7 +46,7 @@ struct VXp_NonSeparable {
   static constexpr bool kWritesColor = true;
 
   static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
-    VXp_ModeBehind<T>::BlendPixel(s, sa, d);  // nothing where the destination covers
+    if (d.alpha < T::kFull) VXp_ModeBehind<T>::BlendPixel(s, sa, d);
     BlendInRow(s, sa, false, d);
   }
 
@@ -61,8 +63,9 @@ struct VXp_NonSeparable {
     return VXp_Each(c, [=](Work x) { return x + by; });
   }
 
-  // The colour with the hue of `c` whose channels span `range`: the largest channel gets the range, the
-  // smallest 0. Among equals the first is the largest and the last the smallest, so a grey goes red.
+  // The colour with the hue of `c` whose channels span `range`: the largest channel gets the range,
+  // the smallest 0. Among equals the first is the largest and the last the smallest, so a grey goes
+  // red.
   static VXp_Color<T> Spread(const VXp_Color<T>& c, Work range) {
     const Work top = c.Max();
     const Work low = c.Min();
@@ -131,9 +134,9 @@ int32_t VXp_LumaAs8(typename T::Work luma) {
   }
 }
 
-// A mode of this family tells whether the source is Chosen by the two luminances. Per pixel they are
-// those before the source goes behind the destination, at full precision; in a row those after it, as
-// 8-bit values.
+// A mode of this family tells whether the source is Chosen by the two luminances. Per pixel they
+// are those before the source goes behind the destination, at full precision; in a row those after
+// it, as 8-bit values.
 template <class T, class Mode>
 struct VXp_ColorChoice {
   using Pixel = typename T::Pixel;
@@ -144,7 +147,7 @@ struct VXp_ColorChoice {
 
   static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
     const bool chosen = Mode::Chosen(VXp_Color<T>::Of(s).Luma(), VXp_Color<T>::Of(d).Luma());
-    VXp_ModeBehind<T>::BlendPixel(s, sa, d);
+    if (d.alpha < T::kFull) VXp_ModeBehind<T>::BlendPixel(s, sa, d);
     if (chosen) Take(s, sa, d);
   }
 

@@ -1,0 +1,83 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Frames from an embedder's own pool: the settings of the embedded host instead of a host of one's
+// own. The pool has a limit, and the program shows what happens beyond it.
+
+#include <VX/VX.h>
+#include <host/VXHost.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+// The library asks for frames from any thread that makes worlds; this program has one.
+struct Pool {
+  size_t left = 1 << 20;
+  int taken = 0;
+  int refused = 0;
+  int released = 0;
+};
+
+// Every block carries its size in front. Frames must be 8-byte aligned; these are 16-byte aligned.
+constexpr size_t kHead = 16;
+
+void* Take(size_t size, void* context) {
+  Pool& pool = *static_cast<Pool*>(context);
+  void* const block = size <= pool.left ? std::malloc(kHead + size) : nullptr;
+  if (block == nullptr) {
+    ++pool.refused;
+    return nullptr;
+  }
+  ++pool.taken;
+  pool.left -= size;
+  *static_cast<size_t*>(block) = size;
+  return static_cast<char*>(block) + kHead;
+}
+
+void Release(void* frame, void* context) {
+  Pool& pool = *static_cast<Pool*>(context);
+  void* const block = static_cast<char*>(frame) - kHead;
+  ++pool.released;
+  pool.left += *static_cast<size_t*>(block);
+  std::free(block);
+}
+
+void PrintReport(uint32_t, int32_t, int32_t, const char* text, void*) {
+  std::printf("VX says: %s\n", text);
+}
+
+// True when a world of this size could be made.
+bool CanMake(int32_t width, int32_t height, int16_t depth) {
+  try {
+    const std::unique_ptr<VX_World> world(VX_World::New(width, height, depth, VX_WorldFlag_Clear));
+    std::printf("%d x %d at %d bits: made\n", width, height, depth);
+    return world != nullptr;
+  } catch (VX_Err code) {
+    std::printf("%d x %d at %d bits: refused with %d\n", width, height, depth, code);
+    return false;
+  }
+}
+
+}  // namespace
+
+int main() {
+  Pool pool;
+  const VXHost_Allocator frames{Take, Release, &pool};
+  VXHost_SetFrameAllocator(&frames);
+  VXHost_SetReportSink(PrintReport, nullptr);
+  if (VX_Birth() != VX_Ok) return 1;
+
+  const bool as_expected = CanMake(100, 100, 8) && CanMake(100, 100, 16) &&
+                           !CanMake(1920, 1080, 32) &&  // 32 MiB from a pool of one
+                           CanMake(100, 100, 32);
+
+  const bool died = VX_Death() == VX_Ok;
+  VXHost_SetReportSink(nullptr, nullptr);
+  VXHost_SetFrameAllocator(nullptr);
+  std::printf("frames: %d taken, %d refused, %d released\n", pool.taken, pool.refused,
+              pool.released);
+  return as_expected && died ? 0 : 1;
+}

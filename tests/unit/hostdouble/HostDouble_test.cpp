@@ -3,7 +3,7 @@
 
 // The means by which other tests make services fail must not fail themselves.
 
-#include "HostDouble.h"
+#include "hostdouble/HostDouble.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,62 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "Rounds.h"
+
+#include <benchmark/benchmark.h>
+#include <time.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace {
+
+double ThreadSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+double TimeOnce(const Contestant& contestant) {
+  if (contestant.prepare) contestant.prepare();
+  benchmark::ClobberMemory();  // pixels written before are written before
+  const double begin = ThreadSeconds();
+  contestant.run();
+  benchmark::ClobberMemory();  // and those of the run belong to it
+  return ThreadSeconds() - begin;
+}
+
+// Share 0..1 of the sorted values, between neighbours where it falls between.
+double Quantile(std::vector<double> values, double share) {
+  std::sort(values.begin(), values.end());
+  const double place = share * static_cast<double>(values.size() - 1);
+  const auto below = static_cast<size_t>(place);
+  const size_t above = std::min(below + 1, values.size() - 1);
+  return values[below] + (place - static_cast<double>(below)) * (values[above] - values[below]);
+}
+
+}  // namespace
+
+double Timing::Median() const { return Quantile(seconds, 0.5); }
+
+double Timing::Spread() const {
+  return 0.5 * (Quantile(seconds, 0.75) - Quantile(seconds, 0.25)) / Median();
+}
+
+std::vector<Timing> RunRounds(const std::vector<Contestant>& contestants, int rounds) {
+  std::vector<Timing> timings(contestants.size());
+  for (const Contestant& contestant : contestants) TimeOnce(contestant);
+  for (int round = 0; round < rounds; ++round) {
+    for (size_t turn = 0; turn < contestants.size(); ++turn) {
+      const size_t who = (turn + static_cast<size_t>(round)) % contestants.size();
+      timings[who].seconds.push_back(TimeOnce(contestants[who]));
+    }
+  }
+  return timings;
+}
+
+double TimesFaster(const Timing& a, const Timing& b) {
+  std::vector<double> ratios;
+  for (size_t i = 0; i < a.seconds.size(); ++i) ratios.push_back(b.seconds[i] / a.seconds[i]);
+  return Quantile(ratios, 0.5);
+}

@@ -54,8 +54,8 @@ void Progress::Begin(int index, int count, const std::string& what) {
   if (style_ == Plain) {
     Line("vx: " + std::to_string(index + 1) + "/" + std::to_string(count) + " " + what);
   } else if (style_ == Json) {
-    nlohmann::ordered_json event = {{"event", "step"}, {"step", index + 1}, {"of", count},
-                                    {"what", what}};
+    nlohmann::ordered_json event = {
+        {"event", "step"}, {"step", index + 1}, {"of", count}, {"what", what}};
     Line(Dump(event));
   }
   Show(0);

@@ -39,7 +39,8 @@ void AddLayerOptions(CLI::App* app, LayerWords* words) {
   app->add_option("--at", words->at, "Where its corner lands; may be negative [0,0]")
       ->type_name("X,Y")
       ->group(group);
-  app->add_option("--rect", words->rect, "Draw only this area of it; --at places the area's corner [all]")
+  app->add_option("--rect", words->rect,
+                  "Draw only this area of it; --at places the area's corner [all]")
       ->type_name("L,T,R,B")
       ->group(group);
   app->add_option("--seed", words->seed, "Of the random pattern of dissolve, 32 bits [0]")
@@ -54,9 +55,10 @@ void AddLayerOptions(CLI::App* app, LayerWords* words) {
                   "alpha]")
       ->type_name("WHAT")
       ->group(group);
-  app->add_option("--mask-at", words->mask_at,
-                  "Where the mask's corner lies on the background; outside of it the mask counts as "
-                  "0, inverse uses as full [0,0]")
+  app->add_option(
+         "--mask-at", words->mask_at,
+         "Where the mask's corner lies on the background; outside of it the mask counts as "
+         "0, inverse uses as full [0,0]")
       ->type_name("X,Y")
       ->group(group);
   app->add_option("--field", words->field,
@@ -75,8 +77,7 @@ std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* argum
     const std::string& word = (*arguments)[i];
     size_t equals = word.find('=');
     std::string name = word.substr(0, equals);
-    const CLI::Option* option =
-        name.starts_with("--") ? probe.get_option_no_throw(name) : nullptr;
+    const CLI::Option* option = name.starts_with("--") ? probe.get_option_no_throw(name) : nullptr;
     if (!option || name == "--help") {
       rest.push_back(word);
       continue;
@@ -87,7 +88,7 @@ std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* argum
     }
     std::string whole = word;
     // Joined, so that a value such as -10,5 is not taken for an option.
-    if (option->get_type_size() != 0 && equals == std::string::npos) {
+    if (option->get_items_expected_max() != 0 && equals == std::string::npos) {
       if (i + 1 == arguments->size()) throw UsageError(name + ": needs a value after it");
       whole += "=" + (*arguments)[++i];
     }

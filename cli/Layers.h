@@ -24,8 +24,8 @@ struct LayerWords {
 // Declares the options on an app: on the verb's for its help, on one per layer for parsing.
 void AddLayerOptions(CLI::App* app, LayerWords* words);
 
-// Takes the groups that begin with --layer out of the arguments of `vx composite`. Throws UsageError
-// for an option of a layer that stands before any --layer.
+// Takes the groups that begin with --layer out of the arguments of `vx composite`. Throws
+// UsageError for an option of a layer that stands before any --layer.
 std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* arguments);
 
 struct Layer {

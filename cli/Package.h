@@ -14,14 +14,15 @@ namespace vxcli {
 void SetProcessor(const std::string& level);
 
 struct ProcessorLevel {
-  const char* option;   // word for --processor
-  const char* name;     // "plain", "sse2", "sse2+ssse3"
-  bool available;       // on this machine
+  const char* option;  // word for --processor
+  const char* name;    // "plain", "sse2", "sse2+ssse3"
+  bool available;      // on this machine
   bool in_use;
 };
 std::vector<ProcessorLevel> ProcessorLevels();
 
-// Born as long as it lives. The constructor throws LibraryError; the host's scan for modules runs too.
+// Born as long as it lives. The constructor throws LibraryError; the host's scan for modules runs
+// too.
 class Package {
  public:
   Package();

@@ -66,8 +66,9 @@ double ParseNumber(const std::string& option, const std::string& word, double le
   double value = 0;
   if (!ReadWhole(word, &value) || !(value >= least && value <= largest) || !std::isfinite(value)) {
     Refuse(option, word,
-           std::isfinite(largest) ? "a number from " + Plain(least) + " to " + Plain(largest)
-                                  : "a finite number");
+           largest < 1e30 ? "a number from " + Plain(least) + " to " + Plain(largest)
+           : least == 0   ? std::string("a finite number, 0 or more")
+                          : std::string("a finite number"));
   }
   return value;
 }

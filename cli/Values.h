@@ -3,7 +3,8 @@
 #pragma once
 
 // The words of a command line as values. Every function throws UsageError with one line that names
-// the option, the word and what would be right; nothing else is accepted, not even a trailing blank.
+// the option, the word and what would be right; nothing else is accepted, not even a trailing
+// blank.
 
 #include <array>
 #include <cstdint>
@@ -49,7 +50,8 @@ struct Mode {
 };
 const std::vector<Mode>& Modes();
 
-// A name or a number. An unknown word gives an error that names the nearest mode and lists them all.
+// A name or a number. An unknown word gives an error that names the nearest mode and lists them
+// all.
 Mode ParseMode(const std::string& word);
 
 }  // namespace vxcli

@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The verbs of the command, a file each. A verb declares its options on the root and gives back what
-// to call when it was named; its words are judged there, so that every wrong value is a UsageError.
+// The verbs of the command, a file each. A verb declares its options on the root and gives back
+// what to call when it was named; its words are judged there, so that every wrong value is a
+// UsageError.
 
 #include <CLI/CLI.hpp>
 #include <functional>

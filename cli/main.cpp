@@ -36,13 +36,20 @@ std::vector<std::string> JoinNegativeValues(std::vector<std::string> words) {
 }
 
 // "composite " or nothing: the verb of the line, before it is parsed.
-std::string NamedVerb(const std::vector<std::string>& words, const std::vector<vxcli::Verb>& verbs) {
+std::string NamedVerb(const std::vector<std::string>& words,
+                      const std::vector<vxcli::Verb>& verbs) {
   for (const std::string& word : words) {
     for (const vxcli::Verb& verb : verbs) {
       if (verb.app->get_name() == word) return word + " ";
     }
   }
   return "";
+}
+
+UsageError NoVerb(const std::vector<vxcli::Verb>& verbs) {
+  std::string names;
+  for (const vxcli::Verb& verb : verbs) names += " " + verb.app->get_name();
+  return UsageError("no known verb is named; verbs are" + names + "; see 'vx --help'");
 }
 
 bool AsksForHelp(const std::vector<std::string>& words) {
@@ -54,20 +61,22 @@ bool AsksForHelp(const std::vector<std::string>& words) {
 
 int Run(std::vector<std::string> words) {
   CLI::App root{"Composite and compare pictures of straight alpha at 8, 16 and 32 bits", "vx"};
-  root.require_subcommand(1);
+  root.require_subcommand(0, 1);
   root.set_version_flag("--version", &vxcli::VersionText, "Show versions and the processor level");
   std::string processor = "all";
   root.add_option("--processor", processor,
                   "Vector code to use, before the verb: none, sse2 or all; the pictures are the "
                   "same [all]")
       ->type_name("LEVEL");
-  root.footer(
-      "Exit codes: 0 done, 1 internal (compare: they differ), 2 usage, 3 input, 4 output,\n"
-      "128 + signal. 'vx VERB --help' tells about a verb.");
+  root.footer("Exit codes: 0 done, 1 internal (compare: they differ), 2 usage, 3 input, 4 output,\n"
+              "128 + signal. 'vx VERB --help' tells about a verb.");
   std::vector<std::vector<std::string>> layers;
-  std::vector<vxcli::Verb> verbs = {vxcli::AddComposite(&root, &layers), vxcli::AddFill(&root),
-                                    vxcli::AddModes(&root),  vxcli::AddCompare(&root),
-                                    vxcli::AddInfo(&root),   vxcli::AddList(&root)};
+  std::vector<vxcli::Verb> verbs = {vxcli::AddComposite(&root, &layers),
+                                    vxcli::AddFill(&root),
+                                    vxcli::AddModes(&root),
+                                    vxcli::AddCompare(&root),
+                                    vxcli::AddInfo(&root),
+                                    vxcli::AddList(&root)};
   std::string verb_name;
   try {
     words = JoinNegativeValues(std::move(words));
@@ -79,8 +88,10 @@ int Run(std::vector<std::string> words) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
       return root.exit(error, std::cout, std::cerr);
     }
+    if (verb_name.empty() && dynamic_cast<const CLI::ExtrasError*>(&error)) throw NoVerb(verbs);
     throw UsageError(std::string(error.what()) + "; see 'vx " + verb_name + "--help'");
   }
+  if (verb_name.empty()) throw NoVerb(verbs);
   vxcli::SetProcessor(processor);
   vxcli::Package package;
   for (const vxcli::Verb& verb : verbs) {

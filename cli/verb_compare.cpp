@@ -77,8 +77,8 @@ void PrintRecord(const CompareWords& words, const VXIO_Comparison& result, int32
 }
 
 int Run(const CompareWords& words) {
-  double tolerance = ParseNumber("--tolerance", words.tolerance, 0,
-                                 std::numeric_limits<double>::infinity());
+  double tolerance =
+      ParseNumber("--tolerance", words.tolerance, 0, std::numeric_limits<double>::infinity());
   if (!words.diff.empty()) VXIO_CheckOutput(words.diff, VXIO_Clobber::Overwrite);
   VXIO_Info first = VXIO_ReadInfo(words.first), second = VXIO_ReadInfo(words.second);
   if (first.width != second.width || first.height != second.height) {
@@ -122,9 +122,7 @@ Verb AddCompare(CLI::App* root) {
   CLI::App* app = root->add_subcommand(
       "compare", "Tell whether two pictures are equal, or how far apart they are");
   app->add_option("A", words->first, "A picture")->type_name("FILE")->required();
-  app->add_option("B", words->second, "A picture of the same size")
-      ->type_name("FILE")
-      ->required();
+  app->add_option("B", words->second, "A picture of the same size")->type_name("FILE")->required();
   app->add_option("--tolerance", words->tolerance,
                   "Largest difference that still counts as equal, in the scale of the deeper depth "
                   "(0..255, 0..32768, or 1 is full at 32) [0]")

@@ -56,8 +56,7 @@ Mask ReadMask(const Layer& layer, int32_t depth, const VX_World& below) {
   mask.spec.world = mask.world.get();
   mask.spec.offsetH = static_cast<int16_t>(layer.mask_at.x);
   mask.spec.offsetV = static_cast<int16_t>(layer.mask_at.y);
-  mask.spec.what =
-      layer.mask_use.value_or(picture.has_alpha ? VX_MaskUse_Alpha : VX_MaskUse_Luma);
+  mask.spec.what = layer.mask_use.value_or(picture.has_alpha ? VX_MaskUse_Alpha : VX_MaskUse_Luma);
   if (mask.world->width != below.width || mask.world->height != below.height) {
     Note(layer.mask + ": mask is " + std::to_string(mask.world->width) + " x " +
          std::to_string(mask.world->height) + ", the background " + std::to_string(below.width) +
@@ -116,8 +115,8 @@ nlohmann::ordered_json Draw(const Layer& layer, const std::string& name, int32_t
 
 int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>& groups) {
   int32_t depth = ParseDepth(words.depth, Keep::Allowed);
-  auto style = static_cast<Progress::Style>(
-      ParseChoice("--progress", words.progress, ProgressStyles()));
+  auto style =
+      static_cast<Progress::Style>(ParseChoice("--progress", words.progress, ProgressStyles()));
   if (groups.empty()) throw UsageError("composite: needs at least one --layer FILE");
   std::vector<Layer> layers;
   for (const auto& group : groups) layers.push_back(ParseLayer(group));
@@ -163,18 +162,21 @@ Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* l
       ->type_name("FILE")
       ->required();
   AddLayerOptions(app, &words->layer_help);
-  app->add_option("-o,--output", words->output, "Picture to write; the extension decides the format")
+  app->add_option("-o,--output", words->output,
+                  "Picture to write; the extension decides the format")
       ->type_name("OUT")
       ->required();
   app->add_option("--depth", words->depth,
                   "8, 16, 32 or keep: bits a channel to work in; keep is the deepest of background "
                   "and layers [keep]")
       ->type_name("BITS");
-  auto* overwrite = app->add_flag("--overwrite", words->overwrite, "Replace OUT when it exists [yes]");
+  auto* overwrite =
+      app->add_flag("--overwrite", words->overwrite, "Replace OUT when it exists [yes]");
   app->add_flag("--no-clobber", words->no_clobber, "Refuse when OUT exists")->excludes(overwrite);
-  app->add_option("--progress", words->progress,
-                  "auto, bar, plain, json or none, on the standard error; auto is bar on a terminal "
-                  "[auto]")
+  app->add_option(
+         "--progress", words->progress,
+         "auto, bar, plain, json or none, on the standard error; auto is bar on a terminal "
+         "[auto]")
       ->type_name("HOW");
   app->add_flag("--json", words->json, "Print what was done as JSON");
   app->footer(

@@ -101,24 +101,28 @@ int Run(const FillWords& words) {
 
 Verb AddFill(CLI::App* root) {
   auto words = std::make_shared<FillWords>();
-  CLI::App* app = root->add_subcommand("fill", "Make a picture of one colour, or paint an area of one");
+  CLI::App* app =
+      root->add_subcommand("fill", "Make a picture of one colour, or paint an area of one");
   app->add_option("TARGET", words->target,
                   "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE")
       ->type_name(" ")
       ->required();
-  app->add_option("--color", words->color,
-                  "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at "
-                  "16, any number at 32 (1 is full); stored as it is, not blended")
+  app->add_option(
+         "--color", words->color,
+         "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at "
+         "16, any number at 32 (1 is full); stored as it is, not blended")
       ->type_name("A,R,G,B")
       ->required();
   app->add_option("--area", words->area, "Paint only this area [all]")->type_name("L,T,R,B");
   app->add_option("--depth", words->depth,
                   "8, 16 or 32 bits a channel [8 for a new picture, else that of the file]")
       ->type_name("BITS");
-  app->add_option("-o,--output", words->output, "Picture to write; the extension decides the format")
+  app->add_option("-o,--output", words->output,
+                  "Picture to write; the extension decides the format")
       ->type_name("OUT")
       ->required();
-  auto* overwrite = app->add_flag("--overwrite", words->overwrite, "Replace OUT when it exists [yes]");
+  auto* overwrite =
+      app->add_flag("--overwrite", words->overwrite, "Replace OUT when it exists [yes]");
   app->add_flag("--no-clobber", words->no_clobber, "Refuse when OUT exists")->excludes(overwrite);
   app->footer("Example:\n  vx fill 640x480 --color 32768,16384,0,0 --depth 16 -o red.png");
   return {app, [words] { return Run(*words); }};

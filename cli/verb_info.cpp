@@ -39,7 +39,8 @@ Json Describe(const VXIO_Info& info) {
 void PrintText(const VXIO_Info& info, const Json& json) {
   std::string channels;
   for (const std::string& name : info.channels) channels += (channels.empty() ? "" : " ") + name;
-  std::cout << info.path << ": " << info.format << ", " << info.width << " x " << info.height << '\n'
+  std::cout << info.path << ": " << info.format << ", " << info.width << " x " << info.height
+            << '\n'
             << "channels  " << channels << '\n'
             << "samples   " << info.sample_type << ", " << info.bits << " bits; worked on at "
             << info.depth << " bits\n"
@@ -48,7 +49,8 @@ void PrintText(const VXIO_Info& info, const Json& json) {
     std::cout << "upright   after turning (orientation " << info.orientation << ")\n";
   }
   if (info.parts > 1) std::cout << "pictures  more than one; the first is used\n";
-  std::cout << "profile   " << (info.has_profile ? json["profile"].get<std::string>() : "none") << '\n'
+  std::cout << "profile   " << (info.has_profile ? json["profile"].get<std::string>() : "none")
+            << '\n'
             << "metadata  " << info.metadata.size() << " entries\n";
   for (const auto& [name, value] : info.metadata) {
     std::cout << "  " << name << " = " << value << '\n';

@@ -123,9 +123,10 @@ Verb AddList(CLI::App* root) {
   auto what = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
   CLI::App* app = root->add_subcommand("list", "Show what this build knows");
-  app->add_option("WHAT", *what,
-                  "modes: transfer modes; slots: replaceable routines and which are built; formats: "
-                  "picture files; processors: levels of vector code and which is in use")
+  app->add_option(
+         "WHAT", *what,
+         "modes: transfer modes; slots: replaceable routines and which are built; formats: "
+         "picture files; processors: levels of vector code and which is in use")
       ->type_name(" ")
       ->required();
   app->add_flag("--json", *json, "Print JSON");

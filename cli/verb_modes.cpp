@@ -67,8 +67,8 @@ VXIO_WorldPtr Checkers(int32_t width, int32_t height) {
   return world;
 }
 
-// The two pictures at the size of a tile; the one above keeps its proportion to the one below, or is
-// made to fit when it is larger.
+// The two pictures at the size of a tile; the one above keeps its proportion to the one below, or
+// is made to fit when it is larger.
 struct Tiles {
   VXIO_WorldPtr above, below;
   int32_t x, y;  // of the one above
@@ -158,20 +158,23 @@ int Run(const ModesWords& words) {
 
 Verb AddModes(CLI::App* root) {
   auto words = std::make_shared<ModesWords>();
-  CLI::App* app = root->add_subcommand("modes", "Draw a labelled contact sheet of all transfer modes");
+  CLI::App* app =
+      root->add_subcommand("modes", "Draw a labelled contact sheet of all transfer modes");
   app->add_option("--sheet", words->pictures, "The picture above and the picture below")
       ->type_name("A B")
       ->expected(2)
       ->required();
   app->add_option("-o,--output", words->output, "Picture to write")->type_name("SHEET")->required();
-  app->add_option("--depth", words->depth,
-                  "8, 16, 32 or keep: bits a channel to blend in; keep is the deeper of the two; the "
-                  "sheet itself has 8 [keep]")
+  app->add_option(
+         "--depth", words->depth,
+         "8, 16, 32 or keep: bits a channel to blend in; keep is the deeper of the two; the "
+         "sheet itself has 8 [keep]")
       ->type_name("BITS");
   app->add_option("--tile", words->tile, "Longer side of a tile, 16 to 4096 pixels [192]")
       ->type_name("PIXELS");
   app->add_option("--columns", words->columns, "Tiles in a row, 1 to 39 [8]")->type_name("NUMBER");
-  auto* overwrite = app->add_flag("--overwrite", words->overwrite, "Replace SHEET when it exists [yes]");
+  auto* overwrite =
+      app->add_flag("--overwrite", words->overwrite, "Replace SHEET when it exists [yes]");
   app->add_flag("--no-clobber", words->no_clobber, "Refuse when SHEET exists")->excludes(overwrite);
   app->footer("Example:\n  vx modes --sheet sprite.png photo.jpg -o sheet.png");
   return {app, [words] { return Run(*words); }};

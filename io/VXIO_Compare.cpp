@@ -86,17 +86,15 @@ void Paint(const VX_LayerDef& a, const VX_LayerDef& b, const VX_LayerDef& out) {
 VXIO_Comparison VXIO_Compare(const VX_LayerDef& a, const VX_LayerDef& b) {
   RequireAlike(a, b);
   VXIO_Comparison result;
-  VXIOp_WithPixel(a, [&](auto* pixel) {
-    result = Compare<std::remove_pointer_t<decltype(pixel)>>(a, b);
-  });
+  VXIOp_WithPixel(
+      a, [&](auto* pixel) { result = Compare<std::remove_pointer_t<decltype(pixel)>>(a, b); });
   return result;
 }
 
 VXIO_WorldPtr VXIO_DifferencePicture(const VX_LayerDef& a, const VX_LayerDef& b) {
   RequireAlike(a, b);
   VXIO_WorldPtr out = VXIOp_NewWorld(a.width, a.height, VXp_WorldDepth(&a));
-  VXIOp_WithPixel(a, [&](auto* pixel) {
-    Paint<std::remove_pointer_t<decltype(pixel)>>(a, b, *out);
-  });
+  VXIOp_WithPixel(a,
+                  [&](auto* pixel) { Paint<std::remove_pointer_t<decltype(pixel)>>(a, b, *out); });
   return out;
 }

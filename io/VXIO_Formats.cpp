@@ -137,9 +137,8 @@ std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries() {
     std::string entry = libraries.substr(start, end - start);
     size_t colon = entry.find(':');
     std::string name = entry.substr(0, colon);
-    bool ours = std::any_of(kFormats.begin(), kFormats.end(), [&](const VXIOp_Format& format) {
-      return name == format.oiio_name;
-    });
+    bool ours = std::any_of(kFormats.begin(), kFormats.end(),
+                            [&](const VXIOp_Format& format) { return name == format.oiio_name; });
     if (ours && colon != std::string::npos) list.emplace_back(name, entry.substr(colon + 1));
     start = end + 1;
   }

@@ -52,7 +52,7 @@ void CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
 }
 
 const VXIOp_Format* Judge(const std::string& path) {
-  struct stat status{};
+  struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
     VXIOp_ThrowInput(path, errno == ENOENT ? "no such file; check the name"
                                            : std::string("cannot be read: ") + strerror(errno));

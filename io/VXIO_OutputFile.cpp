@@ -19,8 +19,9 @@
 
 namespace {
 
-// Names of the temporaries that exist, for a signal handler that may only touch plain memory. A slot
-// is claimed and released with the signals blocked, so that the handler never sees half a name.
+// Names of the temporaries that exist, for a signal handler that may only touch plain memory. A
+// slot is claimed and released with the signals blocked, so that the handler never sees half a
+// name.
 constexpr int kSlots = 16;
 struct Slot {
   volatile sig_atomic_t used = 0;
@@ -125,7 +126,7 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
     }
   }
   if (descriptor < 0) Throw("cannot be written", error_number);
-  struct stat old{};
+  struct stat old {};
   if (stat(target_.c_str(), &old) == 0) static_cast<void>(fchmod(descriptor, old.st_mode & 0777));
   stream_ = fdopen(descriptor, "w+b");
 }
@@ -164,13 +165,15 @@ void VXIOp_OutputFile::Commit(VXIO_Clobber clobber) {
       result = link(temporary_.c_str(), target_.c_str());
       if (result == 0) unlink(temporary_.c_str());
     }
-    if (result != 0 && errno == EEXIST) VXIOp_ThrowOutput(path_, "exists and may not be overwritten");
+    if (result != 0 && errno == EEXIST)
+      VXIOp_ThrowOutput(path_, "exists and may not be overwritten");
   } else {
     result = rename(temporary_.c_str(), target_.c_str());
   }
   if (result != 0) Throw("cannot be put in place", errno);
   temporary_.clear();
-  // The new name itself also has to reach the disk; a file system that cannot do that is no failure.
+  // The new name itself also has to reach the disk; a file system that cannot do that is no
+  // failure.
   int folder = open(FolderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder >= 0) {
     static_cast<void>(fsync(folder));
@@ -184,16 +187,16 @@ void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber) {
                                 VXIOp_FormatNames());
   }
   std::string target = FollowLinks(path);
-  struct stat status{};
+  struct stat status {};
   std::string folder = FolderOf(target);
   if (stat(folder.c_str(), &status) != 0) {
-    VXIOp_ThrowOutput(path, "the folder " + folder + " cannot be used: " + strerror(errno) +
-                                Remedy(errno));
+    VXIOp_ThrowOutput(
+        path, "the folder " + folder + " cannot be used: " + strerror(errno) + Remedy(errno));
   }
   if (!S_ISDIR(status.st_mode)) VXIOp_ThrowOutput(path, folder + " is not a folder");
   if (access(folder.c_str(), W_OK | X_OK) != 0) {
-    VXIOp_ThrowOutput(path, "the folder " + folder + " cannot be written to: " + strerror(errno) +
-                                Remedy(errno));
+    VXIOp_ThrowOutput(
+        path, "the folder " + folder + " cannot be written to: " + strerror(errno) + Remedy(errno));
   }
   if (lstat(target.c_str(), &status) != 0) return;
   if (clobber == VXIO_Clobber::Refuse) {
@@ -206,12 +209,12 @@ void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber) {
 }
 
 void VXIO_RemoveTemporariesOnSignals() {
-  struct sigaction action{};
+  struct sigaction action {};
   action.sa_handler = RemoveTemporaries;
   sigemptyset(&action.sa_mask);
   for (int number : kSignals) {
     // A signal that was ignored from the start (nohup) stays ignored.
-    struct sigaction before{};
+    struct sigaction before {};
     sigaction(number, nullptr, &before);
     if (before.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
   }

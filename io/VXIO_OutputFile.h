@@ -11,8 +11,8 @@
 
 class VXIOp_OutputFile {
  public:
-  // Creates the temporary beside `path`, with the rights of the file that it will replace. A link is
-  // followed, so that the file it leads to is replaced and not the link.
+  // Creates the temporary beside `path`, with the rights of the file that it will replace. A link
+  // is followed, so that the file it leads to is replaced and not the link.
   explicit VXIOp_OutputFile(const std::string& path);
   // Removes the temporary unless it was committed.
   ~VXIOp_OutputFile();

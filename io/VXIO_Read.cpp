@@ -9,8 +9,8 @@
 
 namespace {
 
-// Samples are fetched a band of rows at a time, so that a reader's buffer stays small beside the world
-// and a file that lies about its size fails before its pixels are touched.
+// Samples are fetched a band of rows at a time, so that a reader's buffer stays small beside the
+// world and a file that lies about its size fails before its pixels are touched.
 constexpr int64_t kBandBytes = 32 << 20;
 
 uint16_t ChannelOfSample(uint16_t sample) {
@@ -96,9 +96,11 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
   const Placement place = PlacementOf(*world, open->orientation, sizeof(Pixel));
   int64_t bare = 0;
   for (int64_t y = 0; y < spec.height; y += rows) {
-    Band band{static_cast<int32_t>(y), static_cast<int32_t>(std::min<int64_t>(y + rows, spec.height)),
-              first, count, samples.data()};
-    bool ok = FetchBand(open, band, OIIO::TypeDesc(OIIO::BaseTypeFromC<Sample>::value), samples.data());
+    Band band{static_cast<int32_t>(y),
+              static_cast<int32_t>(std::min<int64_t>(y + rows, spec.height)), first, count,
+              samples.data()};
+    bool ok =
+        FetchBand(open, band, OIIO::TypeDesc(OIIO::BaseTypeFromC<Sample>::value), samples.data());
     // Some decoders fill a missing part with grey, call it a success and leave only a message.
     std::string why = open->input->geterror();
     if (!ok || !why.empty()) {
@@ -179,7 +181,8 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth) {
 VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth) {
   if (VXp_WorldDepth(world.get()) == depth) return world;
   VXIO_WorldPtr other = VXIOp_NewWorld(world->width, world->height, depth);
-  VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, world.get(), /*rect=*/nullptr, /*dither=*/0,
+  VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, world.get(), /*rect=*/nullptr,
+                                   /*dither=*/0,
                                    /*h=*/0, /*v=*/0, other.get()));
   return other;
 }

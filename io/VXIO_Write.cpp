@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -54,8 +55,8 @@ bool IsRgbProfile(const OIIO::ImageSpec& spec) {
 // What describes the bytes of the old file rather than the picture does not travel.
 bool Travels(const std::string& name, bool same_format) {
   static constexpr std::array<std::string_view, 10> kPrivate = {
-      "oiio:", "png:", "jpeg:", "tiff:", "targa:", "bmp:", "pnm:", "ICCProfile:", "thumbnail_",
-      "openexr:lineOrder"};
+      "oiio:", "png:", "jpeg:",       "tiff:",      "targa:",
+      "bmp:",  "pnm:", "ICCProfile:", "thumbnail_", "openexr:lineOrder"};
   if (name == "oiio:ColorSpace" || name == "oiio:Gamma") return true;
   for (std::string_view prefix : kPrivate) {
     if (name.starts_with(prefix)) return false;
@@ -76,10 +77,11 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
     }
     spec.attribute(name, entry.type(), entry.data());
   }
-  static constexpr std::array<std::string_view, 7> kLossless = {"none", "lzw",  "zip", "zips",
+  static constexpr std::array<std::string_view, 7> kLossless = {"none", "lzw", "zip",     "zips",
                                                                 "rle",  "piz", "packbits"};
   std::string compression(from.spec.get_string_attribute("compression"));
-  if (same_format && std::find(kLossless.begin(), kLossless.end(), compression) != kLossless.end()) {
+  if (same_format &&
+      std::find(kLossless.begin(), kLossless.end(), compression) != kLossless.end()) {
     spec.attribute("compression", compression);
   }
   const OIIO::ImageSpec& old = from.spec;
@@ -93,8 +95,9 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
     spec.full_height = old.full_height;
   } else if (old.x != old.full_x || old.y != old.full_y || old.width != old.full_width ||
              old.height != old.full_height) {
-    plan->warnings.push_back(path + ": " + plan->format->name +
-                             " does not hold the display window of the input; write exr to keep it");
+    plan->warnings.push_back(
+        path + ": " + plan->format->name +
+        " does not hold the display window of the input; write exr to keep it");
   }
 }
 
@@ -106,8 +109,7 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
   if (plan.file_depth < plan.world_depth) {
     plan.warnings.push_back(path + ": " + plan.format->name + " holds at most " +
                             std::to_string(plan.file_depth) + " bits; the " +
-                            (plan.world_depth == 32 ? "float" : "16-bit") +
-                            " picture is rounded" +
+                            (plan.world_depth == 32 ? "float" : "16-bit") + " picture is rounded" +
                             (plan.world_depth == 32 ? " and clipped to 0..1" : ""));
   }
   int64_t not_opaque = 0;
@@ -140,8 +142,8 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
 
 // --- the stream ----------------------------------------------------------------------------------
 
-// The writer's way to the temporary file. OpenImageIO's own stream for writing cannot be read, which
-// TIFF needs when it goes back to its first directory.
+// The writer's way to the temporary file. To the writer every write succeeds, because some answer a
+// failed one by ending the process; the failure is kept and told afterwards.
 class Stream final : public OIIO::Filesystem::IOProxy {
  public:
   explicit Stream(FILE* file) : IOProxy("", Write), file_(file) {}
@@ -150,42 +152,34 @@ class Stream final : public OIIO::Filesystem::IOProxy {
     m_pos = offset;
     return true;
   }
-  size_t read(void* buffer, size_t size) override {
-    size_t done = pread(buffer, size, m_pos);
-    m_pos += static_cast<int64_t>(done);
-    return done;
-  }
   size_t write(const void* buffer, size_t size) override {
-    size_t done = pwrite(buffer, size, m_pos);
-    m_pos += static_cast<int64_t>(done);
-    return done;
-  }
-  size_t pread(void* buffer, size_t size, int64_t offset) override {
-    std::lock_guard lock(mutex_);
-    if (fseeko(file_, offset, SEEK_SET) != 0) return 0;
-    at_ = -1;
-    return fread(buffer, 1, size, file_);
+    pwrite(buffer, size, m_pos);
+    m_pos += static_cast<int64_t>(size);
+    return size;
   }
   size_t pwrite(const void* buffer, size_t size, int64_t offset) override {
     std::lock_guard lock(mutex_);
-    // Seeking empties the stream's buffer, so it is left out where writing just goes on.
-    if (offset != at_ && fseeko(file_, offset, SEEK_SET) != 0) return 0;
-    size_t done = fwrite(buffer, 1, size, file_);
-    at_ = offset + static_cast<int64_t>(done);
+    if (failed_) return size;
+    // Seeking empties the buffer of the file, so it is left out where writing just goes on.
+    if (offset != at_ && fseeko(file_, offset, SEEK_SET) != 0) failed_ = true;
+    if (!failed_ && fwrite(buffer, 1, size, file_) != size) failed_ = true;
+    if (failed_) error_number_ = errno;
+    at_ = offset + static_cast<int64_t>(size);
     size_ = std::max(size_, at_);
-    return done;
+    return size;
   }
   size_t size() const override { return static_cast<size_t>(size_); }
-  void flush() const override {
-    std::lock_guard lock(mutex_);
-    static_cast<void>(fflush(file_));  // a failure stays in the stream and is seen at the end
-  }
+
+  // 0 when everything was taken so far.
+  int error_number() const { return failed_ ? (error_number_ ? error_number_ : EIO) : 0; }
 
  private:
   FILE* file_;
-  mutable std::mutex mutex_;
-  int64_t at_ = -1;  // where the stream stands for writing, -1 when unknown
+  std::mutex mutex_;
+  int64_t at_ = -1;  // where the file stands, -1 when unknown
   int64_t size_ = 0;
+  bool failed_ = false;
+  int error_number_ = 0;
 };
 
 // --- pixels --------------------------------------------------------------------------------------
@@ -235,8 +229,8 @@ class RowWriter {
       : world_(world), plan_(plan), out_(out) {
     multiplies_ = plan.alpha && plan.format->alpha == VXIO_AlphaKind::Premultiplied;
     // Float goes to 16-bit samples directly, everything else through the world of that depth.
-    converts_ = plan.file_depth != plan.world_depth &&
-                !(plan.world_depth == 32 && plan.file_depth == 16);
+    converts_ =
+        plan.file_depth != plan.world_depth && !(plan.world_depth == 32 && plan.file_depth == 16);
     if (converts_ || multiplies_) {
       band_ = VXIOp_NewWorld(world.width, std::min(world.height, kBandRows), plan.file_depth);
     }
@@ -327,8 +321,12 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
   if (!out) {
     VXIOp_ThrowOutput(path, std::string("this OpenImageIO cannot write ") + plan.format->name);
   }
-  Stream io(file.stream());
-  if (!out->set_ioproxy(&io)) VXIOp_ThrowOutput(path, VXIOp_FirstLine(out->geterror()));
+  // TIFF has to read while it writes, which the streams of OpenImageIO cannot: it opens the
+  // temporary by name, and its library looks at every write itself.
+  Stream stream(file.stream());
+  if (std::string_view(plan.format->name) != "tiff" && !out->set_ioproxy(&stream)) {
+    VXIOp_ThrowOutput(path, VXIOp_FirstLine(out->geterror()));
+  }
   RowWriter writer(world, plan, out.get());
   bool ok = false;
   std::string why;
@@ -347,13 +345,18 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
     why = error.what();
   }
   out.reset();
-  file.Finish();  // first: what the system says about the disk is clearer than the writer's words
-  if (!ok || !why.empty()) VXIOp_ThrowOutput(path, "cannot be written (" + VXIOp_FirstLine(why) + ")");
+  // First what the system says about the disk: it is clearer than the writer's words.
+  if (stream.error_number()) file.Throw("cannot be written", stream.error_number());
+  file.Finish();
+  // A message alone is no failure: for TIFF one is left whenever there is no camera data to write.
+  if (!ok)
+    VXIOp_ThrowOutput(path, "cannot be written (" + VXIOp_FirstLine(why) +
+                                "); free some space or write elsewhere");
   CheckWritten(path, file, &plan);
   if (writer.hidden() > 0) {
-    plan.warnings.push_back(path + ": " + plan.format->name + " holds colours multiplied by alpha; " +
-                            "those of " + std::to_string(writer.hidden()) +
-                            " transparent pixels are lost");
+    plan.warnings.push_back(path + ": " + plan.format->name +
+                            " holds colours multiplied by alpha; " + "those of " +
+                            std::to_string(writer.hidden()) + " transparent pixels are lost");
   }
   file.Commit(options.clobber);
   return plan.warnings;

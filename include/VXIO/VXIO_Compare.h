@@ -15,12 +15,13 @@ struct VXIO_ChannelDifference {
 };
 
 struct VXIO_Comparison {
-  bool equal = false;  // every sample is the same; in float -0 equals 0 and a non-number equals itself
+  bool equal =
+      false;  // every sample is the same; in float -0 equals 0 and a non-number equals itself
   VXIO_ChannelDifference alpha, red, green, blue;
-  double largest = 0;           // over all channels; infinite when a number meets a non-number
-  double psnr = 0;              // decibels over all channels, full scale as peak; infinite when equal
+  double largest = 0;  // over all channels; infinite when a number meets a non-number
+  double psnr = 0;     // decibels over all channels, full scale as peak; infinite when equal
   int64_t different_pixels = 0;
-  int32_t x = -1, y = -1;       // first pixel that has the largest difference; -1 when equal
+  int32_t x = -1, y = -1;  // first pixel that has the largest difference; -1 when equal
 };
 
 // Both worlds have one size and one depth; anything else throws std::invalid_argument.

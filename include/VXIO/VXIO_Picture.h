@@ -7,17 +7,19 @@
 // Rules common to all calls
 //
 //   Alpha     A world is straight. Files are asked for straight alpha; what a format can only hold
-//             multiplied into the colours (EXR, some TIFF and TGA files) is divided out on reading and
-//             multiplied in on writing. A picture without alpha is opaque.
+//             multiplied into the colours (EXR, some TIFF and TGA files) is divided out on reading
+//             and multiplied in on writing. A picture without alpha is opaque.
 //   Channels  R, G, B and A by name, else by position; grey is spread over red, green and blue.
-//   Depth     8-bit files make 8-bit worlds, 10 to 16 bits make 16-bit worlds, everything else makes
-//             float worlds. 8-bit and float samples are taken as they stand; 16-bit samples v map by
-//             (v * 32768 + 32767) / 65535 and back by (v * 65535 + 16384) >> 15. Samples of 8, 10, 12
-//             and 14 bits survive that exactly, full 16-bit codes to within 1; a 16-bit file read
-//             into or written from a float world does not pass through that scale at all.
+//   Depth     8-bit files make 8-bit worlds, 10 to 16 bits make 16-bit worlds, everything else
+//   makes
+//             float worlds. 8-bit and float samples are taken as they stand; 16-bit samples v map
+//             by (v * 32768 + 32767) / 65535 and back by (v * 65535 + 16384) >> 15. Samples of 8,
+//             10, 12 and 14 bits survive that exactly, full 16-bit codes to within 1; a 16-bit file
+//             read into or written from a float world does not pass through that scale at all.
 //   Size      1..30,000 pixels on each axis, looked at before any pixel is allocated.
 //   Upright   A camera's orientation mark is carried out on reading and then dropped.
-//   Errors    VXIO_Error, whose text is one line that names the file and what to do; a thrown VX_Err
+//   Errors    VXIO_Error, whose text is one line that names the file and what to do; a thrown
+//   VX_Err
 //             when the library refuses (4: out of memory).
 //   Warnings  One line each, naming the file: what was lost or guessed. They never stop the work.
 //   Threads   Calls on different files may run at once.
@@ -46,8 +48,8 @@ class VXIO_API VXIO_Error : public std::runtime_error {
 
 using VXIO_WorldPtr = std::unique_ptr<VX_World>;
 
-// The profile and the other attributes of a file, carried from a picture that was read to one that is
-// written. Cheap to copy; an empty one carries nothing.
+// The profile and the other attributes of a file, carried from a picture that was read to one that
+// is written. Cheap to copy; an empty one carries nothing.
 class VXIO_API VXIO_Metadata {
  public:
   struct Impl;
@@ -93,7 +95,8 @@ struct VXIO_Info {
   int32_t parts = 1;        // 2: more than one picture in the file; only the first is read
   bool has_profile = false;
   std::string profile;  // its description, may be empty
-  std::vector<std::pair<std::string, std::string>> metadata;  // name and value, profile not included
+  std::vector<std::pair<std::string, std::string>>
+      metadata;  // name and value, profile not included
 };
 
 VXIO_API VXIO_Info VXIO_ReadInfo(const std::string& path);
@@ -125,8 +128,8 @@ struct VXIO_WriteOptions {
 // read-only folder, a folder or device in its place, a file that may not be overwritten.
 VXIO_API void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber);
 
-// Writes a whole file or nothing: under a temporary name in the same folder, brought to the disk, then
-// renamed. An old file of that name is there unchanged until then, and after any failure. The
+// Writes a whole file or nothing: under a temporary name in the same folder, brought to the disk,
+// then renamed. An old file of that name is there unchanged until then, and after any failure. The
 // extension decides the format; a format that holds less than the world gets its deepest form and a
 // warning. Returns the warnings.
 VXIO_API std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,

@@ -6,7 +6,7 @@ import json
 import unittest
 
 import numpy as np
-from vxcommand import CommandTest, random_pixels, read_tiff, write_tiff
+from vxcommand import CommandTest, contents, random_pixels, read_tiff, write_tiff
 
 # Depth: sample type of the file, and how far the command may be from exact arithmetic, in full scale.
 DEPTHS = {8: (np.uint8, 1.01 / 255), 16: (np.uint16, 2.0 / 32768), 32: (np.float32, 2e-6)}
@@ -98,7 +98,7 @@ class Values(CommandTest):
             for level in ("none", "sse2", "all"):
                 self.vx("--processor", level, "composite", "b.png", "--layer", "l.png", "--mode", mode,
                         "--opacity", 0.7, "-o", "o.png")
-                outs.append(open(self.path("o.png"), "rb").read())
+                outs.append(contents(self.path("o.png")))
             self.assertEqual(len(set(outs)), 1, mode)
 
 

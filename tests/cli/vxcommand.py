@@ -54,6 +54,11 @@ def random_pixels(seed, height, width, dtype=np.uint8, channels=4):
     return pixels
 
 
+def contents(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
 # --- PNG ------------------------------------------------------------------------------------------
 
 def write_png(path, pixels):
@@ -76,7 +81,7 @@ def write_png(path, pixels):
 
 
 def read_png(path):
-    data = open(path, "rb").read()
+    data = contents(path)
     position, packed = 8, b""
     while position < len(data):
         size, name = struct.unpack(">I4s", data[position:position + 8])
@@ -130,7 +135,7 @@ def write_tiff(path, pixels, associated=False):
 
 
 def read_tiff(path):
-    data = open(path, "rb").read()
+    data = contents(path)
     start = struct.unpack("<I", data[4:8])[0]
     tags = {}
     for i in range(struct.unpack("<H", data[start:start + 2])[0]):
@@ -171,7 +176,7 @@ def write_exr(path, pixels):
 
 def read_exr(path, height, width):
     """Colours as they lie in an uncompressed float RGBA file: multiplied by alpha."""
-    data = open(path, "rb").read()
+    data = contents(path)
     size = 8 + width * 16
     rows = [data[len(data) - (height - y) * size + 8:][:width * 16] for y in range(height)]
     return np.frombuffer(b"".join(rows), "<f4").reshape(height, 4, width).transpose(0, 2, 1)[:, :, ::-1]

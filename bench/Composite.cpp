@@ -121,7 +121,7 @@ void RunRow(const Row<Pixel>& row, const Options& options, Closing* closing) {
   const double mpixels = 1e-6 * static_cast<double>(row.scene->dst.pixels.size());
   const double to_naive = TimesFaster(times[0], times[2]);
   const double to_table = TimesFaster(times[0], times[3]);
-  std::printf("%-42s %8.1f %4.0f%% %8.3f %8.2f", row.name.c_str(), mpixels / times[0].Median(),
+  std::printf("%-42s %8.1f %4.1f%% %8.3f %8.2f", row.name.c_str(), mpixels / times[0].Median(),
               100.0 * times[0].Spread(), TimesFaster(times[0], times[1]), to_naive);
   if (row.pixman != nullptr) {
     std::printf(" %8.2f", TimesFaster(times[0], times[4]));

@@ -27,6 +27,9 @@ std::string Named(size_t index, const Layer& layer) {
   return "layer " + std::to_string(index + 1) + " (" + layer.file + ")";
 }
 
+// For progress, where room is short.
+std::string BaseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
 // The deepest of the pictures that are drawn. Masks do not count. Headers only, so that a file that
 // cannot be read is known before any work is done.
 int32_t DeepestOf(const std::string& background, const std::vector<Layer>& layers) {
@@ -129,7 +132,7 @@ int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>
     int32_t deepest = DeepestOf(words.background, layers);
     if (depth == 0) depth = deepest;
     const int steps = static_cast<int>(layers.size()) + 2;
-    progress.Begin(0, steps, "read " + words.background);
+    progress.Begin(0, steps, "read " + BaseName(words.background));
     VXIO_Picture background = VXIO_Read(words.background, depth);
     Warn(background.warnings);
     told = {{"output", words.output},
@@ -139,10 +142,10 @@ int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>
             {"layers", nlohmann::ordered_json::array()}};
     for (size_t i = 0; i < layers.size(); ++i) {
       std::string name = Named(i, layers[i]);
-      progress.Begin(static_cast<int>(i) + 1, steps, name);
+      progress.Begin(static_cast<int>(i) + 1, steps, "draw " + BaseName(layers[i].file));
       told["layers"].push_back(Draw(layers[i], name, depth, &progress, background.world.get()));
     }
-    progress.Begin(steps - 1, steps, "write " + words.output);
+    progress.Begin(steps - 1, steps, "write " + BaseName(words.output));
     Warn(VXIO_Write(words.output, *background.world,
                     {background.metadata, background.has_alpha, clobber}));
     progress.Done(words.output);

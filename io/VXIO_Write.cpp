@@ -61,7 +61,10 @@ bool Travels(const std::string& name, bool same_format) {
   for (std::string_view prefix : kPrivate) {
     if (name.starts_with(prefix)) return false;
   }
-  if (name.starts_with("dpx:") || name.starts_with("openexr:")) return same_format;
+  if (name.starts_with("dpx:") || name.starts_with("openexr:") ||
+      name.starts_with("screenWindow")) {
+    return same_format;
+  }
   return name != "planarconfig" && name != "compression" && name != "Orientation";
 }
 
@@ -71,10 +74,16 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
   for (const OIIO::ParamValue& entry : from.spec.extra_attribs) {
     std::string name = entry.name().string();
     if (!Travels(name, same_format)) continue;
-    if (name == "ICCProfile" && !IsRgbProfile(from.spec)) {
-      plan->warnings.push_back(path + ": the profile of the input is not one for RGB; left out");
+    if (name == "ICCProfile" && !(plan->format->profile && IsRgbProfile(from.spec))) {
+      plan->warnings.push_back(
+          path + ": " +
+          (plan->format->profile
+               ? "the profile of the input is not one for RGB; left out"
+               : std::string(plan->format->name) + " does not keep ICCProfile of the input"));
       continue;
     }
+    // A square pixel is what every format takes for granted.
+    if (name == "PixelAspectRatio" && entry.get_float() == 1.0f) continue;
     spec.attribute(name, entry.type(), entry.data());
   }
   static constexpr std::array<std::string_view, 7> kLossless = {"none", "lzw", "zip",     "zips",
@@ -134,6 +143,8 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
     plan.spec.attribute("jpeg:subsampling", "4:4:4");
   }
   if (options.metadata.Get()) CarryMetadata(path, *options.metadata.Get(), &plan);
+  // Writers put in the time of day when there is none; the same picture must give the same bytes.
+  if (!plan.spec.find_attribute("DateTime")) plan.spec.attribute("DateTime", "");
   if (plan.alpha && plan.format->alpha == VXIO_AlphaKind::Straight) {
     plan.spec.attribute("oiio:UnassociatedAlpha", 1);
   }
@@ -301,7 +312,7 @@ void CheckWritten(const std::string& path, const VXIOp_OutputFile& file, Plan* p
   for (const OIIO::ParamValue& entry : plan->spec.extra_attribs) {
     std::string name = entry.name().string();
     if (name.starts_with("oiio:") || name.starts_with("jpeg:") || name == "compression") continue;
-    if (spec.find_attribute(name)) continue;
+    if (spec.find_attribute(name) || (name == "DateTime" && entry.get_string().empty())) continue;
     if (++count <= 3) lost += (count > 1 ? ", " : "") + name;
   }
   if (count == 0) return;
@@ -324,14 +335,17 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
   // TIFF has to read while it writes, which the streams of OpenImageIO cannot: it opens the
   // temporary by name, and its library looks at every write itself.
   Stream stream(file.stream());
-  if (std::string_view(plan.format->name) != "tiff" && !out->set_ioproxy(&stream)) {
+  const bool by_name = std::string_view(plan.format->name) == "tiff";
+  // A name that the writer only puts into the file, as DPX does.
+  const std::string name = by_name ? file.temporary() : path.substr(path.rfind('/') + 1);
+  if (!by_name && !out->set_ioproxy(&stream)) {
     VXIOp_ThrowOutput(path, VXIOp_FirstLine(out->geterror()));
   }
   RowWriter writer(world, plan, out.get());
   bool ok = false;
   std::string why;
   try {
-    ok = out->open(file.temporary(), plan.spec);
+    ok = out->open(name, plan.spec);
     for (int32_t y = 0; ok && y < world.height; y += kBandRows) {
       ok = writer.Write(y, std::min(y + kBandRows, world.height));
     }

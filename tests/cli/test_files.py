@@ -3,6 +3,8 @@
 """Pictures from and to files: alpha, depth, channels, profile and metadata."""
 
 import json
+import os
+import time
 import unittest
 
 import numpy as np
@@ -162,12 +164,25 @@ class Metadata(FileTest):
                 self.assertEqual(written.info.get("icc_profile"), profile, name)
             previous = name
         self.assertRegex(self.through("a.png", "e.bmp"), r"warning: e\.bmp: bmp does not keep ICCProfile")
+        self.assertNotIn("DEBUG", self.through("a.png", "e.exr"))
         grey = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()
         grey = grey[:16] + b"GRAY" + grey[20:]
         Image.fromarray(random_pixels(1, 8, 8)[..., 0], "L").save(self.path("g.tif"), icc_profile=grey)
         self.assertIn("warning: o.png: the profile of the input is not one for RGB",
                       self.through("g.tif", "o.png"))
         self.assertIsNone(self.info("o.png")["profile"])
+
+    def test_no_time_of_day_in_files(self):
+        self.png("a.png", random_pixels(1, 8, 8))
+        kinds = ("png", "jpg", "tif", "exr", "tga", "bmp", "dpx", "ppm")
+        first = {}
+        for kind in kinds:
+            self.through("a.png", "o." + kind)
+            first[kind] = contents(self.path("o." + kind))
+        time.sleep(1.1)
+        for kind in kinds:
+            self.through("a.png", "o." + kind)
+            self.assertEqual(contents(self.path("o." + kind)), first[kind], kind)
 
     def test_words_travel_or_their_loss_is_told(self):
         Image.fromarray(random_pixels(1, 8, 8), "RGBA").save(
@@ -178,7 +193,6 @@ class Metadata(FileTest):
         self.assertRegex(self.through("a.tif", "c.bmp"), r"c\.bmp: bmp does not keep .*Artist")
 
     def test_the_result_replaces_the_file_behind_a_link_with_its_rights(self):
-        import os
         self.png("a.png", random_pixels(1, 8, 8))
         self.png("real.png", random_pixels(2, 8, 8))
         os.chmod(self.path("real.png"), 0o640)

@@ -15,9 +15,7 @@ constexpr char kInterfaceVersionName[] = "COR_InterfaceVersion";
 
 // ---- The embedded engine ----
 
-int32_t EngineInterfaceVersion() {
-  return kInterfaceVersion;
-}
+int32_t EngineInterfaceVersion() { return kInterfaceVersion; }
 
 void* EngineAddress(const char* name) {
   if (name && std::strcmp(name, kInterfaceVersionName) == 0) {
@@ -47,6 +45,4 @@ bool COR_BindClient(COR_AddressProc proc) {
   return true;
 }
 
-void COR_ReleaseClient() {
-  engine = nullptr;
-}
+void COR_ReleaseClient() { engine = nullptr; }

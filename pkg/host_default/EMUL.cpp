@@ -13,13 +13,9 @@ constinit PairCount window_modes;
 
 }  // namespace host
 
-void EMUL_BeginGdiMinimalisticWindowCreationMode() {
-  host::window_modes.Begin();
-}
+void EMUL_BeginGdiMinimalisticWindowCreationMode() { host::window_modes.Begin(); }
 
-void EMUL_EndGdiMinimalisticWindowCreationMode() {
-  host::window_modes.End();
-}
+void EMUL_EndGdiMinimalisticWindowCreationMode() { host::window_modes.End(); }
 
 void BlockMove(const void* from, void* to, size_t size) {
   if (size > 0) std::memmove(to, from, size);

@@ -58,9 +58,7 @@ U_Err LIST_Insert(LIST_List* list, int32_t index, const void* entry) {
   return 0;
 }
 
-int32_t LIST_Count(const LIST_List* list) {
-  return list ? list->count : 0;
-}
+int32_t LIST_Count(const LIST_List* list) { return list ? list->count : 0; }
 
 U_Err LIST_GetAddress(LIST_List* list, void** out) {
   if (!list || !out) return 3;

@@ -7,9 +7,7 @@
 
 namespace {
 
-bool IsEmpty(const M_Rect& r) {
-  return r.right <= r.left || r.bottom <= r.top;
-}
+bool IsEmpty(const M_Rect& r) { return r.right <= r.left || r.bottom <= r.top; }
 
 bool Store(const M_Rect& r, M_Rect* out) {
   const bool empty = IsEmpty(r);
@@ -17,9 +15,7 @@ bool Store(const M_Rect& r, M_Rect* out) {
   return !empty;
 }
 
-int16_t Saturate(int32_t v) {
-  return static_cast<int16_t>(std::clamp(v, -32768, 32767));
-}
+int16_t Saturate(int32_t v) { return static_cast<int16_t>(std::clamp(v, -32768, 32767)); }
 
 }  // namespace
 

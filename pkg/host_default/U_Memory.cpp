@@ -16,12 +16,8 @@ namespace {
 // malloc of the platforms that we build for aligns to 16 bytes.
 static_assert(alignof(std::max_align_t) >= 16);
 
-void* BuiltInAllocate(size_t size, void*) {
-  return std::malloc(size);
-}
-void BuiltInRelease(void* block, void*) {
-  std::free(block);
-}
+void* BuiltInAllocate(size_t size, void*) { return std::malloc(size); }
+void BuiltInRelease(void* block, void*) { std::free(block); }
 
 constexpr VXHost_Allocator kBuiltIn = {BuiltInAllocate, BuiltInRelease, nullptr};
 
@@ -97,9 +93,7 @@ void* U_AllocatePtrClear(uint32_t, const char* label, size_t size, int32_t) {
   return host::AllocateBlockClear(label, size);
 }
 
-void U_FreePtr(void* block) {
-  host::FreeBlock(block);
-}
+void U_FreePtr(void* block) { host::FreeBlock(block); }
 
 void** U_AllocateHandle(uint32_t, const char* label, size_t size) {
   void** handle = static_cast<void**>(host::AllocateBlock(label, sizeof(void*)));
@@ -126,9 +120,7 @@ void* U_MemTrackedObject::operator new(size_t size) noexcept {
   return host::AllocateBlock("object", size);
 }
 
-void U_MemTrackedObject::operator delete(void* block) noexcept {
-  host::FreeBlock(block);
-}
+void U_MemTrackedObject::operator delete(void* block) noexcept { host::FreeBlock(block); }
 
 // ---- Frames -------------------------------------------------------------------------------------
 
@@ -160,9 +152,7 @@ U_Err U_PurgeLoop(int64_t size, int32_t, U_PurgeProc callback, void* context) {
   return callback(context) == 0 ? 0 : 4;
 }
 
-void U_AccountAllocation(int64_t bytes) {
-  accounted += bytes;
-}
+void U_AccountAllocation(int64_t bytes) { accounted += bytes; }
 
 // ---- Settings -----------------------------------------------------------------------------------
 
@@ -174,18 +164,12 @@ void VXHost_SetAllocator(const VXHost_Allocator* allocator) {
   block_source = allocator ? *allocator : kBuiltIn;
 }
 
-VXHost_Memory VXHost_GetMemory() {
-  return {live_frames, live_blocks, live_bytes, accounted};
-}
+VXHost_Memory VXHost_GetMemory() { return {live_frames, live_blocks, live_bytes, accounted}; }
 
 void VXHost_SetPurgeFunction(VXHost_PurgeProc function, void* context) {
   purge = {function, context};
 }
 
-void VXHost_SetCacheBudget(int64_t bytes) {
-  cache_budget = std::max<int64_t>(bytes, 0);
-}
+void VXHost_SetCacheBudget(int64_t bytes) { cache_budget = std::max<int64_t>(bytes, 0); }
 
-int64_t VXHost_GetCacheBudget() {
-  return cache_budget;
-}
+int64_t VXHost_GetCacheBudget() { return cache_budget; }

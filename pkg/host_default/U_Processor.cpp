@@ -26,9 +26,7 @@ void Detect() {
 // Callers read the words through a plain pointer, so nothing can fill them at first use. The
 // earliest priority that programs may use lets the record stand before any initialiser of a program
 // that carries this host as an archive; with the shared library the loader sees to it.
-__attribute__((constructor(101))) void DetectAtLoad() {
-  Detect();
-}
+__attribute__((constructor(101))) void DetectAtLoad() { Detect(); }
 
 }  // namespace
 
@@ -38,14 +36,8 @@ void VXHost_SetProcessor(const uint32_t (&words)[U_CPU_WORDS]) {
   std::copy(std::begin(words), std::end(words), record);
 }
 
-void VXHost_ResetProcessor() {
-  Detect();
-}
+void VXHost_ResetProcessor() { Detect(); }
 
-int32_t U_GetNumThreads() {
-  return num_threads;
-}
+int32_t U_GetNumThreads() { return num_threads; }
 
-void VXHost_SetNumThreads(int32_t threads) {
-  num_threads = std::max(threads, 1);
-}
+void VXHost_SetNumThreads(int32_t threads) { num_threads = std::max(threads, 1); }

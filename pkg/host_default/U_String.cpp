@@ -16,13 +16,9 @@ const char* Words(const char* text) {
 
 }  // namespace
 
-const char* U_ZLookup(const char* key) {
-  return Words(key);
-}
+const char* U_ZLookup(const char* key) { return Words(key); }
 
-const char* U_ZStringToMBString(const char* key) {
-  return Words(key);
-}
+const char* U_ZStringToMBString(const char* key) { return Words(key); }
 
 const char* U_ZLookupLStrCache(const void* zref, int32_t index) {
   const U_ZRef* table = static_cast<const U_ZRef*>(zref);

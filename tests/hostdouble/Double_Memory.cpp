@@ -75,9 +75,7 @@ void* U_AllocatePtrClear(uint32_t check, const char* label, size_t size, int32_t
   return block;
 }
 
-void U_FreePtr(void* block) {
-  hostdouble::Free(block);
-}
+void U_FreePtr(void* block) { hostdouble::Free(block); }
 
 void** U_AllocateHandle(uint32_t check, const char* label, size_t size) {
   const auto allocate = [&](size_t bytes) {
@@ -107,9 +105,7 @@ void* U_MemTrackedObject::operator new(size_t size) noexcept {
   return hostdouble::Allocate(Allocation::kObject, 0, "", size);
 }
 
-void U_MemTrackedObject::operator delete(void* block) noexcept {
-  hostdouble::Free(block);
-}
+void U_MemTrackedObject::operator delete(void* block) noexcept { hostdouble::Free(block); }
 
 U_Err U_PurgeLoop(int64_t size, int32_t flags, U_PurgeProc callback, void* context) {
   if (const U_Err error = Enter("U_PurgeLoop", {size, flags})) return error;
@@ -258,9 +254,7 @@ U_Err LIST_Insert(LIST_List* list, int32_t index, const void* entry) {
   return 0;
 }
 
-int32_t LIST_Count(const LIST_List* list) {
-  return list ? list->count : 0;
-}
+int32_t LIST_Count(const LIST_List* list) { return list ? list->count : 0; }
 
 U_Err LIST_GetAddress(LIST_List* list, void** out) {
   if (const U_Err error = Enter("LIST_GetAddress", {})) return error;

@@ -64,9 +64,7 @@ namespace {
 constinit uint32_t processor[U_CPU_WORDS] = {};
 
 // As in any host, before the first initialiser of the program.
-__attribute__((constructor(101))) void DetectAtLoad() {
-  hostdouble::DetectProcessor();
-}
+__attribute__((constructor(101))) void DetectAtLoad() { hostdouble::DetectProcessor(); }
 
 }  // namespace
 
@@ -128,9 +126,7 @@ const char* U_ZLookup(const char* key) {
   return equals ? equals + 1 : key;
 }
 
-const char* U_ZStringToMBString(const char* key) {
-  return U_ZLookup(key);
-}
+const char* U_ZStringToMBString(const char* key) { return U_ZLookup(key); }
 
 const char* U_ZLookupLStrCache(const void* zref, int32_t index) {
   const auto* table = static_cast<const U_ZRef*>(zref);
@@ -163,9 +159,7 @@ M_Rect OrNothing(const M_Rect& r) {
   return r.left < r.right && r.top < r.bottom ? r : M_Rect{0, 0, 0, 0};
 }
 
-bool IsNothing(const M_Rect& r) {
-  return r.left >= r.right || r.top >= r.bottom;
-}
+bool IsNothing(const M_Rect& r) { return r.left >= r.right || r.top >= r.bottom; }
 
 struct Tables {
   uint8_t mul[65536], div[65536];
@@ -293,9 +287,7 @@ U_Err FILE_AddExtensionMap(const char* extension, uint32_t type, int32_t minus_o
 
 U_Err COR_GetQIBAddressProc(COR_AddressProc* out) {
   if (const U_Err error = Enter("COR_GetQIBAddressProc", {})) return error;
-  *out = [](const char*) -> void* {
-    return nullptr;
-  };
+  *out = [](const char*) -> void* { return nullptr; };
   return 0;
 }
 

@@ -112,30 +112,18 @@ HostDouble::~HostDouble() {
   hostdouble::DetectProcessor();
 }
 
-void HostDouble::FailAllocation(int nth) {
-  hostdouble::SetAllocationFailure(nth, false);
-}
-void HostDouble::FailAllocationsFrom(int nth) {
-  hostdouble::SetAllocationFailure(nth, true);
-}
-int64_t HostDouble::AllocationCount() const {
-  return Get(&State::attempts);
-}
+void HostDouble::FailAllocation(int nth) { hostdouble::SetAllocationFailure(nth, false); }
+void HostDouble::FailAllocationsFrom(int nth) { hostdouble::SetAllocationFailure(nth, true); }
+int64_t HostDouble::AllocationCount() const { return Get(&State::attempts); }
 std::vector<HostDouble::Allocation> HostDouble::Allocations() const {
   return Get(&State::allocations);
 }
-int64_t HostDouble::Leaked() const {
-  return Get(&State::live) - Get(&State::live_at_start);
-}
-void HostDouble::OffsetFrames(bool offset) {
-  Set(&State::offset_frames, offset);
-}
+int64_t HostDouble::Leaked() const { return Get(&State::live) - Get(&State::live_at_start); }
+void HostDouble::OffsetFrames(bool offset) { Set(&State::offset_frames, offset); }
 std::vector<HostDouble::FrameFree> HostDouble::FrameFrees() const {
   return Get(&State::frame_frees);
 }
-int64_t HostDouble::Accounted() const {
-  return Get(&State::accounted);
-}
+int64_t HostDouble::Accounted() const { return Get(&State::accounted); }
 void HostDouble::OnPurge(std::function<void(int64_t)> purge) {
   Set(&State::purge, std::move(purge));
 }
@@ -156,27 +144,17 @@ void HostDouble::FailVersionCheck(const std::string& package, U_Err code) {
   Fail(package + "_CheckVersions", code);
 }
 
-void HostDouble::HideBitmapBase(bool hide) {
-  Set(&State::hide_bitmap_base, hide);
-}
-int HostDouble::ByteTables() const {
-  return Get(&State::byte_tables);
-}
-int HostDouble::WindowModes() const {
-  return Get(&State::window_modes);
-}
-bool HostDouble::ClientBound() const {
-  return Get(&State::client_bound);
-}
+void HostDouble::HideBitmapBase(bool hide) { Set(&State::hide_bitmap_base, hide); }
+int HostDouble::ByteTables() const { return Get(&State::byte_tables); }
+int HostDouble::WindowModes() const { return Get(&State::window_modes); }
+bool HostDouble::ClientBound() const { return Get(&State::client_bound); }
 
 void HostDouble::SetProcessor(bool has_sse2, bool has_ssse3) {
   U_G_CPU_DataP[U_CPU_HAS_SSE2] = has_sse2;
   U_G_CPU_DataP[U_CPU_HAS_SSSE3] = has_ssse3;
 }
 
-void HostDouble::SetNumThreads(int32_t threads) {
-  Set(&State::num_threads, threads);
-}
+void HostDouble::SetNumThreads(int32_t threads) { Set(&State::num_threads, threads); }
 
 U_Err HostDouble::RunScan() {
   U_Err first = 0;
@@ -196,9 +174,7 @@ const void* HostDouble::FindSuite(const std::string& name, int32_t version,
   return found->second.table;
 }
 
-std::vector<HostDouble::Report> HostDouble::Reports() const {
-  return Get(&State::reports);
-}
+std::vector<HostDouble::Report> HostDouble::Reports() const { return Get(&State::reports); }
 
 std::vector<std::string> HostDouble::TakeReportTexts() {
   std::vector<std::string> texts;
@@ -207,12 +183,8 @@ std::vector<std::string> HostDouble::TakeReportTexts() {
   return texts;
 }
 
-std::vector<HostDouble::LogLine> HostDouble::Log() const {
-  return Get(&State::log);
-}
-std::vector<HostDouble::Call> HostDouble::Calls() const {
-  return Get(&State::calls);
-}
+std::vector<HostDouble::LogLine> HostDouble::Log() const { return Get(&State::log); }
+std::vector<HostDouble::Call> HostDouble::Calls() const { return Get(&State::calls); }
 
 std::vector<HostDouble::Call> HostDouble::CallsTo(const std::string& name) const {
   std::vector<Call> calls = Calls();

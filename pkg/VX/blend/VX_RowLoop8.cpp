@@ -11,7 +11,7 @@ namespace {
 
 template <bool hasMask>
 VX_ScanFunc<VX_Pixel8> Sse2Loop(int32_t mode) {
-  if (!VXp_HasSSE2() || !VXp_DividesAsVectors()) return nullptr;
+  if (!VXp_HasSSE2()) return nullptr;
   if (mode == VX_Xfer_Copy) return &VXp_ScanCopy_SSE2<hasMask>;
   if (mode == VX_Xfer_InFront) return &VXp_ScanInFront_SSE2<hasMask>;
   return nullptr;

@@ -7,13 +7,6 @@
 
 #include "VX/VX_Blend.h"
 
-// Whether the divide table is the standard one, which the vector loops compute instead of reading
-// it:
-// ((a >> 1) + 255 v) / a, at most 255. A host with another table gets the plain loops.
-// Birth checks; afterwards the answer stays.
-bool VXp_DividesAsVectors();
-void VXp_CheckDivideTable();
-
 template <bool hasMask>
 VX_Err VXp_ScanCopy_SSE2(int32_t count, const VX_BlendingMode<VX_Pixel8>* mode,
                          const VX_LinearBlendingTables* tables, const VX_Pixel8* src,

@@ -7,7 +7,6 @@
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_OverrideTable.h"
-#include "blend/VX_RowLoop8_SSE2.h"
 #include "blend/VXp_RowStages.h"
 
 namespace {
@@ -34,7 +33,6 @@ constexpr VX_MatteStage<Pixel> kUnmatteGray =
 }  // namespace
 
 void VXp_FillBlendSlots(VXp_OverrideTable& table) {
-  VXp_CheckDivideTable();
   table.VX_TransferRect_S = &VX_TransferRect_S;
 
   table.VX_MatteBlack = kMatteBlack<VX_Pixel8>;

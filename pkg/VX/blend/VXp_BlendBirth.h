@@ -6,6 +6,6 @@
 
 struct VXp_OverrideTable;
 
-// Comes after the multiply and divide tables. Puts the transfer, the stages of a row and the twelve
+// Puts the transfer, the stages of a row and the twelve
 // choosers of row loops into their slots.
 void VXp_FillBlendSlots(VXp_OverrideTable& table);

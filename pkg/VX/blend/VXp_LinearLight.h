@@ -11,8 +11,8 @@
 #include <cmath>
 
 #include "VX/VX_LinearBlendingTables.h"
+#include "blend/modes/VXp_Mode.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
-#include "frame/VXp_PixelTraits.h"
 
 // 8 to 16 bits. The product needs all 32 bits of an unsigned word.
 constexpr uint16_t VXp_AlphaTo16(uint8_t a) {
@@ -110,15 +110,15 @@ template <bool kWritesColor, class Pixel, class Blend>
 void VXp_BlendLinear(const Pixel& s, const VX_LinearBlendingTables& tables, Pixel& d,
                      Blend&& blend) {
   using Light = VXp_LinearLight<Pixel>;
-  const typename Light::Working source = Light::ToLinear(s, tables);
+  using Argb = VXp_Argb<VXp_PixelTraits<typename Light::Working>>;
+  const Argb source = Argb::Of(Light::ToLinear(s, tables));
+  Argb dest{};
+  if constexpr (kWritesColor) dest = Argb::Of(Light::ToLinear(d, tables));
+  dest.alpha = Light::ToWorking(d.alpha);
+  blend(source, dest);
   if constexpr (kWritesColor) {
-    typename Light::Working dest = Light::ToLinear(d, tables);
-    blend(source, dest);
-    d = Light::FromLinear(dest, tables);
+    d = Light::FromLinear(dest.Pixel(), tables);
   } else {
-    typename Light::Working dest{};
-    dest.alpha = Light::ToWorking(d.alpha);
-    blend(source, dest);
-    d.alpha = Light::AlphaBack(dest.alpha);
+    d.alpha = Light::AlphaBack(dest.Pixel().alpha);
   }
 }

@@ -3,27 +3,30 @@
 #pragma once
 
 // The row loops: one for each mode, depth, and variant with or without mask, encoded or linear.
-// Each has the arithmetic of its mode inline; past the loop's head nothing is tested that is
-// constant.
 //
-// Loads and stores copy, because a caller's rowbytes may put a row at any address.
-
-#include <cstring>
+// A row goes four pixels at a time: their channels are put into lanes (and brought to linear light
+// where asked), the weights are made, the mode's piece runs, and the pixels go back. Four pixels of
+// weight 0 are passed over in the modes that skip. Nothing that is constant is tested per pixel.
 
 #include "VX/VX_Blend.h"
+#include "blend/VXp_FourPixels.h"
 #include "blend/VXp_LinearLight.h"
 #include "blend/VXp_Random.h"
 #include "blend/modes/VXp_AllModes.h"
 #include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"
 
-// What all variants of a loop share: their pixel, the pixel that they compute with, and the weight.
+// Rows of one variant: their pixel, and the pixel that they compute with.
 template <class Pixel, bool hasMask, bool linear>
 struct VXp_RowVariant {
+  static constexpr bool kLinear = linear;
+  static constexpr bool kHasMask = hasMask;
   using Light = VXp_LinearLight<Pixel>;
   using Working = std::conditional_t<linear, typename Light::Working, Pixel>;
   using T = VXp_PixelTraits<Working>;
+  using L = VXp_LaneTraits<Working>;
   using Work = typename T::Work;
+  using Lanes = typename L::Work;
   using Channel = VX_ChannelOf<Pixel>;
 
   static Work Scaled(Channel c) {
@@ -31,149 +34,190 @@ struct VXp_RowVariant {
     return c;
   }
 
-  // The mask comes before the opacity.
-  static Work Weight(const Pixel& s, const Pixel* mask, ptrdiff_t i, Work opacity) {
-    Work w = Scaled(s.alpha);
-    if constexpr (hasMask) w = T::Mul(w, Scaled(VXp_Load<Pixel>(mask + i).alpha));
-    return T::Mul(w, opacity);
-  }
-
-  // The copies take them in the other order; both roundings are fixed.
-  static Work CopyWeight(const Pixel& s, const Pixel* mask, ptrdiff_t i, Work opacity) {
-    const Work w = T::Mul(Scaled(s.alpha), opacity);
-    if constexpr (hasMask) return T::Mul(Scaled(VXp_Load<Pixel>(mask + i).alpha), w);
-    return w;
-  }
-
   static void NeedTables(const VX_LinearBlendingTables* tables) {
     if (!linear || tables != nullptr) return;
     VXp_ThrowIf(VXp_FailVerification("Invalid tables for linearized blending"));
   }
 
-  // blend(source, destination) on working pixels.
-  template <bool kWritesColor, class Blend>
-  static void Apply(const Pixel& s, const VX_LinearBlendingTables* tables, Pixel& d,
-                    Blend&& blend) {
+  static VXp_Argb<L> Load(const Pixel* from, const VX_LinearBlendingTables* tables) {
     if constexpr (linear) {
-      VXp_BlendLinear<kWritesColor>(s, *tables, d, blend);
+      Working working[kVXp_Lanes];
+      for (int32_t i = 0; i < kVXp_Lanes; ++i) {
+        working[i] = Light::ToLinear(VXp_Load<Pixel>(from + i), *tables);
+      }
+      return VXp_LoadFour(working);
     } else {
-      blend(s, d);
+      return VXp_LoadFour(from);
+    }
+  }
+
+  // Alphas alone: colours need no light.
+  static Lanes LoadAlpha(const Pixel* from) {
+    if constexpr (linear) {
+      Lanes alpha;
+      for (int32_t i = 0; i < kVXp_Lanes; ++i) alpha[i] = Scaled(VXp_Load<Channel>(from + i));
+      return alpha;
+    } else {
+      return VXp_LoadFour(from).alpha;
+    }
+  }
+
+  // Brings back what the piece acted on, a lane each.
+  template <class Piece, class Acting>
+  static void StoreLinear(const VXp_Argb<L>& p, Acting acts, const VX_LinearBlendingTables& tables,
+                          Pixel* to) {
+    Working working[kVXp_Lanes];
+    VXp_StoreFour(working, p);
+    for (int32_t i = 0; i < kVXp_Lanes; ++i) {
+      if (acts[i] == 0) continue;
+      if constexpr (Piece::kWritesColor) {
+        VXp_Store(to + i, Light::FromLinear(working[i], tables));
+      } else {
+        VXp_Store(to + i, Light::AlphaBack(working[i].alpha));
+      }
     }
   }
 };
+
+// The order in which the factors of a weight are multiplied; each rounding is fixed.
+enum class VXp_WeightOrder { kMaskFirst, kOpacityFirst };
+
+template <class V, VXp_WeightOrder order, class Pixel>
+typename V::Lanes VXp_Weight(typename V::Lanes sa, const Pixel* mask, typename V::Lanes opacity) {
+  using L = typename V::L;
+  if constexpr (!V::kHasMask) return L::Mul(sa, opacity);
+  const typename V::Lanes m = V::LoadAlpha(mask);
+  if constexpr (order == VXp_WeightOrder::kMaskFirst) return L::Mul(L::Mul(sa, m), opacity);
+  return L::Mul(m, L::Mul(sa, opacity));
+}
 
 // The loop of a mode with a weight.
+template <template <class> class Mode, class V, class Pixel, VXp_WeightOrder order>
+struct VXp_WeightedLoop {
+  using L = typename V::L;
+  using Lanes = typename L::Work;
+  using Piece = Mode<L>;
+
+  static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
+                     const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
+                     Pixel* dst) {
+    if (count <= 0) return VX_Ok;
+    V::NeedTables(tables);
+    const Lanes opacity = VXp_Splat<Lanes>(V::Scaled(mode->opacity));
+    const bool keep = mode->keepDstAlpha != 0;
+    VXp_ForFours(count, src, V::kHasMask ? mask : nullptr, dst,
+                 [=](const Pixel* s, const Pixel* m, Pixel* d) {
+                   const Lanes w = VXp_Weight<V, order>(V::LoadAlpha(s), m, opacity);
+                   if (Piece::kRowSkipsZero && !L::Any(w != Lanes{})) return;
+                   Step(V::Load(s, tables), w, keep, tables, d);
+                 });
+    return VX_Ok;
+  }
+
+ private:
+  static void Step(const VXp_Argb<L>& s, Lanes w, bool keep, const VX_LinearBlendingTables* tables,
+                   Pixel* dst) {
+    VXp_Argb<L> d = V::Load(dst, tables);
+    const Lanes da = d.alpha;
+    VXp_BlendActing<L, Piece>(s, w, keep, d);
+    if constexpr (!V::kLinear) {
+      VXp_StoreFour(dst, d);
+    } else if constexpr (Piece::kRowSkipsZero) {
+      V::template StoreLinear<Piece>(d, Piece::Acts(w, da), *tables, dst);
+    } else {
+      V::template StoreLinear<Piece>(d, ~VXp_IntLanes{}, *tables, dst);
+    }
+  }
+};
+
 template <template <class> class Mode, class Pixel, bool hasMask, bool linear>
-struct VXp_RowLoop {
-  using V = VXp_RowVariant<Pixel, hasMask, linear>;
-  using T = typename V::T;
+struct VXp_RowLoop : VXp_WeightedLoop<Mode, VXp_RowVariant<Pixel, hasMask, linear>, Pixel,
+                                      VXp_WeightOrder::kMaskFirst> {};
+
+// --- masked multiply -----------------------------------------------------------------------------
+
+// With a mask, deep pixels multiply directly where the weight is full.
+template <class T>
+struct VXp_MaskedMultiply : VXp_ModeMultiply<T> {
   using Work = typename T::Work;
-  using Piece = Mode<T>;
-
-  static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
-                     const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
-                     Pixel* dst) {
-    if (count <= 0) return VX_Ok;
-    V::NeedTables(tables);
-    const Work opacity = V::Scaled(mode->opacity);
-    const bool keep = mode->keepDstAlpha != 0;
-    for (ptrdiff_t i = 0; i < count; ++i) {
-      const Pixel s = VXp_Load<Pixel>(src + i);
-      const Work w = V::Weight(s, mask, i, opacity);
-      if (Piece::kRowSkipsZero && w == Work{0}) continue;
-      Pixel d = VXp_Load<Pixel>(dst + i);
-      V::template Apply<Piece::kWritesColor>(
-          s, tables, d, [=](const auto& from, auto& to) { Piece::BlendInRow(from, w, keep, to); });
-      VXp_Store(dst + i, d);
-    }
-    return VX_Ok;
+  static void BlendInRow(const VXp_Argb<T>& s, Work w, bool /*keep*/, VXp_Argb<T>& d) {
+    VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [=](Work x, Work y) {
+      const Work full = T::Mul(x, y);
+      const Work part = VXp_ModeMultiply<T>::Part(x, y, w);
+      return w == T::kFull ? full : part;
+    }).StoreTo(d);
   }
 };
 
-// A pixel behind one that covers is skipped before anything is converted.
-template <class Pixel, bool hasMask>
-struct VXp_RowLoop<VXp_ModeBehind, Pixel, hasMask, true> {
-  using V = VXp_RowVariant<Pixel, hasMask, true>;
-  using Work = typename V::Work;
-  using Piece = VXp_ModeBehind<typename V::T>;
-
-  static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
-                     const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
-                     Pixel* dst) {
-    if (count <= 0) return VX_Ok;
-    V::NeedTables(tables);
-    const Work opacity = V::Scaled(mode->opacity);
-    const bool keep = mode->keepDstAlpha != 0;
-    for (ptrdiff_t i = 0; i < count; ++i) {
-      const Pixel s = VXp_Load<Pixel>(src + i);
-      const Work w = V::Weight(s, mask, i, opacity);
-      Pixel d = VXp_Load<Pixel>(dst + i);
-      if (w == Work{0} || d.alpha == VXp_PixelTraits<Pixel>::kFull) continue;
-      V::template Apply<true>(
-          s, tables, d, [=](const auto& from, auto& to) { Piece::BlendInRow(from, w, keep, to); });
-      VXp_Store(dst + i, d);
-    }
-    return VX_Ok;
-  }
-};
+template <>
+struct VXp_RowLoop<VXp_ModeMultiply, VX_Pixel16, true, false>
+    : VXp_RowLoop<VXp_MaskedMultiply, VX_Pixel16, true, false> {};
+template <>
+struct VXp_RowLoop<VXp_ModeMultiply, VX_PixelFloat, true, false>
+    : VXp_RowLoop<VXp_MaskedMultiply, VX_PixelFloat, true, false> {};
 
 // --- copies --------------------------------------------------------------------------------------
 
-// Whether the row of a copy takes part in linear light. Copies of integers do not change colours,
-// so for them light makes no difference, but for 8-bit Copy, whose linear form goes through the
-// tables.
-template <template <class> class Mode, class Pixel>
-inline constexpr bool VXp_CopiesInLight = false;
-template <>
-inline constexpr bool VXp_CopiesInLight<VXp_ModeCopy, VX_Pixel8> = true;
-template <>
-inline constexpr bool VXp_CopiesInLight<VXp_ModeScale, VX_PixelFloat> = true;
-
+// A plain copy of a whole row is one move.
 template <template <class> class Mode, class Pixel, bool hasMask, bool linear>
 struct VXp_CopyLoop {
   using V = VXp_RowVariant<Pixel, hasMask, linear>;
-  using Work = typename V::Work;
-  using Piece = Mode<typename V::T>;
+  using Loop = VXp_WeightedLoop<Mode, V, Pixel, VXp_WeightOrder::kOpacityFirst>;
 
   static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
                      const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
                      Pixel* dst) {
-    if (count <= 0) return VX_Ok;
-    V::NeedTables(tables);
-    const Work opacity = V::Scaled(mode->opacity);
-    const bool keep = mode->keepDstAlpha != 0;
-    if (!linear && !hasMask && !keep && opacity == V::T::kFull) {
-      std::memmove(static_cast<void*>(dst), src, static_cast<size_t>(count) * sizeof(Pixel));
-      return VX_Ok;
-    }
-    for (ptrdiff_t i = 0; i < count; ++i) {
-      const Pixel s = VXp_Load<Pixel>(src + i);
-      Pixel d = VXp_Load<Pixel>(dst + i);
-      const Work w = V::CopyWeight(s, mask, i, opacity);
-      V::template Apply<true>(
-          s, tables, d, [=](const auto& from, auto& to) { Piece::BlendInRow(from, w, keep, to); });
-      VXp_Store(dst + i, d);
-    }
+    const bool whole = !linear && !hasMask && mode->keepDstAlpha == 0 &&
+                       mode->opacity == VXp_PixelTraits<Pixel>::kFull;
+    if (!whole || count <= 0) return Loop::Scan(count, mode, tables, src, mask, dst);
+    std::memmove(static_cast<void*>(dst), src, static_cast<size_t>(count) * sizeof(Pixel));
     return VX_Ok;
   }
 };
 
+// Copies do not change colours, so light makes no difference to them, but for two whose linear
+// forms go through the tables and back.
 template <class Pixel, bool hasMask, bool linear>
 struct VXp_RowLoop<VXp_ModeCopy, Pixel, hasMask, linear>
-    : VXp_CopyLoop<VXp_ModeCopy, Pixel, hasMask, linear && VXp_CopiesInLight<VXp_ModeCopy, Pixel>> {
-};
+    : VXp_CopyLoop<VXp_ModeCopy, Pixel, hasMask, linear && std::is_same_v<Pixel, VX_Pixel8>> {};
 
 template <class Pixel, bool hasMask, bool linear>
 struct VXp_RowLoop<VXp_ModeScale, Pixel, hasMask, linear>
-    : VXp_CopyLoop<VXp_ModeScale, Pixel, hasMask,
-                   linear && VXp_CopiesInLight<VXp_ModeScale, Pixel>> {};
+    : VXp_CopyLoop<VXp_ModeScale, Pixel, hasMask, linear && std::is_same_v<Pixel, VX_PixelFloat>> {
+};
 
-// --- mask mix ------------------------------------------------------------------------------------
+// --- one pixel after the other -------------------------------------------------------------------
 
-// The mask is the operand, so every variant needs it; opacity is not read.
+// What the two loops below share: blend(source, mask, destination) decides and blends by itself.
+template <class Pixel, class Blend>
+void VXp_ForPixels(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Blend&& blend) {
+  for (ptrdiff_t x = 0; x < count; ++x) {
+    Pixel d = VXp_Load<Pixel>(dst + x);
+    const Pixel m = mask != nullptr ? VXp_Load<Pixel>(mask + x) : Pixel{};
+    if (blend(VXp_Load<Pixel>(src + x), m, d)) VXp_Store(dst + x, d);
+  }
+}
+
+// blend(source, destination) on the working pixels of a variant.
+template <class V, class Pixel, class Blend>
+void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, Pixel& d,
+                        Blend&& blend) {
+  using Argb = VXp_Argb<typename V::T>;
+  if constexpr (!V::kLinear) {
+    Argb to = Argb::Of(d);
+    blend(Argb::Of(s), to);
+    d = to.Pixel();
+  } else {
+    VXp_BlendLinear<true>(s, *tables, d, blend);
+  }
+}
+
+// The mix of two images by the mask, which is the operand, so every variant needs it; opacity is
+// not read.
 template <class Pixel, bool hasMask, bool linear>
 struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, hasMask, linear> {
-  using V = VXp_RowVariant<Pixel, hasMask, linear>;
+  using V = VXp_RowVariant<Pixel, true, linear>;
+  using Argb = VXp_Argb<typename V::T>;
   using Work = typename V::Work;
   using Piece = VXp_ModeMaskMix<typename V::T>;
 
@@ -183,26 +227,23 @@ struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, hasMask, linear> {
     if (count <= 0) return VX_Ok;
     V::NeedTables(tables);
     if (mask == nullptr) return VX_ErrBadParameter;
-    for (ptrdiff_t i = 0; i < count; ++i) {
-      const Work t = V::Scaled(VXp_Load<Pixel>(mask + i).alpha);
-      const Pixel s = VXp_Load<Pixel>(src + i);
-      Pixel d = VXp_Load<Pixel>(dst + i);
-      if (!Piece::Mixes(V::Scaled(s.alpha), t, V::Scaled(d.alpha))) continue;
-      V::template Apply<true>(s, tables, d,
-                              [=](const auto& from, auto& to) { Piece::Mix(from, t, to); });
-      VXp_Store(dst + i, d);
-    }
+    VXp_ForPixels(count, src, mask, dst, [=](const Pixel& s, const Pixel& m, Pixel& d) {
+      const Work t = V::Scaled(m.alpha);
+      if (!Piece::Mixes(V::Scaled(s.alpha), t, V::Scaled(d.alpha))) return false;
+      VXp_BlendInVariant<V>(s, tables, d,
+                            [=](const Argb& from, Argb& to) { Piece::Mix(from, t, to); });
+      return true;
+    });
     return VX_Ok;
   }
 };
-
-// --- dissolve ------------------------------------------------------------------------------------
 
 // The running seed moves on by one a pixel, and by a draw where the weight is partial.
 template <class Pixel, bool hasMask, bool linear>
 struct VXp_RowLoop<VXp_ModeDissolve, Pixel, hasMask, linear> {
   using V = VXp_RowVariant<Pixel, hasMask, linear>;
   using T = typename V::T;
+  using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
   using Piece = VXp_ModeDissolve<T>;
 
@@ -213,51 +254,19 @@ struct VXp_RowLoop<VXp_ModeDissolve, Pixel, hasMask, linear> {
     V::NeedTables(tables);
     const Work opacity = V::Scaled(mode->opacity);
     const bool keep = mode->keepDstAlpha != 0;
-    auto seed = static_cast<uint32_t>(mode->seed);
-    for (ptrdiff_t i = 0; i < count; ++i, ++seed) {
-      const Pixel s = VXp_Load<Pixel>(src + i);
-      const Work w = V::Weight(s, mask, i, opacity);
-      if (w == Work{0}) continue;
-      if (w != T::kFull && !Piece::Passes(w, VXp_Random(&seed))) continue;
-      Pixel d = VXp_Load<Pixel>(dst + i);
-      V::template Apply<true>(s, tables, d,
-                              [=](const auto& from, auto& to) { Piece::Take(from, keep, to); });
-      VXp_Store(dst + i, d);
-    }
+    auto running = static_cast<uint32_t>(mode->seed);
+    const Pixel* const used_mask = hasMask ? mask : nullptr;
+    VXp_ForPixels(count, src, used_mask, dst, [&](const Pixel& s, const Pixel& m, Pixel& d) {
+      Work w = V::Scaled(s.alpha);
+      if constexpr (hasMask) w = T::Mul(w, V::Scaled(m.alpha));
+      w = T::Mul(w, opacity);
+      const bool taken = w == T::kFull || (w != Work{0} && Piece::Passes(w, VXp_Random(&running)));
+      ++running;
+      if (!taken) return false;
+      VXp_BlendInVariant<V>(s, tables, d,
+                            [=](const Argb& from, Argb& to) { Piece::Take(from, keep, to); });
+      return true;
+    });
     return VX_Ok;
   }
 };
-
-// --- masked multiply -----------------------------------------------------------------------------
-
-// With a mask, deep pixels multiply directly where the weight is full.
-template <class Pixel>
-struct VXp_MaskedMultiplyLoop {
-  using T = VXp_PixelTraits<Pixel>;
-  using Work = typename T::Work;
-  using V = VXp_RowVariant<Pixel, true, false>;
-
-  static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
-                     const VX_LinearBlendingTables*, const Pixel* src, const Pixel* mask,
-                     Pixel* dst) {
-    const Work opacity = mode->opacity;
-    for (ptrdiff_t i = 0; i < count; ++i) {
-      const Pixel s = VXp_Load<Pixel>(src + i);
-      const Work w = V::Weight(s, mask, i, opacity);
-      if (w == Work{0}) continue;
-      Pixel d = VXp_Load<Pixel>(dst + i);
-      VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [=](Work x, Work y) {
-        return w == T::kFull ? T::Mul(x, y) : VXp_ModeMultiply<T>::Part(x, y, w);
-      }).StoreTo(d);
-      VXp_Store(dst + i, d);
-    }
-    return VX_Ok;
-  }
-};
-
-template <>
-struct VXp_RowLoop<VXp_ModeMultiply, VX_Pixel16, true, false> : VXp_MaskedMultiplyLoop<VX_Pixel16> {
-};
-template <>
-struct VXp_RowLoop<VXp_ModeMultiply, VX_PixelFloat, true, false>
-    : VXp_MaskedMultiplyLoop<VX_PixelFloat> {};

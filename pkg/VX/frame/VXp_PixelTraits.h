@@ -1,13 +1,19 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
+
 // The arithmetic of one channel at each depth. No operation writes its own rounding: what differs
 // by depth is here, and the roundings differ on purpose.
 //
 // Work is the type in which channels are computed. Integer products wrap instead of overflowing, so
-// that values beyond full scale give some value and never undefined behaviour.
+// that values beyond full scale give some value and never undefined behaviour. VXp_LaneTraits.h has
+// the same arithmetic for several pixels at once; code that serves both chooses by `?:` on
+// conditions joined with & and |, and asks Any before it computes what no pixel needs. A product
+// whose first factor may be negative is a SignedMul; the result is that of Mul, but lanes get it
+// another way.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "VX/VX_Package.h"
@@ -17,20 +23,32 @@
 template <class PixelType>
 struct VXp_PixelTraits;
 
+// What is the same at every depth.
+template <class PixelType, class WorkType>
+struct VXp_ChannelTraits {
+  using Pixel = PixelType;
+  using Channel = VX_ChannelOf<PixelType>;
+  using Work = WorkType;
+
+  static constexpr bool Any(bool condition) { return condition; }
+  static constexpr Work Min(Work a, Work b) { return a < b ? a : b; }
+  static constexpr Work Max(Work a, Work b) { return a > b ? a : b; }
+  static Work Abs(Work a) { return std::abs(a); }
+};
+
 template <>
-struct VXp_PixelTraits<VX_Pixel8> {
-  using Pixel = VX_Pixel8;
-  using Channel = uint8_t;
-  using Work = int32_t;
+struct VXp_PixelTraits<VX_Pixel8> : VXp_ChannelTraits<VX_Pixel8, int32_t> {
   static constexpr int32_t kDepth = 8;
   static constexpr Work kFull = 255;
   static constexpr Work kHalf = 128;
+  static constexpr Work Full() { return kFull; }
 
   // a b / 255, rounded to nearest.
   static constexpr Work Mul(Work a, Work b) {
     const int32_t t = a * b;
     return (((t + 128) >> 8) + t + 128) >> 8;
   }
+  static constexpr Work SignedMul(Work a, Work b) { return Mul(a, b); }
   static constexpr Work Inv(Work a) { return kFull - a; }
   // The product works on the signed difference; the sum is modulo 256.
   static constexpr Work Lerp(Work x, Work y, Work t) { return (x + Mul(y - x, t)) & 0xFF; }
@@ -39,25 +57,27 @@ struct VXp_PixelTraits<VX_Pixel8> {
   static Work Div(Work n, Work a) {
     return VXp_G_fcd_table[a * 256 + std::clamp(n, Work{0}, kFull)];
   }
+  // a b / c, truncated; 0 where c is.
+  static constexpr Work Fraction(Work a, Work b, Work c) { return c == 0 ? 0 : a * b / c; }
   static constexpr Work Luma(Work r, Work g, Work b) {
     return (9798 * r + 19235 * g + 3735 * b + 16384) >> 15;
   }
+  static constexpr Work LumaAsByte(Work luma) { return luma; }
 };
 
 template <>
-struct VXp_PixelTraits<VX_Pixel16> {
-  using Pixel = VX_Pixel16;
-  using Channel = uint16_t;
-  using Work = int32_t;
+struct VXp_PixelTraits<VX_Pixel16> : VXp_ChannelTraits<VX_Pixel16, int32_t> {
   static constexpr int32_t kDepth = 16;
   static constexpr Work kFull = 32768;
   static constexpr Work kHalf = 16384;
+  static constexpr Work Full() { return kFull; }
 
-  // Rounds with 16383, one below the half. One factor may be negative.
+  // Rounds with 16383, one below the half.
   static constexpr Work Mul(Work a, Work b) {
     const uint32_t t = static_cast<uint32_t>(a) * static_cast<uint32_t>(b) + 16383u;
     return static_cast<Work>(t) >> 15;
   }
+  static constexpr Work SignedMul(Work a, Work b) { return Mul(a, b); }
   static constexpr Work Inv(Work a) { return kFull - a; }
   // Truncates, unlike Mul.
   static constexpr Work Lerp(Work x, Work y, Work t) {
@@ -73,29 +93,42 @@ struct VXp_PixelTraits<VX_Pixel16> {
         (static_cast<uint32_t>(a) >> 1) + (static_cast<uint32_t>(std::max(n, Work{0})) << 15);
     return static_cast<Work>(numerator / static_cast<uint32_t>(a));
   }
+  // a b / c, truncated; 0 where c is.
+  static constexpr Work Fraction(Work a, Work b, Work c) {
+    return c == 0 ? 0 : static_cast<Work>(int64_t{a} * b / c);
+  }
   static constexpr Work Luma(Work r, Work g, Work b) {
     return static_cast<Work>((9798u * static_cast<uint32_t>(r) + 19235u * static_cast<uint32_t>(g) +
                               3735u * static_cast<uint32_t>(b) + 16384u) >>
                              15);
   }
+  static constexpr Work LumaAsByte(Work luma) {
+    return static_cast<Work>((static_cast<uint32_t>(luma) * 255u + 16384u) >> 15);
+  }
 };
 
 template <>
-struct VXp_PixelTraits<VX_PixelFloat> {
-  using Pixel = VX_PixelFloat;
-  using Channel = float;
-  using Work = float;
+struct VXp_PixelTraits<VX_PixelFloat> : VXp_ChannelTraits<VX_PixelFloat, float> {
   static constexpr int32_t kDepth = 32;
   static constexpr Work kFull = 1.0f;
   static constexpr Work kHalf = 0.5f;
+  static constexpr Work Full() { return kFull; }
 
   static constexpr Work Mul(Work a, Work b) { return a * b; }
+  static constexpr Work SignedMul(Work a, Work b) { return a * b; }
   static constexpr Work Inv(Work a) { return 1.0f - a; }
   static constexpr Work Lerp(Work x, Work y, Work t) { return x + (y - x) * t; }
   static constexpr Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
   // Nothing, less than nothing and denormals divide to full scale.
   static constexpr Work Div(Work n, Work a) { return a < 1.17549435e-38f ? 1.0f : n / a; }
+  static constexpr Work Fraction(Work a, Work b, Work c) { return a * b / c; }
   static constexpr Work Luma(Work r, Work g, Work b) {
     return 0.299f * r + 0.587f * g + 0.114f * b;
+  }
+  // Clamped, as the conversion of a channel is; 0 for not-a-number.
+  static constexpr int32_t LumaAsByte(Work luma) {
+    const float positive = luma > 0.0f ? luma : 0.0f;
+    const float held = positive < 1.0f ? positive : 1.0f;
+    return static_cast<int32_t>(static_cast<double>(held) * 255.0 + 0.5);
   }
 };

@@ -24,13 +24,9 @@
 
 namespace {
 
-std::vector<int> Sides(const M_Rect& r) {
-  return {r.top, r.left, r.bottom, r.right};
-}
+std::vector<int> Sides(const M_Rect& r) { return {r.top, r.left, r.bottom, r.right}; }
 
-bool IsAligned(const void* p) {
-  return reinterpret_cast<uintptr_t>(p) % 16 == 0;
-}
+bool IsAligned(const void* p) { return reinterpret_cast<uintptr_t>(p) % 16 == 0; }
 
 TEST(HostContract, VersionChecks) {
   const struct {

@@ -12,7 +12,7 @@
 
 // The value of one mask pixel for a use other than plain alpha.
 template <class T, int32_t use>
-typename T::Work VXp_MaskValue(const typename T::Pixel& p) {
+typename T::Work VXp_MaskValue(const VXp_Argb<T>& p) {
   using Work = typename T::Work;
   if constexpr (use == VX_MaskUse_InverseAlpha) return T::Inv(p.alpha);
   const Work v = T::Mul(VXp_Color<T>::Of(p).Luma(), p.alpha);
@@ -23,7 +23,7 @@ template <class Pixel, int32_t use>
 void VXp_MaskValues(int32_t count, const Pixel* mask, Pixel* out) {
   using T = VXp_PixelTraits<Pixel>;
   for (ptrdiff_t i = 0; i < count; ++i) {
-    const auto v = VXp_MaskValue<T, use>(VXp_Load<Pixel>(mask + i));
+    const auto v = VXp_MaskValue<T, use>(VXp_Argb<T>::Of(VXp_Load<Pixel>(mask + i)));
     VXp_Store(out + i, static_cast<VX_ChannelOf<Pixel>>(v));
   }
 }

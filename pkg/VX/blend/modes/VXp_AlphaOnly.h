@@ -7,43 +7,45 @@
 #include "blend/modes/VXp_Mode.h"
 
 template <class T, class Mode>
-struct VXp_AlphaOnly {
+struct VXp_AlphaOnly : VXp_CommonMode<T> {
+  using Argb = VXp_Argb<T>;
+  using Color = VXp_Color<T>;
   using Work = typename T::Work;
-  static constexpr bool kPixelSkipsZero = true;
-  static constexpr bool kRowSkipsZero = true;
   static constexpr bool kWritesColor = false;
 
-  static void BlendPixel(const typename T::Pixel& s, Work sa, typename T::Pixel& d) {
-    VXp_StoreAlpha<T>(Mode::Alpha(d.alpha, sa, VXp_Color<T>::Of(s)), d);
+  static void BlendPixel(const Argb& s, Work sa, Argb& d) {
+    d.alpha = Mode::Alpha(d.alpha, sa, Color::Of(s));
   }
-  static void BlendInRow(const typename T::Pixel& s, Work w, bool /*keep*/, typename T::Pixel& d) {
-    BlendPixel(s, w, d);
-  }
+  static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 
  protected:
   // Float results of the luminance forms are held in 0..1, with dust swept to 0.
   static Work Held(Work a) {
     if constexpr (VXp_IsFloat<T>) {
-      if (a >= 1.0f) return 1.0f;
-      if (a <= 1e-30f) return 0.0f;
+      const Work swept = a <= 1e-30f ? Work{} : a;
+      return a >= 1.0f ? T::Full() : swept;
     }
     return a;
   }
 };
 
-// da sa. In a row, a hole in the stencil cuts a hole.
-template <class T>
-struct VXp_ModeStencilAlpha : VXp_AlphaOnly<T, VXp_ModeStencilAlpha<T>> {
-  using Work = typename T::Work;
+// A stencil: in a row, a hole in it cuts a hole.
+template <class T, class Mode>
+struct VXp_Stencil : VXp_AlphaOnly<T, Mode> {
   static constexpr bool kRowSkipsZero = false;
+};
+
+// da sa
+template <class T>
+struct VXp_ModeStencilAlpha : VXp_Stencil<T, VXp_ModeStencilAlpha<T>> {
+  using Work = typename T::Work;
   static Work Alpha(Work da, Work sa, const VXp_Color<T>&) { return T::Mul(da, sa); }
 };
 
 // da sa luma(s)
 template <class T>
-struct VXp_ModeStencilLuma : VXp_AlphaOnly<T, VXp_ModeStencilLuma<T>> {
+struct VXp_ModeStencilLuma : VXp_Stencil<T, VXp_ModeStencilLuma<T>> {
   using Work = typename T::Work;
-  static constexpr bool kRowSkipsZero = false;
   static Work Alpha(Work da, Work sa, const VXp_Color<T>& s) {
     return VXp_ModeStencilLuma::Held(T::Mul(da, T::Mul(sa, s.Luma())));
   }

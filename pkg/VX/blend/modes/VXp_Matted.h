@@ -28,53 +28,55 @@ template <class T>
 struct VXp_NeutralGray {
   using Work = typename T::Work;
   static Work Matte(Work c, Work a) {
-    if (c < T::kHalf) return c + T::Mul(T::kHalf - c, T::Inv(a));
-    return T::Mul(c - T::kHalf, a) + T::kHalf;
+    const Work dark = c + T::Mul(T::kHalf - c, T::Inv(a));
+    const Work light = T::Mul(c - T::kHalf, a) + T::kHalf;
+    return c < T::kHalf ? dark : light;
   }
   // A quotient of half or more lies outside the range: hold it at the end.
   static Work Unmatte(Work c, Work a) {
-    if (c < T::kHalf) {
-      const Work t = T::Div(T::kHalf - c, a);
-      return t < T::kHalf ? T::kHalf - t : Work{0};
-    }
-    const Work t = T::Div(c - T::kHalf, a);
-    return t < T::kHalf ? t + T::kHalf : T::kFull;
+    const auto is_dark = c < T::kHalf;
+    const Work t = T::Div(is_dark ? T::kHalf - c : c - T::kHalf, a);
+    const auto within = t < T::kHalf;
+    const Work dark = within ? T::kHalf - t : Work{};
+    const Work light = within ? t + T::kHalf : T::Full();
+    return is_dark ? dark : light;
   }
 };
 
-template <class T, class Mode, class Neutral>
-struct VXp_Matted {
-  using Pixel = typename T::Pixel;
+template <class T, class Mode, template <class> class NeutralColor>
+struct VXp_Matted : VXp_CommonMode<T> {
+  using Neutral = NeutralColor<T>;
+  using Argb = VXp_Argb<T>;
+  using Color = VXp_Color<T>;
   using Work = typename T::Work;
-  static constexpr bool kPixelSkipsZero = true;
-  static constexpr bool kRowSkipsZero = true;
-  static constexpr bool kWritesColor = true;
 
-  static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
+  static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
-    const VXp_Color<T> cs = VXp_Color<T>::Of(s);
-    VXp_Color<T> m = VXp_Color<T>::Of(d);
+    const Color cs = Color::Of(s);
+    Color m = Color::Of(d);
     if (da < T::kFull) m = VXp_Each(m, [=](Work c) { return Neutral::Matte(c, da); });
     if (sa == T::kFull) {
       VXp_Each(cs, m, [](Work x, Work y) { return Mode::Full(x, y); }).StoreTo(d);
-      VXp_StoreAlpha<T>(T::kFull, d);
+      d.alpha = T::kFull;
       return;
     }
-    VXp_Color<T> r = VXp_Each(cs, m, [=](Work x, Work y) { return Mode::Part(x, y, sa); });
+    Color r = VXp_Each(cs, m, [=](Work x, Work y) { return Mode::Part(x, y, sa); });
     const Work a = T::Union(sa, da);
     if (a < T::kFull) r = VXp_Each(r, [=](Work c) { return Neutral::Unmatte(c, a); });
     r.StoreTo(d);
-    VXp_StoreAlpha<T>(a, d);
+    d.alpha = a;
   }
 
-  static void BlendInRow(const Pixel& s, Work w, bool /*keep*/, Pixel& d) {
-    const VXp_Color<T> cs = VXp_Color<T>::Of(s);
-    const VXp_Color<T> m = VXp_Color<T>::Of(d);
-    if (w == T::kFull) {
-      VXp_Each(cs, m, [](Work x, Work y) { return Mode::FullInRow(x, y); }).StoreTo(d);
-    } else {
-      VXp_Each(cs, m, [=](Work x, Work y) { return Mode::PartInRow(x, y, w); }).StoreTo(d);
-    }
+  // With a full weight the products of Part are exact at the integer depths, and Part gives Full.
+  static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
+    VXp_Each(Color::Of(s), Color::Of(d), [=](Work x, Work y) {
+      const Work part = Mode::PartInRow(x, y, w);
+      if constexpr (VXp_IsFloat<T>) {
+        const Work full = Mode::FullInRow(x, y);
+        return w == T::kFull ? full : part;
+      }
+      return part;
+    }).StoreTo(d);
   }
 
   // All but one mode round alike in both forms.

@@ -11,10 +11,11 @@
 // divisor that is not above the numerator ends there.
 template <class T>
 typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
+  const typename T::Work quotient = T::Div(n, a);
   if constexpr (VXp_IsFloat<T>) {
-    if (a <= 0.0f || a <= n) return 1.0f;
+    return (a <= 0.0f) | (a <= n) ? T::Full() : quotient;
   }
-  return T::Div(n, a);
+  return quotient;
 }
 
 // s scaled to twice its distance above half, or from 0 below it. Halves of the range map to the
@@ -25,24 +26,24 @@ typename T::Work VXp_Doubled(typename T::Work s) {
   if constexpr (T::kDepth == 8) {
     return (2 * s) & 0xFF;  // white reaches 254
   } else {
-    return s >= T::kHalf ? Work{2} * s - T::kFull : Work{2} * s;
+    return VXp_Twice(s) - (s >= T::kHalf ? T::Full() : Work{});
   }
 }
 
 // min(m + s, F)
 template <class T>
-struct VXp_ModeAdd : VXp_Matted<T, VXp_ModeAdd<T>, VXp_NeutralBlack<T>> {
+struct VXp_ModeAdd : VXp_Matted<T, VXp_ModeAdd<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) {
     if constexpr (VXp_IsFloat<T>) return m + s;  // float keeps what is brighter than white
-    return std::min(m + s, T::kFull);
+    return T::Min(m + s, T::Full());
   }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
 };
 
 // s m, as m less its part under the inverse source
 template <class T>
-struct VXp_ModeMultiply : VXp_Matted<T, VXp_ModeMultiply<T>, VXp_NeutralWhite<T>> {
+struct VXp_ModeMultiply : VXp_Matted<T, VXp_ModeMultiply<T>, VXp_NeutralWhite> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) { return m - T::Mul(T::Inv(s), m); }
   static Work Part(Work s, Work m, Work sa) { return m - T::Mul(T::Mul(T::Inv(s), m), sa); }
@@ -50,7 +51,7 @@ struct VXp_ModeMultiply : VXp_Matted<T, VXp_ModeMultiply<T>, VXp_NeutralWhite<T>
 
 // F - (F - s)(F - m)
 template <class T>
-struct VXp_ModeScreen : VXp_Matted<T, VXp_ModeScreen<T>, VXp_NeutralBlack<T>> {
+struct VXp_ModeScreen : VXp_Matted<T, VXp_ModeScreen<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) { return T::Inv(T::Mul(T::Inv(s), T::Inv(m))); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
@@ -58,79 +59,104 @@ struct VXp_ModeScreen : VXp_Matted<T, VXp_ModeScreen<T>, VXp_NeutralBlack<T>> {
 
 // 2 s m below half, F - 2 (F - s)(F - m) from half on
 template <class T>
-struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray<T>> {
+struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
   using Work = typename T::Work;
-  static Work Full(Work s, Work m) { return m < T::kHalf ? Work{2} * T::Mul(s, m) : Light(s, m); }
+  static Work Full(Work s, Work m) {
+    const Work dark = VXp_Twice(T::Mul(s, m));
+    const Work light = Light(s, m);
+    return m < T::kHalf ? dark : light;
+  }
   static Work Part(Work s, Work m, Work sa) { return T::Lerp(m, Full(s, m), sa); }
 
   // A row doubles before it multiplies; both roundings are fixed.
   static Work FullInRow(Work s, Work m) {
-    return m < T::kHalf ? T::Mul(Work{2} * m, s) : Light(s, m);
+    const Work dark = T::Mul(VXp_Twice(m), s);
+    const Work light = Light(s, m);
+    return m < T::kHalf ? dark : light;
   }
   static Work PartInRow(Work s, Work m, Work w) { return T::Lerp(m, FullInRow(s, m), w); }
 
  private:
-  static Work Light(Work s, Work m) { return T::Inv(T::Mul(T::Inv(s), Work{2} * T::Inv(m))); }
+  static Work Light(Work s, Work m) { return T::Inv(T::Mul(T::Inv(s), VXp_Twice(T::Inv(m)))); }
 };
 
 // m moved along a curve: up for a light source, down for a dark one
 template <class T>
-struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray<T>> {
+struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray> {
   using Work = typename T::Work;
-  using Curves = VXp_SoftLightCurves<T>;
-  static Work Full(Work s, Work m) {
-    const Work u = VXp_Doubled<T>(s);
-    return s >= T::kHalf ? m + T::Mul(u, Curves::Up(m)) : m - T::Mul(T::Inv(u), Curves::Down(m));
+  // The point on the curve that the source chooses.
+  static Work Curve(Work s, Work m) { return VXp_SoftLightCurves<T>::UpOrDown(s >= T::kHalf, m); }
+  static Work FullAlong(Work curve, Work s, Work m) {
+    const Work by = Step(curve, s);
+    return s >= T::kHalf ? m + by : m - by;
   }
-  static Work Part(Work s, Work m, Work sa) {
+  static Work PartAlong(Work curve, Work s, Work m, Work sa) {
+    const Work by = T::Mul(Step(curve, s), sa);
+    return s >= T::kHalf ? m + by : m - by;
+  }
+  static Work Full(Work s, Work m) { return FullAlong(Curve(s, m), s, m); }
+  static Work Part(Work s, Work m, Work sa) { return PartAlong(Curve(s, m), s, m, sa); }
+
+ private:
+  static Work Step(Work curve, Work s) {
     const Work u = VXp_Doubled<T>(s);
-    return s >= T::kHalf ? m + T::Mul(T::Mul(u, Curves::Up(m)), sa)
-                         : m - T::Mul(T::Mul(T::Inv(u), Curves::Down(m)), sa);
+    return T::Mul(s >= T::kHalf ? u : T::Inv(u), curve);
   }
 };
 
 // screen by a light source, multiply by a dark one
 template <class T>
-struct VXp_ModeHardLight : VXp_Matted<T, VXp_ModeHardLight<T>, VXp_NeutralGray<T>> {
+struct VXp_ModeHardLight : VXp_Matted<T, VXp_ModeHardLight<T>, VXp_NeutralGray> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) {
-    const Work u = VXp_Doubled<T>(s);
-    return s >= T::kHalf ? m + T::Mul(T::Inv(m), u) : m - T::Mul(T::Inv(u), m);
+    const Work by = Step(s, m);
+    return s >= T::kHalf ? m + by : m - by;
   }
   static Work Part(Work s, Work m, Work sa) {
+    const Work by = T::Mul(Step(s, m), sa);
+    return s >= T::kHalf ? m + by : m - by;
+  }
+
+ private:
+  static Work Step(Work s, Work m) {
     const Work u = VXp_Doubled<T>(s);
-    return s >= T::kHalf ? m + T::Mul(T::Mul(T::Inv(m), u), sa)
-                         : m - T::Mul(T::Mul(T::Inv(u), m), sa);
+    return T::Mul(s >= T::kHalf ? T::Inv(m) : T::Inv(u), s >= T::kHalf ? u : m);
   }
 };
 
 // min(s, m)
 template <class T>
-struct VXp_ModeDarken : VXp_Matted<T, VXp_ModeDarken<T>, VXp_NeutralWhite<T>> {
+struct VXp_ModeDarken : VXp_Matted<T, VXp_ModeDarken<T>, VXp_NeutralWhite> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) { return s < m ? s : m; }
-  static Work Part(Work s, Work m, Work sa) { return s < m ? m - T::Mul(m - s, sa) : m; }
+  static Work Part(Work s, Work m, Work sa) {
+    const Work less = m - T::Mul(m - s, sa);
+    return s < m ? less : m;
+  }
 };
 
 // max(s, m)
 template <class T>
-struct VXp_ModeLighten : VXp_Matted<T, VXp_ModeLighten<T>, VXp_NeutralBlack<T>> {
+struct VXp_ModeLighten : VXp_Matted<T, VXp_ModeLighten<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) { return s > m ? s : m; }
-  static Work Part(Work s, Work m, Work sa) { return s > m ? m + T::Mul(s - m, sa) : m; }
+  static Work Part(Work s, Work m, Work sa) {
+    const Work more = m + T::Mul(s - m, sa);
+    return s > m ? more : m;
+  }
 };
 
 // |s - m|
 template <class T>
-struct VXp_ModeDifference : VXp_Matted<T, VXp_ModeDifference<T>, VXp_NeutralBlack<T>> {
+struct VXp_ModeDifference : VXp_Matted<T, VXp_ModeDifference<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
-  static Work Full(Work s, Work m) { return std::abs(s - m); }
+  static Work Full(Work s, Work m) { return T::Abs(s - m); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
 };
 
 // m / (F - s)
 template <class T>
-struct VXp_ModeDodge : VXp_Matted<T, VXp_ModeDodge<T>, VXp_NeutralBlack<T>> {
+struct VXp_ModeDodge : VXp_Matted<T, VXp_ModeDodge<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) { return VXp_QuotientToFull<T>(m, T::Inv(s)); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
@@ -138,7 +164,7 @@ struct VXp_ModeDodge : VXp_Matted<T, VXp_ModeDodge<T>, VXp_NeutralBlack<T>> {
 
 // F - (F - m) / s
 template <class T>
-struct VXp_ModeBurn : VXp_Matted<T, VXp_ModeBurn<T>, VXp_NeutralWhite<T>> {
+struct VXp_ModeBurn : VXp_Matted<T, VXp_ModeBurn<T>, VXp_NeutralWhite> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) { return T::Inv(VXp_QuotientToFull<T>(T::Inv(m), s)); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Inv(T::Mul(T::Inv(s), sa)), m); }
@@ -146,11 +172,11 @@ struct VXp_ModeBurn : VXp_Matted<T, VXp_ModeBurn<T>, VXp_NeutralWhite<T>> {
 
 // s + m - 2 s m
 template <class T>
-struct VXp_ModeExclusion : VXp_Matted<T, VXp_ModeExclusion<T>, VXp_NeutralBlack<T>> {
+struct VXp_ModeExclusion : VXp_Matted<T, VXp_ModeExclusion<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
-  static Work Full(Work s, Work m) { return s + m - Work{2} * T::Mul(s, m); }
+  static Work Full(Work s, Work m) { return s + m - VXp_Twice(T::Mul(s, m)); }
   static Work Part(Work s, Work m, Work sa) {
     const Work t = T::Mul(s, m);
-    return m + T::Mul(s - t - t, sa);
+    return m + T::SignedMul(s - t - t, sa);
   }
 };

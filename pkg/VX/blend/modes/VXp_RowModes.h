@@ -11,19 +11,18 @@
 
 // Colours copied, alpha becomes the weight.
 template <class T>
-struct VXp_ModeCopy : VXp_SameInRow<T, VXp_ModeCopy<T>> {
-  using Pixel = typename T::Pixel;
+struct VXp_ModeCopy : VXp_CommonMode<T> {
+  using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
   static constexpr bool kRowSkipsZero = false;
 
-  static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
+  static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     d = s;
-    VXp_StoreAlpha<T>(sa, d);
+    d.alpha = sa;
   }
-  static void BlendInRow(const Pixel& s, Work w, bool keep, Pixel& d) {
-    const typename T::Channel da = d.alpha;
-    BlendPixel(s, w, d);
-    if (keep) d.alpha = da;
+  static void BlendInRow(const Argb& s, Work w, bool keep, Argb& d) {
+    const Work da = d.alpha;
+    BlendPixel(s, keep ? da : w, d);
   }
 };
 
@@ -36,7 +35,7 @@ struct VXp_ModeScale : VXp_ModeCopy<T> {};
 // only.
 template <class T>
 struct VXp_ModeMaskMix {
-  using Pixel = typename T::Pixel;
+  using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
   // At 16 bits q reaches 2^30 and the sums 2^45.
   using Wide = std::conditional_t<T::kDepth == 8, int32_t,
@@ -44,12 +43,12 @@ struct VXp_ModeMaskMix {
 
   // Whether the pixel changes: a mean of nothing has no weight.
   static bool Mixes(Work sa, Work t, Work da) {
-    if (t == Work{0} || t == T::kFull) return t != Work{0};
+    if (t == Work{} || t == T::kFull) return t != Work{};
     return Wide{sa} * t + Wide{T::kFull - t} * da != 0;
   }
 
   // For pixels that change.
-  static void Mix(const Pixel& s, Work t, Pixel& d) {
+  static void Mix(const Argb& s, Work t, Argb& d) {
     if (t == T::kFull) {
       d = s;
       return;
@@ -68,27 +67,25 @@ struct VXp_ModeMaskMix {
   }
 
  private:
-  static void MixIntegers(const Pixel& s, Work t, Pixel& d) {
+  static void MixIntegers(const Argb& s, Work t, Argb& d) {
     const Wide a1 = Wide{s.alpha} * t;
     const Wide a2 = Wide{T::kFull - t} * d.alpha;
     const Wide q = a1 + a2;
     VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [=](Work x, Work y) {
       return static_cast<Work>((x * a1 + y * a2 + (q >> 1)) / q);
     }).StoreTo(d);
-    VXp_StoreAlpha<T>(static_cast<Work>(T::kDepth == 8 ? (q + 128) / 255 : (q + 16384) >> 15), d);
+    d.alpha = static_cast<Work>(T::kDepth == 8 ? (q + 128) / 255 : (q + 16384) >> 15);
   }
 };
 
 // Pixels taken whole by a random test against the weight. One pixel alone has no seed, so the
 // per-pixel form does nothing.
 template <class T>
-struct VXp_ModeDissolve {
-  using Pixel = typename T::Pixel;
+struct VXp_ModeDissolve : VXp_CommonMode<T> {
+  using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
-  static constexpr bool kPixelSkipsZero = true;
-  static constexpr bool kWritesColor = true;
 
-  static void BlendPixel(const Pixel&, Work, Pixel&) {}
+  static void BlendPixel(const Argb&, Work, Argb&) {}
 
   // Whether a pixel of weight w, neither 0 nor F, passes for the random value 0..32767.
   static bool Passes(Work w, uint32_t random) {
@@ -99,9 +96,9 @@ struct VXp_ModeDissolve {
     }
   }
 
-  static void Take(const Pixel& s, bool keep, Pixel& d) {
-    const typename T::Channel da = d.alpha;
+  static void Take(const Argb& s, bool keep, Argb& d) {
+    const Work da = d.alpha;
     d = s;
-    d.alpha = keep ? da : static_cast<typename T::Channel>(T::kFull);
+    d.alpha = keep ? da : T::kFull;
   }
 };

@@ -5,9 +5,10 @@
 // The two curves of soft light: Up is D(x) - x and Down is x (1 - x), with x = m / F and
 // D(x) = ((16x - 12)x + 4)x up to a quarter, the square root of x above.
 
+#include <algorithm>
 #include <array>
 
-#include "frame/VXp_PixelTraits.h"
+#include "frame/VXp_LaneTraits.h"
 #include "frame/VXp_Tables.h"
 
 template <class T>
@@ -43,8 +44,9 @@ inline constexpr std::array<uint8_t, 256> kDown8 = MakeByteCurve(false);
 
 template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel8>> {
-  static int32_t Up(int32_t m) { return vxp_soft_light::kUp8[m & 0xFF]; }
-  static int32_t Down(int32_t m) { return vxp_soft_light::kDown8[m & 0xFF]; }
+  static int32_t UpOrDown(bool up, int32_t m) {
+    return up ? vxp_soft_light::kUp8[m & 0xFF] : vxp_soft_light::kDown8[m & 0xFF];
+  }
 };
 
 // Entry m / 8 of 4097, interpolated in eighths. The position is held within the table.
@@ -58,22 +60,32 @@ inline int32_t VXp_LookUpEighths(const uint16_t* table, int32_t position) {
 
 template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel16>> {
-  static int32_t Up(int32_t m) { return VXp_LookUpEighths(VXp_G_SoftLightDelta16, m); }
-  static int32_t Down(int32_t m) { return VXp_LookUpEighths(VXp_G_SoftLightParabola16, m); }
+  static int32_t UpOrDown(bool up, int32_t m) {
+    return VXp_LookUpEighths(up ? VXp_G_SoftLightDelta16 : VXp_G_SoftLightParabola16, m);
+  }
 };
 
 template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
-  static float Up(float m) { return LookUp(VXp_G_SoftLightDeltaF, m); }
-  static float Down(float m) { return LookUp(VXp_G_SoftLightParabolaF, m); }
-
- private:
-  static float LookUp(const float* table, float m) {
-    if (!(m > 0.0f)) return table[0];  // also not-a-number
-    if (m >= 1.0f) return table[4096];
-    const float position = 4096.0f * m;
+  static float UpOrDown(bool up, float m) {
+    const float* const table = up ? VXp_G_SoftLightDeltaF : VXp_G_SoftLightParabolaF;
+    const float positive = m > 0.0f ? m : 0.0f;  // also for not-a-number
+    const float position = 4096.0f * (positive < 1.0f ? positive : 1.0f);
     const auto i = static_cast<int32_t>(position);
     const float fraction = position - static_cast<float>(i);
     return fraction == 0.0f ? table[i] : table[i] + fraction * (table[i + 1] - table[i]);
+  }
+};
+
+// Tables are read lane by lane.
+template <class Pixel>
+struct VXp_SoftLightCurves<VXp_LaneTraits<Pixel>> {
+  using Work = typename VXp_LaneTraits<Pixel>::Work;
+  static Work UpOrDown(VXp_IntLanes up, Work m) {
+    Work curve;
+    for (int32_t i = 0; i < kVXp_Lanes; ++i) {
+      curve[i] = VXp_SoftLightCurves<VXp_PixelTraits<Pixel>>::UpOrDown(up[i] != 0, m[i]);
+    }
+    return curve;
   }
 };

@@ -9,28 +9,25 @@
 #include "blend/modes/VXp_MattedModes.h"
 
 template <class T, class Mode>
-struct VXp_ThreeTerm : VXp_SameInRow<T, Mode> {
-  using Pixel = typename T::Pixel;
+struct VXp_ThreeTerm : VXp_CommonMode<T> {
+  using Argb = VXp_Argb<T>;
+  using Color = VXp_Color<T>;
   using Work = typename T::Work;
 
-  static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
+  static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
-    const VXp_Color<T> cs = VXp_Color<T>::Of(s);
-    const VXp_Color<T> cd = VXp_Color<T>::Of(d);
-    if (sa == T::kFull) {
-      VXp_Each(cs, cd, [=](Work x, Work y) { return T::Lerp(x, Mode::B(x, y), da); }).StoreTo(d);
-      VXp_StoreAlpha<T>(T::kFull, d);
-      return;
-    }
     const Work p = T::Mul(sa, da);
     const Work a = T::Union(sa, da);
-    VXp_Each(cs, cd, [=](Work x, Work y) {
-      const Work sum =
-          T::Mul(da, y) - T::Mul(p, y) + T::Mul(sa, x) - T::Mul(p, x) + T::Mul(p, Mode::B(x, y));
-      return T::Div(sum, a);
+    VXp_Each(Color::Of(s), Color::Of(d), [=](Work x, Work y) {
+      const Work b = Mode::B(x, y);
+      const Work whole = T::Lerp(x, b, da);
+      const Work sum = T::Mul(da, y) - T::Mul(p, y) + T::Mul(sa, x) - T::Mul(p, x) + T::Mul(p, b);
+      const Work mixed = T::Div(sum, a);
+      return sa == T::kFull ? whole : mixed;
     }).StoreTo(d);
-    VXp_StoreAlpha<T>(a, d);
+    d.alpha = sa == T::kFull ? T::Full() : a;
   }
+  static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 };
 
 // Where a mode is chosen by the source, its lower half reaches to kHalf and is doubled: twice s,
@@ -40,11 +37,11 @@ struct VXp_Halves {
   using Work = typename T::Work;
   static Work Lower(Work s) {
     if constexpr (T::kDepth == 8) return (255 * s + 64) >> 7;
-    return Work{2} * s;
+    return VXp_Twice(s);
   }
   static Work Upper(Work s) {
-    if constexpr (T::kDepth == 8) return T::Div(s - 128, 127);
-    return Work{2} * s - T::kFull;
+    if constexpr (T::kDepth == 8) return T::Div(s - 128, Work{} + 127);
+    return VXp_Twice(s) - T::kFull;
   }
 };
 
@@ -52,7 +49,7 @@ struct VXp_Halves {
 template <class T>
 struct VXp_ModeDifference2 : VXp_ThreeTerm<T, VXp_ModeDifference2<T>> {
   using Work = typename T::Work;
-  static Work B(Work s, Work d) { return std::abs(s - d); }
+  static Work B(Work s, Work d) { return T::Abs(s - d); }
 };
 
 // d / (F - s), 0 for a black destination
@@ -60,7 +57,8 @@ template <class T>
 struct VXp_ModeDodge2 : VXp_ThreeTerm<T, VXp_ModeDodge2<T>> {
   using Work = typename T::Work;
   static Work B(Work s, Work d) {
-    return d == Work{0} ? Work{0} : VXp_QuotientToFull<T>(d, T::Inv(s));
+    const Work quotient = VXp_QuotientToFull<T>(d, T::Inv(s));
+    return d == Work{} ? Work{} : quotient;
   }
 };
 
@@ -69,8 +67,8 @@ template <class T>
 struct VXp_ModeBurn2 : VXp_ThreeTerm<T, VXp_ModeBurn2<T>> {
   using Work = typename T::Work;
   static Work B(Work s, Work d) {
-    if (s == Work{0} && d == T::kFull) return d;
-    return T::Inv(VXp_QuotientToFull<T>(T::Inv(d), s));
+    const Work burnt = T::Inv(VXp_QuotientToFull<T>(T::Inv(d), s));
+    return (s == Work{}) & (d == T::kFull) ? d : burnt;
   }
 };
 
@@ -80,7 +78,7 @@ struct VXp_ModeLinearDodge : VXp_ThreeTerm<T, VXp_ModeLinearDodge<T>> {
   using Work = typename T::Work;
   static Work B(Work s, Work d) {
     if constexpr (VXp_IsFloat<T>) return s + d;
-    return std::min(s + d, T::kFull);
+    return T::Min(s + d, T::Full());
   }
 };
 
@@ -88,7 +86,7 @@ struct VXp_ModeLinearDodge : VXp_ThreeTerm<T, VXp_ModeLinearDodge<T>> {
 template <class T>
 struct VXp_ModeLinearBurn : VXp_ThreeTerm<T, VXp_ModeLinearBurn<T>> {
   using Work = typename T::Work;
-  static Work B(Work s, Work d) { return std::max(s + d - T::kFull, Work{0}); }
+  static Work B(Work s, Work d) { return T::Max(s + d - T::kFull, Work{}); }
 };
 
 // d + 2 s - F held in range; 8 bits subtract one more than full scale; float is not held
@@ -97,10 +95,11 @@ struct VXp_ModeLinearLight : VXp_ThreeTerm<T, VXp_ModeLinearLight<T>> {
   using Work = typename T::Work;
   static Work B(Work s, Work d) {
     if constexpr (VXp_IsFloat<T>) {
-      return d + 2.0f * s - 1.0f;
+      return d + VXp_Twice(s) - 1.0f;
     } else {
-      const Work away = T::kDepth == 8 ? 256 : T::kFull;
-      return std::clamp(d + 2 * s - away, Work{0}, T::kFull);
+      constexpr int32_t kAway = T::kDepth == 8 ? 256 : T::kFull;
+      const Work sum = d + VXp_Twice(s) - kAway;
+      return T::Min(T::Max(sum, Work{}), T::Full());
     }
   }
 };
@@ -111,15 +110,18 @@ struct VXp_ModeVividLight : VXp_ThreeTerm<T, VXp_ModeVividLight<T>> {
   using Work = typename T::Work;
   using Halves = VXp_Halves<T>;
   static Work B(Work s, Work d) {
-    if (s < T::kHalf) {
-      if (s == Work{0}) return Work{0};
-      return T::Inv(VXp_QuotientToFull<T>(T::Inv(d), Halves::Lower(s)));
+    Work r = d;
+    if (T::Any(s < T::kHalf)) {
+      const Work burnt = T::Inv(VXp_QuotientToFull<T>(T::Inv(d), Halves::Lower(s)));
+      const Work dark = s == Work{} ? Work{} : burnt;
+      r = s < T::kHalf ? dark : r;
     }
-    if (s > T::kHalf) {
-      if (s == T::kFull) return T::kFull;
-      return VXp_QuotientToFull<T>(d, T::Inv(Halves::Upper(s)));
+    if (T::Any(s > T::kHalf)) {
+      const Work dodged = VXp_QuotientToFull<T>(d, T::Inv(Halves::Upper(s)));
+      const Work light = s == T::kFull ? T::Full() : dodged;
+      r = s > T::kHalf ? light : r;
     }
-    return d;
+    return r;
   }
 };
 
@@ -129,9 +131,10 @@ struct VXp_ModePinLight : VXp_ThreeTerm<T, VXp_ModePinLight<T>> {
   using Work = typename T::Work;
   using Halves = VXp_Halves<T>;
   static Work B(Work s, Work d) {
-    if (s < T::kHalf) return std::min(d, Halves::Lower(s));
-    if (s > T::kHalf) return std::max(d, Halves::Upper(s));
-    return d;
+    const Work dark = T::Min(d, Halves::Lower(s));
+    const Work light = T::Max(d, Halves::Upper(s));
+    const Work upper = s > T::kHalf ? light : d;
+    return s < T::kHalf ? dark : upper;
   }
 };
 
@@ -142,13 +145,15 @@ struct VXp_ModeHardMix : VXp_ThreeTerm<T, VXp_ModeHardMix<T>> {
   static Work B(Work s, Work d) {
     if constexpr (VXp_IsFloat<T>) {
       constexpr float kRamp = 1.0013580322265625e-05f;
-      const float t = (1.0f - s) * 0.99999f;
-      if (d <= t) return 0.0f;
-      const float e = d - t;
-      return kRamp > e ? e / kRamp : 1.0f;
+      const Work t = (1.0f - s) * 0.99999f;
+      const Work e = d - t;
+      const Work ramp = e / kRamp;
+      const Work on = kRamp > e ? ramp : T::Full();
+      return d <= t ? Work{} : on;
     } else {
-      const Work t = T::kDepth == 8 ? T::Mul(T::Inv(s), 254) : (T::Inv(s) * 32767 + 16384) >> 15;
-      return d > t ? T::kFull : Work{0};
+      Work t = (T::Inv(s) * 32767 + 16384) >> 15;
+      if constexpr (T::kDepth == 8) t = T::Mul(T::Inv(s), Work{} + 254);
+      return d > t ? T::Full() : Work{};
     }
   }
 };

@@ -8,17 +8,6 @@
 
 #include "blend/modes/VXp_Composition.h"
 
-// The depths at which products of two differences fit differ, so the fraction a b / c has its own
-// form: integers wrap in the product and truncate in the quotient.
-template <class T>
-typename T::Work VXp_Fraction(typename T::Work a, typename T::Work b, typename T::Work c) {
-  if constexpr (VXp_IsFloat<T>) {
-    return a * b / c;
-  } else {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b)) / c;
-  }
-}
-
 // Brings a colour of luminance l back into range by moving its channels toward l. A channel that
 // lies at l itself, outside the range, cannot be moved: then the colour stays, as only float pixels
 // have it.
@@ -26,36 +15,44 @@ template <class T>
 VXp_Color<T> VXp_ClipToRange(VXp_Color<T> c, typename T::Work l) {
   using Work = typename T::Work;
   const Work n = c.Min();
-  if (n < Work{0} && n != l) {
-    c = VXp_Each(c, [=](Work x) { return l + VXp_Fraction<T>(x - l, l, l - n); });
+  const auto below = (n < Work{}) & (n != l);
+  if (T::Any(below)) {
+    c = VXp_Each(c, [=](Work x) {
+      const Work raised = l + T::Fraction(x - l, l, l - n);
+      return below ? raised : x;
+    });
   }
-  const Work x = c.Max();
-  if (x > T::kFull && x != l) {
-    c = VXp_Each(c, [=](Work y) { return l + VXp_Fraction<T>(y - l, T::kFull - l, x - l); });
+  const Work m = c.Max();
+  const auto above = (m > T::kFull) & (m != l);
+  if (T::Any(above)) {
+    c = VXp_Each(c, [=](Work x) {
+      const Work lowered = l + T::Fraction(x - l, T::kFull - l, m - l);
+      return above ? lowered : x;
+    });
   }
   return c;
 }
 
 // A mode of this family gives Candidate(s, d, l), with l the luminance of d.
 template <class T, class Mode>
-struct VXp_NonSeparable {
-  using Pixel = typename T::Pixel;
+struct VXp_NonSeparable : VXp_CommonMode<T> {
+  using Argb = VXp_Argb<T>;
+  using Color = VXp_Color<T>;
   using Work = typename T::Work;
-  static constexpr bool kPixelSkipsZero = true;
-  static constexpr bool kRowSkipsZero = true;
-  static constexpr bool kWritesColor = true;
 
-  static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
+  static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     if (d.alpha < T::kFull) VXp_ModeBehind<T>::BlendPixel(s, sa, d);
     BlendInRow(s, sa, false, d);
   }
 
-  static void BlendInRow(const Pixel& s, Work w, bool /*keep*/, Pixel& d) {
-    const VXp_Color<T> cd = VXp_Color<T>::Of(d);
+  static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
+    const Color cd = Color::Of(d);
     const Work l = cd.Luma();
-    VXp_Color<T> c = VXp_ClipToRange<T>(Mode::Candidate(VXp_Color<T>::Of(s), cd, l), l);
-    if (w != T::kFull) c = VXp_Each(cd, c, [=](Work x, Work y) { return T::Lerp(x, y, w); });
-    c.StoreTo(d);
+    const Color c = VXp_ClipToRange<T>(Mode::Candidate(Color::Of(s), cd, l), l);
+    VXp_Each(cd, c, [=](Work x, Work y) {
+      const Work mixed = T::Lerp(x, y, w);
+      return w == T::kFull ? y : mixed;
+    }).StoreTo(d);
   }
 
  protected:
@@ -69,13 +66,16 @@ struct VXp_NonSeparable {
   static VXp_Color<T> Spread(const VXp_Color<T>& c, Work range) {
     const Work top = c.Max();
     const Work low = c.Min();
-    const Work mid = std::max(std::min(c.r, c.g), std::min(std::max(c.r, c.g), c.b));
+    const Work mid = T::Max(T::Min(c.r, c.g), T::Min(T::Max(c.r, c.g), c.b));
     const Work span = top - low;
-    const Work between = span == Work{0} ? Work{0} : VXp_Fraction<T>(mid - low, range, span);
-    const auto other = [=](Work x) { return x == low ? Work{0} : between; };
-    if (c.r == top) return {range, other(c.g), other(c.b)};
-    if (c.g == top) return {other(c.r), range, other(c.b)};
-    return {other(c.r), other(c.g), range};
+    const Work fraction = T::Fraction(mid - low, range, span);
+    const Work between = span == Work{} ? Work{} : fraction;
+    const auto elsewhere = [=](Work x) { return x == low ? Work{} : between; };
+    const auto red = c.r == top;
+    const auto green = (c.r != top) & (c.g == top);
+    const auto blue = (c.r != top) & (c.g != top);
+    const Work r = elsewhere(c.r), g = elsewhere(c.g), b = elsewhere(c.b);
+    return {red ? range : r, green ? range : g, blue ? range : b};
   }
 };
 
@@ -121,56 +121,42 @@ struct VXp_ModeLuminosity : VXp_NonSeparable<T, VXp_ModeLuminosity<T>> {
 
 // --- choice of a whole colour --------------------------------------------------------------------
 
-// A luminance at 8 bits, the scale at which rows compare.
-template <class T>
-int32_t VXp_LumaAs8(typename T::Work luma) {
-  if constexpr (T::kDepth == 8) {
-    return luma;
-  } else if constexpr (T::kDepth == 16) {
-    return static_cast<int32_t>((static_cast<uint32_t>(luma) * 255u + 16384u) >> 15);
-  } else {
-    if (!(luma > 0.0f)) return 0;  // also not-a-number
-    return luma > 1.0f ? 255 : static_cast<int32_t>(static_cast<double>(luma) * 255.0 + 0.5);
-  }
-}
-
 // A mode of this family tells whether the source is Chosen by the two luminances. Per pixel they
 // are those before the source goes behind the destination, at full precision; in a row those after
 // it, as 8-bit values.
 template <class T, class Mode>
-struct VXp_ColorChoice {
-  using Pixel = typename T::Pixel;
+struct VXp_ColorChoice : VXp_CommonMode<T> {
+  using Argb = VXp_Argb<T>;
+  using Color = VXp_Color<T>;
   using Work = typename T::Work;
-  static constexpr bool kPixelSkipsZero = true;
-  static constexpr bool kRowSkipsZero = true;
-  static constexpr bool kWritesColor = true;
 
-  static void BlendPixel(const Pixel& s, Work sa, Pixel& d) {
-    const bool chosen = Mode::Chosen(VXp_Color<T>::Of(s).Luma(), VXp_Color<T>::Of(d).Luma());
+  static void BlendPixel(const Argb& s, Work sa, Argb& d) {
+    const bool chosen = Mode::Chosen(Color::Of(s).Luma(), Color::Of(d).Luma());
     if (d.alpha < T::kFull) VXp_ModeBehind<T>::BlendPixel(s, sa, d);
-    if (chosen) Take(s, sa, d);
+    Take(chosen, s, sa, d);
   }
 
-  static void BlendInRow(const Pixel& s, Work w, bool /*keep*/, Pixel& d) {
-    const int32_t ls = VXp_LumaAs8<T>(VXp_Color<T>::Of(s).Luma());
-    const int32_t ld = VXp_LumaAs8<T>(VXp_Color<T>::Of(d).Luma());
-    if (Mode::Chosen(ls, ld)) Take(s, w, d);
+  static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
+    const auto ls = T::LumaAsByte(Color::Of(s).Luma());
+    const auto ld = T::LumaAsByte(Color::Of(d).Luma());
+    Take(Mode::Chosen(ls, ld), s, w, d);
   }
 
  private:
-  static void Take(const Pixel& s, Work w, Pixel& d) {
-    VXp_Color<T> c = VXp_Color<T>::Of(s);
-    if (w != T::kFull) {
-      c = VXp_Each(VXp_Color<T>::Of(d), c, [=](Work x, Work y) { return T::Lerp(x, y, w); });
-    }
-    c.StoreTo(d);
+  template <class Condition>
+  static void Take(Condition chosen, const Argb& s, Work w, Argb& d) {
+    VXp_Each(Color::Of(d), Color::Of(s), [=](Work x, Work y) {
+      const Work mixed = T::Lerp(x, y, w);
+      const Work taken = w == T::kFull ? y : mixed;
+      return chosen ? taken : x;
+    }).StoreTo(d);
   }
 };
 
 template <class T>
 struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
   template <class Luma>
-  static bool Chosen(Luma s, Luma d) {
+  static auto Chosen(Luma s, Luma d) {
     return s > d;
   }
 };
@@ -178,7 +164,7 @@ struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
 template <class T>
 struct VXp_ModeDarkerColor : VXp_ColorChoice<T, VXp_ModeDarkerColor<T>> {
   template <class Luma>
-  static bool Chosen(Luma s, Luma d) {
+  static auto Chosen(Luma s, Luma d) {
     return s < d;
   }
 };

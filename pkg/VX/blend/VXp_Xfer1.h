@@ -1,0 +1,77 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// One pixel by one mode: the entries of the exported tables.
+
+#include "VX/VX_Blend.h"
+#include "blend/VXp_LinearLight.h"
+#include "blend/modes/VXp_AllModes.h"
+
+// Source alpha reduced by the opacities, each only when it is below full scale.
+template <class T, class... Opacity>
+typename T::Work VXp_Reduced(typename T::Work sa, Opacity... opacity) {
+  ((void)(opacity < T::kFull && (sa = T::Mul(sa, opacity), true)), ...);
+  return sa;
+}
+
+template <template <class> class Mode, class Pixel, class... Opacity>
+struct VXp_Xfer1Encoded {
+  using T = VXp_PixelTraits<Pixel>;
+  using Argb = VXp_Argb<T>;
+  static void Blend(const Pixel& src, Opacity... opacity, Pixel& dst) {
+    const typename T::Work sa = VXp_Reduced<T>(src.alpha, opacity...);
+    if (Mode<T>::kPixelSkipsZero && sa == typename T::Work{0}) return;
+    Argb d = Argb::Of(dst);
+    Mode<T>::BlendPixel(Argb::Of(src), sa, d);
+    d.StoreTo(dst);
+  }
+};
+
+// An entry of a table with that many opacities.
+template <template <class> class Mode, class Pixel, class... Opacity>
+struct VXp_Xfer1 {
+  static void Blend(const Pixel* src, const VX_LinearBlendingTables* tables, Opacity... opacity,
+                    Pixel* dst) {
+    if (tables == nullptr) {
+      VXp_Xfer1Encoded<Mode, Pixel, Opacity...>::Blend(*src, opacity..., *dst);
+    } else {
+      BlendInLight(*src, *tables, opacity..., *dst);
+    }
+  }
+
+ private:
+  using Light = VXp_LinearLight<Pixel>;
+  using Working = typename Light::Working;
+  using T = VXp_PixelTraits<Working>;
+
+  static void BlendInLight(const Pixel& src, const VX_LinearBlendingTables& tables,
+                           Opacity... opacity, Pixel& dst) {
+    const typename T::Work sa =
+        VXp_Reduced<T>(Light::ToWorking(src.alpha), Light::ToWorking(opacity)...);
+    if (Mode<T>::kPixelSkipsZero && sa == typename T::Work{0}) return;
+    VXp_BlendLinear<Mode<T>::kWritesColor>(
+        src, tables, dst,
+        [=](const VXp_Argb<T>& s, VXp_Argb<T>& d) { Mode<T>::BlendPixel(s, sa, d); });
+  }
+};
+
+// A copy is the same in any light.
+template <class Pixel, class... Opacity>
+struct VXp_Xfer1<VXp_ModeCopy, Pixel, Opacity...> {
+  static void Blend(const Pixel* src, const VX_LinearBlendingTables*, Opacity... opacity,
+                    Pixel* dst) {
+    VXp_Xfer1Encoded<VXp_ModeCopy, Pixel, Opacity...>::Blend(*src, opacity..., *dst);
+  }
+};
+
+constexpr bool VXp_ListCountsFromZero() {
+  int32_t next = 0;
+#define VX_ROW_MODE(number, constant, name, piece)
+#define VX_MODE(number, constant, name, piece) \
+  if (number != next++) return false;
+#include "VX/VX_TransferModes.def"
+#undef VX_MODE
+  return next == VX_Xfer1Count;
+}
+static_assert(VXp_ListCountsFromZero(), "the tables below are filled in the order of the list");

@@ -1,0 +1,65 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Four lanes at a time give the bits of one pixel at a time: at 8 bits for all operands, at 16 bits
+// for the neighbours of every place where a rounding turns and for random ones.
+
+#include "frame/VXp_LaneTraits.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "BornEnvironment.h"
+
+namespace {
+
+template <class Pixel>
+void ExpectSame(int32_t a, int32_t b, int32_t c) {
+  using T = VXp_PixelTraits<Pixel>;
+  using L = VXp_LaneTraits<Pixel>;
+  // The other lanes hold other operands, so that a lane that leaks shows.
+  const VXp_IntLanes x{a, b, a, c}, y{b, a, c, a}, z{c, c, b, b};
+  const auto expect = [&](const char* what, VXp_IntLanes got, int32_t want) {
+    EXPECT_EQ(got[0], want) << what << " of " << a << ", " << b << ", " << c;
+  };
+  expect("Mul", L::Mul(x, y), T::Mul(a, b));
+  expect("SignedMul", L::SignedMul(x - z, y), T::SignedMul(a - c, b));
+  expect("Lerp", L::Lerp(x, y, z), T::Lerp(a, b, c));
+  expect("Union", L::Union(x, y), T::Union(a, b));
+  expect("Div", L::Div(x, y), T::Div(a, b));
+  expect("Luma", L::Luma(x, y, z), T::Luma(a, b, c));
+  expect("LumaAsByte", L::LumaAsByte(x), T::LumaAsByte(a));
+  expect("Fraction", L::Fraction(x - z, y, z), T::Fraction(a - c, b, c));
+}
+
+TEST(LaneTraits, EightBitsForAllOperands) {
+  std::mt19937 random(TestSeed());
+  for (int32_t a = 0; a < 256; ++a) {
+    for (int32_t b = 0; b < 256; ++b) {
+      for (int32_t c : {0, 1, 127, 128, 254, 255}) ExpectSame<VX_Pixel8>(a, b, c);
+      ExpectSame<VX_Pixel8>(a, b, static_cast<int32_t>(random() % 256));
+      if (HasFailure()) return;
+    }
+  }
+}
+
+TEST(LaneTraits, SixteenBitsAroundEveryTurn) {
+  std::mt19937 random(TestSeed());
+  std::vector<int32_t> divisors{0, 1, 2, 3, 16383, 16384, 16385, 32766, 32767, 32768};
+  for (int32_t i = 0; i < 500; ++i) divisors.push_back(static_cast<int32_t>(random() % 32769));
+  for (const int32_t a : divisors) {
+    for (int32_t k = 0; k < 200; ++k) {
+      // A quotient of k + 1/2 turns at n = a (2k + 1) / 65536.
+      const int64_t turn = int64_t{a} * (2 * static_cast<int64_t>(random() % 32768) + 1) / 65536;
+      for (int64_t n = turn - 1; n <= turn + 1; ++n) {
+        const auto within = static_cast<int32_t>(std::clamp<int64_t>(n, 0, 32768));
+        ExpectSame<VX_Pixel16>(within, a, static_cast<int32_t>(random() % 32769));
+      }
+      if (HasFailure()) return;
+    }
+  }
+}
+
+}  // namespace

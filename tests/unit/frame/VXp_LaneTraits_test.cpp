@@ -11,7 +11,7 @@
 #include <random>
 #include <vector>
 
-#include "BornEnvironment.h"
+#include "unit/BornEnvironment.h"
 
 namespace {
 

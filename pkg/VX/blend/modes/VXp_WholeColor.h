@@ -153,6 +153,7 @@ struct VXp_ColorChoice : VXp_CommonMode<T> {
   }
 };
 
+// the colour of the higher luminance, whole; d between equals
 template <class T>
 struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
   template <class Luma>
@@ -161,6 +162,7 @@ struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
   }
 };
 
+// the colour of the lower luminance, whole; d between equals
 template <class T>
 struct VXp_ModeDarkerColor : VXp_ColorChoice<T, VXp_ModeDarkerColor<T>> {
   template <class Luma>

@@ -5,11 +5,9 @@
 // Premultiplying and its inverse, for any pixel type: one piece an operation, and the walk.
 //
 //   forward   c' = c a,  with a matte colour m: c' = c a + m (1 - a)
-//   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a, rounded to nearest and
-//   clamped;
-//             0 where a is 0
+//   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a; 0 where a is 0
 //
-// Float is neither rounded nor clamped. Alpha stays.
+// Integers are rounded to nearest, and those of the inverse clamped; float is neither. Alpha stays.
 
 #include <algorithm>
 #include <type_traits>

@@ -25,26 +25,24 @@ static_assert(sizeof(Header) == 16);
 
 bool MustFail(State& state) {
   ++state.attempts;
-  if (state.fail_at == 0) return false;
-  return state.fail_after ? state.attempts >= state.fail_at : state.attempts == state.fail_at;
+  return state.attempts == state.fail_at;
 }
 
 }  // namespace
 
 namespace hostdouble {
 
-void* Allocate(Allocation::Kind kind, uint32_t check, const char* label, uint64_t size,
-               uint64_t offset) {
+void* Allocate(Allocation::Kind kind, uint32_t check, const char* label, uint64_t size) {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
   const bool fits = size <= PTRDIFF_MAX - 64;
   const bool refused = MustFail(state);
-  void* raw = fits && !refused ? std::malloc(size + sizeof(Header) + offset) : nullptr;
+  void* raw = fits && !refused ? std::malloc(size + sizeof(Header)) : nullptr;
   if (state.recording) {
     state.allocations.push_back({kind, check, label ? label : "", size, raw == nullptr});
   }
   if (!raw) return nullptr;
-  std::byte* block = static_cast<std::byte*>(raw) + sizeof(Header) + offset;
+  std::byte* block = static_cast<std::byte*>(raw) + sizeof(Header);
   const Header header = {raw, size};
   std::memcpy(block - sizeof(Header), &header, sizeof header);
   std::memset(block, 0xA5, size);
@@ -111,19 +109,10 @@ U_Err U_PurgeLoop(int64_t size, int32_t flags, U_PurgeProc callback, void* conte
   if (const U_Err error = Enter("U_PurgeLoop", {size, flags})) return error;
   if (!callback) return 3;
   if (callback(context) == 0) return 0;
-  std::function<void(int64_t)> purge;
-  {
-    const std::lock_guard lock(TheState().mutex);
-    purge = TheState().purge;
-  }
-  if (purge) purge(size);
   return callback(context) == 0 ? 0 : 4;
 }
 
-void U_AccountAllocation(int64_t bytes) {
-  const std::lock_guard lock(TheState().mutex);
-  TheState().accounted += bytes;
-}
+void U_AccountAllocation(int64_t) {}
 
 void BlockMove(const void* from, void* to, size_t size) {
   if (size > 0) std::memmove(to, from, size);
@@ -132,8 +121,7 @@ void BlockMove(const void* from, void* to, size_t size) {
 // ---- Frames and bitmaps -------------------------------------------------------------------------
 
 void BM_AllocateFrameQuiet(uint64_t size, int32_t, void** out) {
-  const uint64_t offset = TheState().offset_frames ? 8 : 0;
-  *out = hostdouble::Allocate(Allocation::kFrame, 0, "", size, offset);
+  *out = hostdouble::Allocate(Allocation::kFrame, 0, "", size);
 }
 
 void BM_FreeFrame(void* frame, uint64_t size) {

@@ -83,10 +83,7 @@ void hostdouble::DetectProcessor() {
 #endif
 }
 
-int32_t U_GetNumThreads() {
-  const std::lock_guard lock(TheState().mutex);
-  return TheState().num_threads;
-}
+int32_t U_GetNumThreads() { return 1; }
 
 // ---- Reports and log ----------------------------------------------------------------------------
 
@@ -275,10 +272,7 @@ U_Err PLUG_AddSPSuite(int32_t zero1, int32_t zero2, const char* name, int32_t ve
           Enter("PLUG_AddSPSuite", {zero1, zero2, version, version_again, members}, name)) {
     return error;
   }
-  if (!name || !table || version != version_again || members < 1) return 3;
-  const std::lock_guard lock(TheState().mutex);
-  TheState().suites[{name, version}] = {members, table};
-  return 0;
+  return name && table && version == version_again && members >= 1 ? 0 : 3;
 }
 
 U_Err FILE_AddExtensionMap(const char* extension, uint32_t type, int32_t minus_one) {

@@ -24,11 +24,7 @@ U_Err Enter(const char* name, std::initializer_list<int64_t> args, const char* t
   state.calls.push_back({name, args, text ? text : ""});
   const auto found = state.failures.find(name);
   if (found == state.failures.end()) return 0;
-  Failure& failure = found->second;
-  if (failure.calls_before > 0) {
-    --failure.calls_before;
-    return 0;
-  }
+  const Failure& failure = found->second;
   if (failure.thrown) {
     if (failure.code == 0) throw std::bad_alloc();
     throw int32_t{failure.code};
@@ -48,16 +44,13 @@ namespace {
 void Reset(State& state, bool recording) {
   state.recording = recording;
   state.live_at_start = state.live;
-  state.attempts = state.fail_at = state.accounted = 0;
-  state.fail_after = state.offset_frames = state.hide_bitmap_base = state.client_bound = false;
+  state.attempts = state.fail_at = 0;
+  state.hide_bitmap_base = state.client_bound = false;
   state.byte_tables = state.trig_tables = state.window_modes = 0;
-  state.num_threads = 1;
-  state.purge = nullptr;
   state.allocations.clear();
   state.frame_frees.clear();
   state.failures.clear();
   state.scans.clear();
-  state.suites.clear();
   state.reports.clear();
   state.log.clear();
   state.calls.clear();
@@ -76,13 +69,6 @@ void Set(Field State::*field, Field value) {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
   state.*field = std::move(value);
-}
-
-void SetAllocationFailure(int nth, bool and_after) {
-  State& state = TheState();
-  const std::lock_guard lock(state.mutex);
-  state.fail_at = nth > 0 ? state.attempts + nth : 0;
-  state.fail_after = and_after;
 }
 
 }  // namespace
@@ -112,32 +98,31 @@ HostDouble::~HostDouble() {
   hostdouble::DetectProcessor();
 }
 
-void HostDouble::FailAllocation(int nth) { hostdouble::SetAllocationFailure(nth, false); }
-void HostDouble::FailAllocationsFrom(int nth) { hostdouble::SetAllocationFailure(nth, true); }
+void HostDouble::FailAllocation(int nth) {
+  State& state = TheState();
+  const std::lock_guard lock(state.mutex);
+  state.fail_at = nth > 0 ? state.attempts + nth : 0;
+}
+
 int64_t HostDouble::AllocationCount() const { return Get(&State::attempts); }
 std::vector<HostDouble::Allocation> HostDouble::Allocations() const {
   return Get(&State::allocations);
 }
 int64_t HostDouble::Leaked() const { return Get(&State::live) - Get(&State::live_at_start); }
-void HostDouble::OffsetFrames(bool offset) { Set(&State::offset_frames, offset); }
 std::vector<HostDouble::FrameFree> HostDouble::FrameFrees() const {
   return Get(&State::frame_frees);
 }
-int64_t HostDouble::Accounted() const { return Get(&State::accounted); }
-void HostDouble::OnPurge(std::function<void(int64_t)> purge) {
-  Set(&State::purge, std::move(purge));
-}
 
-void HostDouble::Fail(const std::string& name, U_Err code, int nth) {
+void HostDouble::Fail(const std::string& name, U_Err code) {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
-  state.failures[name] = {code, /*thrown=*/false, nth - 1};
+  state.failures[name] = {code, /*thrown=*/false};
 }
 
 void HostDouble::Throw(const std::string& name, U_Err code) {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
-  state.failures[name] = {code, /*thrown=*/true, 0};
+  state.failures[name] = {code, /*thrown=*/true};
 }
 
 void HostDouble::FailVersionCheck(const std::string& package, U_Err code) {
@@ -154,8 +139,6 @@ void HostDouble::SetProcessor(bool has_sse2, bool has_ssse3) {
   U_G_CPU_DataP[U_CPU_HAS_SSSE3] = has_ssse3;
 }
 
-void HostDouble::SetNumThreads(int32_t threads) { Set(&State::num_threads, threads); }
-
 U_Err HostDouble::RunScan() {
   U_Err first = 0;
   for (const auto& [codes, scan] : Get(&State::scans)) {
@@ -163,15 +146,6 @@ U_Err HostDouble::RunScan() {
     if (first == 0) first = error;
   }
   return first;
-}
-
-const void* HostDouble::FindSuite(const std::string& name, int32_t version,
-                                  int32_t* members) const {
-  const auto suites = Get(&State::suites);
-  const auto found = suites.find({name, version});
-  if (found == suites.end()) return nullptr;
-  if (members) *members = found->second.members;
-  return found->second.table;
 }
 
 std::vector<HostDouble::Report> HostDouble::Reports() const { return Get(&State::reports); }

@@ -12,14 +12,13 @@
 //   EXPECT_EQ(host.Leaked(), 0);
 //
 // One object at a time. It starts with everything in order and its destructor puts everything back,
-// suites, scans and extensions included. Services may be called on any thread; settings are for the
+// scans and extensions included. Services may be called on any thread; settings are for the
 // test's own thread.
 //
 // The processor record says what this machine has, unless the environment variable
 // VX_TEST_PROCESSOR is "none" (no flag), "sse2" (all but the ninth word) or "all" (as detected).
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -62,25 +61,19 @@ class HostDouble {
   HostDouble& operator=(const HostDouble&) = delete;
 
   // ---- Memory: blocks, handles, objects, frames, bitmaps and lists share one counter ----
-  // The nth allocation from now (1 is the next) fails, or it and all that follow; 0: none.
+  // The nth allocation from now (1 is the next) fails; 0: none.
   void FailAllocation(int nth);
-  void FailAllocationsFrom(int nth);
   // Attempts since construction, the failed ones included.
   int64_t AllocationCount() const;
   std::vector<Allocation> Allocations() const;
   // What was allocated since construction and is still alive (below 0: more was freed).
   int64_t Leaked() const;
-  // Frames at addresses that are 8 modulo 16.
-  void OffsetFrames(bool offset);
   std::vector<FrameFree> FrameFrees() const;
-  int64_t Accounted() const;
-  // Called by U_PurgeLoop after the first failure; it may call FailAllocation(0), say.
-  void OnPurge(std::function<void(int64_t size)> purge);
 
   // ---- Services ----
-  // The nth call from now of the service `name` and all later ones give `code`, do nothing else.
-  // For services with an error code; COR_BindClient gives false. Code 0 lets it work again.
-  void Fail(const std::string& name, U_Err code, int nth = 1);
+  // All further calls of the service `name` give `code` and do nothing else. For services with an
+  // error code; COR_BindClient gives false. Code 0 lets it work again.
+  void Fail(const std::string& name, U_Err code);
   // The same, but the service throws the code as int32_t, or std::bad_alloc when code is 0.
   void Throw(const std::string& name, U_Err code);
   // "BM" fails BM_CheckVersions.
@@ -93,11 +86,9 @@ class HostDouble {
   bool ClientBound() const;
 
   void SetProcessor(bool has_sse2, bool has_ssse3);
-  void SetNumThreads(int32_t threads);
 
   // Runs the finishing callbacks of the scans that were asked for; gives the first code not 0.
   U_Err RunScan();
-  const void* FindSuite(const std::string& name, int32_t version, int32_t* members) const;
 
   // ---- Records, oldest first ----
   std::vector<Report> Reports() const;

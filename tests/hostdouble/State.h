@@ -18,17 +18,11 @@ namespace hostdouble {
 struct Failure {
   U_Err code;
   bool thrown;
-  int calls_before;
 };
 
 struct Scan {
   PLUG_FinishProc finish;
   void* context;
-};
-
-struct Suite {
-  int32_t members;
-  const void* table;
 };
 
 struct State {
@@ -39,10 +33,6 @@ struct State {
   int64_t live_at_start = 0;
   int64_t attempts = 0;
   int64_t fail_at = 0;  // in terms of `attempts`; 0: never
-  bool fail_after = false;
-  bool offset_frames = false;
-  int64_t accounted = 0;
-  std::function<void(int64_t)> purge;
   std::vector<HostDouble::Allocation> allocations;
   std::vector<HostDouble::FrameFree> frame_frees;
 
@@ -52,10 +42,8 @@ struct State {
   int trig_tables = 0;
   int window_modes = 0;
   bool client_bound = false;
-  int32_t num_threads = 1;
 
   std::map<std::vector<uint32_t>, Scan> scans;
-  std::map<std::pair<std::string, int32_t>, Suite> suites;
 
   std::vector<HostDouble::Report> reports;
   std::vector<HostDouble::LogLine> log;
@@ -67,10 +55,8 @@ State& TheState();
 // Records the call; gives the code with which it is to fail, or 0, or throws.
 U_Err Enter(const char* name, std::initializer_list<int64_t> args, const char* text = nullptr);
 
-// A counted block painted with 0xA5, 16-byte aligned, `offset` bytes (0 or 8) past that. Null when
-// it is this one's turn to fail.
-void* Allocate(HostDouble::Allocation::Kind kind, uint32_t check, const char* label, uint64_t size,
-               uint64_t offset = 0);
+// A counted block painted with 0xA5, 16-byte aligned. Null when it is this one's turn to fail.
+void* Allocate(HostDouble::Allocation::Kind kind, uint32_t check, const char* label, uint64_t size);
 
 // Gives the size that was asked for. Null is accepted.
 uint64_t Free(void* block);

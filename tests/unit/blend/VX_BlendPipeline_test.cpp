@@ -95,28 +95,6 @@ TYPED_TEST(BlendPipeline, KeepDstAlphaKeepsEveryBit) {
   }
 }
 
-TYPED_TEST(BlendPipeline, DescriptorHoldsThePlanOfTheMode) {
-  for (const ModeName& mode : AllModes()) {
-    const vxref::Plan plan = vxref::PlanOf(mode.mode);
-    VX_BlendingMode<TypeParam> blending = {};
-    blending.mode = mode.mode;
-    blending.seed = 77;
-    const VX_BlendModeDescriptor<TypeParam> d(blending, false, &LinearTables()[1]);
-    EXPECT_EQ(d.usesMatte != 0, plan.matted) << mode.name;
-    EXPECT_EQ(d.usesAlphaUnion != 0, plan.matted) << mode.name;
-    EXPECT_EQ(d.usesBehindPass != 0, plan.behind_first) << mode.name;
-    EXPECT_EQ(d.savesDstAlpha != 0, plan.keeps_alpha) << mode.name;
-    EXPECT_EQ(d.matteStage != nullptr, plan.matted) << mode.name;
-    EXPECT_EQ(d.unmatteStage != nullptr, plan.matted) << mode.name;
-    EXPECT_NE(d.scan, nullptr) << mode.name;
-    EXPECT_NE(d.behindScan, nullptr) << mode.name;
-    EXPECT_NE(d.alphaUnionStage, nullptr) << mode.name;
-    EXPECT_EQ(d.tables, &LinearTables()[1]) << mode.name;
-    EXPECT_EQ(d.blendingMode.mode, mode.mode);
-    EXPECT_EQ(d.blendingMode.seed, 77);
-  }
-}
-
 TYPED_TEST(BlendPipeline, StagesAgreeWithTwin) {
   Operands<TypeParam> operands(7);
   for (const int mode : {VX_Xfer_Add, VX_Xfer_Multiply, VX_Xfer_Overlay}) {

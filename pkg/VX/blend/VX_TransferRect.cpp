@@ -16,9 +16,7 @@
 
 namespace {
 
-constexpr uint32_t kBadParameter = 31;  // the number of this call's slot
-
-// A call after the checks that are the same for every depth.
+// A call after its checks.
 struct Transfer {
   VX_ProgressInfo* progress;
   int32_t field;
@@ -27,7 +25,6 @@ struct Transfer {
   const VX_MaskSpec* mask;
   const VX_BlendScratch* scratch;
   VXp_CopyArea area;
-  VX_LayerDef* dst;
 };
 
 template <class Pixel>
@@ -96,7 +93,7 @@ VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_
 }
 
 // These modes remove what their source does not cover.
-VX_Err ClearOutside(const Transfer& call) {
+VX_Err ClearOutside(const Transfer& call, VX_LayerDef* dst) {
   const int32_t mode = call.mode->mode;
   if (mode != VX_Xfer_StencilAlpha && mode != VX_Xfer_StencilLuma) return VX_Ok;
   const VXp_CopyArea& area = call.area;
@@ -105,7 +102,7 @@ VX_Err ClearOutside(const Transfer& call) {
   keep.top = area.dest_y;
   keep.right = area.dest_x + area.width;
   keep.bottom = area.dest_y + area.height;
-  return VXp_ClearAlphaExceptRect(call.dst, &keep);
+  return VXp_ClearAlphaExceptRect(dst, &keep);
 }
 
 template <class Pixel>
@@ -126,7 +123,7 @@ VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_Wo
   VXp_RowBuffers buffers(call.scratch);
   VX_Err error = buffers.Reserve(saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0,
                                  makes_mask ? width * sizeof(Pixel) : 0);
-  if (error == VX_Ok) error = ClearOutside(call);
+  if (error == VX_Ok) error = ClearOutside(call, &dst);
   if (error == VX_Ok) error = TransferRows(call, src, mask, descriptor, buffers, dst);
   return error;
 }
@@ -137,7 +134,7 @@ VX_Err CheckMask(const VX_MaskSpec* mask, int32_t depth) {
   if (mask == nullptr) return VX_Ok;
   if (!HasPixels(mask->world) || mask->what < VX_MaskUse_Alpha ||
       mask->what > VX_MaskUse_InverseLuma) {
-    return VXp_BadParameter(kBadParameter);
+    return VXp_BadParameter(kVXp_NoCheckNumber);
   }
   if (VXp_WorldDepth(mask->world) == depth) return VX_Ok;
   return VXp_FailVerification(
@@ -146,7 +143,11 @@ VX_Err CheckMask(const VX_MaskSpec* mask, int32_t depth) {
 
 // The mask comes last and may be absent, where the other two wrappers always stand.
 template <class Pixel>
-VX_Err WithMask(const Transfer& call, const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
+VX_Err WithMask(Transfer call, const M_Rect* rect, int32_t x, int32_t y,
+                const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
+  if (const VX_Err error = CheckMask(call.mask, kVXp_DepthOf<Pixel>); error != VX_Ok) return error;
+  call.area = VXp_TransferArea(src, rect, call.mask, x, y, dst);
+  if (call.area.Empty()) return VX_Ok;
   if (call.mask == nullptr) return TransferAt<Pixel>(call, src, nullptr, dst);
   const VX_WorldX<Pixel> mask(call.mask->world, true);
   return TransferAt<Pixel>(call, src, &mask, dst);
@@ -157,19 +158,16 @@ VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int3
                        const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
                        const VX_BlendScratch* scratch, int32_t x, int32_t y, VX_LayerDef* dst) {
   if (!HasPixels(src) || !HasPixels(dst) || mode == nullptr) {
-    return VXp_BadParameter(kBadParameter);
+    return VXp_BadParameter(kVXp_NoCheckNumber);
   }
   const int32_t depth = VXp_WorldDepth(src);
   if (depth != VXp_WorldDepth(dst)) return VXp_FailVerification(unequal_text);
-  if (const VX_Err error = CheckMask(mask, depth); error != VX_Ok) return error;
-  const VXp_CopyArea area = VXp_TransferArea(*src, rect, mask, x, y, *dst);
-  if (area.Empty()) return VX_Ok;
-  const Transfer call{progress, field, mode, tables, mask, scratch, area, dst};
+  const Transfer call{progress, field, mode, tables, mask, scratch, {}};
   return VXp_Guarded([&] {
-    return VXp_WithWorlds(
-        src, kVXp_UnknownDepthText,
+    return VXp_WithWorldsOfDepth(
+        depth, kVXp_UnknownDepthText,
         [&](const auto& typed_src, auto& typed_dst) {
-          return WithMask(call, typed_src, typed_dst);
+          return WithMask(call, rect, x, y, typed_src, typed_dst);
         },
         src, dst);
   });

@@ -98,9 +98,9 @@ struct VXp_WeightedLoop {
   using Lanes = typename L::Work;
   using Piece = Mode<L>;
 
-  static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
-                     const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
-                     Pixel* dst) {
+  [[gnu::flatten]] static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
+                                      const VX_LinearBlendingTables* tables, const Pixel* src,
+                                      const Pixel* mask, Pixel* dst) {
     if (count <= 0) return VX_Ok;
     V::NeedTables(tables);
     const Lanes opacity = VXp_Splat<Lanes>(V::Scaled(mode->opacity));
@@ -118,15 +118,24 @@ struct VXp_WeightedLoop {
   static void Step(const VXp_Argb<L>& s, Lanes w, bool keep, const VX_LinearBlendingTables* tables,
                    Pixel* dst) {
     VXp_Argb<L> d = V::Load(dst, tables);
-    const Lanes da = d.alpha;
-    VXp_BlendActing<L, Piece>(s, w, keep, d);
-    if constexpr (!V::kLinear) {
-      VXp_StoreFour(dst, d);
-    } else if constexpr (Piece::kRowSkipsZero) {
-      V::template StoreLinear<Piece>(d, Piece::Acts(w, da), *tables, dst);
-    } else {
-      V::template StoreLinear<Piece>(d, ~VXp_IntLanes{}, *tables, dst);
+    VXp_IntLanes acts = ~VXp_IntLanes{};
+    if constexpr (Piece::kRowSkipsZero) {
+      acts = Piece::Acts(w, d.alpha);
+      if (!L::Any(acts)) return;
     }
+    VXp_Argb<L> r = d;
+    Piece::BlendInRow(s, w, keep, r);
+    if constexpr (V::kLinear) {
+      V::template StoreLinear<Piece>(r, acts, *tables, dst);
+    } else {
+      if constexpr (Piece::kRowSkipsZero) r = Chosen(acts, r, d);
+      VXp_StoreFour(dst, r);
+    }
+  }
+
+  static VXp_Argb<L> Chosen(VXp_IntLanes acts, const VXp_Argb<L>& r, const VXp_Argb<L>& d) {
+    return {acts ? r.alpha : d.alpha, acts ? r.red : d.red, acts ? r.green : d.green,
+            acts ? r.blue : d.blue};
   }
 };
 

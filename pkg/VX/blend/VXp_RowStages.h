@@ -24,7 +24,7 @@ VXp_Color<L> VXp_MatteColor(const VXp_Color<L>& c, typename L::Work a) {
 }
 
 template <class Pixel, template <class> class Neutral, VXp_MatteWay way>
-VX_Err VXp_MatteRow(int32_t count, const Pixel* src, Pixel* dst) {
+[[gnu::flatten]] VX_Err VXp_MatteRow(int32_t count, const Pixel* src, Pixel* dst) {
   using L = VXp_LaneTraits<Pixel>;
   VXp_ForFours(count, src != nullptr ? src : dst, static_cast<const Pixel*>(nullptr), dst,
                [](const Pixel* from, const Pixel*, Pixel* to) {
@@ -44,8 +44,9 @@ typename L::Work VXp_UnionWeight(typename L::Work sa, typename L::Work opacity, 
 }
 
 template <class Pixel>
-VX_Err VXp_AlphaUnionRow(int32_t count, const Pixel* src, VX_ChannelOf<Pixel> opacity,
-                         const Pixel* mask, Pixel* dst) {
+[[gnu::flatten]] VX_Err VXp_AlphaUnionRow(int32_t count, const Pixel* src,
+                                          VX_ChannelOf<Pixel> opacity, const Pixel* mask,
+                                          Pixel* dst) {
   using L = VXp_LaneTraits<Pixel>;
   using Work = typename L::Work;
   using Element = typename L::Element;

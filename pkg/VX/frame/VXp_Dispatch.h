@@ -12,6 +12,7 @@
 // out, also when an exception passes.
 
 #include <type_traits>
+#include <utility>
 
 #include "VX/VX_World.h"
 #include "frame/VXp_Report.h"
@@ -58,16 +59,24 @@ using VXp_WorldFor =
     std::conditional_t<std::is_const_v<Descriptor>, const VX_WorldX<Pixel>, VX_WorldX<Pixel>>;
 
 // `body` takes the wrappers of `worlds` in order, as VX_WorldX<Pixel>& (const for const
-// descriptors), and returns a code. `decider` tells the depth of all of them; operations that
-// demand equal depths test that before. No descriptor may be null.
+// descriptors), and returns a code. `depth` is that of all of them, for operations that have asked
+// already: asking twice would report an unknown depth code twice. No descriptor may be null.
 template <class Body, class... Descriptors>
-VX_Err VXp_WithWorlds(const VX_LayerDef* decider, VXp_DepthText unknown, Body&& body,
-                      Descriptors*... worlds) {
-  return VXp_WithPixel(VXp_WorldDepth(decider), unknown, [&](auto tag) -> VX_Err {
+VX_Err VXp_WithWorldsOfDepth(int32_t depth, VXp_DepthText unknown, Body&& body,
+                             Descriptors*... worlds) {
+  return VXp_WithPixel(depth, unknown, [&](auto tag) -> VX_Err {
     using Pixel = typename decltype(tag)::Pixel;
     const auto call = [&](VXp_WorldFor<Pixel, Descriptors>&&... wrapped) -> VX_Err {
       return body(wrapped...);
     };
     return call(VXp_WorldFor<Pixel, Descriptors>(const_cast<VX_LayerDef*>(worlds), true)...);
   });
+}
+
+// The same where `decider` tells the depth; operations that demand equal depths test that before.
+template <class Body, class... Descriptors>
+VX_Err VXp_WithWorlds(const VX_LayerDef* decider, VXp_DepthText unknown, Body&& body,
+                      Descriptors*... worlds) {
+  return VXp_WithWorldsOfDepth(VXp_WorldDepth(decider), unknown, std::forward<Body>(body),
+                               worlds...);
 }

@@ -70,12 +70,13 @@ struct VXp_Matted : VXp_CommonMode<T> {
   // With a full weight the products of Part are exact at the integer depths, and Part gives Full.
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
     VXp_Each(Color::Of(s), Color::Of(d), [=](Work x, Work y) {
+      if constexpr (!VXp_IsFloat<T>) return Mode::PartInRow(x, y, w);
+      const auto covers = w == T::kFull;
+      if (!T::Any(covers)) return Mode::PartInRow(x, y, w);
+      const Work full = Mode::FullInRow(x, y);
+      if (!T::Any(w != T::kFull)) return full;
       const Work part = Mode::PartInRow(x, y, w);
-      if constexpr (VXp_IsFloat<T>) {
-        const Work full = Mode::FullInRow(x, y);
-        return w == T::kFull ? full : part;
-      }
-      return part;
+      return covers ? full : part;
     }).StoreTo(d);
   }
 

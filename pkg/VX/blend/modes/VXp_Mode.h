@@ -101,19 +101,3 @@ Work VXp_Twice(Work x) {
 
 template <class T>
 inline constexpr bool VXp_IsFloat = T::kDepth == 32;
-
-// The row form of a piece where it acts; other pixels stay.
-template <class T, class Piece>
-void VXp_BlendActing(const VXp_Argb<T>& s, typename T::Work w, bool keep, VXp_Argb<T>& d) {
-  VXp_Argb<T> r = d;
-  Piece::BlendInRow(s, w, keep, r);
-  if constexpr (Piece::kRowSkipsZero) {
-    const auto acts = Piece::Acts(w, d.alpha);
-    d.alpha = acts ? r.alpha : d.alpha;
-    d.red = acts ? r.red : d.red;
-    d.green = acts ? r.green : d.green;
-    d.blue = acts ? r.blue : d.blue;
-  } else {
-    d = r;
-  }
-}

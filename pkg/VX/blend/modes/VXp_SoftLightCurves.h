@@ -55,7 +55,8 @@ inline int32_t VXp_LookUpEighths(const uint16_t* table, int32_t position) {
   const int32_t i = x >> 3;
   const int32_t fraction = x & 7;
   const int32_t v = table[i];
-  return fraction == 0 ? v : v + ((fraction * (table[i + 1] - v) + 4) >> 3);
+  const int32_t next = table[i + (i < 4096)];
+  return v + ((fraction * (next - v) + 4) >> 3);
 }
 
 template <>
@@ -73,7 +74,8 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
     const float position = 4096.0f * (positive < 1.0f ? positive : 1.0f);
     const auto i = static_cast<int32_t>(position);
     const float fraction = position - static_cast<float>(i);
-    return fraction == 0.0f ? table[i] : table[i] + fraction * (table[i + 1] - table[i]);
+    const float next = table[i + (i < 4096)];
+    return table[i] + fraction * (next - table[i]);
   }
 };
 

@@ -145,6 +145,7 @@ struct VXp_ColorChoice : VXp_CommonMode<T> {
  private:
   template <class Condition>
   static void Take(Condition chosen, const Argb& s, Work w, Argb& d) {
+    if (!T::Any(chosen)) return;
     VXp_Each(Color::Of(d), Color::Of(s), [=](Work x, Work y) {
       const Work mixed = T::Lerp(x, y, w);
       const Work taken = w == T::kFull ? y : mixed;

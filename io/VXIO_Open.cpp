@@ -51,6 +51,19 @@ void CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
   VXIOp_ThrowInput(path, "is truncated or damaged; make or fetch the file again");
 }
 
+// The reader of DPX makes room for the user's part of the header before it looks for it in the
+// file.
+void CheckDpx(const std::string& path, std::ifstream& file, int64_t size) {
+  char head[36] = {};
+  file.seekg(0);
+  file.read(head, sizeof head);
+  if (head[0] == 'X') std::reverse(head + 32, head + 36);  // written with the low byte first
+  uint32_t user = BigEndian(head + 32);
+  if (user != 0xFFFFFFFF && user > size) {
+    VXIOp_ThrowInput(path, "is truncated or damaged; make or fetch the file again");
+  }
+}
+
 const VXIOp_Format* Judge(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
@@ -73,6 +86,7 @@ const VXIOp_Format* Judge(const std::string& path) {
     VXIOp_ThrowInput(path, "is not a picture of a known format (" + VXIOp_FormatNames() + ")");
   }
   if (std::string_view(format->name) == "png") CheckPng(path, file, status.st_size);
+  if (std::string_view(format->name) == "dpx") CheckDpx(path, file, status.st_size);
   return format;
 }
 

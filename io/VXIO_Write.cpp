@@ -170,7 +170,7 @@ class Stream final : public OIIO::Filesystem::IOProxy {
   }
   size_t pwrite(const void* buffer, size_t size, int64_t offset) override {
     std::lock_guard lock(mutex_);
-    if (failed_) return size;
+    if (failed_ || size == 0) return size;  // some hand over nothing, at no address
     // Seeking empties the buffer of the file, so it is left out where writing just goes on.
     if (offset != at_ && fseeko(file_, offset, SEEK_SET) != 0) failed_ = true;
     if (!failed_ && fwrite(buffer, 1, size, file_) != size) failed_ = true;

@@ -132,7 +132,13 @@ class Refusals(CommandTest):
         write_tiff(self.path("t.tif"), random_pixels(3, 64, 64))
         image.save(self.path("z.tif"), compression="tiff_adobe_deflate")
         write_exr(self.path("t.exr"), np.ones((64, 64, 4), np.float32))
-        for name in ("t.png", "t.jpg", "t.ppm", "t.tga", "t.bmp", "t.tif", "z.tif", "t.exr"):
+        self.vx("composite", "t.png", "--layer", "b.png", "-o", "t.dpx")
+        vast = bytearray(contents(self.path("t.dpx")))
+        vast[32:36] = b"\x7f\xff\xff\x7f"  # two gigabytes of user's header, by its own word
+        with open(self.path("vast.dpx"), "wb") as file:
+            file.write(vast)
+        self.composite(INPUT, "vast.dpx: is truncated", below="vast.dpx")
+        for name in ("t.png", "t.jpg", "t.ppm", "t.tga", "t.bmp", "t.tif", "z.tif", "t.exr", "t.dpx"):
             whole = contents(self.path(name))
             self.vx("composite", name, "--layer", "b.png", "-o", "whole.tif")
             os.remove(self.path("whole.tif"))

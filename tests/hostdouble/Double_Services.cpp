@@ -115,48 +115,9 @@ void RLOG_Log(int32_t level, const char* component, const char* event, const cha
   if (TheState().recording) TheState().log.push_back({level, component, event, text});
 }
 
-// ---- Strings ------------------------------------------------------------------------------------
-
-const char* U_ZLookup(const char* key) {
-  if (!key || std::strncmp(key, "$$$", 3) != 0) return key;
-  const char* equals = std::strchr(key, '=');
-  return equals ? equals + 1 : key;
-}
-
-const char* U_ZStringToMBString(const char* key) { return U_ZLookup(key); }
-
-const char* U_ZLookupLStrCache(const void* zref, int32_t index) {
-  const auto* table = static_cast<const U_ZRef*>(zref);
-  if (!table || index < 0 || index >= table->count) return nullptr;
-  return U_ZLookup(table->entries[index].text);
-}
-
-U_Err U_SubString(char* buffer, size_t size, const char* form, const int32_t* values,
-                  int32_t count) {
-  if (const U_Err error = Enter("U_SubString", {int64_t(size), count}, form)) return error;
-  std::string text = form;
-  for (int32_t i = 0; i < count; ++i) {
-    const std::string mark = "^L" + std::to_string(i + 1);
-    for (size_t at = 0; (at = text.find(mark, at)) != std::string::npos;) {
-      const std::string number = std::to_string(values[i]);
-      text.replace(at, mark.size(), number);
-      at += number.size();
-    }
-  }
-  if (text.size() >= size) return 3;
-  std::memcpy(buffer, text.c_str(), text.size() + 1);
-  return 0;
-}
-
 // ---- Mathematics --------------------------------------------------------------------------------
 
 namespace {
-
-M_Rect OrNothing(const M_Rect& r) {
-  return r.left < r.right && r.top < r.bottom ? r : M_Rect{0, 0, 0, 0};
-}
-
-bool IsNothing(const M_Rect& r) { return r.left >= r.right || r.top >= r.bottom; }
 
 struct Tables {
   uint8_t mul[65536], div[65536];
@@ -181,35 +142,6 @@ Tables& TheTables() {
 }
 
 }  // namespace
-
-bool M_SectRect(const M_Rect& a, const M_Rect& b, M_Rect* out) {
-  *out = OrNothing({std::max(a.top, b.top), std::max(a.left, b.left), std::min(a.bottom, b.bottom),
-                    std::min(a.right, b.right)});
-  return !IsNothing(*out);
-}
-
-bool M_UnionRect(const M_Rect& a, const M_Rect& b, M_Rect* out) {
-  if (IsNothing(a)) {
-    *out = OrNothing(b);
-  } else if (IsNothing(b)) {
-    *out = a;
-  } else {
-    *out = {std::min(a.top, b.top), std::min(a.left, b.left), std::max(a.bottom, b.bottom),
-            std::max(a.right, b.right)};
-  }
-  return !IsNothing(*out);
-}
-
-void M_InsetRect(M_Rect* rect, int16_t dh, int16_t dv) {
-  if (!rect) return;
-  const auto move = [](int16_t& edge, int by) {
-    edge = int16_t(std::clamp(edge + by, -32768, 32767));
-  };
-  move(rect->left, dh);
-  move(rect->right, -dh);
-  move(rect->top, dv);
-  move(rect->bottom, -dv);
-}
 
 U_Err M_PrepareFCMD(int32_t one, int32_t zero1, int32_t zero2, uint8_t** mul, uint8_t** div) {
   if (const U_Err error = Enter("M_PrepareFCMD", {one, zero1, zero2})) return error;

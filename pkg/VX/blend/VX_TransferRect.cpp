@@ -47,13 +47,15 @@ bool DrawsRow(int32_t field, int32_t y) {
 template <class Pixel>
 const Pixel* MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask,
                      const VXp_CopyArea& area, int32_t y, Pixel* buffer) {
-  const int32_t mask_y = y - spec.offsetV;
-  if (spec.what == VX_MaskUse_Alpha) return mask.Row(mask_y) + (area.dest_x - spec.offsetH);
-  const int32_t left = spec.offsetH - area.dest_x;
-  if (mask_y < 0 || mask_y >= mask.height) {
+  // Positions in a world of any size less those of the mask: wider than either.
+  const int64_t mask_y = int64_t{y} - spec.offsetV;
+  const int64_t left = int64_t{spec.offsetH} - area.dest_x;
+  if (spec.what == VX_MaskUse_Alpha) return mask.Row(static_cast<int32_t>(mask_y)) - left;
+  if (mask_y < 0 || mask_y >= mask.height || left + mask.width <= 0) {
     VXp_TrackMatteRow<Pixel>(area.width, nullptr, 0, 0, spec.what, buffer);
   } else {
-    VXp_TrackMatteRow(area.width, mask.Row(mask_y), left, mask.width, spec.what, buffer);
+    VXp_TrackMatteRow(area.width, mask.Row(static_cast<int32_t>(mask_y)),
+                      static_cast<int32_t>(left), mask.width, spec.what, buffer);
   }
   return buffer;
 }

@@ -5,6 +5,7 @@
 
 #include "../../reference/RefTransfer.h"
 #include "BlendTestKit.h"
+#include "VX/VX_World.h"
 
 namespace {
 
@@ -276,6 +277,50 @@ TYPED_TEST(TransferRect, RefusalsLeaveTheDestination) {
   EXPECT_EQ(TakeReportTexts(),
             std::vector<std::string>{
                 "VX_TransferRect requires src and dst worlds to have same bit depth"});
+}
+
+// A depth code that does not exist counts as 8 bits and is told once for each world that has it,
+// however often a transfer looks at the depth.
+TEST(TransferRectDepth, UnknownCodesAreToldOnceAWorld) {
+  Operands<VX_Pixel8> operands(16);
+  Command<VX_Pixel8> command(&operands, {VX_Xfer_StencilAlpha, "stencil-alpha"}, 9);
+  const VX_CompositeModePlus mode(VX_Xfer_StencilAlpha, 1.0f, nullptr, false, 0);
+  const auto run = [&](Picture<VX_Pixel8>* onto, uint32_t flags) {
+    VX_LayerDef src = command.src.World(), mask = command.mask.World(), dst = onto->World();
+    src.world_flags = mask.world_flags = dst.world_flags = flags;
+    const VX_MaskSpec spec = {&mask, 1, 1, VX_MaskUse_InverseAlpha};
+    return VX_TransferRect(nullptr, 0, 0, 0, nullptr, &src, &mode, nullptr, &spec, 0, 0, &dst);
+  };
+  Picture<VX_Pixel8> want = command.dst, got = command.dst;
+  TakeReportTexts();
+  ASSERT_EQ(run(&want, 0), 0);
+  EXPECT_EQ(TakeReportTexts(), std::vector<std::string>{});
+  EXPECT_EQ(run(&got, 0x07000000), 0);
+  EXPECT_EQ(TakeReportTexts(), std::vector<std::string>(3, "Unknown pixel format"));
+  EXPECT_EQ(Difference(want, got), "");
+}
+
+// An unknown depth is refused whether or not the rectangles meet.
+TEST(TransferRectDepth, UnknownDepthComesBeforeGeometry) {
+  class OddWorld : public VX_WorldX<VX_Pixel8> {
+   public:
+    using VX_WorldX::VX_WorldX;
+    int32_t Depth() const override { return 24; }
+  };
+  VX_Pixel8 pixel{};
+  VX_LayerDef memory{};
+  memory.data = &pixel;
+  memory.rowbytes = 4;
+  memory.width = memory.height = 1;
+  OddWorld src(&memory, true), dst(&memory, true);
+  const VX_CompositeModePlus mode(VX_Xfer_InFront, 1.0f, nullptr, false, 0);
+  for (const int32_t x : {0, 50}) {
+    TakeReportTexts();
+    EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, nullptr, &src, &mode, nullptr, nullptr, x, 0, &dst),
+              3);
+    EXPECT_EQ(TakeReportTexts(),
+              std::vector<std::string>{"Unknown world bitdepth in##CONDITIONNAME"});
+  }
 }
 
 // Memory that fails at the nth allocation. The library is born anew on it, because the host's

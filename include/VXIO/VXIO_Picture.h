@@ -11,16 +11,14 @@
 //             and multiplied in on writing. A picture without alpha is opaque.
 //   Channels  R, G, B and A by name, else by position; grey is spread over red, green and blue.
 //   Depth     8-bit files make 8-bit worlds, 10 to 16 bits make 16-bit worlds, everything else
-//   makes
-//             float worlds. 8-bit and float samples are taken as they stand; 16-bit samples v map
-//             by (v * 32768 + 32767) / 65535 and back by (v * 65535 + 16384) >> 15. Samples of 8,
-//             10, 12 and 14 bits survive that exactly, full 16-bit codes to within 1; a 16-bit file
-//             read into or written from a float world does not pass through that scale at all.
+//             makes float worlds. 8-bit and float samples are taken as they stand; 16-bit samples v
+//             map by (v * 32768 + 32767) / 65535 and back by (v * 65535 + 16384) >> 15. Samples of
+//             8, 10, 12 and 14 bits survive that exactly, full 16-bit codes to within 1; a 16-bit
+//             file read into or written from a float world does not pass through that scale at all.
 //   Size      1..30,000 pixels on each axis, looked at before any pixel is allocated.
 //   Upright   A camera's orientation mark is carried out on reading and then dropped.
 //   Errors    VXIO_Error, whose text is one line that names the file and what to do; a thrown
-//   VX_Err
-//             when the library refuses (4: out of memory).
+//             VX_Err when the library refuses (4: out of memory).
 //   Warnings  One line each, naming the file: what was lost or guessed. They never stop the work.
 //   Threads   Calls on different files may run at once.
 

@@ -20,6 +20,10 @@ constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
   return loops;
 }
 
+// Not a static of the exported chooser, whose visibility it would take on.
+template <class Pixel, bool hasMask, bool linear>
+inline constexpr auto kVXp_RowLoops = VXp_MakeRowLoops<Pixel, hasMask, linear>();
+
 // The faster loop of the processor at hand for a mode, or null where the plain loop serves.
 template <class Pixel, bool hasMask, bool linear>
 VX_ScanFunc<Pixel> VXp_VectorRowLoop(int32_t /*mode*/) {
@@ -28,7 +32,7 @@ VX_ScanFunc<Pixel> VXp_VectorRowLoop(int32_t /*mode*/) {
 
 template <class Pixel, bool hasMask, bool linear>
 VX_Err VX_GetInnerBlendingFunc(int32_t mode, VX_InnerBlendingFunc<Pixel>* out) {
-  static constexpr auto kLoops = VXp_MakeRowLoops<Pixel, hasMask, linear>();
+  constexpr const auto& kLoops = kVXp_RowLoops<Pixel, hasMask, linear>;
   const bool listed = mode >= -3 && mode <= 36;
   const VX_ScanFunc<Pixel> plain = listed ? kLoops[static_cast<size_t>(mode + 3)] : nullptr;
   if (plain == nullptr) return VXp_UnknownMode();

@@ -145,6 +145,38 @@ TYPED_TEST(ScanLoops, TransparentSourceLeavesDestination) {
   }
 }
 
+// What comes of a pixel is its own affair: beside others it blends as it does alone, also where it
+// or a neighbour is not a number.
+TYPED_TEST(ScanLoops, NeighboursDoNotMatter) {
+  Operands<TypeParam> operands(5);
+  constexpr int kCount = 203;
+  for (const ModeName& mode : AllModes()) {
+    if (mode.mode == VX_Xfer_Dissolve) continue;  // draws along the row
+    for (int variant = 0; variant < 4; ++variant) {
+      VX_BlendingMode<TypeParam> options = {};
+      options.mode = mode.mode;
+      options.opacity = operands.Below(2) == 0 ? kFull<TypeParam> : kFull<TypeParam> / 2;
+      std::vector<TypeParam> src = operands.Row(kCount), dst = operands.Row(kCount);
+      const std::vector<TypeParam> mask = operands.Row(kCount);
+      if constexpr (kDepth<TypeParam> == 32) {
+        for (size_t i = 0; i < kCount; i += 7) dst[i].alpha = std::nanf("");
+        for (size_t i = 3; i < kCount; i += 13) src[i].alpha = std::nanf("");
+      }
+      std::vector<TypeParam> alone = dst;
+      VX_InnerBlendingFunc<TypeParam> func = {};
+      ASSERT_EQ(Select((variant & 1) != 0, (variant & 2) != 0, mode.mode, &func), 0);
+      const auto scan = [&](size_t from, int count, std::vector<TypeParam>* onto) {
+        EXPECT_EQ(func.scan(count, &options, &LinearTables()[0], src.data() + from,
+                            mask.data() + from, onto->data() + from),
+                  0);
+      };
+      for (size_t i = 0; i < kCount; ++i) scan(i, 1, &alone);
+      scan(0, kCount, &dst);
+      EXPECT_LT(FirstDifference(alone, dst), 0) << mode.name << ", variant " << variant;
+    }
+  }
+}
+
 TYPED_TEST(ScanLoops, Refusals) {
   TakeReportTexts();
   Operands<TypeParam> operands(4);

@@ -100,7 +100,7 @@ struct VXp_ModeAlphaAdd : VXp_CommonMode<T> {
       const Work light = T::Mul(cs, sa);
       Work joined = light + T::Mul(cd, T::Inv(sa));
       joined = sa == T::kFull ? cs : joined;
-      if (!T::Any(sum < T::kFull)) return joined;
+      if (!T::Any(!covers)) return joined;  // a sum that is not a number covers nothing
       const Work mean = T::Div(T::Mul(cd, da) + light, sum);
       return covers ? joined : mean;
     }).StoreTo(d);

@@ -46,6 +46,7 @@
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_CallbackBlock.h"
+#include "VX/VX_CompositeRect.h"
 #include "VX/VX_Cursor.h"
 #include "VX/VX_DepthConvert.h"
 #include "VX/VX_Fill.h"

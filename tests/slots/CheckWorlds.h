@@ -95,6 +95,45 @@ inline void CheckSlot(Trial& trial, VX_DepthConvertFunc routine) {
   });
 }
 
+inline void CheckSlot(Trial& trial, VX_CompositeRectFunc routine) {
+  ForEachDepth([&]<class Pixel>(Frame<Pixel>&& src) {
+    Frame<Pixel> dst(3);
+    for (int32_t i = 0; i < 2 * trial.rounds(); ++i) {
+      for (const ModeName& mode : kModes) {
+        LayWorld(trial, src);
+        LayWorld(trial, dst);
+        const M_Rect rect = AnyRect(trial);
+        const int32_t opacity = trial.Draw(256);
+        const int32_t x = trial.Draw(24) - 8;
+        const int32_t y = trial.Draw(6) - 2;
+        trial.Case("%s, depth %d, case %d, opacity %d", mode.name, VXp_WorldDepth(&src.world), i,
+                   opacity);
+        trial.Gave(routine(nullptr, i % 2 == 0 ? nullptr : &rect, opacity, &src.world, x, y,
+                           trial.Draw(3), mode.mode, &dst.world));
+        src.ExpectUntouched(trial);
+        dst.Give(trial);
+      }
+    }
+  });
+}
+
+inline void CheckSlot(Trial& trial, VX_BlendWorldsFunc routine) {
+  ForEachDepth([&]<class Pixel>(Frame<Pixel>&& a) {
+    Frame<Pixel> b(3), dst(3);
+    for (int32_t i = 0; i < kWorldCases * trial.rounds(); ++i) {
+      LayWorld(trial, a);
+      LayWorld(trial, b);
+      LayWorld(trial, dst);
+      const VX_Fixed ratio = trial.Draw(65537);
+      trial.Case("depth %d, case %d, ratio %d", VXp_WorldDepth(&a.world), i, ratio);
+      trial.Gave(routine(nullptr, &a.world, &b.world, ratio, &dst.world));
+      a.ExpectUntouched(trial);
+      b.ExpectUntouched(trial);
+      dst.Give(trial);
+    }
+  });
+}
+
 inline void CheckSlot(Trial& trial, VX_TransferRectFunc routine) {
   ForEachDepth([&]<class Pixel>(Frame<Pixel>&& src) {
     Frame<Pixel> dst(3), matte(3);

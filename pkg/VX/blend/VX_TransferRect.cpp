@@ -164,6 +164,9 @@ VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int3
   }
   const int32_t depth = VXp_WorldDepth(src);
   if (depth != VXp_WorldDepth(dst)) return VXp_FailVerification(unequal_text);
+  if (mode->mode == VX_Xfer_MaskMix && mask == nullptr) {
+    return VXp_FailVerification("VX_Xfer_MaskMix mixes by a mask and was given none");
+  }
   const Transfer call{progress, field, mode, tables, mask, scratch, {}};
   return VXp_Guarded([&] {
     return VXp_WithWorldsOfDepth(

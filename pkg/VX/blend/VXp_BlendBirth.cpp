@@ -7,6 +7,7 @@
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_OverrideTable.h"
+#include "blend/VXp_CompositeRect.h"
 #include "blend/VXp_RowStages.h"
 
 namespace {
@@ -34,6 +35,12 @@ constexpr VX_MatteStage<Pixel> kUnmatteGray =
 
 void VXp_FillBlendSlots(VXp_OverrideTable& table) {
   table.VX_TransferRect_S = &VX_TransferRect_S;
+  table.VX_CompositeRectDraft_Straight = &VXp_CompositeRect_Straight;
+  table.VX_CompositeRectDraft_Premul = &VXp_CompositeRect_Premul;
+  table.VX_CompositeRectBest_Straight = &VXp_CompositeRect_Straight;
+  table.VX_CompositeRectBest_Premul = &VXp_CompositeRect_Premul;
+  table.VX_Blend_Straight = &VXp_Blend_Straight;
+  table.VX_Blend_Premul = &VXp_Blend_Premul;
 
   table.VX_MatteBlack = kMatteBlack<VX_Pixel8>;
   table.VX_MatteWhite = kMatteWhite<VX_Pixel8>;

@@ -43,13 +43,21 @@ struct Scene {
   VX_World *src, *mask, *dst;
 };
 
+// Born before a host is watched, so that what is counted is the transfer's.
+class TransferFailures : public testing::Test {
+ protected:
+  void SetUp() override {
+    VX_Death();
+    ASSERT_EQ(VX_Birth(), 0);
+  }
+};
+
 // Every allocation in turn: 4, the destination as it was (also by a stencil, which clears outside
 // its rectangle), nothing left behind.
-TEST(TransferFailures, OutOfMemoryLeavesTheDestination) {
+TEST_F(TransferFailures, OutOfMemoryLeavesTheDestination) {
   for (const int16_t depth : {8, 16, 32}) {
     for (const int32_t mode : {int32_t{VX_Xfer_Multiply}, int32_t{VX_Xfer_StencilAlpha}}) {
       HostDouble host;
-      ASSERT_EQ(VX_Birth(), 0);
       {
         Scene scene(depth);
         const auto before = scene.Bytes();
@@ -65,16 +73,14 @@ TEST(TransferFailures, OutOfMemoryLeavesTheDestination) {
         EXPECT_EQ(nth, mode == VX_Xfer_Multiply ? 3 : 2);  // alpha row and mask row; mask row
         EXPECT_EQ(host.Allocations().back().label, "blending scratch buffer");
       }
-      ASSERT_EQ(VX_Death(), 0);
       EXPECT_EQ(host.Leaked(), 0);
     }
   }
 }
 
 // Progress is asked at rows 0, 128 and 256, after the row; what it gives ends the call.
-TEST(TransferFailures, StopsWhereProgressSaysSo) {
+TEST_F(TransferFailures, StopsWhereProgressSaysSo) {
   HostDouble host;
-  ASSERT_EQ(VX_Birth(), 0);
   {
     Scene scene(8);
     std::vector<int32_t> steps;
@@ -97,7 +103,6 @@ TEST(TransferFailures, StopsWhereProgressSaysSo) {
                           before.size() - static_cast<size_t>(drawn)),
               0);
   }
-  ASSERT_EQ(VX_Death(), 0);
   EXPECT_EQ(host.Leaked(), 0);
 }
 

@@ -13,7 +13,7 @@ template <class T>
 typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   const typename T::Work quotient = T::Div(n, a);
   if constexpr (VXp_IsFloat<T>) {
-    return (a <= 0.0f) | (a <= n) ? T::Full() : quotient;
+    return ((a <= 0.0f) | (a <= n)) ? T::Full() : quotient;
   }
   return quotient;
 }

@@ -68,7 +68,7 @@ struct VXp_ModeBurn2 : VXp_ThreeTerm<T, VXp_ModeBurn2<T>> {
   using Work = typename T::Work;
   static Work B(Work s, Work d) {
     const Work burnt = T::Inv(VXp_QuotientToFull<T>(T::Inv(d), s));
-    return (s == Work{}) & (d == T::kFull) ? d : burnt;
+    return ((s == Work{}) & (d == T::kFull)) ? d : burnt;
   }
 };
 

@@ -1,0 +1,113 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The mix of two worlds.
+
+#include <algorithm>
+
+#include "VX/VX_OverrideTable.h"
+#include "blend/VXp_CompositeRect.h"
+#include "blend/VXp_FourPixels.h"
+#include "blend/modes/VXp_RowModes.h"
+#include "frame/VXp_Dispatch.h"
+#include "frame/VXp_Rows.h"
+
+namespace {
+
+// A ratio of 0..65536 at the scale of the depth, to the nearest.
+template <class T>
+typename T::Work WeightOf(VX_Fixed ratio) {
+  const VX_Fixed held = std::clamp(ratio, 0, 65536);
+  if constexpr (T::kDepth == 8) return (held * 255 + 32768) >> 16;
+  if constexpr (T::kDepth == 16) return (held + 1) >> 1;
+  return static_cast<typename T::Work>(held) / 65536;
+}
+
+// Colours weighted by alpha; pixels of a whose mean has no weight stay.
+template <class Pixel>
+struct StraightRow {
+  static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {
+    using T = VXp_PixelTraits<Pixel>;
+    using Piece = VXp_ModeMaskMix<T>;
+    const typename T::Work t = WeightOf<T>(ratio);
+    for (ptrdiff_t i = 0; i < count; ++i) {
+      const auto s = VXp_Argb<T>::Of(VXp_Load<Pixel>(b + i));
+      auto d = VXp_Argb<T>::Of(VXp_Load<Pixel>(a + i));
+      if (Piece::Mixes(s.alpha, t, d.alpha)) Piece::Mix(s, t, d);
+      VXp_Store(dst + i, d.Pixel());
+    }
+  }
+};
+
+// Every channel alike.
+template <class Pixel>
+struct PremulRow {
+  static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {
+    using T = VXp_PixelTraits<Pixel>;
+    using Argb = VXp_Argb<T>;
+    const typename T::Work t = WeightOf<T>(ratio);
+    for (ptrdiff_t i = 0; i < count; ++i) {
+      const Argb x = Argb::Of(VXp_Load<Pixel>(a + i));
+      const Argb y = Argb::Of(VXp_Load<Pixel>(b + i));
+      const Argb mixed{T::Lerp(x.alpha, y.alpha, t), T::Lerp(x.red, y.red, t),
+                       T::Lerp(x.green, y.green, t), T::Lerp(x.blue, y.blue, t)};
+      VXp_Store(dst + i, mixed.Pixel());
+    }
+  }
+};
+
+template <template <class> class Row, class Pixel>
+VX_Err MixRows(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& a, const VX_WorldX<Pixel>& b,
+               VX_Fixed ratio, VX_WorldX<Pixel>& dst) {
+  const int32_t width = std::min({a.width, b.width, dst.width});
+  const int32_t height = std::min({a.height, b.height, dst.height});
+  for (int32_t y = 0; y < height; ++y) {
+    Row<Pixel>::Mix(width, a.Row(y), b.Row(y), ratio, dst.Row(y));
+    if (progress == nullptr || progress->progress_func == nullptr) continue;
+    const VX_Err stop = progress->progress_func(progress->progress_refcon, y + 1, height);
+    if (stop != VX_Ok) return stop;
+  }
+  return VX_Ok;
+}
+
+template <template <class> class Row>
+VX_Err MixWorlds(VX_ProgressInfo* progress, const VX_LayerDef* a, const VX_LayerDef* b,
+                 VX_Fixed ratio, VX_LayerDef* dst) {
+  for (const VX_LayerDef* world : {a, b, static_cast<const VX_LayerDef*>(dst)}) {
+    if (world == nullptr || world->data == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
+  }
+  const int32_t depth = VXp_WorldDepth(a);
+  if (depth != VXp_WorldDepth(b) || depth != VXp_WorldDepth(dst)) {
+    return VXp_FailVerification("VX_Blend requires all worlds to have same bit depth");
+  }
+  return VXp_Guarded([&] {
+    return VXp_WithWorldsOfDepth(
+        depth, kVXp_UnknownDepthText,
+        [&](const auto& from, const auto& to, auto& out) {
+          return MixRows<Row>(progress, from, to, ratio, out);
+        },
+        a, b, dst);
+  });
+}
+
+}  // namespace
+
+VX_Err VXp_Blend_Straight(VX_ProgressInfo* progress, const VX_LayerDef* a, const VX_LayerDef* b,
+                          VX_Fixed ratio, VX_LayerDef* dst) {
+  return MixWorlds<StraightRow>(progress, a, b, ratio, dst);
+}
+
+VX_Err VXp_Blend_Premul(VX_ProgressInfo* progress, const VX_LayerDef* a, const VX_LayerDef* b,
+                        VX_Fixed ratio, VX_LayerDef* dst) {
+  return MixWorlds<PremulRow>(progress, a, b, ratio, dst);
+}
+
+VX_Err VX_Blend_Straight(VX_ProgressInfo* progress, const VX_LayerDef* a, const VX_LayerDef* b,
+                         VX_Fixed ratio, VX_LayerDef* dst) {
+  return VXp_G_OverFuncs.VX_Blend_Straight(progress, a, b, ratio, dst);
+}
+
+VX_Err VX_Blend_Premul(VX_ProgressInfo* progress, const VX_LayerDef* a, const VX_LayerDef* b,
+                       VX_Fixed ratio, VX_LayerDef* dst) {
+  return VXp_G_OverFuncs.VX_Blend_Premul(progress, a, b, ratio, dst);
+}

@@ -19,8 +19,7 @@ constexpr bool kHasChecker = requires(Trial& trial, Signature routine) {
 template <auto member>
 constexpr Slot MakeSlot(int32_t number, const char* name, const char* signature) {
   using Signature = std::remove_reference_t<decltype(VXp_G_OverFuncs.*member)>;
-  Slot slot{number, name, signature, nullptr,
-            [](const char* what) { return ItemsOf(what, VXp_G_OverFuncs.*member); }};
+  Slot slot{number, name, signature, nullptr};
   if constexpr (kHasChecker<Signature>) {
     slot.check = [](Trial& trial) { CheckSlot(trial, VXp_G_OverFuncs.*member); };
   }

@@ -9,7 +9,6 @@
 #include <span>
 #include <vector>
 
-#include "Bench.h"
 #include "Level.h"
 #include "Trial.h"
 
@@ -18,7 +17,6 @@ struct Slot {
   const char* name;
   const char* signature;
   void (*check)(Trial& trial);  // runs the cases of what the slot holds now; null: no checker
-  std::vector<BenchItem> (*items)(const char* name);  // of what the slot holds now
 };
 std::span<const Slot> AllSlots();
 
@@ -37,9 +35,6 @@ enum class Verdict { kGood, kBad, kNotBuilt };
 
 // Checks a slot at every level of the plan and prints a line about it.
 Verdict CheckAtAllLevels(const Slot& slot, const Plan& plan);
-
-// Prints a line for each routine of the slot that another level replaces.
-void Bench(const Slot& slot, const Plan& plan);
 
 // Whether the checker finds routines that are wrong in small ways. Prints a line for each; the
 // number of those that got through.

@@ -20,7 +20,6 @@ constexpr char kUsage[] =
     "usage: vx_slots [OPTIONS]\n"
     "\n"
     "  --list         the slots, with their types and whether they are checked\n"
-    "  --bench        the speed of each level's routines, where they are not the plain ones\n"
     "  --self-test    whether routines that are wrong on purpose are found\n"
     "  --slot NAME    only this slot, by name or number\n"
     "  --level LEVEL  only this level against the plain one: none, sse2, ssse3\n"
@@ -29,7 +28,7 @@ constexpr char kUsage[] =
     "\n"
     "Ends with 0 when all is good, 1 after a mismatch, 2 for wrong options, 3 after a crash.\n";
 
-enum class Task { kCheck, kList, kBench, kSelfTest };
+enum class Task { kCheck, kList, kSelfTest };
 
 struct Options {
   Task task = Task::kCheck;
@@ -70,8 +69,6 @@ Options Parse(int count, char** words) {
     };
     if (word == "--list") {
       options.task = Task::kList;
-    } else if (word == "--bench") {
-      options.task = Task::kBench;
     } else if (word == "--self-test") {
       options.task = Task::kSelfTest;
     } else if (word == "--slot") {
@@ -123,10 +120,6 @@ int Run(const Options& options) {
   const std::vector<Slot> slots = Chosen(options.slot);
   if (options.task == Task::kList) {
     List(slots, options.plan);
-    return 0;
-  }
-  if (options.task == Task::kBench) {
-    for (const Slot& slot : slots) Bench(slot, options.plan);
     return 0;
   }
   std::printf("seed %llu, %d rounds, levels:", static_cast<unsigned long long>(options.plan.seed),

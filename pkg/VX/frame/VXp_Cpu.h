@@ -7,4 +7,3 @@
 #include "host/U.h"
 
 inline bool VXp_HasSSE2() { return U_G_CPU_DataP[U_CPU_HAS_SSE2] != 0; }
-inline bool VXp_HasSSSE3() { return U_G_CPU_DataP[U_CPU_HAS_SSSE3] != 0; }

@@ -53,7 +53,8 @@ Channel AnyChannel(uint64_t bits16) {
   const auto& corners = kCorners<Channel>;
   if (bits16 % 8 == 0) return corners[bits16 / 8 % corners.size()];
   if constexpr (std::is_same_v<Channel, float>) {
-    return static_cast<float>(bits16) * (1.5f / 65536) - 0.25f;
+    // Neither number is a short binary fraction, so that every bit of a channel takes part.
+    return static_cast<float>(bits16) * (1.5f / 65537) - 0.1f;
   } else {
     return static_cast<Channel>((bits16 * (uint64_t{kFullScale<Channel>} + 1)) >> 16);
   }

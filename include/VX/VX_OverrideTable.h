@@ -13,7 +13,9 @@
 // and gives 3. The numbers without a routine stay null.
 
 #include "VX/VX_Blend.h"
+#include "VX/VX_Copy.h"
 #include "VX/VX_DepthConvert.h"
+#include "VX/VX_Iterate.h"
 #include "VX/VX_Sampling.h"
 #include "VX/VX_Transfer.h"
 #include "VX/VX_Types.h"
@@ -31,12 +33,6 @@ using VX_CompositeRectFunc = VX_Err (*)(VX_ProgressInfo* progress, const M_Rect*
 // Mixes two worlds: ratio 0 gives a, 65536 gives b.
 using VX_BlendWorldsFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* a,
                                       const VX_LayerDef* b, VX_Fixed ratio, VX_LayerDef* dst);
-
-// Copies, scaling when the rectangles differ in size; null is the whole. `ref` is not read.
-using VX_WorldCopyFunc = VX_Err (*)(void* ref, BM_World** src, BM_World** dst,
-                                    const M_Rect* src_rect, const M_Rect* dst_rect);
-using VX_CopyBitsFunc = VX_Err (*)(void* ref, const VX_LayerDef* src, VX_LayerDef* dst,
-                                   const M_Rect* src_rect, const M_Rect* dst_rect);
 
 using VX_FastBlurFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src, float radius,
                                    int32_t flags, VX_LayerDef* dst);
@@ -59,25 +55,6 @@ using VX_TransformWorldFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t qual
                                          const VX_TransformMask* mask, const M_Matrix3* matrices,
                                          int32_t num_matrices, uint8_t src2dst,
                                          const M_Rect* dst_rect, VX_LayerDef* dst);
-
-// Called once a pixel with world coordinates; `in` is null when there is no source.
-using VX_PixelFunc = VX_Err (*)(void* refcon, int32_t x, int32_t y, void* in, void* out);
-using VX_IterateFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
-                                  int32_t progress_final, const VX_LayerDef* src,
-                                  const M_Rect* area, void* refcon, VX_PixelFunc function,
-                                  VX_LayerDef* dst);
-using VX_IterateOriginFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
-                                        int32_t progress_final, const VX_LayerDef* src,
-                                        const M_Rect* area, const M_LPoint* origin, void* refcon,
-                                        VX_PixelFunc function, VX_LayerDef* dst);
-// Tables of 256 bytes; null is the identity. 8-bit worlds only.
-using VX_IterateLUTFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
-                                     int32_t progress_final, const VX_LayerDef* src,
-                                     const M_Rect* area, const uint8_t* alpha_table,
-                                     const uint8_t* red_table, const uint8_t* green_table,
-                                     const uint8_t* blue_table, VX_LayerDef* dst);
-using VX_GenericFunc = VX_Err (*)(void* refcon, int32_t thread, int32_t i, int32_t iterations);
-using VX_IterateGenericFunc = VX_Err (*)(int32_t iterations, void* refcon, VX_GenericFunc function);
 
 // See VX_Premul.h and VX_DepthConvert.h.
 template <class Pixel>

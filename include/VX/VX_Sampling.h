@@ -8,6 +8,8 @@
 // transparent black for the clipped samplers; the others trust the caller to stay inside. Samplers
 // hold no state and may run on any number of threads.
 
+#include <type_traits>
+
 #include "VX/VX_Types.h"
 
 // What a sampler reads besides the position. Zero the whole record, then set the named fields.
@@ -36,32 +38,157 @@ static_assert(sizeof(VX_SubpixelWeights) == 32);
 
 // One pixel.
 template <class Pixel>
-using VX_SampleFunc = VX_Err (*)(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
-                                 const VX_SampPB* record, Pixel* out);
+using VX_SampleCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
+                             const VX_SampPB* record, Pixel* out);
 
 // One pixel, and whether all four neighbours lie inside (0 or 1).
 template <class Pixel>
-using VX_SampleAllInFunc = VX_Err (*)(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
-                                      const VX_SampPB* record, uint8_t* all_in, Pixel* out);
+using VX_SampleAllInCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
+                                  const VX_SampPB* record, uint8_t* all_in, Pixel* out);
 
 // One pixel with given weights; the fractions of x and y are not read.
 template <class Pixel>
-using VX_SampleWeightedFunc = VX_Err (*)(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
-                                         const VX_SubpixelWeights* weights, const VX_SampPB* record,
-                                         Pixel* out);
+using VX_SampleWeightedCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
+                                     const VX_SubpixelWeights* weights, const VX_SampPB* record,
+                                     Pixel* out);
 
 // `count` pixels, one source column apart. Adds their alphas to `alpha_sum`.
 template <class Pixel>
-using VX_SampleSpanFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t count, VX_Fixed x,
-                                     VX_Fixed y, const VX_SampPB* record, uint32_t* alpha_sum,
-                                     Pixel* out);
+using VX_AlphaSumOf = std::conditional_t<std::is_same_v<Pixel, VX_PixelFloat>, float, uint32_t>;
+template <class Pixel>
+using VX_SampleSpanCall = VX_Err(VX_ProgressInfo* progress, int32_t count, VX_Fixed x, VX_Fixed y,
+                                 const VX_SampPB* record, VX_AlphaSumOf<Pixel>* alpha_sum,
+                                 Pixel* out);
 
 // Four pixels at positions[0..7]: x0, y0, x1, y1 and so on.
-using VX_SampleFourFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_Fixed* positions,
-                                     const VX_SampPB* record, VX_Pixel8* out);
-using VX_SampleFourWeightedFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_Fixed* positions,
-                                             const VX_SubpixelWeights* weights,
-                                             const VX_SampPB* record, VX_Pixel8* out);
+using VX_SampleFourCall = VX_Err(VX_ProgressInfo* progress, const VX_Fixed* positions,
+                                 const VX_SampPB* record, VX_Pixel8* out);
+using VX_SampleFourWeightedCall = VX_Err(VX_ProgressInfo* progress, const VX_Fixed* positions,
+                                         const VX_SubpixelWeights* weights, const VX_SampPB* record,
+                                         VX_Pixel8* out);
 
 // Weights from the fractions of x and y.
-using VX_ComputeWeightFunc = VX_Err (*)(uint16_t fx, uint16_t fy, VX_SubpixelWeights* out);
+using VX_ComputeWeightCall = VX_Err(uint16_t fx, uint16_t fy, VX_SubpixelWeights* out);
+
+// Pointers to them, as slots and sets hold them.
+template <class Pixel>
+using VX_SampleFunc = VX_SampleCall<Pixel>*;
+template <class Pixel>
+using VX_SampleAllInFunc = VX_SampleAllInCall<Pixel>*;
+template <class Pixel>
+using VX_SampleWeightedFunc = VX_SampleWeightedCall<Pixel>*;
+template <class Pixel>
+using VX_SampleSpanFunc = VX_SampleSpanCall<Pixel>*;
+using VX_SampleFourFunc = VX_SampleFourCall*;
+using VX_SampleFourWeightedFunc = VX_SampleFourWeightedCall*;
+using VX_ComputeWeightFunc = VX_ComputeWeightCall*;
+
+// --- samplers ------------------------------------------------------------------------------------
+//
+// Straight and the portable ("CPlusPlus") members weight colour by alpha, so that a transparent
+// neighbour does not bleed; premultiplied members mix the four channels plainly. NoClip members do
+// not look at the bounds: the caller guarantees that all four neighbours lie in the world, also
+// where a fraction is zero. The members round each in its own way, which is told where it is
+// written.
+
+// The nearest pixel: (x + 32768) >> 16. Zero outside. The radii are not read.
+VX_API VX_SampleCall<VX_Pixel8> VX_NNSample;
+VX_API VX_SampleCall<VX_Pixel16> VX_NNSample16;
+VX_API VX_SampleCall<VX_PixelFloat> VX_NNSampleFloat;
+
+// Bilinear, clipped: a neighbour outside is a zero pixel.
+VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSample_Straight;
+VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSample_Straight16;
+VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSample_Premul;  // integer weights on a scale of 65536
+VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSample_Premul16;
+VX_API VX_SampleCall<VX_PixelFloat> VX_SubpixelSample_PremulFloat;
+VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelCPlusPlus;
+VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelCPlusPlus16;
+VX_API VX_SampleCall<VX_PixelFloat> VX_SubpixelCPlusPlusFloat;
+
+// The same, telling whether all four neighbours lie inside. On a whole position the integer ones
+// answer 0, the float one answers as ever.
+VX_API VX_SampleAllInCall<VX_Pixel8> VX_SubpixelSamplePlus_Straight;
+VX_API VX_SampleAllInCall<VX_Pixel16> VX_SubpixelSamplePlus_Straight16;
+VX_API VX_SampleAllInCall<VX_PixelFloat> VX_SubpixelSpanSampleAllInCPlusPlusFloat;
+
+// Bilinear without looking at the bounds. The first has a second rule, that of the _4 forms' single
+// precision, which holds its slot where the host's record tells of SSE2; the numbers differ in
+// rounding, on any machine.
+VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight;
+VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight_SSE2;
+VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSampleNoClip_Straight16;
+VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelCPlusPlusNoClip;
+VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelCPlusPlusNoClip16;
+VX_API VX_SampleCall<VX_PixelFloat> VX_SubpixelCPlusPlusNoClipFloat;
+
+// Weights given, for a translation whose fractions stay.
+VX_API VX_SampleWeightedCall<VX_Pixel8> VX_SubpixelSampleTranslateNoClip_Straight;
+VX_API VX_SampleWeightedCall<VX_Pixel16> VX_SubpixelSampleTranslateNoClip_Straight16;
+VX_API VX_SampleWeightedCall<VX_PixelFloat> VX_SubpixelSampleTranslateNoClipCPlusPlusFloat;
+
+// A run of pixels, not clipped.
+VX_API VX_SampleSpanCall<VX_Pixel8> VX_SubpixelSpanSampleTranslateNoClip_Straight;
+VX_API VX_SampleSpanCall<VX_Pixel16> VX_SubpixelSpanSampleTranslateNoClip_Straight16;
+VX_API VX_SampleSpanCall<VX_Pixel8> VX_SubpixelSpanSampleCPlusPlus;
+VX_API VX_SampleSpanCall<VX_Pixel16> VX_SubpixelSpanSampleCPlusPlus16;
+VX_API VX_SampleSpanCall<VX_PixelFloat> VX_SubpixelSpanSampleCPlusPlusFloat;
+
+// Four positions at once, not clipped, single precision.
+VX_API VX_SampleFourCall VX_SubpixelSampleNoClip_Straight_4;
+VX_API VX_SampleFourWeightedCall VX_SubpixelSampleTranslateNoClip_Straight_4;
+
+VX_API VX_ComputeWeightCall VX_SubpixelSampleComputeWeight;
+
+// Box: the average over the footprint [x + 32768 - x_radius, x + 32768 + x_radius) in corner
+// coordinates, the same on y; radii below 32768 count as 32768. A pixel weighs the width times the
+// height that is covered; outside the world is zero and counts in the area, which is computed from
+// the radii. Straight colour is the average weighted by alpha. Integer results are value + 0.5
+// truncated, and the zero pixel where alpha comes out 0; sums are double. A call costs the pixels
+// under the footprint that lie in the world.
+VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Straight;
+VX_API VX_SampleCall<VX_Pixel16> VX_AreaSample_Straight16;
+VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Premul;
+VX_API VX_SampleCall<VX_Pixel16> VX_AreaSample_Premul16;
+VX_API VX_SampleCall<VX_PixelFloat> VX_AreaSample_PremulFloat;
+
+// The straight box sampler by pixel type.
+template <class Pixel>
+VX_Err VX_AreaSample_CPlusPlus(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
+                               const VX_SampPB* record, Pixel* out);
+extern template VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_CPlusPlus<VX_Pixel8>;
+extern template VX_API VX_SampleCall<VX_Pixel16> VX_AreaSample_CPlusPlus<VX_Pixel16>;
+extern template VX_API VX_SampleCall<VX_PixelFloat> VX_AreaSample_CPlusPlus<VX_PixelFloat>;
+
+// --- sets of samplers ----------------------------------------------------------------------------
+
+// What the rows of a transform take their sampler from.
+template <class Pixel>
+struct VX_SamplerSet {
+  VX_SampleAllInFunc<Pixel> all_in;
+  VX_SampleFunc<Pixel> clipped;
+  VX_SampleFunc<Pixel> box;
+  VX_SampleFunc<Pixel> unclipped;
+  VX_SampleWeightedFunc<Pixel> weighted;
+  VX_SampleSpanFunc<Pixel> span;
+};
+
+// The set of a depth. The integer ones are read from the override table now; the float one is
+// fixed. Call after VX_Birth. 0, or 3 for a null place.
+VX_API VX_Err VX_GetSamplerSet8(VX_SamplerSet<VX_Pixel8>* out);
+VX_API VX_Err VX_GetSamplerSet16(VX_SamplerSet<VX_Pixel16>* out);
+VX_API VX_Err VX_GetSamplerSetFloat(VX_SamplerSet<VX_PixelFloat>* out);
+
+// Samplers by quality and alpha: in draft all three are the nearest one; else straight or
+// premultiplied as bit 0 of the mode flags says (see VX_CallbackBlock.h, which hands out the 8-bit
+// ones by number).
+template <class Pixel>
+struct VX_SamplerBatch {
+  VX_SampleFunc<Pixel> nearest, bilinear, area;
+};
+VX_API VX_Err VX_GetSamplerBatch8(int32_t quality, int32_t mode_flags,
+                                  VX_SamplerBatch<VX_Pixel8>* out);
+VX_API VX_Err VX_GetSamplerBatch16(int32_t quality, int32_t mode_flags,
+                                   VX_SamplerBatch<VX_Pixel16>* out);
+VX_API VX_Err VX_GetSamplerBatchFloat(int32_t quality, int32_t mode_flags,
+                                      VX_SamplerBatch<VX_PixelFloat>* out);

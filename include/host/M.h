@@ -23,6 +23,17 @@ struct M_LPoint {
   int32_t h, v;
 };
 
+// Vertical, then horizontal: the short point has the other order, as the short rectangle has.
+struct M_Point {
+  int16_t v, h;
+};
+
+// A size or a distance: horizontal, then vertical.
+template <class Number>
+struct M_Vector2T {
+  Number x, y;
+};
+
 inline constexpr int32_t M_PKG_VERSION = 18;
 
 // As U_CheckVersions.

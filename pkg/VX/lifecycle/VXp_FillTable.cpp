@@ -7,9 +7,11 @@
 #include "frame/VXp_NotBuilt.h"
 #include "frame/VXp_OverrideTable.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
+#include "indep/VXp_IndepBirth.h"
 
 void VXp_FillTable() {
   VXp_FillNotBuilt(VXp_G_OverFuncs);
+  VXp_FillIndepSlots(VXp_G_OverFuncs);
   VXp_FillHousekeepingSlots(VXp_G_OverFuncs);
   VXp_FillBlendSlots(VXp_G_OverFuncs);
   VXp_RememberBuiltInRoutines();

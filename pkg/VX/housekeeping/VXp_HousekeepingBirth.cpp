@@ -6,6 +6,11 @@
 #include "housekeeping/VXp_DitherNoise.h"
 
 void VXp_FillHousekeepingSlots(VXp_OverrideTable& table) {
+  table.VX_Iterate_S = VX_Iterate_S;
+  table.VX_IterateOrigin_S = VX_IterateOrigin_S;
+  table.VX_IterateOriginAll_S = VX_IterateOriginAll_S;
+  table.VX_IterateLUT_S = VX_IterateLUT_S;
+  table.VX_IterateGeneric_Static = VX_IterateGeneric_Static;
   table.VX_PremulColorRect_S = VX_PremulColorRect_S;
   table.VX_PremulColorRect16_S = VX_PremulColorRect16_S;
   table.VX_PremulColorRectFloat_S = VX_PremulColorRectFloat_S;

@@ -1,0 +1,163 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "VX/VX_Iterate.h"
+
+#include <algorithm>
+
+#include "VX/VX_OverrideTable.h"
+#include "frame/VXp_Dispatch.h"
+#include "frame/VXp_Report.h"
+#include "frame/VXp_Rows.h"
+#include "housekeeping/VXp_Area.h"
+#include "housekeeping/VXp_HousekeepingBirth.h"
+#include "housekeeping/VXp_RowWalk.h"
+
+namespace {
+
+// What becomes of destination pixels that the source does not cover.
+enum class Uncovered { kSkipped, kVisited };
+
+struct Walk {
+  const VX_LayerDef* src;  // may be null
+  VX_LayerDef* dst;
+  const M_Rect* wanted;
+  M_Point origin;  // of the source in the destination
+  void* refcon;
+  VX_PixelFunc function;
+  Uncovered uncovered;
+
+  M_LRect area{};     // of the destination
+  M_LRect covered{};  // the part of the area with source pixels; zero when there is none
+};
+
+// `area` must lie within the destination. Sizes and origin may be anything, hence the 64 bits.
+M_LRect CoveredPart(const Walk& walk, const M_LRect& area) {
+  const int64_t h = walk.origin.h;
+  const int64_t v = walk.origin.v;
+  const int64_t left = std::max<int64_t>(area.left, h);
+  const int64_t top = std::max<int64_t>(area.top, v);
+  const int64_t right = std::min(int64_t{area.right}, h + walk.src->width);
+  const int64_t bottom = std::min(int64_t{area.bottom}, v + walk.src->height);
+  if (right <= left || bottom <= top) return {};
+  return {static_cast<int32_t>(left), static_cast<int32_t>(top), static_cast<int32_t>(right),
+          static_cast<int32_t>(bottom)};
+}
+
+// Columns left..right-1 of row y. `step` is the distance between inputs, 0 where they are one.
+template <class Pixel>
+VX_Err VisitSpan(const Walk& walk, int32_t y, int32_t left, int32_t right, char* in,
+                 ptrdiff_t step) {
+  const VX_PixelFunc function = walk.function;
+  void* const refcon = walk.refcon;
+  char* out = VXp_PixelAddress<Pixel>(*walk.dst, left, y);
+  for (int32_t x = left; x < right; ++x) {
+    const VX_Err error = function(refcon, x, y, in, out);
+    if (error != VX_Ok) return error;
+    in += step;
+    out += sizeof(Pixel);
+  }
+  return VX_Ok;
+}
+
+template <class Pixel>
+VX_Err VisitUncovered(const Walk& walk, int32_t y, int32_t left, int32_t right) {
+  Pixel zero{};
+  return VisitSpan<Pixel>(walk, y, left, right, reinterpret_cast<char*>(&zero), 0);
+}
+
+template <class Pixel>
+VX_Err VisitRow(const Walk& walk, int32_t y) {
+  const auto& [left, top, right, bottom] = walk.area;
+  if (walk.src == nullptr) return VisitSpan<Pixel>(walk, y, left, right, nullptr, 0);
+  const M_LRect& covered = walk.covered;
+  if (y < covered.top || y >= covered.bottom) return VisitUncovered<Pixel>(walk, y, left, right);
+  VX_Err error = VisitUncovered<Pixel>(walk, y, left, covered.left);
+  if (error != VX_Ok) return error;
+  char* const in =
+      VXp_PixelAddress<Pixel>(*walk.src, covered.left - walk.origin.h, y - walk.origin.v);
+  error = VisitSpan<Pixel>(walk, y, covered.left, covered.right, in, sizeof(Pixel));
+  if (error != VX_Ok) return error;
+  return VisitUncovered<Pixel>(walk, y, covered.right, right);
+}
+
+template <class Pixel>
+VX_Err VisitRows(const Walk& walk, VXp_RowProgress& progress) {
+  for (int32_t y = walk.area.top; y < walk.area.bottom; ++y) {
+    VX_Err error = VisitRow<Pixel>(walk, y);
+    if (error == VX_Ok) error = progress.RowDone();
+    if (error != VX_Ok) return error;
+  }
+  return progress.Kept();
+}
+
+VX_Err Visit(Walk& walk, VXp_RowProgress progress) {
+  const VX_LayerDef* const src = walk.src;
+  if (walk.dst == nullptr || walk.dst->data == nullptr || walk.function == nullptr ||
+      (src != nullptr && src->data == nullptr)) {
+    return VXp_BadParameter(kVXp_IteratorNumber);
+  }
+  const int32_t depth = VXp_WorldDepth(src != nullptr ? src : walk.dst);
+  if (src != nullptr && VXp_WorldDepth(walk.dst) != depth) {
+    return VXp_FailVerification("worlds must be same bitdepth in VX_Iterate()");
+  }
+  return VXp_WithPixel(depth, kVXp_UnknownDepthText, [&](auto tag) -> VX_Err {
+    using Pixel = typename decltype(tag)::Pixel;
+    walk.area = VXp_ClippedArea(walk.wanted, *walk.dst);
+    if (VXp_IsEmpty(walk.area)) return VX_Ok;
+    if (src != nullptr) walk.covered = CoveredPart(walk, walk.area);
+    if (src != nullptr && walk.uncovered == Uncovered::kSkipped) walk.area = walk.covered;
+    return VisitRows<Pixel>(walk, progress);
+  });
+}
+
+VX_Err GuardedVisit(Walk walk, const VXp_RowProgress& progress) {
+  return VXp_Guarded([&] { return Visit(walk, progress); });
+}
+
+M_Point OriginOrZero(const M_Point* origin) { return origin != nullptr ? *origin : M_Point{}; }
+
+}  // namespace
+
+VX_Err VX_Iterate_S(VX_ProgressInfo* progress, int32_t progress_base, int32_t progress_final,
+                    const VX_LayerDef* src, const M_Rect* area, void* refcon, VX_PixelFunc function,
+                    VX_LayerDef* dst) {
+  return GuardedVisit({src, dst, area, M_Point{}, refcon, function, Uncovered::kSkipped},
+                      {progress, progress_base, progress_final});
+}
+
+VX_Err VX_IterateOrigin_S(VX_ProgressInfo* progress, int32_t progress_base, int32_t progress_final,
+                          const VX_LayerDef* src, const M_Rect* area, const M_Point* origin,
+                          void* refcon, VX_PixelFunc function, VX_LayerDef* dst) {
+  return GuardedVisit({src, dst, area, OriginOrZero(origin), refcon, function, Uncovered::kSkipped},
+                      {progress, progress_base, progress_final});
+}
+
+VX_Err VX_IterateOriginAll_S(VX_ProgressInfo* progress, int32_t progress_base,
+                             int32_t progress_final, const VX_LayerDef* src, const M_Rect* area,
+                             const M_Point* origin, void* refcon, VX_PixelFunc function,
+                             VX_LayerDef* dst) {
+  return GuardedVisit({src, dst, area, OriginOrZero(origin), refcon, function, Uncovered::kVisited},
+                      {progress, progress_base, progress_final});
+}
+
+VX_Err VX_Iterate(VX_ProgressInfo* progress, int32_t progress_base, int32_t progress_final,
+                  const VX_LayerDef* src, const M_Rect* area, void* refcon, VX_PixelFunc function,
+                  VX_LayerDef* dst) {
+  return VXp_G_OverFuncs.VX_Iterate_S(progress, progress_base, progress_final, src, area, refcon,
+                                      function, dst);
+}
+
+VX_Err VX_IterateOrigin(VX_ProgressInfo* progress, int32_t progress_base, int32_t progress_final,
+                        const VX_LayerDef* src, const M_Rect* area, const M_Point* origin,
+                        void* refcon, VX_PixelFunc function, VX_LayerDef* dst) {
+  return VXp_G_OverFuncs.VX_IterateOrigin_S(progress, progress_base, progress_final, src, area,
+                                            origin, refcon, function, dst);
+}
+
+VX_Err VX_IterateOriginAll(VX_ProgressInfo* progress, int32_t progress_base, int32_t progress_final,
+                           const VX_LayerDef* src, const M_Rect* area, const M_Point* origin,
+                           void* refcon, VX_PixelFunc function, VX_LayerDef* dst) {
+  return VXp_G_OverFuncs.VX_IterateOriginAll_S(progress, progress_base, progress_final, src, area,
+                                               origin, refcon, function, dst);
+}

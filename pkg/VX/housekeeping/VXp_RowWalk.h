@@ -1,0 +1,41 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// What the iterators over worlds share: their check number and the polling between rows.
+
+#include <cstdint>
+
+#include "VX/VX_Types.h"
+
+inline constexpr uint32_t kVXp_IteratorNumber = 14;
+
+// Polls after each row, and keeps what the progress function answers.
+class VXp_RowProgress {
+ public:
+  VXp_RowProgress(const VX_ProgressInfo* info, int32_t base, int32_t final_step)
+      : info_(info), step_(static_cast<uint32_t>(base)), final_step_(final_step) {
+    polls_ = final_step != 0 && info != nullptr && info->progress_func != nullptr;
+  }
+
+  // After a row. 517 where the walk must stop, else 0. A caller's base may be near the end of 32
+  // bits, so the step wraps.
+  VX_Err RowDone() {
+    if (!polls_) return VX_Ok;
+    const VX_Err answer =
+        info_->progress_func(info_->progress_refcon, static_cast<int32_t>(++step_), final_step_);
+    if (answer == VX_ErrStopped) return answer;
+    if (answer != VX_Ok) kept_ = answer;
+    return VX_Ok;
+  }
+
+  // What a walk that came to its end returns: the last answer that was not 0.
+  VX_Err Kept() const { return kept_; }
+
+ private:
+  const VX_ProgressInfo* info_;
+  uint32_t step_;
+  int32_t final_step_;
+  bool polls_;
+  VX_Err kept_ = VX_Ok;
+};

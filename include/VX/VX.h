@@ -35,8 +35,8 @@
 // and what was drawn stays.
 //
 // Threads. No call locks. Any number of threads may work on worlds of their own, or on one world in
-// parts that do not overlap; worlds that are only read may be shared. Start, stop, replacing a
-// slot, and making or destroying worlds belong on one thread at a time.
+// parts that do not overlap; worlds that are only read may be shared. Each thread may make and
+// destroy worlds and chunks of its own. Start, stop and replacing a slot belong on one thread.
 //
 // Arithmetic. The same bits on every machine, at every processor level and optimisation. The
 // products of two channels: 8 bits, with t = a b, (((t + 128) >> 8) + t + 128) >> 8; 16 bits (a b +

@@ -5,8 +5,9 @@
 // Chunks: typed two-dimensional arrays in handles of the host.
 //
 // A chunk comes back locked: its storage stays where locked_data says until it is unlocked. Locks
-// do not nest. The library counts live chunks; make and dispose them on one thread at a time.
-// A bad argument is reported to the user and gives 516.
+// do not nest. A bad argument is reported to the user ("invalid parameter") and gives 516.
+//
+// Threads: different chunks may be made, used and disposed on different threads.
 
 #include "VX/VX_Types.h"
 
@@ -38,8 +39,9 @@ struct VX_ChannelChunk {
 static_assert(offsetof(VX_ChannelChunk, width) == 32 && offsetof(VX_ChannelChunk, handle) == 56);
 static_assert(sizeof(VX_ChannelChunk) == 72);
 
-// Makes a cleared, locked chunk. width, height and channels are above 0, and the product with the
-// element size below 2^31 a row. 0, 4 when memory is short, 516.
+// Makes a cleared, locked chunk; its host words stay as they were. width, height and channels are
+// above 0, and a row has less than 2^31 bytes. 0; 4 when memory is short, and the chunk then has no
+// handle; 516, and the record is then not written.
 VX_API VX_Err VX_NewChunk(int32_t width, int32_t height, int32_t channels, uint32_t data_type,
                           VX_ChannelChunk* chunk);
 
@@ -52,12 +54,12 @@ VX_API VX_Err VX_UnlockChunk(VX_ChannelChunk* chunk);
 // Frees the storage, locked or not, and clears the whole record. 516 for a null record.
 VX_API VX_Err VX_DisposeChunk(VX_ChannelChunk* chunk);
 
-// Stores the bytes of one element. 0, or 3 for a null place.
+// Stores the bytes of one element. 0, or 516 for a null place.
 VX_API VX_Err VX_ChunkDataSize(uint32_t data_type, uint16_t* element_bytes);
 
-// Copies one channel of a chunk over one channel of another of equal width, height and type. Both
-// are locked for the copy if they are not, and left as they were. 0; 3 after a report for chunks
-// that differ ("can't copy different channel worlds") or a channel that does not exist; 516.
-// `ref` is not read.
+// Copies one channel of a chunk over one channel of another of equal width, height and type, or of
+// the same chunk. Locks are neither needed nor changed. 0, or 3 after a report: for chunks that
+// differ ("can#{rsquo}t copy different channel worlds"), for a null chunk, one without storage or a
+// channel that does not exist (bad parameter). `ref` is not read.
 VX_API VX_Err VX_ChannelCopy(void* ref, const VX_ChannelChunk* src, VX_ChannelChunk* dst,
                              int32_t src_channel, int32_t dst_channel);

@@ -5,8 +5,8 @@
 // What a plug-in asks for while it holds a descriptor: worlds of its own, pixels, planes.
 //
 // Arguments called `ref` are not read. A bad argument is reported to the user and gives 516, a bad
-// argument of the plane calls gives 3. The calls keep no state but the count of live worlds (see
-// VX_World.h).
+// argument of the plane calls gives 3. The calls keep no state but the count of live worlds; any
+// thread may make them.
 
 #include "VX/VX_Types.h"
 
@@ -17,7 +17,7 @@ inline constexpr uint32_t VX_ForeignWorldStamp = 0xAAAAAAAA;  // accepted by VX_
 
 // Makes a world that owns its pixels and describes it in `out`; give it back with
 // VX_DisposeEffectWorld. Sizes 1..30,000, depth 8, 16 or 32. A null `out` does nothing and gives 0.
-// 0, or the code that making the world threw (3, 4, 516).
+// 0, or the code that making the world gave (3 for another depth, 4, 516), with `out` as it was.
 VX_API VX_Err VX_NewEffectWorld(void* ref, int32_t width, int32_t height, int32_t depth, bool clear,
                                 bool use_bm_world, VX_LayerDef* out);
 
@@ -30,7 +30,7 @@ VX_API VX_Err VX_NewEffectWorldFlags(void* ref, int32_t width, int32_t height, u
 VX_API VX_Err VX_DisposeEffectWorld(void* ref, VX_LayerDef* world);
 
 // This platform has no references to hand out: both places become null. 0; 516 after a report for
-// null or a world without a stamp.
+// null or a world without one of the two stamps.
 VX_API VX_Err VX_GetPlatformRefs(void* ref, const VX_LayerDef* world, void** first, void** second);
 
 // --- pixels --------------------------------------------------------------------------------------
@@ -48,13 +48,14 @@ enum : uint32_t { VX_Plane_Alpha = 1, VX_Plane_Red = 2, VX_Plane_Green = 4, VX_P
 
 // Packs the chosen channels of an 8-bit world into a new handle, in the order alpha, red, green,
 // blue, a pixel after the other. A row is ((width + 8) * n + 3) with the lowest bit cleared bytes
-// long for n channels; its tail is not written. The caller frees the handle (U_FreeHandle). The
-// depth is not tested. 0; 3 after a report for a null argument, a world without pixels or a mask
-// above 15; 4.
+// long for n channels; its tail is not written. A width or height below 0 counts as 0, and the
+// handle is valid then as well. The caller frees it (U_FreeHandle). The depth is not tested. 0; 3
+// after a report for a null argument, a world without pixels, a mask above 15, or a row beyond 2^31
+// bytes; 4.
 VX_API VX_Err VX_ExtractPlanes(void* ref, const VX_LayerDef* world, uint32_t mask, void*** handle,
                                int32_t* row_size);
 
 // The reverse: writes the chosen channels of every pixel; the others stay. 0; 3 after a report,
-// also for a null handle or a row size of 0.
+// also for a null handle or a row size that the channels of a row do not fit into.
 VX_API VX_Err VX_InsertPlanes(void* ref, void** handle, int32_t row_size, uint32_t mask,
                               VX_LayerDef* world);

@@ -9,8 +9,7 @@
 // 8, 16 or 32 bits a channel. Errors leave as a thrown VX_Err (see VX.h). When the object itself
 // cannot be allocated, New and NewReference return null. Worlds are destroyed with `delete`.
 //
-// Threads: different worlds may be used on different threads, but making and destroying worlds
-// keeps a plain count and belongs on one thread at a time.
+// Threads: different worlds may be made, used and destroyed on different threads.
 
 #include "VX/VX_Types.h"
 #include "host/U.h"

@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// BM: the host's bitmaps, and the plain frames that hold pixels of worlds.
+// BM: the host's bitmaps, and the plain frames that hold pixels of worlds. Any thread may make and
+// free them; one bitmap is locked, unlocked and disposed on one thread at a time.
 #pragma once
 
 #include <cstdint>

@@ -40,6 +40,8 @@ extern VXHOST_API uint32_t* U_G_CPU_DataP;
 VXHOST_API int32_t U_GetNumThreads();
 
 // ---- Reports ------------------------------------------------------------------------------------
+//
+// Any thread may report, but for Up_ReportError and its storage.
 
 // Working storage of the error text that Up_ReportError shows. One per process and unlocked: it is
 // for start and stop, which run on one thread.
@@ -97,6 +99,8 @@ VXHOST_API U_Err U_SubString(char* buffer, size_t size, const char* form, const 
                              int32_t count);
 
 // ---- Memory -------------------------------------------------------------------------------------
+//
+// Any thread may allocate, and free what another one allocated.
 
 // Allocation of objects through the host. `new` of a class derived from this one gives null, and
 // runs no constructor, when memory is short. Adds no field and no virtual table.

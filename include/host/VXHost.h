@@ -19,7 +19,7 @@
 // ---- Memory -------------------------------------------------------------------------------------
 
 // Where memory comes from. `allocate` gives null when there is none; sizes are at least 1.
-// `release` never sees null.
+// `release` never sees null. Both are called on any thread, several at once.
 struct VXHost_Allocator {
   void* (*allocate)(size_t size, void* context);
   void (*release)(void* block, void* context);

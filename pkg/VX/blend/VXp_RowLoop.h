@@ -11,8 +11,8 @@
 #include "VX/VX_Blend.h"
 #include "blend/VXp_FourPixels.h"
 #include "blend/VXp_LinearLight.h"
-#include "blend/VXp_Random.h"
 #include "blend/modes/VXp_AllModes.h"
+#include "frame/VXp_Random.h"
 #include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"
 

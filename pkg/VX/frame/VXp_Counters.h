@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Two process-wide counts: live worlds that own pixels, and live chunks. Plain numbers without a
-// lock; worlds and chunks are made and disposed on one thread at a time.
+// Two process-wide counts: live worlds that own pixels, and live chunks. They are atomic, so worlds
+// and chunks may be made and disposed on any number of threads.
 
 #include <cstdint>
 
@@ -13,5 +13,5 @@ void VXp_AddLiveWorlds(int32_t delta);
 int32_t VXp_LiveChunks();
 void VXp_AddLiveChunks(int32_t delta);
 
-// Both to 0. Birth calls it.
+// Both to 0. Birth calls it, on one thread.
 void VXp_ResetCounters();

@@ -17,12 +17,19 @@ VX_Err VXp_FailVerification(const char* text, int32_t line) {
   return VXp_FailVerification(kVXp_NoCheckNumber, line, text);
 }
 
+VX_Err VXp_ReportText(uint32_t number, const char* text, VX_Err code) {
+  constexpr int32_t kSeverity = 8;
+  Up_ReportErrString(kVXp_PackageWord | number, kSeverity, text);
+  return code;
+}
+
+VX_Err VXp_ReportEntry(uint32_t number, int32_t entry, VX_Err code) {
+  return VXp_ReportText(number, U_ZLookupLStrCache(&VX_G_zref, entry), code);
+}
+
 VX_Err VXp_BadParameter(uint32_t number) {
   constexpr int32_t kBadParameterText = 4;
-  constexpr int32_t kSeverity = 8;
-  Up_ReportErrString(kVXp_PackageWord | number, kSeverity,
-                     U_ZLookupLStrCache(&VX_G_zref, kBadParameterText));
-  return VX_ErrBadParameter;
+  return VXp_ReportEntry(number, kBadParameterText, VX_ErrBadParameter);
 }
 
 void VXp_Throw(VX_Err code) { throw int32_t{code}; }

@@ -24,8 +24,13 @@ VX_Err VXp_FailVerification(uint32_t number, int32_t line, const char* text);
 // The same for a check without a number. The line is the caller's.
 VX_Err VXp_FailVerification(const char* text, int32_t line = __builtin_LINE());
 
+// Shows the user a text, or an entry of the string table, and gives `code`. The number may come
+// with or without the package word.
+VX_Err VXp_ReportText(uint32_t number, const char* text, VX_Err code);
+VX_Err VXp_ReportEntry(uint32_t number, int32_t entry, VX_Err code);
+
 // The common report of a bad argument, entry 4 of the string table. Gives 3. The number tells the
-// caller: fills 13, world iterators 14, draft copy 48, generic iterator 70.
+// caller: planes out 4 and in 5, fills 13, world iterators 14, draft copy 48, generic iterator 70.
 VX_Err VXp_BadParameter(uint32_t number);
 
 // Throws the code as exactly int32_t by value.

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The random numbers of dissolve.
+// The generator of VX_Rand, where a loop can see into it. Dissolve draws its numbers from it.
 
 #include <cstdint>
 

@@ -1,0 +1,100 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Channels of an 8-bit world, packed into a buffer and back.
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "VX/VX_EffectWorld.h"
+#include "VX/VX_Package.h"
+#include "frame/VXp_Report.h"
+#include "frame/VXp_Rows.h"
+
+namespace {
+
+constexpr uint32_t kExtractNumber = 4;
+constexpr uint32_t kInsertNumber = 5;
+constexpr int32_t kBufferLabel = 3;
+constexpr uint32_t kAllPlanes = VX_Plane_Alpha | VX_Plane_Red | VX_Plane_Green | VX_Plane_Blue;
+
+// The bytes of a pixel that a mask chooses, in order.
+struct Planes {
+  explicit Planes(uint32_t mask) {
+    for (uint32_t byte = 0; byte < 4; ++byte) {
+      if ((mask >> byte & 1) != 0) bytes[count++] = byte;
+    }
+  }
+  size_t count = 0;
+  std::array<size_t, 4> bytes{};
+};
+
+enum class Way { Extract, Insert };
+
+template <Way way, size_t count>
+void MoveRow(uint8_t* pixel, uint8_t* packed, std::array<size_t, 4> bytes, int32_t width) {
+  for (int32_t x = 0; x < width; ++x, pixel += sizeof(VX_Pixel8), packed += count) {
+    for (size_t i = 0; i < count; ++i) {
+      if constexpr (way == Way::Extract) {
+        packed[i] = pixel[bytes[i]];
+      } else {
+        pixel[bytes[i]] = packed[i];
+      }
+    }
+  }
+}
+
+template <Way way>
+void MoveRows(const VX_LayerDef& world, const Planes& planes, void* buffer, int32_t row_size) {
+  using RowMove = void (*)(uint8_t*, uint8_t*, std::array<size_t, 4>, int32_t);
+  constexpr RowMove kMoves[] = {MoveRow<way, 0>, MoveRow<way, 1>, MoveRow<way, 2>, MoveRow<way, 3>,
+                                MoveRow<way, 4>};
+  const RowMove move = kMoves[planes.count];
+  auto* packed = static_cast<uint8_t*>(buffer);
+  for (int32_t y = 0; y < world.height; ++y, packed += row_size) {
+    char* row = VXp_PixelAddress<VX_Pixel8>(world, 0, y);
+    move(reinterpret_cast<uint8_t*>(row), packed, planes.bytes, world.width);
+  }
+}
+
+// Sizes below 0 count as 0.
+int64_t Size(int32_t size) { return std::max(size, 0); }
+
+}  // namespace
+
+VX_Err VX_ExtractPlanes(void*, const VX_LayerDef* world, uint32_t mask, void*** handle,
+                        int32_t* row_size) {
+  if (world == nullptr || world->data == nullptr || mask > kAllPlanes || handle == nullptr ||
+      row_size == nullptr) {
+    return VXp_BadParameter(kExtractNumber);
+  }
+  *handle = nullptr;
+  *row_size = 0;
+  const Planes planes(mask);
+  const int64_t size =
+      ((Size(world->width) + 8) * static_cast<int64_t>(planes.count) + 3) & ~int64_t{1};
+  if (size > std::numeric_limits<int32_t>::max()) return VXp_BadParameter(kExtractNumber);
+
+  void** const made = U_AllocateHandle(kVXp_PackageWord | kExtractNumber,
+                                       U_ZLookupLStrCache(&VX_G_zref, kBufferLabel),
+                                       static_cast<size_t>(Size(world->height) * size));
+  if (made == nullptr) return VX_ErrOutOfMemory;
+  MoveRows<Way::Extract>(*world, planes, *made, static_cast<int32_t>(size));
+  *handle = made;
+  *row_size = static_cast<int32_t>(size);
+  return VX_Ok;
+}
+
+VX_Err VX_InsertPlanes(void*, void** handle, int32_t row_size, uint32_t mask, VX_LayerDef* world) {
+  if (world == nullptr || world->data == nullptr || mask > kAllPlanes || row_size <= 0 ||
+      handle == nullptr || *handle == nullptr) {
+    return VXp_BadParameter(kInsertNumber);
+  }
+  const Planes planes(mask);
+  if (Size(world->width) * static_cast<int64_t>(planes.count) > row_size) {
+    return VXp_BadParameter(kInsertNumber);  // the last row would be read beyond the buffer
+  }
+  MoveRows<Way::Insert>(*world, planes, *handle, row_size);
+  return VX_Ok;
+}

@@ -1,0 +1,65 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "VX/VX_GuessAlpha.h"
+
+#include <type_traits>
+
+#include "frame/VXp_Dispatch.h"
+#include "frame/VXp_PixelTraits.h"
+#include "frame/VXp_Report.h"
+#include "housekeeping/VXp_Area.h"
+
+namespace {
+
+constexpr int32_t kUnableToGuess = 8;
+
+// What alpha and colour of a pixel on white may lack to full scale when each was rounded by itself
+// on its way here: one code, and in float one step of a half float. A product with alpha never
+// rounds to more than alpha, so black needs no such room.
+template <class Pixel>
+constexpr typename VXp_PixelTraits<Pixel>::Work kRounding = 1;
+template <>
+constexpr float kRounding<VX_PixelFloat> = 0x1p-11f;
+
+template <class Pixel>
+void CountRow(const char* row, size_t count, VX_AlphaGuess* found) {
+  using T = VXp_PixelTraits<Pixel>;
+  using Work = typename T::Work;
+  int64_t partial = 0, beyond_black = 0, beyond_white = 0;
+  for (size_t x = 0; x < count; ++x) {
+    const auto p = VXp_Load<Pixel>(row + x * sizeof(Pixel));
+    const Work alpha = p.alpha;
+    const Work brightest = T::Max(p.red, T::Max(p.green, p.blue));
+    const Work darkest = T::Min(p.red, T::Min(p.green, p.blue));
+    const bool counts = (alpha > 0) & (alpha < T::kFull);
+    partial += counts;
+    beyond_black += counts & (brightest > alpha);
+    beyond_white += counts & (darkest < T::kFull - alpha - kRounding<Pixel>);
+  }
+  found->partial += partial;
+  found->beyond_black += beyond_black;
+  found->beyond_white += beyond_white;
+}
+
+int32_t KindOf(const VX_AlphaGuess& found) {
+  if (found.beyond_black > 0 && found.beyond_white > 0) return VX_Alpha_Straight;
+  if (found.beyond_white > 0) return VX_Alpha_PremulBlack;
+  return found.beyond_black > 0 ? VX_Alpha_PremulWhite : 0;
+}
+
+}  // namespace
+
+VX_Err VX_GuessAlpha(void*, const VX_LayerDef* world, VX_AlphaGuess* out) {
+  if (out == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
+  *out = {};
+  if (world == nullptr || world->data == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
+  const auto guess = [&]<class Pixel>(const VX_WorldX<Pixel>& typed) -> VX_Err {
+    VXp_ForRows<Pixel>(typed, VXp_WholeArea(typed),
+                       [&](const char* row, size_t count) { CountRow<Pixel>(row, count, out); });
+    out->kind = KindOf(*out);
+    if (out->kind != 0) return VX_Ok;
+    return VXp_ReportEntry(kVXp_NoCheckNumber, kUnableToGuess, VX_ErrBadParameter);
+  };
+  return VXp_WithWorlds(world, kVXp_UnknownDepthText, guess, world);
+}

@@ -144,3 +144,9 @@ std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries() {
   }
   return list;
 }
+
+void VXIO_SetThreads(int32_t count) {
+  // OpenEXR has threads of its own beside the caller's; -1 is none of them.
+  static_cast<void>(OIIO::attribute("threads", count));
+  static_cast<void>(OIIO::attribute("exr_threads", count > 1 ? count : -1));
+}

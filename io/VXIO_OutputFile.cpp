@@ -19,37 +19,56 @@
 
 namespace {
 
-// Names of the temporaries that exist, for a signal handler that may only touch plain memory. A
-// slot is claimed and released with the signals blocked, so that the handler never sees half a
-// name.
-constexpr int kSlots = 16;
+// Names of the temporaries that exist, for a signal handler that may only touch plain memory. Pages
+// of slots that were never used cost nothing.
+constexpr int kSlots = 1024;
 struct Slot {
-  volatile sig_atomic_t used = 0;
+  bool used = false;
   char path[PATH_MAX] = {};
 };
 Slot g_slots[kSlots];
 std::mutex g_slot_mutex;
+// Taken by whoever makes, renames or removes a temporary, and for good by the handler, which may
+// run on any thread: otherwise a temporary could be made between the handler's look at the slots
+// and the end of the process.
+std::atomic<bool> g_slots_taken{false};
+
+void TakeSlots() {
+  while (g_slots_taken.exchange(true, std::memory_order_acquire)) {
+    timespec pause{0, 100'000};
+    nanosleep(&pause, nullptr);
+  }
+}
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 extern "C" void RemoveTemporaries(int signal_number) {
+  TakeSlots();
   for (Slot& slot : g_slots) {
     if (slot.used) unlink(slot.path);
   }
   _exit(128 + signal_number);
 }
 
-class SignalsBlocked {
+// The slots in this thread's hand. Its own signals wait, because the handler would otherwise wait
+// for the thread that it interrupted.
+class SlotsTaken {
  public:
-  SignalsBlocked() {
+  SlotsTaken() {
     sigset_t set;
     sigemptyset(&set);
     for (int number : kSignals) sigaddset(&set, number);
     pthread_sigmask(SIG_BLOCK, &set, &before_);
+    g_slot_mutex.lock();  // so that only the handler and one other ever meet in TakeSlots
+    TakeSlots();
   }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+  ~SlotsTaken() {
+    g_slots_taken.store(false, std::memory_order_release);
+    g_slot_mutex.unlock();
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+  SlotsTaken(const SlotsTaken&) = delete;
+  SlotsTaken& operator=(const SlotsTaken&) = delete;
 
  private:
   sigset_t before_;
@@ -60,8 +79,7 @@ int ClaimSlot(const std::string& path) {
   for (int i = 0; i < kSlots; ++i) {
     if (g_slots[i].used) continue;
     std::memcpy(g_slots[i].path, path.c_str(), path.size() + 1);
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-    g_slots[i].used = 1;
+    g_slots[i].used = true;
     return i;
   }
   return -1;
@@ -115,8 +133,7 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
   int error_number = 0;
   for (int attempt = 0; attempt < 100 && descriptor < 0; ++attempt) {
     temporary_ = TemporaryName(target_);
-    std::lock_guard lock(g_slot_mutex);
-    SignalsBlocked blocked;
+    SlotsTaken taken;
     descriptor = open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     error_number = errno;
     if (descriptor >= 0) {
@@ -133,10 +150,9 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
 
 VXIOp_OutputFile::~VXIOp_OutputFile() {
   if (stream_) fclose(stream_);
-  std::lock_guard lock(g_slot_mutex);
-  SignalsBlocked blocked;
+  SlotsTaken taken;
   if (!temporary_.empty()) unlink(temporary_.c_str());
-  if (slot_ >= 0) g_slots[slot_].used = 0;
+  if (slot_ >= 0) g_slots[slot_].used = false;
 }
 
 void VXIOp_OutputFile::Throw(const std::string& what, int error_number) const {
@@ -154,9 +170,9 @@ void VXIOp_OutputFile::Finish() {
   if (!ok) Throw("cannot be written", error_number);
 }
 
-void VXIOp_OutputFile::Commit(VXIO_Clobber clobber) {
-  std::lock_guard lock(g_slot_mutex);
-  SignalsBlocked blocked;
+// Gives the temporary its name; 0 or -1 with errno, as rename.
+int VXIOp_OutputFile::Rename(VXIO_Clobber clobber) {
+  SlotsTaken taken;
   int result = -1;
   if (clobber == VXIO_Clobber::Refuse) {
     result = renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE);
@@ -165,13 +181,20 @@ void VXIOp_OutputFile::Commit(VXIO_Clobber clobber) {
       result = link(temporary_.c_str(), target_.c_str());
       if (result == 0) unlink(temporary_.c_str());
     }
-    if (result != 0 && errno == EEXIST)
-      VXIOp_ThrowOutput(path_, "exists and may not be overwritten");
   } else {
     result = rename(temporary_.c_str(), target_.c_str());
   }
-  if (result != 0) Throw("cannot be put in place", errno);
-  temporary_.clear();
+  if (result == 0) temporary_.clear();
+  return result;
+}
+
+void VXIOp_OutputFile::Commit(VXIO_Clobber clobber) {
+  if (Rename(clobber) != 0) {
+    if (clobber == VXIO_Clobber::Refuse && errno == EEXIST) {
+      VXIOp_ThrowOutput(path_, "exists and may not be overwritten");
+    }
+    Throw("cannot be put in place", errno);
+  }
   // The new name itself also has to reach the disk; a file system that cannot do that is no
   // failure.
   int folder = open(FolderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -186,6 +209,10 @@ void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber) {
     VXIOp_ThrowOutput(path, "the extension names no format that can be written; use one of " +
                                 VXIOp_FormatNames());
   }
+  VXIO_CheckFile(path, clobber);
+}
+
+void VXIO_CheckFile(const std::string& path, VXIO_Clobber clobber) {
   std::string target = FollowLinks(path);
   struct stat status {};
   std::string folder = FolderOf(target);
@@ -204,8 +231,16 @@ void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber) {
   }
   if (S_ISDIR(status.st_mode)) VXIOp_ThrowOutput(path, "is a folder; name a file in it");
   if (!S_ISREG(status.st_mode)) {
-    VXIOp_ThrowOutput(path, "is not a regular file; a picture cannot replace it");
+    VXIOp_ThrowOutput(path, "is not a regular file and cannot be replaced");
   }
+}
+
+void VXIO_WriteText(const std::string& path, const std::string& text) {
+  VXIO_CheckFile(path, VXIO_Clobber::Overwrite);
+  VXIOp_OutputFile file(path);
+  static_cast<void>(fwrite(text.data(), 1, text.size(), file.stream()));  // Finish looks
+  file.Finish();
+  file.Commit(VXIO_Clobber::Overwrite);
 }
 
 void VXIO_RemoveTemporariesOnSignals() {

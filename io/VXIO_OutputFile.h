@@ -30,6 +30,8 @@ class VXIOp_OutputFile {
   [[noreturn]] void Throw(const std::string& what, int error_number) const;
 
  private:
+  int Rename(VXIO_Clobber clobber);
+
   std::string path_;    // as the caller named it, for messages
   std::string target_;  // with links followed
   std::string temporary_;

@@ -321,12 +321,19 @@ void CheckWritten(const std::string& path, const VXIOp_OutputFile& file, Plan* p
                            " of the input");
 }
 
+void RefuseWarnings(const Plan& plan, const VXIO_WriteOptions& options) {
+  if (options.strict && !plan.warnings.empty()) {
+    throw VXIO_Error(VXIO_ErrorKind::Output, plan.warnings[0] + " (--strict)");
+  }
+}
+
 }  // namespace
 
 std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
                                     const VXIO_WriteOptions& options) {
   VXIO_CheckOutput(path, options.clobber);
   Plan plan = MakePlan(path, world, options);
+  RefuseWarnings(plan, options);
   VXIOp_OutputFile file(path);
   auto out = OIIO::ImageOutput::create(plan.format->oiio_name);
   if (!out) {
@@ -372,6 +379,7 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
                             " holds colours multiplied by alpha; " + "those of " +
                             std::to_string(writer.hidden()) + " transparent pixels are lost");
   }
+  RefuseWarnings(plan, options);
   file.Commit(options.clobber);
   return plan.warnings;
 }

@@ -120,6 +120,7 @@ struct VXIO_WriteOptions {
   VXIO_Metadata metadata;
   bool keep_alpha = false;  // store alpha also when every pixel is opaque
   VXIO_Clobber clobber = VXIO_Clobber::Overwrite;
+  bool strict = false;  // what would be a warning is an error (Output), and nothing is written
 };
 
 // Throws what is wrong with an output name before any work is done: unknown extension, missing or
@@ -132,6 +133,16 @@ VXIO_API void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber);
 // warning. Returns the warnings.
 VXIO_API std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
                                              const VXIO_WriteOptions& options);
+
+// The same for a file that is no picture: a list, a report.
+VXIO_API void VXIO_CheckFile(const std::string& path, VXIO_Clobber clobber);
+// Puts a text in place of what a file holds, in the way VXIO_Write does.
+VXIO_API void VXIO_WriteText(const std::string& path, const std::string& text);
+
+// Threads that OpenImageIO and the libraries under it may use for one picture, the caller's
+// included; without a call, all processors. For programs that read several pictures at once. Not
+// while a picture is read or written.
+VXIO_API void VXIO_SetThreads(int32_t count);
 
 // Makes INT, TERM and HUP remove the temporary files of this process and end it with 128 + signal.
 // For programs; a library inside somebody else's program leaves signals alone.

@@ -1,0 +1,240 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "VXIO/VXIO_Sequence.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <unordered_set>
+
+#include "VXIO_Open.h"
+
+namespace {
+
+constexpr size_t kMostDigits = 15;
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Where in a file name a number stands, and its least number of digits.
+struct Place {
+  size_t begin, end, digits;
+};
+
+// The form %d, %4d or %04d that begins at a percent sign.
+std::optional<Place> PercentPlace(const std::string& name, size_t begin) {
+  size_t end = begin + 1;
+  while (end < name.size() && IsDigit(name[end])) ++end;
+  if (end == name.size() || name[end] != 'd') return std::nullopt;
+  std::string width = name.substr(begin + 1, end - begin - 1);
+  // Out of range counts as too many; a width without its zero pads with blanks, told by 0 digits.
+  size_t digits = width.empty()      ? 1
+                  : width[0] != '0'  ? 0
+                  : width.size() > 3 ? kMostDigits + 1
+                                     : std::max<size_t>(1, std::stoul(width));
+  return Place{begin, end + 1, digits};
+}
+
+std::vector<Place> PlacesIn(const std::string& name) {
+  std::vector<Place> places;
+  for (size_t i = 0; i < name.size();) {
+    size_t end = i;
+    while (end < name.size() && name[end] == '#') ++end;
+    if (end > i) {
+      places.push_back({i, end, end - i});
+      i = end;
+      continue;
+    }
+    std::optional<Place> place;
+    if (name[i] == '%') place = PercentPlace(name, i);
+    if (place) places.push_back(*place);
+    i = place ? place->end : i + 1;
+  }
+  return places;
+}
+
+std::string Padded(int64_t frame, size_t digits) {
+  std::string text = std::to_string(frame);
+  return text.size() < digits ? std::string(digits - text.size(), '0') + text : text;
+}
+
+// Calls `look` with each name in a folder.
+template <class Look>
+void ForEachName(const std::string& folder, Look look) {
+  std::unique_ptr<DIR, int (*)(DIR*)> open(opendir(folder.empty() ? "." : folder.c_str()),
+                                           &closedir);
+  if (!open) {
+    VXIOp_ThrowInput(folder, std::string("the folder cannot be read: ") + strerror(errno));
+  }
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(open.get());
+    if (!entry) break;
+    look(std::string(entry->d_name));
+  }
+  if (errno != 0) {
+    VXIOp_ThrowInput(folder, std::string("the folder cannot be read: ") + strerror(errno));
+  }
+}
+
+// The digits between two texts, or nothing.
+std::string Between(const std::string& name, const std::string& before, const std::string& after) {
+  if (name.size() <= before.size() + after.size()) return "";
+  if (!name.starts_with(before) || !name.ends_with(after)) return "";
+  std::string middle = name.substr(before.size(), name.size() - before.size() - after.size());
+  return std::all_of(middle.begin(), middle.end(), IsDigit) ? middle : "";
+}
+
+}  // namespace
+
+// --- patterns ------------------------------------------------------------------------------------
+
+bool VXIO_FramePattern::IsPattern(const std::string& name) {
+  return !PlacesIn(name.substr(name.rfind('/') + 1)).empty();
+}
+
+VXIO_FramePattern::VXIO_FramePattern(const std::string& name) {
+  const size_t file = name.rfind('/') + 1;
+  const std::string own = name.substr(file);
+  const std::vector<Place> places = PlacesIn(own);
+  auto refuse = [&](const char* why) { throw std::invalid_argument(name + ": " + why); };
+  if (places.empty()) refuse("has no place for the frame number; write #### or %04d for it");
+  if (places.size() > 1) refuse("has more than one place for the frame number");
+  if (places[0].digits == 0) refuse("pads with blanks; write %04d for four digits");
+  if (places[0].digits > kMostDigits) refuse("has more than 15 digits for the frame number");
+  folder_ = name.substr(0, file);
+  before_ = own.substr(0, places[0].begin);
+  after_ = own.substr(places[0].end);
+  digits_ = places[0].digits;
+}
+
+std::string VXIO_FramePattern::Name(int64_t frame) const {
+  return folder_ + before_ + Padded(frame, digits_) + after_;
+}
+
+std::string VXIO_FramePattern::Spelled() const {
+  return folder_ + before_ + std::string(digits_, '#') + after_;
+}
+
+std::optional<int64_t> VXIO_FramePattern::FrameOf(const std::string& path) const {
+  std::string digits = Between(path.substr(path.rfind('/') + 1), before_, after_);
+  if (digits.empty() || digits.size() > kMostDigits) return std::nullopt;
+  int64_t frame = std::stoll(digits);
+  if (Padded(frame, digits_) != digits) return std::nullopt;
+  return frame;
+}
+
+std::vector<int64_t> VXIO_FramePattern::FramesOnDisk() const {
+  std::vector<int64_t> frames;
+  ForEachName(folder_, [&](const std::string& name) {
+    if (std::optional<int64_t> frame = FrameOf(name)) frames.push_back(*frame);
+  });
+  if (static_cast<int64_t>(frames.size()) > VXIO_MostFrames) {
+    VXIOp_ThrowInput(Spelled(), "has more than " + std::to_string(VXIO_MostFrames) + " frames");
+  }
+  std::sort(frames.begin(), frames.end());
+  return frames;
+}
+
+std::string VXIO_FramePattern::NearMiss() const {
+  std::string found;
+  ForEachName(folder_, [&](const std::string& name) {
+    std::string digits = Between(name, before_, after_);
+    if (found.empty() && !digits.empty() && digits.size() <= kMostDigits) {
+      found = folder_ + before_ + std::string(digits.size(), '#') + after_;
+    }
+  });
+  return found;
+}
+
+// --- sets of frames ------------------------------------------------------------------------------
+
+namespace {
+
+constexpr const char* kForms = "must be a frame 7, a range 1-10 or a range with a step 1-10x2";
+
+[[noreturn]] void RefuseFrames(const std::string& piece, const std::string& why) {
+  throw std::invalid_argument("'" + piece + "': " + why);
+}
+
+struct Range {
+  int64_t first, last, step;
+};
+
+// Takes a number off the front of what is left.
+int64_t TakeNumber(const std::string& piece, size_t* at) {
+  size_t end = *at;
+  while (end < piece.size() && IsDigit(piece[end])) ++end;
+  if (end == *at && end < piece.size() && piece[end] == '-') {
+    RefuseFrames(piece, "negative frame numbers are not supported");
+  }
+  if (end == *at) RefuseFrames(piece, kForms);
+  std::string digits = piece.substr(*at, end - *at);
+  size_t zeros = std::min(digits.find_first_not_of('0'), digits.size() - 1);
+  if (digits.size() - zeros > kMostDigits) RefuseFrames(piece, "the number has too many digits");
+  *at = end;
+  return std::stoll(digits);
+}
+
+Range ParsePiece(const std::string& piece) {
+  size_t at = 0;
+  Range range{TakeNumber(piece, &at), 0, 1};
+  range.last = range.first;
+  if (at < piece.size() && piece[at] == '-') {
+    range.last = TakeNumber(piece, &++at);
+    if (at < piece.size() && (piece[at] == 'x' || piece[at] == ':')) {
+      range.step = TakeNumber(piece, &++at);
+      if (range.step == 0) RefuseFrames(piece, "the step must be 1 or more");
+    }
+  }
+  if (at != piece.size()) {
+    RefuseFrames(piece, kForms);
+  }
+  return range;
+}
+
+}  // namespace
+
+std::vector<int64_t> VXIO_ParseFrames(const std::string& words) {
+  std::vector<int64_t> frames;
+  std::unordered_set<int64_t> seen;
+  for (size_t begin = 0; begin <= words.size();) {
+    size_t end = std::min(words.find(',', begin), words.size());
+    const std::string piece = words.substr(begin, end - begin);
+    const Range range = ParsePiece(piece);
+    const int64_t count = std::abs(range.last - range.first) / range.step + 1;
+    if (count > VXIO_MostFrames) {
+      RefuseFrames(piece, "more than " + std::to_string(VXIO_MostFrames) + " frames");
+    }
+    const int64_t step = range.last < range.first ? -range.step : range.step;
+    for (int64_t i = 0; i < count; ++i) {
+      int64_t frame = range.first + i * step;
+      if (seen.insert(frame).second) frames.push_back(frame);
+    }
+    if (static_cast<int64_t>(frames.size()) > VXIO_MostFrames) {
+      RefuseFrames(piece, "more than " + std::to_string(VXIO_MostFrames) + " frames in all");
+    }
+    begin = end + 1;
+  }
+  return frames;
+}
+
+std::string VXIO_FrameWords(const std::vector<int64_t>& frames, size_t most) {
+  std::string words;
+  size_t pieces = 0;
+  for (size_t i = 0; i < frames.size();) {
+    if (pieces++ == most) {
+      return words + " and " + std::to_string(frames.size() - i) + " more";
+    }
+    size_t last = i;
+    while (last + 1 < frames.size() && frames[last + 1] == frames[last] + 1) ++last;
+    if (!words.empty()) words += ",";
+    words += std::to_string(frames[i]);
+    if (last > i) words += "-" + std::to_string(frames[last]);
+    i = last + 1;
+  }
+  return words;
+}

@@ -17,14 +17,19 @@
 //   Errors    The first result of the pixel function that is not 0 ends the walk and is returned;
 //             what was written stays. 3 after a report for missing worlds, pixels or function, or
 //             unequal or unknown depths. What a progress or pixel function throws is turned into
-//             a code.
+//             a code: a VX_Err is the code itself, a std::exception is reported and gives 4 or 516.
+//
+// VX_ForEachPixel.h is the same for C++: it takes a lambda and lets exceptions through.
 
 #include <cstdint>
 
 #include "VX/VX_Types.h"
 
 // Called once a pixel with its column and row in the destination. `in` is null when there is no
-// source. The pixel type is that of the depth.
+// source, and is not to be written through: it may point into the source world. The pixel type is
+// that of the depth. Both pointers are handed over raw: in a world of the library's own they are
+// aligned, but rows described by a caller may start at any byte, and then the function must copy
+// the pixel (std::memcpy) instead of dereferencing.
 using VX_PixelFunc = VX_Err (*)(void* refcon, int32_t x, int32_t y, void* in, void* out);
 
 using VX_IterateFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
@@ -51,8 +56,10 @@ VX_API VX_Err VX_IterateOriginAll(VX_ProgressInfo* progress, int32_t progress_ba
                                   const M_Rect* area, const M_Point* origin, void* refcon,
                                   VX_PixelFunc function, VX_LayerDef* dst);
 
-// Passes each channel through a table of 256 bytes; a null table is the identity. 8-bit worlds
-// only, and a source is needed.
+// Passes each channel through a table of 256 bytes; a null table is the identity. A source is
+// needed, and both worlds must be 8-bit: 3 after a report for a null source or a world with bit 0
+// of world_flags set. Nothing else tells the depth here; a float world is not refused but taken
+// for 8-bit pixels, which is of no use. The tables must not lie in the destination.
 using VX_IterateLUTFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
                                      int32_t progress_final, const VX_LayerDef* src,
                                      const M_Rect* area, const uint8_t* alpha_table,

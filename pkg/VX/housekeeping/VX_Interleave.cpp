@@ -1,0 +1,77 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "VX/VX_Interleave.h"
+
+#include "frame/VXp_Report.h"
+#include "frame/VXp_Rows.h"
+
+namespace {
+
+using Vector = M_Vector2T<int32_t>;
+
+// Distances in bytes between the samples of one side.
+struct Side {
+  ptrdiff_t row;
+  ptrdiff_t column;
+
+  ptrdiff_t To(const Vector& offset) const { return row * offset.y + column * offset.x; }
+};
+
+template <class Channel>
+void CopyRows(const char* in, const Side& from, char* out, const Side& to, const Vector& size) {
+  for (ptrdiff_t y = 0; y < size.y; ++y) {
+    const char* in_sample = in + y * from.row;
+    char* out_sample = out + y * to.row;
+    for (ptrdiff_t x = 0; x < size.x; ++x) {
+      VXp_Store(out_sample, VXp_Load<Channel>(in_sample));
+      in_sample += from.column;
+      out_sample += to.column;
+    }
+  }
+}
+
+template <class Channel>
+VX_Err CopySamples(const Channel* src, const Vector& src_offset, const Side& from, Channel* dst,
+                   const Vector& dst_offset, const Side& to, const Vector& size) {
+  if (size.x < 1 || size.y < 1) return VX_Ok;
+  CopyRows<Channel>(reinterpret_cast<const char*>(src) + from.To(src_offset), from,
+                    reinterpret_cast<char*>(dst) + to.To(dst_offset), to, size);
+  return VX_Ok;
+}
+
+}  // namespace
+
+template <class Channel>
+VX_Err VX_Deinterleave1(const Channel* src, int32_t src_rowbytes, int32_t dst_rowbytes,
+                        int32_t channels, Vector size, Vector src_offset, Vector dst_offset,
+                        Channel* dst) {
+  if (src == nullptr || dst == nullptr || channels < 1) {
+    return VXp_FailVerification("Bad parameter to VX_Deinterleave1()");
+  }
+  constexpr ptrdiff_t kSample = sizeof(Channel);
+  return CopySamples(src, src_offset, {src_rowbytes, kSample * channels}, dst, dst_offset,
+                     {dst_rowbytes, kSample}, size);
+}
+
+template <class Channel>
+VX_Err VX_Interleave1to4(const Channel* src, int32_t src_rowbytes, int32_t dst_rowbytes,
+                         int32_t channels, Vector size, Vector src_offset, Vector dst_offset,
+                         Channel* dst) {
+  if (src == nullptr || dst == nullptr || channels < 1) {
+    return VXp_FailVerification("Bad parameter to VX_Interleave1to4()");
+  }
+  constexpr ptrdiff_t kSample = sizeof(Channel);
+  return CopySamples(src, src_offset, {src_rowbytes, kSample}, dst, dst_offset,
+                     {dst_rowbytes, kSample * channels}, size);
+}
+
+#define VX_INSTANTIATE(Channel)                                                               \
+  template VX_API VX_Err VX_Deinterleave1(const Channel*, int32_t, int32_t, int32_t, Vector,  \
+                                          Vector, Vector, Channel*);                          \
+  template VX_API VX_Err VX_Interleave1to4(const Channel*, int32_t, int32_t, int32_t, Vector, \
+                                           Vector, Vector, Channel*)
+
+VX_INSTANTIATE(uint8_t);
+VX_INSTANTIATE(uint16_t);
+VX_INSTANTIATE(float);

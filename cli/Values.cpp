@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <numeric>
+#include <type_traits>
 
 #include "Errors.h"
+#include "VX/VX_CallbackBlock.h"
 #include "VX/VX_Transfer.h"
 
 namespace vxcli {
@@ -111,12 +114,53 @@ M_Rect ParseRect(const std::string& option, const std::string& word) {
   return rect;
 }
 
+bool IsSize(const std::string& word) {
+  size_t cross = word.find('x');
+  return cross != std::string::npos && cross > 0 && cross + 1 < word.size() &&
+         word.find_first_not_of("0123456789") == cross &&
+         word.find_first_not_of("0123456789", cross + 1) == std::string::npos;
+}
+
+Size ParseSize(const std::string& option, const std::string& word, int64_t least) {
+  if (!IsSize(word)) Refuse(option, word, "WIDTHxHEIGHT, such as 640x480");
+  size_t cross = word.find('x');
+  return {
+      static_cast<int32_t>(ParseInteger(option + " width", word.substr(0, cross), least, 30000)),
+      static_cast<int32_t>(ParseInteger(option + " height", word.substr(cross + 1), least, 30000))};
+}
+
+template <class Pixel>
+Pixel ParseColor(const std::string& option, const std::string& word) {
+  using Channel = VX_ChannelOf<Pixel>;
+  std::vector<std::string> parts = SplitAtCommas(word);
+  if (parts.size() != 4) Refuse(option, word, "four numbers A,R,G,B");
+  std::array<Channel, 4> values{};
+  for (size_t i = 0; i < 4; ++i) {
+    if constexpr (std::is_floating_point_v<Channel>) {
+      constexpr double limit = std::numeric_limits<Channel>::max();
+      values[i] = static_cast<Channel>(ParseNumber(option, parts[i], -limit, limit));
+    } else {
+      constexpr int64_t full = sizeof(Channel) == 1 ? 255 : 32768;
+      values[i] = static_cast<Channel>(ParseInteger(option, parts[i], 0, full));
+    }
+  }
+  return {values[0], values[1], values[2], values[3]};
+}
+template VX_Pixel8 ParseColor(const std::string&, const std::string&);
+template VX_Pixel16 ParseColor(const std::string&, const std::string&);
+template VX_PixelFloat ParseColor(const std::string&, const std::string&);
+
 int32_t ParseDepth(const std::string& word, Keep keep) {
   if (word == "keep" && keep == Keep::Allowed) return 0;
   if (word == "8") return 8;
   if (word == "16") return 16;
   if (word == "32") return 32;
   Refuse("--depth", word, keep == Keep::Allowed ? "8, 16, 32 or keep" : "8, 16 or 32");
+}
+
+int32_t ParseQuality(const std::string& word) {
+  return ParseChoice("--quality", word, {"draft", "high"}) == 0 ? VX_Quality_Draft
+                                                                : VX_Quality_High;
 }
 
 int32_t ParseChoice(const std::string& option, const std::string& word,

@@ -32,11 +32,26 @@ Point ParsePoint(const std::string& option, const std::string& word, int64_t lea
 // "L,T,R,B" with R beyond L and B beyond T.
 M_Rect ParseRect(const std::string& option, const std::string& word);
 
+// "640x480", sides from `least` to 30000.
+struct Size {
+  int32_t width = 0, height = 0;
+};
+Size ParseSize(const std::string& option, const std::string& word, int64_t least);
+// Whether a word has that form at all.
+bool IsSize(const std::string& word);
+
+// "A,R,G,B" in the scale of the pixel: 0..255, 0..32768, or any finite numbers.
+template <class Pixel>
+Pixel ParseColor(const std::string& option, const std::string& word);
+
 std::vector<std::string> SplitAtCommas(const std::string& word);
 
 // "8", "16" or "32"; "keep" gives 0 where it is allowed.
 enum class Keep { Allowed, Refused };
 int32_t ParseDepth(const std::string& word, Keep keep);
+
+// "draft" or "high" as VX_Quality_...
+int32_t ParseQuality(const std::string& word);
 
 // One of a few words; gives its position.
 int32_t ParseChoice(const std::string& option, const std::string& word,

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // vx fill: a picture of one colour, or an area of a picture painted over.
 
-#include <limits>
 #include <memory>
 
 #include "Console.h"
@@ -21,51 +20,21 @@ struct FillWords {
   bool overwrite = false, no_clobber = false;
 };
 
-// "640x480"; false for anything else.
-bool IsSize(const std::string& word, int32_t* width, int32_t* height) {
-  size_t cross = word.find('x');
-  if (cross == std::string::npos || cross == 0 || cross + 1 == word.size()) return false;
-  std::string first = word.substr(0, cross), second = word.substr(cross + 1);
-  const char* digits = "0123456789";
-  if (first.find_first_not_of(digits) != std::string::npos) return false;
-  if (second.find_first_not_of(digits) != std::string::npos) return false;
-  *width = static_cast<int32_t>(ParseInteger("width", first, 1, 30000));
-  *height = static_cast<int32_t>(ParseInteger("height", second, 1, 30000));
-  return true;
-}
-
-// Four numbers in the scale of the depth.
-template <class Pixel>
-Pixel ParseColor(const std::string& word, int64_t full) {
-  std::vector<std::string> parts = SplitAtCommas(word);
-  if (parts.size() != 4) throw UsageError("--color '" + word + "': must be four numbers A,R,G,B");
-  VX_ChannelOf<Pixel> values[4];
-  for (size_t i = 0; i < 4; ++i) {
-    if constexpr (std::is_floating_point_v<VX_ChannelOf<Pixel>>) {
-      constexpr double limit = std::numeric_limits<float>::max();
-      values[i] = static_cast<float>(ParseNumber("--color", parts[i], -limit, limit));
-    } else {
-      values[i] = static_cast<VX_ChannelOf<Pixel>>(ParseInteger("--color", parts[i], 0, full));
-    }
-  }
-  return {values[0], values[1], values[2], values[3]};
-}
-
 // Paints with the fill of the world's own depth.
 void Paint(const std::string& word, const M_Rect* area, VX_World* world) {
   switch (world->Depth()) {
     case 8: {
-      auto color = ParseColor<VX_Pixel8>(word, 255);
+      auto color = ParseColor<VX_Pixel8>("--color", word);
       Check(VX_Fill(nullptr, &color, area, world), "fill");
       break;
     }
     case 16: {
-      auto color = ParseColor<VX_Pixel16>(word, 32768);
+      auto color = ParseColor<VX_Pixel16>("--color", word);
       Check(VX_Fill16(nullptr, &color, area, world), "fill");
       break;
     }
     default: {
-      auto color = ParseColor<VX_PixelFloat>(word, 1);
+      auto color = ParseColor<VX_PixelFloat>("--color", word);
       Check(VX_FillFloat(nullptr, &color, area, world), "fill");
       break;
     }
@@ -73,8 +42,8 @@ void Paint(const std::string& word, const M_Rect* area, VX_World* world) {
 }
 
 int Run(const FillWords& words) {
-  int32_t width = 0, height = 0;
-  const bool fresh = IsSize(words.target, &width, &height);
+  const bool fresh = IsSize(words.target);
+  const Size size = fresh ? ParseSize("TARGET", words.target, 1) : Size{};
   int32_t depth = words.depth.empty() ? (fresh ? 8 : 0) : ParseDepth(words.depth, Keep::Refused);
   M_Rect area{};
   if (!words.area.empty()) area = ParseRect("--area", words.area);
@@ -83,7 +52,8 @@ int Run(const FillWords& words) {
   VXIO_CheckOutput(words.output, options.clobber);
   VXIO_WorldPtr world;
   if (fresh) {
-    world.reset(VX_World::New(width, height, static_cast<int16_t>(depth), VX_WorldFlag_Clear));
+    world.reset(
+        VX_World::New(size.width, size.height, static_cast<int16_t>(depth), VX_WorldFlag_Clear));
     if (!world) throw VX_Err{VX_ErrOutOfMemory};
   } else {
     VXIO_Picture picture = VXIO_Read(words.target, depth);

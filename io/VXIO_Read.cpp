@@ -143,12 +143,18 @@ VXIO_Info VXIO_ReadInfo(const std::string& path) {
   return info;
 }
 
-VXIO_Picture VXIO_Read(const std::string& path, int32_t depth) {
+VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alpha) {
   VXIOp_Open open = VXIOp_OpenPicture(path);
+  const bool divides =
+      open.alpha != VXIO_AlphaKind::None &&
+      (alpha == VXIO_AlphaAs::Premultiplied ||
+       (alpha == VXIO_AlphaAs::File && open.alpha == VXIO_AlphaKind::Premultiplied));
+  if (alpha == VXIO_AlphaAs::Ignore) open.channels.alpha = -1;
   // A float world takes 16-bit samples directly: going through white at 32768 would cost a bit.
   int32_t own = depth == 32 && open.depth == 16 ? 32 : open.depth;
   VXIO_Picture picture;
-  picture.has_alpha = open.alpha != VXIO_AlphaKind::None;
+  picture.alpha = open.alpha;
+  picture.has_alpha = open.channels.alpha >= 0;
   picture.world = VXIOp_NewWorld(open.width(), open.height(), own);
   int64_t bare = 0;
   try {
@@ -160,7 +166,7 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth) {
   }
   // Dividing is finer at the deeper of the two depths.
   if (depth > own) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
-  if (open.alpha == VXIO_AlphaKind::Premultiplied) {
+  if (divides) {
     VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));
     if (bare > 0) {
       open.warnings.push_back(path + ": " + std::to_string(bare) +

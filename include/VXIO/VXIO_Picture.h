@@ -99,15 +99,25 @@ struct VXIO_Info {
 
 VXIO_API VXIO_Info VXIO_ReadInfo(const std::string& path);
 
+// How the colours of a file with alpha are taken.
+enum class VXIO_AlphaAs {
+  File,           // as the file says
+  Straight,       // as they stand, whatever the file says
+  Premultiplied,  // multiplied by alpha, whatever the file says: divided once
+  Ignore          // as they stand, and the picture is opaque
+};
+
 struct VXIO_Picture {
   VXIO_WorldPtr world;
   VXIO_Metadata metadata;
-  bool has_alpha = false;  // the file had an alpha channel
+  bool has_alpha = false;  // the file had an alpha channel, and it was not ignored
+  VXIO_AlphaKind alpha = VXIO_AlphaKind::None;  // what the file says
   std::vector<std::string> warnings;
 };
 
 // Reads the first picture of a file. `depth` is 8, 16, 32, or 0 for the depth of the file.
-VXIO_API VXIO_Picture VXIO_Read(const std::string& path, int32_t depth = 0);
+VXIO_API VXIO_Picture VXIO_Read(const std::string& path, int32_t depth = 0,
+                                VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
 // A copy of the world at another depth, or the world itself when it has that depth already.
 VXIO_API VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth);

@@ -144,8 +144,9 @@ VX_API VX_ComputeWeightCall VX_SubpixelSampleComputeWeight;
 // coordinates, the same on y; radii below 32768 count as 32768. A pixel weighs the width times the
 // height that is covered; outside the world is zero and counts in the area, which is computed from
 // the radii. Straight colour is the average weighted by alpha. Integer results are value + 0.5
-// truncated, and the zero pixel where alpha comes out 0; sums are double. A call costs the pixels
-// under the footprint that lie in the world.
+// truncated, from exact sums; float sums are double. The zero pixel where an integer alpha comes
+// out 0, and where the float sum of alphas is 0, also for the premultiplied ones. A call costs the
+// pixels under the footprint that lie in the world.
 VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Straight;
 VX_API VX_SampleCall<VX_Pixel16> VX_AreaSample_Straight16;
 VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Premul;

@@ -1,0 +1,87 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "VX/VX_CallbackBlock.h"
+#include "VX/VX_Sampling.h"
+
+VX_Err VX_GetSamplerSet8(VX_SamplerSet<VX_Pixel8>* out) {
+  if (out == nullptr) return VX_ErrBadParameter;
+  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
+  *out = {.all_in = slots.VX_SubpixelSamplePlus_Straight,
+          .clipped = slots.VX_SubpixelSample_Straight,
+          .box = slots.VX_AreaSample_Straight,
+          .unclipped = slots.VX_SubpixelSampleNoClip_Straight,
+          .weighted = slots.VX_SubpixelSampleTranslateNoClip_Straight,
+          .span = slots.VX_SubpixelSpanSampleTranslateNoClip_Straight};
+  return VX_Ok;
+}
+
+VX_Err VX_GetSamplerSet16(VX_SamplerSet<VX_Pixel16>* out) {
+  if (out == nullptr) return VX_ErrBadParameter;
+  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
+  *out = {.all_in = slots.VX_SubpixelSamplePlus_Straight16,
+          .clipped = slots.VX_SubpixelSample_Straight16,
+          .box = slots.VX_AreaSample_Straight16,
+          .unclipped = slots.VX_SubpixelSampleNoClip_Straight16,
+          .weighted = slots.VX_SubpixelSampleTranslateNoClip_Straight16,
+          .span = slots.VX_SubpixelSpanSampleTranslateNoClip_Straight16};
+  return VX_Ok;
+}
+
+VX_Err VX_GetSamplerSetFloat(VX_SamplerSet<VX_PixelFloat>* out) {
+  if (out == nullptr) return VX_ErrBadParameter;
+  *out = {.all_in = VX_SubpixelSpanSampleAllInCPlusPlusFloat,
+          .clipped = VX_SubpixelCPlusPlusFloat,
+          .box = VX_AreaSample_CPlusPlus<VX_PixelFloat>,
+          .unclipped = VX_SubpixelCPlusPlusNoClipFloat,
+          .weighted = VX_SubpixelSampleTranslateNoClipCPlusPlusFloat,
+          .span = VX_SubpixelSpanSampleCPlusPlusFloat};
+  return VX_Ok;
+}
+
+namespace {
+
+// The bilinear and the area sampler for one kind of alpha.
+template <class Pixel>
+struct Pair {
+  VX_SampleFunc<Pixel> bilinear, area;
+};
+
+template <class Pixel>
+VX_Err Choose(int32_t quality, int32_t mode_flags, VX_SampleFunc<Pixel> nearest,
+              const Pair<Pixel>& straight, const Pair<Pixel>& premultiplied,
+              VX_SamplerBatch<Pixel>* out) {
+  if (out == nullptr) return VX_ErrBadParameter;
+  if (quality == VX_Quality_Draft) {
+    *out = {nearest, nearest, nearest};
+  } else {
+    const Pair<Pixel>& pair = (mode_flags & VX_ModeFlag_Straight) != 0 ? straight : premultiplied;
+    *out = {nearest, pair.bilinear, pair.area};
+  }
+  return VX_Ok;
+}
+
+}  // namespace
+
+VX_Err VX_GetSamplerBatch8(int32_t quality, int32_t mode_flags, VX_SamplerBatch<VX_Pixel8>* out) {
+  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
+  return Choose(quality, mode_flags, slots.VX_NNSample,
+                {slots.VX_SubpixelSample_Straight, slots.VX_AreaSample_Straight},
+                {slots.VX_SubpixelSample_Premul, slots.VX_AreaSample_Premul}, out);
+}
+
+// The premultiplied ones have no slot.
+VX_Err VX_GetSamplerBatch16(int32_t quality, int32_t mode_flags, VX_SamplerBatch<VX_Pixel16>* out) {
+  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
+  return Choose(quality, mode_flags, slots.VX_NNSample16,
+                {slots.VX_SubpixelSample_Straight16, slots.VX_AreaSample_Straight16},
+                {VX_SubpixelSample_Premul16, VX_AreaSample_Premul16}, out);
+}
+
+// None has a slot.
+VX_Err VX_GetSamplerBatchFloat(int32_t quality, int32_t mode_flags,
+                               VX_SamplerBatch<VX_PixelFloat>* out) {
+  return Choose<VX_PixelFloat>(quality, mode_flags, VX_NNSampleFloat,
+                               {VX_SubpixelCPlusPlusFloat, VX_AreaSample_CPlusPlus<VX_PixelFloat>},
+                               {VX_SubpixelSample_PremulFloat, VX_AreaSample_PremulFloat}, out);
+}

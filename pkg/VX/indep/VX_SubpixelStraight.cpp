@@ -1,0 +1,204 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Bilinear with straight alpha at 8 and 16 bits, in double precision.
+//
+//   a whole position    the pixel as it is
+//   four equal pixels   that pixel, which spares flat areas all arithmetic
+//   four equal alphas   that alpha, colours mixed; nothing where it is 0
+//   else                s = w a;  alpha = sum(s);  colour = sum(s c) (1 / alpha)
+//
+// The two depths round apart, see Rule. Clipped and unclipped differ in the fetch alone.
+
+#include <cmath>
+
+#include "indep/VXp_Rounding.h"
+#include "indep/VXp_Weights.h"
+
+namespace {
+
+template <class Pixel>
+struct Rule;
+
+// To nearest, ties to even; alpha counts after rounding, so a half is nothing.
+template <>
+struct Rule<VX_Pixel8> {
+  static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Rounded(v); }
+  static int32_t Whole(double v) { return static_cast<int32_t>(std::lrint(v)); }
+  static bool IsNothing(double alpha) { return Whole(alpha) == 0; }
+};
+
+// Halves up; alpha counts before rounding.
+template <>
+struct Rule<VX_Pixel16> {
+  static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Truncated(v + 0.5); }
+  static int32_t Whole(double v) { return static_cast<int32_t>(v + 0.5); }
+  static bool IsNothing(double alpha) { return alpha < 0.5; }
+};
+
+// Four pixels that are not all the same.
+template <class Pixel>
+VXp_RawPixel<Pixel> Mixed(const VXp_Quad<Pixel>& quad, const VXp_DoubleWeights& w) {
+  const auto same_alpha = static_cast<VX_ChannelOf<Pixel>>(quad.p00);
+  const bool same = quad.SameAlphas();
+  if (same && same_alpha == 0) return 0;
+  const VXp_DoubleLanes p00 = VXp_Doubles(quad.p00), p10 = VXp_Doubles(quad.p10);
+  const VXp_DoubleLanes p01 = VXp_Doubles(quad.p01), p11 = VXp_Doubles(quad.p11);
+  VXp_IntLanes whole;
+  if (same) {
+    whole = Rule<Pixel>::Whole(w.w00 * p00 + w.w10 * p10 + w.w01 * p01 + w.w11 * p11);
+    whole[0] = same_alpha;
+  } else {
+    const double s00 = w.w00 * p00.Alpha(), s10 = w.w10 * p10.Alpha();
+    const double s01 = w.w01 * p01.Alpha(), s11 = w.w11 * p11.Alpha();
+    const double alpha = s00 + s10 + s01 + s11;
+    if (Rule<Pixel>::IsNothing(alpha)) return 0;
+    const VXp_DoubleLanes sum = s00 * p00 + s10 * p10 + s01 * p01 + s11 * p11;
+    whole = Rule<Pixel>::Whole((1.0 / alpha) * sum);
+    whole[0] = Rule<Pixel>::Whole(alpha);
+  }
+  return VXp_Packed<Pixel>(whole);
+}
+
+template <class Pixel>
+VXp_RawPixel<Pixel> SampleQuad(const VXp_Quad<Pixel>& quad, const VXp_DoubleWeights& w) {
+  return quad.SamePixels() ? quad.p00 : Mixed(quad, w);
+}
+
+template <class Pixel>
+VX_Err StoreMixed(const VXp_Quad<Pixel>& quad, const VXp_Place& at, Pixel* out) {
+  if (quad.SamePixels()) {
+    VXp_Store(out, quad.p00);
+  } else {
+    VXp_RoundingToNearest([=] { VXp_Store(out, Mixed(quad, VXp_DoubleWeights(at.fx, at.fy))); });
+  }
+  return VX_Ok;
+}
+
+template <class Fetch, class Pixel>
+VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
+  const VXp_Place at(x, y);
+  if (at.IsWhole()) {
+    VXp_Store(out, Fetch::template One<Pixel>(*record->src, at.column, at.row));
+    return VX_Ok;
+  }
+  return StoreMixed(Fetch::template Four<Pixel>(*record->src, at), at, out);
+}
+
+// A whole position tells 0 even inside: the rows of a transform stay with this form past it.
+template <class Pixel>
+VX_Err SamplePlus(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, uint8_t* all_in, Pixel* out) {
+  const VXp_Place at(x, y);
+  *all_in = !at.IsWhole() && VXp_AllIn(*record->src, at) ? 1 : 0;
+  return Sample<VXp_Clipped>(x, y, record, out);
+}
+
+template <class Pixel>
+VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
+                      const VX_SampPB* record, Pixel* out) {
+  const auto quad = VXp_Unclipped::Four<Pixel>(*record->src, VXp_Place(x, y));
+  if (quad.SamePixels()) {
+    VXp_Store(out, quad.p00);
+  } else {
+    const VXp_DoubleWeights w(*weights);
+    VXp_RoundingToNearest([=] { VXp_Store(out, Mixed(quad, w)); });
+  }
+  return VX_Ok;
+}
+
+// `sample` gives the pixel at an address.
+template <class Pixel, class SampleAt>
+void WalkSpan(int32_t count, const char* from, uint32_t* alpha_sum, Pixel* out,
+              const SampleAt& sample) {
+  uint32_t sum = *alpha_sum;
+  for (int32_t i = 0; i < count; ++i) {
+    const VXp_RawPixel<Pixel> pixel = sample(from);
+    VXp_Store(out + i, pixel);
+    sum += static_cast<VX_ChannelOf<Pixel>>(pixel);
+    from += sizeof(Pixel);
+  }
+  *alpha_sum = sum;
+}
+
+// As the unclipped form, pixel after pixel; the fractions, and so the weights, stay.
+template <class Pixel>
+VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
+                  uint32_t* alpha_sum, Pixel* out) {
+  if (count <= 0) return VX_Ok;
+  const VXp_Place at(x, y);
+  const char* from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
+  if (at.IsWhole()) {
+    WalkSpan(count, from, alpha_sum, out, VXp_Load<VXp_RawPixel<Pixel>>);
+    return VX_Ok;
+  }
+  const int32_t rowbytes = record->src->rowbytes;
+  VXp_RoundingToNearest([=] {
+    const VXp_DoubleWeights w(at.fx, at.fy);
+    WalkSpan(count, from, alpha_sum, out, [&](const char* upper) {
+      return SampleQuad(VXp_Unclipped::Four<Pixel>(upper, rowbytes), w);
+    });
+  });
+  return VX_Ok;
+}
+
+}  // namespace
+
+VX_Err VX_SubpixelSample_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
+                                  VX_Pixel8* out) {
+  return Sample<VXp_Clipped>(x, y, record, out);
+}
+
+VX_Err VX_SubpixelSample_Straight16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                    const VX_SampPB* record, VX_Pixel16* out) {
+  return Sample<VXp_Clipped>(x, y, record, out);
+}
+
+VX_Err VX_SubpixelSampleNoClip_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                        const VX_SampPB* record, VX_Pixel8* out) {
+  return Sample<VXp_Unclipped>(x, y, record, out);
+}
+
+VX_Err VX_SubpixelSampleNoClip_Straight16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                          const VX_SampPB* record, VX_Pixel16* out) {
+  return Sample<VXp_Unclipped>(x, y, record, out);
+}
+
+VX_Err VX_SubpixelSamplePlus_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                      const VX_SampPB* record, uint8_t* all_in, VX_Pixel8* out) {
+  return SamplePlus(x, y, record, all_in, out);
+}
+
+VX_Err VX_SubpixelSamplePlus_Straight16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                        const VX_SampPB* record, uint8_t* all_in, VX_Pixel16* out) {
+  return SamplePlus(x, y, record, all_in, out);
+}
+
+VX_Err VX_SubpixelSampleTranslateNoClip_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                                 const VX_SubpixelWeights* weights,
+                                                 const VX_SampPB* record, VX_Pixel8* out) {
+  return SampleWeighted(x, y, weights, record, out);
+}
+
+VX_Err VX_SubpixelSampleTranslateNoClip_Straight16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                                   const VX_SubpixelWeights* weights,
+                                                   const VX_SampPB* record, VX_Pixel16* out) {
+  return SampleWeighted(x, y, weights, record, out);
+}
+
+VX_Err VX_SubpixelSpanSampleTranslateNoClip_Straight(VX_ProgressInfo*, int32_t count, VX_Fixed x,
+                                                     VX_Fixed y, const VX_SampPB* record,
+                                                     uint32_t* alpha_sum, VX_Pixel8* out) {
+  return SampleSpan(count, x, y, record, alpha_sum, out);
+}
+
+VX_Err VX_SubpixelSpanSampleTranslateNoClip_Straight16(VX_ProgressInfo*, int32_t count, VX_Fixed x,
+                                                       VX_Fixed y, const VX_SampPB* record,
+                                                       uint32_t* alpha_sum, VX_Pixel16* out) {
+  return SampleSpan(count, x, y, record, alpha_sum, out);
+}
+
+VX_Err VX_SubpixelSampleComputeWeight(uint16_t fx, uint16_t fy, VX_SubpixelWeights* out) {
+  const VXp_DoubleWeights w(fx, fy);
+  *out = {w.w00, w.w10, w.w01, w.w11};
+  return VX_Ok;
+}

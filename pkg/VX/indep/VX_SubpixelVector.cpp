@@ -1,0 +1,69 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Bilinear with straight alpha at 8 bits in single precision, not clipped: the rule that holds the
+// unclipped slot where the host's record tells of SSE2, and the forms of four positions, which have
+// no other. They are rules of their own, not faster ways to the numbers of the scalar forms.
+//
+// Every channel is its value + 0.5, truncated and held within 0..255.
+
+#include "indep/VXp_Weights.h"
+
+namespace {
+
+uint32_t Finished(VXp_FloatLanes v) { return VXp_Packed8(VXp_Truncated(VXp_HeldToByte(v + 0.5f))); }
+
+// Down in each column, then across; every channel, also alpha.
+VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
+  const float a = static_cast<float>(at.fx) * 0x1p-16f, b = static_cast<float>(at.fy) * 0x1p-16f;
+  const VXp_FloatLanes left = quad.p00 + (quad.p01 - quad.p00) * b;
+  const VXp_FloatLanes right = quad.p10 + (quad.p11 - quad.p10) * b;
+  return left + (right - left) * a;
+}
+
+// No short cut and no test: a sum of alphas that is 0 makes colours that are not numbers, and
+// those finish as 0.
+void SampleOneOfFour(const VX_LayerDef& src, const VXp_Place& at, const VXp_SingleWeights& w,
+                     VX_Pixel8* out) {
+  const VXp_SingleQuad quad(VXp_Unclipped::Four<VX_Pixel8>(src, at));
+  VXp_Store(out, Finished(quad.ByAlpha(w)));
+}
+
+}  // namespace
+
+VX_Err VX_SubpixelSampleNoClip_Straight_SSE2(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
+                                             const VX_SampPB* record, VX_Pixel8* out) {
+  const VXp_Place at(x, y);
+  if (at.IsWhole()) {
+    VXp_Store(out, VXp_Unclipped::One<VX_Pixel8>(*record->src, at.column, at.row));
+    return VX_Ok;
+  }
+  const auto raw = VXp_Unclipped::Four<VX_Pixel8>(*record->src, at);
+  const VXp_SingleQuad quad(raw);
+  if (raw.SameAlphas()) {
+    VXp_Store(out, Finished(InTwoSteps(quad, at)));
+    return VX_Ok;
+  }
+  const VXp_FloatLanes mixed = quad.ByAlpha(VXp_SingleWeights(at.fx, at.fy));
+  VXp_Store(out, mixed[0] < 0.5f ? 0u : Finished(mixed));
+  return VX_Ok;
+}
+
+VX_Err VX_SubpixelSampleNoClip_Straight_4(VX_ProgressInfo*, const VX_Fixed* positions,
+                                          const VX_SampPB* record, VX_Pixel8* out) {
+  for (int32_t i = 0; i < kVXp_Lanes; ++i) {
+    const VXp_Place at(positions[2 * i], positions[2 * i + 1]);
+    SampleOneOfFour(*record->src, at, VXp_SingleWeights(at.fx, at.fy), out + i);
+  }
+  return VX_Ok;
+}
+
+VX_Err VX_SubpixelSampleTranslateNoClip_Straight_4(VX_ProgressInfo*, const VX_Fixed* positions,
+                                                   const VX_SubpixelWeights* weights,
+                                                   const VX_SampPB* record, VX_Pixel8* out) {
+  const VXp_SingleWeights w(*weights);
+  for (int32_t i = 0; i < kVXp_Lanes; ++i) {
+    SampleOneOfFour(*record->src, VXp_Place(positions[2 * i], positions[2 * i + 1]), w, out + i);
+  }
+  return VX_Ok;
+}

@@ -4,80 +4,55 @@
 #include "VX/VX_DepthConvert.h"
 
 #include <algorithm>
-#include <cstring>
+#include <type_traits>
 
 #include "VX/VX_OverrideTable.h"
-#include "frame/VXp_Convert.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_Rects.h"
 #include "frame/VXp_Report.h"
-#include "frame/VXp_Rows.h"
+#include "housekeeping/VXp_CopyRows.h"
 #include "housekeeping/VXp_DitherNoise.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
 
 namespace {
 
-// All four channels convert alike, so a row is a line of channels.
-using RowFunc = void (*)(const char* from, char* to, size_t channels);
-
-template <class To, class From>
-void ConvertRow(const char* from, char* to, size_t channels) {
-  using ToChannel = VX_ChannelOf<To>;
-  using FromChannel = VX_ChannelOf<From>;
-  if constexpr (std::is_same_v<To, From>) {
-    std::memmove(to, from, channels * sizeof(ToChannel));
-  } else {
-    for (size_t i = 0; i < channels; ++i) {
-      const auto channel = VXp_Load<FromChannel>(from + i * sizeof(FromChannel));
-      VXp_Store(to + i * sizeof(ToChannel), VXp_ConvertChannel<To, From>(channel));
-    }
-  }
-}
-
-// To 8 bits from the scale of 16; 15 bits of noise stand in for the half that rounds.
-template <class From>
-void DitherRow(const char* from, char* to, size_t channels) {
-  using FromChannel = VX_ChannelOf<From>;
+// Claims the noise of a row, which goes round the table's end.
+template <class Take>
+void ForNoise(size_t channels, Take take) {
   const VXp_Noise noise = VXp_NoiseTable();
   size_t position = VXp_ClaimNoise(channels);
   for (size_t done = 0; done < channels; position = 0) {
     const size_t run = std::min(channels - done, noise.size - position);
-    for (size_t i = 0; i < run; ++i) {
-      const auto channel = VXp_Load<FromChannel>(from + (done + i) * sizeof(FromChannel));
-      const uint32_t deep = VXp_ConvertChannel<VX_Pixel16, From>(channel);
-      const uint32_t random = noise.words[position + i] & 0x7FFF;
-      to[done + i] = static_cast<char>((deep * 255u + random) >> 15);
-    }
+    take(done, run, noise.words + position);
     done += run;
   }
 }
 
+// Deeper ones come down to 16 bits first, in runs of a small buffer.
+template <class From>
+void DitherRow(const char* from, char* to, size_t channels) {
+  ForNoise(channels, [&](size_t first, size_t count, const uint32_t* noise) {
+    if constexpr (std::is_same_v<From, VX_Pixel16>) {
+      VXp_DitherRow(from + first * sizeof(uint16_t), to + first, count, noise);
+    } else {
+      constexpr size_t kRun = 1024;
+      char words[kRun * sizeof(uint16_t)];
+      for (size_t done = 0; done < count; done += kRun) {
+        const size_t run = std::min(kRun, count - done);
+        VXp_ConvertRow<VX_Pixel16, From>(from + (first + done) * sizeof(VX_ChannelOf<From>), words,
+                                         run);
+        VXp_DitherRow(words, to + first + done, run, noise + done);
+      }
+    }
+  });
+}
+
 template <class To, class From>
-RowFunc ChooseRow(bool dither) {
+VXp_ConvertRowFunc ChooseRow(bool dither) {
   if constexpr (std::is_same_v<To, VX_Pixel8> && !std::is_same_v<From, VX_Pixel8>) {
     if (dither) return DitherRow<From>;
   }
-  return ConvertRow<To, From>;
-}
-
-// Rows from top to bottom. A stop ends the work at once; another answer of the progress function is
-// kept and given back at the end.
-template <class To, class From>
-VX_Err ConvertArea(VX_ProgressInfo* progress, const VX_LayerDef& source, const VX_LayerDef& dest,
-                   const VXp_CopyArea& area, bool dither) {
-  const RowFunc convert = ChooseRow<To, From>(dither);
-  const size_t channels = static_cast<size_t>(area.width) * 4;
-  const bool polls = progress != nullptr && progress->progress_func != nullptr;
-  VX_Err kept = VX_Ok;
-  for (int32_t y = 0; y < area.height; ++y) {
-    convert(VXp_PixelAddress<From>(source, area.source_x, area.source_y + y),
-            VXp_PixelAddress<To>(dest, area.dest_x, area.dest_y + y), channels);
-    if (!polls) continue;
-    const VX_Err answer = progress->progress_func(progress->progress_refcon, y + 1, area.height);
-    if (answer == VX_ErrStopped) return answer;
-    if (answer != VX_Ok) kept = answer;
-  }
-  return kept;
+  return VXp_ConvertRow<To, From>;
 }
 
 }  // namespace
@@ -96,11 +71,14 @@ VX_Err VX_DepthConvertWorld_S(VX_ProgressInfo* progress, const VX_LayerDef* sour
     const M_LRect wanted =
         rect != nullptr ? VXp_LRectOf(*rect) : M_LRect{0, 0, source->width, source->height};
     const VXp_CopyArea area = VXp_ClipCopy(*source, wanted, *dest, h, v);
-    return ConvertArea<To, From>(progress, *source, *dest, area, dither != 0);
+    if (area.Empty()) return VX_Ok;
+    return VXp_CopyRows<To, From>(progress, *source, *dest, area, ChooseRow<To, From>(dither != 0));
   };
-  return VXp_WithPixel(VXp_WorldDepth(source), kVXp_UnknownDepthText, [&](auto from) {
-    return VXp_WithPixel(VXp_WorldDepth(dest), kVXp_UnknownDepthText,
-                         [&](auto to) { return between(to, from); });
+  return VXp_Guarded([&] {
+    return VXp_WithPixel(VXp_WorldDepth(source), kVXp_UnknownDepthText, [&](auto from) {
+      return VXp_WithPixel(VXp_WorldDepth(dest), kVXp_UnknownDepthText,
+                           [&](auto to) { return between(to, from); });
+    });
   });
 }
 

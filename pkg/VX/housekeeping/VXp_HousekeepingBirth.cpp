@@ -6,6 +6,13 @@
 #include "housekeeping/VXp_DitherNoise.h"
 
 void VXp_FillHousekeepingSlots(VXp_OverrideTable& table) {
+  table.VX_WorldCopy_Static = VX_WorldCopy_Static;
+  table.VX_WorldCopy_HQ_Static = VX_WorldCopy_HQ_Static;
+  table.VX_WorldCopy_HQ_Straight_Static = VX_WorldCopy_HQ_Straight_Static;
+  table.VX_WorldCopy_HQ_Premul = VXp_WorldCopy_HQ_Premul;
+  table.VX_CopyBits_Draft_Static = VX_CopyBits_Draft_Static;
+  table.VX_CopyBits_HQ_Straight_Static = VX_CopyBits_HQ_Straight_Static;
+  table.VX_CopyBits_HQ_Premul_Static = VX_CopyBits_HQ_Premul_Static;
   table.VX_Iterate_S = VX_Iterate_S;
   table.VX_IterateOrigin_S = VX_IterateOrigin_S;
   table.VX_IterateOriginAll_S = VX_IterateOriginAll_S;

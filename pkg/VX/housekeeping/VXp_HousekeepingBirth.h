@@ -24,9 +24,11 @@ VX_Err VX_PremulColorRectFloat_S(void* ref, int32_t forward, const VX_PixelFloat
 VX_Err VX_DepthConvertWorld_S(VX_ProgressInfo* progress, const VX_LayerDef* source,
                               const M_Rect* rect, int32_t dither, int32_t h, int32_t v,
                               VX_LayerDef* dest);
+VX_Err VXp_WorldCopy_HQ_Premul(void* ref, BM_World** src, BM_World** dst, const M_Rect* src_rect,
+                               const M_Rect* dst_rect);
 VX_Err VX_Iterate_S(VX_ProgressInfo* progress, int32_t progress_base, int32_t progress_final,
-                    const VX_LayerDef* src, const M_Rect* area, void* refcon,
-                    VX_PixelFunc function, VX_LayerDef* dst);
+                    const VX_LayerDef* src, const M_Rect* area, void* refcon, VX_PixelFunc function,
+                    VX_LayerDef* dst);
 VX_Err VX_IterateOrigin_S(VX_ProgressInfo* progress, int32_t progress_base, int32_t progress_final,
                           const VX_LayerDef* src, const M_Rect* area, const M_Point* origin,
                           void* refcon, VX_PixelFunc function, VX_LayerDef* dst);

@@ -1,0 +1,178 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "housekeeping/VXp_ConvertRow.h"
+
+#include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include "frame/VXp_Convert.h"
+#include "frame/VXp_Rows.h"
+
+namespace {
+
+using Bytes = uint8_t __attribute__((vector_size(16)));
+using Words = uint16_t __attribute__((vector_size(16)));
+
+constexpr size_t kStep = 16;                  // channels that a step converts
+constexpr float kBelowHalf = 0x1.fffffep-2f;  // the float below 0.5
+
+// What a vector step has no better form for: the compiler makes vectors of the plain loop.
+template <class To, class From>
+void ConvertPlainly(const char* from, char* to, size_t channels) {
+  using ToChannel = VX_ChannelOf<To>;
+  using FromChannel = VX_ChannelOf<From>;
+  for (size_t i = 0; i < channels; ++i) {
+    const auto channel = VXp_Load<FromChannel>(from + i * sizeof(FromChannel));
+    VXp_Store(to + i * sizeof(ToChannel), VXp_ConvertChannel<To, From>(channel));
+  }
+}
+
+// A row of whole steps and a rest.
+template <class To, class From, class Step>
+void ConvertBySteps(const char* from, char* to, size_t channels, Step step) {
+  constexpr size_t kFromBytes = sizeof(VX_ChannelOf<From>);
+  constexpr size_t kToBytes = sizeof(VX_ChannelOf<To>);
+  for (; channels >= kStep; channels -= kStep) {
+    step(from, to);
+    from += kStep * kFromBytes;
+    to += kStep * kToBytes;
+  }
+  ConvertPlainly<To, From>(from, to, channels);
+}
+
+// 128.5 c rounded up, which is c in both bytes of a word, halved: the definition gives the same
+// everywhere but at 254, where it gives one more. A comparison gives -1 where it holds.
+Words WordsOf(Words doubled) {
+  return (doubled >> 1) + (doubled & 1) - reinterpret_cast<Words>(doubled == 254 * 257);
+}
+
+void BytesToWords(const char* from, char* to) {
+  const auto c = VXp_Load<Bytes>(from);
+  const Bytes low = __builtin_shuffle(c, Bytes{0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7});
+  const Bytes high =
+      __builtin_shuffle(c, Bytes{8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15});
+  VXp_Store(to, WordsOf(reinterpret_cast<Words>(low)));
+  VXp_Store(to + 16, WordsOf(reinterpret_cast<Words>(high)));
+}
+
+#ifdef __SSE2__
+
+// 255 c + 16384 >> 15 as 510 c + 32768 >> 16, from the two halves of the product.
+__m128i BytesOf(__m128i words) {
+  const __m128i factor = _mm_set1_epi16(510);
+  const __m128i half = _mm_srli_epi16(_mm_mullo_epi16(words, factor), 15);
+  const __m128i sum = _mm_add_epi16(_mm_mulhi_epu16(words, factor), half);
+  return _mm_and_si128(sum, _mm_set1_epi16(0xFF));
+}
+
+void WordsToBytes(const char* from, char* to) {
+  const __m128i low = BytesOf(VXp_Load<__m128i>(from));
+  const __m128i high = BytesOf(VXp_Load<__m128i>(from + 16));
+  VXp_Store(to, _mm_packus_epi16(low, high));
+}
+
+// 255 c + noise >> 15 as 510 c + 2 noise >> 16. The sum of the lower halves carries where it
+// differs from the saturated one; a comparison gives -1 where it holds.
+__m128i DitheredBytes(const char* words, const uint32_t* noise) {
+  const __m128i factor = _mm_set1_epi16(510);
+  const __m128i mask = _mm_set1_epi32(kVXp_NoiseMask);
+  const __m128i c = VXp_Load<__m128i>(words);
+  const __m128i random = _mm_packs_epi32(_mm_and_si128(VXp_Load<__m128i>(noise), mask),
+                                         _mm_and_si128(VXp_Load<__m128i>(noise + 4), mask));
+  const __m128i added = _mm_add_epi16(random, random);
+  const __m128i low = _mm_mullo_epi16(c, factor);
+  const __m128i no_carry = _mm_cmpeq_epi16(_mm_add_epi16(low, added), _mm_adds_epu16(low, added));
+  const __m128i sum = _mm_add_epi16(_mm_mulhi_epu16(c, factor), no_carry);
+  return _mm_and_si128(_mm_add_epi16(sum, _mm_set1_epi16(1)), _mm_set1_epi16(0xFF));
+}
+
+// The definition rounds the exact product half up. The float product may be rounded upwards, and on
+// to a half that the exact one does not reach; it then steps back to the float below. Of the sum
+// with the float below 0.5, every half and nothing less reaches the next whole number. Below 0 and
+// not a number come out negative, which packing turns into 0.
+__m128i ByteLanes(const char* from) {
+  const __m128 c =
+      _mm_min_ps(_mm_set1_ps(1.0f), _mm_loadu_ps(reinterpret_cast<const float*>(from)));
+  const __m128 most = _mm_mul_ps(c, _mm_set1_ps(256.0f));
+  const __m128 product = _mm_mul_ps(c, _mm_set1_ps(255.0f));
+  const __m128 too_high = _mm_cmplt_ps(_mm_sub_ps(most, product), c);
+  const __m128i below = _mm_add_epi32(_mm_castps_si128(product), _mm_castps_si128(too_high));
+  return _mm_cvttps_epi32(_mm_add_ps(_mm_castsi128_ps(below), _mm_set1_ps(kBelowHalf)));
+}
+
+void FloatsToBytes(const char* from, char* to) {
+  const __m128i low = _mm_packs_epi32(ByteLanes(from), ByteLanes(from + 16));
+  const __m128i high = _mm_packs_epi32(ByteLanes(from + 32), ByteLanes(from + 48));
+  VXp_Store(to, _mm_packus_epi16(low, high));
+}
+
+// Here the product is exact. Packing is signed, so the lanes are shifted for it.
+__m128i WordLanes(const char* from) {
+  const __m128 value = _mm_loadu_ps(reinterpret_cast<const float*>(from));
+  const __m128 c = _mm_min_ps(_mm_max_ps(value, _mm_setzero_ps()), _mm_set1_ps(1.0f));
+  const __m128 product = _mm_mul_ps(c, _mm_set1_ps(32768.0f));
+  const __m128i word = _mm_cvttps_epi32(_mm_add_ps(product, _mm_set1_ps(kBelowHalf)));
+  return _mm_sub_epi32(word, _mm_set1_epi32(32768));
+}
+
+void FloatsToWords(const char* from, char* to) {
+  for (size_t i = 0; i < kStep; i += 8) {
+    const char* const eight = from + i * 4;
+    const __m128i packed = _mm_packs_epi32(WordLanes(eight), WordLanes(eight + 16));
+    VXp_Store(to + i * 2, _mm_xor_si128(packed, _mm_set1_epi16(-32768)));
+  }
+}
+
+#endif
+
+}  // namespace
+
+template <class To, class From>
+void VXp_ConvertRow(const char* from, char* to, size_t channels) {
+  constexpr int32_t kTo = kVXp_DepthOf<To>;
+  constexpr int32_t kFrom = kVXp_DepthOf<From>;
+  if constexpr (kTo == kFrom) {
+    std::memmove(to, from, channels * sizeof(VX_ChannelOf<To>));
+  } else if constexpr (kFrom == 8 && kTo == 16) {
+    ConvertBySteps<To, From>(from, to, channels, BytesToWords);
+#ifdef __SSE2__
+  } else if constexpr (kFrom == 16 && kTo == 8) {
+    ConvertBySteps<To, From>(from, to, channels, WordsToBytes);
+  } else if constexpr (kFrom == 32 && kTo == 8) {
+    ConvertBySteps<To, From>(from, to, channels, FloatsToBytes);
+  } else if constexpr (kFrom == 32 && kTo == 16) {
+    ConvertBySteps<To, From>(from, to, channels, FloatsToWords);
+#endif
+  } else {
+    ConvertPlainly<To, From>(from, to, channels);
+  }
+}
+
+void VXp_DitherRow(const char* words, char* bytes, size_t channels, const uint32_t* noise) {
+  size_t i = 0;
+#ifdef __SSE2__
+  for (; i + kStep <= channels; i += kStep) {
+    const __m128i low = DitheredBytes(words + i * 2, noise + i);
+    const __m128i high = DitheredBytes(words + i * 2 + 16, noise + i + 8);
+    VXp_Store(bytes + i, _mm_packus_epi16(low, high));
+  }
+#endif
+  for (; i < channels; ++i) {
+    const uint32_t c = VXp_Load<uint16_t>(words + i * 2);
+    bytes[i] = static_cast<char>((c * 255u + (noise[i] & kVXp_NoiseMask)) >> 15);
+  }
+}
+
+template void VXp_ConvertRow<VX_Pixel8, VX_Pixel8>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_Pixel8, VX_Pixel16>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_Pixel8, VX_PixelFloat>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_Pixel16, VX_Pixel8>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_Pixel16, VX_Pixel16>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_Pixel16, VX_PixelFloat>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_PixelFloat, VX_Pixel8>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_PixelFloat, VX_Pixel16>(const char*, char*, size_t);
+template void VXp_ConvertRow<VX_PixelFloat, VX_PixelFloat>(const char*, char*, size_t);

@@ -1,0 +1,119 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Scaling at high quality: a sampler call a destination pixel, at the middle of the pixel.
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "VX/VX_CallbackBlock.h"
+#include "VX/VX_World.h"
+#include "frame/VXp_Report.h"
+#include "frame/VXp_Rows.h"
+#include "housekeeping/VXp_CopyPlan.h"
+#include "housekeeping/VXp_RowWalk.h"
+
+// Positions between the first and the last.
+struct VXp_Hold {
+  int64_t first, last;
+};
+inline constexpr VXp_Hold kVXp_NotHeld{std::numeric_limits<VX_Fixed>::min(),
+                                       std::numeric_limits<VX_Fixed>::max()};
+
+// Walks over the source positions of the middles of destination pixels on one axis: for pixel i of
+// the uncut rectangle, source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, whose fraction is
+// cut off to 16 bits. The rest is carried along, so nothing adds up.
+class VXp_MiddleWalk {
+ public:
+  VXp_MiddleWalk(const VXp_ScaledAxis& axis, const VXp_Hold& hold)
+      : divisor_(axis.dest_size),
+        step_(axis.source_size * 65536 / divisor_),
+        step_rest_(axis.source_size * 65536 % divisor_),
+        hold_(hold) {
+    const int64_t middle = (2 * (axis.first - axis.dest) + 1) * (axis.source_size * 32768);
+    position_ = axis.source * 65536 + middle / divisor_ - 32768;
+    rest_ = middle % divisor_;
+  }
+
+  VX_Fixed Next() {
+    const int64_t position = std::clamp(position_, hold_.first, hold_.last);
+    position_ += step_;
+    rest_ += step_rest_;
+    if (rest_ >= divisor_) {
+      rest_ -= divisor_;
+      ++position_;
+    }
+    return static_cast<VX_Fixed>(position);
+  }
+
+ private:
+  int64_t divisor_;
+  int64_t step_, step_rest_;
+  VXp_Hold hold_;
+  int64_t position_, rest_;
+};
+
+inline VX_Err VXp_HighSamplers(int32_t mode_flags, VX_SamplerBatch<VX_Pixel8>* out) {
+  return VX_GetSamplerBatch8(VX_Quality_High, mode_flags, out);
+}
+inline VX_Err VXp_HighSamplers(int32_t mode_flags, VX_SamplerBatch<VX_Pixel16>* out) {
+  return VX_GetSamplerBatch16(VX_Quality_High, mode_flags, out);
+}
+inline VX_Err VXp_HighSamplers(int32_t mode_flags, VX_SamplerBatch<VX_PixelFloat>* out) {
+  return VX_GetSamplerBatchFloat(VX_Quality_High, mode_flags, out);
+}
+
+// Half of what a destination pixel covers, at least half a pixel.
+inline VX_Fixed VXp_CoveredRadius(const VXp_ScaledAxis& axis) {
+  constexpr int64_t kHalf = 32768;
+  return static_cast<VX_Fixed>(std::max(kHalf, axis.source_size * kHalf / axis.dest_size));
+}
+
+inline VX_SampPB VXp_ScaleRecord(const VXp_CopyPlan& plan, const VX_LayerDef& src) {
+  VX_SampPB record{};
+  record.x_radius = VXp_CoveredRadius(plan.x);
+  record.y_radius = VXp_CoveredRadius(plan.y);
+  const int64_t area = (int64_t{record.x_radius} * record.y_radius) >> 14;
+  record.area =
+      static_cast<VX_Fixed>(std::min(area, int64_t{std::numeric_limits<VX_Fixed>::max()}));
+  record.src = const_cast<VX_LayerDef*>(&src);
+  return record;
+}
+
+// Carries out a plan that scales. `mode_flags` as VX_ModeFlag_Straight; progress (may be null) is
+// polled after each row. 0, 3, or what progress returned.
+template <class Pixel>
+VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_CopyPlan& plan,
+                     const VXp_Hold& hold_x, const VXp_Hold& hold_y, const VX_WorldX<Pixel>& src,
+                     const VX_WorldX<Pixel>& dst) {
+  // What the positions of samplers can tell apart. A rectangle of 16 bits is never beyond it.
+  constexpr int64_t kMost = 32768;
+  if (plan.x.source + plan.x.source_size > kMost || plan.y.source + plan.y.source_size > kMost) {
+    return VXp_FailVerification("source too large to scale at high quality");
+  }
+  VX_SamplerBatch<Pixel> samplers;
+  if (const VX_Err error = VXp_HighSamplers(mode_flags, &samplers)) return error;
+  const bool reduces =
+      plan.x.source_size > plan.x.dest_size || plan.y.source_size > plan.y.dest_size;
+  const VX_SampleFunc<Pixel> sample = reduces ? samplers.area : samplers.bilinear;
+  const VX_SampPB record = VXp_ScaleRecord(plan, src);
+  const VXp_MiddleWalk columns(plan.x, hold_x);
+  VXp_MiddleWalk rows(plan.y, hold_y);
+  VXp_RowProgress polling(progress, 0, static_cast<int32_t>(plan.y.count));
+  char* row = VXp_PixelAddress<Pixel>(dst, static_cast<int32_t>(plan.x.first),
+                                      static_cast<int32_t>(plan.y.first));
+  for (int64_t i = 0; i < plan.y.count; ++i) {
+    const VX_Fixed y = rows.Next();
+    VXp_MiddleWalk column = columns;
+    for (int64_t x = 0; x < plan.x.count; ++x) {
+      Pixel pixel;
+      sample(progress, column.Next(), y, &record, &pixel);
+      VXp_Store(row + x * static_cast<ptrdiff_t>(sizeof pixel), pixel);
+    }
+    if (const VX_Err stop = polling.RowDone()) return stop;
+    row += dst.rowbytes;
+  }
+  return polling.Kept();
+}

@@ -1,0 +1,355 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The iterators of the C interface, and the lambda over them.
+
+#include "VX/VX_Iterate.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <tuple>
+#include <vector>
+
+#include "VX/VX_ForEachPixel.h"
+#include "unit/GuardedWorld.h"
+
+namespace {
+
+constexpr int16_t kMin = INT16_MIN, kMax = INT16_MAX;
+
+// A pixel function and a progress function made of closures.
+using OnPixel = std::function<VX_Err(int32_t x, int32_t y, void* in, void* out)>;
+VX_Err CallPixel(void* refcon, int32_t x, int32_t y, void* in, void* out) {
+  return (*static_cast<OnPixel*>(refcon))(x, y, in, out);
+}
+using OnStep = std::function<VX_Err(int32_t step, int32_t final_step)>;
+VX_ProgressInfo ProgressOf(OnStep* on_step) {
+  VX_ProgressInfo info{};
+  info.progress_refcon = on_step;
+  info.progress_func = [](void* refcon, int32_t step, int32_t final_step) {
+    return (*static_cast<OnStep*>(refcon))(step, final_step);
+  };
+  return info;
+}
+
+// What one call of a pixel function gets: column, row, whether there is an input, its bytes, the
+// output.
+using Call = std::tuple<int32_t, int32_t, bool, std::vector<uint8_t>, void*>;
+template <class Pixel>
+Call MakeCall(int32_t x, int32_t y, const void* in, void* out) {
+  const auto* first = static_cast<const uint8_t*>(in);
+  if (in == nullptr) return {x, y, false, {}, out};
+  return {x, y, true, std::vector<uint8_t>(first, first + sizeof(Pixel)), out};
+}
+
+template <class Pixel>
+struct WalkCase {
+  GuardedWorld<Pixel>* src;  // may be null
+  GuardedWorld<Pixel>* dst;
+  std::optional<M_Rect> area;
+  M_Point origin;
+  bool all;
+
+  // By a look at each pixel of the destination by itself.
+  std::vector<Call> Want() const {
+    std::vector<Call> calls;
+    for (int32_t y = 0; y < dst->world.height; ++y) {
+      for (int32_t x = 0; x < dst->world.width; ++x) {
+        if (area && (x < area->left || x >= area->right)) continue;
+        if (area && (y < area->top || y >= area->bottom)) continue;
+        const int32_t sx = x - origin.h, sy = y - origin.v;
+        const bool covered =
+            src != nullptr && sx >= 0 && sx < src->world.width && sy >= 0 && sy < src->world.height;
+        if (src != nullptr && !covered && !all) continue;
+        const Pixel in = covered ? src->Get(sx, sy) : Pixel{};
+        calls.push_back(MakeCall<Pixel>(x, y, src != nullptr ? &in : nullptr,
+                                        dst->bytes.data() + dst->Offset(x, y)));
+      }
+    }
+    return calls;
+  }
+
+  std::vector<Call> Got() const {
+    std::vector<Call> calls;
+    const auto note = [&](int32_t x, int32_t y, const Pixel* in, Pixel* out) {
+      calls.push_back(MakeCall<Pixel>(x, y, in, out));
+    };
+    const VX_ForEachPixelOptions options{
+        .area = area ? &*area : nullptr, .origin = origin, .visit_uncovered = all};
+    const VX_LayerDef* const from = src != nullptr ? &src->world : nullptr;
+    EXPECT_EQ(VX_ForEachPixel<Pixel>(from, &dst->world, note, options), 0);
+    return calls;
+  }
+};
+
+}  // namespace
+
+template <class Pixel>
+class IterateWalk : public testing::Test {};
+using AllDepths = testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat>;
+TYPED_TEST_SUITE(IterateWalk, AllDepths);
+
+TYPED_TEST(IterateWalk, VisitsWhatAreaSourceAndOriginAllow) {
+  const std::optional<M_Rect> areas[] = {{},
+                                         M_Rect{kMin, kMin, kMax, kMax},
+                                         M_Rect{1, 2, 4, 6},
+                                         M_Rect{-3, -1, 2, 30},
+                                         M_Rect{0, 9, 5, 20},
+                                         M_Rect{3, 7, 1, 2},
+                                         M_Rect{-9, 0, 0, 9},
+                                         M_Rect{2, 5, 3, 5}};
+  const M_Point origins[] = {{0, 0}, {-2, -1}, {2, 4}, {kMax, kMin}, {kMin, kMax}};
+  GuardedWorld<TypeParam> dst(9, 5, 3, 1), small(4, 3, 5, 2), large(12, 9, 5, 3);
+  GuardedWorld<TypeParam> narrow(4, 3, 5, 4), low(4, 3, 5, 5);
+  narrow.world.width = 0;
+  low.world.height = INT32_MIN;
+  GuardedWorld<TypeParam>* const sources[] = {nullptr, &small, &large, &narrow, &low};
+  for (size_t i = 0; i < 5 * 8 * 5 * 2; ++i) {
+    const WalkCase<TypeParam> walk{sources[i % 5], &dst, areas[i / 5 % 8], origins[i / 40 % 5],
+                                   i / 200 != 0};
+    SCOPED_TRACE(testing::Message() << "case " << i);
+    ASSERT_EQ(walk.Got(), walk.Want());
+  }
+  for (const int32_t size : {0, -1, INT32_MIN}) {
+    dst.world.width = size;
+    ASSERT_TRUE((WalkCase<TypeParam>{&small, &dst, {}, {}, true}.Got().empty()));
+  }
+}
+
+// Polling is one piece for the walk and the tables. Rows 1 and 2 of the world are the area.
+TEST(Iterate, Progress) {
+  struct Case {
+    int32_t base, final_step;
+    VX_Err answers[2];
+    VX_Err result;
+    std::vector<int32_t> steps;
+  };
+  const Case cases[] = {{10, 99, {0, 0}, 0, {11, 12}},
+                        {0, 0, {517, 517}, 0, {}},
+                        {-5, -1, {517, 0}, 517, {-4}},
+                        {0, 2, {0, 517}, 517, {1, 2}},
+                        {0, 2, {42, 42}, 42, {1, 2}},
+                        {0, 2, {42, 0}, 42, {1, 2}},
+                        {0, 2, {42, 517}, 517, {1, 2}},
+                        {0, 2, {7, 8}, 8, {1, 2}},
+                        {INT32_MAX, 1, {0, 0}, 0, {INT32_MIN, INT32_MIN + 1}}};
+  const M_Rect area{1, 0, 9, 2}, empty{1, 4, 3, 9};
+  for (const bool tables : {false, true}) {
+    for (const Case& c : cases) {
+      std::vector<int32_t> steps;
+      OnStep on_step = [&](int32_t step, int32_t final_step) {
+        EXPECT_EQ(final_step, c.final_step);
+        steps.push_back(step);
+        return c.answers[steps.size() - 1];
+      };
+      GuardedWorld<VX_Pixel8> dst(4, 3, 2, 5), src(4, 3, 1, 6);
+      OnPixel copy = [](int32_t, int32_t, void* in, void* out) {
+        std::memcpy(out, in, 4);
+        return 0;
+      };
+      const auto run = [&](VX_ProgressInfo* info, const M_Rect& part) {
+        return tables ? VX_IterateLUT(info, c.base, c.final_step, &src.world, &part, nullptr,
+                                      nullptr, nullptr, nullptr, &dst.world)
+                      : VX_Iterate(info, c.base, c.final_step, &src.world, &part, &copy, CallPixel,
+                                   &dst.world);
+      };
+      const int32_t last = c.result == 517 ? static_cast<int32_t>(c.steps.size()) : 2;
+      auto want = dst.bytes;
+      for (int32_t i = 0; i < 2 * last; ++i) {
+        dst.Set(want, i % 2, 1 + i / 2, src.Get(i % 2, 1 + i / 2));
+      }
+      VX_ProgressInfo info = ProgressOf(&on_step), silent{};
+      EXPECT_EQ(run(&info, empty), 0);
+      EXPECT_TRUE(steps.empty());
+      EXPECT_EQ(run(&info, area), c.result);
+      EXPECT_EQ(steps, c.steps);
+      EXPECT_EQ(dst.bytes, want);
+      EXPECT_EQ(run(&silent, area), 0);
+      EXPECT_EQ(run(nullptr, area), 0);
+    }
+  }
+}
+
+// The seventh pixel fails in four ways; six are written and nobody polls the row.
+TEST(Iterate, WhatThePixelFunctionGivesEndsTheWalk) {
+  const std::pair<std::function<VX_Err()>, VX_Err> ends[] = {
+      {[] { return -9; }, -9},
+      {[]() -> VX_Err { throw int32_t{44}; }, 44},
+      {[]() -> VX_Err { throw std::bad_alloc(); }, 4},
+      {[]() -> VX_Err { throw std::runtime_error("no"); }, 516}};
+  for (const auto& [end, code] : ends) {
+    GuardedWorld<VX_Pixel8> dst(9, 2, 2, 5);
+    const auto want = dst.Expected([](int32_t x, int32_t y) { return x < 6 && y == 0; },
+                                   [](VX_Pixel8) {
+                                     return VX_Pixel8{1, 2, 3, 4};
+                                   });
+    int calls = 0;
+    OnPixel on_pixel = [&](int32_t, int32_t, void*, void* out) -> VX_Err {
+      if (++calls == 7) return end();
+      *static_cast<VX_Pixel8*>(out) = {1, 2, 3, 4};
+      return 0;
+    };
+    OnStep never = [](int32_t, int32_t) -> VX_Err { throw int32_t{45}; };
+    VX_ProgressInfo info = ProgressOf(&never);
+    EXPECT_EQ(VX_Iterate(&info, 0, 1, nullptr, nullptr, &on_pixel, CallPixel, &dst.world), code);
+    EXPECT_EQ(dst.bytes, want);
+    EXPECT_EQ(VX_IterateOrigin(&info, 0, 1, nullptr, nullptr, /*origin=*/nullptr, &on_pixel,
+                               CallPixel, &dst.world),
+              45);
+    EXPECT_EQ(calls, 7 + 9);
+  }
+  Reports();
+}
+
+TEST(Iterate, Refusals) {
+  Reports();
+  GuardedWorld<VX_Pixel8> flat(4, 3, 0, 1);
+  GuardedWorld<VX_Pixel16> deep(4, 3, 0, 1);
+  VX_LayerDef bare = flat.world;
+  bare.data = nullptr;
+  OddDepthWorld odd(&flat.world);
+  OnPixel never = [](int32_t, int32_t, void*, void*) -> VX_Err { return 99; };
+  const auto iterate = [&](const VX_LayerDef* src, VX_PixelFunc function, VX_LayerDef* dst) {
+    return VX_Iterate(nullptr, 0, 0, src, nullptr, &never, function, dst);
+  };
+  const auto lut = [](const VX_LayerDef* src, VX_LayerDef* dst) {
+    return VX_IterateLUT(nullptr, 0, 0, src, nullptr, nullptr, nullptr, nullptr, nullptr, dst);
+  };
+  EXPECT_EQ(iterate(&flat.world, CallPixel, nullptr), 3);
+  EXPECT_EQ(iterate(&flat.world, CallPixel, &bare), 3);
+  EXPECT_EQ(iterate(&bare, CallPixel, &flat.world), 3);
+  EXPECT_EQ(iterate(nullptr, nullptr, &flat.world), 3);
+  EXPECT_EQ(lut(nullptr, &flat.world), 3);
+  EXPECT_EQ(lut(&flat.world, nullptr), 3);
+  EXPECT_EQ(lut(&bare, &flat.world), 3);
+  EXPECT_EQ(lut(&flat.world, &bare), 3);
+  EXPECT_EQ(lut(&deep.world, &flat.world), 3);
+  EXPECT_EQ(lut(&flat.world, &deep.world), 3);
+  EXPECT_EQ(VX_IterateGeneric(1, nullptr, nullptr), 3);
+  ReportList want(10, {0x25000E, kBadParameterText});
+  want.emplace_back(0x250046, kBadParameterText);
+  EXPECT_EQ(Reports(), want);
+  EXPECT_EQ(iterate(&deep.world, CallPixel, &flat.world), 3);
+  EXPECT_EQ(iterate(nullptr, CallPixel, &odd), 3);
+  EXPECT_EQ(Reports(), (ReportList{{0x2503E7, "worlds must be same bitdepth in VX_Iterate()"},
+                                   {0x2503E7, "Unknown world bitdepth in##CONDITIONNAME"}}));
+}
+
+TEST(Iterate, Tables) {
+  std::vector<uint8_t> tables[4];
+  for (int32_t c = 0; c < 4; ++c) {
+    for (int32_t i = 0; i < 256; ++i)
+      tables[c].push_back(static_cast<uint8_t>(i * (2 * c + 3) + c));
+  }
+  const M_Rect area{1, -4, kMax, 60};
+  for (int32_t given = 0; given < 16; ++given) {
+    GuardedWorld<VX_Pixel8> src(67, 4, 3, 1), dst(70, 9, 1, 2);
+    const auto map = [&](int32_t c, uint8_t v) { return given >> c & 1 ? tables[c][v] : v; };
+    const auto table = [&](int32_t c) { return given >> c & 1 ? tables[c].data() : nullptr; };
+    auto want = dst.bytes;
+    for (int32_t y = 1; y < 4; ++y) {
+      for (int32_t x = 0; x < 60; ++x) {
+        const VX_Pixel8 p = src.Get(x, y);
+        dst.Set(want, x, y, {map(0, p.alpha), map(1, p.red), map(2, p.green), map(3, p.blue)});
+      }
+    }
+    EXPECT_EQ(VX_IterateLUT(nullptr, 0, 0, &src.world, &area, table(0), table(1), table(2),
+                            table(3), &dst.world),
+              0);
+    EXPECT_EQ(dst.bytes, want);
+  }
+}
+
+TEST(Iterate, Generic) {
+  using Turns = std::vector<std::tuple<int32_t, int32_t, int32_t>>;
+  static Turns turns;
+  const auto turn = [](void* refcon, int32_t thread, int32_t i, int32_t iterations) -> VX_Err {
+    turns.emplace_back(thread, i, iterations);
+    const int32_t last = *static_cast<int32_t*>(refcon);
+    if (last == -2) throw int32_t{71};
+    return i == last ? 70 : 0;
+  };
+  const std::tuple<int32_t, int32_t, VX_Err, Turns> cases[] = {
+      {-1, -1, 0, {{0, 0, 1}}},
+      {-1, 0, 70, {{0, 0, 1}}},
+      {0, -1, 0, {}},
+      {-2, -1, 0, {}},
+      {INT32_MIN, -1, 0, {}},
+      {3, -1, 0, {{0, 0, 3}, {0, 1, 3}, {0, 2, 3}}},
+      {3, 1, 70, {{0, 0, 3}, {0, 1, 3}}},
+      {3, -2, 71, {{0, 0, 3}}}};
+  for (const auto& [iterations, last, code, want] : cases) {
+    int32_t refcon = last;
+    turns.clear();
+    EXPECT_EQ(VX_IterateGeneric(iterations, &refcon, turn), code);
+    EXPECT_EQ(turns, want);
+  }
+}
+
+TYPED_TEST(IterateWalk, LambdaForms) {
+  using Pixel = TypeParam;
+  GuardedWorld<Pixel> src(5, 4, 16, 1), dst(5, 4, 16, 2);
+  const auto everywhere = [](int32_t, int32_t) { return true; };
+  const auto reddened = [](Pixel p) { return Pixel{p.alpha, 1, p.green, p.blue}; };
+  auto want = dst.Expected(everywhere, reddened);
+  EXPECT_EQ(VX_ForEachPixel(&dst.world, [](int32_t, int32_t, auto* out) { out->red = 1; }), 0);
+  EXPECT_EQ(dst.bytes, want);
+  for (int32_t i = 0; i < 20; ++i) dst.Set(want, i % 5, i / 5, src.Get(i % 5, i / 5));
+  const auto copy = [](int32_t, int32_t, const auto* in, auto* out) { *out = *in; };
+  EXPECT_EQ(VX_ForEachPixel(&src.world, &dst.world, copy), 0);
+  EXPECT_EQ(dst.bytes, want);
+  const auto redden = [](int32_t, int32_t, Pixel* out) { return out->red = 1, VX_Err{}; };
+  want = dst.Expected(everywhere, reddened);
+  EXPECT_EQ(VX_ForEachPixel<Pixel>(&dst.world, redden), 0);
+  EXPECT_EQ(dst.bytes, want);
+}
+
+TEST(ForEachPixel, ErrorsAndExceptionsComeOut) {
+  struct Own {
+    int number;
+  };
+  GuardedWorld<VX_Pixel8> dst(4, 3, 2, 5);
+  OnStep throws_own = [](int32_t step, int32_t) -> VX_Err { throw Own{step}; };
+  VX_ProgressInfo info = ProgressOf(&throws_own);
+  const VX_ForEachPixelOptions polled{.progress = &info, .progress_base = 20, .progress_final = 3};
+  int calls = 0;
+  const auto walk = [&](int fails_at, bool throws) -> VX_Err {
+    calls = 0;
+    try {
+      const auto on_pixel = [&](int32_t, int32_t, VX_Pixel8* out) -> VX_Err {
+        if (++calls == fails_at && throws) throw Own{-fails_at};
+        *out = {};
+        return calls == fails_at ? 55 : 0;
+      };
+      return VX_ForEachPixel<VX_Pixel8>(&dst.world, on_pixel, polled);
+    } catch (const Own& own) {
+      return 1000 + own.number;
+    }
+  };
+  const auto want = dst.Expected([](int32_t x, int32_t y) { return x < 2 && y == 0; },
+                                 [](VX_Pixel8) { return VX_Pixel8{}; });
+  Reports();
+  EXPECT_EQ(walk(3, /*throws=*/true), 997);
+  EXPECT_EQ(dst.bytes, want);
+  EXPECT_EQ(walk(3, /*throws=*/false), 55);
+  EXPECT_EQ(calls, 3);
+  EXPECT_EQ(walk(9, /*throws=*/true), 1021);
+  EXPECT_EQ(calls, 4);
+  EXPECT_EQ(Reports(), ReportList{});
+
+  const auto never = [&](int32_t, int32_t, auto*) { ++calls; };
+  EXPECT_EQ(VX_ForEachPixel<VX_Pixel16>(&dst.world, never), 3);
+  EXPECT_EQ(VX_ForEachPixel(nullptr, never), 3);
+  OddDepthWorld odd(&dst.world);
+  EXPECT_EQ(VX_ForEachPixel(&odd, never), 3);
+  EXPECT_EQ(calls, 4);
+  EXPECT_EQ(Reports(),
+            (ReportList{{0x2503E7, "Pixel of another depth than the world in VX_ForEachPixel()"},
+                        {0x25000E, kBadParameterText},
+                        {0x2503E7, "Unknown world bitdepth in##CONDITIONNAME"}}));
+}

@@ -17,8 +17,8 @@
 
 #include "Trial.h"
 
-// Drawn anew for each row, or pixels of all kinds mixed.
-enum class Look { kDrawn, kMixed };
+// Drawn anew for each row, or patches of four by two pixels: alike, alike in alpha, or free.
+enum class Look { kDrawn, kPatches };
 
 // Where a frame begins or ends: 0..15 is its address modulo 16.
 enum : int32_t { kAtPageEnd = -1, kAtPageStart = -2 };
@@ -91,7 +91,10 @@ class Frame {
     world.height = height;
     VXp_SetWorldDepth(&world, static_cast<int32_t>(sizeof(Pixel)) * 2);
     std::memset(bytes_, static_cast<int>(trial.random() & 0xFF), size_);
-    for (int32_t y = 0; y < height; ++y) FillRow(trial, y, look);
+    for (int32_t y = 0; y < height; ++y) {
+      FillRow(trial, y, look);
+      if (look == Look::kPatches) PatchRow(y);
+    }
     std::memcpy(before_.data(), bytes_, size_);
   }
 
@@ -128,11 +131,24 @@ class Frame {
                " from the first pixel");
   }
 
+  uint8_t* At(int32_t x, int32_t y) const {
+    return bytes_ + RowOffset(y) + static_cast<size_t>(x) * sizeof(Pixel);
+  }
+
+  // The first pixel of a patch tells by its bytes what the patch is.
+  void PatchRow(int32_t y) {
+    for (int32_t x = 0; x < world.width; ++x) {
+      const uint8_t* const first = At(x - x % 4, y - y % 2);
+      const int32_t kind = first[sizeof(Pixel) - 1] % 4;
+      if (kind < 2) std::memmove(At(x, y), first, kind == 0 ? sizeof(Pixel) : sizeof(Channel));
+    }
+  }
+
   // Rows that are transparent or opaque throughout or in stretches find the short ways of loops
   // that take several pixels at once.
   void FillRow(Trial& trial, int32_t y, Look look) {
     enum { kFree, kTransparent, kOpaque, kStretches };
-    const int32_t style = look == Look::kMixed ? kFree : trial.Draw(4);
+    const int32_t style = look == Look::kPatches ? kFree : trial.Draw(4);
     Pixel stretch{};
     for (int32_t x = 0; x < world.width; ++x) {
       const uint64_t r = trial.random();
@@ -144,7 +160,7 @@ class Frame {
         if (x % 6 == 0) stretch.alpha = r % 3 == 0 ? Channel{} : kFullScale<Channel>;
         if (x % 6 != 5) p.alpha = stretch.alpha;
       }
-      std::memcpy(bytes_ + RowOffset(y) + static_cast<size_t>(x) * sizeof(Pixel), &p, sizeof p);
+      std::memcpy(At(x, y), &p, sizeof p);
     }
   }
 

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -77,7 +78,40 @@ VX_Err ForgetsTheField(VX_ProgressInfo* progress, int32_t quality, int32_t flags
                                 mask, x, y, dst);
 }
 
-VX_Err NobodyChecksThis(VX_ProgressInfo*, VX_Fixed, VX_Fixed, const VX_SampPB*, VX_Pixel8*) {
+// The neighbour below is loaded though its share is nothing.
+VX_Err ReadsBelowTheWorld(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
+                          const VX_SampPB* record, VX_Pixel8* out) {
+  const VX_LayerDef& src = *record->src;
+  const int32_t row = (y >> 16) + 1, column = x >> 16;
+  if (row > 0 && row <= src.height && column >= 0 && column < src.width) {
+    const auto* pixels = static_cast<const volatile uint8_t*>(src.data);
+    static_cast<void>(pixels[static_cast<ptrdiff_t>(row) * src.rowbytes + column * 4]);
+  }
+  return real.VX_SubpixelSample_Straight(progress, x, y, record, out);
+}
+
+// The double precision rule where the single precision one is due.
+VX_Err RoundsAsOtherLevels(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
+                           const VX_SampPB* record, VX_Pixel8* out) {
+  return VX_SubpixelSampleNoClip_Straight(progress, x, y, record, out);
+}
+
+VX_Err ForgetsTheCut(void* ref, const VX_LayerDef* src, VX_LayerDef* dst, const M_Rect* src_rect,
+                     const M_Rect* dst_rect) {
+  M_Rect cut{};
+  if (dst_rect != nullptr) cut = *dst_rect;
+  cut.left = std::max<int16_t>(cut.left, 0);
+  return real.VX_CopyBits_Draft_Static(ref, src, dst, src_rect,
+                                       dst_rect != nullptr ? &cut : nullptr);
+}
+
+VX_Err CountsFromNothing(VX_ProgressInfo* progress, int32_t, int32_t final, const VX_LayerDef* src,
+                         const M_Rect* area, void* refcon, VX_PixelFunc function,
+                         VX_LayerDef* dst) {
+  return real.VX_Iterate_S(progress, 0, final, src, area, refcon, function, dst);
+}
+
+VX_Err NobodyChecksThis(VX_ProgressInfo*, const VX_LayerDef*, float, int32_t, VX_LayerDef*) {
   return VX_Ok;
 }
 
@@ -123,7 +157,11 @@ int SelfTest(const Plan& plan) {
       MakeFault("a wrong loop for one mode", "VX_GetInnerBlendingMaskLinear16", ChoosesOneWrong),
       MakeFault("a write between rows", "VX_PremulRect_S", WritesIntoPadding),
       MakeFault("an argument forgotten", "VX_TransferRect_S", ForgetsTheField),
-      MakeFault("a type without a checker", "VX_NNSample", NobodyChecksThis)};
+      MakeFault("a read below the world", "VX_SubpixelSample_Straight", ReadsBelowTheWorld),
+      MakeFault("another level's rule", "VX_SubpixelSampleNoClip_Straight", RoundsAsOtherLevels),
+      MakeFault("a cut forgotten", "VX_CopyBits_Draft_Static", ForgetsTheCut),
+      MakeFault("progress from nothing", "VX_Iterate_S", CountsFromNothing),
+      MakeFault("a type without a checker", "VX_FastBlur_Straight", NobodyChecksThis)};
   int missed = 0;
   for (const Fault& fault : faults) {
     for (const Slot& slot : AllSlots()) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <iostream>
 
@@ -14,8 +15,11 @@ namespace {
 
 constexpr int kBarWidth = 30;
 
+std::atomic<bool> g_bar_shown{false};
+
+// One write a line, since several threads may speak. A bar gives way and is drawn again later.
 void Line(const std::string& text) {
-  std::string line = text + "\n";
+  std::string line = (g_bar_shown.exchange(false) ? "\r\033[K" : "") + text + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -33,6 +37,8 @@ void Warn(const std::vector<std::string>& warnings) {
 void PrintJson(const nlohmann::ordered_json& json) { std::cout << Dump(json) << '\n'; }
 
 void Note(const std::string& text) { Line("vx: note: " + text); }
+
+void Complain(const std::string& text) { Line("vx: " + text); }
 
 const std::vector<std::string>& ProgressStyles() {
   static const std::vector<std::string> styles = {"auto", "bar", "plain", "json", "none"};
@@ -75,6 +81,7 @@ void Progress::Show(double fraction) {
     std::fprintf(stderr, "\r[%s%s] %3d%% %.40s\033[K", std::string(filled, '#').c_str(),
                  std::string(kBarWidth - filled, ' ').c_str(), percent, what_.c_str());
     std::fflush(stderr);
+    g_bar_shown = true;
   } else if (style_ == Json) {
     nlohmann::ordered_json event = {{"event", "progress"}, {"percent", percent}};
     Line(Dump(event));
@@ -85,6 +92,7 @@ void Progress::ClearBar() {
   if (style_ != Bar || shown_ < 0) return;
   std::fputs("\r\033[K", stderr);
   std::fflush(stderr);
+  g_bar_shown = false;
   shown_ = -1;
 }
 

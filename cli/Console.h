@@ -16,6 +16,8 @@ namespace vxcli {
 // "vx: warning: ..." and "vx: note: ...", one line each.
 void Warn(const std::vector<std::string>& warnings);
 void Note(const std::string& text);
+// "vx: ...", as an error that ends the command is told.
+void Complain(const std::string& text);
 
 // How far the work is. Its record is given to library calls, which poll it.
 class Progress {

@@ -35,6 +35,8 @@ void Check(VX_Err code, const std::string& doing) {
 Failure Describe(const std::exception_ptr& error) {
   try {
     std::rethrow_exception(error);
+  } catch (const CarriedFailure& carried) {
+    return {carried.exit_code(), carried.what()};
   } catch (const UsageError& usage) {
     return {kUsage, usage.what()};
   } catch (const VXIO_Error& io) {

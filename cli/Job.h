@@ -45,7 +45,7 @@ class JobFrame {
   // The picture of an input at this frame, at 8, 16 or 32 bits or, with 0, at its own depth. Says
   // the warnings of the file. Under --missing black a missing frame is a picture of zeros (opaque
   // black when its neighbours have no alpha).
-  VXIO_Picture Read(size_t input, int32_t depth = 0);
+  VXIO_Picture Read(size_t input, int32_t depth = 0, VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
   // Writes the output with the metadata of `model` and, when that has alpha, with alpha.
   void Write(const VX_LayerDef& world, const VXIO_Picture& model);

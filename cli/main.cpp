@@ -68,8 +68,9 @@ int Run(std::vector<std::string> words) {
                   "Vector code to use, before the verb: none, sse2 or all; the pictures are the "
                   "same [all]")
       ->type_name("LEVEL");
-  root.footer("Exit codes: 0 done, 1 internal (compare: they differ), 2 usage, 3 input, 4 output,\n"
-              "128 + signal. 'vx VERB --help' tells about a verb.");
+  root.footer(
+      "Exit codes: 0 done, 1 internal (compare: they differ), 2 usage, 3 input, 4 output,\n"
+      "5 some frames failed (--keep-going), 128 + signal. 'vx VERB --help' tells about a verb.");
   std::vector<std::vector<std::string>> layers;
   std::vector<vxcli::Verb> verbs = {vxcli::AddComposite(&root, &layers),
                                     vxcli::AddFill(&root),
@@ -124,8 +125,7 @@ int main(int argc, char** argv) {
     if (!std::cout) throw VXIO_Error(VXIO_ErrorKind::Output, "standard output: cannot be written");
   } catch (...) {
     vxcli::Failure failure = vxcli::Describe(std::current_exception());
-    std::string line = "vx: " + failure.text + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    vxcli::Complain(failure.text);
     code = failure.exit_code;
   }
   return code;

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // vx fill: a picture of one colour, or an area of a picture painted over.
 
+#include <algorithm>
 #include <memory>
 
-#include "Console.h"
 #include "Errors.h"
+#include "Job.h"
 #include "VX/VX_Fill.h"
 #include "VXIO/VXIO_Picture.h"
 #include "Values.h"
@@ -16,8 +17,8 @@ namespace vxcli {
 namespace {
 
 struct FillWords {
-  std::string target, color, area, depth, output;
-  bool overwrite = false, no_clobber = false;
+  std::string target, color, area, depth;
+  JobWords job;
 };
 
 // Paints with the fill of the world's own depth.
@@ -41,30 +42,39 @@ void Paint(const std::string& word, const M_Rect* area, VX_World* world) {
   }
 }
 
+VXIO_WorldPtr NewWorld(int32_t width, int32_t height, int32_t depth) {
+  VXIO_WorldPtr world(
+      VX_World::New(width, height, static_cast<int16_t>(depth), VX_WorldFlag_Clear));
+  if (!world) throw VX_Err{VX_ErrOutOfMemory};
+  return world;
+}
+
 int Run(const FillWords& words) {
   const bool fresh = IsSize(words.target);
   const Size size = fresh ? ParseSize("TARGET", words.target, 1) : Size{};
   int32_t depth = words.depth.empty() ? (fresh ? 8 : 0) : ParseDepth(words.depth, Keep::Refused);
   M_Rect area{};
   if (!words.area.empty()) area = ParseRect("--area", words.area);
-  VXIO_WriteOptions options;
-  options.clobber = words.no_clobber ? VXIO_Clobber::Refuse : VXIO_Clobber::Overwrite;
-  VXIO_CheckOutput(words.output, options.clobber);
-  VXIO_WorldPtr world;
-  if (fresh) {
-    world.reset(
-        VX_World::New(size.width, size.height, static_cast<int16_t>(depth), VX_WorldFlag_Clear));
-    if (!world) throw VX_Err{VX_ErrOutOfMemory};
-  } else {
-    VXIO_Picture picture = VXIO_Read(words.target, depth);
-    Warn(picture.warnings);
-    options.metadata = picture.metadata;
-    options.keep_alpha = picture.has_alpha;
-    world = std::move(picture.world);
-  }
-  Paint(words.color, words.area.empty() ? nullptr : &area, world.get());
-  Warn(VXIO_Write(words.output, *world, options));
-  return kDone;
+  Job job;
+  job.words = &words.job;
+  if (!fresh) job.inputs = {words.target};
+  job.settings = "fill color " + words.color + " area " + words.area + " depth " +
+                 std::to_string(depth) + (fresh ? " size " + words.target : "");
+  job.bytes = [&](const std::vector<VXIO_Info>& infos) {
+    if (fresh) return BytesOfWorld(size.width, size.height, depth);
+    return 2 * BytesOfWorld(infos[0].width, infos[0].height, std::max(depth, infos[0].depth));
+  };
+  job.work = [&](JobFrame& frame) {
+    VXIO_Picture picture;
+    if (fresh) {
+      picture.world = NewWorld(size.width, size.height, depth);
+    } else {
+      picture = frame.Read(0, depth);
+    }
+    Paint(words.color, words.area.empty() ? nullptr : &area, picture.world.get());
+    frame.Write(*picture.world, picture);
+  };
+  return RunJob(job);
 }
 
 }  // namespace
@@ -73,8 +83,9 @@ Verb AddFill(CLI::App* root) {
   auto words = std::make_shared<FillWords>();
   CLI::App* app =
       root->add_subcommand("fill", "Make a picture of one colour, or paint an area of one");
-  app->add_option("TARGET", words->target,
-                  "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE")
+  app->add_option(
+         "TARGET", words->target,
+         "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE or pattern")
       ->type_name(" ")
       ->required();
   app->add_option(
@@ -87,13 +98,7 @@ Verb AddFill(CLI::App* root) {
   app->add_option("--depth", words->depth,
                   "8, 16 or 32 bits a channel [8 for a new picture, else that of the file]")
       ->type_name("BITS");
-  app->add_option("-o,--output", words->output,
-                  "Picture to write; the extension decides the format")
-      ->type_name("OUT")
-      ->required();
-  auto* overwrite =
-      app->add_flag("--overwrite", words->overwrite, "Replace OUT when it exists [yes]");
-  app->add_flag("--no-clobber", words->no_clobber, "Refuse when OUT exists")->excludes(overwrite);
+  AddJobOptions(app, &words->job, JobOutput::Picture);
   app->footer("Example:\n  vx fill 640x480 --color 32768,16384,0,0 --depth 16 -o red.png");
   return {app, [words] { return Run(*words); }};
 }

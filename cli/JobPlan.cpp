@@ -1,0 +1,245 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "JobPlan.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <unordered_set>
+
+namespace vxcli {
+
+namespace {
+
+constexpr size_t kFramesTold = 8;  // pieces of a list of frames in a message
+
+VXIO_FramePattern Pattern(const std::string& word) {
+  try {
+    return VXIO_FramePattern(word);
+  } catch (const std::invalid_argument& error) {
+    throw UsageError(error.what());
+  }
+}
+
+std::string RealFolder(const std::string& path) {
+  std::string folder = path.substr(0, path.rfind('/') + 1);
+  char real[PATH_MAX];
+  return realpath(folder.empty() ? "." : folder.c_str(), real) ? real : folder;
+}
+
+std::string Told(std::vector<int64_t> frames) {
+  std::sort(frames.begin(), frames.end());
+  return (frames.size() == 1 ? "frame " : "frames ") + VXIO_FrameWords(frames, kFramesTold);
+}
+
+std::string Are(const std::vector<int64_t>& frames) {
+  return frames.size() == 1 ? " is " : " are ";
+}
+
+[[noreturn]] void RefuseResume(const std::string& input) {
+  throw UsageError("--resume: the output replaces the input " + input +
+                   ", so what is done cannot be told; write to another name");
+}
+
+bool Holds(const std::vector<int64_t>& rising, int64_t frame) {
+  return std::binary_search(rising.begin(), rising.end(), frame);
+}
+
+}  // namespace
+
+JobPlan::JobPlan(const Job& job, const JobOptions& options)
+    : output_word_(job.words->output), missing_(options.missing) {
+  ReadWords(job, options);
+  if (!sequence_) {
+    frames_ = {0};
+    if (output_word_.empty()) return;
+    VXIO_CheckOutput(output_word_, options.clobber);
+    for (const Input& input : inputs_) {
+      std::error_code none;
+      if (job.words->resume && std::filesystem::equivalent(input.word, output_word_, none)) {
+        RefuseResume(input.word);
+      }
+    }
+    return;
+  }
+  FindFrames(options);
+  if (output_) JudgeOverlap(job.words->resume);
+  JudgeGaps(job.words->keep_going);
+  if (output_) JudgeOutputs(options);
+}
+
+void JobPlan::ReadWords(const Job& job, const JobOptions& options) {
+  for (const std::string& word : job.inputs) {
+    Input input{word, std::nullopt, {}};
+    if (VXIO_FramePattern::IsPattern(word)) input.pattern = Pattern(word);
+    inputs_.push_back(std::move(input));
+  }
+  if (VXIO_FramePattern::IsPattern(output_word_)) output_ = Pattern(output_word_);
+  const Input* input = FirstPattern();
+  sequence_ = input || (inputs_.empty() && output_);
+  if (input && !output_word_.empty() && !output_) {
+    throw UsageError(output_word_ + ": the input " + input->word +
+                     " is a sequence, so the output must be one too; name it like out.####.png");
+  }
+  if (!sequence_ && output_) {
+    throw UsageError(output_word_ + ": is a sequence, but the input " + inputs_[0].word +
+                     " is a single file; name one file or make the input a pattern");
+  }
+  if (sequence_ && !input && !options.frames) {
+    throw UsageError(output_word_ + ": is a sequence without an input; name its --frames");
+  }
+  if (sequence_) return;
+  auto needs_sequence = [](const char* option) {
+    throw UsageError(std::string(option) + ": belongs to a sequence; no input is a pattern "
+                                           "like shot.####.png");
+  };
+  if (options.frames) needs_sequence("--frames");
+  if (options.missing != Missing::Error) needs_sequence("--missing");
+  if (!job.words->failed_list.empty()) needs_sequence("--failed-list");
+}
+
+const JobPlan::Input* JobPlan::FirstPattern() const {
+  for (const Input& input : inputs_) {
+    if (input.pattern) return &input;
+  }
+  return nullptr;
+}
+
+void JobPlan::FindFrames(const JobOptions& options) {
+  for (Input& input : inputs_) {
+    if (!input.pattern) continue;
+    input.on_disk = input.pattern->FramesOnDisk();
+    if (!input.on_disk.empty()) continue;
+    const std::string near = input.pattern->NearMiss();
+    throw VXIO_Error(VXIO_ErrorKind::Input,
+                     input.word + ": no file fits this pattern" +
+                         (near.empty() ? "; check the name" : "; did you mean " + near + "?"));
+  }
+  if (options.frames) {
+    frames_ = *options.frames;
+    return;
+  }
+  const Input& input = *FirstPattern();
+  const int64_t first = input.on_disk.front(), last = input.on_disk.back();
+  if (last - first >= VXIO_MostFrames) {
+    throw UsageError(input.word + ": runs from " + std::to_string(first) + " to " +
+                     std::to_string(last) + "; name the --frames to work on");
+  }
+  for (int64_t frame = first; frame <= last; ++frame) frames_.push_back(frame);
+}
+
+bool JobPlan::Resolve(const Input& input, int64_t number, InputFile* file) const {
+  if (!input.pattern) {
+    *file = {input.word};
+    return true;
+  }
+  *file = {input.pattern->Name(number)};
+  auto after = std::lower_bound(input.on_disk.begin(), input.on_disk.end(), number);
+  if (after != input.on_disk.end() && *after == number) return true;
+  if (missing_ != Missing::Hold && missing_ != Missing::Black) return false;
+  const bool earlier = after != input.on_disk.begin();
+  if (!earlier && missing_ == Missing::Hold) return false;
+  *file = {input.pattern->Name(earlier ? after[-1] : *after), missing_ == Missing::Black};
+  return true;
+}
+
+PlannedFrame JobPlan::Frame(size_t index) const {
+  PlannedFrame frame;
+  frame.number = frames_[index];
+  if (!output_word_.empty()) frame.output = output_ ? output_->Name(frame.number) : output_word_;
+  for (const Input& input : inputs_) {
+    InputFile file;
+    const bool there = Resolve(input, frame.number, &file);
+    if (!there && frame.fate == PlannedFrame::Work) {
+      frame.fate = missing_ == Missing::Skip ? PlannedFrame::Skip : PlannedFrame::Fail;
+      frame.why = file.path + ": no such file" +
+                  (missing_ == Missing::Hold ? ", nor an earlier frame to hold" : "");
+    }
+    frame.inputs.push_back(std::move(file));
+  }
+  return frame;
+}
+
+std::vector<std::string> JobPlan::SingleFiles() const {
+  std::vector<std::string> files;
+  for (const Input& input : inputs_) {
+    if (!input.pattern) files.push_back(input.word);
+  }
+  return files;
+}
+
+// Gaps that nothing stands in for stop the whole job, unless it keeps going; the others are told.
+void JobPlan::JudgeGaps(bool keep_going) {
+  static constexpr const char* kDone[] = {"", "skipped", "held from the frame before", "black"};
+  std::unordered_set<int64_t> left_out;
+  for (const Input& input : inputs_) {
+    if (!input.pattern) continue;
+    std::vector<int64_t> gaps, fatal;
+    for (int64_t number : frames_) {
+      InputFile file;
+      const bool there = Resolve(input, number, &file);
+      if (there && Holds(input.on_disk, number)) continue;
+      (there || missing_ == Missing::Skip ? gaps : fatal).push_back(number);
+      if (!there) left_out.insert(number);
+    }
+    if (!fatal.empty() && !keep_going) {
+      throw VXIO_Error(VXIO_ErrorKind::Input,
+                       input.word + ": " + Told(fatal) + Are(fatal) + "missing" +
+                           (missing_ == Missing::Hold
+                                ? ", without an earlier frame to hold"
+                                : "; name other --frames or use --missing skip, hold or black"));
+    }
+    if (!gaps.empty()) {
+      notes_.push_back(input.word + ": " + Told(gaps) + Are(gaps) +
+                       "missing: " + kDone[static_cast<int>(missing_)]);
+    }
+  }
+  if (missing_ == Missing::Skip && left_out.size() == frames_.size()) {
+    throw VXIO_Error(VXIO_ErrorKind::Input,
+                     FirstPattern()->word + ": no frame is left to work on: all " +
+                         std::to_string(frames_.size()) + " are missing; check --frames");
+  }
+}
+
+void JobPlan::JudgeOutputs(const JobOptions& options) const {
+  VXIO_CheckOutput(output_->Name(frames_[0]), VXIO_Clobber::Overwrite);
+  if (options.clobber != VXIO_Clobber::Refuse) return;
+  const std::vector<int64_t> on_disk = output_->FramesOnDisk();
+  std::vector<int64_t> existing;
+  for (size_t i = 0; i < frames_.size(); ++i) {
+    if (Holds(on_disk, frames_[i]) && Frame(i).fate != PlannedFrame::Skip) {
+      existing.push_back(frames_[i]);
+    }
+  }
+  if (existing.empty()) return;
+  throw VXIO_Error(VXIO_ErrorKind::Output,
+                   output_word_ + ": " + Told(existing) +
+                       (existing.size() == 1 ? " exists" : " exist") +
+                       " and may not be overwritten; choose another name or allow it");
+}
+
+// An output that replaces what another frame still reads would make the result depend on which of
+// the two came first.
+void JobPlan::JudgeOverlap(bool resume) const {
+  const std::string folder = RealFolder(output_word_);
+  std::unordered_set<int64_t> written;
+  for (const Input& input : inputs_) {
+    if (RealFolder(input.word) != folder) continue;
+    if (written.empty()) written.insert(frames_.begin(), frames_.end());
+    for (int64_t number : frames_) {
+      InputFile file;
+      if (!Resolve(input, number, &file)) continue;
+      const std::optional<int64_t> replaced = output_->FrameOf(file.path);
+      if (!replaced || !written.contains(*replaced)) continue;
+      if (*replaced != number) {
+        throw UsageError(output_word_ + ": frame " + std::to_string(*replaced) + " would replace " +
+                         file.path + ", which frame " + std::to_string(number) +
+                         " reads; write to another name");
+      }
+      if (resume) RefuseResume(input.word);
+    }
+  }
+}
+
+}  // namespace vxcli

@@ -1,0 +1,144 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "JobResume.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <xxhash.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+#include "VXIO/VXIO_Picture.h"
+
+namespace vxcli {
+
+namespace {
+
+constexpr size_t kBlock = 1 << 20;
+constexpr size_t kStaleLines = 1000;  // more than this and half of all: the record is tidied
+
+std::string Hex(const XXH128_hash_t& hash) {
+  char text[33];
+  std::snprintf(text, sizeof text, "%016llx%016llx", static_cast<unsigned long long>(hash.high64),
+                static_cast<unsigned long long>(hash.low64));
+  return text;
+}
+
+std::string Line(int64_t frame, const std::string& made_from, const std::string& written) {
+  const std::string body = "vx1 " + std::to_string(frame) + " " + made_from + " " + written + " ";
+  char check[20];
+  std::snprintf(check, sizeof check, "%016llx\n",
+                static_cast<unsigned long long>(XXH3_64bits(body.data(), body.size())));
+  return body + check;
+}
+
+bool WriteAll(int descriptor, const std::string& text) {
+  ssize_t count = write(descriptor, text.data(), text.size());
+  return count == static_cast<ssize_t>(text.size());
+}
+
+}  // namespace
+
+std::string FingerprintOfFile(const std::string& path) {
+  auto refuse = [&] {
+    throw VXIO_Error(VXIO_ErrorKind::Input,
+                     path + ": " +
+                         (errno == ENOENT ? "no such file; check the name"
+                                          : std::string("cannot be read: ") + strerror(errno)));
+  };
+  std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rbe"), &std::fclose);
+  if (!file) refuse();
+  std::unique_ptr<XXH3_state_t, XXH_errorcode (*)(XXH3_state_t*)> state(XXH3_createState(),
+                                                                        &XXH3_freeState);
+  if (!state) throw std::bad_alloc();
+  XXH3_128bits_reset(state.get());
+  std::vector<char> block(kBlock);
+  while (size_t size = std::fread(block.data(), 1, block.size(), file.get())) {
+    XXH3_128bits_update(state.get(), block.data(), size);
+  }
+  if (std::ferror(file.get())) refuse();
+  return Hex(XXH3_128bits_digest(state.get()));
+}
+
+std::string FingerprintOfText(const std::string& text) {
+  return Hex(XXH3_128bits(text.data(), text.size()));
+}
+
+ResumeStore::ResumeStore(const std::string& output, Access access) {
+  const size_t file = output.rfind('/') + 1;
+  path_ = output.substr(0, file) + "." + output.substr(file) + ".vx-resume";
+  if (access == ReadAndAdd) {
+    descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (descriptor_ < 0) {
+      throw VXIO_Error(VXIO_ErrorKind::Output, path_ + ": cannot be written: " + strerror(errno) +
+                                                   "; --resume keeps its record there");
+    }
+    // Held while the run goes on, so that no other run tidies the file away from under it. File
+    // systems without locks never tidy.
+    static_cast<void>(flock(descriptor_, LOCK_SH));
+  }
+  Load();
+  if (descriptor_ >= 0 && lines_ > kStaleLines && lines_ > 2 * entries_.size()) Tidy();
+}
+
+ResumeStore::~ResumeStore() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+void ResumeStore::Load() {
+  std::ifstream file(path_, std::ios::binary);
+  std::string line;
+  while (std::getline(file, line)) {
+    torn_ = file.eof();
+    ++lines_;
+    std::istringstream words(line);
+    std::string form, check;
+    int64_t frame = 0;
+    Entry entry;
+    words >> form >> frame >> entry.made_from >> entry.written >> check;
+    if (line + "\n" == Line(frame, entry.made_from, entry.written)) {
+      entries_[frame] = std::move(entry);
+    }
+  }
+}
+
+// Puts a record of the lines that count in place of the file, when no other run has it open.
+void ResumeStore::Tidy() {
+  if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) return;
+  std::string text;
+  for (const auto& [frame, entry] : entries_) text += Line(frame, entry.made_from, entry.written);
+  VXIO_WriteText(path_, text);
+  const int fresh = open(path_.c_str(), O_RDWR | O_APPEND | O_CLOEXEC);
+  if (fresh < 0) return;
+  close(descriptor_);
+  descriptor_ = fresh;
+  static_cast<void>(flock(descriptor_, LOCK_SH));
+  torn_ = false;
+}
+
+bool ResumeStore::IsDone(int64_t frame, const std::string& made_from,
+                         const std::string& output) const {
+  auto found = entries_.find(frame);
+  if (found == entries_.end() || found->second.made_from != made_from) return false;
+  struct stat status {};
+  if (stat(output.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  return FingerprintOfFile(output) == found->second.written;
+}
+
+bool ResumeStore::Add(int64_t frame, const std::string& made_from, const std::string& output) {
+  std::string line = Line(frame, made_from, FingerprintOfFile(output));
+  std::lock_guard lock(mutex_);
+  if (torn_) line = "\n" + line;
+  torn_ = !WriteAll(descriptor_, line);
+  return !torn_;
+}
+
+}  // namespace vxcli

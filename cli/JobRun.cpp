@@ -1,0 +1,308 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+// Runs a job: its frames on threads, what became of them in their order.
+
+#include "JobRun.h"
+
+#include <algorithm>
+#include <iostream>
+#include <map>
+#include <system_error>
+#include <thread>
+
+#include "JobResume.h"
+#include "VX/VX_Package.h"
+#include "host/VXHost.h"
+
+namespace vxcli {
+
+namespace {
+
+constexpr const char* kStatusNames[] = {"not_run", "done",    "up_to_date",
+                                        "planned", "missing", "failed"};
+constexpr int kStatuses = 6;
+
+class Runner {
+ public:
+  Runner(const Job& job, const JobOptions& options, const JobPlan& plan, Progress* progress);
+
+  // Throws the failure of the first frame that failed, unless the job keeps going.
+  int Run();
+
+ private:
+  void Work();
+  bool Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* outcome);
+  Outcome RunFrame(PlannedFrame frame);
+  void RunWork(const PlannedFrame& frame, Outcome* outcome);
+  std::string MadeFrom(const PlannedFrame& frame) const;
+  void TellPlanned(const PlannedFrame& frame, Outcome* outcome) const;
+  void Finish(size_t index, int64_t number, Outcome outcome);
+  void Print(const Outcome& outcome) const;
+  int Conclude();
+  std::string Summary() const;
+
+  const Job& job_;
+  const JobWords& words_;
+  const JobOptions& options_;
+  const JobPlan& plan_;
+  Progress* progress_;
+  int threads_;
+  MemoryBudget budget_;
+  std::unique_ptr<ResumeStore> store_;
+
+  std::mutex next_mutex_;  // frames start one after the other, so that memory goes by their order
+  size_t next_ = 0;
+  std::mutex mutex_;  // over everything below
+  bool stop_ = false;
+  std::map<size_t, Outcome> waiting_;  // done before an earlier frame was
+  size_t printed_ = 0, begun_ = 0;
+  size_t counts_[kStatuses] = {};
+  std::vector<std::pair<size_t, int64_t>> failed_;  // index and number
+  std::pair<size_t, Failure> first_failure_{SIZE_MAX, {kDone, ""}};
+};
+
+Runner::Runner(const Job& job, const JobOptions& options, const JobPlan& plan, Progress* progress)
+    : job_(job),
+      words_(*job.words),
+      options_(options),
+      plan_(plan),
+      progress_(progress),
+      threads_(static_cast<int>(
+          std::min<size_t>(job.parallel ? static_cast<size_t>(options.threads) : 1, plan.size()))),
+      budget_(job, options) {
+  if (plan.sequence() || options.threads_given) VXIO_SetThreads(options.threads / threads_);
+  if (words_.resume) {
+    const std::string& output = plan.output();
+    store_ = std::make_unique<ResumeStore>(
+        plan.sequence() ? VXIO_FramePattern(output).Spelled() : output,
+        words_.dry_run ? ResumeStore::ReadOnly : ResumeStore::ReadAndAdd);
+  }
+}
+
+int Runner::Run() {
+  std::vector<std::thread> threads;
+  try {
+    while (static_cast<int>(threads.size()) + 1 < threads_) {
+      threads.emplace_back([this] { Work(); });
+    }
+  } catch (const std::system_error&) {
+    // Fewer threads than were allowed do the same work.
+  }
+  Work();
+  for (std::thread& thread : threads) thread.join();
+  return Conclude();
+}
+
+// Takes the next frame and the memory for it; false when there is none. What goes wrong is the
+// frame's own failure.
+bool Runner::Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* outcome) {
+  std::lock_guard lock(next_mutex_);
+  {
+    std::lock_guard state(mutex_);
+    if (stop_ || next_ == plan_.size()) return false;
+    *index = next_++;
+  }
+  *frame = plan_.Frame(*index);
+  if (frame->fate == PlannedFrame::Work && (options_.memory || threads_ > 1)) {
+    try {
+      *bytes = budget_.Need(*frame);
+    } catch (...) {
+      outcome->status = Outcome::Failed;
+      outcome->failure = Describe(std::current_exception());
+    }
+  }
+  budget_.Take(*bytes);
+  std::lock_guard state(mutex_);
+  if (plan_.sequence()) {
+    progress_->Begin(static_cast<int>(begun_++), static_cast<int>(plan_.size()),
+                     "frame " + std::to_string(frame->number));
+  }
+  return true;
+}
+
+void Runner::Work() {
+  for (;;) {
+    size_t index = 0;
+    int64_t bytes = 0;
+    PlannedFrame frame;
+    Outcome outcome;
+    if (!Next(&index, &frame, &bytes, &outcome)) return;
+    const int64_t number = frame.number;
+    if (outcome.status == Outcome::NotRun) outcome = RunFrame(std::move(frame));
+    budget_.GiveBack(bytes);
+    Finish(index, number, std::move(outcome));
+  }
+}
+
+Outcome Runner::RunFrame(PlannedFrame frame) {
+  Outcome outcome;
+  nlohmann::ordered_json& told = outcome.told;
+  if (frame.fate == PlannedFrame::Skip) {
+    outcome.status = Outcome::Missing;
+    return outcome;
+  }
+  told["inputs"] = nlohmann::ordered_json::array();
+  for (const InputFile& file : frame.inputs) {
+    told["inputs"].push_back(file.black ? "black like " + file.path : file.path);
+  }
+  if (!frame.output.empty()) told["output"] = frame.output;
+  try {
+    if (frame.fate == PlannedFrame::Fail) throw VXIO_Error(VXIO_ErrorKind::Input, frame.why);
+    static_cast<void>(VXHost_TakeReports());  // none of an earlier frame on this thread
+    std::string made_from;
+    if (store_) {
+      // Before the inputs are read: when they change meanwhile, the frame will be done again.
+      made_from = MadeFrom(frame);
+      if (store_->IsDone(frame.number, made_from, frame.output)) {
+        outcome.status = Outcome::UpToDate;
+      }
+    }
+    if (words_.dry_run) {
+      TellPlanned(frame, &outcome);
+    } else if (outcome.status != Outcome::UpToDate) {
+      RunWork(frame, &outcome);
+      if (store_ && !store_->Add(frame.number, made_from, frame.output)) {
+        Warn({store_->path() + ": cannot be written; a later --resume will do " + frame.output +
+              " again"});
+      }
+    }
+  } catch (...) {
+    outcome.status = Outcome::Failed;
+    outcome.failure = Describe(std::current_exception());
+  }
+  return outcome;
+}
+
+void Runner::RunWork(const PlannedFrame& frame, Outcome* outcome) {
+  JobFrame::State state{&job_, &options_, &plan_, frame, threads_ > 1 ? nullptr : progress_,
+                        {},    {},        {},     false};
+  JobFrame job_frame(&state);
+  job_.work(job_frame);
+  if (!frame.output.empty() && !state.written) throw std::logic_error("nothing was written");
+  outcome->status = Outcome::Done;
+  outcome->lines = std::move(state.lines);
+  if (!state.told.is_null()) outcome->told.update(state.told);
+  if (!state.warnings.is_null()) outcome->told["warnings"] = std::move(state.warnings);
+}
+
+// Everything that a frame's pixels come from.
+std::string Runner::MadeFrom(const PlannedFrame& frame) const {
+  std::string text = "vx " VX_PROJECT_VERSION " " + std::to_string(VX_PKG_VERSION) + "\n" +
+                     job_.settings + (words_.strict ? "\nstrict" : "") + "\n" +
+                     std::to_string(frame.number);
+  for (const InputFile& file : frame.inputs) {
+    text += (file.black ? "\nblack " : "\n") + FingerprintOfFile(file.path);
+  }
+  return FingerprintOfText(text);
+}
+
+void Runner::TellPlanned(const PlannedFrame& frame, Outcome* outcome) const {
+  std::string line = plan_.sequence() ? "frame " + std::to_string(frame.number) + ":" : "would";
+  for (size_t i = 0; i < frame.inputs.size(); ++i) {
+    const InputFile& file = frame.inputs[i];
+    VXIO_ReadInfo(file.path);
+    line += (i == 0 ? " read " : " and ") + file.path + (file.black ? " for its size, black" : "");
+  }
+  if (!frame.output.empty()) {
+    VXIO_CheckOutput(frame.output, options_.clobber);
+    line += (frame.inputs.empty() ? " write " : ", write ") + frame.output;
+  }
+  const bool up_to_date = outcome->status == Outcome::UpToDate;
+  if (up_to_date) line += " (up to date)";
+  if (!up_to_date) outcome->status = Outcome::Planned;
+  outcome->lines = {line};
+}
+
+// Counts a frame, tells of its failure at once and of the rest in the order of the frames.
+void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
+  nlohmann::ordered_json told;
+  if (plan_.sequence()) told["frame"] = number;
+  told["status"] = kStatusNames[outcome.status];
+  if (outcome.status == Outcome::Failed) {
+    told["exit"] = outcome.failure.exit_code;
+    told["message"] = outcome.failure.text;
+  }
+  if (!outcome.told.is_null()) told.update(outcome.told);
+  outcome.told = std::move(told);
+
+  std::lock_guard lock(mutex_);
+  ++counts_[outcome.status];
+  if (outcome.status == Outcome::Failed) {
+    if (plan_.sequence()) {
+      outcome.failure.text = "frame " + std::to_string(number) + ": " + outcome.failure.text;
+    }
+    failed_.emplace_back(index, number);
+    if (words_.keep_going && plan_.sequence()) Complain(outcome.failure.text);
+    if (!words_.keep_going) stop_ = true;
+    if (index < first_failure_.first) first_failure_ = {index, outcome.failure};
+  }
+  waiting_[index] = std::move(outcome);
+  for (auto next = waiting_.begin(); next != waiting_.end() && next->first == printed_;
+       next = waiting_.erase(next), ++printed_) {
+    Print(next->second);
+  }
+}
+
+void Runner::Print(const Outcome& outcome) const {
+  if (!words_.json) {
+    for (const std::string& line : outcome.lines) std::cout << line << '\n';
+  } else if (plan_.sequence() || outcome.status != Outcome::Failed) {
+    PrintJson(outcome.told);
+  }
+  std::cout.flush();
+}
+
+std::string Runner::Summary() const {
+  return std::to_string(failed_.size()) + " of " + std::to_string(plan_.size()) + " frames failed";
+}
+
+int Runner::Conclude() {
+  for (const auto& [index, outcome] : waiting_) Print(outcome);  // beyond one that never ran
+  std::sort(failed_.begin(), failed_.end());
+  std::vector<int64_t> numbers;
+  for (const auto& [index, number] : failed_) numbers.push_back(number);
+  const bool some = words_.keep_going && plan_.sequence() && !failed_.empty();
+  const Failure result = some ? Failure{kSomeFailed, Summary() + ": " + VXIO_FrameWords(numbers)}
+                              : first_failure_.second;
+  if (words_.json && plan_.sequence()) {
+    nlohmann::ordered_json told = {{"summary", true}, {"frames", plan_.size()}};
+    size_t rest = plan_.size();
+    for (int status = Outcome::Done; status < kStatuses; ++status) {
+      told[kStatusNames[status]] = counts_[status];
+      rest -= counts_[status];
+    }
+    told[kStatusNames[Outcome::NotRun]] = rest;
+    told["exit"] = result.exit_code;
+    PrintJson(told);
+  }
+  if (!words_.failed_list.empty() && !words_.dry_run) {
+    std::string list;
+    for (int64_t number : numbers) list += std::to_string(number) + "\n";
+    VXIO_WriteText(words_.failed_list, list);
+  }
+  if (result.exit_code != kDone) throw CarriedFailure(result);
+  return kDone;
+}
+
+}  // namespace
+
+int RunJob(const Job& job) {
+  const JobOptions options = ParseJobOptions(*job.words);
+  Progress progress(options.progress);
+  int code = kDone;
+  RunWith(&progress, [&] {
+    const JobPlan plan(job, options);
+    if (!job.words->failed_list.empty()) {
+      VXIO_CheckFile(job.words->failed_list, VXIO_Clobber::Overwrite);
+    }
+    if (plan.sequence()) {
+      for (const std::string& file : plan.SingleFiles()) VXIO_ReadInfo(file);
+    }
+    for (const std::string& note : plan.notes()) Note(note);
+    code = Runner(job, options, plan, &progress).Run();
+    progress.Done(plan.output());
+  });
+  return code;
+}
+
+}  // namespace vxcli

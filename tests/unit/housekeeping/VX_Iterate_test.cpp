@@ -182,7 +182,7 @@ TEST(Iterate, WhatThePixelFunctionGivesEndsTheWalk) {
       {[]() -> VX_Err { throw int32_t{44}; }, 44},
       {[]() -> VX_Err { throw std::bad_alloc(); }, 4},
       {[]() -> VX_Err { throw std::runtime_error("no"); }, 516}};
-  for (const auto& [end, code] : ends) {
+  for (const auto& end : ends) {
     GuardedWorld<VX_Pixel8> dst(9, 2, 2, 5);
     const auto want = dst.Expected([](int32_t x, int32_t y) { return x < 6 && y == 0; },
                                    [](VX_Pixel8) {
@@ -190,13 +190,14 @@ TEST(Iterate, WhatThePixelFunctionGivesEndsTheWalk) {
                                    });
     int calls = 0;
     OnPixel on_pixel = [&](int32_t, int32_t, void*, void* out) -> VX_Err {
-      if (++calls == 7) return end();
+      if (++calls == 7) return end.first();
       *static_cast<VX_Pixel8*>(out) = {1, 2, 3, 4};
       return 0;
     };
     OnStep never = [](int32_t, int32_t) -> VX_Err { throw int32_t{45}; };
     VX_ProgressInfo info = ProgressOf(&never);
-    EXPECT_EQ(VX_Iterate(&info, 0, 1, nullptr, nullptr, &on_pixel, CallPixel, &dst.world), code);
+    EXPECT_EQ(VX_Iterate(&info, 0, 1, nullptr, nullptr, &on_pixel, CallPixel, &dst.world),
+              end.second);
     EXPECT_EQ(dst.bytes, want);
     EXPECT_EQ(VX_IterateOrigin(&info, 0, 1, nullptr, nullptr, /*origin=*/nullptr, &on_pixel,
                                CallPixel, &dst.world),

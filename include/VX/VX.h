@@ -45,9 +45,11 @@
 // g + 3735 b + 16384) >> 15, in float 0.299, 0.587, 0.114.
 
 #include "VX/VX_Blend.h"
+#include "VX/VX_Blur.h"
 #include "VX/VX_CallbackBlock.h"
 #include "VX/VX_Chunk.h"
 #include "VX/VX_CompositeRect.h"
+#include "VX/VX_Convolve.h"
 #include "VX/VX_Copy.h"
 #include "VX/VX_Cursor.h"
 #include "VX/VX_DepthConvert.h"

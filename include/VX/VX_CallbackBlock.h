@@ -29,10 +29,6 @@ enum : int32_t { VX_Quality_Draft = 0, VX_Quality_High = 1 };
 // Bit 0 of the mode flags: pixels are straight. Clear: premultiplied.
 enum : int32_t { VX_ModeFlag_Straight = 1 };
 
-// Builds a kernel from a radius: reference (not read), radius, kernel flags, multiplier, out
-// diameter, out weights.
-using VX_GaussianKernelFunc = VX_Err (*)(void* ref, double radius, int32_t flags, double multiplier,
-                                         int32_t* diameter, int32_t* kernel);
 using VX_FillFunc = VX_Err (*)(void* ref, const VX_Pixel8* color, const M_Rect* area,
                                VX_LayerDef* world);
 using VX_PremulWorldFunc = VX_Err (*)(void* ref, int32_t forward, VX_LayerDef* world);

@@ -13,6 +13,8 @@
 // and gives 3. The numbers without a routine stay null.
 
 #include "VX/VX_Blend.h"
+#include "VX/VX_Blur.h"
+#include "VX/VX_Convolve.h"
 #include "VX/VX_Copy.h"
 #include "VX/VX_DepthConvert.h"
 #include "VX/VX_Iterate.h"
@@ -33,16 +35,6 @@ using VX_CompositeRectFunc = VX_Err (*)(VX_ProgressInfo* progress, const M_Rect*
 // Mixes two worlds: ratio 0 gives a, 65536 gives b.
 using VX_BlendWorldsFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* a,
                                       const VX_LayerDef* b, VX_Fixed ratio, VX_LayerDef* dst);
-
-using VX_FastBlurFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src, float radius,
-                                   int32_t flags, VX_LayerDef* dst);
-
-// Four integer kernels, one a channel; `kernel_size` is odd. The rectangle is not read.
-using VX_ConvolveFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src,
-                                   const M_Rect* rect, int32_t flags, int32_t kernel_size,
-                                   const int32_t* alpha_kernel, const int32_t* red_kernel,
-                                   const int32_t* green_kernel, const int32_t* blue_kernel,
-                                   VX_LayerDef* dst);
 
 using VX_TransferRectFunc = decltype(&VX_TransferRect_S);
 

@@ -1,0 +1,6 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "filters/VXp_FiltersBirth.h"
+
+void VXp_FillFiltersSlots(VXp_OverrideTable& /*table*/) {}

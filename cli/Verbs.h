@@ -21,6 +21,12 @@ struct Verb {
 // `layers` holds, for each --layer, the words that belong to it; see Layers.h.
 Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* layers);
 Verb AddFill(CLI::App* root);
+Verb AddCopy(CLI::App* root);
+Verb AddResize(CLI::App* root);
+Verb AddConvert(CLI::App* root);
+Verb AddPremultiply(CLI::App* root);
+Verb AddUnpremultiply(CLI::App* root);
+Verb AddGuessAlpha(CLI::App* root);
 Verb AddList(CLI::App* root);
 Verb AddModes(CLI::App* root);
 Verb AddCompare(CLI::App* root);

@@ -60,7 +60,9 @@ bool AsksForHelp(const std::vector<std::string>& words) {
 }
 
 int Run(std::vector<std::string> words) {
-  CLI::App root{"Composite and compare pictures of straight alpha at 8, 16 and 32 bits", "vx"};
+  CLI::App root{
+      "Composite, scale, convert and compare pictures of straight alpha at 8, 16 and 32 bits",
+      "vx"};
   root.require_subcommand(0, 1);
   root.set_version_flag("--version", &vxcli::VersionText, "Show versions and the processor level");
   std::string processor = "all";
@@ -74,6 +76,12 @@ int Run(std::vector<std::string> words) {
   std::vector<std::vector<std::string>> layers;
   std::vector<vxcli::Verb> verbs = {vxcli::AddComposite(&root, &layers),
                                     vxcli::AddFill(&root),
+                                    vxcli::AddCopy(&root),
+                                    vxcli::AddResize(&root),
+                                    vxcli::AddConvert(&root),
+                                    vxcli::AddPremultiply(&root),
+                                    vxcli::AddUnpremultiply(&root),
+                                    vxcli::AddGuessAlpha(&root),
                                     vxcli::AddModes(&root),
                                     vxcli::AddCompare(&root),
                                     vxcli::AddInfo(&root),

@@ -11,6 +11,7 @@
 #include "VXIO/VXIO_Picture.h"
 #include "Values.h"
 #include "Verbs.h"
+#include "Worlds.h"
 
 namespace vxcli {
 
@@ -40,13 +41,6 @@ void Paint(const std::string& word, const M_Rect* area, VX_World* world) {
       break;
     }
   }
-}
-
-VXIO_WorldPtr NewWorld(int32_t width, int32_t height, int32_t depth) {
-  VXIO_WorldPtr world(
-      VX_World::New(width, height, static_cast<int16_t>(depth), VX_WorldFlag_Clear));
-  if (!world) throw VX_Err{VX_ErrOutOfMemory};
-  return world;
 }
 
 int Run(const FillWords& words) {

@@ -13,6 +13,7 @@
 #include "VXIO/VXIO_Sheet.h"
 #include "Values.h"
 #include "Verbs.h"
+#include "Worlds.h"
 
 namespace vxcli {
 
@@ -25,13 +26,6 @@ struct ModesWords {
 };
 
 constexpr int32_t kMargin = 8, kLabel = 22, kFont = 13, kCheck = 8;
-
-VXIO_WorldPtr NewWorld(int32_t width, int32_t height, int32_t depth) {
-  VXIO_WorldPtr world(
-      VX_World::New(width, height, static_cast<int16_t>(depth), VX_WorldFlag_Clear));
-  if (!world) throw VX_Err{VX_ErrOutOfMemory};
-  return world;
-}
 
 M_Rect RectAt(int32_t left, int32_t top, int32_t width, int32_t height) {
   M_Rect rect{};

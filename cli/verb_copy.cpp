@@ -1,0 +1,184 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+// vx copy: a rectangle of a picture onto a canvas; crops, pads, moves, and scales into place.
+
+#include <algorithm>
+#include <memory>
+
+#include "Errors.h"
+#include "Job.h"
+#include "VX/VX_CallbackBlock.h"
+#include "VX/VX_Copy.h"
+#include "Values.h"
+#include "Verbs.h"
+#include "Worlds.h"
+
+namespace vxcli {
+
+namespace {
+
+struct CopyWords {
+  JobWords job;
+  std::string input, from, to, size, quality = "high";
+};
+
+struct Wanted {
+  std::optional<M_Rect> from, to;
+  std::optional<Size> size;
+};
+
+struct Geometry {
+  M_Rect from, to;
+  Size canvas;
+};
+
+int32_t Width(const M_Rect& rect) { return rect.right - rect.left; }
+int32_t Height(const M_Rect& rect) { return rect.bottom - rect.top; }
+
+M_Rect RectOfSize(int32_t width, int32_t height) {
+  M_Rect rect{};
+  rect.right = static_cast<int16_t>(width);
+  rect.bottom = static_cast<int16_t>(height);
+  return rect;
+}
+
+bool IsScaled(const Geometry& at) {
+  return Width(at.from) != Width(at.to) || Height(at.from) != Height(at.to);
+}
+
+std::optional<M_Rect> ParseArea(const std::string& option, const std::string& word) {
+  if (word.empty()) return std::nullopt;
+  M_Rect rect = ParseRect(option, word);
+  if (Width(rect) > 30000 || Height(rect) > 30000) {
+    throw UsageError(option + " '" + word + "': may be at most 30000 pixels wide and high");
+  }
+  return rect;
+}
+
+Geometry Place(const Wanted& wanted, int32_t width, int32_t height) {
+  Geometry at;
+  at.from = wanted.from.value_or(RectOfSize(width, height));
+  at.to = wanted.to.value_or(RectOfSize(Width(at.from), Height(at.from)));
+  const bool crop = wanted.from && !wanted.to;
+  at.canvas =
+      wanted.size.value_or(crop ? Size{Width(at.from), Height(at.from)} : Size{width, height});
+  return at;
+}
+
+// Along one axis: whether the part of `to` that is on the canvas shows any of the picture.
+bool Shows(int64_t from_low, int64_t from_high, int64_t side, int64_t to_low, int64_t to_high,
+           int64_t canvas) {
+  const int64_t low = std::max<int64_t>(to_low, 0), high = std::min(to_high, canvas);
+  if (low >= high) return false;
+  const int64_t from_size = from_high - from_low, to_size = to_high - to_low;
+  // Positions in the picture, times to_size.
+  const int64_t first = from_low * to_size + (low - to_low) * from_size;
+  const int64_t last = from_low * to_size + (high - to_low) * from_size;
+  return first < side * to_size && last > 0;
+}
+
+bool ShowsAny(const Geometry& at, const VX_LayerDef& picture) {
+  return Shows(at.from.left, at.from.right, picture.width, at.to.left, at.to.right,
+               at.canvas.width) &&
+         Shows(at.from.top, at.from.bottom, picture.height, at.to.top, at.to.bottom,
+               at.canvas.height);
+}
+
+// At high quality a scaled rectangle counts as a picture of its own: as if it had been cut out,
+// resized and put in place. So its edges stay sharp, where VX_CopyBits_HQ_Straight would mix in
+// what lies around it.
+void CopyResized(VX_ProgressInfo* progress, const Geometry& at, VX_World* picture,
+                 VX_World* canvas) {
+  VXIO_WorldPtr piece, placed;
+  if (IsInside(at.from, *picture)) {
+    piece = ViewOf(picture, at.from);
+  } else {
+    piece = NewWorld(Width(at.from), Height(at.from), picture->Depth());
+    Check(VX_CopyBits_Draft(nullptr, picture, piece.get(), &at.from, nullptr), "copy");
+  }
+  const bool inside = IsInside(at.to, *canvas);
+  placed = inside ? ViewOf(canvas, at.to) : NewWorld(Width(at.to), Height(at.to), canvas->Depth());
+  Check(VX_ResizeWorld(progress, VX_Quality_High, piece.get(), placed.get()), "copy");
+  if (!inside) Check(VX_CopyBits_Draft(nullptr, placed.get(), canvas, nullptr, &at.to), "copy");
+}
+
+int64_t BytesHeld(const Wanted& wanted, int32_t quality, const VXIO_Info& input) {
+  const Geometry at = Place(wanted, input.width, input.height);
+  int64_t pixels =
+      int64_t{input.width} * input.height + int64_t{at.canvas.width} * at.canvas.height;
+  if (quality == VX_Quality_High && IsScaled(at)) {
+    pixels += int64_t{Width(at.from)} * Height(at.from) + int64_t{Width(at.to)} * Height(at.to);
+  }
+  return BytesOfWorld(pixels, 1, input.depth);
+}
+
+void CopyFrame(const Wanted& wanted, int32_t quality, JobFrame* frame) {
+  VXIO_Picture picture = frame->Read(0);
+  const Geometry at = Place(wanted, picture.world->width, picture.world->height);
+  VXIO_WorldPtr canvas = NewWorld(at.canvas.width, at.canvas.height, picture.world->Depth());
+  if (!ShowsAny(at, *picture.world)) {
+    frame->Note("nothing is copied: no part of --from lands on the canvas");
+  } else if (IsScaled(at) && quality == VX_Quality_High) {
+    CopyResized(frame->Progress(), at, picture.world.get(), canvas.get());
+  } else {
+    Check(VX_CopyBits_Draft(nullptr, picture.world.get(), canvas.get(), &at.from, &at.to), "copy");
+  }
+  auto edges = [](const M_Rect& rect) {
+    return nlohmann::ordered_json{rect.left, rect.top, rect.right, rect.bottom};
+  };
+  frame->Told()["from"] = edges(at.from);
+  frame->Told()["to"] = edges(at.to);
+  frame->Told()["width"] = at.canvas.width;
+  frame->Told()["height"] = at.canvas.height;
+  // Where nothing covers the canvas it is transparent, and the writer sees that by itself.
+  frame->Write(*canvas, picture);
+}
+
+int Run(const CopyWords& words) {
+  Wanted wanted{ParseArea("--from", words.from), ParseArea("--to", words.to), std::nullopt};
+  if (!words.size.empty()) wanted.size = ParseSize("--size", words.size, /*least=*/1);
+  const int32_t quality = ParseQuality(words.quality);
+  Job job;
+  job.words = &words.job;
+  job.inputs = {words.input};
+  job.settings =
+      "copy from=" + words.from + " to=" + words.to + " size=" + words.size + " " + words.quality;
+  job.bytes = [&](const std::vector<VXIO_Info>& inputs) {
+    return BytesHeld(wanted, quality, inputs[0]);
+  };
+  job.work = [&](JobFrame& frame) { CopyFrame(wanted, quality, &frame); };
+  return RunJob(job);
+}
+
+}  // namespace
+
+Verb AddCopy(CLI::App* root) {
+  auto words = std::make_shared<CopyWords>();
+  CLI::App* app =
+      root->add_subcommand("copy", "Crop, pad or move a picture on a transparent canvas");
+  app->add_option("IN", words->input, "A picture, or a pattern for a sequence")
+      ->type_name("FILE")
+      ->required();
+  app->add_option("--from", words->from,
+                  "The part of IN to copy, edges -30000 to 30000; what overhangs IN is "
+                  "transparent [all]")
+      ->type_name("L,T,R,B");
+  app->add_option("--to", words->to,
+                  "Where on the canvas it lands, scaled when the sizes differ; may overhang [the "
+                  "size of --from at 0,0]")
+      ->type_name("L,T,R,B");
+  app->add_option("--size", words->size,
+                  "Size of the canvas, 1 to 30000 each; it never scales [that of IN; with --from "
+                  "and no --to, that of the part]")
+      ->type_name("WxH");
+  app->add_option("--quality", words->quality,
+                  "How to scale. draft: the nearest pixel; high: as vx resize [high]")
+      ->type_name("HOW");
+  AddJobOptions(app, &words->job, JobOutput::Picture);
+  app->footer("A canvas that is covered by a picture without alpha has none either.\n"
+              "Examples:\n  vx copy photo.png --from 100,50,740,530 -o crop.png\n"
+              "  vx copy logo.png --to 20,20,120,70 --size 1920x1080 -o placed.png");
+  return {app, [words] { return Run(*words); }};
+}
+
+}  // namespace vxcli

@@ -53,12 +53,6 @@ double Ellipse(int32_t x, int32_t y, int32_t width, int32_t height) {
   return std::clamp((0.9 - std::sqrt(dx * dx + dy * dy)) * 12.0, 0.0, 1.0);
 }
 
-template <class Pixel>
-VX_ChannelOf<Pixel> ToChannel(double v) {
-  if constexpr (kDepthOf<Pixel> == 32) return static_cast<float>(v);
-  return static_cast<VX_ChannelOf<Pixel>>(v * kFullScaleOf<Pixel> + 0.5);
-}
-
 // 1/16 .. 15/16: neither end, nor does the product of two of them round to one.
 double Between(double v) { return 0.0625 + 0.875 * v; }
 
@@ -110,3 +104,23 @@ void Scene<Pixel>::ResetDestination() {
 template struct Scene<VX_Pixel8>;
 template struct Scene<VX_Pixel16>;
 template struct Scene<VX_PixelFloat>;
+
+template <class Pixel>
+Frame<Pixel> MakePicture(Picture picture, int32_t width, int32_t height) {
+  Frame<Pixel> frame(width, height);
+  if (picture == Picture::kFlat) {
+    const Pixel one{kFullScaleOf<Pixel>, ToChannel<Pixel>(0.7), ToChannel<Pixel>(0.2),
+                    ToChannel<Pixel>(0.4)};
+    std::fill(frame.pixels.begin(), frame.pixels.end(), one);
+  } else if (picture == Picture::kOpaque) {
+    Paint(&frame, 97.0, 0.0, 1, [](int32_t, int32_t) { return 1.0; });
+  } else {
+    Waves alpha(width, height, 211.0, 0.3, 11);
+    Paint(&frame, 97.0, 0.0, 1, [&](int32_t x, int32_t y) { return Between(alpha.At(x, y)); });
+  }
+  return frame;
+}
+
+template Frame<VX_Pixel8> MakePicture(Picture, int32_t, int32_t);
+template Frame<VX_Pixel16> MakePicture(Picture, int32_t, int32_t);
+template Frame<VX_PixelFloat> MakePicture(Picture, int32_t, int32_t);

@@ -4,6 +4,8 @@
 
 // The pictures that contestants work on, and small facts of the three depths.
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -64,3 +66,30 @@ struct Scene {
   Scene(Content content, int32_t width, int32_t height);
   void ResetDestination();
 };
+
+// One picture. Flat: one opaque colour. Opaque: colours vary, alpha is full. Varied: alpha varies
+// as well, and is nowhere 0 or full.
+enum class Picture { kFlat, kOpaque, kVaried };
+inline constexpr Picture kPictures[] = {Picture::kFlat, Picture::kOpaque, Picture::kVaried};
+template <class Pixel>
+Frame<Pixel> MakePicture(Picture picture, int32_t width, int32_t height);
+
+// A number of 0..1 at the scale of the depth, to the nearest.
+template <class Pixel>
+VX_ChannelOf<Pixel> ToChannel(double v) {
+  if constexpr (kDepthOf<Pixel> == 32) return static_cast<float>(v);
+  return static_cast<VX_ChannelOf<Pixel>>(v * kFullScaleOf<Pixel> + 0.5);
+}
+
+// The greatest difference of two channels, in their own units.
+template <class Pixel>
+double GreatestStep(const std::vector<Pixel>& a, const std::vector<Pixel>& b) {
+  double greatest = 0.0;
+  for (size_t i = 0; i < a.size(); ++i) {
+    for (const auto channel : {&Pixel::alpha, &Pixel::red, &Pixel::green, &Pixel::blue}) {
+      const double step = static_cast<double>(a[i].*channel) - static_cast<double>(b[i].*channel);
+      greatest = std::max(greatest, std::fabs(step));
+    }
+  }
+  return greatest;
+}

@@ -5,11 +5,10 @@
 // The library's two ways to composite a scene: one call for the rectangle, and the exported entry
 // of one pixel called in a loop.
 
-#include <benchmark/benchmark.h>
-
 #include <stdexcept>
 
 #include "Content.h"
+#include "Rounds.h"
 #include "VX/VX_Blend.h"
 
 struct ModeName {
@@ -56,13 +55,6 @@ struct PixelTables<VX_PixelFloat> {
   static constexpr auto& kPlain = VXp_G_Xfer1_tableF;
   static constexpr auto& kOpacity = VXp_G_Xfer1_Opacity_tableF;
 };
-
-// A compiler that sees through the table could inline the entry; a caller of the library can not.
-template <class Function>
-Function Opaque(Function function) {
-  benchmark::DoNotOptimize(function);
-  return function;
-}
 
 template <class Pixel>
 void PixelByPixel(Scene<Pixel>& scene, int32_t mode) {

@@ -3,10 +3,14 @@
 
 #include "Options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <string_view>
+
+#include "Sections.h"
 
 namespace {
 
@@ -19,39 +23,35 @@ int ParseRounds(std::string_view text) {
   return rounds;
 }
 
-// Naming one section leaves the others out.
-bool ChooseSection(std::string_view name, bool first, Options* options) {
-  if (name != "composite" && name != "modes" && name != "scratch") return false;
-  if (first) options->composite = options->modes = options->scratch = false;
-  if (name == "composite") options->composite = true;
-  if (name == "modes") options->modes = true;
-  if (name == "scratch") options->scratch = true;
-  return true;
+bool IsSection(std::string_view name) {
+  return std::any_of(std::begin(kSections), std::end(kSections),
+                     [name](const Section& section) { return name == section.name; });
 }
 
 }  // namespace
 
-const char* UsageText() {
-  return "usage: vx_bench [composite] [modes] [scratch] [options]\n"
-         "\n"
-         "  composite      six modes on whole frames, against memcpy, a naive loop, pixman, table\n"
-         "  modes          every mode and depth against its own per-pixel table\n"
-         "  scratch        allocations of one call, and their peak\n"
+std::string UsageText() {
+  std::string text = "usage: vx_bench [SECTION...] [options]\n\n";
+  for (const Section& section : kSections) {
+    text += "  " + std::string(section.name) + std::string(15 - std::strlen(section.name), ' ') +
+            section.what + "\n";
+  }
+  return text +
          "\n"
          "  --filter TEXT  only rows whose name contains TEXT, such as 8/in-front/partly\n"
          "  --rounds N     times that each contestant of a row runs (9)\n"
          "  --quick        1920x1080 only, three rounds\n"
          "  --plain        without the library's vector routines\n"
          "\n"
-         "Without a section: all three. Rows are named SIZE/DEPTH/MODE/CONTENT/MASK in composite,\n"
-         "DEPTH/MODE/ in modes.\n"
+         "Without a section: all of them. Rows are named SIZE/DEPTH/MODE/CONTENT/MASK in "
+         "composite,\n"
+         "DEPTH/MODE/ in modes, as they are printed in the others.\n"
          "The exit code is 1 when contestants disagree on a result or a call takes more scratch\n"
          "than one row; times never decide it.\n";
 }
 
 Options ParseOptions(int count, const char* const* arguments) {
   Options options;
-  bool any_section = false;
   bool any_rounds = false;
   for (int i = 1; i < count; ++i) {
     const std::string_view argument = arguments[i];
@@ -70,8 +70,8 @@ Options ParseOptions(int count, const char* const* arguments) {
       options.plain = true;
     } else if (argument == "--help" || argument == "-h") {
       options.help = true;
-    } else if (ChooseSection(argument, !any_section, &options)) {
-      any_section = true;
+    } else if (IsSection(argument)) {
+      options.sections.emplace_back(argument);
     } else {
       throw std::invalid_argument("unknown argument \"" + std::string(argument) + "\"");
     }

@@ -5,15 +5,14 @@
 // What the command line asks for.
 
 #include <string>
+#include <vector>
 
 struct Options {
-  bool composite = true;  // the sections to run
-  bool modes = true;
-  bool scratch = true;
-  std::string filter;  // only rows whose name contains this; empty: all
-  int rounds = 9;      // times that each contestant of a row runs
-  bool quick = false;  // one size, few rounds
-  bool plain = false;  // the library's vector routines are left out
+  std::vector<std::string> sections;  // names of those to run; empty: all
+  std::string filter;                 // only rows whose name contains this; empty: all
+  int rounds = 9;                     // times that each contestant of a row runs
+  bool quick = false;                 // one size, few rounds
+  bool plain = false;                 // the library's vector routines are left out
   bool help = false;
 
   bool Takes(const std::string& row) const { return row.find(filter) != std::string::npos; }
@@ -22,4 +21,4 @@ struct Options {
 // Throws std::invalid_argument with a line for the user.
 Options ParseOptions(int count, const char* const* arguments);
 
-const char* UsageText();
+std::string UsageText();

@@ -11,19 +11,19 @@
 
 namespace {
 
-double ThreadSeconds() {
+double ProcessSeconds() {
   timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
 double TimeOnce(const Contestant& contestant) {
   if (contestant.prepare) contestant.prepare();
   benchmark::ClobberMemory();  // pixels written before are written before
-  const double begin = ThreadSeconds();
+  const double begin = ProcessSeconds();
   contestant.run();
   benchmark::ClobberMemory();  // and those of the run belong to it
-  return ThreadSeconds() - begin;
+  return ProcessSeconds() - begin;
 }
 
 // Share 0..1 of the sorted values, between neighbours where it falls between.

@@ -137,7 +137,7 @@ void CountAllocations() {
   VXHost_SetFrameAllocator(&kCounting);
 }
 
-bool RunScratch() {
+bool RunScratch(const Options& /*options*/) {
   std::printf(
       "\nScratch of one VX_TransferRect on rows of %d pixels: every mode, mask use, alpha kept or "
       "not.\n\n",

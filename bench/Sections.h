@@ -9,7 +9,28 @@
 
 bool RunComposite(const Options& options);
 bool RunModes(const Options& options);
+bool RunCopies(const Options& options);
+bool RunScaling(const Options& options);
+bool RunSamplers(const Options& options);
+bool RunIterators(const Options& options);
+bool RunScratch(const Options& options);
+
+struct Section {
+  const char* name;
+  const char* what;  // for the usage text
+  bool (*run)(const Options& options);
+};
+inline constexpr Section kSections[] = {
+    {"composite", "six modes on whole frames, against memcpy, a naive loop, pixman, table",
+     &RunComposite},
+    {"modes", "every mode and depth against its own per-pixel table", &RunModes},
+    {"copies", "fills, copies, conversions against memset, memcpy, OpenCV, libvips", &RunCopies},
+    {"scaling", "nearest and high quality, down and up, against OpenCV", &RunScaling},
+    {"samplers", "every sampler by content, against the nearest one and a naive loop",
+     &RunSamplers},
+    {"iterators", "walks with a function, a lambda, a table, against plain loops", &RunIterators},
+    {"scratch", "allocations of one call, and their peak", &RunScratch},
+};
 
 // Before the birth: sets the host's sources of memory, so that allocations can be counted later.
 void CountAllocations();
-bool RunScratch();

@@ -1,10 +1,11 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The composite benchmark: ratios that are measured side by side in one run, on one thread.
+// The benchmark: ratios that are measured side by side in one run.
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -28,9 +29,12 @@ void PrintMachine(const Options& options) {
 
 bool RunSections(const Options& options) {
   bool good = true;
-  if (options.composite) good = RunComposite(options) && good;
-  if (options.modes) good = RunModes(options) && good;
-  if (options.scratch) good = RunScratch() && good;
+  for (const Section& section : kSections) {
+    const auto& wanted = options.sections;
+    if (wanted.empty() || std::find(wanted.begin(), wanted.end(), section.name) != wanted.end()) {
+      good = section.run(options) && good;
+    }
+  }
   return good;
 }
 
@@ -54,11 +58,11 @@ int main(int count, char** arguments) {
   try {
     options = ParseOptions(count, arguments);
   } catch (const std::invalid_argument& error) {
-    std::fprintf(stderr, "vx_bench: %s\n\n%s", error.what(), UsageText());
+    std::fprintf(stderr, "vx_bench: %s\n\n%s", error.what(), UsageText().c_str());
     return 2;
   }
   if (options.help) {
-    std::fputs(UsageText(), stdout);
+    std::fputs(UsageText().c_str(), stdout);
     return 0;
   }
   try {

@@ -73,7 +73,7 @@ class JobFrame {
 struct Job {
   const JobWords* words = nullptr;
   std::vector<std::string> inputs;  // files, the same for each frame, and patterns; may be empty
-  // The verb and everything of its options that decides the pixels; --resume compares it.
+  // The verb, a blank, and everything of its options that decides the pixels; --resume compares it.
   std::string settings;
   // False: frames one after the other on one thread, for work that changes what is process-wide.
   bool parallel = true;

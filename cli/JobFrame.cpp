@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "JobRun.h"
 #include "VX/VX_Fill.h"
 
@@ -33,18 +31,14 @@ const std::string& JobFrame::Output() const { return state_->frame.output; }
 
 VXIO_Picture JobFrame::Read(size_t input, int32_t depth, VXIO_AlphaAs alpha) {
   const InputFile& file = state_->frame.inputs.at(input);
-  const size_t inputs = state_->frame.inputs.size();
-  state_->Begin(input, "read " + BaseName(file.path));
+  const std::string& settings = state_->job->settings;
+  state_->Begin(input, settings.substr(0, settings.find(' ')) + " " + BaseName(file.path));
   VXIO_Picture picture = VXIO_Read(file.path, depth, alpha);
   if (file.black) {
     Blacken(&picture);
     picture.warnings.clear();  // about pixels that are gone
   }
   state_->TellWarnings(picture.warnings, VXIO_ErrorKind::Input);
-  if (input + 1 == inputs) {
-    state_->Begin(inputs, state_->job->settings.substr(0, state_->job->settings.find(' ')) + " " +
-                              BaseName(file.path));
-  }
   return picture;
 }
 
@@ -58,7 +52,7 @@ void JobFrame::Write(const VX_LayerDef& world, const VXIO_Picture& model) {
 void JobFrame::Write(const VX_LayerDef& world, VXIO_WriteOptions options) {
   options.clobber = state_->options->clobber;
   options.strict = state_->job->words->strict;
-  state_->Begin(state_->frame.inputs.size() + 1, "write " + BaseName(Output()));
+  state_->Begin(state_->frame.inputs.size(), "write " + BaseName(Output()));
   std::vector<std::string> warnings = VXIO_Write(Output(), world, options);
   state_->written = true;
   state_->TellWarnings(warnings, VXIO_ErrorKind::Output);
@@ -90,8 +84,8 @@ void JobFrame::State::TellWarnings(const std::vector<std::string>& texts, VXIO_E
 
 void JobFrame::State::Begin(size_t step, const std::string& what) const {
   if (plan->sequence() || !progress) return;
-  const int steps = static_cast<int>(frame.inputs.size()) + (frame.output.empty() ? 1 : 2);
-  progress->Begin(std::min(static_cast<int>(step), steps - 1), steps, what);
+  const int steps = static_cast<int>(frame.inputs.size()) + (frame.output.empty() ? 0 : 1);
+  progress->Begin(static_cast<int>(step), steps, what);
 }
 
 // --- memory --------------------------------------------------------------------------------------

@@ -38,7 +38,8 @@ struct JobFrame::State {
 
   // Says the warnings, or throws the first of them under --strict.
   void TellWarnings(const std::vector<std::string>& texts, VXIO_ErrorKind kind);
-  // Tells how far a single file is: reading each input, the work, writing.
+  // Tells how far a job of one frame is: a step for each input and what is done with it, then
+  // writing.
   void Begin(size_t step, const std::string& what) const;
 };
 

@@ -8,6 +8,7 @@
 
 #include "Console.h"
 #include "Errors.h"
+#include "Job.h"
 #include "Layers.h"
 #include "VX/VX_Transfer.h"
 #include "VXIO/VXIO_Picture.h"
@@ -18,25 +19,24 @@ namespace vxcli {
 namespace {
 
 struct CompositeWords {
-  std::string background, output, depth = "keep", progress = "auto";
-  bool overwrite = false, no_clobber = false, json = false;
+  std::string background, depth = "keep";
+  JobWords job;
   LayerWords layer_help;  // layers are parsed one by one, see Layers.h
 };
 
-std::string Named(size_t index, const Layer& layer) {
-  return "layer " + std::to_string(index + 1) + " (" + layer.file + ")";
-}
-
-// For progress, where room is short.
-std::string BaseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+// Where a layer's pictures stand among the inputs of the job; the background is the first.
+struct Places {
+  size_t file, mask;
+};
 
 // The deepest of the pictures that are drawn. Masks do not count. Headers only, so that a file that
 // cannot be read is known before any work is done.
-int32_t DeepestOf(const std::string& background, const std::vector<Layer>& layers) {
-  int32_t depth = VXIO_ReadInfo(background).depth;
-  for (const Layer& layer : layers) {
-    depth = std::max(depth, VXIO_ReadInfo(layer.file).depth);
-    if (!layer.mask.empty()) VXIO_ReadInfo(layer.mask);
+int32_t DeepestOf(const JobFrame& frame, const std::vector<Layer>& layers,
+                  const std::vector<Places>& places) {
+  int32_t depth = VXIO_ReadInfo(frame.Input(0)).depth;
+  for (size_t i = 0; i < layers.size(); ++i) {
+    depth = std::max(depth, VXIO_ReadInfo(frame.Input(places[i].file)).depth);
+    if (!layers[i].mask.empty()) VXIO_ReadInfo(frame.Input(places[i].mask));
   }
   return depth;
 }
@@ -46,13 +46,14 @@ struct Mask {
   VX_MaskSpec spec{};
 };
 
-Mask ReadMask(const Layer& layer, int32_t depth, const VX_World& below) {
-  VXIO_Picture picture = VXIO_Read(layer.mask);
-  Warn(picture.warnings);
+Mask ReadMask(const Layer& layer, size_t place, int32_t depth, const VX_World& below,
+              JobFrame* frame) {
+  VXIO_Picture picture = frame->Read(place);
+  const std::string& file = frame->Input(place);
   int32_t own = VXp_WorldDepth(picture.world.get());
   if (own != depth) {
-    Note(layer.mask + ": mask converted from " + std::to_string(own) + " to " +
-         std::to_string(depth) + " bits a channel, the depth of its layer");
+    Note(file + ": mask converted from " + std::to_string(own) + " to " + std::to_string(depth) +
+         " bits a channel, the depth of its layer");
   }
   Mask mask;
   mask.world = VXIO_ConvertDepth(std::move(picture.world), depth);
@@ -61,7 +62,7 @@ Mask ReadMask(const Layer& layer, int32_t depth, const VX_World& below) {
   mask.spec.offsetV = static_cast<int16_t>(layer.mask_at.y);
   mask.spec.what = layer.mask_use.value_or(picture.has_alpha ? VX_MaskUse_Alpha : VX_MaskUse_Luma);
   if (mask.world->width != below.width || mask.world->height != below.height) {
-    Note(layer.mask + ": mask is " + std::to_string(mask.world->width) + " x " +
+    Note(file + ": mask is " + std::to_string(mask.world->width) + " x " +
          std::to_string(mask.world->height) + ", the background " + std::to_string(below.width) +
          " x " + std::to_string(below.height) + "; outside of the mask it counts as " +
          (mask.spec.what & 1 ? "full" : "0"));
@@ -85,73 +86,90 @@ bool Touches(const Layer& layer, const VX_World& source, const VX_World& below) 
 }
 
 // Draws one layer and tells about it.
-nlohmann::ordered_json Draw(const Layer& layer, const std::string& name, int32_t depth,
-                            Progress* progress, VX_World* below) {
-  VXIO_Picture picture = VXIO_Read(layer.file, depth);
-  Warn(picture.warnings);
+nlohmann::ordered_json Draw(const Layer& layer, size_t index, const Places& place, int32_t depth,
+                            JobFrame* frame, VX_World* below) {
+  VXIO_Picture picture = frame->Read(place.file, depth);
+  const std::string& file = frame->Input(place.file);
   Mask mask;
-  if (!layer.mask.empty()) mask = ReadMask(layer, depth, *below);
+  if (!layer.mask.empty()) mask = ReadMask(layer, place.mask, depth, *below, frame);
   if (!Touches(layer, *picture.world, *below)) {
-    Note(layer.file + ": lies wholly outside the background; nothing is drawn");
+    Note(file + ": lies wholly outside the background; nothing is drawn");
   }
   VX_CompositeModePlus mode(layer.mode.number, static_cast<float>(layer.opacity),
                             /*linear_tables=*/nullptr, layer.keep_alpha, layer.seed);
   auto start = std::chrono::steady_clock::now();
-  Check(VX_TransferRect(progress->Info(), /*quality=*/1, /*flags=*/0, layer.field,
+  Check(VX_TransferRect(frame->Progress(), /*quality=*/1, /*flags=*/0, layer.field,
                         layer.rect ? &*layer.rect : nullptr, picture.world.get(), &mode,
                         /*tables=*/nullptr, mask.world ? &mask.spec : nullptr, layer.at.x,
                         layer.at.y, below),
-        name);
+        "layer " + std::to_string(index + 1) + " (" + file + ")");
   std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
-  nlohmann::ordered_json told = {{"file", layer.file},
+  nlohmann::ordered_json told = {{"file", file},
                                  {"mode", layer.mode.name},
                                  {"mode_number", layer.mode.number},
                                  {"opacity", layer.opacity},
                                  {"at", {layer.at.x, layer.at.y}},
                                  {"milliseconds", spent.count()}};
   if (mask.world) {
-    told["mask"] = layer.mask;
+    told["mask"] = frame->Input(place.mask);
     told["mask_use"] = MaskUseName(mask.spec.what);
   }
   return told;
 }
 
+void WorkOn(const std::vector<Layer>& layers, const std::vector<Places>& places, int32_t depth,
+            JobFrame* frame) {
+  const int32_t deepest = DeepestOf(*frame, layers, places);
+  if (depth == 0) depth = deepest;
+  VXIO_Picture background = frame->Read(0, depth);
+  nlohmann::ordered_json& told = frame->Told();
+  told = {{"width", background.world->width},
+          {"height", background.world->height},
+          {"depth", depth},
+          {"layers", nlohmann::ordered_json::array()}};
+  for (size_t i = 0; i < layers.size(); ++i) {
+    told["layers"].push_back(Draw(layers[i], i, places[i], depth, frame, background.world.get()));
+  }
+  frame->Write(*background.world, background);
+}
+
+// The background stays, one layer and its mask at a time come to it; each may exist at two depths
+// while it is read.
+int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<Places>& places,
+                int32_t depth) {
+  for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
+  auto twice = [&](size_t input) {
+    return 2 * BytesOfWorld(infos[input].width, infos[input].height, depth);
+  };
+  int64_t most = 0;
+  for (const Places& place : places) {
+    most = std::max(most, twice(place.file) + (place.mask ? twice(place.mask) : 0));
+  }
+  return twice(0) + most;
+}
+
 int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>& groups) {
-  int32_t depth = ParseDepth(words.depth, Keep::Allowed);
-  auto style =
-      static_cast<Progress::Style>(ParseChoice("--progress", words.progress, ProgressStyles()));
+  const int32_t depth = ParseDepth(words.depth, Keep::Allowed);
   if (groups.empty()) throw UsageError("composite: needs at least one --layer FILE");
   std::vector<Layer> layers;
   for (const auto& group : groups) layers.push_back(ParseLayer(group));
-  auto clobber = words.no_clobber ? VXIO_Clobber::Refuse : VXIO_Clobber::Overwrite;
-
-  Progress progress(style);
-  nlohmann::ordered_json told;
-  RunWith(&progress, [&] {
-    VXIO_CheckOutput(words.output, clobber);
-    int32_t deepest = DeepestOf(words.background, layers);
-    if (depth == 0) depth = deepest;
-    const int steps = static_cast<int>(layers.size()) + 2;
-    progress.Begin(0, steps, "read " + BaseName(words.background));
-    VXIO_Picture background = VXIO_Read(words.background, depth);
-    Warn(background.warnings);
-    told = {{"output", words.output},
-            {"width", background.world->width},
-            {"height", background.world->height},
-            {"depth", depth},
-            {"layers", nlohmann::ordered_json::array()}};
-    for (size_t i = 0; i < layers.size(); ++i) {
-      std::string name = Named(i, layers[i]);
-      progress.Begin(static_cast<int>(i) + 1, steps, "draw " + BaseName(layers[i].file));
-      told["layers"].push_back(Draw(layers[i], name, depth, &progress, background.world.get()));
+  Job job;
+  job.words = &words.job;
+  job.settings = "composite depth=" + words.depth;
+  job.inputs = {words.background};
+  std::vector<Places> places;
+  for (size_t i = 0; i < layers.size(); ++i) {
+    places.push_back({job.inputs.size(), 0});
+    job.inputs.push_back(layers[i].file);
+    if (!layers[i].mask.empty()) {
+      places[i].mask = job.inputs.size();
+      job.inputs.push_back(layers[i].mask);
     }
-    progress.Begin(steps - 1, steps, "write " + BaseName(words.output));
-    Warn(VXIO_Write(words.output, *background.world,
-                    {background.metadata, background.has_alpha, clobber}));
-    progress.Done(words.output);
-  });
-  if (words.json) PrintJson(told);
-  return kDone;
+    for (const std::string& word : groups[i]) job.settings += "\n" + word;
+  }
+  job.bytes = [&](const std::vector<VXIO_Info>& infos) { return BytesOf(infos, places, depth); };
+  job.work = [&](JobFrame& frame) { WorkOn(layers, places, depth, &frame); };
+  return RunJob(job);
 }
 
 }  // namespace
@@ -161,27 +179,15 @@ Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* l
   CLI::App* app = root->add_subcommand("composite", "Draw layers over a background picture");
   app->add_option("BACKGROUND", words->background,
                   "Picture that the layers are drawn on, in the order given; its size, profile and "
-                  "metadata are kept")
+                  "metadata are kept. It, layers and masks may be sequences of the same frames")
       ->type_name("FILE")
       ->required();
   AddLayerOptions(app, &words->layer_help);
-  app->add_option("-o,--output", words->output,
-                  "Picture to write; the extension decides the format")
-      ->type_name("OUT")
-      ->required();
   app->add_option("--depth", words->depth,
                   "8, 16, 32 or keep: bits a channel to work in; keep is the deepest of background "
                   "and layers [keep]")
       ->type_name("BITS");
-  auto* overwrite =
-      app->add_flag("--overwrite", words->overwrite, "Replace OUT when it exists [yes]");
-  app->add_flag("--no-clobber", words->no_clobber, "Refuse when OUT exists")->excludes(overwrite);
-  app->add_option(
-         "--progress", words->progress,
-         "auto, bar, plain, json or none, on the standard error; auto is bar on a terminal "
-         "[auto]")
-      ->type_name("HOW");
-  app->add_flag("--json", words->json, "Print what was done as JSON");
+  AddJobOptions(app, &words->job, JobOutput::Picture);
   app->footer(
       "Example:\n  vx composite sky.png --layer plane.png --at 40,-12 --opacity 0.8 \\\n"
       "      --layer haze.png --mode screen --mask ground.png --mask-use inverse-luma -o out.png");

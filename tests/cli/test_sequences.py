@@ -216,6 +216,22 @@ class Running(SequenceTest):
         _, said = self.fill("--memory", "90K", code=USAGE)
         self.assertRegex(said, r"--memory: a frame needs about 93\.8 KiB, the limit is 90\.0 KiB")
 
+    def test_composite_of_sequences_and_single_files(self):
+        self.shots(range(1, 5))
+        self.shots((1, 2, 4), height=5, width=6, name="l%d.png")
+        self.png("m.png", random_pixels(50, 8, 9, channels=1))
+        words = ("--layer", "%s", "--at", "2,1", "--mask", "m.png", "--opacity", 0.7)
+        told, _ = self.vx("composite", "a.####.png", *(w if w != "%s" else "l#.png" for w in words),
+                          "-o", "o.%04d.png", "--missing", "hold", "--threads", 3, "--json")
+        layers = [json.loads(line)["layers"][0]["file"] for line in told.splitlines()[:-1]]
+        self.assertEqual(layers, ["l1.png", "l2.png", "l2.png", "l4.png"])
+        for frame, layer in enumerate(layers, 1):
+            self.vx("composite", "a.%04d.png" % frame, *(w if w != "%s" else layer for w in words), "-o",
+                    "one.png")
+            self.assertEqual(self.outputs()[frame], contents(self.path("one.png")))
+        _, said = self.vx("composite", "m.png", "--layer", "l#.png", "-o", "p.#.png", code=INPUT)
+        self.assertIn("vx: l#.png: frame 3 is missing", said)
+
     def test_progress_is_one_step_a_frame(self):
         self.shots((1, 2))
         _, said = self.fill("--progress", "json", "--threads", 1)

@@ -7,6 +7,8 @@
 
 #include "Console.h"
 #include "Errors.h"
+#include "VX/VX_CallbackBlock.h"
+#include "VX/VX_Copy.h"
 #include "VX/VX_Fill.h"
 #include "VX/VX_Transfer.h"
 #include "VXIO/VXIO_Picture.h"
@@ -61,6 +63,12 @@ VXIO_WorldPtr Checkers(int32_t width, int32_t height) {
   return world;
 }
 
+VXIO_WorldPtr Scaled(const VX_World& world, int32_t width, int32_t height) {
+  VXIO_WorldPtr scaled = NewWorld(width, height, world.Depth());
+  Check(VX_ResizeWorld(/*progress=*/nullptr, VX_Quality_High, &world, scaled.get()), "scale");
+  return scaled;
+}
+
 // The two pictures at the size of a tile; the one above keeps its proportion to the one below, or
 // is made to fit when it is larger.
 struct Tiles {
@@ -70,16 +78,16 @@ struct Tiles {
 
 Tiles MakeTiles(const VX_World& above, const VX_World& below, int32_t side) {
   double scale = std::min(1.0, static_cast<double>(side) / std::max(below.width, below.height));
-  auto scaled = [](int32_t size, double by) {
+  auto side_of = [](int32_t size, double by) {
     return std::max(1, static_cast<int32_t>(size * by + 0.5));
   };
-  int32_t width = scaled(below.width, scale), height = scaled(below.height, scale);
+  int32_t width = side_of(below.width, scale), height = side_of(below.height, scale);
   double scale_above = std::min({scale, static_cast<double>(width) / above.width,
                                  static_cast<double>(height) / above.height});
   Tiles tiles;
-  tiles.below = VXIO_Scale(below, width, height);
-  tiles.above = VXIO_Scale(above, std::min(width, scaled(above.width, scale_above)),
-                           std::min(height, scaled(above.height, scale_above)));
+  tiles.below = Scaled(below, width, height);
+  tiles.above = Scaled(above, std::min(width, side_of(above.width, scale_above)),
+                       std::min(height, side_of(above.height, scale_above)));
   tiles.x = (width - tiles.above->width) / 2;
   tiles.y = (height - tiles.above->height) / 2;
   return tiles;

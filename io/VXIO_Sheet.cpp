@@ -7,8 +7,6 @@
 
 #include <algorithm>
 
-#include "VX/VX_DepthConvert.h"
-#include "VX/VX_Premul.h"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
 
@@ -16,32 +14,7 @@ namespace {
 
 constexpr const char* kFont = "DejaVuSans";
 
-OIIO::ImageBuf Wrap(const VX_World& world) {
-  OIIO::ImageSpec spec(world.width, world.height, 4, OIIO::TypeDesc::FLOAT);
-  return OIIO::ImageBuf(spec, world.data, sizeof(VX_PixelFloat), world.rowbytes);
-}
-
-VXIO_WorldPtr CopyAs(const VX_LayerDef& world, int32_t depth) {
-  VXIO_WorldPtr copy = VXIOp_NewWorld(world.width, world.height, depth);
-  VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, &world, /*rect=*/nullptr, /*dither=*/0,
-                                   /*h=*/0, /*v=*/0, copy.get()));
-  return copy;
-}
-
 }  // namespace
-
-VXIO_WorldPtr VXIO_Scale(const VX_LayerDef& world, int32_t width, int32_t height) {
-  VXIO_WorldPtr from = CopyAs(world, 32);
-  VXIOp_Check(VX_Premul(nullptr, /*forward=*/1, from.get()));
-  VXIO_WorldPtr to = VXIOp_NewWorld(width, height, 32);
-  OIIO::ImageBuf source = Wrap(*from), result = Wrap(*to);
-  // A filter without negative lobes: alpha stays between 0 and 1.
-  if (!OIIO::ImageBufAlgo::resize(result, source, "triangle")) {
-    throw std::runtime_error("scaling failed: " + VXIOp_FirstLine(result.geterror()));
-  }
-  VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, to.get()));
-  return VXIO_ConvertDepth(std::move(to), VXp_WorldDepth(&world));
-}
 
 VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, uint8_t grey) {
   OIIO::ROI box = OIIO::ImageBufAlgo::text_size(text, size, kFont);

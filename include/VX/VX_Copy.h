@@ -7,11 +7,12 @@
 // Rules common to all calls
 //
 //   Rectangles  Null is the whole world. Rectangles of equal size copy pixels as they are, clipped
-//               on both sides without shifting the picture. An empty rectangle, or one that lies
-//               wholly off its world, copies nothing and gives 0. When scaling, a cut of the
-//               destination takes its share of the source (c * sw / dw pixels for c), the step
-//               stays that of the uncut rectangles, and a destination pixel whose source pixel lies
-//               outside the source world is left untouched.
+//               on both sides without shifting the picture. A rectangle that is empty, turned over
+//               (right before left, bottom above top) or wholly off its world copies nothing and
+//               gives 0. When scaling, a cut of the destination takes its share of the source
+//               (c * sw / dw pixels for c), the step stays that of the uncut rectangles, and a
+//               destination pixel whose source pixel lies outside the source world is left
+//               untouched.
 //   Draft       The source pixel at the whole part of left + i * sw / dw, in 16.16: no weights. Any
 //               two depths; all four channels convert as in VX.h.
 //   High        Samples at the middle of the destination pixel: bilinear, and the covered area when
@@ -19,8 +20,9 @@
 //               in at its border, transparent black around the world. Equal depths only. Straight
 //               weights colour by alpha; premultiplied mixes the four channels plainly.
 //   Overlap     Rows move from top to bottom, with no care for overlap between rows.
-//   Errors      0; 3 after a report for a missing world, pixels, unknown depth, or high quality
-//               between unequal depths. Nothing is written before the arguments were checked.
+//   Errors      0; 3 after a report for a missing world, pixels, unknown depth, high quality
+//               between unequal depths, or scaling at high quality of a whole source of more than
+//               32,768 pixels on a side. Nothing is written before the arguments were checked.
 //   Threads     No locks, no state.
 //
 // `ref` is not read. Without `_Static` a call goes through the override table.
@@ -49,8 +51,9 @@ VX_API VX_Err VX_CopyBits3_LO_Straight(void* ref, const VX_LayerDef* src, VX_Lay
 
 // Scales the whole source onto the whole destination of the same depth, at high quality, with the
 // border pixels held: an opaque picture stays opaque up to its edge, where the copies above mix in
-// what lies beyond it. `quality` as VX_Quality_...; draft is VX_CopyBits_Draft. Progress (may be
-// null) is polled once a row. 0, 3, or what progress returned.
+// what lies beyond it. `quality` as VX_Quality_...; draft is VX_CopyBits_Draft, between any depths.
+// Progress (may be null) is polled once a row, in draft once at the end. 0, 3, or what progress
+// returned.
 VX_API VX_Err VX_ResizeWorld(VX_ProgressInfo* progress, int32_t quality, const VX_LayerDef* src,
                              VX_LayerDef* dst);
 

@@ -10,6 +10,7 @@
 #include "frame/VXp_Convert.h"
 #include "frame/VXp_PixelTraits.h"
 #include "housekeeping/VXp_Area.h"
+#include "housekeeping/VXp_Repeat.h"
 
 // The alpha of a float colour in an integer pixel: scaled and rounded, and then only its low bits
 // are kept, so it wraps where colours saturate. What no 64-bit integer holds gives 0.
@@ -44,9 +45,10 @@ void VXp_ClearArea(const VX_LayerDef& world, const M_LRect& area) {
 
 template <class Pixel>
 void VXp_FillArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& color) {
-  VXp_ForRows<Pixel>(world, area, [&](char* first, size_t count) {
-    const Pixel value = color;
-    for (size_t x = 0; x < count; ++x) VXp_Store(first + x * sizeof(Pixel), value);
+  alignas(64) char pattern[VXp_PatternBytes(sizeof(Pixel))];
+  for (size_t i = 0; i < sizeof pattern; i += sizeof(Pixel)) VXp_Store(pattern + i, color);
+  VXp_ForRows<Pixel>(world, area, [&pattern](char* first, size_t count) {
+    VXp_Repeat(pattern, sizeof pattern, sizeof(Pixel), first, count * sizeof(Pixel));
   });
 }
 

@@ -27,7 +27,7 @@ VX_ChannelOf<To> WantChannel(VX_ChannelOf<From> c) {
   } else if constexpr (to == 2) {
     return static_cast<Channel>(std::floor((value * 32768.0L + 128.0L) / 255.0L));
   } else {
-    return static_cast<Channel>(std::floor((value * 255.0L + 16384.0L) / 32768.0L));
+    return static_cast<Channel>(static_cast<int32_t>((value * 255.0L + 16384.0L) / 32768.0L));
   }
 }
 

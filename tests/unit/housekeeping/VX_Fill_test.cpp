@@ -156,6 +156,20 @@ TYPED_TEST(FillTest, OperationsOfAWorldFindNothingInATurnedArea) {
   });
 }
 
+// Rows longer than what is written at a time, beginning anywhere within a pixel and a cache line.
+TYPED_TEST(FillTest, LongRowsAtAnyAddress) {
+  std::mt19937 random(11);
+  for (int32_t padding = 0; padding < 17; ++padding) {
+    GuardedWorld<TypeParam> canvas(300, 3, padding, 5);
+    const TypeParam color = GuardedWorld<TypeParam>::RandomPixel(random);
+    M_Rect area{0, static_cast<int16_t>(padding), 3, 297};
+    const auto expected = canvas.Expected([&](int x, int y) { return Inside(area, x, y); },
+                                          [&](const TypeParam&) { return color; });
+    ASSERT_EQ(Fill(&color, &area, &canvas.world), 0);
+    ASSERT_TRUE(canvas.bytes == expected) << padding;
+  }
+}
+
 TYPED_TEST(FillTest, Refusals) {
   using Pixel = TypeParam;
   Reports();

@@ -1,0 +1,495 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Copies against their slow twin. Worlds end where memory ends, and all bytes around the pixels are
+// compared as well, so that what was not to be touched is proven untouched.
+
+#include "VX/VX_Copy.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "../../reference/RefCopy.h"
+#include "../BornEnvironment.h"
+#include "../EdgeWorld.h"
+#include "../GuardedWorld.h"
+#include "VX/VX_CallbackBlock.h"
+#include "VX/VX_OverrideTable.h"
+
+namespace {
+
+using P8 = VX_Pixel8;
+using P16 = VX_Pixel16;
+using PF = VX_PixelFloat;
+
+// --- random commands -----------------------------------------------------------------------------
+
+M_Rect RectOf(int left, int top, int right, int bottom) {
+  M_Rect r;
+  r.left = static_cast<int16_t>(left);
+  r.top = static_cast<int16_t>(top);
+  r.right = static_cast<int16_t>(right);
+  r.bottom = static_cast<int16_t>(bottom);
+  return r;
+}
+
+// An edge near a world, far from it, or at the end of 16 bits.
+int AnyEdge(std::mt19937& random) {
+  const int ends[] = {-32768, 32767, -300, 300};
+  return random() % 16 == 0 ? ends[random() % 4] : static_cast<int>(random() % 24) - 8;
+}
+
+// Null, whole, turned over, empty and overhanging ones among them.
+struct AnyRect {
+  M_Rect rect;
+  bool null;
+
+  AnyRect(std::mt19937& random, const VX_LayerDef& world) : null(random() % 6 == 0) {
+    rect.left = static_cast<int16_t>(AnyEdge(random));
+    rect.top = static_cast<int16_t>(AnyEdge(random));
+    rect.right = static_cast<int16_t>(AnyEdge(random));
+    rect.bottom = static_cast<int16_t>(AnyEdge(random));
+    if (random() % 8 != 0) {  // mostly the right way round
+      if (rect.left > rect.right) std::swap(rect.left, rect.right);
+      if (rect.top > rect.bottom) std::swap(rect.top, rect.bottom);
+    }
+    if (random() % 6 == 0) rect = RectOf(0, 0, world.width, world.height);
+  }
+  const M_Rect* Get() const { return null ? nullptr : &rect; }
+};
+
+struct Shape {
+  int32_t width, height, padding;
+  bool at_end;
+  explicit Shape(std::mt19937& random)
+      : width(1 + static_cast<int32_t>(random() % 12)),
+        height(1 + static_cast<int32_t>(random() % 12)),
+        padding(static_cast<int32_t>(random() % 10)),
+        at_end(random() % 3 != 0) {}
+};
+
+// Floats whose alphas do not cancel: what they sum to is exact to the last place.
+template <class Pixel>
+Pixel AnyPixel(std::mt19937& random) {
+  Pixel p = GuardedWorld<Pixel>::RandomPixel(random);
+  if constexpr (sizeof(Pixel) == 16) p.alpha = std::abs(p.alpha);
+  return p;
+}
+
+template <class From, class To>
+struct Command {
+  std::mt19937 random;
+  Shape src_shape, dst_shape;
+  EdgeWorld<From> src, kept_src;
+  EdgeWorld<To> dst, want;
+  AnyRect from, to;
+
+  explicit Command(uint32_t round)
+      : random(TestSeed() + round),
+        src_shape(random),
+        dst_shape(random),
+        src(Make<From>(src_shape, round)),
+        kept_src(Make<From>(src_shape, round)),
+        dst(Make<To>(dst_shape, ~round)),
+        want(Make<To>(dst_shape, ~round)),
+        from(random, src.world),
+        to(random, dst.world) {
+    src.Paint([this] { return AnyPixel<From>(random); });
+    kept_src.CopyBytes(src);
+    if (random() % 3 == 0) Resemble();
+  }
+  template <class Pixel>
+  static EdgeWorld<Pixel> Make(const Shape& s, uint32_t seed) {
+    return EdgeWorld<Pixel>(s.width, s.height, s.padding, s.at_end, seed);
+  }
+
+  // A destination of the source's size, in one or both directions, its corner anywhere.
+  void Resemble() {
+    const M_Rect& r = from.rect;
+    const int left = AnyEdge(random), top = AnyEdge(random);
+    const int right = random() % 3 == 0 ? to.rect.right : left + r.right - r.left;
+    const int bottom = top + r.bottom - r.top;
+    if (std::min(right, bottom) < -32768 || std::max(right, bottom) > 32767) return;
+    to.null = from.null = false;
+    to.rect = RectOf(left, top, right, bottom);
+  }
+
+  // Compares what a routine made of `dst` with what the twin made of `want`. A float may differ in
+  // the last place where the twin sums longer.
+  void Compare(bool last_place = false) {
+    if constexpr (sizeof(To) == 16) {
+      const auto near = [](float a, float b) {
+        return std::abs(a - b) <= std::numeric_limits<float>::epsilon() * std::abs(b);
+      };
+      for (int32_t i = 0; last_place && i < dst.world.width * dst.world.height; ++i) {
+        const int32_t x = i % dst.world.width, y = i / dst.world.width;
+        const To a = dst.Get(x, y), b = want.Get(x, y);
+        if (near(a.alpha, b.alpha) && near(a.red, b.red) && near(a.green, b.green) &&
+            near(a.blue, b.blue)) {
+          dst.Set(x, y, b);
+        }
+      }
+    }
+    ASSERT_TRUE(src.SameBytes(kept_src));
+    ASSERT_TRUE(dst.SameBytes(want)) << Tell();
+  }
+  std::string Tell() const {
+    const auto rect = [](const AnyRect& r) {
+      return r.null ? std::string("whole")
+                    : std::to_string(r.rect.left) + "," + std::to_string(r.rect.top) + "," +
+                          std::to_string(r.rect.right) + "," + std::to_string(r.rect.bottom);
+    };
+    std::string text = std::to_string(src.world.width) + "x" + std::to_string(src.world.height) +
+                       " from " + rect(from) + " to " + rect(to) + " of " +
+                       std::to_string(dst.world.width) + "x" + std::to_string(dst.world.height);
+    for (int32_t y = 0; y < dst.world.height; ++y) {
+      for (int32_t x = 0; x < dst.world.width; ++x) {
+        const To a = dst.Get(x, y), b = want.Get(x, y);
+        if (std::memcmp(&a, &b, sizeof a) == 0) continue;
+        return text + ": pixel " + std::to_string(x) + "," + std::to_string(y) + " is " + Text(a) +
+               ", not " + Text(b);
+      }
+    }
+    return text + ": bytes around the pixels changed";
+  }
+  static std::string Text(const To& p) {
+    return std::to_string(p.alpha) + " " + std::to_string(p.red) + " " + std::to_string(p.green) +
+           " " + std::to_string(p.blue);
+  }
+};
+
+template <class FromPixel, class ToPixel>
+struct Pair {
+  using From = FromPixel;
+  using To = ToPixel;
+};
+using AllPairs =
+    testing::Types<Pair<P8, P8>, Pair<P8, P16>, Pair<P8, PF>, Pair<P16, P8>, Pair<P16, P16>,
+                   Pair<P16, PF>, Pair<PF, P8>, Pair<PF, P16>, Pair<PF, PF>>;
+template <class Pair>
+class CopyPairs : public testing::Test {};
+TYPED_TEST_SUITE(CopyPairs, AllPairs);
+
+template <class Pixel>
+class CopyDepths : public testing::Test {};
+using AllDepths = testing::Types<P8, P16, PF>;
+TYPED_TEST_SUITE(CopyDepths, AllDepths);
+
+constexpr uint32_t kRounds = 1500;
+
+}  // namespace
+
+TYPED_TEST(CopyPairs, Draft) {
+  using From = typename TypeParam::From;
+  using To = typename TypeParam::To;
+  const VX_CopyBitsFunc routines[] = {VX_CopyBits_Draft, VX_CopyBits_Draft_Static,
+                                      VX_CopyBits3_LO_Straight};
+  for (uint32_t round = 0; round < kRounds; ++round) {
+    SCOPED_TRACE(testing::Message() << "round " << round);
+    Command<From, To> c(round);
+    vxref::CopyDraft<From, To>(c.src.world, c.want.world, c.from.Get(), c.to.Get());
+    ASSERT_EQ(routines[round % 3](nullptr, &c.src.world, &c.dst.world, c.from.Get(), c.to.Get()),
+              0);
+    ASSERT_NO_FATAL_FAILURE(c.Compare());
+  }
+}
+
+TYPED_TEST(CopyDepths, High) {
+  using Pixel = TypeParam;
+  const VX_CopyBitsFunc routines[] = {VX_CopyBits_HQ_Straight, VX_CopyBits_HQ_Straight_Static,
+                                      VX_CopyBits_HQ_Premul, VX_CopyBits_HQ_Premul_Static};
+  for (uint32_t round = 0; round < kRounds; ++round) {
+    SCOPED_TRACE(testing::Message() << "round " << round);
+    Command<Pixel, Pixel> c(round);
+    vxref::CopyHigh<Pixel>(round % 4 >= 2, c.src.world, c.want.world, c.from.Get(), c.to.Get());
+    ASSERT_EQ(routines[round % 4](nullptr, &c.src.world, &c.dst.world, c.from.Get(), c.to.Get()),
+              0);
+    ASSERT_NO_FATAL_FAILURE(c.Compare(true));
+  }
+}
+
+TYPED_TEST(CopyDepths, Resize) {
+  using Pixel = TypeParam;
+  struct Polls {
+    int32_t calls, stop_at;
+  };
+  for (uint32_t round = 0; round < kRounds; ++round) {
+    SCOPED_TRACE(testing::Message() << "round " << round);
+    Command<Pixel, Pixel> c(round);
+    c.from.null = c.to.null = true;
+    const bool high = round % 4 != 0;
+    if (high) {
+      vxref::Resize<Pixel>(c.src.world, c.want.world);
+    } else {
+      vxref::CopyDraft<Pixel, Pixel>(c.src.world, c.want.world, nullptr, nullptr);
+    }
+    Polls polls = {0, INT32_MAX};
+    VX_ProgressInfo progress = {};
+    progress.progress_refcon = &polls;
+    progress.progress_func = [](void* refcon, int32_t, int32_t) -> VX_Err {
+      auto* p = static_cast<Polls*>(refcon);
+      return ++p->calls >= p->stop_at ? VX_ErrStopped : VX_Ok;
+    };
+    const int32_t quality = high ? VX_Quality_High : VX_Quality_Draft;
+    ASSERT_EQ(VX_ResizeWorld(round % 2 ? &progress : nullptr, quality, &c.src.world, &c.dst.world),
+              0);
+    ASSERT_NO_FATAL_FAILURE(c.Compare(true));
+    if (!high || round % 2 == 0) continue;
+    ASSERT_EQ(polls.calls, c.dst.world.height);
+    polls = {0, 1};
+    ASSERT_EQ(VX_ResizeWorld(&progress, quality, &c.src.world, &c.dst.world), VX_ErrStopped);
+    ASSERT_EQ(polls.calls, 1);
+  }
+}
+
+TYPED_TEST(CopyDepths, SpecialBlit) {
+  using Pixel = TypeParam;
+  for (uint32_t round = 0; round < kRounds; ++round) {
+    SCOPED_TRACE(testing::Message() << "round " << round);
+    Command<Pixel, P8> c(round);
+    const auto place = [&]() -> int32_t {
+      const int32_t ends[] = {INT32_MIN, INT32_MAX, -32768, 32767};
+      return c.random() % 16 == 0 ? ends[c.random() % 4] : static_cast<int>(c.random() % 24) - 12;
+    };
+    const M_LPoint at = {place(), place()};
+    PF low = GuardedWorld<PF>::RandomPixel(c.random),
+       high = GuardedWorld<PF>::RandomPixel(c.random);
+    if (round % 5 == 1) {  // shares that come out at a half of a byte
+      low.green = 0;
+      high.green = static_cast<float>(2 * (1 + c.random() % 20)) * (1.0f / 255.0f);
+    }
+    if (round % 5 == 0) high.red = low.red = vxref::Converted<PF>(c.src.Get(0, 0)).red;
+    const bool lookup = c.random() % 4 != 0, invert = c.random() % 2;
+    vxref::SpecialBlit<Pixel>(c.src.world, at, lookup, invert, low, high, c.from.rect,
+                              c.want.world);
+    const VX_WorldX<Pixel> src(&c.src.world, true);
+    VX_WorldX<P8> dst(&c.dst.world, true);
+    ASSERT_EQ(VX_SpecialCasePixelBlit(&src, at, lookup, invert, low, high, c.from.rect, &dst), 0);
+    ASSERT_NO_FATAL_FAILURE(c.Compare());
+  }
+}
+
+// --- values worked out by hand -------------------------------------------------------------------
+
+namespace {
+
+// One row of opaque pixels whose red is given.
+struct Row {
+  EdgeWorld<P8> edge;
+  explicit Row(const std::vector<int>& reds) : edge(static_cast<int>(reds.size()), 1, 3, true, 1) {
+    size_t i = 0;
+    edge.Paint([&] { return P8{255, static_cast<uint8_t>(reds[i++]), 0, 0}; });
+  }
+  std::vector<int> Reds() const {
+    std::vector<int> reds;
+    for (int x = 0; x < edge.world.width; ++x) reds.push_back(edge.Get(x, 0).red);
+    return reds;
+  }
+  std::vector<int> Alphas() const {
+    std::vector<int> alphas;
+    for (int x = 0; x < edge.world.width; ++x) alphas.push_back(edge.Get(x, 0).alpha);
+    return alphas;
+  }
+};
+using Ints = std::vector<int>;
+
+}  // namespace
+
+TEST(CopyValues, DraftTakesTheWholePart) {
+  Row two({10, 20}), three({0, 0, 0});
+  VX_CopyBits_Draft(nullptr, &two.edge.world, &three.edge.world, nullptr, nullptr);
+  EXPECT_EQ(three.Reds(), (Ints{10, 10, 20}));
+
+  Ints counted(40);
+  for (int i = 0; i < 40; ++i) counted[static_cast<size_t>(i)] = i;
+  Row forty(counted), narrow({0, 0, 0});
+  const M_Rect overhanging = RectOf(-10, 0, 10, 1);  // skips twice the ten
+  VX_CopyBits_Draft(nullptr, &forty.edge.world, &narrow.edge.world, nullptr, &overhanging);
+  EXPECT_EQ(narrow.Reds(), (Ints{20, 22, 24}));
+
+  const M_Rect before = RectOf(-1, 0, 2, 1);  // nothing lies at -1: the first is left as it was
+  Row kept({7, 7, 7});
+  VX_CopyBits_Draft(nullptr, &two.edge.world, &kept.edge.world, &before, nullptr);
+  EXPECT_EQ(kept.Reds(), (Ints{7, 10, 20}));
+}
+
+TEST(CopyValues, HighMixesWhatLiesAroundAndResizeHoldsTheBorder) {
+  Row two({0, 100}), four({9, 9, 9, 9});
+  VX_CopyBits_HQ_Straight(nullptr, &two.edge.world, &four.edge.world, nullptr, nullptr);
+  EXPECT_EQ(four.Reds(), (Ints{0, 25, 75, 100}));
+  EXPECT_EQ(four.Alphas(), (Ints{191, 255, 255, 191}));
+  VX_ResizeWorld(nullptr, VX_Quality_High, &two.edge.world, &four.edge.world);
+  EXPECT_EQ(four.Reds(), (Ints{0, 25, 75, 100}));
+  EXPECT_EQ(four.Alphas(), (Ints{255, 255, 255, 255}));
+  VX_CopyBits_HQ_Premul(nullptr, &two.edge.world, &four.edge.world, nullptr, nullptr);
+  EXPECT_EQ(four.Reds(), (Ints{0, 25, 75, 75}));
+
+  Row five({10, 20, 30, 40, 50}), reduced({9, 9});  // two and a half pixels to one
+  VX_CopyBits_HQ_Straight(nullptr, &five.edge.world, &reduced.edge.world, nullptr, nullptr);
+  EXPECT_EQ(reduced.Reds(), (Ints{18, 42}));
+  EXPECT_EQ(reduced.Alphas(), (Ints{255, 255}));
+}
+
+// --- bitmaps -------------------------------------------------------------------------------------
+
+namespace {
+
+template <class Pixel>
+struct Bitmap {
+  EdgeWorld<Pixel> edge;
+  BM_World record = {};
+  BM_World* master = &record;
+
+  Bitmap(int32_t width, int32_t height, int32_t order, uint32_t seed)
+      : edge(width, height, 5, true, seed) {
+    record.base = edge.world.data;
+    record.rowbytes = edge.world.rowbytes;
+    record.width = width;
+    record.height = height;
+    record.bits_per_pixel = static_cast<int16_t>(8 * sizeof(Pixel));
+    record.channel_order = order;
+    edge.Paint([random = std::mt19937(seed)]() mutable { return AnyPixel<Pixel>(random); });
+  }
+  BM_World** Handle() { return &master; }
+};
+
+constexpr char kFlipText[] =
+    "Flipping 32/16-bit worlds is not implemented. Source data 8-bit BGRA.";
+constexpr char kBitsText[] = "VX_Worlds can only be 128, 64 or 32 bits per pixel";
+
+}  // namespace
+
+TYPED_TEST(CopyPairs, BitmapsAndTheirOrders) {
+  using From = typename TypeParam::From;
+  using To = typename TypeParam::To;
+  Reports();
+  for (int orders = 0; orders < 4; ++orders) {
+    SCOPED_TRACE(testing::Message() << "orders " << orders);
+    Bitmap<From> src(4, 3, orders & 1, 1);
+    Bitmap<To> dst(6, 5, orders >> 1, 2), want(6, 5, orders >> 1, 2);
+    const M_Rect to = RectOf(1, 1, 5, 4);
+    vxref::CopyDraft<From, To>(src.edge.world, want.edge.world, nullptr, &to);
+    EXPECT_EQ(VX_WorldCopy_Static(nullptr, src.Handle(), dst.Handle(), nullptr, &to), 0);
+    EXPECT_TRUE(dst.edge.SameBytes(want.edge));
+    EXPECT_EQ(Reports(), ReportList{});
+
+    // Only bitmaps of 32 bits tell an order.
+    const int src_order = sizeof(From) == 4 ? orders & 1 : 0;
+    const int dst_order = sizeof(To) == 4 ? orders >> 1 : 0;
+    const bool differ = src_order != dst_order;
+    if constexpr (sizeof(To) == 4) {
+      for (int i = 0; differ && i < 30; ++i) {
+        const P8 p = want.edge.Get(i % 6, i / 6);
+        want.edge.Set(i % 6, i / 6, {p.blue, p.green, p.red, p.alpha});
+      }
+    }
+    const bool refused = differ && sizeof(To) != 4;
+    EXPECT_EQ(VX_WorldCopy(nullptr, src.Handle(), dst.Handle(), nullptr, &to), refused ? 5 : 0);
+    EXPECT_TRUE(dst.edge.SameBytes(want.edge));
+    EXPECT_EQ(Reports(), refused ? (ReportList{{0x250068, kFlipText}}) : ReportList{});
+  }
+}
+
+TYPED_TEST(CopyDepths, BitmapsAtHighQuality) {
+  using Pixel = TypeParam;
+  const VX_WorldCopyFunc straight[] = {VX_WorldCopy_HQ, VX_WorldCopy_HQ_Static,
+                                       VX_WorldCopy_HQ_Straight, VX_WorldCopy_HQ_Straight_Static,
+                                       VX_WorldCopy_HQ_Premul};
+  for (const auto routine : straight) {
+    Bitmap<Pixel> src(5, 4, 0, 1), dst(9, 7, 1, 2), want(9, 7, 1, 2);
+    vxref::CopyHigh<Pixel>(routine == VX_WorldCopy_HQ_Premul, src.edge.world, want.edge.world,
+                           nullptr, nullptr);
+    EXPECT_EQ(routine(nullptr, src.Handle(), dst.Handle(), nullptr, nullptr), 0);
+    EXPECT_TRUE(dst.edge.SameBytes(want.edge));
+  }
+}
+
+TEST(CopyBitmaps, Descriptors) {
+  Reports();
+  Bitmap<P16> deep(4, 3, 1, 1);
+  VX_LayerDef d;
+  std::memset(&d, 0xA5, sizeof d);
+  EXPECT_EQ(VX_EffectWorldFromBMWorld(deep.Handle(), &d), 0);
+  VX_LayerDef want = deep.edge.world;
+  want.bm_world = deep.Handle();
+  EXPECT_EQ(std::memcmp(&d, &want, sizeof d), 0);
+
+  Bitmap<P8> flat(2, 2, 0, 1), odd(2, 2, 1, 2), kept(2, 2, 1, 2);
+  odd.record.bits_per_pixel = 24;
+  EXPECT_EQ(VX_EffectWorldFromBMWorld(odd.Handle(), &d), 3);
+  EXPECT_EQ(VX_WorldCopy(nullptr, flat.Handle(), odd.Handle(), nullptr, nullptr), 3);
+  EXPECT_EQ(VX_WorldCopy_HQ(nullptr, odd.Handle(), flat.Handle(), nullptr, nullptr), 3);
+  EXPECT_EQ(Reports(), (ReportList(3, {0x2503E7, kBitsText})));
+  EXPECT_TRUE(odd.edge.SameBytes(kept.edge));
+  EXPECT_EQ(VX_WorldCopy(nullptr, nullptr, flat.Handle(), nullptr, nullptr), 3);
+  EXPECT_EQ(VX_WorldCopy_HQ_Premul(nullptr, flat.Handle(), nullptr, nullptr, nullptr), 3);
+  EXPECT_EQ(VX_EffectWorldFromBMWorld(flat.Handle(), nullptr), 3);
+  EXPECT_EQ(Reports().size(), 3u);
+}
+
+// --- refusals ------------------------------------------------------------------------------------
+
+TEST(CopyRefusals, ReportAndLeaveTheDestination) {
+  constexpr char kMismatch[] = " requires src and dst worlds to have same bit depth";
+  constexpr char kDepth[] = "Unknown world bitdepth in##CONDITIONNAME";
+  Reports();
+  GuardedWorld<P8> src(3, 3, 1, 1), dst(3, 3, 1, 2);
+  GuardedWorld<PF> unit(3, 3, 1, 3);
+  const auto kept = dst.bytes, kept_unit = unit.bytes;
+  OddDepthWorld odd(&src.world), odd_too(&dst.world);
+  const std::pair<VX_CopyBitsFunc, const char*> routines[] = {
+      {VX_CopyBits_Draft_Static, nullptr},
+      {VX_CopyBits_HQ_Straight_Static, "VX_CopyBits_HQ_Straight_Static"},
+      {VX_CopyBits_HQ_Premul_Static, "VX_CopyBits_HQ_Premul_Static"}};
+  for (const auto& [routine, name] : routines) {
+    SCOPED_TRACE(name == nullptr ? "draft" : name);
+    VX_LayerDef no_src = src.world, no_dst = dst.world;
+    no_src.data = no_dst.data = nullptr;
+    EXPECT_EQ(routine(nullptr, nullptr, &dst.world, nullptr, nullptr), 3);
+    EXPECT_EQ(routine(nullptr, &src.world, nullptr, nullptr, nullptr), 3);
+    EXPECT_EQ(routine(nullptr, &no_src, &dst.world, nullptr, nullptr), 3);
+    EXPECT_EQ(routine(nullptr, &src.world, &no_dst, nullptr, nullptr), 3);
+    EXPECT_EQ(Reports(), (ReportList(4, {0x250030, kBadParameterText})));
+    EXPECT_EQ(routine(nullptr, &odd, &odd_too, nullptr, nullptr), 3);
+    EXPECT_EQ(Reports(), (ReportList{{0x2503E7, kDepth}}));
+    if (name == nullptr) {
+      EXPECT_EQ(routine(nullptr, &src.world, &odd_too, nullptr, nullptr), 3);
+      EXPECT_EQ(Reports(), (ReportList{{0x2503E7, kDepth}}));
+    } else {
+      EXPECT_EQ(routine(nullptr, &src.world, &unit.world, nullptr, nullptr), 3);
+      EXPECT_EQ(Reports(), (ReportList{{0x2503E7, std::string(name) + kMismatch}}));
+    }
+  }
+  const M_LPoint at = {0, 0};
+  const M_Rect all = RectOf(0, 0, 3, 3);
+  VX_WorldX<P8> typed(&dst.world, true);
+  EXPECT_EQ(VX_SpecialCasePixelBlit(&odd, at, false, false, {}, {}, all, &typed), 3);
+  EXPECT_EQ(Reports(), (ReportList{{0x2503E7, "Unknown world bitdepth in SpecialCasePixelBlit"}}));
+  EXPECT_EQ(VX_SpecialCasePixelBlit(nullptr, at, false, false, {}, {}, all, &typed), 3);
+  EXPECT_EQ(VX_SpecialCasePixelBlit(&typed, at, false, false, {}, {}, all, nullptr), 3);
+  EXPECT_EQ(VX_ResizeWorld(nullptr, VX_Quality_High, &src.world, &unit.world), 3);
+  EXPECT_EQ(VX_ResizeWorld(nullptr, VX_Quality_High, nullptr, &unit.world), 3);
+  EXPECT_EQ(Reports().size(), 4u);
+  EXPECT_EQ(dst.bytes, kept);
+  EXPECT_EQ(unit.bytes, kept_unit);
+}
+
+// The plain entries reach what stands in the table at the moment of the call.
+TEST(CopyRefusals, EntriesGoThroughTheTable) {
+  auto& table = VXp_G_OverFuncs;
+  const VX_CopyBitsFunc stub = [](void*, const VX_LayerDef*, VX_LayerDef*, const M_Rect*,
+                                  const M_Rect*) -> VX_Err { return 77; };
+  const auto kept = table;
+  table.VX_CopyBits_Draft_Static = table.VX_CopyBits_HQ_Straight_Static =
+      table.VX_CopyBits_HQ_Premul_Static = stub;
+  const VX_Err draft = VX_CopyBits_Draft(nullptr, nullptr, nullptr, nullptr, nullptr);
+  const VX_Err straight = VX_CopyBits_HQ_Straight(nullptr, nullptr, nullptr, nullptr, nullptr);
+  const VX_Err premul = VX_CopyBits_HQ_Premul(nullptr, nullptr, nullptr, nullptr, nullptr);
+  table = kept;
+  EXPECT_EQ(draft, 77);
+  EXPECT_EQ(straight, 77);
+  EXPECT_EQ(premul, 77);
+}

@@ -3,4 +3,4 @@
 
 #include "filters/VXp_FiltersBirth.h"
 
-void VXp_FillFiltersSlots(VXp_OverrideTable& /*table*/) {}
+void VXp_FillFiltersSlots(VXp_OverrideTable& table) { table.VX_Convolve = VXp_Convolve_S; }

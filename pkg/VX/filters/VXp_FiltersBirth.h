@@ -8,3 +8,9 @@
 
 // Puts this room's routines in their slots.
 void VXp_FillFiltersSlots(VXp_OverrideTable& table);
+
+// Built-in routines of slots that carry the name of an exported call.
+VX_Err VXp_Convolve_S(VX_ProgressInfo* progress, const VX_LayerDef* src, const M_Rect* rect,
+                      int32_t flags, int32_t kernel_size, const int32_t* alpha_kernel,
+                      const int32_t* red_kernel, const int32_t* green_kernel,
+                      const int32_t* blue_kernel, VX_LayerDef* dst);

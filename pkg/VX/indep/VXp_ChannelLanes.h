@@ -57,9 +57,7 @@ inline VXp_FloatLanes VXp_Floats(uint32_t pixel8) { return VXp_AsFloat(VXp_Ints(
 inline VXp_FloatLanes VXp_Floats(uint64_t pixel16) { return VXp_AsFloat(VXp_Ints(pixel16)); }
 inline VXp_FloatLanes VXp_Floats(VXp_FloatLanes pixel) { return pixel; }
 
-template <class Raw>
-VXp_DoubleLanes VXp_Doubles(Raw pixel) {
-  const VXp_IntLanes v = VXp_Ints(pixel);
+inline VXp_DoubleLanes VXp_AsDouble(VXp_IntLanes v) {
 #ifdef __SSE2__
   const auto low = reinterpret_cast<__m128i>(v);
   const __m128i high = _mm_shuffle_epi32(low, _MM_SHUFFLE(1, 0, 3, 2));
@@ -69,6 +67,11 @@ VXp_DoubleLanes VXp_Doubles(Raw pixel) {
   return {VXp_DoublePair{static_cast<double>(v[0]), static_cast<double>(v[1])},
           VXp_DoublePair{static_cast<double>(v[2]), static_cast<double>(v[3])}};
 #endif
+}
+
+template <class Raw>
+VXp_DoubleLanes VXp_Doubles(Raw pixel) {
+  return VXp_AsDouble(VXp_Ints(pixel));
 }
 
 // --- to pixels -----------------------------------------------------------------------------------

@@ -3,16 +3,13 @@
 
 #include "VX/VX_CallbackBlock.h"
 
+#include "VX/VX_Convolve.h"
 #include "VX/VX_Fill.h"
 #include "VX/VX_Package.h"
 #include "VX/VX_Premul.h"
 #include "frame/VXp_Report.h"
 
 namespace {
-
-VX_Err GaussianKernelNotBuilt(void*, double, int32_t, double, int32_t*, int32_t*) {
-  return VXp_FailVerification("VX_GaussianKernel not built yet");
-}
 
 enum class Alpha { Straight, Premultiplied };
 
@@ -22,7 +19,7 @@ VX_CallbackBlock BlockFor(int32_t quality, Alpha alpha) {
   const bool straight = alpha == Alpha::Straight;
   VX_CallbackBlock block{};
   block.nearest = slots.VX_NNSample;
-  block.gaussian_kernel = GaussianKernelNotBuilt;
+  block.gaussian_kernel = VX_GaussianKernel;
   block.fill = VX_Fill;
   block.convolve = slots.VX_Convolve;
   block.premultiply = VX_Premul;

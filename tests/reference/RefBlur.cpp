@@ -1,0 +1,257 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "RefBlur.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "RefArithmetic.h"
+
+namespace vxref {
+namespace {
+
+enum : int32_t { kAlpha = 1, kColors = 14, kHoldLevel = 16 };
+
+bool IsBlurred(int32_t flags, size_t channel) { return (flags >> channel & 1) != 0; }
+
+// Sums: exact integers, or double.
+template <class Pixel>
+constexpr bool kFloat = DepthOf<Pixel>::D::isFloat;
+template <class Pixel>
+using SumOf = std::conditional_t<kFloat<Pixel>, double, int64_t>;
+
+// Alpha, red, green, blue.
+template <class Pixel>
+using Channels = std::array<SumOf<Pixel>, 4>;
+
+// Pixels of a line at the places start..start + pixels.size() of the frame that source and
+// destination lie in.
+template <class Pixel>
+struct Line {
+  int64_t start;
+  std::vector<Channels<Pixel>> pixels;
+
+  int64_t End() const { return start + static_cast<int64_t>(pixels.size()); }
+  bool Inside(int64_t q) const { return q >= start && q < End(); }
+  Channels<Pixel> At(int64_t q) const {  // zero outside
+    return Inside(q) ? pixels[static_cast<size_t>(q - start)] : Channels<Pixel>{};
+  }
+};
+
+// --- lines of worlds -----------------------------------------------------------------------------
+
+// A world seen as lines along one direction.
+template <class Pixel>
+struct Lines {
+  const VX_LayerDef& world;
+  bool down;
+
+  int64_t Count() const { return down ? world.width : world.height; }
+  int64_t Length() const { return down ? world.height : world.width; }
+  int64_t FirstLine() const { return down ? world.origin_x : world.origin_y; }
+  int64_t Start() const { return down ? world.origin_y : world.origin_x; }
+
+  uint8_t* Place(int64_t line, int64_t j) const {
+    const int64_t x = down ? line : j, y = down ? j : line;
+    return static_cast<uint8_t*>(world.data) + y * world.rowbytes +
+           x * static_cast<int64_t>(sizeof(Pixel));
+  }
+  Channels<Pixel> Read(int64_t line, int64_t j) const {
+    VX_ChannelOf<Pixel> c[4];
+    std::memcpy(c, Place(line, j), sizeof c);
+    return {c[0], c[1], c[2], c[3]};
+  }
+  void Write(int64_t line, int64_t j, const Channels<Pixel>& p) const {
+    VX_ChannelOf<Pixel> c[4];
+    for (size_t i = 0; i < 4; ++i) c[i] = static_cast<VX_ChannelOf<Pixel>>(p[i]);
+    std::memcpy(Place(line, j), c, sizeof c);
+  }
+};
+
+// The source's line, its blurred colours multiplied by alpha if they are not already.
+template <class Pixel>
+Line<Pixel> ReadLine(const BlurPass& pass, const Lines<Pixel>& lines, int64_t index) {
+  using D = typename DepthOf<Pixel>::D;
+  using Wide = typename D::Wide;
+  Line<Pixel> line{lines.Start(), {}};
+  for (int64_t j = 0; j < lines.Length(); ++j) {
+    Channels<Pixel> p = lines.Read(index, j);
+    for (size_t c = 1; c < 4; ++c) {
+      if (pass.src_premultiplied || !IsBlurred(pass.flags, c)) continue;
+      p[c] = D::Mul(static_cast<Wide>(p[c]), static_cast<Wide>(p[0]));
+    }
+    line.pixels.push_back(p);
+  }
+  return line;
+}
+
+// --- one pixel -----------------------------------------------------------------------------------
+
+// Weighted sums of a window, and the weight that they are divided by.
+template <class Pixel>
+struct Window {
+  Channels<Pixel> sum{};
+  int64_t total = 0;
+
+  void Add(const Channels<Pixel>& p, int64_t weight) {
+    for (size_t c = 0; c < 4; ++c) sum[c] += p[c] * static_cast<SumOf<Pixel>>(weight);
+  }
+};
+
+// Means: a Gaussian's in integers, a box's in single precision. Both round at integer depths.
+struct IntegerMean {
+  static int64_t Of(int64_t sum, int64_t total, int64_t) { return (sum + total / 2) / total; }
+  static double Of(double sum, int64_t total, float) {
+    return static_cast<float>(sum / static_cast<double>(total));
+  }
+};
+struct SingleMean {
+  static float Quotient(auto sum, int64_t total) {
+    return static_cast<float>(sum) / static_cast<float>(total);
+  }
+  static int64_t Of(int64_t sum, int64_t total, int64_t full) {
+    return std::clamp<int64_t>(static_cast<int64_t>(Quotient(sum, total) + 0.5f), 0, full);
+  }
+  static double Of(double sum, int64_t total, float) { return Quotient(sum, total); }
+};
+
+int64_t Unmultiplied(int64_t sum, int64_t alpha_sum, int64_t full) {
+  return std::min((sum * full + alpha_sum / 2) / alpha_sum, full);
+}
+double Unmultiplied(double sum, double alpha_sum, float) {
+  return static_cast<float>(sum / alpha_sum);
+}
+
+// `here` is what the line holds at the window's centre.
+template <class Mean, class Pixel>
+Channels<Pixel> Output(const BlurPass& pass, bool premultiplied, const Window<Pixel>& window,
+                       Channels<Pixel> here) {
+  const auto full = DepthOf<Pixel>::D::full;
+  const SumOf<Pixel> total = static_cast<SumOf<Pixel>>(window.total);
+  const SumOf<Pixel> alpha_sum = (pass.flags & kAlpha) != 0 ? window.sum[0] : here[0] * total;
+  const bool nothing = total == 0 || (!premultiplied && alpha_sum == 0);
+  for (size_t c = 0; c < 4; ++c) {
+    if (!IsBlurred(pass.flags, c)) continue;
+    if (nothing) {
+      here[c] = 0;
+    } else if (premultiplied || c == 0) {
+      here[c] = Mean::Of(window.sum[c], window.total, full);
+    } else {
+      here[c] = Unmultiplied(window.sum[c], alpha_sum, full);
+    }
+  }
+  return here;
+}
+
+// --- the two kinds -------------------------------------------------------------------------------
+
+// At the distances 0..n, and what a whole window of them sums to.
+struct Weights {
+  explicit Weights(std::vector<int64_t> at_distances) : at(std::move(at_distances)), total(-at[0]) {
+    for (const int64_t weight : at) total += 2 * weight;
+  }
+  std::vector<int64_t> at;
+  int64_t total;
+};
+
+Weights GaussianWeights(double radius) {
+  std::vector<int64_t> weights{255};
+  for (int64_t i = 1; i <= static_cast<int64_t>(std::ceil(radius)); ++i) {
+    const double d = static_cast<double>(i) / (radius + 1);
+    const double profile = d > 1 ? 0 : 1 - (1 - std::exp(-2.378 * d * d)) * 1.102;
+    weights.push_back(static_cast<int64_t>(profile * 255));
+  }
+  return Weights(weights);
+}
+
+// n = ceil(radius); the two outer pixels of the window count in part.
+Weights BoxWeights(float radius) {
+  const float n = std::ceil(radius);
+  std::vector<int64_t> weights(static_cast<size_t>(n) + 1, 1024);
+  weights.back() -= static_cast<int64_t>((n - radius) * 1024);
+  return Weights(weights);
+}
+
+template <class Pixel>
+Window<Pixel> Gather(const Weights& weights, const Line<Pixel>& line, int64_t q, bool hold_level) {
+  const int64_t n = static_cast<int64_t>(weights.at.size()) - 1;
+  Window<Pixel> window;
+  int64_t used = 0;
+  for (int64_t at = std::max(q - n, line.start); at < std::min(q + n + 1, line.End()); ++at) {
+    const int64_t weight = weights.at[static_cast<size_t>(std::abs(at - q))];
+    window.Add(line.At(at), weight);
+    used += weight;
+  }
+  window.total = hold_level ? used : weights.total;
+  return window;
+}
+
+// A line from `start` to `end` out of another one.
+template <class Mean, class Pixel>
+Line<Pixel> BlurLine(const BlurPass& pass, bool premultiplied, const Weights& weights,
+                     const Line<Pixel>& in, int64_t start, int64_t end) {
+  Line<Pixel> out{start, {}};
+  for (int64_t q = start; q < end; ++q) {
+    const bool hold_level = (pass.flags & kHoldLevel) != 0;
+    const Window<Pixel> window = Gather(weights, in, q, hold_level);
+    out.pixels.push_back(Output<Mean>(pass, premultiplied, window, in.At(q)));
+  }
+  return out;
+}
+
+// `blur` makes the line of the destination out of that of the source.
+template <class Pixel, class Blur>
+void AllLines(const BlurPass& pass, const VX_LayerDef& src, const VX_LayerDef& dst, Blur blur) {
+  const Lines<Pixel> from{src, pass.src_direction == 1}, to{dst, pass.dst_direction == 1};
+  for (int64_t i = 0; i < to.Count(); ++i) {
+    const int64_t source_line = to.FirstLine() + i - from.FirstLine();
+    Line<Pixel> line{to.Start(), {}};  // nothing inside: zero
+    if (source_line >= 0 && source_line < from.Count()) {
+      line = blur(ReadLine(pass, from, source_line), to.Start(), to.Start() + to.Length());
+    }
+    for (int64_t j = 0; j < to.Length(); ++j) to.Write(i, j, line.At(to.Start() + j));
+  }
+}
+
+}  // namespace
+
+template <class Pixel>
+void GaussianBlur1D(const BlurPass& pass, const VX_LayerDef& src, const VX_LayerDef& dst) {
+  const Weights weights = GaussianWeights(pass.radius);
+  AllLines<Pixel>(pass, src, dst, [&](const Line<Pixel>& in, int64_t start, int64_t end) {
+    return BlurLine<IntegerMean>(pass, pass.dst_premultiplied, weights, in, start, end);
+  });
+}
+
+// Passes before the last one are premultiplied, and reach as far as those after them can see.
+template <class Pixel>
+void BoxBlur1D(const BlurPass& pass, int32_t iterations, const VX_LayerDef& src,
+               const VX_LayerDef& dst) {
+  const Weights weights = BoxWeights(pass.radius);
+  const int64_t n = static_cast<int64_t>(weights.at.size()) - 1;
+  AllLines<Pixel>(pass, src, dst, [&](const Line<Pixel>& in, int64_t start, int64_t end) {
+    Line<Pixel> line = in;
+    for (int64_t i = 1; i < iterations; ++i) {
+      const int64_t from = std::max(in.start - i * n, start - (iterations - i) * n);
+      const int64_t to = std::min(in.End() + i * n, end + (iterations - i) * n);
+      line = BlurLine<SingleMean>(pass, true, weights, line, from, to);
+    }
+    return BlurLine<SingleMean>(pass, pass.dst_premultiplied, weights, line, start, end);
+  });
+}
+
+template void GaussianBlur1D<VX_Pixel8>(const BlurPass&, const VX_LayerDef&, const VX_LayerDef&);
+template void GaussianBlur1D<VX_Pixel16>(const BlurPass&, const VX_LayerDef&, const VX_LayerDef&);
+template void GaussianBlur1D<VX_PixelFloat>(const BlurPass&, const VX_LayerDef&,
+                                            const VX_LayerDef&);
+template void BoxBlur1D<VX_Pixel8>(const BlurPass&, int32_t, const VX_LayerDef&,
+                                   const VX_LayerDef&);
+template void BoxBlur1D<VX_Pixel16>(const BlurPass&, int32_t, const VX_LayerDef&,
+                                    const VX_LayerDef&);
+template void BoxBlur1D<VX_PixelFloat>(const BlurPass&, int32_t, const VX_LayerDef&,
+                                       const VX_LayerDef&);
+
+}  // namespace vxref

@@ -112,7 +112,10 @@ U_Err U_PurgeLoop(int64_t size, int32_t flags, U_PurgeProc callback, void* conte
   return callback(context) == 0 ? 0 : 4;
 }
 
-void U_AccountAllocation(int64_t) {}
+void U_AccountAllocation(int64_t bytes) {
+  const std::lock_guard lock(TheState().mutex);
+  TheState().accounted += bytes;
+}
 
 void BlockMove(const void* from, void* to, size_t size) {
   if (size > 0) std::memmove(to, from, size);

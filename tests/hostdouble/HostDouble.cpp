@@ -44,7 +44,7 @@ namespace {
 void Reset(State& state, bool recording) {
   state.recording = recording;
   state.live_at_start = state.live;
-  state.attempts = state.fail_at = 0;
+  state.attempts = state.fail_at = state.accounted = 0;
   state.hide_bitmap_base = state.client_bound = false;
   state.byte_tables = state.trig_tables = state.window_modes = 0;
   state.allocations.clear();
@@ -108,6 +108,7 @@ int64_t HostDouble::AllocationCount() const { return Get(&State::attempts); }
 std::vector<HostDouble::Allocation> HostDouble::Allocations() const {
   return Get(&State::allocations);
 }
+int64_t HostDouble::Accounted() const { return Get(&State::accounted); }
 int64_t HostDouble::Leaked() const { return Get(&State::live) - Get(&State::live_at_start); }
 std::vector<HostDouble::FrameFree> HostDouble::FrameFrees() const {
   return Get(&State::frame_frees);

@@ -68,6 +68,8 @@ class HostDouble {
   std::vector<Allocation> Allocations() const;
   // What was allocated since construction and is still alive (below 0: more was freed).
   int64_t Leaked() const;
+  // What U_AccountAllocation was told since construction, summed up.
+  int64_t Accounted() const;
   std::vector<FrameFree> FrameFrees() const;
 
   // ---- Services ----

@@ -31,6 +31,7 @@ struct State {
 
   int64_t live = 0;  // survives the HostDouble objects
   int64_t live_at_start = 0;
+  int64_t accounted = 0;
   int64_t attempts = 0;
   int64_t fail_at = 0;  // in terms of `attempts`; 0: never
   std::vector<HostDouble::Allocation> allocations;

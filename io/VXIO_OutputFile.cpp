@@ -40,7 +40,7 @@ void TakeSlots() {
   }
 }
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
 extern "C" void RemoveTemporaries(int signal_number) {
   TakeSlots();

@@ -154,6 +154,7 @@ VXIO_API void VXIO_WriteText(const std::string& path, const std::string& text);
 // while a picture is read or written.
 VXIO_API void VXIO_SetThreads(int32_t count);
 
-// Makes INT, TERM and HUP remove the temporary files of this process and end it with 128 + signal.
+// Makes INT, TERM, HUP and PIPE remove the temporary files of this process and end it with
+// 128 + signal.
 // For programs; a library inside somebody else's program leaves signals alone.
 VXIO_API void VXIO_RemoveTemporariesOnSignals();

@@ -264,6 +264,15 @@ class Running(SequenceTest):
             for frame in self.outputs():
                 os.remove(self.path("o.%04d.png" % frame))
 
+    def test_a_reader_that_goes_away(self):
+        run = subprocess.Popen([VX, "fill", "99x99", "--color", "9,8,7,6", "-o", "o.####.png", "--threads",
+                                "4", "--frames", "1-500", "--json"], cwd=self.folder, stdout=subprocess.PIPE)
+        run.stdout.readline()
+        run.stdout.close()
+        self.assertEqual(run.wait(timeout=20), 128 + signal.SIGPIPE)
+        self.assertEqual([name for name in self.names() if name.startswith(".")], [])
+        self.assertLess(len(self.names()), 500)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <numeric>
+#include <random>
 
 namespace {
 
@@ -46,11 +48,12 @@ double Timing::Spread() const {
 std::vector<Timing> RunRounds(const std::vector<Contestant>& contestants, int rounds) {
   std::vector<Timing> timings(contestants.size());
   for (const Contestant& contestant : contestants) TimeOnce(contestant);
+  std::vector<size_t> order(contestants.size());
+  std::iota(order.begin(), order.end(), size_t{0});
+  std::mt19937 random(1);
   for (int round = 0; round < rounds; ++round) {
-    for (size_t turn = 0; turn < contestants.size(); ++turn) {
-      const size_t who = (turn + static_cast<size_t>(round)) % contestants.size();
-      timings[who].seconds.push_back(TimeOnce(contestants[who]));
-    }
+    std::shuffle(order.begin(), order.end(), random);
+    for (const size_t who : order) timings[who].seconds.push_back(TimeOnce(contestants[who]));
   }
   return timings;
 }

@@ -8,10 +8,11 @@
 // the state of its memory, over seconds and by more than some of the differences that are looked
 // for. A benchmark library times one contestant to the end and then the next, or mixes the
 // repetitions of all rows of the whole run, so the two sides of a ratio can be minutes apart. Here
-// all contestants of a row run once a round, a few milliseconds after each other and each time from
-// another starting place; the ratio is taken within the round, and the median over the rounds is
-// shown. Time is that of this process on all processors, so what other programs take meanwhile is
-// not counted, and a library that works on threads of its own gains nothing by them.
+// all contestants of a row run once a round, a few milliseconds after each other and each time in
+// another order, since each finds the caches as the one before left them; the ratio is taken within
+// the round, and the median over the rounds is shown. Time is that of this process on all
+// processors, so what other programs take meanwhile is not counted, and a library that works on
+// threads of its own gains nothing by them.
 
 #include <functional>
 #include <vector>

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "CheckCopies.h"
+#include "CheckFilters.h"
 #include "CheckIterators.h"
 #include "CheckRows.h"
 #include "CheckSamplers.h"

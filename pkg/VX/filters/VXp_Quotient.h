@@ -17,11 +17,12 @@ class VXp_Quotient {
  public:
   VXp_Quotient(const int32_t (&divisors)[4], bool limited)
       : divisors_{divisors[0], divisors[1], divisors[2], divisors[3]}, limited_(limited) {
-    for (int32_t c = 0; c < 4; ++c) {
-      const double factor = 1.0 / divisors[c];
-      (c < 2 ? factor_.first : factor_.second)[c % 2] = factor;
-      (c < 2 ? half_.first : half_.second)[c % 2] = 0.5 * std::abs(factor);
-    }
+    const auto factor = [&](int32_t c) { return 1.0 / divisors[c]; };
+    const auto half = [&](int32_t c) { return 0.5 * std::abs(factor(c)); };
+    factor_.first = VXp_DoublePair{factor(0), factor(1)};
+    factor_.second = VXp_DoublePair{factor(2), factor(3)};
+    half_.first = VXp_DoublePair{half(0), half(1)};
+    half_.second = VXp_DoublePair{half(2), half(3)};
   }
 
   void Store(const VXp_WordLanes* sums, int32_t count, char* out) const {
@@ -60,7 +61,7 @@ class VXp_Quotient {
 
   int64_t divisors_[4];
   bool limited_;
-  VXp_DoubleLanes factor_{}, half_{};
+  VXp_DoubleLanes factor_, half_;
 };
 
 // Alpha is within 0..1 and no speck, also where colours are not limited. What is not a number stays

@@ -3,4 +3,8 @@
 
 #include "filters/VXp_FiltersBirth.h"
 
-void VXp_FillFiltersSlots(VXp_OverrideTable& table) { table.VX_Convolve = VXp_Convolve_S; }
+void VXp_FillFiltersSlots(VXp_OverrideTable& table) {
+  table.VX_FastBlur_Straight = VX_FastBlur_Straight;
+  table.VX_FastBlur_Premul = VX_FastBlur_Premul;
+  table.VX_Convolve = VXp_Convolve_S;
+}

@@ -1,0 +1,155 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include <algorithm>
+
+#include "VX/VX_Blur.h"
+#include "filters/VX_BoxBlur8_SSE2.h"
+#include "filters/VX_BoxBlurT.h"
+#include "frame/VXp_Cpu.h"
+#include "frame/VXp_Dispatch.h"
+
+namespace {
+
+// Part of a line, in places of the source.
+struct Extent {
+  int64_t Size() const { return end - start; }
+
+  int64_t start, end;
+};
+
+// Which part of a line each of `times` passes makes: no more than the later ones read, and no more
+// than the earlier ones spread the source. Pass 0 is the copy.
+class Extents {
+ public:
+  Extents(const VX_Blur1DState& state, int64_t radius, int32_t times)
+      : src_{0, state.src.length},
+        dst_{state.offset, state.offset + state.dst.length},
+        n_(radius),
+        times_(times) {}
+
+  Extent Of(int64_t i) const {
+    if (i == times_) return dst_;
+    const int64_t before = i * n_, after = (times_ - i) * n_;
+    const int64_t start = std::max(src_.start - before, dst_.start - after);
+    const int64_t end = std::min(src_.end + before, dst_.end + after);
+    return {start, std::max(start, end)};
+  }
+  Extent Source() const { return src_; }
+
+  // The largest one before the last pass. Sizes grow up to where the spread of the source and the
+  // need of the destination meet, at one end or the other, and then shrink.
+  int64_t Largest() const {
+    int64_t largest = std::max(Of(0).Size(), times_ > 1 ? Of(times_ - 1).Size() : 0);
+    if (n_ == 0) return largest;
+    for (const int64_t distance : {src_.start - dst_.start, dst_.end - src_.end}) {
+      const int64_t meeting = (distance + times_ * n_) / (2 * n_);
+      for (const int64_t i : {meeting, meeting + 1}) {
+        largest = std::max(largest, Of(std::clamp<int64_t>(i, 0, times_ - 1)).Size());
+      }
+    }
+    return largest;
+  }
+
+ private:
+  Extent src_, dst_;
+  int64_t n_;
+  int64_t times_;
+};
+
+void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel8>) {
+  if (pass.premultiplied && VXp_HasSSE2()) {
+    VXp_BoxBlurPass8_SSE2(pass);
+  } else {
+    VXp_BoxBlurPass<VX_Pixel8>(pass);
+  }
+}
+template <class Pixel>
+void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<Pixel>) {
+  VXp_BoxBlurPass<Pixel>(pass);
+}
+
+// Passes from row to row of scratch, two in turn; the last one writes the destination.
+template <class Pixel>
+class BoxBlur {
+ public:
+  BoxBlur(VX_Blur1DState& state, int32_t iterations)
+      : state_(state),
+        iterations_(iterations),
+        window_(state.radius),
+        extents_(state, window_.n, iterations) {
+    VXp_ChooseBundle(state, kSize, kSize, extents_.Largest());
+    copies_ = state.force_copy || state.Premultiplies() ||
+              state.src.direction == VX_Blur_DownColumns || state.bundle > 1;
+  }
+
+  void Run() {
+    const int32_t rows = iterations_ > 1 ? 2 : copies_ ? 1 : 0;
+    const VXp_BlurScratch scratch(rows, extents_.Largest() * state_.bundle * kSize);
+    VXp_BlurLines<Pixel>(state_, scratch,
+                         [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
+                           Lines(scratch, thread, line, to, lines);
+                         });
+  }
+
+ private:
+  static constexpr ptrdiff_t kSize = sizeof(Pixel);
+
+  void Lines(const VXp_BlurScratch& scratch, int32_t thread, int64_t line, int32_t to,
+             int32_t lines) const {
+    int32_t row = 1;
+    const auto next_row = [&] { return scratch.Row(thread, row = 1 - row); };
+    const ptrdiff_t stride = lines * kSize;
+    VXp_BoxPass pass{window_, state_.flags, true, lines, {}, {}};
+    if (copies_) {
+      const Extent extent = extents_.Of(0);
+      char* const copy = next_row();
+      VXp_CopyLines<Pixel>(state_, line, lines, extent.start, extent.end, copy, kSize,
+                           [](char* at, VXp_RawPixel<Pixel> p) { VXp_Store(at, p); });
+      pass.in = {copy, stride, extent.start, extent.end};
+    } else {
+      const Extent extent = extents_.Source();
+      pass.in = {state_.src.Address(line, 0), state_.src.stride, extent.start, extent.end};
+    }
+    for (int64_t i = 1; i <= iterations_; ++i) {
+      const Extent extent = extents_.Of(i);
+      if (i < iterations_) {
+        pass.out = {next_row(), stride, kSize, extent.start, extent.end};
+      } else {
+        const VXp_BlurSide& dst = state_.dst;
+        pass.out = {dst.Address(to, 0), dst.stride, dst.line_stride, extent.start, extent.end};
+        pass.premultiplied = state_.dst_premultiplied;
+      }
+      RunPass(pass, VXp_PixelTag<Pixel>{});
+      pass.in = {pass.out.data, stride, extent.start, extent.end};
+    }
+  }
+
+  VX_Blur1DState& state_;
+  const int32_t iterations_;
+  const VXp_BoxWindow window_;
+  const Extents extents_;
+  bool copies_;
+};
+
+}  // namespace
+
+void VX_BoxBlur1D(VX_ProgressInfo* progress, const VX_World* src, float radius, int32_t iterations,
+                  int32_t flags, int32_t src_direction, int32_t src_premultiplied,
+                  int32_t dst_direction, int32_t dst_premultiplied, uint8_t force_copy,
+                  VX_World* dst) {
+  VXp_ThrowIf(VXp_Guarded([&] {
+    const VXp_BlurArguments arguments{progress,      src,
+                                      radius,        flags,
+                                      src_direction, src_premultiplied,
+                                      dst_direction, dst_premultiplied,
+                                      force_copy,    dst};
+    const int32_t depth = VXp_CheckBlur(arguments);
+    if (iterations < 1) VXp_Throw(VXp_FailVerification("blur iterations below 1"));
+    VX_Blur1DState state(arguments);
+    VXp_ThrowIf(VXp_WithPixel(depth, kVXp_UnknownDepthText, [&](auto tag) -> VX_Err {
+      BoxBlur<typename decltype(tag)::Pixel>(state, iterations).Run();
+      return VX_Ok;
+    }));
+  }));
+}

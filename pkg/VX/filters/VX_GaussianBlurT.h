@@ -1,0 +1,172 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The Gaussian pass for any pixel type.
+//
+// Lines are copied into scratch, where the pixels of a bundle's lines lie side by side, place after
+// place, with zero beyond the ends of the source as far as windows reach. There the sum of a
+// channel's window is the same walk for a row and for a bundle of columns, over whole blocks of
+// channels. The window's sums are taken in chunks that stay in the fastest memory, and each chunk
+// becomes pixels of the destination at once.
+//
+//   integers  mean (sum + total / 2) / total, truncated twice; straight colour (c_sum full +
+//             alpha_sum / 2) / alpha_sum, at most full. All exact: sums are whole numbers below
+//             2^40.
+//   float     sum / total and c_sum / alpha_sum, divided in double and rounded once to single.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "filters/VXp_GaussianWindow.h"
+
+// The divisor of a place.
+template <class Pixel>
+struct VXp_GaussianDivisor {
+  // A whole quotient may come out short by as much as products are rounded; the half that is added
+  // lifts it, and is less than what lacks below the next whole number.
+  explicit VXp_GaussianDivisor(int64_t weights)
+      : total(static_cast<double>(weights)),
+        factor(weights == 0 ? 0.0 : 1.0 / total),
+        added(static_cast<double>(weights / 2) + 0.5) {}
+
+  double total;
+  double factor;
+  double added;
+};
+
+// Blurred channels out of a window's sums. `here` is the source's pixel in the middle.
+template <class Pixel, bool kStraight>
+VXp_RawPixel<Pixel> VXp_GaussianPixel(const VXp_DoubleLanes& sums,
+                                      const VXp_GaussianDivisor<Pixel>& divisor, bool blurs_alpha,
+                                      VXp_RawPixel<Pixel> here) {
+  if (divisor.total == 0) return VXp_RawPixel<Pixel>{};
+  if constexpr (kVXp_FloatPixel<Pixel>) {
+    const auto mean = [&] {
+      return VXp_Singles(VXp_DoubleLanes{sums.first / divisor.total, sums.second / divisor.total});
+    };
+    if constexpr (!kStraight) return mean();
+    const double alpha = blurs_alpha ? sums.Alpha() : VXp_AlphaOf(here) * divisor.total;
+    if (alpha == 0) return VXp_RawPixel<Pixel>{};
+    VXp_FloatLanes pixel = VXp_UnmultipliedFloat(sums, alpha);
+    pixel[0] = static_cast<float>(sums.Alpha() / divisor.total);
+    return pixel;
+  } else {
+    const auto mean = [&](VXp_DoublePair sum) { return (sum + divisor.added) * divisor.factor; };
+    if constexpr (!kStraight) {
+      return VXp_Packed<Pixel>(VXp_Truncated(VXp_DoubleLanes{mean(sums.first), mean(sums.second)}));
+    }
+    const double alpha =
+        blurs_alpha ? sums.Alpha() : static_cast<double>(VXp_AlphaOf(here)) * divisor.total;
+    if (alpha == 0) return VXp_RawPixel<Pixel>{};
+    VXp_IntLanes pixel = VXp_Unmultiplied<Pixel>(sums, alpha);
+    pixel[0] = static_cast<int32_t>((sums.Alpha() + divisor.added) * divisor.factor);
+    return VXp_Packed<Pixel>(pixel);
+  }
+}
+
+template <class Pixel>
+class VXp_GaussianPass {
+ public:
+  explicit VXp_GaussianPass(VX_Blur1DState& state)
+      : state_(state), weights_(state.radius), mask_(state.flags) {
+    // The farthest place of the source that any window has to reach.
+    const int64_t last = state.offset + state.dst.length - 1;
+    const int64_t reach = std::max(last, state.src.length - 1 - state.offset);
+    taps_ = static_cast<int32_t>(std::clamp<int64_t>(reach, 0, weights_.radius()));
+    margin_ = taps_ + taps_ % 2;
+    sees_source_ = state.offset - taps_ < state.src.length && last + taps_ >= 0;
+    VXp_ChooseBundle(state, sizeof(Pixel), kPlaceBytes, Places());
+  }
+
+  void Run() {
+    constexpr int64_t slack = Work::kBlock * static_cast<int64_t>(sizeof(Channel));
+    const VXp_BlurScratch scratch(
+        1, sees_source_ ? Places() * state_.bundle * kPlaceBytes + slack : 0);
+    VXp_BlurLines<Pixel>(state_, scratch,
+                         [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
+                           if (!sees_source_) {
+                             VXp_ZeroBlurLines(state_, to, lines, sizeof(Pixel));
+                             return;
+                           }
+                           auto* const row = reinterpret_cast<Channel*>(scratch.Row(thread, 0));
+                           Copy(line, lines, row);
+                           if (state_.dst_premultiplied) {
+                             Blur<false>(row, to, lines);
+                           } else {
+                             Blur<true>(row, to, lines);
+                           }
+                         });
+  }
+
+ private:
+  using Work = VXp_WindowWork<Pixel>;
+  using Channel = typename Work::Channel;
+  using Raw = VXp_RawPixel<Pixel>;
+  static constexpr ptrdiff_t kPlaceBytes = 4 * sizeof(Channel);
+
+  int64_t Places() const { return state_.dst.length + 2 * int64_t{margin_}; }
+
+  // Scratch begins `margin_` places before the window of the destination's first place.
+  void Copy(int64_t line, int32_t lines, Channel* row) const {
+    const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
+    const int64_t start = state_.offset - margin_, end = start + Places();
+    const int64_t from = std::clamp<int64_t>(0, start, end);
+    const int64_t to = std::clamp<int64_t>(state_.src.length, from, end);
+    std::fill(row, row + (from - start) * step, Work::kZero);
+    VXp_CopyLines<Pixel>(state_, line, lines, from, to,
+                         reinterpret_cast<char*>(row + (from - start) * step), kPlaceBytes,
+                         &Work::Put);
+    std::fill(row + (to - start) * step, row + (end - start) * step + Work::kBlock, Work::kZero);
+  }
+
+  template <bool kStraight>
+  void Blur(const Channel* row, int64_t to, int32_t lines) const {
+    constexpr int32_t kChunk = 256;
+    alignas(16) double sums[kChunk + Work::kBlock];
+    const int32_t step = 4 * lines;
+    const int32_t most = kChunk / step;
+    for (int32_t done = 0; done < state_.dst.length; done += most) {
+      const int32_t count = std::min(most, state_.dst.length - done);
+      const Channel* const here = row + (int64_t{margin_} + done) * step;
+      for (int32_t j = 0; j < count * step; j += Work::kBlock) {
+        VXp_WindowSums<Pixel>(here + j, step, weights_, taps_, sums + j);
+      }
+      if ((state_.flags & VX_Blur_HoldLevel) == 0) {
+        Write<kStraight>(here, sums, Divisor(weights_.total()), to, lines, done, count);
+        continue;
+      }
+      for (int32_t i = 0; i < count; ++i) {
+        const Divisor divisor(weights_.Inside(state_.offset + done + i, state_.src.length));
+        Write<kStraight>(here + i * step, sums + i * step, divisor, to, lines, done + i, 1);
+      }
+    }
+  }
+
+  // `count` places from `place` on.
+  using Divisor = VXp_GaussianDivisor<Pixel>;
+  template <bool kStraight>
+  void Write(const Channel* here, const double* sums, const Divisor& divisor, int64_t to,
+             int32_t lines, int32_t place, int32_t count) const {
+    const bool blurs_alpha = (state_.flags & VX_Blur_Alpha) != 0;
+    char* out = state_.dst.Address(to, place);
+    for (int32_t i = 0; i < count; ++i, out += state_.dst.stride) {
+      char* pixel = out;
+      for (int32_t l = 0; l < lines; ++l, here += 4, sums += 4) {
+        const Raw kept = Work::Get(here);
+        const VXp_DoubleLanes window = {VXp_Load<VXp_DoublePair>(sums),
+                                        VXp_Load<VXp_DoublePair>(sums + 2)};
+        const Raw blurred = VXp_GaussianPixel<Pixel, kStraight>(window, divisor, blurs_alpha, kept);
+        VXp_Store(pixel, mask_.Merge(blurred, kept));
+        pixel += state_.dst.line_stride;
+      }
+    }
+  }
+
+  VX_Blur1DState& state_;
+  VXp_GaussianWeights weights_;
+  VXp_ChannelMask<Pixel> mask_;
+  int32_t taps_;    // no more than can reach the source
+  int32_t margin_;  // places in front of the line and behind it; even
+  bool sees_source_;
+};

@@ -1,0 +1,173 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// What both kinds of blurs do with one pixel: the way in from memory, and the way out from sums.
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <type_traits>
+
+#include "VX/VX_Blur.h"
+#include "filters/VXp_Blur1DState.h"
+#include "frame/VXp_LaneTraits.h"
+#include "frame/VXp_Rows.h"
+#include "indep/VXp_ChannelLanes.h"
+
+template <class Pixel>
+inline constexpr bool kVXp_FloatPixel = std::is_same_v<VX_ChannelOf<Pixel>, float>;
+
+// A pixel as it lies in memory.
+template <class Pixel>
+using VXp_RawPixel = std::conditional_t<
+    sizeof(Pixel) == sizeof(uint32_t), uint32_t,
+    std::conditional_t<sizeof(Pixel) == sizeof(uint64_t), uint64_t, VXp_FloatLanes>>;
+
+inline float VXp_AlphaOf(uint32_t pixel8) { return static_cast<float>(pixel8 & 0xFF); }
+inline float VXp_AlphaOf(uint64_t pixel16) { return static_cast<float>(pixel16 & 0xFFFF); }
+inline float VXp_AlphaOf(VXp_FloatLanes pixel) { return pixel[0]; }
+
+// All ones in the lanes of the channels that `flags` name, lane 0 being alpha.
+inline VXp_IntLanes VXp_ChannelLanesOf(int32_t flags) {
+  const auto lane = [flags](int32_t bit) { return (flags & bit) != 0 ? -1 : 0; };
+  return VXp_IntLanes{lane(VX_Blur_Alpha), lane(VX_Blur_Red), lane(VX_Blur_Green),
+                      lane(VX_Blur_Blue)};
+}
+
+// Puts blurred channels together with those that are kept.
+template <class Pixel>
+class VXp_ChannelMask {
+ public:
+  using Raw = VXp_RawPixel<Pixel>;
+
+  explicit VXp_ChannelMask(int32_t flags) {
+    const VXp_IntLanes lanes = VXp_ChannelLanesOf(flags);
+    if constexpr (kVXp_FloatPixel<Pixel>) {
+      bits_ = lanes;
+    } else {
+      const auto channel = [&](int32_t c) { return static_cast<VX_ChannelOf<Pixel>>(lanes[c]); };
+      bits_ = std::bit_cast<Raw>(Pixel{channel(0), channel(1), channel(2), channel(3)});
+    }
+  }
+
+  Raw Merge(Raw blurred, Raw kept) const {
+    if constexpr (kVXp_FloatPixel<Pixel>) {
+      const auto yes = reinterpret_cast<VXp_IntLanes>(blurred);
+      const auto no = reinterpret_cast<VXp_IntLanes>(kept);
+      return reinterpret_cast<Raw>((yes & bits_) | (no & ~bits_));
+    } else {
+      return (blurred & bits_) | (kept & ~bits_);
+    }
+  }
+
+ private:
+  std::conditional_t<kVXp_FloatPixel<Pixel>, VXp_IntLanes, Raw> bits_;
+};
+
+// Multiplies blurred colours by alpha. The others take full scale as factor, which changes nothing.
+template <class Pixel>
+class VXp_BlurPremul {
+ public:
+  using Raw = VXp_RawPixel<Pixel>;
+  using Traits = VXp_LaneTraits<Pixel>;
+
+  explicit VXp_BlurPremul(int32_t flags) : colors_(VXp_ChannelLanesOf(flags & ~VX_Blur_Alpha)) {}
+
+  Raw operator()(Raw pixel) const {
+    if constexpr (kVXp_FloatPixel<Pixel>) {
+      return pixel * Factor(pixel);
+    } else {
+      const VXp_IntLanes channels = VXp_Ints(pixel);
+      return VXp_Packed<Pixel>(Traits::Mul(channels, Factor(channels)));
+    }
+  }
+
+ private:
+  template <class Lanes>
+  Lanes Factor(Lanes channels) const {
+    const Lanes alpha = {channels[0], channels[0], channels[0], channels[0]};
+    return reinterpret_cast<Lanes>(
+        (reinterpret_cast<VXp_IntLanes>(alpha) & colors_) |
+        (reinterpret_cast<VXp_IntLanes>(Lanes(Traits::Full())) & ~colors_));
+  }
+
+  VXp_IntLanes colors_;
+};
+
+// --- from sums -----------------------------------------------------------------------------------
+
+inline VXp_FloatLanes VXp_Singles(const VXp_DoubleLanes& v) {
+#ifdef __SSE2__
+  return reinterpret_cast<VXp_FloatLanes>(
+      _mm_movelh_ps(_mm_cvtpd_ps(v.first), _mm_cvtpd_ps(v.second)));
+#else
+  return VXp_FloatLanes{static_cast<float>(v.first[0]), static_cast<float>(v.first[1]),
+                        static_cast<float>(v.second[0]), static_cast<float>(v.second[1])};
+#endif
+}
+
+// The colours of a straight pixel out of premultiplied sums and the sum of alpha, which is not 0;
+// lane 0 is of no use. Sums of integer depths are whole numbers and the quotient is (c full + a /
+// 2) / a, truncated twice and limited, which is the truncation of c full / a + 1/2: where the whole
+// number a / 2 was cut, c full / a + 1/2 cannot be whole. This many bits of `a` let the double
+// quotient be at the right side of each whole number; beyond, 64-bit integers do it.
+inline constexpr double kVXp_AlphaInDouble = 0x1p36;
+
+template <class Pixel>
+VXp_IntLanes VXp_UnmultipliedWide(const VXp_DoubleLanes& sums, double alpha_sum) {
+  constexpr int64_t full = VXp_PixelTraits<Pixel>::kFull;
+  const auto a = static_cast<int64_t>(alpha_sum);
+  const auto quotient = [&](double sum) {
+    return static_cast<int32_t>(std::min((static_cast<int64_t>(sum) * full + a / 2) / a, full));
+  };
+  return VXp_IntLanes{0, quotient(sums.first[1]), quotient(sums.second[0]),
+                      quotient(sums.second[1])};
+}
+
+template <class Pixel>
+VXp_IntLanes VXp_Unmultiplied(const VXp_DoubleLanes& sums, double alpha_sum) {
+  if (alpha_sum >= kVXp_AlphaInDouble) return VXp_UnmultipliedWide<Pixel>(sums, alpha_sum);
+  const VXp_DoublePair full = VXp_DoublePair{} + VXp_PixelTraits<Pixel>::kFull;
+  const auto quotient = [&](VXp_DoublePair sum) {
+    const VXp_DoublePair q = sum * full / alpha_sum + 0.5;
+    return q < full ? q : full;
+  };
+  return VXp_Truncated(VXp_DoubleLanes{quotient(sums.first), quotient(sums.second)});
+}
+
+// Float: the quotient in double, rounded once. Values above 1 are kept.
+inline VXp_FloatLanes VXp_UnmultipliedFloat(const VXp_DoubleLanes& sums, double alpha_sum) {
+  return VXp_Singles(VXp_DoubleLanes{sums.first / alpha_sum, sums.second / alpha_sum});
+}
+
+// --- lines into scratch --------------------------------------------------------------------------
+
+// Copies places from..to of `lines` lines of the source: the pixels of one place side by side,
+// place after place. `store(place, raw)` writes to `out` and its like, `step` bytes a pixel.
+template <class Pixel, class Store>
+void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
+                     int64_t to, char* out, ptrdiff_t step, const Store& store) {
+  const VXp_BlurSide& src = state.src;
+  const char* place = src.Address(line, from);
+  for (int64_t p = from; p < to; ++p, place += src.stride) {
+    const char* pixel = place;
+    for (int32_t i = 0; i < lines; ++i) {
+      store(out, VXp_Load<VXp_RawPixel<Pixel>>(pixel));
+      pixel += src.line_stride;
+      out += step;
+    }
+  }
+}
+
+template <class Pixel, class Store>
+void VXp_CopyLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
+                   int64_t to, char* out, ptrdiff_t step, const Store& store) {
+  if (!state.Premultiplies()) {
+    VXp_GatherLines<Pixel>(state, line, lines, from, to, out, step, store);
+    return;
+  }
+  const VXp_BlurPremul<Pixel> premul(state.flags);
+  VXp_GatherLines<Pixel>(state, line, lines, from, to, out, step,
+                         [&](char* at, VXp_RawPixel<Pixel> p) { store(at, premul(p)); });
+}

@@ -1,0 +1,47 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The buffers that a blur holds for the length of a call.
+
+#include <cstdint>
+
+// One buffer whose start is a multiple of 16. It is obtained through U_PurgeLoop, so that the host
+// may free something and be asked again, and told to the host's accounts for as long as it lives.
+class VX_BlurScratchRow {
+ public:
+  VX_BlurScratchRow() = default;
+  ~VX_BlurScratchRow();
+  VX_BlurScratchRow(const VX_BlurScratchRow&) = delete;
+  VX_BlurScratchRow& operator=(const VX_BlurScratchRow&) = delete;
+
+  // Once. 0 bytes take nothing. `label` is an entry of the string table. Throws the host's error.
+  void Allocate(int64_t bytes, int32_t label);
+
+  char* data() const { return aligned_; }
+  int64_t size() const { return size_; }
+
+ private:
+  void* allocated_ = nullptr;
+  char* aligned_ = nullptr;
+  int64_t size_ = 0;
+};
+
+// Up to two rows for each thread that the generic iterator may run.
+class VXp_BlurScratch {
+ public:
+  static constexpr int32_t kMostRows = 2;
+
+  // Throws the host's error with nothing left allocated.
+  VXp_BlurScratch(int32_t rows, int64_t bytes_a_row);
+  ~VXp_BlurScratch();
+  VXp_BlurScratch(const VXp_BlurScratch&) = delete;
+  VXp_BlurScratch& operator=(const VXp_BlurScratch&) = delete;
+
+  int32_t threads() const { return threads_; }
+  char* Row(int32_t thread, int32_t row) const { return rows_[thread * kMostRows + row].data(); }
+
+ private:
+  int32_t threads_;
+  VX_BlurScratchRow* rows_;
+};

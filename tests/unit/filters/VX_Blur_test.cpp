@@ -1,0 +1,294 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The blur passes against their slow twins, and what must hold whatever the twins say.
+
+#include "VX/VX_Blur.h"
+
+#include <limits>
+
+#include "BlurTestKit.h"
+
+namespace {
+
+template <class Pixel>
+class BlurDepths : public Blur {};
+using AllDepths = testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat>;
+TYPED_TEST_SUITE(BlurDepths, AllDepths);
+
+// --- against the twins ---------------------------------------------------------------------------
+
+TYPED_TEST(BlurDepths, AreTheTwins) {
+  uint32_t number = 0;
+  for (const float radius : {0.0f, 0.3f, 1.0f, 1.5f, 2.0f, 7.25f, 40.6f}) {
+    for (int32_t iterations = 0; iterations <= 4; ++iterations) {
+      for (uint32_t i = 0; i < 128; ++i, number += 5) {  // all 512 kinds in four rounds
+        SCOPED_TRACE(testing::Message() << "trial " << number);
+        BlurTrial<TypeParam> trial(number, radius, iterations);
+        std::unique_ptr<IteratorReplaced> threads;
+        if (number % 7 == 0) threads = std::make_unique<IteratorReplaced>();
+        ASSERT_NO_FATAL_FAILURE(trial.Check());
+      }
+    }
+  }
+}
+
+// So many lines that several are taken together.
+TYPED_TEST(BlurDepths, AreTheTwinsWithManyLines) {
+  for (uint32_t number = 0; number < 5 * 512; number += 11) {
+    const bool wide = number % 2 == 0;
+    BlurTrial<TypeParam> trial(number, number % 3 == 0 ? 2 : 3.4f,
+                               static_cast<int32_t>(number / 512), wide ? 700 : 9, wide ? 9 : 700);
+    std::unique_ptr<IteratorReplaced> threads;
+    if (number % 5 == 0) threads = std::make_unique<IteratorReplaced>();
+    ASSERT_NO_FATAL_FAILURE(trial.Check());
+  }
+}
+
+// Sums that need their full width, and scratch far longer than the worlds.
+TYPED_TEST(BlurDepths, AreTheTwinsAtEnormousRadii) {
+  for (int32_t iterations = 0; iterations <= 2; ++iterations) {
+    for (const float radius : {5000.5f, VX_Blur_MaxRadius}) {
+      for (const uint32_t number : {31u, 31u + 32, 31u + 256, 15u + 32 + 256, 30u + 32}) {
+        BlurTrial<TypeParam> trial(number, radius, iterations);
+        trial.dst->world.origin_y = trial.want->world.origin_y = 0;
+        ASSERT_NO_FATAL_FAILURE(trial.Check());
+      }
+    }
+    EdgeWorld<TypeParam> src(3000, 1, 0, true, 1), dst(3000, 1, 0, true, 2),
+        want(3000, 1, 0, true, 2);
+    std::mt19937 random(3);
+    src.Paint([&random] {
+      TypeParam p = GuardedWorld<TypeParam>::RandomPixel(random);
+      p.alpha = p.blue = kFull<TypeParam>;
+      return p;
+    });
+    BlurCall call = MakeBlur(1400.75f, iterations, 31);
+    call.Run(&src, &dst);
+    call.Twin(src, want);
+    ASSERT_TRUE(Same(&dst, want)) << iterations << " iterations";
+  }
+}
+
+// A line is copied before it is written: source and destination may be the same memory.
+TYPED_TEST(BlurDepths, ForcedCopyAllowsTheSameMemory) {
+  for (uint32_t number = 0; number < 2048; number += 7) {
+    BlurTrial<TypeParam> trial(number, 2.5f, static_cast<int32_t>(number / 512));
+    trial.call.force_copy = 1;
+    trial.call.pass.dst_direction = trial.call.pass.src_direction;
+    trial.src->world.origin_x = trial.src->world.origin_y = 0;
+    trial.call.Twin(*trial.src, *trial.kept_src);
+    trial.call.Run(trial.src.get(), trial.src.get());
+    ASSERT_TRUE(Same(trial.src.get(), *trial.kept_src)) << trial.Tell();
+  }
+}
+
+// --- properties ----------------------------------------------------------------------------------
+
+TYPED_TEST(BlurDepths, ConstantPicturesKeepTheirLevelWithTheEdgeFlag) {
+  EdgeWorld<TypeParam> src(19, 7, 3, true, 1), dst(19, 7, 5, true, 2), want(19, 7, 5, true, 2);
+  for (const bool opaque : {false, true}) {
+    const auto part = [](int percent) {
+      return static_cast<VX_ChannelOf<TypeParam>>(percent * kFull<TypeParam> / 100);
+    };
+    const TypeParam level = {part(opaque ? 100 : 60), part(20), part(50), part(60)};
+    src.Paint([&] { return level; });
+    want.Paint([&] { return level; });
+    for (const float radius : {0.3f, 1.0f, 7.25f, 300.0f}) {
+      for (int32_t iterations = 0; iterations <= 4; ++iterations) {
+        for (const int32_t direction : {0, 1}) {
+          // Straight colours times alpha are rounded; opaque ones are not.
+          MakeBlur(radius, iterations, 31, direction, !opaque, !opaque).Run(&src, &dst);
+          EXPECT_TRUE(Same(&dst, want)) << radius << ", " << iterations << " iterations";
+        }
+      }
+    }
+  }
+  // Without the flag the ends fade, and they alone.
+  MakeBlur(3, 1, VX_Blur_AllChannels).Run(&src, &dst);
+  EXPECT_LT(dst.Get(0, 0).alpha, dst.Get(1, 0).alpha);
+  EXPECT_NEAR(dst.Get(9, 0).alpha, src.Get(9, 0).alpha, 1e-6);
+}
+
+// What one opaque white pixel becomes, from the middle outwards. Three boxes of 5 pixels are
+// 1 3 6 10 15 18 19 18 ... over 125. The Gaussian of radius 1 has weights trunc(255 profile(1/2)).
+TEST_F(Blur, Impulses) {
+  EdgeWorld<VX_PixelFloat> src(41, 1, 0, true, 1), dst(41, 1, 0, true, 2);
+  src.Paint([] { return VX_PixelFloat{}; });
+  src.Set(20, 0, {1, 1, 1, 1});
+  struct Case {
+    float radius;
+    int32_t iterations;
+    std::vector<double> want;
+    double divisor;
+  };
+  const Case cases[] = {{2, 3, {19, 18, 15, 10, 6, 3, 1, 0}, 125},
+                        {1.5f, 1, {2, 2, 1, 0}, 8},
+                        {1, 2, {3, 2, 1, 0}, 9},
+                        {1, 0, {255, 129, 0}, 513}};
+  for (const Case& c : cases) {
+    MakeBlur(c.radius, c.iterations, VX_Blur_AllChannels).Run(&src, &dst);
+    for (int32_t x = 0; x < 41; ++x) {
+      const auto distance = static_cast<size_t>(std::abs(x - 20));
+      const double want = distance < c.want.size() ? c.want[distance] / c.divisor : 0;
+      EXPECT_NEAR(dst.Get(x, 0).alpha, want, 1e-6) << "radius " << c.radius << " at " << x;
+      EXPECT_NEAR(dst.Get(x, 0).red, want != 0 ? 1 : 0, 1e-6);  // straight: white wherever seen
+    }
+  }
+}
+
+// Opaque blue beside transparent pixels with yellow behind: yellow shows nowhere, blue fades by
+// alpha alone, and where nothing is seen nothing is left: not in a float sum of alphas of very
+// different size either.
+TYPED_TEST(BlurDepths, HiddenColourNeverBleeds) {
+  constexpr TypeParam kBlue = {kFull<TypeParam>, 0, 0, kFull<TypeParam>};
+  constexpr TypeParam kHidden = {0, kFull<TypeParam>, kFull<TypeParam>, 0};
+  EdgeWorld<TypeParam> src(60, 1, 0, true, 1), dst(60, 1, 0, true, 2);
+  for (int32_t x = 0; x < 60; ++x) src.Set(x, 0, x < 12 ? kBlue : kHidden);
+  if (sizeof(TypeParam) == 16) {
+    const auto faint = static_cast<VX_ChannelOf<TypeParam>>(1.1e-13);
+    for (const int32_t x : {1, 2, 5, 8, 11}) src.Set(x, 0, {faint, 0, 0, kFull<TypeParam>});
+  }
+  for (int32_t iterations = 0; iterations <= 3; ++iterations) {
+    for (const bool premultiplied : {false, true}) {
+      MakeBlur(3.5f, iterations, 15, 0, false, premultiplied).Run(&src, &dst);
+      for (int32_t x = 0; x < 60; ++x) {
+        const TypeParam p = dst.Get(x, 0);
+        ASSERT_TRUE(p.red == 0 && p.green == 0) << x;
+        // An alpha that rounds to 0 may leave its colour.
+        if (premultiplied || p.blue != 0 || p.alpha != 0) {
+          ASSERT_NEAR(p.blue, premultiplied ? p.alpha : kFull<TypeParam>, 1e-6) << x;
+        }
+        ASSERT_TRUE(x < 12 + 4 * std::max(iterations, 1) || p.alpha == 0) << x << ": " << p.alpha;
+      }
+    }
+  }
+}
+
+// Rows then columns, or the other way round.
+TEST_F(Blur, OrderOfTheAxesMattersByOneAtMost) {
+  EdgeWorld<VX_Pixel8> src(23, 17, 1, true, 1), between(23, 17, 0, true, 2),
+      out[] = {{23, 17, 0, true, 3}, {23, 17, 0, true, 3}};
+  std::mt19937 random(TestSeed());
+  src.Paint([&random] { return GuardedWorld<VX_Pixel8>::RandomPixel(random); });
+  for (int32_t iterations = 0; iterations <= 1; ++iterations) {
+    for (const int32_t flags : {15, 31}) {
+      for (const int32_t direction : {0, 1}) {
+        MakeBlur(2.5f, iterations, flags, direction, true, true).Run(&src, &between);
+        MakeBlur(2.5f, iterations, flags, 1 - direction, true, true).Run(&between, &out[direction]);
+      }
+      EXPECT_TRUE(Same(&out[0], out[1], 1));
+    }
+  }
+}
+
+// --- failures ------------------------------------------------------------------------------------
+
+TEST_F(Blur, BadArgumentsThrowAndTouchNothing) {
+  EdgeWorld<VX_Pixel8> src(5, 4, 0, true, 1), dst(5, 4, 0, true, 2), kept(5, 4, 0, true, 2);
+  EdgeWorld<VX_Pixel16> deep(5, 4, 0, true, 3);
+  VX_LayerDef none = src.world;
+  none.data = nullptr;
+  VX_WorldX<VX_Pixel8> from(&src.world, true), to(&dst.world, true), empty(&none, true);
+  VX_WorldX<VX_Pixel16> other(&deep.world, true);
+  OddDepthWorld odd_src(&src.world), odd(&dst.world);
+  constexpr float kInfinite = std::numeric_limits<float>::infinity();
+  struct Case {
+    const VX_World* src;
+    VX_World* dst;
+    float radius;
+  };
+  const Case cases[] = {{&other, &to, 2},
+                        {&from, &other, 2},
+                        {&odd_src, &odd, 2},
+                        {&from, &odd, 2},
+                        {nullptr, &to, 2},
+                        {&from, nullptr, 2},
+                        {&empty, &to, 2},
+                        {&from, &empty, 2},
+                        {&to, &to, 2},
+                        {&from, &to, -1},
+                        {&from, &to, std::nanf("")},
+                        {&from, &to, kInfinite},
+                        {&from, &to, -kInfinite},
+                        {&from, &to, std::nextafterf(VX_Blur_MaxRadius, kInfinite)},
+                        {&from, &to, 3e38f}};
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    for (const int32_t iterations : {0, 1}) {
+      const BlurCall call = MakeBlur(cases[i].radius, iterations, 15);
+      EXPECT_EQ(Thrown([&] { call(cases[i].src, cases[i].dst); }), 3) << "case " << i;
+    }
+  }
+  for (const int32_t iterations : {0, -1, INT32_MIN}) {
+    const auto call = [&] { VX_BoxBlur1D(nullptr, &from, 2, iterations, 15, 0, 0, 0, 0, 0, &to); };
+    EXPECT_EQ(Thrown(call), 3);
+  }
+  for (const VX_FastBlurFunc entry :
+       {&VX_FastBlur_Straight, &VX_FastBlur_Premul, VXp_G_OverFuncs.VX_FastBlur_Straight,
+        VXp_G_OverFuncs.VX_FastBlur_Premul}) {
+    EXPECT_EQ(entry(nullptr, nullptr, -1, 0, nullptr), 5);
+    EXPECT_EQ(entry(nullptr, &src.world, 2, 15, &dst.world), 5);
+  }
+  EXPECT_TRUE(dst.SameBytes(kept));
+  VXHost_TakeReports();
+}
+
+// What progress gives at any line is thrown, whoever runs the lines. In order, the lines after it
+// are as they were. Scratch is in the host's accounts while it is there, and then no more.
+template <class Pixel>
+void StopAt(int32_t stop_at, bool threaded, BlurTrial<Pixel>* trial) {
+  const bool down = trial->call.pass.dst_direction == 1;
+  const VX_LayerDef& world = trial->dst->world;
+  const int32_t lines = down ? world.width : world.height;
+  const int32_t polled = threaded ? (lines + kThreads - 1) / kThreads : lines;
+  const int64_t accounted = VXHost_GetMemory().accounted;
+  const bool has_rows = trial->call.iterations > 1 || !trial->call.pass.src_premultiplied;
+  int32_t calls = 0;
+  OnStep on_step = [&](int32_t step, int32_t final_step) -> VX_Err {
+    EXPECT_EQ(this_thread_index, 0);
+    EXPECT_EQ(final_step, lines);
+    EXPECT_TRUE(step >= 0 && step <= lines);
+    EXPECT_TRUE(!has_rows || VXHost_GetMemory().accounted > accounted);
+    return ++calls == stop_at ? 500 + stop_at : 0;
+  };
+  VX_ProgressInfo progress = ProgressOf(&on_step);
+  const auto run = [&] { trial->call.Run(trial->src.get(), trial->dst.get(), &progress); };
+  EXPECT_EQ(Thrown(run), stop_at > polled ? 0 : 500 + stop_at);
+  EXPECT_EQ(calls, std::min(stop_at, polled));
+  EXPECT_EQ(VXHost_GetMemory().accounted, accounted);
+  if (threaded && stop_at <= polled) return;
+  trial->call.Twin(*trial->src, *trial->want);
+  for (int32_t i = 0; stop_at <= polled && i < world.width * world.height; ++i) {
+    const int32_t x = i % world.width, y = i / world.width;
+    if ((down ? x : y) >= stop_at) trial->want->Set(x, y, Pixel{});
+  }
+  EXPECT_TRUE(Same(trial->dst.get(), *trial->want)) << trial->Tell();
+}
+
+TYPED_TEST(BlurDepths, StopsAtEachLine) {
+  for (const bool threaded : {false, true}) {
+    std::unique_ptr<IteratorReplaced> threads;
+    if (threaded) threads = std::make_unique<IteratorReplaced>();
+    for (uint32_t number = 15; number < 3 * 512; number += 32) {
+      BlurTrial<TypeParam> trial(number, 1.5f, static_cast<int32_t>(number / 512));
+      for (const auto* world : {&trial.src, &trial.dst, &trial.want}) {
+        (*world)->world.origin_x = (*world)->world.origin_y = 0;
+      }
+      for (int32_t stop_at = 1; stop_at <= 24; stop_at += 1 + stop_at / 4) {
+        trial.dst->Paint([] { return TypeParam{}; });
+        StopAt(stop_at, threaded, &trial);
+      }
+    }
+  }
+}
+
+TEST_F(Blur, WhatTheIteratorGivesIsThrown) {
+  const IteratorReplaced refusing([](int32_t, void*, VX_GenericFunc) -> VX_Err { return 99; });
+  for (int32_t iterations = 0; iterations <= 2; ++iterations) {
+    BlurTrial<VX_Pixel8> trial(31, 3, iterations);
+    EXPECT_EQ(Thrown([&] { trial.call.Run(trial.src.get(), trial.dst.get()); }), 99);
+    EXPECT_TRUE(trial.dst->SameBytes(*trial.want));
+  }
+}
+
+}  // namespace

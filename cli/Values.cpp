@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <string_view>
 #include <type_traits>
 
 #include "Errors.h"
@@ -149,6 +150,22 @@ Pixel ParseColor(const std::string& option, const std::string& word) {
 template VX_Pixel8 ParseColor(const std::string&, const std::string&);
 template VX_Pixel16 ParseColor(const std::string&, const std::string&);
 template VX_PixelFloat ParseColor(const std::string&, const std::string&);
+
+int32_t ParseChannels(const std::string& option, const std::string& word) {
+  static constexpr std::string_view kLetters = "argb";
+  int32_t channels = 0;
+  for (char letter : word) {
+    const size_t place = kLetters.find(letter);
+    const int32_t channel = place == std::string_view::npos ? 0 : 1 << place;
+    if (channel == 0 || (channels & channel) != 0) {
+      channels = 0;
+      break;
+    }
+    channels |= channel;
+  }
+  if (channels == 0) Refuse(option, word, "one or more of the letters argb, each once");
+  return channels;
+}
 
 int32_t ParseDepth(const std::string& word, Keep keep) {
   if (word == "keep" && keep == Keep::Allowed) return 0;

@@ -46,6 +46,9 @@ Pixel ParseColor(const std::string& option, const std::string& word);
 
 std::vector<std::string> SplitAtCommas(const std::string& word);
 
+// Letters of "argb", each at most once, at least one. Gives 1 for a, 2 for r, 4 for g, 8 for b.
+int32_t ParseChannels(const std::string& option, const std::string& word);
+
 // "8", "16" or "32"; "keep" gives 0 where it is allowed.
 enum class Keep { Allowed, Refused };
 int32_t ParseDepth(const std::string& word, Keep keep);

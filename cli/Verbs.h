@@ -23,6 +23,9 @@ Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* l
 Verb AddFill(CLI::App* root);
 Verb AddCopy(CLI::App* root);
 Verb AddResize(CLI::App* root);
+Verb AddBlur(CLI::App* root);
+Verb AddConvolve(CLI::App* root);
+Verb AddKernel(CLI::App* root);
 Verb AddConvert(CLI::App* root);
 Verb AddPremultiply(CLI::App* root);
 Verb AddUnpremultiply(CLI::App* root);

@@ -36,20 +36,8 @@ struct Wanted {
 
 Planes ParsePlanes(const std::string& word) {
   if (word.empty()) return {};
-  Planes planes{false, false, false, false};
-  for (char letter : word) {
-    bool* plane = letter == 'a'   ? &planes.alpha
-                  : letter == 'r' ? &planes.red
-                  : letter == 'g' ? &planes.green
-                  : letter == 'b' ? &planes.blue
-                                  : nullptr;
-    if (!plane || *plane) {
-      throw UsageError("--planes '" + word +
-                       "': must be one or more of the letters argb, each once");
-    }
-    *plane = true;
-  }
-  return planes;
+  const int32_t channels = ParseChannels("--planes", word);
+  return {(channels & 1) != 0, (channels & 2) != 0, (channels & 4) != 0, (channels & 8) != 0};
 }
 
 VXIO_AlphaAs ParseAlpha(const std::string& word) {

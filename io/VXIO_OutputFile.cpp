@@ -42,6 +42,13 @@ void TakeSlots() {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
+sigset_t HandledSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (int number : kSignals) sigaddset(&set, number);
+  return set;
+}
+
 extern "C" void RemoveTemporaries(int signal_number) {
   TakeSlots();
   for (Slot& slot : g_slots) {
@@ -55,9 +62,7 @@ extern "C" void RemoveTemporaries(int signal_number) {
 class SlotsTaken {
  public:
   SlotsTaken() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (int number : kSignals) sigaddset(&set, number);
+    const sigset_t set = HandledSignals();
     pthread_sigmask(SIG_BLOCK, &set, &before_);
     g_slot_mutex.lock();  // so that only the handler and one other ever meet in TakeSlots
     TakeSlots();
@@ -246,7 +251,8 @@ void VXIO_WriteText(const std::string& path, const std::string& text) {
 void VXIO_RemoveTemporariesOnSignals() {
   struct sigaction action {};
   action.sa_handler = RemoveTemporaries;
-  sigemptyset(&action.sa_mask);
+  // A second signal waits: its handler would want the slots that the first keeps for good.
+  action.sa_mask = HandledSignals();
   for (int number : kSignals) {
     // A signal that was ignored from the start (nohup) stays ignored.
     struct sigaction before {};

@@ -35,6 +35,18 @@ std::vector<std::string> JoinNegativeValues(std::vector<std::string> words) {
   return joined;
 }
 
+// As a script's unset variable gives them: they would pass for options that were not given.
+void RefuseEmptyWords(const std::vector<std::string>& words) {
+  std::string before = "vx";
+  for (const std::string& word : words) {
+    if (word.empty()) throw UsageError("the word after " + before + " must not be empty");
+    if (word.starts_with("--") && word.find('=') + 1 == word.size()) {
+      throw UsageError(word + ": must not be empty");
+    }
+    before = word;
+  }
+}
+
 // "composite " or nothing: the verb of the line, before it is parsed.
 std::string NamedVerb(const std::vector<std::string>& words,
                       const std::vector<vxcli::Verb>& verbs) {
@@ -90,6 +102,7 @@ int Run(std::vector<std::string> words) {
                                     vxcli::AddInfo(&root),
                                     vxcli::AddList(&root)};
   std::string verb_name;
+  RefuseEmptyWords(words);
   try {
     words = JoinNegativeValues(std::move(words));
     verb_name = NamedVerb(words, verbs);

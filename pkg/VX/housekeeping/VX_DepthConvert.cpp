@@ -17,34 +17,16 @@
 namespace {
 
 // Claims the noise of a row, which goes round the table's end.
-template <class Take>
-void ForNoise(size_t channels, Take take) {
+template <class From>
+void DitherRow(const char* from, char* to, size_t channels) {
   const VXp_Noise noise = VXp_NoiseTable();
   size_t position = VXp_ClaimNoise(channels);
   for (size_t done = 0; done < channels; position = 0) {
     const size_t run = std::min(channels - done, noise.size - position);
-    take(done, run, noise.words + position);
+    VXp_DitherRow<From>(from + done * sizeof(VX_ChannelOf<From>), to + done, run,
+                        noise.words + position);
     done += run;
   }
-}
-
-// Deeper ones come down to 16 bits first, in runs of a small buffer.
-template <class From>
-void DitherRow(const char* from, char* to, size_t channels) {
-  ForNoise(channels, [&](size_t first, size_t count, const uint32_t* noise) {
-    if constexpr (std::is_same_v<From, VX_Pixel16>) {
-      VXp_DitherRow(from + first * sizeof(uint16_t), to + first, count, noise);
-    } else {
-      constexpr size_t kRun = 1024;
-      char words[kRun * sizeof(uint16_t)];
-      for (size_t done = 0; done < count; done += kRun) {
-        const size_t run = std::min(kRun, count - done);
-        VXp_ConvertRow<VX_Pixel16, From>(from + (first + done) * sizeof(VX_ChannelOf<From>), words,
-                                         run);
-        VXp_DitherRow(words, to + first + done, run, noise + done);
-      }
-    }
-  });
 }
 
 template <class To, class From>

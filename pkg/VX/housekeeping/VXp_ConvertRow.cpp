@@ -4,6 +4,7 @@
 #include "housekeeping/VXp_ConvertRow.h"
 
 #include <cstring>
+#include <type_traits>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -75,21 +76,6 @@ void WordsToBytes(const char* from, char* to) {
   VXp_Store(to, _mm_packus_epi16(low, high));
 }
 
-// 255 c + noise >> 15 as 510 c + 2 noise >> 16. The sum of the lower halves carries where it
-// differs from the saturated one; a comparison gives -1 where it holds.
-__m128i DitheredBytes(const char* words, const uint32_t* noise) {
-  const __m128i factor = _mm_set1_epi16(510);
-  const __m128i mask = _mm_set1_epi32(kVXp_NoiseMask);
-  const __m128i c = VXp_Load<__m128i>(words);
-  const __m128i random = _mm_packs_epi32(_mm_and_si128(VXp_Load<__m128i>(noise), mask),
-                                         _mm_and_si128(VXp_Load<__m128i>(noise + 4), mask));
-  const __m128i added = _mm_add_epi16(random, random);
-  const __m128i low = _mm_mullo_epi16(c, factor);
-  const __m128i no_carry = _mm_cmpeq_epi16(_mm_add_epi16(low, added), _mm_adds_epu16(low, added));
-  const __m128i sum = _mm_add_epi16(_mm_mulhi_epu16(c, factor), no_carry);
-  return _mm_and_si128(_mm_add_epi16(sum, _mm_set1_epi16(1)), _mm_set1_epi16(0xFF));
-}
-
 // The definition rounds the exact product half up. The float product may be rounded upwards, and on
 // to a half that the exact one does not reach; it then steps back to the float below. Of the sum
 // with the float below 0.5, every half and nothing less reaches the next whole number. Below 0 and
@@ -119,11 +105,38 @@ __m128i WordLanes(const char* from) {
   return _mm_sub_epi32(word, _mm_set1_epi32(32768));
 }
 
+__m128i WordsOf(const char* eight) {
+  const __m128i packed = _mm_packs_epi32(WordLanes(eight), WordLanes(eight + 16));
+  return _mm_xor_si128(packed, _mm_set1_epi16(-32768));
+}
+
 void FloatsToWords(const char* from, char* to) {
-  for (size_t i = 0; i < kStep; i += 8) {
-    const char* const eight = from + i * 4;
-    const __m128i packed = _mm_packs_epi32(WordLanes(eight), WordLanes(eight + 16));
-    VXp_Store(to + i * 2, _mm_xor_si128(packed, _mm_set1_epi16(-32768)));
+  VXp_Store(to, WordsOf(from));
+  VXp_Store(to + 16, WordsOf(from + 32));
+}
+
+// 255 c + noise >> 15 of words below 32768: 256 c + (noise - c) >> 15, which may drop its lowest
+// eight bits on the way, so nothing is wider than a word.
+__m128i Dithered(__m128i c, const uint16_t* noise) {
+  const __m128i rest = _mm_srai_epi16(_mm_sub_epi16(VXp_Load<__m128i>(noise), c), 8);
+  return _mm_srli_epi16(_mm_add_epi16(c, rest), 7);
+}
+
+// White, and what lies above it, is 32768 more than such a word: one byte less, modulo 256.
+__m128i DitheredBytes(__m128i low, __m128i high, const uint16_t* noise) {
+  const __m128i mask = _mm_set1_epi16(0x7FFF);
+  const __m128i bytes = _mm_packus_epi16(Dithered(_mm_and_si128(low, mask), noise),
+                                         Dithered(_mm_and_si128(high, mask), noise + 8));
+  const __m128i signs = _mm_packs_epi16(low, high);
+  return _mm_add_epi8(bytes, _mm_cmpgt_epi8(_mm_setzero_si128(), signs));
+}
+
+template <class From>
+__m128i DitheredStep(const char* from, const uint16_t* noise) {
+  if constexpr (std::is_same_v<From, VX_Pixel16>) {
+    return DitheredBytes(VXp_Load<__m128i>(from), VXp_Load<__m128i>(from + 16), noise);
+  } else {
+    return DitheredBytes(WordsOf(from), WordsOf(from + 32), noise);
   }
 }
 
@@ -152,21 +165,24 @@ void VXp_ConvertRow(const char* from, char* to, size_t channels) {
   }
 }
 
-void VXp_DitherRow(const char* words, char* bytes, size_t channels, const uint32_t* noise) {
+template <class From>
+void VXp_DitherRow(const char* from, char* bytes, size_t channels, const uint16_t* noise) {
+  using Channel = VX_ChannelOf<From>;
   size_t i = 0;
 #ifdef __SSE2__
   for (; i + kStep <= channels; i += kStep) {
-    const __m128i low = DitheredBytes(words + i * 2, noise + i);
-    const __m128i high = DitheredBytes(words + i * 2 + 16, noise + i + 8);
-    VXp_Store(bytes + i, _mm_packus_epi16(low, high));
+    VXp_Store(bytes + i, DitheredStep<From>(from + i * sizeof(Channel), noise + i));
   }
 #endif
   for (; i < channels; ++i) {
-    const uint32_t c = VXp_Load<uint16_t>(words + i * 2);
-    bytes[i] = static_cast<char>((c * 255u + (noise[i] & kVXp_NoiseMask)) >> 15);
+    const auto channel = VXp_Load<Channel>(from + i * sizeof(Channel));
+    const uint32_t c = VXp_ConvertChannel<VX_Pixel16, From>(channel);
+    bytes[i] = static_cast<char>((c * 255u + noise[i]) >> 15);
   }
 }
 
+template void VXp_DitherRow<VX_Pixel16>(const char*, char*, size_t, const uint16_t*);
+template void VXp_DitherRow<VX_PixelFloat>(const char*, char*, size_t, const uint16_t*);
 template void VXp_ConvertRow<VX_Pixel8, VX_Pixel8>(const char*, char*, size_t);
 template void VXp_ConvertRow<VX_Pixel8, VX_Pixel16>(const char*, char*, size_t);
 template void VXp_ConvertRow<VX_Pixel8, VX_PixelFloat>(const char*, char*, size_t);

@@ -18,7 +18,7 @@ using VXp_ConvertRowFunc = void (*)(const char* from, char* to, size_t channels)
 template <class To, class From>
 void VXp_ConvertRow(const char* from, char* to, size_t channels);
 
-// From 16 bits to 8 with noise in place of the half that rounds: (c * 255 + noise) >> 15 with the
-// low 15 bits of a word of noise a channel.
-inline constexpr uint32_t kVXp_NoiseMask = 0x7FFF;
-void VXp_DitherRow(const char* words, char* bytes, size_t channels, const uint32_t* noise);
+// To 8 bits with noise in place of the half that rounds: (c * 255 + noise) >> 15 with a word of
+// noise, 0..32767, a channel. Floats come down to 16 bits first. For the two deeper pixel types.
+template <class From>
+void VXp_DitherRow(const char* from, char* bytes, size_t channels, const uint16_t* noise);

@@ -3,29 +3,40 @@
 
 #include "housekeeping/VXp_DitherNoise.h"
 
+#include <algorithm>
 #include <atomic>
+#include <memory>
 
 #include "VX/VX_DepthConvert.h"
 #include "host/RND.h"
 
 namespace {
 
-// Written by birth only.
+// Written by birth and death only.
+constinit std::unique_ptr<uint16_t[]> kept;
 constinit VXp_Noise noise{};
 constinit std::atomic<size_t> position{0};
 
 }  // namespace
 
 VX_Err VXp_LoadNoise() {
-  noise = {};
+  VXp_DropNoise();
   uint32_t* words = nullptr;
   int32_t size = 0;
   const VX_Err error = RND_GetPrimeSizedTable(&words, &size);
   if (error != VX_Ok) return error;
   if (words == nullptr || size <= 0) return VX_ErrOutOfMemory;
-  noise = {words, static_cast<size_t>(size)};
+  kept = std::make_unique_for_overwrite<uint16_t[]>(static_cast<size_t>(size));
+  std::transform(words, words + size, kept.get(),
+                 [](uint32_t word) { return static_cast<uint16_t>(word & 0x7FFF); });
+  noise = {kept.get(), static_cast<size_t>(size)};
   VX_ResetDitherRandomIndex();
   return VX_Ok;
+}
+
+void VXp_DropNoise() {
+  noise = {};
+  kept.reset();
 }
 
 VXp_Noise VXp_NoiseTable() { return noise; }

@@ -26,3 +26,5 @@ void VXp_FillHousekeepingSlots(VXp_OverrideTable& table) {
 }
 
 VX_Err VXp_HousekeepingBirthNoise() { return VXp_LoadNoise(); }
+
+void VXp_HousekeepingDeathNoise() { VXp_DropNoise(); }

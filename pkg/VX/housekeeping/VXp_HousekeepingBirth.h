@@ -13,6 +13,9 @@ void VXp_FillHousekeepingSlots(VXp_OverrideTable& table);
 // error.
 VX_Err VXp_HousekeepingBirthNoise();
 
+// Forgets the noise. Does nothing when there is none.
+void VXp_HousekeepingDeathNoise();
+
 // The built-in routines. The exported calls reach them through the table.
 VX_Err VX_PremulRect_S(void* ref, int32_t forward, const M_Rect* area, VX_LayerDef* world);
 VX_Err VX_PremulColorRect_S(void* ref, int32_t forward, const VX_Pixel8* color, const M_Rect* area,

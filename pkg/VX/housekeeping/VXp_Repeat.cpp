@@ -7,16 +7,39 @@
 #include <cstdint>
 #include <cstring>
 
+namespace {
+
+constexpr size_t kLine = 64;
+
+// Runs longer than this leave the caches, where copies are slower than plain stores.
+constexpr size_t kFar = size_t{24} << 20;
+
+// Whole lines from where one begins; the bytes that were written.
+size_t StoreLines(const char* pattern, char* to, size_t bytes) {
+  using Lanes = uint64_t __attribute__((vector_size(16), may_alias));
+  Lanes lanes;
+  std::memcpy(&lanes, pattern, sizeof lanes);
+  const size_t end = bytes / kLine * kLine;
+  for (size_t done = 0; done < end; done += kLine) {
+    auto* const line = reinterpret_cast<Lanes*>(to + done);
+    line[0] = line[1] = line[2] = line[3] = lanes;
+  }
+  return end;
+}
+
+}  // namespace
+
 // The copies go to the C library, which has the widest stores of the machine; they begin where a
 // cache line begins, or each store would cross two. In a file of its own, so that no caller's
 // constant reaches them: of a size that it knows the compiler makes a loop that is far slower.
 void VXp_Repeat(const char* pattern, size_t pattern_bytes, size_t period, char* to, size_t bytes) {
-  constexpr size_t kLine = 64;
   const size_t head = std::min(bytes, (0 - reinterpret_cast<uintptr_t>(to)) % kLine);
   std::memcpy(to, pattern, head);
   pattern += head % period;
   const size_t run = pattern_bytes - period;
-  for (size_t done = head; done < bytes;) {
+  size_t done = head;
+  if (bytes - head > kFar) done += StoreLines(pattern, to + head, bytes - head);
+  while (done < bytes) {
     const size_t part = std::min(bytes - done, run);
     std::memcpy(to + done, pattern, part);
     done += part;

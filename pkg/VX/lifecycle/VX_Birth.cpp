@@ -75,6 +75,7 @@ VX_Err VX_Death() {
   const VX_Err modules_error = VXp_TearDownModules();
   if (error == VX_Ok) error = modules_error;
   VXp_DisposeScratch();
+  VXp_HousekeepingDeathNoise();
   // Colour settings hold no process-wide state yet.
   COR_ReleaseClient();
   return error;

@@ -150,6 +150,8 @@ TEST(Dither, UsesTheNoiseInOrderAndRepeats) {
   int32_t size = 0;
   ASSERT_EQ(RND_GetPrimeSizedTable(&words, &size), 0);
   GuardedWorld<VX_Pixel16> deep(5000, 8, 2, 5);  // more channels than the table has words
+  std::mt19937 random(8);  // any bits: black, white, and what no channel should hold
+  for (uint8_t& byte : deep.bytes) byte = static_cast<uint8_t>(random() % 3 ? random() : 0);
   GuardedWorld<VX_PixelFloat> unit(5000, 8, 3, 6);
   GuardedWorld<VX_Pixel8> first(5000, 8, 1, 7), second(5000, 8, 1, 7);
   size_t next = 0;

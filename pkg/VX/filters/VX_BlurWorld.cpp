@@ -24,7 +24,7 @@ VX_Err Refuse(const char* text, int32_t line = __builtin_LINE()) {
 bool IsRadius(float radius) { return radius >= 0 && radius <= VX_Blur_MaxRadius; }
 
 VX_Err CheckSpec(const VX_BlurSpec* spec) {
-  if (spec == nullptr) return Refuse("VX_BlurWorld without a specification");
+  if (spec == nullptr) return Refuse("VX_BlurWorld without a VX_BlurSpec");
   if (spec->kind != VX_BlurKind_Gaussian && spec->kind != VX_BlurKind_Box) {
     return Refuse("unknown kind of blur");
   }

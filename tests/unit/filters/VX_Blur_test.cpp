@@ -55,18 +55,22 @@ TYPED_TEST(BlurDepths, AreTheTwinsAtEnormousRadii) {
         ASSERT_NO_FATAL_FAILURE(trial.Check());
       }
     }
-    EdgeWorld<TypeParam> src(3000, 1, 0, true, 1), dst(3000, 1, 0, true, 2),
-        want(3000, 1, 0, true, 2);
-    std::mt19937 random(3);
-    src.Paint([&random] {
-      TypeParam p = GuardedWorld<TypeParam>::RandomPixel(random);
-      p.alpha = p.blue = kFull<TypeParam>;
-      return p;
-    });
-    BlurCall call = MakeBlur(1400.75f, iterations, 31);
+  }
+  EdgeWorld<TypeParam> src(9001, 1, 0, true, 1), dst(9, 1, 0, true, 2), want(9, 1, 0, true, 2);
+  std::mt19937 random(TestSeed());
+  src.Paint([&random] {
+    TypeParam p = GuardedWorld<TypeParam>::RandomPixel(random);
+    p.alpha = p.blue = kFull<TypeParam>;
+    return p;
+  });
+  dst.world.origin_x = want.world.origin_x = 4496;
+  for (uint32_t i = 0; i < 32; ++i) {
+    const float radius = i % 2 == 0 ? 1400.75f : 4400.5f;
+    BlurCall call = MakeBlur(radius, i / 2 % 2, i / 4 % 2 == 0 ? 15 : 14, 0, true, i / 16 % 2 != 0);
+    call.force_copy = i / 8 % 2;
     call.Run(&src, &dst);
     call.Twin(src, want);
-    ASSERT_TRUE(Same(&dst, want)) << iterations << " iterations";
+    ASSERT_TRUE(Same(&dst, want)) << "radius " << radius << ", " << call.iterations;
   }
 }
 

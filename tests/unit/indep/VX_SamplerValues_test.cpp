@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "../EdgeWorld.h"
-#include "../blend/BlendTestKit.h"
+#include "../PixelTestKit.h"
 #include "VX/VX_CallbackBlock.h"
 
 TEST(SamplerValues, RulesDiffer) {

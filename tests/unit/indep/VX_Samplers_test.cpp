@@ -13,7 +13,7 @@
 
 #include "../../reference/RefSample.h"
 #include "../EdgeWorld.h"
-#include "../blend/BlendTestKit.h"
+#include "../PixelTestKit.h"
 #include "VX/VX_OverrideTable.h"
 
 namespace {

@@ -78,8 +78,9 @@ VX_Err VX_DisposeEffectWorld(void*, VX_LayerDef* world) {
     const VX_Err refused = Refuse(kForeignWorld);
     if (refused != VX_Ok) return refused;
   }
+  const bool is_its_own = world == world->world_object;  // and then gone with the object
   delete world->world_object;
-  *world = {};
+  if (!is_its_own) *world = {};
   return VX_Ok;
 }
 

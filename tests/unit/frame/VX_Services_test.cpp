@@ -128,6 +128,10 @@ TEST_F(Services, EffectWorldsAreGivenBackOnce) {
   }
   Refused(VX_DisposeEffectWorld(nullptr, nullptr), 516, 0x250003, "invalid parameter");
 
+  VX_World* own = VX_World::New(4, 4, 8, 0);  // a descriptor that is the object itself
+  own->effect_world_stamp = VX_EffectWorldStamp;
+  EXPECT_EQ(VX_DisposeEffectWorld(nullptr, own), 0);
+
   VX_LayerDef out{};
   EXPECT_EQ(VX_NewEffectWorld(nullptr, 0, 0, 7, false, false, nullptr), 0);
   for (const int32_t depth : {0, 24, 65536 + 8}) {

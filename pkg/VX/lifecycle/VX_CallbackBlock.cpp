@@ -11,28 +11,26 @@
 
 namespace {
 
-enum class Alpha { Straight, Premultiplied };
-
-VX_CallbackBlock BlockFor(int32_t quality, Alpha alpha) {
+VX_CallbackBlock BlockFor(int32_t quality, int32_t mode_flags) {
   const VXp_OverrideTable& slots = VXp_G_OverFuncs;
   const bool draft = quality == VX_Quality_Draft;
-  const bool straight = alpha == Alpha::Straight;
+  const bool straight = (mode_flags & VX_ModeFlag_Straight) != 0;
+  VX_SamplerBatch<VX_Pixel8> samplers;
+  VX_GetSamplerBatch8(quality, mode_flags, &samplers);
   VX_CallbackBlock block{};
-  block.nearest = slots.VX_NNSample;
+  block.nearest = samplers.nearest;
+  block.bilinear = samplers.bilinear;
+  block.area = samplers.area;
   block.gaussian_kernel = VX_GaussianKernel;
   block.fill = VX_Fill;
   block.convolve = slots.VX_Convolve;
   block.premultiply = VX_Premul;
   block.iterate = slots.VX_Iterate_S;
   if (draft) {
-    block.bilinear = slots.VX_NNSample;
-    block.area = slots.VX_NNSample;
     block.copy = slots.VX_CopyBits_Draft_Static;
     block.composite =
         straight ? slots.VX_CompositeRectDraft_Straight : slots.VX_CompositeRectDraft_Premul;
   } else {
-    block.bilinear = straight ? slots.VX_SubpixelSample_Straight : slots.VX_SubpixelSample_Premul;
-    block.area = straight ? slots.VX_AreaSample_Straight : slots.VX_AreaSample_Premul;
     block.copy =
         straight ? slots.VX_CopyBits_HQ_Straight_Static : slots.VX_CopyBits_HQ_Premul_Static;
     block.composite =
@@ -65,7 +63,7 @@ VX_Err VX_GetCallbackBlock(VX_CallbackBlock* block) {
 
 VX_Err VX_SetCallbackBlockQuality(VX_CallbackBlock* block, int32_t quality) {
   if (block == nullptr) return VX_ErrBadParameter;
-  *block = BlockFor(quality, Alpha::Straight);
+  *block = BlockFor(quality, VX_ModeFlag_Straight);
   return VX_Ok;
 }
 
@@ -78,7 +76,6 @@ VX_Err VX_GetCallbackAddr(void* /*word*/, int32_t quality, int32_t mode_flags, i
     return VX_ErrBadParameter;
   }
   if (out == nullptr) return VX_ErrBadParameter;
-  const bool straight = (mode_flags & VX_ModeFlag_Straight) != 0;
-  *out = AddressIn(BlockFor(quality, straight ? Alpha::Straight : Alpha::Premultiplied), selector);
+  *out = AddressIn(BlockFor(quality, mode_flags), selector);
   return VX_Ok;
 }

@@ -64,7 +64,7 @@ inline bool VXp_Quad<VX_PixelFloat>::SameAlphas() const {
 }
 
 inline bool VXp_AllIn(const VX_LayerDef& src, const VXp_Place& at) {
-  return at.column >= 0 && at.column < src.width - 1 && at.row >= 0 && at.row < src.height - 1;
+  return at.column >= 0 && at.column + 1 < src.width && at.row >= 0 && at.row + 1 < src.height;
 }
 
 // --- how the neighbours are fetched --------------------------------------------------------------

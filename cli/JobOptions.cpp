@@ -27,9 +27,6 @@ int32_t AllowedProcessors() {
   return std::clamp(count, 1, kMostThreads);
 }
 
-// Without it an empty word would pass for an option that was not given.
-std::string NotEmpty(const std::string& word) { return word.empty() ? "must not be empty" : ""; }
-
 void AddOutputOptions(CLI::App* app, JobWords* words) {
   app->add_option("-o,--output", words->output,
                   "Picture to write, a pattern for a sequence; the extension decides the format")
@@ -53,8 +50,7 @@ void AddJobOptions(CLI::App* app, JobWords* words, JobOutput output) {
   app->add_option("--frames", words->frames,
                   "Frames of a sequence (shot.####.png, shot.%04d.png): 1-10,20-40x2,55 "
                   "[from the first to the last on the disk]")
-      ->type_name("SET")
-      ->check(NotEmpty, "", "");
+      ->type_name("SET");
   app->add_option("--missing", words->missing,
                   "A frame that is not there: error, skip, hold (the nearest earlier one) or black "
                   "(transparent where its neighbours have alpha) [error]")
@@ -63,20 +59,17 @@ void AddJobOptions(CLI::App* app, JobWords* words, JobOutput output) {
                 "Go on after a frame that fails; exit code 5 when some did");
   app->add_option("--failed-list", words->failed_list,
                   "Write the numbers of the frames that failed, one a line; empty when none did")
-      ->type_name("FILE")
-      ->check(NotEmpty, "", "");
+      ->type_name("FILE");
   app->add_flag("--dry-run", words->dry_run,
                 "Check everything and print what would be done, but write nothing");
   app->add_flag("--strict", words->strict,
                 "A warning is an error of its frame, which is then not written");
   app->add_option("--threads", words->threads,
                   "Frames worked on at once, 1 to 512 [processors allowed to the command]")
-      ->type_name("N")
-      ->check(NotEmpty, "", "");
+      ->type_name("N");
   app->add_option("--memory", words->memory,
                   "Pixels of the frames in flight, as 800M or 2G [half of the machine's memory]")
-      ->type_name("LIMIT")
-      ->check(NotEmpty, "", "");
+      ->type_name("LIMIT");
   app->add_option("--progress", words->progress,
                   "auto, bar, plain, json or none, on the standard error; auto is bar on a "
                   "terminal [auto]")

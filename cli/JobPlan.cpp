@@ -70,12 +70,21 @@ JobPlan::JobPlan(const Job& job, const JobOptions& options)
 }
 
 void JobPlan::ReadWords(const Job& job, const JobOptions& options) {
+  bool odd_names = false;  // a file whose own name looks like a pattern
   for (const std::string& word : job.inputs) {
     Input input{word, std::nullopt, {}};
-    if (VXIO_FramePattern::IsPattern(word)) input.pattern = Pattern(word);
+    if (VXIO_FramePattern::IsPattern(word)) {
+      std::error_code none;
+      if (std::filesystem::exists(word, none)) {
+        odd_names = true;
+      } else {
+        input.pattern = Pattern(word);
+      }
+    }
     inputs_.push_back(std::move(input));
   }
-  if (VXIO_FramePattern::IsPattern(output_word_)) output_ = Pattern(output_word_);
+  const bool literal = odd_names && FirstPattern() == nullptr;
+  if (VXIO_FramePattern::IsPattern(output_word_) && !literal) output_ = Pattern(output_word_);
   const Input* input = FirstPattern();
   sequence_ = input || (inputs_.empty() && output_);
   if (input && !output_word_.empty() && !output_) {

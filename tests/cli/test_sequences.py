@@ -105,6 +105,12 @@ class Frames(SequenceTest):
                 self.assertEqual(error.count("\n"), 1)
                 self.assertEqual(self.names(), before)
 
+    def test_a_file_may_be_named_like_a_pattern(self):
+        self.shots((0,), name="take #%d.png")
+        os.rename(self.path("take #0.png"), self.path("take #2#.png"))
+        self.fill(source="take #2#.png", out="o #.png")
+        self.assertIn("o #.png", self.names())
+
     def test_dry_run_writes_nothing(self):
         self.shots((1, 2))
         before = self.names()

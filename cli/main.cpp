@@ -73,7 +73,7 @@ bool AsksForHelp(const std::vector<std::string>& words) {
 
 int Run(std::vector<std::string> words) {
   CLI::App root{
-      "Composite, scale, convert and compare pictures of straight alpha at 8, 16 and 32 bits",
+      "Composite, scale, blur, convert and compare pictures of straight alpha at 8, 16 and 32 bits",
       "vx"};
   root.require_subcommand(0, 1);
   root.set_version_flag("--version", &vxcli::VersionText, "Show versions and the processor level");

@@ -124,9 +124,9 @@ Verb AddBlur(CLI::App* root) {
                   "In place of --gaussian: the mean over 2R + 1 pixels, R 0 to 32767 and not only "
                   "whole; as fast for any radius")
       ->type_name("R");
-  app->add_option("--iterations", words->iterations,
-                  "How often the box runs, 1 to 100; 3 come close to a Gaussian of twice the "
-                  "radius [1]")
+  app->add_option(
+         "--iterations", words->iterations,
+         "How often the box runs, 1 to 100; 3 look like a Gaussian of 2.5 times the radius [1]")
       ->type_name("N");
   app->add_option("--axis", words->axis, "x: along the rows, y: along the columns, or both [both]")
       ->type_name("AXIS");

@@ -3,6 +3,7 @@
 // vx convolve: a kernel of whole numbers over a picture.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -15,7 +16,6 @@
 #include "KernelFile.h"
 #include "VX/VX_Convolve.h"
 #include "VX/VX_ForEachPixel.h"
-#include "VX/VX_Premul.h"
 #include "Values.h"
 #include "Verbs.h"
 #include "Worlds.h"
@@ -79,25 +79,19 @@ Wanted ParseWanted(const ConvolveWords& words) {
   return wanted;
 }
 
+int64_t SumOfMagnitudes(const std::vector<int32_t>& weights) {
+  int64_t sum = 0;
+  for (int32_t weight : weights) sum += std::abs(int64_t{weight});
+  return sum;
+}
+
 // Whether the sums of integer channels stay within 32 bits.
 bool SumsFit(const Kernel& kernel, int32_t depth) {
   const int64_t full = depth == 8 ? 255 : 32768;
   for (const std::vector<int32_t>& weights : kernel.weights) {
-    int64_t sum = 0;
-    for (int32_t weight : weights) sum += std::abs(int64_t{weight});
-    if (sum > std::numeric_limits<int32_t>::max() / full) return false;
+    if (SumOfMagnitudes(weights) > std::numeric_limits<int32_t>::max() / full) return false;
   }
   return true;
-}
-
-bool IsOpaque(VX_World* world) {
-  return VX_ForEachPixel(world, [](int32_t, int32_t, auto* pixel) -> VX_Err {
-           using Channel = VX_ChannelOf<std::remove_pointer_t<decltype(pixel)>>;
-           constexpr auto full = static_cast<Channel>(sizeof(Channel) == 1   ? 255
-                                                      : sizeof(Channel) == 2 ? 32768
-                                                                             : 1);
-           return pixel->alpha == full ? VX_Ok : VX_ErrStopped;
-         }) == VX_Ok;
 }
 
 Size PaddedSize(const Wanted& wanted, const std::string& file, int32_t width, int32_t height) {
@@ -131,33 +125,67 @@ VXIO_WorldPtr Padded(const VX_World& from, const Size& reach, const Size& size) 
   return to;
 }
 
+template <class Function>
+void ForEachFloatPixel(VX_World* world, Function function) {
+  Check(VX_ForEachPixel<VX_PixelFloat>(
+            world, [&](int32_t, int32_t, VX_PixelFloat* pixel) { function(pixel); }),
+        "convolve");
+}
+
+// A power of two that keeps sums of alpha within 0..1, where they are limited.
+float AlphaScale(const Wanted& wanted) {
+  const std::vector<int32_t>& weights = wanted.kernel.Of(0);
+  const auto divisor = static_cast<double>((wanted.flags & VX_Kernel_Normalize) != 0
+                                               ? std::abs(SumOf(weights))
+                                               : 256 * static_cast<int64_t>(weights.size()));
+  const double most = static_cast<double>(SumOfMagnitudes(weights)) / std::max(divisor, 1.0);
+  return std::exp2(-static_cast<float>(std::max(0, std::ilogb(std::max(most, 1.0)) + 1)));
+}
+
+// Colours multiplied by alpha, so that they count by it.
+void Multiply(VX_World* world, float alpha_scale) {
+  ForEachFloatPixel(world, [&](VX_PixelFloat* pixel) {
+    const float alpha = pixel->alpha;
+    *pixel = alpha > 0 ? VX_PixelFloat{alpha * alpha_scale, pixel->red * alpha,
+                                       pixel->green * alpha, pixel->blue * alpha}
+                       : VX_PixelFloat{};
+  });
+}
+
+// And back, by sums of alpha that may be beyond 1: what is even in colour stays even. Next to 0 a
+// sum is the rounding of weights that cancel.
+void Divide(VX_World* world, float alpha_scale) {
+  constexpr float kLeast = 1e-6f;
+  ForEachFloatPixel(world, [&](VX_PixelFloat* pixel) {
+    const float alpha = pixel->alpha / alpha_scale;
+    *pixel = alpha > kLeast ? VX_PixelFloat{std::min(alpha, 1.0f), pixel->red / alpha,
+                                            pixel->green / alpha, pixel->blue / alpha}
+                            : VX_PixelFloat{};
+  });
+}
+
 void ClampColours(VX_World* world) {
-  Check(VX_ForEachPixel<VX_PixelFloat>(world,
-                                       [](int32_t, int32_t, VX_PixelFloat* pixel) {
-                                         pixel->red = std::clamp(pixel->red, 0.0f, 1.0f);
-                                         pixel->green = std::clamp(pixel->green, 0.0f, 1.0f);
-                                         pixel->blue = std::clamp(pixel->blue, 0.0f, 1.0f);
-                                       }),
-        "clamp");
+  ForEachFloatPixel(world, [](VX_PixelFloat* pixel) {
+    for (float* colour : {&pixel->red, &pixel->green, &pixel->blue}) {
+      *colour = std::clamp(*colour, 0.0f, 1.0f);
+    }
+  });
 }
 
 // What a frame needs beside the picture.
 struct Way {
-  int32_t depth;  // of the sums
-  bool opaque;
+  int32_t depth;       // of the sums
   bool repeat;         // the border outwards
   bool filters_alpha;  // else the picture stays opaque
 };
 
-// A picture that is opaque is filtered at its own depth. Where alpha counts, colours are multiplied
-// by it before the sums and divided after them, which at 8 and 16 bits would cost colour.
-Way WayFor(const Wanted& wanted, const VXIO_Picture& picture) {
-  const int32_t depth = picture.world->Depth();
+// Without alpha a picture is filtered at its own depth. With alpha colours are multiplied by it and
+// divided again, which at 8 and 16 bits would cost colour.
+Way WayFor(const Wanted& wanted, bool has_alpha, int32_t depth) {
   Way way{};
-  way.opaque = !picture.has_alpha || IsOpaque(picture.world.get());
-  way.repeat = !wanted.fade.value_or(picture.has_alpha);
-  way.filters_alpha = picture.has_alpha || !way.repeat;
-  way.depth = way.opaque && depth < 32 && SumsFit(wanted.kernel, depth) ? depth : 32;
+  way.repeat = !wanted.fade.value_or(has_alpha);
+  way.filters_alpha = has_alpha || !way.repeat;
+  way.depth = !way.filters_alpha && depth < 32 && SumsFit(wanted.kernel, depth) ? depth : 32;
   return way;
 }
 
@@ -165,19 +193,20 @@ Way WayFor(const Wanted& wanted, const VXIO_Picture& picture) {
 VXIO_WorldPtr Filtered(const Wanted& wanted, const Way& way, VX_ProgressInfo* progress,
                        const std::string& file, VXIO_WorldPtr from) {
   from = VXIO_ConvertDepth(std::move(from), way.depth);
-  if (!way.opaque) Check(VX_Premul(nullptr, /*forward=*/1, from.get()), file);
+  const float alpha_scale = AlphaScale(wanted);
+  if (way.filters_alpha) Multiply(from.get(), alpha_scale);
   if (way.repeat) {
     from = Padded(*from, wanted.reach, PaddedSize(wanted, file, from->width, from->height));
   }
   VXIO_WorldPtr to = NewWorld(from->width, from->height, way.depth);
   const Kernel& kernel = wanted.kernel;
-  // Colours multiplied by alpha are no measure of what lies beyond the scale.
+  // Colours are clamped where they are straight again.
   const int32_t flags = wanted.flags | (way.depth == 32 ? VX_Kernel_NoClamp : 0);
   Check(VX_Convolve(progress, from.get(), /*rect=*/nullptr, flags, kernel.size, kernel.Of(0).data(),
                     kernel.Of(1).data(), kernel.Of(2).data(), kernel.Of(3).data(), to.get()),
         file);
   if (way.filters_alpha) {
-    Check(VX_Premul(nullptr, /*forward=*/0, to.get()), file);
+    Divide(to.get(), alpha_scale);
   } else {
     to->FillAlpha();
   }
@@ -187,7 +216,7 @@ VXIO_WorldPtr Filtered(const Wanted& wanted, const Way& way, VX_ProgressInfo* pr
 void ConvolveFrame(const Wanted& wanted, JobFrame* frame) {
   VXIO_Picture picture = frame->Read(0);
   const int32_t depth = picture.world->Depth();
-  const Way way = WayFor(wanted, picture);
+  const Way way = WayFor(wanted, picture.has_alpha, depth);
   if (!wanted.clamp && depth < 32) {
     frame->Note("--no-clamp has no effect: only 32-bit pictures hold values beyond the scale");
   }
@@ -208,12 +237,11 @@ void ConvolveFrame(const Wanted& wanted, JobFrame* frame) {
 }
 
 int64_t BytesHeld(const Wanted& wanted, const VXIO_Info& input) {
-  const bool alpha = input.alpha != VXIO_AlphaKind::None;
-  const int32_t depth = alpha || !SumsFit(wanted.kernel, input.depth) ? 32 : input.depth;
+  const Way way = WayFor(wanted, input.alpha != VXIO_AlphaKind::None, input.depth);
   Size size{input.width, input.height};
-  if (!wanted.fade.value_or(alpha)) size = PaddedSize(wanted, input.path, size.width, size.height);
-  return BytesOfWorld(input.width, input.height, depth) +
-         2 * BytesOfWorld(size.width, size.height, depth);
+  if (way.repeat) size = PaddedSize(wanted, input.path, size.width, size.height);
+  return BytesOfWorld(input.width, input.height, way.depth) +
+         2 * BytesOfWorld(size.width, size.height, way.depth);
 }
 
 int Run(const ConvolveWords& words) {

@@ -13,11 +13,15 @@
 //
 // Radii are in pixels, 0 and above. Source and destination have the same depth and are different
 // worlds. Straight pixels are multiplied by alpha on the way in and divided on the way out, so
-// hidden colour of transparent pixels never bleeds. Passes throw a VX_Err: 3 for a world of another
-// depth, without pixels or the same one twice, a radius that is negative or not finite or too large
-// (see below), iterations below 1; the allocator's code; what the progress function gave. Nothing
-// is leaked and scratch is at most a few lines a thread. Progress is called on thread 0 after each
-// of its lines.
+// hidden colour of transparent pixels never bleeds. Passes throw a VX_Err: 3 after a report for a
+// world of another depth, without pixels or the same one twice, a radius that is negative or not
+// finite or too large (see below), iterations below 1; the allocator's code; what the progress
+// function gave. Nothing is leaked.
+//
+// Where columns are read or written, neighbouring lines are taken together, in up to 512 bytes of a
+// row. Progress is called on thread 0 after each of its lines all the same, with the number of
+// lines that all threads have done; a stop may find the rest of a bundle written. Scratch is at
+// most two buffers a thread, each of one line or 256 KiB, whichever is more.
 
 #include "VX/VX_World.h"
 
@@ -37,8 +41,9 @@ enum : int32_t { VX_Blur_AlongRows = 0, VX_Blur_DownColumns = 1 };
 inline constexpr float VX_Blur_MaxRadius = 32767;
 
 // A weighted window of radius ceil(radius) on both sides: weights trunc(255 profile(i / (radius +
-// 1))), see VX_Convolve.h. Cost grows with the radius. `force_copy` non-zero copies the line before
-// it is read, for a destination that shares memory with the source line by line.
+// 1))), see VX_Convolve.h. Cost grows with the radius. `force_copy` non-zero copies each line
+// before its place is written; then both worlds may have the same pixels, if directions and origins
+// make each line of the destination its own source.
 VX_API void VX_GaussianBlur1D(VX_ProgressInfo* progress, const VX_World* src, float radius,
                               int32_t flags, int32_t src_direction, int32_t src_premultiplied,
                               int32_t dst_direction, int32_t dst_premultiplied, uint8_t force_copy,

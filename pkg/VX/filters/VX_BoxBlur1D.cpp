@@ -78,14 +78,14 @@ class BoxBlur {
         iterations_(iterations),
         window_(state.radius),
         extents_(state, window_.n, iterations) {
-    VXp_ChooseBundle(state, kSize, kSize, extents_.Largest());
-    copies_ = state.force_copy || state.Premultiplies() ||
-              state.src.direction == VX_Blur_DownColumns || state.bundle > 1;
+    // Lines of a bundle are read where they are if their pixels lie side by side.
+    const bool rows_in_bundles = state.src.direction == VX_Blur_AlongRows && !state.RowsOnly();
+    copies_ = state.force_copy || state.Premultiplies() || rows_in_bundles;
+    VXp_ChooseBundle(state, kSize, kVXp_BoxWidth, Rows() > 0 ? extents_.Largest() * kSize : 0);
   }
 
   void Run() {
-    const int32_t rows = iterations_ > 1 ? 2 : copies_ ? 1 : 0;
-    const VXp_BlurScratch scratch(rows, extents_.Largest() * state_.bundle * kSize);
+    const VXp_BlurScratch scratch(Rows(), extents_.Largest() * state_.bundle * kSize);
     VXp_BlurLines<Pixel>(state_, scratch,
                          [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
                            Lines(scratch, thread, line, to, lines);
@@ -94,6 +94,8 @@ class BoxBlur {
 
  private:
   static constexpr ptrdiff_t kSize = sizeof(Pixel);
+
+  int32_t Rows() const { return iterations_ > 1 ? 2 : copies_ ? 1 : 0; }
 
   void Lines(const VXp_BlurScratch& scratch, int32_t thread, int64_t line, int32_t to,
              int32_t lines) const {

@@ -40,35 +40,46 @@ class Run {
         lines_(kLines != 0 ? kLines : pass.lines),
         f_(_mm_set1_epi32(pass.window.f)),
         // S 1024 of the widest window must fit 31 bits.
-        narrow_(pass.window.n < 4096) {
-    for (Vec& sum : sums_) sum = _mm_setzero_si128();
-  }
+        narrow_(pass.window.n < 4096) {}
 
   void operator()() {
     if (!pass_.premultiplied) {
       VXp_Throw(VXp_FailVerification("untested SSE2 codepath in blur"));
     }
-    const auto [start, end] = VXp_BoxFirstSum(pass_);
-    const char* pixel = pass_.in.data + (start - pass_.in.start) * pass_.in.stride;
-    for (int64_t p = start; p < end; ++p, pixel += pass_.in.stride) {
-      for (int32_t l = 0; l < lines_; ++l) {
-        sums_[l] = _mm_add_epi32(sums_[l], Signed(Words(At(pixel, l))));
-      }
-    }
+    FirstSums();
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {
       const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
       if (span.blank) {
         VXp_BlankSpan(pass_, span, sizeof(VX_Pixel8));
+      } else if (span.leaves) {
+        Span<true>(span);
       } else {
-        Span(span);
+        Span<false>(span);
       }
       p += span.count;
     }
   }
 
  private:
-  static constexpr int32_t kMostLines = kLines != 0 ? kLines : kVXp_MostBoxLines;
+  static constexpr int32_t kMostLines = kLines != 0 ? kLines : kVXp_MostBoxLines<VX_Pixel8>;
 
+  void FirstSums() {
+    const auto [start, end] = VXp_BoxFirstSum(pass_);
+    const ptrdiff_t stride = pass_.in.stride;
+    const char* pixel = pass_.in.data + (start - pass_.in.start) * stride;
+    const bool far = kLines == 0 && VXp_IsFar(stride);
+    Vec sums[kMostLines];
+    for (int32_t l = 0; l < lines_; ++l) sums[l] = _mm_setzero_si128();
+    for (int64_t p = start; p < end; ++p, pixel += stride) {
+      if (far) VXp_Foresee(pixel, stride, lines_ * int32_t{sizeof(VX_Pixel8)});
+      for (int32_t l = 0; l < lines_; ++l) {
+        sums[l] = _mm_add_epi32(sums[l], Signed(Words(At(pixel, l))));
+      }
+    }
+    for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
+  }
+
+  template <bool kLeaves>
   void Span(const VXp_BoxSpan& span) {
     Vec sums[kMostLines];
     for (int32_t l = 0; l < lines_; ++l) sums[l] = sums_[l];
@@ -77,11 +88,14 @@ class Run {
     char* out = span.out;
     Vec divisor = _mm_set1_epi32(span.divisor);
     const Vec divisor_step = _mm_set1_epi32(span.divisor_step);
+    const VXp_BoxForesight foresight(pass_, span, sizeof(VX_Pixel8));
     for (int64_t i = 0; i < span.count; ++i) {
+      if constexpr (kLines == 0) foresight.At(entering, out);
       const __m128 single_divisor = _mm_cvtepi32_ps(divisor);
       for (int32_t l = 0; l < lines_; ++l) {
         const Vec leading = Words(At(entering, l));
-        const Vec change = _mm_sub_epi16(leading, Words(At(leaving, l)));
+        Vec change = leading;
+        if constexpr (kLeaves) change = _mm_sub_epi16(leading, Words(At(leaving, l)));
         sums[l] = _mm_add_epi32(sums[l], Signed(change));
         const Vec outer = kWhole ? leading : _mm_add_epi16(leading, Words(At(trailing, l)));
         uint32_t pixel = Mean(Numerator(sums[l], outer), single_divisor);

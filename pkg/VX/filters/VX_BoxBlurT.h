@@ -17,7 +17,7 @@
 // before the entering one is added; when only zeros are left in the window it is set to 0, so that
 // rounding leaves no trace where there is nothing. What is not finite stays in the sum until then.
 
-#include <limits>
+#include <algorithm>
 #include <type_traits>
 
 #include "filters/VXp_BlurLanes.h"
@@ -75,12 +75,6 @@ struct VXp_BoxSums<VX_PixelFloat> {
   VXp_IntLanes held{};  // channels in the window that are not 0
 };
 
-// What is divided at a place: N in double, and the same in single.
-struct VXp_BoxNumerator {
-  VXp_DoubleLanes sums;
-  VXp_FloatLanes singles;
-};
-
 template <class Pixel>
 VXp_RawPixel<Pixel> VXp_BoxMean(VXp_FloatLanes numerator, VXp_FloatLanes divisor) {
   const VXp_FloatLanes quotient = numerator / divisor;
@@ -88,25 +82,27 @@ VXp_RawPixel<Pixel> VXp_BoxMean(VXp_FloatLanes numerator, VXp_FloatLanes divisor
     return quotient;
   } else {
     constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
-    const VXp_FloatLanes full = VXp_Splat<VXp_FloatLanes>(kFull), rounded = quotient + 0.5f;
-    return VXp_Packed<Pixel>(VXp_Truncated(rounded < full ? rounded : full));
+    const VXp_FloatLanes full = VXp_Splat<VXp_FloatLanes>(kFull);
+    return VXp_Packed<Pixel>(VXp_Truncated(VXp_Least(quotient + 0.5f, full)));
   }
 }
 
-// Colours of a straight pixel beside the alpha of its mean.
+// A straight pixel: the mean of alpha beside colours out of the sums.
 template <class Pixel>
-VXp_RawPixel<Pixel> VXp_BoxStraight(VXp_RawPixel<Pixel> mean, const VXp_DoubleLanes& sums,
-                                    double alpha) {
+[[gnu::always_inline]] inline VXp_RawPixel<Pixel> VXp_BoxStraight(const VXp_DoubleLanes& sums,
+                                                                  double alpha, float divisor) {
   using Raw = VXp_RawPixel<Pixel>;
   if (alpha == 0) return Raw{};
+  const float quotient = static_cast<float>(sums.Alpha()) / divisor;
   if constexpr (kVXp_FloatPixel<Pixel>) {
     Raw pixel = VXp_UnmultipliedFloat(sums, alpha);
-    pixel[0] = mean[0];
+    pixel[0] = quotient;
     return pixel;
   } else {
-    constexpr Raw kAlpha = std::numeric_limits<VX_ChannelOf<Pixel>>::max();
-    const Raw colors = VXp_Packed<Pixel>(VXp_Unmultiplied<Pixel>(sums, alpha));
-    return (mean & kAlpha) | (colors & ~kAlpha);
+    constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
+    VXp_IntLanes pixel = VXp_Unmultiplied<Pixel>(sums, alpha);
+    pixel[0] = static_cast<int32_t>(std::min(quotient + 0.5f, kFull));
+    return VXp_Packed<Pixel>(pixel);
   }
 }
 
@@ -118,17 +114,15 @@ class VXp_BoxRun {
       : pass_(pass), mask_(pass.flags), lines_(kLines != 0 ? kLines : pass.lines) {}
 
   void operator()() {
-    const auto [start, end] = VXp_BoxFirstSum(pass_);
-    const char* pixel = pass_.in.data + (start - pass_.in.start) * pass_.in.stride;
-    for (int64_t p = start; p < end; ++p, pixel += pass_.in.stride) {
-      for (int32_t l = 0; l < lines_; ++l) sums_[l].Enter(At(pixel, l));
-    }
+    FirstSums();
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {
       const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
       if (span.blank) {
         VXp_BlankSpan(pass_, span, sizeof(Pixel));
+      } else if (span.leaves) {
+        Span<true>(span);
       } else {
-        Span(span);
+        Span<false>(span);
       }
       p += span.count;
     }
@@ -140,6 +134,19 @@ class VXp_BoxRun {
 
   static Raw At(const char* place, int32_t line) {
     return VXp_Load<Raw>(place + line * static_cast<ptrdiff_t>(sizeof(Pixel)));
+  }
+
+  void FirstSums() {
+    const auto [start, end] = VXp_BoxFirstSum(pass_);
+    const ptrdiff_t stride = pass_.in.stride;
+    const char* pixel = pass_.in.data + (start - pass_.in.start) * stride;
+    const bool far = kLines == 0 && VXp_IsFar(stride);
+    Sums sums[kMostLines];
+    for (int64_t p = start; p < end; ++p, pixel += stride) {
+      if (far) VXp_Foresee(pixel, stride, lines_ * int32_t{sizeof(Pixel)});
+      for (int32_t l = 0; l < lines_; ++l) sums[l].Enter(At(pixel, l));
+    }
+    for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
 
   VXp_DoubleLanes Numerator(const Sums& sums, Raw leading, Raw trailing) const {
@@ -155,6 +162,7 @@ class VXp_BoxRun {
     }
   }
 
+  template <bool kLeaves>
   void Span(const VXp_BoxSpan& span) {
     Sums sums[kMostLines];
     for (int32_t l = 0; l < lines_; ++l) sums[l] = sums_[l];
@@ -162,15 +170,17 @@ class VXp_BoxRun {
     const char *trailing = span.trailing.data, *here = span.here.data;
     char* out = span.out;
     VXp_IntLanes divisor = VXp_Splat<VXp_IntLanes>(span.divisor);
+    const VXp_BoxForesight foresight(pass_, span, sizeof(Pixel));
     for (int64_t i = 0; i < span.count; ++i) {
+      if constexpr (kLines == 0) foresight.At(entering, out);
       const VXp_FloatLanes single_divisor = VXp_AsFloat(divisor);
       for (int32_t l = 0; l < lines_; ++l) {
         const Raw leading = At(entering, l);
-        sums[l].Leave(At(leaving, l));
+        if constexpr (kLeaves) sums[l].Leave(At(leaving, l));
         sums[l].Enter(leading);
         const Raw kept = kAll ? Raw{} : At(here, l);
         const Raw outer = kWhole ? Raw{} : At(trailing, l);
-        Raw pixel = Pixel1(sums[l], leading, outer, kept, single_divisor, divisor[0]);
+        Raw pixel = Blurred(sums[l], leading, outer, kept, single_divisor, divisor[0]);
         if constexpr (!kAll) pixel = mask_.Merge(pixel, kept);
         VXp_Store(out + l * pass_.out.line_stride, pixel);
       }
@@ -184,22 +194,21 @@ class VXp_BoxRun {
     for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
 
-  Raw Pixel1(const Sums& sums, Raw leading, Raw trailing, Raw kept, VXp_FloatLanes single_divisor,
-             int32_t divisor) const {
+  Raw Blurred(const Sums& sums, Raw leading, Raw trailing, Raw kept, VXp_FloatLanes single_divisor,
+              int32_t divisor) const {
     if constexpr (kWhole && !kStraight) {
       return VXp_BoxMean<Pixel>(sums.Singles(), single_divisor);
     } else {
       const VXp_DoubleLanes sum = Numerator(sums, leading, trailing);
-      const Raw mean = VXp_BoxMean<Pixel>(VXp_Singles(sum), single_divisor);
-      if constexpr (!kStraight) return mean;
+      if constexpr (!kStraight) return VXp_BoxMean<Pixel>(VXp_Singles(sum), single_divisor);
       const bool blurs_alpha = kAll || (pass_.flags & VX_Blur_Alpha) != 0;
       const double alpha =
           blurs_alpha ? sum.Alpha() : static_cast<double>(VXp_AlphaOf(kept)) * divisor;
-      return VXp_BoxStraight<Pixel>(mean, sum, alpha);
+      return VXp_BoxStraight<Pixel>(sum, alpha, single_divisor[0]);
     }
   }
 
-  static constexpr int32_t kMostLines = kLines != 0 ? kLines : kVXp_MostBoxLines;
+  static constexpr int32_t kMostLines = kLines != 0 ? kLines : kVXp_MostBoxLines<Pixel>;
 
   const VXp_BoxPass& pass_;
   const VXp_ChannelMask<Pixel> mask_;

@@ -4,11 +4,12 @@
 
 // The Gaussian pass for any pixel type.
 //
-// Lines are copied into scratch, where the pixels of a bundle's lines lie side by side, place after
-// place, with zero beyond the ends of the source as far as windows reach. There the sum of a
-// channel's window is the same walk for a row and for a bundle of columns, over whole blocks of
-// channels. The window's sums are taken in chunks that stay in the fastest memory, and each chunk
-// becomes pixels of the destination at once.
+// Lines are copied into scratch stretch by stretch, not whole: it holds as many places as windows
+// of a stretch reach, so that it need not be large. There the pixels of a bundle's lines lie side
+// by side, place after place, with zero beyond the ends of the source, and the sum of a channel's
+// window is the same walk for a row and for a bundle of columns, over whole blocks of channels.
+// Sums are taken in chunks that stay in the fastest memory, and each becomes pixels of the
+// destination at once.
 //
 //   integers  mean (sum + total / 2) / total, truncated twice; straight colour (c_sum full +
 //             alpha_sum / 2) / alpha_sum, at most full. All exact: sums are whole numbers below
@@ -76,7 +77,11 @@ class VXp_GaussianPass {
     taps_ = static_cast<int32_t>(std::clamp<int64_t>(reach, 0, weights_.radius()));
     margin_ = taps_ + taps_ % 2;
     sees_source_ = state.offset - taps_ < state.src.length && last + taps_ >= 0;
-    VXp_ChooseBundle(state, sizeof(Pixel), kPlaceBytes, Places());
+    // A forced copy is one of the whole line.
+    const int32_t length = state.dst.length;
+    stretch_ = state.force_copy ? length
+                                : std::clamp(2 * margin_, std::min(kFewestPlaces, length), length);
+    VXp_ChooseBundle(state, sizeof(Pixel), kWidth, Places() * kPlaceBytes);
   }
 
   void Run() {
@@ -85,16 +90,13 @@ class VXp_GaussianPass {
         1, sees_source_ ? Places() * state_.bundle * kPlaceBytes + slack : 0);
     VXp_BlurLines<Pixel>(state_, scratch,
                          [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
+                           auto* const row = reinterpret_cast<Channel*>(scratch.Row(thread, 0));
                            if (!sees_source_) {
                              VXp_ZeroBlurLines(state_, to, lines, sizeof(Pixel));
-                             return;
-                           }
-                           auto* const row = reinterpret_cast<Channel*>(scratch.Row(thread, 0));
-                           Copy(line, lines, row);
-                           if (state_.dst_premultiplied) {
-                             Blur<false>(row, to, lines);
+                           } else if (state_.dst_premultiplied) {
+                             Lines<false>(row, line, to, lines);
                            } else {
-                             Blur<true>(row, to, lines);
+                             Lines<true>(row, line, to, lines);
                            }
                          });
   }
@@ -104,41 +106,60 @@ class VXp_GaussianPass {
   using Channel = typename Work::Channel;
   using Raw = VXp_RawPixel<Pixel>;
   static constexpr ptrdiff_t kPlaceBytes = 4 * sizeof(Channel);
+  static constexpr int32_t kWidth = 256;  // of a bundle, in bytes
+  static constexpr int32_t kFewestPlaces = 128;
+  static constexpr int32_t kChunk = kWidth;  // channels: a place of the widest bundle of bytes
 
-  int64_t Places() const { return state_.dst.length + 2 * int64_t{margin_}; }
+  int64_t Places() const { return int64_t{stretch_} + 2 * margin_; }
 
-  // Scratch begins `margin_` places before the window of the destination's first place.
-  void Copy(int64_t line, int32_t lines, Channel* row) const {
+  // Scratch holds the places from `margin_` before the windows' middles on; from stretch to stretch
+  // those that are needed again move to its front.
+  template <bool kStraight>
+  void Lines(Channel* row, int64_t line, int32_t to, int32_t lines) const {
     const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
-    const int64_t start = state_.offset - margin_, end = start + Places();
-    const int64_t from = std::clamp<int64_t>(0, start, end);
-    const int64_t to = std::clamp<int64_t>(state_.src.length, from, end);
-    std::fill(row, row + (from - start) * step, Work::kZero);
-    VXp_CopyLines<Pixel>(state_, line, lines, from, to,
-                         reinterpret_cast<char*>(row + (from - start) * step), kPlaceBytes,
-                         &Work::Put);
-    std::fill(row + (to - start) * step, row + (end - start) * step + Work::kBlock, Work::kZero);
+    const ptrdiff_t kept = 2 * ptrdiff_t{margin_} * step;
+    Copy(line, lines, state_.offset - margin_, 2 * int64_t{margin_}, row);
+    for (int32_t done = 0; done < state_.dst.length; done += stretch_) {
+      const int32_t count = std::min(stretch_, state_.dst.length - done);
+      if (done > 0) std::copy_n(row + stretch_ * step, kept, row);
+      Copy(line, lines, state_.offset + done + margin_, count, row + kept);
+      std::fill_n(row + kept + count * step, Work::kBlock, Work::kZero);
+      Blur<kStraight>(row + margin_ * step, to, lines, done, count);
+    }
   }
 
+  // `count` places of the source from `start` on, zero where there are none.
+  void Copy(int64_t line, int32_t lines, int64_t start, int64_t count, Channel* out) const {
+    const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
+    const int64_t end = start + count;
+    const int64_t from = std::clamp<int64_t>(0, start, end);
+    const int64_t to = std::clamp<int64_t>(state_.src.length, from, end);
+    std::fill(out, out + (from - start) * step, Work::kZero);
+    VXp_CopyLines<Pixel>(state_, line, lines, from, to,
+                         reinterpret_cast<char*>(out + (from - start) * step), kPlaceBytes,
+                         [](char* at, Raw pixel) { Work::Put(at, pixel); });
+    std::fill(out + (to - start) * step, out + count * step, Work::kZero);
+  }
+
+  // `count` places of the destination from `place` on.
   template <bool kStraight>
-  void Blur(const Channel* row, int64_t to, int32_t lines) const {
-    constexpr int32_t kChunk = 256;
+  void Blur(const Channel* here, int64_t to, int32_t lines, int32_t place, int32_t count) const {
     alignas(16) double sums[kChunk + Work::kBlock];
     const int32_t step = 4 * lines;
     const int32_t most = kChunk / step;
-    for (int32_t done = 0; done < state_.dst.length; done += most) {
-      const int32_t count = std::min(most, state_.dst.length - done);
-      const Channel* const here = row + (int64_t{margin_} + done) * step;
-      for (int32_t j = 0; j < count * step; j += Work::kBlock) {
+    for (int32_t done = 0; done < count; done += most, here += most * step) {
+      const int32_t now = std::min(most, count - done);
+      for (int32_t j = 0; j < now * step; j += Work::kBlock) {
         VXp_WindowSums<Pixel>(here + j, step, weights_, taps_, sums + j);
       }
+      const int32_t first = place + done;
       if ((state_.flags & VX_Blur_HoldLevel) == 0) {
-        Write<kStraight>(here, sums, Divisor(weights_.total()), to, lines, done, count);
+        Write<kStraight>(here, sums, Divisor(weights_.total()), to, lines, first, now);
         continue;
       }
-      for (int32_t i = 0; i < count; ++i) {
-        const Divisor divisor(weights_.Inside(state_.offset + done + i, state_.src.length));
-        Write<kStraight>(here + i * step, sums + i * step, divisor, to, lines, done + i, 1);
+      for (int32_t i = 0; i < now; ++i) {
+        const Divisor divisor(weights_.Inside(state_.offset + first + i, state_.src.length));
+        Write<kStraight>(here + i * step, sums + i * step, divisor, to, lines, first + i, 1);
       }
     }
   }
@@ -150,8 +171,10 @@ class VXp_GaussianPass {
              int32_t lines, int32_t place, int32_t count) const {
     const bool blurs_alpha = (state_.flags & VX_Blur_Alpha) != 0;
     char* out = state_.dst.Address(to, place);
+    const bool far = VXp_IsFar(state_.dst.stride);
     for (int32_t i = 0; i < count; ++i, out += state_.dst.stride) {
       char* pixel = out;
+      if (far) VXp_ForeseeWrite(out, state_.dst.stride, lines * int32_t{sizeof(Pixel)});
       for (int32_t l = 0; l < lines; ++l, here += 4, sums += 4) {
         const Raw kept = Work::Get(here);
         const VXp_DoubleLanes window = {VXp_Load<VXp_DoublePair>(sums),
@@ -166,7 +189,8 @@ class VXp_GaussianPass {
   VX_Blur1DState& state_;
   VXp_GaussianWeights weights_;
   VXp_ChannelMask<Pixel> mask_;
-  int32_t taps_;    // no more than can reach the source
-  int32_t margin_;  // places in front of the line and behind it; even
+  int32_t taps_;     // no more than can reach the source
+  int32_t margin_;   // places in front of a stretch and behind it; even
+  int32_t stretch_;  // places of the destination
   bool sees_source_;
 };

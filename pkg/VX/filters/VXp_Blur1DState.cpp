@@ -69,16 +69,16 @@ int32_t VXp_CheckBlur(const VXp_BlurArguments& a) {
   return depth;
 }
 
-void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int64_t place_bytes,
-                      int64_t places) {
-  constexpr int32_t kCacheLine = 64;
-  constexpr int64_t kMostBytes = 1 << 20;  // no row of scratch beyond this but for a single line
-  constexpr int32_t kFewestItems = 32;     // a narrow world still has work for each thread
+void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width,
+                      int64_t line_bytes) {
+  constexpr int64_t kMostBytes = 1 << 18;
+  // A narrow world still has work for each thread.
+  const int32_t fewest_items = std::max(16, 2 * std::min(U_GetNumThreads(), 1 << 16));
   state.bundle = 1;
   if (state.RowsOnly()) return;
-  const int64_t fitting = kMostBytes / std::max<int64_t>(place_bytes * places, 1);
+  const int64_t fitting = kMostBytes / std::max<int64_t>(line_bytes, 1);
   const int64_t most =
-      std::min<int64_t>({kCacheLine / pixel_size, fitting, state.dst.lines / kFewestItems});
+      std::min<int64_t>({width / pixel_size, fitting, state.dst.lines / fewest_items});
   state.bundle = static_cast<int32_t>(std::max<int64_t>(most, 1));
 }
 

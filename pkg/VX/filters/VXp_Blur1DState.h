@@ -6,9 +6,9 @@
 // lines to the generic iterator's slot.
 //
 // A pass whose lines are rows on both sides takes a line at a time. Where columns are read or
-// written, neighbouring lines are taken together, in bundles as wide as a line of the processor's
-// cache, so that memory is not walked pixel by pixel with a stride. An item of the iteration is a
-// bundle; progress is told by the line all the same.
+// written, neighbouring lines are taken together in bundles of some hundred bytes, so that memory
+// is not walked pixel by pixel with a stride. An item of the iteration is a bundle; progress is
+// told by the line all the same.
 
 #include <atomic>
 #include <cstdint>
@@ -77,10 +77,30 @@ struct VX_Blur1DState {
 // The depth of both worlds, after everything is checked. Throws 3 after a report.
 int32_t VXp_CheckBlur(const VXp_BlurArguments& arguments);
 
-// Sets `bundle`. `place_bytes` is what scratch takes for one pixel of one line, `places` how many
-// pixels it holds at most.
-void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int64_t place_bytes,
-                      int64_t places);
+// Sets `bundle`: up to `width` bytes of a row, with no more than 256 KiB of scratch for a row of
+// it, of which one line takes `line_bytes`.
+void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes);
+
+// Down a column each row lies on a page of its own, and the processor foresees nothing: asks it for
+// `bytes` of the row eight rows ahead. Any address will do.
+inline constexpr ptrdiff_t kVXp_FarStride = 2048;
+inline bool VXp_IsFar(ptrdiff_t stride) {
+  return stride >= kVXp_FarStride || stride <= -kVXp_FarStride;
+}
+inline void VXp_Foresee(const char* at, ptrdiff_t stride, int32_t bytes) {
+  constexpr int32_t kCacheLine = 64;
+  const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
+  for (int32_t i = 0; i < bytes; i += kCacheLine) {
+    __builtin_prefetch(reinterpret_cast<const char*>(ahead + static_cast<uintptr_t>(i)));
+  }
+}
+inline void VXp_ForeseeWrite(const char* at, ptrdiff_t stride, int32_t bytes) {
+  constexpr int32_t kCacheLine = 64;
+  const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
+  for (int32_t i = 0; i < bytes; i += kCacheLine) {
+    __builtin_prefetch(reinterpret_cast<const char*>(ahead + static_cast<uintptr_t>(i)), 1);
+  }
+}
 
 // After lines are finished: tells progress, on thread 0 only. Gives what progress gave.
 VX_Err VXp_BlurLinesDone(VX_Blur1DState& state, int32_t thread, int32_t lines);

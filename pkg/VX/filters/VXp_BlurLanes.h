@@ -107,15 +107,33 @@ inline VXp_FloatLanes VXp_Singles(const VXp_DoubleLanes& v) {
 #endif
 }
 
+// a where it is the smaller one, else b.
+inline VXp_DoublePair VXp_Least(VXp_DoublePair a, VXp_DoublePair b) {
+#ifdef __SSE2__
+  return reinterpret_cast<VXp_DoublePair>(_mm_min_pd(a, b));
+#else
+  return a < b ? a : b;
+#endif
+}
+inline VXp_FloatLanes VXp_Least(VXp_FloatLanes a, VXp_FloatLanes b) {
+#ifdef __SSE2__
+  return reinterpret_cast<VXp_FloatLanes>(
+      _mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+#else
+  return a < b ? a : b;
+#endif
+}
+
 // The colours of a straight pixel out of premultiplied sums and the sum of alpha, which is not 0;
-// lane 0 is of no use. Sums of integer depths are whole numbers and the quotient is (c full + a /
-// 2) / a, truncated twice and limited, which is the truncation of c full / a + 1/2: where the whole
-// number a / 2 was cut, c full / a + 1/2 cannot be whole. This many bits of `a` let the double
-// quotient be at the right side of each whole number; beyond, 64-bit integers do it.
-inline constexpr double kVXp_AlphaInDouble = 0x1p36;
+// lane 0 is of no use. At integer depths the sums are whole numbers and the quotient is (c full + a
+// / 2) / a, truncated twice and limited. The same comes of (c full + a / 2 + 1/4) / a, truncated
+// once: if `a` is odd, c full + a / 2 lies half or more below a multiple of `a`, else it lies 1 or
+// more below or upon one. So a quarter of 1 / a is what the product may be wrong by, and for sums
+// below this bound it is less; 64-bit integers serve the others.
+inline constexpr double kVXp_AlphaInDouble = 0x1p33;
 
 template <class Pixel>
-VXp_IntLanes VXp_UnmultipliedWide(const VXp_DoubleLanes& sums, double alpha_sum) {
+[[gnu::noinline]] VXp_IntLanes VXp_UnmultipliedWide(const VXp_DoubleLanes& sums, double alpha_sum) {
   constexpr int64_t full = VXp_PixelTraits<Pixel>::kFull;
   const auto a = static_cast<int64_t>(alpha_sum);
   const auto quotient = [&](double sum) {
@@ -126,12 +144,14 @@ VXp_IntLanes VXp_UnmultipliedWide(const VXp_DoubleLanes& sums, double alpha_sum)
 }
 
 template <class Pixel>
-VXp_IntLanes VXp_Unmultiplied(const VXp_DoubleLanes& sums, double alpha_sum) {
-  if (alpha_sum >= kVXp_AlphaInDouble) return VXp_UnmultipliedWide<Pixel>(sums, alpha_sum);
+[[gnu::always_inline]] inline VXp_IntLanes VXp_Unmultiplied(const VXp_DoubleLanes& sums,
+                                                            double alpha_sum) {
+  if (alpha_sum >= kVXp_AlphaInDouble) [[unlikely]]
+    return VXp_UnmultipliedWide<Pixel>(sums, alpha_sum);
   const VXp_DoublePair full = VXp_DoublePair{} + VXp_PixelTraits<Pixel>::kFull;
+  const double part = 1.0 / alpha_sum, added = alpha_sum * 0.5 + 0.25;
   const auto quotient = [&](VXp_DoublePair sum) {
-    const VXp_DoublePair q = sum * full / alpha_sum + 0.5;
-    return q < full ? q : full;
+    return VXp_Least((sum * full + added) * part, full);
   };
   return VXp_Truncated(VXp_DoubleLanes{quotient(sums.first), quotient(sums.second)});
 }
@@ -150,7 +170,9 @@ void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, i
                      int64_t to, char* out, ptrdiff_t step, const Store& store) {
   const VXp_BlurSide& src = state.src;
   const char* place = src.Address(line, from);
+  const bool far = VXp_IsFar(src.stride);
   for (int64_t p = from; p < to; ++p, place += src.stride) {
+    if (far) VXp_Foresee(place, src.stride, lines * static_cast<int32_t>(sizeof(Pixel)));
     const char* pixel = place;
     for (int32_t i = 0; i < lines; ++i) {
       store(out, VXp_Load<VXp_RawPixel<Pixel>>(pixel));

@@ -13,8 +13,10 @@ namespace {
 
 constexpr int32_t kUnit = 1024;
 
+alignas(64) constexpr char kZeros[kVXp_BoxWidth] = {};
+
 VXp_BoxSpan::Part PartAt(const VXp_BoxInput& in, int64_t place) {
-  if (!in.Inside(place)) return {reinterpret_cast<const char*>(VX_G_ZeroData), 0};
+  if (!in.Inside(place)) return {kZeros, 0};
   return {in.data + (place - in.start) * in.stride, in.stride};
 }
 
@@ -50,6 +52,7 @@ VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t place) {
   span.leaving = PartAt(in, place - n - 1);
   span.trailing = PartAt(in, place - n);
   span.here = PartAt(in, place);
+  span.leaves = in.Inside(place - n - 1);
   span.out = pass.out.data + (place - pass.out.start) * pass.out.stride;
 
   const int64_t inside = std::min(place + n, in.end - 1) - std::max(place - n, in.start) + 1;
@@ -60,7 +63,7 @@ VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t place) {
     return span;
   }
   const int32_t outer = (in.Inside(place + n) ? 1 : 0) + (in.Inside(place - n) ? 1 : 0);
-  const int32_t step = (in.Inside(place + n) ? 1 : 0) - (in.Inside(place - n - 1) ? 1 : 0);
+  const int32_t step = (in.Inside(place + n) ? 1 : 0) - (span.leaves ? 1 : 0);
   span.divisor = static_cast<int32_t>(inside * unit - outer * window.f);
   span.divisor_step = step * window.unit;
   return span;
@@ -72,12 +75,14 @@ VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass) {
   return {first, std::clamp(pass.out.start + pass.window.n, first, in.end)};
 }
 
+// The pixels of a place, or those of a line, lie side by side.
 void VXp_BlankSpan(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size) {
-  char* place = span.out;
-  for (int64_t i = 0; i < span.count; ++i, place += pass.out.stride) {
-    char* pixel = place;
-    for (int32_t l = 0; l < pass.lines; ++l, pixel += pass.out.line_stride) {
-      std::memset(pixel, 0, static_cast<size_t>(pixel_size));
-    }
+  const bool by_line = pass.out.stride == pixel_size;
+  const int64_t times = by_line ? pass.lines : span.count;
+  const int64_t bytes = (by_line ? span.count : pass.lines) * pixel_size;
+  char* run = span.out;
+  for (int64_t i = 0; i < times; ++i) {
+    std::memset(run, 0, static_cast<size_t>(bytes));
+    run += by_line ? pass.out.line_stride : pass.out.stride;
   }
 }

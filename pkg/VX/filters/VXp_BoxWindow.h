@@ -12,9 +12,12 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "VX/VX_Package.h"
+#include "filters/VXp_Blur1DState.h"
 
-inline constexpr int32_t kVXp_MostBoxLines = 16;
+// The widest bundle, in bytes.
+inline constexpr int32_t kVXp_BoxWidth = 512;
+template <class Pixel>
+inline constexpr int32_t kVXp_MostBoxLines = kVXp_BoxWidth / static_cast<int32_t>(sizeof(Pixel));
 
 struct VXp_BoxWindow {
   explicit VXp_BoxWindow(float radius);
@@ -61,6 +64,7 @@ struct VXp_BoxSpan {
 
   int64_t count;
   bool blank;            // the window holds nothing
+  bool leaves;           // the leaving place is inside
   Part entering;         // p + n, the leading outer place
   Part leaving;          // p - n - 1
   Part trailing;         // p - n, the trailing outer place
@@ -82,3 +86,21 @@ VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass);
 
 // Zero pixels into a blank span.
 void VXp_BlankSpan(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size);
+
+// Asks for rows ahead, at each place of a span whose lines lie side by side.
+class VXp_BoxForesight {
+ public:
+  VXp_BoxForesight(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size)
+      : bytes_(pass.lines * pixel_size),
+        in_(VXp_IsFar(span.entering.stride) ? span.entering.stride : 0),
+        out_(VXp_IsFar(pass.out.stride) ? pass.out.stride : 0) {}
+
+  void At(const char* entering, const char* out) const {
+    if (in_ != 0) VXp_Foresee(entering, in_, bytes_);
+    if (out_ != 0) VXp_ForeseeWrite(out, out_, bytes_);
+  }
+
+ private:
+  int32_t bytes_;
+  ptrdiff_t in_, out_;
+};

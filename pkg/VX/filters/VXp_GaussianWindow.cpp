@@ -61,13 +61,15 @@ struct Products {
     low[i] = _mm_add_epi32(low[i], _mm_madd_epi16(_mm_unpacklo_epi16(x, y), pair));
     high[i] = _mm_add_epi32(high[i], _mm_madd_epi16(_mm_unpackhi_epi16(x, y), pair));
   }
-  void AddTo(double* sums) const {
+  // Adds the bias on the first time, what is there already later.
+  void Store(bool first, double bias, double* sums) const {
+    const __m128d base = _mm_set1_pd(bias);
     for (int32_t i = 0; i < kWords; ++i) {
       for (const __m128i* const part : {&low[i], &high[i]}) {
         const __m128d a = _mm_cvtepi32_pd(*part);
         const __m128d b = _mm_cvtepi32_pd(_mm_unpackhi_epi64(*part, *part));
-        _mm_storeu_pd(sums, _mm_add_pd(_mm_loadu_pd(sums), a));
-        _mm_storeu_pd(sums + 2, _mm_add_pd(_mm_loadu_pd(sums + 2), b));
+        _mm_storeu_pd(sums, _mm_add_pd(first ? base : _mm_loadu_pd(sums), a));
+        _mm_storeu_pd(sums + 2, _mm_add_pd(first ? base : _mm_loadu_pd(sums + 2), b));
         sums += 4;
       }
     }
@@ -82,8 +84,8 @@ __m128i Words(const int16_t* c, int32_t i) {
 }
 
 // Two taps a step: bytes can be added before they are multiplied.
-void AddByteTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from, int32_t to,
-                 Products& products) {
+inline void AddByteTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from,
+                        int32_t to, Products& products) {
   for (int32_t t = from; t < to; t += 2) {
     const __m128i pair = _mm_set1_epi32(VXp_Load<int32_t>(weights + t));
     const int16_t* const after = c + t * step;
@@ -96,8 +98,8 @@ void AddByteTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32
   }
 }
 
-void AddWordTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from, int32_t to,
-                 Products& products) {
+inline void AddWordTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from,
+                        int32_t to, Products& products) {
   for (int32_t t = from; t < to; ++t) {
     const __m128i pair = _mm_set1_epi16(weights[t]);
     const int16_t* const after = c + t * step;
@@ -111,15 +113,15 @@ void AddWordTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32
 #else
 
 struct Products {
-  void AddTo(double* to) const {
-    for (int32_t j = 0; j < 32; ++j) to[j] += sums[j];
+  void Store(bool first, double bias, double* to) const {
+    for (int32_t j = 0; j < 32; ++j) to[j] = (first ? bias : to[j]) + sums[j];
   }
 
   int32_t sums[32] = {};
 };
 
-void AddWordTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from, int32_t to,
-                 Products& products) {
+inline void AddWordTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from,
+                        int32_t to, Products& products) {
   for (int32_t t = from; t < to; ++t) {
     const int32_t w = weights[t];
     for (int32_t j = 0; j < 32; ++j) {
@@ -128,15 +130,15 @@ void AddWordTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32
   }
 }
 
-void AddByteTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from, int32_t to,
-                 Products& products) {
+inline void AddByteTaps(const int16_t* c, ptrdiff_t step, const int16_t* weights, int32_t from,
+                        int32_t to, Products& products) {
   AddWordTaps(c, step, weights, from, to, products);
 }
 
 #endif
 
 // The middle tap.
-void AddMiddle(const int16_t* c, int32_t weight, Products& products) {
+inline void AddMiddle(const int16_t* c, int32_t weight, Products& products) {
 #ifdef __SSE2__
   const __m128i pair = _mm_set1_epi32(weight);
   for (int32_t i = 0; i < kWords; ++i) products.Add(i, Words(c, i), Words(c, i), pair);
@@ -148,24 +150,23 @@ void AddMiddle(const int16_t* c, int32_t weight, Products& products) {
 template <class Pixel>
 void IntegerSums(const int16_t* c, ptrdiff_t step, const VXp_GaussianWeights& weights, int32_t taps,
                  double* sums) {
+  constexpr bool kBiased = VXp_WindowWork<Pixel>::kBiased;
   // What the words lack, times all weights.
-  int64_t bias = 0;
-  if constexpr (VXp_WindowWork<Pixel>::kBiased) bias = weights.Upto(taps) * 32768;
-  std::fill_n(sums, VXp_WindowWork<Pixel>::kBlock, static_cast<double>(bias));
-  Products products;
-  AddMiddle(c, weights[0], products);
-  int32_t from = 1;
-  for (;;) {
+  const double bias = kBiased ? static_cast<double>(weights.Upto(taps) * 32768) : 0.0;
+  for (int32_t from = 1; from == 1 || from <= taps; from += kTapsAtOnce) {
+    Products products;
+    if (from == 1) AddMiddle(c, weights[0], products);
     const int32_t to = std::min(from + kTapsAtOnce, taps + 1);
-    if constexpr (VXp_WindowWork<Pixel>::kBiased) {
+    if constexpr (kBiased) {
       AddWordTaps(c, step, weights.words(), from, to, products);
     } else {
       AddByteTaps(c, step, weights.words(), from, to, products);
     }
-    products.AddTo(sums);
-    if (to > taps) return;
-    products = {};
-    from = to;
+    if (from == 1) {
+      products.Store(true, bias, sums);
+    } else {
+      products.Store(false, bias, sums);
+    }
   }
 }
 

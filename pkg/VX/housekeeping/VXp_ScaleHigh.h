@@ -2,11 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Scaling at high quality: a sampler call a destination pixel, at the middle of the pixel.
+// Scaling at high quality: a sample a destination pixel, at the middle of the pixel. The library's
+// own samplers are run by rows.
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <memory>
+#include <new>
 
 #include "VX/VX_CallbackBlock.h"
 #include "VX/VX_World.h"
@@ -14,6 +17,7 @@
 #include "frame/VXp_Rows.h"
 #include "housekeeping/VXp_CopyPlan.h"
 #include "housekeeping/VXp_RowWalk.h"
+#include "indep/VXp_SampleRow.h"
 
 // Positions between the first and the last.
 struct VXp_Hold {
@@ -82,6 +86,40 @@ inline VX_SampPB VXp_ScaleRecord(const VXp_CopyPlan& plan, const VX_LayerDef& sr
   return record;
 }
 
+// The rows of a picture, sampled at the same columns.
+template <class Pixel>
+class VXp_ScaledRows {
+ public:
+  VXp_ScaledRows(VX_SampleFunc<Pixel> sample, const VXp_MiddleWalk& columns, int64_t count)
+      : sample_(sample), row_form_(VXp_RowForm<Pixel>(sample)), columns_(columns), count_(count) {
+    if (row_form_ == nullptr) return;
+    positions_.reset(new (std::nothrow) VX_Fixed[static_cast<size_t>(count)]);
+    if (positions_ == nullptr) return;  // then pixel by pixel
+    VXp_MiddleWalk column = columns;
+    for (int64_t i = 0; i < count; ++i) positions_[static_cast<size_t>(i)] = column.Next();
+  }
+
+  void Sample(VX_ProgressInfo* progress, VX_Fixed y, const VX_SampPB& record, char* out) const {
+    if (positions_ != nullptr) {
+      row_form_(record, positions_.get(), static_cast<int32_t>(count_), y, out);
+      return;
+    }
+    VXp_MiddleWalk column = columns_;
+    for (int64_t x = 0; x < count_; ++x) {
+      Pixel pixel;
+      sample_(progress, column.Next(), y, &record, &pixel);
+      VXp_Store(out + x * static_cast<ptrdiff_t>(sizeof pixel), pixel);
+    }
+  }
+
+ private:
+  VX_SampleFunc<Pixel> sample_;
+  VXp_SampleRowFunc row_form_;
+  VXp_MiddleWalk columns_;
+  int64_t count_;
+  std::unique_ptr<VX_Fixed[]> positions_;
+};
+
 // Carries out a plan that scales. `mode_flags` as VX_ModeFlag_Straight; progress (may be null) is
 // polled after each row. 0, 3, or what progress returned.
 template <class Pixel>
@@ -99,19 +137,13 @@ VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_Co
       plan.x.source_size > plan.x.dest_size || plan.y.source_size > plan.y.dest_size;
   const VX_SampleFunc<Pixel> sample = reduces ? samplers.area : samplers.bilinear;
   const VX_SampPB record = VXp_ScaleRecord(plan, src);
-  const VXp_MiddleWalk columns(plan.x, hold_x);
+  const VXp_ScaledRows<Pixel> scaled(sample, VXp_MiddleWalk(plan.x, hold_x), plan.x.count);
   VXp_MiddleWalk rows(plan.y, hold_y);
   VXp_RowProgress polling(progress, 0, static_cast<int32_t>(plan.y.count));
   char* row = VXp_PixelAddress<Pixel>(dst, static_cast<int32_t>(plan.x.first),
                                       static_cast<int32_t>(plan.y.first));
   for (int64_t i = 0; i < plan.y.count; ++i) {
-    const VX_Fixed y = rows.Next();
-    VXp_MiddleWalk column = columns;
-    for (int64_t x = 0; x < plan.x.count; ++x) {
-      Pixel pixel;
-      sample(progress, column.Next(), y, &record, &pixel);
-      VXp_Store(row + x * static_cast<ptrdiff_t>(sizeof pixel), pixel);
-    }
+    scaled.Sample(progress, rows.Next(), record, row);
     if (const VX_Err stop = polling.RowDone()) return stop;
     row += dst.rowbytes;
   }

@@ -10,6 +10,7 @@
 // Integers are value + 0.5, truncated; float is not rounded. A whole position is no special case,
 // and equal pixels are none.
 
+#include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
@@ -64,6 +65,16 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
 }
 
 }  // namespace
+
+template <class Pixel>
+void VXp_PortableRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
+                     char* out) {
+  VXp_MixRow<Pixel>(*record.src, x, count, y, out,
+                    [](const VXp_Quad<Pixel>& quad, uint32_t fx, uint32_t fy) {
+                      return Mixed(quad, VXp_SingleWeights(fx, fy));
+                    });
+}
+template VXp_SampleRowCall VXp_PortableRow<VX_PixelFloat>;
 
 VX_Err VX_SubpixelCPlusPlus(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                             VX_Pixel8* out) {

@@ -5,6 +5,7 @@
 //
 // At 8 and 16 bits value + 0.5, truncated; there every weight and every sum is exact.
 
+#include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
@@ -12,10 +13,10 @@ namespace {
 // The 8-bit weights: integers on a scale of 65536. Three are cut, the first gets what is left. Sums
 // with bytes stay below 2^24, so single precision loses nothing.
 struct ByteWeights {
-  explicit ByteWeights(const VXp_Place& at) {
-    const uint32_t i11 = at.fx * at.fy >> 16;
-    const uint32_t i10 = at.fx * (65536 - at.fy) >> 16;
-    const uint32_t i01 = at.fy * (65536 - at.fx) >> 16;
+  ByteWeights(uint32_t fx, uint32_t fy) {
+    const uint32_t i11 = fx * fy >> 16;
+    const uint32_t i10 = fx * (65536 - fy) >> 16;
+    const uint32_t i01 = fy * (65536 - fx) >> 16;
     w00 = static_cast<float>(65536 - i10 - i01 - i11);
     w10 = static_cast<float>(i10);
     w01 = static_cast<float>(i01);
@@ -25,22 +26,61 @@ struct ByteWeights {
   float w00, w10, w01, w11;
 };
 
-template <class Weights, class Lanes>
-Lanes Mixed(const Weights& w, const Lanes& p00, const Lanes& p10, const Lanes& p01,
-            const Lanes& p11) {
-  return w.w00 * p00 + w.w10 * p10 + w.w01 * p01 + w.w11 * p11;
-}
+// Lanes for the channels, weights, and what the sum becomes.
+template <class Pixel>
+struct Rule;
 
-uint32_t MixedQuad(const VXp_Quad<VX_Pixel8>& q, const VXp_Place& at) {
-  const VXp_FloatLanes sum = Mixed(ByteWeights(at), VXp_Floats(q.p00), VXp_Floats(q.p10),
-                                   VXp_Floats(q.p01), VXp_Floats(q.p11));
-  return VXp_Packed8(VXp_Truncated((sum + 32768.0f) * 0x1p-16f));
-}
+template <>
+struct Rule<VX_Pixel8> {
+  using Weights = ByteWeights;
+  static VXp_FloatLanes Lanes(uint32_t pixel) { return VXp_Floats(pixel); }
+  static uint32_t Finished(VXp_FloatLanes sum) {
+    return VXp_Packed8(VXp_Truncated((sum + 32768.0f) * 0x1p-16f));
+  }
+};
 
-uint64_t MixedQuad(const VXp_Quad<VX_Pixel16>& q, const VXp_Place& at) {
-  const VXp_DoubleLanes value = Mixed(VXp_DoubleWeights(at.fx, at.fy), VXp_Doubles(q.p00),
-                                      VXp_Doubles(q.p10), VXp_Doubles(q.p01), VXp_Doubles(q.p11));
-  return VXp_Packed16(VXp_Truncated(value + 0.5));
+template <>
+struct Rule<VX_Pixel16> {
+  using Weights = VXp_DoubleWeights;
+  static VXp_DoubleLanes Lanes(uint64_t pixel) { return VXp_Doubles(pixel); }
+  static uint64_t Finished(const VXp_DoubleLanes& sum) {
+    return VXp_Packed16(VXp_Truncated(sum + 0.5));
+  }
+};
+
+// Single precision and no rounding.
+template <>
+struct Rule<VX_PixelFloat> {
+  using Weights = VXp_SingleWeights;
+  static VXp_FloatLanes Lanes(VXp_FloatLanes pixel) { return pixel; }
+  static VXp_FloatLanes Finished(VXp_FloatLanes sum) { return sum; }
+};
+
+// What of a column serves all positions beside it: its pixels as lanes.
+template <class Pixel>
+struct RowRule {
+  using Raw = VXp_RawPixel<Pixel>;
+  using Lanes = decltype(Rule<Pixel>::Lanes(Raw{}));
+  struct Column {
+    Lanes upper, lower;
+  };
+
+  static Column Of(Raw upper, Raw lower) {
+    return {Rule<Pixel>::Lanes(upper), Rule<Pixel>::Lanes(lower)};
+  }
+  Raw Mix(const Column& left, const Column& right, uint32_t fx) const {
+    const typename Rule<Pixel>::Weights w(fx, fy);
+    return Rule<Pixel>::Finished(w.w00 * left.upper + w.w10 * right.upper + w.w01 * left.lower +
+                                 w.w11 * right.lower);
+  }
+
+  uint32_t fy;
+};
+
+template <class Pixel>
+VXp_RawPixel<Pixel> MixedQuad(const VXp_Quad<Pixel>& q, const VXp_Place& at) {
+  using Row = RowRule<Pixel>;
+  return Row{at.fy}.Mix(Row::Of(q.p00, q.p01), Row::Of(q.p10, q.p11), at.fx);
 }
 
 // A whole position is its pixel and four equal pixels are that pixel by the arithmetic too; telling
@@ -69,11 +109,20 @@ VX_Err VX_SubpixelSample_Premul16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, cons
   return Sample(x, y, record, out);
 }
 
-// Single precision and no rounding; a whole position is computed as any.
+// A whole position is computed as any.
 VX_Err VX_SubpixelSample_PremulFloat(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
                                      const VX_SampPB* record, VX_PixelFloat* out) {
   const VXp_Place at(x, y);
-  const auto q = VXp_Clipped::Four<VX_PixelFloat>(*record->src, at);
-  VXp_Store(out, Mixed(VXp_SingleWeights(at.fx, at.fy), q.p00, q.p10, q.p01, q.p11));
+  VXp_Store(out, MixedQuad(VXp_Clipped::Four<VX_PixelFloat>(*record->src, at), at));
   return VX_Ok;
 }
+
+template <class Pixel>
+void VXp_PremulRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
+                   char* out) {
+  const RowRule<Pixel> rule{static_cast<uint32_t>(y) & 0xFFFF};
+  VXp_ColumnWalk<Pixel, RowRule<Pixel>>(*record.src, y, rule).Run(x, count, out);
+}
+template VXp_SampleRowCall VXp_PremulRow<VX_Pixel8>;
+template VXp_SampleRowCall VXp_PremulRow<VX_Pixel16>;
+template VXp_SampleRowCall VXp_PremulRow<VX_PixelFloat>;

@@ -13,6 +13,7 @@
 #include <cmath>
 
 #include "indep/VXp_Rounding.h"
+#include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
@@ -141,7 +142,67 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
   return VX_Ok;
 }
 
+// A row at 8 bits. There w a c is exact in double precision too, so the mix may go down the columns
+// first, and division by equal alphas gives the plain mix.
+class ByteRule {
+ public:
+  struct Column {
+    uint32_t upper, lower;
+    VXp_DoubleLanes sum;  // alpha, and colours times alpha
+  };
+
+  explicit ByteRule(VX_Fixed y)
+      : whole_((static_cast<uint32_t>(y) & 0xFFFF) == 0),
+        below_(static_cast<double>(static_cast<uint32_t>(y) & 0xFFFF) * 0x1p-16) {}
+
+  Column Of(uint32_t upper, uint32_t lower) const {
+    return {upper, lower, (1.0 - below_) * ByAlpha(upper) + below_ * ByAlpha(lower)};
+  }
+
+  uint32_t Mix(const Column& left, const Column& right, uint32_t fx) const {
+    const VXp_Quad<VX_Pixel8> quad{left.upper, right.upper, left.lower, right.lower};
+    if (quad.SamePixels() || (whole_ && fx == 0)) return quad.p00;
+    const double a = static_cast<double>(fx) * 0x1p-16;
+    const VXp_DoubleLanes sum = (1.0 - a) * left.sum + a * right.sum;
+    const double alpha = sum.Alpha();
+    if (alpha <= 0.5) return 0;
+    VXp_DoubleLanes mixed = quad.SameAlphas()
+                                ? VXp_DoubleLanes{sum.first / alpha, sum.second / alpha}
+                                : (1.0 / alpha) * sum;
+    mixed.first[0] = alpha;
+    return VXp_Packed8(VXp_Rounded(mixed));
+  }
+
+ private:
+  static VXp_DoubleLanes ByAlpha(uint32_t pixel) {
+    return VXp_AsDouble(VXp_TimesAlpha(VXp_Floats(pixel)));
+  }
+
+  bool whole_;
+  double below_;
+};
+
 }  // namespace
+
+template <>
+void VXp_StraightRow<VX_Pixel8>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
+                                VX_Fixed y, char* out) {
+  const VX_LayerDef* const src = record.src;
+  VXp_RoundingToNearest(
+      [=] { VXp_ColumnWalk<VX_Pixel8, ByteRule>(*src, y, ByteRule(y)).Run(x, count, out); });
+}
+
+template <>
+void VXp_StraightRow<VX_Pixel16>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
+                                 VX_Fixed y, char* out) {
+  const VX_LayerDef* const src = record.src;
+  VXp_RoundingToNearest([=] {
+    VXp_MixRow<VX_Pixel16>(
+        *src, x, count, y, out, [](const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
+          return (fx | fy) == 0 ? quad.p00 : SampleQuad(quad, VXp_DoubleWeights(fx, fy));
+        });
+  });
+}
 
 VX_Err VX_SubpixelSample_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                                   VX_Pixel8* out) {

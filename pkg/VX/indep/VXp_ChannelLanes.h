@@ -69,9 +69,26 @@ inline VXp_DoubleLanes VXp_AsDouble(VXp_IntLanes v) {
 #endif
 }
 
+inline VXp_DoubleLanes VXp_AsDouble(VXp_FloatLanes v) {
+#ifdef __SSE2__
+  const auto low = reinterpret_cast<__m128>(v);
+  return {reinterpret_cast<VXp_DoublePair>(_mm_cvtps_pd(low)),
+          reinterpret_cast<VXp_DoublePair>(_mm_cvtps_pd(_mm_movehl_ps(low, low)))};
+#else
+  return {VXp_DoublePair{v[0], v[1]}, VXp_DoublePair{v[2], v[3]}};
+#endif
+}
+
 template <class Raw>
 VXp_DoubleLanes VXp_Doubles(Raw pixel) {
   return VXp_AsDouble(VXp_Ints(pixel));
+}
+
+// Alpha, and the colours times alpha.
+inline VXp_FloatLanes VXp_TimesAlpha(VXp_FloatLanes p) {
+  VXp_FloatLanes product = VXp_Splat<VXp_FloatLanes>(p[0]) * p;
+  product[0] = p[0];
+  return product;
 }
 
 // --- to pixels -----------------------------------------------------------------------------------

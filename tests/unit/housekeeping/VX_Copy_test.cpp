@@ -211,6 +211,55 @@ TYPED_TEST(CopyDepths, High) {
   }
 }
 
+namespace {
+
+// A sampler of somebody else's in the slot of the library's own, to which it hands on.
+template <class Pixel, VX_SampleCall<Pixel> own>
+struct Forwarding {
+  static inline int32_t calls;
+
+  explicit Forwarding(int32_t slot) : slot_(slot) {
+    calls = 0;
+    VX_SetOverrideFunc(slot, reinterpret_cast<void*>(&Sample));
+  }
+  ~Forwarding() { VX_SetOverrideFunc(slot_, reinterpret_cast<void*>(own)); }
+  static VX_Err Sample(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
+                       Pixel* out) {
+    ++calls;
+    return own(progress, x, y, record, out);
+  }
+
+ private:
+  int32_t slot_;
+};
+
+// Up by a third and down to two thirds.
+template <class Pixel, VX_SampleCall<Pixel> own>
+void ExpectSameThrough(int32_t slot, VX_CopyBitsFunc routine, bool reduces) {
+  SCOPED_TRACE(slot);
+  const int32_t to = reduces ? 20 : 40;
+  EdgeWorld<Pixel> src(30, 30, 3, true, 1), plain(to, to, 5, true, 2),
+      forwarded(to, to, 5, true, 2);
+  src.Paint([random = std::mt19937(3)]() mutable { return AnyPixel<Pixel>(random); });
+  ASSERT_EQ(routine(nullptr, &src.world, &plain.world, nullptr, nullptr), 0);
+  const Forwarding<Pixel, own> other(slot);
+  ASSERT_EQ(routine(nullptr, &src.world, &forwarded.world, nullptr, nullptr), 0);
+  EXPECT_EQ(other.calls, to * to);
+  EXPECT_TRUE(plain.SameBytes(forwarded));
+}
+
+}  // namespace
+
+TEST(CopyThroughSlots, ReachesReplacedSamplersForEachPixel) {
+  const auto straight = VX_CopyBits_HQ_Straight, premul = VX_CopyBits_HQ_Premul;
+  ExpectSameThrough<P8, VX_SubpixelSample_Straight>(3, straight, false);
+  ExpectSameThrough<P8, VX_SubpixelSample_Premul>(4, premul, false);
+  ExpectSameThrough<P8, VX_AreaSample_Straight>(5, straight, true);
+  ExpectSameThrough<P8, VX_AreaSample_Premul>(6, premul, true);
+  ExpectSameThrough<P16, VX_SubpixelSample_Straight16>(64, straight, false);
+  ExpectSameThrough<P16, VX_AreaSample_Straight16>(65, straight, true);
+}
+
 TYPED_TEST(CopyDepths, Resize) {
   using Pixel = TypeParam;
   struct Polls {

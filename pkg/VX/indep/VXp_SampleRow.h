@@ -1,0 +1,122 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Rows of samples: what the library's own samplers give at many positions of one height, bit for
+// bit, without a call, a test of the border and a look at the rounding mode for each pixel.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "VX/VX_Sampling.h"
+#include "indep/VXp_Neighbours.h"
+
+// Stores `count` pixels from `out` on, which may be any address. `x` ascends; equal ones may follow
+// each other.
+using VXp_SampleRowCall = void(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
+                               VX_Fixed y, char* out);
+using VXp_SampleRowFunc = VXp_SampleRowCall*;
+
+// The row form of a sampler. Null for one that is not the library's own, which must be called for
+// each pixel, and for those that nobody runs by rows. For each pixel type.
+template <class Pixel>
+VXp_SampleRowFunc VXp_RowForm(VX_SampleFunc<Pixel> sample);
+
+// --- the forms themselves ------------------------------------------------------------------------
+
+template <class Pixel>
+VXp_SampleRowCall VXp_StraightRow;
+template <class Pixel>
+VXp_SampleRowCall VXp_PremulRow;
+template <class Pixel>
+VXp_SampleRowCall VXp_PortableRow;
+template <class Pixel>
+VXp_SampleRowCall VXp_StraightBoxRow;
+template <class Pixel>
+VXp_SampleRowCall VXp_PremulBoxRow;
+
+// Walks over the pairs of columns that the positions of a row lie between. A rule makes of the
+// upper and the lower pixel of a column what it needs of them, which serves for all positions on
+// both sides of the column, and gives the raw pixel between two columns:
+//
+//   Column Of(raw upper, raw lower)
+//   raw    Mix(const Column& left, const Column& right, uint32_t fx)
+template <class Pixel, class Rule>
+class VXp_ColumnWalk {
+ public:
+  using Raw = VXp_RawPixel<Pixel>;
+
+  VXp_ColumnWalk(const VX_LayerDef& src, VX_Fixed y, const Rule& rule)
+      : src_(src), row_(y >> 16), rule_(rule) {}
+
+  void Run(const VX_Fixed* x, int32_t count, char* out) const {
+    // The positions between the first and the last column, where nothing need be clipped.
+    int32_t first = 0, last = 0;
+    if (row_ >= 0 && row_ + 1 < src_.height) {
+      const auto below = [](VX_Fixed position, int64_t bound) { return position < bound; };
+      const int64_t end = (int64_t{src_.width} - 1) * 65536;
+      first = static_cast<int32_t>(std::lower_bound(x, x + count, int64_t{0}, below) - x);
+      last = static_cast<int32_t>(std::lower_bound(x + first, x + count, end, below) - x);
+    }
+    const auto clipped = [this](int32_t column) {
+      return rule_.Of(VXp_Clipped::One<Pixel>(src_, column, row_),
+                      VXp_Clipped::One<Pixel>(src_, column, row_ + 1));
+    };
+    Part(x, 0, first, out, clipped);
+    if (first < last) {
+      const char* const upper = VXp_PixelAddress<Pixel>(src_, 0, row_);
+      const char* const lower = upper + src_.rowbytes;
+      Part(x, first, last, out, [=, this](int32_t column) {
+        const ptrdiff_t offset = ptrdiff_t{column} * static_cast<ptrdiff_t>(sizeof(Pixel));
+        return rule_.Of(VXp_Load<Raw>(upper + offset), VXp_Load<Raw>(lower + offset));
+      });
+    }
+    Part(x, last, count, out, clipped);
+  }
+
+ private:
+  template <class Fetch>
+  void Part(const VX_Fixed* x, int32_t from, int32_t to, char* out, const Fetch& fetch) const {
+    if (from >= to) return;
+    int32_t column = x[from] >> 16;
+    auto left = fetch(column), right = fetch(column + 1);
+    for (int32_t i = from; i < to; ++i) {
+      const int32_t next = x[i] >> 16;
+      if (next != column) {
+        left = next == column + 1 ? right : fetch(next);
+        right = fetch(next + 1);
+        column = next;
+      }
+      const Raw pixel = rule_.Mix(left, right, static_cast<uint32_t>(x[i]) & 0xFFFF);
+      VXp_Store(out + ptrdiff_t{i} * static_cast<ptrdiff_t>(sizeof(Pixel)), pixel);
+    }
+  }
+
+  const VX_LayerDef& src_;
+  int32_t row_;
+  Rule rule_;
+};
+
+// Where nothing but the pixels can be kept: a rule of `mix(quad, fx, fy)`.
+template <class Pixel, class Mixing>
+struct VXp_QuadRule {
+  struct Column {
+    VXp_RawPixel<Pixel> upper, lower;
+  };
+  using Raw = VXp_RawPixel<Pixel>;
+
+  Column Of(Raw upper, Raw lower) const { return {upper, lower}; }
+  Raw Mix(const Column& left, const Column& right, uint32_t fx) const {
+    return mix(VXp_Quad<Pixel>{left.upper, right.upper, left.lower, right.lower}, fx, fy);
+  }
+
+  uint32_t fy;
+  Mixing mix;
+};
+
+template <class Pixel, class Mixing>
+void VXp_MixRow(const VX_LayerDef& src, const VX_Fixed* x, int32_t count, VX_Fixed y, char* out,
+                const Mixing& mix) {
+  const VXp_QuadRule<Pixel, Mixing> rule{static_cast<uint32_t>(y) & 0xFFFF, mix};
+  VXp_ColumnWalk<Pixel, VXp_QuadRule<Pixel, Mixing>>(src, y, rule).Run(x, count, out);
+}

@@ -119,7 +119,8 @@ class VXp_GaussianPass {
     const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
     const ptrdiff_t kept = 2 * ptrdiff_t{margin_} * step;
     Copy(line, lines, state_.offset - margin_, 2 * int64_t{margin_}, row);
-    for (int32_t done = 0; done < state_.dst.length; done += stretch_) {
+    for (int64_t next = 0; next < state_.dst.length; next += stretch_) {
+      const auto done = static_cast<int32_t>(next);
       const int32_t count = std::min(stretch_, state_.dst.length - done);
       if (done > 0) std::copy_n(row + stretch_ * step, kept, row);
       Copy(line, lines, state_.offset + done + margin_, count, row + kept);

@@ -14,10 +14,10 @@ import sys
 ALLOWED = re.compile(
     r"""(VX_1$                                                  # the version itself
         |VX_\w+ | VXp_G_\w+                                     # functions, classes and data
-        |VXp_(WorldDepth|GetPixelFormat|PixelFormatToDepth|SetWorldDepth)\(
+        |VXp_(GaussianValue|WorldDepth|GetPixelFormat|PixelFormatToDepth|SetWorldDepth)\(
         |(vtable|typeinfo|typeinfo\ name)\ for\ VX_\w+          # of exported classes
         |int\ (VX_GetInnerBlendingFunc|VX_BlendPipeline)<       # templates carry their result
-        |int\ (VX_Deinterleave1|VX_Interleave1to4)<
+        |int\ (VX_Deinterleave1|VX_Interleave1to4|VX_AreaSample_CPlusPlus)<
     )""", re.VERBOSE)
 # "VX_API int32_t VX_Name(", "extern VX_API const uint8_t* VX_name;", "class VX_API VX_Name".
 PROMISED = re.compile(

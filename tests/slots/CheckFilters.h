@@ -5,6 +5,7 @@
 // The cases of filters over worlds.
 
 #include "CheckWorlds.h"
+#include "VX/VX_Blur.h"
 #include "VX/VX_Convolve.h"
 
 // Kernels of small weights, or of weights that need all 32 bits.
@@ -32,5 +33,19 @@ inline void CheckSlot(Trial& trial, VX_ConvolveFunc routine) {
       src.ExpectUntouched(trial);
       dst.Give(trial);
     }
+  });
+}
+
+// An entry kept for modules that know its number: a code, and nothing written.
+inline void CheckSlot(Trial& trial, VX_FastBlurFunc routine) {
+  ForEachDepth([&]<class Pixel>(Frame<Pixel>&& src) {
+    Frame<Pixel> dst(3);
+    LayWorld(trial, src);
+    LayWorld(trial, dst);
+    const float radius = AnyOpacity<float>(trial) * 9;
+    trial.Case("depth %d, radius %g", VXp_WorldDepth(&src.world), static_cast<double>(radius));
+    trial.Gave(routine(nullptr, &src.world, radius, VX_Blur_AllChannels, &dst.world));
+    src.ExpectUntouched(trial);
+    dst.Give(trial);
   });
 }

@@ -21,7 +21,7 @@
 // Where columns are read or written, neighbouring lines are taken together, in up to 512 bytes of a
 // row. Progress is called on thread 0 after each of its lines all the same, with the number of
 // lines that all threads have done; a stop may find the rest of a bundle written. Scratch is at
-// most two buffers a thread, each of one line or 256 KiB, whichever is more.
+// most two buffers a thread, each of one line or 512 KiB, whichever is more.
 
 #include "VX/VX_World.h"
 

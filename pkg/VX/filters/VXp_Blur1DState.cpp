@@ -71,7 +71,7 @@ int32_t VXp_CheckBlur(const VXp_BlurArguments& a) {
 
 void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width,
                       int64_t line_bytes) {
-  constexpr int64_t kMostBytes = 1 << 18;
+  constexpr int64_t kMostBytes = 1 << 19;
   // A narrow world still has work for each thread.
   const int32_t fewest_items = std::max(16, 2 * std::min(U_GetNumThreads(), 1 << 16));
   state.bundle = 1;

@@ -77,7 +77,7 @@ struct VX_Blur1DState {
 // The depth of both worlds, after everything is checked. Throws 3 after a report.
 int32_t VXp_CheckBlur(const VXp_BlurArguments& arguments);
 
-// Sets `bundle`: up to `width` bytes of a row, with no more than 256 KiB of scratch for a row of
+// Sets `bundle`: up to `width` bytes of a row, with no more than 512 KiB of scratch for a row of
 // it, of which one line takes `line_bytes`.
 void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes);
 

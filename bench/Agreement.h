@@ -12,6 +12,14 @@
 #include "Content.h"
 #include "Pixman.h"
 
+// 0..1.
+template <class Pixel>
+VX_PixelFloat PlainUnit(const Pixel& p) {
+  const float scale = 1.0f / static_cast<float>(kFullScaleOf<Pixel>);
+  return {static_cast<float>(p.alpha) * scale, static_cast<float>(p.red) * scale,
+          static_cast<float>(p.green) * scale, static_cast<float>(p.blue) * scale};
+}
+
 // Premultiplied, 0..1: where alpha is small, straight colours of two right answers lie far apart.
 template <class Pixel>
 VX_PixelFloat PremultipliedUnit(const Pixel& p) {

@@ -5,6 +5,8 @@
 
 #ifdef VX_BENCH_OPENCV
 
+#include <algorithm>
+#include <numeric>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
@@ -46,6 +48,32 @@ void Resize(const VX_LayerDef& src, const VX_LayerDef& dst) {
   ExpectInPlace(to, dst);
 }
 
+void Gaussian(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius) {
+  cv::Mat to = Wrap(dst);
+  const cv::Size window(2 * radius + 1, 2 * radius + 1);
+  cv::GaussianBlur(Wrap(src), to, window, SigmaOf(radius), SigmaOf(radius), cv::BORDER_CONSTANT);
+  ExpectInPlace(to, dst);
+}
+
+void Box(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius, int32_t iterations) {
+  cv::Mat to = Wrap(dst);
+  const cv::Size window(2 * radius + 1, 2 * radius + 1);
+  for (int32_t i = 0; i < iterations; ++i) {
+    cv::boxFilter(i == 0 ? Wrap(src) : to, to, -1, window, cv::Point(-1, -1), true,
+                  cv::BORDER_CONSTANT);
+  }
+  ExpectInPlace(to, dst);
+}
+
+void Convolve(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size, const int32_t* kernel) {
+  cv::Mat to = Wrap(dst), weights(size, size, CV_32F);
+  const double sum = std::accumulate(kernel, kernel + size * size, 0.0);
+  std::transform(kernel, kernel + size * size, weights.ptr<float>(),
+                 [sum](int32_t weight) { return static_cast<float>(weight / sum); });
+  cv::filter2D(Wrap(src), to, -1, weights, cv::Point(-1, -1), 0.0, cv::BORDER_CONSTANT);
+  ExpectInPlace(to, dst);
+}
+
 }  // namespace
 
 const OpenCvPeer* OpenCv() {
@@ -56,7 +84,10 @@ const OpenCvPeer* OpenCv() {
                       &Convert,
                       &Resize<cv::INTER_NEAREST>,
                       &Resize<cv::INTER_LINEAR>,
-                      &Resize<cv::INTER_AREA>};
+                      &Resize<cv::INTER_AREA>,
+                      &Gaussian,
+                      &Box,
+                      &Convolve};
   }();
   return &peer;
 }

@@ -8,6 +8,9 @@
 
 #include "VX/VX_Types.h"
 
+// Of the bell that, cut at radius + 1, has the variance of VX_GaussianValue.
+inline double SigmaOf(int32_t radius) { return 0.3965 * (radius + 1); }
+
 struct OpenCvPeer {
   // One value a channel, at the scale of the world.
   void (*fill)(const VX_LayerDef& dst, const double (&channels)[4]);
@@ -18,6 +21,12 @@ struct OpenCvPeer {
   void (*nearest)(const VX_LayerDef& src, const VX_LayerDef& dst);
   void (*linear)(const VX_LayerDef& src, const VX_LayerDef& dst);
   void (*area)(const VX_LayerDef& src, const VX_LayerDef& dst);
+  // Over both axes, 2 * radius + 1 taps on each; zero beyond the border.
+  void (*gaussian)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius);
+  void (*box)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius, int32_t iterations);
+  // A kernel of `size` by `size`, divided by its sum; zero beyond the border.
+  void (*convolve)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size,
+                   const int32_t* kernel);
 };
 const OpenCvPeer* OpenCv();  // null: not installed
 
@@ -25,5 +34,9 @@ struct VipsPeer {
   // Channels of `src` as those of the type of `dst`: shifted by 8 between 8 and 16 bits, not scaled
   // to and from float. The result is memory of its own, taken anew each time.
   void (*cast)(const VX_LayerDef& src, const VX_LayerDef& dst);
+  // As OpenCV's, but the border pixel is repeated beyond. The result is copied to `dst`.
+  void (*gaussian)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius);
+  void (*convolve)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size,
+                   const int32_t* kernel);
 };
 const VipsPeer* Vips();  // null: not installed

@@ -11,6 +11,7 @@ bool RunComposite(const Options& options);
 bool RunModes(const Options& options);
 bool RunCopies(const Options& options);
 bool RunScaling(const Options& options);
+bool RunFilters(const Options& options);
 bool RunSamplers(const Options& options);
 bool RunIterators(const Options& options);
 bool RunScratch(const Options& options);
@@ -26,6 +27,8 @@ inline constexpr Section kSections[] = {
     {"modes", "every mode and depth against its own per-pixel table", &RunModes},
     {"copies", "fills, copies, conversions against memset, memcpy, OpenCV, libvips", &RunCopies},
     {"scaling", "nearest and high quality, down and up, against OpenCV", &RunScaling},
+    {"filters", "blurs, convolutions against OpenCV, libvips; passes by radius, direction",
+     &RunFilters},
     {"samplers", "every sampler by content, against the nearest one and a naive loop",
      &RunSamplers},
     {"iterators", "walks with a function, a lambda, a table, against plain loops", &RunIterators},

@@ -7,8 +7,12 @@
 
 #include <vips/vips.h>
 
+#include <cmath>
+#include <cstring>
+#include <numeric>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -22,22 +26,68 @@ void Expect(bool good) {
   if (!good) throw std::runtime_error(std::string("libvips: ") + vips_error_buffer());
 }
 
+VipsImage* Wrap(const VX_LayerDef& world) {
+  const size_t size = static_cast<size_t>(world.rowbytes) * static_cast<size_t>(world.height);
+  VipsImage* const image =
+      vips_image_new_from_memory(world.data, size, world.width, world.height, 4, FormatOf(world));
+  Expect(image != nullptr);
+  return image;
+}
+
+// Computes an image, which is let go. `dst` null: the pixels are not kept.
+void Compute(VipsImage* image, const VX_LayerDef* dst) {
+  size_t written = 0;
+  void* const pixels = vips_image_write_to_memory(image, &written);
+  g_object_unref(image);
+  Expect(pixels != nullptr);
+  if (dst != nullptr) {
+    const size_t size = static_cast<size_t>(dst->rowbytes) * static_cast<size_t>(dst->height);
+    if (written != size) throw std::runtime_error("libvips gave another type");
+    std::memcpy(dst->data, pixels, size);
+  }
+  g_free(pixels);
+}
+
 void Cast(const VX_LayerDef& src, const VX_LayerDef& dst) {
-  const size_t size = static_cast<size_t>(src.rowbytes) * static_cast<size_t>(src.height);
-  VipsImage* const in =
-      vips_image_new_from_memory(src.data, size, src.width, src.height, 4, FormatOf(src));
-  Expect(in != nullptr);
+  VipsImage* const in = Wrap(src);
   VipsImage* out = nullptr;
   const bool floats = FormatOf(src) == VIPS_FORMAT_FLOAT || FormatOf(dst) == VIPS_FORMAT_FLOAT;
   const bool cast =
       vips_cast(in, &out, FormatOf(dst), "shift", floats ? FALSE : TRUE, nullptr) == 0;
   g_object_unref(in);
   Expect(cast);
-  size_t written = 0;
-  void* const pixels = vips_image_write_to_memory(out, &written);
-  g_object_unref(out);
-  Expect(pixels != nullptr);
-  g_free(pixels);
+  Compute(out, nullptr);
+}
+
+VipsPrecision PrecisionOf(const VX_LayerDef& world) {
+  return FormatOf(world) == VIPS_FORMAT_FLOAT ? VIPS_PRECISION_FLOAT : VIPS_PRECISION_INTEGER;
+}
+
+void Gaussian(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius) {
+  VipsImage* const in = Wrap(src);
+  VipsImage* out = nullptr;
+  // The mask ends where the bell falls below a height: here between its last tap and the next.
+  const double end = (radius + 0.5) / SigmaOf(radius);
+  const bool good =
+      vips_gaussblur(in, &out, SigmaOf(radius), "min_ampl", std::exp(-0.5 * end * end), "precision",
+                     PrecisionOf(src), nullptr) == 0;
+  g_object_unref(in);
+  Expect(good);
+  Compute(out, &dst);
+}
+
+void Convolve(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size, const int32_t* kernel) {
+  const std::vector<double> weights(kernel, kernel + size * size);
+  VipsImage* const mask = vips_image_new_matrix_from_array(size, size, weights.data(), size * size);
+  Expect(mask != nullptr);
+  vips_image_set_double(mask, "scale", std::accumulate(weights.begin(), weights.end(), 0.0));
+  VipsImage* const in = Wrap(src);
+  VipsImage* out = nullptr;
+  const bool good = vips_conv(in, &out, mask, "precision", PrecisionOf(src), nullptr) == 0;
+  g_object_unref(in);
+  g_object_unref(mask);
+  Expect(good);
+  Compute(out, &dst);
 }
 
 }  // namespace
@@ -47,7 +97,7 @@ const VipsPeer* Vips() {
     Expect(vips_init("vx_bench") == 0);
     vips_concurrency_set(1);
     vips_cache_set_max(0);  // every call does its work
-    return VipsPeer{&Cast};
+    return VipsPeer{&Cast, &Gaussian, &Convolve};
   }();
   return &peer;
 }

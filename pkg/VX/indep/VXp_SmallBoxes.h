@@ -24,6 +24,7 @@ class VXp_SmallBoxes {
         radius_(record.x_radius),
         rows_(rows),
         top_(VXp_PixelAddress<Pixel>(src_, 0, rows.first)),
+        in_halves_(InHalves(rows)),
         area_(static_cast<double>(width * rows.length)) {
     for (int32_t i = 0; i < rows.count; ++i) heights_[i] = static_cast<double>(rows.Cover(i));
   }
@@ -66,35 +67,38 @@ class VXp_SmallBoxes {
     return sum;
   }
 
+  // Alpha sums are exact at both depths.
   Raw Finished(const VXp_DoubleLanes& total, const VXp_Extent& columns) const {
-    const double alpha = total.Alpha() * (1.0 / area_);
-    if (alpha < 0.5 - kUnsure) return 0;
-    VXp_DoubleLanes raised =
-        (kind == VXp_BoxAlpha::Straight ? 1.0 / total.Alpha() : 1.0 / area_) * total + 0.5;
-    raised.first[0] = alpha + 0.5;
+    if (2.0 * total.Alpha() < area_) return 0;
+    const double by = kind == VXp_BoxAlpha::Straight ? total.Alpha() : area_;
+    VXp_DoubleLanes raised = (1.0 / by) * total + 0.5;
+    raised.first[0] = (1.0 / area_) * total.Alpha() + 0.5;
     const VXp_IntLanes whole = VXp_Truncated(raised);
     const VXp_DoubleLanes floor = VXp_AsDouble(whole);
-    const auto unsure = Unsure(raised.first - floor.first) | Unsure(raised.second - floor.second);
-    if ((unsure[0] | unsure[1]) != 0) [[unlikely]]
-      return Exact(total, columns);
-    return VXp_Packed<Pixel>(whole);
+    // Where covers are halves of a pixel, many averages lie at a half.
+    const bool halves = in_halves_ && InHalves(columns);
+    if (!halves) {
+      const auto unsure = Unsure(raised.first - floor.first) | Unsure(raised.second - floor.second);
+      if ((unsure[0] | unsure[1]) == 0) [[likely]]
+        return VXp_Packed<Pixel>(whole);
+      if (std::is_same_v<Pixel, VX_Pixel16>) return Exact(columns);
+    }
+    return VXp_Packed<Pixel>(
+        VXp_Truncated({Corrected(floor.first, total.first, VXp_DoublePair{area_, by}),
+                       Corrected(floor.second, total.second, VXp_DoublePair{by, by})}));
   }
 
-  static constexpr double kUnsure = 0x1p-20;
-  static auto Unsure(VXp_DoublePair rest) { return (rest < kUnsure) | (rest > 1 - kUnsure); }
+  static auto Unsure(VXp_DoublePair rest) { return (rest < 0x1p-20) | (rest > 1 - 0x1p-20); }
 
-  // The sums of bytes are whole and exact, those of words where all covers are halves of a pixel.
-  Raw Exact(const VXp_DoubleLanes& total, const VXp_Extent& columns) const {
-    constexpr bool kBytes = std::is_same_v<Pixel, VX_Pixel8>;
-    if (kBytes || (InHalves(columns) && InHalves(rows_))) {
-      const auto number = [](double sum) {
-        return static_cast<uint64_t>(kBytes ? sum : sum * 0x1p-30);
-      };
-      const VXp_Sums<uint64_t> sums{number(total.first[0]), number(total.first[1]),
-                                    number(total.second[0]), number(total.second[1])};
-      return std::bit_cast<Raw>(
-          VXp_Average<kind, Pixel>(sums, VXp_BoxDivisor<uint64_t>(number(area_))));
-    }
+  // A quotient that may be one off, set right by what is left over. For that the sums must be
+  // exact: those of bytes are, and those of words where all covers are halves of a pixel.
+  static VXp_DoublePair Corrected(VXp_DoublePair quotient, VXp_DoublePair sum, VXp_DoublePair by) {
+    const VXp_DoublePair zero{}, one = zero + 1.0;
+    const VXp_DoublePair twice_left = 2.0 * (sum - quotient * by);
+    return quotient + (twice_left >= by ? one : zero) - (twice_left < -by ? one : zero);
+  }
+
+  Raw Exact(const VXp_Extent& columns) const {
     const VXp_BoxDivisor<VXp_WideSum> area(static_cast<VXp_WideSum>(area_));
     return std::bit_cast<Raw>(VXp_Covered<kind, Pixel>(src_, columns, rows_, area));
   }
@@ -107,6 +111,7 @@ class VXp_SmallBoxes {
   VX_Fixed radius_;
   VXp_Extent rows_;
   const char* top_;
+  bool in_halves_;
   double area_;
   double heights_[kMostRows];
 };

@@ -142,50 +142,42 @@ VXp_Sums<typename VXp_BoxTypes<Pixel>::Row> VXp_RowOf(const char* from, const VX
   return row;
 }
 
-// value / by + 0.5 truncated, at most 65535. The product with the reciprocal is off by far less
-// than 1, so it is the quotient or its neighbour.
-template <class Number>
-uint32_t VXp_NearestWhole(Number value, Number by, double estimate) {
-  const Number doubled = 2 * value + by;
-  auto quotient = static_cast<uint32_t>(estimate + 0.5);
-  const Number reached = quotient * (2 * by);
-  if (reached > doubled) {
-    --quotient;
-  } else if (doubled - reached >= 2 * by) {
-    ++quotient;
-  }
-  return quotient;
-}
-
-inline double VXp_AsDouble(uint64_t value) {
-  return static_cast<double>(static_cast<int64_t>(value));
-}
-inline double VXp_AsDouble(VXp_WideSum value) {
-  return static_cast<double>(static_cast<uint64_t>(value >> 64)) * 0x1p64 +
-         static_cast<double>(static_cast<uint64_t>(value));
-}
-
-// Quotients by one number.
+// Quotients by one number, + 0.5 and truncated; at most 65535.
 template <class Total>
 class VXp_BoxDivisor {
  public:
-  explicit VXp_BoxDivisor(Total by) : by_(by), reciprocal_(1.0 / VXp_AsDouble(by)) {}
-
-  // As VXp_NearestWhole.
+  explicit VXp_BoxDivisor(Total by) : by_(by) {}
   uint32_t Quotient(Total value) const {
-    if constexpr (std::is_same_v<Total, VXp_WideSum>) {
-      if ((value | by_) >> 61 == 0) return Nearest(static_cast<uint64_t>(value));
-    }
-    return Nearest(value);
+    return static_cast<uint32_t>((2 * value + by_) / (2 * by_));
   }
 
  private:
-  template <class Number>
-  uint32_t Nearest(Number value) const {
-    return VXp_NearestWhole(value, static_cast<Number>(by_), VXp_AsDouble(value) * reciprocal_);
+  Total by_;
+};
+
+// The product with the reciprocal is off by far less than 1, so it is the quotient or its
+// neighbour.
+template <>
+class VXp_BoxDivisor<uint64_t> {
+ public:
+  explicit VXp_BoxDivisor(uint64_t by) : by_(by), reciprocal_(1.0 / AsDouble(by)) {}
+
+  uint32_t Quotient(uint64_t value) const {
+    const uint64_t doubled = 2 * value + by_;
+    auto quotient = static_cast<uint32_t>(AsDouble(value) * reciprocal_ + 0.5);
+    const uint64_t reached = quotient * (2 * by_);
+    if (reached > doubled) {
+      --quotient;
+    } else if (doubled - reached >= 2 * by_) {
+      ++quotient;
+    }
+    return quotient;
   }
 
-  Total by_;
+ private:
+  static double AsDouble(uint64_t v) { return static_cast<double>(static_cast<int64_t>(v)); }
+
+  uint64_t by_;
   double reciprocal_;
 };
 

@@ -69,9 +69,10 @@ using VX_UnoTransferFunc = VX_Err (*)(int32_t count, const Channel* src, const C
 template <class Channel>
 using VX_UnoFadeFunc = VX_Err (*)(int32_t count, Channel opacity, Channel* row);
 using VX_UnoConvertFunc = VX_Err (*)(int32_t count, int32_t src_depth, const void* src,
-                                     int32_t dst_depth, void* dst);
-using VX_UnoAccumulateFunc = VX_Err (*)(int32_t count, int32_t depth, const void* src,
-                                        int32_t gain_src, int32_t gain_dst, void* dst);
+                                     int16_t flag, int32_t dst_depth, void* dst);
+using VX_UnoAccumulateFunc = VX_Err (*)(int32_t count, int32_t mode, int32_t src_depth,
+                                        const void* src, int32_t gain_src, int32_t gain_dst,
+                                        int32_t dst_depth, void* dst);
 
 // A row of mask samples merged into the alpha of a row of pixels.
 template <class Channel>

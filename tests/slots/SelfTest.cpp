@@ -159,7 +159,7 @@ int SelfTest(const Plan& plan) {
       MakeFault("another level's rule", "VX_SubpixelSampleNoClip_Straight", RoundsAsOtherLevels),
       MakeFault("a cut forgotten", "VX_CopyBits_Draft_Static", ForgetsTheCut),
       MakeFault("progress from nothing", "VX_Iterate_S", CountsFromNothing),
-      MakeFault("a type without a checker", "VX_UnoFadeRow", NobodyChecksThis)};
+      MakeFault("a type without a checker", "VX_TransformWorld_S", NobodyChecksThis)};
   int missed = 0;
   for (const Fault& fault : faults) {
     for (const Slot& slot : AllSlots()) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 #include "VX/VX_Package.h"
+#include "color/VXp_ColorBirth.h"
 #include "frame/VXp_Counters.h"
 #include "frame/VXp_Cpu.h"
 #include "frame/VXp_OverrideTable.h"
@@ -76,7 +77,7 @@ VX_Err VX_Death() {
   if (error == VX_Ok) error = modules_error;
   VXp_DisposeScratch();
   VXp_HousekeepingDeathNoise();
-  // Colour settings hold no process-wide state yet.
+  VXp_DeathEmergencyColorSettings();
   COR_ReleaseClient();
   return error;
 }

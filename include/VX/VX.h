@@ -69,6 +69,7 @@
 #include "VX/VX_Premul.h"
 #include "VX/VX_Sampling.h"
 #include "VX/VX_Transfer.h"
+#include "VX/VX_Transform.h"
 #include "VX/VX_Types.h"
 #include "VX/VX_UnoBuffer.h"
 #include "VX/VX_World.h"

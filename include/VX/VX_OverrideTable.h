@@ -20,9 +20,8 @@
 #include "VX/VX_Iterate.h"
 #include "VX/VX_Sampling.h"
 #include "VX/VX_Transfer.h"
+#include "VX/VX_Transform.h"
 #include "VX/VX_Types.h"
-
-struct M_Matrix3;
 
 // --- signatures ----------------------------------------------------------------------------------
 
@@ -38,15 +37,7 @@ using VX_BlendWorldsFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerD
 
 using VX_TransferRectFunc = decltype(&VX_TransferRect_S);
 
-// `quality` 0 draft, 1 high; `src2dst` non-zero: the matrices map source to destination. More than
-// one matrix is motion blur, in time order.
-using VX_TransformWorldFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
-                                         int32_t field, const VX_LayerDef* src,
-                                         const VX_CompositeModePlus* mode,
-                                         const VX_LinearBlendingTables* tables,
-                                         const VX_TransformMask* mask, const M_Matrix3* matrices,
-                                         int32_t num_matrices, uint8_t src2dst,
-                                         const M_Rect* dst_rect, VX_LayerDef* dst);
+using VX_TransformWorldFunc = decltype(&VX_TransformWorld_S);
 
 // See VX_Premul.h and VX_DepthConvert.h.
 template <class Pixel>

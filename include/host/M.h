@@ -51,6 +51,48 @@ VXHOST_API bool M_UnionRect(const M_Rect& a, const M_Rect& b, M_Rect* out);
 // stop at the ends of 16 bits. Null does nothing.
 VXHOST_API void M_InsetRect(M_Rect* rect, int16_t dh, int16_t dv);
 
+// ---- Matrices -----------------------------------------------------------------------------------
+
+// A vector of the plane with a weight: x, y, w.
+struct M_Vector3 {
+  double x, y, w;
+};
+
+// Nine numbers in row order, applied to row vectors: (x', y', w') = (x, y, w) M. A translation
+// stands in entries 6 and 7. Sums run x, y, w.
+struct M_Matrix3 {
+  double m[9];
+
+  // The image of the point (x, y, 1), divided by its w. With a w of 0 the results are infinite or
+  // not numbers. Null places are skipped.
+  VXHOST_API void TransformPointAndDivide(double x, double y, double* x_out, double* y_out) const;
+};
+static_assert(sizeof(M_Matrix3) == 72);
+
+// The image of a vector, without a division.
+VXHOST_API M_Vector3 M_TransformVector3(const M_Matrix3& matrix, const M_Vector3& vector);
+
+// First a, then b. `out` may be the address of either.
+VXHOST_API void M_ConcatMatrix(const M_Matrix3& a, const M_Matrix3& b, M_Matrix3* out);
+
+// Stores the inverse, and in `invertible` whether there is one; without one `out` stays and nothing
+// is reported. Entries that are not finite, and an inverse whose entries would not be, count as not
+// invertible. `out` may be the address of the matrix. Gives 3 for a null place, else 0.
+VXHOST_API U_Err M_InverseMatrixQuiet(const M_Matrix3& matrix, M_Matrix3* out, bool* invertible);
+
+// Whether each pair of entries differs by at most epsilon. Numbers that are not, differ.
+VXHOST_API bool M_EqualMatrixWithinEpsilon(const M_Matrix3& a, const M_Matrix3& b, double epsilon);
+
+// What a matrix does, the least that covers it: exactly, without a tolerance.
+enum : int32_t {
+  M_MatrixType_Identity = 0,
+  M_MatrixType_Translation = 1,
+  M_MatrixType_Scale = 2,  // along the axes, and a translation
+  M_MatrixType_Affine = 3,
+  M_MatrixType_Perspective = 4  // the third column is not 0, 0, 1
+};
+VXHOST_API int32_t M_GetMatrixType(const M_Matrix3& matrix);
+
 // Stores the addresses of the multiply and the divide table of bytes, 65,536 entries each, found by
 // index a * 256 + v. Either place may be null.
 //   mul: a * v / 255 to the nearest, as (((t + 128) >> 8) + t + 128) >> 8 with t = a * v

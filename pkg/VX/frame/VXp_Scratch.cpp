@@ -24,7 +24,7 @@ struct SharedScratch {
 constinit SharedScratch shared{};
 
 constexpr size_t kIntervals = 256;
-constexpr size_t kMatrixSize = 9 * sizeof(double);
+constexpr size_t kMatrixSize = sizeof(M_Matrix3);
 
 struct Block {
   const char* label;

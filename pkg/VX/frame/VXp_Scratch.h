@@ -6,7 +6,7 @@
 // blur. Unlocked; birth makes it, VX_FreeUpSomeMemory shrinks it, death frees it. The composite
 // calls bring storage of their own, so they may run beside each other.
 
-#include "VX/VX_Transfer.h"
+#include "VX/VX_Transform.h"
 
 enum class VXp_Regrow { IfNeeded, Always };
 
@@ -24,12 +24,5 @@ VX_Err VXp_ReallocScratch(int32_t pixels, int32_t depth_code, VXp_Regrow regrow,
 // Frees everything.
 void VXp_DisposeScratch();
 
+// VX_AllocateMotionBlurScratch makes that many.
 inline constexpr int32_t kVXp_MotionBlocks = 7;
-
-// Allocates the seven blocks of the motion blur, for 256 intervals: positions, row steps and column
-// steps (8 bytes each), two general blocks (16 bytes each), matrices, and sampling records. 0, or 4
-// with no block left allocated.
-VX_Err VX_AllocateMotionBlurScratch(void* (&blocks)[kVXp_MotionBlocks]);
-
-// Frees the blocks that are set, and clears the pointers.
-void VX_DisposeMotionBlurScratch(void* (&blocks)[kVXp_MotionBlocks]);

@@ -9,6 +9,7 @@
 #include "frame/VXp_OverrideTable.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
 #include "indep/VXp_IndepBirth.h"
+#include "transform/VXp_TransformBirth.h"
 
 void VXp_FillTable() {
   VXp_FillNotBuilt(VXp_G_OverFuncs);
@@ -16,5 +17,6 @@ void VXp_FillTable() {
   VXp_FillHousekeepingSlots(VXp_G_OverFuncs);
   VXp_FillFiltersSlots(VXp_G_OverFuncs);
   VXp_FillBlendSlots(VXp_G_OverFuncs);
+  VXp_FillTransformSlots(VXp_G_OverFuncs);
   VXp_RememberBuiltInRoutines();
 }

@@ -1,0 +1,6 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "transform/VXp_TransformBirth.h"
+
+void VXp_FillTransformSlots(VXp_OverrideTable&) {}

@@ -8,7 +8,6 @@
 
 #include "State.h"
 #include "host/BM.h"
-#include "host/COR.h"
 #include "host/EMUL.h"
 #include "host/FILE.h"
 #include "host/LIST.h"
@@ -185,7 +184,7 @@ U_Err RND_GetPrimeSizedTable(uint32_t** table, int32_t* size) {
   return 0;
 }
 
-// ---- Plug-ins, files, colour, window mode -------------------------------------------------------
+// ---- Plug-ins, files, window mode ---------------------------------------------------------------
 
 U_Err PLUG_InstallScan(int32_t zero, int32_t count, const uint32_t* codes, PLUG_FileProc,
                        PLUG_FinishProc finish, void* context) {
@@ -209,25 +208,6 @@ U_Err PLUG_AddSPSuite(int32_t zero1, int32_t zero2, const char* name, int32_t ve
 
 U_Err FILE_AddExtensionMap(const char* extension, uint32_t type, int32_t minus_one) {
   return Enter("FILE_AddExtensionMap", {type, minus_one}, extension);
-}
-
-U_Err COR_GetQIBAddressProc(COR_AddressProc* out) {
-  if (const U_Err error = Enter("COR_GetQIBAddressProc", {})) return error;
-  *out = [](const char*) -> void* { return nullptr; };
-  return 0;
-}
-
-bool COR_BindClient(COR_AddressProc proc) {
-  const U_Err error = Enter("COR_BindClient", {proc != nullptr});
-  const std::lock_guard lock(TheState().mutex);
-  TheState().client_bound = proc && error == 0;
-  return TheState().client_bound;
-}
-
-void COR_ReleaseClient() {
-  Enter("COR_ReleaseClient", {});
-  const std::lock_guard lock(TheState().mutex);
-  TheState().client_bound = false;
 }
 
 void EMUL_BeginGdiMinimalisticWindowCreationMode() {

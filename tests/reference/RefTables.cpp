@@ -35,13 +35,9 @@ int64_t Invert(const std::vector<int64_t>& e, int64_t x) {
 
 }  // namespace
 
-VX_LinearBlendingTables BuildTables(const std::function<double(double)>& curve, float gamma) {
+VX_LinearBlendingTables TablesOf(const uint16_t (&linearize)[256], float gamma) {
   VX_LinearBlendingTables tables{};
-  for (int64_t i = 0; i < 256; ++i) {
-    const int64_t stored = (i * 8421504 + 33200) >> 16;
-    const double linear = curve(static_cast<double>(stored) / 32768);
-    tables.linearize[i] = static_cast<uint16_t>(linear * 32768 + 0.5);
-  }
+  for (int i = 0; i < 256; ++i) tables.linearize[i] = linearize[i];
   const std::vector<int64_t> e = Expand(tables);
   for (int i = 0; i <= kLast; ++i) {
     const int64_t x = ((static_cast<int64_t>(i) << 15) + 2048) >> 12;
@@ -50,6 +46,16 @@ VX_LinearBlendingTables BuildTables(const std::function<double(double)>& curve, 
   tables.gamma = gamma;
   tables.invGamma = static_cast<float>(1.0 / gamma);
   return tables;
+}
+
+VX_LinearBlendingTables BuildTables(const std::function<double(double)>& curve, float gamma) {
+  uint16_t linearize[256];
+  for (int64_t i = 0; i < 256; ++i) {
+    const int64_t stored = (i * 8421504 + 33200) >> 16;
+    const double linear = curve(static_cast<double>(stored) / 32768);
+    linearize[i] = static_cast<uint16_t>(linear * 32768 + 0.5);
+  }
+  return TablesOf(linearize, gamma);
 }
 
 int64_t ByteToLinear(const VX_LinearBlendingTables& tables, int64_t c) {

@@ -2,13 +2,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Linear-light tables from a curve that the caller gives, and the reading of such tables.
+// Linear-light tables from 256 values or a curve that the caller gives, and the reading of such
+// tables.
 
 #include <functional>
 
 #include "VX/VX_LinearBlendingTables.h"
 
 namespace vxref {
+
+// Whatever the values are: 0..32768, rising or not.
+VX_LinearBlendingTables TablesOf(const uint16_t (&linearize)[256], float gamma);
 
 // `curve` takes stored 0..1 to linear 0..1 at the 256 stored values. It need not rise everywhere.
 VX_LinearBlendingTables BuildTables(const std::function<double(double)>& curve, float gamma);

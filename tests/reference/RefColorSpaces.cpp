@@ -1,0 +1,64 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "RefColorSpaces.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vxref {
+namespace {
+
+constexpr Triple kYiq[3] = {
+    {0.299L, 0.587L, 0.114L}, {0.596L, -0.274L, -0.322L}, {0.211L, -0.523L, 0.312L}};
+
+long double Determinant(const Triple& a, const Triple& b, const Triple& c) {
+  return a[0] * (b[1] * c[2] - b[2] * c[1]) - a[1] * (b[0] * c[2] - b[2] * c[0]) +
+         a[2] * (b[0] * c[1] - b[1] * c[0]);
+}
+
+}  // namespace
+
+Triple HlsOf(const Triple& rgb) {
+  const auto [low, high] = std::minmax({rgb[0], rgb[1], rgb[2]});
+  const long double range = high - low, lightness = (high + low) / 2;
+  if (range == 0) return {0, lightness, 0};
+  const long double room = lightness <= 0.5L ? high + low : 2 - high - low;
+  // A sixth of the circle for each pair of neighbouring primaries, counted from the largest.
+  const size_t largest = rgb[0] == high ? 0 : rgb[1] == high ? 1 : 2;
+  const long double turn = (rgb[(largest + 1) % 3] - rgb[(largest + 2) % 3]) / range;
+  const long double degrees = 60 * (2 * static_cast<long double>(largest) + turn);
+  return {degrees < 0 ? degrees + 360 : degrees, lightness, range / room};
+}
+
+// A primary is at full chroma within 60 degrees of itself, and falls to none over the next 60.
+Triple RgbOfHls(const Triple& hls) {
+  const long double chroma = (1 - std::abs(2 * hls[1] - 1)) * hls[2];
+  Triple rgb{};
+  for (size_t i = 0; i < 3; ++i) {
+    const long double apart =
+        std::abs(std::remainder(hls[0] - 120 * static_cast<long double>(i), 360.0L));
+    rgb[i] = hls[1] - chroma / 2 + chroma * std::clamp(2 - apart / 60, 0.0L, 1.0L);
+  }
+  return rgb;
+}
+
+Triple YiqOf(const Triple& rgb) {
+  Triple yiq{};
+  for (size_t i = 0; i < 3; ++i) {
+    for (size_t c = 0; c < 3; ++c) yiq[i] += kYiq[i][c] * rgb[c];
+  }
+  return yiq;
+}
+
+// Three equations by determinants.
+Triple RgbOfYiq(const Triple& yiq) {
+  Triple columns[3];
+  for (size_t c = 0; c < 3; ++c) columns[c] = {kYiq[0][c], kYiq[1][c], kYiq[2][c]};
+  const long double whole = Determinant(columns[0], columns[1], columns[2]);
+  return {Determinant(yiq, columns[1], columns[2]) / whole,
+          Determinant(columns[0], yiq, columns[2]) / whole,
+          Determinant(columns[0], columns[1], yiq) / whole};
+}
+
+}  // namespace vxref

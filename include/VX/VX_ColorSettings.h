@@ -47,10 +47,11 @@ class VX_API VX_ColorSettings {
   // comes first.
   int32_t GetSortOrder(const VX_ColorSettings& other) const;
 
-  // Throws QCE_UnknownID where the pool has never met the ID. The null ID gives null.
+  // Throws QCE_UnknownID where the pool has never met the ID, QCE_BadArgument where there is no
+  // pool. The null ID gives null.
   boost::shared_ptr<COR_QCE_Profile> GetProfile() const;
 
-  // Keeps the identity only; the pool learns the profile.
+  // Keeps the identity only; the pool learns the profile. Throws QCE_BadArgument for null.
   void SetProfile(boost::shared_ptr<COR_QCE_Profile> profile);
 
   _t_QCE_ID GetProfileID() const;
@@ -67,17 +68,18 @@ class VX_API VX_ColorSettings {
   void SetLinearBlending(bool linear_blending);
 
   // The tables for blending: null unless linear blending is chosen and linearize is not; with
-  // `force` in any case. They belong to this object and live until the profile is set, or an object
-  // is assigned to this one.
+  // `force` in any case. They are those of the profile, adjusted or not. They belong to this object
+  // and live until the profile is set, or an object is assigned to this one. Throws QCE_BadArgument
+  // where there is no profile.
   const VX_LinearBlendingTables* GetLinearBlendingTables(bool force) const;
 
-  // The profile, or with linearize its linear counterpart.
+  // The profile, or with linearize its linear counterpart; null without a profile.
   boost::shared_ptr<COR_QCE_Profile> GetAdjustedProfile() const;
 
   // The exponent of the adjusted profile, from stored to linear; that of sRGB without a profile.
   float GetCalGrayGamma() const;
 
-  // True once a profile was resolved or set.
+  // True once a profile was resolved or set, for good; a copy takes it over.
   bool IsValid() const;
 
  private:
@@ -98,6 +100,6 @@ static_assert(sizeof(VX_ColorSettings) == 72);
 // without a lock, the same object until VX_Death.
 VX_API VX_ColorSettings* VX_GetEmergencyColorSettings();
 
-// "Working Space - " and the description of the adjusted profile; "None" for null and for settings
-// that are not valid.
+// "Working Space - " and the description of the adjusted profile; "None" for null, for settings
+// that are not valid, and where there is no profile. Both texts in the user's language.
 VX_API std::u16string VX_GetWorkingSpaceProfileName(const VX_ColorSettings* settings);

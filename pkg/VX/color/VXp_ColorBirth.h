@@ -4,5 +4,6 @@
 
 // What the package's end takes from this room; nothing is made at its start.
 
-// Releases the fallback settings, when somebody asked for them.
+// Releases the fallback settings, when somebody asked for them. The colour engine must still be
+// bound.
 void VXp_DeathEmergencyColorSettings();

@@ -100,6 +100,54 @@ TEST(HostContract, Rectangles) {
   M_InsetRect(nullptr, 1, 1);
 }
 
+TEST(HostContract, Matrices) {
+  const M_Matrix3 a{{2, 0, 0, 1, 4, 0, 3, -5, 1}}, b{{0, 1, 0, -1, 0, 0, 10, 20, 1}};
+  double x = 0, y = 0;
+  a.TransformPointAndDivide(7, 11, &x, &y);  // 7 * 2 + 11 * 1 + 3; 11 * 4 - 5
+  EXPECT_EQ(std::vector<double>({x, y}), std::vector<double>({28, 39}));
+  M_Matrix3 both = a;
+  M_ConcatMatrix(both, b, &both);  // a, then b, which takes (x, y) to (10 - y, 20 + x)
+  both.TransformPointAndDivide(7, 11, &x, &y);
+  EXPECT_EQ(std::vector<double>({x, y}), std::vector<double>({10 - 39, 20 + 28}));
+  const M_Matrix3 tilted{{1, 0, 0.5, 0, 1, 0, 0, 0, 1}};
+  tilted.TransformPointAndDivide(2, 6, nullptr, &y);
+  EXPECT_EQ(y, 3);
+  const M_Vector3 image = M_TransformVector3(tilted, {4, 5, 6});
+  EXPECT_EQ(std::vector<double>({image.x, image.y, image.w}), std::vector<double>({4, 5, 8}));
+
+  bool invertible = false;
+  for (const M_Matrix3& m : {a, both, tilted}) {
+    M_Matrix3 inverse = m;
+    EXPECT_EQ(M_InverseMatrixQuiet(inverse, &inverse, &invertible), 0);
+    EXPECT_TRUE(invertible);
+    M_ConcatMatrix(m, inverse, &inverse);
+    EXPECT_TRUE(M_EqualMatrixWithinEpsilon(inverse, {{1, 0, 0, 0, 1, 0, 0, 0, 1}}, 1e-15));
+  }
+  for (const M_Matrix3& m :
+       {M_Matrix3{{1, 2, 0, 2, 4, 0, 0, 0, 1}}, M_Matrix3{{NAN, 0, 0, 0, 1, 0, 0, 0, 1}},
+        M_Matrix3{{1, 0, 0, 0, 1, 0, INFINITY, 0, 1}},
+        M_Matrix3{{1e-300, 0, 0, 0, 1, 0, 1e9, 0, 1}},
+        M_Matrix3{{1e200, 0, 0, 0, 1e200, 0, 0, 0, 1}}}) {
+    M_Matrix3 kept = a;
+    EXPECT_EQ(M_InverseMatrixQuiet(m, &kept, &invertible), 0);
+    EXPECT_FALSE(invertible) << m.m[0];
+    EXPECT_TRUE(M_EqualMatrixWithinEpsilon(kept, a, 0));
+  }
+  EXPECT_EQ(M_InverseMatrixQuiet(a, nullptr, &invertible), 3);
+  EXPECT_EQ(M_InverseMatrixQuiet(a, &both, nullptr), 3);
+  EXPECT_FALSE(M_EqualMatrixWithinEpsilon({{NAN, 0, 0, 0, 1, 0, 0, 0, 1}}, {{NAN}}, 1e9));
+  EXPECT_FALSE(M_EqualMatrixWithinEpsilon(a, {{2, 0, 0, 1, 4.5, 0, 3, -5, 1}}, 0.25));
+  EXPECT_TRUE(M_EqualMatrixWithinEpsilon(a, {{2, 0, 0, 1, 4.25, 0, 3, -5, 1}}, 0.25));
+
+  const struct {
+    M_Matrix3 matrix;
+    int32_t type;
+  } types[] = {{{{1, 0, 0, -0.0, 1, 0, 0, 0, 1}}, 0}, {{{1, 0, 0, 0, 1, 0, 0, 0.5, 1}}, 1},
+               {{{1, 0, 0, 0, -1, 0, 8, 9, 1}}, 2},   {{{1, 0, 0, 1e-9, 1, 0, 0, 0, 1}}, 3},
+               {{{1, 0, 0, 0, 1, 1e-9, 0, 0, 1}}, 4}, {{{1, 0, 0, 0, 1, 0, 0, 0, 2}}, 4}};
+  for (const auto& c : types) EXPECT_EQ(M_GetMatrixType(c.matrix), c.type);
+}
+
 TEST(HostContract, SubString) {
   const int32_t values[] = {30001, -2147483647 - 1};
   const struct {

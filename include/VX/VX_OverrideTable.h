@@ -53,7 +53,8 @@ template <class Channel>
 using VX_BlurScanFunc = VX_Err (*)(int32_t kind, int32_t length, int32_t start, int32_t end,
                                    VX_Fixed radius, Channel* scratch, Channel* line);
 
-// Rows of one-channel buffers. Depths are 8, 16 or 32; gains are at the depth's scale.
+// Rows of one-channel buffers, at any address. Depths are 8, 16 or 32; gains are at the scale of
+// the source's depth. Opacities are not above full; a null mask is full everywhere.
 template <class Channel>
 using VX_UnoTransferFunc = VX_Err (*)(int32_t count, const Channel* src, const Channel* mask,
                                       Channel* dst);

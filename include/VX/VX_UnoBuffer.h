@@ -10,7 +10,8 @@
 //   Buffers   A null buffer, a wrong magic or missing samples is reported as "damaged mask buffer".
 //             Null and missing samples then give 3 with nothing done; a wrong magic alone is only
 //             reported, and the work goes on.
-//   Areas     Rectangles are clipped to the buffer.
+//   Areas     Rectangles are clipped to the buffer; one that is upside down is empty. Source and
+//             destination may be one buffer where the places are the same.
 //   Depths    A call that is for one depth gives 3 after a report for another. Unknown depths too.
 //   Threads   Any number of threads may work on buffers of their own. Only the Gaussian scans share
 //             something, see there. Rows go through VX_IterateGeneric's slot: a replacement that
@@ -52,7 +53,7 @@ VX_API VX_Err VX_NewDeepUnoBuffer(int32_t width, int32_t height, VX_UnoBuffer** 
 VX_API VX_Err VX_NewUnoBufferOfDepth(int32_t width, int32_t height, int32_t depth,
                                      VX_UnoBuffer** out);
 
-// Frees samples and record; null is accepted.
+// Frees samples and record; null is accepted. A record without samples is reported, and freed.
 VX_API VX_Err VX_DisposeUnoBuffer(VX_UnoBuffer* buffer);
 
 // --- all samples ---------------------------------------------------------------------------------
@@ -67,14 +68,16 @@ VX_API VX_Err VX_FillFloatUnoBuffer(float value, VX_UnoBuffer* buffer);
 // the depth with the opacity rounded to its scale.
 VX_API VX_Err VX_FadeUnoBuffer(double opacity, VX_UnoBuffer* buffer);
 
-// v becomes 1 - v, then is faded by an opacity of which 65536 is 1. `ref` is not read.
+// v becomes 1 - v (0 for a 16-bit sample above the scale), then is faded by an opacity of which
+// 65536 is 1. `ref` is not read.
 VX_API VX_Err VX_InvertUnoBuffer(void* ref, VX_UnoBuffer* buffer);
 VX_API VX_Err VX_InvertAndFadeUnoBuffer(void* ref, VX_Fixed opacity, VX_UnoBuffer* buffer);
 
 // --- from one buffer to another ------------------------------------------------------------------
 
 // The samples of `rect` (null: all), the same places in both, brought to the depth of `dst` as
-// channels of pixels are; inverted when `flag` is not 0. The area is clipped to both buffers.
+// channels of pixels are, and inverted after that when `flag` is not 0. The area is clipped to both
+// buffers.
 // Samples above the scale count as full scale where the depth changes.
 VX_API VX_Err VX_ConvertDeepUnoBuffer(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                       const M_Rect* rect, int16_t flag, VX_UnoBuffer* dst);
@@ -87,7 +90,8 @@ enum : int32_t {
 
 // Mixes `rect` of the source (null: all of it) into the destination with its corner at `point`
 // (null: the rectangle's own corner): d + m (s - d), m from the mask at the source's place; a null
-// mask is 1 everywhere. All three have one depth; the area is clipped to mask and destination.
+// mask is 1 everywhere. All three have one depth; the area is clipped to mask and destination. A
+// distance is rounded alike in both directions.
 VX_API VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                     const VX_UnoBuffer* mask, int32_t mode, const M_Rect* rect,
                                     const M_Point* point, VX_UnoBuffer* dst);
@@ -100,9 +104,11 @@ enum : int32_t {
 
 // Source samples into destination sums, placed as in VX_TransferUnoBuffers. Both have one depth,
 // and the top is full scale; or 8-bit samples go into 16-bit sums as the codes they are, and the
-// top is 65535. Unknown modes give 3. The second form multiplies source and destination by a gain
-// first, 1 for as it is; gains are at least 0 and are rounded to the source depth's scale (255,
-// else 32768). Small areas are worked on by the calling thread alone.
+// top is 65535. Nothing comes out above the top. Unknown modes give 3. The second form multiplies
+// source and destination by a gain first, 1 for as it is, without a limit on the products; gains
+// are 0..32767, else 3, and are rounded to the source depth's scale (255, else 32768). Products of
+// integers are divided by that scale and rounded to the nearest, a half of 32768 down. Small areas
+// are worked on by the calling thread alone.
 VX_API VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                       int32_t mode, const M_Rect* rect, const M_Point* point,
                                       VX_UnoBuffer* dst);

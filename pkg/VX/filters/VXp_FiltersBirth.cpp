@@ -3,8 +3,17 @@
 
 #include "filters/VXp_FiltersBirth.h"
 
+#include "filters/uno/VXp_UnoRows.h"
+
 void VXp_FillFiltersSlots(VXp_OverrideTable& table) {
   table.VX_FastBlur_Straight = VX_FastBlur_Straight;
   table.VX_FastBlur_Premul = VX_FastBlur_Premul;
   table.VX_Convolve = VXp_Convolve_S;
+  table.VX_UnoTransferRow = VXp_UnoTransferRow8;
+  table.VX_UnoTransferRow16 = VXp_UnoTransferRow16;
+  table.VX_UnoTransferRowFloat = VXp_UnoTransferRowFloat;
+  table.VX_UnoFadeRow = VXp_UnoFadeRow8;
+  table.VX_UnoFadeRow16 = VXp_UnoFadeRow16;
+  table.VX_UnoConvertRow = VXp_UnoConvertRow;
+  table.VX_UnoAccumulateRow = VXp_UnoAccumulateRow;
 }

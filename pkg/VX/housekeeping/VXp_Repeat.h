@@ -10,6 +10,6 @@
 // another way for long copies.
 constexpr size_t VXp_PatternBytes(size_t period) { return 512 + period; }
 
-// Writes `bytes` bytes, whole pixels of `period` bytes (4, 8 or 16). The pattern holds the pixel
+// Writes `bytes` bytes, whole pixels of `period` bytes (2, 4, 8 or 16). The pattern holds the pixel
 // again and again.
 void VXp_Repeat(const char* pattern, size_t pattern_bytes, size_t period, char* to, size_t bytes);

@@ -1,0 +1,152 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// One buffer mixed into another through a third.
+
+#include <algorithm>
+#include <cstring>
+
+#include "filters/uno/VXp_UnoPlace.h"
+#include "filters/uno/VXp_UnoRows.h"
+
+namespace {
+
+VX_UnoTransferFunc<uint8_t> TransferRow(VXp_PixelTag<VX_Pixel8>) {
+  return VXp_G_OverFuncs.VX_UnoTransferRow;
+}
+VX_UnoTransferFunc<uint16_t> TransferRow(VXp_PixelTag<VX_Pixel16>) {
+  return VXp_G_OverFuncs.VX_UnoTransferRow16;
+}
+VX_UnoTransferFunc<float> TransferRow(VXp_PixelTag<VX_PixelFloat>) {
+  return VXp_G_OverFuncs.VX_UnoTransferRowFloat;
+}
+
+template <class Pixel>
+class Transfer {
+ public:
+  using Sample = VX_ChannelOf<Pixel>;
+
+  Transfer(const VX_UnoBuffer& src, const VX_UnoBuffer* mask, int32_t mode,
+           const VXp_CopyArea& area, const VX_UnoBuffer& dst)
+      : src_(src), mask_(mask), mode_(mode), area_(area), dst_(dst) {}
+
+  // The modes that clear visit every row of the destination.
+  VX_Err Run(const VX_ProgressInfo* progress) const {
+    const M_LRect whole = VXp_UnoWhole(dst_);
+    if (whole.right == 0) return VX_Ok;
+    const int32_t first = Clears() ? 0 : area_.dest_y;
+    const int32_t rows = Clears() ? whole.bottom : area_.height;
+    return VXp_ForUnoRows(progress, rows,
+                          [&](int32_t, int32_t i) -> VX_Err { return Row(first + i); });
+  }
+
+ private:
+  bool Clears() const {
+    return mode_ == VX_UnoTransfer_ClearAround || mode_ == VX_UnoTransfer_ClearBeyond;
+  }
+
+  void Clear(int32_t y, int32_t from, int32_t to) const {
+    const auto bytes = static_cast<size_t>(to - from) * sizeof(Sample);
+    std::memset(VXp_UnoAddress<Sample>(dst_, from, y), 0, bytes);
+  }
+
+  VX_Err Row(int32_t y) const {
+    const int32_t line = y - area_.dest_y;
+    if (line < 0 || line >= area_.height) {
+      Clear(y, 0, dst_.width);
+      return VX_Ok;
+    }
+    const int32_t left = area_.dest_x, right = left + area_.width;
+    if (Clears()) Clear(y, 0, left);
+    // The source's end may be the row's end; then the two modes differ, but nothing is left.
+    if (mode_ == VX_UnoTransfer_ClearAround || (Clears() && right < dst_.width)) {
+      Clear(y, right, dst_.width);
+    }
+    const int32_t x = area_.source_x, from = area_.source_y + line;
+    return row_(area_.width, VXp_UnoRow<Sample>(src_, x, from),
+                mask_ == nullptr ? nullptr : VXp_UnoRow<Sample>(*mask_, x, from),
+                VXp_UnoRow<Sample>(dst_, left, y));
+  }
+
+  const VX_UnoBuffer& src_;
+  const VX_UnoBuffer* mask_;
+  int32_t mode_;
+  const VXp_CopyArea& area_;
+  const VX_UnoBuffer& dst_;
+  const VX_UnoTransferFunc<Sample> row_ = TransferRow(VXp_PixelTag<Pixel>{});
+};
+
+}  // namespace
+
+VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
+                             const VX_UnoBuffer* mask, int32_t mode, const M_Rect* rect,
+                             const M_Point* point, VX_UnoBuffer* dst) {
+  VX_Err error = VXp_CheckUno(src);
+  if (error == VX_Ok && mask != nullptr) error = VXp_CheckUno(mask);
+  if (error == VX_Ok) error = VXp_CheckUno(dst);
+  if (error != VX_Ok) return error;
+  if (src->depth != dst->depth || (mask != nullptr && mask->depth != dst->depth)) {
+    return VXp_FailVerification("transfer needs mask buffers of the same bitdepth");
+  }
+  const M_LRect bounds = VXp_UnoWhole(mask != nullptr ? *mask : *src);
+  const VXp_CopyArea area = VXp_PlaceUno(*src, bounds, rect, point, *dst);
+  return VXp_WithPixel(dst->depth, kVXp_UnknownDepthText, [&](auto tag) -> VX_Err {
+    return Transfer<typename decltype(tag)::Pixel>(*src, mask, mode, area, *dst).Run(progress);
+  });
+}
+
+// --- rows ----------------------------------------------------------------------------------------
+
+// The signed product rounds the distance as the product of its size does, whichever way it goes:
+// 255 is odd, so nothing lies at a half. Sizes fit 16 bits.
+VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mask, uint8_t* dst) {
+  if (count <= 0) return VX_Ok;
+  if (mask == nullptr) {
+    std::memmove(dst, src, static_cast<size_t>(count));
+    return VX_Ok;
+  }
+  for (int32_t i = 0; i < count; ++i) {
+    const uint8_t s = src[i], d = dst[i];
+    const auto distance = static_cast<uint8_t>(std::max(s, d) - std::min(s, d));
+    const auto t = static_cast<uint16_t>(distance * mask[i] + 128);
+    const auto step = static_cast<uint8_t>(static_cast<uint16_t>(t + (t >> 8)) >> 8);
+    dst[i] = static_cast<uint8_t>(s > d ? d + step : d - step);
+  }
+  return VX_Ok;
+}
+
+// The product from its two halves; 16383 is one below the half, so both ways are told apart.
+VX_Err VXp_UnoTransferRow16(int32_t count, const uint16_t* src, const uint16_t* mask,
+                            uint16_t* dst) {
+  if (count <= 0) return VX_Ok;
+  if (mask == nullptr) {
+    std::memmove(dst, src, static_cast<size_t>(count) * sizeof *dst);
+    return VX_Ok;
+  }
+  for (int32_t i = 0; i < count; ++i) {
+    const auto s = VXp_Load<uint16_t>(src + i), d = VXp_Load<uint16_t>(dst + i);
+    const auto m = VXp_Load<uint16_t>(mask + i);
+    const auto distance = static_cast<uint16_t>(std::max(s, d) - std::min(s, d));
+    const auto high = static_cast<uint16_t>((uint32_t{distance} * m) >> 16);
+    const auto low = static_cast<uint16_t>(uint32_t{distance} * m);
+    const int carry = static_cast<uint16_t>((low & 0x7FFF) + 16383) >> 15;
+    const auto step = static_cast<uint16_t>(high * 2 + (low >> 15) + carry);
+    VXp_Store(dst + i, static_cast<uint16_t>(s > d ? d + step : d - step));
+  }
+  return VX_Ok;
+}
+
+VX_Err VXp_UnoTransferRowFloat(int32_t count, const float* src, const float* mask, float* dst) {
+  const auto mix = [=](auto m) {
+    for (int32_t i = 0; i < count; ++i) {
+      const auto d = VXp_Load<float>(dst + i);
+      VXp_Store(dst + i, d + m(i) * (VXp_Load<float>(src + i) - d));
+    }
+  };
+  if (mask == nullptr) {
+    mix([](int32_t) { return 1.0f; });
+  } else {
+    mix([mask](int32_t i) { return VXp_Load<float>(mask + i); });
+  }
+  return VX_Ok;
+}

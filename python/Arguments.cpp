@@ -1,0 +1,166 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "Arguments.h"
+
+#include <cmath>
+#include <cstring>
+#include <type_traits>
+
+namespace vxpy {
+
+namespace {
+
+std::string Quoted(const py::handle& object) { return std::string(py::repr(object)); }
+
+py::sequence Items(const char* name, const py::object& object, const char* what) {
+  if (PySequence_Check(object.ptr()) == 0 || PyUnicode_Check(object.ptr()) != 0) {
+    throw py::type_error(std::string(name) + ": needs " + what + ", not " + Quoted(object));
+  }
+  return py::reinterpret_borrow<py::sequence>(object);
+}
+
+[[noreturn]] void WrongCount(const char* name, const char* what, const py::object& object) {
+  throw py::value_error(std::string(name) + ": needs " + what + ", not " + Quoted(object));
+}
+
+}  // namespace
+
+const std::vector<ModeName>& Modes() {
+  static const std::vector<ModeName> modes = {
+#define VX_MODE(number, constant, name, piece) {number, name},
+#include "VX/VX_TransferModes.def"
+#undef VX_MODE
+  };
+  return modes;
+}
+
+int32_t ParseMode(const py::object& mode) {
+  if (!py::isinstance<py::str>(mode)) {
+    const auto number = static_cast<int32_t>(ParseWhole("mode", mode, INT32_MIN, INT32_MAX));
+    for (const ModeName& known : Modes()) {
+      if (known.number == number) return number;
+    }
+    throw py::value_error("mode: no transfer mode " + std::to_string(number));
+  }
+  const std::string word = py::str(mode);
+  for (const ModeName& known : Modes()) {
+    if (word == known.name) return known.number;
+  }
+  std::string all;
+  for (const ModeName& known : Modes()) all += (all.empty() ? "" : ", ") + std::string(known.name);
+  throw py::value_error("mode: no transfer mode \"" + word + "\"; there are " + all);
+}
+
+int32_t ParseChoice(const char* name, const py::object& word,
+                    std::initializer_list<const char*> choices) {
+  const bool is_word = py::isinstance<py::str>(word);
+  const std::string wanted = is_word ? std::string(py::str(word)) : "";
+  int32_t place = 0;
+  std::string all;
+  for (const char* choice : choices) {
+    if (is_word && wanted == choice) return place;
+    all += std::string(place == 0 ? "" : ", ") + "\"" + choice + "\"";
+    ++place;
+  }
+  const std::string text = std::string(name) + ": one of " + all + ", not " + Quoted(word);
+  if (!is_word) throw py::type_error(text);
+  throw py::value_error(text);
+}
+
+int32_t ParseField(const py::object& word) {
+  return ParseChoice("field", word, {"both", "even", "odd"});
+}
+
+int32_t ParseQuality(const py::object& word) {
+  return ParseChoice("quality", word, {"draft", "high"});
+}
+
+double ParseNumber(const char* name, const py::object& number, double least, double largest) {
+  const double value = PyFloat_AsDouble(number.ptr());
+  if (PyErr_Occurred() != nullptr) {
+    PyErr_Clear();
+    throw py::type_error(std::string(name) + ": needs a number, not " + Quoted(number));
+  }
+  if (value >= least && value <= largest) return value;
+  char text[128];
+  std::snprintf(text, sizeof text, "%g is not within %g..%g", value, least, largest);
+  throw py::value_error(std::string(name) + ": " + text);
+}
+
+int64_t ParseWhole(const char* name, const py::handle& object, int64_t least, int64_t largest) {
+  const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(object.ptr()));
+  if (!number) {
+    PyErr_Clear();
+    throw py::type_error(std::string(name) + ": needs whole numbers, not " + Quoted(object));
+  }
+  int overflow = 0;
+  const int64_t value = PyLong_AsLongLongAndOverflow(number.ptr(), &overflow);
+  if (overflow != 0 || value < least || value > largest) {
+    throw py::value_error(std::string(name) + ": " + Quoted(object) + " is not within " +
+                          std::to_string(least) + ".." + std::to_string(largest));
+  }
+  return value;
+}
+
+std::optional<M_Rect> ParseRect(const char* name, const py::object& rect) {
+  constexpr char kWhat[] = "(left, top, right, bottom)";
+  if (rect.is_none()) return std::nullopt;
+  const py::sequence items = Items(name, rect, kWhat);
+  if (items.size() != 4) WrongCount(name, kWhat, rect);
+  int16_t sides[4];
+  for (size_t i = 0; i < 4; ++i) {
+    sides[i] = static_cast<int16_t>(ParseWhole(name, py::object(items[i]), INT16_MIN, INT16_MAX));
+  }
+  if (sides[2] <= sides[0] || sides[3] <= sides[1]) {
+    throw py::value_error(std::string(name) + ": right and bottom must lie beyond left and top, " +
+                          Quoted(rect) + " is empty");
+  }
+  M_Rect result{};
+  result.left = sides[0];
+  result.top = sides[1];
+  result.right = sides[2];
+  result.bottom = sides[3];
+  return result;
+}
+
+Place ParsePlace(const char* name, const py::object& at) {
+  const py::sequence items = Items(name, at, "(x, y)");
+  if (items.size() != 2) WrongCount(name, "(x, y)", at);
+  return {static_cast<int32_t>(ParseWhole(name, py::object(items[0]), INT32_MIN, INT32_MAX)),
+          static_cast<int32_t>(ParseWhole(name, py::object(items[1]), INT32_MIN, INT32_MAX))};
+}
+
+template <class Pixel>
+Pixel ParseColor(const py::object& color, Order order) {
+  using Channel = VX_ChannelOf<Pixel>;
+  constexpr char kWhat[] = "three or four numbers";
+  const py::sequence items = Items("color", color, kWhat);
+  const size_t count = items.size();
+  if (count != 3 && count != 4) WrongCount("color", kWhat, color);
+  constexpr int64_t kFull = std::is_same_v<Channel, uint8_t>    ? 255
+                            : std::is_same_v<Channel, uint16_t> ? 32768
+                                                                : 1;
+  Channel channels[4];
+  for (size_t i = 0; i < count; ++i) {
+    const py::object item = items[i];
+    if constexpr (std::is_same_v<Channel, float>) {
+      const double value = PyFloat_AsDouble(item.ptr());
+      if (PyErr_Occurred() != nullptr) throw py::error_already_set();
+      if (!std::isfinite(value))
+        throw py::value_error("color: " + Quoted(color) + " is not finite");
+      channels[i] = static_cast<float>(value);
+    } else {
+      channels[i] = static_cast<Channel>(ParseWhole("color", item, 0, kFull));
+    }
+  }
+  if (count == 3) return {static_cast<Channel>(kFull), channels[0], channels[1], channels[2]};
+  if (order == Order::Argb) return {channels[0], channels[1], channels[2], channels[3]};
+  return {channels[3], channels[0], channels[1], channels[2]};
+}
+
+template VX_Pixel8 ParseColor(const py::object&, Order);
+template VX_Pixel16 ParseColor(const py::object&, Order);
+template VX_PixelFloat ParseColor(const py::object&, Order);
+
+}  // namespace vxpy

@@ -1,0 +1,57 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Words, numbers, rectangles and colours as arguments. Every function throws ValueError or
+// TypeError with one sentence that begins with the argument's name; so bindings take objects, and
+// not what pybind11 would convert with words of its own.
+
+#include <pybind11/pybind11.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Pictures.h"
+#include "VX/VX_Transfer.h"
+
+namespace vxpy {
+
+// "screen" or its number.
+int32_t ParseMode(const py::object& mode);
+
+struct ModeName {
+  int32_t number;
+  const char* name;
+};
+const std::vector<ModeName>& Modes();
+
+// One of a few words; gives its place in the list.
+int32_t ParseChoice(const char* name, const py::object& word,
+                    std::initializer_list<const char*> choices);
+
+// "both", "even" or "odd" as VX_Field_...
+int32_t ParseField(const py::object& word);
+// "draft" or "high" as VX_Quality_...
+int32_t ParseQuality(const py::object& word);
+
+// A number of a range, which also keeps out what is not a number; and a whole one.
+double ParseNumber(const char* name, const py::object& number, double least, double largest);
+int64_t ParseWhole(const char* name, const py::handle& number, int64_t least, int64_t largest);
+
+// (left, top, right, bottom) as the library has it; None gives none. Right and bottom are exclusive
+// and must lie beyond left and top.
+std::optional<M_Rect> ParseRect(const char* name, const py::object& rect);
+
+// (x, y), whole numbers of 32 bits.
+struct Place {
+  int32_t x = 0, y = 0;
+};
+Place ParsePlace(const char* name, const py::object& at);
+
+// Four numbers in an order, at the scale of a pixel: 0..255, 0..32768, any finite floats. Three are
+// opaque.
+template <class Pixel>
+Pixel ParseColor(const py::object& color, Order order);
+
+}  // namespace vxpy

@@ -1,0 +1,31 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The tables for linear light as an argument.
+
+#include <boost/shared_ptr.hpp>
+
+#include "Pictures.h"
+#include "VX/VX_LinearBlendingTables.h"
+
+namespace vxpy {
+
+using LinearTablesPtr = boost::shared_ptr<const VX_LinearBlendingTables>;
+
+// vx.LinearTables.
+struct LinearTables {
+  LinearTablesPtr tables;
+};
+
+// A vx.LinearTables, or None for null.
+inline LinearTablesPtr ParseTables(const py::object& tables) {
+  if (tables.is_none()) return nullptr;
+  if (!py::isinstance<LinearTables>(tables)) {
+    throw py::type_error("tables: needs vx.LinearTables or None, not " +
+                         std::string(py::repr(tables)));
+  }
+  return tables.cast<const LinearTables&>().tables;
+}
+
+}  // namespace vxpy

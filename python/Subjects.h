@@ -1,0 +1,13 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// A file a subject: each adds its functions and classes to the module.
+
+#include <pybind11/pybind11.h>
+
+namespace vxpy {
+
+void AddBlend(pybind11::module_& module);
+
+}  // namespace vxpy

@@ -1,0 +1,20 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The compiled half of the Python module. vx/__init__.py is its face.
+
+#include "Errors.h"
+#include "Pictures.h"
+#include "Subjects.h"
+
+PYBIND11_MODULE(_vx, module) {
+  vxpy::AddErrors(module);
+  vxpy::AddWorld(module);
+  vxpy::AddBlend(module);
+  module.def("birth", &vxpy::Birth,
+             "Starts the library; importing the module has done so. Again after vx.death().");
+  module.def("death", &vxpy::Death,
+             "Ends the library and frees what it keeps. Every later call raises vx.Error until "
+             "vx.birth(). RuntimeError while other threads are at work.");
+  vxpy::Birth();
+}

@@ -1,0 +1,17 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""VX: fills, copies, samples, scales, blurs, transforms and composites pictures.
+
+A picture is a NumPy array of height x width x 4 (red, green, blue, alpha; straight alpha) or x 3
+(opaque), or a vx.World. uint8 is 0..255, uint16 is 0..32768 (white is 32768, not 65535), float32 is
+0..1 nominal. Functions change nothing but `out`; without it they give a new array (a new World for
+a World). The interpreter's lock is free while pixels are worked on.
+
+The library works on alpha, red, green, blue: with order="argb" arrays are used where they lie; in
+the default order each call converts them once on the way in and once on the way out.
+"""
+
+from ._blend import modes, transfer
+from ._vx import Error, LinearTables, World, birth, death
+
+__all__ = ["Error", "LinearTables", "World", "birth", "death", "modes", "transfer"]

@@ -1,0 +1,26 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""What arguments are, for annotations."""
+
+from __future__ import annotations
+
+from collections.abc import Callable, Sequence
+from typing import Literal, Union
+
+import numpy
+
+from ._vx import LinearTables, World
+
+__all__ = ["Color", "Field", "LinearTables", "MaskUse", "Order", "Picture", "Place", "Progress",
+           "Quality", "Rect"]
+
+# A picture: height x width x 4 or x 3 of uint8, uint16 or float32; or a World.
+Picture = Union[numpy.ndarray, World]
+Order = Literal["rgba", "argb"]
+Place = tuple[int, int]
+Rect = tuple[int, int, int, int]
+Color = Sequence[float]
+Field = Literal["both", "even", "odd"]
+Quality = Literal["draft", "high"]
+MaskUse = Literal["alpha", "inverse-alpha", "luma", "inverse-luma"]
+Progress = Callable[[int, int], object]

@@ -4,10 +4,8 @@
 
 // The tables for linear light as an argument.
 
-#include <boost/shared_ptr.hpp>
-
 #include "Pictures.h"
-#include "VX/VX_LinearBlendingTables.h"
+#include "VX/VX_ColorSettings.h"
 
 namespace vxpy {
 

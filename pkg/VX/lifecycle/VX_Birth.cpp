@@ -3,6 +3,7 @@
 
 #include "VX/VX_Package.h"
 #include "color/VXp_ColorBirth.h"
+#include "filters/VXp_FiltersBirth.h"
 #include "frame/VXp_Counters.h"
 #include "frame/VXp_Cpu.h"
 #include "frame/VXp_OverrideTable.h"
@@ -77,6 +78,7 @@ VX_Err VX_Death() {
   if (error == VX_Ok) error = modules_error;
   VXp_DisposeScratch();
   VXp_HousekeepingDeathNoise();
+  VXp_FiltersDeathScanKernel();
   VXp_DeathEmergencyColorSettings();
   COR_ReleaseClient();
   return error;

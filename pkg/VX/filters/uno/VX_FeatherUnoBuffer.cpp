@@ -1,0 +1,195 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Scans over a whole buffer: along all rows, then down all columns.
+
+#include <algorithm>
+
+#include "VX/VX_UnoBuffer.h"
+#include "filters/VXp_BlurScratch.h"
+#include "filters/uno/VXp_ScanLines.h"
+#include "filters/uno/VXp_UnoBuffer.h"
+
+namespace {
+
+constexpr int32_t kMostRadius = 32767;
+
+VX_Err Refuse(const char* text, int32_t line = __builtin_LINE()) {
+  return VXp_FailVerification(kVXp_UnoNumber, line, text);
+}
+
+// What happens to each whole line of a direction.
+struct Direction {
+  Direction(int32_t feather, int32_t length, double radius)
+      : kind(feather == VX_Feather_Box        ? VX_UnoScan_OneBox
+             : feather == VX_Feather_Gaussian ? VX_UnoScan_Gaussian
+                                              : VX_UnoScan_Soft) {
+    const auto fixed = static_cast<VX_Fixed>(radius * 65536.0 + 0.5);
+    const auto planner = feather == VX_Feather_Gaussian ? &VXp_PlanGaussianScan : &VXp_PlanBoxScan;
+    plan = planner(kind, length, 0, length, fixed);
+  }
+
+  bool Idle() const { return plan.road == VXp_ScanRoad::kNone; }
+  // Places in scratch.
+  int64_t Places() const {
+    return plan.road == VXp_ScanRoad::kGaussian ? plan.last - plan.first + 2 * plan.half
+                                                : plan.to - plan.from;
+  }
+
+  int32_t kind;
+  VXp_ScanPlan plan;
+};
+
+// The kernel of one call: that of the process may change while several threads read.
+struct OwnKernel {
+  OwnKernel() = default;
+  ~OwnKernel() { VXp_FreeScanKernel(&kernel); }
+  OwnKernel(const OwnKernel&) = delete;
+
+  VXp_ScanKernel kernel{};
+};
+
+// The slots of the scans by sample. Float has none.
+VX_BlurScanFunc<uint8_t> BoxSlot(uint8_t) { return VXp_G_OverFuncs.VX_BoxBlurUnoScan; }
+VX_BlurScanFunc<uint16_t> BoxSlot(uint16_t) { return VXp_G_OverFuncs.VX_BoxBlurDeepUnoScan; }
+VX_BlurScanFunc<float> BoxSlot(float) { return &VX_BoxBlurFloatUnoScan; }
+
+// Both directions in one count of steps.
+struct Steps {
+  VX_ProgressInfo Info() {
+    VX_ProgressInfo info{};
+    info.progress_func = &Tell;
+    info.progress_refcon = this;
+    return info;
+  }
+  static VX_Err Tell(void* refcon, int32_t step, int32_t) {
+    const auto& steps = *static_cast<const Steps*>(refcon);
+    return steps.progress->progress_func(steps.progress->progress_refcon, steps.before + step,
+                                         steps.all);
+  }
+
+  const VX_ProgressInfo* progress;
+  int32_t before, all;
+};
+
+template <class Sample>
+class Feather {
+ public:
+  Feather(const VX_ProgressInfo* progress, int32_t feather, double radius_x, double radius_y,
+          const VX_UnoBuffer& buffer)
+      : progress_(progress),
+        buffer_(buffer),
+        along_(feather, buffer.width, radius_x),
+        down_(feather, buffer.height, radius_y) {}
+
+  VX_Err Run() {
+    if (buffer_.width <= 0 || buffer_.height <= 0) return VX_Ok;
+    const int32_t bundles = (buffer_.width - 1) / kLines + 1;
+    const int32_t rows = along_.Idle() ? 0 : buffer_.height;
+    const int32_t all = rows + (down_.Idle() ? 0 : bundles);
+    if (!along_.Idle()) {
+      VXp_ThrowIf(Pass(along_, /*lines=*/1, rows, 0, all,
+                       [&](int32_t row, char* a, char*) { return Row(row, a); }));
+    }
+    if (!down_.Idle()) {
+      VXp_ThrowIf(Pass(down_, kLines, bundles, rows, all,
+                       [&](int32_t i, char* a, char* b) { return Columns(i * kLines, a, b); }));
+    }
+    return VX_Ok;
+  }
+
+ private:
+  // Two cache lines of a row at the most.
+  static constexpr int32_t kLines = sizeof(Sample) == 1 ? 64 : 32;
+  static_assert(kLines <= kVXp_ScanBlock);
+
+  template <class Work>
+  VX_Err Pass(const Direction& direction, int32_t lines, int32_t items, int32_t before, int32_t all,
+              const Work& work) {
+    if (direction.plan.road == VXp_ScanRoad::kGaussian &&
+        kernel_.kernel.radius != direction.plan.radius) {
+      VXp_ThrowIf(VXp_MakeScanKernel(direction.plan.radius, &kernel_.kernel));
+    }
+    const VXp_BlurScratch scratch(lines > 1 && direction.plan.passes > 1 ? 2 : 1,
+                                  ScratchSize(direction, lines));
+    Steps steps{progress_, before, all};
+    const VX_ProgressInfo info = steps.Info();
+    const bool tells = progress_ != nullptr && progress_->progress_func != nullptr;
+    return VXp_ForUnoRows(tells ? &info : nullptr, items, [&](int32_t thread, int32_t i) -> VX_Err {
+      if (thread < 0 || thread >= scratch.threads()) return VX_ErrBadParameter;
+      return work(i, scratch.Row(thread, 0), scratch.Row(thread, 1));
+    });
+  }
+
+  int64_t ScratchSize(const Direction& direction, int32_t lines) const {
+    const int64_t samples = lines == 1 ? VX_UnoScanScratch(buffer_.width, direction.plan.radius)
+                                       : direction.Places() * lines;
+    return samples * static_cast<int64_t>(sizeof(Sample));
+  }
+
+  VX_Err Row(int32_t row, char* memory) const {
+    auto* const scratch = reinterpret_cast<Sample*>(memory);
+    char* const line = VXp_UnoAddress<Sample>(buffer_, 0, row);
+    if (along_.plan.road == VXp_ScanRoad::kGaussian) {
+      Gaussian(along_.plan, {line, sizeof(Sample)}, 1, scratch, {line, sizeof(Sample)});
+      return VX_Ok;
+    }
+    return BoxSlot(Sample{})(along_.kind, buffer_.width, 0, buffer_.width, along_.plan.radius,
+                             scratch, reinterpret_cast<Sample*>(line));
+  }
+
+  // Passes from scratch to scratch; the last one writes the buffer.
+  VX_Err Columns(int32_t first, char* memory, char* other_memory) const {
+    const VXp_ScanPlan& plan = down_.plan;
+    const int32_t lines = std::min(kLines, buffer_.width - first);
+    const ptrdiff_t stride = ptrdiff_t{buffer_.width} * static_cast<ptrdiff_t>(sizeof(Sample));
+    char* const columns = VXp_UnoAddress<Sample>(buffer_, first, 0);
+    auto* from = reinterpret_cast<Sample*>(memory);
+    auto* to = reinterpret_cast<Sample*>(other_memory);
+    const VXp_ScanSource source{columns, stride};
+    const VXp_ScanOutput out{columns, stride};
+    if (plan.road == VXp_ScanRoad::kGaussian) {
+      Gaussian(plan, source, lines, from, out);
+      return VX_Ok;
+    }
+    VXp_CopyPlaces(source, lines, plan.from, plan.to, from);
+    for (int32_t pass = 1; pass < plan.passes; ++pass, std::swap(from, to)) {
+      const ptrdiff_t packed = lines * static_cast<ptrdiff_t>(sizeof(Sample));
+      VXp_BoxScan<Sample>(plan, {from, lines}).Run({reinterpret_cast<char*>(to), packed});
+    }
+    VXp_BoxScan<Sample>(plan, {from, lines}).Run(out);
+    return VX_Ok;
+  }
+
+  void Gaussian(const VXp_ScanPlan& plan, const VXp_ScanSource& source, int32_t lines,
+                Sample* scratch, const VXp_ScanOutput& out) const {
+    VXp_LayOutPlaces(plan, source, lines, scratch);
+    VXp_GaussianScan(plan, kernel_.kernel, scratch, lines, out);
+  }
+
+  const VX_ProgressInfo* const progress_;
+  const VX_UnoBuffer& buffer_;
+  const Direction along_, down_;
+  OwnKernel kernel_;
+};
+
+bool GoodRadius(double radius) { return radius >= 0 && radius <= kMostRadius; }
+
+}  // namespace
+
+VX_Err VX_FeatherUnoBuffer(VX_ProgressInfo* progress, int32_t feather, double radius_x,
+                           double radius_y, VX_UnoBuffer* buffer) {
+  return VXp_Guarded([&]() -> VX_Err {
+    if (feather < VX_Feather_Box || feather > VX_Feather_Gaussian) {
+      return Refuse("unknown kind of feather");
+    }
+    if (!GoodRadius(radius_x) || !GoodRadius(radius_y))
+      return Refuse("feather radius out of range");
+    const VX_Err error = VXp_CheckUno(buffer);
+    if (error != VX_Ok) return error;
+    return VXp_WithPixel(buffer->depth, kVXp_UnknownDepthText, [&](auto tag) -> VX_Err {
+      using Sample = VX_ChannelOf<typename decltype(tag)::Pixel>;
+      return Feather<Sample>(progress, feather, radius_x, radius_y, *buffer).Run();
+    });
+  });
+}

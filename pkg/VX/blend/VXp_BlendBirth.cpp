@@ -9,6 +9,7 @@
 #include "VX/VX_OverrideTable.h"
 #include "blend/VXp_CompositeRect.h"
 #include "blend/VXp_RowStages.h"
+#include "blend/mask/VXp_MergeMaskRow.h"
 
 namespace {
 
@@ -77,4 +78,10 @@ void VXp_FillBlendSlots(VXp_OverrideTable& table) {
   table.VX_GetInnerBlendingMaskFloat = &VX_GetInnerBlendingFunc<VX_PixelFloat, true, false>;
   table.VX_GetInnerBlendingLinearFloat = &VX_GetInnerBlendingFunc<VX_PixelFloat, false, true>;
   table.VX_GetInnerBlendingMaskLinearFloat = &VX_GetInnerBlendingFunc<VX_PixelFloat, true, true>;
+
+  table.VX_MergeMaskRow8From8 = &VXp_MergeMaskRow8<uint8_t>;
+  table.VX_MergeMaskRow8From16 = &VXp_MergeMaskRow8<uint16_t>;
+  table.VX_MergeMaskRow8FromFloat = &VXp_MergeMaskRow8<float>;
+  table.VX_MergeMaskRow16 = &VXp_MergeMaskRowOfDepth<VX_Pixel16>;
+  table.VX_MergeMaskRowFloat = &VXp_MergeMaskRowOfDepth<VX_PixelFloat>;
 }

@@ -6,5 +6,6 @@
 
 struct VXp_OverrideTable;
 
-// Puts the transfer, the stages of a row and the twelve choosers of row loops into their slots.
+// Puts the transfer, the stages of a row, the twelve choosers of row loops and the merging of masks
+// into their slots.
 void VXp_FillBlendSlots(VXp_OverrideTable& table);

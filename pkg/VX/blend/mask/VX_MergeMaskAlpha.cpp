@@ -1,0 +1,109 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The alpha of a world times a mask buffer.
+
+#include <algorithm>
+
+#include "VX/VX_Mask.h"
+#include "VX/VX_World.h"
+#include "blend/mask/VXp_MergeMaskRow.h"
+#include "filters/uno/VXp_UnoBuffer.h"
+#include "frame/VXp_Dispatch.h"
+#include "frame/VXp_Rows.h"
+
+namespace {
+
+// The slots of the rows, by pixel. The depth was checked.
+VX_Err RowOfSlot(int32_t count, int32_t depth, const void* mask, VX_Pixel8* row) {
+  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
+  switch (depth) {
+    case 8: return slots.VX_MergeMaskRow8From8(count, static_cast<const uint8_t*>(mask), row);
+    case 16: return slots.VX_MergeMaskRow8From16(count, static_cast<const uint16_t*>(mask), row);
+    default: return slots.VX_MergeMaskRow8FromFloat(count, static_cast<const float*>(mask), row);
+  }
+}
+VX_Err RowOfSlot(int32_t count, int32_t depth, const void* mask, VX_Pixel16* row) {
+  return VXp_G_OverFuncs.VX_MergeMaskRow16(count, depth, mask, row);
+}
+VX_Err RowOfSlot(int32_t count, int32_t depth, const void* mask, VX_PixelFloat* row) {
+  return VXp_G_OverFuncs.VX_MergeMaskRowFloat(count, depth, mask, row);
+}
+
+template <class Pixel>
+void ClearAlpha(char* row, int32_t count) {
+  for (ptrdiff_t i = 0; i < count; ++i) {
+    VXp_Store(row + i * static_cast<ptrdiff_t>(sizeof(Pixel)), VX_ChannelOf<Pixel>{});
+  }
+}
+
+struct Place {
+  int32_t h, v;
+};
+
+// The part of the world on which the buffer's values fall; all zeros where there is none.
+M_LRect AreaOf(const VX_World& world, Place place, const M_Rect* rect, const VX_UnoBuffer& buffer,
+               const VX_UnoBuffer* second) {
+  const auto reach = [](int32_t from, int32_t size) {
+    return static_cast<int32_t>(std::clamp<int64_t>(int64_t{from} + size, INT32_MIN, INT32_MAX));
+  };
+  M_LRect area = {0, 0, world.width, world.height};
+  if (rect != nullptr) area = VXp_Section(area, VXp_LRectOf(*rect));
+  for (const VX_UnoBuffer* bounds : {&buffer, second}) {
+    if (bounds == nullptr) continue;
+    area = VXp_Section(
+        area, {place.h, place.v, reach(place.h, bounds->width), reach(place.v, bounds->height)});
+  }
+  const bool empty = area.right <= area.left || area.bottom <= area.top;
+  return empty ? M_LRect{} : area;
+}
+
+template <class Pixel>
+VX_Err Merge(const VX_ProgressInfo* progress, Place place, const M_LRect& area,
+             const VX_UnoBuffer& buffer, const VX_World& world) {
+  return VXp_ForUnoRows(progress, world.height, [&](int32_t, int32_t y) -> VX_Err {
+    char* const row = VXp_PixelAddress<Pixel>(world, 0, y);
+    if (y < area.top || y >= area.bottom) {
+      ClearAlpha<Pixel>(row, world.width);
+      return VX_Ok;
+    }
+    const auto at = [&](int32_t x) { return VXp_PixelAddress<Pixel>(world, x, y); };
+    ClearAlpha<Pixel>(row, area.left);
+    ClearAlpha<Pixel>(at(area.right), world.width - area.right);
+    const ptrdiff_t sample = ptrdiff_t{y - place.v} * buffer.width + (area.left - place.h);
+    const char* const mask = static_cast<const char*>(*buffer.data) + sample * (buffer.depth / 8);
+    return RowOfSlot(area.right - area.left, buffer.depth, mask,
+                     reinterpret_cast<Pixel*>(at(area.left)));
+  });
+}
+
+// Calls `merge` with the tag of the world's class.
+template <class Body>
+VX_Err WithClassOf(const VX_World* world, Body&& merge) {
+  if (dynamic_cast<const VX_WorldX<VX_Pixel8>*>(world)) return merge(VXp_PixelTag<VX_Pixel8>{});
+  if (dynamic_cast<const VX_WorldX<VX_Pixel16>*>(world)) return merge(VXp_PixelTag<VX_Pixel16>{});
+  if (dynamic_cast<const VX_WorldX<VX_PixelFloat>*>(world)) {
+    return merge(VXp_PixelTag<VX_PixelFloat>{});
+  }
+  return VXp_FailVerification(kVXp_MergeDepthText);
+}
+
+}  // namespace
+
+VX_Err VX_MergeMaskAlpha(VX_ProgressInfo* progress, int16_t h, int16_t v, const M_Rect* rect,
+                         const VX_UnoBuffer* buffer, const VX_UnoBuffer* second, VX_World* world) {
+  return VXp_Guarded([&]() -> VX_Err {
+    const VX_Err error = VXp_CheckUno(buffer);
+    if (error != VX_Ok) return error;
+    return WithClassOf(world, [&](auto tag) -> VX_Err {
+      using Pixel = typename decltype(tag)::Pixel;
+      const bool known = buffer->depth == 8 || buffer->depth == 16 || buffer->depth == 32;
+      if (!known) return VXp_FailVerification(kVXp_MergeDepthText);
+      if (world->width <= 0 || world->height <= 0) return VX_Ok;
+      if (world->data == nullptr) return VXp_FailVerification("mask for a world without pixels");
+      const Place place{h, v};
+      return Merge<Pixel>(progress, place, AreaOf(*world, place, rect, *buffer, second), *buffer,
+                          *world);
+    });
+  });
+}

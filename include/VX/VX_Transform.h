@@ -7,9 +7,15 @@
 //
 // Positions. Pixel centres lie on whole numbers and there is no half-pixel shift: destination pixel
 // (x, y) shows the source at the position that (x, y, 1) maps to. M_Matrix3 (host/M.h) is applied
-// to row vectors. A perspective is drawn row by row as the affine map at the row's first pixel.
-// Positions are walked in 16.16 fixed point; what lies further from the source's origin than that
-// reaches is transparent and does not come round again.
+// to row vectors. Positions are walked in steps of 1/65536 pixel from the first pixel drawn, each
+// row and each column adding the same step, which is rounded once, half away from zero; so a
+// perspective is drawn as the affine map at that pixel. What lies further from the source's origin
+// than 16.16 fixed point reaches is transparent and does not come round again.
+//
+// Area. Each matrix contributes the bounds of what it makes of (-1, -1) to (w, h) of the source,
+// outwards to whole pixels and by one pixel more; together they are cut to the rectangle, the
+// destination, and the mask unless that is inverted. Nothing outside is drawn; the rows of dissolve
+// count from the top of it, and modes that write transparent pixels write them in it.
 //
 // Quality. Draft takes the nearest pixel. High is bilinear, or, where the source is reduced, the
 // average over each pixel's footprint. A translation alone, in draft also one of fractions, is a

@@ -86,7 +86,7 @@ TEST_F(VXpOverrideTable, AfterBirthTheListedSlotsAndNoOthersAreFilled) {
 TEST_F(VXpOverrideTable, StandInsNameTheirRoutine) {
   EXPECT_EQ(VXp_NotBuilt<57>::Call(1, 2, nullptr), 3);
   ExpectOneReport(0x2503E7, 0, "VX_SubpixelSampleComputeWeight not built yet");
-  EXPECT_EQ(VXp_NotBuilt<82>::Call(1, 8, nullptr, 0, 0, nullptr), 3);
+  EXPECT_EQ(VXp_NotBuilt<82>::Call(1, 0, 8, nullptr, 0, 0, 16, nullptr), 3);
   ExpectOneReport(0x2503E7, 0, "VX_UnoAccumulateRow not built yet");
   VXp_OverrideTable table;
   VXp_FillNotBuilt(table);

@@ -76,6 +76,14 @@ void EachSample(Plane<To>* plane, Change change) {
 
 // --- samples ---
 
+// 1 - v; integers above the scale give 0.
+template <class Sample>
+Sample Inverted(Sample v) {
+  using D = DepthOfSample<Sample>;
+  if constexpr (kFloat<Sample>) return D::Inv(v);
+  return static_cast<Sample>(Max(D::Inv(v), typename D::Wide{0}));
+}
+
 // d moved toward s by m; rounded alike upwards and downwards.
 uint8_t Moved(uint8_t s, uint8_t m, uint8_t d) {
   const int64_t e = int64_t{s} - d;
@@ -97,7 +105,7 @@ float Gained(float v, int64_t gain, int64_t) { return v * (static_cast<float>(ga
 
 template <class Wide>
 Wide Accumulated(int32_t mode, Wide s, Wide d, Wide top) {
-  if (mode == VX_UnoAccumulate_Subtract) return Max(d - s, Wide{0});
+  if (mode == VX_UnoAccumulate_Subtract) return Min(Max(d - s, Wide{0}), top);
   return Min(mode == VX_UnoAccumulate_Add ? d + s : s, top);
 }
 
@@ -121,9 +129,7 @@ void Fade(double opacity, Plane<Sample>* plane) {
 
 template <class Sample>
 void InvertAndFade(VX_Fixed opacity, Plane<Sample>* plane) {
-  EachSample(plane, [&](int64_t, int64_t, Sample* v) {
-    *v = static_cast<Sample>(DepthOfSample<Sample>::Inv(*v));
-  });
+  EachSample(plane, [&](int64_t, int64_t, Sample* v) { *v = Inverted(*v); });
   Fade(opacity / 65536.0, plane);
 }
 
@@ -133,7 +139,7 @@ void Convert(const Plane<From>& src, const M_Rect* rect, bool invert, Plane<To>*
   EachSample(dst, [&](int64_t x, int64_t y, To* v) {
     if (!area.Covers(x, y)) return;
     *v = SampleAs<To>(src.At(x, y));
-    if (invert) *v = static_cast<To>(DepthOfSample<To>::Inv(*v));
+    if (invert) *v = Inverted(*v);
   });
 }
 

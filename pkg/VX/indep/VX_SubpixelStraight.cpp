@@ -13,6 +13,7 @@
 #include <cmath>
 
 #include "indep/VXp_Rounding.h"
+#include "indep/VXp_SampleLine.h"
 #include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
@@ -142,6 +143,44 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
   return VX_Ok;
 }
 
+// Equal alphas that are not 0. The plain mix is exact in double precision, so it may go down the
+// columns first, and gives the common alpha by itself.
+uint32_t MixedAlike(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
+  const VXp_ByteColumns columns(pairs, fy);
+  const VXp_DoubleLanes left = VXp_AsDouble(columns.left);
+  const VXp_DoubleLanes rise = VXp_AsDouble(columns.right - columns.left);
+  const double a = static_cast<double>(fx) * 0x1p-32;
+  return VXp_Packed8(VXp_Rounded(0x1p-16 * left + a * rise));
+}
+
+uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
+  const double a = static_cast<double>(fx) * 0x1p-16, b = static_cast<double>(fy) * 0x1p-16;
+  const auto between = [](const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, double way) {
+    return VXp_DoubleLanes{from.first + way * (to.first - from.first),
+                           from.second + way * (to.second - from.second)};
+  };
+  const VXp_DoubleLanes left = between(VXp_Doubles(quad.p00), VXp_Doubles(quad.p01), b);
+  const VXp_DoubleLanes right = between(VXp_Doubles(quad.p10), VXp_Doubles(quad.p11), b);
+  return VXp_Packed16(Rule<VX_Pixel16>::Whole(between(left, right, a)));
+}
+
+// One pixel of a line.
+template <class Pixel>
+struct As {};
+uint32_t LinePixel(const char* upper, const char* lower, uint32_t fx, uint32_t fy, As<VX_Pixel8>) {
+  const VXp_BytePairs pairs(upper, lower);
+  if ((fx | fy) == 0 || pairs.SamePixels()) return pairs.First();
+  if (pairs.SameAlphas()) return (pairs.upper & 0xFF) == 0 ? 0 : MixedAlike(pairs, fx, fy);
+  return Mixed(pairs.Quad(), VXp_DoubleWeights(fx, fy));
+}
+
+uint64_t LinePixel(const char* upper, const char* lower, uint32_t fx, uint32_t fy, As<VX_Pixel16>) {
+  const auto quad = VXp_Unclipped::Four<VX_Pixel16>(upper, static_cast<int32_t>(lower - upper));
+  if ((fx | fy) == 0 || quad.SamePixels()) return quad.p00;
+  if (quad.SameAlphas()) return (quad.p00 & 0xFFFF) == 0 ? 0 : MixedAlike(quad, fx, fy);
+  return Mixed(quad, VXp_DoubleWeights(fx, fy));
+}
+
 // A row at 8 bits. There w a c is exact in double precision too, so the mix may go down the columns
 // first, and division by equal alphas gives the plain mix.
 class ByteRule {
@@ -203,6 +242,20 @@ void VXp_StraightRow<VX_Pixel16>(const VX_SampPB& record, const VX_Fixed* x, int
         });
   });
 }
+
+template <class Pixel>
+void VXp_StraightLine(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, VX_Fixed dx, VX_Fixed dy,
+                      int32_t count, Pixel* out) {
+  const VX_SampPB* const from = &record;
+  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
+    VXp_MixLine(*from, x, y, dx, dy, count, out,
+                [](const char* upper, const char* lower, uint32_t fx, uint32_t fy) {
+                  return LinePixel(upper, lower, fx, fy, As<Pixel>{});
+                });
+  });
+}
+template VXp_SampleLineCall<VX_Pixel8> VXp_StraightLine<VX_Pixel8>;
+template VXp_SampleLineCall<VX_Pixel16> VXp_StraightLine<VX_Pixel16>;
 
 VX_Err VX_SubpixelSample_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                                   VX_Pixel8* out) {

@@ -7,6 +7,7 @@
 //
 // Every channel is its value + 0.5, truncated and held within 0..255.
 
+#include "indep/VXp_SampleLine.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
@@ -29,7 +30,29 @@ void SampleOneOfFour(const VX_LayerDef& src, const VXp_Place& at, const VXp_Sing
   VXp_Store(out, Finished(quad.ByAlpha(w)));
 }
 
+// The same of columns, in 65536ths: nothing of it rounds but the step across, which rounds alike at
+// every scale, and nothing leaves the range.
+uint32_t InTwoSteps(const VXp_ByteColumns& columns, uint32_t fx) {
+  const float a = static_cast<float>(fx) * 0x1p-16f;
+  const VXp_FloatLanes mixed =
+      VXp_AsFloat(columns.left) + VXp_AsFloat(columns.right - columns.left) * a;
+  return VXp_Packed8(VXp_Truncated(mixed + 32768.0f) >> 16);
+}
+
 }  // namespace
+
+[[gnu::flatten]] void VXp_SingleLine(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, VX_Fixed dx,
+                                     VX_Fixed dy, int32_t count, VX_Pixel8* out) {
+  VXp_MixLine(record, x, y, dx, dy, count, out,
+              [](const char* upper, const char* lower, uint32_t fx, uint32_t fy) -> uint32_t {
+                const VXp_BytePairs pairs(upper, lower);
+                if ((fx | fy) == 0) return pairs.First();
+                if (pairs.SameAlphas()) return InTwoSteps(VXp_ByteColumns(pairs, fy), fx);
+                const VXp_FloatLanes mixed =
+                    VXp_SingleQuad(pairs.Quad()).ByAlpha(VXp_SingleWeights(fx, fy));
+                return mixed[0] < 0.5f ? 0u : Finished(mixed);
+              });
+}
 
 VX_Err VX_SubpixelSampleNoClip_Straight_SSE2(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
                                              const VX_SampPB* record, VX_Pixel8* out) {

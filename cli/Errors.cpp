@@ -5,6 +5,7 @@
 #include <new>
 
 #include "VXIO/VXIO_Picture.h"
+#include "host/COR.h"
 #include "host/VXHost.h"
 
 namespace vxcli {
@@ -23,7 +24,7 @@ std::string TextOfCode(VX_Err code) {
     case VX_ErrUnsupported: meaning = "unsupported"; break;
     case VX_ErrVersion: meaning = "the library is of another version than the command"; break;
     case VX_ErrStopped: meaning = "stopped"; break;
-    default: break;
+    default: meaning = COR_QCE_StatusText(code); break;
   }
   return (text.empty() ? meaning : text) + " (code " + std::to_string(code) + ")";
 }

@@ -55,6 +55,8 @@ class JobFrame {
   // Say a line that begins with the name of the first input, or of the output when there is none.
   // Under --strict a warning throws, so give it before Write.
   void Warn(const std::string& text);
+  // Lines that name their file already. `kind` decides the exit code under --strict.
+  void Warn(const std::vector<std::string>& lines, VXIO_ErrorKind kind);
   void Note(const std::string& text);
 
   // A line on the standard output, in the order of the frames; nothing under --json.

@@ -63,6 +63,10 @@ void JobFrame::Warn(const std::string& text) {
   state_->TellWarnings({file + ": " + text}, VXIO_ErrorKind::Output);
 }
 
+void JobFrame::Warn(const std::vector<std::string>& lines, VXIO_ErrorKind kind) {
+  state_->TellWarnings(lines, kind);
+}
+
 void JobFrame::Note(const std::string& text) {
   vxcli::Note((state_->frame.inputs.empty() ? Output() : Input(0)) + ": " + text);
 }

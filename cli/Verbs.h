@@ -34,6 +34,7 @@ Verb AddList(CLI::App* root);
 Verb AddModes(CLI::App* root);
 Verb AddCompare(CLI::App* root);
 Verb AddInfo(CLI::App* root);
+Verb AddProfile(CLI::App* root);
 
 // The text of --version.
 std::string VersionText();

@@ -100,6 +100,7 @@ int Run(std::vector<std::string> words) {
                                     vxcli::AddModes(&root),
                                     vxcli::AddCompare(&root),
                                     vxcli::AddInfo(&root),
+                                    vxcli::AddProfile(&root),
                                     vxcli::AddList(&root)};
   std::string verb_name;
   RefuseEmptyWords(words);

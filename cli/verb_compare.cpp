@@ -10,6 +10,7 @@
 
 #include "Console.h"
 #include "Errors.h"
+#include "Profiles.h"
 #include "VXIO/VXIO_Compare.h"
 #include "Values.h"
 #include "Verbs.h"
@@ -105,7 +106,9 @@ int Run(const CompareWords& words) {
   VXIO_Comparison result = VXIO_Compare(*a.world, *b.world);
   const bool within = result.largest <= tolerance;
   if (!words.diff.empty()) {
-    Warn(VXIO_Write(words.diff, *VXIO_DifferencePicture(*a.world, *b.world), {}));
+    VXIO_WriteOptions options;
+    options.metadata = ProfileAlone(words.first, a);
+    Warn(VXIO_Write(words.diff, *VXIO_DifferencePicture(*a.world, *b.world), options));
   }
   if (words.json) {
     PrintRecord(words, result, depth, within);

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <memory>
 
+#include "CompositeColor.h"
 #include "Console.h"
 #include "Errors.h"
 #include "Job.h"
@@ -20,6 +21,7 @@ namespace {
 
 struct CompositeWords {
   std::string background, depth = "keep";
+  ColorWords color;
   JobWords job;
   LayerWords layer_help;  // layers are parsed one by one, see Layers.h
 };
@@ -29,17 +31,27 @@ struct Places {
   size_t file, mask;
 };
 
-// The deepest of the pictures that are drawn. Masks do not count. Headers only, so that a file that
-// cannot be read is known before any work is done.
-int32_t DeepestOf(const JobFrame& frame, const std::vector<Layer>& layers,
-                  const std::vector<Places>& places) {
-  int32_t depth = VXIO_ReadInfo(frame.Input(0)).depth;
-  for (size_t i = 0; i < layers.size(); ++i) {
-    depth = std::max(depth, VXIO_ReadInfo(frame.Input(places[i].file)).depth);
-    if (!layers[i].mask.empty()) VXIO_ReadInfo(frame.Input(places[i].mask));
+// The depths of the pictures that are drawn, 0 for masks. Headers only, so that a file that cannot
+// be read is known before any work is done.
+std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<Places>& places) {
+  std::vector<int32_t> depths = {VXIO_ReadInfo(frame.Input(0)).depth};
+  for (const Places& place : places) {
+    depths.push_back(VXIO_ReadInfo(frame.Input(place.file)).depth);
+    if (place.mask == 0) continue;
+    VXIO_ReadInfo(frame.Input(place.mask));
+    depths.push_back(0);
   }
-  return depth;
+  return depths;
 }
+
+// What all frames share.
+struct Composite {
+  int32_t depth;  // 0: the deepest of the pictures that are drawn
+  std::vector<Layer> layers;
+  std::vector<Places> places;
+  std::vector<std::string> inputs;  // as they were typed
+  std::unique_ptr<JobColor> color;
+};
 
 struct Mask {
   VXIO_WorldPtr world;
@@ -86,30 +98,30 @@ bool Touches(const Layer& layer, const VX_World& source, const VX_World& below) 
 }
 
 // Draws one layer and tells about it.
-nlohmann::ordered_json Draw(const Layer& layer, size_t index, const Places& place, int32_t depth,
-                            JobFrame* frame, VX_World* below) {
-  VXIO_Picture picture = frame->Read(place.file, depth);
+nlohmann::ordered_json Draw(const Layer& layer, size_t index, const Places& place,
+                            FrameColor* color, JobFrame* frame, VX_World* below) {
   const std::string& file = frame->Input(place.file);
-  Mask mask;
-  if (!layer.mask.empty()) mask = ReadMask(layer, place.mask, depth, *below, frame);
-  if (!Touches(layer, *picture.world, *below)) {
-    Note(file + ": lies wholly outside the background; nothing is drawn");
-  }
-  VX_CompositeModePlus mode(layer.mode.number, static_cast<float>(layer.opacity),
-                            /*linear_tables=*/nullptr, layer.keep_alpha, layer.seed);
-  auto start = std::chrono::steady_clock::now();
-  Check(VX_TransferRect(frame->Progress(), /*quality=*/1, /*flags=*/0, layer.field,
-                        layer.rect ? &*layer.rect : nullptr, picture.world.get(), &mode,
-                        /*tables=*/nullptr, mask.world ? &mask.spec : nullptr, layer.at.x,
-                        layer.at.y, below),
-        "layer " + std::to_string(index + 1) + " (" + file + ")");
-  std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
   nlohmann::ordered_json told = {{"file", file},
                                  {"mode", layer.mode.name},
                                  {"mode_number", layer.mode.number},
                                  {"opacity", layer.opacity},
-                                 {"at", {layer.at.x, layer.at.y}},
-                                 {"milliseconds", spent.count()}};
+                                 {"at", {layer.at.x, layer.at.y}}};
+  VXIO_Picture picture = color->ReadLayer(place.file, &told);
+  Mask mask;
+  if (!layer.mask.empty()) mask = ReadMask(layer, place.mask, below->Depth(), *below, frame);
+  if (!Touches(layer, *picture.world, *below)) {
+    Note(file + ": lies wholly outside the background; nothing is drawn");
+  }
+  VX_CompositeModePlus mode(layer.mode.number, static_cast<float>(layer.opacity), color->tables(),
+                            layer.keep_alpha, layer.seed);
+  auto start = std::chrono::steady_clock::now();
+  Check(VX_TransferRect(frame->Progress(), /*quality=*/1, /*flags=*/0, layer.field,
+                        layer.rect ? &*layer.rect : nullptr, picture.world.get(), &mode,
+                        color->tables(), mask.world ? &mask.spec : nullptr, layer.at.x, layer.at.y,
+                        below),
+        "layer " + std::to_string(index + 1) + " (" + file + ")");
+  std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
+  told["milliseconds"] = spent.count();
   if (mask.world) {
     told["mask"] = frame->Input(place.mask);
     told["mask_use"] = MaskUseName(mask.spec.what);
@@ -117,18 +129,19 @@ nlohmann::ordered_json Draw(const Layer& layer, size_t index, const Places& plac
   return told;
 }
 
-void WorkOn(const std::vector<Layer>& layers, const std::vector<Places>& places, int32_t depth,
-            JobFrame* frame) {
-  const int32_t deepest = DeepestOf(*frame, layers, places);
-  if (depth == 0) depth = deepest;
-  VXIO_Picture background = frame->Read(0, depth);
+void WorkOn(const Composite& job, JobFrame* frame) {
+  const std::vector<int32_t> own = DepthsOf(*frame, job.places);
+  const int32_t depth = job.depth ? job.depth : *std::max_element(own.begin(), own.end());
+  FrameColor color(job.color.get(), frame, &job.inputs, own, depth);
   nlohmann::ordered_json& told = frame->Told();
-  told = {{"width", background.world->width},
-          {"height", background.world->height},
-          {"depth", depth},
-          {"layers", nlohmann::ordered_json::array()}};
-  for (size_t i = 0; i < layers.size(); ++i) {
-    told["layers"].push_back(Draw(layers[i], i, places[i], depth, frame, background.world.get()));
+  VXIO_Picture background = color.ReadBackground();
+  told["width"] = background.world->width;
+  told["height"] = background.world->height;
+  told["depth"] = depth;
+  told["layers"] = nlohmann::ordered_json::array();
+  for (size_t i = 0; i < job.layers.size(); ++i) {
+    told["layers"].push_back(
+        Draw(job.layers[i], i, job.places[i], &color, frame, background.world.get()));
   }
   frame->Write(*background.world, background);
 }
@@ -151,24 +164,28 @@ int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<Places>& 
 int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>& groups) {
   const int32_t depth = ParseDepth(words.depth, Keep::Allowed);
   if (groups.empty()) throw UsageError("composite: needs at least one --layer FILE");
-  std::vector<Layer> layers;
-  for (const auto& group : groups) layers.push_back(ParseLayer(group));
+  Composite composite{depth, {}, {}, {words.background}, nullptr};
+  for (const auto& group : groups) composite.layers.push_back(ParseLayer(group));
+  composite.color = std::make_unique<JobColor>(words.color);
+  std::vector<std::string>& inputs = composite.inputs;
   Job job;
   job.words = &words.job;
-  job.settings = "composite depth=" + words.depth;
-  job.inputs = {words.background};
-  std::vector<Places> places;
-  for (size_t i = 0; i < layers.size(); ++i) {
-    places.push_back({job.inputs.size(), 0});
-    job.inputs.push_back(layers[i].file);
-    if (!layers[i].mask.empty()) {
-      places[i].mask = job.inputs.size();
-      job.inputs.push_back(layers[i].mask);
+  job.settings = "composite depth=" + words.depth + composite.color->Settings();
+  for (size_t i = 0; i < groups.size(); ++i) {
+    const Layer& layer = composite.layers[i];
+    Places& place = composite.places.emplace_back(Places{inputs.size(), 0});
+    inputs.push_back(layer.file);
+    if (!layer.mask.empty()) {
+      place.mask = inputs.size();
+      inputs.push_back(layer.mask);
     }
     for (const std::string& word : groups[i]) job.settings += "\n" + word;
   }
-  job.bytes = [&](const std::vector<VXIO_Info>& infos) { return BytesOf(infos, places, depth); };
-  job.work = [&](JobFrame& frame) { WorkOn(layers, places, depth, &frame); };
+  job.inputs = inputs;
+  job.bytes = [&](const std::vector<VXIO_Info>& infos) {
+    return BytesOf(infos, composite.places, depth);
+  };
+  job.work = [&](JobFrame& frame) { WorkOn(composite, &frame); };
   return RunJob(job);
 }
 
@@ -187,6 +204,7 @@ Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* l
                   "8, 16, 32 or keep: bits a channel to work in; keep is the deepest of background "
                   "and layers [keep]")
       ->type_name("BITS");
+  AddColorOptions(app, &words->color);
   AddJobOptions(app, &words->job, JobOutput::Picture);
   app->footer(
       "Example:\n  vx composite sky.png --layer plane.png --at 40,-12 --opacity 0.8 \\\n"

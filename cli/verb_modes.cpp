@@ -7,6 +7,7 @@
 
 #include "Console.h"
 #include "Errors.h"
+#include "Profiles.h"
 #include "VX/VX_CallbackBlock.h"
 #include "VX/VX_Copy.h"
 #include "VX/VX_Fill.h"
@@ -149,6 +150,7 @@ int Run(const ModesWords& words) {
   int32_t deepest = std::max(above.world->Depth(), below.world->Depth());
   above.world = VXIO_ConvertDepth(std::move(above.world), deepest);
   below.world = VXIO_ConvertDepth(std::move(below.world), deepest);
+  options.metadata = ProfileAlone(words.pictures[0], above);
   Tiles tiles = MakeTiles(*above.world, *below.world, tile);
   above.world.reset();
   below.world.reset();

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "VXIO/VXIO_Picture.h"
+#include "host/COR.h"
 
 struct VXIOp_Format {
   const char* name;
@@ -37,8 +38,12 @@ std::string VXIOp_FormatNames();
 // What a picture that was read leaves for one that is written.
 struct VXIO_Metadata::Impl {
   OIIO::ImageSpec spec;
-  const VXIOp_Format* format;
+  const VXIOp_Format* format = nullptr;  // null: from no file
+  COR_QCE_ProfilePtr given_profile;      // of VXIO_WithProfile; its bytes stand in the spec
 };
+
+// What to say about a profile that the format does not hold; empty when nothing is lost with it.
+std::string VXIOp_WordsOfLostProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format);
 
 // The first line of a library's message, without the file's name in front.
 std::string VXIOp_FirstLine(const std::string& text);

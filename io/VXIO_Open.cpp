@@ -30,9 +30,10 @@ uint32_t BigEndian(const char* bytes) {
 
 // Walks the chunks of a PNG to its end mark. The decoder behind OpenImageIO writes on the standard
 // error when it meets the end of a file too early; finding that here keeps the message to one line.
-void CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
+// True when there is a profile, which the decoder drops without a word when it finds fault with it.
+bool CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
   int64_t position = 8;
-  bool first = true;
+  bool first = true, profile = false;
   while (position + 12 <= size) {
     char head[16] = {};
     file.seekg(position);
@@ -45,7 +46,8 @@ void CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
                 static_cast<int32_t>(BigEndian(head + 12)));
       first = false;
     }
-    if (name == "IEND") return;
+    if (name == "IEND") return profile;
+    profile = profile || name == "iCCP";
     position += int64_t{12} + BigEndian(head);
   }
   VXIOp_ThrowInput(path, "is truncated or damaged; make or fetch the file again");
@@ -64,7 +66,7 @@ void CheckDpx(const std::string& path, std::ifstream& file, int64_t size) {
   }
 }
 
-const VXIOp_Format* Judge(const std::string& path) {
+const VXIOp_Format* Judge(const std::string& path, bool* profile) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
     VXIOp_ThrowInput(path, errno == ENOENT ? "no such file; check the name"
@@ -85,7 +87,7 @@ const VXIOp_Format* Judge(const std::string& path) {
   if (!format) {
     VXIOp_ThrowInput(path, "is not a picture of a known format (" + VXIOp_FormatNames() + ")");
   }
-  if (std::string_view(format->name) == "png") CheckPng(path, file, status.st_size);
+  if (std::string_view(format->name) == "png") *profile = CheckPng(path, file, status.st_size);
   if (std::string_view(format->name) == "dpx") CheckDpx(path, file, status.st_size);
   return format;
 }
@@ -162,7 +164,8 @@ void VXIOp_ThrowInput(const std::string& path, const std::string& why) {
 VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
   VXIOp_Open open;
   open.path = path;
-  open.format = Judge(path);
+  bool should_have_profile = false;
+  open.format = Judge(path, &should_have_profile);
   open.input = OIIO::ImageInput::create(open.format->oiio_name);
   if (!open.input) {
     VXIOp_ThrowInput(path, std::string("this OpenImageIO cannot read ") + open.format->name);
@@ -185,6 +188,10 @@ VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
   if (open.spec.depth > 1) VXIOp_ThrowInput(path, "is a volume, not a picture");
   if (open.spec.nchannels < 1) VXIOp_ThrowInput(path, "has no channels");
   FindChannels(&open);
+  if (should_have_profile && !open.spec.find_attribute("ICCProfile")) {
+    open.warnings.push_back(path + ": its embedded profile is damaged or not for such a picture; " +
+                            "it counts as absent");
+  }
   open.alpha = AlphaOf(open);
   open.depth = DepthOfSamples(open.spec);
   open.orientation = open.spec.get_int_attribute("Orientation", 1);

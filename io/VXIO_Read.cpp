@@ -112,6 +112,19 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
   return bare;
 }
 
+// Everything about the picture but its pixels.
+VXIO_Picture HeaderOf(VXIOp_Open* open) {
+  VXIO_Picture picture;
+  picture.alpha = open->alpha;
+  picture.has_alpha = open->channels.alpha >= 0;
+  auto kept = std::make_shared<VXIO_Metadata::Impl>();
+  kept->spec = open->spec;
+  kept->format = open->format;
+  picture.metadata = VXIO_Metadata(std::move(kept));
+  picture.warnings = std::move(open->warnings);
+  return picture;
+}
+
 std::string ProfileName(const OIIO::ImageSpec& spec) {
   return std::string(spec.get_string_attribute("ICCProfile:profile_description"));
 }
@@ -152,9 +165,7 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   if (alpha == VXIO_AlphaAs::Ignore) open.channels.alpha = -1;
   // A float world takes 16-bit samples directly: going through white at 32768 would cost a bit.
   int32_t own = depth == 32 && open.depth == 16 ? 32 : open.depth;
-  VXIO_Picture picture;
-  picture.alpha = open.alpha;
-  picture.has_alpha = open.channels.alpha >= 0;
+  VXIO_Picture picture = HeaderOf(&open);
   picture.world = VXIOp_NewWorld(open.width(), open.height(), own);
   int64_t bare = 0;
   try {
@@ -169,19 +180,19 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   if (divides) {
     VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));
     if (bare > 0) {
-      open.warnings.push_back(path + ": " + std::to_string(bare) +
-                              " pixels have light but no coverage, which straight alpha cannot "
-                              "hold; they become black");
+      picture.warnings.push_back(path + ": " + std::to_string(bare) +
+                                 " pixels have light but no coverage, which straight alpha "
+                                 "cannot hold; they become black");
     }
   }
-  auto kept = std::make_shared<VXIO_Metadata::Impl>();
-  kept->spec = open.spec;
-  kept->format = open.format;
-  picture.metadata = VXIO_Metadata(std::move(kept));
-  picture.warnings = std::move(open.warnings);
   open.input->close();
   if (depth != 0) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
   return picture;
+}
+
+VXIO_Picture VXIO_ReadHeader(const std::string& path) {
+  VXIOp_Open open = VXIOp_OpenPicture(path);
+  return HeaderOf(&open);
 }
 
 VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth) {

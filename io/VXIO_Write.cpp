@@ -75,11 +75,10 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
     std::string name = entry.name().string();
     if (!Travels(name, same_format)) continue;
     if (name == "ICCProfile" && !(plan->format->profile && IsRgbProfile(from.spec))) {
-      plan->warnings.push_back(
-          path + ": " +
-          (plan->format->profile
-               ? "the profile of the input is not one for RGB; left out"
-               : std::string(plan->format->name) + " does not keep ICCProfile of the input"));
+      const std::string words = plan->format->profile
+                                    ? "the profile of the input is not one for RGB; left out"
+                                    : VXIOp_WordsOfLostProfile(from, *plan->format);
+      if (!words.empty()) plan->warnings.push_back(path + ": " + words);
       continue;
     }
     // A square pixel is what every format takes for granted.

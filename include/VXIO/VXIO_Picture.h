@@ -119,6 +119,9 @@ struct VXIO_Picture {
 VXIO_API VXIO_Picture VXIO_Read(const std::string& path, int32_t depth = 0,
                                 VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
+// The same from the header alone, without a world: what the picture would say and carry.
+VXIO_API VXIO_Picture VXIO_ReadHeader(const std::string& path);
+
 // A copy of the world at another depth, or the world itself when it has that depth already.
 VXIO_API VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth);
 

@@ -1,0 +1,196 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "VXIO/VXIO_Profile.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+
+#include "VXIO_Formats.h"
+
+namespace {
+
+constexpr const char* kNonlinear = "sRGB";
+constexpr const char* kLinear = "gamma 1.0";
+
+void CheckEngine(QCE_Status status) {
+  if (status == QCE_OutOfMemory) throw VX_Err{VX_ErrOutOfMemory};
+  VXIOp_Check(status);
+}
+
+COR_QCE_ProfilePtr BuiltIn(const char* name) {
+  COR_QCE_ProfilePtr profile;
+  CheckEngine(COR_QCE_ProfileFromName(name, &profile));
+  return profile;
+}
+
+bool SaysLinear(const VXIO_Metadata::Impl& from) {
+  const std::string space(from.spec.get_string_attribute("oiio:ColorSpace"));
+  if (space.empty()) return from.format && std::string_view(from.format->name) == "exr";
+  static constexpr std::array<const char*, 4> kNames = {"linear", "scene_linear", "lin_srgb",
+                                                        "lin_rec709"};
+  return std::any_of(kNames.begin(), kNames.end(),
+                     [&](const char* name) { return strcasecmp(space.c_str(), name) == 0; });
+}
+
+// An EXR may tell where its primaries and its white lie.
+bool HasOtherPrimaries(const OIIO::ImageSpec& spec) {
+  static constexpr std::array<float, 8> kPrimaries = {0.64f, 0.33f, 0.30f,   0.60f,
+                                                      0.15f, 0.06f, 0.3127f, 0.3290f};
+  const OIIO::ParamValue* told = spec.find_attribute("chromaticities");
+  if (!told || told->datasize() != static_cast<int>(sizeof kPrimaries)) return false;
+  const auto* values = static_cast<const float*>(told->data());
+  for (size_t i = 0; i < kPrimaries.size(); ++i) {
+    if (!(std::fabs(values[i] - kPrimaries[i]) < 0.002f)) return true;
+  }
+  return false;
+}
+
+uint32_t FormatOfDepth(int32_t depth) {
+  return depth == 8 ? QCE_Format_Argb8 : depth == 16 ? QCE_Format_Argb16 : QCE_Format_ArgbFloat;
+}
+
+void Apply(const COR_QCE_TransformPtr& transform, uint32_t format, void* pixels, int32_t count) {
+  CheckEngine(COR_QCE_Apply(transform, format, pixels, format, pixels, count, /*options=*/nullptr));
+}
+
+void AppendUtf8(uint32_t point, std::string* text) {
+  auto put = [&](uint32_t byte) { text->push_back(static_cast<char>(byte)); };
+  if (point < 0x80) {
+    put(point);
+  } else if (point < 0x800) {
+    put(0xC0 | point >> 6);
+    put(0x80 | (point & 63));
+  } else if (point < 0x10000) {
+    put(0xE0 | point >> 12);
+    put(0x80 | (point >> 6 & 63));
+    put(0x80 | (point & 63));
+  } else {
+    put(0xF0 | point >> 18);
+    put(0x80 | (point >> 12 & 63));
+    put(0x80 | (point >> 6 & 63));
+    put(0x80 | (point & 63));
+  }
+}
+
+// A word of the file that is about what its values mean.
+bool TellsColors(const std::string& name) {
+  static constexpr std::array<std::string_view, 7> kNames = {
+      "ICCProfile", "oiio:ColorSpace", "oiio:Gamma",      "Exif:ColorSpace",
+      "Exif:Gamma", "chromaticities",  "dpx:Colorimetric"};
+  return name.starts_with("ICCProfile:") || name == "dpx:Transfer" ||
+         std::find(kNames.begin(), kNames.end(), name) != kNames.end();
+}
+
+}  // namespace
+
+VXIO_PictureProfile VXIO_ProfileOf(const std::string& path, const VXIO_Metadata& metadata) {
+  VXIO_PictureProfile found;
+  const VXIO_Metadata::Impl* from = metadata.Get();
+  const OIIO::ParamValue* bytes = from ? from->spec.find_attribute("ICCProfile") : nullptr;
+  if (bytes) {
+    const QCE_Status status = COR_QCE_ProfileFromMemory(
+        bytes->data(), static_cast<size_t>(bytes->datasize()), &found.profile);
+    if (status == QCE_OutOfMemory || status == QCE_NotAvailable) CheckEngine(status);
+    found.embedded = status == QCE_Ok;
+    if (found.embedded) return found;
+    found.warnings.push_back(path + ": its embedded profile " + COR_QCE_StatusText(status) +
+                             "; it counts as absent");
+  }
+  const bool linear = from && SaysLinear(*from);
+  found.profile = BuiltIn(linear ? kLinear : kNonlinear);
+  if (linear && HasOtherPrimaries(from->spec)) {
+    found.warnings.push_back(path + ": its primaries (chromaticities) are not those of sRGB, but " +
+                             "count as such");
+  }
+  return found;
+}
+
+VXIO_Metadata VXIO_WithProfile(const VXIO_Metadata& metadata, const COR_QCE_ProfilePtr& profile) {
+  std::vector<uint8_t> bytes;
+  CheckEngine(COR_QCE_GetProfileBytes(profile, &bytes));
+  auto changed = metadata.Get() ? std::make_shared<VXIO_Metadata::Impl>(*metadata.Get())
+                                : std::make_shared<VXIO_Metadata::Impl>();
+  std::erase_if(changed->spec.extra_attribs,
+                [](const OIIO::ParamValue& entry) { return TellsColors(entry.name().string()); });
+  const OIIO::TypeDesc type(OIIO::TypeDesc::UINT8, static_cast<int>(bytes.size()));
+  changed->spec.attribute("ICCProfile", type, bytes.data());
+  changed->given_profile = profile;
+  return VXIO_Metadata(std::move(changed));
+}
+
+std::string VXIOp_WordsOfLostProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format) {
+  if (!from.given_profile)
+    return std::string(format.name) + " does not keep ICCProfile of the input";
+  const char* counts_as = std::string_view(format.name) == "exr" ? kLinear : kNonlinear;
+  if (VXIO_SameColors(from.given_profile, BuiltIn(counts_as))) return "";
+  return std::string(format.name) + " holds no profile; without one the colours, which are in " +
+         VXIO_ProfileName(from.given_profile) + ", count as " + counts_as;
+}
+
+std::string VXIO_ProfileName(const COR_QCE_ProfilePtr& profile) {
+  std::u16string units;
+  CheckEngine(COR_QCE_GetProfileDescription(profile, &units));
+  std::string text;
+  for (size_t i = 0; i < units.size(); ++i) {
+    uint32_t point = units[i];
+    const uint32_t next = i + 1 < units.size() ? units[i + 1] : 0;
+    if ((point & 0xFC00) == 0xD800 && (next & 0xFC00) == 0xDC00) {
+      point = 0x10000 + ((point & 0x3FF) << 10 | (next & 0x3FF));
+      ++i;
+    } else if ((point & 0xF800) == 0xD800) {
+      point = 0xFFFD;  // half of a pair
+    }
+    const bool control =
+        point < 0x20 || (point >= 0x7F && point < 0xA0) || point == 0x2028 || point == 0x2029;
+    AppendUtf8(control ? ' ' : point, &text);
+  }
+  const size_t first = text.find_first_not_of(' ');
+  if (first == std::string::npos) return "a profile without a name";
+  return text.substr(first, text.find_last_not_of(' ') + 1 - first);
+}
+
+bool VXIO_SameColors(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b) {
+  _t_QCE_ID id_a, id_b;
+  CheckEngine(COR_QCE_GetProfileID(/*pool=*/nullptr, a, &id_a));
+  CheckEngine(COR_QCE_GetProfileID(/*pool=*/nullptr, b, &id_b));
+  if (id_a == id_b) return true;
+  constexpr int32_t kSteps = 6, kHalfStep = 32768 / 255 / 2;
+  std::vector<VX_Pixel16> before;
+  auto level = [](int32_t step, int32_t steps) {
+    return static_cast<uint16_t>(step * 32768 / (steps - 1));
+  };
+  for (int32_t i = 0; i < kSteps * kSteps * kSteps; ++i) {
+    before.push_back({32768, level(i / kSteps / kSteps, kSteps), level(i / kSteps % kSteps, kSteps),
+                      level(i % kSteps, kSteps)});
+  }
+  for (int32_t i = 0; i < 64; ++i) {
+    const uint16_t grey = level(i, 64);
+    before.push_back({32768, grey, grey, grey});
+  }
+  std::vector<VX_Pixel16> after = before;
+  Apply(VXIO_NewTransform(a, b, 16), QCE_Format_Argb16, after.data(),
+        static_cast<int32_t>(after.size()));
+  auto near = [](uint16_t x, uint16_t y) { return std::abs(int32_t{x} - int32_t{y}) <= kHalfStep; };
+  return std::equal(before.begin(), before.end(), after.begin(),
+                    [&](const VX_Pixel16& x, const VX_Pixel16& y) {
+                      return near(x.red, y.red) && near(x.green, y.green) && near(x.blue, y.blue);
+                    });
+}
+
+COR_QCE_TransformPtr VXIO_NewTransform(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to,
+                                       int32_t depth) {
+  COR_QCE_TransformPtr transform;
+  CheckEngine(COR_QCE_NewTransform(from, to, FormatOfDepth(depth), &transform));
+  return transform;
+}
+
+void VXIO_ConvertColors(const COR_QCE_TransformPtr& transform, VX_LayerDef* world) {
+  const uint32_t format = FormatOfDepth(VXp_WorldDepth(world));
+  for (int32_t y = 0; y < world->height; ++y) {
+    Apply(transform, format, VXIOp_Row<char>(*world, y), world->width);
+  }
+}

@@ -26,7 +26,7 @@ typedef void* (*COR_AddressProc)(const char* name);
 VXHOST_API U_Err COR_GetQIBAddressProc(COR_AddressProc* out);
 
 // Binds the client layer to an engine. False when proc is null or the engine lacks something that
-// the client needs. Binding again replaces the engine.
+// the client needs. Binding again replaces the engine; what an engine made is for that engine only.
 VXHOST_API bool COR_BindClient(COR_AddressProc proc);
 
 // Releases the client layer. Harmless when it is not bound.
@@ -79,7 +79,9 @@ inline bool operator==(const _t_QCE_ID& a, const _t_QCE_ID& b) {
          a.words[3] == b.words[3];
 }
 
-// An ICC profile for RGB of the class display, input, output or colour space. The bytes are copied.
+// An ICC profile for RGB of the class display, input, output or colour space. The bytes are copied,
+// but for those past the size that the header claims. Primaries and tone curves are what counts,
+// also where the profile has tables for colours besides.
 VXHOST_API QCE_Status COR_QCE_ProfileFromMemory(const void* bytes, size_t size,
                                                 COR_QCE_ProfilePtr* out);
 VXHOST_API QCE_Status COR_QCE_ProfileFromFile(const char* path, COR_QCE_ProfilePtr* out);
@@ -100,8 +102,9 @@ VXHOST_API QCE_Status COR_QCE_GetProfileDescription(const COR_QCE_ProfilePtr& pr
 VXHOST_API QCE_Status COR_QCE_GetProfileBytes(const COR_QCE_ProfilePtr& profile,
                                               std::vector<uint8_t>* out);
 
-// The exponent of the green curve, from stored to linear: exact for a pure power, else the one
-// that fits best (least squares in the logarithms of both) at 16 samples from 0.1 to 0.9. A null
+// The exponent of the green curve, from stored to linear: exactly the stored one for a pure power,
+// else the one that fits best (least squares in the logarithms of both) at 16 samples from 0.1 to
+// 0.9. A null
 // profile stands for sRGB.
 VXHOST_API QCE_Status COR_QCE_GetToneExponent(const COR_QCE_ProfilePtr& profile, float* out);
 
@@ -113,7 +116,9 @@ VXHOST_API QCE_Status COR_QCE_GetLinearRGBProfile(const COR_QCE_ProfilePtr& prof
 
 // A pool remembers profiles by their identity. One profile of each identity: the first it met.
 VXHOST_API QCE_Status COR_QCE_NewProfilePool(COR_QCE_ProfilePool** out);
-VXHOST_API void COR_QCE_DisposeProfilePool(COR_QCE_ProfilePool* pool);  // null is accepted
+
+// Null is accepted. Works also when the client has been released.
+VXHOST_API void COR_QCE_DisposeProfilePool(COR_QCE_ProfilePool* pool);
 
 // The identity of a profile, which the pool (may be null) learns by being asked.
 VXHOST_API QCE_Status COR_QCE_GetProfileID(COR_QCE_ProfilePool* pool,
@@ -135,7 +140,8 @@ enum : uint32_t {
   QCE_Format_ArgbFloat = 0x50524746
 };
 
-// From one profile to another, relative colorimetric, for pixels of one format.
+// From one profile to another, relative colorimetric, for pixels of one format. White becomes
+// white, and profiles with the same bytes leave pixels as they are.
 VXHOST_API QCE_Status COR_QCE_NewTransform(const COR_QCE_ProfilePtr& from,
                                            const COR_QCE_ProfilePtr& to, uint32_t format,
                                            COR_QCE_TransformPtr* out);

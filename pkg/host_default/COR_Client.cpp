@@ -35,6 +35,9 @@ bool COR_BindClient(COR_AddressProc proc) {
   using VersionProc = int32_t();
   VersionProc* const version = Find<VersionProc>(proc, host::kInterfaceVersionName);
   if (!version || version() != host::kInterfaceVersion) return false;
+  for (const char* name : host::kEngineNames) {
+    if (!proc(name)) return false;
+  }
   bound = latest = proc;
   return true;
 }

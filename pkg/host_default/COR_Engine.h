@@ -2,14 +2,28 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What client and engine agree on, beyond the calls of host/COR.h.
+// What client and engine agree on. An engine has, under the name of each call of host/COR.h from
+// COR_QCE_ProfileFromMemory on, a procedure of that call's type that lets no exception out.
 
 #include <cstdint>
+#include <iterator>
+
+#include "host/COR.h"
 
 namespace host {
 
 // The procedure int32_t() by which an engine tells which set of procedures it has.
 inline constexpr char kInterfaceVersionName[] = "COR_InterfaceVersion";
 inline constexpr int32_t kInterfaceVersion = 2;
+
+inline constexpr const char* kEngineNames[] = {
+    "COR_QCE_ProfileFromMemory",     "COR_QCE_ProfileFromFile",
+    "COR_QCE_ProfileFromName",       "COR_QCE_BuiltInProfileName",
+    "COR_QCE_GetProfileDescription", "COR_QCE_GetProfileBytes",
+    "COR_QCE_GetToneExponent",       "COR_QCE_GetLinearRGBProfile",
+    "COR_QCE_NewProfilePool",        "COR_QCE_DisposeProfilePool",
+    "COR_QCE_GetProfileID",          "COR_QCE_GetProfileByID",
+    "COR_QCE_NewTransform",          "COR_QCE_Apply",
+};
 
 }  // namespace host

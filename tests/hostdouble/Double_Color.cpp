@@ -274,7 +274,7 @@ QCE_Status COR_QCE_Apply(const COR_QCE_TransformPtr& transform, uint32_t src_for
                             options ? options->code : 0, options ? options->value : 0})) {
     return status;
   }
-  if (!transform || count < 0 || (count > 0 && (!src || !dst)) || src_format != transform->format ||
+  if (!transform || count < 0 || !src || !dst || src_format != transform->format ||
       dst_format != transform->format ||
       (options && (options->count != 1 || options->code != QCE_Option_KeepAlpha))) {
     return QCE_BadArgument;

@@ -1,0 +1,129 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Tables are read and inverted here and not by Little CMS, which rounds both sides of a table to 16
+// bits and inverts it at 4096 places. Near black, where a power is steep, that is off by more than
+// a code of 8 bits.
+
+#include "COR_Curve.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace host {
+namespace {
+
+constexpr double kFull = 65535;
+
+// The least value that counts when an exponent is fitted: zero has no logarithm.
+constexpr double kLeast = 1 / kFull;
+
+float TableAt(const std::vector<uint16_t>& table, float place) {
+  if (place >= 1) return static_cast<float>(table.back() / kFull);
+  const double position = static_cast<double>(place) * static_cast<double>(table.size() - 1);
+  const auto k = static_cast<size_t>(position);
+  const double low = table[k];
+  return static_cast<float>((low + (position - static_cast<double>(k)) * (table[k + 1] - low)) /
+                            kFull);
+}
+
+float PlaceInTable(const std::vector<uint16_t>& rising, float linear) {
+  const double value = linear * kFull;
+  if (value <= rising.front()) return 0;
+  if (value >= rising.back()) return 1;
+  const auto above = std::upper_bound(rising.begin(), rising.end(), value);
+  const double low = above[-1];
+  const double position =
+      static_cast<double>(above - 1 - rising.begin()) + (value - low) / (*above - low);
+  return static_cast<float>(position / static_cast<double>(rising.size() - 1));
+}
+
+template <class Function>
+float Mirrored(float value, Function&& function) {
+  if (std::isnan(value)) return value;
+  return value < 0 ? -function(-value) : function(value);
+}
+
+}  // namespace
+
+ToneCurve::ToneCurve(const LcmsContext& context, const cmsToneCurve* curve)
+    : forward_(context.Check(cmsDupToneCurve(curve))) {
+  if (const cmsInt32Number type = cmsGetToneCurveParametricType(curve)) {
+    Require(type >= 1 && type <= 5, QCE_Damaged);
+    backward_.reset(context.Check(cmsReverseToneCurve(curve)));
+  } else {
+    const cmsUInt32Number entries = cmsGetToneCurveEstimatedTableEntries(curve);
+    Require(entries >= 2, QCE_Damaged);
+    const cmsUInt16Number* values = cmsGetToneCurveEstimatedTable(curve);
+    table_.assign(values, values + entries);
+    rising_ = table_;
+    for (size_t i = 1; i < rising_.size(); ++i) rising_[i] = std::max(rising_[i], rising_[i - 1]);
+  }
+  // Less than a code of 8 bits between black and white is no curve to work with.
+  Require(ToLinear(1) - ToLinear(0) >= 1.0f / 255, QCE_BadCurve);
+  const double exponent = Exponent();
+  Require(exponent > 0 && exponent < std::numeric_limits<float>::max(), QCE_BadCurve);
+}
+
+float ToneCurve::ToLinear(float stored) const {
+  return Mirrored(stored, [this](float v) {
+    return table_.empty() ? cmsEvalToneCurveFloat(forward_.get(), v) : TableAt(table_, v);
+  });
+}
+
+float ToneCurve::ToStored(float linear) const {
+  return Mirrored(linear, [this](float v) {
+    return table_.empty() ? cmsEvalToneCurveFloat(backward_.get(), v) : PlaceInTable(rising_, v);
+  });
+}
+
+double ToneCurve::Exponent() const {
+  return IsPurePower() ? cmsGetToneCurveParams(forward_.get())[0] : FittedExponent();
+}
+
+cmsInt32Number ToneCurve::Type() const {
+  return table_.empty() ? cmsGetToneCurveParametricType(forward_.get()) : 0;
+}
+
+// The parameters of types 1 to 5 are g; g a b; g a b c; g a b c d; g a b c d e f. All raise
+// (a x + b) to g, the last two from d on only; c is an offset in the third and e in the last.
+bool ToneCurve::IsPurePower() const {
+  if (Type() <= 1) return Type() == 1;
+  const double* p = cmsGetToneCurveParams(forward_.get());
+  const bool starts_at_zero = Type() < 4 || p[4] <= 0;
+  const double offset = Type() == 3 ? p[3] : Type() == 5 ? p[5] : 0;
+  return p[1] == 1 && p[2] == 0 && starts_at_zero && offset == 0;
+}
+
+bool ToneCurve::operator==(const ToneCurve& other) const {
+  constexpr std::array<size_t, 6> kParameters = {0, 1, 3, 4, 5, 7};
+  if (Type() != other.Type() || table_ != other.table_) return false;
+  if (Type() == 0) return true;
+  const double* p = cmsGetToneCurveParams(forward_.get());
+  return std::equal(p, p + kParameters.at(static_cast<size_t>(Type())),
+                    cmsGetToneCurveParams(other.forward_.get()));
+}
+
+double ToneCurve::FittedExponent() const {
+  double product = 0, square = 0;
+  for (int i = 0; i < 16; ++i) {
+    const double x = 0.1 + 0.8 * i / 15;
+    const double y = ToLinear(static_cast<float>(x));
+    product += std::log(x) * std::log(std::max(y, kLeast));
+    square += std::log(x) * std::log(x);
+  }
+  return product / square;
+}
+
+bool ToneCurve::IsIdentity() const {
+  if (table_.empty()) return IsPurePower() && Exponent() == 1;
+  const double last = static_cast<double>(table_.size() - 1);
+  for (size_t i = 0; i < table_.size(); ++i) {
+    if (table_[i] != std::lround(kFull * static_cast<double>(i) / last)) return false;
+  }
+  return true;
+}
+
+}  // namespace host

@@ -10,8 +10,9 @@
 
 // Multiplies the world's alpha by the buffer, which lies with its corner at (h, v) in the world.
 // The area is `rect` (null: the whole world) where both buffers are; outside of it alpha becomes 0.
-// A sample is brought to the world's depth first: 0 gives alpha 0, full scale leaves it. `second`
-// (may be null) bounds the area and is not read. Colours stay.
+// A sample is brought to the world's depth first (one above the scale to full scale, where the
+// depths differ): 0 gives alpha 0, full scale leaves it. `second` (may be null) bounds the area and
+// is not read. Colours stay.
 //
 // A damaged buffer is reported: see VX_UnoBuffer.h. 0; 3 for a null or unknown world; or what
 // progress returned, with the rows done so far merged.

@@ -12,8 +12,9 @@
 
 namespace {
 
-// Samples are brought to the pixels' depth some at a time, in a loop of their own. Bytes become the
-// lanes that they are multiplied in.
+// Samples are brought to the pixels' depth some at a time, in a loop of their own; sums of masks
+// may lie above full scale, and count as full scale then. Bytes become the lanes that they are
+// multiplied in.
 constexpr int32_t kBlock = 64;
 template <class Pixel>
 using Factor = std::conditional_t<sizeof(Pixel) == 4, int32_t, VX_ChannelOf<Pixel>>;
@@ -22,7 +23,10 @@ template <class Pixel, class MaskPixel>
 void ConvertSamples(int32_t count, const char* samples, Factor<Pixel>* factors) {
   using Sample = VX_ChannelOf<MaskPixel>;
   for (ptrdiff_t i = 0; i < count; ++i) {
-    const auto sample = VXp_Load<Sample>(samples + i * static_cast<ptrdiff_t>(sizeof(Sample)));
+    auto sample = VXp_Load<Sample>(samples + i * static_cast<ptrdiff_t>(sizeof(Sample)));
+    if constexpr (sizeof(Sample) == 2 && !std::is_same_v<Pixel, MaskPixel>) {
+      sample = std::min(sample, uint16_t{32768});
+    }
     factors[i] = VXp_ConvertChannel<Pixel, MaskPixel>(sample);
   }
 }

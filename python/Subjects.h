@@ -9,5 +9,6 @@
 namespace vxpy {
 
 void AddBlend(pybind11::module_& module);
+void AddPixels(pybind11::module_& module);
 
 }  // namespace vxpy

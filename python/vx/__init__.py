@@ -12,6 +12,12 @@ the default order each call converts them once on the way in and once on the way
 """
 
 from ._blend import modes, transfer
+from ._pixels import (clear_alpha_outside, convert, copy, fill, guess_alpha, hypot, look_up, mix,
+                      premultiply, rand, reset_dither, resize, unpremultiply)
 from ._vx import Error, LinearTables, World, birth, death
 
-__all__ = ["Error", "LinearTables", "World", "birth", "death", "modes", "transfer"]
+__all__ = [
+    "Error", "LinearTables", "World", "birth", "clear_alpha_outside", "convert", "copy", "death",
+    "fill", "guess_alpha", "hypot", "look_up", "mix", "modes", "premultiply", "rand",
+    "reset_dither", "resize", "transfer", "unpremultiply",
+]

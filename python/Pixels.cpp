@@ -1,0 +1,226 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Fills, premultiplication, depths, copies and scaling.
+
+#include <pybind11/stl.h>
+
+#include "Arguments.h"
+#include "Errors.h"
+#include "Pictures.h"
+#include "Subjects.h"
+#include "VX/VX_CompositeRect.h"
+#include "VX/VX_Copy.h"
+#include "VX/VX_DepthConvert.h"
+#include "VX/VX_Fill.h"
+#include "VX/VX_GuessAlpha.h"
+#include "VX/VX_Iterate.h"
+#include "VX/VX_Numeric.h"
+#include "VX/VX_Premul.h"
+
+namespace vxpy {
+
+namespace {
+
+const M_Rect* Pointer(const std::optional<M_Rect>& rect) { return rect ? &*rect : nullptr; }
+
+// A color, or none, parsed for the depth of a picture before anything else is done.
+struct AnyColor {
+  AnyColor(const py::object& color, Order order, int32_t depth) {
+    if (depth == 8) bytes = ParseColor<VX_Pixel8>(color, order);
+    if (depth == 16) words = ParseColor<VX_Pixel16>(color, order);
+    if (depth == 32) floats = ParseColor<VX_PixelFloat>(color, order);
+  }
+  VX_Pixel8 bytes{};
+  VX_Pixel16 words{};
+  VX_PixelFloat floats{};
+};
+
+py::object Fill(const py::object& picture, const py::object& color, const py::object& rect,
+                const py::object& out, const py::object& order_word) {
+  const Order order = ParseOrder(order_word);
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const Source source(picture, order, "picture");
+  const AnyColor fill(color, order, source.depth());
+  Target target = Target::CopyOf(source, out);
+  VX_World* const world = target.world();
+  Run([&] {
+    if (world->Depth() == 8) return VX_Fill(nullptr, &fill.bytes, Pointer(area), world);
+    if (world->Depth() == 16) return VX_Fill16(nullptr, &fill.words, Pointer(area), world);
+    return VX_FillFloat(nullptr, &fill.floats, Pointer(area), world);
+  });
+  return target.Finish();
+}
+
+py::object ClearAlphaOutside(const py::object& picture, const py::object& rect,
+                             const py::object& out, const py::object& order_word) {
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const Source source(picture, ParseOrder(order_word), "picture");
+  Target target = Target::CopyOf(source, out);
+  Run([&] { return VX_ClearAlphaExceptRect(nullptr, Pointer(area), target.world()); });
+  return target.Finish();
+}
+
+py::object Premultiply(const py::object& picture, bool forward, const py::object& color,
+                       const py::object& rect, const py::object& out,
+                       const py::object& order_word) {
+  const Order order = ParseOrder(order_word);
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const Source source(picture, order, "picture");
+  std::optional<AnyColor> matte;
+  if (!color.is_none()) matte.emplace(color, order, source.depth());
+  Target target = Target::CopyOf(source, out);
+  VX_World* const world = target.world();
+  const int32_t way = forward ? 1 : 0;
+  Run([&] {
+    if (!matte) return VX_PremulRect(nullptr, way, Pointer(area), world);
+    if (world->Depth() == 8) {
+      return VX_PremulColorRect(nullptr, way, &matte->bytes, Pointer(area), world);
+    }
+    if (world->Depth() == 16) {
+      return VX_PremulColorRect16(nullptr, way, &matte->words, Pointer(area), world);
+    }
+    return VX_PremulColorRectFloat(nullptr, way, &matte->floats, Pointer(area), world);
+  });
+  return target.Finish();
+}
+
+int32_t ParseDepth(const py::object& depth) {
+  const int64_t value = ParseWhole("depth", depth, 8, 32);
+  if (value == 8 || value == 16 || value == 32) return static_cast<int32_t>(value);
+  throw py::value_error("depth: 8, 16 or 32 bits a channel, not " + std::to_string(value));
+}
+
+py::object Convert(const py::object& picture, const py::object& depth_word, bool dither,
+                   const py::object& progress, const py::object& out,
+                   const py::object& order_word) {
+  const int32_t depth = ParseDepth(depth_word);
+  const Source source(picture, ParseOrder(order_word), "picture");
+  const VX_World& from = *source.world();
+  Progress polled(progress);
+  Target target = Target::Sized(source, out, from.width, from.height, depth);
+  const WorldPtr apart = target.Apart(source);
+  Run(polled, [&] {
+    return VX_DepthConvertWorld(polled.info(), apart->get(), nullptr, dither ? 1 : 0, 0, 0,
+                                target.world());
+  });
+  return target.Finish();
+}
+
+py::object Copy(const py::object& dst, const py::object& src, const py::object& src_rect,
+                const py::object& dst_rect, const py::object& quality, bool premultiplied,
+                const py::object& out, const py::object& order_word) {
+  const Order order = ParseOrder(order_word);
+  const bool high = ParseQuality(quality) != 0;
+  const std::optional<M_Rect> from = ParseRect("src_rect", src_rect);
+  const std::optional<M_Rect> to = ParseRect("dst_rect", dst_rect);
+  const Source below(dst, order, "dst"), above(src, order, "src");
+  if (high) RequireSameDepth(*below.world(), *above.world(), "dst", "src");
+  Target target = Target::CopyOf(below, out);
+  const WorldPtr source = target.Apart(above);
+  const auto copy = !high           ? VX_CopyBits_Draft
+                    : premultiplied ? VX_CopyBits_HQ_Premul
+                                    : VX_CopyBits_HQ_Straight;
+  Run([&] { return copy(nullptr, source->get(), target.world(), Pointer(from), Pointer(to)); });
+  return target.Finish();
+}
+
+py::object Resize(const py::object& picture, const py::object& width, const py::object& height,
+                  const py::object& quality, const py::object& progress, const py::object& out,
+                  const py::object& order_word) {
+  const auto wide = static_cast<int32_t>(ParseWhole("width", width, 1, 30000));
+  const auto high = static_cast<int32_t>(ParseWhole("height", height, 1, 30000));
+  const int32_t level = ParseQuality(quality);
+  const Source source(picture, ParseOrder(order_word), "picture");
+  Progress polled(progress);
+  Target target = Target::Sized(source, out, wide, high, source.depth());
+  const WorldPtr apart = target.Apart(source);
+  Run(polled, [&] { return VX_ResizeWorld(polled.info(), level, apart->get(), target.world()); });
+  return target.Finish();
+}
+
+py::object Mix(const py::object& a, const py::object& b, const py::object& ratio,
+               bool premultiplied, const py::object& progress, const py::object& out,
+               const py::object& order_word) {
+  const Order order = ParseOrder(order_word);
+  const auto share = static_cast<VX_Fixed>(ParseNumber("ratio", ratio, 0, 1) * 65536 + 0.5);
+  const Source first(a, order, "a"), second(b, order, "b");
+  RequireSameDepth(*first.world(), *second.world(), "a", "b");
+  Progress polled(progress);
+  Target target = Target::CopyOf(first, out);
+  const WorldPtr from = target.Apart(first), to = target.Apart(second);
+  const auto mix = premultiplied ? VX_Blend_Premul : VX_Blend_Straight;
+  Run(polled, [&] { return mix(polled.info(), from->get(), to->get(), share, target.world()); });
+  return target.Finish();
+}
+
+// A table of 256 bytes; null for None.
+const uint8_t* Table(const char* name, const py::object& table) {
+  if (table.is_none()) return nullptr;
+  if (!py::isinstance<py::array_t<uint8_t, py::array::c_style>>(table)) {
+    throw py::type_error(std::string(name) + ": needs a contiguous array of 256 uint8, or None");
+  }
+  const auto& array = static_cast<const py::array&>(table);
+  if (array.ndim() != 1 || array.size() != 256) {
+    throw py::value_error(std::string(name) + ": " + Describe(array) + "; needs 256 entries");
+  }
+  return static_cast<const uint8_t*>(array.data());
+}
+
+py::object LookUp(const py::object& picture, const py::object& alpha, const py::object& red,
+                  const py::object& green, const py::object& blue, const py::object& rect,
+                  const py::object& out, const py::object& order_word) {
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const uint8_t* const tables[4] = {Table("alpha", alpha), Table("red", red), Table("green", green),
+                                    Table("blue", blue)};
+  const Source source(picture, ParseOrder(order_word), "picture");
+  if (source.depth() != 8) throw py::value_error("picture: tables are for 8 bits a channel");
+  Target target = Target::CopyOf(source, out);
+  VX_World* const world = target.world();
+  Run([&] {
+    return VX_IterateLUT(nullptr, 0, 0, world, Pointer(area), tables[0], tables[1], tables[2],
+                         tables[3], world);
+  });
+  return target.Finish();
+}
+
+py::tuple GuessAlpha(const py::object& picture, const py::object& order_word) {
+  const Source source(picture, ParseOrder(order_word), "picture");
+  VX_AlphaGuess guess{};
+  const VX_World* const world = source.world();
+  VX_Err code = VX_Ok;
+  Run([&] {
+    code = VX_GuessAlpha(nullptr, world, &guess);
+    return VX_Ok;  // "nothing decides" is an answer
+  });
+  constexpr const char* kKinds[] = {nullptr, "straight", "premultiplied-black",
+                                    "premultiplied-white"};
+  const py::object kind =
+      guess.kind == 0 ? py::object(py::none()) : py::object(py::str(kKinds[guess.kind]));
+  return py::make_tuple(kind, guess.partial, guess.beyond_black, guess.beyond_white);
+}
+
+py::tuple Rand(const py::object& state) {
+  auto word = static_cast<uint32_t>(ParseWhole("state", state, 0, UINT32_MAX));
+  const uint32_t value = VX_Rand(&word);
+  return py::make_tuple(value, word);
+}
+
+}  // namespace
+
+void AddPixels(py::module_& module) {
+  module.def("fill", &Fill);
+  module.def("clear_alpha_outside", &ClearAlphaOutside);
+  module.def("premultiply", &Premultiply);
+  module.def("convert", &Convert);
+  module.def("copy", &Copy);
+  module.def("resize", &Resize);
+  module.def("mix", &Mix);
+  module.def("look_up", &LookUp);
+  module.def("guess_alpha", &GuessAlpha);
+  module.def("rand", &Rand);
+  module.def("hypot", &VX_Hypot);
+  module.def("reset_dither", &VX_ResetDitherRandomIndex);
+}
+
+}  // namespace vxpy

@@ -74,6 +74,36 @@ void Convolve(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size, cons
   ExpectInPlace(to, dst);
 }
 
+cv::Mat Wrap(const VX_UnoBuffer& buffer) {
+  const int type = buffer.depth == 8 ? CV_8UC1 : buffer.depth == 16 ? CV_16UC1 : CV_32FC1;
+  return cv::Mat(buffer.height, buffer.width, type, *buffer.data);
+}
+
+void ExpectInPlace(const cv::Mat& result, const VX_UnoBuffer& dst) {
+  if (result.data != *dst.data) throw std::runtime_error("OpenCV did not write to the destination");
+}
+
+void UnoFill(const VX_UnoBuffer& dst, double value) { Wrap(dst).setTo(cv::Scalar(value)); }
+
+void UnoFade(const VX_UnoBuffer& dst, double scale) {
+  cv::Mat to = Wrap(dst);
+  to.convertTo(to, to.depth(), scale);
+  ExpectInPlace(to, dst);
+}
+
+void UnoInvert(const VX_UnoBuffer& dst, double full) {
+  cv::Mat to = Wrap(dst);
+  cv::subtract(cv::Scalar(full), to, to);
+  ExpectInPlace(to, dst);
+}
+
+void UnoBlend(const VX_UnoBuffer& src, const VX_UnoBuffer& weight, const VX_UnoBuffer& rest,
+              const VX_UnoBuffer& dst) {
+  cv::Mat to = Wrap(dst);
+  cv::blendLinear(Wrap(src), to, Wrap(weight), Wrap(rest), to);
+  ExpectInPlace(to, dst);
+}
+
 }  // namespace
 
 const OpenCvPeer* OpenCv() {
@@ -87,7 +117,11 @@ const OpenCvPeer* OpenCv() {
                       &Resize<cv::INTER_AREA>,
                       &Gaussian,
                       &Box,
-                      &Convolve};
+                      &Convolve,
+                      &UnoFill,
+                      &UnoFade,
+                      &UnoInvert,
+                      &UnoBlend};
   }();
   return &peer;
 }

@@ -7,6 +7,7 @@
 // without it, and its columns say so.
 
 #include "VX/VX_Types.h"
+#include "VX/VX_UnoBuffer.h"
 
 // Of the bell that, cut at radius + 1, has the variance of VX_GaussianValue.
 inline double SigmaOf(int32_t radius) { return 0.3965 * (radius + 1); }
@@ -27,6 +28,15 @@ struct OpenCvPeer {
   // A kernel of `size` by `size`, divided by its sum; zero beyond the border.
   void (*convolve)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size,
                    const int32_t* kernel);
+
+  // One channel, in place: a value at the scale of the depth; every sample times `scale`; `full`
+  // minus the sample; src * weight + dst * rest with two float buffers that make 1 in sum (8 bits
+  // and float only).
+  void (*uno_fill)(const VX_UnoBuffer& dst, double value);
+  void (*uno_fade)(const VX_UnoBuffer& dst, double scale);
+  void (*uno_invert)(const VX_UnoBuffer& dst, double full);
+  void (*uno_blend)(const VX_UnoBuffer& src, const VX_UnoBuffer& weight, const VX_UnoBuffer& rest,
+                    const VX_UnoBuffer& dst);
 };
 const OpenCvPeer* OpenCv();  // null: not installed
 

@@ -12,6 +12,7 @@ bool RunModes(const Options& options);
 bool RunCopies(const Options& options);
 bool RunScaling(const Options& options);
 bool RunFilters(const Options& options);
+bool RunUno(const Options& options);
 bool RunSamplers(const Options& options);
 bool RunIterators(const Options& options);
 bool RunScratch(const Options& options);
@@ -29,6 +30,7 @@ inline constexpr Section kSections[] = {
     {"scaling", "nearest and high quality, down and up, against OpenCV", &RunScaling},
     {"filters", "blurs, convolutions against OpenCV, libvips; passes by radius, direction",
      &RunFilters},
+    {"uno", "one-channel buffers against memcpy, a naive loop, OpenCV", &RunUno},
     {"samplers", "every sampler by content, against the nearest one and a naive loop",
      &RunSamplers},
     {"iterators", "walks with a function, a lambda, a table, against plain loops", &RunIterators},

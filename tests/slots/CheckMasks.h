@@ -48,7 +48,9 @@ void CheckMerge(Trial& trial, Merge merge) {
   }
 }
 
+// Not a mask of pixels: that is the type of a stage from row to row.
 template <class Channel>
+requires std::is_arithmetic_v<Channel>
 void CheckSlot(Trial& trial, VX_MergeMask8Func<Channel> routine) {
   CheckMerge<Channel, VX_Pixel8>(trial, routine);
 }

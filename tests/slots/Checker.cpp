@@ -9,8 +9,10 @@
 #include "CheckCopies.h"
 #include "CheckFilters.h"
 #include "CheckIterators.h"
+#include "CheckMasks.h"
 #include "CheckRows.h"
 #include "CheckSamplers.h"
+#include "CheckUno.h"
 #include "CheckWorlds.h"
 #include "VX/VX_OverrideTable.h"
 

@@ -152,8 +152,13 @@ class Frame {
     Pixel stretch{};
     for (int32_t x = 0; x < world.width; ++x) {
       const uint64_t r = trial.random();
-      Pixel p{AnyChannel<Channel>(r & 0xFFFF), AnyChannel<Channel>(r >> 16 & 0xFFFF),
-              AnyChannel<Channel>(r >> 32 & 0xFFFF), AnyChannel<Channel>(r >> 48)};
+      Pixel p{};
+      p.alpha = AnyChannel<Channel>(r & 0xFFFF);
+      if constexpr (sizeof(Pixel) > sizeof(Channel)) {
+        p.red = AnyChannel<Channel>(r >> 16 & 0xFFFF);
+        p.green = AnyChannel<Channel>(r >> 32 & 0xFFFF);
+        p.blue = AnyChannel<Channel>(r >> 48);
+      }
       if (style == kTransparent) p.alpha = 0;
       if (style == kOpaque) p.alpha = kFullScale<Channel>;
       if (style == kStretches) {

@@ -4,10 +4,15 @@
 // Fading and inverting.
 //
 // The row loops compute in the narrowest type that holds their values and have no branch, so that
-// the compiler takes eight or sixteen samples at once.
+// the compiler takes eight or sixteen samples at once. Where it does not find the best way, a step
+// of vectors goes before the plain loop. The shortest loops are unrolled: with one load and one
+// store a turn, a loop that lies across two lines of the code cache runs at half its speed.
 
 #include <algorithm>
-#include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "filters/uno/VXp_UnoBuffer.h"
 #include "filters/uno/VXp_UnoRows.h"
@@ -33,6 +38,10 @@ VX_UnoFadeFunc<uint16_t> FadeRow(VXp_PixelTag<VX_Pixel16>) {
 }
 VX_UnoFadeFunc<float> FadeRow(VXp_PixelTag<VX_PixelFloat>) { return &VXp_UnoFadeRowFloat; }
 
+// Rows lie one behind the other, so short ones are taken together, as far as a run stays at hand
+// for the second of two passes.
+constexpr int32_t kRunBytes = 1 << 14;
+
 VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
                      int32_t line = __builtin_LINE()) {
   const VX_Err error = VXp_CheckUno(buffer, line);
@@ -43,15 +52,34 @@ VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
     const Sample scaled = ScaledOpacity<Pixel>(opacity);
     const bool fade = scaled != VXp_PixelTraits<Pixel>::kFull;
     const M_LRect whole = VXp_UnoWhole(*buffer);
-    if (whole.right == 0 || (!fade && !invert)) return VX_Ok;
+    const int32_t width = whole.right;
+    if (width == 0 || (!fade && !invert)) return VX_Ok;
     const auto fade_row = FadeRow(tag);
-    return VXp_ForUnoRows(nullptr, whole.bottom, [&](int32_t, int32_t y) -> VX_Err {
-      Sample* const row = VXp_UnoRow<Sample>(*buffer, 0, y);
-      if (invert) VXp_UnoInvertRow(whole.right, row);
-      return fade ? fade_row(whole.right, scaled, row) : VX_Ok;
+    const int32_t height = whole.bottom;
+    const int32_t rows = std::max(kRunBytes / static_cast<int32_t>(sizeof(Sample)) / width, 1);
+    const int32_t runs = height / rows + (height % rows != 0 ? 1 : 0);
+    return VXp_ForUnoRows(nullptr, runs, [&](int32_t, int32_t i) -> VX_Err {
+      Sample* const run = VXp_UnoRow<Sample>(*buffer, 0, i * rows);
+      const int32_t count = std::min(rows, height - i * rows) * width;
+      if (invert) VXp_UnoInvertRow(count, run);
+      return fade ? fade_row(count, scaled, run) : VX_Ok;
     });
   });
 }
+
+#ifdef __SSE2__
+// The bytes of even and of odd places apart, each times 256, then times the opacity as a share of
+// 65536: the product in 256ths, of which half are added to round. The factor is off by half a unit
+// at most, so a product by less than 1/2; v a / 255 lies at least 1/510 from a half, and that is
+// more.
+__m128i FadedBytes(__m128i v, __m128i factor) {
+  const __m128i half = _mm_set1_epi16(128), odd_places = _mm_set1_epi16(-256);
+  const __m128i odd = _mm_mulhi_epu16(_mm_and_si128(v, odd_places), factor);
+  const __m128i even = _mm_mulhi_epu16(_mm_slli_epi16(v, 8), factor);
+  return _mm_or_si128(_mm_and_si128(_mm_add_epi16(odd, half), odd_places),
+                      _mm_srli_epi16(_mm_add_epi16(even, half), 8));
+}
+#endif
 
 }  // namespace
 
@@ -71,7 +99,16 @@ VX_Err VX_InvertAndFadeUnoBuffer(void*, VX_Fixed opacity, VX_UnoBuffer* buffer) 
 // --- rows ----------------------------------------------------------------------------------------
 
 VX_Err VXp_UnoFadeRow8(int32_t count, uint8_t opacity, uint8_t* row) {
-  for (int32_t i = 0; i < count; ++i) {
+  if (opacity == 255) return VX_Ok;  // whose factor would be no word
+  int32_t i = 0;
+#ifdef __SSE2__
+  const __m128i factor = _mm_set1_epi16(static_cast<int16_t>((opacity * 65536 + 127) / 255));
+#pragma GCC unroll 4
+  for (; i <= count - 16; i += 16) {
+    VXp_Store(row + i, FadedBytes(VXp_Load<__m128i>(row + i), factor));
+  }
+#endif
+  for (; i < count; ++i) {
     const auto t = static_cast<uint16_t>(row[i] * opacity + 128);
     row[i] = static_cast<uint8_t>(static_cast<uint16_t>(t + (t >> 8)) >> 8);
   }
@@ -84,6 +121,7 @@ VX_Err VXp_UnoFadeRow16(int32_t count, uint16_t opacity, uint16_t* row) {
   constexpr uint16_t kFull = 32768;
   if (opacity >= kFull) return VX_Ok;  // and twice of it would be no word
   const auto twice = static_cast<uint16_t>(2 * opacity);
+#pragma GCC unroll 4
   for (int32_t i = 0; i < count; ++i) {
     const auto v = VXp_Load<uint16_t>(row + i);
     const auto high = static_cast<uint16_t>((uint32_t{v} * twice) >> 16);
@@ -95,16 +133,19 @@ VX_Err VXp_UnoFadeRow16(int32_t count, uint16_t opacity, uint16_t* row) {
 }
 
 VX_Err VXp_UnoFadeRowFloat(int32_t count, float opacity, float* row) {
+#pragma GCC unroll 4
   for (int32_t i = 0; i < count; ++i) VXp_Store(row + i, VXp_Load<float>(row + i) * opacity);
   return VX_Ok;
 }
 
 void VXp_UnoInvertRow(int32_t count, uint8_t* row) {
+#pragma GCC unroll 4
   for (int32_t i = 0; i < count; ++i) row[i] = static_cast<uint8_t>(255 - row[i]);
 }
 
 void VXp_UnoInvertRow(int32_t count, uint16_t* row) {
   constexpr uint16_t kFull = 32768;
+#pragma GCC unroll 4
   for (int32_t i = 0; i < count; ++i) {
     const auto v = VXp_Load<uint16_t>(row + i);
     VXp_Store(row + i, static_cast<uint16_t>(kFull - std::min(v, kFull)));
@@ -112,5 +153,6 @@ void VXp_UnoInvertRow(int32_t count, uint16_t* row) {
 }
 
 void VXp_UnoInvertRow(int32_t count, float* row) {
+#pragma GCC unroll 4
   for (int32_t i = 0; i < count; ++i) VXp_Store(row + i, 1.0f - VXp_Load<float>(row + i));
 }

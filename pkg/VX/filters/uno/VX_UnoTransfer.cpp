@@ -6,6 +6,10 @@
 #include <algorithm>
 #include <cstring>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "filters/uno/VXp_UnoPlace.h"
 #include "filters/uno/VXp_UnoRows.h"
 
@@ -76,6 +80,21 @@ class Transfer {
   const VX_UnoTransferFunc<Sample> row_ = TransferRow(VXp_PixelTag<Pixel>{});
 };
 
+#ifdef __SSE2__
+// The size of the distance times the mask, from the two halves of the product: 16383 and the lower
+// half make two more bits. All ones where d goes down turn the step's sign.
+__m128i MixedWords(__m128i s, __m128i mask, __m128i d) {
+  const __m128i up = _mm_subs_epu16(s, d);
+  const __m128i distance = _mm_or_si128(up, _mm_subs_epu16(d, s));
+  const __m128i low = _mm_mullo_epi16(distance, mask);
+  const __m128i high = _mm_mulhi_epu16(distance, mask);
+  const __m128i bits = _mm_srli_epi16(_mm_avg_epu16(low, _mm_set1_epi16(16382)), 14);
+  const __m128i step = _mm_add_epi16(_mm_add_epi16(high, high), bits);
+  const __m128i downwards = _mm_cmpeq_epi16(up, _mm_setzero_si128());
+  return _mm_add_epi16(d, _mm_sub_epi16(_mm_xor_si128(step, downwards), downwards));
+}
+#endif
+
 }  // namespace
 
 VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
@@ -97,8 +116,9 @@ VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
 
 // --- rows ----------------------------------------------------------------------------------------
 
-// The signed product rounds the distance as the product of its size does, whichever way it goes:
-// 255 is odd, so nothing lies at a half. Sizes fit 16 bits.
+// The distance is rounded alike both ways, since 255 is odd and nothing lies at a half: so it is
+// the quotient of d 255 + m (s - d), which is not negative and fits a word. Times 257 and without
+// the lower word is divided by 255.
 VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mask, uint8_t* dst) {
   if (count <= 0) return VX_Ok;
   if (mask == nullptr) {
@@ -106,16 +126,12 @@ VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mas
     return VX_Ok;
   }
   for (int32_t i = 0; i < count; ++i) {
-    const uint8_t s = src[i], d = dst[i];
-    const auto distance = static_cast<uint8_t>(std::max(s, d) - std::min(s, d));
-    const auto t = static_cast<uint16_t>(distance * mask[i] + 128);
-    const auto step = static_cast<uint8_t>(static_cast<uint16_t>(t + (t >> 8)) >> 8);
-    dst[i] = static_cast<uint8_t>(s > d ? d + step : d - step);
+    const auto t = static_cast<uint16_t>((src[i] - dst[i]) * mask[i] + dst[i] * 255 + 128);
+    dst[i] = static_cast<uint8_t>((uint32_t{t} * 257u) >> 16);
   }
   return VX_Ok;
 }
 
-// The product from its two halves; 16383 is one below the half, so both ways are told apart.
 VX_Err VXp_UnoTransferRow16(int32_t count, const uint16_t* src, const uint16_t* mask,
                             uint16_t* dst) {
   if (count <= 0) return VX_Ok;
@@ -123,14 +139,16 @@ VX_Err VXp_UnoTransferRow16(int32_t count, const uint16_t* src, const uint16_t* 
     std::memmove(dst, src, static_cast<size_t>(count) * sizeof *dst);
     return VX_Ok;
   }
-  for (int32_t i = 0; i < count; ++i) {
-    const auto s = VXp_Load<uint16_t>(src + i), d = VXp_Load<uint16_t>(dst + i);
-    const auto m = VXp_Load<uint16_t>(mask + i);
-    const auto distance = static_cast<uint16_t>(std::max(s, d) - std::min(s, d));
-    const auto high = static_cast<uint16_t>((uint32_t{distance} * m) >> 16);
-    const auto low = static_cast<uint16_t>(uint32_t{distance} * m);
-    const int carry = static_cast<uint16_t>((low & 0x7FFF) + 16383) >> 15;
-    const auto step = static_cast<uint16_t>(high * 2 + (low >> 15) + carry);
+  int32_t i = 0;
+#ifdef __SSE2__
+  for (; i <= count - 8; i += 8) {
+    VXp_Store(dst + i, MixedWords(VXp_Load<__m128i>(src + i), VXp_Load<__m128i>(mask + i),
+                                  VXp_Load<__m128i>(dst + i)));
+  }
+#endif
+  for (; i < count; ++i) {
+    const uint32_t s = VXp_Load<uint16_t>(src + i), d = VXp_Load<uint16_t>(dst + i);
+    const uint32_t step = (VXp_Load<uint16_t>(mask + i) * (s > d ? s - d : d - s) + 16383u) >> 15;
     VXp_Store(dst + i, static_cast<uint16_t>(s > d ? d + step : d - step));
   }
   return VX_Ok;

@@ -42,8 +42,10 @@ struct VXIO_Metadata::Impl {
   COR_QCE_ProfilePtr given_profile;      // of VXIO_WithProfile; its bytes stand in the spec
 };
 
-// What to say about a profile that the format does not hold; empty when nothing is lost with it.
-std::string VXIOp_WordsOfLostProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format);
+// Whether a file of this format can be written with the profile of the metadata, which has one.
+// When it cannot, `words` say what is lost, and are empty when nothing is.
+bool VXIOp_TakesProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
+                        std::string* words);
 
 // The first line of a library's message, without the file's name in front.
 std::string VXIOp_FirstLine(const std::string& text);

@@ -85,6 +85,28 @@ bool TellsColors(const std::string& name) {
          std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 
+// What the PNG library asks of a profile; with any other it ends the writing of the picture.
+bool PngTakes(std::string_view profile) {
+  auto word = [&](size_t at) {
+    uint32_t value = 0;
+    for (size_t i = 0; i < 4; ++i) value = value << 8 | static_cast<unsigned char>(profile[at + i]);
+    return value;
+  };
+  const size_t size = profile.size();
+  if (size < 132 || size > 8000000 || word(0) != size) return false;
+  if (profile[8] > 3 && size % 4 != 0) return false;
+  const std::string_view kind = profile.substr(12, 4), space = profile.substr(20, 4);
+  if (profile.substr(36, 4) != "acsp" || word(64) >= 0xFFFF) return false;
+  if (kind == "abst" || kind == "link" || (space != "XYZ " && space != "Lab ")) return false;
+  const size_t tags = word(128);
+  if (tags > (size - 132) / 12) return false;
+  for (size_t at = 132; at < 132 + tags * 12; at += 12) {
+    const size_t start = word(at + 4), length = word(at + 8);
+    if (start > size || length > size - start) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 VXIO_PictureProfile VXIO_ProfileOf(const std::string& path, const VXIO_Metadata& metadata) {
@@ -122,13 +144,27 @@ VXIO_Metadata VXIO_WithProfile(const VXIO_Metadata& metadata, const COR_QCE_Prof
   return VXIO_Metadata(std::move(changed));
 }
 
-std::string VXIOp_WordsOfLostProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format) {
-  if (!from.given_profile)
-    return std::string(format.name) + " does not keep ICCProfile of the input";
-  const char* counts_as = std::string_view(format.name) == "exr" ? kLinear : kNonlinear;
-  if (VXIO_SameColors(from.given_profile, BuiltIn(counts_as))) return "";
-  return std::string(format.name) + " holds no profile; without one the colours, which are in " +
-         VXIO_ProfileName(from.given_profile) + ", count as " + counts_as;
+bool VXIOp_TakesProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
+                        std::string* words) {
+  const OIIO::ParamValue& entry = *from.spec.find_attribute("ICCProfile");
+  const std::string_view bytes(static_cast<const char*>(entry.data()),
+                               static_cast<size_t>(entry.datasize()));
+  if (format.profile && bytes.substr(0, 20).ends_with("RGB ")) {
+    if (std::string_view(format.name) != "png" || PngTakes(bytes)) return true;
+    *words = "png does not take the profile of the input, which is damaged or of a kind that is "
+             "not embedded; left out";
+  } else if (format.profile) {
+    *words = "the profile of the input is not one for RGB; left out";
+  } else if (!from.given_profile) {
+    *words = std::string(format.name) + " does not keep ICCProfile of the input";
+  } else {
+    const char* counts_as = std::string_view(format.name) == "exr" ? kLinear : kNonlinear;
+    if (VXIO_SameColors(from.given_profile, BuiltIn(counts_as))) return false;
+    *words = std::string(format.name) +
+             " holds no profile; without one the colours, which are in " +
+             VXIO_ProfileName(from.given_profile) + ", count as " + counts_as;
+  }
+  return false;
 }
 
 std::string VXIO_ProfileName(const COR_QCE_ProfilePtr& profile) {

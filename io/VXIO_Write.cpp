@@ -46,12 +46,6 @@ int64_t CountNotOpaque(const VX_LayerDef& world) {
   return count;
 }
 
-bool IsRgbProfile(const OIIO::ImageSpec& spec) {
-  const OIIO::ParamValue* profile = spec.find_attribute("ICCProfile");
-  return profile && profile->datasize() >= 20 &&
-         std::memcmp(static_cast<const char*>(profile->data()) + 16, "RGB ", 4) == 0;
-}
-
 // What describes the bytes of the old file rather than the picture does not travel.
 bool Travels(const std::string& name, bool same_format) {
   static constexpr std::array<std::string_view, 10> kPrivate = {
@@ -74,10 +68,8 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
   for (const OIIO::ParamValue& entry : from.spec.extra_attribs) {
     std::string name = entry.name().string();
     if (!Travels(name, same_format)) continue;
-    if (name == "ICCProfile" && !(plan->format->profile && IsRgbProfile(from.spec))) {
-      const std::string words = plan->format->profile
-                                    ? "the profile of the input is not one for RGB; left out"
-                                    : VXIOp_WordsOfLostProfile(from, *plan->format);
+    std::string words;
+    if (name == "ICCProfile" && !VXIOp_TakesProfile(from, *plan->format, &words)) {
       if (!words.empty()) plan->warnings.push_back(path + ": " + words);
       continue;
     }

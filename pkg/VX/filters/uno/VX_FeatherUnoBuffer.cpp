@@ -99,9 +99,7 @@ class Feather {
   }
 
  private:
-  // Two cache lines of a row at the most.
-  static constexpr int32_t kLines = sizeof(Sample) == 1 ? 64 : 32;
-  static_assert(kLines <= kVXp_ScanBlock);
+  static constexpr int32_t kLines = kVXp_ScanLines<Sample>;
 
   template <class Work>
   VX_Err Pass(const Direction& direction, int32_t lines, int32_t items, int32_t before, int32_t all,

@@ -13,7 +13,11 @@
 #include "filters/uno/VXp_ScanPlan.h"
 #include "filters/uno/VXp_ScanSums.h"
 
-// The widest bundle. Also the places of a single line that are made at once.
+// Lines of a bundle, at most: one or two cache lines of a row.
+template <class Sample>
+inline constexpr int32_t kVXp_ScanLines = sizeof(Sample) == 1 ? 64 : 32;
+
+// Places of a single line that are made at once; as many as the lines of any bundle.
 inline constexpr int32_t kVXp_ScanBlock = 64;
 
 // The samples of a plan's places, behind each other: `lines` of each place side by side.
@@ -68,8 +72,10 @@ class VXp_BoxScan {
   void Run(const VXp_ScanOutput& out) const {
     if (VXp_RunsAlong<Sample>(in_.lines, out)) {
       Along(out);
+    } else if (in_.lines == kVXp_ScanLines<Sample>) {
+      Across<kVXp_ScanLines<Sample>>(out);
     } else {
-      Across(out);
+      Across<0>(out);
     }
   }
 
@@ -144,8 +150,10 @@ class VXp_BoxScan {
     }
   }
 
+  // kLines 0: any number of lines.
+  template <int32_t kLines>
   void Across(const VXp_ScanOutput& out) const {
-    const int32_t lines = in_.lines;
+    const int32_t lines = kLines != 0 ? kLines : in_.lines;
     Sum sums[kVXp_ScanBlock];
     double held[kVXp_ScanBlock];
     for (int32_t l = 0; l < lines; ++l) {

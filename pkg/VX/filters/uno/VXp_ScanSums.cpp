@@ -12,29 +12,37 @@ namespace {
 template <class Sample>
 constexpr int64_t kTapsAtOnce = sizeof(Sample) == 1 ? 4096 : 16;
 
+// part[j] += w (a[j] + b[j])
+template <class Sample>
+inline void AddTap(const Sample* a, const Sample* b, uint16_t weight, int32_t count,
+                   uint32_t* __restrict part) {
+  for (int32_t j = 0; j < count; ++j) {
+    if constexpr (sizeof(Sample) == 1) {
+      const auto both = static_cast<uint16_t>(a[j] + b[j]);
+      part[j] += uint32_t{both} * weight;
+    } else {
+      part[j] += uint32_t{a[j]} * weight + uint32_t{b[j]} * weight;
+    }
+  }
+}
+
 // kCount 0: `count` of them.
 template <class Sample, int32_t kCount>
 void IntegerSums(const Sample* c, ptrdiff_t step, const int32_t* w, int64_t reach, int32_t count,
                  double* sums) {
   const int32_t n = kCount != 0 ? kCount : count;
-  for (int32_t j = 0; j < n; ++j) sums[j] = static_cast<double>(w[0]) * c[j];
-  for (int64_t from = 1; from <= reach; from += kTapsAtOnce<Sample>) {
+  uint32_t part[kVXp_GaussianBlock];
+  for (int32_t j = 0; j < n; ++j) part[j] = uint32_t{c[j]} * static_cast<uint16_t>(w[0]);
+  for (int64_t from = 1;;) {
     const int64_t to = std::min(from + kTapsAtOnce<Sample>, reach + 1);
-    uint32_t part[kVXp_GaussianBlock] = {};
     for (int64_t t = from; t < to; ++t) {
-      const Sample* const after = c + t * step;
-      const Sample* const before = c - t * step;
-      const auto weight = static_cast<uint16_t>(w[t]);
-      for (int32_t j = 0; j < n; ++j) {
-        if constexpr (sizeof(Sample) == 1) {
-          const auto both = static_cast<uint16_t>(after[j] + before[j]);
-          part[j] += uint32_t{both} * weight;
-        } else {
-          part[j] += uint32_t{after[j]} * weight + uint32_t{before[j]} * weight;
-        }
-      }
+      AddTap(c + t * step, c - t * step, static_cast<uint16_t>(w[t]), n, part);
     }
+    if (from == 1) std::fill_n(sums, n, 0.0);
     for (int32_t j = 0; j < n; ++j) sums[j] += static_cast<double>(static_cast<int32_t>(part[j]));
+    if (to > reach) return;
+    from = to;
+    std::fill_n(part, n, 0u);
   }
 }
 

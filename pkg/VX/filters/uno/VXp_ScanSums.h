@@ -23,21 +23,20 @@ struct VXp_SlidingSum {
   Sum sum = 0;
 };
 
-// In float the leaving sample is taken before the entering one is added; when only zeros are left
-// the sum is 0, so that rounding leaves no trace where there is nothing. What is not finite stays
-// in the sum until then.
+// In float the difference of the entering and the leaving sample is added; when only zeros are left
+// in the window the sum is 0, so that rounding leaves no trace where there is nothing. What is not
+// finite stays in the sum until then.
 template <>
 struct VXp_SlidingSum<float> {
   using Sum = double;
 
   void Enter(float v, int64_t times = 1) {
-    const auto count = static_cast<double>(times);
-    held += v != 0.0f ? count : 0.0;
-    sum += static_cast<double>(v) * count;
+    held += v != 0.0f ? static_cast<int32_t>(times) : 0;
+    sum += static_cast<double>(v) * static_cast<double>(times);
   }
 
   Sum sum = 0;
-  double held = 0;  // samples in the window that are not 0
+  int32_t held = 0;  // samples in the window that are not 0
 };
 
 // The sums of one line for `count` places behind each other.
@@ -48,10 +47,10 @@ void VXp_SlideAlong(const Sample* entering, const Sample* leaving, int32_t count
   VXp_SlidingSum<Sample> now = state;
   for (int32_t i = 0; i < count; ++i) {
     if constexpr (std::is_same_v<Sample, float>) {
-      now.held -= leaving[i] != 0.0f ? 1.0 : 0.0;
-      now.sum = now.held != 0.0 ? now.sum - static_cast<double>(leaving[i]) : 0.0;
-      now.held += entering[i] != 0.0f ? 1.0 : 0.0;
-      now.sum += static_cast<double>(entering[i]);
+      const double change = static_cast<double>(entering[i]) - static_cast<double>(leaving[i]);
+      now.held += (entering[i] != 0.0f ? 1 : 0) - (leaving[i] != 0.0f ? 1 : 0);
+      now.sum += change;
+      if (now.held == 0) now.sum = 0;
     } else {
       now.sum += static_cast<uint32_t>(entering[i]) - static_cast<uint32_t>(leaving[i]);
     }
@@ -60,7 +59,8 @@ void VXp_SlideAlong(const Sample* entering, const Sample* leaving, int32_t count
   state = now;
 }
 
-// The sums of `count` lines for the next place.
+// The sums of `count` lines for the next place. Lines of floats count what they hold as doubles, so
+// that all of it has the same lanes.
 template <class Sample>
 void VXp_SlideAcross(const Sample* entering, const Sample* leaving, int32_t count,
                      uint32_t* __restrict sums, double* /*held*/) {
@@ -72,9 +72,9 @@ inline void VXp_SlideAcross(const float* entering, const float* leaving, int32_t
                             double* __restrict sums, double* __restrict held) {
   for (int32_t i = 0; i < count; ++i) {
     const double in = entering[i], out = leaving[i];
-    const double left = held[i] - (out != 0.0 ? 1.0 : 0.0);
-    sums[i] = (left != 0.0 ? sums[i] - out : 0.0) + in;
-    held[i] = left + (in != 0.0 ? 1.0 : 0.0);
+    held[i] += (in != 0.0 ? 1.0 : 0.0) - (out != 0.0 ? 1.0 : 0.0);
+    const double sum = sums[i] + (in - out);
+    sums[i] = held[i] != 0.0 ? sum : 0.0;
   }
 }
 

@@ -103,6 +103,12 @@ int64_t ParseWhole(const char* name, const py::handle& object, int64_t least, in
   return value;
 }
 
+int32_t ParseDepth(const py::object& depth) {
+  const int64_t value = ParseWhole("depth", depth, 8, 32);
+  if (value == 8 || value == 16 || value == 32) return static_cast<int32_t>(value);
+  throw py::value_error("depth: 8, 16 or 32 bits a channel, not " + std::to_string(value));
+}
+
 std::optional<M_Rect> ParseRect(const char* name, const py::object& rect) {
   constexpr char kWhat[] = "(left, top, right, bottom)";
   if (rect.is_none()) return std::nullopt;

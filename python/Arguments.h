@@ -35,6 +35,9 @@ int32_t ParseField(const py::object& word);
 // "draft" or "high" as VX_Quality_...
 int32_t ParseQuality(const py::object& word);
 
+// 8, 16 or 32.
+int32_t ParseDepth(const py::object& depth);
+
 // A number of a range, which also keeps out what is not a number; and a whole one.
 double ParseNumber(const char* name, const py::object& number, double least, double largest);
 int64_t ParseWhole(const char* name, const py::handle& number, int64_t least, int64_t largest);

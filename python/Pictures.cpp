@@ -330,6 +330,13 @@ void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name,
                         "; vx.convert brings them together");
 }
 
+py::array ArrayOf(const World& world, Order order) {
+  const VX_World& from = *world.get();
+  py::array array = NewArray(from.width, from.height, from.Depth());
+  Move(PixelsOf(from), Order::Argb, PixelsOf(array, "array"), order);
+  return array;
+}
+
 // --- vx.World ------------------------------------------------------------------------------------
 
 namespace {
@@ -341,13 +348,6 @@ WorldPtr Copied(const py::object& picture, const py::object& order) {
                                        py::none(), /*writable=*/true);
   Move(PixelsOf(from), Order::Argb, PixelsOf(*world->get()), Order::Argb);
   return world;
-}
-
-py::object ToArray(const WorldPtr& world, const py::object& order) {
-  const VX_World& from = *world->get();
-  py::array array = NewArray(from.width, from.height, from.Depth());
-  Move(PixelsOf(from), Order::Argb, PixelsOf(array, "array"), ParseOrder(order));
-  return array;
 }
 
 py::buffer_info BufferOf(World& world) {
@@ -382,8 +382,13 @@ keep each other alive.)")
           "be "
           "further apart than they are long; pixels and channels must follow each other. The array "
           "lives as long as the world. A read-only array makes a world that is no destination.")
-      .def("array", &ToArray, py::kw_only(), py::arg("order") = "rgba",
-           "A new array of height x width x 4 in the order asked for.")
+      .def(
+          "array",
+          [](const World& world, const py::object& order) {
+            return ArrayOf(world, ParseOrder(order));
+          },
+          py::kw_only(), py::arg("order") = "rgba",
+          "A new array of height x width x 4 in the order asked for.")
       .def_property_readonly("width", [](const World& w) { return w.get()->width; })
       .def_property_readonly("height", [](const World& w) { return w.get()->height; })
       .def_property_readonly(

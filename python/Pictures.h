@@ -108,6 +108,9 @@ class Target {
 // Both of a pair of pictures must have one size or one depth: ValueError.
 void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name, const char* b_name);
 
+// A new array of height x width x 4 with the pixels of a world.
+py::array ArrayOf(const World& world, Order order);
+
 void AddWorld(py::module_& module);
 
 }  // namespace vxpy

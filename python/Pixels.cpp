@@ -85,12 +85,6 @@ py::object Premultiply(const py::object& picture, bool forward, const py::object
   return target.Finish();
 }
 
-int32_t ParseDepth(const py::object& depth) {
-  const int64_t value = ParseWhole("depth", depth, 8, 32);
-  if (value == 8 || value == 16 || value == 32) return static_cast<int32_t>(value);
-  throw py::value_error("depth: 8, 16 or 32 bits a channel, not " + std::to_string(value));
-}
-
 py::object Convert(const py::object& picture, const py::object& depth_word, bool dither,
                    const py::object& progress, const py::object& out,
                    const py::object& order_word) {

@@ -9,6 +9,7 @@
 namespace vxpy {
 
 void AddBlend(pybind11::module_& module);
+void AddFiles(pybind11::module_& module);
 void AddPixels(pybind11::module_& module);
 
 }  // namespace vxpy

@@ -11,6 +11,7 @@ PYBIND11_MODULE(_vx, module) {
   vxpy::AddErrors(module);
   vxpy::AddWorld(module);
   vxpy::AddBlend(module);
+  vxpy::AddFiles(module);
   vxpy::AddPixels(module);
   module.def("birth", &vxpy::Birth,
              "Starts the library; importing the module has done so. Again after vx.death().");

@@ -12,12 +12,14 @@ the default order each call converts them once on the way in and once on the way
 """
 
 from ._blend import modes, transfer
+from ._files import Frame, Read, frames, info, read, read_all, write
 from ._pixels import (clear_alpha_outside, convert, copy, fill, guess_alpha, hypot, look_up, mix,
                       premultiply, rand, reset_dither, resize, unpremultiply)
-from ._vx import Error, LinearTables, World, birth, death
+from ._vx import Error, LinearTables, Metadata, World, birth, death
 
 __all__ = [
-    "Error", "LinearTables", "World", "birth", "clear_alpha_outside", "convert", "copy", "death",
-    "fill", "guess_alpha", "hypot", "look_up", "mix", "modes", "premultiply", "rand",
-    "reset_dither", "resize", "transfer", "unpremultiply",
+    "Error", "Frame", "LinearTables", "Metadata", "Read", "World", "birth",
+    "clear_alpha_outside", "convert", "copy", "death", "fill", "frames", "guess_alpha", "hypot",
+    "info", "look_up", "mix", "modes", "premultiply", "rand", "read", "read_all",
+    "reset_dither", "resize", "transfer", "unpremultiply", "write",
 ]

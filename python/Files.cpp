@@ -1,0 +1,199 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Pictures and sequences of pictures from files and to files.
+
+#include <pybind11/stl.h>
+
+#include "Arguments.h"
+#include "Errors.h"
+#include "Pictures.h"
+#include "Subjects.h"
+#include "VXIO/VXIO_Picture.h"
+#include "VXIO/VXIO_Profile.h"
+#include "VXIO/VXIO_Sequence.h"
+
+namespace vxpy {
+
+namespace {
+
+// What a file holds besides pixels: vx.Metadata.
+struct Metadata {
+  VXIO_Metadata carried;
+  std::string path;
+};
+
+std::string PathOf(const py::object& path) {
+  const auto text = py::reinterpret_steal<py::object>(PyOS_FSPath(path.ptr()));
+  if (!text) throw py::error_already_set();
+  PyObject* bytes = nullptr;
+  if (PyUnicode_FSConverter(text.ptr(), &bytes) == 0) throw py::error_already_set();
+  const auto holder = py::reinterpret_steal<py::bytes>(bytes);
+  return std::string(holder);
+}
+
+void WarnAll(const std::vector<std::string>& warnings) {
+  for (const std::string& text : warnings) {
+    if (PyErr_WarnEx(PyExc_UserWarning, text.c_str(), 2) != 0) throw py::error_already_set();
+  }
+}
+
+// A file that is not there is told in Python's own way before the library looks for it.
+void RequireFile(const py::object& path) {
+  const py::module_ os = py::module_::import("os");
+  os.attr("stat")(path);  // raises FileNotFoundError, PermissionError, ...
+}
+
+// Runs function() without the interpreter's lock; what io throws becomes OSError.
+template <class Function>
+void RunFiles(Function&& function) {
+  const Call call;
+  std::string refused;
+  VX_Err code = VX_Ok;
+  {
+    const py::gil_scoped_release release;
+    try {
+      function();
+    } catch (const VXIO_Error& error) {
+      refused = error.what();
+    } catch (VX_Err thrown) {
+      code = thrown;
+    }
+  }
+  if (!refused.empty()) {
+    PyErr_SetString(PyExc_OSError, refused.c_str());
+    throw py::error_already_set();
+  }
+  Check(code);
+}
+
+VXIO_AlphaAs ParseAlpha(const py::object& word) {
+  constexpr VXIO_AlphaAs kWays[] = {VXIO_AlphaAs::File, VXIO_AlphaAs::Straight,
+                                    VXIO_AlphaAs::Premultiplied, VXIO_AlphaAs::Ignore};
+  return kWays[ParseChoice("alpha", word, {"file", "straight", "premultiplied", "ignore"})];
+}
+
+// The world of a picture with its pixels, as the caller wants it.
+py::object Given(VXIO_WorldPtr world, bool as_world, Order order) {
+  const auto shared = std::make_shared<World>(std::move(world), py::none(), /*writable=*/true);
+  if (as_world) return py::cast(shared);
+  return ArrayOf(*shared, order);
+}
+
+py::tuple Read(const py::object& path, const py::object& depth, const py::object& alpha,
+               bool as_world, const py::object& order_word) {
+  const Order order = ParseOrder(order_word);
+  const VXIO_AlphaAs way = ParseAlpha(alpha);
+  const int32_t bits = depth.is_none() ? 0 : ParseDepth(depth);
+  const std::string file = PathOf(path);
+  RequireFile(path);
+  VXIO_Picture picture;
+  RunFiles([&] { picture = VXIO_Read(file, bits, way); });
+  WarnAll(picture.warnings);
+  return py::make_tuple(Given(std::move(picture.world), as_world, order),
+                        Metadata{picture.metadata, file}, picture.has_alpha);
+}
+
+void Write(const py::object& path, const py::object& picture, const py::object& metadata,
+           bool keep_alpha, bool overwrite, bool strict, const py::object& order_word) {
+  const std::string file = PathOf(path);
+  const Source source(picture, ParseOrder(order_word), "picture");
+  VXIO_WriteOptions options;
+  if (!metadata.is_none()) {
+    if (!py::isinstance<Metadata>(metadata)) {
+      throw py::type_error("metadata: needs vx.Metadata or None, not " +
+                           std::string(py::repr(metadata)));
+    }
+    options.metadata = metadata.cast<const Metadata&>().carried;
+  }
+  options.keep_alpha = keep_alpha;
+  options.clobber = overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse;
+  options.strict = strict;
+  const VX_World* const world = source.world();
+  std::vector<std::string> warnings;
+  RunFiles([&] { warnings = VXIO_Write(file, *world, options); });
+  WarnAll(warnings);
+}
+
+// The profile that the colours are in, as it stands in a file, and whether the file holds it.
+py::tuple ProfileOf(const Metadata& metadata) {
+  VXIO_PictureProfile found;
+  std::vector<uint8_t> bytes;
+  RunFiles([&] {
+    found = VXIO_ProfileOf(metadata.path, metadata.carried);
+    QCE_Error(COR_QCE_GetProfileBytes(found.profile, &bytes));
+  });
+  return py::make_tuple(py::bytes(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
+                        VXIO_ProfileName(found.profile), found.embedded);
+}
+
+Metadata WithProfile(const Metadata& metadata, const py::bytes& profile) {
+  const std::string bytes = profile;
+  Metadata result{{}, metadata.path};
+  RunFiles([&] {
+    COR_QCE_ProfilePtr made;
+    QCE_Error(COR_QCE_ProfileFromMemory(bytes.data(), bytes.size(), &made));
+    result.carried = VXIO_WithProfile(metadata.carried, made);
+  });
+  return result;
+}
+
+py::dict Info(const py::object& path) {
+  const std::string file = PathOf(path);
+  RequireFile(path);
+  VXIO_Info info;
+  RunFiles([&] { info = VXIO_ReadInfo(file); });
+  constexpr const char* kAlpha[] = {"none", "straight", "premultiplied"};
+  py::dict told;
+  told["format"] = info.format;
+  told["width"] = info.width;
+  told["height"] = info.height;
+  told["channels"] = info.channels;
+  told["sample_type"] = info.sample_type;
+  told["depth"] = info.depth;
+  told["alpha"] = kAlpha[static_cast<int32_t>(info.alpha)];
+  told["parts"] = info.parts;
+  told["profile"] = info.has_profile ? py::object(py::str(info.profile)) : py::none();
+  py::dict attributes;
+  for (const auto& [name, value] : info.metadata) attributes[py::str(name)] = value;
+  told["metadata"] = attributes;
+  return told;
+}
+
+// (number, file) of each frame of a sequence, of those on the disk or of those that `frames` names.
+std::vector<std::pair<int64_t, std::string>> FrameFiles(const py::object& path,
+                                                        const py::object& frames) {
+  const std::string name = PathOf(path);
+  const std::string words = frames.is_none() ? "" : std::string(py::str(frames));
+  std::vector<std::pair<int64_t, std::string>> files;
+  RunFiles([&] {
+    const VXIO_FramePattern pattern(name);
+    const std::vector<int64_t> numbers =
+        words.empty() ? pattern.FramesOnDisk() : VXIO_ParseFrames(words);
+    for (const int64_t number : numbers) files.emplace_back(number, pattern.Name(number));
+  });
+  return files;
+}
+
+bool IsPattern(const py::object& path) { return VXIO_FramePattern::IsPattern(PathOf(path)); }
+
+}  // namespace
+
+void AddFiles(py::module_& module) {
+  py::class_<Metadata>(module, "Metadata",
+                       "The profile and the other attributes of a file that was read; give it to "
+                       "write() to keep them.")
+      .def("profile", &ProfileOf,
+           "(bytes, description, embedded) of the ICC profile that the colours are in; without an "
+           "embedded one that which the picture counts as.")
+      .def("with_profile", &WithProfile, py::arg("profile"),
+           "The same with another ICC profile, bytes. The pixels stay as they are.")
+      .def("__repr__", [](const Metadata& m) { return "<vx.Metadata of " + m.path + ">"; });
+  module.def("read", &Read);
+  module.def("write", &Write);
+  module.def("info", &Info);
+  module.def("frame_files", &FrameFiles);
+  module.def("is_pattern", &IsPattern);
+}
+
+}  // namespace vxpy

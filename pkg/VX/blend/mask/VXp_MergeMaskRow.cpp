@@ -5,109 +5,79 @@
 
 #include <algorithm>
 
-#include "frame/VXp_Convert.h"
-#include "frame/VXp_Dispatch.h"
-#include "frame/VXp_LaneTraits.h"
+#include "frame/VXp_PixelTraits.h"
+#include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
 
-// Samples are brought to the pixels' depth some at a time, in a loop of their own; sums of masks
-// may lie above full scale, and count as full scale then. Bytes become the lanes that they are
-// multiplied in.
-constexpr int32_t kBlock = 64;
-template <class Pixel>
-using Factor = std::conditional_t<sizeof(Pixel) == 4, int32_t, VX_ChannelOf<Pixel>>;
-
-template <class Pixel, class MaskPixel>
-void ConvertSamples(int32_t count, const char* samples, Factor<Pixel>* factors) {
-  using Sample = VX_ChannelOf<MaskPixel>;
-  for (ptrdiff_t i = 0; i < count; ++i) {
-    auto sample = VXp_Load<Sample>(samples + i * static_cast<ptrdiff_t>(sizeof(Sample)));
-    if constexpr (sizeof(Sample) == 2 && !std::is_same_v<Pixel, MaskPixel>) {
-      sample = std::min(sample, uint16_t{32768});
-    }
-    factors[i] = VXp_ConvertChannel<Pixel, MaskPixel>(sample);
-  }
-}
-
 // A product with 0 is 0 and one with full scale leaves alpha, so integers need no test for them.
-void MergeBlock(int32_t count, const int32_t* factors, char* row) {
-  using T = VXp_LaneTraits<VX_Pixel8>;
-  const auto merged = [](VXp_IntLanes pixels, VXp_IntLanes mask) {
-    return (pixels & ~0xFF) | T::Mul(pixels & 0xFF, mask);
-  };
-  constexpr ptrdiff_t kPixel = sizeof(VX_Pixel8);
-  int32_t i = 0;
-  for (; i + kVXp_Lanes <= count; i += kVXp_Lanes) {
-    char* const at = row + i * kPixel;
-    VXp_Store(at, merged(VXp_Load<VXp_IntLanes>(at), VXp_Load<VXp_IntLanes>(factors + i)));
+void MergeSamples(int32_t count, const char* mask, VX_Pixel8* row) {
+  for (ptrdiff_t i = 0; i < count; ++i) {
+    const auto pixel = VXp_Load<uint32_t>(row + i);
+    // The 8-bit product, each step of which fits 16 bits here.
+    const auto t = static_cast<uint16_t>((pixel & 0xFF) * static_cast<uint8_t>(mask[i]));
+    const auto half = static_cast<uint16_t>(t + 128);
+    const auto product = static_cast<uint16_t>(static_cast<uint16_t>((half >> 8) + half) >> 8);
+    VXp_Store(row + i, (pixel & 0xFFFFFF00u) | product);
   }
-  if (i == count) return;
-  const size_t rest = static_cast<size_t>(count - i) * kPixel;
-  VXp_IntLanes pixels{}, mask{};
-  std::memcpy(&pixels, row + i * kPixel, rest);
-  std::memcpy(&mask, factors + i, rest);
-  pixels = merged(pixels, mask);
-  std::memcpy(row + i * kPixel, &pixels, rest);
 }
 
-void MergeBlock(int32_t count, const uint16_t* factors, char* row) {
+void MergeSamples(int32_t count, const char* mask, VX_Pixel16* row) {
   using T = VXp_PixelTraits<VX_Pixel16>;
   for (ptrdiff_t i = 0; i < count; ++i) {
-    char* const at = row + i * static_cast<ptrdiff_t>(sizeof(VX_Pixel16));
-    VXp_Store(at, static_cast<uint16_t>(T::Mul(factors[i], VXp_Load<uint16_t>(at))));
+    const auto m = VXp_Load<uint16_t>(mask + i * 2);
+    VXp_Store(row + i, static_cast<uint16_t>(T::Mul(m, VXp_Load<uint16_t>(row + i))));
   }
 }
 
 // Alpha that is not finite has no product with 0.
-void MergeBlock(int32_t count, const float* factors, char* row) {
+void MergeSamples(int32_t count, const char* mask, VX_PixelFloat* row) {
   for (ptrdiff_t i = 0; i < count; ++i) {
-    char* const at = row + i * static_cast<ptrdiff_t>(sizeof(VX_PixelFloat));
-    const float m = factors[i], product = m * VXp_Load<float>(at);
-    VXp_Store(at, m == 0.0f ? 0.0f : product);
+    const auto m = VXp_Load<float>(mask + i * 4);
+    const float product = m * VXp_Load<float>(row + i);
+    VXp_Store(row + i, m == 0.0f ? 0.0f : product);
   }
 }
 
-template <class Pixel, class MaskPixel>
-[[gnu::flatten]] void MergeRow(int32_t count, const void* mask, Pixel* row) {
+// Samples of another depth are brought to that of the pixels some at a time.
+template <class Pixel>
+[[gnu::flatten]] VX_Err MergeRow(int32_t count, int32_t mask_depth, const void* mask, Pixel* row) {
+  constexpr int32_t kDepth = VXp_PixelTraits<Pixel>::kDepth, kBlock = 1024;
   const char* samples = static_cast<const char*>(mask);
-  char* pixels = reinterpret_cast<char*>(row);
-  Factor<Pixel> factors[kBlock];
-  for (int32_t left = count; left > 0; left -= kBlock) {
-    const int32_t some = std::min(left, kBlock);
-    ConvertSamples<Pixel, MaskPixel>(some, samples, factors);
-    MergeBlock(some, factors, pixels);
-    samples += kBlock * sizeof(VX_ChannelOf<MaskPixel>);
-    pixels += kBlock * sizeof(Pixel);
+  if (mask_depth == kDepth) {
+    MergeSamples(count, samples, row);
+    return VX_Ok;
   }
+  VX_ChannelOf<Pixel> block[kBlock];
+  for (int32_t done = 0; done < count; done += kBlock) {
+    const int32_t some = std::min(count - done, kBlock);
+    const char* const from = samples + ptrdiff_t{done} * (mask_depth / 8);
+    const VX_Err error =
+        VXp_G_OverFuncs.VX_UnoConvertRow(some, mask_depth, from, /*flag=*/0, kDepth, block);
+    if (error != VX_Ok) return error;
+    MergeSamples(some, reinterpret_cast<const char*>(block), row + done);
+  }
+  return VX_Ok;
 }
 
 }  // namespace
 
 template <class Pixel>
 VX_Err VXp_MergeMaskRowOfDepth(int32_t count, int32_t mask_depth, const void* mask, Pixel* row) {
-  return VXp_WithPixel(mask_depth, kVXp_MergeDepthText, [&](auto tag) -> VX_Err {
-    MergeRow<Pixel, typename decltype(tag)::Pixel>(count, mask, row);
-    return VX_Ok;
-  });
+  if (mask_depth == 8 || mask_depth == 16 || mask_depth == 32) {
+    return MergeRow(count, mask_depth, mask, row);
+  }
+  return VXp_FailVerification(kVXp_MergeDepthText);
 }
 template VX_Err VXp_MergeMaskRowOfDepth<VX_Pixel16>(int32_t, int32_t, const void*, VX_Pixel16*);
 template VX_Err VXp_MergeMaskRowOfDepth<VX_PixelFloat>(int32_t, int32_t, const void*,
                                                        VX_PixelFloat*);
 
-template <>
-VX_Err VXp_MergeMaskRow8<uint8_t>(int32_t count, const uint8_t* mask, VX_Pixel8* row) {
-  MergeRow<VX_Pixel8, VX_Pixel8>(count, mask, row);
-  return VX_Ok;
+template <class Sample>
+VX_Err VXp_MergeMaskRow8(int32_t count, const Sample* mask, VX_Pixel8* row) {
+  return MergeRow(count, sizeof(Sample) * 8, mask, row);
 }
-template <>
-VX_Err VXp_MergeMaskRow8<uint16_t>(int32_t count, const uint16_t* mask, VX_Pixel8* row) {
-  MergeRow<VX_Pixel8, VX_Pixel16>(count, mask, row);
-  return VX_Ok;
-}
-template <>
-VX_Err VXp_MergeMaskRow8<float>(int32_t count, const float* mask, VX_Pixel8* row) {
-  MergeRow<VX_Pixel8, VX_PixelFloat>(count, mask, row);
-  return VX_Ok;
-}
+template VX_Err VXp_MergeMaskRow8<uint8_t>(int32_t, const uint8_t*, VX_Pixel8*);
+template VX_Err VXp_MergeMaskRow8<uint16_t>(int32_t, const uint16_t*, VX_Pixel8*);
+template VX_Err VXp_MergeMaskRow8<float>(int32_t, const float*, VX_Pixel8*);

@@ -12,6 +12,7 @@
 #include "CheckMasks.h"
 #include "CheckRows.h"
 #include "CheckSamplers.h"
+#include "CheckTransform.h"
 #include "CheckUno.h"
 #include "CheckWorlds.h"
 #include "VX/VX_OverrideTable.h"
@@ -22,19 +23,24 @@ template <class Signature>
 constexpr bool kHasChecker = requires(Trial& trial, Signature routine) {
   CheckSlot(trial, routine);
 };
-// Nobody lists the slots that are checked: the type of a slot decides.
-template <auto member>
+// Nobody lists the slots that are checked: the type of a slot decides. `Held::Routine()` is what
+// the slot holds.
+template <class Signature, class Held>
 constexpr Slot MakeSlot(int32_t number, const char* name, const char* signature) {
-  using Signature = std::remove_reference_t<decltype(VXp_G_OverFuncs.*member)>;
   Slot slot{number, name, signature, nullptr};
   if constexpr (kHasChecker<Signature>) {
-    slot.check = [](Trial& trial) { CheckSlot(trial, VXp_G_OverFuncs.*member); };
+    slot.check = [](Trial& trial) { CheckSlot(trial, Held::Routine()); };
   }
   return slot;
 }
+template <auto member>
+struct HeldBy {
+  static auto Routine() { return VXp_G_OverFuncs.*member; }
+};
 
 constexpr Slot kSlots[] = {
-#define VX_SLOT(number, name, type) MakeSlot<&VXp_OverrideTable::name>(number, #name, #type),
+#define VX_SLOT(number, name, type) \
+  MakeSlot<type, HeldBy<&VXp_OverrideTable::name>>(number, #name, #type),
 #define VX_NULL_SLOT(number)
 #include "VX/VX_OverrideSlots.def"
 #undef VX_SLOT
@@ -99,6 +105,13 @@ Verdict CheckAtLevel(const Slot& slot, const Plan& plan, const Level& level, boo
 }  // namespace
 
 std::span<const Slot> AllSlots() { return kSlots; }
+
+Slot SlotOfUnknownType() {
+  struct Unknown;
+  using Signature = VX_Err (*)(Unknown*);
+  return MakeSlot<Signature, HeldBy<&VXp_OverrideTable::VX_NNSample>>(2, "VX_NNSample",
+                                                                      "a type nobody knows");
+}
 
 int32_t StateOf(const Slot& slot) {
   VX_SlotDescription description{};

@@ -20,6 +20,9 @@ struct Slot {
 };
 std::span<const Slot> AllSlots();
 
+// A slot as the table would have it if its routine's type were new.
+Slot SlotOfUnknownType();
+
 // VX_SlotState_... while the package is alive.
 int32_t StateOf(const Slot& slot);
 

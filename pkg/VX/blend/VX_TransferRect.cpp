@@ -9,8 +9,8 @@
 #include "blend/VXp_RowBuffers.h"
 #include "blend/VXp_TransferArea.h"
 #include "blend/VXp_TransferRectPlus.h"
-#include "blend/mask/VXp_TrackMatteRow.h"
-#include "frame/VXp_Convert.h"
+#include "blend/VXp_TransferRows.h"
+#include "blend/mask/VXp_MaskRow.h"
 #include "frame/VXp_Dispatch.h"
 #include "housekeeping/VXp_ClearAlpha.h"
 
@@ -28,56 +28,18 @@ struct Transfer {
 };
 
 template <class Pixel>
-VX_ChannelOf<Pixel> OpacityFor(float opacity) {
-  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
-    return opacity;
-  } else {
-    return VXp_ConvertChannel<Pixel, VX_PixelFloat>(opacity);
-  }
-}
-
-bool DrawsRow(int32_t field, int32_t y) {
-  if (field == VX_Field_EvenRows) return (y & 1) == 0;
-  if (field == VX_Field_OddRows) return (y & 1) != 0;
-  return true;
-}
-
-// The mask row of destination row y: the mask's own pixels for plain alpha, which has clipped the
-// area already, else values made in `buffer`.
-template <class Pixel>
-const Pixel* MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask,
-                     const VXp_CopyArea& area, int32_t y, Pixel* buffer) {
-  // Positions in a world of any size less those of the mask: wider than either.
-  const int64_t mask_y = int64_t{y} - spec.offsetV;
-  const int64_t left = int64_t{spec.offsetH} - area.dest_x;
-  if (spec.what == VX_MaskUse_Alpha) return mask.Row(static_cast<int32_t>(mask_y)) - left;
-  if (mask_y < 0 || mask_y >= mask.height || left + mask.width <= 0) {
-    VXp_TrackMatteRow<Pixel>(area.width, nullptr, 0, 0, spec.what, buffer);
-  } else {
-    VXp_TrackMatteRow(area.width, mask.Row(static_cast<int32_t>(mask_y)),
-                      static_cast<int32_t>(left), mask.width, spec.what, buffer);
-  }
-  return buffer;
-}
-
-VX_Err Poll(VX_ProgressInfo* progress, int32_t done, int32_t total) {
-  if (progress == nullptr || progress->progress_func == nullptr) return VX_Ok;
-  return progress->progress_func(progress->progress_refcon, done, total);
-}
-
-template <class Pixel>
 VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>* mask,
                     VX_BlendModeDescriptor<Pixel>& descriptor, const VXp_RowBuffers& buffers,
                     VX_WorldX<Pixel>& dst) {
   const VXp_CopyArea& area = call.area;
   auto* const alpha = static_cast<VX_ChannelOf<Pixel>*>(buffers.alpha());
-  auto seed = static_cast<uint32_t>(descriptor.blendingMode.seed);
   for (int32_t row = 0; row < area.height; ++row) {
     const int32_t y = area.dest_y + row;
-    if (DrawsRow(call.field, y)) {
+    if (VXp_DrawsRow(call.field, y)) {
       const Pixel* mask_row = nullptr;
       if (mask != nullptr) {
-        mask_row = MaskRow(*call.mask, *mask, area, y, static_cast<Pixel*>(buffers.mask()));
+        mask_row = VXp_MaskRow(*call.mask, *mask, area.dest_x, area.width, y,
+                               static_cast<Pixel*>(buffers.mask()));
       }
       const VX_Err error = VX_BlendPipeline<Pixel>(call.progress, area.width, &descriptor,
                                                    src.Row(area.source_y + row) + area.source_x,
@@ -85,19 +47,17 @@ VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_
       if (error != VX_Ok) return error;
     }
     if ((y & 0x7F) == 0) {
-      const VX_Err stop = Poll(call.progress, row, area.height);
+      const VX_Err stop = VXp_Poll(call.progress, row, area.height);
       if (stop != VX_Ok) return stop;
     }
-    seed += 12281u * static_cast<uint32_t>(y);
-    descriptor.blendingMode.seed = static_cast<int32_t>(seed);
+    descriptor.blendingMode.seed = VXp_NextSeed(descriptor.blendingMode.seed, y);
   }
   return VX_Ok;
 }
 
 // These modes remove what their source does not cover.
 VX_Err ClearOutside(const Transfer& call, VX_LayerDef* dst) {
-  const int32_t mode = call.mode->mode;
-  if (mode != VX_Xfer_StencilAlpha && mode != VX_Xfer_StencilLuma) return VX_Ok;
+  if (!VXp_IsStencil(call.mode->mode)) return VX_Ok;
   const VXp_CopyArea& area = call.area;
   M_LRect keep{};
   keep.left = area.dest_x;
@@ -110,12 +70,7 @@ VX_Err ClearOutside(const Transfer& call, VX_LayerDef* dst) {
 template <class Pixel>
 VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>* mask,
                   VX_WorldX<Pixel>& dst) {
-  VX_BlendingMode<Pixel> blending{};
-  blending.mode = call.mode->mode;
-  blending.seed = static_cast<int32_t>(static_cast<uint32_t>(call.mode->seed) +
-                                       static_cast<uint32_t>(call.area.dest_x));
-  blending.opacity = OpacityFor<Pixel>(call.mode->opacityF);
-  blending.keepDstAlpha = call.mode->keepDstAlpha != 0 ? 1 : 0;
+  const auto blending = VXp_BlendingModeOf<Pixel>(*call.mode, call.area.dest_x);
   VX_BlendModeDescriptor<Pixel> descriptor(blending, mask != nullptr, call.tables);
   if (descriptor.scan == nullptr) return VX_ErrUnsupported;  // reported by the descriptor
 
@@ -130,24 +85,14 @@ VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_Wo
   return error;
 }
 
-bool HasPixels(const VX_LayerDef* world) { return world != nullptr && world->data != nullptr; }
-
-VX_Err CheckMask(const VX_MaskSpec* mask, int32_t depth) {
-  if (mask == nullptr) return VX_Ok;
-  if (!HasPixels(mask->world) || mask->what < VX_MaskUse_Alpha ||
-      mask->what > VX_MaskUse_InverseLuma) {
-    return VXp_BadParameter(kVXp_NoCheckNumber);
-  }
-  if (VXp_WorldDepth(mask->world) == depth) return VX_Ok;
-  return VXp_FailVerification(
-      "VX_TransferRect requires src and mask worlds to have same bit depth");
-}
-
 // The mask comes last and may be absent, where the other two wrappers always stand.
 template <class Pixel>
 VX_Err WithMask(Transfer call, const M_Rect* rect, int32_t x, int32_t y,
                 const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
-  if (const VX_Err error = CheckMask(call.mask, kVXp_DepthOf<Pixel>); error != VX_Ok) return error;
+  const VX_Err error =
+      VXp_CheckMask(call.mask, kVXp_DepthOf<Pixel>,
+                    "VX_TransferRect requires src and mask worlds to have same bit depth");
+  if (error != VX_Ok) return error;
   call.area = VXp_TransferArea(src, rect, call.mask, x, y, dst);
   if (call.area.Empty()) return VX_Ok;
   if (call.mask == nullptr) return TransferAt<Pixel>(call, src, nullptr, dst);
@@ -159,7 +104,7 @@ VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int3
                        const M_Rect* rect, const VX_LayerDef* src, const VX_CompositeModePlus* mode,
                        const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
                        const VX_BlendScratch* scratch, int32_t x, int32_t y, VX_LayerDef* dst) {
-  if (!HasPixels(src) || !HasPixels(dst) || mode == nullptr) {
+  if (!VXp_HasPixels(src) || !VXp_HasPixels(dst) || mode == nullptr) {
     return VXp_BadParameter(kVXp_NoCheckNumber);
   }
   const int32_t depth = VXp_WorldDepth(src);

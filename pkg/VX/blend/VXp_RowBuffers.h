@@ -2,49 +2,49 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The row buffers of one transfer, held for the length of the call, so that transfers on several
-// threads do not meet. Only what the call needs is allocated.
+// The working memory of one transfer or transform, held for the length of the call, so that calls
+// on several threads do not meet. Only what the call needs is allocated.
 
 #include "VX/VX_Package.h"
 #include "VX/VX_Transfer.h"
 #include "frame/VXp_Report.h"
 
+// One block of it.
+class VXp_CallBlock {
+ public:
+  VXp_CallBlock() = default;
+  ~VXp_CallBlock() { U_FreePtr(block_); }
+  VXp_CallBlock(const VXp_CallBlock&) = delete;
+  VXp_CallBlock& operator=(const VXp_CallBlock&) = delete;
+
+  // Once. 0 bytes need no block. False out of memory.
+  bool Reserve(size_t bytes) {
+    if (bytes == 0) return true;
+    const char* label = U_ZLookupLStrCache(&VX_G_zref, 15);
+    block_ = U_AllocatePtr(kVXp_PackageWord | 0x47, label, bytes, 0);
+    return block_ != nullptr;
+  }
+  void* get() const { return block_; }
+
+ private:
+  void* block_ = nullptr;
+};
+
 class VXp_RowBuffers {
  public:
   // Rows of a caller's scratch, or none.
-  explicit VXp_RowBuffers(const VX_BlendScratch* given) {
-    if (given == nullptr) return;
-    alpha_ = given->alpha_row;
-    mask_ = given->mask_row;
-    owns_ = false;
-  }
-  ~VXp_RowBuffers() {
-    if (!owns_) return;
-    U_FreePtr(alpha_);
-    U_FreePtr(mask_);
-  }
-  VXp_RowBuffers(const VXp_RowBuffers&) = delete;
-  VXp_RowBuffers& operator=(const VXp_RowBuffers&) = delete;
+  explicit VXp_RowBuffers(const VX_BlendScratch* given) : given_(given) {}
 
   // Sizes in bytes; 0 for a row that is not needed. 0, or 4 out of memory.
   VX_Err Reserve(size_t alpha_bytes, size_t mask_bytes) {
-    if (!owns_) return VX_Ok;
-    if (!Get(alpha_bytes, &alpha_) || !Get(mask_bytes, &mask_)) return VX_ErrOutOfMemory;
-    return VX_Ok;
+    if (given_ != nullptr) return VX_Ok;
+    return alpha_.Reserve(alpha_bytes) && mask_.Reserve(mask_bytes) ? VX_Ok : VX_ErrOutOfMemory;
   }
 
-  void* alpha() const { return alpha_; }
-  void* mask() const { return mask_; }
+  void* alpha() const { return given_ != nullptr ? given_->alpha_row : alpha_.get(); }
+  void* mask() const { return given_ != nullptr ? given_->mask_row : mask_.get(); }
 
  private:
-  static bool Get(size_t bytes, void** row) {
-    if (bytes == 0) return true;
-    const char* label = U_ZLookupLStrCache(&VX_G_zref, 15);
-    *row = U_AllocatePtr(kVXp_PackageWord | 0x47, label, bytes, 0);
-    return *row != nullptr;
-  }
-
-  void* alpha_ = nullptr;
-  void* mask_ = nullptr;
-  bool owns_ = true;
+  const VX_BlendScratch* given_;
+  VXp_CallBlock alpha_, mask_;
 };

@@ -3,4 +3,6 @@
 
 #include "transform/VXp_TransformBirth.h"
 
-void VXp_FillTransformSlots(VXp_OverrideTable&) {}
+void VXp_FillTransformSlots(VXp_OverrideTable& table) {
+  table.VX_TransformWorld_S = &VX_TransformWorld_S;
+}

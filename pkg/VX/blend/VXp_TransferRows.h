@@ -1,0 +1,64 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// What the walks over the rows of a composite share.
+
+#include <type_traits>
+
+#include "VX/VX_Blend.h"
+#include "VX/VX_World.h"
+#include "frame/VXp_Convert.h"
+#include "frame/VXp_Report.h"
+
+inline bool VXp_DrawsRow(int32_t field, int32_t y) {
+  if (field == VX_Field_EvenRows) return (y & 1) == 0;
+  if (field == VX_Field_OddRows) return (y & 1) != 0;
+  return true;
+}
+
+inline VX_Err VXp_Poll(VX_ProgressInfo* progress, int32_t done, int32_t total) {
+  if (progress == nullptr || progress->progress_func == nullptr) return VX_Ok;
+  return progress->progress_func(progress->progress_refcon, done, total);
+}
+
+// The seed of dissolve: that of the area's first column and row, and how rows move it on.
+inline int32_t VXp_FirstSeed(int32_t seed, int32_t left) {
+  return static_cast<int32_t>(static_cast<uint32_t>(seed) + static_cast<uint32_t>(left));
+}
+inline int32_t VXp_NextSeed(int32_t seed, int32_t y) {
+  return static_cast<int32_t>(static_cast<uint32_t>(seed) + 12281u * static_cast<uint32_t>(y));
+}
+
+template <class Pixel>
+VX_BlendingMode<Pixel> VXp_BlendingModeOf(const VX_CompositeModePlus& mode, int32_t left) {
+  VX_BlendingMode<Pixel> blending{};
+  blending.mode = mode.mode;
+  blending.seed = VXp_FirstSeed(mode.seed, left);
+  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
+    blending.opacity = mode.opacityF;
+  } else {
+    blending.opacity = VXp_ConvertChannel<Pixel, VX_PixelFloat>(mode.opacityF);
+  }
+  blending.keepDstAlpha = mode.keepDstAlpha != 0 ? 1 : 0;
+  return blending;
+}
+
+inline bool VXp_IsStencil(int32_t mode) {
+  return mode == VX_Xfer_StencilAlpha || mode == VX_Xfer_StencilLuma;
+}
+
+inline bool VXp_HasPixels(const VX_LayerDef* world) {
+  return world != nullptr && world->data != nullptr;
+}
+
+// What composites of both kinds demand of the mask, after their depths were found equal. The text
+// is for a mask of another depth.
+inline VX_Err VXp_CheckMask(const VX_MaskSpec* mask, int32_t depth, const char* unequal_text) {
+  if (mask == nullptr) return VX_Ok;
+  if (!VXp_HasPixels(mask->world) || mask->what < VX_MaskUse_Alpha ||
+      mask->what > VX_MaskUse_InverseLuma) {
+    return VXp_BadParameter(kVXp_NoCheckNumber);
+  }
+  return VXp_WorldDepth(mask->world) == depth ? VX_Ok : VXp_FailVerification(unequal_text);
+}

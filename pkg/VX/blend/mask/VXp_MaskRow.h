@@ -1,0 +1,26 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The mask row of a row of the destination.
+
+#include "VX/VX_World.h"
+#include "blend/mask/VXp_TrackMatteRow.h"
+
+// For pixels left..left+width-1 of destination row y: the mask's own pixels for plain alpha, which
+// must have clipped the area already, else values made in the alphas of `buffer`.
+template <class Pixel>
+const Pixel* VXp_MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask, int32_t left,
+                         int32_t width, int32_t y, Pixel* buffer) {
+  // Positions in a world of any size less those of the mask: wider than either.
+  const int64_t mask_y = int64_t{y} - spec.offsetV;
+  const int64_t mask_left = int64_t{spec.offsetH} - left;
+  if (spec.what == VX_MaskUse_Alpha) return mask.Row(static_cast<int32_t>(mask_y)) - mask_left;
+  if (mask_y < 0 || mask_y >= mask.height || mask_left + mask.width <= 0) {
+    VXp_TrackMatteRow<Pixel>(width, nullptr, 0, 0, spec.what, buffer);
+  } else {
+    VXp_TrackMatteRow(width, mask.Row(static_cast<int32_t>(mask_y)),
+                      static_cast<int32_t>(mask_left), mask.width, spec.what, buffer);
+  }
+  return buffer;
+}

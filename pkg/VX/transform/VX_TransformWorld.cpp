@@ -1,0 +1,245 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Drawing a world through matrices: checks, the way it goes, and the preparation of its rows.
+
+#include "VX/VX_OverrideTable.h"
+#include "blend/VXp_RowBuffers.h"
+#include "frame/VXp_Dispatch.h"
+#include "housekeeping/VXp_Area.h"
+#include "housekeeping/VXp_ClearAlpha.h"
+#include "transform/VXp_RowSources.h"
+#include "transform/VXp_TransformRows.h"
+
+namespace {
+
+// --- what a call must be -------------------------------------------------------------------------
+
+struct Memory {
+  const char *first, *end;
+};
+
+Memory MemoryOf(const VX_LayerDef& world, int32_t depth) {
+  const char* const first = static_cast<const char*>(world.data);
+  const ptrdiff_t down = (ptrdiff_t{world.height} - 1) * world.rowbytes;
+  const ptrdiff_t row = ptrdiff_t{world.width} * depth / 2;
+  return {first + std::min<ptrdiff_t>(down, 0), first + std::max<ptrdiff_t>(down, 0) + row};
+}
+
+// Two parts of one picture may lie side by side, with rows of the one between rows of the other.
+bool ShareRows(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
+  if (a.rowbytes != b.rowbytes || a.rowbytes <= 0) return true;
+  const ptrdiff_t stride = a.rowbytes;
+  const ptrdiff_t apart = static_cast<const char*>(b.data) - static_cast<const char*>(a.data);
+  const ptrdiff_t column = ((apart % stride) + stride) % stride, row = (apart - column) / stride;
+  const ptrdiff_t a_width = ptrdiff_t{a.width} * depth / 2,
+                  b_width = ptrdiff_t{b.width} * depth / 2;
+  // A row of b from `column` on may run over the end of the stride into the next.
+  const auto rows_meet = [&](ptrdiff_t first) { return first < a.height && first + b.height > 0; };
+  return (column < a_width && rows_meet(row)) || (column + b_width > stride && rows_meet(row + 1));
+}
+
+bool ShareMemory(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
+  if (a.width <= 0 || a.height <= 0 || b.width <= 0 || b.height <= 0) return false;
+  const Memory of_a = MemoryOf(a, depth), of_b = MemoryOf(b, depth);
+  return of_a.first < of_b.end && of_b.first < of_a.end && ShareRows(a, b, depth);
+}
+
+VX_Err Check(const VXp_TransformCall& call) {
+  if (!VXp_HasPixels(call.src) || !VXp_HasPixels(call.dst) || call.mode == nullptr ||
+      call.matrices == nullptr || call.num_matrices < 1 ||
+      call.num_matrices > VX_Transform_MaxMatrices) {
+    return VXp_BadParameter(kVXp_NoCheckNumber);
+  }
+  const int32_t depth = VXp_WorldDepth(call.src);
+  if (depth != VXp_WorldDepth(call.dst)) {
+    return VXp_FailVerification(
+        "VX_TransformWorld requires src and dst worlds to have same bit depth");
+  }
+  const VX_Err error =
+      VXp_WithPixel(depth, kVXp_UnknownDepthText, [](auto) -> VX_Err { return 0; });
+  if (error != VX_Ok) return error;
+  if (ShareMemory(*call.src, *call.dst, depth)) {
+    return VXp_FailVerification("VX_TransformWorld cannot draw a world into its own pixels");
+  }
+  if (call.mode->mode == VX_Xfer_MaskMix && call.mask == nullptr) {
+    return VXp_FailVerification("VX_Xfer_MaskMix mixes by a mask and was given none");
+  }
+  return VXp_CheckMask(call.mask, depth,
+                       "VX_TransformWorld requires src and mask worlds to have same bit depth");
+}
+
+// --- the ways ------------------------------------------------------------------------------------
+
+// The source moved by whole pixels, cut to the area.
+VX_Err DrawRectangle(const VXp_TransformCall& call, const VXp_TransformPlan& plan) {
+  const VXp_Footprint print(plan.first.to_destination);
+  const int64_t right_by = (print.tx + kVXp_FixedHalf) >> 16;
+  const int64_t down_by = (print.ty + kVXp_FixedHalf) >> 16;
+  const int64_t left = std::max<int64_t>(plan.area.left - right_by, 0);
+  const int64_t top = std::max<int64_t>(plan.area.top - down_by, 0);
+  const int64_t right = std::min<int64_t>(plan.area.right - right_by, call.src->width);
+  const int64_t bottom = std::min<int64_t>(plan.area.bottom - down_by, call.src->height);
+  if (right <= left || bottom <= top) return VX_Ok;
+  // A rectangle has 16 bits; where it ends with the source, it need not be told.
+  const bool whole =
+      left == 0 && top == 0 && right == call.src->width && bottom == call.src->height;
+  const auto narrow = [](int64_t v) { return static_cast<int16_t>(std::min<int64_t>(v, 32767)); };
+  M_Rect rect{};
+  rect.left = narrow(left);
+  rect.top = narrow(top);
+  rect.right = narrow(right);
+  rect.bottom = narrow(bottom);
+  return VXp_G_OverFuncs.VX_TransferRect_S(
+      call.progress, call.quality, call.flags, call.field, whole ? nullptr : &rect, call.src,
+      call.mode, call.tables, call.mask, static_cast<int32_t>(rect.left + right_by),
+      static_cast<int32_t>(rect.top + down_by), call.dst);
+}
+
+template <class Pixel>
+VX_Err DrawIntervals(const VXp_RowWork<Pixel>& work, int32_t progress_bits, const VX_SampPB& record,
+                     const VXp_LineSampler<Pixel>& sampler, VXp_CallBlock* intervals_block,
+                     VXp_CallBlock* row_block) {
+  const VXp_TransformCall& call = work.call;
+  auto* const intervals = static_cast<VXp_Interval*>(intervals_block->get());
+  const int32_t count = call.num_matrices - 1;
+  for (int32_t k = 0; k < count; ++k) {
+    const VXp_Way way = VXp_WayAt(call, k);
+    VXp_Interval interval{{}, record};
+    if (way.is_good) {
+      interval.walk = VXp_Walk(way.to_source, work.area);
+      interval.record = VXp_RecordOf(*record.src, way.to_destination);
+      interval.record.motion_samples = record.motion_samples;
+    }
+    intervals[k] = interval;
+  }
+  auto* const sums = static_cast<VXp_MotionSum<Pixel>*>(row_block->get());
+  auto* const samples = reinterpret_cast<Pixel*>(sums + (work.area.right - work.area.left));
+  VXp_IntervalRows<Pixel> source(intervals, count, sums, samples, sampler);
+  return VXp_DrawRows(work, progress_bits, source);
+}
+
+template <class Pixel>
+VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
+                const VX_LayerDef& src, VXp_CallBlock* intervals, VXp_CallBlock* sums) {
+  const VXp_LineSampler<Pixel> sampler(work.call.progress, src);
+  VX_SampPB record = VXp_RecordOf(src, plan.first.to_destination);
+  record.motion_samples = plan.samples;
+  const int32_t progress_bits = VXp_ProgressBits(work.call, plan.high);
+  if (plan.path == VXp_TransformPath::Intervals) {
+    return DrawIntervals(work, progress_bits, record, sampler, intervals, sums);
+  }
+  const auto draw = [&](auto source) { return VXp_DrawRows(work, progress_bits, source); };
+  if (plan.moves) {
+    if (plan.high) return draw(VXp_MotionHighRows<Pixel>(plan, sampler, record));
+    return draw(VXp_MotionDraftRows<Pixel>(plan, sampler, record));
+  }
+  if (plan.high) return draw(VXp_StillHighRows<Pixel>(plan, sampler, record));
+  return draw(VXp_StillDraftRows<Pixel>(plan, sampler, record));
+}
+
+// All that can fail comes before the first pixel changes.
+template <class Pixel>
+VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
+                  const VX_LayerDef& src, const VX_WorldX<Pixel>* mask, VX_WorldX<Pixel>& dst) {
+  VX_BlendModeDescriptor<Pixel> descriptor(VXp_BlendingModeOf<Pixel>(*call.mode, plan.area.left),
+                                           mask != nullptr, call.tables);
+  if (descriptor.scan == nullptr) return VX_ErrUnsupported;  // reported by the descriptor
+
+  const auto width = static_cast<size_t>(plan.area.right - plan.area.left);
+  const bool saves = descriptor.savesDstAlpha != 0 && descriptor.blendingMode.keepDstAlpha != 0;
+  const bool makes_mask = mask != nullptr && call.mask->what != VX_MaskUse_Alpha;
+  const bool intervals = plan.path == VXp_TransformPath::Intervals;
+  VXp_CallBlock alpha_row, mask_row, sampled, interval_block, sums;
+  if (!alpha_row.Reserve(saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0) ||
+      !mask_row.Reserve(makes_mask ? width * sizeof(Pixel) : 0) ||
+      !sampled.Reserve(width * sizeof(Pixel)) ||
+      !interval_block.Reserve(
+          intervals ? static_cast<size_t>(call.num_matrices) * sizeof(VXp_Interval) : 0) ||
+      !sums.Reserve(intervals ? width * (sizeof(VXp_MotionSum<Pixel>) + sizeof(Pixel)) : 0)) {
+    return VX_ErrOutOfMemory;
+  }
+  if (VXp_IsStencil(call.mode->mode)) {
+    if (const VX_Err error = VXp_ClearAlphaExceptRect(&dst, &plan.area)) return error;
+  }
+  const VXp_RowWork<Pixel> work{call,
+                                plan.area,
+                                descriptor,
+                                mask,
+                                static_cast<VX_ChannelOf<Pixel>*>(alpha_row.get()),
+                                static_cast<Pixel*>(mask_row.get()),
+                                static_cast<Pixel*>(sampled.get()),
+                                dst};
+  return DrawPath(work, plan, src, &interval_block, &sums);
+}
+
+VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan) {
+  return VXp_WithWorlds(
+      call.src, kVXp_UnknownDepthText,
+      [&]<class Pixel>(const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) -> VX_Err {
+        if (call.mask == nullptr) return DrawByRows<Pixel>(call, plan, src, nullptr, dst);
+        const VX_WorldX<Pixel> mask(call.mask->world, true);
+        return DrawByRows<Pixel>(call, plan, src, &mask, dst);
+      },
+      call.src, call.dst);
+}
+
+VX_Err Draw(const VXp_TransformCall& call) {
+  if (const VX_Err error = Check(call)) return error;
+  const VXp_TransformPlan plan(call);
+  switch (plan.path) {
+    case VXp_TransformPath::Nothing: return VX_Ok;
+    case VXp_TransformPath::Uncovered:
+      return VXp_IsStencil(call.mode->mode) ? VXp_ClearAlphaExceptRect(call.dst, nullptr) : VX_Ok;
+    case VXp_TransformPath::Rectangle: return DrawRectangle(call, plan);
+    case VXp_TransformPath::Rows:
+    case VXp_TransformPath::Intervals: break;
+  }
+  return DrawByRows(call, plan);
+}
+
+// What a replacement is told to draw to: an area beyond what a rectangle can hold as it was given.
+VX_Err CallReplacement(VXp_TransformCall call) {
+  if (const VX_Err error = Check(call)) return error;
+  const M_LRect area = VXp_AreaOfTransform(call);
+  M_Rect narrow{};
+  narrow.left = static_cast<int16_t>(area.left);
+  narrow.top = static_cast<int16_t>(area.top);
+  narrow.right = static_cast<int16_t>(area.right);
+  narrow.bottom = static_cast<int16_t>(area.bottom);
+  if (area.right <= 32767 && area.bottom <= 32767) call.dst_rect = &narrow;
+  return VXp_G_OverFuncs.VX_TransformWorld_S(
+      call.progress, call.quality, call.flags, call.field, call.src, call.mode, call.tables,
+      call.mask, call.matrices, call.num_matrices, call.src2dst, call.dst_rect, call.dst);
+}
+
+}  // namespace
+
+VX_Err VX_TransformWorld(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
+                         const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                         const VX_LinearBlendingTables* tables, const VX_TransformMask* mask,
+                         const M_Matrix3* matrices, int32_t num_matrices, uint8_t src2dst,
+                         const M_Rect* dst_rect, VX_LayerDef* dst) {
+  const auto routine = VXp_G_OverFuncs.VX_TransformWorld_S;
+  if (routine != &VX_TransformWorld_S) {
+    return VXp_Guarded([&] {
+      return CallReplacement({progress, quality, flags, field, src, mode, tables, mask, matrices,
+                              num_matrices, src2dst, dst_rect, dst});
+    });
+  }
+  M_Rect rect{};
+  if (dst_rect != nullptr) rect = *dst_rect;
+  return routine(progress, quality, flags, field, src, mode, tables, mask, matrices, num_matrices,
+                 src2dst, dst_rect != nullptr ? &rect : nullptr, dst);
+}
+
+VX_Err VX_TransformWorld_S(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
+                           const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                           const VX_LinearBlendingTables* tables, const VX_TransformMask* mask,
+                           const M_Matrix3* matrices, int32_t num_matrices, uint8_t src2dst,
+                           const M_Rect* dst_rect, VX_LayerDef* dst) {
+  return VXp_Guarded([&] {
+    return Draw({progress, quality, flags, field, src, mode, tables, mask, matrices, num_matrices,
+                 src2dst, dst_rect, dst});
+  });
+}

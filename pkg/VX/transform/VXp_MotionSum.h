@@ -1,0 +1,78 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The average of the sub-samples of a pixel, weighted by alpha.
+
+#include <cstdint>
+
+#include "transform/VXp_LineSampler.h"
+
+// What holds 256 times a channel times alpha.
+template <class Pixel>
+struct VXp_MotionNumber;
+template <>
+struct VXp_MotionNumber<VX_Pixel8> {
+  using Type = uint32_t;
+};
+template <>
+struct VXp_MotionNumber<VX_Pixel16> {
+  using Type = uint64_t;
+};
+template <>
+struct VXp_MotionNumber<VX_PixelFloat> {
+  using Type = float;
+};
+
+template <class Pixel>
+struct VXp_MotionSum {
+  using Number = typename VXp_MotionNumber<Pixel>::Type;
+  using Channel = VX_ChannelOf<Pixel>;
+  static constexpr bool kIsFloat = std::is_same_v<Pixel, VX_PixelFloat>;
+
+  void Add(const Pixel& p) {
+    const Number a = p.alpha;
+    if (kIsFloat && a == 0) return;  // its colours may be anything
+    alpha += a;
+    red += a * p.red;
+    green += a * p.green;
+    blue += a * p.blue;
+  }
+
+  // In the order in which they were sampled.
+  void Add(const Pixel* samples, const VXp_LineParts& parts) {
+    if constexpr (kIsFloat) {
+      for (int32_t i = parts.first; i < parts.forward; ++i) Add(samples[i]);
+      for (int32_t i = parts.end - 1; i >= parts.backward; --i) Add(samples[i]);
+      for (int32_t i = parts.forward; i < parts.backward; ++i) Add(samples[i]);
+    } else {
+      for (int32_t i = parts.first; i < parts.end; ++i) Add(samples[i]);
+    }
+  }
+
+  Pixel Average(int32_t count) const {
+    if (alpha == 0) return Pixel{};
+    const auto n = static_cast<Number>(count);
+    const bool opaque = alpha == n * kFull;
+    const auto color = [&](Number sum) {
+      if constexpr (kIsFloat) {
+        return sum / (opaque ? n : alpha);
+      } else {
+        return static_cast<Channel>(opaque ? Unscaled((2 * sum + n) / (2 * n)) : sum / alpha);
+      }
+    };
+    return {static_cast<Channel>(alpha / n), color(red), color(green), color(blue)};
+  }
+
+  Number alpha{}, red{}, green{}, blue{};
+
+ private:
+  static constexpr Number kFull = sizeof(Channel) == 1 ? 255 : sizeof(Channel) == 2 ? 32768 : 1;
+
+  // A product with full scale, divided by it, to the nearest.
+  static Number Unscaled(Number v) {
+    if constexpr (sizeof(Channel) == 1) return (v + 128 + ((v + 128) >> 8)) >> 8;
+    if constexpr (sizeof(Channel) == 2) return (v + 16384) >> 15;
+    return v;
+  }
+};

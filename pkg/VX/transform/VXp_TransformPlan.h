@@ -1,0 +1,82 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The geometry of one call: which way it goes, what it can touch, and where it begins to walk.
+
+#include "VX/VX_Sampling.h"
+#include "VX/VX_Transform.h"
+#include "transform/VXp_Line.h"
+
+// What VX_TransformWorld is given.
+struct VXp_TransformCall {
+  VX_ProgressInfo* progress;
+  int32_t quality, flags, field;
+  const VX_LayerDef* src;
+  const VX_CompositeModePlus* mode;
+  const VX_LinearBlendingTables* tables;
+  const VX_TransformMask* mask;
+  const M_Matrix3* matrices;
+  int32_t num_matrices;
+  uint8_t src2dst;
+  const M_Rect* dst_rect;
+  VX_LayerDef* dst;
+};
+
+// How a matrix from source to destination scales: the half size of what a destination pixel covers
+// in the source.
+struct VXp_Footprint {
+  explicit VXp_Footprint(const M_Matrix3& to_destination);
+
+  bool is_translation;
+  bool is_degenerate;  // a unit of the source becomes nothing
+  int64_t tx, ty;      // 65536ths
+  VX_Fixed x_radius, y_radius, area;
+};
+
+// The walk of a matrix from destination to source over an area: the position at its first pixel,
+// and steps to the next column and the next row. Where the numbers are not finite, or too large to
+// be counted over the area, it stays far from every source.
+struct VXp_Walk {
+  VXp_Walk() = default;
+  VXp_Walk(const M_Matrix3& to_source, const M_LRect& area);
+
+  VXp_Line Row(int32_t count) const { return {x, y, dx, dy, count}; }
+  void NextRow() {
+    x += row_dx;
+    y += row_dy;
+  }
+
+  static constexpr int64_t kFarAway = -(int64_t{1} << 48);
+  int64_t x = kFarAway, y = kFarAway;
+  int64_t dx = 0, dy = 0, row_dx = 0, row_dy = 0;
+};
+
+// The matrices of a call, both ways round.
+struct VXp_Way {
+  M_Matrix3 to_destination, to_source;
+  bool is_good;  // invertible
+};
+VXp_Way VXp_WayAt(const VXp_TransformCall& call, int32_t index);
+
+enum class VXp_TransformPath {
+  Nothing,    // no pixel can change
+  Uncovered,  // the source has no extent: only stencils act, on everything
+  Rectangle,
+  Rows,
+  Intervals
+};
+
+struct VXp_TransformPlan {
+  explicit VXp_TransformPlan(const VXp_TransformCall& call);
+
+  VXp_TransformPath path;
+  M_LRect area;         // of the destination
+  VXp_Way first, last;  // equal without motion
+  bool moves;
+  bool high;        // quality
+  int32_t samples;  // of a pixel, with motion
+};
+
+// The destination pixels that a call can touch. Empty where it draws nothing.
+M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call);

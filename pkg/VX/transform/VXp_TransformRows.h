@@ -1,0 +1,125 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The walk over the rows of a transform: sample, mask, blend.
+
+#include <cstring>
+
+#include "blend/VXp_TransferRows.h"
+#include "frame/VXp_PixelTraits.h"
+#include "transform/VXp_LineSampler.h"
+#include "transform/VXp_TransformMask.h"
+#include "transform/VXp_TransformPlan.h"
+
+// The sum of alphas of a sampled row, in the order in which it was sampled.
+template <class Pixel>
+auto VXp_AlphaTotal(const Pixel* row, const VXp_LineParts& parts) {
+  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
+    float total = 0;
+    for (int32_t i = parts.first; i < parts.forward; ++i) total += row[i].alpha;
+    for (int32_t i = parts.end - 1; i >= parts.backward; --i) total += row[i].alpha;
+    for (int32_t i = parts.forward; i < parts.backward; ++i) total += row[i].alpha;
+    return total;
+  } else {
+    uint64_t total = 0;
+    for (int32_t i = parts.first; i < parts.end;) {
+      const int32_t stop = std::min(parts.end, i + 32768);
+      uint32_t sum = 0;
+      for (; i < stop; ++i) sum += row[i].alpha;
+      total += sum;
+    }
+    return total;
+  }
+}
+
+// Brings one sampled row into the destination.
+template <class Pixel>
+class VXp_RowBlender {
+ public:
+  VXp_RowBlender(VX_ProgressInfo* progress, const VX_BlendModeDescriptor<Pixel>& descriptor,
+                 bool has_mask, VX_ChannelOf<Pixel>* alpha_row)
+      : progress_(progress), descriptor_(descriptor), alpha_row_(alpha_row) {
+    const VX_BlendingMode<Pixel>& mode = descriptor.blendingMode;
+    acts_on_nothing_ =
+        VXp_IsStencil(mode.mode) || mode.mode == VX_Xfer_Scale || mode.mode == VX_Xfer_PremulOver;
+    copies_opaque_ = mode.mode == VX_Xfer_InFront && !has_mask && mode.keepDstAlpha == 0 &&
+                     mode.opacity == VXp_PixelTraits<Pixel>::kFull;
+  }
+
+  // False for a row that would leave the destination as it is.
+  bool Acts(const Pixel* row, const VXp_LineParts& parts) {
+    total_ = VXp_AlphaTotal(row, parts);
+    return acts_on_nothing_ || total_ != 0;
+  }
+
+  // The row that Acts was asked about.
+  VX_Err Blend(int32_t count, const Pixel* row, const Pixel* mask, Pixel* dst) const {
+    using Total = decltype(total_);
+    constexpr auto kFull = static_cast<Total>(VXp_PixelTraits<Pixel>::kFull);
+    if (copies_opaque_ && total_ == static_cast<Total>(count) * kFull) {
+      std::memcpy(static_cast<void*>(dst), row, static_cast<size_t>(count) * sizeof(Pixel));
+      return VX_Ok;
+    }
+    return VX_BlendPipeline<Pixel>(progress_, count, &descriptor_, row, mask, alpha_row_, dst);
+  }
+
+ private:
+  VX_ProgressInfo* progress_;
+  const VX_BlendModeDescriptor<Pixel>& descriptor_;
+  VX_ChannelOf<Pixel>* alpha_row_;
+  decltype(VXp_AlphaTotal<Pixel>(nullptr, {})) total_{};
+  bool acts_on_nothing_, copies_opaque_;
+};
+
+// Rows of a transform, where they are drawn, and what they are drawn with.
+template <class Pixel>
+struct VXp_RowWork {
+  const VXp_TransformCall& call;
+  const M_LRect& area;
+  VX_BlendModeDescriptor<Pixel>& descriptor;
+  const VX_WorldX<Pixel>* mask;
+  VX_ChannelOf<Pixel>* alpha_row;
+  Pixel *mask_row, *sampled;  // as wide as the area
+  VX_WorldX<Pixel>& dst;
+};
+
+// Progress is asked in rows whose number from the top has none of these bits.
+inline int32_t VXp_ProgressBits(const VXp_TransformCall& call, bool high) {
+  const bool field = call.field == VX_Field_EvenRows || call.field == VX_Field_OddRows;
+  if (call.num_matrices > 1) return field ? 15 : 7;
+  return high ? (field ? 63 : 31) : (field ? 127 : 63);
+}
+
+// `source` is one of the classes of VXp_RowSources.h. 0, or the first error or stop.
+template <class Pixel, class Source>
+VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, Source& source) {
+  const VXp_TransformCall& call = work.call;
+  const M_LRect& area = work.area;
+  const int32_t width = area.right - area.left, height = area.bottom - area.top;
+  VXp_RowBlender<Pixel> blender(call.progress, work.descriptor, work.mask != nullptr,
+                                work.alpha_row);
+  for (int32_t row = 0; row < height; ++row) {
+    const int32_t y = area.top + row;
+    if (VXp_DrawsRow(call.field, y)) {
+      const VXp_LineParts parts = source.Sample(width, work.sampled);
+      if (blender.Acts(work.sampled, parts)) {
+        const Pixel* mask_row = nullptr;
+        if (work.mask != nullptr) {
+          mask_row =
+              VXp_TransformMaskRow(*call.mask, *work.mask, area.left, width, y, work.mask_row);
+        }
+        const VX_Err error =
+            blender.Blend(width, work.sampled, mask_row, work.dst.Row(y) + area.left);
+        if (error != VX_Ok) return error;
+      }
+    }
+    source.NextRow();
+    if ((row & progress_bits) == 0) {
+      if (const VX_Err stop = VXp_Poll(call.progress, row, height)) return stop;
+    }
+    int32_t& seed = work.descriptor.blendingMode.seed;
+    seed = VXp_NextSeed(seed, y);
+  }
+  return VX_Ok;
+}

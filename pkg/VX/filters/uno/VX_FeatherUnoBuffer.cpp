@@ -46,6 +46,12 @@ struct OwnKernel {
   ~OwnKernel() { VXp_FreeScanKernel(&kernel); }
   OwnKernel(const OwnKernel&) = delete;
 
+  // Throws the error.
+  void Make(const VXp_ScanPlan& plan) {
+    if (plan.road != VXp_ScanRoad::kGaussian) return;
+    VXp_ThrowIf(VXp_MakeScanKernel(plan.radius, &kernel));
+  }
+
   VXp_ScanKernel kernel{};
 };
 
@@ -82,54 +88,50 @@ class Feather {
         along_(feather, buffer.width, radius_x),
         down_(feather, buffer.height, radius_y) {}
 
+  // Everything that may fail comes first: a buffer is feathered whole or stays.
   VX_Err Run() {
     if (buffer_.width <= 0 || buffer_.height <= 0) return VX_Ok;
-    const int32_t bundles = (buffer_.width - 1) / kLines + 1;
     const int32_t rows = along_.Idle() ? 0 : buffer_.height;
-    const int32_t all = rows + (down_.Idle() ? 0 : bundles);
-    if (!along_.Idle()) {
-      VXp_ThrowIf(Pass(along_, /*lines=*/1, rows, 0, all,
-                       [&](int32_t row, char* a, char*) { return Row(row, a); }));
-    }
-    if (!down_.Idle()) {
-      VXp_ThrowIf(Pass(down_, kLines, bundles, rows, all,
-                       [&](int32_t i, char* a, char* b) { return Columns(i * kLines, a, b); }));
-    }
-    return VX_Ok;
+    const int32_t bundles = down_.Idle() ? 0 : (buffer_.width - 1) / kLines + 1;
+    if (rows + bundles == 0) return VX_Ok;
+    along_kernel_.Make(along_.plan);
+    down_kernel_.Make(down_.plan);
+    const VXp_BlurScratch scratch(bundles > 0 && down_.plan.passes > 1 ? 2 : 1, ScratchSize());
+    const VX_Err error =
+        OnThreads(scratch, rows, {progress_, 0, rows + bundles},
+                  [&](int32_t row, char* memory, char*) { return Row(row, memory); });
+    if (error != VX_Ok) return error;
+    return OnThreads(
+        scratch, bundles, {progress_, rows, rows + bundles},
+        [&](int32_t i, char* memory, char* other) { return Columns(i * kLines, memory, other); });
   }
 
  private:
   static constexpr int32_t kLines = kVXp_ScanLines<Sample>;
 
   template <class Work>
-  VX_Err Pass(const Direction& direction, int32_t lines, int32_t items, int32_t before, int32_t all,
-              const Work& work) {
-    if (direction.plan.road == VXp_ScanRoad::kGaussian &&
-        kernel_.kernel.radius != direction.plan.radius) {
-      VXp_ThrowIf(VXp_MakeScanKernel(direction.plan.radius, &kernel_.kernel));
-    }
-    const VXp_BlurScratch scratch(lines > 1 && direction.plan.passes > 1 ? 2 : 1,
-                                  ScratchSize(direction, lines));
-    Steps steps{progress_, before, all};
+  static VX_Err OnThreads(const VXp_BlurScratch& scratch, int32_t items, Steps steps,
+                          const Work& work) {
     const VX_ProgressInfo info = steps.Info();
-    const bool tells = progress_ != nullptr && progress_->progress_func != nullptr;
+    const bool tells = steps.progress != nullptr && steps.progress->progress_func != nullptr;
     return VXp_ForUnoRows(tells ? &info : nullptr, items, [&](int32_t thread, int32_t i) -> VX_Err {
       if (thread < 0 || thread >= scratch.threads()) return VX_ErrBadParameter;
       return work(i, scratch.Row(thread, 0), scratch.Row(thread, 1));
     });
   }
 
-  int64_t ScratchSize(const Direction& direction, int32_t lines) const {
-    const int64_t samples = lines == 1 ? VX_UnoScanScratch(buffer_.width, direction.plan.radius)
-                                       : direction.Places() * lines;
-    return samples * static_cast<int64_t>(sizeof(Sample));
+  int64_t ScratchSize() const {
+    const int64_t row = along_.Idle() ? 0 : VX_UnoScanScratch(buffer_.width, along_.plan.radius);
+    const int64_t bundle = down_.Idle() ? 0 : down_.Places() * std::min(kLines, buffer_.width);
+    return std::max(row, bundle) * static_cast<int64_t>(sizeof(Sample));
   }
 
   VX_Err Row(int32_t row, char* memory) const {
     auto* const scratch = reinterpret_cast<Sample*>(memory);
     char* const line = VXp_UnoAddress<Sample>(buffer_, 0, row);
     if (along_.plan.road == VXp_ScanRoad::kGaussian) {
-      Gaussian(along_.plan, {line, sizeof(Sample)}, 1, scratch, {line, sizeof(Sample)});
+      constexpr ptrdiff_t kPacked = sizeof(Sample);
+      Gaussian(along_.plan, along_kernel_, {line, kPacked}, 1, scratch, {line, kPacked});
       return VX_Ok;
     }
     return BoxSlot(Sample{})(along_.kind, buffer_.width, 0, buffer_.width, along_.plan.radius,
@@ -147,7 +149,7 @@ class Feather {
     const VXp_ScanSource source{columns, stride};
     const VXp_ScanOutput out{columns, stride};
     if (plan.road == VXp_ScanRoad::kGaussian) {
-      Gaussian(plan, source, lines, from, out);
+      Gaussian(plan, down_kernel_, source, lines, from, out);
       return VX_Ok;
     }
     VXp_CopyPlaces(source, lines, plan.from, plan.to, from);
@@ -159,16 +161,16 @@ class Feather {
     return VX_Ok;
   }
 
-  void Gaussian(const VXp_ScanPlan& plan, const VXp_ScanSource& source, int32_t lines,
-                Sample* scratch, const VXp_ScanOutput& out) const {
+  static void Gaussian(const VXp_ScanPlan& plan, const OwnKernel& own, const VXp_ScanSource& source,
+                       int32_t lines, Sample* scratch, const VXp_ScanOutput& out) {
     VXp_LayOutPlaces(plan, source, lines, scratch);
-    VXp_GaussianScan(plan, kernel_.kernel, scratch, lines, out);
+    VXp_GaussianScan(plan, own.kernel, scratch, lines, out);
   }
 
   const VX_ProgressInfo* const progress_;
   const VX_UnoBuffer& buffer_;
   const Direction along_, down_;
-  OwnKernel kernel_;
+  OwnKernel along_kernel_, down_kernel_;
 };
 
 bool GoodRadius(double radius) { return radius >= 0 && radius <= kMostRadius; }

@@ -19,6 +19,10 @@ auto& EntryOf(std::map<std::string, Kept>* kept, const std::string& key) {
   return (*kept)[key];
 }
 
+std::string Named(const VXIO_PictureProfile& found) {
+  return VXIO_ProfileName(found.profile) + (found.embedded ? "" : " (assumed)");
+}
+
 }  // namespace
 
 void AddColorOptions(CLI::App* app, ColorWords* words) {
@@ -86,62 +90,78 @@ FrameColor::FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::st
                        std::vector<int32_t> own, int32_t depth)
     : job_(job), frame_(frame), words_(words), own_(std::move(own)), depth_(depth) {}
 
-std::string FrameColor::Named(const VXIO_PictureProfile& found) const {
-  return VXIO_ProfileName(found.profile) + (found.embedded ? "" : " (assumed)");
+// Where colours may be converted they are at the deeper of the two depths until that is done.
+VXIO_Picture FrameColor::Read(size_t input) {
+  return frame_->Read(input, Converts() ? std::max(own_[input], depth_) : depth_);
 }
 
-// Where colours may be converted they are at the deeper of the two depths until that is done.
-FrameColor::Source FrameColor::Read(size_t input) {
-  Source source;
-  source.picture = frame_->Read(input, Converts() ? std::max(own_[input], depth_) : depth_);
-  source.found = VXIO_ProfileOf(frame_->Input(input), source.picture.metadata);
-  if (Converts()) frame_->Warn(source.found.warnings, VXIO_ErrorKind::Input);
-  return source;
+VXIO_PictureProfile FrameColor::ProfileOf(size_t input, const VXIO_Picture& picture) {
+  VXIO_PictureProfile found = VXIO_ProfileOf(frame_->Input(input), picture.metadata);
+  frame_->Warn(found.warnings, VXIO_ErrorKind::Input);
+  return found;
+}
+
+void FrameColor::Convert(size_t input, const VXIO_PictureProfile& own, VX_World* world) {
+  job_->Convert(own.profile, composition_.profile, world);
+  job_->NoteOnce((*words_)[input] + ": converted from " + Named(own) + " to " +
+                 Named(composition_));
+}
+
+// Numbers of other colours are mixed as they stand when nobody asked for more; the user should
+// know.
+void FrameColor::Compare(size_t input, const VXIO_Picture& layer) {
+  if (VXIO_SameProfile(background_, layer.metadata)) return;
+  const VXIO_PictureProfile below = VXIO_ProfileOf(frame_->Input(0), background_);
+  const VXIO_PictureProfile own = VXIO_ProfileOf(frame_->Input(input), layer.metadata);
+  if (job_->Same(own.profile, below.profile)) return;
+  job_->NoteOnce((*words_)[input] + ": is in " + Named(own) + ", the background in " +
+                 Named(below) + "; drawn as it stands, --profile or --linear converts");
 }
 
 VXIO_Picture FrameColor::ReadBackground() {
-  auto [picture, own] = Read(0);
-  composition_ = own;
-  const std::string& word = (*words_)[0];
-  nlohmann::ordered_json told = {{"linear", job_->linear()}};
-  if (job_->given()) {
-    composition_ = {job_->given(), true, {}};
-    if (!job_->Same(own.profile, job_->given())) {
-      job_->Convert(own.profile, job_->given(), picture.world.get());
-      job_->NoteOnce(word + ": converted from " + Named(own) + " to " + Named(composition_));
+  VXIO_Picture picture = Read(0);
+  background_ = picture.metadata;
+  if (!Converts()) return picture;
+  const VXIO_PictureProfile own = ProfileOf(0, picture);
+  const COR_QCE_ProfilePtr& given = job_->given();
+  composition_ = given ? VXIO_PictureProfile{given, true, {}} : own;
+  const std::string name = VXIO_ProfileName(composition_.profile);
+  nlohmann::ordered_json& told = frame_->Told()["color"];
+  told = {{"linear", job_->linear()},
+          {"profile", name},
+          {"profile_id", ProfileID(composition_.profile)},
+          {"profile_from", given          ? "option"
+                           : own.embedded ? "background"
+                                          : "assumed"}};
+  if (given) {
+    if (!job_->Same(own.profile, given)) {
+      Convert(0, own, picture.world.get());
       told["background_converted_from"] = VXIO_ProfileName(own.profile);
     }
-    picture.metadata = VXIO_WithProfile(picture.metadata, job_->given());
+    picture.metadata = VXIO_WithProfile(picture.metadata, given);
   }
   if (job_->linear()) {
     tables_ = job_->TablesFor(composition_.profile);
-    const char* whose = job_->given() ? " (--profile)" : own.embedded ? " (its own profile)" : "";
-    job_->NoteOnce(word + ": blended in linear light by the curve of " + Named(composition_) +
-                   whose);
+    const char* whose = given ? " (--profile)" : own.embedded ? " (its own)" : " (assumed)";
+    job_->NoteOnce((*words_)[0] + ": blended in linear light by the curve of " + name + whose);
   }
-  told["profile"] = VXIO_ProfileName(composition_.profile);
-  told["profile_id"] = ProfileID(composition_.profile);
-  told["profile_from"] = job_->given() ? "option" : own.embedded ? "background" : "assumed";
-  if (Converts()) frame_->Told()["color"] = std::move(told);
   picture.world = VXIO_ConvertDepth(std::move(picture.world), depth_);
-  return std::move(picture);
+  return picture;
 }
 
 VXIO_Picture FrameColor::ReadLayer(size_t input, nlohmann::ordered_json* told) {
-  auto [picture, own] = Read(input);
+  VXIO_Picture picture = Read(input);
+  if (!Converts()) {
+    Compare(input, picture);
+    return picture;
+  }
+  const VXIO_PictureProfile own = ProfileOf(input, picture);
   if (!job_->Same(own.profile, composition_.profile)) {
-    const std::string& word = (*words_)[input];
-    if (Converts()) {
-      job_->Convert(own.profile, composition_.profile, picture.world.get());
-      job_->NoteOnce(word + ": converted from " + Named(own) + " to " + Named(composition_));
-      (*told)["converted_from"] = VXIO_ProfileName(own.profile);
-    } else {
-      job_->NoteOnce(word + ": is in " + Named(own) + ", the background in " + Named(composition_) +
-                     "; drawn as it stands, --profile or --linear converts");
-    }
+    Convert(input, own, picture.world.get());
+    (*told)["converted_from"] = VXIO_ProfileName(own.profile);
   }
   picture.world = VXIO_ConvertDepth(std::move(picture.world), depth_);
-  return std::move(picture);
+  return picture;
 }
 
 }  // namespace vxcli

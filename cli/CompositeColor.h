@@ -79,23 +79,22 @@ class FrameColor {
   // A layer in the composition's profile. `told` is what the frame tells about it.
   VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* told);
 
-  // For VX_TransferRect; null when blending is in the stored encoding.
+  // For VX_TransferRect; null where the stored numbers are blended.
   const VX_LinearBlendingTables* tables() const { return tables_.get(); }
 
  private:
-  struct Source {
-    VXIO_Picture picture;
-    VXIO_PictureProfile found;
-  };
-  Source Read(size_t input);
   bool Converts() const { return job_->linear() || job_->given(); }
-  std::string Named(const VXIO_PictureProfile& found) const;
+  VXIO_Picture Read(size_t input);
+  VXIO_PictureProfile ProfileOf(size_t input, const VXIO_Picture& picture);
+  void Convert(size_t input, const VXIO_PictureProfile& own, VX_World* world);
+  void Compare(size_t input, const VXIO_Picture& layer);
 
   JobColor* job_;
   JobFrame* frame_;
   const std::vector<std::string>* words_;
   std::vector<int32_t> own_;
   int32_t depth_;
+  VXIO_Metadata background_;  // as it was read
   VXIO_PictureProfile composition_;
   JobColor::Tables tables_;
 };

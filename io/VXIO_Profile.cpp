@@ -27,7 +27,16 @@ COR_QCE_ProfilePtr BuiltIn(const char* name) {
   return profile;
 }
 
-bool SaysLinear(const VXIO_Metadata::Impl& from) {
+std::string_view EmbeddedBytes(const VXIO_Metadata& metadata) {
+  const VXIO_Metadata::Impl* from = metadata.Get();
+  const OIIO::ParamValue* bytes = from ? from->spec.find_attribute("ICCProfile") : nullptr;
+  if (!bytes) return {};
+  return {static_cast<const char*>(bytes->data()), static_cast<size_t>(bytes->datasize())};
+}
+
+bool SaysLinear(const VXIO_Metadata& metadata) {
+  if (!metadata.Get()) return false;
+  const VXIO_Metadata::Impl& from = *metadata.Get();
   const std::string space(from.spec.get_string_attribute("oiio:ColorSpace"));
   if (space.empty()) return from.format && std::string_view(from.format->name) == "exr";
   static constexpr std::array<const char*, 4> kNames = {"linear", "scene_linear", "lin_srgb",
@@ -111,24 +120,26 @@ bool PngTakes(std::string_view profile) {
 
 VXIO_PictureProfile VXIO_ProfileOf(const std::string& path, const VXIO_Metadata& metadata) {
   VXIO_PictureProfile found;
-  const VXIO_Metadata::Impl* from = metadata.Get();
-  const OIIO::ParamValue* bytes = from ? from->spec.find_attribute("ICCProfile") : nullptr;
-  if (bytes) {
-    const QCE_Status status = COR_QCE_ProfileFromMemory(
-        bytes->data(), static_cast<size_t>(bytes->datasize()), &found.profile);
+  const std::string_view bytes = EmbeddedBytes(metadata);
+  if (bytes.data()) {
+    const QCE_Status status = COR_QCE_ProfileFromMemory(bytes.data(), bytes.size(), &found.profile);
     if (status == QCE_OutOfMemory || status == QCE_NotAvailable) CheckEngine(status);
     found.embedded = status == QCE_Ok;
     if (found.embedded) return found;
     found.warnings.push_back(path + ": its embedded profile " + COR_QCE_StatusText(status) +
                              "; it counts as absent");
   }
-  const bool linear = from && SaysLinear(*from);
+  const bool linear = SaysLinear(metadata);
   found.profile = BuiltIn(linear ? kLinear : kNonlinear);
-  if (linear && HasOtherPrimaries(from->spec)) {
+  if (linear && HasOtherPrimaries(metadata.Get()->spec)) {
     found.warnings.push_back(path + ": its primaries (chromaticities) are not those of sRGB, but " +
                              "count as such");
   }
   return found;
+}
+
+bool VXIO_SameProfile(const VXIO_Metadata& a, const VXIO_Metadata& b) {
+  return EmbeddedBytes(a) == EmbeddedBytes(b) && SaysLinear(a) == SaysLinear(b);
 }
 
 VXIO_Metadata VXIO_WithProfile(const VXIO_Metadata& metadata, const COR_QCE_ProfilePtr& profile) {

@@ -26,6 +26,10 @@ struct VXIO_PictureProfile {
 // "gamma 1.0". An embedded profile that the engine cannot use counts as absent, with a warning.
 VXIO_API VXIO_PictureProfile VXIO_ProfileOf(const std::string& path, const VXIO_Metadata& metadata);
 
+// Whether the metadata alone tell that two pictures are in the same profile: the same bytes, or
+// none and the same word about linear values. Cheap; false does not mean that they differ.
+VXIO_API bool VXIO_SameProfile(const VXIO_Metadata& a, const VXIO_Metadata& b);
+
 // The same metadata with this profile in place of the picture's own and of every other word about
 // what its values mean. A format that holds no profile is written without it; that is a warning
 // unless the file counts as having this one.

@@ -9,7 +9,9 @@
 namespace vxpy {
 
 void AddBlend(pybind11::module_& module);
+void AddFilters(pybind11::module_& module);
 void AddFiles(pybind11::module_& module);
 void AddPixels(pybind11::module_& module);
+void AddTransform(pybind11::module_& module);
 
 }  // namespace vxpy

@@ -12,6 +12,8 @@ PYBIND11_MODULE(_vx, module) {
   vxpy::AddWorld(module);
   vxpy::AddBlend(module);
   vxpy::AddFiles(module);
+  vxpy::AddFilters(module);
+  vxpy::AddTransform(module);
   vxpy::AddPixels(module);
   module.def("birth", &vxpy::Birth,
              "Starts the library; importing the module has done so. Again after vx.death().");

@@ -11,15 +11,18 @@ The library works on alpha, red, green, blue: with order="argb" arrays are used 
 the default order each call converts them once on the way in and once on the way out.
 """
 
-from ._blend import modes, transfer
+from ._blend import blend_pixel, modes, transfer
 from ._files import Frame, Read, frames, info, read, read_all, write
+from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._pixels import (clear_alpha_outside, convert, copy, fill, guess_alpha, hypot, look_up, mix,
                       premultiply, rand, reset_dither, resize, unpremultiply)
+from ._transform import Parts, matrices_between, transform
 from ._vx import Error, LinearTables, Metadata, World, birth, death
 
 __all__ = [
-    "Error", "Frame", "LinearTables", "Metadata", "Read", "World", "birth",
-    "clear_alpha_outside", "convert", "copy", "death", "fill", "frames", "guess_alpha", "hypot",
-    "info", "look_up", "mix", "modes", "premultiply", "rand", "read", "read_all",
-    "reset_dither", "resize", "transfer", "unpremultiply", "write",
+    "Error", "Frame", "LinearTables", "Metadata", "Parts", "Read", "World", "birth",
+    "blend_pixel", "blur", "blur_pass", "clear_alpha_outside", "convert", "convolve", "copy",
+    "death", "fill", "frames", "gaussian_kernel", "gaussian_value", "guess_alpha", "hypot",
+    "info", "look_up", "matrices_between", "mix", "modes", "premultiply", "rand", "read",
+    "read_all", "reset_dither", "resize", "transfer", "transform", "unpremultiply", "write",
 ]

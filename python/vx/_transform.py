@@ -1,0 +1,63 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""Pictures through matrices."""
+
+from __future__ import annotations
+
+import dataclasses
+
+import numpy
+import numpy.typing
+
+from . import _vx
+from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Progress, Quality, Rect)
+
+
+def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
+              mode: str | int = "in-front", opacity: float = 1.0, quality: Quality = "high",
+              inverse: bool = False, rect: Rect | None = None, mask: Picture | None = None,
+              mask_use: MaskUse = "alpha", mask_at: Place = (0, 0),
+              tables: LinearTables | None = None, keep_alpha: bool = False, seed: int = 0,
+              field: Field = "both", progress: Progress | None = None,
+              out: Picture | None = None, order: Order = "rgba") -> Picture:
+    """Draws `src` through a matrix over `dst`, or, motion-blurred, along a path of matrices.
+
+    matrices: 3 x 3, or n x 3 x 3 in time order (n up to 257), for row vectors: (x, y, 1) of src
+    times the matrix is its place in dst; a translation stands in the last row. Pixel centres lie
+    on whole numbers. Parts and matrices_between() make them.
+    quality: "high" filters, "draft" takes the nearest pixel.
+    inverse: the matrices lead from dst to src.
+    rect: what of dst may be drawn to.
+    The rest as in transfer().
+
+    A matrix without an inverse draws nothing. Raises TypeError, ValueError, Error.
+    """
+    layer = (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field)
+    return _vx.transform(dst, src, matrices, layer, quality, inverse, rect, progress, out, order)
+
+
+@dataclasses.dataclass(frozen=True)
+class Parts:
+    """A transform as people think of it, applied in the order of the fields.
+
+    anchor: the point of the source that scale, skew and rotation leave in place, pixels.
+    skew: tangents. rotate: degrees, clockwise as seen. translate: pixels.
+    """
+
+    anchor: tuple[float, float] = (0.0, 0.0)
+    scale: tuple[float, float] = (1.0, 1.0)
+    skew: tuple[float, float] = (0.0, 0.0)
+    rotate: float = 0.0
+    translate: tuple[float, float] = (0.0, 0.0)
+
+    def matrix(self) -> numpy.ndarray:
+        """3 x 3, from source to destination."""
+        return matrices_between(self, self, 1)[0]
+
+    def _numbers(self) -> tuple[float, ...]:
+        return (*self.anchor, *self.scale, *self.skew, self.rotate, *self.translate)
+
+
+def matrices_between(start: Parts, end: Parts, count: int) -> numpy.ndarray:
+    """count x 3 x 3: each part in equal steps, so that a rotation sweeps an arc."""
+    return _vx.matrices_between(start._numbers(), end._numbers(), count)

@@ -39,18 +39,26 @@ struct Kernel {
 };
 
 Kernel ParseKernel(const char* name, const py::handle& object) {
-  const auto array = py::array_t<int32_t, py::array::c_style>::ensure(object);
-  if (!array || py::array::ensure(object).dtype().kind() == 'f') {
+  const py::array given = py::array::ensure(object);
+  if (!given || (given.dtype().kind() != 'i' && given.dtype().kind() != 'u')) {
     PyErr_Clear();
     throw py::type_error(std::string(name) + ": needs an array of whole numbers (256 is 1)");
   }
+  const auto array = py::array_t<int64_t, py::array::c_style | py::array::forcecast>(given);
   const bool line = array.ndim() == 1;
   if (!(line || (array.ndim() == 2 && array.shape(0) == array.shape(1))) ||
       array.shape(0) % 2 == 0 || array.shape(0) > 1023) {
-    throw py::value_error(std::string(name) + ": " + Describe(array) +
+    throw py::value_error(std::string(name) + ": " + Describe(given) +
                           "; a kernel is odd x odd or of one dimension, at most 1023 a side");
   }
-  return {{array.data(), array.data() + array.size()}, static_cast<int32_t>(array.shape(0)), line};
+  Kernel kernel{{}, static_cast<int32_t>(array.shape(0)), line};
+  for (py::ssize_t i = 0; i < array.size(); ++i) {
+    if (array.data()[i] < INT32_MIN || array.data()[i] > INT32_MAX) {
+      throw py::value_error(std::string(name) + ": weights have 32 bits");
+    }
+    kernel.weights.push_back(static_cast<int32_t>(array.data()[i]));
+  }
+  return kernel;
 }
 
 py::object Convolve(const py::object& picture, const py::object& kernels, bool normalize,

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "CompositeColor.h"
 
+#include <strings.h>
+
 #include <algorithm>
 
 #include "Console.h"
@@ -118,6 +120,19 @@ void FrameColor::Compare(size_t input, const VXIO_Picture& layer) {
                  Named(below) + "; drawn as it stands, --profile or --linear converts");
 }
 
+// Numbers without a profile that go from a format of linear values to another kind, or back.
+void FrameColor::NoteOutput(const std::string& name) {
+  const std::string& output = frame_->Output();
+  const std::string kind = output.substr(output.rfind('.') + 1);
+  const char* counts_as = strcasecmp(kind.c_str(), "exr") == 0 ? "gamma 1.0" : "sRGB";
+  COR_QCE_ProfilePtr other;
+  CheckEngine(COR_QCE_ProfileFromName(counts_as, &other), counts_as);
+  if (job_->Same(composition_.profile, other)) return;
+  job_->NoteOnce((*words_)[0] + ": the result is in " + name + " too, but " + kind +
+                 " without a profile counts as " + counts_as + "; --profile '" + counts_as +
+                 "' converts it");
+}
+
 VXIO_Picture FrameColor::ReadBackground() {
   VXIO_Picture picture = Read(0);
   background_ = picture.metadata;
@@ -144,6 +159,7 @@ VXIO_Picture FrameColor::ReadBackground() {
     tables_ = job_->TablesFor(composition_.profile);
     const char* whose = given ? " (--profile)" : own.embedded ? " (its own)" : " (assumed)";
     job_->NoteOnce((*words_)[0] + ": blended in linear light by the curve of " + name + whose);
+    if (!given && !own.embedded) NoteOutput(name);
   }
   picture.world = VXIO_ConvertDepth(std::move(picture.world), depth_);
   return picture;

@@ -88,6 +88,7 @@ class FrameColor {
   VXIO_PictureProfile ProfileOf(size_t input, const VXIO_Picture& picture);
   void Convert(size_t input, const VXIO_PictureProfile& own, VX_World* world);
   void Compare(size_t input, const VXIO_Picture& layer);
+  void NoteOutput(const std::string& name);
 
   JobColor* job_;
   JobFrame* frame_;

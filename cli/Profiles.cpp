@@ -40,9 +40,11 @@ COR_QCE_ProfilePtr EmbeddedIn(const std::string& path) {
   VXIO_PictureProfile found = VXIO_ProfileOf(path, header.metadata);
   if (found.embedded) return found.profile;
   Warn(header.warnings);
-  if (VXIO_ReadInfo(path).has_profile) throw VXIO_Error(VXIO_ErrorKind::Input, found.warnings[0]);
-  throw VXIO_Error(VXIO_ErrorKind::Input, path + ": has no embedded profile that can be used; " +
-                                              "name an .icc file or a built-in profile");
+  std::string why = path + ": has no embedded profile that can be used";
+  if (VXIO_ReadInfo(path).has_profile) {
+    why = found.warnings[0].substr(0, found.warnings[0].rfind(';'));
+  }
+  throw VXIO_Error(VXIO_ErrorKind::Input, why + "; name an .icc file or a built-in profile");
 }
 
 }  // namespace

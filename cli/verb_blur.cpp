@@ -3,6 +3,7 @@
 // vx blur: a Gaussian or a box over a picture.
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "Errors.h"
@@ -52,6 +53,12 @@ Wanted ParseWanted(const BlurWords& words) {
                         ? 1
                         : static_cast<int32_t>(
                               ParseInteger("--iterations", words.iterations, 1, kMostIterations));
+  const int64_t reach = static_cast<int64_t>(std::ceil(radius)) * spec.iterations;
+  if (reach > VX_Blur_MaxReach) {
+    throw UsageError("--iterations: " + words.iterations + " times radius " + words.box +
+                     " reaches " + std::to_string(reach) + " pixels; at most " +
+                     std::to_string(VX_Blur_MaxReach));
+  }
   wanted.holds_level = words.edge.empty()
                            ? !words.grow
                            : ParseChoice("--edge", words.edge, {"fade", "hold-level"}) == 1;
@@ -126,7 +133,8 @@ Verb AddBlur(CLI::App* root) {
       ->type_name("R");
   app->add_option(
          "--iterations", words->iterations,
-         "How often the box runs, 1 to 100; 3 look like a Gaussian of 2.5 times the radius [1]")
+         "How often the box runs, 1 to 100, and times the radius at most 262144; 3 look like a "
+         "Gaussian of 2.5 times the radius [1]")
       ->type_name("N");
   app->add_option("--axis", words->axis, "x: along the rows, y: along the columns, or both [both]")
       ->type_name("AXIS");

@@ -106,9 +106,13 @@ class LinearLight(ColorTest):
         # What is stored as sRGB becomes linear under it, and the other way round.
         self.flat("grey.png", (188, 100, 20))
         told, said = self.composite("b.exr", "grey.png", "--linear", out="o.exr")
+        self.assertNotIn("the result is in", said)
         np.testing.assert_allclose(read_exr(self.path("o.exr"), 4, 4)[0, 0, :3],
                                    decode(np.array([188, 100, 20]) / 255), atol=2e-4)
         self.assertRegex(said, r"note: grey\.png: converted from .*\(assumed\) to .*\(assumed\)")
+        for below, out, counts_as in (("b.exr", "o.jpg", "sRGB"), ("grey.png", "o.exr", "gamma 1.0")):
+            said = self.composite(below, "grey.png", "--linear", out=out)[1]
+            self.assertRegex(said, rf"note: {below}: the result is in .*--profile '{counts_as}' converts")
         write_exr(self.path("l.exr"), np.float32([[[.5, .05, .01, 1]] * 4] * 4))
         for words in (("--linear",), ("--profile", "sRGB")):
             self.composite("grey.png", "l.exr", "--depth", 8, *words)
@@ -210,7 +214,7 @@ class Conversion(ColorTest):
                     self.assertRegex(said.splitlines()[-1], rf"\Avx: {bad}: its embedded .* \(--strict\)\Z")
                 self.assertNotIn("o.png", self.names())
                 _, said = self.vx("profile", bad, code=INPUT)
-                self.assertRegex(said.splitlines()[-1], rf"\Avx: {bad}: .*profile")
+                self.assertRegex(said.splitlines()[-1], rf"\Avx: {bad}: .*; name an .icc file or")
         # Bytes that nobody looked into travel as they are, where the format does not mind.
         self.assertEqual(self.vx("convert", "truncated.jpg", "-o", "t.tif")[1], "")
         self.assertEqual(self.embedded("t.tif"), broken["truncated"])

@@ -101,7 +101,6 @@ void BlendPixels(const py::array& s, const py::array& d, const py::object& mode_
 }  // namespace
 
 void AddBlend(py::module_& module) {
-  py::class_<LinearTables>(module, "LinearTables");
   module.def("transfer", &Transfer);
   module.def("modes", &ListModes);
   module.def("blend_pixels", &BlendPixels);

@@ -10,6 +10,8 @@
 PYBIND11_MODULE(_vx, module) {
   vxpy::AddErrors(module);
   vxpy::AddWorld(module);
+  vxpy::AddColor(module);
+  vxpy::AddUno(module);
   vxpy::AddBlend(module);
   vxpy::AddFiles(module);
   vxpy::AddFilters(module);

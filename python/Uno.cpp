@@ -1,0 +1,274 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// One-channel buffers as arrays of two dimensions. vx/uno.py hands over contiguous arrays that are
+// its own where they are written to.
+
+#include "VX/VX_UnoBuffer.h"
+
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "Arguments.h"
+#include "Errors.h"
+#include "Pictures.h"
+#include "Subjects.h"
+#include "VX/VX_Mask.h"
+
+namespace vxpy {
+
+namespace {
+
+// A record over the samples of an array; what the record was made with waits until its end.
+class Plane {
+ public:
+  Plane(const py::array& array, const char* name) : record_(1, 1, 8) {
+    const int32_t depth = DepthOf(array, name);
+    if (array.ndim() != 2 || array.size() == 0 || array.shape(0) > 30000 ||
+        array.shape(1) > 30000) {
+      throw py::value_error(std::string(name) + ": " + Describe(array) +
+                            "; a mask is height x width, sides 1 to 30000");
+    }
+    own_ = record_.data;
+    samples_ = const_cast<void*>(array.data());
+    record_.data = &samples_;
+    record_.height = static_cast<int32_t>(array.shape(0));
+    record_.width = static_cast<int32_t>(array.shape(1));
+    record_.depth = depth;
+  }
+  ~Plane() {
+    record_.data = own_;
+    record_.width = record_.height = 1;
+    record_.depth = 8;
+  }
+  Plane(const Plane&) = delete;
+  Plane& operator=(const Plane&) = delete;
+
+  VX_UnoBuffer* get() { return &record_; }
+  int32_t depth() const { return record_.depth; }
+  int32_t width() const { return record_.width; }
+  int32_t height() const { return record_.height; }
+
+ private:
+  VX_UnoBuffer record_;
+  void** own_;
+  void* samples_;
+};
+
+double FullOf(int32_t depth) { return depth == 8 ? 255 : depth == 16 ? 32768 : 1; }
+
+void Fill(const py::array& mask, const py::object& value, const py::object& rect) {
+  Plane plane(mask, "mask");
+  const int32_t depth = plane.depth();
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  if (depth == 32) {
+    const auto level = static_cast<float>(ParseNumber("value", value, -3.4e38, 3.4e38));
+    if (area) throw py::value_error("rect: float masks are filled whole");
+    return Run([&] { return VX_FillFloatUnoBuffer(level, plane.get()); });
+  }
+  const int64_t level = ParseWhole("value", value, 0, static_cast<int64_t>(FullOf(depth)));
+  Run([&] {
+    if (depth == 8) {
+      const auto byte = static_cast<uint8_t>(level);
+      return area ? VX_FillUnoBuffer(byte, *area, plane.get())
+                  : VX_FillUnoBuffer(byte, plane.get());
+    }
+    const auto word = static_cast<uint16_t>(level);
+    return area ? VX_FillDeepUnoBuffer(word, *area, plane.get())
+                : VX_FillDeepUnoBuffer(word, plane.get());
+  });
+}
+
+void Fade(const py::array& mask, const py::object& opacity_word) {
+  Plane plane(mask, "mask");
+  const double opacity = ParseNumber("opacity", opacity_word, 0, 1);
+  Run([&] { return VX_FadeUnoBuffer(opacity, plane.get()); });
+}
+
+void Invert(const py::array& mask, const py::object& opacity_word) {
+  Plane plane(mask, "mask");
+  const auto opacity =
+      static_cast<VX_Fixed>(ParseNumber("opacity", opacity_word, 0, 1) * 65536 + 0.5);
+  Run([&] { return VX_InvertAndFadeUnoBuffer(nullptr, opacity, plane.get()); });
+}
+
+void Convert(const py::array& from, const py::array& to, bool invert) {
+  Plane source(from, "mask"), target(to, "out");
+  Run([&] {
+    return VX_ConvertDeepUnoBuffer(nullptr, source.get(), nullptr, invert ? 1 : 0, target.get());
+  });
+}
+
+M_Point PointOf(const py::object& at) {
+  const Place place = ParsePlace("at", at);
+  M_Point point{};
+  point.h = static_cast<int16_t>(ParseWhole("at", py::int_(place.x), INT16_MIN, INT16_MAX));
+  point.v = static_cast<int16_t>(ParseWhole("at", py::int_(place.y), INT16_MIN, INT16_MAX));
+  return point;
+}
+
+// A None rectangle begins at (0, 0), and so does the place then.
+void Transfer(const py::array& dst, const py::array& src, const py::object& mask,
+              const py::object& outside, const py::object& rect, const py::object& at,
+              const py::object& progress) {
+  constexpr int32_t kModes[] = {VX_UnoTransfer_Blend, VX_UnoTransfer_ClearAround,
+                                VX_UnoTransfer_ClearBeyond};
+  const int32_t mode = kModes[ParseChoice("outside", outside, {"keep", "clear", "clear-beyond"})];
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const bool placed = !at.is_none();
+  const M_Point point = placed ? PointOf(at) : M_Point{};
+  Plane target(dst, "dst"), source(src, "src");
+  std::optional<Plane> weights;
+  if (!mask.is_none()) weights.emplace(mask.cast<py::array>(), "mask");
+  Progress polled(progress);
+  Run(polled, [&] {
+    return VX_TransferUnoBuffers(polled.info(), source.get(), weights ? weights->get() : nullptr,
+                                 mode, area ? &*area : nullptr, placed ? &point : nullptr,
+                                 target.get());
+  });
+}
+
+void Accumulate(const py::array& dst, const py::array& src, const py::object& mode_word,
+                const py::object& gains, const py::object& rect, const py::object& at,
+                const py::object& progress) {
+  const int32_t mode = ParseChoice("mode", mode_word, {"add", "replace", "subtract"});
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const bool placed = !at.is_none();
+  const M_Point point = placed ? PointOf(at) : M_Point{};
+  float src_gain = 1, dst_gain = 1;
+  const bool gained = !gains.is_none();
+  if (gained) {
+    const auto pair = gains.cast<std::pair<py::object, py::object>>();
+    src_gain = static_cast<float>(ParseNumber("gains", pair.first, 0, 32767));
+    dst_gain = static_cast<float>(ParseNumber("gains", pair.second, 0, 32767));
+  }
+  Plane target(dst, "dst"), source(src, "src");
+  const M_Rect* const rectangle = area ? &*area : nullptr;
+  const M_Point* const place = placed ? &point : nullptr;
+  Progress polled(progress);
+  Run(polled, [&] {
+    return gained ? VX_AccumulateUnoBuffers(polled.info(), source.get(), mode, src_gain, dst_gain,
+                                            rectangle, place, target.get())
+                  : VX_AccumulateUnoBuffers(polled.info(), source.get(), mode, rectangle, place,
+                                            target.get());
+  });
+}
+
+void Feather(const py::array& mask, const py::object& radius_x, const py::object& radius_y,
+             const py::object& kind_word, const py::object& progress) {
+  const int32_t kind = ParseChoice("kind", kind_word, {"box", "soft", "gaussian"});
+  const double x = ParseNumber("radius", radius_x, 0, 32767);
+  const double y = ParseNumber("radius", radius_y, 0, 32767);
+  Plane plane(mask, "mask");
+  Progress polled(progress);
+  Run(polled, [&] { return VX_FeatherUnoBuffer(polled.info(), kind, x, y, plane.get()); });
+}
+
+// --- lines ---------------------------------------------------------------------------------------
+
+template <class Channel>
+using ScanFunc = VX_Err (*)(int32_t, int32_t, int32_t, int32_t, VX_Fixed, Channel*, Channel*);
+
+template <class Channel>
+void ScanLine(ScanFunc<Channel> scan, const py::array& line, int32_t kind, int32_t start,
+              int32_t end, VX_Fixed radius) {
+  const auto length = static_cast<int32_t>(line.size());
+  std::vector<Channel> scratch(static_cast<size_t>(VX_UnoScanScratch(length, radius)));
+  auto* const samples = static_cast<Channel*>(const_cast<void*>(line.data()));
+  Run([&] { return scan(kind, length, start, end, radius, scratch.data(), samples); });
+}
+
+// Scans with a kernel share it for the process: one at a time, which the interpreter's lock alone
+// would not see to.
+void Scan(const py::array& line, bool gaussian, const py::object& kind_word,
+          const py::object& radius_word, const py::object& start_word, const py::object& end_word) {
+  static std::mutex one_at_a_time;
+  if (line.ndim() != 1 || line.size() == 0 || line.size() > (1 << 24)) {
+    throw py::value_error("line: " + Describe(line) + "; needs one dimension");
+  }
+  const int32_t length = static_cast<int32_t>(line.size());
+  const auto kind = static_cast<int32_t>(ParseWhole("kind", kind_word, INT32_MIN, INT32_MAX));
+  const auto radius =
+      static_cast<VX_Fixed>(ParseNumber("radius", radius_word, 0, 32767) * 65536 + 0.5);
+  const auto start = static_cast<int32_t>(ParseWhole("start", start_word, 0, length));
+  const auto end = end_word.is_none()
+                       ? length
+                       : static_cast<int32_t>(ParseWhole("end", end_word, start, length));
+  std::unique_lock<std::mutex> lock(one_at_a_time, std::defer_lock);
+  {
+    const py::gil_scoped_release release;
+    lock.lock();
+  }
+  switch (DepthOf(line, "line")) {
+    case 8:
+      return ScanLine<uint8_t>(gaussian ? VX_GBlurUnoScan : VX_BoxBlurUnoScan, line, kind, start,
+                               end, radius);
+    case 16:
+      return ScanLine<uint16_t>(gaussian ? VX_GBlurDeepUnoScan : VX_BoxBlurDeepUnoScan, line, kind,
+                                start, end, radius);
+    default:
+      return ScanLine<float>(gaussian ? VX_GBlurFloatUnoScan : VX_BoxBlurFloatUnoScan, line, kind,
+                             start, end, radius);
+  }
+}
+
+// --- worlds --------------------------------------------------------------------------------------
+
+py::object FromPicture(const py::object& picture, const py::object& what,
+                       const py::object& order_word) {
+  const int32_t quantity = ParseChoice(
+      "what", what, {"alpha", "inverse-alpha", "luma", "inverse-luma", "red", "green", "blue"});
+  const Source source(picture, ParseOrder(order_word), "picture");
+  VX_World* const world = source.world();
+  const py::dtype type = source.depth() == 8    ? py::dtype::of<uint8_t>()
+                         : source.depth() == 16 ? py::dtype::of<uint16_t>()
+                                                : py::dtype::of<float>();
+  py::array mask(type, {world->height, world->width});
+  Plane plane(mask, "mask");
+  Run([&] { return VX_MatteFromWorld(nullptr, world, quantity, plane.get()); });
+  return mask;
+}
+
+py::object ToPicture(const py::array& mask, const py::object& out, const py::object& order_word) {
+  Plane plane(mask, "mask");
+  Target target =
+      Target::Sized(out, ParseOrder(order_word), plane.width(), plane.height(), plane.depth());
+  Run([&] { return VX_WorldFromMatte(nullptr, plane.get(), target.world()); });
+  return target.Finish();
+}
+
+py::object Merge(const py::object& picture, const py::array& mask, const py::object& at,
+                 const py::object& rect, const py::object& progress, const py::object& out,
+                 const py::object& order_word) {
+  const M_Point point = PointOf(at);
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const Source source(picture, ParseOrder(order_word), "picture");
+  Plane plane(mask, "mask");
+  Progress polled(progress);
+  Target target = Target::CopyOf(source, out);
+  Run(polled, [&] {
+    return VX_MergeMaskAlpha(polled.info(), point.h, point.v, area ? &*area : nullptr, plane.get(),
+                             nullptr, target.world());
+  });
+  return target.Finish();
+}
+
+}  // namespace
+
+void AddUno(py::module_& module) {
+  py::module_ uno = module.def_submodule("uno");
+  uno.def("fill", &Fill);
+  uno.def("fade", &Fade);
+  uno.def("invert", &Invert);
+  uno.def("convert", &Convert);
+  uno.def("transfer", &Transfer);
+  uno.def("accumulate", &Accumulate);
+  uno.def("feather", &Feather);
+  uno.def("scan", &Scan);
+  uno.def("from_picture", &FromPicture);
+  uno.def("to_picture", &ToPicture);
+  uno.def("merge", &Merge);
+}
+
+}  // namespace vxpy

@@ -1,0 +1,158 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""One-channel buffers: masks and mattes.
+
+A mask is an array of height x width of uint8 (0..255), uint16 (0..32768) or float32 (0..1), of any
+strides. As elsewhere nothing but `out` is changed; without it a new array is given. All functions
+raise TypeError, ValueError and vx.Error, and may run on several threads at once.
+"""
+
+from __future__ import annotations
+
+from typing import Literal
+
+import numpy
+
+from . import _vx
+from ._types import Order, Picture, Place, Progress, Rect
+
+__all__ = ["accumulate", "box_scan", "convert", "fade", "feather", "fill", "from_picture",
+           "gaussian_scan", "invert", "merge", "to_picture", "transfer"]
+
+Mask = numpy.ndarray
+Outside = Literal["keep", "clear", "clear-beyond"]
+Kind = Literal["box", "soft", "gaussian"]
+Quantity = Literal["alpha", "inverse-alpha", "luma", "inverse-luma", "red", "green", "blue"]
+
+
+def _array(name: str, mask: Mask) -> Mask:
+    if not isinstance(mask, numpy.ndarray):
+        raise TypeError(f"{name}: needs a NumPy array, not {type(mask).__name__}")
+    return mask
+
+
+def _own(mask: Mask) -> Mask:
+    """A contiguous copy, to work on."""
+    return _array("mask", mask).copy(order="C")
+
+
+def _contiguous(name: str, mask: Mask) -> Mask:
+    return numpy.ascontiguousarray(_array(name, mask))
+
+
+def _given(result: Mask, out: Mask | None) -> Mask:
+    if out is None:
+        return result
+    if _array("out", out).shape != result.shape or out.dtype != result.dtype:
+        raise ValueError(f"out: shape {out.shape}, dtype {out.dtype}; the result has shape "
+                         f"{result.shape}, dtype {result.dtype}")
+    out[...] = result
+    return out
+
+
+def fill(mask: Mask, value: float, *, rect: Rect | None = None, out: Mask | None = None) -> Mask:
+    """The mask with `rect` (None: all; float masks only all) at one value of its scale."""
+    work = _own(mask)
+    _vx.uno.fill(work, value, rect)
+    return _given(work, out)
+
+
+def fade(mask: Mask, opacity: float, *, out: Mask | None = None) -> Mask:
+    """The mask times an opacity, 0..1."""
+    work = _own(mask)
+    _vx.uno.fade(work, opacity)
+    return _given(work, out)
+
+
+def invert(mask: Mask, *, opacity: float = 1.0, out: Mask | None = None) -> Mask:
+    """1 less the mask, then times an opacity."""
+    work = _own(mask)
+    _vx.uno.invert(work, opacity)
+    return _given(work, out)
+
+
+def convert(mask: Mask, depth: int, *, invert: bool = False, out: Mask | None = None) -> Mask:
+    """The mask at 8, 16 or 32 bits."""
+    kinds = {8: numpy.uint8, 16: numpy.uint16, 32: numpy.float32}
+    if depth not in kinds:
+        raise ValueError(f"depth: 8, 16 or 32, not {depth}")
+    source = _contiguous("mask", mask)
+    work = numpy.empty(source.shape, kinds[depth])
+    _vx.uno.convert(source, work, invert)
+    return _given(work, out)
+
+
+def transfer(dst: Mask, src: Mask, *, mask: Mask | None = None, outside: Outside = "keep",
+             rect: Rect | None = None, at: Place | None = None, progress: Progress | None = None,
+             out: Mask | None = None) -> Mask:
+    """`dst` mixed toward `rect` of `src` by `mask`, which lies in src's frame; None is 1.
+
+    at: (x, y) where the corner of the rectangle lands; None is its own corner.
+    outside: what src does not cover is kept, or cleared; "clear-beyond" clears to the right only
+    where src ends short of the row.
+    """
+    work = _own(dst)
+    weights = None if mask is None else _contiguous("mask", mask)
+    _vx.uno.transfer(work, _contiguous("src", src), weights, outside, rect, at, progress)
+    return _given(work, out)
+
+
+def accumulate(dst: Mask, src: Mask, mode: Literal["add", "replace", "subtract"] = "add", *,
+               gains: tuple[float, float] | None = None, rect: Rect | None = None,
+               at: Place | None = None, progress: Progress | None = None,
+               out: Mask | None = None) -> Mask:
+    """`src` added to `dst`, put in its place or taken away, held to 0..1.
+
+    uint8 may go into uint16 as the codes they are. gains: (of src, of dst), 0..32767.
+    """
+    work = _own(dst)
+    _vx.uno.accumulate(work, _contiguous("src", src), mode, gains, rect, at, progress)
+    return _given(work, out)
+
+
+def feather(mask: Mask, radius: float | tuple[float, float], *, kind: Kind = "soft",
+            progress: Progress | None = None, out: Mask | None = None) -> Mask:
+    """The mask softened along rows and columns: by one box, three, or a Gaussian.
+
+    radius: pixels, 0..32767, or (x, y). Box and soft cost the same for any radius.
+    """
+    x, y = radius if isinstance(radius, tuple) else (radius, radius)
+    work = _own(mask)
+    _vx.uno.feather(work, x, y, kind, progress)
+    return _given(work, out)
+
+
+def box_scan(line: Mask, radius: float, *, kind: int = 0, start: int = 0, end: int | None = None,
+             out: Mask | None = None) -> Mask:
+    """One line blurred between `start` and `end`: kind 0 one box, 1 and others three.
+
+    Below a radius of about 2.7 kind 1 is a Gaussian and others are a plain box.
+    """
+    work = _own(line)
+    _vx.uno.scan(work, False, kind, radius, start, end)
+    return _given(work, out)
+
+
+def gaussian_scan(line: Mask, radius: float, *, kind: int = 1, start: int = 0,
+                  end: int | None = None, out: Mask | None = None) -> Mask:
+    """One line blurred between `start` and `end`: kind 1 a Gaussian, others a plain box."""
+    work = _own(line)
+    _vx.uno.scan(work, True, kind, radius, start, end)
+    return _given(work, out)
+
+
+def from_picture(picture: Picture, what: Quantity = "alpha", *, order: Order = "rgba") -> Mask:
+    """The mask that one quantity of a picture is; luma is times alpha."""
+    return _vx.uno.from_picture(picture, what, order)
+
+
+def to_picture(mask: Mask, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
+    """The mask as an opaque grey picture."""
+    return _vx.uno.to_picture(_contiguous("mask", mask), out, order)
+
+
+def merge(picture: Picture, mask: Mask, *, at: Place = (0, 0), rect: Rect | None = None,
+          progress: Progress | None = None, out: Picture | None = None,
+          order: Order = "rgba") -> Picture:
+    """The picture with its alpha times the mask, whose corner lies at (x, y); 0 outside of it."""
+    return _vx.uno.merge(picture, _contiguous("mask", mask), at, rect, progress, out, order)

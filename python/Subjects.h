@@ -12,7 +12,9 @@ void AddBlend(pybind11::module_& module);
 void AddFilters(pybind11::module_& module);
 void AddColor(pybind11::module_& module);
 void AddFiles(pybind11::module_& module);
+void AddHost(pybind11::module_& module);
 void AddPixels(pybind11::module_& module);
+void AddSamples(pybind11::module_& module);
 void AddTransform(pybind11::module_& module);
 void AddUno(pybind11::module_& module);
 

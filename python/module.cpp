@@ -17,6 +17,8 @@ PYBIND11_MODULE(_vx, module) {
   vxpy::AddFilters(module);
   vxpy::AddTransform(module);
   vxpy::AddPixels(module);
+  vxpy::AddSamples(module);
+  vxpy::AddHost(module);
   module.def("birth", &vxpy::Birth,
              "Starts the library; importing the module has done so. Again after vx.death().");
   module.def("death", &vxpy::Death,

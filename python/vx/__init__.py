@@ -11,13 +11,14 @@ The library works on alpha, red, green, blue: with order="argb" arrays are used 
 the default order each call converts them once on the way in and once on the way out.
 """
 
-from . import uno
+from . import host, uno
 from ._blend import blend_pixel, modes, transfer
 from ._color import (convert_colors, hls_to_rgb, luminance, rgb_to_hls, rgb_to_yiq, yiq_to_rgb)
 from ._files import Frame, Read, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._pixels import (clear_alpha_outside, convert, copy, fill, guess_alpha, hypot, look_up, mix,
                       premultiply, rand, reset_dither, resize, unpremultiply)
+from ._samples import sample, samplers
 from ._transform import Parts, matrices_between, transform
 from ._vx import ColorSettings, Error, LinearTables, Metadata, Profile, World, birth, death
 
@@ -25,8 +26,8 @@ __all__ = [
     "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "Parts", "Profile", "Read",
     "World", "birth", "blend_pixel", "blur", "blur_pass", "clear_alpha_outside", "convert",
     "convert_colors", "convolve", "copy", "death", "fill", "frames", "gaussian_kernel",
-    "gaussian_value", "guess_alpha", "hls_to_rgb", "hypot", "info", "look_up", "luminance",
-    "matrices_between", "mix", "modes", "premultiply", "rand", "read", "read_all",
-    "reset_dither", "resize", "rgb_to_hls", "rgb_to_yiq", "transfer", "transform", "uno",
-    "unpremultiply", "write", "yiq_to_rgb",
+    "gaussian_value", "guess_alpha", "hls_to_rgb", "host", "hypot", "info", "look_up",
+    "luminance", "matrices_between", "mix", "modes", "premultiply", "rand", "read", "read_all",
+    "reset_dither", "resize", "rgb_to_hls", "rgb_to_yiq", "sample", "samplers", "transfer",
+    "transform", "uno", "unpremultiply", "write", "yiq_to_rgb",
 ]

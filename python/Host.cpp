@@ -1,0 +1,90 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The embedded host: processor, threads, modules; and what the library is made of.
+
+#include <pybind11/stl.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Arguments.h"
+#include "Errors.h"
+#include "Subjects.h"
+#include "VX/VX_OverrideTable.h"
+#include "host/VXHost.h"
+
+namespace vxpy {
+
+namespace {
+
+bool Has(int32_t word) { return U_G_CPU_DataP[word] != 0; }
+
+// Routines are chosen at birth, so the library ends and begins again around a change.
+template <class Function>
+void Reborn(Function&& change) {
+  Death();
+  change();
+  Birth();
+}
+
+void SetProcessor(const py::object& level_word) {
+  const int32_t level = ParseChoice("level", level_word, {"none", "sse2", "all"});
+  Reborn([&] {
+    VXHost_ResetProcessor();
+    if (level == 2) return;
+    uint32_t words[U_CPU_WORDS];
+    std::memcpy(words, U_G_CPU_DataP, sizeof words);
+    words[U_CPU_HAS_SSSE3] = words[U_CPU_HAS_SSE3] = 0;
+    if (level == 0) words[U_CPU_HAS_SSE2] = words[U_CPU_HAS_SSE] = words[U_CPU_HAS_MMX] = 0;
+    VXHost_SetProcessor(words);
+  });
+}
+
+std::string Processor() {
+  if (!Has(U_CPU_HAS_SSE2)) return "none";
+  return Has(U_CPU_HAS_SSSE3) ? "all" : "sse2";
+}
+
+void SetThreads(const py::object& count) {
+  const auto threads = static_cast<int32_t>(ParseWhole("count", count, 1, 1024));
+  Reborn([&] { VXHost_SetNumThreads(threads); });
+}
+
+void SetModuleFolders(const std::vector<std::string>& folders) {
+  Reborn([&] { VXHost_SetModuleFolders(folders); });
+}
+
+std::vector<std::pair<int32_t, std::string>> Slots() {
+  return {
+#define VX_SLOT(number, name, type) {number, #name},
+#define VX_NULL_SLOT(number)
+#include "VX/VX_OverrideSlots.def"
+#undef VX_SLOT
+#undef VX_NULL_SLOT
+  };
+}
+
+std::vector<std::tuple<std::string, int32_t, int32_t>> Suites() {
+  std::vector<std::tuple<std::string, int32_t, int32_t>> list;
+  for (const VXHost_Suite& suite : VXHost_ListSuites()) {
+    list.emplace_back(suite.name, suite.version, suite.members);
+  }
+  return list;
+}
+
+}  // namespace
+
+void AddHost(py::module_& module) {
+  module.def("set_processor", &SetProcessor);
+  module.def("processor", &Processor);
+  module.def("set_threads", &SetThreads);
+  module.def("threads", &U_GetNumThreads);
+  module.def("set_module_folders", &SetModuleFolders);
+  module.def("module_folders", &VXHost_GetModuleFolders);
+  module.def("slots", &Slots);
+  module.def("suites", &Suites);
+}
+
+}  // namespace vxpy

@@ -102,10 +102,9 @@ VXHOST_API QCE_Status COR_QCE_GetProfileDescription(const COR_QCE_ProfilePtr& pr
 VXHOST_API QCE_Status COR_QCE_GetProfileBytes(const COR_QCE_ProfilePtr& profile,
                                               std::vector<uint8_t>* out);
 
-// The exponent of the green curve, from stored to linear: exactly the stored one for a pure power,
+// The exponent of the green curve, from stored to linear: that of the profile for a pure power,
 // else the one that fits best (least squares in the logarithms of both) at 16 samples from 0.1 to
-// 0.9. A null
-// profile stands for sRGB.
+// 0.9. A null profile stands for sRGB.
 VXHOST_API QCE_Status COR_QCE_GetToneExponent(const COR_QCE_ProfilePtr& profile, float* out);
 
 // The profile with the same primaries and white and identity curves.
@@ -133,7 +132,8 @@ VXHOST_API QCE_Status COR_QCE_GetProfileByID(COR_QCE_ProfilePool* pool, const _t
 // Pixels in the order alpha, red, green, blue: 8 bits; 16 bits with white at 32768; 32-bit floats.
 // Integers map to those of the engine by (v * 65535 + 16384) / 32768 and back by
 // (v * 32768 + 32767) / 65535; integers above white count as white. Floats outside 0..1 are kept
-// where curves and primaries allow it.
+// where curves and primaries allow it: a curve given by a formula goes on above 1, one given by a
+// table ends there, and both are mirrored at 0.
 enum : uint32_t {
   QCE_Format_Argb8 = 0x50524738,
   QCE_Format_Argb16 = 0x50524742,

@@ -7,7 +7,8 @@
 
 namespace host {
 
-Codes::Codes(const ToneCurve& curve, uint32_t last) : bounds_(last), starts_(kCells + 1) {
+Codes::Codes(const ToneCurve& curve, uint32_t last)
+    : black_(curve.ToLinear(0)), bounds_(last), starts_(kCells + 1) {
   float highest = -1;
   for (uint32_t code = 0; code < last; ++code) {
     const double middle = (code + 0.5) / last;
@@ -22,7 +23,8 @@ Codes::Codes(const ToneCurve& curve, uint32_t last) : bounds_(last), starts_(kCe
 }
 
 uint32_t Codes::Nearest(float light) const {
-  if (!(light > 0)) return starts_[0];
+  if (!(light > black_)) return 0;
+  if (light < 0) return starts_[0];
   if (light >= 1) return starts_[kCells];
   const auto cell = static_cast<size_t>(light * kCells);
   const float* first = bounds_.data() + starts_[cell];

@@ -15,12 +15,13 @@ class Codes {
  public:
   Codes(const ToneCurve& curve, uint32_t last);
 
-  // Light below that of code 0 gives 0, light above that of the last code the last.
+  // Light up to that of code 0 gives 0, light above that of the last code the last.
   uint32_t Nearest(float light) const;
 
  private:
   static constexpr uint32_t kCells = 4096;
 
+  float black_;
   std::vector<float> bounds_;     // the light half a code above each code but the last, rising
   std::vector<uint32_t> starts_;  // how many bounds are at or below the start of each cell
 };

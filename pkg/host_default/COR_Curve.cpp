@@ -40,6 +40,12 @@ float PlaceInTable(const std::vector<uint16_t>& rising, float linear) {
   return static_cast<float>(position / static_cast<double>(rising.size() - 1));
 }
 
+// Little CMS ends at 1e22; beyond kFar a formula would leave the range of floats anyway.
+float Formula(const cmsToneCurve* curve, float value) {
+  constexpr float kFar = 1e20f;
+  return value > kFar ? value : cmsEvalToneCurveFloat(curve, value);
+}
+
 template <class Function>
 float Mirrored(float value, Function&& function) {
   if (std::isnan(value)) return value;
@@ -69,13 +75,13 @@ ToneCurve::ToneCurve(const LcmsContext& context, const cmsToneCurve* curve)
 
 float ToneCurve::ToLinear(float stored) const {
   return Mirrored(stored, [this](float v) {
-    return table_.empty() ? cmsEvalToneCurveFloat(forward_.get(), v) : TableAt(table_, v);
+    return table_.empty() ? Formula(forward_.get(), v) : TableAt(table_, v);
   });
 }
 
 float ToneCurve::ToStored(float linear) const {
   return Mirrored(linear, [this](float v) {
-    return table_.empty() ? cmsEvalToneCurveFloat(backward_.get(), v) : PlaceInTable(rising_, v);
+    return table_.empty() ? Formula(backward_.get(), v) : PlaceInTable(rising_, v);
   });
 }
 

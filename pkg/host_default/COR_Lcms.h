@@ -18,6 +18,9 @@
 
 namespace host {
 
+// One thread at a time. Little CMS is not ready for a small block that it does not get, so each
+// context keeps a reserve from which it gets them, and the next Check ends the work. What is left
+// then, or after a broken file, goes with the context.
 class LcmsContext {
  public:
   // `largest_block` is the size, in bytes, above which an allocation is refused.
@@ -28,22 +31,34 @@ class LcmsContext {
 
   cmsContext get() const { return context_; }
 
-  // Throws std::bad_alloc when memory was short since the context was made, else `status`.
-  [[noreturn]] void Fail(QCE_Status status) const;
+  // Throws std::bad_alloc when memory has been short since the context was made.
+  void Check() const;
 
-  // Gives `made` back; throws when it is null.
-  template <class Object>
-  Object Check(Object made, QCE_Status status = QCE_OutOfMemory) const {
-    if (!made) Fail(status);
+  // The same, and throws `status` when `made` is null or false; else gives it back.
+  template <class Result>
+  Result Check(Result made, QCE_Status status = QCE_OutOfMemory) const {
+    Check();
+    if (!made) throw QCE_Status{status};
     return made;
   }
 
+  // Gives the reserve back: from here on the context makes nothing more.
+  void Finish();
+
+  struct Link {
+    Link *before, *after;
+  };
   struct Meter {
     size_t largest_block;
+    void* reserve;
+    size_t reserve_used;
     bool is_short;
+    Link blocks;  // a ring with this link in it
   };
 
  private:
+  void Release();
+
   Meter meter_;
   cmsContext context_;
 };

@@ -70,7 +70,9 @@ std::vector<uint8_t> Serialise(const LcmsContext& context, cmsHPROFILE profile) 
 
 // Copies a tag as it was read; one that is missing or broken stays away.
 void CopyTag(const LcmsContext& context, cmsHPROFILE from, cmsHPROFILE to, cmsTagSignature tag) {
-  if (const void* data = cmsReadTag(from, tag)) context.Check(cmsWriteTag(to, tag, data));
+  const void* data = cmsReadTag(from, tag);
+  context.Check();
+  if (data) context.Check(cmsWriteTag(to, tag, data));
 }
 
 }  // namespace

@@ -50,17 +50,20 @@ bool NamesTag(const std::vector<uint8_t>& bytes, cmsTagSignature tag) {
   return false;
 }
 
-// Texts of profiles may be anything; what leaves here is UTF-16 up to the first zero.
+// Texts of profiles may be anything; what leaves here is UTF-16 up to the first zero. Little CMS
+// gives characters, in older versions the units of the file.
 std::u16string CleanUtf16(const std::vector<wchar_t>& units) {
   std::u16string text;
-  const auto is = [&](size_t i, char32_t first, char32_t last) {
-    return i < units.size() && static_cast<char32_t>(units[i]) >= first &&
-           static_cast<char32_t>(units[i]) <= last;
+  const auto is = [&](size_t i, wchar_t first, wchar_t last) {
+    return i < units.size() && units[i] >= first && units[i] <= last;
   };
   for (size_t i = 0; i < units.size() && units[i] != 0; ++i) {
     if (is(i, 0xD800, 0xDBFF) && is(i + 1, 0xDC00, 0xDFFF)) {
       text += static_cast<char16_t>(units[i]);
       text += static_cast<char16_t>(units[++i]);
+    } else if (is(i, 0x10000, 0x10FFFF)) {
+      text += static_cast<char16_t>(0xD800 + ((units[i] - 0x10000) >> 10));
+      text += static_cast<char16_t>(0xDC00 + (units[i] & 0x3FF));
     } else {
       const bool is_character = is(i, 1, 0xD7FF) || is(i, 0xE000, 0xFFFF);
       text += is_character ? static_cast<char16_t>(units[i]) : u'\uFFFD';
@@ -83,6 +86,7 @@ COR_QCE_Profile::COR_QCE_Profile(const uint8_t* bytes, size_t size)
   ReadPrimaries(profile.get());
   ReadCurves(profile.get());
   ReadDescription(profile.get());
+  context_.Finish();
 }
 
 void COR_QCE_Profile::ReadPrimaries(cmsHPROFILE profile) {

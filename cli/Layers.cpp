@@ -61,6 +61,23 @@ void AddLayerOptions(CLI::App* app, LayerWords* words) {
          "0, inverse uses as full [0,0]")
       ->type_name("X,Y")
       ->group(group);
+  app->add_option("--matte", words->matte,
+                  "Picture that the layer's alpha is multiplied by before it is drawn; the corners "
+                  "of the two lie on each other")
+      ->type_name("FILE")
+      ->group(group);
+  app->add_option(
+         "--matte-use", words->matte_use,
+         "alpha, inverse-alpha, luma or inverse-luma [alpha, or luma when the matte has no "
+         "alpha]")
+      ->type_name("WHAT")
+      ->group(group);
+  app->add_option("--feather", words->feather, "Soften the matte: radius in pixels, 0 to 32767 [0]")
+      ->type_name("R")
+      ->group(group);
+  app->add_option("--feather-kind", words->feather_kind, "box, soft or gaussian [soft]")
+      ->type_name("KIND")
+      ->group(group);
   app->add_option("--field", words->field,
                   "both, even or odd: rows to draw, counted from 0 on the background [both]")
       ->type_name("ROWS")
@@ -123,6 +140,14 @@ Layer ParseLayer(const std::vector<std::string>& group) {
   }
   layer.mask_at = ParsePoint("--mask-at", words.mask_at, INT16_MIN, INT16_MAX);
   layer.field = ParseChoice("--field", words.field, Fields());
+  layer.matte = words.matte;
+  if (!words.matte_use.empty()) {
+    layer.matte_use = ParseChoice("--matte-use", words.matte_use, MaskUses());
+  }
+  layer.feather = ParseFeather("--feather", words.feather, words.feather_kind);
+  if (layer.matte.empty() && (!words.matte_use.empty() || !words.feather.empty())) {
+    throw UsageError("--matte-use, --feather: mean nothing without --matte FILE");
+  }
   const bool has_mask_words = !words.mask_use.empty() || words.mask_at != LayerWords().mask_at;
   if (layer.mask.empty() && has_mask_words) {
     throw UsageError("--mask-use, --mask-at: mean nothing without --mask FILE");

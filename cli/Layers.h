@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Mattes.h"
 #include "VX/VX_Transfer.h"
 #include "Values.h"
 
@@ -17,7 +18,7 @@ namespace vxcli {
 // The words of one layer, as they were typed.
 struct LayerWords {
   std::string file, mode = "in-front", opacity = "1", at = "0,0", rect, seed = "0", mask, mask_use;
-  std::string mask_at = "0,0", field = "both";
+  std::string mask_at = "0,0", field = "both", matte, matte_use, feather, feather_kind;
   bool keep_alpha = false;
 };
 
@@ -40,6 +41,9 @@ struct Layer {
   std::optional<int32_t> mask_use;  // VX_MaskUse_...; without one the mask picture decides
   Point mask_at;
   int32_t field = VX_Field_Both;
+  std::string matte;                 // a picture that the layer's own alpha is multiplied by
+  std::optional<int32_t> matte_use;  // VX_Matte_...; without one the picture decides
+  Feather feather;                   // of the matte
 };
 
 // Throws UsageError.

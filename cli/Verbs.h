@@ -26,6 +26,7 @@ Verb AddResize(CLI::App* root);
 Verb AddBlur(CLI::App* root);
 Verb AddConvolve(CLI::App* root);
 Verb AddKernel(CLI::App* root);
+Verb AddMatte(CLI::App* root);
 Verb AddConvert(CLI::App* root);
 Verb AddPremultiply(CLI::App* root);
 Verb AddUnpremultiply(CLI::App* root);

@@ -93,6 +93,7 @@ int Run(std::vector<std::string> words) {
                                     vxcli::AddBlur(&root),
                                     vxcli::AddConvolve(&root),
                                     vxcli::AddKernel(&root),
+                                    vxcli::AddMatte(&root),
                                     vxcli::AddConvert(&root),
                                     vxcli::AddPremultiply(&root),
                                     vxcli::AddUnpremultiply(&root),

@@ -26,20 +26,23 @@ struct CompositeWords {
   LayerWords layer_help;  // layers are parsed one by one, see Layers.h
 };
 
-// Where a layer's pictures stand among the inputs of the job; the background is the first.
+// Where a layer's pictures stand among the inputs of the job; the background is the first, and 0
+// stands for none.
 struct Places {
-  size_t file, mask;
+  size_t file, mask, matte;
 };
 
-// The depths of the pictures that are drawn, 0 for masks. Headers only, so that a file that cannot
-// be read is known before any work is done.
+// The depths of the pictures that are drawn, 0 for masks and mattes. Headers only, so that a file
+// that cannot be read is known before any work is done.
 std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<Places>& places) {
   std::vector<int32_t> depths = {VXIO_ReadInfo(frame.Input(0)).depth};
   for (const Places& place : places) {
     depths.push_back(VXIO_ReadInfo(frame.Input(place.file)).depth);
-    if (place.mask == 0) continue;
-    VXIO_ReadInfo(frame.Input(place.mask));
-    depths.push_back(0);
+    for (const size_t weight : {place.mask, place.matte}) {
+      if (weight == 0) continue;
+      VXIO_ReadInfo(frame.Input(weight));
+      depths.push_back(0);
+    }
   }
   return depths;
 }
@@ -82,6 +85,25 @@ Mask ReadMask(const Layer& layer, size_t place, int32_t depth, const VX_World& b
   return mask;
 }
 
+// Multiplies the layer's alpha by its matte.
+void ApplyMatte(const Layer& layer, size_t place, JobFrame* frame, VX_World* world,
+                nlohmann::ordered_json* told) {
+  const std::string& file = frame->Input(place);
+  const VXIO_Picture picture = frame->Read(place, world->Depth());
+  const int32_t use = layer.matte_use.value_or(picture.has_alpha ? VX_Matte_Alpha : VX_Matte_Luma);
+  if (picture.world->width != world->width || picture.world->height != world->height) {
+    Note(file + ": matte is " + std::to_string(picture.world->width) + " x " +
+         std::to_string(picture.world->height) + ", its layer " + std::to_string(world->width) +
+         " x " + std::to_string(world->height) + "; beyond the matte it counts as " +
+         (use & 1 ? "full" : "0"));
+  }
+  const UnoPtr matte = MatteOfSize(*picture.world, use, world->width, world->height, file);
+  Soften(layer.feather, frame->Progress(), matte.get(), file);
+  Check(VX_MergeMaskAlpha(frame->Progress(), 0, 0, nullptr, matte.get(), nullptr, world), file);
+  (*told)["matte"] = file;
+  (*told)["matte_use"] = MatteUseName(use);
+}
+
 bool Touches(const Layer& layer, const VX_World& source, const VX_World& below) {
   int32_t left = 0, top = 0, right = source.width, bottom = source.height;
   int32_t shift_x = layer.at.x, shift_y = layer.at.y;
@@ -107,6 +129,7 @@ nlohmann::ordered_json Draw(const Layer& layer, size_t index, const Places& plac
                                  {"opacity", layer.opacity},
                                  {"at", {layer.at.x, layer.at.y}}};
   VXIO_Picture picture = color->ReadLayer(place.file, &told);
+  if (place.matte) ApplyMatte(layer, place.matte, frame, picture.world.get(), &told);
   Mask mask;
   if (!layer.mask.empty()) mask = ReadMask(layer, place.mask, below->Depth(), *below, frame);
   if (!Touches(layer, *picture.world, *below)) {
@@ -156,7 +179,8 @@ int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<Places>& 
   };
   int64_t most = 0;
   for (const Places& place : places) {
-    most = std::max(most, twice(place.file) + (place.mask ? twice(place.mask) : 0));
+    most = std::max({most, twice(place.file) + (place.mask ? twice(place.mask) : 0),
+                     twice(place.file) + (place.matte ? twice(place.matte) : 0)});
   }
   return twice(0) + most;
 }
@@ -173,11 +197,15 @@ int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>
   job.settings = "composite depth=" + words.depth + composite.color->Settings();
   for (size_t i = 0; i < groups.size(); ++i) {
     const Layer& layer = composite.layers[i];
-    Places& place = composite.places.emplace_back(Places{inputs.size(), 0});
+    Places& place = composite.places.emplace_back(Places{inputs.size(), 0, 0});
     inputs.push_back(layer.file);
     if (!layer.mask.empty()) {
       place.mask = inputs.size();
       inputs.push_back(layer.mask);
+    }
+    if (!layer.matte.empty()) {
+      place.matte = inputs.size();
+      inputs.push_back(layer.matte);
     }
     for (const std::string& word : groups[i]) job.settings += "\n" + word;
   }

@@ -15,14 +15,14 @@ constexpr auto kPremultiplied = VXIO_AlphaKind::Premultiplied;
 // WebP, GIF and others stay out: their reader multiplies by alpha before anybody can ask, or their
 // writer reduces colours.
 constexpr std::array<VXIOp_Format, 8> kFormats = {{
-    {"png", "png", "png", true, true, false, kStraight, true, false},
-    {"jpeg", "jpeg", "jpg jpeg jpe", true, false, false, kNone, true, false},
-    {"tiff", "tiff", "tif tiff", true, true, true, kStraight, true, false},
-    {"exr", "openexr", "exr", false, false, true, kPremultiplied, false, true},
-    {"tga", "targa", "tga", true, false, false, kStraight, false, false},
-    {"bmp", "bmp", "bmp", true, false, false, kStraight, false, false},
-    {"dpx", "dpx", "dpx", true, true, false, kStraight, false, false},
-    {"pnm", "pnm", "ppm pnm pgm pbm", true, true, false, kNone, false, false},
+    {"png", "png", "png", true, true, false, kStraight, true, false, true},
+    {"jpeg", "jpeg", "jpg jpeg jpe", true, false, false, kNone, true, false, true},
+    {"tiff", "tiff", "tif tiff", true, true, true, kStraight, true, false, true},
+    {"exr", "openexr", "exr", false, false, true, kPremultiplied, false, true, true},
+    {"tga", "targa", "tga", true, false, false, kStraight, false, false, true},
+    {"bmp", "bmp", "bmp", true, false, false, kStraight, false, false, false},
+    {"dpx", "dpx", "dpx", true, true, false, kStraight, false, false, false},
+    {"pnm", "pnm", "ppm pnm pgm pbm", true, true, false, kNone, false, false, true},
 }};
 
 const VXIOp_Format* ByName(std::string_view name) {

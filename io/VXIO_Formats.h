@@ -21,6 +21,7 @@ struct VXIOp_Format {
   VXIO_AlphaKind alpha;
   bool profile;
   bool windows;  // keeps data and display windows
+  bool grey;     // holds one channel
 };
 
 std::span<const VXIOp_Format> VXIOp_Formats();

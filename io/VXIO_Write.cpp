@@ -24,6 +24,7 @@ struct Plan {
   const VXIOp_Format* format;
   int32_t world_depth;
   int32_t file_depth;  // 8, 16 or 32
+  int32_t channels;    // 1, 3 or 4
   bool alpha;
   OIIO::ImageSpec spec;
   std::vector<std::string> warnings;
@@ -116,7 +117,9 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
   VXIOp_WithPixel(world, [&](auto* pixel) {
     not_opaque = CountNotOpaque<std::remove_pointer_t<decltype(pixel)>>(world);
   });
-  plan.alpha = plan.format->alpha != VXIO_AlphaKind::None && (options.keep_alpha || not_opaque > 0);
+  const bool grey = options.grey && plan.format->grey;
+  plan.alpha =
+      !grey && plan.format->alpha != VXIO_AlphaKind::None && (options.keep_alpha || not_opaque > 0);
   if (!plan.alpha && not_opaque > 0) {
     plan.warnings.push_back(path + ": " + plan.format->name + " holds no alpha; that of " +
                             std::to_string(not_opaque) +
@@ -125,7 +128,8 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
   OIIO::TypeDesc type = plan.file_depth == 8    ? OIIO::TypeDesc::UINT8
                         : plan.file_depth == 16 ? OIIO::TypeDesc::UINT16
                                                 : OIIO::TypeDesc::FLOAT;
-  plan.spec = OIIO::ImageSpec(world.width, world.height, plan.alpha ? 4 : 3, type);
+  plan.channels = grey ? 1 : plan.alpha ? 4 : 3;
+  plan.spec = OIIO::ImageSpec(world.width, world.height, plan.channels, type);
   plan.spec.default_channel_names();
   std::string_view name = plan.format->name;
   if (name == "tiff" || name == "exr") plan.spec.attribute("compression", "zip");
@@ -199,16 +203,17 @@ uint16_t SampleOfChannel(float channel, uint16_t) {
 }
 
 template <class Pixel, class Sample>
-void Pack(const VX_LayerDef& world, int32_t y_begin, int32_t y_end, bool alpha, Sample* to) {
+void Pack(const VX_LayerDef& world, int32_t y_begin, int32_t y_end, int32_t channels, Sample* to) {
   for (int32_t y = y_begin; y < y_end; ++y) {
     const char* from = reinterpret_cast<const char*>(VXIOp_Row<Pixel>(world, y));
     for (int32_t x = 0; x < world.width; ++x, from += sizeof(Pixel)) {
       Pixel pixel;
       std::memcpy(&pixel, from, sizeof pixel);
       *to++ = SampleOfChannel(pixel.red, Sample{});
+      if (channels == 1) continue;
       *to++ = SampleOfChannel(pixel.green, Sample{});
       *to++ = SampleOfChannel(pixel.blue, Sample{});
-      if (alpha) *to++ = SampleOfChannel(pixel.alpha, Sample{});
+      if (channels == 4) *to++ = SampleOfChannel(pixel.alpha, Sample{});
     }
   }
 }
@@ -260,13 +265,13 @@ class RowWriter {
       last = end - y;
     }
     if (plan_.file_depth == 8) {
-      Pack<VX_Pixel8>(*from, first, last, plan_.alpha, samples_.data());
+      Pack<VX_Pixel8>(*from, first, last, plan_.channels, samples_.data());
     } else if (plan_.file_depth == 32) {
-      Pack<VX_PixelFloat>(*from, first, last, plan_.alpha, At<float>());
+      Pack<VX_PixelFloat>(*from, first, last, plan_.channels, At<float>());
     } else if (plan_.world_depth == 32) {
-      Pack<VX_PixelFloat>(*from, first, last, plan_.alpha, At<uint16_t>());
+      Pack<VX_PixelFloat>(*from, first, last, plan_.channels, At<uint16_t>());
     } else {
-      Pack<VX_Pixel16>(*from, first, last, plan_.alpha, At<uint16_t>());
+      Pack<VX_Pixel16>(*from, first, last, plan_.channels, At<uint16_t>());
     }
     return out_->write_scanlines(plan_.spec.y + y, plan_.spec.y + end, /*z=*/0, plan_.spec.format,
                                  samples_.data());

@@ -131,6 +131,8 @@ enum class VXIO_Clobber { Overwrite, Refuse };
 
 struct VXIO_WriteOptions {
   VXIO_Metadata metadata;
+  // Store red alone, as grey, in the formats that have such a form (all but bmp and dpx).
+  bool grey = false;
   bool keep_alpha = false;  // store alpha also when every pixel is opaque
   VXIO_Clobber clobber = VXIO_Clobber::Overwrite;
   bool strict = false;  // what would be a warning is an error (Output), and nothing is written

@@ -53,6 +53,11 @@ void NaiveUnoTransfer(const Sample* src, const Sample* mask, Sample* dst, size_t
   for (size_t i = 0; i < count; ++i) dst[i] = Mix(src[i], mask[i], dst[i]);
 }
 
+template <class Sample>
+void NaiveUnoMerge(const Sample* mask, Sample* pixels, size_t count) {
+  for (size_t i = 0; i < count; ++i) pixels[4 * i] = Product(mask[i], pixels[4 * i]);
+}
+
 template void NaiveUnoFill(uint8_t, uint8_t*, size_t);
 template void NaiveUnoFill(uint16_t, uint16_t*, size_t);
 template void NaiveUnoFill(float, float*, size_t);
@@ -65,3 +70,6 @@ template void NaiveUnoInvert(float*, size_t);
 template void NaiveUnoTransfer(const uint8_t*, const uint8_t*, uint8_t*, size_t);
 template void NaiveUnoTransfer(const uint16_t*, const uint16_t*, uint16_t*, size_t);
 template void NaiveUnoTransfer(const float*, const float*, float*, size_t);
+template void NaiveUnoMerge(const uint8_t*, uint8_t*, size_t);
+template void NaiveUnoMerge(const uint16_t*, uint16_t*, size_t);
+template void NaiveUnoMerge(const float*, float*, size_t);

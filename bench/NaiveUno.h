@@ -15,3 +15,6 @@ template <class Sample>
 void NaiveUnoInvert(Sample* dst, size_t count);
 template <class Sample>
 void NaiveUnoTransfer(const Sample* src, const Sample* mask, Sample* dst, size_t count);
+// The first channel of each pixel, which has four.
+template <class Sample>
+void NaiveUnoMerge(const Sample* mask, Sample* pixels, size_t count);

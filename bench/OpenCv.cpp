@@ -104,6 +104,22 @@ void UnoBlend(const VX_UnoBuffer& src, const VX_UnoBuffer& weight, const VX_UnoB
   ExpectInPlace(to, dst);
 }
 
+void UnoBox(const VX_UnoBuffer& src, const VX_UnoBuffer& dst, int32_t width, int32_t times) {
+  cv::Mat to = Wrap(dst);
+  for (int32_t i = 0; i < times; ++i) {
+    cv::boxFilter(i == 0 ? Wrap(src) : to, to, -1, cv::Size(width, width), cv::Point(-1, -1), true,
+                  cv::BORDER_REPLICATE);
+  }
+  ExpectInPlace(to, dst);
+}
+
+void UnoGaussian(const VX_UnoBuffer& src, const VX_UnoBuffer& dst, int32_t radius) {
+  cv::Mat to = Wrap(dst);
+  const cv::Size window(2 * radius + 1, 2 * radius + 1);
+  cv::GaussianBlur(Wrap(src), to, window, SigmaOf(radius), SigmaOf(radius), cv::BORDER_REPLICATE);
+  ExpectInPlace(to, dst);
+}
+
 }  // namespace
 
 const OpenCvPeer* OpenCv() {
@@ -121,7 +137,9 @@ const OpenCvPeer* OpenCv() {
                       &UnoFill,
                       &UnoFade,
                       &UnoInvert,
-                      &UnoBlend};
+                      &UnoBlend,
+                      &UnoBox,
+                      &UnoGaussian};
   }();
   return &peer;
 }

@@ -37,6 +37,9 @@ struct OpenCvPeer {
   void (*uno_invert)(const VX_UnoBuffer& dst, double full);
   void (*uno_blend)(const VX_UnoBuffer& src, const VX_UnoBuffer& weight, const VX_UnoBuffer& rest,
                     const VX_UnoBuffer& dst);
+  // One channel over both axes, the border repeated: boxes of `width` taps, or a bell as above.
+  void (*uno_box)(const VX_UnoBuffer& src, const VX_UnoBuffer& dst, int32_t width, int32_t times);
+  void (*uno_gaussian)(const VX_UnoBuffer& src, const VX_UnoBuffer& dst, int32_t radius);
 };
 const OpenCvPeer* OpenCv();  // null: not installed
 

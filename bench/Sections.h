@@ -13,6 +13,7 @@ bool RunCopies(const Options& options);
 bool RunScaling(const Options& options);
 bool RunFilters(const Options& options);
 bool RunUno(const Options& options);
+bool RunMasks(const Options& options);
 bool RunSamplers(const Options& options);
 bool RunIterators(const Options& options);
 bool RunScratch(const Options& options);
@@ -31,6 +32,8 @@ inline constexpr Section kSections[] = {
     {"filters", "blurs, convolutions against OpenCV, libvips; passes by radius, direction",
      &RunFilters},
     {"uno", "one-channel buffers against memcpy, a naive loop, OpenCV", &RunUno},
+    {"masks", "feathered buffers by radius against OpenCV, masks merged into worlds against memcpy",
+     &RunMasks},
     {"samplers", "every sampler by content, against the nearest one and a naive loop",
      &RunSamplers},
     {"iterators", "walks with a function, a lambda, a table, against plain loops", &RunIterators},

@@ -1,0 +1,97 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Pictures, ways and calls of the transform's tests.
+
+#include <algorithm>
+#include <vector>
+
+#include "../PixelTestKit.h"
+#include "VX/VX_OverrideTable.h"
+
+template <class Pixel>
+struct Picture {
+  Picture(int32_t width, int32_t height, const Pixel& color = {})
+      : pixels(static_cast<size_t>(width) * static_cast<size_t>(height), color) {
+    world.width = width;
+    world.height = height;
+    world.rowbytes = width * static_cast<int32_t>(sizeof(Pixel));
+    world.data = pixels.data();
+    VXp_SetWorldDepth(&world, kDepth<Pixel>);
+  }
+  Picture(const Picture& other) : Picture(other.world.width, other.world.height) {
+    pixels.assign(other.pixels.begin(), other.pixels.end());
+    world.data = pixels.data();
+  }
+  // Of a picture of the same size.
+  Picture& operator=(const Picture& other) {
+    std::copy(other.pixels.begin(), other.pixels.end(), pixels.begin());
+    return *this;
+  }
+
+  Pixel& At(int32_t x, int32_t y) {
+    return pixels[static_cast<size_t>(y) * static_cast<size_t>(world.width) +
+                  static_cast<size_t>(x)];
+  }
+  bool operator==(const Picture& other) const { return FirstDifference(pixels, other.pixels) < 0; }
+
+  std::vector<Pixel> pixels;
+  VX_LayerDef world{};
+};
+
+template <class Pixel>
+Picture<Pixel> RandomPicture(int32_t width, int32_t height, uint32_t salt) {
+  Picture<Pixel> picture(width, height);
+  Operands<Pixel> operands(salt);
+  for (Pixel& p : picture.pixels) p = operands.AnyPixel();
+  return picture;
+}
+
+template <class Pixel>
+constexpr Pixel kWhite{kFull<Pixel>, kFull<Pixel>, kFull<Pixel>, kFull<Pixel>};
+
+inline M_Matrix3 MatrixOf(const VX_TransformParts& parts) {
+  M_Matrix3 m;
+  EXPECT_EQ(VX_MatrixOfParts(&parts, &m), VX_Ok);
+  return m;
+}
+inline std::vector<M_Matrix3> Between(const VX_TransformParts& from, const VX_TransformParts& to,
+                                      int32_t count) {
+  std::vector<M_Matrix3> way(static_cast<size_t>(count));
+  EXPECT_EQ(VX_MatricesBetween(&from, &to, count, way.data()), VX_Ok);
+  return way;
+}
+inline M_Matrix3 Moved(double x, double y) { return {{1, 0, 0, 0, 1, 0, x, y, 1}}; }
+inline M_Matrix3 Inverse(const M_Matrix3& m) {
+  M_Matrix3 inverse{};
+  bool invertible = false;
+  M_InverseMatrixQuiet(m, &inverse, &invertible);
+  EXPECT_TRUE(invertible);
+  return inverse;
+}
+
+inline VX_CompositeModePlus ModeOf(int32_t mode, float opacity = 1, int32_t seed = 0,
+                                   bool keep = false) {
+  return {mode, opacity, nullptr, keep, seed};
+}
+
+// All but source, destination and matrices; a plain drawing in high quality as it stands.
+struct Manner {
+  VX_CompositeModePlus mode = ModeOf(VX_Xfer_InFront);
+  int32_t quality = 1;
+  int32_t field = 0;
+  const VX_TransformMask* mask = nullptr;
+  const M_Rect* rect = nullptr;
+  uint8_t src2dst = 1;
+  VX_ProgressInfo* progress = nullptr;
+};
+
+template <class Pixel>
+VX_Err Draw(const Manner& manner, const Picture<Pixel>& src, const std::vector<M_Matrix3>& matrices,
+            Picture<Pixel>* dst) {
+  return VX_TransformWorld(manner.progress, manner.quality, 0, manner.field, &src.world,
+                           &manner.mode, nullptr, manner.mask, matrices.data(),
+                           static_cast<int32_t>(matrices.size()), manner.src2dst, manner.rect,
+                           &dst->world);
+}

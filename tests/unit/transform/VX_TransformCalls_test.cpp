@@ -1,0 +1,310 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The call itself: arguments, matrices that lead nowhere, progress, replacements, threads.
+
+#include <cmath>
+#include <thread>
+
+#include "TransformTestKit.h"
+#include "VX/VX_World.h"
+
+namespace {
+
+using Picture8 = Picture<VX_Pixel8>;
+const std::string kBadParameter = "bad parameter passed to effect callback";
+
+struct Calls : testing::Test {
+  Picture8 src = RandomPicture<VX_Pixel8>(12, 9, 1), dst = RandomPicture<VX_Pixel8>(15, 11, 2);
+  Picture8 matte = RandomPicture<VX_Pixel8>(15, 11, 3);
+  Picture<VX_Pixel16> deep{15, 11};
+  VX_CompositeModePlus mode = ModeOf(VX_Xfer_InFront);
+  VX_TransformMask mask{&matte.world, 0, 0, 0};
+  std::vector<M_Matrix3> way = std::vector<M_Matrix3>(258, Moved(1.5, 0));
+};
+
+TEST_F(Calls, CheckTheirArguments) {
+  const Picture8 before = dst;
+  VX_LayerDef empty{};
+  const VX_CompositeModePlus mix = ModeOf(VX_Xfer_MaskMix), unknown = ModeOf(99);
+  const VX_TransformMask no_world{nullptr, 0, 0, 0}, no_pixels{&empty, 0, 0, 0},
+      bad_use{&matte.world, 0, 0, 4}, deep_mask{&deep.world, 0, 0, 1};
+  struct Arguments {
+    const VX_LayerDef* src;
+    const VX_CompositeModePlus* mode;
+    const VX_TransformMask* mask;
+    const M_Matrix3* matrices;
+    int32_t count;
+    VX_LayerDef* dst;
+    VX_Err error;
+    std::string text;
+  };
+  const auto* m = way.data();
+  const std::string unequal =
+      "VX_TransformWorld requires src and dst worlds to have same bit depth";
+  const Arguments all[] = {
+      {nullptr, &mode, nullptr, m, 1, &dst.world, 3, kBadParameter},
+      {&empty, &mode, nullptr, m, 1, &dst.world, 3, kBadParameter},
+      {&src.world, nullptr, nullptr, m, 1, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, nullptr, nullptr, 1, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, nullptr, m, 0, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, nullptr, m, -1, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, nullptr, m, 258, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, nullptr, m, 1, nullptr, 3, kBadParameter},
+      {&src.world, &mode, nullptr, m, 1, &deep.world, 3, unequal},
+      {&dst.world, &mode, nullptr, m, 1, &dst.world, 3,
+       "VX_TransformWorld cannot draw a world into its own pixels"},
+      {&src.world, &mix, nullptr, m, 1, &dst.world, 3,
+       "VX_Xfer_MaskMix mixes by a mask and was given none"},
+      {&src.world, &mode, &no_world, m, 1, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, &no_pixels, m, 1, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, &bad_use, m, 1, &dst.world, 3, kBadParameter},
+      {&src.world, &mode, &deep_mask, m, 1, &dst.world, 3,
+       "VX_TransformWorld requires src and mask worlds to have same bit depth"},
+      {&src.world, &unknown, nullptr, m, 1, &dst.world, 5, ""},
+      {&src.world, &mode, &mask, m, 1, &dst.world, 0, ""},
+      {&src.world, &mode, nullptr, m, 257, &dst.world, 0, ""}};
+  TakeReportTexts();
+  for (const Arguments& a : all) {
+    for (const auto call : {&VX_TransformWorld, &VX_TransformWorld_S}) {
+      dst = before;
+      EXPECT_EQ(call(nullptr, 1, 0, 0, a.src, a.mode, nullptr, a.mask, a.matrices, a.count, 1,
+                     nullptr, a.dst),
+                a.error);
+      const auto texts = TakeReportTexts();
+      EXPECT_EQ(texts.size(), a.error == 0 ? 0u : 1u) << &a - all;
+      if (!a.text.empty()) {
+        EXPECT_EQ(texts, std::vector{a.text});
+      }
+      EXPECT_EQ(dst == before, a.error != 0) << &a - all;
+    }
+  }
+}
+
+// Parts of one picture may lie beside each other, but not over each other.
+TEST_F(Calls, KnowTheirOwnPixels) {
+  Picture8 all(40, 40);
+  const auto part = [&](int32_t x, int32_t y, int32_t w, int32_t h) {
+    VX_LayerDef world = all.world;
+    world.data = &all.At(x, y);
+    world.width = w;
+    world.height = h;
+    return world;
+  };
+  const struct {
+    VX_LayerDef src, dst;
+    VX_Err error;
+  } cases[] = {
+      {part(0, 0, 20, 40), part(20, 0, 20, 40), 0}, {part(20, 3, 20, 9), part(0, 0, 20, 40), 0},
+      {part(0, 0, 40, 10), part(0, 10, 40, 30), 0}, {part(10, 10, 9, 9), part(0, 0, 10, 40), 0},
+      {part(0, 0, 21, 40), part(20, 0, 20, 40), 3}, {part(5, 5, 1, 1), part(0, 0, 40, 40), 3},
+      {part(0, 39, 40, 1), part(39, 0, 1, 40), 3}};
+  for (const auto& c : cases) {
+    VX_LayerDef to = c.dst;
+    EXPECT_EQ(VX_TransformWorld(nullptr, 1, 0, 0, &c.src, &mode, nullptr, nullptr, way.data(), 1, 1,
+                                nullptr, &to),
+              c.error)
+        << &c - cases;
+  }
+  TakeReportTexts();
+}
+
+// Matrices without an inverse draw nothing as the first or the last, and take no part on the way;
+// perspective and enormous numbers do no harm.
+TEST_F(Calls, TakeAnyMatrix) {
+  const M_Matrix3 good = MatrixOf({.rotation = 20});
+  const double nan = NAN, inf = INFINITY;
+  const Picture8 before = dst;
+  for (const M_Matrix3& bad :
+       {M_Matrix3{{1, 1, 0, 1, 1, 0, 0, 0, 1}}, M_Matrix3{{0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        M_Matrix3{{nan, 0, 0, 0, 1, 0, 0, 0, 1}}, M_Matrix3{{1, 0, 0, 0, 1, 0, nan, 0, 1}},
+        M_Matrix3{{inf, 0, 0, 0, 1, 0, 0, 0, 1}}, M_Matrix3{{1, 0, 0, 0, 1, 0, 0, -inf, 1}},
+        M_Matrix3{{1, 0, nan, 0, 1, 0, 0, 0, 1}}, M_Matrix3{{1e200, 0, 0, 0, 1e200, 0, 0, 0, 1}}}) {
+    for (const uint8_t src2dst : {0, 1}) {
+      for (const auto& nowhere : {std::vector{bad}, std::vector{bad, good}, std::vector{good, bad},
+                                  std::vector{good, good, bad}}) {
+        dst = before;
+        EXPECT_EQ(Draw({.src2dst = src2dst}, src, nowhere, &dst), VX_Ok);
+        EXPECT_TRUE(dst == before);
+      }
+      Picture8 through(15, 11);
+      const std::vector<M_Matrix3> way_round{good, bad, MatrixOf({.rotation = 60})};
+      EXPECT_EQ(Draw({.src2dst = src2dst}, src, way_round, &through), VX_Ok);
+      EXPECT_NE(through.At(2, 2).alpha, 0);
+      EXPECT_LE(through.At(2, 2).alpha, 128);  // one of two sub-samples
+    }
+  }
+  Operands<VX_Pixel8> o(5);
+  for (int round = 0; round < 3000; ++round) {
+    std::vector<M_Matrix3> any(static_cast<size_t>(o.Between(1, 4)));
+    for (M_Matrix3& m : any) {
+      m = MatrixOf({.rotation = 1.0 * o.Below(360)});
+      for (int i = o.Between(1, 3); i > 0; --i) {
+        const double sizes[] = {1e-3, 1, 1e3, 1e6, 1e12, 1e30, 1e150, 1e300, 1e-300};
+        m.m[o.Below(9)] = (o.Below(201) - 100) * sizes[o.Below(9)];
+      }
+    }
+    const Manner manner{.mode = ModeOf(std::vector<int32_t>{-3, 2, 3, 17}[o.Word() % 4]),
+                        .quality = o.Below(2),
+                        .src2dst = static_cast<uint8_t>(o.Below(2))};
+    ASSERT_EQ(Draw(manner, src, any, &dst), VX_Ok);
+  }
+}
+
+// A perspective is the affine map at the first pixel of the area.
+TEST_F(Calls, DrawPerspectiveFlat) {
+  const M_Matrix3 back{{1.02, 0.1, 0.002, -0.1, 0.97, 0.001, -2, 1, 1}};  // destination to source
+  double p[3][2];
+  back.TransformPointAndDivide(0, 0, &p[0][0], &p[0][1]);
+  back.TransformPointAndDivide(1, 0, &p[1][0], &p[1][1]);
+  back.TransformPointAndDivide(0, 1, &p[2][0], &p[2][1]);
+  const M_Matrix3 flat{{p[1][0] - p[0][0], p[1][1] - p[0][1], 0, p[2][0] - p[0][0],
+                        p[2][1] - p[0][1], 0, p[0][0], p[0][1], 1}};
+  Picture8 tilted(12, 8), affine(12, 8);
+  ASSERT_EQ(Draw({.quality = 0, .src2dst = 0}, src, {back}, &tilted), VX_Ok);
+  ASSERT_EQ(Draw({.quality = 0, .src2dst = 0}, src, {flat}, &affine), VX_Ok);
+  EXPECT_TRUE(tilted == affine);
+  EXPECT_FALSE(tilted == Picture8(12, 8));
+}
+
+// --- progress ------------------------------------------------------------------------------------
+
+struct Polled {
+  std::vector<int32_t> rows;
+  int32_t total = 0, stop_at = -1;
+};
+
+TEST_F(Calls, AskProgress) {
+  const Picture8 tall(4, 400, kWhite<VX_Pixel8>);
+  Polled polled;
+  VX_ProgressInfo progress{};
+  progress.progress_refcon = &polled;
+  progress.progress_func = [](void* refcon, int32_t step, int32_t final_step) -> VX_Err {
+    auto& seen = *static_cast<Polled*>(refcon);
+    seen.rows.push_back(step);
+    seen.total = final_step;
+    return step == seen.stop_at ? 77 : 0;
+  };
+  const M_Rect rect{10, 0, 300, 10};
+  const M_Matrix3 first = MatrixOf({.rotation = -1}), last = MatrixOf({.rotation = -1.5});
+  for (const int32_t quality : {0, 1}) {
+    for (const int32_t field : {0, 1, 2}) {
+      for (const bool moving : {false, true}) {
+        for (const int32_t stop : {-1, 0, 128}) {
+          polled = {.rows = {}, .stop_at = stop};
+          const int32_t every =
+              moving ? (field != 0 ? 16 : 8) : (quality == 1 ? 32 : 64) * (field != 0 ? 2 : 1);
+          Picture8 out(10, 320);
+          const Manner manner{
+              .quality = quality, .field = field, .rect = &rect, .progress = &progress};
+          const auto matrices = moving ? std::vector{first, last} : std::vector{first};
+          EXPECT_EQ(Draw(manner, tall, matrices, &out), stop < 0 ? 0 : 77);
+          EXPECT_EQ(polled.total, 290);
+          std::vector<int32_t> want;
+          for (int32_t row = 0; row < 290 && (stop < 0 || row <= stop); row += every)
+            want.push_back(row);
+          EXPECT_EQ(polled.rows, want) << quality << " " << field << " " << moving;
+          if (stop < 0) continue;
+          // Rows up to that one are drawn, and none behind.
+          const auto drawn = [&](int32_t y) {
+            return std::any_of(&out.At(0, y), &out.At(0, y) + 10,
+                               [](const VX_Pixel8& p) { return p.alpha != 0; });
+          };
+          for (int32_t y = 10; y < 300; ++y) {
+            if (!drawn(y)) continue;
+            EXPECT_LE(y, 10 + stop);
+            EXPECT_TRUE(field == 0 || y % 2 == field - 1);
+          }
+          EXPECT_TRUE(field != 0 || drawn(10 + stop));
+        }
+      }
+    }
+  }
+}
+
+// --- replacements --------------------------------------------------------------------------------
+
+struct Asked {
+  int calls = 0;
+  bool has_rect = false;
+  M_Rect rect{};
+} asked;
+
+VX_Err Replacement(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
+                   const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                   const VX_LinearBlendingTables* tables, const VX_TransformMask* mask,
+                   const M_Matrix3* matrices, int32_t count, uint8_t src2dst, const M_Rect* rect,
+                   VX_LayerDef* dst) {
+  ++asked.calls;
+  asked.has_rect = rect != nullptr;
+  asked.rect = rect != nullptr ? *rect : M_Rect{};
+  return VX_TransformWorld_S(progress, quality, flags, field, src, mode, tables, mask, matrices,
+                             count, src2dst, rect, dst);
+}
+
+// A replacement gets the area, and what it draws there is what would have been drawn.
+TEST_F(Calls, TellReplacementsTheArea) {
+  const Picture8 layer(10, 6, kWhite<VX_Pixel8>);
+  const M_Rect given{0, 12, 100, 40};
+  const VX_TransformMask small{&matte.world, 20, 15, 0};
+  const struct {
+    std::vector<M_Matrix3> way;
+    const M_Rect* rect;
+    const VX_TransformMask* mask;
+    M_Rect area;  // top, left, bottom, right
+  } cases[] = {   // (-1, -1)..(10, 6) moved, outwards, and one more.
+               {{Moved(20, 30)}, nullptr, nullptr, {28, 18, 37, 31}},
+               {{Moved(20.5, 30.25)}, nullptr, nullptr, {28, 18, 38, 32}},
+               {{Moved(20, 30), Moved(25, 30)}, nullptr, nullptr, {28, 18, 37, 36}},
+               {{Moved(5, 5)}, &given, nullptr, {3, 12, 12, 16}},
+               {{Moved(20, 20)}, nullptr, &small, {20, 18, 27, 30}},
+               {{Moved(-4, -3)}, nullptr, nullptr, {0, 0, 4, 7}},
+               {{MatrixOf({.rotation = 90, .translate_x = 50})}, nullptr, nullptr, {0, 43, 11, 52}},
+               {{Moved(900, 0)}, nullptr, nullptr, {0, 0, 0, 0}},
+               {{M_Matrix3{{1, 1, 0, 1, 1, 0, 0, 0, 1}}}, nullptr, nullptr, {0, 0, 0, 0}}};
+  for (const int32_t number : {VX_Xfer_Dissolve, VX_Xfer_StencilAlpha}) {
+    for (const auto& c : cases) {
+      const Manner manner{.mode = ModeOf(number, 0.5f, 3), .mask = c.mask, .rect = c.rect};
+      Picture8 want = RandomPicture<VX_Pixel8>(100, 80, 9), got = want;
+      ASSERT_EQ(Draw(manner, layer, c.way, &want), VX_Ok);
+      asked = {};
+      ASSERT_EQ(VX_SetOverrideFunc(32, reinterpret_cast<void*>(&Replacement)), VX_Ok);
+      const VX_Err error = Draw(manner, layer, c.way, &got);
+      const VX_Err refused = Draw(manner, got, c.way, &got);
+      ASSERT_EQ(VX_SetOverrideFunc(32, reinterpret_cast<void*>(&VX_TransformWorld_S)), VX_Ok);
+      EXPECT_EQ(error, VX_Ok);
+      EXPECT_EQ(refused, 3);
+      EXPECT_EQ(asked.calls, 1);
+      EXPECT_TRUE(asked.has_rect);
+      const M_Rect& r = asked.rect;
+      EXPECT_EQ((std::vector{r.top, r.left, r.bottom, r.right}),
+                (std::vector{c.area.top, c.area.left, c.area.bottom, c.area.right}))
+          << &c - cases;
+      EXPECT_TRUE(got == want) << &c - cases;
+    }
+  }
+  TakeReportTexts();
+}
+
+TEST_F(Calls, WorkOnSeveralThreads) {
+  const auto way3 = Between({.rotation = 5}, {.scale_x = 1.2, .rotation = 40}, 3);
+  const VX_TransformMask luma{&matte.world, 0, 0, VX_MaskUse_InverseLuma};
+  const Manner manner{.mode = ModeOf(VX_Xfer_Overlay, 0.7f, 0, true), .mask = &luma};
+  Picture8 want = dst;
+  ASSERT_EQ(Draw(manner, src, way3, &want), VX_Ok);
+  std::vector<Picture8> got(4, dst);
+  std::vector<std::thread> threads;
+  for (Picture8& own : got) {
+    threads.emplace_back([&] {
+      const Picture8 before = own;
+      for (int i = 0; i < 50; ++i) {
+        own = before;
+        EXPECT_EQ(Draw(manner, src, way3, &own), VX_Ok);
+      }
+    });
+  }
+  for (std::thread& t : threads) t.join();
+  for (const Picture8& own : got) EXPECT_TRUE(own == want);
+}
+
+}  // namespace

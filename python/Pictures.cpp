@@ -4,7 +4,6 @@
 #include "Pictures.h"
 
 #include <cstring>
-#include <type_traits>
 
 #include "Arguments.h"
 #include "Errors.h"
@@ -58,59 +57,69 @@ Pixels PixelsOf(const VX_World& world) {
       static_cast<char*>(world.data), world.rowbytes, world.width, world.height, 4, world.Depth()};
 }
 
-// Where alpha, red, green and blue stand in a pixel; alpha -1 where there is none.
-struct Places {
-  int32_t alpha, red, green, blue;
-};
+// --- between orders ------------------------------------------------------------------------------
 
-Places PlacesOf(Order order, int32_t channels) {
-  if (channels == 3) return {-1, 0, 1, 2};
-  return order == Order::Argb ? Places{0, 1, 2, 3} : Places{3, 0, 1, 2};
+// How pixels lie in memory.
+enum class Layout { Argb, Rgba, Rgb };
+
+template <Layout layout>
+constexpr size_t kChannels = layout == Layout::Rgb ? 3 : 4;
+template <Layout layout>
+constexpr size_t kRed = layout == Layout::Argb ? 1 : 0;
+template <Layout layout>
+constexpr size_t kAlpha = layout == Layout::Argb ? 0 : 3;
+
+Layout LayoutOf(Order order, int32_t channels) {
+  if (channels == 3) return Layout::Rgb;
+  return order == Order::Argb ? Layout::Argb : Layout::Rgba;
 }
 
-// One row, pixel by pixel, through memcpy: rows of arrays need not be aligned.
-template <class Channel, int32_t kFrom, int32_t kTo>
-void MoveRow(const char* from, const Places& in, char* to, const Places& out, Channel full,
-             int32_t width) {
-  for (int32_t x = 0; x < width; ++x) {
-    Channel s[kFrom], d[kTo];
-    std::memcpy(s, from + sizeof s * static_cast<size_t>(x), sizeof s);
-    if (out.alpha >= 0) d[out.alpha] = in.alpha >= 0 ? s[in.alpha] : full;
-    d[out.red] = s[in.red];
-    d[out.green] = s[in.green];
-    d[out.blue] = s[in.blue];
-    std::memcpy(to + sizeof d * static_cast<size_t>(x), d, sizeof d);
+// One row, through memcpy: rows of arrays need not be aligned. Full is the alpha of opaque pixels.
+template <class Channel, Layout kFrom, Layout kTo>
+void MoveRow(const char* from, char* to, Channel full, int32_t width) {
+  for (ptrdiff_t x = 0; x < width; ++x) {
+    Channel s[kChannels<kFrom>], d[kChannels<kTo>];
+    std::memcpy(s, from + x * static_cast<ptrdiff_t>(sizeof s), sizeof s);
+    for (size_t i = 0; i < 3; ++i) d[kRed<kTo> + i] = s[kRed<kFrom> + i];
+    if constexpr (kTo != Layout::Rgb) {
+      d[kAlpha<kTo>] = full;
+      if constexpr (kFrom != Layout::Rgb) d[kAlpha<kTo>] = s[kAlpha<kFrom>];
+    }
+    std::memcpy(to + x * static_cast<ptrdiff_t>(sizeof d), d, sizeof d);
   }
 }
 
-template <class Channel, int32_t kFrom, int32_t kTo>
-void MoveRows(const Pixels& from, const Places& in, const Pixels& to, const Places& out) {
-  const auto full = static_cast<Channel>(std::is_same_v<Channel, uint8_t>    ? 255
-                                         : std::is_same_v<Channel, uint16_t> ? 32768
-                                                                             : 1);
+template <class Channel, Layout kFrom, Layout kTo>
+void MoveRows(const Pixels& from, const Pixels& to, Channel full) {
   for (ptrdiff_t y = 0; y < from.height; ++y) {
-    MoveRow<Channel, kFrom, kTo>(from.data + y * from.rowbytes, in, to.data + y * to.rowbytes, out,
-                                 full, from.width);
+    const char* const s = from.data + y * from.rowbytes;
+    char* const d = to.data + y * to.rowbytes;
+    if constexpr (kFrom == kTo) {
+      std::memcpy(d, s, static_cast<size_t>(from.width) * kChannels<kFrom> * sizeof(Channel));
+    } else {
+      MoveRow<Channel, kFrom, kTo>(s, d, full, from.width);
+    }
   }
 }
 
+// One side is always in the library's order.
 template <class Channel>
-void MoveAll(const Pixels& from, Order from_order, const Pixels& to, Order to_order) {
-  const Places in = PlacesOf(from_order, from.channels), out = PlacesOf(to_order, to.channels);
-  if (from.channels == 3) {
-    MoveRows<Channel, 3, 4>(from, in, to, out);
-  } else if (to.channels == 3) {
-    MoveRows<Channel, 4, 3>(from, in, to, out);
-  } else {
-    MoveRows<Channel, 4, 4>(from, in, to, out);
+void MoveAll(const Pixels& from, Layout in, const Pixels& to, Layout out, Channel full) {
+  if (out == Layout::Argb) {
+    if (in == Layout::Argb) return MoveRows<Channel, Layout::Argb, Layout::Argb>(from, to, full);
+    if (in == Layout::Rgba) return MoveRows<Channel, Layout::Rgba, Layout::Argb>(from, to, full);
+    return MoveRows<Channel, Layout::Rgb, Layout::Argb>(from, to, full);
   }
+  if (out == Layout::Rgba) return MoveRows<Channel, Layout::Argb, Layout::Rgba>(from, to, full);
+  MoveRows<Channel, Layout::Argb, Layout::Rgb>(from, to, full);
 }
 
 void Move(const Pixels& from, Order from_order, const Pixels& to, Order to_order) {
   const py::gil_scoped_release release;
-  if (from.depth == 8) return MoveAll<uint8_t>(from, from_order, to, to_order);
-  if (from.depth == 16) return MoveAll<uint16_t>(from, from_order, to, to_order);
-  MoveAll<float>(from, from_order, to, to_order);
+  const Layout in = LayoutOf(from_order, from.channels), out = LayoutOf(to_order, to.channels);
+  if (from.depth == 8) return MoveAll<uint8_t>(from, in, to, out, 255);
+  if (from.depth == 16) return MoveAll<uint16_t>(from, in, to, out, 32768);
+  MoveAll<float>(from, in, to, out, 1);
 }
 
 // Made within a call of the library: births and deaths must not cross it.

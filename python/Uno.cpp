@@ -257,18 +257,17 @@ py::object Merge(const py::object& picture, const py::array& mask, const py::obj
 }  // namespace
 
 void AddUno(py::module_& module) {
-  py::module_ uno = module.def_submodule("uno");
-  uno.def("fill", &Fill);
-  uno.def("fade", &Fade);
-  uno.def("invert", &Invert);
-  uno.def("convert", &Convert);
-  uno.def("transfer", &Transfer);
-  uno.def("accumulate", &Accumulate);
-  uno.def("feather", &Feather);
-  uno.def("scan", &Scan);
-  uno.def("from_picture", &FromPicture);
-  uno.def("to_picture", &ToPicture);
-  uno.def("merge", &Merge);
+  module.def("uno_fill", &Fill);
+  module.def("uno_fade", &Fade);
+  module.def("uno_invert", &Invert);
+  module.def("uno_convert", &Convert);
+  module.def("uno_transfer", &Transfer);
+  module.def("uno_accumulate", &Accumulate);
+  module.def("uno_feather", &Feather);
+  module.def("uno_scan", &Scan);
+  module.def("uno_from_picture", &FromPicture);
+  module.def("uno_to_picture", &ToPicture);
+  module.def("uno_merge", &Merge);
 }
 
 }  // namespace vxpy

@@ -53,21 +53,21 @@ def _given(result: Mask, out: Mask | None) -> Mask:
 def fill(mask: Mask, value: float, *, rect: Rect | None = None, out: Mask | None = None) -> Mask:
     """The mask with `rect` (None: all; float masks only all) at one value of its scale."""
     work = _own(mask)
-    _vx.uno.fill(work, value, rect)
+    _vx.uno_fill(work, value, rect)
     return _given(work, out)
 
 
 def fade(mask: Mask, opacity: float, *, out: Mask | None = None) -> Mask:
     """The mask times an opacity, 0..1."""
     work = _own(mask)
-    _vx.uno.fade(work, opacity)
+    _vx.uno_fade(work, opacity)
     return _given(work, out)
 
 
 def invert(mask: Mask, *, opacity: float = 1.0, out: Mask | None = None) -> Mask:
     """1 less the mask, then times an opacity."""
     work = _own(mask)
-    _vx.uno.invert(work, opacity)
+    _vx.uno_invert(work, opacity)
     return _given(work, out)
 
 
@@ -78,7 +78,7 @@ def convert(mask: Mask, depth: int, *, invert: bool = False, out: Mask | None = 
         raise ValueError(f"depth: 8, 16 or 32, not {depth}")
     source = _contiguous("mask", mask)
     work = numpy.empty(source.shape, kinds[depth])
-    _vx.uno.convert(source, work, invert)
+    _vx.uno_convert(source, work, invert)
     return _given(work, out)
 
 
@@ -93,7 +93,7 @@ def transfer(dst: Mask, src: Mask, *, mask: Mask | None = None, outside: Outside
     """
     work = _own(dst)
     weights = None if mask is None else _contiguous("mask", mask)
-    _vx.uno.transfer(work, _contiguous("src", src), weights, outside, rect, at, progress)
+    _vx.uno_transfer(work, _contiguous("src", src), weights, outside, rect, at, progress)
     return _given(work, out)
 
 
@@ -106,7 +106,7 @@ def accumulate(dst: Mask, src: Mask, mode: Literal["add", "replace", "subtract"]
     uint8 may go into uint16 as the codes they are. gains: (of src, of dst), 0..32767.
     """
     work = _own(dst)
-    _vx.uno.accumulate(work, _contiguous("src", src), mode, gains, rect, at, progress)
+    _vx.uno_accumulate(work, _contiguous("src", src), mode, gains, rect, at, progress)
     return _given(work, out)
 
 
@@ -118,7 +118,7 @@ def feather(mask: Mask, radius: float | tuple[float, float], *, kind: Kind = "so
     """
     x, y = radius if isinstance(radius, tuple) else (radius, radius)
     work = _own(mask)
-    _vx.uno.feather(work, x, y, kind, progress)
+    _vx.uno_feather(work, x, y, kind, progress)
     return _given(work, out)
 
 
@@ -129,7 +129,7 @@ def box_scan(line: Mask, radius: float, *, kind: int = 0, start: int = 0, end: i
     Below a radius of about 2.7 kind 1 is a Gaussian and others are a plain box.
     """
     work = _own(line)
-    _vx.uno.scan(work, False, kind, radius, start, end)
+    _vx.uno_scan(work, False, kind, radius, start, end)
     return _given(work, out)
 
 
@@ -137,22 +137,22 @@ def gaussian_scan(line: Mask, radius: float, *, kind: int = 1, start: int = 0,
                   end: int | None = None, out: Mask | None = None) -> Mask:
     """One line blurred between `start` and `end`: kind 1 a Gaussian, others a plain box."""
     work = _own(line)
-    _vx.uno.scan(work, True, kind, radius, start, end)
+    _vx.uno_scan(work, True, kind, radius, start, end)
     return _given(work, out)
 
 
 def from_picture(picture: Picture, what: Quantity = "alpha", *, order: Order = "rgba") -> Mask:
     """The mask that one quantity of a picture is; luma is times alpha."""
-    return _vx.uno.from_picture(picture, what, order)
+    return _vx.uno_from_picture(picture, what, order)
 
 
 def to_picture(mask: Mask, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
     """The mask as an opaque grey picture."""
-    return _vx.uno.to_picture(_contiguous("mask", mask), out, order)
+    return _vx.uno_to_picture(_contiguous("mask", mask), out, order)
 
 
 def merge(picture: Picture, mask: Mask, *, at: Place = (0, 0), rect: Rect | None = None,
           progress: Progress | None = None, out: Picture | None = None,
           order: Order = "rgba") -> Picture:
     """The picture with its alpha times the mask, whose corner lies at (x, y); 0 outside of it."""
-    return _vx.uno.merge(picture, _contiguous("mask", mask), at, rect, progress, out, order)
+    return _vx.uno_merge(picture, _contiguous("mask", mask), at, rect, progress, out, order)

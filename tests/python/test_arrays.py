@@ -1,0 +1,115 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""Arrays and worlds: what is taken, what is refused, what is copied, what stays alive."""
+
+import gc
+
+import numpy as np
+import pytest
+from hypothesis import given, settings
+from hypothesis import strategies as st
+
+import vx
+from pictures import FULL, argb, noise
+
+
+@settings(max_examples=60, deadline=None)
+@given(depth=st.sampled_from([8, 16, 32]), height=st.integers(1, 12), width=st.integers(1, 12),
+       left=st.integers(0, 3), step=st.integers(1, 3), channels=st.sampled_from([3, 4]))
+def test_crops_and_skipped_rows_give_what_their_copies_give(depth, height, width, left, step,
+                                                            channels):
+    big = noise(height * step + 2, width + left + 2, depth, channels)
+    part = big[1:1 + height * step:step, left:left + width]
+    before = big.copy()
+    expected = vx.blur(np.ascontiguousarray(part), 1.5)
+    np.testing.assert_array_equal(vx.blur(part, 1.5), expected)
+    np.testing.assert_array_equal(big, before)
+    out = np.zeros((height * step, width + 3, 4), part.dtype)
+    target = out[::step, 2:2 + width]
+    assert vx.blur(part, 1.5, out=target) is target
+    np.testing.assert_array_equal(target, expected)
+    assert not out[:, :2].any() and not out[:, 2 + width:].any()
+
+
+@pytest.mark.parametrize("depth", [8, 16, 32])
+def test_both_orders_and_worlds_agree(depth):
+    below, above = noise(7, 9, depth), noise(5, 4, depth, seed=2)
+    result = vx.transfer(below, above, mode="overlay", at=(2, 1), opacity=0.7)
+    turned = vx.transfer(argb(below), argb(above), mode="overlay", at=(2, 1), opacity=0.7,
+                         order="argb")
+    np.testing.assert_array_equal(argb(result), turned)
+    world = vx.transfer(vx.World(below), vx.World(above), mode="overlay", at=(2, 1), opacity=0.7)
+    assert isinstance(world, vx.World) and world.depth == depth
+    np.testing.assert_array_equal(world.array(), result)
+    opaque = vx.transfer(below[..., :3].copy(), above)
+    full = below.copy()
+    full[..., 3] = FULL[depth]
+    np.testing.assert_array_equal(opaque, vx.transfer(full, above))
+
+
+def test_views_share_memory_both_ways_and_keep_it_alive():
+    array = argb(noise(4, 6))
+    world = vx.World.view(array)
+    seen = np.asarray(world)
+    assert seen.__array_interface__["data"] == array.__array_interface__["data"]
+    vx.fill(world, (1, 2, 3, 4), out=world)
+    assert (array == [4, 1, 2, 3]).all()
+    address = array.__array_interface__["data"]
+    del array, world
+    gc.collect()
+    assert (seen == [4, 1, 2, 3]).all() and seen.__array_interface__["data"] == address
+    owned = np.asarray(vx.World(noise(3, 3)))
+    gc.collect()
+    np.testing.assert_array_equal(owned, argb(noise(3, 3)))
+    in_place = argb(noise(8, 8))
+    assert vx.transfer(in_place, in_place, mode="multiply", out=in_place, order="argb") is in_place
+
+
+LAYOUTS = [
+    ("channels", lambda a: a[..., :2], ValueError, "shape (6, 5, 2)"),
+    ("flat", lambda a: a[..., 0], ValueError, "shape (6, 5)"),
+    ("doubles", lambda a: a.astype(float), TypeError, "dtype float64"),
+    ("signed", lambda a: a.astype(np.int8), TypeError, "dtype int8"),
+    ("other ends", lambda a: a.astype(">u2"), TypeError, "dtype >u2"),
+    ("fortran", np.asfortranarray, ValueError, "strides (1, 6, 30)"),
+    ("upside down", lambda a: a[::-1], ValueError, "strides (-20, 4, 1)"),
+    ("mirrored", lambda a: a[:, ::-1], ValueError, "strides (20, -4, 1)"),
+    ("every other", lambda a: a[:, ::2], ValueError, "strides (20, 8, 1)"),
+    ("turned", lambda a: a.transpose(1, 0, 2), ValueError, "strides (4, 20, 1)"),
+    ("one row again", lambda a: np.broadcast_to(a[:1], a.shape), ValueError, "strides (0, 4, 1)"),
+    ("empty", lambda a: a[:0], ValueError, "shape (0, 5, 4)"),
+    ("list", lambda a: a.tolist(), TypeError, "list"),
+    ("none", lambda a: None, TypeError, "NoneType"),
+]
+
+
+@pytest.mark.parametrize("name,make,error,words", LAYOUTS, ids=[row[0] for row in LAYOUTS])
+def test_other_layouts_are_refused_in_words(name, make, error, words):
+    good = noise(6, 5)
+    with pytest.raises(error, match="^picture: ") as caught:
+        vx.resize(make(good), 3, 3)
+    assert words in str(caught.value)
+    if name != "none":
+        with pytest.raises((ValueError, TypeError), match="^out: "):
+            vx.fill(good, (0, 0, 0), out=make(noise(6, 5)))
+
+
+def test_destinations_that_cannot_be_written_are_refused():
+    picture = noise(4, 4)
+    frozen = argb(noise(4, 4))
+    frozen.setflags(write=False)
+    for out in (frozen, vx.World.view(frozen)):
+        with pytest.raises(ValueError, match="read-only"):
+            vx.fill(picture, (0, 0, 0), out=out)
+    for out in (noise(4, 5), noise(4, 4, 16), vx.World.new(5, 4)):
+        with pytest.raises(ValueError, match="^out: "):
+            vx.fill(picture, (0, 0, 0), out=out)
+
+
+@pytest.mark.parametrize("shift", [(0, 1), (1, 0), (2, 3)])
+def test_overlapping_views_give_what_copies_give(shift):
+    big = argb(noise(20, 20))
+    source, target = big[:12, :12], big[shift[0]:12 + shift[0], shift[1]:12 + shift[1]]
+    expected = vx.blur(source.copy(), 2, order="argb")
+    assert vx.blur(source, 2, out=target, order="argb") is target
+    np.testing.assert_array_equal(target, expected)

@@ -1,0 +1,247 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""Calls: values by hand, agreement with the command, refusals, progress, threads, the end."""
+
+import os
+import subprocess
+import sys
+import threading
+import time
+
+import numpy as np
+import pytest
+
+import vx
+from pictures import FULL, argb, noise
+
+COMMAND = os.environ["VX_COMMAND"]
+
+
+def command(*words):
+    subprocess.run([COMMAND, *map(str, words)], check=True, capture_output=True)
+
+
+def test_the_command_gives_the_same_pictures(tmp_path):
+    below, above = noise(40, 50), noise(30, 20, seed=2)
+    a, b, out = (tmp_path / name for name in ("a.png", "b.png", "out.png"))
+    vx.write(a, below, keep_alpha=True)
+    vx.write(b, above, keep_alpha=True)
+    cases = [
+        (["composite", a, "--layer", b, "--mode", "soft-light", "--opacity", "0.6", "--at", "7,-3"],
+         lambda: vx.transfer(below, above, mode="soft-light", opacity=0.6, at=(7, -3))),
+        (["composite", a, "--linear", "--layer", b, "--mode", "screen"],
+         lambda: vx.transfer(below, above, mode="screen",
+                             tables=vx.LinearTables(vx.Profile.named("sRGB")))),
+        (["blur", a, "--gaussian", "3.5"], lambda: vx.blur(below, 3.5)),
+        (["blur", a, "--box", "2.5", "--iterations", "3", "--grow"],
+         lambda: vx.blur(below, 2.5, kind="box", iterations=3, edge="fade", grow=True)),
+        (["resize", a, "--size", "23x61"], lambda: vx.resize(below, 23, 61)),
+        (["premultiply", a], lambda: vx.premultiply(below)),
+        (["matte", a, "--from", "luma", "--feather", "4", "--invert"],
+         lambda: vx.uno.to_picture(vx.uno.invert(
+             vx.uno.feather(vx.uno.from_picture(below, "luma"), 4)))),
+    ]
+    for words, call in cases:
+        command(*words, "-o", out)
+        np.testing.assert_array_equal(vx.read(out), call(), err_msg=" ".join(map(str, words)))
+
+
+def test_values_by_hand():
+    red, blue = np.uint8([[[255, 0, 0, 255]]]), np.uint8([[[0, 0, 255, 128]]])
+    assert vx.transfer(red, blue).tolist() == [[[127, 0, 128, 255]]]
+    assert vx.transfer(red, blue, opacity=0).tolist() == red.tolist()
+    assert vx.blend_pixel([0, 0, 255, 128], [255, 0, 0, 255], depth=8).tolist() == [127, 0, 128, 255]
+    grid = vx.blend_pixel(np.float32([[[1, 0, 0, 1]], [[0, 1, 0, 1]]]),
+                          np.float32([[0.5, 0.5, 0.5, 1], [1, 1, 1, 1]]), "multiply")
+    assert grid.shape == (2, 2, 4) and grid[1, 0].tolist() == [0, 0.5, 0, 1]
+    assert vx.convert(red, 16).tolist() == [[[32768, 0, 0, 32768]]]
+    assert vx.rand(1) == (377, 48271) and vx.hypot(3, 4) == 5
+    assert vx.gaussian_kernel(0).tolist() == [[255]]
+    quarter = vx.Parts(rotate=90).matrix()
+    picture = noise(9, 9)
+    turned = vx.transform(np.zeros_like(picture), picture,
+                          vx.Parts(anchor=(4, 4), rotate=90).matrix(), quality="draft")
+    np.testing.assert_array_equal(turned, np.rot90(picture, -1) * (turned[..., 3:] > 0))
+    assert quarter.round(15).tolist() == [[0, 1, 0], [-1, 0, 0], [0, 0, 1]]
+    half = vx.transfer(np.uint8([[[0, 0, 0]]]), np.uint8([[[255, 255, 255]]]), opacity=0.5,
+                       tables=vx.LinearTables(vx.Profile.named("sRGB")))
+    assert half[0, 0, 0] == 188  # 0.5 of white, as sRGB stores it
+
+
+@pytest.mark.parametrize("name", vx.samplers())
+def test_samplers_at_whole_positions_give_the_pixels(name):
+    for depth in (8,) if name in ("inside-sse2", "inside-four") else (8, 16, 32):
+        picture = noise(6, 7, depth)
+        picture[..., 3] = FULL[depth]
+        y, x = np.mgrid[0:5, 0:6]
+        got = vx.sample(picture, x, y, name, radius=0.5)
+        np.testing.assert_allclose(got, picture[:5, :6], atol=0 if depth != 32 else 1e-6)
+    with pytest.raises(ValueError, match="x, y"):
+        vx.sample(noise(4, 4), float("nan"), 0, name)
+    if name.startswith("inside"):
+        with pytest.raises(ValueError, match="inside"):
+            vx.sample(noise(4, 4), 3, 0, name)
+
+
+def test_masks():
+    mask = vx.uno.from_picture(noise(8, 9), "alpha")
+    np.testing.assert_array_equal(mask, noise(8, 9)[..., 3])
+    np.testing.assert_array_equal(vx.uno.invert(mask), 255 - mask)
+    np.testing.assert_array_equal(vx.uno.accumulate(mask, mask), np.minimum(mask.astype(int) * 2, 255))
+    np.testing.assert_array_equal(vx.uno.transfer(mask, mask[:2, :2].copy(), outside="clear",
+                                                  at=(3, 4)).nonzero(),
+                                  np.pad(mask[:2, :2], ((4, 2), (3, 4))).nonzero())
+    assert vx.uno.feather(np.full((40, 40), 7, np.uint16), 5)[20, 20] == 7
+    strided = np.zeros((8, 20), np.float32)[:, ::2]
+    assert vx.uno.fill(strided, 0.5, out=strided) is strided and (strided == 0.5).all()
+    line = np.zeros(41, np.uint8)
+    line[20] = 255
+    blurred = vx.uno.gaussian_scan(line, 6)
+    assert (blurred == blurred[::-1]).all() and blurred[20] == blurred.max() and blurred[20] < 255
+    merged = vx.uno.merge(np.full((4, 4, 4), 255, np.uint8), np.full((2, 2), 99, np.uint8), at=(1, 1))
+    assert merged[..., 3].sum() == 4 * 99
+
+
+REFUSALS = [
+    (ValueError, "mode", dict(mode="scren")), (ValueError, "mode", dict(mode=99)),
+    (TypeError, "mode", dict(mode=None)), (ValueError, "opacity", dict(opacity=float("nan"))),
+    (ValueError, "opacity", dict(opacity=-0.1)), (TypeError, "opacity", dict(opacity="half")),
+    (ValueError, "at", dict(at=(1 << 80, 0))), (TypeError, "at", dict(at=(0.5, 0))),
+    (ValueError, "at", dict(at=(1, 2, 3))), (TypeError, "at", dict(at=7)),
+    (ValueError, "rect", dict(rect=(5, 5, 5, 9))), (ValueError, "seed", dict(seed=1 << 40)),
+    (ValueError, "field", dict(field="upper")), (ValueError, "order", dict(order="bgra")),
+    (TypeError, "tables", dict(tables=3)), (TypeError, "progress", dict(progress=3)),
+    (ValueError, "mask_at", dict(mask=noise(2, 2), mask_at=(40000, 0))),
+    (ValueError, "mask", dict(mask=noise(2, 2, 16))), (ValueError, "mask_use", dict(mask=noise(2, 2), mask_use="red")),
+]
+
+
+@pytest.mark.parametrize("error,word,options", REFUSALS)
+def test_wrong_arguments_change_nothing(error, word, options):
+    picture = noise(4, 4)
+    before = picture.copy()
+    with pytest.raises(error, match=word):
+        vx.transfer(picture, noise(3, 3), out=picture, **options)
+    np.testing.assert_array_equal(picture, before)
+
+
+def test_errors_of_the_library_carry_code_and_words():
+    with pytest.raises(vx.Error, match="mix") as caught:
+        vx.transfer(noise(4, 4), noise(4, 4), mode="mask-mix")
+    assert caught.value.code == 3 and isinstance(caught.value, RuntimeError)
+    for matrices in (np.eye(2), np.zeros((258, 3, 3)), "eye"):
+        with pytest.raises((ValueError, TypeError), match="matrices"):
+            vx.transform(noise(4, 4), noise(4, 4), matrices)
+    still = vx.transform(noise(4, 4), noise(4, 4), np.full((3, 3), np.nan))
+    np.testing.assert_array_equal(still, noise(4, 4))  # without an inverse nothing is drawn
+
+
+def test_progress_is_told_stops_and_may_raise():
+    told = []
+    vx.blur(noise(64, 64), 4, progress=lambda done, steps: told.append((done, steps)))
+    assert told and all(0 <= done <= steps for done, steps in told)
+    picture = noise(300, 20)
+    with pytest.raises(vx.Error) as caught:
+        vx.transfer(picture, noise(300, 20), progress=lambda *_: True)
+    assert caught.value.code == 517
+
+    class Odd(Exception):
+        pass
+
+    error = Odd("kept")
+
+    def throw(*_):
+        raise error
+
+    with pytest.raises(Odd) as thrown:
+        vx.transfer(picture, noise(300, 20), out=picture, progress=throw)
+    assert thrown.value is error
+    np.testing.assert_array_equal(picture, noise(300, 20))  # converted arrays wait for the end
+
+
+def test_interrupts_stop_long_work():
+    script = ("import numpy, vx\n"
+              "print('ready', flush=True)\n"
+              "while True: vx.convolve(numpy.zeros((2000, 2000, 4), numpy.float32),"
+              " numpy.ones((63, 63), int))\n")
+    child = subprocess.Popen([sys.executable, "-c", script], stdout=subprocess.PIPE,
+                             stderr=subprocess.PIPE, text=True)
+    assert child.stdout.readline() == "ready\n"
+    time.sleep(0.5)
+    child.send_signal(2)
+    assert "KeyboardInterrupt" in child.communicate(timeout=60)[1]
+
+
+def test_threads_draw_at_once():
+    layers = [noise(200, 200, seed=seed) for seed in range(4)]
+    expected = [vx.transfer(noise(200, 200), layer, mode="overlay") for layer in layers]
+    results = [None] * 4
+
+    def work(i):
+        for _ in range(20):
+            results[i] = vx.transfer(noise(200, 200), layers[i], mode="overlay")
+
+    threads = [threading.Thread(target=work, args=(i,)) for i in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    for got, want in zip(results, expected):
+        np.testing.assert_array_equal(got, want)
+
+
+def test_the_lock_is_free_while_pixels_are_worked_on():
+    picture, counted = argb(noise(1500, 1500, 32)), [0]
+    stop = threading.Event()
+
+    def count():
+        while not stop.is_set():
+            counted[0] += 1
+            time.sleep(0.001)
+
+    thread = threading.Thread(target=count)
+    thread.start()
+    before = counted[0]
+    vx.blur(picture, 12, order="argb")
+    during = counted[0] - before
+    stop.set()
+    thread.join()
+    assert during > 5
+
+
+def test_calls_leave_nothing_behind():
+    import resource
+    below, above, mask = argb(noise(64, 64)), argb(noise(64, 64, seed=2)), noise(64, 64)
+    def calls(count):
+        for i in range(count):
+            vx.transfer(below, above, out=below, order="argb")
+            if i % 10 == 0:
+                vx.transfer(below, above, mask=mask, mode="hue")
+                with pytest.raises(ValueError):
+                    vx.transfer(below, above, mode="none such")
+    calls(1000)
+    before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+    calls(10000)
+    assert resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before < 4096  # KiB
+
+
+def test_processor_levels_and_the_end():
+    assert vx.host.processor() == "all" or vx.host.processor() in ("none", "sse2")
+    expected = vx.transfer(noise(9, 9), noise(9, 9, seed=3))
+    world = vx.World(noise(3, 3))
+    try:
+        for level in ("none", "sse2", "all"):
+            vx.host.set_processor(level)
+            np.testing.assert_array_equal(vx.transfer(noise(9, 9), noise(9, 9, seed=3)), expected)
+        vx.death()
+        for call in (lambda: vx.transfer(noise(2, 2), noise(2, 2)), lambda: vx.World.new(2, 2),
+                     lambda: vx.uno.fade(np.zeros((2, 2), np.uint8), 1), vx.host.suites,
+                     lambda: vx.Profile.named("sRGB"), lambda: vx.read(__file__)):
+            try:
+                call()
+            except vx.Error as error:
+                assert "birth" in str(error)
+        np.testing.assert_array_equal(world.array(), noise(3, 3))
+    finally:
+        vx.birth()
+    assert (98, "VX_GetInnerBlendingMask16") in vx.host.slots()

@@ -1,0 +1,77 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""Files: there and back, sequences, profiles, what is missing."""
+
+import numpy as np
+import pytest
+
+import vx
+from pictures import noise
+
+
+@pytest.mark.parametrize("name,depth", [("a.png", 8), ("a.png", 16), ("a.tif", 16), ("a.tif", 32)])
+def test_there_and_back(tmp_path, name, depth):
+    picture = noise(5, 6, depth)
+    if depth == 16:  # what 8-bit codes become survives the file's own scale exactly
+        picture = vx.convert(noise(5, 6), 16)
+    vx.write(tmp_path / name, picture, keep_alpha=True)
+    read = vx.read_all(tmp_path / name)
+    np.testing.assert_array_equal(read.picture, picture)
+    assert read.has_alpha and vx.info(tmp_path / name)["depth"] == depth
+    assert vx.read(tmp_path / name, world=True, depth=8).depth == 8
+
+
+def test_profiles_travel(tmp_path):
+    wide = vx.Profile.named("Display P3")
+    vx.write(tmp_path / "a.png", noise(4, 4)[..., :3].copy())
+    plain = vx.read_all(tmp_path / "a.png")
+    assert plain.metadata.profile()[2] is False
+    vx.write(tmp_path / "b.png", plain.picture, metadata=plain.metadata.with_profile(bytes(wide)))
+    back, description, embedded = vx.read_all(tmp_path / "b.png").metadata.profile()
+    assert (back, embedded) == (bytes(wide), True) and "P3" in description
+    moved = vx.convert_colors(plain.picture, vx.Profile.named("sRGB"), wide)
+    home = vx.convert_colors(moved, wide, vx.Profile.named("sRGB"))
+    assert np.abs(home.astype(int) - plain.picture).max() <= 2
+    for bad in (b"", b"no profile", bytes(wide)[:200]):
+        with pytest.raises(ValueError, match="profile"):
+            vx.Profile(bad)
+    settings = vx.ColorSettings(wide)
+    assert settings.tables() is None and settings.tables(force=True) is not None
+    settings.linear_blending = True
+    assert settings.tables().linearize[255] == 32768 and settings == settings.copy()
+    settings.linearize = True
+    assert settings.tables() is None and abs(settings.exponent - 1) < 1e-3
+
+
+def test_sequences(tmp_path):
+    for number in (3, 1, 10):
+        vx.write(tmp_path / f"s.{number:03d}.png", np.full((2, 2, 3), number, np.uint8))
+    pattern = tmp_path / "s.###.png"
+    assert [(f.number, f.picture[0, 0, 0]) for f in vx.frames(pattern)] == [(1, 1), (3, 3), (10, 10)]
+    assert [f.number for f in vx.frames(pattern, "10,1-3x2")] == [10, 1, 3]
+    with pytest.raises(FileNotFoundError):
+        list(vx.frames(pattern, "1-3"))
+    with pytest.raises(FileNotFoundError):
+        list(vx.frames(tmp_path / "t.###.png"))
+    assert [f.number for f in vx.frames(tmp_path / "s.001.png")] == [0]
+
+
+def test_refusals(tmp_path):
+    with pytest.raises(FileNotFoundError):
+        vx.read(tmp_path / "none.png")
+    (tmp_path / "junk.png").write_bytes(b"\x89PNG\r\n\x1a\n then nothing")
+    with pytest.raises(OSError, match="junk.png"):
+        vx.read(tmp_path / "junk.png")
+    vx.write(tmp_path / "a.png", noise(2, 2))
+    before = (tmp_path / "a.png").read_bytes()
+    with pytest.raises(OSError, match="overwritten"):
+        vx.write(tmp_path / "a.png", noise(3, 3), overwrite=False)
+    with pytest.raises(OSError, match="16 bits"):
+        vx.write(tmp_path / "a.png", noise(3, 3, 32), strict=True)
+    assert (tmp_path / "a.png").read_bytes() == before
+    with pytest.warns(UserWarning, match="b.png"):
+        vx.write(tmp_path / "b.png", noise(3, 3, 32))
+    with pytest.raises(OSError, match="extension"):
+        vx.write(tmp_path / "a.xyz", noise(2, 2))
+    with pytest.raises(TypeError):
+        vx.write(3, noise(2, 2))

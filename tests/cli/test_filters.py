@@ -270,6 +270,7 @@ class Refusals(FilterTest):
                 ("--gaussian", 1, "--iterations", 2): "--iterations: belongs to --box",
                 ("--box", 1, "--iterations", 0): "--iterations '0'.*1 to 100",
                 ("--box", 1, "--iterations", "1.5"): "--iterations",
+                ("--box", "2621.5", "--iterations", 100): "2621.5 reaches 262200 pixels; at most 262144",
                 ("--box", 1, "--axis", "z"): "--axis 'z'.*both x y", ("--box", 1, "--channels", "rgx"): "argb",
                 ("--box", 1, "--channels", "rr"): "argb", ("--box", 1, "--edge", "repeat"): "fade hold-level",
                 ("--box", 15000, "--grow"): "in.png: --grow makes it 30008 x 30008"}.items():

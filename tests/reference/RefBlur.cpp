@@ -71,7 +71,8 @@ struct Lines {
   }
 };
 
-// The source's line, its blurred colours multiplied by alpha if they are not already.
+// The source's line, its blurred colours multiplied by alpha if they are not already: where nothing
+// is seen they are 0, whatever they were.
 template <class Pixel>
 Line<Pixel> ReadLine(const BlurPass& pass, const Lines<Pixel>& lines, int64_t index) {
   using D = typename DepthOf<Pixel>::D;
@@ -81,7 +82,7 @@ Line<Pixel> ReadLine(const BlurPass& pass, const Lines<Pixel>& lines, int64_t in
     Channels<Pixel> p = lines.Read(index, j);
     for (size_t c = 1; c < 4; ++c) {
       if (pass.src_premultiplied || !IsBlurred(pass.flags, c)) continue;
-      p[c] = D::Mul(static_cast<Wide>(p[c]), static_cast<Wide>(p[0]));
+      p[c] = p[0] == 0 ? 0 : D::Mul(static_cast<Wide>(p[c]), static_cast<Wide>(p[0]));
     }
     line.pixels.push_back(p);
   }

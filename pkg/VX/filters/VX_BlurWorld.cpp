@@ -1,16 +1,17 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The blur of both axes: along the rows into a premultiplied world, and down its columns.
+// The blur of both axes, band by band: along the rows into a premultiplied world, and down its
+// columns.
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
 
 #include "VX/VX_Blur.h"
 #include "VX/VX_World.h"
+#include "filters/VXp_Blur1DState.h"
 #include "frame/VXp_Convert.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_Report.h"
@@ -31,15 +32,12 @@ VX_Err CheckSpec(const VX_BlurSpec* spec) {
   if (!IsRadius(spec->radius_x) || !IsRadius(spec->radius_y)) {
     return Refuse("blur radius out of range");
   }
-  if (spec->kind == VX_BlurKind_Box && spec->iterations < 1) {
-    return Refuse("blur iterations below 1");
-  }
-  return VX_Ok;
+  if (spec->kind != VX_BlurKind_Box) return VX_Ok;
+  return VXp_CheckIterations(std::max(spec->radius_x, spec->radius_y), spec->iterations);
 }
 
 int64_t Reach(const VX_BlurSpec& spec, float radius) {
-  const auto once = static_cast<int64_t>(std::ceil(radius));
-  return spec.kind == VX_BlurKind_Box ? once * spec.iterations : once;
+  return VXp_BoxReach(radius, spec.kind == VX_BlurKind_Box ? spec.iterations : 1);
 }
 
 // One progress for several passes: each counts its lines, on top of those before it.
@@ -114,41 +112,127 @@ void Copy(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixe
   }
 }
 
-// Both axes. The world between has the destination's columns, and those rows of the source that the
-// destination can see.
-template <class Pixel>
-void BlurBoth(const VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, const VX_BlurSpec& spec,
-              VX_WorldX<Pixel>& dst) {
-  const int64_t reach = Reach(spec, spec.radius_y);
-  const int64_t src_top = src.origin_y, dst_top = dst.origin_y;
-  const int64_t top = std::max(src_top, dst_top - reach);
-  const int64_t bottom = std::min(src_top + src.height, dst_top + dst.height + reach);
-  if (bottom <= top || dst.width <= 0) {
-    // Nothing of the source is seen: a row of nothing in its place.
-    JoinedProgress joined(progress, dst.height);
-    VX_LayerDef none = src;
-    none.width = none.height = 0;
-    Copy(joined.info(), VX_WorldX<Pixel>(&none, true), dst);
-    return;
+// Rows of the frame that source and destination lie in.
+struct Rows {
+  int64_t top, bottom;
+
+  int64_t Count() const { return bottom - top; }
+  Rows Grown(int64_t by) const { return {top - by, bottom + by}; }
+  Rows Within(const Rows& r) const {
+    const int64_t first = std::clamp(top, r.top, r.bottom);
+    return {first, std::clamp(bottom, first, r.bottom)};
   }
-  const auto rows = static_cast<int32_t>(bottom - top);
-  std::unique_ptr<VX_World> between(VX_World::New(dst.width, rows, kVXp_DepthOf<Pixel>, 0));
-  if (between == nullptr) VXp_Throw(VX_ErrOutOfMemory);
-  between->origin_x = dst.origin_x;
-  between->origin_y = static_cast<int32_t>(top);
-  JoinedProgress joined(progress, int64_t{rows} + dst.width);
-  Pass(spec, VX_Blur_AlongRows, joined.info(), &src, Form::kStraight, between.get(),
-       Form::kPremultiplied);
-  joined.PassDone(rows);
-  Pass(spec, VX_Blur_DownColumns, joined.info(), between.get(), Form::kPremultiplied, &dst,
-       Form::kStraight);
+};
+
+Rows RowsOf(const VX_LayerDef& world) {
+  return {world.origin_y, int64_t{world.origin_y} + world.height};
 }
+
+template <class Pixel>
+VX_WorldX<Pixel> PartOf(const VX_LayerDef& world, const Rows& rows) {
+  VX_LayerDef part = world;
+  part.data = static_cast<char*>(world.data) + (rows.top - world.origin_y) * world.rowbytes;
+  part.origin_y = static_cast<int32_t>(rows.top);
+  part.height = static_cast<int32_t>(rows.Count());
+  return VX_WorldX<Pixel>(&part, true);
+}
+
+// Both axes, band by band of the destination. The world between has the destination's columns, and
+// those rows of the source that a band can see; a row is made once, and moves up for the bands that
+// see it again. So it stays near the processor, and below the size from which memory is new from
+// the system each time, which costs as much as a pass.
+template <class Pixel>
+class BandedBlur {
+ public:
+  BandedBlur(const VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, const VX_BlurSpec& spec,
+             VX_WorldX<Pixel>& dst)
+      : src_(src),
+        spec_(spec),
+        dst_(dst),
+        source_(RowsOf(src)),
+        reach_(Reach(spec, spec.radius_y)),
+        seeing_(src.height == 0 || dst.width == 0 ? Rows{dst.origin_y, dst.origin_y}
+                                                  : source_.Grown(reach_).Within(RowsOf(dst))),
+        band_(std::max(kBetweenBytes / RowBytes() - 2 * reach_, 2 * reach_)),
+        joined_(progress, Steps()) {}
+
+  void Run() {
+    Clear({dst_.origin_y, seeing_.top});
+    if (seeing_.Count() > 0) Bands();
+    Clear({seeing_.bottom, RowsOf(dst_).bottom});
+  }
+
+ private:
+  static constexpr int64_t kBetweenBytes = 8 << 20;
+
+  int64_t RowBytes() const { return std::max(dst_.width, 1) * int64_t{sizeof(Pixel)}; }
+  Rows Seen(const Rows& rows) const { return rows.Grown(reach_).Within(source_); }
+  int64_t Steps() const {
+    const int64_t bands = (seeing_.Count() + band_ - 1) / band_;
+    return dst_.height - seeing_.Count() + Seen(seeing_).Count() + bands * dst_.width;
+  }
+
+  void Clear(const Rows& rows) {
+    VX_LayerDef none = src_;
+    none.width = none.height = 0;
+    auto part = PartOf<Pixel>(dst_, rows);
+    Copy(joined_.info(), VX_WorldX<Pixel>(&none, true), part);
+    joined_.PassDone(part.height);
+  }
+
+  void Bands() {
+    const auto most = static_cast<int32_t>(
+        std::min(Seen(seeing_).Count(), std::min(band_, seeing_.Count()) + 2 * reach_));
+    const std::unique_ptr<VX_World> between(
+        VX_World::New(dst_.width, most, kVXp_DepthOf<Pixel>, 0));
+    if (between == nullptr) VXp_Throw(VX_ErrOutOfMemory);
+    between->origin_x = dst_.origin_x;
+    int64_t made = Seen(seeing_).top;  // rows of the source above this one went along the rows
+    between->origin_y = static_cast<int32_t>(made);
+    for (Rows band = seeing_; band.top < seeing_.bottom; band.top = band.bottom) {
+      band.bottom = std::min(band.top + band_, seeing_.bottom);
+      const Rows seen = Seen(band);
+      MoveUp(between.get(), {seen.top, made});
+      AlongRows(*between, {made, seen.bottom});
+      made = seen.bottom;
+      const auto from = PartOf<Pixel>(*between, seen);
+      auto to = PartOf<Pixel>(dst_, band);
+      Pass(spec_, VX_Blur_DownColumns, joined_.info(), &from, Form::kPremultiplied, &to,
+           Form::kStraight);
+      joined_.PassDone(to.width);
+    }
+  }
+
+  // Brings the rows to the top.
+  static void MoveUp(VX_World* between, const Rows& rows) {
+    char* const first = static_cast<char*>(between->data);
+    std::memmove(first, first + (rows.top - between->origin_y) * between->rowbytes,
+                 static_cast<size_t>(rows.Count() * between->rowbytes));
+    between->origin_y = static_cast<int32_t>(rows.top);
+  }
+
+  void AlongRows(const VX_World& between, const Rows& rows) {
+    auto to = PartOf<Pixel>(between, rows);
+    Pass(spec_, VX_Blur_AlongRows, joined_.info(), &src_, Form::kStraight, &to,
+         Form::kPremultiplied);
+    joined_.PassDone(to.height);
+  }
+
+  const VX_WorldX<Pixel>& src_;
+  const VX_BlurSpec& spec_;
+  VX_WorldX<Pixel>& dst_;
+  const Rows source_;
+  const int64_t reach_;
+  const Rows seeing_;   // of the destination, those that the source spreads to
+  const int64_t band_;  // rows of the destination
+  JoinedProgress joined_;
+};
 
 template <class Pixel>
 VX_Err Blur(const VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, const VX_BlurSpec& spec,
             VX_WorldX<Pixel>& dst) {
   if (spec.radius_x > 0 && spec.radius_y > 0) {
-    BlurBoth(progress, src, spec, dst);
+    BandedBlur<Pixel>(progress, src, spec, dst).Run();
     return VX_Ok;
   }
   const bool across = spec.radius_x > 0;
@@ -186,11 +270,7 @@ VX_Err VX_BlurWorld(VX_ProgressInfo* progress, const VX_LayerDef* src, const VX_
 VX_Err VX_BlurReach(const VX_BlurSpec* spec, int32_t* reach_x, int32_t* reach_y) {
   if (const VX_Err error = CheckSpec(spec)) return error;
   if (reach_x == nullptr || reach_y == nullptr) return Refuse("VX_BlurReach without a place");
-  const int64_t x = Reach(*spec, spec->radius_x), y = Reach(*spec, spec->radius_y);
-  if (std::max(x, y) > std::numeric_limits<int32_t>::max()) {
-    return Refuse("blur reach out of range");
-  }
-  *reach_x = static_cast<int32_t>(x);
-  *reach_y = static_cast<int32_t>(y);
+  *reach_x = static_cast<int32_t>(Reach(*spec, spec->radius_x));
+  *reach_y = static_cast<int32_t>(Reach(*spec, spec->radius_y));
   return VX_Ok;
 }

@@ -75,9 +75,10 @@ class BoxBlur {
  public:
   BoxBlur(VX_Blur1DState& state, int32_t iterations)
       : state_(state),
-        iterations_(iterations),
         window_(state.radius),
-        extents_(state, window_.n, iterations) {
+        // A window of one pixel changes nothing, however often.
+        iterations_(window_.n == 0 ? 1 : iterations),
+        extents_(state, window_.n, iterations_) {
     // Lines of a bundle are read where they are if their pixels lie side by side.
     const bool rows_in_bundles = state.src.direction == VX_Blur_AlongRows && !state.RowsOnly();
     copies_ = state.force_copy || state.Premultiplies() || rows_in_bundles;
@@ -128,8 +129,8 @@ class BoxBlur {
   }
 
   VX_Blur1DState& state_;
-  const int32_t iterations_;
   const VXp_BoxWindow window_;
+  const int32_t iterations_;
   const Extents extents_;
   bool copies_;
 };
@@ -147,7 +148,7 @@ void VX_BoxBlur1D(VX_ProgressInfo* progress, const VX_World* src, float radius, 
                                       dst_direction, dst_premultiplied,
                                       force_copy,    dst};
     const int32_t depth = VXp_CheckBlur(arguments);
-    if (iterations < 1) VXp_Throw(VXp_FailVerification("blur iterations below 1"));
+    VXp_ThrowIf(VXp_CheckIterations(radius, iterations));
     VX_Blur1DState state(arguments);
     VXp_ThrowIf(VXp_WithPixel(depth, kVXp_UnknownDepthText, [&](auto tag) -> VX_Err {
       BoxBlur<typename decltype(tag)::Pixel>(state, iterations).Run();

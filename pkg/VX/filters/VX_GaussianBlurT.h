@@ -11,6 +11,8 @@
 // Sums are taken in chunks that stay in the fastest memory, and each becomes pixels of the
 // destination at once.
 //
+// Bytes are multiplied in pairs by the vectors of SSE2; without it each product is looked up.
+//
 //   integers  mean (sum + total / 2) / total, truncated twice; straight colour (c_sum full +
 //             alpha_sum / 2) / alpha_sum, at most full. All exact: sums are whole numbers below
 //             2^40.
@@ -20,6 +22,7 @@
 #include <cstdint>
 
 #include "filters/VXp_GaussianWindow.h"
+#include "frame/VXp_Cpu.h"
 
 // The divisor of a place.
 template <class Pixel>
@@ -82,6 +85,7 @@ class VXp_GaussianPass {
     stretch_ = state.force_copy ? length
                                 : std::clamp(2 * margin_, std::min(kFewestPlaces, length), length);
     VXp_ChooseBundle(state, sizeof(Pixel), kWidth, Places() * kPlaceBytes);
+    if (sizeof(Pixel) == sizeof(VX_Pixel8) && !VXp_HasSSE2()) weights_.MakeProducts(taps_);
   }
 
   void Run() {

@@ -4,6 +4,7 @@
 #include "filters/VXp_Blur1DState.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "VX/VX_Blur.h"
@@ -67,6 +68,18 @@ int32_t VXp_CheckBlur(const VXp_BlurArguments& a) {
   if (a.src->data == a.dst->data && !MayShare(a)) Refuse("blur of a world into itself");
   if (!(a.radius >= 0 && a.radius <= VX_Blur_MaxRadius)) Refuse("blur radius out of range");
   return depth;
+}
+
+int64_t VXp_BoxReach(float radius, int32_t iterations) {
+  return static_cast<int64_t>(std::ceil(radius)) * iterations;
+}
+
+VX_Err VXp_CheckIterations(float radius, int32_t iterations) {
+  if (iterations < 1) return VXp_FailVerification("blur iterations below 1");
+  if (VXp_BoxReach(radius, iterations) > VX_Blur_MaxReach) {
+    return VXp_FailVerification("blur iterations times radius out of range");
+  }
+  return VX_Ok;
 }
 
 void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width,

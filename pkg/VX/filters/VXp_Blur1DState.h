@@ -77,24 +77,32 @@ struct VX_Blur1DState {
 // The depth of both worlds, after everything is checked. Throws 3 after a report.
 int32_t VXp_CheckBlur(const VXp_BlurArguments& arguments);
 
+// How far a box of a good radius spreads when it is repeated.
+int64_t VXp_BoxReach(float radius, int32_t iterations);
+
+// 3 after a report for fewer iterations than 1, or more than the reach allows.
+VX_Err VXp_CheckIterations(float radius, int32_t iterations);
+
 // Sets `bundle`: up to `width` bytes of a row, with no more than 512 KiB of scratch for a row of
 // it, of which one line takes `line_bytes`.
 void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes);
 
 // Down a column each row lies on a page of its own, and the processor foresees nothing: asks it for
-// `bytes` of the row eight rows ahead. Any address will do.
+// `bytes` of the row eight rows ahead. Any address will do. Always inlined: a function that only
+// asks has no effect that the compiler knows of, and it drops calls to it.
 inline constexpr ptrdiff_t kVXp_FarStride = 2048;
 inline bool VXp_IsFar(ptrdiff_t stride) {
   return stride >= kVXp_FarStride || stride <= -kVXp_FarStride;
 }
-inline void VXp_Foresee(const char* at, ptrdiff_t stride, int32_t bytes) {
+[[gnu::always_inline]] inline void VXp_Foresee(const char* at, ptrdiff_t stride, int32_t bytes) {
   constexpr int32_t kCacheLine = 64;
   const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
   for (int32_t i = 0; i < bytes; i += kCacheLine) {
     __builtin_prefetch(reinterpret_cast<const char*>(ahead + static_cast<uintptr_t>(i)));
   }
 }
-inline void VXp_ForeseeWrite(const char* at, ptrdiff_t stride, int32_t bytes) {
+[[gnu::always_inline]] inline void VXp_ForeseeWrite(const char* at, ptrdiff_t stride,
+                                                    int32_t bytes) {
   constexpr int32_t kCacheLine = 64;
   const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
   for (int32_t i = 0; i < bytes; i += kCacheLine) {

@@ -66,6 +66,7 @@ class VXp_ChannelMask {
 };
 
 // Multiplies blurred colours by alpha. The others take full scale as factor, which changes nothing.
+// Blurred colours of transparent pixels are 0 whatever they are, in float also what is not finite.
 template <class Pixel>
 class VXp_BlurPremul {
  public:
@@ -76,7 +77,9 @@ class VXp_BlurPremul {
 
   Raw operator()(Raw pixel) const {
     if constexpr (kVXp_FloatPixel<Pixel>) {
-      return pixel * Factor(pixel);
+      const VXp_FloatLanes alpha = VXp_Splat<VXp_FloatLanes>(pixel[0]);
+      const auto product = reinterpret_cast<VXp_IntLanes>(pixel * Factor(pixel));
+      return reinterpret_cast<Raw>(product & ~(VXp_IntLanes(alpha == 0.0f) & colors_));
     } else {
       const VXp_IntLanes channels = VXp_Ints(pixel);
       return VXp_Packed<Pixel>(Traits::Mul(channels, Factor(channels)));

@@ -95,7 +95,7 @@ class VXp_BoxForesight {
         in_(VXp_IsFar(span.entering.stride) ? span.entering.stride : 0),
         out_(VXp_IsFar(pass.out.stride) ? pass.out.stride : 0) {}
 
-  void At(const char* entering, const char* out) const {
+  [[gnu::always_inline]] void At(const char* entering, const char* out) const {
     if (in_ != 0) VXp_Foresee(entering, in_, bytes_);
     if (out_ != 0) VXp_ForeseeWrite(out, out_, bytes_);
   }

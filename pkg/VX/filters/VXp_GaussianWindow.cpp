@@ -12,6 +12,7 @@ namespace {
 
 constexpr int32_t kWeightArray = 14;  // entry of the string table
 constexpr int32_t kBehind = 2;        // zeros behind the last weight
+constexpr int32_t kBytes = 256;       // values of a byte
 
 }  // namespace
 
@@ -30,6 +31,17 @@ VXp_GaussianWeights::VXp_GaussianWeights(float radius)
     sums_[i] = sums_[i - 1] + words_[i];
   }
   std::fill_n(words_ + radius_ + 1, kBehind, int16_t{0});
+}
+
+void VXp_GaussianWeights::MakeProducts(int32_t taps) {
+  const int64_t rows = int64_t{taps} + 1;
+  products_memory_.Allocate(rows * kBytes * int64_t{sizeof(uint16_t)}, kWeightArray);
+  products_ = reinterpret_cast<uint16_t*>(products_memory_.data());
+  for (int64_t i = 0; i < rows; ++i) {
+    for (int32_t v = 0; v < kBytes; ++v) {
+      products_[i * kBytes + v] = static_cast<uint16_t>(words_[i] * v);
+    }
+  }
 }
 
 int64_t VXp_GaussianWeights::Between(int64_t low, int64_t high) const {
@@ -170,12 +182,31 @@ void IntegerSums(const int16_t* c, ptrdiff_t step, const VXp_GaussianWeights& we
   }
 }
 
+// All bytes at full scale under the largest weights stay below 2^32.
+void ProductSums(const int16_t* c, ptrdiff_t step, const uint16_t* products, int32_t taps,
+                 double* sums) {
+  constexpr int32_t kBlock = VXp_WindowWork<VX_Pixel8>::kBlock;
+  uint32_t sum[kBlock];
+  for (int32_t j = 0; j < kBlock; ++j) sum[j] = products[c[j]];
+  for (int32_t t = 1; t <= taps; ++t) {
+    const uint16_t* const row = products + ptrdiff_t{t} * kBytes;
+    const int16_t* const after = c + t * step;
+    const int16_t* const before = c - t * step;
+    for (int32_t j = 0; j < kBlock; ++j) sum[j] += uint32_t{row[after[j]]} + row[before[j]];
+  }
+  for (int32_t j = 0; j < kBlock; ++j) sums[j] = sum[j];
+}
+
 }  // namespace
 
 template <>
 void VXp_WindowSums<VX_Pixel8>(const int16_t* c, ptrdiff_t step, const VXp_GaussianWeights& weights,
                                int32_t taps, double* sums) {
-  IntegerSums<VX_Pixel8>(c, step, weights, taps, sums);
+  if (weights.products() != nullptr) {
+    ProductSums(c, step, weights.products(), taps, sums);
+  } else {
+    IntegerSums<VX_Pixel8>(c, step, weights, taps, sums);
+  }
 }
 
 template <>

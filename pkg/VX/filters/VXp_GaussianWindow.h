@@ -27,16 +27,23 @@ class VXp_GaussianWeights {
   // The weights that fall on the places 0..length of a line when the window lies around `q`.
   int64_t Inside(int64_t q, int64_t length) const;
 
+  // For each weight up to w[taps] its products with 0..255: w[i] v at i 256 + v. They save the
+  // processor without vectors from multiplying bytes. Null until they are made, which throws the
+  // allocator's error.
+  void MakeProducts(int32_t taps);
+  const uint16_t* products() const { return products_; }
+
  private:
   // w[1] + ... + w[i]
   int64_t Before(int64_t i) const { return i <= 0 ? 0 : sums_[i]; }
   // The weights at the distances low..high of one side.
   int64_t Between(int64_t low, int64_t high) const;
 
-  VX_BlurScratchRow memory_;
+  VX_BlurScratchRow memory_, products_memory_;
   int32_t radius_;
   int32_t* sums_;
   int16_t* words_;
+  uint16_t* products_ = nullptr;
 };
 
 // How a channel lies in scratch. Bytes and words become signed words, as the multiplication of

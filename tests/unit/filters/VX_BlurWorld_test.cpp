@@ -22,7 +22,7 @@ TEST_F(Blur, WorldIsTwoPasses) {
       const int32_t width = place.right - place.left, height = place.bottom - place.top;
       EdgeWorld<VX_PixelFloat> src(23, 17, 0, true, 1), between(width, 17, 0, true, 2);
       EdgeWorld<VX_PixelFloat> dst(width, height, 4, true, 3), want(width, height, 4, true, 3);
-      src.Paint(RandomRuns<VX_PixelFloat>{random});
+      src.Paint(RandomRuns<VX_PixelFloat>{random, /*wild=*/true});
       between.world.origin_x = dst.world.origin_x = want.world.origin_x = place.left;
       dst.world.origin_y = want.world.origin_y = place.top;
       const int32_t iterations = spec.kind == VX_BlurKind_Box ? spec.iterations : 0;
@@ -32,6 +32,42 @@ TEST_F(Blur, WorldIsTwoPasses) {
       EXPECT_TRUE(Same(&dst, want, 2e-5))
           << "kind " << spec.kind << ", flags " << spec.flags << ", top " << place.top;
     }
+  }
+}
+
+// So large that it is blurred in several bands, some of which see rows that an earlier one made.
+// The destination is taller than the source, ends before it, lies within, or sees its end only.
+TEST_F(Blur, WorldInBandsIsTwoWholePasses) {
+  constexpr int32_t kWide = 8192;
+  struct Case {
+    VX_BlurSpec spec;
+    int32_t top, height;
+  };
+  const Case cases[] = {{{VX_BlurKind_Gaussian, 3, 2.5f, 0, 15}, -100, 700},
+                        {{VX_BlurKind_Box, 1.5f, 70, 1, 31}, -400, 650},
+                        {{VX_BlurKind_Box, 2, 9.5f, 3, 15 - VX_Blur_Red}, 13, 400},
+                        {{VX_BlurKind_Box, 2, 40, 2, 15}, 290, 520}};
+  EdgeWorld<VX_Pixel8> src(kWide, 420, 0, true, 1), between(kWide, 420, 0, true, 2);
+  std::mt19937 random(TestSeed());
+  src.Paint(RandomRuns<VX_Pixel8>{random});
+  src.world.origin_x = 5, between.world.origin_x = -3;
+  for (const auto& [spec, top, height] : cases) {
+    const int32_t iterations = spec.kind == VX_BlurKind_Box ? spec.iterations : 0;
+    EdgeWorld<VX_Pixel8> dst(kWide, height, 4, true, 3), want(kWide, height, 4, true, 3);
+    dst.world.origin_x = want.world.origin_x = -3;
+    dst.world.origin_y = want.world.origin_y = top;
+    MakeBlur(spec.radius_x, iterations, spec.flags, 0, false, true).Run(&src, &between);
+    MakeBlur(spec.radius_y, iterations, spec.flags, 1, true, false).Run(&between, &want);
+    int32_t before = 0, last = 0;
+    OnStep on_step = [&](int32_t step, int32_t final_step) -> VX_Err {
+      EXPECT_GT(step, before);
+      before = step, last = final_step;
+      return 0;
+    };
+    VX_ProgressInfo progress = ProgressOf(&on_step);
+    ASSERT_EQ(VX_BlurWorld(&progress, &src.world, &spec, &dst.world), 0);
+    EXPECT_TRUE(dst.SameBytes(want)) << "kind " << spec.kind << ", top " << top;
+    EXPECT_EQ(before, last);
   }
 }
 
@@ -93,7 +129,9 @@ TEST_F(Blur, WorldRefuses) {
                              {VX_BlurKind_Box, -1, 2, 1, 15},
                              {VX_BlurKind_Box, 2, std::nanf(""), 1, 15},
                              {VX_BlurKind_Gaussian, 40000, 2, 1, 15},
-                             {VX_BlurKind_Box, 2, 2, 0, 15}};
+                             {VX_BlurKind_Box, 2, 2, 0, 15},
+                             {VX_BlurKind_Box, 2, 32767, 9, 15},
+                             {VX_BlurKind_Box, 0.5f, 0, VX_Blur_MaxReach + 1, 15}};
   int32_t x = 0, y = 0;
   for (const VX_BlurSpec& spec : bad) {
     EXPECT_EQ(VX_BlurWorld(nullptr, &src.world, &spec, &dst.world), 3);

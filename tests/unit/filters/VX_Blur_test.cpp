@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "BlurTestKit.h"
+#include "filters/VX_BoxBlur8_SSE2.h"
 
 namespace {
 
@@ -33,15 +34,25 @@ TYPED_TEST(BlurDepths, AreTheTwins) {
   }
 }
 
-// So many lines that several are taken together.
+// Where columns are read, written or both, lines are taken together: up to 256 bytes of a row in
+// the Gaussian and 512 in the box, and no more than a sixteenth of them. Counts of lines that fill
+// these bundles, and one more or less.
+template <class Pixel>
+constexpr int32_t kBundles[] = {4, 256 / int32_t{sizeof(Pixel)}, 512 / int32_t{sizeof(Pixel)}};
+
 TYPED_TEST(BlurDepths, AreTheTwinsWithManyLines) {
-  for (uint32_t number = 0; number < 5 * 512; number += 11) {
-    const bool wide = number % 2 == 0;
-    BlurTrial<TypeParam> trial(number, number % 3 == 0 ? 2 : 3.4f,
-                               static_cast<int32_t>(number / 512), wide ? 700 : 9, wide ? 9 : 700);
-    std::unique_ptr<IteratorReplaced> threads;
-    if (number % 5 == 0) threads = std::make_unique<IteratorReplaced>();
-    ASSERT_NO_FATAL_FAILURE(trial.Check());
+  uint32_t number = 0;
+  for (const int32_t bundle : kBundles<TypeParam>) {
+    for (const int32_t lines : {16 * bundle - 1, 16 * bundle, 16 * bundle + 1, 18 * bundle - 1}) {
+      for (uint32_t i = 0; i < 24; ++i, number += 29) {
+        const uint32_t columns = i % 3 == 0 ? 32 : i % 3 == 1 ? 128 : 160;
+        BlurTrial<TypeParam> trial(number | columns, i % 5 == 0 ? 2 : 3.4f,
+                                   static_cast<int32_t>(i % 4), 9, 9, lines);
+        std::unique_ptr<IteratorReplaced> threads;
+        if (i % 2 == 0) threads = std::make_unique<IteratorReplaced>();
+        ASSERT_NO_FATAL_FAILURE(trial.Check());
+      }
+    }
   }
 }
 
@@ -146,7 +157,8 @@ TEST_F(Blur, Impulses) {
 // different size either.
 TYPED_TEST(BlurDepths, HiddenColourNeverBleeds) {
   constexpr TypeParam kBlue = {kFull<TypeParam>, 0, 0, kFull<TypeParam>};
-  constexpr TypeParam kHidden = {0, kFull<TypeParam>, kFull<TypeParam>, 0};
+  TypeParam kHidden = {0, kFull<TypeParam>, kFull<TypeParam>, 0};
+  if constexpr (sizeof(TypeParam) == 16) kHidden = {0, INFINITY, NAN, NAN};
   EdgeWorld<TypeParam> src(60, 1, 0, true, 1), dst(60, 1, 0, true, 2);
   for (int32_t x = 0; x < 60; ++x) src.Set(x, 0, x < 12 ? kBlue : kHidden);
   if (sizeof(TypeParam) == 16) {
@@ -223,9 +235,20 @@ TEST_F(Blur, BadArgumentsThrowAndTouchNothing) {
       EXPECT_EQ(Thrown([&] { call(cases[i].src, cases[i].dst); }), 3) << "case " << i;
     }
   }
-  for (const int32_t iterations : {0, -1, INT32_MIN}) {
-    const auto call = [&] { VX_BoxBlur1D(nullptr, &from, 2, iterations, 15, 0, 0, 0, 0, 0, &to); };
-    EXPECT_EQ(Thrown(call), 3);
+  const std::pair<float, int32_t> bad_boxes[] = {{2, 0},
+                                                 {2, -1},
+                                                 {2, INT32_MIN},
+                                                 {VX_Blur_MaxRadius, 9},
+                                                 {32766.5f, 70000},
+                                                 {0.5f, VX_Blur_MaxReach + 1},
+                                                 {1, INT32_MAX}};
+  for (const auto& [radius, iterations] : bad_boxes) {
+    VXHost_TakeReports();
+    const auto call = [&, r = radius, n = iterations] {
+      VX_BoxBlur1D(nullptr, &from, r, n, 15, 0, 0, 0, 0, 0, &to);
+    };
+    EXPECT_EQ(Thrown(call), 3) << iterations;
+    EXPECT_EQ(VXHost_TakeReports().size(), 1u);
   }
   for (const VX_FastBlurFunc entry :
        {&VX_FastBlur_Straight, &VX_FastBlur_Premul, VXp_G_OverFuncs.VX_FastBlur_Straight,
@@ -235,15 +258,32 @@ TEST_F(Blur, BadArgumentsThrowAndTouchNothing) {
   }
   EXPECT_TRUE(dst.SameBytes(kept));
   VXHost_TakeReports();
+  // The most there is, and a radius that may be repeated as one likes.
+  EXPECT_EQ(Thrown([&] { MakeBlur(VX_Blur_MaxRadius, 8, 15)(&from, &to); }), 0);
+  EXPECT_EQ(Thrown([&] { MakeBlur(0, INT32_MAX, 15, 0, true, true)(&from, &to); }), 0);
+  for (int32_t x = 0; x < 5; ++x) EXPECT_EQ(dst.Get(x, 3).red, src.Get(x, 3).red);
+}
+
+// The vector routine makes premultiplied pixels alone, whichever channels it blurs.
+TEST_F(Blur, VectorRoutineRefusesStraightOutput) {
+  Reports();
+  for (const int32_t flags : {15, 1, 6}) {
+    const VXp_BoxPass pass{VXp_BoxWindow(2), flags, /*premultiplied=*/false, 1, {}, {}};
+    EXPECT_EQ(Thrown([&] { VXp_BoxBlurPass8_SSE2(pass); }), 3);
+    EXPECT_EQ(Reports(), (ReportList{{0x2503E7, "untested SSE2 codepath in blur"}}));
+  }
 }
 
 // What progress gives at any line is thrown, whoever runs the lines. In order, the lines after it
-// are as they were. Scratch is in the host's accounts while it is there, and then no more.
+// are as they were, but for those of its bundle. Scratch is in the host's accounts while it is
+// there, and then no more.
 template <class Pixel>
 void StopAt(int32_t stop_at, bool threaded, BlurTrial<Pixel>* trial) {
   const bool down = trial->call.pass.dst_direction == 1;
   const VX_LayerDef& world = trial->dst->world;
   const int32_t lines = down ? world.width : world.height;
+  const bool together = down || trial->call.pass.src_direction == 1;
+  const int32_t bundle = together ? std::min(kBundles<Pixel>[2], std::max(lines / 16, 1)) : 1;
   const int32_t polled = threaded ? (lines + kThreads - 1) / kThreads : lines;
   const int64_t accounted = VXHost_GetMemory().accounted;
   const bool has_rows = trial->call.iterations > 1 || !trial->call.pass.src_premultiplied;
@@ -251,7 +291,7 @@ void StopAt(int32_t stop_at, bool threaded, BlurTrial<Pixel>* trial) {
   OnStep on_step = [&](int32_t step, int32_t final_step) -> VX_Err {
     EXPECT_EQ(this_thread_index, 0);
     EXPECT_EQ(final_step, lines);
-    EXPECT_TRUE(step >= 0 && step <= lines);
+    EXPECT_TRUE(threaded ? step > 0 && step <= lines : step == calls + 1);
     EXPECT_TRUE(!has_rows || VXHost_GetMemory().accounted > accounted);
     return ++calls == stop_at ? 500 + stop_at : 0;
   };
@@ -264,24 +304,34 @@ void StopAt(int32_t stop_at, bool threaded, BlurTrial<Pixel>* trial) {
   trial->call.Twin(*trial->src, *trial->want);
   for (int32_t i = 0; stop_at <= polled && i < world.width * world.height; ++i) {
     const int32_t x = i % world.width, y = i / world.width;
-    if ((down ? x : y) >= stop_at) trial->want->Set(x, y, Pixel{});
+    const int32_t line = down ? x : y;
+    const Pixel got = trial->dst->Get(x, y), none{};
+    const bool written = std::memcmp(&got, &none, sizeof got) != 0;
+    if (line >= stop_at && !(line < stop_at + bundle - 1 && written)) trial->want->Set(x, y, none);
   }
   EXPECT_TRUE(Same(trial->dst.get(), *trial->want)) << trial->Tell();
 }
 
 TYPED_TEST(BlurDepths, StopsAtEachLine) {
+  const int32_t wide = kBundles<TypeParam>[2];
   for (const bool threaded : {false, true}) {
     std::unique_ptr<IteratorReplaced> threads;
     if (threaded) threads = std::make_unique<IteratorReplaced>();
-    for (uint32_t number = 15; number < 3 * 512; number += 32) {
-      BlurTrial<TypeParam> trial(number, 1.5f, static_cast<int32_t>(number / 512));
+    const auto stop = [&](BlurTrial<TypeParam> trial, std::initializer_list<int32_t> lines) {
       for (const auto* world : {&trial.src, &trial.dst, &trial.want}) {
         (*world)->world.origin_x = (*world)->world.origin_y = 0;
       }
-      for (int32_t stop_at = 1; stop_at <= 24; stop_at += 1 + stop_at / 4) {
+      for (const int32_t stop_at : lines) {
         trial.dst->Paint([] { return TypeParam{}; });
         StopAt(stop_at, threaded, &trial);
       }
+    };
+    for (uint32_t number = 15; number < 3 * 512; number += 32) {
+      const auto iterations = static_cast<int32_t>(number / 512);
+      stop({number, 1.5f, iterations}, {1, 2, 3, 4, 6, 8, 11, 14, 18, 23, 24});
+      if (number / 32 % 3 != 0) continue;
+      const std::initializer_list<int32_t> few = {1, wide - 1}, all = {1, wide, wide + 1, 9 * wide};
+      stop({number, 1.5f, iterations, 9, 9, 16 * wide + 1}, threaded ? few : all);
     }
   }
 }

@@ -8,6 +8,7 @@
 
 namespace vxpy {
 
+void AddBench(pybind11::module_& module);
 void AddBlend(pybind11::module_& module);
 void AddFilters(pybind11::module_& module);
 void AddColor(pybind11::module_& module);

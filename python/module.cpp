@@ -19,6 +19,7 @@ PYBIND11_MODULE(_vx, module) {
   vxpy::AddPixels(module);
   vxpy::AddSamples(module);
   vxpy::AddHost(module);
+  vxpy::AddBench(module);
   module.def("birth", &vxpy::Birth,
              "Starts the library; importing the module has done so. Again after vx.death().");
   module.def("death", &vxpy::Death,

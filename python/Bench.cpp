@@ -1,0 +1,42 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// What bench/python_calls.py compares calls with; not part of the face.
+
+#include <chrono>
+
+#include "Errors.h"
+#include "Pictures.h"
+#include "Subjects.h"
+#include "VX/VX_Transfer.h"
+
+namespace vxpy {
+
+namespace {
+
+void Nothing() {}
+
+// Seconds of one transfer in front, of `count` made here.
+double TransferSeconds(const WorldPtr& dst, const WorldPtr& src, int32_t count) {
+  const VX_CompositeModePlus mode(VX_Xfer_InFront, 1.0f, nullptr, /*keep_dst_alpha=*/false, 0);
+  const auto start = std::chrono::steady_clock::now();
+  Run([&] {
+    VX_Err code = VX_Ok;
+    for (int32_t i = 0; i < count && code == VX_Ok; ++i) {
+      code = VX_TransferRect(nullptr, 1, 0, VX_Field_Both, nullptr, src->get(), &mode, nullptr,
+                             nullptr, 0, 0, dst->get());
+    }
+    return code;
+  });
+  const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+  return spent.count() / count;
+}
+
+}  // namespace
+
+void AddBench(py::module_& module) {
+  module.def("nothing", &Nothing);
+  module.def("transfer_seconds", &TransferSeconds);
+}
+
+}  // namespace vxpy

@@ -10,7 +10,7 @@
 
 #include "VX/VX_Blend.h"
 #include "blend/VXp_FourPixels.h"
-#include "blend/VXp_LinearLight.h"
+#include "blend/VXp_LinearLanes.h"
 #include "blend/modes/VXp_AllModes.h"
 #include "frame/VXp_Random.h"
 #include "frame/VXp_Report.h"
@@ -28,6 +28,8 @@ struct VXp_RowVariant {
   using Work = typename T::Work;
   using Lanes = typename L::Work;
   using Channel = VX_ChannelOf<Pixel>;
+  using RoundTrip =
+      std::conditional_t<linear, typename VXp_LinearLanes<Pixel>::RoundTrip, VXp_NoRoundTrip>;
 
   static Work Scaled(Channel c) {
     if constexpr (linear) return Light::ToWorking(c);
@@ -41,11 +43,7 @@ struct VXp_RowVariant {
 
   static VXp_Argb<L> Load(const Pixel* from, const VX_LinearBlendingTables* tables) {
     if constexpr (linear) {
-      Working working[kVXp_Lanes];
-      for (int32_t i = 0; i < kVXp_Lanes; ++i) {
-        working[i] = Light::ToLinear(VXp_Load<Pixel>(from + i), *tables);
-      }
-      return VXp_LoadFour(working);
+      return VXp_LinearLanes<Pixel>::Load(from, *tables);
     } else {
       return VXp_LoadFour(from);
     }
@@ -53,28 +51,32 @@ struct VXp_RowVariant {
 
   // Alphas alone: colours need no light.
   static Lanes LoadAlpha(const Pixel* from) {
-    if constexpr (linear) {
-      Lanes alpha;
-      for (int32_t i = 0; i < kVXp_Lanes; ++i) alpha[i] = Scaled(VXp_Load<Channel>(from + i));
-      return alpha;
-    } else {
-      return VXp_LoadFour(from).alpha;
-    }
+    const auto alpha = VXp_LoadFour(from).alpha;
+    if constexpr (linear) return VXp_LinearLanes<Pixel>::AlphaToWorking(alpha);
+    return alpha;
   }
 
-  // Brings back what the piece acted on, a lane each.
-  template <class Piece, class Acting>
-  static void StoreLinear(const VXp_Argb<L>& p, Acting acts, const VX_LinearBlendingTables& tables,
-                          Pixel* to) {
-    Working working[kVXp_Lanes];
-    VXp_StoreFour(working, p);
-    for (int32_t i = 0; i < kVXp_Lanes; ++i) {
-      if (acts[i] == 0) continue;
-      if constexpr (Piece::kWritesColor) {
-        VXp_Store(to + i, Light::FromLinear(working[i], tables));
-      } else {
-        VXp_Store(to + i, Light::AlphaBack(working[i].alpha));
-      }
+  // What a piece finds under a source of weight w; colours that it does not look at are left out
+  // where they are dear to get.
+  template <class Piece>
+  static VXp_Argb<L> LoadUnder(Lanes w, const Pixel* from, const VX_LinearBlendingTables* tables) {
+    if constexpr (linear) {
+      const VXp_Argb<L> alone = {LoadAlpha(from), {}, {}, {}};
+      if (!Piece::kWritesColor || Piece::Covers(w, alone.alpha)) return alone;
+    }
+    return Load(from, tables);
+  }
+
+  // Stores what the piece wrote where it acted.
+  template <class Piece>
+  static void Store(const VXp_Argb<L>& p, VXp_IntLanes acts, const VX_LinearBlendingTables* tables,
+                    Pixel* to) {
+    if constexpr (!linear) {
+      VXp_StoreWhere(acts, p, to);
+    } else if constexpr (Piece::kWritesColor) {
+      VXp_LinearLanes<Pixel>::Store(p, acts, *tables, to);
+    } else {
+      VXp_StoreAlphaWhere(acts, VXp_LinearLanes<Pixel>::AlphaBack(p.alpha), to);
     }
   }
 };
@@ -82,13 +84,17 @@ struct VXp_RowVariant {
 // The order in which the factors of a weight are multiplied; each rounding is fixed.
 enum class VXp_WeightOrder { kMaskFirst, kOpacityFirst };
 
+// A product with full scale is exact at every depth, so without `faded` there is none.
 template <class V, VXp_WeightOrder order, class Pixel>
-typename V::Lanes VXp_Weight(typename V::Lanes sa, const Pixel* mask, typename V::Lanes opacity) {
+typename V::Lanes VXp_Weight(typename V::Lanes sa, const Pixel* mask, bool faded,
+                             typename V::Lanes opacity) {
   using L = typename V::L;
-  if constexpr (!V::kHasMask) return L::Mul(sa, opacity);
-  const typename V::Lanes m = V::LoadAlpha(mask);
-  if constexpr (order == VXp_WeightOrder::kMaskFirst) return L::Mul(L::Mul(sa, m), opacity);
-  return L::Mul(m, L::Mul(sa, opacity));
+  constexpr bool kMaskFirst = order == VXp_WeightOrder::kMaskFirst;
+  typename V::Lanes w = sa;
+  if constexpr (V::kHasMask && kMaskFirst) w = L::Mul(w, V::LoadAlpha(mask));
+  if (faded) w = L::Mul(w, opacity);
+  if constexpr (V::kHasMask && !kMaskFirst) w = L::Mul(V::LoadAlpha(mask), w);
+  return w;
 }
 
 // The loop of a mode with a weight.
@@ -104,12 +110,17 @@ struct VXp_WeightedLoop {
     if (count <= 0) return VX_Ok;
     V::NeedTables(tables);
     const Lanes opacity = VXp_Splat<Lanes>(V::Scaled(mode->opacity));
+    const bool faded = mode->opacity != VXp_PixelTraits<Pixel>::kFull;
     const bool keep = mode->keepDstAlpha != 0;
+    typename V::RoundTrip trip;
+    const bool trips = trip.Serves(count);
     VXp_ForFours(count, src, V::kHasMask ? mask : nullptr, dst,
-                 [=](const Pixel* s, const Pixel* m, Pixel* d) {
-                   const Lanes w = VXp_Weight<V, order>(V::LoadAlpha(s), m, opacity);
+                 [&](const Pixel* s, const Pixel* m, Pixel* d) {
+                   const Lanes w = VXp_Weight<V, order>(V::LoadAlpha(s), m, faded, opacity);
                    if (Piece::kRowSkipsZero && !L::Any(w != Lanes{})) return;
-                   Step(V::Load(s, tables), w, keep, tables, d);
+                   if (!trips || !StepCovering(s, w, keep, tables, &trip, d)) {
+                     Step(V::Load(s, tables), w, keep, tables, d);
+                   }
                  });
     return VX_Ok;
   }
@@ -117,25 +128,26 @@ struct VXp_WeightedLoop {
  private:
   static void Step(const VXp_Argb<L>& s, Lanes w, bool keep, const VX_LinearBlendingTables* tables,
                    Pixel* dst) {
-    VXp_Argb<L> d = V::Load(dst, tables);
+    VXp_Argb<L> d = V::template LoadUnder<Piece>(w, dst, tables);
     VXp_IntLanes acts = ~VXp_IntLanes{};
     if constexpr (Piece::kRowSkipsZero) {
       acts = Piece::Acts(w, d.alpha);
       if (!L::Any(acts)) return;
     }
-    VXp_Argb<L> r = d;
-    Piece::BlendInRow(s, w, keep, r);
-    if constexpr (V::kLinear) {
-      V::template StoreLinear<Piece>(r, acts, *tables, dst);
-    } else {
-      if constexpr (Piece::kRowSkipsZero) r = Chosen(acts, r, d);
-      VXp_StoreFour(dst, r);
-    }
+    Piece::BlendInRow(s, w, keep, d);
+    V::template Store<Piece>(d, acts, tables, dst);
   }
 
-  static VXp_Argb<L> Chosen(VXp_IntLanes acts, const VXp_Argb<L>& r, const VXp_Argb<L>& d) {
-    return {acts ? r.alpha : d.alpha, acts ? r.red : d.red, acts ? r.green : d.green,
-            acts ? r.blue : d.blue};
+  // Four pixels that take the source's colours. False, and nothing done, where they do not.
+  static bool StepCovering(const Pixel* src, Lanes w, bool keep,
+                           const VX_LinearBlendingTables* tables, typename V::RoundTrip* trip,
+                           Pixel* dst) {
+    VXp_Argb<L> d = {V::LoadAlpha(dst), {}, {}, {}};
+    if (!Piece::Covers(w, d.alpha)) return false;
+    const VXp_IntLanes acts = Piece::kRowSkipsZero ? Piece::Acts(w, d.alpha) : ~VXp_IntLanes{};
+    Piece::BlendInRow(VXp_Argb<L>{}, w, keep, d);
+    trip->Store(src, d.alpha, acts, *tables, dst);
+    return true;
   }
 };
 

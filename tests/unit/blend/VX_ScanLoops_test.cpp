@@ -119,6 +119,27 @@ TYPED_TEST(ScanLoops, AgreeWithTwin) {
   }
 }
 
+// Stretches that cover, in rows of the lengths around which loops may prepare for them.
+TYPED_TEST(ScanLoops, CoveringStretchesAgreeWithTwin) {
+  Operands<TypeParam> operands(31);
+  for (const ModeName& mode : AllModes()) {
+    if (mode.mode != VX_Xfer_Copy && mode.mode != VX_Xfer_InFront) continue;
+    for (int count = 240; count <= 272; ++count) {
+      for (int variant = 0; variant < 8; ++variant) {
+        VX_BlendingMode<TypeParam> options = {};
+        options.mode = mode.mode;
+        options.opacity = (variant & 4) != 0 ? kFull<TypeParam> : operands.Opacity();
+        options.keepDstAlpha = static_cast<uint8_t>(operands.Below(2));
+        Rows<TypeParam> rows(&operands, count);
+        for (TypeParam& p : rows.src) p.alpha = operands.Below(9) != 0 ? kFull<TypeParam> : p.alpha;
+        for (TypeParam& p : rows.dst) p.alpha = operands.Below(9) != 0 ? kFull<TypeParam> : p.alpha;
+        const auto* tables = (variant & 2) != 0 ? &LinearTables()[size_t(count % 3)] : nullptr;
+        if (!Agrees(mode, (variant & 1) != 0, tables, count, options, rows)) return;
+      }
+    }
+  }
+}
+
 // Nothing of the pixel moves, not even by a way to linear light and back.
 TYPED_TEST(ScanLoops, TransparentSourceLeavesDestination) {
   Operands<TypeParam> operands(3);

@@ -46,22 +46,39 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static bool Covers(Work w, Work da) { return !T::Any((w != T::kFull) & (da != Work{})); }
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
-    const Work a = T::Union(sa, da);
     const auto blended = (sa != T::kFull) & (da != Work{});
-    Color r = Color::Of(s);
-    if (T::Any(blended)) {
-      r = VXp_Each(r, Color::Of(d), [=](Work cs, Work cd) {
-        const Work over = T::Div(T::Lerp(T::Mul(cd, da), cs, sa), a);
-        return blended ? over : cs;
-      });
+    const Color cs = Color::Of(s);
+    if (!T::Any(blended)) {
+      cs.StoreTo(d);
+      d.alpha = sa;
+      return;
+    }
+    // Over something opaque there is nothing to multiply or to divide by.
+    const bool opaque = !VXp_IsFloat<T> && !T::Any(da != T::kFull);
+    Color r = opaque ? OverOpaque(cs, Color::Of(d), sa) : OverAny(cs, Color::Of(d), sa, &d.alpha);
+    if (T::Any(!blended)) {
+      r = VXp_Each(r, cs, [=](Work over, Work copied) { return blended ? over : copied; });
+      d.alpha = blended ? d.alpha : sa;
     }
     r.StoreTo(d);
-    d.alpha = blended ? a : sa;
   }
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
+
+ private:
+  static Color OverOpaque(const Color& s, const Color& d, Work sa) {
+    return VXp_Each(s, d, [=](Work cs, Work cd) { return T::Min(T::Lerp(cd, cs, sa), T::Full()); });
+  }
+  static Color OverAny(const Color& s, const Color& d, Work sa, Work* alpha) {
+    const Work da = *alpha;
+    const Work a = T::Union(sa, da);
+    *alpha = a;
+    return VXp_Each(s, d,
+                    [=](Work cs, Work cd) { return T::Div(T::Lerp(T::Mul(cd, da), cs, sa), a); });
+  }
 };
 
 // Over with a source that is already multiplied by its alpha: k = da (F - sa), r = min(s + d k, F)

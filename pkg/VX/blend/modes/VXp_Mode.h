@@ -9,6 +9,7 @@
 //   kRowSkipsZero    the row form leaves a pixel of weight 0 alone
 //   kWritesColor     false when only alpha changes
 //   Acts(w, da)      where it skips: whether the row form touches a pixel of weight w over alpha da
+//   Covers(w, da)    the row form looks at the destination's colours nowhere
 //   BlendPixel(s, sa, d)       the complete rule; sa is the source alpha after the opacities
 //   BlendInRow(s, w, keep, d)  what a row loop does with weight w; matted modes leave alpha and the
 //                              matte to the stages around the row; keep is keepDstAlpha
@@ -85,6 +86,7 @@ struct VXp_CommonMode {
   static constexpr bool kRowSkipsZero = true;
   static constexpr bool kWritesColor = true;
   static auto Acts(Work w, Work /*da*/) { return w != Work{}; }
+  static constexpr bool Covers(Work /*w*/, Work /*da*/) { return false; }
 };
 
 // A mode that touches pixels of any weight.

@@ -1,0 +1,300 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Four pixels between stored and linear values, each bit as VXp_LinearLight.h has it for one.
+//
+// What costs here is the way of table entries into lanes. So an entry is fetched together with its
+// neighbour, as the two halves of a lane, and lanes are put together in ways that take the compiler
+// one step a lane. Values of 16 bits are handled eight at a time.
+
+#include <cstring>
+
+#include "blend/VXp_FourPixels.h"
+#include "blend/VXp_LinearLight.h"
+#include "frame/VXp_Rows.h"
+
+using VXp_HalfLanes = uint16_t __attribute__((vector_size(16)));
+
+// --- entries of the tables -----------------------------------------------------------------------
+
+// Entry i of the table that begins at `offset`, and the one after it. The last of `linearize` has
+// the first of `delinearize` for a neighbour, to be given no weight.
+inline uint32_t VXp_EntryPair(const VX_LinearBlendingTables& tables, size_t offset, uint32_t i) {
+  uint32_t pair;
+  std::memcpy(&pair, reinterpret_cast<const char*>(&tables) + offset + size_t{i} * 2, sizeof pair);
+  return pair;
+}
+
+// Entries of the table for bytes, a lane each.
+inline VXp_IntLanes VXp_Entries(const uint16_t* table, uint8_t i0, uint8_t i1, uint8_t i2,
+                                uint8_t i3) {
+#ifdef __SSE2__
+  __m128i v = _mm_cvtsi32_si128(table[i0]);
+  v = _mm_insert_epi16(v, table[i1], 2);
+  v = _mm_insert_epi16(v, table[i2], 4);
+  return reinterpret_cast<VXp_IntLanes>(_mm_insert_epi16(v, table[i3], 6));
+#else
+  return VXp_IntLanes{table[i0], table[i1], table[i2], table[i3]};
+#endif
+}
+
+// For four indices of 16 bits each, the first the lowest.
+inline VXp_WordLanes VXp_EntryPairs(const VX_LinearBlendingTables& tables, size_t offset,
+                                    uint64_t indices) {
+  const auto pair = [&](int32_t k) {
+    return VXp_EntryPair(tables, offset, static_cast<uint16_t>(indices >> (16 * k)));
+  };
+  return VXp_WordLanes{pair(0), pair(1), pair(2), pair(3)};
+}
+
+// first * low + second * high for the two entries of a lane less 32768 each. The weights stand as
+// the entries do, and are 0..32767.
+inline VXp_IntLanes VXp_WeighPairs(VXp_WordLanes pairs, VXp_HalfLanes weights) {
+  const VXp_WordLanes biased = pairs ^ 0x80008000u;
+#ifdef __SSE2__
+  return reinterpret_cast<VXp_IntLanes>(
+      _mm_madd_epi16(reinterpret_cast<__m128i>(biased), reinterpret_cast<__m128i>(weights)));
+#else
+  const auto low = [](auto v) { return reinterpret_cast<VXp_IntLanes>(v << 16) >> 16; };
+  const auto high = [](auto v) { return reinterpret_cast<VXp_IntLanes>(v) >> 16; };
+  const auto factors = reinterpret_cast<VXp_WordLanes>(weights);
+  return low(biased) * low(factors) + high(biased) * high(factors);
+#endif
+}
+
+// --- eight values of 16 bits ---------------------------------------------------------------------
+
+// Two channels of four pixels, by turns, each cut to its 16 bits.
+inline VXp_HalfLanes VXp_Paired(VXp_IntLanes even, VXp_IntLanes odd) {
+  return reinterpret_cast<VXp_HalfLanes>((even & 0xFFFF) | odd << 16);
+}
+inline VXp_IntLanes VXp_EvenHalves(VXp_HalfLanes v) {
+  return reinterpret_cast<VXp_IntLanes>(v) & 0xFFFF;
+}
+inline VXp_IntLanes VXp_OddHalves(VXp_HalfLanes v) {
+  return reinterpret_cast<VXp_IntLanes>(reinterpret_cast<VXp_WordLanes>(v) >> 16);
+}
+
+// At most 32768.
+inline VXp_HalfLanes VXp_HeldToWhite(VXp_HalfLanes v) {
+#ifdef __SSE2__
+  return v - reinterpret_cast<VXp_HalfLanes>(
+                 _mm_subs_epu16(reinterpret_cast<__m128i>(v), _mm_set1_epi16(-32768)));
+#else
+  return v < 32768 ? v : VXp_HalfLanes{} + uint16_t{32768};
+#endif
+}
+
+// Linear values to stored ones, both at 16 bits. White is the far end of the last stretch.
+inline VXp_HalfLanes VXp_DelinearizeHalves(const VX_LinearBlendingTables& tables, VXp_HalfLanes x) {
+  x = VXp_HeldToWhite(x);
+  const VXp_HalfLanes i = (x >> 3) - (x >> 15);
+  const VXp_HalfLanes high = x - (i << 3);
+  const VXp_HalfLanes low = 8 - high;
+  uint64_t indices[2];
+  std::memcpy(indices, &i, sizeof indices);
+  constexpr size_t kOffset = offsetof(VX_LinearBlendingTables, delinearize);
+  const auto first = VXp_WeighPairs(VXp_EntryPairs(tables, kOffset, indices[0]),
+                                    __builtin_shufflevector(low, high, 0, 8, 1, 9, 2, 10, 3, 11));
+  const auto second =
+      VXp_WeighPairs(VXp_EntryPairs(tables, kOffset, indices[1]),
+                     __builtin_shufflevector(low, high, 4, 12, 5, 13, 6, 14, 7, 15));
+  const VXp_IntLanes v0 = (first + 4) >> 3, v1 = (second + 4) >> 3;
+#ifdef __SSE2__
+  const auto v = reinterpret_cast<VXp_HalfLanes>(
+      _mm_packs_epi32(reinterpret_cast<__m128i>(v0), reinterpret_cast<__m128i>(v1)));
+#else
+  const auto v =
+      __builtin_shufflevector(reinterpret_cast<VXp_HalfLanes>(v0),
+                              reinterpret_cast<VXp_HalfLanes>(v1), 0, 2, 4, 6, 8, 10, 12, 14);
+#endif
+  return v ^ uint16_t { 0x8000 };
+}
+
+// (v 255 + 16384) >> 15, by the upper half of v 510 and the rounding that its lower half gives.
+inline VXp_HalfLanes VXp_HalvesToBytes(VXp_HalfLanes v) {
+#ifdef __SSE2__
+  const auto upper = reinterpret_cast<VXp_HalfLanes>(
+      _mm_mulhi_epu16(reinterpret_cast<__m128i>(v), _mm_set1_epi16(510)));
+  return upper + (v * 510 >> 15);
+#else
+  const auto to_byte = [](VXp_IntLanes c) { return (c * 255 + 16384) >> 15; };
+  return VXp_Paired(to_byte(VXp_EvenHalves(v)), to_byte(VXp_OddHalves(v)));
+#endif
+}
+
+// --- four values in lanes ------------------------------------------------------------------------
+
+inline VXp_IntLanes VXp_DelinearizeFour(const VX_LinearBlendingTables& tables, VXp_IntLanes x) {
+  const VXp_IntLanes held = VXp_EvenHalves(VXp_HeldToWhite(VXp_Paired(x, VXp_IntLanes{})));
+  const VXp_IntLanes i = (held >> 3) - (held >> 15);
+  const VXp_IntLanes f = held - (i << 3);
+  constexpr size_t kOffset = offsetof(VX_LinearBlendingTables, delinearize);
+  const auto pair = [&](int32_t k) {
+    return VXp_EntryPair(tables, kOffset, static_cast<uint32_t>(i[k]));
+  };
+  const VXp_WordLanes pairs = {pair(0), pair(1), pair(2), pair(3)};
+  return ((VXp_WeighPairs(pairs, VXp_Paired(8 - f, f)) + 4) >> 3) + 32768;
+}
+
+// The weight of the lower entry would be 32768 - f, which may not fit: one of it is added by
+// itself.
+inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp_IntLanes c) {
+  const VXp_IntLanes held = VXp_EvenHalves(VXp_HeldToWhite(VXp_Paired(c, VXp_IntLanes{})));
+  const VXp_IntLanes p = (held << 8) - held;
+  const VXp_IntLanes j = p >> 15;
+  const VXp_IntLanes f = p & 32767;
+  constexpr size_t kOffset = offsetof(VX_LinearBlendingTables, linearize);
+  const auto pair = [&](int32_t k) {
+    return VXp_EntryPair(tables, kOffset, static_cast<uint32_t>(j[k]));
+  };
+  const VXp_WordLanes pairs = {pair(0), pair(1), pair(2), pair(3)};
+  const auto lower = reinterpret_cast<VXp_IntLanes>(pairs & 0xFFFFu) - 32768;
+  return ((VXp_WeighPairs(pairs, VXp_Paired(32767 - f, f)) + lower + 16384) >> 15) + 32768;
+}
+
+// --- pixels --------------------------------------------------------------------------------------
+
+// Stores lanes where `acts` is set.
+template <class Pixel>
+void VXp_StoreWhere(VXp_IntLanes acts, VXp_FourOf<Pixel> p, Pixel* to) {
+  if (VXp_LaneTraits<Pixel>::Any(~acts)) {
+    const VXp_FourOf<Pixel> old = VXp_LoadFour(to);
+    p = {acts ? p.alpha : old.alpha, acts ? p.red : old.red, acts ? p.green : old.green,
+         acts ? p.blue : old.blue};
+  }
+  VXp_StoreFour(to, p);
+}
+
+// Stores alphas alone where `acts` is set.
+template <class Pixel, class Lanes>
+void VXp_StoreAlphaWhere(VXp_IntLanes acts, Lanes alpha, Pixel* to) {
+  VXp_FourOf<Pixel> p = VXp_LoadFour(to);
+  p.alpha = acts ? alpha : p.alpha;
+  VXp_StoreFour(to, p);
+}
+
+template <class Pixel>
+struct VXp_LinearLanes;
+
+// Where a colour has more values than a row has pixels.
+struct VXp_NoRoundTrip {
+  static constexpr bool Serves(int32_t /*count*/) { return false; }
+  template <class... Arguments>
+  static void Store(const Arguments&...) {}
+};
+
+template <>
+struct VXp_LinearLanes<VX_Pixel8> {
+  using Working = VXp_FourOf<VX_Pixel16>;
+
+  static VXp_IntLanes AlphaToWorking(VXp_IntLanes a) {
+    return (a << 7) + (((a << 15) + (a << 7) + 33200) >> 16);
+  }
+  static VXp_IntLanes AlphaBack(VXp_IntLanes a) {
+    return VXp_EvenHalves(VXp_HalvesToBytes(VXp_Paired(a, VXp_IntLanes{})));
+  }
+
+  static Working Load(const VX_Pixel8* from, const VX_LinearBlendingTables& t) {
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(from);
+    const auto channel = [&](ptrdiff_t at) {
+      return VXp_Entries(t.linearize, bytes[at], bytes[at + 4], bytes[at + 8], bytes[at + 12]);
+    };
+    return {AlphaToWorking(VXp_LoadFour(from).alpha), channel(1), channel(2), channel(3)};
+  }
+
+  // Every second byte of a pixel at once.
+  static void Store(const Working& p, VXp_IntLanes acts, const VX_LinearBlendingTables& t,
+                    VX_Pixel8* to) {
+    const VXp_HalfLanes rb = VXp_DelinearizeHalves(t, VXp_Paired(p.red, p.blue));
+    const VXp_HalfLanes ag = VXp_Paired(p.alpha, VXp_DelinearizeFour(t, p.green));
+    const auto bytes = [](VXp_HalfLanes v) {
+      return reinterpret_cast<VXp_IntLanes>(VXp_HalvesToBytes(v) & uint16_t{0xFF});
+    };
+    const VXp_IntLanes pixels = bytes(ag) | bytes(rb) << 8;
+    VXp_StoreLanes(to, 0, acts ? pixels : VXp_LoadLanes<VXp_IntLanes>(to));
+  }
+
+  // Where the colours of a source are taken as they are, they still go to linear light and back,
+  // which a byte does in one step. Setting that up pays on long rows.
+  class RoundTrip {
+   public:
+    bool Serves(int32_t count) const { return count >= 256; }
+
+    void Store(const VX_Pixel8* from, VXp_IntLanes alpha, VXp_IntLanes acts,
+               const VX_LinearBlendingTables& t, VX_Pixel8* to) {
+      if (!ready_) Prepare(t);
+      const auto* const bytes = reinterpret_cast<const uint8_t*>(from);
+      const auto color = [&](ptrdiff_t at) {
+        return back_[bytes[at + 1]] | back_[bytes[at + 2]] << 8 | back_[bytes[at + 3]] << 16;
+      };
+      const VXp_IntLanes colors = {color(0), color(4), color(8), color(12)};
+      const VXp_IntLanes pixels = AlphaBack(alpha) | colors << 8;
+      VXp_StoreLanes(to, 0, acts ? pixels : VXp_LoadLanes<VXp_IntLanes>(to));
+    }
+
+   private:
+    void Prepare(const VX_LinearBlendingTables& t) {
+      using Bytes = uint8_t __attribute__((vector_size(8)));
+      for (ptrdiff_t k = 0; k < 32; ++k) {
+        const auto light = VXp_LoadLanes<VXp_HalfLanes>(t.linearize, k);
+        const VXp_HalfLanes back = VXp_HalvesToBytes(VXp_DelinearizeHalves(t, light));
+        const Bytes eight = __builtin_convertvector(back, Bytes);
+        std::memcpy(back_ + 8 * k, &eight, sizeof eight);
+      }
+      ready_ = true;
+    }
+
+    bool ready_ = false;
+    uint8_t back_[256];
+  };
+};
+
+template <>
+struct VXp_LinearLanes<VX_Pixel16> {
+  using Working = VXp_FourOf<VX_Pixel16>;
+  using RoundTrip = VXp_NoRoundTrip;
+
+  static VXp_IntLanes AlphaToWorking(VXp_IntLanes a) { return a; }
+  static VXp_IntLanes AlphaBack(VXp_IntLanes a) { return a; }
+
+  static Working Load(const VX_Pixel16* from, const VX_LinearBlendingTables& t) {
+    const Working p = VXp_LoadFour(from);
+    return {p.alpha, VXp_LinearizeFour(t, p.red), VXp_LinearizeFour(t, p.green),
+            VXp_LinearizeFour(t, p.blue)};
+  }
+  static void Store(const Working& p, VXp_IntLanes acts, const VX_LinearBlendingTables& t,
+                    VX_Pixel16* to) {
+    const VXp_HalfLanes rg = VXp_DelinearizeHalves(t, VXp_Paired(p.red, p.green));
+    VXp_StoreWhere<VX_Pixel16>(
+        acts, {p.alpha, VXp_EvenHalves(rg), VXp_OddHalves(rg), VXp_DelinearizeFour(t, p.blue)}, to);
+  }
+};
+
+// Powers are those of the C library, one by one.
+template <>
+struct VXp_LinearLanes<VX_PixelFloat> {
+  using Working = VXp_FourOf<VX_PixelFloat>;
+  using Light = VXp_LinearLight<VX_PixelFloat>;
+  using RoundTrip = VXp_NoRoundTrip;
+
+  static VXp_FloatLanes AlphaToWorking(VXp_FloatLanes a) { return a; }
+  static VXp_FloatLanes AlphaBack(VXp_FloatLanes a) { return a; }
+
+  static Working Load(const VX_PixelFloat* from, const VX_LinearBlendingTables& t) {
+    VX_PixelFloat four[kVXp_Lanes];
+    for (int32_t k = 0; k < kVXp_Lanes; ++k) {
+      four[k] = Light::ToLinear(VXp_Load<VX_PixelFloat>(from + k), t);
+    }
+    return VXp_LoadFour(four);
+  }
+  static void Store(const Working& p, VXp_IntLanes acts, const VX_LinearBlendingTables& t,
+                    VX_PixelFloat* to) {
+    VX_PixelFloat four[kVXp_Lanes];
+    VXp_StoreFour(four, p);
+    for (int32_t k = 0; k < kVXp_Lanes; ++k) {
+      if (acts[k] != 0) VXp_Store(to + k, Light::FromLinear(four[k], t));
+    }
+  }
+};

@@ -148,12 +148,15 @@ VX_API int32_t VX_UnoScanScratch(int32_t length, VX_Fixed radius);
 
 enum : int32_t { VX_Feather_Box = 0, VX_Feather_Soft = 1, VX_Feather_Gaussian = 2 };
 
-// Softens a whole buffer of any depth by scans along its rows and then down its columns: one box,
-// three boxes, or a Gaussian, of radii in pixels 0..32767 (0 leaves that axis), rounded to 16.16.
-// Samples are those of the scans over whole lines, so boxes fade toward 0 at the left and the top
-// and repeat the last sample at the right and the bottom. Box and soft cost the same for any
-// radius. Kernels are its own: any number of threads may feather buffers of their own. Progress
-// counts rows, then bundles of columns. 0; 3 after a report; 4 with the buffer as it was; or what
-// progress returned, with the lines done so far feathered.
+// Softens a whole buffer of any depth along its rows and then down its columns: one box, three
+// boxes, or a Gaussian, of radii in pixels 0..32767 (0 leaves that axis), rounded to 16.16. The
+// windows are those of the scans, but the level is held at all four edges: beyond them the samples
+// of the border are repeated. So a constant mask stays as it is, and away from the left and the top
+// samples are those of the scans over whole lines. Box and soft cost the same for any radius.
+// Kernels are its own: any number of threads may feather buffers of their own. At 8 and 16 bits the
+// rows of boxes too small for soft ends go through the slots of the box scans; a replacement there
+// is not asked for larger ones, nor for columns. Progress counts rows, then bundles of columns. 0;
+// 3 after a report; 4 with the buffer as it was; or what progress returned, with the lines done so
+// far feathered.
 VX_API VX_Err VX_FeatherUnoBuffer(VX_ProgressInfo* progress, int32_t feather, double radius_x,
                                   double radius_y, VX_UnoBuffer* buffer);

@@ -238,12 +238,22 @@ void SoftBoxPass(int64_t n, int64_t f, int64_t from, int64_t to, std::vector<Sam
   }
 }
 
+// What the windows of a box have on each side of their middle: 1 or less is a plain box of three.
+double SideOfBox(int32_t kind, VX_Fixed radius) {
+  return (kind == 0 ? 1.4 : 1.0) * (radius / 65536.0) / 2.71;
+}
+
+// The weight of the outer samples.
+int64_t OuterOfBox(double side) {
+  return static_cast<int64_t>((side - static_cast<double>(static_cast<int64_t>(side))) * 255);
+}
+
 }  // namespace
 
 template <class Sample>
 void BoxScan(int32_t kind, int32_t start, int32_t end, VX_Fixed radius, std::vector<Sample>* line) {
   const double r = radius / 65536.0;
-  const double g = (kind == 0 ? 1.4 : 1.0) * r / 2.71;
+  const double g = SideOfBox(kind, radius);
   if (g <= 1.0) {
     GaussianScan(kind, start, end, radius, line);
     return;
@@ -252,10 +262,8 @@ void BoxScan(int32_t kind, int32_t start, int32_t end, VX_Fixed radius, std::vec
   const int64_t more = static_cast<int64_t>((kind == 0 ? 0.6 : 0.9) * r) + 3;
   const int64_t from = Max(start - more, int64_t{0});
   const int64_t to = Min(end + more, static_cast<int64_t>(line->size()));
-  const int64_t whole = static_cast<int64_t>(g);
-  const int64_t f = static_cast<int64_t>((g - static_cast<double>(whole)) * 255);
   for (int pass = 0; pass < (kind == 0 ? 1 : 3); ++pass) {
-    SoftBoxPass(whole + 1, f, from, to, line);
+    SoftBoxPass(static_cast<int64_t>(g) + 1, OuterOfBox(g), from, to, line);
   }
 }
 
@@ -272,27 +280,43 @@ void GaussianScan(int32_t kind, int32_t start, int32_t end, VX_Fixed radius,
   }
 }
 
+namespace {
+
+// Each pass takes a line that was made longer by its ends, and gives back the middle of it.
+template <class Sample>
+void FeatherLine(int32_t feather, VX_Fixed radius, std::vector<Sample>* line) {
+  const auto length = static_cast<int32_t>(line->size());
+  const double side = SideOfBox(feather, radius);
+  if (feather == VX_Feather_Gaussian || side <= 1.0) {  // they hold both ends
+    const bool bell = feather == VX_Feather_Gaussian;
+    GaussianScan(bell ? VX_UnoScan_Gaussian : VX_UnoScan_Soft, 0, length, radius, line);
+    return;
+  }
+  const int64_t n = static_cast<int64_t>(side) + 1;
+  for (int pass = 0; pass < (feather == VX_Feather_Box ? 1 : 3); ++pass) {
+    std::vector<Sample> longer;
+    for (int64_t at = -n; at < length + n; ++at) {
+      longer.push_back(static_cast<Sample>(Held(*line, at)));
+    }
+    SoftBoxPass(n, OuterOfBox(side), 0, length + 2 * n, &longer);
+    line->assign(longer.begin() + n, longer.end() - n);
+  }
+}
+
+}  // namespace
+
 template <class Sample>
 void Feather(int32_t feather, VX_Fixed radius_x, VX_Fixed radius_y, Plane<Sample>* plane) {
-  const auto scan = [feather](VX_Fixed radius, std::vector<Sample>* line) {
-    const int32_t end = static_cast<int32_t>(line->size());
-    if (feather == VX_Feather_Gaussian) {
-      GaussianScan(VX_UnoScan_Gaussian, 0, end, radius, line);
-    } else {
-      const int32_t kind = feather == VX_Feather_Box ? VX_UnoScan_OneBox : VX_UnoScan_Soft;
-      BoxScan(kind, 0, end, radius, line);
-    }
-  };
   for (int64_t y = 0; y < plane->height; ++y) {
     std::vector<Sample> row;
     for (int64_t x = 0; x < plane->width; ++x) row.push_back(plane->At(x, y));
-    scan(radius_x, &row);
+    FeatherLine(feather, radius_x, &row);
     for (int64_t x = 0; x < plane->width; ++x) plane->At(x, y) = row[static_cast<size_t>(x)];
   }
   for (int64_t x = 0; x < plane->width; ++x) {
     std::vector<Sample> column;
     for (int64_t y = 0; y < plane->height; ++y) column.push_back(plane->At(x, y));
-    scan(radius_y, &column);
+    FeatherLine(feather, radius_y, &column);
     for (int64_t y = 0; y < plane->height; ++y) plane->At(x, y) = column[static_cast<size_t>(y)];
   }
 }

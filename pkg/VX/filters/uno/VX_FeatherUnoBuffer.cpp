@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Scans over a whole buffer: along all rows, then down all columns.
+// Scans over a whole buffer: along all rows, then down all columns. A mask that is full up to its
+// border stays full there, so every window repeats the first and the last sample of its line.
 
 #include <algorithm>
 
@@ -27,6 +28,7 @@ struct Direction {
     const auto fixed = static_cast<VX_Fixed>(radius * 65536.0 + 0.5);
     const auto planner = feather == VX_Feather_Gaussian ? &VXp_PlanGaussianScan : &VXp_PlanBoxScan;
     plan = planner(kind, length, 0, length, fixed);
+    plan.holds_before = plan.holds_after = true;
   }
 
   bool Idle() const { return plan.road == VXp_ScanRoad::kNone; }
@@ -96,14 +98,17 @@ class Feather {
     if (rows + bundles == 0) return VX_Ok;
     along_kernel_.Make(along_.plan);
     down_kernel_.Make(down_.plan);
-    const VXp_BlurScratch scratch(bundles > 0 && down_.plan.passes > 1 ? 2 : 1, ScratchSize());
-    const VX_Err error =
-        OnThreads(scratch, rows, {progress_, 0, rows + bundles},
-                  [&](int32_t row, char* memory, char*) { return Row(row, memory); });
+    const int32_t passes = std::max(along_.plan.passes, down_.plan.passes);
+    const VXp_BlurScratch scratch(passes > 1 ? 2 : 1, ScratchSize());
+    const VX_Err error = OnThreads(
+        scratch, rows, {progress_, 0, rows + bundles},
+        [&](int32_t row, Sample* memory, Sample* other) { return Row(row, memory, other); });
     if (error != VX_Ok) return error;
-    return OnThreads(
-        scratch, bundles, {progress_, rows, rows + bundles},
-        [&](int32_t i, char* memory, char* other) { return Columns(i * kLines, memory, other); });
+    return OnThreads(scratch, bundles, {progress_, rows, rows + bundles},
+                     [&](int32_t i, Sample* memory, Sample* other) -> VX_Err {
+                       Columns(i * kLines, memory, other);
+                       return VX_Ok;
+                     });
   }
 
  private:
@@ -116,41 +121,47 @@ class Feather {
     const bool tells = steps.progress != nullptr && steps.progress->progress_func != nullptr;
     return VXp_ForUnoRows(tells ? &info : nullptr, items, [&](int32_t thread, int32_t i) -> VX_Err {
       if (thread < 0 || thread >= scratch.threads()) return VX_ErrBadParameter;
-      return work(i, scratch.Row(thread, 0), scratch.Row(thread, 1));
+      return work(i, reinterpret_cast<Sample*>(scratch.Row(thread, 0)),
+                  reinterpret_cast<Sample*>(scratch.Row(thread, 1)));
     });
   }
 
   int64_t ScratchSize() const {
-    const int64_t row = along_.Idle() ? 0 : VX_UnoScanScratch(buffer_.width, along_.plan.radius);
-    const int64_t bundle = down_.Idle() ? 0 : down_.Places() * std::min(kLines, buffer_.width);
+    const int64_t row =
+        ScansRows() ? VX_UnoScanScratch(buffer_.width, along_.plan.radius) : along_.Places();
+    const int64_t bundle = down_.Places() * std::min(kLines, buffer_.width);
     return std::max(row, bundle) * static_cast<int64_t>(sizeof(Sample));
   }
 
-  VX_Err Row(int32_t row, char* memory) const {
-    auto* const scratch = reinterpret_cast<Sample*>(memory);
+  // Plain boxes hold both ends as scans too: whoever took a scan's slot gets the rows. The scans of
+  // other boxes fade at the start.
+  bool ScansRows() const { return along_.plan.road == VXp_ScanRoad::kPlainBox; }
+
+  VX_Err Row(int32_t row, Sample* memory, Sample* other) const {
     char* const line = VXp_UnoAddress<Sample>(buffer_, 0, row);
-    if (along_.plan.road == VXp_ScanRoad::kGaussian) {
-      constexpr ptrdiff_t kPacked = sizeof(Sample);
-      Gaussian(along_.plan, along_kernel_, {line, kPacked}, 1, scratch, {line, kPacked});
-      return VX_Ok;
+    if (ScansRows()) {
+      return BoxSlot(Sample{})(along_.kind, buffer_.width, 0, buffer_.width, along_.plan.radius,
+                               memory, reinterpret_cast<Sample*>(line));
     }
-    return BoxSlot(Sample{})(along_.kind, buffer_.width, 0, buffer_.width, along_.plan.radius,
-                             scratch, reinterpret_cast<Sample*>(line));
+    Lines(along_.plan, along_kernel_, {line, sizeof(Sample)}, 1, memory, other, line);
+    return VX_Ok;
   }
 
-  // Passes from scratch to scratch; the last one writes the buffer.
-  VX_Err Columns(int32_t first, char* memory, char* other_memory) const {
-    const VXp_ScanPlan& plan = down_.plan;
+  void Columns(int32_t first, Sample* memory, Sample* other) const {
     const int32_t lines = std::min(kLines, buffer_.width - first);
     const ptrdiff_t stride = ptrdiff_t{buffer_.width} * static_cast<ptrdiff_t>(sizeof(Sample));
     char* const columns = VXp_UnoAddress<Sample>(buffer_, first, 0);
-    auto* from = reinterpret_cast<Sample*>(memory);
-    auto* to = reinterpret_cast<Sample*>(other_memory);
-    const VXp_ScanSource source{columns, stride};
-    const VXp_ScanOutput out{columns, stride};
+    Lines(down_.plan, down_kernel_, {columns, stride}, lines, memory, other, columns);
+  }
+
+  // Passes from scratch to scratch; the last one writes the buffer.
+  static void Lines(const VXp_ScanPlan& plan, const OwnKernel& own, const VXp_ScanSource& source,
+                    int32_t lines, Sample* from, Sample* to, char* data) {
+    const VXp_ScanOutput out{data, source.stride};
     if (plan.road == VXp_ScanRoad::kGaussian) {
-      Gaussian(plan, down_kernel_, source, lines, from, out);
-      return VX_Ok;
+      VXp_LayOutPlaces(plan, source, lines, from);
+      VXp_GaussianScan(plan, own.kernel, from, lines, out);
+      return;
     }
     VXp_CopyPlaces(source, lines, plan.from, plan.to, from);
     for (int32_t pass = 1; pass < plan.passes; ++pass, std::swap(from, to)) {
@@ -158,13 +169,6 @@ class Feather {
       VXp_BoxScan<Sample>(plan, {from, lines}).Run({reinterpret_cast<char*>(to), packed});
     }
     VXp_BoxScan<Sample>(plan, {from, lines}).Run(out);
-    return VX_Ok;
-  }
-
-  static void Gaussian(const VXp_ScanPlan& plan, const OwnKernel& own, const VXp_ScanSource& source,
-                       int32_t lines, Sample* scratch, const VXp_ScanOutput& out) {
-    VXp_LayOutPlaces(plan, source, lines, scratch);
-    VXp_GaussianScan(plan, own.kernel, scratch, lines, out);
   }
 
   const VX_ProgressInfo* const progress_;

@@ -28,7 +28,8 @@ struct VXp_ScanPlan {
   int64_t from = 0, to = 0;     // places that are read
   // Beyond them the sample next to them is repeated, otherwise nothing is there. Boxes fade at the
   // ends of the part, but for a part that reaches the end of the line: projects rely on how that
-  // looks. The other windows are given the neighbours of the part, and both ends of the line.
+  // looks. The other windows are given the neighbours of the part, and both ends of the line. So
+  // are all windows of feathers.
   bool holds_before = false, holds_after = false;
 };
 

@@ -1,8 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Feathering of whole buffers: the scans line by line, on threads, told and stopped; and what scans
-// refuse. The samples of a scan are held against its twin beside this file.
+// Feathering of whole buffers: the scans line by line but with the level held at all four edges, on
+// threads, told and stopped; and what scans refuse. Samples are held against twins beside this
+// file.
 
 #include "VX/VX_UnoBuffer.h"
 #include "unit/filters/BlurTestKit.h"
@@ -27,6 +28,7 @@ struct Picture {
   Sample* begin() { return static_cast<Sample*>(*buffer.data); }
   Sample* end() { return begin() + ptrdiff_t{buffer.width} * buffer.height; }
   Sample& At(int32_t x, int32_t y) { return begin()[ptrdiff_t{y} * buffer.width + x]; }
+  void Turn() { std::reverse(begin(), end()); }  // mirrored along both axes
   bool operator==(Picture& other) {
     return std::memcmp(begin(), other.begin(),
                        static_cast<size_t>(end() - begin()) * sizeof(Sample)) == 0;
@@ -81,13 +83,32 @@ void ScanLines(int32_t feather, double radius, bool columns, Picture<Sample>* pi
   }
 }
 
+// Up to where the start of a line is felt that scans let fade and feathers hold.
+int32_t FeltStart(int32_t feather, double radius) {
+  const double side = (feather == VX_Feather_Box ? 1.4 : 1.0) * radius / 2.71;
+  if (feather == VX_Feather_Gaussian || side <= 1.0) return 0;
+  return (feather == VX_Feather_Box ? 1 : 3) * (static_cast<int32_t>(side) + 1);
+}
+
+// Sliding sums of floats that began elsewhere may round otherwise.
+template <class Sample>
+void ExpectAlike(Picture<Sample>& got, Picture<Sample>& want, int32_t left, int32_t top) {
+  const double tolerance = std::is_same_v<Sample, float> ? 32768 * 4e-7 : 0;
+  for (int32_t y = top; y < want.buffer.height; ++y) {
+    for (int32_t x = left; x < want.buffer.width; ++x) {
+      ASSERT_NEAR(got.At(x, y), want.At(x, y), tolerance) << "at " << x << ", " << y;
+    }
+  }
+}
+
 struct FeatherCase {
   int32_t width, height;
   double radius_x, radius_y;
 };
 
-// Bundles that are full, that are not, and that hold one column; one thread and several.
-TYPED_TEST(Feathers, AreTheScansOfEachLine) {
+// Bundles that are full, that are not, and that hold one column; one thread and several. A mirrored
+// mask shows the other two edges.
+TYPED_TEST(Feathers, AreTheScansOfEachLineButForItsStart) {
   constexpr FeatherCase kCases[] = {{200, 90, 3, 7.25},  {129, 40, 0, 30}, {64, 64, 2.5, 2.5},
                                     {1, 150, 5, 11},     {150, 1, 11, 5},  {33, 20, 500, 400},
                                     {97, 31, 1.5, 0.75}, {40, 50, 0, 0}};
@@ -99,7 +120,8 @@ TYPED_TEST(Feathers, AreTheScansOfEachLine) {
   for (const FeatherCase& c : kCases) {
     for (const int32_t feather : {VX_Feather_Box, VX_Feather_Soft, VX_Feather_Gaussian}) {
       Picture<TypeParam> want(c.width, c.height, ++seed), alone(c.width, c.height, seed),
-          many(c.width, c.height, seed);
+          many(c.width, c.height, seed), turned(c.width, c.height, seed);
+      SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", feather " << feather);
       const auto run = [&](Picture<TypeParam>& picture) {
         return VX_FeatherUnoBuffer(nullptr, feather, c.radius_x, c.radius_y, &picture.buffer);
       };
@@ -110,12 +132,32 @@ TYPED_TEST(Feathers, AreTheScansOfEachLine) {
       }
       ScanLines(feather, c.radius_x, /*columns=*/false, &want);
       ScanLines(feather, c.radius_y, /*columns=*/true, &want);
-      EXPECT_TRUE(alone == want) << c.width << " x " << c.height << ", feather " << feather;
-      EXPECT_TRUE(many == want) << c.width << " x " << c.height << ", feather " << feather;
+      EXPECT_TRUE(alone == many);
+      ExpectAlike(alone, want, FeltStart(feather, c.radius_x), FeltStart(feather, c.radius_y));
+      turned.Turn();
+      EXPECT_EQ(run(turned), 0);
+      turned.Turn();
+      ExpectAlike(turned, alone, 0, 0);
     }
   }
   EXPECT_EQ(VXHost_GetMemory().blocks, before.blocks);
   EXPECT_EQ(VXHost_GetMemory().accounted, before.accounted);
+}
+
+TYPED_TEST(Feathers, KeepAConstantMask) {
+  constexpr int32_t kWidth = 67, kHeight = 41;
+  const double top = std::is_same_v<TypeParam, float> ? 1 : sizeof(TypeParam) == 1 ? 255 : 32768;
+  for (const double radius : {0.5, 1.9, 2.0, 2.8, 5.3, 22.0, 40.6, 67.0, 150.1, 3.0 * kWidth}) {
+    for (const int32_t feather : {VX_Feather_Box, VX_Feather_Soft, VX_Feather_Gaussian}) {
+      for (const double share : {1.0, 0.3, 0.004}) {
+        Picture<TypeParam> want(kWidth, kHeight), got(kWidth, kHeight);
+        std::fill(want.begin(), want.end(), static_cast<TypeParam>(share * top));
+        std::copy(want.begin(), want.end(), got.begin());
+        EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, feather, radius, radius / 2, &got.buffer), 0);
+        EXPECT_TRUE(got == want) << "feather " << feather << ", radius " << radius << ", " << share;
+      }
+    }
+  }
 }
 
 // What is not finite does no harm beyond the windows that held it, once they hold nothing at all;
@@ -154,8 +196,9 @@ TEST(FeathersTold, StepByStepUntilStopped) {
   }
 }
 
-// A slot's routine gets the rows, and its code ends the work.
-TEST(FeathersTold, RowsGoThroughTheScansSlots) {
+// A slot's routine gets the rows of small boxes, and its code ends the work. Of larger ones the
+// scans would let the left edge fade.
+TEST(FeathersTold, RowsOfSmallBoxesGoThroughTheScansSlots) {
   VXp_OverrideTable kept;
   std::memcpy(static_cast<void*>(&kept), &VXp_G_OverFuncs, sizeof kept);
   VXp_G_OverFuncs.VX_BoxBlurUnoScan = [](int32_t, int32_t, int32_t, int32_t, VX_Fixed, uint8_t*,
@@ -163,8 +206,10 @@ TEST(FeathersTold, RowsGoThroughTheScansSlots) {
   VXp_G_OverFuncs.VX_BoxBlurDeepUnoScan = [](int32_t, int32_t, int32_t, int32_t, VX_Fixed,
                                              uint16_t*, uint16_t*) -> VX_Err { return 42; };
   VX_UnoBuffer bytes(5, 5, 8), words(5, 5, 16);
-  EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, VX_Feather_Box, 3, 3, &bytes), 41);
-  EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, VX_Feather_Soft, 3, 3, &words), 42);
+  EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, VX_Feather_Box, 1.9, 3, &bytes), 41);
+  EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, VX_Feather_Soft, 2.7, 3, &words), 42);
+  EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, VX_Feather_Box, 2, 1, &bytes), 0);
+  EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, VX_Feather_Soft, 2.8, 1, &words), 0);
   std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &kept, sizeof kept);
 }
 

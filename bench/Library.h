@@ -27,14 +27,15 @@ inline constexpr ModeName kModeNames[] = {
 inline constexpr int32_t kDissolveSeed = 4711;
 
 template <class Pixel>
-void TransferScene(Scene<Pixel>& scene, int32_t mode, float opacity, bool masked) {
+void TransferScene(Scene<Pixel>& scene, int32_t mode, float opacity, bool masked,
+                   const VX_LinearBlendingTables* tables = nullptr) {
   const VX_LayerDef src = scene.src.Layer();
   VX_LayerDef mask_layer = scene.mask.Layer();
   VX_LayerDef dst = scene.dst.Layer();
   const VX_CompositeModePlus record(mode, opacity, nullptr, false, kDissolveSeed);
   const VX_MaskSpec mask{&mask_layer, 0, 0, VX_MaskUse_Alpha};
-  const VX_Err error = VX_TransferRect(nullptr, 0, 0, VX_Field_Both, nullptr, &src, &record,
-                                       nullptr, masked ? &mask : nullptr, 0, 0, &dst);
+  const VX_Err error = VX_TransferRect(nullptr, 0, 0, VX_Field_Both, nullptr, &src, &record, tables,
+                                       masked ? &mask : nullptr, 0, 0, &dst);
   if (error != VX_Ok) throw std::runtime_error("VX_TransferRect gave " + std::to_string(error));
 }
 
@@ -57,12 +58,13 @@ struct PixelTables<VX_PixelFloat> {
 };
 
 template <class Pixel>
-void PixelByPixel(Scene<Pixel>& scene, int32_t mode) {
+void PixelByPixel(Scene<Pixel>& scene, int32_t mode,
+                  const VX_LinearBlendingTables* tables = nullptr) {
   const auto blend = Opaque(PixelTables<Pixel>::kPlain[mode]);
   const Pixel* const src = scene.src.pixels.data();
   Pixel* const dst = scene.dst.pixels.data();
   const size_t count = scene.dst.pixels.size();
-  for (size_t i = 0; i < count; ++i) blend(src + i, nullptr, dst + i);
+  for (size_t i = 0; i < count; ++i) blend(src + i, tables, dst + i);
 }
 
 template <class Pixel>

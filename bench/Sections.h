@@ -9,6 +9,7 @@
 
 bool RunComposite(const Options& options);
 bool RunModes(const Options& options);
+bool RunLinear(const Options& options);
 bool RunCopies(const Options& options);
 bool RunScaling(const Options& options);
 bool RunFilters(const Options& options);
@@ -27,6 +28,7 @@ inline constexpr Section kSections[] = {
     {"composite", "six modes on whole frames, against memcpy, a naive loop, pixman, table",
      &RunComposite},
     {"modes", "every mode and depth against its own per-pixel table", &RunModes},
+    {"linear", "three modes in linear light against as stored; making the tables", &RunLinear},
     {"copies", "fills, copies, conversions against memset, memcpy, OpenCV, libvips", &RunCopies},
     {"scaling", "nearest and high quality, down and up, against OpenCV", &RunScaling},
     {"filters", "blurs, convolutions against OpenCV, libvips; passes by radius, direction",

@@ -1,0 +1,102 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Blending in linear light against blending as stored, and the making of the tables.
+
+#include <cstdio>
+#include <string>
+
+#include "Library.h"
+#include "Rounds.h"
+#include "Sections.h"
+#include "VX/VX_ColorSettings.h"
+
+namespace {
+
+constexpr int32_t kWidth = 1920;
+constexpr int32_t kHeight = 1080;
+
+constexpr ModeName kLinearModes[] = {
+    {VX_Xfer_InFront, "in-front"}, {VX_Xfer_Screen, "screen"}, {VX_Xfer_Multiply, "multiply"}};
+
+constexpr double kBound8 = 6.0;
+
+struct Tally {
+  double dearest8 = 0.0;
+  bool agree = true;
+};
+
+// A row in front is what its entry of the per-pixel table gives.
+template <class Pixel>
+void CheckInFront(Scene<Pixel>& scene, const VX_LinearBlendingTables* tables,
+                  const std::string& name, Tally* tally) {
+  scene.ResetDestination();
+  PixelByPixel(scene, VX_Xfer_InFront, tables);
+  const std::vector<Pixel> one_by_one = scene.dst.pixels;
+  scene.ResetDestination();
+  TransferScene(scene, VX_Xfer_InFront, 1.0f, false, tables);
+  const double step = GreatestStep(one_by_one, scene.dst.pixels);
+  if (step == 0.0) return;
+  std::printf("%s: the per-pixel table differs by %g\n", name.c_str(), step);
+  tally->agree = false;
+}
+
+template <class Pixel>
+void RunDepth(const Options& options, const VX_LinearBlendingTables* tables, Tally* tally) {
+  for (const Content content : {Content::kPartly, Content::kSprite}) {
+    Scene<Pixel> scene(content, kWidth, kHeight);
+    const auto reset = [&] { scene.ResetDestination(); };
+    for (const ModeName& mode : kLinearModes) {
+      const std::string name =
+          std::to_string(kDepthOf<Pixel>) + "/" + mode.name + "/" + ContentName(content);
+      if (!options.Takes(name)) continue;
+      if (mode.mode == VX_Xfer_InFront) CheckInFront(scene, tables, name, tally);
+      const auto blend = [&](const VX_LinearBlendingTables* used) {
+        TransferScene(scene, mode.mode, 1.0f, false, used);
+      };
+      const std::vector<Timing> times = RunRounds(
+          {{reset, [&] { blend(nullptr); }}, {reset, [&] { blend(tables); }}}, options.rounds);
+      const double dearer = TimesFaster(times[0], times[1]);
+      const double mpixels = 1e-6 * static_cast<double>(scene.dst.pixels.size());
+      std::printf("%-24s %10.1f %10.1f %8.2f\n", name.c_str(), mpixels / times[0].Median(),
+                  mpixels / times[1].Median(), dearer);
+      std::fflush(stdout);
+      if (kDepthOf<Pixel> == 8) tally->dearest8 = std::max(tally->dearest8, dearer);
+    }
+  }
+}
+
+void RunMaking(const Options& options) {
+  if (!options.Takes("tables")) return;
+  for (int32_t i = 0; COR_QCE_BuiltInProfileName(i) != nullptr; ++i) {
+    COR_QCE_ProfilePtr profile;
+    QCE_Error(COR_QCE_ProfileFromName(COR_QCE_BuiltInProfileName(i), &profile));
+    const auto times =
+        RunRounds({{nullptr, [&] { VX_MakeLinearizationTables(profile); }}}, options.rounds);
+    std::printf("tables of %-14s %8.3f ms\n", COR_QCE_BuiltInProfileName(i),
+                1e3 * times[0].Median());
+  }
+}
+
+}  // namespace
+
+bool RunLinear(const Options& options) {
+  std::printf("\nLinear light: Mpixel/s of VX_TransferRect on %dx%d as stored and with the tables "
+              "of sRGB,\n"
+              "and how many times dearer these are. Floats go through two powers a channel, and "
+              "one back.\n\n",
+              int{kWidth}, int{kHeight});
+  std::printf("%-24s %10s %10s %8s\n", "row", "stored", "linear", "times");
+  const VX_LinearBlendingTables* const tables =
+      VX_GetEmergencyColorSettings()->GetLinearBlendingTables(true);
+  Tally tally;
+  RunDepth<VX_Pixel8>(options, tables, &tally);
+  RunDepth<VX_Pixel16>(options, tables, &tally);
+  RunDepth<VX_PixelFloat>(options, tables, &tally);
+  if (tally.dearest8 > 0.0) {
+    std::printf("\ndearest at 8 bits: %.2f times (to be at most %.0f)\n\n", tally.dearest8,
+                kBound8);
+  }
+  RunMaking(options);
+  return tally.agree;
+}

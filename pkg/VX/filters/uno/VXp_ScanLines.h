@@ -194,10 +194,8 @@ void VXp_GaussianScan(const VXp_ScanPlan& plan, const VXp_ScanKernel& kernel, co
   const Sample* const first = in + plan.half * lines;
   const auto block = [&](const Sample* from, int64_t left, char* to) {
     const auto count = static_cast<int32_t>(std::min<int64_t>(left, kBlock));
-    double sums[kBlock];
     Sample samples[kBlock];
-    VXp_GaussianSums(from, ptrdiff_t{lines}, weights, plan.half, count, sums);
-    for (int32_t j = 0; j < count; ++j) samples[j] = quotient(sums[j]);
+    VXp_GaussianMeans(from, ptrdiff_t{lines}, weights, plan.half, quotient, count, samples);
     std::memcpy(to, samples, static_cast<size_t>(count) * sizeof(Sample));
   };
   const int64_t places = plan.last - plan.first;

@@ -124,13 +124,7 @@ struct VXp_BoxQuotient<float> {
 // Sums of at most this many samples side by side are taken at once.
 inline constexpr int32_t kVXp_GaussianBlock = 32;
 
-// sums[j] = w[0] c[j] + w[1] (c[j + step] + c[j - step]) + ... up to w[reach], for j below `count`.
-// Integers are exact. Float is summed in this order, the two samples of a weight first, so that a
-// mirrored line has mirrored sums.
-template <class Sample>
-void VXp_GaussianSums(const Sample* c, ptrdiff_t step, const int32_t* w, int64_t reach,
-                      int32_t count, double* sums);
-
+// What a sum of weighted samples is divided by, and how.
 template <class Sample>
 struct VXp_GaussianQuotient {
   explicit VXp_GaussianQuotient(int64_t total)
@@ -144,6 +138,33 @@ struct VXp_GaussianQuotient {
   double factor, bias;
 };
 
+// Where all weights are at most kNarrow in sum, floats will do: sums of bytes are below 2^21 and
+// exact even with a half, and the products are off by less than 2^-15, where other quotients are
+// at least 2^-14 below the next whole number.
+template <>
+struct VXp_GaussianQuotient<uint8_t> {
+  static constexpr int64_t kNarrow = 8192;
+
+  explicit VXp_GaussianQuotient(int64_t total)
+      : narrow(total <= kNarrow),
+        factor(1.0 / static_cast<double>(total)),
+        bias(static_cast<double>(total / 2) + 0.5),
+        narrow_factor(static_cast<float>(factor)),
+        narrow_bias(static_cast<float>(bias)) {}
+
+  uint8_t operator()(double sum) const {
+    return static_cast<uint8_t>(static_cast<int32_t>((sum + bias) * factor));
+  }
+  uint8_t Narrow(int32_t sum) const {
+    const float quotient = (static_cast<float>(sum) + narrow_bias) * narrow_factor;
+    return static_cast<uint8_t>(static_cast<int32_t>(quotient));
+  }
+
+  bool narrow;
+  double factor, bias;
+  float narrow_factor, narrow_bias;
+};
+
 template <>
 struct VXp_GaussianQuotient<float> {
   explicit VXp_GaussianQuotient(int64_t total) : divisor(static_cast<double>(total)) {}
@@ -152,3 +173,10 @@ struct VXp_GaussianQuotient<float> {
 
   double divisor;
 };
+
+// out[j] = the quotient of w[0] c[j] + w[1] (c[j + step] + c[j - step]) + ... up to w[reach], for j
+// below `count`. Integer sums are exact. Float is summed in this order, the two samples of a weight
+// first, so that a mirrored line has mirrored sums.
+template <class Sample>
+void VXp_GaussianMeans(const Sample* c, ptrdiff_t step, const int32_t* w, int64_t reach,
+                       const VXp_GaussianQuotient<Sample>& quotient, int32_t count, Sample* out);

@@ -103,7 +103,7 @@ VXHOST_API QCE_Status COR_QCE_GetProfileBytes(const COR_QCE_ProfilePtr& profile,
                                               std::vector<uint8_t>* out);
 
 // The exponent of the green curve, from stored to linear: that of the profile for a pure power,
-// else the one that fits best (least squares in the logarithms of both) at 16 samples from 0.1 to
+// else the one that fits best (least squares) at 16 samples from 0.1 to
 // 0.9. A null profile stands for sRGB.
 VXHOST_API QCE_Status COR_QCE_GetToneExponent(const COR_QCE_ProfilePtr& profile, float* out);
 

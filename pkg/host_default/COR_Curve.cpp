@@ -112,15 +112,39 @@ bool ToneCurve::operator==(const ToneCurve& other) const {
                     cmsGetToneCurveParams(other.forward_.get()));
 }
 
+// Gauss and Newton's steps from the best exponent in the logarithms, which is a quotient. It stands
+// where the steps lead to nothing better, and where it tells already that the curve does not rise.
 double ToneCurve::FittedExponent() const {
+  std::array<double, 16> x, y;
   double product = 0, square = 0;
-  for (int i = 0; i < 16; ++i) {
-    const double x = 0.1 + 0.8 * i / 15;
-    const double y = ToLinear(static_cast<float>(x));
-    product += std::log(x) * std::log(std::max(y, kLeast));
-    square += std::log(x) * std::log(x);
+  for (size_t i = 0; i < x.size(); ++i) {
+    x[i] = 0.1 + 0.8 * static_cast<double>(i) / 15;
+    y[i] = ToLinear(static_cast<float>(x[i]));
+    product += std::log(x[i]) * std::log(std::max(y[i], kLeast));
+    square += std::log(x[i]) * std::log(x[i]);
   }
-  return product / square;
+  const auto error = [&](double exponent) {
+    double sum = 0;
+    for (size_t i = 0; i < x.size(); ++i) {
+      const double d = std::pow(x[i], exponent) - y[i];
+      sum += d * d;
+    }
+    return sum;
+  };
+  double best = product / square;
+  if (!(best > 0)) return best;
+  for (int step = 0; step < 50; ++step) {
+    product = square = 0;
+    for (size_t i = 0; i < x.size(); ++i) {
+      const double power = std::pow(x[i], best), slope = power * std::log(x[i]);
+      product += slope * (power - y[i]);
+      square += slope * slope;
+    }
+    const double next = best - product / square;
+    if (!(next > 0) || !(error(next) < error(best))) break;
+    best = next;
+  }
+  return best;
 }
 
 bool ToneCurve::IsIdentity() const {

@@ -46,16 +46,27 @@ TEST_F(COR_Profile, DatesAreFixed) {
   }
 }
 
-// The best exponent in the logarithms, from the formula of the curve.
+// The exponent of least squared error, found by thirds, from the formula of the curve.
 template <class Curve>
 double BestExponent(Curve&& curve) {
-  double product = 0, square = 0;
-  for (int i = 0; i < 16; ++i) {
-    const double x = std::log(0.1 + 0.8 * i / 15);
-    product += x * std::log(curve(std::exp(x)));
-    square += x * x;
+  const auto error = [&](double exponent) {
+    double sum = 0;
+    for (int i = 0; i < 16; ++i) {
+      const double x = 0.1 + 0.8 * i / 15;
+      sum += std::pow(std::pow(x, exponent) - curve(x), 2);
+    }
+    return sum;
+  };
+  double low = 0.2, high = 5;
+  for (int i = 0; i < 200; ++i) {
+    const double third = (high - low) / 3;
+    if (error(low + third) < error(high - third)) {
+      high -= third;
+    } else {
+      low += third;
+    }
   }
-  return product / square;
+  return (low + high) / 2;
 }
 
 TEST_F(COR_Profile, Exponents) {

@@ -3,11 +3,27 @@
 
 // Whole drawings through matrices against their slow twin: random ways of random worlds.
 
+#include "../../reference/RefTables.h"
 #include "../../reference/RefTransform.h"
-#include "../blend/BlendTestKit.h"
+#include "../PixelTestKit.h"
 #include "VX/VX_OverrideTable.h"
 
 namespace {
+
+constexpr int32_t kModes[] = {
+#define VX_MODE(number, constant, name, piece) number,
+#include "VX/VX_TransferModes.def"
+#undef VX_MODE
+};
+
+// A curve that loses values, so that what passes through it can be told from what does not.
+const VX_LinearBlendingTables& LinearTables() {
+  static const VX_LinearBlendingTables tables = vxref::BuildTables(
+      [](double x) { return x < 0.1   ? 0.0
+                            : x < 0.9 ? std::pow(x, 1.8)
+                                      : 1.0; }, 1.8f);
+  return tables;
+}
 
 // Pixels in a frame that may be wider than its rows.
 template <class Pixel>
@@ -106,10 +122,9 @@ VX_TransformParts AnyParts(Operands<Pixel>* o, int kind, double reach) {
 
 template <class Pixel>
 struct Command {
-  ModeName mode;
-  int quality, field, seed, keep, count, kind, src2dst, tables, what, mask_left, mask_top;
+  int mode, quality, field, seed, keep, count, kind, src2dst, what, mask_left, mask_top;
   float opacity;
-  bool has_rect, has_mask;
+  bool is_linear, has_rect, has_mask;
   M_Rect rect;
   Picture<Pixel> src, mask, dst;
   std::vector<M_Matrix3> matrices;
@@ -125,13 +140,13 @@ struct Command {
                                  : o->Between(3, 20)),
         kind(o->Below(Kinds)),
         src2dst(o->Below(2)),
-        tables(o->Below(5) == 0 ? o->Below(3) : -1),
         what(o->Below(4)),
         mask_left(o->Between(-largest / 2, largest / 2)),
         mask_top(o->Between(-largest / 2, largest / 2)),
         opacity(std::vector<float>{1, 1, 1, 0.7f, 1 / 510.0f, 0}[o->Word() % 6]),
+        is_linear(o->Below(5) == 0),
         has_rect(o->Below(3) == 0),
-        has_mask(o->Below(3) == 0 || mode.mode == VX_Xfer_MaskMix),
+        has_mask(o->Below(3) == 0 || mode == VX_Xfer_MaskMix),
         src(o, largest, [o, alpha = o->Below(8)] { return LayerPixel(o, alpha); }),
         mask(o, largest + largest / 2, [o] { return o->AnyPixel(); }),
         dst(o, largest, [o] { return o->AnyPixel(); }) {
@@ -141,26 +156,20 @@ struct Command {
     rect.bottom = static_cast<int16_t>(rect.top + o->Between(-1, largest));
     MakeMatrices(o, largest * 0.35);
     if (o->Below(12) == 0) {  // opaque rows, which are copied
-      mode.mode = VX_Xfer_InFront;
+      mode = VX_Xfer_InFront;
       keep = 0;
-      tables = o->Below(3);
+      is_linear = true;
       opacity = 1;
       has_mask = false;
       for (Pixel& p : src.pixels) p.alpha = kFull<Pixel>;
     }
   }
 
-  static ModeName AnyMode(Operands<Pixel>* o) {
-    const auto& modes = AllModes();
-    const size_t any = o->Word() % modes.size();
+  static int AnyMode(Operands<Pixel>* o) {
     const int often[] = {VX_Xfer_InFront,      VX_Xfer_InFront,     VX_Xfer_Dissolve,
                          VX_Xfer_StencilAlpha, VX_Xfer_StencilLuma, VX_Xfer_PremulOver,
                          VX_Xfer_Scale,        VX_Xfer_Copy};
-    const int wanted = o->Below(2) == 0 ? modes[any].mode : often[o->Below(8)];
-    for (const ModeName& m : modes) {
-      if (m.mode == wanted) return m;
-    }
-    return modes[any];
+    return o->Below(2) == 0 ? kModes[o->Word() % std::size(kModes)] : often[o->Below(8)];
   }
 
   void MakeMatrices(Operands<Pixel>* o, double reach) {
@@ -217,23 +226,22 @@ struct Command {
   VX_TransformMask Mask(VX_LayerDef* world) const {
     return {world, static_cast<int16_t>(mask_top), static_cast<int16_t>(mask_left), what};
   }
-  const VX_LinearBlendingTables* Tables() const {
-    return tables < 0 ? nullptr : &LinearTables()[static_cast<size_t>(tables)];
-  }
-  VX_CompositeModePlus Plus() const { return {mode.mode, opacity, nullptr, keep != 0, seed}; }
+  const VX_LinearBlendingTables* Tables() const { return is_linear ? &LinearTables() : nullptr; }
+  VX_CompositeModePlus Plus() const { return {mode, opacity, nullptr, keep != 0, seed}; }
 
   std::string Describe() const {
-    std::string text = std::string(mode.name) + ", " + std::to_string(kDepth<Pixel>) + " bits";
+    std::string text = std::to_string(kDepth<Pixel>) + " bits";
     const auto say = [&text](const char* name, auto... numbers) {
       text += std::string(", ") + name;
       ((text += " " + std::to_string(numbers)), ...);
     };
+    say("mode", mode);
     say("kind", kind);
     say("quality", quality);
     say("field", field);
     say("seed", seed);
     say("keep", keep);
-    say("tables", tables);
+    say("linear", is_linear);
     say("opacity", opacity);
     say("src", src.width, src.height);
     say("dst", dst.width, dst.height);

@@ -11,6 +11,7 @@
 // The two depths round apart, see Rule. Clipped and unclipped differ in the fetch alone.
 
 #include <cmath>
+#include <cstring>
 
 #include "indep/VXp_Rounding.h"
 #include "indep/VXp_SampleLine.h"
@@ -108,41 +109,6 @@ VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
   return VX_Ok;
 }
 
-// `sample` gives the pixel at an address.
-template <class Pixel, class SampleAt>
-void WalkSpan(int32_t count, const char* from, uint32_t* alpha_sum, Pixel* out,
-              const SampleAt& sample) {
-  uint32_t sum = *alpha_sum;
-  for (int32_t i = 0; i < count; ++i) {
-    const VXp_RawPixel<Pixel> pixel = sample(from);
-    VXp_Store(out + i, pixel);
-    sum += static_cast<VX_ChannelOf<Pixel>>(pixel);
-    from += sizeof(Pixel);
-  }
-  *alpha_sum = sum;
-}
-
-// As the unclipped form, pixel after pixel; the fractions, and so the weights, stay.
-template <class Pixel>
-VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
-                  uint32_t* alpha_sum, Pixel* out) {
-  if (count <= 0) return VX_Ok;
-  const VXp_Place at(x, y);
-  const char* from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
-  if (at.IsWhole()) {
-    WalkSpan(count, from, alpha_sum, out, VXp_Load<VXp_RawPixel<Pixel>>);
-    return VX_Ok;
-  }
-  const int32_t rowbytes = record->src->rowbytes;
-  VXp_RoundingToNearest([=] {
-    const VXp_DoubleWeights w(at.fx, at.fy);
-    WalkSpan(count, from, alpha_sum, out, [&](const char* upper) {
-      return SampleQuad(VXp_Unclipped::Four<Pixel>(upper, rowbytes), w);
-    });
-  });
-  return VX_Ok;
-}
-
 // Equal alphas that are not 0. The plain mix is exact in double precision, so it may go down the
 // columns first, and gives the common alpha by itself.
 uint32_t MixedAlike(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
@@ -153,15 +119,16 @@ uint32_t MixedAlike(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
   return VXp_Packed8(VXp_Rounded(0x1p-16 * left + a * rise));
 }
 
+VXp_DoubleLanes Between(const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, double way) {
+  return {from.first + way * (to.first - from.first),
+          from.second + way * (to.second - from.second)};
+}
+
 uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
   const double a = static_cast<double>(fx) * 0x1p-16, b = static_cast<double>(fy) * 0x1p-16;
-  const auto between = [](const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, double way) {
-    return VXp_DoubleLanes{from.first + way * (to.first - from.first),
-                           from.second + way * (to.second - from.second)};
-  };
-  const VXp_DoubleLanes left = between(VXp_Doubles(quad.p00), VXp_Doubles(quad.p01), b);
-  const VXp_DoubleLanes right = between(VXp_Doubles(quad.p10), VXp_Doubles(quad.p11), b);
-  return VXp_Packed16(Rule<VX_Pixel16>::Whole(between(left, right, a)));
+  const VXp_DoubleLanes left = Between(VXp_Doubles(quad.p00), VXp_Doubles(quad.p01), b);
+  const VXp_DoubleLanes right = Between(VXp_Doubles(quad.p10), VXp_Doubles(quad.p11), b);
+  return VXp_Packed16(Rule<VX_Pixel16>::Whole(Between(left, right, a)));
 }
 
 // One pixel of a line.
@@ -179,6 +146,65 @@ uint64_t LinePixel(const char* upper, const char* lower, uint32_t fx, uint32_t f
   if ((fx | fy) == 0 || quad.SamePixels()) return quad.p00;
   if (quad.SameAlphas()) return (quad.p00 & 0xFFFF) == 0 ? 0 : MixedAlike(quad, fx, fy);
   return Mixed(quad, VXp_DoubleWeights(fx, fy));
+}
+
+// The two pixels of a column, and their plain mix, which is exact.
+template <class Pixel>
+struct SpanColumn {
+  SpanColumn(const char* upper_at, ptrdiff_t rowbytes, double fy)
+      : upper(VXp_Load<VXp_RawPixel<Pixel>>(upper_at)),
+        lower(VXp_Load<VXp_RawPixel<Pixel>>(upper_at + rowbytes)) {
+    if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
+      const VXp_FloatLanes above = VXp_Floats(upper);
+      mixed = VXp_AsDouble(above + (VXp_Floats(lower) - above) * static_cast<float>(fy));
+    } else {
+      mixed = Between(VXp_Doubles(upper), VXp_Doubles(lower), fy);
+    }
+  }
+
+  VXp_RawPixel<Pixel> upper, lower;
+  VXp_DoubleLanes mixed;
+};
+
+// As the unclipped form, pixel after pixel; the fractions stay, and neighbours share a column.
+template <class Pixel>
+void WalkSpan(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
+              uint32_t* alpha_sum, Pixel* out) {
+  const VXp_DoubleWeights w(at.fx, at.fy);
+  const double a = static_cast<double>(at.fx) * 0x1p-16, b = static_cast<double>(at.fy) * 0x1p-16;
+  uint32_t sum = *alpha_sum;
+  SpanColumn<Pixel> left(from, rowbytes, b);
+  for (ptrdiff_t i = 0; i < count; ++i) {
+    from += sizeof(Pixel);
+    const SpanColumn<Pixel> right(from, rowbytes, b);
+    const VXp_Quad<Pixel> quad{left.upper, right.upper, left.lower, right.lower};
+    VXp_RawPixel<Pixel> pixel;
+    if (quad.SameAlphas() && static_cast<VX_ChannelOf<Pixel>>(quad.p00) != 0) {
+      pixel = VXp_Packed<Pixel>(Rule<Pixel>::Whole(Between(left.mixed, right.mixed, a)));
+    } else {
+      pixel = SampleQuad(quad, w);
+    }
+    VXp_Store(out + i, pixel);
+    sum += static_cast<VX_ChannelOf<Pixel>>(pixel);
+    left = right;
+  }
+  *alpha_sum = sum;
+}
+
+template <class Pixel>
+VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
+                  uint32_t* alpha_sum, Pixel* out) {
+  if (count <= 0) return VX_Ok;
+  const VXp_Place at(x, y);
+  const char* const from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
+  if (at.IsWhole()) {
+    std::memcpy(static_cast<void*>(out), from, static_cast<size_t>(count) * sizeof(Pixel));
+    for (ptrdiff_t i = 0; i < count; ++i) *alpha_sum += VXp_Load<VX_ChannelOf<Pixel>>(out + i);
+    return VX_Ok;
+  }
+  const ptrdiff_t rowbytes = record->src->rowbytes;
+  VXp_RoundingToNearest([=] { WalkSpan(count, from, rowbytes, at, alpha_sum, out); });
+  return VX_Ok;
 }
 
 // A row at 8 bits. There w a c is exact in double precision too, so the mix may go down the columns

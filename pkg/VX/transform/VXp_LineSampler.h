@@ -42,6 +42,19 @@ inline bool VXp_IsOwn(VX_SampleAllInFunc<VX_Pixel16> f) {
 }
 inline bool VXp_IsOwn(VX_SampleAllInFunc<VX_PixelFloat>) { return true; }  // has no slot
 
+// Float sums of weights that were rounded once and twice are not the same.
+inline bool VXp_SpansServeWeights(const VX_SamplerSet<VX_PixelFloat>&) { return false; }
+inline bool VXp_SpansServeWeights(const VX_SamplerSet<VX_Pixel8>& set) {
+  return VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight == &VX_SubpixelSampleComputeWeight &&
+         set.weighted == &VX_SubpixelSampleTranslateNoClip_Straight &&
+         set.span == &VX_SubpixelSpanSampleTranslateNoClip_Straight;
+}
+inline bool VXp_SpansServeWeights(const VX_SamplerSet<VX_Pixel16>& set) {
+  return VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight == &VX_SubpixelSampleComputeWeight &&
+         set.weighted == &VX_SubpixelSampleTranslateNoClip_Straight16 &&
+         set.span == &VX_SubpixelSpanSampleTranslateNoClip_Straight16;
+}
+
 template <class Pixel>
 class VXp_LineSampler {
  public:
@@ -51,6 +64,7 @@ class VXp_LineSampler {
     clipped_line_ = VXp_LineForm<Pixel>(set_.clipped);
     box_row_ = VXp_RowForm<Pixel>(set_.box);
     own_all_in_ = VXp_IsOwn(set_.all_in);
+    spans_serve_weights_ = own_all_in_ && VXp_SpansServeWeights(set_);
   }
 
   // Bilinear along a row: at both ends, as far as neighbours may be missing, with the sampler that
@@ -82,6 +96,17 @@ class VXp_LineSampler {
     });
   }
 
+  // True where rows that slide by whole pixels may be taken as spans: at the integer depths, with
+  // the library's own samplers, samples with known weights are those of a span.
+  bool SpansServeWeights() const { return spans_serve_weights_; }
+  // The pixels of a line along whose way all neighbours lie inside.
+  VXp_Run InsideOf(const VXp_Line& line) const { return VXp_RunWithin(line, Inside()); }
+  // A part of a line of steps of whole pixels, inside, to the beginning of `out`.
+  void SpanOf(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record, Pixel* out) const {
+    const VXp_Line part{line.X(run.first), line.y, line.dx, 0, run.end - run.first};
+    Span(part, {0, part.count}, record, out);
+  }
+
   // What the fractions of a position weigh the four neighbours with.
   static void Weights(int64_t x, int64_t y, VX_SubpixelWeights* out) {
     VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight(static_cast<uint16_t>(x & 0xFFFF),
@@ -92,7 +117,7 @@ class VXp_LineSampler {
   VXp_LineParts Clipped(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     if (clipped_line_ == nullptr) return EachPixel(set_.clipped, line, kEverywhere, record, out);
     const VXp_Run run = Cleared(line, Touched(), out);
-    VXp_Run inside = VXp_RunWithin(line, Inside());
+    VXp_Run inside = InsideOf(line);
     if (inside.Empty()) inside = {run.end, run.end};
     Sample(set_.clipped, line, {run.first, inside.first}, record, out);
     Line(clipped_line_, line, inside, record, out);
@@ -150,9 +175,13 @@ class VXp_LineSampler {
   // The part within a box; the rest made transparent.
   static VXp_Run Cleared(const VXp_Line& line, const VXp_Box& box, Pixel* out) {
     const VXp_Run run = VXp_RunWithin(line, box);
-    std::memset(static_cast<void*>(out), 0, static_cast<size_t>(run.first) * sizeof(Pixel));
-    std::memset(static_cast<void*>(out + run.end), 0,
-                static_cast<size_t>(line.count - run.end) * sizeof(Pixel));
+    const auto clear = [out](int32_t first, int32_t end) {
+      if (first >= end) return;
+      std::memset(static_cast<void*>(out + first), 0,
+                  static_cast<size_t>(end - first) * sizeof(Pixel));
+    };
+    clear(0, run.first);
+    clear(run.end, line.count);
     return run;
   }
 
@@ -256,5 +285,5 @@ class VXp_LineSampler {
   VX_SamplerSet<Pixel> set_;
   VXp_SampleLineFunc<Pixel> unclipped_line_, clipped_line_;
   VXp_SampleRowFunc box_row_;
-  bool own_all_in_;
+  bool own_all_in_, spans_serve_weights_;
 };

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "indep/VXp_ChannelLanes.h"
 #include "transform/VXp_LineSampler.h"
 
 // What holds 256 times a channel times alpha.
@@ -31,6 +32,16 @@ struct VXp_MotionSum {
   static constexpr bool kIsFloat = std::is_same_v<Pixel, VX_PixelFloat>;
 
   void Add(const Pixel& p) {
+#ifdef __SSE2__
+    if constexpr (sizeof(Channel) == 1) {  // the four channels at once
+      const __m128i channels = reinterpret_cast<__m128i>(VXp_Ints(VXp_Load<uint32_t>(&p)));
+      const __m128i a = _mm_shuffle_epi32(channels, 0);
+      const __m128i by =
+          _mm_or_si128(_mm_and_si128(a, _mm_set_epi32(-1, -1, -1, 0)), _mm_set_epi32(0, 0, 0, 1));
+      VXp_Store(this, _mm_add_epi32(VXp_Load<__m128i>(this), _mm_madd_epi16(channels, by)));
+      return;
+    }
+#endif
     const Number a = p.alpha;
     if (kIsFloat && a == 0) return;  // its colours may be anything
     alpha += a;
@@ -46,7 +57,9 @@ struct VXp_MotionSum {
       for (int32_t i = parts.end - 1; i >= parts.backward; --i) Add(samples[i]);
       for (int32_t i = parts.forward; i < parts.backward; ++i) Add(samples[i]);
     } else {
-      for (int32_t i = parts.first; i < parts.end; ++i) Add(samples[i]);
+      VXp_MotionSum sum = *this;
+      for (int32_t i = parts.first; i < parts.end; ++i) sum.Add(samples[i]);
+      *this = sum;
     }
   }
 

@@ -97,18 +97,17 @@ class VXp_MotionWalk {
   int32_t samples_;
 };
 
-// `sample_way(line, buffer)` samples the way of a pixel.
+// Pixels of a row, each from the samples of its way: `sample_way(line, buffer)`.
 template <class Pixel, class SampleWay>
-VXp_LineParts VXp_SampleMotionRow(const VXp_MotionWalk& walk, int32_t count, Pixel* out,
-                                  const SampleWay& sample_way) {
+void VXp_SampleWays(const VXp_MotionWalk& walk, const VXp_Run& run, Pixel* out,
+                    const SampleWay& sample_way) {
   Pixel samples[256];
-  for (int32_t i = 0; i < count; ++i) {
+  for (int32_t i = run.first; i < run.end; ++i) {
     const VXp_LineParts parts = sample_way(walk.WayAt(i), samples);
     VXp_MotionSum<Pixel> sum;
     sum.Add(samples, parts);
     out[i] = sum.Average(walk.samples());
   }
-  return {0, count, count, count};
 }
 
 template <class Pixel>
@@ -119,9 +118,10 @@ class VXp_MotionDraftRows {
       : sampler_(sampler), walk_(plan) {}
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
-    return VXp_SampleMotionRow(walk_, count, out, [this](const VXp_Line& way, Pixel* samples) {
+    VXp_SampleWays(walk_, {0, count}, out, [this](const VXp_Line& way, Pixel* samples) {
       return sampler_.Nearest(way, samples);
     });
+    return {0, count, count, count};
   }
   void NextRow() { walk_.NextRow(); }
 
@@ -139,27 +139,60 @@ class VXp_MotionHighRows {
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
     if (VXp_NeedsBox(record_)) {
-      return VXp_SampleMotionRow(walk_, count, out, [this](const VXp_Line& way, Pixel* samples) {
+      VXp_SampleWays(walk_, {0, count}, out, [this](const VXp_Line& way, Pixel* samples) {
         return sampler_.Box(way, record_, samples);
       });
-    }
-    if (walk_.SlidesByPixels()) {
-      SetWeights();
-      return VXp_SampleMotionRow(walk_, count, out, [this](const VXp_Line& way, Pixel* samples) {
-        return sampler_.Way(way, record_, weights_, samples);
+    } else if (walk_.SlidesByPixels()) {
+      SampleSliding(count, out);
+    } else {
+      VXp_SampleWays(walk_, {0, count}, out, [this](const VXp_Line& way, Pixel* samples) {
+        return sampler_.Way(way, record_, samples);
       });
     }
-    return VXp_SampleMotionRow(walk_, count, out, [this](const VXp_Line& way, Pixel* samples) {
-      return sampler_.Way(way, record_, samples);
-    });
+    return {0, count, count, count};
   }
   void NextRow() { walk_.NextRow(); }
 
  private:
-  void SetWeights() {
+  // All pixels have the same way, and share the weights of a sub-sample.
+  void SampleSliding(int32_t count, Pixel* out) {
     const VXp_Line way = walk_.WayAt(0);
-    for (int32_t i = 0; i < way.count; ++i) {
-      sampler_.Weights(way.X(i), way.Y(i), &weights_.at[i]);
+    for (int32_t k = 0; k < way.count; ++k) sampler_.Weights(way.X(k), way.Y(k), &weights_.at[k]);
+    const auto sample = [this](const VXp_Line& at, Pixel* samples) {
+      return sampler_.Way(at, record_, weights_, samples);
+    };
+    VXp_Run inside{count, count};
+    if (sampler_.SpansServeWeights()) {
+      inside = {0, count};
+      for (const int32_t k : {0, way.count - 1}) {
+        const VXp_Run here = sampler_.InsideOf(RowOf(way, k, count));
+        inside = {std::max(inside.first, here.first), std::min(inside.end, here.end)};
+      }
+      if (inside.Empty()) inside = {count, count};
+    }
+    VXp_SampleWays(walk_, {0, inside.first}, out, sample);
+    AverageSpans(way, count, inside, out);
+    VXp_SampleWays(walk_, {inside.end, count}, out, sample);
+  }
+
+  // Sub-sample k of all pixels.
+  static VXp_Line RowOf(const VXp_Line& way, int32_t k, int32_t count) {
+    return {way.X(k), way.Y(k), kVXp_FixedOne, 0, count};
+  }
+
+  void AverageSpans(const VXp_Line& way, int32_t count, const VXp_Run& run, Pixel* out) const {
+    constexpr int32_t kMost = 256;
+    Pixel samples[kMost];
+    for (VXp_Run part{run.first, run.first}; part.first < run.end; part.first = part.end) {
+      part.end = std::min(part.first + kMost, run.end);
+      VXp_MotionSum<Pixel> sums[kMost];
+      for (int32_t k = 0; k < way.count; ++k) {
+        sampler_.SpanOf(RowOf(way, k, count), part, record_, samples);
+        for (int32_t i = 0; i < part.end - part.first; ++i) sums[i].Add(samples[i]);
+      }
+      for (int32_t i = part.first; i < part.end; ++i) {
+        out[i] = sums[i - part.first].Average(way.count);
+      }
     }
   }
 

@@ -133,7 +133,7 @@ void FrameColor::NoteOutput(const std::string& name) {
                  "' converts it");
 }
 
-VXIO_Picture FrameColor::ReadBackground() {
+VXIO_Picture FrameColor::ReadBackground(const std::string& called) {
   VXIO_Picture picture = Read(0);
   background_ = picture.metadata;
   if (!Converts()) return picture;
@@ -146,12 +146,12 @@ VXIO_Picture FrameColor::ReadBackground() {
           {"profile", name},
           {"profile_id", ProfileID(composition_.profile)},
           {"profile_from", given          ? "option"
-                           : own.embedded ? "background"
+                           : own.embedded ? called.c_str()
                                           : "assumed"}};
   if (given) {
     if (!job_->Same(own.profile, given)) {
       Convert(0, own, picture.world.get());
-      told["background_converted_from"] = VXIO_ProfileName(own.profile);
+      told[called + "_converted_from"] = VXIO_ProfileName(own.profile);
     }
     picture.metadata = VXIO_WithProfile(picture.metadata, given);
   }

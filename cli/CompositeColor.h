@@ -74,8 +74,8 @@ class FrameColor {
              std::vector<int32_t> own, int32_t depth);
 
   // Input 0; it comes before the layers. Its world and its metadata are in the composition's
-  // profile. Adds to what the frame tells.
-  VXIO_Picture ReadBackground();
+  // profile. Adds to what the frame tells, where it is named so.
+  VXIO_Picture ReadBackground(const std::string& called = "background");
   // A layer in the composition's profile. `told` is what the frame tells about it.
   VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* told);
 

@@ -77,6 +77,12 @@ struct Job {
   std::vector<std::string> inputs;  // files, the same for each frame, and patterns; may be empty
   // The verb, a blank, and everything of its options that decides the pixels; --resume compares it.
   std::string settings;
+  // Of a job whose inputs are single files, where the verb knows them: the output is a pattern
+  // then.
+  std::vector<int64_t> frames;
+  // What decides the pixels of this one frame of a sequence alone, for --resume too. Called for all
+  // of them before any work; what it throws stops the job.
+  std::function<std::string(int64_t frame)> frame_settings;
   // False: frames one after the other on one thread, for work that changes what is process-wide.
   bool parallel = true;
   // Bytes that a frame holds at most, from the headers of its inputs, for --memory. Without it:

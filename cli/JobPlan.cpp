@@ -63,7 +63,7 @@ JobPlan::JobPlan(const Job& job, const JobOptions& options)
     }
     return;
   }
-  FindFrames(options);
+  FindFrames(job, options);
   if (output_) JudgeOverlap(job.words->resume);
   JudgeGaps(job.words->keep_going);
   if (output_) JudgeOutputs(options);
@@ -86,7 +86,7 @@ void JobPlan::ReadWords(const Job& job, const JobOptions& options) {
   const bool literal = odd_names && FirstPattern() == nullptr;
   if (VXIO_FramePattern::IsPattern(output_word_) && !literal) output_ = Pattern(output_word_);
   const Input* input = FirstPattern();
-  sequence_ = input || (inputs_.empty() && output_);
+  sequence_ = input || (output_ && (inputs_.empty() || !job.frames.empty()));
   if (input && !output_word_.empty() && !output_) {
     throw UsageError(output_word_ + ": the input " + input->word +
                      " is a sequence, so the output must be one too; name it like out.####.png");
@@ -95,7 +95,7 @@ void JobPlan::ReadWords(const Job& job, const JobOptions& options) {
     throw UsageError(output_word_ + ": is a sequence, but the input " + inputs_[0].word +
                      " is a single file; name one file or make the input a pattern");
   }
-  if (sequence_ && !input && !options.frames) {
+  if (sequence_ && !input && !options.frames && job.frames.empty()) {
     throw UsageError(output_word_ + ": is a sequence without an input; name its --frames");
   }
   if (sequence_) return;
@@ -115,7 +115,7 @@ const JobPlan::Input* JobPlan::FirstPattern() const {
   return nullptr;
 }
 
-void JobPlan::FindFrames(const JobOptions& options) {
+void JobPlan::FindFrames(const Job& job, const JobOptions& options) {
   for (Input& input : inputs_) {
     if (!input.pattern) continue;
     input.on_disk = input.pattern->FramesOnDisk();
@@ -127,6 +127,10 @@ void JobPlan::FindFrames(const JobOptions& options) {
   }
   if (options.frames) {
     frames_ = *options.frames;
+    return;
+  }
+  if (!FirstPattern()) {
+    frames_ = job.frames;
     return;
   }
   const Input& input = *FirstPattern();

@@ -40,6 +40,7 @@ class JobPlan {
   bool sequence() const { return sequence_; }
   size_t size() const { return frames_.size(); }
   PlannedFrame Frame(size_t index) const;  // made anew each time: there may be millions
+  const std::vector<int64_t>& frames() const { return frames_; }
   const std::string& output() const { return output_word_; }
   // Inputs that are one file for all frames.
   std::vector<std::string> SingleFiles() const;
@@ -54,7 +55,7 @@ class JobPlan {
   };
 
   void ReadWords(const Job& job, const JobOptions& options);
-  void FindFrames(const JobOptions& options);
+  void FindFrames(const Job& job, const JobOptions& options);
   void JudgeGaps(bool keep_going);
   void JudgeOutputs(const JobOptions& options) const;
   void JudgeOverlap(bool resume) const;

@@ -190,6 +190,7 @@ std::string Runner::MadeFrom(const PlannedFrame& frame) const {
   std::string text = "vx " VX_PROJECT_VERSION " " + std::to_string(VX_PKG_VERSION) + "\n" +
                      job_.settings + (words_.strict ? "\nstrict" : "") + "\n" +
                      std::to_string(frame.number);
+  if (plan_.sequence() && job_.frame_settings) text += "\n" + job_.frame_settings(frame.number);
   for (const InputFile& file : frame.inputs) {
     text += (file.black ? "\nblack " : "\n") + FingerprintOfFile(file.path);
   }
@@ -296,6 +297,9 @@ int RunJob(const Job& job) {
       VXIO_CheckFile(job.words->failed_list, VXIO_Clobber::Overwrite);
     }
     if (plan.sequence()) {
+      if (job.frame_settings) {
+        for (const int64_t frame : plan.frames()) static_cast<void>(job.frame_settings(frame));
+      }
       for (const std::string& file : plan.SingleFiles()) VXIO_ReadInfo(file);
     }
     for (const std::string& note : plan.notes()) Note(note);

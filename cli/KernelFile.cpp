@@ -3,14 +3,11 @@
 #include "KernelFile.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <numeric>
 
 #include "Errors.h"
+#include "TextFile.h"
 #include "VX/VX_Convolve.h"
 #include "VXIO/VXIO_Picture.h"
 
@@ -18,33 +15,8 @@ namespace vxcli {
 
 namespace {
 
-// Four of the largest kernels, 13 characters a weight, and room for comments.
-constexpr size_t kMostBytes = 64 << 20;
-
 [[noreturn]] void Refuse(const std::string& path, const std::string& text) {
   throw VXIO_Error(VXIO_ErrorKind::Input, path + ": " + text);
-}
-
-std::string ReadText(const std::string& path) {
-  std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rbe"), &std::fclose);
-  if (!file) {
-    Refuse(path, errno == ENOENT ? "no such file; check the name"
-                                 : std::string("cannot be read: ") + strerror(errno));
-  }
-  std::string text;
-  char block[1 << 16];
-  while (size_t count = std::fread(block, 1, sizeof block, file.get())) {
-    text.append(block, count);
-    if (text.size() > kMostBytes) Refuse(path, "is larger than 64 MiB: not a kernel file");
-  }
-  if (std::ferror(file.get())) Refuse(path, std::string("cannot be read: ") + strerror(errno));
-  return text;
-}
-
-// Bytes beyond 127 may stand in comments.
-bool IsControl(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte == 127 || (byte < 32 && !std::strchr("\t\n\v\f\r", byte)) || byte == 0;
 }
 
 struct Row {
@@ -58,10 +30,7 @@ class Parser {
   Parser(const std::string& path, const std::string& text) : path_(path), text_(text) {}
 
   std::vector<Block> Blocks() {
-    if (std::any_of(text_.begin(), text_.end(), IsControl)) {
-      Refuse(path_, "is binary; a kernel file is text, rows of whole numbers");
-    }
-    size_t begin = text_.starts_with("\xEF\xBB\xBF") ? 3 : 0;  // the mark of some editors
+    size_t begin = 0;
     for (bool fresh = true; begin < text_.size(); ++line_) {
       const size_t end = std::min(text_.find('\n', begin), text_.size());
       std::string line = text_.substr(begin, end - begin);
@@ -169,7 +138,7 @@ int64_t SumOf(const std::vector<int32_t>& weights) {
 }
 
 Kernel ReadKernelFile(const std::string& path, KernelForm form) {
-  const std::string text = ReadText(path);
+  const std::string text = ReadText(path, "kernel", "rows of whole numbers");
   const std::vector<Block> blocks = Parser(path, text).Blocks();
   if (blocks.empty()) Refuse(path, "is empty; a kernel file is text, rows of whole numbers");
   if (blocks.size() != 1 && blocks.size() != 4) {

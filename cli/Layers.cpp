@@ -27,22 +27,11 @@ const std::vector<std::string>& Fields() {
 
 const char* MaskUseName(int32_t use) { return MaskUses()[static_cast<size_t>(use)].c_str(); }
 
-void AddLayerOptions(CLI::App* app, LayerWords* words) {
-  const std::string group = "Options of a layer, after its --layer";
-  app->add_option("--layer", words->file, "Picture to draw; repeat it for more layers")
-      ->type_name("FILE")
-      ->group(group);
+void AddDrawOptions(CLI::App* app, const std::string& group, DrawWords* words) {
   app->add_option("--mode", words->mode, "Transfer mode, name or number (vx list modes) [in-front]")
       ->type_name("NAME")
       ->group(group);
   app->add_option("--opacity", words->opacity, "0 to 1 [1]")->type_name("NUMBER")->group(group);
-  app->add_option("--at", words->at, "Where its corner lands; may be negative [0,0]")
-      ->type_name("X,Y")
-      ->group(group);
-  app->add_option("--rect", words->rect,
-                  "Draw only this area of it; --at places the area's corner [all]")
-      ->type_name("L,T,R,B")
-      ->group(group);
   app->add_option("--seed", words->seed, "Of the random pattern of dissolve, 32 bits [0]")
       ->type_name("NUMBER")
       ->group(group);
@@ -84,6 +73,21 @@ void AddLayerOptions(CLI::App* app, LayerWords* words) {
       ->group(group);
 }
 
+void AddLayerOptions(CLI::App* app, LayerWords* words) {
+  const std::string group = "Options of a layer, after its --layer";
+  app->add_option("--layer", words->file, "Picture to draw; repeat it for more layers")
+      ->type_name("FILE")
+      ->group(group);
+  app->add_option("--at", words->at, "Where its corner lands; may be negative [0,0]")
+      ->type_name("X,Y")
+      ->group(group);
+  app->add_option("--rect", words->rect,
+                  "Draw only this area of it; --at places the area's corner [all]")
+      ->type_name("L,T,R,B")
+      ->group(group);
+  AddDrawOptions(app, group, words);
+}
+
 std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* arguments) {
   CLI::App probe;
   LayerWords unused;
@@ -115,6 +119,36 @@ std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* argum
   return groups;
 }
 
+Drawing ParseDrawing(const DrawWords& words) {
+  Drawing drawing;
+  drawing.mode = ParseMode(words.mode);
+  drawing.opacity = ParseNumber("--opacity", words.opacity, 0, 1);
+  drawing.seed = static_cast<int32_t>(ParseInteger("--seed", words.seed, INT32_MIN, INT32_MAX));
+  drawing.keep_alpha = words.keep_alpha;
+  drawing.mask = words.mask;
+  if (!words.mask_use.empty()) {
+    drawing.mask_use = ParseChoice("--mask-use", words.mask_use, MaskUses());
+  }
+  drawing.mask_at = ParsePoint("--mask-at", words.mask_at, INT16_MIN, INT16_MAX);
+  drawing.field = ParseChoice("--field", words.field, Fields());
+  drawing.matte = words.matte;
+  if (!words.matte_use.empty()) {
+    drawing.matte_use = ParseChoice("--matte-use", words.matte_use, MaskUses());
+  }
+  drawing.feather = ParseFeather("--feather", words.feather, words.feather_kind);
+  if (drawing.matte.empty() && (!words.matte_use.empty() || !words.feather.empty())) {
+    throw UsageError("--matte-use, --feather: mean nothing without --matte FILE");
+  }
+  const bool has_mask_words = !words.mask_use.empty() || words.mask_at != DrawWords().mask_at;
+  if (drawing.mask.empty() && has_mask_words) {
+    throw UsageError("--mask-use, --mask-at: mean nothing without --mask FILE");
+  }
+  if (drawing.mask.empty() && drawing.mode.number == VX_Xfer_MaskMix) {
+    throw UsageError("--mode mask-mix: needs --mask FILE, whose values mix the two pictures");
+  }
+  return drawing;
+}
+
 Layer ParseLayer(const std::vector<std::string>& group) {
   CLI::App app;
   LayerWords words;
@@ -128,33 +162,9 @@ Layer ParseLayer(const std::vector<std::string>& group) {
   if (words.file.empty()) throw UsageError("--layer: needs the name of a picture after it");
   Layer layer;
   layer.file = words.file;
-  layer.mode = ParseMode(words.mode);
-  layer.opacity = ParseNumber("--opacity", words.opacity, 0, 1);
   layer.at = ParsePoint("--at", words.at, -kFarthest, kFarthest);
   if (!words.rect.empty()) layer.rect = ParseRect("--rect", words.rect);
-  layer.seed = static_cast<int32_t>(ParseInteger("--seed", words.seed, INT32_MIN, INT32_MAX));
-  layer.keep_alpha = words.keep_alpha;
-  layer.mask = words.mask;
-  if (!words.mask_use.empty()) {
-    layer.mask_use = ParseChoice("--mask-use", words.mask_use, MaskUses());
-  }
-  layer.mask_at = ParsePoint("--mask-at", words.mask_at, INT16_MIN, INT16_MAX);
-  layer.field = ParseChoice("--field", words.field, Fields());
-  layer.matte = words.matte;
-  if (!words.matte_use.empty()) {
-    layer.matte_use = ParseChoice("--matte-use", words.matte_use, MaskUses());
-  }
-  layer.feather = ParseFeather("--feather", words.feather, words.feather_kind);
-  if (layer.matte.empty() && (!words.matte_use.empty() || !words.feather.empty())) {
-    throw UsageError("--matte-use, --feather: mean nothing without --matte FILE");
-  }
-  const bool has_mask_words = !words.mask_use.empty() || words.mask_at != LayerWords().mask_at;
-  if (layer.mask.empty() && has_mask_words) {
-    throw UsageError("--mask-use, --mask-at: mean nothing without --mask FILE");
-  }
-  if (layer.mask.empty() && layer.mode.number == VX_Xfer_MaskMix) {
-    throw UsageError("--mode mask-mix: needs --mask FILE, whose values mix the two pictures");
-  }
+  static_cast<Drawing&>(layer) = ParseDrawing(words);
   return layer;
 }
 

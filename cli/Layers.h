@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The layers of `vx composite`: options that stand after a --layer belong to it.
+// The layers of `vx composite`, whose options stand after their --layer, and what `vx transform`
+// has of these options: how a picture is drawn.
 
 #include <CLI/CLI.hpp>
 #include <optional>
@@ -15,11 +16,19 @@
 
 namespace vxcli {
 
-// The words of one layer, as they were typed.
-struct LayerWords {
-  std::string file, mode = "in-front", opacity = "1", at = "0,0", rect, seed = "0", mask, mask_use;
-  std::string mask_at = "0,0", field = "both", matte, matte_use, feather, feather_kind;
+// How a picture is drawn, as it was typed.
+struct DrawWords {
+  std::string mode = "in-front", opacity = "1", seed = "0", mask, mask_use, mask_at = "0,0";
+  std::string field = "both", matte, matte_use, feather, feather_kind;
   bool keep_alpha = false;
+};
+
+// `group` is the heading over them in the help.
+void AddDrawOptions(CLI::App* app, const std::string& group, DrawWords* words);
+
+// The words of one layer.
+struct LayerWords : DrawWords {
+  std::string file, at = "0,0", rect;
 };
 
 // Declares the options on an app: on the verb's for its help, on one per layer for parsing.
@@ -29,12 +38,9 @@ void AddLayerOptions(CLI::App* app, LayerWords* words);
 // UsageError for an option of a layer that stands before any --layer.
 std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* arguments);
 
-struct Layer {
-  std::string file;
+struct Drawing {
   Mode mode{};
   double opacity = 1;
-  Point at;
-  std::optional<M_Rect> rect;
   int32_t seed = 0;
   bool keep_alpha = false;
   std::string mask;
@@ -46,7 +52,14 @@ struct Layer {
   Feather feather;                   // of the matte
 };
 
-// Throws UsageError.
+struct Layer : Drawing {
+  std::string file;
+  Point at;
+  std::optional<M_Rect> rect;
+};
+
+// Both throw UsageError.
+Drawing ParseDrawing(const DrawWords& words);
 Layer ParseLayer(const std::vector<std::string>& group);
 
 const char* MaskUseName(int32_t use);

@@ -89,6 +89,17 @@ std::vector<std::string> SplitAtCommas(const std::string& word) {
   return parts;
 }
 
+std::vector<double> ParseNumbers(const std::string& option, const std::string& word, size_t count) {
+  const std::vector<std::string> parts = SplitAtCommas(word);
+  if (parts.size() != count) {
+    Refuse(option, word, count == 2 ? "two numbers X,Y" : std::to_string(count) + " numbers");
+  }
+  std::vector<double> numbers;
+  constexpr double kMost = std::numeric_limits<double>::max();
+  for (const std::string& part : parts) numbers.push_back(ParseNumber(option, part, -kMost, kMost));
+  return numbers;
+}
+
 Point ParsePoint(const std::string& option, const std::string& word, int64_t least,
                  int64_t largest) {
   std::vector<std::string> parts = SplitAtCommas(word);

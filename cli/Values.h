@@ -22,6 +22,9 @@ int64_t ParseInteger(const std::string& option, const std::string& word, int64_t
 double ParseNumber(const std::string& option, const std::string& word, double least,
                    double largest);
 
+// Exactly `count` finite numbers with commas between them.
+std::vector<double> ParseNumbers(const std::string& option, const std::string& word, size_t count);
+
 // "X,Y"
 struct Point {
   int32_t x = 0, y = 0;

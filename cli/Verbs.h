@@ -13,6 +13,8 @@
 
 namespace vxcli {
 
+struct MotionWords;
+
 struct Verb {
   CLI::App* app;
   std::function<int()> run;  // gives the exit code
@@ -20,6 +22,8 @@ struct Verb {
 
 // `layers` holds, for each --layer, the words that belong to it; see Layers.h.
 Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* layers);
+// `motion` holds the places of the layer; see Motion.h.
+Verb AddTransform(CLI::App* root, const MotionWords* motion);
 Verb AddFill(CLI::App* root);
 Verb AddCopy(CLI::App* root);
 Verb AddResize(CLI::App* root);

@@ -10,6 +10,7 @@
 #include "Console.h"
 #include "Errors.h"
 #include "Layers.h"
+#include "Motion.h"
 #include "Package.h"
 #include "VX/VX_Package.h"
 #include "VXIO/VXIO_Picture.h"
@@ -86,7 +87,9 @@ int Run(std::vector<std::string> words) {
       "Exit codes: 0 done, 1 internal (compare: they differ), 2 usage, 3 input, 4 output,\n"
       "5 some frames failed (--keep-going), 128 + signal. 'vx VERB --help' tells about a verb.");
   std::vector<std::vector<std::string>> layers;
+  vxcli::MotionWords motion;
   std::vector<vxcli::Verb> verbs = {vxcli::AddComposite(&root, &layers),
+                                    vxcli::AddTransform(&root, &motion),
                                     vxcli::AddFill(&root),
                                     vxcli::AddCopy(&root),
                                     vxcli::AddResize(&root),
@@ -108,7 +111,10 @@ int Run(std::vector<std::string> words) {
   try {
     words = JoinNegativeValues(std::move(words));
     verb_name = NamedVerb(words, verbs);
-    if (verb_name == "composite " && !AsksForHelp(words)) layers = vxcli::TakeLayers(&words);
+    if (!AsksForHelp(words)) {
+      if (verb_name == "composite ") layers = vxcli::TakeLayers(&words);
+      if (verb_name == "transform ") motion = vxcli::TakeMotion(&words);
+    }
     std::vector<std::string> reversed(words.rbegin(), words.rend());
     root.parse(reversed);
   } catch (const CLI::ParseError& error) {

@@ -10,7 +10,7 @@
 #include "Console.h"
 #include "Errors.h"
 #include "Job.h"
-#include "Layers.h"
+#include "LayerPictures.h"
 #include "VX/VX_Transfer.h"
 #include "VXIO/VXIO_Picture.h"
 #include "Verbs.h"
@@ -26,83 +26,14 @@ struct CompositeWords {
   LayerWords layer_help;  // layers are parsed one by one, see Layers.h
 };
 
-// Where a layer's pictures stand among the inputs of the job; the background is the first, and 0
-// stands for none.
-struct Places {
-  size_t file, mask, matte;
-};
-
-// The depths of the pictures that are drawn, 0 for masks and mattes. Headers only, so that a file
-// that cannot be read is known before any work is done.
-std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<Places>& places) {
-  std::vector<int32_t> depths = {VXIO_ReadInfo(frame.Input(0)).depth};
-  for (const Places& place : places) {
-    depths.push_back(VXIO_ReadInfo(frame.Input(place.file)).depth);
-    for (const size_t weight : {place.mask, place.matte}) {
-      if (weight == 0) continue;
-      VXIO_ReadInfo(frame.Input(weight));
-      depths.push_back(0);
-    }
-  }
-  return depths;
-}
-
 // What all frames share.
 struct Composite {
   int32_t depth;  // 0: the deepest of the pictures that are drawn
   std::vector<Layer> layers;
-  std::vector<Places> places;
+  std::vector<LayerInputs> places;
   std::vector<std::string> inputs;  // as they were typed
   std::unique_ptr<JobColor> color;
 };
-
-struct Mask {
-  VXIO_WorldPtr world;
-  VX_MaskSpec spec{};
-};
-
-Mask ReadMask(const Layer& layer, size_t place, int32_t depth, const VX_World& below,
-              JobFrame* frame) {
-  VXIO_Picture picture = frame->Read(place);
-  const std::string& file = frame->Input(place);
-  int32_t own = VXp_WorldDepth(picture.world.get());
-  if (own != depth) {
-    Note(file + ": mask converted from " + std::to_string(own) + " to " + std::to_string(depth) +
-         " bits a channel, the depth of its layer");
-  }
-  Mask mask;
-  mask.world = VXIO_ConvertDepth(std::move(picture.world), depth);
-  mask.spec.world = mask.world.get();
-  mask.spec.offsetH = static_cast<int16_t>(layer.mask_at.x);
-  mask.spec.offsetV = static_cast<int16_t>(layer.mask_at.y);
-  mask.spec.what = layer.mask_use.value_or(picture.has_alpha ? VX_MaskUse_Alpha : VX_MaskUse_Luma);
-  if (mask.world->width != below.width || mask.world->height != below.height) {
-    Note(file + ": mask is " + std::to_string(mask.world->width) + " x " +
-         std::to_string(mask.world->height) + ", the background " + std::to_string(below.width) +
-         " x " + std::to_string(below.height) + "; outside of the mask it counts as " +
-         (mask.spec.what & 1 ? "full" : "0"));
-  }
-  return mask;
-}
-
-// Multiplies the layer's alpha by its matte.
-void ApplyMatte(const Layer& layer, size_t place, JobFrame* frame, VX_World* world,
-                nlohmann::ordered_json* told) {
-  const std::string& file = frame->Input(place);
-  const VXIO_Picture picture = frame->Read(place, world->Depth());
-  const int32_t use = layer.matte_use.value_or(picture.has_alpha ? VX_Matte_Alpha : VX_Matte_Luma);
-  if (picture.world->width != world->width || picture.world->height != world->height) {
-    Note(file + ": matte is " + std::to_string(picture.world->width) + " x " +
-         std::to_string(picture.world->height) + ", its layer " + std::to_string(world->width) +
-         " x " + std::to_string(world->height) + "; beyond the matte it counts as " +
-         (use & 1 ? "full" : "0"));
-  }
-  const UnoPtr matte = MatteOfSize(*picture.world, use, world->width, world->height, file);
-  Soften(layer.feather, frame->Progress(), matte.get(), file);
-  Check(VX_MergeMaskAlpha(frame->Progress(), 0, 0, nullptr, matte.get(), nullptr, world), file);
-  (*told)["matte"] = file;
-  (*told)["matte_use"] = MatteUseName(use);
-}
 
 bool Touches(const Layer& layer, const VX_World& source, const VX_World& below) {
   int32_t left = 0, top = 0, right = source.width, bottom = source.height;
@@ -120,7 +51,7 @@ bool Touches(const Layer& layer, const VX_World& source, const VX_World& below) 
 }
 
 // Draws one layer and tells about it.
-nlohmann::ordered_json Draw(const Layer& layer, size_t index, const Places& place,
+nlohmann::ordered_json Draw(const Layer& layer, size_t index, const LayerInputs& place,
                             FrameColor* color, JobFrame* frame, VX_World* below) {
   const std::string& file = frame->Input(place.file);
   nlohmann::ordered_json told = {{"file", file},
@@ -131,7 +62,7 @@ nlohmann::ordered_json Draw(const Layer& layer, size_t index, const Places& plac
   VXIO_Picture picture = color->ReadLayer(place.file, &told);
   if (place.matte) ApplyMatte(layer, place.matte, frame, picture.world.get(), &told);
   Mask mask;
-  if (!layer.mask.empty()) mask = ReadMask(layer, place.mask, below->Depth(), *below, frame);
+  if (!layer.mask.empty()) mask = ReadMask(layer, place.mask, *below, frame);
   if (!Touches(layer, *picture.world, *below)) {
     Note(file + ": lies wholly outside the background; nothing is drawn");
   }
@@ -169,20 +100,13 @@ void WorkOn(const Composite& job, JobFrame* frame) {
   frame->Write(*background.world, background);
 }
 
-// The background stays, one layer and its mask at a time come to it; each may exist at two depths
-// while it is read.
-int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<Places>& places,
+// The background stays, one layer at a time comes to it.
+int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<LayerInputs>& places,
                 int32_t depth) {
   for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
-  auto twice = [&](size_t input) {
-    return 2 * BytesOfWorld(infos[input].width, infos[input].height, depth);
-  };
   int64_t most = 0;
-  for (const Places& place : places) {
-    most = std::max({most, twice(place.file) + (place.mask ? twice(place.mask) : 0),
-                     twice(place.file) + (place.matte ? twice(place.matte) : 0)});
-  }
-  return twice(0) + most;
+  for (const LayerInputs& place : places) most = std::max(most, BytesOfLayer(infos, place, depth));
+  return 2 * BytesOfWorld(infos[0].width, infos[0].height, depth) + most;
 }
 
 int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>& groups) {
@@ -197,16 +121,7 @@ int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>
   job.settings = "composite depth=" + words.depth + composite.color->Settings();
   for (size_t i = 0; i < groups.size(); ++i) {
     const Layer& layer = composite.layers[i];
-    Places& place = composite.places.emplace_back(Places{inputs.size(), 0, 0});
-    inputs.push_back(layer.file);
-    if (!layer.mask.empty()) {
-      place.mask = inputs.size();
-      inputs.push_back(layer.mask);
-    }
-    if (!layer.matte.empty()) {
-      place.matte = inputs.size();
-      inputs.push_back(layer.matte);
-    }
+    composite.places.push_back(AddInputs(layer.file, layer, &inputs));
     for (const std::string& word : groups[i]) job.settings += "\n" + word;
   }
   job.inputs = inputs;

@@ -64,7 +64,7 @@ class Refusals(CommandTest):
             self.composite(USAGE, said, *words)
         self.png("wide.png", random_pixels(1, 4, 1024))
         for words, said in {
-                (): "verbs are composite fill", ("paint",): "verbs are composite fill", ("composite", "b.png", "-o", "o.png"): "--layer FILE",
+                (): "verbs are composite transform fill", ("paint",): "verbs are composite transform fill", ("composite", "b.png", "-o", "o.png"): "--layer FILE",
                 ("composite", "b.png", "--opacity", "1", "--layer", "b.png", "-o", "o.png"):
                     "--opacity: belongs to a layer",
                 ("composite", "b.png", "--layer"): "--layer: needs a value",

@@ -1,0 +1,314 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "Motion.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <set>
+
+#include "Errors.h"
+#include "VX/VX_CallbackBlock.h"
+#include "Values.h"
+
+namespace vxcli {
+
+namespace {
+
+constexpr size_t kMatrixNumbers = 9;
+constexpr double kMostSkew = 89.999;
+constexpr int32_t kFewestSamples = 16, kDefaultMostSamples = 128;
+
+// --- words ---------------------------------------------------------------------------------------
+
+void AddPlaceOptions(CLI::App* app, std::string* unused) {
+  const std::string group = "Where the layer lands; again after --to for the end of a motion";
+  const auto add = [&](const char* name, const char* type, const char* text) {
+    app->add_option(name, *unused, text)->type_name(type)->group(group);
+  };
+  add("--anchor", "X,Y",
+      "Point of the layer that scale, skew and rotation leave where it is, or 'center': pixels, "
+      "0,0 is the middle of the first [center]");
+  add("--scale", "S|SX,SY", "Factors; below 0 mirrored [1]");
+  add("--skew", "X,Y",
+      "Degrees that the columns and the rows lean by, -89.999 to 89.999: x grows by tan(X) times "
+      "y, "
+      "y by tan(Y) times x [0,0]");
+  add("--rotate", "DEG", "Degrees, clockwise; more than 360 are whole turns of a motion [0]");
+  add("--translate", "X,Y",
+      "Then pixels to the right and down, fractions too; 0,0 leaves the corner of the layer on "
+      "that of the picture [0,0]");
+  add("--matrix", "N...",
+      "In place of all these: nine numbers, with commas or blanks between them, that take (x y 1) "
+      "of the layer as a row to the picture, so that 1,0,0,0,1,0,X,Y,1 moves by X,Y");
+}
+
+bool IsPlaceOption(const std::string& name) {
+  static const std::set<std::string> names = {"--anchor", "--scale",     "--skew",
+                                              "--rotate", "--translate", "--matrix"};
+  return names.contains(name);
+}
+
+// Also those that are refused for being none; not -o, and not an option.
+bool LooksLikeNumbers(const std::string& word) {
+  const size_t first = std::min(word.find_first_not_of("+-"), word.size());
+  return word.find_first_of(".0123456789", first) == first || word.compare(first, 3, "nan") == 0 ||
+         word.compare(first, 3, "inf") == 0;
+}
+
+// The value of --matrix may be nine words.
+void TakeMatrix(const std::vector<std::string>& arguments, size_t* at, std::string* value) {
+  const auto numbers = [&] {
+    const auto commas = static_cast<size_t>(std::count(value->begin(), value->end(), ','));
+    return value->ends_with(',') ? commas : commas + 1;
+  };
+  while (numbers() < kMatrixNumbers && *at + 1 < arguments.size() &&
+         LooksLikeNumbers(arguments[*at + 1])) {
+    if (!value->ends_with(',')) *value += ',';
+    *value += arguments[++*at];
+  }
+}
+
+// --- the way between two places ------------------------------------------------------------------
+
+VX_TransformParts PartsOf(const Place& place, int32_t width, int32_t height) {
+  VX_TransformParts parts = place.parts;
+  parts.anchor_x = place.anchor ? place.anchor->first : (width - 1) / 2.0;
+  parts.anchor_y = place.anchor ? place.anchor->second : (height - 1) / 2.0;
+  return parts;
+}
+
+VX_TransformParts Between(const VX_TransformParts& a, const VX_TransformParts& b, double way) {
+  const auto mix = [&](double VX_TransformParts::*part) {
+    return std::lerp(a.*part, b.*part, way);
+  };
+  using P = VX_TransformParts;
+  return {mix(&P::anchor_x), mix(&P::anchor_y),    mix(&P::scale_x),
+          mix(&P::scale_y),  mix(&P::skew_x),      mix(&P::skew_y),
+          mix(&P::rotation), mix(&P::translate_x), mix(&P::translate_y)};
+}
+
+// A motion as far as the shutter is open.
+class Way {
+ public:
+  Way(const Motion& motion, double share, int32_t width, int32_t height)
+      : by_matrix_(motion.start.matrix || motion.end->matrix),
+        share_(share),
+        from_(PartsOf(motion.start, width, height)),
+        to_(PartsOf(*motion.end, width, height)) {
+    Check(VX_MatrixOfParts(&from_, &first_), "transform");
+    Check(VX_MatrixOfParts(&to_, &last_), "transform");
+    if (motion.start.matrix) first_ = *motion.start.matrix;
+    if (motion.end->matrix) last_ = *motion.end->matrix;
+  }
+
+  const M_Matrix3& first() const { return first_; }
+  bool Stays() const {
+    const bool same_turn = by_matrix_ || from_.rotation == to_.rotation;
+    return share_ == 0 || (same_turn && std::ranges::equal(first_.m, last_.m));
+  }
+  bool Turns() const { return !by_matrix_ && from_.rotation != to_.rotation; }
+
+  // `count` matrices in equal steps from the start to `end` of the open way.
+  std::vector<M_Matrix3> Matrices(int32_t count, double end = 1) const {
+    std::vector<M_Matrix3> matrices(static_cast<size_t>(count));
+    if (!by_matrix_) {
+      const VX_TransformParts seen = Between(from_, to_, share_ * end);
+      Check(VX_MatricesBetween(&from_, &seen, count, matrices.data()), "transform");
+      return matrices;
+    }
+    for (int32_t i = 0; i < count; ++i) {
+      for (size_t k = 0; k < kMatrixNumbers; ++k) {
+        matrices[static_cast<size_t>(i)].m[k] =
+            std::lerp(first_.m[k], last_.m[k], share_ * end * i / (count - 1));
+      }
+    }
+    return matrices;
+  }
+
+ private:
+  bool by_matrix_;
+  double share_;
+  VX_TransformParts from_, to_;
+  M_Matrix3 first_, last_;
+};
+
+struct Corner {
+  double x, y;
+  bool in_front;  // false beyond the horizon of a perspective
+};
+
+// Of what the pixels of a layer cover; samples fade out over the pixel beyond the outermost.
+std::vector<Corner> CornersOf(const M_Matrix3& matrix, int32_t width, int32_t height) {
+  std::vector<Corner> corners;
+  for (const double x : {-1.0, static_cast<double>(width)}) {
+    for (const double y : {-1.0, static_cast<double>(height)}) {
+      const M_Vector3 image = M_TransformVector3(matrix, {x, y, 1});
+      corners.push_back({image.x / image.w, image.y / image.w, image.w > 0});
+    }
+  }
+  return corners;
+}
+
+// A sub-sample for each pixel that the fastest corner moves, within bounds.
+int32_t SamplesFor(const Way& way, int32_t width, int32_t height) {
+  double longest = 0;
+  std::vector<double> ways(4);
+  std::vector<Corner> before;
+  for (const M_Matrix3& matrix : way.Matrices(kFewestSamples + 1)) {
+    const std::vector<Corner> here = CornersOf(matrix, width, height);
+    for (size_t i = 0; i < before.size(); ++i) {
+      ways[i] += std::hypot(here[i].x - before[i].x, here[i].y - before[i].y);
+      longest = std::max(longest, ways[i]);
+    }
+    before = here;
+  }
+  if (!(longest < kDefaultMostSamples)) return kDefaultMostSamples;
+  return std::max(kFewestSamples, static_cast<int32_t>(std::ceil(longest)));
+}
+
+bool HasExtent(const M_Matrix3& matrix) {
+  constexpr double kLeast = 0.5 / 65536;  // the library's positions have no smaller step
+  M_Matrix3 inverse;
+  bool invertible = false;
+  static_cast<void>(M_InverseMatrixQuiet(matrix, &inverse, &invertible));
+  const auto length = [](const M_Vector3& v) { return std::hypot(v.x, v.y, v.w); };
+  return invertible && length(M_TransformVector3(matrix, {1, 0, 0})) >= kLeast &&
+         length(M_TransformVector3(matrix, {0, 1, 0})) >= kLeast;
+}
+
+}  // namespace
+
+void AddMotionOptions(CLI::App* app, MotionWords* unused) {
+  AddPlaceOptions(app, &unused->start.emplace_back());
+  app->add_flag("--to", unused->moves,
+                "What follows of the options above is the end of a motion; what is not named again "
+                "stays as it is at the start")
+      ->group("Motion");
+}
+
+MotionWords TakeMotion(std::vector<std::string>* arguments) {
+  MotionWords words;
+  std::vector<std::string> rest;
+  for (size_t i = 0; i < arguments->size(); ++i) {
+    const std::string& word = (*arguments)[i];
+    const size_t equals = word.find('=');
+    const std::string name = word.substr(0, equals);
+    if (word == "--to") {
+      if (words.moves) throw UsageError("--to: stands once; --path takes longer motions");
+      words.moves = true;
+    } else if (!IsPlaceOption(name)) {
+      rest.push_back(word);
+    } else {
+      if (equals == std::string::npos && i + 1 == arguments->size()) {
+        throw UsageError(name + ": needs a value after it");
+      }
+      std::string value = equals == std::string::npos ? (*arguments)[++i] : word.substr(equals + 1);
+      if (name == "--matrix") TakeMatrix(*arguments, &i, &value);
+      (words.moves ? words.end : words.start).push_back(name + "=" + value);
+    }
+  }
+  *arguments = rest;
+  return words;
+}
+
+// --- a place -------------------------------------------------------------------------------------
+
+Place ParsePlace(const std::vector<std::string>& words, const Place& base) {
+  Place place = base;
+  std::set<std::string> given;
+  for (const std::string& word : words) {
+    const size_t equals = word.find('=');
+    const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
+    if (!given.insert(name).second) {
+      throw UsageError(name + ": is there twice; a motion has its end after --to");
+    }
+    const auto two = [&](const std::string& text, double* x, double* y) {
+      const std::vector<double> numbers = ParseNumbers(name, text, 2);
+      *x = numbers[0];
+      *y = numbers[1];
+    };
+    VX_TransformParts& parts = place.parts;
+    if (name == "--matrix") {
+      const std::vector<double> numbers = ParseNumbers(name, value, kMatrixNumbers);
+      std::ranges::copy(numbers, place.matrix.emplace().m);
+    } else if (name == "--anchor") {
+      place.anchor.reset();
+      if (value != "center") {
+        two(value, &place.anchor.emplace().first, &place.anchor->second);
+      }
+    } else if (name == "--scale") {
+      const bool one = value.find(',') == std::string::npos;
+      two(one ? value + "," + value : value, &parts.scale_x, &parts.scale_y);
+    } else if (name == "--skew") {
+      two(value, &parts.skew_x, &parts.skew_y);
+      for (double* skew : {&parts.skew_x, &parts.skew_y}) {
+        if (std::fabs(*skew) > kMostSkew) {
+          throw UsageError(name + " '" + value + "': must be degrees from -89.999 to 89.999");
+        }
+        *skew = std::tan(*skew * (std::numbers::pi / 180));
+      }
+    } else if (name == "--rotate") {
+      parts.rotation = ParseNumbers(name, value, 1)[0];
+    } else {
+      two(value, &parts.translate_x, &parts.translate_y);
+    }
+    place.has_parts |= name != "--matrix";
+  }
+  if (place.matrix && place.has_parts) {
+    throw UsageError(
+        "--matrix: stands alone, at both ends of a motion, without --translate, --rotate and the "
+        "like");
+  }
+  return place;
+}
+
+void CheckEnds(const Place& start, const Place& end) {
+  if ((start.matrix && end.has_parts) || (end.matrix && start.has_parts)) {
+    throw UsageError("--matrix: a motion has it at both ends or at neither");
+  }
+}
+
+// --- a motion ------------------------------------------------------------------------------------
+
+std::vector<M_Matrix3> MatricesOf(const Motion& motion, const Shutter& shutter, int32_t quality,
+                                  int32_t width, int32_t height) {
+  const Way way({motion.start, motion.end ? motion.end : motion.start}, shutter.share, width,
+                height);
+  const bool draft = quality == VX_Quality_Draft;
+  const int32_t samples =
+      shutter.samples.value_or(way.Stays() || draft ? 1 : SamplesFor(way, width, height));
+  if (way.Stays() || shutter.samples == 1) return {way.first()};
+  if (draft && !shutter.samples) return way.Matrices(2);
+  std::vector<M_Matrix3> matrices = way.Matrices(samples + 1);
+  // The last one is no sub-sample, but from it the library tells whether anything turns, which it
+  // could not after whole turns.
+  if (way.Turns()) matrices.back() = way.Matrices(2, (samples - 0.5) / samples).back();
+  return matrices;
+}
+
+// --- what will not be seen -----------------------------------------------------------------------
+
+std::string WhyUnseen(const std::vector<M_Matrix3>& matrices, const VX_LayerDef& layer,
+                      const VX_LayerDef& below) {
+  if (!HasExtent(matrices.front()) || !HasExtent(matrices.back())) {
+    return std::string("cannot be drawn ") +
+           (HasExtent(matrices.front()) ? "at the end of its motion" : "there") +
+           ", flattened by a scale of 0 or beyond all numbers; nothing is drawn";
+  }
+  double left = INFINITY, top = INFINITY, right = -INFINITY, bottom = -INFINITY;
+  for (const M_Matrix3& matrix : matrices) {
+    for (const Corner& corner : CornersOf(matrix, layer.width, layer.height)) {
+      if (!corner.in_front || !std::isfinite(corner.x + corner.y)) return {};
+      left = std::min(left, corner.x);
+      top = std::min(top, corner.y);
+      right = std::max(right, corner.x);
+      bottom = std::max(bottom, corner.y);
+    }
+  }
+  const bool touches = left < below.width && right > -1 && top < below.height && bottom > -1;
+  return touches ? "" : "lies wholly outside the picture; nothing is drawn";
+}
+
+}  // namespace vxcli

@@ -108,7 +108,14 @@ class Way {
     const bool same_turn = by_matrix_ || from_.rotation == to_.rotation;
     return share_ == 0 || (same_turn && std::ranges::equal(first_.m, last_.m));
   }
-  bool Turns() const { return !by_matrix_ && from_.rotation != to_.rotation; }
+  // Nothing but the translation changes.
+  bool IsStraight() const {
+    M_Matrix3 last = last_;
+    last.m[6] = first_.m[6];
+    last.m[7] = first_.m[7];
+    const bool same_turn = by_matrix_ || from_.rotation == to_.rotation;
+    return same_turn && std::ranges::equal(first_.m, last.m);
+  }
 
   // `count` matrices in equal steps from the start to `end` of the open way.
   std::vector<M_Matrix3> Matrices(int32_t count, double end = 1) const {
@@ -166,6 +173,17 @@ int32_t SamplesFor(const Way& way, int32_t width, int32_t height) {
   }
   if (!(longest < kDefaultMostSamples)) return kDefaultMostSamples;
   return std::max(kFewestSamples, static_cast<int32_t>(std::ceil(longest)));
+}
+
+// The last matrix is no sub-sample, but where it stands in the direction of the first, as after
+// whole turns and in every zoom, the library draws a straight way in the layer to it in place of
+// the sub-samples. So it gives way to one half a sub-sample earlier, which no scale of 0 at the end
+// can flatten, turned by what nobody sees.
+M_Matrix3 AfterTheLast(const Way& way, int32_t samples) {
+  constexpr double kHair = 1e-6;
+  M_Matrix3 matrix = way.Matrices(2, (samples - 0.5) / samples).back();
+  M_ConcatMatrix(matrix, {{1, kHair, 0, -kHair, 1, 0, 0, 0, 1}}, &matrix);
+  return matrix;
 }
 
 bool HasExtent(const M_Matrix3& matrix) {
@@ -282,9 +300,10 @@ std::vector<M_Matrix3> MatricesOf(const Motion& motion, const Shutter& shutter, 
   if (way.Stays() || shutter.samples == 1) return {way.first()};
   if (draft && !shutter.samples) return way.Matrices(2);
   std::vector<M_Matrix3> matrices = way.Matrices(samples + 1);
-  // The last one is no sub-sample, but from it the library tells whether anything turns, which it
-  // could not after whole turns.
-  if (way.Turns()) matrices.back() = way.Matrices(2, (samples - 0.5) / samples).back();
+  if (draft || way.IsStraight()) return matrices;
+  matrices.back() = AfterTheLast(way, samples);
+  // Sub-samples have no order, and only as the first would a flattened one end the drawing.
+  if (!HasExtent(matrices[0])) std::swap(matrices[0], matrices[1]);
   return matrices;
 }
 

@@ -63,8 +63,11 @@ void Draw(const Transform& job, const VX_World& layer, FrameColor* color, JobFra
           VX_World* below, nlohmann::ordered_json* told) {
   Mask mask;
   if (job.places.mask) mask = ReadMask(job.drawing, job.places.mask, *below, frame);
-  const std::vector<M_Matrix3> matrices =
-      MatricesOf(MotionAt(job, *frame), job.shutter, job.quality, layer.width, layer.height);
+  const Motion motion = MotionAt(job, *frame);
+  const auto matrices_of = [&](const Motion& m) {
+    return MatricesOf(m, job.shutter, job.quality, layer.width, layer.height);
+  };
+  const std::vector<M_Matrix3> matrices = matrices_of(motion);
   const auto count = static_cast<int32_t>(matrices.size());
   const std::string& file = frame->Input(job.places.file);
   const std::string why = WhyUnseen(matrices, layer, *below);
@@ -78,7 +81,7 @@ void Draw(const Transform& job, const VX_World& layer, FrameColor* color, JobFra
                           count, /*src2dst=*/1, /*dst_rect=*/nullptr, below),
         file);
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
-  (*told)["matrix"] = matrices.front().m;
+  (*told)["matrix"] = matrices_of({motion.start, std::nullopt}).front().m;
   (*told)["matrices"] = count;
   (*told)["milliseconds"] = spent.count();
   if (mask.world) {

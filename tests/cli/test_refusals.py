@@ -24,17 +24,6 @@ class Refusals(CommandTest):
         self.png("b.png", random_pixels(1, 12, 16))
         self.png("old.png", random_pixels(2, 5, 5))
 
-    def refuse(self, code, said, *words, **options):
-        before = {name: os.path.isdir(self.path(name)) or contents(self.path(name))
-                  for name in self.names()}
-        out, error = self.vx(*words, code=code, **options)
-        self.assertRegex(error, r"\Avx: [^\n]*\n\Z", f"one line: {error!r}")
-        self.assertRegex(error, said)
-        self.assertEqual(out, "")
-        after = {name: os.path.isdir(self.path(name)) or contents(self.path(name))
-                 for name in self.names()}
-        self.assertEqual(before, after, "files have changed")
-
     def composite(self, code, said, *words, layer="b.png", below="b.png", out="old.png", **options):
         with self.subTest(words=words, layer=layer, below=below, out=out):
             self.refuse(code, said, "composite", below, "--layer", layer, *words, "-o", out, **options)

@@ -35,6 +35,19 @@ class CommandTest(unittest.TestCase):
     def names(self):
         return sorted(os.listdir(self.folder))
 
+    def all_contents(self):
+        return {name: os.path.isdir(self.path(name)) or contents(self.path(name))
+                for name in self.names()}
+
+    def refuse(self, code, said, *words, **options):
+        """One line that matches, and every file as it was."""
+        before = self.all_contents()
+        out, error = self.vx(*words, code=code, **options)
+        self.assertRegex(error, r"\Avx: [^\n]*\n\Z", f"one line: {error!r}")
+        self.assertRegex(error, said)
+        self.assertEqual(out, "")
+        self.assertEqual(before, self.all_contents(), "files have changed")
+
     def png(self, name, pixels):
         write_png(self.path(name), pixels)
         return name

@@ -163,7 +163,7 @@ class BandedBlur {
   }
 
  private:
-  static constexpr int64_t kBetweenBytes = 8 << 20;
+  static constexpr int64_t kBetweenBytes = 16 << 20;
 
   int64_t RowBytes() const { return std::max(dst_.width, 1) * int64_t{sizeof(Pixel)}; }
   Rows Seen(const Rows& rows) const { return rows.Grown(reach_).Within(source_); }

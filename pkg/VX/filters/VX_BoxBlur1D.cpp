@@ -82,7 +82,7 @@ class BoxBlur {
     // Lines of a bundle are read where they are if their pixels lie side by side.
     const bool rows_in_bundles = state.src.direction == VX_Blur_AlongRows && !state.RowsOnly();
     copies_ = state.force_copy || state.Premultiplies() || rows_in_bundles;
-    VXp_ChooseBundle(state, kSize, kVXp_BoxWidth, Rows() > 0 ? extents_.Largest() * kSize : 0);
+    VXp_ChooseBundle(state, kSize, kVXp_WidestBundle, Rows() > 0 ? extents_.Largest() * kSize : 0);
   }
 
   void Run() {

@@ -90,7 +90,7 @@ class Run {
     const Vec divisor_step = _mm_set1_epi32(span.divisor_step);
     const VXp_BoxForesight foresight(pass_, span, sizeof(VX_Pixel8));
     for (int64_t i = 0; i < span.count; ++i) {
-      if constexpr (kLines == 0) foresight.At(entering, out);
+      if constexpr (kLines == 0) foresight.At(entering, leaving, out);
       const __m128 single_divisor = _mm_cvtepi32_ps(divisor);
       for (int32_t l = 0; l < lines_; ++l) {
         const Vec leading = Words(At(entering, l));

@@ -172,7 +172,7 @@ class VXp_BoxRun {
     VXp_IntLanes divisor = VXp_Splat<VXp_IntLanes>(span.divisor);
     const VXp_BoxForesight foresight(pass_, span, sizeof(Pixel));
     for (int64_t i = 0; i < span.count; ++i) {
-      if constexpr (kLines == 0) foresight.At(entering, out);
+      if constexpr (kLines == 0) foresight.At(entering, leaving, out);
       const VXp_FloatLanes single_divisor = VXp_AsFloat(divisor);
       for (int32_t l = 0; l < lines_; ++l) {
         const Raw leading = At(entering, l);

@@ -179,7 +179,7 @@ class VXp_GaussianPass {
     const bool far = VXp_IsFar(state_.dst.stride);
     for (int32_t i = 0; i < count; ++i, out += state_.dst.stride) {
       char* pixel = out;
-      if (far) VXp_ForeseeWrite(out, state_.dst.stride, lines * int32_t{sizeof(Pixel)});
+      if (far) VXp_Foresee(out, state_.dst.stride, lines * int32_t{sizeof(Pixel)});
       for (int32_t l = 0; l < lines; ++l, here += 4, sums += 4) {
         const Raw kept = Work::Get(here);
         const VXp_DoubleLanes window = {VXp_Load<VXp_DoublePair>(sums),

@@ -87,9 +87,14 @@ VX_Err VXp_CheckIterations(float radius, int32_t iterations);
 // it, of which one line takes `line_bytes`.
 void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes);
 
+// The widest bundle, in bytes of a row.
+inline constexpr int32_t kVXp_WidestBundle = 512;
+
 // Down a column each row lies on a page of its own, and the processor foresees nothing: asks it for
-// `bytes` of the row eight rows ahead. Any address will do. Always inlined: a function that only
-// asks has no effect that the compiler knows of, and it drops calls to it.
+// `bytes` of the row eight rows ahead, at most the widest bundle. Any address will do.
+//
+// Always inlined: a function that only asks has no effect that the compiler knows of, and it drops
+// calls to it. Unrolled: the end of a loop as short as this is guessed wrong in each row.
 inline constexpr ptrdiff_t kVXp_FarStride = 2048;
 inline bool VXp_IsFar(ptrdiff_t stride) {
   return stride >= kVXp_FarStride || stride <= -kVXp_FarStride;
@@ -97,16 +102,10 @@ inline bool VXp_IsFar(ptrdiff_t stride) {
 [[gnu::always_inline]] inline void VXp_Foresee(const char* at, ptrdiff_t stride, int32_t bytes) {
   constexpr int32_t kCacheLine = 64;
   const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
-  for (int32_t i = 0; i < bytes; i += kCacheLine) {
+#pragma GCC unroll 8
+  for (int32_t i = 0; i < kVXp_WidestBundle; i += kCacheLine) {
+    if (i >= bytes) break;
     __builtin_prefetch(reinterpret_cast<const char*>(ahead + static_cast<uintptr_t>(i)));
-  }
-}
-[[gnu::always_inline]] inline void VXp_ForeseeWrite(const char* at, ptrdiff_t stride,
-                                                    int32_t bytes) {
-  constexpr int32_t kCacheLine = 64;
-  const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
-  for (int32_t i = 0; i < bytes; i += kCacheLine) {
-    __builtin_prefetch(reinterpret_cast<const char*>(ahead + static_cast<uintptr_t>(i)), 1);
   }
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int32_t kUnit = 1024;
 
-alignas(64) constexpr char kZeros[kVXp_BoxWidth] = {};
+alignas(64) constexpr char kZeros[kVXp_WidestBundle] = {};
 
 VXp_BoxSpan::Part PartAt(const VXp_BoxInput& in, int64_t place) {
   if (!in.Inside(place)) return {kZeros, 0};

@@ -14,10 +14,9 @@
 
 #include "filters/VXp_Blur1DState.h"
 
-// The widest bundle, in bytes.
-inline constexpr int32_t kVXp_BoxWidth = 512;
 template <class Pixel>
-inline constexpr int32_t kVXp_MostBoxLines = kVXp_BoxWidth / static_cast<int32_t>(sizeof(Pixel));
+inline constexpr int32_t kVXp_MostBoxLines = kVXp_WidestBundle /
+                                             static_cast<int32_t>(sizeof(Pixel));
 
 struct VXp_BoxWindow {
   explicit VXp_BoxWindow(float radius);
@@ -87,20 +86,26 @@ VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass);
 // Zero pixels into a blank span.
 void VXp_BlankSpan(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size);
 
-// Asks for rows ahead, at each place of a span whose lines lie side by side.
+// Asks for rows ahead, at each place of a span whose lines lie side by side. Those that leave a
+// long window were read too long ago to be near.
 class VXp_BoxForesight {
  public:
   VXp_BoxForesight(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size)
       : bytes_(pass.lines * pixel_size),
-        in_(VXp_IsFar(span.entering.stride) ? span.entering.stride : 0),
-        out_(VXp_IsFar(pass.out.stride) ? pass.out.stride : 0) {}
+        entering_(Far(span.entering.stride)),
+        leaving_(pass.window.n > kNearRows ? Far(span.leaving.stride) : 0),
+        out_(Far(pass.out.stride)) {}
 
-  [[gnu::always_inline]] void At(const char* entering, const char* out) const {
-    if (in_ != 0) VXp_Foresee(entering, in_, bytes_);
-    if (out_ != 0) VXp_ForeseeWrite(out, out_, bytes_);
+  [[gnu::always_inline]] void At(const char* entering, const char* leaving, const char* out) const {
+    if (entering_ != 0) VXp_Foresee(entering, entering_, bytes_);
+    if (leaving_ != 0) VXp_Foresee(leaving, leaving_, bytes_);
+    if (out_ != 0) VXp_Foresee(out, out_, bytes_);
   }
 
  private:
+  static constexpr int64_t kNearRows = 32;
+  static ptrdiff_t Far(ptrdiff_t stride) { return VXp_IsFar(stride) ? stride : 0; }
+
   int32_t bytes_;
-  ptrdiff_t in_, out_;
+  ptrdiff_t entering_, leaving_, out_;
 };

@@ -47,13 +47,13 @@ TEST_F(Blur, WorldInBandsIsTwoWholePasses) {
                         {{VX_BlurKind_Box, 1.5f, 70, 1, 31}, -400, 650},
                         {{VX_BlurKind_Box, 2, 9.5f, 3, 15 - VX_Blur_Red}, 13, 400},
                         {{VX_BlurKind_Box, 2, 40, 2, 15}, 290, 520}};
-  EdgeWorld<VX_Pixel8> src(kWide, 420, 0, true, 1), between(kWide, 420, 0, true, 2);
+  EdgeWorld<VX_Pixel16> src(kWide, 420, 0, true, 1), between(kWide, 420, 0, true, 2);
   std::mt19937 random(TestSeed());
-  src.Paint(RandomRuns<VX_Pixel8>{random});
+  src.Paint(RandomRuns<VX_Pixel16>{random});
   src.world.origin_x = 5, between.world.origin_x = -3;
   for (const auto& [spec, top, height] : cases) {
     const int32_t iterations = spec.kind == VX_BlurKind_Box ? spec.iterations : 0;
-    EdgeWorld<VX_Pixel8> dst(kWide, height, 4, true, 3), want(kWide, height, 4, true, 3);
+    EdgeWorld<VX_Pixel16> dst(kWide, height, 4, true, 3), want(kWide, height, 4, true, 3);
     dst.world.origin_x = want.world.origin_x = -3;
     dst.world.origin_y = want.world.origin_y = top;
     MakeBlur(spec.radius_x, iterations, spec.flags, 0, false, true).Run(&src, &between);

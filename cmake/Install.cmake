@@ -22,9 +22,7 @@ endif()
 install(TARGETS ${vx_libraries} EXPORT VXTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${vx_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-# Below /usr, where Debian's interpreter looks; below another prefix that folder goes to PYTHONPATH.
 if(TARGET vx_python)
-  set(VX_PYTHON_DIR lib/python3/dist-packages CACHE STRING "Where the module vx goes, below the prefix")
   file(RELATIVE_PATH vx_lib_from_python /${VX_PYTHON_DIR}/vx /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(vx_python PROPERTIES INSTALL_RPATH "$ORIGIN/${vx_lib_from_python}")
   install(TARGETS vx_python LIBRARY DESTINATION ${VX_PYTHON_DIR}/vx)

@@ -29,6 +29,17 @@ VX_PixelFloat PremultipliedUnit(const Pixel& p) {
           static_cast<float>(p.blue) * scale * a};
 }
 
+template <class Pixel>
+Frame<Pixel> PremultipliedPicture(const Frame<Pixel>& straight) {
+  Frame<Pixel> picture = straight;
+  for (Pixel& p : picture.pixels) {
+    const VX_PixelFloat unit = PremultipliedUnit(p);
+    p = {p.alpha, ToChannel<Pixel>(double{unit.red}), ToChannel<Pixel>(double{unit.green}),
+         ToChannel<Pixel>(double{unit.blue})};
+  }
+  return picture;
+}
+
 inline float Distance(const VX_PixelFloat& a, const VX_PixelFloat& b) {
   return std::max(std::max(std::fabs(a.alpha - b.alpha), std::fabs(a.red - b.red)),
                   std::max(std::fabs(a.green - b.green), std::fabs(a.blue - b.blue)));

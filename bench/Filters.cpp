@@ -46,17 +46,6 @@ double ShareInside(const Frame<Pixel>& other, const std::vector<Pixel>& ours, in
 }
 
 template <class Pixel>
-Frame<Pixel> PremultipliedPicture(const Frame<Pixel>& straight) {
-  Frame<Pixel> picture = straight;
-  for (Pixel& p : picture.pixels) {
-    const VX_PixelFloat unit = PremultipliedUnit(p);
-    p = {p.alpha, ToChannel<Pixel>(double{unit.red}), ToChannel<Pixel>(double{unit.green}),
-         ToChannel<Pixel>(double{unit.blue})};
-  }
-  return picture;
-}
-
-template <class Pixel>
 class Filters {
  public:
   Filters(const Options& options, NaiveSize size)

@@ -74,6 +74,32 @@ void Convolve(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size, cons
   ExpectInPlace(to, dst);
 }
 
+// Of column vectors.
+cv::Matx23d Affine(const M_Matrix3& back) {
+  const double(&m)[9] = back.m;
+  return {m[0], m[3], m[6], m[1], m[4], m[7]};
+}
+
+void WarpTo(const VX_LayerDef& src, const M_Matrix3& back, cv::Mat* to) {
+  cv::warpAffine(Wrap(src), *to, Affine(back), to->size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP);
+}
+
+void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back) {
+  cv::Mat to = Wrap(dst);
+  WarpTo(src, back, &to);
+  ExpectInPlace(to, dst);
+}
+
+void Warps(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3* backs, int32_t count) {
+  cv::Mat to = Wrap(dst), sum = cv::Mat::zeros(to.size(), CV_32FC4), one(to.size(), to.type());
+  for (int32_t i = 0; i < count; ++i) {
+    WarpTo(src, backs[i], &one);
+    cv::accumulate(one, sum);
+  }
+  sum.convertTo(to, to.depth(), 1.0 / count);
+  ExpectInPlace(to, dst);
+}
+
 cv::Mat Wrap(const VX_UnoBuffer& buffer) {
   const int type = buffer.depth == 8 ? CV_8UC1 : buffer.depth == 16 ? CV_16UC1 : CV_32FC1;
   return cv::Mat(buffer.height, buffer.width, type, *buffer.data);
@@ -134,6 +160,8 @@ const OpenCvPeer* OpenCv() {
                       &Gaussian,
                       &Box,
                       &Convolve,
+                      &Warp,
+                      &Warps,
                       &UnoFill,
                       &UnoFade,
                       &UnoInvert,

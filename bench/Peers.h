@@ -8,6 +8,7 @@
 
 #include "VX/VX_Types.h"
 #include "VX/VX_UnoBuffer.h"
+#include "host/M.h"
 
 // Of the bell that, cut at radius + 1, has the variance of VX_GaussianValue.
 inline double SigmaOf(int32_t radius) { return 0.3965 * (radius + 1); }
@@ -28,6 +29,12 @@ struct OpenCvPeer {
   // A kernel of `size` by `size`, divided by its sum; zero beyond the border.
   void (*convolve)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size,
                    const int32_t* kernel);
+
+  // Bilinear, zero beyond the border. `back` maps the destination to the source, without w.
+  void (*warp)(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back);
+  // The mean of `count` such warps.
+  void (*warps)(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3* backs,
+                int32_t count);
 
   // One channel, in place: a value at the scale of the depth; every sample times `scale`; `full`
   // minus the sample; src * weight + dst * rest with two float buffers that make 1 in sum (8 bits
@@ -51,5 +58,20 @@ struct VipsPeer {
   void (*gaussian)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius);
   void (*convolve)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size,
                    const int32_t* kernel);
+  // As OpenCV's. The result is copied to `dst`.
+  void (*warp)(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back);
+  // Means of `factor` by `factor` pixels. The result is copied to `dst`.
+  void (*shrink)(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t factor);
 };
 const VipsPeer* Vips();  // null: not installed
+
+struct OiioPeer {
+  // As OpenCV's where nothing is reduced, else the triangle widens.
+  void (*warp)(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back);
+  // Means of what a destination pixel covers, where that is whole pixels.
+  void (*box)(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back);
+};
+const OiioPeer* Oiio();  // null: not installed
+
+// The way back; a benchmark has no matrix without one.
+M_Matrix3 Inverse(const M_Matrix3& matrix);

@@ -16,6 +16,7 @@ bool RunFilters(const Options& options);
 bool RunUno(const Options& options);
 bool RunMasks(const Options& options);
 bool RunSamplers(const Options& options);
+bool RunTransform(const Options& options);
 bool RunIterators(const Options& options);
 bool RunScratch(const Options& options);
 
@@ -38,6 +39,8 @@ inline constexpr Section kSections[] = {
      &RunMasks},
     {"samplers", "every sampler by content, against the nearest one and a naive loop",
      &RunSamplers},
+    {"transform", "turned, moved, reduced, with motion blur, against OpenCV, libvips, OpenImageIO",
+     &RunTransform},
     {"iterators", "walks with a function, a lambda, a table, against plain loops", &RunIterators},
     {"scratch", "allocations of one call, and their peak", &RunScratch},
 };

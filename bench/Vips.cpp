@@ -90,6 +90,32 @@ void Convolve(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size, cons
   Compute(out, &dst);
 }
 
+void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back) {
+  const M_Matrix3 matrix = Inverse(back);
+  const double(&m)[9] = matrix.m;
+  VipsImage* const in = Wrap(src);
+  VipsImage* out = nullptr;
+  VipsArrayInt* const area = vips_array_int_newv(4, 0, 0, dst.width, dst.height);
+  VipsInterpolate* const bilinear = vips_interpolate_new("bilinear");
+  // It would take the last of four channels for alpha and mix by it.
+  const bool good = vips_affine(in, &out, m[0], m[3], m[1], m[4], "odx", m[6], "ody", m[7], "oarea",
+                                area, "interpolate", bilinear, "premultiplied", TRUE, nullptr) == 0;
+  g_object_unref(bilinear);
+  vips_area_unref(VIPS_AREA(area));
+  g_object_unref(in);
+  Expect(good);
+  Compute(out, &dst);
+}
+
+void Shrink(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t factor) {
+  VipsImage* const in = Wrap(src);
+  VipsImage* out = nullptr;
+  const bool good = vips_shrink(in, &out, factor, factor, nullptr) == 0;
+  g_object_unref(in);
+  Expect(good);
+  Compute(out, &dst);
+}
+
 }  // namespace
 
 const VipsPeer* Vips() {
@@ -97,7 +123,7 @@ const VipsPeer* Vips() {
     Expect(vips_init("vx_bench") == 0);
     vips_concurrency_set(1);
     vips_cache_set_max(0);  // every call does its work
-    return VipsPeer{&Cast, &Gaussian, &Convolve};
+    return VipsPeer{&Cast, &Gaussian, &Convolve, &Warp, &Shrink};
   }();
   return &peer;
 }

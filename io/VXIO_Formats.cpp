@@ -2,8 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO_Formats.h"
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
+}
+
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
 
 namespace {
@@ -24,6 +31,8 @@ constexpr std::array<VXIOp_Format, 8> kFormats = {{
     {"dpx", "dpx", "dpx", true, true, false, kStraight, false, false, false},
     {"pnm", "pnm", "ppm pnm pgm pbm", true, true, false, kNone, false, false, true},
 }};
+
+std::atomic<int32_t> threads{0};
 
 const VXIOp_Format* ByName(std::string_view name) {
   auto found = std::find_if(kFormats.begin(), kFormats.end(),
@@ -142,10 +151,21 @@ std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries() {
     if (ours && colon != std::string::npos) list.emplace_back(name, entry.substr(colon + 1));
     start = end + 1;
   }
+  const std::pair<const char*, unsigned> lav[] = {{"libavformat", avformat_version()},
+                                                  {"libavcodec", avcodec_version()},
+                                                  {"libswscale", swscale_version()}};
+  for (const auto& [name, version] : lav) {
+    list.emplace_back(name, std::to_string(AV_VERSION_MAJOR(version)) + '.' +
+                                std::to_string(AV_VERSION_MINOR(version)) + '.' +
+                                std::to_string(AV_VERSION_MICRO(version)));
+  }
   return list;
 }
 
+int32_t VXIOp_Threads() { return threads.load(); }
+
 void VXIO_SetThreads(int32_t count) {
+  threads = count;
   // OpenEXR has threads of its own beside the caller's; -1 is none of them.
   static_cast<void>(OIIO::attribute("threads", count));
   static_cast<void>(OIIO::attribute("exr_threads", count > 1 ? count : -1));

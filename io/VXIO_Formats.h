@@ -51,6 +51,9 @@ bool VXIOp_TakesProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& for
 // The first line of a library's message, without the file's name in front.
 std::string VXIOp_FirstLine(const std::string& text);
 
+// What VXIO_SetThreads said; 0: all processors.
+int32_t VXIOp_Threads();
+
 // A new world of the wanted size. Throws as VX_World::New, and 4 for a null.
 VXIO_WorldPtr VXIOp_NewWorld(int32_t width, int32_t height, int32_t depth);
 

@@ -10,17 +10,11 @@
 #include <fstream>
 #include <set>
 
+#include "VXIO_ClipStream.h"
+
 namespace {
 
 constexpr int64_t kLargestSide = 30000;
-
-void CheckSize(const std::string& path, int64_t width, int64_t height) {
-  std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
-  if (width <= 0 || height <= 0) VXIOp_ThrowInput(path, "has no pixels (" + size + ")");
-  if (width > kLargestSide || height > kLargestSide) {
-    VXIOp_ThrowInput(path, "is " + size + "; at most 30000 on a side can be read, scale it down");
-  }
-}
 
 uint32_t BigEndian(const char* bytes) {
   uint32_t word = 0;
@@ -42,8 +36,8 @@ bool CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
     std::string name(head + 4, 4);
     if (first) {
       if (name != "IHDR") VXIOp_ThrowInput(path, "is damaged (no PNG header)");
-      CheckSize(path, static_cast<int32_t>(BigEndian(head + 8)),
-                static_cast<int32_t>(BigEndian(head + 12)));
+      VXIOp_CheckSize(path, static_cast<int32_t>(BigEndian(head + 8)),
+                      static_cast<int32_t>(BigEndian(head + 12)));
       first = false;
     }
     if (name == "IEND") return profile;
@@ -67,28 +61,21 @@ void CheckDpx(const std::string& path, std::ifstream& file, int64_t size) {
 }
 
 const VXIOp_Format* Judge(const std::string& path, bool* profile) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
-    VXIOp_ThrowInput(path, errno == ENOENT ? "no such file; check the name"
-                                           : std::string("cannot be read: ") + strerror(errno));
-  }
-  if (S_ISDIR(status.st_mode)) VXIOp_ThrowInput(path, "is a folder, not a picture");
-  if (!S_ISREG(status.st_mode)) VXIOp_ThrowInput(path, "is not a regular file");
-  if (status.st_size == 0) VXIOp_ThrowInput(path, "is empty (0 bytes)");
-  std::ifstream file(path, std::ios::binary);
-  char head[16] = {};
-  file.read(head, sizeof head);
-  if (file.gcount() <= 0) {
-    VXIOp_ThrowInput(path, std::string("cannot be read: ") + strerror(errno ? errno : EIO));
-  }
-  std::string_view start(head, static_cast<size_t>(file.gcount()));
-  file.clear();
-  const VXIOp_Format* format = VXIOp_FormatOfContent(start, path);
+  VXIOp_CheckFile(path, "a picture");
+  const VXIOp_Format* format = VXIOp_FormatOfContent(VXIOp_Head(path, 16), path);
   if (!format) {
+    const std::string clip = VXIOp_ClipFormatOf(path);
+    if (!clip.empty()) {
+      VXIOp_ThrowInput(path, "is a clip (" + clip + "), not a picture; vx.frames of Python reads " +
+                                 "its frames, and vx.write can make a sequence of them");
+    }
     VXIOp_ThrowInput(path, "is not a picture of a known format (" + VXIOp_FormatNames() + ")");
   }
-  if (std::string_view(format->name) == "png") *profile = CheckPng(path, file, status.st_size);
-  if (std::string_view(format->name) == "dpx") CheckDpx(path, file, status.st_size);
+  std::ifstream file(path, std::ios::binary);
+  file.seekg(0, std::ios::end);
+  const auto size = static_cast<int64_t>(file.tellg());
+  if (std::string_view(format->name) == "png") *profile = CheckPng(path, file, size);
+  if (std::string_view(format->name) == "dpx") CheckDpx(path, file, size);
   return format;
 }
 
@@ -161,6 +148,41 @@ void VXIOp_ThrowInput(const std::string& path, const std::string& why) {
   throw VXIO_Error(VXIO_ErrorKind::Input, path + ": " + why);
 }
 
+void VXIOp_CheckFile(const std::string& path, const char* kind) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) {
+    VXIOp_ThrowInput(path, errno == ENOENT ? "no such file; check the name"
+                                           : std::string("cannot be read: ") + strerror(errno));
+  }
+  if (S_ISDIR(status.st_mode)) VXIOp_ThrowInput(path, std::string("is a folder, not ") + kind);
+  if (!S_ISREG(status.st_mode)) VXIOp_ThrowInput(path, "is not a regular file");
+  if (status.st_size == 0) VXIOp_ThrowInput(path, "is empty (0 bytes)");
+}
+
+std::string VXIOp_Head(const std::string& path, size_t most) {
+  std::ifstream file(path, std::ios::binary);
+  std::string head(most, '\0');
+  file.read(head.data(), static_cast<std::streamsize>(most));
+  if (file.gcount() <= 0) {
+    VXIOp_ThrowInput(path, std::string("cannot be read: ") + strerror(errno ? errno : EIO));
+  }
+  head.resize(static_cast<size_t>(file.gcount()));
+  return head;
+}
+
+void VXIOp_CheckSize(const std::string& path, int64_t width, int64_t height) {
+  std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
+  if (width <= 0 || height <= 0) VXIOp_ThrowInput(path, "has no pixels (" + size + ")");
+  if (width > kLargestSide || height > kLargestSide) {
+    VXIOp_ThrowInput(path, "is " + size + "; at most 30000 on a side can be read, scale it down");
+  }
+}
+
+bool VXIO_IsPicture(const std::string& path) {
+  VXIOp_CheckFile(path, "a picture or a clip");
+  return VXIOp_FormatOfContent(VXIOp_Head(path, 16), path) != nullptr;
+}
+
 VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
   VXIOp_Open open;
   open.path = path;
@@ -183,7 +205,7 @@ VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
     why = VXIOp_FirstLine(error.what());
   }
   if (!ok) VXIOp_ThrowInput(path, "is truncated or damaged (" + why + ")");
-  CheckSize(path, open.spec.width, open.spec.height);
+  VXIOp_CheckSize(path, open.spec.width, open.spec.height);
   if (open.spec.deep) VXIOp_ThrowInput(path, "holds deep samples; flatten it first");
   if (open.spec.depth > 1) VXIOp_ThrowInput(path, "is a volume, not a picture");
   if (open.spec.nchannels < 1) VXIOp_ThrowInput(path, "has no channels");

@@ -6,36 +6,13 @@
 #include "VX/VX_DepthConvert.h"
 #include "VX/VX_Premul.h"
 #include "VXIO_Open.h"
+#include "VXIO_Upright.h"
 
 namespace {
 
 // Samples are fetched a band of rows at a time, so that a reader's buffer stays small beside the
 // world and a file that lies about its size fails before its pixels are touched.
 constexpr int64_t kBandBytes = 32 << 20;
-
-uint16_t ChannelOfSample(uint16_t sample) {
-  return static_cast<uint16_t>((sample * uint32_t{32768} + 32767) / 65535);
-}
-uint8_t ChannelOfSample(uint8_t sample) { return sample; }
-float ChannelOfSample(float sample) { return sample; }
-
-// Where pixel (x, y) of the file lands in an upright world.
-struct Placement {
-  char* origin;
-  ptrdiff_t step_x, step_y;
-};
-
-Placement PlacementOf(const VX_LayerDef& world, int32_t orientation, ptrdiff_t pixel_size) {
-  bool turned = orientation >= 5;
-  bool flip_x = orientation == 2 || orientation == 3 || orientation == 6 || orientation == 7;
-  bool flip_y = orientation == 3 || orientation == 4 || orientation == 7 || orientation == 8;
-  ptrdiff_t column = flip_x ? -pixel_size : pixel_size;
-  ptrdiff_t row = flip_y ? -ptrdiff_t{world.rowbytes} : ptrdiff_t{world.rowbytes};
-  char* origin = static_cast<char*>(world.data);
-  if (flip_x) origin += (world.width - 1) * pixel_size;
-  if (flip_y) origin += (world.height - 1) * ptrdiff_t{world.rowbytes};
-  return turned ? Placement{origin, row, column} : Placement{origin, column, row};
-}
 
 struct Band {
   int32_t y_begin, y_end;  // rows of the file, from 0
@@ -45,7 +22,8 @@ struct Band {
 
 // Returns how many pixels have colour under alpha 0, which dividing by alpha cannot keep.
 template <class Pixel>
-int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width, const Placement& place) {
+int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
+               const VXIOp_Placement& place) {
   using Sample = VX_ChannelOf<Pixel>;
   const Sample* from = static_cast<const Sample*>(band.samples);
   const int red = at.red - band.first_channel, green = at.green - band.first_channel;
@@ -56,10 +34,10 @@ int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width, const 
     char* to = place.origin + y * place.step_y;
     for (int32_t x = 0; x < width; ++x, from += band.channels, to += place.step_x) {
       Pixel pixel;
-      pixel.red = ChannelOfSample(from[red]);
-      pixel.green = ChannelOfSample(from[green]);
-      pixel.blue = ChannelOfSample(from[blue]);
-      pixel.alpha = alpha < 0 ? VXIOp_Full<Pixel> : ChannelOfSample(from[alpha]);
+      pixel.red = VXIOp_ChannelOfSample(from[red]);
+      pixel.green = VXIOp_ChannelOfSample(from[green]);
+      pixel.blue = VXIOp_ChannelOfSample(from[blue]);
+      pixel.alpha = alpha < 0 ? VXIOp_Full<Pixel> : VXIOp_ChannelOfSample(from[alpha]);
       bare += pixel.alpha == 0 && (pixel.red != 0 || pixel.green != 0 || pixel.blue != 0);
       std::memcpy(to, &pixel, sizeof pixel);
     }
@@ -93,7 +71,7 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
   const int64_t rows = std::clamp<int64_t>(kBandBytes / row_bytes / unit * unit, unit, spec.height);
   std::vector<Sample> samples(
       static_cast<size_t>(rows * row_bytes / static_cast<int64_t>(sizeof(Sample))));
-  const Placement place = PlacementOf(*world, open->orientation, sizeof(Pixel));
+  const VXIOp_Placement place = VXIOp_PlacementOf(*world, open->orientation, sizeof(Pixel));
   int64_t bare = 0;
   for (int64_t y = 0; y < spec.height; y += rows) {
     Band band{static_cast<int32_t>(y),

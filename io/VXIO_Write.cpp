@@ -48,7 +48,7 @@ int64_t CountNotOpaque(const VX_LayerDef& world) {
 }
 
 // What describes the bytes of the old file rather than the picture does not travel.
-bool Travels(const std::string& name, bool same_format) {
+bool Travels(const std::string& name, const VXIOp_Format& to, bool same_format) {
   static constexpr std::array<std::string_view, 10> kPrivate = {
       "oiio:", "png:", "jpeg:",       "tiff:",      "targa:",
       "bmp:",  "pnm:", "ICCProfile:", "thumbnail_", "openexr:lineOrder"};
@@ -56,6 +56,7 @@ bool Travels(const std::string& name, bool same_format) {
   for (std::string_view prefix : kPrivate) {
     if (name.starts_with(prefix)) return false;
   }
+  if (name.starts_with("vx:")) return std::string_view(to.name) == "exr";
   if (name.starts_with("dpx:") || name.starts_with("openexr:") ||
       name.starts_with("screenWindow")) {
     return same_format;
@@ -68,7 +69,7 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
   OIIO::ImageSpec& spec = plan->spec;
   for (const OIIO::ParamValue& entry : from.spec.extra_attribs) {
     std::string name = entry.name().string();
-    if (!Travels(name, same_format)) continue;
+    if (!Travels(name, *plan->format, same_format)) continue;
     std::string words;
     if (name == "ICCProfile" && !VXIOp_TakesProfile(from, *plan->format, &words)) {
       if (!words.empty()) plan->warnings.push_back(path + ": " + words);

@@ -73,8 +73,13 @@ struct VXIO_FormatInfo {
 
 VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
 
-// Name and version of OpenImageIO and of the libraries that it reads and writes with.
+// Name and version of OpenImageIO, of the libraries that it reads and writes with, and of those
+// that read clips.
 VXIO_API std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries();
+
+// Whether a file is a picture of one of these formats, by its first bytes, TGA by its name. Throws
+// VXIO_Error (Input) for one that is missing, empty, or no file.
+VXIO_API bool VXIO_IsPicture(const std::string& path);
 
 // --- reading -------------------------------------------------------------------------------------
 
@@ -154,9 +159,9 @@ VXIO_API void VXIO_CheckFile(const std::string& path, VXIO_Clobber clobber);
 // Puts a text in place of what a file holds, in the way VXIO_Write does.
 VXIO_API void VXIO_WriteText(const std::string& path, const std::string& text);
 
-// Threads that OpenImageIO and the libraries under it may use for one picture, the caller's
-// included; without a call, all processors. For programs that read several pictures at once. Not
-// while a picture is read or written.
+// Threads that the libraries below may use for one picture or clip, the caller's included; without
+// a call, all processors. For programs that read several at once. Not while a picture is read or
+// written; clips that are open keep theirs.
 VXIO_API void VXIO_SetThreads(int32_t count);
 
 // Makes INT, TERM, HUP and PIPE remove the temporary files of this process and end it with

@@ -1,0 +1,396 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "VXIO_ClipColor.h"
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "VXIO_Open.h"
+#include "VXIO_Upright.h"
+
+namespace {
+
+using Kind = VXIOp_ClipPixels::Kind;
+using Samples = std::vector<uint16_t>;
+
+// Taller ones are taken for high definition, whose matrix is BT.709.
+constexpr int32_t kTallestStandardDefinition = 576;
+
+// --- what samples mean ---------------------------------------------------------------------------
+
+// The share of red and of blue in luma; 0 for a matrix that has none.
+struct Weights {
+  AVColorSpace matrix;
+  const char* name;
+  double red, blue;
+};
+constexpr Weights kWeights[] = {{AVCOL_SPC_BT709, "bt709", 0.2126, 0.0722},
+                                {AVCOL_SPC_BT470BG, "bt601", 0.299, 0.114},
+                                {AVCOL_SPC_SMPTE170M, "bt601", 0.299, 0.114},
+                                {AVCOL_SPC_BT2020_NCL, "bt2020", 0.2627, 0.0593},
+                                {AVCOL_SPC_FCC, "fcc", 0.30, 0.11},
+                                {AVCOL_SPC_SMPTE240M, "smpte240m", 0.212, 0.087},
+                                {AVCOL_SPC_YCGCO, "ycgco", 0, 0}};
+
+const Weights* Find(AVColorSpace matrix) {
+  const auto* found = std::find_if(std::begin(kWeights), std::end(kWeights),
+                                   [&](const Weights& w) { return w.matrix == matrix; });
+  return found == std::end(kWeights) ? nullptr : found;
+}
+
+bool IsTag(AVColorSpace matrix) {
+  return matrix != AVCOL_SPC_UNSPECIFIED && matrix != AVCOL_SPC_RESERVED && matrix != AVCOL_SPC_RGB;
+}
+
+bool IsFullRangeKind(AVPixelFormat format) {
+  return format == AV_PIX_FMT_YUVJ420P || format == AV_PIX_FMT_YUVJ422P ||
+         format == AV_PIX_FMT_YUVJ444P || format == AV_PIX_FMT_YUVJ440P ||
+         format == AV_PIX_FMT_YUVJ411P;
+}
+
+// From luma y and chroma u, v of 16 bits to red, green and blue of 0..1:
+// e = (y - black) / luma_span, plus the row's two factors times (u - half) / chroma_span and its v.
+struct YuvRule {
+  float black = 0, luma_span = 1, chroma_span = 1;
+  float red[2], green[2], blue[2];
+};
+
+YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
+  YuvRule rule{};
+  if (pixels.full_range) {
+    // The highest code, its bits at the top of 16.
+    const int32_t bits = pixels.told->comp[0].depth;
+    rule.luma_span = rule.chroma_span = static_cast<float>(((1 << bits) - 1) << (16 - bits));
+  } else {
+    rule.black = 16 << 8;
+    rule.luma_span = 219 << 8;
+    rule.chroma_span = 224 << 8;
+  }
+  const Weights* found = Find(pixels.matrix);
+  if (!found) return rule;  // grey
+  if (found->matrix == AVCOL_SPC_YCGCO) {
+    rule.red[0] = rule.blue[0] = rule.blue[1] = -1;
+    rule.red[1] = rule.green[0] = 1;
+    return rule;
+  }
+  const double green = 1 - found->red - found->blue;
+  const double to_red = 2 * (1 - found->red), to_blue = 2 * (1 - found->blue);
+  rule.red[1] = static_cast<float>(to_red);
+  rule.blue[0] = static_cast<float>(to_blue);
+  rule.green[0] = static_cast<float>(-to_blue * found->blue / green);
+  rule.green[1] = static_cast<float>(-to_red * found->red / green);
+  return rule;
+}
+
+// --- samples to channels -------------------------------------------------------------------------
+
+// 0..1 to a channel, rounded to nearest; float takes everything.
+template <class Channel>
+Channel ChannelOfValue(float value, Channel full) {
+  return static_cast<Channel>(std::clamp(value, 0.0f, 1.0f) * static_cast<float>(full) + 0.5f);
+}
+float ChannelOfValue(float value, float) { return value; }
+
+// 0..most to a channel. 8-bit worlds are made of samples of up to 8 bits, the others of deeper
+// ones.
+uint8_t ChannelOfCode(uint32_t code, uint32_t most, uint8_t) {
+  return static_cast<uint8_t>((code * 255 + most / 2) / most);
+}
+uint16_t ChannelOfCode(uint32_t code, uint32_t most, uint16_t) {
+  return VXIOp_ChannelOfSample(static_cast<uint16_t>((code * 65535ull + most / 2) / most));
+}
+float ChannelOfCode(uint32_t code, uint32_t most, float) {
+  return static_cast<float>(code) / static_cast<float>(most);
+}
+
+template <class Pixel>
+void ConvertYuvRow(const YuvRule& rule, const uint16_t* y, const uint16_t* u, const uint16_t* v,
+                   int32_t width, Pixel* to) {
+  constexpr auto kFull = VXIOp_Full<Pixel>;
+  for (int32_t x = 0; x < width; ++x) {
+    const float luma = (static_cast<float>(y[x]) - rule.black) / rule.luma_span;
+    const float cb = (static_cast<float>(u[x]) - 32768.0f) / rule.chroma_span;
+    const float cr = (static_cast<float>(v[x]) - 32768.0f) / rule.chroma_span;
+    to[x].red = ChannelOfValue(luma + (rule.red[0] * cb + rule.red[1] * cr), kFull);
+    to[x].green = ChannelOfValue(luma + (rule.green[0] * cb + rule.green[1] * cr), kFull);
+    to[x].blue = ChannelOfValue(luma + (rule.blue[0] * cb + rule.blue[1] * cr), kFull);
+  }
+}
+
+// One kind of sample of a row, as numbers.
+void ReadSamples(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t y, int component,
+                 Samples* to) {
+  const uint8_t* data[4] = {frame.data[0], frame.data[1], frame.data[2], frame.data[3]};
+  av_read_image_line(to->data(), data, frame.linesize, pixels.told, 0, y, component, frame.width,
+                     /*read_pal_component=*/0);
+  if (pixels.format != AV_PIX_FMT_MONOWHITE) return;
+  for (uint16_t& sample : *to) sample ^= 1;
+}
+
+// Rows of a frame whose samples are RGB or grey.
+template <class Pixel>
+class CodeRows {
+ public:
+  CodeRows(const AVFrame& frame, const VXIOp_ClipPixels& pixels)
+      : frame_(frame), pixels_(pixels), samples_(static_cast<size_t>(frame.width)) {}
+
+  void Colours(int32_t y, Pixel* to) {
+    if (pixels_.format == AV_PIX_FMT_PAL8) return Palette(y, to);
+    if (pixels_.kind == Kind::Grey) {
+      Read(y, 0, to, &Pixel::red);
+      for (int32_t x = 0; x < frame_.width; ++x) to[x].green = to[x].blue = to[x].red;
+      return;
+    }
+    Read(y, 0, to, &Pixel::red);
+    Read(y, 1, to, &Pixel::green);
+    Read(y, 2, to, &Pixel::blue);
+  }
+
+  void Alpha(int32_t y, Pixel* to) {
+    if (pixels_.format == AV_PIX_FMT_PAL8) return;  // came with the colours
+    Read(y, pixels_.told->nb_components - 1, to, &Pixel::alpha);
+  }
+
+ private:
+  using Channel = VX_ChannelOf<Pixel>;
+
+  void Read(int32_t y, int component, Pixel* to, Channel Pixel::*channel) {
+    ReadSamples(frame_, pixels_, y, component, &samples_);
+    const uint32_t most = (1u << pixels_.told->comp[component].depth) - 1;
+    for (int32_t x = 0; x < frame_.width; ++x) {
+      to[x].*channel = ChannelOfCode(samples_[static_cast<size_t>(x)], most, Channel{});
+    }
+  }
+
+  void Palette(int32_t y, Pixel* to) {
+    ReadSamples(frame_, pixels_, y, 0, &samples_);
+    for (int32_t x = 0; x < frame_.width; ++x) {
+      uint32_t entry;
+      std::memcpy(&entry, frame_.data[1] + samples_[static_cast<size_t>(x)] * sizeof entry,
+                  sizeof entry);
+      to[x].alpha = ChannelOfCode(entry >> 24, 255, Channel{});
+      to[x].red = ChannelOfCode(entry >> 16 & 255, 255, Channel{});
+      to[x].green = ChannelOfCode(entry >> 8 & 255, 255, Channel{});
+      to[x].blue = ChannelOfCode(entry & 255, 255, Channel{});
+    }
+  }
+
+  const AVFrame& frame_;
+  const VXIOp_ClipPixels& pixels_;
+  Samples samples_;
+};
+
+// Rows of a frame whose samples are luma and chroma, or luma alone of limited range.
+template <class Pixel>
+class YuvRows {
+ public:
+  // `full` has luma and chroma for every pixel; null for luma alone.
+  YuvRows(const AVFrame& frame, const VXIOp_ClipPixels& pixels, const AVFrame* full)
+      : frame_(frame),
+        pixels_(pixels),
+        full_(full),
+        rule_(RuleOf(pixels)),
+        samples_(static_cast<size_t>(frame.width)) {
+    if (!full) neutral_.assign(samples_.size(), 32768);
+  }
+
+  void Colours(int32_t y, Pixel* to) {
+    const uint16_t* planes[3];
+    for (size_t i = 0; full_ && i < 3; ++i) {
+      planes[i] =
+          reinterpret_cast<const uint16_t*>(full_->data[i] + ptrdiff_t{y} * full_->linesize[i]);
+    }
+    if (!full_) {
+      ReadSamples(frame_, pixels_, y, 0, &samples_);
+      for (uint16_t& code : samples_) {
+        code = static_cast<uint16_t>(code << (16 - pixels_.told->comp[0].depth));
+      }
+      planes[0] = samples_.data();
+      planes[1] = planes[2] = neutral_.data();
+    }
+    ConvertYuvRow(rule_, planes[0], planes[1], planes[2], frame_.width, to);
+  }
+
+  void Alpha(int32_t y, Pixel* to) {
+    const int component = pixels_.told->nb_components - 1;
+    ReadSamples(frame_, pixels_, y, component, &samples_);
+    const auto most = static_cast<float>((1 << pixels_.told->comp[component].depth) - 1);
+    for (int32_t x = 0; x < frame_.width; ++x) {
+      const float value = static_cast<float>(samples_[static_cast<size_t>(x)]) / most;
+      to[x].alpha = ChannelOfValue(value, VXIOp_Full<Pixel>);
+    }
+  }
+
+ private:
+  const AVFrame& frame_;
+  const VXIOp_ClipPixels& pixels_;
+  const AVFrame* full_;
+  YuvRule rule_;
+  Samples samples_, neutral_;
+};
+
+template <class Pixel, class Rows>
+void PlaceRows(Rows rows, const AVFrame& frame, const VXIOp_Placement& place, bool with_alpha) {
+  std::vector<Pixel> row(static_cast<size_t>(frame.width));
+  for (int32_t y = 0; y < frame.height; ++y) {
+    rows.Colours(y, row.data());
+    if (with_alpha) {
+      rows.Alpha(y, row.data());
+    } else {
+      for (Pixel& pixel : row) pixel.alpha = VXIOp_Full<Pixel>;
+    }
+    char* to = place.origin + y * place.step_y;
+    if (place.step_x == ptrdiff_t{sizeof(Pixel)}) {
+      std::memcpy(to, row.data(), row.size() * sizeof(Pixel));
+      continue;
+    }
+    for (const Pixel& pixel : row) {
+      std::memcpy(to, &pixel, sizeof pixel);
+      to += place.step_x;
+    }
+  }
+}
+
+// --- chroma --------------------------------------------------------------------------------------
+
+// Where the first sample of chroma lies, in 1/256 of the distance of two of luma.
+struct Siting {
+  int across, down;
+};
+
+Siting SitingOf(AVChromaLocation location) {
+  switch (location) {
+    case AVCHROMA_LOC_CENTER: return {128, 128};
+    case AVCHROMA_LOC_TOPLEFT: return {0, 0};
+    case AVCHROMA_LOC_TOP: return {128, 0};
+    case AVCHROMA_LOC_BOTTOMLEFT: return {0, 256};
+    case AVCHROMA_LOC_BOTTOM: return {128, 256};
+    default: return {0, 128};  // left
+  }
+}
+
+void CheckLav(int error) {
+  if (error < 0) throw VX_Err{VX_ErrOutOfMemory};  // the geometry was judged before
+}
+
+}  // namespace
+
+std::string VXIOp_ClipPixels::MatrixName() const {
+  if (kind != Kind::Yuv) return kind == Kind::Grey ? "grey" : "rgb";
+  return Find(matrix)->name;
+}
+
+VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, AVColorSpace matrix,
+                                AVColorRange range, int32_t height) {
+  if (format == AV_PIX_FMT_NONE) {
+    VXIOp_ThrowInput(path, "is truncated or damaged before its first frame; make or fetch the file "
+                           "again");
+  }
+  VXIOp_ClipPixels pixels;
+  pixels.format = format;
+  pixels.told = av_pix_fmt_desc_get(format);
+  constexpr uint64_t kNotRead =
+      AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_FLOAT;
+  const bool xyz = format == AV_PIX_FMT_XYZ12LE || format == AV_PIX_FMT_XYZ12BE;
+  if (!pixels.told || (pixels.told->flags & kNotRead) || xyz || !sws_isSupportedInput(format)) {
+    VXIOp_ThrowInput(path, std::string("its pixels, of the form ") +
+                               (pixels.told ? pixels.told->name : "a newer libav") +
+                               ", are not read; convert it to YUV or RGB first");
+  }
+  const AVPixFmtDescriptor& told = *pixels.told;
+  for (int i = 0; i < told.nb_components; ++i) {
+    pixels.bits = std::max<int32_t>(i == 0 ? 0 : pixels.bits, told.comp[i].depth);
+  }
+  pixels.has_alpha = told.flags & AV_PIX_FMT_FLAG_ALPHA;
+  const bool rgb = told.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL);
+  pixels.kind = rgb ? Kind::Rgb : told.nb_components < 3 ? Kind::Grey : Kind::Yuv;
+  if (pixels.kind != Kind::Yuv) {
+    pixels.full_range = rgb || range != AVCOL_RANGE_MPEG;
+    return pixels;
+  }
+  pixels.full_range = range == AVCOL_RANGE_JPEG || IsFullRangeKind(format);
+  pixels.matrix_tagged = IsTag(matrix);
+  const bool tall = height > kTallestStandardDefinition;
+  pixels.matrix = pixels.matrix_tagged ? matrix : tall ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+  if (!Find(pixels.matrix)) {
+    VXIOp_ThrowInput(path, std::string("colours by the matrix ") + av_color_space_name(matrix) +
+                               " are not read; convert it to BT.709 first");
+  }
+  return pixels;
+}
+
+const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
+  const Geometry wanted = {frame.format, frame.width, frame.height, frame.chroma_location};
+  if (!scaler_ || !(made_for_ == wanted)) {
+    scaler_.reset(sws_alloc_context());
+    full_.reset(av_frame_alloc());
+    if (!scaler_ || !full_) throw VX_Err{VX_ErrOutOfMemory};
+    full_->format = AV_PIX_FMT_YUV444P16;
+    full_->width = frame.width;
+    full_->height = frame.height;
+    CheckLav(av_frame_get_buffer(full_.get(), /*align=*/0));
+    const Siting siting = SitingOf(frame.chroma_location);
+    const std::pair<const char*, int> options[] = {
+        {"srcw", frame.width},
+        {"srch", frame.height},
+        {"src_format", frame.format},
+        {"dstw", frame.width},
+        {"dsth", frame.height},
+        {"dst_format", full_->format},
+        {"src_h_chr_pos", siting.across},
+        {"src_v_chr_pos", siting.down},
+        {"sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND | SWS_BITEXACT}};
+    for (const auto& [name, value] : options) {
+      CheckLav(av_opt_set_int(scaler_.get(), name, value, 0));
+    }
+    CheckLav(av_opt_set(scaler_.get(), "sws_dither", "none", 0));
+    CheckLav(sws_init_context(scaler_.get(), nullptr, nullptr));
+    // The same range on both sides, whichever it is: samples are shifted up and nothing else.
+    const int* any = sws_getCoefficients(SWS_CS_DEFAULT);
+    static_cast<void>(sws_setColorspaceDetails(scaler_.get(), any, 0, any, 0, 0, 1 << 16, 1 << 16));
+    made_for_ = wanted;
+  }
+  const int rows = sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height,
+                             full_->data, full_->linesize);
+  if (rows != frame.height) throw VX_Err{VX_ErrOutOfMemory};
+  return *full_;
+}
+
+template <class Pixel>
+void VXIOp_ClipColor::Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixels,
+                              int32_t orientation, bool with_alpha, VX_LayerDef* world) {
+  const VXIOp_Placement place = VXIOp_PlacementOf(*world, orientation, sizeof(Pixel));
+  if (pixels.kind == Kind::Yuv) {
+    const AVFrame& full = FullChroma(frame);
+    PlaceRows<Pixel>(YuvRows<Pixel>(frame, pixels, &full), frame, place, with_alpha);
+  } else if (!pixels.full_range) {
+    PlaceRows<Pixel>(YuvRows<Pixel>(frame, pixels, nullptr), frame, place, with_alpha);
+  } else {
+    PlaceRows<Pixel>(CodeRows<Pixel>(frame, pixels), frame, place, with_alpha);
+  }
+}
+
+VXIO_WorldPtr VXIOp_ClipColor::World(const AVFrame& frame, const VXIOp_ClipPixels& pixels,
+                                     int32_t orientation, int32_t depth, bool with_alpha) {
+  // Samples that are no luma go to their own depth, or from deep ones to float, and on from there.
+  const bool direct =
+      !pixels.full_range || pixels.kind == Kind::Yuv || (depth == 32 && pixels.depth() == 16);
+  const bool turned = orientation >= 5;
+  VXIO_WorldPtr world =
+      VXIOp_NewWorld(turned ? frame.height : frame.width, turned ? frame.width : frame.height,
+                     direct ? depth : pixels.depth());
+  try {
+    VXIOp_WithPixel(*world, [&](auto* pixel) {
+      Convert<std::remove_pointer_t<decltype(pixel)>>(frame, pixels, orientation, with_alpha,
+                                                      world.get());
+    });
+  } catch (const std::bad_alloc&) {
+    throw VX_Err{VX_ErrOutOfMemory};
+  }
+  return VXIO_ConvertDepth(std::move(world), depth);
+}

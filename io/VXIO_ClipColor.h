@@ -1,0 +1,65 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Frames of a decoder to worlds.
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+#include <memory>
+#include <string>
+
+#include "VXIO/VXIO_Picture.h"
+
+// What the samples of a frame mean.
+struct VXIOp_ClipPixels {
+  enum class Kind { Rgb, Grey, Yuv };
+  AVPixelFormat format = AV_PIX_FMT_NONE;
+  const AVPixFmtDescriptor* told = nullptr;
+  Kind kind = Kind::Rgb;
+  int32_t bits = 8;  // the deepest sample
+  bool has_alpha = false;
+  bool full_range = true;
+  AVColorSpace matrix = AVCOL_SPC_RGB;
+  bool matrix_tagged = true;
+
+  int32_t depth() const { return bits > 8 ? 16 : 8; }
+  std::string MatrixName() const;
+};
+
+// By the tags and the height of a frame as it is stored. Throws VXIO_Error (Input) for samples that
+// are not read.
+VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, AVColorSpace matrix,
+                                AVColorRange range, int32_t height);
+
+class VXIOp_ClipColor {
+ public:
+  // The upright world of a frame, opaque unless `with_alpha`. `depth` is 8, 16 or 32.
+  VXIO_WorldPtr World(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t orientation,
+                      int32_t depth, bool with_alpha);
+
+ private:
+  struct Free {
+    void operator()(SwsContext* context) const { sws_freeContext(context); }
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+  };
+  // What the interpolation of chroma was made for.
+  struct Geometry {
+    int format, width, height, siting;
+    bool operator==(const Geometry&) const = default;
+  };
+
+  // Luma and chroma for every pixel, their bits at the top of 16.
+  const AVFrame& FullChroma(const AVFrame& frame);
+  template <class Pixel>
+  void Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t orientation,
+               bool with_alpha, VX_LayerDef* world);
+
+  std::unique_ptr<SwsContext, Free> scaler_;
+  std::unique_ptr<AVFrame, Free> full_;
+  Geometry made_for_{};
+};

@@ -18,7 +18,7 @@ namespace {
 
 constexpr size_t kMatrixNumbers = 9;
 constexpr double kMostSkew = 89.999;
-constexpr int32_t kFewestSamples = 16, kDefaultMostSamples = 128;
+constexpr int32_t kFewestSamples = 16, kDefaultMostSamples = 128, kDraftSamples = 8;
 
 // --- words ---------------------------------------------------------------------------------------
 
@@ -219,7 +219,11 @@ MotionWords TakeMotion(std::vector<std::string>* arguments) {
     } else if (!IsPlaceOption(name)) {
       rest.push_back(word);
     } else {
-      if (equals == std::string::npos && i + 1 == arguments->size()) {
+      const auto is_value = [](const std::string& next) {
+        return !next.starts_with('-') || LooksLikeNumbers(next);
+      };
+      if (equals == std::string::npos &&
+          (i + 1 == arguments->size() || !is_value((*arguments)[i + 1]))) {
         throw UsageError(name + ": needs a value after it");
       }
       std::string value = equals == std::string::npos ? (*arguments)[++i] : word.substr(equals + 1);
@@ -240,7 +244,7 @@ Place ParsePlace(const std::vector<std::string>& words, const Place& base) {
     const size_t equals = word.find('=');
     const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
     if (!given.insert(name).second) {
-      throw UsageError(name + ": is there twice; a motion has its end after --to");
+      throw UsageError(name + ": is there twice; a place takes it once");
     }
     const auto two = [&](const std::string& text, double* x, double* y) {
       const std::vector<double> numbers = ParseNumbers(name, text, 2);
@@ -254,10 +258,16 @@ Place ParsePlace(const std::vector<std::string>& words, const Place& base) {
     } else if (name == "--anchor") {
       place.anchor.reset();
       if (value != "center") {
+        if (value.find(',') == std::string::npos) {
+          throw UsageError(name + " '" + value + "': must be two numbers X,Y or center");
+        }
         two(value, &place.anchor.emplace().first, &place.anchor->second);
       }
     } else if (name == "--scale") {
       const bool one = value.find(',') == std::string::npos;
+      if (std::ranges::count(value, ',') > 1) {
+        throw UsageError(name + " '" + value + "': must be one number S or two SX,SY");
+      }
       two(one ? value + "," + value : value, &parts.scale_x, &parts.scale_y);
     } else if (name == "--skew") {
       two(value, &parts.skew_x, &parts.skew_y);
@@ -294,11 +304,10 @@ std::vector<M_Matrix3> MatricesOf(const Motion& motion, const Shutter& shutter, 
                                   int32_t width, int32_t height) {
   const Way way({motion.start, motion.end ? motion.end : motion.start}, shutter.share, width,
                 height);
+  if (way.Stays() || shutter.samples == 1) return {way.first()};
   const bool draft = quality == VX_Quality_Draft;
   const int32_t samples =
-      shutter.samples.value_or(way.Stays() || draft ? 1 : SamplesFor(way, width, height));
-  if (way.Stays() || shutter.samples == 1) return {way.first()};
-  if (draft && !shutter.samples) return way.Matrices(2);
+      shutter.samples.value_or(draft ? kDraftSamples : SamplesFor(way, width, height));
   std::vector<M_Matrix3> matrices = way.Matrices(samples + 1);
   if (draft || way.IsStraight()) return matrices;
   matrices.back() = AfterTheLast(way, samples);
@@ -316,8 +325,9 @@ std::string WhyUnseen(const std::vector<M_Matrix3>& matrices, const VX_LayerDef&
            (HasExtent(matrices.front()) ? "at the end of its motion" : "there") +
            ", flattened by a scale of 0 or beyond all numbers; nothing is drawn";
   }
-  double left = INFINITY, top = INFINITY, right = -INFINITY, bottom = -INFINITY;
+  // One by one, as the library looks: what flies over between two of them is not drawn.
   for (const M_Matrix3& matrix : matrices) {
+    double left = INFINITY, top = INFINITY, right = -INFINITY, bottom = -INFINITY;
     for (const Corner& corner : CornersOf(matrix, layer.width, layer.height)) {
       if (!corner.in_front || !std::isfinite(corner.x + corner.y)) return {};
       left = std::min(left, corner.x);
@@ -325,9 +335,9 @@ std::string WhyUnseen(const std::vector<M_Matrix3>& matrices, const VX_LayerDef&
       right = std::max(right, corner.x);
       bottom = std::max(bottom, corner.y);
     }
+    if (left < below.width && right > -1 && top < below.height && bottom > -1) return {};
   }
-  const bool touches = left < below.width && right > -1 && top < below.height && bottom > -1;
-  return touches ? "" : "lies wholly outside the picture; nothing is drawn";
+  return "lies wholly outside the picture; nothing is drawn";
 }
 
 }  // namespace vxcli

@@ -55,8 +55,8 @@ struct Shutter {
 // Throws UsageError when one is a matrix and the other is told in parts.
 void CheckEnds(const Place& start, const Place& end);
 
-// For VX_TransformWorld: one matrix for what stands still, two for a straight way in draft, else
-// one for each sub-sample and one more. `size` is that of the layer.
+// For VX_TransformWorld: one matrix for what stands still, else one for each sub-sample and one
+// more. `size` is that of the layer.
 std::vector<M_Matrix3> MatricesOf(const Motion& motion, const Shutter& shutter, int32_t quality,
                                   int32_t width, int32_t height);
 

@@ -42,6 +42,7 @@ struct Transform {
   Motion motion;
   std::optional<MotionPath> path;
   Shutter shutter;
+  bool is_sequence;                 // the output is one
   std::vector<std::string> inputs;  // as they were typed
   LayerInputs places;
   std::unique_ptr<JobColor> color;
@@ -109,6 +110,7 @@ void WorkOn(const Transform& job, JobFrame* frame) {
     layer = std::move(picture.world);
     const Size size = job.size.value_or(Size{layer->width, layer->height});
     picture.world = NewWorld(size.width, size.height, depth);
+    picture.has_alpha |= job.is_sequence;  // frames that are covered whole are as the others
   }
   if (job.places.matte) ApplyMatte(job.drawing, job.places.matte, frame, layer.get(), &about);
   told["width"] = picture.world->width;
@@ -160,7 +162,7 @@ Shutter ParseShutter(const TransformWords& words, bool moves) {
 }
 
 void ReadPath(const TransformWords& words, const Place& base, Transform* transform, Job* job) {
-  if (!VXIO_FramePattern::IsPattern(words.job.output)) {
+  if (!transform->is_sequence) {
     throw UsageError("--path: moves through a sequence; name the output like out.####.png, or "
                      "give --to for one picture");
   }
@@ -200,6 +202,7 @@ int Run(const TransformWords& words, const MotionWords& motion) {
   transform.depth = ParseDepth(words.depth, Keep::Allowed);
   transform.quality = ParseQuality(words.quality);
   if (!words.size.empty()) transform.size = ParseSize("--size", words.size, /*least=*/1);
+  transform.is_sequence = VXIO_FramePattern::IsPattern(words.job.output);
   transform.drawing = ParseDrawing(words.draw);
   transform.motion.start = ParsePlace(motion.start, Place());
   if (motion.moves) transform.motion.end = ParsePlace(motion.end, transform.motion.start);

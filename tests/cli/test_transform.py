@@ -136,6 +136,9 @@ class Places(TransformTest):
         for words, said in ((("--translate", "100,0"), "lies wholly outside the picture"),
                             (("--translate", "1e300,0"), "lies wholly outside"),
                             (("--translate", "65536,0"), "lies wholly outside"),  # does not come round
+                            # Between two sub-samples it flies over.
+                            (("--translate", "-90,0", "--to", "--translate", "200,0", "--motion-samples", 2),
+                             "lies wholly outside"),
                             (("--scale", "0,1"), "flattened by a scale of 0"),
                             (("--matrix", 1, 1, 0, 1, 1, 0, 0, 0, 1), "flattened"),
                             (("--scale", "1e308", "--translate", "9,9"), "flattened .* beyond all"),
@@ -178,6 +181,12 @@ class Ground(TransformTest):
             with Image.open(self.path("o.png")) as image:
                 self.assertEqual((image.size, image.mode), (size, mode), words)
                 self.assertEqual(image.info["icc_profile"], profile)
+        with open(self.path("p.txt"), "w") as file:
+            file.write("1:\n--rotate 30\n")
+        self.vx("transform", "l.png", "--path", "p.txt", "--shutter-angle", 0, "-o", "s.#.png")
+        for frame in (1, 2):  # all frames of a sequence are of one kind
+            with Image.open(self.path(f"s.{frame}.png")) as image:
+                self.assertEqual(image.mode, "RGBA")
         told, _ = self.vx("transform", "l.png", "--profile", "Display P3", "-o", "o.png", "--json")
         self.assertEqual(json.loads(told)["color"]["layer_converted_from"], "sRGB built-in")
         self.png("b.png", random_pixels(2, 30, 40, np.uint16))
@@ -231,16 +240,19 @@ class Motions(TransformTest):
                              (("--to", "--translate", "80,0", "--shutter-angle", "90"), 20),
                              (("--to", "--translate", "0,5000"), 128), (("--to", "--rotate", "9999"), 128),
                              (("--to", "--matrix", 1, 0, 0, 0, 1, 0, 30, 40, 1), 50),
-                             (("--to", "--rotate", "3", "--quality", "draft"), 1),
+                             (("--to", "--rotate", "3", "--quality", "draft"), 8),
                              (("--to", "--rotate", "3", "--motion-samples", "256"), 256),
                              (("--to",), 0), (("--rotate", "5", "--to", "--rotate", "5"), 0)):
             _, told, _ = self.draw(*words)
             self.assertEqual(told["layer"]["matrices"], count + 1, words)
 
     def test_draft_takes_eight_straight_sub_samples(self):
-        got, _, _ = self.draw("--to", "--translate", "8,0", "--quality", "draft")
-        stills = [self.still("--translate", f"{i},0") for i in range(8)]
-        self.assertNear(got, np.mean(stills, axis=0))
+        for start, step in ((0, 1), (-48, 12)):  # at its ends the second is out of sight
+            got, _, said = self.draw("--translate", f"{start},0", "--to", "--translate", f"{start + 8 * step},0",
+                                     "--quality", "draft")
+            stills = [self.still("--translate", f"{start + i * step},0") for i in range(8)]
+            self.assertNear(got, np.mean(stills, axis=0))
+            self.assertEqual(said, "")
 
 
 class Paths(TransformTest):
@@ -331,11 +343,13 @@ class Paths(TransformTest):
         nine = (1, 0, 0, 0, 1, 0, 0, 0, 1)
         for words, said in (
                 (("--translate", "3"), "--translate '3': must be two numbers X,Y"),
+                (("--rotate", "--size", "4x4"), "--rotate: needs a value"), (("--matrix", "--to"), "--matrix: needs"),
                 (("--translate", "nan,0"), "--translate 'nan': must be a finite number"),
                 (("--rotate", "inf"), "--rotate 'inf'"), (("--rotate", "1,2"), "--rotate '1,2'"),
-                (("--scale", "1,2,3"), "--scale"), (("--scale", "50%"), "--scale '50%'"),
+                (("--scale", "1,2,3"), "--scale .* S or two SX,SY"), (("--scale", "50%"), "--scale '50%'"),
                 (("--skew", "90,0"), "--skew '90,0': must be degrees from -89.999 to 89.999"),
-                (("--anchor", "middle"), "--anchor"), (("--rotate", "1", "--rotate", "2"), "--rotate: is there twice"),
+                (("--anchor", "middle"), "--anchor 'middle': .* X,Y or center"),
+                (("--rotate", "1", "--rotate", "2"), "--rotate: is there twice"),
                 (("--matrix", *nine[:8]), "--matrix '1,0,0,0,1,0,0,0': must be 9 numbers"),
                 (("--matrix", *nine, 1), "not expected: 1"), (("--matrix", "nan", *nine[1:]), "--matrix 'nan'"),
                 (("--matrix", *nine, "--rotate", 3), "--matrix: stands alone"),

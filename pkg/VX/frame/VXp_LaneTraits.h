@@ -59,6 +59,15 @@ Lanes VXp_Splat(Value value) {
   return Lanes{value, value, value, value};
 }
 
+// A condition as bits, the first lane's lowest.
+inline unsigned VXp_LaneBits(VXp_IntLanes condition) {
+#ifdef __SSE2__
+  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(condition)));
+#else
+  return (condition[0] & 1) | (condition[1] & 2) | (condition[2] & 4) | (condition[3] & 8);
+#endif
+}
+
 // a b as 32-bit lanes that wrap.
 inline VXp_IntLanes VXp_WrappedProduct(VXp_IntLanes a, VXp_IntLanes b) {
   return reinterpret_cast<VXp_IntLanes>(reinterpret_cast<VXp_WordLanes>(a) *

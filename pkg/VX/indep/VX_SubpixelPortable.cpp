@@ -10,7 +10,7 @@
 // Integers are value + 0.5, truncated; float is not rounded. A whole position is no special case,
 // and equal pixels are none.
 
-#include "indep/VXp_SampleLine.h"
+#include "indep/VXp_SamplePoints.h"
 #include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
@@ -77,14 +77,14 @@ void VXp_PortableRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, 
 }
 template VXp_SampleRowCall VXp_PortableRow<VX_PixelFloat>;
 
-[[gnu::flatten]] void VXp_PortableLine(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, VX_Fixed dx,
-                                       VX_Fixed dy, int32_t count, VX_PixelFloat* out) {
+[[gnu::flatten]] void VXp_PortablePoints(const VX_SampPB& record, const VX_Fixed* x,
+                                         const VX_Fixed* y, int32_t count, VX_PixelFloat* out) {
   const int32_t rowbytes = record.src->rowbytes;
-  VXp_MixLine(record, x, y, dx, dy, count, out,
-              [=](const char* upper, const char*, uint32_t fx, uint32_t fy) {
-                return Mixed(VXp_Unclipped::Four<VX_PixelFloat>(upper, rowbytes),
-                             VXp_SingleWeights(fx, fy));
-              });
+  VXp_MixPoints(record, x, y, count, out,
+                [=](const char* upper, const char*, uint32_t fx, uint32_t fy) {
+                  return Mixed(VXp_Unclipped::Four<VX_PixelFloat>(upper, rowbytes),
+                               VXp_SingleWeights(fx, fy));
+                });
 }
 
 VX_Err VX_SubpixelCPlusPlus(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,

@@ -10,11 +10,13 @@
 //
 // The two depths round apart, see Rule. Clipped and unclipped differ in the fetch alone.
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
+#include "indep/VXp_BytePairs.h"
+#include "indep/VXp_MixFour.h"
 #include "indep/VXp_Rounding.h"
-#include "indep/VXp_SampleLine.h"
 #include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
@@ -131,22 +133,41 @@ uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) 
   return VXp_Packed16(Rule<VX_Pixel16>::Whole(Between(left, right, a)));
 }
 
-// One pixel of a line.
-template <class Pixel>
-struct As {};
-uint32_t LinePixel(const char* upper, const char* lower, uint32_t fx, uint32_t fy, As<VX_Pixel8>) {
-  const VXp_BytePairs pairs(upper, lower);
-  if ((fx | fy) == 0 || pairs.SamePixels()) return pairs.First();
-  if (pairs.SameAlphas()) return (pairs.upper & 0xFF) == 0 ? 0 : MixedAlike(pairs, fx, fy);
-  return Mixed(pairs.Quad(), VXp_DoubleWeights(fx, fy));
-}
-
-uint64_t LinePixel(const char* upper, const char* lower, uint32_t fx, uint32_t fy, As<VX_Pixel16>) {
+uint64_t OnePoint16(const char* upper, const char* lower, uint32_t fx, uint32_t fy) {
   const auto quad = VXp_Unclipped::Four<VX_Pixel16>(upper, static_cast<int32_t>(lower - upper));
   if ((fx | fy) == 0 || quad.SamePixels()) return quad.p00;
   if (quad.SameAlphas()) return (quad.p00 & 0xFFFF) == 0 ? 0 : MixedAlike(quad, fx, fy);
   return Mixed(quad, VXp_DoubleWeights(fx, fy));
 }
+
+struct BytesRule {
+  static uint32_t One(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
+    if ((fx | fy) == 0 || pairs.SamePixels()) return pairs.First();
+    if (pairs.SameAlphas()) return (pairs.upper & 0xFF) == 0 ? 0 : MixedAlike(pairs, fx, fy);
+    return Mixed(pairs.Quad(), VXp_DoubleWeights(fx, fy));
+  }
+
+  // Single precision tells the whole numbers but for those near to a half. Coarse fractions, which
+  // bring many halves, leave alphas exact, and colours too where the alphas are alike.
+  static unsigned Four(const VXp_FourQuads& quads, const VXp_FourFractions& f, VX_Pixel8* out) {
+    const VXp_WordLanes differences = quads.Differences();
+    const VXp_IntLanes alike = (differences & 0xFFu) == 0, coarse = f.Coarse();
+    VXp_FourMixed mixed;
+    if (VXp_LaneBits(alike) == 0xF) {
+      mixed = VXp_FourAlike(quads, f);
+    } else {
+      mixed = VXp_FourByAlpha(quads, VXp_FourCloseWeights(f));
+      if (VXp_LaneBits(alike & coarse) != 0) mixed.Take(alike, VXp_FourAlike(quads, f));
+    }
+    const VXp_FourRounded rounded(mixed);
+    const VXp_IntLanes kept = (differences == 0) | f.Whole();
+    const VXp_WordLanes sample = rounded.nothing ? VXp_WordLanes{} : rounded.pixels;
+    VXp_Store(out, kept ? quads.p00 : sample);
+    return VXp_LaneBits(((rounded.alpha_is_near & ~coarse) |
+                         (rounded.color_is_near & ~rounded.nothing & ~(alike & coarse))) &
+                        ~kept);
+  }
+};
 
 // The two pixels of a column, and their plain mix, which is exact.
 template <class Pixel>
@@ -269,19 +290,23 @@ void VXp_StraightRow<VX_Pixel16>(const VX_SampPB& record, const VX_Fixed* x, int
   });
 }
 
-template <class Pixel>
-void VXp_StraightLine(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, VX_Fixed dx, VX_Fixed dy,
-                      int32_t count, Pixel* out) {
+template <>
+void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
+                        int32_t count, VX_Pixel8* out) {
   const VX_SampPB* const from = &record;
   VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixLine(*from, x, y, dx, dy, count, out,
-                [](const char* upper, const char* lower, uint32_t fx, uint32_t fy) {
-                  return LinePixel(upper, lower, fx, fy, As<Pixel>{});
-                });
+    VXp_MixPointsByFour<BytesRule>(VXp_Origin<VX_Pixel8>(*from->src), x, y, count, out);
   });
 }
-template VXp_SampleLineCall<VX_Pixel8> VXp_StraightLine<VX_Pixel8>;
-template VXp_SampleLineCall<VX_Pixel16> VXp_StraightLine<VX_Pixel16>;
+
+template <>
+void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
+                        int32_t count, VX_Pixel16* out) {
+  const VX_SampPB* const from = &record;
+  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
+    VXp_MixPoints(*from, x, y, count, out, OnePoint16);
+  });
+}
 
 VX_Err VX_SubpixelSample_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                                   VX_Pixel8* out) {

@@ -7,7 +7,8 @@
 //
 // Every channel is its value + 0.5, truncated and held within 0..255.
 
-#include "indep/VXp_SampleLine.h"
+#include "indep/VXp_BytePairs.h"
+#include "indep/VXp_MixFour.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
@@ -39,19 +40,43 @@ uint32_t InTwoSteps(const VXp_ByteColumns& columns, uint32_t fx) {
   return VXp_Packed8(VXp_Truncated(mixed + 32768.0f) >> 16);
 }
 
+VXp_WordLanes FourFinished(const VXp_FourMixed& mixed) {
+  VXp_IntLanes pixels{};
+  for (int c = 0; c < 4; ++c) pixels |= VXp_Truncated(mixed.channel[c] + 0.5f) << (8 * c);
+  return reinterpret_cast<VXp_WordLanes>(pixels);
+}
+
+struct SingleRule {
+  static uint32_t One(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
+    if ((fx | fy) == 0) return pairs.First();
+    if (pairs.SameAlphas()) return InTwoSteps(VXp_ByteColumns(pairs, fy), fx);
+    const VXp_FloatLanes mixed = VXp_SingleQuad(pairs.Quad()).ByAlpha(VXp_SingleWeights(fx, fy));
+    return mixed[0] < 0.5f ? 0u : Finished(mixed);
+  }
+
+  static unsigned Four(const VXp_FourQuads& quads, const VXp_FourFractions& f, VX_Pixel8* out) {
+    const VXp_IntLanes alike = (quads.Differences() & 0xFFu) == 0;
+    if (VXp_LaneBits(alike) == 0xF) {
+      VXp_Store(out, FourFinished(VXp_FourAlike(quads, f)));
+      return 0;
+    }
+    const VXp_FourMixed mixed = VXp_FourByAlpha(quads, VXp_FourSingleWeights(f));
+    const VXp_IntLanes nothing = mixed.channel[0] < 0.5f;
+    const VXp_WordLanes sample = nothing ? VXp_WordLanes{} : FourFinished(mixed);
+    VXp_Store(out, f.Whole() ? quads.p00 : sample);
+    const unsigned bits = VXp_LaneBits(alike);
+    if (bits == 0) return 0;
+    // Equal alphas that are not 0 come to the same, but for what the roundings do.
+    const VXp_FourRounded rounded(mixed);
+    return bits & VXp_LaneBits(nothing | rounded.color_is_near);
+  }
+};
+
 }  // namespace
 
-[[gnu::flatten]] void VXp_SingleLine(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, VX_Fixed dx,
-                                     VX_Fixed dy, int32_t count, VX_Pixel8* out) {
-  VXp_MixLine(record, x, y, dx, dy, count, out,
-              [](const char* upper, const char* lower, uint32_t fx, uint32_t fy) -> uint32_t {
-                const VXp_BytePairs pairs(upper, lower);
-                if ((fx | fy) == 0) return pairs.First();
-                if (pairs.SameAlphas()) return InTwoSteps(VXp_ByteColumns(pairs, fy), fx);
-                const VXp_FloatLanes mixed =
-                    VXp_SingleQuad(pairs.Quad()).ByAlpha(VXp_SingleWeights(fx, fy));
-                return mixed[0] < 0.5f ? 0u : Finished(mixed);
-              });
+[[gnu::flatten]] void VXp_SinglePoints(const VX_SampPB& record, const VX_Fixed* x,
+                                       const VX_Fixed* y, int32_t count, VX_Pixel8* out) {
+  VXp_MixPointsByFour<SingleRule>(VXp_Origin<VX_Pixel8>(*record.src), x, y, count, out);
 }
 
 VX_Err VX_SubpixelSampleNoClip_Straight_SSE2(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,

@@ -12,7 +12,7 @@
 #include <iterator>
 
 #include "VX/VX_OverrideTable.h"
-#include "indep/VXp_SampleLine.h"
+#include "indep/VXp_SamplePoints.h"
 #include "indep/VXp_SampleRow.h"
 #include "transform/VXp_Line.h"
 
@@ -60,8 +60,9 @@ class VXp_LineSampler {
  public:
   VXp_LineSampler(VX_ProgressInfo* progress, const VX_LayerDef& src)
       : progress_(progress), src_(src), set_(Samplers()) {
-    unclipped_line_ = VXp_LineForm<Pixel>(set_.unclipped);
-    clipped_line_ = VXp_LineForm<Pixel>(set_.clipped);
+    unclipped_points_ = VXp_PointsForm<Pixel>(set_.unclipped);
+    clipped_points_ = VXp_PointsForm<Pixel>(set_.clipped);
+    ends_points_ = VXp_PointsForm<Pixel>(set_.all_in);
     box_row_ = VXp_RowForm<Pixel>(set_.box);
     own_all_in_ = VXp_IsOwn(set_.all_in);
     spans_serve_weights_ = own_all_in_ && VXp_SpansServeWeights(set_);
@@ -107,6 +108,20 @@ class VXp_LineSampler {
     Span(part, {0, part.count}, record, out);
   }
 
+  // Whether the samples of lines inside can be taken by the two forms below, and by which: the
+  // first up to `forward` and from `backward` on, the other between them.
+  bool TakesPoints() const { return unclipped_points_ != nullptr && ends_points_ != nullptr; }
+  VXp_SamplePointsFunc<Pixel> ends_points() const { return ends_points_; }
+  VXp_SamplePointsFunc<Pixel> unclipped_points() const { return unclipped_points_; }
+  VXp_LineParts PartsOfInside(const VXp_Line& line) const {
+    // The integer samplers say nothing of whole places.
+    const auto all_in = [&](int32_t i) {
+      return kIsFloat || ((line.X(i) | line.Y(i)) & 0xFFFF) != 0;
+    };
+    return Ends({0, line.count}, all_in);
+  }
+  bool IsInside(int64_t x, int64_t y) const { return Inside().Holds(x, y); }
+
   // What the fractions of a position weigh the four neighbours with.
   static void Weights(int64_t x, int64_t y, VX_SubpixelWeights* out) {
     VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight(static_cast<uint16_t>(x & 0xFFFF),
@@ -115,12 +130,12 @@ class VXp_LineSampler {
 
   // Bilinear, all of it clipped.
   VXp_LineParts Clipped(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
-    if (clipped_line_ == nullptr) return EachPixel(set_.clipped, line, kEverywhere, record, out);
+    if (clipped_points_ == nullptr) return EachPixel(set_.clipped, line, kEverywhere, record, out);
     const VXp_Run run = Cleared(line, Touched(), out);
     VXp_Run inside = InsideOf(line);
     if (inside.Empty()) inside = {run.end, run.end};
     Sample(set_.clipped, line, {run.first, inside.first}, record, out);
-    Line(clipped_line_, line, inside, record, out);
+    Line(clipped_points_, line, inside, record, out);
     Sample(set_.clipped, line, {inside.end, run.end}, record, out);
     return Ascending(run);
   }
@@ -152,6 +167,7 @@ class VXp_LineSampler {
   }
 
  private:
+  static constexpr bool kIsFloat = std::is_same_v<Pixel, VX_PixelFloat>;
   static constexpr int64_t kFar = int64_t{1} << 40;
   static inline const VXp_Box kEverywhere{{-kFar, kFar}, {-kFar, kFar}};
 
@@ -192,11 +208,22 @@ class VXp_LineSampler {
     }
   }
 
-  static void Line(VXp_SampleLineFunc<Pixel> form, const VXp_Line& line, const VXp_Run& run,
+  static void Line(VXp_SamplePointsFunc<Pixel> form, const VXp_Line& line, const VXp_Run& run,
                    const VX_SampPB& record, Pixel* out) {
-    if (run.Empty()) return;
-    form(record, Fixed(line.X(run.first)), Fixed(line.Y(run.first)), Fixed(line.dx), Fixed(line.dy),
-         run.end - run.first, out + run.first);
+    VX_Fixed x[256], y[256];
+    for (int32_t i = run.first, count = 0; i < run.end; i += count) {
+      count = std::min<int32_t>(run.end - i, std::size(x));
+      Positions(line.X(i), line.dx, count, x);
+      Positions(line.Y(i), line.dy, count, y);
+      form(record, x, y, count, out + i);
+    }
+  }
+
+  // Of an axis, in fours; what lies behind the last may wrap.
+  static void Positions(int64_t first, int64_t step, int32_t count, VX_Fixed* out) {
+    const auto by = static_cast<uint32_t>(step);
+    VXp_WordLanes at = static_cast<uint32_t>(first) + VXp_WordLanes{0, by, 2 * by, 3 * by};
+    for (int32_t k = 0; k < count; k += kVXp_Lanes, at += kVXp_Lanes * by) VXp_Store(out + k, at);
   }
 
   VXp_LineParts EachPixel(VX_SampleFunc<Pixel> sample, const VXp_Line& line, const VXp_Box& box,
@@ -208,8 +235,8 @@ class VXp_LineSampler {
 
   void Unclipped(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record,
                  Pixel* out) const {
-    if (unclipped_line_ != nullptr) {
-      Line(unclipped_line_, line, run, record, out);
+    if (unclipped_points_ != nullptr) {
+      Line(unclipped_points_, line, run, record, out);
     } else {
       Sample(set_.unclipped, line, run, record, out);
     }
@@ -223,6 +250,17 @@ class VXp_LineSampler {
       VX_AlphaSumOf<Pixel> sum{};
       set_.span(progress_, count, Fixed(line.X(i)), Fixed(line.y), &record, &sum, out + i);
     }
+  }
+
+  // From both ends up to a sample that `all_in` is true of.
+  template <class AllIn>
+  static VXp_LineParts Ends(const VXp_Run& run, const AllIn& all_in) {
+    int32_t forward = run.first, backward = run.end;
+    while (forward < run.end && !all_in(forward++)) {
+    }
+    while (backward > forward && !all_in(--backward)) {
+    }
+    return {run.first, forward, backward, run.end};
   }
 
   // Pixels as they are, at positions and an offset that lie in the source.
@@ -253,8 +291,7 @@ class VXp_LineSampler {
   // True where a line goes over whole pixels only. The integer samplers that look never say there
   // that all neighbours are inside, so all of it is theirs, and they give the pixels as they are.
   bool IsWhole(const VXp_Line& line) const {
-    return !std::is_same_v<Pixel, VX_PixelFloat> && own_all_in_ &&
-           ((line.x | line.y | line.dx | line.dy) & 0xFFFF) == 0;
+    return !kIsFloat && own_all_in_ && ((line.x | line.y | line.dx | line.dy) & 0xFFFF) == 0;
   }
 
   template <class Middle>
@@ -271,19 +308,15 @@ class VXp_LineSampler {
       set_.all_in(progress_, Fixed(line.X(i)), Fixed(line.Y(i)), &record, &inside, out + i);
       return inside != 0;
     };
-    int32_t forward = run.first, backward = run.end;
-    while (forward < run.end && !all_in(forward++)) {
-    }
-    while (backward > forward && !all_in(--backward)) {
-    }
-    middle(VXp_Run{forward, backward});
-    return {run.first, forward, backward, run.end};
+    const VXp_LineParts parts = Ends(run, all_in);
+    middle(VXp_Run{parts.forward, parts.backward});
+    return parts;
   }
 
   VX_ProgressInfo* progress_;
   const VX_LayerDef& src_;
   VX_SamplerSet<Pixel> set_;
-  VXp_SampleLineFunc<Pixel> unclipped_line_, clipped_line_;
+  VXp_SamplePointsFunc<Pixel> unclipped_points_, clipped_points_, ends_points_;
   VXp_SampleRowFunc box_row_;
   bool own_all_in_, spans_serve_weights_;
 };

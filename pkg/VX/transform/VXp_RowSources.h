@@ -9,6 +9,7 @@
 //   void NextRow()
 
 #include "transform/VXp_LineSampler.h"
+#include "transform/VXp_MotionBundle.h"
 #include "transform/VXp_MotionSum.h"
 #include "transform/VXp_TransformPlan.h"
 
@@ -145,15 +146,30 @@ class VXp_MotionHighRows {
     } else if (walk_.SlidesByPixels()) {
       SampleSliding(count, out);
     } else {
-      VXp_SampleWays(walk_, {0, count}, out, [this](const VXp_Line& way, Pixel* samples) {
-        return sampler_.Way(way, record_, samples);
-      });
+      SampleBundles(count, out);
     }
     return {0, count, count, count};
   }
   void NextRow() { walk_.NextRow(); }
 
  private:
+  // What lies inside in bundles, the rest pixel by pixel.
+  void SampleBundles(int32_t count, Pixel* out) const {
+    VXp_MotionBundle<Pixel> bundle(sampler_, record_);
+    for (int32_t i = 0; i < count; ++i) {
+      const VXp_Line way = walk_.WayAt(i);
+      if (bundle.Takes(way)) {
+        bundle.Take(way, out + i);
+      } else {
+        bundle.FinishBefore(out + i);
+        VXp_SampleWays(walk_, {i, i + 1}, out, [this](const VXp_Line& line, Pixel* samples) {
+          return sampler_.Way(line, record_, samples);
+        });
+      }
+    }
+    bundle.FinishBefore(out + count);
+  }
+
   // All pixels have the same way, and share the weights of a sub-sample.
   void SampleSliding(int32_t count, Pixel* out) {
     const VXp_Line way = walk_.WayAt(0);

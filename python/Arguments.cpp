@@ -3,15 +3,15 @@
 
 #include "Arguments.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
 namespace vxpy {
 
 namespace {
-
-std::string Quoted(const py::handle& object) { return std::string(py::repr(object)); }
 
 py::sequence Items(const char* name, const py::object& object, const char* what) {
   if (PySequence_Check(object.ptr()) == 0 || PyUnicode_Check(object.ptr()) != 0) {
@@ -24,7 +24,30 @@ py::sequence Items(const char* name, const py::object& object, const char* what)
   throw py::value_error(std::string(name) + ": needs " + what + ", not " + Quoted(object));
 }
 
+// What is beyond the largest float becomes infinite.
+float AsFloat(const char* name, const py::object& number) {
+  const double value = ParseDouble(name, number);
+  if (std::abs(value) > std::numeric_limits<float>::max()) {
+    return std::copysign(std::numeric_limits<float>::infinity(),
+                         static_cast<float>(value > 0 ? 1 : -1));
+  }
+  return static_cast<float>(value);
+}
+
 }  // namespace
+
+std::string Quoted(const py::handle& object) {
+  constexpr size_t kLongest = 80;
+  const auto text = py::reinterpret_steal<py::object>(PyObject_Repr(object.ptr()));
+  if (!text) {  // whole numbers of thousands of digits have none
+    PyErr_Clear();
+    return std::string("<") + Py_TYPE(object.ptr())->tp_name + ">";
+  }
+  auto words = text.cast<std::string>();
+  std::replace(words.begin(), words.end(), '\n', ' ');
+  if (words.size() > kLongest) words = words.substr(0, kLongest) + "...";
+  return words;
+}
 
 const std::vector<ModeName>& Modes() {
   static const std::vector<ModeName> modes = {
@@ -76,12 +99,17 @@ int32_t ParseQuality(const py::object& word) {
   return ParseChoice("quality", word, {"draft", "high"});
 }
 
-double ParseNumber(const char* name, const py::object& number, double least, double largest) {
+double ParseDouble(const char* name, const py::object& number) {
   const double value = PyFloat_AsDouble(number.ptr());
-  if (PyErr_Occurred() != nullptr) {
-    PyErr_Clear();
-    throw py::type_error(std::string(name) + ": needs a number, not " + Quoted(number));
-  }
+  if (value != -1.0 || PyErr_Occurred() == nullptr) return value;
+  const bool too_large = PyErr_ExceptionMatches(PyExc_OverflowError) != 0;
+  PyErr_Clear();
+  if (too_large) throw py::value_error(std::string(name) + ": too large: " + Quoted(number));
+  throw py::type_error(std::string(name) + ": needs a number, not " + Quoted(number));
+}
+
+double ParseNumber(const char* name, const py::object& number, double least, double largest) {
+  const double value = ParseDouble(name, number);
   if (value >= least && value <= largest) return value;
   char text[128];
   std::snprintf(text, sizeof text, "%g is not within %g..%g", value, least, largest);
@@ -109,6 +137,33 @@ int32_t ParseDepth(const py::object& depth) {
   throw py::value_error("depth: 8, 16 or 32 bits a channel, not " + std::to_string(value));
 }
 
+int32_t ParseSide(const char* name, const py::object& side) {
+  return static_cast<int32_t>(ParseWhole(name, side, 1, kLargestSide));
+}
+
+bool ParseFlag(const char* name, const py::object& flag) {
+  if (PyBool_Check(flag.ptr())) return flag.ptr() == Py_True;
+  const std::string type = Py_TYPE(flag.ptr())->tp_name;
+  if (type == "numpy.bool_" || type == "numpy.bool") return PyObject_IsTrue(flag.ptr()) == 1;
+  throw py::type_error(std::string(name) + ": True or False, not " + Quoted(flag));
+}
+
+int32_t ParseChannels(const py::object& channels) {
+  constexpr char kLetters[] = "argb";
+  if (!py::isinstance<py::str>(channels)) {
+    throw py::type_error("channels: letters of argb, not " + Quoted(channels));
+  }
+  int32_t bits = 0;
+  for (const char letter : std::string(py::str(channels))) {
+    const char* const place = letter != 0 ? std::strchr(kLetters, letter) : nullptr;
+    if (place == nullptr) {
+      throw py::value_error("channels: letters of argb, not " + Quoted(channels));
+    }
+    bits |= 1 << (place - kLetters);
+  }
+  return bits;
+}
+
 std::optional<M_Rect> ParseRect(const char* name, const py::object& rect) {
   constexpr char kWhat[] = "(left, top, right, bottom)";
   if (rect.is_none()) return std::nullopt;
@@ -130,6 +185,13 @@ std::optional<M_Rect> ParseRect(const char* name, const py::object& rect) {
   return result;
 }
 
+std::pair<py::object, py::object> ParsePair(const char* name, const py::object& pair,
+                                            const char* what) {
+  const py::sequence items = Items(name, pair, what);
+  if (items.size() != 2) WrongCount(name, what, pair);
+  return {items[0], items[1]};
+}
+
 Place ParsePlace(const char* name, const py::object& at) {
   const py::sequence items = Items(name, at, "(x, y)");
   if (items.size() != 2) WrongCount(name, "(x, y)", at);
@@ -137,13 +199,21 @@ Place ParsePlace(const char* name, const py::object& at) {
           static_cast<int32_t>(ParseWhole(name, py::object(items[1]), INT32_MIN, INT32_MAX))};
 }
 
+M_Point ParsePoint(const char* name, const py::object& at) {
+  const Place place = ParsePlace(name, at);
+  M_Point point{};
+  point.h = static_cast<int16_t>(ParseWhole(name, py::int_(place.x), INT16_MIN, INT16_MAX));
+  point.v = static_cast<int16_t>(ParseWhole(name, py::int_(place.y), INT16_MIN, INT16_MAX));
+  return point;
+}
+
 template <class Pixel>
-Pixel ParseColor(const py::object& color, Order order) {
+Pixel ParsePixel(const char* name, const py::object& pixel, Order order) {
   using Channel = VX_ChannelOf<Pixel>;
   constexpr char kWhat[] = "three or four numbers";
-  const py::sequence items = Items("color", color, kWhat);
+  const py::sequence items = Items(name, pixel, kWhat);
   const size_t count = items.size();
-  if (count != 3 && count != 4) WrongCount("color", kWhat, color);
+  if (count != 3 && count != 4) WrongCount(name, kWhat, pixel);
   constexpr int64_t kFull = std::is_same_v<Channel, uint8_t>    ? 255
                             : std::is_same_v<Channel, uint16_t> ? 32768
                                                                 : 1;
@@ -151,13 +221,9 @@ Pixel ParseColor(const py::object& color, Order order) {
   for (size_t i = 0; i < count; ++i) {
     const py::object item = items[i];
     if constexpr (std::is_same_v<Channel, float>) {
-      const double value = PyFloat_AsDouble(item.ptr());
-      if (PyErr_Occurred() != nullptr) throw py::error_already_set();
-      if (!std::isfinite(value))
-        throw py::value_error("color: " + Quoted(color) + " is not finite");
-      channels[i] = static_cast<float>(value);
+      channels[i] = AsFloat(name, item);
     } else {
-      channels[i] = static_cast<Channel>(ParseWhole("color", item, 0, kFull));
+      channels[i] = static_cast<Channel>(ParseWhole(name, item, 0, kFull));
     }
   }
   if (count == 3) return {static_cast<Channel>(kFull), channels[0], channels[1], channels[2]};
@@ -165,6 +231,19 @@ Pixel ParseColor(const py::object& color, Order order) {
   return {channels[3], channels[0], channels[1], channels[2]};
 }
 
+template <class Pixel>
+Pixel ParseColor(const py::object& color, Order order) {
+  const auto pixel = ParsePixel<Pixel>("color", color, order);
+  if (std::isfinite(pixel.alpha) && std::isfinite(pixel.red) && std::isfinite(pixel.green) &&
+      std::isfinite(pixel.blue)) {
+    return pixel;
+  }
+  throw py::value_error("color: " + Quoted(color) + " is not finite");
+}
+
+template VX_Pixel8 ParsePixel(const char*, const py::object&, Order);
+template VX_Pixel16 ParsePixel(const char*, const py::object&, Order);
+template VX_PixelFloat ParsePixel(const char*, const py::object&, Order);
 template VX_Pixel8 ParseColor(const py::object&, Order);
 template VX_Pixel16 ParseColor(const py::object&, Order);
 template VX_PixelFloat ParseColor(const py::object&, Order);

@@ -5,12 +5,17 @@
 
 #include <pybind11/stl.h>
 
+#include <optional>
+#include <type_traits>
+
 #include "Arguments.h"
 #include "Errors.h"
 #include "Layer.h"
 #include "Pictures.h"
 #include "Subjects.h"
 #include "VX/VX_Blend.h"
+#include "VX/VX_CompositeRect.h"
+#include "VX/VX_OverrideTable.h"
 #include "VX/VX_Transfer.h"
 
 namespace vxpy {
@@ -38,6 +43,39 @@ py::object Transfer(const py::object& dst, const py::object& src, const py::tupl
   return target.Finish();
 }
 
+// The short forms, which take sources multiplied by alpha as well.
+py::object CompositeRect(const py::object& dst, const py::object& src, const py::object& mode_word,
+                         const py::object& opacity_word, const py::object& at,
+                         const py::object& rect, const py::object& field_word,
+                         const py::object& premultiplied_word, const py::object& quality,
+                         const py::object& progress, const py::object& out,
+                         const py::object& order_word) {
+  const Order order = ParseOrder(order_word);
+  const int32_t mode = ParseMode(mode_word);
+  const auto opacity = static_cast<int32_t>(ParseWhole("opacity", opacity_word, 0, 255));
+  const Place place = ParsePlace("at", at);
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const int32_t field = ParseField(field_word);
+  const bool premultiplied = ParseFlag("premultiplied", premultiplied_word);
+  const bool high = ParseQuality(quality) != 0;
+  const Source below(dst, order, "dst"), above(src, order, "src");
+  RequireSameDepth(*below.world(), *above.world(), "dst", "src");
+  Progress polled(progress);
+  Target target = Target::CopyOf(below, out);
+  const WorldPtr source = target.Apart(above);
+  const VX_CompositeRectFunc forms[2][2] = {
+      {VX_CompositeRectDraft_Straight, VX_CompositeRectDraft_Premul},
+      {VX_CompositeRectBest_Straight, VX_CompositeRectBest_Premul}};
+  const auto composite = forms[high ? 1 : 0][premultiplied ? 1 : 0];
+  Run(polled, [&] {
+    return composite(polled.info(), area ? &*area : nullptr, opacity, source->get(), place.x,
+                     place.y, field, mode, target.world());
+  });
+  return target.Finish();
+}
+
+int32_t TransferFlags(const py::object& mode) { return VX_GetTransferFlags(ParseMode(mode)); }
+
 std::vector<std::pair<int32_t, std::string>> ListModes() {
   std::vector<std::pair<int32_t, std::string>> list;
   for (const ModeName& mode : Modes()) list.emplace_back(mode.number, mode.name);
@@ -50,51 +88,80 @@ template <class Pixel>
 struct PixelTables;
 template <>
 struct PixelTables<VX_Pixel8> {
-  static VX_Xfer1OpacityFunc<VX_Pixel8> Of(int32_t mode) {
-    return VXp_G_Xfer1_Opacity_table8[mode];
-  }
-  static uint8_t Opacity(double o) { return static_cast<uint8_t>(o * 255 + 0.5); }
+  static constexpr auto& plain = VXp_G_Xfer1_table8;
+  static constexpr auto& faded = VXp_G_Xfer1_Opacity_table8;
+  static constexpr auto& twice = VXp_G_Xfer1_Opacity2_table8;
+  static constexpr double scale = 255;
 };
 template <>
 struct PixelTables<VX_Pixel16> {
-  static VX_Xfer1OpacityFunc<VX_Pixel16> Of(int32_t mode) {
-    return VXp_G_Xfer1_Opacity_table16[mode];
-  }
-  static uint16_t Opacity(double o) { return static_cast<uint16_t>(o * 32768 + 0.5); }
+  static constexpr auto& plain = VXp_G_Xfer1_table16;
+  static constexpr auto& faded = VXp_G_Xfer1_Opacity_table16;
+  static constexpr auto& twice = VXp_G_Xfer1_Opacity2_table16;
+  static constexpr double scale = 32768;
 };
 template <>
 struct PixelTables<VX_PixelFloat> {
-  static VX_Xfer1OpacityFunc<VX_PixelFloat> Of(int32_t mode) {
-    return VXp_G_Xfer1_Opacity_tableF[mode];
-  }
-  static float Opacity(double o) { return static_cast<float>(o); }
+  static constexpr auto& plain = VXp_G_Xfer1_tableF;
+  static constexpr auto& faded = VXp_G_Xfer1_Opacity_tableF;
+  static constexpr auto& twice = VXp_G_Xfer1_Opacity2_tableF;
+  static constexpr double scale = 1;
 };
+
+// An opacity, and a second one, which are multiplied; none is full.
+struct Opacities {
+  std::optional<double> first, second;
+};
+
+template <class Pixel>
+VX_ChannelOf<Pixel> Weight(std::optional<double> opacity) {
+  const double scaled = opacity.value_or(1) * PixelTables<Pixel>::scale;
+  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) return static_cast<float>(scaled);
+  return static_cast<VX_ChannelOf<Pixel>>(scaled + 0.5);
+}
 
 // Both are contiguous arrays of ... x 4 in the order ARGB; the second is updated.
 template <class Pixel>
-void BlendAll(const py::array& s, const py::array& d, int32_t mode, double opacity,
+void BlendAll(const py::array& s, const py::array& d, int32_t mode, const Opacities& opacities,
               const VX_LinearBlendingTables* tables) {
-  const auto function = PixelTables<Pixel>::Of(mode);
-  const auto weight = PixelTables<Pixel>::Opacity(opacity);
+  using Tables = PixelTables<Pixel>;
+  const auto plain = Tables::plain[mode];
+  const auto faded = Tables::faded[mode];
+  const auto twice = Tables::twice[mode];
+  const auto first = Weight<Pixel>(opacities.first), second = Weight<Pixel>(opacities.second);
   const auto* from = static_cast<const Pixel*>(s.data());
   auto* to = static_cast<Pixel*>(const_cast<void*>(d.data()));
   const py::ssize_t count = d.size() / 4;
   Run([&] {
-    for (py::ssize_t i = 0; i < count; ++i) function(from + i, tables, weight, to + i);
+    for (py::ssize_t i = 0; i < count; ++i) {
+      if (opacities.second) {
+        twice(from + i, tables, first, second, to + i);
+      } else if (opacities.first) {
+        faded(from + i, tables, first, to + i);
+      } else {
+        plain(from + i, tables, to + i);
+      }
+    }
     return VX_Ok;
   });
 }
 
+std::optional<double> ParseOpacity(const char* name, const py::object& opacity) {
+  if (opacity.is_none()) return std::nullopt;
+  return ParseNumber(name, opacity, 0, 1);
+}
+
 void BlendPixels(const py::array& s, const py::array& d, const py::object& mode_word,
-                 const py::object& opacity_word, const py::object& tables_word) {
+                 const py::object& opacity, const py::object& opacity2,
+                 const py::object& tables_word) {
   const int32_t mode = ParseMode(mode_word);
   if (mode < 0) throw py::value_error("mode: only whole pictures have it, not single pixels");
-  const double opacity = ParseNumber("opacity", opacity_word, 0, 1);
+  const Opacities opacities{ParseOpacity("opacity", opacity), ParseOpacity("opacity2", opacity2)};
   const LinearTablesPtr tables = ParseTables(tables_word);
   switch (DepthOf(d, "d")) {
-    case 8: return BlendAll<VX_Pixel8>(s, d, mode, opacity, tables.get());
-    case 16: return BlendAll<VX_Pixel16>(s, d, mode, opacity, tables.get());
-    default: return BlendAll<VX_PixelFloat>(s, d, mode, opacity, tables.get());
+    case 8: return BlendAll<VX_Pixel8>(s, d, mode, opacities, tables.get());
+    case 16: return BlendAll<VX_Pixel16>(s, d, mode, opacities, tables.get());
+    default: return BlendAll<VX_PixelFloat>(s, d, mode, opacities, tables.get());
   }
 }
 
@@ -102,6 +169,8 @@ void BlendPixels(const py::array& s, const py::array& d, const py::object& mode_
 
 void AddBlend(py::module_& module) {
   module.def("transfer", &Transfer);
+  module.def("composite_rect", &CompositeRect);
+  module.def("transfer_flags", &TransferFlags);
   module.def("modes", &ListModes);
   module.def("blend_pixels", &BlendPixels);
 }

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Profiles, settings, tables for linear light, colour spaces.
+// Profiles, settings, tables for linear light.
 
 #include <pybind11/stl.h>
 
@@ -13,7 +13,6 @@
 #include "Pictures.h"
 #include "Subjects.h"
 #include "VX/VX_ColorSettings.h"
-#include "VX/VX_ColorSpaces.h"
 #include "VXIO/VXIO_Profile.h"
 
 namespace vxpy {
@@ -38,14 +37,22 @@ void RunEngine(const char* what, Function&& function) {
   throw py::value_error(std::string(what) + ": " + COR_QCE_StatusText(status));
 }
 
-Profile OfName(const std::string& name) {
+Profile OfName(const py::object& word) {
+  if (!py::isinstance<py::str>(word)) {
+    throw py::type_error("name: one of Profile.names(), not " + Quoted(word));
+  }
+  const auto name = word.cast<std::string>();
   Profile made;
   RunEngine("name", [&] { return COR_QCE_ProfileFromName(name.c_str(), &made.profile); });
   return made;
 }
 
-Profile OfBytes(const py::bytes& bytes) {
-  const std::string data = bytes;
+Profile OfBytes(const py::object& bytes) {
+  if (!py::isinstance<py::bytes>(bytes)) {
+    throw py::type_error("profile: needs the bytes of an ICC profile, not " + Quoted(bytes) +
+                         "; Profile.named takes names");
+  }
+  const auto data = bytes.cast<std::string>();
   Profile made;
   RunEngine("profile",
             [&] { return COR_QCE_ProfileFromMemory(data.data(), data.size(), &made.profile); });
@@ -70,7 +77,8 @@ Profile Linear(const Profile& profile) {
   return made;
 }
 
-LinearTables TablesOf(const Profile& profile) {
+LinearTables TablesOf(const py::object& word) {
+  const auto& profile = ParseObject<Profile>("profile", word);
   LinearTables made;
   RunEngine("profile", [&] {
     made.tables = VX_MakeLinearizationTables(profile.profile);
@@ -85,8 +93,11 @@ py::array Table(const uint16_t* entries, size_t count) {
   return array;
 }
 
-py::object ConvertColors(const py::object& picture, const Profile& from, const Profile& to,
-                         const py::object& out, const py::object& order_word) {
+py::object ConvertColors(const py::object& picture, const py::object& from_word,
+                         const py::object& to_word, const py::object& out,
+                         const py::object& order_word) {
+  const auto& from = ParseObject<Profile>("source", from_word);
+  const auto& to = ParseObject<Profile>("target", to_word);
   const Source source(picture, ParseOrder(order_word), "picture");
   const int32_t depth = source.depth();
   Target target = Target::CopyOf(source, out);
@@ -174,42 +185,20 @@ class Settings {
   VX_ColorSettings settings_;
 };
 
-// --- colour spaces -------------------------------------------------------------------------------
-
-using ToSpaceFunc = VX_Err (*)(void*, const VX_PixelFloat*, float[3]);
-using FromSpaceFunc = VX_Err (*)(void*, const float[3], VX_PixelFloat*);
-
-py::tuple ToSpace(ToSpaceFunc function, const py::object& color) {
-  const auto pixel = ParseColor<VX_PixelFloat>(color, Order::Rgba);
-  float out[3];
-  Check(function(nullptr, &pixel, out));
-  return py::make_tuple(out[0], out[1], out[2]);
-}
-
-py::tuple FromSpace(FromSpaceFunc function, const py::object& color) {
-  const auto pixel = ParseColor<VX_PixelFloat>(color, Order::Rgba);
-  const float in[3] = {pixel.red, pixel.green, pixel.blue};
-  VX_PixelFloat rgb{};
-  Check(function(nullptr, in, &rgb));
-  return py::make_tuple(rgb.red, rgb.green, rgb.blue);
-}
-
-void AddSpaces(py::module_& module) {
-  module.def("rgb_to_hls",
-             [](const py::object& c) { return ToSpace(VX_RGBtoHLS_StraightFloat, c); });
-  module.def("hls_to_rgb",
-             [](const py::object& c) { return FromSpace(VX_HLStoRGB_StraightFloat, c); });
-  module.def("rgb_to_yiq",
-             [](const py::object& c) { return ToSpace(VX_RGBtoYIQ_StraightFloat, c); });
-  module.def("yiq_to_rgb",
-             [](const py::object& c) { return FromSpace(VX_YIQtoRGB_StraightFloat, c); });
-  module.def("luminance", [](const py::object& color) {
-    const auto pixel = ParseColor<VX_PixelFloat>(color, Order::Rgba);
-    float out = 0;
-    Check(VX_Luminance_StraightFloat(nullptr, &pixel, &out));
-    return out;
+// Those for callers without settings of their own belong to the library: a copy of their choices.
+std::unique_ptr<Settings> Emergency() {
+  Profile profile;
+  RunEngine("settings", [&] {
+    static std::mutex first_call;
+    const std::lock_guard lock(first_call);
+    profile.profile = VX_GetEmergencyColorSettings()->GetProfile();
+    return QCE_Ok;
   });
+  return std::make_unique<Settings>(profile);
 }
+
+// --- classes
+// ---------------------------------------------------------------------------------------
 
 void AddProfile(py::module_& module) {
   py::class_<Profile>(module, "Profile",
@@ -261,7 +250,12 @@ void AddColor(py::module_& module) {
   py::class_<Settings>(module, "ColorSettings",
                        "In which colours a project works: ColorSettings(profile). linearize works "
                        "in linear light throughout, linear_blending blends in it only.")
-      .def(py::init<const Profile&>(), py::arg("profile"))
+      .def(py::init([](const py::object& profile) {
+             return std::make_unique<Settings>(ParseObject<Profile>("profile", profile));
+           }),
+           py::arg("profile"))
+      .def_static("emergency", &Emergency,
+                  "For callers that have no settings of a project: sRGB, blending as stored.")
       .def(
           "copy", [](const Settings& s) { return Settings(s); },
           "The same choices; what was made from them is made anew.")
@@ -282,7 +276,6 @@ void AddColor(py::module_& module) {
       .def_property_readonly("name", &Settings::GetName, "For people.")
       .def("__eq__", &Settings::Equals, py::is_operator());
   module.def("convert_colors", &ConvertColors);
-  AddSpaces(module);
 }
 
 }  // namespace vxpy

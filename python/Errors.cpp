@@ -37,13 +37,6 @@ const char* Meaning(VX_Err code) {
   throw py::error_already_set();
 }
 
-// The package starts and ends alone.
-void RefuseWhileBusy(const char* what) {
-  if (calls.load() != 0) {
-    throw std::runtime_error(std::string(what) + ": other threads are still working on pixels");
-  }
-}
-
 }  // namespace
 
 void AddErrors(py::module_& module) {
@@ -67,6 +60,11 @@ void Check(VX_Err code) {
   Throw(code, reports.empty() ? Meaning(code) : reports.back().text);
 }
 
+void Alone(const char* what) {
+  if (calls.load() == 0) return;
+  throw std::runtime_error(std::string(what) + ": other calls are still at work");
+}
+
 void Birth() {
   if (born.load()) return;
   Check(VX_CheckVersions(0x250000, VX_PKG_VERSION));
@@ -77,11 +75,12 @@ void Birth() {
   born = true;
 }
 
-void Death() {
-  if (!born.load()) return;
-  RefuseWhileBusy("death");
+bool Death() {
+  if (!born.load()) return false;
+  Alone("death");
   born = false;
   Check(VX_Death());
+  return true;
 }
 
 Call::Call() {

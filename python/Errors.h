@@ -27,7 +27,9 @@ void Check(VX_Err code);
 
 // The package is born and dies once at a time; nothing runs while it does.
 void Birth();
-void Death();
+bool Death();  // whether it lived
+// RuntimeError while a call works, on another thread or further out on this one.
+void Alone(const char* what);
 
 // One call into the library: refuses after death, forgets old reports, counts.
 class Call {
@@ -71,16 +73,16 @@ VX_Err CodeOf(Function&& function) {
 }
 
 // Runs function() -> VX_Err without the interpreter's lock. Only for functions that touch no object
-// of Python.
-template <class Function>
-void Run(Progress& progress, Function&& function) {
+// of Python. What the watch, a Progress or alike, has caught goes before what the code says.
+template <class Watch, class Function>
+void Run(Watch& watch, Function&& function) {
   const Call call;
   VX_Err code;
   {
     const py::gil_scoped_release release;
     code = CodeOf(std::forward<Function>(function));
   }
-  progress.Rethrow();
+  watch.Rethrow();
   Check(code);
 }
 

@@ -3,7 +3,7 @@
 
 // Kernels, convolution and blurs.
 
-#include <cstring>
+#include <vector>
 
 #include "Arguments.h"
 #include "Errors.h"
@@ -16,8 +16,12 @@ namespace vxpy {
 
 namespace {
 
-py::array_t<int32_t> GaussianKernel(const py::object& radius_word, bool one_dimensional,
-                                    bool normalize, const py::object& multiplier_word) {
+py::array_t<int32_t> GaussianKernel(const py::object& radius_word,
+                                    const py::object& one_dimensional_word,
+                                    const py::object& normalize_word,
+                                    const py::object& multiplier_word) {
+  const bool one_dimensional = ParseFlag("one_dimensional", one_dimensional_word);
+  const bool normalize = ParseFlag("normalize", normalize_word);
   const double radius = ParseNumber("radius", radius_word, 0, 4096);
   const double multiplier = ParseNumber("multiplier", multiplier_word, -1e6, 1e6);
   const int32_t flags =
@@ -44,26 +48,25 @@ Kernel ParseKernel(const char* name, const py::handle& object) {
     PyErr_Clear();
     throw py::type_error(std::string(name) + ": needs an array of whole numbers (256 is 1)");
   }
-  const auto array = py::array_t<int64_t, py::array::c_style | py::array::forcecast>(given);
-  const bool line = array.ndim() == 1;
-  if (!(line || (array.ndim() == 2 && array.shape(0) == array.shape(1))) ||
-      array.shape(0) % 2 == 0 || array.shape(0) > 1023) {
+  const bool line = given.ndim() == 1;
+  if (!(line || (given.ndim() == 2 && given.shape(0) == given.shape(1))) ||
+      given.shape(0) % 2 == 0 || given.shape(0) > 1023) {
     throw py::value_error(std::string(name) + ": " + Describe(given) +
                           "; a kernel is odd x odd or of one dimension, at most 1023 a side");
   }
-  Kernel kernel{{}, static_cast<int32_t>(array.shape(0)), line};
-  for (py::ssize_t i = 0; i < array.size(); ++i) {
-    if (array.data()[i] < INT32_MIN || array.data()[i] > INT32_MAX) {
-      throw py::value_error(std::string(name) + ": weights have 32 bits");
-    }
-    kernel.weights.push_back(static_cast<int32_t>(array.data()[i]));
+  for (const char* extreme : {"min", "max"}) {
+    ParseWhole(name, given.attr(extreme)(), INT32_MIN, INT32_MAX);
   }
-  return kernel;
+  const auto array = py::array_t<int32_t, py::array::c_style | py::array::forcecast>(given);
+  return {{array.data(), array.data() + array.size()}, static_cast<int32_t>(array.shape(0)), line};
 }
 
-py::object Convolve(const py::object& picture, const py::object& kernels, bool normalize,
-                    bool clamp, const py::object& axis, const py::object& progress,
-                    const py::object& out, const py::object& order_word) {
+py::object Convolve(const py::object& picture, const py::object& kernels,
+                    const py::object& normalize_word, const py::object& clamp_word,
+                    const py::object& axis, const py::object& progress, const py::object& out,
+                    const py::object& order_word) {
+  const bool normalize = ParseFlag("normalize", normalize_word);
+  const bool clamp = ParseFlag("clamp", clamp_word);
   const Order order = ParseOrder(order_word);
   Kernel list[4];
   if (py::isinstance<py::tuple>(kernels)) {
@@ -100,22 +103,6 @@ py::object Convolve(const py::object& picture, const py::object& kernels, bool n
   return target.Finish();
 }
 
-int32_t ParseChannels(const py::object& channels) {
-  constexpr char kLetters[] = "argb";
-  if (!py::isinstance<py::str>(channels)) {
-    throw py::type_error("channels: letters of argb, not " + std::string(py::repr(channels)));
-  }
-  int32_t bits = 0;
-  for (const char letter : std::string(py::str(channels))) {
-    const char* const place = letter != 0 ? std::strchr(kLetters, letter) : nullptr;
-    if (place == nullptr) {
-      throw py::value_error("channels: letters of argb, not " + std::string(py::repr(channels)));
-    }
-    bits |= 1 << (place - kLetters);
-  }
-  return bits;
-}
-
 float ParseRadius(const char* name, const py::object& radius) {
   return static_cast<float>(ParseNumber(name, radius, 0, VX_Blur_MaxRadius));
 }
@@ -127,8 +114,9 @@ int32_t ParseBlurFlags(const py::object& channels, const py::object& edge) {
 
 py::object Blur(const py::object& picture, const py::object& radius_x, const py::object& radius_y,
                 const py::object& kind, const py::object& iterations, const py::object& channels,
-                const py::object& edge, bool grow, const py::object& progress,
+                const py::object& edge, const py::object& grow_word, const py::object& progress,
                 const py::object& out, const py::object& order_word) {
+  const bool grow = ParseFlag("grow", grow_word);
   VX_BlurSpec spec{};
   spec.kind =
       ParseChoice("kind", kind, {"gaussian", "box"}) == 1 ? VX_BlurKind_Box : VX_BlurKind_Gaussian;
@@ -161,9 +149,12 @@ py::object Blur(const py::object& picture, const py::object& radius_x, const py:
 py::object BlurPass(const py::object& picture, const py::object& radius_word,
                     const py::object& kind, const py::object& iterations_word,
                     const py::object& channels, const py::object& edge, const py::object& axis,
-                    bool transpose, bool src_premultiplied, bool dst_premultiplied,
-                    const py::object& progress, const py::object& out,
-                    const py::object& order_word) {
+                    const py::object& transpose_word, const py::object& src_premultiplied_word,
+                    const py::object& dst_premultiplied_word, const py::object& progress,
+                    const py::object& out, const py::object& order_word) {
+  const bool transpose = ParseFlag("transpose", transpose_word);
+  const bool src_premultiplied = ParseFlag("src_premultiplied", src_premultiplied_word);
+  const bool dst_premultiplied = ParseFlag("dst_premultiplied", dst_premultiplied_word);
   const bool box = ParseChoice("kind", kind, {"gaussian", "box"}) == 1;
   const float radius = ParseRadius("radius", radius_word);
   const auto iterations =
@@ -196,7 +187,8 @@ py::object BlurPass(const py::object& picture, const py::object& radius_word,
 
 void AddFilters(py::module_& module) {
   module.def("gaussian_kernel", &GaussianKernel);
-  module.def("gaussian_value", &VXp_GaussianValue);
+  module.def("gaussian_value",
+             [](const py::object& d) { return VXp_GaussianValue(ParseDouble("d", d)); });
   module.def("convolve", &Convolve);
   module.def("blur", &Blur);
   module.def("blur_pass", &BlurPass);

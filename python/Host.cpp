@@ -13,6 +13,7 @@
 #include "Errors.h"
 #include "Subjects.h"
 #include "VX/VX_OverrideTable.h"
+#include "VX/VX_Package.h"
 #include "host/VXHost.h"
 
 namespace vxpy {
@@ -24,9 +25,9 @@ bool Has(int32_t word) { return U_G_CPU_DataP[word] != 0; }
 // Routines are chosen at birth, so the library ends and begins again around a change.
 template <class Function>
 void Reborn(Function&& change) {
-  Death();
+  const bool lived = Death();
   change();
-  Birth();
+  if (lived) Birth();
 }
 
 void SetProcessor(const py::object& level_word) {
@@ -56,15 +57,27 @@ void SetModuleFolders(const std::vector<std::string>& folders) {
   Reborn([&] { VXHost_SetModuleFolders(folders); });
 }
 
-std::vector<std::pair<int32_t, std::string>> Slots() {
-  return {
-#define VX_SLOT(number, name, type) {number, #name},
-#define VX_NULL_SLOT(number)
-#include "VX/VX_OverrideSlots.def"
-#undef VX_SLOT
-#undef VX_NULL_SLOT
-  };
+// (number, name, signature, state) of each slot that has a routine.
+std::vector<std::tuple<int32_t, std::string, std::string, std::string>> Slots() {
+  constexpr const char* kStates[] = {"none", "built-in", "not-built", "replaced"};
+  std::vector<std::tuple<int32_t, std::string, std::string, std::string>> list;
+  for (int32_t number = 0; number < VX_OverrideSlotCount; ++number) {
+    VX_SlotDescription slot{};
+    Check(VX_DescribeSlot(number, &slot));
+    if (slot.name != nullptr) {
+      list.emplace_back(number, slot.name, slot.signature, kStates[slot.state]);
+    }
+  }
+  return list;
 }
+
+void FreeMemory() {
+  Alone("free_memory");
+  const Call call;
+  Check(VX_FreeUpSomeMemory());
+}
+
+uint32_t ObjectVersion() { return VX_PkgObjectVersion(); }
 
 std::vector<std::tuple<std::string, int32_t, int32_t>> Suites() {
   std::vector<std::tuple<std::string, int32_t, int32_t>> list;
@@ -84,6 +97,8 @@ void AddHost(py::module_& module) {
   module.def("set_module_folders", &SetModuleFolders);
   module.def("module_folders", &VXHost_GetModuleFolders);
   module.def("slots", &Slots);
+  module.def("free_memory", &FreeMemory);
+  module.def("object_version", &ObjectVersion);
   module.def("suites", &Suites);
 }
 

@@ -9,13 +9,9 @@ namespace vxpy {
 
 namespace {
 
-int16_t ParseShort(const char* name, int32_t number) {
-  return static_cast<int16_t>(ParseWhole(name, py::int_(number), INT16_MIN, INT16_MAX));
-}
-
 VX_CompositeModePlus ModeOf(const LayerWords& words, const VX_LinearBlendingTables* tables) {
   return {ParseMode(words.mode), static_cast<float>(ParseNumber("opacity", words.opacity, 0, 1)),
-          tables, PyObject_IsTrue(words.keep_alpha.ptr()) == 1,
+          tables, ParseFlag("keep_alpha", words.keep_alpha),
           static_cast<int32_t>(ParseWhole("seed", words.seed, INT32_MIN, INT32_MAX))};
 }
 
@@ -39,9 +35,9 @@ Layer::Layer(const LayerWords& words, const Source& below, Order order)
   if (words.mask.is_none()) return;
   mask_.emplace(words.mask, order, "mask");
   RequireSameDepth(*below.world(), *mask_->world(), "dst", "mask");
-  const Place at = ParsePlace("mask_at", words.mask_at);
-  spec_.offsetH = ParseShort("mask_at", at.x);
-  spec_.offsetV = ParseShort("mask_at", at.y);
+  const M_Point at = ParsePoint("mask_at", words.mask_at);
+  spec_.offsetH = at.h;
+  spec_.offsetV = at.v;
   spec_.what =
       ParseChoice("mask_use", words.mask_use, {"alpha", "inverse-alpha", "luma", "inverse-luma"});
 }

@@ -4,6 +4,7 @@
 
 // The tables for linear light as an argument.
 
+#include "Arguments.h"
 #include "Pictures.h"
 #include "VX/VX_ColorSettings.h"
 
@@ -19,11 +20,7 @@ struct LinearTables {
 // A vx.LinearTables, or None for null.
 inline LinearTablesPtr ParseTables(const py::object& tables) {
   if (tables.is_none()) return nullptr;
-  if (!py::isinstance<LinearTables>(tables)) {
-    throw py::type_error("tables: needs vx.LinearTables or None, not " +
-                         std::string(py::repr(tables)));
-  }
-  return tables.cast<const LinearTables&>().tables;
+  return ParseObject<LinearTables>("tables", tables).tables;
 }
 
 }  // namespace vxpy

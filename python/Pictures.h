@@ -10,21 +10,13 @@
 // Nothing but `out` is changed, and `out` only when the work was done, unless it is a world or an
 // ARGB array, which are drawn on directly.
 
-#include <pybind11/numpy.h>
-#include <pybind11/pybind11.h>
-
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "VX/VX_World.h"
+#include "Layout.h"
 
 namespace vxpy {
-
-namespace py = pybind11;
-
-enum class Order { Rgba, Argb };
-Order ParseOrder(const py::object& word);
 
 // vx.World: pixels of its own, or a view on an array that it keeps alive.
 class World {
@@ -45,12 +37,6 @@ class World {
   bool writable_;
 };
 using WorldPtr = std::shared_ptr<World>;
-
-// Depth of an array: 8, 16 or 32 by its dtype; TypeError for others, with shape, dtype and strides.
-int32_t DepthOf(const py::array& array, const char* name);
-
-// "shape (4, 4, 2), dtype float64, strides (64, 16, 8)"
-std::string Describe(const py::array& array);
 
 // A picture to read from: a World, or an array of height x width x 4 or 3.
 class Source {
@@ -107,6 +93,12 @@ class Target {
 
 // Both of a pair of pictures must have one size or one depth: ValueError.
 void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name, const char* b_name);
+
+// Pixels of a world's own, made within a call of the library: births and deaths must not cross it.
+std::unique_ptr<VX_World> NewPixels(int32_t width, int32_t height, int32_t depth, uint32_t flags);
+
+// The argument as an array: TypeError.
+const py::array& AsArray(const py::object& object, const char* name);
 
 // A new array of height x width x 4 with the pixels of a world.
 py::array ArrayOf(const World& world, Order order);

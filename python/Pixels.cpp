@@ -61,6 +61,35 @@ py::object ClearAlphaOutside(const py::object& picture, const py::object& rect,
   return target.Finish();
 }
 
+// What a member of the world does in place.
+template <class Change>
+py::object Changed(const py::object& picture, const py::object& out, const py::object& order_word,
+                   Change&& change) {
+  const Source source(picture, ParseOrder(order_word), "picture");
+  Target target = Target::CopyOf(source, out);
+  Run([&] {
+    change(*target.world());
+    return VX_Ok;
+  });
+  return target.Finish();
+}
+
+py::object FillAlpha(const py::object& picture, const py::object& out, const py::object& order) {
+  return Changed(picture, out, order, [](VX_World& world) { world.FillAlpha(); });
+}
+
+py::object InvertAlpha(const py::object& picture, const py::object& out, const py::object& order) {
+  return Changed(picture, out, order, [](VX_World& world) { world.InvertAlpha(); });
+}
+
+py::object ClearOutside(const py::object& picture, const py::object& rect, const py::object& out,
+                        const py::object& order) {
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  return Changed(picture, out, order, [&](VX_World& world) {
+    if (area) world.ClearExceptRect(*area);
+  });
+}
+
 py::object Premultiply(const py::object& picture, bool forward, const py::object& color,
                        const py::object& rect, const py::object& out,
                        const py::object& order_word) {
@@ -85,9 +114,10 @@ py::object Premultiply(const py::object& picture, bool forward, const py::object
   return target.Finish();
 }
 
-py::object Convert(const py::object& picture, const py::object& depth_word, bool dither,
-                   const py::object& progress, const py::object& out,
+py::object Convert(const py::object& picture, const py::object& depth_word,
+                   const py::object& dither_word, const py::object& progress, const py::object& out,
                    const py::object& order_word) {
+  const bool dither = ParseFlag("dither", dither_word);
   const int32_t depth = ParseDepth(depth_word);
   const Source source(picture, ParseOrder(order_word), "picture");
   const VX_World& from = *source.world();
@@ -102,8 +132,10 @@ py::object Convert(const py::object& picture, const py::object& depth_word, bool
 }
 
 py::object Copy(const py::object& dst, const py::object& src, const py::object& src_rect,
-                const py::object& dst_rect, const py::object& quality, bool premultiplied,
-                const py::object& out, const py::object& order_word) {
+                const py::object& dst_rect, const py::object& quality,
+                const py::object& premultiplied_word, const py::object& out,
+                const py::object& order_word) {
+  const bool premultiplied = ParseFlag("premultiplied", premultiplied_word);
   const Order order = ParseOrder(order_word);
   const bool high = ParseQuality(quality) != 0;
   const std::optional<M_Rect> from = ParseRect("src_rect", src_rect);
@@ -122,8 +154,8 @@ py::object Copy(const py::object& dst, const py::object& src, const py::object& 
 py::object Resize(const py::object& picture, const py::object& width, const py::object& height,
                   const py::object& quality, const py::object& progress, const py::object& out,
                   const py::object& order_word) {
-  const auto wide = static_cast<int32_t>(ParseWhole("width", width, 1, 30000));
-  const auto high = static_cast<int32_t>(ParseWhole("height", height, 1, 30000));
+  const auto wide = ParseSide("width", width);
+  const auto high = ParseSide("height", height);
   const int32_t level = ParseQuality(quality);
   const Source source(picture, ParseOrder(order_word), "picture");
   Progress polled(progress);
@@ -134,8 +166,9 @@ py::object Resize(const py::object& picture, const py::object& width, const py::
 }
 
 py::object Mix(const py::object& a, const py::object& b, const py::object& ratio,
-               bool premultiplied, const py::object& progress, const py::object& out,
-               const py::object& order_word) {
+               const py::object& premultiplied_word, const py::object& progress,
+               const py::object& out, const py::object& order_word) {
+  const bool premultiplied = ParseFlag("premultiplied", premultiplied_word);
   const Order order = ParseOrder(order_word);
   const auto share = static_cast<VX_Fixed>(ParseNumber("ratio", ratio, 0, 1) * 65536 + 0.5);
   const Source first(a, order, "a"), second(b, order, "b");
@@ -145,6 +178,42 @@ py::object Mix(const py::object& a, const py::object& b, const py::object& ratio
   const WorldPtr from = target.Apart(first), to = target.Apart(second);
   const auto mix = premultiplied ? VX_Blend_Premul : VX_Blend_Straight;
   Run(polled, [&] { return mix(polled.info(), from->get(), to->get(), share, target.world()); });
+  return target.Finish();
+}
+
+// A level for each channel; four numbers, or three and alpha 1.
+VX_PixelFloat ParseLevels(const char* name, const py::object& levels, float none, Order order) {
+  if (levels.is_none()) return {none, none, none, none};
+  return ParsePixel<VX_PixelFloat>(name, levels, order);
+}
+
+py::object Blit(const py::object& dst, const py::object& src, const py::object& at,
+                const py::object& rect, const py::object& low_word, const py::object& high_word,
+                const py::object& invert_alpha_word, const py::object& out,
+                const py::object& order_word) {
+  const Order order = ParseOrder(order_word);
+  const Place place = ParsePlace("at", at);
+  const std::optional<M_Rect> area = ParseRect("rect", rect);
+  const VX_PixelFloat low = ParseLevels("low", low_word, 0, order);
+  const VX_PixelFloat high = ParseLevels("high", high_word, 1, order);
+  const bool lookup = !low_word.is_none() || !high_word.is_none();
+  const bool invert_alpha = ParseFlag("invert_alpha", invert_alpha_word);
+  const Source below(dst, order, "dst"), above(src, order, "src");
+  if (below.depth() != 8) throw py::value_error("dst: needs 8 bits a channel");
+  Target target = Target::CopyOf(below, out);
+  const WorldPtr source = target.Apart(above);
+  const VX_World& from = *source->get();
+  M_LPoint corner{};
+  corner.h = place.x;
+  corner.v = place.y;
+  M_Rect whole{};
+  whole.right = static_cast<int16_t>(from.width);
+  whole.bottom = static_cast<int16_t>(from.height);
+  Run([&] {
+    VX_WorldX<VX_Pixel8> to(target.world(), /*keep_all=*/true);
+    return VX_SpecialCasePixelBlit(&from, corner, lookup, invert_alpha, low, high,
+                                   area ? *area : whole, &to);
+  });
   return target.Finish();
 }
 
@@ -205,6 +274,10 @@ py::tuple Rand(const py::object& state) {
 void AddPixels(py::module_& module) {
   module.def("fill", &Fill);
   module.def("clear_alpha_outside", &ClearAlphaOutside);
+  module.def("clear_outside", &ClearOutside);
+  module.def("fill_alpha", &FillAlpha);
+  module.def("invert_alpha", &InvertAlpha);
+  module.def("blit", &Blit);
   module.def("premultiply", &Premultiply);
   module.def("convert", &Convert);
   module.def("copy", &Copy);
@@ -213,7 +286,9 @@ void AddPixels(py::module_& module) {
   module.def("look_up", &LookUp);
   module.def("guess_alpha", &GuessAlpha);
   module.def("rand", &Rand);
-  module.def("hypot", &VX_Hypot);
+  module.def("hypot", [](const py::object& x, const py::object& y) {
+    return VX_Hypot(ParseDouble("x", x), ParseDouble("y", y));
+  });
   module.def("reset_dither", &VX_ResetDitherRandomIndex);
 }
 

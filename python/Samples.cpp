@@ -52,6 +52,18 @@ VX_Err OneOfFour(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y, const VX_Sam
   return code;
 }
 
+VX_Err OneOfFourWeighted(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
+                         VX_Pixel8* out) {
+  const VX_Fixed positions[8] = {x, y, x, y, x, y, x, y};
+  VX_SubpixelWeights weights;
+  VX_SubpixelSampleComputeWeight(static_cast<uint16_t>(x), static_cast<uint16_t>(y), &weights);
+  VX_Pixel8 four[4];
+  const VX_Err code =
+      VX_SubpixelSampleTranslateNoClip_Straight_4(progress, positions, &weights, record, four);
+  *out = four[0];
+  return code;
+}
+
 const Sampler kSamplers[] = {
     {"nearest", VX_NNSample, VX_NNSample16, VX_NNSampleFloat, false},
     {"bilinear", VX_SubpixelSample_Straight, VX_SubpixelSample_Straight16,
@@ -73,6 +85,7 @@ const Sampler kSamplers[] = {
     {"inside-weighted", Weighted<VX_Pixel8, VX_SubpixelSampleTranslateNoClip_Straight>,
      Weighted<VX_Pixel16, VX_SubpixelSampleTranslateNoClip_Straight16>,
      Weighted<VX_PixelFloat, VX_SubpixelSampleTranslateNoClipCPlusPlusFloat>, true},
+    {"inside-four-weighted", OneOfFourWeighted, nullptr, nullptr, true},
     {"inside-span", SpanOfOne<VX_Pixel8, VX_SubpixelSpanSampleTranslateNoClip_Straight>,
      SpanOfOne<VX_Pixel16, VX_SubpixelSpanSampleTranslateNoClip_Straight16>,
      SpanOfOne<VX_PixelFloat, VX_SubpixelSpanSampleCPlusPlusFloat>, true},
@@ -153,14 +166,46 @@ py::array Sample(const py::object& picture, const py::array_t<double>& x,
   if (!known) {
     throw py::value_error("sampler: \"" + std::string(sampler.name) + "\" is for 8 bits only");
   }
-  const py::dtype type = source.depth() == 8    ? py::dtype::of<uint8_t>()
-                         : source.depth() == 16 ? py::dtype::of<uint16_t>()
-                                                : py::dtype::of<float>();
-  py::array out(type, {x.size(), py::ssize_t{4}});
+  py::array out(TypeOf(source.depth()), {x.size(), py::ssize_t{4}});
   if (source.depth() == 8) SampleAll(sampler.bytes, record, positions, out);
   if (source.depth() == 16) SampleAll(sampler.words, record, positions, out);
   if (source.depth() == 32) SampleAll(sampler.floats, record, positions, out);
   return out;
+}
+
+template <class Pixel>
+void SampleAllIn(VX_SampleAllInFunc<Pixel> sampler, VX_World* world, const Positions& positions,
+                 const py::array& out, uint8_t* inside) {
+  VX_SampPB record{};
+  record.src = world;
+  auto* const pixels = static_cast<Pixel*>(const_cast<void*>(out.data()));
+  Run([&] {
+    for (size_t i = 0; i < positions.x.size(); ++i) {
+      sampler(nullptr, positions.x[i], positions.y[i], &record, inside + i, pixels + i);
+    }
+    return VX_Ok;
+  });
+}
+
+// (count x 4 in ARGB, count bytes of 0 or 1)
+py::tuple SampleWithInside(const py::object& picture, const py::array_t<double>& x,
+                           const py::array_t<double>& y, const py::object& order_word) {
+  const Source source(picture, ParseOrder(order_word), "picture");
+  VX_World* const world = source.world();
+  const Positions positions = ParsePositions(x, y, *world, /*unclipped=*/false);
+  py::array out(TypeOf(source.depth()), {x.size(), py::ssize_t{4}});
+  py::array_t<uint8_t> inside(x.size());
+  uint8_t* const flags = inside.mutable_data();
+  if (source.depth() == 8) {
+    SampleAllIn(&VX_SubpixelSamplePlus_Straight, world, positions, out, flags);
+  }
+  if (source.depth() == 16) {
+    SampleAllIn(&VX_SubpixelSamplePlus_Straight16, world, positions, out, flags);
+  }
+  if (source.depth() == 32) {
+    SampleAllIn(&VX_SubpixelSpanSampleAllInCPlusPlusFloat, world, positions, out, flags);
+  }
+  return py::make_tuple(out, inside);
 }
 
 std::vector<std::string> Names() {
@@ -173,6 +218,7 @@ std::vector<std::string> Names() {
 
 void AddSamples(py::module_& module) {
   module.def("sample", &Sample);
+  module.def("sample_all_in", &SampleWithInside);
   module.def("samplers", &Names);
 }
 

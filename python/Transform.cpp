@@ -36,9 +36,11 @@ std::vector<M_Matrix3> ParseMatrices(const py::object& object) {
 }
 
 py::object Transform(const py::object& dst, const py::object& src, const py::object& matrices,
-                     const py::tuple& layer_words, const py::object& quality, bool inverse,
-                     const py::object& rect, const py::object& progress, const py::object& out,
+                     const py::tuple& layer_words, const py::object& quality,
+                     const py::object& inverse_word, const py::object& rect,
+                     const py::object& progress, const py::object& out,
                      const py::object& order_word) {
+  const bool inverse = ParseFlag("inverse", inverse_word);
   const Order order = ParseOrder(order_word);
   const std::vector<M_Matrix3> path = ParseMatrices(matrices);
   const int32_t level = ParseQuality(quality);
@@ -70,6 +72,13 @@ VX_TransformParts ParseParts(const py::tuple& words) {
           numbers[5], numbers[6], numbers[7], numbers[8]};
 }
 
+py::array_t<double> MatrixOfParts(const py::tuple& words) {
+  const VX_TransformParts parts = ParseParts(words);
+  M_Matrix3 matrix{};
+  Run([&] { return VX_MatrixOfParts(&parts, &matrix); });
+  return py::array_t<double>({3, 3}, matrix.m);
+}
+
 py::array_t<double> MatricesBetween(const py::tuple& from_words, const py::tuple& to_words,
                                     const py::object& count_word) {
   const VX_TransformParts from = ParseParts(from_words), to = ParseParts(to_words);
@@ -84,6 +93,7 @@ py::array_t<double> MatricesBetween(const py::tuple& from_words, const py::tuple
 
 void AddTransform(py::module_& module) {
   module.def("transform", &Transform);
+  module.def("matrix_of_parts", &MatrixOfParts);
   module.def("matrices_between", &MatricesBetween);
 }
 

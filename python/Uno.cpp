@@ -93,19 +93,12 @@ void Invert(const py::array& mask, const py::object& opacity_word) {
   Run([&] { return VX_InvertAndFadeUnoBuffer(nullptr, opacity, plane.get()); });
 }
 
-void Convert(const py::array& from, const py::array& to, bool invert) {
+void Convert(const py::array& from, const py::array& to, const py::object& invert_word) {
+  const bool invert = ParseFlag("invert", invert_word);
   Plane source(from, "mask"), target(to, "out");
   Run([&] {
     return VX_ConvertDeepUnoBuffer(nullptr, source.get(), nullptr, invert ? 1 : 0, target.get());
   });
-}
-
-M_Point PointOf(const py::object& at) {
-  const Place place = ParsePlace("at", at);
-  M_Point point{};
-  point.h = static_cast<int16_t>(ParseWhole("at", py::int_(place.x), INT16_MIN, INT16_MAX));
-  point.v = static_cast<int16_t>(ParseWhole("at", py::int_(place.y), INT16_MIN, INT16_MAX));
-  return point;
 }
 
 // A None rectangle begins at (0, 0), and so does the place then.
@@ -117,7 +110,7 @@ void Transfer(const py::array& dst, const py::array& src, const py::object& mask
   const int32_t mode = kModes[ParseChoice("outside", outside, {"keep", "clear", "clear-beyond"})];
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const bool placed = !at.is_none();
-  const M_Point point = placed ? PointOf(at) : M_Point{};
+  const M_Point point = placed ? ParsePoint("at", at) : M_Point{};
   Plane target(dst, "dst"), source(src, "src");
   std::optional<Plane> weights;
   if (!mask.is_none()) weights.emplace(mask.cast<py::array>(), "mask");
@@ -135,11 +128,11 @@ void Accumulate(const py::array& dst, const py::array& src, const py::object& mo
   const int32_t mode = ParseChoice("mode", mode_word, {"add", "replace", "subtract"});
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const bool placed = !at.is_none();
-  const M_Point point = placed ? PointOf(at) : M_Point{};
+  const M_Point point = placed ? ParsePoint("at", at) : M_Point{};
   float src_gain = 1, dst_gain = 1;
   const bool gained = !gains.is_none();
   if (gained) {
-    const auto pair = gains.cast<std::pair<py::object, py::object>>();
+    const auto pair = ParsePair("gains", gains, "(of src, of dst)");
     src_gain = static_cast<float>(ParseNumber("gains", pair.first, 0, 32767));
     dst_gain = static_cast<float>(ParseNumber("gains", pair.second, 0, 32767));
   }
@@ -221,10 +214,7 @@ py::object FromPicture(const py::object& picture, const py::object& what,
       "what", what, {"alpha", "inverse-alpha", "luma", "inverse-luma", "red", "green", "blue"});
   const Source source(picture, ParseOrder(order_word), "picture");
   VX_World* const world = source.world();
-  const py::dtype type = source.depth() == 8    ? py::dtype::of<uint8_t>()
-                         : source.depth() == 16 ? py::dtype::of<uint16_t>()
-                                                : py::dtype::of<float>();
-  py::array mask(type, {world->height, world->width});
+  py::array mask(TypeOf(source.depth()), {world->height, world->width});
   Plane plane(mask, "mask");
   Run([&] { return VX_MatteFromWorld(nullptr, world, quantity, plane.get()); });
   return mask;
@@ -241,7 +231,7 @@ py::object ToPicture(const py::array& mask, const py::object& out, const py::obj
 py::object Merge(const py::object& picture, const py::array& mask, const py::object& at,
                  const py::object& rect, const py::object& progress, const py::object& out,
                  const py::object& order_word) {
-  const M_Point point = PointOf(at);
+  const M_Point point = ParsePoint("at", at);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const Source source(picture, ParseOrder(order_word), "picture");
   Plane plane(mask, "mask");

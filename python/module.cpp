@@ -11,19 +11,24 @@ PYBIND11_MODULE(_vx, module) {
   vxpy::AddErrors(module);
   vxpy::AddWorld(module);
   vxpy::AddColor(module);
+  vxpy::AddSpaces(module);
   vxpy::AddUno(module);
   vxpy::AddBlend(module);
   vxpy::AddFiles(module);
   vxpy::AddFilters(module);
   vxpy::AddTransform(module);
   vxpy::AddPixels(module);
+  vxpy::AddPlanes(module);
+  vxpy::AddBitmap(module);
+  vxpy::AddIterate(module);
   vxpy::AddSamples(module);
   vxpy::AddHost(module);
   vxpy::AddBench(module);
   module.def("birth", &vxpy::Birth,
              "Starts the library; importing the module has done so. Again after vx.death().");
-  module.def("death", &vxpy::Death,
-             "Ends the library and frees what it keeps. Every later call raises vx.Error until "
-             "vx.birth(). RuntimeError while other threads are at work.");
+  module.def(
+      "death", [] { vxpy::Death(); },
+      "Ends the library and frees what it keeps. Every later call raises vx.Error until "
+      "vx.birth(). RuntimeError while other threads are at work.");
   vxpy::Birth();
 }

@@ -12,22 +12,30 @@ the default order each call converts them once on the way in and once on the way
 """
 
 from . import host, uno
-from ._blend import blend_pixel, modes, transfer
-from ._color import (convert_colors, hls_to_rgb, luminance, rgb_to_hls, rgb_to_yiq, yiq_to_rgb)
+from ._blend import blend_pixel, composite_rect, modes, transfer, transfer_flags
+from ._color import (convert_colors, hls_to_rgb, hue, lightness, luminance, rgb_to_hls, rgb_to_yiq,
+                     saturation, yiq_to_rgb)
 from ._files import Frame, Read, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
-from ._pixels import (clear_alpha_outside, convert, copy, fill, guess_alpha, hypot, look_up, mix,
-                      premultiply, rand, reset_dither, resize, unpremultiply)
-from ._samples import sample, samplers
+from ._iterate import iterate, iterate_generic, iterate_rows
+from ._pixels import (blit, clear_alpha_outside, clear_outside, convert, copy, copy_bitmap, fill,
+                      fill_alpha, guess_alpha, hypot, invert_alpha, look_up, mix, premultiply, rand,
+                      reset_dither, resize, unpremultiply)
+from ._planes import copy_channel, deinterleave, extract_planes, insert_planes, interleave
+from ._samples import sample, sample_all_in, samplers
 from ._transform import Parts, matrices_between, transform
-from ._vx import ColorSettings, Error, LinearTables, Metadata, Profile, World, birth, death
+from ._vx import (Bitmap, ColorSettings, Error, LinearTables, Metadata, Profile, World, birth,
+                  death)
 
 __all__ = [
-    "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "Parts", "Profile", "Read",
-    "World", "birth", "blend_pixel", "blur", "blur_pass", "clear_alpha_outside", "convert",
-    "convert_colors", "convolve", "copy", "death", "fill", "frames", "gaussian_kernel",
-    "gaussian_value", "guess_alpha", "hls_to_rgb", "host", "hypot", "info", "look_up",
-    "luminance", "matrices_between", "mix", "modes", "premultiply", "rand", "read", "read_all",
-    "reset_dither", "resize", "rgb_to_hls", "rgb_to_yiq", "sample", "samplers", "transfer",
-    "transform", "uno", "unpremultiply", "write", "yiq_to_rgb",
+    "Bitmap", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "Parts", "Profile",
+    "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass", "clear_alpha_outside",
+    "clear_outside", "composite_rect", "convert", "convert_colors", "convolve", "copy",
+    "copy_bitmap", "copy_channel", "death", "deinterleave", "extract_planes", "fill", "fill_alpha",
+    "frames", "gaussian_kernel", "gaussian_value", "guess_alpha", "hls_to_rgb", "host", "hue",
+    "hypot", "info", "insert_planes", "interleave", "invert_alpha", "iterate", "iterate_generic",
+    "iterate_rows", "lightness", "look_up", "luminance", "matrices_between", "mix", "modes",
+    "premultiply", "rand", "read", "read_all", "reset_dither", "resize", "rgb_to_hls",
+    "rgb_to_yiq", "sample", "sample_all_in", "samplers", "saturation", "transfer",
+    "transfer_flags", "transform", "uno", "unpremultiply", "write", "yiq_to_rgb",
 ]

@@ -8,7 +8,8 @@ import numpy
 import numpy.typing
 
 from . import _vx
-from ._types import Field, LinearTables, MaskUse, Order, Picture, Place, Progress, Rect
+from ._channels import in_order, kind_of, pixels
+from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Progress, Quality, Rect)
 
 
 def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacity: float = 1.0,
@@ -37,50 +38,53 @@ def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacit
     return _vx.transfer(dst, src, layer, at, rect, progress, out, order)
 
 
+def composite_rect(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacity: int = 255,
+                   at: Place = (0, 0), rect: Rect | None = None, field: Field = "both",
+                   premultiplied: bool = False, quality: Quality = "high",
+                   progress: Progress | None = None, out: Picture | None = None,
+                   order: Order = "rgba") -> Picture:
+    """The short form of transfer(): opacity in 0..255, no mask, no tables.
+
+    premultiplied: the colours of `src` are already multiplied by its alpha; the mode in-front
+    takes them so, other modes take them as they are.
+    quality: "draft" and "high" draw alike; a module may replace one of them.
+
+    Raises TypeError, ValueError, Error.
+    """
+    return _vx.composite_rect(dst, src, mode, opacity, at, rect, field, premultiplied, quality,
+                              progress, out, order)
+
+
 def blend_pixel(s: numpy.typing.ArrayLike, d: numpy.typing.ArrayLike, mode: str | int = "in-front",
-                depth: int | None = None, *, opacity: float = 1.0,
-                tables: LinearTables | None = None, order: Order = "rgba") -> numpy.ndarray:
+                depth: int | None = None, *, opacity: float | None = None,
+                opacity2: float | None = None, tables: LinearTables | None = None,
+                order: Order = "rgba") -> numpy.ndarray:
     """Single pixels by the arithmetic of a mode: `s` over `d`, four channels in the last axis.
 
-    The two are broadcast against each other. depth: 8, 16 or 32 for numbers that are no array of
-    uint8, uint16 or float32; None takes that of `d`. The mode dissolve, which needs to know where
-    a pixel lies, gives `d`.
+    The two are broadcast against each other; the result is a new array. depth: 8, 16 or 32 for
+    numbers that are no array of uint8, uint16 or float32; None takes that of `d`. opacity,
+    opacity2: 0..1, multiplied; None is 1. The mode dissolve, which needs to know where a pixel
+    lies, gives `d`.
 
     Raises TypeError, ValueError.
     """
-    kinds = {8: numpy.uint8, 16: numpy.uint16, 32: numpy.float32}
-    if depth is None:
-        kind = numpy.asarray(d).dtype
-    elif depth in kinds:
-        kind = numpy.dtype(kinds[depth])
-    else:
-        raise ValueError(f"depth: 8, 16 or 32 bits a channel, not {depth}")
-    if kind not in kinds.values():
-        raise TypeError(f"d: dtype {kind}; pixels are uint8, uint16 or float32, or give the depth")
-    places = [3, 0, 1, 2] if order == "rgba" else [0, 1, 2, 3]
-    above, below = (_pixels(name, value, kind) for name, value in (("s", s), ("d", d)))
+    kind = kind_of(depth, d)
+    if kind is None:
+        raise TypeError(f"d: dtype {numpy.asarray(d).dtype}; pixels are uint8, uint16 or float32, "
+                        "or give the depth")
+    above, below = pixels("s", s, kind, order), pixels("d", d, kind, order)
     shape = numpy.broadcast_shapes(above.shape, below.shape)
-    above = numpy.broadcast_to(above, shape)[..., places].copy(order="C")
-    below = numpy.broadcast_to(below, shape)[..., places].copy(order="C")
-    _vx.blend_pixels(above, below, mode, opacity, tables)
-    return below[..., numpy.argsort(places)]
-
-
-def _pixels(name: str, value: numpy.typing.ArrayLike, kind: numpy.dtype) -> numpy.ndarray:
-    array = numpy.asarray(value)
-    if array.ndim == 0 or array.shape[-1] != 4:
-        raise ValueError(f"{name}: shape {array.shape}; the last axis has four channels")
-    if kind.kind == "u":
-        full = 255 if kind.itemsize == 1 else 32768
-        if array.dtype.kind not in "iu":
-            raise TypeError(f"{name}: dtype {array.dtype}; needs whole numbers")
-        if array.size and (array.min() < 0 or array.max() > full):
-            raise ValueError(f"{name}: channels are 0..{full}")
-    elif array.dtype.kind not in "iuf":
-        raise TypeError(f"{name}: dtype {array.dtype}; needs numbers")
-    return array.astype(kind)
+    above = numpy.broadcast_to(above, shape).copy(order="C")
+    below = numpy.broadcast_to(below, shape).copy(order="C")
+    _vx.blend_pixels(above, below, mode, opacity, opacity2, tables)
+    return in_order(below, order)
 
 
 def modes() -> list[tuple[int, str]]:
     """(number, name) of each transfer mode."""
     return _vx.modes()
+
+
+def transfer_flags(mode: str | int) -> int:
+    """1 for the modes whose flag is set, else 0; the library itself does not ask."""
+    return _vx.transfer_flags(mode)

@@ -1,13 +1,23 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Colours from profile to profile, and single colours in other spaces."""
+"""Colours from profile to profile, and colours in other spaces.
+
+The functions of colour spaces take one colour or an array of them: three or four channels in the
+last axis, straight, alpha ignored. depth is 8 (0..255), 16 (0..32768) or 32 (0..1 nominal); None
+takes that of an array of uint8, uint16 or float32, and 32 for other numbers. They raise TypeError
+and ValueError, and may run on several threads.
+"""
 
 from __future__ import annotations
 
-from . import _vx
-from ._types import Color, Order, Picture
+import numpy
+import numpy.typing
 
-Three = tuple[float, float, float]
+from . import _vx
+from ._channels import KINDS, kind_of, pixels
+from ._types import Order, Picture
+
+Colors = numpy.typing.ArrayLike
 
 
 def convert_colors(picture: Picture, source: _vx.Profile, target: _vx.Profile, *,
@@ -16,26 +26,76 @@ def convert_colors(picture: Picture, source: _vx.Profile, target: _vx.Profile, *
     return _vx.convert_colors(picture, source, target, out, order)
 
 
-def rgb_to_hls(color: Color) -> Three:
-    """Hue in degrees 0..360, lightness and saturation 0..1, of red, green, blue 0..1."""
-    return _vx.rgb_to_hls(color)
+def _argb(color: Colors, depth: int | None, order: Order) -> numpy.ndarray:
+    kind = kind_of(depth, color) or KINDS[32]
+    return pixels("color", color, kind, order, opaque=True)
 
 
-def hls_to_rgb(color: Color) -> Three:
-    """Undoes rgb_to_hls()."""
-    return _vx.hls_to_rgb(color)
+def _to(space: str, color: Colors, depth: int | None, order: Order) -> numpy.ndarray:
+    argb = _argb(color, depth, order)
+    return _vx.to_space(space, argb.reshape(-1, 4)).reshape(*argb.shape[:-1], 3)
 
 
-def rgb_to_yiq(color: Color) -> Three:
-    """Y, I, Q by the NTSC matrix, of red, green, blue 0..1."""
-    return _vx.rgb_to_yiq(color)
+def _from(space: str, color: Colors, depth: int) -> numpy.ndarray:
+    parts = numpy.asarray(color)
+    if parts.ndim == 0 or parts.shape[-1] != 3:
+        raise ValueError(f"color: shape {parts.shape}; the last axis has three components")
+    if parts.dtype.kind not in "iuf":
+        raise TypeError(f"color: dtype {parts.dtype}; needs numbers")
+    argb = numpy.zeros((parts.size // 3, 4), kind_of(depth, parts) or KINDS[32])
+    _vx.from_space(space, numpy.ascontiguousarray(parts, numpy.float64).reshape(-1, 3), argb)
+    return argb[:, 1:].reshape(parts.shape)
 
 
-def yiq_to_rgb(color: Color) -> Three:
-    """Undoes rgb_to_yiq()."""
-    return _vx.yiq_to_rgb(color)
+def _read(what: str, color: Colors, depth: int | None, order: Order) -> numpy.ndarray:
+    argb = _argb(color, depth, order)
+    return _vx.read_color(what, argb.reshape(-1, 4)).reshape(argb.shape[:-1])
 
 
-def luminance(color: Color) -> float:
-    """0.299 red + 0.587 green + 0.114 blue, as blending has it."""
-    return _vx.luminance(color)
+def rgb_to_hls(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
+    """Hue in degrees 0..360, lightness and saturation 0..1, as ... x 3 of float64.
+
+    Those of integer depths are rounded to 1/65536. See above for color and depth.
+    """
+    return _to("hls", color, depth, order)
+
+
+def hls_to_rgb(color: Colors, depth: int = 32) -> numpy.ndarray:
+    """Undoes rgb_to_hls(): ... x 3 of uint8, uint16 or float32. The hue counts modulo 360."""
+    return _from("hls", color, depth)
+
+
+def rgb_to_yiq(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
+    """Y, I, Q by the NTSC matrix of colours taken as 0..1, as ... x 3 of float64.
+
+    Those of integer depths are rounded to 1/65536.
+    """
+    return _to("yiq", color, depth, order)
+
+
+def yiq_to_rgb(color: Colors, depth: int = 32) -> numpy.ndarray:
+    """Undoes rgb_to_yiq(): ... x 3 of uint8, uint16 or float32."""
+    return _from("yiq", color, depth)
+
+
+def luminance(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
+    """0.299 red + 0.587 green + 0.114 blue in channel units, as blending has it.
+
+    Like hue(), lightness() and saturation(): int32, or float32 for float colours.
+    """
+    return _read("luminance", color, depth, order)
+
+
+def hue(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
+    """The hue in degrees times the full scale: 255, 32768 or 1 a degree."""
+    return _read("hue", color, depth, order)
+
+
+def lightness(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
+    """Half of the largest and the smallest channel together, in channel units."""
+    return _read("lightness", color, depth, order)
+
+
+def saturation(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
+    """The saturation of rgb_to_hls() times the full scale."""
+    return _read("saturation", color, depth, order)

@@ -10,6 +10,7 @@ import numpy
 import numpy.typing
 
 from . import _vx
+from ._channels import pair
 from ._types import Order, Picture, Progress
 
 Edge = Literal["fade", "hold-level"]
@@ -58,7 +59,7 @@ def blur(picture: Picture, radius: float | tuple[float, float], *, kind: BlurKin
     edge: "hold-level" divides by the weights that were used, "fade" lets borders go transparent.
     grow: the result is larger on each side by what the blur spreads; gives what lies there too.
     """
-    x, y = radius if isinstance(radius, tuple) else (radius, radius)
+    x, y = pair("radius", radius)
     return _vx.blur(picture, x, y, kind, iterations, channels, edge, grow, progress, out, order)
 
 

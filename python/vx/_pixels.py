@@ -9,7 +9,8 @@ from typing import Literal
 import numpy
 
 from . import _vx
-from ._types import Color, Order, Picture, Progress, Quality, Rect
+from ._types import Color, Order, Picture, Place, Progress, Quality, Rect
+from ._vx import Bitmap
 
 
 def fill(picture: Picture, color: Color, *, rect: Rect | None = None, out: Picture | None = None,
@@ -28,6 +29,23 @@ def clear_alpha_outside(picture: Picture, rect: Rect | None, *, out: Picture | N
                         order: Order = "rgba") -> Picture:
     """A picture whose alpha is 0 outside of `rect`; colours stay. None keeps everything."""
     return _vx.clear_alpha_outside(picture, rect, out, order)
+
+
+def clear_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = None,
+                  order: Order = "rgba") -> Picture:
+    """A picture that is transparent black outside of `rect`; None keeps everything."""
+    return _vx.clear_outside(picture, rect, out, order)
+
+
+def fill_alpha(picture: Picture, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
+    """The picture made opaque; colours stay."""
+    return _vx.fill_alpha(picture, out, order)
+
+
+def invert_alpha(picture: Picture, *, out: Picture | None = None,
+                 order: Order = "rgba") -> Picture:
+    """The picture with full scale less its alpha; colours stay."""
+    return _vx.invert_alpha(picture, out, order)
 
 
 def premultiply(picture: Picture, *, color: Color | None = None, rect: Rect | None = None,
@@ -62,6 +80,27 @@ def copy(dst: Picture, src: Picture, *, src_rect: Rect | None = None, dst_rect: 
     filters, weighting colours by alpha unless `premultiplied`, and needs equal depths.
     """
     return _vx.copy(dst, src, src_rect, dst_rect, quality, premultiplied, out, order)
+
+
+def copy_bitmap(src: Bitmap, out: Bitmap, *, src_rect: Rect | None = None,
+                out_rect: Rect | None = None, quality: Quality = "draft",
+                premultiplied: bool = False) -> Bitmap:
+    """Copies between bitmaps of the host, as copy() does, and gives `out`, which is changed.
+
+    Draft also turns the channel order; of deeper bitmaps there is only one.
+    """
+    return _vx.copy_bitmap(src, out, src_rect, out_rect, quality, premultiplied)
+
+
+def blit(dst: Picture, src: Picture, *, at: Place = (0, 0), rect: Rect | None = None,
+         low: Color | None = None, high: Color | None = None, invert_alpha: bool = False,
+         out: Picture | None = None, order: Order = "rgba") -> Picture:
+    """An 8-bit picture with `rect` of a picture of any depth copied to (x, y).
+
+    low, high: what becomes 0 and full scale, a number 0..1 for each channel in `order`; without
+    both there is no stretching. Where low equals high, below it gives 0 and the rest full scale.
+    """
+    return _vx.blit(dst, src, at, rect, low, high, invert_alpha, out, order)
 
 
 def resize(picture: Picture, width: int, height: int, *, quality: Quality = "high",

@@ -8,6 +8,7 @@ import numpy
 import numpy.typing
 
 from . import _vx
+from ._channels import in_order, pair
 from ._types import Order, Picture
 
 
@@ -26,10 +27,27 @@ def sample(picture: Picture, x: numpy.typing.ArrayLike, y: numpy.typing.ArrayLik
 
     Raises TypeError, ValueError for positions that are no numbers or beyond -32768..32767.
     """
+    across, down = _positions(x, y)
+    wide, high = pair("radius", radius)
+    pixels = _vx.sample(picture, across.flatten(), down.flatten(), sampler, wide, high, order)
+    return in_order(pixels, order).reshape(across.shape + (4,))
+
+
+def sample_all_in(picture: Picture, x: numpy.typing.ArrayLike, y: numpy.typing.ArrayLike, *,
+                  order: Order = "rgba") -> tuple[numpy.ndarray, numpy.ndarray]:
+    """sample() by the bilinear sampler that also tells whether all four neighbours lie inside.
+
+    Gives pixels, and booleans of the shape of x and y. On whole positions the sampler of integer
+    depths answers False, as it needs no neighbours there.
+    """
+    across, down = _positions(x, y)
+    pixels, inside = _vx.sample_all_in(picture, across.flatten(), down.flatten(), order)
+    return (in_order(pixels, order).reshape(across.shape + (4,)),
+            inside.astype(bool).reshape(across.shape))
+
+
+def _positions(x: numpy.typing.ArrayLike,
+               y: numpy.typing.ArrayLike) -> tuple[numpy.ndarray, numpy.ndarray]:
     across, down = numpy.broadcast_arrays(numpy.asarray(x, numpy.float64),
                                           numpy.asarray(y, numpy.float64))
-    wide, high = radius if isinstance(radius, tuple) else (radius, radius)
-    pixels = _vx.sample(picture, across.flatten(), down.flatten(), sampler, wide, high, order)
-    if order == "rgba":
-        pixels = pixels[:, [1, 2, 3, 0]]
-    return pixels.reshape(across.shape + (4,))
+    return across, down

@@ -10,6 +10,7 @@ import numpy
 import numpy.typing
 
 from . import _vx
+from ._channels import pair
 from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Progress, Quality, Rect)
 
 
@@ -52,12 +53,16 @@ class Parts:
 
     def matrix(self) -> numpy.ndarray:
         """3 x 3, from source to destination."""
-        return matrices_between(self, self, 1)[0]
+        return _vx.matrix_of_parts(self._numbers())
 
     def _numbers(self) -> tuple[float, ...]:
-        return (*self.anchor, *self.scale, *self.skew, self.rotate, *self.translate)
+        return (*pair("anchor", self.anchor), *pair("scale", self.scale), *pair("skew", self.skew),
+                self.rotate, *pair("translate", self.translate))
 
 
 def matrices_between(start: Parts, end: Parts, count: int) -> numpy.ndarray:
     """count x 3 x 3: each part in equal steps, so that a rotation sweeps an arc."""
+    for name, parts in (("start", start), ("end", end)):
+        if not isinstance(parts, Parts):
+            raise TypeError(f"{name}: needs vx.Parts, not {parts!r}")
     return _vx.matrices_between(start._numbers(), end._numbers(), count)

@@ -10,12 +10,12 @@ from __future__ import annotations
 
 import os
 from collections.abc import Iterable
-from typing import Literal
+from typing import Literal, NamedTuple
 
 from . import _vx
 
-__all__ = ["module_folders", "processor", "set_module_folders", "set_processor", "set_threads",
-           "slots", "suites", "threads"]
+__all__ = ["Slot", "Suite", "free_memory", "module_folders", "object_version", "processor",
+           "set_module_folders", "set_processor", "set_threads", "slots", "suites", "threads"]
 
 Level = Literal["none", "sse2", "all"]
 
@@ -47,14 +47,46 @@ def module_folders() -> list[str]:
 
 def set_module_folders(folders: Iterable[str | os.PathLike[str]]) -> None:
     """Sets module_folders() and loads what is there."""
+    if isinstance(folders, str):
+        raise TypeError(f"folders: a list of folders, not {folders!r}")
     _vx.set_module_folders([os.fspath(folder) for folder in folders])
 
 
-def slots() -> list[tuple[int, str]]:
-    """(number, name) of each replaceable routine."""
-    return _vx.slots()
+class Slot(NamedTuple):
+    """A replaceable routine: its number, name, type, and what stands there.
+
+    state: "built-in", "replaced", "not-built", or "none" after vx.death().
+    """
+
+    number: int
+    name: str
+    signature: str
+    state: str
 
 
-def suites() -> list[tuple[str, int, int]]:
-    """(name, version, members) of each suite that the library has registered."""
-    return _vx.suites()
+def slots() -> list[Slot]:
+    """Each replaceable routine."""
+    return [Slot(*slot) for slot in _vx.slots()]
+
+
+class Suite(NamedTuple):
+    """A table of functions for plug-ins."""
+
+    name: str
+    version: int
+    members: int
+
+
+def suites() -> list[Suite]:
+    """Each suite that the library has registered."""
+    return [Suite(*suite) for suite in _vx.suites()]
+
+
+def free_memory() -> None:
+    """Gives back what blending keeps for the next call. RuntimeError while a call works."""
+    _vx.free_memory()
+
+
+def object_version() -> int:
+    """The version of the library's records in the high half of a word."""
+    return _vx.object_version()

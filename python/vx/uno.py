@@ -14,9 +14,11 @@ from typing import Literal
 import numpy
 
 from . import _vx
+from ._channels import KINDS, pair
+from ._planes import put
 from ._types import Order, Picture, Place, Progress, Rect
 
-__all__ = ["accumulate", "box_scan", "convert", "fade", "feather", "fill", "from_picture",
+__all__ = ["accumulate", "blend_alpha", "box_scan", "convert", "fade", "feather", "fill", "from_picture",
            "gaussian_scan", "invert", "merge", "to_picture", "transfer"]
 
 Mask = numpy.ndarray
@@ -43,11 +45,7 @@ def _contiguous(name: str, mask: Mask) -> Mask:
 def _given(result: Mask, out: Mask | None) -> Mask:
     if out is None:
         return result
-    if _array("out", out).shape != result.shape or out.dtype != result.dtype:
-        raise ValueError(f"out: shape {out.shape}, dtype {out.dtype}; the result has shape "
-                         f"{result.shape}, dtype {result.dtype}")
-    out[...] = result
-    return out
+    return put(out, result)
 
 
 def fill(mask: Mask, value: float, *, rect: Rect | None = None, out: Mask | None = None) -> Mask:
@@ -73,11 +71,10 @@ def invert(mask: Mask, *, opacity: float = 1.0, out: Mask | None = None) -> Mask
 
 def convert(mask: Mask, depth: int, *, invert: bool = False, out: Mask | None = None) -> Mask:
     """The mask at 8, 16 or 32 bits."""
-    kinds = {8: numpy.uint8, 16: numpy.uint16, 32: numpy.float32}
-    if depth not in kinds:
-        raise ValueError(f"depth: 8, 16 or 32, not {depth}")
+    if depth not in KINDS:
+        raise ValueError(f"depth: 8, 16 or 32, not {depth!r}")
     source = _contiguous("mask", mask)
-    work = numpy.empty(source.shape, kinds[depth])
+    work = numpy.empty(source.shape, KINDS[depth])
     _vx.uno_convert(source, work, invert)
     return _given(work, out)
 
@@ -116,7 +113,7 @@ def feather(mask: Mask, radius: float | tuple[float, float], *, kind: Kind = "so
 
     radius: pixels, 0..32767, or (x, y). Box and soft cost the same for any radius.
     """
-    x, y = radius if isinstance(radius, tuple) else (radius, radius)
+    x, y = pair("radius", radius)
     work = _own(mask)
     _vx.uno_feather(work, x, y, kind, progress)
     return _given(work, out)
@@ -156,3 +153,12 @@ def merge(picture: Picture, mask: Mask, *, at: Place = (0, 0), rect: Rect | None
           order: Order = "rgba") -> Picture:
     """The picture with its alpha times the mask, whose corner lies at (x, y); 0 outside of it."""
     return _vx.uno_merge(picture, _contiguous("mask", mask), at, rect, progress, out, order)
+
+
+def blend_alpha(picture: Picture, mask: Mask, target: float, *, opacity: float = 1.0,
+                out: Picture | None = None, order: Order = "rgba") -> Picture:
+    """The picture with its alpha moved toward `target` by the mask times an opacity, 0..1.
+
+    mask: of the height, width and depth of the picture. target: at the scale of the depth.
+    """
+    return _vx.uno_blend_alpha(picture, _contiguous("mask", mask), target, opacity, out, order)

@@ -1,0 +1,264 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// A function of Python's over pixels, over bands of rows, and over numbers.
+//
+// The library calls back on whichever threads it or a module chooses, so each call takes the
+// interpreter's lock; what the function throws ends the walk and comes out unchanged.
+
+#include "VX/VX_Iterate.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Arguments.h"
+#include "Errors.h"
+#include "Pictures.h"
+#include "Subjects.h"
+
+namespace vxpy {
+
+namespace {
+
+// The function, and what it threw. Used with the lock held, but for construction.
+class Walk {
+ public:
+  Walk(const py::object& function, Progress* progress) : function_(function), progress_(progress) {
+    if (PyCallable_Check(function.ptr()) == 0) {
+      throw py::type_error("function: cannot be called: " + std::string(py::repr(function)));
+    }
+  }
+
+  // One call back: work() -> VX_Err with the lock held. After a failure nothing more is called.
+  template <class Work>
+  VX_Err Step(Work&& work) {
+    const py::gil_scoped_acquire acquire;
+    if (thrown_) return VX_ErrStopped;
+    try {
+      return work();
+    } catch (...) {
+      thrown_ = std::current_exception();
+      return VX_ErrStopped;
+    }
+  }
+
+  template <class... Arguments>
+  py::object operator()(Arguments&&... arguments) const {
+    return function_(std::forward<Arguments>(arguments)...);
+  }
+
+  void Rethrow() {
+    if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
+    if (progress_ != nullptr) progress_->Rethrow();
+  }
+
+ private:
+  py::object function_;
+  Progress* progress_;
+  std::exception_ptr thrown_;
+};
+
+// What both walks over pictures take.
+struct Walked {
+  Walked(const py::object& dst, const py::object& src, const py::object& at_word,
+         const py::object& rect, const py::object& uncovered_word, const py::object& order_word)
+      : order(ParseOrder(order_word)),
+        at(ParsePoint("at", at_word)),
+        area(ParseRect("rect", rect)),
+        uncovered(ParseFlag("uncovered", uncovered_word)),
+        below(dst, order, "dst") {
+    if (src.is_none()) return;
+    above.emplace(src, order, "src");
+    RequireSameDepth(*below.world(), *above->world(), "dst", "src");
+  }
+
+  Order order;
+  M_Point at;
+  std::optional<M_Rect> area;
+  bool uncovered;
+  Source below;
+  std::optional<Source> above;
+};
+
+// --- pixels --------------------------------------------------------------------------------------
+
+template <class Pixel>
+py::tuple Channels(const void* pixel, Order order) {
+  Pixel p;
+  std::memcpy(&p, pixel, sizeof p);
+  if (order == Order::Argb) return py::make_tuple(p.alpha, p.red, p.green, p.blue);
+  return py::make_tuple(p.red, p.green, p.blue, p.alpha);
+}
+
+struct PixelWalk : Walk {
+  using Walk::Walk;
+  Order order = Order::Rgba;
+};
+
+template <class Pixel>
+VX_Err VisitPixel(void* refcon, int32_t x, int32_t y, void* in, void* out) {
+  auto& walk = *static_cast<PixelWalk*>(refcon);
+  return walk.Step([&] {
+    const py::tuple pixel = Channels<Pixel>(out, walk.order);
+    const py::object result =
+        in == nullptr ? walk(x, y, pixel) : walk(x, y, Channels<Pixel>(in, walk.order), pixel);
+    if (result.is_none()) return VX_Ok;
+    const auto p = ParsePixel<Pixel>("the pixel that function gave", result, walk.order);
+    std::memcpy(out, &p, sizeof p);
+    return VX_Ok;
+  });
+}
+
+py::object Iterate(const py::object& dst, const py::object& function, const py::object& src,
+                   const py::object& at, const py::object& rect, const py::object& uncovered,
+                   const py::object& progress, const py::object& out,
+                   const py::object& order_word) {
+  const Walked walked(dst, src, at, rect, uncovered, order_word);
+  Progress polled(progress);
+  PixelWalk walk(function, &polled);
+  walk.order = walked.order;
+  Target target = Target::CopyOf(walked.below, out);
+  VX_World* const world = target.world();
+  const WorldPtr above = walked.above ? target.Apart(*walked.above) : nullptr;
+  const VX_PixelFunc visit = world->Depth() == 8    ? VisitPixel<VX_Pixel8>
+                             : world->Depth() == 16 ? VisitPixel<VX_Pixel16>
+                                                    : VisitPixel<VX_PixelFloat>;
+  const VX_World* const from = above ? above->get() : nullptr;
+  const M_Rect* const area = walked.area ? &*walked.area : nullptr;
+  Run(walk, [&] {
+    if (from == nullptr) {
+      return VX_Iterate(polled.info(), 0, world->height, from, area, &walk, visit, world);
+    }
+    const auto iterate = walked.uncovered ? VX_IterateOriginAll : VX_IterateOrigin;
+    return iterate(polled.info(), 0, world->height, from, area, &walked.at, &walk, visit, world);
+  });
+  return target.Finish();
+}
+
+// --- bands of rows -------------------------------------------------------------------------------
+
+struct Box {
+  int32_t left, top, right, bottom;
+  bool Empty() const { return right <= left || bottom <= top; }
+  Box Meet(const Box& other) const {
+    return {std::max(left, other.left), std::max(top, other.top), std::min(right, other.right),
+            std::min(bottom, other.bottom)};
+  }
+};
+
+Box BoundsOf(const VX_World& world, M_Point at) {
+  return {at.h, at.v, at.h + world.width, at.v + world.height};
+}
+
+// The pixels of a box of a world whose corner lies at a place.
+Pixels PartOf(const VX_World& world, M_Point at, const Box& box) {
+  Pixels part = PixelsOf(world);
+  part.data += (box.top - at.v) * part.rowbytes + ptrdiff_t{box.left - at.h} * world.PixelSize();
+  part.width = box.right - box.left;
+  part.height = box.bottom - box.top;
+  return part;
+}
+
+struct BandWalk : Walk {
+  using Walk::Walk;
+
+  VX_Err Visit(int32_t band) {
+    const int32_t top = area.top + band * rows;
+    const Box box{area.left, top, area.right, std::min(top + rows, area.bottom)};
+    const Pixels part = PartOf(*target->world(), M_Point{}, box);
+    py::array below = NewArray(part.width, part.height, part.depth);
+    Move(part, Order::Argb, PixelsOf(below, "band"), order);
+    const py::object result = from == nullptr ? (*this)(box.left, box.top, below)
+                                              : (*this)(box.left, box.top, Above(box), below);
+    if (!result.is_none()) below[py::ellipsis()] = result;
+    Move(PixelsOf(below, "band"), order, part, Order::Argb);
+    return polled->info()->progress_func(polled->info()->progress_refcon, ++done, bands);
+  }
+
+  // A new array with the source's pixels, zeros where there are none.
+  py::array Above(const Box& box) const {
+    py::array array = NewArray(box.right - box.left, box.bottom - box.top, from->Depth());
+    const Box covered = box.Meet(BoundsOf(*from, at));
+    if (covered.Empty() || covered.bottom - covered.top < array.shape(0) ||
+        covered.right - covered.left < array.shape(1)) {
+      std::memset(array.mutable_data(), 0, static_cast<size_t>(array.nbytes()));
+    }
+    if (covered.Empty()) return array;
+    Pixels part = PixelsOf(array, "band");
+    part.data += (covered.top - box.top) * part.rowbytes +
+                 ptrdiff_t{covered.left - box.left} * from->PixelSize();
+    part.width = covered.right - covered.left;
+    part.height = covered.bottom - covered.top;
+    Move(PartOf(*from, at, covered), Order::Argb, part, order);
+    return array;
+  }
+
+  Order order = Order::Rgba;
+  const Target* target = nullptr;
+  const VX_World* from = nullptr;
+  Progress* polled = nullptr;
+  M_Point at{};
+  Box area{};
+  int32_t rows = 1, bands = 0, done = 0;
+};
+
+py::object IterateRows(const py::object& dst, const py::object& function, const py::object& src,
+                       const py::object& at, const py::object& rect, const py::object& uncovered,
+                       const py::object& rows, const py::object& progress, const py::object& out,
+                       const py::object& order_word) {
+  const Walked walked(dst, src, at, rect, uncovered, order_word);
+  Progress polled(progress);
+  BandWalk walk(function, &polled);
+  walk.rows = ParseSide("rows", rows);
+  Target target = Target::CopyOf(walked.below, out);
+  const WorldPtr above = walked.above ? target.Apart(*walked.above) : nullptr;
+  walk.order = walked.order;
+  walk.target = &target;
+  walk.from = above ? above->get() : nullptr;
+  walk.polled = &polled;
+  walk.at = walked.at;
+  walk.area = BoundsOf(*target.world(), M_Point{});
+  if (walked.area) {
+    const M_Rect& r = *walked.area;
+    walk.area = walk.area.Meet({r.left, r.top, r.right, r.bottom});
+  }
+  if (above && !walked.uncovered) walk.area = walk.area.Meet(BoundsOf(*walk.from, walk.at));
+  if (!walk.area.Empty()) {
+    walk.bands = (walk.area.bottom - walk.area.top + walk.rows - 1) / walk.rows;
+    Run(walk, [&] {
+      return VX_IterateGeneric(walk.bands, &walk, [](void* refcon, int32_t, int32_t i, int32_t) {
+        auto& one = *static_cast<BandWalk*>(refcon);
+        return one.Step([&] { return one.Visit(i); });
+      });
+    });
+  }
+  return target.Finish();
+}
+
+// --- numbers -------------------------------------------------------------------------------------
+
+void IterateGeneric(const py::object& iterations, const py::object& function) {
+  const auto count = static_cast<int32_t>(ParseWhole("iterations", iterations, -1, INT32_MAX));
+  Walk walk(function, nullptr);
+  Run(walk, [&] {
+    return VX_IterateGeneric(count, &walk, [](void* refcon, int32_t thread, int32_t i, int32_t n) {
+      auto& one = *static_cast<Walk*>(refcon);
+      return one.Step([&] {
+        const int stop = PyObject_IsTrue(one(thread, i, n).ptr());
+        if (stop < 0) throw py::error_already_set();
+        if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+        return stop != 0 ? VX_ErrStopped : VX_Ok;
+      });
+    });
+  });
+}
+
+}  // namespace
+
+void AddIterate(py::module_& module) {
+  module.def("iterate", &Iterate);
+  module.def("iterate_rows", &IterateRows);
+  module.def("iterate_generic", &IterateGeneric);
+}
+
+}  // namespace vxpy

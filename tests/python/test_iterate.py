@@ -1,0 +1,180 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""Functions of Python's called back: pixels, bands, numbers; what they raise; several threads."""
+
+import ctypes
+import signal
+import threading
+
+import numpy as np
+import pytest
+
+import vx
+from pictures import argb, noise
+
+
+@pytest.mark.parametrize("depth", [8, 16, 32])
+@pytest.mark.parametrize("order", ["rgba", "argb"])
+def test_pixels_and_bands_see_and_change_the_same(depth, order):
+    dst, src = noise(9, 11, depth), noise(4, 5, depth, seed=2)
+    seen = []
+
+    def pixel(x, y, above, below):
+        seen.append((x, y))
+        np.testing.assert_array_equal(np.array(below, dst.dtype), dst[y, x])
+        return above if (x + y) % 2 else None
+
+    def band(x, y, above, below):
+        rows, columns = np.mgrid[y:y + below.shape[0], x:x + below.shape[1]]
+        below[(columns + rows) % 2 == 1] = above[(columns + rows) % 2 == 1]
+
+    for options in ({}, {"rect": (1, 1, 8, 9)}, {"uncovered": True}):
+        seen.clear()
+        left, top, right, bottom = options.get("rect", (0, 0, 11, 9))
+        covered = np.zeros((9, 11, 4), dst.dtype)
+        covered[2:6, 3:8] = src
+        if "uncovered" not in options:  # what src covers, at (3, 2)
+            left, top, right, bottom = max(left, 3), max(top, 2), min(right, 8), min(bottom, 6)
+        y, x = np.mgrid[:9, :11]
+        inside = (x >= left) & (x < right) & (y >= top) & (y < bottom)
+        expected = np.where((inside & ((x + y) % 2 == 1))[..., None], covered, dst)
+        result = vx.iterate(dst, pixel, src=src, at=(3, 2), order=order, **options)
+        np.testing.assert_array_equal(result, expected)
+        assert seen == list(zip(x[inside], y[inside]))
+        for rows in (1, 3, 100):
+            np.testing.assert_array_equal(
+                vx.iterate_rows(dst, band, src=src, at=(3, 2), order=order, rows=rows, **options),
+                expected)
+
+
+def test_what_a_function_gives_and_where_it_goes():
+    dst = noise(5, 6)
+    before = dst.copy()
+    np.testing.assert_array_equal(vx.iterate_rows(dst, lambda x, y, band: 255 - band), 255 - dst)
+    world = vx.World(dst)
+    assert vx.iterate_rows(world, lambda x, y, band: 7, out=world, rows=2) is world
+    assert (world.array() == 7).all() and (dst == before).all()
+    assert vx.iterate(dst, lambda x, y, p: (x, y, 9))[4, 3].tolist() == [3, 4, 9, 255]
+    assert vx.iterate(dst, lambda *_: 1 / 0, rect=(50, 50, 60, 60)).tolist() == dst.tolist()
+    told = []
+    vx.iterate_rows(dst, lambda *_: None, rows=2, progress=lambda *step: told.append(step))
+    vx.iterate(dst, lambda *_: None, progress=lambda *step: told.append(step))
+    assert told == [(i, 3) for i in (1, 2, 3)] + [(i, 5) for i in range(1, 6)]
+    for call in (vx.iterate, vx.iterate_rows):
+        with pytest.raises(vx.Error) as stopped:
+            call(dst, lambda *_: None, progress=lambda *_: True)
+        assert stopped.value.code == 517
+
+
+@pytest.mark.parametrize("error,words,function", [
+    (ValueError, "0..255", lambda *_: (0, 0, 256)), (ValueError, "three or four", lambda *_: (1, 2)),
+    (TypeError, "pixel", lambda *_: 5), (TypeError, "whole", lambda *_: (0.5, 0, 0)),
+    (TypeError, "argument", lambda: None), (TypeError, "function", None)])
+def test_wrong_functions_change_nothing(error, words, function):
+    picture = noise(4, 4)
+    with pytest.raises(error, match=words):
+        vx.iterate(picture, function, out=picture)
+    np.testing.assert_array_equal(picture, noise(4, 4))
+
+
+def walks(function):
+    picture = noise(40, 3)
+    yield lambda: vx.iterate(picture, lambda x, y, p: function(y))
+    yield lambda: vx.iterate_rows(picture, lambda x, y, band: function(y), rows=1)
+    yield lambda: vx.iterate_generic(40, lambda thread, i, n: function(i))
+
+
+def test_exceptions_and_interrupts_come_out_unchanged():
+    class Odd(BaseException):
+        pass
+
+    error, last = Odd("kept"), []
+
+    def throw(i):
+        last.append(i)
+        if i == 7:
+            raise error
+
+    for walk in walks(throw):
+        with pytest.raises(Odd) as caught:
+            walk()
+        assert caught.value is error and max(last) == 7
+    for walk in walks(lambda i: signal.raise_signal(signal.SIGINT) if i == 3 else None):
+        with pytest.raises(KeyboardInterrupt):
+            walk()
+
+
+def test_numbers():
+    calls = []
+    vx.iterate_generic(3, lambda *call: calls.append(call))
+    vx.iterate_generic(-1, lambda *call: calls.append(call))
+    vx.iterate_generic(0, lambda *call: calls.append(call))
+    assert calls == [(0, 0, 3), (0, 1, 3), (0, 2, 3), (0, 0, 1)]
+    with pytest.raises(vx.Error) as caught:
+        vx.iterate_generic(10, lambda thread, i, n: calls.append(i) or i == 4)
+    assert caught.value.code == 517 and calls[-1] == 4
+    with pytest.raises(ValueError, match="iterations"):
+        vx.iterate_generic(1 << 40, print)
+
+
+def test_calls_back_may_use_the_library_but_not_end_it():
+    inner = []
+
+    def function(x, y, band):
+        inner.append(vx.blur(band, 1).shape)
+        with pytest.raises(RuntimeError, match="at work"):
+            vx.death()
+
+    vx.iterate_rows(noise(8, 4), function, rows=4)
+    assert inner == [(4, 4, 4)] * 2
+
+
+GENERIC = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_int32, ctypes.c_int32,
+                           ctypes.c_int32)
+
+
+@ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_int32, ctypes.c_void_p, GENERIC)
+def on_four_threads(iterations, refcon, function):
+    """What a module may put in the place of the generic iterator."""
+    codes = [0] * iterations
+
+    def work(thread):
+        for i in range(thread, iterations, 4):
+            codes[i] = function(refcon, thread, i, iterations)
+
+    threads = [threading.Thread(target=work, args=(thread,)) for thread in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    return max(codes)
+
+
+def test_several_threads_of_a_replaced_iterator():
+    with open("/proc/self/maps", encoding="ascii") as maps:
+        path = next(line.split()[-1] for line in maps if "/libVX.so" in line)
+    place = getattr(ctypes.CDLL(path), "_Z18VX_SetOverrideFunciPv")
+    place.argtypes = [ctypes.c_int32, ctypes.c_void_p]
+    vx.host.set_threads(4)
+    slot = next(s.number for s in vx.host.slots() if s.name == "VX_IterateGeneric_Static")
+    assert place(slot, on_four_threads) == 0
+    try:
+        assert vx.host.slots()[[s.number for s in vx.host.slots()].index(slot)].state == "replaced"
+        picture, names = noise(64, 20), set()
+
+        def band(x, y, rows):
+            names.add(threading.current_thread().name)
+            return 255 - rows
+
+        result = vx.iterate_rows(picture, band, rows=3)
+        np.testing.assert_array_equal(result, 255 - picture)
+        assert len(names) == 4 and threading.main_thread().name not in names
+        error = KeyError("kept")
+        for walk in list(walks(lambda i: (_ for _ in ()).throw(error) if i == 9 else None))[1:]:
+            with pytest.raises(KeyError) as caught:
+                walk()
+            assert caught.value is error
+        blurred = vx.blur(argb(picture), 3, order="argb")  # the library's own loops, too
+    finally:
+        vx.host.set_threads(1)  # which puts the built-in one back
+    np.testing.assert_array_equal(vx.blur(argb(picture), 3, order="argb"), blurred)

@@ -12,12 +12,13 @@
 // perspective is drawn as the affine map at that pixel. What lies further from the source's origin
 // than 16.16 fixed point reaches is transparent and does not come round again.
 //
-// Area. Each matrix contributes the bounds of what it makes of (-1, -1) to (w, h) of the source,
-// outwards to whole pixels and by one pixel more, cut to the rectangle, the destination, and the
-// mask unless that is inverted; the area is the smallest rectangle around these parts. So a source
-// that none of the matrices brings in is not drawn, even where it flies through between two of
-// them. Nothing outside is drawn; the rows of dissolve count from the top of it, and modes that
-// write transparent pixels write them in it.
+// Area. Each matrix contributes the bounds of what it makes of (0, 0) to (w, h) of the source,
+// outwards to whole pixels and by one pixel more, and where that ends before the edges of an
+// enlarged source have faded out, the bounds of what it makes of (-1, -1) to (w, h); cut to the
+// rectangle, the destination, and the mask unless that is inverted. The area is the smallest
+// rectangle around these parts. So a source that none of the matrices brings in is not drawn, even
+// where it flies through between two of them. Nothing outside is drawn; the rows of dissolve count
+// from the top of it, and modes that write transparent pixels write them in it.
 //
 // Quality. Draft takes the nearest pixel. High is bilinear, or, where the source is reduced, the
 // average over each pixel's footprint. A translation alone, in draft also one of fractions, is a

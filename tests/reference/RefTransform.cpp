@@ -77,11 +77,11 @@ struct Bounds {
   }
 };
 
-// The part of the destination that the source may touch at one matrix.
-Bounds Touched(const M_Matrix3& to_dst, const VX_LayerDef& src) {
+// Whole pixels around what becomes of the source from (`from`, `from`) on.
+Bounds Around(const M_Matrix3& to_dst, const VX_LayerDef& src, int32_t from) {
   double low_x = INFINITY, low_y = INFINITY, high_x = -INFINITY, high_y = -INFINITY;
-  for (const int32_t x : {-1, src.width}) {
-    for (const int32_t y : {-1, src.height}) {
+  for (const int32_t x : {from, src.width}) {
+    for (const int32_t y : {from, src.height}) {
       const Vector p = Divided(Times({double(x), double(y), 1}, to_dst));
       low_x = std::min(low_x, p.x);
       low_y = std::min(low_y, p.y);
@@ -90,8 +90,16 @@ Bounds Touched(const M_Matrix3& to_dst, const VX_LayerDef& src) {
     }
   }
   const auto whole = [](double v) { return static_cast<int64_t>(v); };
-  return {whole(std::floor(low_x)) - 1, whole(std::floor(low_y)) - 1, whole(std::ceil(high_x)) + 1,
-          whole(std::ceil(high_y)) + 1};
+  return {whole(std::floor(low_x)), whole(std::floor(low_y)), whole(std::ceil(high_x)),
+          whole(std::ceil(high_y))};
+}
+
+// The part of the destination that the source may touch at one matrix: a pixel around it, or
+// further, as far as its edges fade.
+Bounds Touched(const M_Matrix3& to_dst, const VX_LayerDef& src) {
+  const Bounds own = Around(to_dst, src, 0), faded = Around(to_dst, src, -1);
+  return {Min(own.left - 1, faded.left), Min(own.top - 1, faded.top),
+          Max(own.right + 1, faded.right), Max(own.bottom + 1, faded.bottom)};
 }
 
 // What any of the matrices contributes, each cut to what may be drawn.

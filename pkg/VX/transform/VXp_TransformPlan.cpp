@@ -35,29 +35,41 @@ struct Extent {
   }
 };
 
-// Outwards to whole pixels and one more, within the edges of `to`.
-void OutsetWithin(const Extent& e, int32_t* low, int32_t* high) {
-  const double first = *low, end = *high;
-  *low = static_cast<int32_t>(std::clamp(std::floor(e.low) - 1, first, end));
-  *high = static_cast<int32_t>(std::clamp(std::ceil(e.high) + 1, first, end));
-}
-
-// The part of `bounds` that the source can reach. Bilinear samples fade out over the pixel beyond
-// the outermost centres; what samples cover beyond that is no more than a destination pixel.
-M_LRect ReachOf(const M_Matrix3& to_destination, const VX_LayerDef& src, const M_LRect& bounds) {
+// What becomes of the source, with `margin` pixels before its first column and row.
+struct Image {
   Extent x, y, w;
-  for (const double corner_x : {-1.0, static_cast<double>(src.width)}) {
-    for (const double corner_y : {-1.0, static_cast<double>(src.height)}) {
-      const M_Vector3 image = M_TransformVector3(to_destination, {corner_x, corner_y, 1});
-      x.Take(image.x / image.w);
-      y.Take(image.y / image.w);
-      w.Take(image.w);
+
+  Image(const M_Matrix3& to_destination, const VX_LayerDef& src, double margin) {
+    for (const double corner_x : {-margin, static_cast<double>(src.width)}) {
+      for (const double corner_y : {-margin, static_cast<double>(src.height)}) {
+        const M_Vector3 image = M_TransformVector3(to_destination, {corner_x, corner_y, 1});
+        x.Take(image.x / image.w);
+        y.Take(image.y / image.w);
+        w.Take(image.w);
+      }
     }
   }
-  if (!(w.low > 0 || w.high < 0)) return bounds;  // seen edge on: without end
+};
+
+// Outwards to whole pixels, within the edges given: the bounds and one pixel more, and the reach.
+void CutTo(const Extent& bounds, const Extent& reach, int32_t* low, int32_t* high) {
+  const double first = *low, end = *high;
+  const double from = std::min(std::floor(bounds.low) - 1, std::floor(reach.low));
+  const double to = std::max(std::ceil(bounds.high) + 1, std::ceil(reach.high));
+  *low = static_cast<int32_t>(std::clamp(from, first, end));
+  *high = static_cast<int32_t>(std::clamp(to, first, end));
+}
+
+// The part of `bounds` that the source can touch. One pixel around its bounds holds what samples
+// cover beyond it, but bilinear ones fade out over a whole pixel of the source, which is more where
+// that is enlarged.
+M_LRect ReachOf(const M_Matrix3& to_destination, const VX_LayerDef& src, const M_LRect& bounds) {
+  const Image own(to_destination, src, 0), faded(to_destination, src, 1);
+  // Seen edge on: without end.
+  if (!(faded.w.low > 0 || faded.w.high < 0)) return bounds;
   M_LRect reach = bounds;
-  OutsetWithin(x, &reach.left, &reach.right);
-  OutsetWithin(y, &reach.top, &reach.bottom);
+  CutTo(own.x, faded.x, &reach.left, &reach.right);
+  CutTo(own.y, faded.y, &reach.top, &reach.bottom);
   return reach;
 }
 

@@ -252,14 +252,16 @@ TEST_F(Calls, TellReplacementsTheArea) {
     const M_Rect* rect;
     const VX_TransformMask* mask;
     M_Rect area;  // top, left, bottom, right
-  } cases[] = {   // (-1, -1)..(10, 6) moved, outwards, and one more.
-               {{Moved(20, 30)}, nullptr, nullptr, {28, 18, 37, 31}},
-               {{Moved(20.5, 30.25)}, nullptr, nullptr, {28, 18, 38, 32}},
-               {{Moved(20, 30), Moved(25, 30)}, nullptr, nullptr, {28, 18, 37, 36}},
-               {{Moved(5, 5)}, &given, nullptr, {3, 12, 12, 16}},
-               {{Moved(20, 20)}, nullptr, &small, {20, 18, 27, 30}},
+  } cases[] = {   // (0, 0)..(10, 6) moved, outwards, and one more.
+               {{Moved(20, 30)}, nullptr, nullptr, {29, 19, 37, 31}},
+               {{Moved(20.5, 30.25)}, nullptr, nullptr, {29, 19, 38, 32}},
+               {{Moved(20, 30), Moved(25, 30)}, nullptr, nullptr, {29, 19, 37, 36}},
+               {{Moved(5, 5)}, &given, nullptr, {4, 12, 12, 16}},
+               {{Moved(20, 20)}, nullptr, &small, {20, 19, 27, 30}},
                {{Moved(-4, -3)}, nullptr, nullptr, {0, 0, 4, 7}},
-               {{MatrixOf({.rotation = 90, .translate_x = 50})}, nullptr, nullptr, {0, 43, 11, 52}},
+               {{MatrixOf({.rotation = 90, .translate_x = 50})}, nullptr, nullptr, {0, 43, 11, 51}},
+               // Enlarged: from (-1, -1) on.
+               {{{{4, 0, 0, 0, 1.5, 0, 20, 30, 1}}}, nullptr, nullptr, {28, 16, 40, 61}},
                {{Moved(900, 0)}, nullptr, nullptr, {0, 0, 0, 0}},
                {{M_Matrix3{{1, 1, 0, 1, 1, 0, 0, 0, 1}}}, nullptr, nullptr, {0, 0, 0, 0}}};
   for (const int32_t number : {VX_Xfer_Dissolve, VX_Xfer_StencilAlpha}) {

@@ -163,6 +163,16 @@ TYPED_TEST(TransformPlaces, FarAwayIsNotInView) {
       EXPECT_EQ(dst.At(x, 0).alpha, x >= 5 && x <= 12 ? kFull<Pixel> : 0) << x;
     }
   }
+  // Before -32768 the same columns do not come round; another matrix keeps the area in view.
+  const M_Matrix3 before{{1, 0, 0, 0, 1.001, 0, 32772, 0, 1}},
+      here{{1, 0, 0, 0, 1.001, 0, 0, 0, 1}};
+  for (const auto& way : {std::vector{before, here}, std::vector{before, here, before}}) {
+    for (const int32_t quality : {0, 1}) {
+      Picture<Pixel> dst(30, 2);
+      ASSERT_EQ(Draw({.quality = quality}, wide, way, &dst), VX_Ok);
+      EXPECT_TRUE(dst == (Picture<Pixel>(30, 2))) << way.size() << " quality " << quality;
+    }
+  }
 }
 
 // --- rows ----------------------------------------------------------------------------------------

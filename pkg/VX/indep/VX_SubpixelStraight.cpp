@@ -169,66 +169,7 @@ struct BytesRule {
   }
 };
 
-// The two pixels of a column, and their plain mix, which is exact.
-template <class Pixel>
-struct SpanColumn {
-  SpanColumn(const char* upper_at, ptrdiff_t rowbytes, double fy)
-      : upper(VXp_Load<VXp_RawPixel<Pixel>>(upper_at)),
-        lower(VXp_Load<VXp_RawPixel<Pixel>>(upper_at + rowbytes)) {
-    if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
-      const VXp_FloatLanes above = VXp_Floats(upper);
-      mixed = VXp_AsDouble(above + (VXp_Floats(lower) - above) * static_cast<float>(fy));
-    } else {
-      mixed = Between(VXp_Doubles(upper), VXp_Doubles(lower), fy);
-    }
-  }
-
-  VXp_RawPixel<Pixel> upper, lower;
-  VXp_DoubleLanes mixed;
-};
-
-// As the unclipped form, pixel after pixel; the fractions stay, and neighbours share a column.
-template <class Pixel>
-void WalkSpan(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
-              uint32_t* alpha_sum, Pixel* out) {
-  const VXp_DoubleWeights w(at.fx, at.fy);
-  const double a = static_cast<double>(at.fx) * 0x1p-16, b = static_cast<double>(at.fy) * 0x1p-16;
-  uint32_t sum = *alpha_sum;
-  SpanColumn<Pixel> left(from, rowbytes, b);
-  for (ptrdiff_t i = 0; i < count; ++i) {
-    from += sizeof(Pixel);
-    const SpanColumn<Pixel> right(from, rowbytes, b);
-    const VXp_Quad<Pixel> quad{left.upper, right.upper, left.lower, right.lower};
-    VXp_RawPixel<Pixel> pixel;
-    if (quad.SameAlphas() && static_cast<VX_ChannelOf<Pixel>>(quad.p00) != 0) {
-      pixel = VXp_Packed<Pixel>(Rule<Pixel>::Whole(Between(left.mixed, right.mixed, a)));
-    } else {
-      pixel = SampleQuad(quad, w);
-    }
-    VXp_Store(out + i, pixel);
-    sum += static_cast<VX_ChannelOf<Pixel>>(pixel);
-    left = right;
-  }
-  *alpha_sum = sum;
-}
-
-template <class Pixel>
-VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
-                  uint32_t* alpha_sum, Pixel* out) {
-  if (count <= 0) return VX_Ok;
-  const VXp_Place at(x, y);
-  const char* const from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
-  if (at.IsWhole()) {
-    std::memcpy(static_cast<void*>(out), from, static_cast<size_t>(count) * sizeof(Pixel));
-    for (ptrdiff_t i = 0; i < count; ++i) *alpha_sum += VXp_Load<VX_ChannelOf<Pixel>>(out + i);
-    return VX_Ok;
-  }
-  const ptrdiff_t rowbytes = record->src->rowbytes;
-  VXp_RoundingToNearest([=] { WalkSpan(count, from, rowbytes, at, alpha_sum, out); });
-  return VX_Ok;
-}
-
-// A row at 8 bits. There w a c is exact in double precision too, so the mix may go down the columns
+// Columns at 8 bits. There w a c is exact in double precision too, so the mix may go down them
 // first, and division by equal alphas gives the plain mix.
 class ByteRule {
  public:
@@ -267,6 +208,97 @@ class ByteRule {
   bool whole_;
   double below_;
 };
+
+// The two pixels of a column, and their plain mix, which is exact.
+template <class Pixel>
+struct SpanColumn {
+  SpanColumn(const char* upper_at, ptrdiff_t rowbytes, double fy)
+      : upper(VXp_Load<VXp_RawPixel<Pixel>>(upper_at)),
+        lower(VXp_Load<VXp_RawPixel<Pixel>>(upper_at + rowbytes)) {
+    if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
+      const VXp_FloatLanes above = VXp_Floats(upper);
+      mixed = VXp_AsDouble(above + (VXp_Floats(lower) - above) * static_cast<float>(fy));
+    } else {
+      mixed = Between(VXp_Doubles(upper), VXp_Doubles(lower), fy);
+    }
+  }
+
+  VXp_RawPixel<Pixel> upper, lower;
+  VXp_DoubleLanes mixed;
+};
+
+// Where neighbours of a span have not the same alpha.
+template <class Pixel>
+class SpanMix {
+ public:
+  explicit SpanMix(const VXp_Place& at) : w_(at.fx, at.fy) {}
+  VXp_RawPixel<Pixel> At(ptrdiff_t, const VXp_Quad<Pixel>& quad) const { return Mixed(quad, w_); }
+
+ private:
+  VXp_DoubleWeights w_;
+};
+
+// One that follows another shares its column.
+template <>
+class SpanMix<VX_Pixel8> {
+ public:
+  explicit SpanMix(const VXp_Place& at) : rule_(static_cast<VX_Fixed>(at.fy)), fx_(at.fx) {}
+  uint32_t At(ptrdiff_t i, const VXp_Quad<VX_Pixel8>& quad) {
+    const ByteRule::Column left = i == next_ ? right_ : rule_.Of(quad.p00, quad.p01);
+    right_ = rule_.Of(quad.p10, quad.p11);
+    next_ = i + 1;
+    return rule_.Mix(left, right_, fx_);
+  }
+
+ private:
+  ByteRule rule_;
+  uint32_t fx_;
+  ByteRule::Column right_{};
+  ptrdiff_t next_ = -1;
+};
+
+// As the unclipped form, pixel after pixel; the fractions stay, and neighbours share a column.
+template <class Pixel>
+void WalkSpan(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
+              uint32_t* alpha_sum, Pixel* out) {
+  const double a = static_cast<double>(at.fx) * 0x1p-16, b = static_cast<double>(at.fy) * 0x1p-16;
+  SpanMix<Pixel> mix(at);
+  uint32_t sum = *alpha_sum;
+  SpanColumn<Pixel> left(from, rowbytes, b);
+  for (ptrdiff_t i = 0; i < count; ++i) {
+    from += sizeof(Pixel);
+    const SpanColumn<Pixel> right(from, rowbytes, b);
+    const VXp_Quad<Pixel> quad{left.upper, right.upper, left.lower, right.lower};
+    VXp_RawPixel<Pixel> pixel;
+    if (!quad.SameAlphas()) {
+      pixel = mix.At(i, quad);
+    } else if (static_cast<VX_ChannelOf<Pixel>>(quad.p00) != 0) {
+      pixel = VXp_Packed<Pixel>(Rule<Pixel>::Whole(Between(left.mixed, right.mixed, a)));
+    } else {
+      pixel = quad.SamePixels() ? quad.p00 : 0;
+    }
+    VXp_Store(out + i, pixel);
+    sum += static_cast<VX_ChannelOf<Pixel>>(pixel);
+    left = right;
+  }
+  *alpha_sum = sum;
+}
+
+template <class Pixel>
+VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
+                  uint32_t* alpha_sum, Pixel* out) {
+  if (count <= 0) return VX_Ok;
+  const VXp_Place at(x, y);
+  const char* const from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
+  if (at.IsWhole()) {
+    std::memcpy(static_cast<void*>(out), from, static_cast<size_t>(count) * sizeof(Pixel));
+    for (ptrdiff_t i = 0; i < count; ++i) *alpha_sum += VXp_Load<VX_ChannelOf<Pixel>>(out + i);
+    return VX_Ok;
+  }
+  const ptrdiff_t rowbytes = record->src->rowbytes;
+  VXp_RoundingToNearest([=] { WalkSpan(count, from, rowbytes, at, alpha_sum, out); });
+  return VX_Ok;
+}
 
 }  // namespace
 

@@ -1,13 +1,13 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx info: what a picture file says about itself.
+// vx info: what a picture or a clip says about itself.
 
 #include <iostream>
 #include <memory>
 
 #include "Console.h"
 #include "Errors.h"
-#include "VXIO/VXIO_Picture.h"
+#include "VXIO/VXIO_Clip.h"
 #include "Verbs.h"
 
 namespace vxcli {
@@ -57,9 +57,60 @@ void PrintText(const VXIO_Info& info, const Json& json) {
   }
 }
 
-int Run(const std::string& file, bool as_json) {
-  VXIO_Info info = VXIO_ReadInfo(file);
-  Json json = Describe(info);
+std::string Ratio(const VXIO_Rational& value, const char* between) {
+  return std::to_string(value.num) + between + std::to_string(value.den);
+}
+
+Json Describe(const VXIO_ClipInfo& info) {
+  Json json = {{"file", info.path},
+               {"format", info.format},
+               {"codec", info.codec},
+               {"width", info.width},
+               {"height", info.height},
+               {"pixel_format", info.pixel_format},
+               {"bits", info.bits},
+               {"depth", info.depth},
+               {"alpha", info.has_alpha ? "straight" : "none"},
+               {"frame_rate", nullptr},
+               {"frames", nullptr},
+               {"duration", nullptr},
+               {"matrix", info.matrix},
+               {"matrix_tagged", info.matrix_tagged},
+               {"full_range", info.full_range},
+               {"pixel_aspect", Ratio(info.pixel_aspect, ":")},
+               {"orientation", info.orientation}};
+  if (info.frame_rate.num > 0) json["frame_rate"] = Ratio(info.frame_rate, "/");
+  if (info.frames) json["frames"] = *info.frames;
+  if (info.duration) json["duration"] = *info.duration;
+  return json;
+}
+
+void PrintText(const VXIO_ClipInfo& info, const Json& json) {
+  auto told = [&](const char* name) {
+    return json[name].is_null()     ? "unknown"
+           : json[name].is_string() ? json[name].get<std::string>()
+                                    : json[name].dump();
+  };
+  std::cout << info.path << ": " << info.format << ", " << info.codec << ", " << info.width << " x "
+            << info.height << '\n'
+            << "frames    " << told("frames") << ", " << told("frame_rate") << " a second, "
+            << told("duration") << " seconds\n"
+            << "samples   " << info.pixel_format << ", " << info.bits << " bits; worked on at "
+            << info.depth << " bits\n"
+            << "colours   " << info.matrix << (info.matrix_tagged ? "" : " (assumed)") << ", "
+            << (info.full_range ? "full" : "limited") << " range\n"
+            << "alpha     " << told("alpha") << '\n';
+  if (info.orientation != 1) {
+    std::cout << "upright   after turning (orientation " << info.orientation << ")\n";
+  }
+  if (info.pixel_aspect.num != info.pixel_aspect.den) {
+    std::cout << "pixels    " << told("pixel_aspect") << ", width to height; not applied\n";
+  }
+}
+
+template <class Info>
+int Tell(const Info& info, bool as_json) {
+  const Json json = Describe(info);
   if (as_json) {
     PrintJson(json);
   } else {
@@ -68,13 +119,18 @@ int Run(const std::string& file, bool as_json) {
   return kDone;
 }
 
+int Run(const std::string& file, bool as_json) {
+  if (!VXIO_IsPicture(file)) return Tell(VXIO_ClipReader(file).info(), as_json);
+  return Tell(VXIO_ReadInfo(file), as_json);
+}
+
 }  // namespace
 
 Verb AddInfo(CLI::App* root) {
   auto file = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  CLI::App* app = root->add_subcommand("info", "Show what a picture file says about itself");
-  app->add_option("FILE", *file, "A picture")->type_name(" ")->required();
+  CLI::App* app = root->add_subcommand("info", "Show what a picture or a clip says about itself");
+  app->add_option("FILE", *file, "A picture or a clip")->type_name(" ")->required();
   app->add_flag("--json", *json, "Print JSON");
   app->footer("Example:\n  vx info photo.tif --json");
   return {app, [file, json] { return Run(*file, *json); }};

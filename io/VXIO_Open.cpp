@@ -180,7 +180,8 @@ void VXIOp_CheckSize(const std::string& path, int64_t width, int64_t height) {
 
 bool VXIO_IsPicture(const std::string& path) {
   VXIOp_CheckFile(path, "a picture or a clip");
-  return VXIOp_FormatOfContent(VXIOp_Head(path, 16), path) != nullptr;
+  if (VXIOp_FormatOfContent(VXIOp_Head(path, 16), path)) return true;
+  return VXIOp_FormatOfName(path) && VXIOp_ClipFormatOf(path).empty();
 }
 
 VXIOp_Open VXIOp_OpenPicture(const std::string& path) {

@@ -1,27 +1,18 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Pictures and sequences of pictures from files and to files.
+// Pictures and sequences of pictures from files and to files; Clips.cpp has clips.
+
+#include "Files.h"
 
 #include <pybind11/stl.h>
 
 #include "Arguments.h"
-#include "Errors.h"
-#include "Pictures.h"
 #include "Subjects.h"
-#include "VXIO/VXIO_Picture.h"
 #include "VXIO/VXIO_Profile.h"
 #include "VXIO/VXIO_Sequence.h"
 
 namespace vxpy {
-
-namespace {
-
-// What a file holds besides pixels: vx.Metadata.
-struct Metadata {
-  VXIO_Metadata carried;
-  std::string path;
-};
 
 std::string PathOf(const py::object& path) {
   const auto text = py::reinterpret_steal<py::object>(PyOS_FSPath(path.ptr()));
@@ -38,33 +29,9 @@ void WarnAll(const std::vector<std::string>& warnings) {
   }
 }
 
-// A file that is not there is told in Python's own way before the library looks for it.
 void RequireFile(const py::object& path) {
   const py::module_ os = py::module_::import("os");
   os.attr("stat")(path);  // raises FileNotFoundError, PermissionError, ...
-}
-
-// Runs function() without the interpreter's lock; what io throws becomes OSError.
-template <class Function>
-void RunFiles(Function&& function) {
-  const Call call;
-  std::string refused;
-  VX_Err code = VX_Ok;
-  {
-    const py::gil_scoped_release release;
-    try {
-      function();
-    } catch (const VXIO_Error& error) {
-      refused = error.what();
-    } catch (VX_Err thrown) {
-      code = thrown;
-    }
-  }
-  if (!refused.empty()) {
-    PyErr_SetString(PyExc_OSError, refused.c_str());
-    throw py::error_already_set();
-  }
-  Check(code);
 }
 
 VXIO_AlphaAs ParseAlpha(const py::object& word) {
@@ -73,12 +40,13 @@ VXIO_AlphaAs ParseAlpha(const py::object& word) {
   return kWays[ParseChoice("alpha", word, {"file", "straight", "premultiplied", "ignore"})];
 }
 
-// The world of a picture with its pixels, as the caller wants it.
 py::object Given(VXIO_WorldPtr world, bool as_world, Order order) {
   const auto shared = std::make_shared<World>(std::move(world), py::none(), /*writable=*/true);
   if (as_world) return py::cast(shared);
   return ArrayOf(*shared, order);
 }
+
+namespace {
 
 py::tuple Read(const py::object& path, const py::object& depth, const py::object& alpha,
                bool as_world, const py::object& order_word) {
@@ -142,7 +110,12 @@ py::dict Info(const py::object& path) {
   const std::string file = PathOf(path);
   RequireFile(path);
   VXIO_Info info;
-  RunFiles([&] { info = VXIO_ReadInfo(file); });
+  bool is_picture = false;
+  RunFiles([&] {
+    is_picture = VXIO_IsPicture(file);
+    if (is_picture) info = VXIO_ReadInfo(file);
+  });
+  if (!is_picture) return ClipInfo(file);
   constexpr const char* kAlpha[] = {"none", "straight", "premultiplied"};
   py::dict told;
   told["format"] = info.format;
@@ -175,6 +148,19 @@ std::vector<std::pair<int64_t, std::string>> FrameFiles(const py::object& path,
   return files;
 }
 
+// "1-10,20" as numbers.
+std::vector<int64_t> ParseFrames(const py::object& frames) {
+  return VXIO_ParseFrames(std::string(py::str(frames)));
+}
+
+bool IsPicture(const py::object& path) {
+  const std::string file = PathOf(path);
+  RequireFile(path);
+  bool is_picture = false;
+  RunFiles([&] { is_picture = VXIO_IsPicture(file); });
+  return is_picture;
+}
+
 bool IsPattern(const py::object& path) { return VXIO_FramePattern::IsPattern(PathOf(path)); }
 
 }  // namespace
@@ -193,7 +179,10 @@ void AddFiles(py::module_& module) {
   module.def("write", &Write);
   module.def("info", &Info);
   module.def("frame_files", &FrameFiles);
+  module.def("parse_frames", &ParseFrames);
   module.def("is_pattern", &IsPattern);
+  module.def("is_picture", &IsPicture);
+  AddClips(module);
 }
 
 }  // namespace vxpy

@@ -77,8 +77,9 @@ VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
 // that read clips.
 VXIO_API std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries();
 
-// Whether a file is a picture of one of these formats, by its first bytes, TGA by its name. Throws
-// VXIO_Error (Input) for one that is missing, empty, or no file.
+// Whether a file is to be read as a picture rather than as a clip: by its first bytes or, where
+// those tell neither, by its name. Throws VXIO_Error (Input) for one that is missing, empty, or no
+// file.
 VXIO_API bool VXIO_IsPicture(const std::string& path);
 
 // --- reading -------------------------------------------------------------------------------------

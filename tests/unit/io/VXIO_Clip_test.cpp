@@ -525,6 +525,9 @@ TEST_F(Clip, WhatIsNoClip) {
   EXPECT_THROW(VXIO_ClipReader("file:" + Path("a.mkv")), VXIO_Error);  // a name is no address
   EXPECT_FALSE(VXIO_IsPicture(Path("a.mkv")));
   EXPECT_TRUE(VXIO_IsPicture(Path("a.ppm")));
+  EXPECT_FALSE(VXIO_IsPicture(Path("text.mkv")));
+  std::filesystem::rename(Path("text.mkv"), Path("text.png"));
+  EXPECT_TRUE(VXIO_IsPicture(Path("text.png")));
   try {
     VXIO_Read(Path("a.mkv"));
     FAIL();

@@ -1,0 +1,98 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Clips from files.
+
+#include "VXIO/VXIO_Clip.h"
+
+#include <pybind11/stl.h>
+
+#include <optional>
+
+#include "Arguments.h"
+#include "Files.h"
+
+namespace vxpy {
+
+namespace {
+
+// A clip from its first frame on; the face sees to it that one thread at a time asks.
+class Clip {
+ public:
+  explicit Clip(const py::object& path) : path_(PathOf(path)) {
+    RequireFile(path);
+    RunFiles([&] { reader_.emplace(path_); });
+  }
+
+  // (number, picture, metadata, time), or None after the last.
+  py::object Next(const py::object& depth, const py::object& alpha, bool as_world,
+                  const py::object& order_word) {
+    const Order order = ParseOrder(order_word);
+    const VXIO_AlphaAs way = ParseAlpha(alpha);
+    const int32_t bits = depth.is_none() ? 0 : ParseDepth(depth);
+    std::optional<VXIO_ClipFrame> frame;
+    RunFiles([&] { frame = Reader().Next(bits, way); });
+    if (!frame) return py::none();
+    WarnAll(frame->picture.warnings);
+    return py::make_tuple(frame->number, Given(std::move(frame->picture.world), as_world, order),
+                          Metadata{frame->picture.metadata, path_}, frame->time);
+  }
+
+  bool Skip() {
+    bool more = false;
+    RunFiles([&] { more = Reader().Skip(); });
+    return more;
+  }
+
+  int64_t Position() const { return reader_ ? reader_->position() : 0; }
+  void Close() { reader_.reset(); }
+
+ private:
+  VXIO_ClipReader& Reader() {
+    if (!reader_) throw VXIO_Error(VXIO_ErrorKind::Input, path_ + ": is closed");
+    return *reader_;
+  }
+
+  std::string path_;
+  std::optional<VXIO_ClipReader> reader_;
+};
+
+py::object Fraction(const VXIO_Rational& value) {
+  if (value.num <= 0) return py::none();
+  return py::module_::import("fractions").attr("Fraction")(value.num, value.den);
+}
+
+}  // namespace
+
+py::dict ClipInfo(const std::string& path) {
+  VXIO_ClipInfo info;
+  RunFiles([&] { info = VXIO_ClipReader(path).info(); });
+  py::dict told;
+  told["format"] = info.format;
+  told["codec"] = info.codec;
+  told["pixel_format"] = info.pixel_format;
+  told["width"] = info.width;
+  told["height"] = info.height;
+  told["bits"] = info.bits;
+  told["depth"] = info.depth;
+  told["alpha"] = info.has_alpha ? "straight" : "none";
+  told["frame_rate"] = Fraction(info.frame_rate);
+  told["frame_count"] = info.frames;
+  told["duration"] = info.duration;
+  told["pixel_aspect"] = Fraction(info.pixel_aspect);
+  told["matrix"] = info.matrix;
+  told["matrix_tagged"] = info.matrix_tagged;
+  told["full_range"] = info.full_range;
+  return told;
+}
+
+void AddClips(py::module_& module) {
+  py::class_<Clip>(module, "Clip")
+      .def(py::init<const py::object&>())
+      .def("next", &Clip::Next)
+      .def("skip", &Clip::Skip)
+      .def("close", &Clip::Close)
+      .def_property_readonly("position", &Clip::Position);
+}
+
+}  // namespace vxpy

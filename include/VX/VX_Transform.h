@@ -38,14 +38,6 @@
 
 inline constexpr int32_t VX_Transform_MaxMatrices = 257;
 
-// What drives one row: the source position of its first pixel, at the first matrix and at the last,
-// and the steps from one pixel to the next.
-struct VX_TransformRowParams {
-  VX_Fixed start_x, start_y, end_x, end_y;
-  VX_Fixed dx, dy, end_dx, end_dy;
-};
-static_assert(sizeof(VX_TransformRowParams) == 32);
-
 // Rows and blocks that a transform works in; see VX_Transfer.h.
 using VX_MotionBlurScratch = VX_BlendScratch;
 

@@ -68,8 +68,20 @@ class VXp_StillHighRows {
 
 // --- with motion along a straight way ------------------------------------------------------------
 
-// The walks of the first and the last matrix, and the line from the one to the other at each pixel.
-// The end of the line is not on it.
+// The figures that drive one row: the source positions of its first pixel, at the first matrix and
+// at the last, and the steps of both to the next pixel.
+struct VX_TransformRowParams {
+  int64_t start_x, start_y, end_x, end_y;
+  int64_t dx, dy, end_dx, end_dy;
+
+  // The line from the one position of pixel i to the other, which itself is not on it.
+  VXp_Line WayAt(int32_t i, int32_t samples) const {
+    const int64_t x = start_x + i * dx, y = start_y + i * dy;
+    return {x, y, (end_x + i * end_dx - x) / samples, (end_y + i * end_dy - y) / samples, samples};
+  }
+};
+
+// The walks of the first and the last matrix.
 class VXp_MotionWalk {
  public:
   VXp_MotionWalk(const VXp_TransformPlan& plan)
@@ -81,11 +93,10 @@ class VXp_MotionWalk {
     first_.NextRow();
     last_.NextRow();
   }
-  VXp_Line WayAt(int32_t i) const {
-    const int64_t x = first_.x + i * first_.dx, y = first_.y + i * first_.dy;
-    return {x, y, (last_.x + i * last_.dx - x) / samples_, (last_.y + i * last_.dy - y) / samples_,
-            samples_};
+  VX_TransformRowParams Row() const {
+    return {first_.x, first_.y, last_.x, last_.y, first_.dx, first_.dy, last_.dx, last_.dy};
   }
+  VXp_Line WayAt(int32_t i) const { return Row().WayAt(i, samples_); }
   // Every pixel's way is that of its left neighbour, a pixel further.
   bool SlidesByPixels() const {
     return first_.dx == kVXp_FixedOne && first_.dy == 0 && last_.dx == kVXp_FixedOne &&

@@ -24,7 +24,9 @@ install(DIRECTORY ${vx_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 if(TARGET vx_python)
   file(RELATIVE_PATH vx_lib_from_python /${VX_PYTHON_DIR}/vx /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(vx_python PROPERTIES INSTALL_RPATH "$ORIGIN/${vx_lib_from_python}")
+  # Beside it in a wheel, else where the libraries go.
+  set_target_properties(vx_python PROPERTIES
+                        INSTALL_RPATH "$ORIGIN/lib:$ORIGIN/${vx_lib_from_python}")
   install(TARGETS vx_python LIBRARY DESTINATION ${VX_PYTHON_DIR}/vx)
   install(DIRECTORY python/vx/ DESTINATION ${VX_PYTHON_DIR}/vx
           FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed")

@@ -8,6 +8,7 @@
 #include "Subjects.h"
 
 PYBIND11_MODULE(_vx, module) {
+  module.attr("__version__") = VX_VERSION;
   vxpy::AddErrors(module);
   vxpy::AddWorld(module);
   vxpy::AddColor(module);

@@ -24,8 +24,8 @@ from ._pixels import (blit, clear_alpha_outside, clear_outside, convert, copy, c
 from ._planes import copy_channel, deinterleave, extract_planes, insert_planes, interleave
 from ._samples import sample, sample_all_in, samplers
 from ._transform import Parts, matrices_between, transform
-from ._vx import (Bitmap, ColorSettings, Error, LinearTables, Metadata, Profile, World, birth,
-                  death)
+from ._vx import (Bitmap, ColorSettings, Error, LinearTables, Metadata, Profile, World,
+                  __version__, birth, death)
 
 __all__ = [
     "Bitmap", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "Parts", "Profile",

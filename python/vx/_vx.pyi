@@ -6,6 +6,8 @@ from typing import Any, Literal
 
 import numpy
 
+__version__: str
+
 class Error(RuntimeError):
     code: int
 

@@ -145,6 +145,7 @@ VXIO_Metadata VXIO_ClipReader::Impl::MetadataOf(const VXIO_Picture& picture,
 }
 
 VXIO_ClipFrame VXIO_ClipReader::Impl::Take(int32_t depth, VXIO_AlphaAs alpha) {
+  const VXIOp_LavWords::Listening listen(stream.words());
   const AVFrame& frame = stream.frame();
   VXIOp_CheckSize(info.path, frame.width, frame.height);
   const VXIOp_ClipPixels pixels = PixelsOfFrame();

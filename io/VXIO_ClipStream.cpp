@@ -147,6 +147,12 @@ VXIOp_ClipStream::VXIOp_ClipStream(const std::string& path) : path_(path) {
   static_cast<void>(words_.Take());  // what the search for the streams left
 }
 
+VXIOp_ClipStream::~VXIOp_ClipStream() {
+  const VXIOp_LavWords::Listening listen(&words_);
+  codec_.reset();
+  file_.reset();
+}
+
 void VXIOp_ClipStream::OpenFile() {
   VXIOp_CheckFile(path_, "a clip");
   const AVInputFormat* format = Probe(path_);

@@ -56,6 +56,7 @@ class VXIOp_ClipStream {
  public:
   // Throws VXIO_Error (Input).
   explicit VXIOp_ClipStream(const std::string& path);
+  ~VXIOp_ClipStream();
   VXIOp_ClipStream(const VXIOp_ClipStream&) = delete;
   VXIOp_ClipStream& operator=(const VXIOp_ClipStream&) = delete;
 
@@ -77,6 +78,7 @@ class VXIOp_ClipStream {
   // Of a time stamp of the stream, since the start of the file.
   std::optional<double> SecondsOf(int64_t stamp) const;
   const std::vector<std::string>& warnings() const { return warnings_; }
+  VXIOp_LavWords* words() { return &words_; }
 
  private:
   void OpenFile();

@@ -315,10 +315,11 @@ bool VXIOp_ClipStream::Next() {
   int got;
   while ((got = avcodec_receive_frame(codec_.get(), frame_.get())) == AVERROR(EAGAIN)) Feed();
   if (got == AVERROR(ENOMEM)) throw VX_Err{VX_ErrOutOfMemory};
-  if (got == AVERROR_EOF && torn_.empty()) {
+  if (got == AVERROR_EOF && torn_.empty() && decoded_ > 0) {
     ended_ = true;
     return false;
   }
+  if (got == AVERROR_EOF && torn_.empty()) torn_ = "it ends before its first frame";
   if (got == AVERROR_EOF) Fail(torn_);
   if (got < 0) Fail(Why(words_.Take(), got));
   JudgeFrame();
@@ -338,9 +339,11 @@ void VXIOp_ClipStream::Feed() {
   if (error < 0) {
     // The frames that the decoder holds come out first.
     torn_ = error == AVERROR_EOF ? JudgeEnd() : Why(words_.Take(), error);
+    draining_ = true;
     error = avcodec_send_packet(codec_.get(), nullptr);
   } else {
     ++packets_;
+    read_to_ = avio_tell(file_->pb);
     const int64_t stamp = packet_->pts != AV_NOPTS_VALUE ? packet_->pts : packet_->dts;
     last_stamp_ = std::max(last_stamp_, stamp);
     last_decoded_stamp_ = packet_->dts;
@@ -353,7 +356,15 @@ void VXIOp_ClipStream::Feed() {
 
 void VXIOp_ClipStream::JudgeFrame() {
   // Frames are stored out of order; one that is shown before this may be among those that are lost.
-  if (!torn_.empty() && frame_->best_effort_timestamp > last_decoded_stamp_) Fail(torn_);
+  const int64_t stamp = frame_->best_effort_timestamp;
+  if (!torn_.empty() && stamp > last_decoded_stamp_) Fail(torn_);
+  // A transport stream does not tell how long it is, but such a gap tells that it was cut off.
+  const AVRational rate = FrameRate();
+  if (draining_ && decoded_ > 0 && rate.num > 0 && FormatName() == "mpegts" &&
+      static_cast<double>(stamp - shown_stamp_) * av_q2d(stream_->time_base) > 1.5 / av_q2d(rate)) {
+    Fail("frames before its last are missing");
+  }
+  shown_stamp_ = stamp;
   if (frame_->decode_error_flags != 0 || (frame_->flags & AV_FRAME_FLAG_CORRUPT)) {
     Fail(Why(words_.Take(), AVERROR_INVALIDDATA));
   }
@@ -373,6 +384,10 @@ std::string VXIOp_ClipStream::JudgeEnd() const {
   } else if (container == "matroska") {
     // The duration of a file with sound may be that of the sound.
     early = (file_->nb_streams == 1 || Tag(*stream_, "DURATION")) && EndsBeforeItsTime();
+  } else if (container == "mxf") {
+    early = EndsBeforeItsTime();
+  } else if (container == "yuv4mpegpipe") {
+    early = read_to_ < avio_size(file_->pb);  // half a frame is left
   }
   return early ? "it ends before the time that its header says" : "";
 }

@@ -101,8 +101,11 @@ class VXIOp_ClipStream {
   bool alpha_beside_ = false;  // the frames have alpha that their parameters do not tell
   int64_t decoded_ = 0;
   int64_t packets_ = 0;
+  int64_t read_to_ = 0;                          // the byte of the file after the last of them
+  int64_t shown_stamp_ = AV_NOPTS_VALUE;         // of the last frame
   int64_t last_stamp_ = AV_NOPTS_VALUE;          // when the latest of the packets is shown
   int64_t last_decoded_stamp_ = AV_NOPTS_VALUE;  // when the last packet is decoded
+  bool draining_ = false;                        // the decoder has all packets
   bool ended_ = false;
   std::string torn_;  // why no more packets come although the file has not ended
   std::string failure_;

@@ -23,10 +23,10 @@
 //   Upright   Quarter turns and mirrorings of a display matrix are carried out; another one is
 //             left out with a warning. The shape of pixels is told and not applied.
 //   Damage    What the decoder would patch over is an error, at the frame where it shows. The
-//             frames before it were good. A Matroska, MOV, MP4 or AVI file that ends before the
-//             time that its header says is damaged; other containers do not tell whether frames are
-//             missing. Where frames are stored out of order, the last two or so of what is left of
-//             such a file are not given, because earlier ones may be lost.
+//             frames before it were good. A Matroska, MOV, MP4, AVI or MXF file that ends before
+//             the time that its header says is damaged; other containers do not tell whether frames
+//             are missing. Where frames are stored out of order, the last two or so of what is left
+//             of such a file are not given, because earlier ones may be lost.
 //   Whose     Files alone: a clip that names other files or addresses does not reach them.
 //   Messages  The first clip sets the log function of libav in this process. What libav says during
 //             calls from here goes into errors, all else to libav's default.

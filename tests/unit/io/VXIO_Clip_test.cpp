@@ -129,10 +129,12 @@ TEST_F(Clip, CutAnywhere) {
     AVPixelFormat format;
     bool sound;
   };
-  for (const Case& c : {Case{"a.mkv", "ffv1", AV_PIX_FMT_BGR0, false},
-                        Case{"b.mkv", "ffv1", AV_PIX_FMT_YUV420P, true},
-                        Case{"c.mov", "png", AV_PIX_FMT_RGBA, false},
-                        Case{"d.avi", "ffv1", AV_PIX_FMT_BGR0, false}}) {
+  for (const Case& c :
+       {Case{"a.mkv", "ffv1", AV_PIX_FMT_BGR0, false},
+        Case{"b.mkv", "ffv1", AV_PIX_FMT_YUV420P, true},
+        Case{"c.mov", "png", AV_PIX_FMT_RGBA, false}, Case{"d.avi", "ffv1", AV_PIX_FMT_BGR0, false},
+        Case{"e.mkv", "libx264", AV_PIX_FMT_YUV444P, false},  // out of order
+        Case{"f.y4m", "wrapped_avframe", AV_PIX_FMT_YUV444P, false}}) {
     ClipPlan plan{Path(c.name), c.format, c.codec};
     plan.frames = 6;
     plan.sound = c.sound;
@@ -167,7 +169,8 @@ TEST_F(Clip, CutAnywhere) {
         EXPECT_NE(said.find("at frame " + std::to_string(read)), std::string::npos) << said;
       }
     }
-    EXPECT_GE(most, std::string(c.name) == "c.mov" ? 0u : 5u);  // its index is at the end
+    // The index of one is at its end; of another, two frames may wait for what is lost.
+    EXPECT_GE(most, c.name[0] == 'c' ? 0u : c.name[0] == 'e' ? 3u : 5u);
   }
 }
 

@@ -113,8 +113,8 @@ an array of height x width x 4 over its memory, which array, worlds and bitmap k
       .def(py::init(&NewBitmap), py::arg("width"), py::arg("height"), py::arg("depth") = 8,
            py::arg("channel_order") = "argb")
       .def("world", &WorldOf, "A World over the same memory; ValueError for \"bgra\".")
-      .def_property_readonly("width", &Bitmap::width)
-      .def_property_readonly("height", &Bitmap::height)
+      .def_property_readonly("width", &Bitmap::width, "Pixels in a row.")
+      .def_property_readonly("height", &Bitmap::height, "Rows.")
       .def_property_readonly("depth", &Bitmap::depth, "8, 16 or 32 bits a channel.")
       .def_property_readonly(
           "channel_order", [](const Bitmap& b) { return b.bgra() ? "bgra" : "argb"; },

@@ -219,8 +219,9 @@ void AddProfile(py::module_& module) {
             return names;
           },
           "The names of the built-in profiles.")
-      .def_property_readonly("description",
-                             [](const Profile& p) { return VXIO_ProfileName(p.profile); })
+      .def_property_readonly(
+          "description", [](const Profile& p) { return VXIO_ProfileName(p.profile); },
+          "What the profile calls itself.")
       .def_property_readonly("exponent", &Exponent,
                              "Of the green curve, from stored to linear; the best fit where the "
                              "curve is no pure power.")
@@ -259,15 +260,18 @@ void AddColor(py::module_& module) {
       .def(
           "copy", [](const Settings& s) { return Settings(s); },
           "The same choices; what was made from them is made anew.")
-      .def_property("profile", &Settings::GetProfile, &Settings::SetProfile)
+      .def_property("profile", &Settings::GetProfile, &Settings::SetProfile,
+                    "The Profile of the project; may be set.")
       .def_property_readonly("adjusted_profile", &Settings::GetAdjusted,
                              "The profile, or with linearize its linear counterpart.")
       .def_property(
           "linearize", [](Settings& s) { return s.raw().GetLinearize(); },
-          [](Settings& s, bool on) { s.raw().SetLinearize(on); })
+          [](Settings& s, bool on) { s.raw().SetLinearize(on); },
+          "Whether all work is in linear light; may be set.")
       .def_property(
           "linear_blending", [](Settings& s) { return s.raw().GetLinearBlending(); },
-          [](Settings& s, bool on) { s.raw().SetLinearBlending(on); })
+          [](Settings& s, bool on) { s.raw().SetLinearBlending(on); },
+          "Whether blending alone is in linear light; may be set.")
       .def_property_readonly("exponent", &Settings::GetExponent,
                              "Of the adjusted profile, from stored to linear.")
       .def("tables", &Settings::GetTables, py::kw_only(), py::arg("force") = false,

@@ -4,6 +4,7 @@
 #include "Errors.h"
 
 #include <atomic>
+#include <string_view>
 
 #include "VX/VX_Package.h"
 #include "host/VXHost.h"
@@ -28,6 +29,15 @@ const char* Meaning(VX_Err code) {
     case VX_ErrStopped: return "stopped";
     default: return "failed";
   }
+}
+
+// Reports name signs that a host's language may have its own way with.
+std::string Plain(std::string text) {
+  constexpr std::string_view kSign = "#{rsquo}";
+  for (size_t at; (at = text.find(kSign)) != std::string::npos;) {
+    text.replace(at, kSign.size(), "'");
+  }
+  return text;
 }
 
 [[noreturn]] void Throw(VX_Err code, const std::string& text) {
@@ -57,7 +67,7 @@ void Check(VX_Err code) {
     throw py::error_already_set();
   }
   const std::vector<VXHost_Report> reports = VXHost_TakeReports();
-  Throw(code, reports.empty() ? Meaning(code) : reports.back().text);
+  Throw(code, reports.empty() ? Meaning(code) : Plain(reports.back().text));
 }
 
 void Alone(const char* what) {

@@ -137,8 +137,8 @@ py::object Target::Finish() {
 void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name,
                       const char* b_name) {
   if (a.Depth() == b.Depth()) return;
-  throw py::value_error(std::string(a_name) + " has " + std::to_string(a.Depth()) +
-                        " bits a channel and " + b_name + " " + std::to_string(b.Depth()) +
+  throw py::value_error(std::string(b_name) + ": has " + std::to_string(b.Depth()) +
+                        " bits a channel, and " + a_name + " " + std::to_string(a.Depth()) +
                         "; vx.convert brings them together");
 }
 }  // namespace vxpy

@@ -91,7 +91,7 @@ class Target {
   bool converts_ = false;
 };
 
-// Both of a pair of pictures must have one size or one depth: ValueError.
+// Both of a pair of pictures must have one depth: ValueError about the second.
 void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name, const char* b_name);
 
 // Pixels of a world's own, made within a call of the library: births and deaths must not cross it.

@@ -110,11 +110,13 @@ keep each other alive.)")
           },
           py::kw_only(), py::arg("order") = "rgba",
           "A new array of height x width x 4 in the order asked for.")
-      .def_property_readonly("width", [](const World& w) { return w.get()->width; })
-      .def_property_readonly("height", [](const World& w) { return w.get()->height; })
+      .def_property_readonly(
+          "width", [](const World& w) { return w.get()->width; }, "Pixels in a row.")
+      .def_property_readonly(
+          "height", [](const World& w) { return w.get()->height; }, "Rows.")
       .def_property_readonly(
           "depth", [](const World& w) { return w.get()->Depth(); }, "8, 16 or 32 bits a channel.")
-      .def_property_readonly("writable", &World::writable)
+      .def_property_readonly("writable", &World::writable, "False for a view on a read-only array.")
       .def("__repr__",
            [](const World& w) {
              return "<vx.World " + std::to_string(w.get()->width) + " x " +

@@ -4,11 +4,26 @@
 
 A picture is a NumPy array of height x width x 4 (red, green, blue, alpha; straight alpha) or x 3
 (opaque), or a vx.World. uint8 is 0..255, uint16 is 0..32768 (white is 32768, not 65535), float32 is
-0..1 nominal. Functions change nothing but `out`; without it they give a new array (a new World for
-a World). The interpreter's lock is free while pixels are worked on.
+0..1 nominal. Sides are 1 to 30000 pixels.
 
-The library works on alpha, red, green, blue: with order="argb" arrays are used where they lie; in
-the default order each call converts them once on the way in and once on the way out.
+What arguments of these names are, wherever they come:
+
+out: takes the result, and is what the function gives; it must have its size and depth. Nothing else
+is changed. None makes a new array, or a new World where the first picture is one.
+order: of the channels of arrays and colours, "rgba" or "argb". The library works on alpha, red,
+green, blue: with "argb" arrays are used where they lie, in the default order each call converts them
+once on the way in and once on the way out. The result has it, too.
+rect: (left, top, right, bottom), pixels of -32768..32767; right and bottom are exclusive. What lies
+outside of the picture is cut off. None is the whole picture.
+at: (x, y) in pixels, from the left and the top.
+progress: a function, called with (steps done, all steps). What is true stops the work, with
+vx.Error of code 517; what it raises comes out unchanged. An array of the default order is then as it
+was, others may be drawn in part.
+
+What is wrong with an argument is a TypeError or ValueError that begins with its name; what the
+library refuses, or cannot do, is a vx.Error or MemoryError. Any number of threads may call at once
+with destinations of their own; the interpreter's lock is free while pixels are worked on, and Ctrl-C
+stops long work.
 """
 
 from . import host, uno

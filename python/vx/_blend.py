@@ -25,7 +25,8 @@ def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacit
     opacity: 0..1.
     at: (x, y) in dst where the corner of the rectangle lies, pixels.
     rect: (left, top, right, bottom) of src; None is all of it.
-    mask_use: which quantity of the mask weighs a pixel; mask_at: its corner in dst.
+    mask_use: which quantity of the mask weighs a pixel.
+    mask_at: (x, y) of the mask's corner in dst.
     tables: blend in linear light by these; None blends the stored values.
     keep_alpha: colours are written, the alpha of dst stays.
     seed: of the mode dissolve.
@@ -61,12 +62,13 @@ def blend_pixel(s: numpy.typing.ArrayLike, d: numpy.typing.ArrayLike, mode: str 
                 order: Order = "rgba") -> numpy.ndarray:
     """Single pixels by the arithmetic of a mode: `s` over `d`, four channels in the last axis.
 
-    The two are broadcast against each other; the result is a new array. depth: 8, 16 or 32 for
-    numbers that are no array of uint8, uint16 or float32; None takes that of `d`. opacity,
-    opacity2: 0..1, multiplied; None is 1. The mode dissolve, which needs to know where a pixel
-    lies, gives `d`.
+    The two are broadcast against each other; the result is a new array.
 
-    Raises TypeError, ValueError.
+    depth: 8, 16 or 32 for numbers that are no array of uint8, uint16 or float32; None takes that
+    of `d`.
+    opacity, opacity2: 0..1, multiplied; None is 1.
+
+    The mode dissolve, which needs to know where a pixel lies, gives `d`. Raises TypeError, ValueError.
     """
     kind = kind_of(depth, d)
     if kind is None:
@@ -86,5 +88,8 @@ def modes() -> list[tuple[int, str]]:
 
 
 def transfer_flags(mode: str | int) -> int:
-    """1 for the modes whose flag is set, else 0; the library itself does not ask."""
+    """What callers of older hosts ask of a mode: 1 for -3, 0 to 2, 4 to 7, 9 to 16, 22 and 25, else 0.
+
+    Raises TypeError, ValueError.
+    """
     return _vx.transfer_flags(mode)

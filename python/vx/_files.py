@@ -54,7 +54,10 @@ def read_all(path: Path, *, depth: int | None = None, alpha: Alpha = "file", wor
 
 def read(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
          order: Order = "rgba") -> Picture:
-    """The picture of read_all() alone: height x width x 4 of uint8, uint16 or float32."""
+    """The picture of read_all() alone: height x width x 4 of uint8, uint16 or float32.
+
+    Raises FileNotFoundError, OSError, Error, MemoryError.
+    """
     return _vx.read(path, depth, alpha, world, order)[0]
 
 
@@ -67,6 +70,8 @@ def write(path: Path, picture: Picture, *, metadata: _vx.Metadata | None = None,
     keep_alpha: store alpha also when every pixel is opaque.
     overwrite: False refuses a file that is there.
     strict: what would be a UserWarning (a depth that the format does not hold) raises OSError.
+
+    Raises TypeError, ValueError, OSError, Error; the file that was there then stays.
     """
     _vx.write(path, picture, metadata, keep_alpha, overwrite, strict, order)
 

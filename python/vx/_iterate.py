@@ -37,13 +37,16 @@ def iterate_rows(dst: Picture, function: Callable[..., Any], *, src: Picture | N
                  at: Place = (0, 0), rect: Rect | None = None, uncovered: bool = False,
                  rows: int = 16, progress: Progress | None = None, out: Picture | None = None,
                  order: Order = "rgba") -> Picture:
-    """The same by bands of rows, which NumPy works on at its own speed.
+    """Bands of rows of `rect` of dst through a function, which NumPy works on at its own speed.
 
     function(x, y, band), or function(x, y, src_band, band) with a source: a band is an array of
     up to `rows` rows x the width of the area x 4, whose first pixel is (x, y) of dst. The function
     changes it, or gives what is put in its place. Bands are independent: a module that replaces
     the generic iterator may call from several threads and in any order.
+    src, at, uncovered: as in iterate(); the area is what src covers.
     progress: called after each band with (bands done, bands).
+
+    Raises what the function raises, TypeError, ValueError, Error.
     """
     return _vx.iterate_rows(dst, function, src, at, rect, uncovered, rows, progress, out, order)
 
@@ -53,5 +56,7 @@ def iterate_generic(iterations: int, function: Callable[[int, int, int], object]
 
     iterations: -1 means once, 0 never. The built-in iterator runs on the calling thread in order;
     a module that replaces it may call from host.threads() threads, in any order.
+
+    Raises what the function raises, TypeError, ValueError, Error.
     """
     _vx.iterate_generic(iterations, function)

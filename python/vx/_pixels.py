@@ -27,36 +27,51 @@ def fill(picture: Picture, color: Color, *, rect: Rect | None = None, out: Pictu
 
 def clear_alpha_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = None,
                         order: Order = "rgba") -> Picture:
-    """A picture whose alpha is 0 outside of `rect`; colours stay. None keeps everything."""
+    """A picture whose alpha is 0 outside of `rect`; colours stay. None keeps everything.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.clear_alpha_outside(picture, rect, out, order)
 
 
 def clear_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = None,
                   order: Order = "rgba") -> Picture:
-    """A picture that is transparent black outside of `rect`; None keeps everything."""
+    """A picture that is transparent black outside of `rect`; None keeps everything.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.clear_outside(picture, rect, out, order)
 
 
 def fill_alpha(picture: Picture, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The picture made opaque; colours stay."""
+    """The picture made opaque; colours stay. Raises TypeError, ValueError, Error."""
     return _vx.fill_alpha(picture, out, order)
 
 
 def invert_alpha(picture: Picture, *, out: Picture | None = None,
                  order: Order = "rgba") -> Picture:
-    """The picture with full scale less its alpha; colours stay."""
+    """The picture with full scale less its alpha; colours stay.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.invert_alpha(picture, out, order)
 
 
 def premultiply(picture: Picture, *, color: Color | None = None, rect: Rect | None = None,
                 out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Colours multiplied by alpha: against black, or against `color` (see fill())."""
+    """Colours multiplied by alpha, in `rect`: against black, or against `color` (see fill()).
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.premultiply(picture, True, color, rect, out, order)
 
 
 def unpremultiply(picture: Picture, *, color: Color | None = None, rect: Rect | None = None,
                   out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Undoes premultiply(); colours of transparent pixels are lost in between."""
+    """Undoes premultiply(); colours of transparent pixels are lost in between.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.premultiply(picture, False, color, rect, out, order)
 
 
@@ -65,8 +80,11 @@ def convert(picture: Picture, depth: int, *, dither: bool = False,
             order: Order = "rgba") -> Picture:
     """The picture at 8, 16 or 32 bits a channel: uint8, uint16 (0..32768) or float32.
 
-    Floats are held to 0..1 on the way to integers. dither: noise in place of rounding on the way
-    to 8 bits; reset_dither() makes it repeat.
+    Floats are held to 0..1 on the way to integers.
+
+    dither: noise in place of rounding on the way to 8 bits; reset_dither() makes it repeat.
+
+    Raises TypeError, ValueError, Error.
     """
     return _vx.convert(picture, depth, dither, progress, out, order)
 
@@ -78,6 +96,8 @@ def copy(dst: Picture, src: Picture, *, src_rect: Rect | None = None, dst_rect: 
 
     None is the whole picture. Draft takes the nearest pixel and converts between depths; high
     filters, weighting colours by alpha unless `premultiplied`, and needs equal depths.
+
+    Raises TypeError, ValueError, Error.
     """
     return _vx.copy(dst, src, src_rect, dst_rect, quality, premultiplied, out, order)
 
@@ -87,7 +107,9 @@ def copy_bitmap(src: Bitmap, out: Bitmap, *, src_rect: Rect | None = None,
                 premultiplied: bool = False) -> Bitmap:
     """Copies between bitmaps of the host, as copy() does, and gives `out`, which is changed.
 
-    Draft also turns the channel order; of deeper bitmaps there is only one.
+    Draft also turns the channel order; high quality needs equal orders and depths.
+
+    Raises TypeError, ValueError, Error.
     """
     return _vx.copy_bitmap(src, out, src_rect, out_rect, quality, premultiplied)
 
@@ -99,6 +121,8 @@ def blit(dst: Picture, src: Picture, *, at: Place = (0, 0), rect: Rect | None = 
 
     low, high: what becomes 0 and full scale, a number 0..1 for each channel in `order`; without
     both there is no stretching. Where low equals high, below it gives 0 and the rest full scale.
+
+    Raises TypeError, ValueError, Error.
     """
     return _vx.blit(dst, src, at, rect, low, high, invert_alpha, out, order)
 
@@ -106,14 +130,25 @@ def blit(dst: Picture, src: Picture, *, at: Place = (0, 0), rect: Rect | None = 
 def resize(picture: Picture, width: int, height: int, *, quality: Quality = "high",
            progress: Progress | None = None, out: Picture | None = None,
            order: Order = "rgba") -> Picture:
-    """The picture scaled to height x width; opaque ones stay opaque to their edge."""
+    """The picture scaled to height x width pixels; opaque ones stay opaque to their edge.
+
+    quality: "high" filters, weighting colours by alpha; "draft" takes the nearest pixel.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.resize(picture, width, height, quality, progress, out, order)
 
 
 def mix(a: Picture, b: Picture, ratio: float, *, premultiplied: bool = False,
         progress: Progress | None = None, out: Picture | None = None,
         order: Order = "rgba") -> Picture:
-    """Between two pictures, over the part that both cover: ratio 0 gives a, 1 gives b."""
+    """Between two pictures of one depth, over the part that both cover: ratio 0 gives a, 1 gives b.
+
+    The result has the size of a, and its pixels where b ends. Colours are weighted by alpha unless
+    they are `premultiplied`.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.mix(a, b, ratio, premultiplied, progress, out, order)
 
 
@@ -121,7 +156,10 @@ def look_up(picture: Picture, *, alpha: numpy.ndarray | None = None,
             red: numpy.ndarray | None = None, green: numpy.ndarray | None = None,
             blue: numpy.ndarray | None = None, rect: Rect | None = None,
             out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Each channel of an 8-bit picture through a table of 256 uint8; None leaves a channel."""
+    """Each channel of an 8-bit picture through a table of 256 uint8; None leaves a channel.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.look_up(picture, alpha, red, green, blue, rect, out, order)
 
 
@@ -133,18 +171,21 @@ def guess_alpha(picture: Picture, *,
     """How colour and alpha were combined, told from the pixels.
 
     Gives the kind, or None where nothing decides; the number of partly transparent pixels; how
-    many of these contradict black; how many contradict white.
+    many of these contradict black; how many contradict white. Raises TypeError, ValueError.
     """
     return _vx.guess_alpha(picture, order)
 
 
 def rand(state: int) -> tuple[int, int]:
-    """The next value, 0..32767, and the next state, of a generator with a state of 32 bits."""
+    """The next value, 0..32767, and the next state, of a generator with a state of 32 bits.
+
+    Raises TypeError, ValueError for a state that is not within 0..2^32 - 1.
+    """
     return _vx.rand(state)
 
 
 def hypot(x: float, y: float) -> float:
-    """sqrt(x x + y y), without a guard against overflow."""
+    """sqrt(x x + y y), without a guard against overflow. Raises TypeError."""
     return _vx.hypot(x, y)
 
 

@@ -23,14 +23,17 @@ def _array(name: str, value: numpy.ndarray) -> numpy.ndarray:
 def deinterleave(picture: Picture, channel: Channel, *, order: Order = "rgba") -> numpy.ndarray:
     """One channel as an array of height x width, of the dtype of the picture.
 
-    Raises TypeError, ValueError, as all functions of channels.
+    Raises TypeError, ValueError, Error.
     """
     return _vx.deinterleave(picture, channel, order)
 
 
 def interleave(picture: Picture, plane: numpy.ndarray, channel: Channel, *,
                out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The picture with one channel from a plane of its height, width and dtype."""
+    """The picture with one channel from a plane of its height, width and dtype.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.interleave(picture, _array("plane", plane), channel, out, order)
 
 
@@ -39,13 +42,18 @@ def extract_planes(picture: Picture, channels: str = "argb", *,
     """Some channels of an 8-bit picture: height x width x their number.
 
     channels: letters of argb; alpha, red, green, blue come in this order, whatever theirs is.
+
+    Raises TypeError, ValueError, Error.
     """
     return _vx.extract_planes(picture, channels, order)
 
 
 def insert_planes(picture: Picture, planes: numpy.ndarray, channels: str = "argb", *,
                   out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The 8-bit picture with the channels of extract_planes() from `planes`; the others stay."""
+    """The 8-bit picture with the channels of extract_planes() from `planes`; the others stay.
+
+    Raises TypeError, ValueError, Error.
+    """
     return _vx.insert_planes(picture, _array("planes", planes), channels, out, order)
 
 
@@ -54,7 +62,8 @@ def copy_channel(dst: numpy.ndarray, src: numpy.ndarray, dst_channel: int, src_c
     """dst with one channel of `src`: arrays of height x width x channels of any equal dtype.
 
     The numbers of channels may differ; they count from 0. Integers of 8, 16 and 32 bits, float32
-    and float64. vx.Error for channels that are not there and for sizes or dtypes that differ.
+    and float64. Raises TypeError, ValueError; Error for channels that are not there and for sizes or
+    dtypes that differ.
     """
     result = _array("dst", dst).copy()
     _vx.copy_channel(result, _array("src", src), dst_channel, src_channel)

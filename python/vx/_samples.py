@@ -23,7 +23,10 @@ def sample(picture: Picture, x: numpy.typing.ArrayLike, y: numpy.typing.ArrayLik
     """The picture at positions in pixels: an array of the shape of x and y, with four channels.
 
     Pixel centres lie on whole numbers; outside is transparent black. Positions are rounded to
-    1/65536. radius: half the side of the footprint of the box samplers, pixels up to 127, or (x, y).
+    1/65536.
+
+    sampler: a name of samplers().
+    radius: half the side of the footprint of the box samplers, pixels up to 127, or (x, y).
 
     Raises TypeError, ValueError for positions that are no numbers or beyond -32768..32767.
     """
@@ -38,7 +41,7 @@ def sample_all_in(picture: Picture, x: numpy.typing.ArrayLike, y: numpy.typing.A
     """sample() by the bilinear sampler that also tells whether all four neighbours lie inside.
 
     Gives pixels, and booleans of the shape of x and y. On whole positions the sampler of integer
-    depths answers False, as it needs no neighbours there.
+    depths answers False, as it needs no neighbours there. Raises TypeError, ValueError.
     """
     across, down = _positions(x, y)
     pixels, inside = _vx.sample_all_in(picture, across.flatten(), down.flatten(), order)

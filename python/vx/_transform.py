@@ -29,9 +29,8 @@ def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
     quality: "high" filters, "draft" takes the nearest pixel.
     inverse: the matrices lead from dst to src.
     rect: what of dst may be drawn to.
-    The rest as in transfer().
 
-    A matrix without an inverse draws nothing. Raises TypeError, ValueError, Error.
+    The rest as in transfer(). A matrix without an inverse draws nothing. Raises TypeError, ValueError, Error.
     """
     layer = (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field)
     return _vx.transform(dst, src, matrices, layer, quality, inverse, rect, progress, out, order)
@@ -42,7 +41,9 @@ class Parts:
     """A transform as people think of it, applied in the order of the fields.
 
     anchor: the point of the source that scale, skew and rotation leave in place, pixels.
-    skew: tangents. rotate: degrees, clockwise as seen. translate: pixels.
+    skew: tangents.
+    rotate: degrees, clockwise as seen.
+    translate: pixels.
     """
 
     anchor: tuple[float, float] = (0.0, 0.0)
@@ -61,7 +62,10 @@ class Parts:
 
 
 def matrices_between(start: Parts, end: Parts, count: int) -> numpy.ndarray:
-    """count x 3 x 3: each part in equal steps, so that a rotation sweeps an arc."""
+    """count x 3 x 3, count 1..257: each part in equal steps, so that a rotation sweeps an arc.
+
+    Raises TypeError, ValueError.
+    """
     for name, parts in (("start", start), ("end", end)):
         if not isinstance(parts, Parts):
             raise TypeError(f"{name}: needs vx.Parts, not {parts!r}")

@@ -13,7 +13,7 @@ import vx
 from pictures import FULL, argb, noise
 
 
-@settings(max_examples=60, deadline=None)
+@settings(max_examples=60, deadline=None, database=None)
 @given(depth=st.sampled_from([8, 16, 32]), height=st.integers(1, 12), width=st.integers(1, 12),
        left=st.integers(0, 3), step=st.integers(1, 3), channels=st.sampled_from([3, 4]))
 def test_crops_and_skipped_rows_give_what_their_copies_give(depth, height, width, left, step,
@@ -104,6 +104,52 @@ def test_destinations_that_cannot_be_written_are_refused():
     for out in (noise(4, 5), noise(4, 4, 16), vx.World.new(5, 4)):
         with pytest.raises(ValueError, match="^out: "):
             vx.fill(picture, (0, 0, 0), out=out)
+
+
+@settings(max_examples=200, deadline=None, database=None)
+@given(data=st.data(), depth=st.sampled_from([8, 16, 32]), channels=st.sampled_from([3, 4]))
+def test_any_strides_are_honoured_or_refused(data, depth, channels):
+    base = noise(9, 8, depth, channels).repeat(2, axis=2)[..., :channels + 1]
+    cuts = []
+    for side in base.shape:
+        step = data.draw(st.sampled_from([1, 1, 1, 2, -1]))
+        cuts.append(slice(*sorted(data.draw(st.tuples(st.integers(0, side), st.integers(0, side)))))
+                    if step == 1 else slice(None, None, step))
+    array = base[tuple(cuts)].transpose(data.draw(st.sampled_from([(0, 1, 2)] * 3 + [(1, 0, 2)])))
+    height, width, last = array.shape
+    item, pixel = array.itemsize, array.itemsize * last
+    fine = (last in (3, 4) and height > 0 and width > 0 and array.strides[2] == item
+            and (width == 1 or array.strides[1] == pixel)
+            and (height == 1 or array.strides[0] >= width * pixel))
+    if fine:
+        expected = array[..., [0, 1, 2]]
+        np.testing.assert_array_equal(vx.fill_alpha(array)[..., :3], expected)
+    else:
+        with pytest.raises(ValueError, match="^picture: shape"):
+            vx.fill_alpha(array)
+
+
+def test_worlds_of_arrays_that_are_gone():
+    worlds = [vx.World.view(np.full((50, 60, 4), i, np.uint8)[::2, 5:]) for i in range(20)]
+    gc.collect()
+    for i, world in enumerate(worlds):
+        vx.invert_alpha(world, out=world)
+        assert (np.asarray(world) == [255 - i, i, i, i]).all()
+
+
+def test_masks_that_overlap_what_they_weigh():
+    big = argb(noise(20, 20))
+    for call in (lambda a, b, m, **o: vx.transfer(a, b, mask=m, order="argb", **o),
+                 lambda a, b, m, **o: vx.transform(a, b, np.eye(3), mask=m, order="argb", **o)):
+        picture = big.copy()
+        dst, src, mask = picture[:12, :12], picture[3:15, 1:13], picture[2:14, 5:17]
+        expected = call(dst.copy(), src.copy(), mask.copy())
+        call(dst, src, mask, out=dst)
+        np.testing.assert_array_equal(dst, expected)
+    plane = big[..., 0].copy()
+    expected = vx.uno.transfer(plane[:9, :9].copy(), plane[1:10, 2:11].copy(), mask=plane[3:12, :9].copy())
+    vx.uno.transfer(plane[:9, :9], plane[1:10, 2:11], mask=plane[3:12, :9], out=plane[:9, :9])
+    np.testing.assert_array_equal(plane[:9, :9], expected)
 
 
 @pytest.mark.parametrize("shift", [(0, 1), (1, 0), (2, 3)])

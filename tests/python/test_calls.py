@@ -109,6 +109,10 @@ REFUSALS = [
     (ValueError, "opacity", dict(opacity=-0.1)), (TypeError, "opacity", dict(opacity="half")),
     (ValueError, "at", dict(at=(1 << 80, 0))), (TypeError, "at", dict(at=(0.5, 0))),
     (ValueError, "at", dict(at=(1, 2, 3))), (TypeError, "at", dict(at=7)),
+    (ValueError, "opacity", dict(opacity=10**400)), (ValueError, "at", dict(at=(10**5000, 0))),
+    (ValueError, "rect", dict(rect=(0, 0, 1 << 20, 9))), (ValueError, "mode", dict(mode=1 << 70)),
+    (TypeError, "keep_alpha", dict(keep_alpha="no")), (ValueError, "opacity", dict(opacity=np.nan)),
+    (TypeError, "keep_alpha", dict(keep_alpha=np.zeros(3))),
     (ValueError, "rect", dict(rect=(5, 5, 5, 9))), (ValueError, "seed", dict(seed=1 << 40)),
     (ValueError, "field", dict(field="upper")), (ValueError, "order", dict(order="bgra")),
     (TypeError, "tables", dict(tables=3)), (TypeError, "progress", dict(progress=3)),
@@ -117,13 +121,46 @@ REFUSALS = [
 ]
 
 
-@pytest.mark.parametrize("error,word,options", REFUSALS)
+@pytest.mark.parametrize("error,word,options", REFUSALS, ids=range(len(REFUSALS)))
 def test_wrong_arguments_change_nothing(error, word, options):
     picture = noise(4, 4)
     before = picture.copy()
-    with pytest.raises(error, match=word):
+    with pytest.raises(error, match=f"^{word}: "):
         vx.transfer(picture, noise(3, 3), out=picture, **options)
     np.testing.assert_array_equal(picture, before)
+
+
+def test_other_words_of_refusal():
+    picture, profile = noise(4, 4), vx.Profile.named("sRGB")
+    for error, word, call in [
+            (ValueError, "radius", lambda: vx.blur(picture, (1, 2, 3))),
+            (ValueError, "radius", lambda: vx.blur(picture, 1 << 64)),
+            (TypeError, "grow", lambda: vx.blur(picture, 1, grow=None)),
+            (ValueError, "width", lambda: vx.resize(picture, 1 << 64, 3)),
+            (ValueError, "height", lambda: vx.World.new(3, 0)),
+            (ValueError, "depth", lambda: vx.World.new(3, 3, 12)),
+            (TypeError, "array", lambda: vx.World.view([1])),
+            (ValueError, "color", lambda: vx.fill(picture, (0, 0, 10**5000))),
+            (ValueError, "color", lambda: vx.fill(noise(2, 2, 32), (1e300, 0, 0))),
+            (ValueError, "color", lambda: vx.fill(noise(2, 2, 32), (np.nan, 0, 0))),
+            (ValueError, "kernel", lambda: vx.convolve(picture, np.full((3, 3), 2**64 - 1))),
+            (ValueError, "kernel", lambda: vx.convolve(picture, np.zeros((0, 0), int))),
+            (TypeError, "kernel", lambda: vx.convolve(picture, np.eye(3))),
+            (TypeError, "gains", lambda: vx.uno.accumulate(picture[..., 0], picture[..., 0], gains=5)),
+            (ValueError, "mask", lambda: vx.uno.feather(picture[:0, :, 0], 3)),
+            (TypeError, "mask", lambda: vx.uno.fade(picture[..., 0].astype(int), 0.5)),
+            (ValueError, "opacity", lambda: vx.uno.fade(picture[..., 0], np.nan)),
+            (TypeError, "tables", lambda: vx.transfer(picture, picture, tables=profile)),
+            (TypeError, "profile", lambda: vx.Profile("sRGB")),
+            (TypeError, "profile", lambda: vx.LinearTables("sRGB")),
+            (TypeError, "target", lambda: vx.convert_colors(picture, profile, "sRGB")),
+            (TypeError, "end", lambda: vx.matrices_between(vx.Parts(), None, 4)),
+            (ValueError, "state", lambda: vx.rand(1 << 32)),
+            (TypeError, "folders", lambda: vx.host.set_module_folders("here")),
+            (ValueError, "count", lambda: vx.host.set_threads(10**30)),
+            (TypeError, "out", lambda: vx.copy_bitmap(vx.Bitmap(2, 2), picture))]:
+        with pytest.raises(error, match=f"^{word}: "):
+            call()
 
 
 def test_errors_of_the_library_carry_code_and_words():
@@ -135,29 +172,6 @@ def test_errors_of_the_library_carry_code_and_words():
             vx.transform(noise(4, 4), noise(4, 4), matrices)
     still = vx.transform(noise(4, 4), noise(4, 4), np.full((3, 3), np.nan))
     np.testing.assert_array_equal(still, noise(4, 4))  # without an inverse nothing is drawn
-
-
-def test_progress_is_told_stops_and_may_raise():
-    told = []
-    vx.blur(noise(64, 64), 4, progress=lambda done, steps: told.append((done, steps)))
-    assert told and all(0 <= done <= steps for done, steps in told)
-    picture = noise(300, 20)
-    with pytest.raises(vx.Error) as caught:
-        vx.transfer(picture, noise(300, 20), progress=lambda *_: True)
-    assert caught.value.code == 517
-
-    class Odd(Exception):
-        pass
-
-    error = Odd("kept")
-
-    def throw(*_):
-        raise error
-
-    with pytest.raises(Odd) as thrown:
-        vx.transfer(picture, noise(300, 20), out=picture, progress=throw)
-    assert thrown.value is error
-    np.testing.assert_array_equal(picture, noise(300, 20))  # converted arrays wait for the end
 
 
 def test_interrupts_stop_long_work():
@@ -226,24 +240,14 @@ def test_calls_leave_nothing_behind():
     assert resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before < 4096  # KiB
 
 
-def test_processor_levels_and_the_end():
+def test_processor_levels():
     assert vx.host.processor() == "all" or vx.host.processor() in ("none", "sse2")
     expected = vx.transfer(noise(9, 9), noise(9, 9, seed=3))
-    world = vx.World(noise(3, 3))
     try:
         for level in ("none", "sse2", "all"):
             vx.host.set_processor(level)
             np.testing.assert_array_equal(vx.transfer(noise(9, 9), noise(9, 9, seed=3)), expected)
-        vx.death()
-        for call in (lambda: vx.transfer(noise(2, 2), noise(2, 2)), lambda: vx.World.new(2, 2),
-                     lambda: vx.uno.fade(np.zeros((2, 2), np.uint8), 1), vx.host.suites,
-                     lambda: vx.Profile.named("sRGB"), lambda: vx.read(__file__)):
-            try:
-                call()
-            except vx.Error as error:
-                assert "birth" in str(error)
-        np.testing.assert_array_equal(world.array(), noise(3, 3))
     finally:
-        vx.birth()
+        vx.host.set_processor("all")
     slots = {slot.number: slot for slot in vx.host.slots()}
     assert slots[98].name == "VX_GetInnerBlendingMask16" and slots[98].state == "built-in"

@@ -327,6 +327,7 @@ VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, A
 const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
   const Geometry wanted = {frame.format, frame.width, frame.height, frame.chroma_location};
   if (!scaler_ || !(made_for_ == wanted)) {
+    made_for_ = {};  // until all of it is made
     scaler_.reset(sws_alloc_context());
     full_.reset(av_frame_alloc());
     if (!scaler_ || !full_) throw VX_Err{VX_ErrOutOfMemory};

@@ -3,7 +3,9 @@
 #include "VXIO_ClipStream.h"
 
 extern "C" {
+#include <libavutil/common.h>
 #include <libavutil/log.h>
+#include <libavutil/pixdesc.h>
 }
 
 #include <algorithm>
@@ -103,6 +105,33 @@ const char* Tag(const AVStream& stream, const char* name) {
   return found ? found->value : nullptr;
 }
 
+// Some demuxers and decoders pass on any number that stands for a tag. False for one that had no
+// meaning, and is forgotten. It is looked at as a number, since its type may not hold it.
+template <class Code>
+bool Known(Code* code, int codes, const char* (*name_of)(Code), Code unspecified) {
+  static_assert(sizeof *code == sizeof(int));
+  int number;
+  std::memcpy(&number, code, sizeof number);
+  if (number >= 0 && number < codes && name_of(*code)) return true;
+  *code = unspecified;
+  return false;
+}
+bool Known(AVColorSpace* code) {
+  return Known(code, AVCOL_SPC_NB, av_color_space_name, AVCOL_SPC_UNSPECIFIED);
+}
+bool Known(AVColorRange* code) {
+  return Known(code, AVCOL_RANGE_NB, av_color_range_name, AVCOL_RANGE_UNSPECIFIED);
+}
+bool Known(AVColorPrimaries* code) {
+  return Known(code, AVCOL_PRI_NB, av_color_primaries_name, AVCOL_PRI_UNSPECIFIED);
+}
+bool Known(AVColorTransferCharacteristic* code) {
+  return Known(code, AVCOL_TRC_NB, av_color_transfer_name, AVCOL_TRC_UNSPECIFIED);
+}
+bool Known(AVChromaLocation* code) {
+  return Known(code, AVCHROMA_LOC_NB, av_chroma_location_name, AVCHROMA_LOC_UNSPECIFIED);
+}
+
 }  // namespace
 
 std::string VXIOp_ClipFormatOf(const std::string& path) {
@@ -172,7 +201,9 @@ void VXIOp_ClipStream::OpenFile() {
   av_dict_free(&options);
   file_.reset(file);
   if (error >= 0) error = avformat_find_stream_info(file, nullptr);
-  if (error == AVERROR(ENOMEM)) throw VX_Err{VX_ErrOutOfMemory};
+  if (error == AVERROR(ENOMEM)) {  // a header may ask for anything
+    VXIOp_ThrowInput(path_, "asks for more memory than there is; it may be damaged");
+  }
   if (error < 0) {
     VXIOp_ThrowInput(path_, "is truncated or damaged; make or fetch the file again (" +
                                 Why(words_.Take(), error) + ")");
@@ -198,6 +229,13 @@ void VXIOp_ClipStream::ChooseStream() {
   if (videos > 1) {
     warnings_.push_back(path_ + ": holds " + std::to_string(videos) + " video streams; number " +
                         std::to_string(stream_->index) + " is read");
+  }
+  AVCodecParameters& told = *stream_->codecpar;
+  const int forgotten = !Known(&told.color_space) + !Known(&told.color_range) +
+                        !Known(&told.color_primaries) + !Known(&told.color_trc) +
+                        !Known(&told.chroma_location);
+  if (forgotten > 0) {
+    warnings_.push_back(path_ + ": has tags of colour without a meaning; they count as absent");
   }
 }
 
@@ -228,7 +266,8 @@ void VXIOp_ClipStream::OpenCodec() {
   codec_->opaque = &words_;
   codec_->get_format = ChooseFormat;
   codec_->pkt_timebase = stream_->time_base;
-  codec_->flags |= AV_CODEC_FLAG_BITEXACT;  // the same pixels on every processor
+  codec_->flags |= AV_CODEC_FLAG_BITEXACT;   // the same pixels on every processor
+  codec_->flags |= AV_CODEC_FLAG_UNALIGNED;  // cut to what is shown, not to what suits vectors
   codec_->err_recognition = AV_EF_CRCCHECK;
   codec_->thread_count = VXIOp_Threads();
   // A frame that FFV1 finds damaged it only tells about; so it must be clear which one it means.
@@ -269,7 +308,7 @@ std::optional<int64_t> VXIOp_ClipStream::ToldFrames() const {
 }
 
 std::optional<double> VXIOp_ClipStream::ToldSeconds() const {
-  if (stream_->duration != AV_NOPTS_VALUE) {
+  if (stream_->duration > 0) {
     return static_cast<double>(stream_->duration) * av_q2d(stream_->time_base);
   }
   int hours = 0, minutes = 0;
@@ -297,7 +336,7 @@ std::optional<double> VXIOp_ClipStream::SecondsOf(int64_t stamp) const {
       start = own;
     }
   }
-  return static_cast<double>(stamp - start) * av_q2d(stream_->time_base);
+  return static_cast<double>(av_sat_sub64(stamp, start)) * av_q2d(stream_->time_base);
 }
 
 // --- frames --------------------------------------------------------------------------------------
@@ -355,6 +394,9 @@ void VXIOp_ClipStream::Feed() {
 }
 
 void VXIOp_ClipStream::JudgeFrame() {
+  Known(&frame_->colorspace);
+  Known(&frame_->color_range);
+  Known(&frame_->chroma_location);
   // Frames are stored out of order; one that is shown before this may be among those that are lost.
   const int64_t stamp = frame_->best_effort_timestamp;
   if (!torn_.empty() && stamp > last_decoded_stamp_) Fail(torn_);

@@ -13,7 +13,8 @@
 //             else BT.601; limited range for YUV, full range for grey and RGB. Chroma that is
 //             stored for several pixels is interpolated (bicubic) at its tagged position, untagged
 //             at the left. Neither transfer curve nor primaries are converted: the colours count as
-//             sRGB, with a warning where the tags say otherwise.
+//             sRGB, with a warning where the tags say otherwise. Numbers that mean nothing count as
+//             untagged, with a warning too.
 //   Depth     Samples of up to 8 bits make 8-bit worlds, deeper ones 16-bit worlds. YUV makes a
 //             world of any depth in one step, rounded to nearest; in a float world its values keep
 //             what lies outside 0..1, elsewhere they are clipped. RGB and grey samples v of n bits

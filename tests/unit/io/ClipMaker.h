@@ -28,6 +28,7 @@ struct ClipPlan {
   std::vector<int64_t> stamps = {};  // in frames of the rate; else 0, 1, 2, ...
   std::vector<int32_t> turn = {};    // the first two rows and columns of a display matrix
   bool sound = false;                // a stream of it besides
+  const char* x264 = "";             // parameters of that encoder
 };
 
 // Throws std::runtime_error.

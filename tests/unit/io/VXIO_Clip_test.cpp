@@ -119,6 +119,31 @@ TEST_F(Clip, NumbersTimesAndCounts) {
   EXPECT_EQ(other.Next()->time, 1001 / 30000.0);
 }
 
+TEST_F(Clip, CutToWhatIsShown) {
+  ClipPlan plan{Path("whole.mkv"), AV_PIX_FMT_YUV444P, "libx264"};
+  plan.width = 48;
+  plan.height = 32;
+  plan.sample = Noise;
+  MakeClip(plan);
+  VXIO_ClipReader whole(plan.path);
+  plan.path = Path("cut.mkv");
+  plan.x264 = "crop-rect=7,5,2,6";
+  MakeClip(plan);
+  VXIO_ClipReader cut(plan.path);
+  ASSERT_EQ(cut.info().width, 39);
+  ASSERT_EQ(cut.info().height, 21);
+  while (const auto want = whole.Next()) {
+    const auto got = cut.Next();
+    ASSERT_TRUE(got && got->picture.world->width == 39 && got->picture.world->height == 21);
+    for (int y = 0; y < 21; ++y) {
+      for (int x = 0; x < 39; ++x) {
+        ASSERT_EQ(Largest(At(*got->picture.world, x, y), At(*want->picture.world, x + 7, y + 5)),
+                  0);
+      }
+    }
+  }
+}
+
 // --- what is wrong -------------------------------------------------------------------------------
 
 // However much is left of a file, the frames that come are those of the whole one, and when some
@@ -197,6 +222,28 @@ TEST_F(Clip, DamageInsideAFrame) {
   }
   EXPECT_NE(first.find("at frame " + std::to_string(reader.position())), std::string::npos);
   EXPECT_LT(reader.position(), 3);
+}
+
+TEST_F(Clip, TagsWithoutAMeaning) {
+  ClipPlan plan{Path("a.mkv"), AV_PIX_FMT_YUV420P, "ffv1"};
+  plan.transfer = AVCOL_TRC_SMPTE2084;
+  plan.sample = Noise;
+  MakeClip(plan);
+  const std::string bytes = Bytes(plan.path);
+  const size_t tag = bytes.find("\x55\xBA\x81\x10");
+  ASSERT_NE(tag, std::string::npos);
+  // Of the matrix, the transfer curve and the primaries, among which 13 is a gap.
+  for (const char* other : {"\x55\xB1\x81\x10", "\x55\xB1\x81\xC8", "\x55\xBA\x81\xC8",
+                            "\x55\xBB\x81\x0D", "\x55\xBB\x81\xC8"}) {
+    Put(plan.path, std::string(bytes).replace(tag, 4, other));
+    VXIO_ClipReader reader(plan.path);
+    EXPECT_EQ(reader.info().matrix, "bt601");
+    EXPECT_FALSE(reader.info().matrix_tagged);
+    const auto got = reader.Next();
+    ASSERT_TRUE(got);
+    ASSERT_EQ(got->picture.warnings.size(), 1u);
+    EXPECT_NE(got->picture.warnings[0].find("without a meaning"), std::string::npos);
+  }
 }
 
 TEST_F(Clip, WhatIsNoClip) {

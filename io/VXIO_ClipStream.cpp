@@ -65,12 +65,24 @@ AVPixelFormat ChooseFormat(AVCodecContext* codec, const AVPixelFormat* formats) 
   return avcodec_default_get_format(codec, formats);
 }
 
+// The decoder or encoder that a teller is or works for; null for other tellers.
+const AVCodecContext* CodecOf(void* teller) {
+  while (teller) {
+    const AVClass* kind = *static_cast<AVClass**>(teller);
+    if (kind == avcodec_get_class()) return static_cast<AVCodecContext*>(teller);
+    if (!kind || kind->parent_log_context_offset == 0) return nullptr;
+    std::memcpy(&teller, static_cast<char*>(teller) + kind->parent_log_context_offset,
+                sizeof teller);
+  }
+  return nullptr;
+}
+
 void Log(void* teller, int level, const char* format, va_list arguments) {
   VXIOp_LavWords* words = listening;
-  if (teller && *static_cast<AVClass**>(teller) == avcodec_get_class()) {
-    const auto* codec = static_cast<AVCodecContext*>(teller);
-    // Also on the threads of the decoder, whose contexts are copies.
-    if (codec->get_format == ChooseFormat) words = static_cast<VXIOp_LavWords*>(codec->opaque);
+  // Also on the threads of the decoder, whose contexts are copies.
+  const AVCodecContext* codec = CodecOf(teller);
+  if (codec && codec->get_format == ChooseFormat) {
+    words = static_cast<VXIOp_LavWords*>(codec->opaque);
   }
   if (!words) return av_log_default_callback(teller, level, format, arguments);
   if (level > AV_LOG_ERROR) return;

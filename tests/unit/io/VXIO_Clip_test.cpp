@@ -224,6 +224,20 @@ TEST_F(Clip, DamageInsideAFrame) {
   EXPECT_LT(reader.position(), 3);
 }
 
+// What a thread of the decoder has to say about it stays off the standard error.
+TEST_F(Clip, FrameWithoutASize) {
+  ClipPlan plan{Path("a.mov"), AV_PIX_FMT_YUV422P10, "prores_ks"};
+  plan.width = plan.height = 32;
+  plan.sample = Noise;
+  MakeClip(plan);
+  std::string bytes = Bytes(plan.path);
+  const size_t frame = bytes.rfind("icpf");
+  ASSERT_NE(frame, std::string::npos);
+  bytes.replace(frame + 12, 4, 4, '\0');
+  Put(plan.path, bytes);
+  EXPECT_NE(Refusal(plan.path).find("at frame 2"), std::string::npos) << Refusal(plan.path);
+}
+
 TEST_F(Clip, TagsWithoutAMeaning) {
   ClipPlan plan{Path("a.mkv"), AV_PIX_FMT_YUV420P, "ffv1"};
   plan.transfer = AVCOL_TRC_SMPTE2084;

@@ -79,11 +79,9 @@ template VXp_SampleRowCall VXp_PortableRow<VX_PixelFloat>;
 
 [[gnu::flatten]] void VXp_PortablePoints(const VX_SampPB& record, const VX_Fixed* x,
                                          const VX_Fixed* y, int32_t count, VX_PixelFloat* out) {
-  const int32_t rowbytes = record.src->rowbytes;
   VXp_MixPoints(record, x, y, count, out,
-                [=](const char* upper, const char*, uint32_t fx, uint32_t fy) {
-                  return Mixed(VXp_Unclipped::Four<VX_PixelFloat>(upper, rowbytes),
-                               VXp_SingleWeights(fx, fy));
+                [](const VXp_Quad<VX_PixelFloat>& quad, uint32_t fx, uint32_t fy) {
+                  return Mixed(quad, VXp_SingleWeights(fx, fy));
                 });
 }
 

@@ -10,7 +10,6 @@
 //
 // The two depths round apart, see Rule. Clipped and unclipped differ in the fetch alone.
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -133,8 +132,7 @@ uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) 
   return VXp_Packed16(Rule<VX_Pixel16>::Whole(Between(left, right, a)));
 }
 
-uint64_t OnePoint16(const char* upper, const char* lower, uint32_t fx, uint32_t fy) {
-  const auto quad = VXp_Unclipped::Four<VX_Pixel16>(upper, static_cast<int32_t>(lower - upper));
+uint64_t OnePoint16(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
   if ((fx | fy) == 0 || quad.SamePixels()) return quad.p00;
   if (quad.SameAlphas()) return (quad.p00 & 0xFFFF) == 0 ? 0 : MixedAlike(quad, fx, fy);
   return Mixed(quad, VXp_DoubleWeights(fx, fy));

@@ -114,7 +114,8 @@ inline VXp_FourMixed VXp_FourAlike(const VXp_FourQuads& q, const VXp_FourFractio
 }
 
 // How near to a half a channel must lie for a sum of roundings in single precision to take it
-// across: 13 roundings of 255 are less than 2^-12.
+// across: 13 roundings of 255 are less than 2^-12, and so is what the shares that a difference
+// tells are off by.
 inline constexpr float kVXp_NearHalf = 0x1p-10f;
 
 // To the nearest whole numbers, ties to even, as bytes of pixels; and which positions hold a

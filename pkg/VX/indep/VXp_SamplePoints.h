@@ -6,7 +6,6 @@
 // without a call and a look at the rounding mode for each pixel.
 
 #include "VX/VX_Sampling.h"
-#include "indep/VXp_ChannelLanes.h"
 #include "indep/VXp_Neighbours.h"
 
 // Stores the samples at (x[0], y[0]), (x[1], y[1]) and so on. All their neighbours lie in the
@@ -53,14 +52,15 @@ class VXp_Origin {
   ptrdiff_t rowbytes_;
 };
 
-// `mix(upper, lower, fx, fy)` gives the raw pixel.
+// `mix(quad, fx, fy)` gives the raw pixel.
 template <class Pixel, class Mixing>
 void VXp_MixPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y, int32_t count,
                    Pixel* out, const Mixing& mix) {
   const VXp_Origin<Pixel> origin(*record.src);
+  const int32_t rowbytes = record.src->rowbytes;
   for (ptrdiff_t i = 0; i < count; ++i) {
-    const char* const upper = origin.Upper(x[i], y[i]);
-    VXp_Store(out + i, mix(upper, origin.Lower(upper), static_cast<uint32_t>(x[i]) & 0xFFFF,
+    const auto quad = VXp_Unclipped::Four<Pixel>(origin.Upper(x[i], y[i]), rowbytes);
+    VXp_Store(out + i, mix(quad, static_cast<uint32_t>(x[i]) & 0xFFFF,
                            static_cast<uint32_t>(y[i]) & 0xFFFF));
   }
 }

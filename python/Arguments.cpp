@@ -60,6 +60,9 @@ const std::vector<ModeName>& Modes() {
 
 int32_t ParseMode(const py::object& mode) {
   if (!py::isinstance<py::str>(mode)) {
+    if (PyIndex_Check(mode.ptr()) == 0) {
+      throw py::type_error("mode: a name or a number of modes(), not " + Quoted(mode));
+    }
     const auto number = static_cast<int32_t>(ParseWhole("mode", mode, INT32_MIN, INT32_MAX));
     for (const ModeName& known : Modes()) {
       if (known.number == number) return number;

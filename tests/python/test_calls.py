@@ -36,6 +36,9 @@ def test_the_command_gives_the_same_pictures(tmp_path):
         (["blur", a, "--box", "2.5", "--iterations", "3", "--grow"],
          lambda: vx.blur(below, 2.5, kind="box", iterations=3, edge="fade", grow=True)),
         (["resize", a, "--size", "23x61"], lambda: vx.resize(below, 23, 61)),
+        (["transform", b, "--over", a, "--anchor", "3,4", "--rotate", "30", "--translate", "5,6"],
+         lambda: vx.transform(below, above, vx.Parts((3, 4), rotate=30, translate=(5, 6)).matrix())),
+        (["convert", a, "--depth", "16"], lambda: vx.convert(below, 16)),
         (["premultiply", a], lambda: vx.premultiply(below)),
         (["matte", a, "--from", "luma", "--feather", "4", "--invert"],
          lambda: vx.uno.to_picture(vx.uno.invert(

@@ -54,7 +54,7 @@ Motion MotionAt(const Transform& job, JobFrame& frame) {
   if (!motion.end && job.shutter.share > 0) {
     const int64_t number = frame.Number();
     frame.Note("frame " + std::to_string(number) +
-               " is drawn without motion; its path has no line " + "for frame " +
+               " is drawn without motion; its path has no line for frame " +
                std::to_string(number + 1) + ", where it would go");
   }
   return motion;

@@ -138,7 +138,8 @@ uint64_t OnePoint16(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) 
   return Mixed(quad, VXp_DoubleWeights(fx, fy));
 }
 
-struct BytesRule {
+// Of positions at 8 bits, four a step; see VXp_MixPointsByFour.
+struct BytePointRule {
   static uint32_t One(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
     if ((fx | fy) == 0 || pairs.SamePixels()) return pairs.First();
     if (pairs.SameAlphas()) return (pairs.upper & 0xFF) == 0 ? 0 : MixedAlike(pairs, fx, fy);
@@ -169,14 +170,14 @@ struct BytesRule {
 
 // Columns at 8 bits. There w a c is exact in double precision too, so the mix may go down them
 // first, and division by equal alphas gives the plain mix.
-class ByteRule {
+class ByteColumnRule {
  public:
   struct Column {
     uint32_t upper, lower;
     VXp_DoubleLanes sum;  // alpha, and colours times alpha
   };
 
-  explicit ByteRule(VX_Fixed y)
+  explicit ByteColumnRule(VX_Fixed y)
       : whole_((static_cast<uint32_t>(y) & 0xFFFF) == 0),
         below_(static_cast<double>(static_cast<uint32_t>(y) & 0xFFFF) * 0x1p-16) {}
 
@@ -242,16 +243,16 @@ class SpanMix<VX_Pixel8> {
  public:
   explicit SpanMix(const VXp_Place& at) : rule_(static_cast<VX_Fixed>(at.fy)), fx_(at.fx) {}
   uint32_t At(ptrdiff_t i, const VXp_Quad<VX_Pixel8>& quad) {
-    const ByteRule::Column left = i == next_ ? right_ : rule_.Of(quad.p00, quad.p01);
+    const ByteColumnRule::Column left = i == next_ ? right_ : rule_.Of(quad.p00, quad.p01);
     right_ = rule_.Of(quad.p10, quad.p11);
     next_ = i + 1;
     return rule_.Mix(left, right_, fx_);
   }
 
  private:
-  ByteRule rule_;
+  ByteColumnRule rule_;
   uint32_t fx_;
-  ByteRule::Column right_{};
+  ByteColumnRule::Column right_{};
   ptrdiff_t next_ = -1;
 };
 
@@ -304,8 +305,9 @@ template <>
 void VXp_StraightRow<VX_Pixel8>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
                                 VX_Fixed y, char* out) {
   const VX_LayerDef* const src = record.src;
-  VXp_RoundingToNearest(
-      [=] { VXp_ColumnWalk<VX_Pixel8, ByteRule>(*src, y, ByteRule(y)).Run(x, count, out); });
+  VXp_RoundingToNearest([=] {
+    VXp_ColumnWalk<VX_Pixel8, ByteColumnRule>(*src, y, ByteColumnRule(y)).Run(x, count, out);
+  });
 }
 
 template <>
@@ -325,7 +327,7 @@ void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fix
                         int32_t count, VX_Pixel8* out) {
   const VX_SampPB* const from = &record;
   VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixPointsByFour<BytesRule>(VXp_Origin<VX_Pixel8>(*from->src), x, y, count, out);
+    VXp_MixPointsByFour<BytePointRule>(VXp_Origin<VX_Pixel8>(*from->src), x, y, count, out);
   });
 }
 

@@ -18,8 +18,8 @@ struct ModeName {
 
 // The modes of the per-pixel tables, in their order.
 inline constexpr ModeName kModeNames[] = {
-#define VX_ROW_MODE(number, constant, name, piece)
-#define VX_MODE(number, constant, name, piece) {number, name},
+#define VX_ROW_MODE(number, constant, name, piece, ...)
+#define VX_MODE(number, constant, name, piece, ...) {number, name},
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
 };

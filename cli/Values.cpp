@@ -202,7 +202,7 @@ int32_t ParseChoice(const std::string& option, const std::string& word,
 
 const std::vector<Mode>& Modes() {
   static const std::vector<Mode> modes = {
-#define VX_MODE(number, constant, name, piece) {number, name},
+#define VX_MODE(number, constant, name, piece, ...) {number, name},
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
   };

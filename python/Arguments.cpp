@@ -51,7 +51,7 @@ std::string Quoted(const py::handle& object) {
 
 const std::vector<ModeName>& Modes() {
   static const std::vector<ModeName> modes = {
-#define VX_MODE(number, constant, name, piece) {number, name},
+#define VX_MODE(number, constant, name, piece, ...) {number, name},
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
   };

@@ -9,7 +9,7 @@
 
 // The numbers index all tables of this subject.
 enum : int32_t {
-#define VX_MODE(number, constant, name, piece) constant = number,
+#define VX_MODE(number, constant, name, piece, ...) constant = number,
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
 };

@@ -111,7 +111,7 @@ struct ModeName {
 };
 // All modes, and numbers that are none.
 inline constexpr ModeName kModes[] = {
-#define VX_MODE(number, constant, name, piece) {number, name},
+#define VX_MODE(number, constant, name, piece, ...) {number, name},
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
     {-1, "reserved"}, {37, "unknown"}, {-4, "unknown"}};

@@ -6,22 +6,22 @@
 #include "blend/VXp_Xfer1.h"
 
 const VX_Xfer1Func<VX_Pixel8> VXp_G_Xfer1_table8[] = {
-#define VX_ROW_MODE(number, constant, name, piece)
-#define VX_MODE(number, constant, name, piece) &VXp_Xfer1<piece, VX_Pixel8>::Blend,
+#define VX_ROW_MODE(number, constant, name, piece, ...)
+#define VX_MODE(number, constant, name, piece, ...) &VXp_Xfer1<piece, VX_Pixel8>::Blend,
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
 };
 
 const VX_Xfer1OpacityFunc<VX_Pixel8> VXp_G_Xfer1_Opacity_table8[] = {
-#define VX_ROW_MODE(number, constant, name, piece)
-#define VX_MODE(number, constant, name, piece) &VXp_Xfer1<piece, VX_Pixel8, uint8_t>::Blend,
+#define VX_ROW_MODE(number, constant, name, piece, ...)
+#define VX_MODE(number, constant, name, piece, ...) &VXp_Xfer1<piece, VX_Pixel8, uint8_t>::Blend,
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
 };
 
 const VX_Xfer1Opacity2Func<VX_Pixel8> VXp_G_Xfer1_Opacity2_table8[] = {
-#define VX_ROW_MODE(number, constant, name, piece)
-#define VX_MODE(number, constant, name, piece) \
+#define VX_ROW_MODE(number, constant, name, piece, ...)
+#define VX_MODE(number, constant, name, piece, ...) \
   &VXp_Xfer1<piece, VX_Pixel8, uint8_t, uint8_t>::Blend,
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE

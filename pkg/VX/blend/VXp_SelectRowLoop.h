@@ -13,7 +13,7 @@
 template <class Pixel, bool hasMask, bool linear>
 constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
   std::array<VX_ScanFunc<Pixel>, 40> loops{};
-#define VX_MODE(number, constant, name, piece) \
+#define VX_MODE(number, constant, name, piece, ...) \
   loops[number + 3] = &VXp_RowLoop<piece, Pixel, hasMask, linear>::Scan;
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE

@@ -67,8 +67,8 @@ struct VXp_Xfer1<VXp_ModeCopy, Pixel, Opacity...> {
 
 constexpr bool VXp_ListCountsFromZero() {
   int32_t next = 0;
-#define VX_ROW_MODE(number, constant, name, piece)
-#define VX_MODE(number, constant, name, piece) \
+#define VX_ROW_MODE(number, constant, name, piece, ...)
+#define VX_MODE(number, constant, name, piece, ...) \
   if (number != next++) return false;
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE

@@ -17,7 +17,7 @@ struct ModeName {
 };
 inline const std::vector<ModeName>& AllModes() {
   static const std::vector<ModeName> modes = {
-#define VX_MODE(number, constant, name, piece) {number, name},
+#define VX_MODE(number, constant, name, piece, ...) {number, name},
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
   };

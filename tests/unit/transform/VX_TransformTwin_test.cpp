@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int32_t kModes[] = {
-#define VX_MODE(number, constant, name, piece) number,
+#define VX_MODE(number, constant, name, piece, ...) number,
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
 };

@@ -24,7 +24,7 @@ py::sequence Items(const char* name, const py::object& object, const char* what)
   throw py::value_error(std::string(name) + ": needs " + what + ", not " + Quoted(object));
 }
 
-// What is beyond the largest float becomes infinite.
+// Converts to float; values outside the range of float become infinite.
 float AsFloat(const char* name, const py::object& number) {
   const double value = ParseDouble(name, number);
   if (std::abs(value) > std::numeric_limits<float>::max()) {
@@ -39,7 +39,7 @@ float AsFloat(const char* name, const py::object& number) {
 std::string Quoted(const py::handle& object) {
   constexpr size_t kLongest = 80;
   const auto text = py::reinterpret_steal<py::object>(PyObject_Repr(object.ptr()));
-  if (!text) {  // whole numbers of thousands of digits have none
+  if (!text) {  // fails for integers with thousands of digits
     PyErr_Clear();
     return std::string("<") + Py_TYPE(object.ptr())->tp_name + ">";
   }

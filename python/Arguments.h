@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Words, numbers, rectangles and colours as arguments. Every function throws ValueError or
-// TypeError with one sentence that begins with the argument's name; so bindings take objects, and
-// not what pybind11 would convert with words of its own.
+// Parsers for arguments: names, numbers, rectangles and colours. Every function throws ValueError
+// or TypeError with one sentence that begins with the argument's name. Bindings therefore take
+// py::object and do not use pybind11's conversions, whose messages lack the name.
 
 #include <pybind11/pybind11.h>
 
@@ -18,10 +18,10 @@
 
 namespace vxpy {
 
-// What was given, as far as it can be told in a line.
+// Returns the argument's repr, shortened to one line, for use in an error message.
 std::string Quoted(const py::handle& object);
 
-// "screen" or its number.
+// Returns the number of a transfer mode given by name ("screen") or by number.
 int32_t ParseMode(const py::object& mode);
 
 struct ModeName {
@@ -30,48 +30,48 @@ struct ModeName {
 };
 const std::vector<ModeName>& Modes();
 
-// One of a few words; gives its place in the list.
+// Returns the index of the argument in `choices`.
 int32_t ParseChoice(const char* name, const py::object& word,
                     std::initializer_list<const char*> choices);
 
-// "both", "even" or "odd" as VX_Field_...
+// Converts "both", "even" or "odd" to VX_Field_...
 int32_t ParseField(const py::object& word);
-// "draft" or "high" as VX_Quality_...
+// Converts "draft" or "high" to VX_Quality_...
 int32_t ParseQuality(const py::object& word);
 
-// 8, 16 or 32.
+// Accepts 8, 16 or 32.
 int32_t ParseDepth(const py::object& depth);
 
-// Any number of double precision. What is too large for it is a ValueError.
+// Accepts any number that fits a double; larger numbers are a ValueError.
 double ParseDouble(const char* name, const py::object& number);
-// A number of a range, which also keeps out what is not a number; and a whole one.
+// Accept a number or an integer in least..largest. NaN is a ValueError.
 double ParseNumber(const char* name, const py::object& number, double least, double largest);
 int64_t ParseWhole(const char* name, const py::handle& number, int64_t least, int64_t largest);
 
-// Width or height of a picture, 1..30000.
+// Accepts the width or height of a picture, 1..30000.
 int32_t ParseSide(const char* name, const py::object& side);
-// True or False; other things are mistakes.
+// Accepts True or False only.
 bool ParseFlag(const char* name, const py::object& flag);
-// Letters of "argb" as bits from 1 on, in this order.
+// Converts letters of "argb" to bits: a = 1, r = 2, g = 4, b = 8.
 int32_t ParseChannels(const py::object& channels);
 
-// (left, top, right, bottom) as the library has it; None gives none. Right and bottom are exclusive
-// and must lie beyond left and top.
+// Converts (left, top, right, bottom) to the library's rectangle; None gives no value. Right and
+// bottom are exclusive and must be larger than left and top.
 std::optional<M_Rect> ParseRect(const char* name, const py::object& rect);
 
-// Two things; what they are is told in brackets.
+// Accepts a sequence of two objects. `what` describes them in the error message.
 std::pair<py::object, py::object> ParsePair(const char* name, const py::object& pair,
                                             const char* what);
 
-// (x, y), whole numbers of 32 bits.
+// A position (x, y) of 32-bit integers.
 struct Place {
   int32_t x = 0, y = 0;
 };
 Place ParsePlace(const char* name, const py::object& at);
-// The same in 16 bits.
+// Accepts (x, y) as 16-bit integers.
 M_Point ParsePoint(const char* name, const py::object& at);
 
-// An object of a class of this module.
+// Accepts an object of a class of this module.
 template <class Class>
 const Class& ParseObject(const char* name, const py::handle& object) {
   if (!py::isinstance<Class>(object)) {
@@ -82,11 +82,11 @@ const Class& ParseObject(const char* name, const py::handle& object) {
   return object.cast<const Class&>();
 }
 
-// Four numbers in an order, at the scale of a pixel: 0..255, 0..32768, any floats. Three are
-// opaque.
+// Accepts four channel values in the given order and in the range of the pixel type: 0..255,
+// 0..32768, or any float. With three values alpha is full.
 template <class Pixel>
 Pixel ParsePixel(const char* name, const py::object& pixel, Order order);
-// The same, named "color", of finite numbers.
+// Accepts a pixel as the argument "color"; float values must be finite.
 template <class Pixel>
 Pixel ParseColor(const py::object& color, Order order);
 

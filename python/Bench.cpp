@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// What bench/python_calls.py compares calls with; not part of the face.
+// Loops in C++ for bench/python_calls.py to compare with; not part of the public module.
 
 #include <chrono>
 
@@ -16,7 +16,7 @@ namespace {
 
 void Nothing() {}
 
-// Seconds of one transfer in front, of `count` made here.
+// Returns the mean time in seconds of `count` in-front transfers.
 double TransferSeconds(const WorldPtr& dst, const WorldPtr& src, int32_t count) {
   const VX_CompositeModePlus mode(VX_Xfer_InFront, 1.0f, nullptr, /*keep_dst_alpha=*/false, 0);
   const auto start = std::chrono::steady_clock::now();

@@ -14,7 +14,7 @@ namespace vxpy {
 
 namespace {
 
-// A bitmap of the host, locked for as long as it lives.
+// A bitmap of the host. It is locked during the lifetime of the object.
 class Bitmap {
  public:
   Bitmap(int32_t width, int32_t height, int32_t depth, int32_t channel_order) {

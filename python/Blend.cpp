@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Transfer modes: whole pictures, and single pixels.
+// Transfer modes for whole pictures and for single pixels.
 
 #include <pybind11/stl.h>
 
@@ -43,7 +43,7 @@ py::object Transfer(const py::object& dst, const py::object& src, const py::tupl
   return target.Finish();
 }
 
-// The short forms, which take sources multiplied by alpha as well.
+// vx.composite_rect: the short calls, which also accept premultiplied sources.
 py::object CompositeRect(const py::object& dst, const py::object& src, const py::object& mode_word,
                          const py::object& opacity_word, const py::object& at,
                          const py::object& rect, const py::object& field_word,
@@ -108,7 +108,7 @@ struct PixelTables<VX_PixelFloat> {
   static constexpr double scale = 1;
 };
 
-// An opacity, and a second one, which are multiplied; none is full.
+// Two optional opacities. Their product is used; a missing one counts as 1.
 struct Opacities {
   std::optional<double> first, second;
 };
@@ -120,7 +120,7 @@ VX_ChannelOf<Pixel> Weight(std::optional<double> opacity) {
   return static_cast<VX_ChannelOf<Pixel>>(scaled + 0.5);
 }
 
-// Both are contiguous arrays of ... x 4 in the order ARGB; the second is updated.
+// Blends `s` into `d`: contiguous arrays of ... x 4 in the order ARGB.
 template <class Pixel>
 void BlendAll(const py::array& s, const py::array& d, int32_t mode, const Opacities& opacities,
               const VX_LinearBlendingTables* tables) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Clips from files.
+// Reading of clips.
 
 #include "VXIO/VXIO_Clip.h"
 
@@ -16,7 +16,7 @@ namespace vxpy {
 
 namespace {
 
-// A clip from its first frame on; the face sees to it that one thread at a time asks.
+// A clip reader at its first frame. The Python class around it serialises calls of several threads.
 class Clip {
  public:
   explicit Clip(const py::object& path) : path_(PathOf(path)) {
@@ -24,7 +24,7 @@ class Clip {
     RunFiles([&] { reader_.emplace(path_); });
   }
 
-  // (number, picture, metadata, time), or None after the last.
+  // Returns (number, picture, metadata, time), or None after the last frame.
   py::object Next(const py::object& depth, const py::object& alpha, bool as_world,
                   const py::object& order_word) {
     const Order order = ParseOrder(order_word);

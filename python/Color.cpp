@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Profiles, settings, tables for linear light.
+// Profiles, colour settings, tables for linear light.
 
 #include <pybind11/stl.h>
 
@@ -19,7 +19,7 @@ namespace vxpy {
 
 namespace {
 
-// vx.Profile. The engine's status comes as ValueError with its words.
+// vx.Profile. An error of the colour engine is a ValueError with the engine's text.
 struct Profile {
   COR_QCE_ProfilePtr profile;
 };
@@ -110,7 +110,7 @@ py::object ConvertColors(const py::object& picture, const py::object& from_word,
 
 // --- settings ------------------------------------------------------------------------------------
 
-// The pool of all settings made from Python; lives as long as the process.
+// Returns the profile pool of all settings made from Python. It is never freed.
 COR_QCE_ProfilePool* ThePool() {
   static COR_QCE_ProfilePool* const pool = [] {
     COR_QCE_ProfilePool* made = nullptr;
@@ -120,7 +120,7 @@ COR_QCE_ProfilePool* ThePool() {
   return pool;
 }
 
-// Settings fill their caches when first asked; the mutex makes that safe on any thread.
+// Colour settings fill their caches on first use; the mutex makes this thread-safe.
 class Settings {
  public:
   explicit Settings(const Profile& profile) : settings_(ThePool()) { SetProfile(profile); }
@@ -145,7 +145,7 @@ class Settings {
     Locked([&](VX_ColorSettings& s) { exponent = s.GetCalGrayGamma(); });
     return exponent;
   }
-  // A copy: the record of the settings goes when the profile is set.
+  // Returns a copy, because the settings delete their tables when the profile changes.
   std::optional<LinearTables> GetTables(bool force) {
     std::optional<LinearTables> result;
     Locked([&](VX_ColorSettings& s) {
@@ -185,7 +185,7 @@ class Settings {
   VX_ColorSettings settings_;
 };
 
-// Those for callers without settings of their own belong to the library: a copy of their choices.
+// Returns a copy of the library's settings for callers that have none of their own.
 std::unique_ptr<Settings> Emergency() {
   Profile profile;
   RunEngine("settings", [&] {
@@ -197,8 +197,7 @@ std::unique_ptr<Settings> Emergency() {
   return std::make_unique<Settings>(profile);
 }
 
-// --- classes
-// ---------------------------------------------------------------------------------------
+// --- classes -------------------------------------------------------------------------------------
 
 void AddProfile(py::module_& module) {
   py::class_<Profile>(module, "Profile",

@@ -31,7 +31,7 @@ const char* Meaning(VX_Err code) {
   }
 }
 
-// Reports name signs that a host's language may have its own way with.
+// Replaces the placeholders in a report that a host would format in its own language.
 std::string Plain(std::string text) {
   constexpr std::string_view kSign = "#{rsquo}";
   for (size_t at; (at = text.find(kSign)) != std::string::npos;) {

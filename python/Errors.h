@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Codes of the library as exceptions of Python, and calls that leave the interpreter alone while
-// pixels are worked on.
+// Converts the library's error codes to Python exceptions, and runs library calls without the
+// interpreter's lock.
 
 #include <pybind11/pybind11.h>
 
@@ -21,17 +21,19 @@ namespace py = pybind11;
 // vx.Error: a RuntimeError with the attribute `code`.
 void AddErrors(py::module_& module);
 
-// Throws vx.Error with what the library reported on this thread, or else with what the code means;
-// MemoryError for 4. Nothing for 0. Reports of earlier calls are forgotten by BeginCall.
+// Throws for any code but VX_Ok: MemoryError for VX_ErrOutOfMemory, else vx.Error with the text
+// that the library reported on this thread, or with the meaning of the code if there is no report.
+// The constructor of Call deletes reports of earlier calls.
 void Check(VX_Err code);
 
-// The package is born and dies once at a time; nothing runs while it does.
+// Birth and death of the package. Neither may run while a call is in progress.
 void Birth();
-bool Death();  // whether it lived
-// RuntimeError while a call works, on another thread or further out on this one.
+bool Death();  // returns whether the package was alive
+// Throws RuntimeError if a call is in progress, on another thread or in an outer frame of this one.
 void Alone(const char* what);
 
-// One call into the library: refuses after death, forgets old reports, counts.
+// One call into the library. The constructor throws after death, deletes old reports and counts the
+// call; the destructor ends it.
 class Call {
  public:
   Call();
@@ -40,16 +42,17 @@ class Call {
   Call& operator=(const Call&) = delete;
 };
 
-// What a call of the library polls: Python's signals, a few times a second, and the caller's
-// function, called with the steps done and all steps; what is true stops the work.
+// The progress record of a library call. It checks Python's signals a few times a second and calls
+// the caller's function with the number of finished steps and of all steps. A true result stops the
+// operation.
 class Progress {
  public:
-  explicit Progress(const py::object& callback);  // None: only the signals
+  explicit Progress(const py::object& callback);  // None: signals only
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   VX_ProgressInfo* info() { return &info_; }
-  // Throws what the function, or a signal handler, threw.
+  // Throws the exception of the function or of a signal handler, if there was one.
   void Rethrow();
 
  private:
@@ -62,7 +65,7 @@ class Progress {
   std::chrono::steady_clock::time_point looked_;
 };
 
-// The code of a function that may throw one.
+// Returns the code that `function` returns or throws.
 template <class Function>
 VX_Err CodeOf(Function&& function) {
   try {
@@ -72,8 +75,8 @@ VX_Err CodeOf(Function&& function) {
   }
 }
 
-// Runs function() -> VX_Err without the interpreter's lock. Only for functions that touch no object
-// of Python. What the watch, a Progress or alike, has caught goes before what the code says.
+// Runs function() -> VX_Err without the interpreter's lock; it must not use Python objects. An
+// exception that `watch` (a Progress or a similar class) holds has precedence over the code.
 template <class Watch, class Function>
 void Run(Watch& watch, Function&& function) {
   const Call call;

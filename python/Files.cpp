@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Pictures and sequences of pictures from files and to files; Clips.cpp has clips.
+// Reading and writing of pictures and sequences. Clips are in Clips.cpp.
 
 #include "Files.h"
 
@@ -83,7 +83,7 @@ void Write(const py::object& path, const py::object& picture, const py::object& 
   WarnAll(warnings);
 }
 
-// The profile that the colours are in, as it stands in a file, and whether the file holds it.
+// Returns the profile of a picture: (bytes, name, whether the file contains it).
 py::tuple ProfileOf(const Metadata& metadata) {
   VXIO_PictureProfile found;
   std::vector<uint8_t> bytes;
@@ -133,7 +133,7 @@ py::dict Info(const py::object& path) {
   return told;
 }
 
-// (number, file) of each frame of a sequence, of those on the disk or of those that `frames` names.
+// Returns (number, file) for each frame of a sequence: those on disk, or those listed in `frames`.
 std::vector<std::pair<int64_t, std::string>> FrameFiles(const py::object& path,
                                                         const py::object& frames) {
   const std::string name = PathOf(path);
@@ -148,7 +148,7 @@ std::vector<std::pair<int64_t, std::string>> FrameFiles(const py::object& path,
   return files;
 }
 
-// "1-10,20" as numbers.
+// Parses a list of frames such as "1-10,20".
 std::vector<int64_t> ParseFrames(const py::object& frames) {
   return VXIO_ParseFrames(std::string(py::str(frames)));
 }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What pictures, sequences and clips share.
+// Common parts of the bindings for pictures, sequences and clips.
 
 #include <string>
 #include <vector>
@@ -13,28 +13,29 @@
 
 namespace vxpy {
 
-// What a file holds besides pixels: vx.Metadata.
+// vx.Metadata: the contents of a file other than pixels.
 struct Metadata {
   VXIO_Metadata carried;
   std::string path;
 };
 
-// A str, bytes or path object as the system takes it.
+// Converts a str, bytes or path object to a file name of the system.
 std::string PathOf(const py::object& path);
 
-// As UserWarning, in the name of the caller.
+// Issues each text as a UserWarning with the caller's source line.
 void WarnAll(const std::vector<std::string>& warnings);
 
-// A file that is not there is told in Python's own way before the library looks for it.
+// Raises Python's exception (FileNotFoundError, PermissionError, ...) if the file cannot be
+// accessed.
 void RequireFile(const py::object& path);
 
-// "file", "straight", "premultiplied" or "ignore".
+// Accepts "file", "straight", "premultiplied" or "ignore".
 VXIO_AlphaAs ParseAlpha(const py::object& word);
 
-// The world of a picture with its pixels, as the caller wants it.
+// Converts a world to a vx.World or to an array of the given order.
 py::object Given(VXIO_WorldPtr world, bool as_world, Order order);
 
-// Runs function() without the interpreter's lock; what io throws becomes OSError.
+// Runs function() without the interpreter's lock. A VXIO_Error becomes OSError.
 template <class Function>
 void RunFiles(Function&& function) {
   const Call call;
@@ -57,10 +58,10 @@ void RunFiles(Function&& function) {
   Check(code);
 }
 
-// Clips, beside the rest of AddFiles.
+// Adds the functions for clips; AddFiles calls it.
 void AddClips(py::module_& module);
 
-// What a clip says about itself, as a dict.
+// Returns the header information of a clip as a dict.
 py::dict ClipInfo(const std::string& path);
 
 }  // namespace vxpy

@@ -35,7 +35,7 @@ py::array_t<int32_t> GaussianKernel(const py::object& radius_word,
   return py::array_t<int32_t>({diameter, diameter}, weights.data());
 }
 
-// A kernel of whole numbers: odd x odd, or one dimension of odd length.
+// An integer kernel: two dimensions of odd size, or one dimension of odd length.
 struct Kernel {
   std::vector<int32_t> weights;
   int32_t diameter = 0;
@@ -145,7 +145,7 @@ py::object Blur(const py::object& picture, const py::object& radius_x, const py:
   return target.Finish();
 }
 
-// One pass, with all that can be chosen about it.
+// vx.blur_pass: one pass along one axis, with all options.
 py::object BlurPass(const py::object& picture, const py::object& radius_word,
                     const py::object& kind, const py::object& iterations_word,
                     const py::object& channels, const py::object& edge, const py::object& axis,

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The embedded host: processor, threads, modules; and what the library is made of.
+// Settings of the embedded host (processor, threads, modules) and lists of the library's parts.
 
 #include <pybind11/stl.h>
 
@@ -22,7 +22,7 @@ namespace {
 
 bool Has(int32_t word) { return U_G_CPU_DataP[word] != 0; }
 
-// Routines are chosen at birth, so the library ends and begins again around a change.
+// Changes a setting between death and a new birth, because birth selects the routines.
 template <class Function>
 void Reborn(Function&& change) {
   const bool lived = Death();
@@ -57,7 +57,7 @@ void SetModuleFolders(const std::vector<std::string>& folders) {
   Reborn([&] { VXHost_SetModuleFolders(folders); });
 }
 
-// (number, name, signature, state) of each slot that has a routine.
+// Returns (number, name, signature, state) for each slot that has a routine.
 std::vector<std::tuple<int32_t, std::string, std::string, std::string>> Slots() {
   constexpr const char* kStates[] = {"none", "built-in", "not-built", "replaced"};
   std::vector<std::tuple<int32_t, std::string, std::string, std::string>> list;

@@ -1,10 +1,10 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// A function of Python's over pixels, over bands of rows, and over numbers.
+// Calls a Python function for pixels, for bands of rows, and for numbers.
 //
-// The library calls back on whichever threads it or a module chooses, so each call takes the
-// interpreter's lock; what the function throws ends the walk and comes out unchanged.
+// The library may call back on any thread, so each callback acquires the interpreter's lock. An
+// exception of the function ends the iteration and is raised unchanged by the vx call.
 
 #include "VX/VX_Iterate.h"
 
@@ -20,7 +20,8 @@ namespace vxpy {
 
 namespace {
 
-// The function, and what it threw. Used with the lock held, but for construction.
+// The function and the exception that it threw. All members but the constructor need the
+// interpreter's lock.
 class Walk {
  public:
   Walk(const py::object& function, Progress* progress) : function_(function), progress_(progress) {
@@ -29,7 +30,7 @@ class Walk {
     }
   }
 
-  // One call back: work() -> VX_Err with the lock held. After a failure nothing more is called.
+  // Runs one callback, work() -> VX_Err, with the lock held. After a failure it does nothing.
   template <class Work>
   VX_Err Step(Work&& work) {
     const py::gil_scoped_acquire acquire;
@@ -58,7 +59,7 @@ class Walk {
   std::exception_ptr thrown_;
 };
 
-// What both walks over pictures take.
+// The arguments that both iterations over pictures share.
 struct Walked {
   Walked(const py::object& dst, const py::object& src, const py::object& at_word,
          const py::object& rect, const py::object& uncovered_word, const py::object& order_word)
@@ -150,7 +151,7 @@ Box BoundsOf(const VX_World& world, M_Point at) {
   return {at.h, at.v, at.h + world.width, at.v + world.height};
 }
 
-// The pixels of a box of a world whose corner lies at a place.
+// Returns the pixels of `box` in a world whose upper left corner is at `at`.
 Pixels PartOf(const VX_World& world, M_Point at, const Box& box) {
   Pixels part = PixelsOf(world);
   part.data += (box.top - at.v) * part.rowbytes + ptrdiff_t{box.left - at.h} * world.PixelSize();
@@ -175,7 +176,7 @@ struct BandWalk : Walk {
     return polled->info()->progress_func(polled->info()->progress_refcon, ++done, bands);
   }
 
-  // A new array with the source's pixels, zeros where there are none.
+  // Makes an array with the source's pixels in `box`, and zeros outside the source.
   py::array Above(const Box& box) const {
     py::array array = NewArray(box.right - box.left, box.bottom - box.top, from->Depth());
     const Box covered = box.Meet(BoundsOf(*from, at));

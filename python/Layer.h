@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What transfer and transform have in common: how one picture is laid over another.
+// The arguments that transfer and transform share: how one picture is drawn over another.
 
 #include <optional>
 
@@ -12,7 +12,8 @@
 
 namespace vxpy {
 
-// (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field) as they were given.
+// The arguments (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field), not yet
+// parsed.
 struct LayerWords {
   explicit LayerWords(const py::tuple& words);
   py::object mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field;
@@ -20,14 +21,14 @@ struct LayerWords {
 
 class Layer {
  public:
-  // `below` is what the layer comes over.
+  // `below` is the picture that the layer is drawn over.
   Layer(const LayerWords& words, const Source& below, Order order);
 
   const VX_CompositeModePlus& mode() const { return mode_; }
   const VX_LinearBlendingTables* tables() const { return tables_.get(); }
   int32_t field() const { return field_; }
 
-  // The mask, readable while the target is written; null without one. Lives as long as the layer.
+  // Returns the mask, or null if there is none. It does not overlap the target. The layer owns it.
   const VX_MaskSpec* MaskFor(const Target& target);
 
  private:

@@ -13,7 +13,7 @@ namespace {
 
 // --- between orders ------------------------------------------------------------------------------
 
-// How pixels lie in memory.
+// The order of channels in memory.
 enum class Layout { Argb, Rgba, Rgb };
 
 template <Layout layout>
@@ -28,7 +28,8 @@ Layout LayoutOf(Order order, int32_t channels) {
   return order == Order::Argb ? Layout::Argb : Layout::Rgba;
 }
 
-// One row, through memcpy: rows of arrays need not be aligned. Full is the alpha of opaque pixels.
+// Converts one row. It uses memcpy because rows of arrays may be unaligned. `full` is the alpha of
+// opaque pixels.
 template <class Channel, Layout kFrom, Layout kTo>
 void MoveRow(const char* from, char* to, Channel full, int32_t width) {
   for (ptrdiff_t x = 0; x < width; ++x) {
@@ -56,7 +57,7 @@ void MoveRows(const Pixels& from, const Pixels& to, Channel full) {
   }
 }
 
-// One side is always in the library's order.
+// Selects the row function. One side is always in the library's order.
 template <class Channel>
 void MoveAll(const Pixels& from, Layout in, const Pixels& to, Layout out, Channel full) {
   if (out == Layout::Argb) {

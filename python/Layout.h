@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// How pixels of arrays and worlds lie in memory, and how they get from one order to another.
+// Memory layout of arrays and worlds, and conversion between channel orders.
 
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
@@ -20,35 +20,36 @@ inline constexpr int32_t kLargestSide = 30000;
 enum class Order { Rgba, Argb };
 Order ParseOrder(const py::object& word);
 
-// A picture's memory, as an array or a world has it.
+// The memory of a picture, which is an array or a world.
 struct Pixels {
   char* data;
   ptrdiff_t rowbytes;
   int32_t width, height, channels, depth;
 };
 
-// Depth of an array: 8, 16 or 32 by its dtype; TypeError for others, with shape, dtype and strides.
+// Returns the depth of an array by its dtype: 8, 16 or 32. Other dtypes are a TypeError with shape,
+// dtype and strides.
 int32_t DepthOf(const py::array& array, const char* name);
-// And back.
+// Returns the dtype of a depth.
 py::dtype TypeOf(int32_t depth);
 
-// A new array of height x width x 4.
+// Makes an array of height x width x 4, not initialised.
 py::array NewArray(int32_t width, int32_t height, int32_t depth);
 
-// "shape (4, 4, 2), dtype float64, strides (64, 16, 8)"
+// Returns a text like "shape (4, 4, 2), dtype float64, strides (64, 16, 8)".
 std::string Describe(const py::array& array);
-// The argument's name, that, and what is wrong with it.
+// Returns an error message: the argument's name, its description, then `rest`.
 std::string Sentence(const char* name, const py::array& array, const char* rest);
 
-// Checks the layout of an array, height x width x 4 or 3, and tells where its pixels lie.
+// Checks the layout of an array (height x width x 4 or 3) and returns its memory.
 Pixels PixelsOf(const py::array& array, const char* name);
 Pixels PixelsOf(const VX_World& world);
 
-// Copies pixels of one size and depth, one of the two in the library's order. Without the
-// interpreter's lock.
+// Copies pixels between pictures of the same size and depth, without the interpreter's lock. At
+// least one of the two must be in the library's order.
 void Move(const Pixels& from, Order from_order, const Pixels& to, Order to_order);
 
-// Whether writing one may change the other. Crops side by side in one picture do not touch.
+// Returns whether writing one may change the other. Disjoint crops of one picture do not overlap.
 bool MayOverlap(const Pixels& p, const Pixels& q);
 
 }  // namespace vxpy

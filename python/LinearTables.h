@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The tables for linear light as an argument.
+// Tables for linear light as an argument.
 
 #include "Arguments.h"
 #include "Pictures.h"
@@ -17,7 +17,7 @@ struct LinearTables {
   LinearTablesPtr tables;
 };
 
-// A vx.LinearTables, or None for null.
+// Accepts a vx.LinearTables, or None, which gives null.
 inline LinearTablesPtr ParseTables(const py::object& tables) {
   if (tables.is_none()) return nullptr;
   return ParseObject<LinearTables>("tables", tables).tables;

@@ -4,11 +4,11 @@
 
 // Arrays and worlds as arguments and results.
 //
-// The library works on pixels in the order alpha, red, green, blue. An array in that order is
-// worked on where it lies; one in the order red, green, blue, alpha is converted on the way in and,
-// when it is written to, on the way out. Three channels are opaque pictures in either order.
-// Nothing but `out` is changed, and `out` only when the work was done, unless it is a world or an
-// ARGB array, which are drawn on directly.
+// The library's channel order is alpha, red, green, blue. An array in that order is used without a
+// copy. An array in the order red, green, blue, alpha is converted before the call and, if it is
+// written, after the call. Arrays with three channels are opaque pictures in either order.
+// Functions change only `out`. A converted `out` changes only when the operation has succeeded; a
+// world or an ARGB array is drawn on directly.
 
 #include <memory>
 #include <optional>
@@ -18,7 +18,7 @@
 
 namespace vxpy {
 
-// vx.World: pixels of its own, or a view on an array that it keeps alive.
+// vx.World: owns its pixels, or is a view of an array and keeps the array alive.
 class World {
  public:
   World(std::unique_ptr<VX_World> world, py::object base, bool writable)
@@ -38,7 +38,7 @@ class World {
 };
 using WorldPtr = std::shared_ptr<World>;
 
-// A picture to read from: a World, or an array of height x width x 4 or 3.
+// A picture to read: a World, or an array of height x width x 4 or 3.
 class Source {
  public:
   Source(const py::object& object, Order order, const char* name);
@@ -57,27 +57,26 @@ class Source {
   WorldPtr world_;  // the argument, a view on it, or a converted copy
 };
 
-// Where a result goes. Without `out` it is a new array of the order asked for, or a new World when
-// the model is one. What is drawn on is world().
+// The destination of a result. Without `out` it is a new array in the requested order, or a new
+// World if the model is a World. Operations draw on world().
 class Target {
  public:
-  // A picture of the size and depth of the model that begins as a copy of it. `out` may be the
-  // model itself.
+  // Makes a target with the size, depth and pixels of the model. `out` may be the model itself.
   static Target CopyOf(const Source& model, const py::object& out);
-  // A picture of a size that begins with zeros (when new) or with what stands in `out`.
+  // Makes a target of the given size. A new one is cleared to zero; `out` keeps its pixels.
   static Target Sized(const Source& model, const py::object& out, int32_t width, int32_t height,
                       int32_t depth);
-  // The same without a model.
+  // Makes a target of the given size without a model.
   static Target Sized(const py::object& out, Order order, int32_t width, int32_t height,
                       int32_t depth);
 
   VX_World* world() const { return world_->get(); }
 
-  // A source that may be read while this is written: itself, or a copy where their pixels may
-  // overlap.
+  // Returns a source that may be read while this target is written: the source itself, or a copy if
+  // their pixels may overlap.
   WorldPtr Apart(const Source& source) const;
 
-  // Brings the pixels to the array that was asked for, and gives it.
+  // Converts the pixels to the requested order if necessary, and returns the result object.
   py::object Finish();
 
  private:
@@ -91,16 +90,16 @@ class Target {
   bool converts_ = false;
 };
 
-// Both of a pair of pictures must have one depth: ValueError about the second.
+// Throws ValueError, with the name of the second picture, if the depths differ.
 void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name, const char* b_name);
 
-// Pixels of a world's own, made within a call of the library: births and deaths must not cross it.
+// Makes a world that owns its pixels, inside a Call, so that no birth or death runs meanwhile.
 std::unique_ptr<VX_World> NewPixels(int32_t width, int32_t height, int32_t depth, uint32_t flags);
 
-// The argument as an array: TypeError.
+// Returns the argument as an array; throws TypeError if it is not one.
 const py::array& AsArray(const py::object& object, const char* name);
 
-// A new array of height x width x 4 with the pixels of a world.
+// Makes an array of height x width x 4 with the pixels of a world.
 py::array ArrayOf(const World& world, Order order);
 
 void AddWorld(py::module_& module);

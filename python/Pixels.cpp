@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Fills, premultiplication, depths, copies and scaling.
+// Fills, premultiplication, depth conversion, copies and scaling.
 
 #include <pybind11/stl.h>
 
@@ -24,7 +24,7 @@ namespace {
 
 const M_Rect* Pointer(const std::optional<M_Rect>& rect) { return rect ? &*rect : nullptr; }
 
-// A color, or none, parsed for the depth of a picture before anything else is done.
+// An optional colour, parsed for the depth of a picture before any work starts.
 struct AnyColor {
   AnyColor(const py::object& color, Order order, int32_t depth) {
     if (depth == 8) bytes = ParseColor<VX_Pixel8>(color, order);
@@ -61,7 +61,7 @@ py::object ClearAlphaOutside(const py::object& picture, const py::object& rect,
   return target.Finish();
 }
 
-// What a member of the world does in place.
+// Applies a change to a copy of the picture or to `out`.
 template <class Change>
 py::object Changed(const py::object& picture, const py::object& out, const py::object& order_word,
                    Change&& change) {
@@ -181,7 +181,7 @@ py::object Mix(const py::object& a, const py::object& b, const py::object& ratio
   return target.Finish();
 }
 
-// A level for each channel; four numbers, or three and alpha 1.
+// Parses one level per channel: four numbers, or three with alpha 1.
 VX_PixelFloat ParseLevels(const char* name, const py::object& levels, float none, Order order) {
   if (levels.is_none()) return {none, none, none, none};
   return ParsePixel<VX_PixelFloat>(name, levels, order);
@@ -217,7 +217,7 @@ py::object Blit(const py::object& dst, const py::object& src, const py::object& 
   return target.Finish();
 }
 
-// A table of 256 bytes; null for None.
+// Returns the data of a table of 256 bytes, or null for None.
 const uint8_t* Table(const char* name, const py::object& table) {
   if (table.is_none()) return nullptr;
   if (!py::isinstance<py::array_t<uint8_t, py::array::c_style>>(table)) {
@@ -254,7 +254,7 @@ py::tuple GuessAlpha(const py::object& picture, const py::object& order_word) {
   VX_Err code = VX_Ok;
   Run([&] {
     code = VX_GuessAlpha(nullptr, world, &guess);
-    return VX_Ok;  // "nothing decides" is an answer
+    return VX_Ok;  // undecided is a valid result
   });
   constexpr const char* kKinds[] = {nullptr, "straight", "premultiplied-black",
                                     "premultiplied-white"};

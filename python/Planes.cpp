@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Channels out of pictures and back. Planes come as contiguous arrays from vx/_planes.py.
+// Channels of pictures as planes. vx/_planes.py passes planes as contiguous arrays.
 
 #include <cstring>
 #include <string>
@@ -34,7 +34,7 @@ void RequireBytes(const Source& source) {
 
 // --- some channels of 8-bit pictures -------------------------------------------------------------
 
-// A handle of the host's that is freed at the end.
+// Owns a handle of the host.
 struct Handle {
   ~Handle() {
     if (handle != nullptr) U_FreeHandle(handle);
@@ -124,7 +124,7 @@ py::array Deinterleave(const py::object& picture, const py::object& channel_word
   return plane;
 }
 
-// A plane that lies pixel by pixel over a picture.
+// Throws unless the plane has the size and depth of the picture.
 void RequirePlane(const py::array& plane, const char* name, const Source& source) {
   const VX_World& world = *source.world();
   if (DepthOf(plane, name) != source.depth() || plane.ndim() != 2 ||
@@ -207,7 +207,7 @@ uint32_t ParseType(const py::array& array, const char* name) {
   throw py::type_error(Sentence(name, array, "numbers of 8, 16 or 32 bits, or float64"));
 }
 
-// A chunk with the numbers of a contiguous array of height x width x channels.
+// A chunk with the values of a contiguous array of height x width x channels.
 class Chunk {
  public:
   Chunk(const py::array& array, const char* name) : bytes_(static_cast<size_t>(array.nbytes())) {
@@ -232,7 +232,7 @@ class Chunk {
   size_t bytes_;
 };
 
-// The first array is contiguous and the caller's own, and is written to.
+// Copies a channel of `src` into `dst`, a contiguous array that the caller owns.
 void CopyChannel(const py::array& dst, const py::array& src, const py::object& dst_channel,
                  const py::object& src_channel) {
   const auto to = static_cast<int32_t>(ParseWhole("dst_channel", dst_channel, 0, INT32_MAX));

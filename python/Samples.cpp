@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Samplers by name, at many positions.
+// Samplers, selected by name, for many positions.
 
 #include <pybind11/stl.h>
 
@@ -19,13 +19,13 @@ namespace vxpy {
 
 namespace {
 
-// A sampler at the three depths; null where a depth has none.
+// A sampler at the three depths; null if a depth has none.
 struct Sampler {
   const char* name;
   VX_SampleFunc<VX_Pixel8> bytes;
   VX_SampleFunc<VX_Pixel16> words;
   VX_SampleFunc<VX_PixelFloat> floats;
-  bool unclipped;  // all four neighbours must lie in the picture
+  bool unclipped;  // requires all four neighbours inside the picture
 };
 
 template <class Pixel, VX_SampleWeightedFunc<Pixel> sampler>
@@ -105,7 +105,7 @@ const Sampler& Named(const py::object& word) {
   throw py::value_error("sampler: no " + std::string(py::repr(word)) + "; there are " + all);
 }
 
-// Positions as 16.16, rounded to the nearest. What does not fit lies outside of every picture.
+// Positions in 16.16, rounded to nearest. Positions that do not fit are outside every picture.
 struct Positions {
   std::vector<VX_Fixed> x, y;
 };
@@ -145,7 +145,7 @@ void SampleAll(VX_SampleFunc<Pixel> sampler, const VX_SampPB& record, const Posi
   });
 }
 
-// x and y are contiguous arrays of one dimension and one length; gives count x 4 in ARGB.
+// Samples at the positions x, y (contiguous 1-D arrays of equal length). Returns count x 4 in ARGB.
 py::array Sample(const py::object& picture, const py::array_t<double>& x,
                  const py::array_t<double>& y, const py::object& name, const py::object& radius_x,
                  const py::object& radius_y, const py::object& order_word) {
@@ -187,7 +187,7 @@ void SampleAllIn(VX_SampleAllInFunc<Pixel> sampler, VX_World* world, const Posit
   });
 }
 
-// (count x 4 in ARGB, count bytes of 0 or 1)
+// Returns (count x 4 in ARGB, count bytes: 1 if all four neighbours are inside).
 py::tuple SampleWithInside(const py::object& picture, const py::array_t<double>& x,
                            const py::array_t<double>& y, const py::object& order_word) {
   const Source source(picture, ParseOrder(order_word), "picture");

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Colours between RGB and other spaces, at the three depths. vx/_color.py hands over contiguous
-// arrays: pixels of n x 4 in the order ARGB, or n x 3 doubles in the other space.
+// Conversion between RGB and other colour spaces at the three depths. vx/_color.py passes
+// contiguous arrays: n x 4 pixels in the order ARGB, and n x 3 doubles for the other space.
 
 #include "VX/VX_ColorSpaces.h"
 
@@ -19,10 +19,10 @@ namespace vxpy {
 
 namespace {
 
-// What a component of another space is: 16.16 for integer pixels, else a float.
+// The type of a component of the other space: 16.16 for integer pixels, float for float pixels.
 template <class Pixel>
 using Component = std::conditional_t<std::is_same_v<Pixel, VX_PixelFloat>, float, VX_Fixed>;
-// What is read off a colour.
+// A single value computed from a colour, such as the luminance.
 template <class Pixel>
 using Measure = std::conditional_t<std::is_same_v<Pixel, VX_PixelFloat>, float, int32_t>;
 
@@ -59,7 +59,7 @@ const Functions<VX_PixelFloat> kFunctions<VX_PixelFloat>{
 double ToDouble(VX_Fixed value) { return value / 65536.0; }
 double ToDouble(float value) { return static_cast<double>(value); }
 
-// Held to what 16.16 holds; not a number counts as 0.
+// Converts a double to the component type. 16.16 values are clamped; NaN becomes 0.
 template <class Number>
 Number FromDouble(double value) {
   if constexpr (std::is_same_v<Number, float>) return static_cast<float>(value);
@@ -126,7 +126,7 @@ py::array ToSpace(const py::object& space_word, const py::array& pixels) {
   return out;
 }
 
-// The pixels come opaque and are written to.
+// Writes the colours of `pixels`, which are opaque.
 void FromSpace(const py::object& space_word, const py::array_t<double>& parts,
                const py::array& pixels) {
   const int32_t space = ParseSpace(space_word);

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A file a subject: each adds its functions and classes to the module.
+// One source file per subject. Each function adds its subject's functions and classes to the
+// module.
 
 #include <pybind11/pybind11.h>
 

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Pictures through matrices.
+// Drawing of pictures through matrices.
 
 #include "VX/VX_Transform.h"
 
@@ -18,7 +18,7 @@ namespace vxpy {
 
 namespace {
 
-// 3 x 3, or n x 3 x 3 in time order.
+// Parses one 3 x 3 matrix, or n x 3 x 3 matrices in time order.
 std::vector<M_Matrix3> ParseMatrices(const py::object& object) {
   const auto array = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(object);
   if (!array) {

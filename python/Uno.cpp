@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// One-channel buffers as arrays of two dimensions. vx/uno.py hands over contiguous arrays that are
-// its own where they are written to.
+// One-channel buffers as two-dimensional arrays. vx/uno.py passes contiguous arrays, and owns those
+// that are written.
 
 #include "VX/VX_UnoBuffer.h"
 
@@ -20,7 +20,7 @@ namespace vxpy {
 
 namespace {
 
-// A record over the samples of an array; what the record was made with waits until its end.
+// A VX_UnoBuffer record that refers to the samples of an array. It keeps the array alive.
 class Plane {
  public:
   Plane(const py::array& array, const char* name) : record_(1, 1, 8) {
@@ -101,7 +101,8 @@ void Convert(const py::array& from, const py::array& to, const py::object& inver
   });
 }
 
-// A None rectangle begins at (0, 0), and so does the place then.
+// Copies a rectangle of `src` to `dst`. None for `rect` is the whole source; None for `at` is the
+// upper left corner of `rect`.
 void Transfer(const py::array& dst, const py::array& src, const py::object& mask,
               const py::object& outside, const py::object& rect, const py::object& at,
               const py::object& progress) {
@@ -172,8 +173,8 @@ void ScanLine(ScanFunc<Channel> scan, const py::array& line, int32_t kind, int32
   Run([&] { return scan(kind, length, start, end, radius, scratch.data(), samples); });
 }
 
-// Scans with a kernel share it for the process: one at a time, which the interpreter's lock alone
-// would not see to.
+// Gaussian scans share one kernel per process, so a mutex serialises them. The interpreter's lock
+// is not sufficient, because it is released during the call.
 void Scan(const py::array& line, bool gaussian, const py::object& kind_word,
           const py::object& radius_word, const py::object& start_word, const py::object& end_word) {
   static std::mutex one_at_a_time;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The compiled half of the Python module. vx/__init__.py is its face.
+// The compiled part of the Python module. vx/__init__.py defines the public names.
 
 #include "Errors.h"
 #include "Pictures.h"

@@ -27,6 +27,26 @@ VX_API VX_Err VX_Birth();
 // Releases everything. 0 or an error; every step is tried in any case.
 VX_API VX_Err VX_Death();
 
+// Birth and death counted over the whole process, for components of one program that do not know of
+// each other: the first acquisition checks the versions and calls VX_Birth, the release of the last
+// one calls VX_Death. A program uses either this pair or VX_Birth and VX_Death, not both. Any
+// thread may call them.
+//
+//   caller_version  VX_PKG_VERSION
+//
+// VX_AcquireLibrary gives VX_Ok, VX_ErrVersion, or the error of VX_Birth, after VX_Death; nothing
+// is acquired then. VX_ReleaseLibrary gives VX_Ok, the error of VX_Death, or VX_ErrBadParameter
+// after a report when nothing is acquired.
+VX_API VX_Err VX_AcquireLibrary(int32_t caller_version);
+VX_API VX_Err VX_ReleaseLibrary();
+
+// The text of the newest report that the library made on the calling thread, cut to 511 bytes;
+// empty when there was none since VX_ForgetReport or since the thread began. The host receives
+// every report as well. Reports that a host makes itself, as for memory that it cannot allocate,
+// are not kept here. The text is valid until the next report on this thread.
+VX_API const char* VX_LastReport();
+VX_API void VX_ForgetReport();
+
 // Gives back what the shared scratch grew to. 0 or 4.
 VX_API VX_Err VX_FreeUpSomeMemory();
 

@@ -25,9 +25,8 @@ VX_CompositeModePlus::VX_CompositeModePlus(const VX_CompositeMode& older)
 }
 
 VX_Err VXp_UnknownMode() {
-  const char* text = U_ZLookupLStrCache(&VX_G_zref, 6);
-  Up_ReportErrString(kVXp_PackageWord | kVXp_NoCheckNumber, 8, text);
-  return VX_ErrUnsupported;
+  constexpr int32_t kUnknownModeText = 6;
+  return VXp_ReportEntry(kVXp_NoCheckNumber, kUnknownModeText, VX_ErrUnsupported);
 }
 
 namespace {

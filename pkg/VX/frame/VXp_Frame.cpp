@@ -29,8 +29,7 @@ void VXp_CheckWorldSize(int32_t width, int32_t height) {
   const int32_t numbers[] = {width, height};
   char text[256];
   VXp_ThrowIf(U_SubString(text, sizeof text, form, numbers, 2));
-  Up_ReportErrString(kVXp_PackageWord | 0x66, 8, text);
-  VXp_Throw(VX_ErrReported);
+  VXp_Throw(VXp_ReportText(0x66, text, VX_ErrReported));
 }
 
 void* VXp_NewFrame(int32_t width, int32_t height, int32_t rowbytes, int32_t pixel_size) {

@@ -82,8 +82,7 @@ VX_Err VX_SetOverrideFunc(int32_t slot, void* routine) {
 
 VX_Err VX_OverrideStdFuncs() {
   constexpr int32_t kObsoleteText = 9;
-  Up_ReportErrString(kVXp_PackageWord | 0x2F, 8, U_ZLookupLStrCache(&VX_G_zref, kObsoleteText));
-  return VX_ErrObsolete;
+  return VXp_ReportEntry(0x2F, kObsoleteText, VX_ErrObsolete);
 }
 
 VX_Err VX_DescribeSlot(int32_t slot, VX_SlotDescription* out) {

@@ -5,7 +5,7 @@
 // Reports, thrown codes and the guard at the boundary.
 //
 // Programmer errors are reported and give 3; they are not thrown. Threads: the host's report
-// functions decide; nothing here keeps state.
+// functions decide; each thread keeps the text of its newest report, see VX_LastReport.
 
 #include <cstdint>
 #include <type_traits>
@@ -32,6 +32,10 @@ VX_Err VXp_ReportEntry(uint32_t number, int32_t entry, VX_Err code);
 // The common report of a bad argument, entry 4 of the string table. Gives 3. The number tells the
 // caller: planes out 4 and in 5, fills 13, world iterators 14, draft copy 48, generic iterator 70.
 VX_Err VXp_BadParameter(uint32_t number);
+
+// Stores the text that VX_LastReport returns. Null counts as empty. The functions above call it;
+// code that reports to the host directly calls it too.
+void VXp_KeepReport(const char* text);
 
 // Throws the code as exactly int32_t by value.
 [[noreturn]] void VXp_Throw(VX_Err code);

@@ -85,8 +85,7 @@ VX_Err VX_WorldCopy(void* ref, BM_World** src, BM_World** dst, const M_Rect* src
   if (error != VX_Ok || ChannelOrder(src) == ChannelOrder(dst)) return error;
   if ((*dst)->bits_per_pixel == 32) return FlipChannels(dst);
   constexpr uint32_t kOrderNumber = 0x68;
-  constexpr int32_t kSeverity = 8;
-  Up_ReportErrString(kVXp_PackageWord | kOrderNumber, kSeverity,
-                     "Flipping 32/16-bit worlds is not implemented. Source data 8-bit BGRA.");
-  return VX_ErrUnsupported;
+  return VXp_ReportText(kOrderNumber,
+                        "Flipping 32/16-bit worlds is not implemented. Source data 8-bit BGRA.",
+                        VX_ErrUnsupported);
 }

@@ -71,9 +71,7 @@ VX_Err VX_GetCallbackAddr(void* /*word*/, int32_t quality, int32_t mode_flags, i
                           void** out) {
   if (selector < 0 || selector >= VX_CallbackCount) {
     constexpr int32_t kInvalidSelectorText = 0;
-    Up_ReportErrString(kVXp_PackageWord | kVXp_NoCheckNumber, 8,
-                       U_ZLookupLStrCache(&VX_G_zref, kInvalidSelectorText));
-    return VX_ErrBadParameter;
+    return VXp_ReportEntry(kVXp_NoCheckNumber, kInvalidSelectorText, VX_ErrBadParameter);
   }
   if (out == nullptr) return VX_ErrBadParameter;
   *out = AddressIn(BlockFor(quality, mode_flags), selector);

@@ -1,0 +1,86 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// A picture over another, in any transfer mode.
+
+#include <cstdint>
+#include <optional>
+
+#include "VX/VX_Transfer.h"
+#include "VX/cpp/Mode.hpp"
+#include "VX/cpp/Progress.hpp"
+#include "VX/cpp/View.hpp"
+
+namespace vx {
+
+// Tables for blending in linear light, see VX_LinearBlendingTables.h.
+using LinearTables = VX_LinearBlendingTables;
+
+// Weights the pixels of a layer.
+struct Mask {
+  AnyConstView picture;  // of the depth of the layer
+  Point at = {};         // its left upper corner in the destination, each -32768..32767
+  MaskUse use = MaskUse::alpha;
+};
+
+struct CompositeOptions {
+  Mode mode = Mode::in_front;
+  double opacity = 1;                    // 0..1
+  Point at = {};                         // the layer's left upper corner in the destination
+  std::optional<Mask> mask = {};         // none: every pixel has full weight
+  const LinearTables* linear = nullptr;  // null: blend the stored values
+  bool keep_alpha = false;               // the destination's alpha stays
+  Field field = Field::both;
+  int32_t seed = 0;  // of Mode::dissolve
+  Progress progress = {};
+};
+
+namespace detail {
+
+// The classic records of the options that composite and transform share.
+class LayerRecords {
+ public:
+  template <class Options>
+  explicit LayerRecords(const Options& options)
+      : mode(static_cast<int32_t>(options.mode), static_cast<float>(options.opacity),
+             options.linear, options.keep_alpha, options.seed) {
+    if (!(options.opacity >= 0 && options.opacity <= 1)) refuse("the opacity is 0..1");
+    if (!options.mask) return;
+    mask_picture_ = options.mask->picture;
+    constexpr const char* report = "the place of a mask is -32768..32767";
+    mask_ = {const_cast<VX_LayerDef*>(mask_picture_.descriptor()),
+             to_int16(options.mask->at.y, report), to_int16(options.mask->at.x, report),
+             static_cast<int32_t>(options.mask->use)};
+  }
+  LayerRecords(const LayerRecords&) = delete;
+  LayerRecords& operator=(const LayerRecords&) = delete;
+
+  const VX_MaskSpec* mask() const { return mask_.world != nullptr ? &mask_ : nullptr; }
+
+  const VX_CompositeModePlus mode;
+
+ private:
+  AnyConstView mask_picture_;
+  VX_MaskSpec mask_{};
+};
+
+}  // namespace detail
+
+// Composites a layer over the destination (VX_TransferRect). To composite a part of a picture, give
+// that part as the layer. What overhangs the destination or, unless it is inverse, the mask, is
+// left out. The two stencil modes clear alpha in the whole rest of the destination.
+//   dst    drawn on
+//   layer  of the same depth
+// Throws Error: bad_parameter, out_of_memory, stopped.
+inline void composite(AnyView dst, AnyConstView layer, const CompositeOptions& options = {}) {
+  const detail::LayerRecords records(options);
+  detail::run(options.progress, [&](VX_ProgressInfo* progress) {
+    return VX_TransferRect(progress, /*quality=*/1, /*flags=*/0,
+                           static_cast<int32_t>(options.field), /*rect=*/nullptr,
+                           layer.descriptor(), &records.mode, options.linear, records.mask(),
+                           options.at.x, options.at.y, dst.descriptor());
+  });
+}
+
+}  // namespace vx

@@ -1,0 +1,37 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The life of the library.
+
+#include <utility>
+
+#include "VX/cpp/Error.hpp"
+
+namespace vx {
+
+// Keeps the library alive. Objects are counted over the whole process: the first one starts the
+// library, the destructor of the last one stops it, so every component of a program may hold one.
+// A program that holds one does not call VX_Birth or VX_Death. Images may outlive it; operations
+// may not. Any thread may make and destroy them.
+class Library {
+ public:
+  // Throws Error: version, if this header and the library or its host differ; color_engine; or
+  // out_of_memory. The library is stopped again before the exception leaves.
+  Library() {
+    detail::run([] { return VX_AcquireLibrary(VX_PKG_VERSION); });
+  }
+  Library(Library&& other) noexcept : holds_(std::exchange(other.holds_, false)) {}
+  Library& operator=(Library&& other) noexcept {
+    std::swap(holds_, other.holds_);
+    return *this;
+  }
+  ~Library() {
+    if (holds_) static_cast<void>(VX_ReleaseLibrary());
+  }
+
+ private:
+  bool holds_ = true;
+};
+
+}  // namespace vx

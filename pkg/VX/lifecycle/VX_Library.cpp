@@ -1,0 +1,40 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Birth and death counted over the process.
+
+#include <cstdint>
+#include <mutex>
+
+#include "VX/VX_Package.h"
+#include "frame/VXp_Report.h"
+
+namespace {
+
+// The lock is held during birth and death, so that a second holder starts with a library that is
+// completely alive.
+constinit std::mutex holders_mutex;
+constinit int64_t holders = 0;
+
+}  // namespace
+
+VX_Err VX_AcquireLibrary(int32_t caller_version) {
+  return VXp_Guarded([&]() -> VX_Err {
+    const std::lock_guard lock(holders_mutex);
+    VX_Err error = VX_CheckVersions(0, caller_version);
+    if (error == VX_Ok && holders == 0) {
+      error = VX_Birth();
+      if (error != VX_Ok) static_cast<void>(VX_Death());
+    }
+    if (error == VX_Ok) ++holders;
+    return error;
+  });
+}
+
+VX_Err VX_ReleaseLibrary() {
+  return VXp_Guarded([]() -> VX_Err {
+    const std::lock_guard lock(holders_mutex);
+    if (holders == 0) return VXp_FailVerification("The library was released too often");
+    return --holders == 0 ? VX_Death() : VX_Ok;
+  });
+}

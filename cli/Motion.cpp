@@ -7,6 +7,7 @@
 #include <limits>
 #include <numbers>
 #include <set>
+#include <span>
 
 #include "Errors.h"
 #include "VX/VX_CallbackBlock.h"
@@ -108,27 +109,18 @@ class Way {
     const bool same_turn = by_matrix_ || from_.rotation == to_.rotation;
     return share_ == 0 || (same_turn && std::ranges::equal(first_.m, last_.m));
   }
-  // Nothing but the translation changes.
-  bool IsStraight() const {
-    M_Matrix3 last = last_;
-    last.m[6] = first_.m[6];
-    last.m[7] = first_.m[7];
-    const bool same_turn = by_matrix_ || from_.rotation == to_.rotation;
-    return same_turn && std::ranges::equal(first_.m, last.m);
-  }
-
-  // `count` matrices in equal steps from the start to `end` of the open way.
-  std::vector<M_Matrix3> Matrices(int32_t count, double end = 1) const {
+  // `count` matrices in equal steps, for as long as the shutter is open.
+  std::vector<M_Matrix3> Matrices(int32_t count) const {
     std::vector<M_Matrix3> matrices(static_cast<size_t>(count));
     if (!by_matrix_) {
-      const VX_TransformParts seen = Between(from_, to_, share_ * end);
+      const VX_TransformParts seen = Between(from_, to_, share_);
       Check(VX_MatricesBetween(&from_, &seen, count, matrices.data()), "transform");
       return matrices;
     }
     for (int32_t i = 0; i < count; ++i) {
       for (size_t k = 0; k < kMatrixNumbers; ++k) {
         matrices[static_cast<size_t>(i)].m[k] =
-            std::lerp(first_.m[k], last_.m[k], share_ * end * i / (count - 1));
+            std::lerp(first_.m[k], last_.m[k], share_ * i / (count - 1));
       }
     }
     return matrices;
@@ -173,17 +165,6 @@ int32_t SamplesFor(const Way& way, int32_t width, int32_t height) {
   }
   if (!(longest < kDefaultMostSamples)) return kDefaultMostSamples;
   return std::max(kFewestSamples, static_cast<int32_t>(std::ceil(longest)));
-}
-
-// The last matrix is no sub-sample, but where it stands in the direction of the first, as after
-// whole turns and in every zoom, the library draws a straight way in the layer to it in place of
-// the sub-samples. So it gives way to one half a sub-sample earlier, which no scale of 0 at the end
-// can flatten, turned by what nobody sees.
-M_Matrix3 AfterTheLast(const Way& way, int32_t samples) {
-  constexpr double kHair = 1e-6;
-  M_Matrix3 matrix = way.Matrices(2, (samples - 0.5) / samples).back();
-  M_ConcatMatrix(matrix, {{1, kHair, 0, -kHair, 1, 0, 0, 0, 1}}, &matrix);
-  return matrix;
 }
 
 bool HasExtent(const M_Matrix3& matrix) {
@@ -308,25 +289,23 @@ std::vector<M_Matrix3> MatricesOf(const Motion& motion, const Shutter& shutter, 
   const bool draft = quality == VX_Quality_Draft;
   const int32_t samples =
       shutter.samples.value_or(draft ? kDraftSamples : SamplesFor(way, width, height));
-  std::vector<M_Matrix3> matrices = way.Matrices(samples + 1);
-  if (draft || way.IsStraight()) return matrices;
-  matrices.back() = AfterTheLast(way, samples);
-  // Sub-samples have no order, and only as the first would a flattened one end the drawing.
-  if (!HasExtent(matrices[0])) std::swap(matrices[0], matrices[1]);
-  return matrices;
+  return way.Matrices(samples + 1);
 }
 
 // --- what will not be seen -----------------------------------------------------------------------
 
 std::string WhyUnseen(const std::vector<M_Matrix3>& matrices, const VX_LayerDef& layer,
                       const VX_LayerDef& below) {
-  if (!HasExtent(matrices.front()) || !HasExtent(matrices.back())) {
-    return std::string("cannot be drawn ") +
-           (HasExtent(matrices.front()) ? "at the end of its motion" : "there") +
-           ", flattened by a scale of 0 or beyond all numbers; nothing is drawn";
+  // The last matrix of a motion is not drawn.
+  const std::span samples(matrices.data(), std::max<size_t>(matrices.size() - 1, 1));
+  if (std::ranges::none_of(samples, HasExtent)) {
+    return "cannot be drawn there, flattened by a scale of 0 or beyond all numbers; nothing is "
+           "drawn";
   }
-  // One by one, as the library looks: what flies over between two of them is not drawn.
-  for (const M_Matrix3& matrix : matrices) {
+  // Sub-samples are checked singly: a layer that crosses the picture between two of them is not
+  // drawn.
+  for (const M_Matrix3& matrix : samples) {
+    if (!HasExtent(matrix)) continue;
     double left = INFINITY, top = INFINITY, right = -INFINITY, bottom = -INFINITY;
     for (const Corner& corner : CornersOf(matrix, layer.width, layer.height)) {
       if (!corner.in_front || !std::isfinite(corner.x + corner.y)) return {};

@@ -55,14 +55,14 @@ struct Shutter {
 // Throws UsageError when one is a matrix and the other is told in parts.
 void CheckEnds(const Place& start, const Place& end);
 
-// For VX_TransformWorld: one matrix for what stands still, else one for each sub-sample and one
-// more. `size` is that of the layer.
+// Returns the matrices for VX_TransformMotion: one for a layer that does not move, else one for
+// each sub-sample and a last one, which is not drawn. `width` and `height` are those of the layer.
 std::vector<M_Matrix3> MatricesOf(const Motion& motion, const Shutter& shutter, int32_t quality,
                                   int32_t width, int32_t height);
 
 // --- what will not be seen -----------------------------------------------------------------------
 
-// Why nothing of a layer is drawn, or empty.
+// Returns the reason why nothing of a layer is drawn, or an empty text.
 std::string WhyUnseen(const std::vector<M_Matrix3>& matrices, const VX_LayerDef& layer,
                       const VX_LayerDef& below);
 

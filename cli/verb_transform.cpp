@@ -77,9 +77,9 @@ void Draw(const Transform& job, const VX_World& layer, FrameColor* color, JobFra
   VX_CompositeModePlus mode(drawing.mode.number, static_cast<float>(drawing.opacity),
                             color->tables(), drawing.keep_alpha, drawing.seed);
   const auto start = std::chrono::steady_clock::now();
-  Check(VX_TransformWorld(frame->Progress(), job.quality, /*flags=*/0, drawing.field, &layer, &mode,
-                          color->tables(), mask.world ? &mask.spec : nullptr, matrices.data(),
-                          count, /*src2dst=*/1, /*dst_rect=*/nullptr, below),
+  Check(VX_TransformMotion(frame->Progress(), job.quality, drawing.field, &layer, &mode,
+                           color->tables(), mask.world ? &mask.spec : nullptr, matrices.data(),
+                           count, /*src2dst=*/1, /*dst_rect=*/nullptr, below),
         file);
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
   (*told)["matrix"] = matrices_of({motion.start, std::nullopt}).front().m;
@@ -255,8 +255,8 @@ Verb AddTransform(CLI::App* root, const MotionWords* motion) {
                   "Without --over: size of the result, each side 1 to 30000 [that of the layer]")
       ->type_name("WxH");
   app->add_option("--quality", words->quality,
-                  "draft: the nearest pixel, motions straight; high: bilinear, the average of the "
-                  "covered area where a picture shrinks [high]")
+                  "draft: the nearest pixel; high: bilinear, or the average of the covered area "
+                  "where a picture shrinks [high]")
       ->type_name("HOW");
   app->add_option("--depth", words->depth,
                   "8, 16, 32 or keep: bits a channel to work in; keep is the deepest of background "

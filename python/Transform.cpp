@@ -53,10 +53,9 @@ py::object Transform(const py::object& dst, const py::object& src, const py::obj
   const WorldPtr source = target.Apart(above);
   const VX_MaskSpec* const mask = layer.MaskFor(target);
   Run(polled, [&] {
-    return VX_TransformWorld(polled.info(), level, /*flags=*/0, layer.field(), source->get(),
-                             &layer.mode(), layer.tables(), mask, path.data(),
-                             static_cast<int32_t>(path.size()), inverse ? 0 : 1,
-                             area ? &*area : nullptr, target.world());
+    return VX_TransformMotion(polled.info(), level, layer.field(), source->get(), &layer.mode(),
+                              layer.tables(), mask, path.data(), static_cast<int32_t>(path.size()),
+                              inverse ? 0 : 1, area ? &*area : nullptr, target.world());
   });
   return target.Finish();
 }

@@ -2,66 +2,85 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Drawing a world through matrices into another, with any transfer mode; several matrices are the
-// path of a motion, and blur it.
+// Draws one world into another through one matrix or several, with any transfer mode. Several
+// matrices are the path of a motion and give motion blur.
 //
-// Positions. Pixel centres lie on whole numbers and there is no half-pixel shift: destination pixel
+// Positions. Pixel centres are at whole numbers; there is no half-pixel shift. Destination pixel
 // (x, y) shows the source at the position that (x, y, 1) maps to. M_Matrix3 (host/M.h) is applied
-// to row vectors. Positions are walked in steps of 1/65536 pixel from the first pixel drawn, each
-// row and each column adding the same step, which is rounded once, half away from zero; so a
-// perspective is drawn as the affine map at that pixel. What lies further from the source's origin
-// than 16.16 fixed point reaches is transparent and does not come round again.
+// to row vectors. Positions advance from the first pixel drawn in steps of 1/65536 pixel: each row
+// and each column adds a constant step, which is rounded once, half away from zero. A perspective
+// is therefore drawn as the affine map at the first pixel. Positions outside the range of 16.16
+// fixed point are transparent; they do not wrap.
 //
-// Area. Each matrix contributes the bounds of what it makes of (0, 0) to (w, h) of the source,
-// outwards to whole pixels and by one pixel more, and where that ends before the edges of an
-// enlarged source have faded out, the bounds of what it makes of (-1, -1) to (w, h); cut to the
-// rectangle, the destination, and the mask unless that is inverted. The area is the smallest
-// rectangle around these parts. So a source that none of the matrices brings in is not drawn, even
-// where it flies through between two of them. Nothing outside is drawn; the rows of dissolve count
-// from the top of it, and modes that write transparent pixels write them in it.
+// Area. Each matrix contributes the bounds of the image of the source rectangle (0, 0) to (w, h),
+// rounded outwards to whole pixels and enlarged by one pixel. Where an enlarged source has not
+// faded out there, the bounds of the image of (-1, -1) to (w, h) are added. The result is clipped
+// to dst_rect, the destination, and the mask unless the mask is inverted. The area is the smallest
+// rectangle around these parts. A source that is outside the destination at every matrix is not
+// drawn, even if it crosses the destination between two of them. No pixel outside the area is
+// drawn. The rows of dissolve are counted from the top of the area, and modes that write
+// transparent pixels write them within it.
 //
-// Quality. Draft takes the nearest pixel. High is bilinear, or, where the source is reduced, the
-// average over each pixel's footprint. A translation alone, in draft also one of fractions, is a
-// transfer of a rectangle, moved by (t + 32768) >> 16 pixels; in high quality one of whole pixels.
+// Quality. Draft takes the nearest pixel. High is bilinear, or, if the source is reduced, the
+// average over the footprint of each pixel. A translation alone (in draft quality any translation,
+// in high quality one by whole pixels) is a transfer of a rectangle, moved by (t + 32768) >> 16
+// pixels, with t in 65536ths.
 //
-// Motion. Two matrices: 8 sub-samples a pixel in draft, 16 in high quality, along the straight way
-// from the first to the last position, the last not included. n matrices: n - 1 sub-samples along
-// the same way; in high quality, where the path turns or bends, one at each of the first n - 1
-// matrices. The pixel is the average of its sub-samples, weighted by alpha.
-//
-// Outside the source is transparent, and pixels that come out transparent do not touch the
-// destination (but for the modes Scale, StencilAlpha, StencilLuma and PremulOver). The two stencil
-// modes clear alpha wherever the source does not reach, inside the given rectangle and out.
+// Outside the source is transparent. Pixels that come out transparent do not change the
+// destination, except in the modes Scale, StencilAlpha, StencilLuma and PremulOver. The two stencil
+// modes clear alpha wherever the source does not reach, inside and outside dst_rect.
 
 #include "VX/VX_Transfer.h"
 #include "host/M.h"
 
 inline constexpr int32_t VX_Transform_MaxMatrices = 257;
 
-// Rows and blocks that a transform works in; see VX_Transfer.h.
+// Working rows and blocks of a transform; see VX_Transfer.h.
 using VX_MotionBlurScratch = VX_BlendScratch;
 
-// The seven blocks of the motion blur, for 256 intervals. 0, or 4 with none left allocated.
+// Allocates the seven blocks of the motion blur, for 256 intervals. VX_Ok, or VX_ErrOutOfMemory
+// with no block left allocated.
 VX_API VX_Err VX_AllocateMotionBlurScratch(void* (&blocks)[7]);
-// Frees the blocks that are set, and clears the pointers.
+// Frees the blocks that are not null and sets the pointers to null.
 VX_API void VX_DisposeMotionBlurScratch(void* (&blocks)[7]);
 
-//   progress      may be null; gets the rows done and all rows, every few rows
+// Draws `src` through one matrix, or along the path of several.
+//
+//   progress      may be null; called with the rows done and all rows, every few rows
 //   quality       0 draft, 1 high
 //   flags         not read
-//   field         VX_Field_...; rows that are not drawn count in the seed of dissolve all the same
+//   field         VX_Field_...; rows that are not drawn still count in the seed of dissolve
 //   mode, tables  as in VX_TransferRect
-//   mask          null for none; in the destination's frame, of the depth of the source
-//   matrices      1..257, in time order
-//   src2dst       non-zero: they map source to destination; 0: destination to source
-//   dst_rect      what may be drawn to; null: the whole destination
+//   mask          null for none; in the coordinates of the destination, of the depth of the source
+//   matrices      1 to 257, in time order
+//   src2dst       non-zero: the matrices map source to destination; 0: destination to source
+//   dst_rect      the part of the destination that may be drawn to; null: all of it
 //
-// 0, also when nothing is drawn: an area clipped to nothing, a first or last matrix without an
-// inverse or with numbers that are not finite, a source reduced to a line. 3 after a report for
-// missing worlds, mode or matrices, their wrong number, unequal or unknown depths, the same pixels
-// twice, a bad mask; 4; 5 for an unknown mode; all with the destination untouched. Or what progress
-// returned, with the rows done so far drawn. Safe on several threads for destinations that do not
-// overlap.
+// Motion: each pixel is the average of its sub-samples, weighted by alpha.
+//
+//   matrices  quality  path                    sub-samples of a pixel
+//   2         draft    straight                8
+//   2         high     straight                16
+//   n > 2     draft    straight                n - 1
+//   n > 2     high     straight                n - 1
+//   n > 2     high     turning or bending      one at each of the first n - 1 matrices
+//
+// A straight path goes in equal steps from the position at the first matrix to the position at the
+// last, which is not included; the matrices between them do not matter. A path turns if an axis of
+// the source has another direction at the last matrix than at the first. It bends if the centre of
+// the source changes its step between two matrices by 0.9 pixels or more. So a zoom, and a turn by
+// 360 degrees, count as straight: a zoom passes through other positions than its matrices say, and
+// a full turn is not blurred. VX_TransformMotion does not have this limit.
+//
+// VX_Ok, also if nothing is drawn: an area clipped to nothing, a first or last matrix that has no
+// inverse or is not finite, a source reduced to a line. Errors, all with the destination unchanged:
+//   VX_ErrBadParameter  after a report: a missing world, mode or matrix; a number of matrices out
+//                       of range; unequal or unknown depths; a destination that shares pixels with
+//                       the source; a bad mask
+//   VX_ErrOutOfMemory
+//   VX_ErrUnsupported   an unknown mode
+// Or the code that progress returned, with the rows up to then drawn. Thread-safe for destinations
+// that do not overlap.
 VX_API VX_Err VX_TransformWorld(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
                                 int32_t field, const VX_LayerDef* src,
                                 const VX_CompositeModePlus* mode,
@@ -69,8 +88,8 @@ VX_API VX_Err VX_TransformWorld(VX_ProgressInfo* progress, int32_t quality, int3
                                 const M_Matrix3* matrices, int32_t num_matrices, uint8_t src2dst,
                                 const M_Rect* dst_rect, VX_LayerDef* dst);
 
-// The routine behind VX_TransformWorld, before any replacement. A replacement gets the part of the
-// rectangle that the drawing can touch.
+// The library's own routine of the slot that VX_TransformWorld calls. A replacement of the slot
+// gets as dst_rect the part of the rectangle that the drawing can touch.
 VX_API VX_Err VX_TransformWorld_S(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
                                   int32_t field, const VX_LayerDef* src,
                                   const VX_CompositeModePlus* mode,
@@ -79,10 +98,37 @@ VX_API VX_Err VX_TransformWorld_S(VX_ProgressInfo* progress, int32_t quality, in
                                   int32_t num_matrices, uint8_t src2dst, const M_Rect* dst_rect,
                                   VX_LayerDef* dst);
 
-// --- matrices from what people think in ----------------------------------------------------------
+// Draws a motion along any path: zooms, full turns, curves. n matrices give n - 1 sub-samples of
+// equal weight, one at each matrix but the last, so that the exposures of consecutive frames do not
+// overlap. One matrix, and two, draw the first without blur, like VX_TransformWorld with one. The
+// time grows with the number of sub-samples.
+//
+// Over an opaque destination, in front at full opacity, the result is the mean of the drawings at
+// the single matrices but for rounding, also in draft quality. A matrix that has no inverse or is
+// not finite contributes a transparent sub-sample; the area covers the sub-samples only.
+//
+//   matrices  1 to 257, in time order. For N sub-samples at i / N of the time that the shutter is
+//             open, pass N + 1 matrices of VX_MatricesBetween, from its opening to its closing.
+//
+// The other arguments, the results and the errors are those of VX_TransformWorld. Three matrices or
+// more are drawn by the library's own code: a replaced slot of VX_TransformWorld_S is not called.
+//
+//   VX_TransformParts opened{.scale_x = 0.2, .scale_y = 0.2}, closed;
+//   M_Matrix3 path[65];
+//   VX_MatricesBetween(&opened, &closed, 65, path);
+//   VX_TransformMotion(nullptr, 1, VX_Field_Both, &title, &mode, nullptr, nullptr, path, 65, 1,
+//                      nullptr, &frame);
+VX_API VX_Err VX_TransformMotion(VX_ProgressInfo* progress, int32_t quality, int32_t field,
+                                 const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                                 const VX_LinearBlendingTables* tables,
+                                 const VX_TransformMask* mask, const M_Matrix3* matrices,
+                                 int32_t num_matrices, uint8_t src2dst, const M_Rect* dst_rect,
+                                 VX_LayerDef* dst);
 
-// The anchor is a point of the source that scale, skew and rotation leave where it is; then
-// everything moves by the translation. Applied in the order of the fields.
+// --- matrices from parts -------------------------------------------------------------------------
+
+// A transform as scale, skew, rotation and translation, applied in this order. The anchor is a
+// point of the source that scale, skew and rotation leave in place.
 struct VX_TransformParts {
   double anchor_x = 0, anchor_y = 0;  // pixels, in the source; ((w - 1) / 2, (h - 1) / 2) is the
                                       // middle
@@ -92,11 +138,11 @@ struct VX_TransformParts {
   double translate_x = 0, translate_y = 0;  // pixels
 };
 
-// The matrix from source to destination. 0, or 3 for a null place.
+// Computes the matrix from source to destination. VX_Ok, or VX_ErrBadParameter for a null pointer.
 VX_API VX_Err VX_MatrixOfParts(const VX_TransformParts* parts, M_Matrix3* out);
 
-// `count` matrices on the way from one set of parts to another: each part in equal steps from the
-// first to the last, so that a rotation sweeps an arc. 0, or 3 for null or a count below 1 (1 gives
-// the matrix of `from`).
+// Computes `count` matrices between two sets of parts. Each part changes in equal steps from its
+// first value to its last, so that a rotation sweeps an arc. A count of 1 gives the matrix of
+// `from`. VX_Ok, or VX_ErrBadParameter for a null pointer or a count below 1.
 VX_API VX_Err VX_MatricesBetween(const VX_TransformParts* from, const VX_TransformParts* to,
                                  int32_t count, M_Matrix3* out);

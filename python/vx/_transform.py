@@ -21,16 +21,20 @@ def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
               tables: LinearTables | None = None, keep_alpha: bool = False, seed: int = 0,
               field: Field = "both", progress: Progress | None = None,
               out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Draws `src` through a matrix over `dst`, or, motion-blurred, along a path of matrices.
+    """Draws `src` over `dst` through a matrix, or with motion blur along a path of matrices.
 
-    matrices: 3 x 3, or n x 3 x 3 in time order (n up to 257), for row vectors: (x, y, 1) of src
-    times the matrix is its place in dst; a translation stands in the last row. Pixel centres lie
-    on whole numbers. Parts and matrices_between() make them.
+    A path of n matrices is the average of n - 1 sub-samples of equal weight, one at each matrix but
+    the last, so that consecutive frames do not overlap. A path of 2 has one sub-sample: no blur.
+
+    matrices: 3 x 3, or n x 3 x 3 in time order (n from 1 to 257), for row vectors: (x, y, 1) of src
+    times the matrix is its position in dst; the last row is the translation. Pixel centres are at
+    whole numbers. Parts and matrices_between() make them.
     quality: "high" filters, "draft" takes the nearest pixel.
-    inverse: the matrices lead from dst to src.
-    rect: what of dst may be drawn to.
+    inverse: the matrices map dst to src.
+    rect: the part of dst that may be drawn to.
 
-    The rest as in transfer(). A matrix without an inverse draws nothing. Raises TypeError, ValueError, Error.
+    The other arguments are those of transfer(). A matrix without an inverse draws nothing. Raises
+    TypeError, ValueError, Error.
     """
     layer = (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field)
     return _vx.transform(dst, src, matrices, layer, quality, inverse, rect, progress, out, order)
@@ -38,7 +42,7 @@ def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
 
 @dataclasses.dataclass(frozen=True)
 class Parts:
-    """A transform as people think of it, applied in the order of the fields.
+    """A transform as scale, skew, rotation and translation, applied in this order.
 
     anchor: the point of the source that scale, skew and rotation leave in place, pixels.
     skew: tangents.
@@ -62,7 +66,10 @@ class Parts:
 
 
 def matrices_between(start: Parts, end: Parts, count: int) -> numpy.ndarray:
-    """count x 3 x 3, count 1..257: each part in equal steps, so that a rotation sweeps an arc.
+    """Returns count x 3 x 3 numbers: each part changes in equal steps, so that a rotation sweeps an arc.
+
+    count: 1 to 257. For N sub-samples of transform(), at i / N of the time that the shutter is open,
+    N + 1.
 
     Raises TypeError, ValueError.
     """

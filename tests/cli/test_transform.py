@@ -246,7 +246,7 @@ class Motions(TransformTest):
             _, told, _ = self.draw(*words)
             self.assertEqual(told["layer"]["matrices"], count + 1, words)
 
-    def test_draft_takes_eight_straight_sub_samples(self):
+    def test_draft_takes_eight_sub_samples(self):
         for start, step in ((0, 1), (-48, 12)):  # at its ends the second is out of sight
             got, _, said = self.draw("--translate", f"{start},0", "--to", "--translate", f"{start + 8 * step},0",
                                      "--quality", "draft")

@@ -96,46 +96,63 @@ VX_Err DrawRectangle(const VXp_TransformCall& call, const VXp_TransformPlan& pla
       static_cast<int32_t>(rect.top + down_by), call.dst);
 }
 
+VXp_Interval IntervalOf(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
+                        const VX_LayerDef& src, int32_t index) {
+  const bool every_matrix = call.rule == VXp_MotionRule::EveryMatrix;
+  VXp_Interval interval{};
+  VXp_Way way = VXp_WayAt(call, index);
+  if (!way.is_good) return interval;
+  const VXp_Footprint print(way.to_destination);
+  if (every_matrix && print.is_degenerate) return interval;
+  // The same first pixel and the same rounding as a drawing with this matrix alone.
+  interval.area = every_matrix ? VXp_AreaOfTransform(call, index, index + 1) : plan.area;
+  if (!plan.high && print.is_translation) {
+    const auto whole = [](int64_t t) { return static_cast<double>((t + kVXp_FixedHalf) >> 16); };
+    way.to_source = {{1, 0, 0, 0, 1, 0, -whole(print.tx), -whole(print.ty), 1}};
+  }
+  interval.walk = VXp_Walk(way.to_source, interval.area);
+  interval.record = VXp_RecordOf(src, way.to_destination);
+  interval.record.motion_samples = plan.samples;
+  interval.kind = VXp_SampleKindOf(interval.record, plan.high);
+  if (!every_matrix && interval.kind == VXp_SampleKind::Bilinear) {
+    interval.kind = VXp_SampleKind::BilinearClipped;
+  }
+  return interval;
+}
+
 template <class Pixel>
-VX_Err DrawIntervals(const VXp_RowWork<Pixel>& work, int32_t progress_bits, const VX_SampPB& record,
-                     const VXp_LineSampler<Pixel>& sampler, VXp_CallBlock* intervals_block,
-                     VXp_CallBlock* row_block) {
-  const VXp_TransformCall& call = work.call;
-  auto* const intervals = static_cast<VXp_Interval*>(intervals_block->get());
-  const int32_t count = call.num_matrices - 1;
-  for (int32_t k = 0; k < count; ++k) {
-    const VXp_Way way = VXp_WayAt(call, k);
-    VXp_Interval interval{{}, record};
-    if (way.is_good) {
-      interval.walk = VXp_Walk(way.to_source, work.area);
-      interval.record = VXp_RecordOf(*record.src, way.to_destination);
-      interval.record.motion_samples = record.motion_samples;
-    }
-    intervals[k] = interval;
+VX_Err DrawIntervals(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
+                     const VX_LayerDef& src, const VXp_LineSampler<Pixel>& sampler,
+                     VXp_CallBlock* intervals_block, VXp_CallBlock* row_block) {
+  const std::span intervals(static_cast<VXp_Interval*>(intervals_block->get()),
+                            static_cast<size_t>(plan.samples));
+  int32_t index = 0;
+  for (VXp_Interval& interval : intervals) {
+    interval = IntervalOf(work.call, plan, src, index++);
   }
   auto* const sums = static_cast<VXp_MotionSum<Pixel>*>(row_block->get());
   auto* const samples = reinterpret_cast<Pixel*>(sums + (work.area.right - work.area.left));
-  VXp_IntervalRows<Pixel> source(intervals, count, sums, samples, sampler);
-  return VXp_DrawRows(work, progress_bits, source);
+  const auto rounding = work.call.rule == VXp_MotionRule::EveryMatrix ? VXp_MotionRounding::Nearest
+                                                                      : VXp_MotionRounding::Down;
+  VXp_IntervalRows<Pixel> source(intervals, plan.area, sums, samples, sampler, rounding);
+  return VXp_DrawRows(work, VXp_ProgressBits(work.call, plan.high), source);
 }
 
 template <class Pixel>
 VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
                 const VX_LayerDef& src, VXp_CallBlock* intervals, VXp_CallBlock* sums) {
   const VXp_LineSampler<Pixel> sampler(work.call.progress, src);
+  if (plan.path == VXp_TransformPath::Intervals) {
+    return DrawIntervals(work, plan, src, sampler, intervals, sums);
+  }
   VX_SampPB record = VXp_RecordOf(src, plan.first.to_destination);
   record.motion_samples = plan.samples;
-  const int32_t progress_bits = VXp_ProgressBits(work.call, plan.high);
-  if (plan.path == VXp_TransformPath::Intervals) {
-    return DrawIntervals(work, progress_bits, record, sampler, intervals, sums);
-  }
-  const auto draw = [&](auto source) { return VXp_DrawRows(work, progress_bits, source); };
-  if (plan.moves) {
-    if (plan.high) return draw(VXp_MotionHighRows<Pixel>(plan, sampler, record));
-    return draw(VXp_MotionDraftRows<Pixel>(plan, sampler, record));
-  }
-  if (plan.high) return draw(VXp_StillHighRows<Pixel>(plan, sampler, record));
-  return draw(VXp_StillDraftRows<Pixel>(plan, sampler, record));
+  const auto draw = [&](auto source) {
+    return VXp_DrawRows(work, VXp_ProgressBits(work.call, plan.high), source);
+  };
+  if (!plan.moves) return draw(VXp_StillRows<Pixel>(plan, sampler, record));
+  if (plan.high) return draw(VXp_MotionHighRows<Pixel>(plan, sampler, record));
+  return draw(VXp_MotionDraftRows<Pixel>(plan, sampler, record));
 }
 
 // All that can fail comes before the first pixel changes.
@@ -154,8 +171,8 @@ VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
   if (!alpha_row.Reserve(saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0) ||
       !mask_row.Reserve(makes_mask ? width * sizeof(Pixel) : 0) ||
       !sampled.Reserve(width * sizeof(Pixel)) ||
-      !interval_block.Reserve(
-          intervals ? static_cast<size_t>(call.num_matrices) * sizeof(VXp_Interval) : 0) ||
+      !interval_block.Reserve(intervals ? static_cast<size_t>(plan.samples) * sizeof(VXp_Interval)
+                                        : 0) ||
       !sums.Reserve(intervals ? width * (sizeof(VXp_MotionSum<Pixel>) + sizeof(Pixel)) : 0)) {
     return VX_ErrOutOfMemory;
   }
@@ -201,7 +218,7 @@ VX_Err Draw(const VXp_TransformCall& call) {
 // What a replacement is told to draw to: an area beyond what a rectangle can hold as it was given.
 VX_Err CallReplacement(VXp_TransformCall call) {
   if (const VX_Err error = Check(call)) return error;
-  const M_LRect area = VXp_AreaOfTransform(call);
+  const M_LRect area = VXp_AreaOfTransform(call, 0, call.num_matrices);
   M_Rect narrow{};
   narrow.left = static_cast<int16_t>(area.left);
   narrow.top = static_cast<int16_t>(area.top);
@@ -241,5 +258,21 @@ VX_Err VX_TransformWorld_S(VX_ProgressInfo* progress, int32_t quality, int32_t f
   return VXp_Guarded([&] {
     return Draw({progress, quality, flags, field, src, mode, tables, mask, matrices, num_matrices,
                  src2dst, dst_rect, dst});
+  });
+}
+
+VX_Err VX_TransformMotion(VX_ProgressInfo* progress, int32_t quality, int32_t field,
+                          const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                          const VX_LinearBlendingTables* tables, const VX_TransformMask* mask,
+                          const M_Matrix3* matrices, int32_t num_matrices, uint8_t src2dst,
+                          const M_Rect* dst_rect, VX_LayerDef* dst) {
+  constexpr int32_t kFlags = 0;
+  if (num_matrices == 1 || num_matrices == 2) {
+    return VX_TransformWorld(progress, quality, kFlags, field, src, mode, tables, mask, matrices, 1,
+                             src2dst, dst_rect, dst);
+  }
+  return VXp_Guarded([&] {
+    return Draw({progress, quality, kFlags, field, src, mode, tables, mask, matrices, num_matrices,
+                 src2dst, dst_rect, dst, VXp_MotionRule::EveryMatrix});
   });
 }

@@ -55,6 +55,8 @@ inline bool VXp_SpansServeWeights(const VX_SamplerSet<VX_Pixel16>& set) {
          set.span == &VX_SubpixelSpanSampleTranslateNoClip_Straight16;
 }
 
+enum class VXp_SampleKind { Nearest, Bilinear, BilinearClipped, Box };
+
 template <class Pixel>
 class VXp_LineSampler {
  public:
@@ -66,6 +68,17 @@ class VXp_LineSampler {
     box_row_ = VXp_RowForm<Pixel>(set_.box);
     own_all_in_ = VXp_IsOwn(set_.all_in);
     spans_serve_weights_ = own_all_in_ && VXp_SpansServeWeights(set_);
+  }
+
+  VXp_LineParts Sample(VXp_SampleKind kind, const VXp_Line& line, const VX_SampPB& record,
+                       Pixel* out) const {
+    switch (kind) {
+      case VXp_SampleKind::Nearest: return Nearest(line, out);
+      case VXp_SampleKind::Bilinear: return Row(line, record, out);
+      case VXp_SampleKind::BilinearClipped: return Clipped(line, record, out);
+      case VXp_SampleKind::Box: break;
+    }
+    return Box(line, record, out);
   }
 
   // Bilinear along a row: at both ends, as far as neighbours may be missing, with the sampler that

@@ -25,6 +25,9 @@ struct VXp_MotionNumber<VX_PixelFloat> {
   using Type = float;
 };
 
+// How alphas, and colours that are not opaque throughout, are rounded at the integer depths.
+enum class VXp_MotionRounding { Down, Nearest };
+
 template <class Pixel>
 struct VXp_MotionSum {
   using Number = typename VXp_MotionNumber<Pixel>::Type;
@@ -63,18 +66,24 @@ struct VXp_MotionSum {
     }
   }
 
-  Pixel Average(int32_t count) const {
+  Pixel Average(int32_t count, VXp_MotionRounding rounding = VXp_MotionRounding::Down) const {
     if (alpha == 0) return Pixel{};
+    const bool nearest = rounding == VXp_MotionRounding::Nearest;
+    const auto divided = [nearest](Number sum, Number by) {
+      if constexpr (!kIsFloat) sum += nearest ? by / 2 : 0;
+      return sum / by;
+    };
     const auto n = static_cast<Number>(count);
     const bool opaque = alpha == n * kFull;
     const auto color = [&](Number sum) {
       if constexpr (kIsFloat) {
         return sum / (opaque ? n : alpha);
       } else {
-        return static_cast<Channel>(opaque ? Unscaled((2 * sum + n) / (2 * n)) : sum / alpha);
+        return static_cast<Channel>(opaque ? Unscaled((2 * sum + n) / (2 * n))
+                                           : divided(sum, alpha));
       }
     };
-    return {static_cast<Channel>(alpha / n), color(red), color(green), color(blue)};
+    return {static_cast<Channel>(divided(alpha, n)), color(red), color(green), color(blue)};
   }
 
   Number alpha{}, red{}, green{}, blue{};

@@ -8,6 +8,8 @@
 //   VXp_LineParts Sample(int32_t count, Pixel* out)
 //   void NextRow()
 
+#include <span>
+
 #include "transform/VXp_LineSampler.h"
 #include "transform/VXp_MotionBundle.h"
 #include "transform/VXp_MotionSum.h"
@@ -27,42 +29,32 @@ inline bool VXp_NeedsBox(const VX_SampPB& record) {
   return record.x_radius > kVXp_FixedHalf || record.y_radius > kVXp_FixedHalf;
 }
 
+inline VXp_SampleKind VXp_SampleKindOf(const VX_SampPB& record, bool high) {
+  if (!high) return VXp_SampleKind::Nearest;
+  return VXp_NeedsBox(record) ? VXp_SampleKind::Box : VXp_SampleKind::Bilinear;
+}
+
 // --- without motion ------------------------------------------------------------------------------
 
 template <class Pixel>
-class VXp_StillDraftRows {
+class VXp_StillRows {
  public:
-  VXp_StillDraftRows(const VXp_TransformPlan& plan, const VXp_LineSampler<Pixel>& sampler,
-                     const VX_SampPB&)
-      : sampler_(sampler), walk_(plan.first.to_source, plan.area) {}
+  VXp_StillRows(const VXp_TransformPlan& plan, const VXp_LineSampler<Pixel>& sampler,
+                const VX_SampPB& record)
+      : sampler_(sampler),
+        record_(record),
+        kind_(VXp_SampleKindOf(record, plan.high)),
+        walk_(plan.first.to_source, plan.area) {}
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
-    return sampler_.Nearest(walk_.Row(count), out);
-  }
-  void NextRow() { walk_.NextRow(); }
-
- private:
-  const VXp_LineSampler<Pixel>& sampler_;
-  VXp_Walk walk_;
-};
-
-template <class Pixel>
-class VXp_StillHighRows {
- public:
-  VXp_StillHighRows(const VXp_TransformPlan& plan, const VXp_LineSampler<Pixel>& sampler,
-                    const VX_SampPB& record)
-      : sampler_(sampler), record_(record), walk_(plan.first.to_source, plan.area) {}
-
-  VXp_LineParts Sample(int32_t count, Pixel* out) {
-    const VXp_Line line = walk_.Row(count);
-    return VXp_NeedsBox(record_) ? sampler_.Box(line, record_, out)
-                                 : sampler_.Row(line, record_, out);
+    return sampler_.Sample(kind_, walk_.Row(count), record_, out);
   }
   void NextRow() { walk_.NextRow(); }
 
  private:
   const VXp_LineSampler<Pixel>& sampler_;
   const VX_SampPB& record_;
+  VXp_SampleKind kind_;
   VXp_Walk walk_;
 };
 
@@ -229,46 +221,62 @@ class VXp_MotionHighRows {
   VXp_WeightTable weights_;
 };
 
-// --- with motion along any path ------------------------------------------------------------------
+// --- motion along any path -----------------------------------------------------------------------
 
 // One sub-sample of every pixel: the matrix at the beginning of an interval.
 struct VXp_Interval {
-  VXp_Walk walk;
+  VXp_Walk walk;  // at the first row of the area, or at the current row within it
+  M_LRect area;   // where the sub-sample is drawn; empty for none
+  VXp_SampleKind kind;
   VX_SampPB record;
 };
 
 template <class Pixel>
 class VXp_IntervalRows {
  public:
-  // `intervals` has room for `count`; `sums` and `samples` for a row.
-  VXp_IntervalRows(VXp_Interval* intervals, int32_t count, VXp_MotionSum<Pixel>* sums,
-                   Pixel* samples, const VXp_LineSampler<Pixel>& sampler)
-      : intervals_(intervals), count_(count), sums_(sums), samples_(samples), sampler_(sampler) {}
+  // `area` holds the areas of all intervals; `sums` and `samples` have room for a row of it.
+  VXp_IntervalRows(std::span<VXp_Interval> intervals, const M_LRect& area,
+                   VXp_MotionSum<Pixel>* sums, Pixel* samples,
+                   const VXp_LineSampler<Pixel>& sampler, VXp_MotionRounding rounding)
+      : intervals_(intervals),
+        left_(area.left),
+        y_(area.top),
+        sums_(sums),
+        samples_(samples),
+        sampler_(sampler),
+        rounding_(rounding) {}
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
     std::fill_n(sums_, count, VXp_MotionSum<Pixel>{});
     VXp_Run reached{count, 0};
-    for (int32_t k = 0; k < count_; ++k) {
-      const VX_SampPB& record = intervals_[k].record;
-      const VXp_Line line = intervals_[k].walk.Row(count);
-      const VXp_LineParts parts = VXp_NeedsBox(record) ? sampler_.Box(line, record, samples_)
-                                                       : sampler_.Clipped(line, record, samples_);
+    for (const VXp_Interval& interval : intervals_) {
+      const M_LRect& area = interval.area;
+      if (y_ < area.top || y_ >= area.bottom) continue;
+      const VXp_Line line = interval.walk.Row(area.right - area.left);
+      const VXp_LineParts parts = sampler_.Sample(interval.kind, line, interval.record, samples_);
       if (parts.first >= parts.end) continue;
-      for (int32_t i = parts.first; i < parts.end; ++i) sums_[i].Add(samples_[i]);
-      reached = {std::min(reached.first, parts.first), std::max(reached.end, parts.end)};
+      const int32_t shift = area.left - left_;
+      for (int32_t i = parts.first; i < parts.end; ++i) sums_[shift + i].Add(samples_[i]);
+      reached = {std::min(reached.first, shift + parts.first),
+                 std::max(reached.end, shift + parts.end)};
     }
-    for (int32_t i = 0; i < count; ++i) out[i] = sums_[i].Average(count_);
+    const auto samples = static_cast<int32_t>(intervals_.size());
+    for (int32_t i = 0; i < count; ++i) out[i] = sums_[i].Average(samples, rounding_);
     if (reached.Empty()) return {};
     return {reached.first, reached.end, reached.end, reached.end};
   }
   void NextRow() {
-    for (int32_t k = 0; k < count_; ++k) intervals_[k].walk.NextRow();
+    for (VXp_Interval& interval : intervals_) {
+      if (y_ >= interval.area.top) interval.walk.NextRow();
+    }
+    ++y_;
   }
 
  private:
-  VXp_Interval* intervals_;
-  int32_t count_;
+  std::span<VXp_Interval> intervals_;
+  int32_t left_, y_;
   VXp_MotionSum<Pixel>* sums_;
   Pixel* samples_;
   const VXp_LineSampler<Pixel>& sampler_;
+  VXp_MotionRounding rounding_;
 };

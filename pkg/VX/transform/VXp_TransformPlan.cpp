@@ -188,14 +188,14 @@ VXp_Way VXp_WayAt(const VXp_TransformCall& call, int32_t index) {
   return way;
 }
 
-M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call) {
+M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call, int32_t first, int32_t end) {
   M_LRect bounds = VXp_ClippedArea(call.dst_rect, *call.dst);
   if (call.mask != nullptr && (call.mask->what & 1) == 0 && !VXp_IsEmpty(bounds)) {
     bounds = WithinMask(*call.mask, bounds);
   }
   M_LRect area{};
   if (VXp_IsEmpty(bounds)) return area;
-  for (int32_t i = 0; i < call.num_matrices; ++i) {
+  for (int32_t i = first; i < end; ++i) {
     const VXp_Way way = VXp_WayAt(call, i);
     if (way.is_good) Unite(ReachOf(way.to_destination, *call.src, bounds), &area);
   }
@@ -211,6 +211,10 @@ VXp_TransformPlan::VXp_TransformPlan(const VXp_TransformCall& call)
       high(call.quality != VX_Quality_Draft),
       samples(SampleCount(call.num_matrices, high)) {
   const int32_t end = call.num_matrices - 1;
+  if (call.rule == VXp_MotionRule::EveryMatrix) {
+    PlanEveryMatrix(call);
+    return;
+  }
   moves =
       end > 0 && !M_EqualMatrixWithinEpsilon(call.matrices[0], call.matrices[end], kMatrixEpsilon);
   if (moves) last = VXp_WayAt(call, end);
@@ -218,7 +222,7 @@ VXp_TransformPlan::VXp_TransformPlan(const VXp_TransformCall& call)
     path = VXp_TransformPath::Uncovered;
     return;
   }
-  area = VXp_AreaOfTransform(call);
+  area = VXp_AreaOfTransform(call, 0, call.num_matrices);
   if (VXp_IsEmpty(area)) return;
   const VXp_Footprint print(first.to_destination);
   if (print.is_degenerate) {
@@ -231,4 +235,18 @@ VXp_TransformPlan::VXp_TransformPlan(const VXp_TransformCall& call)
   } else {
     path = VXp_TransformPath::Rows;
   }
+}
+
+void VXp_TransformPlan::PlanEveryMatrix(const VXp_TransformCall& call) {
+  bool has_extent = false;
+  for (int32_t i = 0; i < samples && !has_extent; ++i) {
+    const VXp_Way way = VXp_WayAt(call, i);
+    has_extent = way.is_good && !VXp_Footprint(way.to_destination).is_degenerate;
+  }
+  if (!has_extent) {
+    path = VXp_TransformPath::Uncovered;
+    return;
+  }
+  area = VXp_AreaOfTransform(call, 0, samples);
+  if (!VXp_IsEmpty(area)) path = VXp_TransformPath::Intervals;
 }

@@ -8,7 +8,13 @@
 #include "VX/VX_Transform.h"
 #include "transform/VXp_Line.h"
 
-// What VX_TransformWorld is given.
+// How several matrices describe a motion; see VX_Transform.h.
+enum class VXp_MotionRule {
+  Classic,     // VX_TransformWorld: straight, unless the path turns or bends
+  EveryMatrix  // VX_TransformMotion: one sub-sample at each matrix but the last
+};
+
+// The arguments of VX_TransformWorld and VX_TransformMotion.
 struct VXp_TransformCall {
   VX_ProgressInfo* progress;
   int32_t quality, flags, field;
@@ -21,6 +27,7 @@ struct VXp_TransformCall {
   uint8_t src2dst;
   const M_Rect* dst_rect;
   VX_LayerDef* dst;
+  VXp_MotionRule rule = VXp_MotionRule::Classic;
 };
 
 // How a matrix from source to destination scales: the half size of what a destination pixel covers
@@ -76,7 +83,11 @@ struct VXp_TransformPlan {
   bool moves;
   bool high;        // quality
   int32_t samples;  // of a pixel, with motion
+
+ private:
+  void PlanEveryMatrix(const VXp_TransformCall& call);
 };
 
-// The destination pixels that a call can touch. Empty where it draws nothing.
-M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call);
+// Returns the destination pixels that matrices `first` to `end` - 1 of a call can touch; empty if
+// they draw nothing.
+M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call, int32_t first, int32_t end);

@@ -1,0 +1,156 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Random commands of convolution, blurs and transforms.
+
+#include "WorldCalls.h"
+
+// --- filters -------------------------------------------------------------------------------------
+
+inline VX_Err Run(Command& c, VX_ConvolveFunc f) {
+  int32_t flags = c.Below(64);
+  const bool row = (flags & VX_Kernel_OneDimensional) != 0;
+  int32_t size = row ? c.Pick({1, 3, 5, 9, 65}) : c.Pick({1, 3, 3, 5, 9});
+  const bool wide = c.OneIn(4), alike = c.Flag();
+  const int32_t* kernels[4];
+  for (int i = 0; i < 4; ++i) {
+    if (i > 0 && alike) {
+      kernels[i] = kernels[0];
+      continue;
+    }
+    std::vector<int32_t> kernel(static_cast<size_t>(row ? size : size * size));
+    for (int32_t& weight : kernel) {
+      weight = wide ? static_cast<int32_t>(c.Word()) : c.Between(-200, 400);
+    }
+    kernels[i] = c.Sometimes(c.Input(kernel));
+  }
+  if (c.OneIn(40)) size = c.Pick({-1, 0, 2, 4});
+  c.Log("flags %d, size %d, wide %d\n", flags, size, wide);
+  return With(f, std::tuple{c.Progress(), c.Hostile(c.Source()), c.Rect(), flags, size, kernels[0],
+                            kernels[1], kernels[2], kernels[3], c.Hostile(c.Destination())});
+}
+
+inline VX_Err Run(Command& c, VX_FastBlurFunc f) {
+  return With(f, std::tuple{nullptr, c.Source(), static_cast<float>(c.Real(0, 9)),
+                            int32_t{VX_Blur_AllChannels}, c.Destination()});
+}
+
+// Source and destination of a blur are placed by their origins.
+inline void PlaceAnywhere(Command& c, VX_LayerDef* world) {
+  if (c.Flag()) return;
+  world->origin_x = c.Between(-5, 5);
+  world->origin_y = c.OneIn(30) ? 1000000 : c.Between(-4, 4);
+}
+inline float AnyRadius(Command& c) {
+  const double radius = c.OneIn(3)    ? c.Pick({0.0, 0.5, 1.0, 2.0, 3.0})
+                        : c.OneIn(20) ? c.Pick({-1.0, 1e9, 300.0, static_cast<double>(NAN)})
+                                      : c.Real(0, c.OneIn(4) ? 40 : 6);
+  c.Log("radius %g\n", radius);
+  return static_cast<float>(radius);
+}
+
+inline VX_Err Run(Command& c, decltype(&VX_GaussianBlur1D) f) {
+  VX_LayerDef* const src = c.Source();
+  VX_LayerDef* const dst = c.Destination();
+  PlaceAnywhere(c, src), PlaceAnywhere(c, dst);
+  return AsObject(src, [&](auto& from) {
+    return AsObject(dst, [&](auto& to) {
+      std::apply(
+          f, std::tuple{c.FreeProgress(), &from, AnyRadius(c), c.Below(32), c.Below(2), c.Below(2),
+                        c.Below(2), c.Below(2), static_cast<uint8_t>(c.Below(2)), &to});
+      return VX_Ok;
+    });
+  });
+}
+inline VX_Err Run(Command& c, decltype(&VX_BoxBlur1D) f) {
+  VX_LayerDef* const src = c.Source();
+  VX_LayerDef* const dst = c.Destination();
+  PlaceAnywhere(c, src), PlaceAnywhere(c, dst);
+  return AsObject(src, [&](auto& from) {
+    return AsObject(dst, [&](auto& to) {
+      std::apply(f,
+                 std::tuple{c.FreeProgress(), &from, AnyRadius(c), c.OneIn(30) ? 0 : 1 + c.Below(3),
+                            c.Below(32), c.Below(2), c.Below(2), c.Below(2), c.Below(2),
+                            static_cast<uint8_t>(c.Below(2)), &to});
+      return VX_Ok;
+    });
+  });
+}
+inline VX_Err Run(Command& c, decltype(&VX_BlurWorld) f) {
+  const int32_t kind = c.OneIn(40) ? c.Pick({-1, 2}) : c.Below(2);
+  const float radius_x = AnyRadius(c), radius_y = AnyRadius(c);
+  const VX_BlurSpec spec{kind, radius_x, radius_y, c.OneIn(40) ? 0 : 1 + c.Below(3), c.Below(32)};
+  VX_LayerDef* const src = c.Source();
+  VX_LayerDef* const dst = c.Destination();
+  PlaceAnywhere(c, src), PlaceAnywhere(c, dst);
+  return With(f, std::tuple{c.FreeProgress(), c.Hostile(src), c.Sometimes(&spec), c.Hostile(dst)});
+}
+
+// --- transforms ----------------------------------------------------------------------------------
+
+inline VX_TransformParts AnyParts(Command& c, int32_t kind) {
+  VX_TransformParts p;
+  p.translate_x = c.Real(-30, 30);
+  p.translate_y = c.Real(-6, 6);
+  if (c.Flag()) p.translate_x = std::floor(p.translate_x);
+  if (c.Flag()) p.translate_y = std::floor(p.translate_y);
+  if (kind == 0) return p;
+  p.anchor_x = c.Real(0, 20);
+  p.anchor_y = c.Real(0, 10);
+  if (kind != 2) p.scale_x = kind == 1 ? c.Real(0.1, 1) : c.Real(-3, 3);
+  if (kind != 2) p.scale_y = kind == 1 ? c.Real(0.1, 1) : c.Real(-3, 3);
+  if (kind >= 2) p.rotation = kind == 2 ? 45 * c.Below(8) : c.Real(-180, 180);
+  if (kind == 4) p.skew_x = c.Real(-1, 1);
+  return p;
+}
+
+// One matrix, or several of a motion; some with a slight perspective, the first sometimes without
+// an inverse.
+inline std::vector<M_Matrix3> AnyMatrices(Command& c, int32_t count) {
+  const int32_t kind = c.Below(5);
+  const VX_TransformParts from = AnyParts(c, kind), to = AnyParts(c, kind);
+  std::vector<M_Matrix3> matrices(static_cast<size_t>(count));
+  VX_MatricesBetween(&from, &to, count, matrices.data());
+  const bool perspective = c.OneIn(16);
+  for (M_Matrix3& matrix : matrices) {
+    if (perspective) matrix.m[2] = 0.002, matrix.m[5] = -0.001;
+  }
+  if (c.OneIn(32)) matrices.front() = M_Matrix3{{1, 1, 0, 1, 1, 0, 0, 0, 1}};
+  for (const double number : matrices[0].m) c.Log("  %.17g\n", number);
+  return matrices;
+}
+
+inline VX_Err Transform(Command& c, VX_TransformWorldFunc f, int32_t count) {
+  const VX_CompositeModePlus mode = ModePlus(c);
+  const VX_MaskSpec mask = Mask(c);
+  const bool masked = c.OneIn(3) || (mode.mode == VX_Xfer_MaskMix && !c.OneIn(20));
+  std::vector<M_Matrix3> matrices = AnyMatrices(c, count);
+  const auto src2dst = static_cast<uint8_t>(c.Below(2));
+  for (M_Matrix3& m : matrices) {
+    bool has_inverse = false;
+    if (src2dst == 0) M_InverseMatrixQuiet(m, &m, &has_inverse);
+  }
+  return With(f,
+              std::tuple{c.FreeProgress(), c.Below(4) == 0 ? 0 : 1, 0, c.OneIn(3) ? c.Below(3) : 0,
+                         c.Hostile(c.Source()), &mode, Tables(c), masked ? &mask : nullptr,
+                         matrices.data(), count, src2dst, c.Rect(), c.Hostile(c.Destination())});
+}
+inline VX_Err Run(Command& c, VX_TransformWorldFunc f) { return Transform(c, f, 1); }
+
+// --- kernels -------------------------------------------------------------------------------------
+
+inline VX_Err Run(Command& c, VX_GaussianKernelFunc f) {
+  const double radius =
+      c.OneIn(8) ? c.Pick({0.0, 1.0, -1.0, static_cast<double>(NAN), 65537.0}) : c.Real(0, 9);
+  const int32_t flags = c.Below(4);
+  const double multiplier =
+      c.OneIn(8) ? c.Pick({0.0, -1.0, static_cast<double>(INFINITY), 300.0}) : c.Real(0, 2);
+  c.Log("radius %g, flags %d, multiplier %g\n", radius, flags, multiplier);
+  std::vector<int32_t> kernel(1024, 7);
+  int32_t diameter = -7;
+  const VX_Err error = f(nullptr, radius, flags, multiplier, &diameter, kernel.data());
+  c.GaveNumbers("diameter", &diameter, 1);
+  c.GaveNumbers("kernel", kernel.data(), kernel.size());
+  return error;
+}

@@ -1,0 +1,288 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Operations on worlds, with their slow twins.
+
+#include "FilterCalls.h"
+#include "Operations.h"
+#include "reference/RefBlur.h"
+#include "reference/RefConvolve.h"
+#include "reference/RefCopy.h"
+#include "reference/RefTables.h"
+#include "reference/RefTransfer.h"
+#include "reference/RefTransform.h"
+
+namespace {
+
+template <class Function>
+Runner Of(Function* f) {
+  return [f](Command& c) { return Run(c, f); };
+}
+Runner OfObject(const ObjectCall& call) {
+  return [call](Command& c) { return Run(c, call); };
+}
+
+// --- twins ---------------------------------------------------------------------------------------
+
+VX_Err DraftTwin(void*, const VX_LayerDef* src, VX_LayerDef* dst, const M_Rect* from,
+                 const M_Rect* to) {
+  ByDepth(VXp_WorldDepth(src), [&]<class From>() {
+    ByDepth(VXp_WorldDepth(dst),
+            [&]<class To>() { vxref::CopyDraft<From, To>(*src, *dst, from, to); });
+  });
+  return VX_Ok;
+}
+template <bool premultiplied>
+VX_Err HighTwin(void*, const VX_LayerDef* src, VX_LayerDef* dst, const M_Rect* from,
+                const M_Rect* to) {
+  ByDepth(VXp_WorldDepth(src),
+          [&]<class Pixel>() { vxref::CopyHigh<Pixel>(premultiplied, *src, *dst, from, to); });
+  return VX_Ok;
+}
+template <auto twin>
+VX_Err OnBitmaps(void*, BM_World** src, BM_World** dst, const M_Rect* from, const M_Rect* to) {
+  VX_LayerDef in, out;
+  VX_EffectWorldFromBMWorld(src, &in);
+  VX_EffectWorldFromBMWorld(dst, &out);
+  return twin(nullptr, &in, &out, from, to);
+}
+VX_Err ResizeTwin(VX_ProgressInfo*, int32_t quality, const VX_LayerDef* src, VX_LayerDef* dst) {
+  if (quality == 0) return DraftTwin(nullptr, src, dst, nullptr, nullptr);
+  ByDepth(VXp_WorldDepth(src), [&]<class Pixel>() { vxref::Resize<Pixel>(*src, *dst); });
+  return VX_Ok;
+}
+
+template <class Pixel>
+Pixel* At(const VX_LayerDef& world, int64_t x, int64_t y) {
+  return reinterpret_cast<Pixel*>(static_cast<char*>(world.data) + y * world.rowbytes) + x;
+}
+template <class From, class To>
+void CopyPixel(const VX_LayerDef& src, int64_t x, int64_t y, const VX_LayerDef& dst, int64_t h,
+               int64_t v) {
+  From from;
+  std::memcpy(&from, At<From>(src, x, y), sizeof from);
+  const To to = vxref::Converted<To>(from);
+  std::memcpy(At<To>(dst, h, v), &to, sizeof to);
+}
+VX_Err ConvertTwin(VX_ProgressInfo*, const VX_LayerDef* src, const M_Rect* rect, int32_t dither,
+                   int32_t h, int32_t v, VX_LayerDef* dst) {
+  if (dither != 0) return kNoTwin;
+  const M_LRect r = rect == nullptr ? M_LRect{0, 0, src->width, src->height}
+                                    : M_LRect{rect->left, rect->top, rect->right, rect->bottom};
+  ByDepth(VXp_WorldDepth(src), [&]<class From>() {
+    ByDepth(VXp_WorldDepth(dst), [&]<class To>() {
+      for (int64_t y = r.top; y < r.bottom; ++y) {
+        for (int64_t x = r.left; x < r.right; ++x) {
+          const int64_t to_x = x - r.left + h, to_y = y - r.top + v;
+          const bool in = x >= 0 && y >= 0 && x < src->width && y < src->height && to_x >= 0 &&
+                          to_y >= 0 && to_x < dst->width && to_y < dst->height;
+          if (in) CopyPixel<From, To>(*src, x, y, *dst, to_x, to_y);
+        }
+      }
+    });
+  });
+  return VX_Ok;
+}
+VX_Err BlitTwin(const VX_World* src, const M_LPoint& at, bool lookup, bool invert,
+                const VX_PixelFloat& low, const VX_PixelFloat& high, const M_Rect& rect,
+                VX_WorldX<VX_Pixel8>* dst) {
+  ByDepth(VXp_WorldDepth(src), [&]<class From>() {
+    vxref::SpecialBlit<From>(*src, at, lookup, invert, low, high, rect, *dst);
+  });
+  return VX_Ok;
+}
+
+vxref::Image ImageOf(const VX_LayerDef& world) {
+  return {static_cast<char*>(world.data), world.rowbytes, world.width, world.height};
+}
+VX_Err TransferTwin(VX_ProgressInfo*, int32_t, int32_t, int32_t field, const M_Rect* rect,
+                    const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                    const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask, int32_t x,
+                    int32_t y, VX_LayerDef* dst) {
+  vxref::MaskImage over{};
+  if (mask != nullptr) over = {ImageOf(*mask->world), mask->offsetH, mask->offsetV, mask->what};
+  return ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
+    return vxref::Transfer<Pixel>({rect, x, y, field}, ImageOf(*src), *mode, tables,
+                                  mask != nullptr ? &over : nullptr, ImageOf(*dst));
+  });
+}
+VX_Err TransformTwin(VX_ProgressInfo*, int32_t quality, int32_t, int32_t field,
+                     const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                     const VX_LinearBlendingTables* tables, const VX_TransformMask* mask,
+                     const M_Matrix3* matrices, int32_t count, uint8_t src2dst, const M_Rect* rect,
+                     VX_LayerDef* dst) {
+  const bool single =
+      VXp_G_OverFuncs.VX_SubpixelSampleNoClip_Straight == &VX_SubpixelSampleNoClip_Straight_SSE2;
+  VX_LayerDef from = *src;
+  ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
+    vxref::Transform<Pixel>(
+        {quality, field, &from, mode, tables, mask, matrices, count, src2dst != 0, rect, single},
+        *dst);
+  });
+  return VX_Ok;
+}
+
+VX_Err ConvolveTwin(VX_ProgressInfo*, const VX_LayerDef* src, const M_Rect*, int32_t flags,
+                    int32_t size, const int32_t* a, const int32_t* r, const int32_t* g,
+                    const int32_t* b, VX_LayerDef* dst) {
+  const int32_t* const kernels[] = {a, r, g, b};
+  ByDepth(VXp_WorldDepth(dst),
+          [&]<class Pixel>() { vxref::Convolve<Pixel>(*src, flags, size, kernels, *dst); });
+  return VX_Ok;
+}
+void GaussianTwin(VX_ProgressInfo*, const VX_World* src, float radius, int32_t flags,
+                  int32_t src_direction, int32_t src_premul, int32_t dst_direction,
+                  int32_t dst_premul, uint8_t, VX_World* dst) {
+  ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
+    vxref::GaussianBlur1D<Pixel>(
+        {radius, flags, src_direction, src_premul != 0, dst_direction, dst_premul != 0}, *src,
+        *dst);
+  });
+}
+void BoxTwin(VX_ProgressInfo*, const VX_World* src, float radius, int32_t iterations, int32_t flags,
+             int32_t src_direction, int32_t src_premul, int32_t dst_direction, int32_t dst_premul,
+             uint8_t, VX_World* dst) {
+  ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
+    vxref::BoxBlur1D<Pixel>(
+        {radius, flags, src_direction, src_premul != 0, dst_direction, dst_premul != 0}, iterations,
+        *src, *dst);
+  });
+}
+VX_Err KernelTwin(void*, double radius, int32_t flags, double multiplier, int32_t* diameter,
+                  int32_t* kernel) {
+  if (radius > 32767) return kNoTwin;  // 16 bits of the radius are kept
+  const std::vector<int32_t> weights = vxref::GaussianKernel(radius, flags, multiplier);
+  *diameter = 2 * static_cast<int32_t>(std::ceil(radius)) + 1;
+  std::copy(weights.begin(), weights.end(), kernel);
+  return VX_Ok;
+}
+
+// --- methods of worlds ---------------------------------------------------------------------------
+
+std::vector<Operation> ObjectOperations() {
+  const auto source = [](Command& c, auto work) {
+    AsObject(c.World(Use::kInput, c.OneIn(3) ? c.AnyDepth() : c.depth), work);
+  };
+  return {
+      {"VX_World::Clear", OfObject([](Command& c, VX_World& w) { w.Clear(c.Rect()); })},
+      {"VX_World::ClearExceptRect",
+       OfObject([](Command& c, VX_World& w) { w.ClearExceptRect(c.RectValue()); })},
+      {"VX_World::Fill float", OfObject([](Command& c, VX_World& w) {
+         const VX_PixelFloat color = c.AnyPixel<VX_PixelFloat>();
+         w.Fill(color, c.Rect());
+       })},
+      {"VX_World::Fill 16", OfObject([](Command& c, VX_World& w) {
+         const VX_Pixel16 color = c.AnyPixel<VX_Pixel16>();
+         w.Fill(color, c.Rect());
+       })},
+      {"VX_World::FillAlpha", OfObject([](Command&, VX_World& w) { w.FillAlpha(); })},
+      {"VX_World::InvertAlpha", OfObject([](Command&, VX_World& w) { w.InvertAlpha(); })},
+      {"VX_World::Premultiply", OfObject([](Command&, VX_World& w) { w.Premultiply(); })},
+      {"VX_World::Unmultiply", OfObject([](Command&, VX_World& w) { w.Unmultiply(); })},
+      {"VX_World::PremulColor",
+       OfObject([](Command& c, VX_World& w) { w.PremulColor(c.AnyPixel<VX_Pixel16>()); })},
+      {"VX_World::UnmulColor",
+       OfObject([](Command& c, VX_World& w) { w.UnmulColor(c.AnyPixel<VX_Pixel16>()); })},
+      {"VX_World::CopyRect", OfObject([source](Command& c, VX_World& w) {
+         const M_Rect rect = c.RectValue();
+         const auto h = static_cast<int16_t>(c.Between(-9, 30));
+         const auto v = static_cast<int16_t>(c.Between(-4, 6));
+         source(c, [&](auto& src) { w.CopyRect(&src, rect, h, v); });
+       })},
+      {"VX_World::CopyWorld", OfObject([source](Command& c, VX_World& w) {
+         source(c, [&](auto& src) { w.CopyWorld(&src); });
+       })},
+      {"VX_World::CopyRectPossiblyDifferentBitdepth", OfObject([source](Command& c, VX_World& w) {
+         VX_ResetDitherRandomIndex();
+         const M_Rect rect = c.RectValue();
+         const auto h = static_cast<int16_t>(c.Between(-9, 30));
+         const auto v = static_cast<int16_t>(c.Between(-4, 6));
+         const bool dither = c.OneIn(3);
+         source(c, [&](auto& src) {
+           w.CopyRectPossiblyDifferentBitdepth(&src, rect, dither, h, v, c.Progress());
+         });
+       })},
+  };
+}
+
+}  // namespace
+
+const VX_LinearBlendingTables& TablesOf(int32_t curve) {
+  static const VX_LinearBlendingTables tables[] = {
+      vxref::BuildTables(
+          [](double x) {
+            if (x < 0.1) return 0.0;
+            return x < 0.9 ? std::pow(x, 1.8) : 1.0;
+          },
+          1.8f),
+      vxref::BuildTables([](double x) { return std::pow(x, 2.2); }, 2.2f)};
+  return tables[curve];
+}
+
+std::vector<Operation> WorldOperations() {
+  constexpr uint32_t kSums = kFinite | kTame, kExact = kFinite | kAligned;
+  constexpr double kFloatSum = 4e-6;
+#define VX_OP(f) #f, Of(&f)
+  std::vector<Operation> all = {
+      {VX_OP(VX_Fill)},
+      {VX_OP(VX_Fill16)},
+      {VX_OP(VX_FillFloat)},
+      {VX_OP(VX_ClearAlphaExceptRect)},
+      {VX_OP(VX_Premul)},
+      {VX_OP(VX_PremulRect)},
+      {VX_OP(VX_PremulColor)},
+      {VX_OP(VX_PremulColor16)},
+      {VX_OP(VX_PremulColorFloat)},
+      {VX_OP(VX_PremulColorRect)},
+      {VX_OP(VX_PremulColorRect16)},
+      {VX_OP(VX_PremulColorRectFloat)},
+      {VX_OP(VX_CopyBits_Draft), Of(&DraftTwin)},
+      {VX_OP(VX_CopyBits_Draft_Static), Of(&DraftTwin)},
+      {VX_OP(VX_CopyBits3_LO_Straight), Of(&DraftTwin)},
+      {VX_OP(VX_CopyBits_HQ_Straight), Of(&HighTwin<false>), kSums, kFloatSum},
+      {VX_OP(VX_CopyBits_HQ_Straight_Static), Of(&HighTwin<false>), kSums, kFloatSum},
+      {VX_OP(VX_CopyBits_HQ_Premul), Of(&HighTwin<true>), kSums, kFloatSum},
+      {VX_OP(VX_CopyBits_HQ_Premul_Static), Of(&HighTwin<true>), kSums, kFloatSum},
+      {VX_OP(VX_WorldCopy), {}, kFinite, 0, false},
+      {VX_OP(VX_WorldCopy_Static), Of(&OnBitmaps<&DraftTwin>)},
+      {VX_OP(VX_WorldCopy_HQ), Of(&OnBitmaps<&HighTwin<false>>), kSums, kFloatSum},
+      {VX_OP(VX_WorldCopy_HQ_Static), Of(&OnBitmaps<&HighTwin<false>>), kSums, kFloatSum},
+      {VX_OP(VX_WorldCopy_HQ_Straight), Of(&OnBitmaps<&HighTwin<false>>), kSums, kFloatSum},
+      {VX_OP(VX_WorldCopy_HQ_Straight_Static), Of(&OnBitmaps<&HighTwin<false>>), kSums, kFloatSum},
+      {VX_OP(VX_WorldCopy_HQ_Premul), Of(&OnBitmaps<&HighTwin<true>>), kSums, kFloatSum},
+      {VX_OP(VX_ResizeWorld), Of(&ResizeTwin), kSums, kFloatSum},
+      {VX_OP(VX_DepthConvertWorld), Of(&ConvertTwin)},
+      {VX_OP(VX_SpecialCasePixelBlit), Of(&BlitTwin)},
+      {VX_OP(VX_CompositeRectDraft_Straight)},
+      {VX_OP(VX_CompositeRectDraft_Premul)},
+      {VX_OP(VX_CompositeRectBest_Straight)},
+      {VX_OP(VX_CompositeRectBest_Premul)},
+      {VX_OP(VX_Blend_Straight)},
+      {VX_OP(VX_Blend_Premul)},
+      {VX_OP(VX_TransferRect), Of(&TransferTwin), kExact},
+      {VX_OP(VX_TransferRect_S), Of(&TransferTwin), kExact},
+      {VX_OP(VX_Convolve), Of(&ConvolveTwin)},
+      {VX_OP(VX_GaussianKernel), Of(&KernelTwin)},
+      {VX_OP(VX_FastBlur_Straight)},
+      {VX_OP(VX_FastBlur_Premul)},
+      {VX_OP(VX_GaussianBlur1D), Of(&GaussianTwin), kSums, kFloatSum},
+      {VX_OP(VX_BoxBlur1D), Of(&BoxTwin), kSums, kFloatSum},
+      {VX_OP(VX_BlurWorld)},
+      {VX_OP(VX_TransformWorld), Of(&TransformTwin), kExact | kInteger},
+      {VX_OP(VX_TransformWorld_S), Of(&TransformTwin), kExact | kInteger},
+      {"motion of VX_TransformWorld",
+       [](Command& c) { return Transform(c, &VX_TransformWorld, 2 + c.Below(6)); },
+       [](Command& c) { return Transform(c, &TransformTwin, 2 + c.Below(6)); }, kExact | kInteger,
+       0, true, false},
+      {VX_OP(VX_Iterate)},
+      {VX_OP(VX_IterateOrigin)},
+      {VX_OP(VX_IterateOriginAll)},
+      {VX_OP(VX_IterateLUT)},
+      {VX_OP(VX_IterateGeneric)},
+      {VX_OP(VX_IterateGeneric_Static)},
+  };
+#undef VX_OP
+  const std::vector<Operation> objects = ObjectOperations();
+  all.insert(all.end(), objects.begin(), objects.end());
+  return all;
+}

@@ -13,7 +13,6 @@
 #include "VX/VX_Fill.h"
 #include "VX/VX_Transfer.h"
 #include "VXIO/VXIO_Picture.h"
-#include "VXIO/VXIO_Sheet.h"
 #include "Values.h"
 #include "Verbs.h"
 #include "Worlds.h"

@@ -12,8 +12,10 @@ extern "C" {
 
 #include "VX/VX_Premul.h"
 #include "VXIO_ClipColor.h"
-#include "VXIO_ClipStream.h"
-#include "VXIO_Open.h"
+#include "VXIO_ClipDecoder.h"
+#include "VXIO_Formats.h"
+#include "VXIO_InputFile.h"
+#include "VXIO_World.h"
 
 namespace {
 
@@ -65,19 +67,19 @@ struct VXIO_ClipReader::Impl {
   // Notes the end when it was reached.
   bool Next();
 
-  VXIOp_ClipStream stream;
+  VXIOp_ClipDecoder decoder;
   VXIOp_ClipColor color;
   VXIO_ClipInfo info;
   std::vector<std::string> warnings;  // that no frame has brought yet
 };
 
-VXIO_ClipReader::Impl::Impl(const std::string& path) : stream(path), warnings(stream.warnings()) {
-  const AVCodecParameters& told = *stream.stream().codecpar;
+VXIO_ClipReader::Impl::Impl(const std::string& path) : decoder(path), warnings(decoder.warnings()) {
+  const AVCodecParameters& told = *decoder.file().stream().codecpar;
   info.path = path;
-  info.format = stream.FormatName();
+  info.format = decoder.file().FormatName();
   info.codec = avcodec_get_name(told.codec_id);
-  const VXIOp_ClipPixels pixels =
-      VXIOp_PixelsOf(path, stream.ToldFormat(), told.color_space, told.color_range, told.height);
+  const VXIOp_ClipPixels pixels = VXIOp_PixelsOf(path, decoder.DeclaredFormat(), told.color_space,
+                                                 told.color_range, told.height);
   info.pixel_format = pixels.told->name;
   info.bits = pixels.bits;
   info.depth = pixels.depth();
@@ -85,13 +87,13 @@ VXIO_ClipReader::Impl::Impl(const std::string& path) : stream(path), warnings(st
   info.matrix = pixels.MatrixName();
   info.matrix_tagged = pixels.matrix_tagged;
   info.full_range = pixels.full_range;
-  info.frame_rate = RationalOf(stream.FrameRate(), {0, 1});
-  info.pixel_aspect = RationalOf(stream.PixelAspect(), {1, 1});
-  info.frames = stream.ToldFrames();
-  info.duration = stream.ToldSeconds();
+  info.frame_rate = RationalOf(decoder.file().FrameRate(), {0, 1});
+  info.pixel_aspect = RationalOf(decoder.file().PixelAspect(), {1, 1});
+  info.frames = decoder.file().DeclaredFrames();
+  info.duration = decoder.file().DeclaredSeconds();
   size_t size = 0;
   const uint8_t* matrix =
-      av_stream_get_side_data(&stream.stream(), AV_PKT_DATA_DISPLAYMATRIX, &size);
+      av_stream_get_side_data(&decoder.file().stream(), AV_PKT_DATA_DISPLAYMATRIX, &size);
   if (matrix && size >= 9 * sizeof(int32_t)) {
     info.orientation = OrientationOf(reinterpret_cast<const int32_t*>(matrix));
   }
@@ -111,16 +113,16 @@ VXIO_ClipReader::Impl::Impl(const std::string& path) : stream(path), warnings(st
 }
 
 bool VXIO_ClipReader::Impl::Next() {
-  if (stream.Next()) return true;
-  info.frames = stream.decoded();
+  if (decoder.Next()) return true;
+  info.frames = decoder.decoded();
   info.counted = true;
   return false;
 }
 
 // The decoder may have found what the header does not say.
 VXIOp_ClipPixels VXIO_ClipReader::Impl::PixelsOfFrame() const {
-  const AVFrame& frame = stream.frame();
-  const AVCodecParameters& told = *stream.stream().codecpar;
+  const AVFrame& frame = decoder.frame();
+  const AVCodecParameters& told = *decoder.file().stream().codecpar;
   const bool matrix = frame.colorspace != AVCOL_SPC_UNSPECIFIED;
   const bool range = frame.color_range != AVCOL_RANGE_UNSPECIFIED;
   return VXIOp_PixelsOf(info.path, static_cast<AVPixelFormat>(frame.format),
@@ -134,7 +136,7 @@ VXIO_Metadata VXIO_ClipReader::Impl::MetadataOf(const VXIO_Picture& picture,
   const OIIO::TypeDesc type = info.depth == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16;
   kept->spec =
       OIIO::ImageSpec(picture.world->width, picture.world->height, picture.has_alpha ? 4 : 3, type);
-  const bool linear = stream.stream().codecpar->color_trc == AVCOL_TRC_LINEAR;
+  const bool linear = decoder.file().stream().codecpar->color_trc == AVCOL_TRC_LINEAR;
   kept->spec.attribute("oiio:ColorSpace", linear ? "Linear" : "sRGB");
   if (info.pixel_aspect.num != info.pixel_aspect.den) {
     kept->spec.attribute("PixelAspectRatio", static_cast<float>(info.pixel_aspect.num) /
@@ -145,14 +147,14 @@ VXIO_Metadata VXIO_ClipReader::Impl::MetadataOf(const VXIO_Picture& picture,
 }
 
 VXIO_ClipFrame VXIO_ClipReader::Impl::Take(int32_t depth, VXIO_AlphaAs alpha) {
-  const VXIOp_LavWords::Listening listen(stream.words());
-  const AVFrame& frame = stream.frame();
+  const VXIOp_LavLog::Capture capture(decoder.log());
+  const AVFrame& frame = decoder.frame();
   VXIOp_CheckSize(info.path, frame.width, frame.height);
   const VXIOp_ClipPixels pixels = PixelsOfFrame();
   if (depth == 0) depth = info.depth;
   VXIO_ClipFrame taken;
-  taken.number = stream.decoded() - 1;
-  taken.time = stream.SecondsOf(frame.best_effort_timestamp);
+  taken.number = decoder.decoded() - 1;
+  taken.time = decoder.file().SecondsOf(frame.best_effort_timestamp);
   VXIO_Picture& picture = taken.picture;
   picture.alpha = pixels.has_alpha ? VXIO_AlphaKind::Straight : VXIO_AlphaKind::None;
   picture.has_alpha = pixels.has_alpha && alpha != VXIO_AlphaAs::Ignore;
@@ -172,7 +174,7 @@ VXIO_ClipReader::~VXIO_ClipReader() = default;
 
 const VXIO_ClipInfo& VXIO_ClipReader::info() const { return impl_->info; }
 
-int64_t VXIO_ClipReader::position() const { return impl_->stream.decoded(); }
+int64_t VXIO_ClipReader::position() const { return impl_->decoder.decoded(); }
 
 std::optional<VXIO_ClipFrame> VXIO_ClipReader::Next(int32_t depth, VXIO_AlphaAs alpha) {
   if (!impl_->Next()) return std::nullopt;

@@ -10,8 +10,8 @@ extern "C" {
 #include <cstring>
 #include <vector>
 
-#include "VXIO_Open.h"
-#include "VXIO_Upright.h"
+#include "VXIO_InputFile.h"
+#include "VXIO_World.h"
 
 namespace {
 

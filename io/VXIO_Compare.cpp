@@ -7,7 +7,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include "VXIO_Formats.h"
+#include "VXIO_World.h"
 
 namespace {
 

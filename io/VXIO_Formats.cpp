@@ -113,16 +113,6 @@ std::string VXIOp_FirstLine(const std::string& text) {
   return text.substr(start, end == std::string::npos ? end : end - start);
 }
 
-VXIO_WorldPtr VXIOp_NewWorld(int32_t width, int32_t height, int32_t depth) {
-  VXIO_WorldPtr world(VX_World::New(width, height, static_cast<int16_t>(depth), 0));
-  if (!world) throw VX_Err{VX_ErrOutOfMemory};
-  return world;
-}
-
-void VXIOp_Check(VX_Err error) {
-  if (error != VX_Ok) throw VX_Err{error};
-}
-
 std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
   std::vector<VXIO_FormatInfo> list;
   for (const VXIOp_Format& format : kFormats) {

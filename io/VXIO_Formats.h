@@ -53,33 +53,3 @@ std::string VXIOp_FirstLine(const std::string& text);
 
 // What VXIO_SetThreads said; 0: all processors.
 int32_t VXIOp_Threads();
-
-// A new world of the wanted size. Throws as VX_World::New, and 4 for a null.
-VXIO_WorldPtr VXIOp_NewWorld(int32_t width, int32_t height, int32_t depth);
-
-// Throws a result code that is not 0.
-void VXIOp_Check(VX_Err error);
-
-// Calls `body` with a null pointer of the world's pixel type.
-template <class Body>
-void VXIOp_WithPixel(const VX_LayerDef& world, Body body) {
-  switch (VXp_WorldDepth(&world)) {
-    case 8: body(static_cast<VX_Pixel8*>(nullptr)); break;
-    case 16: body(static_cast<VX_Pixel16*>(nullptr)); break;
-    default: body(static_cast<VX_PixelFloat*>(nullptr)); break;
-  }
-}
-
-template <class Pixel>
-Pixel* VXIOp_Row(const VX_LayerDef& world, int32_t y) {
-  return reinterpret_cast<Pixel*>(static_cast<char*>(world.data) +
-                                  static_cast<ptrdiff_t>(y) * world.rowbytes);
-}
-
-// Full scale of a channel.
-template <class Pixel>
-inline constexpr VX_ChannelOf<Pixel> VXIOp_Full = 1;
-template <>
-inline constexpr uint8_t VXIOp_Full<VX_Pixel8> = 255;
-template <>
-inline constexpr uint16_t VXIOp_Full<VX_Pixel16> = 32768;

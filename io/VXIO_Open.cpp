@@ -2,19 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO_Open.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <set>
 
-#include "VXIO_ClipStream.h"
+#include "VXIO_ClipFile.h"
+#include "VXIO_InputFile.h"
 
 namespace {
-
-constexpr int64_t kLargestSide = 30000;
 
 uint32_t BigEndian(const char* bytes) {
   uint32_t word = 0;
@@ -143,40 +139,6 @@ VXIO_AlphaKind AlphaOf(const VXIOp_Open& open) {
 }
 
 }  // namespace
-
-void VXIOp_ThrowInput(const std::string& path, const std::string& why) {
-  throw VXIO_Error(VXIO_ErrorKind::Input, path + ": " + why);
-}
-
-void VXIOp_CheckFile(const std::string& path, const char* kind) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
-    VXIOp_ThrowInput(path, errno == ENOENT ? "no such file; check the name"
-                                           : std::string("cannot be read: ") + strerror(errno));
-  }
-  if (S_ISDIR(status.st_mode)) VXIOp_ThrowInput(path, std::string("is a folder, not ") + kind);
-  if (!S_ISREG(status.st_mode)) VXIOp_ThrowInput(path, "is not a regular file");
-  if (status.st_size == 0) VXIOp_ThrowInput(path, "is empty (0 bytes)");
-}
-
-std::string VXIOp_Head(const std::string& path, size_t most) {
-  std::ifstream file(path, std::ios::binary);
-  std::string head(most, '\0');
-  file.read(head.data(), static_cast<std::streamsize>(most));
-  if (file.gcount() <= 0) {
-    VXIOp_ThrowInput(path, std::string("cannot be read: ") + strerror(errno ? errno : EIO));
-  }
-  head.resize(static_cast<size_t>(file.gcount()));
-  return head;
-}
-
-void VXIOp_CheckSize(const std::string& path, int64_t width, int64_t height) {
-  std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
-  if (width <= 0 || height <= 0) VXIOp_ThrowInput(path, "has no pixels (" + size + ")");
-  if (width > kLargestSide || height > kLargestSide) {
-    VXIOp_ThrowInput(path, "is " + size + "; at most 30000 on a side can be read, scale it down");
-  }
-}
 
 bool VXIO_IsPicture(const std::string& path) {
   VXIOp_CheckFile(path, "a picture or a clip");

@@ -37,14 +37,3 @@ struct VXIOp_Open {
 
 // Throws VXIO_Error (Input) for what is no readable picture of 1..30,000 pixels on each axis.
 VXIOp_Open VXIOp_OpenPicture(const std::string& path);
-
-// Throws VXIO_Error (Input) for what is no file with something in it; `kind`, "a picture" or "a
-// clip", is what it should have been.
-void VXIOp_CheckFile(const std::string& path, const char* kind);
-
-// The first bytes of a file, at most `most` of them.
-std::string VXIOp_Head(const std::string& path, size_t most);
-
-void VXIOp_CheckSize(const std::string& path, int64_t width, int64_t height);
-
-[[noreturn]] void VXIOp_ThrowInput(const std::string& path, const std::string& why);

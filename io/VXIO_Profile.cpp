@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "VXIO_Formats.h"
+#include "VXIO_World.h"
 
 namespace {
 

@@ -5,8 +5,9 @@
 
 #include "VX/VX_DepthConvert.h"
 #include "VX/VX_Premul.h"
+#include "VXIO_InputFile.h"
 #include "VXIO_Open.h"
-#include "VXIO_Upright.h"
+#include "VXIO_World.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <unordered_set>
 
-#include "VXIO_Open.h"
+#include "VXIO_InputFile.h"
 
 namespace {
 

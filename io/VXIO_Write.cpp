@@ -13,6 +13,7 @@
 #include "VX/VX_Premul.h"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
+#include "VXIO_World.h"
 
 namespace {
 

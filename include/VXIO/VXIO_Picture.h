@@ -30,7 +30,9 @@
 #include <vector>
 
 #include "VX/VX_World.h"
-#include "VXIO/VXIO_Export.h"
+
+// Exported from libVXIO; everything else is hidden.
+#define VXIO_API __attribute__((visibility("default")))
 
 enum class VXIO_ErrorKind { Input, Output };
 
@@ -130,6 +132,15 @@ VXIO_API VXIO_Picture VXIO_ReadHeader(const std::string& path);
 
 // A copy of the world at another depth, or the world itself when it has that depth already.
 VXIO_API VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth);
+
+// --- text ----------------------------------------------------------------------------------------
+
+// Renders a line of text as an 8-bit world, as wide as the text: colour (grey, grey, grey), alpha
+// is the coverage of the letters.
+//   size     height of the font in pixels; the baseline is at row `size`, the world is size / 3
+//   higher grey     0..255
+// Throws VXIO_Error (Output) if the font is not installed.
+VXIO_API VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, uint8_t grey);
 
 // --- writing -------------------------------------------------------------------------------------
 

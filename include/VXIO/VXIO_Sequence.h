@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "VXIO/VXIO_Export.h"
+#include "VXIO/VXIO_Picture.h"
 
 constexpr int64_t VXIO_LargestFrame = 999'999'999'999'999;
 constexpr int64_t VXIO_MostFrames = 5'000'000;  // of one sequence

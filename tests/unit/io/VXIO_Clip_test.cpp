@@ -256,7 +256,7 @@ TEST_F(Clip, TagsWithoutAMeaning) {
     const auto got = reader.Next();
     ASSERT_TRUE(got);
     ASSERT_EQ(got->picture.warnings.size(), 1u);
-    EXPECT_NE(got->picture.warnings[0].find("without a meaning"), std::string::npos);
+    EXPECT_NE(got->picture.warnings[0].find("invalid colour tags"), std::string::npos);
   }
 }
 

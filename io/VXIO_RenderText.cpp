@@ -1,7 +1,5 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-#include "VXIO/VXIO_Sheet.h"
-
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
 
@@ -9,6 +7,7 @@
 
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
+#include "VXIO_World.h"
 
 namespace {
 
@@ -22,7 +21,7 @@ VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, uint8_t gre
     VXIOp_ThrowOutput("labels", std::string("the font ") + kFont +
                                     " is missing; install the package fonts-dejavu-core");
   }
-  // Of one height whatever the letters, so that the words of a row stand on one line.
+  // The height does not depend on the letters, so that texts in a row have the same baseline.
   int32_t width = std::clamp(box.width(), 1, 30000), height = std::clamp(size + size / 3, 1, 30000);
   OIIO::ImageBuf letters(OIIO::ImageSpec(width, height, 1, OIIO::TypeDesc::UINT8));
   const float white = 1.0f;

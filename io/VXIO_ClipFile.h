@@ -1,0 +1,78 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The file of a clip: its container, the video stream that is read, what its header declares, and
+// whether the file was cut off.
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "VXIO_LavLog.h"
+
+// Returns libav's name of the container, determined from the contents; empty if the file is not a
+// clip of a supported format.
+std::string VXIOp_ClipFormatOf(const std::string& path);
+
+// Sets values that libav does not define to "unspecified". Returns false if there was one. Some
+// demuxers and decoders pass such numbers on from the file.
+bool VXIOp_ClearUnknownTags(AVColorSpace* matrix, AVColorRange* range, AVColorPrimaries* primaries,
+                            AVColorTransferCharacteristic* transfer, AVChromaLocation* siting);
+
+// Deleter for libav's objects.
+struct VXIOp_LavFree {
+  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+template <class Object>
+using VXIOp_LavPtr = std::unique_ptr<Object, VXIOp_LavFree>;
+
+class VXIOp_ClipFile {
+ public:
+  // `log` must outlive the file. Throws VXIO_Error (Input).
+  VXIOp_ClipFile(const std::string& path, VXIOp_LavLog* log);
+  ~VXIOp_ClipFile();
+  VXIOp_ClipFile(const VXIOp_ClipFile&) = delete;
+  VXIOp_ClipFile& operator=(const VXIOp_ClipFile&) = delete;
+
+  const AVStream& stream() const { return *stream_; }
+  std::string FormatName() const;
+  AVRational FrameRate() const;
+  AVRational PixelAspect() const;
+  // Returns the value of a metadata tag of the stream, or null.
+  const char* Tag(const char* name) const;
+  // Declared by the file; not estimated from its bit rate.
+  std::optional<int64_t> DeclaredFrames() const;
+  std::optional<double> DeclaredSeconds() const;
+  // Converts a time stamp of the stream to seconds since the start of the file.
+  std::optional<double> SecondsOf(int64_t stamp) const;
+  const std::vector<std::string>& warnings() const { return warnings_; }
+
+  // Reads the next packet of the video stream. Returns 0, AVERROR_EOF after the last, or another
+  // AVERROR code.
+  int Read(AVPacket* packet);
+  // After AVERROR_EOF: returns why the file is truncated; empty if it is complete.
+  std::string TruncationReason() const;
+
+ private:
+  void Open();
+  void ChooseStream();
+  bool EndsBeforeDeclaredTime() const;
+
+  std::string path_;
+  VXIOp_LavLog* log_;
+  VXIOp_LavPtr<AVFormatContext> file_;
+  AVStream* stream_ = nullptr;
+  std::vector<std::string> warnings_;
+  int64_t packets_ = 0;                  // read so far
+  int64_t read_to_ = 0;                  // offset in the file after the last packet
+  int64_t last_stamp_ = AV_NOPTS_VALUE;  // largest presentation time of the packets
+};

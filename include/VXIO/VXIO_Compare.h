@@ -2,31 +2,29 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// How far apart two pictures are. All four channels count as they are stored, colours under alpha 0
-// included.
+// Compares two pictures. All four channels are compared as stored, also colours where alpha is 0.
 
 #include <cstdint>
 
 #include "VXIO/VXIO_Picture.h"
 
 struct VXIO_ChannelDifference {
-  double largest = 0;  // in the scale of the depth: 0..255, 0..32768, float
+  double largest = 0;  // largest absolute difference: 0..255, 0..32768, or float
   double mean = 0;
 };
 
 struct VXIO_Comparison {
-  bool equal =
-      false;  // every sample is the same; in float -0 equals 0 and a non-number equals itself
+  bool equal = false;  // all samples are equal; in float -0 equals 0 and NaN equals NaN
   VXIO_ChannelDifference alpha, red, green, blue;
-  double largest = 0;  // over all channels; infinite when a number meets a non-number
-  double psnr = 0;     // decibels over all channels, full scale as peak; infinite when equal
+  double largest = 0;  // over all channels; infinite where only one of two values is NaN
+  double psnr = 0;     // in decibels over all channels, peak is full scale; infinite if equal
   int64_t different_pixels = 0;
-  int32_t x = -1, y = -1;  // first pixel that has the largest difference; -1 when equal
+  int32_t x = -1, y = -1;  // first pixel with the largest difference; -1 if equal
 };
 
-// Both worlds have one size and one depth; anything else throws std::invalid_argument.
+// Throws std::invalid_argument unless both worlds have the same size and depth.
 VXIO_API VXIO_Comparison VXIO_Compare(const VX_LayerDef& a, const VX_LayerDef& b);
 
-// An opaque picture of the absolute differences of the colours; where alpha differs by more than a
-// colour does, that difference stands in its place. The same size and depth as the two.
+// Returns an opaque picture of the absolute differences, of the same size and depth. Each colour
+// channel is the larger of its own difference and that of alpha. Throws like VXIO_Compare.
 VXIO_API VXIO_WorldPtr VXIO_DifferencePicture(const VX_LayerDef& a, const VX_LayerDef& b);

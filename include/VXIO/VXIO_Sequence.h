@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Sequences: pictures whose file names hold the number of their frame.
+// Sequences: pictures with a frame number in the file name.
 //
-// Frame numbers are 0 to 999,999,999,999,999; negative ones do not exist here.
+// Frame numbers are 0..VXIO_LargestFrame.
 
 #include <cstdint>
 #include <optional>
@@ -14,33 +14,34 @@
 #include "VXIO/VXIO_Picture.h"
 
 constexpr int64_t VXIO_LargestFrame = 999'999'999'999'999;
-constexpr int64_t VXIO_MostFrames = 5'000'000;  // of one sequence
+constexpr int64_t VXIO_MostFrames = 5'000'000;  // in one sequence
 
-// A file name with one place for the number: "shot.####.png" (a # for each digit) or, meaning the
-// same, "shot.%04d.png"; "shot.%d.png" is "shot.#.png". The digits are the least number of them:
-// frame 12345 of "####" is "12345", and "00012" is no frame of it. Folders are taken as they stand:
-// only the part after the last slash is looked at.
+// A file name with a placeholder for the frame number: "shot.####.png" (one # per digit) or the
+// equivalent "shot.%04d.png"; "shot.%d.png" equals "shot.#.png". Numbers are padded with zeros to
+// that many digits and may be longer: with "####" frame 12345 is "12345", and "00012" does not
+// match. Only the part after the last slash may contain a placeholder.
 class VXIO_API VXIO_FramePattern {
  public:
-  // Whether a name has a place for a number, or more than one, which the constructor refuses.
+  // Returns true if a name contains at least one placeholder. The constructor accepts exactly one.
   static bool IsPattern(const std::string& name);
 
-  // Throws std::invalid_argument, with one line that names the pattern, for none or two places, one
-  // of more than 15 digits, or a % form that pads with blanks.
+  // Throws std::invalid_argument, with one line that names the pattern, if it contains no or
+  // several placeholders, more than 15 digits, or a % form that pads with blanks.
   explicit VXIO_FramePattern(const std::string& name);
 
   std::string Name(int64_t frame) const;
-  // The frame that a path is; only its part after the last slash counts.
+  // Returns the frame number of a path that matches. The folder of the path is ignored.
   std::optional<int64_t> FrameOf(const std::string& path) const;
 
-  // Of the files in the folder, rising. Throws VXIO_Error (Input) when the folder cannot be read
-  // or holds more than VXIO_MostFrames of them.
+  // Returns the numbers of the matching files in the folder, in ascending order. Throws VXIO_Error
+  // (Input) if the folder cannot be read or more than VXIO_MostFrames files match.
   std::vector<int64_t> FramesOnDisk() const;
-  // A pattern that files in the folder do fit when only the number of digits is wrong; else empty.
+  // Returns a pattern that differs in the number of digits only and matches files in the folder;
+  // empty if there is none.
   std::string NearMiss() const;
 
-  const std::string& folder() const { return folder_; }  // with its slash; empty: here
-  // The pattern with a # for each digit, so that every spelling gives the same text.
+  const std::string& folder() const { return folder_; }  // ends with a slash; empty: current folder
+  // Returns the pattern with one # per digit, the same text for all equivalent patterns.
   std::string Spelled() const;
 
  private:
@@ -48,12 +49,12 @@ class VXIO_API VXIO_FramePattern {
   size_t digits_ = 1;
 };
 
-// Frame numbers from "1-10,20-40x2,55": single frames, ranges from-to and ranges with a step, which
-// ":" introduces as well. A range whose end is below its start runs down. The order is kept; a
-// number that comes twice counts where it came first. Throws std::invalid_argument, with one line
-// that says what is wrong, for anything else and for more than VXIO_MostFrames.
+// Parses frame numbers like "1-10,20-40x2,55": single frames, ranges, and ranges with a step after
+// "x" or ":". A range with its end below its start is descending. The order is kept; of repeated
+// numbers only the first counts. Throws std::invalid_argument, with one line of text, for anything
+// else and for more than VXIO_MostFrames frames.
 VXIO_API std::vector<int64_t> VXIO_ParseFrames(const std::string& words);
 
-// The words that give these frames, runs of neighbours as ranges: "1-3,7". At most `most` pieces;
-// what is left out is told as " and N more".
+// Formats frame numbers, consecutive ones as ranges: "1-3,7". At most `most` ranges are listed,
+// then " and N more".
 VXIO_API std::string VXIO_FrameWords(const std::vector<int64_t>& frames, size_t most = SIZE_MAX);

@@ -19,11 +19,11 @@ extern "C" {
 
 namespace {
 
-// The orientation that a display matrix means; 0 for one that is no quarter turn or mirroring.
+// Returns the EXIF orientation of a display matrix; 0 if it is not a quarter turn or reflection.
 int32_t OrientationOf(const int32_t* matrix) {
-  // Display x is matrix[0] * x + matrix[3] * y, and y is matrix[1] * x + matrix[4] * y.
+  // Display x is matrix[0] * x + matrix[3] * y; display y is matrix[1] * x + matrix[4] * y.
   const int32_t a = matrix[0], b = matrix[1], c = matrix[3], d = matrix[4];
-  auto none = [](int32_t x) { return std::abs(int64_t{x}) < 16; };  // of 65536
+  auto none = [](int32_t x) { return std::abs(int64_t{x}) < 16; };  // 65536 is 1.0
   if (none(b) && none(c) && !none(a) && !none(d)) {
     return a > 0 ? (d > 0 ? 1 : 4) : (d > 0 ? 2 : 3);
   }
@@ -33,22 +33,22 @@ int32_t OrientationOf(const int32_t* matrix) {
   return 0;
 }
 
-// Why the colours are not those of sRGB, or nothing.
-std::string OtherColours(const AVCodecParameters& told) {
+// Describes how the colours differ from sRGB; empty if they do not.
+std::string OtherColours(const AVCodecParameters& parameters) {
   static constexpr std::array<AVColorTransferCharacteristic, 2> kWide = {AVCOL_TRC_SMPTE2084,
                                                                          AVCOL_TRC_ARIB_STD_B67};
   static constexpr std::array<AVColorPrimaries, 7> kUsual = {
       AVCOL_PRI_BT709,     AVCOL_PRI_UNSPECIFIED, AVCOL_PRI_RESERVED0, AVCOL_PRI_RESERVED,
       AVCOL_PRI_SMPTE170M, AVCOL_PRI_SMPTE240M,   AVCOL_PRI_BT470BG};
-  std::string words;
-  if (std::find(kUsual.begin(), kUsual.end(), told.color_primaries) == kUsual.end()) {
-    words = std::string("primaries ") + av_color_primaries_name(told.color_primaries);
+  std::string difference;
+  if (std::find(kUsual.begin(), kUsual.end(), parameters.color_primaries) == kUsual.end()) {
+    difference = std::string("primaries ") + av_color_primaries_name(parameters.color_primaries);
   }
-  if (std::find(kWide.begin(), kWide.end(), told.color_trc) != kWide.end()) {
-    words += words.empty() ? "" : " and ";
-    words += std::string("transfer ") + av_color_transfer_name(told.color_trc);
+  if (std::find(kWide.begin(), kWide.end(), parameters.color_trc) != kWide.end()) {
+    difference += difference.empty() ? "" : " and ";
+    difference += std::string("transfer ") + av_color_transfer_name(parameters.color_trc);
   }
-  return words;
+  return difference;
 }
 
 VXIO_Rational RationalOf(AVRational value, VXIO_Rational otherwise) {
@@ -61,26 +61,27 @@ VXIO_Rational RationalOf(AVRational value, VXIO_Rational otherwise) {
 struct VXIO_ClipReader::Impl {
   explicit Impl(const std::string& path);
 
-  VXIO_ClipFrame Take(int32_t depth, VXIO_AlphaAs alpha);
+  VXIO_ClipFrame MakeFrame(int32_t depth, VXIO_AlphaAs alpha);
   VXIOp_ClipPixels PixelsOfFrame() const;
   VXIO_Metadata MetadataOf(const VXIO_Picture& picture, std::optional<double> time) const;
-  // Notes the end when it was reached.
+  // Decodes the next frame. After the last one, sets the exact frame count and returns false.
   bool Next();
 
   VXIOp_ClipDecoder decoder;
   VXIOp_ClipColor color;
   VXIO_ClipInfo info;
-  std::vector<std::string> warnings;  // that no frame has brought yet
+  std::vector<std::string> warnings;  // not yet returned with a frame
 };
 
 VXIO_ClipReader::Impl::Impl(const std::string& path) : decoder(path), warnings(decoder.warnings()) {
-  const AVCodecParameters& told = *decoder.file().stream().codecpar;
+  const AVCodecParameters& parameters = *decoder.file().stream().codecpar;
   info.path = path;
   info.format = decoder.file().FormatName();
-  info.codec = avcodec_get_name(told.codec_id);
-  const VXIOp_ClipPixels pixels = VXIOp_PixelsOf(path, decoder.DeclaredFormat(), told.color_space,
-                                                 told.color_range, told.height);
-  info.pixel_format = pixels.told->name;
+  info.codec = avcodec_get_name(parameters.codec_id);
+  const VXIOp_ClipPixels pixels =
+      VXIOp_PixelsOf(path, decoder.DeclaredFormat(), parameters.color_space, parameters.color_range,
+                     parameters.height);
+  info.pixel_format = pixels.descriptor->name;
   info.bits = pixels.bits;
   info.depth = pixels.depth();
   info.has_alpha = pixels.has_alpha;
@@ -103,10 +104,10 @@ VXIO_ClipReader::Impl::Impl(const std::string& path) : decoder(path), warnings(d
     info.orientation = 1;
   }
   const bool turned = info.orientation >= 5;
-  info.width = turned ? told.height : told.width;
-  info.height = turned ? told.width : told.height;
+  info.width = turned ? parameters.height : parameters.width;
+  info.height = turned ? parameters.width : parameters.height;
   if (turned) std::swap(info.pixel_aspect.num, info.pixel_aspect.den);
-  const std::string others = OtherColours(told);
+  const std::string others = OtherColours(parameters);
   if (!others.empty()) {
     warnings.push_back(path + ": has the " + others + ", but its colours count as sRGB");
   }
@@ -119,15 +120,15 @@ bool VXIO_ClipReader::Impl::Next() {
   return false;
 }
 
-// The decoder may have found what the header does not say.
+// Tags in the frame have priority over those of the stream.
 VXIOp_ClipPixels VXIO_ClipReader::Impl::PixelsOfFrame() const {
   const AVFrame& frame = decoder.frame();
-  const AVCodecParameters& told = *decoder.file().stream().codecpar;
+  const AVCodecParameters& parameters = *decoder.file().stream().codecpar;
   const bool matrix = frame.colorspace != AVCOL_SPC_UNSPECIFIED;
   const bool range = frame.color_range != AVCOL_RANGE_UNSPECIFIED;
   return VXIOp_PixelsOf(info.path, static_cast<AVPixelFormat>(frame.format),
-                        matrix ? frame.colorspace : told.color_space,
-                        range ? frame.color_range : told.color_range, frame.height);
+                        matrix ? frame.colorspace : parameters.color_space,
+                        range ? frame.color_range : parameters.color_range, frame.height);
 }
 
 VXIO_Metadata VXIO_ClipReader::Impl::MetadataOf(const VXIO_Picture& picture,
@@ -146,16 +147,16 @@ VXIO_Metadata VXIO_ClipReader::Impl::MetadataOf(const VXIO_Picture& picture,
   return VXIO_Metadata(std::move(kept));
 }
 
-VXIO_ClipFrame VXIO_ClipReader::Impl::Take(int32_t depth, VXIO_AlphaAs alpha) {
+VXIO_ClipFrame VXIO_ClipReader::Impl::MakeFrame(int32_t depth, VXIO_AlphaAs alpha) {
   const VXIOp_LavLog::Capture capture(decoder.log());
   const AVFrame& frame = decoder.frame();
   VXIOp_CheckSize(info.path, frame.width, frame.height);
   const VXIOp_ClipPixels pixels = PixelsOfFrame();
   if (depth == 0) depth = info.depth;
-  VXIO_ClipFrame taken;
-  taken.number = decoder.decoded() - 1;
-  taken.time = decoder.file().SecondsOf(frame.best_effort_timestamp);
-  VXIO_Picture& picture = taken.picture;
+  VXIO_ClipFrame made;
+  made.number = decoder.decoded() - 1;
+  made.time = decoder.file().SecondsOf(frame.best_effort_timestamp);
+  VXIO_Picture& picture = made.picture;
   picture.alpha = pixels.has_alpha ? VXIO_AlphaKind::Straight : VXIO_AlphaKind::None;
   picture.has_alpha = pixels.has_alpha && alpha != VXIO_AlphaAs::Ignore;
   picture.warnings = std::exchange(warnings, {});
@@ -163,8 +164,8 @@ VXIO_ClipFrame VXIO_ClipReader::Impl::Take(int32_t depth, VXIO_AlphaAs alpha) {
   if (picture.has_alpha && alpha == VXIO_AlphaAs::Premultiplied) {
     VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));
   }
-  picture.metadata = MetadataOf(picture, taken.time);
-  return taken;
+  picture.metadata = MetadataOf(picture, made.time);
+  return made;
 }
 
 VXIO_ClipReader::VXIO_ClipReader(const std::string& path) : impl_(std::make_unique<Impl>(path)) {}
@@ -178,7 +179,7 @@ int64_t VXIO_ClipReader::position() const { return impl_->decoder.decoded(); }
 
 std::optional<VXIO_ClipFrame> VXIO_ClipReader::Next(int32_t depth, VXIO_AlphaAs alpha) {
   if (!impl_->Next()) return std::nullopt;
-  return impl_->Take(depth, alpha);
+  return impl_->MakeFrame(depth, alpha);
 }
 
 bool VXIO_ClipReader::Skip() { return impl_->Next(); }

@@ -18,12 +18,11 @@ namespace {
 using Kind = VXIOp_ClipPixels::Kind;
 using Samples = std::vector<uint16_t>;
 
-// Taller ones are taken for high definition, whose matrix is BT.709.
+// Untagged frames above this height are treated as high definition (BT.709).
 constexpr int32_t kTallestStandardDefinition = 576;
 
-// --- what samples mean ---------------------------------------------------------------------------
-
-// The share of red and of blue in luma; 0 for a matrix that has none.
+// --- interpretation of samples -------------------------------------------------------------------
+// Weights of red and blue in luma; 0 for a matrix without weights.
 struct Weights {
   AVColorSpace matrix;
   const char* name;
@@ -53,8 +52,8 @@ bool IsFullRangeKind(AVPixelFormat format) {
          format == AV_PIX_FMT_YUVJ411P;
 }
 
-// From luma y and chroma u, v of 16 bits to red, green and blue of 0..1:
-// e = (y - black) / luma_span, plus the row's two factors times (u - half) / chroma_span and its v.
+// Converts luma y and chroma u, v of 16 bits to red, green and blue of 0..1:
+// c = (y - black) / luma_span + c[0] * (u - 32768) / chroma_span + c[1] * (v - 32768) / chroma_span
 struct YuvRule {
   float black = 0, luma_span = 1, chroma_span = 1;
   float red[2], green[2], blue[2];
@@ -63,8 +62,8 @@ struct YuvRule {
 YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
   YuvRule rule{};
   if (pixels.full_range) {
-    // The highest code, its bits at the top of 16.
-    const int32_t bits = pixels.told->comp[0].depth;
+    // The largest sample value, shifted to the upper bits of 16.
+    const int32_t bits = pixels.descriptor->comp[0].depth;
     rule.luma_span = rule.chroma_span = static_cast<float>(((1 << bits) - 1) << (16 - bits));
   } else {
     rule.black = 16 << 8;
@@ -89,15 +88,15 @@ YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
 
 // --- samples to channels -------------------------------------------------------------------------
 
-// 0..1 to a channel, rounded to nearest; float takes everything.
+// Converts 0..1 to a channel, rounded to nearest. Float channels are not clipped.
 template <class Channel>
 Channel ChannelOfValue(float value, Channel full) {
   return static_cast<Channel>(std::clamp(value, 0.0f, 1.0f) * static_cast<float>(full) + 0.5f);
 }
 float ChannelOfValue(float value, float) { return value; }
 
-// 0..most to a channel. 8-bit worlds are made of samples of up to 8 bits, the others of deeper
-// ones.
+// Converts 0..most to a channel. Samples of up to 8 bits become 8-bit channels, deeper ones 16-bit
+// or float channels.
 uint8_t ChannelOfCode(uint32_t code, uint32_t most, uint8_t) {
   return static_cast<uint8_t>((code * 255 + most / 2) / most);
 }
@@ -122,17 +121,18 @@ void ConvertYuvRow(const YuvRule& rule, const uint16_t* y, const uint16_t* u, co
   }
 }
 
-// One kind of sample of a row, as numbers.
+// Reads one component of a row.
 void ReadSamples(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t y, int component,
                  Samples* to) {
   const uint8_t* data[4] = {frame.data[0], frame.data[1], frame.data[2], frame.data[3]};
-  av_read_image_line(to->data(), data, frame.linesize, pixels.told, 0, y, component, frame.width,
+  av_read_image_line(to->data(), data, frame.linesize, pixels.descriptor, 0, y, component,
+                     frame.width,
                      /*read_pal_component=*/0);
   if (pixels.format != AV_PIX_FMT_MONOWHITE) return;
   for (uint16_t& sample : *to) sample ^= 1;
 }
 
-// Rows of a frame whose samples are RGB or grey.
+// Rows of a frame with RGB or full-range grey samples.
 template <class Pixel>
 class CodeRows {
  public:
@@ -152,8 +152,8 @@ class CodeRows {
   }
 
   void Alpha(int32_t y, Pixel* to) {
-    if (pixels_.format == AV_PIX_FMT_PAL8) return;  // came with the colours
-    Read(y, pixels_.told->nb_components - 1, to, &Pixel::alpha);
+    if (pixels_.format == AV_PIX_FMT_PAL8) return;  // Palette has set it
+    Read(y, pixels_.descriptor->nb_components - 1, to, &Pixel::alpha);
   }
 
  private:
@@ -161,7 +161,7 @@ class CodeRows {
 
   void Read(int32_t y, int component, Pixel* to, Channel Pixel::*channel) {
     ReadSamples(frame_, pixels_, y, component, &samples_);
-    const uint32_t most = (1u << pixels_.told->comp[component].depth) - 1;
+    const uint32_t most = (1u << pixels_.descriptor->comp[component].depth) - 1;
     for (int32_t x = 0; x < frame_.width; ++x) {
       to[x].*channel = ChannelOfCode(samples_[static_cast<size_t>(x)], most, Channel{});
     }
@@ -185,11 +185,11 @@ class CodeRows {
   Samples samples_;
 };
 
-// Rows of a frame whose samples are luma and chroma, or luma alone of limited range.
+// Rows of a frame with luma and chroma samples, or with limited-range luma only.
 template <class Pixel>
 class YuvRows {
  public:
-  // `full` has luma and chroma for every pixel; null for luma alone.
+  // `full` contains luma and full-resolution chroma; null for luma only.
   YuvRows(const AVFrame& frame, const VXIOp_ClipPixels& pixels, const AVFrame* full)
       : frame_(frame),
         pixels_(pixels),
@@ -208,7 +208,7 @@ class YuvRows {
     if (!full_) {
       ReadSamples(frame_, pixels_, y, 0, &samples_);
       for (uint16_t& code : samples_) {
-        code = static_cast<uint16_t>(code << (16 - pixels_.told->comp[0].depth));
+        code = static_cast<uint16_t>(code << (16 - pixels_.descriptor->comp[0].depth));
       }
       planes[0] = samples_.data();
       planes[1] = planes[2] = neutral_.data();
@@ -217,9 +217,9 @@ class YuvRows {
   }
 
   void Alpha(int32_t y, Pixel* to) {
-    const int component = pixels_.told->nb_components - 1;
+    const int component = pixels_.descriptor->nb_components - 1;
     ReadSamples(frame_, pixels_, y, component, &samples_);
-    const auto most = static_cast<float>((1 << pixels_.told->comp[component].depth) - 1);
+    const auto most = static_cast<float>((1 << pixels_.descriptor->comp[component].depth) - 1);
     for (int32_t x = 0; x < frame_.width; ++x) {
       const float value = static_cast<float>(samples_[static_cast<size_t>(x)]) / most;
       to[x].alpha = ChannelOfValue(value, VXIOp_Full<Pixel>);
@@ -258,7 +258,7 @@ void PlaceRows(Rows rows, const AVFrame& frame, const VXIOp_Placement& place, bo
 
 // --- chroma --------------------------------------------------------------------------------------
 
-// Where the first sample of chroma lies, in 1/256 of the distance of two of luma.
+// Position of the first chroma sample, in 1/256 of the distance between luma samples.
 struct Siting {
   int across, down;
 };
@@ -275,7 +275,7 @@ Siting SitingOf(AVChromaLocation location) {
 }
 
 void CheckLav(int error) {
-  if (error < 0) throw VX_Err{VX_ErrOutOfMemory};  // the geometry was judged before
+  if (error < 0) throw VX_Err{VX_ErrOutOfMemory};  // other causes are checked before
 }
 
 }  // namespace
@@ -293,22 +293,23 @@ VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, A
   }
   VXIOp_ClipPixels pixels;
   pixels.format = format;
-  pixels.told = av_pix_fmt_desc_get(format);
+  pixels.descriptor = av_pix_fmt_desc_get(format);
   constexpr uint64_t kNotRead =
       AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_FLOAT;
   const bool xyz = format == AV_PIX_FMT_XYZ12LE || format == AV_PIX_FMT_XYZ12BE;
-  if (!pixels.told || (pixels.told->flags & kNotRead) || xyz || !sws_isSupportedInput(format)) {
+  if (!pixels.descriptor || (pixels.descriptor->flags & kNotRead) || xyz ||
+      !sws_isSupportedInput(format)) {
     VXIOp_ThrowInput(path, std::string("its pixels, of the form ") +
-                               (pixels.told ? pixels.told->name : "a newer libav") +
+                               (pixels.descriptor ? pixels.descriptor->name : "a newer libav") +
                                ", are not read; convert it to YUV or RGB first");
   }
-  const AVPixFmtDescriptor& told = *pixels.told;
-  for (int i = 0; i < told.nb_components; ++i) {
-    pixels.bits = std::max<int32_t>(i == 0 ? 0 : pixels.bits, told.comp[i].depth);
+  const AVPixFmtDescriptor& descriptor = *pixels.descriptor;
+  for (int i = 0; i < descriptor.nb_components; ++i) {
+    pixels.bits = std::max<int32_t>(i == 0 ? 0 : pixels.bits, descriptor.comp[i].depth);
   }
-  pixels.has_alpha = told.flags & AV_PIX_FMT_FLAG_ALPHA;
-  const bool rgb = told.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL);
-  pixels.kind = rgb ? Kind::Rgb : told.nb_components < 3 ? Kind::Grey : Kind::Yuv;
+  pixels.has_alpha = descriptor.flags & AV_PIX_FMT_FLAG_ALPHA;
+  const bool rgb = descriptor.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL);
+  pixels.kind = rgb ? Kind::Rgb : descriptor.nb_components < 3 ? Kind::Grey : Kind::Yuv;
   if (pixels.kind != Kind::Yuv) {
     pixels.full_range = rgb || range != AVCOL_RANGE_MPEG;
     return pixels;
@@ -327,7 +328,7 @@ VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, A
 const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
   const Geometry wanted = {frame.format, frame.width, frame.height, frame.chroma_location};
   if (!scaler_ || !(made_for_ == wanted)) {
-    made_for_ = {};  // until all of it is made
+    made_for_ = {};  // in case of an exception below
     scaler_.reset(sws_alloc_context());
     full_.reset(av_frame_alloc());
     if (!scaler_ || !full_) throw VX_Err{VX_ErrOutOfMemory};
@@ -351,7 +352,8 @@ const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
     }
     CheckLav(av_opt_set(scaler_.get(), "sws_dither", "none", 0));
     CheckLav(sws_init_context(scaler_.get(), nullptr, nullptr));
-    // The same range on both sides, whichever it is: samples are shifted up and nothing else.
+    // Equal ranges for source and destination disable the range conversion: samples are only
+    // shifted.
     const int* any = sws_getCoefficients(SWS_CS_DEFAULT);
     static_cast<void>(sws_setColorspaceDetails(scaler_.get(), any, 0, any, 0, 0, 1 << 16, 1 << 16));
     made_for_ = wanted;
@@ -378,7 +380,8 @@ void VXIOp_ClipColor::Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixe
 
 VXIO_WorldPtr VXIOp_ClipColor::World(const AVFrame& frame, const VXIOp_ClipPixels& pixels,
                                      int32_t orientation, int32_t depth, bool with_alpha) {
-  // Samples that are no luma go to their own depth, or from deep ones to float, and on from there.
+  // YUV and limited-range samples, and deep samples for a float world, are converted directly to
+  // `depth`. Others are converted to their own depth first.
   const bool direct =
       !pixels.full_range || pixels.kind == Kind::Yuv || (depth == 32 && pixels.depth() == 16);
   const bool turned = orientation >= 5;

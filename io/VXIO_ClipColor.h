@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Frames of a decoder to worlds.
+// Converts decoded frames to worlds.
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -15,13 +15,13 @@ extern "C" {
 
 #include "VXIO/VXIO_Picture.h"
 
-// What the samples of a frame mean.
+// How the samples of a frame are interpreted.
 struct VXIOp_ClipPixels {
   enum class Kind { Rgb, Grey, Yuv };
   AVPixelFormat format = AV_PIX_FMT_NONE;
-  const AVPixFmtDescriptor* told = nullptr;
+  const AVPixFmtDescriptor* descriptor = nullptr;
   Kind kind = Kind::Rgb;
-  int32_t bits = 8;  // the deepest sample
+  int32_t bits = 8;  // of the deepest component
   bool has_alpha = false;
   bool full_range = true;
   AVColorSpace matrix = AVCOL_SPC_RGB;
@@ -31,14 +31,14 @@ struct VXIOp_ClipPixels {
   std::string MatrixName() const;
 };
 
-// By the tags and the height of a frame as it is stored. Throws VXIO_Error (Input) for samples that
-// are not read.
+// Derives the interpretation from the tags and the height of the stored frame. Throws VXIO_Error
+// (Input) if the samples are not supported.
 VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, AVColorSpace matrix,
                                 AVColorRange range, int32_t height);
 
 class VXIOp_ClipColor {
  public:
-  // The upright world of a frame, opaque unless `with_alpha`. `depth` is 8, 16 or 32.
+  // Returns the upright world of a frame, opaque unless `with_alpha`. `depth` is 8, 16 or 32.
   VXIO_WorldPtr World(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t orientation,
                       int32_t depth, bool with_alpha);
 
@@ -47,13 +47,14 @@ class VXIOp_ClipColor {
     void operator()(SwsContext* context) const { sws_freeContext(context); }
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
   };
-  // What the interpolation of chroma was made for.
+  // The frame properties that the scaler was set up for.
   struct Geometry {
     int format, width, height, siting;
     bool operator==(const Geometry&) const = default;
   };
 
-  // Luma and chroma for every pixel, their bits at the top of 16.
+  // Converts a frame to planes of 16 bits with full-resolution chroma. Samples are shifted to the
+  // upper bits.
   const AVFrame& FullChroma(const AVFrame& frame);
   template <class Pixel>
   void Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t orientation,

@@ -19,8 +19,8 @@ constexpr auto kNone = VXIO_AlphaKind::None;
 constexpr auto kStraight = VXIO_AlphaKind::Straight;
 constexpr auto kPremultiplied = VXIO_AlphaKind::Premultiplied;
 
-// WebP, GIF and others stay out: their reader multiplies by alpha before anybody can ask, or their
-// writer reduces colours.
+// WebP, GIF and others are excluded: their readers always multiply by alpha, or their writers
+// reduce the number of colours.
 constexpr std::array<VXIOp_Format, 8> kFormats = {{
     {"png", "png", "png", true, true, false, kStraight, true, false, true},
     {"jpeg", "jpeg", "jpg jpeg jpe", true, false, false, kNone, true, false, true},
@@ -117,7 +117,7 @@ std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
   std::vector<VXIO_FormatInfo> list;
   for (const VXIOp_Format& format : kFormats) {
     VXIO_FormatInfo info{format.name, Words(format.extensions), {}, format.alpha, format.profile};
-    // A deeper form holds the values of a shallower world exactly.
+    // A larger depth stores the values of a smaller one exactly.
     if (format.depth8 || format.depth16 || format.depth32) info.depths.push_back(8);
     if (format.depth16 || format.depth32) info.depths.push_back(16);
     if (format.depth32) info.depths.push_back(32);
@@ -129,7 +129,7 @@ std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
 std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries() {
   std::vector<std::pair<std::string, std::string>> list;
   list.emplace_back("OpenImageIO", OIIO::get_string_attribute("version"));
-  // "tiff:LIBTIFF Version 4.5.0;jpeg:..." of the formats above.
+  // The list has the form "tiff:LIBTIFF Version 4.5.0;jpeg:..." and is filtered by kFormats.
   std::string libraries = OIIO::get_string_attribute("library_list");
   for (size_t start = 0; start < libraries.size();) {
     size_t end = std::min(libraries.find(';', start), libraries.size());
@@ -156,7 +156,7 @@ int32_t VXIOp_Threads() { return threads.load(); }
 
 void VXIO_SetThreads(int32_t count) {
   threads = count;
-  // OpenEXR has threads of its own beside the caller's; -1 is none of them.
+  // OpenEXR's threads are additional to the caller's; -1 means none.
   static_cast<void>(OIIO::attribute("threads", count));
   static_cast<void>(OIIO::attribute("exr_threads", count > 1 ? count : -1));
 }

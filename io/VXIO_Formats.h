@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The formats, told once. A format is here when its straight values come back as they were written.
+// The supported formats. Only formats that return straight values as they were written are
+// included.
 
 #include <OpenImageIO/imageio.h>
 
@@ -26,30 +27,30 @@ struct VXIOp_Format {
 
 std::span<const VXIOp_Format> VXIOp_Formats();
 
-// By the extension of a name; null when there is none or it is unknown.
+// By the extension of the name; null if it is missing or unknown.
 const VXIOp_Format* VXIOp_FormatOfName(std::string_view path);
 
-// By the first bytes of a file (the extension decides only where a format has no mark); null for
-// anything that is not a known picture.
+// By the first bytes of a file; the extension decides only for formats without a signature (tga).
+// Null for anything that is not a known picture.
 const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_view path);
 
-// "png, jpeg, ..." for messages.
+// "png, jpeg, ...", for messages.
 std::string VXIOp_FormatNames();
 
-// What a picture that was read leaves for one that is written.
+// Data of a picture that was read, for use in writing.
 struct VXIO_Metadata::Impl {
   OIIO::ImageSpec spec;
-  const VXIOp_Format* format = nullptr;  // null: from no file
-  COR_QCE_ProfilePtr given_profile;      // of VXIO_WithProfile; its bytes stand in the spec
+  const VXIOp_Format* format = nullptr;  // null if not from a file
+  COR_QCE_ProfilePtr given_profile;      // set by VXIO_WithProfile; `spec` has its bytes
 };
 
-// Whether a file of this format can be written with the profile of the metadata, which has one.
-// When it cannot, `words` say what is lost, and are empty when nothing is.
-bool VXIOp_TakesProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
-                        std::string* words);
+// Returns whether a file of this format can store the profile that `from` contains. If not, `lost`
+// describes what is lost; empty if nothing is.
+bool VXIOp_StoresProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
+                         std::string* lost);
 
-// The first line of a library's message, without the file's name in front.
+// Returns the first non-empty line of a message.
 std::string VXIOp_FirstLine(const std::string& text);
 
-// What VXIO_SetThreads said; 0: all processors.
+// Returns the number set by VXIO_SetThreads; 0 for all processors.
 int32_t VXIOp_Threads();

@@ -18,9 +18,9 @@ uint32_t BigEndian(const char* bytes) {
   return word;
 }
 
-// Walks the chunks of a PNG to its end mark. The decoder behind OpenImageIO writes on the standard
-// error when it meets the end of a file too early; finding that here keeps the message to one line.
-// True when there is a profile, which the decoder drops without a word when it finds fault with it.
+// Checks the chunks of a PNG up to its end mark, because the decoder used by OpenImageIO writes to
+// the standard error for a truncated file. Returns true if the file contains a profile; the decoder
+// drops invalid profiles silently.
 bool CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
   int64_t position = 8;
   bool first = true, profile = false;
@@ -43,20 +43,20 @@ bool CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
   VXIOp_ThrowInput(path, "is truncated or damaged; make or fetch the file again");
 }
 
-// The reader of DPX makes room for the user's part of the header before it looks for it in the
-// file.
+// OpenImageIO's DPX reader allocates the user header at its declared size without checking that the
+// file is that large.
 void CheckDpx(const std::string& path, std::ifstream& file, int64_t size) {
   char head[36] = {};
   file.seekg(0);
   file.read(head, sizeof head);
-  if (head[0] == 'X') std::reverse(head + 32, head + 36);  // written with the low byte first
+  if (head[0] == 'X') std::reverse(head + 32, head + 36);  // little-endian file
   uint32_t user = BigEndian(head + 32);
   if (user != 0xFFFFFFFF && user > size) {
     VXIOp_ThrowInput(path, "is truncated or damaged; make or fetch the file again");
   }
 }
 
-const VXIOp_Format* Judge(const std::string& path, bool* profile) {
+const VXIOp_Format* CheckContent(const std::string& path, bool* profile) {
   VXIOp_CheckFile(path, "a picture");
   const VXIOp_Format* format = VXIOp_FormatOfContent(VXIOp_Head(path, 16), path);
   if (!format) {
@@ -131,8 +131,8 @@ int32_t DepthOfSamples(const OIIO::ImageSpec& spec) {
 VXIO_AlphaKind AlphaOf(const VXIOp_Open& open) {
   if (open.channels.alpha < 0) return VXIO_AlphaKind::None;
   if (open.spec.get_int_attribute("oiio:UnassociatedAlpha", 0)) return VXIO_AlphaKind::Straight;
-  // Without that answer the samples are multiplied in the formats that can tell, and as they were
-  // stored in those that have no notion of it.
+  // Without this attribute, samples are premultiplied in formats that distinguish the two, and
+  // unchanged in the others.
   std::string_view name = open.format->name;
   return name == "tiff" || name == "exr" || name == "tga" ? VXIO_AlphaKind::Premultiplied
                                                           : VXIO_AlphaKind::Straight;
@@ -150,7 +150,7 @@ VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
   VXIOp_Open open;
   open.path = path;
   bool should_have_profile = false;
-  open.format = Judge(path, &should_have_profile);
+  open.format = CheckContent(path, &should_have_profile);
   open.input = OIIO::ImageInput::create(open.format->oiio_name);
   if (!open.input) {
     VXIOp_ThrowInput(path, std::string("this OpenImageIO cannot read ") + open.format->name);
@@ -189,6 +189,6 @@ VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
   if ((name == "tiff" || name == "exr") && !open.input->seek_subimage(0, 0)) {
     VXIOp_ThrowInput(path, "is damaged (" + VXIOp_FirstLine(open.input->geterror()) + ")");
   }
-  static_cast<void>(open.input->geterror());  // what the search for a second picture left
+  static_cast<void>(open.input->geterror());  // clears the error of seek_subimage
   return open;
 }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A picture file that has been opened and whose header has been judged.
+// Opens a picture file and interprets its header.
 
 #include <OpenImageIO/imageio.h>
 
@@ -12,7 +12,7 @@
 
 #include "VXIO_Formats.h"
 
-// Where the four channels of a pixel lie among those of the file. `alpha` is -1 when there is none.
+// Indices of the four channels among those of the file; `alpha` is -1 if there is none.
 struct VXIOp_Channels {
   int red, green, blue, alpha;
   bool grey() const { return red == green; }
@@ -24,16 +24,16 @@ struct VXIOp_Open {
   std::unique_ptr<OIIO::ImageInput> input;
   OIIO::ImageSpec spec;
   VXIOp_Channels channels{};
-  VXIO_AlphaKind alpha = VXIO_AlphaKind::None;  // of the samples as they will be read
-  int32_t depth = 8;                            // of the world that the samples make
+  VXIO_AlphaKind alpha = VXIO_AlphaKind::None;  // of the samples that `input` returns
+  int32_t depth = 8;                            // of a world that preserves the samples
   int32_t orientation = 1;
   int32_t parts = 1;
   std::vector<std::string> warnings;
 
-  bool turned() const { return orientation >= 5; }  // width and height change places
+  bool turned() const { return orientation >= 5; }  // width and height are exchanged
   int32_t width() const { return turned() ? spec.height : spec.width; }
   int32_t height() const { return turned() ? spec.width : spec.height; }
 };
 
-// Throws VXIO_Error (Input) for what is no readable picture of 1..30,000 pixels on each axis.
+// Throws VXIO_Error (Input) unless the file is a readable picture of 1..30,000 pixels on each axis.
 VXIOp_Open VXIOp_OpenPicture(const std::string& path);

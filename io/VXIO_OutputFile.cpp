@@ -19,8 +19,8 @@
 
 namespace {
 
-// Names of the temporaries that exist, for a signal handler that may only touch plain memory. Pages
-// of slots that were never used cost nothing.
+// Names of existing temporary files, for the signal handler, which must not allocate. Pages of
+// unused slots use no memory.
 constexpr int kSlots = 1024;
 struct Slot {
   bool used = false;
@@ -28,13 +28,13 @@ struct Slot {
 };
 Slot g_slots[kSlots];
 std::mutex g_slot_mutex;
-// Taken by whoever makes, renames or removes a temporary, and for good by the handler, which may
-// run on any thread: otherwise a temporary could be made between the handler's look at the slots
-// and the end of the process.
-std::atomic<bool> g_slots_taken{false};
+// Lock of the slots, held while a temporary file is created, renamed or removed. The handler, which
+// may run on any thread, acquires it permanently: no file can be created between its reading of the
+// slots and the end of the process.
+std::atomic<bool> g_slots_locked{false};
 
-void TakeSlots() {
-  while (g_slots_taken.exchange(true, std::memory_order_acquire)) {
+void AcquireSlots() {
+  while (g_slots_locked.exchange(true, std::memory_order_acquire)) {
     timespec pause{0, 100'000};
     nanosleep(&pause, nullptr);
   }
@@ -50,33 +50,33 @@ sigset_t HandledSignals() {
 }
 
 extern "C" void RemoveTemporaries(int signal_number) {
-  TakeSlots();
+  AcquireSlots();
   for (Slot& slot : g_slots) {
     if (slot.used) unlink(slot.path);
   }
   _exit(128 + signal_number);
 }
 
-// The slots in this thread's hand. Its own signals wait, because the handler would otherwise wait
+// Locks the slots for this thread. Signals are blocked meanwhile; otherwise the handler could wait
 // for the thread that it interrupted.
-class SlotsTaken {
+class SlotLock {
  public:
-  SlotsTaken() {
+  SlotLock() {
     const sigset_t set = HandledSignals();
-    pthread_sigmask(SIG_BLOCK, &set, &before_);
-    g_slot_mutex.lock();  // so that only the handler and one other ever meet in TakeSlots
-    TakeSlots();
+    pthread_sigmask(SIG_BLOCK, &set, &previous_mask_);
+    g_slot_mutex.lock();  // at most the handler and one thread wait in AcquireSlots
+    AcquireSlots();
   }
-  ~SlotsTaken() {
-    g_slots_taken.store(false, std::memory_order_release);
+  ~SlotLock() {
+    g_slots_locked.store(false, std::memory_order_release);
     g_slot_mutex.unlock();
-    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    pthread_sigmask(SIG_SETMASK, &previous_mask_, nullptr);
   }
-  SlotsTaken(const SlotsTaken&) = delete;
-  SlotsTaken& operator=(const SlotsTaken&) = delete;
+  SlotLock(const SlotLock&) = delete;
+  SlotLock& operator=(const SlotLock&) = delete;
 
  private:
-  sigset_t before_;
+  sigset_t previous_mask_;
 };
 
 int ClaimSlot(const std::string& path) {
@@ -138,7 +138,7 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
   int error_number = 0;
   for (int attempt = 0; attempt < 100 && descriptor < 0; ++attempt) {
     temporary_ = TemporaryName(target_);
-    SlotsTaken taken;
+    SlotLock lock;
     descriptor = open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     error_number = errno;
     if (descriptor >= 0) {
@@ -155,7 +155,7 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
 
 VXIOp_OutputFile::~VXIOp_OutputFile() {
   if (stream_) fclose(stream_);
-  SlotsTaken taken;
+  SlotLock lock;
   if (!temporary_.empty()) unlink(temporary_.c_str());
   if (slot_ >= 0) g_slots[slot_].used = false;
 }
@@ -175,14 +175,14 @@ void VXIOp_OutputFile::Finish() {
   if (!ok) Throw("cannot be written", error_number);
 }
 
-// Gives the temporary its name; 0 or -1 with errno, as rename.
+// Renames the temporary file. Returns 0, or -1 with errno set.
 int VXIOp_OutputFile::Rename(VXIO_Clobber clobber) {
-  SlotsTaken taken;
+  SlotLock lock;
   int result = -1;
   if (clobber == VXIO_Clobber::Refuse) {
     result = renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE);
     if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
-      // A file system without that call: a second name fails when the first exists.
+      // The file system does not support renameat2. link() fails if the target exists.
       result = link(temporary_.c_str(), target_.c_str());
       if (result == 0) unlink(temporary_.c_str());
     }
@@ -200,8 +200,8 @@ void VXIOp_OutputFile::Commit(VXIO_Clobber clobber) {
     }
     Throw("cannot be put in place", errno);
   }
-  // The new name itself also has to reach the disk; a file system that cannot do that is no
-  // failure.
+  // Flush the folder too, so that the new name is on disk. File systems without support for this
+  // are not an error.
   int folder = open(FolderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder >= 0) {
     static_cast<void>(fsync(folder));
@@ -243,7 +243,7 @@ void VXIO_CheckFile(const std::string& path, VXIO_Clobber clobber) {
 void VXIO_WriteText(const std::string& path, const std::string& text) {
   VXIO_CheckFile(path, VXIO_Clobber::Overwrite);
   VXIOp_OutputFile file(path);
-  static_cast<void>(fwrite(text.data(), 1, text.size(), file.stream()));  // Finish looks
+  static_cast<void>(fwrite(text.data(), 1, text.size(), file.stream()));  // Finish checks
   file.Finish();
   file.Commit(VXIO_Clobber::Overwrite);
 }
@@ -251,14 +251,14 @@ void VXIO_WriteText(const std::string& path, const std::string& text) {
 void VXIO_RemoveTemporariesOnSignals() {
   struct sigaction action {};
   action.sa_handler = RemoveTemporaries;
-  // A second signal waits: its handler would want the slots that the first keeps for good.
+  // Block other signals in the handler: it never releases the lock of the slots.
   action.sa_mask = HandledSignals();
   for (int number : kSignals) {
-    // A signal that was ignored from the start (nohup) stays ignored.
+    // Signals that are ignored at the start (nohup) remain ignored.
     struct sigaction before {};
     sigaction(number, nullptr, &before);
     if (before.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
   }
-  // Writing past a limit then fails like a full disk instead of ending the process half-way.
+  // Ignored, so that writing beyond a size limit fails like a full disk.
   signal(SIGXFSZ, SIG_IGN);
 }

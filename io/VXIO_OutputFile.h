@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A file that appears under its name only when it is whole.
+// An output file that becomes visible under its name only when it is complete.
 
 #include <cstdio>
 #include <string>
@@ -11,10 +11,10 @@
 
 class VXIOp_OutputFile {
  public:
-  // Creates the temporary beside `path`, with the rights of the file that it will replace. A link
-  // is followed, so that the file it leads to is replaced and not the link.
+  // Creates the temporary file in the folder of `path`, with the permissions of an existing file.
+  // Symbolic links are followed: the file that a link refers to is replaced, not the link.
   explicit VXIOp_OutputFile(const std::string& path);
-  // Removes the temporary unless it was committed.
+  // Removes the temporary file unless it was committed.
   ~VXIOp_OutputFile();
   VXIOp_OutputFile(const VXIOp_OutputFile&) = delete;
   VXIOp_OutputFile& operator=(const VXIOp_OutputFile&) = delete;
@@ -22,9 +22,9 @@ class VXIOp_OutputFile {
   FILE* stream() { return stream_; }
   const std::string& temporary() const { return temporary_; }
 
-  // Throws when something that was written did not reach the disk.
+  // Flushes to disk. Throws if anything could not be written.
   void Finish();
-  // Gives the file its name. Finish comes first.
+  // Renames the temporary file to its final name. Call Finish before.
   void Commit(VXIO_Clobber clobber);
 
   [[noreturn]] void Throw(const std::string& what, int error_number) const;
@@ -32,11 +32,11 @@ class VXIOp_OutputFile {
  private:
   int Rename(VXIO_Clobber clobber);
 
-  std::string path_;    // as the caller named it, for messages
-  std::string target_;  // with links followed
+  std::string path_;    // as given by the caller, for messages
+  std::string target_;  // with symbolic links followed
   std::string temporary_;
   FILE* stream_ = nullptr;
-  int slot_ = -1;  // in the table that the signal handler reads
+  int slot_ = -1;  // index in the table of the signal handler
 };
 
 [[noreturn]] void VXIOp_ThrowOutput(const std::string& path, const std::string& why);

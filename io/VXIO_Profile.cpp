@@ -46,13 +46,13 @@ bool SaysLinear(const VXIO_Metadata& metadata) {
                      [&](const char* name) { return strcasecmp(space.c_str(), name) == 0; });
 }
 
-// An EXR may tell where its primaries and its white lie.
+// Returns true if an EXR declares primaries or a white point other than those of sRGB.
 bool HasOtherPrimaries(const OIIO::ImageSpec& spec) {
   static constexpr std::array<float, 8> kPrimaries = {0.64f, 0.33f, 0.30f,   0.60f,
                                                       0.15f, 0.06f, 0.3127f, 0.3290f};
-  const OIIO::ParamValue* told = spec.find_attribute("chromaticities");
-  if (!told || told->datasize() != static_cast<int>(sizeof kPrimaries)) return false;
-  const auto* values = static_cast<const float*>(told->data());
+  const OIIO::ParamValue* declared = spec.find_attribute("chromaticities");
+  if (!declared || declared->datasize() != static_cast<int>(sizeof kPrimaries)) return false;
+  const auto* values = static_cast<const float*>(declared->data());
   for (size_t i = 0; i < kPrimaries.size(); ++i) {
     if (!(std::fabs(values[i] - kPrimaries[i]) < 0.002f)) return true;
   }
@@ -86,8 +86,8 @@ void AppendUtf8(uint32_t point, std::string* text) {
   }
 }
 
-// A word of the file that is about what its values mean.
-bool TellsColors(const std::string& name) {
+// Returns true for attributes that describe the meaning of the colour values.
+bool DescribesColors(const std::string& name) {
   static constexpr std::array<std::string_view, 7> kNames = {
       "ICCProfile", "oiio:ColorSpace", "oiio:Gamma",      "Exif:ColorSpace",
       "Exif:Gamma", "chromaticities",  "dpx:Colorimetric"};
@@ -95,8 +95,8 @@ bool TellsColors(const std::string& name) {
          std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 
-// What the PNG library asks of a profile; with any other it ends the writing of the picture.
-bool PngTakes(std::string_view profile) {
+// Checks what libpng requires of a profile; it refuses to write a picture with any other.
+bool PngAccepts(std::string_view profile) {
   auto word = [&](size_t at) {
     uint32_t value = 0;
     for (size_t i = 0; i < 4; ++i) value = value << 8 | static_cast<unsigned char>(profile[at + i]);
@@ -148,33 +148,33 @@ VXIO_Metadata VXIO_WithProfile(const VXIO_Metadata& metadata, const COR_QCE_Prof
   CheckEngine(COR_QCE_GetProfileBytes(profile, &bytes));
   auto changed = metadata.Get() ? std::make_shared<VXIO_Metadata::Impl>(*metadata.Get())
                                 : std::make_shared<VXIO_Metadata::Impl>();
-  std::erase_if(changed->spec.extra_attribs,
-                [](const OIIO::ParamValue& entry) { return TellsColors(entry.name().string()); });
+  std::erase_if(changed->spec.extra_attribs, [](const OIIO::ParamValue& entry) {
+    return DescribesColors(entry.name().string());
+  });
   const OIIO::TypeDesc type(OIIO::TypeDesc::UINT8, static_cast<int>(bytes.size()));
   changed->spec.attribute("ICCProfile", type, bytes.data());
   changed->given_profile = profile;
   return VXIO_Metadata(std::move(changed));
 }
 
-bool VXIOp_TakesProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
-                        std::string* words) {
+bool VXIOp_StoresProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
+                         std::string* lost) {
   const OIIO::ParamValue& entry = *from.spec.find_attribute("ICCProfile");
   const std::string_view bytes(static_cast<const char*>(entry.data()),
                                static_cast<size_t>(entry.datasize()));
   if (format.profile && bytes.substr(0, 20).ends_with("RGB ")) {
-    if (std::string_view(format.name) != "png" || PngTakes(bytes)) return true;
-    *words = "png does not take the profile of the input, which is damaged or of a kind that is "
-             "not embedded; left out";
+    if (std::string_view(format.name) != "png" || PngAccepts(bytes)) return true;
+    *lost = "png does not take the profile of the input, which is damaged or of a kind that is "
+            "not embedded; left out";
   } else if (format.profile) {
-    *words = "the profile of the input is not one for RGB; left out";
+    *lost = "the profile of the input is not one for RGB; left out";
   } else if (!from.given_profile) {
-    *words = std::string(format.name) + " does not keep ICCProfile of the input";
+    *lost = std::string(format.name) + " does not keep ICCProfile of the input";
   } else {
     const char* counts_as = std::string_view(format.name) == "exr" ? kLinear : kNonlinear;
     if (VXIO_SameColors(from.given_profile, BuiltIn(counts_as))) return false;
-    *words = std::string(format.name) +
-             " holds no profile; without one the colours, which are in " +
-             VXIO_ProfileName(from.given_profile) + ", count as " + counts_as;
+    *lost = std::string(format.name) + " holds no profile; without one the colours, which are in " +
+            VXIO_ProfileName(from.given_profile) + ", count as " + counts_as;
   }
   return false;
 }
@@ -190,7 +190,7 @@ std::string VXIO_ProfileName(const COR_QCE_ProfilePtr& profile) {
       point = 0x10000 + ((point & 0x3FF) << 10 | (next & 0x3FF));
       ++i;
     } else if ((point & 0xF800) == 0xD800) {
-      point = 0xFFFD;  // half of a pair
+      point = 0xFFFD;  // unpaired surrogate
     }
     const bool control =
         point < 0x20 || (point >= 0x7F && point < 0xA0) || point == 0x2028 || point == 0x2029;

@@ -11,17 +11,17 @@
 
 namespace {
 
-// Samples are fetched a band of rows at a time, so that a reader's buffer stays small beside the
-// world and a file that lies about its size fails before its pixels are touched.
+// Samples are read in bands of rows. This limits the reader's buffer, and a file with a false size
+// fails before its whole world is touched.
 constexpr int64_t kBandBytes = 32 << 20;
 
 struct Band {
-  int32_t y_begin, y_end;  // rows of the file, from 0
+  int32_t y_begin, y_end;  // rows of the file, [y_begin, y_end)
   int first_channel, channels;
   const void* samples;
 };
 
-// Returns how many pixels have colour under alpha 0, which dividing by alpha cannot keep.
+// Returns the number of pixels with colour where alpha is 0. Division by alpha loses these colours.
 template <class Pixel>
 int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
                const VXIOp_Placement& place) {
@@ -67,7 +67,7 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
   const int first = std::min({at.red, at.green, at.blue, alpha});
   const int count = std::max({at.red, at.green, at.blue, alpha}) + 1 - first;
   const int64_t row_bytes = int64_t{spec.width} * count * static_cast<int64_t>(sizeof(Sample));
-  // Tiles are read whole, so a band begins and ends on their edges.
+  // Tiles can only be read whole, so bands begin and end at tile edges.
   const int64_t unit = spec.tile_width == 0 ? 1 : std::max(1, spec.tile_height);
   const int64_t rows = std::clamp<int64_t>(kBandBytes / row_bytes / unit * unit, unit, spec.height);
   std::vector<Sample> samples(
@@ -80,7 +80,7 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
               samples.data()};
     bool ok =
         FetchBand(open, band, OIIO::TypeDesc(OIIO::BaseTypeFromC<Sample>::value), samples.data());
-    // Some decoders fill a missing part with grey, call it a success and leave only a message.
+    // Some decoders fill missing parts with grey and report success; only the message shows it.
     std::string why = open->input->geterror();
     if (!ok || !why.empty()) {
       VXIOp_ThrowInput(open->path, "is truncated or damaged; make or fetch the file again (" +
@@ -91,7 +91,7 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
   return bare;
 }
 
-// Everything about the picture but its pixels.
+// Fills everything except the pixels.
 VXIO_Picture HeaderOf(VXIOp_Open* open) {
   VXIO_Picture picture;
   picture.alpha = open->alpha;
@@ -142,7 +142,7 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
       (alpha == VXIO_AlphaAs::Premultiplied ||
        (alpha == VXIO_AlphaAs::File && open.alpha == VXIO_AlphaKind::Premultiplied));
   if (alpha == VXIO_AlphaAs::Ignore) open.channels.alpha = -1;
-  // A float world takes 16-bit samples directly: going through white at 32768 would cost a bit.
+  // 16-bit samples are read directly into a float world: the scale 0..32768 would lose one bit.
   int32_t own = depth == 32 && open.depth == 16 ? 32 : open.depth;
   VXIO_Picture picture = HeaderOf(&open);
   picture.world = VXIOp_NewWorld(open.width(), open.height(), own);
@@ -154,7 +154,7 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   } catch (const std::bad_alloc&) {
     throw VX_Err{VX_ErrOutOfMemory};
   }
-  // Dividing is finer at the deeper of the two depths.
+  // Dividing by alpha is more precise at the larger depth.
   if (depth > own) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
   if (divides) {
     VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));

@@ -19,41 +19,41 @@ constexpr size_t kMostDigits = 15;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Where in a file name a number stands, and its least number of digits.
-struct Place {
+// Position of a frame number in a file name, and its minimum number of digits.
+struct Placeholder {
   size_t begin, end, digits;
 };
 
-// The form %d, %4d or %04d that begins at a percent sign.
-std::optional<Place> PercentPlace(const std::string& name, size_t begin) {
+// Parses a placeholder %d, %4d or %04d that begins at a percent sign.
+std::optional<Placeholder> ParsePercent(const std::string& name, size_t begin) {
   size_t end = begin + 1;
   while (end < name.size() && IsDigit(name[end])) ++end;
   if (end == name.size() || name[end] != 'd') return std::nullopt;
   std::string width = name.substr(begin + 1, end - begin - 1);
-  // Out of range counts as too many; a width without its zero pads with blanks, told by 0 digits.
+  // 0 digits marks a width without leading zero, which pads with blanks.
   size_t digits = width.empty()      ? 1
                   : width[0] != '0'  ? 0
                   : width.size() > 3 ? kMostDigits + 1
                                      : std::max<size_t>(1, std::stoul(width));
-  return Place{begin, end + 1, digits};
+  return Placeholder{begin, end + 1, digits};
 }
 
-std::vector<Place> PlacesIn(const std::string& name) {
-  std::vector<Place> places;
+std::vector<Placeholder> PlaceholdersIn(const std::string& name) {
+  std::vector<Placeholder> placeholders;
   for (size_t i = 0; i < name.size();) {
     size_t end = i;
     while (end < name.size() && name[end] == '#') ++end;
     if (end > i) {
-      places.push_back({i, end, end - i});
+      placeholders.push_back({i, end, end - i});
       i = end;
       continue;
     }
-    std::optional<Place> place;
-    if (name[i] == '%') place = PercentPlace(name, i);
-    if (place) places.push_back(*place);
-    i = place ? place->end : i + 1;
+    std::optional<Placeholder> placeholder;
+    if (name[i] == '%') placeholder = ParsePercent(name, i);
+    if (placeholder) placeholders.push_back(*placeholder);
+    i = placeholder ? placeholder->end : i + 1;
   }
-  return places;
+  return placeholders;
 }
 
 std::string Padded(int64_t frame, size_t digits) {
@@ -80,7 +80,7 @@ void ForEachName(const std::string& folder, Look look) {
   }
 }
 
-// The digits between two texts, or nothing.
+// Returns the digits between two texts; empty if the name does not have this form.
 std::string Between(const std::string& name, const std::string& before, const std::string& after) {
   if (name.size() <= before.size() + after.size()) return "";
   if (!name.starts_with(before) || !name.ends_with(after)) return "";
@@ -93,22 +93,23 @@ std::string Between(const std::string& name, const std::string& before, const st
 // --- patterns ------------------------------------------------------------------------------------
 
 bool VXIO_FramePattern::IsPattern(const std::string& name) {
-  return !PlacesIn(name.substr(name.rfind('/') + 1)).empty();
+  return !PlaceholdersIn(name.substr(name.rfind('/') + 1)).empty();
 }
 
 VXIO_FramePattern::VXIO_FramePattern(const std::string& name) {
   const size_t file = name.rfind('/') + 1;
   const std::string own = name.substr(file);
-  const std::vector<Place> places = PlacesIn(own);
+  const std::vector<Placeholder> placeholders = PlaceholdersIn(own);
   auto refuse = [&](const char* why) { throw std::invalid_argument(name + ": " + why); };
-  if (places.empty()) refuse("has no place for the frame number; write #### or %04d for it");
-  if (places.size() > 1) refuse("has more than one place for the frame number");
-  if (places[0].digits == 0) refuse("pads with blanks; write %04d for four digits");
-  if (places[0].digits > kMostDigits) refuse("has more than 15 digits for the frame number");
+  if (placeholders.empty())
+    refuse("has no placeholder for the frame number; write #### or %04d for it");
+  if (placeholders.size() > 1) refuse("has more than one placeholder for the frame number");
+  if (placeholders[0].digits == 0) refuse("pads with blanks; write %04d for four digits");
+  if (placeholders[0].digits > kMostDigits) refuse("has more than 15 digits for the frame number");
   folder_ = name.substr(0, file);
-  before_ = own.substr(0, places[0].begin);
-  after_ = own.substr(places[0].end);
-  digits_ = places[0].digits;
+  before_ = own.substr(0, placeholders[0].begin);
+  after_ = own.substr(placeholders[0].end);
+  digits_ = placeholders[0].digits;
 }
 
 std::string VXIO_FramePattern::Name(int64_t frame) const {
@@ -164,8 +165,8 @@ struct Range {
   int64_t first, last, step;
 };
 
-// Takes a number off the front of what is left.
-int64_t TakeNumber(const std::string& piece, size_t* at) {
+// Parses a number at *at and advances *at.
+int64_t ParseNumber(const std::string& piece, size_t* at) {
   size_t end = *at;
   while (end < piece.size() && IsDigit(piece[end])) ++end;
   if (end == *at && end < piece.size() && piece[end] == '-') {
@@ -181,12 +182,12 @@ int64_t TakeNumber(const std::string& piece, size_t* at) {
 
 Range ParsePiece(const std::string& piece) {
   size_t at = 0;
-  Range range{TakeNumber(piece, &at), 0, 1};
+  Range range{ParseNumber(piece, &at), 0, 1};
   range.last = range.first;
   if (at < piece.size() && piece[at] == '-') {
-    range.last = TakeNumber(piece, &++at);
+    range.last = ParseNumber(piece, &++at);
     if (at < piece.size() && (piece[at] == 'x' || piece[at] == ':')) {
-      range.step = TakeNumber(piece, &++at);
+      range.step = ParseNumber(piece, &++at);
       if (range.step == 0) RefuseFrames(piece, "the step must be 1 or more");
     }
   }
@@ -198,12 +199,12 @@ Range ParsePiece(const std::string& piece) {
 
 }  // namespace
 
-std::vector<int64_t> VXIO_ParseFrames(const std::string& words) {
+std::vector<int64_t> VXIO_ParseFrames(const std::string& text) {
   std::vector<int64_t> frames;
   std::unordered_set<int64_t> seen;
-  for (size_t begin = 0; begin <= words.size();) {
-    size_t end = std::min(words.find(',', begin), words.size());
-    const std::string piece = words.substr(begin, end - begin);
+  for (size_t begin = 0; begin <= text.size();) {
+    size_t end = std::min(text.find(',', begin), text.size());
+    const std::string piece = text.substr(begin, end - begin);
     const Range range = ParsePiece(piece);
     const int64_t count = std::abs(range.last - range.first) / range.step + 1;
     if (count > VXIO_MostFrames) {
@@ -223,18 +224,18 @@ std::vector<int64_t> VXIO_ParseFrames(const std::string& words) {
 }
 
 std::string VXIO_FrameWords(const std::vector<int64_t>& frames, size_t most) {
-  std::string words;
+  std::string text;
   size_t pieces = 0;
   for (size_t i = 0; i < frames.size();) {
     if (pieces++ == most) {
-      return words + " and " + std::to_string(frames.size() - i) + " more";
+      return text + " and " + std::to_string(frames.size() - i) + " more";
     }
     size_t last = i;
     while (last + 1 < frames.size() && frames[last + 1] == frames[last] + 1) ++last;
-    if (!words.empty()) words += ",";
-    words += std::to_string(frames[i]);
-    if (last > i) words += "-" + std::to_string(frames[last]);
+    if (!text.empty()) text += ",";
+    text += std::to_string(frames[i]);
+    if (last > i) text += "-" + std::to_string(frames[last]);
     i = last + 1;
   }
-  return words;
+  return text;
 }

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int32_t kBandRows = 64;
 
-// --- what the file will be -----------------------------------------------------------------------
+// --- the plan of a file --------------------------------------------------------------------------
 
 struct Plan {
   const VXIOp_Format* format;
@@ -48,8 +48,8 @@ int64_t CountNotOpaque(const VX_LayerDef& world) {
   return count;
 }
 
-// What describes the bytes of the old file rather than the picture does not travel.
-bool Travels(const std::string& name, const VXIOp_Format& to, bool same_format) {
+// Returns false for attributes that describe the encoding of the old file instead of the picture.
+bool IsPortable(const std::string& name, const VXIOp_Format& to, bool same_format) {
   static constexpr std::array<std::string_view, 10> kPrivate = {
       "oiio:", "png:", "jpeg:",       "tiff:",      "targa:",
       "bmp:",  "pnm:", "ICCProfile:", "thumbnail_", "openexr:lineOrder"};
@@ -70,13 +70,13 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
   OIIO::ImageSpec& spec = plan->spec;
   for (const OIIO::ParamValue& entry : from.spec.extra_attribs) {
     std::string name = entry.name().string();
-    if (!Travels(name, *plan->format, same_format)) continue;
-    std::string words;
-    if (name == "ICCProfile" && !VXIOp_TakesProfile(from, *plan->format, &words)) {
-      if (!words.empty()) plan->warnings.push_back(path + ": " + words);
+    if (!IsPortable(name, *plan->format, same_format)) continue;
+    std::string lost;
+    if (name == "ICCProfile" && !VXIOp_StoresProfile(from, *plan->format, &lost)) {
+      if (!lost.empty()) plan->warnings.push_back(path + ": " + lost);
       continue;
     }
-    // A square pixel is what every format takes for granted.
+    // Square pixels are the default of every format.
     if (name == "PixelAspectRatio" && entry.get_float() == 1.0f) continue;
     spec.attribute(name, entry.type(), entry.data());
   }
@@ -140,7 +140,7 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
     plan.spec.attribute("jpeg:subsampling", "4:4:4");
   }
   if (options.metadata.Get()) CarryMetadata(path, *options.metadata.Get(), &plan);
-  // Writers put in the time of day when there is none; the same picture must give the same bytes.
+  // Some writers store the current time if there is none; equal pictures must give equal bytes.
   if (!plan.spec.find_attribute("DateTime")) plan.spec.attribute("DateTime", "");
   if (plan.alpha && plan.format->alpha == VXIO_AlphaKind::Straight) {
     plan.spec.attribute("oiio:UnassociatedAlpha", 1);
@@ -150,8 +150,8 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
 
 // --- the stream ----------------------------------------------------------------------------------
 
-// The writer's way to the temporary file. To the writer every write succeeds, because some answer a
-// failed one by ending the process; the failure is kept and told afterwards.
+// Passes the writer's output to the temporary file. Every write reports success, because some
+// writers end the process after a failed one; the error is recorded and reported afterwards.
 class Stream final : public OIIO::Filesystem::IOProxy {
  public:
   explicit Stream(FILE* file) : IOProxy("", Write), file_(file) {}
@@ -167,8 +167,8 @@ class Stream final : public OIIO::Filesystem::IOProxy {
   }
   size_t pwrite(const void* buffer, size_t size, int64_t offset) override {
     std::lock_guard lock(mutex_);
-    if (failed_ || size == 0) return size;  // some hand over nothing, at no address
-    // Seeking empties the buffer of the file, so it is left out where writing just goes on.
+    if (failed_ || size == 0) return size;  // some writers pass a null buffer with size 0
+    // fseeko flushes the buffer, so it is called only if the position changes.
     if (offset != at_ && fseeko(file_, offset, SEEK_SET) != 0) failed_ = true;
     if (!failed_ && fwrite(buffer, 1, size, file_) != size) failed_ = true;
     if (failed_) error_number_ = errno;
@@ -178,13 +178,13 @@ class Stream final : public OIIO::Filesystem::IOProxy {
   }
   size_t size() const override { return static_cast<size_t>(size_); }
 
-  // 0 when everything was taken so far.
+  // Returns 0 if all writes succeeded.
   int error_number() const { return failed_ ? (error_number_ ? error_number_ : EIO) : 0; }
 
  private:
   FILE* file_;
   std::mutex mutex_;
-  int64_t at_ = -1;  // where the file stands, -1 when unknown
+  int64_t at_ = -1;  // position in the file, -1 if unknown
   int64_t size_ = 0;
   bool failed_ = false;
   int error_number_ = 0;
@@ -195,12 +195,12 @@ class Stream final : public OIIO::Filesystem::IOProxy {
 uint8_t SampleOfChannel(uint8_t channel, uint8_t) { return channel; }
 float SampleOfChannel(float channel, float) { return channel; }
 uint16_t SampleOfChannel(uint16_t channel, uint16_t) {
-  // Channels above white come only from hostile memory; the file must still be well formed.
+  // The caller's pixels may exceed white; the file must be valid nevertheless.
   uint32_t value = std::min<uint32_t>(channel, 32768);
   return static_cast<uint16_t>((value * 65535 + 16384) >> 15);
 }
 uint16_t SampleOfChannel(float channel, uint16_t) {
-  if (!(channel > 0.0f)) return 0;  // also a non-number
+  if (!(channel > 0.0f)) return 0;  // includes NaN
   return static_cast<uint16_t>(std::min<double>(channel, 1.0) * 65535.0 + 0.5);
 }
 
@@ -231,13 +231,13 @@ int64_t CountHiddenColour(const VX_LayerDef& band, int32_t rows) {
   return count;
 }
 
-// Hands the rows of a world, in the file's form, to the writer.
+// Converts the rows of a world to the file's format and passes them to the writer.
 class RowWriter {
  public:
   RowWriter(const VX_LayerDef& world, const Plan& plan, OIIO::ImageOutput* out)
       : world_(world), plan_(plan), out_(out) {
     multiplies_ = plan.alpha && plan.format->alpha == VXIO_AlphaKind::Premultiplied;
-    // Float goes to 16-bit samples directly, everything else through the world of that depth.
+    // Float worlds are converted to 16-bit samples directly, others by depth conversion.
     converts_ =
         plan.file_depth != plan.world_depth && !(plan.world_depth == 32 && plan.file_depth == 16);
     if (converts_ || multiplies_) {
@@ -247,7 +247,7 @@ class RowWriter {
                     plan.spec.scanline_bytes(/*native=*/true));
   }
 
-  // Rows [y, end) of the world; false when the writer failed.
+  // Writes rows [y, end) of the world. Returns false if the writer failed.
   bool Write(int32_t y, int32_t end) {
     const VX_LayerDef* from = &world_;
     int32_t first = y, last = end;
@@ -296,8 +296,8 @@ class RowWriter {
   int64_t hidden_ = 0;
 };
 
-// Reads the header of what was written: a message about anything that the format dropped, and proof
-// that the file is one.
+// Reads the header of the written file: warns about anything that the format dropped and checks
+// that the file is valid.
 void CheckWritten(const std::string& path, const VXIOp_OutputFile& file, Plan* plan) {
   auto input = OIIO::ImageInput::create(plan->format->oiio_name);
   OIIO::ImageSpec spec;
@@ -337,11 +337,11 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
   if (!out) {
     VXIOp_ThrowOutput(path, std::string("this OpenImageIO cannot write ") + plan.format->name);
   }
-  // TIFF has to read while it writes, which the streams of OpenImageIO cannot: it opens the
-  // temporary by name, and its library looks at every write itself.
+  // The TIFF writer also reads, which OpenImageIO's stream interface does not support. It opens the
+  // temporary file by name, and libtiff checks every write itself.
   Stream stream(file.stream());
   const bool by_name = std::string_view(plan.format->name) == "tiff";
-  // A name that the writer only puts into the file, as DPX does.
+  // The name is only stored in the file, as DPX does.
   const std::string name = by_name ? file.temporary() : path.substr(path.rfind('/') + 1);
   if (!by_name && !out->set_ioproxy(&stream)) {
     VXIOp_ThrowOutput(path, VXIOp_FirstLine(out->geterror()));
@@ -364,10 +364,10 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
     why = error.what();
   }
   out.reset();
-  // First what the system says about the disk: it is clearer than the writer's words.
+  // The system's error is reported first because it is clearer than the writer's message.
   if (stream.error_number()) file.Throw("cannot be written", stream.error_number());
   file.Finish();
-  // A message alone is no failure: for TIFF one is left whenever there is no camera data to write.
+  // A message alone is not a failure: the TIFF writer leaves one if there are no camera data.
   if (!ok)
     VXIOp_ThrowOutput(path, "cannot be written (" + VXIOp_FirstLine(why) +
                                 "); free some space or write elsewhere");

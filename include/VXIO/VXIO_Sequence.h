@@ -53,7 +53,7 @@ class VXIO_API VXIO_FramePattern {
 // "x" or ":". A range with its end below its start is descending. The order is kept; of repeated
 // numbers only the first counts. Throws std::invalid_argument, with one line of text, for anything
 // else and for more than VXIO_MostFrames frames.
-VXIO_API std::vector<int64_t> VXIO_ParseFrames(const std::string& words);
+VXIO_API std::vector<int64_t> VXIO_ParseFrames(const std::string& text);
 
 // Formats frame numbers, consecutive ones as ranges: "1-3,7". At most `most` ranges are listed,
 // then " and N more".

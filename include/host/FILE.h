@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// FILE: the host's map of file types.
+// FILE: the host's table of file types.
 #pragma once
 
 #include <cstdint>
@@ -10,10 +10,12 @@
 
 inline constexpr int32_t FILE_PKG_VERSION = 39;
 
-// As U_CheckVersions.
+// Like U_CheckVersions.
 VXHOST_API U_Err FILE_CheckVersions(uint32_t code, int32_t wanted);
 
-// Tells the host that files whose name ends in `extension` (with its dot, copied) are of the
-// four-character type `type`, first letter in the top byte. `minus_one` is -1. The latest entry of
-// an extension counts. Gives 3 for a null or empty extension, 4 when memory is short.
+// Assigns a type to a file extension. A later call for the same extension replaces the type.
+//   extension   with its dot; copied
+//   type        four characters, the first in the most significant byte
+//   minus_one   always -1
+// Returns bad argument (3) for a null or empty extension; out of memory (4).
 VXHOST_API U_Err FILE_AddExtensionMap(const char* extension, uint32_t type, int32_t minus_one);

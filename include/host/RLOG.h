@@ -8,6 +8,6 @@
 
 #include "host/VXHostApi.h"
 
-// Writes one line of the log: `level` 10 is a turning point of a package's life, lower is more
-// urgent. Null texts count as empty. The host may drop the line.
+// Writes a line to the log. Level 10 marks a stage in a package's life cycle; lower levels are more
+// urgent. Null texts are treated as empty. The host may ignore the line.
 VXHOST_API void RLOG_Log(int32_t level, const char* component, const char* event, const char* text);

@@ -8,7 +8,7 @@
 
 #include "host/U.h"
 
-// Stores the address of a table of random 32-bit words and their number, which is prime so that
-// walks of any step reach every word. The table must not be written and stays for the life of the
-// process. Its words are the same in every run. Gives 3 for a null pointer, 4 when memory is short.
+// Stores the address and size of a table of random 32-bit words. The size is prime, so that any
+// step visits every word. The table is read-only, static, and the same in every run. Returns bad
+// argument (3) for a null pointer; out of memory (4).
 VXHOST_API U_Err RND_GetPrimeSizedTable(uint32_t** table, int32_t* size);

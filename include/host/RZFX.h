@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-//
+// RZFX: the host's effects package; the library only checks its version.
 // RZFX: the host's package for effects, of which only the version is asked here.
 #pragma once
 
@@ -10,5 +10,5 @@
 
 inline constexpr int32_t RZFX_PKG_VERSION = 8;
 
-// As U_CheckVersions.
+// Like U_CheckVersions.
 VXHOST_API U_Err RZFX_CheckVersions(uint32_t code, int32_t wanted);

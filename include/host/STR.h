@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-//
+// STR: the host's string package; the library only checks its version.
 // STR: the host's string package, of which only the version is asked here.
 #pragma once
 
@@ -10,5 +10,5 @@
 
 inline constexpr int32_t STR_PKG_VERSION = 3;
 
-// As U_CheckVersions.
+// Like U_CheckVersions.
 VXHOST_API U_Err STR_CheckVersions(uint32_t code, int32_t wanted);

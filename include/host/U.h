@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// U: the host's utilities. Versions, processor record, reports, strings, memory.
+// U: the host's utilities: versions, processor, reports, strings, memory.
 #pragma once
 
 #include <cstddef>
@@ -14,16 +14,16 @@ typedef int32_t U_Err;
 
 // ---- Versions -----------------------------------------------------------------------------------
 
-// The header version that U_CheckVersions of a matching host accepts.
+// The version of this header, for U_CheckVersions.
 inline constexpr int32_t U_PKG_VERSION = 61;
 
-// Gives 0 when `wanted` is the version that this host was built with, else 7. `code` names the
-// asking package and is only for the host's own records.
+// Returns 0 if `wanted` is the version that the host was built with, else version mismatch (7).
+// `code` identifies the calling package, for information only.
 VXHOST_API U_Err U_CheckVersions(uint32_t code, int32_t wanted);
 
 // ---- Processor ----------------------------------------------------------------------------------
 
-// Positions in the processor record. A word is true when it is not zero.
+// Indices in the processor record. A word is true if it is not 0.
 inline constexpr int32_t U_CPU_HAS_MMX = 1;
 inline constexpr int32_t U_CPU_HAS_SSE = 2;
 inline constexpr int32_t U_CPU_HAS_SSE2 = 3;
@@ -31,50 +31,51 @@ inline constexpr int32_t U_CPU_HAS_SSE3 = 4;
 inline constexpr int32_t U_CPU_HAS_SSSE3 = 8;
 inline constexpr int32_t U_CPU_WORDS = 9;
 
-// The processor record: at least U_CPU_WORDS words. Never null, and filled before main. A host must
-// not change it while operations run.
+// The processor record, at least U_CPU_WORDS words. Never null; set before main. It must not change
+// while operations run.
 extern VXHOST_API uint32_t* U_G_CPU_DataP;
 
-// The number of threads on which the generic iterator may run its function, at least 1. Callers
-// size per-thread scratch by it, so it must not grow while an operation runs.
+// Returns the number of threads that the generic iterator may use, at least 1. Callers allocate
+// scratch per thread, so it must not increase while an operation runs.
 VXHOST_API int32_t U_GetNumThreads();
 
 // ---- Reports ------------------------------------------------------------------------------------
 //
-// Any thread may report, but for Up_ReportError and its storage.
+// All calls are thread-safe except Up_ReportError.
 
-// Working storage of the error text that Up_ReportError shows. One per process and unlocked: it is
-// for start and stop, which run on one thread.
+// The text that Up_ReportError shows, and its storage. Process-wide and not locked: used only at
+// birth and death, on one thread.
 extern VXHOST_API int32_t Up_G_err_buf[64];
 extern VXHOST_API char Up_G_buffer[1024];
 
-// A programmer's error: a check inside a package failed. `check` is the package word ORed with a
-// small number, `line` the source line, `zero` is 0. A null text counts as empty. The text is
-// copied before the call returns.
+// Reports a failed internal check, which is a programming error.
+//   check   identifier of the package ORed with a small number
+//   line    source line
+//   zero    always 0
+//   text    copied; null is treated as empty
 VXHOST_API void U_ReportFailedVerification(uint32_t check, int32_t line, int32_t zero,
                                            const char* text);
 
-// An error for the user's eyes. `severity` is 8 in this system. A null text counts as empty; the
-// text is copied. Gives 0.
+// Reports an error to the user. `severity` is always 8. The text is copied; null is treated as
+// empty. Returns 0.
 VXHOST_API U_Err Up_ReportErrString(uint32_t check, int32_t severity, const char* text);
 
-// As Up_ReportErrString, with the text that stands in Up_G_buffer and `kind` as its severity.
-// Gives 0.
+// Like Up_ReportErrString, with the text in Up_G_buffer and `kind` as severity.
 VXHOST_API U_Err Up_ReportError(uint32_t code, int32_t kind);
 
-// Turns a caught standard exception into a code, after reporting its text: 4 for std::bad_alloc and
-// what derives from it, 516 ("reported and handled") for all others.
+// Reports the text of a standard exception. Returns 4 (out of memory) for std::bad_alloc and
+// derived classes, else 516 (reported and handled).
 VXHOST_API U_Err U_TranslateAndReportException(const std::exception& exception);
 
 // ---- Strings ------------------------------------------------------------------------------------
 
-// One text of a string table. `text` is "$$$/key/of/the/text=words to show"; `zero` is 0.
+// An entry of a string table. `text` has the form "$$$/key/of/the/text=text". `zero` is 0.
 struct U_ZEntry {
   const char* text;
   uintptr_t zero[3];
 };
 
-// A package's string table. `self` is the address of the record itself.
+// The string table of a package. `self` is the address of the record.
 struct U_ZRef {
   const U_ZRef* self;
   const char* package;
@@ -82,28 +83,29 @@ struct U_ZRef {
   const U_ZEntry* entries;
 };
 
-// The words of entry `index` of the table `zref` (a const U_ZRef*), in the user's language. Null
-// when zref is null or the index is not in 0..count-1. The result lives as long as the table.
+// Returns the text of entry `index` of the table `zref` (a const U_ZRef*), in the user's language.
+// Null if zref is null or index is not in 0..count-1. Valid as long as the table.
 VXHOST_API const char* U_ZLookupLStrCache(const void* zref, int32_t index);
 
-// The words of a text of the form "$$$/key=words", in the user's language. A text that does not
-// begin with "$$$" or has no "=" is its own words. Null gives null. The result lives as long as
-// the argument, at least.
+// Returns the text after "=" of a string "$$$/key=text", in the user's language. Any other string
+// is returned unchanged; null returns null. Valid as long as the argument.
 VXHOST_API const char* U_ZLookup(const char* key);
 VXHOST_API const char* U_ZStringToMBString(const char* key);
 
-// Writes `form` to `buffer` with ^L1 to ^L9 replaced by values[0] to values[8] in decimal. A mark
-// whose number is above `count` stands as it is. `size` counts the closing zero. Gives 3 when the
-// result does not fit or a pointer is null; a buffer of at least one byte then holds "".
+// Copies `form` to `buffer`, with ^L1 to ^L9 replaced by values[0] to values[8] in decimal.
+//   size    of the buffer in bytes, including the terminating zero
+//   count   number of values; marks above it are copied unchanged
+// Returns bad argument (3) if the result does not fit or a pointer is null; the buffer then holds
+// "".
 VXHOST_API U_Err U_SubString(char* buffer, size_t size, const char* form, const int32_t* values,
                              int32_t count);
 
 // ---- Memory -------------------------------------------------------------------------------------
 //
-// Any thread may allocate, and free what another one allocated.
+// All calls are thread-safe; memory may be freed on another thread.
 
-// Allocation of objects through the host. `new` of a class derived from this one gives null, and
-// runs no constructor, when memory is short. Adds no field and no virtual table.
+// Base class that allocates through the host. `new` of a derived class returns null without calling
+// the constructor if out of memory. Has no fields and no virtual functions.
 class VXHOST_API U_MemTrackedObject {
  public:
   static void* operator new(size_t size) noexcept;
@@ -116,30 +118,32 @@ class VXHOST_API U_MemTrackedObject {
   ~U_MemTrackedObject() = default;
 };
 
-// A block of `size` bytes, 16-byte aligned, or null when memory is short. Size 0 gives a block. The
-// Clear form sets it to zero. `check` and `label` (may be null) tell the host what it is for;
-// `flags` is 0.
+// Allocates a block, 16-byte aligned. Returns null if out of memory. The Clear variant sets it to
+// 0.
+//   check, label   describe the purpose; label may be null
+//   size           in bytes; 0 is valid
+//   flags          always 0
 VXHOST_API void* U_AllocatePtr(uint32_t check, const char* label, size_t size, int32_t flags);
 VXHOST_API void* U_AllocatePtrClear(uint32_t check, const char* label, size_t size, int32_t flags);
 
-// Frees a block of U_AllocatePtr. Null is accepted.
+// Frees a block of U_AllocatePtr. Null is ignored.
 VXHOST_API void U_FreePtr(void* block);
 
-// A handle: a pointer to the pointer of a 16-byte aligned block. Null when memory is short. Size 0
-// gives a valid handle. The block does not move while something reads it.
+// Allocates a handle: a pointer to the pointer to a 16-byte aligned block. Returns null if out of
+// memory. Size 0 is valid. The block does not move during a read.
 VXHOST_API void** U_AllocateHandle(uint32_t check, const char* label, size_t size);
 VXHOST_API void** U_AllocateHandleClear(uint32_t check, const char* label, size_t size);
 
-// Frees a handle and its block. Null is accepted.
+// Frees a handle and its block. Null is ignored.
 VXHOST_API void U_FreeHandle(void** handle);
 
-// Tries to obtain something scarce: gives 0 when it worked.
+// Tries to allocate something. Returns 0 on success.
 typedef U_Err (*U_PurgeProc)(void* context);
 
-// Calls `callback`; when that fails, asks the host to free about `size` bytes and calls once more.
-// Gives 0 when a call gave 0, 4 when both failed, 3 when callback is null. What the callback
-// throws passes through.
+// Calls `callback`. If it fails, asks the host to free about `size` bytes and calls it once more.
+// Returns 0 on success, out of memory (4) if both calls failed, bad argument (3) if callback is
+// null. Exceptions of the callback propagate.
 VXHOST_API U_Err U_PurgeLoop(int64_t size, int32_t flags, U_PurgeProc callback, void* context);
 
-// Tells the host of memory taken (positive) or given back (negative) outside its own allocators.
+// Informs the host of memory that is allocated (positive) or freed (negative) by other means.
 VXHOST_API void U_AccountAllocation(int64_t bytes);

@@ -1,12 +1,11 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// The settings of the embedded host, libVXHost. An embedder who is content with its services calls
-// what he needs of this; one who brings his own host does not need this header.
+// Settings of the embedded host, libVXHost. Only for programs that use the embedded host.
 //
-// Unless a function says otherwise, settings are changed while no operation of the library runs;
-// services read them without a lock. Callbacks must not throw, and run on the thread that caused
-// them. Settings live until the process ends.
+// Unless stated otherwise, change settings only while no operation of the library runs: they are
+// read without a lock. Callbacks must not throw; they run on the thread that caused them. Settings
+// remain until the process ends.
 #pragma once
 
 #include <cstddef>
@@ -18,96 +17,96 @@
 
 // ---- Memory -------------------------------------------------------------------------------------
 
-// Where memory comes from. `allocate` gives null when there is none; sizes are at least 1.
-// `release` never sees null. Both are called on any thread, several at once.
+// An allocator. `allocate` returns null if out of memory; size is at least 1. `release` never
+// receives null. Both must be thread-safe.
 struct VXHost_Allocator {
   void* (*allocate)(size_t size, void* context);
   void (*release)(void* block, void* context);
   void* context;
 };
 
-// The source of frames (BM_AllocateFrameQuiet). Its blocks reach the caller as they are and must be
-// 8-byte aligned; the built-in source gives 16. Null restores the built-in source. Set it while no
-// frame is alive: a frame is released by the source of the day.
+// Sets the allocator of frames (BM_AllocateFrameQuiet). Its blocks must be 8-byte aligned; those of
+// the default allocator are 16-byte aligned. Null restores the default. Call it while no frame
+// exists: a frame is freed with the allocator that is set at that moment.
 VXHOST_API void VXHost_SetFrameAllocator(const VXHost_Allocator* allocator);
 
-// The source of everything else: blocks, handles, objects, bitmaps, lists. Its blocks must be
-// 16-byte aligned. Null restores the built-in source. Set it while nothing of these is alive.
+// Sets the allocator of everything else: blocks, handles, objects, bitmaps, lists. Its blocks must
+// be 16-byte aligned. Null restores the default. Call it while none of these exist.
 VXHOST_API void VXHost_SetAllocator(const VXHost_Allocator* allocator);
 
-// What is alive now, for leak checks and displays. Sizes are those that callers asked for.
+// The memory in use now, for leak checks and statistics. Sizes are as requested by callers.
 struct VXHost_Memory {
   int64_t frames;  // frames of BM_AllocateFrameQuiet
-  int64_t blocks;  // all other blocks, a handle or a bitmap counting as two
+  int64_t blocks;  // all other blocks; a handle or a bitmap counts as two
   int64_t block_bytes;
-  int64_t accounted;  // running sum of U_AccountAllocation
+  int64_t accounted;  // sum of the arguments of U_AccountAllocation
 };
 VXHOST_API VXHost_Memory VXHost_GetMemory();
 
-// What was begun and not yet ended.
+// Counts of begun and not yet ended pairs of calls.
 struct VXHost_Pairs {
-  int32_t byte_tables;   // M_PrepareFCMD without its M_UnprepareFCMD
-  int32_t trig_tables;   // M_PrepareFTrig without its M_UnprepareFTrig
-  int32_t window_modes;  // EMUL_Begin... without its EMUL_End...
+  int32_t byte_tables;   // M_PrepareFCMD minus M_UnprepareFCMD
+  int32_t trig_tables;   // M_PrepareFTrig minus M_UnprepareFTrig
+  int32_t window_modes;  // EMUL_Begin... minus EMUL_End...
 };
 VXHOST_API VXHost_Pairs VXHost_GetPairs();
 
-// Asked by U_PurgeLoop to free about `size` bytes. Null: nobody is asked.
+// Sets a function that U_PurgeLoop calls to free about `size` bytes. Null: none.
 typedef void (*VXHost_PurgeProc)(int64_t size, void* context);
 VXHOST_API void VXHost_SetPurgeFunction(VXHost_PurgeProc purge, void* context);
 
-// The bytes that caches may hold; 256 MiB at first, values below 0 count as 0. Any thread, any
-// time.
+// The maximum size of caches in bytes. Default 256 MiB; negative values mean 0. Thread-safe.
 VXHOST_API void VXHost_SetCacheBudget(int64_t bytes);
 VXHOST_API int64_t VXHost_GetCacheBudget();
 
 // ---- Processor and threads ----------------------------------------------------------------------
 
-// Replaces the processor record of U_G_CPU_DataP, or sets it back to what this machine has. Set it
-// before the library is born: routines are chosen then.
+// Overrides the processor record of U_G_CPU_DataP, or restores that of this machine. Call it before
+// VX_Birth, which selects routines by it.
 VXHOST_API void VXHost_SetProcessor(const uint32_t (&words)[U_CPU_WORDS]);
 VXHOST_API void VXHost_ResetProcessor();
 
-// The answer of U_GetNumThreads; 1 at first, values below 1 count as 1.
+// Sets the result of U_GetNumThreads. Default 1; values below 1 mean 1.
 VXHOST_API void VXHost_SetNumThreads(int32_t threads);
 
 // ---- Reports and log ----------------------------------------------------------------------------
 
 struct VXHost_Report {
-  uint32_t check;    // package word ORed with a small number; 0 for reports of the host itself
-  int32_t line;      // source line of a failed verification, else 0
-  int32_t severity;  // 0 for a failed verification, else as the reporter gave it (8 in most)
+  uint32_t check;    // as reported; 0 for reports of the host itself
+  int32_t line;      // source line of a failed check, else 0
+  int32_t severity;  // 0 for a failed check, else as reported (usually 8)
   std::string text;
 };
 
-// Receives every report. Null restores the default: each thread keeps its own newest 256.
+// Sets a function that receives every report. Null restores the default: the host keeps the latest
+// 256 reports of each thread.
 typedef void (*VXHost_ReportSink)(uint32_t check, int32_t line, int32_t severity, const char* text,
                                   void* context);
 VXHOST_API void VXHost_SetReportSink(VXHost_ReportSink sink, void* context);
 
-// Gives the reports that the calling thread has kept, oldest first, and forgets them.
+// Returns the reports kept for the calling thread, oldest first, and clears them.
 VXHOST_API std::vector<VXHost_Report> VXHost_TakeReports();
 
-// Receives every line of the log. Null, as at first: there is no log.
+// Sets a function that receives every log line. Null (default): no log.
 typedef void (*VXHost_LogSink)(int32_t level, const char* component, const char* event,
                                const char* text, void* context);
 VXHOST_API void VXHost_SetLogSink(VXHost_LogSink sink, void* context);
 
 // ---- Modules and suites -------------------------------------------------------------------------
 
-// Folders that the scan for modules visits, in this order. None at first.
+// Sets the folders that the scan for modules visits, in this order. Default: none.
 VXHOST_API void VXHost_SetModuleFolders(const std::vector<std::string>& folders);
 VXHOST_API std::vector<std::string> VXHost_GetModuleFolders();
 
-// Runs the scans that were asked for with PLUG_InstallScan, in the order of asking: in the module
-// folders, each regular file whose type (by FILE_AddExtensionMap) is the scan's last code goes to
-// the per-file callback, in the order of names; then the finishing callback. A folder that cannot
-// be read is reported and skipped. All files and all scans are visited whatever the callbacks give;
-// the result is the first code that was not 0. Call it once after the library is born.
+// Runs the scans requested by PLUG_InstallScan, in the order of the requests. Each regular file in
+// the module folders whose type (see FILE_AddExtensionMap) equals the scan's last code is passed to
+// its per-file callback, in the order of names; then the finish callback is called. Folders that
+// cannot be read are reported and skipped. Errors of callbacks do not stop the scan; the first one
+// is returned. Call it once after VX_Birth.
 VXHOST_API U_Err VXHost_RunPlugScan();
 
-// The table of a registered suite, null when there is none. `members`, which may be null, takes the
-// number of its functions.
+// Returns the table of a registered suite; null if there is none. `members` receives the number of
+// its functions; may be null.
 VXHOST_API const void* VXHost_FindSuite(const char* name, int32_t version, int32_t* members);
 
 struct VXHost_Suite {
@@ -117,5 +116,5 @@ struct VXHost_Suite {
   const void* table;
 };
 
-// All registered suites, by name and version.
+// Returns all registered suites, ordered by name and version.
 VXHOST_API std::vector<VXHost_Suite> VXHost_ListSuites();

@@ -84,7 +84,7 @@ class Frames(SequenceTest):
                 (USAGE, "o.png: the input .* is a sequence.*out.####.png", (), {"out": "o.png"}),
                 (USAGE, "o.#.png: is a sequence, but the input", (), {"source": "a.0001.png"}),
                 (USAGE, "without an input; name its --frames", (), {"source": "8x8"}),
-                (USAGE, "more than one place", (), {"source": "a#.#.png"}),
+                (USAGE, "more than one placeholder", (), {"source": "a#.#.png"}),
                 (USAGE, "--frames: belongs to", ("--frames", "1"), {"source": "a.0001.png", "out": "o.png"}),
                 (USAGE, "--frames '1-': must be", ("--frames", "2,1-"), {}),
                 (USAGE, "--missing 'holt'", ("--missing", "holt"), {}),

@@ -1,48 +1,58 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
-// VX, the pixel-processing library of a compositing and motion-graphics host. This header brings in
-// all of it and opens with what is common to all calls; each further header says only what differs.
+// VX, the pixel-processing library of a compositing and motion-graphics host. This header includes
+// all classic headers and describes what applies to all calls.
 //
-// Pictures. A world is a rectangle of pixels of four channels in the order alpha, red, green, blue,
-// with straight alpha: colour is not multiplied by alpha unless a name says so, and the colour of a
-// transparent pixel is kept by whatever does not touch it. Three depths: 8 bits (0..255), 16 bits
-// (0..32768, white is 32768) and 32-bit float (0..1 nominal, values outside are kept). Rows run
-// from top to bottom, `rowbytes` apart; nothing is assumed about their alignment. A world is passed
-// as a VX_LayerDef, which may describe any memory; VX_World is the object form that can own pixels.
+// Worlds. A world is a rectangle of pixels with four channels in the order alpha, red, green, blue.
+// Alpha is straight: colour is not multiplied by alpha unless a name says so. Transparent pixels
+// keep their colour unless a call writes it.
+//   depth    range      white
+//   8 bits   0..255     255
+//   16 bits  0..32768   32768
+//   float    any        1.0
+// Rows are stored from top to bottom, `rowbytes` bytes apart, and need not be aligned. A
+// VX_LayerDef describes a world in any memory. VX_World is an object that can own its pixels.
 //
 // Rectangles. M_Rect is {top, left, bottom, right} in 16 bits, M_LRect is {left, top, right,
-// bottom} in 32 bits; right and bottom are exclusive. A null rectangle means the whole world unless
-// a call says otherwise, and rectangles that overhang are clipped.
+// bottom} in 32 bits; right and bottom are exclusive. Unless stated otherwise, a null rectangle
+// means the whole world, and rectangles are clipped to the world.
 //
-// Start and stop. VX_CheckVersions, then VX_Birth once, then any operation, then VX_Death.
-// Operations do not check that this was done. The library asks a host for memory, bitmaps, reports
-// and the like: link VX::Host for the embedded one, or define the functions of include/host
-// yourself.
+// Birth and death. Call VX_CheckVersions, then VX_Birth once, then any operation, then VX_Death.
+// Operations do not check this. The library uses services of a host (memory, bitmaps, reports,
+// ...): link VX::Host for the embedded host, or define the functions of include/host.
 //
-// Errors. Calls return a VX_Err, 0 for success:
-//      3  bad argument or failed check          515  obsolete routine
-//      4  out of memory                         516  reported and handled
-//      5  unsupported conversion, unknown mode  517  stopped by the user
-//      7  version mismatch                      513  the world has no host bitmap
-//      1  the colour engine could not be bound
-// Arguments are checked before a destination is changed. What went wrong is told in words through
-// the host's reports (VXHost_TakeReports of the embedded host). The members of VX_World and the row
-// loops throw a VX_Err by value where they say so; nothing else lets an exception out.
+// Errors. Calls return a VX_Err: VX_Ok on success, else one of
+//   VX_ErrColorEngine    1  the colour engine could not be bound
+//   VX_ErrBadParameter   3  bad argument or failed internal check
+//   VX_ErrOutOfMemory    4
+//   VX_ErrUnsupported    5  unsupported conversion or unknown mode
+//   VX_ErrVersion        7  version mismatch
+//   VX_ErrNoBMWorld    513  the world has no host bitmap
+//   VX_ErrObsolete     515  obsolete routine
+//   VX_ErrReported     516  an error that was already shown to the user
+//   VX_ErrStopped      517  stopped by the user
+// Arguments are checked before the destination is written. Descriptions of errors are passed to the
+// host's reports (embedded host: VXHost_TakeReports). Members of VX_World and row loops throw a
+// VX_Err by value where documented; no other call throws.
 //
-// Progress. Calls that can last take a VX_ProgressInfo, which may be null. Its function gets the
-// step and the number of steps, and returns 0 to go on or 517 to stop; the call then returns 517
-// and what was drawn stays.
+// Progress. Calls that can take long have a VX_ProgressInfo argument, which may be null. Its
+// function receives the current step and the number of steps. It returns VX_Ok to continue, or
+// VX_ErrStopped: the call then returns VX_ErrStopped, and what was drawn remains.
 //
-// Threads. No call locks. Any number of threads may work on worlds of their own, or on one world in
-// parts that do not overlap; worlds that are only read may be shared. Each thread may make and
-// destroy worlds and chunks of its own. Start, stop and replacing a slot belong on one thread.
+// Threads. Calls do not lock. Any number of threads may work on different worlds, or on parts of
+// one world that do not overlap, or read a shared world. Worlds and chunks may be created and
+// destroyed on any thread. Birth, death and changes of the override table belong on one thread,
+// while no operation runs.
 //
-// Arithmetic. The same bits on every machine, at every processor level and optimisation. The
-// products of two channels: 8 bits, with t = a b, (((t + 128) >> 8) + t + 128) >> 8; 16 bits (a b +
-// 16383) >> 15. Between depths: 8 to 16 (c 32768 + 128) / 255; 16 to 8 (c 255 + 16384) >> 15; float
-// to integers clamped to 0..1, scaled, 0.5 added and truncated in double; luminance (9798 r + 19235
-// g + 3735 b + 16384) >> 15, in float 0.299, 0.587, 0.114.
+// Arithmetic. Results are bit-identical on every machine, processor level and optimisation level.
+//   product, 8 bits      (((t + 128) >> 8) + t + 128) >> 8 with t = a b
+//   product, 16 bits     (a b + 16383) >> 15
+//   8 to 16 bits         (c 32768 + 128) / 255
+//   16 to 8 bits         (c 255 + 16384) >> 15
+//   float to integer     clamped to 0..1, scaled, 0.5 added, truncated; in double
+//   luminance, integer   (9798 r + 19235 g + 3735 b + 16384) >> 15
+//   luminance, float     0.299 r + 0.587 g + 0.114 b
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_Blur.h"

@@ -2,16 +2,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What lies under a composite: one pixel, one row of one mode, and the pipeline of a row.
+// The parts of a composite: one pixel, one row of one mode, and the pipeline of a row.
 //
-// Pixels are straight. Rows are contiguous and may be unaligned to their vector width. Everything
-// here may run on any number of threads on rows that do not overlap.
+// Pixels have straight alpha. Rows are contiguous and need not be aligned. Thread-safe on rows that
+// do not overlap.
 
 #include "VX/VX_Transfer.h"
 
 // --- one pixel -----------------------------------------------------------------------------------
 
-// The destination is updated in place. Null tables blend in the stored encoding.
+// Blends `src` over `dst` in place. With null tables, encoded values are blended.
 template <class Pixel>
 using VX_Xfer1Func = void (*)(const Pixel* src, const VX_LinearBlendingTables* tables, Pixel* dst);
 template <class Pixel>
@@ -22,7 +22,7 @@ using VX_Xfer1Opacity2Func = void (*)(const Pixel* src, const VX_LinearBlendingT
                                       VX_ChannelOf<Pixel> opacity, VX_ChannelOf<Pixel> opacity2,
                                       Pixel* dst);
 
-inline constexpr int32_t VX_Xfer1Count = 37;  // the modes 0..36 index the tables
+inline constexpr int32_t VX_Xfer1Count = 37;  // index of the tables: modes 0..36
 
 extern VX_API const VX_Xfer1Func<VX_Pixel8> VXp_G_Xfer1_table8[VX_Xfer1Count];
 extern VX_API const VX_Xfer1Func<VX_Pixel16> VXp_G_Xfer1_table16[VX_Xfer1Count];
@@ -36,7 +36,7 @@ extern VX_API const VX_Xfer1Opacity2Func<VX_PixelFloat> VXp_G_Xfer1_Opacity2_tab
 
 // --- one row -------------------------------------------------------------------------------------
 
-// The form of VX_CompositeModePlus that rows read: opacity is in the pixel's channel type.
+// VX_CompositeModePlus in the form for rows: opacity has the channel type of the pixel.
 template <class Pixel>
 struct VX_BlendingMode {
   int32_t mode;
@@ -45,8 +45,9 @@ struct VX_BlendingMode {
   uint8_t keepDstAlpha;
 };
 
-// Blends `count` source pixels over the destination row. The mask row may be null where the variant
-// has no mask; only its alpha is read. 0 or an error; a linear variant without tables throws 3.
+// Blends a row of `count` source pixels over the destination row. Of the mask row only alpha is
+// read; it may be null in variants without mask. A linear variant throws VX_ErrBadParameter if
+// `tables` is null.
 template <class Pixel>
 using VX_ScanFunc = VX_Err (*)(int32_t count, const VX_BlendingMode<Pixel>* mode,
                                const VX_LinearBlendingTables* tables, const Pixel* src,
@@ -57,33 +58,34 @@ struct VX_InnerBlendingFunc {
   VX_ScanFunc<Pixel> scan;
 };
 
-// Mattes a row onto a neutral colour by each pixel's own alpha, or takes it off again. A null
-// source, or one equal to the destination, works in place. Alpha stays.
+// Composites a row onto a neutral colour by each pixel's alpha, or reverses this. A source that is
+// null or equal to the destination means in place. Alpha is unchanged.
 template <class Pixel>
 using VX_MatteStage = VX_Err (*)(int32_t count, const Pixel* src, Pixel* dst);
 
-// Destination alpha becomes its union with the weighted source alpha.
+// Sets destination alpha to its union with the weighted source alpha.
 template <class Pixel>
 using VX_AlphaUnionStage = VX_Err (*)(int32_t count, const Pixel* src, VX_ChannelOf<Pixel> opacity,
                                       const Pixel* mask, Pixel* dst);
 
-// Stores the row function of a mode. 0, or 5 after a report for an unknown mode; `out` is then not
-// written. Twelve instantiations: three pixel types, with and without mask, encoded and linear.
+// Stores the row function of a mode. Returns VX_ErrUnsupported with a report for an unknown mode;
+// `out` is then unchanged. Instantiated for three pixel types, with and without mask, encoded and
+// linear.
 template <class Pixel, bool hasMask, bool linear>
 VX_API VX_Err VX_GetInnerBlendingFunc(int32_t mode, VX_InnerBlendingFunc<Pixel>* out);
 
-// What a blend prepares once per call. Lives on the caller's stack.
+// The data that a blend prepares once per call.
 template <class Pixel>
 struct VX_API VX_BlendModeDescriptor {
   VX_BlendingMode<Pixel> blendingMode;
-  VX_ScanFunc<Pixel> behindScan;      // of VX_Xfer_Behind in the same variant
-  VX_MatteStage<Pixel> matteStage;    // before the scan, or null
-  VX_MatteStage<Pixel> unmatteStage;  // after the scan, or null
+  VX_ScanFunc<Pixel> behindScan;      // VX_Xfer_Behind in the same variant
+  VX_MatteStage<Pixel> matteStage;    // before the scan; may be null
+  VX_MatteStage<Pixel> unmatteStage;  // after the scan; may be null
   VX_ScanFunc<Pixel> scan;            // null for an unknown mode
   VX_AlphaUnionStage<Pixel> alphaUnionStage;
   uint8_t usesMatte;
   uint8_t usesBehindPass;
-  uint8_t savesDstAlpha;  // honours keepDstAlpha by saving the alpha row
+  uint8_t savesDstAlpha;  // implements keepDstAlpha by saving and restoring the alpha row
   uint8_t usesAlphaUnion;
   const VX_LinearBlendingTables* tables;
 
@@ -92,7 +94,7 @@ struct VX_API VX_BlendModeDescriptor {
 };
 
 // Runs the stages of one row: save alpha, matte or behind pass, scan, alpha union, unmatte, restore
-// alpha. `alpha_scratch` has one channel a pixel. 0 or the first error of a stage.
+// alpha. `alpha_scratch` has `count` channels. Returns the first error of a stage.
 template <class Pixel>
 VX_API VX_Err VX_BlendPipeline(VX_ProgressInfo* progress, int32_t count,
                                const VX_BlendModeDescriptor<Pixel>* descriptor, const Pixel* src,

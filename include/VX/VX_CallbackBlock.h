@@ -2,14 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The routines that acceleration modules and older callers fetch by number.
-//
-// What they get is read from the override table at the moment of asking, so a replacement made
-// before it is seen and one made after it is not. Call after VX_Birth.
+// The routines that acceleration modules and older callers request by number. They are read from
+// the override table at the time of the call. Call after VX_Birth.
 
 #include "VX/VX_OverrideTable.h"
 
-// See VX_GetCallbackAddr for who is who at which quality.
+// See VX_GetCallbackAddr.
 enum : int32_t {
   VX_Callback_Nearest = 0,
   VX_Callback_Bilinear = 1,
@@ -26,14 +24,14 @@ enum : int32_t {
 
 enum : int32_t { VX_Quality_Draft = 0, VX_Quality_High = 1 };
 
-// Bit 0 of the mode flags: pixels are straight. Clear: premultiplied.
+// Mode flags. Straight: pixels have straight alpha; else colours are multiplied by alpha.
 enum : int32_t { VX_ModeFlag_Straight = 1 };
 
 using VX_FillFunc = VX_Err (*)(void* ref, const VX_Pixel8* color, const M_Rect* area,
                                VX_LayerDef* world);
 using VX_PremulWorldFunc = VX_Err (*)(void* ref, int32_t forward, VX_LayerDef* world);
 
-// The order of the pointers is that of the numbers above.
+// Routines in the order of VX_Callback_...
 struct VX_CallbackBlock {
   VX_SampleFunc<VX_Pixel8> nearest;
   VX_SampleFunc<VX_Pixel8> bilinear;
@@ -49,22 +47,28 @@ struct VX_CallbackBlock {
 };
 static_assert(sizeof(VX_CallbackBlock) == 16 * sizeof(void*));
 
-// Fills the caller's block for high quality and straight alpha. 0, or 3 for a null block.
+// Fills the caller's block for high quality and straight alpha. Returns VX_ErrBadParameter for
+// null.
 VX_API VX_Err VX_GetCallbackBlock(VX_CallbackBlock* block);
 
-// Sets the routines of the block that depend on quality. 0, or 3 for a null block.
+// Replaces the routines of the block that depend on quality. Returns VX_ErrBadParameter for null.
 VX_API VX_Err VX_SetCallbackBlockQuality(VX_CallbackBlock* block, int32_t quality);
 
-// Stores the address of one routine.
+// Stores the address of a routine.
 //
-//   word        not read
-//   quality     VX_Quality_Draft, anything else is high
-//   mode_flags  bit 0: VX_ModeFlag_Straight
+//   word        ignored
+//   quality     VX_Quality_Draft; any other value means high
+//   mode_flags  VX_ModeFlag_... bits
 //   selector    VX_Callback_...
+//   out         receives the address
 //
-// The bilinear and the area sampler are the nearest one in draft, else the straight or
-// premultiplied one. Copy is the draft copy, else the straight or premultiplied one; composite has
-// all four. The others are the same at any quality. 0; 3 with *out untouched for a null `out` or,
-// after a report, a selector that does not exist.
+//   selector         draft                        high
+//   Bilinear, Area   the nearest sampler          the straight or premultiplied sampler
+//   Copy             the draft copy               the straight or premultiplied copy
+//   Composite        straight or premultiplied    straight or premultiplied
+//   others           the same routine at any quality
+//
+// Returns VX_ErrBadParameter, with *out unchanged, for a null `out` and, with a report, for an
+// unknown selector.
 VX_API VX_Err VX_GetCallbackAddr(void* word, int32_t quality, int32_t mode_flags, int32_t selector,
                                  void** out);

@@ -1,24 +1,24 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
-// Short forms over the general transfer, and the mix of two worlds. All of them go through slots of
-// the override table.
+// Shorter forms of VX_TransferRect, and the mix of two worlds. All use slots of the override table.
 //
-// Common to all: `progress` may be null. 0; 3 for null worlds or unequal depths; 5 for an unknown
-// mode; or what progress returned. Safe on several threads for destinations that do not overlap.
+// Common to all: `progress` may be null. Return VX_ErrBadParameter for null worlds or different
+// depths, VX_ErrUnsupported for an unknown mode, or the result of the progress function.
+// Thread-safe for destinations that do not overlap.
 
 #include "VX/VX_Transfer.h"
 
-// Composites a rectangle of one world over another; null is all of it.
+// Composites a rectangle of one world over another.
 //
-//   opacity  0..255, held in that range
-//   x, y     destination position of the rectangle's corner
-//   field    VX_Field_...
-//   mode     VX_Xfer_...
+//   src_rect  in the source; null is all of it
+//   opacity   0..255; clamped
+//   x, y      destination position of the top left corner of the rectangle
+//   field     VX_Field_...
+//   mode      VX_Xfer_...
 //
-// The premultiplied forms take sources whose colour is already multiplied by alpha: for
-// VX_Xfer_InFront they use VX_Xfer_PremulOver; other modes are as in the straight forms. Draft and
-// best draw alike.
+// The Premul forms expect a source with colours multiplied by alpha for VX_Xfer_InFront, which they
+// draw as VX_Xfer_PremulOver; other modes are as in the straight forms. Draft and Best are equal.
 VX_API VX_Err VX_CompositeRectDraft_Straight(VX_ProgressInfo* progress, const M_Rect* src_rect,
                                              int32_t opacity, const VX_LayerDef* src, int32_t x,
                                              int32_t y, int32_t field, int32_t mode,
@@ -35,10 +35,11 @@ VX_API VX_Err VX_CompositeRectBest_Premul(VX_ProgressInfo* progress, const M_Rec
                                           int32_t opacity, const VX_LayerDef* src, int32_t x,
                                           int32_t y, int32_t field, int32_t mode, VX_LayerDef* dst);
 
-// Mixes two worlds into a third, over the part that all three cover: ratio 0 gives a, 65536 gives
-// b, and values outside are held. The straight form weights colours by alpha, as VX_Xfer_MaskMix
-// does; the premultiplied one mixes every channel alike. The destination may be a or b. Progress is
-// polled once a row.
+// Mixes two worlds into a third, in the area that all three cover. The straight form weights
+// colours by alpha, like VX_Xfer_MaskMix; the Premul form mixes all channels equally.
+//   ratio   0 (a only) .. 65536 (b only); clamped
+//   dst     may be a or b
+// Progress is polled once per row.
 VX_API VX_Err VX_Blend_Straight(VX_ProgressInfo* progress, const VX_LayerDef* a,
                                 const VX_LayerDef* b, VX_Fixed ratio, VX_LayerDef* dst);
 VX_API VX_Err VX_Blend_Premul(VX_ProgressInfo* progress, const VX_LayerDef* a, const VX_LayerDef* b,

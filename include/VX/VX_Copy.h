@@ -2,30 +2,31 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Copying a rectangle of one world to a rectangle of another, scaling when their sizes differ.
+// Copies a rectangle of one world to a rectangle of another, scaled if their sizes differ.
 //
-// Rules common to all calls
+// Rules of all calls
 //
-//   Rectangles  Null is the whole world. Rectangles of equal size copy pixels as they are, clipped
-//               on both sides without shifting the picture. A rectangle that is empty, turned over
-//               (right before left, bottom above top) or wholly off its world copies nothing and
-//               gives 0. When scaling, a cut of the destination takes its share of the source
-//               (c * sw / dw pixels for c), the step stays that of the uncut rectangles, and a
-//               destination pixel whose source pixel lies outside the source world is left
-//               untouched.
-//   Draft       The source pixel at the whole part of left + i * sw / dw, in 16.16: no weights. Any
-//               two depths; all four channels convert as in VX.h.
-//   High        Samples at the middle of the destination pixel: bilinear, and the covered area when
-//               a side is reduced (VX_Sampling.h). What lies around the source rectangle is mixed
-//               in at its border, transparent black around the world. Equal depths only. Straight
-//               weights colour by alpha; premultiplied mixes the four channels plainly.
-//   Overlap     Rows move from top to bottom, with no care for overlap between rows.
-//   Errors      0; 3 after a report for a missing world, pixels, unknown depth, high quality
-//               between unequal depths, or scaling at high quality of a whole source of more than
-//               32,768 pixels on a side. Nothing is written before the arguments were checked.
-//   Threads     No locks, no state.
+//   ref         Ignored.
+//   Rectangles  Null is the whole world. A rectangle that is empty, inverted (right before left,
+//               bottom above top) or completely outside its world copies nothing and returns VX_Ok.
+//   Equal size  Pixels are copied unchanged. Both rectangles are clipped without shifting the
+//               picture.
+//   Scaling     Clipping c pixels of the destination clips c * sw / dw of the source; the step of
+//               the unclipped rectangles is kept. A destination pixel whose source pixel is outside
+//               the source world is not written.
+//   Draft       Takes the source pixel at the integer part of left + i * sw / dw, in 16.16. Any two
+//               depths; channels are converted as described in VX.h.
+//   High        Samples at the centre of the destination pixel: bilinear, or the covered area if a
+//               side is reduced (VX_Sampling.h). At the border of the source rectangle its
+//               surroundings are mixed in; outside the world they are transparent black. Equal
+//               depths only. Straight weights colours by alpha; Premul mixes all channels equally.
+//   Overlap     Rows are copied from top to bottom; overlapping rows are not handled.
+//   Errors      VX_ErrBadParameter with a report for a null world, null pixels, an unknown depth,
+//               high quality with different depths, or high-quality scaling of a source of more
+//               than 32,768 pixels on a side. The destination is then unchanged.
+//   Threads     Thread-safe on distinct destinations.
 //
-// `ref` is not read. Without `_Static` a call goes through the override table.
+// The forms without `_Static` use the override table.
 
 #include "VX/VX_Types.h"
 #include "VX/VX_World.h"
@@ -49,28 +50,29 @@ VX_API VX_Err VX_CopyBits_HQ_Premul_Static(void* ref, const VX_LayerDef* src, VX
 VX_API VX_Err VX_CopyBits3_LO_Straight(void* ref, const VX_LayerDef* src, VX_LayerDef* dst,
                                        const M_Rect* src_rect, const M_Rect* dst_rect);
 
-// Scales the whole source onto the whole destination of the same depth, at high quality, with the
-// border pixels held: an opaque picture stays opaque up to its edge, where the copies above mix in
-// what lies beyond it. `quality` as VX_Quality_...; draft is VX_CopyBits_Draft, between any depths.
-// Progress (may be null) is polled once a row, in draft once at the end. 0, 3, or what progress
-// returned.
+// Scales the whole source to the whole destination, at high quality with the border pixels
+// repeated: an opaque picture remains opaque at its edges, unlike with the copies above.
+//   progress   may be null; polled once per row, in draft once at the end
+//   quality    VX_Quality_High: both worlds have the same depth. VX_Quality_Draft: the same as
+//              VX_CopyBits_Draft, any depths
+// Returns VX_ErrBadParameter as above, or the result of the progress function.
 VX_API VX_Err VX_ResizeWorld(VX_ProgressInfo* progress, int32_t quality, const VX_LayerDef* src,
                              VX_LayerDef* dst);
 
 // --- host bitmaps --------------------------------------------------------------------------------
 //
-// Bitmaps of 32, 64 or 128 bits a pixel; another one is reported and gives 3.
+// Bitmaps have 32, 64 or 128 bits per pixel; others return VX_ErrBadParameter with a report.
 
 using VX_WorldCopyFunc = VX_Err (*)(void* ref, BM_World** src, BM_World** dst,
                                     const M_Rect* src_rect, const M_Rect* dst_rect);
 
-// The draft copy, then the channel order: where it differs between the two bitmaps, every pixel of
-// the destination has its four bytes turned round, over full rows. Bitmaps deeper than 8 bits a
-// channel count as ARGB; when the orders differ and the destination is deeper, the pixels are
-// copied, a report is made and 5 comes back.
+// Copies like VX_CopyBits_Draft. Then, if the channel orders of the bitmaps differ, reverses the
+// four bytes of every destination pixel, in full rows. Bitmaps with more than 8 bits per channel
+// are treated as ARGB. If the orders differ and the destination has more than 8 bits, the pixels
+// are copied and VX_ErrUnsupported is returned with a report.
 VX_API VX_Err VX_WorldCopy(void* ref, BM_World** src, BM_World** dst, const M_Rect* src_rect,
                            const M_Rect* dst_rect);
-// The copies alone. HQ without another word is straight.
+// Copies only, without the channel order. HQ without a suffix is straight.
 VX_API VX_Err VX_WorldCopy_Static(void* ref, BM_World** src, BM_World** dst, const M_Rect* src_rect,
                                   const M_Rect* dst_rect);
 VX_API VX_Err VX_WorldCopy_HQ(void* ref, BM_World** src, BM_World** dst, const M_Rect* src_rect,
@@ -84,17 +86,20 @@ VX_API VX_Err VX_WorldCopy_HQ_Straight_Static(void* ref, BM_World** src, BM_Worl
 VX_API VX_Err VX_WorldCopy_HQ_Premul(void* ref, BM_World** src, BM_World** dst,
                                      const M_Rect* src_rect, const M_Rect* dst_rect);
 
-// Describes a bitmap. The descriptor is cleared first; world_object stays null and bm_world is the
-// handle. 0, or 3.
+// Describes a bitmap as a world. All fields are cleared first; world_object is null, bm_world is
+// the handle. Returns VX_ErrBadParameter as above.
 VX_API VX_Err VX_EffectWorldFromBMWorld(BM_World** bitmap, VX_LayerDef* out);
 
-// --- a blit with a lookup ------------------------------------------------------------------------
-
-// Copies `rect` of a world of any depth into an 8-bit world, the rectangle's corner at `at`,
-// clipped on both sides. With `lookup`, each channel maps `low` to 0 and `high` to full scale
-// first: (c - low) / (high - low) on the scale 0..1 in single precision, clamped; where low equals
-// high, below it gives 0 and the rest full scale. `invert_alpha` turns alpha round last. Runs
-// through the generic iterator, row by row. 0, or 3 after a report.
+// --- copy with a lookup --------------------------------------------------------------------------
+// Copies a rectangle of a world of any depth into an 8-bit world, row by row through the generic
+// iterator.
+//   at             destination position of the top left corner of `rect`
+//   lookup         map `low` to 0 and `high` to full scale in each channel: (c - low) / (high -
+//                  low) on the scale 0..1 in single precision, clamped. If low equals high, values
+//                  below it become 0, others full scale.
+//   invert_alpha   invert alpha after the lookup
+//   rect           in the source; clipped on both sides
+// Returns VX_ErrBadParameter with a report.
 VX_API VX_Err VX_SpecialCasePixelBlit(const VX_World* src, const M_LPoint& at, bool lookup,
                                       bool invert_alpha, const VX_PixelFloat& low,
                                       const VX_PixelFloat& high, const M_Rect& rect,

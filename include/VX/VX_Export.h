@@ -2,6 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Marks what libVX exports. Everything else is hidden.
+// Exported from libVX; everything else is hidden.
 
 #define VX_API __attribute__((visibility("default")))

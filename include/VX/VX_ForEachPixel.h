@@ -2,39 +2,37 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A lambda over every pixel of a rectangle: the C++ form of VX_Iterate.h.
+// Calls a function for every pixel of a rectangle: the C++ form of VX_Iterate.h.
 //
 //   VX_ForEachPixel<VX_Pixel8>(src, dst, [&](int32_t x, int32_t y, const VX_Pixel8* in,
 //                                            VX_Pixel8* out) { out->red = in->red / 2; });
 //
-// There are four forms. With or without a source; and with the pixel type named, or with a generic
-// lambda, which then runs with the pixel type of the destination's depth and must compile for all
-// three:
+// There are four forms: with or without a source, and with the pixel type given or with a generic
+// lambda. A generic lambda is called with the pixel type of the destination's depth and must
+// compile for all three types:
 //
 //   VX_ForEachPixel<Pixel>(src, dst, f, options)    f(x, y, const Pixel* in, Pixel* out)
 //   VX_ForEachPixel<Pixel>(dst, f, options)         f(x, y, Pixel* out)
 //   VX_ForEachPixel(src, dst, f, options)           f(x, y, const auto* in, auto* out)
 //   VX_ForEachPixel(dst, f, options)                f(x, y, auto* out)
 //
-//   src       a world of the destination's depth, or null, which makes `in` null; it may be the
-//             destination itself
-//   dst       the world that is walked and may be written
-//   f         anything that can be called so; x and y are the column and row in the destination. It
-//             returns nothing, or a VX_Err: the first that is not 0 ends the walk and is returned.
-//             A lambda with several returns says so: [&](...) -> VX_Err { ... }
-//   options   may be left out; as a rule `{.area = &area}`
+//   src       a world of the destination's depth; may be the destination. Null: `in` is null
+//   dst       the world to visit and modify
+//   f         any callable; x and y are the column and row in the destination. It returns nothing,
+//             or a VX_Err: the first value other than VX_Ok ends the iteration and is returned. A
+//             lambda with several return statements needs [&](...) -> VX_Err { ... }
+//   options   optional, usually `{.area = &area}`
 //
-// Order, clipping, progress and the codes returned are those of VX_Iterate. A Pixel that is not
-// that of the destination's depth gives 3, after a report and before any call.
+// Order, clipping, progress and errors are those of VX_Iterate. If Pixel does not match the depth
+// of the destination, VX_ErrBadParameter is returned with a report and f is not called.
 //
-// Exceptions. What f throws ends the walk, and comes out of VX_ForEachPixel unchanged; what was
-// written stays. So does what the progress function throws.
+// Exceptions. An exception of f or of the progress function ends the iteration and propagates
+// unchanged; pixels written before remain.
 //
-// Alignment. `in` and `out` point into the worlds. In worlds that the library made they are
-// aligned; rows described by a caller may start at any byte, and pixels of 16 bits and float must
-// then be copied with std::memcpy instead of being dereferenced.
+// Alignment. `in` and `out` point into the worlds. Worlds of the library are aligned. If a caller's
+// rows are not, copy 16-bit and float pixels with std::memcpy instead of dereferencing.
 //
-// Threads. f is called on the calling thread. Several threads may walk worlds that do not overlap.
+// Threads. f is called on the calling thread. Thread-safe on worlds that do not overlap.
 
 #include <cstdint>
 #include <exception>
@@ -44,17 +42,17 @@
 #include "host/U.h"
 
 struct VX_ForEachPixelOptions {
-  const M_Rect* area = nullptr;  // of the destination; null is all of it
-  M_Point origin{};              // where the source's corner lies in the destination
-  bool visit_uncovered = false;  // also pixels beyond the source, with a zero pixel as `in`
+  const M_Rect* area = nullptr;  // in the destination; null is all of it
+  M_Point origin{};              // destination position of the source's top left corner
+  bool visit_uncovered = false;  // also visit pixels outside the source, `in` is then a zero pixel
   VX_ProgressInfo* progress = nullptr;
-  int32_t progress_base = 0;   // steps done before this walk
-  int32_t progress_final = 0;  // steps of the whole job; 0 polls nothing
+  int32_t progress_base = 0;   // steps done before this call
+  int32_t progress_final = 0;  // number of steps in total; 0: no polling
 };
 
-// --- what stands between a lambda and the C entry ------------------------------------------------
-
-// Is the refcon of pixel and progress function, and keeps an exception while the walk ends.
+// --- implementation ------------------------------------------------------------------------------
+// Adapts a callable to the C callbacks: passed as refcon, and stores an exception until they
+// return.
 template <class Pixel, class Function>
 class VXp_PixelWalk {
  public:
@@ -145,7 +143,7 @@ VX_Err VX_ForEachPixel(const VX_LayerDef* src, VX_LayerDef* dst, Function&& func
 template <class Function>
 VX_Err VX_ForEachPixel(const VX_LayerDef* src, VX_LayerDef* dst, Function&& function,
                        const VX_ForEachPixelOptions& options = {}) {
-  // VX_Iterate refuses what is neither of these.
+  // For other depths VX_Iterate returns the error.
   const int32_t depth = dst != nullptr ? VXp_WorldDepth(dst) : 8;
   if (depth == 16) return VXp_WalkPixels<VX_Pixel16>(src, dst, function, options);
   if (depth == 32) return VXp_WalkPixels<VX_PixelFloat>(src, dst, function, options);

@@ -22,6 +22,7 @@ using Samples = std::vector<uint16_t>;
 constexpr int32_t kTallestStandardDefinition = 576;
 
 // --- interpretation of samples -------------------------------------------------------------------
+
 // Weights of red and blue in luma; 0 for a matrix without weights.
 struct Weights {
   AVColorSpace matrix;

@@ -91,6 +91,7 @@ VX_API VX_Err VX_WorldCopy_HQ_Premul(void* ref, BM_World** src, BM_World** dst,
 VX_API VX_Err VX_EffectWorldFromBMWorld(BM_World** bitmap, VX_LayerDef* out);
 
 // --- copy with a lookup --------------------------------------------------------------------------
+
 // Copies a rectangle of a world of any depth into an 8-bit world, row by row through the generic
 // iterator.
 //   at             destination position of the top left corner of `rect`

@@ -51,6 +51,7 @@ struct VX_ForEachPixelOptions {
 };
 
 // --- implementation ------------------------------------------------------------------------------
+
 // Adapts a callable to the C callbacks: passed as refcon, and stores an exception until they
 // return.
 template <class Pixel, class Function>

@@ -2,28 +2,33 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Telling from the pixels how colour and alpha were combined.
+// Detection of how colour and alpha of a picture were combined.
 
 #include "VX/VX_Types.h"
 
 enum : int32_t {
   VX_Alpha_Straight = 1,
-  VX_Alpha_PremulBlack = 2,  // multiplied against black
-  VX_Alpha_PremulWhite = 3   // multiplied against white
+  VX_Alpha_PremulBlack = 2,  // composited onto black
+  VX_Alpha_PremulWhite = 3   // composited onto white
 };
 
 struct VX_AlphaGuess {
-  int32_t kind;          // VX_Alpha_..., or 0 when nothing decides
-  int64_t partial;       // pixels with 0 < alpha < full
-  int64_t beyond_black;  // of those, pixels with a colour above alpha: not multiplied against black
-  int64_t beyond_white;  // of those, pixels with a colour below full - alpha: not against white;
-                         // a code below (float: 2^-11) is still taken for rounding
+  int32_t kind;          // VX_Alpha_..., or 0 if undecided
+  int64_t partial;       // number of pixels with 0 < alpha < full
+  int64_t beyond_black;  // of these: a colour is above alpha, which excludes black
+  int64_t beyond_white;  // of these: a colour is below full - alpha by more than the tolerance
+                         // (1 code value, float 2^-11), which excludes white
 };
 
-// Looks at the pixels that are partly transparent. Where none contradicts black, and some
-// contradict white, the picture is multiplied against black, and the other way round; where some
-// contradict each, it is straight. When there are no such pixels, or none contradicts either,
-// nothing decides: "Unable to guess alpha channel." is reported, the kind is 0, and 3 comes back
-// with the counts. 0, or 3, also after a report for a null argument or a world without pixels.
-// Float colours above 1 contradict black like any colour above alpha. `ref` is not read.
+// Examines the partly transparent pixels.
+//
+//   black excluded   white excluded   kind
+//   no               yes              VX_Alpha_PremulBlack
+//   yes              no               VX_Alpha_PremulWhite
+//   yes              yes              VX_Alpha_Straight
+//   no               no               0; also if there are no such pixels
+//
+// For kind 0 "Unable to guess alpha channel." is reported and VX_ErrBadParameter is returned, with
+// the counts set. Also returns VX_ErrBadParameter, with a report, for a null argument or a world
+// without pixels. Float colours above 1 exclude black. `ref` is ignored.
 VX_API VX_Err VX_GuessAlpha(void* ref, const VX_LayerDef* world, VX_AlphaGuess* out);

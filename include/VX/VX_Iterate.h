@@ -2,34 +2,37 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A function of the caller's over every pixel of a rectangle, and its relatives.
+// Calls a function of the caller for every pixel of a rectangle.
 //
-// Rules common to the walks over worlds
+// Rules of all calls on worlds
 //
-//   Worlds    Source and destination have the same depth; a null source is legal except for
-//             VX_IterateLUT. They may be the same world.
-//   Area      Clipped to the destination, and to the source when there is one; null is the whole
-//             destination. Nothing left: 0, with no call of any kind.
+//   Worlds    Source and destination have the same depth and may be the same world. The source may
+//             be null, except in VX_IterateLUT.
+//   Area      In the destination; null is all of it. Clipped to the destination, and to the source
+//             if there is one. If it is empty, returns VX_Ok without any call.
 //   Order     Rows from top to bottom, pixels from left to right, on the calling thread.
-//   Progress  After each row, when progress_final is not 0 and there is a progress function, it
-//             gets progress_base + the rows done and progress_final. 517 ends the walk and is
-//             returned. Any other result than 0 is kept, and the last one is returned at the end.
-//   Errors    The first result of the pixel function that is not 0 ends the walk and is returned;
-//             what was written stays. 3 after a report for missing worlds, pixels or function, or
-//             unequal or unknown depths. What a progress or pixel function throws is turned into
-//             a code: a VX_Err is the code itself, a std::exception is reported and gives 4 or 516.
+//   Progress  If progress_final is not 0, the progress function is called after each row with
+//             progress_base + the rows done, and progress_final. VX_ErrStopped ends the iteration
+//             and is returned. Other errors do not end it; the last one is returned at the end.
+//   Errors    The first result of the pixel function other than VX_Ok ends the iteration and is
+//             returned; pixels written before remain. VX_ErrBadParameter with a report for null
+//             worlds, pixels or functions, and for different or unknown depths. Exceptions of the
+//             progress and pixel functions are converted: a VX_Err is returned, a std::exception is
+//             reported and returns VX_ErrOutOfMemory (std::bad_alloc) or VX_ErrReported.
 //
-// VX_ForEachPixel.h is the same for C++: it takes a lambda and lets exceptions through.
+// VX_ForEachPixel.h is the C++ form: it takes a lambda and propagates exceptions.
 
 #include <cstdint>
 
 #include "VX/VX_Types.h"
 
-// Called once a pixel with its column and row in the destination. `in` is null when there is no
-// source, and is not to be written through: it may point into the source world. The pixel type is
-// that of the depth. Both pointers are handed over raw: in a world of the library's own they are
-// aligned, but rows described by a caller may start at any byte, and then the function must copy
-// the pixel (std::memcpy) instead of dereferencing.
+// Called for each pixel.
+//   x, y   column and row in the destination
+//   in     the source pixel, read-only because it may point into the source world; null if there is
+//          no source
+//   out    the destination pixel
+// The pixel type is that of the depth. Pixels of the library's worlds are aligned. Rows of a
+// caller's memory may start at any byte; the function must then copy pixels with std::memcpy.
 using VX_PixelFunc = VX_Err (*)(void* refcon, int32_t x, int32_t y, void* in, void* out);
 
 using VX_IterateFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
@@ -40,9 +43,9 @@ VX_API VX_Err VX_Iterate(VX_ProgressInfo* progress, int32_t progress_base, int32
                          const VX_LayerDef* src, const M_Rect* area, void* refcon,
                          VX_PixelFunc function, VX_LayerDef* dst);
 
-// The source lies with its corner at `origin` in the destination: pixel (x, y) gets the source
-// pixel (x - h, y - v). A null origin is (0, 0). Destination pixels without a source pixel are not
-// visited here; in VX_IterateOriginAll they are visited with the zero pixel as input.
+// The source is placed with its top left corner at `origin` in the destination (null: (0, 0)): the
+// pixel (x, y) gets the source pixel (x - h, y - v). VX_IterateOrigin skips destination pixels
+// without a source pixel; VX_IterateOriginAll passes a zero pixel as their input.
 using VX_IterateOriginFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
                                         int32_t progress_final, const VX_LayerDef* src,
                                         const M_Rect* area, const M_Point* origin, void* refcon,
@@ -56,10 +59,10 @@ VX_API VX_Err VX_IterateOriginAll(VX_ProgressInfo* progress, int32_t progress_ba
                                   const M_Rect* area, const M_Point* origin, void* refcon,
                                   VX_PixelFunc function, VX_LayerDef* dst);
 
-// Passes each channel through a table of 256 bytes; a null table is the identity. A source is
-// needed, and both worlds must be 8-bit: 3 after a report for a null source or a world with bit 0
-// of world_flags set. Nothing else tells the depth here; a float world is not refused but taken
-// for 8-bit pixels, which is of no use. The tables must not lie in the destination.
+// Maps each channel through a table of 256 bytes; a null table is the identity. Both worlds must be
+// 8-bit. Returns VX_ErrBadParameter with a report for a null source or a world with bit 0 of
+// world_flags set. Float worlds are not detected: they are processed as 8-bit pixels, with
+// meaningless results. The tables must not be part of the destination.
 using VX_IterateLUTFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
                                      int32_t progress_final, const VX_LayerDef* src,
                                      const M_Rect* area, const uint8_t* alpha_table,
@@ -71,10 +74,12 @@ VX_API VX_Err VX_IterateLUT(VX_ProgressInfo* progress, int32_t progress_base,
                             const uint8_t* green_table, const uint8_t* blue_table,
                             VX_LayerDef* dst);
 
-// Calls function(refcon, 0, i, iterations) for i from 0; the first result that is not 0 ends it and
-// is returned. -1 iterations mean once; 0 and below mean never. 3 after a report for a null
-// function. The built-in routine is serial; a replacement of its slot may run several threads, and
-// then `thread` is 0..U_GetNumThreads() - 1 and the order is open.
+// Calls function(refcon, 0, i, iterations) for i = 0, 1, ... The first result other than VX_Ok ends
+// the iteration and is returned.
+//   iterations   -1 means one; other values below 1 mean none
+// Returns VX_ErrBadParameter with a report for a null function. The built-in routine is serial. A
+// replacement in the override table may use several threads; `thread` is then
+// 0..U_GetNumThreads() - 1 and the order is undefined.
 using VX_GenericFunc = VX_Err (*)(void* refcon, int32_t thread, int32_t i, int32_t iterations);
 using VX_IterateGenericFunc = VX_Err (*)(int32_t iterations, void* refcon, VX_GenericFunc function);
 VX_API VX_Err VX_IterateGeneric(int32_t iterations, void* refcon, VX_GenericFunc function);

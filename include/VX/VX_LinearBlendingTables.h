@@ -2,18 +2,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Tables for blending in linear light, for one colour profile.
-//
-// Immutable once built: any number of threads may share one. Lookups clamp their position, not the
-// pixel, to the ends of a table.
+// Tables for blending in linear light, for one colour profile. Immutable: any number of threads may
+// share one. Lookups clamp their index to the table, not the pixel.
 
 #include <cstddef>
 #include <cstdint>
 
 struct VX_LinearBlendingTables {
-  uint16_t linearize[256];     // stored 8-bit value to linear 0..32768
-  uint16_t delinearize[4097];  // linear value >> 3 to stored value 0..32768
-  float gamma;                 // exponent from stored to linear, for float pixels
+  uint16_t linearize[256];     // encoded 8-bit value to linear 0..32768
+  uint16_t delinearize[4097];  // linear value >> 3 to encoded value 0..32768
+  float gamma;                 // exponent from encoded to linear, for float pixels
   float invGamma;              // 1 / gamma
 };
 static_assert(sizeof(VX_LinearBlendingTables) == 8716);

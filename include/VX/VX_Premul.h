@@ -2,12 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Multiplying colour by alpha in place, and undoing it.
+// Multiplies colour by alpha in place (premultiplication), and the inverse. Alpha is unchanged.
 //
-// `forward` non-zero multiplies: c' = c * a, plus m * (1 - a) with a matte colour m. Zero undoes
-// it: c' = c / a, or m + (c - m) / a clamped; 0 where alpha is 0. Float is not clamped. Alpha
-// stays. A null area is the whole world. 0, or 3 for a world of unknown depth or without pixels, or
-// a null colour. The first argument is not read. Safe on several threads for different worlds.
+//   ref       ignored
+//   forward   not 0: c' = c * a. 0: c' = c / a
+//   color     matte colour m: c' = c * a + m * (1 - a), inverse c' = m + (c - m) / a clamped
+//   area      null is the whole world
+// The inverse gives 0 where alpha is 0. Float values are not clamped. Return VX_ErrBadParameter for
+// a world of unknown depth or without pixels, and for a null colour. Thread-safe on different
+// worlds.
 
 #include "VX/VX_Types.h"
 

@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Transfer modes, the records that carry them, and the general composite call.
+// Transfer modes, their parameters, and the general composite call.
 
 #include "VX/VX_LinearBlendingTables.h"
 #include "VX/VX_Types.h"
 
-// The numbers index all tables of this subject.
+// The numbers of the modes, used as index in all tables.
 enum : int32_t {
 #define VX_MODE(number, constant, name, piece, ...) constant = number,
 #include "VX/VX_TransferModes.def"
@@ -16,17 +16,17 @@ enum : int32_t {
 
 // --- records -------------------------------------------------------------------------------------
 
-// The older interface.
+// Parameters of a mode, older form.
 struct VX_CompositeMode {
   int32_t mode;
-  int32_t seed;          // of dissolve
+  int32_t seed;          // for dissolve
   uint8_t opacity;       // 0..255
-  uint8_t keepDstAlpha;  // non-zero: colours are written, the destination's alpha stays
+  uint8_t keepDstAlpha;  // not 0: destination alpha is unchanged, colours are written
   uint16_t opacity16;    // 0..32768
 };
 static_assert(sizeof(VX_CompositeMode) == 12);
 
-// The current interface. opacityF is what the transfer functions read.
+// Parameters of a mode, current form. The transfer functions read opacityF.
 struct VX_CompositeModePlus {
   int32_t mode;
   int32_t seed;
@@ -36,10 +36,10 @@ struct VX_CompositeModePlus {
   const VX_LinearBlendingTables* tables;
   float opacityF;  // 0..1
 
-  // Leaves every field as it is.
+  // Leaves all fields uninitialised.
   VX_CompositeModePlus() {}  // NOLINT(modernize-use-equals-default): = default would allow zeroing
 
-  // Touches neither opacity nor opacity16.
+  // Leaves opacity and opacity16 uninitialised.
   VX_CompositeModePlus(int32_t mode_number, float opacity_0_to_1,
                        const VX_LinearBlendingTables* linear_tables, bool keep_dst_alpha,
                        int32_t dissolve_seed)
@@ -49,40 +49,40 @@ struct VX_CompositeModePlus {
         tables(linear_tables),
         opacityF(opacity_0_to_1) {}
 
-  // Takes the finer opacity16 when it agrees with opacity to within 1/255, otherwise opacity, so
-  // that a caller who left opacity16 unset still gets its 8-bit opacity. `tables` is left unset.
+  // Uses opacity16 if it agrees with opacity to within 1/255, else opacity: a caller may have left
+  // opacity16 unset. `tables` remains uninitialised.
   VX_API explicit VX_CompositeModePlus(const VX_CompositeMode& older);
 };
 static_assert(sizeof(VX_CompositeModePlus) == 32);
 static_assert(offsetof(VX_CompositeModePlus, tables) == 16);
 static_assert(offsetof(VX_CompositeModePlus, opacityF) == 24);
 
-// Which quantity of a mask world is the weight of a pixel. Bit 0 is the inversion.
+// The quantity of a mask world that is the weight of a pixel. Bit 0 inverts it.
 enum : int32_t {
-  VX_MaskUse_Alpha = 0,         // mask alpha; 0 outside the mask world
-  VX_MaskUse_InverseAlpha = 1,  // full scale less that; full outside
+  VX_MaskUse_Alpha = 0,         // alpha; 0 outside the mask world
+  VX_MaskUse_InverseAlpha = 1,  // full scale - alpha; full scale outside
   VX_MaskUse_Luma = 2,          // luminance times alpha; 0 outside
-  VX_MaskUse_InverseLuma = 3    // full scale less that; full outside
+  VX_MaskUse_InverseLuma = 3    // full scale - that product; full scale outside
 };
 
 struct VX_MaskSpec {
   VX_LayerDef* world;
-  int16_t offsetV;  // position of the mask in the destination's frame
+  int16_t offsetV;  // position of the mask in the destination
   int16_t offsetH;
   int32_t what;  // VX_MaskUse_...
 };
 using VX_TransformMask = VX_MaskSpec;
 static_assert(sizeof(VX_MaskSpec) == 16);
 
-// Which rows of the destination are drawn; the parity is that of the destination row number.
+// The rows of the destination that are drawn, by destination row number.
 enum : int32_t { VX_Field_Both = 0, VX_Field_EvenRows = 1, VX_Field_OddRows = 2 };
 
-// Row buffers that a caller may bring to VX_TransferRectPlus.
+// Row buffers that a caller may pass to VX_TransferRectPlus.
 struct VX_BlendScratch {
-  void* alpha_row;  // one channel a pixel
+  void* alpha_row;  // one channel per pixel
   void* mask_row;   // whole pixels
   void* third_row;  // whole pixels
-  void* motion[7];  // blocks of the motion blur
+  void* motion[7];  // memory blocks for motion blur
 };
 
 // --- calls ---------------------------------------------------------------------------------------
@@ -91,44 +91,48 @@ struct VX_BlendScratch {
 // ask.
 VX_API int32_t VX_GetTransferFlags(int32_t mode);
 
-// Composites `rect` of the source (null: all of it) over the destination at (x, y).
+// Composites a rectangle of the source over the destination.
 //
-//   progress  may be null; polled once in 128 rows
-//   quality, flags  not read
+//   progress  may be null; polled once per 128 rows
+//   quality, flags  ignored
 //   field     VX_Field_...; any other value draws every row
+//   rect      in the source; null is all of it
 //   mode      mode, seed, opacityF (clamped to 0..1 at 8 and 16 bits) and keepDstAlpha
-//   tables    null blends in the stored encoding; the tables of `mode` are not read
-//   mask      null for none; its world has the depth of the source
+//   tables    for blending in linear light; null blends encoded values. mode->tables is ignored
+//   mask      null: none. Its world has the depth of the source
+//   x, y      destination position of the top left corner of the rectangle
 //
-// The rectangle is clipped to the source, the destination and, unless inverted, the mask; a
-// rectangle clipped to nothing gives 0. The two stencil modes clear alpha outside the rectangle,
-// nothing else touches pixels there. Dissolve draws from mode->seed + left, and the row numbers
-// move it on.
+// The rectangle is clipped to the source, the destination and, unless inverted, the mask. If it is
+// empty, VX_Ok is returned. Pixels outside the rectangle are changed only by the two stencil modes,
+// which clear their alpha. The noise of dissolve depends on mode->seed, the left edge and the row
+// number.
 //
-// 0; 3 for null worlds, unequal depths or a bad mask; 4 out of memory; 5 unknown mode, all with the
-// destination untouched; or what progress returned, with the rows done so far drawn.
-// Safe on several threads for destinations that do not overlap.
+// Returns, with the destination unchanged, VX_ErrBadParameter for null worlds, different depths or
+// an invalid mask, VX_ErrOutOfMemory, VX_ErrUnsupported for an unknown mode; or the result of the
+// progress function, with the rows done so far drawn.
+// Thread-safe for destinations that do not overlap.
 VX_API VX_Err VX_TransferRect(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
                               int32_t field, const M_Rect* rect, const VX_LayerDef* src,
                               const VX_CompositeModePlus* mode,
                               const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
                               int32_t x, int32_t y, VX_LayerDef* dst);
 
-// The routine behind VX_TransferRect, before any replacement.
+// The built-in routine of the slot that VX_TransferRect calls.
 VX_API VX_Err VX_TransferRect_S(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
                                 int32_t field, const M_Rect* rect, const VX_LayerDef* src,
                                 const VX_CompositeModePlus* mode,
                                 const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
                                 int32_t x, int32_t y, VX_LayerDef* dst);
 
-// Turns a row of a matte world into mask values, in the alpha channel of `out_row` only.
+// Converts a row of a matte world to mask values in the alpha channel of `out_row`; its other
+// channels are unchanged.
 //
-//   left       column of the output where the matte starts; may be negative
-//   available  pixels of the matte row
-//   what       VX_MaskUse_...; 0 and unknown values write nothing where the matte is
-//   deep       non-zero: the rows are VX_Pixel16, else VX_Pixel8
+//   left       column of the output where the matte begins; may be negative
+//   available  number of pixels of the matte row
+//   what       VX_MaskUse_...; 0 and unknown values write nothing inside the matte
+//   deep       not 0: the rows are VX_Pixel16, else VX_Pixel8
 //
-// Columns that the matte does not cover get full scale when bit 0 of `what` is set, else 0. Returns
-// 0.
+// Columns outside the matte are set to full scale if bit 0 of `what` is set, else to 0. Returns
+// VX_Ok.
 VX_API VX_Err VX_PrepTrackMatteUniv(int32_t count, const void* mask_row, int32_t left,
                                     int32_t available, int32_t what, uint8_t deep, void* out_row);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Pixels, the plain image descriptor and the small records that every call shares.
+// Pixels, the image descriptor, and records used by all calls.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,8 +13,7 @@
 
 class VX_World;
 
-// A result code. 0 is success; see VX.h for the list. C++ entries that throw throw exactly this
-// type by value.
+// A result code, see VX.h. Calls that throw an error throw this type by value.
 using VX_Err = int32_t;
 
 enum : VX_Err {
@@ -26,14 +25,14 @@ enum : VX_Err {
   VX_ErrVersion = 7,      // caller and library were built against different headers
   VX_ErrNoBMWorld = 513,  // the world is not backed by a host bitmap
   VX_ErrObsolete = 515,   // obsolete routine
-  VX_ErrReported = 516,   // a message has already been shown
+  VX_ErrReported = 516,   // an error that was already shown to the user
   VX_ErrStopped = 517,    // the user asked to stop
 };
 
 // --- pixels --------------------------------------------------------------------------------------
 //
-// Alpha comes first in memory. Colour is straight: not multiplied by alpha. The types are exported
-// so that the classes made from them are.
+// The order in memory is alpha, red, green, blue. Alpha is straight: colour is not multiplied by
+// it.
 
 struct VX_API VX_Pixel8 {  // 0..255
   uint8_t alpha, red, green, blue;
@@ -41,10 +40,10 @@ struct VX_API VX_Pixel8 {  // 0..255
 struct VX_API VX_Pixel16 {  // 0..32768; white is 32768, not 65535
   uint16_t alpha, red, green, blue;
 };
-struct VX_API VX_PixelFloat {  // 0..1 nominal; values outside are kept
+struct VX_API VX_PixelFloat {  // 0..1 nominal; values outside are preserved
   float alpha, red, green, blue;
 };
-struct VX_API VX_PixelDouble {  // an accumulator, never a world's pixel
+struct VX_API VX_PixelDouble {  // an accumulator; there are no worlds of it
   double alpha, red, green, blue;
 };
 
@@ -67,25 +66,25 @@ enum : VX_PixelFormat {
   VX_PixelFormat_Float = 0x32337A72,
 };
 
-// --- the plain image descriptor ------------------------------------------------------------------
+// --- the image descriptor ------------------------------------------------------------------------
 
-// What plug-ins hold and fill; also called VX_EffectWorld. The order of the fields is an interface.
-// A descriptor with a null world_object only describes memory: its depth is the code in the top
-// byte of world_flags (0, 1, 2 for 8, 16, 32 bits a channel).
+// The descriptor that plug-ins hold and fill; also called VX_EffectWorld. The order of the fields
+// is part of the interface. If world_object is null, the depth is the code in bits 24..31 of
+// world_flags: 0, 1, 2 for 8, 16, 32 bits per channel.
 struct VX_LayerDef {
   uint32_t reserved_0;
   uint32_t reserved_1;
   uint32_t world_flags;  // bit 0: 16-bit world; bits 24..31: depth code
   void* data;            // first pixel of the first row; null: no pixels
-  int32_t rowbytes;      // distance between rows in bytes; may exceed width * pixel size
+  int32_t rowbytes;      // bytes from row to row; may exceed width * pixel size
   int32_t width;         // pixels in a row
   int32_t height;        // rows
-  M_Rect extent_hint;    // the part known to hold pixels that are not transparent
+  M_Rect extent_hint;    // the part that may contain pixels with alpha above 0
   uint32_t reserved_9;
-  uint32_t effect_world_stamp;  // 0xAAAABBBB on worlds made for plug-ins
-  VX_World* world_object;       // the object behind this descriptor, or null
-  uint32_t aux_pair[2];         // carried, never interpreted
-  BM_World** bm_world;          // the host bitmap that owns the pixels, or null
+  uint32_t effect_world_stamp;  // 0xAAAABBBB for worlds made for plug-ins
+  VX_World* world_object;       // the object of this descriptor; may be null
+  uint32_t aux_pair[2];         // copied, not interpreted
+  BM_World** bm_world;          // the host bitmap that owns the pixels; may be null
   int32_t origin_x;             // position in a larger frame, see VX_World::New
   int32_t origin_y;
   uint32_t reserved_17;
@@ -105,10 +104,10 @@ static_assert(sizeof(M_Rect) == 8 && sizeof(M_LRect) == 16);
 
 // --- progress ------------------------------------------------------------------------------------
 
-// Returns 0 to go on or 517 to stop.
+// Returns VX_Ok to continue or VX_ErrStopped to stop.
 using VX_ProgressFunc = VX_Err (*)(void* refcon, int32_t step, int32_t final_step);
 
-// The caller's record; the library only reads the two named fields, whose places are fixed.
+// A record of the caller. The library reads only the two named fields; their offsets are fixed.
 struct VX_ProgressInfo {
   uint32_t host_words_0[4];
   VX_ProgressFunc progress_func;
@@ -121,22 +120,22 @@ static_assert(offsetof(VX_ProgressInfo, progress_refcon) == 96);
 
 // --- depth ---------------------------------------------------------------------------------------
 
-// 8, 16 or 32. A descriptor with an unknown depth code is reported ("Unknown pixel format") and
-// counts as 8-bit. A descriptor with an object answers what the object says.
+// Returns 8, 16 or 32. An unknown depth code is reported ("Unknown pixel format") and treated as
+// 8-bit. If there is a world object, returns its depth.
 VX_API int32_t VXp_WorldDepth(const VX_LayerDef* world);
 
-// Stores the depth; always 0.
+// Stores the depth. Returns VX_Ok.
 VX_API VX_Err VX_GetEffectWorldDepth(const VX_LayerDef* world, int32_t* depth);
 
-// Bits per pixel / 4: 8, 16 or 32 for the bitmaps that worlds can be made of.
+// Returns bits per pixel / 4: 8, 16 or 32 for valid bitmaps.
 VX_API int16_t VX_DepthOfBMWorld(BM_World** bitmap);
 
-// 0, or 3 for a null world or an unsupported depth.
+// Returns VX_ErrBadParameter for a null world or an unsupported depth.
 VX_API VX_Err VXp_GetPixelFormat(const VX_LayerDef* world, VX_PixelFormat* format);
 
-// 0, or 3 for a code that is none of the three.
+// Returns VX_ErrBadParameter for an unknown code.
 VX_API VX_Err VXp_PixelFormatToDepth(VX_PixelFormat format, int32_t* depth);
 
-// ORs the depth code into world_flags, and sets bit 0 for 16. The word is never masked first: the
-// top byte must be clear. 0, or 3 for another depth than 8, 16, 32.
+// Sets the depth code in world_flags by OR, and bit 0 for 16 bits. The depth bits must be 0 before.
+// Returns VX_ErrBadParameter unless depth is 8, 16 or 32.
 VX_API VX_Err VXp_SetWorldDepth(VX_LayerDef* world, int32_t depth);

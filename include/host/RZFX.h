@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
+//
 // RZFX: the host's effects package; the library only checks its version.
-// RZFX: the host's package for effects, of which only the version is asked here.
 #pragma once
 
 #include <cstdint>

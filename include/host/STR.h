@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
+//
 // STR: the host's string package; the library only checks its version.
-// STR: the host's string package, of which only the version is asked here.
 #pragma once
 
 #include <cstdint>

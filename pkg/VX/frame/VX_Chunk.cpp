@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Chunks: making, locking, disposing.
+// Creates, locks and disposes chunks.
 
 #include "VX/VX_Chunk.h"
 

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Depth of descriptors, and the pixel format codes of the suites.
+// Depth of descriptors, and pixel format codes.
 
 #include "VX/VX_World.h"
 #include "frame/VXp_Report.h"
@@ -10,7 +10,7 @@ namespace {
 
 constexpr char kUnknownFormat[] = "Unknown pixel format";
 
-// The code of a depth in the top byte of world_flags, or -1.
+// Returns the depth code for bits 24..31 of world_flags, or -1.
 constexpr int32_t CodeOfDepth(int32_t depth) {
   return depth == 8 ? 0 : depth == 16 ? 1 : depth == 32 ? 2 : -1;
 }

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Worlds that plug-ins ask for, and what they ask of a descriptor.
+// Services for plug-ins: worlds, and queries about a descriptor.
 
 #include "VX/VX_EffectWorld.h"
 
@@ -19,13 +19,14 @@ constexpr int32_t kInvalidParameter = 1;
 constexpr int32_t kForeignWorld = 2;
 constexpr int32_t kNoPlatformWorld = 19;
 
-// A host that has no words for an entry lets the operation go on: 0.
+// Reports an entry of the string table. If the host has no text for it, the operation continues:
+// returns VX_Ok.
 VX_Err Refuse(int32_t entry) {
   const char* text = U_ZLookupLStrCache(&VX_G_zref, entry);
   return text != nullptr ? VXp_ReportText(kCheck, text, VX_ErrReported) : VX_Ok;
 }
 
-// Nothing can go on without an argument, words or not.
+// A null argument always ends the call, also without a text.
 VX_Err RefuseNull() {
   Refuse(kInvalidParameter);
   return VX_ErrReported;
@@ -41,7 +42,7 @@ VX_Err GetPixelData(const VX_LayerDef* world, void* pixels, Pixel** out, const c
   return VX_Ok;
 }
 
-// The getter of 16 bits has always named the other one; who looks for the text knows it so.
+// The 16-bit getter also reports this name. The text is part of the interface.
 constexpr char kBadPixelData8[] = "bad parameter passed to VX_GetPixelData8";
 constexpr char kBadPixelDataFloat[] = "bad parameter passed to VX_GetPixelDataFloat";
 
@@ -60,7 +61,7 @@ VX_Err VX_NewEffectWorld(void*, int32_t width, int32_t height, int32_t depth, bo
     if (world == nullptr) return VX_ErrOutOfMemory;
     world->FillOutEffectWorld(out);
     out->effect_world_stamp = VX_EffectWorldStamp;
-    (void)world.release();  // the descriptor owns it now
+    (void)world.release();  // owned by the descriptor from here on
     return VX_Ok;
   });
 }
@@ -78,7 +79,7 @@ VX_Err VX_DisposeEffectWorld(void*, VX_LayerDef* world) {
     const VX_Err refused = Refuse(kForeignWorld);
     if (refused != VX_Ok) return refused;
   }
-  const bool is_its_own = world == world->world_object;  // and then gone with the object
+  const bool is_its_own = world == world->world_object;  // then `world` is deleted with the object
   delete world->world_object;
   if (!is_its_own) *world = {};
   return VX_Ok;

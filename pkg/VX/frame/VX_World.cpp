@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Making worlds and references, and the calls that serve all depths alike.
+// Creates worlds and references, and implements the members that do not depend on the pixel type.
 
 #include "VX/VX_World.h"
 
@@ -24,24 +24,24 @@ constexpr char kNoParent[] = "Bad parameter to VX_World::NewReference()";
 
 [[noreturn]] VX_World* ThrowBadDepth() { VXp_Throw(VX_ErrBadParameter); }
 
-// Callers look at the low 16 bits of a depth only.
+// Only the low 16 bits of a depth are defined.
 int16_t DepthOf(const VX_World& world) { return static_cast<int16_t>(world.Depth()); }
 
-// to - from; a distance beyond 32 bits stays beyond every legal size instead of wrapping into one.
+// Returns to - from, clamped to 32 bits: a large distance must not wrap to a valid size.
 int32_t Distance(int32_t from, int32_t to) {
   return static_cast<int32_t>(std::clamp<int64_t>(int64_t{to} - from,
                                                   std::numeric_limits<int32_t>::min(),
                                                   std::numeric_limits<int32_t>::max()));
 }
 
-// Null stays null: a world without pixels has no parts with pixels.
+// Returns the address of pixel (x, y); null if the world has no pixels.
 void* PixelsAt(void* base, int32_t rowbytes, int32_t x, int32_t y, int32_t pixel_size) {
   if (base == nullptr) return nullptr;
   return static_cast<char*>(base) + static_cast<ptrdiff_t>(y) * rowbytes +
          static_cast<ptrdiff_t>(x) * pixel_size;
 }
 
-// The hint's part within `rect`, seen from its corner.
+// Returns the part of the hint inside `rect`, relative to its top left corner.
 M_Rect HintWithin(const M_Rect& hint, const M_LRect& rect) {
   const int32_t left = std::max<int32_t>(hint.left, rect.left);
   const int32_t top = std::max<int32_t>(hint.top, rect.top);
@@ -61,7 +61,7 @@ bool Within(const VX_LayerDef& world, const M_LRect& rect) {
          rect.bottom <= world.height;
 }
 
-// Pixels, size and hint of a part, put into `to`, which may be the parent itself.
+// Sets pixels, size and hint of `to` to a part of the parent. `to` may be the parent.
 void SetPart(const VX_LayerDef& parent, const M_LRect& rect, int32_t pixel_size, VX_LayerDef* to) {
   to->extent_hint = HintWithin(parent.extent_hint, rect);
   to->data = PixelsAt(parent.data, parent.rowbytes, rect.left, rect.top, pixel_size);
@@ -79,7 +79,7 @@ VX_LayerDef PartOf(const VX_LayerDef& parent, const M_LRect& rect, int32_t pixel
   return part;
 }
 
-// A descriptor of raw memory of a legal depth.
+// Describes memory of a valid depth.
 VX_LayerDef Describe(void* data, int32_t width, int32_t height, int32_t depth, int32_t rowbytes) {
   VX_LayerDef memory{};
   memory.data = data;
@@ -91,7 +91,7 @@ VX_LayerDef Describe(void* data, int32_t width, int32_t height, int32_t depth, i
   return memory;
 }
 
-// `area` null: the whole bitmap.
+// Null `area` is the whole bitmap.
 VX_World* ReferenceBitmap(BM_World** bitmap, const M_Rect* area) {
   if (bitmap == nullptr || *bitmap == nullptr) ThrowFailure(kNoParent);
   const BM_World& record = **bitmap;

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The typed world: making, destroying, and the operations that need no arithmetic. Operations that
-// work on all pixels are defined in housekeeping.
+// The typed world: creation, destruction, and members without arithmetic. Members that compute
+// pixels are defined in housekeeping.
 
 #include <cstring>
 
@@ -116,7 +116,7 @@ void VX_WorldX<Pixel>::CopyRect(const VX_World* source, const M_Rect& rect, int1
 
 template <class Pixel>
 bool VX_WorldX<Pixel>::SubWorldSafetyGutterHasBeenOverWritten() const {
-  // Bitmaps have no gutter; neither have frames whose rows are one pixel.
+  // There is no gutter in bitmaps, and none if a row is one pixel wide.
   if (owned_pixels == nullptr || owned_bitmap_ != nullptr) return false;
   const ptrdiff_t gutter = alloc_rowbytes_ - static_cast<ptrdiff_t>(sizeof(Pixel));
   const char* byte = VXp_FrameStart(owned_pixels) +

@@ -2,31 +2,31 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Conversion of channels and pixels between depths. All four channels convert alike.
+// Conversion of channels and pixels between depths. All four channels are converted alike.
 //
-//   8 to 16      (c * 32768 + 128) / 255                      255 -> 32768, 128 -> 16448
-//   16 to 8      (c * 255 + 16384) >> 15                      beyond 32768: the low bits stay
-//   8 to float   one float product with the float next to 1/255; 255 -> exactly 1
-//   16 to float  c / 32768, exact
-//   float to 8, 16   clamped to 0..1, scaled, 0.5 added, truncated, in double; not a number -> 0
+//   8 to 16         (c * 32768 + 128) / 255             255 becomes 32768, 128 becomes 16448
+//   16 to 8         (c * 255 + 16384) >> 15             above 32768 the low 8 bits of the result
+//   8 to float      c * (float nearest to 1/255)        255 becomes exactly 1
+//   16 to float     c / 32768, exact
+//   float to 8, 16  clamped to 0..1, scaled, 0.5 added, truncated; NaN becomes 0
 //
-// Float to integer is computed in double because the float sum rounds differently: 0.7f is 178 of
-// 255 in double and 179 in float.
+// Float to integer is computed in double: in float the sum rounds differently (0.7f becomes 178 at
+// 8 bits in double, but 179 in float).
 
 #include <cstdint>
 #include <type_traits>
 
 #include "VX/VX_Types.h"
 
-// Bits a channel of the pixel type.
+// Bits per channel of a pixel type.
 template <class Pixel>
 inline constexpr int32_t kVXp_DepthOf = static_cast<int32_t>(sizeof(Pixel)) * 2;
 
-// 0x3B808081, the float next to 1/255.
+// 0x3B808081, the float nearest to 1/255.
 inline constexpr float kVXp_ByteToUnit = 0x1.010102p-8f;
 inline constexpr float kVXp_WordToUnit = 0x1p-15f;
 
-// 0..1 in double. Written so that not a number gives 0 and the compiler makes max and min of it.
+// Clamps to 0..1 in double. In this form NaN becomes 0 and the compiler uses max and min.
 constexpr double VXp_ClampUnit(float c) {
   const double value = c;
   const double positive = value > 0.0 ? value : 0.0;

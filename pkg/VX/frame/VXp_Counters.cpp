@@ -7,7 +7,7 @@
 
 namespace {
 
-// Nothing else is published through a count, so no order is asked for.
+// No other data depend on the counts, so relaxed order is sufficient.
 constexpr auto kOrder = std::memory_order_relaxed;
 
 constinit std::atomic<int32_t> live_worlds{0};

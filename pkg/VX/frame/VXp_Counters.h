@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Two process-wide counts: live worlds that own pixels, and live chunks. They are atomic, so worlds
-// and chunks may be made and disposed on any number of threads.
+// Numbers of existing worlds that own pixels, and of existing chunks. Process-wide and atomic.
 
 #include <cstdint>
 
@@ -13,5 +12,5 @@ void VXp_AddLiveWorlds(int32_t delta);
 int32_t VXp_LiveChunks();
 void VXp_AddLiveChunks(int32_t delta);
 
-// Both to 0. Birth calls it, on one thread.
+// Sets both to 0. Called by VX_Birth.
 void VXp_ResetCounters();

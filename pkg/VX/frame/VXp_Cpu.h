@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The host's processor record, read at each call: tests and embedders may change it between calls.
+// Reads the host's processor record at each call, because tests and embedders may change it.
 
 #include "host/U.h"
 

@@ -2,14 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The one switch on depth. Every bulk operation tells the depth of its world, wraps each descriptor
-// in a typed world on the stack and calls a template for the pixel type:
+// The dispatch on depth. Every bulk operation determines the depth of its world, wraps each
+// descriptor in a typed world on the stack, and calls a template for the pixel type:
 //
 //   return VXp_WithWorlds(world, "Unknown world bitdepth in VX_Fill",
 //                         [&](auto& typed) { return Fill(color, area, typed); }, world);
 //
-// Nothing is allocated, the pixels stay where they are, and the wrappers are destroyed on the way
-// out, also when an exception passes.
+// Nothing is allocated and no pixels are copied.
 
 #include <type_traits>
 #include <utility>
@@ -17,7 +16,8 @@
 #include "VX/VX_World.h"
 #include "frame/VXp_Report.h"
 
-// What operations without a text of their own report for an unknown depth, letter for letter.
+// Report of an unknown depth in operations without a text of their own. The text is part of the
+// interface.
 inline constexpr char kVXp_UnknownDepthText[] = "Unknown world bitdepth in##CONDITIONNAME";
 
 template <class PixelType>
@@ -25,8 +25,8 @@ struct VXp_PixelTag {
   using Pixel = PixelType;
 };
 
-// Calls `body` with the tag of the depth's pixel type, or `otherwise` for a depth that is none of
-// the three. Both return the same type.
+// Calls `body` with the tag of the pixel type, or `otherwise` for an unknown depth. Both must
+// return the same type.
 template <class Body, class Otherwise>
 auto VXp_SelectPixel(int32_t depth, Body&& body, Otherwise&& otherwise) {
   switch (depth) {
@@ -37,15 +37,15 @@ auto VXp_SelectPixel(int32_t depth, Body&& body, Otherwise&& otherwise) {
   }
 }
 
-// A failure text with the line it stands on.
+// The text of a failure and its source line.
 struct VXp_DepthText {
   VXp_DepthText(const char* text, int32_t line = __builtin_LINE()) : text(text), line(line) {}
   const char* text;
   int32_t line;
 };
 
-// The pixel type alone: `body` takes the tag and returns a code. An unknown depth reports the text
-// and gives 3.
+// Calls `body` with the tag of the pixel type; it returns a code. For an unknown depth, reports the
+// text and returns VX_ErrBadParameter.
 template <class Body>
 VX_Err VXp_WithPixel(int32_t depth, VXp_DepthText unknown, Body&& body) {
   return VXp_SelectPixel(depth, body, [&]() -> VX_Err {
@@ -53,14 +53,14 @@ VX_Err VXp_WithPixel(int32_t depth, VXp_DepthText unknown, Body&& body) {
   });
 }
 
-// A world for a descriptor; read-only for a descriptor that is.
+// The world type for a descriptor; const for a const descriptor.
 template <class Pixel, class Descriptor>
 using VXp_WorldFor =
     std::conditional_t<std::is_const_v<Descriptor>, const VX_WorldX<Pixel>, VX_WorldX<Pixel>>;
 
-// `body` takes the wrappers of `worlds` in order, as VX_WorldX<Pixel>& (const for const
-// descriptors), and returns a code. `depth` is that of all of them, for operations that have asked
-// already: asking twice would report an unknown depth code twice. No descriptor may be null.
+// Calls `body` with a VX_WorldX<Pixel>& for each of `worlds` (const for const descriptors); it
+// returns a code. `depth` is the depth of all of them, already determined by the caller, because
+// VXp_WorldDepth reports unknown depths at each call. No descriptor may be null.
 template <class Body, class... Descriptors>
 VX_Err VXp_WithWorldsOfDepth(int32_t depth, VXp_DepthText unknown, Body&& body,
                              Descriptors*... worlds) {
@@ -73,7 +73,7 @@ VX_Err VXp_WithWorldsOfDepth(int32_t depth, VXp_DepthText unknown, Body&& body,
   });
 }
 
-// The same where `decider` tells the depth; operations that demand equal depths test that before.
+// The same with the depth of `decider`. Operations that require equal depths check this before.
 template <class Body, class... Descriptors>
 VX_Err VXp_WithWorlds(const VX_LayerDef* decider, VXp_DepthText unknown, Body&& body,
                       Descriptors*... worlds) {

@@ -10,7 +10,7 @@
 
 namespace {
 
-// The host makes bitmaps without a window system while one of these lives.
+// While an object exists, the host may create bitmaps without a window system.
 class WindowlessMode {
  public:
   WindowlessMode() { EMUL_BeginGdiMinimalisticWindowCreationMode(); }

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The pixels of a world that owns them: sizes of the plain frame, and the host bitmap that may
-// stand in its place.
+// The memory of a world that owns its pixels: a frame, or a host bitmap.
 
 #include <cstdint>
 
@@ -11,16 +10,16 @@
 
 inline constexpr int32_t kVXp_MaxWorldSize = 30000;
 
-// What fills the gutter behind the last pixel.
+// Value of the gutter bytes after the last pixel.
 inline constexpr uint8_t kVXp_GutterByte = 0x55;
 
-// Distance between rows: whole blocks of 16 bytes.
+// Returns the bytes from row to row: a multiple of 16.
 constexpr int32_t VXp_FrameRowBytes(int32_t width, int32_t pixel_size) {
   return (width * pixel_size + 15) & ~15;
 }
 
-// Bytes of the frame: the pixels, the gutter, and 8 to shift the first pixel to a 16-byte address.
-// A re-referenced owner may hand in any pitch, so the sum is signed until the end.
+// Returns the size of a frame: the pixels, the gutter, and 8 bytes to align the first pixel to 16.
+// A world after ReReference may have any rowbytes, so the sum is signed.
 constexpr uint64_t VXp_FrameSize(int32_t width, int32_t height, int32_t rowbytes,
                                  int32_t pixel_size) {
   const int64_t last_row = int64_t{width} * pixel_size;
@@ -28,24 +27,23 @@ constexpr uint64_t VXp_FrameSize(int32_t width, int32_t height, int32_t rowbytes
                                8);
 }
 
-// The first pixel of an owned frame. Frames are 8-byte aligned at least.
+// Returns the first pixel of an owned frame. Frames are at least 8-byte aligned.
 inline char* VXp_FrameStart(void* frame) {
   const bool between = (reinterpret_cast<uintptr_t>(frame) & 8) != 0;
   return static_cast<char*>(frame) + (between ? 8 : 0);
 }
 
-// Reports a size that is out of range, with its numbers, and throws 516 (or the error of putting
-// the text together).
+// Throws VX_ErrReported after a report if the size is out of range; or the error of formatting it.
 void VXp_CheckWorldSize(int32_t width, int32_t height);
 
-// A frame for pixels; throws 4 after the host has told the user.
+// Allocates a frame. Throws VX_ErrOutOfMemory after a report by the host.
 void* VXp_NewFrame(int32_t width, int32_t height, int32_t rowbytes, int32_t pixel_size);
 
-// A cleared bitmap with its pixels locked; throws the host's code and leaves nothing behind.
+// Creates a cleared bitmap with locked pixels. On failure throws the host's error.
 BM_World** VXp_NewBitmap(int32_t width, int32_t height, int32_t pixel_size);
 
-// Undoes VXp_NewBitmap.
+// Unlocks and disposes a bitmap of VXp_NewBitmap.
 void VXp_DisposeBitmap(BM_World** bitmap);
 
-// The address of a bitmap's first pixel.
+// Returns the address of a bitmap's first pixel.
 void* VXp_BitmapPixels(BM_World** bitmap);

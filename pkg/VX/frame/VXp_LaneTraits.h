@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The arithmetic of VXp_PixelTraits for four pixels at once, a lane each, bit for bit the same.
-// Work is a vector, which the compiler puts into one SSE2 register, or into whatever the machine
-// has; a comparison gives lanes of all ones or zero, and `?:` chooses by lane.
+// The arithmetic of VXp_PixelTraits for four pixels at once, one per lane, with identical results.
+// Work is a vector type of the compiler. A comparison gives lanes of all ones or zero; `?:` selects
+// by lane.
 
 #include <cstdint>
 
@@ -53,13 +53,13 @@ inline VXp_IntLanes VXp_Truncated(VXp_FloatLanes v) {
   return __builtin_convertvector(v, VXp_IntLanes);
 }
 
-// One value in every lane. Adding it to zeros would do but for the sign of zero.
+// Sets all lanes to one value. (Adding the value to zero lanes would lose the sign of -0.)
 template <class Lanes, class Value>
 Lanes VXp_Splat(Value value) {
   return Lanes{value, value, value, value};
 }
 
-// A condition as bits, the first lane's lowest.
+// Returns a condition as bits, lane 0 in the lowest.
 inline unsigned VXp_LaneBits(VXp_IntLanes condition) {
 #ifdef __SSE2__
   return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(condition)));
@@ -68,7 +68,7 @@ inline unsigned VXp_LaneBits(VXp_IntLanes condition) {
 #endif
 }
 
-// a b as 32-bit lanes that wrap.
+// Returns a b in 32-bit lanes, modulo 2^32.
 inline VXp_IntLanes VXp_WrappedProduct(VXp_IntLanes a, VXp_IntLanes b) {
   return reinterpret_cast<VXp_IntLanes>(reinterpret_cast<VXp_WordLanes>(a) *
                                         reinterpret_cast<VXp_WordLanes>(b));
@@ -76,7 +76,8 @@ inline VXp_IntLanes VXp_WrappedProduct(VXp_IntLanes a, VXp_IntLanes b) {
 
 template <>
 struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes> {
-  // Lanes lie within 16 bits, the second factor is not negative: the upper halves add nothing.
+  // Lanes are within 16 bits and the second factor is not negative, so the products of the upper
+  // halves are 0.
   static Work Mul(Work a, Work b) {
 #ifdef __SSE2__
     const Work t = reinterpret_cast<Work>(
@@ -89,10 +90,10 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
   static Work SignedMul(Work a, Work b) { return Mul(a, b); }
   static Work Lerp(Work x, Work y, Work t) { return (x + Mul(y - x, t)) & 0xFF; }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // 255 n / a to the nearest, half up, at most 255, as the divide table has it; a of 0 gives 255.
-  // Other than at a half, the sum lies at least 1/510 from a whole number, so the 1/1024 only mends
-  // what the float products lost. One division serves all channels that are divided by the same
-  // alpha.
+  // 255 n / a rounded to nearest, half up, at most 255, like the divide table; 255 if a is 0. Exact
+  // sums that are not at a half differ from a whole number by at least 1/510, so adding 1/1024 only
+  // compensates for the rounding of the float products. Channels divided by the same alpha share
+  // one division.
   static Work Div(Work n, Work a) {
     const VXp_FloatLanes scale = 255.0f / VXp_AsFloat(a);
     const VXp_FloatLanes sum = VXp_AsFloat(n) * scale + (0.5f + 1.0f / 1024.0f);
@@ -106,7 +107,7 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
   }
   static Work Luma(Work r, Work g, Work b) {
 #ifdef __SSE2__
-    // 9798 r + 19235 g in one step: the two factors share a lane.
+    // 9798 r + 19235 g in one instruction: both factors are in one lane.
     const Work rg = r | (g << 16);
     const Work two = reinterpret_cast<Work>(
         _mm_madd_epi16(reinterpret_cast<__m128i>(rg), _mm_set1_epi32(9798 | (19235 << 16))));
@@ -123,7 +124,7 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
 
 template <>
 struct VXp_LaneTraits<VX_Pixel16> : VXp_LaneChannelTraits<VX_Pixel16, VXp_IntLanes> {
-  // The product of factors within 16 bits, from its two halves.
+  // Product of factors within 16 bits, combined from its two halves.
   static VXp_WordLanes Product(Work a, Work b) {
 #ifdef __SSE2__
     const auto x = reinterpret_cast<__m128i>(a), y = reinterpret_cast<__m128i>(b);
@@ -143,9 +144,9 @@ struct VXp_LaneTraits<VX_Pixel16> : VXp_LaneChannelTraits<VX_Pixel16, VXp_IntLan
     return (x + (VXp_WrappedProduct(y - x, t) >> 15)) & 0xFFFF;
   }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // 32768 n / a to the nearest, half up; n at or above a gives full scale. Other than at a half,
-  // the sum lies at least 2^-17 from a whole number, so the 2^-18 only mends what the products
-  // lost. One division serves all channels that are divided by the same alpha.
+  // 32768 n / a rounded to nearest, half up; full scale if n >= a. Exact sums that are not at a
+  // half differ from a whole number by at least 2^-17, so adding 2^-18 only compensates for the
+  // rounding of the products. Channels divided by the same alpha share one division.
   static Work Div(Work n, Work a) {
     using Doubles = double __attribute__((vector_size(32)));
     const Work v = Min(Max(n, Work{}), a);
@@ -154,7 +155,7 @@ struct VXp_LaneTraits<VX_Pixel16> : VXp_LaneChannelTraits<VX_Pixel16, VXp_IntLan
     return n >= a ? Full() : __builtin_convertvector(sum, Work);
   }
   static Work Fraction(Work a, Work b, Work c) {
-    // Products are below 2^34 and quotients exact in double.
+    // Products are below 2^34, so the quotients are exact enough in double to be truncated.
     using Doubles = double __attribute__((vector_size(32)));
     const Work divisor = c == 0 ? Work{} + 1 : c;
     const Doubles product =

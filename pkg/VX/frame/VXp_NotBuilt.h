@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What stands in a slot whose routine does not exist yet, so that no listed slot is null.
+// Placeholders for slots without a routine, so that no slot of the list is null.
 
 #include "VX/VX_OverrideTable.h"
 #include "frame/VXp_Report.h"
 
-// Name, signature and failure text of a slot. Numbers without a routine have none.
+// Signature and failure text of a slot. Numbers without a slot have none.
 template <int32_t number>
 struct VXp_SlotTraits;
 
@@ -27,11 +27,11 @@ struct VXp_NotBuilt;
 
 template <int32_t number, class... Arguments>
 struct VXp_NotBuilt<number, VX_Err (*)(Arguments...)> {
-  // Reports "<name> not built yet" and gives 3. Touches no argument.
+  // Reports "<name> not built yet" and returns VX_ErrBadParameter. Uses no argument.
   static VX_Err Call(Arguments...) {
     return VXp_FailVerification(VXp_SlotTraits<number>::kNotBuilt);
   }
 };
 
-// Puts these in every listed slot and zero in the others.
+// Sets every slot of the list to its placeholder, the others to null.
 void VXp_FillNotBuilt(VXp_OverrideTable& table);

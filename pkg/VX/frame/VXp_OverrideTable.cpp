@@ -13,7 +13,7 @@ constinit VXp_OverrideTable VXp_G_OverFuncs{};
 
 namespace {
 
-// What birth put in the table, to tell a replacement.
+// The table as filled by birth, to detect replacements.
 constinit VXp_OverrideTable built_in{};
 
 struct SlotText {
@@ -45,8 +45,7 @@ int32_t StateOf(int32_t slot) {
 
 }  // namespace
 
-// The members are function pointers of many types, so a slot is reached by number through its
-// bytes.
+// The members are function pointers of many types, so a slot is read by its offset.
 void* VXp_ReadSlot(const VXp_OverrideTable& table, int32_t slot) {
   void* routine;
   std::memcpy(&routine, reinterpret_cast<const char*>(&table) + OffsetOf(slot), sizeof(routine));

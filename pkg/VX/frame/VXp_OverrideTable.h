@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The storage of the override table: who may write it is birth, and VX_SetOverrideFunc.
+// The storage of the override table. It is written by birth and by VX_SetOverrideFunc.
 
 #include "VX/VX_OverrideTable.h"
 
-// All slots to null. Birth's first write.
+// Sets all slots to null. Birth calls it first.
 void VXp_ClearOverrideTable();
 
-// Remembers what the slots hold now as the built-in routines. Birth's last write.
+// Stores the present routines as the built-in ones. Birth calls it last.
 void VXp_RememberBuiltInRoutines();
 
-// The content of one slot of a table; `slot` is in range.
+// Returns the routine in a slot of a table. `slot` must be valid.
 void* VXp_ReadSlot(const VXp_OverrideTable& table, int32_t slot);

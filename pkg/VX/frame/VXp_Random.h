@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The generator of VX_Rand, where a loop can see into it. Dissolve draws its numbers from it.
+// The generator of VX_Rand, inline for loops. Dissolve uses it.
 
 #include <cstdint>
 
-// Steps the state and gives a value 0..32767. The two products are added, where the well-known form
-// subtracts them: patterns depend on it.
+// Advances the state and returns a value 0..32767. The second product is added, not subtracted as
+// in the well-known form; the noise patterns depend on this.
 inline uint32_t VXp_Random(uint32_t* state) {
   const uint32_t q = *state / 44488u;
   const uint32_t r = *state % 44488u;

@@ -2,15 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Rectangles: their two kinds, and the clipping of a copy between two worlds.
+// Conversion of rectangles, and clipping of a copy between two worlds.
 
 #include <algorithm>
 #include <cstdint>
 
 #include "VX/VX_Types.h"
 
-// The part that is copied: its corner in the source and in the destination, and its size, which is
-// 0 when nothing is left.
+// The area of a copy: its top left corner in source and destination, and its size, 0 if empty.
 struct VXp_CopyArea {
   int32_t source_x, source_y;
   int32_t dest_x, dest_y;
@@ -19,9 +18,8 @@ struct VXp_CopyArea {
   bool Empty() const { return width <= 0 || height <= 0; }
 };
 
-// `rect` of the source with its corner at (h, v) of the destination, clipped against both. The
-// distance between the two is that of the unclipped rectangle, so an overhanging copy does not
-// shift.
+// Clips a copy of `rect` of the source to (h, v) of the destination against both worlds. The offset
+// is that of the unclipped rectangle, so that clipping does not shift the picture.
 inline VXp_CopyArea VXp_ClipCopy(const VX_LayerDef& source, const M_LRect& rect,
                                  const VX_LayerDef& dest, int32_t h, int32_t v) {
   const int64_t dx = int64_t{h} - rect.left;
@@ -38,7 +36,7 @@ inline VXp_CopyArea VXp_ClipCopy(const VX_LayerDef& source, const M_LRect& rect,
           static_cast<int32_t>(right - left), static_cast<int32_t>(bottom - top)};
 }
 
-// The same area in the other order and width.
+// Converts a rectangle.
 inline M_LRect VXp_LRectOf(const M_Rect& rect) {
   M_LRect wide;
   wide.left = rect.left;
@@ -48,7 +46,7 @@ inline M_LRect VXp_LRectOf(const M_Rect& rect) {
   return wide;
 }
 
-// The rectangle of a whole world, narrowed to the 16 bits of its coordinates.
+// Returns the rectangle of a whole world; sizes are truncated to 16 bits.
 inline M_Rect VXp_WholeRect(int32_t width, int32_t height) {
   M_Rect whole{};
   whole.bottom = static_cast<int16_t>(height);

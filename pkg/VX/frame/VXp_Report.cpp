@@ -11,7 +11,7 @@
 
 namespace {
 
-// Trivial, so that a thread may report at any moment of its life.
+// Trivially constructed, so that reports work at any time in the life of a thread.
 constinit thread_local char last_report[512] = "";
 
 }  // namespace

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Reports, thrown codes and the guard at the boundary.
+// Reports, thrown codes, and the conversion of exceptions at the interface.
 //
-// Programmer errors are reported and give 3; they are not thrown. Threads: the host's report
-// functions decide; each thread keeps the text of its newest report, see VX_LastReport.
+// Programming errors are reported and return VX_ErrBadParameter; they are not thrown. Threads: as
+// the host's report functions; each thread keeps the text of its latest report, see VX_LastReport.
 
 #include <cstdint>
 #include <type_traits>
@@ -13,44 +13,44 @@
 
 #include "VX/VX_Types.h"
 
-// Every check number carries the package word; this one is for checks without a number of their
-// own.
+// All check numbers contain the package word. kVXp_NoCheckNumber is for checks without a number.
 inline constexpr uint32_t kVXp_PackageWord = 0x250000;
 inline constexpr uint32_t kVXp_NoCheckNumber = 0x3E7;
 
-// Reports a failed verification and gives 3. The number may come with or without the package word.
+// Reports a failed check and returns VX_ErrBadParameter. The package word in `number` is optional.
 VX_Err VXp_FailVerification(uint32_t number, int32_t line, const char* text);
 
-// The same for a check without a number. The line is the caller's.
+// The same without a number. `line` is that of the caller.
 VX_Err VXp_FailVerification(const char* text, int32_t line = __builtin_LINE());
 
-// Shows the user a text, or an entry of the string table, and gives `code`. The number may come
-// with or without the package word.
+// Reports a text, or an entry of the string table, to the user and returns `code`. The package word
+// in `number` is optional.
 VX_Err VXp_ReportText(uint32_t number, const char* text, VX_Err code);
 VX_Err VXp_ReportEntry(uint32_t number, int32_t entry, VX_Err code);
 
-// The common report of a bad argument, entry 4 of the string table. Gives 3. The number tells the
-// caller: planes out 4 and in 5, fills 13, world iterators 14, draft copy 48, generic iterator 70.
+// Reports a bad argument (entry 4 of the string table) and returns VX_ErrBadParameter. Numbers of
+// the callers: extract planes 4, insert planes 5, fills 13, iterators 14, draft copy 48, generic
+// iterator 70.
 VX_Err VXp_BadParameter(uint32_t number);
 
-// Stores the text that VX_LastReport returns. Null counts as empty. The functions above call it;
-// code that reports to the host directly calls it too.
+// Stores the text that VX_LastReport returns; null is treated as empty. The functions above call
+// it; code that reports to the host directly must call it too.
 void VXp_KeepReport(const char* text);
 
-// Throws the code as exactly int32_t by value.
+// Throws the code as int32_t by value.
 [[noreturn]] void VXp_Throw(VX_Err code);
 
-// Throws a code that is not 0.
+// Throws the code unless it is VX_Ok.
 inline void VXp_ThrowIf(VX_Err code) {
   if (code != VX_Ok) VXp_Throw(code);
 }
 
-// Inside a handler: the code of the exception in flight. A thrown int32_t is the code itself; a
-// std::exception goes to the host, which reports it and tells the code; anything else, which no
-// code of ours throws, is reported as a failed verification and gives 3.
+// In a catch block: converts the current exception to a code. An int32_t is the code; a
+// std::exception is reported by the host, which returns the code; any other exception is reported
+// as a failed check and gives VX_ErrBadParameter.
 VX_Err VXp_CodeOfCurrentException() noexcept;
 
-// Runs `body` and lets no exception out. The body returns a code or nothing.
+// Calls `body` and converts exceptions to codes. The body returns a code or nothing.
 template <class Body>
 VX_Err VXp_Guarded(Body&& body) noexcept {
   try {

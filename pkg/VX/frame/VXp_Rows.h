@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Addresses of rows, and loads and stores that allow any alignment.
+// Addresses of pixels, and unaligned loads and stores.
 //
-// A caller's rowbytes is arbitrary, so rows of deep pixels may start at any byte; loads and stores
-// go through memcpy, which compiles to one plain move.
+// A caller's rowbytes is arbitrary, so rows of 16-bit and float pixels may start at any byte. Loads
+// and stores use memcpy, which compiles to one move.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 #include "VX/VX_Types.h"
 
-// The address of pixel (x, y). The world must have pixels.
+// Returns the address of pixel (x, y). The world must have pixels.
 template <class Pixel>
 char* VXp_PixelAddress(const VX_LayerDef& world, int32_t x, int32_t y) {
   return static_cast<char*>(world.data) + static_cast<ptrdiff_t>(y) * world.rowbytes +

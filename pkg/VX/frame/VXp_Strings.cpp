@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The texts that reports show. A key stands before the "="; translations are found by it.
+// Texts of reports, in the form "key=text". The key identifies translations.
 
 #include "VX/VX_Package.h"
 
@@ -28,7 +28,7 @@ constexpr U_ZEntry kTexts[] = {
     {"$$$/RZ/VX/LStr/0017=out of memory for channel chunk", {}},
     {"$$$/RZ/VX/LStr/0018=image buffer", {}},
     {"$$$/RZ/VX/LStr/0019=effect plug-in passed invalid world to get_platform_refs", {}},
-    {"$$$/RZ/VX/LStr/0020=", {}},  // nothing looks it up; the count of 21 is an interface
+    {"$$$/RZ/VX/LStr/0020=", {}},  // unused; the count of 21 is part of the interface
 };
 constexpr int32_t kCount = 21;
 static_assert(sizeof(kTexts) / sizeof(kTexts[0]) == kCount);

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Constants for vector loops beside the exported ones of VX/VX_Package.h.
+// Constants for vector loops, in addition to those of VX/VX_Package.h.
 //
-// Birth fills both the exported ones and VXp_G_Vectors, and only on a processor with SSE2;
-// otherwise they are zero, so plain code must not read them. The constexpr ones are always there.
+// Birth sets the exported ones and VXp_G_Vectors only on processors with SSE2; otherwise they are
+// zero, so other code must not read them. The constexpr ones are always available.
 
 #include <bit>
 #include <cstdint>
@@ -13,8 +13,8 @@
 #include "VX/VX_Package.h"
 
 struct VXp_VectorConstants {
-  VX_Vector128 low_bytes_16;  // eight 0x00FF
-  VX_Vector128 half_byte_16;  // eight 0x0080
+  VX_Vector128 low_bytes_16;  // eight times 0x00FF
+  VX_Vector128 half_byte_16;  // eight times 0x0080
   VX_Vector128 d255_0;        // doubles, lane 0 first
   VX_Vector128 d32768_32768;
   VX_Vector128 d1_0;
@@ -28,7 +28,7 @@ struct VXp_VectorConstants {
 };
 extern VXp_VectorConstants VXp_G_Vectors;
 
-// Fills the constants, in the order of their first use by birth, or sets them to zero.
+// Sets the constants, or sets them to zero.
 void VXp_BuildVectorConstants();
 void VXp_ClearVectorConstants();
 
@@ -59,6 +59,6 @@ inline constexpr VX_Vector128 kVXp_FFFF_32 = VXp_VectorOf(0xFFFF);
 inline constexpr VX_Vector128 kVXp_ClearAlpha8 = VXp_VectorOf(0xFFFFFF00);  // alpha is byte 0
 inline constexpr VX_Vector128 kVXp_f0_1_1_1 = VXp_VectorOfFloats(0.0f, 1.0f, 1.0f, 1.0f);
 inline constexpr VX_Vector128 kVXp_fHalf = VXp_VectorOfFloats(0.5f, 0.5f, 0.5f, 0.5f);
-// A byte shuffle's control that spreads the alpha of two 16-bit pixels over their colours.
+// Control of a byte shuffle that copies the alpha of two 16-bit pixels to their colours.
 inline constexpr VX_Vector128 kVXp_SpreadAlpha16 =
     VXp_VectorOf(0x0100FFFF, 0x01000100, 0x0908FFFF, 0x09080908);

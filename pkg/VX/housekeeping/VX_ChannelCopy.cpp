@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Copies of single channels between chunks.
+// Copies a channel between chunks.
 
 #include "VX/VX_Chunk.h"
 #include "frame/VXp_Report.h"
@@ -18,7 +18,7 @@ struct Element {
   uint8_t bytes[size];
 };
 
-// One channel: where its first value lies, from value to value, from row to row.
+// A channel: address of its first value, and bytes from value to value and from row to row.
 struct Channel {
   char* first;
   ptrdiff_t step;
@@ -45,14 +45,14 @@ RowCopy RowCopyOf(int32_t element_bytes) {
   }
 }
 
-// Storage of a size that its rows fit into, and a channel that exists.
+// Checks that the storage is valid, that a row fits into rowbytes, and that the channel exists.
 bool Usable(const VX_ChannelChunk* chunk, int32_t channel, int32_t element_bytes) {
   return chunk->handle != nullptr && *chunk->handle != nullptr && chunk->width > 0 &&
          chunk->height > 0 && channel >= 0 && channel < chunk->channels &&
          int64_t{chunk->width} * chunk->channels <= chunk->rowbytes / element_bytes;
 }
 
-// The handle tells where the storage is, locked or not, and nothing moves it while it is read.
+// The storage is read through the handle, so the chunk need not be locked.
 Channel ChannelOf(const VX_ChannelChunk& chunk, int32_t channel, int32_t element_bytes) {
   return {static_cast<char*>(*chunk.handle) + ptrdiff_t{channel} * element_bytes,
           ptrdiff_t{chunk.channels} * element_bytes, chunk.rowbytes};

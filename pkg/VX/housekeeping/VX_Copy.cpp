@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The entries through the override table.
+// The calls that use the override table.
 
 #include "VX/VX_Copy.h"
 

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The draft copy: whole pixels, no weights, any two depths.
+// The draft copy: no interpolation, any two depths.
 
 #include <algorithm>
 #include <type_traits>
@@ -14,7 +14,7 @@
 
 namespace {
 
-// The pixels of a source row that a run of destination pixels shows. Gives the position behind it.
+// Copies the source pixels for a run of destination pixels. Returns the position after the run.
 template <class Pixel>
 int64_t GatherRow(const char* row, int64_t position, int64_t step, int64_t count, char* to) {
   constexpr auto kSize = static_cast<ptrdiff_t>(sizeof(Pixel));
@@ -25,7 +25,8 @@ int64_t GatherRow(const char* row, int64_t position, int64_t step, int64_t count
   return position;
 }
 
-// Between depths in two goes through a small buffer, so that each go stays a plain loop.
+// Between depths: gathers pixels in a small buffer, then converts it, so that both loops are
+// simple.
 template <class To, class From>
 void ScaleRow(const char* row, const VXp_ScaledAxis& x, char* to) {
   if constexpr (std::is_same_v<To, From>) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The copies at high quality.
+// The high-quality copies.
 
 #include "VX/VX_Copy.h"
 #include "frame/VXp_Dispatch.h"

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Claims the noise of a row, which goes round the table's end.
+// Dithers a row. The noise continues at the start of its table after the end.
 template <class From>
 void DitherRow(const char* from, char* to, size_t channels) {
   const VXp_Noise noise = VXp_NoiseTable();

@@ -12,8 +12,8 @@
 #include "housekeeping/VXp_Area.h"
 #include "housekeeping/VXp_Repeat.h"
 
-// The alpha of a float colour in an integer pixel: scaled and rounded, and then only its low bits
-// are kept, so it wraps where colours saturate. What no 64-bit integer holds gives 0.
+// Converts the alpha of a float colour for an integer pixel: scaled and rounded; only the low bits
+// are kept, so it wraps where colours are clamped. Values outside 64-bit integers give 0.
 template <class To>
 VX_ChannelOf<To> VXp_WrappedAlpha(float alpha) {
   const double value = double{alpha} * VXp_PixelTraits<To>::kFull + 0.5;
@@ -21,7 +21,7 @@ VX_ChannelOf<To> VXp_WrappedAlpha(float alpha) {
   return static_cast<VX_ChannelOf<To>>(static_cast<int64_t>(value));
 }
 
-// A colour as a pixel of the world.
+// Converts a colour to a pixel of the world.
 template <class To, class From>
 To VXp_FillColor(const From& color) {
   To pixel = VXp_ConvertPixel<To, From>(color);
@@ -31,7 +31,7 @@ To VXp_FillColor(const From& color) {
   return pixel;
 }
 
-// Every channel is zero; negative zero counts.
+// Returns true if all channels are zero; negative zero is zero.
 template <class Pixel>
 bool VXp_IsZero(const Pixel& color) {
   return color.alpha == 0 && color.red == 0 && color.green == 0 && color.blue == 0;
@@ -52,7 +52,7 @@ void VXp_FillArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& co
   });
 }
 
-// Stores the alpha channel alone.
+// Sets only the alpha channel.
 template <class Pixel>
 void VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pixel> alpha) {
   VXp_ForRows<Pixel>(world, area, [alpha](char* first, size_t count) {
@@ -61,8 +61,8 @@ void VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pi
   });
 }
 
-// Calls `work(part)` for what lies around `keep`: above, left, right and below. `keep` must lie
-// within the world.
+// Calls `work(part)` for the areas above, left, right and below of `keep`, which must be within the
+// world.
 template <class Work>
 void VXp_ForOutside(const VX_LayerDef& world, const M_LRect& keep, Work&& work) {
   work(M_LRect{0, 0, world.width, keep.top});

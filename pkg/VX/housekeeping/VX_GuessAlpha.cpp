@@ -14,9 +14,9 @@ namespace {
 
 constexpr int32_t kUnableToGuess = 8;
 
-// What alpha and colour of a pixel on white may lack to full scale when each was rounded by itself
-// on its way here: one code, and in float one step of a half float. A product with alpha never
-// rounds to more than alpha, so black needs no such room.
+// Tolerance for white: alpha and colour were rounded separately, so their sum may be below full
+// scale by one code value, in float by one step of a half float. A product with alpha is never
+// rounded to more than alpha, so black needs no tolerance.
 template <class Pixel>
 constexpr typename VXp_PixelTraits<Pixel>::Work kRounding = 1;
 template <>

@@ -15,23 +15,24 @@
 
 namespace {
 
-// What becomes of destination pixels that the source does not cover.
+// Treatment of destination pixels that the source does not cover.
 enum class Uncovered { kSkipped, kVisited };
 
 struct Walk {
   const VX_LayerDef* src;  // may be null
   VX_LayerDef* dst;
   const M_Rect* wanted;
-  M_Point origin;  // of the source in the destination
+  M_Point origin;  // position of the source in the destination
   void* refcon;
   VX_PixelFunc function;
   Uncovered uncovered;
 
-  M_LRect area{};     // of the destination
-  M_LRect covered{};  // the part of the area with source pixels; zero when there is none
+  M_LRect area{};     // in the destination
+  M_LRect covered{};  // the part of `area` with source pixels; zero if there is none
 };
 
-// `area` must lie within the destination. Sizes and origin may be anything, hence the 64 bits.
+// Returns the part of `area` with source pixels. `area` must be within the destination. Computed in
+// 64 bits because sizes and origin are arbitrary.
 M_LRect CoveredPart(const Walk& walk, const M_LRect& area) {
   const int64_t h = walk.origin.h;
   const int64_t v = walk.origin.v;
@@ -44,7 +45,7 @@ M_LRect CoveredPart(const Walk& walk, const M_LRect& area) {
           static_cast<int32_t>(bottom)};
 }
 
-// Columns left..right-1 of row y. `step` is the distance between inputs, 0 where they are one.
+// Visits columns left..right-1 of row y. `step` is the distance between inputs; 0 for a single one.
 template <class Pixel>
 VX_Err VisitSpan(const Walk& walk, int32_t y, int32_t left, int32_t right, char* in,
                  ptrdiff_t step) {

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Premultiplying and its inverse, for any pixel type: one piece an operation, and the walk.
+// Premultiplication and its inverse, for any pixel type: a piece per operation, and the loop.
 //
 //   forward   c' = c a,  with a matte colour m: c' = c a + m (1 - a)
-//   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a; 0 where a is 0
+//   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a; 0 if a is 0
 //
-// Integers are rounded to nearest, and those of the inverse clamped; float is neither. Alpha stays.
+// Integers are rounded to nearest and clamped in the inverse; floats are neither. Alpha is
+// unchanged.
 
 #include <algorithm>
 #include <type_traits>
@@ -51,7 +52,7 @@ struct VXp_UnmultiplyMatte {
     if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
       return m + (c - m) / a;
     } else {
-      // At most 65535 * 32768 + 32767, the largest 32-bit integer.
+      // At most 65535 * 32768 + 32767, which is the largest 32-bit integer.
       const Work scaled = (c - m) * Traits::kFull;
       const Work half = a >> 1;
       return std::clamp(m + (scaled < 0 ? scaled - half : scaled + half) / a, Work{0},

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Scaling a whole picture, whose edges hold.
+// Scaling of a whole picture, with the border pixels repeated.
 
 #include "VX/VX_Copy.h"
 #include "frame/VXp_Dispatch.h"
@@ -10,7 +10,8 @@
 
 namespace {
 
-// Between the centres of the first and the last pixel. What a reduction covers lies inside anyway.
+// Range from the centre of the first to the centre of the last pixel. Reductions need no range:
+// what they cover is always inside.
 VXp_Hold HeldWithin(int32_t size) { return {0, (int64_t{size} - 1) * 65536}; }
 
 template <class Pixel>

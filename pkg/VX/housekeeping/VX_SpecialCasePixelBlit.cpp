@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The blit into 8 bits with a lookup.
+// The copy to 8 bits with a lookup.
 
 #include <algorithm>
 
@@ -17,16 +17,16 @@
 
 namespace {
 
-// What the rows share. A row is written by one iteration alone.
+// Data shared by the rows. Each row is written by one iteration only.
 struct Blit {
   const VX_LayerDef* src;
   const VX_LayerDef* dst;
   VXp_CopyArea area;
   bool lookup, invert_alpha;
-  VXp_FloatLanes low, high;  // a lane a channel
+  VXp_FloatLanes low, high;  // one lane per channel
 };
 
-// The share of the way from low to high; without a way, a step at low.
+// Maps low..high to 0..1; if they are equal, a step at low.
 void LookUp(const Blit& blit, char* pixels, size_t count) {
   const VXp_FloatLanes low = blit.low;
   const VXp_FloatLanes way = blit.high - low;
@@ -40,7 +40,7 @@ void LookUp(const Blit& blit, char* pixels, size_t count) {
   }
 }
 
-// By way of float, in runs of a small buffer.
+// Converts to float and back, in runs of a small buffer.
 template <class Pixel>
 void LookUpRow(const Blit& blit, const char* from, char* to, size_t count) {
   constexpr size_t kRun = 256;

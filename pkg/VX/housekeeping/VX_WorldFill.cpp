@@ -1,8 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The operations of a world that write all pixels of an area. They assume a valid object; one
-// without pixels is left alone.
+// Members of a world that write all pixels of an area. Worlds without pixels are unchanged.
 
 #include "VX/VX_World.h"
 #include "frame/VXp_PixelTraits.h"
@@ -50,7 +49,7 @@ void VX_WorldX<Pixel>::InvertAlpha() {
   });
 }
 
-// The class itself is instantiated in frame; these members here.
+// The class itself is instantiated in frame, these members here.
 #define VX_INSTANTIATE(Pixel)                                                \
   template void VX_WorldX<Pixel>::Clear(const M_Rect*);                      \
   template void VX_WorldX<Pixel>::ClearExceptRect(const M_Rect&);            \

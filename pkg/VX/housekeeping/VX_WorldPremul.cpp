@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The operations of a world that multiply by alpha. Float worlds have none: callers that hold one
-// use the exported calls, which serve every depth.
+// Members of a world that multiply by alpha. Float worlds do not have them; callers use the
+// exported calls, which support every depth.
 
 #include <type_traits>
 

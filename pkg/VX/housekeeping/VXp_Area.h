@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Areas of a world, and the walk over their rows.
+// Areas of a world, and the iteration over their rows.
 //
-// There are two ways to clip an area, and they differ for one that is upside down: exported calls
-// turn it over, the operations of a world find nothing in it.
+// There are two rules for an inverted area: exported calls normalise it, members of a world treat
+// it as empty.
 
 #include <algorithm>
 #include <cstddef>
@@ -23,12 +23,12 @@ constexpr M_LRect VXp_WholeArea(const VX_LayerDef& world) {
   return {0, 0, world.width, world.height};
 }
 
-// Into 0..limit; a negative limit counts as 0.
+// Clamps to 0..limit; a negative limit means 0.
 constexpr int32_t VXp_Limit(int32_t value, int32_t limit) {
   return std::max(0, std::min(value, limit));
 }
 
-// Turned over where needed, each edge then brought into the world. Null is the whole world.
+// Normalises and clamps each edge. Null is the whole world.
 inline M_LRect VXp_TurnedArea(const M_Rect* area, const VX_LayerDef& world) {
   if (area == nullptr) return VXp_WholeArea(world);
   return {VXp_Limit(std::min(area->left, area->right), world.width),
@@ -37,8 +37,7 @@ inline M_LRect VXp_TurnedArea(const M_Rect* area, const VX_LayerDef& world) {
           VXp_Limit(std::max(area->top, area->bottom), world.height)};
 }
 
-// Left and top not below 0, right and bottom not beyond the size; may come out empty. Null is the
-// whole world.
+// Clips to the world; the result may be empty. Null is the whole world.
 inline M_LRect VXp_ClippedArea(const M_LRect& area, const VX_LayerDef& world) {
   return {std::max(area.left, 0), std::max(area.top, 0), std::min(area.right, world.width),
           std::min(area.bottom, world.height)};
@@ -47,8 +46,8 @@ inline M_LRect VXp_ClippedArea(const M_Rect* area, const VX_LayerDef& world) {
   return area == nullptr ? VXp_WholeArea(world) : VXp_ClippedArea(VXp_LRectOf(*area), world);
 }
 
-// Calls `work(first, count)` with the address and number of pixels of each row of an area that lies
-// within the world. Rows that touch each other in memory come as one. A world without pixels has no
+// Calls `work(first, count)` with the address and number of pixels of each row of an area within
+// the world. Rows that are contiguous in memory are passed as one. A world without pixels has no
 // rows.
 template <class Pixel, class Work>
 void VXp_ForRows(const VX_LayerDef& world, const M_LRect& area, Work&& work) {

@@ -4,7 +4,7 @@
 
 #include "VX/VX_Types.h"
 
-// Sets alpha to 0 everywhere but in `keep`; colours stay. Null keeps nothing, unlike the null area
-// of VX_ClearAlphaExceptRect, which keeps everything. 0, or 3 after a report for a world of unknown
-// depth, or without pixels where pixels would be cleared.
+// Sets alpha to 0 outside `keep`; colours are unchanged. Null keeps nothing (unlike a null area of
+// VX_ClearAlphaExceptRect, which keeps everything). Returns VX_ErrBadParameter with a report for a
+// world of unknown depth, or without pixels if there is something to clear.
 VX_Err VXp_ClearAlphaExceptRect(VX_LayerDef* world, const M_LRect* keep);

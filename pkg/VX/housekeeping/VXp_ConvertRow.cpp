@@ -18,10 +18,10 @@ namespace {
 using Bytes = uint8_t __attribute__((vector_size(16)));
 using Words = uint16_t __attribute__((vector_size(16)));
 
-constexpr size_t kStep = 16;                  // channels that a step converts
-constexpr float kBelowHalf = 0x1.fffffep-2f;  // the float below 0.5
+constexpr size_t kStep = 16;                  // channels per step
+constexpr float kBelowHalf = 0x1.fffffep-2f;  // the largest float below 0.5
 
-// What a vector step has no better form for: the compiler makes vectors of the plain loop.
+// A simple loop, which the compiler vectorises; used where no vector step is faster.
 template <class To, class From>
 void ConvertPlainly(const char* from, char* to, size_t channels) {
   using ToChannel = VX_ChannelOf<To>;
@@ -32,7 +32,7 @@ void ConvertPlainly(const char* from, char* to, size_t channels) {
   }
 }
 
-// A row of whole steps and a rest.
+// Converts a row in steps of kStep channels, and the remainder in a simple loop.
 template <class To, class From, class Step>
 void ConvertBySteps(const char* from, char* to, size_t channels, Step step) {
   constexpr size_t kFromBytes = sizeof(VX_ChannelOf<From>);
@@ -45,8 +45,8 @@ void ConvertBySteps(const char* from, char* to, size_t channels, Step step) {
   ConvertPlainly<To, From>(from, to, channels);
 }
 
-// 128.5 c rounded up, which is c in both bytes of a word, halved: the definition gives the same
-// everywhere but at 254, where it gives one more. A comparison gives -1 where it holds.
+// `doubled` is 257 c. Returns (257 c + 1) / 2, which equals the definition except at c = 254, where
+// the definition gives one more. (A true comparison is -1.)
 Words WordsOf(Words doubled) {
   return (doubled >> 1) + (doubled & 1) - reinterpret_cast<Words>(doubled == 254 * 257);
 }
@@ -62,7 +62,7 @@ void BytesToWords(const char* from, char* to) {
 
 #ifdef __SSE2__
 
-// 255 c + 16384 >> 15 as 510 c + 32768 >> 16, from the two halves of the product.
+// (255 c + 16384) >> 15, computed as (510 c + 32768) >> 16 from the two halves of the product.
 __m128i BytesOf(__m128i words) {
   const __m128i factor = _mm_set1_epi16(510);
   const __m128i half = _mm_srli_epi16(_mm_mullo_epi16(words, factor), 15);
@@ -76,10 +76,10 @@ void WordsToBytes(const char* from, char* to) {
   VXp_Store(to, _mm_packus_epi16(low, high));
 }
 
-// The definition rounds the exact product half up. The float product may be rounded upwards, and on
-// to a half that the exact one does not reach; it then steps back to the float below. Of the sum
-// with the float below 0.5, every half and nothing less reaches the next whole number. Below 0 and
-// not a number come out negative, which packing turns into 0.
+// The definition rounds the exact product half up. The float product may be rounded up to a half
+// that the exact product does not reach; it is then replaced by the float below. Adding the float
+// below 0.5 makes every half, and nothing less, reach the next whole number. Negative values and
+// NaN give negative results, which packing clamps to 0.
 __m128i ByteLanes(const char* from) {
   const __m128 c =
       _mm_min_ps(_mm_set1_ps(1.0f), _mm_loadu_ps(reinterpret_cast<const float*>(from)));
@@ -96,7 +96,7 @@ void FloatsToBytes(const char* from, char* to) {
   VXp_Store(to, _mm_packus_epi16(low, high));
 }
 
-// Here the product is exact. Packing is signed, so the lanes are shifted for it.
+// The product is exact. The lanes are offset by 32768 because packing is signed.
 __m128i WordLanes(const char* from) {
   const __m128 value = _mm_loadu_ps(reinterpret_cast<const float*>(from));
   const __m128 c = _mm_min_ps(_mm_max_ps(value, _mm_setzero_ps()), _mm_set1_ps(1.0f));
@@ -115,14 +115,14 @@ void FloatsToWords(const char* from, char* to) {
   VXp_Store(to + 16, WordsOf(from + 32));
 }
 
-// 255 c + noise >> 15 of words below 32768: 256 c + (noise - c) >> 15, which may drop its lowest
-// eight bits on the way, so nothing is wider than a word.
+// (255 c + noise) >> 15 for c below 32768, computed as (256 c + (noise - c)) >> 15. The lowest
+// eight bits of noise - c do not matter, so 16-bit lanes are sufficient.
 __m128i Dithered(__m128i c, const uint16_t* noise) {
   const __m128i rest = _mm_srai_epi16(_mm_sub_epi16(VXp_Load<__m128i>(noise), c), 8);
   return _mm_srli_epi16(_mm_add_epi16(c, rest), 7);
 }
 
-// White, and what lies above it, is 32768 more than such a word: one byte less, modulo 256.
+// Values of white and above are 32768 more: the result is one less, modulo 256.
 __m128i DitheredBytes(__m128i low, __m128i high, const uint16_t* noise) {
   const __m128i mask = _mm_set1_epi16(0x7FFF);
   const __m128i bytes = _mm_packus_epi16(Dithered(_mm_and_si128(low, mask), noise),

@@ -2,23 +2,23 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A row of pixels from one depth to another, as VXp_ConvertChannel has it, several channels at
-// once.
+// Converts a row of pixels between depths, with the results of VXp_ConvertChannel, several channels
+// at once.
 
 #include <cstddef>
 #include <cstdint>
 
 #include "VX/VX_Types.h"
 
-// All four channels convert alike, so a row is a line of channels. Rows may start at any address;
-// they must not overlap unless the depths are equal.
+// All four channels are converted alike, so a row is a sequence of channels. Rows may start at any
+// address. They must not overlap unless the depths are equal.
 using VXp_ConvertRowFunc = void (*)(const char* from, char* to, size_t channels);
 
-// For each pair of pixel types.
+// Instantiated for each pair of pixel types.
 template <class To, class From>
 void VXp_ConvertRow(const char* from, char* to, size_t channels);
 
-// To 8 bits with noise in place of the half that rounds: (c * 255 + noise) >> 15 with a word of
-// noise, 0..32767, a channel. Floats come down to 16 bits first. For the two deeper pixel types.
+// Converts 16-bit or float pixels to 8 bits with dither: (c * 255 + noise) >> 15, with one noise
+// word (0..32767) per channel. Floats are converted to 16 bits first.
 template <class From>
 void VXp_DitherRow(const char* from, char* bytes, size_t channels, const uint16_t* noise);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Moving the rows of an area that keeps its size.
+// Copies the rows of an area of equal size.
 
 #include <cstddef>
 #include <cstdint>
@@ -12,8 +12,8 @@
 #include "housekeeping/VXp_ConvertRow.h"
 #include "housekeeping/VXp_RowWalk.h"
 
-// Rows from top to bottom, progress (may be null) after each. 0, or what progress returned. The
-// area must not be empty, and lie in both worlds.
+// Copies rows from top to bottom and polls progress (may be null) after each. Returns VX_Ok or the
+// result of the progress function. The area must not be empty and must be within both worlds.
 template <class To, class From>
 VX_Err VXp_CopyRows(VX_ProgressInfo* progress, const VX_LayerDef& src, const VX_LayerDef& dst,
                     const VXp_CopyArea& area,
@@ -27,7 +27,7 @@ VX_Err VXp_CopyRows(VX_ProgressInfo* progress, const VX_LayerDef& src, const VX_
   const auto touch = [](size_t bytes, int32_t rowbytes) {
     return static_cast<ptrdiff_t>(bytes) == rowbytes;
   };
-  // Where the two overlap the order of the rows shows.
+  // If the two overlap, the order of the rows matters.
   const auto apart = [&] {
     const auto a = reinterpret_cast<uintptr_t>(from);
     const auto b = reinterpret_cast<uintptr_t>(to);

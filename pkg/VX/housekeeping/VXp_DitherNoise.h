@@ -2,13 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The dither noise: what conversions use of the host's table of random words, and the position of
-// the next word. Only the low 15 bits of a word are used, so the table kept here is half as large,
-// which leaves more of the caches to the pictures.
+// The dither noise: a copy of the host's table of random words, and the position of the next word.
+// Only 15 bits of each word are used, so they are stored in 16 bits to save cache.
 //
-// The position moves on with every dithered conversion and wraps at the end of the table. Claims
-// are atomic, so conversions may run on several threads; their pictures then depend on who came
-// first.
+// Each dithered conversion advances the position, which wraps at the end of the table. The position
+// is atomic, so conversions may run on several threads; their noise then depends on their order.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,15 +14,15 @@
 #include "VX/VX_Types.h"
 
 struct VXp_Noise {
-  const uint16_t* words;  // 0..32767; null before birth and after death
+  const uint16_t* words;  // 0..32767 each; null before birth and after death
   size_t size;
 };
 
-// Takes a copy of the host's table. 0, 4 without a table, or the host's error; throws without
-// memory.
+// Copies the host's table. Returns VX_ErrOutOfMemory if there is no table, or the host's error.
+// Throws std::bad_alloc.
 VX_Err VXp_LoadNoise();
 void VXp_DropNoise();
 VXp_Noise VXp_NoiseTable();
 
-// The position of the first of `count` words, which are the caller's; they wrap at the table's end.
+// Reserves `count` words and returns the position of the first; they wrap at the end of the table.
 size_t VXp_ClaimNoise(size_t count);

@@ -2,21 +2,20 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the package's start takes from this room.
+// Birth and death of this component, and its built-in routines.
 
 #include "VX/VX_OverrideTable.h"
 
-// Puts this room's routines in their slots.
+// Stores this component's routines in their slots.
 void VXp_FillHousekeepingSlots(VXp_OverrideTable& table);
 
-// Gets the dither noise from the host and sets the read position to its first word. 0 or the host's
-// error.
+// Loads the dither noise and sets the position to its first word. Returns the host's error.
 VX_Err VXp_HousekeepingBirthNoise();
 
-// Forgets the noise. Does nothing when there is none.
+// Frees the noise, if there is any.
 void VXp_HousekeepingDeathNoise();
 
-// The built-in routines. The exported calls reach them through the table.
+// The built-in routines of the slots that the exported calls use.
 VX_Err VX_PremulRect_S(void* ref, int32_t forward, const M_Rect* area, VX_LayerDef* world);
 VX_Err VX_PremulColorRect_S(void* ref, int32_t forward, const VX_Pixel8* color, const M_Rect* area,
                             VX_LayerDef* world);

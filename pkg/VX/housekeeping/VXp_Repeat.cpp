@@ -11,10 +11,10 @@ namespace {
 
 constexpr size_t kLine = 64;
 
-// Runs longer than this leave the caches, where copies are slower than plain stores.
+// Longer fills exceed the caches; plain stores are then faster than copies.
 constexpr size_t kFar = size_t{24} << 20;
 
-// Whole lines from where one begins; the bytes that were written.
+// Stores whole lines; `to` must be at the start of a line. Returns the number of bytes written.
 size_t StoreLines(const char* pattern, char* to, size_t bytes) {
   using Lanes = uint64_t __attribute__((vector_size(16), may_alias));
   Lanes lanes;
@@ -29,9 +29,9 @@ size_t StoreLines(const char* pattern, char* to, size_t bytes) {
 
 }  // namespace
 
-// The copies go to the C library, which has the widest stores of the machine; they begin where a
-// cache line begins, or each store would cross two. In a file of its own, so that no caller's
-// constant reaches them: of a size that it knows the compiler makes a loop that is far slower.
+// Uses memcpy, which has the widest stores of the machine, starting at a cache line so that no
+// store crosses two lines. This function is in a file of its own so that the compiler does not know
+// the sizes: for constant sizes it generates a much slower loop.
 void VXp_Repeat(const char* pattern, size_t pattern_bytes, size_t period, char* to, size_t bytes) {
   const size_t head = std::min(bytes, (0 - reinterpret_cast<uintptr_t>(to)) % kLine);
   std::memcpy(to, pattern, head);

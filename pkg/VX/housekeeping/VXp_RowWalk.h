@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the iterators over worlds share: their check number and the polling between rows.
+// Common to the iterators over worlds: their check number, and polling between rows.
 
 #include <cstdint>
 
@@ -10,7 +10,7 @@
 
 inline constexpr uint32_t kVXp_IteratorNumber = 14;
 
-// Polls after each row, and keeps what the progress function answers.
+// Polls after each row and stores errors of the progress function.
 class VXp_RowProgress {
  public:
   VXp_RowProgress(const VX_ProgressInfo* info, int32_t base, int32_t final_step)
@@ -18,8 +18,8 @@ class VXp_RowProgress {
     polls_ = final_step != 0 && info != nullptr && info->progress_func != nullptr;
   }
 
-  // After a row. 517 where the walk must stop, else 0. A caller's base may be near the end of 32
-  // bits, so the step wraps.
+  // Call after each row. Returns VX_ErrStopped if the iteration must end, else VX_Ok. The step
+  // wraps, because a caller's base may be close to the limit of 32 bits.
   VX_Err RowDone() {
     if (!polls_) return VX_Ok;
     const VX_Err answer =
@@ -29,7 +29,7 @@ class VXp_RowProgress {
     return VX_Ok;
   }
 
-  // What a walk that came to its end returns: the last answer that was not 0.
+  // Returns the last error other than VX_ErrStopped, for the end of the iteration.
   VX_Err Kept() const { return kept_; }
 
  private:

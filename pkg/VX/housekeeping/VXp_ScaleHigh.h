@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Scaling at high quality: a sample a destination pixel, at the middle of the pixel. The library's
-// own samplers are run by rows.
+// High-quality scaling: one sample per destination pixel, at its centre. The built-in samplers are
+// called by row.
 
 #include <algorithm>
 #include <cstdint>
@@ -19,16 +19,16 @@
 #include "housekeeping/VXp_RowWalk.h"
 #include "indep/VXp_SampleRow.h"
 
-// Positions between the first and the last.
+// A range that positions are clamped to.
 struct VXp_Hold {
   int64_t first, last;
 };
 inline constexpr VXp_Hold kVXp_NotHeld{std::numeric_limits<VX_Fixed>::min(),
                                        std::numeric_limits<VX_Fixed>::max()};
 
-// Walks over the source positions of the middles of destination pixels on one axis: for pixel i of
-// the uncut rectangle, source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, whose fraction is
-// cut off to 16 bits. The rest is carried along, so nothing adds up.
+// Iterates over the source positions of destination pixel centres on one axis. Pixel i of the
+// unclipped rectangle is at source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, truncated to
+// 16 fraction bits. The remainder is carried, so errors do not accumulate.
 class VXp_MiddleWalk {
  public:
   VXp_MiddleWalk(const VXp_ScaledAxis& axis, const VXp_Hold& hold)
@@ -69,7 +69,7 @@ inline VX_Err VXp_HighSamplers(int32_t mode_flags, VX_SamplerBatch<VX_PixelFloat
   return VX_GetSamplerBatchFloat(VX_Quality_High, mode_flags, out);
 }
 
-// Half of what a destination pixel covers, at least half a pixel.
+// Half the size of the area that a destination pixel covers, at least half a pixel.
 inline VX_Fixed VXp_CoveredRadius(const VXp_ScaledAxis& axis) {
   constexpr int64_t kHalf = 32768;
   return static_cast<VX_Fixed>(std::max(kHalf, axis.source_size * kHalf / axis.dest_size));
@@ -86,7 +86,7 @@ inline VX_SampPB VXp_ScaleRecord(const VXp_CopyPlan& plan, const VX_LayerDef& sr
   return record;
 }
 
-// The rows of a picture, sampled at the same columns.
+// Samples rows of a picture, all at the same columns.
 template <class Pixel>
 class VXp_ScaledRows {
  public:
@@ -94,7 +94,7 @@ class VXp_ScaledRows {
       : sample_(sample), row_form_(VXp_RowForm<Pixel>(sample)), columns_(columns), count_(count) {
     if (row_form_ == nullptr) return;
     positions_.reset(new (std::nothrow) VX_Fixed[static_cast<size_t>(count)]);
-    if (positions_ == nullptr) return;  // then pixel by pixel
+    if (positions_ == nullptr) return;  // Sample then works pixel by pixel
     VXp_MiddleWalk column = columns;
     for (int64_t i = 0; i < count; ++i) positions_[static_cast<size_t>(i)] = column.Next();
   }
@@ -120,13 +120,14 @@ class VXp_ScaledRows {
   std::unique_ptr<VX_Fixed[]> positions_;
 };
 
-// Carries out a plan that scales. `mode_flags` as VX_ModeFlag_Straight; progress (may be null) is
-// polled after each row. 0, 3, or what progress returned.
+// Executes a plan of kind Scaled. `mode_flags` is 0 or VX_ModeFlag_Straight. Progress (may be null)
+// is polled after each row. Returns VX_ErrBadParameter with a report, or the result of the progress
+// function.
 template <class Pixel>
 VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_CopyPlan& plan,
                      const VXp_Hold& hold_x, const VXp_Hold& hold_y, const VX_WorldX<Pixel>& src,
                      const VX_WorldX<Pixel>& dst) {
-  // What the positions of samplers can tell apart. A rectangle of 16 bits is never beyond it.
+  // The range of sampler positions. Rectangles with 16-bit coordinates are never outside it.
   constexpr int64_t kMost = 32768;
   if (plan.x.source + plan.x.source_size > kMost || plan.y.source + plan.y.source_size > kMost) {
     return VXp_FailVerification("source too large to scale at high quality");

@@ -29,7 +29,7 @@ VX_ColorSettings& VX_ColorSettings::operator=(const VX_ColorSettings& other) {
 
 VX_ColorSettings::~VX_ColorSettings() = default;
 
-// What `from` has made stays with it: tables are cheap to share but their addresses are handed out.
+// Computed data stay with `from`: callers may hold the addresses of its tables.
 void VX_ColorSettings::VXp_TransferColorSettings(const VX_ColorSettings& from) {
   InvalidateCachedValues(from.profileID);
   linearize = from.linearize;
@@ -69,8 +69,8 @@ boost::shared_ptr<COR_QCE_Profile> VX_ColorSettings::GetProfile() const {
   return profile;
 }
 
-// The profile itself is not kept: the pool answers with the first of that identity it met, so that
-// equal choices are one object.
+// The profile object is not stored: the pool returns its first profile with this identifier, so
+// that equal settings refer to one object.
 void VX_ColorSettings::SetProfile(boost::shared_ptr<COR_QCE_Profile> chosen) {
   _t_QCE_ID id{};
   QCE_Error(COR_QCE_GetProfileID(profilePool, chosen, &id));

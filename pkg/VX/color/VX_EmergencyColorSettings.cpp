@@ -13,7 +13,7 @@ struct DisposePool {
 };
 using PoolPtr = std::unique_ptr<COR_QCE_ProfilePool, DisposePool>;
 
-// Released by the package's end and never by that of the process, when the engine is gone.
+// Freed by VX_Death. Not freed at process exit, when the engine may be gone.
 constinit COR_QCE_ProfilePool* emergency_pool = nullptr;
 constinit VX_ColorSettings* emergency_settings = nullptr;
 

@@ -16,10 +16,10 @@ constexpr int32_t kEntries = 4097;
 constexpr int32_t kLast = kEntries - 1;
 using Entries = std::array<uint16_t, kEntries>;
 
-// The value that an entry stands for, 0..32768.
+// The linear value of an entry, 0..32768.
 constexpr int32_t ValueOf(int32_t entry) { return ((entry << 15) + 2048) >> 12; }
 
-// What the engine makes of all greys of 8 bits.
+// Linearizes all 8-bit greys with the engine.
 void Linearize(const boost::shared_ptr<COR_QCE_Profile>& profile, uint16_t* linearize) {
   const boost::shared_ptr<COR_QCE_Transform> transform = VX_GetLinearizeTransform(profile);
   VX_Pixel16 greys[kGreys];
@@ -33,7 +33,7 @@ void Linearize(const boost::shared_ptr<COR_QCE_Profile>& profile, uint16_t* line
   std::transform(greys, greys + kGreys, linearize, [](const VX_Pixel16& p) { return p.red; });
 }
 
-// The 256 values at 4097 places, by the rule with which 16-bit pixels are linearised.
+// Interpolates the 256 values to 4097 entries, by the rule that linearizes 16-bit pixels.
 Entries Expand(const uint16_t* linearize) {
   Entries expanded;
   for (int32_t i = 0; i < kEntries; ++i) {
@@ -47,8 +47,8 @@ Entries Expand(const uint16_t* linearize) {
   return expanded;
 }
 
-// Where x lies between the ends of segment k, in eighths of an entry. Both ends differ when x is
-// within.
+// Returns the position of x in segment k, in eighths of an entry. If x is inside the segment, its
+// ends differ.
 int32_t PlaceInSegment(const Entries& rising, int32_t k, int32_t x) {
   const int32_t low = rising[static_cast<size_t>(k)];
   const int32_t high = rising[static_cast<size_t>(k) + 1];
@@ -58,7 +58,7 @@ int32_t PlaceInSegment(const Entries& rising, int32_t k, int32_t x) {
   return 8 * k + ((width >> 1) + ((x - low) << 3)) / width;
 }
 
-// A flat stretch answers with its end, because the walk goes on while the upper end is not above x.
+// In a constant segment, positions are at its end: the loop advances while the upper end is <= x.
 void Invert(const Entries& rising, uint16_t* delinearize) {
   int32_t k = 0;
   for (int32_t i = 0; i < kEntries; ++i) {

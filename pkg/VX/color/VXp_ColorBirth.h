@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the package's end takes from this room; nothing is made at its start.
+// Death of this component; it has no birth.
 
-// Releases the fallback settings, when somebody asked for them. The colour engine must still be
-// bound.
+// Frees the fallback settings, if there are any. The colour engine must still be bound.
 void VXp_DeathEmergencyColorSettings();

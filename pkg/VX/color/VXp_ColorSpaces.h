@@ -4,8 +4,8 @@
 
 // Colour spaces for a pixel of any depth.
 //
-// A component is computed as a double at the scale in which it is wanted, with one division whose
-// operands are exact for integer pixels; halves are then real halves, and rounding is settled.
+// A component is computed in double at its final scale, with one division whose operands are exact
+// for integer pixels. Therefore halves are exact and the rounding is well defined.
 
 #include <algorithm>
 #include <array>
@@ -17,7 +17,7 @@
 template <class Pixel>
 inline constexpr bool kVXp_IsFloat = std::is_same_v<Pixel, VX_PixelFloat>;
 
-// What components are told in: 16.16 or float; and what is read off a pixel.
+// Component: type of H, L, S, Y, I, Q. Reading: type of the attributes of a pixel.
 template <class Pixel>
 using VXp_Component = std::conditional_t<kVXp_IsFloat<Pixel>, float, VX_Fixed>;
 template <class Pixel>
@@ -34,7 +34,7 @@ Result VXp_RoundedTo(double v) {
   }
 }
 
-// Channels as they stand, in units of their pixel.
+// Channels in the units of their pixel.
 struct VXp_Rgb {
   double r, g, b;
 
@@ -48,7 +48,7 @@ struct VXp_Rgb {
     return {held(p.red), held(p.green), held(p.blue)};
   }
 
-  // r, g, b are 0..1 here. The alpha stays.
+  // Stores r, g, b of 0..1. Alpha is unchanged.
   template <class Pixel>
   void StoreTo(Pixel* p) const {
     using Channel = VX_ChannelOf<Pixel>;
@@ -73,7 +73,7 @@ class VXp_HlsOf {
         max_(std::max({c_.r, c_.g, c_.b})),
         min_(std::min({c_.r, c_.g, c_.b})) {}
 
-  // Degrees times `scale`.
+  // Returns degrees times `scale`.
   double Hue(double scale) const {
     if (Range() == 0.0) return 0.0;
     if (max_ == c_.r) return Sector(c_.g - c_.b, c_.g < c_.b ? 360.0 : 0.0, scale);
@@ -99,8 +99,8 @@ class VXp_HlsOf {
   double max_, min_;
 };
 
-// How far a channel is on the way from the smallest to the largest, for its distance from the hue
-// in degrees 0..360.
+// Returns the position of a channel between the smallest and the largest value, 0..1, for its
+// distance from the hue in degrees 0..360.
 inline double VXp_HueShare(double degrees) {
   const double d = degrees >= 360.0 ? degrees - 360.0 : degrees;
   if (d < 60.0) return d / 60.0;
@@ -123,7 +123,7 @@ inline VXp_Rgb VXp_RgbOfHls(double h, double l, double s) {
 
 // --- YIQ -----------------------------------------------------------------------------------------
 
-// The matrix in thousandths, so that sums of integer channels are exact.
+// The matrix times 1000, so that sums of integer channels are exact.
 using VXp_Matrix3 = std::array<std::array<double, 3>, 3>;
 inline constexpr VXp_Matrix3 kVXp_Yiq = {
     {{299.0, 587.0, 114.0}, {596.0, -274.0, -322.0}, {211.0, -523.0, 312.0}}};
@@ -205,7 +205,7 @@ VX_Err VXp_ReadLuminance(const Pixel* rgb, VXp_Reading<Pixel>* out) {
   return VX_Ok;
 }
 
-// One component at the full scale of the pixel.
+// Reads one component at the full scale of the pixel.
 template <class Pixel>
 VX_Err VXp_ReadHls(const Pixel* rgb, double (VXp_HlsOf<Pixel>::*component)(double) const,
                    VXp_Reading<Pixel>* out) {

@@ -10,8 +10,8 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-// Takes the next character off the text, or one byte that starts none: stray, short, overlong, a
-// half of a pair, or beyond the last code point.
+// Removes the next character from the text. An invalid byte (stray, truncated, overlong, surrogate
+// or above the last code point) is removed alone and gives U+FFFD.
 char32_t TakeCharacter(std::string_view* text) {
   const auto first = static_cast<uint8_t>(text->front());
   const auto length = static_cast<size_t>(first < 0x80 ? 1 : std::countl_one(first));

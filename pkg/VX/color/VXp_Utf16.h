@@ -5,5 +5,5 @@
 #include <string>
 #include <string_view>
 
-// Host texts, UTF-8, as 16-bit strings. What is no UTF-8 becomes U+FFFD, one for each byte.
+// Converts a host text from UTF-8 to UTF-16. Each invalid byte becomes U+FFFD.
 std::u16string VXp_Utf16(std::string_view text);

@@ -30,7 +30,7 @@ void SetVectorConstants() {
   }
 }
 
-// The rows at their least: 1,024 pixels of 8 bits.
+// Initial size of the scratch rows: 1,024 pixels of 8 bits.
 VX_Err ResetScratch(VXp_Regrow regrow) {
   VX_BlendScratch unused;
   return VXp_Guarded([&] { return VXp_ReallocScratch(1024, 1, regrow, &unused); });
@@ -43,7 +43,7 @@ VX_Err BindColorEngine() {
   return COR_BindClient(engine) ? VX_Ok : VX_ErrColorEngine;
 }
 
-// What no failure keeps from being set, so that a half-born package can be looked at and buried.
+// Sets the state that must be valid even if birth fails, so that VX_Death can be called.
 void ResetProcessState() {
   VXp_ClearOverrideTable();
   VXp_ResetCounters();
@@ -52,7 +52,7 @@ void ResetProcessState() {
 
 }  // namespace
 
-// A failed step stops the later ones. Nothing is undone here: VX_Death is the undo.
+// A failed step stops the later ones. Nothing is undone here; VX_Death releases everything.
 VX_Err VX_Birth() {
   RLOG_Log(kLogLevel, "VX", "Birth", "VX Birth");
   VX_Err error = VXp_Guarded(SetVectorConstants);
@@ -68,8 +68,8 @@ VX_Err VX_Birth() {
   return error;
 }
 
-// Everything is released whatever fails on the way, and the first error is kept; but an error of
-// the cursor registry gives way to the result for the byte tables.
+// All steps are executed and the first error is returned. An error of the cursor registry is
+// ignored.
 VX_Err VX_Death() {
   RLOG_Log(kLogLevel, "VX", "Death", "VX Death");
   static_cast<void>(VXp_Guarded(VXp_DeathCursorRegistry));

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Birth and death counted over the process.
+// Birth and death, counted per process.
 
 #include <cstdint>
 #include <mutex>
@@ -11,8 +11,7 @@
 
 namespace {
 
-// The lock is held during birth and death, so that a second holder starts with a library that is
-// completely alive.
+// Held during birth and death, so that every holder gets a library that is completely initialised.
 constinit std::mutex holders_mutex;
 constinit int64_t holders = 0;
 

@@ -22,7 +22,8 @@ struct Library {
   int32_t wanted;
 };
 
-// In the order of asking. Plain numbers, so that a newer header found at compile time is no answer.
+// In the order of the calls. The versions are numbers of this source: a newer header at compile
+// time must not change them.
 constexpr Library kLibraries[] = {
     {U_CheckVersions, 61},   {STR_CheckVersions, 3},   {BM_CheckVersions, 31},
     {M_CheckVersions, 18},   {FILE_CheckVersions, 39}, {LIST_CheckVersions, 9},
@@ -31,8 +32,7 @@ constexpr Library kLibraries[] = {
 
 constinit bool libraries_checked = false;
 
-// All libraries are asked, whatever the earlier ones said, and only once in a process: a mismatch
-// is told to the first caller alone.
+// Checks all host packages, once per process: only the first caller gets a mismatch.
 VX_Err CheckLibrariesOnce() {
   if (libraries_checked) return VX_Ok;
   libraries_checked = true;

@@ -12,7 +12,7 @@ namespace {
 
 using Registry = std::map<void*, VX_OffscreenCursorHandler>;
 
-// A plain pointer, so that a process that ends without VX_Death runs no destructor here.
+// A plain pointer, so that no destructor runs if the process ends without VX_Death.
 constinit Registry* registry = nullptr;
 
 }  // namespace

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The registry behind VX/VX_Cursor.h.
+// The registry of VX/VX_Cursor.h.
 
-// An empty registry. Throws when memory is short.
+// Creates an empty registry. Throws std::bad_alloc.
 void VXp_BirthCursorRegistry();
 
-// Drops the registry and its handlers. May throw what a handler's destruction throws.
+// Deletes the registry and its handlers. Exceptions of handlers' destructors propagate.
 void VXp_DeathCursorRegistry();

@@ -2,6 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Fills the override table with the built-in routines: every slot gets its stand-in, then each room
-// puts in what it has, choosing variants by the processor record. Nothing fails.
+// Fills the override table with the built-in routines: first a placeholder in every slot, then the
+// routines of each component, selected by the processor record.
 void VXp_FillTable();

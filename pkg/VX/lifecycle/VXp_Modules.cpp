@@ -10,11 +10,11 @@
 
 namespace {
 
-// Four-character codes with the first letter in the top byte.
+// Four-character codes with the first letter in the most significant byte.
 constexpr uint32_t kRoutineType = 0x65465354;  // "eFST"
 constexpr uint32_t kFileType = 0x2E525A58;     // ".RZX"
 
-// A loaded routine is known by the host's routine and its entry point.
+// An entry of the list: the host's routine and its entry point.
 constexpr int32_t kEntrySize = 2 * sizeof(void*);
 
 constinit LIST_List* loaded = nullptr;
@@ -23,7 +23,7 @@ VX_Err VisitFile(PLUG_File*, void*) {
   return VXp_FailVerification("acceleration modules are not built yet");
 }
 
-// Runs when every file has been visited.
+// Called after all files.
 VX_Err FinishScan(void*) { return VX_Ok; }
 
 }  // namespace

@@ -2,15 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Acceleration modules: files of type ".RZX" whose routines may replace slots of the override
+// Acceleration modules: files of type ".RZX" with routines that may replace slots of the override
 // table.
 
 #include "VX/VX_Types.h"
 
-// Makes the list of loaded routines and asks the host to be called when it scans for modules. The
-// host calls back after birth, never from here. 0 or the host's error; what was made stays for
-// VXp_TearDownModules.
+// Creates the list of loaded routines and requests callbacks of the host's scan for modules, which
+// runs after birth. Returns the host's error; VXp_TearDownModules must be called also then.
 VX_Err VXp_InstallModuleScan();
 
-// Gives up the list. 0 or the host's error.
+// Frees the list. Returns the host's error.
 VX_Err VXp_TearDownModules();

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The client layer: each call looks its procedure up in the engine that is bound, under the call's
-// own name. It keeps no table, so that binding and releasing need no lock.
+// The client layer. Each call looks up its procedure in the bound engine, by its own name. There is
+// no table of procedures, so binding and releasing need no lock.
 
 #include <atomic>
 
@@ -13,7 +13,7 @@ namespace {
 
 constinit std::atomic<COR_AddressProc> bound{nullptr};
 
-// The engine bound last, for what outlives the binding: pools.
+// The last engine that was bound, for objects that outlive the binding (pools).
 constinit std::atomic<COR_AddressProc> latest{nullptr};
 
 template <class Proc>
@@ -21,7 +21,7 @@ Proc* Find(COR_AddressProc engine, const char* name) {
   return engine ? reinterpret_cast<Proc*>(engine(name)) : nullptr;
 }
 
-// Calls the engine's procedure `name`, whose type is that of `self`.
+// Calls the engine's procedure `name`. The first argument gives its type only.
 template <class... Parameters, class... Arguments>
 QCE_Status Call(QCE_Status (*)(Parameters...), const char* name, Arguments&&... arguments) {
   using Proc = QCE_Status(Parameters...);

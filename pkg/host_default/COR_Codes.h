@@ -9,21 +9,21 @@
 
 namespace host {
 
-// The codes 0..last of a channel, found by their light: the one whose stored value is nearest,
-// without a power for each pixel.
+// Finds, without a power function per pixel, the code 0..last of a channel whose encoded value is
+// nearest to a linear value ("light").
 class Codes {
  public:
   Codes(const ToneCurve& curve, uint32_t last);
 
-  // Light up to that of code 0 gives 0, light above that of the last code the last.
+  // Light up to that of code 0 gives 0; light above that of the last code gives the last code.
   uint32_t Nearest(float light) const;
 
  private:
   static constexpr uint32_t kCells = 4096;
 
   float black_;
-  std::vector<float> bounds_;     // the light half a code above each code but the last, rising
-  std::vector<uint32_t> starts_;  // how many bounds are at or below the start of each cell
+  std::vector<float> bounds_;     // light of code + 1/2 for all codes but the last, ascending
+  std::vector<uint32_t> starts_;  // number of bounds at or below the start of each cell
 };
 
 }  // namespace host

@@ -1,9 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Tables are read and inverted here and not by Little CMS, which rounds both sides of a table to 16
-// bits and inverts it at 4096 places. Near black, where a power is steep, that is off by more than
-// a code of 8 bits.
+// Tables are evaluated and inverted here instead of by Little CMS, which rounds both sides of a
+// table to 16 bits and inverts it at 4096 positions. Near black, where a power curve is steep, this
+// would cause errors above one 8-bit code.
 
 #include "COR_Curve.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr double kFull = 65535;
 
-// The least value that counts when an exponent is fitted: zero has no logarithm.
+// Smallest value used for fitting an exponent, because 0 has no logarithm.
 constexpr double kLeast = 1 / kFull;
 
 float TableAt(const std::vector<uint16_t>& table, float place) {
@@ -40,7 +40,7 @@ float PlaceInTable(const std::vector<uint16_t>& rising, float linear) {
   return static_cast<float>(position / static_cast<double>(rising.size() - 1));
 }
 
-// Little CMS ends at 1e22; beyond kFar a formula would leave the range of floats anyway.
+// Little CMS clamps at 1e22. Above kFar, a formula would exceed the range of floats.
 float Formula(const cmsToneCurve* curve, float value) {
   constexpr float kFar = 1e20f;
   return value > kFar ? value : cmsEvalToneCurveFloat(curve, value);
@@ -67,7 +67,7 @@ ToneCurve::ToneCurve(const LcmsContext& context, const cmsToneCurve* curve)
     rising_ = table_;
     for (size_t i = 1; i < rising_.size(); ++i) rising_[i] = std::max(rising_[i], rising_[i - 1]);
   }
-  // Less than a code of 8 bits between black and white is no curve to work with.
+  // A range of less than one 8-bit code between black and white is rejected.
   Require(ToLinear(1) - ToLinear(0) >= 1.0f / 255, QCE_BadCurve);
   const double exponent = Exponent();
   Require(exponent > 0 && exponent < std::numeric_limits<float>::max(), QCE_BadCurve);
@@ -93,8 +93,9 @@ cmsInt32Number ToneCurve::Type() const {
   return table_.empty() ? cmsGetToneCurveParametricType(forward_.get()) : 0;
 }
 
-// The parameters of types 1 to 5 are g; g a b; g a b c; g a b c d; g a b c d e f. All raise
-// (a x + b) to g, the last two from d on only; c is an offset in the third and e in the last.
+// The parameters are, by type: 1: g; 2: g a b; 3: g a b c; 4: g a b c d; 5: g a b c d e f. All
+// types evaluate (a x + b) ^ g, types 4 and 5 only for x >= d; c (type 3) and e (type 5) are
+// offsets.
 bool ToneCurve::IsPurePower() const {
   if (Type() <= 1) return Type() == 1;
   const double* p = cmsGetToneCurveParams(forward_.get());
@@ -112,8 +113,9 @@ bool ToneCurve::operator==(const ToneCurve& other) const {
                     cmsGetToneCurveParams(other.forward_.get()));
 }
 
-// Gauss and Newton's steps from the best exponent in the logarithms, which is a quotient. It stands
-// where the steps lead to nothing better, and where it tells already that the curve does not rise.
+// Gauss-Newton iteration, starting with the exponent that fits best in logarithms. The start value
+// is returned if the iteration does not improve it, or if it shows that the curve does not
+// increase.
 double ToneCurve::FittedExponent() const {
   std::array<double, 16> x, y;
   double product = 0, square = 0;

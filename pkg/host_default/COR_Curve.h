@@ -10,20 +10,21 @@
 
 namespace host {
 
-// Curves given by a formula go on beyond white, those given by a table end there; values below 0
-// are mirrored. What is not a number stays so. Any number of threads may share one.
+// Curves given by a formula are extended above white, curves given by a table are clamped there.
+// Negative values are mirrored; NaN is preserved. Thread-safe.
 class ToneCurve {
  public:
-  // Copies `curve`, whose context must outlive this. Throws QCE_BadCurve when it does not rise from
-  // its first value to its last.
+  // Copies `curve`; its context must outlive this object. Throws QCE_BadCurve if the last value is
+  // not above the first.
   ToneCurve(const LcmsContext& context, const cmsToneCurve* curve);
 
   float ToLinear(float stored) const;
 
-  // Where the curve stands still, the end of the stretch; where it falls, as if it stood still.
+  // In a constant segment of the curve, returns its end. Decreasing segments are treated as
+  // constant.
   float ToStored(float linear) const;
 
-  // From stored to linear.
+  // Exponent from encoded to linear.
   double Exponent() const;
 
   bool IsIdentity() const;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The engine's procedures: arguments are checked here, and here failures become statuses.
+// The engine's procedures: check arguments and convert failures to statuses.
 
 #include "COR_Engine.h"
 
@@ -27,7 +27,7 @@ COR_QCE_ProfilePtr MakeProfile(const std::vector<uint8_t>& bytes) {
 
 class File {
  public:
-  // Does not wait for a pipe's other end.
+  // O_NONBLOCK: opening a pipe does not wait for its other end.
   explicit File(const char* path) : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
   ~File() {
     if (descriptor_ >= 0) close(descriptor_);
@@ -46,7 +46,7 @@ class File {
     while (done < bytes.size()) {
       const ssize_t got = read(descriptor_, bytes.data() + done, bytes.size() - done);
       Require(got >= 0, QCE_CannotRead);
-      if (got == 0) break;  // it has become shorter meanwhile
+      if (got == 0) break;  // the file was truncated meanwhile
       done += static_cast<size_t>(got);
     }
     bytes.resize(done);
@@ -167,7 +167,7 @@ struct Entry {
   void* address;
 };
 
-// The procedure behind `call`, which has the same type.
+// Makes the entry of a procedure, which must have the type of `call`.
 template <class Proc>
 Entry Behind(Proc* /*call*/, const char* name, Proc* procedure) {
   return {name, reinterpret_cast<void*>(procedure)};

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What client and engine agree on. An engine has, under the name of each call of host/COR.h from
-// COR_QCE_ProfileFromMemory on, a procedure of that call's type that lets no exception out.
+// The interface of client and engine. For each call of host/COR.h from COR_QCE_ProfileFromMemory
+// on, the engine has a procedure of that name and type, which does not throw.
 
 #include <cstdint>
 #include <iterator>
@@ -12,7 +12,7 @@
 
 namespace host {
 
-// The procedure int32_t() by which an engine tells which set of procedures it has.
+// The name of a procedure int32_t() that returns the version of the engine's procedures.
 inline constexpr char kInterfaceVersionName[] = "COR_InterfaceVersion";
 inline constexpr int32_t kInterfaceVersion = 2;
 

@@ -14,13 +14,14 @@ using Meter = host::LcmsContext::Meter;
 
 constexpr size_t kReserve = size_t{128} << 10;
 
-// Stands before each block.
+// Precedes each block.
 struct alignas(16) Header : host::LcmsContext::Link {
   size_t size;
   bool of_reserve;
 };
 
-// The meter of the context that this thread is making, which does not know it yet.
+// The meter of the context that this thread is constructing, which is not yet stored in the
+// context.
 thread_local Meter* unborn = nullptr;
 
 void* Allocate(cmsContext context, cmsUInt32Number size) {

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Little CMS as the engine uses it: silent, on the host's memory, never more at once than a profile
-// of its size can need.
+// Little CMS for the engine: without messages, using the host's memory, with a limit on block
+// sizes.
 //
-// Inside the engine a failure is a thrown QCE_Status or std::bad_alloc; Guarded turns it into the
+// Inside the engine a failure is a thrown QCE_Status or std::bad_alloc; Guarded converts it to the
 // status of the call.
 
 #include <lcms2.h>
@@ -18,12 +18,12 @@
 
 namespace host {
 
-// One thread at a time. Little CMS is not ready for a small block that it does not get, so each
-// context keeps a reserve from which it gets them, and the next Check ends the work. What is left
-// then, or after a broken file, goes with the context.
+// May be used by one thread at a time. Little CMS does not handle failed allocations of small
+// blocks. Therefore each context has a reserve for them, and the next call of Check throws. All
+// blocks that are left, for example after an invalid file, are freed with the context.
 class LcmsContext {
  public:
-  // `largest_block` is the size, in bytes, above which an allocation is refused.
+  // Allocations above `largest_block` bytes fail.
   explicit LcmsContext(size_t largest_block);
   ~LcmsContext();
   LcmsContext(const LcmsContext&) = delete;
@@ -31,10 +31,10 @@ class LcmsContext {
 
   cmsContext get() const { return context_; }
 
-  // Throws std::bad_alloc when memory has been short since the context was made.
+  // Throws std::bad_alloc if an allocation has failed since the context was made.
   void Check() const;
 
-  // The same, and throws `status` when `made` is null or false; else gives it back.
+  // The same; also throws `status` if `made` is null or false. Returns `made`.
   template <class Result>
   Result Check(Result made, QCE_Status status = QCE_OutOfMemory) const {
     Check();
@@ -42,7 +42,7 @@ class LcmsContext {
     return made;
   }
 
-  // Gives the reserve back: from here on the context makes nothing more.
+  // Frees the reserve: from here on the context must not allocate.
   void Finish();
 
   struct Link {
@@ -53,7 +53,7 @@ class LcmsContext {
     void* reserve;
     size_t reserve_used;
     bool is_short;
-    Link blocks;  // a ring with this link in it
+    Link blocks;  // circular list that contains this link
   };
 
  private:
@@ -80,7 +80,7 @@ QCE_Status Guarded(Function&& function) noexcept {
   } catch (QCE_Status status) {
     return status;
   } catch (...) {
-    // The standard library throws here for want of memory or of another resource.
+    // The standard library throws if memory or another resource is exhausted.
     return QCE_OutOfMemory;
   }
 }

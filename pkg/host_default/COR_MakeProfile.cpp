@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Profiles of our own making: the built-in ones, and linear counterparts.
+// Makes profiles: the built-in ones, and linear counterparts.
 
 #include <strings.h>
 
@@ -24,7 +24,7 @@ constexpr cmsCIExyYTRIPLE kRomm = {{0.7347, 0.2653, 1}, {0.1596, 0.8404, 1}, {0.
 constexpr cmsInt32Number kPower = 1;        // parameters: exponent
 constexpr cmsInt32Number kPowerAndToe = 4;  // ((x + offset) / scale) ^ exponent, below d: c x
 
-// Parameters g a b c d of a curve that is (a x + b) ^ g from d on and c x below.
+// Parameters g a b c d: the curve is (a x + b) ^ g for x >= d, else c x.
 struct Curve {
   cmsInt32Number type;
   double parameters[5];
@@ -55,8 +55,7 @@ void WriteText(const LcmsContext& context, cmsHPROFILE profile, cmsTagSignature 
   context.Check(cmsWriteTag(profile, tag, list.get()));
 }
 
-// The profile as a file. Its date is fixed, so that the same profile is the same bytes whenever it
-// is made.
+// Converts the profile to a file. The date is fixed, so that equal profiles have equal bytes.
 std::vector<uint8_t> Serialise(const LcmsContext& context, cmsHPROFILE profile) {
   constexpr size_t kDateOffset = 24;
   constexpr uint8_t kDate[12] = {2026 >> 8, 2026 & 255, 0, 1, 0, 1};
@@ -68,7 +67,7 @@ std::vector<uint8_t> Serialise(const LcmsContext& context, cmsHPROFILE profile) 
   return bytes;
 }
 
-// Copies a tag as it was read; one that is missing or broken stays away.
+// Copies a tag; a missing or invalid tag is omitted.
 void CopyTag(const LcmsContext& context, cmsHPROFILE from, cmsHPROFILE to, cmsTagSignature tag) {
   const void* data = cmsReadTag(from, tag);
   context.Check();

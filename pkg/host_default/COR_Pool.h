@@ -8,16 +8,16 @@
 
 #include "host/COR.h"
 
-// What the pool has met, behind one lock.
+// The profiles of a pool, with a lock.
 class COR_QCE_ProfilePool {
  public:
-  // Keeps `profile` unless one of this identity is known.
+  // Adds `profile` unless the pool contains one with this identifier.
   void Learn(const _t_QCE_ID& id, const COR_QCE_ProfilePtr& profile) {
     const std::lock_guard lock(mutex_);
     met_.emplace(std::to_array(id.words), profile);
   }
 
-  // Null when none of this identity is known.
+  // Returns null if no profile has this identifier.
   COR_QCE_ProfilePtr Find(const _t_QCE_ID& id) const {
     const std::lock_guard lock(mutex_);
     const auto found = met_.find(std::to_array(id.words));

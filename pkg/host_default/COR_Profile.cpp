@@ -15,7 +15,8 @@ constexpr cmsTagSignature kPrimaryTags[] = {cmsSigRedColorantTag, cmsSigGreenCol
                                             cmsSigBlueColorantTag};
 constexpr cmsTagSignature kCurveTags[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
 
-// No profile needs more in one piece: the copy of its bytes, or a text widened to 32 bits.
+// The largest block that a profile of this size needs: a copy of its bytes, or a text in 32-bit
+// characters.
 constexpr size_t LargestBlock(size_t size) { return (size_t{1} << 20) + 4 * size; }
 
 uint32_t WordAt(const uint8_t* bytes, size_t offset) {
@@ -23,7 +24,7 @@ uint32_t WordAt(const uint8_t* bytes, size_t offset) {
   return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
 }
 
-// The bytes that belong to the profile, once its header has said what we can use.
+// Checks the header and returns the size of the profile.
 size_t CheckedSize(const uint8_t* bytes, size_t size) {
   constexpr size_t kSize = 0, kClass = 12, kModel = 16, kMagic = 36;
   Require(size <= COR_QCE_MaxProfileBytes, QCE_TooLarge);
@@ -39,7 +40,7 @@ size_t CheckedSize(const uint8_t* bytes, size_t size) {
   return claim;
 }
 
-// Whether the table of tags names `tag`, wherever it says that the tag lies.
+// Returns whether the tag table contains `tag`, at any offset.
 bool NamesTag(const std::vector<uint8_t>& bytes, cmsTagSignature tag) {
   constexpr size_t kEntryBytes = 12;
   const size_t room = (bytes.size() - kHeaderBytes - 4) / kEntryBytes;
@@ -50,8 +51,8 @@ bool NamesTag(const std::vector<uint8_t>& bytes, cmsTagSignature tag) {
   return false;
 }
 
-// Texts of profiles may be anything; what leaves here is UTF-16 up to the first zero. Little CMS
-// gives characters, in older versions the units of the file.
+// Converts a description, which may contain anything, to valid UTF-16 up to the first zero.
+// Depending on its version, Little CMS returns characters or UTF-16 units.
 std::u16string CleanUtf16(const std::vector<wchar_t>& units) {
   std::u16string text;
   const auto is = [&](size_t i, wchar_t first, wchar_t last) {
@@ -112,7 +113,7 @@ void COR_QCE_Profile::ReadCurves(cmsHPROFILE profile) {
   }
 }
 
-// A profile whose description is missing or broken can still be used.
+// A missing or invalid description is not an error.
 void COR_QCE_Profile::ReadDescription(cmsHPROFILE profile) {
   const cmsUInt32Number bytes =
       cmsGetProfileInfo(profile, cmsInfoDescription, "en", "US", nullptr, 0);

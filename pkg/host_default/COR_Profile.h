@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A profile as the engine knows it: its bytes, and what they say.
+// A profile: its bytes, and what the engine reads from them.
 
 #include <array>
 #include <string>
@@ -11,11 +11,12 @@
 #include "COR_Curve.h"
 #include "COR_Lcms.h"
 
-// Immutable. Only primaries and tone curves count, also where there are tables besides: that is
-// what can be made linear.
+// Immutable. If a profile has lookup tables as well as primaries and tone curves, only the latter
+// are used, because they can be made linear.
 class COR_QCE_Profile {
  public:
-  // Throws as COR_QCE_ProfileFromMemory tells. Bytes past the claimed size are left out.
+  // Throws the statuses of COR_QCE_ProfileFromMemory. Bytes after the size in the header are
+  // ignored.
   COR_QCE_Profile(const uint8_t* bytes, size_t size);
 
   const std::vector<uint8_t>& bytes() const { return bytes_; }
@@ -24,8 +25,8 @@ class COR_QCE_Profile {
   bool IsLinear() const;
   _t_QCE_ID Id() const;
 
-  // Column c holds the XYZ of primary c, on the D50 white of profiles; regular, and white is
-  // positive in all three.
+  // Column c is the XYZ of primary c relative to the D50 white of profiles. The matrix is regular,
+  // and white is positive in all three rows.
   const cmsMAT3& primaries() const { return primaries_; }
 
  private:
@@ -42,11 +43,11 @@ class COR_QCE_Profile {
 
 namespace host {
 
-// A built-in profile, as bytes. Null for an unknown name.
+// Returns a built-in profile as bytes; empty for an unknown name.
 std::vector<uint8_t> MakeBuiltInProfile(const char* name);
 const char* BuiltInProfileName(int32_t index);
 
-// The profile with the same primaries and white and identity curves, as bytes.
+// Returns a profile with the same primaries and white point and identity curves, as bytes.
 std::vector<uint8_t> MakeLinearProfile(const COR_QCE_Profile& profile);
 
 }  // namespace host

@@ -11,7 +11,7 @@
 
 namespace {
 
-// 16-bit pixels have white at 32768, the engine at 65535.
+// White is 32768 in 16-bit pixels and 65535 in the engine.
 constexpr uint32_t kWhite16 = 32768, kFull16 = 65535;
 
 uint32_t ToEngine(uint32_t value, uint32_t white, uint32_t full) {
@@ -20,7 +20,7 @@ uint32_t ToEngine(uint32_t value, uint32_t white, uint32_t full) {
 
 }  // namespace
 
-// How a format's channel becomes light and how light is stored.
+// Conversion between the channels of a format and light (linear values).
 
 struct COR_QCE_Transform::Bytes {
   using Channel = uint8_t;
@@ -75,12 +75,12 @@ COR_QCE_Transform::COR_QCE_Transform(const COR_QCE_ProfilePtr& from, const COR_Q
   if (is_identity_) return;
   if (!same_primaries_) MultiplyMatrices();
   if (format == QCE_Format_Argb8) Tabulate(255, 255);
-  // On the way to a linear profile a row of all greys is all that most callers ask for.
+  // Most transforms to a linear profile convert one row of greys only, so no table is made.
   if (format == QCE_Format_Argb16 && !to->IsLinear()) Tabulate(kWhite16, kFull16);
 }
 
-// Each profile's white is that of its three primaries together, which rounding in the file leaves a
-// little beside D50. White must become white, and a grey a grey, so the difference is scaled away.
+// The white of a profile is the sum of its primaries, which rounding in the file moves away from
+// D50. The difference is scaled away so that white stays white and greys stay grey.
 void COR_QCE_Transform::MultiplyMatrices() {
   const cmsMAT3& from = from_->primaries();
   const cmsMAT3& to = to_->primaries();
@@ -120,7 +120,7 @@ void COR_QCE_Transform::Tabulate(uint32_t white, uint32_t full) {
   }
 }
 
-// The sums are rounded to float, which takes away what they miss of exact white and exact grey.
+// Rounding the sums to float removes small deviations from exact white and grey.
 COR_QCE_Transform::Light COR_QCE_Transform::ToTarget(const Light& light) const {
   Light target;
   for (size_t row = 0; row < 3; ++row) {

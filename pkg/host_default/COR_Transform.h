@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// From one profile to another: the curves of the first, the product of both matrices, the curves of
-// the second backwards.
+// A transform between profiles: the curves of the first, the product of both matrices, the inverse
+// curves of the second.
 
 #include <array>
 #include <memory>
@@ -12,7 +12,7 @@
 #include "COR_Codes.h"
 #include "COR_Profile.h"
 
-// Immutable, so that any number of threads may share one.
+// Immutable and thread-safe.
 class COR_QCE_Transform {
  public:
   COR_QCE_Transform(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to, uint32_t format);
@@ -40,8 +40,8 @@ class COR_QCE_Transform {
   bool same_primaries_;
   std::array<std::array<double, 3>, 3> matrix_ = {};
 
-  // Of integer formats, channels with the same curve sharing one: the light of each value, and the
-  // codes of the target. Null where each pixel is computed.
+  // Tables for integer formats: the light of each value, and the codes of the target. Channels with
+  // equal curves share a table. Null if pixels are computed individually.
   std::array<std::shared_ptr<const std::vector<float>>, 3> light_;
   std::array<std::shared_ptr<const host::Codes>, 3> codes_;
 };

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the services of the embedded host share.
+// Functions shared by the services of the embedded host.
 
 #include <atomic>
 #include <cstddef>
@@ -12,24 +12,24 @@
 
 namespace host {
 
-// A 16-byte aligned block of the general source, counted in VXHost_GetMemory. Null when there is no
-// memory; the log then tells `label` (may be null) and size.
+// Allocates a 16-byte aligned block with the general allocator; it is counted in VXHost_GetMemory.
+// Returns null if out of memory and logs `label` (may be null) and size.
 void* AllocateBlock(const char* label, size_t size);
 void* AllocateBlockClear(const char* label, size_t size);
 
-// Null is accepted.
+// Null is ignored.
 void FreeBlock(void* block);
 
-// Sends a report to the sink, or to the calling thread's list. A null text counts as empty.
+// Sends a report to the sink, or to the list of the calling thread. Null text is treated as empty.
 void Report(uint32_t check, int32_t line, int32_t severity, const char* text);
 
 // Sends a line to the log, if there is one.
 void Log(int32_t level, const char* component, const char* event, const char* text);
 
-// True when the file name ends in an extension that stands for `type`.
+// Returns whether the extension of the file name has this type.
 bool FileNameHasType(const char* name, uint32_t type);
 
-// A count of things begun and not yet ended; an end too many is ignored. Any thread.
+// A counter of begun and not yet ended pairs; extra ends are ignored. Thread-safe.
 class PairCount {
  public:
   void Begin() { ++count_; }

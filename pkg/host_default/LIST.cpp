@@ -13,7 +13,7 @@ struct LIST_List {
   int32_t count;
   int32_t capacity;
   int32_t lock_count;
-  std::byte* entries;  // null while capacity is 0
+  std::byte* entries;  // null if capacity is 0
 };
 
 namespace {

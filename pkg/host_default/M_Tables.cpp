@@ -29,7 +29,7 @@ constexpr ByteTables MakeByteTables() {
   return tables;
 }
 
-// In read-only memory: a client that writes them finds out at once.
+// In read-only memory, so that a client that writes to them crashes at once.
 constexpr ByteTables kBytes = MakeByteTables();
 
 struct TrigTables {

@@ -13,7 +13,7 @@ struct Noise {
   uint32_t words[kWords];
 
   Noise() {
-    std::mt19937 generator;  // its default seed and sequence are fixed by the language
+    std::mt19937 generator;  // default seed and sequence are defined by the standard
     for (uint32_t& word : words) word = static_cast<uint32_t>(generator());
   }
 };

@@ -13,7 +13,7 @@
 
 namespace {
 
-// malloc of the platforms that we build for aligns to 16 bytes.
+// On supported platforms malloc aligns to 16 bytes.
 static_assert(alignof(std::max_align_t) >= 16);
 
 void* BuiltInAllocate(size_t size, void*) { return std::malloc(size); }
@@ -36,7 +36,7 @@ struct Purge {
 };
 constinit Purge purge = {};
 
-// Stands before each block; its size keeps what follows aligned.
+// Precedes each block; its size preserves alignment.
 struct alignas(16) Header {
   size_t size;
 };

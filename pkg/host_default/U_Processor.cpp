@@ -23,9 +23,9 @@ void Detect() {
 #endif
 }
 
-// Callers read the words through a plain pointer, so nothing can fill them at first use. The
-// earliest priority that programs may use lets the record stand before any initialiser of a program
-// that carries this host as an archive; with the shared library the loader sees to it.
+// Callers read the record through a pointer, so it cannot be set at first use. This is the earliest
+// priority for programs: the record is set before any initialiser of a program that links this host
+// statically. For the shared library, the loader ensures this.
 __attribute__((constructor(101))) void DetectAtLoad() { Detect(); }
 
 }  // namespace

@@ -22,8 +22,8 @@ struct Sinks {
 };
 constinit Sinks sinks = {};
 
-// A report may come from a destructor that runs after this thread's objects are gone. `gone` needs
-// no destructor, so it can still be asked then.
+// Reports may be made by a destructor that runs after the objects of this thread are destroyed.
+// `gone` has no destructor and can still be read then.
 thread_local constinit bool gone = false;
 
 struct ThreadReports {
@@ -44,7 +44,7 @@ void Keep(uint32_t check, int32_t line, int32_t severity, const char* text) {
     if (mine->list.size() == kKeptReports) mine->list.pop_front();
     mine->list.push_back({check, line, severity, text});
   } catch (const std::bad_alloc&) {
-    // A report of short memory must not fail for want of memory; its code still tells the caller.
+    // A report of an out-of-memory error must not fail; the caller still gets the error code.
   }
 }
 

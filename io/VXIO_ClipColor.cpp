@@ -236,7 +236,7 @@ class YuvRows {
 };
 
 template <class Pixel, class Rows>
-void PlaceRows(Rows rows, const AVFrame& frame, const VXIOp_Placement& place, bool with_alpha) {
+void StoreRows(Rows rows, const AVFrame& frame, const VXIOp_Placement& place, bool with_alpha) {
   std::vector<Pixel> row(static_cast<size_t>(frame.width));
   for (int32_t y = 0; y < frame.height; ++y) {
     rows.Colours(y, row.data());
@@ -371,11 +371,11 @@ void VXIOp_ClipColor::Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixe
   const VXIOp_Placement place = VXIOp_PlacementOf(*world, orientation, sizeof(Pixel));
   if (pixels.kind == Kind::Yuv) {
     const AVFrame& full = FullChroma(frame);
-    PlaceRows<Pixel>(YuvRows<Pixel>(frame, pixels, &full), frame, place, with_alpha);
+    StoreRows<Pixel>(YuvRows<Pixel>(frame, pixels, &full), frame, place, with_alpha);
   } else if (!pixels.full_range) {
-    PlaceRows<Pixel>(YuvRows<Pixel>(frame, pixels, nullptr), frame, place, with_alpha);
+    StoreRows<Pixel>(YuvRows<Pixel>(frame, pixels, nullptr), frame, place, with_alpha);
   } else {
-    PlaceRows<Pixel>(CodeRows<Pixel>(frame, pixels), frame, place, with_alpha);
+    StoreRows<Pixel>(CodeRows<Pixel>(frame, pixels), frame, place, with_alpha);
   }
 }
 

@@ -40,14 +40,14 @@ const VXIOp_Format* ByName(std::string_view name) {
   return found == kFormats.end() ? nullptr : &*found;
 }
 
-std::vector<std::string> Words(std::string_view text) {
-  std::vector<std::string> words;
+std::vector<std::string> Split(std::string_view text) {
+  std::vector<std::string> parts;
   while (!text.empty()) {
     size_t end = std::min(text.find(' '), text.size());
-    words.emplace_back(text.substr(0, end));
+    parts.emplace_back(text.substr(0, end));
     text.remove_prefix(std::min(end + 1, text.size()));
   }
-  return words;
+  return parts;
 }
 
 }  // namespace
@@ -63,8 +63,8 @@ const VXIOp_Format* VXIOp_FormatOfName(std::string_view path) {
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   for (const VXIOp_Format& format : kFormats) {
-    for (const std::string& word : Words(format.extensions)) {
-      if (word == extension) return &format;
+    for (const std::string& part : Split(format.extensions)) {
+      if (part == extension) return &format;
     }
   }
   return nullptr;
@@ -116,7 +116,7 @@ std::string VXIOp_FirstLine(const std::string& text) {
 std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
   std::vector<VXIO_FormatInfo> list;
   for (const VXIOp_Format& format : kFormats) {
-    VXIO_FormatInfo info{format.name, Words(format.extensions), {}, format.alpha, format.profile};
+    VXIO_FormatInfo info{format.name, Split(format.extensions), {}, format.alpha, format.profile};
     // A larger depth stores the values of a smaller one exactly.
     if (format.depth8 || format.depth16 || format.depth32) info.depths.push_back(8);
     if (format.depth16 || format.depth32) info.depths.push_back(16);

@@ -30,7 +30,7 @@ int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
   const int red = at.red - band.first_channel, green = at.green - band.first_channel;
   const int blue = at.blue - band.first_channel;
   const int alpha = at.alpha < 0 ? -1 : at.alpha - band.first_channel;
-  int64_t bare = 0;
+  int64_t colours_to_lose = 0;
   for (int32_t y = band.y_begin; y < band.y_end; ++y) {
     char* to = place.origin + y * place.step_y;
     for (int32_t x = 0; x < width; ++x, from += band.channels, to += place.step_x) {
@@ -39,11 +39,12 @@ int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
       pixel.green = VXIOp_ChannelOfSample(from[green]);
       pixel.blue = VXIOp_ChannelOfSample(from[blue]);
       pixel.alpha = alpha < 0 ? VXIOp_Full<Pixel> : VXIOp_ChannelOfSample(from[alpha]);
-      bare += pixel.alpha == 0 && (pixel.red != 0 || pixel.green != 0 || pixel.blue != 0);
+      colours_to_lose +=
+          pixel.alpha == 0 && (pixel.red != 0 || pixel.green != 0 || pixel.blue != 0);
       std::memcpy(to, &pixel, sizeof pixel);
     }
   }
-  return bare;
+  return colours_to_lose;
 }
 
 bool FetchBand(VXIOp_Open* open, const Band& band, OIIO::TypeDesc type, void* samples) {
@@ -73,7 +74,7 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
   std::vector<Sample> samples(
       static_cast<size_t>(rows * row_bytes / static_cast<int64_t>(sizeof(Sample))));
   const VXIOp_Placement place = VXIOp_PlacementOf(*world, open->orientation, sizeof(Pixel));
-  int64_t bare = 0;
+  int64_t colours_to_lose = 0;
   for (int64_t y = 0; y < spec.height; y += rows) {
     Band band{static_cast<int32_t>(y),
               static_cast<int32_t>(std::min<int64_t>(y + rows, spec.height)), first, count,
@@ -86,9 +87,9 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
       VXIOp_ThrowInput(open->path, "is truncated or damaged; make or fetch the file again (" +
                                        VXIOp_FirstLine(why) + ")");
     }
-    bare += Unpack<Pixel>(band, at, spec.width, place);
+    colours_to_lose += Unpack<Pixel>(band, at, spec.width, place);
   }
-  return bare;
+  return colours_to_lose;
 }
 
 // Fills everything except the pixels.
@@ -146,10 +147,11 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   int32_t own = depth == 32 && open.depth == 16 ? 32 : open.depth;
   VXIO_Picture picture = HeaderOf(&open);
   picture.world = VXIOp_NewWorld(open.width(), open.height(), own);
-  int64_t bare = 0;
+  int64_t colours_to_lose = 0;
   try {
     VXIOp_WithPixel(*picture.world, [&](auto* pixel) {
-      bare = ReadPixels<std::remove_pointer_t<decltype(pixel)>>(&open, picture.world.get());
+      colours_to_lose =
+          ReadPixels<std::remove_pointer_t<decltype(pixel)>>(&open, picture.world.get());
     });
   } catch (const std::bad_alloc&) {
     throw VX_Err{VX_ErrOutOfMemory};
@@ -158,8 +160,8 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   if (depth > own) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
   if (divides) {
     VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));
-    if (bare > 0) {
-      picture.warnings.push_back(path + ": " + std::to_string(bare) +
+    if (colours_to_lose > 0) {
+      picture.warnings.push_back(path + ": " + std::to_string(colours_to_lose) +
                                  " pixels have light but no coverage, which straight alpha "
                                  "cannot hold; they become black");
     }

@@ -55,20 +55,20 @@ struct VX_ForEachPixelOptions {
 // Adapts a callable to the C callbacks: passed as refcon, and stores an exception until they
 // return.
 template <class Pixel, class Function>
-class VXp_PixelWalk {
+class VXp_PixelIteration {
  public:
-  VXp_PixelWalk(Function& function, const VX_ForEachPixelOptions& options)
+  VXp_PixelIteration(Function& function, const VX_ForEachPixelOptions& options)
       : function_(function), options_(options) {}
 
   VX_Err Run(const VX_LayerDef* src, VX_LayerDef* dst) {
-    VX_ProgressInfo watched{};
+    VX_ProgressInfo forwarded{};
     const bool polls = options_.progress != nullptr && options_.progress->progress_func != nullptr;
     if (polls) {
-      watched = *options_.progress;
-      watched.progress_func = Poll;
-      watched.progress_refcon = this;
+      forwarded = *options_.progress;
+      forwarded.progress_func = Poll;
+      forwarded.progress_refcon = this;
     }
-    const VX_Err error = Iterate(polls ? &watched : nullptr, src, dst);
+    const VX_Err error = Iterate(polls ? &forwarded : nullptr, src, dst);
     if (thrown_ != nullptr) std::rethrow_exception(thrown_);
     return error;
   }
@@ -90,29 +90,29 @@ class VXp_PixelWalk {
   }
 
   static VX_Err Visit(void* refcon, int32_t x, int32_t y, void* in, void* out) {
-    auto& walk = *static_cast<VXp_PixelWalk*>(refcon);
+    auto& iteration = *static_cast<VXp_PixelIteration*>(refcon);
     try {
       const auto* const from = static_cast<const Pixel*>(in);
       auto* const to = static_cast<Pixel*>(out);
       if constexpr (std::is_void_v<Result>) {
-        walk.function_(x, y, from, to);
+        iteration.function_(x, y, from, to);
         return VX_Ok;
       } else {
-        return walk.function_(x, y, from, to);
+        return iteration.function_(x, y, from, to);
       }
     } catch (...) {
-      walk.thrown_ = std::current_exception();
+      iteration.thrown_ = std::current_exception();
       return VX_ErrStopped;
     }
   }
 
   static VX_Err Poll(void* refcon, int32_t step, int32_t final_step) {
-    auto& walk = *static_cast<VXp_PixelWalk*>(refcon);
-    const VX_ProgressInfo& progress = *walk.options_.progress;
+    auto& iteration = *static_cast<VXp_PixelIteration*>(refcon);
+    const VX_ProgressInfo& progress = *iteration.options_.progress;
     try {
       return progress.progress_func(progress.progress_refcon, step, final_step);
     } catch (...) {
-      walk.thrown_ = std::current_exception();
+      iteration.thrown_ = std::current_exception();
       return VX_ErrStopped;
     }
   }
@@ -123,9 +123,9 @@ class VXp_PixelWalk {
 };
 
 template <class Pixel, class Function>
-VX_Err VXp_WalkPixels(const VX_LayerDef* src, VX_LayerDef* dst, Function& function,
-                      const VX_ForEachPixelOptions& options) {
-  return VXp_PixelWalk<Pixel, Function>(function, options).Run(src, dst);
+VX_Err VXp_IteratePixels(const VX_LayerDef* src, VX_LayerDef* dst, Function& function,
+                         const VX_ForEachPixelOptions& options) {
+  return VXp_PixelIteration<Pixel, Function>(function, options).Run(src, dst);
 }
 
 // --- the four forms ------------------------------------------------------------------------------
@@ -138,7 +138,7 @@ VX_Err VX_ForEachPixel(const VX_LayerDef* src, VX_LayerDef* dst, Function&& func
                                "Pixel of another depth than the world in VX_ForEachPixel()");
     return VX_ErrBadParameter;
   }
-  return VXp_WalkPixels<Pixel>(src, dst, function, options);
+  return VXp_IteratePixels<Pixel>(src, dst, function, options);
 }
 
 template <class Function>
@@ -146,9 +146,9 @@ VX_Err VX_ForEachPixel(const VX_LayerDef* src, VX_LayerDef* dst, Function&& func
                        const VX_ForEachPixelOptions& options = {}) {
   // For other depths VX_Iterate returns the error.
   const int32_t depth = dst != nullptr ? VXp_WorldDepth(dst) : 8;
-  if (depth == 16) return VXp_WalkPixels<VX_Pixel16>(src, dst, function, options);
-  if (depth == 32) return VXp_WalkPixels<VX_PixelFloat>(src, dst, function, options);
-  return VXp_WalkPixels<VX_Pixel8>(src, dst, function, options);
+  if (depth == 16) return VXp_IteratePixels<VX_Pixel16>(src, dst, function, options);
+  if (depth == 32) return VXp_IteratePixels<VX_PixelFloat>(src, dst, function, options);
+  return VXp_IteratePixels<VX_Pixel8>(src, dst, function, options);
 }
 
 template <class Pixel, class Function>

@@ -20,16 +20,17 @@ constexpr double kFull = 65535;
 // Smallest value used for fitting an exponent, because 0 has no logarithm.
 constexpr double kLeast = 1 / kFull;
 
-float TableAt(const std::vector<uint16_t>& table, float place) {
-  if (place >= 1) return static_cast<float>(table.back() / kFull);
-  const double position = static_cast<double>(place) * static_cast<double>(table.size() - 1);
+float TableAt(const std::vector<uint16_t>& table, float position_0_to_1) {
+  if (position_0_to_1 >= 1) return static_cast<float>(table.back() / kFull);
+  const double position =
+      static_cast<double>(position_0_to_1) * static_cast<double>(table.size() - 1);
   const auto k = static_cast<size_t>(position);
   const double low = table[k];
   return static_cast<float>((low + (position - static_cast<double>(k)) * (table[k + 1] - low)) /
                             kFull);
 }
 
-float PlaceInTable(const std::vector<uint16_t>& rising, float linear) {
+float PositionInTable(const std::vector<uint16_t>& rising, float linear) {
   const double value = linear * kFull;
   if (value <= rising.front()) return 0;
   if (value >= rising.back()) return 1;
@@ -40,10 +41,10 @@ float PlaceInTable(const std::vector<uint16_t>& rising, float linear) {
   return static_cast<float>(position / static_cast<double>(rising.size() - 1));
 }
 
-// Little CMS clamps at 1e22. Above kFar, a formula would exceed the range of floats.
+// Little CMS clamps at 1e22. Above kLargest, a formula would exceed the range of floats.
 float Formula(const cmsToneCurve* curve, float value) {
-  constexpr float kFar = 1e20f;
-  return value > kFar ? value : cmsEvalToneCurveFloat(curve, value);
+  constexpr float kLargest = 1e20f;
+  return value > kLargest ? value : cmsEvalToneCurveFloat(curve, value);
 }
 
 template <class Function>
@@ -81,7 +82,7 @@ float ToneCurve::ToLinear(float stored) const {
 
 float ToneCurve::ToStored(float linear) const {
   return Mirrored(linear, [this](float v) {
-    return table_.empty() ? Formula(backward_.get(), v) : PlaceInTable(rising_, v);
+    return table_.empty() ? Formula(backward_.get(), v) : PositionInTable(rising_, v);
   });
 }
 

@@ -126,7 +126,7 @@ QCE_Status GetProfileID(COR_QCE_ProfilePool* pool, const COR_QCE_ProfilePtr& pro
   return Guarded([&] {
     Require(profile && out);
     const _t_QCE_ID id = profile->Id();
-    if (pool) pool->Learn(id, profile);
+    if (pool) pool->Add(id, profile);
     *out = id;
   });
 }
@@ -169,27 +169,28 @@ struct Entry {
 
 // Makes the entry of a procedure, which must have the type of `call`.
 template <class Proc>
-Entry Behind(Proc* /*call*/, const char* name, Proc* procedure) {
+Entry EntryOf(Proc* /*call*/, const char* name, Proc* procedure) {
   return {name, reinterpret_cast<void*>(procedure)};
 }
 
 void* EngineAddress(const char* name) {
   static const Entry entries[] = {
       {host::kInterfaceVersionName, reinterpret_cast<void*>(InterfaceVersion)},
-      Behind(COR_QCE_ProfileFromMemory, "COR_QCE_ProfileFromMemory", ProfileFromMemory),
-      Behind(COR_QCE_ProfileFromFile, "COR_QCE_ProfileFromFile", ProfileFromFile),
-      Behind(COR_QCE_ProfileFromName, "COR_QCE_ProfileFromName", ProfileFromName),
-      Behind(COR_QCE_BuiltInProfileName, "COR_QCE_BuiltInProfileName", host::BuiltInProfileName),
-      Behind(COR_QCE_GetProfileDescription, "COR_QCE_GetProfileDescription", GetProfileDescription),
-      Behind(COR_QCE_GetProfileBytes, "COR_QCE_GetProfileBytes", GetProfileBytes),
-      Behind(COR_QCE_GetToneExponent, "COR_QCE_GetToneExponent", GetToneExponent),
-      Behind(COR_QCE_GetLinearRGBProfile, "COR_QCE_GetLinearRGBProfile", GetLinearRGBProfile),
-      Behind(COR_QCE_NewProfilePool, "COR_QCE_NewProfilePool", NewProfilePool),
-      Behind(COR_QCE_DisposeProfilePool, "COR_QCE_DisposeProfilePool", DisposeProfilePool),
-      Behind(COR_QCE_GetProfileID, "COR_QCE_GetProfileID", GetProfileID),
-      Behind(COR_QCE_GetProfileByID, "COR_QCE_GetProfileByID", GetProfileByID),
-      Behind(COR_QCE_NewTransform, "COR_QCE_NewTransform", NewTransform),
-      Behind(COR_QCE_Apply, "COR_QCE_Apply", Apply),
+      EntryOf(COR_QCE_ProfileFromMemory, "COR_QCE_ProfileFromMemory", ProfileFromMemory),
+      EntryOf(COR_QCE_ProfileFromFile, "COR_QCE_ProfileFromFile", ProfileFromFile),
+      EntryOf(COR_QCE_ProfileFromName, "COR_QCE_ProfileFromName", ProfileFromName),
+      EntryOf(COR_QCE_BuiltInProfileName, "COR_QCE_BuiltInProfileName", host::BuiltInProfileName),
+      EntryOf(COR_QCE_GetProfileDescription, "COR_QCE_GetProfileDescription",
+              GetProfileDescription),
+      EntryOf(COR_QCE_GetProfileBytes, "COR_QCE_GetProfileBytes", GetProfileBytes),
+      EntryOf(COR_QCE_GetToneExponent, "COR_QCE_GetToneExponent", GetToneExponent),
+      EntryOf(COR_QCE_GetLinearRGBProfile, "COR_QCE_GetLinearRGBProfile", GetLinearRGBProfile),
+      EntryOf(COR_QCE_NewProfilePool, "COR_QCE_NewProfilePool", NewProfilePool),
+      EntryOf(COR_QCE_DisposeProfilePool, "COR_QCE_DisposeProfilePool", DisposeProfilePool),
+      EntryOf(COR_QCE_GetProfileID, "COR_QCE_GetProfileID", GetProfileID),
+      EntryOf(COR_QCE_GetProfileByID, "COR_QCE_GetProfileByID", GetProfileByID),
+      EntryOf(COR_QCE_NewTransform, "COR_QCE_NewTransform", NewTransform),
+      EntryOf(COR_QCE_Apply, "COR_QCE_Apply", Apply),
   };
   for (const Entry& entry : entries) {
     if (name && std::strcmp(name, entry.name) == 0) return entry.address;

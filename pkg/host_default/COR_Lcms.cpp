@@ -10,7 +10,7 @@
 
 namespace {
 
-using Meter = host::LcmsContext::Meter;
+using Usage = host::LcmsContext::Usage;
 
 constexpr size_t kReserve = size_t{128} << 10;
 
@@ -20,26 +20,26 @@ struct alignas(16) Header : host::LcmsContext::Link {
   bool of_reserve;
 };
 
-// The meter of the context that this thread is constructing, which is not yet stored in the
+// The usage of the context that this thread is constructing, which is not yet stored in the
 // context.
-thread_local Meter* unborn = nullptr;
+thread_local Usage* under_construction = nullptr;
 
 void* Allocate(cmsContext context, cmsUInt32Number size) {
-  auto* known = static_cast<Meter*>(cmsGetContextUserData(context));
-  Meter* meter = known ? known : unborn;
-  if (size > meter->largest_block) return nullptr;
+  auto* known = static_cast<Usage*>(cmsGetContextUserData(context));
+  Usage* usage = known ? known : under_construction;
+  if (size > usage->largest_block) return nullptr;
   const size_t whole =
       (sizeof(Header) + size + alignof(Header) - 1) / alignof(Header) * alignof(Header);
   // Cleared, because Little CMS reads the ends of texts that it has not written.
   void* block = host::AllocateBlockClear("COR", whole);
   const bool of_reserve = !block;
   if (of_reserve) {
-    meter->is_short = true;
-    if (!meter->reserve || whole > kReserve - meter->reserve_used) return nullptr;
-    block = static_cast<char*>(meter->reserve) + meter->reserve_used;
-    meter->reserve_used += whole;
+    usage->is_short = true;
+    if (!usage->reserve || whole > kReserve - usage->reserve_used) return nullptr;
+    block = static_cast<char*>(usage->reserve) + usage->reserve_used;
+    usage->reserve_used += whole;
   }
-  auto* header = new (block) Header{{meter->blocks.before, &meter->blocks}, size, of_reserve};
+  auto* header = new (block) Header{{usage->blocks.before, &usage->blocks}, size, of_reserve};
   header->before->after = header->after->before = header;
   return header + 1;
 }
@@ -73,13 +73,13 @@ cmsPluginMemHandler memory = {{cmsPluginMagicNumber, LCMS_VERSION, cmsPluginMemH
 namespace host {
 
 LcmsContext::LcmsContext(size_t largest_block)
-    : meter_{largest_block, AllocateBlockClear("COR", kReserve), 0, false, {}} {
-  if (!meter_.reserve) throw std::bad_alloc();
-  meter_.blocks = {&meter_.blocks, &meter_.blocks};
-  unborn = &meter_;
-  context_ = cmsCreateContext(&memory, &meter_);
-  unborn = nullptr;
-  if (!context_ || meter_.is_short) {
+    : usage_{largest_block, AllocateBlockClear("COR", kReserve), 0, false, {}} {
+  if (!usage_.reserve) throw std::bad_alloc();
+  usage_.blocks = {&usage_.blocks, &usage_.blocks};
+  under_construction = &usage_;
+  context_ = cmsCreateContext(&memory, &usage_);
+  under_construction = nullptr;
+  if (!context_ || usage_.is_short) {
     Release();
     throw std::bad_alloc();
   }
@@ -90,20 +90,20 @@ LcmsContext::~LcmsContext() { Release(); }
 
 void LcmsContext::Release() {
   if (context_) cmsDeleteContext(context_);
-  while (meter_.blocks.after != &meter_.blocks) {
-    Free(nullptr, static_cast<Header*>(meter_.blocks.after) + 1);
+  while (usage_.blocks.after != &usage_.blocks) {
+    Free(nullptr, static_cast<Header*>(usage_.blocks.after) + 1);
   }
-  FreeBlock(meter_.reserve);
+  FreeBlock(usage_.reserve);
 }
 
 void LcmsContext::Check() const {
-  if (meter_.is_short) throw std::bad_alloc();
+  if (usage_.is_short) throw std::bad_alloc();
 }
 
 void LcmsContext::Finish() {
   Check();
-  FreeBlock(meter_.reserve);
-  meter_.reserve = nullptr;
+  FreeBlock(usage_.reserve);
+  usage_.reserve = nullptr;
 }
 
 }  // namespace host

@@ -48,7 +48,7 @@ class LcmsContext {
   struct Link {
     Link *before, *after;
   };
-  struct Meter {
+  struct Usage {
     size_t largest_block;
     void* reserve;
     size_t reserve_used;
@@ -59,7 +59,7 @@ class LcmsContext {
  private:
   void Release();
 
-  Meter meter_;
+  Usage usage_;
   cmsContext context_;
 };
 

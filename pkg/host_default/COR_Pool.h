@@ -12,19 +12,19 @@
 class COR_QCE_ProfilePool {
  public:
   // Adds `profile` unless the pool contains one with this identifier.
-  void Learn(const _t_QCE_ID& id, const COR_QCE_ProfilePtr& profile) {
+  void Add(const _t_QCE_ID& id, const COR_QCE_ProfilePtr& profile) {
     const std::lock_guard lock(mutex_);
-    met_.emplace(std::to_array(id.words), profile);
+    profiles_.emplace(std::to_array(id.words), profile);
   }
 
   // Returns null if no profile has this identifier.
   COR_QCE_ProfilePtr Find(const _t_QCE_ID& id) const {
     const std::lock_guard lock(mutex_);
-    const auto found = met_.find(std::to_array(id.words));
-    return found == met_.end() ? nullptr : found->second;
+    const auto found = profiles_.find(std::to_array(id.words));
+    return found == profiles_.end() ? nullptr : found->second;
   }
 
  private:
   mutable std::mutex mutex_;
-  std::map<std::array<uint32_t, 4>, COR_QCE_ProfilePtr> met_;
+  std::map<std::array<uint32_t, 4>, COR_QCE_ProfilePtr> profiles_;
 };

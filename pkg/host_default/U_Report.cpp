@@ -12,7 +12,7 @@ constinit char Up_G_buffer[1024] = {};
 
 namespace {
 
-constexpr size_t kKeptReports = 256;
+constexpr size_t kMaxReports = 256;
 
 struct Sinks {
   VXHost_ReportSink report;
@@ -23,26 +23,26 @@ struct Sinks {
 constinit Sinks sinks = {};
 
 // Reports may be made by a destructor that runs after the objects of this thread are destroyed.
-// `gone` has no destructor and can still be read then.
-thread_local constinit bool gone = false;
+// `destroyed` has no destructor and can still be read then.
+thread_local constinit bool destroyed = false;
 
 struct ThreadReports {
   std::deque<VXHost_Report> list;
-  ~ThreadReports() { gone = true; }
+  ~ThreadReports() { destroyed = true; }
 };
 
-ThreadReports* Mine() {
-  if (gone) return nullptr;
+ThreadReports* ReportsOfThread() {
+  if (destroyed) return nullptr;
   thread_local ThreadReports reports;
   return &reports;
 }
 
-void Keep(uint32_t check, int32_t line, int32_t severity, const char* text) {
+void StoreReport(uint32_t check, int32_t line, int32_t severity, const char* text) {
   try {
-    ThreadReports* mine = Mine();
-    if (!mine) return;
-    if (mine->list.size() == kKeptReports) mine->list.pop_front();
-    mine->list.push_back({check, line, severity, text});
+    ThreadReports* reports_of_thread = ReportsOfThread();
+    if (!reports_of_thread) return;
+    if (reports_of_thread->list.size() == kMaxReports) reports_of_thread->list.pop_front();
+    reports_of_thread->list.push_back({check, line, severity, text});
   } catch (const std::bad_alloc&) {
     // A report of an out-of-memory error must not fail; the caller still gets the error code.
   }
@@ -57,7 +57,7 @@ void Report(uint32_t check, int32_t line, int32_t severity, const char* text) {
   if (sinks.report) {
     sinks.report(check, line, severity, text, sinks.report_context);
   } else {
-    Keep(check, line, severity, text);
+    StoreReport(check, line, severity, text);
   }
 }
 
@@ -105,9 +105,9 @@ void VXHost_SetLogSink(VXHost_LogSink sink, void* context) {
 
 std::vector<VXHost_Report> VXHost_TakeReports() {
   std::vector<VXHost_Report> taken;
-  if (ThreadReports* mine = Mine()) {
-    taken.assign(mine->list.begin(), mine->list.end());
-    mine->list.clear();
+  if (ThreadReports* reports_of_thread = ReportsOfThread()) {
+    taken.assign(reports_of_thread->list.begin(), reports_of_thread->list.end());
+    reports_of_thread->list.clear();
   }
   return taken;
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-const char* Words(const char* text) {
+const char* TextOf(const char* text) {
   if (!text || std::strncmp(text, "$$$", 3) != 0) return text;
   const char* equals = std::strchr(text, '=');
   return equals ? equals + 1 : text;
@@ -16,14 +16,14 @@ const char* Words(const char* text) {
 
 }  // namespace
 
-const char* U_ZLookup(const char* key) { return Words(key); }
+const char* U_ZLookup(const char* key) { return TextOf(key); }
 
-const char* U_ZStringToMBString(const char* key) { return Words(key); }
+const char* U_ZStringToMBString(const char* key) { return TextOf(key); }
 
 const char* U_ZLookupLStrCache(const void* zref, int32_t index) {
   const U_ZRef* table = static_cast<const U_ZRef*>(zref);
   if (!table || !table->entries || index < 0 || index >= table->count) return nullptr;
-  return Words(table->entries[index].text);
+  return TextOf(table->entries[index].text);
 }
 
 U_Err U_SubString(char* buffer, size_t size, const char* form, const int32_t* values,

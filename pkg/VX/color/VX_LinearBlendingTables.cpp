@@ -49,7 +49,7 @@ Entries Expand(const uint16_t* linearize) {
 
 // Returns the position of x in segment k, in eighths of an entry. If x is inside the segment, its
 // ends differ.
-int32_t PlaceInSegment(const Entries& rising, int32_t k, int32_t x) {
+int32_t PositionInSegment(const Entries& rising, int32_t k, int32_t x) {
   const int32_t low = rising[static_cast<size_t>(k)];
   const int32_t high = rising[static_cast<size_t>(k) + 1];
   if (x < low) return 8 * k;
@@ -64,7 +64,7 @@ void Invert(const Entries& rising, uint16_t* delinearize) {
   for (int32_t i = 0; i < kEntries; ++i) {
     const int32_t x = ValueOf(i);
     while (k < kLast - 1 && rising[static_cast<size_t>(k) + 1] <= x) ++k;
-    delinearize[i] = static_cast<uint16_t>(PlaceInSegment(rising, k, x));
+    delinearize[i] = static_cast<uint16_t>(PositionInSegment(rising, k, x));
   }
 }
 

@@ -30,13 +30,13 @@ struct Planes {
   std::array<size_t, 4> bytes{};
 };
 
-enum class Way { Extract, Insert };
+enum class Direction { Extract, Insert };
 
-template <Way way, size_t count>
+template <Direction direction, size_t count>
 void MoveRow(uint8_t* pixel, uint8_t* packed, std::array<size_t, 4> bytes, int32_t width) {
   for (int32_t x = 0; x < width; ++x, pixel += sizeof(VX_Pixel8), packed += count) {
     for (size_t i = 0; i < count; ++i) {
-      if constexpr (way == Way::Extract) {
+      if constexpr (direction == Direction::Extract) {
         packed[i] = pixel[bytes[i]];
       } else {
         pixel[bytes[i]] = packed[i];
@@ -45,11 +45,11 @@ void MoveRow(uint8_t* pixel, uint8_t* packed, std::array<size_t, 4> bytes, int32
   }
 }
 
-template <Way way>
+template <Direction direction>
 void MoveRows(const VX_LayerDef& world, const Planes& planes, void* buffer, int32_t row_size) {
   using RowMove = void (*)(uint8_t*, uint8_t*, std::array<size_t, 4>, int32_t);
-  constexpr RowMove kMoves[] = {MoveRow<way, 0>, MoveRow<way, 1>, MoveRow<way, 2>, MoveRow<way, 3>,
-                                MoveRow<way, 4>};
+  constexpr RowMove kMoves[] = {MoveRow<direction, 0>, MoveRow<direction, 1>, MoveRow<direction, 2>,
+                                MoveRow<direction, 3>, MoveRow<direction, 4>};
   const RowMove move = kMoves[planes.count];
   auto* packed = static_cast<uint8_t*>(buffer);
   for (int32_t y = 0; y < world.height; ++y, packed += row_size) {
@@ -80,7 +80,7 @@ VX_Err VX_ExtractPlanes(void*, const VX_LayerDef* world, uint32_t mask, void*** 
                                        U_ZLookupLStrCache(&VX_G_zref, kBufferLabel),
                                        static_cast<size_t>(Size(world->height) * size));
   if (made == nullptr) return VX_ErrOutOfMemory;
-  MoveRows<Way::Extract>(*world, planes, *made, static_cast<int32_t>(size));
+  MoveRows<Direction::Extract>(*world, planes, *made, static_cast<int32_t>(size));
   *handle = made;
   *row_size = static_cast<int32_t>(size);
   return VX_Ok;
@@ -95,6 +95,6 @@ VX_Err VX_InsertPlanes(void*, void** handle, int32_t row_size, uint32_t mask, VX
   if (Size(world->width) * static_cast<int64_t>(planes.count) > row_size) {
     return VXp_BadParameter(kInsertNumber);  // the last row would be read beyond the end
   }
-  MoveRows<Way::Insert>(*world, planes, *handle, row_size);
+  MoveRows<Direction::Insert>(*world, planes, *handle, row_size);
   return VX_Ok;
 }

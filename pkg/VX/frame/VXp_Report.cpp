@@ -20,12 +20,12 @@ const char* VX_LastReport() { return last_report; }
 
 void VX_ForgetReport() { last_report[0] = '\0'; }
 
-void VXp_KeepReport(const char* text) {
+void VXp_StoreReport(const char* text) {
   std::snprintf(last_report, sizeof last_report, "%s", text != nullptr ? text : "");
 }
 
 VX_Err VXp_FailVerification(uint32_t number, int32_t line, const char* text) {
-  VXp_KeepReport(text);
+  VXp_StoreReport(text);
   U_ReportFailedVerification(kVXp_PackageWord | number, line, 0, text);
   return VX_ErrBadParameter;
 }
@@ -36,7 +36,7 @@ VX_Err VXp_FailVerification(const char* text, int32_t line) {
 
 VX_Err VXp_ReportText(uint32_t number, const char* text, VX_Err code) {
   constexpr int32_t kSeverity = 8;
-  VXp_KeepReport(text);
+  VXp_StoreReport(text);
   Up_ReportErrString(kVXp_PackageWord | number, kSeverity, text);
   return code;
 }
@@ -58,7 +58,7 @@ VX_Err VXp_CodeOfCurrentException() noexcept {
   } catch (int32_t code) {
     return code;
   } catch (const std::exception& error) {
-    VXp_KeepReport(error.what());
+    VXp_StoreReport(error.what());
     return U_TranslateAndReportException(error);
   } catch (...) {
     return VXp_FailVerification("unexpected kind of exception");

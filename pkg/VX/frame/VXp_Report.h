@@ -35,7 +35,7 @@ VX_Err VXp_BadParameter(uint32_t number);
 
 // Stores the text that VX_LastReport returns; null is treated as empty. The functions above call
 // it; code that reports to the host directly must call it too.
-void VXp_KeepReport(const char* text);
+void VXp_StoreReport(const char* text);
 
 // Throws the code as int32_t by value.
 [[noreturn]] void VXp_Throw(VX_Err code);

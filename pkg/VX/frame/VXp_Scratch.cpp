@@ -47,17 +47,17 @@ void FreeAll(void* const* blocks, int32_t count) {
 // Allocates the new rows before freeing the old ones, so that a failure keeps the old ones.
 VX_Err ReplaceRows(size_t channel_row, size_t pixel_row) {
   const char* label = U_ZLookupLStrCache(&VX_G_zref, kScratchLabel);
-  void* fresh[kRows] = {};
+  void* new_rows[kRows] = {};
   for (int32_t i = 0; i < kRows; ++i) {
-    fresh[i] = U_AllocatePtr(kScratchCheck, label, i == 0 ? channel_row : pixel_row, 0);
-    if (fresh[i] == nullptr) {
-      FreeAll(fresh, i);
+    new_rows[i] = U_AllocatePtr(kScratchCheck, label, i == 0 ? channel_row : pixel_row, 0);
+    if (new_rows[i] == nullptr) {
+      FreeAll(new_rows, i);
       shared.capacity = 0;
       return VX_ErrOutOfMemory;
     }
   }
   FreeAll(shared.rows, kRows);
-  std::copy_n(fresh, kRows, shared.rows);
+  std::copy_n(new_rows, kRows, shared.rows);
   shared.capacity = pixel_row;
   return VX_Ok;
 }

@@ -22,7 +22,7 @@ VX_Err CopyHigh(const char* unequal_depths, int32_t mode_flags, const VX_LayerDe
       case VXp_CopyKind::Nothing: break;
       case VXp_CopyKind::Equal: return VXp_CopyRows<Pixel, Pixel>(nullptr, from, to, plan.area);
       case VXp_CopyKind::Scaled:
-        return VXp_ScaleHigh(nullptr, mode_flags, plan, kVXp_NotHeld, kVXp_NotHeld, from, to);
+        return VXp_ScaleHigh(nullptr, mode_flags, plan, kVXp_NoClamp, kVXp_NoClamp, from, to);
     }
     return VX_Ok;
   };

@@ -20,7 +20,7 @@ namespace {
 template <class From>
 void DitherRow(const char* from, char* to, size_t channels) {
   const VXp_Noise noise = VXp_NoiseTable();
-  size_t position = VXp_ClaimNoise(channels);
+  size_t position = VXp_ReserveNoise(channels);
   for (size_t done = 0; done < channels; position = 0) {
     const size_t run = std::min(channels - done, noise.size - position);
     VXp_DitherRow<From>(from + done * sizeof(VX_ChannelOf<From>), to + done, run,

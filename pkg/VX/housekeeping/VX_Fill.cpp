@@ -20,7 +20,7 @@ VX_Err FillWorld(const Color* color, const M_Rect* area, VX_LayerDef* world,
   const auto fill = [&]<class Pixel>(VX_WorldX<Pixel>& typed) -> VX_Err {
     if (typed.data == nullptr) return VXp_BadParameter(kFillNumber);
     const Pixel value = VXp_FillColor<Pixel>(color != nullptr ? *color : Color{});
-    const M_LRect part = VXp_TurnedArea(area, typed);
+    const M_LRect part = VXp_NormalisedArea(area, typed);
     if (VXp_IsZero(value)) {
       VXp_ClearArea<Pixel>(typed, part);
     } else {
@@ -32,7 +32,7 @@ VX_Err FillWorld(const Color* color, const M_Rect* area, VX_LayerDef* world,
 }
 
 // An empty area means that nothing is kept.
-M_LRect KeptArea(const M_LRect* keep, const VX_LayerDef& world) {
+M_LRect AreaToKeep(const M_LRect* keep, const VX_LayerDef& world) {
   if (keep == nullptr) return {};
   const M_LRect kept = VXp_ClippedArea(*keep, world);
   return VXp_IsEmpty(kept) ? M_LRect{} : kept;
@@ -55,7 +55,7 @@ VX_Err VX_FillFloat(void*, const VX_PixelFloat* color, const M_Rect* area, VX_La
 VX_Err VXp_ClearAlphaExceptRect(VX_LayerDef* world, const M_LRect* keep) {
   if (world == nullptr) return VXp_BadParameter(kFillNumber);
   const auto clear = [&]<class Pixel>(VX_WorldX<Pixel>& typed) -> VX_Err {
-    const M_LRect kept = KeptArea(keep, typed);
+    const M_LRect kept = AreaToKeep(keep, typed);
     if (kept.left == 0 && kept.top == 0 && kept.right == typed.width &&
         kept.bottom == typed.height) {
       return VX_Ok;

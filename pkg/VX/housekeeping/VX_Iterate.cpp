@@ -11,14 +11,14 @@
 #include "frame/VXp_Rows.h"
 #include "housekeeping/VXp_Area.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
-#include "housekeeping/VXp_RowWalk.h"
+#include "housekeeping/VXp_RowProgress.h"
 
 namespace {
 
 // Treatment of destination pixels that the source does not cover.
 enum class Uncovered { kSkipped, kVisited };
 
-struct Walk {
+struct Iteration {
   const VX_LayerDef* src;  // may be null
   VX_LayerDef* dst;
   const M_Rect* wanted;
@@ -33,13 +33,13 @@ struct Walk {
 
 // Returns the part of `area` with source pixels. `area` must be within the destination. Computed in
 // 64 bits because sizes and origin are arbitrary.
-M_LRect CoveredPart(const Walk& walk, const M_LRect& area) {
-  const int64_t h = walk.origin.h;
-  const int64_t v = walk.origin.v;
+M_LRect CoveredPart(const Iteration& iteration, const M_LRect& area) {
+  const int64_t h = iteration.origin.h;
+  const int64_t v = iteration.origin.v;
   const int64_t left = std::max<int64_t>(area.left, h);
   const int64_t top = std::max<int64_t>(area.top, v);
-  const int64_t right = std::min(int64_t{area.right}, h + walk.src->width);
-  const int64_t bottom = std::min(int64_t{area.bottom}, v + walk.src->height);
+  const int64_t right = std::min(int64_t{area.right}, h + iteration.src->width);
+  const int64_t bottom = std::min(int64_t{area.bottom}, v + iteration.src->height);
   if (right <= left || bottom <= top) return {};
   return {static_cast<int32_t>(left), static_cast<int32_t>(top), static_cast<int32_t>(right),
           static_cast<int32_t>(bottom)};
@@ -47,11 +47,11 @@ M_LRect CoveredPart(const Walk& walk, const M_LRect& area) {
 
 // Visits columns left..right-1 of row y. `step` is the distance between inputs; 0 for a single one.
 template <class Pixel>
-VX_Err VisitSpan(const Walk& walk, int32_t y, int32_t left, int32_t right, char* in,
+VX_Err VisitSpan(const Iteration& iteration, int32_t y, int32_t left, int32_t right, char* in,
                  ptrdiff_t step) {
-  const VX_PixelFunc function = walk.function;
-  void* const refcon = walk.refcon;
-  char* out = VXp_PixelAddress<Pixel>(*walk.dst, left, y);
+  const VX_PixelFunc function = iteration.function;
+  void* const refcon = iteration.refcon;
+  char* out = VXp_PixelAddress<Pixel>(*iteration.dst, left, y);
   for (int32_t x = left; x < right; ++x) {
     const VX_Err error = function(refcon, x, y, in, out);
     if (error != VX_Ok) return error;
@@ -62,58 +62,60 @@ VX_Err VisitSpan(const Walk& walk, int32_t y, int32_t left, int32_t right, char*
 }
 
 template <class Pixel>
-VX_Err VisitUncovered(const Walk& walk, int32_t y, int32_t left, int32_t right) {
+VX_Err VisitUncovered(const Iteration& iteration, int32_t y, int32_t left, int32_t right) {
   Pixel zero{};
-  return VisitSpan<Pixel>(walk, y, left, right, reinterpret_cast<char*>(&zero), 0);
+  return VisitSpan<Pixel>(iteration, y, left, right, reinterpret_cast<char*>(&zero), 0);
 }
 
 template <class Pixel>
-VX_Err VisitRow(const Walk& walk, int32_t y) {
-  const auto& [left, top, right, bottom] = walk.area;
-  if (walk.src == nullptr) return VisitSpan<Pixel>(walk, y, left, right, nullptr, 0);
-  const M_LRect& covered = walk.covered;
-  if (y < covered.top || y >= covered.bottom) return VisitUncovered<Pixel>(walk, y, left, right);
-  VX_Err error = VisitUncovered<Pixel>(walk, y, left, covered.left);
+VX_Err VisitRow(const Iteration& iteration, int32_t y) {
+  const auto& [left, top, right, bottom] = iteration.area;
+  if (iteration.src == nullptr) return VisitSpan<Pixel>(iteration, y, left, right, nullptr, 0);
+  const M_LRect& covered = iteration.covered;
+  if (y < covered.top || y >= covered.bottom)
+    return VisitUncovered<Pixel>(iteration, y, left, right);
+  VX_Err error = VisitUncovered<Pixel>(iteration, y, left, covered.left);
   if (error != VX_Ok) return error;
-  char* const in =
-      VXp_PixelAddress<Pixel>(*walk.src, covered.left - walk.origin.h, y - walk.origin.v);
-  error = VisitSpan<Pixel>(walk, y, covered.left, covered.right, in, sizeof(Pixel));
+  char* const in = VXp_PixelAddress<Pixel>(*iteration.src, covered.left - iteration.origin.h,
+                                           y - iteration.origin.v);
+  error = VisitSpan<Pixel>(iteration, y, covered.left, covered.right, in, sizeof(Pixel));
   if (error != VX_Ok) return error;
-  return VisitUncovered<Pixel>(walk, y, covered.right, right);
+  return VisitUncovered<Pixel>(iteration, y, covered.right, right);
 }
 
 template <class Pixel>
-VX_Err VisitRows(const Walk& walk, VXp_RowProgress& progress) {
-  for (int32_t y = walk.area.top; y < walk.area.bottom; ++y) {
-    VX_Err error = VisitRow<Pixel>(walk, y);
+VX_Err VisitRows(const Iteration& iteration, VXp_RowProgress& progress) {
+  for (int32_t y = iteration.area.top; y < iteration.area.bottom; ++y) {
+    VX_Err error = VisitRow<Pixel>(iteration, y);
     if (error == VX_Ok) error = progress.RowDone();
     if (error != VX_Ok) return error;
   }
-  return progress.Kept();
+  return progress.LastError();
 }
 
-VX_Err Visit(Walk& walk, VXp_RowProgress progress) {
-  const VX_LayerDef* const src = walk.src;
-  if (walk.dst == nullptr || walk.dst->data == nullptr || walk.function == nullptr ||
+VX_Err Visit(Iteration& iteration, VXp_RowProgress progress) {
+  const VX_LayerDef* const src = iteration.src;
+  if (iteration.dst == nullptr || iteration.dst->data == nullptr || iteration.function == nullptr ||
       (src != nullptr && src->data == nullptr)) {
     return VXp_BadParameter(kVXp_IteratorNumber);
   }
-  const int32_t depth = VXp_WorldDepth(src != nullptr ? src : walk.dst);
-  if (src != nullptr && VXp_WorldDepth(walk.dst) != depth) {
+  const int32_t depth = VXp_WorldDepth(src != nullptr ? src : iteration.dst);
+  if (src != nullptr && VXp_WorldDepth(iteration.dst) != depth) {
     return VXp_FailVerification("worlds must be same bitdepth in VX_Iterate()");
   }
   return VXp_WithPixel(depth, kVXp_UnknownDepthText, [&](auto tag) -> VX_Err {
     using Pixel = typename decltype(tag)::Pixel;
-    walk.area = VXp_ClippedArea(walk.wanted, *walk.dst);
-    if (VXp_IsEmpty(walk.area)) return VX_Ok;
-    if (src != nullptr) walk.covered = CoveredPart(walk, walk.area);
-    if (src != nullptr && walk.uncovered == Uncovered::kSkipped) walk.area = walk.covered;
-    return VisitRows<Pixel>(walk, progress);
+    iteration.area = VXp_ClippedArea(iteration.wanted, *iteration.dst);
+    if (VXp_IsEmpty(iteration.area)) return VX_Ok;
+    if (src != nullptr) iteration.covered = CoveredPart(iteration, iteration.area);
+    if (src != nullptr && iteration.uncovered == Uncovered::kSkipped)
+      iteration.area = iteration.covered;
+    return VisitRows<Pixel>(iteration, progress);
   });
 }
 
-VX_Err GuardedVisit(Walk walk, const VXp_RowProgress& progress) {
-  return VXp_Guarded([&] { return Visit(walk, progress); });
+VX_Err GuardedVisit(Iteration iteration, const VXp_RowProgress& progress) {
+  return VXp_Guarded([&] { return Visit(iteration, progress); });
 }
 
 M_Point OriginOrZero(const M_Point* origin) { return origin != nullptr ? *origin : M_Point{}; }

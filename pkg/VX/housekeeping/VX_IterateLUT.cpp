@@ -11,7 +11,7 @@
 #include "frame/VXp_Rows.h"
 #include "housekeeping/VXp_Area.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
-#include "housekeeping/VXp_RowWalk.h"
+#include "housekeeping/VXp_RowProgress.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ VX_Err MapRows(const VX_LayerDef& src, const M_LRect& area, const Tables& tables
     const VX_Err error = progress.RowDone();
     if (error != VX_Ok) return error;
   }
-  return progress.Kept();
+  return progress.LastError();
 }
 
 }  // namespace

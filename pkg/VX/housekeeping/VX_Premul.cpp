@@ -19,7 +19,7 @@ VX_Err PremulColorWorld(bool forward, const Color* color, const M_Rect* area, VX
   const auto premul = [&]<class Pixel>(VX_WorldX<Pixel>& typed) -> VX_Err {
     if (typed.data == nullptr || color == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
     const Pixel matte = VXp_ConvertPixel<Pixel>(*color);
-    const M_LRect part = VXp_TurnedArea(area, typed);
+    const M_LRect part = VXp_NormalisedArea(area, typed);
     if (forward) {
       VXp_PremulArea<VXp_MultiplyMatte>(typed, part, matte);
     } else {
@@ -36,7 +36,7 @@ VX_Err VX_PremulRect_S(void*, int32_t forward, const M_Rect* area, VX_LayerDef* 
   if (world == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
   const auto premul = [&]<class Pixel>(VX_WorldX<Pixel>& typed) -> VX_Err {
     if (typed.data == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
-    const M_LRect part = VXp_TurnedArea(area, typed);
+    const M_LRect part = VXp_NormalisedArea(area, typed);
     if (forward != 0) {
       VXp_PremulArea<VXp_Multiply>(typed, part, Pixel{});
     } else {

@@ -12,7 +12,7 @@ namespace {
 
 // Range from the centre of the first to the centre of the last pixel. Reductions need no range:
 // what they cover is always inside.
-VXp_Hold HeldWithin(int32_t size) { return {0, (int64_t{size} - 1) * 65536}; }
+VXp_ClampRange CentreRange(int32_t size) { return {0, (int64_t{size} - 1) * 65536}; }
 
 template <class Pixel>
 VX_Err ResizeHigh(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
@@ -22,8 +22,8 @@ VX_Err ResizeHigh(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_Wor
     case VXp_CopyKind::Nothing: break;
     case VXp_CopyKind::Equal: return VXp_CopyRows<Pixel, Pixel>(progress, src, dst, plan.area);
     case VXp_CopyKind::Scaled:
-      return VXp_ScaleHigh(progress, VX_ModeFlag_Straight, plan, HeldWithin(src.width),
-                           HeldWithin(src.height), src, dst);
+      return VXp_ScaleHigh(progress, VX_ModeFlag_Straight, plan, CentreRange(src.width),
+                           CentreRange(src.height), src, dst);
   }
   return VX_Ok;
 }
@@ -32,7 +32,7 @@ VX_Err ResizeDraft(VX_ProgressInfo* progress, const VX_LayerDef* src, VX_LayerDe
   if (const VX_Err error = VX_CopyBits_Draft(nullptr, src, dst, nullptr, nullptr)) return error;
   VXp_RowProgress polling(progress, 0, 1);
   const VX_Err stop = polling.RowDone();
-  return stop != VX_Ok ? stop : polling.Kept();
+  return stop != VX_Ok ? stop : polling.LastError();
 }
 
 }  // namespace

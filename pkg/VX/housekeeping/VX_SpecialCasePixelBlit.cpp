@@ -29,14 +29,14 @@ struct Blit {
 // Maps low..high to 0..1; if they are equal, a step at low.
 void LookUp(const Blit& blit, char* pixels, size_t count) {
   const VXp_FloatLanes low = blit.low;
-  const VXp_FloatLanes way = blit.high - low;
-  const VXp_IntLanes no_way = low == blit.high;
+  const VXp_FloatLanes range = blit.high - low;
+  const VXp_IntLanes empty_range = low == blit.high;
   const auto one = VXp_Splat<VXp_FloatLanes>(1.0f);
   for (size_t x = 0; x < count; ++x) {
     char* const pixel = pixels + x * sizeof(VX_PixelFloat);
     const auto c = VXp_Load<VXp_FloatLanes>(pixel);
     const VXp_FloatLanes stepped = c < low ? VXp_FloatLanes{} : one;
-    VXp_Store(pixel, no_way ? stepped : (c - low) / way);
+    VXp_Store(pixel, empty_range ? stepped : (c - low) / range);
   }
 }
 

@@ -29,7 +29,7 @@ constexpr int32_t VXp_Limit(int32_t value, int32_t limit) {
 }
 
 // Normalises and clamps each edge. Null is the whole world.
-inline M_LRect VXp_TurnedArea(const M_Rect* area, const VX_LayerDef& world) {
+inline M_LRect VXp_NormalisedArea(const M_Rect* area, const VX_LayerDef& world) {
   if (area == nullptr) return VXp_WholeArea(world);
   return {VXp_Limit(std::min(area->left, area->right), world.width),
           VXp_Limit(std::min(area->top, area->bottom), world.height),

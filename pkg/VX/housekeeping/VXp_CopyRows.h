@@ -10,7 +10,7 @@
 #include "frame/VXp_Rects.h"
 #include "frame/VXp_Rows.h"
 #include "housekeeping/VXp_ConvertRow.h"
-#include "housekeeping/VXp_RowWalk.h"
+#include "housekeeping/VXp_RowProgress.h"
 
 // Copies rows from top to bottom and polls progress (may be null) after each. Returns VX_Ok or the
 // result of the progress function. The area must not be empty and must be within both worlds.
@@ -43,5 +43,5 @@ VX_Err VXp_CopyRows(VX_ProgressInfo* progress, const VX_LayerDef& src, const VX_
     convert(from + y * src.rowbytes, to + y * dst.rowbytes, channels);
     if (const VX_Err stop = polling.RowDone()) return stop;
   }
-  return polling.Kept();
+  return polling.LastError();
 }

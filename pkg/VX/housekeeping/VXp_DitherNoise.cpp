@@ -20,7 +20,7 @@ constinit std::atomic<size_t> position{0};
 }  // namespace
 
 VX_Err VXp_LoadNoise() {
-  VXp_DropNoise();
+  VXp_FreeNoise();
   uint32_t* words = nullptr;
   int32_t size = 0;
   const VX_Err error = RND_GetPrimeSizedTable(&words, &size);
@@ -34,14 +34,14 @@ VX_Err VXp_LoadNoise() {
   return VX_Ok;
 }
 
-void VXp_DropNoise() {
+void VXp_FreeNoise() {
   noise = {};
   kept.reset();
 }
 
 VXp_Noise VXp_NoiseTable() { return noise; }
 
-size_t VXp_ClaimNoise(size_t count) {
+size_t VXp_ReserveNoise(size_t count) {
   size_t first = position.load(std::memory_order_relaxed);
   while (!position.compare_exchange_weak(first, (first + count) % noise.size,
                                          std::memory_order_relaxed)) {

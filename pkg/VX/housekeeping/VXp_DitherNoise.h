@@ -21,8 +21,8 @@ struct VXp_Noise {
 // Copies the host's table. Returns VX_ErrOutOfMemory if there is no table, or the host's error.
 // Throws std::bad_alloc.
 VX_Err VXp_LoadNoise();
-void VXp_DropNoise();
+void VXp_FreeNoise();
 VXp_Noise VXp_NoiseTable();
 
 // Reserves `count` words and returns the position of the first; they wrap at the end of the table.
-size_t VXp_ClaimNoise(size_t count);
+size_t VXp_ReserveNoise(size_t count);

@@ -27,4 +27,4 @@ void VXp_FillHousekeepingSlots(VXp_OverrideTable& table) {
 
 VX_Err VXp_HousekeepingBirthNoise() { return VXp_LoadNoise(); }
 
-void VXp_HousekeepingDeathNoise() { VXp_DropNoise(); }
+void VXp_HousekeepingDeathNoise() { VXp_FreeNoise(); }

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t kLine = 64;
 
 // Longer fills exceed the caches; plain stores are then faster than copies.
-constexpr size_t kFar = size_t{24} << 20;
+constexpr size_t kLargerThanCache = size_t{24} << 20;
 
 // Stores whole lines; `to` must be at the start of a line. Returns the number of bytes written.
 size_t StoreLines(const char* pattern, char* to, size_t bytes) {
@@ -38,7 +38,7 @@ void VXp_Repeat(const char* pattern, size_t pattern_bytes, size_t period, char* 
   pattern += head % period;
   const size_t run = pattern_bytes - period;
   size_t done = head;
-  if (bytes - head > kFar) done += StoreLines(pattern, to + head, bytes - head);
+  if (bytes - head > kLargerThanCache) done += StoreLines(pattern, to + head, bytes - head);
   while (done < bytes) {
     const size_t part = std::min(bytes - done, run);
     std::memcpy(to + done, pattern, part);

@@ -16,33 +16,33 @@
 #include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"
 #include "housekeeping/VXp_CopyPlan.h"
-#include "housekeeping/VXp_RowWalk.h"
+#include "housekeeping/VXp_RowProgress.h"
 #include "indep/VXp_SampleRow.h"
 
 // A range that positions are clamped to.
-struct VXp_Hold {
+struct VXp_ClampRange {
   int64_t first, last;
 };
-inline constexpr VXp_Hold kVXp_NotHeld{std::numeric_limits<VX_Fixed>::min(),
-                                       std::numeric_limits<VX_Fixed>::max()};
+inline constexpr VXp_ClampRange kVXp_NoClamp{std::numeric_limits<VX_Fixed>::min(),
+                                             std::numeric_limits<VX_Fixed>::max()};
 
 // Iterates over the source positions of destination pixel centres on one axis. Pixel i of the
 // unclipped rectangle is at source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, truncated to
 // 16 fraction bits. The remainder is carried, so errors do not accumulate.
-class VXp_MiddleWalk {
+class VXp_CentrePositions {
  public:
-  VXp_MiddleWalk(const VXp_ScaledAxis& axis, const VXp_Hold& hold)
+  VXp_CentrePositions(const VXp_ScaledAxis& axis, const VXp_ClampRange& clamp)
       : divisor_(axis.dest_size),
         step_(axis.source_size * 65536 / divisor_),
         step_rest_(axis.source_size * 65536 % divisor_),
-        hold_(hold) {
+        clamp_(clamp) {
     const int64_t middle = (2 * (axis.first - axis.dest) + 1) * (axis.source_size * 32768);
     position_ = axis.source * 65536 + middle / divisor_ - 32768;
     rest_ = middle % divisor_;
   }
 
   VX_Fixed Next() {
-    const int64_t position = std::clamp(position_, hold_.first, hold_.last);
+    const int64_t position = std::clamp(position_, clamp_.first, clamp_.last);
     position_ += step_;
     rest_ += step_rest_;
     if (rest_ >= divisor_) {
@@ -55,7 +55,7 @@ class VXp_MiddleWalk {
  private:
   int64_t divisor_;
   int64_t step_, step_rest_;
-  VXp_Hold hold_;
+  VXp_ClampRange clamp_;
   int64_t position_, rest_;
 };
 
@@ -90,12 +90,12 @@ inline VX_SampPB VXp_ScaleRecord(const VXp_CopyPlan& plan, const VX_LayerDef& sr
 template <class Pixel>
 class VXp_ScaledRows {
  public:
-  VXp_ScaledRows(VX_SampleFunc<Pixel> sample, const VXp_MiddleWalk& columns, int64_t count)
+  VXp_ScaledRows(VX_SampleFunc<Pixel> sample, const VXp_CentrePositions& columns, int64_t count)
       : sample_(sample), row_form_(VXp_RowForm<Pixel>(sample)), columns_(columns), count_(count) {
     if (row_form_ == nullptr) return;
     positions_.reset(new (std::nothrow) VX_Fixed[static_cast<size_t>(count)]);
     if (positions_ == nullptr) return;  // Sample then works pixel by pixel
-    VXp_MiddleWalk column = columns;
+    VXp_CentrePositions column = columns;
     for (int64_t i = 0; i < count; ++i) positions_[static_cast<size_t>(i)] = column.Next();
   }
 
@@ -104,7 +104,7 @@ class VXp_ScaledRows {
       row_form_(record, positions_.get(), static_cast<int32_t>(count_), y, out);
       return;
     }
-    VXp_MiddleWalk column = columns_;
+    VXp_CentrePositions column = columns_;
     for (int64_t x = 0; x < count_; ++x) {
       Pixel pixel;
       sample_(progress, column.Next(), y, &record, &pixel);
@@ -115,7 +115,7 @@ class VXp_ScaledRows {
  private:
   VX_SampleFunc<Pixel> sample_;
   VXp_SampleRowFunc row_form_;
-  VXp_MiddleWalk columns_;
+  VXp_CentrePositions columns_;
   int64_t count_;
   std::unique_ptr<VX_Fixed[]> positions_;
 };
@@ -125,8 +125,8 @@ class VXp_ScaledRows {
 // function.
 template <class Pixel>
 VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_CopyPlan& plan,
-                     const VXp_Hold& hold_x, const VXp_Hold& hold_y, const VX_WorldX<Pixel>& src,
-                     const VX_WorldX<Pixel>& dst) {
+                     const VXp_ClampRange& clamp_x, const VXp_ClampRange& clamp_y,
+                     const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>& dst) {
   // The range of sampler positions. Rectangles with 16-bit coordinates are never outside it.
   constexpr int64_t kMost = 32768;
   if (plan.x.source + plan.x.source_size > kMost || plan.y.source + plan.y.source_size > kMost) {
@@ -138,8 +138,8 @@ VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_Co
       plan.x.source_size > plan.x.dest_size || plan.y.source_size > plan.y.dest_size;
   const VX_SampleFunc<Pixel> sample = reduces ? samplers.area : samplers.bilinear;
   const VX_SampPB record = VXp_ScaleRecord(plan, src);
-  const VXp_ScaledRows<Pixel> scaled(sample, VXp_MiddleWalk(plan.x, hold_x), plan.x.count);
-  VXp_MiddleWalk rows(plan.y, hold_y);
+  const VXp_ScaledRows<Pixel> scaled(sample, VXp_CentrePositions(plan.x, clamp_x), plan.x.count);
+  VXp_CentrePositions rows(plan.y, clamp_y);
   VXp_RowProgress polling(progress, 0, static_cast<int32_t>(plan.y.count));
   char* row = VXp_PixelAddress<Pixel>(dst, static_cast<int32_t>(plan.x.first),
                                       static_cast<int32_t>(plan.y.first));
@@ -148,5 +148,5 @@ VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_Co
     if (const VX_Err stop = polling.RowDone()) return stop;
     row += dst.rowbytes;
   }
-  return polling.Kept();
+  return polling.LastError();
 }

@@ -48,7 +48,7 @@ void ReportMismatch(uint32_t report_code, int32_t caller_version) {
                 "Plug-in version mismatch detected (did you install over an older version of "
                 "Rezzon?). Try uninstalling and re-installing. (%s package v%ld != %s.h v%ld)",
                 "VX", static_cast<long>(VX_PKG_VERSION), "VX", static_cast<long>(caller_version));
-  VXp_KeepReport(Up_G_buffer);
+  VXp_StoreReport(Up_G_buffer);
   Up_ReportError(report_code, kKind);
 }
 

@@ -25,17 +25,17 @@ class VXp_RowProgress {
     const VX_Err answer =
         info_->progress_func(info_->progress_refcon, static_cast<int32_t>(++step_), final_step_);
     if (answer == VX_ErrStopped) return answer;
-    if (answer != VX_Ok) kept_ = answer;
+    if (answer != VX_Ok) last_error_ = answer;
     return VX_Ok;
   }
 
   // Returns the last error other than VX_ErrStopped, for the end of the iteration.
-  VX_Err Kept() const { return kept_; }
+  VX_Err LastError() const { return last_error_; }
 
  private:
   const VX_ProgressInfo* info_;
   uint32_t step_;
   int32_t final_step_;
   bool polls_;
-  VX_Err kept_ = VX_Ok;
+  VX_Err last_error_ = VX_Ok;
 };

@@ -29,9 +29,9 @@ enum : uint32_t {
 // A chunk, in memory of the caller.
 struct VX_ChannelChunk {
   uint32_t host_words[8];  // for the host; cleared by VX_DisposeChunk only
-  int32_t width;           // elements per row and channel
+  int32_t width;           // positions per row
   int32_t height;          // rows
-  int32_t channels;        // values per element
+  int32_t channels;        // values per position
   int32_t rowbytes;        // element size * width * channels
   uint32_t data_type;      // VX_ChunkType_...
   void** handle;           // the storage; may be null

@@ -27,8 +27,9 @@ typedef void* (*COR_AddressProc)(const char* name);
 // Stores the procedure that COR_BindClient needs. Returns bad argument (3) for null.
 VXHOST_API U_Err COR_GetQIBAddressProc(COR_AddressProc* out);
 
-// Binds the client layer to an engine and replaces an earlier one. Objects of the earlier engine
-// cannot be used any more. Returns false if proc is null or the engine lacks a required procedure.
+// Binds the client layer to an engine and replaces an earlier one. Objects made by an engine may be
+// used with that engine only. Returns false if proc is null or the engine lacks a required
+// procedure.
 VXHOST_API bool COR_BindClient(COR_AddressProc proc);
 
 // Releases the engine. Does nothing if none is bound.

@@ -1,12 +1,11 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The blur of both axes, band by band: along the rows into a premultiplied world, and down its
-// columns.
+// The blur of both axes: along the rows into a premultiplied intermediate world, then down its
+// columns, band by band. And two entries of the function table that have no routine.
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <memory>
 
 #include "VX/VX_Blur.h"
@@ -40,37 +39,6 @@ int64_t Reach(const VX_BlurSpec& spec, float radius) {
   return VXp_BoxReach(radius, spec.kind == VX_BlurKind_Box ? spec.iterations : 1);
 }
 
-// One progress for several passes: each counts its lines, on top of those before it.
-class JoinedProgress {
- public:
-  JoinedProgress(const VX_ProgressInfo* caller, int64_t steps)
-      : caller_(caller),
-        final_step_(
-            static_cast<int32_t>(std::min<int64_t>(steps, std::numeric_limits<int32_t>::max()))) {
-    info_.progress_func = [](void* refcon, int32_t step, int32_t) -> VX_Err {
-      return static_cast<JoinedProgress*>(refcon)->Step(step);
-    };
-    info_.progress_refcon = this;
-  }
-  JoinedProgress(const JoinedProgress&) = delete;
-  JoinedProgress& operator=(const JoinedProgress&) = delete;
-
-  VX_ProgressInfo* info() {
-    return caller_ != nullptr && caller_->progress_func != nullptr ? &info_ : nullptr;
-  }
-  void PassDone(int32_t steps) { before_ += steps; }
-  VX_Err Step(int32_t step) const {
-    const int64_t all = std::min<int64_t>(before_ + step, final_step_);
-    return caller_->progress_func(caller_->progress_refcon, static_cast<int32_t>(all), final_step_);
-  }
-
- private:
-  const VX_ProgressInfo* caller_;
-  const int32_t final_step_;
-  int64_t before_ = 0;
-  VX_ProgressInfo info_{};
-};
-
 enum class Form { kStraight, kPremultiplied };
 
 void Pass(const VX_BlurSpec& spec, int32_t direction, VX_ProgressInfo* progress,
@@ -87,7 +55,7 @@ void Pass(const VX_BlurSpec& spec, int32_t direction, VX_ProgressInfo* progress,
   }
 }
 
-// Rows of the destination with the source's pixels at their places and zero around them.
+// Copies the pixels of the source to their places in the destination, with zeros around them.
 template <class Pixel>
 void Copy(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
   constexpr auto kSize = static_cast<ptrdiff_t>(sizeof(Pixel));
@@ -112,7 +80,7 @@ void Copy(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixe
   }
 }
 
-// Rows of the frame that source and destination lie in.
+// Rows top..bottom - 1 of the frame that contains source and destination.
 struct Rows {
   int64_t top, bottom;
 
@@ -137,10 +105,11 @@ VX_WorldX<Pixel> PartOf(const VX_LayerDef& world, const Rows& rows) {
   return VX_WorldX<Pixel>(&part, true);
 }
 
-// Both axes, band by band of the destination. The world between has the destination's columns, and
-// those rows of the source that a band can see; a row is made once, and moves up for the bands that
-// see it again. So it stays near the processor, and below the size from which memory is new from
-// the system each time, which costs as much as a pass.
+// Blurs both axes, band by band of the destination. The intermediate world has the columns of the
+// destination and the rows of the source that one band reads. A row is blurred along once; rows
+// that the next band reads too are moved to the top. So the intermediate world stays in the cache,
+// and below the size from which the allocator gets new pages from the system for each call, which
+// would cost as much as a pass.
 template <class Pixel>
 class BandedBlur {
  public:
@@ -151,15 +120,15 @@ class BandedBlur {
         dst_(dst),
         source_(RowsOf(src)),
         reach_(Reach(spec, spec.radius_y)),
-        seeing_(src.height == 0 || dst.width == 0 ? Rows{dst.origin_y, dst.origin_y}
-                                                  : source_.Grown(reach_).Within(RowsOf(dst))),
+        reached_(src.height == 0 || dst.width == 0 ? Rows{dst.origin_y, dst.origin_y}
+                                                   : source_.Grown(reach_).Within(RowsOf(dst))),
         band_(std::max(kBetweenBytes / RowBytes() - 2 * reach_, 2 * reach_)),
         joined_(progress, Steps()) {}
 
   void Run() {
-    Clear({dst_.origin_y, seeing_.top});
-    if (seeing_.Count() > 0) Bands();
-    Clear({seeing_.bottom, RowsOf(dst_).bottom});
+    Clear({dst_.origin_y, reached_.top});
+    if (reached_.Count() > 0) Bands();
+    Clear({reached_.bottom, RowsOf(dst_).bottom});
   }
 
  private:
@@ -168,8 +137,8 @@ class BandedBlur {
   int64_t RowBytes() const { return std::max(dst_.width, 1) * int64_t{sizeof(Pixel)}; }
   Rows Seen(const Rows& rows) const { return rows.Grown(reach_).Within(source_); }
   int64_t Steps() const {
-    const int64_t bands = (seeing_.Count() + band_ - 1) / band_;
-    return dst_.height - seeing_.Count() + Seen(seeing_).Count() + bands * dst_.width;
+    const int64_t bands = (reached_.Count() + band_ - 1) / band_;
+    return dst_.height - reached_.Count() + Seen(reached_).Count() + bands * dst_.width;
   }
 
   void Clear(const Rows& rows) {
@@ -182,15 +151,15 @@ class BandedBlur {
 
   void Bands() {
     const auto most = static_cast<int32_t>(
-        std::min(Seen(seeing_).Count(), std::min(band_, seeing_.Count()) + 2 * reach_));
+        std::min(Seen(reached_).Count(), std::min(band_, reached_.Count()) + 2 * reach_));
     const std::unique_ptr<VX_World> between(
         VX_World::New(dst_.width, most, kVXp_DepthOf<Pixel>, 0));
     if (between == nullptr) VXp_Throw(VX_ErrOutOfMemory);
     between->origin_x = dst_.origin_x;
-    int64_t made = Seen(seeing_).top;  // rows of the source above this one went along the rows
+    int64_t made = Seen(reached_).top;  // rows of the source above this one are blurred along rows
     between->origin_y = static_cast<int32_t>(made);
-    for (Rows band = seeing_; band.top < seeing_.bottom; band.top = band.bottom) {
-      band.bottom = std::min(band.top + band_, seeing_.bottom);
+    for (Rows band = reached_; band.top < reached_.bottom; band.top = band.bottom) {
+      band.bottom = std::min(band.top + band_, reached_.bottom);
       const Rows seen = Seen(band);
       MoveUp(between.get(), {seen.top, made});
       AlongRows(*between, {made, seen.bottom});
@@ -203,7 +172,7 @@ class BandedBlur {
     }
   }
 
-  // Brings the rows to the top.
+  // Moves the rows to the top of the intermediate world.
   static void MoveUp(VX_World* between, const Rows& rows) {
     char* const first = static_cast<char*>(between->data);
     std::memmove(first, first + (rows.top - between->origin_y) * between->rowbytes,
@@ -223,9 +192,9 @@ class BandedBlur {
   VX_WorldX<Pixel>& dst_;
   const Rows source_;
   const int64_t reach_;
-  const Rows seeing_;   // of the destination, those that the source spreads to
-  const int64_t band_;  // rows of the destination
-  JoinedProgress joined_;
+  const Rows reached_;  // rows of the destination that the source spreads to
+  const int64_t band_;  // rows of the destination in a band
+  VXp_JoinedProgress joined_;
 };
 
 template <class Pixel>
@@ -236,7 +205,7 @@ VX_Err Blur(const VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, const 
     return VX_Ok;
   }
   const bool across = spec.radius_x > 0;
-  JoinedProgress joined(progress, spec.radius_y > 0 ? dst.width : dst.height);
+  VXp_JoinedProgress joined(progress, spec.radius_y > 0 ? dst.width : dst.height);
   if (!across && spec.radius_y == 0) {
     Copy(joined.info(), src, dst);
   } else {
@@ -273,4 +242,14 @@ VX_Err VX_BlurReach(const VX_BlurSpec* spec, int32_t* reach_x, int32_t* reach_y)
   *reach_x = static_cast<int32_t>(Reach(*spec, spec->radius_x));
   *reach_y = static_cast<int32_t>(Reach(*spec, spec->radius_y));
   return VX_Ok;
+}
+
+// The function table keeps these two entries for modules that replace them.
+
+VX_Err VX_FastBlur_Straight(VX_ProgressInfo*, const VX_LayerDef*, float, int32_t, VX_LayerDef*) {
+  return VX_ErrUnsupported;
+}
+
+VX_Err VX_FastBlur_Premul(VX_ProgressInfo*, const VX_LayerDef*, float, int32_t, VX_LayerDef*) {
+  return VX_ErrUnsupported;
 }

@@ -1,25 +1,26 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
+// The box blur over lines of a world: repeated passes of VX_BoxBlurT.h.
+
 #include <algorithm>
 
 #include "VX/VX_Blur.h"
-#include "filters/VX_BoxBlur8_SSE2.h"
 #include "filters/VX_BoxBlurT.h"
 #include "frame/VXp_Cpu.h"
 #include "frame/VXp_Dispatch.h"
 
 namespace {
 
-// Part of a line, in places of the source.
+// Part of a line: places start..end - 1 of the source.
 struct Extent {
   int64_t Size() const { return end - start; }
 
   int64_t start, end;
 };
 
-// Which part of a line each of `times` passes makes: no more than the later ones read, and no more
-// than the earlier ones spread the source. Pass 0 is the copy.
+// The part of a line that each of `times` passes writes: at most the places that later passes read
+// and that earlier passes spread the source to. Pass 0 is the copy.
 class Extents {
  public:
   Extents(const VX_Blur1DState& state, int64_t radius, int32_t times)
@@ -37,8 +38,8 @@ class Extents {
   }
   Extent Source() const { return src_; }
 
-  // The largest one before the last pass. Sizes grow up to where the spread of the source and the
-  // need of the destination meet, at one end or the other, and then shrink.
+  // The size of the largest part before the last pass. Sizes grow until the spread of the source
+  // meets the need of the destination, at either end, and then shrink.
   int64_t Largest() const {
     int64_t largest = std::max(Of(0).Size(), times_ > 1 ? Of(times_ - 1).Size() : 0);
     if (n_ == 0) return largest;
@@ -61,32 +62,33 @@ void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel8>) {
   if (pass.premultiplied && VXp_HasSSE2()) {
     VXp_BoxBlurPass8_SSE2(pass);
   } else {
-    VXp_BoxBlurPass<VX_Pixel8>(pass);
+    VXp_RunBoxPass<VXp_PixelSums<VX_Pixel8>, /*kStraightToo=*/true>(pass);
   }
 }
 template <class Pixel>
 void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<Pixel>) {
-  VXp_BoxBlurPass<Pixel>(pass);
+  VXp_RunBoxPass<VXp_PixelSums<Pixel>, /*kStraightToo=*/true>(pass);
 }
 
-// Passes from row to row of scratch, two in turn; the last one writes the destination.
+// Passes alternate between two rows of scratch; the last one writes the destination.
 template <class Pixel>
 class BoxBlur {
  public:
   BoxBlur(VX_Blur1DState& state, int32_t iterations)
       : state_(state),
-        window_(state.radius),
-        // A window of one pixel changes nothing, however often.
-        iterations_(window_.n == 0 ? 1 : iterations),
-        extents_(state, window_.n, iterations_) {
-    // Lines of a bundle are read where they are if their pixels lie side by side.
-    const bool rows_in_bundles = state.src.direction == VX_Blur_AlongRows && !state.RowsOnly();
-    copies_ = state.force_copy || state.Premultiplies() || rows_in_bundles;
-    VXp_ChooseBundle(state, kSize, kVXp_WidestBundle, Rows() > 0 ? extents_.Largest() * kSize : 0);
+        window_(VXp_BoxWindowOf(state.radius)),
+        // Repeating a window of one pixel changes nothing.
+        iterations_(window_.reach == 0 ? 1 : iterations),
+        extents_(state, window_.reach, iterations_) {
+    // A tile of columns is read in place, because its pixels are adjacent. Rows in a tile are
+    // copied.
+    const bool rows_in_tiles = state.src.direction == VX_Blur_AlongRows && !state.RowsOnly();
+    copies_ = state.force_copy || state.Premultiplies() || rows_in_tiles;
+    VXp_ChooseTile(state, kSize, kVXp_WidestTile, Rows() > 0 ? extents_.Largest() * kSize : 0);
   }
 
   void Run() {
-    const VXp_BlurScratch scratch(Rows(), extents_.Largest() * state_.bundle * kSize);
+    const VXp_BlurScratch scratch(Rows(), extents_.Largest() * state_.tile * kSize);
     VXp_BlurLines<Pixel>(state_, scratch,
                          [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
                            Lines(scratch, thread, line, to, lines);
@@ -103,7 +105,9 @@ class BoxBlur {
     int32_t row = 1;
     const auto next_row = [&] { return scratch.Row(thread, row = 1 - row); };
     const ptrdiff_t stride = lines * kSize;
-    VXp_BoxPass pass{window_, state_.flags, true, lines, {}, {}};
+    const bool holds = (state_.flags & VX_Blur_HoldLevel) != 0;
+    const VXp_BoxBeyond beyond = {holds ? VXp_BoxEdge::kNothing : VXp_BoxEdge::kZero, nullptr};
+    VXp_BoxPass pass{window_, beyond, beyond, lines, {}, {}, state_.flags, true};
     if (copies_) {
       const Extent extent = extents_.Of(0);
       char* const copy = next_row();

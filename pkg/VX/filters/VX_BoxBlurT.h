@@ -2,78 +2,24 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// One pass of the box over a bundle of lines, for any pixel type: running sums, so that the cost
-// does not depend on the radius.
+// The box pass over pixels, for any pixel type. N and the divisor are those of VXp_BoxEngine.h.
 //
-// With S the sum of the window at weight 1 and O that of its two outer pixels, the sum N is S unit
-// - O f, a whole number at integer depths. Then
-//
-//   mean      N rounded to single, over the divisor rounded to single, divided in single; at
-//   integer
-//             depths 0.5 is added in single, the result truncated, and limited to full scale.
-//   straight  alpha is the mean; colours are made of the sums N, as those of the Gaussian are.
-//
-// S is exact at integer depths. In float it is a double, from which the leaving pixel is taken
-// before the entering one is added; when only zeros are left in the window it is set to 0, so that
-// rounding leaves no trace where there is nothing. What is not finite stays in the sum until then.
+//   mean      N rounded to single, divided in single by the divisor rounded to single; at integer
+//             depths 0.5 is added in single, and the result truncated and limited to full scale
+//   straight  alpha is the mean; colours are quotients of the sums N, see VXp_Unmultiplied
 
 #include <algorithm>
+#include <cstring>
 #include <type_traits>
 
-#include "filters/VXp_BlurLanes.h"
-#include "filters/VXp_BoxWindow.h"
+#include "filters/VXp_RunningSums.h"
 
-// The window's sums S of integer channels. Even 65535 pixels of full scale stay below 2^31; what is
-// above full scale wraps.
+// The 8-bit pass in SSE2, with the same results as the plain one. Throws VX_ErrBadParameter after a
+// report for straight output, which it does not support.
+void VXp_BoxBlurPass8_SSE2(const VXp_BoxPass& pass);
+
 template <class Pixel>
-struct VXp_BoxSums {
-  using Raw = VXp_RawPixel<Pixel>;
-  static VXp_WordLanes Words(Raw pixel) { return reinterpret_cast<VXp_WordLanes>(VXp_Ints(pixel)); }
-
-  void Leave(Raw pixel) { sums -= Words(pixel); }
-  void Enter(Raw pixel) { sums += Words(pixel); }
-  VXp_IntLanes Ints() const { return reinterpret_cast<VXp_IntLanes>(sums); }
-  VXp_FloatLanes Singles() const { return VXp_AsFloat(Ints()); }
-  VXp_DoubleLanes Doubles() const { return VXp_AsDouble(Ints()); }
-
-  VXp_WordLanes sums{};
-};
-
-template <>
-struct VXp_BoxSums<VX_PixelFloat> {
-  static VXp_DoubleLanes Wide(VXp_FloatLanes p) {
-#ifdef __SSE2__
-    const auto all = reinterpret_cast<__m128>(p);
-    return {reinterpret_cast<VXp_DoublePair>(_mm_cvtps_pd(all)),
-            reinterpret_cast<VXp_DoublePair>(_mm_cvtps_pd(_mm_movehl_ps(all, all)))};
-#else
-    return {VXp_DoublePair{p[0], p[1]}, VXp_DoublePair{p[2], p[3]}};
-#endif
-  }
-
-  void Leave(VXp_FloatLanes pixel) {
-    const VXp_DoubleLanes wide = Wide(pixel);
-    held += pixel != 0.0f;
-    const VXp_IntLanes some = held != 0;
-    sums.first = Where(__builtin_shufflevector(some, some, 0, 0, 1, 1), sums.first - wide.first);
-    sums.second = Where(__builtin_shufflevector(some, some, 2, 2, 3, 3), sums.second - wide.second);
-  }
-  void Enter(VXp_FloatLanes pixel) {
-    const VXp_DoubleLanes wide = Wide(pixel);
-    held -= pixel != 0.0f;
-    sums.first += wide.first;
-    sums.second += wide.second;
-  }
-  VXp_FloatLanes Singles() const { return VXp_Singles(sums); }
-  VXp_DoubleLanes Doubles() const { return sums; }
-
-  static VXp_DoublePair Where(VXp_IntLanes mask, VXp_DoublePair v) {
-    return reinterpret_cast<VXp_DoublePair>(mask & reinterpret_cast<VXp_IntLanes>(v));
-  }
-
-  VXp_DoubleLanes sums{};
-  VXp_IntLanes held{};  // channels in the window that are not 0
-};
+inline constexpr int32_t kVXp_MostBoxLines = kVXp_WidestTile / static_cast<int32_t>(sizeof(Pixel));
 
 template <class Pixel>
 VXp_RawPixel<Pixel> VXp_BoxMean(VXp_FloatLanes numerator, VXp_FloatLanes divisor) {
@@ -82,32 +28,56 @@ VXp_RawPixel<Pixel> VXp_BoxMean(VXp_FloatLanes numerator, VXp_FloatLanes divisor
     return quotient;
   } else {
     constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
-    const VXp_FloatLanes full = VXp_Splat<VXp_FloatLanes>(kFull);
-    return VXp_Packed<Pixel>(VXp_Truncated(VXp_Least(quotient + 0.5f, full)));
+    VXp_FloatLanes rounded = quotient + 0.5f;
+#ifdef __SSE2__
+    constexpr bool kLimited = sizeof(Pixel) == sizeof(VX_Pixel8);  // by the packing
+#else
+    constexpr bool kLimited = false;
+#endif
+    if constexpr (!kLimited) rounded = VXp_Least(rounded, VXp_Splat<VXp_FloatLanes>(kFull));
+    return VXp_Packed<Pixel>(VXp_Truncated(rounded));
   }
 }
 
-// A straight pixel: the mean of alpha beside colours out of the sums.
 template <class Pixel>
 [[gnu::always_inline]] inline VXp_RawPixel<Pixel> VXp_BoxStraight(const VXp_DoubleLanes& sums,
                                                                   double alpha, float divisor) {
-  using Raw = VXp_RawPixel<Pixel>;
-  if (alpha == 0) return Raw{};
-  const float quotient = static_cast<float>(sums.Alpha()) / divisor;
+  const float mean = static_cast<float>(sums.Alpha()) / divisor;
   if constexpr (kVXp_FloatPixel<Pixel>) {
-    Raw pixel = VXp_UnmultipliedFloat(sums, alpha);
-    pixel[0] = quotient;
-    return pixel;
+    return VXp_StraightPixel<Pixel>(sums, alpha, mean);
   } else {
     constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
-    VXp_IntLanes pixel = VXp_Unmultiplied<Pixel>(sums, alpha);
-    pixel[0] = static_cast<int32_t>(std::min(quotient + 0.5f, kFull));
-    return VXp_Packed<Pixel>(pixel);
+    return VXp_StraightPixel<Pixel>(sums, alpha, std::min(mean + 0.5f, kFull));
   }
 }
 
-// A form of the pass whose inner loop tests nothing. kLines 0: any number of lines.
-template <class Pixel, int32_t kLines, bool kWhole, bool kStraight, bool kAll>
+// Prefetches rows of the parts of a window that are far from those just used. Places that leave a
+// long window were read too long ago to be in the cache.
+class VXp_BoxPrefetch {
+ public:
+  VXp_BoxPrefetch(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size)
+      : bytes_(pass.lines * pixel_size),
+        entering_(Far(span.entering.stride)),
+        leaving_(pass.window.reach > kNearRows ? Far(span.leaving.stride) : 0),
+        out_(Far(pass.out.stride)) {}
+
+  [[gnu::always_inline]] void operator()(const VXp_BoxPlace& at) const {
+    if (entering_ != 0) VXp_Prefetch(at.entering, entering_, bytes_);
+    if (leaving_ != 0) VXp_Prefetch(at.leaving, leaving_, bytes_);
+    if (out_ != 0) VXp_Prefetch(at.out, out_, bytes_);
+  }
+
+ private:
+  static constexpr int64_t kNearRows = 32;
+  static ptrdiff_t Far(ptrdiff_t stride) { return VXp_IsFar(stride) ? stride : 0; }
+
+  int32_t bytes_;
+  ptrdiff_t entering_, leaving_, out_;
+};
+
+// The form of a pass. kLines 0: any number of lines. kWhole: the radius is whole. kAll: all
+// channels are blurred. Inner loops have no tests of these.
+template <class SumsType, int32_t kLines, bool kWhole, bool kStraight, bool kAll>
 class VXp_BoxRun {
  public:
   explicit VXp_BoxRun(const VXp_BoxPass& pass)
@@ -118,7 +88,7 @@ class VXp_BoxRun {
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {
       const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
       if (span.blank) {
-        VXp_BlankSpan(pass_, span, sizeof(Pixel));
+        Blank(span);
       } else if (span.leaves) {
         Span<true>(span);
       } else {
@@ -129,36 +99,34 @@ class VXp_BoxRun {
   }
 
  private:
+  using Sums = SumsType;
+  using Pixel = typename Sums::Pixel;
   using Raw = VXp_RawPixel<Pixel>;
-  using Sums = VXp_BoxSums<Pixel>;
-
-  static Raw At(const char* place, int32_t line) {
-    return VXp_Load<Raw>(place + line * static_cast<ptrdiff_t>(sizeof(Pixel)));
-  }
+  using Loaded = typename Sums::Loaded;
+  static constexpr ptrdiff_t kSize = sizeof(Pixel);
+  static constexpr int32_t kMostLines = kLines != 0 ? kLines : kVXp_MostBoxLines<Pixel>;
 
   void FirstSums() {
-    const auto [start, end] = VXp_BoxFirstSum(pass_);
+    const VXp_BoxRange range = VXp_BoxFirstSum(pass_);
     const ptrdiff_t stride = pass_.in.stride;
-    const char* pixel = pass_.in.data + (start - pass_.in.start) * stride;
+    const char* pixel = pass_.in.data + (range.start - pass_.in.start) * stride;
     const bool far = kLines == 0 && VXp_IsFar(stride);
     Sums sums[kMostLines];
-    for (int64_t p = start; p < end; ++p, pixel += stride) {
-      if (far) VXp_Foresee(pixel, stride, lines_ * int32_t{sizeof(Pixel)});
-      for (int32_t l = 0; l < lines_; ++l) sums[l].Enter(At(pixel, l));
+    for (int64_t p = range.start; p < range.end; ++p, pixel += stride) {
+      if (far) VXp_Prefetch(pixel, stride, lines_ * int32_t{kSize});
+      for (int32_t l = 0; l < lines_; ++l) sums[l].Enter(Sums::Load(pixel + l * kSize));
     }
     for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
 
-  VXp_DoubleLanes Numerator(const Sums& sums, Raw leading, Raw trailing) const {
-    if constexpr (kWhole) {
-      return sums.Doubles();
-    } else {
-      Sums outer;
-      outer.Enter(leading);
-      outer.Enter(trailing);
-      const VXp_DoubleLanes all = sums.Doubles(), out = outer.Doubles();
-      const double unit = pass_.window.unit, f = pass_.window.f;
-      return {all.first * unit - out.first * f, all.second * unit - out.second * f};
+  // Writes zeros. Either the pixels of a place are adjacent, or the pixels of a line.
+  void Blank(const VXp_BoxSpan& span) const {
+    const bool by_line = pass_.out.stride == kSize;
+    const int64_t runs = by_line ? lines_ : span.count;
+    const int64_t bytes = (by_line ? span.count : lines_) * kSize;
+    const ptrdiff_t stride = by_line ? pass_.out.line_stride : pass_.out.stride;
+    for (int64_t i = 0; i < runs; ++i) {
+      std::memset(span.out + i * stride, 0, static_cast<size_t>(bytes));
     }
   }
 
@@ -166,49 +134,43 @@ class VXp_BoxRun {
   void Span(const VXp_BoxSpan& span) {
     Sums sums[kMostLines];
     for (int32_t l = 0; l < lines_; ++l) sums[l] = sums_[l];
-    const char *entering = span.entering.data, *leaving = span.leaving.data;
-    const char *trailing = span.trailing.data, *here = span.here.data;
-    char* out = span.out;
+    // Local copies, because the stores of pixels might change members.
+    const VXp_BoxWindow window = pass_.window;
+    const VXp_ChannelMask<Pixel> mask = mask_;
+    const ptrdiff_t line_stride = pass_.out.line_stride;
+    const int32_t lines = lines_;
+    const bool blurs_alpha = kAll || (pass_.flags & VX_Blur_Alpha) != 0;
     VXp_IntLanes divisor = VXp_Splat<VXp_IntLanes>(span.divisor);
-    const VXp_BoxForesight foresight(pass_, span, sizeof(Pixel));
-    for (int64_t i = 0; i < span.count; ++i) {
-      if constexpr (kLines == 0) foresight.At(entering, leaving, out);
+    const VXp_BoxPrefetch prefetch(pass_, span, sizeof(Pixel));
+    VXp_ForBoxPlaces(span, pass_.out.stride, [&](const VXp_BoxPlace& at) {
+      if constexpr (kLines == 0) prefetch(at);
       const VXp_FloatLanes single_divisor = VXp_AsFloat(divisor);
-      for (int32_t l = 0; l < lines_; ++l) {
-        const Raw leading = At(entering, l);
-        if constexpr (kLeaves) sums[l].Leave(At(leaving, l));
-        sums[l].Enter(leading);
-        const Raw kept = kAll ? Raw{} : At(here, l);
-        const Raw outer = kWhole ? Raw{} : At(trailing, l);
-        Raw pixel = Blurred(sums[l], leading, outer, kept, single_divisor, divisor[0]);
-        if constexpr (!kAll) pixel = mask_.Merge(pixel, kept);
-        VXp_Store(out + l * pass_.out.line_stride, pixel);
+      for (int32_t l = 0; l < lines; ++l) {
+        const Loaded leading = Sums::Load(at.entering + l * kSize);
+        if constexpr (kLeaves) {
+          sums[l].Slide(leading, Sums::Load(at.leaving + l * kSize));
+        } else {
+          sums[l].Enter(leading);
+        }
+        const Raw kept = kAll ? Raw{} : VXp_Load<Raw>(at.here + l * kSize);
+        const Loaded trailing = kWhole ? Loaded{} : Sums::Load(at.trailing + l * kSize);
+        Raw pixel;
+        if constexpr (kStraight) {
+          const VXp_DoubleLanes sum = sums[l].template Doubles<kWhole>(window, leading, trailing);
+          const double alpha =
+              blurs_alpha ? sum.Alpha() : static_cast<double>(VXp_AlphaOf(kept)) * divisor[0];
+          pixel = VXp_BoxStraight<Pixel>(sum, alpha, single_divisor[0]);
+        } else {
+          pixel = VXp_BoxMean<Pixel>(sums[l].template Singles<kWhole>(window, leading, trailing),
+                                     single_divisor);
+        }
+        if constexpr (!kAll) pixel = mask.Merge(pixel, kept);
+        VXp_Store(at.out + l * line_stride, pixel);
       }
-      entering += span.entering.stride;
-      leaving += span.leaving.stride;
-      trailing += span.trailing.stride;
-      here += span.here.stride;
-      out += pass_.out.stride;
       divisor += span.divisor_step;
-    }
+    });
     for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
-
-  Raw Blurred(const Sums& sums, Raw leading, Raw trailing, Raw kept, VXp_FloatLanes single_divisor,
-              int32_t divisor) const {
-    if constexpr (kWhole && !kStraight) {
-      return VXp_BoxMean<Pixel>(sums.Singles(), single_divisor);
-    } else {
-      const VXp_DoubleLanes sum = Numerator(sums, leading, trailing);
-      if constexpr (!kStraight) return VXp_BoxMean<Pixel>(VXp_Singles(sum), single_divisor);
-      const bool blurs_alpha = kAll || (pass_.flags & VX_Blur_Alpha) != 0;
-      const double alpha =
-          blurs_alpha ? sum.Alpha() : static_cast<double>(VXp_AlphaOf(kept)) * divisor;
-      return VXp_BoxStraight<Pixel>(sum, alpha, single_divisor[0]);
-    }
-  }
-
-  static constexpr int32_t kMostLines = kLines != 0 ? kLines : kVXp_MostBoxLines<Pixel>;
 
   const VXp_BoxPass& pass_;
   const VXp_ChannelMask<Pixel> mask_;
@@ -216,18 +178,18 @@ class VXp_BoxRun {
   Sums sums_[kMostLines];
 };
 
-// Any pass.
-template <class Pixel>
-void VXp_BoxBlurPass(const VXp_BoxPass& pass) {
+// Runs any pass. kStraightToo false: only passes with premultiplied output.
+template <class Sums, bool kStraightToo>
+void VXp_RunBoxPass(const VXp_BoxPass& pass) {
   const auto with = [](bool condition, auto&& then) {
     condition ? then(std::true_type{}) : then(std::false_type{});
   };
   with(pass.lines == 1, [&](auto one) {
-    with(pass.window.f == 0, [&](auto whole) {
+    with(pass.window.outer == 0, [&](auto whole) {
       with(!pass.premultiplied, [&](auto straight) {
         with((pass.flags & VX_Blur_AllChannels) == VX_Blur_AllChannels, [&](auto all) {
-          VXp_BoxRun<Pixel, decltype(one)::value ? 1 : 0, decltype(whole)::value,
-                     decltype(straight)::value, decltype(all)::value>{pass}();
+          VXp_BoxRun<Sums, decltype(one)::value ? 1 : 0, decltype(whole)::value,
+                     kStraightToo&& decltype(straight)::value, decltype(all)::value>{pass}();
         });
       });
     });

@@ -1,26 +1,232 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
+// Convolution.
+//
+// A row of the destination is computed in strips. For each row of the kernels that meets the
+// source, the source pixels of the strip are copied to a buffer, with zeros outside of the source.
+// Then the taps are added, a few sums at a time, which stay in registers. So no inner loop tests
+// for an edge, and floats are summed in the order of the kernel.
+
 #include "VX/VX_Convolve.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "VX/VX_OverrideTable.h"
-#include "filters/VX_ConvolveT.h"
+#include "VX/VX_World.h"
+#include "filters/VXp_ConvolveLanes.h"
 #include "filters/VXp_FiltersBirth.h"
 #include "frame/VXp_Dispatch.h"
+#include "frame/VXp_Report.h"
+
+namespace {
+
+constexpr uint32_t kConvolveNumber = 8;
+
+// The window around a pixel. The radius has 16 bits, which wrap for sizes above 65535; a negative
+// radius has no tap.
+struct Window {
+  Window(int32_t flags, int32_t kernel_size) {
+    const int32_t half = static_cast<int16_t>(kernel_size >> 1);
+    const bool one_dimensional = (flags & VX_Kernel_OneDimensional) != 0;
+    const bool vertical = (flags & VX_Kernel_Vertical) != 0;
+    x_radius = one_dimensional && vertical ? 0 : half;
+    y_radius = one_dimensional && !vertical ? 0 : half;
+  }
+  int64_t Width() const { return 2 * int64_t{x_radius} + 1; }
+  int64_t Taps() const {
+    return std::min(x_radius, y_radius) < 0 ? 0 : Width() * (2 * int64_t{y_radius} + 1);
+  }
+  int64_t Place(int64_t dx, int64_t dy) const { return (dy + y_radius) * Width() + dx + x_radius; }
+
+  int32_t x_radius, y_radius;
+};
+
+// The distances low..high of -radius..radius that move some position of first..last into
+// 0..size - 1.
+struct Reach {
+  Reach(int32_t radius, int32_t first, int32_t last, int32_t size)
+      : low(std::max(-radius, -last)), high(std::min(radius, std::max(size, 0) - 1 - first)) {}
+  int32_t low, high;
+};
+
+// Returns 256 for each tap, or the sum of the kernel if it is normalized, in 32 bits that wrap.
+// Returns 1 instead of 0.
+int32_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
+  auto divisor = 256u * static_cast<uint32_t>(window.Taps());
+  if ((flags & VX_Kernel_Normalize) != 0) {
+    divisor = 0;
+    for (int64_t i = 0; i < window.Taps(); ++i) divisor += static_cast<uint32_t>(kernel[i]);
+  }
+  return divisor == 0 ? 1 : static_cast<int32_t>(divisor);
+}
+
+// Sums of up to kPixels neighbours in a row of the destination.
+template <class Way>
+class Strip {
+ public:
+  using Pixel = typename Way::Pixel;
+  static constexpr int32_t kPixels = 256;
+
+  Strip(const VX_LayerDef& src, const Window& window, const VXp_FourKernels& kernels)
+      : src_(src), window_(window), kernels_(kernels) {}
+
+  // Returns the sums of the pixels (x, y) to (x + count - 1, y).
+  const typename Way::Sum* Sums(int32_t x, int32_t y, int32_t count) {
+    blocks_ = (count + kBlock - 1) / kBlock;
+    bias_ = typename Way::Sum{};
+    std::fill_n(sums_, blocks_ * kBlock, typename Way::Sum{});
+    const Reach down(window_.y_radius, y, y, src_.height);
+    const Reach across(window_.x_radius, x, x + count - 1, src_.width);
+    for (int32_t dy = down.low; dy <= down.high; dy += Way::kRows) {
+      const bool pair = dy < down.high;
+      for (int32_t dx = across.low; dx <= across.high; dx += kTaps) {
+        const int32_t taps = std::min(kTaps, across.high - dx + 1);
+        TakeWeights(dx, dy, pair, taps);
+        TakePixels(x + dx, y + dy, pair, taps);
+        AddTaps(taps);
+      }
+    }
+    for (int32_t i = 0; i < count; ++i) sums_[i] += bias_;
+    return sums_;
+  }
+
+ private:
+  static constexpr int32_t kBlock = 8;
+  static constexpr int32_t kTaps = 64;
+
+  void TakeWeights(int32_t dx, int32_t dy, bool pair, int32_t taps) {
+    for (int32_t i = 0; i < taps; ++i) {
+      const int64_t below = pair ? window_.Place(dx + i, dy + 1) : kVXp_NoTap;
+      weights_[i] = Way::WeightsAt(kernels_, window_.Place(dx + i, dy), below);
+      Way::AddBias(bias_, weights_[i]);
+    }
+  }
+
+  // Copies the pixels that the taps from column x on meet. Row y, and for a pair of rows y + 1, are
+  // inside the source.
+  void TakePixels(int32_t x, int32_t y, bool pair, int32_t taps) {
+    const int32_t count = blocks_ * kBlock + taps - 1;
+    const int32_t before = std::clamp(-x, 0, count);
+    const int32_t end = std::clamp(src_.width - x, before, count);
+    std::fill(entries_, entries_ + before, Way::Outside());
+    if (end > before) {
+      const char* pixel = VXp_PixelAddress<Pixel>(src_, x + before, y);
+      const char* below = pair ? pixel + src_.rowbytes : pixel;
+      for (int32_t i = before; i < end; ++i) {
+        entries_[i] = Way::Take(pixel, below);
+        pixel += sizeof(Pixel);
+        below += sizeof(Pixel);
+      }
+    }
+    std::fill(entries_ + end, entries_ + count, Way::Outside());
+  }
+
+  void AddTaps(int32_t taps) {
+    for (int32_t b = 0; b < blocks_; ++b) {
+      typename Way::Sum block[kBlock];
+      std::memcpy(block, sums_ + b * kBlock, sizeof block);
+      const typename Way::Entry* entry = entries_ + b * kBlock;
+      for (int32_t t = 0; t < taps; ++t, ++entry) {
+        for (int32_t i = 0; i < kBlock; ++i) {
+          block[i] = Way::Add(block[i], entry[i], weights_[t]);
+        }
+      }
+      std::memcpy(sums_ + b * kBlock, block, sizeof block);
+    }
+  }
+
+  const VX_LayerDef& src_;
+  const Window& window_;
+  const VXp_FourKernels& kernels_;
+  int32_t blocks_ = 0;
+  typename Way::Sum bias_;
+  typename Way::Sum sums_[kPixels];
+  typename Way::Weights weights_[kTaps];
+  typename Way::Entry entries_[kPixels + kTaps];
+};
+
+template <class Way>
+VX_Err ConvolveRows(const VX_ProgressInfo* progress, const VX_LayerDef& src, const Window& window,
+                    const VXp_FourKernels& kernels,
+                    const VXp_Quotient<typename Way::Pixel>& quotient, const VX_LayerDef& dst) {
+  constexpr int64_t kTapsBetweenPolls = 2048;
+  const bool polls = progress != nullptr && progress->progress_func != nullptr;
+  Strip<Way> strip(src, window, kernels);
+  int64_t taps = 0;
+  for (int32_t y = 0; y < dst.height; ++y) {
+    for (int32_t x = 0, count = 0; x < dst.width; x += count) {
+      count = std::min(strip.kPixels, dst.width - x);
+      quotient.Store(strip.Sums(x, y, count), count,
+                     VXp_PixelAddress<typename Way::Pixel>(dst, x, y));
+    }
+    taps += window.Taps() * dst.width;
+    if (!polls || taps <= kTapsBetweenPolls) continue;
+    taps = 0;
+    const VX_Err answer = progress->progress_func(progress->progress_refcon, y + 1, dst.height);
+    if (answer != VX_Ok) return answer;
+  }
+  return VX_Ok;
+}
+
+// Whether all weights that can meet the source fit 16 bits.
+bool FitWords(const VX_LayerDef& src, const Window& window, const VXp_FourKernels& kernels,
+              const VX_LayerDef& dst) {
+  const Reach down(window.y_radius, 0, dst.height - 1, src.height);
+  const Reach across(window.x_radius, 0, dst.width - 1, src.width);
+  for (const int32_t* weights : kernels.weights) {
+    for (int32_t dy = down.low; dy <= down.high; ++dy) {
+      for (int32_t dx = across.low; dx <= across.high; ++dx) {
+        const int32_t weight = weights[window.Place(dx, dy)];
+        if (weight != static_cast<int16_t>(weight)) return false;
+      }
+    }
+  }
+  return true;
+}
+
+template <class Pixel>
+VX_Err Convolve(VX_ProgressInfo* progress, const VX_WorldX<Pixel>* src, const M_Rect* /*rect*/,
+                int32_t flags, int32_t kernel_size, const int32_t* alpha_kernel,
+                const int32_t* red_kernel, const int32_t* green_kernel, const int32_t* blue_kernel,
+                VX_WorldX<Pixel>* dst) {
+  const VXp_FourKernels kernels{{alpha_kernel, red_kernel, green_kernel, blue_kernel}};
+  const auto& weights = kernels.weights;
+  if (src->data == nullptr || dst->data == nullptr || src->data == dst->data || kernel_size < 0 ||
+      kernel_size % 2 == 0 || std::find(weights, weights + 4, nullptr) != weights + 4) {
+    return VXp_BadParameter(kConvolveNumber);
+  }
+  if (dst->width <= 0 || dst->height <= 0) return VX_Ok;
+  const Window window(flags, kernel_size);
+  int32_t divisors[4];
+  for (int32_t c = 0; c < 4; ++c) divisors[c] = Divisor(window, flags, weights[c]);
+  const VXp_Quotient<Pixel> quotient(divisors, (flags & VX_Kernel_NoClamp) == 0);
+#ifdef __SSE2__
+  if constexpr (!kVXp_IsFloat<Pixel>) {
+    if (FitWords(*src, window, kernels, *dst)) {
+      return ConvolveRows<VXp_TapsInPairs<Pixel>>(progress, *src, window, kernels, quotient, *dst);
+    }
+  }
+#endif
+  return ConvolveRows<VXp_TapByTap<Pixel>>(progress, *src, window, kernels, quotient, *dst);
+}
+
+}  // namespace
 
 VX_Err VXp_Convolve_S(VX_ProgressInfo* progress, const VX_LayerDef* src, const M_Rect* rect,
                       int32_t flags, int32_t kernel_size, const int32_t* alpha_kernel,
                       const int32_t* red_kernel, const int32_t* green_kernel,
                       const int32_t* blue_kernel, VX_LayerDef* dst) {
   return VXp_Guarded([&]() -> VX_Err {
-    if (src == nullptr || dst == nullptr) return VXp_BadParameter(kVXp_ConvolveNumber);
+    if (src == nullptr || dst == nullptr) return VXp_BadParameter(kConvolveNumber);
     const int32_t depth = VXp_WorldDepth(src);
     if (depth != VXp_WorldDepth(dst)) {
       return VXp_FailVerification("VX_Convolve requires source and dst worlds to be same depth");
     }
     const auto convolve = [&](const auto& from, auto& to) -> VX_Err {
-      return VXp_Convolve(progress, &from, rect, flags, kernel_size, alpha_kernel, red_kernel,
-                          green_kernel, blue_kernel, &to);
+      return Convolve(progress, &from, rect, flags, kernel_size, alpha_kernel, red_kernel,
+                      green_kernel, blue_kernel, &to);
     };
     return VXp_WithWorldsOfDepth(depth, kVXp_UnknownDepthText, convolve, src, dst);
   });

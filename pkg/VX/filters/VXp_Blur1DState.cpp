@@ -31,7 +31,7 @@ VXp_BlurSide SideOf(const VX_LayerDef& world, int32_t direction) {
           world.width, world.height,      world.origin_x, world.origin_y};
 }
 
-// The same pixels twice serve when each line is copied before its own place is written.
+// Source and destination may be the same pixels if each line is copied before it is overwritten.
 bool MayShare(const VXp_BlurArguments& a) {
   const VXp_BlurSide src = SideOf(*a.src, a.src_direction);
   const VXp_BlurSide dst = SideOf(*a.dst, a.dst_direction);
@@ -82,28 +82,16 @@ VX_Err VXp_CheckIterations(float radius, int32_t iterations) {
   return VX_Ok;
 }
 
-void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width,
-                      int64_t line_bytes) {
+void VXp_ChooseTile(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes) {
   constexpr int64_t kMostBytes = 1 << 19;
-  // A narrow world still has work for each thread.
+  // Narrow worlds have work for each thread too.
   const int32_t fewest_items = std::max(16, 2 * std::min(U_GetNumThreads(), 1 << 16));
-  state.bundle = 1;
+  state.tile = 1;
   if (state.RowsOnly()) return;
   const int64_t fitting = kMostBytes / std::max<int64_t>(line_bytes, 1);
   const int64_t most =
       std::min<int64_t>({width / pixel_size, fitting, state.dst.lines / fewest_items});
-  state.bundle = static_cast<int32_t>(std::max<int64_t>(most, 1));
-}
-
-VX_Err VXp_BlurLinesDone(VX_Blur1DState& state, int32_t thread, int32_t lines) {
-  const int32_t before = state.lines_done.fetch_add(lines, std::memory_order_relaxed);
-  const VX_ProgressInfo* const info = state.progress;
-  if (thread != 0 || info == nullptr || info->progress_func == nullptr) return VX_Ok;
-  for (int32_t i = 1; i <= lines; ++i) {
-    const VX_Err answer = info->progress_func(info->progress_refcon, before + i, state.dst.lines);
-    if (answer != VX_Ok) return answer;
-  }
-  return VX_Ok;
+  state.tile = static_cast<int32_t>(std::max<int64_t>(most, 1));
 }
 
 void VXp_ZeroBlurLines(const VX_Blur1DState& state, int32_t first, int32_t count, int32_t size) {

@@ -2,21 +2,36 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What both kinds of passes share: the worlds seen as lines, the checks, and the handing out of
-// lines to the generic iterator's slot.
+// Blurs of worlds and of one-channel buffers. Map of the component:
 //
-// A pass whose lines are rows on both sides takes a line at a time. Where columns are read or
-// written, neighbouring lines are taken together in bundles of some hundred bytes, so that memory
-// is not walked pixel by pixel with a stride. An item of the iteration is a bundle; progress is
-// told by the line all the same.
+//   VX_BlurWorld.cpp         both axes of a world, in bands of rows; uses the two passes below
+//   VX_GaussianBlur1D.cpp    the Gaussian pass over lines of a world
+//   VX_BoxBlur1D.cpp         the box pass over lines of a world, repeated
+//   VXp_Blur1DState          arguments of a pass, the two worlds as lines, tiles of lines (this
+//   file) VXp_BlurLanes.h          one pixel: alpha, channels that are kept, scratch
+//   uno/VX_UnoScans.cpp      box and Gaussian scans over one line of samples
+//   uno/VX_FeatherUnoBuffer  scans over all lines of a one-channel buffer
+//
+// and the engines, which worlds and one-channel buffers share:
+//
+//   VXp_BoxEngine            the places of a running window along lines
+//   VXp_RunningSums.h        the sums of a running window, of one channel and of four
+//   VXp_GaussianSums         weighted sums over a symmetric window
+//   VXp_ForLines.h           lines on threads, errors, progress
+//   VXp_BlurScratch          scratch for each thread
+//
+// Convolution has no part in these: VX_Convolve.cpp, with the sums in VXp_ConvolveLanes.h.
+//
+// A pass from rows to rows processes a line at a time. If columns are read or written, neighbouring
+// lines are processed together as a tile of some hundred bytes of each row, because a walk down a
+// single column reads a cache line for each pixel. An item of the iteration is a tile.
 
-#include <atomic>
 #include <cstdint>
 
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_World.h"
 #include "filters/VXp_BlurScratch.h"
-#include "frame/VXp_Report.h"
+#include "filters/VXp_ForLines.h"
 
 // A world as lines along one direction.
 struct VXp_BlurSide {
@@ -35,7 +50,7 @@ struct VXp_BlurSide {
   }
 };
 
-// What both passes are called with.
+// The arguments of both passes.
 struct VXp_BlurArguments {
   const VX_ProgressInfo* progress;
   const VX_World* src;
@@ -61,106 +76,73 @@ struct VX_Blur1DState {
   const VX_ProgressInfo* progress;
   float radius;
   int32_t flags;
-  int64_t line_offset;  // the source's line for line 0 of the destination
-  int64_t offset;       // the source's place for place 0 of a line of the destination
-  int32_t bundle = 1;   // lines an item
+  int64_t line_offset;  // the source line of line 0 of the destination
+  int64_t offset;       // the source place of place 0 of a line of the destination
+  int32_t tile = 1;     // lines of an item
 
-  // The first error of any thread. The others look at it after each bundle, and stop.
-  std::atomic<VX_Err> saved_error{VX_Ok};
-  std::atomic<int32_t> lines_done{0};
-
-  // Colours are multiplied by alpha when the line is copied.
+  // Whether colours are multiplied by alpha when a line is copied.
   bool Premultiplies() const;
   bool RowsOnly() const { return src.direction == 0 && dst.direction == 0; }
 };
 
-// The depth of both worlds, after everything is checked. Throws 3 after a report.
+// Checks all arguments and returns the depth of both worlds. Throws VX_ErrBadParameter after a
+// report.
 int32_t VXp_CheckBlur(const VXp_BlurArguments& arguments);
 
-// How far a box of a good radius spreads when it is repeated.
+// The distance in pixels that a repeated box of a valid radius spreads.
 int64_t VXp_BoxReach(float radius, int32_t iterations);
 
-// 3 after a report for fewer iterations than 1, or more than the reach allows.
+// Returns VX_ErrBadParameter after a report if `iterations` is below 1 or the reach is too large.
 VX_Err VXp_CheckIterations(float radius, int32_t iterations);
 
-// Sets `bundle`: up to `width` bytes of a row, with no more than 512 KiB of scratch for a row of
-// it, of which one line takes `line_bytes`.
-void VXp_ChooseBundle(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes);
+// Sets `state.tile`: up to `width` bytes of a row, and at most 512 KiB of scratch for a tile whose
+// lines take `line_bytes` each.
+void VXp_ChooseTile(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes);
 
-// The widest bundle, in bytes of a row.
-inline constexpr int32_t kVXp_WidestBundle = 512;
+// The widest tile, in bytes of a row.
+inline constexpr int32_t kVXp_WidestTile = 512;
 
-// Down a column each row lies on a page of its own, and the processor foresees nothing: asks it for
-// `bytes` of the row eight rows ahead, at most the widest bundle. Any address will do.
-//
-// Always inlined: a function that only asks has no effect that the compiler knows of, and it drops
-// calls to it. Unrolled: the end of a loop as short as this is guessed wrong in each row.
+// Hardware prefetch does not follow columns, because each row is on another page.
 inline constexpr ptrdiff_t kVXp_FarStride = 2048;
 inline bool VXp_IsFar(ptrdiff_t stride) {
   return stride >= kVXp_FarStride || stride <= -kVXp_FarStride;
 }
-[[gnu::always_inline]] inline void VXp_Foresee(const char* at, ptrdiff_t stride, int32_t bytes) {
+
+// Prefetches `bytes` bytes, at most the widest tile, eight rows ahead. Any address is allowed.
+// Always inlined, because the compiler drops calls of a function without effects. Unrolled, because
+// the end of so short a loop is mispredicted for each row.
+[[gnu::always_inline]] inline void VXp_Prefetch(const char* at, ptrdiff_t stride, int32_t bytes) {
   constexpr int32_t kCacheLine = 64;
   const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
 #pragma GCC unroll 8
-  for (int32_t i = 0; i < kVXp_WidestBundle; i += kCacheLine) {
+  for (int32_t i = 0; i < kVXp_WidestTile; i += kCacheLine) {
     if (i >= bytes) break;
     __builtin_prefetch(reinterpret_cast<const char*>(ahead + static_cast<uintptr_t>(i)));
   }
 }
 
-// After lines are finished: tells progress, on thread 0 only. Gives what progress gave.
-VX_Err VXp_BlurLinesDone(VX_Blur1DState& state, int32_t thread, int32_t lines);
-
-// Zero pixels into `count` lines of the destination.
+// Writes zero pixels to `count` lines of the destination.
 void VXp_ZeroBlurLines(const VX_Blur1DState& state, int32_t first, int32_t count, int32_t size);
 
-// The lines first..first + count of the destination that have a line of the source.
+// The lines of first..first + count of the destination that have a line in the source.
 struct VXp_BlurLineRange {
   int32_t first, count;
 };
 VXp_BlurLineRange VXp_LinesWithSource(const VX_Blur1DState& state, int32_t first, int32_t count);
 
-// Runs `blur(thread, source_line, destination_line, lines)` for bundles of lines that have a
-// source line; the others become zero. Throws what a line or progress failed with.
+// Runs `blur(thread, source_line, destination_line, lines)` for tiles of lines that have a source
+// line; the others become zero. Throws the error of a line, of progress or of the iterator.
 template <class Pixel, class Blur>
 void VXp_BlurLines(VX_Blur1DState& state, const VXp_BlurScratch& scratch, const Blur& blur) {
-  struct Work {
-    VX_Blur1DState& state;
-    const VXp_BlurScratch& scratch;
-    const Blur& blur;
-
-    void Bundle(int32_t thread, int32_t first, int32_t count) const {
-      constexpr int32_t size = sizeof(Pixel);
-      if (thread < 0 || thread >= scratch.threads()) VXp_Throw(VX_ErrBadParameter);
-      const auto [inner, lines] = VXp_LinesWithSource(state, first, count);
-      VXp_ZeroBlurLines(state, first, inner - first, size);
-      if (lines > 0) blur(thread, state.line_offset + inner, inner, lines);
-      VXp_ZeroBlurLines(state, inner + lines, first + count - inner - lines, size);
-    }
-
-    // Nothing is thrown through the iterator, which may run us on a thread of its own.
-    VX_Err Item(int32_t thread, int32_t i) const {
-      const VX_Err stopped = state.saved_error.load(std::memory_order_relaxed);
-      if (stopped != VX_Ok) return stopped;
-      const VX_Err error = VXp_Guarded([&]() -> VX_Err {
-        const int32_t first = i * state.bundle;
-        const int32_t left = state.dst.lines - first;
-        const int32_t count = left < state.bundle ? left : state.bundle;
-        Bundle(thread, first, count);
-        return VXp_BlurLinesDone(state, thread, count);
-      });
-      VX_Err none = VX_Ok;
-      if (error != VX_Ok) state.saved_error.compare_exchange_strong(none, error);
-      return state.saved_error.load(std::memory_order_relaxed);
-    }
-  };
-  Work work{state, scratch, blur};
-  const auto items =
-      static_cast<int32_t>((int64_t{state.dst.lines} + state.bundle - 1) / state.bundle);
-  const VX_GenericFunc item = [](void* refcon, int32_t thread, int32_t i, int32_t) -> VX_Err {
-    return static_cast<const Work*>(refcon)->Item(thread, i);
-  };
-  VXp_ThrowIf(VXp_G_OverFuncs.VX_IterateGeneric_Static(items, &work, item));
-  VXp_ThrowIf(state.saved_error.load());
+  constexpr int32_t kSize = sizeof(Pixel);
+  VXp_ThrowIf(
+      VXp_ForLines(VXp_G_OverFuncs.VX_IterateGeneric_Static, state.progress, state.dst.lines,
+                   state.tile, [&](int32_t thread, int32_t first, int32_t count) -> VX_Err {
+                     if (thread < 0 || thread >= scratch.threads()) return VX_ErrBadParameter;
+                     const auto [inner, lines] = VXp_LinesWithSource(state, first, count);
+                     VXp_ZeroBlurLines(state, first, inner - first, kSize);
+                     if (lines > 0) blur(thread, state.line_offset + inner, inner, lines);
+                     VXp_ZeroBlurLines(state, inner + lines, first + count - inner - lines, kSize);
+                     return VX_Ok;
+                   }));
 }

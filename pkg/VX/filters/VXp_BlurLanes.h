@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What both kinds of blurs do with one pixel: the way in from memory, and the way out from sums.
+// One pixel of a blur: from memory to scratch, and from sums to memory.
 
 #include <algorithm>
 #include <bit>
@@ -18,7 +18,7 @@
 template <class Pixel>
 inline constexpr bool kVXp_FloatPixel = std::is_same_v<VX_ChannelOf<Pixel>, float>;
 
-// A pixel as it lies in memory.
+// A pixel as it is in memory.
 template <class Pixel>
 using VXp_RawPixel = std::conditional_t<
     sizeof(Pixel) == sizeof(uint32_t), uint32_t,
@@ -28,14 +28,14 @@ inline float VXp_AlphaOf(uint32_t pixel8) { return static_cast<float>(pixel8 & 0
 inline float VXp_AlphaOf(uint64_t pixel16) { return static_cast<float>(pixel16 & 0xFFFF); }
 inline float VXp_AlphaOf(VXp_FloatLanes pixel) { return pixel[0]; }
 
-// All ones in the lanes of the channels that `flags` name, lane 0 being alpha.
+// All ones in the lanes of the channels in `flags`. Lane 0 is alpha.
 inline VXp_IntLanes VXp_ChannelLanesOf(int32_t flags) {
   const auto lane = [flags](int32_t bit) { return (flags & bit) != 0 ? -1 : 0; };
   return VXp_IntLanes{lane(VX_Blur_Alpha), lane(VX_Blur_Red), lane(VX_Blur_Green),
                       lane(VX_Blur_Blue)};
 }
 
-// Puts blurred channels together with those that are kept.
+// Merges blurred channels with channels that are kept.
 template <class Pixel>
 class VXp_ChannelMask {
  public:
@@ -65,8 +65,8 @@ class VXp_ChannelMask {
   std::conditional_t<kVXp_FloatPixel<Pixel>, VXp_IntLanes, Raw> bits_;
 };
 
-// Multiplies blurred colours by alpha. The others take full scale as factor, which changes nothing.
-// Blurred colours of transparent pixels are 0 whatever they are, in float also what is not finite.
+// Multiplies blurred colours by alpha. Other channels are multiplied by full scale, which does not
+// change them. Blurred colours of transparent pixels become 0, in float also infinity and NaN.
 template <class Pixel>
 class VXp_BlurPremul {
  public:
@@ -110,7 +110,7 @@ inline VXp_FloatLanes VXp_Singles(const VXp_DoubleLanes& v) {
 #endif
 }
 
-// a where it is the smaller one, else b.
+// Returns a in lanes in which a < b, otherwise b.
 inline VXp_DoublePair VXp_Least(VXp_DoublePair a, VXp_DoublePair b) {
 #ifdef __SSE2__
   return reinterpret_cast<VXp_DoublePair>(_mm_min_pd(a, b));
@@ -127,12 +127,16 @@ inline VXp_FloatLanes VXp_Least(VXp_FloatLanes a, VXp_FloatLanes b) {
 #endif
 }
 
-// The colours of a straight pixel out of premultiplied sums and the sum of alpha, which is not 0;
-// lane 0 is of no use. At integer depths the sums are whole numbers and the quotient is (c full + a
-// / 2) / a, truncated twice and limited. The same comes of (c full + a / 2 + 1/4) / a, truncated
-// once: if `a` is odd, c full + a / 2 lies half or more below a multiple of `a`, else it lies 1 or
-// more below or upon one. So a quarter of 1 / a is what the product may be wrong by, and for sums
-// below this bound it is less; 64-bit integers serve the others.
+// Returns the colours of a straight pixel. `sums` are premultiplied sums and `alpha_sum` the sum of
+// alpha, which must not be 0. Lane 0 of the result is undefined. At integer depths the sums are
+// whole numbers, a is the sum of alpha, and the result is
+//
+//   min((c full + a / 2) / a, full)   in whole numbers, both divisions truncated
+//
+// It is computed as trunc((c full + a / 2 + 1/4) (1 / a)) with real divisions, which is the same:
+// if a is odd, c full + a / 2 is at least 1/2 below the next multiple of a; if a is even, it is at
+// least 1 below, or a multiple itself. So the product may be wrong by 1 / (4 a). It is wrong by
+// less if a is below this bound; larger sums use 64-bit integers.
 inline constexpr double kVXp_AlphaInDouble = 0x1p33;
 
 template <class Pixel>
@@ -159,15 +163,29 @@ template <class Pixel>
   return VXp_Truncated(VXp_DoubleLanes{quotient(sums.first), quotient(sums.second)});
 }
 
-// Float: the quotient in double, rounded once. Values above 1 are kept.
-inline VXp_FloatLanes VXp_UnmultipliedFloat(const VXp_DoubleLanes& sums, double alpha_sum) {
-  return VXp_Singles(VXp_DoubleLanes{sums.first / alpha_sum, sums.second / alpha_sum});
+// Returns a straight pixel: `mean` is the blurred alpha, colours are quotients of sums. A window
+// whose alpha is 0 has no colour. Float: quotients in double, rounded once; values above 1 are
+// kept.
+template <class Pixel, class Mean>
+[[gnu::always_inline]] inline VXp_RawPixel<Pixel> VXp_StraightPixel(const VXp_DoubleLanes& sums,
+                                                                    double alpha_sum, Mean mean) {
+  if (alpha_sum == 0) return VXp_RawPixel<Pixel>{};
+  if constexpr (kVXp_FloatPixel<Pixel>) {
+    VXp_FloatLanes pixel =
+        VXp_Singles(VXp_DoubleLanes{sums.first / alpha_sum, sums.second / alpha_sum});
+    pixel[0] = static_cast<float>(mean);
+    return pixel;
+  } else {
+    VXp_IntLanes pixel = VXp_Unmultiplied<Pixel>(sums, alpha_sum);
+    pixel[0] = static_cast<int32_t>(mean);
+    return VXp_Packed<Pixel>(pixel);
+  }
 }
 
 // --- lines into scratch --------------------------------------------------------------------------
 
-// Copies places from..to of `lines` lines of the source: the pixels of one place side by side,
-// place after place. `store(place, raw)` writes to `out` and its like, `step` bytes a pixel.
+// Calls `store(address, raw)` for the places from..to - 1 of `lines` lines of the source: all lines
+// of a place, then the next place. The addresses start at `out` and are `step` bytes apart.
 template <class Pixel, class Store>
 void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
                      int64_t to, char* out, ptrdiff_t step, const Store& store) {
@@ -175,7 +193,7 @@ void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, i
   const char* place = src.Address(line, from);
   const bool far = VXp_IsFar(src.stride);
   for (int64_t p = from; p < to; ++p, place += src.stride) {
-    if (far) VXp_Foresee(place, src.stride, lines * static_cast<int32_t>(sizeof(Pixel)));
+    if (far) VXp_Prefetch(place, src.stride, lines * static_cast<int32_t>(sizeof(Pixel)));
     const char* pixel = place;
     for (int32_t i = 0; i < lines; ++i) {
       store(out, VXp_Load<VXp_RawPixel<Pixel>>(pixel));
@@ -185,6 +203,7 @@ void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, i
   }
 }
 
+// VXp_GatherLines of pixels that are premultiplied if the pass asks for it.
 template <class Pixel, class Store>
 void VXp_CopyLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
                    int64_t to, char* out, ptrdiff_t step, const Store& store) {

@@ -3,7 +3,7 @@
 
 #include "filters/VXp_FiltersBirth.h"
 
-#include "filters/uno/VXp_UnoRows.h"
+#include "filters/uno/VXp_UnoBuffer.h"
 
 void VXp_FillFiltersSlots(VXp_OverrideTable& table) {
   table.VX_FastBlur_Straight = VX_FastBlur_Straight;

@@ -8,7 +8,7 @@
 #include <limits>
 
 #include "BlurTestKit.h"
-#include "filters/VX_BoxBlur8_SSE2.h"
+#include "filters/VX_BoxBlurT.h"
 
 namespace {
 
@@ -268,7 +268,7 @@ TEST_F(Blur, BadArgumentsThrowAndTouchNothing) {
 TEST_F(Blur, VectorRoutineRefusesStraightOutput) {
   Reports();
   for (const int32_t flags : {15, 1, 6}) {
-    const VXp_BoxPass pass{VXp_BoxWindow(2), flags, /*premultiplied=*/false, 1, {}, {}};
+    const VXp_BoxPass pass{VXp_BoxWindowOf(2), {}, {}, 1, {}, {}, flags, /*premultiplied=*/false};
     EXPECT_EQ(Thrown([&] { VXp_BoxBlurPass8_SSE2(pass); }), 3);
     EXPECT_EQ(Reports(), (ReportList{{0x2503E7, "untested SSE2 codepath in blur"}}));
   }

@@ -1,14 +1,14 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Scans over a whole buffer: along all rows, then down all columns. A mask that is full up to its
-// border stays full there, so every window repeats the first and the last sample of its line.
+// Scans over a whole buffer: along all rows, then down all columns. Every window repeats the first
+// and the last sample of its line, so a mask that is full up to its border remains full there.
 
 #include <algorithm>
 
 #include "VX/VX_UnoBuffer.h"
 #include "filters/VXp_BlurScratch.h"
-#include "filters/uno/VXp_ScanLines.h"
+#include "filters/uno/VXp_Scan.h"
 #include "filters/uno/VXp_UnoBuffer.h"
 
 namespace {
@@ -19,7 +19,7 @@ VX_Err Refuse(const char* text, int32_t line = __builtin_LINE()) {
   return VXp_FailVerification(kVXp_UnoNumber, line, text);
 }
 
-// What happens to each whole line of a direction.
+// The scan of each whole line of a direction.
 struct Direction {
   Direction(int32_t feather, int32_t length, double radius)
       : kind(feather == VX_Feather_Box        ? VX_UnoScan_OneBox
@@ -31,10 +31,10 @@ struct Direction {
     plan.holds_before = plan.holds_after = true;
   }
 
-  bool Idle() const { return plan.road == VXp_ScanRoad::kNone; }
-  // Places in scratch.
+  bool Idle() const { return plan.kind == VXp_ScanKind::kNone; }
+  // Places of a line in scratch.
   int64_t Places() const {
-    return plan.road == VXp_ScanRoad::kGaussian ? plan.last - plan.first + 2 * plan.half
+    return plan.kind == VXp_ScanKind::kGaussian ? plan.last - plan.first + 2 * plan.half
                                                 : plan.to - plan.from;
   }
 
@@ -42,7 +42,7 @@ struct Direction {
   VXp_ScanPlan plan;
 };
 
-// The kernel of one call: that of the process may change while several threads read.
+// The kernel of one call. The kernel of the process may change while several threads read it.
 struct OwnKernel {
   OwnKernel() = default;
   ~OwnKernel() { VXp_FreeScanKernel(&kernel); }
@@ -50,35 +50,17 @@ struct OwnKernel {
 
   // Throws the error.
   void Make(const VXp_ScanPlan& plan) {
-    if (plan.road != VXp_ScanRoad::kGaussian) return;
+    if (plan.kind != VXp_ScanKind::kGaussian) return;
     VXp_ThrowIf(VXp_MakeScanKernel(plan.radius, &kernel));
   }
 
   VXp_ScanKernel kernel{};
 };
 
-// The slots of the scans by sample. Float has none.
+// The slots of the scans by sample type. Float has no slot.
 VX_BlurScanFunc<uint8_t> BoxSlot(uint8_t) { return VXp_G_OverFuncs.VX_BoxBlurUnoScan; }
 VX_BlurScanFunc<uint16_t> BoxSlot(uint16_t) { return VXp_G_OverFuncs.VX_BoxBlurDeepUnoScan; }
 VX_BlurScanFunc<float> BoxSlot(float) { return &VX_BoxBlurFloatUnoScan; }
-
-// Both directions in one count of steps.
-struct Steps {
-  VX_ProgressInfo Info() {
-    VX_ProgressInfo info{};
-    info.progress_func = &Tell;
-    info.progress_refcon = this;
-    return info;
-  }
-  static VX_Err Tell(void* refcon, int32_t step, int32_t) {
-    const auto& steps = *static_cast<const Steps*>(refcon);
-    return steps.progress->progress_func(steps.progress->progress_refcon, steps.before + step,
-                                         steps.all);
-  }
-
-  const VX_ProgressInfo* progress;
-  int32_t before, all;
-};
 
 template <class Sample>
 class Feather {
@@ -90,21 +72,23 @@ class Feather {
         along_(feather, buffer.width, radius_x),
         down_(feather, buffer.height, radius_y) {}
 
-  // Everything that may fail comes first: a buffer is feathered whole or stays.
+  // Allocations come first: if one fails, the buffer is not changed.
   VX_Err Run() {
     if (buffer_.width <= 0 || buffer_.height <= 0) return VX_Ok;
     const int32_t rows = along_.Idle() ? 0 : buffer_.height;
-    const int32_t bundles = down_.Idle() ? 0 : (buffer_.width - 1) / kLines + 1;
-    if (rows + bundles == 0) return VX_Ok;
+    const int32_t tiles = down_.Idle() ? 0 : (buffer_.width - 1) / kLines + 1;
+    if (rows + tiles == 0) return VX_Ok;
     along_kernel_.Make(along_.plan);
     down_kernel_.Make(down_.plan);
     const int32_t passes = std::max(along_.plan.passes, down_.plan.passes);
     const VXp_BlurScratch scratch(passes > 1 ? 2 : 1, ScratchSize());
+    VXp_JoinedProgress joined(progress_, int64_t{rows} + tiles);
     const VX_Err error = OnThreads(
-        scratch, rows, {progress_, 0, rows + bundles},
+        scratch, joined.info(), rows,
         [&](int32_t row, Sample* memory, Sample* other) { return Row(row, memory, other); });
     if (error != VX_Ok) return error;
-    return OnThreads(scratch, bundles, {progress_, rows, rows + bundles},
+    joined.PassDone(rows);
+    return OnThreads(scratch, joined.info(), tiles,
                      [&](int32_t i, Sample* memory, Sample* other) -> VX_Err {
                        Columns(i * kLines, memory, other);
                        return VX_Ok;
@@ -115,11 +99,9 @@ class Feather {
   static constexpr int32_t kLines = kVXp_ScanLines<Sample>;
 
   template <class Work>
-  static VX_Err OnThreads(const VXp_BlurScratch& scratch, int32_t items, Steps steps,
-                          const Work& work) {
-    const VX_ProgressInfo info = steps.Info();
-    const bool tells = steps.progress != nullptr && steps.progress->progress_func != nullptr;
-    return VXp_ForUnoRows(tells ? &info : nullptr, items, [&](int32_t thread, int32_t i) -> VX_Err {
+  static VX_Err OnThreads(const VXp_BlurScratch& scratch, const VX_ProgressInfo* progress,
+                          int32_t items, const Work& work) {
+    return VXp_ForUnoRows(progress, items, [&](int32_t thread, int32_t i) -> VX_Err {
       if (thread < 0 || thread >= scratch.threads()) return VX_ErrBadParameter;
       return work(i, reinterpret_cast<Sample*>(scratch.Row(thread, 0)),
                   reinterpret_cast<Sample*>(scratch.Row(thread, 1)));
@@ -129,13 +111,13 @@ class Feather {
   int64_t ScratchSize() const {
     const int64_t row =
         ScansRows() ? VX_UnoScanScratch(buffer_.width, along_.plan.radius) : along_.Places();
-    const int64_t bundle = down_.Places() * std::min(kLines, buffer_.width);
-    return std::max(row, bundle) * static_cast<int64_t>(sizeof(Sample));
+    const int64_t tile = down_.Places() * std::min(kLines, buffer_.width);
+    return std::max(row, tile) * static_cast<int64_t>(sizeof(Sample));
   }
 
-  // Plain boxes hold both ends as scans too: whoever took a scan's slot gets the rows. The scans of
-  // other boxes fade at the start.
-  bool ScansRows() const { return along_.plan.road == VXp_ScanRoad::kPlainBox; }
+  // Plain boxes hold both ends of a line as scans too, so their rows go through the scan's slot.
+  // Scans of soft boxes fade at the start and cannot be used.
+  bool ScansRows() const { return along_.plan.kind == VXp_ScanKind::kPlainBox; }
 
   VX_Err Row(int32_t row, Sample* memory, Sample* other) const {
     char* const line = VXp_UnoAddress<Sample>(buffer_, 0, row);
@@ -143,7 +125,7 @@ class Feather {
       return BoxSlot(Sample{})(along_.kind, buffer_.width, 0, buffer_.width, along_.plan.radius,
                                memory, reinterpret_cast<Sample*>(line));
     }
-    Lines(along_.plan, along_kernel_, {line, sizeof(Sample)}, 1, memory, other, line);
+    VXp_RunScan(along_.plan, &along_kernel_.kernel, {line, sizeof(Sample), 1}, memory, other);
     return VX_Ok;
   }
 
@@ -151,24 +133,7 @@ class Feather {
     const int32_t lines = std::min(kLines, buffer_.width - first);
     const ptrdiff_t stride = ptrdiff_t{buffer_.width} * static_cast<ptrdiff_t>(sizeof(Sample));
     char* const columns = VXp_UnoAddress<Sample>(buffer_, first, 0);
-    Lines(down_.plan, down_kernel_, {columns, stride}, lines, memory, other, columns);
-  }
-
-  // Passes from scratch to scratch; the last one writes the buffer.
-  static void Lines(const VXp_ScanPlan& plan, const OwnKernel& own, const VXp_ScanSource& source,
-                    int32_t lines, Sample* from, Sample* to, char* data) {
-    const VXp_ScanOutput out{data, source.stride};
-    if (plan.road == VXp_ScanRoad::kGaussian) {
-      VXp_LayOutPlaces(plan, source, lines, from);
-      VXp_GaussianScan(plan, own.kernel, from, lines, out);
-      return;
-    }
-    VXp_CopyPlaces(source, lines, plan.from, plan.to, from);
-    for (int32_t pass = 1; pass < plan.passes; ++pass, std::swap(from, to)) {
-      const ptrdiff_t packed = lines * static_cast<ptrdiff_t>(sizeof(Sample));
-      VXp_BoxScan<Sample>(plan, {from, lines}).Run({reinterpret_cast<char*>(to), packed});
-    }
-    VXp_BoxScan<Sample>(plan, {from, lines}).Run(out);
+    VXp_RunScan(down_.plan, &down_kernel_.kernel, {columns, stride, lines}, memory, other);
   }
 
   const VX_ProgressInfo* const progress_;

@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <type_traits>
 
-#include "filters/uno/VXp_UnoPlace.h"
-#include "filters/uno/VXp_UnoRows.h"
+#include "filters/uno/VXp_UnoBuffer.h"
 
 namespace {
 

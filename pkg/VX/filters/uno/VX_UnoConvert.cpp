@@ -7,7 +7,6 @@
 #include <type_traits>
 
 #include "filters/uno/VXp_UnoBuffer.h"
-#include "filters/uno/VXp_UnoRows.h"
 #include "housekeeping/VXp_ConvertRow.h"
 
 namespace {

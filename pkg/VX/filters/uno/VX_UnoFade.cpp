@@ -15,7 +15,6 @@
 #endif
 
 #include "filters/uno/VXp_UnoBuffer.h"
-#include "filters/uno/VXp_UnoRows.h"
 #include "frame/VXp_PixelTraits.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "VX/VX_UnoBuffer.h"
 #include "filters/VXp_FiltersBirth.h"
-#include "filters/uno/VXp_ScanLines.h"
+#include "filters/uno/VXp_Scan.h"
 #include "filters/uno/VXp_UnoBuffer.h"
 
 namespace {
@@ -16,35 +16,24 @@ VX_Err Refuse(const char* text, int32_t line = __builtin_LINE()) {
   return VXp_FailVerification(kVXp_UnoNumber, line, text);
 }
 
-template <class Sample>
-VX_Err RunPlan(const VXp_ScanPlan& plan, Sample* scratch, Sample* line) {
-  const VXp_ScanSource source{reinterpret_cast<const char*>(line), sizeof(Sample)};
-  const VXp_ScanOutput out{reinterpret_cast<char*>(line + plan.first), sizeof(Sample)};
-  if (plan.road == VXp_ScanRoad::kGaussian) {
-    const VXp_ScanKernel* kernel = nullptr;
-    const VX_Err error = VXp_CachedScanKernel(plan.radius, &kernel);
-    if (error != VX_Ok) return error;
-    VXp_LayOutPlaces(plan, source, /*lines=*/1, scratch);
-    VXp_GaussianScan(plan, *kernel, scratch, /*lines=*/1, out);
-    return VX_Ok;
-  }
-  for (int32_t pass = 0; pass < plan.passes; ++pass) {
-    VXp_CopyPlaces(source, /*lines=*/1, plan.from, plan.to, scratch);
-    VXp_BoxScan<Sample>(plan, {scratch, 1}).Run(out);
-  }
-  return VX_Ok;
-}
-
 using Planner = decltype(&VXp_PlanBoxScan);
 
-// Where nothing is to be done nothing is looked at.
+// If there is nothing to do, the line and the scratch are not read and may be null.
 template <class Sample>
 VX_Err Scan(Planner planner, int32_t kind, int32_t length, int32_t start, int32_t end,
             VX_Fixed radius, Sample* scratch, Sample* line) {
   if (radius <= 0 || start == end) return VX_Ok;
   if (scratch == nullptr || line == nullptr) return Refuse("scan without a line or scratch");
   if (start < 0 || end < start || length < end) return Refuse("scan of a part outside the line");
-  return RunPlan(planner(kind, length, start, end, radius), scratch, line);
+  const VXp_ScanPlan plan = planner(kind, length, start, end, radius);
+  const VXp_ScanKernel* kernel = nullptr;
+  if (plan.kind == VXp_ScanKind::kGaussian) {
+    const VX_Err error = VXp_CachedScanKernel(radius, &kernel);
+    if (error != VX_Ok) return error;
+  }
+  const VXp_ScanLines lines = {reinterpret_cast<char*>(line), sizeof(Sample), 1};
+  VXp_RunScan<Sample>(plan, kernel, lines, scratch, nullptr);
+  return VX_Ok;
 }
 
 }  // namespace
@@ -91,7 +80,7 @@ VX_Err VX_GBlurFloatUnoScan(int32_t kind, int32_t length, int32_t start, int32_t
   return Scan(VXp_PlanGaussianScan, kind, length, start, end, radius, scratch, line);
 }
 
-// The line, and a whole window on each side of it.
+// The line and a whole window on each side of it.
 int32_t VX_UnoScanScratch(int32_t length, VX_Fixed radius) {
   const int64_t reach = std::max<int64_t>(VXp_ScanReach(radius), 0);
   const int64_t samples = std::max<int64_t>(length, 0) + 2 * (2 * reach + 1);

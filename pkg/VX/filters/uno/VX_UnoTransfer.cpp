@@ -10,8 +10,7 @@
 #include <emmintrin.h>
 #endif
 
-#include "filters/uno/VXp_UnoPlace.h"
-#include "filters/uno/VXp_UnoRows.h"
+#include "filters/uno/VXp_UnoBuffer.h"
 
 namespace {
 

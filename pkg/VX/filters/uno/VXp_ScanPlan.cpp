@@ -1,19 +1,26 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-#include "filters/uno/VXp_ScanPlan.h"
+// Plans of scans, and the kernels of Gaussian scans.
 
 #include <algorithm>
+#include <numeric>
 
+#include "VX/VX_CallbackBlock.h"
+#include "VX/VX_Package.h"
 #include "VX/VX_UnoBuffer.h"
+#include "filters/VXp_FiltersBirth.h"
+#include "filters/uno/VXp_Scan.h"
+#include "filters/uno/VXp_UnoBuffer.h"
 
 namespace {
 
-// The window spreads what is written by `half` on both sides, and reads as far again.
-VXp_ScanPlan PlanOfNeighbours(VXp_ScanRoad road, int64_t half, int32_t length, int32_t start,
+// The part that is written is larger than start..end by `half` on both sides; the part that is read
+// is larger by `half` again.
+VXp_ScanPlan PlanOfNeighbours(VXp_ScanKind kind, int64_t half, int32_t length, int32_t start,
                               int32_t end, VX_Fixed radius) {
   VXp_ScanPlan plan;
-  plan.road = road;
+  plan.kind = kind;
   plan.radius = radius;
   plan.half = half;
   plan.first = std::max<int64_t>(start - half, 0);
@@ -28,7 +35,7 @@ VXp_ScanPlan PlanOfNeighbours(VXp_ScanRoad road, int64_t half, int32_t length, i
 
 VXp_ScanPlan VXp_PlanBoxScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                              VX_Fixed radius) {
-  constexpr double kSmallest = 2.71;  // below it a box is too coarse
+  constexpr double kSmallest = 2.71;  // below this width a soft box is too coarse
   const bool one = kind == VX_UnoScan_OneBox;
   const double r = radius / 65536.0;
   const double width = (one ? 1.4 : 1.0) * r / kSmallest;
@@ -37,7 +44,7 @@ VXp_ScanPlan VXp_PlanBoxScan(int32_t kind, int32_t length, int32_t start, int32_
   if (start == end) return plan;
   const int64_t margin = static_cast<int64_t>((one ? 0.6 : 0.9) * r) + 3;
   const auto whole = static_cast<int64_t>(width);
-  plan.road = VXp_ScanRoad::kBoxes;
+  plan.kind = VXp_ScanKind::kSoftBox;
   plan.radius = radius;
   plan.passes = one ? 1 : 3;
   plan.half = whole;
@@ -52,9 +59,64 @@ VXp_ScanPlan VXp_PlanGaussianScan(int32_t kind, int32_t length, int32_t start, i
                                   VX_Fixed radius) {
   if (radius <= 0 || start == end) return {};
   if (kind == VX_UnoScan_Gaussian) {
-    return PlanOfNeighbours(VXp_ScanRoad::kGaussian, VXp_ScanReach(radius), length, start, end,
+    return PlanOfNeighbours(VXp_ScanKind::kGaussian, VXp_ScanReach(radius), length, start, end,
                             radius);
   }
   const int64_t half = ((radius >> 1) + 32768) >> 16;
-  return PlanOfNeighbours(VXp_ScanRoad::kPlainBox, half, length, start, end, radius);
+  return PlanOfNeighbours(VXp_ScanKind::kPlainBox, half, length, start, end, radius);
 }
+
+// --- kernels -------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr int32_t kWeightArray = 14;  // entry of the string table
+
+VXp_ScanKernel cached_kernel;
+
+// Gets the routine by its number, as plug-ins do. All weights of both sides.
+VX_Err FillKernel(VX_Fixed radius, int32_t* diameter, int32_t* weights) {
+  void* address = nullptr;
+  const VX_Err error = VX_GetCallbackAddr(nullptr, VX_Quality_High, VX_ModeFlag_Straight,
+                                          VX_Callback_GaussianKernel, &address);
+  if (error != VX_Ok) return error;
+  const auto make = reinterpret_cast<VX_GaussianKernelFunc>(address);
+  return make(nullptr, radius / 65536.0, VX_Kernel_OneDimensional | VX_Kernel_Normalize, 1.0,
+              diameter, weights);
+}
+
+}  // namespace
+
+VX_Err VXp_MakeScanKernel(VX_Fixed radius, VXp_ScanKernel* kernel) {
+  VXp_FreeScanKernel(kernel);
+  const size_t count = 2 * static_cast<size_t>(VXp_ScanReach(radius)) + 1;
+  void** const memory =
+      U_AllocateHandle(kVXp_PackageWord | kVXp_UnoNumber,
+                       U_ZLookupLStrCache(&VX_G_zref, kWeightArray), count * sizeof(int32_t));
+  if (memory == nullptr) return VX_ErrOutOfMemory;
+  auto* const all = static_cast<int32_t*>(*memory);
+  int32_t diameter = 0;
+  const VX_Err error = VXp_Guarded([&] { return FillKernel(radius, &diameter, all); });
+  if (error != VX_Ok) {
+    U_FreeHandle(memory);
+    return error;
+  }
+  *kernel = {memory, radius, diameter / 2, std::accumulate(all, all + diameter, int64_t{0})};
+  // From here on one side as words, which are before the weights that are still to be read.
+  for (int32_t i = 0; i <= kernel->reach; ++i) {
+    VXp_Store(static_cast<int16_t*>(*memory) + i, static_cast<int16_t>(all[kernel->reach + i]));
+  }
+  return VX_Ok;
+}
+
+void VXp_FreeScanKernel(VXp_ScanKernel* kernel) {
+  U_FreeHandle(kernel->memory);
+  *kernel = {};
+}
+
+VX_Err VXp_CachedScanKernel(VX_Fixed radius, const VXp_ScanKernel** out) {
+  *out = &cached_kernel;
+  return radius == cached_kernel.radius ? VX_Ok : VXp_MakeScanKernel(radius, &cached_kernel);
+}
+
+void VXp_FiltersDeathScanKernel() { VXp_FreeScanKernel(&cached_kernel); }

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What all operations on one-channel buffers share: the check of a buffer, its addresses, its
-// areas, and the walk over rows.
+// Shared by all operations on one-channel buffers: the check of a buffer, addresses, areas, the
+// iteration over rows, and the row routines.
 //
-// The sample of a depth is the channel of the pixel of that depth, so VXp_WithPixel is the switch:
+// The sample type of a depth is the channel type of its pixel, so VXp_WithPixel is the dispatch:
 //
 //   VX_Err error = VXp_CheckUno(buffer);
 //   if (error != VX_Ok) return error;
@@ -15,12 +15,12 @@
 //   });
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_UnoBuffer.h"
+#include "filters/VXp_ForLines.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_Rects.h"
 #include "frame/VXp_Report.h"
@@ -32,25 +32,25 @@ inline constexpr int32_t kVXp_MaskMemoryText = 11;
 
 // --- checks --------------------------------------------------------------------------------------
 
-// Reports a buffer that is null, has a wrong magic or no samples. 3 where samples cannot be
-// reached; 0 for a wrong magic alone, with which work goes on.
+// Reports a buffer that is null, has a wrong magic or no samples. Returns VX_ErrBadParameter if
+// there are no samples to work on, VX_Ok for a wrong magic alone.
 VX_Err VXp_CheckUno(const VX_UnoBuffer* buffer, int32_t line = __builtin_LINE());
 
-// The same, and 3 after a report for another depth than the one that the call is for.
+// VXp_CheckUno, and returns VX_ErrBadParameter after a report if the depth is not `depth`.
 VX_Err VXp_CheckUnoOfDepth(const VX_UnoBuffer* buffer, int32_t depth,
                            int32_t line = __builtin_LINE());
 
 // --- places --------------------------------------------------------------------------------------
 
-// The address of sample (x, y). A buffer that somebody described may start at any byte: VXp_Load
-// and VXp_Store reach its samples.
+// The address of sample (x, y). The buffer of a caller may start at any byte, so samples are read
+// and written with VXp_Load and VXp_Store.
 template <class Sample>
 char* VXp_UnoAddress(const VX_UnoBuffer& buffer, int32_t x, int32_t y) {
   const ptrdiff_t index = ptrdiff_t{y} * buffer.width + x;
   return static_cast<char*>(*buffer.data) + index * static_cast<ptrdiff_t>(sizeof(Sample));
 }
 
-// The same for row functions. They read and write by VXp_Load and VXp_Store.
+// The address as a pointer for row routines, which use VXp_Load and VXp_Store too.
 template <class Sample>
 Sample* VXp_UnoRow(const VX_UnoBuffer& buffer, int32_t x, int32_t y) {
   return reinterpret_cast<Sample*>(VXp_UnoAddress<Sample>(buffer, x, y));
@@ -60,7 +60,7 @@ inline M_LRect VXp_UnoWhole(const VX_UnoBuffer& buffer) {
   return {0, 0, std::max(buffer.width, 0), std::max(buffer.height, 0)};
 }
 
-// The common part; may come out empty, and then with an edge before the other.
+// The intersection. If it is empty, right may be below left, or bottom below top.
 inline M_LRect VXp_Section(const M_LRect& a, const M_LRect& b) {
   return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
           std::min(a.bottom, b.bottom)};
@@ -72,50 +72,72 @@ inline M_LRect VXp_UnoArea(const M_Rect* rect, const VX_UnoBuffer& buffer) {
   return rect == nullptr ? whole : VXp_Section(VXp_LRectOf(*rect), whole);
 }
 
+// The area of a copy: `rect` of the source (null: the whole source), with its top left corner at
+// `point` of the destination (null: at the corner of the rectangle), clipped to the source, to
+// `bounds` in coordinates of the source, and to the destination. Clipping moves no sample, since
+// the offset is that of the whole rectangle.
+inline VXp_CopyArea VXp_PlaceUno(const VX_UnoBuffer& src, const M_LRect& bounds, const M_Rect* rect,
+                                 const M_Point* point, const VX_UnoBuffer& dst) {
+  const M_LRect area = VXp_Section(VXp_UnoArea(rect, src), bounds);
+  const M_LRect to = VXp_UnoWhole(dst);
+  const int32_t dx = point == nullptr ? 0 : point->h - (rect == nullptr ? 0 : rect->left);
+  const int32_t dy = point == nullptr ? 0 : point->v - (rect == nullptr ? 0 : rect->top);
+  const int64_t left = std::max<int64_t>(area.left, -dx);
+  const int64_t top = std::max<int64_t>(area.top, -dy);
+  const int64_t right = std::min<int64_t>(area.right, int64_t{to.right} - dx);
+  const int64_t bottom = std::min<int64_t>(area.bottom, int64_t{to.bottom} - dy);
+  if (right <= left || bottom <= top) return {};
+  return {static_cast<int32_t>(left),         static_cast<int32_t>(top),
+          static_cast<int32_t>(left + dx),    static_cast<int32_t>(top + dy),
+          static_cast<int32_t>(right - left), static_cast<int32_t>(bottom - top)};
+}
+
 // --- rows ----------------------------------------------------------------------------------------
 
-// Runs `work(thread, i)`, which gives a code, for i from 0 to `count` - 1 through `iterate`, which
-// may run it on several threads. The first code that is not 0 is the result; other threads see it
-// before their next item, and stop. Thread 0 tells progress after each of its items how many are
-// done by all; what progress answers ends the work as well. Nothing is thrown through `iterate`.
+// VXp_ForLines for rows, which are not grouped: calls `work(thread, i)` for i from 0 to count - 1.
 template <class Work>
 VX_Err VXp_ForUnoRows(VX_IterateGenericFunc iterate, const VX_ProgressInfo* progress, int32_t count,
                       const Work& work) {
-  struct Run {
-    const VX_ProgressInfo* progress;
-    const Work& work;
-    std::atomic<VX_Err> first_error{VX_Ok};
-    std::atomic<int32_t> done{0};
-
-    VX_Err Tell(int32_t thread, int32_t all) {
-      if (progress == nullptr || progress->progress_func == nullptr) return VX_Ok;
-      const int32_t step = done.fetch_add(1, std::memory_order_relaxed) + 1;
-      return thread == 0 ? progress->progress_func(progress->progress_refcon, step, all) : VX_Ok;
-    }
-    VX_Err Item(int32_t thread, int32_t i, int32_t all) {
-      const VX_Err stopped = first_error.load(std::memory_order_relaxed);
-      if (stopped != VX_Ok) return stopped;
-      const VX_Err error = VXp_Guarded([&]() -> VX_Err {
-        const VX_Err own = work(thread, i);
-        return own != VX_Ok ? own : Tell(thread, all);
-      });
-      VX_Err none = VX_Ok;
-      if (error != VX_Ok) first_error.compare_exchange_strong(none, error);
-      return error;
-    }
-  };
-  if (count <= 0) return VX_Ok;
-  Run run{progress, work};
-  const VX_Err error =
-      iterate(count, &run, [](void* refcon, int32_t thread, int32_t i, int32_t all) -> VX_Err {
-        return static_cast<Run*>(refcon)->Item(thread, i, all);
-      });
-  const VX_Err first = run.first_error.load();
-  return first != VX_Ok ? first : error;
+  return VXp_ForLines(
+      iterate, progress, count, /*tile=*/1,
+      [&](int32_t thread, int32_t i, int32_t) -> VX_Err { return work(thread, i); });
 }
 
-// Through the generic iterator's slot.
+// With the iterator of the slot.
 template <class Work>
 VX_Err VXp_ForUnoRows(const VX_ProgressInfo* progress, int32_t count, const Work& work) {
   return VXp_ForUnoRows(VXp_G_OverFuncs.VX_IterateGeneric_Static, progress, count, work);
 }
+
+// --- row routines
+// ---------------------------------------------------------------------------------
+
+// The routines of the function table. A count below 1 does nothing. Rows may start at any byte.
+// They return VX_Ok unless noted.
+
+// v becomes v times `opacity`, which is 0..full scale of the depth.
+VX_Err VXp_UnoFadeRow8(int32_t count, uint8_t opacity, uint8_t* row);
+VX_Err VXp_UnoFadeRow16(int32_t count, uint16_t opacity, uint16_t* row);
+VX_Err VXp_UnoFadeRowFloat(int32_t count, float opacity, float* row);
+
+// v becomes full scale minus v; a 16-bit sample above full scale becomes 0.
+void VXp_UnoInvertRow(int32_t count, uint8_t* row);
+void VXp_UnoInvertRow(int32_t count, uint16_t* row);
+void VXp_UnoInvertRow(int32_t count, float* row);
+
+// d becomes d + m (s - d). A null mask is full scale everywhere. Source and destination may be the
+// same row.
+VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mask, uint8_t* dst);
+VX_Err VXp_UnoTransferRow16(int32_t count, const uint16_t* src, const uint16_t* mask,
+                            uint16_t* dst);
+VX_Err VXp_UnoTransferRowFloat(int32_t count, const float* src, const float* mask, float* dst);
+
+// Converts between any two depths, and inverts afterwards if `flag` is not 0. Returns
+// VX_ErrBadParameter after a report for an unknown depth.
+VX_Err VXp_UnoConvertRow(int32_t count, int32_t src_depth, const void* src, int16_t flag,
+                         int32_t dst_depth, void* dst);
+
+// See VX_AccumulateUnoBuffers. Gains are 0 or above, at the scale of the source. Returns
+// VX_ErrBadParameter after a report for an unknown mode or an unsupported pair of depths.
+VX_Err VXp_UnoAccumulateRow(int32_t count, int32_t mode, int32_t src_depth, const void* src,
+                            int32_t gain_src, int32_t gain_dst, int32_t dst_depth, void* dst);

@@ -1,0 +1,83 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include "filters/VXp_BoxEngine.h"
+
+#include <cmath>
+
+namespace {
+
+alignas(64) constexpr char kZeros[kVXp_WidestTile] = {};
+
+VXp_BoxSpan::Part PartAt(const VXp_BoxPass& pass, int64_t place) {
+  const VXp_BoxInput& in = pass.in;
+  if (in.Inside(place)) return {in.data + (place - in.start) * in.stride, in.stride};
+  const VXp_BoxBeyond& beyond = place < in.start ? pass.before : pass.after;
+  return {beyond.edge == VXp_BoxEdge::kHeld ? beyond.held : kZeros, 0};
+}
+
+// The first place after `place` at which a part of the window crosses an end of the line.
+int64_t SpanEnd(const VXp_BoxPass& pass, int64_t place) {
+  const auto& [reach, outer_at, unit, outer] = pass.window;
+  int64_t next = pass.out.end;
+  for (const int64_t end : {pass.in.start, pass.in.end}) {
+    for (const int64_t edge : {end - reach, end + reach + 1, end - outer_at, end + outer_at, end}) {
+      if (edge > place) next = std::min(next, edge);
+    }
+  }
+  return next;
+}
+
+bool HasOuter(const VXp_BoxPass& pass, int64_t place) {
+  if (pass.in.Inside(place)) return true;
+  const VXp_BoxEdge edge = (place < pass.in.start ? pass.before : pass.after).edge;
+  return edge == VXp_BoxEdge::kZero || edge == VXp_BoxEdge::kHeld;
+}
+
+}  // namespace
+
+// If the radius is so small that its outer places have no weight, it is 0.
+VXp_BoxWindow VXp_BoxWindowOf(float radius) {
+  constexpr int32_t kUnit = 1024;
+  const float whole = std::ceil(radius);
+  auto n = static_cast<int64_t>(whole);
+  auto f = static_cast<int32_t>((whole - radius) * kUnit);
+  if (f == kUnit) n = f = 0;
+  return {n, n, f == 0 ? 1 : kUnit, -f};
+}
+
+VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t place) {
+  const auto& [reach, outer_at, unit, outer] = pass.window;
+  const VXp_BoxInput& in = pass.in;
+  VXp_BoxSpan span;
+  span.count = SpanEnd(pass, place) - place;
+  span.entering = PartAt(pass, place + reach);
+  span.leaving = PartAt(pass, place - reach - 1);
+  span.leading = PartAt(pass, place + outer_at);
+  span.trailing = PartAt(pass, place - outer_at);
+  span.here = PartAt(pass, place);
+  span.leaves = in.Inside(place - reach - 1);
+  span.out = pass.out.data + (place - pass.out.start) * pass.out.stride;
+
+  const int64_t inside =
+      std::min(place + reach, in.end - 1) - std::max(place - reach, in.start) + 1;
+  span.blank = inside <= 0;
+  const bool counts_inside = pass.before.edge == VXp_BoxEdge::kNothing && !span.blank;
+  const int64_t counted = counts_inside ? inside : 2 * reach + 1;
+  const int32_t outers =
+      (HasOuter(pass, place + outer_at) ? 1 : 0) + (HasOuter(pass, place - outer_at) ? 1 : 0);
+  span.divisor = static_cast<int32_t>(counted * unit + outers * outer);
+  const int32_t step = (in.Inside(place + reach) ? 1 : 0) - (span.leaves ? 1 : 0);
+  span.divisor_step = counts_inside ? step * unit : 0;
+  return span;
+}
+
+VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass) {
+  const int64_t low = pass.out.start - 1 - pass.window.reach;
+  const int64_t high = pass.out.start + pass.window.reach;
+  const int64_t start = std::clamp(pass.in.start, low, high);
+  const int64_t end = std::clamp(pass.in.end, start, high);
+  const VXp_BoxRange range = {start, end, start - low, high - end};
+  return start < end ? range
+                     : VXp_BoxRange{pass.in.start, pass.in.start, range.before, range.after};
+}

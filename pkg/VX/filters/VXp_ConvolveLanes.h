@@ -1,0 +1,188 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Sums of weighted pixels and their quotients, with one lane for each channel; lane 0 is alpha.
+//
+// A way of summing is a class with the number of rows of the kernel that it processes at once, its
+// forms of pixels and of weights, the addition of their product, and a bias to add to the sums.
+// Integer sums are computed modulo 2^32 with both ways. Wider sums for large kernels belong here:
+// a way with other lanes.
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include "frame/VXp_LaneTraits.h"
+#include "frame/VXp_Rows.h"
+#include "indep/VXp_ChannelLanes.h"
+
+// One kernel for each channel.
+struct VXp_FourKernels {
+  template <class Value>
+  Value Of(int32_t channel, int64_t place) const {
+    return static_cast<Value>(weights[channel][place]);
+  }
+
+  const int32_t* weights[4];
+};
+inline constexpr int64_t kVXp_NoTap = -1;  // the place of a tap whose weights are 0
+
+template <class Pixel>
+inline constexpr bool kVXp_IsFloat = std::is_same_v<VX_ChannelOf<Pixel>, float>;
+
+// Any weights, at every depth. Floats are summed in the order of the taps.
+template <class PixelType>
+struct VXp_TapByTap {
+  using Pixel = PixelType;
+  using Lane = std::conditional_t<kVXp_IsFloat<Pixel>, float, uint32_t>;
+  using Sum = std::conditional_t<kVXp_IsFloat<Pixel>, VXp_FloatLanes, VXp_WordLanes>;
+  using Entry = Sum;
+  using Weights = Sum;
+  static constexpr int32_t kRows = 1;
+
+  static Entry Outside() { return Entry{}; }
+  static Entry Take(const char* pixel, const char* /*below*/) {
+    if constexpr (kVXp_IsFloat<Pixel>) {
+      return VXp_Load<VXp_FloatLanes>(pixel);
+    } else {
+      using Raw = std::conditional_t<sizeof(Pixel) == 4, uint32_t, uint64_t>;
+      return reinterpret_cast<VXp_WordLanes>(VXp_Ints(VXp_Load<Raw>(pixel)));
+    }
+  }
+  static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t place, int64_t /*below*/) {
+    return Sum{kernels.Of<Lane>(0, place), kernels.Of<Lane>(1, place), kernels.Of<Lane>(2, place),
+               kernels.Of<Lane>(3, place)};
+  }
+  static Sum Add(const Sum& sum, const Entry& entry, const Weights& weights) {
+    return sum + entry * weights;
+  }
+  static void AddBias(Sum& /*bias*/, const Weights& /*weights*/) {}
+};
+
+#ifdef __SSE2__
+// Integer depths with weights of 16 bits: two rows of the kernel at once, one word of each row in a
+// lane. Channels of 16 bits do not fit signed words, so 32768 is subtracted from them, and the bias
+// is 32768 times the sum of all weights.
+template <class PixelType>
+struct VXp_TapsInPairs {
+  using Pixel = PixelType;
+  using Sum = VXp_WordLanes;
+  using Entry = __m128i;
+  using Weights = __m128i;
+  static constexpr int32_t kRows = 2;
+  static constexpr bool kBiased = sizeof(Pixel) == 8;
+
+  static Entry Outside() { return kBiased ? _mm_set1_epi16(INT16_MIN) : _mm_setzero_si128(); }
+  static Entry Take(const char* pixel, const char* below) {
+    if constexpr (kBiased) {
+      const __m128i a = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixel));
+      const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(below));
+      return _mm_xor_si128(_mm_unpacklo_epi16(a, b), Outside());
+    } else {
+      const __m128i a = _mm_cvtsi32_si128(VXp_Load<int32_t>(pixel));
+      const __m128i b = _mm_cvtsi32_si128(VXp_Load<int32_t>(below));
+      return _mm_unpacklo_epi8(_mm_unpacklo_epi8(a, b), _mm_setzero_si128());
+    }
+  }
+  static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t place, int64_t below) {
+    alignas(16) int16_t words[8] = {};
+    for (int32_t c = 0; c < 4; ++c) {
+      words[2 * c] = kernels.Of<int16_t>(c, place);
+      if (below != kVXp_NoTap) words[2 * c + 1] = kernels.Of<int16_t>(c, below);
+    }
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(words));
+  }
+  static Sum Add(const Sum& sum, const Entry& entry, const Weights& weights) {
+    return sum + reinterpret_cast<Sum>(_mm_madd_epi16(entry, weights));
+  }
+  static void AddBias(Sum& bias, const Weights& weights) {
+    if constexpr (kBiased) {
+      bias += reinterpret_cast<Sum>(_mm_madd_epi16(weights, _mm_set1_epi16(1))) << 15;
+    }
+  }
+};
+#endif
+
+// --- quotients -----------------------------------------------------------------------------------
+
+// Divides sums by the divisor of each channel and stores pixels. Integer depths: truncated, then
+// limited to 0..full scale; or not limited, and stored with their low bits.
+template <class Pixel>
+class VXp_Quotient {
+ public:
+  VXp_Quotient(const int32_t (&divisors)[4], bool limited)
+      : divisors_{divisors[0], divisors[1], divisors[2], divisors[3]}, limited_(limited) {
+    const auto factor = [&](int32_t c) { return 1.0 / divisors[c]; };
+    const auto half = [&](int32_t c) { return 0.5 * std::abs(factor(c)); };
+    factor_.first = VXp_DoublePair{factor(0), factor(1)};
+    factor_.second = VXp_DoublePair{factor(2), factor(3)};
+    half_.first = VXp_DoublePair{half(0), half(1)};
+    half_.second = VXp_DoublePair{half(2), half(3)};
+  }
+
+  void Store(const VXp_WordLanes* sums, int32_t count, char* out) const {
+    for (int32_t i = 0; limited_ && i < count; ++i) {
+      VXp_Store(out + i * kPixelSize,
+                VXp_Packed<Pixel>(Limited(reinterpret_cast<VXp_IntLanes>(sums[i]))));
+    }
+    for (int32_t i = 0; !limited_ && i < count; ++i) {
+      VXp_Store(out + i * kPixelSize, LowBits(reinterpret_cast<VXp_IntLanes>(sums[i])));
+    }
+  }
+
+ private:
+  using Channel = VX_ChannelOf<Pixel>;
+  static constexpr auto kPixelSize = static_cast<ptrdiff_t>(sizeof(Pixel));
+
+  // A quotient that is not whole is at least 1 / divisor from the next whole number. Half of this
+  // is added, so that rounding errors do not make a whole quotient smaller. Negative quotients
+  // become 0 with or without it.
+  VXp_IntLanes Limited(VXp_IntLanes sum) const {
+    const VXp_DoubleLanes n = VXp_AsDouble(sum);
+    return VXp_Truncated(VXp_DoubleLanes{InScale(n.first * factor_.first + half_.first),
+                                         InScale(n.second * factor_.second + half_.second)});
+  }
+  static VXp_DoublePair InScale(VXp_DoublePair v) {
+    const VXp_DoublePair zero{}, full = zero + VXp_PixelTraits<Pixel>::kFull;
+    const VXp_DoublePair positive = v > zero ? v : zero;
+    return positive < full ? positive : full;
+  }
+
+  // In 64 bits, because -2^31 / -1 does not fit 32 bits.
+  Pixel LowBits(VXp_IntLanes sum) const {
+    const auto low = [&](int32_t c) { return static_cast<Channel>(sum[c] / divisors_[c]); };
+    return {low(0), low(1), low(2), low(3)};
+  }
+
+  int64_t divisors_[4];
+  bool limited_;
+  VXp_DoubleLanes factor_, half_;
+};
+
+// Float: alpha is limited to 0..1 always, colours if asked for. Alpha below 1e-30 becomes 0. NaN
+// remains NaN, because all comparisons with it are false.
+template <>
+class VXp_Quotient<VX_PixelFloat> {
+ public:
+  VXp_Quotient(const int32_t (&divisors)[4], bool limited) {
+    constexpr float kLeastAlpha = 1e-30f, kInfinity = std::numeric_limits<float>::infinity();
+    const float low = limited ? 0.0f : -kInfinity, high = limited ? 1.0f : kInfinity;
+    divisors_ = VXp_AsFloat(VXp_IntLanes{divisors[0], divisors[1], divisors[2], divisors[3]});
+    below_ = VXp_FloatLanes{kLeastAlpha, low, low, low};
+    above_ = VXp_FloatLanes{1.0f, high, high, high};
+  }
+
+  void Store(const VXp_FloatLanes* sums, int32_t count, char* out) const {
+    for (int32_t i = 0; i < count; ++i) {
+      const VXp_FloatLanes quotient = sums[i] / divisors_;
+      const VXp_FloatLanes from_zero = quotient < below_ ? VXp_FloatLanes{} : quotient;
+      const VXp_FloatLanes held = from_zero > above_ ? above_ : from_zero;
+      VXp_Store(out + i * static_cast<ptrdiff_t>(sizeof held), held);
+    }
+  }
+
+ private:
+  VXp_FloatLanes divisors_, below_, above_;
+};

@@ -1,0 +1,302 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Scans over lines: the engines of VXp_BoxEngine.h and VXp_GaussianSums.h for samples.
+
+#include <algorithm>
+#include <cstring>
+
+#include "filters/VXp_BoxEngine.h"
+#include "filters/VXp_GaussianSums.h"
+#include "filters/VXp_RunningSums.h"
+#include "filters/uno/VXp_Scan.h"
+
+namespace {
+
+// Places of a single line that are computed at once; at least the lines that are scanned together.
+constexpr int32_t kBlock = 64;
+
+template <class Sample>
+constexpr auto kBytes = static_cast<ptrdiff_t>(sizeof(Sample));
+
+template <class Sample>
+const Sample* Samples(const char* at) {
+  return reinterpret_cast<const Sample*>(at);
+}
+
+// --- boxes ---------------------------------------------------------------------------------------
+
+// The quotient (S unit + O outer + bias) / divisor. At integer depths it is truncated, and all of
+// it is a whole number but for 1/2, which is added here: a whole quotient is not truncated to the
+// number below, and any other quotient is at least 1 / divisor below the next whole number. The
+// terms are below 2^40 / divisor, so the products lose far less. Float has no bias.
+template <class Sample>
+struct BoxQuotient {
+  BoxQuotient(int32_t scale, int32_t outer, int64_t total)
+      : unit(scale / static_cast<double>(total)),
+        weight(outer / static_cast<double>(total)),
+        bias(((scale == 1 ? 0 : 128) + 0.5 + scale * kOffset) / static_cast<double>(total)) {}
+
+  void operator()(const uint32_t* sums, const Sample* left, const Sample* right, int32_t count,
+                  Sample* __restrict out) const {
+    for (int32_t i = 0; i < count; ++i) {
+      const auto sum = static_cast<int32_t>(sums[i] - 0x80000000u);
+      const int32_t ends = int32_t{left[i]} + int32_t{right[i]};
+      out[i] = static_cast<Sample>(static_cast<int32_t>(sum * unit + ends * weight + bias));
+    }
+  }
+
+  // Only signed integers are converted to double by one instruction.
+  static constexpr double kOffset = 2147483648.0;
+  double unit, weight, bias;
+};
+
+template <>
+struct BoxQuotient<float> {
+  BoxQuotient(int32_t scale, int32_t outer, int64_t total)
+      : unit(scale), weight(outer), divisor(static_cast<double>(total)) {}
+
+  void operator()(const double* sums, const float* left, const float* right, int32_t count,
+                  float* __restrict out) const {
+    for (int32_t i = 0; i < count; ++i) {
+      const double ends = static_cast<double>(left[i]) + static_cast<double>(right[i]);
+      out[i] = static_cast<float>((sums[i] * unit + ends * weight) / divisor);
+    }
+  }
+
+  double unit, weight, divisor;
+};
+
+// One pass from the places from..to - 1 in scratch, all lines of a place together.
+template <class Sample>
+class BoxScan {
+ public:
+  BoxScan(const VXp_ScanPlan& plan, const Sample* in, int32_t lines, char* out, ptrdiff_t stride) {
+    const bool soft = plan.kind == VXp_ScanKind::kSoftBox;
+    const ptrdiff_t in_stride = lines * kBytes<Sample>;
+    Hold(in, lines, before_);
+    Hold(in + (plan.to - plan.from - 1) * lines, lines, after_);
+    const auto beyond = [](bool holds, const Sample* block) {
+      return VXp_BoxBeyond{holds ? VXp_BoxEdge::kHeld : VXp_BoxEdge::kFade,
+                           reinterpret_cast<const char*>(block)};
+    };
+    pass_ = {{plan.half, plan.half + 1, soft ? kVXp_ScanUnit : 1, plan.outer},
+             beyond(plan.holds_before, before_),
+             beyond(plan.holds_after, after_),
+             lines,
+             {reinterpret_cast<const char*>(in), in_stride, plan.from, plan.to},
+             {out, stride, kBytes<Sample>, plan.first, plan.last},
+             0,
+             false};
+  }
+
+  void Run() const {
+    if (pass_.lines == 1 && pass_.out.stride == kBytes<Sample>) {
+      Along();
+    } else if (pass_.lines == kVXp_ScanLines<Sample>) {
+      Across<kVXp_ScanLines<Sample>>();
+    } else {
+      Across<0>();
+    }
+  }
+
+ private:
+  using Sum = typename VXp_SampleSum<Sample>::Sum;
+
+  // A part outside of a single line is read as a block of equal samples.
+  static void Hold(const Sample* row, int32_t lines, Sample* block) {
+    if (lines > 1) {
+      std::copy_n(row, lines, block);
+    } else {
+      std::fill_n(block, kBlock, *row);
+    }
+  }
+
+  BoxQuotient<Sample> QuotientOf(const VXp_BoxSpan& span) const {
+    return {pass_.window.unit, pass_.window.outer, span.divisor};
+  }
+
+  VXp_SampleSum<Sample> FirstSum(int32_t line) const {
+    const VXp_BoxRange range = VXp_BoxFirstSum(pass_);
+    const auto held = [&](const VXp_BoxBeyond& beyond, const Sample* block) {
+      return beyond.edge == VXp_BoxEdge::kHeld ? block[line] : Sample{0};
+    };
+    VXp_SampleSum<Sample> sum;
+    sum.Enter(held(pass_.before, before_), range.before);
+    const char* at = pass_.in.data + (range.start - pass_.in.start) * pass_.in.stride;
+    for (int64_t p = range.start; p < range.end; ++p, at += pass_.in.stride) {
+      sum.Enter(Samples<Sample>(at)[line], 1);
+    }
+    sum.Enter(held(pass_.after, after_), range.after);
+    return sum;
+  }
+
+  void Along() const {
+    VXp_SampleSum<Sample> state = FirstSum(0);
+    Sum sums[kBlock];
+    Sample samples[kBlock];
+    for (int64_t p = pass_.out.start; p < pass_.out.end;) {
+      VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
+      const BoxQuotient<Sample> quotient = QuotientOf(span);
+      for (int64_t left = span.count; left > 0; left -= kBlock) {
+        const auto count = static_cast<int32_t>(std::min<int64_t>(left, kBlock));
+        const Sample* const leaving = Samples<Sample>(span.leaving.data);
+        VXp_SlideAlong(Samples<Sample>(span.entering.data), leaving, count, state, sums);
+        quotient(sums, leaving, Samples<Sample>(span.leading.data), count, samples);
+        std::memcpy(span.out, samples, static_cast<size_t>(count * kBytes<Sample>));
+        span.out += count * kBytes<Sample>;
+        for (auto* part : {&span.entering, &span.leaving, &span.leading}) {
+          part->data += part->stride * count;
+        }
+      }
+      p += span.count;
+    }
+  }
+
+  // kLines 0: any number of lines.
+  template <int32_t kLines>
+  void Across() const {
+    const int32_t lines = kLines != 0 ? kLines : pass_.lines;
+    Sum sums[kBlock];
+    double held[kBlock];
+    for (int32_t l = 0; l < lines; ++l) {
+      const VXp_SampleSum<Sample> first = FirstSum(l);
+      sums[l] = first.sum;
+      held[l] = first.held;
+    }
+    Sample samples[kBlock];
+    for (int64_t p = pass_.out.start; p < pass_.out.end;) {
+      const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
+      const BoxQuotient<Sample> quotient = QuotientOf(span);
+      VXp_ForBoxPlaces(span, pass_.out.stride, [&](const VXp_BoxPlace& at) {
+        const Sample* const leaving = Samples<Sample>(at.leaving);
+        VXp_SlideAcross(Samples<Sample>(at.entering), leaving, lines, sums, held);
+        quotient(sums, leaving, Samples<Sample>(at.leading), lines, samples);
+        std::memcpy(at.out, samples, static_cast<size_t>(lines * kBytes<Sample>));
+      });
+      p += span.count;
+    }
+  }
+
+  VXp_BoxPass pass_;
+  Sample before_[kBlock], after_[kBlock];
+};
+
+// --- Gaussian ------------------------------------------------------------------------------------
+
+// Normalised weights are at most 765: a radius next to 0 gives the share of all three places to the
+// centre. 32 bits hold the products of 32 distances of words, 65 * 765 * 32768 < 2^31, and of 4096
+// distances of bytes.
+template <class Sample>
+VXp_Taps TapsOf(const VXp_ScanKernel& kernel) {
+  return {kernel.Weights(), kernel.reach, kernel.sum, sizeof(Sample) == 1 ? 4096 : 32, nullptr};
+}
+
+// Means of `count` adjacent windows. If count is at least a block, the last block overlaps the one
+// before.
+template <class Sample, class Write>
+void GaussianMeans(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int64_t count,
+                   const Write& write) {
+  constexpr int32_t kSums = kVXp_SumBlock<Sample>;
+  const VXp_GaussianQuotient<Sample> quotient(taps.total);
+  for (int64_t i = 0; i < count; i += kSums) {
+    const int64_t at = std::max<int64_t>(std::min(i, count - kSums), 0);
+    const auto size = static_cast<int32_t>(std::min<int64_t>(count, kSums));
+    double sums[kSums];
+    Sample samples[kSums];
+    VXp_GaussianSums<Sample>(c + at, step, taps, size, sums);
+    for (int32_t j = 0; j < size; ++j) {
+      if constexpr (std::is_same_v<Sample, float>) {
+        samples[j] = static_cast<float>(quotient(sums[j]));
+      } else {
+        samples[j] = static_cast<Sample>(static_cast<int32_t>(quotient(sums[j])));
+      }
+    }
+    write(at, samples, size);
+  }
+}
+
+// `in` begins with the place plan.first - half and ends with plan.last - 1 + half.
+template <class Sample>
+void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* in, int32_t lines,
+                  char* out, ptrdiff_t stride) {
+  const Sample* const first = in + plan.half * lines;
+  const int64_t places = plan.last - plan.first;
+  // Places of one line are adjacent, or the lines of a place.
+  const bool along = lines == 1 && stride == kBytes<Sample>;
+  const int64_t runs = along ? 1 : places, length = along ? places : lines;
+  for (int64_t run = 0; run < runs; ++run) {
+    char* const to = out + run * stride;
+    GaussianMeans(first + run * lines, lines, taps, length,
+                  [to](int64_t at, const Sample* samples, int32_t count) {
+                    std::memcpy(to + at * kBytes<Sample>, samples,
+                                static_cast<size_t>(count * kBytes<Sample>));
+                  });
+  }
+}
+
+// --- scratch -------------------------------------------------------------------------------------
+
+// Copies the places from..to - 1 of a plan.
+template <class Sample>
+void CopyPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
+  const ptrdiff_t bytes = lines.lines * kBytes<Sample>;
+  const char* place = lines.data + plan.from * lines.stride;
+  const int64_t count = plan.to - plan.from;
+  if (lines.stride == bytes) {
+    std::memcpy(scratch, place, static_cast<size_t>(bytes * count));
+    return;
+  }
+  for (int64_t i = 0; i < count; ++i, place += lines.stride, scratch += lines.lines) {
+    std::memcpy(scratch, place, static_cast<size_t>(bytes));
+  }
+}
+
+// Copies the places that a Gaussian reads, with the ends of the line repeated outside.
+template <class Sample>
+void CopyHeldPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
+  const int32_t n = lines.lines;
+  const auto repeat = [n](const Sample* row, int64_t times, Sample* to) {
+    for (int64_t i = 0; i < times; ++i) std::copy_n(row, n, to + i * n);
+  };
+  const int64_t before = plan.from - (plan.first - plan.half);
+  const int64_t after = plan.last + plan.half - plan.to;
+  Sample* const first = scratch + before * n;
+  Sample* const end = first + (plan.to - plan.from) * n;
+  CopyPlaces(plan, lines, first);
+  repeat(first, before, scratch);
+  repeat(end - n, after, end);
+}
+
+}  // namespace
+
+template <class Sample>
+void VXp_RunScan(const VXp_ScanPlan& plan, const VXp_ScanKernel* kernel, const VXp_ScanLines& lines,
+                 Sample* scratch, Sample* second) {
+  char* const out = lines.data + plan.first * lines.stride;
+  if (plan.kind == VXp_ScanKind::kNone) return;
+  if (plan.kind == VXp_ScanKind::kGaussian) {
+    CopyHeldPlaces(plan, lines, scratch);
+    GaussianScan(plan, TapsOf<Sample>(*kernel), scratch, lines.lines, out, lines.stride);
+    return;
+  }
+  for (int32_t pass = 1; pass <= plan.passes; ++pass) {
+    if (pass == 1 || second == nullptr) CopyPlaces(plan, lines, scratch);
+    if (pass == plan.passes || second == nullptr) {
+      BoxScan<Sample>(plan, scratch, lines.lines, out, lines.stride).Run();
+    } else {
+      BoxScan<Sample>(plan, scratch, lines.lines, reinterpret_cast<char*>(second),
+                      lines.lines * kBytes<Sample>)
+          .Run();
+      std::swap(scratch, second);
+    }
+  }
+}
+
+#define VX_SCAN(Sample)                                                                       \
+  template void VXp_RunScan(const VXp_ScanPlan&, const VXp_ScanKernel*, const VXp_ScanLines&, \
+                            Sample*, Sample*);
+VX_SCAN(uint8_t)
+VX_SCAN(uint16_t)
+VX_SCAN(float)
+#undef VX_SCAN

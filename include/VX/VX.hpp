@@ -28,11 +28,16 @@
 //   one
 //              source. A vx::Library has to be alive while an operation runs.
 
+#include "VX/cpp/Color.hpp"
 #include "VX/cpp/Composite.hpp"
 #include "VX/cpp/Error.hpp"
+#include "VX/cpp/Filters.hpp"
 #include "VX/cpp/Image.hpp"
 #include "VX/cpp/Library.hpp"
+#include "VX/cpp/Mask.hpp"
 #include "VX/cpp/Mode.hpp"
 #include "VX/cpp/Pixels.hpp"
 #include "VX/cpp/Progress.hpp"
+#include "VX/cpp/Sample.hpp"
+#include "VX/cpp/Transform.hpp"
 #include "VX/cpp/View.hpp"

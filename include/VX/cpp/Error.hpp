@@ -12,7 +12,8 @@
 
 namespace vx {
 
-// The classic result codes.
+// The classic result codes. Functions of Color.hpp also give the statuses of the colour engine,
+// QCE_... of host/COR.h.
 enum class ErrorCode : int32_t {
   color_engine = VX_ErrColorEngine,  // the colour engine of the host could not be bound
   bad_parameter = VX_ErrBadParameter,
@@ -25,7 +26,7 @@ enum class ErrorCode : int32_t {
   stopped = VX_ErrStopped,    // the progress callable or its stop token ended the work
 };
 
-// The name of a code, as "bad parameter"; "unknown error" for another number.
+// The name of a code, as "bad parameter"; "unknown error" for a number that is none.
 constexpr const char* name(ErrorCode code) {
   switch (code) {
     case ErrorCode::color_engine: return "no colour engine";
@@ -38,7 +39,8 @@ constexpr const char* name(ErrorCode code) {
     case ErrorCode::reported: return "reported";
     case ErrorCode::stopped: return "stopped";
   }
-  return "unknown error";
+  // The statuses of the colour engine are four letters each.
+  return static_cast<int32_t>(code) > 0xFFFF ? "colour engine" : "unknown error";
 }
 
 // Thrown by every function of this namespace that fails. what() is the name of the code, followed

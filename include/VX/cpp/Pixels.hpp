@@ -11,6 +11,7 @@
 #include "VX/VX_Copy.h"
 #include "VX/VX_DepthConvert.h"
 #include "VX/VX_Fill.h"
+#include "VX/VX_ForEachPixel.h"
 #include "VX/VX_GuessAlpha.h"
 #include "VX/VX_Premul.h"
 #include "VX/cpp/Image.hpp"
@@ -74,6 +75,28 @@ inline void fill(AnyView dst, const Color& color, const FillOptions& options = {
               return VX_FillFloat(nullptr, &c, area.get(), dst.descriptor());
             }},
         color);
+  });
+}
+
+// --- any function --------------------------------------------------------------------------------
+
+struct ForEachPixelOptions {
+  std::optional<Rect> area = {};  // none: everything. Edges -32768..32767; clipped
+  Progress progress = {};
+};
+
+// Calls f(x, y, pixel) for each pixel, row by row, on the calling thread (VX_ForEachPixel). `pixel`
+// is a reference to a Pixel8, Pixel16 or PixelFloat; f is a generic lambda. What f throws ends the
+// work and leaves the function unchanged. Rows of 16-bit and float pixels have to be aligned.
+// Throws Error: bad_parameter, stopped.
+template <class Function>
+void for_each_pixel(AnyView dst, Function&& f, const ForEachPixelOptions& options = {}) {
+  const detail::ShortRect area(options.area);
+  const auto visit_pixel = [&](int32_t x, int32_t y, auto* pixel) { f(x, y, *pixel); };
+  detail::run(options.progress, [&](VX_ProgressInfo* progress) {
+    return VX_ForEachPixel(
+        dst.descriptor(), visit_pixel,
+        {.area = area.get(), .progress = progress, .progress_final = dst.height()});
   });
 }
 

@@ -239,6 +239,7 @@ class AnyView : public AnyConstView {
     return detail::typed<Pixel>(layer_, depth_);
   }
   AnyView part(const Rect& rect) const { return AnyView(*this, rect); }
+  using AnyConstView::descriptor;
   VX_LayerDef* descriptor() { return &layer_; }
 
  private:

@@ -1,0 +1,84 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Pictures through matrices, with motion blur.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "VX/VX_Transform.h"
+#include "VX/cpp/Composite.hpp"
+#include "VX/cpp/Pixels.hpp"
+
+namespace vx {
+
+// Nine numbers in row order, applied to row vectors: a translation is in entries 6 and 7.
+using Matrix = M_Matrix3;
+
+// A transform as scale, skew, rotation and translation around an anchor. For designated
+// initialisers: {.scale_x = 2, .scale_y = 2, .rotation = 30, .translate_x = 100}.
+using TransformParts = VX_TransformParts;
+
+// The matrix from source to destination (VX_MatrixOfParts).
+inline Matrix matrix(const TransformParts& parts) {
+  Matrix out{};
+  detail::run([&] { return VX_MatrixOfParts(&parts, &out); });
+  return out;
+}
+
+// The matrices of a motion, each part in equal steps from its first value to its last
+// (VX_MatricesBetween). count is 1 and above. Throws Error (bad_parameter).
+inline std::vector<Matrix> matrices_between(const TransformParts& from, const TransformParts& to,
+                                            int32_t count) {
+  if (count < 1) detail::refuse("a motion has one matrix or more");
+  std::vector<Matrix> out(static_cast<size_t>(count));
+  detail::run([&] { return VX_MatricesBetween(&from, &to, count, out.data()); });
+  return out;
+}
+
+struct TransformOptions {
+  Mode mode = Mode::in_front;
+  double opacity = 1;                    // 0..1
+  std::optional<Mask> mask = {};         // in the frame of the destination
+  const LinearTables* linear = nullptr;  // null: blend the stored values
+  bool keep_alpha = false;               // the destination's alpha stays
+  Field field = Field::both;
+  int32_t seed = 0;  // of Mode::dissolve
+  Quality quality = Quality::high;
+  bool to_source = false;         // the matrices map destination to source
+  std::optional<Rect> area = {};  // of the destination; none: all of it. Edges -32768..32767
+  Progress progress = {};
+};
+
+// Draws a picture along a motion (VX_TransformMotion): n matrices give n - 1 sub-samples of equal
+// weight, one at each matrix but the last, so that consecutive frames do not overlap. One matrix is
+// drawn without blur. Nothing is drawn for a matrix without an inverse.
+//   dst, src  of one depth and different pixels
+//   motion    1 to 257 matrices in the order of time
+// Throws Error: bad_parameter, out_of_memory, stopped.
+inline void transform(AnyView dst, AnyConstView src, std::span<const Matrix> motion,
+                      const TransformOptions& options = {}) {
+  const detail::LayerRecords records(options);
+  const detail::ShortRect area(options.area);
+  if (motion.empty() || motion.size() > VX_Transform_MaxMatrices) {
+    detail::refuse("a motion has 1 to 257 matrices");
+  }
+  detail::run(options.progress, [&](VX_ProgressInfo* progress) {
+    return VX_TransformMotion(progress, static_cast<int32_t>(options.quality),
+                              static_cast<int32_t>(options.field), src.descriptor(), &records.mode,
+                              options.linear, records.mask(), motion.data(),
+                              static_cast<int32_t>(motion.size()), options.to_source ? 0 : 1,
+                              area.get(), dst.descriptor());
+  });
+}
+
+// Draws a picture through one matrix.
+inline void transform(AnyView dst, AnyConstView src, const Matrix& matrix,
+                      const TransformOptions& options = {}) {
+  transform(dst, src, std::span<const Matrix>(&matrix, 1), options);
+}
+
+}  // namespace vx

@@ -49,32 +49,21 @@ std::string Quoted(const py::handle& object) {
   return words;
 }
 
-const std::vector<ModeName>& Modes() {
-  static const std::vector<ModeName> modes = {
-#define VX_MODE(number, constant, name, piece, ...) {number, name},
-#include "VX/VX_TransferModes.def"
-#undef VX_MODE
-  };
-  return modes;
-}
-
 int32_t ParseMode(const py::object& mode) {
   if (!py::isinstance<py::str>(mode)) {
     if (PyIndex_Check(mode.ptr()) == 0) {
       throw py::type_error("mode: a name or a number of modes(), not " + Quoted(mode));
     }
     const auto number = static_cast<int32_t>(ParseWhole("mode", mode, INT32_MIN, INT32_MAX));
-    for (const ModeName& known : Modes()) {
-      if (known.number == number) return number;
-    }
+    if (vx::name(static_cast<vx::Mode>(number)) != nullptr) return number;
     throw py::value_error("mode: no transfer mode " + std::to_string(number));
   }
   const std::string word = py::str(mode);
-  for (const ModeName& known : Modes()) {
-    if (word == known.name) return known.number;
-  }
+  if (const auto known = vx::find_mode(word)) return static_cast<int32_t>(*known);
   std::string all;
-  for (const ModeName& known : Modes()) all += (all.empty() ? "" : ", ") + std::string(known.name);
+  for (const vx::ModeInfo& known : vx::modes()) {
+    all += (all.empty() ? "" : ", ") + std::string(known.name);
+  }
   throw py::value_error("mode: no transfer mode \"" + word + "\"; there are " + all);
 }
 
@@ -217,19 +206,17 @@ Pixel ParsePixel(const char* name, const py::object& pixel, Order order) {
   const py::sequence items = Items(name, pixel, kWhat);
   const size_t count = items.size();
   if (count != 3 && count != 4) WrongCount(name, kWhat, pixel);
-  constexpr int64_t kFull = std::is_same_v<Channel, uint8_t>    ? 255
-                            : std::is_same_v<Channel, uint16_t> ? 32768
-                                                                : 1;
+  constexpr auto kFull = vx::PixelTraits<Pixel>::full_scale;
   Channel channels[4];
   for (size_t i = 0; i < count; ++i) {
     const py::object item = items[i];
     if constexpr (std::is_same_v<Channel, float>) {
       channels[i] = AsFloat(name, item);
     } else {
-      channels[i] = static_cast<Channel>(ParseWhole(name, item, 0, kFull));
+      channels[i] = static_cast<Channel>(ParseWhole(name, item, 0, int64_t{kFull}));
     }
   }
-  if (count == 3) return {static_cast<Channel>(kFull), channels[0], channels[1], channels[2]};
+  if (count == 3) return {kFull, channels[0], channels[1], channels[2]};
   if (order == Order::Argb) return {channels[0], channels[1], channels[2], channels[3]};
   return {channels[3], channels[0], channels[1], channels[2]};
 }

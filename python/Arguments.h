@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "Pictures.h"
-#include "VX/VX_Transfer.h"
+#include "VX/cpp/Mode.hpp"
 
 namespace vxpy {
 
@@ -23,12 +23,6 @@ std::string Quoted(const py::handle& object);
 
 // Returns the number of a transfer mode given by name ("screen") or by number.
 int32_t ParseMode(const py::object& mode);
-
-struct ModeName {
-  int32_t number;
-  const char* name;
-};
-const std::vector<ModeName>& Modes();
 
 // Returns the index of the argument in `choices`.
 int32_t ParseChoice(const char* name, const py::object& word,

@@ -71,10 +71,7 @@ WorldPtr WorldOf(const BitmapPtr& bitmap) {
 py::buffer_info BufferOf(const Bitmap& bitmap) {
   const int32_t depth = bitmap.depth();
   const py::ssize_t item = depth / 8;
-  const std::string format = depth == 8    ? py::format_descriptor<uint8_t>::format()
-                             : depth == 16 ? py::format_descriptor<uint16_t>::format()
-                                           : py::format_descriptor<float>::format();
-  return py::buffer_info(BMp_GetPixBaseAddr(bitmap.handle()), item, format, 3,
+  return py::buffer_info(BMp_GetPixBaseAddr(bitmap.handle()), item, FormatOf(depth), 3,
                          {bitmap.height(), bitmap.width(), 4},
                          {py::ssize_t{(*bitmap.handle())->rowbytes}, 4 * item, item});
 }

@@ -78,7 +78,9 @@ int32_t TransferFlags(const py::object& mode) { return VX_GetTransferFlags(Parse
 
 std::vector<std::pair<int32_t, std::string>> ListModes() {
   std::vector<std::pair<int32_t, std::string>> list;
-  for (const ModeName& mode : Modes()) list.emplace_back(mode.number, mode.name);
+  for (const vx::ModeInfo& info : vx::modes()) {
+    list.emplace_back(static_cast<int32_t>(info.mode), info.name);
+  }
   return list;
 }
 
@@ -91,21 +93,18 @@ struct PixelTables<VX_Pixel8> {
   static constexpr auto& plain = VXp_G_Xfer1_table8;
   static constexpr auto& faded = VXp_G_Xfer1_Opacity_table8;
   static constexpr auto& twice = VXp_G_Xfer1_Opacity2_table8;
-  static constexpr double scale = 255;
 };
 template <>
 struct PixelTables<VX_Pixel16> {
   static constexpr auto& plain = VXp_G_Xfer1_table16;
   static constexpr auto& faded = VXp_G_Xfer1_Opacity_table16;
   static constexpr auto& twice = VXp_G_Xfer1_Opacity2_table16;
-  static constexpr double scale = 32768;
 };
 template <>
 struct PixelTables<VX_PixelFloat> {
   static constexpr auto& plain = VXp_G_Xfer1_tableF;
   static constexpr auto& faded = VXp_G_Xfer1_Opacity_tableF;
   static constexpr auto& twice = VXp_G_Xfer1_Opacity2_tableF;
-  static constexpr double scale = 1;
 };
 
 // Two optional opacities. Their product is used; a missing one counts as 1.
@@ -115,7 +114,7 @@ struct Opacities {
 
 template <class Pixel>
 VX_ChannelOf<Pixel> Weight(std::optional<double> opacity) {
-  const double scaled = opacity.value_or(1) * PixelTables<Pixel>::scale;
+  const double scaled = opacity.value_or(1) * vx::PixelTraits<Pixel>::full_scale;
   if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) return static_cast<float>(scaled);
   return static_cast<VX_ChannelOf<Pixel>>(scaled + 0.5);
 }
@@ -158,11 +157,8 @@ void BlendPixels(const py::array& s, const py::array& d, const py::object& mode_
   if (mode < 0) throw py::value_error("mode: only whole pictures have it, not single pixels");
   const Opacities opacities{ParseOpacity("opacity", opacity), ParseOpacity("opacity2", opacity2)};
   const LinearTablesPtr tables = ParseTables(tables_word);
-  switch (DepthOf(d, "d")) {
-    case 8: return BlendAll<VX_Pixel8>(s, d, mode, opacities, tables.get());
-    case 16: return BlendAll<VX_Pixel16>(s, d, mode, opacities, tables.get());
-    default: return BlendAll<VX_PixelFloat>(s, d, mode, opacities, tables.get());
-  }
+  vx::visit_depth(DepthOf(d, "d"),
+                  [&]<class Pixel> { BlendAll<Pixel>(s, d, mode, opacities, tables.get()); });
 }
 
 }  // namespace

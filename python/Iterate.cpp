@@ -121,9 +121,8 @@ py::object Iterate(const py::object& dst, const py::object& function, const py::
   Target target = Target::CopyOf(walked.below, out);
   VX_World* const world = target.world();
   const WorldPtr above = walked.above ? target.Apart(*walked.above) : nullptr;
-  const VX_PixelFunc visit = world->Depth() == 8    ? VisitPixel<VX_Pixel8>
-                             : world->Depth() == 16 ? VisitPixel<VX_Pixel16>
-                                                    : VisitPixel<VX_PixelFloat>;
+  const VX_PixelFunc visit = vx::visit_depth(
+      world->Depth(), []<class Pixel>() -> VX_PixelFunc { return VisitPixel<Pixel>; });
   const VX_World* const from = above ? above->get() : nullptr;
   const M_Rect* const area = walked.area ? &*walked.area : nullptr;
   Run(walk, [&] {

@@ -91,9 +91,11 @@ int32_t DepthOf(const py::array& array, const char* name) {
       Sentence(name, array, "pixels are uint8 (0..255), uint16 (0..32768) or float32"));
 }
 py::dtype TypeOf(int32_t depth) {
-  if (depth == 8) return py::dtype::of<uint8_t>();
-  if (depth == 16) return py::dtype::of<uint16_t>();
-  return py::dtype::of<float>();
+  return vx::visit_depth(depth, []<class Pixel> { return py::dtype::of<VX_ChannelOf<Pixel>>(); });
+}
+std::string FormatOf(int32_t depth) {
+  return vx::visit_depth(
+      depth, []<class Pixel> { return py::format_descriptor<VX_ChannelOf<Pixel>>::format(); });
 }
 
 py::array NewArray(int32_t width, int32_t height, int32_t depth) {
@@ -134,9 +136,9 @@ Pixels PixelsOf(const VX_World& world) {
 void Move(const Pixels& from, Order from_order, const Pixels& to, Order to_order) {
   const py::gil_scoped_release release;
   const Layout in = LayoutOf(from_order, from.channels), out = LayoutOf(to_order, to.channels);
-  if (from.depth == 8) return MoveAll<uint8_t>(from, in, to, out, 255);
-  if (from.depth == 16) return MoveAll<uint16_t>(from, in, to, out, 32768);
-  MoveAll<float>(from, in, to, out, 1);
+  vx::visit_depth(from.depth, [&]<class Pixel> {
+    MoveAll(from, in, to, out, vx::PixelTraits<Pixel>::full_scale);
+  });
 }
 bool MayOverlap(const Pixels& p, const Pixels& q) {
   const auto a_first = reinterpret_cast<intptr_t>(p.data);

@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include "VX/VX_World.h"
+#include "VX/cpp/View.hpp"
 
 namespace vxpy {
 
@@ -30,8 +30,9 @@ struct Pixels {
 // Returns the depth of an array by its dtype: 8, 16 or 32. Other dtypes are a TypeError with shape,
 // dtype and strides.
 int32_t DepthOf(const py::array& array, const char* name);
-// Returns the dtype of a depth.
+// Return the dtype of a depth, and its format in the buffer protocol.
 py::dtype TypeOf(int32_t depth);
+std::string FormatOf(int32_t depth);
 
 // Makes an array of height x width x 4, not initialised.
 py::array NewArray(int32_t width, int32_t height, int32_t depth);

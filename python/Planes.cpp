@@ -156,12 +156,14 @@ py::object Interleave(const py::object& picture, const py::array& plane,
 template <class Pixel>
 void BlendRows(VX_World& world, const void* values, double opacity, double goal) {
   using Channel = VX_ChannelOf<Pixel>;
+  const double full = vx::PixelTraits<Pixel>::full_scale;
+  const double half = std::is_same_v<Pixel, VX_PixelFloat> ? 0 : 0.5;
   const auto* row = static_cast<const Channel*>(values);
   for (ptrdiff_t y = 0; y < world.height; ++y, row += world.width) {
     auto* const pixels =
         reinterpret_cast<Pixel*>(static_cast<char*>(world.data) + y * world.rowbytes);
-    VX_BlendSingleChannel(world.width, static_cast<Channel>(opacity), static_cast<Channel>(goal),
-                          row, pixels);
+    VX_BlendSingleChannel(world.width, static_cast<Channel>(opacity * full + half),
+                          static_cast<Channel>(goal), row, pixels);
   }
 }
 
@@ -171,18 +173,17 @@ py::object BlendAlpha(const py::object& picture, const py::array& mask, const py
   const Source source(picture, ParseOrder(order_word), "picture");
   RequirePlane(mask, "mask", source);
   const double share = ParseNumber("opacity", opacity_word, 0, 1);
-  const double full = source.depth() == 8 ? 255 : 32768;
   const double goal =
       source.depth() == 32
           ? ParseNumber("target", goal_word, -3.4e38, 3.4e38)
-          : static_cast<double>(ParseWhole("target", goal_word, 0, static_cast<int64_t>(full)));
+          : static_cast<double>(ParseWhole("target", goal_word, 0,
+                                           static_cast<int64_t>(vx::full_scale(source.depth()))));
   Target target = Target::CopyOf(source, out);
   VX_World& world = *target.world();
   const void* const values = mask.data();
   Run([&] {
-    if (world.Depth() == 8) BlendRows<VX_Pixel8>(world, values, share * full + 0.5, goal);
-    if (world.Depth() == 16) BlendRows<VX_Pixel16>(world, values, share * full + 0.5, goal);
-    if (world.Depth() == 32) BlendRows<VX_PixelFloat>(world, values, share, goal);
+    vx::visit_depth(world.Depth(),
+                    [&]<class Pixel> { BlendRows<Pixel>(world, values, share, goal); });
     return VX_Ok;
   });
   return target.Finish();

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <vector>
 
 #include "Arguments.h"
@@ -22,9 +23,8 @@ namespace {
 // A sampler at the three depths; null if a depth has none.
 struct Sampler {
   const char* name;
-  VX_SampleFunc<VX_Pixel8> bytes;
-  VX_SampleFunc<VX_Pixel16> words;
-  VX_SampleFunc<VX_PixelFloat> floats;
+  std::tuple<VX_SampleFunc<VX_Pixel8>, VX_SampleFunc<VX_Pixel16>, VX_SampleFunc<VX_PixelFloat>>
+      routines;
   bool unclipped;  // requires all four neighbours inside the picture
 };
 
@@ -65,33 +65,47 @@ VX_Err OneOfFourWeighted(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y, cons
 }
 
 const Sampler kSamplers[] = {
-    {"nearest", VX_NNSample, VX_NNSample16, VX_NNSampleFloat, false},
-    {"bilinear", VX_SubpixelSample_Straight, VX_SubpixelSample_Straight16,
-     VX_SubpixelCPlusPlusFloat, false},
-    {"bilinear-premultiplied", VX_SubpixelSample_Premul, VX_SubpixelSample_Premul16,
-     VX_SubpixelSample_PremulFloat, false},
-    {"bilinear-portable", VX_SubpixelCPlusPlus, VX_SubpixelCPlusPlus16, VX_SubpixelCPlusPlusFloat,
+    {"nearest", {VX_NNSample, VX_NNSample16, VX_NNSampleFloat}, false},
+    {"bilinear",
+     {VX_SubpixelSample_Straight, VX_SubpixelSample_Straight16, VX_SubpixelCPlusPlusFloat},
      false},
-    {"box", VX_AreaSample_Straight, VX_AreaSample_Straight16,
-     VX_AreaSample_CPlusPlus<VX_PixelFloat>, false},
-    {"box-premultiplied", VX_AreaSample_Premul, VX_AreaSample_Premul16, VX_AreaSample_PremulFloat,
+    {"bilinear-premultiplied",
+     {VX_SubpixelSample_Premul, VX_SubpixelSample_Premul16, VX_SubpixelSample_PremulFloat},
      false},
-    {"inside", VX_SubpixelSampleNoClip_Straight, VX_SubpixelSampleNoClip_Straight16,
-     VX_SubpixelCPlusPlusNoClipFloat, true},
-    {"inside-sse2", VX_SubpixelSampleNoClip_Straight_SSE2, nullptr, nullptr, true},
-    {"inside-four", OneOfFour, nullptr, nullptr, true},
-    {"inside-portable", VX_SubpixelCPlusPlusNoClip, VX_SubpixelCPlusPlusNoClip16,
-     VX_SubpixelCPlusPlusNoClipFloat, true},
-    {"inside-weighted", Weighted<VX_Pixel8, VX_SubpixelSampleTranslateNoClip_Straight>,
-     Weighted<VX_Pixel16, VX_SubpixelSampleTranslateNoClip_Straight16>,
-     Weighted<VX_PixelFloat, VX_SubpixelSampleTranslateNoClipCPlusPlusFloat>, true},
-    {"inside-four-weighted", OneOfFourWeighted, nullptr, nullptr, true},
-    {"inside-span", SpanOfOne<VX_Pixel8, VX_SubpixelSpanSampleTranslateNoClip_Straight>,
-     SpanOfOne<VX_Pixel16, VX_SubpixelSpanSampleTranslateNoClip_Straight16>,
-     SpanOfOne<VX_PixelFloat, VX_SubpixelSpanSampleCPlusPlusFloat>, true},
-    {"inside-span-portable", SpanOfOne<VX_Pixel8, VX_SubpixelSpanSampleCPlusPlus>,
-     SpanOfOne<VX_Pixel16, VX_SubpixelSpanSampleCPlusPlus16>,
-     SpanOfOne<VX_PixelFloat, VX_SubpixelSpanSampleCPlusPlusFloat>, true},
+    {"bilinear-portable",
+     {VX_SubpixelCPlusPlus, VX_SubpixelCPlusPlus16, VX_SubpixelCPlusPlusFloat},
+     false},
+    {"box",
+     {VX_AreaSample_Straight, VX_AreaSample_Straight16, VX_AreaSample_CPlusPlus<VX_PixelFloat>},
+     false},
+    {"box-premultiplied",
+     {VX_AreaSample_Premul, VX_AreaSample_Premul16, VX_AreaSample_PremulFloat},
+     false},
+    {"inside",
+     {VX_SubpixelSampleNoClip_Straight, VX_SubpixelSampleNoClip_Straight16,
+      VX_SubpixelCPlusPlusNoClipFloat},
+     true},
+    {"inside-sse2", {VX_SubpixelSampleNoClip_Straight_SSE2, nullptr, nullptr}, true},
+    {"inside-four", {OneOfFour, nullptr, nullptr}, true},
+    {"inside-portable",
+     {VX_SubpixelCPlusPlusNoClip, VX_SubpixelCPlusPlusNoClip16, VX_SubpixelCPlusPlusNoClipFloat},
+     true},
+    {"inside-weighted",
+     {Weighted<VX_Pixel8, VX_SubpixelSampleTranslateNoClip_Straight>,
+      Weighted<VX_Pixel16, VX_SubpixelSampleTranslateNoClip_Straight16>,
+      Weighted<VX_PixelFloat, VX_SubpixelSampleTranslateNoClipCPlusPlusFloat>},
+     true},
+    {"inside-four-weighted", {OneOfFourWeighted, nullptr, nullptr}, true},
+    {"inside-span",
+     {SpanOfOne<VX_Pixel8, VX_SubpixelSpanSampleTranslateNoClip_Straight>,
+      SpanOfOne<VX_Pixel16, VX_SubpixelSpanSampleTranslateNoClip_Straight16>,
+      SpanOfOne<VX_PixelFloat, VX_SubpixelSpanSampleCPlusPlusFloat>},
+     true},
+    {"inside-span-portable",
+     {SpanOfOne<VX_Pixel8, VX_SubpixelSpanSampleCPlusPlus>,
+      SpanOfOne<VX_Pixel16, VX_SubpixelSpanSampleCPlusPlus16>,
+      SpanOfOne<VX_PixelFloat, VX_SubpixelSpanSampleCPlusPlusFloat>},
+     true},
 };
 
 const Sampler& Named(const py::object& word) {
@@ -160,17 +174,15 @@ py::array Sample(const py::object& picture, const py::array_t<double>& x,
   record.y_radius = static_cast<VX_Fixed>(high * 65536 + 0.5);
   record.area = static_cast<VX_Fixed>(std::min(4 * wide * high * 65536, 2147483647.0));
   record.src = world;
-  const bool known = source.depth() == 8    ? sampler.bytes != nullptr
-                     : source.depth() == 16 ? sampler.words != nullptr
-                                            : sampler.floats != nullptr;
-  if (!known) {
-    throw py::value_error("sampler: \"" + std::string(sampler.name) + "\" is for 8 bits only");
-  }
-  py::array out(TypeOf(source.depth()), {x.size(), py::ssize_t{4}});
-  if (source.depth() == 8) SampleAll(sampler.bytes, record, positions, out);
-  if (source.depth() == 16) SampleAll(sampler.words, record, positions, out);
-  if (source.depth() == 32) SampleAll(sampler.floats, record, positions, out);
-  return out;
+  return vx::visit_depth(source.depth(), [&]<class Pixel> {
+    const auto routine = std::get<VX_SampleFunc<Pixel>>(sampler.routines);
+    if (routine == nullptr) {
+      throw py::value_error("sampler: \"" + std::string(sampler.name) + "\" is for 8 bits only");
+    }
+    py::array out(TypeOf(source.depth()), {x.size(), py::ssize_t{4}});
+    SampleAll(routine, record, positions, out);
+    return out;
+  });
 }
 
 template <class Pixel>
@@ -196,15 +208,13 @@ py::tuple SampleWithInside(const py::object& picture, const py::array_t<double>&
   py::array out(TypeOf(source.depth()), {x.size(), py::ssize_t{4}});
   py::array_t<uint8_t> inside(x.size());
   uint8_t* const flags = inside.mutable_data();
-  if (source.depth() == 8) {
-    SampleAllIn(&VX_SubpixelSamplePlus_Straight, world, positions, out, flags);
-  }
-  if (source.depth() == 16) {
-    SampleAllIn(&VX_SubpixelSamplePlus_Straight16, world, positions, out, flags);
-  }
-  if (source.depth() == 32) {
-    SampleAllIn(&VX_SubpixelSpanSampleAllInCPlusPlusFloat, world, positions, out, flags);
-  }
+  constexpr std::tuple<VX_SampleAllInFunc<VX_Pixel8>, VX_SampleAllInFunc<VX_Pixel16>,
+                       VX_SampleAllInFunc<VX_PixelFloat>>
+      routines{&VX_SubpixelSamplePlus_Straight, &VX_SubpixelSamplePlus_Straight16,
+               &VX_SubpixelSpanSampleAllInCPlusPlusFloat};
+  vx::visit_depth(source.depth(), [&]<class Pixel> {
+    SampleAllIn(std::get<VX_SampleAllInFunc<Pixel>>(routines), world, positions, out, flags);
+  });
   return py::make_tuple(out, inside);
 }
 

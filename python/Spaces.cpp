@@ -118,11 +118,8 @@ int32_t ParseSpace(const py::object& word) { return ParseChoice("space", word, {
 py::array ToSpace(const py::object& space_word, const py::array& pixels) {
   const int32_t space = ParseSpace(space_word);
   py::array_t<double> out({pixels.shape(0), py::ssize_t{3}});
-  switch (DepthOf(pixels, "color")) {
-    case 8: ToAll<VX_Pixel8>(space, pixels, out.mutable_data()); break;
-    case 16: ToAll<VX_Pixel16>(space, pixels, out.mutable_data()); break;
-    default: ToAll<VX_PixelFloat>(space, pixels, out.mutable_data());
-  }
+  vx::visit_depth(DepthOf(pixels, "color"),
+                  [&]<class Pixel> { ToAll<Pixel>(space, pixels, out.mutable_data()); });
   return out;
 }
 
@@ -130,20 +127,14 @@ py::array ToSpace(const py::object& space_word, const py::array& pixels) {
 void FromSpace(const py::object& space_word, const py::array_t<double>& parts,
                const py::array& pixels) {
   const int32_t space = ParseSpace(space_word);
-  switch (DepthOf(pixels, "color")) {
-    case 8: return FromAll<VX_Pixel8>(space, parts.data(), pixels);
-    case 16: return FromAll<VX_Pixel16>(space, parts.data(), pixels);
-    default: return FromAll<VX_PixelFloat>(space, parts.data(), pixels);
-  }
+  vx::visit_depth(DepthOf(pixels, "color"),
+                  [&]<class Pixel> { FromAll<Pixel>(space, parts.data(), pixels); });
 }
 
 py::array ReadColor(const py::object& word, const py::array& pixels) {
   const int32_t what = ParseChoice("what", word, {"luminance", "hue", "lightness", "saturation"});
-  switch (DepthOf(pixels, "color")) {
-    case 8: return ReadAll<VX_Pixel8>(what, pixels);
-    case 16: return ReadAll<VX_Pixel16>(what, pixels);
-    default: return ReadAll<VX_PixelFloat>(what, pixels);
-  }
+  return vx::visit_depth(DepthOf(pixels, "color"),
+                         [&]<class Pixel> { return ReadAll<Pixel>(what, pixels); });
 }
 
 }  // namespace

@@ -56,8 +56,6 @@ class Plane {
   void* samples_;
 };
 
-double FullOf(int32_t depth) { return depth == 8 ? 255 : depth == 16 ? 32768 : 1; }
-
 void Fill(const py::array& mask, const py::object& value, const py::object& rect) {
   Plane plane(mask, "mask");
   const int32_t depth = plane.depth();
@@ -67,7 +65,7 @@ void Fill(const py::array& mask, const py::object& value, const py::object& rect
     if (area) throw py::value_error("rect: float masks are filled whole");
     return Run([&] { return VX_FillFloatUnoBuffer(level, plane.get()); });
   }
-  const int64_t level = ParseWhole("value", value, 0, static_cast<int64_t>(FullOf(depth)));
+  const int64_t level = ParseWhole("value", value, 0, static_cast<int64_t>(vx::full_scale(depth)));
   Run([&] {
     if (depth == 8) {
       const auto byte = static_cast<uint8_t>(level);

@@ -73,10 +73,7 @@ WorldPtr Cleared(const py::object& width, const py::object& height, const py::ob
 py::buffer_info BufferOf(World& world) {
   const Pixels p = PixelsOf(*world.get());
   const py::ssize_t item = p.depth / 8;
-  const std::string format = p.depth == 8    ? py::format_descriptor<uint8_t>::format()
-                             : p.depth == 16 ? py::format_descriptor<uint16_t>::format()
-                                             : py::format_descriptor<float>::format();
-  return py::buffer_info(p.data, item, format, 3, {p.height, p.width, 4},
+  return py::buffer_info(p.data, item, FormatOf(p.depth), 3, {p.height, p.width, 4},
                          {p.rowbytes, 4 * item, item}, /*readonly=*/!world.writable());
 }
 

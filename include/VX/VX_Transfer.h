@@ -87,8 +87,7 @@ struct VX_BlendScratch {
 
 // --- calls ---------------------------------------------------------------------------------------
 
-// 1 for the modes -3, 0, 1, 2, 4..7, 9..16, 22 and 25, else 0. For callers; the library does not
-// ask.
+// Returns 1 for the modes -3, 0, 1, 2, 4..7, 9..16, 22 and 25, else 0. Not used by the library.
 VX_API int32_t VX_GetTransferFlags(int32_t mode);
 
 // Composites a rectangle of the source over the destination.

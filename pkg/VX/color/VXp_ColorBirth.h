@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Death of this component; it has no birth.
+// Called by VX_Death. This component needs no call at birth.
 
 // Frees the fallback settings, if there are any. The colour engine must still be bound.
 void VXp_DeathEmergencyColorSettings();

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int64_t kOne = 65536;
 
-// One side of a rectangle, and the size of its world.
+// The range of a rectangle on one axis, and the size of its world.
 struct Side {
   int64_t low, high, world;
   int64_t Size() const { return high - low; }

@@ -22,8 +22,8 @@ struct Library {
   int32_t wanted;
 };
 
-// In the order of the calls. The versions are numbers of this source: a newer header at compile
-// time must not change them.
+// In the order of the calls. The versions are literals, so that a newer host header at compile time
+// does not change them.
 constexpr Library kLibraries[] = {
     {U_CheckVersions, 61},   {STR_CheckVersions, 3},   {BM_CheckVersions, 31},
     {M_CheckVersions, 18},   {FILE_CheckVersions, 39}, {LIST_CheckVersions, 9},

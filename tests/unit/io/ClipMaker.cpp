@@ -70,7 +70,7 @@ class Maker {
     codec_->color_trc = plan_.transfer;
     codec_->chroma_sample_location = plan_.siting;
     codec_->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
-    codec_->log_level_offset = 100;  // its words are nobody's business
+    codec_->log_level_offset = 100;  // no messages
     codec_->flags |= AV_CODEC_FLAG_BITEXACT;
     if (std::string_view(plan_.codec) == "ffv1") codec_->level = 3;  // with checksums
     if (file_->oformat->flags & AVFMT_GLOBALHEADER) codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -98,14 +98,14 @@ class Maker {
 
   void AddSound() {
     sound_ = avformat_new_stream(file_, nullptr);
-    AVCodecParameters* told = sound_->codecpar;
-    told->codec_type = AVMEDIA_TYPE_AUDIO;
-    told->codec_id = AV_CODEC_ID_PCM_S16LE;
-    told->sample_rate = 8000;
-    told->ch_layout = AV_CHANNEL_LAYOUT_MONO;
-    told->format = AV_SAMPLE_FMT_S16;
-    told->bits_per_coded_sample = 16;
-    told->block_align = 2;
+    AVCodecParameters* parameters = sound_->codecpar;
+    parameters->codec_type = AVMEDIA_TYPE_AUDIO;
+    parameters->codec_id = AV_CODEC_ID_PCM_S16LE;
+    parameters->sample_rate = 8000;
+    parameters->ch_layout = AV_CHANNEL_LAYOUT_MONO;
+    parameters->format = AV_SAMPLE_FMT_S16;
+    parameters->bits_per_coded_sample = 16;
+    parameters->block_align = 2;
     sound_->time_base = {1, 8000};
   }
 
@@ -122,26 +122,29 @@ class Maker {
 
   void Paint(int number) {
     Try(av_frame_make_writable(frame_), "frame");
-    const AVPixFmtDescriptor* told = av_pix_fmt_desc_get(plan_.format);
-    for (AVBufferRef* buffer : frame_->buf) {  // rows are written by or
+    const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(plan_.format);
+    for (AVBufferRef* buffer : frame_->buf) {  // av_write_image_line ORs into it
       if (buffer) std::memset(buffer->data, 0, buffer->size);
     }
-    if (told->flags & AV_PIX_FMT_FLAG_PAL) {  // entry i: alpha 255 - i, red i, green 2i, blue 3i
+    if (descriptor->flags &
+        AV_PIX_FMT_FLAG_PAL) {  // entry i: alpha 255 - i, red i, green 2i, blue 3i
       for (uint32_t i = 0; i < 256; ++i) {
         const uint32_t entry = (255 - i) << 24 | i << 16 | (2 * i & 255) << 8 | (3 * i & 255);
         std::memcpy(frame_->data[1] + 4 * i, &entry, 4);
       }
     }
-    for (int c = 0; c < told->nb_components; ++c) {
-      const bool chroma = (c == 1 || c == 2) && !(told->flags & AV_PIX_FMT_FLAG_RGB);
-      const int width = chroma ? AV_CEIL_RSHIFT(plan_.width, told->log2_chroma_w) : plan_.width;
-      const int height = chroma ? AV_CEIL_RSHIFT(plan_.height, told->log2_chroma_h) : plan_.height;
+    for (int c = 0; c < descriptor->nb_components; ++c) {
+      const bool chroma = (c == 1 || c == 2) && !(descriptor->flags & AV_PIX_FMT_FLAG_RGB);
+      const int width =
+          chroma ? AV_CEIL_RSHIFT(plan_.width, descriptor->log2_chroma_w) : plan_.width;
+      const int height =
+          chroma ? AV_CEIL_RSHIFT(plan_.height, descriptor->log2_chroma_h) : plan_.height;
       std::vector<uint16_t> row(static_cast<size_t>(width));
       for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
           row[static_cast<size_t>(x)] = static_cast<uint16_t>(plan_.sample(number, c, x, y));
         }
-        av_write_image_line(row.data(), frame_->data, frame_->linesize, told, 0, y, c, width);
+        av_write_image_line(row.data(), frame_->data, frame_->linesize, descriptor, 0, y, c, width);
       }
     }
   }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the tests of clips share.
+// The fixture and helpers of the clip tests.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -16,7 +16,7 @@
 #include "ClipMaker.h"
 #include "VXIO/VXIO_Clip.h"
 
-// Every test has an empty folder, and nothing may appear on the standard error.
+// Each test has an empty folder. Nothing may be written to the standard error.
 class Clip : public testing::Test {
  protected:
   void SetUp() override {
@@ -29,6 +29,10 @@ class Clip : public testing::Test {
     std::filesystem::remove_all(folder_);
   }
   std::string Path(const std::string& name) const { return folder_ / name; }
+  static VXIO_ClipReader Make(const ClipPlan& plan) {
+    MakeClip(plan);
+    return VXIO_ClipReader(plan.path);
+  }
 
  private:
   std::filesystem::path folder_;
@@ -45,7 +49,7 @@ struct Value {
   double alpha, red, green, blue;
 };
 
-// A pixel as the numbers of its channels.
+// Returns the channels of a pixel.
 inline Value At(const VX_LayerDef& world, int32_t x, int32_t y) {
   const char* row = static_cast<const char*>(world.data) + ptrdiff_t{y} * world.rowbytes;
   auto given = [&](auto pixel) {
@@ -59,7 +63,20 @@ inline Value At(const VX_LayerDef& world, int32_t x, int32_t y) {
   }
 }
 
+// Returns the largest difference of a channel.
 inline double Largest(const Value& a, const Value& b) {
   return std::max({std::abs(a.alpha - b.alpha), std::abs(a.red - b.red),
                    std::abs(a.green - b.green), std::abs(a.blue - b.blue)});
+}
+
+// Returns the largest difference of a world from expected(x, y), in steps of `step` pixels.
+template <class Expected>
+double Worst(const VX_LayerDef& world, Expected expected, int32_t step = 1) {
+  double worst = 0;
+  for (int32_t y = 0; y < world.height; y += step) {
+    for (int32_t x = 0; x < world.width; ++x) {
+      worst = std::max(worst, Largest(At(world, x, y), expected(x, y)));
+    }
+  }
+  return worst;
 }

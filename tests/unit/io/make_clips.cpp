@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// vx_make_clips FOLDER: clips for tests that have no encoder. A sample of frame f, component c
+// vx_make_clips FOLDER: makes clips for the command tests. The sample of frame f, component c
 // (red, green, blue, alpha) at x, y is f * 50 + c * 20 + x * 3 + y * 7, times 256 at 16 bits.
 
 #include <cstdio>

@@ -19,6 +19,7 @@ bool RunSamplers(const Options& options);
 bool RunTransform(const Options& options);
 bool RunIterators(const Options& options);
 bool RunScratch(const Options& options);
+bool RunCpp(const Options& options);
 
 struct Section {
   const char* name;
@@ -43,6 +44,7 @@ inline constexpr Section kSections[] = {
      &RunTransform},
     {"iterators", "walks with a function, a lambda, a table, against plain loops", &RunIterators},
     {"scratch", "allocations of one call, and their peak", &RunScratch},
+    {"cpp", "vx::composite of the C++20 interface against the classic call", &RunCpp},
 };
 
 // Before the birth: sets the host's sources of memory, so that allocations can be counted later.

@@ -5,6 +5,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 
@@ -12,7 +13,8 @@ namespace vxcli {
 
 namespace {
 
-// Programs put the time of day into profiles, so a sequence may hold a new identity in each frame.
+// Some programs write the time into profiles, so that each frame of a sequence has another
+// identity. The cache is cleared when it holds this many.
 constexpr size_t kMostKept = 64;
 
 template <class Kept>
@@ -27,27 +29,24 @@ std::string Named(const VXIO_PictureProfile& found) {
 
 }  // namespace
 
-void AddColorOptions(CLI::App* app, ColorWords* words) {
-  app->add_flag("--linear", words->linear,
-                "Blend in linear light, by the curve of --profile, else of the background's own "
-                "profile, else as sRGB (EXR: as linear). Layers in another profile are converted");
-  app->add_option("--profile", words->profile,
-                  "Composite in this profile: background and layers are converted to it, and the "
-                  "result carries it. A built-in name (vx profile --list), an .icc file, or a "
-                  "picture that holds one [without --linear: none, colours are taken as they "
-                  "stand]")
-      ->type_name("FILE|NAME");
+OptionList ColorOptionList(ColorOptions* to) {
+  const auto find = [](const std::string& option, const std::string& text) {
+    return FindProfile(option, text).profile;
+  };
+  return {
+      {"--linear", "", Flag(&to->linear),
+       "Blend in linear light, by the curve of --profile, else of the background's own profile, "
+       "else as sRGB (EXR: as linear). Layers in another profile are converted"},
+      Option{"--profile", "FILE|NAME", Parsed(&to->profile, find),
+             "Composite in this profile: background and layers are converted to it, and the result "
+             "carries it. A built-in name (vx profile --list), an .icc file, or a picture that "
+             "holds one"}
+          .Without("without --linear: none, colours are taken as they stand")
+          .Identity([to] { return ProfileID(to->profile); }),
+  };
 }
 
 // --- the job -------------------------------------------------------------------------------------
-
-JobColor::JobColor(const ColorWords& words) : linear_(words.linear) {
-  if (!words.profile.empty()) given_ = FindProfile("--profile", words.profile).profile;
-}
-
-std::string JobColor::Settings() const {
-  return (linear_ ? " linear" : "") + (given_ ? " profile=" + ProfileID(given_) : "");
-}
 
 JobColor::Tables JobColor::TablesFor(const COR_QCE_ProfilePtr& profile) {
   const std::string id = ProfileID(profile);
@@ -83,16 +82,16 @@ void JobColor::Convert(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr&
 
 void JobColor::NoteOnce(const std::string& text) {
   std::lock_guard lock(mutex_);
-  if (said_.insert(text).second) Note(text);
+  if (printed_.insert(text).second) Note(text);
 }
 
 // --- the frame -----------------------------------------------------------------------------------
 
-FrameColor::FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::string>* words,
+FrameColor::FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::string>* names,
                        std::vector<int32_t> own, int32_t depth)
-    : job_(job), frame_(frame), words_(words), own_(std::move(own)), depth_(depth) {}
+    : job_(job), frame_(frame), names_(names), own_(std::move(own)), depth_(depth) {}
 
-// Where colours may be converted they are at the deeper of the two depths until that is done.
+// Colours that may be converted are read at the deeper of the two depths, for precision.
 VXIO_Picture FrameColor::Read(size_t input) {
   return frame_->Read(input, Converts() ? std::max(own_[input], depth_) : depth_);
 }
@@ -105,22 +104,21 @@ VXIO_PictureProfile FrameColor::ProfileOf(size_t input, const VXIO_Picture& pict
 
 void FrameColor::Convert(size_t input, const VXIO_PictureProfile& own, VX_World* world) {
   job_->Convert(own.profile, composition_.profile, world);
-  job_->NoteOnce((*words_)[input] + ": converted from " + Named(own) + " to " +
+  job_->NoteOnce((*names_)[input] + ": converted from " + Named(own) + " to " +
                  Named(composition_));
 }
 
-// Numbers of other colours are mixed as they stand when nobody asked for more; the user should
-// know.
+// Prints a note if the layer has another profile than the background and is not converted.
 void FrameColor::Compare(size_t input, const VXIO_Picture& layer) {
   if (VXIO_SameProfile(background_, layer.metadata)) return;
   const VXIO_PictureProfile below = VXIO_ProfileOf(frame_->Input(0), background_);
   const VXIO_PictureProfile own = VXIO_ProfileOf(frame_->Input(input), layer.metadata);
   if (job_->Same(own.profile, below.profile)) return;
-  job_->NoteOnce((*words_)[input] + ": is in " + Named(own) + ", the background in " +
+  job_->NoteOnce((*names_)[input] + ": is in " + Named(own) + ", the background in " +
                  Named(below) + "; drawn as it stands, --profile or --linear converts");
 }
 
-// Numbers without a profile that go from a format of linear values to another kind, or back.
+// Prints a note if the output has no profile and its format implies another one than the input.
 void FrameColor::NoteOutput(const std::string& name) {
   const std::string& output = frame_->Output();
   const std::string kind = output.substr(output.rfind('.') + 1);
@@ -128,7 +126,7 @@ void FrameColor::NoteOutput(const std::string& name) {
   COR_QCE_ProfilePtr other;
   CheckEngine(COR_QCE_ProfileFromName(counts_as, &other), counts_as);
   if (job_->Same(composition_.profile, other)) return;
-  job_->NoteOnce((*words_)[0] + ": the result is in " + name + " too, but " + kind +
+  job_->NoteOnce((*names_)[0] + ": the result is in " + name + " too, but " + kind +
                  " without a profile counts as " + counts_as + "; --profile '" + counts_as +
                  "' converts it");
 }
@@ -141,31 +139,31 @@ VXIO_Picture FrameColor::ReadBackground(const std::string& called) {
   const COR_QCE_ProfilePtr& given = job_->given();
   composition_ = given ? VXIO_PictureProfile{given, true, {}} : own;
   const std::string name = VXIO_ProfileName(composition_.profile);
-  nlohmann::ordered_json& told = frame_->Told()["color"];
-  told = {{"linear", job_->linear()},
-          {"profile", name},
-          {"profile_id", ProfileID(composition_.profile)},
-          {"profile_from", given          ? "option"
-                           : own.embedded ? called.c_str()
-                                          : "assumed"}};
+  nlohmann::ordered_json& record = frame_->Record()["color"];
+  record = {{"linear", job_->linear()},
+            {"profile", name},
+            {"profile_id", ProfileID(composition_.profile)},
+            {"profile_from", given          ? "option"
+                             : own.embedded ? called.c_str()
+                                            : "assumed"}};
   if (given) {
     if (!job_->Same(own.profile, given)) {
       Convert(0, own, picture.world.get());
-      told[called + "_converted_from"] = VXIO_ProfileName(own.profile);
+      record[called + "_converted_from"] = VXIO_ProfileName(own.profile);
     }
     picture.metadata = VXIO_WithProfile(picture.metadata, given);
   }
   if (job_->linear()) {
     tables_ = job_->TablesFor(composition_.profile);
     const char* whose = given ? " (--profile)" : own.embedded ? " (its own)" : " (assumed)";
-    job_->NoteOnce((*words_)[0] + ": blended in linear light by the curve of " + name + whose);
+    job_->NoteOnce((*names_)[0] + ": blended in linear light by the curve of " + name + whose);
     if (!given && !own.embedded) NoteOutput(name);
   }
   picture.world = VXIO_ConvertDepth(std::move(picture.world), depth_);
   return picture;
 }
 
-VXIO_Picture FrameColor::ReadLayer(size_t input, nlohmann::ordered_json* told) {
+VXIO_Picture FrameColor::ReadLayer(size_t input, nlohmann::ordered_json* record) {
   VXIO_Picture picture = Read(input);
   if (!Converts()) {
     Compare(input, picture);
@@ -174,7 +172,7 @@ VXIO_Picture FrameColor::ReadLayer(size_t input, nlohmann::ordered_json* told) {
   const VXIO_PictureProfile own = ProfileOf(input, picture);
   if (!job_->Same(own.profile, composition_.profile)) {
     Convert(input, own, picture.world.get());
-    (*told)["converted_from"] = VXIO_ProfileName(own.profile);
+    (*record)["converted_from"] = VXIO_ProfileName(own.profile);
   }
   picture.world = VXIO_ConvertDepth(std::move(picture.world), depth_);
   return picture;

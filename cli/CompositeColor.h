@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Colour in `vx composite`: in which profile a composition is, what is converted to it, and the
-// tables for linear light. docs/color.md tells users the rules.
+// Colour in `vx composite` and `vx transform`: the profile of a composition, conversions to it and
+// the tables for linear light. docs/color.md explains the rules to users.
 
 #include <array>
 #include <map>
@@ -21,23 +21,20 @@
 
 namespace vxcli {
 
-struct ColorWords {
+struct ColorOptions {
   bool linear = false;
-  std::string profile;
+  COR_QCE_ProfilePtr profile;  // null without --profile
 };
 
-void AddColorOptions(CLI::App* app, ColorWords* words);
+OptionList ColorOptionList(ColorOptions* to);
 
-// What the frames of a job share. Safe on several threads.
+// Profiles and tables that the frames of a job share. Thread-safe.
 class JobColor {
  public:
-  // Throws as FindProfile.
-  explicit JobColor(const ColorWords& words);
+  explicit JobColor(const ColorOptions& options) : options_(options) {}
 
-  bool linear() const { return linear_; }
-  const COR_QCE_ProfilePtr& given() const { return given_; }  // null without --profile
-  // Part of Job::settings; empty where colours are taken as they stand.
-  std::string Settings() const;
+  bool linear() const { return options_.linear; }
+  const COR_QCE_ProfilePtr& given() const { return options_.profile; }
 
   using Tables = boost::shared_ptr<const VX_LinearBlendingTables>;
   Tables TablesFor(const COR_QCE_ProfilePtr& profile);
@@ -45,41 +42,39 @@ class JobColor {
   bool Same(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b);
   void Convert(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to, VX_World* world);
 
-  // Says a line once, however many frames it is true for.
+  // Prints a line once, for any number of frames.
   void NoteOnce(const std::string& text);
 
  private:
-  // What was made for a pair of profiles, by their identities.
   struct Pair {
     std::optional<bool> same;
     std::array<COR_QCE_TransformPtr, 3> transforms;  // for 8, 16 and 32 bits
   };
-  // With the lock held.
+  // Call it with mutex_ locked. The key is made of the identities of the profiles.
   Pair* PairOf(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to);
 
-  bool linear_;
-  COR_QCE_ProfilePtr given_;
+  ColorOptions options_;
   std::mutex mutex_;  // over everything below
   std::map<std::string, Tables> tables_;
   std::map<std::string, Pair> pairs_;
-  std::set<std::string> said_;
+  std::set<std::string> printed_;
 };
 
-// The colours of one frame: those that its background is in, or the given ones.
+// The colours of one frame, in the given profile or else in that of the background.
 class FrameColor {
  public:
-  // `words` are the inputs of the job, `own` the depths of the frame's files; the composition is
-  // worked on at `depth`.
-  FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::string>* words,
+  // `names` are the inputs of the job as they were given, `own` the depths of the frame's files,
+  // `depth` that of the composition.
+  FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::string>* names,
              std::vector<int32_t> own, int32_t depth);
 
-  // Input 0; it comes before the layers. Its world and its metadata are in the composition's
-  // profile. Adds to what the frame tells, where it is named so.
+  // Reads input 0, before the layers. Its world and its metadata are in the profile of the
+  // composition. Adds to the record of the frame, where the input is named `called`.
   VXIO_Picture ReadBackground(const std::string& called = "background");
-  // A layer in the composition's profile. `told` is what the frame tells about it.
-  VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* told);
+  // Reads a layer in the profile of the composition. `record` is that of the layer.
+  VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* record);
 
-  // For VX_TransferRect; null where the stored numbers are blended.
+  // For VX_TransferRect; null without --linear.
   const VX_LinearBlendingTables* tables() const { return tables_.get(); }
 
  private:
@@ -92,10 +87,10 @@ class FrameColor {
 
   JobColor* job_;
   JobFrame* frame_;
-  const std::vector<std::string>* words_;
+  const std::vector<std::string>* names_;
   std::vector<int32_t> own_;
   int32_t depth_;
-  VXIO_Metadata background_;  // as it was read
+  VXIO_Metadata background_;  // of the file
   VXIO_PictureProfile composition_;
   JobColor::Tables tables_;
 };

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdio>
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 namespace vxcli {
 
@@ -17,13 +18,14 @@ constexpr int kBarWidth = 30;
 
 std::atomic<bool> g_bar_shown{false};
 
-// One write a line, since several threads may speak. A bar gives way and is drawn again later.
+// Writes a line in one call, because several threads may print. Erases the progress bar, which is
+// drawn again by its next change.
 void Line(const std::string& text) {
   std::string line = (g_bar_shown.exchange(false) ? "\r\033[K" : "") + text + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-// File names need not be UTF-8; JSON must be.
+// JSON is UTF-8, file names need not be: other bytes are replaced.
 std::string Dump(const nlohmann::ordered_json& json) {
   return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
@@ -38,7 +40,7 @@ void PrintJson(const nlohmann::ordered_json& json) { std::cout << Dump(json) << 
 
 void Note(const std::string& text) { Line("vx: note: " + text); }
 
-void Complain(const std::string& text) { Line("vx: " + text); }
+void PrintError(const std::string& text) { Line("vx: " + text); }
 
 const std::vector<std::string>& ProgressStyles() {
   static const std::vector<std::string> styles = {"auto", "bar", "plain", "json", "none"};
@@ -114,6 +116,18 @@ void Progress::Failed(int exit_code, const std::string& text) {
   if (style_ == Json) {
     nlohmann::ordered_json event = {{"event", "failed"}, {"exit", exit_code}, {"message", text}};
     Line(Dump(event));
+  }
+}
+
+void RunWith(Progress* progress, const std::function<void()>& work) {
+  try {
+    work();
+  } catch (...) {
+    const Failure failure = Describe(std::current_exception());
+    progress->Failed(failure.exit_code, failure.text);
+    // Describe took the reports of the library, so their text must be in the exception.
+    if (failure.exit_code == kInternal) throw LibraryError(failure.text);
+    throw;
   }
 }
 

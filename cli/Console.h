@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the command says on the standard error: warnings, notes, progress.
+// Output of the command: warnings, notes and progress on the standard error, JSON records.
 
-#include <nlohmann/json.hpp>
+#include <functional>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,10 @@ namespace vxcli {
 // "vx: warning: ..." and "vx: note: ...", one line each.
 void Warn(const std::vector<std::string>& warnings);
 void Note(const std::string& text);
-// "vx: ...", as an error that ends the command is told.
-void Complain(const std::string& text);
+// "vx: ...", an error.
+void PrintError(const std::string& text);
 
-// How far the work is. Its record is given to library calls, which poll it.
+// Shows the progress of the work. Calls of the library report to Info().
 class Progress {
  public:
   // Auto is Bar on a terminal and None elsewhere.
@@ -51,22 +52,11 @@ class Progress {
   bool finished_ = false;
 };
 
-// The words for --progress, in the order of Progress::Style.
+// The values of --progress, in the order of Progress::Style.
 const std::vector<std::string>& ProgressStyles();
 
-// Calls `work`; a failure becomes the final event and goes on to the caller.
-template <class Work>
-void RunWith(Progress* progress, Work work) {
-  try {
-    work();
-  } catch (...) {
-    Failure failure = Describe(std::current_exception());
-    progress->Failed(failure.exit_code, failure.text);
-    // Describing took the library's reports, so their text travels on in the exception.
-    if (failure.exit_code == kInternal) throw LibraryError(failure.text);
-    throw;
-  }
-}
+// Calls `work`. A failure is shown as the final event and thrown again.
+void RunWith(Progress* progress, const std::function<void()>& work);
 
 // Prints a record as one line of JSON on the standard output.
 void PrintJson(const nlohmann::ordered_json& json);

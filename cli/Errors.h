@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What ends the command early, and the exit code that each gives.
+// The errors of the command and their exit codes.
 
 #include <exception>
 #include <stdexcept>
@@ -13,9 +13,9 @@
 namespace vxcli {
 
 enum ExitCode : int {
-  kDone = 0,        // everything that was asked for
+  kDone = 0,        // no error
   kInternal = 1,    // also: the pictures of `vx compare` differ
-  kUsage = 2,       // the words of the command line
+  kUsage = 2,       // wrong arguments
   kInput = 3,       // a picture that is missing or cannot be read; no frame to work on
   kOutput = 4,      // a picture that cannot be written or may not be overwritten
   kSomeFailed = 5,  // with --keep-going: some frames failed, the others are done
@@ -27,7 +27,7 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The library refused; the text holds what it reported.
+// A call of the library failed; the text contains its reports.
 class LibraryError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -38,7 +38,7 @@ struct Failure {
   std::string text;
 };
 
-// A failure that was described already, on the thread whose reports tell about it.
+// A failure that was described on another thread, which had the reports about it.
 class CarriedFailure : public std::runtime_error {
  public:
   explicit CarriedFailure(const Failure& failure)
@@ -52,10 +52,12 @@ class CarriedFailure : public std::runtime_error {
 // Throws a LibraryError for a code that is not 0. `doing` names the work and the file.
 void Check(VX_Err code, const std::string& doing);
 
-// The library's own words for a code: what this thread's reports say, or the meaning of the code.
+// The text of the library's reports on this thread, or else the meaning of the code, with the code.
+// Discards the reports.
 std::string TextOfCode(VX_Err code);
 
-// What to say about an exception, and how to exit. Call it on the thread that threw.
+// The text and the exit code for an exception. Call it on the thread that threw: it takes the
+// reports of the library from there.
 Failure Describe(const std::exception_ptr& error);
 
 }  // namespace vxcli

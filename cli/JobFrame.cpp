@@ -4,6 +4,7 @@
 
 #include "JobRun.h"
 #include "VX/VX_Fill.h"
+#include "Verbs.h"
 
 namespace vxcli {
 
@@ -11,7 +12,7 @@ namespace {
 
 std::string BaseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
-// Zeros in place of a picture that is not there; opaque when the pictures around it are.
+// Sets all pixels to 0, with full alpha if the picture has none.
 void Blacken(VXIO_Picture* picture) {
   const VX_Pixel8 black{static_cast<uint8_t>(picture->has_alpha ? 0 : 255), 0, 0, 0};
   Check(VX_Fill(/*ref=*/nullptr, &black, /*area=*/nullptr, picture->world.get()), "black frame");
@@ -31,14 +32,13 @@ const std::string& JobFrame::Output() const { return state_->frame.output; }
 
 VXIO_Picture JobFrame::Read(size_t input, int32_t depth, VXIO_AlphaAs alpha) {
   const InputFile& file = state_->frame.inputs.at(input);
-  const std::string& settings = state_->job->settings;
-  state_->Begin(input, settings.substr(0, settings.find(' ')) + " " + BaseName(file.path));
+  state_->Begin(input, state_->job->verb->name + " " + BaseName(file.path));
   VXIO_Picture picture = VXIO_Read(file.path, depth, alpha);
   if (file.black) {
     Blacken(&picture);
-    picture.warnings.clear();  // about pixels that are gone
+    picture.warnings.clear();  // they are about the pixels of the file
   }
-  state_->TellWarnings(picture.warnings, VXIO_ErrorKind::Input);
+  state_->ReportWarnings(picture.warnings, VXIO_ErrorKind::Input);
   return picture;
 }
 
@@ -50,38 +50,38 @@ void JobFrame::Write(const VX_LayerDef& world, const VXIO_Picture& model) {
 }
 
 void JobFrame::Write(const VX_LayerDef& world, VXIO_WriteOptions options) {
-  options.clobber = state_->options->clobber;
-  options.strict = state_->job->words->strict;
+  options.clobber = state_->job->options->Clobber();
+  options.strict = state_->job->options->strict;
   state_->Begin(state_->frame.inputs.size(), "write " + BaseName(Output()));
   std::vector<std::string> warnings = VXIO_Write(Output(), world, options);
   state_->written = true;
-  state_->TellWarnings(warnings, VXIO_ErrorKind::Output);
+  state_->ReportWarnings(warnings, VXIO_ErrorKind::Output);
 }
 
 void JobFrame::Warn(const std::string& text) {
   const std::string& file = state_->frame.inputs.empty() ? Output() : Input(0);
-  state_->TellWarnings({file + ": " + text}, VXIO_ErrorKind::Output);
+  state_->ReportWarnings({file + ": " + text}, VXIO_ErrorKind::Output);
 }
 
 void JobFrame::Warn(const std::vector<std::string>& lines, VXIO_ErrorKind kind) {
-  state_->TellWarnings(lines, kind);
+  state_->ReportWarnings(lines, kind);
 }
 
 void JobFrame::Note(const std::string& text) {
   vxcli::Note((state_->frame.inputs.empty() ? Output() : Input(0)) + ": " + text);
 }
 
-void JobFrame::Say(const std::string& line) { state_->lines.push_back(line); }
+void JobFrame::Print(const std::string& line) { state_->lines.push_back(line); }
 
 VX_ProgressInfo* JobFrame::Progress() {
   return state_->progress ? state_->progress->Info() : nullptr;
 }
 
-nlohmann::ordered_json& JobFrame::Told() { return state_->told; }
+nlohmann::ordered_json& JobFrame::Record() { return state_->record; }
 
-void JobFrame::State::TellWarnings(const std::vector<std::string>& texts, VXIO_ErrorKind kind) {
+void JobFrame::State::ReportWarnings(const std::vector<std::string>& texts, VXIO_ErrorKind kind) {
   if (texts.empty()) return;
-  if (job->words->strict) throw VXIO_Error(kind, texts[0] + " (--strict)");
+  if (job->options->strict) throw VXIO_Error(kind, texts[0] + " (--strict)");
   vxcli::Warn(texts);
   for (const std::string& text : texts) warnings.push_back(text);
 }
@@ -94,11 +94,10 @@ void JobFrame::State::Begin(size_t step, const std::string& what) const {
 
 // --- memory --------------------------------------------------------------------------------------
 
-MemoryBudget::MemoryBudget(const Job& job, const JobOptions& options)
-    : job_(job), given_(options.memory.has_value()) {
-  const int64_t machine = int64_t{sysconf(_SC_PHYS_PAGES)} * sysconf(_SC_PAGESIZE);
-  limit_ = given_ ? *options.memory : machine / 2;
-}
+MemoryBudget::MemoryBudget(const Job& job)
+    : job_(job),
+      limit_(job.options->memory.value_or(int64_t{sysconf(_SC_PHYS_PAGES)} * sysconf(_SC_PAGESIZE) /
+                                          2)) {}
 
 int64_t MemoryBudget::Need(const PlannedFrame& frame) const {
   std::vector<VXIO_Info> infos;
@@ -115,23 +114,23 @@ int64_t MemoryBudget::Need(const PlannedFrame& frame) const {
       bytes += 2 * BytesOfWorld(info.width, info.height, info.depth);
     }
   }
-  if (given_ && bytes > limit_) {
+  if (job_.options->memory && bytes > limit_) {
     throw UsageError("--memory: a frame needs about " + BytesText(bytes) + ", the limit is " +
                      BytesText(limit_) + "; raise it");
   }
   return bytes;
 }
 
-void MemoryBudget::Take(int64_t bytes) {
+void MemoryBudget::Acquire(int64_t bytes) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return frames_ == 0 || taken_ + bytes <= limit_; });
-  taken_ += bytes;
+  changed_.wait(lock, [&] { return frames_ == 0 || acquired_ + bytes <= limit_; });
+  acquired_ += bytes;
   ++frames_;
 }
 
-void MemoryBudget::GiveBack(int64_t bytes) {
+void MemoryBudget::Release(int64_t bytes) {
   std::lock_guard lock(mutex_);
-  taken_ -= bytes;
+  acquired_ -= bytes;
   --frames_;
   changed_.notify_all();
 }

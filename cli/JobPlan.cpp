@@ -12,11 +12,11 @@ namespace vxcli {
 
 namespace {
 
-constexpr size_t kFramesTold = 8;  // pieces of a list of frames in a message
+constexpr size_t kMostPieces = 8;  // of a list of frames in a message
 
-VXIO_FramePattern Pattern(const std::string& word) {
+VXIO_FramePattern Pattern(const std::string& name) {
   try {
-    return VXIO_FramePattern(word);
+    return VXIO_FramePattern(name);
   } catch (const std::invalid_argument& error) {
     throw UsageError(error.what());
   }
@@ -28,9 +28,9 @@ std::string RealFolder(const std::string& path) {
   return realpath(folder.empty() ? "." : folder.c_str(), real) ? real : folder;
 }
 
-std::string Told(std::vector<int64_t> frames) {
+std::string FrameList(std::vector<int64_t> frames) {
   std::sort(frames.begin(), frames.end());
-  return (frames.size() == 1 ? "frame " : "frames ") + VXIO_FrameWords(frames, kFramesTold);
+  return (frames.size() == 1 ? "frame " : "frames ") + VXIO_FrameWords(frames, kMostPieces);
 }
 
 std::string Are(const std::vector<int64_t>& frames) {
@@ -39,7 +39,7 @@ std::string Are(const std::vector<int64_t>& frames) {
 
 [[noreturn]] void RefuseResume(const std::string& input) {
   throw UsageError("--resume: the output replaces the input " + input +
-                   ", so what is done cannot be told; write to another name");
+                   ", so finished frames cannot be recognised; write to another name");
 }
 
 bool Holds(const std::vector<int64_t>& rising, int64_t frame) {
@@ -48,55 +48,56 @@ bool Holds(const std::vector<int64_t>& rising, int64_t frame) {
 
 }  // namespace
 
-JobPlan::JobPlan(const Job& job, const JobOptions& options)
-    : output_word_(job.words->output), missing_(options.missing) {
-  ReadWords(job, options);
+JobPlan::JobPlan(const Job& job)
+    : output_name_(job.options->output), missing_(job.options->missing) {
+  FindPatterns(job);
   if (!sequence_) {
     frames_ = {0};
-    if (output_word_.empty()) return;
-    VXIO_CheckOutput(output_word_, options.clobber);
+    if (output_name_.empty()) return;
+    VXIO_CheckOutput(output_name_, job.options->Clobber());
     for (const Input& input : inputs_) {
       std::error_code none;
-      if (job.words->resume && std::filesystem::equivalent(input.word, output_word_, none)) {
-        RefuseResume(input.word);
+      if (job.options->resume && std::filesystem::equivalent(input.name, output_name_, none)) {
+        RefuseResume(input.name);
       }
     }
     return;
   }
-  FindFrames(job, options);
-  if (output_) JudgeOverlap(job.words->resume);
-  JudgeGaps(job.words->keep_going);
-  if (output_) JudgeOutputs(options);
+  FindFrames(job);
+  if (output_) CheckOverlap(job.options->resume);
+  CheckGaps(job.options->keep_going);
+  if (output_) CheckOutputs(job.options->Clobber());
 }
 
-void JobPlan::ReadWords(const Job& job, const JobOptions& options) {
-  bool odd_names = false;  // a file whose own name looks like a pattern
-  for (const std::string& word : job.inputs) {
-    Input input{word, std::nullopt, {}};
-    if (VXIO_FramePattern::IsPattern(word)) {
+void JobPlan::FindPatterns(const Job& job) {
+  const JobOptions& options = *job.options;
+  bool odd_names = false;  // a file has a name that looks like a pattern
+  for (const std::string& name : job.inputs) {
+    Input input{name, std::nullopt, {}};
+    if (VXIO_FramePattern::IsPattern(name)) {
       std::error_code none;
-      if (std::filesystem::exists(word, none)) {
+      if (std::filesystem::exists(name, none)) {
         odd_names = true;
       } else {
-        input.pattern = Pattern(word);
+        input.pattern = Pattern(name);
       }
     }
     inputs_.push_back(std::move(input));
   }
   const bool literal = odd_names && FirstPattern() == nullptr;
-  if (VXIO_FramePattern::IsPattern(output_word_) && !literal) output_ = Pattern(output_word_);
+  if (VXIO_FramePattern::IsPattern(output_name_) && !literal) output_ = Pattern(output_name_);
   const Input* input = FirstPattern();
   sequence_ = input || (output_ && (inputs_.empty() || !job.frames.empty()));
-  if (input && !output_word_.empty() && !output_) {
-    throw UsageError(output_word_ + ": the input " + input->word +
+  if (input && !output_name_.empty() && !output_) {
+    throw UsageError(output_name_ + ": the input " + input->name +
                      " is a sequence, so the output must be one too; name it like out.####.png");
   }
   if (!sequence_ && output_) {
-    throw UsageError(output_word_ + ": is a sequence, but the input " + inputs_[0].word +
+    throw UsageError(output_name_ + ": is a sequence, but the input " + inputs_[0].name +
                      " is a single file; name one file or make the input a pattern");
   }
   if (sequence_ && !input && !options.frames && job.frames.empty()) {
-    throw UsageError(output_word_ + ": is a sequence without an input; name its --frames");
+    throw UsageError(output_name_ + ": is a sequence without an input; name its --frames");
   }
   if (sequence_) return;
   auto needs_sequence = [](const char* option) {
@@ -105,7 +106,7 @@ void JobPlan::ReadWords(const Job& job, const JobOptions& options) {
   };
   if (options.frames) needs_sequence("--frames");
   if (options.missing != Missing::Error) needs_sequence("--missing");
-  if (!job.words->failed_list.empty()) needs_sequence("--failed-list");
+  if (!options.failed_list.empty()) needs_sequence("--failed-list");
 }
 
 const JobPlan::Input* JobPlan::FirstPattern() const {
@@ -115,18 +116,18 @@ const JobPlan::Input* JobPlan::FirstPattern() const {
   return nullptr;
 }
 
-void JobPlan::FindFrames(const Job& job, const JobOptions& options) {
+void JobPlan::FindFrames(const Job& job) {
   for (Input& input : inputs_) {
     if (!input.pattern) continue;
     input.on_disk = input.pattern->FramesOnDisk();
     if (!input.on_disk.empty()) continue;
     const std::string near = input.pattern->NearMiss();
     throw VXIO_Error(VXIO_ErrorKind::Input,
-                     input.word + ": no file fits this pattern" +
+                     input.name + ": no file fits this pattern" +
                          (near.empty() ? "; check the name" : "; did you mean " + near + "?"));
   }
-  if (options.frames) {
-    frames_ = *options.frames;
+  if (job.options->frames) {
+    frames_ = *job.options->frames;
     return;
   }
   if (!FirstPattern()) {
@@ -136,7 +137,7 @@ void JobPlan::FindFrames(const Job& job, const JobOptions& options) {
   const Input& input = *FirstPattern();
   const int64_t first = input.on_disk.front(), last = input.on_disk.back();
   if (last - first >= VXIO_MostFrames) {
-    throw UsageError(input.word + ": runs from " + std::to_string(first) + " to " +
+    throw UsageError(input.name + ": runs from " + std::to_string(first) + " to " +
                      std::to_string(last) + "; name the --frames to work on");
   }
   for (int64_t frame = first; frame <= last; ++frame) frames_.push_back(frame);
@@ -144,7 +145,7 @@ void JobPlan::FindFrames(const Job& job, const JobOptions& options) {
 
 bool JobPlan::Resolve(const Input& input, int64_t number, InputFile* file) const {
   if (!input.pattern) {
-    *file = {input.word};
+    *file = {input.name};
     return true;
   }
   *file = {input.pattern->Name(number)};
@@ -160,7 +161,7 @@ bool JobPlan::Resolve(const Input& input, int64_t number, InputFile* file) const
 PlannedFrame JobPlan::Frame(size_t index) const {
   PlannedFrame frame;
   frame.number = frames_[index];
-  if (!output_word_.empty()) frame.output = output_ ? output_->Name(frame.number) : output_word_;
+  if (!output_name_.empty()) frame.output = output_ ? output_->Name(frame.number) : output_name_;
   for (const Input& input : inputs_) {
     InputFile file;
     const bool there = Resolve(input, frame.number, &file);
@@ -177,13 +178,14 @@ PlannedFrame JobPlan::Frame(size_t index) const {
 std::vector<std::string> JobPlan::SingleFiles() const {
   std::vector<std::string> files;
   for (const Input& input : inputs_) {
-    if (!input.pattern) files.push_back(input.word);
+    if (!input.pattern) files.push_back(input.name);
   }
   return files;
 }
 
-// Gaps that nothing stands in for stop the whole job, unless it keeps going; the others are told.
-void JobPlan::JudgeGaps(bool keep_going) {
+// A missing frame without a substitute stops the job unless --keep-going is given. Substituted
+// frames are reported.
+void JobPlan::CheckGaps(bool keep_going) {
   static constexpr const char* kDone[] = {"", "skipped", "held from the frame before", "black"};
   std::unordered_set<int64_t> left_out;
   for (const Input& input : inputs_) {
@@ -198,26 +200,26 @@ void JobPlan::JudgeGaps(bool keep_going) {
     }
     if (!fatal.empty() && !keep_going) {
       throw VXIO_Error(VXIO_ErrorKind::Input,
-                       input.word + ": " + Told(fatal) + Are(fatal) + "missing" +
+                       input.name + ": " + FrameList(fatal) + Are(fatal) + "missing" +
                            (missing_ == Missing::Hold
                                 ? ", without an earlier frame to hold"
                                 : "; name other --frames or use --missing skip, hold or black"));
     }
     if (!gaps.empty()) {
-      notes_.push_back(input.word + ": " + Told(gaps) + Are(gaps) +
+      notes_.push_back(input.name + ": " + FrameList(gaps) + Are(gaps) +
                        "missing: " + kDone[static_cast<int>(missing_)]);
     }
   }
   if (missing_ == Missing::Skip && left_out.size() == frames_.size()) {
     throw VXIO_Error(VXIO_ErrorKind::Input,
-                     FirstPattern()->word + ": no frame is left to work on: all " +
+                     FirstPattern()->name + ": no frame is left to work on: all " +
                          std::to_string(frames_.size()) + " are missing; check --frames");
   }
 }
 
-void JobPlan::JudgeOutputs(const JobOptions& options) const {
+void JobPlan::CheckOutputs(VXIO_Clobber clobber) const {
   VXIO_CheckOutput(output_->Name(frames_[0]), VXIO_Clobber::Overwrite);
-  if (options.clobber != VXIO_Clobber::Refuse) return;
+  if (clobber != VXIO_Clobber::Refuse) return;
   const std::vector<int64_t> on_disk = output_->FramesOnDisk();
   std::vector<int64_t> existing;
   for (size_t i = 0; i < frames_.size(); ++i) {
@@ -227,18 +229,18 @@ void JobPlan::JudgeOutputs(const JobOptions& options) const {
   }
   if (existing.empty()) return;
   throw VXIO_Error(VXIO_ErrorKind::Output,
-                   output_word_ + ": " + Told(existing) +
+                   output_name_ + ": " + FrameList(existing) +
                        (existing.size() == 1 ? " exists" : " exist") +
                        " and may not be overwritten; choose another name or allow it");
 }
 
-// An output that replaces what another frame still reads would make the result depend on which of
-// the two came first.
-void JobPlan::JudgeOverlap(bool resume) const {
-  const std::string folder = RealFolder(output_word_);
+// Refuses an output that replaces an input of another frame: the result would depend on the order
+// of the two frames.
+void JobPlan::CheckOverlap(bool resume) const {
+  const std::string folder = RealFolder(output_name_);
   std::unordered_set<int64_t> written;
   for (const Input& input : inputs_) {
-    if (RealFolder(input.word) != folder) continue;
+    if (RealFolder(input.name) != folder) continue;
     if (written.empty()) written.insert(frames_.begin(), frames_.end());
     for (int64_t number : frames_) {
       InputFile file;
@@ -246,11 +248,11 @@ void JobPlan::JudgeOverlap(bool resume) const {
       const std::optional<int64_t> replaced = output_->FrameOf(file.path);
       if (!replaced || !written.contains(*replaced)) continue;
       if (*replaced != number) {
-        throw UsageError(output_word_ + ": frame " + std::to_string(*replaced) + " would replace " +
+        throw UsageError(output_name_ + ": frame " + std::to_string(*replaced) + " would replace " +
                          file.path + ", which frame " + std::to_string(number) +
                          " reads; write to another name");
       }
-      if (resume) RefuseResume(input.word);
+      if (resume) RefuseResume(input.name);
     }
   }
 }

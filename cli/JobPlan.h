@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Which frames a job has, what each reads and writes, and what is wrong with that before any work.
+// Which frames a job has and which files each reads and writes. Checked before any work.
 
 #include <cstdint>
 #include <optional>
@@ -11,7 +11,6 @@
 
 #include "Errors.h"
 #include "Job.h"
-#include "JobOptions.h"
 #include "VXIO/VXIO_Sequence.h"
 
 namespace vxcli {
@@ -28,43 +27,44 @@ struct PlannedFrame {
   Fate fate = Work;
   std::string why;  // of Fail
   std::vector<InputFile> inputs;
-  std::string output;  // empty for a job that only tells
+  std::string output;  // empty for a job that writes no picture
 };
 
 class JobPlan {
  public:
-  // Looks at folders, not into files. Throws UsageError for words that do not go together and
-  // VXIO_Error for gaps, outputs that exist and may not be overwritten, and when no frame is left.
-  JobPlan(const Job& job, const JobOptions& options);
+  // Reads folders, not files. Throws UsageError for options that contradict each other, and
+  // VXIO_Error for gaps, for outputs that exist and may not be overwritten, and if no frame is
+  // left.
+  explicit JobPlan(const Job& job);
 
   bool sequence() const { return sequence_; }
   size_t size() const { return frames_.size(); }
-  PlannedFrame Frame(size_t index) const;  // made anew each time: there may be millions
+  PlannedFrame Frame(size_t index) const;  // computed by each call: there may be millions
   const std::vector<int64_t>& frames() const { return frames_; }
-  const std::string& output() const { return output_word_; }
+  const std::string& output() const { return output_name_; }
   // Inputs that are one file for all frames.
   std::vector<std::string> SingleFiles() const;
-  // What to tell about gaps.
+  // Lines about gaps, for the user.
   const std::vector<std::string>& notes() const { return notes_; }
 
  private:
   struct Input {
-    std::string word;
+    std::string name;
     std::optional<VXIO_FramePattern> pattern;
     std::vector<int64_t> on_disk;  // frames, rising
   };
 
-  void ReadWords(const Job& job, const JobOptions& options);
-  void FindFrames(const Job& job, const JobOptions& options);
-  void JudgeGaps(bool keep_going);
-  void JudgeOutputs(const JobOptions& options) const;
-  void JudgeOverlap(bool resume) const;
+  void FindPatterns(const Job& job);
+  void FindFrames(const Job& job);
+  void CheckGaps(bool keep_going);
+  void CheckOutputs(VXIO_Clobber clobber) const;
+  void CheckOverlap(bool resume) const;
   const Input* FirstPattern() const;
-  // Sets the file of one input; false when the frame is missing and nothing stands in for it.
+  // Sets the file of one input. Returns false if the frame is missing and has no substitute.
   bool Resolve(const Input& input, int64_t number, InputFile* file) const;
 
   std::vector<Input> inputs_;
-  std::string output_word_;
+  std::string output_name_;
   std::optional<VXIO_FramePattern> output_;
   Missing missing_ = Missing::Error;
   bool sequence_ = false;

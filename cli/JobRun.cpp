@@ -1,8 +1,10 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// Runs a job: its frames on threads, what became of them in their order.
+// Runs a job: the frames on threads, the records in the order of the frames.
 
 #include "JobRun.h"
+
+#include <sched.h>
 
 #include <algorithm>
 #include <iostream>
@@ -12,6 +14,8 @@
 
 #include "JobResume.h"
 #include "VX/VX_Package.h"
+#include "VXIO/VXIO_Sequence.h"
+#include "Verbs.h"
 #include "host/VXHost.h"
 
 namespace vxcli {
@@ -22,9 +26,18 @@ constexpr const char* kStatusNames[] = {"not_run", "done",    "up_to_date",
                                         "planned", "missing", "failed"};
 constexpr int kStatuses = 6;
 
+int AllowedProcessors() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  const int count = sched_getaffinity(0, sizeof set, &set) == 0
+                        ? CPU_COUNT(&set)
+                        : static_cast<int>(std::thread::hardware_concurrency());
+  return std::clamp(count, 1, 512);
+}
+
 class Runner {
  public:
-  Runner(const Job& job, const JobOptions& options, const JobPlan& plan, Progress* progress);
+  Runner(const Job& job, const JobPlan& plan, Progress* progress);
 
   // Throws the failure of the first frame that failed, unless the job keeps going.
   int Run();
@@ -34,48 +47,47 @@ class Runner {
   bool Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* outcome);
   Outcome RunFrame(PlannedFrame frame);
   void RunWork(const PlannedFrame& frame, Outcome* outcome);
-  std::string MadeFrom(const PlannedFrame& frame) const;
-  void TellPlanned(const PlannedFrame& frame, Outcome* outcome) const;
+  std::string Fingerprint(const PlannedFrame& frame) const;
+  void DescribePlan(const PlannedFrame& frame, Outcome* outcome) const;
   void Finish(size_t index, int64_t number, Outcome outcome);
   void Print(const Outcome& outcome) const;
   int Conclude();
-  std::string Summary() const;
+  nlohmann::ordered_json Settings(RecordFor use) const;
 
   const Job& job_;
-  const JobWords& words_;
   const JobOptions& options_;
   const JobPlan& plan_;
   Progress* progress_;
-  int threads_;
+  int allowed_threads_, threads_;
   MemoryBudget budget_;
   std::unique_ptr<ResumeStore> store_;
 
-  std::mutex next_mutex_;  // frames start one after the other, so that memory goes by their order
+  std::mutex next_mutex_;  // frames start, and get memory, in their order
   size_t next_ = 0;
   std::mutex mutex_;  // over everything below
   bool stop_ = false;
-  std::map<size_t, Outcome> waiting_;  // done before an earlier frame was
+  std::map<size_t, Outcome> waiting_;  // finished before an earlier frame
   size_t printed_ = 0, begun_ = 0;
   size_t counts_[kStatuses] = {};
   std::vector<std::pair<size_t, int64_t>> failed_;  // index and number
   std::pair<size_t, Failure> first_failure_{SIZE_MAX, {kDone, ""}};
 };
 
-Runner::Runner(const Job& job, const JobOptions& options, const JobPlan& plan, Progress* progress)
+Runner::Runner(const Job& job, const JobPlan& plan, Progress* progress)
     : job_(job),
-      words_(*job.words),
-      options_(options),
+      options_(*job.options),
       plan_(plan),
       progress_(progress),
+      allowed_threads_(options_.threads ? *options_.threads : AllowedProcessors()),
       threads_(static_cast<int>(
-          std::min<size_t>(job.parallel ? static_cast<size_t>(options.threads) : 1, plan.size()))),
-      budget_(job, options) {
-  if (plan.sequence() || options.threads_given) VXIO_SetThreads(options.threads / threads_);
-  if (words_.resume) {
+          std::min<size_t>(job.parallel ? static_cast<size_t>(allowed_threads_) : 1, plan.size()))),
+      budget_(job) {
+  if (plan.sequence() || options_.threads) VXIO_SetThreads(allowed_threads_ / threads_);
+  if (options_.resume) {
     const std::string& output = plan.output();
     store_ = std::make_unique<ResumeStore>(
         plan.sequence() ? VXIO_FramePattern(output).Spelled() : output,
-        words_.dry_run ? ResumeStore::ReadOnly : ResumeStore::ReadAndAdd);
+        options_.dry_run ? ResumeStore::ReadOnly : ResumeStore::ReadAndAdd);
   }
 }
 
@@ -86,15 +98,15 @@ int Runner::Run() {
       threads.emplace_back([this] { Work(); });
     }
   } catch (const std::system_error&) {
-    // Fewer threads than were allowed do the same work.
+    // The threads that were started do all the work.
   }
   Work();
   for (std::thread& thread : threads) thread.join();
   return Conclude();
 }
 
-// Takes the next frame and the memory for it; false when there is none. What goes wrong is the
-// frame's own failure.
+// Selects the next frame and acquires memory for it. Returns false if no frame is left. An error is
+// recorded as the failure of the frame.
 bool Runner::Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* outcome) {
   std::lock_guard lock(next_mutex_);
   {
@@ -111,7 +123,7 @@ bool Runner::Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* o
       outcome->failure = Describe(std::current_exception());
     }
   }
-  budget_.Take(*bytes);
+  budget_.Acquire(*bytes);
   std::lock_guard state(mutex_);
   if (plan_.sequence()) {
     progress_->Begin(static_cast<int>(begun_++), static_cast<int>(plan_.size()),
@@ -129,36 +141,36 @@ void Runner::Work() {
     if (!Next(&index, &frame, &bytes, &outcome)) return;
     const int64_t number = frame.number;
     if (outcome.status == Outcome::NotRun) outcome = RunFrame(std::move(frame));
-    budget_.GiveBack(bytes);
+    budget_.Release(bytes);
     Finish(index, number, std::move(outcome));
   }
 }
 
 Outcome Runner::RunFrame(PlannedFrame frame) {
   Outcome outcome;
-  nlohmann::ordered_json& told = outcome.told;
+  nlohmann::ordered_json& record = outcome.record;
   if (frame.fate == PlannedFrame::Skip) {
     outcome.status = Outcome::Missing;
     return outcome;
   }
-  told["inputs"] = nlohmann::ordered_json::array();
+  record["inputs"] = nlohmann::ordered_json::array();
   for (const InputFile& file : frame.inputs) {
-    told["inputs"].push_back(file.black ? "black like " + file.path : file.path);
+    record["inputs"].push_back(file.black ? "black like " + file.path : file.path);
   }
-  if (!frame.output.empty()) told["output"] = frame.output;
+  if (!frame.output.empty()) record["output"] = frame.output;
   try {
     if (frame.fate == PlannedFrame::Fail) throw VXIO_Error(VXIO_ErrorKind::Input, frame.why);
-    static_cast<void>(VXHost_TakeReports());  // none of an earlier frame on this thread
+    static_cast<void>(VXHost_TakeReports());  // discards reports about an earlier frame
     std::string made_from;
     if (store_) {
-      // Before the inputs are read: when they change meanwhile, the frame will be done again.
-      made_from = MadeFrom(frame);
+      // Before the inputs are read: if they change meanwhile, the next run does the frame again.
+      made_from = Fingerprint(frame);
       if (store_->IsDone(frame.number, made_from, frame.output)) {
         outcome.status = Outcome::UpToDate;
       }
     }
-    if (words_.dry_run) {
-      TellPlanned(frame, &outcome);
+    if (options_.dry_run) {
+      DescribePlan(frame, &outcome);
     } else if (outcome.status != Outcome::UpToDate) {
       RunWork(frame, &outcome);
       if (store_ && !store_->Add(frame.number, made_from, frame.output)) {
@@ -174,22 +186,21 @@ Outcome Runner::RunFrame(PlannedFrame frame) {
 }
 
 void Runner::RunWork(const PlannedFrame& frame, Outcome* outcome) {
-  JobFrame::State state{&job_, &options_, &plan_, frame, threads_ > 1 ? nullptr : progress_,
-                        {},    {},        {},     false};
+  JobFrame::State state{&job_, &plan_, frame, threads_ > 1 ? nullptr : progress_,
+                        {},    {},     {},    false};
   JobFrame job_frame(&state);
   job_.work(job_frame);
   if (!frame.output.empty() && !state.written) throw std::logic_error("nothing was written");
   outcome->status = Outcome::Done;
   outcome->lines = std::move(state.lines);
-  if (!state.told.is_null()) outcome->told.update(state.told);
-  if (!state.warnings.is_null()) outcome->told["warnings"] = std::move(state.warnings);
+  if (!state.record.is_null()) outcome->record.update(state.record);
+  if (!state.warnings.is_null()) outcome->record["warnings"] = std::move(state.warnings);
 }
 
-// Everything that a frame's pixels come from.
-std::string Runner::MadeFrom(const PlannedFrame& frame) const {
+// The fingerprint of everything that decides the pixels of a frame.
+std::string Runner::Fingerprint(const PlannedFrame& frame) const {
   std::string text = "vx " VX_PROJECT_VERSION " " + std::to_string(VX_PKG_VERSION) + "\n" +
-                     job_.settings + (words_.strict ? "\nstrict" : "") + "\n" +
-                     std::to_string(frame.number);
+                     Settings(RecordFor::Fingerprint).dump() + "\n" + std::to_string(frame.number);
   if (plan_.sequence() && job_.frame_settings) text += "\n" + job_.frame_settings(frame.number);
   for (const InputFile& file : frame.inputs) {
     text += (file.black ? "\nblack " : "\n") + FingerprintOfFile(file.path);
@@ -197,7 +208,7 @@ std::string Runner::MadeFrom(const PlannedFrame& frame) const {
   return FingerprintOfText(text);
 }
 
-void Runner::TellPlanned(const PlannedFrame& frame, Outcome* outcome) const {
+void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
   std::string line = plan_.sequence() ? "frame " + std::to_string(frame.number) + ":" : "would";
   for (size_t i = 0; i < frame.inputs.size(); ++i) {
     const InputFile& file = frame.inputs[i];
@@ -205,7 +216,7 @@ void Runner::TellPlanned(const PlannedFrame& frame, Outcome* outcome) const {
     line += (i == 0 ? " read " : " and ") + file.path + (file.black ? " for its size, black" : "");
   }
   if (!frame.output.empty()) {
-    VXIO_CheckOutput(frame.output, options_.clobber);
+    VXIO_CheckOutput(frame.output, options_.Clobber());
     line += (frame.inputs.empty() ? " write " : ", write ") + frame.output;
   }
   const bool up_to_date = outcome->status == Outcome::UpToDate;
@@ -214,17 +225,18 @@ void Runner::TellPlanned(const PlannedFrame& frame, Outcome* outcome) const {
   outcome->lines = {line};
 }
 
-// Counts a frame, tells of its failure at once and of the rest in the order of the frames.
+// Counts a frame. Prints its failure at once and its record in the order of the frames.
 void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
-  nlohmann::ordered_json told;
-  if (plan_.sequence()) told["frame"] = number;
-  told["status"] = kStatusNames[outcome.status];
+  nlohmann::ordered_json record;
+  if (plan_.sequence()) record["frame"] = number;
+  record["status"] = kStatusNames[outcome.status];
   if (outcome.status == Outcome::Failed) {
-    told["exit"] = outcome.failure.exit_code;
-    told["message"] = outcome.failure.text;
+    record["exit"] = outcome.failure.exit_code;
+    record["message"] = outcome.failure.text;
   }
-  if (!outcome.told.is_null()) told.update(outcome.told);
-  outcome.told = std::move(told);
+  if (!outcome.record.is_null()) record.update(outcome.record);
+  if (!plan_.sequence()) record["settings"] = Settings(RecordFor::Reader);
+  outcome.record = std::move(record);
 
   std::lock_guard lock(mutex_);
   ++counts_[outcome.status];
@@ -233,8 +245,8 @@ void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
       outcome.failure.text = "frame " + std::to_string(number) + ": " + outcome.failure.text;
     }
     failed_.emplace_back(index, number);
-    if (words_.keep_going && plan_.sequence()) Complain(outcome.failure.text);
-    if (!words_.keep_going) stop_ = true;
+    if (options_.keep_going && plan_.sequence()) PrintError(outcome.failure.text);
+    if (!options_.keep_going) stop_ = true;
     if (index < first_failure_.first) first_failure_ = {index, outcome.failure};
   }
   waiting_[index] = std::move(outcome);
@@ -245,41 +257,47 @@ void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
 }
 
 void Runner::Print(const Outcome& outcome) const {
-  if (!words_.json) {
+  if (!options_.json) {
     for (const std::string& line : outcome.lines) std::cout << line << '\n';
   } else if (plan_.sequence() || outcome.status != Outcome::Failed) {
-    PrintJson(outcome.told);
+    PrintJson(outcome.record);
   }
   std::cout.flush();
 }
 
-std::string Runner::Summary() const {
-  return std::to_string(failed_.size()) + " of " + std::to_string(plan_.size()) + " frames failed";
+nlohmann::ordered_json Runner::Settings(RecordFor use) const {
+  nlohmann::ordered_json record = {{"verb", job_.verb->name}};
+  record.update(SettingsRecord(job_.verb->options, job_.verb->parts, use));
+  return record;
 }
 
 int Runner::Conclude() {
-  for (const auto& [index, outcome] : waiting_) Print(outcome);  // beyond one that never ran
+  for (const auto& [index, outcome] : waiting_) Print(outcome);  // after one that never ran
   std::sort(failed_.begin(), failed_.end());
   std::vector<int64_t> numbers;
   for (const auto& [index, number] : failed_) numbers.push_back(number);
-  const bool some = words_.keep_going && plan_.sequence() && !failed_.empty();
-  const Failure result = some ? Failure{kSomeFailed, Summary() + ": " + VXIO_FrameWords(numbers)}
-                              : first_failure_.second;
-  if (words_.json && plan_.sequence()) {
-    nlohmann::ordered_json told = {{"summary", true}, {"frames", plan_.size()}};
+  const bool some = options_.keep_going && plan_.sequence() && !failed_.empty();
+  const Failure result =
+      some ? Failure{kSomeFailed, std::to_string(failed_.size()) + " of " +
+                                      std::to_string(plan_.size()) +
+                                      " frames failed: " + VXIO_FrameWords(numbers)}
+           : first_failure_.second;
+  if (options_.json && plan_.sequence()) {
+    nlohmann::ordered_json record = {{"summary", true}, {"frames", plan_.size()}};
     size_t rest = plan_.size();
     for (int status = Outcome::Done; status < kStatuses; ++status) {
-      told[kStatusNames[status]] = counts_[status];
+      record[kStatusNames[status]] = counts_[status];
       rest -= counts_[status];
     }
-    told[kStatusNames[Outcome::NotRun]] = rest;
-    told["exit"] = result.exit_code;
-    PrintJson(told);
+    record[kStatusNames[Outcome::NotRun]] = rest;
+    record["exit"] = result.exit_code;
+    record["settings"] = Settings(RecordFor::Reader);
+    PrintJson(record);
   }
-  if (!words_.failed_list.empty() && !words_.dry_run) {
+  if (!options_.failed_list.empty() && !options_.dry_run) {
     std::string list;
     for (int64_t number : numbers) list += std::to_string(number) + "\n";
-    VXIO_WriteText(words_.failed_list, list);
+    VXIO_WriteText(options_.failed_list, list);
   }
   if (result.exit_code != kDone) throw CarriedFailure(result);
   return kDone;
@@ -288,13 +306,13 @@ int Runner::Conclude() {
 }  // namespace
 
 int RunJob(const Job& job) {
-  const JobOptions options = ParseJobOptions(*job.words);
+  const JobOptions& options = *job.options;
   Progress progress(options.progress);
   int code = kDone;
   RunWith(&progress, [&] {
-    const JobPlan plan(job, options);
-    if (!job.words->failed_list.empty()) {
-      VXIO_CheckFile(job.words->failed_list, VXIO_Clobber::Overwrite);
+    const JobPlan plan(job);
+    if (!options.failed_list.empty()) {
+      VXIO_CheckFile(options.failed_list, VXIO_Clobber::Overwrite);
     }
     if (plan.sequence()) {
       if (job.frame_settings) {
@@ -303,10 +321,22 @@ int RunJob(const Job& job) {
       for (const std::string& file : plan.SingleFiles()) VXIO_ReadInfo(file);
     }
     for (const std::string& note : plan.notes()) Note(note);
-    code = Runner(job, options, plan, &progress).Run();
+    code = Runner(job, plan, &progress).Run();
     progress.Done(plan.output());
   });
   return code;
+}
+
+int RunJob(const Verb& verb, const JobOptions& options, const std::string& input,
+           std::function<void(JobFrame&)> work,
+           std::function<int64_t(const std::vector<VXIO_Info>&)> bytes) {
+  Job job;
+  job.verb = &verb;
+  job.options = &options;
+  if (!input.empty()) job.inputs = {input};
+  job.work = std::move(work);
+  job.bytes = std::move(bytes);
+  return RunJob(job);
 }
 
 }  // namespace vxcli

@@ -7,9 +7,9 @@
 #include <numeric>
 
 #include "Errors.h"
-#include "TextFile.h"
 #include "VX/VX_Convolve.h"
 #include "VXIO/VXIO_Picture.h"
+#include "Values.h"
 
 namespace vxcli {
 
@@ -138,7 +138,7 @@ int64_t SumOf(const std::vector<int32_t>& weights) {
 }
 
 Kernel ReadKernelFile(const std::string& path, KernelForm form) {
-  const std::string text = ReadText(path, "kernel", "rows of whole numbers");
+  const std::string text = ReadTextFile(path, "kernel", "rows of whole numbers");
   const std::vector<Block> blocks = Parser(path, text).Blocks();
   if (blocks.empty()) Refuse(path, "is empty; a kernel file is text, rows of whole numbers");
   if (blocks.size() != 1 && blocks.size() != 4) {

@@ -3,33 +3,34 @@
 #include "LayerPictures.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 #include "Errors.h"
 
 namespace vxcli {
 
-LayerInputs AddInputs(const std::string& file, const Drawing& drawing,
+LayerInputs AddInputs(const std::string& file, const DrawOptions& options,
                       std::vector<std::string>* inputs) {
-  LayerInputs places{inputs->size()};
+  LayerInputs added{inputs->size()};
   inputs->push_back(file);
-  if (!drawing.mask.empty()) {
-    places.mask = inputs->size();
-    inputs->push_back(drawing.mask);
+  if (!options.mask.empty()) {
+    added.mask = inputs->size();
+    inputs->push_back(options.mask);
   }
-  if (!drawing.matte.empty()) {
-    places.matte = inputs->size();
-    inputs->push_back(drawing.matte);
+  if (!options.matte.empty()) {
+    added.matte = inputs->size();
+    inputs->push_back(options.matte);
   }
-  return places;
+  return added;
 }
 
-std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInputs>& places) {
+std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInputs>& layers) {
   std::vector<int32_t> depths;
-  if (places.at(0).file > 0) depths.push_back(VXIO_ReadInfo(frame.Input(0)).depth);
-  for (const LayerInputs& place : places) {
-    depths.push_back(VXIO_ReadInfo(frame.Input(place.file)).depth);
-    for (const size_t weight : {place.mask, place.matte}) {
+  if (layers.at(0).file > 0) depths.push_back(VXIO_ReadInfo(frame.Input(0)).depth);
+  for (const LayerInputs& layer : layers) {
+    depths.push_back(VXIO_ReadInfo(frame.Input(layer.file)).depth);
+    for (const size_t weight : {layer.mask, layer.matte}) {
       if (weight == 0) continue;
       VXIO_ReadInfo(frame.Input(weight));
       depths.push_back(0);
@@ -38,17 +39,17 @@ std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInpu
   return depths;
 }
 
-int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& place, int32_t depth) {
+int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& layer, int32_t depth) {
   const auto twice = [&](size_t input) {
     return 2 * BytesOfWorld(infos[input].width, infos[input].height, depth);
   };
-  return twice(place.file) +
-         std::max(place.mask ? twice(place.mask) : 0, place.matte ? twice(place.matte) : 0);
+  return twice(layer.file) +
+         std::max(layer.mask ? twice(layer.mask) : 0, layer.matte ? twice(layer.matte) : 0);
 }
 
-Mask ReadMask(const Drawing& drawing, size_t place, const VX_World& below, JobFrame* frame) {
-  VXIO_Picture picture = frame->Read(place);
-  const std::string& file = frame->Input(place);
+Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& below, JobFrame* frame) {
+  VXIO_Picture picture = frame->Read(input);
+  const std::string& file = frame->Input(input);
   const int32_t depth = below.Depth(), own = VXp_WorldDepth(picture.world.get());
   if (own != depth) {
     Note(file + ": mask converted from " + std::to_string(own) + " to " + std::to_string(depth) +
@@ -57,10 +58,10 @@ Mask ReadMask(const Drawing& drawing, size_t place, const VX_World& below, JobFr
   Mask mask;
   mask.world = VXIO_ConvertDepth(std::move(picture.world), depth);
   mask.spec.world = mask.world.get();
-  mask.spec.offsetH = static_cast<int16_t>(drawing.mask_at.x);
-  mask.spec.offsetV = static_cast<int16_t>(drawing.mask_at.y);
+  mask.spec.offsetH = static_cast<int16_t>(options.mask_at.value_or(Point{}).x);
+  mask.spec.offsetV = static_cast<int16_t>(options.mask_at.value_or(Point{}).y);
   mask.spec.what =
-      drawing.mask_use.value_or(picture.has_alpha ? VX_MaskUse_Alpha : VX_MaskUse_Luma);
+      options.mask_use.value_or(picture.has_alpha ? VX_MaskUse_Alpha : VX_MaskUse_Luma);
   if (mask.world->width != below.width || mask.world->height != below.height) {
     Note(file + ": mask is " + std::to_string(mask.world->width) + " x " +
          std::to_string(mask.world->height) + ", the background " + std::to_string(below.width) +
@@ -71,23 +72,23 @@ Mask ReadMask(const Drawing& drawing, size_t place, const VX_World& below, JobFr
 }
 
 // Multiplies the layer's alpha by its matte.
-void ApplyMatte(const Drawing& drawing, size_t place, JobFrame* frame, VX_World* world,
-                nlohmann::ordered_json* told) {
-  const std::string& file = frame->Input(place);
-  const VXIO_Picture picture = frame->Read(place, world->Depth());
+void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_World* world,
+                nlohmann::ordered_json* record) {
+  const std::string& file = frame->Input(input);
+  const VXIO_Picture picture = frame->Read(input, world->Depth());
   const int32_t use =
-      drawing.matte_use.value_or(picture.has_alpha ? VX_Matte_Alpha : VX_Matte_Luma);
+      options.matte_use.value_or(picture.has_alpha ? VX_Matte_Alpha : VX_Matte_Luma);
   if (picture.world->width != world->width || picture.world->height != world->height) {
     Note(file + ": matte is " + std::to_string(picture.world->width) + " x " +
          std::to_string(picture.world->height) + ", its layer " + std::to_string(world->width) +
-         " x " + std::to_string(world->height) + "; beyond the matte it counts as " +
+         " x " + std::to_string(world->height) + "; outside of the matte it counts as " +
          (use & 1 ? "full" : "0"));
   }
   const UnoPtr matte = MatteOfSize(*picture.world, use, world->width, world->height, file);
-  Soften(drawing.feather, frame->Progress(), matte.get(), file);
+  Soften(options.feather, frame->Progress(), matte.get(), file);
   Check(VX_MergeMaskAlpha(frame->Progress(), 0, 0, nullptr, matte.get(), nullptr, world), file);
-  (*told)["matte"] = file;
-  (*told)["matte_use"] = MatteUseName(use);
+  (*record)["matte"] = file;
+  (*record)["matte_use"] = MatteUses()[static_cast<size_t>(use)];
 }
 
 }  // namespace vxcli

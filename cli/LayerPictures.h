@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The pictures that a layer is drawn from, among the inputs of a job: itself, its mask, its matte.
+// The inputs of a job that a layer is drawn from: its picture, its mask and its matte.
 
 #include <cstddef>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -14,33 +14,33 @@
 
 namespace vxcli {
 
-// Their places among the inputs; for mask and matte 0 stands for none.
+// Indices of inputs; 0 for no mask or no matte.
 struct LayerInputs {
   size_t file, mask = 0, matte = 0;
 };
 
-// Adds them to the inputs.
-LayerInputs AddInputs(const std::string& file, const Drawing& drawing,
+// Adds the files of a layer to the inputs.
+LayerInputs AddInputs(const std::string& file, const DrawOptions& options,
                       std::vector<std::string>* inputs);
 
 // The depths of the frame's files, in their order, 0 for masks and mattes. The first file is the
-// background or, where there is none, the first layer. Headers only, so that a file that cannot be
-// read is known before any work is done.
-std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInputs>& places);
+// background or, if there is none, the first layer. Reads only headers, to find files that cannot
+// be read before any work is done.
+std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInputs>& layers);
 
-// Bytes while a layer is drawn: it and its mask or matte, each at two depths while it is read.
-int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& place, int32_t depth);
+// The bytes held while a layer is drawn: the layer and its mask or matte, each at two depths.
+int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& layer, int32_t depth);
 
 struct Mask {
   VXIO_WorldPtr world;
   VX_MaskSpec spec{};
 };
 
-// `below` is what the layer is drawn on.
-Mask ReadMask(const Drawing& drawing, size_t place, const VX_World& below, JobFrame* frame);
+// Reads the mask of a layer that is drawn on `below`.
+Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& below, JobFrame* frame);
 
-// Multiplies the layer's alpha by its matte. `told` is what the frame tells about the layer.
-void ApplyMatte(const Drawing& drawing, size_t place, JobFrame* frame, VX_World* world,
-                nlohmann::ordered_json* told);
+// Multiplies the layer's alpha by its matte. `record` is that of the layer.
+void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_World* world,
+                nlohmann::ordered_json* record);
 
 }  // namespace vxcli

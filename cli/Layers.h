@@ -2,66 +2,45 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The layers of `vx composite`, whose options stand after their --layer, and what `vx transform`
-// has of these options: how a picture is drawn.
+// Options of a layer of `vx composite`, and those of them that `vx transform` has too.
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "Mattes.h"
+#include "Options.h"
 #include "VX/VX_Transfer.h"
-#include "Values.h"
 
 namespace vxcli {
 
-// How a picture is drawn, as it was typed.
-struct DrawWords {
-  std::string mode = "in-front", opacity = "1", seed = "0", mask, mask_use, mask_at = "0,0";
-  std::string field = "both", matte, matte_use, feather, feather_kind;
-  bool keep_alpha = false;
-};
-
-// `group` is the heading over them in the help.
-void AddDrawOptions(CLI::App* app, const std::string& group, DrawWords* words);
-
-// The words of one layer.
-struct LayerWords : DrawWords {
-  std::string file, at = "0,0", rect;
-};
-
-// Declares the options on an app: on the verb's for its help, on one per layer for parsing.
-void AddLayerOptions(CLI::App* app, LayerWords* words);
-
-// Takes the groups that begin with --layer out of the arguments of `vx composite`. Throws
-// UsageError for an option of a layer that stands before any --layer.
-std::vector<std::vector<std::string>> TakeLayers(std::vector<std::string>* arguments);
-
-struct Drawing {
+// How a layer is drawn.
+struct DrawOptions {
   Mode mode{};
   double opacity = 1;
   int32_t seed = 0;
   bool keep_alpha = false;
   std::string mask;
-  std::optional<int32_t> mask_use;  // VX_MaskUse_...; without one the mask picture decides
-  Point mask_at;
+  std::optional<int32_t> mask_use;  // VX_MaskUse_...; the default depends on the mask
+  std::optional<Point> mask_at;
   int32_t field = VX_Field_Both;
-  std::string matte;                 // a picture that the layer's own alpha is multiplied by
-  std::optional<int32_t> matte_use;  // VX_Matte_...; without one the picture decides
+  std::string matte;                 // a picture that the alpha of the layer is multiplied by
+  std::optional<int32_t> matte_use;  // VX_Matte_...; the default depends on the matte
   Feather feather;                   // of the matte
 };
 
-struct Layer : Drawing {
+struct LayerOptions : DrawOptions {
   std::string file;
   Point at;
   std::optional<M_Rect> rect;
 };
 
-// Both throw UsageError.
-Drawing ParseDrawing(const DrawWords& words);
-Layer ParseLayer(const std::vector<std::string>& group);
+OptionList DrawOptionList(DrawOptions* to);
+OptionList LayerOptionList(LayerOptions* to);
 
+// Throws UsageError for options that need another one.
+void CheckDrawOptions(const DrawOptions& options);
+
+// The name of VX_MaskUse_...
 const char* MaskUseName(int32_t use);
 
 }  // namespace vxcli

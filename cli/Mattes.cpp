@@ -3,17 +3,10 @@
 #include "Mattes.h"
 
 #include "Errors.h"
-#include "Values.h"
 
 namespace vxcli {
 
 namespace {
-
-const std::vector<std::string>& Uses() {
-  static const std::vector<std::string> uses = {"alpha", "inverse-alpha", "luma", "inverse-luma",
-                                                "red",   "green",         "blue"};
-  return uses;
-}
 
 VX_Err FillWith(bool full, VX_UnoBuffer* buffer) {
   if (buffer->depth == 8) return VX_FillUnoBuffer(full ? 255 : 0, buffer);
@@ -49,26 +42,30 @@ UnoPtr MatteOfSize(const VX_World& world, int32_t what, int32_t width, int32_t h
   return matte;
 }
 
-int32_t ParseMatteUse(const std::string& option, const std::string& word) {
-  return ParseChoice(option, word, Uses());
+const std::vector<std::string>& MatteUses() {
+  static const std::vector<std::string> uses = {"alpha", "inverse-alpha", "luma", "inverse-luma",
+                                                "red",   "green",         "blue"};
+  return uses;
 }
 
-const char* MatteUseName(int32_t what) { return Uses()[static_cast<size_t>(what)].c_str(); }
+const std::vector<std::string>& FeatherKinds() {
+  static const std::vector<std::string> kinds = {"box", "soft", "gaussian"};
+  return kinds;
+}
 
-Feather ParseFeather(const std::string& option, const std::string& radius,
-                     const std::string& kind) {
-  Feather feather;
-  if (!radius.empty()) feather.radius = ParseNumber(option, radius, 0, 32767);
-  if (kind.empty()) return feather;
-  if (radius.empty()) throw UsageError(option + "-kind: means nothing without " + option + " R");
-  feather.kind = ParseChoice(option + "-kind", kind, {"box", "soft", "gaussian"});
-  return feather;
+void CheckFeather(const Feather& feather) {
+  if (feather.kind && !feather.radius) {
+    throw UsageError("--feather-kind: means nothing without --feather R");
+  }
 }
 
 void Soften(const Feather& feather, VX_ProgressInfo* progress, VX_UnoBuffer* matte,
             const std::string& file) {
-  if (feather.radius == 0) return;
-  Check(VX_FeatherUnoBuffer(progress, feather.kind, feather.radius, feather.radius, matte), file);
+  const double radius = feather.radius.value_or(0);
+  if (radius == 0) return;
+  Check(
+      VX_FeatherUnoBuffer(progress, feather.kind.value_or(VX_Feather_Soft), radius, radius, matte),
+      file);
 }
 
 }  // namespace vxcli

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// One-channel buffers made of pictures, as `vx matte` and the mattes of layers need them.
+// One-channel buffers made from pictures, for `vx matte` and the mattes of layers.
 
 #include <memory>
 #include <optional>
@@ -18,29 +18,31 @@ struct DisposeUno {
 };
 using UnoPtr = std::unique_ptr<VX_UnoBuffer, DisposeUno>;
 
-// Samples are not cleared. All three throw VX_Err or LibraryError; `file` is named in it.
+// Samples are not cleared. The three functions throw VX_Err, or LibraryError with the name `file`.
 UnoPtr NewUno(int32_t width, int32_t height, int32_t depth);
 
-// What of a picture is taken (VX_Matte_...), at its size and depth.
+// The channel `what` (VX_Matte_...) of a picture, at its size and depth.
 UnoPtr MatteOf(const VX_World& world, int32_t what, const std::string& file);
 
-// The same at a size of the caller's: the corner at (0, 0), and beyond the picture 0, or full scale
-// for the inverse uses.
+// The channel at another size, with the corner of the picture at (0, 0). Outside of the picture it
+// is 0, or full scale for the inverse uses.
 UnoPtr MatteOfSize(const VX_World& world, int32_t what, int32_t width, int32_t height,
                    const std::string& file);
 
 // --- options -------------------------------------------------------------------------------------
 
-// alpha, inverse-alpha, luma, inverse-luma, red, green, blue as VX_Matte_...
-int32_t ParseMatteUse(const std::string& option, const std::string& word);
-const char* MatteUseName(int32_t what);
+// The names of VX_Matte_... and of VX_Feather_..., in their order.
+const std::vector<std::string>& MatteUses();
+const std::vector<std::string>& FeatherKinds();
+
+inline constexpr double kLargestFeather = 32767;
 
 struct Feather {
-  double radius = 0;
-  int32_t kind = VX_Feather_Soft;
+  std::optional<double> radius;
+  std::optional<int32_t> kind;  // VX_Feather_Soft without one
 };
-// Empty words are the defaults. `option` is that of the radius.
-Feather ParseFeather(const std::string& option, const std::string& radius, const std::string& kind);
+// Throws UsageError for a kind without a radius.
+void CheckFeather(const Feather& feather);
 void Soften(const Feather& feather, VX_ProgressInfo* progress, VX_UnoBuffer* matte,
             const std::string& file);
 

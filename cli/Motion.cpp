@@ -5,71 +5,17 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numbers>
-#include <set>
 #include <span>
 
 #include "Errors.h"
 #include "VX/VX_CallbackBlock.h"
-#include "Values.h"
 
 namespace vxcli {
 
 namespace {
 
 constexpr size_t kMatrixNumbers = 9;
-constexpr double kMostSkew = 89.999;
 constexpr int32_t kFewestSamples = 16, kDefaultMostSamples = 128, kDraftSamples = 8;
-
-// --- words ---------------------------------------------------------------------------------------
-
-void AddPlaceOptions(CLI::App* app, std::string* unused) {
-  const std::string group = "Where the layer lands; again after --to for the end of a motion";
-  const auto add = [&](const char* name, const char* type, const char* text) {
-    app->add_option(name, *unused, text)->type_name(type)->group(group);
-  };
-  add("--anchor", "X,Y",
-      "Point of the layer that scale, skew and rotation leave where it is, or 'center': pixels, "
-      "0,0 is the middle of the first [center]");
-  add("--scale", "S|SX,SY", "Factors; below 0 mirrored [1]");
-  add("--skew", "X,Y",
-      "Degrees that the columns and the rows lean by, -89.999 to 89.999: x grows by tan(X) times "
-      "y, "
-      "y by tan(Y) times x [0,0]");
-  add("--rotate", "DEG", "Degrees, clockwise; more than 360 are whole turns of a motion [0]");
-  add("--translate", "X,Y",
-      "Then pixels to the right and down, fractions too; 0,0 leaves the corner of the layer on "
-      "that of the picture [0,0]");
-  add("--matrix", "N...",
-      "In place of all these: nine numbers, with commas or blanks between them, that take (x y 1) "
-      "of the layer as a row to the picture, so that 1,0,0,0,1,0,X,Y,1 moves by X,Y");
-}
-
-bool IsPlaceOption(const std::string& name) {
-  static const std::set<std::string> names = {"--anchor", "--scale",     "--skew",
-                                              "--rotate", "--translate", "--matrix"};
-  return names.contains(name);
-}
-
-// Also those that are refused for being none; not -o, and not an option.
-bool LooksLikeNumbers(const std::string& word) {
-  const size_t first = std::min(word.find_first_not_of("+-"), word.size());
-  return word.find_first_of(".0123456789", first) == first || word.compare(first, 3, "nan") == 0 ||
-         word.compare(first, 3, "inf") == 0;
-}
-
-// The value of --matrix may be nine words.
-void TakeMatrix(const std::vector<std::string>& arguments, size_t* at, std::string* value) {
-  const auto numbers = [&] {
-    const auto commas = static_cast<size_t>(std::count(value->begin(), value->end(), ','));
-    return value->ends_with(',') ? commas : commas + 1;
-  };
-  while (numbers() < kMatrixNumbers && *at + 1 < arguments.size() &&
-         LooksLikeNumbers(arguments[*at + 1])) {
-    if (!value->ends_with(',')) *value += ',';
-    *value += arguments[++*at];
-  }
-}
 
 // --- the way between two places ------------------------------------------------------------------
 
@@ -178,106 +124,6 @@ bool HasExtent(const M_Matrix3& matrix) {
 }
 
 }  // namespace
-
-void AddMotionOptions(CLI::App* app, MotionWords* unused) {
-  AddPlaceOptions(app, &unused->start.emplace_back());
-  app->add_flag("--to", unused->moves,
-                "What follows of the options above is the end of a motion; what is not named again "
-                "stays as it is at the start")
-      ->group("Motion");
-}
-
-MotionWords TakeMotion(std::vector<std::string>* arguments) {
-  MotionWords words;
-  std::vector<std::string> rest;
-  for (size_t i = 0; i < arguments->size(); ++i) {
-    const std::string& word = (*arguments)[i];
-    const size_t equals = word.find('=');
-    const std::string name = word.substr(0, equals);
-    if (word == "--to") {
-      if (words.moves) throw UsageError("--to: stands once; --path takes longer motions");
-      words.moves = true;
-    } else if (!IsPlaceOption(name)) {
-      rest.push_back(word);
-    } else {
-      const auto is_value = [](const std::string& next) {
-        return !next.starts_with('-') || LooksLikeNumbers(next);
-      };
-      if (equals == std::string::npos &&
-          (i + 1 == arguments->size() || !is_value((*arguments)[i + 1]))) {
-        throw UsageError(name + ": needs a value after it");
-      }
-      std::string value = equals == std::string::npos ? (*arguments)[++i] : word.substr(equals + 1);
-      if (name == "--matrix") TakeMatrix(*arguments, &i, &value);
-      (words.moves ? words.end : words.start).push_back(name + "=" + value);
-    }
-  }
-  *arguments = rest;
-  return words;
-}
-
-// --- a place -------------------------------------------------------------------------------------
-
-Place ParsePlace(const std::vector<std::string>& words, const Place& base) {
-  Place place = base;
-  std::set<std::string> given;
-  for (const std::string& word : words) {
-    const size_t equals = word.find('=');
-    const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
-    if (!given.insert(name).second) {
-      throw UsageError(name + ": is there twice; a place takes it once");
-    }
-    const auto two = [&](const std::string& text, double* x, double* y) {
-      const std::vector<double> numbers = ParseNumbers(name, text, 2);
-      *x = numbers[0];
-      *y = numbers[1];
-    };
-    VX_TransformParts& parts = place.parts;
-    if (name == "--matrix") {
-      const std::vector<double> numbers = ParseNumbers(name, value, kMatrixNumbers);
-      std::ranges::copy(numbers, place.matrix.emplace().m);
-    } else if (name == "--anchor") {
-      place.anchor.reset();
-      if (value != "center") {
-        if (value.find(',') == std::string::npos) {
-          throw UsageError(name + " '" + value + "': must be two numbers X,Y or center");
-        }
-        two(value, &place.anchor.emplace().first, &place.anchor->second);
-      }
-    } else if (name == "--scale") {
-      const bool one = value.find(',') == std::string::npos;
-      if (std::ranges::count(value, ',') > 1) {
-        throw UsageError(name + " '" + value + "': must be one number S or two SX,SY");
-      }
-      two(one ? value + "," + value : value, &parts.scale_x, &parts.scale_y);
-    } else if (name == "--skew") {
-      two(value, &parts.skew_x, &parts.skew_y);
-      for (double* skew : {&parts.skew_x, &parts.skew_y}) {
-        if (std::fabs(*skew) > kMostSkew) {
-          throw UsageError(name + " '" + value + "': must be degrees from -89.999 to 89.999");
-        }
-        *skew = std::tan(*skew * (std::numbers::pi / 180));
-      }
-    } else if (name == "--rotate") {
-      parts.rotation = ParseNumbers(name, value, 1)[0];
-    } else {
-      two(value, &parts.translate_x, &parts.translate_y);
-    }
-    place.has_parts |= name != "--matrix";
-  }
-  if (place.matrix && place.has_parts) {
-    throw UsageError(
-        "--matrix: stands alone, at both ends of a motion, without --translate, --rotate and the "
-        "like");
-  }
-  return place;
-}
-
-void CheckEnds(const Place& start, const Place& end) {
-  if ((start.matrix && end.has_parts) || (end.matrix && start.has_parts)) {
-    throw UsageError("--matrix: a motion has it at both ends or at neither");
-  }
-}
 
 // --- a motion ------------------------------------------------------------------------------------
 

@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "Errors.h"
-#include "TextFile.h"
 #include "VXIO/VXIO_Picture.h"
 #include "VXIO/VXIO_Sequence.h"
 #include "Values.h"
@@ -32,19 +31,20 @@ std::vector<std::string> WordsOf(const std::string& line) {
 
 Place PlaceOf(const std::string& line, const Place& base) {
   std::vector<std::string> words = WordsOf(line);
-  const MotionWords taken = TakeMotion(&words);
-  if (taken.moves) throw UsageError("--to: the next line is where the motion goes");
-  if (!words.empty()) {
-    throw UsageError("'" + words[0] +
-                     "': must be --anchor, --scale, --skew, --rotate, --translate or --matrix");
-  }
-  return ParsePlace(taken.start, base);
+  Place place = base;
+  Parts parts{"--to", "place", true, PlaceOptionList(&place), nullptr};
+  parts.add = [&] { return PlaceOptionList(&place); };
+  TakeParts(&parts, &words);
+  if (words.empty()) return place;
+  if (words[0] == "--to") throw UsageError("--to: the next line is where the motion goes");
+  throw UsageError("'" + words[0] +
+                   "': must be --anchor, --scale, --skew, --rotate, --translate or --matrix");
 }
 
 }  // namespace
 
 MotionPath::MotionPath(const std::string& file, const Place& base, int64_t first) : file_(file) {
-  Read(ReadText(file, "path", "a line of options for each frame"), base, first);
+  Read(ReadTextFile(file, "path", "a line of options for each frame"), base, first);
   if (lines_.empty()) {
     throw VXIO_Error(VXIO_ErrorKind::Input, file + ": holds no line; one is needed for each frame");
   }
@@ -112,7 +112,7 @@ Motion MotionPath::At(int64_t frame) const {
   return motion;
 }
 
-std::string MotionPath::Words(int64_t frame) const {
+std::string MotionPath::Settings(int64_t frame) const {
   const auto next = lines_.find(frame + 1);
   return Find(frame).words + "\n" + (next == lines_.end() ? "" : next->second.words);
 }

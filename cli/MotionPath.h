@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The file of --path: places of a layer, one line a frame. docs/transform.md tells users its form.
+// The file of --path: places of a layer, one line for each frame. docs/transform.md explains the
+// form to users.
 
 #include <map>
 #include <string>
@@ -14,18 +15,19 @@ namespace vxcli {
 
 class MotionPath {
  public:
-  // What a line does not name is as in `base`; the first line is frame `first` unless it says
-  // another. Throws VXIO_Error (Input) that names the line.
+  // Options that a line does not have are those of `base`. The first line is frame `first` unless
+  // it has a number. Throws VXIO_Error (Input) with the number of the line.
   MotionPath(const std::string& file, const Place& base, int64_t first);
 
-  std::vector<int64_t> Frames() const;  // rising
+  std::vector<int64_t> Frames() const;  // ascending
 
   // Both throw VXIO_Error (Input) for a frame without a line.
 
-  // From the place of a frame to that of the next; without an end where there is no next line.
+  // The motion from the place of a frame to that of the next; without an end if there is no next
+  // line.
   Motion At(int64_t frame) const;
-  // The words of both.
-  std::string Words(int64_t frame) const;
+  // The texts of both lines, for the fingerprint.
+  std::string Settings(int64_t frame) const;
 
  private:
   struct Line {

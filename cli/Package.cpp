@@ -6,7 +6,6 @@
 
 #include "Errors.h"
 #include "VX/VX_Package.h"
-#include "Values.h"
 #include "host/VXHost.h"
 
 namespace vxcli {
@@ -17,7 +16,7 @@ constexpr uint32_t kReportCode = 0x250000;
 
 bool Has(int32_t word) { return U_G_CPU_DataP[word] != 0; }
 
-// What the machine has, whatever level is set.
+// The vector levels of the machine, whatever level is set.
 struct Machine {
   Machine() {
     uint32_t set[U_CPU_WORDS];
@@ -32,18 +31,17 @@ struct Machine {
 
 }  // namespace
 
-void SetProcessor(const std::string& level) {
-  int32_t choice = ParseChoice("--processor", level, {"none", "sse2", "all"});
+void SetProcessor(int32_t level) {
   VXHost_ResetProcessor();
-  if (choice == 2) return;
-  if (choice == 1 && !Has(U_CPU_HAS_SSE2)) {
+  if (level == 2) return;
+  if (level == 1 && !Has(U_CPU_HAS_SSE2)) {
     throw UsageError("--processor 'sse2': this machine does not have it; use none");
   }
   uint32_t words[U_CPU_WORDS];
   std::memcpy(words, U_G_CPU_DataP, sizeof words);
   words[U_CPU_HAS_SSSE3] = 0;
   words[U_CPU_HAS_SSE3] = 0;
-  if (choice == 0) words[U_CPU_HAS_SSE2] = words[U_CPU_HAS_SSE] = words[U_CPU_HAS_MMX] = 0;
+  if (level == 0) words[U_CPU_HAS_SSE2] = words[U_CPU_HAS_SSE] = words[U_CPU_HAS_MMX] = 0;
   VXHost_SetProcessor(words);
 }
 
@@ -61,7 +59,7 @@ Package::Package() {
   if (code == VX_Ok) code = VXHost_RunPlugScan();
   if (code == VX_Ok) return;
   std::string text = TextOfCode(code);
-  static_cast<void>(VX_Death());  // the undo also of a birth that failed
+  static_cast<void>(VX_Death());  // also needed after a failed birth
   throw LibraryError("start: " + text);
 }
 

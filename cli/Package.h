@@ -2,27 +2,27 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The library's life inside the command, and the processor level that its routines are chosen for.
+// Birth and death of the library, and the processor level that its routines are chosen for.
 
-#include <string>
+#include <cstdint>
 #include <vector>
 
 namespace vxcli {
 
-// Sets the processor level for the next birth: "none", "sse2" or "all" (what this machine has).
-// Throws UsageError for another word or a level that this machine does not have.
-void SetProcessor(const std::string& level);
+// Sets the processor level for the next birth: 0 plain code, 1 SSE2, 2 all of this machine. Throws
+// UsageError for a level that this machine does not have.
+void SetProcessor(int32_t level);
 
 struct ProcessorLevel {
-  const char* option;  // word for --processor
+  const char* option;  // value of --processor
   const char* name;    // "plain", "sse2", "sse2+ssse3"
   bool available;      // on this machine
   bool in_use;
 };
 std::vector<ProcessorLevel> ProcessorLevels();
 
-// Born as long as it lives. The constructor throws LibraryError; the host's scan for modules runs
-// too.
+// The library is initialised in the constructor, which also runs the host's scan for modules, and
+// shut down in the destructor. The constructor throws LibraryError.
 class Package {
  public:
   Package();

@@ -3,9 +3,14 @@
 #include "Values.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <string_view>
 #include <type_traits>
@@ -13,31 +18,25 @@
 #include "Errors.h"
 #include "VX/VX_CallbackBlock.h"
 #include "VX/VX_Transfer.h"
+#include "VXIO/VXIO_Picture.h"
 
 namespace vxcli {
 
 namespace {
 
-[[noreturn]] void Refuse(const std::string& option, const std::string& word,
+[[noreturn]] void Refuse(const std::string& option, const std::string& text,
                          const std::string& wanted) {
-  throw UsageError(option + " '" + word + "': must be " + wanted);
+  throw UsageError(option + " '" + text + "': must be " + wanted);
 }
 
 template <class Number>
-bool ReadWhole(const std::string& word, Number* value) {
-  const char* end = word.data() + word.size();
-  auto [stop, error] = std::from_chars(word.data(), end, *value);
+bool ReadWhole(const std::string& text, Number* value) {
+  const char* end = text.data() + text.size();
+  auto [stop, error] = std::from_chars(text.data(), end, *value);
   return error == std::errc() && stop == end;
 }
 
-std::string Plain(double value) {
-  std::string text = std::to_string(value);
-  text.erase(text.find_last_not_of('0') + 1);
-  if (text.back() == '.') text.pop_back();
-  return text;
-}
-
-// Changes of one letter that turn one word into the other.
+// The number of changes of one letter that turn `a` into `b`.
 size_t Distance(const std::string& a, const std::string& b) {
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -53,23 +52,31 @@ size_t Distance(const std::string& a, const std::string& b) {
   return row[b.size()];
 }
 
+// Four of the largest kernels with 13 characters for each weight, and space for comments.
+constexpr size_t kMostBytes = 64 << 20;
+
+bool IsControl(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte == 127 || (byte < 32 && !std::strchr("\t\n\v\f\r", byte)) || byte == 0;
+}
+
 }  // namespace
 
-int64_t ParseInteger(const std::string& option, const std::string& word, int64_t least,
+int64_t ParseInteger(const std::string& option, const std::string& text, int64_t least,
                      int64_t largest) {
   int64_t value = 0;
-  if (!ReadWhole(word, &value) || value < least || value > largest) {
-    Refuse(option, word,
+  if (!ReadWhole(text, &value) || value < least || value > largest) {
+    Refuse(option, text,
            "a whole number from " + std::to_string(least) + " to " + std::to_string(largest));
   }
   return value;
 }
 
-double ParseNumber(const std::string& option, const std::string& word, double least,
+double ParseNumber(const std::string& option, const std::string& text, double least,
                    double largest) {
   double value = 0;
-  if (!ReadWhole(word, &value) || !(value >= least && value <= largest) || !std::isfinite(value)) {
-    Refuse(option, word,
+  if (!ReadWhole(text, &value) || !(value >= least && value <= largest) || !std::isfinite(value)) {
+    Refuse(option, text,
            largest < 1e30 ? "a number from " + Plain(least) + " to " + Plain(largest)
            : least == 0   ? std::string("a finite number, 0 or more")
                           : std::string("a finite number"));
@@ -77,9 +84,9 @@ double ParseNumber(const std::string& option, const std::string& word, double le
   return value;
 }
 
-std::vector<std::string> SplitAtCommas(const std::string& word) {
+std::vector<std::string> SplitAtCommas(const std::string& text) {
   std::vector<std::string> parts(1);
-  for (char c : word) {
+  for (char c : text) {
     if (c == ',') {
       parts.emplace_back();
     } else {
@@ -89,10 +96,10 @@ std::vector<std::string> SplitAtCommas(const std::string& word) {
   return parts;
 }
 
-std::vector<double> ParseNumbers(const std::string& option, const std::string& word, size_t count) {
-  const std::vector<std::string> parts = SplitAtCommas(word);
+std::vector<double> ParseNumbers(const std::string& option, const std::string& text, size_t count) {
+  const std::vector<std::string> parts = SplitAtCommas(text);
   if (parts.size() != count) {
-    Refuse(option, word, count == 2 ? "two numbers X,Y" : std::to_string(count) + " numbers");
+    Refuse(option, text, count == 2 ? "two numbers X,Y" : std::to_string(count) + " numbers");
   }
   std::vector<double> numbers;
   constexpr double kMost = std::numeric_limits<double>::max();
@@ -100,23 +107,23 @@ std::vector<double> ParseNumbers(const std::string& option, const std::string& w
   return numbers;
 }
 
-Point ParsePoint(const std::string& option, const std::string& word, int64_t least,
+Point ParsePoint(const std::string& option, const std::string& text, int64_t least,
                  int64_t largest) {
-  std::vector<std::string> parts = SplitAtCommas(word);
-  if (parts.size() != 2) Refuse(option, word, "two whole numbers X,Y");
+  std::vector<std::string> parts = SplitAtCommas(text);
+  if (parts.size() != 2) Refuse(option, text, "two whole numbers X,Y");
   return {static_cast<int32_t>(ParseInteger(option, parts[0], least, largest)),
           static_cast<int32_t>(ParseInteger(option, parts[1], least, largest))};
 }
 
-M_Rect ParseRect(const std::string& option, const std::string& word) {
-  std::vector<std::string> parts = SplitAtCommas(word);
-  if (parts.size() != 4) Refuse(option, word, "four whole numbers L,T,R,B");
+M_Rect ParseRect(const std::string& option, const std::string& text) {
+  std::vector<std::string> parts = SplitAtCommas(text);
+  if (parts.size() != 4) Refuse(option, text, "four whole numbers L,T,R,B");
   std::array<int16_t, 4> edges{};
   for (size_t i = 0; i < 4; ++i) {
     edges[i] = static_cast<int16_t>(ParseInteger(option, parts[i], -30000, 30000));
   }
   if (edges[2] <= edges[0] || edges[3] <= edges[1]) {
-    Refuse(option, word, "L,T,R,B with R greater than L and B greater than T");
+    Refuse(option, text, "L,T,R,B with R greater than L and B greater than T");
   }
   M_Rect rect{};
   rect.left = edges[0];
@@ -126,26 +133,26 @@ M_Rect ParseRect(const std::string& option, const std::string& word) {
   return rect;
 }
 
-bool IsSize(const std::string& word) {
-  size_t cross = word.find('x');
-  return cross != std::string::npos && cross > 0 && cross + 1 < word.size() &&
-         word.find_first_not_of("0123456789") == cross &&
-         word.find_first_not_of("0123456789", cross + 1) == std::string::npos;
+bool IsSize(const std::string& text) {
+  size_t cross = text.find('x');
+  return cross != std::string::npos && cross > 0 && cross + 1 < text.size() &&
+         text.find_first_not_of("0123456789") == cross &&
+         text.find_first_not_of("0123456789", cross + 1) == std::string::npos;
 }
 
-Size ParseSize(const std::string& option, const std::string& word, int64_t least) {
-  if (!IsSize(word)) Refuse(option, word, "WIDTHxHEIGHT, such as 640x480");
-  size_t cross = word.find('x');
+Size ParseSize(const std::string& option, const std::string& text, int64_t least) {
+  if (!IsSize(text)) Refuse(option, text, "WIDTHxHEIGHT, such as 640x480");
+  size_t cross = text.find('x');
   return {
-      static_cast<int32_t>(ParseInteger(option + " width", word.substr(0, cross), least, 30000)),
-      static_cast<int32_t>(ParseInteger(option + " height", word.substr(cross + 1), least, 30000))};
+      static_cast<int32_t>(ParseInteger(option + " width", text.substr(0, cross), least, 30000)),
+      static_cast<int32_t>(ParseInteger(option + " height", text.substr(cross + 1), least, 30000))};
 }
 
 template <class Pixel>
-Pixel ParseColor(const std::string& option, const std::string& word) {
+Pixel ParseColor(const std::string& option, const std::string& text) {
   using Channel = VX_ChannelOf<Pixel>;
-  std::vector<std::string> parts = SplitAtCommas(word);
-  if (parts.size() != 4) Refuse(option, word, "four numbers A,R,G,B");
+  std::vector<std::string> parts = SplitAtCommas(text);
+  if (parts.size() != 4) Refuse(option, text, "four numbers A,R,G,B");
   std::array<Channel, 4> values{};
   for (size_t i = 0; i < 4; ++i) {
     if constexpr (std::is_floating_point_v<Channel>) {
@@ -162,10 +169,10 @@ template VX_Pixel8 ParseColor(const std::string&, const std::string&);
 template VX_Pixel16 ParseColor(const std::string&, const std::string&);
 template VX_PixelFloat ParseColor(const std::string&, const std::string&);
 
-int32_t ParseChannels(const std::string& option, const std::string& word) {
+int32_t ParseChannels(const std::string& option, const std::string& text) {
   static constexpr std::string_view kLetters = "argb";
   int32_t channels = 0;
-  for (char letter : word) {
+  for (char letter : text) {
     const size_t place = kLetters.find(letter);
     const int32_t channel = place == std::string_view::npos ? 0 : 1 << place;
     if (channel == 0 || (channels & channel) != 0) {
@@ -174,30 +181,38 @@ int32_t ParseChannels(const std::string& option, const std::string& word) {
     }
     channels |= channel;
   }
-  if (channels == 0) Refuse(option, word, "one or more of the letters argb, each once");
+  if (channels == 0) Refuse(option, text, "one or more of the letters argb, each once");
   return channels;
 }
 
-int32_t ParseDepth(const std::string& word, Keep keep) {
-  if (word == "keep" && keep == Keep::Allowed) return 0;
-  if (word == "8") return 8;
-  if (word == "16") return 16;
-  if (word == "32") return 32;
-  Refuse("--depth", word, keep == Keep::Allowed ? "8, 16, 32 or keep" : "8, 16 or 32");
+int32_t ParseDepth(const std::string& option, const std::string& text, Keep keep) {
+  if (text == "keep" && keep == Keep::Allowed) return 0;
+  if (text == "8") return 8;
+  if (text == "16") return 16;
+  if (text == "32") return 32;
+  Refuse(option, text, keep == Keep::Allowed ? "8, 16, 32 or keep" : "8, 16 or 32");
 }
 
-int32_t ParseQuality(const std::string& word) {
-  return ParseChoice("--quality", word, {"draft", "high"}) == 0 ? VX_Quality_Draft
-                                                                : VX_Quality_High;
+int64_t ParseBytes(const std::string& option, const std::string& text) {
+  static const std::string units = "KMGT";
+  const size_t unit = text.empty() ? std::string::npos : units.find(text.back());
+  const bool has_unit = unit != std::string::npos;
+  const std::string digits = has_unit ? text.substr(0, text.size() - 1) : text;
+  if (digits.empty() || digits.size() > 15 ||
+      digits.find_first_not_of("0123456789") != std::string::npos) {
+    Refuse(option, text, "a number of bytes, or of K, M, G or T: 2G");
+  }
+  const int shift = has_unit ? 10 * (static_cast<int>(unit) + 1) : 0;
+  return ParseInteger(option, digits, 1, INT64_MAX >> shift) << shift;
 }
 
-int32_t ParseChoice(const std::string& option, const std::string& word,
+int32_t ParseChoice(const std::string& option, const std::string& text,
                     const std::vector<std::string>& choices) {
-  auto found = std::find(choices.begin(), choices.end(), word);
+  auto found = std::find(choices.begin(), choices.end(), text);
   if (found != choices.end()) return static_cast<int32_t>(found - choices.begin());
   std::string wanted = "one of";
   for (const std::string& choice : choices) wanted += " " + choice;
-  Refuse(option, word, wanted);
+  Refuse(option, text, wanted);
 }
 
 const std::vector<Mode>& Modes() {
@@ -209,25 +224,82 @@ const std::vector<Mode>& Modes() {
   return modes;
 }
 
-Mode ParseMode(const std::string& word) {
+Mode ParseMode(const std::string& option, const std::string& text) {
   int32_t number = 0;
-  bool numeric = ReadWhole(word, &number);
-  const Mode* nearest = nullptr;
-  size_t best = 0;
-  std::string names;
+  const bool numeric = ReadWhole(text, &number);
+  std::vector<std::string> names;
   for (const Mode& mode : Modes()) {
-    if (word == mode.name || (numeric && number == mode.number)) return mode;
-    size_t distance = Distance(word, mode.name);
-    if (!nearest || distance < best) {
-      nearest = &mode;
-      best = distance;
-    }
-    names += std::string(names.empty() ? "" : " ") + mode.name;
+    if (text == mode.name || (numeric && number == mode.number)) return mode;
+    names.push_back(mode.name);
   }
-  throw UsageError("--mode '" + word + "': no such mode; " +
-                   (numeric ? std::string("numbers are -3, -2 and 0 to 36.")
-                            : std::string("did you mean ") + nearest->name + "?") +
-                   " Modes: " + names);
+  throw UsageError(option + " '" + text + "': no such mode" +
+                   (numeric ? "; numbers are -3, -2 and 0 to 36" : DidYouMean(text, names)) +
+                   ". Modes: " + JoinWords(names, " ", " "));
+}
+
+// --- texts ---------------------------------------------------------------------------------------
+
+std::string Plain(double value) {
+  std::string text = std::to_string(value);
+  text.erase(text.find_last_not_of('0') + 1);
+  if (text.back() == '.') text.pop_back();
+  return text;
+}
+
+std::string BytesText(int64_t bytes) {
+  static constexpr const char* names[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
+  double value = static_cast<double>(bytes);
+  int unit = 0;
+  while (value >= 1024 && unit < 4) {
+    value /= 1024;
+    ++unit;
+  }
+  char text[48];
+  std::snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", value, names[unit]);
+  return text;
+}
+
+std::string JoinWords(const std::vector<std::string>& words, const std::string& last,
+                      const std::string& between) {
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) text += i + 1 == words.size() ? last : between;
+    text += words[i];
+  }
+  return text;
+}
+
+std::string DidYouMean(const std::string& text, const std::vector<std::string>& names) {
+  const auto nearest =
+      std::min_element(names.begin(), names.end(), [&](const std::string& a, const std::string& b) {
+        return Distance(text, a) < Distance(text, b);
+      });
+  const bool near = nearest != names.end() && Distance(text, *nearest) <= 1 + text.size() / 3;
+  return near ? " (did you mean " + *nearest + "?)" : "";
+}
+
+std::string ReadTextFile(const std::string& path, const std::string& kind,
+                         const std::string& holds) {
+  const auto refuse = [&](const std::string& text) {
+    throw VXIO_Error(VXIO_ErrorKind::Input, path + ": " + text);
+  };
+  std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rbe"), &std::fclose);
+  if (!file) {
+    refuse(errno == ENOENT ? "no such file; check the name"
+                           : std::string("cannot be read: ") + strerror(errno));
+  }
+  std::string text;
+  char block[1 << 16];
+  while (size_t count = std::fread(block, 1, sizeof block, file.get())) {
+    text.append(block, count);
+    if (text.size() > kMostBytes) refuse("is larger than 64 MiB: not a " + kind + " file");
+  }
+  if (std::ferror(file.get())) refuse(std::string("cannot be read: ") + strerror(errno));
+  if (std::any_of(text.begin(), text.end(), IsControl)) {
+    refuse("is binary; a " + kind + " file is text, " + holds);
+  }
+  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+  return text;
 }
 
 }  // namespace vxcli

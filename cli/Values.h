@@ -2,11 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The words of a command line as values. Every function throws UsageError with one line that names
-// the option, the word and what would be right; nothing else is accepted, not even a trailing
-// blank.
+// Converts texts of the command line to values. Every Parse function throws UsageError with one
+// line that contains the option, the text and the accepted form. The whole text must match: not
+// even a trailing blank is accepted.
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -15,52 +14,53 @@
 
 namespace vxcli {
 
-int64_t ParseInteger(const std::string& option, const std::string& word, int64_t least,
+int64_t ParseInteger(const std::string& option, const std::string& text, int64_t least,
                      int64_t largest);
 
 // Finite numbers only.
-double ParseNumber(const std::string& option, const std::string& word, double least,
+double ParseNumber(const std::string& option, const std::string& text, double least,
                    double largest);
 
 // Exactly `count` finite numbers with commas between them.
-std::vector<double> ParseNumbers(const std::string& option, const std::string& word, size_t count);
+std::vector<double> ParseNumbers(const std::string& option, const std::string& text, size_t count);
 
 // "X,Y"
 struct Point {
   int32_t x = 0, y = 0;
 };
-Point ParsePoint(const std::string& option, const std::string& word, int64_t least,
+Point ParsePoint(const std::string& option, const std::string& text, int64_t least,
                  int64_t largest);
 
-// "L,T,R,B" with R beyond L and B beyond T.
-M_Rect ParseRect(const std::string& option, const std::string& word);
+// "L,T,R,B" with R greater than L and B greater than T, edges -30000 to 30000.
+M_Rect ParseRect(const std::string& option, const std::string& text);
 
 // "640x480", sides from `least` to 30000.
 struct Size {
   int32_t width = 0, height = 0;
 };
-Size ParseSize(const std::string& option, const std::string& word, int64_t least);
-// Whether a word has that form at all.
-bool IsSize(const std::string& word);
+Size ParseSize(const std::string& option, const std::string& text, int64_t least);
+// True for digits, an x and digits, whatever the numbers are.
+bool IsSize(const std::string& text);
 
 // "A,R,G,B" in the scale of the pixel: 0..255, 0..32768, or any finite numbers.
 template <class Pixel>
-Pixel ParseColor(const std::string& option, const std::string& word);
+Pixel ParseColor(const std::string& option, const std::string& text);
 
-std::vector<std::string> SplitAtCommas(const std::string& word);
+std::vector<std::string> SplitAtCommas(const std::string& text);
 
-// Letters of "argb", each at most once, at least one. Gives 1 for a, 2 for r, 4 for g, 8 for b.
-int32_t ParseChannels(const std::string& option, const std::string& word);
+// Letters of "argb", each at most once, at least one. Returns the sum of 1 for a, 2 for r, 4 for g
+// and 8 for b.
+int32_t ParseChannels(const std::string& option, const std::string& text);
 
-// "8", "16" or "32"; "keep" gives 0 where it is allowed.
+// "8", "16" or "32"; 0 for "keep" if that is allowed.
 enum class Keep { Allowed, Refused };
-int32_t ParseDepth(const std::string& word, Keep keep);
+int32_t ParseDepth(const std::string& option, const std::string& text, Keep keep);
 
-// "draft" or "high" as VX_Quality_...
-int32_t ParseQuality(const std::string& word);
+// "2G", "512M", "100K" or bytes; units of 1024.
+int64_t ParseBytes(const std::string& option, const std::string& text);
 
-// One of a few words; gives its position.
-int32_t ParseChoice(const std::string& option, const std::string& word,
+// Returns the position of the text in the list.
+int32_t ParseChoice(const std::string& option, const std::string& text,
                     const std::vector<std::string>& choices);
 
 // --- transfer modes ------------------------------------------------------------------------------
@@ -71,8 +71,30 @@ struct Mode {
 };
 const std::vector<Mode>& Modes();
 
-// A name or a number. An unknown word gives an error that names the nearest mode and lists them
-// all.
-Mode ParseMode(const std::string& word);
+// A name or a number. The error for an unknown name contains the nearest one and all of them.
+Mode ParseMode(const std::string& option, const std::string& text);
+
+// --- texts ---------------------------------------------------------------------------------------
+
+// The shortest form with at most six decimals: 0.5, 30000.
+std::string Plain(double value);
+
+// "2.5 GiB"
+std::string BytesText(int64_t bytes);
+
+// "a, b or c" with " or " as `last`.
+std::string JoinWords(const std::vector<std::string>& words, const std::string& last,
+                      const std::string& between = ", ");
+
+// " (did you mean NAME?)" with the name that takes the fewest changes of a letter, or nothing if
+// the nearest name is too different.
+std::string DidYouMean(const std::string& text, const std::vector<std::string>& names);
+
+// The contents of a text file that a user wrote, without a byte order mark. `kind` and `holds`
+// describe it in messages: "kernel", "rows of whole numbers". Throws VXIO_Error (Input) for a file
+// that cannot be read, is larger than 64 MiB or contains control characters. Bytes above 127 are
+// accepted.
+std::string ReadTextFile(const std::string& path, const std::string& kind,
+                         const std::string& holds);
 
 }  // namespace vxcli

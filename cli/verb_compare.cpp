@@ -1,12 +1,13 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx compare: are two pictures the same, and if not, how far apart.
+// vx compare: reports whether two pictures are equal, or their differences.
 
 #include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <limits>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 #include "Errors.h"
@@ -19,14 +20,15 @@ namespace vxcli {
 
 namespace {
 
-struct CompareWords {
-  std::string first, second, diff, tolerance = "0";
+struct CompareOptions {
+  std::string first, second, diff;
+  double tolerance = 0;
   bool json = false;
 };
 
 using Json = nlohmann::ordered_json;
 
-// JSON has no infinity; null stands for it.
+// JSON has no infinity; null replaces it.
 Json Finite(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
 
 struct Row {
@@ -41,15 +43,17 @@ std::vector<Row> Rows(const VXIO_Comparison& result) {
           {"blue", &result.blue}};
 }
 
-void PrintText(const CompareWords& words, const VXIO_Comparison& result, int32_t depth,
+void PrintText(const CompareOptions& options, const VXIO_Comparison& result, int32_t depth,
                bool within) {
   if (result.equal) {
-    std::cout << words.first << " and " << words.second << " are equal (" << depth << " bits)\n";
+    std::cout << options.first << " and " << options.second << " are equal (" << depth
+              << " bits)\n";
     return;
   }
   char line[200];
-  std::cout << words.first << " and " << words.second << " differ in " << result.different_pixels
-            << " pixels" << (within ? ", within the tolerance" : "") << '\n';
+  std::cout << options.first << " and " << options.second << " differ in "
+            << result.different_pixels << " pixels" << (within ? ", within the tolerance" : "")
+            << '\n';
   for (const Row& row : Rows(result)) {
     std::snprintf(line, sizeof line, "%-6s largest %.9g  mean %.9g\n", row.name,
                   row.difference->largest, row.difference->mean);
@@ -60,10 +64,10 @@ void PrintText(const CompareWords& words, const VXIO_Comparison& result, int32_t
   std::cout << line;
 }
 
-void PrintRecord(const CompareWords& words, const VXIO_Comparison& result, int32_t depth,
+void PrintRecord(const CompareOptions& options, const VXIO_Comparison& result, int32_t depth,
                  bool within) {
-  Json json = {{"a", words.first},
-               {"b", words.second},
+  Json json = {{"a", options.first},
+               {"b", options.second},
                {"depth", depth},
                {"equal", result.equal},
                {"within_tolerance", within},
@@ -77,66 +81,65 @@ void PrintRecord(const CompareWords& words, const VXIO_Comparison& result, int32
   PrintJson(json);
 }
 
-int Run(const CompareWords& words) {
-  double tolerance =
-      ParseNumber("--tolerance", words.tolerance, 0, std::numeric_limits<double>::infinity());
-  if (!words.diff.empty()) VXIO_CheckOutput(words.diff, VXIO_Clobber::Overwrite);
-  VXIO_Info first = VXIO_ReadInfo(words.first), second = VXIO_ReadInfo(words.second);
+int Run(const CompareOptions& options) {
+  if (!options.diff.empty()) VXIO_CheckOutput(options.diff, VXIO_Clobber::Overwrite);
+  VXIO_Info first = VXIO_ReadInfo(options.first), second = VXIO_ReadInfo(options.second);
   if (first.width != second.width || first.height != second.height) {
-    if (words.json) {
-      PrintJson({{"a", words.first},
-                 {"b", words.second},
+    if (options.json) {
+      PrintJson({{"a", options.first},
+                 {"b", options.second},
                  {"equal", false},
                  {"within_tolerance", false},
                  {"sizes", {{first.width, first.height}, {second.width, second.height}}}});
     } else {
-      std::cout << words.first << " is " << first.width << " x " << first.height << ", "
-                << words.second << " is " << second.width << " x " << second.height << '\n';
+      std::cout << options.first << " is " << first.width << " x " << first.height << ", "
+                << options.second << " is " << second.width << " x " << second.height << '\n';
     }
-    if (!words.diff.empty()) Note(words.diff + ": not written, the sizes differ");
+    if (!options.diff.empty()) Note(options.diff + ": not written, the sizes differ");
     return kInternal;
   }
   int32_t depth = std::max(first.depth, second.depth);
   if (first.depth != second.depth) {
     Note("compared at " + std::to_string(depth) + " bits, the deeper of the two");
   }
-  VXIO_Picture a = VXIO_Read(words.first, depth), b = VXIO_Read(words.second, depth);
+  VXIO_Picture a = VXIO_Read(options.first, depth), b = VXIO_Read(options.second, depth);
   Warn(a.warnings);
   Warn(b.warnings);
   VXIO_Comparison result = VXIO_Compare(*a.world, *b.world);
-  const bool within = result.largest <= tolerance;
-  if (!words.diff.empty()) {
-    VXIO_WriteOptions options;
-    options.metadata = ProfileAlone(words.first, a);
-    Warn(VXIO_Write(words.diff, *VXIO_DifferencePicture(*a.world, *b.world), options));
+  const bool within = result.largest <= options.tolerance;
+  if (!options.diff.empty()) {
+    VXIO_WriteOptions write;
+    write.metadata = ProfileAlone(options.first, a);
+    Warn(VXIO_Write(options.diff, *VXIO_DifferencePicture(*a.world, *b.world), write));
   }
-  if (words.json) {
-    PrintRecord(words, result, depth, within);
+  if (options.json) {
+    PrintRecord(options, result, depth, within);
   } else {
-    PrintText(words, result, depth, within);
+    PrintText(options, result, depth, within);
   }
   return within ? kDone : kInternal;
 }
 
 }  // namespace
 
-Verb AddCompare(CLI::App* root) {
-  auto words = std::make_shared<CompareWords>();
-  CLI::App* app = root->add_subcommand(
-      "compare", "Tell whether two pictures are equal, or how far apart they are");
-  app->add_option("A", words->first, "A picture")->type_name("FILE")->required();
-  app->add_option("B", words->second, "A picture of the same size")->type_name("FILE")->required();
-  app->add_option("--tolerance", words->tolerance,
-                  "Largest difference that still counts as equal, in the scale of the deeper depth "
-                  "(0..255, 0..32768, or 1 is full at 32) [0]")
-      ->type_name("NUMBER");
-  app->add_option("--diff", words->diff, "Write the absolute differences as a picture")
-      ->type_name("OUT");
-  app->add_flag("--json", words->json, "Print JSON; null is infinite");
-  app->footer(
+Verb CompareVerb() {
+  auto to = std::make_shared<CompareOptions>();
+  OptionList options = {
+      Option{"A", "FILE", Text(&to->first), "A picture"}.Required(),
+      Option{"B", "FILE", Text(&to->second), "A picture of the same size"}.Required(),
+      Option{"--tolerance", "NUMBER",
+             Number(&to->tolerance, 0, std::numeric_limits<double>::infinity()),
+             "Largest difference that still counts as equal, in the scale of the deeper depth "
+             "(0..255, 0..32768, or 1 is full at 32)"}
+          .Default("0"),
+      {"--diff", "OUT", Text(&to->diff), "Write the absolute differences as a picture"},
+      {"--json", "", Flag(&to->json), "Print JSON; null is infinite"}};
+  return {
+      "compare", "Tell whether two pictures are equal, or how far apart they are",
+      std::move(options),
       "Colours under alpha 0 count. Exit code 0: equal or within the tolerance; 1: they differ.\n"
-      "Example:\n  vx compare a.png b.png --tolerance 1 --diff d.png");
-  return {app, [words] { return Run(*words); }};
+      "Example:\n  vx compare a.png b.png --tolerance 1 --diff d.png",
+      [to](const Verb&) { return Run(*to); }};
 }
 
 }  // namespace vxcli

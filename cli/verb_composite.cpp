@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "CompositeColor.h"
 #include "Console.h"
@@ -19,23 +21,24 @@ namespace vxcli {
 
 namespace {
 
-struct CompositeWords {
-  std::string background, depth = "keep";
-  ColorWords color;
-  JobWords job;
-  LayerWords layer_help;  // layers are parsed one by one, see Layers.h
+struct CompositeOptions {
+  std::string background;
+  int32_t depth = 0;  // 0: the deepest of the pictures that are drawn
+  ColorOptions color;
+  JobOptions job;
+  std::deque<LayerOptions> layers;  // a deque, because the lists of options point to elements
 };
 
-// What all frames share.
+// The state that all frames share.
 struct Composite {
-  int32_t depth;  // 0: the deepest of the pictures that are drawn
-  std::vector<Layer> layers;
-  std::vector<LayerInputs> places;
-  std::vector<std::string> inputs;  // as they were typed
-  std::unique_ptr<JobColor> color;
+  const CompositeOptions& options;
+  std::vector<LayerInputs> layer_inputs;
+  std::vector<std::string> inputs;
+  JobColor color;
 };
 
-bool Touches(const Layer& layer, const VX_World& source, const VX_World& below) {
+// True if a pixel of the layer lands on the picture below.
+bool Touches(const LayerOptions& layer, const VX_World& source, const VX_World& below) {
   int32_t left = 0, top = 0, right = source.width, bottom = source.height;
   int32_t shift_x = layer.at.x, shift_y = layer.at.y;
   if (layer.rect) {
@@ -50,19 +53,19 @@ bool Touches(const Layer& layer, const VX_World& source, const VX_World& below) 
          top + shift_y < below.height && bottom + shift_y > 0;
 }
 
-// Draws one layer and tells about it.
-nlohmann::ordered_json Draw(const Layer& layer, size_t index, const LayerInputs& place,
+// Draws one layer and returns its record.
+nlohmann::ordered_json Draw(const LayerOptions& layer, size_t index, const LayerInputs& inputs,
                             FrameColor* color, JobFrame* frame, VX_World* below) {
-  const std::string& file = frame->Input(place.file);
-  nlohmann::ordered_json told = {{"file", file},
-                                 {"mode", layer.mode.name},
-                                 {"mode_number", layer.mode.number},
-                                 {"opacity", layer.opacity},
-                                 {"at", {layer.at.x, layer.at.y}}};
-  VXIO_Picture picture = color->ReadLayer(place.file, &told);
-  if (place.matte) ApplyMatte(layer, place.matte, frame, picture.world.get(), &told);
+  const std::string& file = frame->Input(inputs.file);
+  nlohmann::ordered_json record = {{"file", file},
+                                   {"mode", layer.mode.name},
+                                   {"mode_number", layer.mode.number},
+                                   {"opacity", layer.opacity},
+                                   {"at", {layer.at.x, layer.at.y}}};
+  VXIO_Picture picture = color->ReadLayer(inputs.file, &record);
+  if (inputs.matte) ApplyMatte(layer, inputs.matte, frame, picture.world.get(), &record);
   Mask mask;
-  if (!layer.mask.empty()) mask = ReadMask(layer, place.mask, *below, frame);
+  if (!layer.mask.empty()) mask = ReadMask(layer, inputs.mask, *below, frame);
   if (!Touches(layer, *picture.world, *below)) {
     Note(file + ": lies wholly outside the background; nothing is drawn");
   }
@@ -75,84 +78,89 @@ nlohmann::ordered_json Draw(const Layer& layer, size_t index, const LayerInputs&
                         below),
         "layer " + std::to_string(index + 1) + " (" + file + ")");
   std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
-  told["milliseconds"] = spent.count();
+  record["milliseconds"] = spent.count();
   if (mask.world) {
-    told["mask"] = frame->Input(place.mask);
-    told["mask_use"] = MaskUseName(mask.spec.what);
+    record["mask"] = frame->Input(inputs.mask);
+    record["mask_use"] = MaskUseName(mask.spec.what);
   }
-  return told;
+  return record;
 }
 
-void WorkOn(const Composite& job, JobFrame* frame) {
-  const std::vector<int32_t> own = DepthsOf(*frame, job.places);
-  const int32_t depth = job.depth ? job.depth : *std::max_element(own.begin(), own.end());
-  FrameColor color(job.color.get(), frame, &job.inputs, own, depth);
-  nlohmann::ordered_json& told = frame->Told();
+void WorkOn(Composite* job, JobFrame* frame) {
+  const std::vector<int32_t> own = DepthsOf(*frame, job->layer_inputs);
+  const int32_t depth =
+      job->options.depth ? job->options.depth : *std::max_element(own.begin(), own.end());
+  FrameColor color(&job->color, frame, &job->inputs, own, depth);
+  nlohmann::ordered_json& record = frame->Record();
   VXIO_Picture background = color.ReadBackground();
-  told["width"] = background.world->width;
-  told["height"] = background.world->height;
-  told["depth"] = depth;
-  told["layers"] = nlohmann::ordered_json::array();
-  for (size_t i = 0; i < job.layers.size(); ++i) {
-    told["layers"].push_back(
-        Draw(job.layers[i], i, job.places[i], &color, frame, background.world.get()));
+  record["width"] = background.world->width;
+  record["height"] = background.world->height;
+  record["depth"] = depth;
+  record["layers"] = nlohmann::ordered_json::array();
+  for (size_t i = 0; i < job->layer_inputs.size(); ++i) {
+    record["layers"].push_back(Draw(job->options.layers[i], i, job->layer_inputs[i], &color, frame,
+                                    background.world.get()));
   }
   frame->Write(*background.world, background);
 }
 
-// The background stays, one layer at a time comes to it.
-int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<LayerInputs>& places,
+// The bytes of the background and of the largest layer.
+int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<LayerInputs>& layers,
                 int32_t depth) {
   for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
   int64_t most = 0;
-  for (const LayerInputs& place : places) most = std::max(most, BytesOfLayer(infos, place, depth));
+  for (const LayerInputs& layer : layers) most = std::max(most, BytesOfLayer(infos, layer, depth));
   return 2 * BytesOfWorld(infos[0].width, infos[0].height, depth) + most;
 }
 
-int Run(const CompositeWords& words, const std::vector<std::vector<std::string>>& groups) {
-  const int32_t depth = ParseDepth(words.depth, Keep::Allowed);
-  if (groups.empty()) throw UsageError("composite: needs at least one --layer FILE");
-  Composite composite{depth, {}, {}, {words.background}, nullptr};
-  for (const auto& group : groups) composite.layers.push_back(ParseLayer(group));
-  composite.color = std::make_unique<JobColor>(words.color);
-  std::vector<std::string>& inputs = composite.inputs;
-  Job job;
-  job.words = &words.job;
-  job.settings = "composite depth=" + words.depth + composite.color->Settings();
-  for (size_t i = 0; i < groups.size(); ++i) {
-    const Layer& layer = composite.layers[i];
-    composite.places.push_back(AddInputs(layer.file, layer, &inputs));
-    for (const std::string& word : groups[i]) job.settings += "\n" + word;
+int Run(const CompositeOptions& options, const Verb& verb) {
+  if (options.layers.empty()) throw UsageError("composite: needs at least one --layer FILE");
+  Composite composite{options, {}, {options.background}, JobColor(options.color)};
+  for (const LayerOptions& layer : options.layers) {
+    CheckDrawOptions(layer);
+    composite.layer_inputs.push_back(AddInputs(layer.file, layer, &composite.inputs));
   }
-  job.inputs = inputs;
+  Job job;
+  job.verb = &verb;
+  job.options = &options.job;
+  job.inputs = composite.inputs;
   job.bytes = [&](const std::vector<VXIO_Info>& infos) {
-    return BytesOf(infos, composite.places, depth);
+    return BytesOf(infos, composite.layer_inputs, options.depth);
   };
-  job.work = [&](JobFrame& frame) { WorkOn(composite, &frame); };
+  job.work = [&](JobFrame& frame) { WorkOn(&composite, &frame); };
   return RunJob(job);
+}
+
+OptionList OptionsOf(CompositeOptions* to) {
+  return Join(
+      {{Option{"BACKGROUND", "FILE", Text(&to->background),
+               "Picture that the layers are drawn on, in the order given; its size, profile "
+               "and metadata are kept. It, layers and masks may be sequences of the same "
+               "frames"}
+            .Required()
+            .For(Decides::Contents),
+        DepthOption(&to->depth,
+                    "%r: bits a channel to work in; keep is the deepest of background and "
+                    "layers")},
+       ColorOptionList(&to->color),
+       JobOptionList(&to->job, JobOutput::Picture)});
 }
 
 }  // namespace
 
-Verb AddComposite(CLI::App* root, const std::vector<std::vector<std::string>>* layers) {
-  auto words = std::make_shared<CompositeWords>();
-  CLI::App* app = root->add_subcommand("composite", "Draw layers over a background picture");
-  app->add_option("BACKGROUND", words->background,
-                  "Picture that the layers are drawn on, in the order given; its size, profile and "
-                  "metadata are kept. It, layers and masks may be sequences of the same frames")
-      ->type_name("FILE")
-      ->required();
-  AddLayerOptions(app, &words->layer_help);
-  app->add_option("--depth", words->depth,
-                  "8, 16, 32 or keep: bits a channel to work in; keep is the deepest of background "
-                  "and layers [keep]")
-      ->type_name("BITS");
-  AddColorOptions(app, &words->color);
-  AddJobOptions(app, &words->job, JobOutput::Picture);
-  app->footer(
+Verb CompositeVerb() {
+  auto options = std::make_shared<CompositeOptions>();
+  static LayerOptions unused;  // for the help
+  Parts layers{"--layer", "layer", false, LayerOptionList(&unused),
+               [to = options.get()] { return LayerOptionList(&to->layers.emplace_back()); }};
+  return {
+      "composite",
+      "Draw layers over a background picture",
+      OptionsOf(options.get()),
       "Example:\n  vx composite sky.png --layer plane.png --at 40,-12 --opacity 0.8 \\\n"
-      "      --layer haze.png --mode screen --mask ground.png --mask-use inverse-luma -o out.png");
-  return {app, [words, layers] { return Run(*words, *layers); }};
+      "      --layer haze.png --mode screen --mask ground.png --mask-use inverse-luma -o out.png",
+      [options](const Verb& verb) { return Run(*options, verb); },
+      std::move(layers)};
 }
 
 }  // namespace vxcli

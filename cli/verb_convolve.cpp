@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx convolve: a kernel of whole numbers over a picture.
+// vx convolve: filters a picture with a kernel of whole numbers.
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +12,6 @@
 
 #include "Errors.h"
 #include "Job.h"
-#include "JobResume.h"
 #include "KernelFile.h"
 #include "VX/VX_Convolve.h"
 #include "VX/VX_ForEachPixel.h"
@@ -26,57 +25,56 @@ namespace {
 
 constexpr int32_t kLargestSide = 30000;
 
-struct ConvolveWords {
-  JobWords job;
-  std::string input, kernel, gaussian, one_dimensional, edge;
+struct ConvolveOptions {
+  JobOptions job;
+  std::string input, kernel;
+  std::optional<double> gaussian;
+  std::optional<int32_t> one_dimensional, edge;
   bool normalize = false, no_clamp = false;
+  std::string kernel_text;  // of the kernel file, after it was read
 };
 
-struct Wanted {
+struct Filter {
   Kernel kernel;
   int32_t flags = 0;         // for VX_Convolve, without VX_Kernel_NoClamp
   Size reach;                // of the kernel, on each side
-  std::optional<bool> fade;  // else as it fits the picture
+  std::optional<bool> fade;  // without one: fade if the picture has alpha
   bool clamp = true;
 };
 
-// Divisors have 32 bits.
-void CheckSums(const ConvolveWords& words, const Kernel& kernel) {
+// Throws UsageError if a sum of weights does not fit the 32 bits of a divisor.
+void CheckSums(const std::string& file, const Kernel& kernel) {
   for (const std::vector<int32_t>& weights : kernel.weights) {
     const int64_t sum = SumOf(weights);
     if (std::abs(sum) <= std::numeric_limits<int32_t>::max()) continue;
-    throw UsageError("--normalize: the weights of " + words.kernel + " sum to " +
-                     std::to_string(sum) + ", which is beyond 32 bits");
+    throw UsageError("--normalize: the weights of " + file + " sum to " + std::to_string(sum) +
+                     ", which is beyond 32 bits");
   }
 }
 
-Wanted ParseWanted(const ConvolveWords& words) {
-  if (words.kernel.empty() == words.gaussian.empty()) {
+Filter MakeFilter(const ConvolveOptions& options) {
+  if (options.kernel.empty() != options.gaussian.has_value()) {
     throw UsageError("convolve: needs either --kernel FILE or --gaussian R");
   }
-  Wanted wanted;
-  const bool line = !words.one_dimensional.empty();
+  Filter filter;
+  const bool line = options.one_dimensional.has_value();
   if (line) {
-    wanted.flags = VX_Kernel_OneDimensional;
-    const int32_t axis = ParseChoice("--one-dimensional", words.one_dimensional, {"x", "y"});
-    if (axis == 1) wanted.flags |= VX_Kernel_Vertical;
+    filter.flags = VX_Kernel_OneDimensional;
+    if (*options.one_dimensional == 1) filter.flags |= VX_Kernel_Vertical;
   }
-  if (!words.edge.empty()) {
-    wanted.fade = ParseChoice("--edge", words.edge, {"fade", "repeat"}) == 0;
-  }
-  if (words.kernel.empty()) {
-    const double radius = ParseNumber("--gaussian", words.gaussian, 0, kLargestKernelRadius);
-    wanted.kernel = MakeGaussianKernel(radius, wanted.flags, /*multiplier=*/1);
+  if (options.edge) filter.fade = *options.edge == 0;
+  if (options.gaussian) {
+    filter.kernel = MakeGaussianKernel(*options.gaussian, filter.flags, /*multiplier=*/1);
   } else {
-    wanted.kernel = ReadKernelFile(words.kernel, line ? KernelForm::Line : KernelForm::Square);
+    filter.kernel = ReadKernelFile(options.kernel, line ? KernelForm::Line : KernelForm::Square);
   }
-  if (words.normalize || words.kernel.empty()) wanted.flags |= VX_Kernel_Normalize;
-  if (words.normalize) CheckSums(words, wanted.kernel);
-  wanted.clamp = !words.no_clamp;
-  const int32_t half = wanted.kernel.size / 2;
-  const bool down = (wanted.flags & VX_Kernel_Vertical) != 0;
-  wanted.reach = {line && down ? 0 : half, line && !down ? 0 : half};
-  return wanted;
+  if (options.normalize || options.gaussian) filter.flags |= VX_Kernel_Normalize;
+  if (options.normalize) CheckSums(options.kernel, filter.kernel);
+  filter.clamp = !options.no_clamp;
+  const int32_t half = filter.kernel.size / 2;
+  const bool down = (filter.flags & VX_Kernel_Vertical) != 0;
+  filter.reach = {line && down ? 0 : half, line && !down ? 0 : half};
+  return filter;
 }
 
 int64_t SumOfMagnitudes(const std::vector<int32_t>& weights) {
@@ -85,7 +83,7 @@ int64_t SumOfMagnitudes(const std::vector<int32_t>& weights) {
   return sum;
 }
 
-// Whether the sums of integer channels stay within 32 bits.
+// True if the sums of integer channels fit in 32 bits.
 bool SumsFit(const Kernel& kernel, int32_t depth) {
   const int64_t full = depth == 8 ? 255 : 32768;
   for (const std::vector<int32_t>& weights : kernel.weights) {
@@ -94,8 +92,8 @@ bool SumsFit(const Kernel& kernel, int32_t depth) {
   return true;
 }
 
-Size PaddedSize(const Wanted& wanted, const std::string& file, int32_t width, int32_t height) {
-  const Size size{width + 2 * wanted.reach.width, height + 2 * wanted.reach.height};
+Size PaddedSize(const Filter& filter, const std::string& file, int32_t width, int32_t height) {
+  const Size size{width + 2 * filter.reach.width, height + 2 * filter.reach.height};
   if (std::max(size.width, size.height) > kLargestSide) {
     throw UsageError(file + ": --edge repeat needs " + std::to_string(size.width) + " x " +
                      std::to_string(size.height) +
@@ -132,17 +130,18 @@ void ForEachFloatPixel(VX_World* world, Function function) {
         "convolve");
 }
 
-// A power of two that keeps sums of alpha within 0..1, where they are limited.
-float AlphaScale(const Wanted& wanted) {
-  const std::vector<int32_t>& weights = wanted.kernel.Of(0);
-  const auto divisor = static_cast<double>((wanted.flags & VX_Kernel_Normalize) != 0
+// A power of two that keeps sums of alpha within 0..1, because the convolution limits alpha to
+// that.
+float AlphaScale(const Filter& filter) {
+  const std::vector<int32_t>& weights = filter.kernel.Of(0);
+  const auto divisor = static_cast<double>((filter.flags & VX_Kernel_Normalize) != 0
                                                ? std::abs(SumOf(weights))
                                                : 256 * static_cast<int64_t>(weights.size()));
   const double most = static_cast<double>(SumOfMagnitudes(weights)) / std::max(divisor, 1.0);
   return std::exp2(-static_cast<float>(std::max(0, std::ilogb(std::max(most, 1.0)) + 1)));
 }
 
-// Colours multiplied by alpha, so that they count by it.
+// Multiplies colours by alpha, so that alpha weights them.
 void Multiply(VX_World* world, float alpha_scale) {
   ForEachFloatPixel(world, [&](VX_PixelFloat* pixel) {
     const float alpha = pixel->alpha;
@@ -152,8 +151,9 @@ void Multiply(VX_World* world, float alpha_scale) {
   });
 }
 
-// And back, by sums of alpha that may be beyond 1: what is even in colour stays even. Next to 0 a
-// sum is the rounding of weights that cancel.
+// Divides colours by the sum of alpha, which may be greater than 1, so that an area of one colour
+// keeps it. A sum next to 0 is the rounding error of weights that cancel, and gives a transparent
+// pixel.
 void Divide(VX_World* world, float alpha_scale) {
   constexpr float kLeast = 1e-6f;
   ForEachFloatPixel(world, [&](VX_PixelFloat* pixel) {
@@ -172,40 +172,40 @@ void ClampColours(VX_World* world) {
   });
 }
 
-// What a frame needs beside the picture.
-struct Way {
+// How a picture is filtered.
+struct Method {
   int32_t depth;       // of the sums
-  bool repeat;         // the border outwards
+  bool repeat;         // repeat the border pixels
   bool filters_alpha;  // else the picture stays opaque
 };
 
-// Without alpha a picture is filtered at its own depth. With alpha colours are multiplied by it and
-// divided again, which at 8 and 16 bits would cost colour.
-Way WayFor(const Wanted& wanted, bool has_alpha, int32_t depth) {
-  Way way{};
-  way.repeat = !wanted.fade.value_or(has_alpha);
-  way.filters_alpha = has_alpha || !way.repeat;
-  way.depth = !way.filters_alpha && depth < 32 && SumsFit(wanted.kernel, depth) ? depth : 32;
-  return way;
+// A picture without alpha is filtered at its own depth. With alpha colours are multiplied by it and
+// divided again, which at 8 and 16 bits would lose precision.
+Method MethodFor(const Filter& filter, bool has_alpha, int32_t depth) {
+  Method method{};
+  method.repeat = !filter.fade.value_or(has_alpha);
+  method.filters_alpha = has_alpha || !method.repeat;
+  method.depth = !method.filters_alpha && depth < 32 && SumsFit(filter.kernel, depth) ? depth : 32;
+  return method;
 }
 
-// The result, which with `repeat` has a border of the kernel's reach around it.
-VXIO_WorldPtr Filtered(const Wanted& wanted, const Way& way, VX_ProgressInfo* progress,
+// The result. With method.repeat it has a border around it, as wide as the reach of the kernel.
+VXIO_WorldPtr Filtered(const Filter& filter, const Method& method, VX_ProgressInfo* progress,
                        const std::string& file, VXIO_WorldPtr from) {
-  from = VXIO_ConvertDepth(std::move(from), way.depth);
-  const float alpha_scale = AlphaScale(wanted);
-  if (way.filters_alpha) Multiply(from.get(), alpha_scale);
-  if (way.repeat) {
-    from = Padded(*from, wanted.reach, PaddedSize(wanted, file, from->width, from->height));
+  from = VXIO_ConvertDepth(std::move(from), method.depth);
+  const float alpha_scale = AlphaScale(filter);
+  if (method.filters_alpha) Multiply(from.get(), alpha_scale);
+  if (method.repeat) {
+    from = Padded(*from, filter.reach, PaddedSize(filter, file, from->width, from->height));
   }
-  VXIO_WorldPtr to = NewWorld(from->width, from->height, way.depth);
-  const Kernel& kernel = wanted.kernel;
-  // Colours are clamped where they are straight again.
-  const int32_t flags = wanted.flags | (way.depth == 32 ? VX_Kernel_NoClamp : 0);
+  VXIO_WorldPtr to = NewWorld(from->width, from->height, method.depth);
+  const Kernel& kernel = filter.kernel;
+  // Float colours are clamped later, after the division by alpha.
+  const int32_t flags = filter.flags | (method.depth == 32 ? VX_Kernel_NoClamp : 0);
   Check(VX_Convolve(progress, from.get(), /*rect=*/nullptr, flags, kernel.size, kernel.Of(0).data(),
                     kernel.Of(1).data(), kernel.Of(2).data(), kernel.Of(3).data(), to.get()),
         file);
-  if (way.filters_alpha) {
+  if (method.filters_alpha) {
     Divide(to.get(), alpha_scale);
   } else {
     to->FillAlpha();
@@ -213,48 +213,65 @@ VXIO_WorldPtr Filtered(const Wanted& wanted, const Way& way, VX_ProgressInfo* pr
   return to;
 }
 
-void ConvolveFrame(const Wanted& wanted, JobFrame* frame) {
+void ConvolveFrame(const Filter& filter, JobFrame* frame) {
   VXIO_Picture picture = frame->Read(0);
   const int32_t depth = picture.world->Depth();
-  const Way way = WayFor(wanted, picture.has_alpha, depth);
-  if (!wanted.clamp && depth < 32) {
-    frame->Note("--no-clamp has no effect: only 32-bit pictures hold values beyond the scale");
+  const Method method = MethodFor(filter, picture.has_alpha, depth);
+  if (!filter.clamp && depth < 32) {
+    frame->Note("--no-clamp has no effect: only 32-bit pictures hold values outside of the scale");
   }
-  if (way.filters_alpha && SumOf(wanted.kernel.Of(0)) <= 0) {
+  if (method.filters_alpha && SumOf(filter.kernel.Of(0)) <= 0) {
     frame->Note("becomes transparent where its alpha is even: the weights of alpha sum to " +
-                std::to_string(SumOf(wanted.kernel.Of(0))) + "; see 'vx convolve --help'");
+                std::to_string(SumOf(filter.kernel.Of(0))) + "; see 'vx convolve --help'");
   }
   M_Rect inside{};
-  inside.left = static_cast<int16_t>(way.repeat ? wanted.reach.width : 0);
-  inside.top = static_cast<int16_t>(way.repeat ? wanted.reach.height : 0);
+  inside.left = static_cast<int16_t>(method.repeat ? filter.reach.width : 0);
+  inside.top = static_cast<int16_t>(method.repeat ? filter.reach.height : 0);
   inside.right = static_cast<int16_t>(inside.left + picture.world->width);
   inside.bottom = static_cast<int16_t>(inside.top + picture.world->height);
   VXIO_WorldPtr whole =
-      Filtered(wanted, way, frame->Progress(), frame->Input(0), std::move(picture.world));
-  if (depth == 32 && wanted.clamp) ClampColours(whole.get());
+      Filtered(filter, method, frame->Progress(), frame->Input(0), std::move(picture.world));
+  if (depth == 32 && filter.clamp) ClampColours(whole.get());
   whole = VXIO_ConvertDepth(std::move(whole), depth);
   frame->Write(*ViewOf(whole.get(), inside), picture);
 }
 
-int64_t BytesHeld(const Wanted& wanted, const VXIO_Info& input) {
-  const Way way = WayFor(wanted, input.alpha != VXIO_AlphaKind::None, input.depth);
+int64_t BytesHeld(const Filter& filter, const VXIO_Info& input) {
+  const Method method = MethodFor(filter, input.alpha != VXIO_AlphaKind::None, input.depth);
   Size size{input.width, input.height};
-  if (way.repeat) size = PaddedSize(wanted, input.path, size.width, size.height);
-  return BytesOfWorld(input.width, input.height, way.depth) +
-         2 * BytesOfWorld(size.width, size.height, way.depth);
+  if (method.repeat) size = PaddedSize(filter, input.path, size.width, size.height);
+  return BytesOfWorld(input.width, input.height, method.depth) +
+         2 * BytesOfWorld(size.width, size.height, method.depth);
 }
 
-int Run(const ConvolveWords& words) {
-  const Wanted wanted = ParseWanted(words);
-  Job job;
-  job.words = &words.job;
-  job.inputs = {words.input};
-  job.settings = "convolve flags=" + std::to_string(wanted.flags) + " edge=" + words.edge +
-                 (words.no_clamp ? " no-clamp" : "") +
-                 " kernel=" + FingerprintOfText(KernelText(wanted.kernel));
-  job.bytes = [&](const std::vector<VXIO_Info>& inputs) { return BytesHeld(wanted, inputs[0]); };
-  job.work = [&](JobFrame& frame) { ConvolveFrame(wanted, &frame); };
-  return RunJob(job);
+int Run(ConvolveOptions* options, const Verb& verb) {
+  const Filter filter = MakeFilter(*options);
+  options->kernel_text = KernelText(filter.kernel);
+  return RunJob(
+      verb, options->job, options->input, [&](JobFrame& frame) { ConvolveFrame(filter, &frame); },
+      [&](const std::vector<VXIO_Info>& inputs) { return BytesHeld(filter, inputs[0]); });
+}
+
+OptionList OptionsOf(ConvolveOptions* to) {
+  return {
+      InputOption(&to->input),
+      Option{"--kernel", "FILE", Text(&to->kernel), "Text file with the weights; see below"}
+          .Identity([to] { return to->kernel_text; }),
+      {"--gaussian", "R", Number(&to->gaussian, 0, kLargestKernelRadius),
+       "In place of --kernel: a Gaussian of this radius, %r, always divided by its sum; vx blur is "
+       "faster"},
+      {"--normalize", "", Flag(&to->normalize),
+       "Divide by the sum of the weights, in place of 256 times their number"},
+      {"--no-clamp", "", Flag(&to->no_clamp),
+       "Keep colours below 0 and above 1; for 32-bit pictures"},
+      {"--one-dimensional", "x|y", Choice(&to->one_dimensional, {"x", "y"}),
+       "The kernel is a line, along the rows (x) or down the columns (y)"},
+      Option{
+          "--edge", "HOW", Choice(&to->edge, {"fade", "repeat"}),
+          "What lies beyond the edges. fade: transparency, so that they fade; repeat: the border "
+          "pixels again"}
+          .Without("fade with alpha, repeat without"),
+  };
 }
 
 constexpr const char* kFooter =
@@ -278,33 +295,11 @@ constexpr const char* kFooter =
 
 }  // namespace
 
-Verb AddConvolve(CLI::App* root) {
-  auto words = std::make_shared<ConvolveWords>();
-  CLI::App* app =
-      root->add_subcommand("convolve", "Filter a picture with a kernel of whole numbers");
-  app->add_option("IN", words->input, "A picture, or a pattern for a sequence")
-      ->type_name("FILE")
-      ->required();
-  app->add_option("--kernel", words->kernel, "Text file with the weights; see below")
-      ->type_name("FILE");
-  app->add_option("--gaussian", words->gaussian,
-                  "In place of --kernel: a Gaussian of this radius, 0 to 511, always divided by "
-                  "its sum; vx blur is faster")
-      ->type_name("R");
-  app->add_flag("--normalize", words->normalize,
-                "Divide by the sum of the weights, in place of 256 times their number");
-  app->add_flag("--no-clamp", words->no_clamp,
-                "Keep colours below 0 and above 1; for 32-bit pictures");
-  app->add_option("--one-dimensional", words->one_dimensional,
-                  "The kernel is a line, along the rows (x) or down the columns (y)")
-      ->type_name("x|y");
-  app->add_option("--edge", words->edge,
-                  "What lies beyond the edges. fade: transparency, so that they fade; repeat: the "
-                  "border pixels again [fade with alpha, repeat without]")
-      ->type_name("HOW");
-  AddJobOptions(app, &words->job, JobOutput::Picture);
-  app->footer(kFooter);
-  return {app, [words] { return Run(*words); }};
+Verb ConvolveVerb() {
+  auto options = std::make_shared<ConvolveOptions>();
+  return {"convolve", "Filter a picture with a kernel of whole numbers",
+          Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
+          kFooter, [options](const Verb& verb) { return Run(options.get(), verb); }};
 }
 
 }  // namespace vxcli

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
 
 #include "Errors.h"
 #include "Job.h"
@@ -17,14 +19,12 @@ namespace vxcli {
 
 namespace {
 
-struct CopyWords {
-  JobWords job;
-  std::string input, from, to, size, quality = "high";
-};
-
-struct Wanted {
+struct CopyOptions {
+  JobOptions job;
+  std::string input;
   std::optional<M_Rect> from, to;
   std::optional<Size> size;
+  int32_t quality = 0;  // VX_Quality_...
 };
 
 struct Geometry {
@@ -46,26 +46,25 @@ bool IsScaled(const Geometry& at) {
   return Width(at.from) != Width(at.to) || Height(at.from) != Height(at.to);
 }
 
-std::optional<M_Rect> ParseArea(const std::string& option, const std::string& word) {
-  if (word.empty()) return std::nullopt;
-  M_Rect rect = ParseRect(option, word);
+M_Rect ParseArea(const std::string& option, const std::string& text) {
+  const M_Rect rect = ParseRect(option, text);
   if (Width(rect) > 30000 || Height(rect) > 30000) {
-    throw UsageError(option + " '" + word + "': may be at most 30000 pixels wide and high");
+    throw UsageError(option + " '" + text + "': may be at most 30000 pixels wide and high");
   }
   return rect;
 }
 
-Geometry Place(const Wanted& wanted, int32_t width, int32_t height) {
+Geometry PlaceFor(const CopyOptions& options, int32_t width, int32_t height) {
   Geometry at;
-  at.from = wanted.from.value_or(RectOfSize(width, height));
-  at.to = wanted.to.value_or(RectOfSize(Width(at.from), Height(at.from)));
-  const bool crop = wanted.from && !wanted.to;
+  at.from = options.from.value_or(RectOfSize(width, height));
+  at.to = options.to.value_or(RectOfSize(Width(at.from), Height(at.from)));
+  const bool crop = options.from && !options.to;
   at.canvas =
-      wanted.size.value_or(crop ? Size{Width(at.from), Height(at.from)} : Size{width, height});
+      options.size.value_or(crop ? Size{Width(at.from), Height(at.from)} : Size{width, height});
   return at;
 }
 
-// Along one axis: whether the part of `to` that is on the canvas shows any of the picture.
+// Along one axis: true if the part of `to` on the canvas shows a part of the picture.
 bool Shows(int64_t from_low, int64_t from_high, int64_t side, int64_t to_low, int64_t to_high,
            int64_t canvas) {
   const int64_t low = std::max<int64_t>(to_low, 0), high = std::min(to_high, canvas);
@@ -84,9 +83,8 @@ bool ShowsAny(const Geometry& at, const VX_LayerDef& picture) {
                at.canvas.height);
 }
 
-// At high quality a scaled rectangle counts as a picture of its own: as if it had been cut out,
-// resized and put in place. So its edges stay sharp, where VX_CopyBits_HQ_Straight would mix in
-// what lies around it.
+// Cuts the rectangle out, resizes it and puts it in place. So its edges stay sharp;
+// VX_CopyBits_HQ_Straight would mix in the pixels around it.
 void CopyResized(VX_ProgressInfo* progress, const Geometry& at, VX_World* picture,
                  VX_World* canvas) {
   VXIO_WorldPtr piece, placed;
@@ -102,23 +100,23 @@ void CopyResized(VX_ProgressInfo* progress, const Geometry& at, VX_World* pictur
   if (!inside) Check(VX_CopyBits_Draft(nullptr, placed.get(), canvas, nullptr, &at.to), "copy");
 }
 
-int64_t BytesHeld(const Wanted& wanted, int32_t quality, const VXIO_Info& input) {
-  const Geometry at = Place(wanted, input.width, input.height);
+int64_t BytesHeld(const CopyOptions& options, const VXIO_Info& input) {
+  const Geometry at = PlaceFor(options, input.width, input.height);
   int64_t pixels =
       int64_t{input.width} * input.height + int64_t{at.canvas.width} * at.canvas.height;
-  if (quality == VX_Quality_High && IsScaled(at)) {
+  if (options.quality == VX_Quality_High && IsScaled(at)) {
     pixels += int64_t{Width(at.from)} * Height(at.from) + int64_t{Width(at.to)} * Height(at.to);
   }
   return BytesOfWorld(pixels, 1, input.depth);
 }
 
-void CopyFrame(const Wanted& wanted, int32_t quality, JobFrame* frame) {
+void CopyFrame(const CopyOptions& options, JobFrame* frame) {
   VXIO_Picture picture = frame->Read(0);
-  const Geometry at = Place(wanted, picture.world->width, picture.world->height);
+  const Geometry at = PlaceFor(options, picture.world->width, picture.world->height);
   VXIO_WorldPtr canvas = NewWorld(at.canvas.width, at.canvas.height, picture.world->Depth());
   if (!ShowsAny(at, *picture.world)) {
     frame->Note("nothing is copied: no part of --from lands on the canvas");
-  } else if (IsScaled(at) && quality == VX_Quality_High) {
+  } else if (IsScaled(at) && options.quality == VX_Quality_High) {
     CopyResized(frame->Progress(), at, picture.world.get(), canvas.get());
   } else {
     Check(VX_CopyBits_Draft(nullptr, picture.world.get(), canvas.get(), &at.from, &at.to), "copy");
@@ -126,59 +124,46 @@ void CopyFrame(const Wanted& wanted, int32_t quality, JobFrame* frame) {
   auto edges = [](const M_Rect& rect) {
     return nlohmann::ordered_json{rect.left, rect.top, rect.right, rect.bottom};
   };
-  frame->Told()["from"] = edges(at.from);
-  frame->Told()["to"] = edges(at.to);
-  frame->Told()["width"] = at.canvas.width;
-  frame->Told()["height"] = at.canvas.height;
-  // Where nothing covers the canvas it is transparent, and the writer sees that by itself.
+  frame->Record()["from"] = edges(at.from);
+  frame->Record()["to"] = edges(at.to);
+  frame->Record()["width"] = at.canvas.width;
+  frame->Record()["height"] = at.canvas.height;
+  // If a part of the canvas is not covered, the writer finds transparent pixels and adds alpha.
   frame->Write(*canvas, picture);
 }
 
-int Run(const CopyWords& words) {
-  Wanted wanted{ParseArea("--from", words.from), ParseArea("--to", words.to), std::nullopt};
-  if (!words.size.empty()) wanted.size = ParseSize("--size", words.size, /*least=*/1);
-  const int32_t quality = ParseQuality(words.quality);
-  Job job;
-  job.words = &words.job;
-  job.inputs = {words.input};
-  job.settings =
-      "copy from=" + words.from + " to=" + words.to + " size=" + words.size + " " + words.quality;
-  job.bytes = [&](const std::vector<VXIO_Info>& inputs) {
-    return BytesHeld(wanted, quality, inputs[0]);
+int Run(const CopyOptions& options, const Verb& verb) {
+  return RunJob(
+      verb, options.job, options.input, [&](JobFrame& frame) { CopyFrame(options, &frame); },
+      [&](const std::vector<VXIO_Info>& inputs) { return BytesHeld(options, inputs[0]); });
+}
+
+OptionList OptionsOf(CopyOptions* to) {
+  return {
+      InputOption(&to->input),
+      Option{"--from", "L,T,R,B", Parsed(&to->from, ParseArea),
+             "The part of IN to copy, edges -30000 to 30000; what overhangs IN is transparent"}
+          .Without("all"),
+      Option{"--to", "L,T,R,B", Parsed(&to->to, ParseArea),
+             "Where on the canvas it lands, scaled when the sizes differ; may overhang"}
+          .Without("the size of --from at 0,0"),
+      Option{"--size", "WxH", SizeValue(&to->size),
+             "Size of the canvas, 1 to 30000 each; it never scales"}
+          .Without("that of IN; with --from and no --to, that of the part"),
+      QualityOption(&to->quality, "How to scale. draft: the nearest pixel; high: as vx resize"),
   };
-  job.work = [&](JobFrame& frame) { CopyFrame(wanted, quality, &frame); };
-  return RunJob(job);
 }
 
 }  // namespace
 
-Verb AddCopy(CLI::App* root) {
-  auto words = std::make_shared<CopyWords>();
-  CLI::App* app =
-      root->add_subcommand("copy", "Crop, pad or move a picture on a transparent canvas");
-  app->add_option("IN", words->input, "A picture, or a pattern for a sequence")
-      ->type_name("FILE")
-      ->required();
-  app->add_option("--from", words->from,
-                  "The part of IN to copy, edges -30000 to 30000; what overhangs IN is "
-                  "transparent [all]")
-      ->type_name("L,T,R,B");
-  app->add_option("--to", words->to,
-                  "Where on the canvas it lands, scaled when the sizes differ; may overhang [the "
-                  "size of --from at 0,0]")
-      ->type_name("L,T,R,B");
-  app->add_option("--size", words->size,
-                  "Size of the canvas, 1 to 30000 each; it never scales [that of IN; with --from "
-                  "and no --to, that of the part]")
-      ->type_name("WxH");
-  app->add_option("--quality", words->quality,
-                  "How to scale. draft: the nearest pixel; high: as vx resize [high]")
-      ->type_name("HOW");
-  AddJobOptions(app, &words->job, JobOutput::Picture);
-  app->footer("A canvas that is covered by a picture without alpha has none either.\n"
-              "Examples:\n  vx copy photo.png --from 100,50,740,530 -o crop.png\n"
-              "  vx copy logo.png --to 20,20,120,70 --size 1920x1080 -o placed.png");
-  return {app, [words] { return Run(*words); }};
+Verb CopyVerb() {
+  auto options = std::make_shared<CopyOptions>();
+  return {"copy", "Crop, pad or move a picture on a transparent canvas",
+          Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
+          "A canvas that is covered by a picture without alpha has none either.\n"
+          "Examples:\n  vx copy photo.png --from 100,50,740,530 -o crop.png\n"
+          "  vx copy logo.png --to 20,20,120,70 --size 1920x1080 -o placed.png",
+          [options](const Verb& verb) { return Run(*options, verb); }};
 }
 
 }  // namespace vxcli

@@ -17,84 +17,80 @@ namespace vxcli {
 
 namespace {
 
-struct FillWords {
-  std::string target, color, area, depth;
-  JobWords job;
+struct FillOptions {
+  std::string target, color;
+  std::optional<M_Rect> area;
+  std::optional<int32_t> depth;
+  JobOptions job;
 };
 
-// Paints with the fill of the world's own depth.
-void Paint(const std::string& word, const M_Rect* area, VX_World* world) {
+// Paints with the fill for the depth of the world.
+void Paint(const std::string& text, const M_Rect* area, VX_World* world) {
   switch (world->Depth()) {
     case 8: {
-      auto color = ParseColor<VX_Pixel8>("--color", word);
+      auto color = ParseColor<VX_Pixel8>("--color", text);
       Check(VX_Fill(nullptr, &color, area, world), "fill");
       break;
     }
     case 16: {
-      auto color = ParseColor<VX_Pixel16>("--color", word);
+      auto color = ParseColor<VX_Pixel16>("--color", text);
       Check(VX_Fill16(nullptr, &color, area, world), "fill");
       break;
     }
     default: {
-      auto color = ParseColor<VX_PixelFloat>("--color", word);
+      auto color = ParseColor<VX_PixelFloat>("--color", text);
       Check(VX_FillFloat(nullptr, &color, area, world), "fill");
       break;
     }
   }
 }
 
-int Run(const FillWords& words) {
-  const bool fresh = IsSize(words.target);
-  const Size size = fresh ? ParseSize("TARGET", words.target, 1) : Size{};
-  int32_t depth = words.depth.empty() ? (fresh ? 8 : 0) : ParseDepth(words.depth, Keep::Refused);
-  M_Rect area{};
-  if (!words.area.empty()) area = ParseRect("--area", words.area);
-  Job job;
-  job.words = &words.job;
-  if (!fresh) job.inputs = {words.target};
-  job.settings = "fill color " + words.color + " area " + words.area + " depth " +
-                 std::to_string(depth) + (fresh ? " size " + words.target : "");
-  job.bytes = [&](const std::vector<VXIO_Info>& infos) {
-    if (fresh) return BytesOfWorld(size.width, size.height, depth);
+int Run(const FillOptions& options, const Verb& verb) {
+  const bool is_new = IsSize(options.target);
+  const Size size = is_new ? ParseSize("TARGET", options.target, 1) : Size{};
+  const int32_t depth = options.depth.value_or(is_new ? 8 : 0);
+  const auto bytes = [&](const std::vector<VXIO_Info>& infos) {
+    if (is_new) return BytesOfWorld(size.width, size.height, depth);
     return 2 * BytesOfWorld(infos[0].width, infos[0].height, std::max(depth, infos[0].depth));
   };
-  job.work = [&](JobFrame& frame) {
+  const auto work = [&](JobFrame& frame) {
     VXIO_Picture picture;
-    if (fresh) {
+    if (is_new) {
       picture.world = NewWorld(size.width, size.height, depth);
     } else {
       picture = frame.Read(0, depth);
     }
-    Paint(words.color, words.area.empty() ? nullptr : &area, picture.world.get());
+    Paint(options.color, options.area ? &*options.area : nullptr, picture.world.get());
     frame.Write(*picture.world, picture);
   };
-  return RunJob(job);
+  return RunJob(verb, options.job, is_new ? "" : options.target, work, bytes);
+}
+
+OptionList OptionsOf(FillOptions* to) {
+  return {
+      Option{"TARGET", " ", Text(&to->target),
+             "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE or pattern"}
+          .Required()
+          .Identity([to] { return IsSize(to->target) ? to->target : "a file"; }),
+      Option{"--color", "A,R,G,B", Text(&to->color),
+             "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at 16, "
+             "any number at 32 (1 is full); stored as it is, not blended"}
+          .Required(),
+      Option{"--area", "L,T,R,B", Parsed(&to->area, ParseRect), "Paint only this area"}.Without(
+          "all"),
+      Option{"--depth", "BITS", DepthValue(&to->depth, Keep::Refused), "%r bits a channel"}.Without(
+          "8 for a new picture, else that of the file"),
+  };
 }
 
 }  // namespace
 
-Verb AddFill(CLI::App* root) {
-  auto words = std::make_shared<FillWords>();
-  CLI::App* app =
-      root->add_subcommand("fill", "Make a picture of one colour, or paint an area of one");
-  app->add_option(
-         "TARGET", words->target,
-         "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE or pattern")
-      ->type_name(" ")
-      ->required();
-  app->add_option(
-         "--color", words->color,
-         "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at "
-         "16, any number at 32 (1 is full); stored as it is, not blended")
-      ->type_name("A,R,G,B")
-      ->required();
-  app->add_option("--area", words->area, "Paint only this area [all]")->type_name("L,T,R,B");
-  app->add_option("--depth", words->depth,
-                  "8, 16 or 32 bits a channel [8 for a new picture, else that of the file]")
-      ->type_name("BITS");
-  AddJobOptions(app, &words->job, JobOutput::Picture);
-  app->footer("Example:\n  vx fill 640x480 --color 32768,16384,0,0 --depth 16 -o red.png");
-  return {app, [words] { return Run(*words); }};
+Verb FillVerb() {
+  auto options = std::make_shared<FillOptions>();
+  return {"fill", "Make a picture of one colour, or paint an area of one",
+          Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
+          "Example:\n  vx fill 640x480 --color 32768,16384,0,0 --depth 16 -o red.png",
+          [options](const Verb& verb) { return Run(*options, verb); }};
 }
 
 }  // namespace vxcli

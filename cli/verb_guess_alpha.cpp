@@ -1,8 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx guess-alpha: how the pixels of a picture say that colour and alpha were combined.
+// vx guess-alpha: finds from the pixels how colour and alpha were combined.
 
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "Errors.h"
 #include "Job.h"
@@ -12,11 +13,6 @@
 namespace vxcli {
 
 namespace {
-
-struct GuessWords {
-  JobWords job;
-  std::string input;
-};
 
 const char* NameOf(int32_t kind) {
   switch (kind) {
@@ -29,11 +25,12 @@ const char* NameOf(int32_t kind) {
 
 void WorkOn(JobFrame* frame) {
   static const char* const kSaid[] = {"none", "straight", "premultiplied"};
-  // As the samples stand: a file that says "multiplied" would be divided otherwise.
+  // Reads the samples as they are: otherwise a file that is marked as premultiplied would be
+  // divided.
   VXIO_Picture picture = frame->Read(0, /*depth=*/0, VXIO_AlphaAs::Straight);
   VX_AlphaGuess guess{};
   const VX_Err code = VX_GuessAlpha(nullptr, picture.world.get(), &guess);
-  // Pixels that do not decide are an answer here, and the report about them is dropped.
+  // "Undecided" is an answer here. TextOfCode discards the report about it.
   if (code != VX_Ok) static_cast<void>(TextOfCode(code));
   if (!picture.has_alpha) {
     frame->Note("has no alpha");
@@ -41,41 +38,34 @@ void WorkOn(JobFrame* frame) {
              guess.kind != VX_Alpha_PremulBlack) {
     frame->Note("the file itself says that its colours are multiplied by alpha");
   }
-  frame->Say(frame->Input(0) + ": " + NameOf(guess.kind));
-  frame->Told()["alpha"] = NameOf(guess.kind);
-  frame->Told()["file_says"] = kSaid[static_cast<int>(picture.alpha)];
-  frame->Told()["partly_transparent"] = guess.partial;
-  frame->Told()["beyond_black"] = guess.beyond_black;
-  frame->Told()["beyond_white"] = guess.beyond_white;
-}
-
-int Run(const GuessWords& words) {
-  Job job;
-  job.words = &words.job;
-  job.inputs = {words.input};
-  job.settings = "guess-alpha";
-  job.work = [](JobFrame& frame) { WorkOn(&frame); };
-  return RunJob(job);
+  frame->Print(frame->Input(0) + ": " + NameOf(guess.kind));
+  frame->Record()["alpha"] = NameOf(guess.kind);
+  frame->Record()["file_says"] = kSaid[static_cast<int>(picture.alpha)];
+  frame->Record()["partly_transparent"] = guess.partial;
+  frame->Record()["beyond_black"] = guess.beyond_black;
+  frame->Record()["beyond_white"] = guess.beyond_white;
 }
 
 }  // namespace
 
-Verb AddGuessAlpha(CLI::App* root) {
-  auto words = std::make_shared<GuessWords>();
-  CLI::App* app = root->add_subcommand("guess-alpha",
-                                       "Tell from the pixels how colour and alpha were combined");
-  app->add_option("IN", words->input, "A picture, or a pattern for a sequence")
-      ->type_name("FILE")
-      ->required();
-  AddJobOptions(app, &words->job, JobOutput::None);
-  app->footer(
+Verb GuessAlphaVerb() {
+  struct GuessOptions {
+    JobOptions job;
+    std::string input;
+  };
+  auto options = std::make_shared<GuessOptions>();
+  return {
+      "guess-alpha", "Tell from the pixels how colour and alpha were combined",
+      Join({{InputOption(&options->input)}, JobOptionList(&options->job, JobOutput::None)}),
       "Prints straight, premultiplied with black, premultiplied with white, or undecided. Only\n"
       "pixels that are partly transparent count: colours above alpha rule out black, colours "
       "below\n"
       "full less alpha rule out white, and a picture that rules out neither is undecided. --json\n"
-      "gives the counts. vx convert --alpha and vx unpremultiply --matte mend a wrong file.\n"
-      "Example:\n  vx guess-alpha logo.png");
-  return {app, [words] { return Run(*words); }};
+      "gives the counts. vx convert --alpha and vx unpremultiply --matte correct a wrong file.\n"
+      "Example:\n  vx guess-alpha logo.png",
+      [options](const Verb& verb) {
+        return RunJob(verb, options->job, options->input, [](JobFrame& frame) { WorkOn(&frame); });
+      }};
 }
 
 }  // namespace vxcli

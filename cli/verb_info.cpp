@@ -1,9 +1,10 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx info: what a picture or a clip says about itself.
+// vx info: shows the properties of a picture or a clip, from its header.
 
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 #include "Errors.h"
@@ -126,14 +127,17 @@ int Run(const std::string& file, bool as_json) {
 
 }  // namespace
 
-Verb AddInfo(CLI::App* root) {
-  auto file = std::make_shared<std::string>();
-  auto json = std::make_shared<bool>(false);
-  CLI::App* app = root->add_subcommand("info", "Show what a picture or a clip says about itself");
-  app->add_option("FILE", *file, "A picture or a clip")->type_name(" ")->required();
-  app->add_flag("--json", *json, "Print JSON");
-  app->footer("Example:\n  vx info photo.tif --json");
-  return {app, [file, json] { return Run(*file, *json); }};
+Verb InfoVerb() {
+  struct InfoOptions {
+    std::string file;
+    bool json = false;
+  };
+  auto to = std::make_shared<InfoOptions>();
+  OptionList options = {Option{"FILE", " ", Text(&to->file), "A picture or a clip"}.Required(),
+                        {"--json", "", Flag(&to->json), "Print JSON"}};
+  return {"info", "Show what a picture or a clip says about itself", std::move(options),
+          "Example:\n  vx info photo.tif --json",
+          [to](const Verb&) { return Run(to->file, to->json); }};
 }
 
 }  // namespace vxcli

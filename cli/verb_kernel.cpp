@@ -1,9 +1,10 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx kernel: the weights of a Gaussian, in the form that vx convolve reads.
+// vx kernel: prints the weights of a Gaussian, in the form that vx convolve reads.
 
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 #include "Errors.h"
@@ -16,8 +17,8 @@ namespace vxcli {
 
 namespace {
 
-struct KernelWords {
-  std::string gaussian, multiplier = "1";
+struct KernelOptions {
+  double gaussian = 0, multiplier = 1;
   bool one_dimensional = false, normalize = false, json = false;
 };
 
@@ -30,26 +31,24 @@ nlohmann::ordered_json Rows(const Kernel& kernel) {
   return rows;
 }
 
-int Run(const KernelWords& words) {
-  const double radius = ParseNumber("--gaussian", words.gaussian, 0, kLargestKernelRadius);
-  const double multiplier = ParseNumber("--multiplier", words.multiplier, 0, 1e300);
-  const int32_t flags = (words.one_dimensional ? VX_Kernel_OneDimensional : 0) |
-                        (words.normalize ? VX_Kernel_Normalize : 0);
-  const Kernel kernel = MakeGaussianKernel(radius, flags, multiplier);
+int Run(const KernelOptions& options) {
+  const int32_t flags = (options.one_dimensional ? VX_Kernel_OneDimensional : 0) |
+                        (options.normalize ? VX_Kernel_Normalize : 0);
+  const Kernel kernel = MakeGaussianKernel(options.gaussian, flags, options.multiplier);
   const int64_t sum = SumOf(kernel.weights[0]);
-  if (words.json) {
-    PrintJson({{"radius", radius},
-               {"multiplier", multiplier},
-               {"one_dimensional", words.one_dimensional},
-               {"normalize", words.normalize},
+  if (options.json) {
+    PrintJson({{"radius", options.gaussian},
+               {"multiplier", options.multiplier},
+               {"one_dimensional", options.one_dimensional},
+               {"normalize", options.normalize},
                {"diameter", kernel.size},
                {"sum", sum},
                {"weights", Rows(kernel)}});
   } else {
     const std::string side = std::to_string(kernel.size);
-    std::cout << "# Gaussian of radius " << words.gaussian << ": "
-              << (words.one_dimensional ? side : side + " x " + side) << " weights of sum " << sum
-              << "; for vx convolve" << (words.one_dimensional ? " --one-dimensional x or y" : "")
+    std::cout << "# Gaussian of radius " << Plain(options.gaussian) << ": "
+              << (options.one_dimensional ? side : side + " x " + side) << " weights of sum " << sum
+              << "; for vx convolve" << (options.one_dimensional ? " --one-dimensional x or y" : "")
               << " --normalize\n"
               << KernelText(kernel);
   }
@@ -58,23 +57,23 @@ int Run(const KernelWords& words) {
 
 }  // namespace
 
-Verb AddKernel(CLI::App* root) {
-  auto words = std::make_shared<KernelWords>();
-  CLI::App* app = root->add_subcommand("kernel", "Print the weights of a Gaussian");
-  app->add_option("--gaussian", words->gaussian,
-                  "Radius in pixels, 0 to 511; the kernel has 2R + 1 weights a side, R rounded up")
-      ->type_name("R")
-      ->required();
-  app->add_flag("--one-dimensional", words->one_dimensional, "One row in place of a square");
-  app->add_flag("--normalize", words->normalize,
-                "Scale the weights so that they sum to about 255 times their number");
-  app->add_option("--multiplier", words->multiplier,
-                  "Factor for the weights, 0 or more, before they are limited to 255 [1]")
-      ->type_name("M");
-  app->add_flag("--json", words->json, "Print JSON");
-  app->footer("The output is a kernel file for vx convolve.\n"
-              "Example:\n  vx kernel --gaussian 2.5 > soft.txt");
-  return {app, [words] { return Run(*words); }};
+Verb KernelVerb() {
+  auto to = std::make_shared<KernelOptions>();
+  OptionList options = {
+      Option{"--gaussian", "R", Number(&to->gaussian, 0, kLargestKernelRadius),
+             "Radius in pixels, %r; the kernel has 2R + 1 weights a side, R rounded up"}
+          .Required(),
+      {"--one-dimensional", "", Flag(&to->one_dimensional), "One row in place of a square"},
+      {"--normalize", "", Flag(&to->normalize),
+       "Scale the weights so that they sum to about 255 times their number"},
+      Option{"--multiplier", "M", Number(&to->multiplier, 0, 1e300),
+             "Factor for the weights, %r, before they are limited to 255"}
+          .Default("1"),
+      {"--json", "", Flag(&to->json), "Print JSON"}};
+  return {"kernel", "Print the weights of a Gaussian", std::move(options),
+          "The output is a kernel file for vx convolve.\n"
+          "Example:\n  vx kernel --gaussian 2.5 > soft.txt",
+          [to](const Verb&) { return Run(*to); }};
 }
 
 }  // namespace vxcli

@@ -1,11 +1,12 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx list: what this build knows.
+// vx list: lists the modes, slots, formats, processor levels and options of this build.
 
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 #include "Errors.h"
@@ -71,6 +72,17 @@ Json ListProcessors() {
   return rows;
 }
 
+// The options of all verbs, for programs that make manual pages and completions.
+Json ListOptions() {
+  Json rows = Json::array();
+  for (const Verb& verb : AllVerbs()) {
+    for (const OptionList* options : {&verb.options, &verb.parts.options}) {
+      for (Json& row : DescribeOptions(verb.name, *options)) rows.push_back(std::move(row));
+    }
+  }
+  return rows;
+}
+
 std::string Cell(const Json& value) {
   if (value.is_string()) return value.get<std::string>();
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
@@ -105,13 +117,19 @@ void PrintTable(const Json& rows) {
   }
 }
 
-int Run(const std::string& what, bool json) {
-  static Json (*const kLists[])() = {ListModes, ListSlots, ListFormats, ListProcessors};
-  int32_t choice = ParseChoice("list", what, {"modes", "slots", "formats", "processors"});
-  Json rows = kLists[choice]();
-  if (json) {
+struct ListArguments {
+  int32_t what = 0;
+  bool json = false;
+};
+
+int Run(const ListArguments& arguments) {
+  static Json (*const kLists[])() = {ListModes, ListSlots, ListFormats, ListProcessors,
+                                     ListOptions};
+  Json rows = kLists[arguments.what]();
+  if (arguments.json) {
     PrintJson(rows);
   } else {
+    for (Json& row : rows) row.erase("help");
     PrintTable(rows);
   }
   return kDone;
@@ -119,19 +137,21 @@ int Run(const std::string& what, bool json) {
 
 }  // namespace
 
-Verb AddList(CLI::App* root) {
-  auto what = std::make_shared<std::string>();
-  auto json = std::make_shared<bool>(false);
-  CLI::App* app = root->add_subcommand("list", "Show what this build knows");
-  app->add_option(
-         "WHAT", *what,
-         "modes: transfer modes; slots: replaceable routines and which are built; formats: "
-         "picture files; processors: levels of vector code and which is in use")
-      ->type_name(" ")
-      ->required();
-  app->add_flag("--json", *json, "Print JSON");
-  app->footer("Example:\n  vx list modes --json");
-  return {app, [what, json] { return Run(*what, *json); }};
+Verb ListVerb() {
+  auto to = std::make_shared<ListArguments>();
+  // The verb is the name of the argument in messages.
+  Value what = Parsed(&to->what, [](const std::string&, const std::string& text) {
+    return ParseChoice("list", text, {"modes", "slots", "formats", "processors", "options"});
+  });
+  OptionList options = {
+      Option{"WHAT", " ", std::move(what),
+             "modes: transfer modes; slots: replaceable routines and which are built; formats: "
+             "picture files; processors: levels of vector code and which is in use; options: those "
+             "of all verbs"}
+          .Required(),
+      {"--json", "", Flag(&to->json), "Print JSON"}};
+  return {"list", "Show what this build knows", std::move(options),
+          "Example:\n  vx list modes --json", [to](const Verb&) { return Run(*to); }};
 }
 
 }  // namespace vxcli

@@ -21,9 +21,9 @@ namespace vxcli {
 
 namespace {
 
-struct ModesWords {
-  std::vector<std::string> pictures;
-  std::string output, depth = "keep", tile = "192", columns = "8";
+struct ModesOptions {
+  std::string above, below, output;
+  int32_t depth = 0, tile = 0, columns = 0;
   bool overwrite = false, no_clobber = false;
 };
 
@@ -50,7 +50,7 @@ VX_CompositeModePlus InFront() {
                               /*keep_dst_alpha=*/false, /*dissolve_seed=*/0);
 }
 
-// Shows through where a result is transparent.
+// The background of the tiles, visible where a result is transparent.
 VXIO_WorldPtr Checkers(int32_t width, int32_t height) {
   VXIO_WorldPtr world = NewWorld(width, height, 8);
   const VX_Pixel8 colors[2] = {{255, 120, 120, 120}, {255, 160, 160, 160}};
@@ -69,11 +69,11 @@ VXIO_WorldPtr Scaled(const VX_World& world, int32_t width, int32_t height) {
   return scaled;
 }
 
-// The two pictures at the size of a tile; the one above keeps its proportion to the one below, or
-// is made to fit when it is larger.
+// The two pictures at the size of a tile. The picture above is scaled like the one below, or more
+// if it would not fit.
 struct Tiles {
   VXIO_WorldPtr above, below;
-  int32_t x, y;  // of the one above
+  int32_t x, y;  // position of the picture above
 };
 
 Tiles MakeTiles(const VX_World& above, const VX_World& below, int32_t side) {
@@ -99,7 +99,7 @@ VXIO_WorldPtr Result(const Tiles& tiles, const Mode& mode) {
   world->CopyWorld(&below);
   VX_CompositeModePlus plus(mode.number, 1.0f, /*linear_tables=*/nullptr, /*keep_dst_alpha=*/false,
                             /*dissolve_seed=*/0);
-  // Mixing takes its weight from a mask; the alpha of the picture above serves.
+  // mask-mix needs a mask: the alpha of the picture above.
   VX_MaskSpec mask{tiles.above.get(), static_cast<int16_t>(tiles.y), static_cast<int16_t>(tiles.x),
                    VX_MaskUse_Alpha};
   DrawAt(*tiles.above, plus, mode.number == VX_Xfer_MaskMix ? &mask : nullptr, tiles.x, tiles.y,
@@ -135,52 +135,55 @@ VXIO_WorldPtr MakeSheet(const Tiles& tiles, int32_t columns) {
   return sheet;
 }
 
-int Run(const ModesWords& words) {
-  int32_t depth = ParseDepth(words.depth, Keep::Allowed);
-  auto tile = static_cast<int32_t>(ParseInteger("--tile", words.tile, 16, 4096));
-  auto columns = static_cast<int32_t>(ParseInteger("--columns", words.columns, 1, 39));
-  VXIO_WriteOptions options;
-  options.clobber = words.no_clobber ? VXIO_Clobber::Refuse : VXIO_Clobber::Overwrite;
-  VXIO_CheckOutput(words.output, options.clobber);
-  VXIO_Picture above = VXIO_Read(words.pictures[0], depth);
-  VXIO_Picture below = VXIO_Read(words.pictures[1], depth);
+int Run(const ModesOptions& options) {
+  VXIO_WriteOptions write;
+  write.clobber = options.no_clobber ? VXIO_Clobber::Refuse : VXIO_Clobber::Overwrite;
+  VXIO_CheckOutput(options.output, write.clobber);
+  VXIO_Picture above = VXIO_Read(options.above, options.depth);
+  VXIO_Picture below = VXIO_Read(options.below, options.depth);
   Warn(above.warnings);
   Warn(below.warnings);
-  int32_t deepest = std::max(above.world->Depth(), below.world->Depth());
+  const int32_t deepest = std::max(above.world->Depth(), below.world->Depth());
   above.world = VXIO_ConvertDepth(std::move(above.world), deepest);
   below.world = VXIO_ConvertDepth(std::move(below.world), deepest);
-  options.metadata = ProfileAlone(words.pictures[0], above);
-  Tiles tiles = MakeTiles(*above.world, *below.world, tile);
+  write.metadata = ProfileAlone(options.above, above);
+  const Tiles tiles = MakeTiles(*above.world, *below.world, options.tile);
   above.world.reset();
   below.world.reset();
-  Warn(VXIO_Write(words.output, *MakeSheet(tiles, columns), options));
+  Warn(VXIO_Write(options.output, *MakeSheet(tiles, options.columns), write));
   return kDone;
+}
+
+OptionList OptionsOf(ModesOptions* to) {
+  Value pictures{Value::Text, [to](const std::string&, const std::string& text) {
+                   (to->above.empty() ? to->above : to->below) = text;
+                 }};
+  pictures.count = 2;
+  return {
+      Option{"--sheet", "A B", std::move(pictures), "The picture above and the picture below"}
+          .Required(),
+      Option{"-o,--output", "SHEET", Text(&to->output), "Picture to write"}.Required(),
+      DepthOption(&to->depth,
+                  "%r: bits a channel to blend in; keep is the deeper of the two; the sheet itself "
+                  "has 8"),
+      Option{"--tile", "PIXELS", Integer(&to->tile, 16, 4096), "Longer side of a tile, %r pixels"}
+          .Default("192"),
+      Option{"--columns", "NUMBER", Integer(&to->columns, 1, 39), "Tiles in a row, %r"}.Default(
+          "8"),
+      Option{"--overwrite", "", Flag(&to->overwrite), "Replace SHEET when it exists"}.Without(
+          "yes"),
+      Option{"--no-clobber", "", Flag(&to->no_clobber), "Refuse when SHEET exists"}.Excludes(
+          "--overwrite"),
+  };
 }
 
 }  // namespace
 
-Verb AddModes(CLI::App* root) {
-  auto words = std::make_shared<ModesWords>();
-  CLI::App* app =
-      root->add_subcommand("modes", "Draw a labelled contact sheet of all transfer modes");
-  app->add_option("--sheet", words->pictures, "The picture above and the picture below")
-      ->type_name("A B")
-      ->expected(2)
-      ->required();
-  app->add_option("-o,--output", words->output, "Picture to write")->type_name("SHEET")->required();
-  app->add_option(
-         "--depth", words->depth,
-         "8, 16, 32 or keep: bits a channel to blend in; keep is the deeper of the two; the "
-         "sheet itself has 8 [keep]")
-      ->type_name("BITS");
-  app->add_option("--tile", words->tile, "Longer side of a tile, 16 to 4096 pixels [192]")
-      ->type_name("PIXELS");
-  app->add_option("--columns", words->columns, "Tiles in a row, 1 to 39 [8]")->type_name("NUMBER");
-  auto* overwrite =
-      app->add_flag("--overwrite", words->overwrite, "Replace SHEET when it exists [yes]");
-  app->add_flag("--no-clobber", words->no_clobber, "Refuse when SHEET exists")->excludes(overwrite);
-  app->footer("Example:\n  vx modes --sheet sprite.png photo.jpg -o sheet.png");
-  return {app, [words] { return Run(*words); }};
+Verb ModesVerb() {
+  auto options = std::make_shared<ModesOptions>();
+  return {"modes", "Draw a labelled contact sheet of all transfer modes", OptionsOf(options.get()),
+          "Example:\n  vx modes --sheet sprite.png photo.jpg -o sheet.png",
+          [options](const Verb&) { return Run(*options); }};
 }
 
 }  // namespace vxcli

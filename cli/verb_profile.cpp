@@ -1,18 +1,23 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx profile: what a colour profile is, its curve, and the built-in ones.
+// vx profile: shows a colour profile and its curve, and lists the built-in profiles.
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 #include "Errors.h"
-#include "ProfilePlot.h"
 #include "Profiles.h"
+#include "VX/VX_CallbackBlock.h"
 #include "VX/VX_ColorSettings.h"
+#include "VX/VX_Copy.h"
+#include "VX/VX_Fill.h"
 #include "VXIO/VXIO_Profile.h"
 #include "Verbs.h"
+#include "Worlds.h"
 
 namespace vxcli {
 
@@ -20,8 +25,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-struct ProfileWords {
-  std::string word, plot, write;
+struct ProfileOptions {
+  std::string profile, plot, write;
   bool json = false, list = false, overwrite = false, no_clobber = false;
 };
 
@@ -37,6 +42,65 @@ std::string Decimals(const char* form, double value) {
   return text;
 }
 
+// --- the plot ------------------------------------------------------------------------------------
+
+// The plot is drawn four times as large and scaled down, so that the lines are smooth.
+constexpr int32_t kScale = 4, kSide = 256 * kScale, kMargin = 12 * kScale;
+constexpr int32_t kWhole = kSide + 2 * kMargin;
+
+constexpr VX_Pixel8 kPaper = {255, 250, 250, 250}, kGrid = {255, 215, 215, 215},
+                    kFrame = {255, 120, 120, 120}, kCurve = {255, 200, 40, 20};
+
+void Paint(const VX_Pixel8& color, int32_t left, int32_t top, int32_t right, int32_t bottom,
+           VX_World* world) {
+  M_Rect rect{};
+  rect.left = static_cast<int16_t>(left);
+  rect.top = static_cast<int16_t>(top);
+  rect.right = static_cast<int16_t>(right);
+  rect.bottom = static_cast<int16_t>(bottom);
+  Check(VX_Fill(/*ref=*/nullptr, &color, &rect, world), "plot");
+}
+
+// A line from one column to the next, thick in both directions.
+void Join(const VX_Pixel8& color, int32_t x, int32_t from, int32_t to, int32_t thick,
+          VX_World* world) {
+  const int32_t low = kMargin + kSide - std::min(from, to),
+                high = kMargin + kSide - std::max(from, to);
+  Paint(color, kMargin + x - thick / 2, high - thick / 2, kMargin + x + thick / 2 + 1,
+        low + thick / 2 + 1, world);
+}
+
+// The tone curve as a picture: stored values to the right, linear light upwards, the diagonal of a
+// linear profile, a grid of quarters.
+VXIO_WorldPtr PlotCurve(const VX_LinearBlendingTables& tables) {
+  VXIO_WorldPtr large = NewWorld(kWhole, kWhole, 8);
+  Paint(kPaper, 0, 0, kWhole, kWhole, large.get());
+  for (int32_t i = 0; i <= 4; ++i) {
+    const VX_Pixel8& color = i % 4 == 0 ? kFrame : kGrid;
+    const int32_t at = kMargin + i * kSide / 4 - kScale / 2, end = kMargin + kSide + kScale / 2;
+    Paint(color, at, kMargin, at + kScale, end, large.get());
+    Paint(color, kMargin, at, end, at + kScale, large.get());
+  }
+  for (int32_t x = 0; x < kSide; ++x) Join(kFrame, x, x, x + 1, kScale, large.get());
+  auto height = [&](int32_t stored) {
+    return static_cast<int32_t>(tables.linearize[stored] * int64_t{kSide} / 32768);
+  };
+  for (int32_t x = 0; x < kSide; ++x) {
+    // Linear interpolation between two stored values.
+    auto at = [&](int32_t column) {
+      const int32_t position = column * 255, stored = position / kSide, part = position % kSide;
+      const int32_t next = std::min(stored + 1, 255);
+      return height(stored) + (height(next) - height(stored)) * part / kSide;
+    };
+    Join(kCurve, x, at(x), at(x + 1), 2 * kScale, large.get());
+  }
+  VXIO_WorldPtr plot = NewWorld(kWhole / kScale, kWhole / kScale, 8);
+  Check(VX_ResizeWorld(/*progress=*/nullptr, VX_Quality_High, large.get(), plot.get()), "plot");
+  return plot;
+}
+
+// --- the verb ------------------------------------------------------------------------------------
+
 int List(bool as_json) {
   Json rows = Json::array();
   for (const std::string& name : BuiltInProfiles()) {
@@ -51,12 +115,12 @@ int List(bool as_json) {
   return kDone;
 }
 
-void PrintText(const Json& told, const VX_LinearBlendingTables& tables) {
-  std::cout << told["description"].get<std::string>() << '\n'
-            << "from      " << told["from"].get<std::string>() << ", "
-            << told["bytes"].get<size_t>() << " bytes\n"
-            << "id        " << told["id"].get<std::string>() << '\n'
-            << "exponent  " << Decimals("%.4f", told["exponent"].get<float>())
+void PrintText(const Json& record, const VX_LinearBlendingTables& tables) {
+  std::cout << record["description"].get<std::string>() << '\n'
+            << "from      " << record["from"].get<std::string>() << ", "
+            << record["bytes"].get<size_t>() << " bytes\n"
+            << "id        " << record["id"].get<std::string>() << '\n'
+            << "exponent  " << Decimals("%.4f", record["exponent"].get<float>())
             << " from stored to linear\n"
             << "curve     stored  linear\n";
   for (int32_t stored = 0; stored < 256; stored += stored == 240 ? 15 : 16) {
@@ -65,71 +129,69 @@ void PrintText(const Json& told, const VX_LinearBlendingTables& tables) {
   }
 }
 
-int Run(const ProfileWords& words) {
-  if (words.list) {
-    if (!words.word.empty() || !words.plot.empty() || !words.write.empty()) {
+int Run(const ProfileOptions& options) {
+  if (options.list) {
+    if (!options.profile.empty() || !options.plot.empty() || !options.write.empty()) {
       throw UsageError("--list: stands alone; it takes no profile and writes nothing");
     }
-    return List(words.json);
+    return List(options.json);
   }
-  if (words.word.empty()) throw UsageError("profile: needs a FILE or NAME; --list shows the names");
-  if (!words.write.empty() && !HasProfileExtension(words.write)) {
-    throw UsageError("--write '" + words.write + "': must end in .icc or .icm");
+  if (options.profile.empty())
+    throw UsageError("profile: needs a FILE or NAME; --list shows the names");
+  if (!options.write.empty() && !HasProfileExtension(options.write)) {
+    throw UsageError("--write '" + options.write + "': must end in .icc or .icm");
   }
-  const auto clobber = words.no_clobber ? VXIO_Clobber::Refuse : VXIO_Clobber::Overwrite;
-  if (!words.plot.empty()) VXIO_CheckOutput(words.plot, clobber);
-  if (!words.write.empty()) VXIO_CheckFile(words.write, clobber);
-  const NamedProfile found = FindProfile("profile", words.word);
+  const auto clobber = options.no_clobber ? VXIO_Clobber::Refuse : VXIO_Clobber::Overwrite;
+  if (!options.plot.empty()) VXIO_CheckOutput(options.plot, clobber);
+  if (!options.write.empty()) VXIO_CheckFile(options.write, clobber);
+  const NamedProfile found = FindProfile("profile", options.profile);
   std::vector<uint8_t> bytes;
-  CheckEngine(COR_QCE_GetProfileBytes(found.profile, &bytes), words.word);
+  CheckEngine(COR_QCE_GetProfileBytes(found.profile, &bytes), options.profile);
   const auto tables = VX_MakeLinearizationTables(found.profile);
-  Json told = {{"profile", words.word},
-               {"from", found.from},
-               {"description", VXIO_ProfileName(found.profile)},
-               {"id", ProfileID(found.profile)},
-               {"bytes", bytes.size()},
-               {"exponent", Exponent(found.profile)},
-               {"curve", tables->linearize},
-               {"curve_full", 32768}};
-  if (!words.plot.empty()) {
-    VXIO_WriteOptions options;
-    options.clobber = clobber;
-    Warn(VXIO_Write(words.plot, *PlotCurve(*tables), options));
+  Json record = {{"profile", options.profile},
+                 {"from", found.from},
+                 {"description", VXIO_ProfileName(found.profile)},
+                 {"id", ProfileID(found.profile)},
+                 {"bytes", bytes.size()},
+                 {"exponent", Exponent(found.profile)},
+                 {"curve", tables->linearize},
+                 {"curve_full", 32768}};
+  if (!options.plot.empty()) {
+    VXIO_WriteOptions write;
+    write.clobber = clobber;
+    Warn(VXIO_Write(options.plot, *PlotCurve(*tables), write));
   }
-  if (!words.write.empty()) {
-    VXIO_WriteText(words.write, std::string(bytes.begin(), bytes.end()));
+  if (!options.write.empty()) {
+    VXIO_WriteText(options.write, std::string(bytes.begin(), bytes.end()));
   }
-  if (words.json) {
-    PrintJson(told);
+  if (options.json) {
+    PrintJson(record);
   } else {
-    PrintText(told, *tables);
+    PrintText(record, *tables);
   }
   return kDone;
 }
 
 }  // namespace
 
-Verb AddProfile(CLI::App* root) {
-  auto words = std::make_shared<ProfileWords>();
-  CLI::App* app = root->add_subcommand("profile", "Show a colour profile and its tone curve");
-  app->add_option("PROFILE", words->word,
-                  "A built-in name, an .icc or .icm file, or a picture that holds a profile")
-      ->type_name("FILE|NAME");
-  app->add_flag("--list", words->list, "Show the built-in profiles");
-  app->add_option("--plot", words->plot,
-                  "Draw the curve: stored values to the right, linear light upwards")
-      ->type_name("OUT");
-  app->add_option("--write", words->write, "Write the profile itself, to a name in .icc or .icm")
-      ->type_name("OUT");
-  auto* overwrite =
-      app->add_flag("--overwrite", words->overwrite, "Replace outputs that exist [yes]");
-  app->add_flag("--no-clobber", words->no_clobber, "Refuse when an output exists")
-      ->excludes(overwrite);
-  app->add_flag("--json", words->json,
-                "Print JSON; \"curve\" holds the linear light of the stored values 0 to 255, of "
-                "\"curve_full\"");
-  app->footer("Example:\n  vx profile photo.jpg --plot curve.png");
-  return {app, [words] { return Run(*words); }};
+Verb ProfileVerb() {
+  auto to = std::make_shared<ProfileOptions>();
+  OptionList options = {
+      {"PROFILE", "FILE|NAME", Text(&to->profile),
+       "A built-in name, an .icc or .icm file, or a picture that holds a profile"},
+      {"--list", "", Flag(&to->list), "Show the built-in profiles"},
+      {"--plot", "OUT", Text(&to->plot),
+       "Draw the curve: stored values to the right, linear light upwards"},
+      {"--write", "OUT", Text(&to->write), "Write the profile itself, to a name in .icc or .icm"},
+      Option{"--overwrite", "", Flag(&to->overwrite), "Replace outputs that exist"}.Without("yes"),
+      Option{"--no-clobber", "", Flag(&to->no_clobber), "Refuse when an output exists"}.Excludes(
+          "--overwrite"),
+      {"--json", "", Flag(&to->json),
+       "Print JSON; \"curve\" holds the linear light of the stored values 0 to 255, of "
+       "\"curve_full\""}};
+  return {"profile", "Show a colour profile and its tone curve", std::move(options),
+          "Example:\n  vx profile photo.jpg --plot curve.png",
+          [to](const Verb&) { return Run(*to); }};
 }
 
 }  // namespace vxcli

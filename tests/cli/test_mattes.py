@@ -199,7 +199,7 @@ class MattesOfLayers(MatteTest):
         inside[:8] = values[:, :16, 0] / 255
         for use, beyond, said in (("luma", inside, "0"), ("inverse-luma", 1 - inside, "full")):
             got = self.composite("--matte", "m.png", "--matte-use", use,
-                                 said=f"note: m.png: matte is 20 x 8, its layer 16 x 12; beyond the matte it counts as {said}")
+                                 said=f"note: m.png: matte is 20 x 8, its layer 16 x 12; outside of the matte it counts as {said}")
             self.assertLessEqual(np.abs(got[..., 3] - self.layer[..., 3] * beyond).max(), 1.01)
 
     def test_each_layer_and_each_frame_has_its_own(self):

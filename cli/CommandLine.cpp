@@ -1,0 +1,149 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <cctype>
+#include <iostream>
+
+#include "Errors.h"
+
+namespace vxcli {
+
+namespace {
+
+// Joins "--at" and "-10,5" to one argument, because a value that begins with a minus would be taken
+// for an option.
+std::vector<std::string> JoinNegativeValues(std::vector<std::string> arguments) {
+  std::vector<std::string> joined;
+  for (std::string& argument : arguments) {
+    const bool negative = argument.size() > 1 && argument[0] == '-' &&
+                          (std::isdigit(argument[1]) || argument[1] == '.');
+    const bool after_option = !joined.empty() && joined.back().starts_with("--") &&
+                              joined.back().size() > 2 &&
+                              joined.back().find('=') == std::string::npos;
+    if (negative && after_option) {
+      joined.back() += "=" + argument;
+    } else {
+      joined.push_back(std::move(argument));
+    }
+  }
+  return joined;
+}
+
+// Empty arguments come from unset variables of a script and would count as options not given.
+void RefuseEmptyArguments(const std::vector<std::string>& arguments) {
+  std::string before = "vx";
+  for (const std::string& argument : arguments) {
+    if (argument.empty()) throw UsageError("the word after " + before + " must not be empty");
+    if (argument.starts_with("--") && argument.find('=') + 1 == argument.size()) {
+      throw UsageError(argument + ": must not be empty");
+    }
+    before = argument;
+  }
+}
+
+bool RequestsHelp(const std::vector<std::string>& arguments) {
+  return std::any_of(arguments.begin(), arguments.end(),
+                     [](const auto& text) { return text == "--help" || text == "-h"; });
+}
+
+Verb* FindVerb(const std::vector<std::string>& arguments, std::vector<Verb>* verbs) {
+  for (const std::string& argument : arguments) {
+    for (Verb& verb : *verbs) {
+      if (verb.name == argument) return &verb;
+    }
+  }
+  return nullptr;
+}
+
+UsageError NoVerb(const std::vector<std::string>& arguments, const std::vector<Verb>& verbs) {
+  std::vector<std::string> names;
+  for (const Verb& verb : verbs) names.push_back(verb.name);
+  std::string hint;
+  for (const std::string& argument : arguments) {
+    if (hint.empty() && !argument.starts_with('-')) hint = DidYouMean(argument, names);
+  }
+  return UsageError("no known verb is named" + hint + "; verbs are " + JoinWords(names, " ", " ") +
+                    "; see 'vx --help'");
+}
+
+// Suggests the nearest option for the first argument that is an unknown one.
+std::string SuggestOption(const std::vector<std::string>& arguments, const Verb& verb) {
+  std::vector<std::string> names;
+  for (const OptionList* list : {&verb.options, &verb.parts.options}) {
+    for (const Option& option : *list) names.push_back(option.LongName());
+  }
+  for (const std::string& argument : arguments) {
+    const std::string name = argument.substr(0, argument.find('='));
+    const bool known = std::find(names.begin(), names.end(), name) != names.end();
+    if (name.starts_with("--") && !known) return DidYouMean(name, names);
+  }
+  return {};
+}
+
+void Declare(OptionList* options, CLI::App* app) {
+  for (Option& option : *options) {
+    CLI::Option* declared = nullptr;
+    if (option.IsFlag()) {
+      const auto set = [&option](int64_t count) {
+        if (count > 0) option.given = {""};
+      };
+      declared = app->add_flag_function(option.name, set, option.HelpText());
+    } else {
+      const auto set = [&option](const CLI::results_t& texts) {
+        option.given = texts;
+        return true;
+      };
+      declared = app->add_option(option.name, set, option.HelpText());
+      declared->type_name(option.metavar)->expected(option.value.count);
+    }
+    declared->required(option.required);
+    if (!option.group.empty()) declared->group(option.group);
+    if (!option.excludes.empty()) declared->excludes(app->get_option(option.excludes));
+  }
+}
+
+}  // namespace
+
+Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
+                       std::vector<Verb>* verbs) {
+  RefuseEmptyArguments(arguments);
+  CLI::App root{
+      "Composite, scale, blur, convert and compare pictures of straight alpha at 8, 16 and 32 bits",
+      "vx"};
+  root.require_subcommand(0, 1);
+  root.set_version_flag("--version", &VersionText, "Show versions and the processor level");
+  root.footer(
+      "Exit codes: 0 done, 1 internal (compare: they differ), 2 usage, 3 input, 4 output,\n"
+      "5 some frames failed (--keep-going), 128 + signal. 'vx VERB --help' describes a verb.");
+  Declare(global, &root);
+  for (Verb& verb : *verbs) {
+    CLI::App* app = root.add_subcommand(verb.name, verb.summary);
+    // Only for the help: TakeParts takes these options before the parser sees them. One that takes
+    // several numbers is declared with one value.
+    for (Option& option : verb.parts.options) option.value.count = option.IsFlag() ? 0 : 1;
+    Declare(&verb.parts.options, app);
+    Declare(&verb.options, app);
+    app->footer(verb.footer);
+  }
+  Verb* verb = FindVerb(arguments, verbs);
+  try {
+    arguments = JoinNegativeValues(std::move(arguments));
+    if (verb && !RequestsHelp(arguments)) TakeParts(&verb->parts, &arguments);
+    root.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+      root.exit(error, std::cout, std::cerr);
+      return nullptr;
+    }
+    const bool unknown = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    if (!verb && unknown) throw NoVerb(arguments, *verbs);
+    throw UsageError(error.what() + (verb && unknown ? SuggestOption(arguments, *verb) : "") +
+                     "; see 'vx " + (verb ? verb->name + " " : "") + "--help'");
+  }
+  if (!verb) throw NoVerb(arguments, *verbs);
+  return verb;
+}
+
+}  // namespace vxcli

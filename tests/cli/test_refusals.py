@@ -46,7 +46,7 @@ class Refusals(CommandTest):
                 ("--mask", "b.png", "--mask-at", "40000,0"): "--mask-at '40000'",
                 ("--depth", "12"): "--depth '12': must be 8, 16, 32 or keep",
                 ("--progress", "loud"): "--progress 'loud'",
-                ("--opacity",): "output",  # which takes -o for its value
+                ("--opacity",): "--opacity: needs a value",
                 ("--frobnicate",): "not expected.*--frobnicate.*vx composite --help",
                 ("--overwrite", "--no-clobber"): "excludes",
                 ("--opacity", "1", "--opacity", "1"): "--opacity"}.items():

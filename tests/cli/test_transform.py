@@ -349,7 +349,7 @@ class Paths(TransformTest):
                 (("--scale", "1,2,3"), "--scale .* S or two SX,SY"), (("--scale", "50%"), "--scale '50%'"),
                 (("--skew", "90,0"), "--skew '90,0': must be degrees from -89.999 to 89.999"),
                 (("--anchor", "middle"), "--anchor 'middle': .* X,Y or center"),
-                (("--rotate", "1", "--rotate", "2"), "--rotate: is there twice"),
+                (("--rotate", "1", "--rotate", "2"), "--rotate: is given twice"),
                 (("--matrix", *nine[:8]), "--matrix '1,0,0,0,1,0,0,0': must be 9 numbers"),
                 (("--matrix", *nine, 1), "not expected: 1"), (("--matrix", "nan", *nine[1:]), "--matrix 'nan'"),
                 (("--matrix", *nine, "--rotate", 3), "--matrix: stands alone"),

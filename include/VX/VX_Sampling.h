@@ -2,17 +2,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Reading a world at a position that is not a whole pixel: the records and forms of the samplers.
+// Reading a world at a fractional position: the records and types of the samplers.
 //
-// Positions are 16.16 fixed point and pixel centres lie on whole numbers. Outside a world is
-// transparent black for the clipped samplers; the others trust the caller to stay inside. Samplers
-// hold no state and may run on any number of threads.
+// Positions are in 16.16 fixed point; pixel centres are at whole numbers. Clipped samplers see
+// transparent black outside a world; for the others the caller guarantees positions inside.
+// Samplers have no state and are thread-safe.
 
 #include <type_traits>
 
 #include "VX/VX_Types.h"
 
-// What a sampler reads besides the position. Zero the whole record, then set the named fields.
+// The arguments of a sampler besides the position. Zero the whole record, then set named fields.
 struct VX_SampPB {
   VX_Fixed x_radius;  // half width of the footprint in source pixels
   VX_Fixed y_radius;  // half height
@@ -26,7 +26,7 @@ static_assert(sizeof(VX_SampPB) == 96);
 static_assert(offsetof(VX_SampPB, y_radius) == 4 && offsetof(VX_SampPB, area) == 8);
 static_assert(offsetof(VX_SampPB, src) == 16 && offsetof(VX_SampPB, motion_samples) == 32);
 
-// The shares of the four neighbours; digits are the column and the row of the neighbour.
+// The weights of the four neighbours; the digits are the column and the row of the neighbour.
 struct VX_SubpixelWeights {
   double w00, w10, w01, w11;
 };
@@ -34,14 +34,14 @@ static_assert(sizeof(VX_SubpixelWeights) == 32);
 
 // --- forms ---------------------------------------------------------------------------------------
 //
-// `progress` is passed through and not read. All return 0.
+// `progress` is passed through and not read. All return VX_Ok.
 
 // One pixel.
 template <class Pixel>
 using VX_SampleCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                              const VX_SampPB* record, Pixel* out);
 
-// One pixel, and whether all four neighbours lie inside (0 or 1).
+// One pixel, and whether all four neighbours are inside (0 or 1).
 template <class Pixel>
 using VX_SampleAllInCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                                   const VX_SampPB* record, uint8_t* all_in, Pixel* out);
@@ -85,11 +85,27 @@ using VX_ComputeWeightFunc = VX_ComputeWeightCall*;
 
 // --- samplers ------------------------------------------------------------------------------------
 //
-// Straight and the portable ("CPlusPlus") members weight colour by alpha, so that a transparent
-// neighbour does not bleed; premultiplied members mix the four channels plainly. NoClip members do
-// not look at the bounds: the caller guarantees that all four neighbours lie in the world, also
-// where a fraction is zero. The members round each in its own way, which is told where it is
-// written.
+// Straight and portable ("CPlusPlus") samplers weight colour by alpha, so that a transparent
+// neighbour does not bleed; premultiplied samplers mix all four channels in the same way. NoClip
+// samplers do not test the bounds: the caller guarantees that all four neighbours are in the world,
+// also if a fraction is zero.
+//
+// Rounding of the bilinear samplers at the integer depths; float results are not rounded:
+//
+//   samplers                      precision  rounding               zero pixel if
+//   straight, 8 bits              double     nearest, ties to even  alpha rounds to 0
+//   straight, 16 bits             double     value + 0.5, truncated alpha < 0.5
+//   ..._Straight_SSE2             single     value + 0.5, truncated alpha < 0.5, unless all four
+//                                                                   alphas are equal
+//   ..._Straight_4                single     value + 0.5, truncated all alphas are 0
+//   portable                      single     value + 0.5, truncated alpha is 0, unless all four
+//                                                                   alphas are equal
+//   premultiplied, 8 bits         integer    value + 0.5, truncated never; weights in 65536ths,
+//                                                                   three of them truncated
+//   premultiplied, 16 bits        double     value + 0.5, truncated never
+//
+// At a whole position, straight, ..._SSE2 and premultiplied integer samplers return the pixel as it
+// is; straight samplers also return four equal pixels as they are.
 
 // The nearest pixel: (x + 32768) >> 16. Zero outside. The radii are not read.
 VX_API VX_SampleCall<VX_Pixel8> VX_NNSample;
@@ -106,15 +122,14 @@ VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelCPlusPlus;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelCPlusPlus16;
 VX_API VX_SampleCall<VX_PixelFloat> VX_SubpixelCPlusPlusFloat;
 
-// The same, telling whether all four neighbours lie inside. On a whole position the integer ones
-// answer 0, the float one answers as ever.
+// Bilinear, clipped, with a report whether all four neighbours are inside. At a whole position the
+// integer samplers always report 0.
 VX_API VX_SampleAllInCall<VX_Pixel8> VX_SubpixelSamplePlus_Straight;
 VX_API VX_SampleAllInCall<VX_Pixel16> VX_SubpixelSamplePlus_Straight16;
 VX_API VX_SampleAllInCall<VX_PixelFloat> VX_SubpixelSpanSampleAllInCPlusPlusFloat;
 
-// Bilinear without looking at the bounds. The first has a second rule, that of the _4 forms' single
-// precision, which holds its slot where the host's record tells of SSE2; the numbers differ in
-// rounding, on any machine.
+// Bilinear, unclipped. If the host's processor record reports SSE2, the slot of the first holds the
+// second, whose results differ in rounding.
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight;
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight_SSE2;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSampleNoClip_Straight16;
@@ -122,19 +137,19 @@ VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelCPlusPlusNoClip;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelCPlusPlusNoClip16;
 VX_API VX_SampleCall<VX_PixelFloat> VX_SubpixelCPlusPlusNoClipFloat;
 
-// Weights given, for a translation whose fractions stay.
+// Bilinear, unclipped, with given weights, for a translation with constant fractions.
 VX_API VX_SampleWeightedCall<VX_Pixel8> VX_SubpixelSampleTranslateNoClip_Straight;
 VX_API VX_SampleWeightedCall<VX_Pixel16> VX_SubpixelSampleTranslateNoClip_Straight16;
 VX_API VX_SampleWeightedCall<VX_PixelFloat> VX_SubpixelSampleTranslateNoClipCPlusPlusFloat;
 
-// A run of pixels, not clipped.
+// A span of pixels, unclipped.
 VX_API VX_SampleSpanCall<VX_Pixel8> VX_SubpixelSpanSampleTranslateNoClip_Straight;
 VX_API VX_SampleSpanCall<VX_Pixel16> VX_SubpixelSpanSampleTranslateNoClip_Straight16;
 VX_API VX_SampleSpanCall<VX_Pixel8> VX_SubpixelSpanSampleCPlusPlus;
 VX_API VX_SampleSpanCall<VX_Pixel16> VX_SubpixelSpanSampleCPlusPlus16;
 VX_API VX_SampleSpanCall<VX_PixelFloat> VX_SubpixelSpanSampleCPlusPlusFloat;
 
-// Four positions at once, not clipped, single precision.
+// Four positions at once, unclipped, in single precision.
 VX_API VX_SampleFourCall VX_SubpixelSampleNoClip_Straight_4;
 VX_API VX_SampleFourWeightedCall VX_SubpixelSampleTranslateNoClip_Straight_4;
 
@@ -144,9 +159,9 @@ VX_API VX_ComputeWeightCall VX_SubpixelSampleComputeWeight;
 // coordinates, the same on y; radii below 32768 count as 32768. A pixel weighs the width times the
 // height that is covered; outside the world is zero and counts in the area, which is computed from
 // the radii. Straight colour is the average weighted by alpha. Integer results are value + 0.5
-// truncated, from exact sums; float sums are double. The zero pixel where an integer alpha comes
-// out 0, and where the float sum of alphas is 0, also for the premultiplied ones. A call costs the
-// pixels under the footprint that lie in the world.
+// truncated, from exact sums; float sums are in double precision. The result is the zero pixel if
+// an integer alpha is 0 or the float sum of alphas is 0, also for premultiplied samplers. The cost
+// is proportional to the pixels of the world under the footprint.
 VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Straight;
 VX_API VX_SampleCall<VX_Pixel16> VX_AreaSample_Straight16;
 VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Premul;
@@ -163,7 +178,7 @@ extern template VX_API VX_SampleCall<VX_PixelFloat> VX_AreaSample_CPlusPlus<VX_P
 
 // --- sets of samplers ----------------------------------------------------------------------------
 
-// What the rows of a transform take their sampler from.
+// The samplers that the rows of a transform use.
 template <class Pixel>
 struct VX_SamplerSet {
   VX_SampleAllInFunc<Pixel> all_in;
@@ -174,15 +189,16 @@ struct VX_SamplerSet {
   VX_SampleSpanFunc<Pixel> span;
 };
 
-// The set of a depth. The integer ones are read from the override table now; the float one is
-// fixed. Call after VX_Birth. 0, or 3 for a null place.
+// Returns the set of a depth. The integer sets are read from the override table by this call; the
+// float set is fixed. Call after VX_Birth. VX_Ok, or VX_ErrBadParameter for a null pointer.
 VX_API VX_Err VX_GetSamplerSet8(VX_SamplerSet<VX_Pixel8>* out);
 VX_API VX_Err VX_GetSamplerSet16(VX_SamplerSet<VX_Pixel16>* out);
 VX_API VX_Err VX_GetSamplerSetFloat(VX_SamplerSet<VX_PixelFloat>* out);
 
-// Samplers by quality and alpha: in draft all three are the nearest one; else straight or
-// premultiplied as bit 0 of the mode flags says (see VX_CallbackBlock.h, which hands out the 8-bit
-// ones by number).
+// Samplers by quality and alpha. In draft quality all three are the nearest sampler; in high
+// quality they are straight if bit 0 of the mode flags is set, else premultiplied (see
+// VX_CallbackBlock.h, which returns the 8-bit samplers by number). VX_Ok, or VX_ErrBadParameter for
+// a null pointer.
 template <class Pixel>
 struct VX_SamplerBatch {
   VX_SampleFunc<Pixel> nearest, bilinear, area;

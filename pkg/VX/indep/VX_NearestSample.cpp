@@ -5,7 +5,7 @@
 
 namespace {
 
-// The sum may pass 32 bits at the far end.
+// In 64 bits, since the sum may exceed 32 bits.
 int32_t Nearest(VX_Fixed position) {
   return static_cast<int32_t>((int64_t{position} + 32768) >> 16);
 }

@@ -70,7 +70,7 @@ VX_Err VX_GetSamplerBatch8(int32_t quality, int32_t mode_flags, VX_SamplerBatch<
                 {slots.VX_SubpixelSample_Premul, slots.VX_AreaSample_Premul}, out);
 }
 
-// The premultiplied ones have no slot.
+// The premultiplied samplers have no slots.
 VX_Err VX_GetSamplerBatch16(int32_t quality, int32_t mode_flags, VX_SamplerBatch<VX_Pixel16>* out) {
   const VXp_OverrideTable& slots = VXp_G_OverFuncs;
   return Choose(quality, mode_flags, slots.VX_NNSample16,
@@ -78,7 +78,7 @@ VX_Err VX_GetSamplerBatch16(int32_t quality, int32_t mode_flags, VX_SamplerBatch
                 {VX_SubpixelSample_Premul16, VX_AreaSample_Premul16}, out);
 }
 
-// None has a slot.
+// The float samplers have no slots.
 VX_Err VX_GetSamplerBatchFloat(int32_t quality, int32_t mode_flags,
                                VX_SamplerBatch<VX_PixelFloat>* out) {
   return Choose<VX_PixelFloat>(quality, mode_flags, VX_NNSampleFloat,

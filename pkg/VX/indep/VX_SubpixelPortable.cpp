@@ -7,8 +7,8 @@
 //   else                s = w a;  alpha = sum(s);  colour = sum(s c) (1 / alpha); nothing where
 //                       alpha is 0
 //
-// Integers are value + 0.5, truncated; float is not rounded. A whole position is no special case,
-// and equal pixels are none.
+// Integers are value + 0.5, truncated; float is not rounded. Whole positions and equal pixels are
+// not special cases.
 
 #include "indep/VXp_SamplePoints.h"
 #include "indep/VXp_SampleRow.h"
@@ -41,7 +41,7 @@ VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   return VX_Ok;
 }
 
-// Reads the column behind the last and the row below also where a fraction is zero.
+// Also reads the column after the last one and the row below if a fraction is zero.
 template <class Pixel>
 VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                   VX_AlphaSumOf<Pixel>* alpha_sum, Pixel* out) {
@@ -67,17 +67,17 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
 
 }  // namespace
 
-template <class Pixel>
-void VXp_PortableRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
-                     char* out) {
-  VXp_MixRow<Pixel>(*record.src, x, count, y, out,
-                    [](const VXp_Quad<Pixel>& quad, uint32_t fx, uint32_t fy) {
-                      return Mixed(quad, VXp_SingleWeights(fx, fy));
-                    });
+template <>
+void VXp_StraightRow<VX_PixelFloat>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
+                                    VX_Fixed y, char* out) {
+  VXp_MixRow<VX_PixelFloat>(*record.src, x, count, y, out,
+                            [](const VXp_Quad<VX_PixelFloat>& quad, uint32_t fx, uint32_t fy) {
+                              return Mixed(quad, VXp_SingleWeights(fx, fy));
+                            });
 }
-template VXp_SampleRowCall VXp_PortableRow<VX_PixelFloat>;
 
-[[gnu::flatten]] void VXp_PortablePoints(const VX_SampPB& record, const VX_Fixed* x,
+template <>
+[[gnu::flatten]] void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x,
                                          const VX_Fixed* y, int32_t count, VX_PixelFloat* out) {
   VXp_MixPoints(record, x, y, count, out,
                 [](const VXp_Quad<VX_PixelFloat>& quad, uint32_t fx, uint32_t fy) {

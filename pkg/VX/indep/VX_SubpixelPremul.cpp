@@ -1,17 +1,17 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Bilinear for premultiplied pixels: the four channels mixed alike, clipped.
+// Bilinear for premultiplied pixels, clipped: all four channels are mixed in the same way.
 //
-// At 8 and 16 bits value + 0.5, truncated; there every weight and every sum is exact.
+// Results at 8 and 16 bits are value + 0.5, truncated, from exact weights and sums.
 
 #include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
 
-// The 8-bit weights: integers on a scale of 65536. Three are cut, the first gets what is left. Sums
-// with bytes stay below 2^24, so single precision loses nothing.
+// The 8-bit weights: integers on a scale of 65536. Three are truncated; the first is the rest. Sums
+// with bytes are below 2^24 and therefore exact in single precision.
 struct ByteWeights {
   ByteWeights(uint32_t fx, uint32_t fy) {
     const uint32_t i11 = fx * fy >> 16;
@@ -26,7 +26,7 @@ struct ByteWeights {
   float w00, w10, w01, w11;
 };
 
-// Lanes for the channels, weights, and what the sum becomes.
+// The lanes of the channels, the weights, and the rounding of the sum.
 template <class Pixel>
 struct Rule;
 
@@ -56,7 +56,7 @@ struct Rule<VX_PixelFloat> {
   static VXp_FloatLanes Finished(VXp_FloatLanes sum) { return sum; }
 };
 
-// What of a column serves all positions beside it: its pixels as lanes.
+// The rule for VXp_ColumnWalk: a column is its two pixels as lanes.
 template <class Pixel>
 struct RowRule {
   using Raw = VXp_RawPixel<Pixel>;
@@ -83,8 +83,8 @@ VXp_RawPixel<Pixel> MixedQuad(const VXp_Quad<Pixel>& q, const VXp_Place& at) {
   return Row{at.fy}.Mix(Row::Of(q.p00, q.p01), Row::Of(q.p10, q.p11), at.fx);
 }
 
-// A whole position is its pixel and four equal pixels are that pixel by the arithmetic too; telling
-// them apart saves it.
+// At a whole position, and for four equal pixels, the arithmetic gives the pixel itself; the tests
+// save it.
 template <class Pixel>
 VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   const VXp_Place at(x, y);
@@ -109,7 +109,7 @@ VX_Err VX_SubpixelSample_Premul16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, cons
   return Sample(x, y, record, out);
 }
 
-// A whole position is computed as any.
+// A whole position is not a special case.
 VX_Err VX_SubpixelSample_PremulFloat(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
                                      const VX_SampPB* record, VX_PixelFloat* out) {
   const VXp_Place at(x, y);

@@ -4,11 +4,14 @@
 // Bilinear with straight alpha at 8 and 16 bits, in double precision.
 //
 //   a whole position    the pixel as it is
-//   four equal pixels   that pixel, which spares flat areas all arithmetic
+//   four equal pixels   that pixel
 //   four equal alphas   that alpha, colours mixed; nothing where it is 0
 //   else                s = w a;  alpha = sum(s);  colour = sum(s c) (1 / alpha)
 //
-// The two depths round apart, see Rule. Clipped and unclipped differ in the fetch alone.
+// The two depths round differently, see Rule. Clipped and unclipped samplers differ only in
+// fetching the neighbours. Mixed() is the definition. There are two faster forms with the same
+// bits: points (OnePoint16, BytePointRule) at any positions, and spans of equal alphas, which share
+// columns.
 
 #include <cmath>
 #include <cstring>
@@ -24,7 +27,7 @@ namespace {
 template <class Pixel>
 struct Rule;
 
-// To nearest, ties to even; alpha counts after rounding, so a half is nothing.
+// To nearest, ties to even. Transparent if alpha is 0 after rounding, so 0.5 is transparent.
 template <>
 struct Rule<VX_Pixel8> {
   static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Rounded(v); }
@@ -32,7 +35,7 @@ struct Rule<VX_Pixel8> {
   static bool IsNothing(double alpha) { return Whole(alpha) == 0; }
 };
 
-// Halves up; alpha counts before rounding.
+// Halves up. Transparent if alpha is below 0.5 before rounding.
 template <>
 struct Rule<VX_Pixel16> {
   static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Truncated(v + 0.5); }
@@ -40,7 +43,7 @@ struct Rule<VX_Pixel16> {
   static bool IsNothing(double alpha) { return alpha < 0.5; }
 };
 
-// Four pixels that are not all the same.
+// Mixes four pixels that are not all equal.
 template <class Pixel>
 VXp_RawPixel<Pixel> Mixed(const VXp_Quad<Pixel>& quad, const VXp_DoubleWeights& w) {
   const auto same_alpha = static_cast<VX_ChannelOf<Pixel>>(quad.p00);
@@ -89,7 +92,7 @@ VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   return StoreMixed(Fetch::template Four<Pixel>(*record->src, at), at, out);
 }
 
-// A whole position tells 0 even inside: the rows of a transform stay with this form past it.
+// Reports 0 at a whole position, also inside. The rows of a transform depend on it.
 template <class Pixel>
 VX_Err SamplePlus(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, uint8_t* all_in, Pixel* out) {
   const VXp_Place at(x, y);
@@ -110,21 +113,13 @@ VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
   return VX_Ok;
 }
 
-// Equal alphas that are not 0. The plain mix is exact in double precision, so it may go down the
-// columns first, and gives the common alpha by itself.
-uint32_t MixedAlike(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
-  const VXp_ByteColumns columns(pairs, fy);
-  const VXp_DoubleLanes left = VXp_AsDouble(columns.left);
-  const VXp_DoubleLanes rise = VXp_AsDouble(columns.right - columns.left);
-  const double a = static_cast<double>(fx) * 0x1p-32;
-  return VXp_Packed8(VXp_Rounded(0x1p-16 * left + a * rise));
-}
-
 VXp_DoubleLanes Between(const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, double way) {
   return {from.first + way * (to.first - from.first),
           from.second + way * (to.second - from.second)};
 }
 
+// For equal alphas that are not 0. The plain mix is exact in double precision, so it may go down
+// the columns first, and its alpha is the common alpha.
 uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
   const double a = static_cast<double>(fx) * 0x1p-16, b = static_cast<double>(fy) * 0x1p-16;
   const VXp_DoubleLanes left = Between(VXp_Doubles(quad.p00), VXp_Doubles(quad.p01), b);
@@ -138,18 +133,21 @@ uint64_t OnePoint16(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) 
   return Mixed(quad, VXp_DoubleWeights(fx, fy));
 }
 
-// Of positions at 8 bits, four a step; see VXp_MixPointsByFour.
+// Points at 8 bits, four at a time; see VXp_MixPointsByFour.
 struct BytePointRule {
   static uint32_t One(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
     if ((fx | fy) == 0 || pairs.SamePixels()) return pairs.First();
-    if (pairs.SameAlphas()) return (pairs.upper & 0xFF) == 0 ? 0 : MixedAlike(pairs, fx, fy);
     return Mixed(pairs.Quad(), VXp_DoubleWeights(fx, fy));
   }
 
-  // Single precision tells the whole numbers but for those near to a half. Coarse fractions, which
-  // bring many halves, leave alphas exact, and colours too where the alphas are alike.
+  // Single precision gives the right integer unless the value is close to a half. For coarse
+  // fractions, which give many halves, alphas are exact, and for equal alphas colours are too.
   static unsigned Four(const VXp_FourQuads& quads, const VXp_FourFractions& f, VX_Pixel8* out) {
     const VXp_WordLanes differences = quads.Differences();
+    if (VXp_LaneBits(differences == 0) == 0xF) {
+      VXp_Store(out, quads.p00);
+      return 0;
+    }
     const VXp_IntLanes alike = (differences & 0xFFu) == 0, coarse = f.Coarse();
     VXp_FourMixed mixed;
     if (VXp_LaneBits(alike) == 0xF) {
@@ -168,47 +166,7 @@ struct BytePointRule {
   }
 };
 
-// Columns at 8 bits. There w a c is exact in double precision too, so the mix may go down them
-// first, and division by equal alphas gives the plain mix.
-class ByteColumnRule {
- public:
-  struct Column {
-    uint32_t upper, lower;
-    VXp_DoubleLanes sum;  // alpha, and colours times alpha
-  };
-
-  explicit ByteColumnRule(VX_Fixed y)
-      : whole_((static_cast<uint32_t>(y) & 0xFFFF) == 0),
-        below_(static_cast<double>(static_cast<uint32_t>(y) & 0xFFFF) * 0x1p-16) {}
-
-  Column Of(uint32_t upper, uint32_t lower) const {
-    return {upper, lower, (1.0 - below_) * ByAlpha(upper) + below_ * ByAlpha(lower)};
-  }
-
-  uint32_t Mix(const Column& left, const Column& right, uint32_t fx) const {
-    const VXp_Quad<VX_Pixel8> quad{left.upper, right.upper, left.lower, right.lower};
-    if (quad.SamePixels() || (whole_ && fx == 0)) return quad.p00;
-    const double a = static_cast<double>(fx) * 0x1p-16;
-    const VXp_DoubleLanes sum = (1.0 - a) * left.sum + a * right.sum;
-    const double alpha = sum.Alpha();
-    if (alpha <= 0.5) return 0;
-    VXp_DoubleLanes mixed = quad.SameAlphas()
-                                ? VXp_DoubleLanes{sum.first / alpha, sum.second / alpha}
-                                : (1.0 / alpha) * sum;
-    mixed.first[0] = alpha;
-    return VXp_Packed8(VXp_Rounded(mixed));
-  }
-
- private:
-  static VXp_DoubleLanes ByAlpha(uint32_t pixel) {
-    return VXp_AsDouble(VXp_TimesAlpha(VXp_Floats(pixel)));
-  }
-
-  bool whole_;
-  double below_;
-};
-
-// The two pixels of a column, and their plain mix, which is exact.
+// The two pixels of a column, and their mix without alpha, which is exact.
 template <class Pixel>
 struct SpanColumn {
   SpanColumn(const char* upper_at, ptrdiff_t rowbytes, double fy)
@@ -226,51 +184,22 @@ struct SpanColumn {
   VXp_DoubleLanes mixed;
 };
 
-// Where neighbours of a span have not the same alpha.
+// Stores a span and returns the sum of its alphas. Neighbours share a column. At 8 bits all alphas
+// are equal.
 template <class Pixel>
-class SpanMix {
- public:
-  explicit SpanMix(const VXp_Place& at) : w_(at.fx, at.fy) {}
-  VXp_RawPixel<Pixel> At(ptrdiff_t, const VXp_Quad<Pixel>& quad) const { return Mixed(quad, w_); }
-
- private:
-  VXp_DoubleWeights w_;
-};
-
-// One that follows another shares its column.
-template <>
-class SpanMix<VX_Pixel8> {
- public:
-  explicit SpanMix(const VXp_Place& at) : rule_(static_cast<VX_Fixed>(at.fy)), fx_(at.fx) {}
-  uint32_t At(ptrdiff_t i, const VXp_Quad<VX_Pixel8>& quad) {
-    const ByteColumnRule::Column left = i == next_ ? right_ : rule_.Of(quad.p00, quad.p01);
-    right_ = rule_.Of(quad.p10, quad.p11);
-    next_ = i + 1;
-    return rule_.Mix(left, right_, fx_);
-  }
-
- private:
-  ByteColumnRule rule_;
-  uint32_t fx_;
-  ByteColumnRule::Column right_{};
-  ptrdiff_t next_ = -1;
-};
-
-// As the unclipped form, pixel after pixel; the fractions stay, and neighbours share a column.
-template <class Pixel>
-void WalkSpan(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
-              uint32_t* alpha_sum, Pixel* out) {
+uint32_t WalkColumns(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
+                     Pixel* out) {
   const double a = static_cast<double>(at.fx) * 0x1p-16, b = static_cast<double>(at.fy) * 0x1p-16;
-  SpanMix<Pixel> mix(at);
-  uint32_t sum = *alpha_sum;
+  const VXp_DoubleWeights w(at.fx, at.fy);
+  uint32_t sum = 0;
   SpanColumn<Pixel> left(from, rowbytes, b);
   for (ptrdiff_t i = 0; i < count; ++i) {
     from += sizeof(Pixel);
     const SpanColumn<Pixel> right(from, rowbytes, b);
     const VXp_Quad<Pixel> quad{left.upper, right.upper, left.lower, right.lower};
     VXp_RawPixel<Pixel> pixel;
-    if (!quad.SameAlphas()) {
-      pixel = mix.At(i, quad);
+    if (sizeof(Pixel) != sizeof(VX_Pixel8) && !quad.SameAlphas()) {
+      pixel = Mixed(quad, w);
     } else if (static_cast<VX_ChannelOf<Pixel>>(quad.p00) != 0) {
       pixel = VXp_Packed<Pixel>(Rule<Pixel>::Whole(Between(left.mixed, right.mixed, a)));
     } else {
@@ -280,7 +209,45 @@ void WalkSpan(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Pla
     sum += static_cast<VX_ChannelOf<Pixel>>(pixel);
     left = right;
   }
-  *alpha_sum = sum;
+  return sum;
+}
+
+template <class Pixel>
+uint32_t AlphaSum(const Pixel* pixels, int32_t count) {
+  uint32_t sum = 0;
+  for (int32_t i = 0; i < count; ++i) sum += VXp_Load<VX_ChannelOf<Pixel>>(pixels + i);
+  return sum;
+}
+
+// Returns whether `count` pixels of a row and of the next row have one alpha.
+bool HaveOneAlpha(int32_t count, const char* from, ptrdiff_t rowbytes) {
+  const auto first = VXp_Load<uint32_t>(from);
+  uint32_t differences = 0;
+  for (ptrdiff_t i = 0; i < count; ++i) {
+    differences |= (VXp_Load<uint32_t>(from + 4 * i) ^ first) |
+                   (VXp_Load<uint32_t>(from + rowbytes + 4 * i) ^ first);
+  }
+  return (differences & 0xFF) == 0;
+}
+
+constexpr int32_t kTile = 256;
+
+// Stores at most kTile pixels of a span and returns the sum of their alphas.
+template <class Pixel>
+uint32_t SampleTile(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
+                    Pixel* out) {
+  if constexpr (sizeof(Pixel) == sizeof(VX_Pixel8)) {
+    if (!HaveOneAlpha(count + 1, from, rowbytes)) {
+      VX_Fixed x[kTile], y[kTile];
+      for (int32_t i = 0; i < count; ++i) {
+        x[i] = static_cast<VX_Fixed>(at.fx) + i * 65536;
+        y[i] = static_cast<VX_Fixed>(at.fy);
+      }
+      VXp_MixPointsByFour<BytePointRule>(VXp_Origin<VX_Pixel8>(from, rowbytes), x, y, count, out);
+      return AlphaSum(out, count);
+    }
+  }
+  return WalkColumns(count, from, rowbytes, at, out);
 }
 
 template <class Pixel>
@@ -289,38 +256,42 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
   if (count <= 0) return VX_Ok;
   const VXp_Place at(x, y);
   const char* const from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
+  const ptrdiff_t rowbytes = record->src->rowbytes;
   if (at.IsWhole()) {
     std::memcpy(static_cast<void*>(out), from, static_cast<size_t>(count) * sizeof(Pixel));
-    for (ptrdiff_t i = 0; i < count; ++i) *alpha_sum += VXp_Load<VX_ChannelOf<Pixel>>(out + i);
+    *alpha_sum += AlphaSum(out, count);
     return VX_Ok;
   }
-  const ptrdiff_t rowbytes = record->src->rowbytes;
-  VXp_RoundingToNearest([=] { WalkSpan(count, from, rowbytes, at, alpha_sum, out); });
+  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
+    for (int32_t i = 0; i < count; i += kTile) {
+      *alpha_sum +=
+          SampleTile(std::min(kTile, count - i), from + ptrdiff_t{i} * ptrdiff_t{sizeof(Pixel)},
+                     rowbytes, at, out + i);
+    }
+  });
   return VX_Ok;
 }
 
 }  // namespace
 
-template <>
-void VXp_StraightRow<VX_Pixel8>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
-                                VX_Fixed y, char* out) {
-  const VX_LayerDef* const src = record.src;
-  VXp_RoundingToNearest([=] {
-    VXp_ColumnWalk<VX_Pixel8, ByteColumnRule>(*src, y, ByteColumnRule(y)).Run(x, count, out);
-  });
+template <class Pixel>
+void VXp_StraightRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
+                     char* out) {
+  auto* const pixels = reinterpret_cast<Pixel*>(out);
+  const auto [first, end] = VXp_InsideOf(*record.src, x, count, y);
+  const auto clipped = [&](int32_t from, int32_t to) {
+    for (int32_t i = from; i < to; ++i) Sample<VXp_Clipped>(x[i], y, &record, pixels + i);
+  };
+  clipped(0, first);
+  VX_Fixed ys[kTile];
+  std::fill_n(ys, kTile, y);
+  for (int32_t i = first; i < end; i += kTile) {
+    VXp_StraightPoints<Pixel>(record, x + i, ys, std::min(kTile, end - i), pixels + i);
+  }
+  clipped(end, count);
 }
-
-template <>
-void VXp_StraightRow<VX_Pixel16>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
-                                 VX_Fixed y, char* out) {
-  const VX_LayerDef* const src = record.src;
-  VXp_RoundingToNearest([=] {
-    VXp_MixRow<VX_Pixel16>(
-        *src, x, count, y, out, [](const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
-          return (fx | fy) == 0 ? quad.p00 : SampleQuad(quad, VXp_DoubleWeights(fx, fy));
-        });
-  });
-}
+template VXp_SampleRowCall VXp_StraightRow<VX_Pixel8>;
+template VXp_SampleRowCall VXp_StraightRow<VX_Pixel16>;
 
 template <>
 void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,

@@ -1,11 +1,11 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Bilinear with straight alpha at 8 bits in single precision, not clipped: the rule that holds the
-// unclipped slot where the host's record tells of SSE2, and the forms of four positions, which have
-// no other. They are rules of their own, not faster ways to the numbers of the scalar forms.
+// Bilinear with straight alpha at 8 bits in single precision, unclipped: the sampler that is in the
+// unclipped slot if the host's processor record reports SSE2, and the samplers of four positions.
+// Their results differ from those of the scalar samplers; they are rules of their own.
 //
-// Every channel is its value + 0.5, truncated and held within 0..255.
+// Every channel is value + 0.5, truncated and clamped to 0..255.
 
 #include "indep/VXp_BytePairs.h"
 #include "indep/VXp_MixFour.h"
@@ -15,7 +15,7 @@ namespace {
 
 uint32_t Finished(VXp_FloatLanes v) { return VXp_Packed8(VXp_Truncated(VXp_HeldToByte(v + 0.5f))); }
 
-// Down in each column, then across; every channel, also alpha.
+// Mixes vertically in each column, then horizontally; alpha too.
 VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
   const float a = static_cast<float>(at.fx) * 0x1p-16f, b = static_cast<float>(at.fy) * 0x1p-16f;
   const VXp_FloatLanes left = quad.p00 + (quad.p01 - quad.p00) * b;
@@ -23,16 +23,15 @@ VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
   return left + (right - left) * a;
 }
 
-// No short cut and no test: a sum of alphas that is 0 makes colours that are not numbers, and
-// those finish as 0.
+// No special case: if the sum of alphas is 0 the colours are NaN, which finish as 0.
 void SampleOneOfFour(const VX_LayerDef& src, const VXp_Place& at, const VXp_SingleWeights& w,
                      VX_Pixel8* out) {
   const VXp_SingleQuad quad(VXp_Unclipped::Four<VX_Pixel8>(src, at));
   VXp_Store(out, Finished(quad.ByAlpha(w)));
 }
 
-// The same of columns, in 65536ths: nothing of it rounds but the step across, which rounds alike at
-// every scale, and nothing leaves the range.
+// The same for mixed columns in 65536ths. Only the horizontal step rounds, at any scale in the same
+// way, and all values are within range.
 uint32_t InTwoSteps(const VXp_ByteColumns& columns, uint32_t fx) {
   const float a = static_cast<float>(fx) * 0x1p-16f;
   const VXp_FloatLanes mixed =
@@ -66,7 +65,7 @@ struct SingleRule {
     VXp_Store(out, f.Whole() ? quads.p00 : sample);
     const unsigned bits = VXp_LaneBits(alike);
     if (bits == 0) return 0;
-    // Equal alphas that are not 0 come to the same, but for what the roundings do.
+    // Equal alphas that are not 0 give the same result except for rounding.
     const VXp_FourRounded rounded(mixed);
     return bits & VXp_LaneBits(nothing | rounded.color_is_near);
   }

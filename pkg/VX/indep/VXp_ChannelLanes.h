@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The four channels of one pixel, a lane each: from memory to numbers and back. Lane 0 is alpha.
+// The four channels of one pixel as lanes: conversion from pixels to numbers and back. Lane 0 is
+// alpha.
 
 #include <algorithm>
 #include <bit>
@@ -14,7 +15,7 @@
 
 using VXp_DoublePair = double __attribute__((vector_size(16)));
 
-// Four doubles, as two registers: what one would need is wider than every machine has.
+// Four doubles in two registers of 16 bytes, which every supported machine has.
 struct VXp_DoubleLanes {
   double Alpha() const { return first[0]; }
 
@@ -84,7 +85,7 @@ VXp_DoubleLanes VXp_Doubles(Raw pixel) {
   return VXp_AsDouble(VXp_Ints(pixel));
 }
 
-// Alpha, and the colours times alpha.
+// Returns alpha, and the colours multiplied by alpha.
 inline VXp_FloatLanes VXp_TimesAlpha(VXp_FloatLanes p) {
   VXp_FloatLanes product = VXp_Splat<VXp_FloatLanes>(p[0]) * p;
   product[0] = p[0];
@@ -93,7 +94,7 @@ inline VXp_FloatLanes VXp_TimesAlpha(VXp_FloatLanes p) {
 
 // --- to pixels -----------------------------------------------------------------------------------
 
-// Rounded as the thread's mode says, which is to nearest with ties to even if nobody changed it.
+// Rounds by the rounding mode of the thread; the default is to nearest, ties to even.
 inline VXp_IntLanes VXp_Rounded(const VXp_DoubleLanes& v) {
 #ifdef __SSE2__
   return reinterpret_cast<VXp_IntLanes>(
@@ -115,7 +116,7 @@ inline VXp_IntLanes VXp_Truncated(const VXp_DoubleLanes& v) {
 #endif
 }
 
-// Held within 0..255; not-a-number gives 0.
+// Clamps to 0..255; NaN gives 0.
 inline VXp_FloatLanes VXp_HeldToByte(VXp_FloatLanes v) {
 #ifdef __SSE2__
   return reinterpret_cast<VXp_FloatLanes>(
@@ -126,7 +127,7 @@ inline VXp_FloatLanes VXp_HeldToByte(VXp_FloatLanes v) {
 #endif
 }
 
-// Lanes within the range of the channel.
+// Packs lanes that are within the range of the channel.
 inline uint32_t VXp_Packed8(VXp_IntLanes v) {
 #ifdef __SSE2__
   const auto ints = reinterpret_cast<__m128i>(v);

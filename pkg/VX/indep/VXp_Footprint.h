@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Averages over footprints, exactly.
+// Exact averages over footprints.
 //
 // Weights are separable, so a row is summed with the widths alone and then weighted by its height;
 // only the first and the last pixel of a row, and the first and the last row, are partly covered.
@@ -14,14 +14,14 @@
 #include "indep/VXp_ChannelLanes.h"
 #include "indep/VXp_Neighbours.h"
 
-// As wide as sums over the largest footprint: an area of 2^64 times two 16-bit channels. Of 8-bit
-// channels and footprints below 64 pixels a side the usual numbers hold them doubled.
+// Holds sums over the largest footprint: an area of 2^64 times two 16-bit channels. For 8-bit
+// channels and footprints below 64 pixels a side, 64 bits hold twice the sums.
 __extension__ typedef unsigned __int128 VXp_WideSum;
 constexpr int64_t kVXp_NarrowSide = 64 * 65536;
 
 constexpr int64_t kVXp_One = 65536;
 
-// What of one axis the footprint covers: `count` pixels from `first`, the ends in part.
+// The part of one axis that the footprint covers: `count` pixels from `first`, the ends partly.
 struct VXp_Extent {
   VXp_Extent(VX_Fixed position, VX_Fixed radius, int32_t size) {
     const int64_t half = std::max(int64_t{radius}, kVXp_One / 2);
@@ -59,15 +59,16 @@ struct VXp_Sums {
   Number alpha{}, red{}, green{}, blue{};
 };
 
-// Here the order of the sums decides the last bits.
+// The order of these sums decides the last bits.
 template <>
 struct VXp_Sums<double> {
   void Add(const VXp_Sums& term, double factor) { lanes = lanes + factor * term.lanes; }
   VXp_DoubleLanes lanes{};
 };
 
-// The types of the sums. Term: what one pixel gives, and whole pixels of a row, at most 65536 of
-// them: 255 * 255 * 65536 is below 2^32. Row: with the widths, at most 2^32 together.
+// The types of the sums. Term: the term of one pixel, and sums of at most 65536 fully covered
+// pixels of a row: 255 * 255 * 65536 < 2^32. Row: sums weighted by widths, which are 2^32 at most
+// together.
 template <class Pixel>
 struct VXp_BoxTypes;
 template <>
@@ -91,8 +92,7 @@ struct VXp_BoxTypes<VX_PixelFloat> {
 
 enum class VXp_BoxAlpha { Straight, Premultiplied };
 
-// A pixel in double precision. Products of bytes are exact in single precision, as are all that
-// fit.
+// Returns a pixel in double precision. Products of two bytes are exact in single precision.
 template <VXp_BoxAlpha kind, class Pixel>
 VXp_DoubleLanes VXp_BoxLanes(const char* from) {
   const auto raw = VXp_Load<VXp_RawPixel<Pixel>>(from);
@@ -142,7 +142,7 @@ VXp_Sums<typename VXp_BoxTypes<Pixel>::Row> VXp_RowOf(const char* from, const VX
   return row;
 }
 
-// Quotients by one number, + 0.5 and truncated; at most 65535.
+// Divides by one number; quotients are value + 0.5, truncated, and at most 65535.
 template <class Total>
 class VXp_BoxDivisor {
  public:
@@ -155,8 +155,7 @@ class VXp_BoxDivisor {
   Total by_;
 };
 
-// The product with the reciprocal is off by far less than 1, so it is the quotient or its
-// neighbour.
+// The product with the reciprocal has an error far below 1, so it is the quotient or its neighbour.
 template <>
 class VXp_BoxDivisor<uint64_t> {
  public:
@@ -202,7 +201,7 @@ Pixel VXp_Average(const VXp_Sums<Total>& total, const VXp_BoxDivisor<Total>& are
           static_cast<Channel>(by.Quotient(total.blue))};
 }
 
-// Nothing where no alpha is; it may come out 0 where some was.
+// The zero pixel if the sum of alphas is 0. A small sum may still give alpha 0.
 template <VXp_BoxAlpha kind, class Pixel>
 Pixel VXp_Average(const VXp_Sums<double>& total, const VXp_BoxDivisor<double>& area) {
   const VXp_DoubleLanes& sum = total.lanes;

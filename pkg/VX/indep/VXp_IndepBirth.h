@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the package's start takes from this room.
+// The interface of this component for birth.
 
 #include "VX/VX_OverrideTable.h"
 
-// Puts this room's routines in their slots, by the host's processor record.
+// Puts this component's routines in their slots, by the host's processor record.
 void VXp_FillIndepSlots(VXp_OverrideTable& table);

@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Four positions at once in pixels of bytes, one a lane: bilinear mixes in single precision.
+// Bilinear mixes of 8-bit pixels at four positions, one per lane, in single precision.
 
 #include <bit>
 
 #include "indep/VXp_BytePairs.h"
 #include "indep/VXp_SamplePoints.h"
 
-// A whole pixel a lane, alpha lowest.
+// The neighbours of four positions: one pixel per lane, alpha in the low bits.
 struct VXp_FourQuads {
   using Pairs = uint64_t __attribute__((vector_size(16)));
 
@@ -35,7 +35,7 @@ struct VXp_FourQuads {
   }
 };
 
-// The fractions of four positions, 0 up to 1.
+// The fractions of four positions, from 0 to below 1.
 struct VXp_FourFractions {
   VXp_FourFractions(const VX_Fixed* x, const VX_Fixed* y)
       : fx(VXp_Load<VXp_IntLanes>(x) & 0xFFFF),
@@ -44,14 +44,14 @@ struct VXp_FourFractions {
         b(VXp_AsFloat(fy) * 0x1p-16f) {}
 
   VXp_IntLanes Whole() const { return (fx | fy) == 0; }
-  // Multiples of 1/256: sums of weights times bytes are exact.
+  // Returns the lanes with multiples of 1/256, for which sums of weights times bytes are exact.
   VXp_IntLanes Coarse() const { return ((fx | fy) & 0xFF) == 0; }
 
   VXp_IntLanes fx, fy;
   VXp_FloatLanes a, b;
 };
 
-// The shares of the neighbours, by the steps that the rule of single precision tells.
+// The weights of the neighbours, computed in the steps of the rule in single precision.
 struct VXp_FourSingleWeights {
   explicit VXp_FourSingleWeights(const VXp_FourFractions& f)
       : w11(f.a * f.b), w10(f.a - w11), w01(f.b - w11), w00(1.0f - w11 - w10 - w01) {}
@@ -59,7 +59,7 @@ struct VXp_FourSingleWeights {
   VXp_FloatLanes w11, w10, w01, w00;
 };
 
-// The shares with a relative error of one rounding each, however small they are.
+// The weights with a relative error of few roundings, also the smallest ones.
 struct VXp_FourCloseWeights {
   explicit VXp_FourCloseWeights(const VXp_FourFractions& f)
       : w11(f.a * f.b),
@@ -70,7 +70,7 @@ struct VXp_FourCloseWeights {
   VXp_FloatLanes w11, w10, w01, w00;
 };
 
-// Channel c of four pixels.
+// Returns channel c of four pixels.
 inline VXp_FloatLanes VXp_FourChannel(VXp_WordLanes pixels, int c) {
   return VXp_AsFloat(reinterpret_cast<VXp_IntLanes>(pixels >> (8 * c) & 0xFFu));
 }
@@ -84,7 +84,7 @@ struct VXp_FourMixed {
   VXp_FloatLanes channel[4];
 };
 
-// Alpha, and the colours weighted by it; where alpha is 0 they are not numbers.
+// Returns alpha, and the colours weighted by alpha, which are NaN if alpha is 0.
 template <class Weights>
 VXp_FourMixed VXp_FourByAlpha(const VXp_FourQuads& q, const Weights& w) {
   const auto of = VXp_FourChannel;
@@ -101,7 +101,8 @@ VXp_FourMixed VXp_FourByAlpha(const VXp_FourQuads& q, const Weights& w) {
   return mixed;
 }
 
-// Of equal alphas: that alpha, and the colours down in each column, which is exact, then across.
+// For equal alphas: returns that alpha, and the colours mixed first vertically, which is exact,
+// then horizontally.
 inline VXp_FourMixed VXp_FourAlike(const VXp_FourQuads& q, const VXp_FourFractions& f) {
   const auto of = VXp_FourChannel;
   VXp_FourMixed mixed{{of(q.p00, 0)}};
@@ -113,13 +114,13 @@ inline VXp_FourMixed VXp_FourAlike(const VXp_FourQuads& q, const VXp_FourFractio
   return mixed;
 }
 
-// How near to a half a channel must lie for a sum of roundings in single precision to take it
-// across: 13 roundings of 255 are less than 2^-12, and so is what the shares that a difference
-// tells are off by.
+// A channel closer to a half than this may round to the other side in single precision. 13
+// roundings of values up to 255 are less than 2^-12, and so is the error from weights computed as
+// differences.
 inline constexpr float kVXp_NearHalf = 0x1p-10f;
 
-// To the nearest whole numbers, ties to even, as bytes of pixels; and which positions hold a
-// channel near to a half.
+// Four mixes rounded to nearest, ties to even, and packed to pixels; and the positions that have a
+// channel close to a half.
 struct VXp_FourRounded {
   explicit VXp_FourRounded(const VXp_FourMixed& mixed) {
     for (int c = 0; c < 4; ++c) {
@@ -142,10 +143,12 @@ struct VXp_FourRounded {
   VXp_IntLanes nothing{}, alpha_is_near{}, color_is_near{};
 };
 
-// A rule makes samples of neighbours:
+// Samples many positions by a rule:
 //
-//   unsigned Four(quads, fractions, out)   four of them, but for those that a bit is given for
-//   uint32_t One(pairs, fx, fy)            one
+//   unsigned Four(quads, fractions, out)   stores four samples; returns a bit for each that One
+//   must
+//                                          compute again
+//   uint32_t One(pairs, fx, fy)            returns one sample
 template <class Rule>
 void VXp_MixPointsByFour(const VXp_Origin<VX_Pixel8>& from, const VX_Fixed* x, const VX_Fixed* y,
                          int32_t count, VX_Pixel8* out) {

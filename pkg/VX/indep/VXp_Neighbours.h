@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A position taken apart, and the pixels around it as they lie in memory.
+// The parts of a position, and the pixels around it as they are stored in memory.
 
 #include <cstdint>
 
@@ -11,7 +11,7 @@
 #include "frame/VXp_LaneTraits.h"
 #include "frame/VXp_Rows.h"
 
-// A pixel as one value, alpha lowest. Pixels of integers are compared whole.
+// A pixel as one value, alpha in the low bits, so that integer pixels are compared at once.
 template <class Pixel>
 struct VXp_RawPixelOf;
 template <>
@@ -29,8 +29,8 @@ struct VXp_RawPixelOf<VX_PixelFloat> {
 template <class Pixel>
 using VXp_RawPixel = typename VXp_RawPixelOf<Pixel>::Type;
 
-// Whole parts round down, so the fractions are never negative. A whole part lies within 16 bits:
-// that of the next neighbour does not overflow.
+// Whole parts are rounded down, so fractions are never negative. They fit 16 bits, so the position
+// of the next neighbour does not overflow.
 struct VXp_Place {
   VXp_Place(VX_Fixed x, VX_Fixed y)
       : column(x >> 16),
@@ -44,12 +44,12 @@ struct VXp_Place {
   uint32_t fx, fy;  // 65536ths
 };
 
-// The digits are the column and the row of the neighbour.
+// The four neighbours; the digits are column and row.
 template <class Pixel>
 struct VXp_Quad {
   using Raw = VXp_RawPixel<Pixel>;
 
-  // For pixels of integers.
+  // For integer pixels.
   Raw Differences() const { return (p00 ^ p10) | (p00 ^ p01) | (p00 ^ p11); }
   bool SamePixels() const { return Differences() == 0; }
   bool SameAlphas() const { return static_cast<VX_ChannelOf<Pixel>>(Differences()) == 0; }
@@ -57,7 +57,7 @@ struct VXp_Quad {
   Raw p00, p10, p01, p11;
 };
 
-// True for not-a-number never.
+// False if an alpha is NaN.
 template <>
 inline bool VXp_Quad<VX_PixelFloat>::SameAlphas() const {
   return p00[0] == p10[0] && p00[0] == p01[0] && p00[0] == p11[0];
@@ -67,16 +67,16 @@ inline bool VXp_AllIn(const VX_LayerDef& src, const VXp_Place& at) {
   return at.column >= 0 && at.column + 1 < src.width && at.row >= 0 && at.row + 1 < src.height;
 }
 
-// --- how the neighbours are fetched --------------------------------------------------------------
+// --- fetching neighbours -------------------------------------------------------------------------
 
-// Trusts the caller.
+// The caller guarantees that all pixels are in the world.
 struct VXp_Unclipped {
   template <class Pixel>
   static VXp_RawPixel<Pixel> One(const VX_LayerDef& src, int32_t column, int32_t row) {
     return VXp_Load<VXp_RawPixel<Pixel>>(VXp_PixelAddress<Pixel>(src, column, row));
   }
 
-  // `upper` is the upper left one.
+  // `upper` is the address of the upper left neighbour.
   template <class Pixel>
   static VXp_Quad<Pixel> Four(const char* upper, int32_t rowbytes) {
     using Raw = VXp_RawPixel<Pixel>;
@@ -91,7 +91,7 @@ struct VXp_Unclipped {
   }
 };
 
-// A pixel outside is zero.
+// A pixel outside the world is zero.
 struct VXp_Clipped {
   template <class Pixel>
   static VXp_RawPixel<Pixel> One(const VX_LayerDef& src, int32_t column, int32_t row) {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Work that must round to nearest, whatever the caller's thread is set to.
+// Rounding to nearest, whatever the rounding mode of the calling thread is.
 
 #include <cfenv>
 
@@ -10,11 +10,11 @@
 #include <xmmintrin.h>
 #endif
 
-// Sets the thread to round to nearest while it lives.
+// Sets the thread to round to nearest for its lifetime.
 class VXp_NearestRounding {
  public:
 #ifdef __SSE2__
-  // One store and one test: cheap enough for each pixel.
+  // One store and one test, so it may be called for each pixel.
   static bool IsSet() { return (_mm_getcsr() & _MM_ROUND_MASK) == _MM_ROUND_NEAREST; }
 
   VXp_NearestRounding() : saved_(_mm_getcsr()) {
@@ -38,11 +38,10 @@ class VXp_NearestRounding {
   VXp_NearestRounding& operator=(const VXp_NearestRounding&) = delete;
 };
 
-// Runs `body`, which writes its results to memory and captures by value.
+// Runs `body`, which must write its results to memory and capture by value.
 //
-// The compiler may move arithmetic across a change of the mode, of which it knows nothing; a call
-// through a pointer that it can not see through stays where it is. The copy keeps what is captured
-// in registers on the usual way.
+// The compiler may move arithmetic across a change of the rounding mode, but not across a call
+// through a volatile pointer. The copy lets the captures stay in registers on the common path.
 template <class Body>
 void VXp_RoundingToNearest(const Body& body) {
   if (VXp_NearestRounding::IsSet()) [[likely]] {

@@ -3,42 +3,43 @@
 
 #include "indep/VXp_SamplePoints.h"
 
+#include "VX/VX_OverrideTable.h"
+
+namespace {
+
+bool OwnsWeights() {
+  return VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight == &VX_SubpixelSampleComputeWeight;
+}
+
+}  // namespace
+
 template <>
-VXp_SamplePointsFunc<VX_Pixel8> VXp_PointsForm(VX_SampleFunc<VX_Pixel8> sample) {
-  if (sample == VX_SubpixelSampleNoClip_Straight_SSE2) return VXp_SinglePoints;
-  if (sample == VX_SubpixelSampleNoClip_Straight || sample == VX_SubpixelSample_Straight) {
+VXp_SamplePointsFunc<VX_Pixel8> VXp_OwnPoints(const VX_SamplerSet<VX_Pixel8>& set) {
+  const bool own = set.all_in == &VX_SubpixelSamplePlus_Straight &&
+                   set.clipped == &VX_SubpixelSample_Straight &&
+                   set.box == &VX_AreaSample_Straight &&
+                   set.weighted == &VX_SubpixelSampleTranslateNoClip_Straight &&
+                   set.span == &VX_SubpixelSpanSampleTranslateNoClip_Straight && OwnsWeights();
+  if (own && set.unclipped == &VX_SubpixelSampleNoClip_Straight_SSE2) return VXp_SinglePoints;
+  if (own && set.unclipped == &VX_SubpixelSampleNoClip_Straight) {
     return VXp_StraightPoints<VX_Pixel8>;
   }
   return nullptr;
 }
 
 template <>
-VXp_SamplePointsFunc<VX_Pixel16> VXp_PointsForm(VX_SampleFunc<VX_Pixel16> sample) {
-  if (sample == VX_SubpixelSampleNoClip_Straight16 || sample == VX_SubpixelSample_Straight16) {
-    return VXp_StraightPoints<VX_Pixel16>;
-  }
-  return nullptr;
+VXp_SamplePointsFunc<VX_Pixel16> VXp_OwnPoints(const VX_SamplerSet<VX_Pixel16>& set) {
+  const bool own = set.all_in == &VX_SubpixelSamplePlus_Straight16 &&
+                   set.clipped == &VX_SubpixelSample_Straight16 &&
+                   set.box == &VX_AreaSample_Straight16 &&
+                   set.unclipped == &VX_SubpixelSampleNoClip_Straight16 &&
+                   set.weighted == &VX_SubpixelSampleTranslateNoClip_Straight16 &&
+                   set.span == &VX_SubpixelSpanSampleTranslateNoClip_Straight16 && OwnsWeights();
+  return own ? VXp_StraightPoints<VX_Pixel16> : nullptr;
 }
 
+// The float samplers have no slots.
 template <>
-VXp_SamplePointsFunc<VX_PixelFloat> VXp_PointsForm(VX_SampleFunc<VX_PixelFloat> sample) {
-  if (sample == VX_SubpixelCPlusPlusNoClipFloat || sample == VX_SubpixelCPlusPlusFloat) {
-    return VXp_PortablePoints;
-  }
-  return nullptr;
-}
-
-template <>
-VXp_SamplePointsFunc<VX_Pixel8> VXp_PointsForm(VX_SampleAllInFunc<VX_Pixel8> sample) {
-  return sample == VX_SubpixelSamplePlus_Straight ? VXp_StraightPoints<VX_Pixel8> : nullptr;
-}
-
-template <>
-VXp_SamplePointsFunc<VX_Pixel16> VXp_PointsForm(VX_SampleAllInFunc<VX_Pixel16> sample) {
-  return sample == VX_SubpixelSamplePlus_Straight16 ? VXp_StraightPoints<VX_Pixel16> : nullptr;
-}
-
-template <>
-VXp_SamplePointsFunc<VX_PixelFloat> VXp_PointsForm(VX_SampleAllInFunc<VX_PixelFloat> sample) {
-  return sample == VX_SubpixelSpanSampleAllInCPlusPlusFloat ? VXp_PortablePoints : nullptr;
+VXp_SamplePointsFunc<VX_PixelFloat> VXp_OwnPoints(const VX_SamplerSet<VX_PixelFloat>&) {
+  return VXp_StraightPoints<VX_PixelFloat>;
 }

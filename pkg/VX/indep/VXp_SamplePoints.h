@@ -2,38 +2,35 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Samples at many positions: what the library's own bilinear samplers give there, bit for bit,
-// without a call and a look at the rounding mode for each pixel.
+// The library's own bilinear engine for straight alpha: samples at many positions, with the bits of
+// the exported samplers. It saves a call and a check of the rounding mode for each pixel.
 
 #include "VX/VX_Sampling.h"
 #include "indep/VXp_Neighbours.h"
 
-// Stores the samples at (x[0], y[0]), (x[1], y[1]) and so on. All their neighbours lie in the
-// world, as for the samplers that do not clip.
+// Stores the samples at (x[0], y[0]), (x[1], y[1]) and so on. All their neighbours are in the
+// world, as for the unclipped samplers.
 template <class Pixel>
 using VXp_SamplePointsCall = void(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
                                   int32_t count, Pixel* out);
 template <class Pixel>
 using VXp_SamplePointsFunc = VXp_SamplePointsCall<Pixel>*;
 
-// The form for points of a bilinear sampler of straight alpha, be it one that clips, one that does
-// not, or one that tells what it found. Null for one that is not the library's own. For each pixel
-// type.
-template <class Pixel>
-VXp_SamplePointsFunc<Pixel> VXp_PointsForm(VX_SampleFunc<Pixel> sample);
-template <class Pixel>
-VXp_SamplePointsFunc<Pixel> VXp_PointsForm(VX_SampleAllInFunc<Pixel> sample);
-
-// --- the forms themselves ------------------------------------------------------------------------
-
-// Double precision, at 8 and 16 bits.
+// The rule of the clipped samplers, and of those that report whether all neighbours are inside.
 template <class Pixel>
 VXp_SamplePointsCall<Pixel> VXp_StraightPoints;
-// Single precision at 8 bits, the rule of machines with SSE2.
-VXp_SamplePointsCall<VX_Pixel8> VXp_SinglePoints;
-VXp_SamplePointsCall<VX_PixelFloat> VXp_PortablePoints;
 
-// Where the left neighbours of a position lie.
+// Returns the form of the set's unclipped sampler: VXp_StraightPoints, or at 8 bits the rule in
+// single precision. Null if a slot of the set or that of the weights was replaced; then the
+// operation must call the slots for every pixel. Call once per operation, since the table may be
+// patched between two operations. For each pixel type.
+template <class Pixel>
+VXp_SamplePointsFunc<Pixel> VXp_OwnPoints(const VX_SamplerSet<Pixel>& set);
+
+// The rule of VX_SubpixelSampleNoClip_Straight_SSE2.
+VXp_SamplePointsCall<VX_Pixel8> VXp_SinglePoints;
+
+// Addresses of the left neighbours of a position.
 template <class Pixel>
 class VXp_Origin {
  public:
@@ -52,7 +49,7 @@ class VXp_Origin {
   ptrdiff_t rowbytes_;
 };
 
-// `mix(quad, fx, fy)` gives the raw pixel.
+// `mix(quad, fx, fy)` returns the raw pixel.
 template <class Pixel, class Mixing>
 void VXp_MixPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y, int32_t count,
                    Pixel* out, const Mixing& mix) {

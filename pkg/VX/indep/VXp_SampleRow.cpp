@@ -23,7 +23,7 @@ VXp_SampleRowFunc VXp_RowForm(VX_SampleFunc<VX_Pixel16> sample) {
 
 template <>
 VXp_SampleRowFunc VXp_RowForm(VX_SampleFunc<VX_PixelFloat> sample) {
-  if (sample == VX_SubpixelCPlusPlusFloat) return VXp_PortableRow<VX_PixelFloat>;
+  if (sample == VX_SubpixelCPlusPlusFloat) return VXp_StraightRow<VX_PixelFloat>;
   if (sample == VX_SubpixelSample_PremulFloat) return VXp_PremulRow<VX_PixelFloat>;
   if (sample == VX_AreaSample_CPlusPlus<VX_PixelFloat>) return VXp_StraightBoxRow<VX_PixelFloat>;
   if (sample == VX_AreaSample_PremulFloat) return VXp_PremulBoxRow<VX_PixelFloat>;

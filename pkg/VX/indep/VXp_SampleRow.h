@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Rows of samples: what the library's own samplers give at many positions of one height, bit for
-// bit, without a call, a test of the border and a look at the rounding mode for each pixel.
+// Rows of samples: many positions of one height, with the bits of the library's own samplers. They
+// save a call, a test of the border and a check of the rounding mode for each pixel.
 
 #include <algorithm>
 #include <cstdint>
@@ -11,14 +11,13 @@
 #include "VX/VX_Sampling.h"
 #include "indep/VXp_Neighbours.h"
 
-// Stores `count` pixels from `out` on, which may be any address. `x` ascends; equal ones may follow
-// each other.
+// Stores `count` pixels from `out` on, which need not be aligned. `x` ascends and may repeat.
 using VXp_SampleRowCall = void(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
                                VX_Fixed y, char* out);
 using VXp_SampleRowFunc = VXp_SampleRowCall*;
 
-// The row form of a sampler. Null for one that is not the library's own, which must be called for
-// each pixel, and for those that nobody runs by rows. For each pixel type.
+// Returns the row form of a sampler. Null for one that is not the library's own, which must be
+// called for each pixel, and for one without a row form. For each pixel type.
 template <class Pixel>
 VXp_SampleRowFunc VXp_RowForm(VX_SampleFunc<Pixel> sample);
 
@@ -29,15 +28,30 @@ VXp_SampleRowCall VXp_StraightRow;
 template <class Pixel>
 VXp_SampleRowCall VXp_PremulRow;
 template <class Pixel>
-VXp_SampleRowCall VXp_PortableRow;
-template <class Pixel>
 VXp_SampleRowCall VXp_StraightBoxRow;
 template <class Pixel>
 VXp_SampleRowCall VXp_PremulBoxRow;
 
-// Walks over the pairs of columns that the positions of a row lie between. A rule makes of the
-// upper and the lower pixel of a column what it needs of them, which serves for all positions on
-// both sides of the column, and gives the raw pixel between two columns:
+// Part of ascending positions: those of index first to end - 1.
+struct VXp_PositionRange {
+  int32_t first, end;
+};
+
+// Returns the positions whose four neighbours are all in the world.
+inline VXp_PositionRange VXp_InsideOf(const VX_LayerDef& src, const VX_Fixed* x, int32_t count,
+                                      VX_Fixed y) {
+  const int32_t row = y >> 16;
+  if (row < 0 || row + 1 >= src.height) return {0, 0};
+  const auto below = [](VX_Fixed position, int64_t bound) { return position < bound; };
+  const VX_Fixed* const first = std::lower_bound(x, x + count, int64_t{0}, below);
+  const int64_t bound = (int64_t{src.width} - 1) * 65536;
+  const VX_Fixed* const end = std::lower_bound(first, x + count, bound, below);
+  return {static_cast<int32_t>(first - x), static_cast<int32_t>(end - x)};
+}
+
+// Walks over the pairs of columns on both sides of the positions of a row. A rule prepares a column
+// from its upper and its lower pixel, once for all positions beside the column, and mixes two
+// columns to a raw pixel:
 //
 //   Column Of(raw upper, raw lower)
 //   raw    Mix(const Column& left, const Column& right, uint32_t fx)
@@ -47,17 +61,10 @@ class VXp_ColumnWalk {
   using Raw = VXp_RawPixel<Pixel>;
 
   VXp_ColumnWalk(const VX_LayerDef& src, VX_Fixed y, const Rule& rule)
-      : src_(src), row_(y >> 16), rule_(rule) {}
+      : src_(src), y_(y), row_(y >> 16), rule_(rule) {}
 
   void Run(const VX_Fixed* x, int32_t count, char* out) const {
-    // The positions between the first and the last column, where nothing need be clipped.
-    int32_t first = 0, last = 0;
-    if (row_ >= 0 && row_ + 1 < src_.height) {
-      const auto below = [](VX_Fixed position, int64_t bound) { return position < bound; };
-      const int64_t end = (int64_t{src_.width} - 1) * 65536;
-      first = static_cast<int32_t>(std::lower_bound(x, x + count, int64_t{0}, below) - x);
-      last = static_cast<int32_t>(std::lower_bound(x + first, x + count, end, below) - x);
-    }
+    const auto [first, last] = VXp_InsideOf(src_, x, count, y_);
     const auto clipped = [this](int32_t column) {
       return rule_.Of(VXp_Clipped::One<Pixel>(src_, column, row_),
                       VXp_Clipped::One<Pixel>(src_, column, row_ + 1));
@@ -93,11 +100,12 @@ class VXp_ColumnWalk {
   }
 
   const VX_LayerDef& src_;
+  VX_Fixed y_;
   int32_t row_;
   Rule rule_;
 };
 
-// Where nothing but the pixels can be kept: a rule of `mix(quad, fx, fy)`.
+// A rule that keeps only the pixels of a column, from `mix(quad, fx, fy)`.
 template <class Pixel, class Mixing>
 struct VXp_QuadRule {
   struct Column {

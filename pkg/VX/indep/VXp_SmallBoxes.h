@@ -2,16 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The box samplers by rows, for reductions by up to some ten times.
+// The box samplers by rows, for reductions to about a tenth or more.
 
 #include <bit>
 
 #include "indep/VXp_Footprint.h"
 
-// A row of footprints of a few rows at the integer depths. VXp_Sums go down the columns first,
-// since neighbours share a column where they meet, and are in double precision: those of bytes are
-// exact, of words the quotients are off by less than 2^-20. What lies so near to a step that this
-// could matter is computed again, exactly.
+// A row of footprints of a few rows at the integer depths. Columns are summed first, since adjacent
+// footprints share a column. Sums are in double precision: exact at 8 bits; at 16 bits quotients
+// have an error below 2^-20, and results so close to a rounding step are computed again exactly.
 template <VXp_BoxAlpha kind, class Pixel>
 class VXp_SmallBoxes {
  public:
@@ -75,7 +74,7 @@ class VXp_SmallBoxes {
     raised.first[0] = (1.0 / area_) * total.Alpha() + 0.5;
     const VXp_IntLanes whole = VXp_Truncated(raised);
     const VXp_DoubleLanes floor = VXp_AsDouble(whole);
-    // Where covers are halves of a pixel, many averages lie at a half.
+    // If covers are multiples of half a pixel, many averages are exactly a half.
     const bool halves = in_halves_ && InHalves(columns);
     if (!halves) {
       const auto unsure = Unsure(raised.first - floor.first) | Unsure(raised.second - floor.second);
@@ -90,8 +89,8 @@ class VXp_SmallBoxes {
 
   static auto Unsure(VXp_DoublePair rest) { return (rest < 0x1p-20) | (rest > 1 - 0x1p-20); }
 
-  // A quotient that may be one off, set right by what is left over. For that the sums must be
-  // exact: those of bytes are, and those of words where all covers are halves of a pixel.
+  // Corrects a quotient with an error of at most one by its remainder. Requires exact sums: those
+  // at 8 bits, and those at 16 bits if all covers are multiples of half a pixel.
   static VXp_DoublePair Corrected(VXp_DoublePair quotient, VXp_DoublePair sum, VXp_DoublePair by) {
     const VXp_DoublePair zero{}, one = zero + 1.0;
     const VXp_DoublePair twice_left = 2.0 * (sum - quotient * by);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The shares of the four neighbours, at both precisions, and the mix in single precision.
+// The weights of the four neighbours in both precisions, and the mix in single precision.
 //
 // The order of the subtractions and of the sums decides the last bit. In double precision every
 // weight of 16-bit fractions is exact, and so is every sum of weights times channels; in single
@@ -42,14 +42,14 @@ struct VXp_SingleQuad {
         p01(VXp_Floats(quad.p01)),
         p11(VXp_Floats(quad.p11)) {}
 
-  // The colours mixed as they are; alpha that of the first.
+  // Mixes the colours without alpha; the result has the alpha of the first pixel.
   VXp_FloatLanes Plain(const VXp_SingleWeights& w) const {
     VXp_FloatLanes mixed = w.w00 * p00 + w.w10 * p10 + w.w01 * p01 + w.w11 * p11;
     mixed[0] = p00[0];
     return mixed;
   }
 
-  // The colours weighted by alpha too; alpha 0 comes with colours that are not numbers.
+  // Mixes the colours weighted by alpha. If the alpha is 0, the colours are NaN.
   VXp_FloatLanes ByAlpha(const VXp_SingleWeights& w) const {
     const VXp_FloatLanes s00 = w.w00 * AlphaOf(p00);
     const VXp_FloatLanes s10 = w.w10 * AlphaOf(p10);

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Drawing a world through matrices: checks, the way it goes, and the preparation of its rows.
+// Drawing a world through matrices: checks, choice of the path, and preparation of the rows.
 
 #include "VX/VX_OverrideTable.h"
 #include "blend/VXp_RowBuffers.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// --- what a call must be -------------------------------------------------------------------------
+// --- checks --------------------------------------------------------------------------------------
 
 struct Memory {
   const char *first, *end;
@@ -26,7 +26,7 @@ Memory MemoryOf(const VX_LayerDef& world, int32_t depth) {
   return {first + std::min<ptrdiff_t>(down, 0), first + std::max<ptrdiff_t>(down, 0) + row};
 }
 
-// Two parts of one picture may lie side by side, with rows of the one between rows of the other.
+// Two parts of one picture may be side by side, so that their rows alternate in memory.
 bool ShareRows(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
   if (a.rowbytes != b.rowbytes || a.rowbytes <= 0) return true;
   const ptrdiff_t stride = a.rowbytes;
@@ -34,7 +34,7 @@ bool ShareRows(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
   const ptrdiff_t column = ((apart % stride) + stride) % stride, row = (apart - column) / stride;
   const ptrdiff_t a_width = ptrdiff_t{a.width} * depth / 2,
                   b_width = ptrdiff_t{b.width} * depth / 2;
-  // A row of b from `column` on may run over the end of the stride into the next.
+  // A row of b that starts at `column` may extend over the end of the stride into the next row.
   const auto rows_meet = [&](ptrdiff_t first) { return first < a.height && first + b.height > 0; };
   return (column < a_width && rows_meet(row)) || (column + b_width > stride && rows_meet(row + 1));
 }
@@ -69,9 +69,9 @@ VX_Err Check(const VXp_TransformCall& call) {
                        "VX_TransformWorld requires src and mask worlds to have same bit depth");
 }
 
-// --- the ways ------------------------------------------------------------------------------------
+// --- paths ---------------------------------------------------------------------------------------
 
-// The source moved by whole pixels, cut to the area.
+// Transfers the source, moved by whole pixels and cut to the area.
 VX_Err DrawRectangle(const VXp_TransformCall& call, const VXp_TransformPlan& plan) {
   const VXp_Footprint print(plan.first.to_destination);
   const int64_t right_by = (print.tx + kVXp_FixedHalf) >> 16;
@@ -81,7 +81,7 @@ VX_Err DrawRectangle(const VXp_TransformCall& call, const VXp_TransformPlan& pla
   const int64_t right = std::min<int64_t>(plan.area.right - right_by, call.src->width);
   const int64_t bottom = std::min<int64_t>(plan.area.bottom - down_by, call.src->height);
   if (right <= left || bottom <= top) return VX_Ok;
-  // A rectangle has 16 bits; where it ends with the source, it need not be told.
+  // M_Rect has 16 bits; a rectangle that is the whole source is passed as null.
   const bool whole =
       left == 0 && top == 0 && right == call.src->width && bottom == call.src->height;
   const auto narrow = [](int64_t v) { return static_cast<int16_t>(std::min<int64_t>(v, 32767)); };
@@ -104,7 +104,7 @@ VXp_Interval IntervalOf(const VXp_TransformCall& call, const VXp_TransformPlan& 
   if (!way.is_good) return interval;
   const VXp_Footprint print(way.to_destination);
   if (every_matrix && print.is_degenerate) return interval;
-  // The same first pixel and the same rounding as a drawing with this matrix alone.
+  // The first pixel and the rounding are those of a drawing with this matrix alone.
   interval.area = every_matrix ? VXp_AreaOfTransform(call, index, index + 1) : plan.area;
   if (!plan.high && print.is_translation) {
     const auto whole = [](int64_t t) { return static_cast<double>((t + kVXp_FixedHalf) >> 16); };
@@ -155,7 +155,7 @@ VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
   return draw(VXp_MotionDraftRows<Pixel>(plan, sampler, record));
 }
 
-// All that can fail comes before the first pixel changes.
+// Everything that can fail is done before the first pixel changes.
 template <class Pixel>
 VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
                   const VX_LayerDef& src, const VX_WorldX<Pixel>* mask, VX_WorldX<Pixel>& dst) {
@@ -215,7 +215,8 @@ VX_Err Draw(const VXp_TransformCall& call) {
   return DrawByRows(call, plan);
 }
 
-// What a replacement is told to draw to: an area beyond what a rectangle can hold as it was given.
+// Passes the area to a replacement as dst_rect. An area that does not fit M_Rect is passed as the
+// caller's rectangle.
 VX_Err CallReplacement(VXp_TransformCall call) {
   if (const VX_Err error = Check(call)) return error;
   const M_LRect area = VXp_AreaOfTransform(call, 0, call.num_matrices);

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Source positions along a row of the destination, or along the way of one pixel.
+// Source positions along a row of the destination, or along the path of one pixel.
 //
-// Positions are counted in 65536ths of a pixel in 64 bits, so that no sum wraps: where 32 bits
-// would do, the numbers are the same, and what lies beyond them is outside of every source.
+// Positions are in 65536ths of a pixel in 64 bits, so that no sum wraps. Positions that do not fit
+// 32 bits are outside every source.
 
 #include <algorithm>
 #include <cstdint>
@@ -25,13 +25,13 @@ struct VXp_Line {
   int64_t Y(int32_t i) const { return y + i * dy; }
 };
 
-// A part of a line: pixels first..end-1.
+// A part of a line: pixels first to end - 1.
 struct VXp_Run {
   int32_t first, end;
   bool Empty() const { return first >= end; }
 };
 
-// Positions from `low` to below `high` on one axis, as far as a VX_Fixed reaches.
+// Positions on one axis with low <= position < high, limited to the range of VX_Fixed.
 struct VXp_Bounds {
   VXp_Bounds(int64_t low_bound, int64_t high_bound)
       : low(std::max(low_bound, int64_t{std::numeric_limits<VX_Fixed>::min()})),
@@ -41,14 +41,14 @@ struct VXp_Bounds {
   int64_t low, high;
 };
 
-// What lies on both axes within bounds.
+// Bounds on both axes.
 struct VXp_Box {
   VXp_Bounds x, y;
   bool Holds(int64_t at_x, int64_t at_y) const { return x.Hold(at_x) && y.Hold(at_y); }
 };
 
-// Keeps of the run what of start + i * step lies within the bounds: exactly, by division where its
-// ends do not tell.
+// Cuts the run to the i for which start + i * step is within the bounds. Exact; it divides only if
+// an end of the run is out of bounds.
 inline void VXp_Cut(int64_t start, int64_t step, VXp_Bounds bounds, VXp_Run* run) {
   if (run->Empty()) return;
   const int64_t one = start + run->first * step, other = start + (run->end - 1) * step;

@@ -4,9 +4,10 @@
 
 // Samples along lines, through the slots of the override table.
 //
-// The slots are read once. Where they hold the library's own samplers, what is certainly outside
-// of the source is found by division and not sampled, and the inside is sampled in one go. Anybody
-// else's samplers are called for each pixel whose position 16.16 can tell.
+// The slots are read once per operation. If all of them hold the library's own samplers, positions
+// outside the source are found by division and not sampled, and the positions inside are sampled
+// together. If one was replaced, the slots are called for each pixel whose position is within the
+// range of 16.16 fixed point.
 
 #include <cstring>
 #include <iterator>
@@ -16,9 +17,9 @@
 #include "indep/VXp_SampleRow.h"
 #include "transform/VXp_Line.h"
 
-// In which order a line was sampled: the pixels before `first` and from `end` on are transparent;
-// those up to `forward` came first, then those from the last down to `backward`, then the middle.
-// Sums in floating point depend on it.
+// The order in which a line was sampled, on which sums in floating point depend. Pixels before
+// `first` and from `end` on are transparent. Pixels `first` to `forward` - 1 were sampled first,
+// then those from `end` - 1 down to `backward`, then those between.
 struct VXp_LineParts {
   int32_t first, forward, backward, end;
 };
@@ -34,41 +35,13 @@ inline VX_Err VXp_GetSamplers(VX_SamplerSet<VX_PixelFloat>* set) {
   return VX_GetSamplerSetFloat(set);
 }
 
-inline bool VXp_IsOwn(VX_SampleAllInFunc<VX_Pixel8> f) {
-  return f == VX_SubpixelSamplePlus_Straight;
-}
-inline bool VXp_IsOwn(VX_SampleAllInFunc<VX_Pixel16> f) {
-  return f == VX_SubpixelSamplePlus_Straight16;
-}
-inline bool VXp_IsOwn(VX_SampleAllInFunc<VX_PixelFloat>) { return true; }  // has no slot
-
-// Float sums of weights that were rounded once and twice are not the same.
-inline bool VXp_SpansServeWeights(const VX_SamplerSet<VX_PixelFloat>&) { return false; }
-inline bool VXp_SpansServeWeights(const VX_SamplerSet<VX_Pixel8>& set) {
-  return VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight == &VX_SubpixelSampleComputeWeight &&
-         set.weighted == &VX_SubpixelSampleTranslateNoClip_Straight &&
-         set.span == &VX_SubpixelSpanSampleTranslateNoClip_Straight;
-}
-inline bool VXp_SpansServeWeights(const VX_SamplerSet<VX_Pixel16>& set) {
-  return VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight == &VX_SubpixelSampleComputeWeight &&
-         set.weighted == &VX_SubpixelSampleTranslateNoClip_Straight16 &&
-         set.span == &VX_SubpixelSpanSampleTranslateNoClip_Straight16;
-}
-
 enum class VXp_SampleKind { Nearest, Bilinear, BilinearClipped, Box };
 
 template <class Pixel>
 class VXp_LineSampler {
  public:
   VXp_LineSampler(VX_ProgressInfo* progress, const VX_LayerDef& src)
-      : progress_(progress), src_(src), set_(Samplers()) {
-    unclipped_points_ = VXp_PointsForm<Pixel>(set_.unclipped);
-    clipped_points_ = VXp_PointsForm<Pixel>(set_.clipped);
-    ends_points_ = VXp_PointsForm<Pixel>(set_.all_in);
-    box_row_ = VXp_RowForm<Pixel>(set_.box);
-    own_all_in_ = VXp_IsOwn(set_.all_in);
-    spans_serve_weights_ = own_all_in_ && VXp_SpansServeWeights(set_);
-  }
+      : progress_(progress), src_(src), set_(Samplers()), own_points_(VXp_OwnPoints(set_)) {}
 
   VXp_LineParts Sample(VXp_SampleKind kind, const VXp_Line& line, const VX_SampPB& record,
                        Pixel* out) const {
@@ -81,8 +54,8 @@ class VXp_LineSampler {
     return Box(line, record, out);
   }
 
-  // Bilinear along a row: at both ends, as far as neighbours may be missing, with the sampler that
-  // looks; between them with the one that does not, or its form for a span.
+  // Samples a row bilinearly: both ends, where neighbours may be missing, with the sampler that
+  // reports whether all neighbours are inside; the middle with the unclipped one, or as a span.
   VXp_LineParts Row(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     return Bilinear(line, record, out, [&](const VXp_Run& run) {
       if (line.dx == kVXp_FixedOne && line.dy == 0) {
@@ -93,13 +66,13 @@ class VXp_LineSampler {
     });
   }
 
-  // The same along the way of a pixel, which has no span.
+  // Samples the path of one pixel like a row, but without spans.
   VXp_LineParts Way(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     return Bilinear(line, record, out,
                     [&](const VXp_Run& run) { Unclipped(line, run, record, out); });
   }
 
-  // The same where the weights of each sub-sample are known.
+  // Samples the path of one pixel with given weights for each sub-sample.
   VXp_LineParts Way(const VXp_Line& line, const VX_SampPB& record, const VXp_WeightTable& weights,
                     Pixel* out) const {
     return Bilinear(line, record, out, [&](const VXp_Run& run) {
@@ -110,24 +83,24 @@ class VXp_LineSampler {
     });
   }
 
-  // True where rows that slide by whole pixels may be taken as spans: at the integer depths, with
-  // the library's own samplers, samples with known weights are those of a span.
-  bool SpansServeWeights() const { return spans_serve_weights_; }
-  // The pixels of a line along whose way all neighbours lie inside.
+  // Returns whether spans may take the place of samples with given weights. Their results are the
+  // same at the integer depths; float sums of weights that were rounded once and twice differ.
+  bool SpansServeWeights() const { return !kIsFloat && UsesOwn(); }
+  // Returns the part of a line where all four neighbours are inside the source.
   VXp_Run InsideOf(const VXp_Line& line) const { return VXp_RunWithin(line, Inside()); }
-  // A part of a line of steps of whole pixels, inside, to the beginning of `out`.
+  // Samples a part of a line that is inside and has steps of whole pixels, to the start of `out`.
   void SpanOf(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record, Pixel* out) const {
     const VXp_Line part{line.X(run.first), line.y, line.dx, 0, run.end - run.first};
     Span(part, {0, part.count}, record, out);
   }
 
-  // Whether the samples of lines inside can be taken by the two forms below, and by which: the
-  // first up to `forward` and from `backward` on, the other between them.
-  bool TakesPoints() const { return unclipped_points_ != nullptr && ends_points_ != nullptr; }
-  VXp_SamplePointsFunc<Pixel> ends_points() const { return ends_points_; }
-  VXp_SamplePointsFunc<Pixel> unclipped_points() const { return unclipped_points_; }
+  // Returns whether lines inside may be sampled by the two forms below: `ends_points` up to
+  // `forward` and from `backward` on, `unclipped_points` between them; see PartsOfInside.
+  bool TakesPoints() const { return UsesOwn(); }
+  VXp_SamplePointsFunc<Pixel> ends_points() const { return VXp_StraightPoints<Pixel>; }
+  VXp_SamplePointsFunc<Pixel> unclipped_points() const { return own_points_; }
   VXp_LineParts PartsOfInside(const VXp_Line& line) const {
-    // The integer samplers say nothing of whole places.
+    // The integer samplers report 0 at whole positions.
     const auto all_in = [&](int32_t i) {
       return kIsFloat || ((line.X(i) | line.Y(i)) & 0xFFFF) != 0;
     };
@@ -135,26 +108,26 @@ class VXp_LineSampler {
   }
   bool IsInside(int64_t x, int64_t y) const { return Inside().Holds(x, y); }
 
-  // What the fractions of a position weigh the four neighbours with.
+  // Computes the weights of the four neighbours from the fractions of a position.
   static void Weights(int64_t x, int64_t y, VX_SubpixelWeights* out) {
     VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight(static_cast<uint16_t>(x & 0xFFFF),
                                                    static_cast<uint16_t>(y & 0xFFFF), out);
   }
 
-  // Bilinear, all of it clipped.
+  // Samples bilinearly with the clipped sampler throughout.
   VXp_LineParts Clipped(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
-    if (clipped_points_ == nullptr) return EachPixel(set_.clipped, line, kEverywhere, record, out);
+    if (!UsesOwn()) return EachPixel(set_.clipped, line, kEverywhere, record, out);
     const VXp_Run run = Cleared(line, Touched(), out);
     VXp_Run inside = InsideOf(line);
     if (inside.Empty()) inside = {run.end, run.end};
     Sample(set_.clipped, line, {run.first, inside.first}, record, out);
-    Line(clipped_points_, line, inside, record, out);
+    Line(VXp_StraightPoints<Pixel>, line, inside, record, out);
     Sample(set_.clipped, line, {inside.end, run.end}, record, out);
     return Ascending(run);
   }
 
   VXp_LineParts Box(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
-    if (box_row_ == nullptr) return EachPixel(set_.box, line, kEverywhere, record, out);
+    if (!UsesOwn()) return EachPixel(set_.box, line, kEverywhere, record, out);
     const int64_t half_x = std::max(int64_t{record.x_radius}, kVXp_FixedHalf);
     const int64_t half_y = std::max(int64_t{record.y_radius}, kVXp_FixedHalf);
     const VXp_Box covered{{1 - kVXp_FixedHalf - half_x, Width() - kVXp_FixedHalf + half_x},
@@ -165,12 +138,12 @@ class VXp_LineSampler {
     for (int32_t i = run.first, count = 0; i < run.end; i += count) {
       count = std::min<int32_t>(run.end - i, std::size(x));
       for (int32_t k = 0; k < count; ++k) x[k] = Fixed(line.X(i + k));
-      box_row_(record, x, count, Fixed(line.y), reinterpret_cast<char*>(out + i));
+      VXp_StraightBoxRow<Pixel>(record, x, count, Fixed(line.y), reinterpret_cast<char*>(out + i));
     }
     return Ascending(run);
   }
 
-  // The nearest pixel, whose centre lies up to a half before or less than a half behind.
+  // Takes the nearest pixel: its centre is at most 0.5 before or less than 0.5 after the position.
   VXp_LineParts Nearest(const VXp_Line& line, Pixel* out) const {
     const VXp_Box box{{-kVXp_FixedHalf, Width() - kVXp_FixedHalf},
                       {-kVXp_FixedHalf, Height() - kVXp_FixedHalf}};
@@ -184,12 +157,14 @@ class VXp_LineSampler {
   static constexpr int64_t kFar = int64_t{1} << 40;
   static inline const VXp_Box kEverywhere{{-kFar, kFar}, {-kFar, kFar}};
 
+  bool UsesOwn() const { return own_points_ != nullptr; }
+
   static VX_SamplerSet<Pixel> Samplers() {
     VX_SamplerSet<Pixel> set;
     VXp_GetSamplers(&set);
     return set;
   }
-  // Of positions within bounds.
+  // For positions within the range of VX_Fixed.
   static VX_Fixed Fixed(int64_t v) { return static_cast<VX_Fixed>(v); }
   static VXp_LineParts Ascending(const VXp_Run& run) {
     return {run.first, run.end, run.end, run.end};
@@ -197,11 +172,11 @@ class VXp_LineSampler {
 
   int64_t Width() const { return src_.width * kVXp_FixedOne; }
   int64_t Height() const { return src_.height * kVXp_FixedOne; }
-  // Where one of the four neighbours at least is a pixel of the source, and where all are.
+  // The positions with at least one neighbour in the source, and those with all four.
   VXp_Box Touched() const { return {{-kVXp_FixedOne, Width()}, {-kVXp_FixedOne, Height()}}; }
   VXp_Box Inside() const { return {{0, Width() - kVXp_FixedOne}, {0, Height() - kVXp_FixedOne}}; }
 
-  // The part within a box; the rest made transparent.
+  // Returns the part of a line within a box, and makes the rest of `out` transparent.
   static VXp_Run Cleared(const VXp_Line& line, const VXp_Box& box, Pixel* out) {
     const VXp_Run run = VXp_RunWithin(line, box);
     const auto clear = [out](int32_t first, int32_t end) {
@@ -232,7 +207,7 @@ class VXp_LineSampler {
     }
   }
 
-  // Of an axis, in fours; what lies behind the last may wrap.
+  // Fills positions of one axis in groups of four; those after the last one may wrap.
   static void Positions(int64_t first, int64_t step, int32_t count, VX_Fixed* out) {
     const auto by = static_cast<uint32_t>(step);
     VXp_WordLanes at = static_cast<uint32_t>(first) + VXp_WordLanes{0, by, 2 * by, 3 * by};
@@ -248,14 +223,14 @@ class VXp_LineSampler {
 
   void Unclipped(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record,
                  Pixel* out) const {
-    if (unclipped_points_ != nullptr) {
-      Line(unclipped_points_, line, run, record, out);
+    if (UsesOwn()) {
+      Line(own_points_, line, run, record, out);
     } else {
       Sample(set_.unclipped, line, run, record, out);
     }
   }
 
-  // In pieces whose sums of alpha fit what the form counts them in.
+  // In parts whose sums of alpha do not overflow.
   void Span(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record, Pixel* out) const {
     constexpr int32_t kMost = 32768;
     for (int32_t i = run.first, count = 0; i < run.end; i += count) {
@@ -265,7 +240,7 @@ class VXp_LineSampler {
     }
   }
 
-  // From both ends up to a sample that `all_in` is true of.
+  // Samples from both ends up to the first sample for which `all_in` is true.
   template <class AllIn>
   static VXp_LineParts Ends(const VXp_Run& run, const AllIn& all_in) {
     int32_t forward = run.first, backward = run.end;
@@ -276,7 +251,7 @@ class VXp_LineSampler {
     return {run.first, forward, backward, run.end};
   }
 
-  // Pixels as they are, at positions and an offset that lie in the source.
+  // Copies pixels at positions that, with the offset added, are inside the source.
   void Copy(const VXp_Line& line, const VXp_Run& run, int64_t offset, Pixel* out) const {
     if (run.Empty()) return;
     const auto first_x = static_cast<uint32_t>(line.X(run.first) + offset);
@@ -301,10 +276,10 @@ class VXp_LineSampler {
     }
   }
 
-  // True where a line goes over whole pixels only. The integer samplers that look never say there
-  // that all neighbours are inside, so all of it is theirs, and they give the pixels as they are.
+  // Returns whether all positions of a line are whole. The integer samplers return pixels unchanged
+  // there and never report that all neighbours are inside, so a copy gives the same result.
   bool IsWhole(const VXp_Line& line) const {
-    return !kIsFloat && own_all_in_ && ((line.x | line.y | line.dx | line.dy) & 0xFFFF) == 0;
+    return !kIsFloat && UsesOwn() && ((line.x | line.y | line.dx | line.dy) & 0xFFFF) == 0;
   }
 
   template <class Middle>
@@ -315,7 +290,7 @@ class VXp_LineSampler {
       Copy(line, run, 0, out);
       return Ascending(run);
     }
-    const VXp_Run run = Cleared(line, own_all_in_ ? Touched() : kEverywhere, out);
+    const VXp_Run run = Cleared(line, UsesOwn() ? Touched() : kEverywhere, out);
     const auto all_in = [&](int32_t i) {
       uint8_t inside = 0;
       set_.all_in(progress_, Fixed(line.X(i)), Fixed(line.Y(i)), &record, &inside, out + i);
@@ -329,7 +304,5 @@ class VXp_LineSampler {
   VX_ProgressInfo* progress_;
   const VX_LayerDef& src_;
   VX_SamplerSet<Pixel> set_;
-  VXp_SamplePointsFunc<Pixel> unclipped_points_, clipped_points_, ends_points_;
-  VXp_SampleRowFunc box_row_;
-  bool own_all_in_, spans_serve_weights_;
+  VXp_SamplePointsFunc<Pixel> own_points_;  // null if a slot was replaced
 };

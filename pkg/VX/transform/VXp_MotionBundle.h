@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Neighbouring pixels of a motion whose ways lie inside the source, sampled together: sub-sample
-// after sub-sample of all of them, in the order in which one of them alone would take its own.
+// Samples a group of neighbouring pixels of a motion together if their paths are inside the source:
+// sub-sample after sub-sample for all of them, in the order of a single pixel.
 
 #include "transform/VXp_LineSampler.h"
 #include "transform/VXp_MotionSum.h"
@@ -14,13 +14,13 @@ class VXp_MotionBundle {
   VXp_MotionBundle(const VXp_LineSampler<Pixel>& sampler, const VX_SampPB& record)
       : sampler_(sampler), record_(record) {}
 
-  // True where all neighbours of a way lie inside, so that it can be taken along.
+  // Returns whether a path may join a group: all neighbours of its positions are inside.
   bool Takes(const VXp_Line& way) const {
     return sampler_.TakesPoints() && sampler_.IsInside(way.x, way.y) &&
            sampler_.IsInside(way.X(way.count - 1), way.Y(way.count - 1));
   }
 
-  // Stores the averages of those that were taken, the last one before `end`, and lets them go.
+  // Stores the averages of the group, the last one before `end`, and empties the group.
   void FinishBefore(Pixel* end) {
     if (count_ == 0) return;
     VXp_MotionSum<Pixel> sums[kMost];
@@ -39,8 +39,8 @@ class VXp_MotionBundle {
     count_ = 0;
   }
 
-  // Takes a way along, after it has finished others that must not wait for it: `out` is where its
-  // average belongs.
+  // Adds a path, whose average belongs at `out`. Finishes the present group first if it is full or
+  // has another order of sampling.
   void Take(const VXp_Line& way, Pixel* out) {
     const VXp_LineParts parts = sampler_.PartsOfInside(way);
     if (count_ == kMost || parts.forward != parts_.forward || parts.backward != parts_.backward) {
@@ -57,7 +57,7 @@ class VXp_MotionBundle {
  private:
   static constexpr int32_t kMost = 128;
 
-  // The step behind the last one may wrap.
+  // The position after the last one may wrap.
   void Move(int32_t steps) {
     const auto by = static_cast<uint32_t>(steps);
     for (int32_t i = 0; i < count_; ++i) {

@@ -9,7 +9,7 @@
 #include "indep/VXp_ChannelLanes.h"
 #include "transform/VXp_LineSampler.h"
 
-// What holds 256 times a channel times alpha.
+// A type that holds 256 * channel * alpha.
 template <class Pixel>
 struct VXp_MotionNumber;
 template <>
@@ -53,7 +53,7 @@ struct VXp_MotionSum {
     blue += a * p.blue;
   }
 
-  // In the order in which they were sampled.
+  // Adds samples in the order in which they were sampled.
   void Add(const Pixel* samples, const VXp_LineParts& parts) {
     if constexpr (kIsFloat) {
       for (int32_t i = parts.first; i < parts.forward; ++i) Add(samples[i]);
@@ -91,7 +91,7 @@ struct VXp_MotionSum {
  private:
   static constexpr Number kFull = sizeof(Channel) == 1 ? 255 : sizeof(Channel) == 2 ? 32768 : 1;
 
-  // A product with full scale, divided by it, to the nearest.
+  // Divides a product with full scale by full scale, to the nearest.
   static Number Unscaled(Number v) {
     if constexpr (sizeof(Channel) == 1) return (v + 128 + ((v + 128) >> 8)) >> 8;
     if constexpr (sizeof(Channel) == 2) return (v + 16384) >> 15;

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Where the rows of a transform come from: one class for each way to make them. Each fills a row
-// of sampled pixels and tells in which order it was made:
+// The sources of the rows of a transform, one class for each kind of path. Each fills a row of
+// sampled pixels and returns the order of sampling:
 //
 //   VXp_LineParts Sample(int32_t count, Pixel* out)
 //   void NextRow()
@@ -58,22 +58,22 @@ class VXp_StillRows {
   VXp_Walk walk_;
 };
 
-// --- with motion along a straight way ------------------------------------------------------------
+// --- motion along a straight path ----------------------------------------------------------------
 
-// The figures that drive one row: the source positions of its first pixel, at the first matrix and
-// at the last, and the steps of both to the next pixel.
+// The numbers of one row: the source positions of its first pixel at the first and at the last
+// matrix, and the steps of both to the next pixel.
 struct VX_TransformRowParams {
   int64_t start_x, start_y, end_x, end_y;
   int64_t dx, dy, end_dx, end_dy;
 
-  // The line from the one position of pixel i to the other, which itself is not on it.
+  // Returns the path of pixel i from its first position to its last, which is not included.
   VXp_Line WayAt(int32_t i, int32_t samples) const {
     const int64_t x = start_x + i * dx, y = start_y + i * dy;
     return {x, y, (end_x + i * end_dx - x) / samples, (end_y + i * end_dy - y) / samples, samples};
   }
 };
 
-// The walks of the first and the last matrix.
+// The walks of the first and of the last matrix.
 class VXp_MotionWalk {
  public:
   VXp_MotionWalk(const VXp_TransformPlan& plan)
@@ -89,7 +89,7 @@ class VXp_MotionWalk {
     return {first_.x, first_.y, last_.x, last_.y, first_.dx, first_.dy, last_.dx, last_.dy};
   }
   VXp_Line WayAt(int32_t i) const { return Row().WayAt(i, samples_); }
-  // Every pixel's way is that of its left neighbour, a pixel further.
+  // Returns whether the path of each pixel is the path of its left neighbour moved by one pixel.
   bool SlidesByPixels() const {
     return first_.dx == kVXp_FixedOne && first_.dy == 0 && last_.dx == kVXp_FixedOne &&
            last_.dy == 0;
@@ -101,7 +101,7 @@ class VXp_MotionWalk {
   int32_t samples_;
 };
 
-// Pixels of a row, each from the samples of its way: `sample_way(line, buffer)`.
+// Computes pixels of a row, each from the samples of its path: `sample_way(line, buffer)`.
 template <class Pixel, class SampleWay>
 void VXp_SampleWays(const VXp_MotionWalk& walk, const VXp_Run& run, Pixel* out,
                     const SampleWay& sample_way) {
@@ -156,7 +156,7 @@ class VXp_MotionHighRows {
   void NextRow() { walk_.NextRow(); }
 
  private:
-  // What lies inside in bundles, the rest pixel by pixel.
+  // Paths inside the source in groups, the others one by one.
   void SampleBundles(int32_t count, Pixel* out) const {
     VXp_MotionBundle<Pixel> bundle(sampler_, record_);
     for (int32_t i = 0; i < count; ++i) {
@@ -173,7 +173,7 @@ class VXp_MotionHighRows {
     bundle.FinishBefore(out + count);
   }
 
-  // All pixels have the same way, and share the weights of a sub-sample.
+  // All pixels have the same path and share the weights of each sub-sample.
   void SampleSliding(int32_t count, Pixel* out) {
     const VXp_Line way = walk_.WayAt(0);
     for (int32_t k = 0; k < way.count; ++k) sampler_.Weights(way.X(k), way.Y(k), &weights_.at[k]);
@@ -194,7 +194,7 @@ class VXp_MotionHighRows {
     VXp_SampleWays(walk_, {inside.end, count}, out, sample);
   }
 
-  // Sub-sample k of all pixels.
+  // Returns the line of sub-sample k of all pixels.
   static VXp_Line RowOf(const VXp_Line& way, int32_t k, int32_t count) {
     return {way.X(k), way.Y(k), kVXp_FixedOne, 0, count};
   }

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the package's start takes from this room.
+// The interface of this component for birth.
 
 #include "VX/VX_OverrideTable.h"
 
-// Puts this room's routine in its slot.
+// Puts this component's routine in its slot.
 void VXp_FillTransformSlots(VXp_OverrideTable& table);

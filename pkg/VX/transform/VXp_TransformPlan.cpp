@@ -35,7 +35,7 @@ struct Extent {
   }
 };
 
-// What becomes of the source, with `margin` pixels before its first column and row.
+// The bounds of the image of the source, with `margin` pixels before its first column and row.
 struct Image {
   Extent x, y, w;
 
@@ -51,7 +51,8 @@ struct Image {
   }
 };
 
-// Outwards to whole pixels, within the edges given: the bounds and one pixel more, and the reach.
+// Cuts [low, high) to the bounds enlarged by one pixel, united with the reach, both rounded
+// outwards to whole pixels.
 void CutTo(const Extent& bounds, const Extent& reach, int32_t* low, int32_t* high) {
   const double first = *low, end = *high;
   const double from = std::min(std::floor(bounds.low) - 1, std::floor(reach.low));
@@ -60,12 +61,12 @@ void CutTo(const Extent& bounds, const Extent& reach, int32_t* low, int32_t* hig
   *high = static_cast<int32_t>(std::clamp(to, first, end));
 }
 
-// The part of `bounds` that the source can touch. One pixel around its bounds holds what samples
-// cover beyond it, but bilinear ones fade out over a whole pixel of the source, which is more where
-// that is enlarged.
+// Returns the part of `bounds` that the source can touch. Samples reach one pixel beyond the image
+// of the source; bilinear samples fade out over a whole pixel of the source, which is further if
+// the source is enlarged.
 M_LRect ReachOf(const M_Matrix3& to_destination, const VX_LayerDef& src, const M_LRect& bounds) {
   const Image own(to_destination, src, 0), faded(to_destination, src, 1);
-  // Seen edge on: without end.
+  // The horizon crosses the source: its image is unbounded.
   if (!(faded.w.low > 0 || faded.w.high < 0)) return bounds;
   M_LRect reach = bounds;
   CutTo(own.x, faded.x, &reach.left, &reach.right);
@@ -113,7 +114,7 @@ bool Turns(const M_Matrix3& first, const M_Matrix3& last) {
   return false;
 }
 
-// Whether the middle of the source changes its speed by 0.9 pixel or more between two steps.
+// Returns whether the centre of the source changes its step by 0.9 pixels or more.
 bool Bends(const VXp_TransformCall& call) {
   const double middle_x = (call.src->width - 1) * 0.5, middle_y = (call.src->height - 1) * 0.5;
   double x = 0, y = 0, step_x = 0, step_y = 0;
@@ -144,7 +145,7 @@ int32_t SampleCount(int32_t num_matrices, bool high) {
 
 VXp_Footprint::VXp_Footprint(const M_Matrix3& to_destination) {
   const M_Vector3 moved = M_TransformVector3(to_destination, kOrigin);
-  // Saturated: no world lies so far away.
+  // Saturated beyond the position of any world.
   const auto fixed = [](double v) {
     return static_cast<int64_t>(std::clamp(Rounded(v * 65536), -0x1p60, 0x1p60));
   };

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The geometry of one call: which way it goes, what it can touch, and where it begins to walk.
+// The geometry of one call: its path through the code, its area, and the start of its walk.
 
 #include "VX/VX_Sampling.h"
 #include "VX/VX_Transform.h"
@@ -30,20 +30,20 @@ struct VXp_TransformCall {
   VXp_MotionRule rule = VXp_MotionRule::Classic;
 };
 
-// How a matrix from source to destination scales: the half size of what a destination pixel covers
-// in the source.
+// The footprint of a destination pixel in the source, for a matrix from source to destination; the
+// radii are half its size.
 struct VXp_Footprint {
   explicit VXp_Footprint(const M_Matrix3& to_destination);
 
   bool is_translation;
-  bool is_degenerate;  // a unit of the source becomes nothing
+  bool is_degenerate;  // a unit vector of the source has an image of length 0
   int64_t tx, ty;      // 65536ths
   VX_Fixed x_radius, y_radius, area;
 };
 
-// The walk of a matrix from destination to source over an area: the position at its first pixel,
-// and steps to the next column and the next row. Where the numbers are not finite, or too large to
-// be counted over the area, it stays far from every source.
+// The source positions of an area under a matrix from destination to source: the position of the
+// first pixel, and the steps to the next column and row. If the numbers are not finite or overflow
+// within the area, all positions are far from every source.
 struct VXp_Walk {
   VXp_Walk() = default;
   VXp_Walk(const M_Matrix3& to_source, const M_LRect& area);
@@ -59,7 +59,7 @@ struct VXp_Walk {
   int64_t dx = 0, dy = 0, row_dx = 0, row_dy = 0;
 };
 
-// The matrices of a call, both ways round.
+// A matrix of a call and its inverse.
 struct VXp_Way {
   M_Matrix3 to_destination, to_source;
   bool is_good;  // invertible

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The walk over the rows of a transform: sample, mask, blend.
+// The loop over the rows of a transform: sample, mask, blend.
 
 #include <cstring>
 
@@ -12,7 +12,7 @@
 #include "transform/VXp_TransformMask.h"
 #include "transform/VXp_TransformPlan.h"
 
-// The sum of alphas of a sampled row, in the order in which it was sampled.
+// Returns the sum of the alphas of a sampled row, added in the order of sampling.
 template <class Pixel>
 auto VXp_AlphaTotal(const Pixel* row, const VXp_LineParts& parts) {
   if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
@@ -33,7 +33,7 @@ auto VXp_AlphaTotal(const Pixel* row, const VXp_LineParts& parts) {
   }
 }
 
-// Brings one sampled row into the destination.
+// Blends sampled rows into the destination.
 template <class Pixel>
 class VXp_RowBlender {
  public:
@@ -47,13 +47,13 @@ class VXp_RowBlender {
                      mode.opacity == VXp_PixelTraits<Pixel>::kFull;
   }
 
-  // False for a row that would leave the destination as it is.
+  // Returns false if the row cannot change the destination. Call before Blend.
   bool Acts(const Pixel* row, const VXp_LineParts& parts) {
     total_ = VXp_AlphaTotal(row, parts);
     return acts_on_nothing_ || total_ != 0;
   }
 
-  // The row that Acts was asked about.
+  // Blends the row that was last passed to Acts.
   VX_Err Blend(int32_t count, const Pixel* row, const Pixel* mask, Pixel* dst) const {
     using Total = decltype(total_);
     constexpr auto kFull = static_cast<Total>(VXp_PixelTraits<Pixel>::kFull);
@@ -72,7 +72,7 @@ class VXp_RowBlender {
   bool acts_on_nothing_, copies_opaque_;
 };
 
-// Rows of a transform, where they are drawn, and what they are drawn with.
+// The destination, the blending and the scratch rows of a transform.
 template <class Pixel>
 struct VXp_RowWork {
   const VXp_TransformCall& call;
@@ -84,14 +84,15 @@ struct VXp_RowWork {
   VX_WorldX<Pixel>& dst;
 };
 
-// Progress is asked in rows whose number from the top has none of these bits.
+// Progress is called in the rows whose number from the top has none of these bits.
 inline int32_t VXp_ProgressBits(const VXp_TransformCall& call, bool high) {
   const bool field = call.field == VX_Field_EvenRows || call.field == VX_Field_OddRows;
   if (call.num_matrices > 1) return field ? 15 : 7;
   return high ? (field ? 63 : 31) : (field ? 127 : 63);
 }
 
-// `source` is one of the classes of VXp_RowSources.h. 0, or the first error or stop.
+// Draws all rows of `source`, one of the classes of VXp_RowSources.h. VX_Ok, or the first error or
+// the code that progress returned.
 template <class Pixel, class Source>
 VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, Source& source) {
   const VXp_TransformCall& call = work.call;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Pictures, ways and calls of the transform's tests.
+// Pictures, paths and calls for the tests of the transform.
 
 #include <algorithm>
 #include <vector>
@@ -10,32 +10,30 @@
 #include "../PixelTestKit.h"
 #include "VX/VX_OverrideTable.h"
 
+// Pixels in rows that may be further apart than the world is wide.
 template <class Pixel>
 struct Picture {
-  Picture(int32_t width, int32_t height, const Pixel& color = {})
-      : pixels(static_cast<size_t>(width) * static_cast<size_t>(height), color) {
+  Picture(int32_t width, int32_t height, const Pixel& color = {}, int32_t gap = 0)
+      : stride(width + gap), pixels(static_cast<size_t>(stride * height), color) {
     world.width = width;
     world.height = height;
-    world.rowbytes = width * static_cast<int32_t>(sizeof(Pixel));
+    world.rowbytes = stride * static_cast<int32_t>(sizeof(Pixel));
     world.data = pixels.data();
     VXp_SetWorldDepth(&world, kDepth<Pixel>);
   }
-  Picture(const Picture& other) : Picture(other.world.width, other.world.height) {
-    pixels.assign(other.pixels.begin(), other.pixels.end());
+  Picture(const Picture& other) : stride(other.stride), pixels(other.pixels), world(other.world) {
     world.data = pixels.data();
   }
-  // Of a picture of the same size.
+  // For pictures of one size.
   Picture& operator=(const Picture& other) {
     std::copy(other.pixels.begin(), other.pixels.end(), pixels.begin());
     return *this;
   }
 
-  Pixel& At(int32_t x, int32_t y) {
-    return pixels[static_cast<size_t>(y) * static_cast<size_t>(world.width) +
-                  static_cast<size_t>(x)];
-  }
+  Pixel& At(int32_t x, int32_t y) { return pixels[static_cast<size_t>(y * stride + x)]; }
   bool operator==(const Picture& other) const { return FirstDifference(pixels, other.pixels) < 0; }
 
+  int32_t stride;
   std::vector<Pixel> pixels;
   VX_LayerDef world{};
 };
@@ -58,25 +56,17 @@ inline M_Matrix3 MatrixOf(const VX_TransformParts& parts) {
 }
 inline std::vector<M_Matrix3> Between(const VX_TransformParts& from, const VX_TransformParts& to,
                                       int32_t count) {
-  std::vector<M_Matrix3> way(static_cast<size_t>(count));
-  EXPECT_EQ(VX_MatricesBetween(&from, &to, count, way.data()), VX_Ok);
-  return way;
+  std::vector<M_Matrix3> path(static_cast<size_t>(count));
+  EXPECT_EQ(VX_MatricesBetween(&from, &to, count, path.data()), VX_Ok);
+  return path;
 }
 inline M_Matrix3 Moved(double x, double y) { return {{1, 0, 0, 0, 1, 0, x, y, 1}}; }
-inline M_Matrix3 Inverse(const M_Matrix3& m) {
-  M_Matrix3 inverse{};
-  bool invertible = false;
-  M_InverseMatrixQuiet(m, &inverse, &invertible);
-  EXPECT_TRUE(invertible);
-  return inverse;
-}
-
 inline VX_CompositeModePlus ModeOf(int32_t mode, float opacity = 1, int32_t seed = 0,
                                    bool keep = false) {
   return {mode, opacity, nullptr, keep, seed};
 }
 
-// All but source, destination and matrices; a plain drawing in high quality as it stands.
+// The arguments besides source, destination and matrices. The default draws in high quality.
 struct Manner {
   VX_CompositeModePlus mode = ModeOf(VX_Xfer_InFront);
   int32_t quality = 1;

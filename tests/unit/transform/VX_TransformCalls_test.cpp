@@ -66,11 +66,15 @@ TEST_F(Calls, CheckTheirArguments) {
       {&src.world, &mode, nullptr, m, 257, &dst.world, 0, ""}};
   TakeReportTexts();
   for (const Arguments& a : all) {
-    for (const auto call : {&VX_TransformWorld, &VX_TransformWorld_S}) {
+    for (const int which : {0, 1, 2}) {
       dst = before;
-      EXPECT_EQ(call(nullptr, 1, 0, 0, a.src, a.mode, nullptr, a.mask, a.matrices, a.count, 1,
-                     nullptr, a.dst),
-                a.error);
+      const VX_Err error = which == 2
+                               ? VX_TransformMotion(nullptr, 1, 0, a.src, a.mode, nullptr, a.mask,
+                                                    a.matrices, a.count, 1, nullptr, a.dst)
+                               : (which == 1 ? VX_TransformWorld_S : VX_TransformWorld)(
+                                     nullptr, 1, 0, 0, a.src, a.mode, nullptr, a.mask, a.matrices,
+                                     a.count, 1, nullptr, a.dst);
+      EXPECT_EQ(error, a.error) << &a - all;
       const auto texts = TakeReportTexts();
       EXPECT_EQ(texts.size(), a.error == 0 ? 0u : 1u) << &a - all;
       if (!a.text.empty()) {
@@ -151,20 +155,25 @@ TEST_F(Calls, TakeAnyMatrix) {
   }
 }
 
-// A perspective is the affine map at the first pixel of the area.
-TEST_F(Calls, DrawPerspectiveFlat) {
-  const M_Matrix3 back{{1.02, 0.1, 0.002, -0.1, 0.97, 0.001, -2, 1, 1}};  // destination to source
-  double p[3][2];
-  back.TransformPointAndDivide(0, 0, &p[0][0], &p[0][1]);
-  back.TransformPointAndDivide(1, 0, &p[1][0], &p[1][1]);
-  back.TransformPointAndDivide(0, 1, &p[2][0], &p[2][1]);
-  const M_Matrix3 flat{{p[1][0] - p[0][0], p[1][1] - p[0][1], 0, p[2][0] - p[0][0],
-                        p[2][1] - p[0][1], 0, p[0][0], p[0][1], 1}};
-  Picture8 tilted(12, 8), affine(12, 8);
-  ASSERT_EQ(Draw({.quality = 0, .src2dst = 0}, src, {back}, &tilted), VX_Ok);
-  ASSERT_EQ(Draw({.quality = 0, .src2dst = 0}, src, {flat}, &affine), VX_Ok);
-  EXPECT_TRUE(tilted == affine);
-  EXPECT_FALSE(tilted == Picture8(12, 8));
+// The last columns that 16.16 fixed point reaches are drawn and none beyond them. Positions before
+// -32768 do not wrap; another matrix keeps the area in view.
+TEST_F(Calls, ReachTheEndOfFixedPoint) {
+  Picture8 wide(32800, 2);
+  for (int32_t x = 32760; x < 32800; ++x) wide.At(x, 0) = wide.At(x, 1) = kWhite<VX_Pixel8>;
+  const M_Matrix3 end{{1, 0, 0, 0, 1.001, 0, -32755, 0, 1}},
+      before{{1, 0, 0, 0, 1.001, 0, 32772, 0, 1}}, here{{1, 0, 0, 0, 1.001, 0, 0, 0, 1}};
+  for (const int32_t quality : {0, 1}) {
+    Picture8 out(30, 2);
+    ASSERT_EQ(Draw({.quality = quality}, wide, {end}, &out), VX_Ok);
+    for (int32_t x = 0; x < 30; ++x) {
+      EXPECT_EQ(out.At(x, 0).alpha, x >= 5 && x <= 12 ? 255 : 0) << x;
+    }
+    for (const auto& path : {std::vector{before, here}, std::vector{before, here, before}}) {
+      out = Picture8(30, 2);
+      ASSERT_EQ(Draw({.quality = quality}, wide, path, &out), VX_Ok);
+      EXPECT_TRUE(out == Picture8(30, 2)) << path.size() << " quality " << quality;
+    }
+  }
 }
 
 // --- progress ------------------------------------------------------------------------------------

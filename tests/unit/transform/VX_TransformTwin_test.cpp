@@ -338,4 +338,35 @@ TYPED_TEST(TransformTwin, RandomPathsAgreeThroughReplacedSlots) {
   RandomPathsAgree<TypeParam>(46, single_precision);
 }
 
+// A path whose centre changes its step by 0.9 pixels has a sub-sample at each matrix. A path with
+// smaller changes is straight.
+TEST(TransformPaths, BendFromAChangeOfNineTenths) {
+  Operands<VX_Pixel8> o(47);
+  auto src = AnyPicture(&o, 40, [&o] { return LayerPixel(&o, 2); });
+  const VX_CompositeModePlus mode = ModeOf(VX_Xfer_Scale);
+  const struct {
+    std::vector<double> x;
+    vxref::Road road;
+  } cases[] = {{{0, 3, 6, 9}, vxref::Road::Straight},    {{0, 3, 6, 9.8}, vxref::Road::Straight},
+               {{0, 3, 6, 9.95}, vxref::Road::Bent},     {{0, 5, 1, 4.5}, vxref::Road::Bent},
+               {{0, 0.5, 0.125}, vxref::Road::Straight}, {{0, 4.25, 0.0625}, vxref::Road::Bent}};
+  for (const auto& c : cases) {
+    for (const bool down : {false, true}) {
+      std::vector<M_Matrix3> path;
+      for (const double x : c.x) {
+        path.push_back(
+            MatrixOf({.rotation = 30, .translate_x = down ? 1 : x, .translate_y = down ? x : 1}));
+      }
+      Picture<VX_Pixel8> want(20, 20), got = want;
+      EXPECT_EQ(vxref::Transform<VX_Pixel8>(
+                    {1, 0, &src.world, &mode, nullptr, nullptr, path.data(),
+                     static_cast<int32_t>(path.size()), true, nullptr, HasSinglePrecision()},
+                    want.world),
+                c.road);
+      ASSERT_EQ(Draw({.mode = mode}, src, path, &got), VX_Ok);
+      EXPECT_EQ(Difference(want, got), "") << "case " << &c - cases << ", down " << down;
+    }
+  }
+}
+
 }  // namespace

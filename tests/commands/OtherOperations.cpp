@@ -252,7 +252,7 @@ VX_Err Numbers(Command& c) {
 
 VX_Err Matrices(Command& c) {
   const VX_TransformParts from = AnyParts(c, c.Below(5)), to = AnyParts(c, c.Below(5));
-  M_Matrix3 matrices[6];
+  M_Matrix3 matrices[6] = {};
   const VX_Err error = VX_MatrixOfParts(c.Sometimes(&from), &matrices[0]);
   c.GaveNumbers("matrix", matrices[0].m, 9);
   const int32_t count = c.Between(0, 6);

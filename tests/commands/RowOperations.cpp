@@ -109,7 +109,7 @@ std::vector<Operation> BlendOperations() {
          const VX_CompositeModePlus plus(older);
          c.GaveNumbers("opacity", &plus.opacityF, 1);
          c.Gave("mode", plus.mode);
-         c.Gave("rest", plus.seed + plus.opacity + plus.opacity16 + plus.keepDstAlpha, false);
+         c.Gave("rest", plus.seed + plus.keepDstAlpha, false);
          c.Gave("flags", VX_GetTransferFlags(older.mode), false);
          return VX_Ok;
        },

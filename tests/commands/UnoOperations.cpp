@@ -4,6 +4,7 @@
 // Operations on one-channel buffers and masks, with their slow twins.
 
 #include "Operations.h"
+#include "PlainTwins.h"
 #include "UnoCalls.h"
 #include "reference/RefMask.h"
 #include "reference/RefUno.h"
@@ -104,20 +105,6 @@ VX_Err MergeTwin(VX_ProgressInfo*, int16_t h, int16_t v, const M_Rect* rect,
   return VX_Ok;
 }
 
-// `work(x, y, pixel)` over a world.
-template <class Pixel, class Work>
-void ForPixels(const VX_LayerDef& world, Work work) {
-  for (int32_t y = 0; y < world.height; ++y) {
-    for (int32_t x = 0; x < world.width; ++x) {
-      char* const at = static_cast<char*>(world.data) + int64_t{y} * world.rowbytes +
-                       int64_t{x} * static_cast<int64_t>(sizeof(Pixel));
-      Pixel pixel;
-      std::memcpy(&pixel, at, sizeof pixel);
-      work(x, y, pixel);
-      std::memcpy(at, &pixel, sizeof pixel);
-    }
-  }
-}
 VX_Err MatteTwin(VX_ProgressInfo*, const VX_LayerDef* world, int32_t what, VX_UnoBuffer* buffer) {
   return ByDepth(VXp_WorldDepth(world), [&]<class Pixel>() {
     auto plane = PlaneOf<VX_ChannelOf<Pixel>>(*buffer);
@@ -131,11 +118,10 @@ VX_Err MatteTwin(VX_ProgressInfo*, const VX_LayerDef* world, int32_t what, VX_Un
 VX_Err GreyTwin(VX_ProgressInfo*, const VX_UnoBuffer* buffer, VX_LayerDef* world) {
   return ByDepth(VXp_WorldDepth(world), [&]<class Pixel>() {
     using Channel = VX_ChannelOf<Pixel>;
-    constexpr Channel full = sizeof(Channel) == 1 ? 255 : sizeof(Channel) == 2 ? 32768 : 1;
     const auto plane = PlaneOf<Channel>(*buffer);
     ForPixels<Pixel>(*world, [&](int32_t x, int32_t y, Pixel& pixel) {
       const Channel v = plane.At(x, y);
-      pixel = {full, v, v, v};
+      pixel = {kFullAlpha<Pixel>, v, v, v};
     });
     return VX_Ok;
   });

@@ -179,6 +179,10 @@ inline VX_Err Run(Command& c, decltype(&VX_SpecialCasePixelBlit) f) {
   const bool lookup = c.Flag(), invert = c.Flag();
   VX_PixelFloat low = c.AnyPixel<VX_PixelFloat>(), high = c.AnyPixel<VX_PixelFloat>();
   if (c.OneIn(5)) high.red = low.red;
+  if (c.OneIn(5)) {  // quotients at a half of a byte
+    low.green = 0;
+    high.green = static_cast<float>(2 * (1 + c.Below(20))) * (1.0f / 255.0f);
+  }
   const M_Rect rect = c.RectValue();
   VX_WorldX<VX_Pixel8> dst(c.World(Use::kOutput, 8), true);
   return AsObject(c.World(Use::kInput),

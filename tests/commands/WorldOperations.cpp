@@ -5,9 +5,9 @@
 
 #include "FilterCalls.h"
 #include "Operations.h"
+#include "PlainTwins.h"
 #include "reference/RefBlur.h"
 #include "reference/RefConvolve.h"
-#include "reference/RefCopy.h"
 #include "reference/RefTables.h"
 #include "reference/RefTransfer.h"
 #include "reference/RefTransform.h"
@@ -164,19 +164,41 @@ std::vector<Operation> ObjectOperations() {
     AsObject(c.World(Use::kInput, c.OneIn(3) ? c.AnyDepth() : c.depth), work);
   };
   return {
-      {"VX_World::Clear", OfObject([](Command& c, VX_World& w) { w.Clear(c.Rect()); })},
+      {"VX_World::Clear", OfObject([](Command& c, VX_World& w) { w.Clear(c.Rect()); }),
+       OfObject([](Command& c, VX_World& w) { FillWith(VX_Pixel8{}, c.Rect(), w); })},
       {"VX_World::ClearExceptRect",
-       OfObject([](Command& c, VX_World& w) { w.ClearExceptRect(c.RectValue()); })},
+       OfObject([](Command& c, VX_World& w) { w.ClearExceptRect(c.RectValue()); }),
+       OfObject([](Command& c, VX_World& w) {
+         const M_Rect area = c.RectValue();
+         ChangePixels(w, &area, /*inside=*/false, [](auto& pixel) { pixel = {}; });
+       })},
       {"VX_World::Fill float", OfObject([](Command& c, VX_World& w) {
          const VX_PixelFloat color = c.AnyPixel<VX_PixelFloat>();
          w.Fill(color, c.Rect());
+       }),
+       OfObject([](Command& c, VX_World& w) {
+         const VX_PixelFloat color = c.AnyPixel<VX_PixelFloat>();
+         FillWith(color, c.Rect(), w);
        })},
       {"VX_World::Fill 16", OfObject([](Command& c, VX_World& w) {
          const VX_Pixel16 color = c.AnyPixel<VX_Pixel16>();
          w.Fill(color, c.Rect());
+       }),
+       OfObject([](Command& c, VX_World& w) {
+         const VX_Pixel16 color = c.AnyPixel<VX_Pixel16>();
+         FillWith(color, c.Rect(), w);
        })},
-      {"VX_World::FillAlpha", OfObject([](Command&, VX_World& w) { w.FillAlpha(); })},
-      {"VX_World::InvertAlpha", OfObject([](Command&, VX_World& w) { w.InvertAlpha(); })},
+      {"VX_World::FillAlpha", OfObject([](Command&, VX_World& w) { w.FillAlpha(); }),
+       OfObject([](Command&, VX_World& w) {
+         ChangePixels(w, nullptr, /*inside=*/true,
+                      []<class Pixel>(Pixel& pixel) { pixel.alpha = kFullAlpha<Pixel>; });
+       })},
+      {"VX_World::InvertAlpha", OfObject([](Command&, VX_World& w) { w.InvertAlpha(); }),
+       OfObject([](Command&, VX_World& w) {
+         ChangePixels(w, nullptr, /*inside=*/true, []<class Pixel>(Pixel& pixel) {
+           pixel.alpha = static_cast<VX_ChannelOf<Pixel>>(kFullAlpha<Pixel> - pixel.alpha);
+         });
+       })},
       {"VX_World::Premultiply", OfObject([](Command&, VX_World& w) { w.Premultiply(); })},
       {"VX_World::Unmultiply", OfObject([](Command&, VX_World& w) { w.Unmultiply(); })},
       {"VX_World::PremulColor",
@@ -224,10 +246,10 @@ std::vector<Operation> WorldOperations() {
   constexpr double kFloatSum = 4e-6;
 #define VX_OP(f) #f, Of(&f)
   std::vector<Operation> all = {
-      {VX_OP(VX_Fill)},
-      {VX_OP(VX_Fill16)},
-      {VX_OP(VX_FillFloat)},
-      {VX_OP(VX_ClearAlphaExceptRect)},
+      {VX_OP(VX_Fill), Of(&FillTwin<VX_Pixel8>)},
+      {VX_OP(VX_Fill16), Of(&FillTwin<VX_Pixel16>)},
+      {VX_OP(VX_FillFloat), Of(&FillTwin<VX_PixelFloat>)},
+      {VX_OP(VX_ClearAlphaExceptRect), Of(&ClearExceptTwin)},
       {VX_OP(VX_Premul)},
       {VX_OP(VX_PremulRect)},
       {VX_OP(VX_PremulColor)},
@@ -274,10 +296,10 @@ std::vector<Operation> WorldOperations() {
        [](Command& c) { return Transform(c, &VX_TransformWorld, 2 + c.Below(6)); },
        [](Command& c) { return Transform(c, &TransformTwin, 2 + c.Below(6)); }, kExact | kInteger,
        0, true, false},
-      {VX_OP(VX_Iterate)},
-      {VX_OP(VX_IterateOrigin)},
-      {VX_OP(VX_IterateOriginAll)},
-      {VX_OP(VX_IterateLUT)},
+      {VX_OP(VX_Iterate), Of(&IterateTwin)},
+      {VX_OP(VX_IterateOrigin), Of(&OriginTwin<false>)},
+      {VX_OP(VX_IterateOriginAll), Of(&OriginTwin<true>)},
+      {VX_OP(VX_IterateLUT), Of(&TablesTwin)},
       {VX_OP(VX_IterateGeneric)},
       {VX_OP(VX_IterateGeneric_Static)},
   };

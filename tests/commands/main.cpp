@@ -12,8 +12,8 @@
 #include <exception>
 #include <stdexcept>
 
-#include "Levels.h"
 #include "Operations.h"
+#include "unit/Levels.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Copies against their slow twin. Worlds end where memory ends, and all bytes around the pixels are
-// compared as well, so that what was not to be touched is proven untouched.
+// Copies: values computed by hand, bitmaps, replaced slots, refusals. The random commands of
+// tests/commands compare the copies with their slow twins.
 
 #include "VX/VX_Copy.h"
 
@@ -25,8 +25,6 @@ using P8 = VX_Pixel8;
 using P16 = VX_Pixel16;
 using PF = VX_PixelFloat;
 
-// --- random commands -----------------------------------------------------------------------------
-
 M_Rect RectOf(int left, int top, int right, int bottom) {
   M_Rect r;
   r.left = static_cast<int16_t>(left);
@@ -36,130 +34,12 @@ M_Rect RectOf(int left, int top, int right, int bottom) {
   return r;
 }
 
-// An edge near a world, far from it, or at the end of 16 bits.
-int AnyEdge(std::mt19937& random) {
-  const int ends[] = {-32768, 32767, -300, 300};
-  return random() % 16 == 0 ? ends[random() % 4] : static_cast<int>(random() % 24) - 8;
-}
-
-// Null, whole, turned over, empty and overhanging ones among them.
-struct AnyRect {
-  M_Rect rect;
-  bool null;
-
-  AnyRect(std::mt19937& random, const VX_LayerDef& world) : null(random() % 6 == 0) {
-    rect.left = static_cast<int16_t>(AnyEdge(random));
-    rect.top = static_cast<int16_t>(AnyEdge(random));
-    rect.right = static_cast<int16_t>(AnyEdge(random));
-    rect.bottom = static_cast<int16_t>(AnyEdge(random));
-    if (random() % 8 != 0) {  // mostly the right way round
-      if (rect.left > rect.right) std::swap(rect.left, rect.right);
-      if (rect.top > rect.bottom) std::swap(rect.top, rect.bottom);
-    }
-    if (random() % 6 == 0) rect = RectOf(0, 0, world.width, world.height);
-  }
-  const M_Rect* Get() const { return null ? nullptr : &rect; }
-};
-
-struct Shape {
-  int32_t width, height, padding;
-  bool at_end;
-  explicit Shape(std::mt19937& random)
-      : width(1 + static_cast<int32_t>(random() % 12)),
-        height(1 + static_cast<int32_t>(random() % 12)),
-        padding(static_cast<int32_t>(random() % 10)),
-        at_end(random() % 3 != 0) {}
-};
-
-// Floats whose alphas do not cancel: what they sum to is exact to the last place.
 template <class Pixel>
 Pixel AnyPixel(std::mt19937& random) {
   Pixel p = GuardedWorld<Pixel>::RandomPixel(random);
   if constexpr (sizeof(Pixel) == 16) p.alpha = std::abs(p.alpha);
   return p;
 }
-
-template <class From, class To>
-struct Command {
-  std::mt19937 random;
-  Shape src_shape, dst_shape;
-  EdgeWorld<From> src, kept_src;
-  EdgeWorld<To> dst, want;
-  AnyRect from, to;
-
-  explicit Command(uint32_t round)
-      : random(TestSeed() + round),
-        src_shape(random),
-        dst_shape(random),
-        src(Make<From>(src_shape, round)),
-        kept_src(Make<From>(src_shape, round)),
-        dst(Make<To>(dst_shape, ~round)),
-        want(Make<To>(dst_shape, ~round)),
-        from(random, src.world),
-        to(random, dst.world) {
-    src.Paint([this] { return AnyPixel<From>(random); });
-    kept_src.CopyBytes(src);
-    if (random() % 3 == 0) Resemble();
-  }
-  template <class Pixel>
-  static EdgeWorld<Pixel> Make(const Shape& s, uint32_t seed) {
-    return EdgeWorld<Pixel>(s.width, s.height, s.padding, s.at_end, seed);
-  }
-
-  // A destination of the source's size, in one or both directions, its corner anywhere.
-  void Resemble() {
-    const M_Rect& r = from.rect;
-    const int left = AnyEdge(random), top = AnyEdge(random);
-    const int right = random() % 3 == 0 ? to.rect.right : left + r.right - r.left;
-    const int bottom = top + r.bottom - r.top;
-    if (std::min(right, bottom) < -32768 || std::max(right, bottom) > 32767) return;
-    to.null = from.null = false;
-    to.rect = RectOf(left, top, right, bottom);
-  }
-
-  // Compares what a routine made of `dst` with what the twin made of `want`. A float may differ in
-  // the last place where the twin sums longer.
-  void Compare(bool last_place = false) {
-    if constexpr (sizeof(To) == 16) {
-      const auto near = [](float a, float b) {
-        return std::abs(a - b) <= std::numeric_limits<float>::epsilon() * std::abs(b);
-      };
-      for (int32_t i = 0; last_place && i < dst.world.width * dst.world.height; ++i) {
-        const int32_t x = i % dst.world.width, y = i / dst.world.width;
-        const To a = dst.Get(x, y), b = want.Get(x, y);
-        if (near(a.alpha, b.alpha) && near(a.red, b.red) && near(a.green, b.green) &&
-            near(a.blue, b.blue)) {
-          dst.Set(x, y, b);
-        }
-      }
-    }
-    ASSERT_TRUE(src.SameBytes(kept_src));
-    ASSERT_TRUE(dst.SameBytes(want)) << Tell();
-  }
-  std::string Tell() const {
-    const auto rect = [](const AnyRect& r) {
-      return r.null ? std::string("whole")
-                    : std::to_string(r.rect.left) + "," + std::to_string(r.rect.top) + "," +
-                          std::to_string(r.rect.right) + "," + std::to_string(r.rect.bottom);
-    };
-    std::string text = std::to_string(src.world.width) + "x" + std::to_string(src.world.height) +
-                       " from " + rect(from) + " to " + rect(to) + " of " +
-                       std::to_string(dst.world.width) + "x" + std::to_string(dst.world.height);
-    for (int32_t y = 0; y < dst.world.height; ++y) {
-      for (int32_t x = 0; x < dst.world.width; ++x) {
-        const To a = dst.Get(x, y), b = want.Get(x, y);
-        if (std::memcmp(&a, &b, sizeof a) == 0) continue;
-        return text + ": pixel " + std::to_string(x) + "," + std::to_string(y) + " is " + Text(a) +
-               ", not " + Text(b);
-      }
-    }
-    return text + ": bytes around the pixels changed";
-  }
-  static std::string Text(const To& p) {
-    return std::to_string(p.alpha) + " " + std::to_string(p.red) + " " + std::to_string(p.green) +
-           " " + std::to_string(p.blue);
-  }
-};
 
 template <class FromPixel, class ToPixel>
 struct Pair {
@@ -173,47 +53,7 @@ template <class Pair>
 class CopyPairs : public testing::Test {};
 TYPED_TEST_SUITE(CopyPairs, AllPairs);
 
-template <class Pixel>
-class CopyDepths : public testing::Test {};
-using AllDepths = testing::Types<P8, P16, PF>;
-TYPED_TEST_SUITE(CopyDepths, AllDepths);
-
-constexpr uint32_t kRounds = 1500;
-
-}  // namespace
-
-TYPED_TEST(CopyPairs, Draft) {
-  using From = typename TypeParam::From;
-  using To = typename TypeParam::To;
-  const VX_CopyBitsFunc routines[] = {VX_CopyBits_Draft, VX_CopyBits_Draft_Static,
-                                      VX_CopyBits3_LO_Straight};
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    SCOPED_TRACE(testing::Message() << "round " << round);
-    Command<From, To> c(round);
-    vxref::CopyDraft<From, To>(c.src.world, c.want.world, c.from.Get(), c.to.Get());
-    ASSERT_EQ(routines[round % 3](nullptr, &c.src.world, &c.dst.world, c.from.Get(), c.to.Get()),
-              0);
-    ASSERT_NO_FATAL_FAILURE(c.Compare());
-  }
-}
-
-TYPED_TEST(CopyDepths, High) {
-  using Pixel = TypeParam;
-  const VX_CopyBitsFunc routines[] = {VX_CopyBits_HQ_Straight, VX_CopyBits_HQ_Straight_Static,
-                                      VX_CopyBits_HQ_Premul, VX_CopyBits_HQ_Premul_Static};
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    SCOPED_TRACE(testing::Message() << "round " << round);
-    Command<Pixel, Pixel> c(round);
-    vxref::CopyHigh<Pixel>(round % 4 >= 2, c.src.world, c.want.world, c.from.Get(), c.to.Get());
-    ASSERT_EQ(routines[round % 4](nullptr, &c.src.world, &c.dst.world, c.from.Get(), c.to.Get()),
-              0);
-    ASSERT_NO_FATAL_FAILURE(c.Compare(true));
-  }
-}
-
-namespace {
-
-// A sampler of somebody else's in the slot of the library's own, to which it hands on.
+// A replaced sampler that counts its calls and forwards them to the built-in one.
 template <class Pixel, VX_SampleCall<Pixel> own>
 struct Forwarding {
   static inline int32_t calls;
@@ -260,64 +100,21 @@ TEST(CopyThroughSlots, ReachesReplacedSamplersForEachPixel) {
   ExpectSameThrough<P16, VX_AreaSample_Straight16>(65, straight, true);
 }
 
-TYPED_TEST(CopyDepths, Resize) {
-  using Pixel = TypeParam;
-  struct Polls {
-    int32_t calls, stop_at;
-  };
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    SCOPED_TRACE(testing::Message() << "round " << round);
-    Command<Pixel, Pixel> c(round);
-    c.from.null = c.to.null = true;
-    const bool high = round % 4 != 0;
-    if (high) {
-      vxref::Resize<Pixel>(c.src.world, c.want.world);
-    } else {
-      vxref::CopyDraft<Pixel, Pixel>(c.src.world, c.want.world, nullptr, nullptr);
-    }
-    Polls polls = {0, INT32_MAX};
+// Once a row; what progress returns ends the call.
+TEST(CopyProgress, ResizePollsEachRow) {
+  const GuardedWorld<P16> src(5, 3, 0, 1), dst(4, 6, 0, 2);
+  for (const int32_t stop_at : {0, 1, 4}) {
+    std::pair<int32_t, int32_t> polls{0, stop_at};
     VX_ProgressInfo progress = {};
     progress.progress_refcon = &polls;
     progress.progress_func = [](void* refcon, int32_t, int32_t) -> VX_Err {
-      auto* p = static_cast<Polls*>(refcon);
-      return ++p->calls >= p->stop_at ? VX_ErrStopped : VX_Ok;
+      auto& [calls, stop] = *static_cast<std::pair<int32_t, int32_t>*>(refcon);
+      return ++calls == stop ? VX_ErrStopped : VX_Ok;
     };
-    const int32_t quality = high ? VX_Quality_High : VX_Quality_Draft;
-    ASSERT_EQ(VX_ResizeWorld(round % 2 ? &progress : nullptr, quality, &c.src.world, &c.dst.world),
-              0);
-    ASSERT_NO_FATAL_FAILURE(c.Compare(true));
-    if (!high || round % 2 == 0) continue;
-    ASSERT_EQ(polls.calls, c.dst.world.height);
-    polls = {0, 1};
-    ASSERT_EQ(VX_ResizeWorld(&progress, quality, &c.src.world, &c.dst.world), VX_ErrStopped);
-    ASSERT_EQ(polls.calls, 1);
-  }
-}
-
-TYPED_TEST(CopyDepths, SpecialBlit) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    SCOPED_TRACE(testing::Message() << "round " << round);
-    Command<Pixel, P8> c(round);
-    const auto place = [&]() -> int32_t {
-      const int32_t ends[] = {INT32_MIN, INT32_MAX, -32768, 32767};
-      return c.random() % 16 == 0 ? ends[c.random() % 4] : static_cast<int>(c.random() % 24) - 12;
-    };
-    const M_LPoint at = {place(), place()};
-    PF low = GuardedWorld<PF>::RandomPixel(c.random),
-       high = GuardedWorld<PF>::RandomPixel(c.random);
-    if (round % 5 == 1) {  // shares that come out at a half of a byte
-      low.green = 0;
-      high.green = static_cast<float>(2 * (1 + c.random() % 20)) * (1.0f / 255.0f);
-    }
-    if (round % 5 == 0) high.red = low.red = vxref::Converted<PF>(c.src.Get(0, 0)).red;
-    const bool lookup = c.random() % 4 != 0, invert = c.random() % 2;
-    vxref::SpecialBlit<Pixel>(c.src.world, at, lookup, invert, low, high, c.from.rect,
-                              c.want.world);
-    const VX_WorldX<Pixel> src(&c.src.world, true);
-    VX_WorldX<P8> dst(&c.dst.world, true);
-    ASSERT_EQ(VX_SpecialCasePixelBlit(&src, at, lookup, invert, low, high, c.from.rect, &dst), 0);
-    ASSERT_NO_FATAL_FAILURE(c.Compare());
+    VX_LayerDef to = dst.world;
+    EXPECT_EQ(VX_ResizeWorld(&progress, VX_Quality_High, &src.world, &to),
+              stop_at == 0 ? VX_Ok : VX_ErrStopped);
+    EXPECT_EQ(polls.first, stop_at == 0 ? 6 : stop_at);
   }
 }
 
@@ -439,20 +236,6 @@ TYPED_TEST(CopyPairs, BitmapsAndTheirOrders) {
     EXPECT_EQ(VX_WorldCopy(nullptr, src.Handle(), dst.Handle(), nullptr, &to), refused ? 5 : 0);
     EXPECT_TRUE(dst.edge.SameBytes(want.edge));
     EXPECT_EQ(Reports(), refused ? (ReportList{{0x250068, kFlipText}}) : ReportList{});
-  }
-}
-
-TYPED_TEST(CopyDepths, BitmapsAtHighQuality) {
-  using Pixel = TypeParam;
-  const VX_WorldCopyFunc straight[] = {VX_WorldCopy_HQ, VX_WorldCopy_HQ_Static,
-                                       VX_WorldCopy_HQ_Straight, VX_WorldCopy_HQ_Straight_Static,
-                                       VX_WorldCopy_HQ_Premul};
-  for (const auto routine : straight) {
-    Bitmap<Pixel> src(5, 4, 0, 1), dst(9, 7, 1, 2), want(9, 7, 1, 2);
-    vxref::CopyHigh<Pixel>(routine == VX_WorldCopy_HQ_Premul, src.edge.world, want.edge.world,
-                           nullptr, nullptr);
-    EXPECT_EQ(routine(nullptr, src.Handle(), dst.Handle(), nullptr, nullptr), 0);
-    EXPECT_TRUE(dst.edge.SameBytes(want.edge));
   }
 }
 

@@ -85,27 +85,6 @@ TYPED_TEST(DepthConvertTest, EveryValue) {
   ASSERT_TRUE(dest.bytes == expected);
 }
 
-// Rows of all lengths around a vector step, at any address, of any bits: also what no channel
-// should hold.
-TYPED_TEST(DepthConvertTest, RowsOfAnyLengthAndBits) {
-  using From = typename TypeParam::From;
-  using To = typename TypeParam::To;
-  for (int32_t width = 1; width <= 13; ++width) {
-    GuardedWorld<From> source(width, 40, 1 + width % 4, 1);
-    GuardedWorld<To> dest(width, 40, 1 + width % 3, 2);
-    std::mt19937 random(3);
-    for (uint8_t& byte : source.bytes) byte = static_cast<uint8_t>(random());
-    std::vector<uint8_t> expected = dest.bytes;
-    for (int32_t y = 0; y < 40; ++y) {
-      for (int32_t x = 0; x < width; ++x) {
-        dest.Set(expected, x, y, WantPixel<To>(source.Get(x, y)));
-      }
-    }
-    ASSERT_EQ(VX_DepthConvertWorld(nullptr, &source.world, nullptr, 0, 0, 0, &dest.world), 0);
-    ASSERT_TRUE(dest.bytes == expected) << width;
-  }
-}
-
 TYPED_TEST(DepthConvertTest, ClipsAndPollsEachRow) {
   using From = typename TypeParam::From;
   using To = typename TypeParam::To;

@@ -1,11 +1,10 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The kernel that the Gaussian scans keep, and feathering that runs out of memory.
+// The kernel that the Gaussian scans keep.
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -84,31 +83,6 @@ TEST_F(ScanFailures, NoKernelNoChange) {
   EXPECT_EQ(Scan(3), 0);  // the old kernel went before the new one came
   EXPECT_EQ(NewAllocations(), kHandle);
   EXPECT_EQ(line_, blurred);
-}
-
-// One failure is mended by a second try, or it is 4 and the buffer stays.
-TEST_F(ScanFailures, FeatheringWithoutMemoryLeavesTheBuffer) {
-  for (const int32_t feather : {VX_Feather_Box, VX_Feather_Soft, VX_Feather_Gaussian}) {
-    VX_UnoBuffer buffer(70, 30, 8);
-    auto* const first = static_cast<uint8_t*>(*buffer.data);
-    std::vector<uint8_t> steps(70 * 30);
-    for (size_t i = 0; i < steps.size(); ++i) steps[i] = i % 70 < 35 ? 0 : 255;
-    const auto differs = [&] { return std::memcmp(first, steps.data(), steps.size()) != 0; };
-    int failures = 0;
-    for (int nth = 1;; ++nth) {
-      std::memcpy(first, steps.data(), steps.size());
-      NewAllocations();
-      host_->FailAllocation(nth);
-      const VX_Err error = VX_FeatherUnoBuffer(nullptr, feather, 4, 6, &buffer);
-      if (error == 0 && NewAllocations() < nth) break;
-      EXPECT_TRUE(error == 0 || error == 4) << error;
-      EXPECT_EQ(differs(), error == 0);
-      failures += error == 4 ? 1 : 0;
-    }
-    host_->FailAllocation(0);
-    EXPECT_TRUE(differs());
-    EXPECT_EQ(failures, feather == VX_Feather_Gaussian ? 2 * kHandle : 0);
-  }
 }
 
 }  // namespace

@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The buffers that a blur holds for the length of a call.
+// The buffers of a blur, allocated for one call.
 
 #include <cstdint>
 
-// One buffer whose start is a multiple of 16. It is obtained through U_PurgeLoop, so that the host
-// may free something and be asked again, and told to the host's accounts for as long as it lives.
+// One buffer whose address is a multiple of 16. It is allocated through U_PurgeLoop, so that the
+// host may free memory and retry, and it is in the host's accounts until it is freed.
 class VX_BlurScratchRow {
  public:
   VX_BlurScratchRow() = default;
@@ -15,7 +15,8 @@ class VX_BlurScratchRow {
   VX_BlurScratchRow(const VX_BlurScratchRow&) = delete;
   VX_BlurScratchRow& operator=(const VX_BlurScratchRow&) = delete;
 
-  // Once. 0 bytes take nothing. `label` is an entry of the string table. Throws the host's error.
+  // May be called once. 0 bytes allocate nothing. `label` is an entry of the string table. Throws
+  // the host's error.
   void Allocate(int64_t bytes, int32_t label);
 
   char* data() const { return aligned_; }

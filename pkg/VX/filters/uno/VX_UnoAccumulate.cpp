@@ -10,10 +10,10 @@
 
 namespace {
 
-// Fewer samples are not worth waking other threads.
+// For fewer samples, threads cost more than they save.
 constexpr int64_t kWorthThreads = 76800;
 
-// So that a gained sample, and the sum of two, stay within 32 bits.
+// With this limit a sample times its gain, and the sum of two, fit 32 bits.
 constexpr float kMostGain = 32767.0f;
 
 constexpr int32_t ScaleOf(int32_t depth) { return depth == 8 ? 255 : 32768; }
@@ -22,7 +22,7 @@ bool Pairs(int32_t src_depth, int32_t dst_depth) {
   return src_depth == dst_depth || (src_depth == 8 && dst_depth == 16);
 }
 
-// Where sums end. Sums of another depth than the samples may use all their codes.
+// The largest sum. Sums whose depth is not that of the samples may use all codes.
 template <class Source, class Sum>
 constexpr Sum Top() {
   if constexpr (std::is_same_v<Sum, float>) return 1.0f;
@@ -30,13 +30,14 @@ constexpr Sum Top() {
   return static_cast<Sum>(std::is_same_v<Source, Sum> ? ScaleOf(kDepth) : 65535);
 }
 
-// Samples times a gain, to the nearest; at 16 bits half down, as products there are.
+// Multiplies samples by a gain, rounded to nearest; at 16 bits halves are rounded down, as in other
+// products.
 class Gain {
  public:
   Gain(int32_t gain, int32_t scale) : gain_(gain), half_((scale - 1) / 2), scale_(scale) {}
 
-  // Every step but the division is exact in double, and the quotient lies at least 1/255 from the
-  // whole number above.
+  // Everything but the division is exact in double. A quotient that is not whole is at least
+  // 1 / scale below the next whole number.
   uint32_t operator()(uint32_t sample) const {
     const double quotient = (static_cast<int32_t>(sample) * gain_ + half_) / scale_;
     return static_cast<uint32_t>(static_cast<int32_t>(std::min(quotient, 2147483647.0)));
@@ -97,7 +98,7 @@ struct Row {
   }
 };
 
-// A gain at the scale of the depth. Throws 3 after a report.
+// Returns the gain at the scale of the depth. Throws VX_ErrBadParameter after a report.
 int32_t ScaledGain(float gain, int32_t depth) {
   if (!(gain >= 0.0f && gain <= kMostGain)) {
     VXp_Throw(VXp_FailVerification("gain of mask buffers out of range"));

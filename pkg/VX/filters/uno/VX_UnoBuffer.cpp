@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The record of a one-channel buffer: life and check.
+// The record of a one-channel buffer: creation, disposal, checks.
 
 #include "VX/VX_UnoBuffer.h"
 
@@ -27,7 +27,8 @@ bool HasSamples(const VX_UnoBuffer& buffer) {
   return buffer.data != nullptr && *buffer.data != nullptr;
 }
 
-// Of a sample; 0 for a depth that is none. 1 and 0 are what records of old call 8 and 16.
+// Returns the bytes of a sample, 0 for an unknown depth. Old records have 1 for 8 bits and 0
+// for 16.
 int64_t BytesOf(int32_t depth) {
   switch (depth) {
     case 1:
@@ -39,7 +40,7 @@ int64_t BytesOf(int32_t depth) {
   }
 }
 
-// Of all samples. Throws 3 after a report.
+// Returns the bytes of all samples. Throws VX_ErrBadParameter after a report.
 size_t SizeOf(int32_t width, int32_t height, int32_t depth) {
   constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
   const int64_t bytes = BytesOf(depth);
@@ -88,7 +89,7 @@ VX_Err VX_NewDeepUnoBuffer(int32_t width, int32_t height, VX_UnoBuffer** out) {
 
 VX_Err VX_DisposeUnoBuffer(VX_UnoBuffer* buffer) {
   if (buffer == nullptr) return VX_Ok;
-  // A record that lost its samples is freed all the same: nothing here follows the pointer to them.
+  // A damaged record is freed too: this does not read its samples.
   static_cast<void>(VXp_CheckUno(buffer));
   std::destroy_at(buffer);
   U_FreePtr(buffer);

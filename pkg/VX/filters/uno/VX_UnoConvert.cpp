@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Between depths.
+// Converts buffers between depths.
 
 #include <algorithm>
 #include <type_traits>
@@ -11,8 +11,7 @@
 
 namespace {
 
-// Samples that are worked on before the next ones, so that they are still at hand when they are
-// inverted.
+// Samples that are converted together, so that they are in the cache when they are inverted.
 constexpr int32_t kPart = 1024;
 
 void HoldBelowFull(const char* from, uint16_t* to, int32_t count) {

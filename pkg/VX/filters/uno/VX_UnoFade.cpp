@@ -4,9 +4,9 @@
 // Fading and inverting.
 //
 // The row loops compute in the narrowest type that holds their values and have no branch, so that
-// the compiler takes eight or sixteen samples at once. Where it does not find the best way, a step
-// of vectors goes before the plain loop. The shortest loops are unrolled: with one load and one
-// store a turn, a loop that lies across two lines of the code cache runs at half its speed.
+// the compiler vectorizes them. If its code is not the best, a loop of vector intrinsics comes
+// before the plain loop. The shortest loops are unrolled: a loop of one load and one store that
+// crosses a cache line of code runs at half speed.
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@
 
 namespace {
 
-// 0..1 to the depth's scale, to the nearest, half up. Not a number is 0.
+// Converts 0..1 to the scale of the depth, rounded to nearest, halves up. NaN is 0.
 template <class Pixel>
 VX_ChannelOf<Pixel> ScaledOpacity(double opacity) {
   const double positive = opacity > 0.0 ? opacity : 0.0;
@@ -37,7 +37,7 @@ VX_UnoFadeFunc<uint16_t> FadeRow(VXp_PixelTag<VX_Pixel16>) {
 }
 VX_UnoFadeFunc<float> FadeRow(VXp_PixelTag<VX_PixelFloat>) { return &VXp_UnoFadeRowFloat; }
 
-// Rows lie one behind the other, so short ones are taken together, as far as a run stays at hand
+// Rows are adjacent in memory, so short rows are processed together, as many as stay in the cache
 // for the second of two passes.
 constexpr int32_t kRunBytes = 1 << 14;
 
@@ -67,10 +67,10 @@ VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
 }
 
 #ifdef __SSE2__
-// The bytes of even and of odd places apart, each times 256, then times the opacity as a share of
-// 65536: the product in 256ths, of which half are added to round. The factor is off by half a unit
-// at most, so a product by less than 1/2; v a / 255 lies at least 1/510 from a half, and that is
-// more.
+// Bytes at even and at odd places are processed separately. Each byte times 256 is multiplied by
+// the opacity as a fraction of 65536, which gives the product in units of 1/256; 128 units are
+// added to round. The factor is wrong by at most half a unit, so the product by less than 1/2 unit.
+// This is less than 1/510, the smallest distance of v a / 255 from a half.
 __m128i FadedBytes(__m128i v, __m128i factor) {
   const __m128i half = _mm_set1_epi16(128), odd_places = _mm_set1_epi16(-256);
   const __m128i odd = _mm_mulhi_epu16(_mm_and_si128(v, odd_places), factor);
@@ -98,7 +98,7 @@ VX_Err VX_InvertAndFadeUnoBuffer(void*, VX_Fixed opacity, VX_UnoBuffer* buffer) 
 // --- rows ----------------------------------------------------------------------------------------
 
 VX_Err VXp_UnoFadeRow8(int32_t count, uint8_t opacity, uint8_t* row) {
-  if (opacity == 255) return VX_Ok;  // whose factor would be no word
+  if (opacity == 255) return VX_Ok;  // the factor would not fit 16 bits
   int32_t i = 0;
 #ifdef __SSE2__
   const __m128i factor = _mm_set1_epi16(static_cast<int16_t>((opacity * 65536 + 127) / 255));
@@ -114,11 +114,11 @@ VX_Err VXp_UnoFadeRow8(int32_t count, uint8_t opacity, uint8_t* row) {
   return VX_Ok;
 }
 
-// v a + 16383 >> 15 as 2 v a + 32766 >> 16, from the two halves of the product: the sum carries
-// where half of the lower one and 16383 reach 32768.
+// Computes (v a + 16383) >> 15 as (2 v a + 32766) >> 16 from the two halves of the product 2 v a.
+// The sum has a carry if low / 2 + 16383 is at least 32768.
 VX_Err VXp_UnoFadeRow16(int32_t count, uint16_t opacity, uint16_t* row) {
   constexpr uint16_t kFull = 32768;
-  if (opacity >= kFull) return VX_Ok;  // and twice of it would be no word
+  if (opacity >= kFull) return VX_Ok;  // twice the opacity would not fit 16 bits
   const auto twice = static_cast<uint16_t>(2 * opacity);
 #pragma GCC unroll 4
   for (int32_t i = 0; i < count; ++i) {

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Calls `fill(first, bytes)` for each row of the area; rows that touch each other come as one.
+// Calls `fill(first, bytes)` for each row of the area. Adjacent rows are filled with one call.
 template <class Sample, class Fill>
 void ForRuns(const VX_UnoBuffer& buffer, const M_LRect& area, const Fill& fill) {
   if (area.right <= area.left || area.bottom <= area.top) return;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// One buffer mixed into another through a third.
+// Transfers one buffer to another through a mask buffer.
 
 #include <algorithm>
 #include <cstring>
@@ -33,7 +33,7 @@ class Transfer {
            const VXp_CopyArea& area, const VX_UnoBuffer& dst)
       : src_(src), mask_(mask), mode_(mode), area_(area), dst_(dst) {}
 
-  // The modes that clear visit every row of the destination.
+  // Modes that clear process every row of the destination.
   VX_Err Run(const VX_ProgressInfo* progress) const {
     const M_LRect whole = VXp_UnoWhole(dst_);
     if (whole.right == 0) return VX_Ok;
@@ -61,7 +61,7 @@ class Transfer {
     }
     const int32_t left = area_.dest_x, right = left + area_.width;
     if (Clears()) Clear(y, 0, left);
-    // The source's end may be the row's end; then the two modes differ, but nothing is left.
+    // If the source ends at the end of the row, nothing remains to clear in either mode.
     if (mode_ == VX_UnoTransfer_ClearAround || (Clears() && right < dst_.width)) {
       Clear(y, right, dst_.width);
     }
@@ -80,8 +80,8 @@ class Transfer {
 };
 
 #ifdef __SSE2__
-// The size of the distance times the mask, from the two halves of the product: 16383 and the lower
-// half make two more bits. All ones where d goes down turn the step's sign.
+// Computes (|s - d| mask + 16383) >> 15 from the two halves of the product: the upper half times 2,
+// plus two bits of the lower half plus 16383. Where s is not above d, the step is negated.
 __m128i MixedWords(__m128i s, __m128i mask, __m128i d) {
   const __m128i up = _mm_subs_epu16(s, d);
   const __m128i distance = _mm_or_si128(up, _mm_subs_epu16(d, s));
@@ -115,9 +115,9 @@ VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
 
 // --- rows ----------------------------------------------------------------------------------------
 
-// The distance is rounded alike both ways, since 255 is odd and nothing lies at a half: so it is
-// the quotient of d 255 + m (s - d), which is not negative and fits a word. Times 257 and without
-// the lower word is divided by 255.
+// m (s - d) / 255 is never a half, because 255 is odd, so it is rounded alike for both signs. The
+// result is (255 d + m (s - d)) / 255 rounded: the numerator is not negative and fits 16 bits with
+// 128 added. Multiplying by 257 and shifting right by 16 divides by 255.
 VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mask, uint8_t* dst) {
   if (count <= 0) return VX_Ok;
   if (mask == nullptr) {

@@ -21,6 +21,7 @@
 #include "unit/BornEnvironment.h"
 #include "unit/EdgeWorld.h"
 #include "unit/GuardedWorld.h"
+#include "unit/PixelTestKit.h"
 
 // --- calls ---------------------------------------------------------------------------------------
 
@@ -130,11 +131,6 @@ class Blur : public testing::Test {
 };
 
 // --- worlds --------------------------------------------------------------------------------------
-
-template <class Pixel>
-constexpr VX_ChannelOf<Pixel> kFull = sizeof(Pixel) == 4   ? 255
-                                      : sizeof(Pixel) == 8 ? 32768
-                                                           : 1;
 
 // Runs of transparent pixels with hidden colour, of opaque and of translucent ones. No float alpha
 // is so small that a quotient by it magnifies the rounding of the sums. `wild`: hidden colours may

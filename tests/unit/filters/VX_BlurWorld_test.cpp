@@ -7,8 +7,8 @@
 
 namespace {
 
-// In float the order of the axes shows in the last places only, so two twins tell the result. The
-// destination is larger or smaller than the source, and away from it.
+// Compares with the twins of the two passes. The destination is larger or smaller than the source,
+// or away from it.
 TEST_F(Blur, WorldIsTwoPasses) {
   const VX_BlurSpec specs[] = {{VX_BlurKind_Gaussian, 2.5f, 1, 0, 15},
                                {VX_BlurKind_Gaussian, 7, 3.25f, 1, 31},
@@ -35,8 +35,8 @@ TEST_F(Blur, WorldIsTwoPasses) {
   }
 }
 
-// So large that it is blurred in several bands, some of which see rows that an earlier one made.
-// The destination is taller than the source, ends before it, lies within, or sees its end only.
+// A world that is blurred in several bands, some of which read rows that an earlier band computed.
+// The destination is taller than the source, ends before it, is inside, or overlaps its end only.
 TEST_F(Blur, WorldInBandsIsTwoWholePasses) {
   constexpr int32_t kWide = 8192;
   struct Case {
@@ -71,7 +71,7 @@ TEST_F(Blur, WorldInBandsIsTwoWholePasses) {
   }
 }
 
-// A radius of 0 leaves its axis as it is, and two leave the picture.
+// A radius of 0 does not change its axis; two do not change the picture.
 TEST_F(Blur, WorldAxisWithoutRadiusStays) {
   EdgeWorld<VX_Pixel8> src(11, 9, 0, true, 1), dst(11, 9, 0, true, 1), want(11, 9, 0, true, 1);
   src.Paint([n = 0]() mutable {
@@ -93,7 +93,7 @@ TEST_F(Blur, WorldAxisWithoutRadiusStays) {
   }
 }
 
-// A canvas that is enlarged by the reach holds all of a blurred pixel.
+// A world that is enlarged by the reach contains a whole blurred pixel.
 TEST_F(Blur, ReachHoldsTheWholeBlur) {
   struct Case {
     VX_BlurSpec spec;
@@ -148,7 +148,7 @@ TEST_F(Blur, WorldRefuses) {
   VXHost_TakeReports();
 }
 
-// Progress grows to its end over both passes, and stops the call wherever it says so.
+// Progress increases over both passes to the final step, and can stop the call at any step.
 TEST_F(Blur, WorldProgress) {
   EdgeWorld<VX_Pixel8> src(9, 7, 0, true, 1), dst(9, 7, 0, true, 2);
   const VX_BlurSpec spec = {VX_BlurKind_Box, 2, 2, 1, 15};

@@ -1,19 +1,13 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Feathering of whole buffers: the scans line by line but with the level held at all four edges, on
-// threads, told and stopped; and what scans refuse. Samples are held against twins beside this
-// file.
+// Feathers of whole buffers and scans: empty areas, progress, slots and refusals. Their samples are
+// compared with twins in VX_UnoTwin_test.cpp.
 
 #include "VX/VX_UnoBuffer.h"
 #include "unit/filters/BlurTestKit.h"
 
 namespace {
-
-template <class Sample>
-class Feathers : public testing::Test {};
-using Samples = testing::Types<uint8_t, uint16_t, float>;
-TYPED_TEST_SUITE(Feathers, Samples);
 
 // A buffer and its samples.
 template <class Sample>
@@ -27,8 +21,6 @@ struct Picture {
   }
   Sample* begin() { return static_cast<Sample*>(*buffer.data); }
   Sample* end() { return begin() + ptrdiff_t{buffer.width} * buffer.height; }
-  Sample& At(int32_t x, int32_t y) { return begin()[ptrdiff_t{y} * buffer.width + x]; }
-  void Turn() { std::reverse(begin(), end()); }  // mirrored along both axes
   bool operator==(Picture& other) {
     return std::memcmp(begin(), other.begin(),
                        static_cast<size_t>(end() - begin()) * sizeof(Sample)) == 0;
@@ -43,125 +35,7 @@ std::vector<std::string> ReportTexts() {
   return texts;
 }
 
-VX_Err BoxScan(int32_t kind, int32_t n, VX_Fixed r, uint8_t* scratch, uint8_t* line) {
-  return VX_BoxBlurUnoScan(kind, n, 0, n, r, scratch, line);
-}
-VX_Err BoxScan(int32_t kind, int32_t n, VX_Fixed r, uint16_t* scratch, uint16_t* line) {
-  return VX_BoxBlurDeepUnoScan(kind, n, 0, n, r, scratch, line);
-}
-VX_Err BoxScan(int32_t kind, int32_t n, VX_Fixed r, float* scratch, float* line) {
-  return VX_BoxBlurFloatUnoScan(kind, n, 0, n, r, scratch, line);
-}
-VX_Err BellScan(int32_t n, VX_Fixed r, uint8_t* scratch, uint8_t* line) {
-  return VX_GBlurUnoScan(VX_UnoScan_Gaussian, n, 0, n, r, scratch, line);
-}
-VX_Err BellScan(int32_t n, VX_Fixed r, uint16_t* scratch, uint16_t* line) {
-  return VX_GBlurDeepUnoScan(VX_UnoScan_Gaussian, n, 0, n, r, scratch, line);
-}
-VX_Err BellScan(int32_t n, VX_Fixed r, float* scratch, float* line) {
-  return VX_GBlurFloatUnoScan(VX_UnoScan_Gaussian, n, 0, n, r, scratch, line);
-}
-
-// One direction by the scans that a host calls.
-template <class Sample>
-void ScanLines(int32_t feather, double radius, bool columns, Picture<Sample>* picture) {
-  const int32_t length = columns ? picture->buffer.height : picture->buffer.width;
-  const auto fixed = static_cast<VX_Fixed>(radius * 65536);
-  std::vector<Sample> line(static_cast<size_t>(length));
-  std::vector<Sample> scratch(static_cast<size_t>(VX_UnoScanScratch(length, fixed)));
-  for (int32_t i = 0; i < (columns ? picture->buffer.width : picture->buffer.height); ++i) {
-    const auto at = [&](int32_t place) -> Sample& {
-      return columns ? picture->At(i, place) : picture->At(place, i);
-    };
-    for (int32_t p = 0; p < length; ++p) line[static_cast<size_t>(p)] = at(p);
-    const int32_t kind = feather == VX_Feather_Box ? VX_UnoScan_OneBox : VX_UnoScan_Soft;
-    EXPECT_EQ(feather == VX_Feather_Gaussian
-                  ? BellScan(length, fixed, scratch.data(), line.data())
-                  : BoxScan(kind, length, fixed, scratch.data(), line.data()),
-              0);
-    for (int32_t p = 0; p < length; ++p) at(p) = line[static_cast<size_t>(p)];
-  }
-}
-
-// Up to where the start of a line is felt that scans let fade and feathers hold.
-int32_t FeltStart(int32_t feather, double radius) {
-  const double side = (feather == VX_Feather_Box ? 1.4 : 1.0) * radius / 2.71;
-  if (feather == VX_Feather_Gaussian || side <= 1.0) return 0;
-  return (feather == VX_Feather_Box ? 1 : 3) * (static_cast<int32_t>(side) + 1);
-}
-
-// Sliding sums of floats that began elsewhere may round otherwise.
-template <class Sample>
-void ExpectAlike(Picture<Sample>& got, Picture<Sample>& want, int32_t left, int32_t top) {
-  const double tolerance = std::is_same_v<Sample, float> ? 32768 * 4e-7 : 0;
-  for (int32_t y = top; y < want.buffer.height; ++y) {
-    for (int32_t x = left; x < want.buffer.width; ++x) {
-      ASSERT_NEAR(got.At(x, y), want.At(x, y), tolerance) << "at " << x << ", " << y;
-    }
-  }
-}
-
-struct FeatherCase {
-  int32_t width, height;
-  double radius_x, radius_y;
-};
-
-// Bundles that are full, that are not, and that hold one column; one thread and several. A mirrored
-// mask shows the other two edges.
-TYPED_TEST(Feathers, AreTheScansOfEachLineButForItsStart) {
-  constexpr FeatherCase kCases[] = {{200, 90, 3, 7.25},  {129, 40, 0, 30}, {64, 64, 2.5, 2.5},
-                                    {1, 150, 5, 11},     {150, 1, 11, 5},  {33, 20, 500, 400},
-                                    {97, 31, 1.5, 0.75}, {40, 50, 0, 0}};
-  // The kernel that the process keeps is there before and after.
-  std::vector<TypeParam> line(9), scratch(99);
-  ASSERT_EQ(BellScan(9, 65536, scratch.data(), line.data()), 0);
-  const VXHost_Memory before = VXHost_GetMemory();
-  uint32_t seed = TestSeed();
-  for (const FeatherCase& c : kCases) {
-    for (const int32_t feather : {VX_Feather_Box, VX_Feather_Soft, VX_Feather_Gaussian}) {
-      Picture<TypeParam> want(c.width, c.height, ++seed), alone(c.width, c.height, seed),
-          many(c.width, c.height, seed), turned(c.width, c.height, seed);
-      SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", feather " << feather);
-      const auto run = [&](Picture<TypeParam>& picture) {
-        return VX_FeatherUnoBuffer(nullptr, feather, c.radius_x, c.radius_y, &picture.buffer);
-      };
-      EXPECT_EQ(run(alone), 0);
-      {
-        const IteratorReplaced threads;
-        EXPECT_EQ(run(many), 0);
-      }
-      ScanLines(feather, c.radius_x, /*columns=*/false, &want);
-      ScanLines(feather, c.radius_y, /*columns=*/true, &want);
-      EXPECT_TRUE(alone == many);
-      ExpectAlike(alone, want, FeltStart(feather, c.radius_x), FeltStart(feather, c.radius_y));
-      turned.Turn();
-      EXPECT_EQ(run(turned), 0);
-      turned.Turn();
-      ExpectAlike(turned, alone, 0, 0);
-    }
-  }
-  EXPECT_EQ(VXHost_GetMemory().blocks, before.blocks);
-  EXPECT_EQ(VXHost_GetMemory().accounted, before.accounted);
-}
-
-TYPED_TEST(Feathers, KeepAConstantMask) {
-  constexpr int32_t kWidth = 67, kHeight = 41;
-  const double top = std::is_same_v<TypeParam, float> ? 1 : sizeof(TypeParam) == 1 ? 255 : 32768;
-  for (const double radius : {0.5, 1.9, 2.0, 2.8, 5.3, 22.0, 40.6, 67.0, 150.1, 3.0 * kWidth}) {
-    for (const int32_t feather : {VX_Feather_Box, VX_Feather_Soft, VX_Feather_Gaussian}) {
-      for (const double share : {1.0, 0.3, 0.004}) {
-        Picture<TypeParam> want(kWidth, kHeight), got(kWidth, kHeight);
-        std::fill(want.begin(), want.end(), static_cast<TypeParam>(share * top));
-        std::copy(want.begin(), want.end(), got.begin());
-        EXPECT_EQ(VX_FeatherUnoBuffer(nullptr, feather, radius, radius / 2, &got.buffer), 0);
-        EXPECT_TRUE(got == want) << "feather " << feather << ", radius " << radius << ", " << share;
-      }
-    }
-  }
-}
-
-// What is not finite does no harm beyond the windows that held it, once they hold nothing at all;
-// and rounding leaves nothing behind.
+// Infinity and NaN have no effect after the window is empty, and rounding errors do not remain.
 TEST(FeathersOfFloats, LeaveNoTrace) {
   std::vector<float> line(120, 0.0f), scratch(400);
   line[20] = HUGE_VALF, line[50] = std::nanf(""), line[80] = 1e30f, line[81] = 0.1f;
@@ -173,7 +47,7 @@ TEST(FeathersOfFloats, LeaveNoTrace) {
 
 // --- progress ------------------------------------------------------------------------------------
 
-// Rows and then bundles of columns, in one count.
+// Rows and then tiles of columns, in one count.
 TEST(FeathersTold, StepByStepUntilStopped) {
   for (const bool threads : {false, true}) {
     int32_t calls = 0, last = 0, stop_at = 0;
@@ -196,8 +70,8 @@ TEST(FeathersTold, StepByStepUntilStopped) {
   }
 }
 
-// A slot's routine gets the rows of small boxes, and its code ends the work. Of larger ones the
-// scans would let the left edge fade.
+// Rows of small boxes go through the slots of the scans, and an error code of the slot ends the
+// work. Larger boxes do not, because scans let the left edge fade.
 TEST(FeathersTold, RowsOfSmallBoxesGoThroughTheScansSlots) {
   VXp_OverrideTable kept;
   std::memcpy(static_cast<void*>(&kept), &VXp_G_OverFuncs, sizeof kept);
@@ -213,7 +87,7 @@ TEST(FeathersTold, RowsOfSmallBoxesGoThroughTheScansSlots) {
   std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &kept, sizeof kept);
 }
 
-// --- what is refused -----------------------------------------------------------------------------
+// --- refusals -----------------------------------------------------------------------------
 
 TEST(FeathersRefused, KindsRadiiAndBuffers) {
   Picture<uint8_t> good(9, 9, 1), old(9, 9, 1), same(9, 9, 1);
@@ -243,7 +117,7 @@ TEST(FeathersRefused, KindsRadiiAndBuffers) {
   old.buffer.depth = 8;
 }
 
-// Where nothing is to be done nothing is looked at, so that an empty line needs no memory.
+// If there is nothing to do, line and scratch may be null.
 TEST(ScansRefused, PartsAndPointers) {
   struct Refusal {
     int32_t start, end;

@@ -241,31 +241,6 @@ TEST_F(UnoBuffer, FillsNoMoreThanTheRectangle) {
   CheckFill<float>(-1.25f, nullptr);
 }
 
-// A source of 5 on 9, with no mask. Nothing is cleared but by 3 and 5, which clear all around.
-TEST_F(UnoBuffer, TransfersLandAndClearOnAllSides) {
-  for (const int32_t mode : {0, 1, 3, 4, 5}) {
-    const bool clears = mode == 3 || mode == 5;
-    for (int v = -4; v <= 5; ++v) {
-      for (int h = -4; h <= 7; ++h) {
-        Strip<uint8_t> src(3, 2, 1), dst(6, 4, 2);
-        for (uint8_t& s : src.all) s = 5;
-        for (int i = 0; i < 24; ++i) dst.At(i, 0) = 9;
-        std::vector<uint8_t> want = dst.all;
-        for (int i = 0; i < 24; ++i) {
-          const int x = i % 6 - h, y = i / 6 - v;
-          const bool in = x >= 0 && x < 3 && y >= 0 && y < 2;
-          if (in || clears) want[static_cast<size_t>(24 + i)] = in ? 5 : 0;
-        }
-        const M_Point point = {static_cast<int16_t>(v), static_cast<int16_t>(h)};
-        EXPECT_EQ(VX_TransferUnoBuffers(nullptr, &src.buffer, nullptr, mode, nullptr, &point,
-                                        &dst.buffer),
-                  0);
-        EXPECT_TRUE(dst.all == want) << "mode " << mode << " at " << h << ", " << v;
-      }
-    }
-  }
-}
-
 // --- rows and threads ----------------------------------------------------------------------------
 
 // What each operation makes of the same three buffers.

@@ -1,10 +1,11 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// One-channel buffers against their slow twins: every value where there is a finite number of them,
-// all sides of an area, and bits that agree at each depth.
+// One-channel buffers compared with their slow twins: every value of the integer depths, areas that
+// are clipped on all sides, scans and feathers.
 
 #include "unit/UnoPlane.h"
+#include "unit/filters/BlurTestKit.h"
 
 namespace {
 
@@ -96,7 +97,7 @@ TYPED_TEST(UnoTwin, TransfersInEachMode) {
   }
 }
 
-// Each source value under each mask value; so many samples that rows go elsewhere.
+// Each source value with each mask value.
 TYPED_TEST(UnoTwin, TransfersEachPairOfValues) {
   const auto step = [](int i) { return static_cast<TypeParam>(i * kTop<TypeParam> / 255); };
   vxref::Plane<TypeParam> src = {256, 256, {}}, mask = src, want = src;
@@ -122,7 +123,7 @@ void CheckAccumulate(uint32_t salt) {
   UnoTrial trial(salt);
   const float gains[] = {1, 0, 0.5f, 1.0f / 3, 1.75f, 4, 0.001f, 100};
   for (int run = 0; run < 2000; ++run) {
-    const bool large = run % 200 == 0;  // beyond what one thread does alone
+    const bool large = run % 200 == 0;  // larger than what one thread does alone
     const auto src =
         large ? RandomPlane<From>(320, 241, trial.random) : trial.template Plane<From>();
     vxref::Plane<Sum> want =
@@ -174,8 +175,8 @@ struct Scans<float> {
   static constexpr ScanOfFloats box = &VX_BoxBlurFloatUnoScan, gaussian = &VX_GBlurFloatUnoScan;
 };
 
-// A float window may be summed in another order: each of up to three passes adds at most one unit
-// in the last place of samples up to 1.5.
+// Sums of float windows may have another order: each of up to three passes adds an error of at most
+// one unit in the last place of samples up to 1.5.
 template <class Sample>
 constexpr double kScanTolerance = std::is_same_v<Sample, float> ? 4e-7 : 0;
 
@@ -252,7 +253,7 @@ TYPED_TEST(UnoTwin, ScansAtEnormousRadii) {
   }
 }
 
-// No kernel: nothing changes, and the next radius has one again.
+// Without a kernel nothing changes, and the next radius has a kernel again.
 TEST(UnoScans, RadiusBeyondTheKernels) {
   std::vector<uint8_t> line(50, 200);
   line[25] = 0;
@@ -264,40 +265,20 @@ TEST(UnoScans, RadiusBeyondTheKernels) {
   VXHost_TakeReports();
 }
 
-// What one sample of 255 among zeros becomes. Kind 0 at a radius of 2: 1.4 * 2 / 2.71 is 1.033, so
-// three whole samples and two that count 8 of 255. The Gaussian of radius 1 has the weights 192,
-// 380, 192. The plain box of radius 1 has three samples.
-TEST(UnoScans, ImpulsesByHand) {
-  struct Case {
-    ScanCall call;
-    std::vector<int> want;
-  };
-  const Case cases[] = {
-      {{true, 0, 0, 41, 131072}, {83, 83, 2, 0}}, {{true, 1, 0, 41, 65536}, {127, 64, 0}},
-      {{false, 1, 0, 41, 65536}, {127, 64, 0}},   {{true, 0, 0, 41, 65536}, {85, 85, 0}},
-      {{true, 2, 0, 41, 65536}, {85, 85, 0}},     {{false, 7, 0, 41, 65536}, {85, 85, 0}}};
-  std::vector<uint8_t> line(41, 0);
-  line[20] = 255;
-  for (const Case& c : cases) {
-    const std::vector<uint8_t> got = Scanned(c.call, line);
-    for (int x = 0; x < 41; ++x) {
-      const auto distance = static_cast<size_t>(std::abs(x - 20));
-      EXPECT_EQ(got[static_cast<size_t>(x)], distance < c.want.size() ? c.want[distance] : 0)
-          << "kind " << c.call.kind << " at " << x;
-    }
-  }
-}
-
+// Tiles of columns that are full, not full, and of one column; on one thread and on several. The
+// kernel that the process keeps is not changed, and no memory remains allocated.
 TYPED_TEST(UnoTwin, FeathersRowsThenColumns) {
   UnoTrial trial(7);
+  const VXHost_Memory before = VXHost_GetMemory();
   for (int run = 0; run < 400; ++run) {
-    vxref::Plane<TypeParam> want = trial.Plane<TypeParam>(40);
+    vxref::Plane<TypeParam> want = trial.Plane<TypeParam>(run % 20 == 0 ? 200 : 40);
     const int32_t feather = trial.Between(0, 2);
     const int32_t most = (run % 5 == 0 ? 150 : 9) * 65536;
     const VX_Fixed radius_x = trial.Between(0, 3) == 0 ? 0 : trial.Between(0, most);
     const VX_Fixed radius_y = trial.Between(0, 3) == 0 ? 0 : trial.Between(0, most);
     const UnoOf<TypeParam> got(want);
     vxref::Feather(feather, radius_x, radius_y, &want);
+    const std::unique_ptr<IteratorReplaced> threads(run % 2 == 0 ? new IteratorReplaced : nullptr);
     EXPECT_EQ(
         VX_FeatherUnoBuffer(nullptr, feather, radius_x / 65536.0, radius_y / 65536.0, got.get()),
         0);
@@ -305,6 +286,8 @@ TYPED_TEST(UnoTwin, FeathersRowsThenColumns) {
         << "feather " << feather << ", radii " << radius_x / 65536.0 << " and "
         << radius_y / 65536.0;
   }
+  EXPECT_EQ(VXHost_GetMemory().blocks, before.blocks);
+  EXPECT_EQ(VXHost_GetMemory().accounted, before.accounted);
 }
 
 }  // namespace

@@ -4,13 +4,13 @@
 
 // The table of replaceable routines.
 //
-// VX_Birth fills it, picking each slot's variant by the host's processor record. An acceleration
-// module, or VX_SetOverrideFunc, may put another routine of the same signature in a slot before
-// work begins; the exported calls then reach that routine. The table is read without a lock.
+// VX_Birth fills it and chooses the variant of a slot by the host's processor record. An
+// acceleration module, or VX_SetOverrideFunc, may put another routine of the same signature in a
+// slot before work begins; the exported calls then call that routine. The table is read without a
+// lock.
 //
-// Before VX_Birth all slots are null, and a call through a null slot is not guarded. After it every
-// listed slot holds a routine; one whose routine does not exist yet reports "<name> not built yet"
-// and gives 3. The numbers without a routine stay null.
+// Before VX_Birth all slots are null, and a call through a null slot is not checked. After VX_Birth
+// every listed slot holds a routine; the numbers without a routine stay null.
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_Blur.h"
@@ -81,10 +81,10 @@ using VX_GetInnerBlendingSlot = VX_Err (*)(int32_t mode, VX_InnerBlendingFunc<Pi
 
 inline constexpr int32_t VX_OverrideSlotCount = 118;
 
-// A member is named as its routine. Places without one are unnamed and zero.
+// Each member has the name of its routine. Slots without a routine are unnamed and zero.
 struct VXp_OverrideTable {
 // clang-format off
-#define VX_SLOT(number, name, type) type name;
+#define VX_SLOT(number, name, type, routine) type name;
 #define VX_NULL_SLOT(number) uint64_t : 64;
 // clang-format on
 #include "VX/VX_OverrideSlots.def"
@@ -93,7 +93,7 @@ struct VXp_OverrideTable {
 };
 static_assert(sizeof(VXp_OverrideTable) == VX_OverrideSlotCount * sizeof(void*));
 static_assert(sizeof(VXp_OverrideTable) == 944);
-#define VX_SLOT(number, name, type) \
+#define VX_SLOT(number, name, type, routine) \
   static_assert(offsetof(VXp_OverrideTable, name) == (number) * sizeof(void*));
 #define VX_NULL_SLOT(number)
 #include "VX/VX_OverrideSlots.def"
@@ -102,20 +102,24 @@ static_assert(sizeof(VXp_OverrideTable) == 944);
 
 extern VX_API VXp_OverrideTable VXp_G_OverFuncs;
 
-// Puts `routine`, which must have the slot's signature, in a slot. 0, or 3 after a report for a
-// number that has no routine or a null routine. Not while other threads work.
+// Stores a routine in a slot. Not thread-safe: no other thread may use the library meanwhile.
+//
+//   slot     number of the slot, 0..117
+//   routine  a function of the slot's signature, which is not checked; not null
+//
+// Returns VX_Ok, or VX_ErrBadParameter after a report for a number that has no routine or for a
+// null routine.
 VX_API VX_Err VX_SetOverrideFunc(int32_t slot, void* routine);
 
-// Obsolete: reports so and gives 515.
+// Obsolete. Reports that and returns VX_ErrObsolete.
 VX_API VX_Err VX_OverrideStdFuncs();
 
-// --- looking at the table ------------------------------------------------------------------------
+// --- description of the table --------------------------------------------------------------------
 
 enum : int32_t {
-  VX_SlotState_Null = 0,      // no routine: a number without one, or the package is not born
-  VX_SlotState_BuiltIn = 1,   // the routine that VX_Birth chose
-  VX_SlotState_NotBuilt = 2,  // the routine does not exist yet
-  VX_SlotState_Replaced = 3   // somebody put another routine there
+  VX_SlotState_Null = 0,     // null: the number has no routine, or VX_Birth was not called
+  VX_SlotState_BuiltIn = 1,  // the routine that VX_Birth chose
+  VX_SlotState_Replaced = 3  // another routine
 };
 
 struct VX_SlotDescription {
@@ -125,5 +129,6 @@ struct VX_SlotDescription {
   int32_t state;          // VX_SlotState_...
 };
 
-// 0, or 3 for a number outside 0..117 or a null record. The strings are constant.
+// Describes a slot. The strings are constant. Returns VX_Ok, or VX_ErrBadParameter for a number
+// outside 0..117 or a null record.
 VX_API VX_Err VX_DescribeSlot(int32_t slot, VX_SlotDescription* out);

@@ -1,21 +1,42 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Records of a transfer mode, and the descriptor that a blend prepares once per call.
+// Records of a transfer mode, the properties of a mode by its number, and the descriptor that a
+// composite prepares once per call.
 
 #include <cmath>
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_Package.h"
-#include "blend/VXp_BlendSlots.h"
-#include "blend/VXp_UnknownMode.h"
+#include "blend/VXp_ModeTraits.h"
+#include "blend/modes/VXp_AllModes.h"
+#include "frame/VXp_OverrideTable.h"
 #include "frame/VXp_Report.h"
 
-int32_t VX_GetTransferFlags(int32_t mode) {
-  constexpr uint32_t kModes = 0x120FF7B9;  // bit mode + 3
-  const int64_t bit = int64_t{mode} + 3;
-  return bit >= 0 && bit < 32 ? static_cast<int32_t>((kModes >> bit) & 1u) : 0;
+namespace {
+
+// The members of a piece are the same at every depth.
+template <template <class> class Mode>
+constexpr VXp_ModeTraits TraitsOf() {
+  using Piece = Mode<VXp_PixelTraits<VX_Pixel8>>;
+  return {Piece::kStages, Piece::kClearsOutside, Piece::kDrawsTransparentRows, Piece::kNeedsMask,
+          Piece::kTransferFlag};
 }
+
+}  // namespace
+
+VXp_ModeTraits VXp_TraitsOfMode(int32_t mode) {
+  switch (mode) {
+#define VX_MODE(number, constant, name, piece, ...) \
+  case number:                                      \
+    return TraitsOf<piece>();
+#include "VX/VX_TransferModes.def"
+#undef VX_MODE
+    default: return {};
+  }
+}
+
+int32_t VX_GetTransferFlags(int32_t mode) { return VXp_TraitsOfMode(mode).transfer_flag ? 1 : 0; }
 
 VX_CompositeModePlus::VX_CompositeModePlus(const VX_CompositeMode& older)
     : mode(older.mode), seed(older.seed), keepDstAlpha(older.keepDstAlpha != 0 ? 1 : 0) {
@@ -31,42 +52,28 @@ VX_Err VXp_UnknownMode() {
 
 namespace {
 
-// The stages around a scan, by mode.
-enum class Around { kNothing, kKeptAlpha, kBehind, kBlack, kWhite, kGray };
+template <class Pixel>
+auto RowLoopSlot(bool hasMask, bool linear) {
+  if (hasMask) {
+    return linear ? VXp_SlotOf<vxp_slot::RowLoopMaskLinear, Pixel>()
+                  : VXp_SlotOf<vxp_slot::RowLoopMask, Pixel>();
+  }
+  return linear ? VXp_SlotOf<vxp_slot::RowLoopLinear, Pixel>()
+                : VXp_SlotOf<vxp_slot::RowLoop, Pixel>();
+}
 
-Around AroundOf(int32_t mode) {
-  switch (mode) {
-    case VX_Xfer_InFront:
-    case VX_Xfer_PremulOver:
-    case VX_Xfer_AlphaAdd:
-    case VX_Xfer_Difference2:
-    case VX_Xfer_Dodge2:
-    case VX_Xfer_Burn2:
-    case VX_Xfer_LinearDodge:
-    case VX_Xfer_LinearBurn:
-    case VX_Xfer_LinearLight:
-    case VX_Xfer_VividLight:
-    case VX_Xfer_PinLight:
-    case VX_Xfer_HardMix: return Around::kKeptAlpha;
-    case VX_Xfer_Hue:
-    case VX_Xfer_Saturation:
-    case VX_Xfer_Color:
-    case VX_Xfer_Luminosity:
-    case VX_Xfer_LighterColor:
-    case VX_Xfer_DarkerColor: return Around::kBehind;
-    case VX_Xfer_Add:
-    case VX_Xfer_Screen:
-    case VX_Xfer_Lighten:
-    case VX_Xfer_Difference:
-    case VX_Xfer_Dodge:
-    case VX_Xfer_Exclusion: return Around::kBlack;
-    case VX_Xfer_Multiply:
-    case VX_Xfer_Darken:
-    case VX_Xfer_Burn: return Around::kWhite;
-    case VX_Xfer_Overlay:
-    case VX_Xfer_SoftLight:
-    case VX_Xfer_HardLight: return Around::kGray;
-    default: return Around::kNothing;
+// The slots are read for each composite, so that a replacement takes effect.
+template <class Pixel>
+void SetMatteStages(VXp_Stages stages, VX_BlendModeDescriptor<Pixel>* descriptor) {
+  if (stages == VXp_Stages::kMatteBlack) {
+    descriptor->matteStage = VXp_SlotOf<vxp_slot::MatteBlack, Pixel>();
+    descriptor->unmatteStage = VXp_SlotOf<vxp_slot::UnmatteBlack, Pixel>();
+  } else if (stages == VXp_Stages::kMatteWhite) {
+    descriptor->matteStage = VXp_SlotOf<vxp_slot::MatteWhite, Pixel>();
+    descriptor->unmatteStage = VXp_SlotOf<vxp_slot::UnmatteWhite, Pixel>();
+  } else if (stages == VXp_Stages::kMatteGray) {
+    descriptor->matteStage = VXp_SlotOf<vxp_slot::MatteGray, Pixel>();
+    descriptor->unmatteStage = VXp_SlotOf<vxp_slot::UnmatteGray, Pixel>();
   }
 }
 
@@ -87,26 +94,17 @@ VX_BlendModeDescriptor<Pixel>::VX_BlendModeDescriptor(const VX_BlendingMode<Pixe
       usesAlphaUnion(0),
       tables(linear_tables) {
   blendingMode.keepDstAlpha = mode.keepDstAlpha != 0 ? 1 : 0;
-  using Slots = VXp_BlendSlots<Pixel>;
-  const auto get = Slots::GetScan(hasMask, linear_tables != nullptr);
+  const auto get = RowLoopSlot<Pixel>(hasMask, linear_tables != nullptr);
   VX_InnerBlendingFunc<Pixel> found{};
   if (get(mode.mode, &found) == VX_Ok) scan = found.scan;
   if (get(VX_Xfer_Behind, &found) == VX_Ok) behindScan = found.scan;
-  alphaUnionStage = Slots::Union();
+  alphaUnionStage = VXp_SlotOf<vxp_slot::AlphaUnion, Pixel>();
 
-  const Around around = AroundOf(mode.mode);
-  if (around == Around::kNothing) return;
-  savesDstAlpha = 1;
-  if (around == Around::kBehind) usesBehindPass = 1;
-  if (around < Around::kBlack) return;
-  usesMatte = 1;
-  usesAlphaUnion = 1;
-  matteStage = around == Around::kBlack   ? Slots::MatteBlack()
-               : around == Around::kWhite ? Slots::MatteWhite()
-                                          : Slots::MatteGray();
-  unmatteStage = around == Around::kBlack   ? Slots::UnmatteBlack()
-                 : around == Around::kWhite ? Slots::UnmatteWhite()
-                                            : Slots::UnmatteGray();
+  const VXp_Stages stages = VXp_TraitsOfMode(mode.mode).stages;
+  savesDstAlpha = stages != VXp_Stages::kScan ? 1 : 0;
+  usesBehindPass = stages == VXp_Stages::kBehind ? 1 : 0;
+  SetMatteStages(stages, this);
+  usesMatte = usesAlphaUnion = matteStage != nullptr ? 1 : 0;
 }
 
 template struct VX_BlendModeDescriptor<VX_Pixel8>;

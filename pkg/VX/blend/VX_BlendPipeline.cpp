@@ -10,7 +10,7 @@
 
 namespace {
 
-// Alpha comes first in a pixel.
+// Alpha is the first channel of a pixel.
 template <class Pixel>
 void SaveAlpha(int32_t count, const Pixel* row, VX_ChannelOf<Pixel>* alpha) {
   for (ptrdiff_t i = 0; i < count; ++i) alpha[i] = VXp_Load<VX_ChannelOf<Pixel>>(row + i);

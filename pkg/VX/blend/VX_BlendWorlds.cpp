@@ -14,7 +14,7 @@
 
 namespace {
 
-// A ratio of 0..65536 at the scale of the depth, to the nearest.
+// Returns a ratio of 0..65536 at the scale of the depth, rounded to nearest.
 template <class T>
 typename T::Work WeightOf(VX_Fixed ratio) {
   const VX_Fixed held = std::clamp(ratio, 0, 65536);
@@ -23,7 +23,7 @@ typename T::Work WeightOf(VX_Fixed ratio) {
   return static_cast<typename T::Work>(held) / 65536;
 }
 
-// Colours weighted by alpha; pixels of a whose mean has no weight stay.
+// Colours are weighted by alpha. If the weights are 0, the pixel of a is copied.
 template <class Pixel>
 struct StraightRow {
   static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {
@@ -39,7 +39,7 @@ struct StraightRow {
   }
 };
 
-// Every channel alike.
+// The four channels are mixed alike.
 template <class Pixel>
 struct PremulRow {
   static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The row loops of 8-bit pixels, with the vector twins of copy and in-front.
+// The row loops of 8-bit pixels, with the SSE2 variants of copy and in-front.
 
 #include "blend/VX_RowLoop8_SSE2.h"
 #include "blend/VXp_SelectRowLoop.h"

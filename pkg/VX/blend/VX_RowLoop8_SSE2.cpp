@@ -36,23 +36,23 @@ Vec By255(Vec t) {
 }
 Vec Mul(Vec a, Vec b) { return By255(_mm_mullo_epi16(a, b)); }
 
-// k moved toward x by w, with iw = 255 - w. Where x is below k the product of the negative
-// difference rounds the other way, which one more in the sum gives.
+// Returns k + (x - k) w, with iw = 255 - w. If x is below k, the product of the negative difference
+// rounds in the other direction: 1 is added to the sum.
 Vec Lerp(Vec k, Vec x, Vec w, Vec iw) {
   const Vec sum = _mm_add_epi16(_mm_mullo_epi16(k, iw), _mm_mullo_epi16(x, w));
   return By255(_mm_sub_epi16(sum, _mm_cmpgt_epi16(k, x)));
 }
 
-// 255 n / a to the nearest in 32-bit lanes; n is not above a. The sum lies at least 1/510 from a
-// whole number or on it, so the 1/1024 only mends what the float product lost.
+// Returns 255 n / a, rounded to nearest, in 32-bit lanes; n <= a. The exact sum is an integer or at
+// least 1/510 from one, so 1/1024 corrects the error of the float product and changes nothing else.
 Vec Div(Vec n, __m128 scale) {
   const __m128 sum =
       _mm_add_ps(_mm_mul_ps(_mm_cvtepi32_ps(n), scale), _mm_set1_ps(0.5f + 1.0f / 1024.0f));
   return _mm_cvttps_epi32(sum);
 }
 
-// Four pixels as two channels in each 32-bit lane. With a full channel beside green, the lerp that
-// serves green makes the union of the alphas in its place.
+// Processes four pixels with two channels in each 32-bit lane. Green shares its lanes with a
+// channel of full scale, whose lerp is the union of the alphas.
 Vec InFront(Vec s, Vec w, Vec d) {
   const Vec pairs = Splat(0x00FF00FF);
   const Vec alpha_byte = Splat(0xFF);
@@ -93,7 +93,7 @@ VX_Err VXp_ScanCopy_SSE2(int32_t count, const VX_BlendingMode<VX_Pixel8>* mode,
                          const VX_Pixel8* mask, VX_Pixel8* dst) {
   const Vec opacity = Splat(mode->opacity);
   const bool keep = mode->keepDstAlpha != 0;
-  const bool whole = !hasMask && !keep && mode->opacity == 255;  // one block, in the plain loop
+  const bool whole = !hasMask && !keep && mode->opacity == 255;  // the plain loop copies the block
   ptrdiff_t i = 0;
   for (; !whole && i + 4 <= count; i += 4) {
     const Vec s = Load4(src + i);
@@ -104,8 +104,9 @@ VX_Err VXp_ScanCopy_SSE2(int32_t count, const VX_BlendingMode<VX_Pixel8>* mode,
     }
     Store4(dst + i, _mm_or_si128(_mm_andnot_si128(Splat(0xFF), s), a));
   }
-  return VXp_RowLoop<VXp_ModeCopy, VX_Pixel8, hasMask, false>::Scan(
-      count - static_cast<int32_t>(i), mode, tables, src + i, hasMask ? mask + i : mask, dst + i);
+  return VXp_RowLoop<VXp_ModeCopy, VX_Pixel8, false>::Scan(count - static_cast<int32_t>(i), mode,
+                                                           tables, src + i,
+                                                           hasMask ? mask + i : nullptr, dst + i);
 }
 
 template <bool hasMask>
@@ -123,8 +124,9 @@ VX_Err VXp_ScanInFront_SSE2(int32_t count, const VX_BlendingMode<VX_Pixel8>* mod
     if (All(IsZero(w))) continue;
     Store4(dst + i, All(_mm_cmpeq_epi32(w, Splat(255))) ? s : InFront(s, w, Load4(dst + i)));
   }
-  return VXp_RowLoop<VXp_ModeInFront, VX_Pixel8, hasMask, false>::Scan(
-      count - static_cast<int32_t>(i), mode, tables, src + i, hasMask ? mask + i : mask, dst + i);
+  return VXp_RowLoop<VXp_ModeInFront, VX_Pixel8, false>::Scan(
+      count - static_cast<int32_t>(i), mode, tables, src + i, hasMask ? mask + i : nullptr,
+      dst + i);
 }
 
 template VX_Err VXp_ScanCopy_SSE2<false>(int32_t, const VX_BlendingMode<VX_Pixel8>*,

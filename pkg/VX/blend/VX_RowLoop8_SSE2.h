@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// SSE2 twins of two 8-bit row loops: copy and in-front, four pixels at a time. They give the bits
-// of the plain loops.
+// SSE2 variants of the 8-bit row loops of copy and in-front. They give the bits of the plain loops.
 
 #include "VX/VX_Blend.h"
 

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Compositing a rectangle of one world over another: checks and clipping once, then row by row
-// through the pipeline.
+// Composites a rectangle of one world over another: checks and clips once, then runs the pipeline
+// for each row.
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_OverrideTable.h"
@@ -55,9 +55,9 @@ VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_
   return VX_Ok;
 }
 
-// These modes remove what their source does not cover.
+// The stencil modes remove the destination outside the rectangle.
 VX_Err ClearOutside(const Transfer& call, VX_LayerDef* dst) {
-  if (!VXp_IsStencil(call.mode->mode)) return VX_Ok;
+  if (!VXp_TraitsOfMode(call.mode->mode).clears_outside) return VX_Ok;
   const VXp_CopyArea& area = call.area;
   M_LRect keep{};
   keep.left = area.dest_x;
@@ -85,7 +85,7 @@ VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_Wo
   return error;
 }
 
-// The mask comes last and may be absent, where the other two wrappers always stand.
+// Wraps the mask, which may be absent. Source and destination are wrapped already.
 template <class Pixel>
 VX_Err WithMask(Transfer call, const M_Rect* rect, int32_t x, int32_t y,
                 const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
@@ -109,7 +109,7 @@ VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int3
   }
   const int32_t depth = VXp_WorldDepth(src);
   if (depth != VXp_WorldDepth(dst)) return VXp_FailVerification(unequal_text);
-  if (mode->mode == VX_Xfer_MaskMix && mask == nullptr) {
+  if (VXp_TraitsOfMode(mode->mode).needs_mask && mask == nullptr) {
     return VXp_FailVerification("VX_Xfer_MaskMix mixes by a mask and was given none");
   }
   const Transfer call{progress, field, mode, tables, mask, scratch, {}};

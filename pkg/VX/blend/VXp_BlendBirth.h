@@ -2,10 +2,24 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the lifecycle needs of this room.
+// The built-in routines of this component's slots, as the list of slots names them. Those that are
+// exported are declared in public headers.
 
-struct VXp_OverrideTable;
+#include "VX/VX_Blend.h"
+#include "VX/VX_OverrideTable.h"
+#include "blend/VXp_CompositeRect.h"
+#include "blend/VXp_RowStages.h"
+#include "blend/mask/VXp_MergeMaskRow.h"
 
-// Puts the transfer, the stages of a row, the twelve choosers of row loops and the merging of masks
-// into their slots.
-void VXp_FillBlendSlots(VXp_OverrideTable& table);
+template <class Pixel>
+inline constexpr VX_GetInnerBlendingSlot<Pixel> VXp_GetRowLoop =
+    &VX_GetInnerBlendingFunc<Pixel, false, false>;
+template <class Pixel>
+inline constexpr VX_GetInnerBlendingSlot<Pixel> VXp_GetRowLoopMask =
+    &VX_GetInnerBlendingFunc<Pixel, true, false>;
+template <class Pixel>
+inline constexpr VX_GetInnerBlendingSlot<Pixel> VXp_GetRowLoopLinear =
+    &VX_GetInnerBlendingFunc<Pixel, false, true>;
+template <class Pixel>
+inline constexpr VX_GetInnerBlendingSlot<Pixel> VXp_GetRowLoopMaskLinear =
+    &VX_GetInnerBlendingFunc<Pixel, true, true>;

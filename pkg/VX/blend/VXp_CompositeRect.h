@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The routines behind the slots of VX_CompositeRect.h. Draft and best share one.
+// The built-in routines of the slots of VX_CompositeRect.h. Draft and best have the same routine.
 
 #include "VX/VX_CompositeRect.h"
 

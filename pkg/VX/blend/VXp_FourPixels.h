@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Four neighbours of a row with their channels in lanes, and the walk over rows in fours. Pixels
-// are loaded and stored through copies, because a caller's rowbytes may put a row at any address.
+// Four neighbouring pixels of a row with their channels in lanes, and loops over rows in steps of
+// four. Pixels are loaded and stored by memcpy, because a row may begin at any address.
 
 #include <cstring>
 
@@ -16,7 +16,7 @@ static_assert(kVXp_Lanes == 4);
 template <class Pixel>
 using VXp_FourOf = VXp_Argb<VXp_LaneTraits<Pixel>>;
 
-// 16 bytes from or to anywhere, as lanes of any type.
+// Loads or stores 16 bytes at any address as lanes of any type.
 template <class Lanes>
 Lanes VXp_LoadLanes(const void* from, ptrdiff_t index = 0) {
   Lanes v;
@@ -40,7 +40,7 @@ inline void VXp_StoreFour(VX_Pixel8* p, const VXp_FourOf<VX_Pixel8>& v) {
                  (v.alpha & 0xFF) | (v.red & 0xFF) << 8 | (v.green & 0xFF) << 16 | v.blue << 24);
 }
 
-// Words of alpha and red, and of green and blue, by turns.
+// A pixel is two words: alpha and red, then green and blue.
 inline VXp_FourOf<VX_Pixel16> VXp_LoadFour(const VX_Pixel16* p) {
   const auto first = VXp_LoadLanes<VXp_WordLanes>(p, 0);
   const auto second = VXp_LoadLanes<VXp_WordLanes>(p, 1);
@@ -57,7 +57,7 @@ inline void VXp_StoreFour(VX_Pixel16* p, const VXp_FourOf<VX_Pixel16>& v) {
   VXp_StoreLanes(p, 1, __builtin_shufflevector(ar, gb, 2, 6, 3, 7));
 }
 
-// Four rows of four turned into four columns.
+// Transposes four rows of four lanes.
 inline VXp_FourOf<VX_PixelFloat> VXp_Turned(VXp_FloatLanes p0, VXp_FloatLanes p1, VXp_FloatLanes p2,
                                             VXp_FloatLanes p3) {
   const auto ar01 = __builtin_shufflevector(p0, p1, 0, 4, 1, 5);
@@ -81,20 +81,28 @@ inline void VXp_StoreFour(VX_PixelFloat* p, const VXp_FourOf<VX_PixelFloat>& v) 
   VXp_StoreLanes(p, 3, turned.blue);
 }
 
-// Calls step(src, mask, dst) for every four pixels of a row; the last ones go through copies filled
-// up with zeros. A null mask stays null.
+// Calls step(src, mask, dst) for each four pixels of a row and returns the number of pixels done:
+// the last count % 4 are left. A null mask stays null.
 template <class Pixel, class Step>
-void VXp_ForFours(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Step&& step) {
+int32_t VXp_ForFours(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Step&& step) {
   ptrdiff_t x = 0;
   for (; x + kVXp_Lanes <= count; x += kVXp_Lanes) {
     step(src + x, mask != nullptr ? mask + x : nullptr, dst + x);
   }
-  if (x >= count) return;
-  const size_t bytes = static_cast<size_t>(count - x) * sizeof(Pixel);
+  return static_cast<int32_t>(x);
+}
+
+// Calls row(src, mask, dst) once for the pixels of a row from `done` on, which are fewer than four:
+// on copies that are filled up to four with zeros. A null mask stays null.
+template <class Pixel, class Row>
+void VXp_ForRest(int32_t done, int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst,
+                 Row&& row) {
+  if (done >= count) return;
+  const size_t bytes = static_cast<size_t>(count - done) * sizeof(Pixel);
   Pixel s[kVXp_Lanes]{}, m[kVXp_Lanes]{}, d[kVXp_Lanes]{};
-  std::memcpy(static_cast<void*>(s), src + x, bytes);
-  std::memcpy(static_cast<void*>(d), dst + x, bytes);
-  if (mask != nullptr) std::memcpy(static_cast<void*>(m), mask + x, bytes);
-  step(s, mask != nullptr ? m : nullptr, d);
-  std::memcpy(static_cast<void*>(dst + x), d, bytes);
+  std::memcpy(static_cast<void*>(s), src + done, bytes);
+  std::memcpy(static_cast<void*>(d), dst + done, bytes);
+  if (mask != nullptr) std::memcpy(static_cast<void*>(m), mask + done, bytes);
+  row(s, mask != nullptr ? m : nullptr, d);
+  std::memcpy(static_cast<void*>(dst + done), d, bytes);
 }

@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Four pixels between stored and linear values, each bit as VXp_LinearLight.h has it for one.
+// Converts four pixels between stored and linear values, with the bits of VXp_LinearLight.h.
 //
-// What costs here is the way of table entries into lanes. So an entry is fetched together with its
-// neighbour, as the two halves of a lane, and lanes are put together in ways that take the compiler
-// one step a lane. Values of 16 bits are handled eight at a time.
+// Most of the time is spent on loading table entries into lanes. Therefore an entry is loaded
+// together with the next one, as the two halves of a lane, and values of 16 bits are processed
+// eight at a time.
 
 #include <cstring>
 
@@ -18,15 +18,15 @@ using VXp_HalfLanes = uint16_t __attribute__((vector_size(16)));
 
 // --- entries of the tables -----------------------------------------------------------------------
 
-// Entry i of the table that begins at `offset`, and the one after it. The last of `linearize` has
-// the first of `delinearize` for a neighbour, to be given no weight.
+// Returns entries i and i + 1 of the table at `offset`. After the last entry of `linearize` comes
+// the first of `delinearize`; its weight must be 0.
 inline uint32_t VXp_EntryPair(const VX_LinearBlendingTables& tables, size_t offset, uint32_t i) {
   uint32_t pair;
   std::memcpy(&pair, reinterpret_cast<const char*>(&tables) + offset + size_t{i} * 2, sizeof pair);
   return pair;
 }
 
-// Entries of the table for bytes, a lane each.
+// Returns four entries of the table for bytes, one in each lane.
 inline VXp_IntLanes VXp_Entries(const uint16_t* table, uint8_t i0, uint8_t i1, uint8_t i2,
                                 uint8_t i3) {
 #ifdef __SSE2__
@@ -39,7 +39,7 @@ inline VXp_IntLanes VXp_Entries(const uint16_t* table, uint8_t i0, uint8_t i1, u
 #endif
 }
 
-// For four indices of 16 bits each, the first the lowest.
+// Returns the pairs for four indices of 16 bits each; the first index is in the lowest bits.
 inline VXp_WordLanes VXp_EntryPairs(const VX_LinearBlendingTables& tables, size_t offset,
                                     uint64_t indices) {
   const auto pair = [&](int32_t k) {
@@ -48,8 +48,8 @@ inline VXp_WordLanes VXp_EntryPairs(const VX_LinearBlendingTables& tables, size_
   return VXp_WordLanes{pair(0), pair(1), pair(2), pair(3)};
 }
 
-// first * low + second * high for the two entries of a lane less 32768 each. The weights stand as
-// the entries do, and are 0..32767.
+// Returns (first - 32768) low + (second - 32768) high for the two entries of each lane. The weights
+// low and high are in the same halves as the entries, and are 0..32767.
 inline VXp_IntLanes VXp_WeighPairs(VXp_WordLanes pairs, VXp_HalfLanes weights) {
   const VXp_WordLanes biased = pairs ^ 0x80008000u;
 #ifdef __SSE2__
@@ -65,7 +65,7 @@ inline VXp_IntLanes VXp_WeighPairs(VXp_WordLanes pairs, VXp_HalfLanes weights) {
 
 // --- eight values of 16 bits ---------------------------------------------------------------------
 
-// Two channels of four pixels, by turns, each cut to its 16 bits.
+// Interleaves two channels of four pixels, each truncated to 16 bits.
 inline VXp_HalfLanes VXp_Paired(VXp_IntLanes even, VXp_IntLanes odd) {
   return reinterpret_cast<VXp_HalfLanes>((even & 0xFFFF) | odd << 16);
 }
@@ -76,7 +76,7 @@ inline VXp_IntLanes VXp_OddHalves(VXp_HalfLanes v) {
   return reinterpret_cast<VXp_IntLanes>(reinterpret_cast<VXp_WordLanes>(v) >> 16);
 }
 
-// At most 32768.
+// Returns min(v, 32768).
 inline VXp_HalfLanes VXp_HeldToWhite(VXp_HalfLanes v) {
 #ifdef __SSE2__
   return v - reinterpret_cast<VXp_HalfLanes>(
@@ -86,7 +86,7 @@ inline VXp_HalfLanes VXp_HeldToWhite(VXp_HalfLanes v) {
 #endif
 }
 
-// Linear values to stored ones, both at 16 bits. White is the far end of the last stretch.
+// Converts linear values to stored ones, both at 16 bits. White is the end of the last interval.
 inline VXp_HalfLanes VXp_DelinearizeHalves(const VX_LinearBlendingTables& tables, VXp_HalfLanes x) {
   x = VXp_HeldToWhite(x);
   const VXp_HalfLanes i = (x >> 3) - (x >> 15);
@@ -112,7 +112,7 @@ inline VXp_HalfLanes VXp_DelinearizeHalves(const VX_LinearBlendingTables& tables
   return v ^ uint16_t { 0x8000 };
 }
 
-// (v 255 + 16384) >> 15, by the upper half of v 510 and the rounding that its lower half gives.
+// Returns (255 v + 16384) >> 15: the upper half of 510 v plus the rounding by its lower half.
 inline VXp_HalfLanes VXp_HalvesToBytes(VXp_HalfLanes v) {
 #ifdef __SSE2__
   const auto upper = reinterpret_cast<VXp_HalfLanes>(
@@ -138,8 +138,8 @@ inline VXp_IntLanes VXp_DelinearizeFour(const VX_LinearBlendingTables& tables, V
   return ((VXp_WeighPairs(pairs, VXp_Paired(8 - f, f)) + 4) >> 3) + 32768;
 }
 
-// The weight of the lower entry would be 32768 - f, which may not fit: one of it is added by
-// itself.
+// The weight of the lower entry, 32768 - f, may not fit into 16 bits: the entry is added once and
+// weighted with 32767 - f.
 inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp_IntLanes c) {
   const VXp_IntLanes held = VXp_EvenHalves(VXp_HeldToWhite(VXp_Paired(c, VXp_IntLanes{})));
   const VXp_IntLanes p = (held << 8) - held;
@@ -178,7 +178,7 @@ void VXp_StoreAlphaWhere(VXp_IntLanes acts, Lanes alpha, Pixel* to) {
 template <class Pixel>
 struct VXp_LinearLanes;
 
-// Where a colour has more values than a row has pixels.
+// For pixels of more than 8 bits, whose colours have too many values for a table.
 struct VXp_NoRoundTrip {
   static constexpr bool Serves(int32_t /*count*/) { return false; }
   template <class... Arguments>
@@ -204,7 +204,7 @@ struct VXp_LinearLanes<VX_Pixel8> {
     return {AlphaToWorking(VXp_LoadFour(from).alpha), channel(1), channel(2), channel(3)};
   }
 
-  // Every second byte of a pixel at once.
+  // Alpha and green, and red and blue, are stored together.
   static void Store(const Working& p, VXp_IntLanes acts, const VX_LinearBlendingTables& t,
                     VX_Pixel8* to) {
     const VXp_HalfLanes rb = VXp_DelinearizeHalves(t, VXp_Paired(p.red, p.blue));
@@ -216,8 +216,8 @@ struct VXp_LinearLanes<VX_Pixel8> {
     VXp_StoreLanes(to, 0, acts ? pixels : VXp_LoadLanes<VXp_IntLanes>(to));
   }
 
-  // Where the colours of a source are taken as they are, they still go to linear light and back,
-  // which a byte does in one step. Setting that up pays on long rows.
+  // Copied colours are also converted to linear light and back. For bytes, one table does both. Its
+  // preparation is worthwhile in long rows only.
   class RoundTrip {
    public:
     bool Serves(int32_t count) const { return count >= 256; }
@@ -272,7 +272,7 @@ struct VXp_LinearLanes<VX_Pixel16> {
   }
 };
 
-// Powers are those of the C library, one by one.
+// Powers are computed by the C library, one at a time.
 template <>
 struct VXp_LinearLanes<VX_PixelFloat> {
   using Working = VXp_FourOf<VX_PixelFloat>;

@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Between stored and linear values, by the tables of a profile.
+// Conversion between stored and linear values, by the tables of a profile.
 //
-// Integer pixels blend at 16 bits in linear light, whatever their depth; float pixels as floats.
-// VXp_LinearLight<Pixel> tells the working pixel and converts both ways. Alpha is not a light: it
-// only changes its scale.
+// In linear light, integer pixels of both depths blend at 16 bits, float pixels as floats.
+// VXp_LinearLight<Pixel> defines the working pixel and converts in both directions. Alpha is linear
+// already: only its scale changes.
 
 #include <cmath>
 
@@ -14,7 +14,7 @@
 #include "blend/modes/VXp_Mode.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
 
-// 8 to 16 bits. The product needs all 32 bits of an unsigned word.
+// Converts alpha from 8 to 16 bits. The product needs all 32 bits of an unsigned word.
 constexpr uint16_t VXp_AlphaTo16(uint8_t a) {
   return static_cast<uint16_t>((a * 8421504u + 33200u) >> 16);
 }
@@ -23,7 +23,7 @@ constexpr uint8_t VXp_AlphaTo8(uint16_t a) {
   return static_cast<uint8_t>((a * 255u + 16384u) >> 15);
 }
 
-// Linear 0..32768 to stored 0..32768.
+// Converts a linear value 0..32768 to a stored one 0..32768.
 inline uint16_t VXp_Delinearize(const VX_LinearBlendingTables& tables, uint16_t x) {
   return static_cast<uint16_t>(VXp_LookUpEighths(tables.delinearize, x));
 }
@@ -67,8 +67,8 @@ struct VXp_LinearLight<VX_Pixel16> {
   }
 
  private:
-  // The stored value at 8-bit scale falls between two entries. Values above white read the last
-  // one.
+  // Interpolates between the two entries around the stored value at 8-bit scale. Values above white
+  // use the last entry.
   static uint16_t Linear(uint16_t c, const VX_LinearBlendingTables& t) {
     const int32_t p = 255 * std::min<int32_t>(c, 32768);
     const int32_t j = p >> 15;
@@ -94,7 +94,7 @@ struct VXp_LinearLight<VX_PixelFloat> {
   }
 
  private:
-  // The power keeps the sign.
+  // Returns the power of the absolute value, with the sign of x.
   static float Power(float x, double exponent) {
     return static_cast<float>(x < 0.0f ? -std::pow(-static_cast<double>(x), exponent)
                                        : std::pow(static_cast<double>(x), exponent));
@@ -104,8 +104,8 @@ struct VXp_LinearLight<VX_PixelFloat> {
   }
 };
 
-// Runs blend(source, destination) on the working pixels of s and d, and brings the destination
-// back. Modes that change alpha only do not touch the destination's colours on the way.
+// Calls blend(source, destination) on the working pixels of s and d and converts the destination
+// back. For modes that change alpha only, the destination's colours are not converted.
 template <bool kWritesColor, class Pixel, class Blend>
 void VXp_BlendLinear(const Pixel& s, const VX_LinearBlendingTables& tables, Pixel& d,
                      Blend&& blend) {

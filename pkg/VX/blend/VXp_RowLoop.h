@@ -2,11 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The row loops: one for each mode, depth, and variant with or without mask, encoded or linear.
+// The row loops: one for each mode, pixel type and encoding (stored or linear). A null mask is full
+// scale everywhere.
 //
-// A row goes four pixels at a time: their channels are put into lanes (and brought to linear light
-// where asked), the weights are made, the mode's piece runs, and the pixels go back. Four pixels of
-// weight 0 are passed over in the modes that skip. Nothing that is constant is tested per pixel.
+// A row is processed four pixels at a time. Their channels are put into lanes (and converted to
+// linear light in a linear loop), the weights are computed, the mode's piece runs, and the pixels
+// are stored. Four pixels of weight 0 are skipped if the mode leaves such pixels alone. The last
+// pixels of a row are copied into a row of four, on which the loop calls itself, so that the code
+// of a mode exists once in its loop.
 
 #include "VX/VX_Blend.h"
 #include "blend/VXp_FourPixels.h"
@@ -16,11 +19,10 @@
 #include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"
 
-// Rows of one variant: their pixel, and the pixel that they compute with.
-template <class Pixel, bool hasMask, bool linear>
+// The pixel of a row, and the pixel type in which it is computed.
+template <class Pixel, bool linear>
 struct VXp_RowVariant {
   static constexpr bool kLinear = linear;
-  static constexpr bool kHasMask = hasMask;
   using Light = VXp_LinearLight<Pixel>;
   using Working = std::conditional_t<linear, typename Light::Working, Pixel>;
   using T = VXp_PixelTraits<Working>;
@@ -49,15 +51,15 @@ struct VXp_RowVariant {
     }
   }
 
-  // Alphas alone: colours need no light.
+  // Loads alpha only, which needs no table.
   static Lanes LoadAlpha(const Pixel* from) {
     const auto alpha = VXp_LoadFour(from).alpha;
     if constexpr (linear) return VXp_LinearLanes<Pixel>::AlphaToWorking(alpha);
     return alpha;
   }
 
-  // What a piece finds under a source of weight w; colours that it does not look at are left out
-  // where they are dear to get.
+  // Loads the destination under a source of weight w. In a linear loop, only alpha is loaded if the
+  // mode does not read the colours, because the lookup is slow.
   template <class Piece>
   static VXp_Argb<L> LoadUnder(Lanes w, const Pixel* from, const VX_LinearBlendingTables* tables) {
     if constexpr (linear) {
@@ -67,7 +69,7 @@ struct VXp_RowVariant {
     return Load(from, tables);
   }
 
-  // Stores what the piece wrote where it acted.
+  // Stores the result of the piece in the pixels for which `acts` is set.
   template <class Piece>
   static void Store(const VXp_Argb<L>& p, VXp_IntLanes acts, const VX_LinearBlendingTables* tables,
                     Pixel* to) {
@@ -81,47 +83,65 @@ struct VXp_RowVariant {
   }
 };
 
-// The order in which the factors of a weight are multiplied; each rounding is fixed.
+// The order in which mask and opacity are multiplied into a weight. Each product is rounded, so the
+// order is part of the result.
 enum class VXp_WeightOrder { kMaskFirst, kOpacityFirst };
 
-// A product with full scale is exact at every depth, so without `faded` there is none.
+// The factors of a row's weights. A product with full scale is exact at every depth, so a factor
+// that is full is left out.
 template <class V, VXp_WeightOrder order, class Pixel>
-typename V::Lanes VXp_Weight(typename V::Lanes sa, const Pixel* mask, bool faded,
-                             typename V::Lanes opacity) {
+struct VXp_WeightFactors {
   using L = typename V::L;
-  constexpr bool kMaskFirst = order == VXp_WeightOrder::kMaskFirst;
-  typename V::Lanes w = sa;
-  if constexpr (V::kHasMask && kMaskFirst) w = L::Mul(w, V::LoadAlpha(mask));
-  if (faded) w = L::Mul(w, opacity);
-  if constexpr (V::kHasMask && !kMaskFirst) w = L::Mul(V::LoadAlpha(mask), w);
-  return w;
-}
+  using Lanes = typename V::Lanes;
+  Lanes opacity;
+  bool faded, any;
+
+  VXp_WeightFactors(VX_ChannelOf<Pixel> row_opacity, bool masked)
+      : opacity(VXp_Splat<Lanes>(V::Scaled(row_opacity))),
+        faded(row_opacity != VXp_PixelTraits<Pixel>::kFull),
+        any(faded || masked) {}
+
+  Lanes Apply(Lanes w, const Pixel* mask) const {
+    constexpr bool kMaskFirst = order == VXp_WeightOrder::kMaskFirst;
+    if (kMaskFirst && mask != nullptr) w = L::Mul(w, V::LoadAlpha(mask));
+    if (faded) w = L::Mul(w, opacity);
+    if (!kMaskFirst && mask != nullptr) w = L::Mul(V::LoadAlpha(mask), w);
+    return w;
+  }
+};
 
 // The loop of a mode with a weight.
-template <template <class> class Mode, class V, class Pixel, VXp_WeightOrder order>
+template <template <class> class Mode, class Pixel, bool linear,
+          VXp_WeightOrder order = VXp_WeightOrder::kMaskFirst>
 struct VXp_WeightedLoop {
+  using V = VXp_RowVariant<Pixel, linear>;
   using L = typename V::L;
   using Lanes = typename L::Work;
   using Piece = Mode<L>;
 
-  [[gnu::flatten]] static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
-                                      const VX_LinearBlendingTables* tables, const Pixel* src,
-                                      const Pixel* mask, Pixel* dst) {
+  [[gnu::flatten, gnu::noinline]] static VX_Err Scan(int32_t count,
+                                                     const VX_BlendingMode<Pixel>* mode,
+                                                     const VX_LinearBlendingTables* tables,
+                                                     const Pixel* src, const Pixel* mask,
+                                                     Pixel* dst) {
     if (count <= 0) return VX_Ok;
     V::NeedTables(tables);
-    const Lanes opacity = VXp_Splat<Lanes>(V::Scaled(mode->opacity));
-    const bool faded = mode->opacity != VXp_PixelTraits<Pixel>::kFull;
+    const VXp_WeightFactors<V, order, Pixel> factors(mode->opacity, mask != nullptr);
     const bool keep = mode->keepDstAlpha != 0;
     typename V::RoundTrip trip;
     const bool trips = trip.Serves(count);
-    VXp_ForFours(count, src, V::kHasMask ? mask : nullptr, dst,
-                 [&](const Pixel* s, const Pixel* m, Pixel* d) {
-                   const Lanes w = VXp_Weight<V, order>(V::LoadAlpha(s), m, faded, opacity);
-                   if (Piece::kRowSkipsZero && !L::Any(w != Lanes{})) return;
-                   if (!trips || !StepCovering(s, w, keep, tables, &trip, d)) {
-                     Step(V::Load(s, tables), w, keep, tables, d);
-                   }
-                 });
+    const int32_t done =
+        VXp_ForFours(count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) {
+          Lanes w = V::LoadAlpha(s);
+          if (factors.any) w = factors.Apply(w, m);
+          if (Piece::kRowSkipsZero && !L::Any(w != Lanes{})) return;
+          if (!trips || !StepCovering(s, w, keep, tables, &trip, d)) {
+            Step(V::Load(s, tables), w, keep, tables, d);
+          }
+        });
+    VXp_ForRest(done, count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) {
+      Scan(kVXp_Lanes, mode, tables, s, m, d);
+    });
     return VX_Ok;
   }
 
@@ -138,7 +158,8 @@ struct VXp_WeightedLoop {
     V::template Store<Piece>(d, acts, tables, dst);
   }
 
-  // Four pixels that take the source's colours. False, and nothing done, where they do not.
+  // Blends four pixels that all take the source's colours. Otherwise does nothing and returns
+  // false.
   static bool StepCovering(const Pixel* src, Lanes w, bool keep,
                            const VX_LinearBlendingTables* tables, typename V::RoundTrip* trip,
                            Pixel* dst) {
@@ -151,13 +172,16 @@ struct VXp_WeightedLoop {
   }
 };
 
-template <template <class> class Mode, class Pixel, bool hasMask, bool linear>
-struct VXp_RowLoop : VXp_WeightedLoop<Mode, VXp_RowVariant<Pixel, hasMask, linear>, Pixel,
-                                      VXp_WeightOrder::kMaskFirst> {};
+template <template <class> class Mode, class Pixel, bool linear>
+struct VXp_RowLoop : VXp_WeightedLoop<Mode, Pixel, linear> {};
 
 // --- masked multiply -----------------------------------------------------------------------------
 
-// With a mask, deep pixels multiply directly where the weight is full.
+// The loop that serves rows with a mask.
+template <template <class> class Mode, class Pixel, bool linear>
+struct VXp_MaskedRowLoop : VXp_RowLoop<Mode, Pixel, linear> {};
+
+// With a mask, deep stored pixels multiply directly where the weight is full.
 template <class T>
 struct VXp_MaskedMultiply : VXp_ModeMultiply<T> {
   using Work = typename T::Work;
@@ -171,24 +195,22 @@ struct VXp_MaskedMultiply : VXp_ModeMultiply<T> {
 };
 
 template <>
-struct VXp_RowLoop<VXp_ModeMultiply, VX_Pixel16, true, false>
-    : VXp_RowLoop<VXp_MaskedMultiply, VX_Pixel16, true, false> {};
+struct VXp_MaskedRowLoop<VXp_ModeMultiply, VX_Pixel16, false>
+    : VXp_WeightedLoop<VXp_MaskedMultiply, VX_Pixel16, false> {};
 template <>
-struct VXp_RowLoop<VXp_ModeMultiply, VX_PixelFloat, true, false>
-    : VXp_RowLoop<VXp_MaskedMultiply, VX_PixelFloat, true, false> {};
+struct VXp_MaskedRowLoop<VXp_ModeMultiply, VX_PixelFloat, false>
+    : VXp_WeightedLoop<VXp_MaskedMultiply, VX_PixelFloat, false> {};
 
 // --- copies --------------------------------------------------------------------------------------
 
-// A plain copy of a whole row is one move.
-template <template <class> class Mode, class Pixel, bool hasMask, bool linear>
+// A copy of a whole row without a weight is one move.
+template <template <class> class Mode, class Pixel, bool linear>
 struct VXp_CopyLoop {
-  using V = VXp_RowVariant<Pixel, hasMask, linear>;
-  using Loop = VXp_WeightedLoop<Mode, V, Pixel, VXp_WeightOrder::kOpacityFirst>;
-
   static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
                      const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
                      Pixel* dst) {
-    const bool whole = !linear && !hasMask && mode->keepDstAlpha == 0 &&
+    using Loop = VXp_WeightedLoop<Mode, Pixel, linear, VXp_WeightOrder::kOpacityFirst>;
+    const bool whole = !linear && mask == nullptr && mode->keepDstAlpha == 0 &&
                        mode->opacity == VXp_PixelTraits<Pixel>::kFull;
     if (!whole || count <= 0) return Loop::Scan(count, mode, tables, src, mask, dst);
     std::memmove(static_cast<void*>(dst), src, static_cast<size_t>(count) * sizeof(Pixel));
@@ -196,20 +218,20 @@ struct VXp_CopyLoop {
   }
 };
 
-// Copies do not change colours, so light makes no difference to them, but for two whose linear
-// forms go through the tables and back.
-template <class Pixel, bool hasMask, bool linear>
-struct VXp_RowLoop<VXp_ModeCopy, Pixel, hasMask, linear>
-    : VXp_CopyLoop<VXp_ModeCopy, Pixel, hasMask, linear && std::is_same_v<Pixel, VX_Pixel8>> {};
+// A copy does not change colours, so its linear loop is the stored one. Two linear loops do convert
+// to linear light and back, and round: copy at 8 bits and scale of float pixels.
+template <class Pixel, bool linear>
+struct VXp_RowLoop<VXp_ModeCopy, Pixel, linear>
+    : VXp_CopyLoop<VXp_ModeCopy, Pixel, linear && std::is_same_v<Pixel, VX_Pixel8>> {};
 
-template <class Pixel, bool hasMask, bool linear>
-struct VXp_RowLoop<VXp_ModeScale, Pixel, hasMask, linear>
-    : VXp_CopyLoop<VXp_ModeScale, Pixel, hasMask, linear && std::is_same_v<Pixel, VX_PixelFloat>> {
-};
+template <class Pixel, bool linear>
+struct VXp_RowLoop<VXp_ModeScale, Pixel, linear>
+    : VXp_CopyLoop<VXp_ModeScale, Pixel, linear && std::is_same_v<Pixel, VX_PixelFloat>> {};
 
 // --- one pixel after the other -------------------------------------------------------------------
 
-// What the two loops below share: blend(source, mask, destination) decides and blends by itself.
+// Calls blend(source, mask, destination) for each pixel of a row, and stores the destination if it
+// returns true. Without a mask row, the mask is a zero pixel.
 template <class Pixel, class Blend>
 void VXp_ForPixels(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Blend&& blend) {
   for (ptrdiff_t x = 0; x < count; ++x) {
@@ -219,7 +241,7 @@ void VXp_ForPixels(int32_t count, const Pixel* src, const Pixel* mask, Pixel* ds
   }
 }
 
-// blend(source, destination) on the working pixels of a variant.
+// Calls blend(source, destination) on the working pixels of a variant.
 template <class V, class Pixel, class Blend>
 void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, Pixel& d,
                         Blend&& blend) {
@@ -233,11 +255,11 @@ void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, P
   }
 }
 
-// The mix of two images by the mask, which is the operand, so every variant needs it; opacity is
-// not read.
-template <class Pixel, bool hasMask, bool linear>
-struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, hasMask, linear> {
-  using V = VXp_RowVariant<Pixel, true, linear>;
+// The mix of two images by the mask. The mask is an operand of the mode, so it is required in every
+// variant; opacity is not read.
+template <class Pixel, bool linear>
+struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
+  using V = VXp_RowVariant<Pixel, linear>;
   using Argb = VXp_Argb<typename V::T>;
   using Work = typename V::Work;
   using Piece = VXp_ModeMaskMix<typename V::T>;
@@ -259,10 +281,11 @@ struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, hasMask, linear> {
   }
 };
 
-// The running seed moves on by one a pixel, and by a draw where the weight is partial.
-template <class Pixel, bool hasMask, bool linear>
-struct VXp_RowLoop<VXp_ModeDissolve, Pixel, hasMask, linear> {
-  using V = VXp_RowVariant<Pixel, hasMask, linear>;
+// The running seed increases by one for each pixel; a pixel of partial weight also draws a number
+// from it.
+template <class Pixel, bool linear>
+struct VXp_RowLoop<VXp_ModeDissolve, Pixel, linear> {
+  using V = VXp_RowVariant<Pixel, linear>;
   using T = typename V::T;
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
@@ -273,13 +296,26 @@ struct VXp_RowLoop<VXp_ModeDissolve, Pixel, hasMask, linear> {
                      Pixel* dst) {
     if (count <= 0) return VX_Ok;
     V::NeedTables(tables);
-    const Work opacity = V::Scaled(mode->opacity);
-    const bool keep = mode->keepDstAlpha != 0;
-    auto running = static_cast<uint32_t>(mode->seed);
-    const Pixel* const used_mask = hasMask ? mask : nullptr;
+    if (mask != nullptr) {
+      Dissolve<true>(count, *mode, tables, src, mask, dst);
+    } else {
+      Dissolve<false>(count, *mode, tables, src, mask, dst);
+    }
+    return VX_Ok;
+  }
+
+ private:
+  template <bool masked>
+  static void Dissolve(int32_t count, const VX_BlendingMode<Pixel>& mode,
+                       const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
+                       Pixel* dst) {
+    const Work opacity = V::Scaled(mode.opacity);
+    const bool keep = mode.keepDstAlpha != 0;
+    auto running = static_cast<uint32_t>(mode.seed);
+    const Pixel* const used_mask = masked ? mask : nullptr;
     VXp_ForPixels(count, src, used_mask, dst, [&](const Pixel& s, const Pixel& m, Pixel& d) {
       Work w = V::Scaled(s.alpha);
-      if constexpr (hasMask) w = T::Mul(w, V::Scaled(m.alpha));
+      if constexpr (masked) w = T::Mul(w, V::Scaled(m.alpha));
       w = T::Mul(w, opacity);
       const bool taken = w == T::kFull || (w != Work{0} && Piece::Passes(w, VXp_Random(&running)));
       ++running;
@@ -288,6 +324,5 @@ struct VXp_RowLoop<VXp_ModeDissolve, Pixel, hasMask, linear> {
                             [=](const Argb& from, Argb& to) { Piece::Take(from, keep, to); });
       return true;
     });
-    return VX_Ok;
   }
 };

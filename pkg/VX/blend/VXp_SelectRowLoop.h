@@ -2,29 +2,46 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The choice of a row loop by mode, for one depth and variant.
+// The choice of a row loop by mode, for one pixel type and variant.
 
 #include <array>
 
+#include "blend/VXp_ModeTraits.h"
 #include "blend/VXp_RowLoop.h"
-#include "blend/VXp_UnknownMode.h"
+
+// The loop of the variant without mask ignores a mask row that a caller passes.
+template <class Pixel, VX_ScanFunc<Pixel> scan>
+VX_Err VXp_ScanUnmasked(int32_t count, const VX_BlendingMode<Pixel>* mode,
+                        const VX_LinearBlendingTables* tables, const Pixel* src,
+                        const Pixel* /*mask*/, Pixel* dst) {
+  return scan(count, mode, tables, src, nullptr, dst);
+}
+
+template <template <class> class Mode, class Pixel, bool hasMask, bool linear>
+constexpr VX_ScanFunc<Pixel> VXp_RowLoopOf() {
+  if constexpr (hasMask || Mode<VXp_PixelTraits<Pixel>>::kNeedsMask) {
+    return &VXp_MaskedRowLoop<Mode, Pixel, linear>::Scan;
+  } else {
+    return &VXp_ScanUnmasked<Pixel, &VXp_RowLoop<Mode, Pixel, linear>::Scan>;
+  }
+}
 
 // Entry mode + 3 of forty; the reserved mode is null.
 template <class Pixel, bool hasMask, bool linear>
 constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
   std::array<VX_ScanFunc<Pixel>, 40> loops{};
 #define VX_MODE(number, constant, name, piece, ...) \
-  loops[number + 3] = &VXp_RowLoop<piece, Pixel, hasMask, linear>::Scan;
+  loops[number + 3] = VXp_RowLoopOf<piece, Pixel, hasMask, linear>();
 #include "VX/VX_TransferModes.def"
 #undef VX_MODE
   return loops;
 }
 
-// Not a static of the exported chooser, whose visibility it would take on.
+// Outside the exported function, because a static of it would be exported too.
 template <class Pixel, bool hasMask, bool linear>
 inline constexpr auto kVXp_RowLoops = VXp_MakeRowLoops<Pixel, hasMask, linear>();
 
-// The faster loop of the processor at hand for a mode, or null where the plain loop serves.
+// Returns the vector variant of a mode's loop, or null if there is none for this processor.
 template <class Pixel, bool hasMask, bool linear>
 VX_ScanFunc<Pixel> VXp_VectorRowLoop(int32_t /*mode*/) {
   return nullptr;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The geometry of one transfer: which rows of source, destination and mask meet.
+// The geometry of one transfer: the areas of source, destination and mask that overlap.
 
 #include "VX/VX_Transfer.h"
 #include "frame/VXp_Rects.h"
@@ -27,8 +27,8 @@ inline void VXp_ClipToMask(const VX_MaskSpec& mask, VXp_CopyArea& area) {
   area.height = static_cast<int32_t>(bottom - top);
 }
 
-// The area that a transfer touches, in source and destination. Outside an inverted mask the weight
-// is full, so only the other masks clip.
+// Returns the area of a transfer in source and destination. The weight outside an inverted mask is
+// full, so only masks that are not inverted clip the area.
 inline VXp_CopyArea VXp_TransferArea(const VX_LayerDef& src, const M_Rect* rect,
                                      const VX_MaskSpec* mask, int32_t x, int32_t y,
                                      const VX_LayerDef& dst) {

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the walks over the rows of a composite share.
+// Helpers of the two operations that composite rows: transfer rectangles and transforms.
 
 #include <type_traits>
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_World.h"
+#include "blend/VXp_ModeTraits.h"
 #include "frame/VXp_Convert.h"
 #include "frame/VXp_Report.h"
 
@@ -22,7 +23,7 @@ inline VX_Err VXp_Poll(VX_ProgressInfo* progress, int32_t done, int32_t total) {
   return progress->progress_func(progress->progress_refcon, done, total);
 }
 
-// The seed of dissolve: that of the area's first column and row, and how rows move it on.
+// The seed of dissolve: for the first column and row of an area, and for the row after row y.
 inline int32_t VXp_FirstSeed(int32_t seed, int32_t left) {
   return static_cast<int32_t>(static_cast<uint32_t>(seed) + static_cast<uint32_t>(left));
 }
@@ -44,16 +45,12 @@ VX_BlendingMode<Pixel> VXp_BlendingModeOf(const VX_CompositeModePlus& mode, int3
   return blending;
 }
 
-inline bool VXp_IsStencil(int32_t mode) {
-  return mode == VX_Xfer_StencilAlpha || mode == VX_Xfer_StencilLuma;
-}
-
 inline bool VXp_HasPixels(const VX_LayerDef* world) {
   return world != nullptr && world->data != nullptr;
 }
 
-// What composites of both kinds demand of the mask, after their depths were found equal. The text
-// is for a mask of another depth.
+// Checks the mask of a composite whose worlds have pixels of `depth` bits. Returns VX_Ok, or
+// VX_ErrBadParameter after a report; the text is that for a mask of another depth.
 inline VX_Err VXp_CheckMask(const VX_MaskSpec* mask, int32_t depth, const char* unequal_text) {
   if (mask == nullptr) return VX_Ok;
   if (!VXp_HasPixels(mask->world) || mask->what < VX_MaskUse_Alpha ||

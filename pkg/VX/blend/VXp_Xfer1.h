@@ -8,7 +8,7 @@
 #include "blend/VXp_LinearLight.h"
 #include "blend/modes/VXp_AllModes.h"
 
-// Source alpha reduced by the opacities, each only when it is below full scale.
+// Returns source alpha times the opacities; those of full scale are left out.
 template <class T, class... Opacity>
 typename T::Work VXp_Reduced(typename T::Work sa, Opacity... opacity) {
   ((void)(opacity < T::kFull && (sa = T::Mul(sa, opacity), true)), ...);
@@ -56,7 +56,7 @@ struct VXp_Xfer1 {
   }
 };
 
-// A copy is the same in any light.
+// A copy does not depend on the tables.
 template <class Pixel, class... Opacity>
 struct VXp_Xfer1<VXp_ModeCopy, Pixel, Opacity...> {
   static void Blend(const Pixel* src, const VX_LinearBlendingTables*, Opacity... opacity,

@@ -2,14 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The parts of the library's birth and death in this component.
+// What VX_Birth and VX_Death use of this component: the built-in routines of the slots that no
+// public header declares, and the end of the kernel that the Gaussian scans keep.
 
 #include "VX/VX_OverrideTable.h"
+#include "filters/uno/VXp_UnoBuffer.h"
 
-// Stores the routines of this component in their slots.
-void VXp_FillFiltersSlots(VXp_OverrideTable& table);
-
-// Built-in routines of slots that have the name of an exported call.
 VX_Err VXp_Convolve_S(VX_ProgressInfo* progress, const VX_LayerDef* src, const M_Rect* rect,
                       int32_t flags, int32_t kernel_size, const int32_t* alpha_kernel,
                       const int32_t* red_kernel, const int32_t* green_kernel,

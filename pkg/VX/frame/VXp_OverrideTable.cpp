@@ -6,14 +6,13 @@
 #include <cstring>
 
 #include "VX/VX_Package.h"
-#include "frame/VXp_NotBuilt.h"
 #include "frame/VXp_Report.h"
 
 constinit VXp_OverrideTable VXp_G_OverFuncs{};
 
 namespace {
 
-// The table as filled by birth, to detect replacements.
+// The routines that VX_Birth stored, to recognise a replacement.
 constinit VXp_OverrideTable built_in{};
 
 struct SlotText {
@@ -22,7 +21,7 @@ struct SlotText {
 };
 
 constexpr SlotText kSlots[] = {
-#define VX_SLOT(number, name, type) {#name, #type},
+#define VX_SLOT(number, name, type, routine) {#name, #type},
 #define VX_NULL_SLOT(number) {nullptr, nullptr},
 #include "VX/VX_OverrideSlots.def"
 #undef VX_SLOT
@@ -37,15 +36,12 @@ size_t OffsetOf(int32_t slot) { return static_cast<size_t>(slot) * sizeof(void*)
 int32_t StateOf(int32_t slot) {
   void* const now = VXp_ReadSlot(VXp_G_OverFuncs, slot);
   if (now == nullptr) return VX_SlotState_Null;
-  VXp_OverrideTable not_built;
-  VXp_FillNotBuilt(not_built);
-  if (now == VXp_ReadSlot(not_built, slot)) return VX_SlotState_NotBuilt;
   return now == VXp_ReadSlot(built_in, slot) ? VX_SlotState_BuiltIn : VX_SlotState_Replaced;
 }
 
 }  // namespace
 
-// The members are function pointers of many types, so a slot is read by its offset.
+// The members are function pointers of many types, so a slot is read by number as bytes.
 void* VXp_ReadSlot(const VXp_OverrideTable& table, int32_t slot) {
   void* routine;
   std::memcpy(&routine, reinterpret_cast<const char*>(&table) + OffsetOf(slot), sizeof(routine));
@@ -58,15 +54,6 @@ void VXp_ClearOverrideTable() {
 
 void VXp_RememberBuiltInRoutines() {
   std::memcpy(static_cast<void*>(&built_in), &VXp_G_OverFuncs, sizeof(built_in));
-}
-
-void VXp_FillNotBuilt(VXp_OverrideTable& table) {
-  std::memset(static_cast<void*>(&table), 0, sizeof(table));
-#define VX_SLOT(number, name, type) table.name = VXp_NotBuilt<number>::Call;
-#define VX_NULL_SLOT(number)
-#include "VX/VX_OverrideSlots.def"
-#undef VX_SLOT
-#undef VX_NULL_SLOT
 }
 
 VX_Err VX_SetOverrideFunc(int32_t slot, void* routine) {

@@ -2,20 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Birth and death of this component, and its built-in routines.
+// What VX_Birth and VX_Death use of this component: the dither noise, and the built-in routines of
+// the slots that no public header declares.
 
 #include "VX/VX_OverrideTable.h"
+#include "housekeeping/VXp_DitherNoise.h"
 
-// Stores this component's routines in their slots.
-void VXp_FillHousekeepingSlots(VXp_OverrideTable& table);
-
-// Loads the dither noise and sets the position to its first word. Returns the host's error.
-VX_Err VXp_HousekeepingBirthNoise();
-
-// Frees the noise, if there is any.
-void VXp_HousekeepingDeathNoise();
-
-// The built-in routines of the slots that the exported calls use.
 VX_Err VX_PremulRect_S(void* ref, int32_t forward, const M_Rect* area, VX_LayerDef* world);
 VX_Err VX_PremulColorRect_S(void* ref, int32_t forward, const VX_Pixel8* color, const M_Rect* area,
                             VX_LayerDef* world);

@@ -3,30 +3,26 @@
 
 #include "VX/VX_CallbackBlock.h"
 #include "VX/VX_Sampling.h"
+#include "frame/VXp_OverrideTable.h"
 
-VX_Err VX_GetSamplerSet8(VX_SamplerSet<VX_Pixel8>* out) {
+namespace {
+
+template <class Pixel>
+VX_Err SetFromSlots(VX_SamplerSet<Pixel>* out) {
   if (out == nullptr) return VX_ErrBadParameter;
-  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
-  *out = {.all_in = slots.VX_SubpixelSamplePlus_Straight,
-          .clipped = slots.VX_SubpixelSample_Straight,
-          .box = slots.VX_AreaSample_Straight,
-          .unclipped = slots.VX_SubpixelSampleNoClip_Straight,
-          .weighted = slots.VX_SubpixelSampleTranslateNoClip_Straight,
-          .span = slots.VX_SubpixelSpanSampleTranslateNoClip_Straight};
+  *out = {.all_in = VXp_SlotOf<vxp_slot::AllIn, Pixel>(),
+          .clipped = VXp_SlotOf<vxp_slot::Clipped, Pixel>(),
+          .box = VXp_SlotOf<vxp_slot::Box, Pixel>(),
+          .unclipped = VXp_SlotOf<vxp_slot::Unclipped, Pixel>(),
+          .weighted = VXp_SlotOf<vxp_slot::Weighted, Pixel>(),
+          .span = VXp_SlotOf<vxp_slot::Span, Pixel>()};
   return VX_Ok;
 }
 
-VX_Err VX_GetSamplerSet16(VX_SamplerSet<VX_Pixel16>* out) {
-  if (out == nullptr) return VX_ErrBadParameter;
-  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
-  *out = {.all_in = slots.VX_SubpixelSamplePlus_Straight16,
-          .clipped = slots.VX_SubpixelSample_Straight16,
-          .box = slots.VX_AreaSample_Straight16,
-          .unclipped = slots.VX_SubpixelSampleNoClip_Straight16,
-          .weighted = slots.VX_SubpixelSampleTranslateNoClip_Straight16,
-          .span = slots.VX_SubpixelSpanSampleTranslateNoClip_Straight16};
-  return VX_Ok;
-}
+}  // namespace
+
+VX_Err VX_GetSamplerSet8(VX_SamplerSet<VX_Pixel8>* out) { return SetFromSlots(out); }
+VX_Err VX_GetSamplerSet16(VX_SamplerSet<VX_Pixel16>* out) { return SetFromSlots(out); }
 
 VX_Err VX_GetSamplerSetFloat(VX_SamplerSet<VX_PixelFloat>* out) {
   if (out == nullptr) return VX_ErrBadParameter;
@@ -61,21 +57,27 @@ VX_Err Choose(int32_t quality, int32_t mode_flags, VX_SampleFunc<Pixel> nearest,
   return VX_Ok;
 }
 
+// The nearest and the straight samplers from their slots.
+template <class Pixel>
+VX_Err ChooseSlots(int32_t quality, int32_t mode_flags, const Pair<Pixel>& premultiplied,
+                   VX_SamplerBatch<Pixel>* out) {
+  return Choose<Pixel>(quality, mode_flags, VXp_SlotOf<vxp_slot::Nearest, Pixel>(),
+                       {VXp_SlotOf<vxp_slot::Clipped, Pixel>(), VXp_SlotOf<vxp_slot::Box, Pixel>()},
+                       premultiplied, out);
+}
+
 }  // namespace
 
 VX_Err VX_GetSamplerBatch8(int32_t quality, int32_t mode_flags, VX_SamplerBatch<VX_Pixel8>* out) {
   const VXp_OverrideTable& slots = VXp_G_OverFuncs;
-  return Choose(quality, mode_flags, slots.VX_NNSample,
-                {slots.VX_SubpixelSample_Straight, slots.VX_AreaSample_Straight},
-                {slots.VX_SubpixelSample_Premul, slots.VX_AreaSample_Premul}, out);
+  return ChooseSlots<VX_Pixel8>(quality, mode_flags,
+                                {slots.VX_SubpixelSample_Premul, slots.VX_AreaSample_Premul}, out);
 }
 
 // The premultiplied samplers have no slots.
 VX_Err VX_GetSamplerBatch16(int32_t quality, int32_t mode_flags, VX_SamplerBatch<VX_Pixel16>* out) {
-  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
-  return Choose(quality, mode_flags, slots.VX_NNSample16,
-                {slots.VX_SubpixelSample_Straight16, slots.VX_AreaSample_Straight16},
-                {VX_SubpixelSample_Premul16, VX_AreaSample_Premul16}, out);
+  return ChooseSlots<VX_Pixel16>(quality, mode_flags,
+                                 {VX_SubpixelSample_Premul16, VX_AreaSample_Premul16}, out);
 }
 
 // The float samplers have no slots.

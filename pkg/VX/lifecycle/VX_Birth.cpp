@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 #include "VX/VX_Package.h"
+#include "blend/VXp_BlendBirth.h"
 #include "color/VXp_ColorBirth.h"
 #include "filters/VXp_FiltersBirth.h"
 #include "frame/VXp_Counters.h"
@@ -15,7 +16,6 @@
 #include "host/RLOG.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
 #include "lifecycle/VXp_CursorRegistry.h"
-#include "lifecycle/VXp_FillTable.h"
 #include "lifecycle/VXp_Modules.h"
 
 namespace {
@@ -43,6 +43,21 @@ VX_Err BindColorEngine() {
   return COR_BindClient(engine) ? VX_Ok : VX_ErrColorEngine;
 }
 
+// Stores the built-in routine of each slot. A line of the list without one does not compile, so no
+// listed slot is null.
+void FillOverrideTable() {
+  VXp_OverrideTable& table = VXp_G_OverFuncs;
+#define VX_SLOT(number, name, type, routine) table.name = routine;
+#define VX_NULL_SLOT(number)
+#include "VX/VX_OverrideSlots.def"
+#undef VX_SLOT
+#undef VX_NULL_SLOT
+  if (VXp_HasSSE2()) {
+    table.VX_SubpixelSampleNoClip_Straight = VX_SubpixelSampleNoClip_Straight_SSE2;
+  }
+  VXp_RememberBuiltInRoutines();
+}
+
 // Sets the state that must be valid even if birth fails, so that VX_Death can be called.
 void ResetProcessState() {
   VXp_ClearOverrideTable();
@@ -58,11 +73,11 @@ VX_Err VX_Birth() {
   VX_Err error = VXp_Guarded(SetVectorConstants);
   ResetProcessState();
   if (error == VX_Ok) error = VXp_PrepareByteTables();
-  if (error == VX_Ok) error = VXp_Guarded(VXp_HousekeepingBirthNoise);
+  if (error == VX_Ok) error = VXp_Guarded(VXp_LoadNoise);
   if (error == VX_Ok) VXp_BuildSoftLightTables();
   if (error == VX_Ok) error = ResetScratch(VXp_Regrow::IfNeeded);
   if (error == VX_Ok) error = VXp_InstallModuleScan();
-  if (error == VX_Ok) VXp_FillTable();
+  if (error == VX_Ok) FillOverrideTable();
   if (error == VX_Ok) error = BindColorEngine();
   if (error == VX_Ok) error = VXp_Guarded(VXp_BirthCursorRegistry);
   return error;
@@ -77,7 +92,7 @@ VX_Err VX_Death() {
   const VX_Err modules_error = VXp_TearDownModules();
   if (error == VX_Ok) error = modules_error;
   VXp_DisposeScratch();
-  VXp_HousekeepingDeathNoise();
+  VXp_FreeNoise();
   VXp_FiltersDeathScanKernel();
   VXp_DeathEmergencyColorSettings();
   COR_ReleaseClient();

@@ -62,7 +62,7 @@ VX_Err Check(const VXp_TransformCall& call) {
   if (ShareMemory(*call.src, *call.dst, depth)) {
     return VXp_FailVerification("VX_TransformWorld cannot draw a world into its own pixels");
   }
-  if (call.mode->mode == VX_Xfer_MaskMix && call.mask == nullptr) {
+  if (VXp_TraitsOfMode(call.mode->mode).needs_mask && call.mask == nullptr) {
     return VXp_FailVerification("VX_Xfer_MaskMix mixes by a mask and was given none");
   }
   return VXp_CheckMask(call.mask, depth,
@@ -176,7 +176,7 @@ VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
       !sums.Reserve(intervals ? width * (sizeof(VXp_MotionSum<Pixel>) + sizeof(Pixel)) : 0)) {
     return VX_ErrOutOfMemory;
   }
-  if (VXp_IsStencil(call.mode->mode)) {
+  if (VXp_TraitsOfMode(call.mode->mode).clears_outside) {
     if (const VX_Err error = VXp_ClearAlphaExceptRect(&dst, &plan.area)) return error;
   }
   const VXp_RowWork<Pixel> work{call,
@@ -207,7 +207,9 @@ VX_Err Draw(const VXp_TransformCall& call) {
   switch (plan.path) {
     case VXp_TransformPath::Nothing: return VX_Ok;
     case VXp_TransformPath::Uncovered:
-      return VXp_IsStencil(call.mode->mode) ? VXp_ClearAlphaExceptRect(call.dst, nullptr) : VX_Ok;
+      return VXp_TraitsOfMode(call.mode->mode).clears_outside
+                 ? VXp_ClearAlphaExceptRect(call.dst, nullptr)
+                 : VX_Ok;
     case VXp_TransformPath::Rectangle: return DrawRectangle(call, plan);
     case VXp_TransformPath::Rows:
     case VXp_TransformPath::Intervals: break;

@@ -41,8 +41,7 @@ class VXp_RowBlender {
                  bool has_mask, VX_ChannelOf<Pixel>* alpha_row)
       : progress_(progress), descriptor_(descriptor), alpha_row_(alpha_row) {
     const VX_BlendingMode<Pixel>& mode = descriptor.blendingMode;
-    acts_on_nothing_ =
-        VXp_IsStencil(mode.mode) || mode.mode == VX_Xfer_Scale || mode.mode == VX_Xfer_PremulOver;
+    acts_on_nothing_ = VXp_TraitsOfMode(mode.mode).draws_transparent_rows;
     copies_opaque_ = mode.mode == VX_Xfer_InFront && !has_mask && mode.keepDstAlpha == 0 &&
                      mode.opacity == VXp_PixelTraits<Pixel>::kFull;
   }

@@ -16,7 +16,6 @@
 #include "VX/VX_Fill.h"
 #include "VX/VX_Package.h"
 #include "VX/VX_Premul.h"
-#include "frame/VXp_NotBuilt.h"
 #include "host/VXHost.h"
 
 namespace {
@@ -64,13 +63,7 @@ TEST_F(VXpOverrideTable, AfterBirthTheListedSlotsAndNoOthersAreFilled) {
     EXPECT_EQ(VXp_ReadSlot(VXp_G_OverFuncs, slot) != nullptr, listed) << slot;
     EXPECT_EQ(description.name != nullptr, listed) << slot;
     EXPECT_EQ(description.signature != nullptr, listed) << slot;
-    if (listed) {
-      EXPECT_TRUE(description.state == VX_SlotState_BuiltIn ||
-                  description.state == VX_SlotState_NotBuilt)
-          << slot;
-    } else {
-      EXPECT_EQ(description.state, VX_SlotState_Null) << slot;
-    }
+    EXPECT_EQ(description.state, listed ? VX_SlotState_BuiltIn : VX_SlotState_Null) << slot;
     filled += listed;
   }
   EXPECT_EQ(filled, 96);
@@ -81,17 +74,6 @@ TEST_F(VXpOverrideTable, AfterBirthTheListedSlotsAndNoOthersAreFilled) {
   EXPECT_EQ(VX_DescribeSlot(118, &transfer), 3);
   EXPECT_EQ(VX_DescribeSlot(-1, &transfer), 3);
   EXPECT_EQ(VX_DescribeSlot(31, nullptr), 3);
-}
-
-TEST_F(VXpOverrideTable, StandInsNameTheirRoutine) {
-  EXPECT_EQ(VXp_NotBuilt<57>::Call(1, 2, nullptr), 3);
-  ExpectOneReport(0x2503E7, 0, "VX_SubpixelSampleComputeWeight not built yet");
-  EXPECT_EQ(VXp_NotBuilt<82>::Call(1, 0, 8, nullptr, 0, 0, 16, nullptr), 3);
-  ExpectOneReport(0x2503E7, 0, "VX_UnoAccumulateRow not built yet");
-  VXp_OverrideTable table;
-  VXp_FillNotBuilt(table);
-  EXPECT_EQ(table.VX_GetInnerBlendingMaskLinear16(0, nullptr), 3);
-  ExpectOneReport(0x2503E7, 0, "VX_GetInnerBlendingMaskLinear16 not built yet");
 }
 
 TEST_F(VXpOverrideTable, AReplacementIsCalledAndTold) {

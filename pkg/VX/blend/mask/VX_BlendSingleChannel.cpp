@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// One channel of a row moved toward a constant.
+// Moves one channel of a row toward a constant.
 
 #include "VX/VX_Mask.h"
 #include "frame/VXp_PixelTraits.h"

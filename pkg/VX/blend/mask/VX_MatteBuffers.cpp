@@ -48,7 +48,7 @@ template <class Pixel>
   }
 }
 
-// Of buffer and world together. Calls `rows` with the tag of their pixel.
+// Checks a buffer and a world, then calls `rows` with the tag of their pixel type.
 template <class Rows>
 VX_Err WithPair(const VX_UnoBuffer* buffer, const VX_LayerDef* world, Rows&& rows) {
   return VXp_Guarded([&]() -> VX_Err {

@@ -10,24 +10,25 @@
 #include "blend/mask/VXp_MergeMaskRow.h"
 #include "filters/uno/VXp_UnoBuffer.h"
 #include "frame/VXp_Dispatch.h"
+#include "frame/VXp_OverrideTable.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
 
-// The slots of the rows, by pixel. The depth was checked.
-VX_Err RowOfSlot(int32_t count, int32_t depth, const void* mask, VX_Pixel8* row) {
-  const VXp_OverrideTable& slots = VXp_G_OverFuncs;
-  switch (depth) {
-    case 8: return slots.VX_MergeMaskRow8From8(count, static_cast<const uint8_t*>(mask), row);
-    case 16: return slots.VX_MergeMaskRow8From16(count, static_cast<const uint16_t*>(mask), row);
-    default: return slots.VX_MergeMaskRow8FromFloat(count, static_cast<const float*>(mask), row);
-  }
+// Merges one row through the slot of its pixel type. The depth of the mask was checked.
+template <class Pixel>
+VX_Err MergeRowBySlot(int32_t count, int32_t depth, const void* mask, Pixel* row) {
+  return VXp_SlotOf<vxp_slot::MergeMaskRow, Pixel>()(count, depth, mask, row);
 }
-VX_Err RowOfSlot(int32_t count, int32_t depth, const void* mask, VX_Pixel16* row) {
-  return VXp_G_OverFuncs.VX_MergeMaskRow16(count, depth, mask, row);
+template <class Sample>
+VX_Err MergeSamplesBySlot(int32_t count, const void* mask, VX_Pixel8* row) {
+  const auto merge_row = VXp_SlotOf<vxp_slot::MergeMaskRow8, Sample>();
+  return merge_row(count, static_cast<const Sample*>(mask), row);
 }
-VX_Err RowOfSlot(int32_t count, int32_t depth, const void* mask, VX_PixelFloat* row) {
-  return VXp_G_OverFuncs.VX_MergeMaskRowFloat(count, depth, mask, row);
+VX_Err MergeRowBySlot(int32_t count, int32_t depth, const void* mask, VX_Pixel8* row) {
+  if (depth == 8) return MergeSamplesBySlot<uint8_t>(count, mask, row);
+  if (depth == 16) return MergeSamplesBySlot<uint16_t>(count, mask, row);
+  return MergeSamplesBySlot<float>(count, mask, row);
 }
 
 template <class Pixel>
@@ -72,8 +73,8 @@ VX_Err Merge(const VX_ProgressInfo* progress, Place place, const M_LRect& area,
     ClearAlpha<Pixel>(at(area.right), world.width - area.right);
     const ptrdiff_t sample = ptrdiff_t{y - place.v} * buffer.width + (area.left - place.h);
     const char* const mask = static_cast<const char*>(*buffer.data) + sample * (buffer.depth / 8);
-    return RowOfSlot(area.right - area.left, buffer.depth, mask,
-                     reinterpret_cast<Pixel*>(at(area.left)));
+    return MergeRowBySlot(area.right - area.left, buffer.depth, mask,
+                          reinterpret_cast<Pixel*>(at(area.left)));
   });
 }
 

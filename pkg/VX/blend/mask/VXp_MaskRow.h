@@ -7,12 +7,13 @@
 #include "VX/VX_World.h"
 #include "blend/mask/VXp_TrackMatteRow.h"
 
-// For pixels left..left+width-1 of destination row y: the mask's own pixels for plain alpha, which
-// must have clipped the area already, else values made in the alphas of `buffer`.
+// Returns the mask row for the pixels left..left+width-1 of destination row y. For plain alpha
+// these are the mask's own pixels, and the area must be clipped to the mask. Otherwise the values
+// are written to the alphas of `buffer`.
 template <class Pixel>
 const Pixel* VXp_MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask, int32_t left,
                          int32_t width, int32_t y, Pixel* buffer) {
-  // Positions in a world of any size less those of the mask: wider than either.
+  // The differences of two 32-bit positions.
   const int64_t mask_y = int64_t{y} - spec.offsetV;
   const int64_t mask_left = int64_t{spec.offsetH} - left;
   if (spec.what == VX_MaskUse_Alpha) return mask.Row(static_cast<int32_t>(mask_y)) - mask_left;

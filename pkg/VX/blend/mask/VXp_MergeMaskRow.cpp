@@ -11,7 +11,7 @@
 
 namespace {
 
-// A product with 0 is 0 and one with full scale leaves alpha, so integers need no test for them.
+// Integer products with 0 and with full scale are exact, so they need no test.
 void MergeSamples(int32_t count, const char* mask, VX_Pixel8* row) {
   for (ptrdiff_t i = 0; i < count; ++i) {
     const auto pixel = VXp_Load<uint32_t>(row + i);
@@ -31,7 +31,7 @@ void MergeSamples(int32_t count, const char* mask, VX_Pixel16* row) {
   }
 }
 
-// Alpha that is not finite has no product with 0.
+// The product of 0 with an alpha that is not finite would not be 0.
 void MergeSamples(int32_t count, const char* mask, VX_PixelFloat* row) {
   for (ptrdiff_t i = 0; i < count; ++i) {
     const auto m = VXp_Load<float>(mask + i * 4);
@@ -40,7 +40,7 @@ void MergeSamples(int32_t count, const char* mask, VX_PixelFloat* row) {
   }
 }
 
-// Samples of another depth are brought to that of the pixels some at a time.
+// Samples of another depth are converted to that of the pixels in blocks.
 template <class Pixel>
 [[gnu::flatten]] VX_Err MergeRow(int32_t count, int32_t mask_depth, const void* mask, Pixel* row) {
   constexpr int32_t kDepth = VXp_PixelTraits<Pixel>::kDepth, kBlock = 1024;
@@ -64,15 +64,14 @@ template <class Pixel>
 }  // namespace
 
 template <class Pixel>
-VX_Err VXp_MergeMaskRowOfDepth(int32_t count, int32_t mask_depth, const void* mask, Pixel* row) {
+VX_Err VXp_MergeMaskRow(int32_t count, int32_t mask_depth, const void* mask, Pixel* row) {
   if (mask_depth == 8 || mask_depth == 16 || mask_depth == 32) {
     return MergeRow(count, mask_depth, mask, row);
   }
   return VXp_FailVerification(kVXp_MergeDepthText);
 }
-template VX_Err VXp_MergeMaskRowOfDepth<VX_Pixel16>(int32_t, int32_t, const void*, VX_Pixel16*);
-template VX_Err VXp_MergeMaskRowOfDepth<VX_PixelFloat>(int32_t, int32_t, const void*,
-                                                       VX_PixelFloat*);
+template VX_Err VXp_MergeMaskRow<VX_Pixel16>(int32_t, int32_t, const void*, VX_Pixel16*);
+template VX_Err VXp_MergeMaskRow<VX_PixelFloat>(int32_t, int32_t, const void*, VX_PixelFloat*);
 
 template <class Sample>
 VX_Err VXp_MergeMaskRow8(int32_t count, const Sample* mask, VX_Pixel8* row) {

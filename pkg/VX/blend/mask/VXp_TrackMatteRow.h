@@ -33,10 +33,10 @@ void VXp_FillMaskValues(int32_t count, VX_ChannelOf<Pixel> value, Pixel* out) {
   for (ptrdiff_t i = 0; i < count; ++i) VXp_Store(out + i, value);
 }
 
-// Writes the alpha of `count` pixels of `out`: `available` mask pixels from column `left` on, and
-// what holds outside the mask around them. A negative left cuts into the mask. Plain alpha and
-// unknown uses write nothing for the mask's own pixels, and the outside then begins where they
-// would.
+// Writes the alpha of `count` pixels of `out`: from column `left` on the values of `available` mask
+// pixels, before and after them the value outside the mask. If `left` is negative, that many mask
+// pixels are skipped. For plain alpha and unknown uses nothing is written for the mask's own
+// pixels, and the value outside begins at their column.
 template <class Pixel>
 void VXp_TrackMatteRow(int32_t count, const Pixel* mask, int32_t left, int32_t available,
                        int32_t use, Pixel* out) {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that change destination alpha only; colours are never touched.
+// Modes that change the destination's alpha only.
 
 #include "blend/modes/VXp_Mode.h"
 
@@ -12,6 +12,7 @@ struct VXp_AlphaOnly : VXp_CommonMode<T> {
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
   static constexpr bool kWritesColor = false;
+  static constexpr bool kTransferFlag = false;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     d.alpha = Mode::Alpha(d.alpha, sa, Color::Of(s));
@@ -19,7 +20,7 @@ struct VXp_AlphaOnly : VXp_CommonMode<T> {
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 
  protected:
-  // Float results of the luminance forms are held in 0..1, with dust swept to 0.
+  // Float results of the luminance forms are clamped to 0..1; below 1e-30 they become 0.
   static Work Held(Work a) {
     if constexpr (VXp_IsFloat<T>) {
       const Work swept = a <= 1e-30f ? Work{} : a;
@@ -29,10 +30,12 @@ struct VXp_AlphaOnly : VXp_CommonMode<T> {
   }
 };
 
-// A stencil: in a row, a hole in it cuts a hole.
+// A stencil removes the destination where the source is transparent, and outside the rectangle.
 template <class T, class Mode>
 struct VXp_Stencil : VXp_AlphaOnly<T, Mode> {
   static constexpr bool kRowSkipsZero = false;
+  static constexpr bool kClearsOutside = true;
+  static constexpr bool kDrawsTransparentRows = true;
 };
 
 // da sa

@@ -24,7 +24,7 @@ struct VXp_ModeBehind : VXp_CommonMode<T> {
     d.alpha = a;
   }
 
-  // Under nothing at all the source is taken whole, so its colours are not rounded.
+  // Over alpha 0 the source's colours are copied, so they are not rounded.
   static void BlendInRow(const Argb& s, Work w, bool keep, Argb& d) {
     const Work da = d.alpha;
     const auto alone = da == Work{};
@@ -46,6 +46,7 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kKeepAlpha;
   static bool Covers(Work w, Work da) { return !T::Any((w != T::kFull) & (da != Work{})); }
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
@@ -57,7 +58,7 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
       d.alpha = sa;
       return;
     }
-    // Over something opaque there is nothing to multiply or to divide by.
+    // Over opaque pixels the product and the quotient have a factor of full scale.
     const bool opaque = !VXp_IsFloat<T> && !T::Any(da != T::kFull);
     Color r = opaque ? OverOpaque(cs, Color::Of(d), sa) : OverAny(cs, Color::Of(d), sa, &d.alpha);
     if (T::Any(!blended)) {
@@ -84,10 +85,15 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
 // Over with a source that is already multiplied by its alpha: k = da (F - sa), r = min(s + d k, F)
 // / A. A source of alpha 0 still adds light, so nothing is skipped.
 template <class T>
-struct VXp_ModePremulOver : VXp_NeverSkips<T> {
+struct VXp_ModePremulOver : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static constexpr bool kPixelSkipsZero = false;
+  static constexpr bool kRowSkipsZero = false;
+  static constexpr VXp_Stages kStages = VXp_Stages::kKeepAlpha;
+  static constexpr bool kDrawsTransparentRows = true;
+  static constexpr bool kTransferFlag = false;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work k = T::Mul(d.alpha, T::Inv(sa));
@@ -108,6 +114,7 @@ struct VXp_ModeAlphaAdd : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kKeepAlpha;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
@@ -117,7 +124,7 @@ struct VXp_ModeAlphaAdd : VXp_CommonMode<T> {
       const Work light = T::Mul(cs, sa);
       Work joined = light + T::Mul(cd, T::Inv(sa));
       joined = sa == T::kFull ? cs : joined;
-      if (!T::Any(!covers)) return joined;  // a sum that is not a number covers nothing
+      if (!T::Any(!covers)) return joined;  // false if the sum is not a number
       const Work mean = T::Div(T::Mul(cd, da) + light, sum);
       return covers ? joined : mean;
     }).StoreTo(d);

@@ -2,17 +2,18 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that work on a destination matted onto their neutral colour, which is the colour that the
-// mode leaves unchanged when the source is transparent. Per pixel: matte, formula, unmatte by A. In
-// a row the stages around it do the matting and the alpha, so the row form is the formula alone.
+// Modes that blend with a destination matted onto their neutral colour, which is the colour that
+// the mode does not change under a transparent source. Per pixel: matte, formula, unmatte by A. In
+// a row, matte and alpha are stages of their own, and the row form is the formula alone.
 //
-// A mode of this family gives Full(s, m) for a source that covers, and Part(s, m, sa) below that.
+// A mode of this family defines Full(s, m) for a source alpha of F, and Part(s, m, sa) for less.
 
 #include "blend/modes/VXp_Mode.h"
 
 template <class T>
 struct VXp_NeutralBlack {
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kMatteBlack;
   static Work Matte(Work c, Work a) { return T::Mul(c, a); }
   static Work Unmatte(Work c, Work a) { return T::Div(c, a); }
 };
@@ -20,6 +21,7 @@ struct VXp_NeutralBlack {
 template <class T>
 struct VXp_NeutralWhite {
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kMatteWhite;
   static Work Matte(Work c, Work a) { return T::Inv(T::Mul(T::Inv(c), a)); }
   static Work Unmatte(Work c, Work a) { return T::Inv(T::Div(T::Inv(c), a)); }
 };
@@ -27,12 +29,13 @@ struct VXp_NeutralWhite {
 template <class T>
 struct VXp_NeutralGray {
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kMatteGray;
   static Work Matte(Work c, Work a) {
     const Work dark = c + T::Mul(T::kHalf - c, T::Inv(a));
     const Work light = T::Mul(c - T::kHalf, a) + T::kHalf;
     return c < T::kHalf ? dark : light;
   }
-  // A quotient of half or more lies outside the range: hold it at the end.
+  // A quotient of half or more is outside the range and is clamped.
   static Work Unmatte(Work c, Work a) {
     const auto is_dark = c < T::kHalf;
     const Work t = T::Div(is_dark ? T::kHalf - c : c - T::kHalf, a);
@@ -49,6 +52,7 @@ struct VXp_Matted : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = Neutral::kStages;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
@@ -67,7 +71,7 @@ struct VXp_Matted : VXp_CommonMode<T> {
     d.alpha = a;
   }
 
-  // With a full weight the products of Part are exact at the integer depths, and Part gives Full.
+  // At the integer depths the products of Part are exact for a full weight: Part equals Full.
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
     VXp_Each(Color::Of(s), Color::Of(d), [=](Work x, Work y) {
       if constexpr (!VXp_IsFloat<T>) return Mode::PartInRow(x, y, w);
@@ -80,7 +84,7 @@ struct VXp_Matted : VXp_CommonMode<T> {
     }).StoreTo(d);
   }
 
-  // All but one mode round alike in both forms.
+  // Only overlay rounds its row form differently.
   static Work FullInRow(Work s, Work m) { return Mode::Full(s, m); }
   static Work PartInRow(Work s, Work m, Work w) { return Mode::Part(s, m, w); }
 };

@@ -7,8 +7,8 @@
 #include "blend/modes/VXp_Matted.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
 
-// A quotient of the dodge and burn modes. Float has no ceiling of its own at full scale, so a
-// divisor that is not above the numerator ends there.
+// The quotient n / a of the dodge and burn modes, at most full scale. Float division does not
+// clamp, so it is full scale if a is not above 0 or not above n.
 template <class T>
 typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   const typename T::Work quotient = T::Div(n, a);
@@ -18,8 +18,7 @@ typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   return quotient;
 }
 
-// s scaled to twice its distance above half, or from 0 below it. Halves of the range map to the
-// whole.
+// Maps each half of the range to the whole range: 2 s below half, 2 s - F from half on.
 template <class T>
 typename T::Work VXp_Doubled(typename T::Work s) {
   using Work = typename T::Work;
@@ -35,7 +34,7 @@ template <class T>
 struct VXp_ModeAdd : VXp_Matted<T, VXp_ModeAdd<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
   static Work Full(Work s, Work m) {
-    if constexpr (VXp_IsFloat<T>) return m + s;  // float keeps what is brighter than white
+    if constexpr (VXp_IsFloat<T>) return m + s;  // float is not clamped
     return T::Min(m + s, T::Full());
   }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
@@ -68,7 +67,7 @@ struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
   }
   static Work Part(Work s, Work m, Work sa) { return T::Lerp(m, Full(s, m), sa); }
 
-  // A row doubles before it multiplies; both roundings are fixed.
+  // A row doubles before it multiplies, which rounds differently. Both roundings are fixed.
   static Work FullInRow(Work s, Work m) {
     const Work dark = T::Mul(VXp_Twice(m), s);
     const Work light = Light(s, m);
@@ -84,7 +83,8 @@ struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
 template <class T>
 struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray> {
   using Work = typename T::Work;
-  // The point on the curve that the source chooses.
+  static constexpr bool kTransferFlag = false;
+  // The value of the curve that the source selects.
   static Work Curve(Work s, Work m) { return VXp_SoftLightCurves<T>::UpOrDown(s >= T::kHalf, m); }
   static Work FullAlong(Work curve, Work s, Work m) {
     const Work by = Step(curve, s);
@@ -158,6 +158,7 @@ struct VXp_ModeDifference : VXp_Matted<T, VXp_ModeDifference<T>, VXp_NeutralBlac
 template <class T>
 struct VXp_ModeDodge : VXp_Matted<T, VXp_ModeDodge<T>, VXp_NeutralBlack> {
   using Work = typename T::Work;
+  static constexpr bool kTransferFlag = false;
   static Work Full(Work s, Work m) { return VXp_QuotientToFull<T>(m, T::Inv(s)); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
 };
@@ -166,6 +167,7 @@ struct VXp_ModeDodge : VXp_Matted<T, VXp_ModeDodge<T>, VXp_NeutralBlack> {
 template <class T>
 struct VXp_ModeBurn : VXp_Matted<T, VXp_ModeBurn<T>, VXp_NeutralWhite> {
   using Work = typename T::Work;
+  static constexpr bool kTransferFlag = false;
   static Work Full(Work s, Work m) { return T::Inv(VXp_QuotientToFull<T>(T::Inv(m), s)); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Inv(T::Mul(T::Inv(s), sa)), m); }
 };

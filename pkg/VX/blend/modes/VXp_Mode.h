@@ -2,31 +2,48 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the pieces of arithmetic share. A transfer mode is one small stateless template over the
-// depth's traits T. It knows nothing of rows, masks, opacity or dissolve, and offers:
+// The pieces of arithmetic. A transfer mode is one small stateless template over the traits T of a
+// pixel type, and everything that the library has to know about the mode is a member of it:
 //
-//   kPixelSkipsZero  the per-pixel form leaves a pixel of source alpha 0 alone
-//   kRowSkipsZero    the row form leaves a pixel of weight 0 alone
-//   kWritesColor     false when only alpha changes
-//   Acts(w, da)      where it skips: whether the row form touches a pixel of weight w over alpha da
-//   Covers(w, da)    the row form looks at the destination's colours nowhere
-//   BlendPixel(s, sa, d)       the complete rule; sa is the source alpha after the opacities
-//   BlendInRow(s, w, keep, d)  what a row loop does with weight w; matted modes leave alpha and the
-//                              matte to the stages around the row; keep is keepDstAlpha
+//   kPixelSkipsZero  the per-pixel form does not change a pixel of source alpha 0
+//   kRowSkipsZero    the row form does not change a pixel of weight 0
+//   kWritesColor     false if only alpha changes
+//   kStages          the stages of a row around the scan
+//   kClearsOutside   a composite sets alpha to 0 outside its rectangle
+//   kDrawsTransparentRows  a transform draws rows whose source is transparent throughout
+//   kNeedsMask       the mask is an operand of the mode
+//   kTransferFlag    the result of VX_GetTransferFlags
+//   Acts(w, da)      with kRowSkipsZero: whether the row form changes a pixel of weight w over
+//   alpha da Covers(w, da)    whether the row form does not read the destination's colours
+//   BlendPixel(s, sa, d)       the complete rule; sa is the source alpha times the opacities
+//   BlendInRow(s, w, keep, d)  the rule of a row loop for weight w; in matted modes the stages of
+//   the
+//                              row compute matte and alpha; keep is keepDstAlpha
 //
-// Formulas name s and d for source and destination colours, sa and da for their alphas, F for full
-// scale and A for the union of the alphas.
+// Names in formulas: s and d are the source and destination colours, sa and da their alphas, F is
+// full scale, A the union of the alphas.
 //
-// The row forms take one pixel (T is a VXp_PixelTraits) or several in lanes (a VXp_LaneTraits). So
-// they choose between values where a single pixel would branch, join conditions with & and |, and
-// ask T::Any before they compute what no pixel needs. The per-pixel forms of the modes that matte
-// or look at a whole colour are for one pixel only.
+// The row forms process one pixel (T is a VXp_PixelTraits) or several in lanes (a VXp_LaneTraits).
+// Therefore they select between values instead of branching, combine conditions with & and |, and
+// test T::Any before a computation that may not be needed. The per-pixel forms of the matted modes
+// and of the modes that use a whole colour process one pixel only.
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
 #include "frame/VXp_PixelTraits.h"
+
+// The stages of a row. Every kind but kScan restores the destination's alpha if keepDstAlpha is
+// set.
+enum class VXp_Stages {
+  kScan,        // the scan alone, which handles keepDstAlpha itself
+  kKeepAlpha,   // the scan
+  kBehind,      // a scan of VX_Xfer_Behind, then that of the mode
+  kMatteBlack,  // matte onto the neutral colour, scan, union of the alphas, unmatte
+  kMatteWhite,
+  kMatteGray
+};
 
 // The channels of one pixel in the type in which they are computed.
 template <class T>
@@ -40,7 +57,7 @@ struct VXp_Argb {
     return {static_cast<Channel>(alpha), static_cast<Channel>(red), static_cast<Channel>(green),
             static_cast<Channel>(blue)};
   }
-  // Field by field, which compilers do better than putting a pixel together first.
+  // Compilers generate better code for single fields than for a whole pixel.
   void StoreTo(typename T::Pixel& p) const {
     using Channel = typename T::Channel;
     p.alpha = static_cast<Channel>(alpha);
@@ -76,7 +93,7 @@ VXp_Color<T> VXp_Each(const VXp_Color<T>& x, const VXp_Color<T>& y, F&& f) {
   return {f(x.r, y.r), f(x.g, y.g), f(x.b, y.b)};
 }
 
-// What holds for most modes: a weight of 0 changes nothing, and colours are written.
+// The defaults: a weight of 0 changes nothing, and colours are written.
 template <class T>
 struct VXp_CommonMode {
   using Argb = VXp_Argb<T>;
@@ -85,15 +102,13 @@ struct VXp_CommonMode {
   static constexpr bool kPixelSkipsZero = true;
   static constexpr bool kRowSkipsZero = true;
   static constexpr bool kWritesColor = true;
+  static constexpr VXp_Stages kStages = VXp_Stages::kScan;
+  static constexpr bool kClearsOutside = false;
+  static constexpr bool kDrawsTransparentRows = false;
+  static constexpr bool kNeedsMask = false;
+  static constexpr bool kTransferFlag = true;
   static auto Acts(Work w, Work /*da*/) { return w != Work{}; }
   static constexpr bool Covers(Work /*w*/, Work /*da*/) { return false; }
-};
-
-// A mode that touches pixels of any weight.
-template <class T>
-struct VXp_NeverSkips : VXp_CommonMode<T> {
-  static constexpr bool kPixelSkipsZero = false;
-  static constexpr bool kRowSkipsZero = false;
 };
 
 template <class Work>

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes whose row form is more than one pixel at a time, or that have no other: copies, the mix of
-// two images, and dissolve.
+// Copies, the mix of two images, and dissolve. The last two have row loops of their own.
 
 #include <type_traits>
 
@@ -29,26 +28,30 @@ struct VXp_ModeCopy : VXp_CommonMode<T> {
 
 // As Copy, for rows only.
 template <class T>
-struct VXp_ModeScale : VXp_ModeCopy<T> {};
+struct VXp_ModeScale : VXp_ModeCopy<T> {
+  static constexpr bool kDrawsTransparentRows = true;
+};
 
 // Two images mixed by the alpha t of the mask: a1 = sa t, a2 = (F - t) da and q = a1 + a2 as exact
 // products; each colour is the mean weighted by a1 and a2, alpha is q brought to scale. For rows
 // only.
 template <class T>
-struct VXp_ModeMaskMix {
+struct VXp_ModeMaskMix : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
-  // At 16 bits q reaches 2^30 and the sums 2^45.
+  static constexpr bool kNeedsMask = true;
+  static constexpr bool kTransferFlag = false;
+  // At 16 bits, q is at most 2^30 and the sums at most 2^45.
   using Wide = std::conditional_t<T::kDepth == 8, int32_t,
                                   std::conditional_t<T::kDepth == 16, int64_t, float>>;
 
-  // Whether the pixel changes: a mean of nothing has no weight.
+  // Returns whether the pixel changes. If q is 0, the mean is not defined.
   static bool Mixes(Work sa, Work t, Work da) {
     if (t == Work{} || t == T::kFull) return t != Work{};
     return Wide{sa} * t + Wide{T::kFull - t} * da != 0;
   }
 
-  // For pixels that change.
+  // Computes a pixel for which Mixes is true.
   static void Mix(const Argb& s, Work t, Argb& d) {
     if (t == T::kFull) {
       d = s;
@@ -85,10 +88,11 @@ template <class T>
 struct VXp_ModeDissolve : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
+  static constexpr bool kTransferFlag = false;
 
   static void BlendPixel(const Argb&, Work, Argb&) {}
 
-  // Whether a pixel of weight w, neither 0 nor F, passes for the random value 0..32767.
+  // Returns whether a pixel of weight w, neither 0 nor F, is taken for a random value 0..32767.
   static bool Passes(Work w, uint32_t random) {
     if constexpr (VXp_IsFloat<T>) {
       return w >= static_cast<float>(random) * 3.0518509447574615e-05f;

@@ -16,8 +16,8 @@ struct VXp_SoftLightCurves;
 
 namespace vxp_soft_light {
 
-// Newton's method from above; ends when the value no longer falls. Good to the last bit or so,
-// where rounding to a byte needs three digits.
+// Newton's method from above; ends when the value no longer decreases. Accurate to about the last
+// bit, while rounding to a byte needs three digits.
 constexpr double SquareRoot(double x) {
   double r = 1.0;
   for (;;) {
@@ -49,7 +49,8 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel8>> {
   }
 };
 
-// Entry m / 8 of 4097, interpolated in eighths. The position is held within the table.
+// Returns entry position / 8 of 4097, interpolated in eighths. The position is clamped to the
+// table.
 inline int32_t VXp_LookUpEighths(const uint16_t* table, int32_t position) {
   const int32_t x = std::clamp(position, 0, 32768);
   const int32_t i = x >> 3;
@@ -70,7 +71,7 @@ template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
   static float UpOrDown(bool up, float m) {
     const float* const table = up ? VXp_G_SoftLightDeltaF : VXp_G_SoftLightParabolaF;
-    const float positive = m > 0.0f ? m : 0.0f;  // also for not-a-number
+    const float positive = m > 0.0f ? m : 0.0f;  // also 0 for not-a-number
     const float position = 4096.0f * (positive < 1.0f ? positive : 1.0f);
     const auto i = static_cast<int32_t>(position);
     const float fraction = position - static_cast<float>(i);
@@ -79,7 +80,7 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
   }
 };
 
-// Tables are read lane by lane.
+// Tables are read for one lane after the other.
 template <class Pixel>
 struct VXp_SoftLightCurves<VXp_LaneTraits<Pixel>> {
   using Work = typename VXp_LaneTraits<Pixel>::Work;

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that mix source, destination and B, the blend of the unmatted values, in three terms:
-// with sa = F, r = lerp(s, B, da) and alpha F; else with p = sa da,
-// r = (da d - p d + sa s - p s + p B) / A and alpha A. A mode of this family gives B(s, d).
+// Modes that mix source, destination and B, the blend of the unmatted colours, in three terms:
+// if sa = F: r = lerp(s, B, da) and alpha F; else, with p = sa da:
+// r = (da d - p d + sa s - p s + p B) / A and alpha A. A mode of this family defines B(s, d).
 
 #include "blend/modes/VXp_MattedModes.h"
 
@@ -13,6 +13,8 @@ struct VXp_ThreeTerm : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kKeepAlpha;
+  static constexpr bool kTransferFlag = false;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
@@ -30,8 +32,8 @@ struct VXp_ThreeTerm : VXp_CommonMode<T> {
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 };
 
-// Where a mode is chosen by the source, its lower half reaches to kHalf and is doubled: twice s,
-// and twice s less F above. At 8 bits the doubling goes over the scale 0..127.
+// The source doubled, for modes with one formula below half and one above: 2 s below, 2 s - F
+// above. At 8 bits, each half is scaled from 0..127 to 0..255.
 template <class T>
 struct VXp_Halves {
   using Work = typename T::Work;

@@ -2,15 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that look at a whole colour: hue, saturation, colour and luminosity, and the choice of the
-// lighter or darker colour. Where the destination does not cover, the source first goes behind it;
-// per pixel that is done here, in a row by the pass before the scan.
+// Modes that use the three channels together: hue, saturation, colour and luminosity, and the
+// choice of the lighter or darker colour. If the destination is not opaque, the source is first
+// blended behind it: per pixel here, in a row by the stage before the scan.
 
 #include "blend/modes/VXp_Composition.h"
 
-// Brings a colour of luminance l back into range by moving its channels toward l. A channel that
-// lies at l itself, outside the range, cannot be moved: then the colour stays, as only float pixels
-// have it.
+// Moves the channels of a colour of luminance l toward l until they are in range. If a channel out
+// of range equals l, which only float pixels can have, the colour is not changed.
 template <class T>
 VXp_Color<T> VXp_ClipToRange(VXp_Color<T> c, typename T::Work l) {
   using Work = typename T::Work;
@@ -33,12 +32,13 @@ VXp_Color<T> VXp_ClipToRange(VXp_Color<T> c, typename T::Work l) {
   return c;
 }
 
-// A mode of this family gives Candidate(s, d, l), with l the luminance of d.
+// A mode of this family defines Candidate(s, d, l), where l is the luminance of d.
 template <class T, class Mode>
 struct VXp_NonSeparable : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kBehind;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     if (d.alpha < T::kFull) VXp_ModeBehind<T>::BlendPixel(s, sa, d);
@@ -60,9 +60,8 @@ struct VXp_NonSeparable : VXp_CommonMode<T> {
     return VXp_Each(c, [=](Work x) { return x + by; });
   }
 
-  // The colour with the hue of `c` whose channels span `range`: the largest channel gets the range,
-  // the smallest 0. Among equals the first is the largest and the last the smallest, so a grey goes
-  // red.
+  // Returns the colour with the hue of `c` whose largest channel is `range` and whose smallest is
+  // 0. Of equal channels the first is the largest and the last the smallest, so grey becomes red.
   static VXp_Color<T> Spread(const VXp_Color<T>& c, Work range) {
     const Work top = c.Max();
     const Work low = c.Min();
@@ -121,14 +120,16 @@ struct VXp_ModeLuminosity : VXp_NonSeparable<T, VXp_ModeLuminosity<T>> {
 
 // --- choice of a whole colour --------------------------------------------------------------------
 
-// A mode of this family tells whether the source is Chosen by the two luminances. Per pixel they
-// are those before the source goes behind the destination, at full precision; in a row those after
-// it, as 8-bit values.
+// A mode of this family defines Chosen(ls, ld): whether the source is taken, by the luminances of
+// source and destination. Per pixel, ld is taken before the source is blended behind, at full
+// precision; in a row, after it, and both are 8-bit values.
 template <class T, class Mode>
 struct VXp_ColorChoice : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
+  static constexpr VXp_Stages kStages = VXp_Stages::kBehind;
+  static constexpr bool kTransferFlag = false;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const bool chosen = Mode::Chosen(Color::Of(s).Luma(), Color::Of(d).Luma());

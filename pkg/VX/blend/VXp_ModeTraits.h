@@ -1,0 +1,21 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The properties of a mode by its number. See VXp_Mode.h for their meaning.
+
+#include "blend/modes/VXp_Mode.h"
+
+struct VXp_ModeTraits {
+  VXp_Stages stages = VXp_Stages::kScan;
+  bool clears_outside = false;
+  bool draws_transparent_rows = false;
+  bool needs_mask = false;
+  bool transfer_flag = false;
+};
+
+// Returns the properties of a mode; for an unknown mode, all are off.
+VXp_ModeTraits VXp_TraitsOfMode(int32_t mode);
+
+// Reports an unknown mode. Returns VX_ErrUnsupported.
+VX_Err VXp_UnknownMode();

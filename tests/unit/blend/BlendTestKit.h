@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "../../reference/RefTables.h"
+#include "../GuardedWorld.h"
 #include "../PixelTestKit.h"
 #include "VX/VX_Blend.h"
 

@@ -1,10 +1,12 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Masks against their slow twins: alpha times a buffer at each pair of depths, one channel toward a
-// constant, and buffers made of worlds.
+// Masks against their slow twins: alpha times a buffer at each pair of depths, one channel moved
+// toward a constant, and conversion between buffers and worlds; refusals and slots.
 
 #include "VX/VX_Mask.h"
+
+#include "VX/VX_OverrideTable.h"
 
 #include "reference/RefMask.h"
 #include "unit/UnoPlane.h"
@@ -49,36 +51,6 @@ TYPED_TEST(Mask, MergesBuffersOfEachDepth) {
   CheckMerge<TypeParam, float>(3);
 }
 
-// Every sample value, on several alphas.
-template <class Pixel, class Sample>
-void CheckMergeOfEveryValue() {
-  using Channel = VX_ChannelOf<Pixel>;
-  const vxref::Plane<Sample> plane = EveryValue<Sample>();
-  const UnoOf<Sample> buffer(plane);
-  for (const int part : {0, 1, 100, 127, 128, 254, 255}) {
-    const auto alpha = static_cast<Channel>(part * kFull<Pixel> / 255);
-    std::vector<Pixel> got(static_cast<size_t>(plane.width), Pixel{alpha, 0, 0, 0}), want = got;
-    VX_LayerDef world{};
-    world.width = plane.width, world.height = 1;
-    world.rowbytes = plane.width * static_cast<int32_t>(sizeof(Pixel));
-    world.data = want.data();
-    vxref::MergeMaskAlpha<Pixel>(0, 0, nullptr, plane, nullptr, world);
-    world.data = got.data();
-    VXp_SetWorldDepth(&world, kDepth<Pixel>);
-    VX_WorldX<Pixel> merged(&world, true);
-    EXPECT_EQ(VX_MergeMaskAlpha(nullptr, 0, 0, nullptr, buffer.get(), nullptr, &merged), 0);
-    const int at = FirstDifference(got, want);
-    ASSERT_LT(at, 0) << Text(plane.samples[static_cast<size_t>(at)]) << " on " << Text(alpha)
-                     << " gives " << Text(got[static_cast<size_t>(at)].alpha);
-  }
-}
-
-TYPED_TEST(Mask, MergesEverySampleValue) {
-  CheckMergeOfEveryValue<TypeParam, uint8_t>();
-  CheckMergeOfEveryValue<TypeParam, uint16_t>();
-  CheckMergeOfEveryValue<TypeParam, float>();
-}
-
 // --- one channel ---------------------------------------------------------------------------------
 
 TYPED_TEST(Mask, BlendsTheFirstChannel) {
@@ -97,23 +69,6 @@ TYPED_TEST(Mask, BlendsTheFirstChannel) {
                      << Text(target) << ", value " << Text(values[static_cast<size_t>(at)])
                      << ": from " << Text(before[static_cast<size_t>(at)]) << " to "
                      << Text(got[static_cast<size_t>(at)]);
-  }
-}
-
-// All of them: a weight of 4 takes 35 toward 3 by one.
-TEST(MaskOfBytes, BlendsEveryByteTowardEveryByte) {
-  std::vector<VX_Pixel8> row(256), want;
-  for (int weight = 0; weight < 256; weight += weight < 8 || weight > 247 ? 1 : 8) {
-    const std::vector<uint8_t> values(256, static_cast<uint8_t>(weight));
-    for (int target = 0; target < 256; ++target) {
-      for (size_t c = 0; c < 256; ++c) row[c] = {static_cast<uint8_t>(c), 1, 2, 3};
-      want = row;
-      const auto to = static_cast<uint8_t>(target);
-      VX_BlendSingleChannel(256, uint8_t{255}, to, values.data(), row.data());
-      vxref::BlendSingleChannel(256, uint8_t{255}, to, values.data(), want.data());
-      ASSERT_LT(FirstDifference(row, want), 0) << "weight " << weight << ", target " << target;
-      EXPECT_TRUE(weight != 4 || target != 3 || row[35].alpha == 34);
-    }
   }
 }
 
@@ -147,69 +102,108 @@ TYPED_TEST(Mask, BuffersOfWorldsAndBack) {
 
 // --- failures ------------------------------------------------------------------------------------
 
-// A wrong magic is only reported; without samples, a buffer or a world nothing happens.
-TEST(MaskFailures, DamagedBuffersAndMissingWorlds) {
-  GuardedWorld<VX_Pixel8> pixels(9, 7, 3, 5), merged(9, 7, 3, 5);
+// One report for each refusal, and no world or buffer changes.
+TYPED_TEST(Mask, Refusals) {
+  using Channel = VX_ChannelOf<TypeParam>;
+  GuardedWorld<TypeParam> pixels(9, 7, 3, 5);
   const std::vector<uint8_t> before = pixels.bytes;
-  vxref::Plane<uint8_t> plane = {9, 7, std::vector<uint8_t>(63, 100)};
-  vxref::MergeMaskAlpha<VX_Pixel8>(0, 0, nullptr, plane, nullptr, merged.world);
-  const UnoOf<uint8_t> good(plane), odd(plane), empty(plane);
-  odd.get()->magic ^= 1;
+  const vxref::Plane<Channel> plane = {9, 7, std::vector<Channel>(63, kFull<TypeParam>)};
+  const UnoOf<Channel> good(plane), empty(plane), unknown(plane);
   void** const data = std::exchange(empty.get()->data, nullptr);
-  VX_WorldX<VX_Pixel8> world(&pixels.world, true);
+  const int32_t depth = std::exchange(unknown.get()->depth, 1);
+  const vxref::Plane<uint16_t> words = {9, 7, std::vector<uint16_t>(63)};
+  const vxref::Plane<uint8_t> bytes = {9, 7, std::vector<uint8_t>(63)};
+  const UnoOf<uint16_t> words_buffer(words);
+  const UnoOf<uint8_t> bytes_buffer(bytes);
+  const VX_UnoBuffer* const other =
+      kDepth<TypeParam> == 16 ? bytes_buffer.get() : words_buffer.get();
+  VX_WorldX<TypeParam> world(&pixels.world, true), hollow(&pixels.world, true);
+  hollow.data = nullptr;
   VX_LayerDef small = pixels.world;
   small.width = 8;
-  Reports();
   const auto merge = [](const VX_UnoBuffer* buffer, VX_World* to) {
     return VX_MergeMaskAlpha(nullptr, 0, 0, nullptr, buffer, nullptr, to);
   };
-  const auto reported = [](const char* text) {
+  const auto refused = [](const char* text, VX_Err error) {
+    EXPECT_EQ(error, VX_ErrBadParameter) << text;
     const ReportList reports = Reports();
-    return reports.size() == 1 && reports[0].second == text;
+    ASSERT_EQ(reports.size(), 1u) << text;
+    EXPECT_EQ(reports[0].second, text);
   };
-  EXPECT_EQ(merge(nullptr, &world), 3);
-  EXPECT_TRUE(reported("damaged mask buffer"));
-  EXPECT_EQ(merge(empty.get(), &world), 3);
-  EXPECT_TRUE(reported("damaged mask buffer"));
-  EXPECT_EQ(merge(good.get(), nullptr), 3);
   Reports();
+  refused("damaged mask buffer", merge(nullptr, &world));
+  refused("damaged mask buffer", merge(empty.get(), &world));
+  refused("Unexpected bitdepth in VXp_MergeMaskAlphaScanIter()", merge(good.get(), nullptr));
+  refused("Unexpected bitdepth in VXp_MergeMaskAlphaScanIter()", merge(unknown.get(), &world));
+  refused("mask for a world without pixels", merge(good.get(), &hollow));
+  VX_UnoBuffer* const to = const_cast<VX_UnoBuffer*>(other);
+  const char* const depths = "matte needs world and buffer of the same bitdepth";
+  const char* const sizes = "matte needs world and buffer of the same size";
+  refused(depths, VX_MatteFromWorld(nullptr, &pixels.world, 0, to));
+  refused(depths, VX_WorldFromMatte(nullptr, other, &pixels.world));
+  refused(sizes, VX_MatteFromWorld(nullptr, &small, 0, good.get()));
+  refused(sizes, VX_WorldFromMatte(nullptr, good.get(), &small));
+  refused("matte of a world without pixels", VX_MatteFromWorld(nullptr, nullptr, 0, good.get()));
+  refused("matte of a world without pixels", VX_WorldFromMatte(nullptr, good.get(), nullptr));
   for (const int32_t what : {-1, 7}) {
-    EXPECT_EQ(VX_MatteFromWorld(nullptr, &pixels.world, what, good.get()), 3);
+    refused("unknown use of a matte", VX_MatteFromWorld(nullptr, &pixels.world, what, good.get()));
   }
-  EXPECT_EQ(VX_MatteFromWorld(nullptr, &small, 0, good.get()), 3);
-  EXPECT_EQ(VX_WorldFromMatte(nullptr, good.get(), &small), 3);
-  EXPECT_EQ(Reports().size(), 4u);
   EXPECT_EQ(pixels.bytes, before);
   EXPECT_TRUE(SamePlane(good.Read(), plane));
 
-  EXPECT_EQ(merge(odd.get(), &world), 0);
-  EXPECT_TRUE(reported("damaged mask buffer"));
-  EXPECT_EQ(pixels.bytes, merged.bytes);
-  odd.get()->magic ^= 1;
+  // A wrong magic is only reported; a mask of full scale changes no alpha in its area.
+  good.get()->magic ^= 1;
+  EXPECT_EQ(merge(good.get(), &world), VX_Ok);
+  EXPECT_EQ(Reports().size(), 1u);
+  good.get()->magic ^= 1;
+  EXPECT_EQ(pixels.bytes, before);
   empty.get()->data = data;
+  unknown.get()->depth = depth;
 }
 
-// What progress gives comes back, with the rows before it merged.
-TEST(MaskFailures, ProgressStopsBetweenRows) {
-  GuardedWorld<VX_Pixel16> pixels(5, 40, 0, 6), merged(5, 40, 0, 6);
-  const vxref::Plane<float> plane = {5, 40, std::vector<float>(200, 0.25f)};
-  vxref::MergeMaskAlpha<VX_Pixel16>(0, 0, nullptr, plane, nullptr, merged.world);
-  const UnoOf<float> buffer(plane);
-  int32_t calls = 0;
-  VX_ProgressInfo progress{};
-  progress.progress_refcon = &calls;
-  progress.progress_func = [](void* refcon, int32_t, int32_t) -> VX_Err {
-    return ++*static_cast<int32_t*>(refcon) == 9 ? 517 : 0;
+// --- slots ---------------------------------------------------------------------------------------
+
+// Calls three threads' items in reverse order.
+VX_Err Backwards(int32_t iterations, void* refcon, VX_GenericFunc function) {
+  VX_Err error = VX_Ok;
+  for (int32_t i = iterations; i-- > 0 && error == VX_Ok;) {
+    error = function(refcon, i % 3, i, iterations);
+  }
+  return error;
+}
+
+// Rows go through the slot of the iterator, in any order, and through the slot of their pair of
+// depths, whose error ends the call.
+TYPED_TEST(Mask, RowsGoThroughTheirSlots) {
+  struct Slots {
+    Slots() { std::memcpy(static_cast<void*>(&kept), &VXp_G_OverFuncs, sizeof kept); }
+    ~Slots() { std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &kept, sizeof kept); }
+    VXp_OverrideTable kept;
+  } slots;
+  VXp_OverrideTable& table = VXp_G_OverFuncs;
+  GuardedWorld<TypeParam> got(70, 41, 3, 8), want(70, 41, 3, 8);
+  VX_WorldX<TypeParam> world(&got.world, true);
+  std::mt19937 random(TestSeed());
+  const auto plane = RandomPlane<uint16_t>(60, 60, random);
+  const UnoOf<uint16_t> words(plane);
+  table.VX_IterateGeneric_Static = &Backwards;
+  EXPECT_EQ(VX_MergeMaskAlpha(nullptr, 4, -5, nullptr, words.get(), nullptr, &world), VX_Ok);
+  vxref::MergeMaskAlpha<TypeParam>(4, -5, nullptr, plane, nullptr, want.world);
+  EXPECT_EQ(got.bytes, want.bytes);
+
+  table.VX_MergeMaskRow8From8 = [](int32_t, const uint8_t*, VX_Pixel8*) { return VX_Err{808}; };
+  table.VX_MergeMaskRow8From16 = [](int32_t, const uint16_t*, VX_Pixel8*) { return VX_Err{816}; };
+  table.VX_MergeMaskRow8FromFloat = [](int32_t, const float*, VX_Pixel8*) { return VX_Err{832}; };
+  table.VX_MergeMaskRow16 = [](int32_t, int32_t depth, const void*, VX_Pixel16*) {
+    return VX_Err{1600 + depth};
   };
-  VX_WorldX<VX_Pixel16> world(&pixels.world, true);
-  EXPECT_EQ(VX_MergeMaskAlpha(&progress, 0, 0, nullptr, buffer.get(), nullptr, &world), 517);
-  EXPECT_EQ(calls, 9);
-  const GuardedWorld<VX_Pixel16> untouched(5, 40, 0, 6);
-  int32_t done = 0;
-  while (done < 40 && SamePixel(pixels.Get(0, done), merged.Get(0, done))) ++done;
-  EXPECT_TRUE(done >= 8 && done <= 10) << done;
-  for (int32_t y = done; y < 40; ++y) {
-    EXPECT_TRUE(SamePixel(pixels.Get(2, y), untouched.Get(2, y))) << y;
+  table.VX_MergeMaskRowFloat = [](int32_t, int32_t depth, const void*, VX_PixelFloat*) {
+    return VX_Err{3200 + depth};
+  };
+  for (const int32_t depth : {8, 16, 32}) {
+    VX_UnoBuffer buffer(5, 5, depth);
+    EXPECT_EQ(VX_MergeMaskAlpha(nullptr, 0, 0, nullptr, &buffer, nullptr, &world),
+              kDepth<TypeParam> * 100 + depth);
   }
 }
 

@@ -78,29 +78,4 @@ TYPED_TEST(TrackMatte, AgreesWithTwin) {
   }
 }
 
-// An inverted matte is open where it has no pixels; an unknown use writes nothing where it has, and
-// the place to write next does not move on there.
-TEST(TrackMatte8, Edges) {
-  const VX_Pixel8 matte[3] = {{10, 255, 255, 255}, {20, 0, 0, 0}, {30, 255, 0, 0}};
-  struct Case {
-    int left, what;
-    std::vector<int> want;  // alphas, -1 for one that stays
-  };
-  const Case cases[] = {
-      {1, 1, {255, 245, 235, 225, 255, 255}},  {1, 2, {0, 10, 0, 9, 0, 0}},
-      {-2, 3, {246, 255, 255, 255, 255, 255}}, {9, 3, {255, 255, 255, 255, 255, 255}},
-      {2, 0, {0, 0, 0, -1, -1, -1}},           {2, 5, {255, 255, 255, -1, -1, -1}},
-  };
-  for (const Case& c : cases) {
-    VX_Pixel8 row[6];
-    for (VX_Pixel8& p : row) p = {99, 1, 2, 3};
-    EXPECT_EQ(VX_PrepTrackMatteUniv(6, matte, c.left, 3, c.what, 0, row), 0);
-    for (size_t i = 0; i < 6; ++i) {
-      const int want = c.want[i] < 0 ? 99 : c.want[i];
-      EXPECT_EQ(row[i].alpha, want) << "left " << c.left << ", what " << c.what << ", at " << i;
-      EXPECT_TRUE(row[i].red == 1 && row[i].green == 2 && row[i].blue == 3);
-    }
-  }
-}
-
 }  // namespace

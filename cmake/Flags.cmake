@@ -2,13 +2,13 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # How everything here is compiled: the same bits on every machine, so no contraction and no fast-math.
-# Nobody reads the floating-point exception flags or errno of a square root; saying so changes no result
-# and lets the compiler choose between two computed values instead of branching.
+# The code does not use floating-point exception flags or errno of a square root; the flags change no result
+# and allow the compiler to select between two computed values instead of branching.
 add_library(vx_flags INTERFACE)
 target_compile_options(vx_flags INTERFACE -Wall -Wextra -Wpedantic -ffp-contract=off
                                           -fno-trapping-math -fno-math-errno)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-  # g++ 12 sees overlaps in "text" + std::to_string(n) that are not there.
+  # g++ 12 reports false overlaps for "text" + std::to_string(n).
   target_compile_options(vx_flags INTERFACE -Wno-restrict)
 endif()
 target_include_directories(vx_flags INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
@@ -17,6 +17,6 @@ if(VX_WERROR)
 endif()
 if(VX_SANITIZE)
   target_compile_options(vx_flags INTERFACE -fsanitize=${VX_SANITIZE} -fno-sanitize-recover=all
-                                            -fno-omit-frame-pointer -g)
+                                            -fno-omit-frame-pointer -g1)
   target_link_options(vx_flags INTERFACE -fsanitize=${VX_SANITIZE})
 endif()

@@ -103,16 +103,22 @@ py::object CopyBitmap(const py::object& src_word, const py::object& out_word,
 void AddBitmap(py::module_& module) {
   py::class_<Bitmap, BitmapPtr>(
       module, "Bitmap", py::buffer_protocol(),
-      R"(A bitmap of the host, cleared: Bitmap(width, height, depth=8, channel_order="argb").
+      R"(A bitmap of the host: Bitmap(width, height, depth=8, channel_order="argb"). Pixels are 0.
 
-Sides 1 to 30000 pixels, 8, 16 or 32 bits a channel, or "bgra" of 8 bits. numpy.asarray(bitmap) is
-an array of height x width x 4 over its memory, which array, worlds and bitmap keep alive.)")
+width, height: 1..30000 pixels.
+depth: 8, 16 or 32 bits per channel.
+channel_order: "argb", or "bgra" with 8 bits per channel.
+
+numpy.asarray(bitmap) is an array of height x width x 4 that uses the memory of the bitmap. The
+memory exists as long as the bitmap, one of these arrays or a World of the bitmap.)")
       .def(py::init(&NewBitmap), py::arg("width"), py::arg("height"), py::arg("depth") = 8,
            py::arg("channel_order") = "argb")
-      .def("world", &WorldOf, "A World over the same memory; ValueError for \"bgra\".")
-      .def_property_readonly("width", &Bitmap::width, "Pixels in a row.")
-      .def_property_readonly("height", &Bitmap::height, "Rows.")
-      .def_property_readonly("depth", &Bitmap::depth, "8, 16 or 32 bits a channel.")
+      .def("world", &WorldOf,
+           "Returns a World that uses the memory of the bitmap. Raises ValueError for the order "
+           "\"bgra\".")
+      .def_property_readonly("width", &Bitmap::width, "Width in pixels.")
+      .def_property_readonly("height", &Bitmap::height, "Height in pixels.")
+      .def_property_readonly("depth", &Bitmap::depth, "8, 16 or 32 bits per channel.")
       .def_property_readonly(
           "channel_order", [](const Bitmap& b) { return b.bgra() ? "bgra" : "argb"; },
           "\"argb\" or \"bgra\".")

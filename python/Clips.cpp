@@ -67,23 +67,23 @@ py::object Fraction(const VXIO_Rational& value) {
 py::dict ClipInfo(const std::string& path) {
   VXIO_ClipInfo info;
   RunFiles([&] { info = VXIO_ClipReader(path).info(); });
-  py::dict told;
-  told["format"] = info.format;
-  told["codec"] = info.codec;
-  told["pixel_format"] = info.pixel_format;
-  told["width"] = info.width;
-  told["height"] = info.height;
-  told["bits"] = info.bits;
-  told["depth"] = info.depth;
-  told["alpha"] = info.has_alpha ? "straight" : "none";
-  told["frame_rate"] = Fraction(info.frame_rate);
-  told["frame_count"] = info.frames;
-  told["duration"] = info.duration;
-  told["pixel_aspect"] = Fraction(info.pixel_aspect);
-  told["matrix"] = info.matrix;
-  told["matrix_tagged"] = info.matrix_tagged;
-  told["full_range"] = info.full_range;
-  return told;
+  py::dict result;
+  result["format"] = info.format;
+  result["codec"] = info.codec;
+  result["pixel_format"] = info.pixel_format;
+  result["width"] = info.width;
+  result["height"] = info.height;
+  result["bits"] = info.bits;
+  result["depth"] = info.depth;
+  result["alpha"] = info.has_alpha ? "straight" : "none";
+  result["frame_rate"] = Fraction(info.frame_rate);
+  result["frame_count"] = info.frames;
+  result["duration"] = info.duration;
+  result["pixel_aspect"] = Fraction(info.pixel_aspect);
+  result["matrix"] = info.matrix;
+  result["matrix_tagged"] = info.matrix_tagged;
+  result["full_range"] = info.full_range;
+  return result;
 }
 
 void AddClips(py::module_& module) {

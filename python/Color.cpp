@@ -201,12 +201,14 @@ std::unique_ptr<Settings> Emergency() {
 
 void AddProfile(py::module_& module) {
   py::class_<Profile>(module, "Profile",
-                      "An ICC profile for RGB. From the bytes of a file, Profile(bytes), or a "
-                      "built-in one, Profile.named(name); ValueError says what is wrong with it. "
-                      "Immutable; any thread may use it.")
+                      "An ICC profile for RGB: Profile(bytes) from the bytes of a file, "
+                      "Profile.named(name) for a built-in profile. Raises TypeError, and "
+                      "ValueError with the reason for an invalid profile. Immutable and "
+                      "thread-safe.")
       .def(py::init(&OfBytes), py::arg("profile"))
       .def_static("named", &OfName, py::arg("name"),
-                  "\"sRGB\", \"gamma 1.0\", \"gamma 1.8\", \"gamma 2.2\", \"gamma 2.4\", "
+                  "Returns a built-in profile. name: \"sRGB\", \"gamma 1.0\", \"gamma 1.8\", "
+                  "\"gamma 2.2\", \"gamma 2.4\", "
                   "\"Rec.709\", \"Display P3\" or \"ProPhoto\".")
       .def_static(
           "names",
@@ -217,14 +219,15 @@ void AddProfile(py::module_& module) {
             }
             return names;
           },
-          "The names of the built-in profiles.")
+          "Returns the names of the built-in profiles.")
       .def_property_readonly(
           "description", [](const Profile& p) { return VXIO_ProfileName(p.profile); },
-          "What the profile calls itself.")
-      .def_property_readonly("exponent", &Exponent,
-                             "Of the green curve, from stored to linear; the best fit where the "
-                             "curve is no pure power.")
-      .def("linear", &Linear, "The profile with the same primaries and straight curves.")
+          "The description that the profile contains.")
+      .def_property_readonly(
+          "exponent", &Exponent,
+          "Exponent of the green curve from stored to linear values; the best fit "
+          "if the curve is not a power function.")
+      .def("linear", &Linear, "Returns a profile with the same primaries and linear curves.")
       .def("__bytes__", &Bytes)
       .def("__repr__",
            [](const Profile& p) { return "<vx.Profile " + VXIO_ProfileName(p.profile) + ">"; });
@@ -236,47 +239,47 @@ void AddColor(py::module_& module) {
   AddProfile(module);
   py::class_<LinearTables>(module, "LinearTables",
                            "Tables for blending in linear light with the curves of a profile: "
-                           "LinearTables(profile). Immutable; any thread may use them.")
+                           "LinearTables(profile). Immutable and thread-safe.")
       .def(py::init(&TablesOf), py::arg("profile"))
       .def_property_readonly(
           "linearize", [](const LinearTables& t) { return Table(t.tables->linearize, 256); },
-          "256 x uint16, read-only: stored 8-bit value to linear 0..32768.")
+          "Linear value 0..32768 of each stored 8-bit value: 256 x uint16, read-only.")
       .def_property_readonly(
           "delinearize", [](const LinearTables& t) { return Table(t.tables->delinearize, 4097); },
-          "4097 x uint16, read-only: linear value >> 3 to stored value 0..32768.")
+          "Stored value 0..32768 of each linear value >> 3: 4097 x uint16, read-only.")
       .def_property_readonly(
           "gamma", [](const LinearTables& t) { return t.tables->gamma; },
-          "The exponent from stored to linear, for float pixels.");
+          "Exponent from stored to linear values, for float pixels.");
   py::class_<Settings>(module, "ColorSettings",
-                       "In which colours a project works: ColorSettings(profile). linearize works "
-                       "in linear light throughout, linear_blending blends in it only.")
+                       "Colour settings of a project: ColorSettings(profile). With linearize all "
+                       "work is in linear light, with linear_blending only blending.")
       .def(py::init([](const py::object& profile) {
              return std::make_unique<Settings>(ParseObject<Profile>("profile", profile));
            }),
            py::arg("profile"))
       .def_static("emergency", &Emergency,
-                  "For callers that have no settings of a project: sRGB, blending as stored.")
+                  "Returns default settings: sRGB, blending of stored values.")
       .def(
           "copy", [](const Settings& s) { return Settings(s); },
-          "The same choices; what was made from them is made anew.")
+          "Returns a copy of the settings. Its tables are computed again.")
       .def_property("profile", &Settings::GetProfile, &Settings::SetProfile,
-                    "The Profile of the project; may be set.")
+                    "Profile of the project; writable.")
       .def_property_readonly("adjusted_profile", &Settings::GetAdjusted,
-                             "The profile, or with linearize its linear counterpart.")
+                             "The profile; with linearize the profile with linear curves.")
       .def_property(
           "linearize", [](Settings& s) { return s.raw().GetLinearize(); },
           [](Settings& s, bool on) { s.raw().SetLinearize(on); },
-          "Whether all work is in linear light; may be set.")
+          "True if all work is in linear light; writable.")
       .def_property(
           "linear_blending", [](Settings& s) { return s.raw().GetLinearBlending(); },
           [](Settings& s, bool on) { s.raw().SetLinearBlending(on); },
-          "Whether blending alone is in linear light; may be set.")
+          "True if only blending is in linear light; writable.")
       .def_property_readonly("exponent", &Settings::GetExponent,
-                             "Of the adjusted profile, from stored to linear.")
+                             "Exponent of the adjusted profile from stored to linear values.")
       .def("tables", &Settings::GetTables, py::kw_only(), py::arg("force") = false,
-           "LinearTables when linear blending is chosen and linearize is not, else None; with "
-           "force in any case.")
-      .def_property_readonly("name", &Settings::GetName, "For people.")
+           "Returns LinearTables if linear_blending is True and linearize is False, else None. "
+           "force: return LinearTables always.")
+      .def_property_readonly("name", &Settings::GetName, "Name of the working space, for display.")
       .def("__eq__", &Settings::Equals, py::is_operator());
   module.def("convert_colors", &ConvertColors);
 }

@@ -52,8 +52,8 @@ std::string Plain(std::string text) {
 void AddErrors(py::module_& module) {
   error_type = PyErr_NewExceptionWithDoc(
       "vx.Error",
-      "What the library refused or could not do. `code` is its number: 3 bad argument, 5 not\n"
-      "supported, 7 version, 517 stopped by a progress function, and others.",
+      "The library refused an operation or could not complete it. `code` is the error code: 3 bad\n"
+      "argument, 5 not supported, 7 version, 517 stopped by a progress function, and others.",
       PyExc_RuntimeError, nullptr);
   if (error_type == nullptr) throw py::error_already_set();
   py::setattr(py::reinterpret_borrow<py::object>(error_type), "code", py::int_(0));

@@ -117,20 +117,20 @@ py::dict Info(const py::object& path) {
   });
   if (!is_picture) return ClipInfo(file);
   constexpr const char* kAlpha[] = {"none", "straight", "premultiplied"};
-  py::dict told;
-  told["format"] = info.format;
-  told["width"] = info.width;
-  told["height"] = info.height;
-  told["channels"] = info.channels;
-  told["sample_type"] = info.sample_type;
-  told["depth"] = info.depth;
-  told["alpha"] = kAlpha[static_cast<int32_t>(info.alpha)];
-  told["parts"] = info.parts;
-  told["profile"] = info.has_profile ? py::object(py::str(info.profile)) : py::none();
+  py::dict result;
+  result["format"] = info.format;
+  result["width"] = info.width;
+  result["height"] = info.height;
+  result["channels"] = info.channels;
+  result["sample_type"] = info.sample_type;
+  result["depth"] = info.depth;
+  result["alpha"] = kAlpha[static_cast<int32_t>(info.alpha)];
+  result["parts"] = info.parts;
+  result["profile"] = info.has_profile ? py::object(py::str(info.profile)) : py::none();
   py::dict attributes;
   for (const auto& [name, value] : info.metadata) attributes[py::str(name)] = value;
-  told["metadata"] = attributes;
-  return told;
+  result["metadata"] = attributes;
+  return result;
 }
 
 // Returns (number, file) for each frame of a sequence: those on disk, or those listed in `frames`.
@@ -166,14 +166,16 @@ bool IsPattern(const py::object& path) { return VXIO_FramePattern::IsPattern(Pat
 }  // namespace
 
 void AddFiles(py::module_& module) {
-  py::class_<Metadata>(module, "Metadata",
-                       "The profile and the other attributes of a file that was read; give it to "
-                       "write() to keep them.")
+  py::class_<Metadata>(
+      module, "Metadata",
+      "The profile and other attributes of a file that was read. write() writes them to "
+      "another file.")
       .def("profile", &ProfileOf,
-           "(bytes, description, embedded) of the ICC profile that the colours are in; without an "
-           "embedded one that which the picture counts as.")
+           "Returns (bytes, description, embedded) of the ICC profile of the colours. If the file "
+           "has no embedded profile, it is the profile that is assumed for the picture.")
       .def("with_profile", &WithProfile, py::arg("profile"),
-           "The same with another ICC profile, bytes. The pixels stay as they are.")
+           "Returns Metadata with another ICC profile. profile: bytes of the profile. Pixels are "
+           "not converted.")
       .def("__repr__", [](const Metadata& m) { return "<vx.Metadata of " + m.path + ">"; });
   module.def("read", &Read);
   module.def("write", &Write);

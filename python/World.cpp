@@ -82,38 +82,40 @@ py::buffer_info BufferOf(World& world) {
 void AddWorld(py::module_& module) {
   py::class_<World, WorldPtr>(
       module, "World", py::buffer_protocol(),
-      R"(Pixels in the library's own order: alpha, red, green, blue, straight alpha.
+      R"(A picture in the channel order of the library: alpha, red, green, blue; straight alpha.
 
-World(picture, order="rgba") copies an array or another world. World.new makes one of zeros,
-World.view looks at an array in the order ARGB without a copy. numpy.asarray(world) is an array of
-height x width x 4 over the same memory, in the order ARGB; array, world and the array under a view
-keep each other alive.)")
+World(picture, order="rgba") copies an array or another World. World.new() makes a transparent
+picture. World.view() uses the memory of an array in the order ARGB. numpy.asarray(world) is an
+array of height x width x 4 in the order ARGB that uses the memory of the World. The memory exists
+as long as the World or one of these arrays.)")
       .def(py::init(&Copied), py::arg("picture"), py::kw_only(), py::arg("order") = "rgba")
-      .def_static("new", &Cleared, py::arg("width"), py::arg("height"), py::arg("depth") = 8,
-                  "A world of transparent black, sides 1 to 30000 pixels, of 8, 16 or 32 bits a "
-                  "channel.")
+      .def_static(
+          "new", &Cleared, py::arg("width"), py::arg("height"), py::arg("depth") = 8,
+          "Returns a World of transparent black. width, height: 1..30000 pixels. depth: 8, 16 "
+          "or 32 bits per channel. Raises TypeError, ValueError, MemoryError.")
       .def_static(
           "view",
           [](const py::object& array) { return World::View(AsArray(array, "array"), "array"); },
           py::arg("array"),
-          "A world over the memory of an array of height x width x 4 in the order ARGB. Rows may "
-          "be further apart than they are long; pixels and channels must follow each other. The "
-          "array "
-          "lives as long as the world. A read-only array makes a world that is no destination.")
+          "Returns a World that uses the memory of an array. array: height x width x 4 in the "
+          "order "
+          "ARGB; pixels and channels must be contiguous, rows may have padding. The World keeps "
+          "the array alive. A World of a read-only array cannot be a destination. Raises "
+          "TypeError, ValueError.")
       .def(
           "array",
           [](const World& world, const py::object& order) {
             return ArrayOf(world, ParseOrder(order));
           },
           py::kw_only(), py::arg("order") = "rgba",
-          "A new array of height x width x 4 in the order asked for.")
+          "Returns a copy as an array of height x width x 4. order: \"rgba\" or \"argb\".")
       .def_property_readonly(
-          "width", [](const World& w) { return w.get()->width; }, "Pixels in a row.")
+          "width", [](const World& w) { return w.get()->width; }, "Width in pixels.")
       .def_property_readonly(
-          "height", [](const World& w) { return w.get()->height; }, "Rows.")
+          "height", [](const World& w) { return w.get()->height; }, "Height in pixels.")
       .def_property_readonly(
-          "depth", [](const World& w) { return w.get()->Depth(); }, "8, 16 or 32 bits a channel.")
-      .def_property_readonly("writable", &World::writable, "False for a view on a read-only array.")
+          "depth", [](const World& w) { return w.get()->Depth(); }, "8, 16 or 32 bits per channel.")
+      .def_property_readonly("writable", &World::writable, "False for a view of a read-only array.")
       .def("__repr__",
            [](const World& w) {
              return "<vx.World " + std::to_string(w.get()->width) + " x " +

@@ -26,10 +26,11 @@ PYBIND11_MODULE(_vx, module) {
   vxpy::AddHost(module);
   vxpy::AddBench(module);
   module.def("birth", &vxpy::Birth,
-             "Starts the library; importing the module has done so. Again after vx.death().");
+             "Starts the library. The import of the module has already done this; call it after "
+             "vx.death().");
   module.def(
       "death", [] { vxpy::Death(); },
-      "Ends the library and frees what it keeps. Every later call raises vx.Error until "
-      "vx.birth(). RuntimeError while other threads are at work.");
+      "Ends the library and frees its memory. Every later call raises vx.Error until vx.birth(). "
+      "Raises RuntimeError while a call of another thread runs.");
   vxpy::Birth();
 }

@@ -1,13 +1,13 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""The files of a checkout, as the gates see them."""
+"""The files of a checkout that the checks read."""
 
 import os
 import subprocess
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
-# What git ignores, for a checkout that came without git.
+# Ignored folders, for a checkout without git.
 _IGNORED = {".git", "build", "demo-out", "__pycache__", ".cache"}
 
 
@@ -16,12 +16,12 @@ def _from_git(root):
         top = subprocess.run(["git", "-C", root, "rev-parse", "--show-toplevel"],
                              capture_output=True, text=True, check=True).stdout.strip()
         if os.path.realpath(top) != os.path.realpath(root):
-            return None  # a plain folder inside somebody else's checkout
+            return None  # a folder inside another checkout
         listed = subprocess.run(
             ["git", "-C", root, "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
             capture_output=True, check=True).stdout
     except (OSError, subprocess.CalledProcessError):
-        return None  # no git, no checkout, or one that git will not read for this user
+        return None  # no git, no checkout, or git refuses it for this user
     return [os.fsdecode(name) for name in listed.split(b"\0") if name]
 
 
@@ -34,7 +34,7 @@ def _from_disk(root):
 
 
 def files(root=ROOT):
-    """Paths relative to `root`, sorted, of all files that are tracked or would be."""
+    """Returns sorted paths relative to `root` of all files that git tracks or does not ignore."""
     listed = _from_git(root)
     if listed is None:
         listed = _from_disk(root)
@@ -42,7 +42,7 @@ def files(root=ROOT):
 
 
 def read(root, path):
-    """Text of a file; bytes that are no UTF-8 come out as replacement marks."""
+    """Returns the text of a file; invalid UTF-8 becomes replacement characters."""
     with open(os.path.join(root, path), encoding="utf-8", errors="replace", newline="") as f:
         return f.read()
 

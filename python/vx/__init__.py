@@ -2,28 +2,33 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """VX: fills, copies, samples, scales, blurs, transforms and composites pictures.
 
-A picture is a NumPy array of height x width x 4 (red, green, blue, alpha; straight alpha) or x 3
-(opaque), or a vx.World. uint8 is 0..255, uint16 is 0..32768 (white is 32768, not 65535), float32 is
-0..1 nominal. Sides are 1 to 30000 pixels.
+A picture is a vx.World or a NumPy array. Arrays are height x width x 4 (red, green, blue, alpha;
+straight alpha) or height x width x 3 (opaque). The dtype gives the depth: uint8 is 0..255, uint16
+is 0..32768 (white is 32768, not 65535), float32 is 0..1 nominal. Width and height are 1 to 30000
+pixels.
 
-What arguments of these names are, wherever they come:
+These arguments have the same meaning in all functions:
 
-out: takes the result, and is what the function gives; it must have its size and depth. Nothing else
-is changed. None makes a new array, or a new World where the first picture is one.
-order: of the channels of arrays and colours, "rgba" or "argb". The library works on alpha, red,
-green, blue: with "argb" arrays are used where they lie, in the default order each call converts them
-once on the way in and once on the way out. The result has it, too.
-rect: (left, top, right, bottom), pixels of -32768..32767; right and bottom are exclusive. What lies
-outside of the picture is cut off. None is the whole picture.
-at: (x, y) in pixels, from the left and the top.
-progress: a function, called with (steps done, all steps). What is true stops the work, with
-vx.Error of code 517; what it raises comes out unchanged. An array of the default order is then as it
-was, others may be drawn in part.
+out: receives the result and is returned. It must have the size and the depth of the result. No
+other argument is changed. None: the result is a new array, or a new World if the first picture is
+a World.
+order: order of the channels in arrays and colours, "rgba" or "argb". It applies to the result,
+too. The library works in the order alpha, red, green, blue: with "argb" it uses the memory of the
+arrays, with "rgba" each call converts the arrays before and after the operation.
+rect: (left, top, right, bottom) in pixels, -32768..32767. right and bottom are exclusive and larger
+than left and top. The part outside the picture is ignored. None: the whole picture.
+at: (x, y) in pixels from the top left corner of the picture.
+progress: function that is called with (steps done, total steps). If it returns a true value, the
+call stops and raises vx.Error with code 517. If it raises an exception, the call stops and raises
+that exception. After a stop an array in the order "rgba" is unchanged; an array in the order
+"argb" or a World may contain a part of the result.
 
-What is wrong with an argument is a TypeError or ValueError that begins with its name; what the
-library refuses, or cannot do, is a vx.Error or MemoryError. Any number of threads may call at once
-with destinations of their own; the interpreter's lock is free while pixels are worked on, and Ctrl-C
-stops long work.
+Errors: a wrong argument raises TypeError or ValueError, and the message begins with the name of
+the argument. Operations that the library refuses or cannot complete raise vx.Error; a failed
+allocation raises MemoryError.
+
+Threads: several threads may call at once if their destinations are different. The interpreter's
+lock is released during work on pixels. Ctrl-C stops long calls.
 """
 
 from . import host, uno

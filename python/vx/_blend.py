@@ -18,22 +18,22 @@ def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacit
              tables: LinearTables | None = None, keep_alpha: bool = False, seed: int = 0,
              field: Field = "both", progress: Progress | None = None,
              out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Composites `src` over `dst` and gives the result; `dst` stays unless it is `out`.
+    """Returns `dst` with `src` composited over it.
 
     dst, src, mask: pictures of one depth; sizes may differ.
-    mode: a name of modes(), or its number.
+    mode: a name or a number of modes().
     opacity: 0..1.
-    at: (x, y) in dst where the corner of the rectangle lies, pixels.
-    rect: (left, top, right, bottom) of src; None is all of it.
-    mask_use: which quantity of the mask weighs a pixel.
-    mask_at: (x, y) of the mask's corner in dst.
-    tables: blend in linear light by these; None blends the stored values.
-    keep_alpha: colours are written, the alpha of dst stays.
-    seed: of the mode dissolve.
-    field: "both", "even" or "odd" rows of dst.
-    progress: called with (rows done, rows); what is true stops, with Error.code 517.
+    at: position in dst of the top left corner of `rect`.
+    rect: in src.
+    mask_use: quantity of the mask that is the weight of a pixel.
+    mask_at: position in dst of the top left corner of the mask, (x, y) in pixels.
+    tables: tables for blending in linear light; None blends the stored values.
+    keep_alpha: writes colours only; the alpha of dst is unchanged.
+    seed: seed of the mode dissolve.
+    field: rows of dst that are written: "both", "even" or "odd".
+    progress: called with (rows done, total rows).
 
-    Raises TypeError, ValueError, Error. Calls with destinations of their own may run at once.
+    Raises TypeError, ValueError, vx.Error. Thread-safe if the destinations are different.
     """
     layer = (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field)
     return _vx.transfer(dst, src, layer, at, rect, progress, out, order)
@@ -44,13 +44,19 @@ def composite_rect(dst: Picture, src: Picture, *, mode: str | int = "in-front", 
                    premultiplied: bool = False, quality: Quality = "high",
                    progress: Progress | None = None, out: Picture | None = None,
                    order: Order = "rgba") -> Picture:
-    """The short form of transfer(): opacity in 0..255, no mask, no tables.
+    """Returns `dst` with `src` composited over it: transfer() without mask and tables.
 
-    premultiplied: the colours of `src` are already multiplied by its alpha; the mode in-front
-    takes them so, other modes take them as they are.
-    quality: "draft" and "high" draw alike; a module may replace one of them.
+    dst, src: pictures of one depth; sizes may differ.
+    mode: a name or a number of modes().
+    opacity: 0..255, at all depths.
+    at: position in dst of the top left corner of `rect`.
+    rect: in src.
+    field: rows of dst that are written: "both", "even" or "odd".
+    premultiplied: the colours of `src` are premultiplied by its alpha. Only the mode in-front takes
+    this into account; other modes use the colours unchanged.
+    quality: "draft" and "high" give the same result unless a module replaces one of them.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.composite_rect(dst, src, mode, opacity, at, rect, field, premultiplied, quality,
                               progress, out, order)
@@ -60,15 +66,18 @@ def blend_pixel(s: numpy.typing.ArrayLike, d: numpy.typing.ArrayLike, mode: str 
                 depth: int | None = None, *, opacity: float | None = None,
                 opacity2: float | None = None, tables: LinearTables | None = None,
                 order: Order = "rgba") -> numpy.ndarray:
-    """Single pixels by the arithmetic of a mode: `s` over `d`, four channels in the last axis.
+    """Returns pixels of `s` blended over pixels of `d`, as a new array.
 
-    The two are broadcast against each other; the result is a new array.
+    s, d: single pixels or arrays; the last axis has four channels. They are broadcast against each
+    other.
+    mode: a name or a number of modes(), 0 or more. The mode dissolve depends on the position of a
+    pixel, therefore it returns `d` here.
+    depth: 8, 16 or 32 for numbers that are not an array of uint8, uint16 or float32. None: the
+    depth of `d`.
+    opacity, opacity2: 0..1; the product of both is used. None is 1.
+    tables: tables for blending in linear light; None blends the stored values.
 
-    depth: 8, 16 or 32 for numbers that are no array of uint8, uint16 or float32; None takes that
-    of `d`.
-    opacity, opacity2: 0..1, multiplied; None is 1.
-
-    The mode dissolve, which needs to know where a pixel lies, gives `d`. Raises TypeError, ValueError.
+    Raises TypeError, ValueError.
     """
     kind = kind_of(depth, d)
     if kind is None:
@@ -83,12 +92,16 @@ def blend_pixel(s: numpy.typing.ArrayLike, d: numpy.typing.ArrayLike, mode: str 
 
 
 def modes() -> list[tuple[int, str]]:
-    """(number, name) of each transfer mode."""
+    """Returns (number, name) of each transfer mode."""
     return _vx.modes()
 
 
 def transfer_flags(mode: str | int) -> int:
-    """What callers of older hosts ask of a mode: 1 for -3, 0 to 2, 4 to 7, 9 to 16, 22 and 25, else 0.
+    """Returns the flag that older hosts request for a mode.
+
+    It is 1 for the modes -3, 0 to 2, 4 to 7, 9 to 16, 22 and 25, and 0 for the others.
+
+    mode: a name or a number of modes().
 
     Raises TypeError, ValueError.
     """

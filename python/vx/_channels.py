@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Pixels and other small things as arguments."""
+"""Conversion of arguments: pixels, depths, channel orders and pairs."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ KINDS: dict[int, numpy.dtype[Any]] = {
 
 
 def kind_of(depth: object, value: numpy.typing.ArrayLike) -> numpy.dtype[Any] | None:
-    """The dtype of a depth; for None that of the value, where it is one of pixels."""
+    """Returns the dtype of a depth. None: the dtype of `value`, or None if no picture has it."""
     if depth is None:
         kind = numpy.asarray(value).dtype
         return kind if kind in KINDS.values() else None
@@ -27,7 +27,8 @@ def kind_of(depth: object, value: numpy.typing.ArrayLike) -> numpy.dtype[Any] | 
 
 def pixels(name: str, value: numpy.typing.ArrayLike, kind: numpy.dtype[Any], order: Order, *,
            opaque: bool = False) -> numpy.ndarray:
-    """A new array of ... x 4 in the order ARGB; with `opaque` three channels will do."""
+    """Returns a new array of ... x 4 in the order ARGB. With `opaque`, `value` may have 3 channels.
+    """
     array = numpy.asarray(value)
     full = {"u1": 255, "u2": 32768, "f4": 1}[kind.str[1:]]
     if array.ndim == 0 or array.shape[-1] not in ((3, 4) if opaque else (4,)):
@@ -47,19 +48,19 @@ def pixels(name: str, value: numpy.typing.ArrayLike, kind: numpy.dtype[Any], ord
 
 
 def argb_places(order: Order) -> list[int]:
-    """Where alpha, red, green and blue stand."""
+    """Returns the indices of alpha, red, green and blue in a pixel of that order."""
     if order not in ("rgba", "argb"):
         raise ValueError(f'order: one of "rgba", "argb", not {order!r}')
     return [3, 0, 1, 2] if order == "rgba" else [0, 1, 2, 3]
 
 
 def in_order(argb: numpy.ndarray, order: Order) -> numpy.ndarray:
-    """Pixels in the order ARGB as the caller wants them."""
+    """Converts pixels from the order ARGB to `order`."""
     return argb[..., [1, 2, 3, 0]] if order == "rgba" else argb
 
 
 def pair(name: str, value: Any) -> tuple[Any, Any]:
-    """One for both axes, or two."""
+    """Returns the values for x and y. `value` is one for both axes, or two."""
     if isinstance(value, (tuple, list, numpy.ndarray)) and numpy.ndim(value) > 0:
         if len(value) != 2:
             raise ValueError(f"{name}: one number or (x, y), not {value!r}")

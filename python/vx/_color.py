@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Colours from profile to profile, and colours in other spaces."""
+"""Conversion between profiles and between colour spaces."""
 
 from __future__ import annotations
 
@@ -16,9 +16,13 @@ Colors = numpy.typing.ArrayLike
 
 def convert_colors(picture: Picture, source: _vx.Profile, target: _vx.Profile, *,
                    out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The picture's colours from one profile to another, relative colorimetric; alpha stays.
+    """Converts colours to another profile, relative colorimetric; alpha is unchanged.
 
-    Raises TypeError, ValueError for profiles that the engine cannot join.
+    picture: any depth.
+    source: Profile of the picture.
+    target: Profile of the result.
+
+    Raises TypeError, and ValueError for profiles that cannot be converted into each other.
     """
     return _vx.convert_colors(picture, source, target, out, order)
 
@@ -50,49 +54,68 @@ def _read(what: str, color: Colors, depth: int | None, order: Order) -> numpy.nd
 
 
 def rgb_to_hls(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
-    """Hue in degrees 0..360, lightness and saturation 0..1, as ... x 3 of float64.
+    """Returns hue in degrees 0..360, lightness and saturation 0..1, as ... x 3 of float64.
 
-    color: one, or an array: three or four channels in the last axis, straight; alpha is ignored.
-    depth: 8 (0..255), 16 (0..32768) or 32 (0..1 nominal); None is that of an array of uint8, uint16
-    or float32, and 32 for other numbers. What comes from integer depths is rounded to 1/65536.
+    color: one colour or an array of colours; the last axis has three or four channels, straight.
+    Alpha is ignored.
+    depth: 8 (0..255), 16 (0..32768) or 32 (0..1 nominal). None: the depth of an array of uint8,
+    uint16 or float32, and 32 for other numbers. Results from integer depths are rounded to 1/65536.
 
-    Raises TypeError, ValueError, as all functions of colour spaces.
+    Raises TypeError, ValueError.
     """
     return _to("hls", color, depth, order)
 
 
 def hls_to_rgb(color: Colors, depth: int = 32) -> numpy.ndarray:
-    """Undoes rgb_to_hls(): ... x 3 of uint8, uint16 or float32. The hue counts modulo 360.
+    """Converts the result of rgb_to_hls() to ... x 3 of uint8, uint16 or float32.
 
-    Integer channels are held to their scale. Raises TypeError, ValueError.
+    color: hue in degrees (modulo 360), lightness and saturation 0..1 in the last axis.
+    depth: of the result, 8, 16 or 32. Integer channels are clamped to 0..full scale.
+
+    Raises TypeError, ValueError.
     """
     return _from("hls", color, depth)
 
 
 def rgb_to_yiq(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
-    """Y, I, Q by the NTSC matrix of colours taken as 0..1, as ... x 3 of float64.
+    """Returns Y, I and Q as ... x 3 of float64, by the NTSC matrix of colours on the scale 0..1.
 
-    color and depth as in rgb_to_hls(). Raises TypeError, ValueError.
+    color, depth: as in rgb_to_hls().
+
+    Raises TypeError, ValueError.
     """
     return _to("yiq", color, depth, order)
 
 
 def yiq_to_rgb(color: Colors, depth: int = 32) -> numpy.ndarray:
-    """Undoes rgb_to_yiq(): ... x 3 of uint8, uint16 or float32. Raises TypeError, ValueError."""
+    """Converts the result of rgb_to_yiq() to ... x 3 of uint8, uint16 or float32.
+
+    color: Y, I and Q in the last axis.
+    depth: of the result, 8, 16 or 32. Integer channels are clamped to 0..full scale.
+
+    Raises TypeError, ValueError.
+    """
     return _from("yiq", color, depth)
 
 
 def luminance(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
-    """0.299 red + 0.587 green + 0.114 blue in channel units, as blending has it.
+    """Returns 0.299 red + 0.587 green + 0.114 blue in channel units.
 
-    Like hue(), lightness() and saturation(): int32, or float32 for float colours. color and depth
-    as in rgb_to_hls(). Raises TypeError, ValueError.
+    The transfer modes use the same luminance. The result is int32, or float32 for float colours.
+
+    color, depth: as in rgb_to_hls().
+
+    Raises TypeError, ValueError.
     """
     return _read("luminance", color, depth, order)
 
 
 def hue(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
-    """The hue in degrees times the full scale: 255, 32768 or 1 a degree. As luminance().
+    """Returns the hue in degrees times the full scale of the depth (255, 32768 or 1).
+
+    The result is int32, or float32 for float colours.
+
+    color, depth: as in rgb_to_hls().
 
     Raises TypeError, ValueError.
     """
@@ -100,7 +123,11 @@ def hue(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> nu
 
 
 def lightness(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
-    """Half of the largest and the smallest channel together, in channel units. As luminance().
+    """Returns the mean of the largest and the smallest channel, in channel units.
+
+    The result is int32, or float32 for float colours.
+
+    color, depth: as in rgb_to_hls().
 
     Raises TypeError, ValueError.
     """
@@ -108,7 +135,11 @@ def lightness(color: Colors, depth: int | None = None, *, order: Order = "rgba")
 
 
 def saturation(color: Colors, depth: int | None = None, *, order: Order = "rgba") -> numpy.ndarray:
-    """The saturation of rgb_to_hls() times the full scale. As luminance().
+    """Returns the saturation of rgb_to_hls() times the full scale of the depth (255, 32768 or 1).
+
+    The result is int32, or float32 for float colours.
+
+    color, depth: as in rgb_to_hls().
 
     Raises TypeError, ValueError.
     """

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Pictures, sequences of pictures and clips from files; pictures to files."""
+"""Reads pictures, sequences and clips from files, and writes pictures."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ Alpha = Literal["file", "straight", "premultiplied", "ignore"]
 
 
 class Read(NamedTuple):
-    """What read_all() gives."""
+    """The result of read_all()."""
 
     picture: Picture
     metadata: _vx.Metadata
@@ -24,10 +24,13 @@ class Read(NamedTuple):
 
 
 class Frame(NamedTuple):
-    """What frames() gives for each frame.
+    """A frame returned by frames().
 
-    path: of the frame's file, or of the clip. time: in seconds since the start of the clip; None in
-    a sequence, and for a frame of a clip that has none.
+    number: number of the frame.
+    path: file of the frame, or the clip.
+    picture: an array or a World.
+    metadata: Metadata of the file.
+    time: seconds from the start of the clip. None in a sequence, and for a frame without a time.
     """
 
     number: int
@@ -39,24 +42,27 @@ class Frame(NamedTuple):
 
 def read_all(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
              order: Order = "rgba") -> Read:
-    """The first picture of a file, its metadata, and whether it has an alpha channel.
+    """Returns the first picture of a file, its metadata, and whether it has an alpha channel.
 
-    depth: 8, 16 or 32 bits a channel; None is the depth of the file.
-    alpha: how colours are taken: as the file says, as straight, as multiplied by alpha, or with
-    alpha ignored.
-    world: give a World in place of an array.
+    path: file of any format that the library reads.
+    depth: 8, 16 or 32 bits per channel. None: the depth of the file.
+    alpha: how the colours of the file are interpreted: "file" as the file declares, "straight",
+    "premultiplied" by alpha, or "ignore" for no alpha.
+    world: return a World instead of an array.
 
-    What is lost or guessed comes as a UserWarning that names the file. Raises FileNotFoundError,
-    OSError, Error, MemoryError.
+    Warns with UserWarning, which names the file, if something is lost or assumed. Raises
+    FileNotFoundError, OSError, TypeError, ValueError, vx.Error, MemoryError.
     """
     return Read(*_vx.read(path, depth, alpha, world, order))
 
 
 def read(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
          order: Order = "rgba") -> Picture:
-    """The picture of read_all() alone: height x width x 4 of uint8, uint16 or float32.
+    """Returns the picture of read_all(): height x width x 4 of uint8, uint16 or float32.
 
-    Raises FileNotFoundError, OSError, Error, MemoryError.
+    path, depth, alpha, world: as in read_all().
+
+    Raises FileNotFoundError, OSError, TypeError, ValueError, vx.Error, MemoryError.
     """
     return _vx.read(path, depth, alpha, world, order)[0]
 
@@ -64,26 +70,32 @@ def read(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: 
 def write(path: Path, picture: Picture, *, metadata: _vx.Metadata | None = None,
           keep_alpha: bool = False, overwrite: bool = True, strict: bool = False,
           order: Order = "rgba") -> None:
-    """Writes a whole file or nothing; the extension decides the format.
+    """Writes a picture to a file. The file is complete or unchanged.
 
-    metadata: of a picture that was read; its profile and attributes are kept.
-    keep_alpha: store alpha also when every pixel is opaque.
-    overwrite: False refuses a file that is there.
-    strict: what would be a UserWarning (a depth that the format does not hold) raises OSError.
+    path: the extension selects the format.
+    picture: any depth.
+    metadata: Metadata of a picture that was read; its profile and attributes are written.
+    keep_alpha: store alpha even if every pixel is opaque.
+    overwrite: False refuses to replace an existing file.
+    strict: raise OSError instead of a UserWarning, for example for a depth that the format does not
+    support.
 
-    Raises TypeError, ValueError, OSError, Error; the file that was there then stays.
+    Raises TypeError, ValueError, OSError, vx.Error. After an error an existing file is unchanged.
     """
     _vx.write(path, picture, metadata, keep_alpha, overwrite, strict, order)
 
 
 def info(path: Path) -> dict[str, Any]:
-    """What a picture or a clip says about itself, without its pixels.
+    """Returns the properties of a picture or a clip. Pixels are not read.
 
-    Both have format, width, height (upright), depth (of the arrays that read() and frames() give)
-    and alpha ("none", "straight", "premultiplied"). Pictures also channels, sample_type, parts,
-    profile and metadata. Clips also codec, pixel_format, bits (a sample), frame_rate (a Fraction,
-    or None), frame_count (as the file says, or None when it does not), duration (in seconds, or
-    None), pixel_aspect (a Fraction, width over height), matrix, matrix_tagged, full_range.
+    All files: format, width and height (upright), depth (of the arrays that read() and
+    frames() return), alpha ("none", "straight" or "premultiplied").
+    Pictures: channels, sample_type, parts, profile, metadata.
+    Clips: codec, pixel_format, bits (per sample), frame_rate (a Fraction, or None), frame_count
+    (from the file, or None if the file does not contain it), duration (in seconds, or None),
+    pixel_aspect (a Fraction, width / height), matrix, matrix_tagged, full_range.
+
+    path: the file.
 
     Raises FileNotFoundError, OSError.
     """
@@ -92,20 +104,22 @@ def info(path: Path) -> dict[str, Any]:
 
 def frames(path: Path, frames: str | None = None, *, depth: int | None = None,
            alpha: Alpha = "file", world: bool = False, order: Order = "rgba") -> Iterator[Frame]:
-    """The frames of a sequence or a clip, one after the other, read when they are asked for.
+    """Returns an iterator over the frames of a sequence or a clip; it reads one frame at a time.
 
-    path: "shot.####.png" or "shot.%04d.png" for a sequence; a picture, which is one frame of
-    number 0; or a clip: a file of Matroska, MOV, MP4, AVI or another container that FFmpeg's
-    libraries read. The frames of a clip are numbered from 0 and come as they are stored; it is
-    closed when the iterator is dropped.
-    frames: "1-10,20-40x2"; None is all that are on the disk, or in the clip. To come to a frame of
-    a clip all before it are decoded, and a number below the last one starts again.
-    depth: 8, 16 or 32 bits a channel; None is the depth of the file, for a clip 8 bits, or 16 when
-    its samples are deeper.
+    path: "shot.####.png" or "shot.%04d.png" for a sequence; a picture, which is one frame with
+    number 0; or a clip: Matroska, MOV, MP4, AVI or another container that FFmpeg's libraries read.
+    The frames of a clip are numbered from 0, in stored form. The clip is closed when the iterator
+    is deleted.
+    frames: frame numbers such as "1-10,20-40x2". None: all frames on disk or in the clip. To reach
+    a frame of a clip, all frames before it are decoded; a lower number than the last one restarts
+    the clip.
+    depth: 8, 16 or 32 bits per channel. None: the depth of the file; for a clip 8, or 16 if its
+    samples have more than 8 bits.
+    alpha, world: as in read_all().
 
-    Raises FileNotFoundError for a file that is missing, a pattern that no file fits, and at a frame
-    of a sequence that is missing; ValueError at a frame that a clip does not have; OSError at one
-    that is damaged.
+    Raises FileNotFoundError for a missing file, a pattern without files, or a missing frame of a
+    sequence; ValueError for a frame number that a clip does not contain; OSError for a damaged
+    frame.
     """
     if _vx.is_pattern(path) and not os.path.exists(path):
         files = _vx.frame_files(path, frames)

@@ -20,7 +20,9 @@ Kernel = numpy.typing.ArrayLike
 
 
 def gaussian_value(d: float) -> float:
-    """The profile of the kernels: `d` is the distance from the centre, 1 is the edge.
+    """Returns the profile of the Gaussian kernels.
+
+    d: distance from the centre; 1 is the edge of the kernel. The profile is 0 above 1.
 
     Raises TypeError.
     """
@@ -29,13 +31,14 @@ def gaussian_value(d: float) -> float:
 
 def gaussian_kernel(radius: float, *, one_dimensional: bool = False, normalize: bool = False,
                     multiplier: float = 1.0) -> numpy.ndarray:
-    """Weights of int32, 2 ceil(radius) + 1 a side: a square, or one_dimensional.
+    """Returns the weights of a Gaussian kernel as int32: a square of 2 ceil(radius) + 1 a side.
 
     radius: pixels, 0..4096.
-    multiplier: of the weights, which are then held to 0..255.
-    normalize: scaled after that so that they sum to about 255 a tap.
+    one_dimensional: return one dimension instead of a square.
+    normalize: then scale the weights so that their sum is about 255 times their number.
+    multiplier: factor of the weights, which are then clamped to 0..255; -1e6..1e6.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.gaussian_kernel(radius, one_dimensional, normalize, multiplier)
 
@@ -44,14 +47,18 @@ def convolve(picture: Picture, kernel: Kernel | tuple[Kernel, Kernel, Kernel, Ke
              normalize: bool = False, clamp: bool = True, axis: Axis = "x",
              progress: Progress | None = None, out: Picture | None = None,
              order: Order = "rgba") -> Picture:
-    """Every channel by a kernel of whole numbers, plainly: colours are not weighted by alpha.
+    """Applies a kernel of integers to each channel. Colours are not weighted by alpha.
 
-    kernel: odd x odd, or of one dimension along `axis`; or a tuple of four in `order`. Its first
-    number weighs the pixel above and to the left. 256 is 1.
-    normalize: divide by the sum of the kernel in place of 256 times its taps.
-    clamp: hold results to the scale of the depth; else integers keep their low bits.
+    picture: any depth.
+    kernel: 32-bit integers, odd x odd, or one dimension of odd length along `axis`, at most 1023 a
+    side; or a tuple of four kernels in `order`. The first weight multiplies the pixel above and to
+    the left. 256 stands for 1 of a kernel with one weight.
+    normalize: divide by the sum of the weights instead of 256 times their number.
+    clamp: clamp results to the scale of the depth. False: integers keep their low bits.
+    axis: direction of a kernel of one dimension, "x" or "y".
 
-    What hangs over the edge is left out: edges fade. Raises TypeError, ValueError, Error.
+    Pixels outside the picture count as 0 and the divisor is not changed, so edges fade. Raises
+    TypeError, ValueError, vx.Error.
     """
     return _vx.convolve(picture, kernel, normalize, clamp, axis, progress, out, order)
 
@@ -60,16 +67,18 @@ def blur(picture: Picture, radius: float | tuple[float, float], *, kind: BlurKin
          iterations: int = 1, channels: str = "argb", edge: Edge = "hold-level",
          grow: bool = False, progress: Progress | None = None, out: Picture | None = None,
          order: Order = "rgba") -> Picture:
-    """Blurs along both axes; colours count by their alpha, so hidden ones never show.
+    """Blurs along both axes. Colours are weighted by alpha, so hidden colours do not bleed.
 
-    radius: pixels, 0..32767, for both axes or (x, y); 0 leaves an axis.
-    kind: "gaussian", whose cost grows with the radius, or "box", whose cost does not.
-    iterations: of the box.
-    channels: letters of argb; the others stay.
-    edge: "hold-level" divides by the weights that were used, "fade" lets borders go transparent.
-    grow: the result is larger on each side by what the blur spreads; gives what lies there too.
+    picture: any depth.
+    radius: pixels, 0..32767, for both axes or (x, y). 0 does not blur the axis.
+    kind: "gaussian" (time grows with the radius) or "box" (time does not depend on the radius).
+    iterations: number of box passes per axis, 1 or more.
+    channels: letters of "argb"; the other channels are unchanged.
+    edge: "hold-level" divides by the weights that are inside the picture; "fade" makes borders
+    transparent.
+    grow: enlarge the result on each side by the reach of the blur.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     x, y = pair("radius", radius)
     return _vx.blur(picture, x, y, kind, iterations, channels, edge, grow, progress, out, order)
@@ -80,12 +89,16 @@ def blur_pass(picture: Picture, radius: float, *, kind: BlurKind = "gaussian", i
               transpose: bool = False, src_premultiplied: bool = False,
               dst_premultiplied: bool = False, progress: Progress | None = None,
               out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """One pass of a blur along one axis; with `transpose` rows become columns of the result.
+    """Blurs along one axis. For single steps of a blur of two axes.
 
-    src_premultiplied, dst_premultiplied: colours are, or come out, multiplied by alpha; for passes
-    in a row, which then divide once.
+    radius: pixels, 0..32767.
+    axis: "x" or "y".
+    transpose: rows become columns of the result.
+    src_premultiplied, dst_premultiplied: the colours of the picture are, or those of the result
+    shall be, premultiplied by alpha. With both, consecutive passes divide by alpha only once.
+    picture, kind, iterations, channels, edge: as in blur(); the default of `edge` is "fade".
 
-    The rest as in blur(). Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.blur_pass(picture, radius, kind, iterations, channels, edge, axis, transpose,
                          src_premultiplied, dst_premultiplied, progress, out, order)

@@ -1,9 +1,9 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""A function of the caller's over pixels, rows and numbers.
+"""Applies a Python function to pixels, rows or numbers.
 
-What the function raises ends the walk and comes out unchanged; a world or an array in the order
-ARGB keeps what was written until then. The function holds the interpreter's lock while it runs.
+An exception in the function stops the iteration and is raised unchanged. A World or an array in the
+order ARGB keeps the pixels that were written before. The function runs with the interpreter's lock.
 """
 
 from __future__ import annotations
@@ -19,16 +19,21 @@ def iterate(dst: Picture, function: Callable[..., Any], *, src: Picture | None =
             at: Place = (0, 0), rect: Rect | None = None, uncovered: bool = False,
             progress: Progress | None = None, out: Picture | None = None,
             order: Order = "rgba") -> Picture:
-    """Each pixel of `rect` of dst through a function: about a microsecond a pixel.
+    """Applies a function to each pixel of `rect` in dst. It takes about a microsecond per pixel.
 
-    function(x, y, pixel), or function(x, y, src_pixel, pixel) with a source: pixels are tuples of
-    four numbers in `order` at the scale of the depth. It gives the new pixel, four numbers or
-    three of an opaque one, or None to leave it. Rows from top to bottom, on the calling thread.
-    src: a picture of the same depth with its corner at `at` in dst; pixels that it does not cover
-    are left out, or with `uncovered` get transparent black as src_pixel.
+    dst: any depth.
+    function: function(x, y, pixel), or function(x, y, src_pixel, pixel) if there is a source.
+    Pixels are tuples of four numbers in `order`, at the scale of the depth. The function returns
+    the new pixel as four numbers, or three for an opaque pixel; None leaves the pixel unchanged.
+    Rows are processed from top to bottom on the calling thread.
+    src: a picture of the same depth.
+    at: position of src in dst.
+    rect: in dst.
+    uncovered: call the function for pixels that src does not cover, too, with transparent black as
+    src_pixel.
     progress: called after each row with (rows done, rows of dst).
 
-    Raises what the function raises, TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error, and exceptions of the function.
     """
     return _vx.iterate(dst, function, src, at, rect, uncovered, progress, out, order)
 
@@ -37,26 +42,30 @@ def iterate_rows(dst: Picture, function: Callable[..., Any], *, src: Picture | N
                  at: Place = (0, 0), rect: Rect | None = None, uncovered: bool = False,
                  rows: int = 16, progress: Progress | None = None, out: Picture | None = None,
                  order: Order = "rgba") -> Picture:
-    """Bands of rows of `rect` of dst through a function, which NumPy works on at its own speed.
+    """Applies a function to groups of rows in `rect` of dst, so that NumPy can process many pixels.
 
-    function(x, y, band), or function(x, y, src_band, band) with a source: a band is an array of
-    up to `rows` rows x the width of the area x 4, whose first pixel is (x, y) of dst. The function
-    changes it, or gives what is put in its place. Bands are independent: a module that replaces
-    the generic iterator may call from several threads and in any order.
-    src, at, uncovered: as in iterate(); the area is what src covers.
-    progress: called after each band with (bands done, bands).
+    dst: any depth.
+    function: function(x, y, band), or function(x, y, src_band, band) if there is a source. A band
+    is an array of up to `rows` rows x the width of the area x 4; its first pixel is (x, y) in dst.
+    The function changes the band, or returns an array that replaces it. Bands are independent: a
+    module that replaces the generic iterator may call from several threads and in any order.
+    src, at, rect, uncovered: as in iterate(). Without `uncovered` the area is limited to src.
+    rows: maximal number of rows of a band, 1..30000.
+    progress: called after each band with (bands done, total bands).
 
-    Raises what the function raises, TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error, and exceptions of the function.
     """
     return _vx.iterate_rows(dst, function, src, at, rect, uncovered, rows, progress, out, order)
 
 
 def iterate_generic(iterations: int, function: Callable[[int, int, int], object]) -> None:
-    """Calls function(thread, i, iterations) for i from 0 on; what is true stops, with Error 517.
+    """Calls function(thread, i, iterations) for i = 0, 1, ... iterations - 1.
 
-    iterations: -1 means once, 0 never. The built-in iterator runs on the calling thread in order;
-    a module that replaces it may call from host.threads() threads, in any order.
+    iterations: -1 is one call, 0 is none.
+    function: if it returns a true value, the iteration stops with vx.Error of code 517. The
+    built-in iterator calls it on the calling thread in order. A module that replaces the iterator
+    may call it from host.threads() threads in any order.
 
-    Raises what the function raises, TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error, and exceptions of the function.
     """
     _vx.iterate_generic(iterations, function)

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Fills, premultiplication, depths, copies and scaling."""
+"""Fills, premultiplication, conversion between depths, copies and scaling."""
 
 from __future__ import annotations
 
@@ -15,62 +15,82 @@ from ._vx import Bitmap
 
 def fill(picture: Picture, color: Color, *, rect: Rect | None = None, out: Picture | None = None,
          order: Order = "rgba") -> Picture:
-    """A picture with `rect` (None: all of it) in one colour.
+    """Returns the picture with `rect` filled with one colour.
 
+    picture: any depth.
     color: three numbers (opaque) or four, in `order`, at the scale of the picture: 0..255,
     0..32768, or any finite floats.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.fill(picture, color, rect, out, order)
 
 
 def clear_alpha_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = None,
                         order: Order = "rgba") -> Picture:
-    """A picture whose alpha is 0 outside of `rect`; colours stay. None keeps everything.
+    """Returns the picture with alpha 0 outside `rect`; colours are unchanged.
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth.
+    rect: None changes nothing.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.clear_alpha_outside(picture, rect, out, order)
 
 
 def clear_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = None,
                   order: Order = "rgba") -> Picture:
-    """A picture that is transparent black outside of `rect`; None keeps everything.
+    """Returns the picture with transparent black outside `rect`.
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth.
+    rect: None changes nothing.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.clear_outside(picture, rect, out, order)
 
 
 def fill_alpha(picture: Picture, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The picture made opaque; colours stay. Raises TypeError, ValueError, Error."""
+    """Returns the picture with alpha at full scale; colours are unchanged.
+
+    picture: any depth.
+
+    Raises TypeError, ValueError, vx.Error.
+    """
     return _vx.fill_alpha(picture, out, order)
 
 
 def invert_alpha(picture: Picture, *, out: Picture | None = None,
                  order: Order = "rgba") -> Picture:
-    """The picture with full scale less its alpha; colours stay.
+    """Returns the picture with alpha replaced by full scale - alpha; colours are unchanged.
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.invert_alpha(picture, out, order)
 
 
 def premultiply(picture: Picture, *, color: Color | None = None, rect: Rect | None = None,
                 out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Colours multiplied by alpha, in `rect`: against black, or against `color` (see fill()).
+    """Returns the picture with colours multiplied by alpha in `rect`.
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth.
+    color: matte colour, see fill(): colours become c a + matte (1 - a). None is black.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.premultiply(picture, True, color, rect, out, order)
 
 
 def unpremultiply(picture: Picture, *, color: Color | None = None, rect: Rect | None = None,
                   out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Undoes premultiply(); colours of transparent pixels are lost in between.
+    """Returns the picture with colours divided by alpha in `rect`: the inverse of premultiply().
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth. Where alpha is 0 the colour becomes 0.
+    color: matte colour that premultiply() was called with.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.premultiply(picture, False, color, rect, out, order)
 
@@ -78,13 +98,15 @@ def unpremultiply(picture: Picture, *, color: Color | None = None, rect: Rect | 
 def convert(picture: Picture, depth: int, *, dither: bool = False,
             progress: Progress | None = None, out: Picture | None = None,
             order: Order = "rgba") -> Picture:
-    """The picture at 8, 16 or 32 bits a channel: uint8, uint16 (0..32768) or float32.
+    """Returns the picture at another depth.
 
-    Floats are held to 0..1 on the way to integers.
+    picture: any depth.
+    depth: 8 (uint8), 16 (uint16, 0..32768) or 32 (float32). Floats are clamped to 0..1 before
+    conversion to integers.
+    dither: add noise instead of rounding if the result has 8 bits. reset_dither() makes it
+    repeatable.
 
-    dither: noise in place of rounding on the way to 8 bits; reset_dither() makes it repeat.
-
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.convert(picture, depth, dither, progress, out, order)
 
@@ -92,12 +114,15 @@ def convert(picture: Picture, depth: int, *, dither: bool = False,
 def copy(dst: Picture, src: Picture, *, src_rect: Rect | None = None, dst_rect: Rect | None = None,
          quality: Quality = "draft", premultiplied: bool = False, out: Picture | None = None,
          order: Order = "rgba") -> Picture:
-    """`dst` with a rectangle of `src` copied to a rectangle of it, scaled where sizes differ.
+    """Returns `dst` with a rectangle of `src` copied into it, scaled if the sizes differ.
 
-    None is the whole picture. Draft takes the nearest pixel and converts between depths; high
-    filters, weighting colours by alpha unless `premultiplied`, and needs equal depths.
+    dst, src: pictures.
+    src_rect, dst_rect: rectangles in src and dst; None is the whole picture.
+    quality: "draft" takes the nearest pixel and converts between depths. "high" filters and needs
+    equal depths.
+    premultiplied: True filters all channels equally; False weights colours by alpha.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.copy(dst, src, src_rect, dst_rect, quality, premultiplied, out, order)
 
@@ -105,11 +130,15 @@ def copy(dst: Picture, src: Picture, *, src_rect: Rect | None = None, dst_rect: 
 def copy_bitmap(src: Bitmap, out: Bitmap, *, src_rect: Rect | None = None,
                 out_rect: Rect | None = None, quality: Quality = "draft",
                 premultiplied: bool = False) -> Bitmap:
-    """Copies between bitmaps of the host, as copy() does, and gives `out`, which is changed.
+    """Copies a rectangle of `src` into `out`, scaled if the sizes differ, and returns `out`.
 
-    Draft also turns the channel order; high quality needs equal orders and depths.
+    src, out: different bitmaps.
+    src_rect, out_rect: rectangles in src and out; None is the whole bitmap.
+    quality: "draft" takes the nearest pixel and converts between channel orders and depths. "high"
+    filters and needs equal orders and depths.
+    premultiplied: True filters all channels equally; False weights colours by alpha.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.copy_bitmap(src, out, src_rect, out_rect, quality, premultiplied)
 
@@ -117,12 +146,18 @@ def copy_bitmap(src: Bitmap, out: Bitmap, *, src_rect: Rect | None = None,
 def blit(dst: Picture, src: Picture, *, at: Place = (0, 0), rect: Rect | None = None,
          low: Color | None = None, high: Color | None = None, invert_alpha: bool = False,
          out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """An 8-bit picture with `rect` of a picture of any depth copied to (x, y).
+    """Returns an 8-bit picture with `rect` of a picture of any depth copied to `at`.
 
-    low, high: what becomes 0 and full scale, a number 0..1 for each channel in `order`; without
-    both there is no stretching. Where low equals high, below it gives 0 and the rest full scale.
+    dst: 8 bits per channel.
+    src: any depth.
+    at: position in dst of the top left corner of `rect`.
+    rect: in src.
+    low, high: values that become 0 and full scale, a number 0..1 per channel in `order`. The values
+    between are scaled linearly. If low equals high, values below it become 0 and the others full
+    scale. None for both copies without scaling.
+    invert_alpha: invert alpha after the scaling.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.blit(dst, src, at, rect, low, high, invert_alpha, out, order)
 
@@ -130,11 +165,13 @@ def blit(dst: Picture, src: Picture, *, at: Place = (0, 0), rect: Rect | None = 
 def resize(picture: Picture, width: int, height: int, *, quality: Quality = "high",
            progress: Progress | None = None, out: Picture | None = None,
            order: Order = "rgba") -> Picture:
-    """The picture scaled to height x width pixels; opaque ones stay opaque to their edge.
+    """Returns the picture scaled to height x width pixels. Opaque pictures stay opaque.
 
-    quality: "high" filters, weighting colours by alpha; "draft" takes the nearest pixel.
+    picture: any depth.
+    width, height: pixels, 1..30000.
+    quality: "high" filters and weights colours by alpha; "draft" takes the nearest pixel.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.resize(picture, width, height, quality, progress, out, order)
 
@@ -142,12 +179,13 @@ def resize(picture: Picture, width: int, height: int, *, quality: Quality = "hig
 def mix(a: Picture, b: Picture, ratio: float, *, premultiplied: bool = False,
         progress: Progress | None = None, out: Picture | None = None,
         order: Order = "rgba") -> Picture:
-    """Between two pictures of one depth, over the part that both cover: ratio 0 gives a, 1 gives b.
+    """Returns a mix of two pictures in the area that both cover, and `a` in the rest of its area.
 
-    The result has the size of a, and its pixels where b ends. Colours are weighted by alpha unless
-    they are `premultiplied`.
+    a, b: pictures of one depth. The result has the size of a.
+    ratio: 0 gives a, 1 gives b.
+    premultiplied: True mixes all channels equally; False weights colours by alpha.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.mix(a, b, ratio, premultiplied, progress, out, order)
 
@@ -156,9 +194,12 @@ def look_up(picture: Picture, *, alpha: numpy.ndarray | None = None,
             red: numpy.ndarray | None = None, green: numpy.ndarray | None = None,
             blue: numpy.ndarray | None = None, rect: Rect | None = None,
             out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Each channel of an 8-bit picture through a table of 256 uint8; None leaves a channel.
+    """Replaces each channel of an 8-bit picture by values from a table.
 
-    Raises TypeError, ValueError, Error.
+    picture: 8 bits per channel.
+    alpha, red, green, blue: tables of 256 uint8. None leaves the channel unchanged.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.look_up(picture, alpha, red, green, blue, rect, out, order)
 
@@ -168,27 +209,34 @@ AlphaKind = Literal["straight", "premultiplied-black", "premultiplied-white"]
 
 def guess_alpha(picture: Picture, *,
                 order: Order = "rgba") -> tuple[AlphaKind | None, int, int, int]:
-    """How colour and alpha were combined, told from the pixels.
+    """Guesses from the pixels how colour and alpha were combined.
 
-    Gives the kind, or None where nothing decides; the number of partly transparent pixels; how
-    many of these contradict black; how many contradict white. Raises TypeError, ValueError.
+    Returns (kind, partial, not black, not white): the kind, or None if it is undecided; the number
+    of partly transparent pixels; how many of them exclude a black matte; how many exclude a white
+    matte.
+
+    picture: any depth.
+
+    Raises TypeError, ValueError.
     """
     return _vx.guess_alpha(picture, order)
 
 
 def rand(state: int) -> tuple[int, int]:
-    """The next value, 0..32767, and the next state, of a generator with a state of 32 bits.
+    """Returns the next value, 0..32767, and the next state of a random number generator.
 
-    Raises TypeError, ValueError for a state that is not within 0..2^32 - 1.
+    state: 0..2^32 - 1.
+
+    Raises TypeError, ValueError.
     """
     return _vx.rand(state)
 
 
 def hypot(x: float, y: float) -> float:
-    """sqrt(x x + y y), without a guard against overflow. Raises TypeError."""
+    """Returns sqrt(x x + y y) without a protection against overflow. Raises TypeError."""
     return _vx.hypot(x, y)
 
 
 def reset_dither() -> None:
-    """Rewinds the noise of convert(dither=True)."""
+    """Sets the noise of convert(dither=True) to its start, so that a conversion can be repeated."""
     _vx.reset_dither()

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Channels out of pictures and back."""
+"""Extracts channels from pictures and inserts them."""
 
 from __future__ import annotations
 
@@ -21,49 +21,64 @@ def _array(name: str, value: numpy.ndarray) -> numpy.ndarray:
 
 
 def deinterleave(picture: Picture, channel: Channel, *, order: Order = "rgba") -> numpy.ndarray:
-    """One channel as an array of height x width, of the dtype of the picture.
+    """Returns one channel as an array of height x width with the dtype of the picture.
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth.
+    channel: "alpha", "red", "green" or "blue".
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.deinterleave(picture, channel, order)
 
 
 def interleave(picture: Picture, plane: numpy.ndarray, channel: Channel, *,
                out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The picture with one channel from a plane of its height, width and dtype.
+    """Returns the picture with one channel replaced.
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth.
+    plane: array with the height, width and dtype of the picture.
+    channel: "alpha", "red", "green" or "blue".
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.interleave(picture, _array("plane", plane), channel, out, order)
 
 
 def extract_planes(picture: Picture, channels: str = "argb", *,
                    order: Order = "rgba") -> numpy.ndarray:
-    """Some channels of an 8-bit picture: height x width x their number.
+    """Returns some channels of an 8-bit picture: height x width x number of channels.
 
-    channels: letters of argb; alpha, red, green, blue come in this order, whatever theirs is.
+    picture: 8 bits per channel.
+    channels: letters of "argb" in any order. The result has the order alpha, red, green, blue.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.extract_planes(picture, channels, order)
 
 
 def insert_planes(picture: Picture, planes: numpy.ndarray, channels: str = "argb", *,
                   out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The 8-bit picture with the channels of extract_planes() from `planes`; the others stay.
+    """Returns an 8-bit picture with some channels replaced; the others are unchanged.
 
-    Raises TypeError, ValueError, Error.
+    picture: 8 bits per channel.
+    planes: uint8, height x width x number of channels, in the order alpha, red, green, blue.
+    channels: letters of "argb" in any order.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.insert_planes(picture, _array("planes", planes), channels, out, order)
 
 
 def copy_channel(dst: numpy.ndarray, src: numpy.ndarray, dst_channel: int, src_channel: int, *,
                  out: numpy.ndarray | None = None) -> numpy.ndarray:
-    """dst with one channel of `src`: arrays of height x width x channels of any equal dtype.
+    """Returns `dst` with one channel replaced by a channel of `src`.
 
-    The numbers of channels may differ; they count from 0. Integers of 8, 16 and 32 bits, float32
-    and float64. Raises TypeError, ValueError; Error for channels that are not there and for sizes or
-    dtypes that differ.
+    dst, src: arrays of height x width x channels with equal height, width and dtype: integers of 8,
+    16 or 32 bits, float32 or float64. The numbers of channels may differ.
+    dst_channel, src_channel: index of the channel, from 0.
+
+    Raises TypeError, ValueError, and vx.Error for a channel that does not exist and for different
+    sizes or dtypes.
     """
     result = _array("dst", dst).copy()
     _vx.copy_channel(result, _array("src", src), dst_channel, src_channel)
@@ -71,7 +86,7 @@ def copy_channel(dst: numpy.ndarray, src: numpy.ndarray, dst_channel: int, src_c
 
 
 def put(out: numpy.ndarray, result: numpy.ndarray) -> numpy.ndarray:
-    """The result in `out`, which must have its shape and dtype."""
+    """Copies `result` into `out`, which must have its shape and dtype, and returns `out`."""
     if not isinstance(out, numpy.ndarray):
         raise TypeError(f"out: needs a NumPy array, not {type(out).__name__}")
     if out.shape != result.shape or out.dtype != result.dtype:

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Samplers."""
+"""Samples of pictures at fractional positions."""
 
 from __future__ import annotations
 
@@ -13,22 +13,25 @@ from ._types import Order, Picture
 
 
 def samplers() -> list[str]:
-    """The names for sample(): those that begin with "inside" need all four neighbours."""
+    """Returns the names of the samplers for sample().
+
+    Samplers whose name begins with "inside" need all four neighbours of a position.
+    """
     return _vx.samplers()
 
 
 def sample(picture: Picture, x: numpy.typing.ArrayLike, y: numpy.typing.ArrayLike,
            sampler: str = "bilinear", *, radius: float | tuple[float, float] = 0.5,
            order: Order = "rgba") -> numpy.ndarray:
-    """The picture at positions in pixels: an array of the shape of x and y, with four channels.
+    """Returns the pixels of a picture at given positions: the shape of x and y, and four channels.
 
-    Pixel centres lie on whole numbers; outside is transparent black. Positions are rounded to
-    1/65536.
-
+    picture: any depth.
+    x, y: positions in pixels, -32768..32767, rounded to 1/65536. Pixel centres are whole numbers.
+    Outside the picture is transparent black.
     sampler: a name of samplers().
-    radius: half the side of the footprint of the box samplers, pixels up to 127, or (x, y).
+    radius: half the side of the area of the box samplers in pixels, up to 127, or (x, y).
 
-    Raises TypeError, ValueError for positions that are no numbers or beyond -32768..32767.
+    Raises TypeError, and ValueError for a position that is not a number or out of range.
     """
     across, down = _positions(x, y)
     wide, high = pair("radius", radius)
@@ -38,10 +41,14 @@ def sample(picture: Picture, x: numpy.typing.ArrayLike, y: numpy.typing.ArrayLik
 
 def sample_all_in(picture: Picture, x: numpy.typing.ArrayLike, y: numpy.typing.ArrayLike, *,
                   order: Order = "rgba") -> tuple[numpy.ndarray, numpy.ndarray]:
-    """sample() by the bilinear sampler that also tells whether all four neighbours lie inside.
+    """Returns bilinear samples, and whether the four neighbours of each position are inside.
 
-    Gives pixels, and booleans of the shape of x and y. On whole positions the sampler of integer
-    depths answers False, as it needs no neighbours there. Raises TypeError, ValueError.
+    The result is a tuple: the pixels as in sample(), and booleans of the shape of x and y. At whole
+    positions integer depths need no neighbours, and the boolean is False.
+
+    picture, x, y: as in sample().
+
+    Raises TypeError, ValueError.
     """
     across, down = _positions(x, y)
     pixels, inside = _vx.sample_all_in(picture, across.flatten(), down.flatten(), order)

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Pictures through matrices."""
+"""Draws pictures through matrices."""
 
 from __future__ import annotations
 
@@ -21,20 +21,22 @@ def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
               tables: LinearTables | None = None, keep_alpha: bool = False, seed: int = 0,
               field: Field = "both", progress: Progress | None = None,
               out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """Draws `src` over `dst` through a matrix, or with motion blur along a path of matrices.
+    """Returns `dst` with `src` drawn over it through a matrix, or with motion blur along matrices.
 
-    A path of n matrices is the average of n - 1 sub-samples of equal weight, one at each matrix but
-    the last, so that consecutive frames do not overlap. A path of 2 has one sub-sample: no blur.
+    n matrices give the average of n - 1 sub-samples of equal weight, one at each matrix but the
+    last, so that consecutive frames do not overlap. 1 or 2 matrices give one sub-sample: no blur.
 
-    matrices: 3 x 3, or n x 3 x 3 in time order (n from 1 to 257), for row vectors: (x, y, 1) of src
-    times the matrix is its position in dst; the last row is the translation. Pixel centres are at
-    whole numbers. Parts and matrices_between() make them.
+    dst, src: pictures of one depth.
+    matrices: 3 x 3, or n x 3 x 3 in the order of time (n from 1 to 257), for row vectors: (x, y, 1)
+    in src times the matrix is the position in dst; the last row is the translation. Pixel centres
+    are whole numbers. Parts and matrices_between() make matrices. A matrix without an inverse draws
+    nothing.
     quality: "high" filters, "draft" takes the nearest pixel.
     inverse: the matrices map dst to src.
-    rect: the part of dst that may be drawn to.
+    rect: the part of dst that may be changed.
+    mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field: as in transfer().
 
-    The other arguments are those of transfer(). A matrix without an inverse draws nothing. Raises
-    TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     layer = (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field)
     return _vx.transform(dst, src, matrices, layer, quality, inverse, rect, progress, out, order)
@@ -44,10 +46,11 @@ def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
 class Parts:
     """A transform as scale, skew, rotation and translation, applied in this order.
 
-    anchor: the point of the source that scale, skew and rotation leave in place, pixels.
-    skew: tangents.
-    rotate: degrees, clockwise as seen.
-    translate: pixels.
+    anchor: (x, y) in the source that scale, skew and rotation do not move, in pixels.
+    scale: factors (x, y), negative for a mirror image.
+    skew: tangents (x, y).
+    rotate: degrees, clockwise.
+    translate: (x, y) in pixels, right and down.
     """
 
     anchor: tuple[float, float] = (0.0, 0.0)
@@ -57,7 +60,7 @@ class Parts:
     translate: tuple[float, float] = (0.0, 0.0)
 
     def matrix(self) -> numpy.ndarray:
-        """3 x 3, from source to destination."""
+        """Returns the matrix from source to destination, 3 x 3."""
         return _vx.matrix_of_parts(self._numbers())
 
     def _numbers(self) -> tuple[float, ...]:
@@ -66,10 +69,10 @@ class Parts:
 
 
 def matrices_between(start: Parts, end: Parts, count: int) -> numpy.ndarray:
-    """Returns count x 3 x 3 numbers: each part changes in equal steps, so that a rotation sweeps an arc.
+    """Returns count x 3 x 3 numbers. Each part changes in equal steps: a rotation describes an arc.
 
-    count: 1 to 257. For N sub-samples of transform(), at i / N of the time that the shutter is open,
-    N + 1.
+    start, end: the first and the last transform.
+    count: 1 to 257. N sub-samples of transform() need N + 1 matrices.
 
     Raises TypeError, ValueError.
     """

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""What arguments are, for annotations."""
+"""Types of arguments, for annotations."""
 
 from __future__ import annotations
 

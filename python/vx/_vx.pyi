@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""The compiled half. Its functions take their arguments by place; the modules beside it call them."""
+"""The compiled part. The modules of this package call its functions with positional arguments."""
 
 from typing import Any, Literal
 

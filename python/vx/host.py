@@ -1,9 +1,9 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""The embedded host: processor, threads, modules; and what the library is made of.
+"""The embedded host: processor, threads and modules, and lists of what the library contains.
 
-A change ends the library and starts it again, so it is refused with RuntimeError while another
-thread works on pixels. Arrays and worlds stay as they are.
+Each set_...() function ends the library and starts it again. It raises RuntimeError while another
+thread works on pixels. Arrays and worlds stay valid.
 """
 
 from __future__ import annotations
@@ -21,40 +21,61 @@ Level = Literal["none", "sse2", "all"]
 
 
 def processor() -> str:
-    """The level that routines were chosen for: "none", "sse2" or "all"."""
+    """Returns the processor level that routines were selected for: "none", "sse2" or "all"."""
     return _vx.processor()
 
 
 def set_processor(level: Level) -> None:
-    """Chooses routines as for a processor of that level; "all" is what this machine has."""
+    """Selects routines for a processor level.
+
+    level: "none", "sse2", or "all", which uses all instructions of this machine.
+
+    Raises TypeError, ValueError, RuntimeError.
+    """
     _vx.set_processor(level)
 
 
 def threads() -> int:
-    """Threads on which the generic iterator may run; the built-in one runs on the caller's."""
+    """Returns the number of threads that the generic iterator may use.
+
+    The built-in iterator uses only the calling thread.
+    """
     return _vx.threads()
 
 
 def set_threads(count: int) -> None:
-    """Sets threads(), 1..1024."""
+    """Sets the number that threads() returns.
+
+    count: 1..1024.
+
+    Raises TypeError, ValueError, RuntimeError.
+    """
     _vx.set_threads(count)
 
 
 def module_folders() -> list[str]:
-    """Folders that are searched for acceleration modules."""
+    """Returns the folders that are searched for acceleration modules."""
     return _vx.module_folders()
 
 
 def set_module_folders(folders: Iterable[str | os.PathLike[str]]) -> None:
-    """Sets module_folders() and loads what is there."""
+    """Sets the folders that are searched for acceleration modules, and loads the modules.
+
+    folders: a list of paths.
+
+    Raises TypeError, RuntimeError, vx.Error.
+    """
     if isinstance(folders, str):
         raise TypeError(f"folders: a list of folders, not {folders!r}")
     _vx.set_module_folders([os.fspath(folder) for folder in folders])
 
 
 class Slot(NamedTuple):
-    """A replaceable routine: its number, name, type, and what stands there.
+    """A replaceable routine.
 
+    number: number of the slot.
+    name: name of the slot.
+    signature: type of the routine.
     state: "built-in", "replaced", "not-built", or "none" after vx.death().
     """
 
@@ -65,12 +86,16 @@ class Slot(NamedTuple):
 
 
 def slots() -> list[Slot]:
-    """Each replaceable routine."""
+    """Returns all replaceable routines."""
     return [Slot(*slot) for slot in _vx.slots()]
 
 
 class Suite(NamedTuple):
-    """A table of functions for plug-ins."""
+    """A table of functions for plug-ins.
+
+    name, version: identification of the suite.
+    members: number of functions.
+    """
 
     name: str
     version: int
@@ -78,15 +103,18 @@ class Suite(NamedTuple):
 
 
 def suites() -> list[Suite]:
-    """Each suite that the library has registered."""
+    """Returns all suites that the library has registered."""
     return [Suite(*suite) for suite in _vx.suites()]
 
 
 def free_memory() -> None:
-    """Gives back what blending keeps for the next call. RuntimeError while a call works."""
+    """Frees the memory that blending keeps for later calls.
+
+    Raises RuntimeError while another call runs.
+    """
     _vx.free_memory()
 
 
 def object_version() -> int:
-    """The version of the library's records in the high half of a word."""
+    """Returns the version of the library, in the upper 16 bits of a 32-bit number."""
     return _vx.object_version()

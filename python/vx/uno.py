@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """One-channel buffers: masks and mattes.
 
-A mask is an array of height x width of uint8 (0..255), uint16 (0..32768) or float32 (0..1), of any
-strides. As elsewhere nothing but `out` is changed; without it a new array is given. What
-rect, at, progress, out and order are is told at the module vx.
+A mask is an array of height x width of uint8 (0..255), uint16 (0..32768) or float32 (0..1), with
+any strides. Only `out` is changed; without it the result is a new array. For rect, at, progress,
+out and order see the module vx.
 """
 
 from __future__ import annotations
@@ -34,7 +34,7 @@ def _array(name: str, mask: Mask) -> Mask:
 
 
 def _own(mask: Mask) -> Mask:
-    """A contiguous copy, to work on."""
+    """Returns a contiguous copy of the mask."""
     return _array("mask", mask).copy(order="C")
 
 
@@ -49,9 +49,13 @@ def _given(result: Mask, out: Mask | None) -> Mask:
 
 
 def fill(mask: Mask, value: float, *, rect: Rect | None = None, out: Mask | None = None) -> Mask:
-    """The mask with `rect` (None: all; float masks only all) at one value of its scale.
+    """Returns the mask with `rect` filled with one value.
 
-    Raises TypeError, ValueError, Error.
+    mask: any depth.
+    value: at the scale of the mask.
+    rect: must be None for a float mask, which is filled completely.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     work = _own(mask)
     _vx.uno_fill(work, value, rect)
@@ -59,23 +63,39 @@ def fill(mask: Mask, value: float, *, rect: Rect | None = None, out: Mask | None
 
 
 def fade(mask: Mask, opacity: float, *, out: Mask | None = None) -> Mask:
-    """The mask times an opacity, 0..1. Raises TypeError, ValueError, Error."""
+    """Returns the mask multiplied by an opacity.
+
+    mask: any depth.
+    opacity: 0..1.
+
+    Raises TypeError, ValueError, vx.Error.
+    """
     work = _own(mask)
     _vx.uno_fade(work, opacity)
     return _given(work, out)
 
 
 def invert(mask: Mask, *, opacity: float = 1.0, out: Mask | None = None) -> Mask:
-    """1 less the mask, then times an opacity, 0..1. Raises TypeError, ValueError, Error."""
+    """Returns full scale - mask, multiplied by an opacity.
+
+    mask: any depth.
+    opacity: 0..1.
+
+    Raises TypeError, ValueError, vx.Error.
+    """
     work = _own(mask)
     _vx.uno_invert(work, opacity)
     return _given(work, out)
 
 
 def convert(mask: Mask, depth: int, *, invert: bool = False, out: Mask | None = None) -> Mask:
-    """The mask at a depth of 8, 16 or 32 bits, inverted after that when asked to.
+    """Returns the mask at another depth.
 
-    Raises TypeError, ValueError, Error.
+    mask: any depth.
+    depth: 8, 16 or 32.
+    invert: invert the result.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     if depth not in KINDS:
         raise ValueError(f"depth: 8, 16 or 32, not {depth!r}")
@@ -88,13 +108,16 @@ def convert(mask: Mask, depth: int, *, invert: bool = False, out: Mask | None = 
 def transfer(dst: Mask, src: Mask, *, mask: Mask | None = None, outside: Outside = "keep",
              rect: Rect | None = None, at: Place | None = None, progress: Progress | None = None,
              out: Mask | None = None) -> Mask:
-    """`dst` mixed toward `rect` of `src` by `mask`, which lies in src's frame; None is 1.
+    """Returns `dst` mixed with `rect` of `src`: dst + mask (src - dst).
 
-    at: (x, y) where the corner of the rectangle lands; None is its own corner.
-    outside: what src does not cover is kept, or cleared; "clear-beyond" clears to the right only
-    where src ends short of the row.
+    dst, src: masks of one depth.
+    mask: weights of the depth of src, in the coordinates of src. None is 1 everywhere.
+    outside: pixels of dst outside the area of src and mask. "keep" leaves them unchanged, "clear"
+    and "clear-beyond" set them to 0.
+    rect: in src.
+    at: position in dst of the top left corner of `rect`. None: the position of `rect` itself.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     work = _own(dst)
     weights = None if mask is None else _contiguous("mask", mask)
@@ -106,13 +129,15 @@ def accumulate(dst: Mask, src: Mask, mode: Literal["add", "replace", "subtract"]
                gains: tuple[float, float] | None = None, rect: Rect | None = None,
                at: Place | None = None, progress: Progress | None = None,
                out: Mask | None = None) -> Mask:
-    """`src` added to `dst`, put in its place or taken away, held to 0..1.
+    """Returns `dst` with `src` added, subtracted or stored. Results are clamped to 0..1.
 
-    uint8 may go into uint16 as the codes they are.
+    dst, src: masks of one depth, or uint8 into uint16: then 8-bit values are used without
+    conversion, and the maximum is 65535.
+    mode: "add", "replace" or "subtract".
+    gains: factors (of src, of dst), 0..32767, applied first. None is (1, 1).
+    rect, at: as in transfer().
 
-    gains: (of src, of dst), 0..32767.
-
-    rect and at as in transfer(). Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     work = _own(dst)
     _vx.uno_accumulate(work, _contiguous("src", src), mode, gains, rect, at, progress)
@@ -121,11 +146,14 @@ def accumulate(dst: Mask, src: Mask, mode: Literal["add", "replace", "subtract"]
 
 def feather(mask: Mask, radius: float | tuple[float, float], *, kind: Kind = "soft",
             progress: Progress | None = None, out: Mask | None = None) -> Mask:
-    """The mask softened along rows and columns: by one box, three, or a Gaussian.
+    """Returns the mask blurred along rows and columns. A constant mask is unchanged.
 
-    radius: pixels, 0..32767, or (x, y). Box and soft cost the same for any radius.
+    mask: any depth.
+    radius: pixels, 0..32767, or (x, y).
+    kind: "box" (one box), "soft" (three boxes) or "gaussian". Box and soft take the same time for
+    any radius.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     x, y = pair("radius", radius)
     work = _own(mask)
@@ -135,13 +163,15 @@ def feather(mask: Mask, radius: float | tuple[float, float], *, kind: Kind = "so
 
 def box_scan(line: Mask, radius: float, *, kind: int = 0, start: int = 0, end: int | None = None,
              out: Mask | None = None) -> Mask:
-    """One line blurred between `start` and `end`: kind 0 one box, 1 and others three.
+    """Returns one line blurred by boxes between `start` and `end`.
 
     line: an array of one dimension.
-    radius: pixels, 0..32767. Below one of about 2.7 kind 1 is a Gaussian and others are a plain
-    box.
+    radius: pixels, 0..32767.
+    kind: 0 is one box, other numbers are three boxes. With a radius below about 2.7 the three boxes
+    are replaced: 1 is a Gaussian, other numbers are one plain box.
+    start, end: first index and the index after the last one. None is the end of the line.
 
-    Raises TypeError, ValueError, Error.
+    Scans of several threads run one after the other. Raises TypeError, ValueError, vx.Error.
     """
     work = _own(line)
     _vx.uno_scan(work, False, kind, radius, start, end)
@@ -150,11 +180,12 @@ def box_scan(line: Mask, radius: float, *, kind: int = 0, start: int = 0, end: i
 
 def gaussian_scan(line: Mask, radius: float, *, kind: int = 1, start: int = 0,
                   end: int | None = None, out: Mask | None = None) -> Mask:
-    """One line blurred between `start` and `end`: kind 1 a Gaussian, others a plain box.
+    """Returns one line blurred between `start` and `end`.
 
-    line and radius as in box_scan(). One such scan runs at a time.
+    line, radius, start, end: as in box_scan().
+    kind: 1 is a Gaussian, other numbers are one box.
 
-    Raises TypeError, ValueError, Error.
+    Scans of several threads run one after the other. Raises TypeError, ValueError, vx.Error.
     """
     work = _own(line)
     _vx.uno_scan(work, True, kind, radius, start, end)
@@ -162,37 +193,51 @@ def gaussian_scan(line: Mask, radius: float, *, kind: int = 1, start: int = 0,
 
 
 def from_picture(picture: Picture, what: Quantity = "alpha", *, order: Order = "rgba") -> Mask:
-    """The mask that one quantity of a picture is; luma is times alpha.
+    """Returns one quantity of a picture as a mask of the same depth.
 
-    Raises TypeError, ValueError, Error.
+    picture: any depth.
+    what: "alpha", "inverse-alpha", "luma", "inverse-luma", "red", "green" or "blue". Luma is
+    luminance times alpha.
+
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.uno_from_picture(picture, what, order)
 
 
 def to_picture(mask: Mask, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The mask as an opaque grey picture. Raises TypeError, ValueError, Error."""
+    """Returns the mask as an opaque grey picture.
+
+    mask: any depth.
+
+    Raises TypeError, ValueError, vx.Error.
+    """
     return _vx.uno_to_picture(_contiguous("mask", mask), out, order)
 
 
 def merge(picture: Picture, mask: Mask, *, at: Place = (0, 0), rect: Rect | None = None,
           progress: Progress | None = None, out: Picture | None = None,
           order: Order = "rgba") -> Picture:
-    """The picture with its alpha times the mask, whose corner lies at (x, y); 0 outside of it.
+    """Returns the picture with its alpha multiplied by the mask; outside the mask alpha is 0.
 
-    The mask may have another depth. rect: of the picture; outside of it alpha becomes 0, too.
+    picture: any depth.
+    mask: any depth.
+    at: position in the picture of the top left corner of the mask.
+    rect: in the picture; outside it alpha is 0, too.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.uno_merge(picture, _contiguous("mask", mask), at, rect, progress, out, order)
 
 
 def blend_alpha(picture: Picture, mask: Mask, target: float, *, opacity: float = 1.0,
                 out: Picture | None = None, order: Order = "rgba") -> Picture:
-    """The picture with its alpha moved toward `target` by the mask times an opacity, 0..1.
+    """Returns the picture with its alpha moved toward a target: a + mask opacity (target - a).
 
-    mask: of the height, width and depth of the picture.
-    target: at the scale of the depth.
+    picture: any depth.
+    mask: array with the height, width and depth of the picture.
+    target: alpha at the scale of the depth.
+    opacity: 0..1.
 
-    Raises TypeError, ValueError, Error.
+    Raises TypeError, ValueError, vx.Error.
     """
     return _vx.uno_blend_alpha(picture, _contiguous("mask", mask), target, opacity, out, order)

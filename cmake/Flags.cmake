@@ -1,7 +1,7 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
 
-# How everything here is compiled: the same bits on every machine, so no contraction and no fast-math.
+# Flags of all targets. Results must be equal on every machine: no contraction, no fast-math.
 # The code does not use floating-point exception flags or errno of a square root; the flags change no result
 # and allow the compiler to select between two computed values instead of branching.
 add_library(vx_flags INTERFACE)

@@ -1,8 +1,8 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
 
-# What `cmake --install` puts down, for find_package(VX) and pkg-config. The tree may be moved as a
-# whole: everything in it finds the rest by relative paths.
+# Files of `cmake --install`, for find_package(VX) and pkg-config. All paths are relative, so the installed
+# tree may be moved.
 include(CMakePackageConfigHelpers)
 
 set(vx_libraries VX VXHost)
@@ -24,7 +24,7 @@ install(DIRECTORY ${vx_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 if(TARGET vx_python)
   file(RELATIVE_PATH vx_lib_from_python /${VX_PYTHON_DIR}/vx /${CMAKE_INSTALL_LIBDIR})
-  # Beside it in a wheel, else where the libraries go.
+  # In a wheel the libraries are in lib/ next to the module, otherwise in the library directory.
   set_target_properties(vx_python PROPERTIES
                         INSTALL_RPATH "$ORIGIN/lib:$ORIGIN/${vx_lib_from_python}")
   install(TARGETS vx_python LIBRARY DESTINATION ${VX_PYTHON_DIR}/vx)
@@ -41,8 +41,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/VXConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/VXConfig.cmake ${PROJECT_BINARY_DIR}/VXConfigVersion.cmake
         DESTINATION ${vx_package_dir})
 
-# A pkg-config file for each library. libVX names no host of its own: its user adds vx-host, or links
-# another one after it.
+# A pkg-config file for each library. vx does not require a host: the user adds vx-host, or links another
+# host after it.
 function(vx_install_pc name library description requires)
   set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH prefix_from_pc /${pc_dir} /)

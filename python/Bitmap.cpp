@@ -57,7 +57,7 @@ BitmapPtr NewBitmap(const py::object& width, const py::object& height, const py:
 
 WorldPtr WorldOf(const BitmapPtr& bitmap) {
   if (bitmap->bgra()) {
-    throw py::value_error("bitmap: worlds are alpha first; copy_bitmap brings BGRA to it");
+    throw py::value_error("bitmap: a World needs the order \"argb\"; copy_bitmap converts");
   }
   const Call call;
   std::unique_ptr<VX_World> world;

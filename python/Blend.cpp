@@ -154,7 +154,8 @@ void BlendPixels(const py::array& s, const py::array& d, const py::object& mode_
                  const py::object& opacity, const py::object& opacity2,
                  const py::object& tables_word) {
   const int32_t mode = ParseMode(mode_word);
-  if (mode < 0) throw py::value_error("mode: only whole pictures have it, not single pixels");
+  if (mode < 0)
+    throw py::value_error("mode: is not available for single pixels, only for pictures");
   const Opacities opacities{ParseOpacity("opacity", opacity), ParseOpacity("opacity2", opacity2)};
   const LinearTablesPtr tables = ParseTables(tables_word);
   vx::visit_depth(DepthOf(d, "d"),

@@ -131,8 +131,8 @@ py::object Blur(const py::object& picture, const py::object& radius_x, const py:
   const int64_t wide = from.width + 2 * int64_t{reach_x};
   const int64_t high = from.height + 2 * int64_t{reach_y};
   if (wide > 30000 || high > 30000) {
-    throw py::value_error("grow: makes it " + std::to_string(wide) + " x " + std::to_string(high) +
-                          " pixels; at most 30000 a side");
+    throw py::value_error("grow: the result has " + std::to_string(wide) + " x " +
+                          std::to_string(high) + " pixels; at most 30000 a side");
   }
   Progress polled(progress);
   Target target = Target::Sized(source, out, static_cast<int32_t>(wide), static_cast<int32_t>(high),

@@ -116,9 +116,10 @@ Pixels PixelsOf(const py::array& array, const char* name) {
   const py::ssize_t row = height > 1 ? array.strides(0) : width * pixel;
   if (array.strides(2) != item || (width > 1 && array.strides(1) != pixel) || row < width * pixel ||
       row > INT32_MAX) {
-    throw py::value_error(Sentence(name, array,
-                                   "channels and pixels must follow each other in memory and rows "
-                                   "go down; numpy.ascontiguousarray makes such a copy"));
+    throw py::value_error(
+        Sentence(name, array,
+                 "channels and pixels must be contiguous in memory, and rows must "
+                 "have increasing addresses; numpy.ascontiguousarray makes such a copy"));
   }
   return {const_cast<char*>(static_cast<const char*>(array.data())),
           row,

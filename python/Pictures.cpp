@@ -11,7 +11,7 @@ namespace {
 
 void RequireWritable(const py::array& array, const char* name) {
   if (!array.writeable()) {
-    throw py::value_error(Sentence(name, array, "it is read-only and cannot take a result"));
+    throw py::value_error(Sentence(name, array, "is read-only and cannot receive a result"));
   }
 }
 
@@ -60,7 +60,7 @@ Target Target::For(const py::object& out, Order order, bool as_world, int32_t wi
     target.world_ = out.cast<WorldPtr>();
     target.result_ = out;
     if (!target.world_->writable()) {
-      throw py::value_error("out: the world views a read-only array");
+      throw py::value_error("out: is a World of a read-only array");
     }
     const VX_World& world = *target.world();
     if (world.width != width || world.height != height || world.Depth() != depth) {
@@ -139,6 +139,6 @@ void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name,
   if (a.Depth() == b.Depth()) return;
   throw py::value_error(std::string(b_name) + ": has " + std::to_string(b.Depth()) +
                         " bits a channel, and " + a_name + " " + std::to_string(a.Depth()) +
-                        "; vx.convert brings them together");
+                        "; vx.convert changes the depth");
 }
 }  // namespace vxpy

@@ -127,7 +127,7 @@ struct Positions {
 VX_Fixed ParsePosition(double value, int32_t side, bool unclipped) {
   if (!(value > -32768 && value < 32767)) {
     if (value != value) throw py::value_error("x, y: not a number");
-    throw py::value_error("x, y: positions lie between -32768 and 32767");
+    throw py::value_error("x, y: positions are -32768..32767");
   }
   const auto fixed = static_cast<VX_Fixed>(std::floor(value * 65536 + 0.5));
   if (unclipped && (fixed < 0 || (fixed >> 16) + 1 >= side)) {

@@ -62,7 +62,7 @@ void Fill(const py::array& mask, const py::object& value, const py::object& rect
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   if (depth == 32) {
     const auto level = static_cast<float>(ParseNumber("value", value, -3.4e38, 3.4e38));
-    if (area) throw py::value_error("rect: float masks are filled whole");
+    if (area) throw py::value_error("rect: must be None for a float mask");
     return Run([&] { return VX_FillFloatUnoBuffer(level, plane.get()); });
   }
   const int64_t level = ParseWhole("value", value, 0, static_cast<int64_t>(vx::full_scale(depth)));

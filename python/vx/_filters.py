@@ -35,8 +35,8 @@ def gaussian_kernel(radius: float, *, one_dimensional: bool = False, normalize: 
 
     radius: pixels, 0..4096.
     one_dimensional: return one dimension instead of a square.
-    normalize: then scale the weights so that their sum is about 255 times their number.
-    multiplier: factor of the weights, which are then clamped to 0..255; -1e6..1e6.
+    normalize: scale the clamped weights so that their sum is about 255 times their number.
+    multiplier: factor of the weights, -1e6..1e6. The products are clamped to 0..255.
 
     Raises TypeError, ValueError, vx.Error.
     """

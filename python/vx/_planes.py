@@ -93,6 +93,6 @@ def put(out: numpy.ndarray, result: numpy.ndarray) -> numpy.ndarray:
         raise ValueError(f"out: shape {out.shape}, dtype {out.dtype}; the result has shape "
                          f"{result.shape}, dtype {result.dtype}")
     if not out.flags.writeable:
-        raise ValueError("out: it is read-only and cannot take a result")
+        raise ValueError("out: is read-only and cannot receive a result")
     out[...] = result
     return out

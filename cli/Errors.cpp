@@ -4,6 +4,7 @@
 
 #include <new>
 
+#include "VX/cpp/Error.hpp"
 #include "VXIO/VXIO_Picture.h"
 #include "host/COR.h"
 #include "host/VXHost.h"
@@ -46,6 +47,8 @@ Failure Describe(const std::exception_ptr& error) {
     return {kInternal, library.what()};
   } catch (VX_Err code) {
     return {kInternal, TextOfCode(code)};
+  } catch (const vx::Error& refused) {
+    return {kInternal, TextOfCode(static_cast<VX_Err>(refused.code()))};
   } catch (const std::bad_alloc&) {
     return {kInternal, TextOfCode(VX_ErrOutOfMemory)};
   } catch (const std::exception& other) {

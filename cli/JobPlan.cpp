@@ -30,7 +30,7 @@ std::string RealFolder(const std::string& path) {
 
 std::string FrameList(std::vector<int64_t> frames) {
   std::sort(frames.begin(), frames.end());
-  return (frames.size() == 1 ? "frame " : "frames ") + VXIO_FrameWords(frames, kMostPieces);
+  return (frames.size() == 1 ? "frame " : "frames ") + VXIO_FormatFrames(frames, kMostPieces);
 }
 
 std::string Are(const std::vector<int64_t>& frames) {
@@ -121,7 +121,7 @@ void JobPlan::FindFrames(const Job& job) {
     if (!input.pattern) continue;
     input.on_disk = input.pattern->FramesOnDisk();
     if (!input.on_disk.empty()) continue;
-    const std::string near = input.pattern->NearMiss();
+    const std::string near = input.pattern->SimilarPattern();
     throw VXIO_Error(VXIO_ErrorKind::Input,
                      input.name + ": no file fits this pattern" +
                          (near.empty() ? "; check the name" : "; did you mean " + near + "?"));

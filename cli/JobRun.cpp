@@ -86,7 +86,7 @@ Runner::Runner(const Job& job, const JobPlan& plan, Progress* progress)
   if (options_.resume) {
     const std::string& output = plan.output();
     store_ = std::make_unique<ResumeStore>(
-        plan.sequence() ? VXIO_FramePattern(output).Spelled() : output,
+        plan.sequence() ? VXIO_FramePattern(output).Canonical() : output,
         options_.dry_run ? ResumeStore::ReadOnly : ResumeStore::ReadAndAdd);
   }
 }
@@ -280,7 +280,7 @@ int Runner::Conclude() {
   const Failure result =
       some ? Failure{kSomeFailed, std::to_string(failed_.size()) + " of " +
                                       std::to_string(plan_.size()) +
-                                      " frames failed: " + VXIO_FrameWords(numbers)}
+                                      " frames failed: " + VXIO_FormatFrames(numbers)}
            : first_failure_.second;
   if (options_.json && plan_.sequence()) {
     nlohmann::ordered_json record = {{"summary", true}, {"frames", plan_.size()}};

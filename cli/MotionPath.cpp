@@ -100,7 +100,7 @@ const MotionPath::Line& MotionPath::Find(int64_t frame) const {
   if (line == lines_.end()) {
     throw VXIO_Error(VXIO_ErrorKind::Input, file_ + ": has no line for frame " +
                                                 std::to_string(frame) + ", only for " +
-                                                VXIO_FrameWords(Frames(), 8));
+                                                VXIO_FormatFrames(Frames(), 8));
   }
   return line->second;
 }

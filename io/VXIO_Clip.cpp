@@ -10,12 +10,11 @@ extern "C" {
 #include <array>
 #include <cstdlib>
 
-#include "VX/VX_Premul.h"
+#include "VX/VX.hpp"
 #include "VXIO_ClipColor.h"
 #include "VXIO_ClipDecoder.h"
 #include "VXIO_Formats.h"
 #include "VXIO_InputFile.h"
-#include "VXIO_World.h"
 
 namespace {
 
@@ -134,9 +133,8 @@ VXIOp_ClipPixels VXIO_ClipReader::Impl::PixelsOfFrame() const {
 VXIO_Metadata VXIO_ClipReader::Impl::MetadataOf(const VXIO_Picture& picture,
                                                 std::optional<double> time) const {
   auto kept = std::make_shared<VXIO_Metadata::Impl>();
-  const OIIO::TypeDesc type = info.depth == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16;
-  kept->spec =
-      OIIO::ImageSpec(picture.world->width, picture.world->height, picture.has_alpha ? 4 : 3, type);
+  kept->spec = OIIO::ImageSpec(picture.world->width, picture.world->height,
+                               picture.has_alpha ? 4 : 3, VXIOp_SampleType(info.depth));
   const bool linear = decoder.file().stream().codecpar->color_trc == AVCOL_TRC_LINEAR;
   kept->spec.attribute("oiio:ColorSpace", linear ? "Linear" : "sRGB");
   if (info.pixel_aspect.num != info.pixel_aspect.den) {
@@ -162,7 +160,7 @@ VXIO_ClipFrame VXIO_ClipReader::Impl::MakeFrame(int32_t depth, VXIO_AlphaAs alph
   picture.warnings = std::exchange(warnings, {});
   picture.world = color.World(frame, pixels, info.orientation, depth, picture.has_alpha);
   if (picture.has_alpha && alpha == VXIO_AlphaAs::Premultiplied) {
-    VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));
+    vx::unpremultiply(*picture.world);
   }
   picture.metadata = MetadataOf(picture, made.time);
   return made;

@@ -11,7 +11,7 @@ extern "C" {
 #include <vector>
 
 #include "VXIO_InputFile.h"
-#include "VXIO_World.h"
+#include "VXIO_Samples.h"
 
 namespace {
 
@@ -111,7 +111,7 @@ float ChannelOfCode(uint32_t code, uint32_t most, float) {
 template <class Pixel>
 void ConvertYuvRow(const YuvRule& rule, const uint16_t* y, const uint16_t* u, const uint16_t* v,
                    int32_t width, Pixel* to) {
-  constexpr auto kFull = VXIOp_Full<Pixel>;
+  constexpr auto kFull = vx::PixelTraits<Pixel>::full_scale;
   for (int32_t x = 0; x < width; ++x) {
     const float luma = (static_cast<float>(y[x]) - rule.black) / rule.luma_span;
     const float cb = (static_cast<float>(u[x]) - 32768.0f) / rule.chroma_span;
@@ -158,7 +158,7 @@ class CodeRows {
   }
 
  private:
-  using Channel = VX_ChannelOf<Pixel>;
+  using Channel = typename vx::PixelTraits<Pixel>::Channel;
 
   void Read(int32_t y, int component, Pixel* to, Channel Pixel::*channel) {
     ReadSamples(frame_, pixels_, y, component, &samples_);
@@ -223,7 +223,7 @@ class YuvRows {
     const auto most = static_cast<float>((1 << pixels_.descriptor->comp[component].depth) - 1);
     for (int32_t x = 0; x < frame_.width; ++x) {
       const float value = static_cast<float>(samples_[static_cast<size_t>(x)]) / most;
-      to[x].alpha = ChannelOfValue(value, VXIOp_Full<Pixel>);
+      to[x].alpha = ChannelOfValue(value, vx::PixelTraits<Pixel>::full_scale);
     }
   }
 
@@ -243,7 +243,7 @@ void StoreRows(Rows rows, const AVFrame& frame, const VXIOp_Placement& place, bo
     if (with_alpha) {
       rows.Alpha(y, row.data());
     } else {
-      for (Pixel& pixel : row) pixel.alpha = VXIOp_Full<Pixel>;
+      for (Pixel& pixel : row) pixel.alpha = vx::PixelTraits<Pixel>::full_scale;
     }
     char* to = place.origin + y * place.step_y;
     if (place.step_x == ptrdiff_t{sizeof(Pixel)}) {
@@ -276,7 +276,7 @@ Siting SitingOf(AVChromaLocation location) {
 }
 
 void CheckLav(int error) {
-  if (error < 0) throw VX_Err{VX_ErrOutOfMemory};  // other causes are checked before
+  if (error < 0) throw vx::Error(vx::ErrorCode::out_of_memory);  // other causes are checked before
 }
 
 }  // namespace
@@ -332,7 +332,7 @@ const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
     made_for_ = {};  // in case of an exception below
     scaler_.reset(sws_alloc_context());
     full_.reset(av_frame_alloc());
-    if (!scaler_ || !full_) throw VX_Err{VX_ErrOutOfMemory};
+    if (!scaler_ || !full_) throw vx::Error(vx::ErrorCode::out_of_memory);
     full_->format = AV_PIX_FMT_YUV444P16;
     full_->width = frame.width;
     full_->height = frame.height;
@@ -361,14 +361,14 @@ const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
   }
   const int rows = sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height,
                              full_->data, full_->linesize);
-  if (rows != frame.height) throw VX_Err{VX_ErrOutOfMemory};
+  if (rows != frame.height) throw vx::Error(vx::ErrorCode::out_of_memory);
   return *full_;
 }
 
 template <class Pixel>
 void VXIOp_ClipColor::Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixels,
-                              int32_t orientation, bool with_alpha, VX_LayerDef* world) {
-  const VXIOp_Placement place = VXIOp_PlacementOf(*world, orientation, sizeof(Pixel));
+                              int32_t orientation, bool with_alpha, vx::View<Pixel> view) {
+  const VXIOp_Placement place = VXIOp_PlacementOf(view, orientation);
   if (pixels.kind == Kind::Yuv) {
     const AVFrame& full = FullChroma(frame);
     StoreRows<Pixel>(YuvRows<Pixel>(frame, pixels, &full), frame, place, with_alpha);
@@ -386,16 +386,11 @@ VXIO_WorldPtr VXIOp_ClipColor::World(const AVFrame& frame, const VXIOp_ClipPixel
   const bool direct =
       !pixels.full_range || pixels.kind == Kind::Yuv || (depth == 32 && pixels.depth() == 16);
   const bool turned = orientation >= 5;
-  VXIO_WorldPtr world =
-      VXIOp_NewWorld(turned ? frame.height : frame.width, turned ? frame.width : frame.height,
-                     direct ? depth : pixels.depth());
-  try {
-    VXIOp_WithPixel(*world, [&](auto* pixel) {
-      Convert<std::remove_pointer_t<decltype(pixel)>>(frame, pixels, orientation, with_alpha,
-                                                      world.get());
-    });
-  } catch (const std::bad_alloc&) {
-    throw VX_Err{VX_ErrOutOfMemory};
-  }
-  return VXIO_ConvertDepth(std::move(world), depth);
+  vx::Image image = vx::Image::uninitialized(turned ? frame.height : frame.width,
+                                             turned ? frame.width : frame.height,
+                                             direct ? depth : pixels.depth());
+  VXIOp_WithMemoryErrors([&] {
+    vx::visit(image, [&](auto view) { Convert(frame, pixels, orientation, with_alpha, view); });
+  });
+  return VXIO_ConvertDepth(image.release(), depth);
 }

@@ -13,6 +13,7 @@ extern "C" {
 #include <memory>
 #include <string>
 
+#include "VX/VX.hpp"
 #include "VXIO/VXIO_Picture.h"
 
 // How the samples of a frame are interpreted.
@@ -58,7 +59,7 @@ class VXIOp_ClipColor {
   const AVFrame& FullChroma(const AVFrame& frame);
   template <class Pixel>
   void Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t orientation,
-               bool with_alpha, VX_LayerDef* world);
+               bool with_alpha, vx::View<Pixel> view);
 
   std::unique_ptr<SwsContext, Free> scaler_;
   std::unique_ptr<AVFrame, Free> full_;

@@ -10,7 +10,7 @@
 namespace {
 
 void CheckMemory(const void* allocated) {
-  if (!allocated) throw VX_Err{VX_ErrOutOfMemory};
+  if (!allocated) throw vx::Error(vx::ErrorCode::out_of_memory);
 }
 
 }  // namespace
@@ -66,7 +66,7 @@ void VXIOp_ClipDecoder::Open() {
   if (parameters.codec_id == AV_CODEC_ID_FFV1) codec_->thread_type = FF_THREAD_SLICE;
   int error = avcodec_parameters_to_context(codec_.get(), &parameters);
   if (error >= 0) error = avcodec_open2(codec_.get(), decoder, nullptr);
-  if (error == AVERROR(ENOMEM)) throw VX_Err{VX_ErrOutOfMemory};
+  if (error == AVERROR(ENOMEM)) throw vx::Error(vx::ErrorCode::out_of_memory);
   if (error < 0) {
     VXIOp_ThrowInput(path_, std::string("its video (") + avcodec_get_name(parameters.codec_id) +
                                 ") cannot be decoded (" + log_.Reason(error) + ")");
@@ -90,7 +90,7 @@ bool VXIOp_ClipDecoder::Next() {
   const VXIOp_LavLog::Capture capture(&log_);
   int got;
   while ((got = avcodec_receive_frame(codec_.get(), frame_.get())) == AVERROR(EAGAIN)) Feed();
-  if (got == AVERROR(ENOMEM)) throw VX_Err{VX_ErrOutOfMemory};
+  if (got == AVERROR(ENOMEM)) throw vx::Error(vx::ErrorCode::out_of_memory);
   if (got == AVERROR_EOF && truncation_.empty() && decoded_ > 0) {
     ended_ = true;
     return false;
@@ -116,7 +116,7 @@ void VXIOp_ClipDecoder::Feed() {
     error = avcodec_send_packet(codec_.get(), packet_.get());
     av_packet_unref(packet_.get());
   }
-  if (error == AVERROR(ENOMEM)) throw VX_Err{VX_ErrOutOfMemory};
+  if (error == AVERROR(ENOMEM)) throw vx::Error(vx::ErrorCode::out_of_memory);
   if (error < 0) Fail(log_.Reason(error));
 }
 

@@ -226,7 +226,7 @@ int VXIOp_ClipFile::Read(AVPacket* packet) {
     av_packet_unref(packet);
     error = av_read_frame(file_.get(), packet);
   } while (error >= 0 && packet->stream_index != stream_->index);
-  if (error == AVERROR(ENOMEM)) throw VX_Err{VX_ErrOutOfMemory};
+  if (error == AVERROR(ENOMEM)) throw vx::Error(vx::ErrorCode::out_of_memory);
   if (error >= 0 && (packet->flags & AV_PKT_FLAG_CORRUPT)) return AVERROR_INVALIDDATA;
   if (error < 0) return error;
   ++packets_;

@@ -7,7 +7,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include "VXIO_World.h"
+#include "VX/VX.hpp"
 
 namespace {
 
@@ -32,14 +32,14 @@ void RequireAlike(const VX_LayerDef& a, const VX_LayerDef& b) {
 }
 
 template <class Pixel>
-VXIO_Comparison Compare(const VX_LayerDef& a, const VX_LayerDef& b) {
+VXIO_Comparison Compare(vx::ConstView<Pixel> a, vx::ConstView<Pixel> b) {
   VXIO_Comparison result;
   VXIO_ChannelDifference* channels[4] = {&result.alpha, &result.red, &result.green, &result.blue};
   double squares = 0;
-  for (int32_t y = 0; y < a.height; ++y) {
-    const Pixel* row_a = VXIOp_Row<Pixel>(a, y);
-    const Pixel* row_b = VXIOp_Row<Pixel>(b, y);
-    for (int32_t x = 0; x < a.width; ++x) {
+  for (int32_t y = 0; y < a.height(); ++y) {
+    const Pixel* row_a = a.row(y).data();
+    const Pixel* row_b = b.row(y).data();
+    for (int32_t x = 0; x < a.width(); ++x) {
       std::array<double, 4> difference = Differences(row_a[x], row_b[x]);
       bool differs = false;
       for (size_t i = 0; i < 4; ++i) {
@@ -56,24 +56,24 @@ VXIO_Comparison Compare(const VX_LayerDef& a, const VX_LayerDef& b) {
       result.different_pixels += differs;
     }
   }
-  const double pixels = static_cast<double>(a.width) * a.height;
+  const double pixels = static_cast<double>(a.width()) * a.height();
   for (VXIO_ChannelDifference* channel : channels) channel->mean /= pixels;
   result.equal = result.different_pixels == 0;
-  const double peak = VXIOp_Full<Pixel>;
+  const double peak = vx::PixelTraits<Pixel>::full_scale;
   result.psnr = result.equal ? kInfinity : 10 * std::log10(peak * peak / (squares / (4 * pixels)));
   return result;
 }
 
 template <class Pixel>
-void Paint(const VX_LayerDef& a, const VX_LayerDef& b, const VX_LayerDef& out) {
-  using Channel = VX_ChannelOf<Pixel>;
-  for (int32_t y = 0; y < a.height; ++y) {
-    const Pixel* row_a = VXIOp_Row<Pixel>(a, y);
-    const Pixel* row_b = VXIOp_Row<Pixel>(b, y);
-    Pixel* to = VXIOp_Row<Pixel>(out, y);
-    for (int32_t x = 0; x < a.width; ++x) {
+void Paint(vx::ConstView<Pixel> a, vx::ConstView<Pixel> b, vx::View<Pixel> out) {
+  using Channel = typename vx::PixelTraits<Pixel>::Channel;
+  for (int32_t y = 0; y < a.height(); ++y) {
+    const Pixel* row_a = a.row(y).data();
+    const Pixel* row_b = b.row(y).data();
+    Pixel* to = out.row(y).data();
+    for (int32_t x = 0; x < a.width(); ++x) {
       std::array<double, 4> difference = Differences(row_a[x], row_b[x]);
-      to[x].alpha = VXIOp_Full<Pixel>;
+      to[x].alpha = vx::PixelTraits<Pixel>::full_scale;
       to[x].red = static_cast<Channel>(std::max(difference[0], difference[1]));
       to[x].green = static_cast<Channel>(std::max(difference[0], difference[2]));
       to[x].blue = static_cast<Channel>(std::max(difference[0], difference[3]));
@@ -85,16 +85,18 @@ void Paint(const VX_LayerDef& a, const VX_LayerDef& b, const VX_LayerDef& out) {
 
 VXIO_Comparison VXIO_Compare(const VX_LayerDef& a, const VX_LayerDef& b) {
   RequireAlike(a, b);
-  VXIO_Comparison result;
-  VXIOp_WithPixel(
-      a, [&](auto* pixel) { result = Compare<std::remove_pointer_t<decltype(pixel)>>(a, b); });
-  return result;
+  const vx::AnyConstView first(a), second(b);
+  return vx::visit_depth(first.depth(), [&]<class Pixel>() {
+    return Compare<Pixel>(first.as<Pixel>(), second.as<Pixel>());
+  });
 }
 
 VXIO_WorldPtr VXIO_DifferencePicture(const VX_LayerDef& a, const VX_LayerDef& b) {
   RequireAlike(a, b);
-  VXIO_WorldPtr out = VXIOp_NewWorld(a.width, a.height, VXp_WorldDepth(&a));
-  VXIOp_WithPixel(a,
-                  [&](auto* pixel) { Paint<std::remove_pointer_t<decltype(pixel)>>(a, b, *out); });
-  return out;
+  const vx::AnyConstView first(a), second(b);
+  vx::Image out = vx::Image::uninitialized(a.width, a.height, first.depth());
+  vx::visit_depth(first.depth(), [&]<class Pixel>() {
+    Paint<Pixel>(first.as<Pixel>(), second.as<Pixel>(), out.view<Pixel>());
+  });
+  return out.release();
 }

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "VX/VX.hpp"
 #include "VXIO/VXIO_Picture.h"
 #include "host/COR.h"
 
@@ -36,6 +37,13 @@ const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_vie
 
 // "png, jpeg, ...", for messages.
 std::string VXIOp_FormatNames();
+
+// Returns OpenImageIO's type of the samples of a file of 8, 16 or 32 bits.
+inline OIIO::TypeDesc VXIOp_SampleType(int32_t depth) {
+  return vx::visit_depth(depth, []<class Pixel>() -> OIIO::TypeDesc {
+    return OIIO::BaseTypeFromC<typename vx::PixelTraits<Pixel>::Channel>::value;
+  });
+}
 
 // Data of a picture that was read, for use in writing.
 struct VXIO_Metadata::Impl {

@@ -163,7 +163,7 @@ VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
     ok = open.input->open(path, open.spec, wish);
     if (!ok) why = VXIOp_FirstLine(open.input->geterror());
   } catch (const std::bad_alloc&) {
-    throw VX_Err{VX_ErrOutOfMemory};
+    throw vx::Error(vx::ErrorCode::out_of_memory);
   } catch (const std::exception& error) {
     why = VXIOp_FirstLine(error.what());
   }

@@ -10,7 +10,6 @@
 #include <cstdlib>
 
 #include "VXIO_Formats.h"
-#include "VXIO_World.h"
 
 namespace {
 
@@ -18,8 +17,9 @@ constexpr const char* kNonlinear = "sRGB";
 constexpr const char* kLinear = "gamma 1.0";
 
 void CheckEngine(QCE_Status status) {
-  if (status == QCE_OutOfMemory) throw VX_Err{VX_ErrOutOfMemory};
-  VXIOp_Check(status);
+  if (status != QCE_Ok) {
+    throw vx::Error(static_cast<vx::ErrorCode>(status), COR_QCE_StatusText(status));
+  }
 }
 
 COR_QCE_ProfilePtr BuiltIn(const char* name) {
@@ -206,25 +206,26 @@ bool VXIO_SameColors(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b) {
   CheckEngine(COR_QCE_GetProfileID(/*pool=*/nullptr, a, &id_a));
   CheckEngine(COR_QCE_GetProfileID(/*pool=*/nullptr, b, &id_b));
   if (id_a == id_b) return true;
-  constexpr int32_t kSteps = 6, kHalfStep = 32768 / 255 / 2;
-  std::vector<VX_Pixel16> before;
+  constexpr int32_t kWhite = vx::PixelTraits<vx::Pixel16>::full_scale;
+  constexpr int32_t kSteps = 6, kHalfStep = kWhite / 255 / 2;
+  std::vector<vx::Pixel16> before;
   auto level = [](int32_t step, int32_t steps) {
-    return static_cast<uint16_t>(step * 32768 / (steps - 1));
+    return static_cast<uint16_t>(step * kWhite / (steps - 1));
   };
   for (int32_t i = 0; i < kSteps * kSteps * kSteps; ++i) {
-    before.push_back({32768, level(i / kSteps / kSteps, kSteps), level(i / kSteps % kSteps, kSteps),
-                      level(i % kSteps, kSteps)});
+    before.push_back({kWhite, level(i / kSteps / kSteps, kSteps),
+                      level(i / kSteps % kSteps, kSteps), level(i % kSteps, kSteps)});
   }
   for (int32_t i = 0; i < 64; ++i) {
     const uint16_t grey = level(i, 64);
-    before.push_back({32768, grey, grey, grey});
+    before.push_back({kWhite, grey, grey, grey});
   }
-  std::vector<VX_Pixel16> after = before;
+  std::vector<vx::Pixel16> after = before;
   Apply(VXIO_NewTransform(a, b, 16), QCE_Format_Argb16, after.data(),
         static_cast<int32_t>(after.size()));
   auto near = [](uint16_t x, uint16_t y) { return std::abs(int32_t{x} - int32_t{y}) <= kHalfStep; };
   return std::equal(before.begin(), before.end(), after.begin(),
-                    [&](const VX_Pixel16& x, const VX_Pixel16& y) {
+                    [&](const vx::Pixel16& x, const vx::Pixel16& y) {
                       return near(x.red, y.red) && near(x.green, y.green) && near(x.blue, y.blue);
                     });
 }
@@ -237,8 +238,10 @@ COR_QCE_TransformPtr VXIO_NewTransform(const COR_QCE_ProfilePtr& from, const COR
 }
 
 void VXIO_ConvertColors(const COR_QCE_TransformPtr& transform, VX_LayerDef* world) {
-  const uint32_t format = FormatOfDepth(VXp_WorldDepth(world));
-  for (int32_t y = 0; y < world->height; ++y) {
-    Apply(transform, format, VXIOp_Row<char>(*world, y), world->width);
-  }
+  vx::visit(*world, [&](auto view) {
+    const uint32_t format = FormatOfDepth(decltype(view)::Traits::depth);
+    for (int32_t y = 0; y < view.height(); ++y) {
+      Apply(transform, format, view.row(y).data(), view.width());
+    }
+  });
 }

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "VX/VX_DepthConvert.h"
-#include "VX/VX_Premul.h"
 #include "VXIO_InputFile.h"
 #include "VXIO_Open.h"
-#include "VXIO_World.h"
+#include "VXIO_Samples.h"
 
 namespace {
 
@@ -25,7 +23,7 @@ struct Band {
 template <class Pixel>
 int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
                const VXIOp_Placement& place) {
-  using Sample = VX_ChannelOf<Pixel>;
+  using Sample = typename vx::PixelTraits<Pixel>::Channel;
   const Sample* from = static_cast<const Sample*>(band.samples);
   const int red = at.red - band.first_channel, green = at.green - band.first_channel;
   const int blue = at.blue - band.first_channel;
@@ -38,7 +36,8 @@ int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
       pixel.red = VXIOp_ChannelOfSample(from[red]);
       pixel.green = VXIOp_ChannelOfSample(from[green]);
       pixel.blue = VXIOp_ChannelOfSample(from[blue]);
-      pixel.alpha = alpha < 0 ? VXIOp_Full<Pixel> : VXIOp_ChannelOfSample(from[alpha]);
+      pixel.alpha =
+          alpha < 0 ? vx::PixelTraits<Pixel>::full_scale : VXIOp_ChannelOfSample(from[alpha]);
       colours_to_lose +=
           pixel.alpha == 0 && (pixel.red != 0 || pixel.green != 0 || pixel.blue != 0);
       std::memcpy(to, &pixel, sizeof pixel);
@@ -60,8 +59,8 @@ bool FetchBand(VXIOp_Open* open, const Band& band, OIIO::TypeDesc type, void* sa
 }
 
 template <class Pixel>
-int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
-  using Sample = VX_ChannelOf<Pixel>;
+int64_t ReadPixels(VXIOp_Open* open, vx::View<Pixel> view) {
+  using Sample = typename vx::PixelTraits<Pixel>::Channel;
   const OIIO::ImageSpec& spec = open->spec;
   const VXIOp_Channels& at = open->channels;
   const int alpha = at.alpha < 0 ? at.red : at.alpha;
@@ -73,7 +72,7 @@ int64_t ReadPixels(VXIOp_Open* open, VX_LayerDef* world) {
   const int64_t rows = std::clamp<int64_t>(kBandBytes / row_bytes / unit * unit, unit, spec.height);
   std::vector<Sample> samples(
       static_cast<size_t>(rows * row_bytes / static_cast<int64_t>(sizeof(Sample))));
-  const VXIOp_Placement place = VXIOp_PlacementOf(*world, open->orientation, sizeof(Pixel));
+  const VXIOp_Placement place = VXIOp_PlacementOf(view, open->orientation);
   int64_t colours_to_lose = 0;
   for (int64_t y = 0; y < spec.height; y += rows) {
     Band band{static_cast<int32_t>(y),
@@ -146,20 +145,14 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   // 16-bit samples are read directly into a float world: the scale 0..32768 would lose one bit.
   int32_t own = depth == 32 && open.depth == 16 ? 32 : open.depth;
   VXIO_Picture picture = HeaderOf(&open);
-  picture.world = VXIOp_NewWorld(open.width(), open.height(), own);
-  int64_t colours_to_lose = 0;
-  try {
-    VXIOp_WithPixel(*picture.world, [&](auto* pixel) {
-      colours_to_lose =
-          ReadPixels<std::remove_pointer_t<decltype(pixel)>>(&open, picture.world.get());
-    });
-  } catch (const std::bad_alloc&) {
-    throw VX_Err{VX_ErrOutOfMemory};
-  }
+  vx::Image image = vx::Image::uninitialized(open.width(), open.height(), own);
+  const int64_t colours_to_lose = VXIOp_WithMemoryErrors(
+      [&] { return vx::visit(image, [&](auto view) { return ReadPixels(&open, view); }); });
+  picture.world = image.release();
   // Dividing by alpha is more precise at the larger depth.
   if (depth > own) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
   if (divides) {
-    VXIOp_Check(VX_Premul(nullptr, /*forward=*/0, picture.world.get()));
+    vx::unpremultiply(*picture.world);
     if (colours_to_lose > 0) {
       picture.warnings.push_back(path + ": " + std::to_string(colours_to_lose) +
                                  " pixels have light but no coverage, which straight alpha "
@@ -178,9 +171,7 @@ VXIO_Picture VXIO_ReadHeader(const std::string& path) {
 
 VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth) {
   if (VXp_WorldDepth(world.get()) == depth) return world;
-  VXIO_WorldPtr other = VXIOp_NewWorld(world->width, world->height, depth);
-  VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, world.get(), /*rect=*/nullptr,
-                                   /*dither=*/0,
-                                   /*h=*/0, /*v=*/0, other.get()));
-  return other;
+  vx::Image other = vx::Image::uninitialized(world->width, world->height, depth);
+  vx::convert(other, *world);
+  return other.release();
 }

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
+#include "VX/VX.hpp"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
-#include "VXIO_World.h"
 
 namespace {
 
@@ -29,13 +29,13 @@ VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, uint8_t gre
                                        OIIO::cspan<float>(&white, 1))) {
     throw std::runtime_error("labels failed: " + VXIOp_FirstLine(letters.geterror()));
   }
-  VXIO_WorldPtr world = VXIOp_NewWorld(width, height, 8);
+  vx::Image image = vx::Image::uninitialized(width, height, 8);
   for (int32_t y = 0; y < height; ++y) {
-    VX_Pixel8* row = VXIOp_Row<VX_Pixel8>(*world, y);
-    for (int32_t x = 0; x < width; ++x) {
-      auto coverage = static_cast<uint8_t>(letters.getchannel(x, y, 0, 0) * 255.0f + 0.5f);
-      row[x] = {coverage, grey, grey, grey};
+    int32_t x = 0;
+    for (vx::Pixel8& pixel : image.view<vx::Pixel8>().row(y)) {
+      const float coverage = letters.getchannel(x++, y, 0, 0) * 255.0f + 0.5f;
+      pixel = {static_cast<uint8_t>(coverage), grey, grey, grey};
     }
   }
-  return world;
+  return image.release();
 }

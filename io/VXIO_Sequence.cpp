@@ -116,7 +116,7 @@ std::string VXIO_FramePattern::Name(int64_t frame) const {
   return folder_ + before_ + Padded(frame, digits_) + after_;
 }
 
-std::string VXIO_FramePattern::Spelled() const {
+std::string VXIO_FramePattern::Canonical() const {
   return folder_ + before_ + std::string(digits_, '#') + after_;
 }
 
@@ -134,13 +134,13 @@ std::vector<int64_t> VXIO_FramePattern::FramesOnDisk() const {
     if (std::optional<int64_t> frame = FrameOf(name)) frames.push_back(*frame);
   });
   if (static_cast<int64_t>(frames.size()) > VXIO_MostFrames) {
-    VXIOp_ThrowInput(Spelled(), "has more than " + std::to_string(VXIO_MostFrames) + " frames");
+    VXIOp_ThrowInput(Canonical(), "has more than " + std::to_string(VXIO_MostFrames) + " frames");
   }
   std::sort(frames.begin(), frames.end());
   return frames;
 }
 
-std::string VXIO_FramePattern::NearMiss() const {
+std::string VXIO_FramePattern::SimilarPattern() const {
   std::string found;
   ForEachName(folder_, [&](const std::string& name) {
     std::string digits = Between(name, before_, after_);
@@ -223,7 +223,7 @@ std::vector<int64_t> VXIO_ParseFrames(const std::string& text) {
   return frames;
 }
 
-std::string VXIO_FrameWords(const std::vector<int64_t>& frames, size_t most) {
+std::string VXIO_FormatFrames(const std::vector<int64_t>& frames, size_t most) {
   std::string text;
   size_t pieces = 0;
   for (size_t i = 0; i < frames.size();) {

@@ -8,12 +8,11 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <type_traits>
 
-#include "VX/VX_DepthConvert.h"
-#include "VX/VX_Premul.h"
+#include "VX/VX.hpp"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
-#include "VXIO_World.h"
 
 namespace {
 
@@ -39,11 +38,12 @@ int32_t FileDepth(const VXIOp_Format& format, int32_t world_depth) {
 }
 
 template <class Pixel>
-int64_t CountNotOpaque(const VX_LayerDef& world) {
+int64_t CountNotOpaque(vx::ConstView<Pixel> view) {
   int64_t count = 0;
-  for (int32_t y = 0; y < world.height; ++y) {
-    const Pixel* row = VXIOp_Row<Pixel>(world, y);
-    for (int32_t x = 0; x < world.width; ++x) count += !(row[x].alpha >= VXIOp_Full<Pixel>);
+  for (int32_t y = 0; y < view.height(); ++y) {
+    for (const Pixel& pixel : view.row(y)) {
+      count += !(pixel.alpha >= vx::PixelTraits<Pixel>::full_scale);  // counts NaN
+    }
   }
   return count;
 }
@@ -115,10 +115,7 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
                             (plan.world_depth == 32 ? "float" : "16-bit") + " picture is rounded" +
                             (plan.world_depth == 32 ? " and clipped to 0..1" : ""));
   }
-  int64_t not_opaque = 0;
-  VXIOp_WithPixel(world, [&](auto* pixel) {
-    not_opaque = CountNotOpaque<std::remove_pointer_t<decltype(pixel)>>(world);
-  });
+  const int64_t not_opaque = vx::visit(world, [](auto view) { return CountNotOpaque(view); });
   const bool grey = options.grey && plan.format->grey;
   plan.alpha =
       !grey && plan.format->alpha != VXIO_AlphaKind::None && (options.keep_alpha || not_opaque > 0);
@@ -127,11 +124,9 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
                             std::to_string(not_opaque) +
                             " pixels that are not opaque is left out, colours stay");
   }
-  OIIO::TypeDesc type = plan.file_depth == 8    ? OIIO::TypeDesc::UINT8
-                        : plan.file_depth == 16 ? OIIO::TypeDesc::UINT16
-                                                : OIIO::TypeDesc::FLOAT;
   plan.channels = grey ? 1 : plan.alpha ? 4 : 3;
-  plan.spec = OIIO::ImageSpec(world.width, world.height, plan.channels, type);
+  plan.spec =
+      OIIO::ImageSpec(world.width, world.height, plan.channels, VXIOp_SampleType(plan.file_depth));
   plan.spec.default_channel_names();
   std::string_view name = plan.format->name;
   if (name == "tiff" || name == "exr") plan.spec.attribute("compression", "zip");
@@ -196,7 +191,7 @@ uint8_t SampleOfChannel(uint8_t channel, uint8_t) { return channel; }
 float SampleOfChannel(float channel, float) { return channel; }
 uint16_t SampleOfChannel(uint16_t channel, uint16_t) {
   // The caller's pixels may exceed white; the file must be valid nevertheless.
-  uint32_t value = std::min<uint32_t>(channel, 32768);
+  uint32_t value = std::min<uint32_t>(channel, vx::PixelTraits<vx::Pixel16>::full_scale);
   return static_cast<uint16_t>((value * 65535 + 16384) >> 15);
 }
 uint16_t SampleOfChannel(float channel, uint16_t) {
@@ -205,10 +200,10 @@ uint16_t SampleOfChannel(float channel, uint16_t) {
 }
 
 template <class Pixel, class Sample>
-void Pack(const VX_LayerDef& world, int32_t y_begin, int32_t y_end, int32_t channels, Sample* to) {
-  for (int32_t y = y_begin; y < y_end; ++y) {
-    const char* from = reinterpret_cast<const char*>(VXIOp_Row<Pixel>(world, y));
-    for (int32_t x = 0; x < world.width; ++x, from += sizeof(Pixel)) {
+void Pack(vx::ConstView<Pixel> view, int32_t channels, Sample* to) {
+  for (int32_t y = 0; y < view.height(); ++y) {
+    const char* from = reinterpret_cast<const char*>(view.row(y).data());
+    for (int32_t x = 0; x < view.width(); ++x, from += sizeof(Pixel)) {
       Pixel pixel;
       std::memcpy(&pixel, from, sizeof pixel);
       *to++ = SampleOfChannel(pixel.red, Sample{});
@@ -220,12 +215,11 @@ void Pack(const VX_LayerDef& world, int32_t y_begin, int32_t y_end, int32_t chan
   }
 }
 
-int64_t CountHiddenColour(const VX_LayerDef& band, int32_t rows) {
+int64_t CountHiddenColour(vx::ConstView<vx::PixelFloat> band) {
   int64_t count = 0;
-  for (int32_t y = 0; y < rows; ++y) {
-    const VX_PixelFloat* row = VXIOp_Row<VX_PixelFloat>(band, y);
-    for (int32_t x = 0; x < band.width; ++x) {
-      count += row[x].alpha == 0 && (row[x].red != 0 || row[x].green != 0 || row[x].blue != 0);
+  for (int32_t y = 0; y < band.height(); ++y) {
+    for (const vx::PixelFloat& pixel : band.row(y)) {
+      count += pixel.alpha == 0 && (pixel.red != 0 || pixel.green != 0 || pixel.blue != 0);
     }
   }
   return count;
@@ -234,47 +228,38 @@ int64_t CountHiddenColour(const VX_LayerDef& band, int32_t rows) {
 // Converts the rows of a world to the file's format and passes them to the writer.
 class RowWriter {
  public:
-  RowWriter(const VX_LayerDef& world, const Plan& plan, OIIO::ImageOutput* out)
+  RowWriter(vx::AnyConstView world, const Plan& plan, OIIO::ImageOutput* out)
       : world_(world), plan_(plan), out_(out) {
+    const int32_t rows = std::min(world.height(), kBandRows);
     multiplies_ = plan.alpha && plan.format->alpha == VXIO_AlphaKind::Premultiplied;
     // Float worlds are converted to 16-bit samples directly, others by depth conversion.
     converts_ =
         plan.file_depth != plan.world_depth && !(plan.world_depth == 32 && plan.file_depth == 16);
     if (converts_ || multiplies_) {
-      band_ = VXIOp_NewWorld(world.width, std::min(world.height, kBandRows), plan.file_depth);
+      band_ = vx::Image::uninitialized(world.width(), rows, plan.file_depth);
     }
-    samples_.resize(static_cast<size_t>(std::min(world.height, kBandRows)) *
-                    plan.spec.scanline_bytes(/*native=*/true));
+    samples_.resize(static_cast<size_t>(rows) * plan.spec.scanline_bytes(/*native=*/true));
   }
 
   // Writes rows [y, end) of the world. Returns false if the writer failed.
   bool Write(int32_t y, int32_t end) {
-    const VX_LayerDef* from = &world_;
-    int32_t first = y, last = end;
-    if (band_) {
-      M_Rect rect{};
-      rect.top = static_cast<int16_t>(y);
-      rect.bottom = static_cast<int16_t>(end);
-      rect.right = static_cast<int16_t>(world_.width);
-      VXIOp_Check(VX_DepthConvertWorld(/*progress=*/nullptr, &world_, &rect, /*dither=*/0, /*h=*/0,
-                                       /*v=*/0, band_.get()));
+    vx::AnyConstView rows = world_.part({0, y, world_.width(), end});
+    if (!band_.empty()) {
+      const vx::AnyView band = band_.part({0, 0, world_.width(), end - y});
+      vx::convert(band, rows);
       if (multiplies_) {
-        hidden_ += CountHiddenColour(*band_, end - y);
-        VXIOp_Check(VX_Premul(nullptr, /*forward=*/1, band_.get()));
+        hidden_ += CountHiddenColour(band.as<vx::PixelFloat>());
+        vx::premultiply(band);
       }
-      from = band_.get();
-      first = 0;
-      last = end - y;
+      rows = band;
     }
-    if (plan_.file_depth == 8) {
-      Pack<VX_Pixel8>(*from, first, last, plan_.channels, samples_.data());
-    } else if (plan_.file_depth == 32) {
-      Pack<VX_PixelFloat>(*from, first, last, plan_.channels, At<float>());
-    } else if (plan_.world_depth == 32) {
-      Pack<VX_PixelFloat>(*from, first, last, plan_.channels, At<uint16_t>());
-    } else {
-      Pack<VX_Pixel16>(*from, first, last, plan_.channels, At<uint16_t>());
-    }
+    vx::visit(rows, [&](auto view) {
+      using Channel = typename decltype(view)::Traits::Channel;
+      if constexpr (std::is_same_v<Channel, float>) {
+        if (plan_.file_depth == 16) return Pack(view, plan_.channels, At<uint16_t>());
+      }
+      Pack(view, plan_.channels, At<Channel>());
+    });
     return out_->write_scanlines(plan_.spec.y + y, plan_.spec.y + end, /*z=*/0, plan_.spec.format,
                                  samples_.data());
   }
@@ -287,11 +272,11 @@ class RowWriter {
     return reinterpret_cast<Sample*>(samples_.data());
   }
 
-  const VX_LayerDef& world_;
+  vx::AnyConstView world_;
   const Plan& plan_;
   OIIO::ImageOutput* out_;
   bool multiplies_, converts_;
-  VXIO_WorldPtr band_;
+  vx::Image band_;
   std::vector<uint8_t> samples_;
   int64_t hidden_ = 0;
 };
@@ -357,8 +342,10 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
     why = out->geterror();
     ok = out->close() && ok;
     if (why.empty()) why = out->geterror();
+  } catch (const vx::Error&) {
+    throw;
   } catch (const std::bad_alloc&) {
-    throw VX_Err{VX_ErrOutOfMemory};
+    throw vx::Error(vx::ErrorCode::out_of_memory);
   } catch (const std::exception& error) {
     ok = false;
     why = error.what();

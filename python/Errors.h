@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "VX/VX_Types.h"
+#include "VX/cpp/Error.hpp"
 
 namespace vxpy {
 
@@ -65,13 +66,15 @@ class Progress {
   std::chrono::steady_clock::time_point looked_;
 };
 
-// Returns the code that `function` returns or throws.
+// Returns the code that `function` returns or throws, as a VX_Err or in a vx::Error.
 template <class Function>
 VX_Err CodeOf(Function&& function) {
   try {
     return function();
   } catch (VX_Err code) {
     return code;
+  } catch (const vx::Error& error) {
+    return static_cast<VX_Err>(error.code());
   }
 }
 

@@ -44,11 +44,12 @@ void RunFiles(Function&& function) {
   {
     const py::gil_scoped_release release;
     try {
-      function();
+      code = CodeOf([&] {
+        function();
+        return VX_Err{VX_Ok};
+      });
     } catch (const VXIO_Error& error) {
       refused = error.what();
-    } catch (VX_Err thrown) {
-      code = thrown;
     }
   }
   if (!refused.empty()) {

@@ -63,25 +63,12 @@ inline Picture picture_of(VXIO_Picture&& read) {
           std::move(read.warnings)};
 }
 
-// Runs a call of libVXIO that may throw a VX_Err.
-template <class Call>
-auto run_file(Call&& call) {
-  VX_ForgetReport();
-  try {
-    return call();
-  } catch (VX_Err code) {
-    throw Error(static_cast<ErrorCode>(code), VX_LastReport());
-  }
-}
-
 }  // namespace detail
 
 // Reads the first picture of a file (VXIO_Read).
 inline Picture read(const std::filesystem::path& path, const ReadOptions& options = {}) {
-  return detail::run_file([&] {
-    return detail::picture_of(
-        VXIO_Read(path.string(), options.depth, static_cast<VXIO_AlphaAs>(options.alpha)));
-  });
+  return detail::picture_of(
+      VXIO_Read(path.string(), options.depth, static_cast<VXIO_AlphaAs>(options.alpha)));
 }
 
 struct WriteOptions {
@@ -96,12 +83,10 @@ struct WriteOptions {
 // warnings.
 inline std::vector<std::string> write(const std::filesystem::path& path, AnyConstView picture,
                                       const WriteOptions& options = {}) {
-  return detail::run_file([&] {
-    return VXIO_Write(
-        path.string(), *picture.descriptor(),
-        {options.metadata, options.grey, options.keep_alpha,
-         options.overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse, options.strict});
-  });
+  return VXIO_Write(
+      path.string(), *picture.descriptor(),
+      {options.metadata, options.grey, options.keep_alpha,
+       options.overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse, options.strict});
 }
 
 // --- frames --------------------------------------------------------------------------------------
@@ -172,11 +157,9 @@ class Frames {
   }
 
   std::optional<Frame> next_of(VXIO_ClipReader& clip) {
-    return detail::run_file([&]() -> std::optional<Frame> {
-      auto frame = clip.Next(options_.depth, static_cast<VXIO_AlphaAs>(options_.alpha));
-      if (!frame) return std::nullopt;
-      return Frame{frame->number, frame->time, detail::picture_of(std::move(frame->picture))};
-    });
+    auto frame = clip.Next(options_.depth, static_cast<VXIO_AlphaAs>(options_.alpha));
+    if (!frame) return std::nullopt;
+    return Frame{frame->number, frame->time, detail::picture_of(std::move(frame->picture))};
   }
 
   std::optional<Frame> next_of(Files& files) const {

@@ -21,7 +21,7 @@
 //   Size      1..30,000 pixels on each axis, checked before memory is allocated.
 //   Upright   The orientation tag of a camera is applied on reading and then removed.
 //   Errors    VXIO_Error with one line of text: the file, and what to do about it. If the library
-//             fails, its VX_Err is thrown by value (VX_ErrOutOfMemory, ...).
+//             fails or memory is exhausted, vx::Error.
 //   Warnings  One line each, with the file name: what was lost or guessed. They stop nothing.
 //   Threads   Calls on different files may run concurrently.
 
@@ -33,6 +33,7 @@
 #include <vector>
 
 #include "VX/VX_World.h"
+#include "VX/cpp/Error.hpp"
 
 // Exported from libVXIO; everything else is hidden.
 #define VXIO_API __attribute__((visibility("default")))

@@ -5,7 +5,7 @@
 // Colour profiles of pictures, and conversion of worlds between profiles.
 //
 // Profiles and transforms belong to the colour engine (host/COR.h), which is available between
-// VX_Birth and VX_Death. If it fails, its status is thrown (a VX_Err by value) and nothing has
+// VX_Birth and VX_Death. If it fails, vx::Error with its status is thrown and nothing has
 // changed. All calls are thread-safe on distinct worlds.
 
 #include <cstdint>

@@ -38,11 +38,11 @@ class VXIO_API VXIO_FramePattern {
   std::vector<int64_t> FramesOnDisk() const;
   // Returns a pattern that differs in the number of digits only and matches files in the folder;
   // empty if there is none.
-  std::string NearMiss() const;
+  std::string SimilarPattern() const;
 
   const std::string& folder() const { return folder_; }  // ends with a slash; empty: current folder
   // Returns the pattern with one # per digit, the same text for all equivalent patterns.
-  std::string Spelled() const;
+  std::string Canonical() const;
 
  private:
   std::string folder_, before_, after_;
@@ -57,4 +57,4 @@ VXIO_API std::vector<int64_t> VXIO_ParseFrames(const std::string& text);
 
 // Formats frame numbers, consecutive ones as ranges: "1-3,7". At most `most` ranges are listed,
 // then " and N more".
-VXIO_API std::string VXIO_FrameWords(const std::vector<int64_t>& frames, size_t most = SIZE_MAX);
+VXIO_API std::string VXIO_FormatFrames(const std::vector<int64_t>& frames, size_t most = SIZE_MAX);

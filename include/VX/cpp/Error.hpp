@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "VX/VX_Export.h"
 #include "VX/VX_Package.h"
 
 namespace vx {
@@ -44,9 +45,9 @@ constexpr const char* name(ErrorCode code) {
 }
 
 // Thrown by every function of this namespace that fails. what() is the name of the code, followed
-// by
-// ": " and the report if there is one.
-class Error : public std::runtime_error {
+// by ": " and the report if there is one. Visible, so that it can cross the edge of a shared
+// library.
+class VX_API Error : public std::runtime_error {
  public:
   //   code    the reason
   //   report  one sentence about it; may be empty

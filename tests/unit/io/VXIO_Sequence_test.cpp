@@ -31,7 +31,7 @@ TEST(Sequence, PatternsGiveNamesAndTakeThemBack) {
     EXPECT_EQ(pattern.FrameOf(c.name), c.frame);
   }
   VXIO_FramePattern pattern("x/a.%03d.png");
-  EXPECT_EQ(pattern.Spelled(), "x/a.###.png");
+  EXPECT_EQ(pattern.Canonical(), "x/a.###.png");
   for (const char* name : {"a.07.png", "a.0007.png", "a.-07.png", "a..png", "a.png", "a.007.pngx",
                            "b.007.png", "a.00a.png", "a.9999999999999999.png"}) {
     EXPECT_FALSE(pattern.FrameOf(name)) << name;
@@ -55,7 +55,7 @@ TEST(Sequence, FramesOfAFolder) {
   using Frames = std::vector<int64_t>;
   EXPECT_EQ(VXIO_FramePattern(folder + "/a.####.png").FramesOnDisk(), (Frames{2, 10, 12345}));
   EXPECT_EQ(VXIO_FramePattern(folder + "/a.##.jpg").FramesOnDisk(), Frames{});
-  EXPECT_EQ(VXIO_FramePattern(folder + "/a.##.jpg").NearMiss(), folder + "/a.####.jpg");
+  EXPECT_EQ(VXIO_FramePattern(folder + "/a.##.jpg").SimilarPattern(), folder + "/a.####.jpg");
   EXPECT_THROW(VXIO_FramePattern(folder + "/no/a.#").FramesOnDisk(), VXIO_Error);
   std::filesystem::remove_all(folder);
 }
@@ -78,8 +78,8 @@ TEST(Sequence, SetsOfFrames) {
     EXPECT_THROW(VXIO_ParseFrames(words), std::invalid_argument) << words;
   }
   EXPECT_EQ(VXIO_ParseFrames("1-5000000").size(), 5000000u);
-  EXPECT_EQ(VXIO_FrameWords({1, 2, 3, 7, 9, 10}), "1-3,7,9-10");
-  EXPECT_EQ(VXIO_FrameWords({1, 3, 5, 6}, 2), "1,3 and 2 more");
+  EXPECT_EQ(VXIO_FormatFrames({1, 2, 3, 7, 9, 10}), "1-3,7,9-10");
+  EXPECT_EQ(VXIO_FormatFrames({1, 3, 5, 6}, 2), "1,3 and 2 more");
 }
 
 }  // namespace

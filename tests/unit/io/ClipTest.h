@@ -9,11 +9,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <string>
 
 #include "ClipMaker.h"
+#include "VX/VX.hpp"
 #include "VXIO/VXIO_Clip.h"
 
 // Each test has an empty folder. Nothing may be written to the standard error.
@@ -38,29 +38,16 @@ class Clip : public testing::Test {
   std::filesystem::path folder_;
 };
 
-inline int Noise(int frame, int component, int x, int y) {
-  uint32_t n = uint32_t(frame) * 7919 + uint32_t(component) * 104729 + uint32_t(x) * 1299709 +
-               uint32_t(y) * 15485863;
-  n = (n ^ n >> 13) * 0x5bd1e995u;
-  return static_cast<int>((n ^ n >> 15) & 0xFFFF);
-}
-
 struct Value {
   double alpha, red, green, blue;
 };
 
 // Returns the channels of a pixel.
-inline Value At(const VX_LayerDef& world, int32_t x, int32_t y) {
-  const char* row = static_cast<const char*>(world.data) + ptrdiff_t{y} * world.rowbytes;
-  auto given = [&](auto pixel) {
-    std::memcpy(&pixel, row + static_cast<size_t>(x) * sizeof pixel, sizeof pixel);
+inline Value At(vx::AnyConstView picture, int32_t x, int32_t y) {
+  return vx::visit(picture, [&](auto view) {
+    const auto& pixel = view.row(y)[static_cast<size_t>(x)];
     return Value{double(pixel.alpha), double(pixel.red), double(pixel.green), double(pixel.blue)};
-  };
-  switch (VXp_WorldDepth(&world)) {
-    case 8: return given(VX_Pixel8{});
-    case 16: return given(VX_Pixel16{});
-    default: return given(VX_PixelFloat{});
-  }
+  });
 }
 
 // Returns the largest difference of a channel.
@@ -69,13 +56,14 @@ inline double Largest(const Value& a, const Value& b) {
                    std::abs(a.green - b.green), std::abs(a.blue - b.blue)});
 }
 
-// Returns the largest difference of a world from expected(x, y), in steps of `step` pixels.
+// Returns the largest difference of a picture from expected(x, y), in steps of `step` rows and
+// without a border of that many pixels.
 template <class Expected>
-double Worst(const VX_LayerDef& world, Expected expected, int32_t step = 1) {
+double Worst(vx::AnyConstView picture, Expected expected, int32_t step = 1, int32_t border = 0) {
   double worst = 0;
-  for (int32_t y = 0; y < world.height; y += step) {
-    for (int32_t x = 0; x < world.width; ++x) {
-      worst = std::max(worst, Largest(At(world, x, y), expected(x, y)));
+  for (int32_t y = border; y < picture.height() - border; y += step) {
+    for (int32_t x = border; x < picture.width() - border; ++x) {
+      worst = std::max(worst, Largest(At(picture, x, y), expected(x, y)));
     }
   }
   return worst;

@@ -13,19 +13,18 @@ int main(int argc, char** argv) {
   if (argc != 2) return 2;
   const std::string folder = std::string(argv[1]) + '/';
   auto code = [](int f, int c, int x, int y) { return (f * 50 + c * 20 + x * 3 + y * 7) & 255; };
-  ClipPlan plain{folder + "plain.mkv", AV_PIX_FMT_BGR0, "ffv1"};
-  plain.sample = code;
-  ClipPlan deep{folder + "deep.mkv", AV_PIX_FMT_GBRAP16, "ffv1"};
-  deep.sample = [&](int f, int c, int x, int y) { return code(f, c, x, y) * 256; };
-  ClipPlan movie{folder + "movie.mov", AV_PIX_FMT_RGBA, "png"};
-  movie.sample = code;
+  auto wide = [&](int f, int c, int x, int y) { return code(f, c, x, y) * 256; };
+  ClipPlan movie{folder + "movie.mov", AV_PIX_FMT_RGBA, "png", code};
   movie.rate = {30000, 1001};
   movie.stamps = {0, 2, 3};
   ClipPlan sound{folder + "sound.mkv"};
   sound.frames = 0;
   sound.sound = true;
   try {
-    for (const ClipPlan& plan : {plain, deep, movie, sound}) MakeClip(plan);
+    MakeClip({folder + "plain.mkv", AV_PIX_FMT_BGR0, "ffv1", code});
+    MakeClip({folder + "deep.mkv", AV_PIX_FMT_GBRAP16, "ffv1", wide});
+    MakeClip(movie);
+    MakeClip(sound);
   } catch (const std::runtime_error& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;

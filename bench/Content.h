@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "VX/VX_Types.h"
+#include "VX/cpp/View.hpp"
 
 // Partly: source, destination and mask are partly transparent everywhere, so that nothing can be
 //   skipped or copied whole.
@@ -22,14 +22,10 @@ enum class Content { kPartly, kSprite };
 const char* ContentName(Content content);
 
 template <class Pixel>
-inline constexpr int kDepthOf = sizeof(Pixel) == 4   ? 8
-                                : sizeof(Pixel) == 8 ? 16
-                                                     : 32;
+inline constexpr int kDepthOf = vx::PixelTraits<Pixel>::depth;
 
 template <class Pixel>
-inline constexpr VX_ChannelOf<Pixel> kFullScaleOf = kDepthOf<Pixel> == 8    ? 255
-                                                    : kDepthOf<Pixel> == 16 ? 32768
-                                                                            : 1;
+inline constexpr VX_ChannelOf<Pixel> kFullScaleOf = vx::PixelTraits<Pixel>::full_scale;
 
 // Pixels without gaps between the rows.
 template <class Pixel>

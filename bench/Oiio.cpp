@@ -10,14 +10,15 @@
 
 #include <stdexcept>
 
+#include "VX/cpp/View.hpp"
+
 namespace {
 
 // A picture over the world's memory.
 OIIO::ImageBuf Wrap(const VX_LayerDef& world) {
-  const int32_t depth = VXp_WorldDepth(&world);
-  const OIIO::TypeDesc type = depth == 8    ? OIIO::TypeDesc::UINT8
-                              : depth == 16 ? OIIO::TypeDesc::UINT16
-                                            : OIIO::TypeDesc::FLOAT;
+  const auto type = vx::visit_depth(VXp_WorldDepth(&world), []<class Pixel>() -> OIIO::TypeDesc {
+    return OIIO::BaseTypeFromC<VX_ChannelOf<Pixel>>::value;
+  });
   return OIIO::ImageBuf(OIIO::ImageSpec(world.width, world.height, 4, type), world.data);
 }
 

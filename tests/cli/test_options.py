@@ -8,7 +8,7 @@ import unittest
 from vxcommand import CommandTest, random_pixels
 
 # The options of a first run, and one change for each option that decides pixels. A change may
-# replace another option (None takes it away).
+# replace another option (None removes it).
 CASES = {
     "composite": ({"BACKGROUND": "a.png", "--layer": "b.png", "--mask": "b.png", "--matte": "b.png"}, {
         "--depth": "16", "--linear": "", "--profile": "gamma 1.8", "--strict": "", "--layer": None,
@@ -75,8 +75,8 @@ class Options(CommandTest):
 
             def status(changed, *more):
                 words = ("-o", f"{verb}.png", "--resume", *more)
-                told = json.loads(self.vx(verb, *arguments(changed), *words, "--json")[0])
-                return told["status"]
+                record = json.loads(self.vx(verb, *arguments(changed), *words, "--json")[0])
+                return record["status"]
 
             self.assertEqual(status(first), "done")
             self.assertEqual(status(first, "--threads", "1", "--memory", "1G"), "up_to_date")
@@ -84,7 +84,7 @@ class Options(CommandTest):
                 if (verb, option) == PATH or (verb, option) == ("composite", "--layer"):
                     continue
                 changed = {**first, **(change if isinstance(change, dict) else {option: change})}
-                for name in ("--mask", "--matte"):  # options that need the one taken away go with it
+                for name in ("--mask", "--matte"):  # options that need the removed one are removed too
                     if changed.get(name, "") is None:
                         changed = {k: v for k, v in changed.items() if not k.startswith(name + "-")}
                 with self.subTest(verb=verb, option=option):

@@ -10,10 +10,9 @@ import numpy as np
 from PIL import Image, ImageCms
 from vxcommand import INPUT, CommandTest, random_pixels, write_exr
 
-# Columns are the XYZ of red, green and blue; white is D65 for both.
-SRGB = np.array([[.4123908, .3575843, .1804808], [.2126390, .7151687, .0721923],
-                 [.0193308, .1191948, .9505322]])
-P3 = np.array([[.4865709, .2656677, .1982173], [.2289746, .6917385, .0792869], [0, .0451134, 1.0439444]])
+# Three colours in Display P3 and in sRGB, computed from the curve and the primaries of both.
+P3 = np.uint8([[[120, 100, 150], [180, 140, 110], [100, 150, 90]]])
+IN_SRGB = np.array([[[123.956, 99.048, 153.589], [187.530, 137.983, 105.141], [83.465, 151.662, 82.674]]])
 
 
 def decode(v):
@@ -21,12 +20,7 @@ def decode(v):
 
 
 def encode(v):
-    v = np.clip(v, 0, 1)
     return np.where(v <= .0031308, v * 12.92, 1.055 * v ** (1 / 2.4) - .055)
-
-
-def p3_to_srgb(v):
-    return encode(decode(v) @ np.linalg.solve(SRGB, P3).T)
 
 
 class ColorTest(CommandTest):
@@ -92,8 +86,8 @@ class LinearLight(ColorTest):
             self.assertRegex(said, rf"note: {below}: the result is in .*--profile '{counts_as}' converts")
         write_exr(self.path("l.exr"), np.float32([[[.5, .05, .01, 1]] * 4] * 4))
         self.composite("grey.png", "l.exr", "--depth", 8, "--profile", "sRGB")
-        near = self.pixels("o.png")[0, 0] - 255 * encode(np.array([.5, .05, .01]))
-        self.assertLess(np.abs(near).max(), 0.75)  # converted before the rounding to 8 bits
+        want = 255 * encode(np.array([.5, .05, .01]))
+        self.assertLess(np.abs(self.pixels("o.png")[0, 0] - want).max(), 0.75)  # rounded after the conversion
         _, said = self.composite("grey.png", "l.exr", "--depth", 8)
         self.assertRegex(said, r"\Avx: note: l\.exr: is in .*; drawn as it stands, --profile or --linear")
         self.assertEqual(self.pixels("o.png")[0, 0].tolist(), [128, 13, 3])
@@ -101,14 +95,13 @@ class LinearLight(ColorTest):
 
 class Conversion(ColorTest):
     def test_a_layer_in_another_profile(self):
-        pixels = random_pixels(1, 16, 9)
-        pixels[..., :3] = pixels[..., :3] // 4 + 90  # within sRGB
-        self.tif("b.tif", np.zeros((16, 9, 4), np.uint8))
+        pixels = np.dstack([P3, [[0, 128, 255]]]).astype(np.uint8)
+        self.tif("b.tif", np.zeros((1, 3, 4), np.uint8))
         self.picture("l.png", pixels, "Display P3")
         record, said = self.composite("b.tif", "l.png", "--mode", "copy", "--linear")
         got = self.pixels("o.png")
-        self.assertLess(np.abs(got[..., :3] - 255 * p3_to_srgb(pixels[..., :3] / 255)).max(), 1.01)
-        np.testing.assert_array_equal(got[..., 3], pixels[..., 3])  # transparent pixels are converted too
+        self.assertLess(np.abs(got[..., :3] - IN_SRGB).max(), 0.6)  # the transparent pixel too
+        np.testing.assert_array_equal(got[..., 3], pixels[..., 3])
         self.assertIn("P3", record["layers"][0]["converted_from"])
         self.assertRegex(said, r"note: l\.png: converted from .*P3.* to ")
         _, said = self.composite("b.tif", "l.png", "--mode", "copy")
@@ -116,29 +109,28 @@ class Conversion(ColorTest):
         self.assertRegex(said, r"\Avx: note: l\.png: is in .*P3, the background in [^\n]*\n\Z")
 
     def test_the_profile_of_the_composition(self):
-        pixels = random_pixels(2, 8, 8, channels=3) // 4 + 90
-        self.picture("plain.png", pixels)
-        self.picture("p3.png", pixels, "Display P3")
+        self.picture("plain.png", np.tile(P3, (8, 2, 1)))
+        self.picture("p3.png", np.tile(P3, (8, 2, 1)), "Display P3")
         self.picture("clear.png", np.zeros((1, 1, 4), np.uint8), "Display P3")
         record, said = self.composite("p3.png", "plain.png", "--profile", "sRGB", "--opacity", 0)
         self.assertEqual(self.embedded("o.png"), self.profile("sRGB"))
-        self.assertLess(np.abs(self.pixels("o.png") - 255 * p3_to_srgb(pixels / 255)).max(), 1.01)
+        self.assertLess(np.abs(self.pixels("o.png")[:1, :3] - IN_SRGB).max(), 0.6)
         self.assertIn("P3", record["color"]["background_converted_from"])
         self.assertNotIn("converted_from", record["layers"][0])
         # A profile file, and a picture with an embedded profile. The conversion back gives the same pixels.
         for word in ("Display-P3.icc", "p3.png"):
-            self.composite("plain.png", "p3.png", "--profile", word, "--at", "4,0", out="q.png")
+            self.composite("plain.png", "p3.png", "--profile", word, "--at", "3,0", out="q.png")
             self.assertEqual(self.embedded("q.png"), self.profile("Display P3"))
-            np.testing.assert_array_equal(self.pixels("q.png")[:, 4:], pixels[:, :4])
+            np.testing.assert_array_equal(self.pixels("q.png")[:1, 3:], P3)
         self.composite("q.png", "clear.png", "--profile", "sRGB")
-        self.assertLessEqual(np.abs(self.pixels("o.png")[:, :4].astype(int) - pixels[:, :4]).max(), 1)
+        self.assertLessEqual(np.abs(self.pixels("o.png")[:1, :3].astype(int) - P3).max(), 1)
         said = self.composite("plain.png", "clear.png", "--profile", "display p3", out="o.bmp")[1]
         self.assertRegex(said, r"warning: o\.bmp: bmp holds no profile; .*P3, count as sRGB")
         for profile, out in (("sRGB", "o.bmp"), ("gamma 1.0", "o.exr")):
             said = self.composite("plain.png", "clear.png", "--profile", profile, out=out)[1]
             self.assertNotIn("warning", said)
 
-    def test_no_conversion_of_equal_profiles_and_of_masks(self):
+    def test_no_conversion_between_equal_profiles(self):
         other = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()  # other bytes, the same colours
         pixels = random_pixels(3, 8, 8, channels=3)
         for below, layer in ((None, other), (other, "sRGB")):
@@ -147,12 +139,6 @@ class Conversion(ColorTest):
             record, said = self.composite("b.png", "l.png", "--mode", "copy", "--linear")
             np.testing.assert_array_equal(self.pixels("o.png"), pixels)
             self.assertNotIn("converted", said + str(record))
-        self.flat("b.png", (0, 0, 0))
-        self.flat("white.png", (255, 255, 255))
-        self.flat("mask.png", (128, 128, 128), "gamma 1.0")
-        said = self.composite("b.png", "white.png", "--mask", "mask.png", "--profile", "sRGB")[1]
-        self.assertEqual(self.pixels("o.png")[0, 0, 0], 128)
-        self.assertNotIn("mask.png", said)
 
     def test_invalid_profiles_count_as_absent(self):
         good = self.profile("gamma 1.0")
@@ -205,12 +191,9 @@ class Profiles(ColorTest):
             self.assertIn([record["id"], record["exponent"]], [[p["id"], p["exponent"]] for p in listed])
             want = curve(np.arange(256) / 255) * record["curve_full"]
             self.assertLess(np.abs(record["curve"] - want).max(), 12, name)
-            got = self.pixels("c.png").astype(int)
-            self.assertEqual(got.shape, (280, 280, 3))
-            red = got[..., 0] - got[..., 1] > 100
-            for x in (40, 128, 200):
-                rows = 268 - np.nonzero(red[:, 12 + x])[0]
-                self.assertLess(abs(rows.mean() - 256 * curve(x / 256)), 2, f"{name} at {x}")
+            red = np.subtract(*np.moveaxis(self.pixels("c.png").astype(int), 2, 0)[:2]) > 100
+            rows = 268 - np.nonzero(red[:, 12 + 128])[0]
+            self.assertLess(abs(rows.mean() - 256 * curve(128 / 256)), 2, name)
 
     def test_files_and_pictures(self):
         record = json.loads(self.vx("profile", "Display P3", "--json", "--write", "p.icm")[0])

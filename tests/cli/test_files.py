@@ -76,10 +76,6 @@ class Pixels(FileTest):
         self.convert("a.tif", "b.tif")
         want = ((codes.astype(np.int64) * 32768 + 32767) // 65535 * 65535 + 16384) >> 15
         np.testing.assert_array_equal(self.deep("b.tif")[..., 0].ravel(), want)
-        for bits in (8, 10, 12, 14):  # codes of fewer bits, scaled to 16 bits by their writer, are kept
-            few = np.arange(1 << bits)
-            back = want[(few * 65535 + (1 << bits) // 2) // ((1 << bits) - 1)]
-            np.testing.assert_array_equal((back * ((1 << bits) - 1) + 32767) // 65535, few)
         values = np.linspace(-0.25, 1.25, 64, dtype=np.float32).reshape(8, 8)
         pixels = np.dstack([values] * 3 + [np.ones((8, 8), np.float32)])
         pixels[0, 0, 0] = np.nan

@@ -9,38 +9,28 @@ import numpy as np
 from vxcommand import CommandTest, random_pixels
 
 
-def box(radius):
-    """The weights of one pass of --box."""
-    reach = int(np.ceil(radius))
-    weights = np.full(2 * reach + 1, 1024.0)
-    weights[[0, -1]] -= np.floor((reach - radius) * 1024)
-    return weights / weights.sum()
-
-
-def spread(weights, size, grow, hold):
-    """The share of each source pixel in each target pixel, along one axis."""
-    reach = len(weights) // 2
-    full = np.array([np.convolve(row, weights) for row in np.eye(size)]).T
-    shares = full if grow else full[reach:reach + size]
-    return shares / shares.sum(1, keepdims=True) if hold else shares
-
-
 class Blur(CommandTest):
     def test_options(self):
-        pixels = random_pixels(1, 24, 20, np.float32)
-        self.tif("in.tif", pixels)
-        one, still = box(1.5), np.ones(1)
+        pixels = np.ones((5, 7, 4), np.float32)
+        self.tif("white.tif", pixels)
+        pixels[..., 3] = 0
+        pixels[2, 3, 3] = 1  # one opaque pixel
+        self.tif("dot.tif", pixels)
+        one = np.ones(3) / 3
         three = np.convolve(np.convolve(one, one), one)
-        for words, across, down, hold in (
-                ((), one, one, True), (("--axis", "x"), one, still, True),
-                (("--axis", "y", "--grow"), still, one, False),
-                (("--iterations", 3, "--edge", "fade"), three, three, False),
-                (("--iterations", 3, "--grow"), three, three, False)):
-            record = json.loads(self.vx("blur", "in.tif", "--box", 1.5, *words, "-o", "out.tif", "--json")[0])
-            got, grow = self.deep("out.tif")[..., 3], "--grow" in words
-            rows, columns = spread(down, 24, grow, hold), spread(across, 20, grow, hold)
-            np.testing.assert_allclose(got, rows @ pixels[..., 3] @ columns.T, atol=2e-6, err_msg=str(words))
-            self.assertEqual(record["at"], [(20 - got.shape[1]) // 2, (24 - got.shape[0]) // 2])
+        dot = lambda down, across: np.pad(np.outer(down, across), (((5 - len(down)) // 2,) * 2, ((7 - len(across)) // 2,) * 2))
+        for source, words, want in (
+                ("dot.tif", (), dot(one, one)), ("dot.tif", ("--axis", "x"), dot([1], one)),
+                ("dot.tif", ("--axis", "y"), dot(one, [1])),
+                ("dot.tif", ("--axis", "x", "--iterations", 3), dot([1], three)),
+                ("dot.tif", ("--axis", "x", "--grow"), np.pad(dot([1], one), ((0, 0), (1, 1)))),
+                ("white.tif", ("--axis", "y"), np.ones((5, 7))),
+                ("white.tif", ("--axis", "y", "--edge", "fade"), np.outer([2 / 3, 1, 1, 1, 2 / 3], np.ones(7)))):
+            record = json.loads(self.vx("blur", source, "--box", 1, *words, "-o", "out.tif", "--json")[0])
+            got = self.deep("out.tif")
+            alpha = got[..., 3] if got.shape[2] == 4 else np.ones(got.shape[:2])
+            np.testing.assert_allclose(alpha, want, atol=2e-6, err_msg=str(words))
+            self.assertEqual(record["at"], [-1, 0] if "--grow" in words else [0, 0])
 
     def test_gaussian_channels_and_none(self):
         picture = random_pixels(2, 13, 33, channels=3)
@@ -61,23 +51,21 @@ class Convolve(CommandTest):
                                               for b in blocks))
 
     def test_kernels(self):
-        rng = np.random.default_rng(4)
         picture = random_pixels(2, 13, 17, channels=3)
         self.png("in.png", picture)
-        for size, line, normalize in ((3, "", True), (3, "", False), (5, "x", True), (5, "y", False)):
-            shape = (size,) if line else (size, size)
-            alpha, *colours = rng.integers(-200 if normalize else -900, 2500, (4, *shape))
-            for blocks in ([alpha, *colours], [colours[0]]):
-                self.kernel(*blocks)
-                self.vx("convolve", "in.png", "--kernel", "k.txt", "-o", "out.png", *["--normalize"] * normalize,
-                        *(("--one-dimensional", line) if line else ()))
-                for c in range(3):
-                    kernel = np.atleast_2d(blocks[1 + c] if len(blocks) == 4 else blocks[0])
-                    kernel = kernel.T if line == "y" else kernel
-                    padded = np.pad(picture[..., c].astype(int), [(side // 2, side // 2) for side in kernel.shape], "edge")
-                    windows = np.lib.stride_tricks.sliding_window_view(padded, kernel.shape)
-                    sums = (windows * kernel).sum((2, 3)) / (kernel.sum() if normalize else 256 * kernel.size)
-                    np.testing.assert_array_equal(self.pixels("out.png")[..., c], np.clip(np.trunc(sums), 0, 255))
+        kernels = np.zeros((4, 9), int)
+        for kernel, (at, weight) in zip(kernels, ((4, 5), (0, 256), (5, 512), (7, 128))):
+            kernel[at] = weight  # alpha, red, green, blue take one neighbour each
+        up_left, right, down = (np.pad(picture, ((1, 1), (1, 1), (0, 0)), "edge")[y:y + 13, x:x + 17]
+                                for y, x in ((0, 0), (1, 2), (2, 1)))
+        blocks = kernels.reshape(4, 3, 3)
+        for text, words, want in (
+                (blocks, (), np.dstack([up_left[..., 0] // 9, right[..., 1].astype(int) * 2 // 9, down[..., 2] // 18])),
+                (blocks, ("--normalize",), np.dstack([up_left[..., 0], right[..., 1], down[..., 2]])),
+                ([blocks[2]], ("--normalize",), right),
+                ([[0, 0, 768]], ("--one-dimensional", "x"), right), ([[0, 0, 768]], ("--one-dimensional", "y"), down)):
+            self.vx("convolve", "in.png", "--kernel", self.kernel(*text), *words, "-o", "out.png")
+            np.testing.assert_array_equal(self.pixels("out.png"), want, str(words))
 
     def test_edge_and_clamp(self):
         pixels = np.full((5, 5, 4), [0.5, 0.5, 0.5, 1], np.float32)
@@ -120,15 +108,11 @@ class Convolve(CommandTest):
 
     def test_kernel(self):
         record = json.loads(self.vx("kernel", "--gaussian", 2.5, "--json")[0])
-        x = np.arange(-3, 4)
-        distance = np.hypot(x, x[:, None]) / 3.5
-        weights = np.where(distance > 1, 0, 1 - (1 - np.exp(-2.378 * distance ** 2)) * 1.102) * 255
-        np.testing.assert_array_equal(record["weights"], np.floor(weights + 0.5).clip(0, 255))
-        self.assertEqual((record["diameter"], record["sum"]), (7, np.sum(record["weights"])))
-        row = json.loads(self.vx("kernel", "--gaussian", 2.5, "--json", "--one-dimensional", "--normalize",
-                                 "--multiplier", "0.5")[0])["weights"]
-        half = weights[3] * 0.5
-        np.testing.assert_array_equal(row, [np.floor(np.floor(half + 0.5) * (255 * x.size / half.sum()) + 1e-9)])
+        weights = np.array(record["weights"])
+        np.testing.assert_array_equal(weights, weights.T[::-1])
+        self.assertEqual((record["diameter"], record["sum"], weights[3, 3]), (7, weights.sum(), 255))
+        row = json.loads(self.vx("kernel", "--gaussian", 2.5, "--json", "--one-dimensional", "--multiplier", 0.5)[0])
+        np.testing.assert_allclose(row["weights"], [weights[3] / 2], atol=0.51)
 
 
 if __name__ == "__main__":

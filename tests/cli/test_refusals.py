@@ -20,30 +20,26 @@ from vxcommand import INPUT, OUTPUT, USAGE, VX, CommandTest, random_pixels, writ
 VERBS = {
     "composite b.png --layer b.png": [
         ("--mode sceren", r"--mode 'sceren'.*did you mean screen\?.* in-front .*darker-color"),
-        ("--mode -1", "--mode '-1'.*-3, -2 and 0 to 36"), ("--mode 2.0", "--mode"),
-        ("--mode mask-mix", "mask-mix: needs --mask"),
+        ("--mode -1", "--mode '-1'.*-3, -2 and 0 to 36"), ("--mode mask-mix", "mask-mix: needs --mask"),
         ("--opacity 1.5", "--opacity '1.5': must be a number from 0 to 1"), ("--opacity nan", "--opacity 'nan'"),
-        ("--opacity 1x", "--opacity '1x'"), ("--opacity ''", "--opacity"), ("--opacity", "--opacity: needs a value"),
-        ("--opacity 1 --opacity 1", "--opacity"), ("--at 3", "--at '3': must be two whole numbers X,Y"),
-        ("--at 99999999999,0", "--at '99999999999'"), ("--rect 5,5,5,9", "--rect '5,5,5,9'.*R greater than L"),
-        ("--rect 1,2,3", "--rect"), ("--seed 4294967296", "--seed"), ("--field upper", "--field 'upper'.*both even odd"),
+        ("--opacity ''", "--opacity"), ("--opacity", "--opacity: needs a value"), ("--opacity 1 --opacity 1", "--opacity"),
+        ("--at 3", "--at '3': must be two whole numbers X,Y"), ("--at 99999999999,0", "--at '99999999999'"),
+        ("--rect 5,5,5,9", "--rect '5,5,5,9'.*R greater than L"), ("--seed 4294967296", "--seed"),
         ("--mask-use alpha", "--mask-use.*--mask FILE"), ("--mask b.png --mask-at 40000,0", "--mask-at '40000'"),
-        ("--mask b.png --mask-use red", "--mask-use 'red'.*inverse-luma"), ("--matte-use luma", "without --matte"),
-        ("--feather 3", "without --matte"), ("--matte b.png --feather-kind box", "without --feather"),
+        ("--matte-use luma", "without --matte"), ("--matte b.png --feather-kind box", "without --feather"),
         ("--depth 12", "--depth '12': must be 8, 16, 32 or keep"), ("--progress loud", "--progress 'loud'"),
         ("--frobnicate", "not expected.*--frobnicate.*vx composite --help"), ("--overwrite --no-clobber", "excludes"),
         ("--profile sRBG", "profile 'sRBG': is neither a file nor .*sRGB, gamma 1.0, .*ProPhoto")],
     "copy b.png": [
         ("--from 4,4,4,8", "--from '4,4,4,8'.*R greater than L"), ("--from -20000,0,20000,9", "--from.*at most 30000"),
         ("--from ''", "after --from must not be empty"), ("--size 0x5", "--size width '0'.*1 to 30000"),
-        ("--size 5", "--size '5': must be WIDTHxHEIGHT"), ("--quality best", "--quality 'best': .* draft high")],
+        ("--size 5", "--size '5': must be WIDTHxHEIGHT")],
     "resize b.png": [
         ("", "--size WxH or --scale F"), ("--size 4x4 --scale 2", "--size WxH or --scale F"),
         ("--size 0x0", "only one side may be 0"), ("--size 4x30001", "--size height '30001'"),
         ("--scale 0", "--scale '0'.*0.00001 to 30000"), ("--scale 4000", "b.png: would become 64000 pixels.* 30000")],
     "convert b.png": [
-        ("--alpha yes", "--alpha 'yes'.*straight premultiplied ignore"), ("--alpha=", "--alpha=: must not be empty"),
-        ("--planes rgbx", "--planes 'rgbx'.*argb"), ("--planes rr", "--planes 'rr'")],
+        ("--alpha=", "--alpha=: must not be empty"), ("--planes rgbx", "--planes 'rgbx'.*argb")],
     "premultiply b.png": [("--matte 1,2,3", "must be four numbers"), ("--matte 0,256,0,0", "--matte '256'.*0 to 255")],
     "fill": [
         ("0x5 --color 1,1,1,1", "width '0'.*1 to 30000"), ("5x5 --color 256,1,1,1", "--color '256'.*0 to 255"),
@@ -52,28 +48,23 @@ VERBS = {
     "blur b.png": [
         ("", "needs either --gaussian R or --box R"), ("--gaussian 1 --box 1", "either"),
         ("--gaussian -1", "--gaussian '-1': must be a number from 0 to 32767"), ("--box 32768", "--box '32768'"),
-        ("--gaussian 1 --iterations 2", "--iterations: belongs to --box"),
-        ("--box 1 --iterations 0", "--iterations '0'.*1 to 100"), ("--box 1 --axis z", "--axis 'z'.*both x y"),
+        ("--gaussian 1 --iterations 2", "--iterations: belongs to --box"), ("--box 1 --axis z", "--axis 'z'.*both x y"),
         ("--box 2621.5 --iterations 100", "2621.5 reaches 262200 pixels; at most 262144"),
-        ("--box 1 --channels rgx", "argb"), ("--box 1 --edge repeat", "fade hold-level"),
         ("--box 15000 --grow", "b.png: --grow makes it 30016 x 30012")],
     "convolve b.png": [
         ("", "needs either --kernel FILE or --gaussian R"), ("--kernel k.txt --gaussian 1", "either"),
-        ("--gaussian 512", "from 0 to 511"), ("--kernel k.txt --one-dimensional z", "--one-dimensional 'z'"),
+        ("--gaussian 512", "from 0 to 511"),
         ("--kernel huge.txt --normalize", "huge.txt sum to 19327352823.*32 bits")],
     "convolve long.png": [("--kernel k.txt", "long.png: --edge repeat needs 30002 x 6.*use --edge fade")],
     "matte b.png": [
-        ("--from hue", "--from 'hue'.*inverse-luma"), ("--feather 40000", "from 0 to 32767"),
-        ("--feather-kind box", "without --feather R"), ("--combine-mode add", "without --combine"),
-        ("--combine b.png --combine-mode mix", "--combine-mode 'mix'.*subtract")],
+        ("--from hue", "--from 'hue'.*inverse-luma"), ("--feather-kind box", "without --feather R"),
+        ("--combine-mode add", "without --combine")],
     "transform b.png": [
         ("--translate 3", "--translate '3': must be two numbers X,Y"), ("--rotate --size 4x4", "--rotate: needs a value"),
-        ("--rotate inf", "--rotate 'inf'"), ("--scale 1,2,3", "--scale .* S or two SX,SY"),
-        ("--skew 90,0", "--skew '90,0': must be degrees from -89.999 to 89.999"),
+        ("--skew 90,0", "--skew '90,0': must be degrees from -89.999 to 89.999"), ("--rotate inf", "--rotate 'inf'"),
         ("--anchor middle", "--anchor 'middle': .* X,Y or center"), ("--rotate 1 --rotate 2", "--rotate: is given twice"),
         ("--matrix 1,0,0,0,1,0,0,0", "--matrix '1,0,0,0,1,0,0,0': must be 9 numbers"),
         ("--matrix 1 0 0 0 1 0 0 0 1 1", "not expected: 1"),
-        ("--matrix 1 0 0 0 1 0 0 0 1 --rotate 3", "--matrix: stands alone"),
         ("--rotate 3 --to --matrix 1 0 0 0 1 0 0 0 1", "--matrix: stands alone, at both ends"),
         ("--to --rotate 1 --to", "--to: stands once"), ("--to --motion-samples 257", "'257': .* 1 to 256"),
         ("--to --shutter-angle 721", "'721': .* 0 to 720"), ("--motion-samples 4", "without --to or --path"),
@@ -152,7 +143,6 @@ class Refusals(CommandTest):
         self.text("empty.png", "")
         os.mkdir(self.path("folder.png"))
         self.hostile_png("wide.png", 30001, 1)
-        self.hostile_png("zero.png", 0, 7)
         self.hostile_png("vast.png", 2**31 - 1, 2**31 - 1)
         self.hostile_png("short.png", 30000, 30000)  # its header says 3.6 GB, its data are empty
         Image.new("L", (30001, 1)).save(self.path("wide.tif"))
@@ -161,7 +151,7 @@ class Refusals(CommandTest):
                 ("text.png", "text.png: is not a picture of a known format .*png, jpeg"),
                 ("folder.png", "folder.png: is a folder"), ("wide.tif", "30001 x 1"),
                 ("wide.png", "wide.png: is 30001 x 1 pixels; at most 30000"),
-                ("zero.png", "has no pixels .0 x 7"), ("vast.png", "2147483647")):
+                ("vast.png", "2147483647")):
             self.table(INPUT, [(words + " -o old.png", message) for words in (
                 f"composite {name} --layer b.png", f"composite b.png --layer {name}",
                 f"composite b.png --layer b.png --mask {name}")])
@@ -193,12 +183,11 @@ class Refusals(CommandTest):
     def test_kernel_files(self):
         nine = "1 1 1\n1 1 1\n1 1 1\n"
         for text, message, *line in (
-                ("", "is empty"), ("# nothing\n\n \n", "is empty"),
+                ("# nothing\n\n \n", "is empty"),
                 ("1 2 3\n4 5\n6 7 8\n", "line 2: row of 2 numbers, the first row has 3"),
                 ("1 2 3\n4 5 6\n", "line 1: kernel of 2 rows with 3 numbers each; .*as many rows"),
                 ("1 2\n3 4\n", "2 rows with 2 numbers each; the count must be odd"),
                 ("1 2 3\n", "1 row with 3 numbers each; .*--one-dimensional x or y"),
-                (nine, "3 rows with 3 numbers each; --one-dimensional needs one row", "x"),
                 ("1 " * 1025, "at most 1023", "x"), ("1 - 2\n", "'-'"), ("1, ,2\n", "line 1: a comma"),
                 ("\n# so\n1 0 0\n0 1.5 0\n", r"line 4: '1\.5' is not a whole number"),
                 ("2147483648\n", "'2147483648' is beyond 32 bits"),
@@ -246,7 +235,7 @@ class Refusals(CommandTest):
         old = self.contents("old.png")
         several = (signal.SIGHUP, signal.SIGTERM, signal.SIGINT) * 7  # the next before the last is handled
         for numbers in ((signal.SIGINT,), several):
-            run = subprocess.Popen([VX, "fill", "5000x5000", "--color", "255,1,2,3", "-o", "old.png"],
+            run = subprocess.Popen([VX, "fill", "7000x6000", "--color", "255,1,2,3", "-o", "old.png"],
                                    cwd=self.folder, stderr=subprocess.PIPE)
             self.addCleanup(run.kill)
             deadline = time.time() + 60

@@ -10,41 +10,14 @@ from hypothesis import given, settings
 from hypothesis import strategies as st
 
 import vx
-from pictures import FULL, argb, noise
+from pictures import argb, noise
 
 
-@settings(max_examples=60, deadline=None, database=None)
-@given(depth=st.sampled_from([8, 16, 32]), height=st.integers(1, 12), width=st.integers(1, 12),
-       left=st.integers(0, 3), step=st.integers(1, 3), channels=st.sampled_from([3, 4]))
-def test_crops_and_skipped_rows_give_what_their_copies_give(depth, height, width, left, step,
-                                                            channels):
-    big = noise(height * step + 2, width + left + 2, depth, channels)
-    part = big[1:1 + height * step:step, left:left + width]
-    before = big.copy()
-    expected = vx.blur(np.ascontiguousarray(part), 1.5)
-    np.testing.assert_array_equal(vx.blur(part, 1.5), expected)
-    np.testing.assert_array_equal(big, before)
-    out = np.zeros((height * step, width + 3, 4), part.dtype)
-    target = out[::step, 2:2 + width]
-    assert vx.blur(part, 1.5, out=target) is target
-    np.testing.assert_array_equal(target, expected)
-    assert not out[:, :2].any() and not out[:, 2 + width:].any()
-
-
-@pytest.mark.parametrize("depth", [8, 16, 32])
-def test_both_orders_and_worlds_agree(depth):
-    below, above = noise(7, 9, depth), noise(5, 4, depth, seed=2)
-    result = vx.transfer(below, above, mode="overlay", at=(2, 1), opacity=0.7)
-    turned = vx.transfer(argb(below), argb(above), mode="overlay", at=(2, 1), opacity=0.7,
-                         order="argb")
-    np.testing.assert_array_equal(argb(result), turned)
-    world = vx.transfer(vx.World(below), vx.World(above), mode="overlay", at=(2, 1), opacity=0.7)
-    assert isinstance(world, vx.World) and world.depth == depth
-    np.testing.assert_array_equal(world.array(), result)
-    opaque = vx.transfer(below[..., :3].copy(), above)
+def test_a_picture_without_alpha_is_opaque():
+    below, above = noise(7, 9), noise(5, 4, seed=2)
     full = below.copy()
-    full[..., 3] = FULL[depth]
-    np.testing.assert_array_equal(opaque, vx.transfer(full, above))
+    full[..., 3] = 255
+    np.testing.assert_array_equal(vx.transfer(below[..., :3].copy(), above), vx.transfer(full, above))
 
 
 def test_views_share_memory_both_ways_and_keep_it_alive():
@@ -106,7 +79,7 @@ def test_destinations_that_cannot_be_written_are_refused():
             vx.fill(picture, (0, 0, 0), out=out)
 
 
-@settings(max_examples=200, deadline=None, database=None)
+@settings(max_examples=120, deadline=None, database=None)
 @given(data=st.data(), depth=st.sampled_from([8, 16, 32]), channels=st.sampled_from([3, 4]))
 def test_any_strides_are_honoured_or_refused(data, depth, channels):
     base = noise(9, 8, depth, channels).repeat(2, axis=2)[..., :channels + 1]
@@ -124,6 +97,10 @@ def test_any_strides_are_honoured_or_refused(data, depth, channels):
     if fine:
         expected = array[..., [0, 1, 2]]
         np.testing.assert_array_equal(vx.fill_alpha(array)[..., :3], expected)
+        out = base.copy()[tuple(cuts)]
+        if last == 4:
+            assert vx.fill_alpha(array.copy(), out=out) is out
+            np.testing.assert_array_equal(out[..., :3], expected)
     else:
         with pytest.raises(ValueError, match="^picture: shape"):
             vx.fill_alpha(array)

@@ -195,29 +195,31 @@ TEST_F(Services, PlatformRefsAndPixelsOfADescriptor) {
 
 // Every mask out of one world and into another; what is not chosen, and the padding, stays.
 TEST_F(Services, PlanesOutAndIn) {
-  GuardedWorld<VX_Pixel8> from(10, 3, 5, 2);
-  const int32_t row_sizes[] = {2, 20, 38, 56, 74};  // (18 n + 3) without its lowest bit
-  for (uint32_t mask = 0; mask < 16; ++mask) {
-    void** handle = nullptr;
-    int32_t row_size = 0;
-    ASSERT_EQ(VX_ExtractPlanes(nullptr, &from.world, mask, &handle, &row_size), 0);
-    EXPECT_EQ(row_size, row_sizes[__builtin_popcount(mask)]);
-    EXPECT_EQ(VXHost_GetMemory().block_bytes - before_.block_bytes, row_size * 3 + 8);
+  for (const int32_t width : {9, 10}) {
+    GuardedWorld<VX_Pixel8> from(width, 3, 5, 2);
+    for (uint32_t mask = 0; mask < 16; ++mask) {
+      void** handle = nullptr;
+      int32_t row_size = 0;
+      ASSERT_EQ(VX_ExtractPlanes(nullptr, &from.world, mask, &handle, &row_size), 0);
+      // Eight pixels and three bytes more, then an even number.
+      EXPECT_EQ(row_size, ((width + 8) * __builtin_popcount(mask) + 3) / 2 * 2);
+      EXPECT_EQ(VXHost_GetMemory().block_bytes - before_.block_bytes, row_size * 3 + 8);
 
-    GuardedWorld<VX_Pixel8> to(10, 3, 3, 7);
-    std::vector<uint8_t> expected = to.bytes;
-    const auto* packed = static_cast<const uint8_t*>(*handle);
-    for (int32_t y = 0; y < 3; ++y, packed += row_size) {
-      for (int32_t i = 0, byte = 0; byte < 40; ++byte) {
-        if ((mask >> byte % 4 & 1) == 0) continue;
-        const uint8_t value = from.bytes[from.Offset(0, y) + static_cast<size_t>(byte)];
-        EXPECT_EQ(packed[i++], value) << "mask " << mask;
-        expected[to.Offset(0, y) + static_cast<size_t>(byte)] = value;
+      GuardedWorld<VX_Pixel8> to(width, 3, 3, 7);
+      std::vector<uint8_t> expected = to.bytes;
+      const auto* packed = static_cast<const uint8_t*>(*handle);
+      for (int32_t y = 0; y < 3; ++y, packed += row_size) {
+        for (int32_t i = 0, byte = 0; byte < 4 * width; ++byte) {
+          if ((mask >> byte % 4 & 1) == 0) continue;
+          const uint8_t value = from.bytes[from.Offset(0, y) + static_cast<size_t>(byte)];
+          EXPECT_EQ(packed[i++], value) << "mask " << mask;
+          expected[to.Offset(0, y) + static_cast<size_t>(byte)] = value;
+        }
       }
+      EXPECT_EQ(VX_InsertPlanes(nullptr, handle, row_size, mask, &to.world), 0);
+      EXPECT_EQ(to.bytes, expected);
+      U_FreeHandle(handle);
     }
-    EXPECT_EQ(VX_InsertPlanes(nullptr, handle, row_size, mask, &to.world), 0);
-    EXPECT_EQ(to.bytes, expected);
-    U_FreeHandle(handle);
   }
 }
 

@@ -215,6 +215,7 @@ TEST_F(WorldTest, ReferencesIntoWorlds) {
   const WorldPtr other = Make(5, 5, 8);
   for (const Case& c : {Case{other.get(), {0, 0, 6, 5}, "can't change bit depth in ReReference"},
                         Case{parent.get(), {0, 0, 21, 1}, "bad sub rect in ReReference"},
+                        Case{parent.get(), {0, 9, 1, 11}, "bad sub rect in ReReference"},
                         Case{parent.get(), {0, -1, 1, 1}, "bad sub rect in ReReference"}}) {
     EXPECT_EQ(Thrown([&] { raw->ReReference(c.parent, c.rect); }), 3);
     EXPECT_EQ(Reports(), (ReportList{{0x2503E7, c.text}}));

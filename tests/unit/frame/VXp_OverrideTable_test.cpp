@@ -31,12 +31,6 @@ class VXpOverrideTable : public testing::Test {
     std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &saved_, sizeof saved_);
   }
 
-  static int32_t State(int32_t slot) {
-    VX_SlotDescription description{};
-    EXPECT_EQ(VX_DescribeSlot(slot, &description), 0) << slot;
-    EXPECT_EQ(description.number, slot);
-    return description.state;
-  }
   static void ExpectOneReport(uint32_t check, int32_t severity, const std::string& text) {
     const auto reports = VXHost_TakeReports();
     ASSERT_EQ(reports.size(), 1u) << text;
@@ -78,7 +72,10 @@ TEST_F(VXpOverrideTable, AfterBirthTheListedSlotsAndNoOthersAreFilled) {
 
 TEST_F(VXpOverrideTable, AReplacementIsCalledAndTold) {
   ASSERT_EQ(VX_SetOverrideFunc(53, kReplacement), 0);
-  EXPECT_EQ(State(53), VX_SlotState_Replaced);
+  VX_SlotDescription replaced{};
+  EXPECT_EQ(VX_DescribeSlot(53, &replaced), 0);
+  EXPECT_EQ(replaced.number, 53);
+  EXPECT_EQ(replaced.state, VX_SlotState_Replaced);
   EXPECT_EQ(VXp_G_OverFuncs.VX_IterateGeneric_Static(1, nullptr, nullptr), 1234);
   EXPECT_TRUE(VXHost_TakeReports().empty());
 
@@ -90,14 +87,12 @@ TEST_F(VXpOverrideTable, AReplacementIsCalledAndTold) {
   }
   EXPECT_EQ(VX_SetOverrideFunc(53, nullptr), 3);
   EXPECT_EQ(std::memcmp(before, &VXp_G_OverFuncs, sizeof before), 0);
-}
-
-TEST_F(VXpOverrideTable, TheOldWayOfReplacingIsObsolete) {
+  VXHost_TakeReports();
   EXPECT_EQ(VX_OverrideStdFuncs(), 515);
   ExpectOneReport(0x25002F, 8, "Obsolete routine");
 }
 
-TEST_F(VXpOverrideTable, Strings) {
+TEST_F(VXpOverrideTable, StringsBelongToTheirKeys) {
   EXPECT_EQ(VX_G_zref.self, &VX_G_zref);
   EXPECT_STREQ(VX_G_zref.package, "VX");
   ASSERT_EQ(VX_G_zref.count, 21);
@@ -106,19 +101,6 @@ TEST_F(VXpOverrideTable, Strings) {
     std::snprintf(key, sizeof key, "$$$/RZ/VX/LStr/%04d=", i);
     EXPECT_EQ(std::string(VX_G_zref.entries[i].text).rfind(key, 0), 0u) << i;
   }
-  const std::pair<int32_t, const char*> texts[] = {
-      {0, "invalid callback selector"},
-      {4, "bad parameter passed to effect callback"},
-      {6, "unimplemented blending mode."},
-      {13, "can#{rsquo}t unlock VX Mask Buffer"},
-      {15, "blending scratch buffer"},
-      {17, "out of memory for channel chunk"},
-      {19, "effect plug-in passed invalid world to get_platform_refs"},
-      {20, ""}};
-  for (const auto& [index, text] : texts) {
-    EXPECT_STREQ(U_ZLookupLStrCache(&VX_G_zref, index), text);
-  }
-  EXPECT_EQ(U_ZLookupLStrCache(&VX_G_zref, 21), nullptr);
 }
 
 TEST_F(VXpOverrideTable, CallbacksByQualityAndAlpha) {

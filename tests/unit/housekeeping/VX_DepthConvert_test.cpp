@@ -9,8 +9,9 @@
 #include <limits>
 
 #include "host/RND.h"
+#include "reference/RefCopy.h"
 #include "unit/GuardedWorld.h"
-#include "unit/housekeeping/Expected.h"
+#include "unit/PixelTestKit.h"
 
 namespace {
 
@@ -30,22 +31,6 @@ using AllPairs =
     testing::Types<Pair<P8, P8>, Pair<P8, P16>, Pair<P8, PF>, Pair<P16, P8>, Pair<P16, P16>,
                    Pair<P16, PF>, Pair<PF, P8>, Pair<PF, P16>, Pair<PF, PF>>;
 TYPED_TEST_SUITE(DepthConvertTest, AllPairs);
-
-struct Progress {
-  VX_ProgressInfo info{};
-  std::vector<std::pair<int32_t, int32_t>> calls;
-  std::vector<VX_Err> answers;
-
-  explicit Progress(std::vector<VX_Err> planned) : answers(std::move(planned)) {
-    info.progress_refcon = this;
-    info.progress_func = [](void* refcon, int32_t step, int32_t final_step) -> VX_Err {
-      auto& self = *static_cast<Progress*>(refcon);
-      self.calls.emplace_back(step, final_step);
-      const size_t call = self.calls.size() - 1;
-      return call < self.answers.size() ? self.answers[call] : 0;
-    };
-  }
-};
 
 }  // namespace
 
@@ -79,48 +64,38 @@ TYPED_TEST(DepthConvertTest, EveryValue) {
   std::vector<uint8_t> expected = dest.bytes;
   for (int32_t x = 0; x < source.width; ++x) {
     const Channel* const c = values.data() + 4 * x;
-    dest.Set(expected, x, 0, WantPixel<To>(From{c[0], c[1], c[2], c[3]}));
+    dest.Set(expected, x, 0, vxref::Converted<To>(From{c[0], c[1], c[2], c[3]}));
   }
   ASSERT_EQ(VX_DepthConvertWorld(nullptr, &source, nullptr, 0, 0, 0, &dest.world), 0);
   ASSERT_TRUE(dest.bytes == expected);
 }
 
-TYPED_TEST(DepthConvertTest, ClipsAndPollsEachRow) {
-  using From = typename TypeParam::From;
-  using To = typename TypeParam::To;
-  GuardedWorld<From> source(6, 7, 3, 1);
-  GuardedWorld<To> dest(8, 5, 5, 2);
-  M_Rect rect;  // overhangs the source on the left and the destination below
-  rect.left = -2;
-  rect.top = 1;
-  rect.right = 4;
-  rect.bottom = 7;
-  const auto expected = [&](int rows) {
-    std::vector<uint8_t> bytes = dest.bytes;
-    for (int y = 0; y < rows; ++y) {
-      for (int x = 0; x < 4; ++x) {
-        dest.Set(bytes, x + 3, y + 2, WantPixel<To>(source.Get(x, y + 1)));
-      }
-    }
-    return bytes;
-  };
-  VX_WorldX<From> from(&source.world, true);
-  VX_WorldX<To> to(&dest.world, true);
-  const auto copy = [&](Progress& progress) {
-    return Thrown(
-        [&] { to.CopyRectPossiblyDifferentBitdepth(&from, rect, false, 1, 2, &progress.info); });
-  };
-  using Calls = std::vector<std::pair<int32_t, int32_t>>;
-  auto want = expected(2);
-  Progress stopped({0, 517});
-  EXPECT_EQ(copy(stopped), 517);
-  EXPECT_EQ(stopped.calls, (Calls{{1, 3}, {2, 3}}));
-  EXPECT_EQ(dest.bytes, want);
-  want = expected(3);
-  Progress grumbling({5, 0, 0});
-  EXPECT_EQ(copy(grumbling), 5);
-  EXPECT_EQ(grumbling.calls.size(), 3u);
-  EXPECT_EQ(dest.bytes, want);
+// The first code that is not 0 is returned; VX_ErrStopped ends the call after the row.
+TEST(DepthConvert, PollsEachRow) {
+  for (const VX_Err answer : {5, int32_t{VX_ErrStopped}}) {
+    GuardedWorld<P16> source(6, 7, 3, 1);
+    GuardedWorld<P8> dest(8, 5, 5, 2);
+    std::pair<std::vector<int32_t>, VX_Err> polls{{}, answer};
+    VX_ProgressInfo info{};
+    info.progress_refcon = &polls;
+    info.progress_func = [](void* refcon, int32_t step, int32_t final_step) -> VX_Err {
+      auto& [steps, code] = *static_cast<decltype(polls)*>(refcon);
+      EXPECT_EQ(final_step, 3);
+      steps.push_back(step);
+      return step == 2 ? code : 0;
+    };
+    const M_Rect rect{1, -2, 7,
+                      4};  // extends beyond the source at the left, at the destination below
+    const std::vector<int32_t> steps =
+        answer == VX_ErrStopped ? std::vector<int32_t>{1, 2} : std::vector<int32_t>{1, 2, 3};
+    const auto want = dest.bytes;
+    EXPECT_EQ(VX_DepthConvertWorld(&info, &source.world, &rect, 0, 1, 2, &dest.world), answer);
+    EXPECT_EQ(polls.first, steps);
+    const size_t after = dest.Offset(0, 4);
+    const bool untouched = std::equal(want.begin() + static_cast<ptrdiff_t>(after), want.end(),
+                                      dest.bytes.begin() + static_cast<ptrdiff_t>(after));
+    EXPECT_EQ(untouched, answer == VX_ErrStopped);
+  }
 }
 
 // Noise replaces the rounding constant: a word a channel, in order, going round the table.
@@ -142,7 +117,7 @@ TEST(Dither, UsesTheNoiseInOrderAndRepeats) {
     auto bytes = first.bytes;
     for (int y = 0; y < 8; ++y) {
       for (int x = 0; x < 5000; ++x) {
-        const VX_Pixel16 p = WantPixel<VX_Pixel16>(from.Get(x, y));
+        const VX_Pixel16 p = vxref::Converted<VX_Pixel16>(from.Get(x, y));
         const uint8_t a = dithered(p.alpha), r = dithered(p.red), g = dithered(p.green);
         first.Set(bytes, x, y, {a, r, g, dithered(p.blue)});
       }

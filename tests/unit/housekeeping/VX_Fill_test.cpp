@@ -20,17 +20,11 @@ VX_Err Fill(const VX_PixelFloat* c, const M_Rect* r, VX_LayerDef* w) {
   return VX_FillFloat(nullptr, c, r, w);
 }
 
-template <class Pixel>
-class FillTest : public testing::Test {};
-using AllDepths = testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat>;
-TYPED_TEST_SUITE(FillTest, AllDepths);
-
 }  // namespace
 
-TYPED_TEST(FillTest, Refusals) {
-  using Pixel = TypeParam;
+TEST(Fill, Refusals) {
   Reports();
-  GuardedWorld<Pixel> canvas(3, 3, 0, 1);
+  GuardedWorld<VX_Pixel8> canvas(3, 3, 0, 1);
   const auto untouched = canvas.bytes;
   void* const data = std::exchange(canvas.world.data, nullptr);
   const VX_Pixel8 color{};

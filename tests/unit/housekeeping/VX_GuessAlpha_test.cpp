@@ -7,23 +7,19 @@
 
 #include "VX/VX_GuessAlpha.h"
 #include "unit/GuardedWorld.h"
+#include "unit/PixelTestKit.h"
 
 namespace {
 
 template <class Pixel>
-class GuessAlpha : public testing::Test {
- public:
-  using Channel = VX_ChannelOf<Pixel>;
-  static constexpr double kFull = sizeof(Channel) == 4   ? 1.0
-                                  : sizeof(Channel) == 2 ? 32768.0
-                                                         : 255.0;
+VX_ChannelOf<Pixel> Store(double unit) {
+  return static_cast<VX_ChannelOf<Pixel>>(
+      kDepth<Pixel> == 32 ? unit : std::floor(unit * kFull<Pixel> + 0.5));
+}
 
-  static Channel Store(double unit) {
-    return static_cast<Channel>(sizeof(Channel) == 4 ? unit : std::floor(unit * kFull + 0.5));
-  }
-};
-using Pixels = testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat>;
-TYPED_TEST_SUITE(GuessAlpha, Pixels);
+template <class Pixel>
+class GuessAlpha : public testing::Test {};
+TYPED_TEST_SUITE(GuessAlpha, PixelTypes);
 
 }  // namespace
 
@@ -38,11 +34,11 @@ TYPED_TEST(GuessAlpha, TellsHowPicturesWereMade) {
       for (int32_t x = 0; x < 40; ++x) {
         const double alpha = x < 10 ? 1.0 : x < 20 ? 0.0 : unit();
         const auto color = [&]() -> VX_ChannelOf<TypeParam> {
-          if (kind == VX_Alpha_Straight) return TestFixture::Store(unit());
-          return TestFixture::Store(unit() * alpha + (kind == VX_Alpha_PremulWhite) * (1 - alpha));
+          if (kind == VX_Alpha_Straight) return Store<TypeParam>(unit());
+          return Store<TypeParam>(unit() * alpha + (kind == VX_Alpha_PremulWhite) * (1 - alpha));
         };
-        const auto stored = TestFixture::Store(alpha);
-        partial += stored > 0 && static_cast<double>(stored) < TestFixture::kFull;
+        const auto stored = Store<TypeParam>(alpha);
+        partial += stored > 0 && stored < kFull<TypeParam>;
         picture.Set(picture.bytes, x, y, {stored, color(), color(), color()});
       }
     }

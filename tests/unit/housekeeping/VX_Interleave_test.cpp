@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "unit/GuardedWorld.h"
+#include "unit/PixelTestKit.h"
 
 template <class Pixel>
 class Interleave : public testing::Test {};
-using AllDepths = testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat>;
-TYPED_TEST_SUITE(Interleave, AllDepths);
+TYPED_TEST_SUITE(Interleave, PixelTypes);
 
 // One channel out of a world into a plane of five columns, and back into another world.
 TYPED_TEST(Interleave, RoundTripWithStridesAndOffsets) {

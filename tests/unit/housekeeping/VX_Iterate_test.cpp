@@ -39,11 +39,6 @@ VX_ProgressInfo ProgressOf(OnStep* on_step) {
 
 }  // namespace
 
-template <class Pixel>
-class IterateWalk : public testing::Test {};
-using AllDepths = testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat>;
-TYPED_TEST_SUITE(IterateWalk, AllDepths);
-
 // Worlds of no size and origins at the ends of 16 bits. What else is visited is compared by the
 // random commands of tests/commands.
 TEST(Iterate, NothingToVisit) {
@@ -213,8 +208,8 @@ TEST(Iterate, Generic) {
   }
 }
 
-TYPED_TEST(IterateWalk, LambdaForms) {
-  using Pixel = TypeParam;
+TEST(ForEachPixel, LambdaForms) {
+  using Pixel = VX_Pixel16;
   GuardedWorld<Pixel> src(5, 4, 16, 1), dst(5, 4, 16, 2);
   const auto everywhere = [](int32_t, int32_t) { return true; };
   const auto reddened = [](Pixel p) { return Pixel{p.alpha, 1, p.green, p.blue}; };

@@ -8,8 +8,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "reference/RefCopy.h"
 #include "unit/GuardedWorld.h"
-#include "unit/housekeeping/Expected.h"
+#include "unit/PixelTestKit.h"
 
 namespace {
 
@@ -67,7 +68,7 @@ class PremulTest : public testing::Test {
       SCOPED_TRACE(testing::Message() << "round " << round);
       GuardedWorld<Pixel> canvas(9, 7, static_cast<int32_t>(round % 6), round);
       const Color color = GuardedWorld<Color>::RandomPixel(random);
-      const Pixel matte = WantPixel<Pixel>(color);
+      const Pixel matte = vxref::Converted<Pixel>(color);
       const bool black = round % 3 == 0;
       const bool forward = round % 2 == 0;
       const M_Rect area{6, 8, 1, 2};  // upside down: rows 1 to 5, columns 2 to 7
@@ -90,8 +91,7 @@ class PremulTest : public testing::Test {
   }
 };
 
-using AllDepths = testing::Types<VX_Pixel8, VX_Pixel16, VX_PixelFloat>;
-TYPED_TEST_SUITE(PremulTest, AllDepths);
+TYPED_TEST_SUITE(PremulTest, PixelTypes);
 
 }  // namespace
 
@@ -106,7 +106,7 @@ TYPED_TEST(PremulTest, OperationsOfAWorld) {
   GuardedWorld<Pixel> called(5, 4, 3, 21), asked(5, 4, 3, 21);
   VX_WorldX<Pixel> world(&called.world, true);
   const VX_Pixel16 color{32768, 30000, 100, 16384};
-  const VX_Pixel8 narrow = WantPixel<VX_Pixel8>(color);
+  const VX_Pixel8 narrow = vxref::Converted<VX_Pixel8>(color);
   const bool none = sizeof(Pixel) == 16;  // float worlds refuse
   const auto expect = [&](int32_t thrown, VX_Err code) {
     EXPECT_EQ(thrown, none ? 3 : 0);
@@ -123,28 +123,6 @@ TYPED_TEST(PremulTest, OperationsOfAWorld) {
   expect(Thrown([&] { world.Premultiply(); }), VX_Premul(nullptr, 1, &asked.world));
   expect(Thrown([&] { world.Unmultiply(); }), VX_Premul(nullptr, 0, &asked.world));
   EXPECT_EQ(called.bytes == untouched, none);
-}
-
-// A round trip of a colour that fits under its alpha, for every pair at 8 bits.
-TEST(PremulValues, CornersAndRoundTrip) {
-  GuardedWorld<VX_Pixel8> canvas(256, 256, 0, 1);
-  for (int a = 0; a < 256; ++a) {
-    for (int c = 0; c < 256; ++c) {
-      const auto channel = static_cast<uint8_t>(c);
-      canvas.Set(canvas.bytes, c, a, {static_cast<uint8_t>(a), channel, 0, 255});
-    }
-  }
-  ASSERT_EQ(VX_Premul(nullptr, 1, &canvas.world), 0);
-  ASSERT_EQ(VX_Premul(nullptr, 0, &canvas.world), 0);
-  for (int a = 0; a < 256; ++a) {
-    for (int c = 0; c < 256; ++c) {
-      const VX_Pixel8 p = canvas.Get(c, a);
-      ASSERT_EQ(p.alpha, a);
-      ASSERT_EQ(p.blue, a == 0 ? 0 : 255);
-      const double slack = a == 0 ? 0 : 127.5 / a + 0.5;
-      ASSERT_LE(std::abs(p.red - (a == 0 ? 0 : c)), slack) << c << " at alpha " << a;
-    }
-  }
 }
 
 TEST(PremulValues, Refusals) {

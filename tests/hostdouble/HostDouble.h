@@ -2,57 +2,41 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A second definition of the host's services, for tests: it counts, records and fails on demand.
-// Link vx_hostdouble instead of the embedded host. Without a HostDouble object the services work
-// and nothing is recorded.
+// The embedded host with a recorder around it, for tests: it counts allocations, records calls and
+// lets either fail. Link vx_hostdouble instead of VX::Host. Without a HostDouble object the host
+// works as usual and nothing is recorded.
 //
 //   HostDouble host;
 //   host.FailAllocation(3);
 //   EXPECT_EQ(VX_Birth(), 4);
 //   EXPECT_EQ(host.Leaked(), 0);
 //
-// One object at a time. It starts with everything in order and its destructor puts everything back,
-// scans and extensions included. Services may be called on any thread; settings are for the
-// test's own thread.
-//
-// The processor record says what this machine has, unless the environment variable
-// VX_TEST_PROCESSOR is "none" (no flag), "sse2" (all but the ninth word) or "all" (as detected).
+// One object at a time, used by one thread. Its constructor discards the reports of the thread; its
+// destructor restores allocators, log and processor record.
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "host/U.h"
+#include "host/VXHost.h"
 
 class HostDouble {
  public:
-  struct Report {
-    uint32_t check;
-    int32_t line;      // 0 for reports to the user
-    int32_t severity;  // 0 for failed verifications
-    std::string text;
+  // A call of a service that is recorded (see CMakeLists.txt), or of a procedure of the colour
+  // engine.
+  struct Call {
+    std::string name;
+    std::vector<int64_t> args;  // the integer arguments in order; none for the colour engine
+    std::string text;           // the first text
   };
   struct LogLine {
     int32_t level;
     std::string component, event, text;
   };
-  // A call of a service, named as in include/host, with its whole-number arguments in order and its
-  // first text. Memory, strings, rectangles and reports are not among the calls.
-  struct Call {
-    std::string name;
-    std::vector<int64_t> args;
-    std::string text;
-  };
   struct Allocation {
-    enum Kind { kBlock, kHandle, kObject, kFrame, kBitmap, kList } kind;
-    uint32_t check;
-    std::string label;
-    uint64_t size;
+    uint64_t size;  // as requested by the caller
     bool failed;
-  };
-  struct FrameFree {
-    uint64_t allocated;  // the size that was asked for
-    uint64_t told;       // the size that BM_FreeFrame was given
   };
 
   HostDouble();
@@ -60,44 +44,44 @@ class HostDouble {
   HostDouble(const HostDouble&) = delete;
   HostDouble& operator=(const HostDouble&) = delete;
 
-  // ---- Memory: blocks, handles, objects, frames, bitmaps and lists share one counter ----
+  // ---- Memory: blocks, frames and what the colour engine allocates share one counter ----
   // The nth allocation from now (1 is the next) fails; 0: none.
   void FailAllocation(int nth);
-  // Attempts since construction, the failed ones included.
-  int64_t AllocationCount() const;
-  std::vector<Allocation> Allocations() const;
-  // What was allocated since construction and is still alive (below 0: more was freed).
+  // Attempts since construction, including failed ones.
+  int64_t AllocationCount() const { return static_cast<int64_t>(allocations.size()); }
+  // Blocks and frames allocated since construction and not freed (negative: more were freed).
   int64_t Leaked() const;
-  // What U_AccountAllocation was told since construction, summed up.
+  // The sum of the arguments of U_AccountAllocation since construction.
   int64_t Accounted() const;
-  std::vector<FrameFree> FrameFrees() const;
 
   // ---- Services ----
-  // All further calls of the service `name` give `code` and do nothing else. For services with an
-  // error code; COR_BindClient gives false. Code 0 lets it work again.
-  void Fail(const std::string& name, U_Err code);
-  // The same, but the service throws the code as int32_t, or std::bad_alloc when code is 0.
-  void Throw(const std::string& name, U_Err code);
-  // "BM" fails BM_CheckVersions.
-  void FailVersionCheck(const std::string& package, U_Err code = 7);
-  // New bitmaps have a null `base` in their record.
-  void HideBitmapBase(bool hide);
-  // M_PrepareFCMD not yet undone, EMUL_Begin... not yet ended, and whether a client is bound.
-  int ByteTables() const;
-  int WindowModes() const;
-  bool ClientBound() const;
-
-  void SetProcessor(bool has_sse2, bool has_ssse3);
-
-  // Runs the finishing callbacks of the scans that were asked for; gives the first code not 0.
-  U_Err RunScan();
+  // All further calls of `name` return `code`; COR_BindClient returns false. A service that frees
+  // something still does so. Code 0 ends the failure.
+  void Fail(const std::string& name, int32_t code) { failures_[name] = {code, false}; }
+  // All further calls throw `code` as int32_t, or std::bad_alloc if code is 0.
+  void Throw(const std::string& name, int32_t code) { failures_[name] = {code, true}; }
 
   // ---- Records, oldest first ----
-  std::vector<Report> Reports() const;
-  // The texts alone, and forgets the reports.
-  std::vector<std::string> TakeReportTexts();
-  std::vector<LogLine> Log() const;
-  std::vector<Call> Calls() const;
   std::vector<Call> CallsTo(const std::string& name) const;
   std::vector<std::string> CallNames() const;
+  std::vector<Call> calls;
+  std::vector<LogLine> log;
+  std::vector<Allocation> allocations;
+
+  bool client_bound = false;
+  bool hide_bitmap_base = false;  // set: bitmaps of BM_NewWorld have a null `base`
+
+  // Records a call. Returns the code of its failure or 0, or throws.
+  int32_t Enter(Call call);
+
+ private:
+  struct Failure {
+    int32_t code;
+    bool thrown;
+  };
+  void* Allocate(uint64_t size, uint64_t header);
+
+  std::map<std::string, Failure> failures_;
+  int64_t fail_at_ = 0;  // number of the attempt; 0: none
+  VXHost_Memory before_;
 };

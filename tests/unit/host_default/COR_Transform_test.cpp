@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "unit/host/ColorKit.h"
+#include "ColorKit.h"
 
 using namespace colorkit;
 

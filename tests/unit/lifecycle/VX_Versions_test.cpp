@@ -22,7 +22,7 @@ constexpr Library kLibraries[] = {{"U_CheckVersions", 61},    {"STR_CheckVersion
                                   {"RZFX_CheckVersions", 8},  {"PLUG_CheckVersions", 11}};
 
 void ExpectAllAskedOnce(const HostDouble& host) {
-  const auto calls = host.Calls();
+  const auto& calls = host.calls;
   ASSERT_EQ(calls.size(), std::size(kLibraries));
   for (size_t i = 0; i < calls.size(); ++i) {
     EXPECT_EQ(calls[i].name, kLibraries[i].name);
@@ -46,7 +46,7 @@ TEST(VXVersions, AsksAllLibrariesInOrderAndOnlyOnce) {
     EXPECT_EQ(VX_CheckVersions(0x1234, 17), 0);
     EXPECT_EQ(VX_CheckVersions(0x1234, 17), 0);
     ExpectAllAskedOnce(host);
-    EXPECT_TRUE(host.Reports().empty());
+    EXPECT_TRUE(VXHost_TakeReports().empty());
   });
 }
 
@@ -65,12 +65,12 @@ TEST(VXVersions, AFailureOfAnyLibraryIsSeenByTheFirstCallerAlone) {
 TEST(VXVersions, AnotherHeaderIsReportedWithBothNumbers) {
   InChild([] {
     HostDouble host;
-    host.FailVersionCheck("BM");
+    host.Fail("BM_CheckVersions", 7);
     Up_G_err_buf[0] = 77;
     EXPECT_EQ(VX_CheckVersions(0x00420001, -5), 7);
     ExpectAllAskedOnce(host);
     EXPECT_EQ(Up_G_err_buf[0], 0);
-    const auto reports = host.Reports();
+    const auto reports = VXHost_TakeReports();
     ASSERT_EQ(reports.size(), 1u);
     EXPECT_EQ(reports[0].check, 0x00420001u);
     EXPECT_EQ(reports[0].severity, 16);

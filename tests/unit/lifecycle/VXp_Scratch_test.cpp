@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <set>
+#include <vector>
 
 #include "VX/VX_Package.h"
 #include "frame/VXp_Scratch.h"
@@ -26,7 +26,7 @@ class VXpScratch : public testing::Test {
   }
   // Sizes of what was allocated since the last call.
   Sizes NewSizes(const HostDouble& host) {
-    const auto all = host.Allocations();
+    const auto& all = host.allocations;
     Sizes sizes;
     for (; seen < all.size(); ++seen) {
       if (!all[seen].failed) sizes.push_back(all[seen].size);
@@ -44,15 +44,7 @@ TEST_F(VXpScratch, GrowsByBytesWhateverTheDepth) {
   // The motion blur's blocks: 256 entries of 8, 8, 8, 16, 16, 72 and 96 bytes; then the rows.
   EXPECT_EQ(NewSizes(host),
             (Sizes{2048, 2048, 2048, 4096, 4096, 18432, 24576, /*rows*/ 20, 80, 80}));
-  const auto allocations = host.Allocations();
-  EXPECT_EQ(allocations[6].label, "motion blur scratch data7");
-  EXPECT_EQ(allocations[7].label, "blending scratch buffer");
-  EXPECT_EQ(allocations[7].check, 0x250047u);
   const VX_BlendScratch first = out;
-  const std::set<void*> distinct = {out.alpha_row, out.mask_row, out.third_row, out.motion[0],
-                                    out.motion[6]};
-  EXPECT_EQ(distinct.size(), 5u);
-
   for (const auto& [pixels, depth_code] : {std::pair{20, 1}, {10, 2}, {5, 4}, {1, 4}}) {
     out = {};
     EXPECT_EQ(Get(pixels, depth_code), 0);
@@ -73,8 +65,9 @@ TEST_F(VXpScratch, AnUnknownDepthIsReportedAndLeavesTheRecordAlone) {
     EXPECT_EQ(Get(10, depth_code), 0);
     EXPECT_EQ(out.alpha_row, nullptr);
     EXPECT_EQ(out.motion[0], nullptr);
-    EXPECT_EQ(host.TakeReportTexts(),
-              std::vector<std::string>{"Unexpected bitdepth in VXp_ReallocScratch()"});
+    const auto reports = VXHost_TakeReports();
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].text, "Unexpected bitdepth in VXp_ReallocScratch()");
   }
   EXPECT_EQ(host.AllocationCount(), 0);
 }
@@ -95,23 +88,6 @@ TEST_F(VXpScratch, AfterAFailedGrowthAnyRequestAllocates) {
     VXp_DisposeScratch();
     EXPECT_EQ(host.Leaked(), 0) << nth;
   }
-}
-
-TEST_F(VXpScratch, MotionBlocksComeAllOrNotAtAll) {
-  HostDouble host;
-  for (int nth = 1; nth <= 7; ++nth) {
-    host.FailAllocation(nth);
-    try {
-      Get(10, 1);
-      ADD_FAILURE() << nth;
-    } catch (int32_t code) {
-      EXPECT_EQ(code, 4);
-    }
-    EXPECT_EQ(host.Leaked(), 0) << nth;
-  }
-  EXPECT_EQ(Get(10, 1), 0);
-  EXPECT_EQ(host.Leaked(), 10);
-  VXp_DisposeScratch();
 }
 
 TEST_F(VXpScratch, FreeUpSomeMemoryAlwaysReallocates) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// What every host must do, whichever is linked: only include/host is used here.
+// What every host must do: only include/host is used here.
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "host/BM.h"
-#include "host/COR.h"
 #include "host/EMUL.h"
 #include "host/FILE.h"
 #include "host/LIST.h"
@@ -300,13 +299,6 @@ TEST(HostContract, SmallServices) {
   int64_t ones = 0;
   for (int32_t i = 0; i < size; ++i) ones += __builtin_popcount(noise[i]);
   EXPECT_NEAR(double(ones) / size, 16.0, 0.5);
-
-  COR_AddressProc proc = nullptr;
-  ASSERT_EQ(COR_GetQIBAddressProc(&proc), 0);
-  EXPECT_TRUE(COR_BindClient(proc));
-  EXPECT_FALSE(COR_BindClient(nullptr));
-  COR_ReleaseClient();
-  COR_ReleaseClient();
 
   char text[] = "abcdef";
   BlockMove(text, text + 2, 4);

@@ -28,13 +28,12 @@ template <class Pixel, template <class> class Neutral, Direction direction>
   using L = VXp_LaneTraits<Pixel>;
   const Pixel* const none = nullptr;
   if (src == nullptr) src = dst;
-  const int32_t done =
-      VXp_ForFours(count, src, none, dst, [](const Pixel* from, const Pixel*, Pixel* to) {
-        VXp_Argb<L> p = VXp_LoadFour(from);
-        if (from == to && !L::Any(p.alpha < L::kFull)) return;
-        MatteColor<L, Neutral<L>, direction>(VXp_Color<L>::Of(p), p.alpha).StoreTo(p);
-        VXp_StoreFour(to, p);
-      });
+  const int32_t done = VXp_ForFours(count, [=](ptrdiff_t x) {
+    VXp_Argb<L> p = VXp_LoadFour(src + x);
+    if (src == dst && !L::Any(p.alpha < L::kFull)) return;
+    MatteColor<L, Neutral<L>, direction>(VXp_Color<L>::Of(p), p.alpha).StoreTo(p);
+    VXp_StoreFour(dst + x, p);
+  });
   VXp_ForRest(done, count, src, none, dst, [](const Pixel* from, const Pixel*, Pixel* to) {
     MatteRow<Pixel, Neutral, direction>(kVXp_Lanes, from, to);
   });
@@ -59,12 +58,12 @@ template <class Pixel>
   using Element = typename L::Element;
   if (opacity == VX_ChannelOf<Pixel>{0}) return VX_Ok;
   const Work factor = VXp_Splat<Work>(std::min<Element>(opacity, L::kFull));
-  const int32_t done =
-      VXp_ForFours(count, src, mask, dst, [=](const Pixel* s, const Pixel* m, Pixel* d) {
-        VXp_Argb<L> p = VXp_LoadFour(d);
-        p.alpha = L::Union(UnionWeight<L>(VXp_LoadFour(s).alpha, factor, m), p.alpha);
-        VXp_StoreFour(d, p);
-      });
+  const int32_t done = VXp_ForFours(count, [=](ptrdiff_t x) {
+    const Pixel* const m = mask != nullptr ? mask + x : nullptr;
+    VXp_Argb<L> p = VXp_LoadFour(dst + x);
+    p.alpha = L::Union(UnionWeight<L>(VXp_LoadFour(src + x).alpha, factor, m), p.alpha);
+    VXp_StoreFour(dst + x, p);
+  });
   VXp_ForRest(done, count, src, mask, dst, [=](const Pixel* s, const Pixel* m, Pixel* d) {
     VXp_AlphaUnionRow(kVXp_Lanes, s, opacity, m, d);
   });

@@ -81,14 +81,12 @@ inline void VXp_StoreFour(VX_PixelFloat* p, const VXp_FourOf<VX_PixelFloat>& v) 
   VXp_StoreLanes(p, 3, turned.blue);
 }
 
-// Calls step(src, mask, dst) for each four pixels of a row and returns the number of pixels done:
-// the last count % 4 are left. A null mask stays null.
-template <class Pixel, class Step>
-int32_t VXp_ForFours(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Step&& step) {
+// Calls step(x) for x = 0, 4, 8 ..., the first of each four pixels of a row, and returns the number
+// of pixels done: the last count % 4 are left.
+template <class Step>
+int32_t VXp_ForFours(int32_t count, Step&& step) {
   ptrdiff_t x = 0;
-  for (; x + kVXp_Lanes <= count; x += kVXp_Lanes) {
-    step(src + x, mask != nullptr ? mask + x : nullptr, dst + x);
-  }
+  for (; x + kVXp_Lanes <= count; x += kVXp_Lanes) step(x);
   return static_cast<int32_t>(x);
 }
 

@@ -14,11 +14,11 @@
 //   kNeedsMask       the mask is an operand of the mode
 //   kTransferFlag    the result of VX_GetTransferFlags
 //   Acts(w, da)      with kRowSkipsZero: whether the row form changes a pixel of weight w over
-//   alpha da Covers(w, da)    whether the row form does not read the destination's colours
+//                    destination alpha da
+//   Covers(w, da)    whether the row form does not read the destination's colours
 //   BlendPixel(s, sa, d)       the complete rule; sa is the source alpha times the opacities
-//   BlendInRow(s, w, keep, d)  the rule of a row loop for weight w; in matted modes the stages of
-//   the
-//                              row compute matte and alpha; keep is keepDstAlpha
+//   BlendInRow(s, w, keep, d)  the rule of a row loop for weight w; keep is keepDstAlpha. In matted
+//                              modes, stages of the row compute matte and alpha.
 //
 // Names in formulas: s and d are the source and destination colours, sa and da their alphas, F is
 // full scale, A the union of the alphas.

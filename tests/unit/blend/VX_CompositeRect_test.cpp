@@ -10,6 +10,7 @@
 #include <cmath>
 
 #include "../GuardedWorld.h"
+#include "../PixelTestKit.h"
 
 namespace {
 
@@ -34,26 +35,33 @@ TEST(CompositeRect, IsATransfer) {
             3);
 }
 
-// One pixel at 8 bits, exactly: a weight t of 255 parts, colours weighted by a1 = sa t and
-// a2 = (255 - t) da.
-TEST(BlendWorlds, StraightIsTheMeanWeightedByAlpha) {
+template <class Pixel>
+class BlendWorlds : public testing::Test {};
+using IntegerPixels = testing::Types<VX_Pixel8, VX_Pixel16>;
+TYPED_TEST_SUITE(BlendWorlds, IntegerPixels, DepthNames);
+
+// The weight t is the ratio at full scale F, rounded to nearest; colours are weighted by a1 = sa t
+// and a2 = (F - t) da.
+TYPED_TEST(BlendWorlds, StraightIsTheMeanWeightedByAlpha) {
+  using Channel = VX_ChannelOf<TypeParam>;
+  constexpr int64_t kF = kFull<TypeParam>;
   for (const VX_Fixed ratio : {-5, 0, 1, 32768, 50000, 65535, 65536, 70000}) {
-    GuardedWorld<VX_Pixel8> a(6, 3, 1, 3), b(5, 4, 2, 4), dst(7, 3, 3, 5);
+    GuardedWorld<TypeParam> a(6, 3, 1, 3), b(5, 4, 2, 4), dst(7, 3, 3, 5);
     const auto before = dst.bytes;
     EXPECT_EQ(VX_Blend_Straight(nullptr, &a.world, &b.world, ratio, &dst.world), 0);
-    const int t = static_cast<int>(std::lround(std::clamp(ratio, 0, 65536) * 255.0 / 65536));
+    const int64_t t = std::llround(std::clamp(ratio, 0, 65536) * (kF / 65536.0));
     auto expected = before;
     for (int32_t y = 0; y < 3; ++y) {
       for (int32_t x = 0; x < 5; ++x) {
-        const VX_Pixel8 d = a.Get(a.bytes, x, y), s = b.Get(b.bytes, x, y);
-        const int a1 = s.alpha * t, a2 = (255 - t) * d.alpha, q = a1 + a2;
-        const auto mean = [&](int cs, int cd) {
-          return static_cast<uint8_t>((cs * a1 + cd * a2 + q / 2) / q);
+        const TypeParam d = a.Get(a.bytes, x, y), s = b.Get(b.bytes, x, y);
+        const int64_t a1 = s.alpha * t, a2 = (kF - t) * d.alpha, q = a1 + a2;
+        const auto mean = [&](int64_t cs, int64_t cd) {
+          return static_cast<Channel>((cs * a1 + cd * a2 + q / 2) / q);
         };
-        VX_Pixel8 r = t == 255 ? s : d;
-        if (t != 0 && t != 255 && q != 0) {
-          r = {static_cast<uint8_t>((q + 128) / 255), mean(s.red, d.red), mean(s.green, d.green),
-               mean(s.blue, d.blue)};
+        TypeParam r = t == kF ? s : d;
+        if (t != 0 && t != kF && q != 0) {
+          r = {static_cast<Channel>((q + (kF + 1) / 2) / kF), mean(s.red, d.red),
+               mean(s.green, d.green), mean(s.blue, d.blue)};
         }
         dst.Set(expected, x, y, r);
       }
@@ -62,7 +70,7 @@ TEST(BlendWorlds, StraightIsTheMeanWeightedByAlpha) {
   }
 }
 
-TEST(BlendWorlds, PremulMixesEveryChannelAlike) {
+TEST(BlendWorldsPremul, MixesEveryChannelAlike) {
   GuardedWorld<VX_PixelFloat> a(4, 2, 0, 3), b(4, 2, 4, 4);
   auto expected = a.bytes;
   for (int32_t y = 0; y < 2; ++y) {

@@ -182,4 +182,37 @@ TYPED_TEST(RowLoops, Refusals) {
   EXPECT_LT(FirstDifference(before, dst), 0);
 }
 
+// An error of a stage ends the pipeline.
+TYPED_TEST(RowLoops, PipelineReturnsTheErrorOfEachStage) {
+  Operands<TypeParam> operands(6);
+  const std::vector<TypeParam> src = operands.Row(20);
+  std::vector<TypeParam> dst = operands.Row(20);
+  VX_ChannelOf<TypeParam> alpha[20];
+  VX_BlendingMode<TypeParam> options = {};
+  options.opacity = kFull<TypeParam>;
+  static constexpr auto kScan = [](auto...) { return VX_Err{517}; };
+  static constexpr auto kStage = [](auto...) { return VX_Err{518}; };
+  using Descriptor = VX_BlendModeDescriptor<TypeParam>;
+  const struct {
+    int32_t mode;
+    void (*fail)(Descriptor*);
+    VX_Err want;
+  } cases[] = {
+      {VX_Xfer_Multiply, [](Descriptor*) {}, VX_Ok},
+      {VX_Xfer_Multiply, [](Descriptor* d) { d->matteStage = kStage; }, 518},
+      {VX_Xfer_Multiply, [](Descriptor* d) { d->scan = kScan; }, 517},
+      {VX_Xfer_Multiply, [](Descriptor* d) { d->alphaUnionStage = kStage; }, 518},
+      {VX_Xfer_Multiply, [](Descriptor* d) { d->unmatteStage = kStage; }, 518},
+      {VX_Xfer_Luminosity, [](Descriptor* d) { d->behindScan = kScan; }, 517},
+  };
+  for (const auto& c : cases) {
+    options.mode = c.mode;
+    Descriptor d(options, false, nullptr);
+    c.fail(&d);
+    EXPECT_EQ(VX_BlendPipeline<TypeParam>(nullptr, 20, &d, src.data(), nullptr, alpha, dst.data()),
+              c.want)
+        << &c - cases;
+  }
+}
+
 }  // namespace

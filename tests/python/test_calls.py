@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Calls: values by hand, agreement with the command, refusals, progress, threads, the end."""
+"""Calls: known values, agreement with the command, refusals, interrupts, threads, memory."""
 
 import os
 import subprocess
@@ -12,7 +12,7 @@ import numpy as np
 import pytest
 
 import vx
-from pictures import FULL, argb, noise
+from pictures import argb, noise
 
 COMMAND = os.environ["VX_COMMAND"]
 
@@ -149,7 +149,7 @@ def test_errors_of_the_library_carry_code_and_words():
         with pytest.raises((ValueError, TypeError), match="matrices"):
             vx.transform(noise(4, 4), noise(4, 4), matrices)
     still = vx.transform(noise(4, 4), noise(4, 4), np.full((3, 3), np.nan))
-    np.testing.assert_array_equal(still, noise(4, 4))  # without an inverse nothing is drawn
+    np.testing.assert_array_equal(still, noise(4, 4))  # a matrix without inverse draws nothing
 
 
 def test_interrupts_stop_long_work():

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Clips: frames, times, choices of frames, what a clip says, what is wrong with one."""
+"""Clips: frames, times, chosen frames, info, invalid clips."""
 
 import fractions
 import gc
@@ -21,7 +21,7 @@ def clips(tmp_path_factory):
 
 
 def codes(frame, channels):
-    """What vx_make_clips paints, red first."""
+    """The pixels that vx_make_clips writes, red first."""
     y, x, c = np.mgrid[:9, :17, :channels]
     return ((frame * 50 + c * 20 + x * 3 + y * 7) & 255).astype(np.uint8)
 

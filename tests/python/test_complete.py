@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Everything that the headers export is reached from Python or listed in a table of docs/python.md."""
+"""Every export of the headers is used by the Python module or listed in a table of docs/python.md."""
 
 import fnmatch
 import pathlib
@@ -11,7 +11,7 @@ from vx import _vx
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROMISED = re.compile(r"(?:class|struct) VX_API (\w+)(?= *[:{])|VX_API [^;(){}]*?(\w+) ?(?:\(|\[|;)")
-PIXELS = {"VX_Pixel8", "VX_Pixel16", "VX_PixelFloat"}  # what arrays hold
+PIXELS = {"VX_Pixel8", "VX_Pixel16", "VX_PixelFloat"}  # represented by arrays
 
 
 def code(folder, suffix):
@@ -39,4 +39,4 @@ def test_the_face_calls_all_of_the_compiled_half():
     functions = {name for name, item in vars(_vx).items()
                  if callable(item) and not isinstance(item, type)}
     used = set(re.findall(r"_vx\.(\w+)", face)) | set(vx.__all__)
-    assert functions - used == {"nothing", "transfer_seconds"}  # of the benchmark
+    assert functions - used == {"nothing", "transfer_seconds"}  # used by the benchmark

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""The tutorial runs as it is written, and the page of calls says what the docstrings say."""
+"""The tutorial runs as written, and the page of calls agrees with the docstrings."""
 
 import pathlib
 import re

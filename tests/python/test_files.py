@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Files: there and back, sequences, profiles, what is missing."""
+"""Files: written and read again, sequences, profiles, missing files."""
 
 import numpy as np
 import pytest
@@ -12,7 +12,7 @@ from pictures import noise
 @pytest.mark.parametrize("name,depth", [("a.png", 8), ("a.png", 16), ("a.tif", 16), ("a.tif", 32)])
 def test_there_and_back(tmp_path, name, depth):
     picture = noise(5, 6, depth)
-    if depth == 16:  # what 8-bit codes become survives the file's own scale exactly
+    if depth == 16:  # values made from 8 bits pass the 16-bit scale of a file exactly
         picture = vx.convert(noise(5, 6), 16)
     vx.write(tmp_path / name, picture, keep_alpha=True)
     read = vx.read_all(tmp_path / name)

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Functions of Python's called back: pixels, bands, numbers; what they raise; several threads."""
+"""Callbacks in Python: pixels, bands, indices, exceptions, several threads."""
 
 import ctypes
 import signal
@@ -30,7 +30,7 @@ def test_pixels_and_bands(order):
         part = odd[y:y + below.shape[0], x:x + below.shape[1]]
         below[part] = above[part]
 
-    for options, (left, top, right, bottom) in (  # without "uncovered" only where src is, at (3, 2)
+    for options, (left, top, right, bottom) in (  # only the area of src, unless uncovered
             ({}, (3, 2, 8, 6)), ({"rect": (1, 4, 7, 9)}, (3, 4, 7, 6)), ({"uncovered": True}, (0, 0, 11, 9))):
         seen.clear()
         inside = (x >= left) & (x < right) & (y >= top) & (y < bottom)
@@ -43,7 +43,7 @@ def test_pixels_and_bands(order):
             np.testing.assert_array_equal(result, expected)
 
 
-def test_what_a_function_gives_and_where_it_goes():
+def test_results_of_callbacks_and_progress():
     dst = noise(5, 6)
     before = dst.copy()
     np.testing.assert_array_equal(vx.iterate_rows(dst, lambda x, y, band: 255 - band), 255 - dst)
@@ -131,7 +131,7 @@ GENERIC = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_int32, ctyp
 
 @ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_int32, ctypes.c_void_p, GENERIC)
 def on_four_threads(iterations, refcon, function):
-    """What a module may put in the place of the generic iterator."""
+    """A replacement of the generic iterator, as a module may install it."""
     codes = [0] * iterations
 
     def work(thread):
@@ -170,7 +170,7 @@ def test_several_threads_of_a_replaced_iterator():
             with pytest.raises(KeyError) as caught:
                 walk()
             assert caught.value is error
-        blurred = vx.blur(argb(picture), 3, order="argb")  # the library's own loops, too
+        blurred = vx.blur(argb(picture), 3, order="argb")  # loops of the library use the iterator too
     finally:
-        vx.host.set_threads(1)  # which puts the built-in one back
+        vx.host.set_threads(1)  # reinstalls the built-in iterator
     np.testing.assert_array_equal(vx.blur(argb(picture), 3, order="argb"), blurred)

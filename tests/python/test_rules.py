@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""What holds for all functions alike: `out`, orders, worlds, progress, the end of the library."""
+"""Rules of all functions: `out`, channel orders, worlds, progress, calls after death."""
 
 import inspect
 
@@ -17,7 +17,7 @@ SRGB, WIDE = vx.Profile.named("sRGB"), vx.Profile.named("Display P3")
 SHIFT = vx.matrices_between(vx.Parts(translate=(0.5, 0)), vx.Parts(translate=(2, 9)), 5)
 AREA = (1, 2, 5, 250)
 
-# What each does to a picture; `turn` brings further pictures to its order or makes worlds of them.
+# A call of each function on a picture. `turn` converts its other pictures to the same order or to worlds.
 PICTURES = {
     "blit": lambda p, turn, **o: vx.blit(p, turn(SMALL), at=(1, 1), invert_alpha=True, **o),
     "blur": lambda p, turn, **o: vx.blur(p, (2, 5), **o),
@@ -46,7 +46,7 @@ PICTURES = {
     "uno.blend_alpha": lambda p, turn, **o: vx.uno.blend_alpha(p, MASK, 200, **o),
     "uno.merge": lambda p, turn, **o: vx.uno.merge(p, MASK, **o),
 }
-# The same of arrays that are no pictures.
+# A call of each function on an array that is not a picture.
 MASKS = {
     "copy_channel": lambda m, **o: vx.copy_channel(m.reshape(300, 6, 1), OTHER, 0, 1, **o),
     "uno.accumulate": lambda m, **o: vx.uno.accumulate(m, SOFT, "subtract", gains=(0.5, 1), **o),
@@ -156,7 +156,7 @@ def test_after_the_end_every_call_says_so():
         for call in calls:
             with pytest.raises(vx.Error, match="birth"):
                 call()
-        vx.host.set_threads(1)  # stays ended
+        vx.host.set_threads(1)  # does not call birth
         with pytest.raises(vx.Error, match="birth"):
             vx.fill_alpha(SMALL)
         np.testing.assert_array_equal(world.array(), SMALL)

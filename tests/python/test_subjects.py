@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Channels, bitmaps, colour spaces, short forms: against NumPy and the standard library."""
+"""Channels, bitmaps, colour spaces, short forms, compared with NumPy and the standard library."""
 
 import colorsys
 import gc

@@ -77,6 +77,46 @@ inline VX_Err Run(Command& c, decltype(&VX_BoxBlur1D) f) {
     });
   });
 }
+// One pass over sizes that small worlds do not reach: numbers of lines around full tiles of
+// columns, or radii up to the largest with lines as long as their windows.
+template <class Function>
+VX_Err LargePass(Command& c, Function f) {
+  constexpr bool is_box = std::is_same_v<Function, decltype(&VX_BoxBlur1D)>;
+  const bool many = c.Flag(), longest = !many && c.OneIn(10);
+  const int32_t row = c.depth / 2, tile = c.Pick({4, 256 / row, 512 / row});
+  const int32_t lines = many ? c.Pick({16, 16, 18}) * tile + c.Between(-1, 1) : c.Between(1, 9);
+  const float radius = many      ? c.Pick({2.0f, 3.4f})
+                       : longest ? c.Pick({1400.75f, 4400.5f})
+                                 : c.Pick({5000.5f, VX_Blur_MaxRadius});
+  const int32_t iterations = longest ? 1 : c.Between(1, 2), from = c.Below(2), to = c.Below(2);
+  const auto world = [&](Use use, bool down, int32_t length) {
+    return c.World(use, c.depth, down ? lines : length, down ? length : lines);
+  };
+  VX_LayerDef* const src = world(Use::kInput, from != 0, longest ? 9001 : c.Between(1, 40));
+  VX_LayerDef* const dst = world(Use::kOutput, to != 0, c.Between(1, 9));
+  (to != 0 ? dst->origin_y : dst->origin_x) = longest ? 4496 : c.Between(-4, 4);
+  c.Log("radius %g, iterations %d, directions %d%d\n", static_cast<double>(radius), iterations,
+        from, to);
+  return AsObject(src, [&](auto& in) {
+    return AsObject(dst, [&](auto& out) {
+      const std::tuple first{c.FreeProgress(), static_cast<const VX_World*>(&in), radius};
+      const std::tuple last{c.Below(32),
+                            from,
+                            c.Below(2),
+                            to,
+                            c.Below(2),
+                            static_cast<uint8_t>(c.Below(2)),
+                            static_cast<VX_World*>(&out)};
+      if constexpr (is_box) {
+        std::apply(f, std::tuple_cat(first, std::tuple{iterations}, last));
+      } else {
+        std::apply(f, std::tuple_cat(first, last));
+      }
+      return VX_Ok;
+    });
+  });
+}
+
 inline VX_Err Run(Command& c, decltype(&VX_BlurWorld) f) {
   const int32_t kind = c.OneIn(40) ? c.Pick({-1, 2}) : c.Below(2);
   const float radius_x = AnyRadius(c), radius_y = AnyRadius(c);

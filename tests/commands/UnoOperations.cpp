@@ -147,20 +147,42 @@ VX_Fixed AnyFixed(Command& c) {
                   : c.Pick<VX_Fixed>({0, 1, 65536, 65537, -1, INT32_MAX, INT32_MIN});
 }
 
+template <class Sample>
+VX_Err FillRectTwin(Sample value, const M_Rect& rect, VX_UnoBuffer* buffer) {
+  auto plane = PlaneOf<Sample>(*buffer);
+  for (int32_t y = std::max<int32_t>(rect.top, 0); y < std::min<int32_t>(rect.bottom, plane.height);
+       ++y) {
+    for (int32_t x = std::max<int32_t>(rect.left, 0);
+         x < std::min<int32_t>(rect.right, plane.width); ++x) {
+      plane.At(x, y) = value;
+    }
+  }
+  Store(plane, *buffer);
+  return VX_Ok;
+}
+template <class Sample>
+VX_Err FillAllTwin(Sample value, VX_UnoBuffer* buffer) {
+  return FillRectTwin(value, {0, 0, INT16_MAX, INT16_MAX}, buffer);
+}
+template <class Sample>
+Runner FillOf(VX_Err (*fill)(Sample, VX_UnoBuffer*),
+              VX_Err (*fill_rect)(Sample, const M_Rect&, VX_UnoBuffer*)) {
+  return OfBuffer([=](Command& c, VX_UnoBuffer* b) {
+    const auto value = c.AnyChannel<Sample>();
+    return c.Flag() ? fill(value, b) : fill_rect(value, c.RectValue(), b);
+  });
+}
+
 std::vector<Operation> BufferOperations() {
   return {
-      {"VX_FillUnoBuffer", OfBuffer([](Command& c, VX_UnoBuffer* b) {
-         const auto value = c.AnyChannel<uint8_t>();
-         return c.Flag() ? VX_FillUnoBuffer(value, b) : VX_FillUnoBuffer(value, c.RectValue(), b);
-       })},
-      {"VX_FillDeepUnoBuffer", OfBuffer([](Command& c, VX_UnoBuffer* b) {
-         const auto value = c.AnyChannel<uint16_t>();
-         return c.Flag() ? VX_FillDeepUnoBuffer(value, b)
-                         : VX_FillDeepUnoBuffer(value, c.RectValue(), b);
-       })},
+      {"VX_FillUnoBuffer", FillOf<uint8_t>(&VX_FillUnoBuffer, &VX_FillUnoBuffer),
+       FillOf<uint8_t>(&FillAllTwin<uint8_t>, &FillRectTwin<uint8_t>)},
+      {"VX_FillDeepUnoBuffer", FillOf<uint16_t>(&VX_FillDeepUnoBuffer, &VX_FillDeepUnoBuffer),
+       FillOf<uint16_t>(&FillAllTwin<uint16_t>, &FillRectTwin<uint16_t>)},
       {"VX_FillFloatUnoBuffer", OfBuffer([](Command& c, VX_UnoBuffer* b) {
          return VX_FillFloatUnoBuffer(c.AnyChannel<float>(), b);
-       })},
+       }),
+       OfBuffer([](Command& c, VX_UnoBuffer* b) { return FillAllTwin(c.AnyChannel<float>(), b); })},
       {"VX_FadeUnoBuffer",
        OfBuffer([](Command& c, VX_UnoBuffer* b) { return VX_FadeUnoBuffer(AnyOpacity(c), b); }),
        OfBuffer([](Command& c, VX_UnoBuffer* b) {

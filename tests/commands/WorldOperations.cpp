@@ -148,6 +148,40 @@ void BoxTwin(VX_ProgressInfo*, const VX_World* src, float radius, int32_t iterat
         *src, *dst);
   });
 }
+// The pass along the rows into premultiplied pixels, then the pass down the columns. An axis with a
+// radius of 0 has no pass.
+VX_Err BlurWorldTwin(VX_ProgressInfo*, const VX_LayerDef* src, const VX_BlurSpec* spec,
+                     VX_LayerDef* dst) {
+  const auto pass = [spec]<class Pixel>(const Pixel*, int32_t direction, float radius,
+                                        const VX_LayerDef& from, bool from_premultiplied,
+                                        const VX_LayerDef& to, bool to_premultiplied) {
+    const vxref::BlurPass all{radius,    spec->flags,     direction, from_premultiplied,
+                              direction, to_premultiplied};
+    if (spec->kind == VX_BlurKind_Box) {
+      vxref::BoxBlur1D<Pixel>(all, spec->iterations, from, to);
+    } else {
+      vxref::GaussianBlur1D<Pixel>(all, from, to);
+    }
+  };
+  return ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
+    const float x = spec->radius_x, y = spec->radius_y;
+    const Pixel* const type = nullptr;
+    if (x == 0 || y == 0) {
+      if (x == 0 && y == 0) return kNoTwin;
+      pass(type, x == 0, x + y, *src, false, *dst, false);
+      return VX_Err{VX_Ok};
+    }
+    std::vector<Pixel> pixels(static_cast<size_t>(dst->width) * static_cast<size_t>(src->height));
+    VX_LayerDef between = *dst;
+    between.data = pixels.data();
+    between.rowbytes = between.width * static_cast<int32_t>(sizeof(Pixel));
+    between.height = src->height;
+    between.origin_y = src->origin_y;
+    pass(type, VX_Blur_AlongRows, x, *src, false, between, true);
+    pass(type, VX_Blur_DownColumns, y, between, true, *dst, false);
+    return VX_Err{VX_Ok};
+  });
+}
 VX_Err KernelTwin(void*, double radius, int32_t flags, double multiplier, int32_t* diameter,
                   int32_t* kernel) {
   if (radius > 32767) return kNoTwin;  // 16 bits of the radius are kept
@@ -289,7 +323,11 @@ std::vector<Operation> WorldOperations() {
       {VX_OP(VX_FastBlur_Premul)},
       {VX_OP(VX_GaussianBlur1D), Of(&GaussianTwin), kSums, kFloatSum},
       {VX_OP(VX_BoxBlur1D), Of(&BoxTwin), kSums, kFloatSum},
-      {VX_OP(VX_BlurWorld)},
+      {"VX_GaussianBlur1D large", [](Command& c) { return LargePass(c, &VX_GaussianBlur1D); },
+       [](Command& c) { return LargePass(c, &GaussianTwin); }, kSums, kFloatSum},
+      {"VX_BoxBlur1D large", [](Command& c) { return LargePass(c, &VX_BoxBlur1D); },
+       [](Command& c) { return LargePass(c, &BoxTwin); }, kSums, kFloatSum},
+      {VX_OP(VX_BlurWorld), Of(&BlurWorldTwin), kSums, 2e-5},
       {VX_OP(VX_TransformWorld), Of(&TransformTwin), kExact | kInteger},
       {VX_OP(VX_TransformWorld_S), Of(&TransformTwin), kExact | kInteger},
       {"motion of VX_TransformWorld",

@@ -1,0 +1,311 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// How filters run over lines: progress and stops, several threads, error codes of the iterator and
+// of slots. One row for each operation.
+
+#include <algorithm>
+#include <memory>
+#include <numeric>
+#include <thread>
+
+#include "VX/VX_Blur.h"
+#include "VX/VX_Convolve.h"
+#include "VX/VX_OverrideTable.h"
+#include "VX/VX_UnoBuffer.h"
+#include "unit/GuardedWorld.h"
+#include "unit/PixelTestKit.h"
+
+namespace {
+
+// --- operations ----------------------------------------------------------------------------------
+
+struct Scene {
+  Scene() {
+    std::mt19937 random(7);
+    for (VX_UnoBuffer* b : {&from, &mask, &to}) {
+      auto* const bytes = static_cast<uint8_t*>(*b->data);
+      for (int32_t i = 0; i < b->width * b->height; ++i) bytes[i] = static_cast<uint8_t>(random());
+    }
+  }
+  std::vector<uint8_t> Bytes() const {
+    std::vector<uint8_t> all = dst.bytes;
+    const auto* const samples = static_cast<const uint8_t*>(*to.data);
+    all.insert(all.end(), samples, samples + to.width * to.height);
+    return all;
+  }
+
+  GuardedWorld<VX_Pixel8> src{70, 50, 3, 1}, dst{70, 50, 3, 2};
+  VX_UnoBuffer from{330, 240, 8}, mask{330, 240, 8}, to{330, 240, 8};
+};
+
+// A pass of a box, or of a Gaussian if there are no iterations.
+void BlurPass(Scene& s, VX_ProgressInfo* p, int32_t iterations, int32_t from, int32_t to) {
+  VX_WorldX<VX_Pixel8> src(&s.src.world, true), dst(&s.dst.world, true);
+  if (iterations == 0) {
+    VX_GaussianBlur1D(p, &src, 1.5f, 15, from, 0, to, 0, 0, &dst);
+  } else {
+    VX_BoxBlur1D(p, &src, 1.5f, iterations, 15, from, 0, to, 0, 0, &dst);
+  }
+}
+VX_Err Feather(Scene& s, VX_ProgressInfo* p, int32_t kind) {
+  return VX_FeatherUnoBuffer(p, kind, 3, 3, &s.to);
+}
+
+struct Row {
+  const char* name;
+  VX_Err (*run)(Scene& s, VX_ProgressInfo* p);
+  int32_t steps;  // lines, each reported by one call
+  // Size in bytes of the part of the destination that a line fills; 0: lines are not rows.
+  size_t line = 0;
+};
+
+constexpr size_t kWorldLine = 70 * 4 + 3, kBufferLine = 330;
+const Row kRows[] = {
+    {"Gaussian, rows", [](Scene& s, auto* p) { return BlurPass(s, p, 0, 0, 0), VX_Err{0}; }, 50,
+     kWorldLine},
+    {"Gaussian, rows to columns",
+     [](Scene& s, auto* p) { return BlurPass(s, p, 0, 0, 1), VX_Err{0}; }, 70},
+    {"box, rows", [](Scene& s, auto* p) { return BlurPass(s, p, 1, 0, 0), VX_Err{0}; }, 50,
+     kWorldLine},
+    {"box, columns", [](Scene& s, auto* p) { return BlurPass(s, p, 1, 1, 1), VX_Err{0}; }, 70},
+    {"two boxes, rows", [](Scene& s, auto* p) { return BlurPass(s, p, 2, 0, 0), VX_Err{0}; }, 50,
+     kWorldLine},
+    // Rows of the first pass, then columns of the second one.
+    {"both axes",
+     [](Scene& s, auto* p) {
+       const VX_BlurSpec spec = {VX_BlurKind_Box, 2, 2, 1, 15};
+       return VX_BlurWorld(p, &s.src.world, &spec, &s.dst.world);
+     },
+     50 + 70},
+    // Rows, then tiles of 64 columns.
+    {"box feather", [](Scene& s, auto* p) { return Feather(s, p, 0); }, 240 + 6},
+    {"soft feather", [](Scene& s, auto* p) { return Feather(s, p, 1); }, 240 + 6},
+    {"Gaussian feather", [](Scene& s, auto* p) { return Feather(s, p, 2); }, 240 + 6},
+    {"convert",
+     [](Scene& s, auto* p) { return VX_ConvertDeepUnoBuffer(p, &s.from, nullptr, 1, &s.to); }, 240,
+     kBufferLine},
+    {"transfer",
+     [](Scene& s, auto* p) {
+       return VX_TransferUnoBuffers(p, &s.from, &s.mask, 3, nullptr, nullptr, &s.to);
+     },
+     240, kBufferLine},
+    {"accumulate",
+     [](Scene& s, auto* p) {
+       return VX_AccumulateUnoBuffers(p, &s.from, 0, 0.5f, 2, nullptr, nullptr, &s.to);
+     },
+     240, kBufferLine},
+};
+
+// --- iterators -----------------------------------------------------------------------------------
+
+constexpr int32_t kThreads = 4;
+thread_local int32_t this_thread_index = 0;
+
+// Calls lines in random order. A code, returned or thrown, ends its thread; the result is the code
+// of the first thread that has one.
+VX_Err IterateOnThreads(int32_t iterations, void* refcon, VX_GenericFunc function) {
+  static uint32_t seed = TestSeed();
+  std::vector<int32_t> order(static_cast<size_t>(std::max(iterations, 0)));
+  std::iota(order.begin(), order.end(), 0);
+  std::shuffle(order.begin(), order.end(), std::mt19937(++seed));
+  VX_Err errors[kThreads] = {};
+  std::vector<std::thread> threads;
+  for (int32_t t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      this_thread_index = t;
+      for (size_t i = static_cast<size_t>(t); i < order.size() && errors[t] == 0; i += kThreads) {
+        VX_Err result = 0;
+        const VX_Err thrown = Thrown([&] { result = function(refcon, t, order[i], iterations); });
+        errors[t] = thrown != 0 ? thrown : result;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const VX_Err* const first = std::find_if(errors, std::end(errors), [](VX_Err e) { return e; });
+  return first == std::end(errors) ? 0 : *first;
+}
+
+// Restores the table and the number of threads. After each test the host has as much memory in use
+// and in its accounts as before.
+class FilterRuns : public testing::Test {
+ protected:
+  void TearDown() override {
+    std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &table_, sizeof table_);
+    VXHost_SetNumThreads(1);
+    const VXHost_Memory after = VXHost_GetMemory();
+    EXPECT_EQ(after.blocks, before_.blocks);
+    EXPECT_EQ(after.frames, before_.frames);
+    EXPECT_EQ(after.accounted, before_.accounted);
+  }
+  const VXHost_Memory before_ = VXHost_GetMemory();
+  const VXp_OverrideTable table_ = VXp_G_OverFuncs;
+};
+
+// --- progress ------------------------------------------------------------------------------------
+
+struct Polls {
+  std::vector<int32_t> steps;
+  int32_t final_step = 0, stop_at = 0, calls = 0;
+
+  static VX_Err Poll(void* refcon, int32_t step, int32_t final_step) {
+    auto& polls = *static_cast<Polls*>(refcon);
+    EXPECT_EQ(this_thread_index, 0);
+    polls.steps.push_back(step);
+    polls.final_step = final_step;
+    return ++polls.calls == polls.stop_at ? 500 + polls.stop_at : 0;
+  }
+  VX_ProgressInfo Info() {
+    VX_ProgressInfo info{};
+    info.progress_refcon = this;
+    info.progress_func = &Poll;
+    return info;
+  }
+};
+
+VX_Err RunRow(const Row& row, Scene& scene, Polls* polls) {
+  VX_ProgressInfo info = polls->Info();
+  VX_Err code = 0;
+  const VX_Err thrown = Thrown([&] { code = row.run(scene, &info); });
+  return thrown != 0 ? thrown : code;
+}
+
+TEST_F(FilterRuns, ProgressCountsEachLineAndStopsTheCall) {
+  for (const Row& row : kRows) {
+    Scene whole;
+    const std::vector<uint8_t> before = whole.Bytes();
+    Polls all;
+    EXPECT_EQ(RunRow(row, whole, &all), 0) << row.name;
+    std::vector<int32_t> each(static_cast<size_t>(row.steps));
+    std::iota(each.begin(), each.end(), 1);
+    EXPECT_EQ(all.steps, each) << row.name;
+    EXPECT_EQ(all.final_step, row.steps) << row.name;
+    const std::vector<uint8_t> done = whole.Bytes();
+    for (const int32_t stop_at : {1, 2, row.steps / 2, row.steps}) {
+      Scene scene;
+      Polls polls;
+      polls.stop_at = stop_at;
+      EXPECT_EQ(RunRow(row, scene, &polls), 500 + stop_at) << row.name;
+      EXPECT_EQ(polls.calls, stop_at) << row.name;
+      if (row.line == 0) continue;
+      // Lines before the stop are done, lines after it are unchanged.
+      const size_t first = row.line == kWorldLine ? scene.dst.Offset(0, 0) : scene.dst.bytes.size();
+      const auto at = static_cast<ptrdiff_t>(first + row.line * static_cast<size_t>(stop_at));
+      const std::vector<uint8_t> got = scene.Bytes();
+      EXPECT_TRUE(std::equal(got.begin(), got.begin() + at, done.begin())) << row.name;
+      EXPECT_TRUE(std::equal(got.begin() + at, got.end(), before.begin() + at)) << row.name;
+    }
+  }
+}
+
+TEST_F(FilterRuns, ThreadsInAnyOrderGiveTheSameResult) {
+  for (const Row& row : kRows) {
+    Scene alone, scene;
+    EXPECT_EQ(row.run(alone, nullptr), 0);
+    VXp_G_OverFuncs.VX_IterateGeneric_Static = &IterateOnThreads;
+    VXHost_SetNumThreads(kThreads);
+    Polls polls, stopped;
+    EXPECT_EQ(RunRow(row, scene, &polls), 0) << row.name;
+    EXPECT_TRUE(scene.Bytes() == alone.Bytes()) << row.name;
+    EXPECT_TRUE(std::is_sorted(polls.steps.begin(), polls.steps.end(), std::less_equal<>()))
+        << row.name;
+    EXPECT_LE(polls.steps.back(), row.steps) << row.name;
+    stopped.stop_at = 2;
+    EXPECT_EQ(RunRow(row, scene, &stopped), 502) << row.name;
+    EXPECT_EQ(stopped.calls, 2) << row.name;
+    VXp_G_OverFuncs.VX_IterateGeneric_Static = table_.VX_IterateGeneric_Static;
+    VXHost_SetNumThreads(1);
+  }
+}
+
+TEST_F(FilterRuns, CodesOfTheIteratorEndTheCall) {
+  VXp_G_OverFuncs.VX_IterateGeneric_Static = [](int32_t, void*, VX_GenericFunc) -> VX_Err {
+    return 99;
+  };
+  for (const Row& row : kRows) {
+    Scene scene;
+    const std::vector<uint8_t> before = scene.Bytes();
+    Polls none;
+    EXPECT_EQ(RunRow(row, scene, &none), 99) << row.name;
+    EXPECT_TRUE(scene.Bytes() == before) << row.name;
+  }
+  // Sums of small areas do not use the iterator.
+  VX_UnoBuffer from(319, 240, 8), to(319, 240, 8);
+  EXPECT_EQ(VX_AccumulateUnoBuffers(nullptr, &from, 0, nullptr, nullptr, &to), 0);
+}
+
+// A convolution reports after a row if more than 2048 taps were done since its last report.
+TEST_F(FilterRuns, ConvolutionReportsAfter2048Taps) {
+  struct Case {
+    int32_t width, height, flags, size, stop_at;
+    std::vector<int32_t> steps;
+  };
+  for (const Case& c : {Case{10, 50, 0, 3, 0, {23, 46}},  // 90 a row: 2070 after 23
+                        Case{2048, 5, 0, 1, 0, {2, 4}},   // no report after exactly 2048
+                        Case{2049, 2, 1, 1, 0, {1, 2}},   // each row
+                        Case{100, 60, 33, 5, 0, {5, 10, 15, 20, 25, 30, 35, 40, 45, 50, 55, 60}},
+                        Case{1, 20, 1, 65535, 2, {1, 2}},  // taps outside of the source count too
+                        Case{10, 60, 0, 3, 2, {23, 46}}}) {
+    GuardedWorld<VX_Pixel8> src(c.width, c.height, 0, 1), dst(c.width, c.height, 0, 2);
+    const std::vector<uint8_t> before = dst.bytes;
+    Polls polls;
+    polls.stop_at = c.stop_at;
+    VX_ProgressInfo info = polls.Info();
+    const std::vector<int32_t> k(65535, 1);
+    EXPECT_EQ(VX_Convolve(&info, &src.world, nullptr, c.flags, c.size, k.data(), k.data(), k.data(),
+                          k.data(), &dst.world),
+              c.stop_at == 0 ? 0 : 500 + c.stop_at);
+    EXPECT_EQ(polls.steps, c.steps) << c.width << " x " << c.height;
+    EXPECT_EQ(polls.final_step, c.height);
+    // Rows below the stop are unchanged.
+    const auto below = static_cast<ptrdiff_t>(dst.Offset(0, c.stop_at == 0 ? 0 : c.steps.back()));
+    EXPECT_EQ(std::equal(before.begin() + below, before.end(), dst.bytes.begin() + below),
+              c.stop_at != 0);
+  }
+}
+
+// --- slots ---------------------------------------------------------------------------------------
+
+template <VX_Err code, class... Arguments>
+void Give(VX_Err (*&slot)(Arguments...)) {
+  slot = [](Arguments...) -> VX_Err { return code; };
+}
+
+// Rows go through their slots, whose codes end the call. Box feathers use the slots of the scans
+// for small radii at 8 and 16 bits only, because larger scans let the left edge fade.
+TEST_F(FilterRuns, RowsOfBuffersGoThroughTheirSlots) {
+  Give<41>(VXp_G_OverFuncs.VX_UnoFadeRow);
+  Give<42>(VXp_G_OverFuncs.VX_UnoFadeRow16);
+  Give<43>(VXp_G_OverFuncs.VX_UnoTransferRow);
+  Give<44>(VXp_G_OverFuncs.VX_UnoTransferRow16);
+  Give<45>(VXp_G_OverFuncs.VX_UnoTransferRowFloat);
+  Give<46>(VXp_G_OverFuncs.VX_UnoConvertRow);
+  Give<47>(VXp_G_OverFuncs.VX_UnoAccumulateRow);
+  Give<48>(VXp_G_OverFuncs.VX_BoxBlurUnoScan);
+  Give<49>(VXp_G_OverFuncs.VX_BoxBlurDeepUnoScan);
+  struct Case {
+    int32_t depth;
+    std::vector<VX_Err> codes;
+  };
+  for (const Case& c :
+       {Case{8, {41, 41, 46, 43, 47, 48, 0, 48, 0}}, Case{16, {42, 42, 46, 44, 47, 49, 0, 49, 0}},
+        Case{32, {0, 0, 46, 45, 47, 0, 0, 0, 0}}}) {
+    VX_UnoBuffer s(5, 5, c.depth), d(5, 5, c.depth);
+    for (const VX_UnoBuffer* b : {&s, &d})
+      std::memset(*b->data, 0, 25u * sizeof(float) * c.depth / 32);
+    const auto feather = [&](int32_t kind, double radius) {
+      return VX_FeatherUnoBuffer(nullptr, kind, radius, 1, &d);
+    };
+    EXPECT_EQ((std::vector<VX_Err>{
+                  VX_FadeUnoBuffer(0.3, &d), VX_InvertAndFadeUnoBuffer(nullptr, 30000, &d),
+                  VX_ConvertDeepUnoBuffer(nullptr, &s, nullptr, 1, &d),
+                  VX_TransferUnoBuffers(nullptr, &s, nullptr, 3, nullptr, nullptr, &d),
+                  VX_AccumulateUnoBuffers(nullptr, &s, 0, 0.5f, 2, nullptr, nullptr, &d),
+                  feather(VX_Feather_Box, 1.9), feather(VX_Feather_Box, 2),
+                  feather(VX_Feather_Soft, 2.7), feather(VX_Feather_Soft, 2.8)}),
+              c.codes)
+        << c.depth << " bits";
+  }
+}
+
+}  // namespace

@@ -2,65 +2,92 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Blurs of one dimension, a pass a call, and the blur of two dimensions made of them.
+// Blurs: passes over one axis, and a blur of both axes that consists of two passes.
 //
-// A pass reads lines of the source along one direction and writes lines of the destination along a
-// direction of its own, so it may transpose. Lines are independent and go through
-// VX_IterateGeneric's slot: a replacement that runs several threads gives the same bytes. Worlds
-// are placed by their origins: line i of the destination comes from line dst_origin + i -
-// src_origin of the source, and along the line the offset is likewise. Where there is no source
-// line the destination is zero.
+// Rules common to both passes
 //
-// Radii are in pixels, 0 and above. Source and destination have the same depth and are different
-// worlds. Straight pixels are multiplied by alpha on the way in and divided on the way out, so
-// hidden colour of transparent pixels never bleeds, not even what is no number. Passes throw a
-// VX_Err: 3 after a report for a world of another depth, without pixels or the same one twice, a
-// radius that is negative or not finite or too large (see below), iterations below 1 or too many;
-// the allocator's code; what the progress function gave. Nothing is leaked.
+//   Lines      A pass reads lines of the source along one direction and writes lines of the
+//              destination along another or the same direction. If the directions differ, the pass
+//              transposes.
+//   Position   Worlds are positioned by their origins. Line i of the destination is computed from
+//              line i + (origin of dst) - (origin of src) of the source; the same offset applies
+//              along the line. Destination pixels without a source line become zero.
+//   Alpha      Straight source pixels are multiplied by alpha before the sums and divided by alpha
+//              after them. Hidden colours of transparent pixels have no effect, even if they are
+//              infinite or NaN.
+//   Threads    Lines are independent. They are processed through the slot of VX_IterateGeneric; a
+//              replacement that uses several threads gives the same bytes.
+//   Progress   Called on thread 0 after each of its lines, with the number of lines that all
+//              threads have completed. If columns are read or written, neighbouring lines are
+//              processed together as a tile of up to 512 bytes of a row; after a stop, the other
+//              lines of the tile may be written too.
+//   Memory     Each thread uses at most two buffers. The size of a buffer is one line or 512 KiB,
+//              whichever is larger.
+//   Errors     Passes throw a VX_Err. Nothing is leaked.
+//                VX_ErrBadParameter  reported; different or unknown depths, a null world, a world
+//                                    without pixels, the same world twice, a radius that is
+//                                    negative, not finite or above VX_Blur_MaxRadius, iterations
+//                                    below 1 or beyond VX_Blur_MaxReach; the destination is
+//                                    unchanged
+//                VX_ErrOutOfMemory   the host's allocator failed
+//                other               the code that the progress function returned
 //
-// Where columns are read or written, neighbouring lines are taken together, in up to 512 bytes of a
-// row. Progress is called on thread 0 after each of its lines all the same, with the number of
-// lines that all threads have done; a stop may find the rest of a bundle written. Scratch is at
-// most two buffers a thread, each of one line or 512 KiB, whichever is more.
+// Arguments common to both passes
+//
+//   progress           called after each line; may be null
+//   src                source world, of the same depth as the destination
+//   radius             in pixels, 0 to VX_Blur_MaxRadius; fractions are allowed
+//   flags              channels to blur and VX_Blur_HoldLevel, see below
+//   src_direction      VX_Blur_AlongRows or VX_Blur_DownColumns: the direction of source lines
+//   src_premultiplied  not 0: the colours of the source are already multiplied by alpha
+//   dst_direction      VX_Blur_AlongRows or VX_Blur_DownColumns: the direction of destination lines
+//   dst_premultiplied  not 0: the destination gets colours that are multiplied by alpha
+//   force_copy         not 0: each line is copied before it is written. Source and destination may
+//                      then be the same pixels, if directions and origins make each line of the
+//                      destination its own source.
+//   dst                destination world; without force_copy it shares no pixels with the source
 
 #include "VX/VX_World.h"
 
-// Channels that are blurred, and the edge. A channel that is not blurred keeps the source's value.
+// Flags: the channels to blur, and the rule for the ends of a line. A channel that is not blurred
+// keeps the value of the source.
 enum : int32_t {
   VX_Blur_Alpha = 1,
   VX_Blur_Red = 2,
   VX_Blur_Green = 4,
   VX_Blur_Blue = 8,
   VX_Blur_AllChannels = 15,
-  VX_Blur_HoldLevel = 16  // near the ends of a line divide by the weights really used
+  VX_Blur_HoldLevel = 16  // near the ends of a line, divide by the sum of the weights inside of it
 };
 
 enum : int32_t { VX_Blur_AlongRows = 0, VX_Blur_DownColumns = 1 };
 
-// The largest radius of a pass; beyond it the lines of any world are flat.
+// The largest radius of a pass, in pixels.
 inline constexpr float VX_Blur_MaxRadius = 32767;
 
-// The farthest that a repeated box may reach: iterations times the radius, rounded up. What a line
-// needs of scratch grows with it.
+// The largest reach of a repeated box in pixels: iterations * ceil(radius). Scratch memory grows
+// with the reach.
 inline constexpr int32_t VX_Blur_MaxReach = 262144;
 
-// A weighted window of radius ceil(radius) on both sides: weights trunc(255 profile(i / (radius +
-// 1))), see VX_Convolve.h. Cost grows with the radius. `force_copy` non-zero copies each line
-// before its place is written; then both worlds may have the same pixels, if directions and origins
-// make each line of the destination its own source.
+// Gaussian pass. The window has ceil(radius) pixels on each side of its centre. The weight at
+// distance i is trunc(255 * VXp_GaussianValue(i / (radius + 1))), see VX_Convolve.h. The time grows
+// with the radius.
 VX_API void VX_GaussianBlur1D(VX_ProgressInfo* progress, const VX_World* src, float radius,
                               int32_t flags, int32_t src_direction, int32_t src_premultiplied,
                               int32_t dst_direction, int32_t dst_premultiplied, uint8_t force_copy,
                               VX_World* dst);
 
-// The mean over 2 radius + 1 pixels, the outer two in part, repeated `iterations` times: at least
-// once, and no more than VX_Blur_MaxReach allows. Cost does not grow with the radius.
+// Box pass: the mean over 2 * radius + 1 pixels, repeated. If the radius has a fraction, the two
+// outermost pixels of the window count by that fraction. The time does not depend on the radius.
+//
+//   iterations  number of repetitions, 1 or more; iterations * ceil(radius) <= VX_Blur_MaxReach
 VX_API void VX_BoxBlur1D(VX_ProgressInfo* progress, const VX_World* src, float radius,
                          int32_t iterations, int32_t flags, int32_t src_direction,
                          int32_t src_premultiplied, int32_t dst_direction,
                          int32_t dst_premultiplied, uint8_t force_copy, VX_World* dst);
 
-// Entries of the function table that do no work: 5 at once, nothing is touched.
+// Entries of the function table without a routine. They read no argument and return
+// VX_ErrUnsupported. Modules may replace them.
 using VX_FastBlurFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src, float radius,
                                    int32_t flags, VX_LayerDef* dst);
 VX_API VX_Err VX_FastBlur_Straight(VX_ProgressInfo* progress, const VX_LayerDef* src, float radius,
@@ -73,21 +100,39 @@ VX_API VX_Err VX_FastBlur_Premul(VX_ProgressInfo* progress, const VX_LayerDef* s
 enum : int32_t { VX_BlurKind_Gaussian = 0, VX_BlurKind_Box = 1 };
 
 struct VX_BlurSpec {
-  int32_t kind;    // VX_BlurKind_...
-  float radius_x;  // 0: this axis is left as it is
-  float radius_y;
-  int32_t iterations;  // of the box, at least 1
-  int32_t flags;       // VX_Blur_...
+  int32_t kind;        // VX_BlurKind_...
+  float radius_x;      // in pixels, 0 to VX_Blur_MaxRadius; 0: this axis is not blurred
+  float radius_y;      // likewise
+  int32_t iterations;  // of a box: 1 or more, see VX_BoxBlur1D; not read for a Gaussian
+  int32_t flags;       // VX_Blur_...: channels and VX_Blur_HoldLevel
 };
 
-// Blurs straight pixels over both axes, in bands of rows: through a premultiplied world between the
-// passes, which it allocates, of some megabytes or four times as high as the blur reaches. The
-// destination may be larger than the source and is placed by the origins; see VX_BlurReach.
-// Progress runs over all bands. 0, 3, 4, or what progress returned; nothing is thrown. Bad
-// arguments leave the destination as it is; a stop, or memory that ends midway, leaves a part of it
-// blurred. The worlds share no pixels.
+// Blurs straight pixels over both axes, along the rows and then down the columns. Works in bands of
+// rows and allocates an intermediate premultiplied world, of some megabytes or of four times the
+// vertical reach, whichever is larger. Thread-safe if no other thread writes to these worlds.
+//
+//   progress  called with increasing steps over both passes; may be null
+//   src       source world
+//   spec      kind, radii, iterations and flags
+//   dst       destination world of the same depth, positioned by the origins of both worlds. It may
+//             be larger than the source, see VX_BlurReach, and shares no pixels with it.
+//
+// Returns VX_Ok, or
+//   VX_ErrBadParameter  reported; a null argument, a world without pixels or of negative size,
+//                       different or unknown depths, the same pixels twice, or a value of the
+//                       record out of range; the destination is unchanged
+//   VX_ErrOutOfMemory   a part of the destination may be blurred already
+//   other               the code that the progress function returned; a part of the destination is
+//                       blurred
 VX_API VX_Err VX_BlurWorld(VX_ProgressInfo* progress, const VX_LayerDef* src,
                            const VX_BlurSpec* spec, VX_LayerDef* dst);
 
-// How far the blur spreads beyond the source on each side, in pixels.
+// Computes how far a blur spreads beyond the source on each side.
+//
+//   spec     the blur
+//   reach_x  receives the pixels on the left and on the right
+//   reach_y  receives the pixels above and below
+//
+// Returns VX_Ok, or VX_ErrBadParameter after a report for a null argument or a value of the record
+// out of range; the results are unchanged then.
 VX_API VX_Err VX_BlurReach(const VX_BlurSpec* spec, int32_t* reach_x, int32_t* reach_y);

@@ -307,9 +307,9 @@ struct VXp_RowLoop<VXp_ModeDissolve, Pixel, linear> {
 
  private:
   template <bool masked>
-  static void Dissolve(int32_t count, const VX_BlendingMode<Pixel>& mode,
-                       const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
-                       Pixel* dst) {
+  [[gnu::flatten]] static void Dissolve(int32_t count, const VX_BlendingMode<Pixel>& mode,
+                                        const VX_LinearBlendingTables* tables, const Pixel* src,
+                                        const Pixel* mask, Pixel* dst) {
     const Work opacity = V::Scaled(mode.opacity);
     const bool keep = mode.keepDstAlpha != 0;
     auto running = static_cast<uint32_t>(mode.seed);

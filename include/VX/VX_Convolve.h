@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Integer kernels over whole worlds, and the kernel of a Gaussian.
+// Convolution of whole worlds with integer kernels, and Gaussian kernels.
 //
 // A kernel is an array of signed 32-bit weights in row order, top row first, not mirrored: the
 // first weight multiplies the pixel above and to the left. Its diameter is odd. A full kernel has
@@ -21,14 +21,22 @@ enum : int32_t {
 // 1 - (1 - exp(-2.378 d d)) 1.102, which is slightly above 0 at the edge itself.
 VX_API double VXp_GaussianValue(double d);
 
-// Builds a kernel of diameter 2 ceil(radius) + 1. A weight is 255 times the profile at its distance
-// over radius + 1, times `multiplier`, rounded, and limited to 0..255; with VX_Kernel_Normalize the
-// weights are then scaled so that they sum to about 255 a tap (not limited again, truncated). Of
-// the flags, one-dimensional and normalize are read. The caller provides room for the weights; ask
-// VX_GaussianKernelSize. 0; 3 after a report for a radius that is negative or not a number, a
-// multiplier that is not finite, or a null place. Of the ceiling of the radius 16 bits are kept, as
-// of a signed word: 32767 is the largest radius that is honoured, 65537 gives a kernel of 3 by 3,
-// and radii that come out negative, or do not fit 32 bits, are refused. `ref` is not read.
+// Builds a kernel of diameter 2 * ceil(radius) + 1. A weight is 255 * VXp_GaussianValue(distance /
+// (radius + 1)) * multiplier, rounded and limited to 0..255. With VX_Kernel_Normalize the weights
+// are then scaled so that their sum is about 255 times their number; these are truncated and not
+// limited again. Thread-safe.
+//
+//   ref         not read
+//   radius      in pixels, 0 to 32767. Only 16 bits of ceil(radius) are used, as a signed number:
+//               65537 gives a kernel of 3 by 3.
+//   flags       VX_Kernel_OneDimensional and VX_Kernel_Normalize; others are ignored
+//   multiplier  factor of all weights; finite
+//   diameter    receives the diameter
+//   kernel      receives the weights; VX_GaussianKernelSize returns their number
+//
+// Returns VX_Ok, or VX_ErrBadParameter after a report for a null result, a multiplier that is not
+// finite, or a radius that is negative, NaN, does not fit 32 bits or is negative in 16 bits. The
+// results are unchanged then.
 using VX_GaussianKernelCall = VX_Err(void* ref, double radius, int32_t flags, double multiplier,
                                      int32_t* diameter, int32_t* kernel);
 using VX_GaussianKernelFunc = VX_GaussianKernelCall*;
@@ -37,20 +45,34 @@ VX_API VX_GaussianKernelCall VX_GaussianKernel;
 // The number of weights that VX_GaussianKernel writes, or 0 for a radius that it refuses.
 VX_API int64_t VX_GaussianKernelSize(double radius, int32_t flags);
 
-// Applies a kernel of `kernel_size` to each channel of the whole destination; the rectangle is not
-// read. What hangs over the source's edge is left out and the divisor stays, so edges fade toward
-// transparent black. Divisors: 256 times the taps, or the sum of the kernel (1 when that is 0).
-// Integer depths sum in 32 bits that wrap and divide truncating; float sums in single precision, in
-// the order of the kernel. Results are clamped to the depth's scale unless VX_Kernel_NoClamp;
-// integers then keep their low bits. Float alpha is always brought to 0..1, and below 1e-30 to 0;
-// only what is not a number stays so, in every channel.
+// Applies a kernel to each channel of the whole destination. Taps outside of the source are omitted
+// and the divisor stays the same, so edges fade toward transparent black.
 //
-// Source and destination have the same depth and are different worlds; where their pixels overlap,
-// some are read after they were written. Progress (may be null) is called with the rows done and
-// all rows, after a row once more than 2048 taps were done since the last call; a result other than
-// 0 stops and is returned. 0; 3 after a report for unequal or unknown depths, null worlds, pixels
-// or kernels, the same pixels twice, or an even or negative size. Half of the size is kept in 16
-// bits: 65535 is the largest size that is honoured.
+//   divisor        256 * number of taps; with VX_Kernel_Normalize the sum of the kernel, 1 if it is
+//   0 8 and 16 bits  sums have 32 bits and wrap; the quotient is truncated toward 0 float sums have
+//   single precision, in the order of the kernel limits         results are clamped to 0..full
+//   scale. With VX_Kernel_NoClamp integers keep their
+//                  low bits. Float alpha is always clamped to 0..1, and to 0 below 1e-30. NaN
+//                  stays.
+//
+//   progress       called with the completed rows and all rows, after a row if more than 2048 taps
+//                  were done since the last call; may be null
+//   src            source world
+//   rect           not read
+//   flags          VX_Kernel_...
+//   kernel_size    diameter of the kernels: odd, 1 to 65535
+//   alpha_kernel   weights of alpha
+//   red_kernel     weights of red
+//   green_kernel   weights of green
+//   blue_kernel    weights of blue
+//   dst            destination world of the same depth. If its pixels overlap those of the source,
+//                  some are read after they were written.
+//
+// Returns VX_Ok, or
+//   VX_ErrBadParameter  reported; a null world, pixels or kernel, different or unknown depths, the
+//                       same pixels twice, a size that is even or below 1; the destination is
+//                       unchanged
+//   other               the code that the progress function returned; later rows are unchanged
 using VX_ConvolveFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src,
                                    const M_Rect* rect, int32_t flags, int32_t kernel_size,
                                    const int32_t* alpha_kernel, const int32_t* red_kernel,

@@ -37,7 +37,7 @@ Json ListModes() {
 }
 
 Json ListSlots() {
-  static const char* const kStates[] = {"empty", "built in", "not built yet", "replaced"};
+  static const char* const kStates[] = {"empty", "built in", "replaced"};
   Json rows = Json::array();
   for (int32_t i = 0; i < VX_OverrideSlotCount; ++i) {
     VX_SlotDescription slot{};

@@ -59,7 +59,7 @@ void SetModuleFolders(const std::vector<std::string>& folders) {
 
 // Returns (number, name, signature, state) for each slot that has a routine.
 std::vector<std::tuple<int32_t, std::string, std::string, std::string>> Slots() {
-  constexpr const char* kStates[] = {"none", "built-in", "not-built", "replaced"};
+  constexpr const char* kStates[] = {"none", "built-in", "replaced"};
   std::vector<std::tuple<int32_t, std::string, std::string, std::string>> list;
   for (int32_t number = 0; number < VX_OverrideSlotCount; ++number) {
     VX_SlotDescription slot{};

@@ -119,7 +119,7 @@ VX_API VX_Err VX_OverrideStdFuncs();
 enum : int32_t {
   VX_SlotState_Null = 0,     // null: the number has no routine, or VX_Birth was not called
   VX_SlotState_BuiltIn = 1,  // the routine that VX_Birth chose
-  VX_SlotState_Replaced = 3  // another routine
+  VX_SlotState_Replaced = 2  // another routine
 };
 
 struct VX_SlotDescription {

@@ -76,7 +76,7 @@ class Slot(NamedTuple):
     number: number of the slot.
     name: name of the slot.
     signature: type of the routine.
-    state: "built-in", "replaced", "not-built", or "none" after vx.death().
+    state: "built-in", "replaced", or "none" after vx.death().
     """
 
     number: int

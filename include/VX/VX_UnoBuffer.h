@@ -2,39 +2,45 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// One-channel images: the working store of masks and mattes.
+// One-channel images, used for masks and mattes.
 //
 // Rules common to all calls
 //
-//   Samples   1 is 255 at 8 bits, 32768 at 16 bits and 1.0 in float. Packed rows, no padding.
-//   Buffers   A null buffer, a wrong magic or missing samples is reported as "damaged mask buffer".
-//             Null and missing samples then give 3 with nothing done; a wrong magic alone is only
-//             reported, and the work goes on.
-//   Areas     Rectangles are clipped to the buffer; one that is upside down is empty. Source and
-//             destination may be one buffer where the places are the same.
-//   Depths    A call that is for one depth gives 3 after a report for another. Unknown depths too.
-//   Threads   Any number of threads may work on buffers of their own. Only the Gaussian scans share
-//             something, see there. Rows go through VX_IterateGeneric's slot: a replacement that
-//             runs several threads gives the same samples.
-//   Errors    0, 3, 4 (out of memory), or what progress returned.
+//   Samples   Full scale (1) is 255 at 8 bits, 32768 at 16 bits and 1.0 in float. Rows are
+//             contiguous, without padding.
+//   Buffers   A null buffer, a wrong magic or missing samples are reported as "damaged mask
+//   buffer".
+//             A null buffer or missing samples return VX_ErrBadParameter and change nothing. A
+//             wrong magic alone is only reported, and the call continues.
+//   Areas     Rectangles are clipped to the buffer. A rectangle with right below left or bottom
+//   below
+//             top is empty. Source and destination may be the same buffer if the source and
+//             destination areas are equal.
+//   Depths    A call for one depth returns VX_ErrBadParameter after a report for another depth. All
+//             calls do so for an unknown depth.
+//   Threads   Thread-safe on distinct buffers, except for the Gaussian scans (see below). Rows are
+//             processed through VX_IterateGeneric's slot. A replacement that uses several threads
+//             gives the same samples.
+//   Results   VX_Ok, VX_ErrBadParameter, VX_ErrOutOfMemory, or the code that the progress function
+//             returned.
 
 #include "VX/VX_Types.h"
 
 inline constexpr uint32_t VX_UnoBuffer_Magic = 0xFEEDABBA;
 
-// A record of VX_NewUnoBuffer goes to VX_DisposeUnoBuffer; an object of the constructor dies by its
-// destructor, which frees the samples only.
+// Free a record of VX_NewUnoBuffer with VX_DisposeUnoBuffer. An object made with the constructor is
+// freed by its destructor, which frees the samples only.
 struct VX_API VX_UnoBuffer {
   uint32_t magic;    // VX_UnoBuffer_Magic
-  int32_t width;     // samples a row
+  int32_t width;     // samples per row
   int32_t height;    // rows
   int32_t reserved;  // 0
   void** data;       // a handle of U_AllocateHandle; *data is the first sample
-  int32_t depth;     // bits a sample: 8, 16 or 32. 1 and 0 are older codes for one byte and two;
-                     // nothing but allocation knows them
+  int32_t depth;     // bits per sample: 8, 16 or 32. 1 and 0 are older codes for 8 and 16
+                     // bits, supported by creation only
 
-  // Samples are not cleared. Throws a VX_Err: 3 for a size below 1, or one whose bytes do not fit
-  // 31 bits, or an unknown depth; 4.
+  // Samples are not cleared. Throws VX_ErrBadParameter for a size below 1, for a size whose bytes
+  // do not fit 31 bits, and for an unknown depth; or VX_ErrOutOfMemory.
   VX_UnoBuffer(int32_t width, int32_t height, int32_t depth);
   ~VX_UnoBuffer();
   VX_UnoBuffer(const VX_UnoBuffer&) = delete;
@@ -46,14 +52,15 @@ static_assert(offsetof(VX_UnoBuffer, depth) == 24);
 
 // --- life ----------------------------------------------------------------------------------------
 
-// A buffer of 8 bits, of 16 bits, or of a depth told. Samples are not cleared. `*out` is null after
-// an error; a null place is reported and gives 3. Sizes as in the constructor.
+// Makes a buffer of 8 bits, of 16 bits, or of the given depth. Samples are not cleared. `*out` is
+// null after an error. Returns VX_ErrBadParameter after a report if `out` is null, and for the
+// sizes that the constructor refuses.
 VX_API VX_Err VX_NewUnoBuffer(int32_t width, int32_t height, VX_UnoBuffer** out);
 VX_API VX_Err VX_NewDeepUnoBuffer(int32_t width, int32_t height, VX_UnoBuffer** out);
 VX_API VX_Err VX_NewUnoBufferOfDepth(int32_t width, int32_t height, int32_t depth,
                                      VX_UnoBuffer** out);
 
-// Frees samples and record; null is accepted. A record without samples is reported, and freed.
+// Frees samples and record; null is accepted. A record without samples is reported and freed.
 VX_API VX_Err VX_DisposeUnoBuffer(VX_UnoBuffer* buffer);
 
 // --- all samples ---------------------------------------------------------------------------------
@@ -64,51 +71,56 @@ VX_API VX_Err VX_FillDeepUnoBuffer(uint16_t value, const M_Rect& rect, VX_UnoBuf
 VX_API VX_Err VX_FillDeepUnoBuffer(uint16_t value, VX_UnoBuffer* buffer);
 VX_API VX_Err VX_FillFloatUnoBuffer(float value, VX_UnoBuffer* buffer);
 
-// v becomes v times `opacity` (0..1; beyond it counts as 0 or 1, not a number as 0): the product of
-// the depth with the opacity rounded to its scale.
+// Multiplies each sample by `opacity`, 0..1. Smaller values and NaN are treated as 0, larger values
+// as 1. The opacity is first rounded to the scale of the depth.
 VX_API VX_Err VX_FadeUnoBuffer(double opacity, VX_UnoBuffer* buffer);
 
-// v becomes 1 - v (0 for a 16-bit sample above the scale), then is faded by an opacity of which
-// 65536 is 1. `ref` is not read.
+// Replaces each sample v by 1 - v; 16-bit samples above full scale become 0. The second form then
+// multiplies by an opacity in 16.16. `ref` is not read.
 VX_API VX_Err VX_InvertUnoBuffer(void* ref, VX_UnoBuffer* buffer);
 VX_API VX_Err VX_InvertAndFadeUnoBuffer(void* ref, VX_Fixed opacity, VX_UnoBuffer* buffer);
 
 // --- from one buffer to another ------------------------------------------------------------------
 
-// The samples of `rect` (null: all), the same places in both, brought to the depth of `dst` as
-// channels of pixels are, and inverted after that when `flag` is not 0. The area is clipped to both
-// buffers.
-// Samples above the scale count as full scale where the depth changes.
+// Converts the samples of `rect` (null: all) to the depth of `dst` and stores them at the same
+// positions. The rounding is that of pixel channels. If `flag` is not 0, the result is inverted.
+// The area is clipped to both buffers. If the depths differ, samples above full scale are treated
+// as full scale.
 VX_API VX_Err VX_ConvertDeepUnoBuffer(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                       const M_Rect* rect, int16_t flag, VX_UnoBuffer* dst);
 
 enum : int32_t {
-  VX_UnoTransfer_Blend = 0,        // any mode that is not named here
-  VX_UnoTransfer_ClearAround = 3,  // and clear what the source does not cover
-  VX_UnoTransfer_ClearBeyond = 5   // the same but where the source reaches the end of the row
+  VX_UnoTransfer_Blend = 0,        // also for unknown modes
+  VX_UnoTransfer_ClearAround = 3,  // blend, and set samples that the source does not cover to 0
+  VX_UnoTransfer_ClearBeyond = 5  // as ClearAround, except if the source ends at the end of the row
 };
 
-// Mixes `rect` of the source (null: all of it) into the destination with its corner at `point`
-// (null: the rectangle's own corner): d + m (s - d), m from the mask at the source's place; a null
-// mask is 1 everywhere. All three have one depth; the area is clipped to mask and destination. A
-// distance is rounded alike in both directions.
+// Mixes `rect` of the source (null: all of it) into the destination, with its top left corner at
+// `point` (null: the corner of the rectangle): d + m (s - d). m is the mask sample at the position
+// of the source sample; a null mask is full scale everywhere. All buffers have one depth. The area
+// is clipped to source, mask and destination. Positive and negative differences are rounded in the
+// same way.
 VX_API VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                     const VX_UnoBuffer* mask, int32_t mode, const M_Rect* rect,
                                     const M_Point* point, VX_UnoBuffer* dst);
 
 enum : int32_t {
-  VX_UnoAccumulate_Add = 0,  // stops at the top
+  VX_UnoAccumulate_Add = 0,  // limited to the maximum
   VX_UnoAccumulate_Replace = 1,
-  VX_UnoAccumulate_Subtract = 2  // stops at 0
+  VX_UnoAccumulate_Subtract = 2  // limited to 0
 };
 
-// Source samples into destination sums, placed as in VX_TransferUnoBuffers. Both have one depth,
-// and the top is full scale; or 8-bit samples go into 16-bit sums as the codes they are, and the
-// top is 65535. Nothing comes out above the top. Unknown modes give 3. The second form multiplies
-// source and destination by a gain first, 1 for as it is, without a limit on the products; gains
-// are 0..32767, else 3, and are rounded to the source depth's scale (255, else 32768). Products of
-// integers are divided by that scale and rounded to the nearest, a half of 32768 down. Small areas
-// are worked on by the calling thread alone.
+// Adds source samples to destination samples, subtracts them, or replaces them. Areas are placed as
+// in VX_TransferUnoBuffers.
+//
+//   same depth         the maximum of a result is full scale
+//   8 bits to 16 bits  samples are used without conversion; the maximum is 65535
+//
+// Unknown modes return VX_ErrBadParameter. The second form first multiplies source and destination
+// by gains of 0..32767; 1 changes nothing. Other gains return VX_ErrBadParameter. Gains are rounded
+// to 1/255 for an 8-bit source, else to 1/32768. Integer products are divided by that scale and
+// rounded to the nearest; halves are rounded down at scale 32768. The products are not limited.
+// Small areas are processed by the calling thread only.
 VX_API VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                       int32_t mode, const M_Rect* rect, const M_Point* point,
                                       VX_UnoBuffer* dst);
@@ -118,14 +130,14 @@ VX_API VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuf
 
 // --- feathering ----------------------------------------------------------------------------------
 
-// Scans blur one line in place, for the part from `start` up to `end`; a little more on both sides
-// changes with it. `radius` is in pixels as 16.16: below 0 and at 0 the line stays. `scratch` takes
-// VX_UnoScanScratch samples. 0; 3 after a report for null or a part outside the line; 4.
+// Scans blur one line in place, for the samples from `start` to `end` - 1. Some samples on both
+// sides change too. `radius` is in pixels as 16.16; for 0 and below the line is not changed.
+// `scratch` holds VX_UnoScanScratch samples. Returns VX_Ok; VX_ErrBadParameter after a report for
+// null, or for a part that is not inside the line; VX_ErrOutOfMemory.
 enum : int32_t {
-  VX_UnoScan_OneBox = 0,  // one wide box with soft ends
-  VX_UnoScan_Gaussian =
-      1,               // box scans: from a radius of about 2.7 three boxes; below, the Gaussian
-  VX_UnoScan_Soft = 2  // any other number: three boxes; below that radius one plain box
+  VX_UnoScan_OneBox = 0,    // one wide box whose outermost samples are weighted
+  VX_UnoScan_Gaussian = 1,  // box scans: three boxes for radii above about 2.7, else a Gaussian
+  VX_UnoScan_Soft = 2       // also unknown kinds: three boxes for these radii, else one plain box
 };
 VX_API VX_Err VX_BoxBlurUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                                 VX_Fixed radius, uint8_t* scratch, uint8_t* line);
@@ -134,8 +146,8 @@ VX_API VX_Err VX_BoxBlurDeepUnoScan(int32_t kind, int32_t length, int32_t start,
 VX_API VX_Err VX_BoxBlurFloatUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                                      VX_Fixed radius, float* scratch, float* line);
 
-// Kind 1: a Gaussian kernel, any other: a plain box. The kernel of the last radius is kept for the
-// process without a lock: Gaussian scans of different radii must not run at once.
+// Kind 1 uses a Gaussian kernel, any other kind a plain box. The process stores the kernel of the
+// last radius without a lock: Gaussian scans of different radii must not run at the same time.
 VX_API VX_Err VX_GBlurUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                               VX_Fixed radius, uint8_t* scratch, uint8_t* line);
 VX_API VX_Err VX_GBlurDeepUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,
@@ -143,20 +155,24 @@ VX_API VX_Err VX_GBlurDeepUnoScan(int32_t kind, int32_t length, int32_t start, i
 VX_API VX_Err VX_GBlurFloatUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                                    VX_Fixed radius, float* scratch, float* line);
 
-// Samples of scratch that a scan of that line and radius needs.
+// Returns the number of scratch samples that a scan of a line of this length and radius needs.
 VX_API int32_t VX_UnoScanScratch(int32_t length, VX_Fixed radius);
 
 enum : int32_t { VX_Feather_Box = 0, VX_Feather_Soft = 1, VX_Feather_Gaussian = 2 };
 
-// Softens a whole buffer of any depth along its rows and then down its columns: one box, three
-// boxes, or a Gaussian, of radii in pixels 0..32767 (0 leaves that axis), rounded to 16.16. The
-// windows are those of the scans, but the level is held at all four edges: beyond them the samples
-// of the border are repeated. So a constant mask stays as it is, and away from the left and the top
-// samples are those of the scans over whole lines. Box and soft cost the same for any radius.
-// Kernels are its own: any number of threads may feather buffers of their own. At 8 and 16 bits the
-// rows of boxes too small for soft ends go through the slots of the box scans; a replacement there
-// is not asked for larger ones, nor for columns. Progress counts rows, then bundles of columns. 0;
-// 3 after a report; 4 with the buffer as it was; or what progress returned, with the lines done so
-// far feathered.
+// Blurs a whole buffer of any depth along its rows and then down its columns, with one box, three
+// boxes or a Gaussian. The windows are those of the scans, but the samples of the border are
+// repeated outside of the buffer, so a constant mask does not change. Further than the blur reaches
+// from the left and top edges, the results are those of scans over whole lines. The time of boxes
+// does not depend on the radius.
+//
+//   feather             VX_Feather_...
+//   radius_x, radius_y  in pixels, 0..32767, rounded to 16.16; 0 leaves that axis unchanged
+//
+// The kernel is local to the call: thread-safe on distinct buffers. At 8 and 16 bits, rows of plain
+// boxes go through the slots of the box scans; a replacement of these slots is not called for
+// larger boxes or for columns. Progress counts rows, then columns in tiles. Returns VX_Ok;
+// VX_ErrBadParameter after a report; VX_ErrOutOfMemory with the buffer unchanged; or the code of
+// the progress function, with the lines processed so far blurred.
 VX_API VX_Err VX_FeatherUnoBuffer(VX_ProgressInfo* progress, int32_t feather, double radius_x,
                                   double radius_y, VX_UnoBuffer* buffer);

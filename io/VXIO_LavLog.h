@@ -11,9 +11,9 @@ extern "C" {
 #include <mutex>
 #include <string>
 
-// The first error message since the last call of Reason. Thread-safe: decoders log from their own
-// threads. The first log that is constructed sets the log callback of libav in this process;
-// messages that belong to no log go to libav's default callback.
+// Records the first error message since the last call of Reason. Thread-safe: decoders log from
+// their own threads. The first log that is constructed sets the log callback of libav in this
+// process; messages that belong to no log go to libav's default callback.
 class VXIOp_LavLog {
  public:
   VXIOp_LavLog();

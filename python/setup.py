@@ -34,7 +34,7 @@ class FromCMake(build_ext):
             if len(module) != 1 or len(libraries) != 3:
                 sys.exit(f"{tree}: is no finished build of VX with its Python module")
             shutil.copy(module[0], package)
-            for path in libraries:  # under the names by which they are looked for
+            for path in libraries:  # with the file names that the loader uses
                 shutil.copy(path, package / "lib")
 
     def make_tree(self):

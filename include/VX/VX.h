@@ -38,7 +38,7 @@
 //
 // Progress. Calls that can take long have a VX_ProgressInfo argument, which may be null. Its
 // function receives the current step and the number of steps. It returns VX_Ok to continue, or
-// VX_ErrStopped: the call then returns VX_ErrStopped, and what was drawn remains.
+// VX_ErrStopped: the call then returns VX_ErrStopped, and pixels drawn before remain.
 //
 // Threads. Calls do not lock. Any number of threads may work on different worlds, or on parts of
 // one world that do not overlap, or read a shared world. Worlds and chunks may be created and

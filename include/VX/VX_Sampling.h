@@ -46,7 +46,7 @@ template <class Pixel>
 using VX_SampleAllInCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                                   const VX_SampPB* record, uint8_t* all_in, Pixel* out);
 
-// One pixel with given weights; the fractions of x and y are not read.
+// Samples one position with given weights; the fractions of x and y are not read.
 template <class Pixel>
 using VX_SampleWeightedCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                                      const VX_SubpixelWeights* weights, const VX_SampPB* record,
@@ -86,7 +86,7 @@ using VX_ComputeWeightFunc = VX_ComputeWeightCall*;
 // --- samplers ------------------------------------------------------------------------------------
 //
 // Straight and portable ("CPlusPlus") samplers weight colour by alpha, so that a transparent
-// neighbour does not bleed; premultiplied samplers mix all four channels in the same way. NoClip
+// neighbour has no effect; premultiplied samplers mix all four channels in the same way. NoClip
 // samplers do not test the bounds: the caller guarantees that all four neighbours are in the world,
 // also if a fraction is zero.
 //

@@ -100,18 +100,18 @@ VX_API VX_Err VX_TransformWorld_S(VX_ProgressInfo* progress, int32_t quality, in
 
 // Draws a motion along any path: zooms, full turns, curves. n matrices give n - 1 sub-samples of
 // equal weight, one at each matrix but the last, so that the exposures of consecutive frames do not
-// overlap. One matrix, and two, draw the first without blur, like VX_TransformWorld with one. The
-// time grows with the number of sub-samples.
+// overlap. With one or two matrices, the picture is drawn at the first one without blur, like
+// VX_TransformWorld with one matrix. The time grows with the number of sub-samples.
 //
-// Over an opaque destination, in front at full opacity, the result is the mean of the drawings at
-// the single matrices but for rounding, also in draft quality. A matrix that has no inverse or is
-// not finite contributes a transparent sub-sample; the area covers the sub-samples only.
+// Over an opaque destination, in front at full opacity, the result is, except for rounding, the
+// mean of the drawings at the single matrices, also in draft quality. A matrix that has no inverse
+// or is not finite contributes a transparent sub-sample; the area covers the sub-samples only.
 //
 //   matrices  1 to 257, in time order. For N sub-samples at i / N of the time that the shutter is
 //             open, pass N + 1 matrices of VX_MatricesBetween, from its opening to its closing.
 //
-// The other arguments, the results and the errors are those of VX_TransformWorld. Three matrices or
-// more are drawn by the library's own code: a replaced slot of VX_TransformWorld_S is not called.
+// The other arguments, the results and the errors are those of VX_TransformWorld. With three
+// matrices or more, a replaced slot of VX_TransformWorld_S is not called.
 //
 //   VX_TransformParts opened{.scale_x = 0.2, .scale_y = 0.2}, closed;
 //   M_Matrix3 path[65];

@@ -34,9 +34,9 @@ using FileError = VXIO_Error;
 // written.
 using Metadata = VXIO_Metadata;
 
-// How the colours of a file with alpha are taken.
+// How the colours of a file with alpha are interpreted.
 enum class AlphaAs {
-  file = static_cast<int>(VXIO_AlphaAs::File),  // as the file says
+  file = static_cast<int>(VXIO_AlphaAs::File),  // as the file declares
   straight = static_cast<int>(VXIO_AlphaAs::Straight),
   premultiplied = static_cast<int>(VXIO_AlphaAs::Premultiplied),  // divided by alpha once
   ignore = static_cast<int>(VXIO_AlphaAs::Ignore)                 // the picture is opaque
@@ -129,7 +129,7 @@ class Frames {
    private:
     Frames* frames_;
   };
-  // Goes on after the frames that were already given.
+  // Continues after the frames that were already returned.
   Iterator begin() { return Iterator(this); }
   std::default_sentinel_t end() const { return {}; }
 

@@ -15,7 +15,8 @@ class Codes {
  public:
   Codes(const ToneCurve& curve, uint32_t last);
 
-  // Light up to that of code 0 gives 0; light above that of the last code gives the last code.
+  // Linear values up to that of code 0 give 0, values above that of the last code give the last
+  // code.
   uint32_t Nearest(float light) const;
 
  private:

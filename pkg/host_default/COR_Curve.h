@@ -20,11 +20,11 @@ class ToneCurve {
 
   float ToLinear(float stored) const;
 
-  // In a constant segment of the curve, returns its end. Decreasing segments are treated as
-  // constant.
+  // Returns the stored value for a linear value. If the linear value is that of a constant segment
+  // of the curve, returns the end of the segment. Decreasing segments are treated as constant.
   float ToStored(float linear) const;
 
-  // Exponent from encoded to linear.
+  // Returns the exponent of the conversion from encoded to linear values.
   double Exponent() const;
 
   bool IsIdentity() const;

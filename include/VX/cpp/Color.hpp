@@ -20,7 +20,7 @@ namespace vx {
 
 namespace detail {
 
-// The statuses of the colour engine carry their own texts.
+// Throws an Error with the text of the engine's status, unless it is QCE_Ok.
 inline void check_color(QCE_Status status) {
   if (status != QCE_Ok) throw Error(static_cast<ErrorCode>(status), COR_QCE_StatusText(status));
 }
@@ -38,10 +38,10 @@ auto run_color(Call&& call) {
 }  // namespace detail
 
 // An ICC profile for RGB (host/COR.h). Copies share it; it is immutable. Every function throws
-// Error with the status of the colour engine, which a vx::Library has to have started.
+// Error with the status of the colour engine. A vx::Library must be alive.
 class Profile {
  public:
-  // A built-in one: "sRGB", "gamma 1.0", "gamma 1.8", "gamma 2.2", "gamma 2.4", "Rec.709",
+  // A built-in profile: "sRGB", "gamma 1.0", "gamma 1.8", "gamma 2.2", "gamma 2.4", "Rec.709",
   // "Display P3", "ProPhoto".
   static Profile named(const std::string& name) {
     return make([&](auto* out) { return COR_QCE_ProfileFromName(name.c_str(), out); });
@@ -55,7 +55,7 @@ class Profile {
   }
   explicit Profile(COR_QCE_ProfilePtr handle) : handle_(std::move(handle)) {}
 
-  // For people; may be empty.
+  // The description of the profile for users; may be empty.
   std::u16string description() const {
     std::u16string text;
     detail::check_color(COR_QCE_GetProfileDescription(handle_, &text));
@@ -99,8 +99,8 @@ class ColorTransform {
         COR_QCE_NewTransform(from.handle(), to.handle(), format(depth), &transform_));
   }
 
-  // In place. Alpha stays; the colours of transparent pixels are converted too. Throws Error
-  // (bad_parameter) for a picture of another depth.
+  // Converts a picture in place. Alpha is unchanged; the colours of transparent pixels are
+  // converted too. Throws Error (bad_parameter) for a picture of another depth.
   void apply(AnyView picture) const {
     if (picture.depth() != depth_) detail::refuse("the transform was made for another depth");
     visit(picture, [&](auto view) {
@@ -126,8 +126,8 @@ class ColorTransform {
   int32_t depth_;
 };
 
-// The colours that a project works in (VX_ColorSettings): a profile, whether pictures are kept in
-// linear light, and whether only blending is linear. Movable. One thread at a time.
+// The colour settings of a project (VX_ColorSettings): a profile, whether pictures are stored in
+// linear light, and whether only blending uses linear light. Movable. Used by one thread at a time.
 class ColorSettings {
  public:
   struct Options {
@@ -144,7 +144,7 @@ class ColorSettings {
   }
   explicit ColorSettings(const Profile& profile) : ColorSettings(profile, Options()) {}
 
-  // The profile of the pixels: the given one, or with `linearize` its linear counterpart.
+  // The profile of the pixels: the given profile or, with `linearize`, its linear counterpart.
   Profile profile() const {
     return Profile(detail::run_color([&] { return settings_->GetAdjustedProfile(); }));
   }

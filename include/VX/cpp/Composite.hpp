@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A picture over another, in any transfer mode.
+// Composites a picture over another in any transfer mode.
 
 #include <cstdint>
 #include <optional>
@@ -68,8 +68,9 @@ class LayerRecords {
 }  // namespace detail
 
 // Composites a layer over the destination (VX_TransferRect). To composite a part of a picture, give
-// that part as the layer. What overhangs the destination or, unless it is inverse, the mask, is
-// left out. The two stencil modes clear alpha in the whole rest of the destination.
+// that part as the layer. Pixels of the layer outside of the destination are ignored, and also
+// those outside of the mask unless its use is inverse. The two stencil modes set alpha to 0 in the
+// rest of the destination.
 //   dst    drawn on
 //   layer  of the same depth
 // Throws Error: bad_parameter, out_of_memory, stopped.

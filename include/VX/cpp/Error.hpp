@@ -27,7 +27,7 @@ enum class ErrorCode : int32_t {
   stopped = VX_ErrStopped,    // the progress callable or its stop token ended the work
 };
 
-// The name of a code, as "bad parameter"; "unknown error" for a number that is none.
+// The name of a code, for example "bad parameter"; "unknown error" for an unknown number.
 constexpr const char* name(ErrorCode code) {
   switch (code) {
     case ErrorCode::color_engine: return "no colour engine";
@@ -40,7 +40,7 @@ constexpr const char* name(ErrorCode code) {
     case ErrorCode::reported: return "reported";
     case ErrorCode::stopped: return "stopped";
   }
-  // The statuses of the colour engine are four letters each.
+  // A status of the colour engine consists of four letters.
   return static_cast<int32_t>(code) > 0xFFFF ? "colour engine" : "unknown error";
 }
 
@@ -58,8 +58,8 @@ class VX_API Error : public std::runtime_error {
 
   ErrorCode code() const noexcept { return code_; }
   const char* name() const noexcept { return vx::name(code_); }
-  // What the library reported on this thread during the call (VX_LastReport), with any host. Empty
-  // if the library gave a code only, or the host itself made the report.
+  // The text that the library reported on this thread during the call (VX_LastReport), with any
+  // host. Empty if there was no report, or if the host made it.
   const std::string& report() const noexcept { return report_; }
 
  private:
@@ -69,7 +69,7 @@ class VX_API Error : public std::runtime_error {
 
 namespace detail {
 
-// The code that a classic call returns or throws; other exceptions pass.
+// Returns the code that a classic call returns or throws. Other exceptions are not caught.
 template <class Call>
 VX_Err code_of(Call&& call) {
   VX_ForgetReport();

@@ -16,7 +16,7 @@
 
 namespace vx {
 
-// Pixels along x and along y; one number is both.
+// A radius in pixels along x and y; a single number is used for both.
 struct Radius {
   Radius(double both) : x(both), y(both) {}  // NOLINT(google-explicit-constructor)
   Radius(double along_x, double along_y) : x(along_x), y(along_y) {}
@@ -56,7 +56,7 @@ inline VX_BlurSpec blur_spec(const BlurOptions& options) {
 }  // namespace detail
 
 // Blurs straight pixels over both axes (VX_BlurWorld). A destination that is larger than the source
-// receives what spreads beyond its edges.
+// receives the blur outside of the source too.
 //   dst, src  of one depth; they share no pixels
 // Throws Error: bad_parameter, out_of_memory, stopped.
 inline void blur(AnyView dst, AnyConstView src, const BlurOptions& options) {
@@ -69,7 +69,7 @@ inline void blur(AnyView dst, AnyConstView src, const BlurOptions& options) {
               [&](VX_ProgressInfo* progress) { return VX_BlurWorld(progress, &from, &spec, &to); });
 }
 
-// How far a blur spreads beyond the source, in pixels on each side (VX_BlurReach).
+// The number of pixels by which a blur extends the source on each side (VX_BlurReach).
 inline Point blur_reach(const BlurOptions& options) {
   const VX_BlurSpec spec = detail::blur_spec(options);
   Point reach;

@@ -14,8 +14,8 @@
 
 namespace vx {
 
-// Owns the pixels of a picture. Movable; clone() makes a copy. One that was moved from, or made
-// without arguments, has no pixels, and operations refuse it.
+// Owns the pixels of a picture. Movable; clone() makes a copy. An image that was moved from, or was
+// made without arguments, has no pixels; operations throw Error for it.
 class Image {
  public:
   Image() = default;
@@ -27,12 +27,12 @@ class Image {
   Image(int32_t width, int32_t height, int32_t depth)
       : world_(make(width, height, depth, VX_WorldFlag_Clear)) {}
 
-  // The same with pixels of any value, for a picture that is written completely.
+  // Makes an image whose pixels are not initialised, for a picture that is written completely.
   static Image uninitialized(int32_t width, int32_t height, int32_t depth) {
     return Image(make(width, height, depth, 0));
   }
 
-  // Takes over a world of the classic interface.
+  // Takes ownership of a world of the classic interface.
   explicit Image(std::unique_ptr<VX_World> world) : world_(std::move(world)) {}
 
   bool empty() const { return world_ == nullptr; }
@@ -51,7 +51,7 @@ class Image {
     return AnyConstView(*this).as<Pixel>();
   }
 
-  // A part. Throws Error (bad_parameter) for a rectangle that is not inside the image.
+  // A view of a part. Throws Error (bad_parameter) for a rectangle that is not inside the image.
   AnyView part(const Rect& rect) { return AnyView(*this).part(rect); }
   AnyConstView part(const Rect& rect) const { return AnyConstView(*this).part(rect); }
 
@@ -62,7 +62,7 @@ class Image {
     return empty() ? AnyConstView() : AnyConstView(static_cast<const VX_LayerDef&>(*world_));
   }
 
-  // The world of the classic interface, null for an empty image; and the same given away.
+  // The world of the classic interface; null for an empty image. release() also gives up ownership.
   VX_World* world() { return world_.get(); }
   const VX_World* world() const { return world_.get(); }
   std::unique_ptr<VX_World> release() { return std::move(world_); }

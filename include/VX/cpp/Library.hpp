@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The life of the library.
+// Starts and stops the library.
 
 #include <utility>
 

@@ -20,7 +20,8 @@
 namespace vx {
 
 // A one-channel image: samples of uint8_t (0..255), uint16_t (0..32768) or float (0..1), in rows
-// without padding. Movable. One that was moved from has no samples, and operations refuse it.
+// without padding. Movable. A mask that was moved from has no samples; operations throw Error for
+// it.
 class MaskBuffer {
  public:
   //   width, height  1 and above
@@ -63,7 +64,7 @@ class MaskBuffer {
     });
   }
 
-  // For the classic calls of VX_UnoBuffer.h.
+  // The record for the classic calls of VX_UnoBuffer.h.
   VX_UnoBuffer* buffer() { return buffer_.get(); }
   const VX_UnoBuffer* buffer() const { return buffer_.get(); }
 
@@ -118,7 +119,7 @@ struct FeatherOptions {
   Progress progress = {};
 };
 
-// Softens a mask in place; the samples at its border are repeated outside (VX_FeatherUnoBuffer).
+// Blurs a mask in place; the samples at its border are repeated outside (VX_FeatherUnoBuffer).
 // Throws Error: bad_parameter, out_of_memory, stopped.
 inline void feather(MaskBuffer& mask, const FeatherOptions& options) {
   detail::run(options.progress, [&](VX_ProgressInfo* progress) {

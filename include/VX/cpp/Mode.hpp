@@ -42,7 +42,7 @@ inline constexpr ModeInfo mode_list[] = {
 // All modes in the order of their numbers.
 constexpr std::span<const ModeInfo> modes() { return detail::mode_list; }
 
-// The name of a mode; null for a number that is none.
+// The name of a mode; null for an unknown number.
 constexpr const char* name(Mode mode) {
   for (const ModeInfo& info : modes()) {
     if (info.mode == mode) return info.name;
@@ -68,8 +68,8 @@ enum class Field : int32_t {
   odd_rows = VX_Field_OddRows
 };
 
-// The quantity of a mask that weights a pixel. The inverse ones count as full outside of the mask,
-// the others as 0.
+// The quantity of a mask that weights a pixel. Outside of the mask the inverse quantities are full
+// scale, the others 0.
 enum class MaskUse : int32_t {
   alpha = VX_MaskUse_Alpha,
   inverse_alpha = VX_MaskUse_InverseAlpha,

@@ -55,8 +55,8 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 // --- fill ----------------------------------------------------------------------------------------
 
 struct FillOptions {
-  // What is filled; none: everything. Edges -32768..32767; clipped to the destination. Right before
-  // left, or bottom above top, counts as exchanged.
+  // The filled rectangle; none: everything. Edges are -32768..32767 and are clipped to the
+  // destination. If right is before left, or bottom above top, the two are exchanged.
   std::optional<Rect> area = {};
 };
 
@@ -86,9 +86,9 @@ struct ForEachPixelOptions {
 };
 
 // Calls f(x, y, pixel) for each pixel, row by row, on the calling thread (VX_ForEachPixel). `pixel`
-// is a reference to a Pixel8, Pixel16 or PixelFloat; f is a generic lambda. What f throws ends the
-// work and leaves the function unchanged. Rows of 16-bit and float pixels have to be aligned.
-// Throws Error: bad_parameter, stopped.
+// is a reference to a Pixel8, Pixel16 or PixelFloat; f is a generic lambda. An exception of f ends
+// the work and is passed on unchanged. Rows of 16-bit and float pixels have to be aligned. Throws
+// Error: bad_parameter, stopped.
 template <class Function>
 void for_each_pixel(AnyView dst, Function&& f, const ForEachPixelOptions& options = {}) {
   const detail::ShortRect area(options.area);
@@ -110,8 +110,8 @@ struct CopyOptions {
 };
 
 // Copies a rectangle onto another, and scales if their sizes differ (VX_CopyBits_...). Rectangles
-// are clipped without shifting the picture; VX_Copy.h gives the rules. Outside of the source is
-// transparent black at high quality, so enlarged pictures fade at their edges; see resize.
+// are clipped without shifting the picture; VX_Copy.h gives the rules. At high quality the area
+// outside of the source is transparent black, so enlarged pictures fade at their edges; see resize.
 //   dst, src  of one depth at high quality; their pixels must not overlap, but for a copy upwards
 // Throws Error (bad_parameter).
 inline void copy(AnyView dst, AnyConstView src, const CopyOptions& options = {}) {
@@ -139,7 +139,7 @@ inline void resize(AnyView dst, AnyConstView src, const ResizeOptions& options =
   });
 }
 
-// The same into a new image of that size, 1..30,000, and the depth of the source.
+// Scales the source to a new image of the given size, 1..30,000, with the depth of the source.
 inline Image resize(AnyConstView src, int32_t width, int32_t height,
                     const ResizeOptions& options = {}) {
   Image out(width, height, src.depth());
@@ -151,12 +151,12 @@ inline Image resize(AnyConstView src, int32_t width, int32_t height,
 
 struct ConvertOptions {
   Point at = {};        // the source's left upper corner in the destination
-  bool dither = false;  // noise in place of rounding on the way to 8 bits
+  bool dither = false;  // conversion to 8 bits uses noise instead of rounding
   Progress progress = {};
 };
 
-// Copies a picture to a destination of any depth (VX_DepthConvertWorld). What overhangs is left
-// out. Throws Error: bad_parameter, stopped.
+// Copies a picture to a destination of any depth (VX_DepthConvertWorld). Pixels outside of the
+// destination are ignored. Throws Error: bad_parameter, stopped.
 inline void convert(AnyView dst, AnyConstView src, const ConvertOptions& options = {}) {
   detail::run(options.progress, [&](VX_ProgressInfo* progress) {
     return VX_DepthConvertWorld(progress, src.descriptor(), nullptr, options.dither ? 1 : 0,
@@ -164,7 +164,7 @@ inline void convert(AnyView dst, AnyConstView src, const ConvertOptions& options
   });
 }
 
-// The same into a new image of the source's size, of depth 8, 16 or 32.
+// Converts a picture to a new image of the same size, of depth 8, 16 or 32.
 inline Image convert(AnyConstView src, int32_t depth, const ConvertOptions& options = {}) {
   Image out(src.width(), src.height(), depth);
   convert(out, src, options);
@@ -175,7 +175,7 @@ inline Image convert(AnyConstView src, int32_t depth, const ConvertOptions& opti
 
 struct PremultiplyOptions {
   std::optional<Rect> area = {};    // none: everything. Edges -32768..32767
-  std::optional<Color> matte = {};  // what transparency shows; none: black
+  std::optional<Color> matte = {};  // the colour behind transparent pixels; none: black
 };
 
 namespace detail {
@@ -201,8 +201,8 @@ inline void premultiply(AnyView& dst, int32_t forward, const PremultiplyOptions&
 
 }  // namespace detail
 
-// Multiplies colour by alpha in place, or undoes it (VX_PremulRect, VX_PremulColorRect and so on).
-// Throws Error (bad_parameter).
+// Multiplies colour by alpha in place, or divides colour by alpha (VX_PremulRect,
+// VX_PremulColorRect and so on). Throws Error (bad_parameter).
 inline void premultiply(AnyView dst, const PremultiplyOptions& options = {}) {
   detail::premultiply(dst, 1, options);
 }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Progress of long work, and its stop.
+// Reports the progress of long operations, and stops them.
 
 #include <concepts>
 #include <cstdint>
@@ -23,8 +23,8 @@ namespace vx {
 //   {.progress = source.get_token()}
 //
 // The callable is called on the thread of the operation, every few rows. After a stop the operation
-// throws Error (stopped), and what was drawn remains. What the callable throws ends the work as
-// well and leaves the operation unchanged.
+// throws Error (stopped), and pixels drawn before remain. An exception of the callable also ends
+// the work and is passed on unchanged.
 class Progress {
  public:
   Progress() = default;
@@ -46,7 +46,7 @@ class Progress {
   }
 
   explicit operator bool() const { return static_cast<bool>(function_); }
-  // True to go on.
+  // Returns true to continue.
   bool operator()(int32_t step, int32_t total) const { return function_(step, total); }
 
  private:

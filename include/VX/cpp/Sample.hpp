@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Pixels at positions between the pixels.
+// Samples a picture at any position.
 
 #include <algorithm>
 #include <cmath>
@@ -31,7 +31,7 @@ struct SamplerOptions {
 template <class Pixel>
 class Sampler {
  public:
-  //   picture  has to live as long as the sampler
+  //   picture  must exist as long as the sampler
   // Throws Error (bad_parameter) for a picture without pixels or a radius out of range.
   explicit Sampler(View<Pixel> picture, const SamplerOptions& options = {})
       : Sampler(ConstView<Pixel>(picture), options) {}

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Pictures through matrices, with motion blur.
+// Draws pictures transformed by matrices, with motion blur.
 
 #include <cstdint>
 #include <optional>
@@ -75,7 +75,7 @@ inline void transform(AnyView dst, AnyConstView src, std::span<const Matrix> mot
   });
 }
 
-// Draws a picture through one matrix.
+// Draws a picture transformed by one matrix.
 inline void transform(AnyView dst, AnyConstView src, const Matrix& matrix,
                       const TransformOptions& options = {}) {
   transform(dst, src, std::span<const Matrix>(&matrix, 1), options);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Pixels, rectangles, and views of pixels that somebody else owns.
+// Pixels, rectangles, and views of pixels that the view does not own.
 
 #include <concepts>
 #include <cstddef>
@@ -90,7 +90,8 @@ inline int16_t to_int16(int32_t value, const char* report) {
   return static_cast<int16_t>(value);
 }
 
-// Refuses a size or a pitch that the classic record cannot hold, and rows that overlap.
+// Throws Error (bad_parameter) for a size or a pitch that the classic record cannot hold, and for
+// rows that overlap.
 inline void check_shape(int64_t width, int64_t height, int64_t pitch, int64_t pixel_bytes) {
   constexpr int64_t most = std::numeric_limits<int32_t>::max();
   if (width < 0 || height < 0 || width * pixel_bytes > most) refuse("a view of an impossible size");
@@ -112,7 +113,7 @@ inline void check_part(const Rect& part, int32_t width, int32_t height) {
 // --- views ---------------------------------------------------------------------------------------
 
 // A rectangle of pixels in memory that the view does not own; View<const Pixel8> only reads.
-// Copying a view copies no pixels. The memory has to live as long as the view is used.
+// Copying a view copies no pixels. The memory must exist as long as the view is used.
 template <class P>
 class View {
   static_assert(PixelType<std::remove_const_t<P>>);
@@ -134,7 +135,7 @@ class View {
   }
   View(P* first, int32_t width, int32_t height)
       : View(first, width, height, ptrdiff_t{width} * static_cast<ptrdiff_t>(sizeof(Pixel))) {}
-  // A view that reads, from one that writes.
+  // Converts a writable view to a read-only view.
   template <std::same_as<Pixel> Writable>
   View(const View<Writable>& other)  // NOLINT(google-explicit-constructor)
       : View(other.data(), other.width(), other.height(), other.pitch()) {}
@@ -144,7 +145,7 @@ class View {
   int32_t height() const { return height_; }
   ptrdiff_t pitch() const { return pitch_; }  // bytes
 
-  // Row y, 0..height - 1, unchecked. Pixels of 16 bits and float are to be aligned for access
+  // Row y, 0..height - 1, unchecked. Rows of 16-bit and float pixels must be aligned for access
   // through the span; the operations of the library accept rows at any byte.
   std::span<P> row(int32_t y) const {
     using Byte = std::conditional_t<std::is_const_v<P>, const std::byte, std::byte>;
@@ -177,7 +178,8 @@ View<P> typed(const VX_LayerDef& layer, int32_t depth) {
 
 }  // namespace detail
 
-// A view of any depth, to read: the type of a source. Made from an Image, a View or a VX_World.
+// A read-only view of any depth: the parameter type of a source. Made from an Image, a View or a
+// VX_World.
 class AnyConstView {
  public:
   AnyConstView() = default;  // no pixels
@@ -226,7 +228,7 @@ class AnyConstView {
   int32_t depth_ = 8;
 };
 
-// A view of any depth, to write: the type of a destination.
+// A writable view of any depth: the parameter type of a destination.
 class AnyView : public AnyConstView {
  public:
   AnyView() = default;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The stages of one row, in order.
+// Runs the stages of one row in their order.
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The mix of two worlds.
+// Mixes two worlds.
 
 #include <algorithm>
 
@@ -39,7 +39,7 @@ struct StraightRow {
   }
 };
 
-// The four channels are mixed alike.
+// All four channels are mixed by the same formula.
 template <class Pixel>
 struct PremulRow {
   static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {

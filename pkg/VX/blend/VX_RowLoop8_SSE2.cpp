@@ -14,7 +14,7 @@ using Vec = __m128i;
 Vec Splat(int32_t v) { return _mm_set1_epi32(v); }
 Vec Splat16(int16_t v) { return _mm_set1_epi16(v); }
 
-// Lanes of `yes` where the mask is set.
+// Selects the lanes of `yes` where the mask is set, otherwise those of `no`.
 Vec Choose(Vec mask, Vec yes, Vec no) {
   return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
 }
@@ -26,10 +26,10 @@ Vec Load4(const VX_Pixel8* p) { return _mm_loadu_si128(reinterpret_cast<const Ve
 void Store4(VX_Pixel8* p, Vec v) { _mm_storeu_si128(reinterpret_cast<Vec*>(p), v); }
 Vec Alpha(Vec pixels) { return _mm_and_si128(pixels, Splat(0xFF)); }
 
-// The value of each 32-bit lane in both of its halves.
+// Copies the low half of each 32-bit lane to its high half.
 Vec Both(Vec v) { return _mm_or_si128(v, _mm_slli_epi32(v, 16)); }
 
-// t / 255, rounded, in unsigned 16-bit lanes of at most 255 * 255.
+// Returns t / 255 rounded, in unsigned 16-bit lanes. t is at most 255 * 255.
 Vec By255(Vec t) {
   t = _mm_add_epi16(t, Splat16(128));
   return _mm_srli_epi16(_mm_add_epi16(t, _mm_srli_epi16(t, 8)), 8);

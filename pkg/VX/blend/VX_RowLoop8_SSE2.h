@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// SSE2 variants of the 8-bit row loops of copy and in-front. They give the bits of the plain loops.
+// SSE2 variants of the 8-bit row loops of copy and in-front. Their results are those of the plain
+// loops.
 
 #include "VX/VX_Blend.h"
 

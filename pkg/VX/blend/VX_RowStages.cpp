@@ -10,7 +10,7 @@ namespace {
 
 enum class Direction { kMatte, kUnmatte };
 
-// A pixel of full alpha is not changed by matting.
+// Matting does not change an opaque pixel.
 template <class L, class Neutral, Direction direction>
 VXp_Color<L> MatteColor(const VXp_Color<L>& c, typename L::Work a) {
   using Work = typename L::Work;
@@ -40,7 +40,8 @@ template <class Pixel, template <class> class Neutral, Direction direction>
   return VX_Ok;
 }
 
-// The weight of the union. Unlike the weight of a scan, opacity is multiplied before the mask.
+// Computes the weight of the union of alphas. Opacity is multiplied before the mask, unlike in a
+// scan.
 template <class L, class Pixel>
 typename L::Work UnionWeight(typename L::Work sa, typename L::Work opacity, const Pixel* mask) {
   const typename L::Work w = L::Mul(sa, opacity);

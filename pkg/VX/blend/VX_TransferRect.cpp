@@ -16,7 +16,7 @@
 
 namespace {
 
-// A call after its checks.
+// The arguments of a call, already checked.
 struct Transfer {
   VX_ProgressInfo* progress;
   int32_t field;
@@ -55,7 +55,7 @@ VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_
   return VX_Ok;
 }
 
-// The stencil modes remove the destination outside the rectangle.
+// The stencil modes set alpha to 0 outside the rectangle.
 VX_Err ClearOutside(const Transfer& call, VX_LayerDef* dst) {
   if (!VXp_TraitsOfMode(call.mode->mode).clears_outside) return VX_Ok;
   const VXp_CopyArea& area = call.area;

@@ -81,8 +81,8 @@ inline void VXp_StoreFour(VX_PixelFloat* p, const VXp_FourOf<VX_PixelFloat>& v) 
   VXp_StoreLanes(p, 3, turned.blue);
 }
 
-// Calls step(x) for x = 0, 4, 8 ..., the first of each four pixels of a row, and returns the number
-// of pixels done: the last count % 4 are left.
+// Calls step(x) for x = 0, 4, 8 ..., the first pixel of each group of four. Returns the number of
+// processed pixels; the last count % 4 are not processed.
 template <class Step>
 int32_t VXp_ForFours(int32_t count, Step&& step) {
   ptrdiff_t x = 0;
@@ -90,8 +90,8 @@ int32_t VXp_ForFours(int32_t count, Step&& step) {
   return static_cast<int32_t>(x);
 }
 
-// Calls row(src, mask, dst) once for the pixels of a row from `done` on, which are fewer than four:
-// on copies that are filled up to four with zeros. A null mask stays null.
+// Calls row(src, mask, dst) once for the pixels from `done` on, of which there are fewer than four.
+// They are copied to groups of four that are filled with zeros. A null mask stays null.
 template <class Pixel, class Row>
 void VXp_ForRest(int32_t done, int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst,
                  Row&& row) {

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Converts four pixels between stored and linear values, with the bits of VXp_LinearLight.h.
+// Converts four pixels between stored and linear values, with the same results as
+// VXp_LinearLight.h.
 //
 // Most of the time is spent on loading table entries into lanes. Therefore an entry is loaded
 // together with the next one, as the two halves of a lane, and values of 16 bits are processed
@@ -18,8 +19,8 @@ using VXp_HalfLanes = uint16_t __attribute__((vector_size(16)));
 
 // --- entries of the tables -----------------------------------------------------------------------
 
-// Returns entries i and i + 1 of the table at `offset`. After the last entry of `linearize` comes
-// the first of `delinearize`; its weight must be 0.
+// Returns entries i and i + 1 of the table at `offset`. The entry after the last one of `linearize`
+// is the first of `delinearize`; its weight must be 0.
 inline uint32_t VXp_EntryPair(const VX_LinearBlendingTables& tables, size_t offset, uint32_t i) {
   uint32_t pair;
   std::memcpy(&pair, reinterpret_cast<const char*>(&tables) + offset + size_t{i} * 2, sizeof pair);
@@ -138,8 +139,8 @@ inline VXp_IntLanes VXp_DelinearizeFour(const VX_LinearBlendingTables& tables, V
   return ((VXp_WeighPairs(pairs, VXp_Paired(8 - f, f)) + 4) >> 3) + 32768;
 }
 
-// The weight of the lower entry, 32768 - f, may not fit into 16 bits: the entry is added once and
-// weighted with 32767 - f.
+// The weight of the lower entry, 32768 - f, may not fit into 16 bits. Therefore the entry is
+// weighted with 32767 - f and added once more.
 inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp_IntLanes c) {
   const VXp_IntLanes held = VXp_EvenHalves(VXp_HeldToWhite(VXp_Paired(c, VXp_IntLanes{})));
   const VXp_IntLanes p = (held << 8) - held;
@@ -156,7 +157,7 @@ inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp
 
 // --- pixels --------------------------------------------------------------------------------------
 
-// Stores lanes where `acts` is set.
+// Stores the pixels for which `acts` is set.
 template <class Pixel>
 void VXp_StoreWhere(VXp_IntLanes acts, VXp_FourOf<Pixel> p, Pixel* to) {
   if (VXp_LaneTraits<Pixel>::Any(~acts)) {
@@ -167,7 +168,7 @@ void VXp_StoreWhere(VXp_IntLanes acts, VXp_FourOf<Pixel> p, Pixel* to) {
   VXp_StoreFour(to, p);
 }
 
-// Stores alphas alone where `acts` is set.
+// Stores only alpha, in the pixels for which `acts` is set.
 template <class Pixel, class Lanes>
 void VXp_StoreAlphaWhere(VXp_IntLanes acts, Lanes alpha, Pixel* to) {
   VXp_FourOf<Pixel> p = VXp_LoadFour(to);

@@ -178,11 +178,12 @@ struct VXp_RowLoop : VXp_WeightedLoop<Mode, Pixel, linear> {};
 
 // --- masked multiply -----------------------------------------------------------------------------
 
-// The loop that serves rows with a mask.
+// The loop for rows with a mask.
 template <template <class> class Mode, class Pixel, bool linear>
 struct VXp_MaskedRowLoop : VXp_RowLoop<Mode, Pixel, linear> {};
 
-// With a mask, deep stored pixels multiply directly where the weight is full.
+// Multiply with a mask: 16-bit and float pixels that are not in linear light use the direct product
+// if the weight is full.
 template <class T>
 struct VXp_MaskedMultiply : VXp_ModeMultiply<T> {
   using Work = typename T::Work;
@@ -204,7 +205,7 @@ struct VXp_MaskedRowLoop<VXp_ModeMultiply, VX_PixelFloat, false>
 
 // --- copies --------------------------------------------------------------------------------------
 
-// A copy of a whole row without a weight is one move.
+// A copy of a whole row without a weight is one memory copy.
 template <template <class> class Mode, class Pixel, bool linear>
 struct VXp_CopyLoop {
   static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,

@@ -6,7 +6,8 @@
 
 #include "VX/VX_Transfer.h"
 
-// As VX_TransferRect_S. `scratch` is null or a record whose rows are as wide as the destination.
+// Does the same as VX_TransferRect_S. `scratch` is null or a record whose rows are as wide as the
+// destination.
 VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
                            const M_Rect* rect, const VX_LayerDef* src,
                            const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,

@@ -50,7 +50,8 @@ inline bool VXp_HasPixels(const VX_LayerDef* world) {
 }
 
 // Checks the mask of a composite whose worlds have pixels of `depth` bits. Returns VX_Ok, or
-// VX_ErrBadParameter after a report; the text is that for a mask of another depth.
+// VX_ErrBadParameter after a report; the text of the report is that for a mask of a different
+// depth.
 inline VX_Err VXp_CheckMask(const VX_MaskSpec* mask, int32_t depth, const char* unequal_text) {
   if (mask == nullptr) return VX_Ok;
   if (!VXp_HasPixels(mask->world) || mask->what < VX_MaskUse_Alpha ||

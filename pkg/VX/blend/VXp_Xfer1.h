@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// One pixel by one mode: the entries of the exported tables.
+// The entries of the exported tables: each blends one pixel in one mode.
 
 #include "VX/VX_Blend.h"
 #include "blend/VXp_LinearLight.h"
 #include "blend/modes/VXp_AllModes.h"
 
-// Returns source alpha times the opacities; those of full scale are left out.
+// Returns source alpha times the opacities. An opacity of full scale is not multiplied.
 template <class T, class... Opacity>
 typename T::Work VXp_Reduced(typename T::Work sa, Opacity... opacity) {
   ((void)(opacity < T::kFull && (sa = T::Mul(sa, opacity), true)), ...);
@@ -28,7 +28,7 @@ struct VXp_Xfer1Encoded {
   }
 };
 
-// An entry of a table with that many opacities.
+// An entry of the table for this number of opacities.
 template <template <class> class Mode, class Pixel, class... Opacity>
 struct VXp_Xfer1 {
   static void Blend(const Pixel* src, const VX_LinearBlendingTables* tables, Opacity... opacity,

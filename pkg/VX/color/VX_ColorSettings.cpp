@@ -29,7 +29,7 @@ VX_ColorSettings& VX_ColorSettings::operator=(const VX_ColorSettings& other) {
 
 VX_ColorSettings::~VX_ColorSettings() = default;
 
-// Computed data stay with `from`: callers may hold the addresses of its tables.
+// Computed data remain in `from`, because callers may hold the addresses of its tables.
 void VX_ColorSettings::VXp_TransferColorSettings(const VX_ColorSettings& from) {
   InvalidateCachedValues(from.profileID);
   linearize = from.linearize;

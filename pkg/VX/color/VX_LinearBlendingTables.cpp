@@ -16,7 +16,7 @@ constexpr int32_t kEntries = 4097;
 constexpr int32_t kLast = kEntries - 1;
 using Entries = std::array<uint16_t, kEntries>;
 
-// The linear value of an entry, 0..32768.
+// Returns the linear value of an entry, 0..32768.
 constexpr int32_t ValueOf(int32_t entry) { return ((entry << 15) + 2048) >> 12; }
 
 // Linearizes all 8-bit greys with the engine.

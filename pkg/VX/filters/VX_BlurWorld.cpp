@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The blur of both axes: along the rows into a premultiplied intermediate world, then down its
-// columns, band by band. And two entries of the function table that have no routine.
+// Blurs both axes, band by band: first along the rows into a premultiplied intermediate world, then
+// down its columns. Also defines the two unused entries of the function table.
 
 #include <algorithm>
 #include <cstring>
@@ -55,7 +55,8 @@ void Pass(const VX_BlurSpec& spec, int32_t direction, VX_ProgressInfo* progress,
   }
 }
 
-// Copies the pixels of the source to their places in the destination, with zeros around them.
+// Copies the pixels of the source to their positions in the destination and sets the others to
+// zero.
 template <class Pixel>
 void Copy(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {
   constexpr auto kSize = static_cast<ptrdiff_t>(sizeof(Pixel));
@@ -106,10 +107,10 @@ VX_WorldX<Pixel> PartOf(const VX_LayerDef& world, const Rows& rows) {
 }
 
 // Blurs both axes, band by band of the destination. The intermediate world has the columns of the
-// destination and the rows of the source that one band reads. A row is blurred along once; rows
-// that the next band reads too are moved to the top. So the intermediate world stays in the cache,
-// and below the size from which the allocator gets new pages from the system for each call, which
-// would cost as much as a pass.
+// destination and the rows of the source that one band reads. Each source row is blurred once; rows
+// that the next band also reads are moved to the top. So the intermediate world stays in the cache.
+// It also stays below the size at which the allocator requests new pages from the system for each
+// call, which would take as long as a pass.
 template <class Pixel>
 class BandedBlur {
  public:

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The box blur over lines of a world: repeated passes of VX_BoxBlurT.h.
+// The box blur over lines of a world, made of repeated passes of VX_BoxBlurT.h.
 
 #include <algorithm>
 
@@ -12,15 +12,15 @@
 
 namespace {
 
-// Part of a line: places start..end - 1 of the source.
+// A part of a line: positions start..end - 1 of the source.
 struct Extent {
   int64_t Size() const { return end - start; }
 
   int64_t start, end;
 };
 
-// The part of a line that each of `times` passes writes: at most the places that later passes read
-// and that earlier passes spread the source to. Pass 0 is the copy.
+// Computes the part of a line that each of `times` passes writes: the positions that later passes
+// read and that are within the reach of the source after the earlier passes. Pass 0 is the copy.
 class Extents {
  public:
   Extents(const VX_Blur1DState& state, int64_t radius, int32_t times)
@@ -38,8 +38,8 @@ class Extents {
   }
   Extent Source() const { return src_; }
 
-  // The size of the largest part before the last pass. Sizes grow until the spread of the source
-  // meets the need of the destination, at either end, and then shrink.
+  // Returns the size of the largest part before the last pass. From pass to pass the sizes first
+  // grow with the reach of the source, and then shrink to the part that the destination needs.
   int64_t Largest() const {
     int64_t largest = std::max(Of(0).Size(), times_ > 1 ? Of(times_ - 1).Size() : 0);
     if (n_ == 0) return largest;

@@ -51,8 +51,8 @@ template <class Pixel>
   }
 }
 
-// Prefetches rows of the parts of a window that are far from those just used. Places that leave a
-// long window were read too long ago to be in the cache.
+// Prefetches the rows that leave or enter a long window, because they were read too long ago to be
+// in the cache.
 class VXp_BoxPrefetch {
  public:
   VXp_BoxPrefetch(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size)
@@ -75,8 +75,8 @@ class VXp_BoxPrefetch {
   ptrdiff_t entering_, leaving_, out_;
 };
 
-// The form of a pass. kLines 0: any number of lines. kWhole: the radius is whole. kAll: all
-// channels are blurred. Inner loops have no tests of these.
+// The variant of a pass, so that inner loops contain no tests. kLines 0: any number of lines.
+// kWhole: the radius is an integer. kAll: all channels are blurred.
 template <class SumsType, int32_t kLines, bool kWhole, bool kStraight, bool kAll>
 class VXp_BoxRun {
  public:
@@ -119,7 +119,7 @@ class VXp_BoxRun {
     for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
 
-  // Writes zeros. Either the pixels of a place are adjacent, or the pixels of a line.
+  // Writes zeros. Either the pixels of a position are adjacent, or the pixels of a line.
   void Blank(const VXp_BoxSpan& span) const {
     const bool by_line = pass_.out.stride == kSize;
     const int64_t runs = by_line ? lines_ : span.count;
@@ -178,7 +178,7 @@ class VXp_BoxRun {
   Sums sums_[kMostLines];
 };
 
-// Runs any pass. kStraightToo false: only passes with premultiplied output.
+// Runs a pass. If kStraightToo is false, only passes with premultiplied output are supported.
 template <class Sums, bool kStraightToo>
 void VXp_RunBoxPass(const VXp_BoxPass& pass) {
   const auto with = [](bool condition, auto&& then) {

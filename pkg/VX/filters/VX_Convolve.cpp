@@ -3,10 +3,10 @@
 
 // Convolution.
 //
-// A row of the destination is computed in strips. For each row of the kernels that meets the
+// A row of the destination is computed in strips. For each row of the kernels that overlaps the
 // source, the source pixels of the strip are copied to a buffer, with zeros outside of the source.
-// Then the taps are added, a few sums at a time, which stay in registers. So no inner loop tests
-// for an edge, and floats are summed in the order of the kernel.
+// Then the taps are added for a few pixels at a time, whose sums stay in registers. Therefore inner
+// loops do not test for edges, and floats are summed in the order of the kernel.
 
 #include "VX/VX_Convolve.h"
 
@@ -43,16 +43,16 @@ struct Window {
   int32_t x_radius, y_radius;
 };
 
-// The distances low..high of -radius..radius that move some position of first..last into
-// 0..size - 1.
+// The distances low..high within -radius..radius for which at least one of the positions
+// first..last plus the distance is in 0..size - 1.
 struct Reach {
   Reach(int32_t radius, int32_t first, int32_t last, int32_t size)
       : low(std::max(-radius, -last)), high(std::min(radius, std::max(size, 0) - 1 - first)) {}
   int32_t low, high;
 };
 
-// Returns 256 for each tap, or the sum of the kernel if it is normalized, in 32 bits that wrap.
-// Returns 1 instead of 0.
+// Returns the divisor: 256 times the number of taps, or the sum of the kernel if
+// VX_Kernel_Normalize is set; 1 instead of 0. Computed in 32 bits that wrap.
 int32_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
   auto divisor = 256u * static_cast<uint32_t>(window.Taps());
   if ((flags & VX_Kernel_Normalize) != 0) {
@@ -62,7 +62,7 @@ int32_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
   return divisor == 0 ? 1 : static_cast<int32_t>(divisor);
 }
 
-// Sums of up to kPixels neighbours in a row of the destination.
+// Sums for up to kPixels neighbouring pixels of a destination row.
 template <class Way>
 class Strip {
  public:
@@ -104,8 +104,8 @@ class Strip {
     }
   }
 
-  // Copies the pixels that the taps from column x on meet. Row y, and for a pair of rows y + 1, are
-  // inside the source.
+  // Copies the source pixels that the taps use from column x on. Row y, and for a pair of rows y +
+  // 1, are inside the source.
   void TakePixels(int32_t x, int32_t y, bool pair, int32_t taps) {
     const int32_t count = blocks_ * kBlock + taps - 1;
     const int32_t before = std::clamp(-x, 0, count);
@@ -170,7 +170,7 @@ VX_Err ConvolveRows(const VX_ProgressInfo* progress, const VX_LayerDef& src, con
   return VX_Ok;
 }
 
-// Whether all weights that can meet the source fit 16 bits.
+// Returns whether all weights that are used fit 16 bits.
 bool FitWords(const VX_LayerDef& src, const Window& window, const VXp_FourKernels& kernels,
               const VX_LayerDef& dst) {
   const Reach down(window.y_radius, 0, dst.height - 1, src.height);

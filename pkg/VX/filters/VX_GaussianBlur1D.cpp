@@ -3,11 +3,12 @@
 
 // The Gaussian pass over worlds.
 //
-// Each line is processed in segments. Scratch holds one segment and the places on both sides that
-// its windows reach, whatever the length of the line. In scratch the pixels of all lines of a tile
-// are adjacent, place after place, with zeros outside of the source, so that rows and tiles of
-// columns are summed by the same loop over blocks of channels. Sums are computed for a few places
-// at a time, which stay in the first-level cache, and are converted to pixels at once.
+// Each line is processed in segments. Scratch holds one segment and the positions on both sides
+// that its windows reach, whatever the length of the line. In scratch, the pixels of all lines of a
+// tile at one position are adjacent, followed by those at the next position; positions outside of
+// the source are zero. Therefore one loop over blocks of channels sums both rows and tiles of
+// columns. Sums are computed for a few positions at a time, so that they stay in the first-level
+// cache until they are converted to pixels.
 //
 //   premultiplied  each channel is the quotient of VXp_GaussianQuotient
 //   straight       alpha is that quotient; colours are c_sum / alpha_sum, see VXp_Unmultiplied
@@ -86,7 +87,7 @@ class GaussianPass {
  public:
   explicit GaussianPass(VX_Blur1DState& state)
       : state_(state), weights_(state.radius), mask_(state.flags) {
-    // The largest distance at which any window can meet the source.
+    // The largest distance at which any window overlaps the source.
     const int64_t last = state.offset + state.dst.length - 1;
     const int64_t reach = std::max(last, state.src.length - 1 - state.offset);
     taps_ = static_cast<int32_t>(std::clamp<int64_t>(reach, 0, weights_.radius()));
@@ -127,12 +128,12 @@ class GaussianPass {
   static constexpr int32_t kBlock = kVXp_SumBlock<Channel>;
   static constexpr int32_t kTileBytes = 256;  // of a row
   static constexpr int32_t kFewestPlaces = 128;
-  static constexpr int32_t kChunk = kTileBytes;  // channels: a place of the widest tile of bytes
+  static constexpr int32_t kChunk = kTileBytes;  // channels: a position of the widest tile of bytes
 
   int64_t Places() const { return int64_t{segment_} + 2 * margin_; }
 
-  // Scratch begins `margin_` places before the first window's centre. From one segment to the next,
-  // places that are needed again are moved to its front.
+  // Scratch begins `margin_` positions before the first window's centre. From one segment to the
+  // next, positions that are needed again are moved to its front.
   template <bool kStraight>
   void Lines(Channel* row, int64_t line, int32_t to, int32_t lines) const {
     const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
@@ -148,7 +149,7 @@ class GaussianPass {
     }
   }
 
-  // Copies `count` places of the source from `start` on, with zeros outside of the source.
+  // Copies `count` positions of the source from `start` on, with zeros outside of the source.
   void Copy(int64_t line, int32_t lines, int64_t start, int64_t count, Channel* out) const {
     const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
     const int64_t end = start + count;
@@ -161,7 +162,7 @@ class GaussianPass {
     std::fill(out + (to - start) * step, out + count * step, Work::kZero);
   }
 
-  // Blurs `count` places of the destination from `place` on.
+  // Blurs `count` positions of the destination from `place` on.
   template <bool kStraight>
   void Blur(const Channel* here, int64_t to, int32_t lines, int32_t place, int32_t count) const {
     alignas(16) double sums[kChunk + kBlock];
@@ -185,7 +186,7 @@ class GaussianPass {
     }
   }
 
-  // Converts the sums of `count` places from `place` on to pixels.
+  // Converts the sums of `count` positions from `place` on to pixels.
   template <bool kStraight>
   void Write(const Channel* here, const double* sums, const Quotient quotient, int64_t to,
              int32_t lines, int32_t place, int32_t count) const {
@@ -209,10 +210,10 @@ class GaussianPass {
   VX_Blur1DState& state_;
   VXp_GaussianWeights weights_;
   VXp_ChannelMask<Pixel> mask_;
-  int32_t taps_;     // the largest distance that is summed: the radius, or less if no window
-                     // meets the source at the radius
-  int32_t margin_;   // places before and after a segment; even, see VXp_GaussianSums
-  int32_t segment_;  // places of the destination
+  int32_t taps_;     // the largest distance that is summed: the radius, or less if no
+                     // window overlaps the source at the radius
+  int32_t margin_;   // positions before and after a segment; even, see VXp_GaussianSums
+  int32_t segment_;  // positions of the destination
   bool sees_source_;
 };
 

@@ -14,8 +14,8 @@ namespace {
 
 constexpr uint32_t kKernelNumber = 10;
 
-// Returns the reach of the kernel from its centre: the radius rounded up, in 16 bits that wrap.
-// Returns -1 for an invalid radius.
+// Returns the number of taps on each side of the centre: the radius rounded up, in 16 bits that
+// wrap. Returns -1 for an invalid radius.
 int32_t ReachOf(double radius) {
   constexpr double kEndOf32Bits = 2147483647.0;
   if (!(radius >= 0.0) || radius > kEndOf32Bits) return -1;
@@ -26,7 +26,7 @@ int64_t RowsOf(int32_t reach, int32_t flags) {
   return (flags & VX_Kernel_OneDimensional) != 0 ? 1 : 2 * int64_t{reach} + 1;
 }
 
-// Limits to 0..most and truncates.
+// Limits a number to 0..most and truncates it.
 int32_t Weight(double real, double most) {
   return static_cast<int32_t>(std::clamp(real, 0.0, most));
 }

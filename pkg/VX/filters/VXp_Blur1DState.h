@@ -14,17 +14,17 @@
 //
 // and the engines, which worlds and one-channel buffers share:
 //
-//   VXp_BoxEngine            the places of a running window along lines
+//   VXp_BoxEngine            the positions of a running window along lines
 //   VXp_RunningSums.h        the sums of a running window, of one channel and of four
 //   VXp_GaussianSums         weighted sums over a symmetric window
 //   VXp_ForLines.h           lines on threads, errors, progress
 //   VXp_BlurScratch          scratch for each thread
 //
-// Convolution has no part in these: VX_Convolve.cpp, with the sums in VXp_ConvolveLanes.h.
+// Convolution does not use these files. It is in VX_Convolve.cpp and VXp_ConvolveLanes.h.
 //
 // A pass from rows to rows processes a line at a time. If columns are read or written, neighbouring
-// lines are processed together as a tile of some hundred bytes of each row, because a walk down a
-// single column reads a cache line for each pixel. An item of the iteration is a tile.
+// lines are processed together as a tile of some hundred bytes of each row, because processing a
+// single column would read a cache line for each pixel. Each item of the iteration is a tile.
 
 #include <cstdint>
 
@@ -77,10 +77,10 @@ struct VX_Blur1DState {
   float radius;
   int32_t flags;
   int64_t line_offset;  // the source line of line 0 of the destination
-  int64_t offset;       // the source place of place 0 of a line of the destination
+  int64_t offset;       // the source position of position 0 of a line of the destination
   int32_t tile = 1;     // lines of an item
 
-  // Whether colours are multiplied by alpha when a line is copied.
+  // Returns whether colours are multiplied by alpha when a line is copied.
   bool Premultiplies() const;
   bool RowsOnly() const { return src.direction == 0 && dst.direction == 0; }
 };
@@ -89,7 +89,7 @@ struct VX_Blur1DState {
 // report.
 int32_t VXp_CheckBlur(const VXp_BlurArguments& arguments);
 
-// The distance in pixels that a repeated box of a valid radius spreads.
+// Returns the distance in pixels that a repeated box of a valid radius reaches.
 int64_t VXp_BoxReach(float radius, int32_t iterations);
 
 // Returns VX_ErrBadParameter after a report if `iterations` is below 1 or the reach is too large.
@@ -124,7 +124,8 @@ inline bool VXp_IsFar(ptrdiff_t stride) {
 // Writes zero pixels to `count` lines of the destination.
 void VXp_ZeroBlurLines(const VX_Blur1DState& state, int32_t first, int32_t count, int32_t size);
 
-// The lines of first..first + count of the destination that have a line in the source.
+// Returns the lines among first..first + count - 1 of the destination that have a line in the
+// source.
 struct VXp_BlurLineRange {
   int32_t first, count;
 };

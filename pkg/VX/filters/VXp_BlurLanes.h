@@ -28,7 +28,7 @@ inline float VXp_AlphaOf(uint32_t pixel8) { return static_cast<float>(pixel8 & 0
 inline float VXp_AlphaOf(uint64_t pixel16) { return static_cast<float>(pixel16 & 0xFFFF); }
 inline float VXp_AlphaOf(VXp_FloatLanes pixel) { return pixel[0]; }
 
-// All ones in the lanes of the channels in `flags`. Lane 0 is alpha.
+// Returns lanes with all bits set for the channels in `flags`. Lane 0 is alpha.
 inline VXp_IntLanes VXp_ChannelLanesOf(int32_t flags) {
   const auto lane = [flags](int32_t bit) { return (flags & bit) != 0 ? -1 : 0; };
   return VXp_IntLanes{lane(VX_Blur_Alpha), lane(VX_Blur_Red), lane(VX_Blur_Green),
@@ -129,14 +129,15 @@ inline VXp_FloatLanes VXp_Least(VXp_FloatLanes a, VXp_FloatLanes b) {
 
 // Returns the colours of a straight pixel. `sums` are premultiplied sums and `alpha_sum` the sum of
 // alpha, which must not be 0. Lane 0 of the result is undefined. At integer depths the sums are
-// whole numbers, a is the sum of alpha, and the result is
+// integers, a is the sum of alpha, and the result is
 //
-//   min((c full + a / 2) / a, full)   in whole numbers, both divisions truncated
+//   min((c full + a / 2) / a, full)   in integers, both divisions truncated
 //
-// It is computed as trunc((c full + a / 2 + 1/4) (1 / a)) with real divisions, which is the same:
-// if a is odd, c full + a / 2 is at least 1/2 below the next multiple of a; if a is even, it is at
-// least 1 below, or a multiple itself. So the product may be wrong by 1 / (4 a). It is wrong by
-// less if a is below this bound; larger sums use 64-bit integers.
+// It is computed as trunc((c full + a / 2 + 1/4) (1 / a)) with real divisions, which gives the same
+// result: if a is odd, c full + a / 2 is at least 1/2 below the next multiple of a; if a is even,
+// it is at least 1 below, or a multiple itself. So an error of the product below 1 / (4 a) does not
+// change the result. The error is smaller if a is below this bound; larger sums use 64-bit
+// integers.
 inline constexpr double kVXp_AlphaInDouble = 0x1p33;
 
 template <class Pixel>
@@ -184,8 +185,9 @@ template <class Pixel, class Mean>
 
 // --- lines into scratch --------------------------------------------------------------------------
 
-// Calls `store(address, raw)` for the places from..to - 1 of `lines` lines of the source: all lines
-// of a place, then the next place. The addresses start at `out` and are `step` bytes apart.
+// Calls `store(address, raw)` for the positions from..to - 1 of `lines` lines of the source: for
+// all lines at one position, then for all lines at the next. The addresses start at `out` and are
+// `step` bytes apart.
 template <class Pixel, class Store>
 void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
                      int64_t to, char* out, ptrdiff_t step, const Store& store) {
@@ -203,7 +205,7 @@ void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, i
   }
 }
 
-// VXp_GatherLines of pixels that are premultiplied if the pass asks for it.
+// Calls VXp_GatherLines with pixels that are premultiplied if the pass requires it.
 template <class Pixel, class Store>
 void VXp_CopyLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
                    int64_t to, char* out, ptrdiff_t step, const Store& store) {

@@ -7,7 +7,8 @@
 #include <cstdint>
 
 // One buffer whose address is a multiple of 16. It is allocated through U_PurgeLoop, so that the
-// host may free memory and retry, and it is in the host's accounts until it is freed.
+// host may free memory and retry, and it is included in the host's memory accounting until it is
+// freed.
 class VX_BlurScratchRow {
  public:
   VX_BlurScratchRow() = default;
@@ -28,12 +29,12 @@ class VX_BlurScratchRow {
   int64_t size_ = 0;
 };
 
-// Up to two rows for each thread that the generic iterator may run.
+// Owns up to two rows of scratch for each thread that the generic iterator may use.
 class VXp_BlurScratch {
  public:
   static constexpr int32_t kMostRows = 2;
 
-  // Throws the host's error with nothing left allocated.
+  // Throws the host's error; then all memory is freed.
   VXp_BlurScratch(int32_t rows, int64_t bytes_a_row);
   ~VXp_BlurScratch();
   VXp_BlurScratch(const VXp_BlurScratch&) = delete;

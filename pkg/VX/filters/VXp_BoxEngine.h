@@ -2,19 +2,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The box engine: one pass of a running window over lines whose values are adjacent at each place,
-// pixels of a world or samples of a one-channel buffer. The engine computes which places enter and
-// leave the window and the divisor; VX_BoxBlurT.h and uno/VXp_ScanLines.cpp do the arithmetic with
-// the sums of VXp_RunningSums.h.
+// The box engine: one pass of a running window over lines. The values are pixels of a world or
+// samples of a one-channel buffer; the values of all lines at one position are adjacent. The engine
+// computes which positions enter and leave the window and the divisor; VX_BoxBlurT.h and
+// uno/VXp_ScanLines.cpp do the arithmetic with the sums of VXp_RunningSums.h.
 //
-// With S the sum of the places p - reach to p + reach and O the sum of the two places p - outer_at
-// and p + outer_at, the window of place p has the numerator
+// With S the sum of the positions p - reach to p + reach and O the sum of the two positions p -
+// outer_at and p + outer_at, the window of position p has the numerator
 //
 //   N = S unit + O outer
 //
 //   user                  reach  outer_at  unit       outer
 //   world, whole radius   n      n         1          0
-//   world, other radius   n      n         1024       -f, so S holds the outer places too
+//   world, other radius   n      n         1024       -f, so S holds the outer positions too
 //   plain box of samples  half   half + 1  1          0
 //   soft box of samples   half   half + 1  255        0..254
 
@@ -35,21 +35,21 @@ struct VXp_BoxWindow {
 // too.
 VXp_BoxWindow VXp_BoxWindowOf(float radius);
 
-// The places outside of a line.
+// How positions outside of a line are treated.
 enum class VXp_BoxEdge {
-  kZero,     // are zero and have their weights
-  kNothing,  // have no weight
-  kHeld,     // repeat the first or the last place of the line
-  kFade      // are zero; they have their weight in S and none in O
+  kZero,     // zero; their weights are in the divisor
+  kNothing,  // no weight
+  kHeld,     // equal to the first or the last value of the line
+  kFade      // zero; their weights in S are in the divisor, those in O are not
 };
 struct VXp_BoxBeyond {
   VXp_BoxEdge edge;
-  const char* held;  // kHeld only: the values of a place
+  const char* held;  // kHeld only: the values of a position
 };
 
-// The places start..end - 1 of lines that are adjacent.
+// The values of adjacent lines at the positions start..end - 1.
 struct VXp_BoxInput {
-  const char* data;  // of place `start`
+  const char* data;  // of position `start`
   ptrdiff_t stride;
   int64_t start, end;
 
@@ -73,8 +73,8 @@ struct VXp_BoxPass {
   bool premultiplied;  // worlds only: the form that is written
 };
 
-// Consecutive places for which the same parts of the window are inside the line. A part outside has
-// a stride of 0.
+// Consecutive positions for which the same parts of the window are inside the line. Parts that are
+// outside have a stride of 0.
 struct VXp_BoxSpan {
   struct Part {
     const char* data;
@@ -82,36 +82,36 @@ struct VXp_BoxSpan {
   };
 
   int64_t count;
-  bool blank;            // the window has no place inside
-  bool leaves;           // the leaving place is inside
+  bool blank;            // the whole window is outside of the line
+  bool leaves;           // the leaving position is inside
   Part entering;         // p + reach
   Part leaving;          // p - reach - 1
   Part leading;          // p + outer_at
   Part trailing;         // p - outer_at
   Part here;             // p
-  int32_t divisor;       // of the first place; above 0 unless blank
-  int32_t divisor_step;  // from place to place
+  int32_t divisor;       // of the first position; above 0 unless blank
+  int32_t divisor_step;  // from position to position
   char* out;
 };
 
 // The span that begins at `place`.
 VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t place);
 
-// The places that S holds before the first output place enters: start..end - 1 are inside the line,
-// `before` and `after` places are outside.
+// The positions whose values are summed in S before the entering value of the first output position
+// is added: start..end - 1 inside the line, and the numbers of positions before and after the line.
 struct VXp_BoxRange {
   int64_t start, end;
   int64_t before, after;
 };
 VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass);
 
-// The values of a place that the window needs, for all lines.
+// The values of a position that the window needs, for all lines.
 struct VXp_BoxPlace {
   const char *entering, *leaving, *leading, *trailing, *here;
   char* out;
 };
 
-// Calls `work(place)` for each place of a span.
+// Calls `work(place)` for each position of a span.
 template <class Work>
 [[gnu::always_inline]] inline void VXp_ForBoxPlaces(const VXp_BoxSpan& span, ptrdiff_t out_stride,
                                                     const Work& work) {

@@ -4,10 +4,10 @@
 
 // Sums of weighted pixels and their quotients, with one lane for each channel; lane 0 is alpha.
 //
-// A way of summing is a class with the number of rows of the kernel that it processes at once, its
-// forms of pixels and of weights, the addition of their product, and a bias to add to the sums.
-// Integer sums are computed modulo 2^32 with both ways. Wider sums for large kernels belong here:
-// a way with other lanes.
+// Each class of sums below defines the number of kernel rows that it processes at once, the types
+// of its pixels and weights, the addition of their product, and a bias that is added to the sums.
+// Integer sums are computed modulo 2^32 in both classes. Wider sums for large kernels would be
+// another class.
 
 #include <cmath>
 #include <cstdint>
@@ -27,12 +27,12 @@ struct VXp_FourKernels {
 
   const int32_t* weights[4];
 };
-inline constexpr int64_t kVXp_NoTap = -1;  // the place of a tap whose weights are 0
+inline constexpr int64_t kVXp_NoTap = -1;  // the index of a tap whose weights are 0
 
 template <class Pixel>
 inline constexpr bool kVXp_IsFloat = std::is_same_v<VX_ChannelOf<Pixel>, float>;
 
-// Any weights, at every depth. Floats are summed in the order of the taps.
+// Sums for any weights at every depth. Floats are summed in the order of the taps.
 template <class PixelType>
 struct VXp_TapByTap {
   using Pixel = PixelType;
@@ -62,9 +62,9 @@ struct VXp_TapByTap {
 };
 
 #ifdef __SSE2__
-// Integer depths with weights of 16 bits: two rows of the kernel at once, one word of each row in a
-// lane. Channels of 16 bits do not fit signed words, so 32768 is subtracted from them, and the bias
-// is 32768 times the sum of all weights.
+// Sums for integer depths and weights of 16 bits. Processes two rows of the kernel at once; a lane
+// has one word of each row. Channels of 16 bits do not fit signed words, so 32768 is subtracted
+// from them, and the bias is 32768 times the sum of all weights.
 template <class PixelType>
 struct VXp_TapsInPairs {
   using Pixel = PixelType;
@@ -136,8 +136,8 @@ class VXp_Quotient {
   using Channel = VX_ChannelOf<Pixel>;
   static constexpr auto kPixelSize = static_cast<ptrdiff_t>(sizeof(Pixel));
 
-  // A quotient that is not whole is at least 1 / divisor from the next whole number. Half of this
-  // is added, so that rounding errors do not make a whole quotient smaller. Negative quotients
+  // A quotient that is not an integer is at least 1 / divisor from the next integer. Half of this
+  // is added, so that rounding errors do not make an integer quotient smaller. Negative quotients
   // become 0 with or without it.
   VXp_IntLanes Limited(VXp_IntLanes sum) const {
     const VXp_DoubleLanes n = VXp_AsDouble(sum);
@@ -161,8 +161,8 @@ class VXp_Quotient {
   VXp_DoubleLanes factor_, half_;
 };
 
-// Float: alpha is limited to 0..1 always, colours if asked for. Alpha below 1e-30 becomes 0. NaN
-// remains NaN, because all comparisons with it are false.
+// Float: alpha is always limited to 0..1, colours only if required. Alpha below 1e-30 becomes 0.
+// NaN remains NaN, because all comparisons with it are false.
 template <>
 class VXp_Quotient<VX_PixelFloat> {
  public:

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Runs work over lines through a generic iterator, with one error and one progress for all threads.
+// Processes lines through a generic iterator, with a common error and a common progress of all
+// threads.
 
 #include <algorithm>
 #include <atomic>
@@ -64,7 +65,8 @@ VX_Err VXp_ForLines(VX_IterateGenericFunc iterate, const VX_ProgressInfo* progre
   return first != VX_Ok ? first : error;
 }
 
-// One progress for several passes: the steps of each pass are added to those before it.
+// Combines the progress of several passes: the steps of earlier passes are added to those of the
+// current one.
 class VXp_JoinedProgress {
  public:
   VXp_JoinedProgress(const VX_ProgressInfo* caller, int64_t steps)

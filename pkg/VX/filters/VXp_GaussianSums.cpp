@@ -64,7 +64,8 @@ int64_t VXp_GaussianWeights::Inside(int64_t q, int64_t length) const {
 
 namespace {
 
-// Any depth. In double, products and sums of integers are exact. kSize 0: `size` values.
+// Sums for any depth, in double, where products and sums of integers are exact. kSize 0: `size`
+// values.
 template <class Sample, int32_t kSize, class Stored>
 void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size, double* sums) {
   constexpr bool kBiased = std::is_same_v<Sample, uint16_t> && std::is_same_v<Stored, int16_t>;
@@ -84,7 +85,8 @@ void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t si
   std::copy_n(sum, n, sums);
 }
 
-// Bytes by the table of products. Full scale under the largest weights stays below 2^32.
+// Sums of bytes by the table of products. They are below 2^32 even at full scale with the largest
+// weights.
 void ProductSums(const int16_t* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
   constexpr int32_t kBlock = kVXp_SumBlock<int16_t>;
   uint32_t sum[kBlock];
@@ -137,8 +139,9 @@ struct Products {
   __m128i high[kRegisters] = {};
 };
 
-// The distances from..to - 1. The sum of two bytes is a word, so two distances of bytes are
-// multiplied at once. Widened bytes have a distance more, see VXp_GaussianSums.
+// Adds the products of the distances from..to - 1. The sum of two bytes is a word, so two distances
+// of bytes are multiplied at once. Widened bytes are read at one distance more, see
+// VXp_GaussianSums.
 template <class Sample, class Stored>
 [[gnu::always_inline]] inline void AddTaps(const Stored* c, ptrdiff_t step, const int16_t* weights,
                                            int32_t from, int32_t to, Products& products) {
@@ -186,7 +189,7 @@ void BlockSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, double* su
   }
 }
 
-// A block of doubles, in the order of PlainSums.
+// Sums a block of doubles in the order of PlainSums.
 void DoubleSums(const double* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
   constexpr int32_t kPairs = kVXp_SumBlock<double> / 2;
   const auto pair = [](const double* from, int32_t i) {

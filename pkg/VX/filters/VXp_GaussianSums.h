@@ -5,7 +5,8 @@
 // The Gaussian engine: weighted sums over a symmetric window, and their quotients.
 //
 // It works on a block of values that are adjacent in scratch: channels of neighbouring pixels, or
-// samples of one-channel lines. `step` is the distance from a place of a line to the next place.
+// samples of one-channel lines. `step` is the distance from a position of a line to the next
+// position.
 //
 //   sums[j] = w[0] c[j] + w[1] (c[j + step] + c[j - step]) + ... + w[count] (...)
 //
@@ -47,7 +48,7 @@ void VXp_GaussianSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int
 //   integers  (sum + total / 2) / total, truncated twice. Computed as a product with 1 / total,
 //             which may be too small by less than 1 / (2 total). So 1/2 is added to the sum: a
 //             whole quotient is not truncated to the number below, and any other quotient is at
-//             least 1 / total below the next whole number.
+//             least 1 / total below the next integer.
 //   float     sum / total
 template <class Sample>
 struct VXp_GaussianQuotient {
@@ -78,13 +79,14 @@ class VXp_GaussianWeights {
 
   int32_t radius() const { return radius_; }
 
-  // The weights of the distances 0..count, with one more behind.
+  // The weights of the distances 0..count, followed by one more.
   VXp_Taps Taps(int32_t count) const;
 
-  // The sum of all weights on both sides, at most 255 * 65535.
+  // Returns the sum of all weights on both sides, at most 255 * 65535.
   int64_t total() const { return words_[0] + 2 * Before(radius_); }
 
-  // The sum of the weights at the places 0..length - 1 of a line when the window's centre is `q`.
+  // Returns the sum of the weights at the positions 0..length - 1 of a line for a window with
+  // centre `q`.
   int64_t Inside(int64_t q, int64_t length) const;
 
   // Makes the table of products for processors without SSE2, where multiplying bytes is slower than
@@ -94,7 +96,7 @@ class VXp_GaussianWeights {
  private:
   // w[1] + ... + w[i]
   int64_t Before(int64_t i) const { return i <= 0 ? 0 : sums_[i]; }
-  // The sum of the weights at the distances low..high of one side.
+  // Returns the sum of the weights at the distances low..high on one side.
   int64_t Between(int64_t low, int64_t high) const;
 
   VX_BlurScratchRow memory_, products_memory_;

@@ -9,7 +9,7 @@
 //
 // Float: in double, with a count of the values in the window that are not 0. When the count becomes
 // 0, the sum becomes 0, so that rounding errors do not remain in empty areas. Infinity and NaN stay
-// in the sum until then: a restart after them belongs here. The order of operations is fixed:
+// in the sum until then. The order of operations is fixed:
 //
 //   pixels   sum - leaving, 0 if nothing is left, + entering
 //   samples  sum + (entering - leaving), 0 if nothing is left
@@ -27,7 +27,7 @@ inline VXp_DoubleLanes VXp_BoxNumerator(const VXp_BoxWindow& window, const VXp_D
   return static_cast<double>(window.unit) * sum + static_cast<double>(window.outer) * outer;
 }
 
-// VXp_BoxRun expects of such a class:
+// The sums of pixels below have these members, which VXp_BoxRun uses:
 //   Loaded, Load    a pixel in the form that enters and leaves
 //   Enter, Slide    the entering and the leaving pixel
 //   Singles         N = S unit + O outer, rounded to single; kWhole: N is S
@@ -97,7 +97,8 @@ struct VXp_PixelSums<VX_PixelFloat> {
   VXp_IntLanes held{};  // values in the window that are not 0
 };
 
-// --- samples: many lines, or many places of one line ---------------------------------------------
+// --- samples: many lines, or many positions of one line
+// ---------------------------------------------
 
 template <class Sample>
 struct VXp_SampleSum {
@@ -112,7 +113,7 @@ struct VXp_SampleSum {
   int32_t held = 0;  // values in the window that are not 0; float only
 };
 
-// Computes the sums of `count` consecutive places of one line.
+// Computes the sums of `count` consecutive positions of one line.
 template <class Sample>
 void VXp_SlideAlong(const Sample* entering, const Sample* leaving, int32_t count,
                     VXp_SampleSum<Sample>& state,
@@ -130,7 +131,7 @@ void VXp_SlideAlong(const Sample* entering, const Sample* leaving, int32_t count
   state = now;
 }
 
-// Moves the sums of `count` lines to the next place. `held` is in double, so that it has as many
+// Moves the sums of `count` lines to the next position. `held` is in double, so that it has as many
 // lanes as the sums.
 template <class Sample>
 void VXp_SlideAcross(const Sample* entering, const Sample* leaving, int32_t count,

@@ -26,7 +26,7 @@ VX_Err Refuse(int32_t entry) {
   return text != nullptr ? VXp_ReportText(kCheck, text, VX_ErrReported) : VX_Ok;
 }
 
-// A null argument always ends the call, also without a text.
+// A null argument always ends the call, even if the host has no text.
 VX_Err RefuseNull() {
   Refuse(kInvalidParameter);
   return VX_ErrReported;

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Conversion of channels and pixels between depths. All four channels are converted alike.
+// Conversion of channels and pixels between depths. All four channels are converted by the same
+// rule.
 //
 //   8 to 16         (c * 32768 + 128) / 255             255 becomes 32768, 128 becomes 16448
 //   16 to 8         (c * 255 + 16384) >> 15             above 32768 the low 8 bits of the result

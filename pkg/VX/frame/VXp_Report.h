@@ -20,7 +20,7 @@ inline constexpr uint32_t kVXp_NoCheckNumber = 0x3E7;
 // Reports a failed check and returns VX_ErrBadParameter. The package word in `number` is optional.
 VX_Err VXp_FailVerification(uint32_t number, int32_t line, const char* text);
 
-// The same without a number. `line` is that of the caller.
+// The same without a number. `line` is the source line of the caller.
 VX_Err VXp_FailVerification(const char* text, int32_t line = __builtin_LINE());
 
 // Reports a text, or an entry of the string table, to the user and returns `code`. The package word
@@ -28,9 +28,9 @@ VX_Err VXp_FailVerification(const char* text, int32_t line = __builtin_LINE());
 VX_Err VXp_ReportText(uint32_t number, const char* text, VX_Err code);
 VX_Err VXp_ReportEntry(uint32_t number, int32_t entry, VX_Err code);
 
-// Reports a bad argument (entry 4 of the string table) and returns VX_ErrBadParameter. Numbers of
-// the callers: extract planes 4, insert planes 5, fills 13, iterators 14, draft copy 48, generic
-// iterator 70.
+// Reports a bad argument (entry 4 of the string table) and returns VX_ErrBadParameter. The check
+// numbers of the callers are: extract planes 4, insert planes 5, fills 13, iterators 14, draft copy
+// 48, generic iterator 70.
 VX_Err VXp_BadParameter(uint32_t number);
 
 // Stores the text that VX_LastReport returns; null is treated as empty. The functions above call

@@ -13,8 +13,8 @@
 #include "VX/VX_Package.h"
 
 struct VXp_VectorConstants {
-  VX_Vector128 low_bytes_16;  // eight times 0x00FF
-  VX_Vector128 half_byte_16;  // eight times 0x0080
+  VX_Vector128 low_bytes_16;  // 0x00FF in all eight lanes
+  VX_Vector128 half_byte_16;  // 0x0080 in all eight lanes
   VX_Vector128 d255_0;        // doubles, lane 0 first
   VX_Vector128 d32768_32768;
   VX_Vector128 d1_0;
@@ -59,6 +59,6 @@ inline constexpr VX_Vector128 kVXp_FFFF_32 = VXp_VectorOf(0xFFFF);
 inline constexpr VX_Vector128 kVXp_ClearAlpha8 = VXp_VectorOf(0xFFFFFF00);  // alpha is byte 0
 inline constexpr VX_Vector128 kVXp_f0_1_1_1 = VXp_VectorOfFloats(0.0f, 1.0f, 1.0f, 1.0f);
 inline constexpr VX_Vector128 kVXp_fHalf = VXp_VectorOfFloats(0.5f, 0.5f, 0.5f, 0.5f);
-// Control of a byte shuffle that copies the alpha of two 16-bit pixels to their colours.
+// Control operand of a byte shuffle that copies the alpha of two 16-bit pixels to their colours.
 inline constexpr VX_Vector128 kVXp_SpreadAlpha16 =
     VXp_VectorOf(0x0100FFFF, 0x01000100, 0x0908FFFF, 0x09080908);

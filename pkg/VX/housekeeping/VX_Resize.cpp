@@ -10,8 +10,8 @@
 
 namespace {
 
-// Range from the centre of the first to the centre of the last pixel. Reductions need no range:
-// what they cover is always inside.
+// Range from the centre of the first to the centre of the last pixel. Reductions need no range,
+// because the area that a pixel covers is always inside the source.
 VXp_ClampRange CentreRange(int32_t size) { return {0, (int64_t{size} - 1) * 65536}; }
 
 template <class Pixel>

@@ -10,8 +10,8 @@
 
 #include "VX/VX_Types.h"
 
-// All four channels are converted alike, so a row is a sequence of channels. Rows may start at any
-// address. They must not overlap unless the depths are equal.
+// All four channels are converted by the same rule, so a row is a sequence of channels. Rows may
+// start at any address. They must not overlap unless the depths are equal.
 using VXp_ConvertRowFunc = void (*)(const char* from, char* to, size_t channels);
 
 // Instantiated for each pair of pixel types.

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The geometry of a copy between rectangles, for both qualities: what is read and written, clipped
-// so that no loop checks bounds.
+// The geometry of a copy between rectangles, for both qualities: the source and destination areas,
+// clipped so that no loop checks bounds.
 
 #include <cstdint>
 

@@ -14,7 +14,8 @@ constexpr size_t kLine = 64;
 // Longer fills exceed the caches; plain stores are then faster than copies.
 constexpr size_t kLargerThanCache = size_t{24} << 20;
 
-// Stores whole lines; `to` must be at the start of a line. Returns the number of bytes written.
+// Stores complete cache lines; `to` must be at the start of a line. Returns the number of bytes
+// written.
 size_t StoreLines(const char* pattern, char* to, size_t bytes) {
   using Lanes = uint64_t __attribute__((vector_size(16), may_alias));
   Lanes lanes;

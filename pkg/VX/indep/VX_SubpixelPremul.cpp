@@ -26,7 +26,7 @@ struct ByteWeights {
   float w00, w10, w01, w11;
 };
 
-// The lanes of the channels, the weights, and the rounding of the sum.
+// Defines, for each depth, the lanes of the channels, the weights, and the rounding of the sum.
 template <class Pixel>
 struct Rule;
 
@@ -56,7 +56,8 @@ struct Rule<VX_PixelFloat> {
   static VXp_FloatLanes Finished(VXp_FloatLanes sum) { return sum; }
 };
 
-// The rule for VXp_ColumnWalk: a column is its two pixels as lanes.
+// Mixes a row of positions (a rule for VXp_ColumnWalk). The upper and the lower pixel of a column
+// are converted to lanes once.
 template <class Pixel>
 struct RowRule {
   using Raw = VXp_RawPixel<Pixel>;

@@ -8,10 +8,10 @@
 //   four equal alphas   that alpha, colours mixed; nothing where it is 0
 //   else                s = w a;  alpha = sum(s);  colour = sum(s c) (1 / alpha)
 //
-// The two depths round differently, see Rule. Clipped and unclipped samplers differ only in
-// fetching the neighbours. Mixed() is the definition. There are two faster forms with the same
-// bits: points (OnePoint16, BytePointRule) at any positions, and spans of equal alphas, which share
-// columns.
+// The two depths round differently, see Rule. Clipped and unclipped samplers differ only in how
+// they load the neighbours. Mixed() is the definition. There are two faster forms with the same
+// results: points (OnePoint16, BytePointRule) at any positions, and spans of equal alphas, which
+// share columns.
 
 #include <cmath>
 #include <cstring>
@@ -27,7 +27,8 @@ namespace {
 template <class Pixel>
 struct Rule;
 
-// To nearest, ties to even. Transparent if alpha is 0 after rounding, so 0.5 is transparent.
+// Rounds to nearest, ties to even. The pixel is transparent if alpha is 0 after rounding, so 0.5 is
+// transparent.
 template <>
 struct Rule<VX_Pixel8> {
   static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Rounded(v); }
@@ -35,7 +36,7 @@ struct Rule<VX_Pixel8> {
   static bool IsNothing(double alpha) { return Whole(alpha) == 0; }
 };
 
-// Halves up. Transparent if alpha is below 0.5 before rounding.
+// Rounds to nearest, halves up. The pixel is transparent if alpha is below 0.5 before rounding.
 template <>
 struct Rule<VX_Pixel16> {
   static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Truncated(v + 0.5); }
@@ -118,8 +119,8 @@ VXp_DoubleLanes Between(const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, 
           from.second + way * (to.second - from.second)};
 }
 
-// For equal alphas that are not 0. The plain mix is exact in double precision, so it may go down
-// the columns first, and its alpha is the common alpha.
+// Mixes pixels of equal alphas that are not 0. This mix is exact in double precision, so it may be
+// computed along the columns first; the result has the common alpha.
 uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
   const double a = static_cast<double>(fx) * 0x1p-16, b = static_cast<double>(fy) * 0x1p-16;
   const VXp_DoubleLanes left = Between(VXp_Doubles(quad.p00), VXp_Doubles(quad.p01), b);
@@ -133,7 +134,7 @@ uint64_t OnePoint16(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) 
   return Mixed(quad, VXp_DoubleWeights(fx, fy));
 }
 
-// Points at 8 bits, four at a time; see VXp_MixPointsByFour.
+// Samples points at 8 bits, four at a time; see VXp_MixPointsByFour.
 struct BytePointRule {
   static uint32_t One(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
     if ((fx | fy) == 0 || pairs.SamePixels()) return pairs.First();

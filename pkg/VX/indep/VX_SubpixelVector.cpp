@@ -3,7 +3,7 @@
 
 // Bilinear with straight alpha at 8 bits in single precision, unclipped: the sampler that is in the
 // unclipped slot if the host's processor record reports SSE2, and the samplers of four positions.
-// Their results differ from those of the scalar samplers; they are rules of their own.
+// Their results differ from those of the scalar samplers, by definition.
 //
 // Every channel is value + 0.5, truncated and clamped to 0..255.
 
@@ -23,15 +23,16 @@ VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
   return left + (right - left) * a;
 }
 
-// No special case: if the sum of alphas is 0 the colours are NaN, which finish as 0.
+// A sum of alphas of 0 is not a special case: the colours are then NaN, which the conversion to
+// bytes makes 0.
 void SampleOneOfFour(const VX_LayerDef& src, const VXp_Place& at, const VXp_SingleWeights& w,
                      VX_Pixel8* out) {
   const VXp_SingleQuad quad(VXp_Unclipped::Four<VX_Pixel8>(src, at));
   VXp_Store(out, Finished(quad.ByAlpha(w)));
 }
 
-// The same for mixed columns in 65536ths. Only the horizontal step rounds, at any scale in the same
-// way, and all values are within range.
+// The same for columns that were already mixed, in 65536ths. Only the horizontal step rounds; the
+// rounding does not depend on the scale, and no value overflows.
 uint32_t InTwoSteps(const VXp_ByteColumns& columns, uint32_t fx) {
   const float a = static_cast<float>(fx) * 0x1p-16f;
   const VXp_FloatLanes mixed =

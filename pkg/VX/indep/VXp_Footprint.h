@@ -4,10 +4,11 @@
 
 // Exact averages over footprints.
 //
-// Weights are separable, so a row is summed with the widths alone and then weighted by its height;
-// only the first and the last pixel of a row, and the first and the last row, are partly covered.
-// Widths and heights are integers in 65536ths, so at the integer depths all sums, and with them the
-// rounded quotients, are exact in any order and in any type that holds them.
+// Weights are separable: the pixels of a row are weighted by their widths and summed, and the sum
+// is weighted by the height of the row; only the first and the last pixel of a row, and the first
+// and the last row, are partly covered. Widths and heights are integers in 65536ths, so at the
+// integer depths all sums, and with them the rounded quotients, are exact in any order and in any
+// type that holds them.
 
 #include <algorithm>
 
@@ -46,7 +47,7 @@ struct VXp_Extent {
   int64_t first_cover = 0, last_cover = 0;
 };
 
-// One number for each channel.
+// The sums: one number for each channel.
 template <class Number>
 struct VXp_Sums {
   template <class Term, class Factor>
@@ -59,7 +60,7 @@ struct VXp_Sums {
   Number alpha{}, red{}, green{}, blue{};
 };
 
-// The order of these sums decides the last bits.
+// Sums for float pixels. The order of additions determines the last bits of the result.
 template <>
 struct VXp_Sums<double> {
   void Add(const VXp_Sums& term, double factor) { lanes = lanes + factor * term.lanes; }
@@ -142,7 +143,7 @@ VXp_Sums<typename VXp_BoxTypes<Pixel>::Row> VXp_RowOf(const char* from, const VX
   return row;
 }
 
-// Divides by one number; quotients are value + 0.5, truncated, and at most 65535.
+// Divides all channels by one number; quotients are value + 0.5, truncated, and at most 65535.
 template <class Total>
 class VXp_BoxDivisor {
  public:
@@ -201,7 +202,7 @@ Pixel VXp_Average(const VXp_Sums<Total>& total, const VXp_BoxDivisor<Total>& are
           static_cast<Channel>(by.Quotient(total.blue))};
 }
 
-// The zero pixel if the sum of alphas is 0. A small sum may still give alpha 0.
+// Returns the zero pixel if the sum of alphas is 0. A small sum may still give alpha 0.
 template <VXp_BoxAlpha kind, class Pixel>
 Pixel VXp_Average(const VXp_Sums<double>& total, const VXp_BoxDivisor<double>& area) {
   const VXp_DoubleLanes& sum = total.lanes;

@@ -119,8 +119,8 @@ inline VXp_FourMixed VXp_FourAlike(const VXp_FourQuads& q, const VXp_FourFractio
 // differences.
 inline constexpr float kVXp_NearHalf = 0x1p-10f;
 
-// Four mixes rounded to nearest, ties to even, and packed to pixels; and the positions that have a
-// channel close to a half.
+// Four mixes, rounded to nearest (ties to even) and packed to pixels, and bits for those that have
+// a channel close to a half.
 struct VXp_FourRounded {
   explicit VXp_FourRounded(const VXp_FourMixed& mixed) {
     for (int c = 0; c < 4; ++c) {
@@ -145,14 +145,13 @@ struct VXp_FourRounded {
 
 // Samples many positions by a rule:
 //
-//   unsigned Four(quads, fractions, out)   stores four samples; returns a bit for each that One
-//   must
-//                                          compute again
+//   unsigned Four(quads, fractions, out)   stores four samples; returns a bit for each sample that
+//                                          must be computed again with One
 //   uint32_t One(pairs, fx, fy)            returns one sample
 template <class Rule>
 void VXp_MixPointsByFour(const VXp_Origin<VX_Pixel8>& from, const VX_Fixed* x, const VX_Fixed* y,
                          int32_t count, VX_Pixel8* out) {
-  const VXp_Origin<VX_Pixel8> origin = from;  // which no store reaches
+  const VXp_Origin<VX_Pixel8> origin = from;  // a local copy, so that stores cannot change it
   const auto one = [=](ptrdiff_t i) {
     const char* const upper = origin.Upper(x[i], y[i]);
     VXp_Store(out + i, Rule::One(VXp_BytePairs(upper, origin.Lower(upper)),

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The library's own bilinear engine for straight alpha: samples at many positions, with the bits of
-// the exported samplers. It saves a call and a check of the rounding mode for each pixel.
+// The library's own bilinear engine for straight alpha: samples at many positions, with the results
+// of the exported samplers. It avoids a call and a check of the rounding mode for each pixel.
 
 #include "VX/VX_Sampling.h"
 #include "indep/VXp_Neighbours.h"
@@ -49,7 +49,8 @@ class VXp_Origin {
   ptrdiff_t rowbytes_;
 };
 
-// `mix(quad, fx, fy)` returns the raw pixel.
+// Stores the samples at `count` positions. `mix(quad, fx, fy)` mixes four neighbours and returns
+// the raw pixel.
 template <class Pixel, class Mixing>
 void VXp_MixPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y, int32_t count,
                    Pixel* out, const Mixing& mix) {

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Rows of samples: many positions of one height, with the bits of the library's own samplers. They
-// save a call, a test of the border and a check of the rounding mode for each pixel.
+// Rows of samples: many positions of one height, with the results of the library's own samplers.
+// They avoid a call, a test of the border and a check of the rounding mode for each pixel.
 
 #include <algorithm>
 #include <cstdint>
@@ -32,7 +32,7 @@ VXp_SampleRowCall VXp_StraightBoxRow;
 template <class Pixel>
 VXp_SampleRowCall VXp_PremulBoxRow;
 
-// Part of ascending positions: those of index first to end - 1.
+// A part of ascending positions: those with index first to end - 1.
 struct VXp_PositionRange {
   int32_t first, end;
 };
@@ -49,9 +49,9 @@ inline VXp_PositionRange VXp_InsideOf(const VX_LayerDef& src, const VX_Fixed* x,
   return {static_cast<int32_t>(first - x), static_cast<int32_t>(end - x)};
 }
 
-// Walks over the pairs of columns on both sides of the positions of a row. A rule prepares a column
-// from its upper and its lower pixel, once for all positions beside the column, and mixes two
-// columns to a raw pixel:
+// Samples the positions of a row. For each position, mixes the column of two pixels to its left
+// with the column to its right. `Rule` prepares each column once from its upper and lower pixel,
+// and mixes two columns to a raw pixel:
 //
 //   Column Of(raw upper, raw lower)
 //   raw    Mix(const Column& left, const Column& right, uint32_t fx)
@@ -105,7 +105,8 @@ class VXp_ColumnWalk {
   Rule rule_;
 };
 
-// A rule that keeps only the pixels of a column, from `mix(quad, fx, fy)`.
+// A rule for VXp_ColumnWalk that does not prepare columns: `mix(quad, fx, fy)` mixes all four
+// pixels.
 template <class Pixel, class Mixing>
 struct VXp_QuadRule {
   struct Column {

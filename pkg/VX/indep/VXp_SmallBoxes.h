@@ -2,15 +2,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The box samplers by rows, for reductions to about a tenth or more.
+// The box samplers for rows of positions, for reductions to about a tenth or more.
 
 #include <bit>
 
 #include "indep/VXp_Footprint.h"
 
-// A row of footprints of a few rows at the integer depths. Columns are summed first, since adjacent
-// footprints share a column. Sums are in double precision: exact at 8 bits; at 16 bits quotients
-// have an error below 2^-20, and results so close to a rounding step are computed again exactly.
+// Samples a row of footprints that are a few rows high, at the integer depths. Columns are summed
+// first, since adjacent footprints share a column. Sums are in double precision: exact at 8 bits;
+// at 16 bits quotients have an error below 2^-20, and results so close to a rounding step are
+// computed again exactly.
 template <VXp_BoxAlpha kind, class Pixel>
 class VXp_SmallBoxes {
  public:

@@ -4,9 +4,9 @@
 
 // The weights of the four neighbours in both precisions, and the mix in single precision.
 //
-// The order of the subtractions and of the sums decides the last bit. In double precision every
-// weight of 16-bit fractions is exact, and so is every sum of weights times channels; in single
-// precision neither is. Weights are never negative at either.
+// The order of subtractions and additions determines the last bit. In double precision every weight
+// of 16-bit fractions is exact, and so is every sum of weights times channels; in single precision
+// neither is. Weights are never negative at either.
 
 #include "VX/VX_Sampling.h"
 #include "indep/VXp_ChannelLanes.h"

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Matrices from anchor, scale, skew, rotation and translation.
+// Makes matrices from anchor, scale, skew, rotation and translation.
 
 #include <cmath>
 #include <iterator>
@@ -15,7 +15,7 @@ struct Direction {
   double cosine, sine;
 };
 
-// Quarter turns are exact, so that pixels fall on pixels.
+// Quarter turns are exact, so that pixel centres are mapped to pixel centres.
 Direction DirectionOf(double degrees) {
   const double within = std::remainder(degrees, 360.0);
   const double quarter = std::nearbyint(within / 90.0);
@@ -29,12 +29,12 @@ Direction DirectionOf(double degrees) {
 
 M_Matrix3 MatrixOf(const VX_TransformParts& parts) {
   const auto [c, s] = DirectionOf(parts.rotation);
-  // Scale, then skew; then the rotation, which takes (1, 0) to (c, s) and (0, 1) to (-s, c).
+  // First scale, then skew, then the rotation, which maps (1, 0) to (c, s) and (0, 1) to (-s, c).
   const double xx = parts.scale_x, xy = parts.scale_x * parts.skew_y;
   const double yx = parts.scale_y * parts.skew_x, yy = parts.scale_y;
   const double m0 = xx * c - xy * s, m1 = xx * s + xy * c;
   const double m3 = yx * c - yy * s, m4 = yx * s + yy * c;
-  // Where nothing but the translation is left, the anchor cancels to the last bit.
+  // If there is only a translation, the anchor cancels exactly.
   const double ax = parts.anchor_x, ay = parts.anchor_y;
   const double tx = (ax - ax * m0 - ay * m3) + parts.translate_x;
   const double ty = (ay - ay * m4 - ax * m1) + parts.translate_y;

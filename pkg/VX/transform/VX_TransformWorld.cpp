@@ -26,7 +26,7 @@ Memory MemoryOf(const VX_LayerDef& world, int32_t depth) {
   return {first + std::min<ptrdiff_t>(down, 0), first + std::max<ptrdiff_t>(down, 0) + row};
 }
 
-// Two parts of one picture may be side by side, so that their rows alternate in memory.
+// Two parts of one picture may have rows that alternate in memory without overlapping.
 bool ShareRows(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
   if (a.rowbytes != b.rowbytes || a.rowbytes <= 0) return true;
   const ptrdiff_t stride = a.rowbytes;

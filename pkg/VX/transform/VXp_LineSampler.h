@@ -83,8 +83,8 @@ class VXp_LineSampler {
     });
   }
 
-  // Returns whether spans may take the place of samples with given weights. Their results are the
-  // same at the integer depths; float sums of weights that were rounded once and twice differ.
+  // Returns whether spans may replace samples with given weights. Their results are equal at the
+  // integer depths only: in float, the weights are rounded differently.
   bool SpansServeWeights() const { return !kIsFloat && UsesOwn(); }
   // Returns the part of a line where all four neighbours are inside the source.
   VXp_Run InsideOf(const VXp_Line& line) const { return VXp_RunWithin(line, Inside()); }
@@ -114,7 +114,7 @@ class VXp_LineSampler {
                                                    static_cast<uint16_t>(y & 0xFFFF), out);
   }
 
-  // Samples bilinearly with the clipped sampler throughout.
+  // Samples bilinearly; calls the clipped sampler for every position.
   VXp_LineParts Clipped(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     if (!UsesOwn()) return EachPixel(set_.clipped, line, kEverywhere, record, out);
     const VXp_Run run = Cleared(line, Touched(), out);
@@ -164,7 +164,7 @@ class VXp_LineSampler {
     VXp_GetSamplers(&set);
     return set;
   }
-  // For positions within the range of VX_Fixed.
+  // Only for positions within the range of VX_Fixed.
   static VX_Fixed Fixed(int64_t v) { return static_cast<VX_Fixed>(v); }
   static VXp_LineParts Ascending(const VXp_Run& run) {
     return {run.first, run.end, run.end, run.end};
@@ -230,7 +230,7 @@ class VXp_LineSampler {
     }
   }
 
-  // In parts whose sums of alpha do not overflow.
+  // Samples in parts, so that sums of alpha do not overflow.
   void Span(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record, Pixel* out) const {
     constexpr int32_t kMost = 32768;
     for (int32_t i = run.first, count = 0; i < run.end; i += count) {

@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Samples a group of neighbouring pixels of a motion together if their paths are inside the source:
-// sub-sample after sub-sample for all of them, in the order of a single pixel.
+// Samples a group of neighbouring pixels of a motion together, if their paths are inside the
+// source. Computes the first sub-sample of all pixels, then the second of all, and so on; the order
+// of the sub-samples is that of a single pixel.
 
 #include "transform/VXp_LineSampler.h"
 #include "transform/VXp_MotionSum.h"
@@ -14,7 +15,7 @@ class VXp_MotionBundle {
   VXp_MotionBundle(const VXp_LineSampler<Pixel>& sampler, const VX_SampPB& record)
       : sampler_(sampler), record_(record) {}
 
-  // Returns whether a path may join a group: all neighbours of its positions are inside.
+  // Returns whether a path may be added to a group: all neighbours of its positions are inside.
   bool Takes(const VXp_Line& way) const {
     return sampler_.TakesPoints() && sampler_.IsInside(way.x, way.y) &&
            sampler_.IsInside(way.X(way.count - 1), way.Y(way.count - 1));
@@ -39,8 +40,8 @@ class VXp_MotionBundle {
     count_ = 0;
   }
 
-  // Adds a path, whose average belongs at `out`. Finishes the present group first if it is full or
-  // has another order of sampling.
+  // Adds a path, whose average is stored at `out`. Finishes the present group first if it is full
+  // or has another order of sampling.
   void Take(const VXp_Line& way, Pixel* out) {
     const VXp_LineParts parts = sampler_.PartsOfInside(way);
     if (count_ == kMost || parts.forward != parts_.forward || parts.backward != parts_.backward) {

@@ -46,7 +46,7 @@ struct VXp_MotionSum {
     }
 #endif
     const Number a = p.alpha;
-    if (kIsFloat && a == 0) return;  // its colours may be anything
+    if (kIsFloat && a == 0) return;  // its colours are undefined
     alpha += a;
     red += a * p.red;
     green += a * p.green;

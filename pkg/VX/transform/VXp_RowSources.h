@@ -73,7 +73,7 @@ struct VX_TransformRowParams {
   }
 };
 
-// The walks of the first and of the last matrix.
+// The source positions of the current row under the first and under the last matrix.
 class VXp_MotionWalk {
  public:
   VXp_MotionWalk(const VXp_TransformPlan& plan)
@@ -89,7 +89,8 @@ class VXp_MotionWalk {
     return {first_.x, first_.y, last_.x, last_.y, first_.dx, first_.dy, last_.dx, last_.dy};
   }
   VXp_Line WayAt(int32_t i) const { return Row().WayAt(i, samples_); }
-  // Returns whether the path of each pixel is the path of its left neighbour moved by one pixel.
+  // Returns whether the path of each pixel equals that of its left neighbour, moved by one source
+  // pixel.
   bool SlidesByPixels() const {
     return first_.dx == kVXp_FixedOne && first_.dy == 0 && last_.dx == kVXp_FixedOne &&
            last_.dy == 0;
@@ -101,7 +102,8 @@ class VXp_MotionWalk {
   int32_t samples_;
 };
 
-// Computes pixels of a row, each from the samples of its path: `sample_way(line, buffer)`.
+// Computes the pixels of `run`. `sample_way(line, buffer)` stores the samples along the path of one
+// pixel; the pixel is their average.
 template <class Pixel, class SampleWay>
 void VXp_SampleWays(const VXp_MotionWalk& walk, const VXp_Run& run, Pixel* out,
                     const SampleWay& sample_way) {
@@ -156,7 +158,7 @@ class VXp_MotionHighRows {
   void NextRow() { walk_.NextRow(); }
 
  private:
-  // Paths inside the source in groups, the others one by one.
+  // Samples pixels whose paths are inside the source in groups, the others separately.
   void SampleBundles(int32_t count, Pixel* out) const {
     VXp_MotionBundle<Pixel> bundle(sampler_, record_);
     for (int32_t i = 0; i < count; ++i) {
@@ -223,10 +225,10 @@ class VXp_MotionHighRows {
 
 // --- motion along any path -----------------------------------------------------------------------
 
-// One sub-sample of every pixel: the matrix at the beginning of an interval.
+// One sub-sample of every pixel, at the matrix at the beginning of an interval.
 struct VXp_Interval {
   VXp_Walk walk;  // at the first row of the area, or at the current row within it
-  M_LRect area;   // where the sub-sample is drawn; empty for none
+  M_LRect area;   // the area where the sub-sample is drawn; may be empty
   VXp_SampleKind kind;
   VX_SampPB record;
 };

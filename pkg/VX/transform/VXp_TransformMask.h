@@ -15,7 +15,7 @@ inline void VXp_HoldLuma(int32_t count, bool invert, VX_PixelFloat* row) {
   }
 }
 
-// Like VXp_MaskRow.
+// Returns the mask row like VXp_MaskRow.
 template <class Pixel>
 const Pixel* VXp_TransformMaskRow(const VX_TransformMask& spec, const VX_WorldX<Pixel>& mask,
                                   int32_t left, int32_t width, int32_t y, Pixel* buffer) {

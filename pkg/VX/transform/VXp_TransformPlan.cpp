@@ -13,7 +13,7 @@ namespace {
 constexpr double kMatrixEpsilon = 1e-12;
 constexpr double kLargestRadius = 127;
 
-// Half away from zero.
+// Rounds to nearest, halves away from zero.
 double Rounded(double v) { return std::trunc(v + (v < 0 ? -0.5 : 0.5)); }
 
 VX_Fixed SaturatedFixed(double v) {
@@ -51,7 +51,7 @@ struct Image {
   }
 };
 
-// Cuts [low, high) to the bounds enlarged by one pixel, united with the reach, both rounded
+// Clips [low, high) to the union of the reach and of the bounds enlarged by one pixel, both rounded
 // outwards to whole pixels.
 void CutTo(const Extent& bounds, const Extent& reach, int32_t* low, int32_t* high) {
   const double first = *low, end = *high;
@@ -66,7 +66,7 @@ void CutTo(const Extent& bounds, const Extent& reach, int32_t* low, int32_t* hig
 // the source is enlarged.
 M_LRect ReachOf(const M_Matrix3& to_destination, const VX_LayerDef& src, const M_LRect& bounds) {
   const Image own(to_destination, src, 0), faded(to_destination, src, 1);
-  // The horizon crosses the source: its image is unbounded.
+  // The image of the source is unbounded because the horizon crosses the source.
   if (!(faded.w.low > 0 || faded.w.high < 0)) return bounds;
   M_LRect reach = bounds;
   CutTo(own.x, faded.x, &reach.left, &reach.right);

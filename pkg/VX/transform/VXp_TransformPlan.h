@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The geometry of one call: its path through the code, its area, and the start of its walk.
+// The geometry of one call: its path through the code, its area, and the source position of its
+// first pixel.
 
 #include "VX/VX_Sampling.h"
 #include "VX/VX_Transform.h"
@@ -68,7 +69,7 @@ VXp_Way VXp_WayAt(const VXp_TransformCall& call, int32_t index);
 
 enum class VXp_TransformPath {
   Nothing,    // no pixel can change
-  Uncovered,  // the source has no extent: only stencils act, on everything
+  Uncovered,  // the image of the source is empty: only stencils change pixels
   Rectangle,
   Rows,
   Intervals

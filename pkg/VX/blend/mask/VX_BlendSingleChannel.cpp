@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Moves one channel of a row toward a constant.
+// Interpolates one channel of a row toward a constant.
 
 #include "VX/VX_Mask.h"
 #include "frame/VXp_PixelTraits.h"

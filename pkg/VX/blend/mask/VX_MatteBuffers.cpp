@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Mask buffers made of worlds, and worlds made of mask buffers.
+// Converts worlds to mask buffers and mask buffers to worlds.
 
 #include "VX/VX_Mask.h"
 #include "blend/mask/VXp_TrackMatteRow.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// The value of one pixel for a use.
+// Returns the mask value of one pixel for a use (VX_Matte_...).
 template <class T, int32_t what>
 typename T::Work MatteValue(const VXp_Argb<T>& p) {
   if constexpr (what == VX_Matte_Alpha) return p.alpha;

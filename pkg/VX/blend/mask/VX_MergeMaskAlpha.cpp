@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The alpha of a world times a mask buffer.
+// Multiplies the alpha of a world by a mask buffer.
 
 #include <algorithm>
 
@@ -42,7 +42,7 @@ struct Place {
   int32_t h, v;
 };
 
-// The part of the world on which the buffer's values fall; all zeros where there is none.
+// Returns the part of the world that the buffer covers; all zeros if it covers nothing.
 M_LRect AreaOf(const VX_World& world, Place place, const M_Rect* rect, const VX_UnoBuffer& buffer,
                const VX_UnoBuffer* second) {
   const auto reach = [](int32_t from, int32_t size) {

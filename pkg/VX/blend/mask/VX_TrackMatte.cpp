@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// A row of a matte world turned into a row of mask values.
+// Converts a row of a matte world to a row of mask values.
 
 #include "blend/mask/VXp_TrackMatteRow.h"
 

@@ -15,7 +15,7 @@ namespace {
 void MergeSamples(int32_t count, const char* mask, VX_Pixel8* row) {
   for (ptrdiff_t i = 0; i < count; ++i) {
     const auto pixel = VXp_Load<uint32_t>(row + i);
-    // The 8-bit product, each step of which fits 16 bits here.
+    // The 8-bit product, computed so that each step fits 16 bits.
     const auto t = static_cast<uint16_t>((pixel & 0xFF) * static_cast<uint8_t>(mask[i]));
     const auto half = static_cast<uint16_t>(t + 128);
     const auto product = static_cast<uint16_t>(static_cast<uint16_t>((half >> 8) + half) >> 8);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The alpha of a row of pixels times a row of a mask buffer, for each pair of depths.
+// Multiplies the alpha of a row of pixels by a row of a mask buffer, for each pair of depths.
 
 #include "VX/VX_OverrideTable.h"
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Rows of mask values from rows of a mask world.
+// Computes rows of mask values from rows of a mask world.
 
 #include <algorithm>
 
@@ -10,7 +10,7 @@
 #include "blend/modes/VXp_Mode.h"
 #include "frame/VXp_Rows.h"
 
-// The value of one mask pixel for a use other than plain alpha.
+// Returns the value of one mask pixel for a use other than plain alpha.
 template <class T, int32_t use>
 typename T::Work VXp_MaskValue(const VXp_Argb<T>& p) {
   using Work = typename T::Work;

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that change the destination's alpha only.
+// Modes that change the destination's alpha only. Formulas give the new alpha: da is the
+// destination's alpha, sa the weighted source alpha, F full scale, luma(s) the luminance of the
+// source.
 
 #include "blend/modes/VXp_Mode.h"
 
@@ -30,7 +32,7 @@ struct VXp_AlphaOnly : VXp_CommonMode<T> {
   }
 };
 
-// A stencil removes the destination where the source is transparent, and outside the rectangle.
+// A stencil sets alpha to 0 where the source is transparent and outside the rectangle.
 template <class T, class Mode>
 struct VXp_Stencil : VXp_AlphaOnly<T, Mode> {
   static constexpr bool kRowSkipsZero = false;

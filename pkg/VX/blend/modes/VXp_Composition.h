@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Plain composition: one image in front of, behind or joined to another.
+// Plain composition: one image in front of, behind or joined to another. The symbols of the
+// formulas are defined in VXp_Mode.h.
 
 #include "blend/modes/VXp_Mode.h"
 
-// Destination behind: nothing where da is F; else k = s sa, r = lerp(k, d, da) / A, alpha A.
+// Draws the source behind the destination. No change if da is F; else k = s sa, r = lerp(k, d, da)
+// / A, alpha A.
 template <class T>
 struct VXp_ModeBehind : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -24,7 +26,7 @@ struct VXp_ModeBehind : VXp_CommonMode<T> {
     d.alpha = a;
   }
 
-  // Over alpha 0 the source's colours are copied, so they are not rounded.
+  // If the destination's alpha is 0, the source's colours are copied without rounding.
   static void BlendInRow(const Argb& s, Work w, bool keep, Argb& d) {
     const Work da = d.alpha;
     const auto alone = da == Work{};
@@ -39,8 +41,8 @@ struct VXp_ModeBehind : VXp_CommonMode<T> {
   }
 };
 
-// Ordinary over: the source where sa is F; its colours where da is 0; else k = d da,
-// r = lerp(k, s, sa) / A, alpha A.
+// Draws the source over the destination. The source if sa is F; the source's colours if da is 0;
+// else k = d da, r = lerp(k, s, sa) / A, alpha A.
 template <class T>
 struct VXp_ModeInFront : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -58,7 +60,7 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
       d.alpha = sa;
       return;
     }
-    // Over opaque pixels the product and the quotient have a factor of full scale.
+    // If the destination is opaque, the product and the quotient have a factor of full scale.
     const bool opaque = !VXp_IsFloat<T> && !T::Any(da != T::kFull);
     Color r = opaque ? OverOpaque(cs, Color::Of(d), sa) : OverAny(cs, Color::Of(d), sa, &d.alpha);
     if (T::Any(!blended)) {
@@ -82,8 +84,8 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
   }
 };
 
-// Over with a source that is already multiplied by its alpha: k = da (F - sa), r = min(s + d k, F)
-// / A. A source of alpha 0 still adds light, so nothing is skipped.
+// Draws a premultiplied source over the destination: k = da (F - sa), r = min(s + d k, F) / A. A
+// source of alpha 0 may have colour, so no pixel is skipped.
 template <class T>
 struct VXp_ModePremulOver : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -106,9 +108,9 @@ struct VXp_ModePremulOver : VXp_CommonMode<T> {
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 };
 
-// Alphas add up to full, so that complementary mattes join without a seam. Below full with
-// A2 = da + sa: r = (d da + s sa) / A2, alpha A2; else r = s sa + d (F - sa), alpha F; the source
-// where sa is F.
+// Adds the alphas, at most F, so that complementary mattes join without a visible edge. With A2 =
+// da + sa, if A2 < F: r = (d da + s sa) / A2, alpha A2; else r = s sa + d (F - sa), alpha F. If sa
+// is F, the result is the source.
 template <class T>
 struct VXp_ModeAlphaAdd : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;

@@ -71,7 +71,7 @@ struct VXp_Matted : VXp_CommonMode<T> {
     d.alpha = a;
   }
 
-  // At the integer depths the products of Part are exact for a full weight: Part equals Full.
+  // At the integer depths Part equals Full for a full weight, because its products are exact then.
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
     VXp_Each(Color::Of(s), Color::Of(d), [=](Work x, Work y) {
       if constexpr (!VXp_IsFloat<T>) return Mode::PartInRow(x, y, w);

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The twelve matted modes. Full(s, m) is for a source alpha of F, Part(s, m, sa) for less.
+// The twelve matted modes. Full(s, m) is for a source alpha of F, Part(s, m, sa) for less. The
+// comment of each mode is the formula of Full: F is full scale, s a source channel, m a channel of
+// the destination matted onto the neutral colour.
 
 #include "blend/modes/VXp_Matted.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
@@ -40,7 +42,7 @@ struct VXp_ModeAdd : VXp_Matted<T, VXp_ModeAdd<T>, VXp_NeutralBlack> {
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
 };
 
-// s m, as m less its part under the inverse source
+// s m, computed as m - (F - s) m
 template <class T>
 struct VXp_ModeMultiply : VXp_Matted<T, VXp_ModeMultiply<T>, VXp_NeutralWhite> {
   using Work = typename T::Work;
@@ -67,7 +69,8 @@ struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
   }
   static Work Part(Work s, Work m, Work sa) { return T::Lerp(m, Full(s, m), sa); }
 
-  // A row doubles before it multiplies, which rounds differently. Both roundings are fixed.
+  // The row form doubles before it multiplies, so it rounds differently from Full. Both roundings
+  // are fixed.
   static Work FullInRow(Work s, Work m) {
     const Work dark = T::Mul(VXp_Twice(m), s);
     const Work light = Light(s, m);
@@ -79,12 +82,12 @@ struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
   static Work Light(Work s, Work m) { return T::Inv(T::Mul(T::Inv(s), VXp_Twice(T::Inv(m)))); }
 };
 
-// m moved along a curve: up for a light source, down for a dark one
+// m plus a curve times the source if the source is light, m minus it if the source is dark
 template <class T>
 struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray> {
   using Work = typename T::Work;
   static constexpr bool kTransferFlag = false;
-  // The value of the curve that the source selects.
+  // Returns the value at m of the curve for a light or a dark source.
   static Work Curve(Work s, Work m) { return VXp_SoftLightCurves<T>::UpOrDown(s >= T::kHalf, m); }
   static Work FullAlong(Work curve, Work s, Work m) {
     const Work by = Step(curve, s);
@@ -104,7 +107,7 @@ struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray> 
   }
 };
 
-// screen by a light source, multiply by a dark one
+// screen if the source is light (s at least half), multiply if it is dark
 template <class T>
 struct VXp_ModeHardLight : VXp_Matted<T, VXp_ModeHardLight<T>, VXp_NeutralGray> {
   using Work = typename T::Work;

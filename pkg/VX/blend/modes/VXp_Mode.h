@@ -23,9 +23,9 @@
 // Names in formulas: s and d are the source and destination colours, sa and da their alphas, F is
 // full scale, A the union of the alphas.
 //
-// The row forms process one pixel (T is a VXp_PixelTraits) or several in lanes (a VXp_LaneTraits).
-// Therefore they select between values instead of branching, combine conditions with & and |, and
-// test T::Any before a computation that may not be needed. The per-pixel forms of the matted modes
+// A row form processes one pixel (T is a VXp_PixelTraits) or several in lanes (a VXp_LaneTraits).
+// Therefore it selects between values instead of branching, combines conditions with & and |, and
+// tests T::Any before a computation that may not be needed. The per-pixel forms of the matted modes
 // and of the modes that use a whole colour process one pixel only.
 
 #include <algorithm>

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Copies, the mix of two images, and dissolve. The last two have row loops of their own.
+// Copies, the mix of two images, and dissolve. The mix and dissolve have separate row loops.
 
 #include <type_traits>
 
 #include "blend/modes/VXp_Mode.h"
 
-// Colours copied, alpha becomes the weight.
+// Copies the colours; alpha becomes the weight.
 template <class T>
 struct VXp_ModeCopy : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -26,13 +26,13 @@ struct VXp_ModeCopy : VXp_CommonMode<T> {
   }
 };
 
-// As Copy, for rows only.
+// Does the same as Copy, for rows only.
 template <class T>
 struct VXp_ModeScale : VXp_ModeCopy<T> {
   static constexpr bool kDrawsTransparentRows = true;
 };
 
-// Two images mixed by the alpha t of the mask: a1 = sa t, a2 = (F - t) da and q = a1 + a2 as exact
+// Mixes two images by the alpha t of the mask: a1 = sa t, a2 = (F - t) da and q = a1 + a2 as exact
 // products; each colour is the mean weighted by a1 and a2, alpha is q brought to scale. For rows
 // only.
 template <class T>
@@ -82,8 +82,8 @@ struct VXp_ModeMaskMix : VXp_CommonMode<T> {
   }
 };
 
-// Pixels taken whole by a random test against the weight. One pixel alone has no seed, so the
-// per-pixel form does nothing.
+// Replaces pixels by the source at random; the weight is the probability. The per-pixel form has no
+// seed and does nothing.
 template <class T>
 struct VXp_ModeDissolve : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -92,7 +92,8 @@ struct VXp_ModeDissolve : VXp_CommonMode<T> {
 
   static void BlendPixel(const Argb&, Work, Argb&) {}
 
-  // Returns whether a pixel of weight w, neither 0 nor F, is taken for a random value 0..32767.
+  // Returns whether a pixel is replaced, for its weight w (neither 0 nor F) and a random value
+  // 0..32767.
   static bool Passes(Work w, uint32_t random) {
     if constexpr (VXp_IsFloat<T>) {
       return w >= static_cast<float>(random) * 3.0518509447574615e-05f;

@@ -80,7 +80,7 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
   }
 };
 
-// Tables are read for one lane after the other.
+// Reads the tables separately for each lane.
 template <class Pixel>
 struct VXp_SoftLightCurves<VXp_LaneTraits<Pixel>> {
   using Work = typename VXp_LaneTraits<Pixel>::Work;

@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that mix source, destination and B, the blend of the unmatted colours, in three terms:
-// if sa = F: r = lerp(s, B, da) and alpha F; else, with p = sa da:
-// r = (da d - p d + sa s - p s + p B) / A and alpha A. A mode of this family defines B(s, d).
+// Modes that mix source, destination and B, the blend of the unmatted colours, in three terms: if
+// sa = F: r = lerp(s, B, da) and alpha F; else, with p = sa da: r = (da d - p d + sa s - p s + p B)
+// / A and alpha A. A mode of this family defines B(s, d), which its comment gives as a formula. F
+// is full scale, s and d the colours of source and destination, sa and da their alphas, A the union
+// of the alphas.
 
 #include "blend/modes/VXp_MattedModes.h"
 
@@ -32,8 +34,8 @@ struct VXp_ThreeTerm : VXp_CommonMode<T> {
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 };
 
-// The source doubled, for modes with one formula below half and one above: 2 s below, 2 s - F
-// above. At 8 bits, each half is scaled from 0..127 to 0..255.
+// Doubles the source for modes that have different formulas below and above half: 2 s below, 2 s -
+// F above. At 8 bits, each half is scaled from 0..127 to 0..255.
 template <class T>
 struct VXp_Halves {
   using Work = typename T::Work;
@@ -54,7 +56,7 @@ struct VXp_ModeDifference2 : VXp_ThreeTerm<T, VXp_ModeDifference2<T>> {
   static Work B(Work s, Work d) { return T::Abs(s - d); }
 };
 
-// d / (F - s), 0 for a black destination
+// d / (F - s), or 0 if d is 0
 template <class T>
 struct VXp_ModeDodge2 : VXp_ThreeTerm<T, VXp_ModeDodge2<T>> {
   using Work = typename T::Work;
@@ -64,7 +66,7 @@ struct VXp_ModeDodge2 : VXp_ThreeTerm<T, VXp_ModeDodge2<T>> {
   }
 };
 
-// F - (F - d) / s, white stays white under black
+// F - (F - d) / s; if d is F, the result is F also for s = 0
 template <class T>
 struct VXp_ModeBurn2 : VXp_ThreeTerm<T, VXp_ModeBurn2<T>> {
   using Work = typename T::Work;
@@ -74,7 +76,7 @@ struct VXp_ModeBurn2 : VXp_ThreeTerm<T, VXp_ModeBurn2<T>> {
   }
 };
 
-// min(s + d, F); float has no ceiling
+// min(s + d, F); in float s + d, not limited
 template <class T>
 struct VXp_ModeLinearDodge : VXp_ThreeTerm<T, VXp_ModeLinearDodge<T>> {
   using Work = typename T::Work;
@@ -91,7 +93,7 @@ struct VXp_ModeLinearBurn : VXp_ThreeTerm<T, VXp_ModeLinearBurn<T>> {
   static Work B(Work s, Work d) { return T::Max(s + d - T::kFull, Work{}); }
 };
 
-// d + 2 s - F held in range; 8 bits subtract one more than full scale; float is not held
+// d + 2 s - F, limited to 0..F; at 8 bits 256 is subtracted instead of 255; float is not limited
 template <class T>
 struct VXp_ModeLinearLight : VXp_ThreeTerm<T, VXp_ModeLinearLight<T>> {
   using Work = typename T::Work;
@@ -106,7 +108,8 @@ struct VXp_ModeLinearLight : VXp_ThreeTerm<T, VXp_ModeLinearLight<T>> {
   }
 };
 
-// burn by a dark source, dodge by a light one, each with the source doubled; d at the half
+// burn if the source is below half, dodge if it is above, both with the doubled source; d if it is
+// half
 template <class T>
 struct VXp_ModeVividLight : VXp_ThreeTerm<T, VXp_ModeVividLight<T>> {
   using Work = typename T::Work;
@@ -127,7 +130,7 @@ struct VXp_ModeVividLight : VXp_ThreeTerm<T, VXp_ModeVividLight<T>> {
   }
 };
 
-// min(d, 2 s) by a dark source, max(d, 2 s - F) by a light one; d at the half
+// min(d, 2 s) if the source is below half, max(d, 2 s - F) if it is above; d if it is half
 template <class T>
 struct VXp_ModePinLight : VXp_ThreeTerm<T, VXp_ModePinLight<T>> {
   using Work = typename T::Work;
@@ -140,7 +143,8 @@ struct VXp_ModePinLight : VXp_ThreeTerm<T, VXp_ModePinLight<T>> {
   }
 };
 
-// 0 up to the threshold F - s, F above. Float has a narrow ramp instead of a step.
+// 0 if d is at most a threshold close to F - s, otherwise F. In float a narrow ramp replaces the
+// step.
 template <class T>
 struct VXp_ModeHardMix : VXp_ThreeTerm<T, VXp_ModeHardMix<T>> {
   using Work = typename T::Work;

@@ -78,7 +78,8 @@ struct VXp_NonSeparable : VXp_CommonMode<T> {
   }
 };
 
-// hue of the source, range of the destination
+// The hue of the source with the range (largest minus smallest channel) and luminance of the
+// destination.
 template <class T>
 struct VXp_ModeHue : VXp_NonSeparable<T, VXp_ModeHue<T>> {
   using Work = typename T::Work;
@@ -88,7 +89,7 @@ struct VXp_ModeHue : VXp_NonSeparable<T, VXp_ModeHue<T>> {
   }
 };
 
-// range of the source, hue of the destination
+// The range of the source with the hue and luminance of the destination.
 template <class T>
 struct VXp_ModeSaturation : VXp_NonSeparable<T, VXp_ModeSaturation<T>> {
   using Work = typename T::Work;
@@ -98,7 +99,7 @@ struct VXp_ModeSaturation : VXp_NonSeparable<T, VXp_ModeSaturation<T>> {
   }
 };
 
-// s - luma(s) + l
+// s - luma(s) + l: the source colour with the luminance l of the destination
 template <class T>
 struct VXp_ModeColor : VXp_NonSeparable<T, VXp_ModeColor<T>> {
   using Work = typename T::Work;
@@ -108,7 +109,7 @@ struct VXp_ModeColor : VXp_NonSeparable<T, VXp_ModeColor<T>> {
   }
 };
 
-// d + luma(s) - l
+// d + luma(s) - l: the destination colour with the luminance of the source
 template <class T>
 struct VXp_ModeLuminosity : VXp_NonSeparable<T, VXp_ModeLuminosity<T>> {
   using Work = typename T::Work;
@@ -120,9 +121,9 @@ struct VXp_ModeLuminosity : VXp_NonSeparable<T, VXp_ModeLuminosity<T>> {
 
 // --- choice of a whole colour --------------------------------------------------------------------
 
-// A mode of this family defines Chosen(ls, ld): whether the source is taken, by the luminances of
-// source and destination. Per pixel, ld is taken before the source is blended behind, at full
-// precision; in a row, after it, and both are 8-bit values.
+// A mode of this family defines Chosen(ls, ld), which returns whether the source is used, from the
+// luminances of source and destination. The per-pixel form computes ld at full precision, before
+// the source is blended behind. The row form computes ld after that, and both values have 8 bits.
 template <class T, class Mode>
 struct VXp_ColorChoice : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -155,7 +156,7 @@ struct VXp_ColorChoice : VXp_CommonMode<T> {
   }
 };
 
-// the colour of the higher luminance, whole; d between equals
+// all channels of the colour with the higher luminance; d if both are equal
 template <class T>
 struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
   template <class Luma>
@@ -164,7 +165,7 @@ struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
   }
 };
 
-// the colour of the lower luminance, whole; d between equals
+// all channels of the colour with the lower luminance; d if both are equal
 template <class T>
 struct VXp_ModeDarkerColor : VXp_ColorChoice<T, VXp_ModeDarkerColor<T>> {
   template <class Luma>

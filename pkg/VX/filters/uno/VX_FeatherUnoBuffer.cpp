@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Scans over a whole buffer: along all rows, then down all columns. Every window repeats the first
-// and the last sample of its line, so a mask that is full up to its border remains full there.
+// Scans a whole buffer along all rows, then down all columns. The first and the last sample of each
+// line are repeated outside, so a mask that is full up to its border remains full there.
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@ VX_Err Refuse(const char* text, int32_t line = __builtin_LINE()) {
   return VXp_FailVerification(kVXp_UnoNumber, line, text);
 }
 
-// The scan of each whole line of a direction.
+// Returns the plan of the scan of whole lines in one direction.
 struct Direction {
   Direction(int32_t feather, int32_t length, double radius)
       : kind(feather == VX_Feather_Box        ? VX_UnoScan_OneBox
@@ -32,7 +32,7 @@ struct Direction {
   }
 
   bool Idle() const { return plan.kind == VXp_ScanKind::kNone; }
-  // Places of a line in scratch.
+  // Returns the number of positions of a line in scratch.
   int64_t Places() const {
     return plan.kind == VXp_ScanKind::kGaussian ? plan.last - plan.first + 2 * plan.half
                                                 : plan.to - plan.from;
@@ -42,7 +42,8 @@ struct Direction {
   VXp_ScanPlan plan;
 };
 
-// The kernel of one call. The kernel of the process may change while several threads read it.
+// The kernel of one call. The kernel of the process is not used, because it may change while
+// several threads read it.
 struct OwnKernel {
   OwnKernel() = default;
   ~OwnKernel() { VXp_FreeScanKernel(&kernel); }
@@ -57,7 +58,7 @@ struct OwnKernel {
   VXp_ScanKernel kernel{};
 };
 
-// The slots of the scans by sample type. Float has no slot.
+// Returns the slot of the scan for a sample type. Float has no slot.
 VX_BlurScanFunc<uint8_t> BoxSlot(uint8_t) { return VXp_G_OverFuncs.VX_BoxBlurUnoScan; }
 VX_BlurScanFunc<uint16_t> BoxSlot(uint16_t) { return VXp_G_OverFuncs.VX_BoxBlurDeepUnoScan; }
 VX_BlurScanFunc<float> BoxSlot(float) { return &VX_BoxBlurFloatUnoScan; }
@@ -72,7 +73,7 @@ class Feather {
         along_(feather, buffer.width, radius_x),
         down_(feather, buffer.height, radius_y) {}
 
-  // Allocations come first: if one fails, the buffer is not changed.
+  // Allocates before the buffer is changed, so that a failure leaves it unchanged.
   VX_Err Run() {
     if (buffer_.width <= 0 || buffer_.height <= 0) return VX_Ok;
     const int32_t rows = along_.Idle() ? 0 : buffer_.height;
@@ -115,8 +116,8 @@ class Feather {
     return std::max(row, tile) * static_cast<int64_t>(sizeof(Sample));
   }
 
-  // Plain boxes hold both ends of a line as scans too, so their rows go through the scan's slot.
-  // Scans of soft boxes fade at the start and cannot be used.
+  // Scans of plain boxes repeat both ends of a line too, so rows of plain boxes go through the slot
+  // of the scan. Scans of soft boxes fade at the start and cannot be used.
   bool ScansRows() const { return along_.plan.kind == VXp_ScanKind::kPlainBox; }
 
   VX_Err Row(int32_t row, Sample* memory, Sample* other) const {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Sums of buffers.
+// Adds, subtracts and replaces samples of buffers.
 
 #include <algorithm>
 #include <type_traits>
@@ -10,10 +10,10 @@
 
 namespace {
 
-// For fewer samples, threads cost more than they save.
+// The smallest number of samples for which several threads are faster than one.
 constexpr int64_t kWorthThreads = 76800;
 
-// With this limit a sample times its gain, and the sum of two, fit 32 bits.
+// Limits gains so that a sample times its gain, and the sum of two such products, fit 32 bits.
 constexpr float kMostGain = 32767.0f;
 
 constexpr int32_t ScaleOf(int32_t depth) { return depth == 8 ? 255 : 32768; }
@@ -22,7 +22,7 @@ bool Pairs(int32_t src_depth, int32_t dst_depth) {
   return src_depth == dst_depth || (src_depth == 8 && dst_depth == 16);
 }
 
-// The largest sum. Sums whose depth is not that of the samples may use all codes.
+// Returns the largest sum: full scale, or 65535 if 8-bit samples are added to 16-bit sums.
 template <class Source, class Sum>
 constexpr Sum Top() {
   if constexpr (std::is_same_v<Sum, float>) return 1.0f;
@@ -36,8 +36,8 @@ class Gain {
  public:
   Gain(int32_t gain, int32_t scale) : gain_(gain), half_((scale - 1) / 2), scale_(scale) {}
 
-  // Everything but the division is exact in double. A quotient that is not whole is at least
-  // 1 / scale below the next whole number.
+  // Only the division is not exact in double. A quotient that is not an integer is at least 1 /
+  // scale below the next integer.
   uint32_t operator()(uint32_t sample) const {
     const double quotient = (static_cast<int32_t>(sample) * gain_ + half_) / scale_;
     return static_cast<uint32_t>(static_cast<int32_t>(std::min(quotient, 2147483647.0)));

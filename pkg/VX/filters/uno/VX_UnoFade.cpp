@@ -4,9 +4,9 @@
 // Fading and inverting.
 //
 // The row loops compute in the narrowest type that holds their values and have no branch, so that
-// the compiler vectorizes them. If its code is not the best, a loop of vector intrinsics comes
-// before the plain loop. The shortest loops are unrolled: a loop of one load and one store that
-// crosses a cache line of code runs at half speed.
+// the compiler vectorizes them. If a loop of vector intrinsics is faster, it precedes the plain
+// loop. The shortest loops are unrolled: a loop of one load and one store that crosses a cache line
+// of code runs at half speed.
 
 #include <algorithm>
 
@@ -37,7 +37,7 @@ VX_UnoFadeFunc<uint16_t> FadeRow(VXp_PixelTag<VX_Pixel16>) {
 }
 VX_UnoFadeFunc<float> FadeRow(VXp_PixelTag<VX_PixelFloat>) { return &VXp_UnoFadeRowFloat; }
 
-// Rows are adjacent in memory, so short rows are processed together, as many as stay in the cache
+// Rows are adjacent in memory, so short rows are processed together: as many as fit in the cache,
 // for the second of two passes.
 constexpr int32_t kRunBytes = 1 << 14;
 
@@ -67,7 +67,7 @@ VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
 }
 
 #ifdef __SSE2__
-// Bytes at even and at odd places are processed separately. Each byte times 256 is multiplied by
+// Bytes at even and at odd indices are processed separately. Each byte times 256 is multiplied by
 // the opacity as a fraction of 65536, which gives the product in units of 1/256; 128 units are
 // added to round. The factor is wrong by at most half a unit, so the product by less than 1/2 unit.
 // This is less than 1/510, the smallest distance of v a / 255 from a half.

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Scans over one line of samples, in place.
+// Blurs one line of samples in place.
 
 #include <limits>
 
@@ -80,7 +80,7 @@ VX_Err VX_GBlurFloatUnoScan(int32_t kind, int32_t length, int32_t start, int32_t
   return Scan(VXp_PlanGaussianScan, kind, length, start, end, radius, scratch, line);
 }
 
-// The line and a whole window on each side of it.
+// Returns the length of the line plus one window on each side.
 int32_t VX_UnoScanScratch(int32_t length, VX_Fixed radius) {
   const int64_t reach = std::max<int64_t>(VXp_ScanReach(radius), 0);
   const int64_t samples = std::max<int64_t>(length, 0) + 2 * (2 * reach + 1);

@@ -81,7 +81,7 @@ class Transfer {
 
 #ifdef __SSE2__
 // Computes (|s - d| mask + 16383) >> 15 from the two halves of the product: the upper half times 2,
-// plus two bits of the lower half plus 16383. Where s is not above d, the step is negated.
+// plus two bits of the lower half plus 16383. If s is not above d, the step is negated.
 __m128i MixedWords(__m128i s, __m128i mask, __m128i d) {
   const __m128i up = _mm_subs_epu16(s, d);
   const __m128i distance = _mm_or_si128(up, _mm_subs_epu16(d, s));
@@ -115,7 +115,7 @@ VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
 
 // --- rows ----------------------------------------------------------------------------------------
 
-// m (s - d) / 255 is never a half, because 255 is odd, so it is rounded alike for both signs. The
+// m (s - d) / 255 is never a half, because 255 is odd, so rounding is the same for both signs. The
 // result is (255 d + m (s - d)) / 255 rounded: the numerator is not negative and fits 16 bits with
 // 128 added. Multiplying by 257 and shifting right by 16 divides by 255.
 VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mask, uint8_t* dst) {

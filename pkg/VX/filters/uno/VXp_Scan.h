@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Scans: box and Gaussian blurs over lines of samples. A plan contains the window and the places;
-// it is made before any sample is read. The kernel is for Gaussian scans only.
+// Scans: box and Gaussian blurs over lines of samples. A plan contains the window and the
+// positions; it is made before any sample is read. The kernel is for Gaussian scans only.
 
 #include <cstddef>
 #include <cstdint>
@@ -27,12 +27,12 @@ struct VXp_ScanPlan {
   // of weight `outer`, where a whole sample has the weight kVXp_ScanUnit.
   int64_t half = 0;
   int32_t outer = 0;
-  int64_t first = 0, last = 0;  // places first..last - 1 are written
-  int64_t from = 0, to = 0;     // places from..to - 1 are read
-  // Whether the sample at an end of from..to is repeated outside; otherwise there is nothing. Soft
-  // boxes fade at the ends of the scanned part, but not at the end of the line: projects rely on
-  // this look. Other windows read the neighbours of the part and hold both ends of the line.
-  // Feathers hold both ends with all windows.
+  int64_t first = 0, last = 0;  // positions first..last - 1 are written
+  int64_t from = 0, to = 0;     // positions from..to - 1 are read
+  // Whether the sample at an end of from..to is repeated outside; otherwise samples outside are 0.
+  // Soft boxes fade at the start of the line and at the ends of the scanned part, but not at the
+  // end of the line; existing projects depend on this. Other windows read the neighbours of the
+  // part and repeat both end samples of the line. Feathering repeats both ends with all windows.
   bool holds_before = false, holds_after = false;
 };
 
@@ -44,7 +44,7 @@ VXp_ScanPlan VXp_PlanBoxScan(int32_t kind, int32_t length, int32_t start, int32_
 VXp_ScanPlan VXp_PlanGaussianScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                                   VX_Fixed radius);
 
-// The reach of a Gaussian: the radius, rounded up to whole samples.
+// Returns the reach of a Gaussian: the radius rounded up to whole samples.
 constexpr int64_t VXp_ScanReach(VX_Fixed radius) { return (int64_t{radius} + 0xFFFF) >> 16; }
 
 // --- kernels -------------------------------------------------------------------------------------
@@ -59,13 +59,13 @@ struct VXp_ScanKernel {
   const int16_t* Weights() const { return static_cast<const int16_t*>(*memory); }
 };
 
-// Makes the kernel of a radius above 0 in place of the old one. On failure the kernel is empty.
-// Returns VX_ErrOutOfMemory, or the error of the kernel routine.
+// Replaces the kernel by that of a radius above 0. On failure the kernel is empty. Returns
+// VX_ErrOutOfMemory, or the error of the kernel routine.
 VX_Err VXp_MakeScanKernel(VX_Fixed radius, VXp_ScanKernel* kernel);
 void VXp_FreeScanKernel(VXp_ScanKernel* kernel);
 
 // The kernel of the process, for the last radius. Not locked: a call with another radius frees the
-// kernel that other threads may be reading. Errors of VXp_MakeScanKernel.
+// kernel that other threads may be reading. Returns the errors of VXp_MakeScanKernel.
 VX_Err VXp_CachedScanKernel(VX_Fixed radius, const VXp_ScanKernel** out);
 
 // --- running -------------------------------------------------------------------------------------
@@ -76,15 +76,15 @@ inline constexpr int32_t kVXp_ScanLines = sizeof(Sample) == 1 ? 64 : 32;
 
 // `lines` adjacent lines. Rows of buffers may start at any byte.
 struct VXp_ScanLines {
-  char* data;        // place 0 of the first line
-  ptrdiff_t stride;  // bytes from place to place
+  char* data;        // position 0 of the first line
+  ptrdiff_t stride;  // bytes from position to position
   int32_t lines;
 };
 
 // Scans the lines in place. `kernel` may be null unless the plan is Gaussian. `scratch` holds the
-// places that are read, all lines of a place together; Gaussian windows also need plan.half places
-// on both sides. Plans of several passes are faster with a second scratch of the same size; it may
-// be null.
+// positions that are read, the values of all lines at one position together; Gaussian windows also
+// need plan.half positions on both sides. Plans of several passes are faster with a second scratch
+// of the same size; it may be null.
 template <class Sample>
 void VXp_RunScan(const VXp_ScanPlan& plan, const VXp_ScanKernel* kernel, const VXp_ScanLines& lines,
                  Sample* scratch, Sample* second);

@@ -13,7 +13,8 @@
 
 namespace {
 
-// Places of a single line that are computed at once; at least the lines that are scanned together.
+// The number of positions of a single line that are computed at once. Not less than the number of
+// lines that are scanned together.
 constexpr int32_t kBlock = 64;
 
 template <class Sample>
@@ -26,10 +27,10 @@ const Sample* Samples(const char* at) {
 
 // --- boxes ---------------------------------------------------------------------------------------
 
-// The quotient (S unit + O outer + bias) / divisor. At integer depths it is truncated, and all of
-// it is a whole number but for 1/2, which is added here: a whole quotient is not truncated to the
-// number below, and any other quotient is at least 1 / divisor below the next whole number. The
-// terms are below 2^40 / divisor, so the products lose far less. Float has no bias.
+// The quotient (S unit + O outer + bias) / divisor. At integer depths the quotient is truncated.
+// 1/2 is added to the integer numerator, so that an integer quotient is not truncated to the number
+// below; any other quotient is at least 1 / divisor below the next integer. The terms are below
+// 2^40 / divisor, so rounding errors are much smaller. Float has no bias.
 template <class Sample>
 struct BoxQuotient {
   BoxQuotient(int32_t scale, int32_t outer, int64_t total)
@@ -67,7 +68,8 @@ struct BoxQuotient<float> {
   double unit, weight, divisor;
 };
 
-// One pass from the places from..to - 1 in scratch, all lines of a place together.
+// One box pass. Reads the positions from..to - 1 from scratch, where the values of all lines at one
+// position are adjacent.
 template <class Sample>
 class BoxScan {
  public:
@@ -184,16 +186,16 @@ class BoxScan {
 
 // --- Gaussian ------------------------------------------------------------------------------------
 
-// Normalised weights are at most 765: a radius next to 0 gives the share of all three places to the
-// centre. 32 bits hold the products of 32 distances of words, 65 * 765 * 32768 < 2^31, and of 4096
-// distances of bytes.
+// Normalised weights are at most 765, because for a radius close to 0 the centre has the weight of
+// all three positions. 32 bits hold the products of 32 distances of words, 65 * 765 * 32768 < 2^31,
+// and of 4096 distances of bytes.
 template <class Sample>
 VXp_Taps TapsOf(const VXp_ScanKernel& kernel) {
   return {kernel.Weights(), kernel.reach, kernel.sum, sizeof(Sample) == 1 ? 4096 : 32, nullptr};
 }
 
-// Means of `count` adjacent windows. If count is at least a block, the last block overlaps the one
-// before.
+// Computes the means of `count` adjacent windows. If count is at least a block, the last block
+// overlaps the one before.
 template <class Sample, class Write>
 void GaussianMeans(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int64_t count,
                    const Write& write) {
@@ -216,13 +218,13 @@ void GaussianMeans(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int64_
   }
 }
 
-// `in` begins with the place plan.first - half and ends with plan.last - 1 + half.
+// `in` begins with the position plan.first - half and ends with plan.last - 1 + half.
 template <class Sample>
 void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* in, int32_t lines,
                   char* out, ptrdiff_t stride) {
   const Sample* const first = in + plan.half * lines;
   const int64_t places = plan.last - plan.first;
-  // Places of one line are adjacent, or the lines of a place.
+  // Adjacent values are those of one line, or those of all lines at one position.
   const bool along = lines == 1 && stride == kBytes<Sample>;
   const int64_t runs = along ? 1 : places, length = along ? places : lines;
   for (int64_t run = 0; run < runs; ++run) {
@@ -237,7 +239,7 @@ void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* 
 
 // --- scratch -------------------------------------------------------------------------------------
 
-// Copies the places from..to - 1 of a plan.
+// Copies the positions from..to - 1 of a plan.
 template <class Sample>
 void CopyPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
   const ptrdiff_t bytes = lines.lines * kBytes<Sample>;
@@ -252,7 +254,7 @@ void CopyPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* sc
   }
 }
 
-// Copies the places that a Gaussian reads, with the ends of the line repeated outside.
+// Copies the positions that a Gaussian reads, with the ends of the line repeated outside.
 template <class Sample>
 void CopyHeldPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
   const int32_t n = lines.lines;

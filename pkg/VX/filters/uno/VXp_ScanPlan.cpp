@@ -74,7 +74,7 @@ constexpr int32_t kWeightArray = 14;  // entry of the string table
 
 VXp_ScanKernel cached_kernel;
 
-// Gets the routine by its number, as plug-ins do. All weights of both sides.
+// Calls the kernel routine through its slot, as plug-ins do. It returns the weights of both sides.
 VX_Err FillKernel(VX_Fixed radius, int32_t* diameter, int32_t* weights) {
   void* address = nullptr;
   const VX_Err error = VX_GetCallbackAddr(nullptr, VX_Quality_High, VX_ModeFlag_Straight,
@@ -102,7 +102,8 @@ VX_Err VXp_MakeScanKernel(VX_Fixed radius, VXp_ScanKernel* kernel) {
     return error;
   }
   *kernel = {memory, radius, diameter / 2, std::accumulate(all, all + diameter, int64_t{0})};
-  // From here on one side as words, which are before the weights that are still to be read.
+  // Stores one side as words in the same memory. A word is written before the weights that are read
+  // later.
   for (int32_t i = 0; i <= kernel->reach; ++i) {
     VXp_Store(static_cast<int16_t*>(*memory) + i, static_cast<int16_t>(all[kernel->reach + i]));
   }

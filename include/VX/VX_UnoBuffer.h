@@ -8,14 +8,11 @@
 //
 //   Samples   Full scale (1) is 255 at 8 bits, 32768 at 16 bits and 1.0 in float. Rows are
 //             contiguous, without padding.
-//   Buffers   A null buffer, a wrong magic or missing samples are reported as "damaged mask
-//   buffer".
-//             A null buffer or missing samples return VX_ErrBadParameter and change nothing. A
-//             wrong magic alone is only reported, and the call continues.
-//   Areas     Rectangles are clipped to the buffer. A rectangle with right below left or bottom
-//   below
-//             top is empty. Source and destination may be the same buffer if the source and
-//             destination areas are equal.
+//   Buffers   Null, a wrong magic and missing samples are reported as "damaged mask buffer". Null
+//             and missing samples then return VX_ErrBadParameter and change nothing. A wrong magic
+//             alone is only reported, and the call continues.
+//   Areas     Rectangles are clipped to the buffer; inverted rectangles are empty. Source and
+//             destination may be the same buffer if the source and destination areas are equal.
 //   Depths    A call for one depth returns VX_ErrBadParameter after a report for another depth. All
 //             calls do so for an unknown depth.
 //   Threads   Thread-safe on distinct buffers, except for the Gaussian scans (see below). Rows are

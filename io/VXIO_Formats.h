@@ -28,11 +28,11 @@ struct VXIOp_Format {
 
 std::span<const VXIOp_Format> VXIOp_Formats();
 
-// By the extension of the name; null if it is missing or unknown.
+// Returns the format for the extension of the name; null if the extension is missing or unknown.
 const VXIOp_Format* VXIOp_FormatOfName(std::string_view path);
 
-// By the first bytes of a file; the extension decides only for formats without a signature (tga).
-// Null for anything that is not a known picture.
+// Returns the format of a file by its first bytes; by the extension only for formats without a
+// signature (tga). Null if the file is not a known picture.
 const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_view path);
 
 // "png, jpeg, ...", for messages.

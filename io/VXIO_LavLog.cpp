@@ -16,7 +16,8 @@ namespace {
 
 thread_local VXIOp_LavLog* capturing = nullptr;
 
-// libav's default. Having its own address, it marks the decoders that Attach was called for.
+// Does the same as libav's default. The address of this function marks the decoders that Attach was
+// called for.
 AVPixelFormat ChooseFormat(AVCodecContext* codec, const AVPixelFormat* formats) {
   return avcodec_default_get_format(codec, formats);
 }

@@ -36,7 +36,8 @@ class VXIOp_LavLog {
 
   // Returns the recorded message and clears it; empty if there is none.
   std::string Take();
-  // The same; if no message is recorded, returns libav's text for the error code.
+  // Returns the recorded message and clears it; if there is none, returns libav's text for the
+  // error code.
   std::string Reason(int error);
 
  private:

@@ -165,7 +165,7 @@ class VX_API VX_WorldX : public VX_World {
   bool SubWorldSafetyGutterHasBeenOverWritten() const override;
   void ForgetPixels() override;
 
-  // Returns the first pixel of row y. Unaligned if the rows of the descriptor are.
+  // Returns the first pixel of row y. It is unaligned if the rows of the descriptor are unaligned.
   Pixel* Row(int32_t y) const {
     return reinterpret_cast<Pixel*>(static_cast<char*>(data) +
                                     static_cast<ptrdiff_t>(y) * rowbytes);

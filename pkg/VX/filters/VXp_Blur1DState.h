@@ -7,8 +7,8 @@
 //   VX_BlurWorld.cpp         both axes of a world, in bands of rows; uses the two passes below
 //   VX_GaussianBlur1D.cpp    the Gaussian pass over lines of a world
 //   VX_BoxBlur1D.cpp         the box pass over lines of a world, repeated
-//   VXp_Blur1DState          arguments of a pass, the two worlds as lines, tiles of lines (this
-//   file) VXp_BlurLanes.h          one pixel: alpha, channels that are kept, scratch
+//   VXp_Blur1DState          arguments of a pass, worlds as lines, tiles (this file)
+//   VXp_BlurLanes.h          one pixel: alpha, channels that are kept, scratch
 //   uno/VX_UnoScans.cpp      box and Gaussian scans over one line of samples
 //   uno/VX_FeatherUnoBuffer  scans over all lines of a one-channel buffer
 //

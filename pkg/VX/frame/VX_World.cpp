@@ -41,7 +41,8 @@ void* PixelsAt(void* base, int32_t rowbytes, int32_t x, int32_t y, int32_t pixel
          static_cast<ptrdiff_t>(x) * pixel_size;
 }
 
-// Returns the part of the hint inside `rect`, relative to its top left corner.
+// Returns the part of a world's hint rectangle inside `rect`, relative to the top left corner of
+// `rect`.
 M_Rect HintWithin(const M_Rect& hint, const M_LRect& rect) {
   const int32_t left = std::max<int32_t>(hint.left, rect.left);
   const int32_t top = std::max<int32_t>(hint.top, rect.top);

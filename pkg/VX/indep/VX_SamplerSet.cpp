@@ -57,7 +57,7 @@ VX_Err Choose(int32_t quality, int32_t mode_flags, VX_SampleFunc<Pixel> nearest,
   return VX_Ok;
 }
 
-// The nearest and the straight samplers from their slots.
+// Stores the nearest and the straight samplers from their slots.
 template <class Pixel>
 VX_Err ChooseSlots(int32_t quality, int32_t mode_flags, const Pair<Pixel>& premultiplied,
                    VX_SamplerBatch<Pixel>* out) {

@@ -141,8 +141,9 @@ struct BytePointRule {
     return Mixed(pairs.Quad(), VXp_DoubleWeights(fx, fy));
   }
 
-  // Single precision gives the right integer unless the value is close to a half. For coarse
-  // fractions, which give many halves, alphas are exact, and for equal alphas colours are too.
+  // Computed in single precision, which gives the right integer unless the value is close to a
+  // half. Fractions that are multiples of 1/256 give many halves; then alphas are exact, and for
+  // equal alphas colours are exact too.
   static unsigned Four(const VXp_FourQuads& quads, const VXp_FourFractions& f, VX_Pixel8* out) {
     const VXp_WordLanes differences = quads.Differences();
     if (VXp_LaneBits(differences == 0) == 0xF) {

@@ -30,7 +30,7 @@ VXp_SamplePointsFunc<Pixel> VXp_OwnPoints(const VX_SamplerSet<Pixel>& set);
 // The rule of VX_SubpixelSampleNoClip_Straight_SSE2.
 VXp_SamplePointsCall<VX_Pixel8> VXp_SinglePoints;
 
-// Addresses of the left neighbours of a position.
+// Computes the addresses of the left neighbours of a position.
 template <class Pixel>
 class VXp_Origin {
  public:

@@ -75,7 +75,8 @@ class VXp_SmallBoxes {
     raised.first[0] = (1.0 / area_) * total.Alpha() + 0.5;
     const VXp_IntLanes whole = VXp_Truncated(raised);
     const VXp_DoubleLanes floor = VXp_AsDouble(whole);
-    // If covers are multiples of half a pixel, many averages are exactly a half.
+    // If the covered widths and heights are multiples of half a pixel, many averages are exactly
+    // halfway between two integers.
     const bool halves = in_halves_ && InHalves(columns);
     if (!halves) {
       const auto unsure = Unsure(raised.first - floor.first) | Unsure(raised.second - floor.second);

@@ -58,7 +58,8 @@ class VXp_MotionBundle {
  private:
   static constexpr int32_t kMost = 128;
 
-  // The position after the last one may wrap.
+  // Moves all positions by a number of steps. Wraps, because the position after the last sub-sample
+  // may overflow.
   void Move(int32_t steps) {
     const auto by = static_cast<uint32_t>(steps);
     for (int32_t i = 0; i < count_; ++i) {

@@ -25,7 +25,7 @@ struct VXp_MotionNumber<VX_PixelFloat> {
   using Type = float;
 };
 
-// How alphas, and colours that are not opaque throughout, are rounded at the integer depths.
+// The rounding at the integer depths of alphas, and of colours if a sub-sample is not opaque.
 enum class VXp_MotionRounding { Down, Nearest };
 
 template <class Pixel>

@@ -92,7 +92,6 @@ Command::Command(const char* operation, uint64_t seed, uint32_t number)
   if (!OneIn(24)) traits |= kFinite;
   if (Flag()) traits |= kAligned;
   if (Flag()) traits |= kTame;
-  traits |= kInteger;
   if (OneIn(32)) max_width = 300;
   if (OneIn(32)) max_height = 150;
 }
@@ -124,7 +123,6 @@ void* Command::Memory(Use use, size_t unit, size_t sample, int32_t width, int32_
   std::memset(bytes + block->begin, Below(256), block->end - block->begin);
   Paint(*block);
   block->before.assign(bytes + block->begin, bytes + block->end);
-  if (sample == 4) traits &= ~uint32_t{kInteger};
   blocks_.push_back(std::move(block));
   return bytes + blocks_.back()->first;
 }

@@ -31,8 +31,7 @@ constexpr uint64_t AddByte(uint64_t digest, uint8_t byte) {
 enum : uint32_t {
   kFinite = 1,   // no channel is infinite or not a number
   kAligned = 2,  // rows start at multiples of the sample size
-  kTame = 4,     // float alphas are 0 or 0.25..1, so that sums of alphas do not cancel
-  kInteger = 8   // no float world
+  kTame = 4      // float alphas are 0 or 0.25..1, so that sums of alphas do not cancel
 };
 
 // A part of the result of a command.

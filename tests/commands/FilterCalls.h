@@ -145,13 +145,37 @@ inline VX_TransformParts AnyParts(Command& c, int32_t kind) {
   return p;
 }
 
+// Makes a path curved or very long, or lets it stay at one matrix but for a rounding error or
+// slightly more.
+inline void Bend(Command& c, std::vector<M_Matrix3>* path) {
+  const double bend = c.OneIn(3) ? c.Real(0, 8) : 0, last = static_cast<double>(path->size()) - 1;
+  for (size_t i = 0; i < path->size(); ++i) {
+    const double t = static_cast<double>(i) / last;
+    (*path)[i].m[7] += bend * t * (1 - t);
+  }
+  if (c.OneIn(16)) {  // also where positions of 32 bits would wrap
+    path->front().m[6 + c.Below(2)] += 65536.0 * c.Between(-2, 2) * c.Pick({1, 10000});
+  }
+  if (!c.OneIn(8)) return;
+  path->assign(path->size(), path->front());
+  path->back().m[6] += c.Flag() ? 1e-13 : 1e-11;
+}
+
 // One matrix, or several of a motion; some with a slight perspective, the first sometimes without
 // an inverse.
 inline std::vector<M_Matrix3> AnyMatrices(Command& c, int32_t count) {
   const int32_t kind = c.Below(5);
-  const VX_TransformParts from = AnyParts(c, kind), to = AnyParts(c, kind);
+  const VX_TransformParts from = AnyParts(c, kind);
+  VX_TransformParts to = AnyParts(c, kind);
+  if (count > 1 && c.Flag()) {  // a picture that keeps its shape
+    const double x = to.translate_x, y = to.translate_y;
+    to = from;
+    to.translate_x = x;
+    to.translate_y = y;
+  }
   std::vector<M_Matrix3> matrices(static_cast<size_t>(count));
   VX_MatricesBetween(&from, &to, count, matrices.data());
+  if (count > 1) Bend(c, &matrices);
   const bool perspective = c.OneIn(16);
   for (M_Matrix3& matrix : matrices) {
     if (perspective) matrix.m[2] = 0.002, matrix.m[5] = -0.001;
@@ -177,6 +201,9 @@ inline VX_Err Transform(Command& c, VX_TransformWorldFunc f, int32_t count) {
                          matrices.data(), count, src2dst, c.Rect(), c.Hostile(c.Destination())});
 }
 inline VX_Err Run(Command& c, VX_TransformWorldFunc f) { return Transform(c, f, 1); }
+inline VX_Err Motion(Command& c, VX_TransformWorldFunc f) {
+  return Transform(c, f, 2 + c.Below(c.Flag() ? 2 : 18));
+}
 
 // --- kernels -------------------------------------------------------------------------------------
 

@@ -106,6 +106,21 @@ VX_Err TransferTwin(VX_ProgressInfo*, int32_t, int32_t, int32_t field, const M_R
                                   mask != nullptr ? &over : nullptr, ImageOf(*dst));
   });
 }
+
+// Returns whether a matrix makes the source smaller, so that boxes are averaged. Sums over boxes of
+// floats depend on their order.
+bool Reduces(const M_Matrix3* matrices, int32_t count, uint8_t src2dst) {
+  for (int32_t i = 0; i < count; ++i) {
+    M_Matrix3 to_dst = matrices[i];
+    bool invertible = true;
+    if (src2dst == 0) M_InverseMatrixQuiet(to_dst, &to_dst, &invertible);
+    const double* const m = to_dst.m;
+    if (!invertible || std::min(std::hypot(m[0], m[1]), std::hypot(m[3], m[4])) < 1 - 1e-9) {
+      return true;
+    }
+  }
+  return false;
+}
 VX_Err TransformTwin(VX_ProgressInfo*, int32_t quality, int32_t, int32_t field,
                      const VX_LayerDef* src, const VX_CompositeModePlus* mode,
                      const VX_LinearBlendingTables* tables, const VX_TransformMask* mask,
@@ -113,6 +128,9 @@ VX_Err TransformTwin(VX_ProgressInfo*, int32_t quality, int32_t, int32_t field,
                      VX_LayerDef* dst) {
   const bool single =
       VXp_G_OverFuncs.VX_SubpixelSampleNoClip_Straight == &VX_SubpixelSampleNoClip_Straight_SSE2;
+  if (VXp_WorldDepth(dst) == 32 && quality != 0 && Reduces(matrices, count, src2dst)) {
+    return kNoTwin;
+  }
   VX_LayerDef from = *src;
   ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
     vxref::Transform<Pixel>(
@@ -120,6 +138,18 @@ VX_Err TransformTwin(VX_ProgressInfo*, int32_t quality, int32_t, int32_t field,
         *dst);
   });
   return VX_Ok;
+}
+
+// Draws with a sampler slot that a caller replaced: the slots are then called for each pixel.
+VX_Err ReplacedSamplers(Command& c) {
+  auto& slot = VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight;
+  const auto kept = slot;
+  slot = [](uint16_t x, uint16_t y, VX_SubpixelWeights* out) {
+    return VX_SubpixelSampleComputeWeight(x, y, out);
+  };
+  const VX_Err error = Motion(c, &VX_TransformWorld);
+  slot = kept;
+  return error;
 }
 
 VX_Err ConvolveTwin(VX_ProgressInfo*, const VX_LayerDef* src, const M_Rect*, int32_t flags,
@@ -328,12 +358,12 @@ std::vector<Operation> WorldOperations() {
       {"VX_BoxBlur1D large", [](Command& c) { return LargePass(c, &VX_BoxBlur1D); },
        [](Command& c) { return LargePass(c, &BoxTwin); }, kSums, kFloatSum},
       {VX_OP(VX_BlurWorld), Of(&BlurWorldTwin), kSums, 2e-5},
-      {VX_OP(VX_TransformWorld), Of(&TransformTwin), kExact | kInteger},
-      {VX_OP(VX_TransformWorld_S), Of(&TransformTwin), kExact | kInteger},
-      {"motion of VX_TransformWorld",
-       [](Command& c) { return Transform(c, &VX_TransformWorld, 2 + c.Below(6)); },
-       [](Command& c) { return Transform(c, &TransformTwin, 2 + c.Below(6)); }, kExact | kInteger,
-       0, true, false},
+      {VX_OP(VX_TransformWorld), Of(&TransformTwin), kExact},
+      {VX_OP(VX_TransformWorld_S), Of(&TransformTwin), kExact},
+      {"motion of VX_TransformWorld", [](Command& c) { return Motion(c, &VX_TransformWorld); },
+       [](Command& c) { return Motion(c, &TransformTwin); }, kExact, 0, true, false},
+      {"motion with replaced samplers", &ReplacedSamplers,
+       [](Command& c) { return Motion(c, &TransformTwin); }, kExact, 0, true, false},
       {VX_OP(VX_Iterate), Of(&IterateTwin)},
       {VX_OP(VX_IterateOrigin), Of(&OriginTwin<false>)},
       {VX_OP(VX_IterateOriginAll), Of(&OriginTwin<true>)},

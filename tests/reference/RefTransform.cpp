@@ -142,7 +142,7 @@ bool Differs(double a, double b) {
   const double larger = std::max(std::abs(a), std::abs(b));
   return std::abs(a - b) > std::max(1e-12 * larger, 1.000088900582341e-12);
 }
-bool IsBent(const std::vector<M_Matrix3>& to_dst, const VX_LayerDef& src) {
+bool IsCurved(const std::vector<M_Matrix3>& to_dst, const VX_LayerDef& src) {
   for (const Vector& basis : {Vector{1, 0, 0}, Vector{0, 1, 0}}) {
     const Vector a = Times(basis, to_dst.front()), b = Times(basis, to_dst.back());
     const double la = Length(a), lb = Length(b);
@@ -477,7 +477,7 @@ struct Rows {
     return {out, out};
   }
 
-  SampledRow<Pixel> Bent(const Bounds& area, int64_t row) const {
+  SampledRow<Pixel> Curved(const Bounds& area, int64_t row) const {
     std::vector<Pixel> out;
     for (int64_t x = 0; x < width; ++x) {
       std::vector<Pixel> samples;
@@ -494,32 +494,32 @@ struct Rows {
 }  // namespace
 
 template <class Pixel>
-Road Transform(const Drawing& d, const VX_LayerDef& dst) {
+Path Transform(const Drawing& d, const VX_LayerDef& dst) {
   std::vector<M_Matrix3> to_dst, to_src;
   for (int32_t i = 0; i < d.count; ++i) {
     const std::optional<M_Matrix3> inverse = Inverse(d.matrices[i]);
     if (!inverse) {
       if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, dst);
-      return Road::Nothing;
+      return Path::Nothing;
     }
     to_dst.push_back(d.src2dst ? d.matrices[i] : *inverse);
     to_src.push_back(d.src2dst ? *inverse : d.matrices[i]);
   }
   const Bounds area = Area(d, to_dst, dst);
-  if (area.IsEmpty()) return Road::Nothing;
+  if (area.IsEmpty()) return Path::Nothing;
   if (Vanishes(to_dst[0])) {
     if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, dst);
-    return Road::Nothing;
+    return Path::Nothing;
   }
   const bool moves = d.count > 1 && !SameMatrix(d.matrices[0], d.matrices[d.count - 1]);
   const bool is_whole = ((Fixed(to_dst[0].m[6]) | Fixed(to_dst[0].m[7])) & 0xFFFF) == 0;
   if (!moves && OnlyMoves(to_dst[0]) && (d.quality == 0 || is_whole)) {
     DrawRectangle<Pixel>(d, to_dst[0], area, dst);
-    return Road::Rectangle;
+    return Path::Rectangle;
   }
 
-  const bool is_bent = d.quality != 0 && d.count > 2 && IsBent(to_dst, *d.src);
-  const Road road = is_bent ? Road::Bent : moves ? Road::Straight : Road::Still;
+  const bool is_curved = d.quality != 0 && d.count > 2 && IsCurved(to_dst, *d.src);
+  const Path path = is_curved ? Path::Curved : moves ? Path::Straight : Path::Still;
   if (IsStencil(d)) ClearAlphaOutside<Pixel>(area, dst);
   const Rows<Pixel> rows = {d,
                             to_dst,
@@ -534,18 +534,18 @@ Road Transform(const Drawing& d, const VX_LayerDef& dst) {
     if (!(d.field == VX_Field_EvenRows && is_odd) && !(d.field == VX_Field_OddRows && !is_odd)) {
       const int64_t row = y - area.top;
       DrawRow<Pixel>(d, area, y, seed,
-                     road == Road::Bent       ? rows.Bent(area, row)
-                     : road == Road::Straight ? rows.Straight(row)
+                     path == Path::Curved     ? rows.Curved(area, row)
+                     : path == Path::Straight ? rows.Straight(row)
                                               : rows.Still(row),
                      dst);
     }
     seed += 12281u * static_cast<uint32_t>(y);
   }
-  return road;
+  return path;
 }
-template Road Transform<VX_Pixel8>(const Drawing&, const VX_LayerDef&);
-template Road Transform<VX_Pixel16>(const Drawing&, const VX_LayerDef&);
-template Road Transform<VX_PixelFloat>(const Drawing&, const VX_LayerDef&);
+template Path Transform<VX_Pixel8>(const Drawing&, const VX_LayerDef&);
+template Path Transform<VX_Pixel16>(const Drawing&, const VX_LayerDef&);
+template Path Transform<VX_PixelFloat>(const Drawing&, const VX_LayerDef&);
 
 void MovePoint(const VX_TransformParts& parts, double* x, double* y) {
   const double h = (*x - parts.anchor_x) * parts.scale_x;

@@ -25,13 +25,14 @@ struct Drawing {
   bool single_precision;  // the rule of the slot of the unclipped 8-bit sampler
 };
 
-// How it was drawn: as a rectangle, unblurred, along a straight way, at each matrix.
-enum class Road { Nothing, Rectangle, Still, Straight, Bent };
+// The call path: nothing drawn, a rectangle copied, no motion, a straight path, or a curved path
+// with a sub-sample at each matrix.
+enum class Path { Nothing, Rectangle, Still, Straight, Curved };
 
 template <class Pixel>
-Road Transform(const Drawing& drawing, const VX_LayerDef& dst);
+Path Transform(const Drawing& drawing, const VX_LayerDef& dst);
 
-// By the words of VX_TransformParts, for the point (x, y).
+// Moves the point (x, y) by the definition of VX_TransformParts.
 void MovePoint(const VX_TransformParts& parts, double* x, double* y);
 
 }  // namespace vxref

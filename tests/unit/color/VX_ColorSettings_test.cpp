@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Settings on the embedded engine: what they compare, copy, refuse and tell.
+// Colour settings on the embedded engine: defaults, tables, comparison, copies, refusals, names.
 
 #include "VX/VX_ColorSettings.h"
 
@@ -13,8 +13,11 @@
 #include <vector>
 
 #include "color/VXp_Utf16.h"
+#include "unit/host_default/ColorKit.h"
 
 namespace {
+
+using colorkit::DescriptionOf, colorkit::ExponentOf, colorkit::Named;
 
 using PoolPtr = std::unique_ptr<COR_QCE_ProfilePool, void (*)(COR_QCE_ProfilePool*)>;
 
@@ -22,18 +25,6 @@ PoolPtr NewPool() {
   COR_QCE_ProfilePool* pool = nullptr;
   EXPECT_EQ(COR_QCE_NewProfilePool(&pool), QCE_Ok);
   return {pool, COR_QCE_DisposeProfilePool};
-}
-
-COR_QCE_ProfilePtr Named(const char* name) {
-  COR_QCE_ProfilePtr profile;
-  EXPECT_EQ(COR_QCE_ProfileFromName(name, &profile), QCE_Ok) << name;
-  return profile;
-}
-
-float ExponentOf(const COR_QCE_ProfilePtr& profile) {
-  float exponent = 0.0f;
-  EXPECT_EQ(COR_QCE_GetToneExponent(profile, &exponent), QCE_Ok);
-  return exponent;
 }
 
 int32_t Thrown(const std::function<void()>& body) {
@@ -60,7 +51,7 @@ constexpr _t_QCE_ID kStrange = {{1, 2, 3, 4}};
 
 }  // namespace
 
-TEST_F(ColorSettings, WithoutAProfileTheyHaveTheExponentOfSrgbAndNothingElse) {
+TEST_F(ColorSettings, WithoutAProfile) {
   VX_ColorSettings settings(pool_.get());
   for (const bool linearize : {false, true}) {
     settings.SetLinearize(linearize);
@@ -74,7 +65,7 @@ TEST_F(ColorSettings, WithoutAProfileTheyHaveTheExponentOfSrgbAndNothingElse) {
   EXPECT_FALSE(settings.IsValid());
 }
 
-TEST_F(ColorSettings, TablesAreForLinearBlendingUnlessForced) {
+TEST_F(ColorSettings, TablesForLinearBlendingOrByForce) {
   for (int choice = 0; choice < 8; ++choice) {
     const bool blending = choice & 1, linearize = choice & 2, force = choice & 4;
     VX_ColorSettings settings = Of("gamma 1.8");
@@ -87,50 +78,35 @@ TEST_F(ColorSettings, TablesAreForLinearBlendingUnlessForced) {
   }
 }
 
+// By pool, profile, linear blending, linearize. Profiles of equal bytes are one profile.
 TEST_F(ColorSettings, EqualityAndOrder) {
-  // In their order by every key but the first: pool, profile, linear blending, linearize.
   const PoolPtr other_pool = NewPool();
+  COR_QCE_ProfilePool* const pools[] = {pool_.get(), other_pool.get()};
   const COR_QCE_ProfilePtr profiles[] = {Named("sRGB"), Named("Display P3")};
-  struct Keys {
-    COR_QCE_ProfilePool* pool;
-    int profile;
-    bool blending, linearize;
-  };
-  std::vector<Keys> all;
-  for (int i = 0; i < 16; ++i) {
-    all.push_back(
-        {(i & 8) != 0 ? other_pool.get() : pool_.get(), (i & 4) != 0, (i & 2) != 0, (i & 1) != 0});
-  }
-  const auto make = [&](const Keys& keys) {
-    VX_ColorSettings settings(keys.pool);
-    settings.SetProfile(profiles[keys.profile]);
-    settings.SetLinearBlending(keys.blending);
-    settings.SetLinearize(keys.linearize);
+  const auto make = [&](int i) {
+    VX_ColorSettings settings(pools[i >> 3]);
+    settings.SetProfile(profiles[i >> 2 & 1]);
+    settings.SetLinearBlending((i & 2) != 0);
+    settings.SetLinearize((i & 1) != 0);
     return settings;
   };
-  for (const Keys& x : all) {
-    for (const Keys& y : all) {
-      const auto key = [&](const Keys& k) {
-        return std::make_tuple(reinterpret_cast<uintptr_t>(k.pool),
-                               reinterpret_cast<uintptr_t>(profiles[k.profile].get()), k.blending,
-                               k.linearize);
-      };
+  const auto key = [&](int i) {
+    return std::make_tuple(reinterpret_cast<uintptr_t>(pools[i >> 3]),
+                           reinterpret_cast<uintptr_t>(profiles[i >> 2 & 1].get()), i & 3);
+  };
+  for (int x = 0; x < 16; ++x) {
+    for (int y = 0; y < 16; ++y) {
       const VX_ColorSettings a = make(x), b = make(y);
       EXPECT_EQ(a.GetSortOrder(b), key(x) < key(y) ? -1 : key(y) < key(x) ? 1 : 0);
-      EXPECT_EQ(a == b, key(x) == key(y));
-      EXPECT_EQ(a != b, key(x) != key(y));
+      EXPECT_EQ(a == b, x == y);
+      EXPECT_EQ(a != b, x != y);
     }
   }
+  EXPECT_EQ(Of("sRGB").GetProfile(), Of("sRGB").GetProfile());
 }
 
-// Two profiles of the same bytes are one choice.
-TEST_F(ColorSettings, EqualBytesAreOneProfile) {
-  const VX_ColorSettings a = Of("sRGB"), b = Of("sRGB");
-  EXPECT_EQ(a.GetProfile(), b.GetProfile());
-  EXPECT_TRUE(a == b);
-}
-
-TEST_F(ColorSettings, CopiesTakeTheChoicesAndMakeTheirOwnTables) {
+// Copies have the same choices and make tables of their own.
+TEST_F(ColorSettings, Copies) {
   VX_ColorSettings from = Of("gamma 2.4");
   from.SetLinearBlending(true);
   const VX_LinearBlendingTables* const tables = from.GetLinearBlendingTables(false);
@@ -139,12 +115,14 @@ TEST_F(ColorSettings, CopiesTakeTheChoicesAndMakeTheirOwnTables) {
   EXPECT_NEAR(assigned.GetLinearBlendingTables(true)->gamma, 1.8f, 1e-3f);
   assigned = from;
   for (const VX_ColorSettings* to : {&copy, static_cast<const VX_ColorSettings*>(&assigned)}) {
+    EXPECT_TRUE(to->IsValid());  // before a call finds the profile
     EXPECT_TRUE(*to == from);
     EXPECT_TRUE(to->GetProfileID() == from.GetProfileID());
-    EXPECT_TRUE(to->IsValid());
     EXPECT_NE(to->GetLinearBlendingTables(false), tables);
     EXPECT_EQ(to->GetLinearBlendingTables(false)->gamma, tables->gamma);
   }
+  assigned = VX_ColorSettings(pool_.get());
+  EXPECT_FALSE(assigned.IsValid());
   EXPECT_EQ(from.GetLinearBlendingTables(false), tables);
 }
 
@@ -182,8 +160,7 @@ TEST_F(ColorSettings, Names) {
   VX_ColorSettings settings = Of("gamma 2.2");
   for (const bool linearize : {false, true}) {
     settings.SetLinearize(linearize);
-    std::u16string description;
-    ASSERT_EQ(COR_QCE_GetProfileDescription(settings.GetAdjustedProfile(), &description), QCE_Ok);
+    const std::u16string description = DescriptionOf(settings.GetAdjustedProfile());
     EXPECT_FALSE(description.empty());
     EXPECT_TRUE(VX_GetWorkingSpaceProfileName(&settings) == u"Working Space - " + description);
   }
@@ -204,7 +181,7 @@ TEST_F(ColorSettings, EmergencyObjectIsSrgbAsStored) {
   EXPECT_NE(settings->GetProfile(), nullptr);
 }
 
-// The host's texts may be in any language, and damaged.
+// Texts of the host may be in any language, and damaged.
 TEST(WideTexts, FromUtf8) {
   const std::u16string no = u"\uFFFD";
   struct {
@@ -220,7 +197,7 @@ TEST(WideTexts, FromUtf8) {
       {"\xe2\x80z", no + no + u"z"},            // short
       {"\xc0\xaf", no + no},                    // overlong
       {"\xed\xa0\x80", no + no + no},           // half of a pair
-      {"\xf4\x90\x80\x80", no + no + no + no},  // beyond the last
+      {"\xf4\x90\x80\x80", no + no + no + no},  // above the last code point
       {"\xff\xfe", no + no},
   };
   for (const auto& [text, wide] : cases) EXPECT_TRUE(VXp_Utf16(text) == wide) << text;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Colour spaces against real numbers: values, rounding, and the way there and back.
+// Colour spaces against the twin's formulas in real numbers: both directions, rounding, limits.
 
 #include "VX/VX_ColorSpaces.h"
 
@@ -56,14 +56,14 @@ vxref::Triple Unit(const Pixel& p) {
 
 // --- comparison ----------------------------------------------------------------------------------
 
-// The nearest of 1 / scale, halves upward: the margin is for what double leaves of an exact half.
+// Returns whether `got` is want * scale rounded to nearest, halves upward. The margin is the error
+// of double precision at exact halves.
 template <class Integer>
 bool IsNearest(Integer got, long double want, long double scale) {
   const long double error = static_cast<long double>(got) - want * scale;
   return error > -0.5L - 1e-7L && error <= 0.5L + 1e-7L;
 }
-// Rounded once to single precision, from doubles. Their own error counts in the size of the numbers
-// that a result is the difference of.
+// Floats are rounded once, from doubles. 1e-12 is the error of a difference of doubles.
 bool IsNearest(float got, long double want, long double) {
   return std::abs(got - want) <= std::abs(want) * 0x1p-24L + 1e-12L;
 }
@@ -71,23 +71,16 @@ bool IsNearest(float got, long double want, long double) {
 template <class Value>
 constexpr long double kUnit = std::is_same_v<Value, float> ? 1 : 65536;
 
-// A pixel of a way back: each channel is the nearest, held to the scale at integer depths.
+// Checks a pixel of an inverse: each channel is the nearest; integers are limited to 0..full scale.
 template <class Pixel>
 testing::AssertionResult IsPixel(const Pixel& got, const vxref::Triple& want) {
   const VX_ChannelOf<Pixel> channels[] = {got.red, got.green, got.blue};
   for (size_t c = 0; c < 3; ++c) {
-    const long double held = kDepth<Pixel> == 32 ? want[c] : std::clamp(want[c], 0.0L, 1.0L);
-    if (IsNearest(channels[c], held, kFull<Pixel>)) continue;
-    return testing::AssertionFailure() << Text(got) << ", but channel " << c << " is " << held;
+    const long double limited = kDepth<Pixel> == 32 ? want[c] : std::clamp(want[c], 0.0L, 1.0L);
+    if (IsNearest(channels[c], limited, kFull<Pixel>)) continue;
+    return testing::AssertionFailure() << Text(got) << ", but channel " << c << " is " << limited;
   }
   return testing::AssertionSuccess();
-}
-
-template <class Pixel>
-double Distance(const Pixel& a, const Pixel& b) {
-  return std::max({std::abs(double(a.red) - double(b.red)),
-                   std::abs(double(a.green) - double(b.green)),
-                   std::abs(double(a.blue) - double(b.blue))});
 }
 
 template <class Pixel>
@@ -97,28 +90,19 @@ class ColorSpaces : public testing::Test {
   using Value = typename decltype(kCall)::Value;
   using Number = typename decltype(kCall)::Number;
 
-  // There by the formulas, back by the formulas from what came there, and back where it began.
-  void CheckWay(const Pixel& p, decltype(kCall.to_hls) there, decltype(kCall.from_hls) back,
-                const vxref::Triple& want, vxref::Triple (*way_back)(const vxref::Triple&)) {
+  void CheckSpace(const Pixel& p, decltype(kCall.to_hls) convert, const vxref::Triple& want) {
     Value got[3] = {};
-    ASSERT_EQ(there(nullptr, &p, got), 0);
-    vxref::Triple units;
+    ASSERT_EQ(convert(nullptr, &p, got), 0);
     for (size_t i = 0; i < 3; ++i) {
       ASSERT_TRUE(IsNearest(got[i], want[i], kUnit<Value>))
           << Text(p) << " gives " << +got[i] << " as number " << i << ", not " << want[i];
-      units[i] = got[i] / kUnit<Value>;
     }
-    Pixel again = {kFull<Pixel>, 0, 0, 0};
-    ASSERT_EQ(back(nullptr, got, &again), 0);
-    ASSERT_TRUE(IsPixel(again, way_back(units)));
-    ASSERT_EQ(again.alpha, kFull<Pixel>);
-    ASSERT_LE(Distance(p, again), kDepth<Pixel> == 32 ? 1e-6 : 1) << Text(p) << Text(again);
   }
 
   void Check(const Pixel& p) {
     const vxref::Triple hls = vxref::HlsOf(Unit(p));
-    CheckWay(p, kCall.to_hls, kCall.from_hls, hls, &vxref::RgbOfHls);
-    CheckWay(p, kCall.to_yiq, kCall.from_yiq, vxref::YiqOf(Unit(p)), &vxref::RgbOfYiq);
+    CheckSpace(p, kCall.to_hls, hls);
+    CheckSpace(p, kCall.to_yiq, vxref::YiqOf(Unit(p)));
     Number number = 0;
     for (size_t i = 0; i < 3; ++i) {
       ASSERT_EQ(kCall.hls[i](nullptr, &p, &number), 0);
@@ -135,7 +119,7 @@ TYPED_TEST_SUITE(ColorSpaces, PixelTypes, DepthNames);
 
 // --- trials --------------------------------------------------------------------------------------
 
-TYPED_TEST(ColorSpaces, AgreeWithRealNumbersAndComeBack) {
+TYPED_TEST(ColorSpaces, AgreeWithFormulas) {
   using Channel = VX_ChannelOf<TypeParam>;
   const auto part = [](int i) { return static_cast<Channel>(i * kFull<TypeParam> / 255); };
   for (int red = 0; red <= 255; red += 5) {
@@ -157,10 +141,9 @@ TYPED_TEST(ColorSpaces, AgreeWithRealNumbersAndComeBack) {
   }
 }
 
-// Hues of any number of turns, and colours that no pixel has.
-TYPED_TEST(ColorSpaces, ComeBackFromAnyNumbers) {
+// Hues of any number of turns, colours outside the range of pixels, and (integers) extreme numbers.
+TYPED_TEST(ColorSpaces, InversesTakeAnyNumbers) {
   using Value = typename TestFixture::Value;
-  const long double unit = kUnit<Value>;
   std::mt19937 random(TestSeed());
   const auto between = [&random](double low, double high) {
     return low + (high - low) * static_cast<double>(random()) / 4294967295.0;
@@ -175,14 +158,45 @@ TYPED_TEST(ColorSpaces, ComeBackFromAnyNumbers) {
       Value in[3];
       vxref::Triple exact;
       for (size_t i = 0; i < 3; ++i) {
-        in[i] = static_cast<Value>(numbers[yiq][i] * static_cast<double>(unit));
-        exact[i] = in[i] / unit;
+        in[i] = static_cast<Value>(numbers[yiq][i] * static_cast<double>(kUnit<Value>));
+        exact[i] = in[i] / kUnit<Value>;
       }
-      TypeParam out = {};
+      TypeParam out = {kFull<TypeParam>, 0, 0, 0};
       EXPECT_EQ((yiq ? this->kCall.from_yiq : this->kCall.from_hls)(nullptr, in, &out), 0);
       ASSERT_TRUE(IsPixel(out, yiq ? vxref::RgbOfYiq(exact) : vxref::RgbOfHls(exact)))
           << exact[0] << ", " << exact[1] << ", " << exact[2];
+      ASSERT_EQ(out.alpha, kFull<TypeParam>);
     }
+  }
+  if constexpr (std::is_same_v<Value, VX_Fixed>) {
+    constexpr VX_Fixed kOdd[] = {INT32_MIN, -65536, -1, 0, 32768, 65537, INT32_MAX};
+    for (int i = 0; i < 343; ++i) {
+      const VX_Fixed in[3] = {kOdd[i % 7], kOdd[i / 7 % 7], kOdd[i / 49]};
+      for (const auto back : {this->kCall.from_hls, this->kCall.from_yiq}) {
+        TypeParam p = {};
+        EXPECT_EQ(back(nullptr, in, &p), 0);
+        EXPECT_LE(std::max({p.red, p.green, p.blue}), kFull<TypeParam>);
+      }
+    }
+  }
+}
+
+TYPED_TEST(ColorSpaces, RefuseMissingArguments) {
+  TypeParam p{};
+  typename TestFixture::Value space[3]{};
+  typename TestFixture::Number number{};
+  const auto& call = this->kCall;
+  for (const auto there : {call.to_hls, call.to_yiq}) {
+    EXPECT_EQ(there(nullptr, nullptr, space), 3);
+    EXPECT_EQ(there(nullptr, &p, nullptr), 3);
+  }
+  for (const auto back : {call.from_hls, call.from_yiq}) {
+    EXPECT_EQ(back(nullptr, nullptr, &p), 3);
+    EXPECT_EQ(back(nullptr, space, nullptr), 3);
+  }
+  for (const auto read : {call.luminance, call.hls[0], call.hls[1], call.hls[2]}) {
+    EXPECT_EQ(read(nullptr, nullptr, &number), 3);
+    EXPECT_EQ(read(nullptr, &p, nullptr), 3);
   }
 }
 
@@ -215,13 +229,19 @@ TEST(ColorSpacesByHand, Primaries) {
   }
 }
 
-TEST(ColorSpacesByHand, WordsAboveWhiteCountAsWhite) {
+// 16-bit values above white are white. Float saturation is 0 where its divisor is 0.
+TEST(ColorSpacesByHand, Limits) {
   const VX_Pixel16 above = {0, 65535, 40000, 0}, white = {0, 32768, 32768, 0};
   for (const auto function : {VX_RGBtoHLS_Straight16, VX_RGBtoYIQ_Straight16}) {
     VX_Fixed got[3], want[3];
     EXPECT_TRUE(function(nullptr, &above, got) == 0 && function(nullptr, &white, want) == 0);
     EXPECT_EQ(std::memcmp(got, want, sizeof got), 0);
   }
+  const VX_PixelFloat bright = {0, 1.5f, 1.0f, 0.5f};
+  float hls[3];
+  EXPECT_EQ(VX_RGBtoHLS_StraightFloat(nullptr, &bright, hls), 0);
+  EXPECT_EQ(hls[1], 1.0f);
+  EXPECT_EQ(hls[2], 0.0f);
 }
 
 }  // namespace

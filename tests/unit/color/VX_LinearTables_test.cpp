@@ -1,23 +1,20 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Tables of profiles against their definition: the curve, its inverse by the slow twin, the
-// exponent, and all stored values there and back.
-
-#include <array>
+// Linear-light tables of profiles against their definition: the curve, its inverse by the slow
+// twin, the profile's exponent; and composites with them.
 
 #include "VX/VX_ColorSettings.h"
+#include "VX/VX_Transfer.h"
 #include "reference/RefTables.h"
-#include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
+#include "unit/host_default/ColorKit.h"
 
 namespace {
 
-// --- the twin by hand ----------------------------------------------------------------------------
-
-// The inverse of a square is flat at first: 16-bit values up to 64 give linear 0, the next ones 1.
-// A step from nothing to white between codes 127 and 128, in 16-bit values from 16320 (64 of 32768
-// already) to 16456: what is below it comes back as its foot.
+// The inverse of a square is 0 at first: 16-bit values up to 64 have the linear value 0. A step
+// from 0 to white between codes 127 and 128 covers the 16-bit values 16320 to 16456; linear values
+// below white have the inverse at the start of the step's segment.
 TEST(LinearTables, TwinByHand) {
   uint16_t square[256], step[256];
   for (int i = 0; i < 256; ++i) {
@@ -33,55 +30,8 @@ TEST(LinearTables, TwinByHand) {
 
 // --- profiles ------------------------------------------------------------------------------------
 
-// The profile of an RGB display with the primaries of sRGB, one curve of 256 values for the three.
-class DisplayProfile {
- public:
-  explicit DisplayProfile(const std::function<double(double)>& curve) {
-    constexpr double kColumns[4][3] = {{0.9642, 1, 0.8249},
-                                       {0.4360, 0.2225, 0.0139},
-                                       {0.3851, 0.7169, 0.0971},
-                                       {0.1431, 0.0606, 0.7141}};
-    constexpr uint32_t kTags = 7, kFirst = 128 + 4 + 12 * kTags, kCurve = kFirst + 4 * 20;
-    constexpr uint32_t kEnd = kCurve + 12 + 512;
-    for (const uint32_t word : {kEnd, 0u, 0x02400000u}) Word(word);
-    for (const char* code : {"mntr", "RGB ", "XYZ "}) Code(code);
-    for (const uint32_t word : {0x07EA0001u, 0x00010000u, 0u}) Word(word);
-    Code("acsp");
-    bytes_.resize(68);
-    for (const uint32_t word : {0xF6D6u, 0x10000u, 0xD32Du}) Word(word);
-    bytes_.resize(128);
-    Word(kTags);
-    uint32_t at = kFirst;
-    for (const char* tag : {"wtpt", "rXYZ", "gXYZ", "bXYZ"}) Tag(tag, at, 20), at += 20;
-    for (const char* tag : {"rTRC", "gTRC", "bTRC"}) Tag(tag, kCurve, 12 + 512);
-    for (const auto& column : kColumns) {
-      Code("XYZ "), Word(0);
-      for (const double v : column) Word(static_cast<uint32_t>(std::lround(v * 65536)));
-    }
-    Code("curv"), Word(0), Word(256);
-    for (int i = 0; i < 256; ++i) {
-      const auto v = static_cast<uint16_t>(std::lround(curve(i / 255.0) * 65535));
-      bytes_.push_back(static_cast<uint8_t>(v >> 8)), bytes_.push_back(static_cast<uint8_t>(v));
-    }
-  }
-  COR_QCE_ProfilePtr Read() const {
-    COR_QCE_ProfilePtr profile;
-    EXPECT_EQ(COR_QCE_ProfileFromMemory(bytes_.data(), bytes_.size(), &profile), QCE_Ok);
-    return profile;
-  }
-
- private:
-  void Word(uint32_t v) {
-    for (int i = 24; i >= 0; i -= 8) bytes_.push_back(static_cast<uint8_t>(v >> i));
-  }
-  void Code(const char* code) { bytes_.insert(bytes_.end(), code, code + 4); }
-  void Tag(const char* code, uint32_t at, uint32_t size) { Code(code), Word(at), Word(size); }
-
-  std::vector<uint8_t> bytes_;
-};
-
 struct Curve {
-  const char* name;  // of a built-in profile, or for people
+  const char* name;  // of the built-in profile, if it is one
   double (*at)(double);
   bool built_in;
 };
@@ -93,59 +43,34 @@ double ProPhoto(double x) { return x < 0.03125 ? x / 16 : std::pow(x, 1.8); }
 constexpr Curve kCurves[] = {
     {"sRGB", Srgb, true},
     {"gamma 1.0", [](double x) { return x; }, true},
-    {"gamma 1.8", [](double x) { return std::pow(x, 1.8); }, true},
-    {"gamma 2.2", [](double x) { return std::pow(x, 2.2); }, true},
     {"gamma 2.4", [](double x) { return std::pow(x, 2.4); }, true},
     {"Rec.709", Rec709, true},
-    {"Display P3", Srgb, true},
     {"ProPhoto", ProPhoto, true},
-    {"flat stretch", [](double x) { return x < 0.3   ? x
-                                           : x < 0.6 ? 0.3
-                                                     : 1.75 * x - 0.75; }, false},
+    {"constant segment", [](double x) { return x < 0.3   ? x
+                                               : x < 0.6 ? 0.3
+                                                         : 1.75 * x - 0.75; },
+     false},
     {"steps", [](double x) { return x < 0.35  ? 0.05
                                     : x < 0.7 ? 0.25
                                               : 0.9; }, false},
 };
 
 COR_QCE_ProfilePtr ProfileOf(const Curve& curve) {
-  if (!curve.built_in) return DisplayProfile(curve.at).Read();
-  COR_QCE_ProfilePtr profile;
-  EXPECT_EQ(COR_QCE_ProfileFromName(curve.name, &profile), QCE_Ok) << curve.name;
-  return profile;
-}
-
-// Least squares of y = x to the g over 16 values from 0.1 to 0.9, found by trying.
-double Exponent(const Curve& curve) {
-  double best = 0, least = 1e9;
-  for (double g = 0.5; g < 3; g += 2e-5) {
-    double error = 0;
-    for (int i = 0; i < 16; ++i) {
-      const double x = 0.1 + 0.8 * i / 15, d = std::pow(x, g) - curve.at(x);
-      error += d * d;
-    }
-    if (error < least) best = g, least = error;
+  if (curve.built_in) return colorkit::Named(curve.name);
+  std::vector<uint16_t> values;
+  for (int i = 0; i < 256; ++i) {
+    values.push_back(static_cast<uint16_t>(std::lround(curve.at(i / 255.0) * 65535)));
   }
-  return best;
+  return colorkit::Opened(colorkit::WithCurve(colorkit::Table(values)).Write());
 }
 
-// --- tables --------------------------------------------------------------------------------------
-
-TEST(LinearTables, EveryBuiltInCurveIsHere) {
-  size_t count = 0;
-  for (int32_t i = 0; COR_QCE_BuiltInProfileName(i) != nullptr; ++i, ++count) {
-    EXPECT_TRUE(std::any_of(std::begin(kCurves), std::end(kCurves), [i](const Curve& curve) {
-      return std::string(curve.name) == COR_QCE_BuiltInProfileName(i);
-    })) << COR_QCE_BuiltInProfileName(i);
-  }
-  EXPECT_EQ(count, 8u);
-}
-
-// A code is rounded to 16 bits first, which is half of a 128th on the way to the next code, and the
-// engine rounds twice. Exponents stand in a profile with 16 fraction bits, curves by 256 values.
+// Tolerance of the curve: each code is first rounded to 16 bits, at most half of 1/128 of the step
+// to the next code, and the engine rounds twice.
 TEST(LinearTables, AreTheCurveAndItsInverse) {
   for (const Curve& curve : kCurves) {
     SCOPED_TRACE(curve.name);
-    const auto tables = VX_MakeLinearizationTables(ProfileOf(curve));
+    const COR_QCE_ProfilePtr profile = ProfileOf(curve);
+    const auto tables = VX_MakeLinearizationTables(profile);
     ASSERT_TRUE(tables != nullptr);
     for (int i = 0; i < 256; ++i) {
       const double here = curve.at(i / 255.0) * 32768;
@@ -156,42 +81,41 @@ TEST(LinearTables, AreTheCurveAndItsInverse) {
     const VX_LinearBlendingTables want = vxref::TablesOf(tables->linearize, tables->gamma);
     for (int i = 0; i <= 4096; ++i) ASSERT_EQ(tables->delinearize[i], want.delinearize[i]) << i;
     EXPECT_EQ(tables->invGamma, want.invGamma);
-    EXPECT_NEAR(static_cast<double>(tables->gamma), Exponent(curve), curve.built_in ? 1e-4 : 1e-3);
+    EXPECT_EQ(tables->gamma, colorkit::ExponentOf(profile));
   }
 }
 
-// --- there and back ------------------------------------------------------------------------------
+// --- composites ----------------------------------------------------------------------------------
 
-// An entry of the inverse stands for 8 linear units, and straight lines join the entries: what
-// comes back lies in the same 8 units, but for the rounding of the stored value, which is worth up
-// to half the slope, and of three table reads. On a flat stretch any stored value will do. Bytes
-// that are further apart than that come back as they were.
-TEST(LinearTables, AllValuesComeBack) {
-  for (const Curve& curve : kCurves) {
-    SCOPED_TRACE(curve.name);
-    const auto tables = VX_MakeLinearizationTables(ProfileOf(curve));
-    std::array<int64_t, 32769> linear;
-    for (int64_t v = 0; v <= 32768; ++v) {
-      linear[static_cast<size_t>(v)] = vxref::WordToLinear(*tables, v);
-    }
-    for (size_t v = 0; v <= 32768; ++v) {
-      const int64_t back = vxref::LinearToWord(*tables, linear[v]);
-      const auto at = static_cast<size_t>(back);
-      const int64_t slope =
-          linear[std::min<size_t>(at + 1, 32768)] - linear[std::max<size_t>(at, 1) - 1];
-      const bool in_piece = !curve.built_in && std::abs(back - static_cast<int64_t>(v)) <= 8;
-      ASSERT_TRUE(in_piece || std::abs(linear[at] - linear[v]) <= 8 + slope / 4 + 2)
-          << v << " gives " << back;
-    }
-    for (int c = 0; c < 256; ++c) {
-      const int64_t here = tables->linearize[c];
-      const bool apart = (c == 0 || here - tables->linearize[c - 1] >= 8) &&
-                         (c == 255 || tables->linearize[c + 1] - here >= 8);
-      const int64_t back = vxref::LinearToByte(*tables, here);
-      ASSERT_TRUE(!apart || back == c) << c << " gives " << back;
-      ASSERT_LE(std::abs(tables->linearize[back] - here), 8) << c << " gives " << back;
-    }
-  }
+template <class Pixel>
+double HalfWhiteOverBlack(const VX_LinearBlendingTables* tables) {
+  constexpr auto full = kFull<Pixel>;
+  Pixel white{full, full, full, full}, black{full, 0, 0, 0};
+  const auto world = [](Pixel* p) {
+    VX_LayerDef layer{};
+    layer.data = p;
+    layer.width = layer.height = 1;
+    layer.rowbytes = sizeof(Pixel);
+    VXp_SetWorldDepth(&layer, kDepth<Pixel>);
+    return layer;
+  };
+  const VX_LayerDef from = world(&white);
+  VX_LayerDef to = world(&black);
+  const VX_CompositeModePlus mode(VX_Xfer_InFront, 0.5f, nullptr, false, 0);
+  EXPECT_EQ(VX_TransferRect(nullptr, 0, 0, 0, nullptr, &from, &mode, tables, nullptr, 0, 0, &to),
+            0);
+  return black.green;
+}
+
+// By hand: 0.5 in sRGB is 0.735357; 8 bits have 128 / 255, which gives 187.67. Floats use the
+// exponent instead of the curve.
+TEST(LinearLight, HalfWhiteOverBlack) {
+  const VX_LinearBlendingTables* const tables =
+      VX_GetEmergencyColorSettings()->GetLinearBlendingTables(true);
+  EXPECT_EQ(HalfWhiteOverBlack<VX_Pixel8>(tables), 188);
+  EXPECT_NEAR(HalfWhiteOverBlack<VX_Pixel16>(tables), 0.735357 * 32768, 6);
+  EXPECT_NEAR(HalfWhiteOverBlack<VX_PixelFloat>(tables),
+              std::pow(0.5, 1 / static_cast<double>(tables->gamma)), 1e-6);
 }
 
 }  // namespace

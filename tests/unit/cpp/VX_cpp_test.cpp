@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The C++20 interface: each function draws what its classic call draws with the same arguments, and
-// life, views, errors and stops are as documented.
+// The C++20 interface: each function gives the pixels of its classic calls; the lifetime of the
+// library, views, errors and stops.
 
 #include <gtest/gtest.h>
 
@@ -57,7 +57,7 @@ vx::ErrorCode CodeOf(Code&& code) {
 const M_Matrix3 kTurn{{0.8, 0.6, 0, -0.6, 0.8, 0, 6.25, -1.5, 1}};
 const M_Matrix3 kZoom{{1.6, 0, 0, 0, 1.6, 0, -2, -3, 1}};
 
-// --- each function against its classic call ------------------------------------------------------
+// --- each function against its classic calls -----------------------------------------------------
 
 using Out = VX_LayerDef*;
 using In = const VX_LayerDef*;
@@ -222,7 +222,7 @@ const Operation kOperations[] = {
      }},
 };
 
-TEST(Cpp, FunctionsDrawWhatTheirClassicCallsDraw) {
+TEST(Cpp, FunctionsGiveThePixelsOfTheirClassicCalls) {
   const vx::Library library;
   for (const int32_t depth : {8, 16, 32}) {
     const Memory src(11, 8, depth, 1);
@@ -238,7 +238,7 @@ TEST(Cpp, FunctionsDrawWhatTheirClassicCallsDraw) {
   }
 }
 
-TEST(Cpp, DepthsConvertAndSamplesAndGuessesAreThoseOfTheClassicCalls) {
+TEST(Cpp, ConversionsSamplesAndGuesses) {
   const vx::Library library;
   const Memory src(11, 8, 32, 1);
   Memory modern(13, 9, 8, 2), classic(13, 9, 8, 2);
@@ -272,9 +272,9 @@ TEST(Cpp, DepthsConvertAndSamplesAndGuessesAreThoseOfTheClassicCalls) {
   EXPECT_EQ(vx::blur_reach({.radius = {2.5, 0}}).x, 3);
 }
 
-// --- life, views, errors, progress ---------------------------------------------------------------
+// --- lifetime, views, errors, progress -----------------------------------------------------------
 
-TEST(Cpp, TheLibraryLivesUntilItsLastHolderIsGone) {
+TEST(Cpp, LibraryEndsWithItsLastHolder) {
   {
     vx::Library first;
     { const vx::Library second; }
@@ -292,7 +292,7 @@ TEST(Cpp, TheLibraryLivesUntilItsLastHolderIsGone) {
   EXPECT_EQ(VXp_G_fcm_table, nullptr);
 }
 
-TEST(Cpp, ImagesMoveAndViewsShowTheirMemory) {
+TEST(Cpp, ImagesAndViews) {
   const vx::Library library;
   vx::Image image(5, 4, 16);
   image.view<vx::Pixel16>().part({1, 2, 4, 4}).row(1)[2].blue = 77;
@@ -319,7 +319,7 @@ TEST(Cpp, ImagesMoveAndViewsShowTheirMemory) {
   EXPECT_EQ(CodeOf([&] { vx::Image(1, 30001, 8); }), vx::ErrorCode::reported);
 }
 
-TEST(Cpp, ErrorsNameTheirReasonAndLeaveTheDestination) {
+TEST(Cpp, ErrorsHaveAReasonAndKeepTheDestination) {
   const vx::Library library;
   Memory dst(6, 5, 8, 3);
   const Memory other(6, 5, 16, 4);
@@ -366,7 +366,7 @@ TEST(Cpp, ErrorsNameTheirReasonAndLeaveTheDestination) {
             static_cast<vx::ErrorCode>(QCE_UnknownName));
 }
 
-TEST(Cpp, ModesHaveTheNamesOfTheirEnumerators) {
+TEST(Cpp, NamesOfModes) {
   static_assert(vx::find_mode("soft-light") == vx::Mode::soft_light);
   static_assert(static_cast<int32_t>(vx::Mode::darker_color) == VX_Xfer_DarkerColor);
   EXPECT_EQ(vx::modes().size(), 39u);

@@ -1,431 +1,334 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Every sampler against its slow twin, bit for bit, in worlds that end where memory ends.
+// Samplers beyond the random commands, which compare each sampler with its slow twin: boxes over
+// NaN, rounding modes, long spans, the forms for many points and for rows, and the sampler sets.
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cfenv>
-#include <cmath>
+#include <cstring>
 #include <limits>
 #include <utility>
+#include <vector>
 
-#include "../../reference/RefSample.h"
 #include "../EdgeWorld.h"
+#include "../GuardedWorld.h"
 #include "../PixelTestKit.h"
+#include "VX/VX_CallbackBlock.h"
 #include "VX/VX_OverrideTable.h"
+#include "indep/VXp_SamplePoints.h"
+#include "indep/VXp_SampleRow.h"
 
 namespace {
 
-// --- worlds and positions ------------------------------------------------------------------------
-
-enum Content { Any, EqualPixels, EqualAlphas, Transparent, TinyAlphas, Halves, Wild, ContentCount };
-
 template <class Pixel>
-VX_ChannelOf<Pixel> TinyAlpha(Operands<Pixel>* o) {
-  if constexpr (kDepth<Pixel> == 32) {
-    return static_cast<float>(o->Between(-2, 2)) * 1e-38f;
-  } else {
-    return static_cast<VX_ChannelOf<Pixel>>(o->Below(3));
-  }
-}
-
-// Not a number, infinite, and near the ends; integers have no such values.
+struct Form {
+  VX_SampleFunc<Pixel> sample;
+  VXp_SamplePointsFunc<Pixel> points;
+  bool any_mode;  // the results do not depend on the rounding mode of the thread
+};
 template <class Pixel>
-VX_ChannelOf<Pixel> WildChannel(Operands<Pixel>* o) {
-  if constexpr (kDepth<Pixel> == 32) {
-    using Limits = std::numeric_limits<float>;
-    const float values[] = {Limits::quiet_NaN(),
-                            Limits::infinity(),
-                            -Limits::infinity(),
-                            3e38f,
-                            -3e38f,
-                            Limits::denorm_min(),
-                            -1.0f,
-                            0.0f};
-    if (o->Below(3) == 0) return values[o->Below(8)];
-  }
-  return o->Any();
-}
+struct Samplers;
+template <>
+struct Samplers<VX_Pixel8> {
+  using P = VX_Pixel8;
+  static constexpr Form<P> forms[] = {
+      {VX_SubpixelSample_Straight, VXp_StraightPoints<P>, true},
+      {VX_SubpixelSampleNoClip_Straight_SSE2, VXp_SinglePoints, false}};
+  static constexpr VX_SampleFunc<P> rows[] = {VX_SubpixelSample_Straight, VX_SubpixelSample_Premul,
+                                              VX_AreaSample_Straight, VX_AreaSample_Premul};
+  static constexpr auto span = VX_SubpixelSpanSampleTranslateNoClip_Straight;
+};
+template <>
+struct Samplers<VX_Pixel16> {
+  using P = VX_Pixel16;
+  static constexpr Form<P> forms[] = {{VX_SubpixelSample_Straight16, VXp_StraightPoints<P>, true}};
+  static constexpr VX_SampleFunc<P> rows[] = {VX_SubpixelSample_Straight16,
+                                              VX_SubpixelSample_Premul16, VX_AreaSample_Straight16,
+                                              VX_AreaSample_Premul16};
+  static constexpr auto span = VX_SubpixelSpanSampleTranslateNoClip_Straight16;
+};
+template <>
+struct Samplers<VX_PixelFloat> {
+  using P = VX_PixelFloat;
+  static constexpr Form<P> forms[] = {{VX_SubpixelCPlusPlusFloat, VXp_StraightPoints<P>, false}};
+  static constexpr VX_SampleFunc<P> rows[] = {
+      VX_SubpixelCPlusPlusFloat, VX_SubpixelSample_PremulFloat, VX_AreaSample_CPlusPlus<P>,
+      VX_AreaSample_PremulFloat};
+  static constexpr auto span = VX_SubpixelSpanSampleCPlusPlusFloat;
+};
 
+// A world that ends at the end of accessible memory. Its pixels are random, have one alpha or
+// alpha 0, are mostly equal, or (integers) have random bits.
 template <class Pixel>
 struct Scene {
-  using Position = std::pair<VX_Fixed, VX_Fixed>;
+  std::mt19937 random;
+  EdgeWorld<Pixel> edge;
+  VX_SampPB record{};
 
-  Operands<Pixel> operands;
-  EdgeWorld<Pixel> source;
-  VX_SampPB record = {};
-  // Anywhere at all; with all four neighbours inside; on a pixel without a fraction.
-  std::vector<Position> anywhere, inside, on_pixel;
-
-  explicit Scene(uint32_t round)
-      : operands(round),
-        source(round < 4         ? 1 + static_cast<int>(round % 2)
-               : round % 30 == 4 ? operands.Between(300, 600)  // spans of several tiles
-                                 : operands.Between(1, 9),
-               round < 4 ? 1 + static_cast<int>(round / 2) : operands.Between(1, 7),
-               operands.Below(10), round % 3 != 0, round) {
-    record.src = &source.world;
-    record.x_radius = record.y_radius = 98304;
-    Fill(static_cast<Content>(operands.Below(ContentCount)));
-    const int32_t width = source.world.width, height = source.world.height;
-    for (VX_Fixed x : Corners(width)) {
-      for (VX_Fixed y : Corners(height)) Add(x, y);
-    }
-    for (int i = 0; i < 200; ++i) Add(AnyPosition(width), AnyPosition(height));
-  }
-
-  void Fill(Content content) {
-    Operands<Pixel>* const o = &operands;
-    const Pixel one = o->AnyPixel();
-    int32_t next = 0;
-    source.Paint([&] {
-      const int32_t column = next % source.world.width, row = next++ / source.world.width;
-      // Flat parts with something else in between: both sides of the shortcuts.
-      if (content == EqualPixels && o->Below(8) != 0) return one;
-      Pixel p = {o->Any(), o->Any(), o->Any(), o->Any()};
-      if (content == Wild) {
-        p = {WildChannel(o), WildChannel(o), WildChannel(o), WildChannel(o)};
-      }
-      if (content == EqualAlphas && o->Below(8) != 0) p.alpha = one.alpha;
-      if (content == Transparent && o->Below(8) != 0) p.alpha = 0;
-      if (content == TinyAlphas) p.alpha = TinyAlpha(o);
-      if (source.world.width > 9 && column < 290) p.alpha = one.alpha;
-      if (content == Halves) {  // between two columns of equal weight, where roundings show
-        const auto half = static_cast<VX_ChannelOf<Pixel>>(kFull<Pixel> / 2);
-        p.alpha = static_cast<VX_ChannelOf<Pixel>>(half / (row % 3 + 1));
-        p.red = static_cast<VX_ChannelOf<Pixel>>(half + column % 2);
-        p.green = static_cast<VX_ChannelOf<Pixel>>(1 + column % 2);
+  Scene(uint32_t round, int32_t smallest)
+      : random(TestSeed() + round),
+        edge(Below(12) + smallest, Below(12) + smallest, Below(7), round % 2 == 0, round) {
+    const int32_t kind = Below(sizeof(Pixel) == 16 ? 4 : 5);
+    const Pixel one = GuardedWorld<Pixel>::RandomPixel(random);
+    edge.Paint([&] {
+      Pixel p = GuardedWorld<Pixel>::RandomPixel(random);
+      if (kind == 1) p.alpha = one.alpha;
+      if (kind == 2) p.alpha = 0;
+      if (kind == 3 && Below(4) != 0) p = one;
+      if (kind == 4) {
+        for (size_t i = 0; i < sizeof p; ++i) {
+          reinterpret_cast<uint8_t*>(&p)[i] = static_cast<uint8_t>(random());
+        }
       }
       return p;
     });
+    record.src = &edge.world;
   }
-
-  static std::vector<VX_Fixed> Corners(int32_t size) {
-    std::vector<VX_Fixed> positions = {INT32_MIN, INT32_MIN + 1, -65537, INT32_MAX - 32767,
-                                       INT32_MAX};
-    for (int32_t whole : {-1, 0, 1, size - 2, size - 1, size}) {
-      for (int32_t rest : {-1, 0, 1, 32767, 32768, 65535}) {
-        positions.push_back(whole * 65536 + rest);
-      }
-    }
-    std::sort(positions.begin(), positions.end());
-    positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
-    return positions;
-  }
-  VX_Fixed AnyPosition(int32_t size) {
-    const VX_Fixed position = operands.Between(-65536, size * 65536);
-    return operands.Below(4) == 0 ? position & ~0x7FFF : position;
-  }
-  void Add(VX_Fixed x, VX_Fixed y) {
-    const int32_t ix = x >> 16, iy = y >> 16;
-    const int32_t width = source.world.width, height = source.world.height;
-    anywhere.emplace_back(x, y);
-    if (ix < 0 || iy < 0 || ix >= width || iy >= height) return;
-    if (ix + 1 < width && iy + 1 < height) inside.emplace_back(x, y);
-    if (x % 65536 == 0 && y % 65536 == 0) on_pixel.emplace_back(x, y);
-  }
-  VX_SubpixelWeights AnyWeights() {
-    const auto rest = [this] { return static_cast<uint16_t>(operands.Word()); };
-    VX_SubpixelWeights w;
-    vxref::ComputeWeight(rest(), rest(), &w);
-    if (operands.Below(2) == 0) {  // not of any position, and no floats
-      const double a = operands.Below(2) ? 0.5 : operands.Between(1, 998) / 999.0;
-      const double b = operands.Between(1, 998) / 999.0;
-      w = {(1 - a) * (1 - b), a * (1 - b), (1 - a) * b, a * b};
-    }
-    return w;
+  int32_t Below(int32_t bound) {
+    return static_cast<int32_t>(random() % static_cast<uint32_t>(bound));
   }
 };
 
-constexpr uint32_t kRounds = 150;
-
-// Whether `got`, written over what stood there before, is the pixel that is wanted.
-template <class Pixel>
-testing::AssertionResult Same(const Pixel& want, const Pixel& got, VX_Fixed x, VX_Fixed y,
-                              const Scene<Pixel>& scene) {
-  if (SamePixel(want, got)) return testing::AssertionSuccess();
-  testing::AssertionResult failure = testing::AssertionFailure();
-  failure << "at " << x << ", " << y << " of " << scene.source.world.width << " x "
-          << scene.source.world.height << " is " << Text(got) << ", not " << Text(want);
-  for (int i = 0; i < 4; ++i) {
-    failure << " "
-            << Text(
-                   vxref::PixelAt<Pixel>(scene.source.world, (x >> 16) + i % 2, (y >> 16) + i / 2));
-  }
-  return failure;
-}
-
-// --- the members ---------------------------------------------------------------------------------
-
-enum Reach { Clipped, Unclipped, UnclippedShort };  // the last reads one pixel on whole positions
-
-template <class Pixel>
-struct One {
-  const char* name;
-  VX_SampleFunc<Pixel> routine, twin;
-  Reach reach;
-  bool any_mode = false;
-};
-template <class Function>
-struct Form {
-  Function routine, twin;
-  bool any_mode = false;  // rounds to nearest, whatever the rounding mode of the thread is
-};
-
-template <class Pixel>
-struct Members;
-template <>
-struct Members<VX_Pixel8> {
-  using P = VX_Pixel8;
-  static inline const std::vector<One<P>> one = {
-      {"nearest", VX_NNSample, vxref::Nearest<P>, Clipped},
-      {"straight", VX_SubpixelSample_Straight, vxref::Scalar<P>, Clipped, true},
-      {"premultiplied", VX_SubpixelSample_Premul, vxref::Premultiplied<P>, Clipped},
-      {"portable", VX_SubpixelCPlusPlus, vxref::Portable<P>, Clipped},
-      {"unclipped", VX_SubpixelSampleNoClip_Straight, vxref::Scalar<P>, UnclippedShort, true},
-      {"single precision", VX_SubpixelSampleNoClip_Straight_SSE2, vxref::SinglePrecision,
-       UnclippedShort},
-      {"portable unclipped", VX_SubpixelCPlusPlusNoClip, vxref::Portable<P>, Unclipped}};
-  static inline const std::vector<Form<VX_SampleAllInFunc<P>>> all_in = {
-      {VX_SubpixelSamplePlus_Straight, vxref::ScalarAllIn<P>, true}};
-  static inline const std::vector<Form<VX_SampleWeightedFunc<P>>> weighted = {
-      {VX_SubpixelSampleTranslateNoClip_Straight, vxref::ScalarWeighted<P>, true}};
-  static inline const std::vector<Form<VX_SampleSpanFunc<P>>> span = {
-      {VX_SubpixelSpanSampleTranslateNoClip_Straight, vxref::ScalarSpan<P>, true},
-      {VX_SubpixelSpanSampleCPlusPlus, vxref::PortableSpan<P>}};
-  static inline const std::vector<Form<VX_SampleFunc<P>>> box = {
-      {VX_AreaSample_Straight, vxref::BoxStraight<P>},
-      {VX_AreaSample_CPlusPlus<P>, vxref::BoxStraight<P>},
-      {VX_AreaSample_Premul, vxref::BoxPremultiplied<P>}};
-};
-template <>
-struct Members<VX_Pixel16> {
-  using P = VX_Pixel16;
-  static inline const std::vector<One<P>> one = {
-      {"nearest", VX_NNSample16, vxref::Nearest<P>, Clipped},
-      {"straight", VX_SubpixelSample_Straight16, vxref::Scalar<P>, Clipped, true},
-      {"premultiplied", VX_SubpixelSample_Premul16, vxref::Premultiplied<P>, Clipped},
-      {"portable", VX_SubpixelCPlusPlus16, vxref::Portable<P>, Clipped},
-      {"unclipped", VX_SubpixelSampleNoClip_Straight16, vxref::Scalar<P>, UnclippedShort, true},
-      {"portable unclipped", VX_SubpixelCPlusPlusNoClip16, vxref::Portable<P>, Unclipped}};
-  static inline const std::vector<Form<VX_SampleAllInFunc<P>>> all_in = {
-      {VX_SubpixelSamplePlus_Straight16, vxref::ScalarAllIn<P>, true}};
-  static inline const std::vector<Form<VX_SampleWeightedFunc<P>>> weighted = {
-      {VX_SubpixelSampleTranslateNoClip_Straight16, vxref::ScalarWeighted<P>, true}};
-  static inline const std::vector<Form<VX_SampleSpanFunc<P>>> span = {
-      {VX_SubpixelSpanSampleTranslateNoClip_Straight16, vxref::ScalarSpan<P>, true},
-      {VX_SubpixelSpanSampleCPlusPlus16, vxref::PortableSpan<P>}};
-  static inline const std::vector<Form<VX_SampleFunc<P>>> box = {
-      {VX_AreaSample_Straight16, vxref::BoxStraight<P>},
-      {VX_AreaSample_CPlusPlus<P>, vxref::BoxStraight<P>},
-      {VX_AreaSample_Premul16, vxref::BoxPremultiplied<P>}};
-};
-template <>
-struct Members<VX_PixelFloat> {
-  using P = VX_PixelFloat;
-  static inline const std::vector<One<P>> one = {
-      {"nearest", VX_NNSampleFloat, vxref::Nearest<P>, Clipped},
-      {"premultiplied", VX_SubpixelSample_PremulFloat, vxref::Premultiplied<P>, Clipped},
-      {"portable", VX_SubpixelCPlusPlusFloat, vxref::Portable<P>, Clipped},
-      {"portable unclipped", VX_SubpixelCPlusPlusNoClipFloat, vxref::Portable<P>, Unclipped}};
-  static inline const std::vector<Form<VX_SampleAllInFunc<P>>> all_in = {
-      {VX_SubpixelSpanSampleAllInCPlusPlusFloat, vxref::PortableAllIn}};
-  static inline const std::vector<Form<VX_SampleWeightedFunc<P>>> weighted = {
-      {VX_SubpixelSampleTranslateNoClipCPlusPlusFloat, vxref::PortableWeighted}};
-  static inline const std::vector<Form<VX_SampleSpanFunc<P>>> span = {
-      {VX_SubpixelSpanSampleCPlusPlusFloat, vxref::PortableSpan<P>}};
-  static inline const std::vector<Form<VX_SampleFunc<P>>> box = {
-      {VX_AreaSample_CPlusPlus<P>, vxref::BoxStraight<P>},
-      {VX_AreaSample_PremulFloat, vxref::BoxPremultiplied<P>}};
-};
-
-// Calls a member in one of four rounding modes if it works in any mode. The mode must stay.
-template <class Member, class... Arguments>
-VX_Err Call(const Member& member, uint32_t round, Arguments... arguments) {
-  constexpr int kModes[] = {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO};
-  const int mode = member.any_mode ? kModes[round % 4] : FE_TONEAREST;
-  std::fesetround(mode);
-  const VX_Err error = member.routine(nullptr, arguments...);
-  const int left = std::fegetround();
+// Calls work() in the rounding mode of a round, then returns to the default mode.
+template <class Work>
+void InModeOf(uint32_t round, Work work) {
+  constexpr int kModes[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
+  std::fesetround(kModes[round % 4]);
+  work();
+  EXPECT_EQ(std::fegetround(), kModes[round % 4]);
   std::fesetround(FE_TONEAREST);
-  EXPECT_EQ(left, mode);
-  return error;
-}
-
-// Returns the routine in the slot of the unclipped sampler. The host's processor record decides its
-// rule.
-const One<VX_Pixel8> SlotOfUnclipped() {
-  const bool single = U_G_CPU_DataP[U_CPU_HAS_SSE2] != 0;
-  return {"slot", VXp_G_OverFuncs.VX_SubpixelSampleNoClip_Straight,
-          single ? vxref::SinglePrecision : vxref::Scalar<VX_Pixel8>, UnclippedShort};
 }
 
 template <class Pixel>
-class Samplers : public testing::Test {};
-TYPED_TEST_SUITE(Samplers, PixelTypes, DepthNames);
+class SampleForms : public testing::Test {};
+TYPED_TEST_SUITE(SampleForms, PixelTypes, DepthNames);
 
 }  // namespace
 
-TYPED_TEST(Samplers, OnePixel) {
+// In every rounding mode. Positions are whole, close to whole, quarters, or any.
+TYPED_TEST(SampleForms, Points) {
   using Pixel = TypeParam;
-  std::vector<One<Pixel>> members = Members<Pixel>::one;
-  if constexpr (kDepth<Pixel> == 8) members.push_back(SlotOfUnclipped());
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    const Scene<Pixel> scene(round);
-    for (const One<Pixel>& member : members) {
-      SCOPED_TRACE(testing::Message() << member.name << ", round " << round);
-      auto positions = member.reach == Clipped ? scene.anywhere : scene.inside;
-      if (member.reach == UnclippedShort) {
-        positions.insert(positions.end(), scene.on_pixel.begin(), scene.on_pixel.end());
-      }
-      for (const auto& [x, y] : positions) {
-        Pixel want, got = {1, 1, 1, 1};
-        member.twin(nullptr, x, y, &scene.record, &want);
-        ASSERT_EQ(Call(member, round, x, y, &scene.record, &got), 0);
-        ASSERT_TRUE(Same(want, got, x, y, scene));
-      }
-    }
-  }
-}
-
-TYPED_TEST(Samplers, AllIn) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    const Scene<Pixel> scene(round);
-    for (const auto& member : Members<Pixel>::all_in) {
-      for (const auto& [x, y] : scene.anywhere) {
-        Pixel want, got = {1, 1, 1, 1};
-        uint8_t want_in = 7, got_in = 7;
-        member.twin(nullptr, x, y, &scene.record, &want_in, &want);
-        ASSERT_EQ(Call(member, round, x, y, &scene.record, &got_in, &got), 0);
-        ASSERT_TRUE(Same(want, got, x, y, scene)) << "round " << round;
-        ASSERT_EQ(got_in, want_in) << x << ", " << y;
-      }
-    }
-  }
-}
-
-TYPED_TEST(Samplers, GivenWeights) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    Scene<Pixel> scene(round);
-    for (const auto& member : Members<Pixel>::weighted) {
-      for (const auto& [x, y] : scene.inside) {
-        const VX_SubpixelWeights w = scene.AnyWeights();
-        Pixel want, got = {1, 1, 1, 1};
-        member.twin(nullptr, x, y, &w, &scene.record, &want);
-        ASSERT_EQ(Call(member, round, x, y, &w, &scene.record, &got), 0);
-        ASSERT_TRUE(Same(want, got, x, y, scene))
-            << w.w00 << ", " << w.w10 << ", " << w.w01 << ", " << w.w11 << ", round " << round;
-      }
-    }
-  }
-}
-
-TYPED_TEST(Samplers, Span) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    Scene<Pixel> scene(round);
-    for (const auto& member : Members<Pixel>::span) {
-      for (const auto& [x, y] : scene.inside) {
-        const int32_t count = scene.operands.Below(scene.source.world.width - (x >> 16));
-        const Pixel before = scene.operands.AnyPixel();
-        std::vector<Pixel> want(static_cast<size_t>(count) + 1, before), got = want;
-        VX_AlphaSumOf<Pixel> want_sum = 77, got_sum = 77;
-        member.twin(nullptr, count, x, y, &scene.record, &want_sum, want.data());
-        ASSERT_EQ(Call(member, round, count, x, y, &scene.record, &got_sum, got.data()), 0);
-        const int differs = FirstDifference(want, got);
-        ASSERT_EQ(differs, -1) << "of " << count << " at " << x << ", " << y << ", round " << round
-                               << Text(got[static_cast<size_t>(differs)]);
-        ASSERT_TRUE(want_sum == got_sum || (want_sum != want_sum && got_sum != got_sum))
-            << got_sum << ", not " << want_sum;
-      }
-    }
-  }
-}
-
-// A box over part of a world, all of it, and far more. Integers are exact but where the exact value
-// is so near to a half that sums in double may fall on either side; floats are exact to the last
-// place, so their alphas do not cancel here.
-TYPED_TEST(Samplers, Box) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    Scene<Pixel> scene(round);
-    if constexpr (kDepth<Pixel> == 32) {
-      scene.source.Paint([&] {
-        const auto channel = [&] { return std::abs(scene.operands.Any()); };
-        return Pixel{channel(), channel(), channel(), channel()};
-      });
-    }
-    const auto radius = [&]() -> VX_Fixed {
-      const VX_Fixed corners[] = {INT32_MIN, -1, 0, 32767, 32768, 32769, 65536, 98304, INT32_MAX};
-      const int pick = scene.operands.Below(12);
-      return pick < 9 ? corners[pick] : scene.operands.Below(7 * 65536);
+  for (uint32_t round = 0; round < 4000; ++round) {
+    Scene<Pixel> scene(round, 2);
+    const uint32_t kind = round / 4 % 8;
+    const int32_t grid = kind < 2 ? 65536 : kind == 2 ? 16384 : 1;
+    const auto position = [&](int32_t size) {
+      const VX_Fixed at = scene.Below((size - 1) * 65536) / grid * grid;
+      if (kind != 1) return at;
+      return at + (scene.Below(2) != 0 ? scene.Below(8) : 65535 - scene.Below(8));
     };
-    for (const auto& member : Members<Pixel>::box) {
-      for (size_t i = round % 5; i < scene.anywhere.size(); i += 5) {
-        const auto [x, y] = scene.anywhere[i];
-        scene.record.x_radius = radius();
-        scene.record.y_radius = radius();
-        scene.record.area = scene.operands.Between(0, 1000);
-        Pixel want, got = {1, 1, 1, 1};
-        member.twin(nullptr, x, y, &scene.record, &want);
-        ASSERT_EQ(Call(member, round, x, y, &scene.record, &got), 0);
-        if constexpr (kDepth<Pixel> == 32) {
-          const auto near = [](float a, float b) {
-            return std::abs(a - b) <= std::numeric_limits<float>::epsilon() * std::abs(b);
-          };
-          if (near(got.alpha, want.alpha) && near(got.red, want.red) &&
-              near(got.green, want.green) && near(got.blue, want.blue)) {
-            continue;
-          }
-        }
-        ASSERT_TRUE(Same(want, got, x, y, scene)) << "radii " << scene.record.x_radius << ", "
-                                                  << scene.record.y_radius << ", round " << round;
-      }
+    const auto count = static_cast<size_t>(1 + scene.Below(40));
+    std::vector<VX_Fixed> x(count), y(count);
+    for (VX_Fixed& at : x) at = position(scene.edge.world.width);
+    for (VX_Fixed& at : y) at = position(scene.edge.world.height);
+    for (const auto& form : Samplers<Pixel>::forms) {
+      std::vector<Pixel> want(count), one(count), all(count);
+      const auto each = [&](std::vector<Pixel>* out) {
+        for (size_t i = 0; i < count; ++i)
+          form.sample(nullptr, x[i], y[i], &scene.record, out->data() + i);
+      };
+      each(&want);
+      InModeOf(round, [&] {
+        each(&one);
+        form.points(scene.record, x.data(), y.data(), static_cast<int32_t>(count), all.data());
+      });
+      ASSERT_EQ(FirstDifference(form.any_mode ? want : one, one), -1) << "round " << round;
+      ASSERT_EQ(FirstDifference(one, all), -1) << "round " << round;
     }
   }
 }
 
-TEST(Samplers8, FourAtOnce) {
-  for (uint32_t round = 0; round < kRounds; ++round) {
-    Scene<VX_Pixel8> scene(round);
-    const auto& inside = scene.inside;
-    for (size_t i = 0; i < inside.size(); ++i) {
-      VX_Fixed positions[8];
-      for (size_t lane = 0; lane < 4; ++lane) {
-        const auto& [x, y] = inside[lane == 0 ? i : scene.operands.Word() % inside.size()];
-        positions[2 * lane] = x;
-        positions[2 * lane + 1] = y;
-      }
-      const VX_SubpixelWeights w = scene.AnyWeights();
-      std::vector<VX_Pixel8> want(5, {1, 2, 3, 4}), got = want;
-      vxref::Four(nullptr, positions, &scene.record, want.data());
-      for (const auto four : {VX_SubpixelSampleNoClip_Straight_4,
-                              VXp_G_OverFuncs.VX_SubpixelSampleNoClip_Straight_4}) {
-        ASSERT_EQ(four(nullptr, positions, &scene.record, got.data()), 0);
-        ASSERT_EQ(FirstDifference(want, got), -1) << "round " << round << ", position " << i;
-      }
-      vxref::FourWeighted(nullptr, positions, &w, &scene.record, want.data());
-      for (const auto four : {VX_SubpixelSampleTranslateNoClip_Straight_4,
-                              VXp_G_OverFuncs.VX_SubpixelSampleTranslateNoClip_Straight_4}) {
-        ASSERT_EQ(four(nullptr, positions, &w, &scene.record, got.data()), 0);
-        ASSERT_EQ(FirstDifference(want, got), -1) << "round " << round << ", position " << i;
-      }
+// A span of more pixels than one tile: the pixels of the sampler, and the sum of their alphas.
+TYPED_TEST(SampleForms, LongSpans) {
+  using Pixel = TypeParam;
+  for (uint32_t round = 0; round < 60; ++round) {
+    EdgeWorld<Pixel> edge(700, 2, 0, true, round);
+    std::mt19937 random(round);
+    const Pixel one = GuardedWorld<Pixel>::RandomPixel(random);
+    int32_t left = 290;  // pixels of one alpha
+    edge.Paint([&] {
+      Pixel p = GuardedWorld<Pixel>::RandomPixel(random);
+      if (left-- > 0 || round % 2 == 0) p.alpha = one.alpha;
+      return p;
+    });
+    VX_SampPB record{};
+    record.src = &edge.world;
+    const auto x = static_cast<VX_Fixed>(random() % 65536);
+    const auto y = static_cast<VX_Fixed>(random() % 65536);
+    std::vector<Pixel> want(699), got(699);
+    VX_AlphaSumOf<Pixel> want_sum = 77, got_sum = 77;
+    for (int32_t i = 0; i < 699; ++i) {
+      Pixel* const out = &want[static_cast<size_t>(i)];
+      Samplers<Pixel>::forms[0].sample(nullptr, x + i * 65536, y, &record, out);
+      want_sum += out->alpha;
+    }
+    const bool any_mode = Samplers<Pixel>::forms[0].any_mode;
+    InModeOf(any_mode ? round : 0,
+             [&] { Samplers<Pixel>::span(nullptr, 699, x, y, &record, &got_sum, got.data()); });
+    ASSERT_EQ(FirstDifference(want, got), -1) << "round " << round;
+    EXPECT_EQ(want_sum, got_sum) << "round " << round;
+  }
+}
+
+// Positions ascend: outside, at the border, whole, repeated, or with the steps of a reduction to
+// one half.
+TYPED_TEST(SampleForms, Rows) {
+  using Pixel = TypeParam;
+  for (uint32_t round = 0; round < 4000; ++round) {
+    Scene<Pixel> scene(round, 1);
+    const auto position = [&] {
+      return (scene.Below(14) - 2) * 65536 + (scene.Below(3) == 0 ? 0 : scene.Below(65536));
+    };
+    const auto radius = [&] {
+      return scene.Below(8) == 0 ? scene.Below(60 * 65536) : 20000 + scene.Below(200000);
+    };
+    const bool halves = scene.Below(3) == 0;
+    scene.record.x_radius = halves ? 65536 : radius();
+    scene.record.y_radius = halves ? 65536 : radius();
+    const VX_Fixed y = halves ? scene.Below(14) * 65536 - 32768 : position();
+    VX_Fixed at = halves ? -65536 * scene.Below(3) - 32768 : position() - 65536;
+    std::vector<VX_Fixed> x;
+    const int32_t count = round % 50 == 0 ? 600 : 30;  // more than one tile
+    for (int32_t i = 0; i < count; ++i) {
+      x.push_back(at);
+      at += halves ? 131072 : scene.Below(4) == 0 ? 0 : scene.Below(count == 30 ? 100000 : 3000);
+      if (!halves && scene.Below(6) == 0) at = (at + 65535) & ~65535;
+    }
+    for (const auto sample : Samplers<Pixel>::rows) {
+      std::vector<Pixel> want(x.size()), got(x.size());
+      InModeOf(round, [&] {
+        for (size_t i = 0; i < x.size(); ++i) sample(nullptr, x[i], y, &scene.record, &want[i]);
+        VXp_RowForm<Pixel>(sample)(scene.record, x.data(), count, y,
+                                   reinterpret_cast<char*>(got.data()));
+      });
+      const int differs = FirstDifference(want, got);
+      ASSERT_EQ(differs, -1) << "round " << round << " at " << x[static_cast<size_t>(differs)]
+                             << "," << y;
     }
   }
 }
 
-TEST(Samplers8, Weights) {
-  for (uint32_t i = 0; i < 1u << 18; ++i) {
-    const uint32_t word = i * 2654435761u;
-    VX_SubpixelWeights want, got;
-    vxref::ComputeWeight(static_cast<uint16_t>(word), static_cast<uint16_t>(word >> 16), &want);
-    ASSERT_EQ(VX_SubpixelSampleComputeWeight(static_cast<uint16_t>(word),
-                                             static_cast<uint16_t>(word >> 16), &got),
-              0);
-    ASSERT_EQ(std::memcmp(&want, &got, sizeof got), 0) << word;
+// --- the library's own forms are used only if all slots hold its own samplers --------------------
+
+template <class Pixel>
+void CheckOwnPoints(VX_Err (*get)(VX_SamplerSet<Pixel>*)) {
+  VX_SamplerSet<Pixel> set;
+  ASSERT_EQ(get(&set), 0);
+  EXPECT_NE(VXp_OwnPoints(set), nullptr);
+  void (*const other)() = [] {};
+  for (size_t member = 0; member < sizeof set / sizeof other; ++member) {
+    VX_SamplerSet<Pixel> replaced = set;
+    std::memcpy(reinterpret_cast<char*>(&replaced) + member * sizeof other, &other, sizeof other);
+    EXPECT_EQ(VXp_OwnPoints(replaced), nullptr) << "member " << member;
   }
+  auto& slot = VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight;
+  const auto kept =
+      std::exchange(slot, [](uint16_t, uint16_t, VX_SubpixelWeights*) -> VX_Err { return 0; });
+  EXPECT_EQ(VXp_OwnPoints(set), nullptr);
+  slot = kept;
+}
+
+TEST(SampleFormsChoice, EverySlotCounts) {
+  CheckOwnPoints(VX_GetSamplerSet8);
+  CheckOwnPoints(VX_GetSamplerSet16);
+  VX_SamplerSet<VX_Pixel8> set;
+  ASSERT_EQ(VX_GetSamplerSet8(&set), 0);
+  set.unclipped = VX_SubpixelSampleNoClip_Straight;
+  EXPECT_EQ(VXp_OwnPoints(set), VXp_StraightPoints<VX_Pixel8>);
+  set.unclipped = VX_SubpixelSampleNoClip_Straight_SSE2;
+  EXPECT_EQ(VXp_OwnPoints(set), VXp_SinglePoints);
+  EXPECT_EQ(VXp_RowForm<VX_Pixel8>(VX_NNSample), nullptr);
+}
+
+// --- boxes over NaN ------------------------------------------------------------------------------
+
+// Only pixels inside the box change the average.
+TEST(SamplerValues, BoxOverNaN) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  EdgeWorld<VX_PixelFloat> source(4, 1, 0, true, 1);
+  source.Set(0, 0, {1, 0.25f, 0.5f, 2});
+  source.Set(1, 0, {1, 0.75f, -0.5f, 4});
+  source.Set(2, 0, {nan, nan, 1, 1});
+  source.Set(3, 0, {-1, 1, 1, 1});
+  VX_SampPB record = {};
+  record.src = &source.world;
+  record.x_radius = 65536;
+  VX_PixelFloat p;
+  VX_AreaSample_CPlusPlus<VX_PixelFloat>(nullptr, 32768, 0, &record, &p);
+  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{1, 0.5f, 0, 3})) << Text(p);
+  VX_AreaSample_CPlusPlus<VX_PixelFloat>(nullptr, 98304, 0, &record, &p);
+  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{nan, nan, nan, nan})) << Text(p);
+  VX_AreaSample_PremulFloat(nullptr, 98304, 0, &record, &p);
+  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{nan, nan, 0.25f, 2.5f})) << Text(p);
+  source.Set(2, 0, {1, 1, 1, 1});  // alphas with the sum 0
+  VX_AreaSample_CPlusPlus<VX_PixelFloat>(nullptr, 163840, 0, &record, &p);
+  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{})) << Text(p);
+}
+
+// --- sets ----------------------------------------------------------------------------------------
+
+// Sets and batches consist of pointers only.
+template <class Record>
+bool SameMembers(const Record& a, const Record& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+TEST(SamplerSets, HoldThePresentSlots) {
+  auto& table = VXp_G_OverFuncs;
+  VX_SamplerSet<VX_Pixel8> set8;
+  VX_SamplerSet<VX_Pixel16> set16;
+  VX_SamplerSet<VX_PixelFloat> unit;
+  const auto kept = std::exchange(table.VX_SubpixelSample_Straight, VX_NNSample);
+  EXPECT_EQ(VX_GetSamplerSet8(&set8), 0);
+  table.VX_SubpixelSample_Straight = kept;
+  EXPECT_EQ(VX_GetSamplerSet16(&set16), 0);
+  EXPECT_EQ(VX_GetSamplerSetFloat(&unit), 0);
+  EXPECT_TRUE(SameMembers(
+      set8, {VX_SubpixelSamplePlus_Straight, VX_NNSample, VX_AreaSample_Straight,
+             table.VX_SubpixelSampleNoClip_Straight, VX_SubpixelSampleTranslateNoClip_Straight,
+             VX_SubpixelSpanSampleTranslateNoClip_Straight}));
+  EXPECT_TRUE(SameMembers(set16, {VX_SubpixelSamplePlus_Straight16, VX_SubpixelSample_Straight16,
+                                  VX_AreaSample_Straight16, VX_SubpixelSampleNoClip_Straight16,
+                                  VX_SubpixelSampleTranslateNoClip_Straight16,
+                                  VX_SubpixelSpanSampleTranslateNoClip_Straight16}));
+  EXPECT_TRUE(SameMembers(
+      unit, {VX_SubpixelSpanSampleAllInCPlusPlusFloat, VX_SubpixelCPlusPlusFloat,
+             VX_AreaSample_CPlusPlus<VX_PixelFloat>, VX_SubpixelCPlusPlusNoClipFloat,
+             VX_SubpixelSampleTranslateNoClipCPlusPlusFloat, VX_SubpixelSpanSampleCPlusPlusFloat}));
+  EXPECT_EQ(VX_GetSamplerSet8(nullptr), 3);
+  EXPECT_EQ(VX_GetSamplerSet16(nullptr), 3);
+  EXPECT_EQ(VX_GetSamplerSetFloat(nullptr), 3);
+}
+
+// `want`: draft, premultiplied and straight. Only the first bit of the flags is read.
+template <class Pixel>
+void CheckBatches(VX_Err (*get)(int32_t, int32_t, VX_SamplerBatch<Pixel>*),
+                  const VX_SamplerBatch<Pixel> (&want)[3]) {
+  for (int32_t flags : {0, 1, 2, 3}) {
+    VX_SamplerBatch<Pixel> draft, high;
+    EXPECT_EQ(get(VX_Quality_Draft, flags, &draft), 0);
+    EXPECT_EQ(get(VX_Quality_High, flags, &high), 0);
+    EXPECT_TRUE(SameMembers(draft, want[0])) << "flags " << flags;
+    EXPECT_TRUE(SameMembers(high, want[1 + flags % 2])) << "flags " << flags;
+  }
+  EXPECT_EQ(get(VX_Quality_High, 1, nullptr), 3);
+}
+
+TEST(SamplerSets, BatchesByQualityAndAlpha) {
+  CheckBatches<VX_Pixel8>(VX_GetSamplerBatch8,
+                          {{VX_NNSample, VX_NNSample, VX_NNSample},
+                           {VX_NNSample, VX_SubpixelSample_Premul, VX_AreaSample_Premul},
+                           {VX_NNSample, VX_SubpixelSample_Straight, VX_AreaSample_Straight}});
+  CheckBatches<VX_Pixel16>(
+      VX_GetSamplerBatch16,
+      {{VX_NNSample16, VX_NNSample16, VX_NNSample16},
+       {VX_NNSample16, VX_SubpixelSample_Premul16, VX_AreaSample_Premul16},
+       {VX_NNSample16, VX_SubpixelSample_Straight16, VX_AreaSample_Straight16}});
+  CheckBatches<VX_PixelFloat>(
+      VX_GetSamplerBatchFloat,
+      {{VX_NNSampleFloat, VX_NNSampleFloat, VX_NNSampleFloat},
+       {VX_NNSampleFloat, VX_SubpixelSample_PremulFloat, VX_AreaSample_PremulFloat},
+       {VX_NNSampleFloat, VX_SubpixelCPlusPlusFloat, VX_AreaSample_CPlusPlus<VX_PixelFloat>}});
 }

@@ -10,18 +10,18 @@
 #include "../PixelTestKit.h"
 #include "VX/VX_OverrideTable.h"
 
-// Pixels in rows that may be further apart than the world is wide.
+// A world and its pixels.
 template <class Pixel>
 struct Picture {
-  Picture(int32_t width, int32_t height, const Pixel& color = {}, int32_t gap = 0)
-      : stride(width + gap), pixels(static_cast<size_t>(stride * height), color) {
+  Picture(int32_t width, int32_t height, const Pixel& color = {})
+      : pixels(static_cast<size_t>(width * height), color) {
     world.width = width;
     world.height = height;
-    world.rowbytes = stride * static_cast<int32_t>(sizeof(Pixel));
+    world.rowbytes = width * static_cast<int32_t>(sizeof(Pixel));
     world.data = pixels.data();
     VXp_SetWorldDepth(&world, kDepth<Pixel>);
   }
-  Picture(const Picture& other) : stride(other.stride), pixels(other.pixels), world(other.world) {
+  Picture(const Picture& other) : pixels(other.pixels), world(other.world) {
     world.data = pixels.data();
   }
   // For pictures of one size.
@@ -30,19 +30,26 @@ struct Picture {
     return *this;
   }
 
-  Pixel& At(int32_t x, int32_t y) { return pixels[static_cast<size_t>(y * stride + x)]; }
+  Pixel& At(int32_t x, int32_t y) { return pixels[static_cast<size_t>(y * world.width + x)]; }
   bool operator==(const Picture& other) const { return FirstDifference(pixels, other.pixels) < 0; }
 
-  int32_t stride;
   std::vector<Pixel> pixels;
   VX_LayerDef world{};
 };
 
+// Channels are 0 to full scale. Unless opaque, alphas are 0, full scale or any.
 template <class Pixel>
-Picture<Pixel> RandomPicture(int32_t width, int32_t height, uint32_t salt) {
+Picture<Pixel> RandomPicture(int32_t width, int32_t height, uint32_t salt, bool opaque = false) {
   Picture<Pixel> picture(width, height);
-  Operands<Pixel> operands(salt);
-  for (Pixel& p : picture.pixels) p = operands.AnyPixel();
+  Operands<Pixel> o(salt);
+  const auto any = [&] {
+    return static_cast<VX_ChannelOf<Pixel>>(o.Below(257) / 256.0 * kFull<Pixel>);
+  };
+  for (Pixel& p : picture.pixels) {
+    p = {any(), any(), any(), any()};
+    if (opaque || o.Below(3) == 0) p.alpha = kFull<Pixel>;
+    if (!opaque && o.Below(8) == 0) p.alpha = 0;
+  }
   return picture;
 }
 

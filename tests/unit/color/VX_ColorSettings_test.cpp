@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "color/VXp_Utf16.h"
-#include "unit/host_default/ColorKit.h"
+#include "unit/ColorKit.h"
 
 namespace {
 

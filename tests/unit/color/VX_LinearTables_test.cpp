@@ -7,8 +7,8 @@
 #include "VX/VX_ColorSettings.h"
 #include "VX/VX_Transfer.h"
 #include "reference/RefTables.h"
+#include "unit/ColorKit.h"
 #include "unit/PixelTestKit.h"
-#include "unit/host_default/ColorKit.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <random>
 
-#include "ColorKit.h"
 #include "host/VXHost.h"
+#include "unit/ColorKit.h"
 
 using namespace colorkit;
 

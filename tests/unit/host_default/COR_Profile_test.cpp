@@ -11,7 +11,7 @@
 #include <fstream>
 #include <thread>
 
-#include "ColorKit.h"
+#include "unit/ColorKit.h"
 
 using namespace colorkit;
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "ColorKit.h"
+#include "unit/ColorKit.h"
 
 using namespace colorkit;
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <set>
 
-#include "ColorKit.h"
+#include "unit/ColorKit.h"
 
 using namespace colorkit;
 

@@ -1,12 +1,13 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-#include "CommandLine.h"
+// Parses the arguments of the command by the lists of options of the verbs.
 
 #include <CLI/CLI.hpp>
 #include <cctype>
 #include <iostream>
 
-#include "Errors.h"
+#include "Console.h"
+#include "Verbs.h"
 
 namespace vxcli {
 

@@ -8,7 +8,12 @@
 #include <atomic>
 #include <cstdio>
 #include <iostream>
+#include <new>
 #include <nlohmann/json.hpp>
+
+#include "VXIO/VXIO_Picture.h"
+#include "host/COR.h"
+#include "host/VXHost.h"
 
 namespace vxcli {
 
@@ -30,7 +35,49 @@ std::string Dump(const nlohmann::ordered_json& json) {
   return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
+// The reports of the host on this thread, or else the report of the library, or else the meaning of
+// the code; with the code. Discards the reports of the host.
+std::string TextOfCode(VX_Err code, const std::string& own_report = {}) {
+  std::string text;
+  for (const VXHost_Report& report : VXHost_TakeReports()) {
+    if (report.text.empty()) continue;
+    if (!text.empty()) text += "; ";
+    text += report.text;
+  }
+  if (text.empty()) text = own_report;
+  const char* meaning = "failed";
+  switch (code) {
+    case VX_ErrBadParameter: meaning = "bad argument or failed check"; break;
+    case VX_ErrOutOfMemory: meaning = "out of memory; use smaller pictures or a lower depth"; break;
+    case VX_ErrUnsupported: meaning = "unsupported"; break;
+    case VX_ErrVersion: meaning = "the library is of another version than the command"; break;
+    case VX_ErrStopped: meaning = "stopped"; break;
+    default: meaning = COR_QCE_StatusText(code); break;
+  }
+  return (text.empty() ? meaning : text) + " (code " + std::to_string(code) + ")";
+}
+
 }  // namespace
+
+Failure Describe(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const DescribedFailure& described) {
+    return {described.exit_code(), described.what()};
+  } catch (const UsageError& usage) {
+    return {kUsage, usage.what()};
+  } catch (const VXIO_Error& io) {
+    return {io.kind() == VXIO_ErrorKind::Input ? kInput : kOutput, io.what()};
+  } catch (const vx::Error& library) {
+    return {kInternal, TextOfCode(static_cast<VX_Err>(library.code()), library.report())};
+  } catch (VX_Err code) {
+    return {kInternal, TextOfCode(code)};
+  } catch (const std::bad_alloc&) {
+    return {kInternal, TextOfCode(VX_ErrOutOfMemory)};
+  } catch (const std::exception& other) {
+    return {kInternal, std::string("internal error: ") + other.what()};
+  }
+}
 
 void Warn(const std::vector<std::string>& warnings) {
   for (const std::string& warning : warnings) Line("vx: warning: " + warning);
@@ -49,8 +96,6 @@ const std::vector<std::string>& ProgressStyles() {
 
 Progress::Progress(Style style) : style_(style) {
   if (style_ == Auto) style_ = isatty(STDERR_FILENO) ? Bar : None;
-  info_.progress_func = &Progress::Poll;
-  info_.progress_refcon = this;
 }
 
 Progress::~Progress() { ClearBar(); }
@@ -67,11 +112,6 @@ void Progress::Begin(int index, int count, const std::string& what) {
     Line(Dump(event));
   }
   Show(0);
-}
-
-VX_Err Progress::Poll(void* refcon, int32_t step, int32_t final_step) {
-  static_cast<Progress*>(refcon)->Show(final_step > 0 ? static_cast<double>(step) / final_step : 0);
-  return VX_Ok;
 }
 
 void Progress::Show(double fraction) {
@@ -125,9 +165,7 @@ void RunWith(Progress* progress, const std::function<void()>& work) {
   } catch (...) {
     const Failure failure = Describe(std::current_exception());
     progress->Failed(failure.exit_code, failure.text);
-    // Describe took the reports of the library, so their text must be in the exception.
-    if (failure.exit_code == kInternal) throw LibraryError(failure.text);
-    throw;
+    throw DescribedFailure(failure);
   }
 }
 

@@ -63,9 +63,9 @@ class JobFrame {
   VXIO_Picture Read(size_t input, int32_t depth = 0, VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
   // Writes the output with the metadata of `model` and, if `model` has alpha, with alpha.
-  void Write(const VX_LayerDef& world, const VXIO_Picture& model);
+  void Write(vx::AnyConstView picture, const VXIO_Picture& model);
   // Writes the output with options of the verb; clobber and strict are set here.
-  void Write(const VX_LayerDef& world, VXIO_WriteOptions options);
+  void Write(vx::AnyConstView picture, VXIO_WriteOptions options);
 
   // Print a line that begins with the name of the first input, or of the output if there is no
   // input. Under --strict a warning throws, so call Warn before Write.
@@ -77,8 +77,8 @@ class JobFrame {
   // Prints a line on the standard output, in the order of the frames; nothing under --json.
   void Print(const std::string& line);
 
-  // For calls of the library; null if no progress of a frame is shown.
-  VX_ProgressInfo* Progress();
+  // For operations; empty if no progress of a frame is shown.
+  vx::Progress Progress();
 
   // The record of this frame for --json. "frame", "status", "inputs" and "output" are added later.
   nlohmann::ordered_json& Record();

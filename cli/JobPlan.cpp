@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-#include "JobPlan.h"
+#include "JobRun.h"
 
 #include <algorithm>
 #include <climits>

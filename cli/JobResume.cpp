@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-#include "JobResume.h"
+#include "JobRun.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -16,14 +16,13 @@
 #include <sstream>
 #include <vector>
 
-#include "VXIO/VXIO_Picture.h"
-
 namespace vxcli {
 
 namespace {
 
 constexpr size_t kBlock = 1 << 20;
-constexpr size_t kStaleLines = 1000;  // more than this and half of all: the record is tidied
+// A file with more lines than this, most of them outdated, is compacted.
+constexpr size_t kCompactLines = 1000;
 
 std::string Hex(const XXH128_hash_t& hash) {
   char text[33];
@@ -81,12 +80,12 @@ ResumeStore::ResumeStore(const std::string& output, Access access) {
       throw VXIO_Error(VXIO_ErrorKind::Output, path_ + ": cannot be written: " + strerror(errno) +
                                                    "; --resume keeps its record there");
     }
-    // Held while the run goes on, so that no other run tidies the file away from under it. File
-    // systems without locks never tidy.
+    // Held during the whole run, so that no other run replaces the file. On file systems without
+    // locks the file is never compacted.
     static_cast<void>(flock(descriptor_, LOCK_SH));
   }
   Load();
-  if (descriptor_ >= 0 && lines_ > kStaleLines && lines_ > 2 * entries_.size()) Tidy();
+  if (descriptor_ >= 0 && lines_ > kCompactLines && lines_ > 2 * entries_.size()) Compact();
 }
 
 ResumeStore::~ResumeStore() {
@@ -97,7 +96,7 @@ void ResumeStore::Load() {
   std::ifstream file(path_, std::ios::binary);
   std::string line;
   while (std::getline(file, line)) {
-    torn_ = file.eof();
+    incomplete_ = file.eof();
     ++lines_;
     std::istringstream words(line);
     std::string form, check;
@@ -110,18 +109,18 @@ void ResumeStore::Load() {
   }
 }
 
-// Puts a record of the lines that count in place of the file, when no other run has it open.
-void ResumeStore::Tidy() {
+// Replaces the file by its valid, latest lines, unless another run has it open.
+void ResumeStore::Compact() {
   if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) return;
   std::string text;
   for (const auto& [frame, entry] : entries_) text += Line(frame, entry.made_from, entry.written);
   VXIO_WriteText(path_, text);
-  const int fresh = open(path_.c_str(), O_RDWR | O_APPEND | O_CLOEXEC);
-  if (fresh < 0) return;
+  const int reopened = open(path_.c_str(), O_RDWR | O_APPEND | O_CLOEXEC);
+  if (reopened < 0) return;
   close(descriptor_);
-  descriptor_ = fresh;
+  descriptor_ = reopened;
   static_cast<void>(flock(descriptor_, LOCK_SH));
-  torn_ = false;
+  incomplete_ = false;
 }
 
 bool ResumeStore::IsDone(int64_t frame, const std::string& made_from,
@@ -136,9 +135,9 @@ bool ResumeStore::IsDone(int64_t frame, const std::string& made_from,
 bool ResumeStore::Add(int64_t frame, const std::string& made_from, const std::string& output) {
   std::string line = Line(frame, made_from, FingerprintOfFile(output));
   std::lock_guard lock(mutex_);
-  if (torn_) line = "\n" + line;
-  torn_ = !WriteAll(descriptor_, line);
-  return !torn_;
+  if (incomplete_) line = "\n" + line;
+  incomplete_ = !WriteAll(descriptor_, line);
+  return !incomplete_;
 }
 
 }  // namespace vxcli

@@ -12,7 +12,6 @@
 #include <system_error>
 #include <thread>
 
-#include "JobResume.h"
 #include "VX/VX_Package.h"
 #include "VXIO/VXIO_Sequence.h"
 #include "Verbs.h"
@@ -299,7 +298,7 @@ int Runner::Conclude() {
     for (int64_t number : numbers) list += std::to_string(number) + "\n";
     VXIO_WriteText(options_.failed_list, list);
   }
-  if (result.exit_code != kDone) throw CarriedFailure(result);
+  if (result.exit_code != kDone) throw DescribedFailure(result);
   return kDone;
 }
 

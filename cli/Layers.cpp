@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "Layers.h"
 
-#include "Errors.h"
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "Console.h"
 
 namespace vxcli {
 
@@ -16,9 +19,55 @@ const std::vector<std::string>& MaskUses() {
   return uses;
 }
 
+std::string SizeText(const VX_LayerDef& picture) {
+  return std::to_string(picture.width) + " x " + std::to_string(picture.height);
+}
+
+// Prints a note if a mask or matte does not have the size of the picture that it belongs to. Both
+// kinds of uses are inverse if their number is odd.
+void NoteSize(const std::string& file, const std::string& kind, const std::string& whose,
+              const VX_World& weights, const VX_World& picture, int32_t use) {
+  if (weights.width == picture.width && weights.height == picture.height) return;
+  Note(file + ": " + kind + " is " + SizeText(weights) + ", " + whose + " " + SizeText(picture) +
+       "; outside of the " + kind + " it counts as " + (use & 1 ? "full" : "0"));
+}
+
+// The matte of a picture at another size, with the corner of the picture at (0, 0). Outside of the
+// picture it is 0, or full scale for the inverse uses.
+vx::MaskBuffer MatteOfSize(const VX_World& picture, vx::Matte use, int32_t width, int32_t height) {
+  vx::MaskBuffer own = vx::matte(picture, use);
+  if (own.width() == width && own.height() == height) return own;
+  vx::MaskBuffer matte(width, height, own.depth());
+  matte.fill(static_cast<int32_t>(use) & 1 ? 1 : 0);
+  Check(VX_AccumulateUnoBuffers(nullptr, own.buffer(), VX_UnoAccumulate_Replace, nullptr, nullptr,
+                                matte.buffer()));
+  return matte;
+}
+
 }  // namespace
 
-const char* MaskUseName(int32_t use) { return MaskUses()[static_cast<size_t>(use)].c_str(); }
+const std::vector<std::string>& MatteUses() {
+  static const std::vector<std::string> uses = {"alpha", "inverse-alpha", "luma", "inverse-luma",
+                                                "red",   "green",         "blue"};
+  return uses;
+}
+
+const std::vector<std::string>& FeatherKinds() {
+  static const std::vector<std::string> kinds = {"box", "soft", "gaussian"};
+  return kinds;
+}
+
+void CheckFeather(const FeatherSettings& feather) {
+  if (feather.kind && !feather.radius) {
+    throw UsageError("--feather-kind: has no effect without --feather R");
+  }
+}
+
+void Soften(const FeatherSettings& feather, const vx::Progress& progress, vx::MaskBuffer* matte) {
+  const double radius = feather.radius.value_or(0);
+  if (radius == 0) return;
+  vx::feather(*matte, {radius, feather.kind.value_or(vx::Feather::soft), progress});
+}
 
 OptionList DrawOptionList(DrawOptions* to) {
   const auto at = [](const std::string& option, const std::string& text) {
@@ -30,16 +79,16 @@ OptionList DrawOptionList(DrawOptions* to) {
           .Default("in-front"),
       Option{"--opacity", "NUMBER", Number(&to->opacity, 0, 1), "%r"}.Default("1"),
       Option{"--seed", "NUMBER", Integer(&to->seed, INT32_MIN, INT32_MAX),
-             "Of the random pattern of dissolve, 32 bits"}
+             "Seed of the random pattern of dissolve, 32 bits"}
           .Default("0"),
       {"--keep-alpha", "", Flag(&to->keep_alpha), "Leave the alpha below as it is"},
-      Option{"--mask", "FILE", Text(&to->mask), "Picture whose pixels weight the layer's"}.For(
-          Decides::Contents),
+      Option{"--mask", "FILE", Text(&to->mask), "Picture whose pixels weight those of the layer"}
+          .For(Decides::Contents),
       Option{"--mask-use", "WHAT", Choice(&to->mask_use, MaskUses()), "%r"}.Without(
           "alpha, or luma when the mask has no alpha"),
       Option{"--mask-at", "X,Y", Parsed(&to->mask_at, at),
-             "Where the mask's corner lies on the background; outside of it the mask counts as 0, "
-             "inverse uses as full"}
+             "Position of the mask's corner on the background; outside of it the mask counts as 0, "
+             "for inverse uses as full"}
           .Without("0,0"),
       Option{"--matte", "FILE", Text(&to->matte),
              "Picture that the layer's alpha is multiplied by before it is drawn; the upper left "
@@ -68,7 +117,7 @@ OptionList LayerOptionList(LayerOptions* to) {
                                   "Picture to draw; repeat it for more layers"}
                                .For(Decides::Contents),
                            Option{"--at", "X,Y", Parsed(&to->at, at),
-                                  "Where its corner lands; may be negative"}
+                                  "Position of its corner on the background; may be negative"}
                                .Default("0,0"),
                            Option{"--rect", "L,T,R,B", Parsed(&to->rect, ParseRect),
                                   "Draw only this area of it; --at places the area's corner"}
@@ -80,14 +129,94 @@ OptionList LayerOptionList(LayerOptions* to) {
 void CheckDrawOptions(const DrawOptions& options) {
   CheckFeather(options.feather);
   if (options.matte.empty() && (options.matte_use || options.feather.radius)) {
-    throw UsageError("--matte-use, --feather: mean nothing without --matte FILE");
+    throw UsageError("--matte-use, --feather: have no effect without --matte FILE");
   }
   if (options.mask.empty() && (options.mask_use || options.mask_at)) {
-    throw UsageError("--mask-use, --mask-at: mean nothing without --mask FILE");
+    throw UsageError("--mask-use, --mask-at: have no effect without --mask FILE");
   }
-  if (options.mask.empty() && options.mode.number == VX_Xfer_MaskMix) {
+  if (options.mask.empty() && options.mode == vx::Mode::mask_mix) {
     throw UsageError("--mode mask-mix: needs --mask FILE, whose values mix the two pictures");
   }
+}
+
+// --- pictures ------------------------------------------------------------------------------------
+
+LayerInputs AddInputs(const std::string& file, const DrawOptions& options,
+                      std::vector<std::string>* inputs) {
+  LayerInputs added{inputs->size()};
+  inputs->push_back(file);
+  if (!options.mask.empty()) {
+    added.mask = inputs->size();
+    inputs->push_back(options.mask);
+  }
+  if (!options.matte.empty()) {
+    added.matte = inputs->size();
+    inputs->push_back(options.matte);
+  }
+  return added;
+}
+
+std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInputs>& layers) {
+  std::vector<int32_t> depths;
+  if (layers.at(0).file > 0) depths.push_back(VXIO_ReadInfo(frame.Input(0)).depth);
+  for (const LayerInputs& layer : layers) {
+    depths.push_back(VXIO_ReadInfo(frame.Input(layer.file)).depth);
+    for (const size_t weight : {layer.mask, layer.matte}) {
+      if (weight == 0) continue;
+      VXIO_ReadInfo(frame.Input(weight));
+      depths.push_back(0);
+    }
+  }
+  return depths;
+}
+
+int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& layer, int32_t depth) {
+  const auto twice = [&](size_t input) {
+    return 2 * BytesOfWorld(infos[input].width, infos[input].height, depth);
+  };
+  return twice(layer.file) +
+         std::max(layer.mask ? twice(layer.mask) : 0, layer.matte ? twice(layer.matte) : 0);
+}
+
+nlohmann::ordered_json RecordOf(const std::string& file, const DrawOptions& options) {
+  return {{"file", file},
+          {"mode", vx::name(options.mode)},
+          {"mode_number", static_cast<int32_t>(options.mode)},
+          {"opacity", options.opacity}};
+}
+
+vx::Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& below, JobFrame* frame,
+                  VXIO_WorldPtr* picture, nlohmann::ordered_json* record) {
+  VXIO_Picture read = frame->Read(input);
+  const std::string& file = frame->Input(input);
+  const int32_t depth = below.Depth(), own = read.world->Depth();
+  if (own != depth) {
+    Note(file + ": mask converted from " + std::to_string(own) + " to " + std::to_string(depth) +
+         " bits a channel, the depth of its layer");
+  }
+  *picture = VXIO_ConvertDepth(std::move(read.world), depth);
+  const vx::MaskUse use =
+      options.mask_use.value_or(read.has_alpha ? vx::MaskUse::alpha : vx::MaskUse::luma);
+  NoteSize(file, "mask", "the background", **picture, below, static_cast<int32_t>(use));
+  (*record)["mask"] = file;
+  (*record)["mask_use"] = MatteUses()[static_cast<size_t>(use)];
+  return {**picture, options.mask_at.value_or(vx::Point{}), use};
+}
+
+void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_World* world,
+                nlohmann::ordered_json* record) {
+  const std::string& file = frame->Input(input);
+  const VXIO_Picture picture = frame->Read(input, world->Depth());
+  const vx::Matte use =
+      options.matte_use.value_or(picture.has_alpha ? vx::Matte::alpha : vx::Matte::luma);
+  NoteSize(file, "matte", "its layer", *picture.world, *world, static_cast<int32_t>(use));
+  Named(file, [&] {
+    vx::MaskBuffer matte = MatteOfSize(*picture.world, use, world->width, world->height);
+    Soften(options.feather, frame->Progress(), &matte);
+    vx::merge(*world, matte, {.progress = frame->Progress()});
+  });
+  (*record)["matte"] = file;
+  (*record)["matte_use"] = MatteUses()[static_cast<size_t>(use)];
 }
 
 }  // namespace vxcli

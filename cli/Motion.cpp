@@ -4,11 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <span>
-
-#include "Errors.h"
-#include "VX/VX_CallbackBlock.h"
 
 namespace vxcli {
 
@@ -17,52 +13,46 @@ namespace {
 constexpr size_t kMatrixNumbers = 9;
 constexpr int32_t kFewestSamples = 16, kDefaultMostSamples = 128, kDraftSamples = 8;
 
-// --- the way between two places ------------------------------------------------------------------
+// --- the path between two places -----------------------------------------------------------------
 
-VX_TransformParts PartsOf(const Place& place, int32_t width, int32_t height) {
-  VX_TransformParts parts = place.parts;
+vx::TransformParts PartsOf(const Place& place, int32_t width, int32_t height) {
+  vx::TransformParts parts = place.parts;
   parts.anchor_x = place.anchor ? place.anchor->first : (width - 1) / 2.0;
   parts.anchor_y = place.anchor ? place.anchor->second : (height - 1) / 2.0;
   return parts;
 }
 
-VX_TransformParts Between(const VX_TransformParts& a, const VX_TransformParts& b, double way) {
-  const auto mix = [&](double VX_TransformParts::*part) {
-    return std::lerp(a.*part, b.*part, way);
+vx::TransformParts Between(const vx::TransformParts& a, const vx::TransformParts& b, double share) {
+  const auto mix = [&](double vx::TransformParts::*part) {
+    return std::lerp(a.*part, b.*part, share);
   };
-  using P = VX_TransformParts;
+  using P = vx::TransformParts;
   return {mix(&P::anchor_x), mix(&P::anchor_y),    mix(&P::scale_x),
           mix(&P::scale_y),  mix(&P::skew_x),      mix(&P::skew_y),
           mix(&P::rotation), mix(&P::translate_x), mix(&P::translate_y)};
 }
 
-// A motion as far as the shutter is open.
-class Way {
+// The part of a motion during which the shutter is open.
+class Path {
  public:
-  Way(const Motion& motion, double share, int32_t width, int32_t height)
+  Path(const Motion& motion, double share, int32_t width, int32_t height)
       : by_matrix_(motion.start.matrix || motion.end->matrix),
         share_(share),
         from_(PartsOf(motion.start, width, height)),
         to_(PartsOf(*motion.end, width, height)) {
-    Check(VX_MatrixOfParts(&from_, &first_), "transform");
-    Check(VX_MatrixOfParts(&to_, &last_), "transform");
-    if (motion.start.matrix) first_ = *motion.start.matrix;
-    if (motion.end->matrix) last_ = *motion.end->matrix;
+    first_ = motion.start.matrix.value_or(vx::matrix(from_));
+    last_ = motion.end->matrix.value_or(vx::matrix(to_));
   }
 
-  const M_Matrix3& first() const { return first_; }
-  bool Stays() const {
+  const vx::Matrix& first() const { return first_; }
+  bool IsStill() const {
     const bool same_turn = by_matrix_ || from_.rotation == to_.rotation;
     return share_ == 0 || (same_turn && std::ranges::equal(first_.m, last_.m));
   }
-  // `count` matrices in equal steps, for as long as the shutter is open.
-  std::vector<M_Matrix3> Matrices(int32_t count) const {
-    std::vector<M_Matrix3> matrices(static_cast<size_t>(count));
-    if (!by_matrix_) {
-      const VX_TransformParts seen = Between(from_, to_, share_);
-      Check(VX_MatricesBetween(&from_, &seen, count, matrices.data()), "transform");
-      return matrices;
-    }
+  // `count` matrices in equal steps over the open shutter.
+  std::vector<vx::Matrix> Matrices(int32_t count) const {
+    if (!by_matrix_) return vx::matrices_between(from_, Between(from_, to_, share_), count);
+    std::vector<vx::Matrix> matrices(static_cast<size_t>(count));
     for (int32_t i = 0; i < count; ++i) {
       for (size_t k = 0; k < kMatrixNumbers; ++k) {
         matrices[static_cast<size_t>(i)].m[k] =
@@ -75,17 +65,18 @@ class Way {
  private:
   bool by_matrix_;
   double share_;
-  VX_TransformParts from_, to_;
-  M_Matrix3 first_, last_;
+  vx::TransformParts from_, to_;
+  vx::Matrix first_, last_;
 };
 
 struct Corner {
   double x, y;
-  bool in_front;  // false beyond the horizon of a perspective
+  bool in_front;  // false: behind the viewer of a perspective
 };
 
-// Of what the pixels of a layer cover; samples fade out over the pixel beyond the outermost.
-std::vector<Corner> CornersOf(const M_Matrix3& matrix, int32_t width, int32_t height) {
+// The corners of the area that a layer covers. It reaches one pixel beyond the outermost pixels,
+// because samples fade out there.
+std::vector<Corner> CornersOf(const vx::Matrix& matrix, int32_t width, int32_t height) {
   std::vector<Corner> corners;
   for (const double x : {-1.0, static_cast<double>(width)}) {
     for (const double y : {-1.0, static_cast<double>(height)}) {
@@ -97,15 +88,15 @@ std::vector<Corner> CornersOf(const M_Matrix3& matrix, int32_t width, int32_t he
 }
 
 // A sub-sample for each pixel that the fastest corner moves, within bounds.
-int32_t SamplesFor(const Way& way, int32_t width, int32_t height) {
+int32_t SamplesFor(const Path& path, int32_t width, int32_t height) {
   double longest = 0;
-  std::vector<double> ways(4);
+  std::vector<double> lengths(4);
   std::vector<Corner> before;
-  for (const M_Matrix3& matrix : way.Matrices(kFewestSamples + 1)) {
+  for (const vx::Matrix& matrix : path.Matrices(kFewestSamples + 1)) {
     const std::vector<Corner> here = CornersOf(matrix, width, height);
     for (size_t i = 0; i < before.size(); ++i) {
-      ways[i] += std::hypot(here[i].x - before[i].x, here[i].y - before[i].y);
-      longest = std::max(longest, ways[i]);
+      lengths[i] += std::hypot(here[i].x - before[i].x, here[i].y - before[i].y);
+      longest = std::max(longest, lengths[i]);
     }
     before = here;
   }
@@ -113,9 +104,9 @@ int32_t SamplesFor(const Way& way, int32_t width, int32_t height) {
   return std::max(kFewestSamples, static_cast<int32_t>(std::ceil(longest)));
 }
 
-bool HasExtent(const M_Matrix3& matrix) {
-  constexpr double kLeast = 0.5 / 65536;  // the library's positions have no smaller step
-  M_Matrix3 inverse;
+bool HasExtent(const vx::Matrix& matrix) {
+  constexpr double kLeast = 0.5 / 65536;  // half a step of the library's positions
+  vx::Matrix inverse;
   bool invertible = false;
   static_cast<void>(M_InverseMatrixQuiet(matrix, &inverse, &invertible));
   const auto length = [](const M_Vector3& v) { return std::hypot(v.x, v.y, v.w); };
@@ -127,20 +118,20 @@ bool HasExtent(const M_Matrix3& matrix) {
 
 // --- a motion ------------------------------------------------------------------------------------
 
-std::vector<M_Matrix3> MatricesOf(const Motion& motion, const Shutter& shutter, int32_t quality,
-                                  int32_t width, int32_t height) {
-  const Way way({motion.start, motion.end ? motion.end : motion.start}, shutter.share, width,
-                height);
-  if (way.Stays() || shutter.samples == 1) return {way.first()};
-  const bool draft = quality == VX_Quality_Draft;
+std::vector<vx::Matrix> MatricesOf(const Motion& motion, const Shutter& shutter,
+                                   vx::Quality quality, int32_t width, int32_t height) {
+  const Path path({motion.start, motion.end ? motion.end : motion.start}, shutter.share, width,
+                  height);
+  if (path.IsStill() || shutter.samples == 1) return {path.first()};
+  const bool draft = quality == vx::Quality::draft;
   const int32_t samples =
-      shutter.samples.value_or(draft ? kDraftSamples : SamplesFor(way, width, height));
-  return way.Matrices(samples + 1);
+      shutter.samples.value_or(draft ? kDraftSamples : SamplesFor(path, width, height));
+  return path.Matrices(samples + 1);
 }
 
-// --- what will not be seen -----------------------------------------------------------------------
+// --- layers that are not drawn -------------------------------------------------------------------
 
-std::string WhyUnseen(const std::vector<M_Matrix3>& matrices, const VX_LayerDef& layer,
+std::string WhyUnseen(const std::vector<vx::Matrix>& matrices, const VX_LayerDef& layer,
                       const VX_LayerDef& below) {
   // The last matrix of a motion is not drawn.
   const std::span samples(matrices.data(), std::max<size_t>(matrices.size() - 1, 1));
@@ -150,7 +141,7 @@ std::string WhyUnseen(const std::vector<M_Matrix3>& matrices, const VX_LayerDef&
   }
   // Sub-samples are checked singly: a layer that crosses the picture between two of them is not
   // drawn.
-  for (const M_Matrix3& matrix : samples) {
+  for (const vx::Matrix& matrix : samples) {
     if (!HasExtent(matrix)) continue;
     double left = INFINITY, top = INFINITY, right = -INFINITY, bottom = -INFINITY;
     for (const Corner& corner : CornersOf(matrix, layer.width, layer.height)) {

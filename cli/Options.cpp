@@ -6,8 +6,7 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
-#include "Errors.h"
-#include "VX/VX_CallbackBlock.h"
+#include "Console.h"
 
 namespace vxcli {
 
@@ -112,8 +111,7 @@ Option DepthOption(int32_t* to, const std::string& help) {
   return Option{"--depth", "BITS", DepthValue(to, Keep::Allowed), help}.Default("keep");
 }
 
-Option QualityOption(int32_t* to, const std::string& help) {
-  static_assert(VX_Quality_Draft == 0 && VX_Quality_High == 1);
+Option QualityOption(vx::Quality* to, const std::string& help) {
   return Option{"--quality", "HOW", Choice(to, {"draft", "high"}), help}.Default("high");
 }
 

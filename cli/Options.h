@@ -129,8 +129,7 @@ struct Option {
 
 // --depth, with "keep", stored as 0.
 Option DepthOption(int32_t* to, const std::string& help);
-// --quality as VX_Quality_...
-Option QualityOption(int32_t* to, const std::string& help);
+Option QualityOption(vx::Quality* to, const std::string& help);
 
 using OptionList = std::vector<Option>;
 

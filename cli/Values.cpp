@@ -15,9 +15,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Errors.h"
-#include "VX/VX_CallbackBlock.h"
-#include "VX/VX_Transfer.h"
+#include "Console.h"
 #include "VXIO/VXIO_Picture.h"
 
 namespace vxcli {
@@ -107,30 +105,25 @@ std::vector<double> ParseNumbers(const std::string& option, const std::string& t
   return numbers;
 }
 
-Point ParsePoint(const std::string& option, const std::string& text, int64_t least,
-                 int64_t largest) {
+vx::Point ParsePoint(const std::string& option, const std::string& text, int64_t least,
+                     int64_t largest) {
   std::vector<std::string> parts = SplitAtCommas(text);
   if (parts.size() != 2) Refuse(option, text, "two whole numbers X,Y");
   return {static_cast<int32_t>(ParseInteger(option, parts[0], least, largest)),
           static_cast<int32_t>(ParseInteger(option, parts[1], least, largest))};
 }
 
-M_Rect ParseRect(const std::string& option, const std::string& text) {
+vx::Rect ParseRect(const std::string& option, const std::string& text) {
   std::vector<std::string> parts = SplitAtCommas(text);
   if (parts.size() != 4) Refuse(option, text, "four whole numbers L,T,R,B");
-  std::array<int16_t, 4> edges{};
+  std::array<int32_t, 4> edges{};
   for (size_t i = 0; i < 4; ++i) {
-    edges[i] = static_cast<int16_t>(ParseInteger(option, parts[i], -30000, 30000));
+    edges[i] = static_cast<int32_t>(ParseInteger(option, parts[i], -30000, 30000));
   }
   if (edges[2] <= edges[0] || edges[3] <= edges[1]) {
     Refuse(option, text, "L,T,R,B with R greater than L and B greater than T");
   }
-  M_Rect rect{};
-  rect.left = edges[0];
-  rect.top = edges[1];
-  rect.right = edges[2];
-  rect.bottom = edges[3];
-  return rect;
+  return {edges[0], edges[1], edges[2], edges[3]};
 }
 
 bool IsSize(const std::string& text) {
@@ -148,40 +141,34 @@ Size ParseSize(const std::string& option, const std::string& text, int64_t least
       static_cast<int32_t>(ParseInteger(option + " height", text.substr(cross + 1), least, 30000))};
 }
 
-template <class Pixel>
-Pixel ParseColor(const std::string& option, const std::string& text) {
-  using Channel = VX_ChannelOf<Pixel>;
-  std::vector<std::string> parts = SplitAtCommas(text);
+vx::Color ParseColor(const std::string& option, const std::string& text, int32_t depth) {
+  const std::vector<std::string> parts = SplitAtCommas(text);
   if (parts.size() != 4) Refuse(option, text, "four numbers A,R,G,B");
-  std::array<Channel, 4> values{};
-  for (size_t i = 0; i < 4; ++i) {
-    if constexpr (std::is_floating_point_v<Channel>) {
-      constexpr double limit = std::numeric_limits<Channel>::max();
-      values[i] = static_cast<Channel>(ParseNumber(option, parts[i], -limit, limit));
-    } else {
-      constexpr int64_t full = sizeof(Channel) == 1 ? 255 : 32768;
-      values[i] = static_cast<Channel>(ParseInteger(option, parts[i], 0, full));
-    }
-  }
-  return {values[0], values[1], values[2], values[3]};
+  return vx::visit_depth(depth, [&]<class Pixel>() -> vx::Color {
+    using Channel = typename vx::PixelTraits<Pixel>::Channel;
+    const auto channel = [&](size_t i) {
+      if constexpr (std::is_floating_point_v<Channel>) {
+        constexpr double limit = std::numeric_limits<Channel>::max();
+        return static_cast<Channel>(ParseNumber(option, parts[i], -limit, limit));
+      } else {
+        constexpr int64_t full = vx::PixelTraits<Pixel>::full_scale;
+        return static_cast<Channel>(ParseInteger(option, parts[i], 0, full));
+      }
+    };
+    return Pixel{channel(0), channel(1), channel(2), channel(3)};
+  });
 }
-template VX_Pixel8 ParseColor(const std::string&, const std::string&);
-template VX_Pixel16 ParseColor(const std::string&, const std::string&);
-template VX_PixelFloat ParseColor(const std::string&, const std::string&);
 
-int32_t ParseChannels(const std::string& option, const std::string& text) {
-  static constexpr std::string_view kLetters = "argb";
-  int32_t channels = 0;
+vx::Channels ParseChannels(const std::string& option, const std::string& text) {
+  vx::Channels channels{false, false, false, false};
+  bool* const all[] = {&channels.alpha, &channels.red, &channels.green, &channels.blue};
+  bool fits = !text.empty();
   for (char letter : text) {
-    const size_t place = kLetters.find(letter);
-    const int32_t channel = place == std::string_view::npos ? 0 : 1 << place;
-    if (channel == 0 || (channels & channel) != 0) {
-      channels = 0;
-      break;
-    }
-    channels |= channel;
+    const size_t channel = std::string_view("argb").find(letter);
+    fits = fits && channel < 4 && !*all[channel];
+    if (fits) *all[channel] = true;
   }
-  if (channels == 0) Refuse(option, text, "one or more of the letters argb, each once");
+  if (!fits) Refuse(option, text, "one or more of the letters argb, each once");
   return channels;
 }
 
@@ -215,22 +202,15 @@ int32_t ParseChoice(const std::string& option, const std::string& text,
   Refuse(option, text, wanted);
 }
 
-const std::vector<Mode>& Modes() {
-  static const std::vector<Mode> modes = {
-#define VX_MODE(number, constant, name, piece, ...) {number, name},
-#include "VX/VX_TransferModes.def"
-#undef VX_MODE
-  };
-  return modes;
-}
-
-Mode ParseMode(const std::string& option, const std::string& text) {
+vx::Mode ParseMode(const std::string& option, const std::string& text) {
   int32_t number = 0;
   const bool numeric = ReadWhole(text, &number);
   std::vector<std::string> names;
-  for (const Mode& mode : Modes()) {
-    if (text == mode.name || (numeric && number == mode.number)) return mode;
-    names.push_back(mode.name);
+  for (const vx::ModeInfo& info : vx::modes()) {
+    if (text == info.name || (numeric && number == static_cast<int32_t>(info.mode))) {
+      return info.mode;
+    }
+    names.push_back(info.name);
   }
   throw UsageError(option + " '" + text + "': no such mode" +
                    (numeric ? "; numbers are -3, -2 and 0 to 36" : DidYouMean(text, names)) +

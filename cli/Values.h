@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "VX/VX_Types.h"
+#include "VX/cpp/Filters.hpp"
+#include "VX/cpp/Mode.hpp"
+#include "VX/cpp/Pixels.hpp"
 
 namespace vxcli {
 
@@ -25,14 +27,11 @@ double ParseNumber(const std::string& option, const std::string& text, double le
 std::vector<double> ParseNumbers(const std::string& option, const std::string& text, size_t count);
 
 // "X,Y"
-struct Point {
-  int32_t x = 0, y = 0;
-};
-Point ParsePoint(const std::string& option, const std::string& text, int64_t least,
-                 int64_t largest);
+vx::Point ParsePoint(const std::string& option, const std::string& text, int64_t least,
+                     int64_t largest);
 
 // "L,T,R,B" with R greater than L and B greater than T, edges -30000 to 30000.
-M_Rect ParseRect(const std::string& option, const std::string& text);
+vx::Rect ParseRect(const std::string& option, const std::string& text);
 
 // "640x480", sides from `least` to 30000.
 struct Size {
@@ -42,15 +41,13 @@ Size ParseSize(const std::string& option, const std::string& text, int64_t least
 // True for digits, an x and digits, whatever the numbers are.
 bool IsSize(const std::string& text);
 
-// "A,R,G,B" in the scale of the pixel: 0..255, 0..32768, or any finite numbers.
-template <class Pixel>
-Pixel ParseColor(const std::string& option, const std::string& text);
+// "A,R,G,B" in the scale of the depth: 0..255, 0..32768, or any finite numbers.
+vx::Color ParseColor(const std::string& option, const std::string& text, int32_t depth);
 
 std::vector<std::string> SplitAtCommas(const std::string& text);
 
-// Letters of "argb", each at most once, at least one. Returns the sum of 1 for a, 2 for r, 4 for g
-// and 8 for b.
-int32_t ParseChannels(const std::string& option, const std::string& text);
+// Letters of "argb", each at most once, at least one.
+vx::Channels ParseChannels(const std::string& option, const std::string& text);
 
 // "8", "16" or "32"; 0 for "keep" if that is allowed.
 enum class Keep { Allowed, Refused };
@@ -63,16 +60,9 @@ int64_t ParseBytes(const std::string& option, const std::string& text);
 int32_t ParseChoice(const std::string& option, const std::string& text,
                     const std::vector<std::string>& choices);
 
-// --- transfer modes ------------------------------------------------------------------------------
-
-struct Mode {
-  int32_t number;
-  const char* name;
-};
-const std::vector<Mode>& Modes();
-
-// A name or a number. The error for an unknown name contains the nearest one and all of them.
-Mode ParseMode(const std::string& option, const std::string& text);
+// The name or the number of a transfer mode. The error for an unknown name contains the nearest one
+// and all of them.
+vx::Mode ParseMode(const std::string& option, const std::string& text);
 
 // --- texts ---------------------------------------------------------------------------------------
 

@@ -44,6 +44,20 @@ Verb ListVerb();
 // All of them, in the order of the help.
 std::vector<Verb> AllVerbs();
 
+// Returns the verb that the arguments name; null after --help and --version, whose text is printed.
+// `global` are the options before the verb. The texts of the options are stored in the lists; call
+// SetValues for their values. Throws UsageError.
+Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
+                       std::vector<Verb>* verbs);
+
+struct ProcessorLevel {
+  const char* option;  // value of --processor
+  const char* name;    // "plain", "sse2", "sse2+ssse3"
+  bool available;      // on this machine
+  bool in_use;
+};
+std::vector<ProcessorLevel> ProcessorLevels();
+
 // The text of --version.
 std::string VersionText();
 

@@ -1,20 +1,51 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// The command vx: runs a verb between the library's birth and death, and turns each failure into
-// one line and an exit code.
+// The command vx: runs a verb while the library is alive, and turns each failure into one line and
+// an exit code.
 
 #include <CLI/Version.hpp>
+#include <cstring>
 #include <iostream>
 #include <nlohmann/json_fwd.hpp>
 
-#include "CommandLine.h"
 #include "Console.h"
-#include "Errors.h"
-#include "Package.h"
-#include "VX/VX_Package.h"
+#include "VX/cpp/Library.hpp"
 #include "VXIO/VXIO_Picture.h"
+#include "Verbs.h"
+#include "host/VXHost.h"
 
 namespace {
+
+bool Has(int32_t word) { return U_G_CPU_DataP[word] != 0; }
+
+// The vector levels of the machine, whatever level is set.
+struct Machine {
+  Machine() {
+    uint32_t set[U_CPU_WORDS];
+    std::memcpy(set, U_G_CPU_DataP, sizeof set);
+    VXHost_ResetProcessor();
+    sse2 = Has(U_CPU_HAS_SSE2);
+    ssse3 = Has(U_CPU_HAS_SSSE3);
+    VXHost_SetProcessor(set);
+  }
+  bool sse2, ssse3;
+};
+
+// Sets the processor level for the start of the library: 0 plain code, 1 SSE2, 2 all of this
+// machine. Throws UsageError for a level that this machine does not have.
+void SetProcessor(int32_t level) {
+  VXHost_ResetProcessor();
+  if (level == 2) return;
+  if (level == 1 && !Has(U_CPU_HAS_SSE2)) {
+    throw vxcli::UsageError("--processor 'sse2': this machine does not have it; use none");
+  }
+  uint32_t words[U_CPU_WORDS];
+  std::memcpy(words, U_G_CPU_DataP, sizeof words);
+  words[U_CPU_HAS_SSSE3] = 0;
+  words[U_CPU_HAS_SSE3] = 0;
+  if (level == 0) words[U_CPU_HAS_SSE2] = words[U_CPU_HAS_SSE] = words[U_CPU_HAS_MMX] = 0;
+  VXHost_SetProcessor(words);
+}
 
 int Run(std::vector<std::string> arguments) {
   int32_t processor = 0;
@@ -26,13 +57,25 @@ int Run(std::vector<std::string> arguments) {
   vxcli::Verb* verb = vxcli::ParseCommandLine(std::move(arguments), &global, &verbs);
   if (!verb) return vxcli::kDone;
   vxcli::SetValues(&global);
-  vxcli::SetProcessor(processor);
-  vxcli::Package package;
-  vxcli::SetValues(&verb->options);  // profiles need the package
+  SetProcessor(processor);
+  const auto library = vxcli::Named("start", [] {
+    vx::Library started;
+    vxcli::Check(VXHost_RunPlugScan());
+    return started;
+  });
+  vxcli::SetValues(&verb->options);  // profiles need the library
   return verb->run(*verb);
 }
 
 }  // namespace
+
+std::vector<vxcli::ProcessorLevel> vxcli::ProcessorLevels() {
+  Machine machine;
+  bool sse2 = Has(U_CPU_HAS_SSE2), ssse3 = sse2 && Has(U_CPU_HAS_SSSE3);
+  return {{"none", "plain", true, !sse2},
+          {"sse2", "sse2", machine.sse2, sse2 && !ssse3},
+          {"all", "sse2+ssse3", machine.sse2 && machine.ssse3, ssse3}};
+}
 
 std::vector<vxcli::Verb> vxcli::AllVerbs() {
   return {CompositeVerb(),   TransformVerb(),     FillVerb(),       CopyVerb(),  ResizeVerb(),

@@ -7,12 +7,11 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "Errors.h"
 #include "Job.h"
-#include "VX/VX_Blur.h"
+#include "VX/cpp/Filters.hpp"
+#include "VX/cpp/Image.hpp"
 #include "Values.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
@@ -26,15 +25,15 @@ struct BlurOptions {
   std::string input;
   std::optional<float> gaussian, box;
   std::optional<int32_t> iterations;
-  int32_t axis = 0, channels = 0;
+  int32_t axis = 0;
+  vx::Channels channels;
   std::optional<int32_t> edge;
   bool grow = false;
 };
 
 struct BlurPlan {
-  VX_BlurSpec spec{};
-  int32_t reach_x = 0, reach_y = 0;  // the growth of the canvas on each side
-  bool holds_level = true;
+  vx::BlurOptions blur;
+  vx::Point reach;  // the growth of the canvas on each side
 };
 
 BlurPlan MakePlan(const BlurOptions& options) {
@@ -45,28 +44,28 @@ BlurPlan MakePlan(const BlurOptions& options) {
     throw UsageError("--iterations: belongs to --box; a Gaussian is one pass");
   }
   BlurPlan plan;
-  VX_BlurSpec& spec = plan.spec;
-  spec.kind = options.box ? VX_BlurKind_Box : VX_BlurKind_Gaussian;
+  vx::BlurOptions& blur = plan.blur;
+  blur.kind = options.box ? vx::BlurKind::box : vx::BlurKind::gaussian;
   const float radius = options.box ? *options.box : *options.gaussian;
-  spec.radius_x = options.axis == 2 ? 0 : radius;
-  spec.radius_y = options.axis == 1 ? 0 : radius;
-  spec.iterations = options.iterations.value_or(1);
-  const int64_t reach = static_cast<int64_t>(std::ceil(radius)) * spec.iterations;
+  blur.radius.x = options.axis == 2 ? 0 : radius;
+  blur.radius.y = options.axis == 1 ? 0 : radius;
+  blur.iterations = options.iterations.value_or(1);
+  const int64_t reach = static_cast<int64_t>(std::ceil(radius)) * blur.iterations;
   if (reach > VX_Blur_MaxReach) {
-    throw UsageError("--iterations: " + std::to_string(spec.iterations) + " times radius " +
+    throw UsageError("--iterations: " + std::to_string(blur.iterations) + " times radius " +
                      Plain(radius) + " reaches " + std::to_string(reach) + " pixels; at most " +
                      std::to_string(VX_Blur_MaxReach));
   }
-  plan.holds_level = options.edge ? *options.edge == 1 : !options.grow;
-  // --channels has the bits of the blur's flags.
-  spec.flags = options.channels | (plan.holds_level ? VX_Blur_HoldLevel : 0);
-  if (options.grow) Check(VX_BlurReach(&spec, &plan.reach_x, &plan.reach_y), "blur");
+  blur.hold_level = options.edge ? *options.edge == 1 : !options.grow;
+  blur.channels = options.channels;
+  if (options.grow) plan.reach = vx::blur_reach(blur);
+  blur.at = plan.reach;
   return plan;
 }
 
 Size CanvasFor(const BlurPlan& plan, const std::string& file, int32_t width, int32_t height) {
-  const int64_t wide = width + 2 * int64_t{plan.reach_x};
-  const int64_t high = height + 2 * int64_t{plan.reach_y};
+  const int64_t wide = width + 2 * int64_t{plan.reach.x};
+  const int64_t high = height + 2 * int64_t{plan.reach.y};
   if (std::max(wide, high) > kLargestSide) {
     throw UsageError(file + ": --grow makes it " + std::to_string(wide) + " x " +
                      std::to_string(high) + " pixels; at most 30000 a side");
@@ -78,18 +77,18 @@ void BlurFrame(const BlurPlan& plan, JobFrame* frame) {
   VXIO_Picture picture = frame->Read(0);
   const VX_World& from = *picture.world;
   const Size canvas = CanvasFor(plan, frame->Input(0), from.width, from.height);
-  VXIO_WorldPtr to = NewWorld(canvas.width, canvas.height, from.Depth());
-  to->origin_x = from.origin_x - plan.reach_x;
-  to->origin_y = from.origin_y - plan.reach_y;
-  Check(VX_BlurWorld(frame->Progress(), &from, &plan.spec, to.get()), frame->Input(0));
-  const bool grown = plan.reach_x > 0 || plan.reach_y > 0;
+  vx::Image to(canvas.width, canvas.height, from.Depth());
+  vx::BlurOptions blur = plan.blur;
+  blur.progress = frame->Progress();
+  Named(frame->Input(0), [&] { vx::blur(to, from, blur); });
+  const bool grown = plan.reach.x > 0 || plan.reach.y > 0;
   // In float the mean of ones may differ from 1 by rounding, and the writer would add an alpha
   // channel.
-  if (!picture.has_alpha && plan.holds_level && !grown) to->FillAlpha();
+  if (!picture.has_alpha && plan.blur.hold_level && !grown) to.world()->FillAlpha();
   frame->Record()["width"] = canvas.width;
   frame->Record()["height"] = canvas.height;
-  frame->Record()["at"] = {-plan.reach_x, -plan.reach_y};
-  frame->Write(*to, picture);
+  frame->Record()["at"] = {-plan.reach.x, -plan.reach.y};
+  frame->Write(to, picture);
 }
 
 int Run(const BlurOptions& options, const Verb& verb) {
@@ -109,13 +108,14 @@ OptionList OptionsOf(BlurOptions* to) {
   return {
       InputOption(&to->input),
       {"--gaussian", "R", Number(&to->gaussian, 0, VX_Blur_MaxRadius),
-       "Radius in pixels, %r, at which a bell ends; takes longer the larger it is"},
+       "Radius in pixels, %r, where the bell curve ends; the time grows with it"},
       {"--box", "R", Number(&to->box, 0, VX_Blur_MaxRadius),
-       "In place of --gaussian: the mean over 2R + 1 pixels, R %r and not only whole; as fast for "
-       "any radius"},
+       "In place of --gaussian: the mean over 2R + 1 pixels, R %r, also fractions; the time does "
+       "not "
+       "depend on R"},
       Option{"--iterations", "N", Integer(&to->iterations, 1, kMostIterations),
-             "How often the box runs, %r, and times the radius at most 262144; 3 look like a "
-             "Gaussian of 2.5 times the radius"}
+             "Number of passes of the box, %r; their product with the radius is at most 262144. 3 "
+             "passes look like a Gaussian of 2.5 times the radius"}
           .Without("1"),
       Option{"--axis", "AXIS", Choice(&to->axis, {"both", "x", "y"}),
              "x: along the rows, y: along the columns, or both"}
@@ -126,11 +126,11 @@ OptionList OptionsOf(BlurOptions* to) {
       Option{
           "--edge", "HOW", Choice(&to->edge, {"fade", "hold-level"}),
           "hold-level: only pixels of the picture are mixed, so that the border keeps its level; "
-          "fade: pixels beyond the edge are transparent, so that the border fades"}
+          "fade: pixels outside of the picture are transparent, so that the border fades"}
           .Without("hold-level; with --grow fade"),
       {"--grow", "", Flag(&to->grow),
-       "Enlarge the canvas on each side by what the blur spreads: the radius rounded up, times the "
-       "iterations"},
+       "Enlarge the canvas on each side by the distance that the blur spreads: the radius rounded "
+       "up, times the iterations"},
   };
 }
 
@@ -138,14 +138,13 @@ OptionList OptionsOf(BlurOptions* to) {
 
 Verb BlurVerb() {
   auto options = std::make_shared<BlurOptions>();
-  return {
-      "blur", "Blur a picture, with a Gaussian or a box",
-      Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
-      "Colours count by their alpha: hidden colour of transparent pixels never shows. A picture\n"
-      "without alpha has none after it, unless its border fades or it grows.\n"
-      "Examples:\n  vx blur photo.jpg --gaussian 12.5 -o soft.jpg\n"
-      "  vx blur logo.png --box 8 --iterations 3 --grow -o glow.png",
-      [options](const Verb& verb) { return Run(*options, verb); }};
+  return {"blur", "Blur a picture, with a Gaussian or a box",
+          Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
+          "Colours are weighted by alpha: colours of transparent pixels have no effect. A picture\n"
+          "without alpha has none after it, unless its border fades or it grows.\n"
+          "Examples:\n  vx blur photo.jpg --gaussian 12.5 -o soft.jpg\n"
+          "  vx blur logo.png --box 8 --iterations 3 --grow -o glow.png",
+          [options](const Verb& verb) { return Run(*options, verb); }};
 }
 
 }  // namespace vxcli

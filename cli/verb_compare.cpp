@@ -9,9 +9,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "Color.h"
 #include "Console.h"
-#include "Errors.h"
-#include "Profiles.h"
 #include "VXIO/VXIO_Compare.h"
 #include "Values.h"
 #include "Verbs.h"

@@ -8,12 +8,11 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "CompositeColor.h"
+#include "Color.h"
 #include "Console.h"
-#include "Errors.h"
 #include "Job.h"
-#include "LayerPictures.h"
-#include "VX/VX_Transfer.h"
+#include "Layers.h"
+#include "VX/cpp/Composite.hpp"
 #include "VXIO/VXIO_Picture.h"
 #include "Verbs.h"
 
@@ -37,52 +36,54 @@ struct Composite {
   JobColor color;
 };
 
-// True if a pixel of the layer lands on the picture below.
-bool Touches(const LayerOptions& layer, const VX_World& source, const VX_World& below) {
-  int32_t left = 0, top = 0, right = source.width, bottom = source.height;
-  int32_t shift_x = layer.at.x, shift_y = layer.at.y;
-  if (layer.rect) {
-    left = std::max<int32_t>(left, layer.rect->left);
-    top = std::max<int32_t>(top, layer.rect->top);
-    right = std::min<int32_t>(right, layer.rect->right);
-    bottom = std::min<int32_t>(bottom, layer.rect->bottom);
-    shift_x -= layer.rect->left;
-    shift_y -= layer.rect->top;
+// The part of a layer that is drawn, and its position on the picture below.
+struct Placed {
+  vx::Rect part;
+  vx::Point at;
+
+  // True if a pixel of the part is inside the picture below.
+  bool Touches(const VX_World& below) const {
+    return at.x < below.width && at.x + part.width() > 0 && at.y < below.height &&
+           at.y + part.height() > 0;
   }
-  return left < right && top < bottom && left + shift_x < below.width && right + shift_x > 0 &&
-         top + shift_y < below.height && bottom + shift_y > 0;
+};
+
+Placed PlacedAt(const LayerOptions& layer, const VX_World& source) {
+  if (!layer.rect) return {{0, 0, source.width, source.height}, layer.at};
+  const vx::Rect& rect = *layer.rect;
+  const vx::Rect part{std::max(0, rect.left), std::max(0, rect.top),
+                      std::min(source.width, rect.right), std::min(source.height, rect.bottom)};
+  // Outside of the layer: a position where the layer does not touch the picture below.
+  if (part.left >= part.right || part.top >= part.bottom) {
+    return {{0, 0, source.width, source.height}, {-source.width, -source.height}};
+  }
+  return {part, {layer.at.x + part.left - rect.left, layer.at.y + part.top - rect.top}};
 }
 
 // Draws one layer and returns its record.
 nlohmann::ordered_json Draw(const LayerOptions& layer, size_t index, const LayerInputs& inputs,
                             FrameColor* color, JobFrame* frame, VX_World* below) {
   const std::string& file = frame->Input(inputs.file);
-  nlohmann::ordered_json record = {{"file", file},
-                                   {"mode", layer.mode.name},
-                                   {"mode_number", layer.mode.number},
-                                   {"opacity", layer.opacity},
-                                   {"at", {layer.at.x, layer.at.y}}};
+  nlohmann::ordered_json record = RecordOf(file, layer);
+  record["at"] = {layer.at.x, layer.at.y};
   VXIO_Picture picture = color->ReadLayer(inputs.file, &record);
   if (inputs.matte) ApplyMatte(layer, inputs.matte, frame, picture.world.get(), &record);
-  Mask mask;
-  if (!layer.mask.empty()) mask = ReadMask(layer, inputs.mask, *below, frame);
-  if (!Touches(layer, *picture.world, *below)) {
+  auto options = DrawingOf<vx::CompositeOptions>(layer);
+  VXIO_WorldPtr mask;
+  if (inputs.mask) options.mask = ReadMask(layer, inputs.mask, *below, frame, &mask, &record);
+  const Placed placed = PlacedAt(layer, *picture.world);
+  if (!placed.Touches(*below)) {
     Note(file + ": lies wholly outside the background; nothing is drawn");
   }
-  VX_CompositeModePlus mode(layer.mode.number, static_cast<float>(layer.opacity), color->tables(),
-                            layer.keep_alpha, layer.seed);
-  auto start = std::chrono::steady_clock::now();
-  Check(VX_TransferRect(frame->Progress(), /*quality=*/1, /*flags=*/0, layer.field,
-                        layer.rect ? &*layer.rect : nullptr, picture.world.get(), &mode,
-                        color->tables(), mask.world ? &mask.spec : nullptr, layer.at.x, layer.at.y,
-                        below),
-        "layer " + std::to_string(index + 1) + " (" + file + ")");
-  std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
+  options.at = placed.at;
+  options.linear = color->tables();
+  options.progress = frame->Progress();
+  const auto start = std::chrono::steady_clock::now();
+  Named("layer " + std::to_string(index + 1) + " (" + file + ")", [&] {
+    vx::composite(*below, vx::AnyConstView(*picture.world).part(placed.part), options);
+  });
+  const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
   record["milliseconds"] = spent.count();
-  if (mask.world) {
-    record["mask"] = frame->Input(inputs.mask);
-    record["mask_use"] = MaskUseName(mask.spec.what);
-  }
   return record;
 }
 

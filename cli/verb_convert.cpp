@@ -5,22 +5,18 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "Errors.h"
 #include "Job.h"
-#include "VX/VX_DepthConvert.h"
-#include "VX/VX_ForEachPixel.h"
+#include "VX/cpp/Pixels.hpp"
 #include "Values.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
 namespace {
 
-struct Planes {
-  bool alpha = true, red = true, green = true, blue = true;
-  int count() const { return alpha + red + green + blue; }
-};
+int Count(const vx::Channels& planes) {
+  return planes.alpha + planes.red + planes.green + planes.blue;
+}
 
 struct ConvertOptions {
   JobOptions job;
@@ -28,13 +24,8 @@ struct ConvertOptions {
   int32_t depth = 0;  // 0: that of the picture
   bool dither = false;
   VXIO_AlphaAs alpha = VXIO_AlphaAs::File;
-  Planes planes;
+  vx::Channels planes;
 };
-
-Planes ParsePlanes(const std::string& option, const std::string& text) {
-  const int32_t channels = ParseChannels(option, text);
-  return {(channels & 1) != 0, (channels & 2) != 0, (channels & 4) != 0, (channels & 8) != 0};
-}
 
 VXIO_AlphaAs ParseAlpha(const std::string& option, const std::string& text) {
   static constexpr VXIO_AlphaAs kMeanings[] = {VXIO_AlphaAs::Straight, VXIO_AlphaAs::Premultiplied,
@@ -42,60 +33,48 @@ VXIO_AlphaAs ParseAlpha(const std::string& option, const std::string& text) {
   return kMeanings[ParseChoice(option, text, {"straight", "premultiplied", "ignore"})];
 }
 
-template <class Pixel>
-constexpr VX_ChannelOf<Pixel> kFull = 1;
-template <>
-constexpr uint8_t kFull<VX_Pixel8> = 255;
-template <>
-constexpr uint16_t kFull<VX_Pixel16> = 32768;
-
 // A single plane becomes an opaque grey picture. With several planes the other colours become 0,
 // and alpha becomes full if it is not one of them.
-VX_Err KeepPlanes(const Planes& planes, VX_World* world) {
-  return VX_ForEachPixel(world, [&](int32_t, int32_t, auto* pixel) {
-    using Pixel = std::remove_pointer_t<decltype(pixel)>;
-    const Pixel was = *pixel;
-    if (planes.count() == 1) {
-      const auto grey = planes.alpha   ? was.alpha
-                        : planes.red   ? was.red
-                        : planes.green ? was.green
-                                       : was.blue;
-      *pixel = {kFull<Pixel>, grey, grey, grey};
+void KeepPlanes(const vx::Channels& planes, vx::AnyView picture) {
+  vx::for_each_pixel(picture, [&](int32_t, int32_t, auto& pixel) {
+    using Pixel = std::remove_reference_t<decltype(pixel)>;
+    constexpr auto full = vx::PixelTraits<Pixel>::full_scale;
+    if (Count(planes) == 1) {
+      const auto grey = planes.alpha   ? pixel.alpha
+                        : planes.red   ? pixel.red
+                        : planes.green ? pixel.green
+                                       : pixel.blue;
+      pixel = {full, grey, grey, grey};
       return;
     }
-    if (!planes.alpha) pixel->alpha = kFull<Pixel>;
-    if (!planes.red) pixel->red = 0;
-    if (!planes.green) pixel->green = 0;
-    if (!planes.blue) pixel->blue = 0;
+    if (!planes.alpha) pixel.alpha = full;
+    if (!planes.red) pixel.red = 0;
+    if (!planes.green) pixel.green = 0;
+    if (!planes.blue) pixel.blue = 0;
   });
 }
 
-// The noise continues from one conversion to the next. The reset makes a frame independent of the
-// others.
-VXIO_WorldPtr Dithered(VX_ProgressInfo* progress, const VX_World& deep) {
-  VXIO_WorldPtr world = NewWorld(deep.width, deep.height, 8);
-  VX_ResetDitherRandomIndex();
-  Check(VX_DepthConvertWorld(progress, &deep, /*rect=*/nullptr, /*dither=*/1, /*h=*/0, /*v=*/0,
-                             world.get()),
-        "dither");
-  return world;
-}
-
 void WorkOn(const ConvertOptions& options, JobFrame* frame) {
-  const Planes& planes = options.planes;
+  const vx::Channels& planes = options.planes;
   const bool may_dither = options.dither && options.depth == 8;
   VXIO_Picture picture = frame->Read(0, may_dither ? 0 : options.depth, options.alpha);
   if (options.alpha != VXIO_AlphaAs::File && picture.alpha == VXIO_AlphaKind::None) {
     frame->Note("has no alpha: --alpha has no effect");
   }
   if (may_dither && picture.world->Depth() > 8) {
-    picture.world = Dithered(frame->Progress(), *picture.world);
+    // The noise continues from one conversion to the next. The reset makes a frame independent of
+    // the others.
+    VX_ResetDitherRandomIndex();
+    picture.world =
+        Named("dither", [&] {
+          return vx::convert(*picture.world, 8, {.dither = true, .progress = frame->Progress()});
+        }).release();
   } else if (options.dither) {
     frame->Note("--dither has no effect: it is for 8 bits from a deeper picture");
   }
-  if (planes.count() < 4) {
-    Check(KeepPlanes(planes, picture.world.get()), "planes");
-    picture.has_alpha = picture.has_alpha && planes.alpha && planes.count() > 1;
+  if (Count(planes) < 4) {
+    Named("planes", [&] { KeepPlanes(planes, *picture.world); });
+    picture.has_alpha = picture.has_alpha && planes.alpha && Count(planes) > 1;
   }
   frame->Record()["depth"] = picture.world->Depth();
   frame->Write(*picture.world, picture);
@@ -121,12 +100,12 @@ OptionList OptionsOf(ConvertOptions* to) {
       InputOption(&to->input),
       DepthOption(&to->depth, "%r: bits a channel; 16 is a scale of 0 to 32768, 32 is float"),
       {"--dither", "", Flag(&to->dither),
-       "Going down to 8 bits, add noise in place of rounding, the same for every frame"},
+       "From a deeper picture to 8 bits, add noise in place of rounding, the same for every frame"},
       Option{"--alpha", "HOW", Parsed(&to->alpha, ParseAlpha),
-             "How the colours of IN are taken, whatever it says: straight: as they stand; "
-             "premultiplied: divided by alpha; ignore: as they stand, and opaque"}
-          .Without("as IN says"),
-      Option{"--planes", "LETTERS", Parsed(&to->planes, ParsePlanes),
+             "How to read the colours of IN, whatever the file declares. straight: unchanged; "
+             "premultiplied: divided by alpha; ignore: unchanged, and the picture is opaque"}
+          .Without("as the file declares"),
+      Option{"--planes", "LETTERS", Parsed(&to->planes, ParseChannels),
              "Letters of argb to keep. One: that channel as an opaque grey picture; several: the "
              "other colours become 0, alpha becomes full"}
           .Default("argb"),
@@ -137,13 +116,14 @@ OptionList OptionsOf(ConvertOptions* to) {
 
 Verb ConvertVerb() {
   auto options = std::make_shared<ConvertOptions>();
-  return {"convert",
-          "Change the depth, the meaning of alpha, the planes or the format of a picture",
-          Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
-          "A format that holds less than the picture gets its deepest form, with a warning.\n"
-          "Examples:\n  vx convert shot.####.exr --depth 8 --dither -o shot.####.png\n"
-          "  vx convert logo.tif --planes a -o matte.png",
-          [options](const Verb& verb) { return Run(*options, verb); }};
+  return {
+      "convert", "Change the depth, the meaning of alpha, the planes or the format of a picture",
+      Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
+      "If the format stores fewer bits than the picture has, its largest depth is written, with a\n"
+      "warning.\n"
+      "Examples:\n  vx convert shot.####.exr --depth 8 --dither -o shot.####.png\n"
+      "  vx convert logo.tif --planes a -o matte.png",
+      [options](const Verb& verb) { return Run(*options, verb); }};
 }
 
 }  // namespace vxcli

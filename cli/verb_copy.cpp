@@ -1,19 +1,16 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx copy: a rectangle of a picture onto a canvas; crops, pads, moves, and scales into place.
+// vx copy: copies a rectangle of a picture onto a canvas, to crop, pad, move or scale it.
 
 #include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "Errors.h"
 #include "Job.h"
-#include "VX/VX_CallbackBlock.h"
-#include "VX/VX_Copy.h"
+#include "VX/cpp/Pixels.hpp"
 #include "Values.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
@@ -22,33 +19,23 @@ namespace {
 struct CopyOptions {
   JobOptions job;
   std::string input;
-  std::optional<M_Rect> from, to;
+  std::optional<vx::Rect> from, to;
   std::optional<Size> size;
-  int32_t quality = 0;  // VX_Quality_...
+  vx::Quality quality = vx::Quality::high;
 };
 
 struct Geometry {
-  M_Rect from, to;
+  vx::Rect from, to;
   Size canvas;
 };
 
-int32_t Width(const M_Rect& rect) { return rect.right - rect.left; }
-int32_t Height(const M_Rect& rect) { return rect.bottom - rect.top; }
-
-M_Rect RectOfSize(int32_t width, int32_t height) {
-  M_Rect rect{};
-  rect.right = static_cast<int16_t>(width);
-  rect.bottom = static_cast<int16_t>(height);
-  return rect;
-}
-
 bool IsScaled(const Geometry& at) {
-  return Width(at.from) != Width(at.to) || Height(at.from) != Height(at.to);
+  return at.from.width() != at.to.width() || at.from.height() != at.to.height();
 }
 
-M_Rect ParseArea(const std::string& option, const std::string& text) {
-  const M_Rect rect = ParseRect(option, text);
-  if (Width(rect) > 30000 || Height(rect) > 30000) {
+vx::Rect ParseArea(const std::string& option, const std::string& text) {
+  const vx::Rect rect = ParseRect(option, text);
+  if (rect.width() > 30000 || rect.height() > 30000) {
     throw UsageError(option + " '" + text + "': may be at most 30000 pixels wide and high");
   }
   return rect;
@@ -56,11 +43,11 @@ M_Rect ParseArea(const std::string& option, const std::string& text) {
 
 Geometry PlaceFor(const CopyOptions& options, int32_t width, int32_t height) {
   Geometry at;
-  at.from = options.from.value_or(RectOfSize(width, height));
-  at.to = options.to.value_or(RectOfSize(Width(at.from), Height(at.from)));
+  at.from = options.from.value_or(vx::Rect{0, 0, width, height});
+  at.to = options.to.value_or(vx::Rect{0, 0, at.from.width(), at.from.height()});
   const bool crop = options.from && !options.to;
   at.canvas =
-      options.size.value_or(crop ? Size{Width(at.from), Height(at.from)} : Size{width, height});
+      options.size.value_or(crop ? Size{at.from.width(), at.from.height()} : Size{width, height});
   return at;
 }
 
@@ -83,29 +70,41 @@ bool ShowsAny(const Geometry& at, const VX_LayerDef& picture) {
                at.canvas.height);
 }
 
-// Cuts the rectangle out, resizes it and puts it in place. So its edges stay sharp;
-// VX_CopyBits_HQ_Straight would mix in the pixels around it.
-void CopyResized(VX_ProgressInfo* progress, const Geometry& at, VX_World* picture,
-                 VX_World* canvas) {
-  VXIO_WorldPtr piece, placed;
+bool IsInside(const vx::Rect& rect, const VX_World& picture) {
+  return rect.left >= 0 && rect.top >= 0 && rect.right <= picture.width &&
+         rect.bottom <= picture.height;
+}
+
+// Cuts the rectangle out, resizes it and puts it in place, so that its edges stay sharp. vx::copy
+// at high quality would mix in the pixels around it.
+void CopyResized(const vx::Progress& progress, const Geometry& at, VX_World* picture,
+                 vx::Image* canvas) {
+  vx::Image piece, placed;
+  vx::AnyView from, to;
   if (IsInside(at.from, *picture)) {
-    piece = ViewOf(picture, at.from);
+    from = vx::AnyView(*picture).part(at.from);
   } else {
-    piece = NewWorld(Width(at.from), Height(at.from), picture->Depth());
-    Check(VX_CopyBits_Draft(nullptr, picture, piece.get(), &at.from, nullptr), "copy");
+    piece = vx::Image(at.from.width(), at.from.height(), picture->Depth());
+    from = piece;
+    vx::copy(from, *picture, {.from = at.from, .quality = vx::Quality::draft});
   }
-  const bool inside = IsInside(at.to, *canvas);
-  placed = inside ? ViewOf(canvas, at.to) : NewWorld(Width(at.to), Height(at.to), canvas->Depth());
-  Check(VX_ResizeWorld(progress, VX_Quality_High, piece.get(), placed.get()), "copy");
-  if (!inside) Check(VX_CopyBits_Draft(nullptr, placed.get(), canvas, nullptr, &at.to), "copy");
+  const bool inside = IsInside(at.to, *canvas->world());
+  if (inside) {
+    to = canvas->part(at.to);
+  } else {
+    placed = vx::Image(at.to.width(), at.to.height(), canvas->depth());
+    to = placed;
+  }
+  vx::resize(to, from, {.progress = progress});
+  if (!inside) vx::copy(*canvas, to, {.to = at.to, .quality = vx::Quality::draft});
 }
 
 int64_t BytesHeld(const CopyOptions& options, const VXIO_Info& input) {
   const Geometry at = PlaceFor(options, input.width, input.height);
   int64_t pixels =
       int64_t{input.width} * input.height + int64_t{at.canvas.width} * at.canvas.height;
-  if (options.quality == VX_Quality_High && IsScaled(at)) {
-    pixels += int64_t{Width(at.from)} * Height(at.from) + int64_t{Width(at.to)} * Height(at.to);
+  if (options.quality == vx::Quality::high && IsScaled(at)) {
+    pixels += int64_t{at.from.width()} * at.from.height() + int64_t{at.to.width()} * at.to.height();
   }
   return BytesOfWorld(pixels, 1, input.depth);
 }
@@ -113,15 +112,15 @@ int64_t BytesHeld(const CopyOptions& options, const VXIO_Info& input) {
 void CopyFrame(const CopyOptions& options, JobFrame* frame) {
   VXIO_Picture picture = frame->Read(0);
   const Geometry at = PlaceFor(options, picture.world->width, picture.world->height);
-  VXIO_WorldPtr canvas = NewWorld(at.canvas.width, at.canvas.height, picture.world->Depth());
+  vx::Image canvas(at.canvas.width, at.canvas.height, picture.world->Depth());
   if (!ShowsAny(at, *picture.world)) {
     frame->Note("nothing is copied: no part of --from lands on the canvas");
-  } else if (IsScaled(at) && options.quality == VX_Quality_High) {
-    CopyResized(frame->Progress(), at, picture.world.get(), canvas.get());
+  } else if (IsScaled(at) && options.quality == vx::Quality::high) {
+    Named("copy", [&] { CopyResized(frame->Progress(), at, picture.world.get(), &canvas); });
   } else {
-    Check(VX_CopyBits_Draft(nullptr, picture.world.get(), canvas.get(), &at.from, &at.to), "copy");
+    Named("copy", [&] { vx::copy(canvas, *picture.world, {at.from, at.to, vx::Quality::draft}); });
   }
-  auto edges = [](const M_Rect& rect) {
+  const auto edges = [](const vx::Rect& rect) {
     return nlohmann::ordered_json{rect.left, rect.top, rect.right, rect.bottom};
   };
   frame->Record()["from"] = edges(at.from);
@@ -129,7 +128,7 @@ void CopyFrame(const CopyOptions& options, JobFrame* frame) {
   frame->Record()["width"] = at.canvas.width;
   frame->Record()["height"] = at.canvas.height;
   // If a part of the canvas is not covered, the writer finds transparent pixels and adds alpha.
-  frame->Write(*canvas, picture);
+  frame->Write(canvas, picture);
 }
 
 int Run(const CopyOptions& options, const Verb& verb) {

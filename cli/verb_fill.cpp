@@ -5,13 +5,11 @@
 #include <algorithm>
 #include <memory>
 
-#include "Errors.h"
 #include "Job.h"
-#include "VX/VX_Fill.h"
+#include "VX/cpp/Pixels.hpp"
 #include "VXIO/VXIO_Picture.h"
 #include "Values.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
@@ -19,31 +17,10 @@ namespace {
 
 struct FillOptions {
   std::string target, color;
-  std::optional<M_Rect> area;
+  std::optional<vx::Rect> area;
   std::optional<int32_t> depth;
   JobOptions job;
 };
-
-// Paints with the fill for the depth of the world.
-void Paint(const std::string& text, const M_Rect* area, VX_World* world) {
-  switch (world->Depth()) {
-    case 8: {
-      auto color = ParseColor<VX_Pixel8>("--color", text);
-      Check(VX_Fill(nullptr, &color, area, world), "fill");
-      break;
-    }
-    case 16: {
-      auto color = ParseColor<VX_Pixel16>("--color", text);
-      Check(VX_Fill16(nullptr, &color, area, world), "fill");
-      break;
-    }
-    default: {
-      auto color = ParseColor<VX_PixelFloat>("--color", text);
-      Check(VX_FillFloat(nullptr, &color, area, world), "fill");
-      break;
-    }
-  }
-}
 
 int Run(const FillOptions& options, const Verb& verb) {
   const bool is_new = IsSize(options.target);
@@ -56,11 +33,12 @@ int Run(const FillOptions& options, const Verb& verb) {
   const auto work = [&](JobFrame& frame) {
     VXIO_Picture picture;
     if (is_new) {
-      picture.world = NewWorld(size.width, size.height, depth);
+      picture.world = vx::Image(size.width, size.height, depth).release();
     } else {
       picture = frame.Read(0, depth);
     }
-    Paint(options.color, options.area ? &*options.area : nullptr, picture.world.get());
+    const vx::Color color = ParseColor("--color", options.color, picture.world->Depth());
+    Named("fill", [&] { vx::fill(*picture.world, color, {options.area}); });
     frame.Write(*picture.world, picture);
   };
   return RunJob(verb, options.job, is_new ? "" : options.target, work, bytes);

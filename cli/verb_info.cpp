@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include "Console.h"
-#include "Errors.h"
 #include "VXIO/VXIO_Clip.h"
 #include "Verbs.h"
 

@@ -9,10 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Console.h"
-#include "Errors.h"
-#include "Package.h"
 #include "VX/VX_OverrideTable.h"
-#include "VX/VX_Transfer.h"
 #include "VXIO/VXIO_Picture.h"
 #include "Values.h"
 #include "Verbs.h"
@@ -30,8 +27,8 @@ const char* AlphaName(VXIO_AlphaKind alpha) {
 
 Json ListModes() {
   Json rows = Json::array();
-  for (const Mode& mode : Modes()) {
-    rows.push_back({{"number", mode.number}, {"name", mode.name}});
+  for (const vx::ModeInfo& info : vx::modes()) {
+    rows.push_back({{"number", static_cast<int32_t>(info.mode)}, {"name", info.name}});
   }
   return rows;
 }
@@ -41,7 +38,7 @@ Json ListSlots() {
   Json rows = Json::array();
   for (int32_t i = 0; i < VX_OverrideSlotCount; ++i) {
     VX_SlotDescription slot{};
-    Check(VX_DescribeSlot(i, &slot), "list slots");
+    Check(VX_DescribeSlot(i, &slot));
     rows.push_back({{"number", slot.number},
                     {"name", slot.name ? slot.name : "-"},
                     {"state", kStates[slot.state]}});
@@ -145,13 +142,14 @@ Verb ListVerb() {
   });
   OptionList options = {
       Option{"WHAT", " ", std::move(what),
-             "modes: transfer modes; slots: replaceable routines and which are built; formats: "
+             "modes: transfer modes; slots: replaceable routines and their states; formats: "
              "picture files; processors: levels of vector code and which is in use; options: those "
              "of all verbs"}
           .Required(),
       {"--json", "", Flag(&to->json), "Print JSON"}};
-  return {"list", "Show what this build knows", std::move(options),
-          "Example:\n  vx list modes --json", [to](const Verb&) { return Run(*to); }};
+  return {"list", "List the modes, slots, formats, processor levels or options of this build",
+          std::move(options), "Example:\n  vx list modes --json",
+          [to](const Verb&) { return Run(*to); }};
 }
 
 }  // namespace vxcli

@@ -6,12 +6,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Console.h"
-#include "Errors.h"
-#include "Job.h"
-#include "Mattes.h"
+#include "Layers.h"
 #include "Values.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
@@ -20,58 +17,62 @@ namespace {
 struct MatteOptions {
   JobOptions job;
   std::string input, combine;
-  int32_t from = VX_Matte_Alpha, depth = 0;
-  Feather feather;
+  vx::Matte from = vx::Matte::alpha;
+  int32_t depth = 0;
+  FeatherSettings feather;
   double fade = 1;
   bool invert = false;
   std::optional<int32_t> combine_mode;
 };
 
-void Combine(const MatteOptions& options, JobFrame* frame, VX_UnoBuffer* matte) {
+void Combine(const MatteOptions& options, JobFrame* frame, vx::MaskBuffer* matte) {
   const std::string& file = frame->Input(1);
-  const VXIO_Picture picture = frame->Read(1, matte->depth);
-  if (picture.world->width != matte->width || picture.world->height != matte->height) {
-    Note(file + ": is " + std::to_string(picture.world->width) + " x " +
-         std::to_string(picture.world->height) + ", the matte " + std::to_string(matte->width) +
-         " x " + std::to_string(matte->height) +
+  const VXIO_Picture picture = frame->Read(1, matte->depth());
+  const VX_World& other = *picture.world;
+  if (other.width != matte->width() || other.height != matte->height()) {
+    Note(file + ": is " + std::to_string(other.width) + " x " + std::to_string(other.height) +
+         ", the matte " + std::to_string(matte->width()) + " x " + std::to_string(matte->height()) +
          "; their upper left corners are aligned, and nothing changes outside of it");
   }
-  const UnoPtr other = MatteOf(*picture.world, VX_Matte_Luma, file);
-  Check(VX_AccumulateUnoBuffers(frame->Progress(), other.get(),
-                                options.combine_mode.value_or(VX_UnoAccumulate_Add), nullptr,
-                                nullptr, matte),
-        file);
+  Named(file, [&] {
+    const vx::MaskBuffer luma = vx::matte(other, vx::Matte::luma);
+    Check(VX_AccumulateUnoBuffers(nullptr, luma.buffer(),
+                                  options.combine_mode.value_or(VX_UnoAccumulate_Add), nullptr,
+                                  nullptr, matte->buffer()));
+  });
 }
 
 void MakeMatte(const MatteOptions& options, JobFrame* frame) {
   const std::string& file = frame->Input(0);
   VXIO_Picture picture = frame->Read(0, options.depth);
-  const bool by_alpha = options.from == VX_Matte_Alpha || options.from == VX_Matte_InverseAlpha;
+  const bool by_alpha =
+      options.from == vx::Matte::alpha || options.from == vx::Matte::inverse_alpha;
   if (by_alpha && !picture.has_alpha) {
     frame->Warn("has no alpha, so that the matte is " +
-                std::string(options.from == VX_Matte_Alpha ? "full" : "empty") +
+                std::string(options.from == vx::Matte::alpha ? "full" : "empty") +
                 "; --from luma takes its brightness");
   }
-  const UnoPtr matte = MatteOf(*picture.world, options.from, file);
+  vx::MaskBuffer matte = Named(file, [&] { return vx::matte(*picture.world, options.from); });
   picture.world.reset();
-  Soften(options.feather, frame->Progress(), matte.get(), file);
-  if (options.invert) Check(VX_InvertUnoBuffer(nullptr, matte.get()), file);
-  if (options.fade != 1) Check(VX_FadeUnoBuffer(options.fade, matte.get()), file);
-  if (!options.combine.empty()) Combine(options, frame, matte.get());
-  const VXIO_WorldPtr grey = NewWorld(matte->width, matte->height, matte->depth);
-  Check(VX_WorldFromMatte(nullptr, matte.get(), grey.get()), file);
-  frame->Record()["width"] = matte->width;
-  frame->Record()["height"] = matte->height;
-  frame->Record()["depth"] = matte->depth;
+  Named(file, [&] {
+    Soften(options.feather, frame->Progress(), &matte);
+    if (options.invert) vx::invert(matte);
+    if (options.fade != 1) vx::fade(matte, options.fade);
+  });
+  if (!options.combine.empty()) Combine(options, frame, &matte);
+  const vx::Image grey = Named(file, [&] { return vx::to_image(matte); });
+  frame->Record()["width"] = matte.width();
+  frame->Record()["height"] = matte.height();
+  frame->Record()["depth"] = matte.depth();
   VXIO_WriteOptions write;
   write.grey = true;
-  frame->Write(*grey, write);
+  frame->Write(grey, write);
 }
 
 int Run(const MatteOptions& options, const Verb& verb) {
   CheckFeather(options.feather);
   if (options.combine.empty() && options.combine_mode) {
-    throw UsageError("--combine-mode: means nothing without --combine FILE");
+    throw UsageError("--combine-mode: has no effect without --combine FILE");
   }
   Job job;
   job.verb = &verb;
@@ -95,10 +96,10 @@ OptionList OptionsOf(MatteOptions* to) {
       {"--invert", "", Flag(&to->invert), "Then invert it: full becomes empty"},
       Option{"--fade", "NUMBER", Number(&to->fade, 0, 1), "Then multiply it, %r"}.Default("1"),
       Option{"--combine", "FILE", Text(&to->combine),
-             "At last bring in another matte: the brightness of this picture"}
+             "Finally combine it with another matte, the brightness of this picture"}
           .For(Decides::Contents),
       Option{"--combine-mode", "HOW", Choice(&to->combine_mode, {"add", "replace", "subtract"}),
-             "%r; held between empty and full"}
+             "%r; limited to the range from empty to full"}
           .Without("add"),
       DepthOption(&to->depth, "%r: bits of the matte"),
   };

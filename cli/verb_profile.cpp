@@ -8,16 +8,11 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "Color.h"
 #include "Console.h"
-#include "Errors.h"
-#include "Profiles.h"
-#include "VX/VX_CallbackBlock.h"
-#include "VX/VX_ColorSettings.h"
-#include "VX/VX_Copy.h"
-#include "VX/VX_Fill.h"
+#include "VX/cpp/Pixels.hpp"
 #include "VXIO/VXIO_Profile.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
@@ -48,40 +43,31 @@ std::string Decimals(const char* form, double value) {
 constexpr int32_t kScale = 4, kSide = 256 * kScale, kMargin = 12 * kScale;
 constexpr int32_t kWhole = kSide + 2 * kMargin;
 
-constexpr VX_Pixel8 kPaper = {255, 250, 250, 250}, kGrid = {255, 215, 215, 215},
-                    kFrame = {255, 120, 120, 120}, kCurve = {255, 200, 40, 20};
-
-void Paint(const VX_Pixel8& color, int32_t left, int32_t top, int32_t right, int32_t bottom,
-           VX_World* world) {
-  M_Rect rect{};
-  rect.left = static_cast<int16_t>(left);
-  rect.top = static_cast<int16_t>(top);
-  rect.right = static_cast<int16_t>(right);
-  rect.bottom = static_cast<int16_t>(bottom);
-  Check(VX_Fill(/*ref=*/nullptr, &color, &rect, world), "plot");
-}
+constexpr vx::Pixel8 kPaper = {255, 250, 250, 250}, kGrid = {255, 215, 215, 215},
+                     kFrame = {255, 120, 120, 120}, kCurve = {255, 200, 40, 20};
 
 // A line from one column to the next, thick in both directions.
-void Join(const VX_Pixel8& color, int32_t x, int32_t from, int32_t to, int32_t thick,
-          VX_World* world) {
+void Join(const vx::Pixel8& color, int32_t x, int32_t from, int32_t to, int32_t thick,
+          vx::AnyView plot) {
   const int32_t low = kMargin + kSide - std::min(from, to),
                 high = kMargin + kSide - std::max(from, to);
-  Paint(color, kMargin + x - thick / 2, high - thick / 2, kMargin + x + thick / 2 + 1,
-        low + thick / 2 + 1, world);
+  vx::fill(plot, color,
+           {vx::Rect{kMargin + x - thick / 2, high - thick / 2, kMargin + x + thick / 2 + 1,
+                     low + thick / 2 + 1}});
 }
 
 // The tone curve as a picture: stored values to the right, linear light upwards, the diagonal of a
 // linear profile, a grid of quarters.
-VXIO_WorldPtr PlotCurve(const VX_LinearBlendingTables& tables) {
-  VXIO_WorldPtr large = NewWorld(kWhole, kWhole, 8);
-  Paint(kPaper, 0, 0, kWhole, kWhole, large.get());
+vx::Image PlotCurve(const vx::LinearTables& tables) {
+  vx::Image large(kWhole, kWhole, 8);
+  vx::fill(large, kPaper);
   for (int32_t i = 0; i <= 4; ++i) {
-    const VX_Pixel8& color = i % 4 == 0 ? kFrame : kGrid;
+    const vx::Pixel8& color = i % 4 == 0 ? kFrame : kGrid;
     const int32_t at = kMargin + i * kSide / 4 - kScale / 2, end = kMargin + kSide + kScale / 2;
-    Paint(color, at, kMargin, at + kScale, end, large.get());
-    Paint(color, kMargin, at, end, at + kScale, large.get());
+    vx::fill(large, color, {vx::Rect{at, kMargin, at + kScale, end}});
+    vx::fill(large, color, {vx::Rect{kMargin, at, end, at + kScale}});
   }
-  for (int32_t x = 0; x < kSide; ++x) Join(kFrame, x, x, x + 1, kScale, large.get());
+  for (int32_t x = 0; x < kSide; ++x) Join(kFrame, x, x, x + 1, kScale, large);
   auto height = [&](int32_t stored) {
     return static_cast<int32_t>(tables.linearize[stored] * int64_t{kSide} / 32768);
   };
@@ -92,11 +78,9 @@ VXIO_WorldPtr PlotCurve(const VX_LinearBlendingTables& tables) {
       const int32_t next = std::min(stored + 1, 255);
       return height(stored) + (height(next) - height(stored)) * part / kSide;
     };
-    Join(kCurve, x, at(x), at(x + 1), 2 * kScale, large.get());
+    Join(kCurve, x, at(x), at(x + 1), 2 * kScale, large);
   }
-  VXIO_WorldPtr plot = NewWorld(kWhole / kScale, kWhole / kScale, 8);
-  Check(VX_ResizeWorld(/*progress=*/nullptr, VX_Quality_High, large.get(), plot.get()), "plot");
-  return plot;
+  return vx::resize(large, kWhole / kScale, kWhole / kScale);
 }
 
 // --- the verb ------------------------------------------------------------------------------------
@@ -115,7 +99,7 @@ int List(bool as_json) {
   return kDone;
 }
 
-void PrintText(const Json& record, const VX_LinearBlendingTables& tables) {
+void PrintText(const Json& record, const vx::LinearTables& tables) {
   std::cout << record["description"].get<std::string>() << '\n'
             << "from      " << record["from"].get<std::string>() << ", "
             << record["bytes"].get<size_t>() << " bytes\n"
@@ -147,7 +131,7 @@ int Run(const ProfileOptions& options) {
   const NamedProfile found = FindProfile("profile", options.profile);
   std::vector<uint8_t> bytes;
   CheckEngine(COR_QCE_GetProfileBytes(found.profile, &bytes), options.profile);
-  const auto tables = VX_MakeLinearizationTables(found.profile);
+  const auto tables = vx::linear_tables(vx::Profile(found.profile));
   Json record = {{"profile", options.profile},
                  {"from", found.from},
                  {"description", VXIO_ProfileName(found.profile)},
@@ -159,7 +143,8 @@ int Run(const ProfileOptions& options) {
   if (!options.plot.empty()) {
     VXIO_WriteOptions write;
     write.clobber = clobber;
-    Warn(VXIO_Write(options.plot, *PlotCurve(*tables), write));
+    const vx::Image plot = Named("plot", [&] { return PlotCurve(*tables); });
+    Warn(VXIO_Write(options.plot, *plot.world(), write));
   }
   if (!options.write.empty()) {
     VXIO_WriteText(options.write, std::string(bytes.begin(), bytes.end()));

@@ -8,12 +8,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "Errors.h"
 #include "Job.h"
-#include "VX/VX_Copy.h"
+#include "VX/cpp/Pixels.hpp"
 #include "Values.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
@@ -26,7 +24,7 @@ struct ResizeOptions {
   std::string input;
   std::optional<Size> size;  // a side of 0 follows from the other
   std::optional<double> scale;
-  int32_t quality = 0;  // VX_Quality_...
+  vx::Quality quality = vx::Quality::high;
 };
 
 // Rounds a side to a whole number, at least 1.
@@ -63,11 +61,11 @@ int Run(const ResizeOptions& options, const Verb& verb) {
     VXIO_Picture picture = frame.Read(0);
     const VX_World& from = *picture.world;
     const Size size = SizeFor(options, frame.Input(0), from.width, from.height);
-    VXIO_WorldPtr to = NewWorld(size.width, size.height, from.Depth());
-    Check(VX_ResizeWorld(frame.Progress(), options.quality, &from, to.get()), frame.Input(0));
+    vx::Image to(size.width, size.height, from.Depth());
+    Named(frame.Input(0), [&] { vx::resize(to, from, {options.quality, frame.Progress()}); });
     frame.Record()["width"] = size.width;
     frame.Record()["height"] = size.height;
-    frame.Write(*to, picture);
+    frame.Write(to, picture);
   };
   return RunJob(verb, options.job, options.input, work, bytes);
 }

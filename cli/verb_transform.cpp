@@ -10,16 +10,13 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "CompositeColor.h"
+#include "Color.h"
 #include "Console.h"
-#include "Errors.h"
 #include "Job.h"
-#include "LayerPictures.h"
+#include "Layers.h"
 #include "Motion.h"
-#include "MotionPath.h"
 #include "VXIO/VXIO_Sequence.h"
 #include "Verbs.h"
-#include "Worlds.h"
 
 namespace vxcli {
 
@@ -32,12 +29,13 @@ struct TransformOptions {
   std::optional<Size> size;
   std::optional<int32_t> samples;
   std::optional<double> shutter_angle;
-  int32_t quality = 0, depth = 0;  // depth 0: the deepest of the pictures
+  vx::Quality quality = vx::Quality::high;
+  int32_t depth = 0;  // 0: the deepest of the pictures
   DrawOptions draw;
   ColorOptions color;
   JobOptions job;
-  std::deque<Place>
-      places;  // start and end; a deque, because the lists of options point to elements
+  // Start and end; a deque, because the lists of options point to elements.
+  std::deque<Place> places;
 };
 
 // The state that all frames share.
@@ -59,41 +57,35 @@ Motion MotionAt(const Transform& job, JobFrame& frame) {
     const int64_t number = frame.Number();
     frame.Note("frame " + std::to_string(number) +
                " is drawn without motion; its path has no line for frame " +
-               std::to_string(number + 1) + ", where it would go");
+               std::to_string(number + 1) + ", where it would move");
   }
   return motion;
 }
 
 void Draw(const Transform& job, const VX_World& layer, FrameColor* color, JobFrame* frame,
           VX_World* below, nlohmann::ordered_json* record) {
-  Mask mask;
-  if (job.layer_inputs.mask)
-    mask = ReadMask(job.options.draw, job.layer_inputs.mask, *below, frame);
+  auto options = DrawingOf<vx::TransformOptions>(job.options.draw);
+  VXIO_WorldPtr mask;
+  if (job.layer_inputs.mask) {
+    options.mask = ReadMask(job.options.draw, job.layer_inputs.mask, *below, frame, &mask, record);
+  }
+  options.linear = color->tables();
+  options.quality = job.options.quality;
+  options.progress = frame->Progress();
   const Motion motion = MotionAt(job, *frame);
   const auto matrices_of = [&](const Motion& m) {
     return MatricesOf(m, job.shutter, job.options.quality, layer.width, layer.height);
   };
-  const std::vector<M_Matrix3> matrices = matrices_of(motion);
-  const auto count = static_cast<int32_t>(matrices.size());
+  const std::vector<vx::Matrix> matrices = matrices_of(motion);
   const std::string& file = frame->Input(job.layer_inputs.file);
   const std::string why = WhyUnseen(matrices, layer, *below);
   if (!why.empty()) Note(file + ": " + why);
-  const DrawOptions& drawing = job.options.draw;
-  VX_CompositeModePlus mode(drawing.mode.number, static_cast<float>(drawing.opacity),
-                            color->tables(), drawing.keep_alpha, drawing.seed);
   const auto start = std::chrono::steady_clock::now();
-  Check(VX_TransformMotion(frame->Progress(), job.options.quality, drawing.field, &layer, &mode,
-                           color->tables(), mask.world ? &mask.spec : nullptr, matrices.data(),
-                           count, /*src2dst=*/1, /*dst_rect=*/nullptr, below),
-        file);
+  Named(file, [&] { vx::transform(*below, layer, matrices, options); });
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
   (*record)["matrix"] = matrices_of({motion.start, std::nullopt}).front().m;
-  (*record)["matrices"] = count;
+  (*record)["matrices"] = matrices.size();
   (*record)["milliseconds"] = spent.count();
-  if (mask.world) {
-    (*record)["mask"] = frame->Input(job.layer_inputs.mask);
-    (*record)["mask_use"] = MaskUseName(mask.spec.what);
-  }
 }
 
 void WorkOn(Transform* transform, JobFrame* frame) {
@@ -103,10 +95,7 @@ void WorkOn(Transform* transform, JobFrame* frame) {
       job.options.depth ? job.options.depth : *std::max_element(own.begin(), own.end());
   FrameColor color(&transform->color, frame, &job.inputs, own, depth);
   nlohmann::ordered_json& record = frame->Record();
-  nlohmann::ordered_json about = {{"file", frame->Input(job.layer_inputs.file)},
-                                  {"mode", job.options.draw.mode.name},
-                                  {"mode_number", job.options.draw.mode.number},
-                                  {"opacity", job.options.draw.opacity}};
+  nlohmann::ordered_json about = RecordOf(frame->Input(job.layer_inputs.file), job.options.draw);
   const bool over = job.layer_inputs.file > 0;
   // Without a background the layer is drawn on a transparent picture with its profile.
   VXIO_Picture picture = color.ReadBackground(over ? "background" : "layer");
@@ -116,7 +105,7 @@ void WorkOn(Transform* transform, JobFrame* frame) {
   } else {
     layer = std::move(picture.world);
     const Size size = job.options.size.value_or(Size{layer->width, layer->height});
-    picture.world = NewWorld(size.width, size.height, depth);
+    picture.world = vx::Image(size.width, size.height, depth).release();
     picture.has_alpha |= job.is_sequence;  // also in frames that the layer covers completely
   }
   if (job.layer_inputs.matte)
@@ -157,7 +146,8 @@ int64_t FirstFrame(const std::vector<std::string>& inputs) {
 Shutter ShutterOf(const TransformOptions& options) {
   const bool moves = options.places.size() > 1 || !options.path.empty();
   if (!moves && (options.samples || options.shutter_angle)) {
-    throw UsageError("--motion-samples, --shutter-angle: mean nothing without --to or --path FILE");
+    throw UsageError(
+        "--motion-samples, --shutter-angle: have no effect without --to or --path FILE");
   }
   return {options.samples, options.shutter_angle.value_or(kFullTurn) / kFullTurn};
 }
@@ -177,10 +167,10 @@ void ReadPath(Transform* transform, Job* job) {
 int Run(const TransformOptions& options, const Verb& verb) {
   const bool moves = options.places.size() > 1;
   if (!options.over.empty() && options.size) {
-    throw UsageError("--size: is that of the background where --over names one");
+    throw UsageError("--size: not together with --over; the result has the size of the background");
   }
   if (moves && !options.path.empty()) {
-    throw UsageError("--to: the lines of --path are where the motion goes");
+    throw UsageError("--to: not together with --path, whose lines give the end of each motion");
   }
   CheckDrawOptions(options.draw);
   Transform transform{options,
@@ -235,17 +225,18 @@ OptionList MotionOptions(TransformOptions* to) {
           Option{"--path", "FILE", Text(&to->path),
                  "In place of --to: a text file with a line for each frame, the options of its "
                  "place (--translate 10,0 --rotate 3), after 'N:' where N is the number of the "
-                 "frame; a frame moves from its line to the next. docs/transform.md tells more"}
+                 "frame; a frame moves from its line to the next. see docs/transform.md"}
               .For(Decides::Contents),
           Option{"--motion-samples", "N", Integer(&to->samples, 1, VX_Transform_MaxMatrices - 1),
-                 "Pictures that a motion is averaged of, %r, in equal steps of the parameters from "
-                 "the start on, the end left out; so a rotation sweeps an arc, and matrices change "
-                 "entry by entry"}
-              .Without("one for each pixel of the way, 16 to 128; draft: 8"),
-          Option{"--shutter-angle", "DEG", Number(&to->shutter_angle, 0, 2 * kFullTurn),
-                 "How much of the way is seen, from the start on: 180 is half of it, 0 stands "
-                 "still, up to 720, which goes beyond the end"}
-              .Without("360, all of it"),
+                 "Number of sub-samples that a motion blur averages, %r, in equal steps of the "
+                 "parameters from the start, without the end. A rotation follows an arc; matrices "
+                 "change entry by entry"}
+              .Without("one for each pixel of the path, 16 to 128; draft: 8"),
+          Option{
+              "--shutter-angle", "DEG", Number(&to->shutter_angle, 0, 2 * kFullTurn),
+              "Part of the motion that is blurred, from the start: 180 is half of it, 0 none, so "
+              "that the layer is sharp; up to 720, which continues beyond the end"}
+              .Without("360, the whole motion"),
       });
 }
 
@@ -254,8 +245,8 @@ Parts PlaceParts(TransformOptions* to) {
   static Place unused;  // for the help
   static bool flag = false;
   const Option end{"--to", "", Flag(&flag),
-                   "What follows of the options above is the end of a motion; what is not named "
-                   "again stays as it is at the start"};
+                   "The options above after --to give the end of a motion; those that are not "
+                   "repeated keep the value of the start"};
   Parts places{"--to", "place", true, {}, nullptr};
   places.options = Join({PlaceOptionList(&unused), InGroup("Motion", {end})});
   places.add = [to, end] {
@@ -276,8 +267,7 @@ Verb TransformVerb() {
           Join({PictureOptions(to), MotionOptions(to),
                 InGroup("How the layer is drawn", DrawOptionList(&to->draw)),
                 ColorOptionList(&to->color), JobOptionList(&to->job, JobOutput::Picture)}),
-          "Scale comes first, then skew, then rotation, all around the anchor; then everything "
-          "moves.\n"
+          "The order is scale, skew, rotation, all around the anchor, then translation.\n"
           "Examples:\n"
           "  vx transform logo.png --over street.jpg --scale 0.3 --rotate -8 --translate 410.5,96 "
           "-o out.png\n"

@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Colour in `vx composite` and `vx transform`: the profile of a composition, conversions to it and
-// the tables for linear light. docs/color.md explains the rules to users.
+// Colour profiles, as options name them, and the colour of `vx composite` and `vx transform`: the
+// profile of a composition, conversions to it and the tables for linear light. docs/color.md
+// explains the rules to users.
 
 #include <array>
 #include <map>
@@ -15,11 +16,39 @@
 #include <vector>
 
 #include "Job.h"
-#include "Profiles.h"
-#include "VX/VX_ColorSettings.h"
+#include "VX/cpp/Color.hpp"
 #include "VXIO/VXIO_Profile.h"
+#include "host/COR.h"
 
 namespace vxcli {
+
+// --- profiles ------------------------------------------------------------------------------------
+
+std::vector<std::string> BuiltInProfiles();
+
+// .icc or .icm, in either case
+bool HasProfileExtension(const std::string& path);
+
+struct NamedProfile {
+  COR_QCE_ProfilePtr profile;
+  std::string from;  // "built in", "file" or "embedded"
+};
+
+// The profile that a word names: a built-in one, a file of a profile, or a picture with one in it.
+// `what` is the option, for messages. Throws UsageError for a word that is neither a name nor looks
+// like a file, and VXIO_Error (Input) for a file that is not there or has no profile of use.
+NamedProfile FindProfile(const std::string& what, const std::string& word);
+
+// The 128 bits of the identity as 32 hexadecimal digits.
+std::string ProfileID(const COR_QCE_ProfilePtr& profile);
+
+// Metadata of nothing but the picture's own profile, for a result whose other words would be wrong.
+VXIO_Metadata ProfileAlone(const std::string& path, const VXIO_Picture& picture);
+
+// Throws DescribedFailure for a status that is not 0. `doing` names the work and the profile.
+void CheckEngine(QCE_Status status, const std::string& doing);
+
+// --- a composition -------------------------------------------------------------------------------
 
 struct ColorOptions {
   bool linear = false;
@@ -36,7 +65,7 @@ class JobColor {
   bool linear() const { return options_.linear; }
   const COR_QCE_ProfilePtr& given() const { return options_.profile; }
 
-  using Tables = boost::shared_ptr<const VX_LinearBlendingTables>;
+  using Tables = std::shared_ptr<const vx::LinearTables>;
   Tables TablesFor(const COR_QCE_ProfilePtr& profile);
 
   bool Same(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b);
@@ -74,8 +103,8 @@ class FrameColor {
   // Reads a layer in the profile of the composition. `record` is that of the layer.
   VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* record);
 
-  // For VX_TransferRect; null without --linear.
-  const VX_LinearBlendingTables* tables() const { return tables_.get(); }
+  // Null without --linear.
+  const vx::LinearTables* tables() const { return tables_.get(); }
 
  private:
   bool Converts() const { return job_->linear() || job_->given(); }

@@ -68,7 +68,7 @@ VERBS = {
         ("--rotate 3 --to --matrix 1 0 0 0 1 0 0 0 1", "--matrix: stands alone, at both ends"),
         ("--to --rotate 1 --to", "--to: stands once"), ("--to --motion-samples 257", "'257': .* 1 to 256"),
         ("--to --shutter-angle 721", "'721': .* 0 to 720"), ("--motion-samples 4", "without --to or --path"),
-        ("--over b.png --size 4x4", "--size: is that of the background"), ("--layer b.png", "--layer"),
+        ("--over b.png --size 4x4", "--size: not together with --over"), ("--layer b.png", "--layer"),
         ("--path k.txt", "name the output like")],
 }
 USES = {
@@ -213,7 +213,7 @@ class Refusals(CommandTest):
                               ("--rotate 3", "has no line for frame 2, only for 1"), ("\0", "is binary")):
             self.text("p.txt", text)
             self.table(INPUT, [("transform s.#.png --path p.txt -o o.#.png", r"p\.txt: .*" + message)])
-        self.table(USAGE, [("transform s.#.png --path p.txt --to --rotate 1 -o o.#.png", "--to: the lines of --path")])
+        self.table(USAGE, [("transform s.#.png --path p.txt --to --rotate 1 -o o.#.png", "--to: not together with --path")])
 
     def test_a_full_disk(self):
         # A limit on file sizes makes writes fail half-way, as a full disk does.

@@ -137,7 +137,7 @@ class Paths(TransformTest):
         words = ("s.####.png", "--path", "p.txt", "--anchor", "2,3", "--motion-samples", 3)
         _, said = self.vx("transform", *words, "-o", "o.####.png")
         self.assertEqual(said, "vx: note: s.1004.png: frame 1004 is drawn without motion; its path has no "
-                               "line for frame 1005, where it would go\n")
+                               "line for frame 1005, where it would move\n")
         whole = [self.contents(f"o.{frame}.png") for frame in shots]
         self.assertEqual(whole, [self.want(f"s.{frame}.png", i) for i, frame in enumerate(shots)])
         # A part of the frames has the same results as all frames.

@@ -53,9 +53,9 @@ Words WordsOf(Words doubled) {
 
 void BytesToWords(const char* from, char* to) {
   const auto c = VXp_Load<Bytes>(from);
-  const Bytes low = __builtin_shuffle(c, Bytes{0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7});
+  const Bytes low = __builtin_shufflevector(c, c, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7);
   const Bytes high =
-      __builtin_shuffle(c, Bytes{8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15});
+      __builtin_shufflevector(c, c, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15);
   VXp_Store(to, WordsOf(reinterpret_cast<Words>(low)));
   VXp_Store(to + 16, WordsOf(reinterpret_cast<Words>(high)));
 }

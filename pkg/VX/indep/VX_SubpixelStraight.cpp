@@ -276,6 +276,24 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
 
 }  // namespace
 
+template <>
+void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
+                        int32_t count, VX_Pixel8* out) {
+  const VX_SampPB* const from = &record;
+  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
+    VXp_MixPointsByFour<BytePointRule>(VXp_Origin<VX_Pixel8>(*from->src), x, y, count, out);
+  });
+}
+
+template <>
+void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
+                        int32_t count, VX_Pixel16* out) {
+  const VX_SampPB* const from = &record;
+  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
+    VXp_MixPoints(*from, x, y, count, out, OnePoint16);
+  });
+}
+
 template <class Pixel>
 void VXp_StraightRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
                      char* out) {
@@ -294,24 +312,6 @@ void VXp_StraightRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, 
 }
 template VXp_SampleRowCall VXp_StraightRow<VX_Pixel8>;
 template VXp_SampleRowCall VXp_StraightRow<VX_Pixel16>;
-
-template <>
-void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
-                        int32_t count, VX_Pixel8* out) {
-  const VX_SampPB* const from = &record;
-  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixPointsByFour<BytePointRule>(VXp_Origin<VX_Pixel8>(*from->src), x, y, count, out);
-  });
-}
-
-template <>
-void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
-                        int32_t count, VX_Pixel16* out) {
-  const VX_SampPB* const from = &record;
-  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixPoints(*from, x, y, count, out, OnePoint16);
-  });
-}
 
 VX_Err VX_SubpixelSample_Straight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                                   VX_Pixel8* out) {

@@ -69,7 +69,7 @@ struct VXp_MotionSum {
   Pixel Average(int32_t count, VXp_MotionRounding rounding = VXp_MotionRounding::Down) const {
     if (alpha == 0) return Pixel{};
     const bool nearest = rounding == VXp_MotionRounding::Nearest;
-    const auto divided = [nearest](Number sum, Number by) {
+    const auto divided = [&](Number sum, Number by) {
       if constexpr (!kIsFloat) sum += nearest ? by / 2 : 0;
       return sum / by;
     };

@@ -20,6 +20,8 @@ if(TARGET vx)
 endif()
 
 install(TARGETS ${vx_libraries} EXPORT VXTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS VX_static VXHost_static EXPORT VXStaticTargets
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${vx_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 if(TARGET vx_python)
@@ -34,6 +36,7 @@ endif()
 
 set(vx_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VX)
 install(EXPORT VXTargets NAMESPACE VX:: DESTINATION ${vx_package_dir})
+install(EXPORT VXStaticTargets NAMESPACE VX:: DESTINATION ${vx_package_dir})
 configure_package_config_file(cmake/VXConfig.cmake.in ${PROJECT_BINARY_DIR}/VXConfig.cmake
                               INSTALL_DESTINATION ${vx_package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/VXConfigVersion.cmake
@@ -41,17 +44,19 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/VXConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/VXConfig.cmake ${PROJECT_BINARY_DIR}/VXConfigVersion.cmake
         DESTINATION ${vx_package_dir})
 
-# A pkg-config file for each library. vx does not require a host: the user adds vx-host, or links another
-# host after it.
-function(vx_install_pc name library description requires)
+# The pkg-config files: vx, the library with the embedded host; vx-core, the library alone, for a program that
+# links a host of its own after it; vx-host; vx-io. libVX does not name the host as a needed library, so the
+# linker must see libVX first.
+function(vx_install_pc name library description requires requires_private)
   set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH prefix_from_pc /${pc_dir} /)
   string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
   configure_file(${PROJECT_SOURCE_DIR}/cmake/vx.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pc_dir})
 endfunction()
-vx_install_pc(vx VX "Pixel processing of a compositing host" "")
-vx_install_pc(vx-host VXHost "The embedded host of VX" "")
+vx_install_pc(vx VX "Pixel processing of a compositing host" vx-host "")
+vx_install_pc(vx-core VX "VX without a host" "" "")
+vx_install_pc(vx-host VXHost "The embedded host of VX" "" lcms2)
 if(TARGET VXIO)
-  vx_install_pc(vx-io VXIO "Pictures and clips to and from worlds of VX" "vx vx-host")
+  vx_install_pc(vx-io VXIO "Pictures and clips to and from worlds of VX" vx "")
 endif()

@@ -193,7 +193,17 @@ VX_Err Chunks(Command& c) {
   c.Gave("code", VX_UnlockChunk(&chunks[0]));
   if (c.Flag()) c.Gave("code", VX_LockChunk(&chunks[0]));
   const int32_t from = c.Below(channels[0]), to = c.Between(0, channels[1]);
+  std::vector<uint8_t> want(static_cast<size_t>(chunks[1].rowbytes * height));
+  if (!want.empty()) std::memcpy(want.data(), chunks[1].locked_data, want.size());
   error = VX_ChannelCopy(nullptr, &chunks[0], &chunks[1], from, to);
+  for (int32_t i = 0; error == VX_Ok && i < width * height; ++i) {
+    std::memcpy(want.data() + (i * channels[1] + to) * element,
+                static_cast<uint8_t*>(*chunks[0].handle) + (i * channels[0] + from) * element,
+                element);
+  }
+  if (std::memcmp(chunks[1].locked_data, want.data(), want.size()) != 0) {
+    c.Fail("another result of a channel copy");
+  }
   c.GaveBytes("chunk", chunks[1].locked_data, static_cast<size_t>(chunks[1].rowbytes * height), 1,
               false);
   for (VX_ChannelChunk& chunk : chunks) c.Gave("code", VX_DisposeChunk(&chunk));

@@ -60,17 +60,20 @@ void FillWith(const Color& color, const M_Rect* area, const VX_LayerDef& world) 
     });
   });
 }
-// The exported fills turn an area over.
+// Fills and premultiplication turn an area over; null is the whole world.
+inline M_Rect TurnedOver(const M_Rect* area, const VX_LayerDef& world) {
+  if (area == nullptr) {
+    return {0, 0, static_cast<int16_t>(world.height), static_cast<int16_t>(world.width)};
+  }
+  return {std::min(area->top, area->bottom), std::min(area->left, area->right),
+          std::max(area->top, area->bottom), std::max(area->left, area->right)};
+}
 template <class Color>
 VX_Err FillTwin(void*, const Color* color, const M_Rect* area, VX_LayerDef* world) {
-  M_Rect turned{};
-  if (area != nullptr) {
-    turned = {std::min(area->top, area->bottom), std::min(area->left, area->right),
-              std::max(area->top, area->bottom), std::max(area->left, area->right)};
-  }
+  const M_Rect turned = TurnedOver(area, *world);
   Color value{};
   if (color != nullptr) std::memcpy(&value, color, sizeof value);
-  FillWith(value, area != nullptr ? &turned : nullptr, *world);
+  FillWith(value, &turned, *world);
   return VX_Ok;
 }
 
@@ -91,6 +94,74 @@ template <class Pixel>
 constexpr VX_ChannelOf<Pixel> kFullAlpha = sizeof(Pixel) == 4   ? 255
                                            : sizeof(Pixel) == 8 ? 32768
                                                                 : 1;
+
+// --- premultiplication ---------------------------------------------------------------------------
+
+// A channel times alpha, over a matte, in exact arithmetic; floats round each step. The matte null
+// is black.
+template <class Pixel>
+double Multiplied(double c, double a, const double* m) {
+  if (sizeof(Pixel) == 16) {
+    const float product = static_cast<float>(c) * static_cast<float>(a);
+    if (m == nullptr) return product;
+    return product + static_cast<float>(*m) * (1.0f - static_cast<float>(a));
+  }
+  const auto mul = [](double x, double y) {
+    return sizeof(Pixel) == 4 ? std::floor(x * y / 255.0 + 0.5)
+                              : std::floor((x * y + 16383) / 32768);
+  };
+  return mul(c, a) + (m != nullptr ? mul(*m, kFullAlpha<Pixel> - a) : 0);
+}
+// The inverse: m + (c - m) / a, to the nearest, halves away from the matte, within the scale.
+template <class Pixel>
+double Divided(double c, double a, const double* m) {
+  if (a == 0) return 0;
+  if (sizeof(Pixel) == 16) {
+    if (m != nullptr) {
+      const auto mf = static_cast<float>(*m);
+      return mf + (static_cast<float>(c) - mf) / static_cast<float>(a);
+    }
+    return a < 1.17549435e-38 ? 1.0f : static_cast<float>(c) / static_cast<float>(a);
+  }
+  const auto full = static_cast<int64_t>(kFullAlpha<Pixel>);
+  const auto alpha = static_cast<int64_t>(a), matte = m != nullptr ? static_cast<int64_t>(*m) : 0;
+  const int64_t scaled = (static_cast<int64_t>(c) - matte) * full;
+  const int64_t quotient = (std::abs(scaled) + alpha / 2) / alpha;
+  return static_cast<double>(
+      std::clamp<int64_t>(matte + (scaled < 0 ? -quotient : quotient), 0, full));
+}
+
+template <class Color>
+VX_Err PremulAreaTwin(void*, int32_t forward, const Color* color, const M_Rect* area,
+                      VX_LayerDef* world) {
+  const M_Rect turned = TurnedOver(area, *world);
+  Color value{};
+  if (color != nullptr) std::memcpy(&value, color, sizeof value);
+  ByDepth(VXp_WorldDepth(world), [&]<class Pixel>() {
+    const Pixel matte = vxref::Converted<Pixel>(value);
+    ForPixels<Pixel>(*world, [&](int32_t x, int32_t y, Pixel& p) {
+      if (!IsInside(&turned, x, y)) return;
+      const double alpha = p.alpha;
+      const auto one = [&](double c, double m) {
+        const double* const used = color != nullptr ? &m : nullptr;
+        return static_cast<VX_ChannelOf<Pixel>>(forward != 0 ? Multiplied<Pixel>(c, alpha, used)
+                                                             : Divided<Pixel>(c, alpha, used));
+      };
+      p = {p.alpha, one(p.red, matte.red), one(p.green, matte.green), one(p.blue, matte.blue)};
+    });
+  });
+  return VX_Ok;
+}
+template <class Color>
+VX_Err PremulColorTwin(void*, int32_t forward, const Color* color, VX_LayerDef* world) {
+  return PremulAreaTwin(nullptr, forward, color, nullptr, world);
+}
+inline VX_Err PremulRectTwin(void*, int32_t forward, const M_Rect* area, VX_LayerDef* world) {
+  return PremulAreaTwin<VX_Pixel8>(nullptr, forward, nullptr, area, world);
+}
+inline VX_Err PremulTwin(void*, int32_t forward, VX_LayerDef* world) {
+  return PremulRectTwin(nullptr, forward, nullptr, world);
+}
 
 // --- iterators -----------------------------------------------------------------------------------
 

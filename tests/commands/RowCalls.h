@@ -40,7 +40,10 @@ VX_BlendingMode<Pixel> BlendingMode(Command& c, int32_t mode) {
 template <class Pixel>
 VX_Err Run(Command& c, VX_GetInnerBlendingSlot<Pixel> f) {
   const std::string name = c.operation();
-  const int32_t mode = AnyMode(c), count = AnyCount(c);
+  const int32_t mode = AnyMode(c);
+  // Copies prepare a table for 256 or more pixels.
+  const bool is_long = (mode == VX_Xfer_Copy || mode == VX_Xfer_InFront) && c.Flag();
+  const int32_t count = is_long ? c.Between(240, 290) : AnyCount(c);
   const bool linear = name.find("Linear") != std::string::npos;
   const bool masked = name.find("Mask") != std::string::npos || mode == VX_Xfer_MaskMix;
   VX_InnerBlendingFunc<Pixel> chosen{};
@@ -89,8 +92,13 @@ VX_Err Run(Command& c, Xfer1Call<Pixel>* f) {
   const VX_ChannelOf<Pixel> opacities[2] = {c.Opacity<VX_ChannelOf<Pixel>>(),
                                             c.Opacity<VX_ChannelOf<Pixel>>()};
   const VX_LinearBlendingTables* const tables = Tables(c);
-  const Pixel src = *c.Row<Pixel>(Use::kInput, 1);
-  f(mode, form, &src, tables, opacities, c.Row<Pixel>(Use::kOutput, 1));
+  const Pixel* const src = c.Row<Pixel>(Use::kInput, 64);
+  Pixel* const dst = c.Row<Pixel>(Use::kOutput, 64);
+  for (int i = 0; i < 64; ++i) {
+    Pixel one;
+    std::memcpy(&one, src + i, sizeof one);
+    f(mode, form, &one, tables, opacities, dst + i);
+  }
   return VX_Ok;
 }
 

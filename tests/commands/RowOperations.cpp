@@ -32,7 +32,7 @@ VX_Err ChooseTwin(int32_t, VX_InnerBlendingFunc<Pixel>* out) {
 template <class Pixel, bool masked, bool linear>
 Operation Chooser(const char* name) {
   return {name, Of(&VX_GetInnerBlendingFunc<Pixel, masked, linear>),
-          Of(&ChooseTwin<Pixel, masked, linear>)};
+          Of(&ChooseTwin<Pixel, masked, linear>), 0};
 }
 template <class Pixel>
 VX_Err PipelineTwin(const VX_BlendingMode<Pixel>& mode, const VX_LinearBlendingTables* tables,
@@ -220,19 +220,48 @@ std::vector<Operation> SamplerOperations() {
 
 // --- colours and planes --------------------------------------------------------------------------
 
+// One channel from interleaved pixels to a plane, or inward from a plane.
+template <class Channel, bool inward>
+VX_Err InterleaveTwin(const Channel* src, int32_t src_rowbytes, int32_t dst_rowbytes,
+                      int32_t channels, M_Vector2T<int32_t> size, M_Vector2T<int32_t> from,
+                      M_Vector2T<int32_t> to, Channel* dst) {
+  constexpr auto unit = static_cast<int32_t>(sizeof(Channel));
+  for (int32_t y = 0; y < size.y; ++y) {
+    for (int32_t x = 0; x < size.x; ++x) {
+      const int32_t in = (from.x + x) * (inward ? 1 : channels) * unit;
+      const int32_t out = (to.x + x) * (inward ? channels : 1) * unit;
+      std::memcpy(reinterpret_cast<char*>(dst) + (to.y + y) * dst_rowbytes + out,
+                  reinterpret_cast<const char*>(src) + (from.y + y) * src_rowbytes + in, unit);
+    }
+  }
+  return VX_Ok;
+}
+
 std::vector<Operation> ColorOperations() {
 #define VX_OP(f) \
   { #f, Of(&f) }
 #define VX_OPS(f) VX_OP(f), VX_OP(f##16), VX_OP(f##Float)
+#define VX_PLANES(Channel)                                              \
+  {"VX_Deinterleave1<" #Channel ">", Of(&VX_Deinterleave1<Channel>),    \
+   Of(&InterleaveTwin<Channel, false>)},                                \
+  {                                                                     \
+    "VX_Interleave1to4<" #Channel ">", Of(&VX_Interleave1to4<Channel>), \
+        Of(&InterleaveTwin<Channel, true>)                              \
+  }
   return {
-      VX_OPS(VX_RGBtoHLS_Straight),       VX_OPS(VX_HLStoRGB_Straight),
-      VX_OPS(VX_RGBtoYIQ_Straight),       VX_OPS(VX_YIQtoRGB_Straight),
-      VX_OPS(VX_Luminance_Straight),      VX_OPS(VX_Hue_Straight),
-      VX_OPS(VX_Lightness_Straight),      VX_OPS(VX_Saturation_Straight),
-      VX_OP(VX_Deinterleave1<uint8_t>),   VX_OP(VX_Deinterleave1<uint16_t>),
-      VX_OP(VX_Deinterleave1<float>),     VX_OP(VX_Interleave1to4<uint8_t>),
-      VX_OP(VX_Interleave1to4<uint16_t>), VX_OP(VX_Interleave1to4<float>),
+      VX_OPS(VX_RGBtoHLS_Straight),
+      VX_OPS(VX_HLStoRGB_Straight),
+      VX_OPS(VX_RGBtoYIQ_Straight),
+      VX_OPS(VX_YIQtoRGB_Straight),
+      VX_OPS(VX_Luminance_Straight),
+      VX_OPS(VX_Hue_Straight),
+      VX_OPS(VX_Lightness_Straight),
+      VX_OPS(VX_Saturation_Straight),
+      VX_PLANES(uint8_t),
+      VX_PLANES(uint16_t),
+      VX_PLANES(float),
   };
+#undef VX_PLANES
 #undef VX_OPS
 #undef VX_OP
 }

@@ -293,8 +293,11 @@ inline VX_Err Run(Command& c, VX_IterateFunc f) {
 inline VX_Err Run(Command& c, VX_IterateOriginFunc f) {
   Walk walk(c);
   VX_LayerDef* const dst = c.Destination();
-  const M_Point origin{static_cast<int16_t>(c.Between(-4, 4)),
-                       static_cast<int16_t>(c.Between(-30, 30))};
+  const auto distance = [&c](int32_t near) {
+    return static_cast<int16_t>(c.OneIn(16) ? c.Pick({-32768, 32767}) : c.Between(-near, near));
+  };
+  const int16_t down = distance(4), right = distance(30);
+  const M_Point origin{down, right};
   return With(f, std::tuple{c.Progress(), walk.base, walk.final, WalkSource(c, dst), c.Rect(),
                             c.OneIn(8) ? nullptr : &origin, static_cast<void*>(&walk),
                             static_cast<VX_PixelFunc>(&Walk::OnPixel), c.Hostile(dst)});

@@ -6,8 +6,10 @@
 #include "FilterCalls.h"
 #include "Operations.h"
 #include "PlainTwins.h"
+#include "reference/RefArithmetic.h"
 #include "reference/RefBlur.h"
 #include "reference/RefConvolve.h"
+#include "reference/RefScan.h"
 #include "reference/RefTables.h"
 #include "reference/RefTransfer.h"
 #include "reference/RefTransform.h"
@@ -45,6 +47,20 @@ VX_Err OnBitmaps(void*, BM_World** src, BM_World** dst, const M_Rect* from, cons
   VX_EffectWorldFromBMWorld(src, &in);
   VX_EffectWorldFromBMWorld(dst, &out);
   return twin(nullptr, &in, &out, from, to);
+}
+// All pixels of an 8-bit destination change their order if it is not the source's.
+VX_Err OrderedTwin(void*, BM_World** src, BM_World** dst, const M_Rect* from, const M_Rect* to) {
+  OnBitmaps<&DraftTwin>(nullptr, src, dst, from, to);
+  const bool turned = (*src)->bits_per_pixel == 32 && (*src)->channel_order == BM_ORDER_BGRA;
+  if ((*dst)->bits_per_pixel != 32 || ((*dst)->channel_order == BM_ORDER_BGRA) == turned) {
+    return VX_Ok;
+  }
+  VX_LayerDef world;
+  VX_EffectWorldFromBMWorld(dst, &world);
+  ForPixels<VX_Pixel8>(world, [](int32_t, int32_t, VX_Pixel8& p) {
+    p = {p.blue, p.green, p.red, p.alpha};
+  });
+  return VX_Ok;
 }
 VX_Err ResizeTwin(VX_ProgressInfo*, int32_t quality, const VX_LayerDef* src, VX_LayerDef* dst) {
   if (quality == 0) return DraftTwin(nullptr, src, dst, nullptr, nullptr);
@@ -105,6 +121,43 @@ VX_Err TransferTwin(VX_ProgressInfo*, int32_t, int32_t, int32_t field, const M_R
     return vxref::Transfer<Pixel>({rect, x, y, field}, ImageOf(*src), *mode, tables,
                                   mask != nullptr ? &over : nullptr, ImageOf(*dst));
   });
+}
+template <bool premultiplied>
+VX_Err CompositeTwin(VX_ProgressInfo*, const M_Rect* rect, int32_t opacity, const VX_LayerDef* src,
+                     int32_t x, int32_t y, int32_t field, int32_t mode, VX_LayerDef* dst) {
+  if (premultiplied && mode == VX_Xfer_InFront) mode = VX_Xfer_PremulOver;
+  const float unit = static_cast<float>(std::clamp(opacity, 0, 255)) / 255.0f;
+  const VX_CompositeModePlus record(mode, unit, nullptr, false, 0);
+  return TransferTwin(nullptr, 0, 0, field, rect, src, &record, nullptr, nullptr, x, y, dst);
+}
+
+// The straight form is the mode that mixes by a mask of one value.
+template <bool premultiplied>
+VX_Err BlendTwin(VX_ProgressInfo*, const VX_LayerDef* a, const VX_LayerDef* b, VX_Fixed ratio,
+                 VX_LayerDef* dst) {
+  const double unit = std::clamp(ratio, 0, 65536) / 65536.0;
+  ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
+    using D = typename vxref::DepthOf<Pixel>::D;
+    using Channel = VX_ChannelOf<Pixel>;
+    const auto t = static_cast<Channel>(D::isFloat ? unit : std::floor(unit * D::full + 0.5));
+    const VX_BlendingMode<Pixel> mode{VX_Xfer_MaskMix, 0, kFullAlpha<Pixel>, 0};
+    ForPixels<Pixel>(*dst, [&](int32_t x, int32_t y, Pixel& out) {
+      if (!IsInside(*a, x, y) || !IsInside(*b, x, y)) return;
+      Pixel from, to;
+      std::memcpy(&from, PixelAt(*a, x, y), sizeof from);
+      std::memcpy(&to, PixelAt(*b, x, y), sizeof to);
+      const auto mix = [t](Channel c, Channel d) { return static_cast<Channel>(D::Lerp(c, d, t)); };
+      if (premultiplied) {
+        out = {mix(from.alpha, to.alpha), mix(from.red, to.red), mix(from.green, to.green),
+               mix(from.blue, to.blue)};
+      } else {
+        const Pixel mask{t, 0, 0, 0};
+        vxref::Scan<Pixel>(VX_Xfer_MaskMix, true, false, 1, &mode, nullptr, &to, &mask, &from);
+        out = from;
+      }
+    });
+  });
+  return VX_Ok;
 }
 
 // Returns whether a matrix makes the source smaller, so that boxes are averaged. Sums over boxes of
@@ -227,6 +280,20 @@ std::vector<Operation> ObjectOperations() {
   const auto source = [](Command& c, auto work) {
     AsObject(c.World(Use::kInput, c.OneIn(3) ? c.AnyDepth() : c.depth), work);
   };
+  const auto premul_twin = [](int32_t forward) {
+    return OfObject([forward](Command& c, VX_World& w) {
+      const VX_Pixel16 color = c.AnyPixel<VX_Pixel16>();
+      PremulColorTwin(nullptr, forward, &color, &w);
+    });
+  };
+  const auto copy = [source](auto call) {
+    return OfObject([source, call](Command& c, VX_World& w) {
+      const M_Rect rect = c.RectValue();
+      const auto h = static_cast<int16_t>(c.Between(-9, 30));
+      const auto v = static_cast<int16_t>(c.Between(-4, 6));
+      source(c, [&](auto& src) { call(w, src, rect, h, v); });
+    });
+  };
   return {
       {"VX_World::Clear", OfObject([](Command& c, VX_World& w) { w.Clear(c.Rect()); }),
        OfObject([](Command& c, VX_World& w) { FillWith(VX_Pixel8{}, c.Rect(), w); })},
@@ -263,20 +330,28 @@ std::vector<Operation> ObjectOperations() {
            pixel.alpha = static_cast<VX_ChannelOf<Pixel>>(kFullAlpha<Pixel> - pixel.alpha);
          });
        })},
-      {"VX_World::Premultiply", OfObject([](Command&, VX_World& w) { w.Premultiply(); })},
-      {"VX_World::Unmultiply", OfObject([](Command&, VX_World& w) { w.Unmultiply(); })},
+      {"VX_World::Premultiply", OfObject([](Command&, VX_World& w) { w.Premultiply(); }),
+       OfObject([](Command&, VX_World& w) { PremulTwin(nullptr, 1, &w); })},
+      {"VX_World::Unmultiply", OfObject([](Command&, VX_World& w) { w.Unmultiply(); }),
+       OfObject([](Command&, VX_World& w) { PremulTwin(nullptr, 0, &w); })},
       {"VX_World::PremulColor",
-       OfObject([](Command& c, VX_World& w) { w.PremulColor(c.AnyPixel<VX_Pixel16>()); })},
+       OfObject([](Command& c, VX_World& w) { w.PremulColor(c.AnyPixel<VX_Pixel16>()); }),
+       premul_twin(1)},
       {"VX_World::UnmulColor",
-       OfObject([](Command& c, VX_World& w) { w.UnmulColor(c.AnyPixel<VX_Pixel16>()); })},
-      {"VX_World::CopyRect", OfObject([source](Command& c, VX_World& w) {
-         const M_Rect rect = c.RectValue();
-         const auto h = static_cast<int16_t>(c.Between(-9, 30));
-         const auto v = static_cast<int16_t>(c.Between(-4, 6));
-         source(c, [&](auto& src) { w.CopyRect(&src, rect, h, v); });
+       OfObject([](Command& c, VX_World& w) { w.UnmulColor(c.AnyPixel<VX_Pixel16>()); }),
+       premul_twin(0)},
+      {"VX_World::CopyRect",
+       copy([](VX_World& w, VX_World& src, const M_Rect& rect, int16_t h, int16_t v) {
+         w.CopyRect(&src, rect, h, v);
+       }),
+       copy([](VX_World& w, VX_World& src, const M_Rect& rect, int16_t h, int16_t v) {
+         ConvertTwin(nullptr, &src, &rect, 0, h, v, &w);
        })},
       {"VX_World::CopyWorld", OfObject([source](Command& c, VX_World& w) {
          source(c, [&](auto& src) { w.CopyWorld(&src); });
+       }),
+       OfObject([source](Command& c, VX_World& w) {
+         source(c, [&](auto& src) { ConvertTwin(nullptr, &src, nullptr, 0, 0, 0, &w); });
        })},
       {"VX_World::CopyRectPossiblyDifferentBitdepth", OfObject([source](Command& c, VX_World& w) {
          VX_ResetDitherRandomIndex();
@@ -312,16 +387,16 @@ std::vector<Operation> WorldOperations() {
   std::vector<Operation> all = {
       {VX_OP(VX_Fill), Of(&FillTwin<VX_Pixel8>)},
       {VX_OP(VX_Fill16), Of(&FillTwin<VX_Pixel16>)},
-      {VX_OP(VX_FillFloat), Of(&FillTwin<VX_PixelFloat>)},
+      {VX_OP(VX_FillFloat), Of(&FillTwin<VX_PixelFloat>), 0},
       {VX_OP(VX_ClearAlphaExceptRect), Of(&ClearExceptTwin)},
-      {VX_OP(VX_Premul)},
-      {VX_OP(VX_PremulRect)},
-      {VX_OP(VX_PremulColor)},
-      {VX_OP(VX_PremulColor16)},
-      {VX_OP(VX_PremulColorFloat)},
-      {VX_OP(VX_PremulColorRect)},
-      {VX_OP(VX_PremulColorRect16)},
-      {VX_OP(VX_PremulColorRectFloat)},
+      {VX_OP(VX_Premul), Of(&PremulTwin), kFinite},
+      {VX_OP(VX_PremulRect), Of(&PremulRectTwin), kFinite},
+      {VX_OP(VX_PremulColor), Of(&PremulColorTwin<VX_Pixel8>), kFinite},
+      {VX_OP(VX_PremulColor16), Of(&PremulColorTwin<VX_Pixel16>), kFinite},
+      {VX_OP(VX_PremulColorFloat), Of(&PremulColorTwin<VX_PixelFloat>), kFinite},
+      {VX_OP(VX_PremulColorRect), Of(&PremulAreaTwin<VX_Pixel8>), kFinite},
+      {VX_OP(VX_PremulColorRect16), Of(&PremulAreaTwin<VX_Pixel16>), kFinite},
+      {VX_OP(VX_PremulColorRectFloat), Of(&PremulAreaTwin<VX_PixelFloat>), kFinite},
       {VX_OP(VX_CopyBits_Draft), Of(&DraftTwin)},
       {VX_OP(VX_CopyBits_Draft_Static), Of(&DraftTwin)},
       {VX_OP(VX_CopyBits3_LO_Straight), Of(&DraftTwin)},
@@ -329,7 +404,7 @@ std::vector<Operation> WorldOperations() {
       {VX_OP(VX_CopyBits_HQ_Straight_Static), Of(&HighTwin<false>), kSums, kFloatSum},
       {VX_OP(VX_CopyBits_HQ_Premul), Of(&HighTwin<true>), kSums, kFloatSum},
       {VX_OP(VX_CopyBits_HQ_Premul_Static), Of(&HighTwin<true>), kSums, kFloatSum},
-      {VX_OP(VX_WorldCopy), {}, kFinite, 0, false},
+      {VX_OP(VX_WorldCopy), Of(&OrderedTwin), kFinite, 0, false},
       {VX_OP(VX_WorldCopy_Static), Of(&OnBitmaps<&DraftTwin>)},
       {VX_OP(VX_WorldCopy_HQ), Of(&OnBitmaps<&HighTwin<false>>), kSums, kFloatSum},
       {VX_OP(VX_WorldCopy_HQ_Static), Of(&OnBitmaps<&HighTwin<false>>), kSums, kFloatSum},
@@ -337,14 +412,14 @@ std::vector<Operation> WorldOperations() {
       {VX_OP(VX_WorldCopy_HQ_Straight_Static), Of(&OnBitmaps<&HighTwin<false>>), kSums, kFloatSum},
       {VX_OP(VX_WorldCopy_HQ_Premul), Of(&OnBitmaps<&HighTwin<true>>), kSums, kFloatSum},
       {VX_OP(VX_ResizeWorld), Of(&ResizeTwin), kSums, kFloatSum},
-      {VX_OP(VX_DepthConvertWorld), Of(&ConvertTwin)},
+      {VX_OP(VX_DepthConvertWorld), Of(&ConvertTwin), 0},
       {VX_OP(VX_SpecialCasePixelBlit), Of(&BlitTwin)},
-      {VX_OP(VX_CompositeRectDraft_Straight)},
-      {VX_OP(VX_CompositeRectDraft_Premul)},
-      {VX_OP(VX_CompositeRectBest_Straight)},
-      {VX_OP(VX_CompositeRectBest_Premul)},
-      {VX_OP(VX_Blend_Straight)},
-      {VX_OP(VX_Blend_Premul)},
+      {VX_OP(VX_CompositeRectDraft_Straight), Of(&CompositeTwin<false>), kExact},
+      {VX_OP(VX_CompositeRectDraft_Premul), Of(&CompositeTwin<true>), kExact},
+      {VX_OP(VX_CompositeRectBest_Straight), Of(&CompositeTwin<false>), kExact},
+      {VX_OP(VX_CompositeRectBest_Premul), Of(&CompositeTwin<true>), kExact},
+      {VX_OP(VX_Blend_Straight), Of(&BlendTwin<false>)},
+      {VX_OP(VX_Blend_Premul), Of(&BlendTwin<true>)},
       {VX_OP(VX_TransferRect), Of(&TransferTwin), kExact},
       {VX_OP(VX_TransferRect_S), Of(&TransferTwin), kExact},
       {VX_OP(VX_Convolve), Of(&ConvolveTwin)},

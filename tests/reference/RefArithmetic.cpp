@@ -8,7 +8,7 @@
 namespace vxref {
 namespace {
 
-// The curves over x = 0..1.
+// Curve::Up is W3C soft light's D(x) - x, Curve::Down is x (1 - x); x is 0..1.
 double CurveAt(Curve curve, double x) {
   if (curve == Curve::Down) return x * (1 - x);
   return (x <= 0.25 ? ((16 * x - 12) * x + 4) * x : std::sqrt(x)) - x;
@@ -23,7 +23,7 @@ float EntryFloat(Curve curve, int64_t i) {
 }
 
 int64_t Scaled(float v, double full) {
-  if (!(v > 0.0f)) return 0;  // also when not a number
+  if (!(v > 0.0f)) return 0;  // 0 for NaN too
   if (v > 1.0f) return static_cast<int64_t>(full);
   return static_cast<int64_t>(static_cast<double>(v) * full + 0.5);
 }

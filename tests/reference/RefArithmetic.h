@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The primitives of the slow twins, one struct a depth.
+// The arithmetic of the slow twins: one struct per depth.
 //
-// Integers are widened to 64 bits, so that nothing wraps unless a rule says that it does. Float
-// stays in single precision, because there the rounding of each step is part of the rule.
+// Integers are widened to 64 bits, so that a result wraps only where a rule of the product says so.
+// Float is computed in single precision, because the rule includes the rounding of each step.
 
 #include <cstdint>
 
@@ -13,7 +13,7 @@
 
 namespace vxref {
 
-// The smaller or larger of two; the second when they compare equal.
+// The smaller and the larger of two values. If they are equal, or one is NaN, `b` is returned.
 template <class Wide>
 Wide Min(Wide a, Wide b) {
   return a < b ? a : b;
@@ -23,18 +23,19 @@ Wide Max(Wide a, Wide b) {
   return a > b ? a : b;
 }
 
-// Alpha and weights between the integer depths.
+// Converts alpha and weights between 8 bits (0..255) and 16 bits (0..32768).
 inline int64_t AlphaTo16(int64_t a8) { return (a8 * 8421504 + 33200) >> 16; }
 inline int64_t AlphaTo8(int64_t a16) { return (a16 * 255 + 16384) >> 15; }
 
-// A value 0..1 to a depth, limited to the scale at integer depths; not a number gives 0.
+// Converts 0..1 to an integer depth. Values outside are clamped; NaN gives 0.
 uint8_t UnitTo8(float v);
 uint16_t UnitTo16(float v);
 
-// Steps a generator of 15-bit values.
+// Advances a pseudo-random generator and returns its next value, 0..32767.
 uint32_t Random(uint32_t* state);
 
-// The curves of soft light: what is added above half and taken away below.
+// The two curves of soft light. A source of at least one half adds Up(m) to the destination m,
+// scaled by the source's strength; a darker source subtracts Down(m).
 enum class Curve { Up, Down };
 int64_t SoftLight8(Curve curve, int64_t m);
 int64_t SoftLight16(Curve curve, int64_t m);
@@ -46,7 +47,7 @@ struct Depth8 {
   static constexpr bool isFloat = false;
 
   static Wide Inv(Wide a) { return 255 - a; }
-  static Wide Mul(Wide a, Wide b) {  // either may be negative
+  static Wide Mul(Wide a, Wide b) {  // a and b may be negative
     const Wide t = a * b;
     return (((t + 128) >> 8) + t + 128) >> 8;
   }
@@ -56,15 +57,18 @@ struct Depth8 {
     if (a == 0 || n >= a) return 255;
     return ((a >> 1) + 255 * n) / a;
   }
-  static Wide Quotient(Wide n, Wide a) { return Div(n, a); }  // of dodge and burn
+  static Wide Quotient(Wide n, Wide a) {
+    return Div(n, a);
+  }  // the division of color dodge and color burn
   static Wide Luma(const Wide c[3]) {
     return (9798 * c[0] + 19235 * c[1] + 3735 * c[2] + 16384) >> 15;
   }
   static int64_t LumaAsByte(const Wide c[3]) { return Luma(c); }
-  // A value below half or above half, spread over the full scale.
+  // DoubledLow maps a source below half to 0..full, DoubledHigh a source from half on.
   static Wide DoubledLow(Wide s) { return (255 * s + 64) >> 7; }
   static Wide DoubledHigh(Wide s) { return Div(s - 128, 127); }
-  // Either, as the strength of soft and hard light.
+  // The strength of soft light and hard light: the source doubled, minus full scale if it is at
+  // least half. At 8 bits the subtraction is a wrap at 256.
   static Wide DoubledWrapped(Wide s) { return (2 * s) & 0xFF; }
   static Wide SoftLight(Curve curve, Wide m) { return SoftLight8(curve, m); }
   static bool DissolveTakes(Wide w, uint32_t random) { return w >= (random & 0xFF); }
@@ -122,7 +126,7 @@ struct DepthFloat {
   }
 };
 
-// The alpha of one thing over another.
+// The alpha of a layer of alpha `a` over a layer of alpha `b`: 1 - (1 - a)(1 - b).
 template <class D>
 typename D::Wide Union(typename D::Wide a, typename D::Wide b) {
   return D::Inv(D::Mul(D::Inv(a), D::Inv(b)));

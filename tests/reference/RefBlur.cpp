@@ -17,18 +17,18 @@ enum : int32_t { kAlpha = 1, kColors = 14, kHoldLevel = 16 };
 
 bool IsBlurred(int32_t flags, size_t channel) { return (flags >> channel & 1) != 0; }
 
-// Sums: exact integers, or double.
+// The type of sums: double at float, otherwise 64-bit integers, which hold all sums exactly.
 template <class Pixel>
 constexpr bool kFloat = DepthOf<Pixel>::D::isFloat;
 template <class Pixel>
 using SumOf = std::conditional_t<kFloat<Pixel>, double, int64_t>;
 
-// Alpha, red, green, blue.
+// The channels in the order alpha, red, green, blue.
 template <class Pixel>
 using Channels = std::array<SumOf<Pixel>, 4>;
 
-// Pixels of a line at the places start..start + pixels.size() of the frame that source and
-// destination lie in.
+// A line of pixels. pixels[i] has the coordinate start + i. Source and destination share one system
+// of coordinates, because each world's origin is added.
 template <class Pixel>
 struct Line {
   int64_t start;
@@ -36,14 +36,14 @@ struct Line {
 
   int64_t End() const { return start + static_cast<int64_t>(pixels.size()); }
   bool Inside(int64_t q) const { return q >= start && q < End(); }
-  Channels<Pixel> At(int64_t q) const {  // zero outside
+  Channels<Pixel> At(int64_t q) const {  // 0 outside of the line
     return Inside(q) ? pixels[static_cast<size_t>(q - start)] : Channels<Pixel>{};
   }
 };
 
 // --- lines of worlds -----------------------------------------------------------------------------
 
-// A world seen as lines along one direction.
+// Gives access to a world as rows, or as columns if `down` is set.
 template <class Pixel>
 struct Lines {
   const VX_LayerDef& world;
@@ -54,25 +54,25 @@ struct Lines {
   int64_t FirstLine() const { return down ? world.origin_x : world.origin_y; }
   int64_t Start() const { return down ? world.origin_y : world.origin_x; }
 
-  uint8_t* Place(int64_t line, int64_t j) const {
+  uint8_t* Address(int64_t line, int64_t j) const {
     const int64_t x = down ? line : j, y = down ? j : line;
     return static_cast<uint8_t*>(world.data) + y * world.rowbytes +
            x * static_cast<int64_t>(sizeof(Pixel));
   }
   Channels<Pixel> Read(int64_t line, int64_t j) const {
     VX_ChannelOf<Pixel> c[4];
-    std::memcpy(c, Place(line, j), sizeof c);
+    std::memcpy(c, Address(line, j), sizeof c);
     return {c[0], c[1], c[2], c[3]};
   }
   void Write(int64_t line, int64_t j, const Channels<Pixel>& p) const {
     VX_ChannelOf<Pixel> c[4];
     for (size_t i = 0; i < 4; ++i) c[i] = static_cast<VX_ChannelOf<Pixel>>(p[i]);
-    std::memcpy(Place(line, j), c, sizeof c);
+    std::memcpy(Address(line, j), c, sizeof c);
   }
 };
 
-// The source's line, its blurred colours multiplied by alpha if they are not already: where nothing
-// is seen they are 0, whatever they were.
+// Reads a line of the source and multiplies the colours that are blurred by alpha, unless the
+// source is premultiplied. Colours at alpha 0 become 0, even if they are not finite.
 template <class Pixel>
 Line<Pixel> ReadLine(const BlurPass& pass, const Lines<Pixel>& lines, int64_t index) {
   using D = typename DepthOf<Pixel>::D;
@@ -91,7 +91,7 @@ Line<Pixel> ReadLine(const BlurPass& pass, const Lines<Pixel>& lines, int64_t in
 
 // --- one pixel -----------------------------------------------------------------------------------
 
-// Weighted sums of a window, and the weight that they are divided by.
+// The weighted sums of a window, and the weight to divide them by.
 template <class Pixel>
 struct Window {
   Channels<Pixel> sum{};
@@ -102,7 +102,8 @@ struct Window {
   }
 };
 
-// Means: a Gaussian's in integers, a box's in single precision. Both round at integer depths.
+// The mean of a window. The Gaussian divides integers, rounded half up. The box divides in single
+// precision, rounded half up at integer depths.
 struct IntegerMean {
   static int64_t Of(int64_t sum, int64_t total, int64_t) { return (sum + total / 2) / total; }
   static double Of(double sum, int64_t total, float) {
@@ -126,7 +127,8 @@ double Unmultiplied(double sum, double alpha_sum, float) {
   return static_cast<float>(sum / alpha_sum);
 }
 
-// `here` is what the line holds at the window's centre.
+// The destination pixel of a window. `here` is the pixel at the window's centre: its channels that
+// are not blurred are kept.
 template <class Mean, class Pixel>
 Channels<Pixel> Output(const BlurPass& pass, bool premultiplied, const Window<Pixel>& window,
                        Channels<Pixel> here) {
@@ -149,7 +151,8 @@ Channels<Pixel> Output(const BlurPass& pass, bool premultiplied, const Window<Pi
 
 // --- the two kinds -------------------------------------------------------------------------------
 
-// At the distances 0..n, and what a whole window of them sums to.
+// The weights of a symmetric window at the distances 0..n from its centre, and the sum over the
+// whole window (each distance except 0 counts twice).
 struct Weights {
   explicit Weights(std::vector<int64_t> at_distances) : at(std::move(at_distances)), total(-at[0]) {
     for (const int64_t weight : at) total += 2 * weight;
@@ -168,7 +171,8 @@ Weights GaussianWeights(double radius) {
   return Weights(weights);
 }
 
-// n = ceil(radius); the two outer pixels of the window count in part.
+// A box of the half width n = ceil(radius). Weights are 1024, except at distance n: the covered
+// fraction of that pixel times 1024.
 Weights BoxWeights(float radius) {
   const float n = std::ceil(radius);
   std::vector<int64_t> weights(static_cast<size_t>(n) + 1, 1024);
@@ -190,7 +194,7 @@ Window<Pixel> Gather(const Weights& weights, const Line<Pixel>& line, int64_t q,
   return window;
 }
 
-// A line from `start` to `end` out of another one.
+// Blurs `in` once and returns the result for the coordinates `start` up to `end`.
 template <class Mean, class Pixel>
 Line<Pixel> BlurLine(const BlurPass& pass, bool premultiplied, const Weights& weights,
                      const Line<Pixel>& in, int64_t start, int64_t end) {
@@ -203,13 +207,14 @@ Line<Pixel> BlurLine(const BlurPass& pass, bool premultiplied, const Weights& we
   return out;
 }
 
-// `blur` makes the line of the destination out of that of the source.
+// Calls `blur` for the source line of each line of the destination and writes its result. Both
+// worlds' lines are matched by their coordinates.
 template <class Pixel, class Blur>
 void AllLines(const BlurPass& pass, const VX_LayerDef& src, const VX_LayerDef& dst, Blur blur) {
   const Lines<Pixel> from{src, pass.src_direction == 1}, to{dst, pass.dst_direction == 1};
   for (int64_t i = 0; i < to.Count(); ++i) {
     const int64_t source_line = to.FirstLine() + i - from.FirstLine();
-    Line<Pixel> line{to.Start(), {}};  // nothing inside: zero
+    Line<Pixel> line{to.Start(), {}};  // stays 0 if no source line has this coordinate
     if (source_line >= 0 && source_line < from.Count()) {
       line = blur(ReadLine(pass, from, source_line), to.Start(), to.Start() + to.Length());
     }
@@ -227,7 +232,8 @@ void GaussianBlur1D(const BlurPass& pass, const VX_LayerDef& src, const VX_Layer
   });
 }
 
-// Passes before the last one are premultiplied, and reach as far as those after them can see.
+// All passes except the last give premultiplied results. Each pass widens the line by n on both
+// sides, as far as the passes after it read.
 template <class Pixel>
 void BoxBlur1D(const BlurPass& pass, int32_t iterations, const VX_LayerDef& src,
                const VX_LayerDef& dst) {

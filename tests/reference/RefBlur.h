@@ -2,18 +2,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The slow twins of the blur passes: every destination pixel by its own walk over its window.
+// The slow twins of the blur passes. The window of each destination pixel is summed independently
+// of all others.
 //
-// All arguments are good. Integer depths are exact 64-bit sums and are to be compared bit for bit.
-// Float is summed in double; in which order, and where a quotient of two sums is rounded to single
-// precision, is not part of the rule, so results may differ by a few units in the last place of
-// the largest value in the window.
+// Arguments must be valid; they are not checked. At integer depths sums are exact 64-bit integers,
+// and the product must give equal bits. At float sums are doubles. The order of a sum, and the step
+// at which a quotient is rounded to single precision, are free in the product, so results may
+// differ by a few units in the last place of the window's largest value.
 
 #include "VX/VX_Types.h"
 
 namespace vxref {
 
-// The arguments that both passes share, as VX_Blur.h tells them.
+// The arguments that both passes share; VX_Blur.h describes them.
 struct BlurPass {
   float radius;
   int32_t flags;

@@ -23,15 +23,17 @@ Triple HlsOf(const Triple& rgb) {
   const auto [low, high] = std::minmax({rgb[0], rgb[1], rgb[2]});
   const long double range = high - low, lightness = (high + low) / 2;
   if (range == 0) return {0, lightness, 0};
-  const long double room = lightness <= 0.5L ? high + low : 2 - high - low;
-  // A sixth of the circle for each pair of neighbouring primaries, counted from the largest.
+  const long double max_range = lightness <= 0.5L ? high + low : 2 - high - low;
+  // Hue: the primary of the largest channel is at 0 (red), 120 (green) or 240 (blue) degrees. The
+  // difference of the other two channels moves the hue by up to 60 degrees to either side.
   const size_t largest = rgb[0] == high ? 0 : rgb[1] == high ? 1 : 2;
   const long double turn = (rgb[(largest + 1) % 3] - rgb[(largest + 2) % 3]) / range;
   const long double degrees = 60 * (2 * static_cast<long double>(largest) + turn);
-  return {degrees < 0 ? degrees + 360 : degrees, lightness, range / room};
+  return {degrees < 0 ? degrees + 360 : degrees, lightness, range / max_range};
 }
 
-// A primary is at full chroma within 60 degrees of itself, and falls to none over the next 60.
+// A channel has its highest value at hues within 60 degrees of its primary. It decreases linearly
+// over the next 60 degrees, and has its lowest value at all other hues.
 Triple RgbOfHls(const Triple& hls) {
   const long double chroma = (1 - std::abs(2 * hls[1] - 1)) * hls[2];
   Triple rgb{};
@@ -51,7 +53,7 @@ Triple YiqOf(const Triple& rgb) {
   return yiq;
 }
 
-// Three equations by determinants.
+// Solves the three equations of YiqOf by Cramer's rule.
 Triple RgbOfYiq(const Triple& yiq) {
   Triple columns[3];
   for (size_t c = 0; c < 3; ++c) columns[c] = {kYiq[0][c], kYiq[1][c], kYiq[2][c]};

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The slow twins of the colour spaces: real numbers, neither scaled nor rounded. Colours have red,
-// green and blue of 0..1.
+// The slow twins of the colour spaces, in real numbers without scaling and rounding. Red, green and
+// blue are 0..1.
 
 #include <array>
 
@@ -11,11 +11,11 @@ namespace vxref {
 
 using Triple = std::array<long double, 3>;
 
-// H in degrees 0..360, L and S 0..1. Greys have no hue and no saturation: both are 0.
+// H is 0..360 degrees, L and S are 0..1. For greys H and S are 0.
 Triple HlsOf(const Triple& rgb);
 Triple RgbOfHls(const Triple& hls);
 
 Triple YiqOf(const Triple& rgb);
-Triple RgbOfYiq(const Triple& yiq);  // what YiqOf gives that result for
+Triple RgbOfYiq(const Triple& yiq);  // the inverse of YiqOf
 
 }  // namespace vxref

@@ -10,7 +10,7 @@
 namespace vxref {
 namespace {
 
-// 32 bits of a number, with their sign.
+// Reduces a number to 32 bits and sign-extends it: the product's integer sums wrap like int32_t.
 int64_t Wrapped(int64_t value) {
   const int64_t low = value & 0xFFFFFFFF;
   return low >= 0x80000000 ? low - 0x100000000 : low;
@@ -100,7 +100,8 @@ std::vector<int32_t> GaussianKernel(double radius, int32_t flags, double multipl
       const double d = from_centre / (radius + 1);
       double weight = d > 1.0 ? 0.0 : 1 - (1 - std::exp(-2.378 * d * d)) * 1.102;
       weight = weight * 255 * multiplier;
-      // From the edge inwards, and those beside the centre twice: floating sums have an order.
+      // The sum of a row of weights, by its symmetry: columns left of the centre count twice. The
+      // product adds in this order, and the order changes the rounding of a floating-point sum.
       if (x <= 0) sum += weight;
       if (x < 0) sum += weight;
       const double rounded = std::trunc(weight + 0.5);

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The slow twins of kernels and convolution, one destination pixel and one tap at a time.
+// The slow twins of kernels and convolution: one destination pixel and one kernel element at a
+// time.
 //
-// All arguments are good: worlds with pixels, of the depth that the template argument says, an odd
-// size of at most 65535. Results go where `dst` points.
+// Arguments must be valid; they are not checked: worlds with pixels of the depth of the template
+// argument, and an odd kernel size of at most 65535. Results are written to `dst`.
 
 #include <vector>
 
@@ -13,7 +14,7 @@
 
 namespace vxref {
 
-// The weights in the order of alpha, red, green, blue.
+// `kernels` are those of alpha, red, green, blue.
 template <class Pixel>
 void Convolve(const VX_LayerDef& src, int32_t flags, int32_t kernel_size,
               const int32_t* const kernels[4], const VX_LayerDef& dst);

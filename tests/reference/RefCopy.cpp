@@ -12,17 +12,17 @@
 namespace vxref {
 namespace {
 
-// --- places ---
+// --- positions ---
 
-// What one destination index of an axis reads.
-struct Place {
+// A destination index of one axis, and the source position that it reads.
+struct AxisPosition {
   int64_t to;
-  int64_t from;      // in draft
-  int64_t position;  // at high quality, 16.16
+  int64_t from;      // source index in draft quality
+  int64_t position;  // source position at high quality, 16.16
 };
 
 struct Side {
-  int64_t low, high, size;  // of the rectangle, and of the world
+  int64_t low, high, size;  // the rectangle's two edges, and the world's size
 
   int64_t Length() const { return high - low; }
 };
@@ -36,12 +36,15 @@ Side Vertical(const M_Rect* rect, const VX_LayerDef& world) {
   return {rect->top, rect->bottom, world.height};
 }
 
-// Those destination indices of an axis that are written: inside the world, with a draft source
-// inside its own. The draft position starts anew behind what the world cuts off in front; the
-// high-quality one counts from the uncut edge.
-std::vector<Place> Places(const Side& src, const Side& dst) {
-  std::vector<Place> places;
-  if (src.Length() <= 0 || dst.Length() <= 0) return places;
+// Returns the destination indices of an axis that are written. They are inside the destination
+// world, and their draft source index is inside the source world.
+//
+// If the destination rectangle begins before index 0, draft positions are stepped from index 0,
+// which rounds differently from stepping from the rectangle's edge. High-quality positions are
+// always computed from the rectangle's edge.
+std::vector<AxisPosition> PositionsOf(const Side& src, const Side& dst) {
+  std::vector<AxisPosition> positions;
+  if (src.Length() <= 0 || dst.Length() <= 0) return positions;
   const int64_t cut = dst.low < 0 ? -dst.low : 0;
   const int64_t start = (src.low + cut * src.Length() / dst.Length()) * 65536;
   const int64_t step = src.Length() * 65536 / dst.Length();
@@ -50,12 +53,12 @@ std::vector<Place> Places(const Side& src, const Side& dst) {
     const int64_t from = (start + (i - cut) * step) >> 16;
     const int64_t middle = (2 * i + 1) * src.Length() * 32768 / dst.Length();
     if (from >= 0 && from < src.size)
-      places.push_back({to, from, src.low * 65536 + middle - 32768});
+      positions.push_back({to, from, src.low * 65536 + middle - 32768});
   }
-  return places;
+  return positions;
 }
 
-// Half the length of source that a destination pixel covers, at least half a pixel.
+// Half of the source length that one destination pixel covers, but at least half a source pixel.
 VX_Fixed Radius(const Side& src, const Side& dst) {
   const int64_t radius = src.Length() * 32768 / dst.Length();
   return static_cast<VX_Fixed>(Max(radius, int64_t{32768}));
@@ -85,7 +88,7 @@ To Channel(From c) {
   }
 }
 
-// The share of the way from `low` to `high`, on the scale of bytes.
+// Maps low..high to 0..255, clamped.
 uint8_t LookedUp(float c, float low, float high) {
   if (low == high) return c < low ? 0 : 255;
   return UnitTo8((c - low) / (high - low));
@@ -103,7 +106,7 @@ VX_SampleFunc<Pixel> Bilinear(bool premultiplied) {
   }
 }
 
-// `held` keeps positions between the centres of the first and the last pixel.
+// If `held` is set, positions are clamped to the centres of the first and the last pixel.
 template <class Pixel>
 void Scale(bool premultiplied, bool held, const VX_LayerDef& src, const VX_LayerDef& dst,
            const M_Rect* src_rect, const M_Rect* dst_rect) {
@@ -118,8 +121,8 @@ void Scale(bool premultiplied, bool held, const VX_LayerDef& src, const VX_Layer
   record.src = &source;
   VX_SampleFunc<Pixel> sample = Bilinear<Pixel>(premultiplied);
   if (box) sample = premultiplied ? BoxPremultiplied<Pixel> : BoxStraight<Pixel>;
-  for (const Place& row : Places(src_y, dst_y)) {
-    for (const Place& column : Places(src_x, dst_x)) {
+  for (const AxisPosition& row : PositionsOf(src_y, dst_y)) {
+    for (const AxisPosition& column : PositionsOf(src_x, dst_x)) {
       record.x_radius = Radius(src_x, dst_x);
       record.y_radius = Radius(src_y, dst_y);
       Pixel p;
@@ -147,9 +150,9 @@ To Converted(const From& p) {
 template <class From, class To>
 void CopyDraft(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Rect* src_rect,
                const M_Rect* dst_rect) {
-  const auto columns = Places(Horizontal(src_rect, src), Horizontal(dst_rect, dst));
-  for (const Place& row : Places(Vertical(src_rect, src), Vertical(dst_rect, dst))) {
-    for (const Place& column : columns) {
+  const auto columns = PositionsOf(Horizontal(src_rect, src), Horizontal(dst_rect, dst));
+  for (const AxisPosition& row : PositionsOf(Vertical(src_rect, src), Vertical(dst_rect, dst))) {
+    for (const AxisPosition& column : columns) {
       Put(dst, column.to, row.to, Converted<To>(PixelAt<From>(src, column.from, row.from)));
     }
   }

@@ -4,14 +4,15 @@
 
 // The slow twins of the copies, one destination pixel at a time.
 //
-// All arguments are good: worlds with pixels, of the depths that the template arguments say. Null
-// rectangles are whole worlds; turned over ones are empty. Results go where `dst` points.
+// Arguments must be valid; they are not checked: worlds with pixels of the depths of the template
+// arguments. A null rectangle is the whole world; a rectangle with exchanged edges is empty.
+// Results are written to `dst`.
 
 #include "VX/VX_Types.h"
 
 namespace vxref {
 
-// A channel from one depth to another.
+// Converts a pixel to another depth.
 template <class To, class From>
 To Converted(const From& pixel);
 
@@ -23,7 +24,7 @@ template <class Pixel>
 void CopyHigh(bool premultiplied, const VX_LayerDef& src, const VX_LayerDef& dst,
               const M_Rect* src_rect, const M_Rect* dst_rect);
 
-// The high quality of VX_ResizeWorld: straight.
+// VX_ResizeWorld at high quality, for straight alpha.
 template <class Pixel>
 void Resize(const VX_LayerDef& src, const VX_LayerDef& dst);
 

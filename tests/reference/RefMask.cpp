@@ -46,16 +46,16 @@ void MergeMaskAlpha(int32_t h, int32_t v, const M_Rect* rect, const Plane<Sample
           (second == nullptr || Within(second->h, second->v, x - h, y - v))) {
         m = SampleAs<Channel>(buffer.At(x - h, y - v));
       }
-      char* const place = static_cast<char*>(world.data) + y * world.rowbytes +
-                          x * static_cast<int64_t>(sizeof(Pixel));
+      char* const address = static_cast<char*>(world.data) + y * world.rowbytes +
+                            x * static_cast<int64_t>(sizeof(Pixel));
       Pixel p;
-      std::memcpy(&p, place, sizeof p);
+      std::memcpy(&p, address, sizeof p);
       if (m == 0) {
         p.alpha = 0;
       } else if (m != static_cast<Channel>(D::full)) {
         p.alpha = static_cast<Channel>(D::Mul(m, p.alpha));
       }
-      std::memcpy(place, &p, sizeof p);
+      std::memcpy(address, &p, sizeof p);
     }
   }
 }

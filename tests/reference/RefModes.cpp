@@ -11,7 +11,7 @@
 
 namespace vxref {
 
-// --- which family --------------------------------------------------------------------------------
+// --- families of modes ---------------------------------------------------------------------------
 
 Neutral NeutralOf(int mode) {
   switch (mode) {
@@ -159,7 +159,7 @@ void BlendMatted(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePixel
 // --- three-term modes ----------------------------------------------------------------------------
 
 int64_t LinearLight(int64_t s, int64_t d, int64_t full) {
-  // The constant is one above full scale at 8 bits, and full scale at 16.
+  // The constant is 256 (full scale + 1) at 8 bits and 32768 (full scale) at 16 bits.
   const int64_t v = d + 2 * s - (full == 255 ? 256 : 32768);
   return v < 0 ? 0 : v > full ? full : v;
 }
@@ -195,7 +195,7 @@ typename D::Wide PinLight(typename D::Wide s, typename D::Wide d) {
   return d;
 }
 
-// What a three-term mode makes of an opaque source over an opaque destination.
+// The result of a three-term mode if source and destination are opaque.
 template <class D>
 typename D::Wide ThreeTermColor(int mode, typename D::Wide s, typename D::Wide d) {
   using Wide = typename D::Wide;
@@ -233,7 +233,8 @@ void BlendThreeTerm(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePi
 
 // --- non-separable modes -------------------------------------------------------------------------
 
-// Gives `from`'s order of channels the given range: largest `range`, smallest 0.
+// Keeps the order of `from`'s channels. The largest becomes `range`, the smallest 0, and the middle
+// one is scaled in proportion.
 template <class Wide>
 void SpreadLike(const Wide from[3], Wide range, Wide out[3]) {
   int largest = 0;
@@ -264,7 +265,8 @@ Wide Greatest(const Wide c[3]) {
 template <class D>
 void ClipToRange(typename D::Wide luma, typename D::Wide c[3]) {
   using Wide = typename D::Wide;
-  // A luminance that is itself out of range may be the channel's own: nothing then to divide by.
+  // If the luminance is itself out of range, it may be equal to the extreme channel. The divisor is
+  // then 0, and the channels are kept.
   const Wide n = Least(c);
   for (int i = 0; n < 0 && n != luma && i < 3; ++i) c[i] = luma + (c[i] - luma) * luma / (luma - n);
   const Wide x = Greatest(c);
@@ -408,7 +410,7 @@ void BlendPixel(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePixel<
       return MixNonSeparable(mode, s, sa, d);
     case VX_Xfer_LighterColor:
     case VX_Xfer_DarkerColor: {
-      // Compared as the destination stood on entry.
+      // The comparison uses the destination before the source is blended behind it.
       const Wide source_luma = D::Luma(s.c);
       const Wide luma = D::Luma(d->c);
       if (d->alpha < D::full) BlendBehind(s, sa, d);
@@ -417,7 +419,7 @@ void BlendPixel(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePixel<
       }
       return;
     }
-    default:  // dissolve does nothing to a single pixel
+    default:  // dissolve does not change a single pixel
       return;
   }
 }

@@ -15,34 +15,37 @@ namespace vxref {
 enum class Neutral { None, Black, White, Gray };
 Neutral NeutralOf(int mode);
 
-// Modes that change alpha only.
+// True for modes that change alpha only.
 bool IsAlphaOnly(int mode);
 
-// One colour channel onto the neutral colour by alpha, and off again.
+// Matte blends one colour channel over the neutral colour by alpha; Unmatte is its inverse.
 template <class D>
 typename D::Wide Matte(Neutral neutral, typename D::Wide d, typename D::Wide da);
 template <class D>
 typename D::Wide Unmatte(Neutral neutral, typename D::Wide r, typename D::Wide a);
 
-// The formula of a matted mode on a destination channel m that is matted already. Rows round the
-// product of overlay at another place than single pixels do.
+// The formula of a matted mode; m is a destination channel after Matte. Row loops and single pixels
+// round the product of overlay at different steps.
 enum class Overlay { OfPixel, OfRow };
 template <class D>
 typename D::Wide MattedColor(int mode, typename D::Wide s, typename D::Wide m, typename D::Wide sa,
                              Overlay overlay);
 
-// Hue, saturation, color and luminosity on a destination that has taken the source behind it, and
-// the copy or mix that ends the two modes that choose a whole pixel.
+// MixNonSeparable: hue, saturation, color and luminosity. The source must already be blended behind
+// the destination. MixChosen: the last step of lighter color and darker color, if the source pixel
+// is chosen: a copy at full weight, otherwise a mix.
 template <class D>
 void MixNonSeparable(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePixel<D>* d);
 template <class D>
 void MixChosen(const WidePixel<D>& s, typename D::Wide sa, WidePixel<D>* d);
 
-// The whole rule of a mode, with sa in place of the source's alpha. Does not look for sa at 0.
+// The complete formula of a mode, with sa as the source's alpha. sa = 0 is not treated specially:
+// callers skip such pixels, if the mode does.
 template <class D>
 void BlendPixel(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePixel<D>* d);
 
-// What an entry of the per-pixel tables does. As many opacities as the table has, 0 to 2.
+// The function of an entry in the per-pixel tables. `opacities` has 0 to 2 values, depending on the
+// table.
 template <class Pixel>
 void Xfer1(int mode, const Pixel& src, const VX_LinearBlendingTables* tables,
            std::span<const decltype(Pixel::alpha)> opacities, Pixel* dst);

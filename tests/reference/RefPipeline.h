@@ -2,17 +2,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The stages of a row, in their order.
+// The slow twins of the stages of a row, in the order in which they run.
 
 #include "VX/VX_Blend.h"
 
 namespace vxref {
 
-// How a mode's row is put together.
+// The stages that a mode uses.
 struct Plan {
-  bool keeps_alpha;   // honours keepDstAlpha by restoring the alpha row
-  bool behind_first;  // the source goes behind the destination before the scan
-  bool matted;        // matte, scan, union, unmatte
+  bool keeps_alpha;   // keepDstAlpha restores the alpha of the row
+  bool behind_first;  // the source is blended behind the destination before the scan
+  bool matted;        // stages: matte, scan, union of alphas, unmatte
 };
 Plan PlanOf(int mode);
 
@@ -25,7 +25,7 @@ template <class Pixel>
 void AlphaUnionRow(int32_t count, const Pixel* src, VX_ChannelOf<Pixel> opacity, const Pixel* mask,
                    Pixel* dst);
 
-// Linear light when there are tables, a mask when there is one.
+// Blends in linear light if `tables` is not null, through a mask if `mask` is not null.
 template <class Pixel>
 VX_Err Pipeline(const VX_BlendingMode<Pixel>& mode, const VX_LinearBlendingTables* tables,
                 int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst);

@@ -70,7 +70,7 @@ Weights<Number> Given(const VX_SubpixelWeights& w) {
           static_cast<Number>(w.w11)};
 }
 
-// --- mixing, not yet rounded ---
+// --- interpolation without rounding ---
 
 template <class Number>
 struct Color {
@@ -91,7 +91,7 @@ Color<Number> Plain(const Weights<Number>& w, const Neighbours<Pixel>& n) {
           Sum(w, n.p00.blue, n.p10.blue, n.p01.blue, n.p11.blue)};
 }
 
-// By alpha. The channels are not numbers where alpha is 0.
+// Colours are weighted by alpha. If the alpha of the result is 0, its colours are NaN.
 template <class Number, class Pixel>
 Color<Number> ByAlpha(const Weights<Number>& w, const Neighbours<Pixel>& n) {
   const Weights<Number> s = {
@@ -116,11 +116,11 @@ Channel HalfUp(Number v) {
 }
 uint8_t Saturated(float v) {
   const float up = v + 0.5f;
-  if (!(up >= 1.0f)) return 0;  // also when not a number
+  if (!(up >= 1.0f)) return 0;  // 0 for NaN too
   return up >= 255.0f ? 255 : static_cast<uint8_t>(up);
 }
 
-// --- the rules ---
+// --- interpolation rules ---
 
 VX_Pixel8 MixScalar(const Weights<double>& w, const Neighbours<VX_Pixel8>& n) {
   if (n.SamePixels()) return n.p00;
@@ -175,7 +175,7 @@ VX_Pixel8 MixSaturated(const Weights<float>& w, const Neighbours<VX_Pixel8>& n) 
   return {Saturated(c.alpha), Saturated(c.red), Saturated(c.green), Saturated(c.blue)};
 }
 
-// Down in each column, then across.
+// Interpolates vertically in both columns, then horizontally between them.
 uint8_t TwoSteps(float a, float b, float c00, float c10, float c01, float c11) {
   const float left = c00 + (c01 - c00) * b;
   const float right = c10 + (c11 - c10) * b;
@@ -207,7 +207,7 @@ VX_Pixel8 MixPremultiplied(int64_t fx, int64_t fy, const Neighbours<VX_Pixel8>& 
           IntegerSum(w, n.p00.green, n.p10.green, n.p01.green, n.p11.green),
           IntegerSum(w, n.p00.blue, n.p10.blue, n.p01.blue, n.p11.blue)};
 }
-// As the straight form of the depth rounds.
+// Rounds like the sampler for straight alpha of this depth.
 VX_Pixel16 MixPremultiplied(uint16_t fx, uint16_t fy, const Neighbours<VX_Pixel16>& n) {
   return HalfUp16(Plain(WeightsOf<double>(fx, fy), n));
 }
@@ -227,7 +227,7 @@ Neighbours<Pixel> Around(const VX_SampPB* record, VX_Fixed x, VX_Fixed y) {
 
 // --- boxes ---
 
-// The length of pixel n that a footprint covers, in 65,536ths.
+// The part of pixel n that a box around `position` covers, in 1/65536 pixel.
 int64_t Covered(int64_t n, int64_t position, int64_t radius) {
   const int64_t low = position + 32768 - radius, high = position + 32768 + radius;
   const int64_t from = low > n * 65536 ? low : n * 65536;
@@ -235,7 +235,8 @@ int64_t Covered(int64_t n, int64_t position, int64_t radius) {
   return to > from ? to - from : 0;
 }
 
-// Sums over the covered pixels, each weighing its covered width times height, by alpha or not.
+// Sums over the covered pixels. A pixel's weight is its covered width times its covered height;
+// colours are also multiplied by alpha if `by_alpha` is set.
 template <class Number, class Pixel>
 Color<Number> BoxSums(VX_Fixed x, VX_Fixed y, int64_t x_radius, int64_t y_radius,
                       const VX_LayerDef& world, bool by_alpha) {
@@ -258,8 +259,8 @@ Color<Number> BoxSums(VX_Fixed x, VX_Fixed y, int64_t x_radius, int64_t y_radius
 
 __extension__ typedef __int128 Exact;
 
-// An integer result whose alpha rounds to 0 is the zero pixel, a float one whose alphas sum to 0,
-// in the plain form as in the one by alpha.
+// With and without `by_alpha`, the result is the zero pixel if its alpha is rounded to 0 (integer
+// depths), or if the sum of alphas is 0 (float).
 template <class Pixel>
 Pixel Box(bool by_alpha, VX_Fixed x, VX_Fixed y, const VX_SampPB& record) {
   using Channel = VX_ChannelOf<Pixel>;
@@ -281,7 +282,7 @@ Pixel Box(bool by_alpha, VX_Fixed x, VX_Fixed y, const VX_SampPB& record) {
 
 }  // namespace
 
-// --- the forms ---
+// --- the samplers ---
 
 template <class Pixel>
 VX_Err Nearest(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {

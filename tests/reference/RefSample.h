@@ -2,24 +2,26 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The slow twins of the samplers, a function for each rule and form.
+// The slow twins of the samplers: a function for each interpolation rule and each signature.
 //
-// They look at the bounds always: a form that does not is compared where all that it reads lies in
-// the world. The floating-point unit rounds to nearest when they are called. `progress` is not
+// They always check bounds. A sampler of the product that does not is compared only at positions
+// where all pixels that it reads are inside the world. The caller must set the floating-point unit
+// to round to nearest. `progress` is ignored; the result is 0.
 // read; the result is 0.
 
 #include "VX/VX_Sampling.h"
 
 namespace vxref {
 
-// A pixel of any column and row: zero outside.
+// The pixel at any column and row; the zero pixel outside of the world.
 template <class Pixel>
 Pixel PixelAt(const VX_LayerDef& world, int64_t column, int64_t row);
 
 template <class Pixel>
 VX_Err Nearest(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out);
 
-// Double weights, and shortcuts for whole positions, equal pixels and equal alphas: 8 and 16 bits.
+// Samplers with weights in double precision, at 8 and 16 bits. Positions on a pixel, four equal
+// pixels and four equal alphas are treated specially.
 template <class Pixel>
 VX_Err Scalar(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out);
 template <class Pixel>
@@ -32,7 +34,8 @@ template <class Pixel>
 VX_Err ScalarSpan(VX_ProgressInfo*, int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                   uint32_t* alpha_sum, Pixel* out);
 
-// Float weights, and a shortcut for equal alphas: three depths; the second and third for float.
+// Samplers with weights in single precision. Four equal alphas are treated specially. Portable and
+// PortableSpan exist at all depths, the other two at float.
 template <class Pixel>
 VX_Err Portable(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out);
 VX_SampleAllInCall<VX_PixelFloat> PortableAllIn;
@@ -41,19 +44,22 @@ template <class Pixel>
 VX_Err PortableSpan(VX_ProgressInfo*, int32_t count, VX_Fixed x, VX_Fixed y,
                     const VX_SampPB* record, VX_AlphaSumOf<Pixel>* alpha_sum, Pixel* out);
 
-// Single precision: that of the slot where the processor has SSE2, and of the _4 forms.
+// 8-bit samplers in single precision: the sampler slot on processors with SSE2, and the samplers of
+// four pixels (_4).
 VX_SampleCall<VX_Pixel8> SinglePrecision;
 VX_SampleFourCall Four;
 VX_SampleFourWeightedCall FourWeighted;
 
-// The four channels alike: integer weights at 8 bits, double ones at 16, float ones at float.
+// Interpolates colours like alpha, for premultiplied worlds. Weights are integers at 8 bits,
+// doubles at 16 bits, and single precision at float.
 template <class Pixel>
 VX_Err Premultiplied(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out);
 
 VX_ComputeWeightCall ComputeWeight;
 
-// Boxes, by alpha and plain. Integers come from exact sums. Float is a long double rounded once,
-// and may therefore differ from double sums in the last place.
+// The mean over a box, for straight alpha (colours weighted by alpha) and for premultiplied worlds.
+// Integer depths use exact sums. Float uses long double sums that are rounded once, so that the
+// product's double sums may differ in the last place.
 template <class Pixel>
 VX_Err BoxStraight(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out);
 template <class Pixel>

@@ -19,13 +19,13 @@ struct RowOptions {
   bool keep_alpha;
 };
 
-// Most loops leave a pixel of no weight as it is. These have work to do there.
+// The modes whose row loop changes a pixel at weight 0; all others skip such pixels.
 bool ActsAtZeroWeight(int mode) {
   return mode == VX_Xfer_Scale || mode == VX_Xfer_Copy || mode == VX_Xfer_StencilAlpha ||
          mode == VX_Xfer_StencilLuma || mode == VX_Xfer_PremulOver;
 }
 
-// The order of the two products differs, and so does their rounding.
+// The order of the two multiplications depends on the mode. It changes the rounding.
 template <class D>
 typename D::Wide Weight(const RowOptions<typename D::Wide>& options, typename D::Wide sa,
                         typename D::Wide mask) {
@@ -38,7 +38,7 @@ typename D::Wide Weight(const RowOptions<typename D::Wide>& options, typename D:
 
 // --- mask mix ------------------------------------------------------------------------------------
 
-// Exact sums of products at integer depths: 8 bits by 8, and 15 by 15.
+// q is a sum of two products, a1 + a2 below, with twice the bits of a channel. It is exact.
 int64_t MixedAlpha(int64_t q, int64_t full) {
   return full == 255 ? (q + 128) / 255 : (q + 16384) >> 15;
 }
@@ -49,7 +49,7 @@ int64_t MixedColor(int64_t s, int64_t a1, int64_t d, int64_t a2, int64_t q) {
 }
 float MixedColor(float s, float a1, float d, float a2, float q) { return (s * a1 + d * a2) / q; }
 
-// False when the destination stays.
+// Returns false if the destination is unchanged.
 template <class D>
 bool MaskMix(const WidePixel<D>& s, typename D::Wide t, WidePixel<D>* d) {
   using Wide = typename D::Wide;
@@ -68,7 +68,7 @@ bool MaskMix(const WidePixel<D>& s, typename D::Wide t, WidePixel<D>* d) {
 
 // --- one pixel of a row --------------------------------------------------------------------------
 
-// What is to be written back.
+// The channels of a pixel that have to be stored.
 struct Written {
   bool color;
   bool alpha;
@@ -98,7 +98,8 @@ Written Dissolve(const RowOptions<typename D::Wide>& options, const WidePixel<D>
   return {true, !options.keep_alpha};
 }
 
-// Multiply with a mask on stored 16-bit and float values, which rounds differently at full weight.
+// The mode multiply with a mask, for stored 16-bit and float values. Its rounding at full weight
+// differs from that of other weights.
 template <class D>
 void MultiplyMasked(const WidePixel<D>& s, typename D::Wide w, WidePixel<D>* d) {
   for (int i = 0; i < 3; ++i) {
@@ -179,7 +180,7 @@ void ScanIn(const Space& space, int mode, bool has_mask, bool own_multiply, int3
   }
 }
 
-// The plain copies have no linear form at some depths.
+// At some depths the modes scale and copy ignore the tables for linear light.
 template <class Pixel>
 bool IgnoresLinear(int mode) {
   if (mode == VX_Xfer_Scale) return !std::is_same_v<Pixel, VX_PixelFloat>;

@@ -8,8 +8,9 @@
 
 namespace vxref {
 
-// One row in one mode. 0 or an error; throws 3 for a linear row without tables. `options` gives
-// opacity, seed and keepDstAlpha; its mode is not read.
+// Blends a row in a mode. Returns VX_Ok or an error. Throws VX_ErrBadParameter if `linear` is set,
+// the mode has a linear form at this depth, and `tables` is null. Opacity, seed and keepDstAlpha
+// are read from `options`; its mode is ignored.
 template <class Pixel>
 VX_Err Scan(int mode, bool has_mask, bool linear, int32_t count,
             const VX_BlendingMode<Pixel>* options, const VX_LinearBlendingTables* tables,

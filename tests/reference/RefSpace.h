@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Where a blend is computed: on the stored values, or in linear light.
+// The colour space in which a blend is computed: StoredSpace (the stored values) or LinearSpace
+// (linear light).
 //
-// A space takes pixels in and writes them back. In linear light both integer depths are computed at
-// 16 bits. Alpha and weights never pass through a curve.
+// In reads a pixel into the space; OutColor and OutAlpha write it back. LinearSpace computes 8 and
+// 16 bits at 16 bits. Alpha and weights are never converted to linear light.
 
 #include "RefArithmetic.h"
 #include "RefTables.h"

@@ -11,7 +11,8 @@ namespace {
 
 constexpr int kLast = 4096;
 
-// The linear value of each of 4,097 evenly spaced stored values, made to rise.
+// The linear values of 4,097 evenly spaced stored values. A value below its predecessor is raised
+// to it, so that the sequence can be inverted.
 std::vector<int64_t> Expand(const VX_LinearBlendingTables& tables) {
   std::vector<int64_t> e(kLast + 1);
   for (int i = 0; i <= kLast; ++i) {
@@ -22,7 +23,7 @@ std::vector<int64_t> Expand(const VX_LinearBlendingTables& tables) {
   return e;
 }
 
-// The stored value, 0..32768, whose linear value is x.
+// Returns the stored value, 0..32768, whose linear value is x.
 int64_t Invert(const std::vector<int64_t>& e, int64_t x) {
   for (int k = 0; k < kLast; ++k) {
     if (e[k + 1] <= x) continue;

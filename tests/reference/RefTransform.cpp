@@ -32,7 +32,7 @@ Vector Times(const Vector& v, const M_Matrix3& a) {
 Vector Divided(const Vector& v) { return {v.x / v.w, v.y / v.w, 1}; }
 double Length(const Vector& v) { return std::sqrt(v.x * v.x + v.y * v.y + v.w * v.w); }
 
-// The adjugate divided by the determinant.
+// The inverse: the adjugate divided by the determinant. No value if the matrix is singular.
 std::optional<M_Matrix3> Inverse(const M_Matrix3& a) {
   const double* m = a.m;
   const auto minor = [m](int p, int q, int r, int s) { return m[p] * m[q] - m[r] * m[s]; };
@@ -60,13 +60,13 @@ bool OnlyMoves(const M_Matrix3& a) {
          a.m[8] == 1;
 }
 
-// To 1/65536, half away from zero.
+// Converts to 16.16; halves are rounded away from zero.
 int64_t Fixed(double v) {
   const double scaled = v * 65536;
   return static_cast<int64_t>(scaled < 0 ? scaled - 0.5 : scaled + 0.5);
 }
 
-// --- what is drawn ---
+// --- the area that is drawn ---
 
 struct Bounds {
   int64_t left, top, right, bottom;
@@ -77,7 +77,8 @@ struct Bounds {
   }
 };
 
-// Whole pixels around what becomes of the source from (`from`, `from`) on.
+// The smallest rectangle of whole pixels around the transformed source. The source's rectangle
+// begins at (`from`, `from`).
 Bounds Around(const M_Matrix3& to_dst, const VX_LayerDef& src, int32_t from) {
   double low_x = INFINITY, low_y = INFINITY, high_x = -INFINITY, high_y = -INFINITY;
   for (const int32_t x : {from, src.width}) {
@@ -94,15 +95,16 @@ Bounds Around(const M_Matrix3& to_dst, const VX_LayerDef& src, int32_t from) {
           whole(std::ceil(high_y))};
 }
 
-// The part of the destination that the source may touch at one matrix: a pixel around it, or
-// further, as far as its edges fade.
+// The part of the destination that the source can change with one matrix: its image plus one pixel
+// on each side. Interpolation reaches one source pixel before the first one, so the area is larger
+// if that pixel is enlarged.
 Bounds Touched(const M_Matrix3& to_dst, const VX_LayerDef& src) {
   const Bounds own = Around(to_dst, src, 0), faded = Around(to_dst, src, -1);
   return {Min(own.left - 1, faded.left), Min(own.top - 1, faded.top),
           Max(own.right + 1, faded.right), Max(own.bottom + 1, faded.bottom)};
 }
 
-// What any of the matrices contributes, each cut to what may be drawn.
+// The union of the areas of all matrices, each clipped to the part that may be drawn.
 Bounds Area(const Drawing& d, const std::vector<M_Matrix3>& to_dst, const VX_LayerDef& dst) {
   Bounds within = {0, 0, dst.width, dst.height};
   if (d.rect != nullptr) {
@@ -122,7 +124,7 @@ Bounds Area(const Drawing& d, const std::vector<M_Matrix3>& to_dst, const VX_Lay
   return all;
 }
 
-// Half the size of what a destination pixel covers in the source.
+// Half the size, in source pixels, of the area that one destination pixel covers in the source.
 struct Footprint {
   int64_t x, y;
 
@@ -131,17 +133,19 @@ struct Footprint {
         y(Fixed(std::min(0.5 / Length(Times({0, 1, 0}, to_dst)), 127.0))) {}
 };
 
-// Whether the source becomes a line.
+// True if the source's image is a line or a point.
 bool Vanishes(const M_Matrix3& to_dst) {
   return Fixed(Length(Times({1, 0, 0}, to_dst))) == 0 ||
          Fixed(Length(Times({0, 1, 0}, to_dst))) == 0;
 }
 
-// Whether the way of several matrices turns or bends.
+// True if two numbers differ by more than rounding errors.
 bool Differs(double a, double b) {
   const double larger = std::max(std::abs(a), std::abs(b));
   return std::abs(a - b) > std::max(1e-12 * larger, 1.000088900582341e-12);
 }
+// True if the matrices rotate, scale or bend the path from the first to the last, so that positions
+// cannot be interpolated linearly between the two.
 bool IsCurved(const std::vector<M_Matrix3>& to_dst, const VX_LayerDef& src) {
   for (const Vector& basis : {Vector{1, 0, 0}, Vector{0, 1, 0}}) {
     const Vector a = Times(basis, to_dst.front()), b = Times(basis, to_dst.back());
@@ -167,11 +171,11 @@ struct Position {
 };
 Position operator+(const Position& a, const Position& b) { return {a.x + b.x, a.y + b.y}; }
 
-// Source positions over the area: of its first pixel, and the steps.
-struct Walk {
+// The source position of the area's first pixel, and the steps to the next column and row.
+struct PositionGrid {
   Position at, column, row;
 
-  Walk(const M_Matrix3& to_src, const Bounds& area) {
+  PositionGrid(const M_Matrix3& to_src, const Bounds& area) {
     const double left = static_cast<double>(area.left), top = static_cast<double>(area.top);
     const Vector p = Divided(Times({left, top, 1}, to_src));
     const Vector right = Divided(Times({left + 1, top, 1}, to_src));
@@ -184,14 +188,14 @@ struct Walk {
 
 // --- samples ---
 
-// The pixels of a row, from left to right and in the order in which they were sampled, to which
-// sums of floats keep.
+// `pixels` is in the order from left to right. `taken` is in the order of sampling: sums of floats
+// use this order, because it changes their rounding.
 template <class Pixel>
 struct SampledRow {
   std::vector<Pixel> pixels, taken;
 };
 
-// How the pixels between the two ends of a line of samples are taken.
+// How the pixels of a line are sampled that are neither at its start nor at its end.
 enum class Middle { Unclipped, Span, Weighted };
 
 template <class Pixel>
@@ -220,7 +224,7 @@ class Reader {
     return out;
   }
 
-  // Without regard to neighbours.
+  // Samples one position independently of its neighbours.
   Pixel One(const Position& p) const {
     Pixel out = {};
     if (IsTooFar(p)) return out;
@@ -313,7 +317,8 @@ VX_PixelFloat Average(const std::vector<VX_PixelFloat>& samples) {
   return {sum.alpha / n, sum.red / part, sum.green / part, sum.blue / part};
 }
 
-// Under full alpha colours are rounded half up, twice: first the average of their products.
+// Divides by full scale, rounded half up: the average of alpha-weighted colours becomes a colour.
+// Used if all samples are opaque; the average itself was also rounded half up.
 uint64_t OffFull(uint64_t v, const VX_Pixel8*) { return (v + 128 + ((v + 128) >> 8)) >> 8; }
 uint64_t OffFull(uint64_t v, const VX_Pixel16*) { return (v + 16384) >> 15; }
 
@@ -369,7 +374,7 @@ std::vector<Pixel> MaskRow(const VX_TransformMask& mask, int64_t y, const Bounds
 // --- the destination ---
 
 template <class Pixel>
-Pixel* Place(const VX_LayerDef& world, int64_t x, int64_t y) {
+Pixel* PixelPointer(const VX_LayerDef& world, int64_t x, int64_t y) {
   return reinterpret_cast<Pixel*>(static_cast<char*>(world.data) + y * world.rowbytes) + x;
 }
 
@@ -381,7 +386,7 @@ template <class Pixel>
 void ClearAlphaOutside(const Bounds& kept, const VX_LayerDef& dst) {
   for (int64_t y = 0; y < dst.height; ++y) {
     for (int64_t x = 0; x < dst.width; ++x) {
-      if (kept.Cut({x, y, x + 1, y + 1}).IsEmpty()) Place<Pixel>(dst, x, y)->alpha = 0;
+      if (kept.Cut({x, y, x + 1, y + 1}).IsEmpty()) PixelPointer<Pixel>(dst, x, y)->alpha = 0;
     }
   }
 }
@@ -404,7 +409,7 @@ void DrawRow(const Drawing& d, const Bounds& area, int64_t y, uint32_t seed,
   blending.seed = static_cast<int32_t>(seed);
   blending.opacity = Opacity(d.mode->opacityF, static_cast<const Pixel*>(nullptr));
   blending.keepDstAlpha = d.mode->keepDstAlpha;
-  Pixel* const out = Place<Pixel>(dst, area.left, y);
+  Pixel* const out = PixelPointer<Pixel>(dst, area.left, y);
   if (mode == VX_Xfer_InFront && d.mask == nullptr && blending.keepDstAlpha == 0 &&
       blending.opacity == full && alphas == full * static_cast<decltype(alphas)>(row.size())) {
     std::copy(row.begin(), row.end(), out);
@@ -436,28 +441,31 @@ void DrawRectangle(const Drawing& d, const M_Matrix3& to_dst, const Bounds& area
                   image(dst));
 }
 
-// The position `columns` and `rows` away from the first one.
-Position Walked(const Walk& walk, int64_t columns, int64_t rows) {
-  Position p = walk.at;
-  for (int64_t i = 0; i < rows; ++i) p = p + walk.row;
-  for (int64_t i = 0; i < columns; ++i) p = p + walk.column;
+// The source position `columns` and `rows` after the first one. Steps are added one by one, as the
+// product does.
+Position PositionAt(const PositionGrid& grid, int64_t columns, int64_t rows) {
+  Position p = grid.at;
+  for (int64_t i = 0; i < rows; ++i) p = p + grid.row;
+  for (int64_t i = 0; i < columns; ++i) p = p + grid.column;
   return p;
 }
 
-bool StepsByPixels(const Walk& walk) { return walk.column.x == 65536 && walk.column.y == 0; }
+bool StepsByPixels(const PositionGrid& grid) {
+  return grid.column.x == 65536 && grid.column.y == 0;
+}
 
-// The matrices of a call, and rows made from them. Columns and rows count from the area's corner.
+// The matrices of a call, and rows sampled with them. Columns and rows are relative to the area.
 template <class Pixel>
 struct Rows {
   const Drawing& d;
   std::vector<M_Matrix3> to_dst, to_src;
   int64_t width;
-  Walk first, last;
+  PositionGrid first, last;
   Reader<Pixel> reader;
 
   SampledRow<Pixel> Still(int64_t row) const {
     std::vector<Position> at;
-    for (int64_t x = 0; x < width; ++x) at.push_back(Walked(first, x, row));
+    for (int64_t x = 0; x < width; ++x) at.push_back(PositionAt(first, x, row));
     return reader.Line(at, StepsByPixels(first) ? Middle::Span : Middle::Unclipped);
   }
 
@@ -466,7 +474,7 @@ struct Rows {
     const bool is_slide = StepsByPixels(first) && StepsByPixels(last);
     std::vector<Pixel> out;
     for (int64_t x = 0; x < width; ++x) {
-      const Position from = Walked(first, x, row), to = Walked(last, x, row);
+      const Position from = PositionAt(first, x, row), to = PositionAt(last, x, row);
       std::vector<Position> at;
       for (int64_t i = 0; i < n; ++i) {
         at.push_back({from.x + i * ((to.x - from.x) / n), from.y + i * ((to.y - from.y) / n)});
@@ -483,7 +491,7 @@ struct Rows {
       std::vector<Pixel> samples;
       for (size_t i = 0; i + 1 < to_src.size(); ++i) {
         const Reader<Pixel> here(d, Footprint(to_dst[i]));
-        samples.push_back(here.One(Walked(Walk(to_src[i], area), x, row)));
+        samples.push_back(here.One(PositionAt(PositionGrid(to_src[i], area), x, row)));
       }
       out.push_back(Average(samples));
     }
@@ -525,8 +533,8 @@ Path Transform(const Drawing& d, const VX_LayerDef& dst) {
                             to_dst,
                             to_src,
                             area.right - area.left,
-                            Walk(to_src.front(), area),
-                            Walk(to_src.back(), area),
+                            PositionGrid(to_src.front(), area),
+                            PositionGrid(to_src.back(), area),
                             Reader<Pixel>(d, Footprint(to_dst[0]))};
   uint32_t seed = static_cast<uint32_t>(d.mode->seed) + static_cast<uint32_t>(area.left);
   for (int64_t y = area.top; y < area.bottom; ++y) {

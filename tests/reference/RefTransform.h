@@ -4,9 +4,10 @@
 
 // The slow twin of drawing through matrices, one source position at a time.
 //
-// All arguments are good: worlds with aligned rows, equal depths, a known mode, 1 to 257 matrices.
-// Between the first and the last of several matrices all have an inverse, and none lets the source
-// or what is drawn touch its horizon. Integers and float are to be compared bit for bit.
+// Arguments must be valid; they are not checked: worlds with aligned rows and equal depths, a known
+// mode, 1 to 257 matrices. If there are several matrices, all but the first and the last must be
+// invertible, and neither the source nor the drawn area may reach the horizon of any of them. The
+// product must give equal bits at all depths.
 
 #include "VX/VX_Transform.h"
 
@@ -25,14 +26,14 @@ struct Drawing {
   bool single_precision;  // the rule of the slot of the unclipped 8-bit sampler
 };
 
-// The call path: nothing drawn, a rectangle copied, no motion, a straight path, or a curved path
-// with a sub-sample at each matrix.
+// The call path: nothing drawn, a rectangle copied, no motion, motion along a straight path, or
+// along a curved path with a sample at each matrix.
 enum class Path { Nothing, Rectangle, Still, Straight, Curved };
 
 template <class Pixel>
 Path Transform(const Drawing& drawing, const VX_LayerDef& dst);
 
-// Moves the point (x, y) by the definition of VX_TransformParts.
+// Moves the point (x, y); the documentation of VX_TransformParts defines the formula.
 void MovePoint(const VX_TransformParts& parts, double* x, double* y);
 
 }  // namespace vxref

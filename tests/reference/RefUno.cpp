@@ -32,10 +32,10 @@ using DepthOfSample = typename DepthOf<typename OfSample<Sample>::Pixel>::D;
 template <class Sample>
 constexpr bool kFloat = std::is_same_v<Sample, float>;
 
-// An opacity 0..1 on the scale of a depth.
+// Converts an opacity 0..1 to a depth's scale.
 template <class Sample>
 typename DepthOfSample<Sample>::Wide Scaled(double opacity) {
-  if (!(opacity > 0)) opacity = 0;  // also when not a number
+  if (!(opacity > 0)) opacity = 0;  // 0 for NaN too
   if (opacity > 1) opacity = 1;
   if constexpr (kFloat<Sample>) return static_cast<float>(opacity);
   const double scale = static_cast<double>(DepthOfSample<Sample>::full);
@@ -44,7 +44,8 @@ typename DepthOfSample<Sample>::Wide Scaled(double opacity) {
 
 // --- areas ---
 
-// The columns or rows `low` up to `high` of a source, and what is added to reach the destination.
+// The columns or rows low..high - 1 of a source. A destination index is the source index plus
+// `shift`.
 struct Span {
   int64_t low, high, shift;
 
@@ -76,7 +77,7 @@ void EachSample(Plane<To>* plane, Change change) {
 
 // --- samples ---
 
-// 1 - v; integers above the scale give 0.
+// 1 - v; integers above full scale give 0.
 template <class Sample>
 Sample Inverted(Sample v) {
   using D = DepthOfSample<Sample>;
@@ -84,7 +85,7 @@ Sample Inverted(Sample v) {
   return static_cast<Sample>(Max(D::Inv(v), typename D::Wide{0}));
 }
 
-// d moved toward s by m; rounded alike upwards and downwards.
+// d + (s - d) * m. Rounding is symmetric: the same in both directions.
 uint8_t Moved(uint8_t s, uint8_t m, uint8_t d) {
   const int64_t e = int64_t{s} - d;
   const int64_t t = e * m - (e < 0 ? 1 : 0) + 128;
@@ -96,7 +97,7 @@ uint16_t Moved(uint16_t s, uint16_t m, uint16_t d) {
 }
 float Moved(float s, float m, float d) { return d + m * (s - d); }
 
-// A sample times a gain of which `scale` is 1.
+// v * gain; `scale` is the gain of 1.
 int64_t Gained(int64_t v, int64_t gain, int64_t scale) {
   const int64_t t = v * gain;
   return scale == 255 ? (2 * t + 255) / 510 : (t + 16383) >> 15;
@@ -182,7 +183,7 @@ void Accumulate(const Plane<From>& src, int32_t mode, float src_gain, float dst_
 
 namespace {
 
-// Sums, and their quotients: exact integers, or double.
+// The type of sums, and their division: exact 64-bit integers, or double at float.
 template <class Sample>
 using SumOf = std::conditional_t<kFloat<Sample>, double, int64_t>;
 
@@ -192,15 +193,15 @@ Sample Quotient(SumOf<Sample> sum, int64_t rounding, int64_t divisor) {
   if constexpr (!kFloat<Sample>) return static_cast<Sample>((sum + rounding) / divisor);
 }
 
-// A line that goes on as its first and its last sample.
+// The sample at an index; the first or last sample outside of the line.
 template <class Sample>
 SumOf<Sample> Held(const std::vector<Sample>& line, int64_t at) {
   const int64_t last = static_cast<int64_t>(line.size()) - 1;
   return line[static_cast<size_t>(Max(int64_t{0}, Min(at, last)))];
 }
 
-// Replaces the samples of start..end, and those that the window's half reaches, by the weighted
-// mean of the window around them.
+// Replaces the samples from start - half up to end + half, as far as they are in the line, by the
+// weighted mean of the window around each. `half` is half of the window's size.
 template <class Sample>
 void WeightedMeans(const std::vector<int32_t>& weights, bool rounded, int64_t start, int64_t end,
                    std::vector<Sample>* line) {
@@ -218,8 +219,9 @@ void WeightedMeans(const std::vector<int32_t>& weights, bool rounded, int64_t st
   }
 }
 
-// One pass of a window of 2n - 1 samples of weight 255 and one of weight f at each end. Before
-// `from` and after `to` there is nothing, only the last sample of the line goes on.
+// One pass of a window of 2n - 1 samples of weight 255 and one sample of weight f at each end.
+// Samples before `from` and from `to` on are left out of the mean. Exception: if `to` is the end of
+// the line, its last sample is repeated.
 template <class Sample>
 void SoftBoxPass(int64_t n, int64_t f, int64_t from, int64_t to, std::vector<Sample>* line) {
   const std::vector<Sample> before = *line;
@@ -238,12 +240,12 @@ void SoftBoxPass(int64_t n, int64_t f, int64_t from, int64_t to, std::vector<Sam
   }
 }
 
-// What the windows of a box have on each side of their middle: 1 or less is a plain box of three.
+// The half width of a box window. If it is at most 1, the scan is done by GaussianScan.
 double SideOfBox(int32_t kind, VX_Fixed radius) {
   return (kind == 0 ? 1.4 : 1.0) * (radius / 65536.0) / 2.71;
 }
 
-// The weight of the outer samples.
+// The weight of a window's two outer samples: the fraction of `side`, as 0..255.
 int64_t OuterOfBox(double side) {
   return static_cast<int64_t>((side - static_cast<double>(static_cast<int64_t>(side))) * 255);
 }
@@ -282,12 +284,14 @@ void GaussianScan(int32_t kind, int32_t start, int32_t end, VX_Fixed radius,
 
 namespace {
 
-// Each pass takes a line that was made longer by its ends, and gives back the middle of it.
+// Each pass extends the line on both sides by n copies of its end samples, and keeps only the part
+// that was there before.
 template <class Sample>
 void FeatherLine(int32_t feather, VX_Fixed radius, std::vector<Sample>* line) {
   const auto length = static_cast<int32_t>(line->size());
   const double side = SideOfBox(feather, radius);
-  if (feather == VX_Feather_Gaussian || side <= 1.0) {  // they hold both ends
+  if (feather == VX_Feather_Gaussian ||
+      side <= 1.0) {  // GaussianScan repeats the end samples itself
     const bool bell = feather == VX_Feather_Gaussian;
     GaussianScan(bell ? VX_UnoScan_Gaussian : VX_UnoScan_Soft, 0, length, radius, line);
     return;

@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The slow twins of one-channel images, one sample at a time: 8 and 16 bits and float, told by the
-// type of the samples.
+// The slow twins of one-channel images, one sample at a time. The type of the samples selects 8
+// bits, 16 bits or float.
 //
-// All arguments are good. Integers are exact and to be compared bit for bit. Scans of float lines
-// are summed in double and rounded once, so a sliding sum may differ in the last places; everything
+// Arguments must be valid; they are not checked. At integer depths the product must give equal
+// bits. Float scans are summed in double and rounded once, so the product's running sums may differ
+// in the last places. All other float operations are computed in single precision.
 // else in float is plain single precision.
 
 #include <vector>
@@ -15,7 +16,7 @@
 
 namespace vxref {
 
-// Samples in row order.
+// A one-channel image; `samples` is row after row.
 template <class Sample>
 struct Plane {
   int32_t width;
@@ -28,7 +29,7 @@ struct Plane {
   }
 };
 
-// To another depth; to the same as it stands.
+// Converts a sample to another depth. A sample of the same depth is unchanged.
 template <class To, class From>
 To SampleAs(From v);
 
@@ -44,7 +45,7 @@ template <class Sample>
 void Transfer(const Plane<Sample>& src, const Plane<Sample>* mask, int32_t mode, const M_Rect* rect,
               const M_Point* point, Plane<Sample>* dst);
 
-// Gains of 1 change nothing.
+// A gain of 1 leaves the samples unchanged.
 template <class From, class Sum>
 void Accumulate(const Plane<From>& src, int32_t mode, float src_gain, float dst_gain,
                 const M_Rect* rect, const M_Point* point, Plane<Sum>* dst);

@@ -24,7 +24,7 @@ py::sequence Items(const char* name, const py::object& object, const char* what)
   throw py::value_error(std::string(name) + ": needs " + what + ", not " + Quoted(object));
 }
 
-// Converts to float; values outside the range of float become infinite.
+// Converts to float. Values that are too large become infinite.
 float AsFloat(const char* name, const py::object& number) {
   const double value = ParseDouble(name, number);
   if (std::abs(value) > std::numeric_limits<float>::max()) {
@@ -43,10 +43,10 @@ std::string Quoted(const py::handle& object) {
     PyErr_Clear();
     return std::string("<") + Py_TYPE(object.ptr())->tp_name + ">";
   }
-  auto words = text.cast<std::string>();
-  std::replace(words.begin(), words.end(), '\n', ' ');
-  if (words.size() > kLongest) words = words.substr(0, kLongest) + "...";
-  return words;
+  auto quoted = text.cast<std::string>();
+  std::replace(quoted.begin(), quoted.end(), '\n', ' ');
+  if (quoted.size() > kLongest) quoted = quoted.substr(0, kLongest) + "...";
+  return quoted;
 }
 
 int32_t ParseMode(const py::object& mode) {
@@ -58,37 +58,37 @@ int32_t ParseMode(const py::object& mode) {
     if (vx::name(static_cast<vx::Mode>(number)) != nullptr) return number;
     throw py::value_error("mode: no transfer mode " + std::to_string(number));
   }
-  const std::string word = py::str(mode);
-  if (const auto known = vx::find_mode(word)) return static_cast<int32_t>(*known);
+  const std::string name = py::str(mode);
+  if (const auto known = vx::find_mode(name)) return static_cast<int32_t>(*known);
   std::string all;
   for (const vx::ModeInfo& known : vx::modes()) {
     all += (all.empty() ? "" : ", ") + std::string(known.name);
   }
-  throw py::value_error("mode: no transfer mode \"" + word + "\"; there are " + all);
+  throw py::value_error("mode: no transfer mode \"" + name + "\"; there are " + all);
 }
 
-int32_t ParseChoice(const char* name, const py::object& word,
+int32_t ParseChoice(const char* name, const py::object& arg,
                     std::initializer_list<const char*> choices) {
-  const bool is_word = py::isinstance<py::str>(word);
-  const std::string wanted = is_word ? std::string(py::str(word)) : "";
-  int32_t place = 0;
+  const bool is_text = py::isinstance<py::str>(arg);
+  const std::string wanted = is_text ? std::string(py::str(arg)) : "";
+  int32_t index = 0;
   std::string all;
   for (const char* choice : choices) {
-    if (is_word && wanted == choice) return place;
-    all += std::string(place == 0 ? "" : ", ") + "\"" + choice + "\"";
-    ++place;
+    if (is_text && wanted == choice) return index;
+    all += std::string(index == 0 ? "" : ", ") + "\"" + choice + "\"";
+    ++index;
   }
-  const std::string text = std::string(name) + ": one of " + all + ", not " + Quoted(word);
-  if (!is_word) throw py::type_error(text);
+  const std::string text = std::string(name) + ": one of " + all + ", not " + Quoted(arg);
+  if (!is_text) throw py::type_error(text);
   throw py::value_error(text);
 }
 
-int32_t ParseField(const py::object& word) {
-  return ParseChoice("field", word, {"both", "even", "odd"});
+int32_t ParseField(const py::object& arg) {
+  return ParseChoice("field", arg, {"both", "even", "odd"});
 }
 
-int32_t ParseQuality(const py::object& word) {
-  return ParseChoice("quality", word, {"draft", "high"});
+int32_t ParseQuality(const py::object& arg) {
+  return ParseChoice("quality", arg, {"draft", "high"});
 }
 
 double ParseDouble(const char* name, const py::object& number) {
@@ -147,11 +147,11 @@ int32_t ParseChannels(const py::object& channels) {
   }
   int32_t bits = 0;
   for (const char letter : std::string(py::str(channels))) {
-    const char* const place = letter != 0 ? std::strchr(kLetters, letter) : nullptr;
-    if (place == nullptr) {
+    const char* const found = letter != 0 ? std::strchr(kLetters, letter) : nullptr;
+    if (found == nullptr) {
       throw py::value_error("channels: letters of argb, not " + Quoted(channels));
     }
-    bits |= 1 << (place - kLetters);
+    bits |= 1 << (found - kLetters);
   }
   return bits;
 }
@@ -184,7 +184,7 @@ std::pair<py::object, py::object> ParsePair(const char* name, const py::object& 
   return {items[0], items[1]};
 }
 
-Place ParsePlace(const char* name, const py::object& at) {
+Position ParsePosition(const char* name, const py::object& at) {
   const py::sequence items = Items(name, at, "(x, y)");
   if (items.size() != 2) WrongCount(name, "(x, y)", at);
   return {static_cast<int32_t>(ParseWhole(name, py::object(items[0]), INT32_MIN, INT32_MAX)),
@@ -192,10 +192,10 @@ Place ParsePlace(const char* name, const py::object& at) {
 }
 
 M_Point ParsePoint(const char* name, const py::object& at) {
-  const Place place = ParsePlace(name, at);
+  const Position position = ParsePosition(name, at);
   M_Point point{};
-  point.h = static_cast<int16_t>(ParseWhole(name, py::int_(place.x), INT16_MIN, INT16_MAX));
-  point.v = static_cast<int16_t>(ParseWhole(name, py::int_(place.y), INT16_MIN, INT16_MAX));
+  point.h = static_cast<int16_t>(ParseWhole(name, py::int_(position.x), INT16_MIN, INT16_MAX));
+  point.v = static_cast<int16_t>(ParseWhole(name, py::int_(position.y), INT16_MIN, INT16_MAX));
   return point;
 }
 

@@ -25,13 +25,13 @@ std::string Quoted(const py::handle& object);
 int32_t ParseMode(const py::object& mode);
 
 // Returns the index of the argument in `choices`.
-int32_t ParseChoice(const char* name, const py::object& word,
+int32_t ParseChoice(const char* name, const py::object& arg,
                     std::initializer_list<const char*> choices);
 
 // Converts "both", "even" or "odd" to VX_Field_...
-int32_t ParseField(const py::object& word);
+int32_t ParseField(const py::object& arg);
 // Converts "draft" or "high" to VX_Quality_...
-int32_t ParseQuality(const py::object& word);
+int32_t ParseQuality(const py::object& arg);
 
 // Accepts 8, 16 or 32.
 int32_t ParseDepth(const py::object& depth);
@@ -58,10 +58,10 @@ std::pair<py::object, py::object> ParsePair(const char* name, const py::object& 
                                             const char* what);
 
 // A position (x, y) of 32-bit integers.
-struct Place {
+struct Position {
   int32_t x = 0, y = 0;
 };
-Place ParsePlace(const char* name, const py::object& at);
+Position ParsePosition(const char* name, const py::object& at);
 // Accepts (x, y) as 16-bit integers.
 M_Point ParsePoint(const char* name, const py::object& at);
 

@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Loops in C++ for bench/python_calls.py to compare with; not part of the public module.
+// C++ loops that bench/python_calls.py compares with Python. They are not part of the public
+// module.
 
 #include <chrono>
 

@@ -14,7 +14,7 @@ namespace vxpy {
 
 namespace {
 
-// A bitmap of the host. It is locked during the lifetime of the object.
+// A bitmap of the host. It is locked as long as the object exists.
 class Bitmap {
  public:
   Bitmap(int32_t width, int32_t height, int32_t depth, int32_t channel_order) {
@@ -46,10 +46,10 @@ class Bitmap {
 };
 using BitmapPtr = std::shared_ptr<Bitmap>;
 
-BitmapPtr NewBitmap(const py::object& width, const py::object& height, const py::object& depth_word,
+BitmapPtr NewBitmap(const py::object& width, const py::object& height, const py::object& depth_arg,
                     const py::object& channel_order) {
   const int32_t wide = ParseSide("width", width), high = ParseSide("height", height);
-  const int32_t depth = ParseDepth(depth_word);
+  const int32_t depth = ParseDepth(depth_arg);
   const bool bgra = ParseChoice("channel_order", channel_order, {"argb", "bgra"}) == 1;
   if (bgra && depth != 8) throw py::value_error("channel_order: \"bgra\" is for 8 bits a channel");
   return std::make_shared<Bitmap>(wide, high, depth, bgra ? BM_ORDER_BGRA : BM_ORDER_ARGB);
@@ -76,15 +76,15 @@ py::buffer_info BufferOf(const Bitmap& bitmap) {
                          {py::ssize_t{(*bitmap.handle())->rowbytes}, 4 * item, item});
 }
 
-py::object CopyBitmap(const py::object& src_word, const py::object& out_word,
+py::object CopyBitmap(const py::object& src_arg, const py::object& out_arg,
                       const py::object& src_rect, const py::object& out_rect,
-                      const py::object& quality, const py::object& premultiplied_word) {
-  const bool premultiplied = ParseFlag("premultiplied", premultiplied_word);
+                      const py::object& quality, const py::object& premultiplied_arg) {
+  const bool premultiplied = ParseFlag("premultiplied", premultiplied_arg);
   const bool high = ParseQuality(quality) != 0;
   const std::optional<M_Rect> from = ParseRect("src_rect", src_rect);
   const std::optional<M_Rect> to = ParseRect("out_rect", out_rect);
-  const auto& src = ParseObject<Bitmap>("src", src_word);
-  const auto& out = ParseObject<Bitmap>("out", out_word);
+  const auto& src = ParseObject<Bitmap>("src", src_arg);
+  const auto& out = ParseObject<Bitmap>("out", out_arg);
   if (&src == &out) throw py::value_error("out: is the same bitmap as src");
   const VX_WorldCopyFunc copy = !high           ? VX_WorldCopy
                                 : premultiplied ? VX_WorldCopy_HQ_Premul
@@ -95,7 +95,7 @@ py::object CopyBitmap(const py::object& src_word, const py::object& out_word,
   Run([&] {
     return copy(nullptr, src.handle(), out.handle(), from ? &*from : nullptr, to ? &*to : nullptr);
   });
-  return out_word;
+  return out_arg;
 }
 
 }  // namespace

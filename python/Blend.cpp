@@ -22,54 +22,54 @@ namespace vxpy {
 
 namespace {
 
-py::object Transfer(const py::object& dst, const py::object& src, const py::tuple& layer_words,
+py::object Transfer(const py::object& dst, const py::object& src, const py::tuple& layer_args,
                     const py::object& at, const py::object& rect, const py::object& progress,
-                    const py::object& out, const py::object& order_word) {
-  const Order order = ParseOrder(order_word);
-  const Place place = ParsePlace("at", at);
+                    const py::object& out, const py::object& order_arg) {
+  const Order order = ParseOrder(order_arg);
+  const Position position = ParsePosition("at", at);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const Source below(dst, order, "dst"), above(src, order, "src");
   RequireSameDepth(*below.world(), *above.world(), "dst", "src");
-  Layer layer(LayerWords(layer_words), below, order);
+  Layer layer(LayerArguments(layer_args), below, order);
   Progress polled(progress);
   Target target = Target::CopyOf(below, out);
-  const WorldPtr source = target.Apart(above);
+  const WorldPtr source = target.WithoutOverlap(above);
   const VX_MaskSpec* const mask = layer.MaskFor(target);
   Run(polled, [&] {
     return VX_TransferRect(polled.info(), /*quality=*/1, /*flags=*/0, layer.field(),
                            area ? &*area : nullptr, source->get(), &layer.mode(), layer.tables(),
-                           mask, place.x, place.y, target.world());
+                           mask, position.x, position.y, target.world());
   });
   return target.Finish();
 }
 
-// vx.composite_rect: the short calls, which also accept premultiplied sources.
-py::object CompositeRect(const py::object& dst, const py::object& src, const py::object& mode_word,
-                         const py::object& opacity_word, const py::object& at,
-                         const py::object& rect, const py::object& field_word,
-                         const py::object& premultiplied_word, const py::object& quality,
+// vx.composite_rect. The functions VX_CompositeRect... also accept premultiplied sources.
+py::object CompositeRect(const py::object& dst, const py::object& src, const py::object& mode_arg,
+                         const py::object& opacity_arg, const py::object& at,
+                         const py::object& rect, const py::object& field_arg,
+                         const py::object& premultiplied_arg, const py::object& quality,
                          const py::object& progress, const py::object& out,
-                         const py::object& order_word) {
-  const Order order = ParseOrder(order_word);
-  const int32_t mode = ParseMode(mode_word);
-  const auto opacity = static_cast<int32_t>(ParseWhole("opacity", opacity_word, 0, 255));
-  const Place place = ParsePlace("at", at);
+                         const py::object& order_arg) {
+  const Order order = ParseOrder(order_arg);
+  const int32_t mode = ParseMode(mode_arg);
+  const auto opacity = static_cast<int32_t>(ParseWhole("opacity", opacity_arg, 0, 255));
+  const Position position = ParsePosition("at", at);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const int32_t field = ParseField(field_word);
-  const bool premultiplied = ParseFlag("premultiplied", premultiplied_word);
+  const int32_t field = ParseField(field_arg);
+  const bool premultiplied = ParseFlag("premultiplied", premultiplied_arg);
   const bool high = ParseQuality(quality) != 0;
   const Source below(dst, order, "dst"), above(src, order, "src");
   RequireSameDepth(*below.world(), *above.world(), "dst", "src");
   Progress polled(progress);
   Target target = Target::CopyOf(below, out);
-  const WorldPtr source = target.Apart(above);
+  const WorldPtr source = target.WithoutOverlap(above);
   const VX_CompositeRectFunc forms[2][2] = {
       {VX_CompositeRectDraft_Straight, VX_CompositeRectDraft_Premul},
       {VX_CompositeRectBest_Straight, VX_CompositeRectBest_Premul}};
   const auto composite = forms[high ? 1 : 0][premultiplied ? 1 : 0];
   Run(polled, [&] {
-    return composite(polled.info(), area ? &*area : nullptr, opacity, source->get(), place.x,
-                     place.y, field, mode, target.world());
+    return composite(polled.info(), area ? &*area : nullptr, opacity, source->get(), position.x,
+                     position.y, field, mode, target.world());
   });
   return target.Finish();
 }
@@ -107,7 +107,7 @@ struct PixelTables<VX_PixelFloat> {
   static constexpr auto& twice = VXp_G_Xfer1_Opacity2_tableF;
 };
 
-// Two optional opacities. Their product is used; a missing one counts as 1.
+// Two optional opacities, which are multiplied. A missing one is 1.
 struct Opacities {
   std::optional<double> first, second;
 };
@@ -119,7 +119,7 @@ VX_ChannelOf<Pixel> Weight(std::optional<double> opacity) {
   return static_cast<VX_ChannelOf<Pixel>>(scaled + 0.5);
 }
 
-// Blends `s` into `d`: contiguous arrays of ... x 4 in the order ARGB.
+// Blends `s` into `d`. Both are contiguous arrays of ... x 4 in the order ARGB.
 template <class Pixel>
 void BlendAll(const py::array& s, const py::array& d, int32_t mode, const Opacities& opacities,
               const VX_LinearBlendingTables* tables) {
@@ -150,14 +150,14 @@ std::optional<double> ParseOpacity(const char* name, const py::object& opacity) 
   return ParseNumber(name, opacity, 0, 1);
 }
 
-void BlendPixels(const py::array& s, const py::array& d, const py::object& mode_word,
+void BlendPixels(const py::array& s, const py::array& d, const py::object& mode_arg,
                  const py::object& opacity, const py::object& opacity2,
-                 const py::object& tables_word) {
-  const int32_t mode = ParseMode(mode_word);
+                 const py::object& tables_arg) {
+  const int32_t mode = ParseMode(mode_arg);
   if (mode < 0)
     throw py::value_error("mode: is not available for single pixels, only for pictures");
   const Opacities opacities{ParseOpacity("opacity", opacity), ParseOpacity("opacity2", opacity2)};
-  const LinearTablesPtr tables = ParseTables(tables_word);
+  const LinearTablesPtr tables = ParseTables(tables_arg);
   vx::visit_depth(DepthOf(d, "d"),
                   [&]<class Pixel> { BlendAll<Pixel>(s, d, mode, opacities, tables.get()); });
 }

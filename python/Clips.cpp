@@ -16,7 +16,7 @@ namespace vxpy {
 
 namespace {
 
-// A clip reader at its first frame. The Python class around it serialises calls of several threads.
+// An open clip. It is not thread-safe; the Python class that uses it serialises calls.
 class Clip {
  public:
   explicit Clip(const py::object& path) : path_(PathOf(path)) {
@@ -26,15 +26,15 @@ class Clip {
 
   // Returns (number, picture, metadata, time), or None after the last frame.
   py::object Next(const py::object& depth, const py::object& alpha, bool as_world,
-                  const py::object& order_word) {
-    const Order order = ParseOrder(order_word);
-    const VXIO_AlphaAs way = ParseAlpha(alpha);
+                  const py::object& order_arg) {
+    const Order order = ParseOrder(order_arg);
+    const VXIO_AlphaAs alpha_as = ParseAlpha(alpha);
     const int32_t bits = depth.is_none() ? 0 : ParseDepth(depth);
     std::optional<VXIO_ClipFrame> frame;
-    RunFiles([&] { frame = Reader().Next(bits, way); });
+    RunFiles([&] { frame = Reader().Next(bits, alpha_as); });
     if (!frame) return py::none();
     WarnAll(frame->picture.warnings);
-    return py::make_tuple(frame->number, Given(std::move(frame->picture.world), as_world, order),
+    return py::make_tuple(frame->number, ResultOf(std::move(frame->picture.world), as_world, order),
                           Metadata{frame->picture.metadata, path_}, frame->time);
   }
 

@@ -31,7 +31,8 @@ const char* Meaning(VX_Err code) {
   }
 }
 
-// Replaces the placeholders in a report that a host would format in its own language.
+// Replaces the placeholder for an apostrophe in a report; hosts with a user interface replace it by
+// the apostrophe of the user's language.
 std::string Plain(std::string text) {
   constexpr std::string_view kSign = "#{rsquo}";
   for (size_t at; (at = text.find(kSign)) != std::string::npos;) {
@@ -70,7 +71,7 @@ void Check(VX_Err code) {
   Throw(code, reports.empty() ? Meaning(code) : Plain(reports.back().text));
 }
 
-void Alone(const char* what) {
+void RequireNoCall(const char* what) {
   if (calls.load() == 0) return;
   throw std::runtime_error(std::string(what) + ": other calls are still at work");
 }
@@ -87,7 +88,7 @@ void Birth() {
 
 bool Death() {
   if (!born.load()) return false;
-  Alone("death");
+  RequireNoCall("death");
   born = false;
   Check(VX_Death());
   return true;

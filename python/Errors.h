@@ -22,19 +22,20 @@ namespace py = pybind11;
 // vx.Error: a RuntimeError with the attribute `code`.
 void AddErrors(py::module_& module);
 
-// Throws for any code but VX_Ok: MemoryError for VX_ErrOutOfMemory, else vx.Error with the text
-// that the library reported on this thread, or with the meaning of the code if there is no report.
-// The constructor of Call deletes reports of earlier calls.
+// Throws for any code but VX_Ok: MemoryError for VX_ErrOutOfMemory, otherwise vx.Error. Its text is
+// the last report of this thread since the constructor of Call, or the meaning of the code if there
+// is no report.
 void Check(VX_Err code);
 
 // Birth and death of the package. Neither may run while a call is in progress.
 void Birth();
 bool Death();  // returns whether the package was alive
-// Throws RuntimeError if a call is in progress, on another thread or in an outer frame of this one.
-void Alone(const char* what);
+// Throws RuntimeError if a call is in progress on any thread, including an outer call on this
+// thread.
+void RequireNoCall(const char* what);
 
-// One call into the library. The constructor throws after death, deletes old reports and counts the
-// call; the destructor ends it.
+// A call into the library is in progress as long as a Call exists. The constructor throws if the
+// library is not alive, and deletes old reports.
 class Call {
  public:
   Call();
@@ -43,17 +44,17 @@ class Call {
   Call& operator=(const Call&) = delete;
 };
 
-// The progress record of a library call. It checks Python's signals a few times a second and calls
-// the caller's function with the number of finished steps and of all steps. A true result stops the
-// operation.
+// The progress record of a library call. It checks for signals several times a second and calls the
+// caller's function with (steps done, total steps). If that function returns a true value, the
+// operation stops.
 class Progress {
  public:
-  explicit Progress(const py::object& callback);  // None: signals only
+  explicit Progress(const py::object& callback);  // with None only signals are checked
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   VX_ProgressInfo* info() { return &info_; }
-  // Throws the exception of the function or of a signal handler, if there was one.
+  // If the function or a signal handler raised an exception, throws it.
   void Rethrow();
 
  private:
@@ -66,7 +67,7 @@ class Progress {
   std::chrono::steady_clock::time_point looked_;
 };
 
-// Returns the code that `function` returns or throws, as a VX_Err or in a vx::Error.
+// Calls `function` and returns its VX_Err. If it throws a VX_Err or a vx::Error, returns that code.
 template <class Function>
 VX_Err CodeOf(Function&& function) {
   try {
@@ -78,8 +79,9 @@ VX_Err CodeOf(Function&& function) {
   }
 }
 
-// Runs function() -> VX_Err without the interpreter's lock; it must not use Python objects. An
-// exception that `watch` (a Progress or a similar class) holds has precedence over the code.
+// Runs function() -> VX_Err without the interpreter's lock, so it must not use Python objects.
+// Throws the exception that `watch` (a Progress or a similar class) holds, if there is one;
+// otherwise checks the returned code.
 template <class Watch, class Function>
 void Run(Watch& watch, Function&& function) {
   const Call call;

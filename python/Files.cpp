@@ -34,13 +34,13 @@ void RequireFile(const py::object& path) {
   os.attr("stat")(path);  // raises FileNotFoundError, PermissionError, ...
 }
 
-VXIO_AlphaAs ParseAlpha(const py::object& word) {
-  constexpr VXIO_AlphaAs kWays[] = {VXIO_AlphaAs::File, VXIO_AlphaAs::Straight,
-                                    VXIO_AlphaAs::Premultiplied, VXIO_AlphaAs::Ignore};
-  return kWays[ParseChoice("alpha", word, {"file", "straight", "premultiplied", "ignore"})];
+VXIO_AlphaAs ParseAlpha(const py::object& arg) {
+  constexpr VXIO_AlphaAs kKinds[] = {VXIO_AlphaAs::File, VXIO_AlphaAs::Straight,
+                                     VXIO_AlphaAs::Premultiplied, VXIO_AlphaAs::Ignore};
+  return kKinds[ParseChoice("alpha", arg, {"file", "straight", "premultiplied", "ignore"})];
 }
 
-py::object Given(VXIO_WorldPtr world, bool as_world, Order order) {
+py::object ResultOf(VXIO_WorldPtr world, bool as_world, Order order) {
   const auto shared = std::make_shared<World>(std::move(world), py::none(), /*writable=*/true);
   if (as_world) return py::cast(shared);
   return ArrayOf(*shared, order);
@@ -49,23 +49,23 @@ py::object Given(VXIO_WorldPtr world, bool as_world, Order order) {
 namespace {
 
 py::tuple Read(const py::object& path, const py::object& depth, const py::object& alpha,
-               bool as_world, const py::object& order_word) {
-  const Order order = ParseOrder(order_word);
-  const VXIO_AlphaAs way = ParseAlpha(alpha);
+               bool as_world, const py::object& order_arg) {
+  const Order order = ParseOrder(order_arg);
+  const VXIO_AlphaAs alpha_as = ParseAlpha(alpha);
   const int32_t bits = depth.is_none() ? 0 : ParseDepth(depth);
   const std::string file = PathOf(path);
   RequireFile(path);
   VXIO_Picture picture;
-  RunFiles([&] { picture = VXIO_Read(file, bits, way); });
+  RunFiles([&] { picture = VXIO_Read(file, bits, alpha_as); });
   WarnAll(picture.warnings);
-  return py::make_tuple(Given(std::move(picture.world), as_world, order),
+  return py::make_tuple(ResultOf(std::move(picture.world), as_world, order),
                         Metadata{picture.metadata, file}, picture.has_alpha);
 }
 
 void Write(const py::object& path, const py::object& picture, const py::object& metadata,
-           bool keep_alpha, bool overwrite, bool strict, const py::object& order_word) {
+           bool keep_alpha, bool overwrite, bool strict, const py::object& order_arg) {
   const std::string file = PathOf(path);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   VXIO_WriteOptions options;
   if (!metadata.is_none()) {
     if (!py::isinstance<Metadata>(metadata)) {
@@ -137,12 +137,12 @@ py::dict Info(const py::object& path) {
 std::vector<std::pair<int64_t, std::string>> FrameFiles(const py::object& path,
                                                         const py::object& frames) {
   const std::string name = PathOf(path);
-  const std::string words = frames.is_none() ? "" : std::string(py::str(frames));
+  const std::string args = frames.is_none() ? "" : std::string(py::str(frames));
   std::vector<std::pair<int64_t, std::string>> files;
   RunFiles([&] {
     const VXIO_FramePattern pattern(name);
     const std::vector<int64_t> numbers =
-        words.empty() ? pattern.FramesOnDisk() : VXIO_ParseFrames(words);
+        args.empty() ? pattern.FramesOnDisk() : VXIO_ParseFrames(args);
     for (const int64_t number : numbers) files.emplace_back(number, pattern.Name(number));
   });
   return files;

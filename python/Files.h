@@ -30,10 +30,10 @@ void WarnAll(const std::vector<std::string>& warnings);
 void RequireFile(const py::object& path);
 
 // Accepts "file", "straight", "premultiplied" or "ignore".
-VXIO_AlphaAs ParseAlpha(const py::object& word);
+VXIO_AlphaAs ParseAlpha(const py::object& arg);
 
 // Converts a world to a vx.World or to an array of the given order.
-py::object Given(VXIO_WorldPtr world, bool as_world, Order order);
+py::object ResultOf(VXIO_WorldPtr world, bool as_world, Order order);
 
 // Runs function() without the interpreter's lock. A VXIO_Error becomes OSError.
 template <class Function>

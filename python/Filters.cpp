@@ -16,14 +16,14 @@ namespace vxpy {
 
 namespace {
 
-py::array_t<int32_t> GaussianKernel(const py::object& radius_word,
-                                    const py::object& one_dimensional_word,
-                                    const py::object& normalize_word,
-                                    const py::object& multiplier_word) {
-  const bool one_dimensional = ParseFlag("one_dimensional", one_dimensional_word);
-  const bool normalize = ParseFlag("normalize", normalize_word);
-  const double radius = ParseNumber("radius", radius_word, 0, 4096);
-  const double multiplier = ParseNumber("multiplier", multiplier_word, -1e6, 1e6);
+py::array_t<int32_t> GaussianKernel(const py::object& radius_arg,
+                                    const py::object& one_dimensional_arg,
+                                    const py::object& normalize_arg,
+                                    const py::object& multiplier_arg) {
+  const bool one_dimensional = ParseFlag("one_dimensional", one_dimensional_arg);
+  const bool normalize = ParseFlag("normalize", normalize_arg);
+  const double radius = ParseNumber("radius", radius_arg, 0, 4096);
+  const double multiplier = ParseNumber("multiplier", multiplier_arg, -1e6, 1e6);
   const int32_t flags =
       (one_dimensional ? VX_Kernel_OneDimensional : 0) | (normalize ? VX_Kernel_Normalize : 0);
   std::vector<int32_t> weights(static_cast<size_t>(VX_GaussianKernelSize(radius, flags)));
@@ -62,12 +62,12 @@ Kernel ParseKernel(const char* name, const py::handle& object) {
 }
 
 py::object Convolve(const py::object& picture, const py::object& kernels,
-                    const py::object& normalize_word, const py::object& clamp_word,
+                    const py::object& normalize_arg, const py::object& clamp_arg,
                     const py::object& axis, const py::object& progress, const py::object& out,
-                    const py::object& order_word) {
-  const bool normalize = ParseFlag("normalize", normalize_word);
-  const bool clamp = ParseFlag("clamp", clamp_word);
-  const Order order = ParseOrder(order_word);
+                    const py::object& order_arg) {
+  const bool normalize = ParseFlag("normalize", normalize_arg);
+  const bool clamp = ParseFlag("clamp", clamp_arg);
+  const Order order = ParseOrder(order_arg);
   Kernel list[4];
   if (py::isinstance<py::tuple>(kernels)) {
     const auto four = kernels.cast<py::tuple>();
@@ -94,7 +94,7 @@ py::object Convolve(const py::object& picture, const py::object& kernels,
   const VX_World& from = *source.world();
   Progress polled(progress);
   Target target = Target::Sized(source, out, from.width, from.height, source.depth());
-  const WorldPtr apart = target.Apart(source);
+  const WorldPtr apart = target.WithoutOverlap(source);
   Run(polled, [&] {
     return VX_Convolve(polled.info(), apart->get(), nullptr, flags, list[0].diameter,
                        list[0].weights.data(), list[1].weights.data(), list[2].weights.data(),
@@ -114,9 +114,9 @@ int32_t ParseBlurFlags(const py::object& channels, const py::object& edge) {
 
 py::object Blur(const py::object& picture, const py::object& radius_x, const py::object& radius_y,
                 const py::object& kind, const py::object& iterations, const py::object& channels,
-                const py::object& edge, const py::object& grow_word, const py::object& progress,
-                const py::object& out, const py::object& order_word) {
-  const bool grow = ParseFlag("grow", grow_word);
+                const py::object& edge, const py::object& grow_arg, const py::object& progress,
+                const py::object& out, const py::object& order_arg) {
+  const bool grow = ParseFlag("grow", grow_arg);
   VX_BlurSpec spec{};
   spec.kind =
       ParseChoice("kind", kind, {"gaussian", "box"}) == 1 ? VX_BlurKind_Box : VX_BlurKind_Gaussian;
@@ -124,7 +124,7 @@ py::object Blur(const py::object& picture, const py::object& radius_x, const py:
   spec.radius_y = ParseRadius("radius", radius_y);
   spec.iterations = static_cast<int32_t>(ParseWhole("iterations", iterations, 1, INT32_MAX));
   spec.flags = ParseBlurFlags(channels, edge);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   int32_t reach_x = 0, reach_y = 0;
   if (grow) Run([&] { return VX_BlurReach(&spec, &reach_x, &reach_y); });
   const VX_World& from = *source.world();
@@ -137,7 +137,7 @@ py::object Blur(const py::object& picture, const py::object& radius_x, const py:
   Progress polled(progress);
   Target target = Target::Sized(source, out, static_cast<int32_t>(wide), static_cast<int32_t>(high),
                                 source.depth());
-  const WorldPtr apart = target.Apart(source);
+  const WorldPtr apart = target.WithoutOverlap(source);
   VX_LayerDef placed = *target.world();
   placed.origin_x = apart->get()->origin_x - reach_x;
   placed.origin_y = apart->get()->origin_y - reach_y;
@@ -146,29 +146,29 @@ py::object Blur(const py::object& picture, const py::object& radius_x, const py:
 }
 
 // vx.blur_pass: one pass along one axis, with all options.
-py::object BlurPass(const py::object& picture, const py::object& radius_word,
-                    const py::object& kind, const py::object& iterations_word,
-                    const py::object& channels, const py::object& edge, const py::object& axis,
-                    const py::object& transpose_word, const py::object& src_premultiplied_word,
-                    const py::object& dst_premultiplied_word, const py::object& progress,
-                    const py::object& out, const py::object& order_word) {
-  const bool transpose = ParseFlag("transpose", transpose_word);
-  const bool src_premultiplied = ParseFlag("src_premultiplied", src_premultiplied_word);
-  const bool dst_premultiplied = ParseFlag("dst_premultiplied", dst_premultiplied_word);
+py::object BlurPass(const py::object& picture, const py::object& radius_arg, const py::object& kind,
+                    const py::object& iterations_arg, const py::object& channels,
+                    const py::object& edge, const py::object& axis, const py::object& transpose_arg,
+                    const py::object& src_premultiplied_arg,
+                    const py::object& dst_premultiplied_arg, const py::object& progress,
+                    const py::object& out, const py::object& order_arg) {
+  const bool transpose = ParseFlag("transpose", transpose_arg);
+  const bool src_premultiplied = ParseFlag("src_premultiplied", src_premultiplied_arg);
+  const bool dst_premultiplied = ParseFlag("dst_premultiplied", dst_premultiplied_arg);
   const bool box = ParseChoice("kind", kind, {"gaussian", "box"}) == 1;
-  const float radius = ParseRadius("radius", radius_word);
+  const float radius = ParseRadius("radius", radius_arg);
   const auto iterations =
-      static_cast<int32_t>(ParseWhole("iterations", iterations_word, 1, INT32_MAX));
+      static_cast<int32_t>(ParseWhole("iterations", iterations_arg, 1, INT32_MAX));
   const int32_t flags = ParseBlurFlags(channels, edge);
   const int32_t from_way =
       ParseChoice("axis", axis, {"x", "y"}) == 0 ? VX_Blur_AlongRows : VX_Blur_DownColumns;
   const int32_t to_way = transpose ? 1 - from_way : from_way;
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   const VX_World& from = *source.world();
   Progress polled(progress);
   Target target = Target::Sized(source, out, transpose ? from.height : from.width,
                                 transpose ? from.width : from.height, source.depth());
-  const WorldPtr apart = target.Apart(source);
+  const WorldPtr apart = target.WithoutOverlap(source);
   const int32_t src_mul = src_premultiplied ? 1 : 0, dst_mul = dst_premultiplied ? 1 : 0;
   Run(polled, [&] {
     if (box) {

@@ -20,19 +20,20 @@ namespace vxpy {
 
 namespace {
 
-bool Has(int32_t word) { return U_G_CPU_DataP[word] != 0; }
+bool Has(int32_t index) { return U_G_CPU_DataP[index] != 0; }
 
-// Changes a setting between death and a new birth, because birth selects the routines.
+// Ends the library, changes a setting of the host, and starts the library again, because routines
+// are selected at its start.
 template <class Function>
-void Reborn(Function&& change) {
+void WithRestart(Function&& change) {
   const bool lived = Death();
   change();
   if (lived) Birth();
 }
 
-void SetProcessor(const py::object& level_word) {
-  const int32_t level = ParseChoice("level", level_word, {"none", "sse2", "all"});
-  Reborn([&] {
+void SetProcessor(const py::object& level_arg) {
+  const int32_t level = ParseChoice("level", level_arg, {"none", "sse2", "all"});
+  WithRestart([&] {
     VXHost_ResetProcessor();
     if (level == 2) return;
     uint32_t words[U_CPU_WORDS];
@@ -50,11 +51,11 @@ std::string Processor() {
 
 void SetThreads(const py::object& count) {
   const auto threads = static_cast<int32_t>(ParseWhole("count", count, 1, 1024));
-  Reborn([&] { VXHost_SetNumThreads(threads); });
+  WithRestart([&] { VXHost_SetNumThreads(threads); });
 }
 
 void SetModuleFolders(const std::vector<std::string>& folders) {
-  Reborn([&] { VXHost_SetModuleFolders(folders); });
+  WithRestart([&] { VXHost_SetModuleFolders(folders); });
 }
 
 // Returns (number, name, signature, state) for each slot that has a routine.
@@ -72,7 +73,7 @@ std::vector<std::tuple<int32_t, std::string, std::string, std::string>> Slots() 
 }
 
 void FreeMemory() {
-  Alone("free_memory");
+  RequireNoCall("free_memory");
   const Call call;
   Check(VX_FreeUpSomeMemory());
 }

@@ -4,7 +4,7 @@
 // Calls a Python function for pixels, for bands of rows, and for numbers.
 //
 // The library may call back on any thread, so each callback acquires the interpreter's lock. An
-// exception of the function ends the iteration and is raised unchanged by the vx call.
+// exception in the function ends the iteration; the vx function raises it unchanged.
 
 #include "VX/VX_Iterate.h"
 
@@ -20,17 +20,18 @@ namespace vxpy {
 
 namespace {
 
-// The function and the exception that it threw. All members but the constructor need the
-// interpreter's lock.
-class Walk {
+// The Python function and the exception that it raised. The interpreter's lock is required for all
+// members except the constructor.
+class Iteration {
  public:
-  Walk(const py::object& function, Progress* progress) : function_(function), progress_(progress) {
+  Iteration(const py::object& function, Progress* progress)
+      : function_(function), progress_(progress) {
     if (PyCallable_Check(function.ptr()) == 0) {
       throw py::type_error("function: cannot be called: " + std::string(py::repr(function)));
     }
   }
 
-  // Runs one callback, work() -> VX_Err, with the lock held. After a failure it does nothing.
+  // Runs work() -> VX_Err with the interpreter's lock. Does nothing after a callback has failed.
   template <class Work>
   VX_Err Step(Work&& work) {
     const py::gil_scoped_acquire acquire;
@@ -59,14 +60,15 @@ class Walk {
   std::exception_ptr thrown_;
 };
 
-// The arguments that both iterations over pictures share.
-struct Walked {
-  Walked(const py::object& dst, const py::object& src, const py::object& at_word,
-         const py::object& rect, const py::object& uncovered_word, const py::object& order_word)
-      : order(ParseOrder(order_word)),
-        at(ParsePoint("at", at_word)),
+// The arguments that iterate() and iterate_rows() share.
+struct IterationArguments {
+  IterationArguments(const py::object& dst, const py::object& src, const py::object& at_arg,
+                     const py::object& rect, const py::object& uncovered_arg,
+                     const py::object& order_arg)
+      : order(ParseOrder(order_arg)),
+        at(ParsePoint("at", at_arg)),
         area(ParseRect("rect", rect)),
-        uncovered(ParseFlag("uncovered", uncovered_word)),
+        uncovered(ParseFlag("uncovered", uncovered_arg)),
         below(dst, order, "dst") {
     if (src.is_none()) return;
     above.emplace(src, order, "src");
@@ -91,20 +93,21 @@ py::tuple Channels(const void* pixel, Order order) {
   return py::make_tuple(p.red, p.green, p.blue, p.alpha);
 }
 
-struct PixelWalk : Walk {
-  using Walk::Walk;
+struct PixelIteration : Iteration {
+  using Iteration::Iteration;
   Order order = Order::Rgba;
 };
 
 template <class Pixel>
 VX_Err VisitPixel(void* refcon, int32_t x, int32_t y, void* in, void* out) {
-  auto& walk = *static_cast<PixelWalk*>(refcon);
-  return walk.Step([&] {
-    const py::tuple pixel = Channels<Pixel>(out, walk.order);
-    const py::object result =
-        in == nullptr ? walk(x, y, pixel) : walk(x, y, Channels<Pixel>(in, walk.order), pixel);
+  auto& iteration = *static_cast<PixelIteration*>(refcon);
+  return iteration.Step([&] {
+    const py::tuple pixel = Channels<Pixel>(out, iteration.order);
+    const py::object result = in == nullptr
+                                  ? iteration(x, y, pixel)
+                                  : iteration(x, y, Channels<Pixel>(in, iteration.order), pixel);
     if (result.is_none()) return VX_Ok;
-    const auto p = ParsePixel<Pixel>("the pixel that function gave", result, walk.order);
+    const auto p = ParsePixel<Pixel>("the pixel that function gave", result, iteration.order);
     std::memcpy(out, &p, sizeof p);
     return VX_Ok;
   });
@@ -112,25 +115,25 @@ VX_Err VisitPixel(void* refcon, int32_t x, int32_t y, void* in, void* out) {
 
 py::object Iterate(const py::object& dst, const py::object& function, const py::object& src,
                    const py::object& at, const py::object& rect, const py::object& uncovered,
-                   const py::object& progress, const py::object& out,
-                   const py::object& order_word) {
-  const Walked walked(dst, src, at, rect, uncovered, order_word);
+                   const py::object& progress, const py::object& out, const py::object& order_arg) {
+  const IterationArguments arguments(dst, src, at, rect, uncovered, order_arg);
   Progress polled(progress);
-  PixelWalk walk(function, &polled);
-  walk.order = walked.order;
-  Target target = Target::CopyOf(walked.below, out);
+  PixelIteration iteration(function, &polled);
+  iteration.order = arguments.order;
+  Target target = Target::CopyOf(arguments.below, out);
   VX_World* const world = target.world();
-  const WorldPtr above = walked.above ? target.Apart(*walked.above) : nullptr;
+  const WorldPtr above = arguments.above ? target.WithoutOverlap(*arguments.above) : nullptr;
   const VX_PixelFunc visit = vx::visit_depth(
       world->Depth(), []<class Pixel>() -> VX_PixelFunc { return VisitPixel<Pixel>; });
   const VX_World* const from = above ? above->get() : nullptr;
-  const M_Rect* const area = walked.area ? &*walked.area : nullptr;
-  Run(walk, [&] {
+  const M_Rect* const area = arguments.area ? &*arguments.area : nullptr;
+  Run(iteration, [&] {
     if (from == nullptr) {
-      return VX_Iterate(polled.info(), 0, world->height, from, area, &walk, visit, world);
+      return VX_Iterate(polled.info(), 0, world->height, from, area, &iteration, visit, world);
     }
-    const auto iterate = walked.uncovered ? VX_IterateOriginAll : VX_IterateOrigin;
-    return iterate(polled.info(), 0, world->height, from, area, &walked.at, &walk, visit, world);
+    const auto iterate = arguments.uncovered ? VX_IterateOriginAll : VX_IterateOrigin;
+    return iterate(polled.info(), 0, world->height, from, area, &arguments.at, &iteration, visit,
+                   world);
   });
   return target.Finish();
 }
@@ -150,7 +153,7 @@ Box BoundsOf(const VX_World& world, M_Point at) {
   return {at.h, at.v, at.h + world.width, at.v + world.height};
 }
 
-// Returns the pixels of `box` in a world whose upper left corner is at `at`.
+// Returns the pixels of a world in `box`. Pixel (0, 0) of the world is at `at`.
 Pixels PartOf(const VX_World& world, M_Point at, const Box& box) {
   Pixels part = PixelsOf(world);
   part.data += (box.top - at.v) * part.rowbytes + ptrdiff_t{box.left - at.h} * world.PixelSize();
@@ -159,8 +162,8 @@ Pixels PartOf(const VX_World& world, M_Point at, const Box& box) {
   return part;
 }
 
-struct BandWalk : Walk {
-  using Walk::Walk;
+struct BandIteration : Iteration {
+  using Iteration::Iteration;
 
   VX_Err Visit(int32_t band) {
     const int32_t top = area.top + band * rows;
@@ -169,14 +172,14 @@ struct BandWalk : Walk {
     py::array below = NewArray(part.width, part.height, part.depth);
     Move(part, Order::Argb, PixelsOf(below, "band"), order);
     const py::object result = from == nullptr ? (*this)(box.left, box.top, below)
-                                              : (*this)(box.left, box.top, Above(box), below);
+                                              : (*this)(box.left, box.top, SourceBand(box), below);
     if (!result.is_none()) below[py::ellipsis()] = result;
     Move(PixelsOf(below, "band"), order, part, Order::Argb);
     return polled->info()->progress_func(polled->info()->progress_refcon, ++done, bands);
   }
 
-  // Makes an array with the source's pixels in `box`, and zeros outside the source.
-  py::array Above(const Box& box) const {
+  // Returns an array with the pixels of the source in `box`. Pixels outside the source are 0.
+  py::array SourceBand(const Box& box) const {
     py::array array = NewArray(box.right - box.left, box.bottom - box.top, from->Depth());
     const Box covered = box.Meet(BoundsOf(*from, at));
     if (covered.Empty() || covered.bottom - covered.top < array.shape(0) ||
@@ -205,31 +208,34 @@ struct BandWalk : Walk {
 py::object IterateRows(const py::object& dst, const py::object& function, const py::object& src,
                        const py::object& at, const py::object& rect, const py::object& uncovered,
                        const py::object& rows, const py::object& progress, const py::object& out,
-                       const py::object& order_word) {
-  const Walked walked(dst, src, at, rect, uncovered, order_word);
+                       const py::object& order_arg) {
+  const IterationArguments arguments(dst, src, at, rect, uncovered, order_arg);
   Progress polled(progress);
-  BandWalk walk(function, &polled);
-  walk.rows = ParseSide("rows", rows);
-  Target target = Target::CopyOf(walked.below, out);
-  const WorldPtr above = walked.above ? target.Apart(*walked.above) : nullptr;
-  walk.order = walked.order;
-  walk.target = &target;
-  walk.from = above ? above->get() : nullptr;
-  walk.polled = &polled;
-  walk.at = walked.at;
-  walk.area = BoundsOf(*target.world(), M_Point{});
-  if (walked.area) {
-    const M_Rect& r = *walked.area;
-    walk.area = walk.area.Meet({r.left, r.top, r.right, r.bottom});
+  BandIteration iteration(function, &polled);
+  iteration.rows = ParseSide("rows", rows);
+  Target target = Target::CopyOf(arguments.below, out);
+  const WorldPtr above = arguments.above ? target.WithoutOverlap(*arguments.above) : nullptr;
+  iteration.order = arguments.order;
+  iteration.target = &target;
+  iteration.from = above ? above->get() : nullptr;
+  iteration.polled = &polled;
+  iteration.at = arguments.at;
+  iteration.area = BoundsOf(*target.world(), M_Point{});
+  if (arguments.area) {
+    const M_Rect& r = *arguments.area;
+    iteration.area = iteration.area.Meet({r.left, r.top, r.right, r.bottom});
   }
-  if (above && !walked.uncovered) walk.area = walk.area.Meet(BoundsOf(*walk.from, walk.at));
-  if (!walk.area.Empty()) {
-    walk.bands = (walk.area.bottom - walk.area.top + walk.rows - 1) / walk.rows;
-    Run(walk, [&] {
-      return VX_IterateGeneric(walk.bands, &walk, [](void* refcon, int32_t, int32_t i, int32_t) {
-        auto& one = *static_cast<BandWalk*>(refcon);
-        return one.Step([&] { return one.Visit(i); });
-      });
+  if (above && !arguments.uncovered)
+    iteration.area = iteration.area.Meet(BoundsOf(*iteration.from, iteration.at));
+  if (!iteration.area.Empty()) {
+    iteration.bands =
+        (iteration.area.bottom - iteration.area.top + iteration.rows - 1) / iteration.rows;
+    Run(iteration, [&] {
+      return VX_IterateGeneric(iteration.bands, &iteration,
+                               [](void* refcon, int32_t, int32_t i, int32_t) {
+                                 auto& one = *static_cast<BandIteration*>(refcon);
+                                 return one.Step([&] { return one.Visit(i); });
+                               });
     });
   }
   return target.Finish();
@@ -239,17 +245,18 @@ py::object IterateRows(const py::object& dst, const py::object& function, const 
 
 void IterateGeneric(const py::object& iterations, const py::object& function) {
   const auto count = static_cast<int32_t>(ParseWhole("iterations", iterations, -1, INT32_MAX));
-  Walk walk(function, nullptr);
-  Run(walk, [&] {
-    return VX_IterateGeneric(count, &walk, [](void* refcon, int32_t thread, int32_t i, int32_t n) {
-      auto& one = *static_cast<Walk*>(refcon);
-      return one.Step([&] {
-        const int stop = PyObject_IsTrue(one(thread, i, n).ptr());
-        if (stop < 0) throw py::error_already_set();
-        if (PyErr_CheckSignals() != 0) throw py::error_already_set();
-        return stop != 0 ? VX_ErrStopped : VX_Ok;
-      });
-    });
+  Iteration iteration(function, nullptr);
+  Run(iteration, [&] {
+    return VX_IterateGeneric(count, &iteration,
+                             [](void* refcon, int32_t thread, int32_t i, int32_t n) {
+                               auto& one = *static_cast<Iteration*>(refcon);
+                               return one.Step([&] {
+                                 const int stop = PyObject_IsTrue(one(thread, i, n).ptr());
+                                 if (stop < 0) throw py::error_already_set();
+                                 if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+                                 return stop != 0 ? VX_ErrStopped : VX_Ok;
+                               });
+                             });
   });
 }
 

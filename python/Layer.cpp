@@ -9,42 +9,42 @@ namespace vxpy {
 
 namespace {
 
-VX_CompositeModePlus ModeOf(const LayerWords& words, const VX_LinearBlendingTables* tables) {
-  return {ParseMode(words.mode), static_cast<float>(ParseNumber("opacity", words.opacity, 0, 1)),
-          tables, ParseFlag("keep_alpha", words.keep_alpha),
-          static_cast<int32_t>(ParseWhole("seed", words.seed, INT32_MIN, INT32_MAX))};
+VX_CompositeModePlus ModeOf(const LayerArguments& args, const VX_LinearBlendingTables* tables) {
+  return {ParseMode(args.mode), static_cast<float>(ParseNumber("opacity", args.opacity, 0, 1)),
+          tables, ParseFlag("keep_alpha", args.keep_alpha),
+          static_cast<int32_t>(ParseWhole("seed", args.seed, INT32_MIN, INT32_MAX))};
 }
 
 }  // namespace
 
-LayerWords::LayerWords(const py::tuple& words)
-    : mode(words[0]),
-      opacity(words[1]),
-      mask(words[2]),
-      mask_use(words[3]),
-      mask_at(words[4]),
-      tables(words[5]),
-      keep_alpha(words[6]),
-      seed(words[7]),
-      field(words[8]) {}
+LayerArguments::LayerArguments(const py::tuple& args)
+    : mode(args[0]),
+      opacity(args[1]),
+      mask(args[2]),
+      mask_use(args[3]),
+      mask_at(args[4]),
+      tables(args[5]),
+      keep_alpha(args[6]),
+      seed(args[7]),
+      field(args[8]) {}
 
-Layer::Layer(const LayerWords& words, const Source& below, Order order)
-    : tables_(ParseTables(words.tables)),
-      mode_(ModeOf(words, tables_.get())),
-      field_(ParseField(words.field)) {
-  if (words.mask.is_none()) return;
-  mask_.emplace(words.mask, order, "mask");
+Layer::Layer(const LayerArguments& args, const Source& below, Order order)
+    : tables_(ParseTables(args.tables)),
+      mode_(ModeOf(args, tables_.get())),
+      field_(ParseField(args.field)) {
+  if (args.mask.is_none()) return;
+  mask_.emplace(args.mask, order, "mask");
   RequireSameDepth(*below.world(), *mask_->world(), "dst", "mask");
-  const M_Point at = ParsePoint("mask_at", words.mask_at);
+  const M_Point at = ParsePoint("mask_at", args.mask_at);
   spec_.offsetH = at.h;
   spec_.offsetV = at.v;
   spec_.what =
-      ParseChoice("mask_use", words.mask_use, {"alpha", "inverse-alpha", "luma", "inverse-luma"});
+      ParseChoice("mask_use", args.mask_use, {"alpha", "inverse-alpha", "luma", "inverse-luma"});
 }
 
 const VX_MaskSpec* Layer::MaskFor(const Target& target) {
   if (!mask_) return nullptr;
-  mask_world_ = target.Apart(*mask_);
+  mask_world_ = target.WithoutOverlap(*mask_);
   spec_.world = mask_world_->get();
   return &spec_;
 }

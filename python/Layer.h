@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The arguments that transfer and transform share: how one picture is drawn over another.
+// The arguments that transfer() and transform() share: how one picture is drawn over another.
 
 #include <optional>
 
@@ -12,23 +12,24 @@
 
 namespace vxpy {
 
-// The arguments (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field), not yet
-// parsed.
-struct LayerWords {
-  explicit LayerWords(const py::tuple& words);
+// The arguments (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field) as Python
+// objects.
+struct LayerArguments {
+  explicit LayerArguments(const py::tuple& args);
   py::object mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field;
 };
 
 class Layer {
  public:
-  // `below` is the picture that the layer is drawn over.
-  Layer(const LayerWords& words, const Source& below, Order order);
+  // `below` is the picture over which the layer is drawn.
+  Layer(const LayerArguments& args, const Source& below, Order order);
 
   const VX_CompositeModePlus& mode() const { return mode_; }
   const VX_LinearBlendingTables* tables() const { return tables_.get(); }
   int32_t field() const { return field_; }
 
-  // Returns the mask, or null if there is none. It does not overlap the target. The layer owns it.
+  // Returns the mask, or null if there is none. If its pixels overlap the target's, it is a copy.
+  // The layer owns it.
   const VX_MaskSpec* MaskFor(const Target& target);
 
  private:

@@ -11,7 +11,7 @@ namespace vxpy {
 
 namespace {
 
-// --- between orders ------------------------------------------------------------------------------
+// --- conversion between channel orders -----------------------------------------------------------
 
 // The order of channels in memory.
 enum class Layout { Argb, Rgba, Rgb };
@@ -57,7 +57,7 @@ void MoveRows(const Pixels& from, const Pixels& to, Channel full) {
   }
 }
 
-// Selects the row function. One side is always in the library's order.
+// Selects MoveRow for two layouts and calls it for all rows. One of the layouts is always ARGB.
 template <class Channel>
 void MoveAll(const Pixels& from, Layout in, const Pixels& to, Layout out, Channel full) {
   if (out == Layout::Argb) {
@@ -70,8 +70,8 @@ void MoveAll(const Pixels& from, Layout in, const Pixels& to, Layout out, Channe
 }
 }  // namespace
 
-Order ParseOrder(const py::object& word) {
-  return ParseChoice("order", word, {"rgba", "argb"}) == 0 ? Order::Rgba : Order::Argb;
+Order ParseOrder(const py::object& arg) {
+  return ParseChoice("order", arg, {"rgba", "argb"}) == 0 ? Order::Rgba : Order::Argb;
 }
 
 std::string Describe(const py::array& array) {

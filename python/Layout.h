@@ -18,7 +18,7 @@ namespace py = pybind11;
 inline constexpr int32_t kLargestSide = 30000;
 
 enum class Order { Rgba, Argb };
-Order ParseOrder(const py::object& word);
+Order ParseOrder(const py::object& arg);
 
 // The memory of a picture, which is an array or a world.
 struct Pixels {
@@ -27,14 +27,14 @@ struct Pixels {
   int32_t width, height, channels, depth;
 };
 
-// Returns the depth of an array by its dtype: 8, 16 or 32. Other dtypes are a TypeError with shape,
-// dtype and strides.
+// Returns the depth (8, 16 or 32) of an array. Throws TypeError for other dtypes; the message
+// contains shape, dtype and strides.
 int32_t DepthOf(const py::array& array, const char* name);
-// Return the dtype of a depth, and its format in the buffer protocol.
+// Return the dtype of a depth, and its format string of the buffer protocol.
 py::dtype TypeOf(int32_t depth);
 std::string FormatOf(int32_t depth);
 
-// Makes an array of height x width x 4, not initialised.
+// Returns an uninitialised array of height x width x 4.
 py::array NewArray(int32_t width, int32_t height, int32_t depth);
 
 // Returns a text like "shape (4, 4, 2), dtype float64, strides (64, 16, 8)".
@@ -46,11 +46,12 @@ std::string Sentence(const char* name, const py::array& array, const char* rest)
 Pixels PixelsOf(const py::array& array, const char* name);
 Pixels PixelsOf(const VX_World& world);
 
-// Copies pixels between pictures of the same size and depth, without the interpreter's lock. At
-// least one of the two must be in the library's order.
+// Copies pixels between pictures of equal size and depth, without the interpreter's lock. At least
+// one of the two must be in the order ARGB.
 void Move(const Pixels& from, Order from_order, const Pixels& to, Order to_order);
 
-// Returns whether writing one may change the other. Disjoint crops of one picture do not overlap.
+// Returns true if the pixels of the two overlap in memory. Disjoint crops of one picture do not
+// overlap.
 bool MayOverlap(const Pixels& p, const Pixels& q);
 
 }  // namespace vxpy

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Tables for linear light as an argument.
+// Parses tables for linear light.
 
 #include "Arguments.h"
 #include "Pictures.h"
@@ -12,12 +12,12 @@ namespace vxpy {
 
 using LinearTablesPtr = boost::shared_ptr<const VX_LinearBlendingTables>;
 
-// vx.LinearTables.
+// The object behind vx.LinearTables.
 struct LinearTables {
   LinearTablesPtr tables;
 };
 
-// Accepts a vx.LinearTables, or None, which gives null.
+// Returns the tables of a vx.LinearTables, or null for None.
 inline LinearTablesPtr ParseTables(const py::object& tables) {
   if (tables.is_none()) return nullptr;
   return ParseObject<LinearTables>("tables", tables).tables;

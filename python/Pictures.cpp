@@ -93,7 +93,7 @@ Target Target::CopyOf(const Source& model, const py::object& out) {
   Target target =
       For(out, model.order(), model.is_world(), world.width, world.height, world.Depth());
   if (target.world()->data != world.data || target.world()->rowbytes != world.rowbytes) {
-    const WorldPtr from = target.Apart(model);
+    const WorldPtr from = target.WithoutOverlap(model);
     Move(PixelsOf(*from->get()), Order::Argb, PixelsOf(*target.world()), Order::Argb);
   }
   return target;
@@ -118,7 +118,7 @@ Target Target::Begun(const py::object& out) {
   return std::move(*this);
 }
 
-WorldPtr Target::Apart(const Source& source) const {
+WorldPtr Target::WithoutOverlap(const Source& source) const {
   if (!MayOverlap(PixelsOf(*world()), PixelsOf(*source.world()))) return source.shared();
   const VX_World& from = *source.world();
   auto copy = std::make_shared<World>(NewPixels(from.width, from.height, from.Depth(), 0),

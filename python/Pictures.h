@@ -2,13 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Arrays and worlds as arguments and results.
+// Parses arrays and worlds as arguments, and makes results.
 //
-// The library's channel order is alpha, red, green, blue. An array in that order is used without a
-// copy. An array in the order red, green, blue, alpha is converted before the call and, if it is
-// written, after the call. Arrays with three channels are opaque pictures in either order.
-// Functions change only `out`. A converted `out` changes only when the operation has succeeded; a
-// world or an ARGB array is drawn on directly.
+// The library's channel order is alpha, red, green, blue (ARGB). An ARGB array is used without a
+// copy. An RGBA array is converted before the call and, if it is a result, after the call. An array
+// with three channels is an opaque picture in either order.
+//
+// Functions change only `out`. If `out` was converted, it is changed only after the operation has
+// succeeded. A World or an ARGB array is drawn on directly, so it may be partly changed after an
+// error.
 
 #include <memory>
 #include <optional>
@@ -18,7 +20,8 @@
 
 namespace vxpy {
 
-// vx.World: owns its pixels, or is a view of an array and keeps the array alive.
+// The object behind vx.World. It owns its pixels, or it is a view of an array and keeps that array
+// alive.
 class World {
  public:
   World(std::unique_ptr<VX_World> world, py::object base, bool writable)
@@ -54,27 +57,26 @@ class Source {
   py::object object_;
   Order order_;
   bool is_world_ = false;
-  WorldPtr world_;  // the argument, a view on it, or a converted copy
+  WorldPtr world_;  // the argument itself, a view of an array, or a converted copy
 };
 
-// The destination of a result. Without `out` it is a new array in the requested order, or a new
-// World if the model is a World. Operations draw on world().
+// The destination of a result: `out`, or without `out` a new array in the requested order, or a new
+// World if the first picture (`model`) is a World. Operations draw on world().
 class Target {
  public:
-  // Makes a target with the size, depth and pixels of the model. `out` may be the model itself.
+  // Returns a target with size, depth and pixels of the model. `out` may be the model itself.
   static Target CopyOf(const Source& model, const py::object& out);
-  // Makes a target of the given size. A new one is cleared to zero; `out` keeps its pixels.
+  // Returns a target of the given size. If it is new, its pixels are 0; pixels of `out` are kept.
   static Target Sized(const Source& model, const py::object& out, int32_t width, int32_t height,
                       int32_t depth);
-  // Makes a target of the given size without a model.
+  // Returns a target of the given size if there is no model.
   static Target Sized(const py::object& out, Order order, int32_t width, int32_t height,
                       int32_t depth);
 
   VX_World* world() const { return world_->get(); }
 
-  // Returns a source that may be read while this target is written: the source itself, or a copy if
-  // their pixels may overlap.
-  WorldPtr Apart(const Source& source) const;
+  // Returns the world of `source`, or a copy of it if its pixels may overlap those of this target.
+  WorldPtr WithoutOverlap(const Source& source) const;
 
   // Converts the pixels to the requested order if necessary, and returns the result object.
   py::object Finish();
@@ -90,16 +92,16 @@ class Target {
   bool converts_ = false;
 };
 
-// Throws ValueError, with the name of the second picture, if the depths differ.
+// Throws ValueError if the depths differ. The message begins with b_name.
 void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name, const char* b_name);
 
-// Makes a world that owns its pixels, inside a Call, so that no birth or death runs meanwhile.
+// Returns a world that owns its pixels. A Call prevents birth and death meanwhile.
 std::unique_ptr<VX_World> NewPixels(int32_t width, int32_t height, int32_t depth, uint32_t flags);
 
-// Returns the argument as an array; throws TypeError if it is not one.
+// Returns the argument if it is an array, otherwise throws TypeError.
 const py::array& AsArray(const py::object& object, const char* name);
 
-// Makes an array of height x width x 4 with the pixels of a world.
+// Returns an array of height x width x 4 with the pixels of a world.
 py::array ArrayOf(const World& world, Order order);
 
 void AddWorld(py::module_& module);

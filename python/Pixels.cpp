@@ -24,7 +24,7 @@ namespace {
 
 const M_Rect* Pointer(const std::optional<M_Rect>& rect) { return rect ? &*rect : nullptr; }
 
-// An optional colour, parsed for the depth of a picture before any work starts.
+// An optional colour, converted to the pixel type of a depth.
 struct AnyColor {
   AnyColor(const py::object& color, Order order, int32_t depth) {
     if (depth == 8) bytes = ParseColor<VX_Pixel8>(color, order);
@@ -37,8 +37,8 @@ struct AnyColor {
 };
 
 py::object Fill(const py::object& picture, const py::object& color, const py::object& rect,
-                const py::object& out, const py::object& order_word) {
-  const Order order = ParseOrder(order_word);
+                const py::object& out, const py::object& order_arg) {
+  const Order order = ParseOrder(order_arg);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const Source source(picture, order, "picture");
   const AnyColor fill(color, order, source.depth());
@@ -53,19 +53,19 @@ py::object Fill(const py::object& picture, const py::object& color, const py::ob
 }
 
 py::object ClearAlphaOutside(const py::object& picture, const py::object& rect,
-                             const py::object& out, const py::object& order_word) {
+                             const py::object& out, const py::object& order_arg) {
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   Target target = Target::CopyOf(source, out);
   Run([&] { return VX_ClearAlphaExceptRect(nullptr, Pointer(area), target.world()); });
   return target.Finish();
 }
 
-// Applies a change to a copy of the picture or to `out`.
+// Applies `change` to a copy of the picture or to `out`.
 template <class Change>
-py::object Changed(const py::object& picture, const py::object& out, const py::object& order_word,
+py::object Changed(const py::object& picture, const py::object& out, const py::object& order_arg,
                    Change&& change) {
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   Target target = Target::CopyOf(source, out);
   Run([&] {
     change(*target.world());
@@ -91,39 +91,38 @@ py::object ClearOutside(const py::object& picture, const py::object& rect, const
 }
 
 py::object Premultiply(const py::object& picture, bool forward, const py::object& color,
-                       const py::object& rect, const py::object& out,
-                       const py::object& order_word) {
-  const Order order = ParseOrder(order_word);
+                       const py::object& rect, const py::object& out, const py::object& order_arg) {
+  const Order order = ParseOrder(order_arg);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const Source source(picture, order, "picture");
   std::optional<AnyColor> matte;
   if (!color.is_none()) matte.emplace(color, order, source.depth());
   Target target = Target::CopyOf(source, out);
   VX_World* const world = target.world();
-  const int32_t way = forward ? 1 : 0;
+  const int32_t direction = forward ? 1 : 0;
   Run([&] {
-    if (!matte) return VX_PremulRect(nullptr, way, Pointer(area), world);
+    if (!matte) return VX_PremulRect(nullptr, direction, Pointer(area), world);
     if (world->Depth() == 8) {
-      return VX_PremulColorRect(nullptr, way, &matte->bytes, Pointer(area), world);
+      return VX_PremulColorRect(nullptr, direction, &matte->bytes, Pointer(area), world);
     }
     if (world->Depth() == 16) {
-      return VX_PremulColorRect16(nullptr, way, &matte->words, Pointer(area), world);
+      return VX_PremulColorRect16(nullptr, direction, &matte->words, Pointer(area), world);
     }
-    return VX_PremulColorRectFloat(nullptr, way, &matte->floats, Pointer(area), world);
+    return VX_PremulColorRectFloat(nullptr, direction, &matte->floats, Pointer(area), world);
   });
   return target.Finish();
 }
 
-py::object Convert(const py::object& picture, const py::object& depth_word,
-                   const py::object& dither_word, const py::object& progress, const py::object& out,
-                   const py::object& order_word) {
-  const bool dither = ParseFlag("dither", dither_word);
-  const int32_t depth = ParseDepth(depth_word);
-  const Source source(picture, ParseOrder(order_word), "picture");
+py::object Convert(const py::object& picture, const py::object& depth_arg,
+                   const py::object& dither_arg, const py::object& progress, const py::object& out,
+                   const py::object& order_arg) {
+  const bool dither = ParseFlag("dither", dither_arg);
+  const int32_t depth = ParseDepth(depth_arg);
+  const Source source(picture, ParseOrder(order_arg), "picture");
   const VX_World& from = *source.world();
   Progress polled(progress);
   Target target = Target::Sized(source, out, from.width, from.height, depth);
-  const WorldPtr apart = target.Apart(source);
+  const WorldPtr apart = target.WithoutOverlap(source);
   Run(polled, [&] {
     return VX_DepthConvertWorld(polled.info(), apart->get(), nullptr, dither ? 1 : 0, 0, 0,
                                 target.world());
@@ -133,17 +132,17 @@ py::object Convert(const py::object& picture, const py::object& depth_word,
 
 py::object Copy(const py::object& dst, const py::object& src, const py::object& src_rect,
                 const py::object& dst_rect, const py::object& quality,
-                const py::object& premultiplied_word, const py::object& out,
-                const py::object& order_word) {
-  const bool premultiplied = ParseFlag("premultiplied", premultiplied_word);
-  const Order order = ParseOrder(order_word);
+                const py::object& premultiplied_arg, const py::object& out,
+                const py::object& order_arg) {
+  const bool premultiplied = ParseFlag("premultiplied", premultiplied_arg);
+  const Order order = ParseOrder(order_arg);
   const bool high = ParseQuality(quality) != 0;
   const std::optional<M_Rect> from = ParseRect("src_rect", src_rect);
   const std::optional<M_Rect> to = ParseRect("dst_rect", dst_rect);
   const Source below(dst, order, "dst"), above(src, order, "src");
   if (high) RequireSameDepth(*below.world(), *above.world(), "dst", "src");
   Target target = Target::CopyOf(below, out);
-  const WorldPtr source = target.Apart(above);
+  const WorldPtr source = target.WithoutOverlap(above);
   const auto copy = !high           ? VX_CopyBits_Draft
                     : premultiplied ? VX_CopyBits_HQ_Premul
                                     : VX_CopyBits_HQ_Straight;
@@ -153,59 +152,59 @@ py::object Copy(const py::object& dst, const py::object& src, const py::object& 
 
 py::object Resize(const py::object& picture, const py::object& width, const py::object& height,
                   const py::object& quality, const py::object& progress, const py::object& out,
-                  const py::object& order_word) {
+                  const py::object& order_arg) {
   const auto wide = ParseSide("width", width);
   const auto high = ParseSide("height", height);
   const int32_t level = ParseQuality(quality);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   Progress polled(progress);
   Target target = Target::Sized(source, out, wide, high, source.depth());
-  const WorldPtr apart = target.Apart(source);
+  const WorldPtr apart = target.WithoutOverlap(source);
   Run(polled, [&] { return VX_ResizeWorld(polled.info(), level, apart->get(), target.world()); });
   return target.Finish();
 }
 
 py::object Mix(const py::object& a, const py::object& b, const py::object& ratio,
-               const py::object& premultiplied_word, const py::object& progress,
-               const py::object& out, const py::object& order_word) {
-  const bool premultiplied = ParseFlag("premultiplied", premultiplied_word);
-  const Order order = ParseOrder(order_word);
+               const py::object& premultiplied_arg, const py::object& progress,
+               const py::object& out, const py::object& order_arg) {
+  const bool premultiplied = ParseFlag("premultiplied", premultiplied_arg);
+  const Order order = ParseOrder(order_arg);
   const auto share = static_cast<VX_Fixed>(ParseNumber("ratio", ratio, 0, 1) * 65536 + 0.5);
   const Source first(a, order, "a"), second(b, order, "b");
   RequireSameDepth(*first.world(), *second.world(), "a", "b");
   Progress polled(progress);
   Target target = Target::CopyOf(first, out);
-  const WorldPtr from = target.Apart(first), to = target.Apart(second);
+  const WorldPtr from = target.WithoutOverlap(first), to = target.WithoutOverlap(second);
   const auto mix = premultiplied ? VX_Blend_Premul : VX_Blend_Straight;
   Run(polled, [&] { return mix(polled.info(), from->get(), to->get(), share, target.world()); });
   return target.Finish();
 }
 
-// Parses one level per channel: four numbers, or three with alpha 1.
+// Parses four numbers, or three with alpha 1. None gives `none` for each channel.
 VX_PixelFloat ParseLevels(const char* name, const py::object& levels, float none, Order order) {
   if (levels.is_none()) return {none, none, none, none};
   return ParsePixel<VX_PixelFloat>(name, levels, order);
 }
 
 py::object Blit(const py::object& dst, const py::object& src, const py::object& at,
-                const py::object& rect, const py::object& low_word, const py::object& high_word,
-                const py::object& invert_alpha_word, const py::object& out,
-                const py::object& order_word) {
-  const Order order = ParseOrder(order_word);
-  const Place place = ParsePlace("at", at);
+                const py::object& rect, const py::object& low_arg, const py::object& high_arg,
+                const py::object& invert_alpha_arg, const py::object& out,
+                const py::object& order_arg) {
+  const Order order = ParseOrder(order_arg);
+  const Position position = ParsePosition("at", at);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const VX_PixelFloat low = ParseLevels("low", low_word, 0, order);
-  const VX_PixelFloat high = ParseLevels("high", high_word, 1, order);
-  const bool lookup = !low_word.is_none() || !high_word.is_none();
-  const bool invert_alpha = ParseFlag("invert_alpha", invert_alpha_word);
+  const VX_PixelFloat low = ParseLevels("low", low_arg, 0, order);
+  const VX_PixelFloat high = ParseLevels("high", high_arg, 1, order);
+  const bool lookup = !low_arg.is_none() || !high_arg.is_none();
+  const bool invert_alpha = ParseFlag("invert_alpha", invert_alpha_arg);
   const Source below(dst, order, "dst"), above(src, order, "src");
   if (below.depth() != 8) throw py::value_error("dst: needs 8 bits a channel");
   Target target = Target::CopyOf(below, out);
-  const WorldPtr source = target.Apart(above);
+  const WorldPtr source = target.WithoutOverlap(above);
   const VX_World& from = *source->get();
   M_LPoint corner{};
-  corner.h = place.x;
-  corner.v = place.y;
+  corner.h = position.x;
+  corner.v = position.y;
   M_Rect whole{};
   whole.right = static_cast<int16_t>(from.width);
   whole.bottom = static_cast<int16_t>(from.height);
@@ -232,11 +231,11 @@ const uint8_t* Table(const char* name, const py::object& table) {
 
 py::object LookUp(const py::object& picture, const py::object& alpha, const py::object& red,
                   const py::object& green, const py::object& blue, const py::object& rect,
-                  const py::object& out, const py::object& order_word) {
+                  const py::object& out, const py::object& order_arg) {
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const uint8_t* const tables[4] = {Table("alpha", alpha), Table("red", red), Table("green", green),
                                     Table("blue", blue)};
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   if (source.depth() != 8) throw py::value_error("picture: tables are for 8 bits a channel");
   Target target = Target::CopyOf(source, out);
   VX_World* const world = target.world();
@@ -247,8 +246,8 @@ py::object LookUp(const py::object& picture, const py::object& alpha, const py::
   return target.Finish();
 }
 
-py::tuple GuessAlpha(const py::object& picture, const py::object& order_word) {
-  const Source source(picture, ParseOrder(order_word), "picture");
+py::tuple GuessAlpha(const py::object& picture, const py::object& order_arg) {
+  const Source source(picture, ParseOrder(order_arg), "picture");
   VX_AlphaGuess guess{};
   const VX_World* const world = source.world();
   VX_Err code = VX_Ok;
@@ -264,9 +263,9 @@ py::tuple GuessAlpha(const py::object& picture, const py::object& order_word) {
 }
 
 py::tuple Rand(const py::object& state) {
-  auto word = static_cast<uint32_t>(ParseWhole("state", state, 0, UINT32_MAX));
-  const uint32_t value = VX_Rand(&word);
-  return py::make_tuple(value, word);
+  auto next = static_cast<uint32_t>(ParseWhole("state", state, 0, UINT32_MAX));
+  const uint32_t value = VX_Rand(&next);
+  return py::make_tuple(value, next);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Channels of pictures as planes. vx/_planes.py passes planes as contiguous arrays.
+// Channels of pictures as separate arrays (planes). vx/_planes.py passes contiguous arrays.
 
 #include <cstring>
 #include <string>
@@ -34,7 +34,7 @@ void RequireBytes(const Source& source) {
 
 // --- some channels of 8-bit pictures -------------------------------------------------------------
 
-// Owns a handle of the host.
+// Owns a memory handle of the host.
 struct Handle {
   ~Handle() {
     if (handle != nullptr) U_FreeHandle(handle);
@@ -43,9 +43,9 @@ struct Handle {
 };
 
 py::array ExtractPlanes(const py::object& picture, const py::object& letters,
-                        const py::object& order_word) {
+                        const py::object& order_arg) {
   const int32_t channels = ParseSome(letters);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   RequireBytes(source);
   const VX_World* const world = source.world();
   const py::ssize_t row = py::ssize_t{world->width} * CountOf(channels);
@@ -67,9 +67,9 @@ py::array ExtractPlanes(const py::object& picture, const py::object& letters,
 
 py::object InsertPlanes(const py::object& picture, const py::array& planes,
                         const py::object& letters, const py::object& out,
-                        const py::object& order_word) {
+                        const py::object& order_arg) {
   const int32_t channels = ParseSome(letters);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   RequireBytes(source);
   const VX_World& from = *source.world();
   if (DepthOf(planes, "planes") != 8 || planes.ndim() != 3 || planes.shape(0) != from.height ||
@@ -89,8 +89,8 @@ py::object InsertPlanes(const py::object& picture, const py::array& planes,
 
 // --- one channel at any depth --------------------------------------------------------------------
 
-int32_t ParseChannel(const py::object& word) {
-  return ParseChoice("channel", word, {"alpha", "red", "green", "blue"});
+int32_t ParseChannel(const py::object& arg) {
+  return ParseChoice("channel", arg, {"alpha", "red", "green", "blue"});
 }
 
 template <class Channel>
@@ -109,10 +109,10 @@ VX_Err Put(const void* plane, int32_t channel, VX_World& world) {
                            {world.width, world.height}, {0, 0}, {0, 0}, first);
 }
 
-py::array Deinterleave(const py::object& picture, const py::object& channel_word,
-                       const py::object& order_word) {
-  const int32_t channel = ParseChannel(channel_word);
-  const Source source(picture, ParseOrder(order_word), "picture");
+py::array Deinterleave(const py::object& picture, const py::object& channel_arg,
+                       const py::object& order_arg) {
+  const int32_t channel = ParseChannel(channel_arg);
+  const Source source(picture, ParseOrder(order_arg), "picture");
   const VX_World& world = *source.world();
   py::array plane(TypeOf(source.depth()), {world.height, world.width});
   void* const samples = plane.mutable_data();
@@ -124,7 +124,7 @@ py::array Deinterleave(const py::object& picture, const py::object& channel_word
   return plane;
 }
 
-// Throws unless the plane has the size and depth of the picture.
+// Throws ValueError unless the plane has the size and depth of the picture.
 void RequirePlane(const py::array& plane, const char* name, const Source& source) {
   const VX_World& world = *source.world();
   if (DepthOf(plane, name) != source.depth() || plane.ndim() != 2 ||
@@ -137,10 +137,10 @@ void RequirePlane(const py::array& plane, const char* name, const Source& source
 }
 
 py::object Interleave(const py::object& picture, const py::array& plane,
-                      const py::object& channel_word, const py::object& out,
-                      const py::object& order_word) {
-  const int32_t channel = ParseChannel(channel_word);
-  const Source source(picture, ParseOrder(order_word), "picture");
+                      const py::object& channel_arg, const py::object& out,
+                      const py::object& order_arg) {
+  const int32_t channel = ParseChannel(channel_arg);
+  const Source source(picture, ParseOrder(order_arg), "picture");
   RequirePlane(plane, "plane", source);
   Target target = Target::CopyOf(source, out);
   VX_World& world = *target.world();
@@ -167,16 +167,16 @@ void BlendRows(VX_World& world, const void* values, double opacity, double goal)
   }
 }
 
-py::object BlendAlpha(const py::object& picture, const py::array& mask, const py::object& goal_word,
-                      const py::object& opacity_word, const py::object& out,
-                      const py::object& order_word) {
-  const Source source(picture, ParseOrder(order_word), "picture");
+py::object BlendAlpha(const py::object& picture, const py::array& mask, const py::object& goal_arg,
+                      const py::object& opacity_arg, const py::object& out,
+                      const py::object& order_arg) {
+  const Source source(picture, ParseOrder(order_arg), "picture");
   RequirePlane(mask, "mask", source);
-  const double share = ParseNumber("opacity", opacity_word, 0, 1);
+  const double share = ParseNumber("opacity", opacity_arg, 0, 1);
   const double goal =
       source.depth() == 32
-          ? ParseNumber("target", goal_word, -3.4e38, 3.4e38)
-          : static_cast<double>(ParseWhole("target", goal_word, 0,
+          ? ParseNumber("target", goal_arg, -3.4e38, 3.4e38)
+          : static_cast<double>(ParseWhole("target", goal_arg, 0,
                                            static_cast<int64_t>(vx::full_scale(source.depth()))));
   Target target = Target::CopyOf(source, out);
   VX_World& world = *target.world();
@@ -189,7 +189,7 @@ py::object BlendAlpha(const py::object& picture, const py::array& mask, const py
   return target.Finish();
 }
 
-// --- channels of any arrays ----------------------------------------------------------------------
+// --- channels of arrays that are not pictures ----------------------------------------------------
 
 struct ChunkType {
   char kind;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Samplers, selected by name, for many positions.
+// Samplers, selected by name, at arrays of positions.
 
 #include <pybind11/stl.h>
 
@@ -20,7 +20,7 @@ namespace vxpy {
 
 namespace {
 
-// A sampler at the three depths; null if a depth has none.
+// The functions of a sampler at the three depths; null if it does not exist at a depth.
 struct Sampler {
   const char* name;
   std::tuple<VX_SampleFunc<VX_Pixel8>, VX_SampleFunc<VX_Pixel16>, VX_SampleFunc<VX_PixelFloat>>
@@ -119,12 +119,12 @@ const Sampler& Named(const py::object& word) {
   throw py::value_error("sampler: no " + std::string(py::repr(word)) + "; there are " + all);
 }
 
-// Positions in 16.16, rounded to nearest. Positions that do not fit are outside every picture.
+// Positions in 16.16.
 struct Positions {
   std::vector<VX_Fixed> x, y;
 };
 
-VX_Fixed ParsePosition(double value, int32_t side, bool unclipped) {
+VX_Fixed ParseCoordinate(double value, int32_t side, bool unclipped) {
   if (!(value > -32768 && value < 32767)) {
     if (value != value) throw py::value_error("x, y: not a number");
     throw py::value_error("x, y: positions are -32768..32767");
@@ -141,8 +141,8 @@ Positions ParsePositions(const py::array_t<double>& x, const py::array_t<double>
   const auto count = static_cast<size_t>(x.size());
   Positions positions{std::vector<VX_Fixed>(count), std::vector<VX_Fixed>(count)};
   for (size_t i = 0; i < count; ++i) {
-    positions.x[i] = ParsePosition(x.data()[i], world.width, unclipped);
-    positions.y[i] = ParsePosition(y.data()[i], world.height, unclipped);
+    positions.x[i] = ParseCoordinate(x.data()[i], world.width, unclipped);
+    positions.y[i] = ParseCoordinate(y.data()[i], world.height, unclipped);
   }
   return positions;
 }
@@ -162,11 +162,11 @@ void SampleAll(VX_SampleFunc<Pixel> sampler, const VX_SampPB& record, const Posi
 // Samples at the positions x, y (contiguous 1-D arrays of equal length). Returns count x 4 in ARGB.
 py::array Sample(const py::object& picture, const py::array_t<double>& x,
                  const py::array_t<double>& y, const py::object& name, const py::object& radius_x,
-                 const py::object& radius_y, const py::object& order_word) {
+                 const py::object& radius_y, const py::object& order_arg) {
   const Sampler& sampler = Named(name);
   const double wide = ParseNumber("radius", radius_x, 0, 127);
   const double high = ParseNumber("radius", radius_y, 0, 127);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   VX_World* const world = source.world();
   const Positions positions = ParsePositions(x, y, *world, sampler.unclipped);
   VX_SampPB record{};
@@ -201,8 +201,8 @@ void SampleAllIn(VX_SampleAllInFunc<Pixel> sampler, VX_World* world, const Posit
 
 // Returns (count x 4 in ARGB, count bytes: 1 if all four neighbours are inside).
 py::tuple SampleWithInside(const py::object& picture, const py::array_t<double>& x,
-                           const py::array_t<double>& y, const py::object& order_word) {
-  const Source source(picture, ParseOrder(order_word), "picture");
+                           const py::array_t<double>& y, const py::object& order_arg) {
+  const Source source(picture, ParseOrder(order_arg), "picture");
   VX_World* const world = source.world();
   const Positions positions = ParsePositions(x, y, *world, /*unclipped=*/false);
   py::array out(TypeOf(source.depth()), {x.size(), py::ssize_t{4}});

@@ -22,7 +22,7 @@ namespace {
 // The type of a component of the other space: 16.16 for integer pixels, float for float pixels.
 template <class Pixel>
 using Component = std::conditional_t<std::is_same_v<Pixel, VX_PixelFloat>, float, VX_Fixed>;
-// A single value computed from a colour, such as the luminance.
+// The type of a single value that is computed from a colour, such as its luminance.
 template <class Pixel>
 using Measure = std::conditional_t<std::is_same_v<Pixel, VX_PixelFloat>, float, int32_t>;
 
@@ -115,18 +115,18 @@ py::array ReadAll(int32_t what, const py::array& pixels) {
 
 int32_t ParseSpace(const py::object& word) { return ParseChoice("space", word, {"hls", "yiq"}); }
 
-py::array ToSpace(const py::object& space_word, const py::array& pixels) {
-  const int32_t space = ParseSpace(space_word);
+py::array ToSpace(const py::object& space_arg, const py::array& pixels) {
+  const int32_t space = ParseSpace(space_arg);
   py::array_t<double> out({pixels.shape(0), py::ssize_t{3}});
   vx::visit_depth(DepthOf(pixels, "color"),
                   [&]<class Pixel> { ToAll<Pixel>(space, pixels, out.mutable_data()); });
   return out;
 }
 
-// Writes the colours of `pixels`, which are opaque.
-void FromSpace(const py::object& space_word, const py::array_t<double>& parts,
+// Converts components of a colour space to `pixels`, which become opaque.
+void FromSpace(const py::object& space_arg, const py::array_t<double>& parts,
                const py::array& pixels) {
-  const int32_t space = ParseSpace(space_word);
+  const int32_t space = ParseSpace(space_arg);
   vx::visit_depth(DepthOf(pixels, "color"),
                   [&]<class Pixel> { FromAll<Pixel>(space, parts.data(), pixels); });
 }

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// One source file per subject. Each function adds its subject's functions and classes to the
-// module.
+// Each function adds the functions and classes of one subject to the module. It is defined in the
+// source file with the name of the subject.
 
 #include <pybind11/pybind11.h>
 

@@ -36,21 +36,21 @@ std::vector<M_Matrix3> ParseMatrices(const py::object& object) {
 }
 
 py::object Transform(const py::object& dst, const py::object& src, const py::object& matrices,
-                     const py::tuple& layer_words, const py::object& quality,
-                     const py::object& inverse_word, const py::object& rect,
+                     const py::tuple& layer_args, const py::object& quality,
+                     const py::object& inverse_arg, const py::object& rect,
                      const py::object& progress, const py::object& out,
-                     const py::object& order_word) {
-  const bool inverse = ParseFlag("inverse", inverse_word);
-  const Order order = ParseOrder(order_word);
+                     const py::object& order_arg) {
+  const bool inverse = ParseFlag("inverse", inverse_arg);
+  const Order order = ParseOrder(order_arg);
   const std::vector<M_Matrix3> path = ParseMatrices(matrices);
   const int32_t level = ParseQuality(quality);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const Source below(dst, order, "dst"), above(src, order, "src");
   RequireSameDepth(*below.world(), *above.world(), "dst", "src");
-  Layer layer(LayerWords(layer_words), below, order);
+  Layer layer(LayerArguments(layer_args), below, order);
   Progress polled(progress);
   Target target = Target::CopyOf(below, out);
-  const WorldPtr source = target.Apart(above);
+  const WorldPtr source = target.WithoutOverlap(above);
   const VX_MaskSpec* const mask = layer.MaskFor(target);
   Run(polled, [&] {
     return VX_TransformMotion(polled.info(), level, layer.field(), source->get(), &layer.mode(),
@@ -60,29 +60,29 @@ py::object Transform(const py::object& dst, const py::object& src, const py::obj
   return target.Finish();
 }
 
-VX_TransformParts ParseParts(const py::tuple& words) {
+VX_TransformParts ParseParts(const py::tuple& args) {
   constexpr const char* kNames[] = {"anchor", "anchor", "scale",     "scale",    "skew",
                                     "skew",   "rotate", "translate", "translate"};
   double numbers[9];
   for (size_t i = 0; i < 9; ++i) {
-    numbers[i] = ParseNumber(kNames[i], py::object(words[i]), -1e9, 1e9);
+    numbers[i] = ParseNumber(kNames[i], py::object(args[i]), -1e9, 1e9);
   }
   return {numbers[0], numbers[1], numbers[2], numbers[3], numbers[4],
           numbers[5], numbers[6], numbers[7], numbers[8]};
 }
 
-py::array_t<double> MatrixOfParts(const py::tuple& words) {
-  const VX_TransformParts parts = ParseParts(words);
+py::array_t<double> MatrixOfParts(const py::tuple& args) {
+  const VX_TransformParts parts = ParseParts(args);
   M_Matrix3 matrix{};
   Run([&] { return VX_MatrixOfParts(&parts, &matrix); });
   return py::array_t<double>({3, 3}, matrix.m);
 }
 
 py::array_t<double> MatricesBetween(const py::tuple& from_words, const py::tuple& to_words,
-                                    const py::object& count_word) {
+                                    const py::object& count_arg) {
   const VX_TransformParts from = ParseParts(from_words), to = ParseParts(to_words);
   const auto count =
-      static_cast<int32_t>(ParseWhole("count", count_word, 1, VX_Transform_MaxMatrices));
+      static_cast<int32_t>(ParseWhole("count", count_arg, 1, VX_Transform_MaxMatrices));
   std::vector<M_Matrix3> list(static_cast<size_t>(count));
   Run([&] { return VX_MatricesBetween(&from, &to, count, list.data()); });
   return py::array_t<double>({count, 3, 3}, list[0].m);

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// One-channel buffers as two-dimensional arrays. vx/uno.py passes contiguous arrays, and owns those
-// that are written.
+// One-channel buffers as two-dimensional arrays. vx/uno.py passes contiguous arrays; arrays that
+// are written are its own copies.
 
 #include "VX/VX_UnoBuffer.h"
 
@@ -78,29 +78,29 @@ void Fill(const py::array& mask, const py::object& value, const py::object& rect
   });
 }
 
-void Fade(const py::array& mask, const py::object& opacity_word) {
+void Fade(const py::array& mask, const py::object& opacity_arg) {
   Plane plane(mask, "mask");
-  const double opacity = ParseNumber("opacity", opacity_word, 0, 1);
+  const double opacity = ParseNumber("opacity", opacity_arg, 0, 1);
   Run([&] { return VX_FadeUnoBuffer(opacity, plane.get()); });
 }
 
-void Invert(const py::array& mask, const py::object& opacity_word) {
+void Invert(const py::array& mask, const py::object& opacity_arg) {
   Plane plane(mask, "mask");
   const auto opacity =
-      static_cast<VX_Fixed>(ParseNumber("opacity", opacity_word, 0, 1) * 65536 + 0.5);
+      static_cast<VX_Fixed>(ParseNumber("opacity", opacity_arg, 0, 1) * 65536 + 0.5);
   Run([&] { return VX_InvertAndFadeUnoBuffer(nullptr, opacity, plane.get()); });
 }
 
-void Convert(const py::array& from, const py::array& to, const py::object& invert_word) {
-  const bool invert = ParseFlag("invert", invert_word);
+void Convert(const py::array& from, const py::array& to, const py::object& invert_arg) {
+  const bool invert = ParseFlag("invert", invert_arg);
   Plane source(from, "mask"), target(to, "out");
   Run([&] {
     return VX_ConvertDeepUnoBuffer(nullptr, source.get(), nullptr, invert ? 1 : 0, target.get());
   });
 }
 
-// Copies a rectangle of `src` to `dst`. None for `rect` is the whole source; None for `at` is the
-// upper left corner of `rect`.
+// Copies a rectangle of `src` to `dst`. If `rect` is None, it is the whole source. If `at` is None,
+// the position is the upper left corner of `rect`.
 void Transfer(const py::array& dst, const py::array& src, const py::object& mask,
               const py::object& outside, const py::object& rect, const py::object& at,
               const py::object& progress) {
@@ -121,10 +121,10 @@ void Transfer(const py::array& dst, const py::array& src, const py::object& mask
   });
 }
 
-void Accumulate(const py::array& dst, const py::array& src, const py::object& mode_word,
+void Accumulate(const py::array& dst, const py::array& src, const py::object& mode_arg,
                 const py::object& gains, const py::object& rect, const py::object& at,
                 const py::object& progress) {
-  const int32_t mode = ParseChoice("mode", mode_word, {"add", "replace", "subtract"});
+  const int32_t mode = ParseChoice("mode", mode_arg, {"add", "replace", "subtract"});
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const bool placed = !at.is_none();
   const M_Point point = placed ? ParsePoint("at", at) : M_Point{};
@@ -148,8 +148,8 @@ void Accumulate(const py::array& dst, const py::array& src, const py::object& mo
 }
 
 void Feather(const py::array& mask, const py::object& radius_x, const py::object& radius_y,
-             const py::object& kind_word, const py::object& progress) {
-  const int32_t kind = ParseChoice("kind", kind_word, {"box", "soft", "gaussian"});
+             const py::object& kind_arg, const py::object& progress) {
+  const int32_t kind = ParseChoice("kind", kind_arg, {"box", "soft", "gaussian"});
   const double x = ParseNumber("radius", radius_x, 0, 32767);
   const double y = ParseNumber("radius", radius_y, 0, 32767);
   Plane plane(mask, "mask");
@@ -173,20 +173,19 @@ void ScanLine(ScanFunc<Channel> scan, const py::array& line, int32_t kind, int32
 
 // Gaussian scans share one kernel per process, so a mutex serialises them. The interpreter's lock
 // is not sufficient, because it is released during the call.
-void Scan(const py::array& line, bool gaussian, const py::object& kind_word,
-          const py::object& radius_word, const py::object& start_word, const py::object& end_word) {
+void Scan(const py::array& line, bool gaussian, const py::object& kind_arg,
+          const py::object& radius_arg, const py::object& start_arg, const py::object& end_arg) {
   static std::mutex one_at_a_time;
   if (line.ndim() != 1 || line.size() == 0 || line.size() > (1 << 24)) {
     throw py::value_error("line: " + Describe(line) + "; needs one dimension");
   }
   const int32_t length = static_cast<int32_t>(line.size());
-  const auto kind = static_cast<int32_t>(ParseWhole("kind", kind_word, INT32_MIN, INT32_MAX));
+  const auto kind = static_cast<int32_t>(ParseWhole("kind", kind_arg, INT32_MIN, INT32_MAX));
   const auto radius =
-      static_cast<VX_Fixed>(ParseNumber("radius", radius_word, 0, 32767) * 65536 + 0.5);
-  const auto start = static_cast<int32_t>(ParseWhole("start", start_word, 0, length));
-  const auto end = end_word.is_none()
-                       ? length
-                       : static_cast<int32_t>(ParseWhole("end", end_word, start, length));
+      static_cast<VX_Fixed>(ParseNumber("radius", radius_arg, 0, 32767) * 65536 + 0.5);
+  const auto start = static_cast<int32_t>(ParseWhole("start", start_arg, 0, length));
+  const auto end =
+      end_arg.is_none() ? length : static_cast<int32_t>(ParseWhole("end", end_arg, start, length));
   std::unique_lock<std::mutex> lock(one_at_a_time, std::defer_lock);
   {
     const py::gil_scoped_release release;
@@ -208,10 +207,10 @@ void Scan(const py::array& line, bool gaussian, const py::object& kind_word,
 // --- worlds --------------------------------------------------------------------------------------
 
 py::object FromPicture(const py::object& picture, const py::object& what,
-                       const py::object& order_word) {
+                       const py::object& order_arg) {
   const int32_t quantity = ParseChoice(
       "what", what, {"alpha", "inverse-alpha", "luma", "inverse-luma", "red", "green", "blue"});
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   VX_World* const world = source.world();
   py::array mask(TypeOf(source.depth()), {world->height, world->width});
   Plane plane(mask, "mask");
@@ -219,20 +218,20 @@ py::object FromPicture(const py::object& picture, const py::object& what,
   return mask;
 }
 
-py::object ToPicture(const py::array& mask, const py::object& out, const py::object& order_word) {
+py::object ToPicture(const py::array& mask, const py::object& out, const py::object& order_arg) {
   Plane plane(mask, "mask");
   Target target =
-      Target::Sized(out, ParseOrder(order_word), plane.width(), plane.height(), plane.depth());
+      Target::Sized(out, ParseOrder(order_arg), plane.width(), plane.height(), plane.depth());
   Run([&] { return VX_WorldFromMatte(nullptr, plane.get(), target.world()); });
   return target.Finish();
 }
 
 py::object Merge(const py::object& picture, const py::array& mask, const py::object& at,
                  const py::object& rect, const py::object& progress, const py::object& out,
-                 const py::object& order_word) {
+                 const py::object& order_arg) {
   const M_Point point = ParsePoint("at", at);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source source(picture, ParseOrder(order_word), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture");
   Plane plane(mask, "mask");
   Progress polled(progress);
   Target target = Target::CopyOf(source, out);

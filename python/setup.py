@@ -1,9 +1,9 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""The compiled half for the wheel: what `cmake --install` puts down, its libraries beside it.
+"""Builds the wheel from what `cmake --install` installs and the shared libraries that it needs.
 
-VX_BUILD_DIR names a build tree that is finished; without it one is made below python/build, which
-takes minutes.
+The environment variable VX_BUILD_DIR selects a finished build directory. Without it, VX is built in
+python/build, which takes minutes.
 """
 
 import os

@@ -43,11 +43,11 @@ def pixels(name: str, value: numpy.typing.ArrayLike, kind: numpy.dtype[Any], ord
     if array.shape[-1] == 3:
         result[..., 1:] = array
     else:
-        result[...] = array[..., argb_places(order)]
+        result[...] = array[..., argb_indices(order)]
     return result
 
 
-def argb_places(order: Order) -> list[int]:
+def argb_indices(order: Order) -> list[int]:
     """Returns the indices of alpha, red, green and blue in a pixel of that order."""
     if order not in ("rgba", "argb"):
         raise ValueError(f'order: one of "rgba", "argb", not {order!r}')

@@ -52,7 +52,7 @@ def convolve(picture: Picture, kernel: Kernel | tuple[Kernel, Kernel, Kernel, Ke
     picture: any depth.
     kernel: 32-bit integers, odd x odd, or one dimension of odd length along `axis`, at most 1023 a
     side; or a tuple of four kernels in `order`. The first weight multiplies the pixel above and to
-    the left. 256 stands for 1 of a kernel with one weight.
+    the left. A kernel with the single weight 256 changes nothing.
     normalize: divide by the sum of the weights instead of 256 times their number.
     clamp: clamp results to the scale of the depth. False: integers keep their low bits.
     axis: direction of a kernel of one dimension, "x" or "y".
@@ -94,8 +94,9 @@ def blur_pass(picture: Picture, radius: float, *, kind: BlurKind = "gaussian", i
     radius: pixels, 0..32767.
     axis: "x" or "y".
     transpose: rows become columns of the result.
-    src_premultiplied, dst_premultiplied: the colours of the picture are, or those of the result
-    shall be, premultiplied by alpha. With both, consecutive passes divide by alpha only once.
+    src_premultiplied, dst_premultiplied: whether the colours of the picture are premultiplied by
+    alpha, and whether those of the result shall be. Passes that exchange premultiplied pictures
+    divide by alpha only once, at the end.
     picture, kind, iterations, channels, edge: as in blur(); the default of `edge` is "fade".
 
     Raises TypeError, ValueError, vx.Error.

@@ -22,7 +22,7 @@ namespace {
 int32_t OrientationOf(const int32_t* matrix) {
   // Display x is matrix[0] * x + matrix[3] * y; display y is matrix[1] * x + matrix[4] * y.
   const int32_t a = matrix[0], b = matrix[1], c = matrix[3], d = matrix[4];
-  auto none = [](int32_t x) { return std::abs(int64_t{x}) < 16; };  // 65536 is 1.0
+  auto none = [](int32_t x) { return std::abs(int64_t{x}) < 16; };  // elements are 16.16
   if (none(b) && none(c) && !none(a) && !none(d)) {
     return a > 0 ? (d > 0 ? 1 : 4) : (d > 0 ? 2 : 3);
   }
@@ -69,7 +69,7 @@ struct VXIO_ClipReader::Impl {
   VXIOp_ClipDecoder decoder;
   VXIOp_ClipColor color;
   VXIO_ClipInfo info;
-  std::vector<std::string> warnings;  // not yet returned with a frame
+  std::vector<std::string> warnings;  // will be returned with the next frame
 };
 
 VXIO_ClipReader::Impl::Impl(const std::string& path) : decoder(path), warnings(decoder.warnings()) {

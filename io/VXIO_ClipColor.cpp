@@ -53,8 +53,10 @@ bool IsFullRangeKind(AVPixelFormat format) {
          format == AV_PIX_FMT_YUVJ411P;
 }
 
-// Converts luma y and chroma u, v of 16 bits to red, green and blue of 0..1:
-// c = (y - black) / luma_span + c[0] * (u - 32768) / chroma_span + c[1] * (v - 32768) / chroma_span
+// The conversion of 16-bit luma y and chroma u, v to channels 0..1. Each channel c, with its two
+// coefficients red, green or blue, is
+//
+//   c = (y - black) / luma_span + (c[0] * (u - 32768) + c[1] * (v - 32768)) / chroma_span
 struct YuvRule {
   float black = 0, luma_span = 1, chroma_span = 1;
   float red[2], green[2], blue[2];
@@ -63,7 +65,7 @@ struct YuvRule {
 YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
   YuvRule rule{};
   if (pixels.full_range) {
-    // The largest sample value, shifted to the upper bits of 16.
+    // Samples are shifted to the upper bits of 16, and so is the largest sample value.
     const int32_t bits = pixels.descriptor->comp[0].depth;
     rule.luma_span = rule.chroma_span = static_cast<float>(((1 << bits) - 1) << (16 - bits));
   } else {
@@ -89,15 +91,15 @@ YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
 
 // --- samples to channels -------------------------------------------------------------------------
 
-// Converts 0..1 to a channel, rounded to nearest. Float channels are not clipped.
+// Converts 0..1 to a channel: clamped and rounded to nearest at integer depths, unchanged at float.
 template <class Channel>
 Channel ChannelOfValue(float value, Channel full) {
   return static_cast<Channel>(std::clamp(value, 0.0f, 1.0f) * static_cast<float>(full) + 0.5f);
 }
 float ChannelOfValue(float value, float) { return value; }
 
-// Converts 0..most to a channel. Samples of up to 8 bits become 8-bit channels, deeper ones 16-bit
-// or float channels.
+// Converts 0..most to a channel at full scale. Samples of up to 8 bits are converted to 8-bit
+// channels, deeper samples to 16-bit or float channels.
 uint8_t ChannelOfCode(uint32_t code, uint32_t most, uint8_t) {
   return static_cast<uint8_t>((code * 255 + most / 2) / most);
 }
@@ -153,7 +155,7 @@ class CodeRows {
   }
 
   void Alpha(int32_t y, Pixel* to) {
-    if (pixels_.format == AV_PIX_FMT_PAL8) return;  // Palette has set it
+    if (pixels_.format == AV_PIX_FMT_PAL8) return;  // Palette has set it already
     Read(y, pixels_.descriptor->nb_components - 1, to, &Pixel::alpha);
   }
 
@@ -276,7 +278,8 @@ Siting SitingOf(AVChromaLocation location) {
 }
 
 void CheckLav(int error) {
-  if (error < 0) throw vx::Error(vx::ErrorCode::out_of_memory);  // other causes are checked before
+  if (error < 0)
+    throw vx::Error(vx::ErrorCode::out_of_memory);  // all other errors were excluded before
 }
 
 }  // namespace
@@ -329,7 +332,7 @@ VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, A
 const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
   const Geometry wanted = {frame.format, frame.width, frame.height, frame.chroma_location};
   if (!scaler_ || !(made_for_ == wanted)) {
-    made_for_ = {};  // in case of an exception below
+    made_for_ = {};  // stays empty if a call below throws
     scaler_.reset(sws_alloc_context());
     full_.reset(av_frame_alloc());
     if (!scaler_ || !full_) throw vx::Error(vx::ErrorCode::out_of_memory);

@@ -23,7 +23,7 @@ VXIOp_ClipDecoder::VXIOp_ClipDecoder(const std::string& path)
   CheckMemory(packet_.get());
   CheckMemory(frame_.get());
   Open();
-  static_cast<void>(log_.Take());  // messages from the search for the streams
+  static_cast<void>(log_.Take());  // discards messages from the search for the streams
 }
 
 VXIOp_ClipDecoder::~VXIOp_ClipDecoder() {
@@ -61,8 +61,8 @@ void VXIOp_ClipDecoder::Open() {
   codec_->flags |= AV_CODEC_FLAG_UNALIGNED;  // crop exactly, not to multiples of a vector
   codec_->err_recognition = AV_EF_CRCCHECK;
   codec_->thread_count = VXIOp_Threads();
-  // FFV1 reports a damaged frame only by a log message. Without frame threads the message belongs
-  // to the frame that comes next.
+  // FFV1 reports a damaged frame only by a log message. Without frame threads, the message of a
+  // frame is logged before this frame is returned.
   if (parameters.codec_id == AV_CODEC_ID_FFV1) codec_->thread_type = FF_THREAD_SLICE;
   int error = avcodec_parameters_to_context(codec_.get(), &parameters);
   if (error >= 0) error = avcodec_open2(codec_.get(), decoder, nullptr);
@@ -128,7 +128,8 @@ void VXIOp_ClipDecoder::CheckFrame() {
   // one may be lost.
   const int64_t stamp = frame_->best_effort_timestamp;
   if (!truncation_.empty() && stamp > last_decode_stamp_) Fail(truncation_);
-  // A transport stream does not declare its length, but such a gap shows that it was truncated.
+  // A transport stream does not declare its length. A gap in the time stamps of the last frames
+  // shows that it was truncated.
   const AVRational rate = file_.FrameRate();
   if (draining_ && decoded_ > 0 && rate.num > 0 && file_.FormatName() == "mpegts" &&
       static_cast<double>(stamp - previous_stamp_) * av_q2d(file_.stream().time_base) >

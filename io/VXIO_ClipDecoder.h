@@ -19,7 +19,7 @@ class VXIOp_ClipDecoder {
   bool Next();
 
   const AVFrame& frame() const { return *frame_; }
-  int64_t decoded() const { return decoded_; }  // number of frames so far
+  int64_t decoded() const { return decoded_; }  // number of frames decoded so far
   AVPixelFormat DeclaredFormat() const;
   const VXIOp_ClipFile& file() const { return file_; }
   const std::vector<std::string>& warnings() const { return warnings_; }

@@ -57,8 +57,8 @@ std::string ContainerNames() {
   return names;
 }
 
-// Returns false and sets the tag to `unspecified` if libav has no name for its value. The value may
-// be outside the range of the enum, so it is read as an int.
+// If libav has no name for a tag's value, sets the tag to `unspecified` and returns false. The
+// value may be outside the range of the enum, so it is read as an int.
 template <class Code>
 bool IsKnown(Code* code, int codes, const char* (*name_of)(Code), Code unspecified) {
   static_assert(sizeof *code == sizeof(int));
@@ -235,8 +235,8 @@ int VXIOp_ClipFile::Read(AVPacket* packet) {
   return 0;
 }
 
-// libav reports a truncated file as ended. Therefore what the header declares is compared with what
-// was read.
+// libav reports the end of a truncated file like the end of a complete one. Therefore the length
+// that the header declares is compared with what was read.
 std::string VXIOp_ClipFile::TruncationReason() const {
   const std::string_view container = FirstName(file_->iformat->name);
   bool early = false;
@@ -245,12 +245,13 @@ std::string VXIOp_ClipFile::TruncationReason() const {
   } else if (container == "avi") {
     early = packets_ < stream_->nb_frames && EndsBeforeDeclaredTime();
   } else if (container == "matroska") {
-    // Without a tag of its own, the duration of a file with sound may be that of the sound.
+    // In a file with sound, the declared duration may be that of the sound. It is used only if the
+    // video stream has its own DURATION tag.
     early = (file_->nb_streams == 1 || Tag("DURATION")) && EndsBeforeDeclaredTime();
   } else if (container == "mxf") {
     early = EndsBeforeDeclaredTime();
   } else if (container == "yuv4mpegpipe") {
-    early = read_to_ < avio_size(file_->pb);  // an incomplete frame is left
+    early = read_to_ < avio_size(file_->pb);  // the rest is an incomplete frame
   }
   return early ? "it ends before the time that its header says" : "";
 }

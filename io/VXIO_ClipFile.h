@@ -20,8 +20,8 @@ extern "C" {
 // clip of a supported format.
 std::string VXIOp_ClipFormatOf(const std::string& path);
 
-// Sets values that libav does not define to "unspecified". Returns false if there was one. Some
-// demuxers and decoders pass such numbers on from the file.
+// Some demuxers and decoders pass on tag values that libav does not define. Sets such values to
+// "unspecified" and returns false if there was one.
 bool VXIOp_ClearUnknownTags(AVColorSpace* matrix, AVColorRange* range, AVColorPrimaries* primaries,
                             AVColorTransferCharacteristic* transfer, AVChromaLocation* siting);
 
@@ -49,7 +49,7 @@ class VXIOp_ClipFile {
   AVRational PixelAspect() const;
   // Returns the value of a metadata tag of the stream, or null.
   const char* Tag(const char* name) const;
-  // Declared by the file; not estimated from its bit rate.
+  // These return what the file declares, not libav's estimates from the bit rate.
   std::optional<int64_t> DeclaredFrames() const;
   std::optional<double> DeclaredSeconds() const;
   // Converts a time stamp of the stream to seconds since the start of the file.

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The supported formats. Only formats that return straight values as they were written are
-// included.
+// The supported formats. A format is supported only if reading returns the straight values that
+// were written.
 
 #include <OpenImageIO/imageio.h>
 
@@ -35,25 +35,25 @@ const VXIOp_Format* VXIOp_FormatOfName(std::string_view path);
 // signature (tga). Null if the file is not a known picture.
 const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_view path);
 
-// "png, jpeg, ...", for messages.
+// Returns "png, jpeg, ..." for messages.
 std::string VXIOp_FormatNames();
 
-// Returns OpenImageIO's type of the samples of a file of 8, 16 or 32 bits.
+// Returns OpenImageIO's sample type for 8, 16 or 32 bits.
 inline OIIO::TypeDesc VXIOp_SampleType(int32_t depth) {
   return vx::visit_depth(depth, []<class Pixel>() -> OIIO::TypeDesc {
     return OIIO::BaseTypeFromC<typename vx::PixelTraits<Pixel>::Channel>::value;
   });
 }
 
-// Data of a picture that was read, for use in writing.
+// Contents of a picture file other than pixels, kept for writing.
 struct VXIO_Metadata::Impl {
   OIIO::ImageSpec spec;
-  const VXIOp_Format* format = nullptr;  // null if not from a file
+  const VXIOp_Format* format = nullptr;  // null if the picture was not read from a file
   COR_QCE_ProfilePtr given_profile;      // set by VXIO_WithProfile; `spec` has its bytes
 };
 
-// Returns whether a file of this format can store the profile that `from` contains. If not, `lost`
-// describes what is lost; empty if nothing is.
+// Returns true if `format` can store the profile of `from`, which must have one. Otherwise sets
+// `lost` to a description of what is lost; not set if colours without a profile mean the same.
 bool VXIOp_StoresProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
                          std::string* lost);
 

@@ -16,13 +16,14 @@ namespace {
 
 thread_local VXIOp_LavLog* capturing = nullptr;
 
-// Does the same as libav's default. The address of this function marks the decoders that Attach was
-// called for.
+// The same choice as libav's default. A decoder with this function as `get_format` is one that
+// Attach was called for.
 AVPixelFormat ChooseFormat(AVCodecContext* codec, const AVPixelFormat* formats) {
   return avcodec_default_get_format(codec, formats);
 }
 
-// Returns the decoder or encoder that a log sender is, or is a part of; null for other senders.
+// Returns the codec context of a log message's sender: the sender itself or one of its parents.
+// Null if there is none.
 const AVCodecContext* CodecOf(void* sender) {
   while (sender) {
     const AVClass* kind = *static_cast<AVClass**>(sender);

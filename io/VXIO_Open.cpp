@@ -18,9 +18,9 @@ uint32_t BigEndian(const char* bytes) {
   return word;
 }
 
-// Checks the chunks of a PNG up to its end mark, because the decoder used by OpenImageIO writes to
-// the standard error for a truncated file. Returns true if the file contains a profile; the decoder
-// drops invalid profiles silently.
+// Checks the chunks of a PNG up to its end chunk, because for a truncated file the decoder that
+// OpenImageIO uses writes to the standard error. Returns true if the file contains a profile,
+// because the decoder drops invalid profiles without a message.
 bool CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
   int64_t position = 8;
   bool first = true, profile = false;

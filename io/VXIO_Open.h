@@ -12,7 +12,8 @@
 
 #include "VXIO_Formats.h"
 
-// Indices of the four channels among those of the file; `alpha` is -1 if there is none.
+// The positions of red, green, blue and alpha among the channels of the file; `alpha` is -1 if
+// there is none.
 struct VXIOp_Channels {
   int red, green, blue, alpha;
   bool grey() const { return red == green; }
@@ -24,8 +25,8 @@ struct VXIOp_Open {
   std::unique_ptr<OIIO::ImageInput> input;
   OIIO::ImageSpec spec;
   VXIOp_Channels channels{};
-  VXIO_AlphaKind alpha = VXIO_AlphaKind::None;  // of the samples that `input` returns
-  int32_t depth = 8;                            // of a world that preserves the samples
+  VXIO_AlphaKind alpha = VXIO_AlphaKind::None;  // how the samples that `input` returns are stored
+  int32_t depth = 8;                            // the smallest depth that preserves the samples
   int32_t orientation = 1;
   int32_t parts = 1;
   std::vector<std::string> warnings;

@@ -19,8 +19,9 @@
 
 namespace {
 
-// Names of existing temporary files, for the signal handler, which must not allocate. Pages of
-// unused slots use no memory.
+// The names of all existing temporary files. The signal handler removes these files; it must not
+// allocate, so the table has a fixed size. Memory pages of unused slots are never touched and cost
+// nothing.
 constexpr int kSlots = 1024;
 struct Slot {
   bool used = false;
@@ -28,9 +29,9 @@ struct Slot {
 };
 Slot g_slots[kSlots];
 std::mutex g_slot_mutex;
-// Lock of the slots, held while a temporary file is created, renamed or removed. The handler, which
-// may run on any thread, acquires it permanently: no file can be created between its reading of the
-// slots and the end of the process.
+// Lock of the slots, held while a temporary file is created, renamed or removed. The signal handler
+// may run on any thread. It acquires the lock and never releases it, so that no thread can create a
+// file after the handler has read the slots.
 std::atomic<bool> g_slots_locked{false};
 
 void AcquireSlots() {
@@ -57,14 +58,14 @@ extern "C" void RemoveTemporaries(int signal_number) {
   _exit(128 + signal_number);
 }
 
-// Locks the slots for this thread. Signals are blocked meanwhile; otherwise the handler could wait
-// for the thread that it interrupted.
+// Locks the slots for this thread. Signals are blocked until the destructor, because a handler on
+// this thread would wait forever for the lock.
 class SlotLock {
  public:
   SlotLock() {
     const sigset_t set = HandledSignals();
     pthread_sigmask(SIG_BLOCK, &set, &previous_mask_);
-    g_slot_mutex.lock();  // at most the handler and one thread wait in AcquireSlots
+    g_slot_mutex.lock();  // so that only one thread and the handler poll in AcquireSlots
     AcquireSlots();
   }
   ~SlotLock() {

@@ -19,7 +19,8 @@ struct Band {
   const void* samples;
 };
 
-// Returns the number of pixels with colour where alpha is 0. Division by alpha loses these colours.
+// Stores the pixels of a band. Returns how many have alpha 0 and a colour other than black: a
+// division by alpha would lose these colours.
 template <class Pixel>
 int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
                const VXIOp_Placement& place) {

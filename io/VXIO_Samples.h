@@ -21,7 +21,8 @@ auto VXIOp_WithMemoryErrors(Work&& work) {
   }
 }
 
-// Converts a sample of a file, at full range, to a channel, rounded to nearest.
+// Converts a file's sample to a channel, rounded to nearest. The overloads are for 8, 16 and 32
+// bits.
 inline uint16_t VXIOp_ChannelOfSample(uint16_t sample) {
   return static_cast<uint16_t>((sample * uint32_t{32768} + 32767) / 65535);
 }

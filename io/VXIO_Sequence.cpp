@@ -30,7 +30,7 @@ std::optional<Placeholder> ParsePercent(const std::string& name, size_t begin) {
   while (end < name.size() && IsDigit(name[end])) ++end;
   if (end == name.size() || name[end] != 'd') return std::nullopt;
   std::string width = name.substr(begin + 1, end - begin - 1);
-  // 0 digits marks a width without leading zero, which pads with blanks.
+  // `digits` is 0 for a width without leading zero, which pads with blanks.
   size_t digits = width.empty()      ? 1
                   : width[0] != '0'  ? 0
                   : width.size() > 3 ? kMostDigits + 1
@@ -61,7 +61,7 @@ std::string Padded(int64_t frame, size_t digits) {
   return text.size() < digits ? std::string(digits - text.size(), '0') + text : text;
 }
 
-// Calls `look` with each name in a folder.
+// Calls `look` with the name of each entry of a folder.
 template <class Look>
 void ForEachName(const std::string& folder, Look look) {
   std::unique_ptr<DIR, int (*)(DIR*)> open(opendir(folder.empty() ? "." : folder.c_str()),
@@ -80,7 +80,8 @@ void ForEachName(const std::string& folder, Look look) {
   }
 }
 
-// Returns the digits between two texts; empty if the name does not have this form.
+// Returns the part of a name between `before` and `after` if it consists of digits, otherwise an
+// empty string.
 std::string Between(const std::string& name, const std::string& before, const std::string& after) {
   if (name.size() <= before.size() + after.size()) return "";
   if (!name.starts_with(before) || !name.ends_with(after)) return "";
@@ -165,7 +166,7 @@ struct Range {
   int64_t first, last, step;
 };
 
-// Parses a number at *at and advances *at.
+// Parses the digits at *at and sets *at to the index after them.
 int64_t ParseNumber(const std::string& piece, size_t* at) {
   size_t end = *at;
   while (end < piece.size() && IsDigit(piece[end])) ++end;

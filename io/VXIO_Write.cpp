@@ -42,7 +42,7 @@ int64_t CountNotOpaque(vx::ConstView<Pixel> view) {
   int64_t count = 0;
   for (int32_t y = 0; y < view.height(); ++y) {
     for (const Pixel& pixel : view.row(y)) {
-      count += !(pixel.alpha >= vx::PixelTraits<Pixel>::full_scale);  // counts NaN
+      count += !(pixel.alpha >= vx::PixelTraits<Pixel>::full_scale);  // NaN counts, too
     }
   }
   return count;

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # Flags of all targets. Results must be equal on every machine: no contraction, no fast-math.
-# The code does not use floating-point exception flags or errno of a square root; the flags change no result
-# and allow the compiler to select between two computed values instead of branching.
+# -fno-trapping-math and -fno-math-errno change no result, because the code does not use floating-point
+# exception flags or errno. They allow the compiler to select between two computed values without a branch.
 add_library(vx_flags INTERFACE)
 target_compile_options(vx_flags INTERFACE -Wall -Wextra -Wpedantic -ffp-contract=off
                                           -fno-trapping-math -fno-math-errno)

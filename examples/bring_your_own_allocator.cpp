@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Frames from a pool of the program, by the settings of the embedded host. The pool has a limit,
-// and the program shows the error beyond it.
+// The embedded host allocates frames (the pixels of images) from a pool of this program. The pool
+// is limited, and the program prints the error of an allocation that exceeds it.
 
 #include <host/VXHost.h>
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-// The library asks for frames from any thread that makes worlds; this program has one.
+// Frames are requested on each thread that makes images; this program has one thread.
 struct Pool {
   size_t left = 1 << 20;
   int taken = 0;
@@ -20,7 +20,8 @@ struct Pool {
   int released = 0;
 };
 
-// Every block carries its size in front. Frames must be 8-byte aligned; these are 16-byte aligned.
+// The size of a block is stored before it. Frames must be 8-byte aligned; these are 16-byte
+// aligned.
 constexpr size_t kHead = 16;
 
 void* Take(size_t size, void* context) {
@@ -71,7 +72,7 @@ int main() {
   try {
     const vx::Library library;
     as_expected = CanMake(100, 100, 8) && CanMake(100, 100, 16) &&
-                  !CanMake(1920, 1080, 32) &&  // 32 MiB from a pool of one
+                  !CanMake(1920, 1080, 32) &&  // 32 MiB from a pool of 1 MiB
                   CanMake(100, 100, 32);
   } catch (const vx::Error& error) {
     std::printf("%s\n", error.what());

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The shortest way to a composite: VX with its embedded host. Two images are made and filled, and
-// one is screened over the other at half opacity.
+// A short program that composites with the embedded host: two images are filled, and one is drawn
+// over the other in mode screen at half opacity.
 
 #include <VX/VX.hpp>
 #include <cstdio>

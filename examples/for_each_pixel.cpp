@@ -1,15 +1,16 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// A function of your own over every pixel: a vignette, which darkens a picture towards its corners.
-// It works at any depth, shows its progress and can be stopped.
+// Applies a function to every pixel: a vignette, which makes a picture darker towards its corners.
+// It works at any depth, reports its progress and can be stopped.
 
 #include <VX/VX.hpp>
 #include <cstdio>
 
 namespace {
 
-// The light is 1 in the middle and 1/4 in the corners, by the square of the distance between.
+// The factor is 1 in the middle and 1/4 in the corners; it decreases with the square of the
+// distance.
 void Vignette(vx::AnyView picture, vx::Progress progress) {
   const float middle_x = static_cast<float>(picture.width() - 1) / 2;
   const float middle_y = static_cast<float>(picture.height() - 1) / 2;
@@ -33,7 +34,7 @@ int main() try {
   vx::Image picture(321, 181, 8);
   vx::fill(picture, vx::Pixel8{255, 240, 160, 80});
 
-  // A program with a window would draw its bar here, and return false to stop.
+  // A program with a window would draw a progress bar here, and return false to stop.
   int percent = 0;
   Vignette(picture, [&](int step, int total) { percent = 100 * step / total; });
 

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Any bytes as a colour profile: the engine refuses them with a status that blames the file, or
-// everything that can be asked of the profile works.
+// Reads random bytes as a colour profile. Either the engine refuses them with a status for invalid
+// files, or all operations on the profile must succeed.
 
 #include <cmath>
 #include <cstdio>
@@ -20,7 +20,7 @@ void Demand(bool condition, const char* what) {
   std::abort();
 }
 
-// Nothing may be allocated by the claim of a file.
+// Sizes that a file declares must not decide how much memory is allocated.
 constinit size_t largest_block = 0;
 
 void* Allocate(size_t size, void*) {

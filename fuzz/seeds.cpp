@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// vx_fuzz_seeds FOLDER: writes the profiles that vx_fuzz_profile starts from: the built-in ones,
-// their linear counterparts, and each power with a table of two entries in its place.
+// vx_fuzz_seeds FOLDER: writes the first inputs of vx_fuzz_profile: the built-in profiles, their
+// linear forms, and variants in which each power curve is replaced by a table of two entries.
 
 #include <algorithm>
 #include <cstdio>
@@ -20,7 +20,7 @@ bool Write(const std::string& path, const std::vector<uint8_t>& bytes) {
   return !file.flush().fail();
 }
 
-// A formula with one parameter takes as many bytes as a table of two entries.
+// A power curve has as many bytes as a table of two entries, so it can be replaced in place.
 void ReplacePowers(std::vector<uint8_t>* bytes) {
   constexpr uint8_t kPower[] = {'p', 'a', 'r', 'a', 0, 0, 0, 0, 0, 0, 0, 0};
   constexpr uint8_t kTable[] = {'c', 'u', 'r', 'v', 0, 0, 0, 0, 0, 0, 0, 2, 2, 0, 0xF0, 0};

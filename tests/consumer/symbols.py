@@ -1,9 +1,9 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""symbols.py LIBRARY HEADERS: what libVX exports is what its headers promise.
+"""symbols.py LIBRARY HEADERS: compares the exported symbols of libVX with its headers.
 
-Every dynamic symbol must be of the kinds below, and every name that a header marks VX_API must be among
-them.
+Every dynamic symbol must match ALLOWED, and every name that a header marks with VX_API must be
+exported.
 """
 
 import pathlib
@@ -16,14 +16,14 @@ ALLOWED = re.compile(
         |VX_\w+ | VXp_G_\w+                                     # functions, classes and data
         |VXp_(GaussianValue|WorldDepth|GetPixelFormat|PixelFormatToDepth|SetWorldDepth)\(
         |(vtable|typeinfo|typeinfo\ name)\ for\ VX_\w+          # of exported classes
-        |int\ (VX_GetInnerBlendingFunc|VX_BlendPipeline)<       # templates carry their result
+        |int\ (VX_GetInnerBlendingFunc|VX_BlendPipeline)<       # symbols of templates begin with the result type
         |void\ VX_BlendSingleChannel<
         |int\ (VX_Deinterleave1|VX_Interleave1to4|VX_AreaSample_CPlusPlus)<
     )""", re.VERBOSE)
 # "VX_API int32_t VX_Name(", "extern VX_API const uint8_t* VX_name;", "class VX_API VX_Name".
 PROMISED = re.compile(
     r"(?:class|struct) VX_API (\w+)(?= *[:{])|VX_API [^;(){}]*?(\w+) ?(?:\(|\[|;)")
-# Plain records have no symbol of their own.
+# Plain records have no symbols.
 RECORDS = {"VX_Pixel8", "VX_Pixel16", "VX_PixelFloat", "VX_PixelDouble", "VX_PixelContainer"}
 
 
@@ -36,7 +36,7 @@ def main(library, headers):
     text = "".join(path.read_text() for path in sorted(pathlib.Path(headers).glob("*.h")))
     text = re.sub(r"//.*|^#.*", "", text, flags=re.M)
     promised = {a or b for a, b in PROMISED.findall(text)} - RECORDS
-    # As a function or datum, as a template's instance, or as the class of a member.
+    # A name is exported as function, as data, as instance of a template, or as class of a member.
     exported = " " + "\n ".join(re.sub(r"<.*?>", "", name) for name in names)
     missing = [n for n in sorted(promised) if not re.search(rf"[ :]{n}(\W|$)", exported, re.M)]
 

@@ -1,8 +1,8 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
 
-# with_pkg_config.sh COMPILER SOURCE PROGRAM [FLAGS]: what a Makefile would do, with the shared libraries, and
-# with the static ones in a copy of the installed tree that has no others.
+# with_pkg_config.sh COMPILER SOURCE PROGRAM [FLAGS]: compiles and runs a program, as a Makefile would: with the
+# shared libraries, and with the static ones in a copy of the installed tree that contains no others.
 compiler=$1 source=$2 program=$3
 shift 3
 # shellcheck disable=SC2046

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Whether contestants of a row that claim the same thing deliver it: a loop that is fast because it
-// is wrong would be no yardstick.
+// Compares the results of the contestants of a row: the speed of a wrong result is worthless.
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +11,7 @@
 #include "Content.h"
 #include "Pixman.h"
 
-// 0..1.
+// Channels as 0..1, straight.
 template <class Pixel>
 VX_PixelFloat PlainUnit(const Pixel& p) {
   const float scale = 1.0f / static_cast<float>(kFullScaleOf<Pixel>);
@@ -20,7 +19,8 @@ VX_PixelFloat PlainUnit(const Pixel& p) {
           static_cast<float>(p.green) * scale, static_cast<float>(p.blue) * scale};
 }
 
-// Premultiplied, 0..1: where alpha is small, straight colours of two right answers lie far apart.
+// Channels as 0..1, premultiplied. Results are compared in this form, because where alpha is small,
+// correct straight colours can differ much by rounding.
 template <class Pixel>
 VX_PixelFloat PremultipliedUnit(const Pixel& p) {
   const float scale = 1.0f / static_cast<float>(kFullScaleOf<Pixel>);
@@ -45,20 +45,22 @@ inline float Distance(const VX_PixelFloat& a, const VX_PixelFloat& b) {
                   std::max(std::fabs(a.green - b.green), std::fabs(a.blue - b.blue)));
 }
 
-// A pixel that the source leaves alone. Row loops matte and unmatte it all the same in some modes
-// and so may round it, which others do not.
+// True for a pixel that the source does not change. Such pixels are not compared: in some modes the
+// library's row loops multiply and divide them by alpha, which rounds them, and other loops skip
+// them.
 template <class Pixel>
-bool LeftAlone(const Scene<Pixel>& scene, bool masked, size_t i) {
+bool IsUntouched(const Scene<Pixel>& scene, bool masked, size_t i) {
   return scene.src.pixels[i].alpha == 0 || (masked && scene.mask.pixels[i].alpha == 0);
 }
 
-// 0 when equal bit for bit, else the greatest distance of premultiplied channels.
+// 0 if all pixels are equal bit for bit, otherwise the largest difference of premultiplied
+// channels.
 template <class Pixel>
 float GreatestDistance(const Scene<Pixel>& scene, bool masked, const std::vector<Pixel>& a,
                        const std::vector<Pixel>& b) {
   float greatest = 0.0f;
   for (size_t i = 0; i < a.size(); ++i) {
-    if (std::memcmp(&a[i], &b[i], sizeof(Pixel)) == 0 || LeftAlone(scene, masked, i)) continue;
+    if (std::memcmp(&a[i], &b[i], sizeof(Pixel)) == 0 || IsUntouched(scene, masked, i)) continue;
     const float distance = Distance(PremultipliedUnit(a[i]), PremultipliedUnit(b[i]));
     greatest = std::max({greatest, distance, 1e-9f});
   }

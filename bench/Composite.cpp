@@ -21,15 +21,12 @@ struct Size {
 };
 constexpr Size kSizes[] = {{1920, 1080}, {3840, 2160}};
 
-constexpr ModeName kCompositeModes[] = {
-    {VX_Xfer_InFront, "in-front"},      {VX_Xfer_Multiply, "multiply"},
-    {VX_Xfer_Screen, "screen"},         {VX_Xfer_SoftLight, "soft-light"},
-    {VX_Xfer_Luminosity, "luminosity"}, {VX_Xfer_Dissolve, "dissolve"},
-};
+constexpr int32_t kCompositeModes[] = {VX_Xfer_InFront,   VX_Xfer_Multiply,   VX_Xfer_Screen,
+                                       VX_Xfer_SoftLight, VX_Xfer_Luminosity, VX_Xfer_Dissolve};
 
-// What the closing lines say.
+// The results that are printed at the end.
 struct Closing {
-  std::vector<double> in_front8;  // ratios to the naive loop, partly transparent, 8 bits
+  std::vector<double> in_front8;  // ratios to the naive loop: 8 bits, in-front, kPartly, no mask
   std::vector<std::string> below_table;
   int rows = 0;
   int same_bits = 0;
@@ -44,7 +41,7 @@ struct Row {
   int32_t mode;
   bool masked;
   Scene<Pixel>* scene;
-  PixmanScene* pixman;  // null when it has no such operator or format
+  PixmanScene* pixman;  // null if pixman does not have the mode or the depth
 
   NaiveJob<Pixel> Job() const {
     return {scene->src.pixels.data(), masked ? scene->mask.pixels.data() : nullptr,
@@ -53,12 +50,13 @@ struct Row {
   }
 };
 
-// Pixman's soft light and luminosity have other formulas and are there for their speed only.
-bool PixmanMeansTheSame(int32_t mode) {
+// Pixman's formulas of soft light and luminosity are different; they are measured, but not
+// compared.
+bool PixmanHasSameFormula(int32_t mode) {
   return mode == VX_Xfer_InFront || mode == VX_Xfer_Multiply || mode == VX_Xfer_Screen;
 }
 
-// Two ways to round a multiplied byte add up to this.
+// The largest difference that is caused by the two roundings of a premultiplied byte.
 constexpr float kNear = 4.0f / 255.0f;
 
 template <class Pixel>
@@ -77,7 +75,7 @@ void CheckAgreement(const Row<Pixel>& row, Closing* closing) {
     std::printf("%s: the naive loop differs by %.6f\n", row.name.c_str(), double{distance});
     closing->agree = false;
   }
-  if (row.pixman == nullptr || !PixmanMeansTheSame(row.mode)) return;
+  if (row.pixman == nullptr || !PixmanHasSameFormula(row.mode)) return;
   row.pixman->ResetDestination();
   row.pixman->Composite(row.mode, row.masked);
   const float to_pixman = GreatestDistance(*row.pixman, scene.dst.pixels);
@@ -88,7 +86,7 @@ void CheckAgreement(const Row<Pixel>& row, Closing* closing) {
   }
 }
 
-// The library comes first; pixman last, if at all.
+// The library is first; pixman, if it takes part, is last.
 template <class Pixel>
 std::vector<Contestant> ContestantsOf(const Row<Pixel>& row) {
   Scene<Pixel>& scene = *row.scene;
@@ -129,7 +127,7 @@ void RunRow(const Row<Pixel>& row, const Options& options, Closing* closing) {
     std::printf(" %8s", "-");
   }
   if (row.mode == VX_Xfer_Dissolve) {
-    std::printf(" %8s\n", "-");  // its entry of the table does nothing
+    std::printf(" %8s\n", "-");  // the table's entry of dissolve does nothing
   } else {
     std::printf(" %8.2f%s\n", to_table, to_table < 1.0 ? " <" : "");
     if (to_table < 1.0) closing->below_table.push_back(row.name);
@@ -144,20 +142,21 @@ void RunRow(const Row<Pixel>& row, const Options& options, Closing* closing) {
 
 template <class Pixel>
 void RunScene(const Size& size, Content content, const Options& options, Closing* closing) {
-  std::unique_ptr<Scene<Pixel>> scene;  // made when a row wants it: frames are large
+  std::unique_ptr<Scene<Pixel>>
+      scene;  // created for the first row that is selected, because frames are large
   std::unique_ptr<PixmanScene> pixman;
-  for (const ModeName& mode : kCompositeModes) {
+  for (const int32_t mode : kCompositeModes) {
     for (const bool masked : {false, true}) {
       const std::string name = std::to_string(size.width) + "x" + std::to_string(size.height) +
-                               "/" + std::to_string(kDepthOf<Pixel>) + "/" + mode.name + "/" +
+                               "/" + std::to_string(kDepthOf<Pixel>) + "/" + ModeName(mode) + "/" +
                                ContentName(content) + (masked ? "/mask" : "/plain");
       if (!options.Takes(name)) continue;
       if (!scene) {
         scene = std::make_unique<Scene<Pixel>>(content, size.width, size.height);
         pixman = PixmanScene::Make(*scene);
       }
-      PixmanScene* const peer = PixmanScene::Knows(mode.mode) ? pixman.get() : nullptr;
-      RunRow(Row<Pixel>{name, mode.mode, masked, scene.get(), peer}, options, closing);
+      PixmanScene* const peer = PixmanScene::Supports(mode) ? pixman.get() : nullptr;
+      RunRow(Row<Pixel>{name, mode, masked, scene.get(), peer}, options, closing);
     }
   }
 }

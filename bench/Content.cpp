@@ -9,7 +9,7 @@
 
 namespace {
 
-// A wave along each axis, with some grain as a camera would give; 0..1.
+// The product of a wave along each axis, with noise like that of a camera; 0..1.
 class Waves {
  public:
   Waves(int32_t width, int32_t height, double period, double phase, uint32_t grain_seed)
@@ -38,7 +38,7 @@ class Waves {
   uint32_t state_;
 };
 
-// 1 within half of each tile's circle, 0 beyond, a soft edge of twelve pixels.
+// Discs: 1 inside, 0 outside, with a soft edge of twelve pixels.
 double Discs(int32_t x, int32_t y) {
   constexpr int32_t kTile = 160;
   constexpr double kRadius = 64.0;
@@ -53,10 +53,11 @@ double Ellipse(int32_t x, int32_t y, int32_t width, int32_t height) {
   return std::clamp((0.9 - std::sqrt(dx * dx + dy * dy)) * 12.0, 0.0, 1.0);
 }
 
-// 1/16 .. 15/16: neither end, nor does the product of two of them round to one.
-double Between(double v) { return 0.0625 + 0.875 * v; }
+// Maps 0..1 to 1/16 .. 15/16. Neither such a value nor the product of two of them is rounded to 0
+// or 1.
+double InnerRange(double v) { return 0.0625 + 0.875 * v; }
 
-// `alpha(x, y)` of 0..1.
+// Fills a frame with waves; `alpha(x, y)` returns the alpha 0..1.
 template <class Pixel, class Alpha>
 void Paint(Frame<Pixel>* frame, double period, double phase, uint32_t seed, Alpha&& alpha) {
   Waves red(frame->width, frame->height, period, phase, seed);
@@ -83,7 +84,7 @@ Scene<Pixel>::Scene(Content content, int32_t width, int32_t height)
   if (content == Content::kPartly) {
     const auto smooth = [=](double period, uint32_t seed) {
       return [wave = Waves(width, height, period, 0.3, seed)](int32_t x, int32_t y) mutable {
-        return Between(wave.At(x, y));
+        return InnerRange(wave.At(x, y));
       };
     };
     Paint(&src, 97.0, 0.0, 1, smooth(211.0, 11));
@@ -116,7 +117,7 @@ Frame<Pixel> MakePicture(Picture picture, int32_t width, int32_t height) {
     Paint(&frame, 97.0, 0.0, 1, [](int32_t, int32_t) { return 1.0; });
   } else {
     Waves alpha(width, height, 211.0, 0.3, 11);
-    Paint(&frame, 97.0, 0.0, 1, [&](int32_t x, int32_t y) { return Between(alpha.At(x, y)); });
+    Paint(&frame, 97.0, 0.0, 1, [&](int32_t x, int32_t y) { return InnerRange(alpha.At(x, y)); });
   }
   return frame;
 }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The pictures that contestants work on, and small facts of the three depths.
+// The pictures that contestants process, and helpers for the three depths.
 
 #include <algorithm>
 #include <cmath>
@@ -13,11 +13,11 @@
 
 #include "VX/cpp/View.hpp"
 
-// Partly: source, destination and mask are partly transparent everywhere, so that nothing can be
-//   skipped or copied whole.
-// Sprite: soft-edged discs with nothing between them over an opaque background, under a mask that
-// is
-//   full inside and empty outside.
+// kPartly: source, destination and mask have alpha between 0 and full scale everywhere, so that no
+// pixel can be skipped or copied.
+//
+// kSprite: discs with soft edges and nothing between them, over an opaque background. The mask is
+// full inside an ellipse and 0 outside.
 enum class Content { kPartly, kSprite };
 const char* ContentName(Content content);
 
@@ -27,7 +27,7 @@ inline constexpr int kDepthOf = vx::PixelTraits<Pixel>::depth;
 template <class Pixel>
 inline constexpr VX_ChannelOf<Pixel> kFullScaleOf = vx::PixelTraits<Pixel>::full_scale;
 
-// Pixels without gaps between the rows.
+// Pixels without padding between rows.
 template <class Pixel>
 struct Frame {
   int32_t width;
@@ -41,7 +41,7 @@ struct Frame {
 
   size_t Bytes() const { return pixels.size() * sizeof(Pixel); }
 
-  // Describes this memory; good while the frame lives.
+  // Describes the pixels; valid as long as the frame exists.
   VX_LayerDef Layer() {
     VX_LayerDef layer{};
     layer.data = pixels.data();
@@ -53,31 +53,31 @@ struct Frame {
   }
 };
 
-// Everything that a composite works on.
+// The pictures of a composite.
 template <class Pixel>
 struct Scene {
   Frame<Pixel> src, mask, background;
-  Frame<Pixel> dst;  // where contestants write
+  Frame<Pixel> dst;  // contestants write here
 
   Scene(Content content, int32_t width, int32_t height);
   void ResetDestination();
 };
 
-// One picture. Flat: one opaque colour. Opaque: colours vary, alpha is full. Varied: alpha varies
-// as well, and is nowhere 0 or full.
+// kFlat: one opaque colour. kOpaque: colours vary, alpha is full scale. kVaried: alpha varies too,
+// but is nowhere 0 or full scale.
 enum class Picture { kFlat, kOpaque, kVaried };
 inline constexpr Picture kPictures[] = {Picture::kFlat, Picture::kOpaque, Picture::kVaried};
 template <class Pixel>
 Frame<Pixel> MakePicture(Picture picture, int32_t width, int32_t height);
 
-// A number of 0..1 at the scale of the depth, to the nearest.
+// Converts 0..1 to the scale of the depth, rounded to nearest.
 template <class Pixel>
 VX_ChannelOf<Pixel> ToChannel(double v) {
   if constexpr (kDepthOf<Pixel> == 32) return static_cast<float>(v);
   return static_cast<VX_ChannelOf<Pixel>>(v * kFullScaleOf<Pixel> + 0.5);
 }
 
-// The greatest difference of two channels, in their own units.
+// The largest difference between two channels, in units of the depth.
 template <class Pixel>
 double GreatestStep(const std::vector<Pixel>& a, const std::vector<Pixel>& b) {
   double greatest = 0.0;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Fills, copies of equal size, and conversions: work that ought to run at the speed of memory.
+// Fills, copies of equal size, and conversions. Memory bandwidth should limit their speed.
 
 #include <cstdio>
 #include <cstring>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr NaiveSize kSizes[] = {{1920, 1080}, {3840, 2160}};
 
-// Shares of memset's and memcpy's rate that these calls are meant to reach.
+// The speed that these calls should reach, as a fraction of memset's and of memcpy's.
 constexpr double kFillShare = 0.9;
 constexpr double kConvertShare = 0.5;
 
@@ -52,7 +52,8 @@ class Copies {
     return std::to_string(size_.width) + "x" + std::to_string(size_.height) + "/" + work;
   }
 
-  // `first` of the rivals is the memory's own speed.
+  // The first rival is memset or memcpy. Records the row as slow if the library reaches less than
+  // `share` of its speed.
   void Row(const std::string& name, double share, const std::function<void()>& run,
            const std::vector<Rival>& rivals) {
     const double mpixels = 1e-6 * size_.width * size_.height;
@@ -60,7 +61,8 @@ class Copies {
     if (outcome.ratios[0] < share) slow.push_back(name);
   }
 
-  // The results of two runs into the same frame; `most` is the greatest difference of a channel.
+  // Compares the results of two runs into the same frame. `most` is the largest permitted
+  // difference of a channel.
   template <class Pixel>
   void Compare(const std::string& name, const char* rival, Frame<Pixel>& dst,
                const std::function<void()>& own, const std::function<void()>& other, double most) {
@@ -94,7 +96,7 @@ class Copies {
     Row(name, kFillShare, own, {{set}, {naive}, RivalOf(OpenCv(), opencv), {}});
   }
 
-  // A picture of one depth, copied and converted.
+  // Measures copies and conversions of pictures of one depth.
   template <class Source>
   void From() {
     if (!Wanted<Source>()) return;
@@ -134,7 +136,8 @@ class Copies {
     Row(name, kFillShare, own, {{move}, {}, RivalOf(OpenCv(), opencv), {}});
   }
 
-  // All but eight pixels on each side, moved, so that every row is a run of its own.
+  // Copies all but eight pixels on each side to another position, so that rows are copied one by
+  // one.
   template <class Pixel>
   void CopyRect(Frame<Pixel>& src) {
     const std::string name = Name("copy-rect/" + std::to_string(kDepthOf<Pixel>));

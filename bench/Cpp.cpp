@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kCalls = 100;  // a call on the smallest picture is too short to be timed alone
+constexpr int kCalls = 100;  // one call on the smallest picture is too short to be measured
 
 bool RunSize(int32_t side, int rounds) {
   vx::Image modern(side, side, 8), classic(side, side, 8), layer(side, side, 8);

@@ -1,8 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Blurs and convolutions on whole frames, and what a blur's single pass costs by radius and by
-// direction.
+// Blurs and convolutions of whole frames, and the time of a single pass by radius and direction.
 
 #include <cstdio>
 #include <stdexcept>
@@ -21,7 +20,7 @@ namespace {
 
 constexpr NaiveSize kSizes[] = {{1920, 1080}, {3840, 2160}};
 
-// What a box pass of radius 500 may take of one of radius 2, and columns of rows.
+// Largest permitted ratios of times: a box of radius 500 to one of radius 2, and columns to rows.
 constexpr double kRadiusBound = 1.15;
 constexpr double kColumnsBound = 1.5;
 
@@ -29,8 +28,8 @@ void Expect(VX_Err error) {
   if (error != VX_Ok) throw std::runtime_error("a filter gave " + std::to_string(error));
 }
 
-// The greatest difference in shares of white, `border` pixels inside the frame. The library's
-// result is multiplied by alpha before it is compared when it is straight and the other is not.
+// The largest difference, as a fraction of white, of pixels at least `border` from the edge. The
+// library's result is premultiplied first if it is straight and the other is not.
 template <class Pixel>
 double ShareInside(const Frame<Pixel>& other, const std::vector<Pixel>& ours, int32_t border,
                    bool multiply) {
@@ -56,7 +55,7 @@ class Filters {
         premultiplied_(PremultipliedPicture(straight_)),
         dst_(size.width, size.height),
         from_(straight_.Layer()),
-        matted_(premultiplied_.Layer()),
+        premultiplied_layer_(premultiplied_.Layer()),
         to_(dst_.Layer()) {}
 
   bool RunWhole() {
@@ -68,10 +67,10 @@ class Filters {
     return agree_;
   }
 
-  void RunPasses(std::vector<std::string>* dear) {
+  void RunPasses(std::vector<std::string>* slow) {
     for (const bool straight : {false, true}) {
-      Passes(straight ? "straight " : "premultiplied ", straight ? from_ : matted_, !straight,
-             dear);
+      Passes(straight ? "straight " : "premultiplied ", straight ? from_ : premultiplied_layer_,
+             !straight, slow);
     }
   }
 
@@ -94,27 +93,27 @@ class Filters {
                      options_.rounds);
   }
 
-  // One step of the depth for the rounding of each of `roundings`.
+  // The largest difference that is caused by a number of roundings.
   static constexpr double Steps(int roundings) {
     return kDepthOf<Pixel> == 32 ? 1e-5 : 1.001 * roundings / kFullScaleOf<Pixel>;
   }
 
-  // The peers' bells are of another shape, and libvips repeats the border: a check that all of them
-  // blur as far.
+  // The other libraries use a different Gaussian, and libvips repeats the border. The comparison
+  // only checks that their blur has the same width.
   void Gaussian(int32_t radius) {
     const std::string name = name_ + "gaussian " + std::to_string(radius);
     if (!options_.Takes(name)) return;
     const auto r = static_cast<float>(radius);
     const VX_BlurSpec spec{VX_BlurKind_Gaussian, r, r, 1, VX_Blur_AllChannels};
     const auto own = [&] { Expect(VX_BlurWorld(nullptr, &from_, &spec, &to_)); };
-    const auto opencv = [&] { OpenCv()->gaussian(matted_, to_, radius); };
-    const auto vips = [&] { Vips()->gaussian(matted_, to_, radius); };
-    if (OpenCv() != nullptr) Compare(name, "OpenCV", own, opencv, radius, true, kBellShare);
-    if (Vips() != nullptr) Compare(name, "libvips", own, vips, radius, true, kBellShare);
+    const auto opencv = [&] { OpenCv()->gaussian(premultiplied_layer_, to_, radius); };
+    const auto vips = [&] { Vips()->gaussian(premultiplied_layer_, to_, radius); };
+    if (OpenCv() != nullptr) Compare(name, "OpenCV", own, opencv, radius, true, kGaussianShare);
+    if (Vips() != nullptr) Compare(name, "libvips", own, vips, radius, true, kGaussianShare);
     Row(name, own, {{}, RivalOf(OpenCv(), opencv), RivalOf(Vips(), vips)});
   }
 
-  // OpenCV cuts each iteration at the border, the library the last one only.
+  // OpenCV cuts the result of each iteration at the border; the library only that of the last.
   void Box(int32_t radius, int32_t iterations) {
     const std::string name =
         name_ + "box " + std::to_string(radius) + " x" + std::to_string(iterations);
@@ -122,7 +121,7 @@ class Filters {
     const auto r = static_cast<float>(radius);
     const VX_BlurSpec spec{VX_BlurKind_Box, r, r, iterations, VX_Blur_AllChannels};
     const auto own = [&] { Expect(VX_BlurWorld(nullptr, &from_, &spec, &to_)); };
-    const auto opencv = [&] { OpenCv()->box(matted_, to_, radius, iterations); };
+    const auto opencv = [&] { OpenCv()->box(premultiplied_layer_, to_, radius, iterations); };
     const int32_t border = iterations == 1 ? 0 : radius * iterations;
     if (OpenCv() != nullptr) {
       Compare(name, "OpenCV", own, opencv, border, true, Steps(2 + 2 * iterations));
@@ -130,7 +129,7 @@ class Filters {
     Row(name, own, {{}, RivalOf(OpenCv(), opencv), {}});
   }
 
-  // Weights without symmetry, so that nobody can take the kernel apart.
+  // The weights have no symmetry, so that the kernel cannot be separated into rows and columns.
   void Convolution(int32_t size) {
     const std::string name =
         name_ + "convolution " + std::to_string(size) + "x" + std::to_string(size);
@@ -151,9 +150,10 @@ class Filters {
     Row(name, own, {{naive}, RivalOf(OpenCv(), opencv), RivalOf(Vips(), vips)});
   }
 
-  // Passes that keep their form and their direction.
+  // Passes along one axis whose source and destination have the same form (straight or
+  // premultiplied).
   void Passes(const std::string& form, const VX_LayerDef& layer, int32_t premultiplied,
-              std::vector<std::string>* dear) {
+              std::vector<std::string>* slow) {
     VX_LayerDef layers[] = {layer, to_};
     const VX_WorldX<Pixel> src(&layers[0], true);
     VX_WorldX<Pixel> dst(&layers[1], true);
@@ -163,7 +163,7 @@ class Filters {
                      direction, premultiplied, 0, &dst);
       };
     };
-    const auto bell = [&](float radius, int32_t direction) {
+    const auto gaussian = [&](float radius, int32_t direction) {
       return [&src, &dst, premultiplied, radius, direction] {
         VX_GaussianBlur1D(nullptr, &src, radius, VX_Blur_AllChannels, direction, premultiplied,
                           direction, premultiplied, 0, &dst);
@@ -175,7 +175,7 @@ class Filters {
       if (!options_.Takes(whole)) return;
       const Outcome outcome = Row(whole, own, {wide, columns});
       if (outcome.ratios[0] > kRadiusBound || outcome.ratios[1] > kColumnsBound) {
-        dear->push_back(whole);
+        slow->push_back(whole);
       }
     };
     constexpr int32_t kRows = VX_Blur_AlongRows, kColumns = VX_Blur_DownColumns;
@@ -184,22 +184,22 @@ class Filters {
     row("box 500", box(500, kRows), {}, {box(500, kColumns)});
     for (const int radius : {2, 10, 50}) {
       const auto r = static_cast<float>(radius);
-      row("gaussian " + std::to_string(radius), bell(r, kRows), {}, {bell(r, kColumns)});
+      row("gaussian " + std::to_string(radius), gaussian(r, kRows), {}, {gaussian(r, kColumns)});
     }
   }
 
-  static constexpr double kBellShare = 0.015;
-  // libvips approximates integer kernels at 8 bits with small fixed-point weights.
+  static constexpr double kGaussianShare = 0.015;
+  // At 8 bits libvips approximates kernels with small fixed-point weights.
   static constexpr double kVipsShare = Steps(kDepthOf<Pixel> == 8 ? 3 : 1);
 
   const Options& options_;
   std::string name_;
   Frame<Pixel> straight_, premultiplied_, dst_;
-  VX_LayerDef from_, matted_, to_;
+  VX_LayerDef from_, premultiplied_layer_, to_;
   bool agree_ = true;
 };
 
-// Runs `work` on each size and depth.
+// Calls `work` for each size and depth.
 template <class Work>
 void OnEach(const Options& options, Work work) {
   for (const NaiveSize& size : kSizes) {
@@ -231,10 +231,10 @@ bool RunFilters(const Options& options) {
       "  500     with radius 500\n"
       "  columns down the columns\n");
   PrintVersusHead("Mpixel/s", {"500", "columns"});
-  std::vector<std::string> dear;
-  OnEach(options, [&](auto&& filters) { filters.RunPasses(&dear); });
+  std::vector<std::string> slow;
+  OnEach(options, [&](auto&& filters) { filters.RunPasses(&slow); });
   std::printf("\nrows above %.2f (500) or %.2f (columns): %zu\n", kRadiusBound, kColumnsBound,
-              dear.size());
-  for (const std::string& name : dear) std::printf("  %s\n", name.c_str());
+              slow.size());
+  for (const std::string& name : slow) std::printf("  %s\n", name.c_str());
   return agree;
 }

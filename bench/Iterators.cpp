@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// What it costs to have the library walk the pixels.
+// The cost of iteration by the library.
 
 #include <array>
 #include <cstdio>
@@ -20,7 +20,7 @@ namespace {
 constexpr int32_t kWidth = 1920;
 constexpr int32_t kHeight = 1080;
 
-// Light work, so that the walk shows: a negative.
+// The work per pixel: a negative. It is cheap, so that the cost of the iteration is visible.
 template <class Pixel>
 Pixel Negative(const Pixel& p) {
   constexpr auto kFull = kFullScaleOf<Pixel>;
@@ -106,7 +106,8 @@ class Iterators {
            const std::function<void()>& plain) {
     const std::string name = std::to_string(kDepthOf<Pixel>) + "/" + kind;
     if (!options_.Takes(name)) return;
-    // What any walk with a call a pixel takes.
+    // A loop that calls the function through a pointer for each pixel: the minimum for such an
+    // iteration.
     const VX_PixelFunc function = Opaque(&PixelFunction<Pixel>);
     const auto called = [this, function] {
       size_t i = 0;

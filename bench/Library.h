@@ -2,27 +2,18 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The library's two ways to composite a scene: one call for the rectangle, and the exported entry
-// of one pixel called in a loop.
+// Two methods to composite a scene with the library: one call for the whole rectangle, or the
+// exported routine for one pixel, called in a loop.
 
 #include <stdexcept>
+#include <string>
 
 #include "Content.h"
 #include "Rounds.h"
 #include "VX/VX_Blend.h"
+#include "VX/cpp/Mode.hpp"
 
-struct ModeName {
-  int32_t mode;
-  const char* name;
-};
-
-// The modes of the per-pixel tables, in their order.
-inline constexpr ModeName kModeNames[] = {
-#define VX_ROW_MODE(number, constant, name, piece, ...)
-#define VX_MODE(number, constant, name, piece, ...) {number, name},
-#include "VX/VX_TransferModes.def"
-#undef VX_MODE
-};
+inline std::string ModeName(int32_t mode) { return vx::name(vx::Mode{mode}); }
 
 inline constexpr int32_t kDissolveSeed = 4711;
 
@@ -76,7 +67,7 @@ void PixelByPixelFaded(Scene<Pixel>& scene, int32_t mode, VX_ChannelOf<Pixel> op
   for (size_t i = 0; i < count; ++i) blend(src + i, nullptr, opacity, dst + i);
 }
 
-// A mask is the opacity of each pixel.
+// The mask's alpha is the opacity of each pixel.
 template <class Pixel>
 void PixelByPixelMasked(Scene<Pixel>& scene, int32_t mode) {
   const auto blend = Opaque(PixelTables<Pixel>::kOpacity[mode]);

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Blending in linear light against blending as stored, and the making of the tables.
+// Blending in linear light compared with blending of stored values, and the creation of the tables.
 
 #include <cstdio>
 #include <string>
@@ -16,17 +16,16 @@ namespace {
 constexpr int32_t kWidth = 1920;
 constexpr int32_t kHeight = 1080;
 
-constexpr ModeName kLinearModes[] = {
-    {VX_Xfer_InFront, "in-front"}, {VX_Xfer_Screen, "screen"}, {VX_Xfer_Multiply, "multiply"}};
+constexpr int32_t kLinearModes[] = {VX_Xfer_InFront, VX_Xfer_Screen, VX_Xfer_Multiply};
 
 constexpr double kBound8 = 6.0;
 
 struct Tally {
-  double dearest8 = 0.0;
+  double slowest8 = 0.0;
   bool agree = true;
 };
 
-// A row in front is what its entry of the per-pixel table gives.
+// Checks that a rectangle in mode in-front is equal to the per-pixel table's result.
 template <class Pixel>
 void CheckInFront(Scene<Pixel>& scene, const VX_LinearBlendingTables* tables,
                   const std::string& name, Tally* tally) {
@@ -46,22 +45,22 @@ void RunDepth(const Options& options, const VX_LinearBlendingTables* tables, Tal
   for (const Content content : {Content::kPartly, Content::kSprite}) {
     Scene<Pixel> scene(content, kWidth, kHeight);
     const auto reset = [&] { scene.ResetDestination(); };
-    for (const ModeName& mode : kLinearModes) {
+    for (const int32_t mode : kLinearModes) {
       const std::string name =
-          std::to_string(kDepthOf<Pixel>) + "/" + mode.name + "/" + ContentName(content);
+          std::to_string(kDepthOf<Pixel>) + "/" + ModeName(mode) + "/" + ContentName(content);
       if (!options.Takes(name)) continue;
-      if (mode.mode == VX_Xfer_InFront) CheckInFront(scene, tables, name, tally);
+      if (mode == VX_Xfer_InFront) CheckInFront(scene, tables, name, tally);
       const auto blend = [&](const VX_LinearBlendingTables* used) {
-        TransferScene(scene, mode.mode, 1.0f, false, used);
+        TransferScene(scene, mode, 1.0f, false, used);
       };
       const std::vector<Timing> times = RunRounds(
           {{reset, [&] { blend(nullptr); }}, {reset, [&] { blend(tables); }}}, options.rounds);
-      const double dearer = TimesFaster(times[0], times[1]);
+      const double times_slower = TimesFaster(times[0], times[1]);
       const double mpixels = 1e-6 * static_cast<double>(scene.dst.pixels.size());
       std::printf("%-24s %10.1f %10.1f %8.2f\n", name.c_str(), mpixels / times[0].Median(),
-                  mpixels / times[1].Median(), dearer);
+                  mpixels / times[1].Median(), times_slower);
       std::fflush(stdout);
-      if (kDepthOf<Pixel> == 8) tally->dearest8 = std::max(tally->dearest8, dearer);
+      if (kDepthOf<Pixel> == 8) tally->slowest8 = std::max(tally->slowest8, times_slower);
     }
   }
 }
@@ -83,8 +82,8 @@ void RunMaking(const Options& options) {
 bool RunLinear(const Options& options) {
   std::printf("\nLinear light: Mpixel/s of VX_TransferRect on %dx%d as stored and with the tables "
               "of sRGB,\n"
-              "and how many times dearer these are. Floats go through two powers a channel, and "
-              "one back.\n\n",
+              "and how many times slower the tables are. Float channels need three powers "
+              "each.\n\n",
               int{kWidth}, int{kHeight});
   std::printf("%-24s %10s %10s %8s\n", "row", "stored", "linear", "times");
   const VX_LinearBlendingTables* const tables =
@@ -93,8 +92,8 @@ bool RunLinear(const Options& options) {
   RunDepth<VX_Pixel8>(options, tables, &tally);
   RunDepth<VX_Pixel16>(options, tables, &tally);
   RunDepth<VX_PixelFloat>(options, tables, &tally);
-  if (tally.dearest8 > 0.0) {
-    std::printf("\ndearest at 8 bits: %.2f times (to be at most %.0f)\n\n", tally.dearest8,
+  if (tally.slowest8 > 0.0) {
+    std::printf("\nslowest at 8 bits: %.2f times (at most %.0f is the aim)\n\n", tally.slowest8,
                 kBound8);
   }
   RunMaking(options);

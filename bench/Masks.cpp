@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Feathering of one-channel buffers, whose boxes ought to cost the same at any radius, and masks
-// merged into worlds, which ought to go by at the speed of memory.
+// Feathering of one-channel buffers, and merging of masks into worlds. The time of a box should not
+// depend on its radius, and memory bandwidth should limit the merging.
 
 #include <algorithm>
 #include <cmath>
@@ -24,7 +24,8 @@ constexpr int32_t kWidth = 1920, kHeight = 1080;
 constexpr size_t kCount = size_t{kWidth} * kHeight;
 constexpr double kAmount = 1e-6 * static_cast<double>(kCount);
 
-// What a box of radius 500 may take of one of radius 10, and merged rows reach of memcpy's rate.
+// The largest permitted ratio of the times of radius 500 and radius 10, and the speed that merging
+// should reach as a fraction of memcpy's.
 constexpr double kRadiusBound = 1.15;
 constexpr double kMemoryShare = 0.5;
 
@@ -49,10 +50,10 @@ class Masks {
   void RunFeathers() {
     for (const int32_t radius : {2, 10, 50, 500}) Boxes("box ", VX_Feather_Box, 1, radius);
     for (const int32_t radius : {2, 10, 50, 500}) Boxes("soft ", VX_Feather_Soft, 3, radius);
-    for (const int32_t radius : {2, 10, 50}) Bell(radius);
+    for (const int32_t radius : {2, 10, 50}) Gaussian(radius);
   }
 
-  // The library's alpha against the naive loop's, to the bit.
+  // The library's alpha must be equal to the naive loop's.
   void RunMerges() {
     const std::string name = name_ + "merge";
     if (!options_.Takes(name)) return;
@@ -90,8 +91,8 @@ class Masks {
     };
   }
 
-  // Far inside, where no end of a line is felt. The peer's windows have a whole number of taps and
-  // another bell: a check that both blur as far.
+  // Compares samples far from the border. OpenCV's boxes have whole numbers of samples, and its
+  // Gaussian is different: this only checks that both blur by the same width.
   void Compare(const std::string& name, int32_t radius, const std::function<void()>& own,
                const std::function<void()>& opencv) {
     constexpr double kMost = 0.02 * kFullScaleOf<Pixel>;
@@ -117,7 +118,7 @@ class Masks {
     const std::string name = name_ + what + std::to_string(radius);
     if (!options_.Takes(name)) return;
     const double share = (times == 1 ? 1.4 : 1.0) / 2.71 * radius;
-    const bool plain = share <= 1.0;  // one box of three samples
+    const bool plain = share <= 1.0;  // the library uses one box of three samples
     const int32_t width = plain ? 3 : 2 * static_cast<int32_t>(std::lround(share)) + 1;
     const auto own = Feather(feather, radius);
     const auto opencv = [this, width, passes = plain ? 1 : times] {
@@ -130,7 +131,7 @@ class Masks {
     if (outcome.ratios[1] > kRadiusBound) missed.push_back(name);
   }
 
-  void Bell(int32_t radius) {
+  void Gaussian(int32_t radius) {
     const std::string name = name_ + "gaussian " + std::to_string(radius);
     if (!options_.Takes(name)) return;
     const auto own = Feather(VX_Feather_Gaussian, radius);

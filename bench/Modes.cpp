@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Every mode and depth against its own entry of the per-pixel table.
+// Every mode and depth compared with its entry in the per-pixel table.
 
 #include <cstdio>
 #include <string>
@@ -28,7 +28,7 @@ VX_ChannelOf<Pixel> FadedChannel() {
   return static_cast<VX_ChannelOf<Pixel>>(double{kFaded} * kFullScaleOf<Pixel> + 0.5);
 }
 
-// The library first, then the loop over the table.
+// Measures the library (first) and the loop over the table (second).
 template <class Pixel>
 std::vector<Timing> Measure(Scene<Pixel>& scene, int32_t mode, bool faded, int rounds) {
   const auto reset = [&] { scene.ResetDestination(); };
@@ -47,15 +47,17 @@ template <class Pixel>
 void RunDepth(const Options& options, Tally* tally) {
   Scene<Pixel> partly(Content::kPartly, kWidth, kHeight);
   Scene<Pixel> sprite(Content::kSprite, kWidth, kHeight);
-  for (const ModeName& mode : kModeNames) {
-    const std::string name = std::to_string(kDepthOf<Pixel>) + "/" + mode.name + "/";
+  for (const vx::ModeInfo& info : vx::modes()) {
+    if (!info.per_pixel) continue;
+    const auto mode = static_cast<int32_t>(info.mode);
+    const std::string name = std::to_string(kDepthOf<Pixel>) + "/" + info.name + "/";
     if (!options.Takes(name)) continue;
-    const bool counts = mode.mode != VX_Xfer_Dissolve;
+    const bool counts = mode != VX_Xfer_Dissolve;
     std::printf("%-24s", name.c_str());
     bool below = false;
     for (Scene<Pixel>* const scene : {&partly, &sprite}) {
       for (const bool faded : {false, true}) {
-        const std::vector<Timing> times = Measure(*scene, mode.mode, faded, options.rounds);
+        const std::vector<Timing> times = Measure(*scene, mode, faded, options.rounds);
         const double ratio = TimesFaster(times[0], times[1]);
         const bool slow = counts && ratio < 1.0;
         const double mpixels = 1e-6 * static_cast<double>(scene->dst.pixels.size());

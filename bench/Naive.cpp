@@ -75,7 +75,8 @@ struct Dissolve : NaiveBase<Pixel> {
   }
 };
 
-// A mode that works on a colour brought onto the one that it leaves unchanged, and taken off again.
+// A mode that blends the destination over its neutral colour, applies its formula, and removes the
+// neutral colour again.
 template <class Pixel, template <class> class Mode>
 struct Matted : NaiveBase<Pixel> {
   using Base = NaiveBase<Pixel>;
@@ -135,7 +136,7 @@ float SoftLightUp(float x) {
 }
 float SoftLightDown(float x) { return x * (1.0f - x); }
 
-// Bytes have a table of each curve; deep pixels work the curve out.
+// At 8 bits the curves are tables; at other depths they are computed per pixel.
 struct ByteCurves {
   std::array<uint8_t, 256> up, down;
   ByteCurves() {

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The loops that somebody would write who needs one mode and has no library: one pass over the
-// pixels, the formula in the middle, everything inlined. They follow the library's roundings, so
-// that both sides of a ratio do the same work and their results can be compared.
+// Loops as a programmer writes them who needs only one mode: one pass over the pixels, with the
+// formula inline. They round like the library, so that both do the same work and their results can
+// be compared.
 
 #include <cstdint>
 
@@ -13,20 +13,20 @@
 template <class Pixel>
 struct NaiveJob {
   const Pixel* src;
-  const Pixel* mask;  // null: none
+  const Pixel* mask;  // null if there is none
   Pixel* dst;
   int32_t width;
   int32_t height;
-  uint32_t seed;  // of dissolve
+  uint32_t seed;  // used by dissolve
 };
 
 template <class Pixel>
 using NaiveLoop = void (*)(const NaiveJob<Pixel>&);
 
-// The loop of one of the six modes of the composite section.
+// Returns the loop of one of the six modes of the section "composite".
 template <class Pixel>
 NaiveLoop<Pixel> NaiveLoopOf(int32_t mode, bool masked);
 
-// The same for luminosity, which has a file of its own.
+// Returns the loop of luminosity.
 template <class Pixel>
 NaiveLoop<Pixel> NaiveLuminosity(bool masked);

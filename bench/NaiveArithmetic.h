@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Arithmetic of one channel, as each naive loop would have it inline.
+// Arithmetic of one channel for the naive loops, always inlined.
 
 #include <algorithm>
 #include <cstdint>
@@ -57,7 +57,7 @@ struct Arithmetic<VX_PixelFloat> {
   static Work Luma(Work r, Work g, Work b) { return 0.299f * r + 0.587f * g + 0.114f * b; }
 };
 
-// What a naive loop knows of its depth.
+// Types and constants of a depth.
 template <class Pixel>
 struct NaiveBase {
   using A = Arithmetic<Pixel>;

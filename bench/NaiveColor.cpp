@@ -5,7 +5,7 @@
 
 namespace {
 
-// The source goes behind the destination first; then the destination's colours take its luminance.
+// The source is blended behind the destination. Then the colours get the source's luminance.
 template <class Pixel>
 struct Luminosity : NaiveBase<Pixel> {
   using Base = NaiveBase<Pixel>;

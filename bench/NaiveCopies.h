@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Fills, conversions and scaled copies as somebody writes them who needs just that one. They follow
-// the library's formulas to the bit.
+// Fills, conversions and scaled copies as a programmer writes them who needs only one of them.
+// Their results are equal to the library's.
 
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +20,6 @@ struct NaiveSize {
   int32_t width, height;
 };
 
-// Steps in 16.16 from the first pixel.
+// Positions are stepped in 16.16 from the first pixel.
 template <class Pixel>
 void NaiveScale(const Pixel* src, NaiveSize from, Pixel* dst, NaiveSize to);

@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A convolution as somebody writes it who needs no other: the taps of each pixel summed in a double
-// loop, in the library's order and with its division by the sum of the weights.
+// A convolution as a programmer writes it who needs only this kernel: a double loop over the kernel
+// for each pixel, in the library's order, divided by the sum of the weights.
 
 #include "Content.h"
 
-// One kernel for all channels, `size` by `size`. `dst` takes as many pixels as the picture has.
+// Applies one kernel of `size` x `size` to all channels. `dst` has the size of the picture.
 template <class Pixel>
 void NaiveConvolve(const Frame<Pixel>& src, int32_t size, const int32_t* kernel, Pixel* dst);

@@ -22,7 +22,7 @@ VX_ChannelOf<Pixel> Rounded(float v) {
   return static_cast<VX_ChannelOf<Pixel>>(static_cast<int32_t>(v + 0.5f));
 }
 
-// The four around a position and their shares.
+// The four neighbours of a position and their weights.
 template <class Pixel>
 struct Four {
   Pixel p[4];
@@ -70,7 +70,7 @@ Pixel Premultiplied(const VX_LayerDef& src, VX_Fixed x, VX_Fixed y) {
           Rounded<Pixel>(four.Mix(&Pixel::green)), Rounded<Pixel>(four.Mix(&Pixel::blue))};
 }
 
-// What [from, to) covers of pixel i.
+// The part of pixel i that the interval from..to covers.
 float Covered(VX_Fixed from, VX_Fixed to, int32_t i) {
   return static_cast<float>(std::min(to, (i + 1) << 16) - std::max(from, i << 16)) / 65536.0f;
 }

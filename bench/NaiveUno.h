@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Loops over one channel as somebody writes them from the formulas, in ints, with an `if` where the
-// formula has two cases. Samples are uint8_t, uint16_t and float.
+// Loops over one channel as a programmer writes them from the formulas: in int, with an `if` if the
+// formula has two cases. Samples are uint8_t, uint16_t or float.
 
 #include <cstddef>
 
@@ -15,6 +15,6 @@ template <class Sample>
 void NaiveUnoInvert(Sample* dst, size_t count);
 template <class Sample>
 void NaiveUnoTransfer(const Sample* src, const Sample* mask, Sample* dst, size_t count);
-// The first channel of each pixel, which has four.
+// Multiplies the first of the four channels of each pixel by the mask.
 template <class Sample>
 void NaiveUnoMerge(const Sample* mask, Sample* pixels, size_t count);

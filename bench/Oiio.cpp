@@ -14,7 +14,7 @@
 
 namespace {
 
-// A picture over the world's memory.
+// An image that uses the memory of the world.
 OIIO::ImageBuf Wrap(const VX_LayerDef& world) {
   const auto type = vx::visit_depth(VXp_WorldDepth(&world), []<class Pixel>() -> OIIO::TypeDesc {
     return OIIO::BaseTypeFromC<VX_ChannelOf<Pixel>>::value;
@@ -22,14 +22,14 @@ OIIO::ImageBuf Wrap(const VX_LayerDef& world) {
   return OIIO::ImageBuf(OIIO::ImageSpec(world.width, world.height, 4, type), world.data);
 }
 
-// It takes the way there, and middles of pixels at halves.
+// The matrix for OpenImageIO: from source to destination, with pixel centres at .5.
 struct Corners {
-  explicit Corners(const M_Matrix3& back) {
-    const M_Matrix3 there = Inverse(back);
+  explicit Corners(const M_Matrix3& to_src) {
+    const M_Matrix3 to_dst = Inverse(to_src);
     const M_Matrix3 before{{1, 0, 0, 0, 1, 0, -0.5, -0.5, 1}},
         after{{1, 0, 0, 0, 1, 0, 0.5, 0.5, 1}};
     M_Matrix3 all{};
-    M_ConcatMatrix(before, there, &all);
+    M_ConcatMatrix(before, to_dst, &all);
     M_ConcatMatrix(all, after, &all);
     for (int i = 0; i < 9; ++i) m[i / 3][i % 3] = static_cast<float>(all.m[i]);
   }
@@ -37,8 +37,8 @@ struct Corners {
 };
 
 void Filtered(const char* filter, float width, const VX_LayerDef& src, const VX_LayerDef& dst,
-              const M_Matrix3& back) {
-  const Corners corners(back);
+              const M_Matrix3& to_src) {
+  const Corners corners(to_src);
   OIIO::ImageBuf to = Wrap(dst);
   if (!OIIO::ImageBufAlgo::warp(to, Wrap(src), corners.m, filter, width, false,
                                 OIIO::ImageBuf::WrapBlack, {}, 1)) {
@@ -49,12 +49,12 @@ void Filtered(const char* filter, float width, const VX_LayerDef& src, const VX_
   }
 }
 
-void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back) {
-  Filtered("triangle", 2.0f, src, dst, back);
+void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& to_src) {
+  Filtered("triangle", 2.0f, src, dst, to_src);
 }
 
-void Box(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back) {
-  Filtered("box", 1.0f, src, dst, back);
+void Box(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& to_src) {
+  Filtered("box", 1.0f, src, dst, to_src);
 }
 
 }  // namespace

@@ -11,16 +11,23 @@
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 
+#include "VX/cpp/View.hpp"
+
 namespace {
 
-// A header over the world's memory.
+int TypeOf(int32_t depth, int channels) {
+  return vx::visit_depth(depth, [channels]<class Pixel>() -> int {
+    return CV_MAKETYPE(cv::DataType<VX_ChannelOf<Pixel>>::depth, channels);
+  });
+}
+
+// An image that uses the memory of the world.
 cv::Mat Wrap(const VX_LayerDef& world) {
-  const int32_t depth = VXp_WorldDepth(&world);
-  const int type = depth == 8 ? CV_8UC4 : depth == 16 ? CV_16UC4 : CV_32FC4;
+  const int type = TypeOf(VXp_WorldDepth(&world), 4);
   return cv::Mat(world.height, world.width, type, world.data, static_cast<size_t>(world.rowbytes));
 }
 
-// A result of another size or type would be memory of its own.
+// OpenCV would allocate a result of another size or type instead of writing to `dst`.
 void ExpectInPlace(const cv::Mat& result, const VX_LayerDef& dst) {
   if (result.data != dst.data) throw std::runtime_error("OpenCV did not write to the destination");
 }
@@ -74,26 +81,28 @@ void Convolve(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size, cons
   ExpectInPlace(to, dst);
 }
 
-// Of column vectors.
-cv::Matx23d Affine(const M_Matrix3& back) {
-  const double(&m)[9] = back.m;
+// The matrix for column vectors.
+cv::Matx23d Affine(const M_Matrix3& to_src) {
+  const double(&m)[9] = to_src.m;
   return {m[0], m[3], m[6], m[1], m[4], m[7]};
 }
 
-void WarpTo(const VX_LayerDef& src, const M_Matrix3& back, cv::Mat* to) {
-  cv::warpAffine(Wrap(src), *to, Affine(back), to->size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP);
+void WarpTo(const VX_LayerDef& src, const M_Matrix3& to_src, cv::Mat* to) {
+  cv::warpAffine(Wrap(src), *to, Affine(to_src), to->size(),
+                 cv::INTER_LINEAR | cv::WARP_INVERSE_MAP);
 }
 
-void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back) {
+void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& to_src) {
   cv::Mat to = Wrap(dst);
-  WarpTo(src, back, &to);
+  WarpTo(src, to_src, &to);
   ExpectInPlace(to, dst);
 }
 
-void Warps(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3* backs, int32_t count) {
+void Warps(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3* inverses,
+           int32_t count) {
   cv::Mat to = Wrap(dst), sum = cv::Mat::zeros(to.size(), CV_32FC4), one(to.size(), to.type());
   for (int32_t i = 0; i < count; ++i) {
-    WarpTo(src, backs[i], &one);
+    WarpTo(src, inverses[i], &one);
     cv::accumulate(one, sum);
   }
   sum.convertTo(to, to.depth(), 1.0 / count);
@@ -101,7 +110,7 @@ void Warps(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3* back
 }
 
 cv::Mat Wrap(const VX_UnoBuffer& buffer) {
-  const int type = buffer.depth == 8 ? CV_8UC1 : buffer.depth == 16 ? CV_16UC1 : CV_32FC1;
+  const int type = TypeOf(buffer.depth, 1);
   return cv::Mat(buffer.height, buffer.width, type, *buffer.data);
 }
 

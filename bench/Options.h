@@ -2,23 +2,23 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the command line asks for.
+// The options of the command line.
 
 #include <string>
 #include <vector>
 
 struct Options {
-  std::vector<std::string> sections;  // names of those to run; empty: all
-  std::string filter;                 // only rows whose name contains this; empty: all
-  int rounds = 9;                     // times that each contestant of a row runs
+  std::vector<std::string> sections;  // names of the sections to run; empty: all
+  std::string filter;                 // run only rows whose name contains this text; empty: all
+  int rounds = 9;                     // number of measurements of each contestant
   bool quick = false;                 // one size, few rounds
-  bool plain = false;                 // the library's vector routines are left out
+  bool plain = false;                 // the library does not use its vector routines
   bool help = false;
 
   bool Takes(const std::string& row) const { return row.find(filter) != std::string::npos; }
 };
 
-// Throws std::invalid_argument with a line for the user.
+// Throws std::invalid_argument with a message for the user.
 Options ParseOptions(int count, const char* const* arguments);
 
 std::string UsageText();

@@ -24,7 +24,7 @@ std::optional<pixman_op_t> OperatorOf(int32_t mode) {
   }
 }
 
-// Words of a pixel as pixman holds it.
+// Number of 32-bit words per pixel.
 template <class Pixel>
 constexpr size_t kWords = sizeof(Pixel) / sizeof(uint32_t);
 
@@ -76,7 +76,7 @@ PixmanScene::~PixmanScene() = default;
 
 template <class Pixel>
 std::unique_ptr<PixmanScene> PixmanScene::Make(const Scene<Pixel>& scene) {
-  if constexpr (!kPixmanKnows<Pixel>) {
+  if constexpr (!kPixmanSupports<Pixel>) {
     return nullptr;
   } else {
     auto images = std::make_unique<Images>();
@@ -95,7 +95,7 @@ std::unique_ptr<PixmanScene> PixmanScene::Make(const Scene<Pixel>& scene) {
   }
 }
 
-bool PixmanScene::Knows(int32_t mode) { return OperatorOf(mode).has_value(); }
+bool PixmanScene::Supports(int32_t mode) { return OperatorOf(mode).has_value(); }
 
 void PixmanScene::ResetDestination() {
   Images& i = *images_;

@@ -2,17 +2,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The same scene for pixman. It works on premultiplied pixels: the picture is multiplied, and put
-// into the order that pixman is fastest with, before anything is timed. It has no division by alpha
-// to do, which is a good part of the work on straight pixels.
+// The same scene for pixman, which uses premultiplied pixels. Before the measurement the pictures
+// are multiplied by alpha and converted to pixman's fastest channel order. Pixman does not divide
+// by alpha, which is a large part of the work on straight pixels.
 
 #include <memory>
 
 #include "Content.h"
 
-// An image of the formats a8r8g8b8 and rgba_float; there is none for 16 bits.
+// Pixman has the formats a8r8g8b8 and rgba_float, and none of 16 bits.
 template <class Pixel>
-inline constexpr bool kPixmanKnows = kDepthOf<Pixel> != 16;
+inline constexpr bool kPixmanSupports = kDepthOf<Pixel> != 16;
 
 class PixmanScene {
  public:
@@ -20,13 +20,13 @@ class PixmanScene {
   static std::unique_ptr<PixmanScene> Make(const Scene<Pixel>& scene);  // null at 16 bits
   ~PixmanScene();
 
-  // Whether pixman has an operator for the mode.
-  static bool Knows(int32_t mode);
+  // True if pixman has an operator for the mode.
+  static bool Supports(int32_t mode);
 
   void ResetDestination();
   void Composite(int32_t mode, bool masked);
 
-  // A pixel of the result, premultiplied, 0..1.
+  // Pixel i of the result, premultiplied, 0..1.
   VX_PixelFloat ResultAt(size_t i) const;
 
  private:

@@ -21,14 +21,14 @@ double ProcessSeconds() {
 
 double TimeOnce(const Contestant& contestant) {
   if (contestant.prepare) contestant.prepare();
-  benchmark::ClobberMemory();  // pixels written before are written before
+  benchmark::ClobberMemory();  // earlier stores must be complete before the measurement
   const double begin = ProcessSeconds();
   contestant.run();
-  benchmark::ClobberMemory();  // and those of the run belong to it
+  benchmark::ClobberMemory();  // and those of the run must be complete before its end
   return ProcessSeconds() - begin;
 }
 
-// Share 0..1 of the sorted values, between neighbours where it falls between.
+// The quantile `share` (0..1), interpolated linearly between the two nearest values.
 double Quantile(std::vector<double> values, double share) {
   std::sort(values.begin(), values.end());
   const double place = share * static_cast<double>(values.size() - 1);

@@ -2,17 +2,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Contestants that run by turns.
+// Measures several contestants in turn, to compare their speeds.
 //
-// The figures that count here are ratios. A machine's speed moves with its heat, its neighbours and
-// the state of its memory, over seconds and by more than some of the differences that are looked
-// for. A benchmark library times one contestant to the end and then the next, or mixes the
-// repetitions of all rows of the whole run, so the two sides of a ratio can be minutes apart. Here
-// all contestants of a row run once a round, a few milliseconds after each other and each time in
-// another order, since each finds the caches as the one before left them; the ratio is taken within
-// the round, and the median over the rounds is shown. Time is that of this process on all
-// processors, so what other programs take meanwhile is not counted, and a library that works on
-// threads of its own gains nothing by them.
+// The speed of a machine changes within seconds, by its temperature and by other programs, and the
+// change can be larger than the difference to be measured. A benchmark library measures one
+// contestant completely before the next, so that minutes may pass between the two.
+//
+// Here each round runs all contestants of a row once, within milliseconds and in random order (a
+// contestant finds the caches as its predecessor left them). The ratio of two contestants is
+// computed per round; the median of all rounds is printed. Times are the processor time of all
+// threads of this process: other programs do not count, and a library does not gain by using
+// several threads.
 
 #include <functional>
 #include <vector>
@@ -23,21 +23,22 @@ struct Contestant {
 };
 
 struct Timing {
-  std::vector<double> seconds;  // by round
+  std::vector<double> seconds;  // one per round
 
   double Median() const;
-  // Half the width of the middle half of the rounds, as a share of the median.
+  // Half of the interquartile range, divided by the median.
   double Spread() const;
 };
 
-// One round before those that count warms everything up. Timings stand in the order of contestants.
+// Runs one round that is not counted, then `rounds` rounds. The results have the order of the
+// contestants.
 std::vector<Timing> RunRounds(const std::vector<Contestant>& contestants, int rounds);
 
-// How many times faster `a` is than `b`: the median of the rounds' ratios.
+// How many times faster `a` is than `b`: the median of the ratios of all rounds.
 double TimesFaster(const Timing& a, const Timing& b);
 
-// A compiler that knows which function a pointer holds could inline it; a caller of the library can
-// not.
+// Hides from the compiler which function a pointer refers to, so that it cannot be inlined: callers
+// of the library cannot inline it either.
 template <class Function>
 Function Opaque(Function function) {
   Function volatile hidden = function;

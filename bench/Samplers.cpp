@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Samplers, called a pixel at a time as the rows of a transform call them.
+// Samplers, called for one pixel at a time, as a transform calls them.
 
 #include <cstdio>
 #include <string>
@@ -17,8 +17,9 @@ namespace {
 constexpr int32_t kSourceWidth = 1920;
 constexpr int32_t kSourceHeight = 1080;
 
-// All four neighbours lie inside everywhere. Scaled: the fractions change from pixel to pixel.
-// Moved: they stay, as a translation's do, which forms with given weights and spans ask for.
+// All four neighbours are inside the source at each position. kScaled: the fractions of the
+// positions differ from pixel to pixel. kMoved: the fractions are constant, as in a translation;
+// the samplers with given weights and for spans require this.
 constexpr SampleGrid kScaled = {19661, 45875, 58982, 58982, 960, 540};
 constexpr SampleGrid kMoved = {19661, 45875, 65536, 65536, 960, 540};
 
@@ -223,13 +224,13 @@ class Samplers {
     agree_ = false;
   }
 
-  // Pictures are made when a row wants them.
+  // Pictures are created for the first row that is selected.
   Sampling<Pixel>& SamplingOf(size_t i) {
     if (!samplings_[i]) samplings_[i] = std::make_unique<Sampling<Pixel>>(kPictures[i]);
     return *samplings_[i];
   }
 
-  // Two roundings of alpha and colour, on the scale of 1.
+  // The permitted difference: two roundings of alpha and colour, on a scale of 1.
   static constexpr float kNear = kDepthOf<Pixel> == 32 ? 1e-5f : 3.0f / kFullScaleOf<Pixel>;
 
   float Disagreement(Sampling<Pixel>& s, const std::function<void()>& own,

@@ -31,16 +31,16 @@ void Expect(Call call, Arguments... arguments) {
   if (error != VX_Ok) throw std::runtime_error("a copy gave " + std::to_string(error));
 }
 
-// Roundings of two ways to mix, at 8 and 16 bits in steps; OpenCV weighs with 11 bits, so its 16
-// bits are as near as that.
+// The permitted difference from another implementation, in units of the depth (of 1 at float).
+// OpenCV's weights have 11 bits, which limits its precision at 16 bits and float.
 template <class Pixel>
 constexpr double Near(bool to_opencv) {
   if (kDepthOf<Pixel> == 32) return to_opencv ? 1e-3 : 1e-5;
   return kDepthOf<Pixel> == 8 || !to_opencv ? 2.0 : 16.0;
 }
 
-// Premultiplied when colours were weighted by alpha, two pixels inside the border, where each
-// library takes something else for what lies beyond.
+// The largest difference of pixels at least two pixels from the edge; the libraries treat pixels
+// outside differently. Colours are premultiplied first if the scaling weighted them by alpha.
 template <class Pixel>
 double StepInside(const Frame<Pixel>& a, const std::vector<Pixel>& b, bool weighted) {
   double greatest = 0.0;

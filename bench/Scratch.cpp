@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// What one call allocates.
+// The memory that one call allocates.
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,7 +14,7 @@
 
 namespace {
 
-// Blocks that are taken while a call is watched.
+// Counts the blocks that are allocated and freed while `on` is set.
 struct Watch {
   bool on = false;
   int blocks = 0;
@@ -27,13 +27,13 @@ struct Watch {
     alive += static_cast<int64_t>(size);
     peak = std::max(peak, alive);
   }
-  void GiveBack(size_t size) {
+  void Release(size_t size) {
     if (on) alive -= static_cast<int64_t>(size);
   }
 };
 Watch g_watch;
 
-// A block knows its size; 16 bytes keep what follows aligned.
+// Stored before each block. Its 16 bytes keep the block aligned.
 struct alignas(16) Head {
   size_t size;
 };
@@ -48,7 +48,7 @@ void* Allocate(size_t size, void*) {
 
 void Release(void* block, void*) {
   Head* const head = static_cast<Head*>(block) - 1;
-  g_watch.GiveBack(head->size);
+  g_watch.Release(head->size);
   std::free(head);
 }
 
@@ -61,7 +61,7 @@ struct Case {
 
   std::string Name(int depth) const {
     constexpr const char* kUses[] = {"no", "alpha", "inverse-alpha", "luma", "inverse-luma"};
-    return std::to_string(depth) + " bits, " + kModeNames[mode].name + ", " + kUses[mask_use + 1] +
+    return std::to_string(depth) + " bits, " + ModeName(mode) + ", " + kUses[mask_use + 1] +
            " mask" + (keeps_alpha ? ", keeping alpha" : "");
   }
 };
@@ -82,7 +82,7 @@ Watch WatchCall(Scene<Pixel>& scene, const Case& what) {
   return g_watch;
 }
 
-// The embedded host keeps a head of its own before each block.
+// The embedded host stores this number of bytes before each block.
 constexpr int64_t kHostHead = 16;
 
 template <class Pixel>
@@ -96,10 +96,11 @@ bool RunDepth() {
   int over = 0;
   int by_rows = 0;
   std::string highest;
-  for (const ModeName& mode : kModeNames) {
+  for (const vx::ModeInfo& info : vx::modes()) {
+    if (!info.per_pixel) continue;
     for (const bool keeps : {false, true}) {
       for (int32_t use = -1; use <= VX_MaskUse_InverseLuma; ++use) {
-        const Case what{mode.mode, keeps, use};
+        const Case what{static_cast<int32_t>(info.mode), keeps, use};
         const Watch short_call = WatchCall(low, what);
         const Watch call = WatchCall(high, what);
         const int64_t bytes = call.peak - call.blocks * kHostHead;
@@ -120,7 +121,8 @@ bool RunDepth() {
 
 }  // namespace
 
-// The library's own C++ allocations count too; those of the benchmark run while nothing is watched.
+// Counts C++ allocations of the library, too. The benchmark itself does not allocate while counting
+// is on.
 void* operator new(size_t size) {
   void* const block = Allocate(size, nullptr);
   if (block == nullptr) throw std::bad_alloc();

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The sections of the benchmark. Each prints its table, and gives false when a contestant's result
-// or a count is wrong. Times are shown and never judged. The library must be born.
+// The sections of the benchmark. Each prints a table and returns false if a contestant has a wrong
+// result. Speeds do not affect the return value. The library must be alive.
 
 #include "Options.h"
 
@@ -47,5 +47,5 @@ inline constexpr Section kSections[] = {
     {"cpp", "vx::composite of the C++20 interface against the classic call", &RunCpp},
 };
 
-// Before the birth: sets the host's sources of memory, so that allocations can be counted later.
+// Counts the allocations of the host. Call before the birth of the library.
 void CountAllocations();

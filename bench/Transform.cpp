@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Pictures drawn through matrices, and the blur of a motion.
+// Pictures drawn through matrices, with and without motion blur.
 
 #include "VX/VX_Transform.h"
 
@@ -28,7 +28,8 @@ namespace {
 constexpr NaiveSize kSizes[] = {{1920, 1080}, {3840, 2160}};
 constexpr Picture kContents[] = {Picture::kOpaque, Picture::kVaried};
 
-// Shares of the speed of OpenCV's warp at 8 bits, and of a transfer of the same pixels.
+// The speed that transforms should reach at 8 bits, as a fraction of that of OpenCV's warp, and of
+// a transfer of the same pixels.
 constexpr double kWarpShare = 1.0 / 3.0;
 constexpr double kTransferShare = 0.9;
 
@@ -44,13 +45,14 @@ M_Matrix3 MatrixOf(const VX_TransformParts& parts) {
   return matrix;
 }
 
-// The source positions that pixels show, one for each sub-sample.
-using Backs = std::vector<M_Matrix3>;
+// Matrices from destination to source, one for each sub-sample.
+using InverseMatrices = std::vector<M_Matrix3>;
 
-// Where `backs` lead into the source, a pixel from its border.
-bool AllInside(const Backs& backs, int32_t x, int32_t y, int32_t width, int32_t height) {
-  for (const M_Matrix3& back : backs) {
-    const double(&m)[9] = back.m;
+// True if all matrices map the pixel into the source, at least one pixel from its border.
+bool AllInside(const InverseMatrices& inverses, int32_t x, int32_t y, int32_t width,
+               int32_t height) {
+  for (const M_Matrix3& to_src : inverses) {
+    const double(&m)[9] = to_src.m;
     const double sx = x * m[0] + y * m[3] + m[6], sy = x * m[1] + y * m[4] + m[7];
     if (sx < 1.0 || sy < 1.0 || sx > width - 2 || sy > height - 2) return false;
   }
@@ -95,7 +97,8 @@ class Transforms {
   std::vector<std::string> slow;
 
  private:
-  // What a row draws to. The library's is opaque, so that it is the same in each round.
+  // The destinations of a row. The library's is opaque, so that its contents do not change the
+  // time.
   struct Targets {
     Targets(int32_t width, int32_t height)
         : own(MakePicture<Pixel>(Picture::kFlat, width, height)),
@@ -108,14 +111,14 @@ class Transforms {
     VX_LayerDef own_layer, other_layer;
   };
 
-  // Sources are made when a row wants them.
+  // Returns whether the row is selected. Creates the sources for the first one.
   bool Takes(const std::string& name) {
     if (!options_.Takes(name)) return false;
     if (straight_.pixels.empty()) {
       straight_ = MakePicture<Pixel>(picture_, size_.width, size_.height);
       premultiplied_ = PremultipliedPicture(straight_);
       from_ = straight_.Layer();
-      matted_ = premultiplied_.Layer();
+      premultiplied_layer_ = premultiplied_.Layer();
     }
     return true;
   }
@@ -132,9 +135,11 @@ class Transforms {
                            nullptr, x, y, dst));
   }
 
-  // Over transparent ground, inside the source, premultiplied.
+  // Compares premultiplied results that are drawn on transparent black, at pixels inside the
+  // source.
   void Compare(const std::string& name, const char* rival, const std::function<void()>& own,
-               const std::function<void()>& other, const Backs& backs, Targets* t, double most) {
+               const std::function<void()>& other, const InverseMatrices& inverses, Targets* t,
+               double most) {
     const std::vector<Pixel> ground = t->own.pixels;
     t->own.pixels.assign(ground.size(), Pixel{});
     t->other.pixels.assign(ground.size(), Pixel{});
@@ -144,7 +149,7 @@ class Transforms {
     size_t i = 0, count = 0;
     for (int32_t y = 0; y < t->own.height; ++y) {
       for (int32_t x = 0; x < t->own.width; ++x, ++i) {
-        if (!AllInside(backs, x, y, from_.width, from_.height)) continue;
+        if (!AllInside(inverses, x, y, from_.width, from_.height)) continue;
         ++count;
         const VX_PixelFloat a = PremultipliedUnit(t->own.pixels[i]);
         greatest = std::max(greatest, double{Distance(a, PlainUnit(t->other.pixels[i]))});
@@ -167,18 +172,18 @@ class Transforms {
     const std::string name = name_ + work;
     if (!Takes(name)) return;
     Targets t(from_.width, from_.height);
-    const M_Matrix3 there = MatrixOf(parts), back = Inverse(there);
+    const M_Matrix3 to_dst = MatrixOf(parts), to_src = Inverse(to_dst);
     const bool whole = parts.translate_x > 1.0;
     const auto x = static_cast<int32_t>(whole ? parts.translate_x : 0.0);
     const auto y = static_cast<int32_t>(whole ? parts.translate_y : 0.0);
-    const auto own = [&] { Draw(&there, 1, true, &t.own_layer); };
+    const auto own = [&] { Draw(&to_dst, 1, true, &t.own_layer); };
     const auto transfer = [&] { Transfer(x, y, &t.own_layer); };
-    const auto opencv = [&] { OpenCv()->warp(matted_, t.other_layer, back); };
-    const auto vips = [&] { Vips()->warp(matted_, t.other_layer, back); };
-    const auto oiio = [&] { Oiio()->warp(matted_, t.other_layer, back); };
-    if (OpenCv() != nullptr) Compare(name, "OpenCV", own, opencv, {back}, &t, kNear);
-    if (Vips() != nullptr) Compare(name, "libvips", own, vips, {back}, &t, kNear);
-    if (Oiio() != nullptr) Compare(name, "OpenImageIO", own, oiio, {back}, &t, kNear);
+    const auto opencv = [&] { OpenCv()->warp(premultiplied_layer_, t.other_layer, to_src); };
+    const auto vips = [&] { Vips()->warp(premultiplied_layer_, t.other_layer, to_src); };
+    const auto oiio = [&] { Oiio()->warp(premultiplied_layer_, t.other_layer, to_src); };
+    if (OpenCv() != nullptr) Compare(name, "OpenCV", own, opencv, {to_src}, &t, kNear);
+    if (Vips() != nullptr) Compare(name, "libvips", own, vips, {to_src}, &t, kNear);
+    if (Oiio() != nullptr) Compare(name, "OpenImageIO", own, oiio, {to_src}, &t, kNear);
     const Outcome outcome =
         Row(name, t, own,
             {RivalOf(OpenCv(), opencv), RivalOf(Vips(), vips), RivalOf(Oiio(), oiio), {transfer}});
@@ -186,67 +191,70 @@ class Transforms {
     if (whole && outcome.ratios[3] < kTransferShare) slow.push_back(name + " (transfer)");
   }
 
-  // Corner on corner, so that a pixel covers whole pixels. The warps take four of the sixteen: what
-  // they give is another picture, and is not compared.
+  // Reduces so that each destination pixel covers whole source pixels. A bilinear warp reads only
+  // four of the sixteen pixels, so its result is different and is not compared.
   void Reduced() {
     const std::string averaged = name_ + "reduced, averages",
                       bilinear = name_ + "reduced, bilinear";
     if (!Takes(averaged) && !Takes(bilinear)) return;
     Targets t(from_.width / kReduction, from_.height / kReduction);
     constexpr double kEdge = 0.5 * (1.0 / kReduction - 1.0), kScale = 1.0 / kReduction;
-    const M_Matrix3 there = MatrixOf(
+    const M_Matrix3 to_dst = MatrixOf(
         {.scale_x = kScale, .scale_y = kScale, .translate_x = kEdge, .translate_y = kEdge});
-    const M_Matrix3 back = Inverse(there);
-    const auto own = [&] { Draw(&there, 1, true, &t.own_layer); };
+    const M_Matrix3 to_src = Inverse(to_dst);
+    const auto own = [&] { Draw(&to_dst, 1, true, &t.own_layer); };
     const auto transfer = [&] { Transfer(0, 0, &t.own_layer); };
     if (options_.Takes(averaged)) {
-      const auto opencv = [&] { OpenCv()->area(matted_, t.other_layer); };
-      const auto vips = [&] { Vips()->shrink(matted_, t.other_layer, kReduction); };
-      const auto oiio = [&] { Oiio()->box(matted_, t.other_layer, back); };
-      if (OpenCv() != nullptr) Compare(averaged, "OpenCV", own, opencv, {back}, &t, kSteps);
-      if (Vips() != nullptr) Compare(averaged, "libvips", own, vips, {back}, &t, kSteps);
-      if (Oiio() != nullptr) Compare(averaged, "OpenImageIO", own, oiio, {back}, &t, kSteps);
+      const auto opencv = [&] { OpenCv()->area(premultiplied_layer_, t.other_layer); };
+      const auto vips = [&] { Vips()->shrink(premultiplied_layer_, t.other_layer, kReduction); };
+      const auto oiio = [&] { Oiio()->box(premultiplied_layer_, t.other_layer, to_src); };
+      if (OpenCv() != nullptr) Compare(averaged, "OpenCV", own, opencv, {to_src}, &t, kSteps);
+      if (Vips() != nullptr) Compare(averaged, "libvips", own, vips, {to_src}, &t, kSteps);
+      if (Oiio() != nullptr) Compare(averaged, "OpenImageIO", own, oiio, {to_src}, &t, kSteps);
       Row(averaged, t, own,
           {RivalOf(OpenCv(), opencv), RivalOf(Vips(), vips), RivalOf(Oiio(), oiio), {transfer}});
     }
     if (options_.Takes(bilinear)) {
-      const auto opencv = [&] { OpenCv()->warp(matted_, t.other_layer, back); };
-      const auto vips = [&] { Vips()->warp(matted_, t.other_layer, back); };
+      const auto opencv = [&] { OpenCv()->warp(premultiplied_layer_, t.other_layer, to_src); };
+      const auto vips = [&] { Vips()->warp(premultiplied_layer_, t.other_layer, to_src); };
       Row(bilinear, t, own, {RivalOf(OpenCv(), opencv), RivalOf(Vips(), vips), {}, {}});
     }
   }
 
-  // Two matrices are the ends of straight ways of the source positions, more are a sample each.
-  static Backs SamplesOf(const std::vector<M_Matrix3>& path) {
-    Backs backs;
+  // Returns the matrices of the sub-samples. If there are two matrices, positions are interpolated
+  // linearly between them; otherwise each matrix except the last is a sub-sample.
+  static InverseMatrices SamplesOf(const std::vector<M_Matrix3>& path) {
+    InverseMatrices inverses;
     if (path.size() > 2) {
-      for (size_t i = 0; i + 1 < path.size(); ++i) backs.push_back(Inverse(path[i]));
-      return backs;
+      for (size_t i = 0; i + 1 < path.size(); ++i) inverses.push_back(Inverse(path[i]));
+      return inverses;
     }
     const M_Matrix3 first = Inverse(path[0]), last = Inverse(path[1]);
     for (int i = 0; i < 16; ++i) {
-      M_Matrix3 back = first;
-      for (int k = 0; k < 9; ++k) back.m[k] += (last.m[k] - first.m[k]) * i / 16.0;
-      backs.push_back(back);
+      M_Matrix3 to_src = first;
+      for (int k = 0; k < 9; ++k) to_src.m[k] += (last.m[k] - first.m[k]) * i / 16.0;
+      inverses.push_back(to_src);
     }
-    return backs;
+    return inverses;
   }
 
   void Motion(const char* work, int32_t matrices, const VX_TransformParts& start,
               const VX_TransformParts& end) {
     std::vector<M_Matrix3> path(static_cast<size_t>(matrices));
     Expect(VX_MatricesBetween(&start, &end, matrices, path.data()));
-    const Backs backs = SamplesOf(path);
-    const auto count = static_cast<int32_t>(backs.size());
+    const InverseMatrices inverses = SamplesOf(path);
+    const auto count = static_cast<int32_t>(inverses.size());
     const std::string name = name_ + work + ", " + std::to_string(matrices) + " matrices";
     if (!Takes(name)) return;
     Targets t(from_.width, from_.height);
     const auto own = [&] { Draw(path.data(), matrices, true, &t.own_layer); };
     const auto singly = [&] {
-      for (const M_Matrix3& back : backs) Draw(&back, 1, false, &t.own_layer);
+      for (const M_Matrix3& to_src : inverses) Draw(&to_src, 1, false, &t.own_layer);
     };
-    const auto opencv = [&] { OpenCv()->warps(matted_, t.other_layer, backs.data(), count); };
-    if (OpenCv() != nullptr) Compare(name, "OpenCV", own, opencv, backs, &t, kNear);
+    const auto opencv = [&] {
+      OpenCv()->warps(premultiplied_layer_, t.other_layer, inverses.data(), count);
+    };
+    if (OpenCv() != nullptr) Compare(name, "OpenCV", own, opencv, inverses, &t, kNear);
     Judge(name, Row(name, t, own, {RivalOf(OpenCv(), opencv), {singly}}));
   }
 
@@ -255,9 +263,10 @@ class Transforms {
     if (kDepthOf<Pixel> == 8 && ratio > 0.0 && ratio < kWarpShare) slow.push_back(name);
   }
 
-  // OpenCV's positions are 32nds of a pixel, and a row's steps of 65536ths add up.
+  // OpenCV rounds positions to 1/32 pixel, and the library's steps of 1/65536 pixel accumulate in a
+  // row.
   static constexpr double kNear = 3.001 / 255;
-  // Premultiplied, averaged, divided, each rounded.
+  // Multiplication by alpha, mean and division are each rounded.
   static constexpr double kSteps = kDepthOf<Pixel> == 32 ? 1e-5 : 3.001 / kFullScaleOf<Pixel>;
 
   const Options& options_;
@@ -265,12 +274,12 @@ class Transforms {
   Picture picture_;
   std::string name_;
   Frame<Pixel> straight_{0, 0}, premultiplied_{0, 0};
-  VX_LayerDef from_{}, matted_{};
+  VX_LayerDef from_{}, premultiplied_layer_{};
   VX_TransformParts turned_;
   bool agree_ = true;
 };
 
-// Runs `work` on each size, depth and content.
+// Calls `work` for each size, depth and content.
 template <class Work>
 void OnEach(const Options& options, Work work) {
   for (const NaiveSize& size : kSizes) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// One-channel buffers, which ought to go by at the speed of memory.
+// One-channel buffers. Memory bandwidth should limit their speed.
 
 #include <benchmark/benchmark.h>
 
@@ -23,7 +23,7 @@ namespace {
 constexpr int32_t kWidth = 1920, kHeight = 1080;
 constexpr double kOpacity = 0.7;
 
-// Share of memcpy's rate that fades, inversions and transfers are meant to reach.
+// The speed that fades, inversions and transfers should reach, as a fraction of memcpy's.
 constexpr double kShare = 0.5;
 
 void Expect(VX_Err error) {
@@ -90,17 +90,17 @@ class Uno {
   void Fill(uint16_t value) { Expect(VX_FillDeepUnoBuffer(value, &dst_)); }
   void Fill(float value) { Expect(VX_FillFloatUnoBuffer(value, &dst_)); }
 
-  // memcpy that reads and writes as many bytes in sum: of a buffer once, and of two.
+  // Copies that read and write as many bytes as an operation on one buffer, and on two.
   void MoveOnce() { std::memcpy(*dst_.data, *src_.data, kBytes); }
   void MoveTwice() {
     MoveOnce();
-    benchmark::ClobberMemory();  // or the compiler leaves out the first, which nobody reads
+    benchmark::ClobberMemory();  // otherwise the compiler removes the first copy
     std::memcpy(*dst_.data, *mask_.data, kBytes);
   }
 
   struct Work {
     std::function<void()> own, naive, opencv, memory;
-    double opencv_steps;  // by which OpenCV's rounding may differ
+    double opencv_steps;  // permitted difference from OpenCV, in units of the depth
   };
 
   std::vector<Sample> ResultOf(const std::function<void()>& run) {
@@ -139,7 +139,7 @@ class Uno {
   const Options& options_;
   std::string name_;
   VX_UnoBuffer src_, mask_, dst_;
-  VX_UnoBuffer weight_, rest_;  // the mask and what it leaves, for OpenCV
+  VX_UnoBuffer weight_, rest_;  // for OpenCV: the mask, and 1 minus the mask
 };
 
 }  // namespace

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A row: the library against a fixed line of rivals, some of which have no such work or are not
-// installed.
+// A row of a table: the library and a fixed list of rivals. A rival may be missing, because it is
+// not installed or has no such operation.
 
 #include <cstddef>
 #include <string>
@@ -11,12 +11,12 @@
 #include "Rounds.h"
 
 struct Rival {
-  std::function<void()> run;  // empty: this stands in its place
+  std::function<void()> run;  // empty: a "-" is printed
   const char* instead = "-";
 };
 inline constexpr char kNotInstalled[] = "absent";
 
-// `peer` null: not installed.
+// If `peer` is null (not installed), the rival is missing.
 template <class Peer, class Run>
 Rival RivalOf(const Peer* peer, Run run) {
   if (peer == nullptr) return {{}, kNotInstalled};
@@ -25,16 +25,17 @@ Rival RivalOf(const Peer* peer, Run run) {
 
 struct Outcome {
   Timing own;
-  std::vector<double> ratios;  // how many times faster than each rival; 0 where there is none
+  std::vector<double> ratios;  // how many times faster than each rival; 0 if it is missing
 };
 
-// Measures, and prints `name`, `amount` a second with its spread, and the ratios.
+// Measures and prints `name`, `amount` per second, the spread and the ratios.
 Outcome RunVersus(const std::string& name, double amount, const std::function<void()>& run,
                   const std::vector<Rival>& rivals, int rounds);
 
-// The head of such rows.
+// Prints the head of a table of such rows.
 void PrintVersusHead(const char* unit, const std::vector<const char*>& rivals);
 
-// memcpy that reads and writes as many bytes in sum as somebody does who reads all of `from` and
-// writes all of `to`, in the same memory: the shorter of the two is gone through again.
+// Copies with memcpy, within the same memory, until as many bytes have been read and written as by
+// a loop that reads all of `from` and writes all of `to`. The shorter of the two is used
+// repeatedly.
 void MoveAsMuch(const void* from, size_t from_size, void* to, size_t to_size);

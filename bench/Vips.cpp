@@ -34,7 +34,7 @@ VipsImage* Wrap(const VX_LayerDef& world) {
   return image;
 }
 
-// Computes an image, which is let go. `dst` null: the pixels are not kept.
+// Computes and frees an image. If `dst` is null, its pixels are discarded.
 void Compute(VipsImage* image, const VX_LayerDef* dst) {
   size_t written = 0;
   void* const pixels = vips_image_write_to_memory(image, &written);
@@ -66,7 +66,8 @@ VipsPrecision PrecisionOf(const VX_LayerDef& world) {
 void Gaussian(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t radius) {
   VipsImage* const in = Wrap(src);
   VipsImage* out = nullptr;
-  // The mask ends where the bell falls below a height: here between its last tap and the next.
+  // libvips ends the kernel where the Gaussian is below `min_ampl`. This value is between the last
+  // weight of the window and the next one.
   const double end = (radius + 0.5) / SigmaOf(radius);
   const bool good =
       vips_gaussblur(in, &out, SigmaOf(radius), "min_ampl", std::exp(-0.5 * end * end), "precision",
@@ -90,14 +91,14 @@ void Convolve(const VX_LayerDef& src, const VX_LayerDef& dst, int32_t size, cons
   Compute(out, &dst);
 }
 
-void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& back) {
-  const M_Matrix3 matrix = Inverse(back);
+void Warp(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Matrix3& to_src) {
+  const M_Matrix3 matrix = Inverse(to_src);
   const double(&m)[9] = matrix.m;
   VipsImage* const in = Wrap(src);
   VipsImage* out = nullptr;
   VipsArrayInt* const area = vips_array_int_newv(4, 0, 0, dst.width, dst.height);
   VipsInterpolate* const bilinear = vips_interpolate_new("bilinear");
-  // It would take the last of four channels for alpha and mix by it.
+  // "premultiplied" prevents libvips from weighting colours by the fourth channel as alpha.
   const bool good = vips_affine(in, &out, m[0], m[3], m[1], m[4], "odx", m[6], "ody", m[7], "oarea",
                                 area, "interpolate", bilinear, "premultiplied", TRUE, nullptr) == 0;
   g_object_unref(bilinear);
@@ -122,7 +123,7 @@ const VipsPeer* Vips() {
   static const VipsPeer peer = [] {
     Expect(vips_init("vx_bench") == 0);
     vips_concurrency_set(1);
-    vips_cache_set_max(0);  // every call does its work
+    vips_cache_set_max(0);  // every call computes its result anew
     return VipsPeer{&Cast, &Gaussian, &Convolve, &Warp, &Shrink};
   }();
   return &peer;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The benchmark: ratios that are measured side by side in one run.
+// The benchmark. It prints ratios of speeds that were measured alternately in one run.
 
 #include <benchmark/benchmark.h>
 

@@ -1,9 +1,9 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""What a call from Python costs, side by side in one run: ./dev bench python
+"""The cost of a call from Python: ./dev bench python
 
-A 64x64 transfer on worlds against the same from C++ and against an empty call; two threads against
-one. The best of several rounds counts, and their spread is printed.
+Compares a 64x64 transfer of worlds with the same transfer from C++ and with an empty call, and two
+threads with one. Prints the best of several rounds, and their spread.
 """
 
 import threading

@@ -98,8 +98,8 @@ Channel ChannelOfValue(float value, Channel full) {
 }
 float ChannelOfValue(float value, float) { return value; }
 
-// Converts 0..most to a channel at full scale. Samples of up to 8 bits are converted to 8-bit
-// channels, deeper samples to 16-bit or float channels.
+// Converts a sample 0..most to a channel 0..full scale. Samples of up to 8 bits are converted to
+// 8-bit channels, deeper samples to 16-bit or float channels.
 uint8_t ChannelOfCode(uint32_t code, uint32_t most, uint8_t) {
   return static_cast<uint8_t>((code * 255 + most / 2) / most);
 }

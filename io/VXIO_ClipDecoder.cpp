@@ -124,8 +124,8 @@ void VXIOp_ClipDecoder::CheckFrame() {
   static_cast<void>(VXIOp_ClearUnknownTags(&frame_->colorspace, &frame_->color_range,
                                            &frame_->color_primaries, &frame_->color_trc,
                                            &frame_->chroma_location));
-  // Frames may be stored out of order: after a truncation, a frame that is displayed before this
-  // one may be lost.
+  // Frames may be stored out of order. If the file is truncated, a frame that is displayed before
+  // this one may be missing, so frames after the last decoding time are not returned.
   const int64_t stamp = frame_->best_effort_timestamp;
   if (!truncation_.empty() && stamp > last_decode_stamp_) Fail(truncation_);
   // A transport stream does not declare its length. A gap in the time stamps of the last frames

@@ -156,7 +156,7 @@ int32_t VXIOp_Threads() { return threads.load(); }
 
 void VXIO_SetThreads(int32_t count) {
   threads = count;
-  // OpenEXR's threads are additional to the caller's; -1 means none.
+  // The number of threads that OpenEXR uses in addition to the calling thread; -1 means none.
   static_cast<void>(OIIO::attribute("threads", count));
   static_cast<void>(OIIO::attribute("exr_threads", count > 1 ? count : -1));
 }

@@ -145,8 +145,8 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
 
 // --- the stream ----------------------------------------------------------------------------------
 
-// Passes the writer's output to the temporary file. Every write reports success, because some
-// writers end the process after a failed one; the error is recorded and reported afterwards.
+// Passes the writer's output to the temporary file. Every write returns success, because some
+// writers end the process if a write fails. The error is recorded and thrown after the last write.
 class Stream final : public OIIO::Filesystem::IOProxy {
  public:
   explicit Stream(FILE* file) : IOProxy("", Write), file_(file) {}
@@ -354,7 +354,7 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
   // The system's error is reported first because it is clearer than the writer's message.
   if (stream.error_number()) file.Throw("cannot be written", stream.error_number());
   file.Finish();
-  // A message alone is not a failure: the TIFF writer leaves one if there are no camera data.
+  // A message without a failure is ignored: the TIFF writer sets one if there are no camera data.
   if (!ok)
     VXIOp_ThrowOutput(path, "cannot be written (" + VXIOp_FirstLine(why) +
                                 "); free some space or write elsewhere");

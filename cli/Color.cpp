@@ -16,8 +16,8 @@ namespace vxcli {
 
 namespace {
 
-// A profile has this mark at byte 36, whatever the file is called.
-bool HasProfileMark(const std::string& path) {
+// Returns true if the file contains the signature of ICC profiles, "acsp" at byte 36.
+bool HasProfileSignature(const std::string& path) {
   char head[40] = {};
   std::ifstream file(path, std::ios::binary);
   return file.read(head, sizeof head) && std::equal(head + 36, head + 40, "acsp");
@@ -46,17 +46,18 @@ COR_QCE_ProfilePtr EmbeddedIn(const std::string& path) {
   throw VXIO_Error(VXIO_ErrorKind::Input, why + "; name an .icc file or a built-in profile");
 }
 
-// Some programs write the time into profiles, so that each frame of a sequence has another
-// identity. The cache is cleared when it holds this many.
-constexpr size_t kMostKept = 64;
+// Largest number of entries of a cache. Some programs write the time into profiles, so each frame
+// of a sequence may have a profile with another identifier.
+constexpr size_t kMostEntries = 64;
 
-template <class Kept>
-auto& EntryOf(std::map<std::string, Kept>* kept, const std::string& key) {
-  if (kept->size() >= kMostKept && !kept->contains(key)) kept->clear();
-  return (*kept)[key];
+// Returns the entry for `key`. Clears the cache before it adds an entry to a full one.
+template <class Entry>
+auto& EntryOf(std::map<std::string, Entry>* cache, const std::string& key) {
+  if (cache->size() >= kMostEntries && !cache->contains(key)) cache->clear();
+  return (*cache)[key];
 }
 
-std::string Named(const VXIO_PictureProfile& found) {
+std::string NameOf(const VXIO_PictureProfile& found) {
   return VXIO_ProfileName(found.profile) + (found.embedded ? "" : " (assumed)");
 }
 
@@ -75,30 +76,30 @@ std::vector<std::string> BuiltInProfiles() {
   return names;
 }
 
-NamedProfile FindProfile(const std::string& what, const std::string& word) {
+NamedProfile FindProfile(const std::string& option, const std::string& name) {
   std::string names;
-  for (const std::string& name : BuiltInProfiles()) {
-    names += (names.empty() ? "" : ", ") + name;
-    if (strcasecmp(name.c_str(), word.c_str()) != 0) continue;
+  for (const std::string& built_in : BuiltInProfiles()) {
+    names += (names.empty() ? "" : ", ") + built_in;
+    if (strcasecmp(built_in.c_str(), name.c_str()) != 0) continue;
     NamedProfile found{nullptr, "built in"};
-    CheckEngine(COR_QCE_ProfileFromName(name.c_str(), &found.profile), "profile " + name);
+    CheckEngine(COR_QCE_ProfileFromName(built_in.c_str(), &found.profile), "profile " + built_in);
     return found;
   }
   std::error_code none;
-  if (!std::filesystem::exists(word, none)) {
-    if (LooksLikeFile(word)) {
-      throw VXIO_Error(VXIO_ErrorKind::Input, word + ": no such file; check the name");
+  if (!std::filesystem::exists(name, none)) {
+    if (LooksLikeFile(name)) {
+      throw VXIO_Error(VXIO_ErrorKind::Input, name + ": no such file; check the built_in");
     }
-    throw UsageError(what + " '" + word +
+    throw UsageError(option + " '" + name +
                      "': is neither a file nor a built-in profile; those are " + names);
   }
-  const bool is_profile = std::filesystem::is_regular_file(word, none) &&
-                          (HasProfileExtension(word) || HasProfileMark(word));
-  if (!is_profile) return {EmbeddedIn(word), "embedded"};
+  const bool is_profile = std::filesystem::is_regular_file(name, none) &&
+                          (HasProfileExtension(name) || HasProfileSignature(name));
+  if (!is_profile) return {EmbeddedIn(name), "embedded"};
   NamedProfile found{nullptr, "file"};
-  const QCE_Status status = COR_QCE_ProfileFromFile(word.c_str(), &found.profile);
+  const QCE_Status status = COR_QCE_ProfileFromFile(name.c_str(), &found.profile);
   if (status != QCE_Ok) {
-    throw VXIO_Error(VXIO_ErrorKind::Input, word + ": " + COR_QCE_StatusText(status) +
+    throw VXIO_Error(VXIO_ErrorKind::Input, name + ": " + COR_QCE_StatusText(status) +
                                                 "; use an RGB profile with a tone curve, or a "
                                                 "built-in one (vx profile --list)");
   }
@@ -114,14 +115,14 @@ std::string ProfileID(const COR_QCE_ProfilePtr& profile) {
   return text;
 }
 
-VXIO_Metadata ProfileAlone(const std::string& path, const VXIO_Picture& picture) {
+VXIO_Metadata ProfileOnly(const std::string& path, const VXIO_Picture& picture) {
   const VXIO_PictureProfile found = VXIO_ProfileOf(path, picture.metadata);
   return found.embedded ? VXIO_WithProfile({}, found.profile) : VXIO_Metadata();
 }
 
-void CheckEngine(QCE_Status status, const std::string& doing) {
+void CheckEngine(QCE_Status status, const std::string& context) {
   if (status != QCE_Ok)
-    throw DescribedFailure({kInternal, doing + ": " + COR_QCE_StatusText(status)});
+    throw DescribedFailure({kInternal, context + ": " + COR_QCE_StatusText(status)});
 }
 
 OptionList ColorOptionList(ColorOptions* to) {
@@ -131,12 +132,12 @@ OptionList ColorOptionList(ColorOptions* to) {
   return {
       {"--linear", "", Flag(&to->linear),
        "Blend in linear light, by the curve of --profile, else of the background's own profile, "
-       "else as sRGB (EXR: as linear). Layers in another profile are converted"},
+       "else as sRGB (EXR: as linear). Layers with another profile are converted"},
       Option{"--profile", "FILE|NAME", Parsed(&to->profile, find),
              "Composite in this profile: background and layers are converted to it, and the result "
-             "carries it. A built-in name (vx profile --list), an .icc file, or a picture that "
-             "holds one"}
-          .Without("without --linear: none, colours are taken as they stand")
+             "has it. A built-in name (vx profile --list), an .icc file, or a picture with an "
+             "embedded profile"}
+          .Without("without --linear: none, colours are not converted")
           .Identity([to] { return ProfileID(to->profile); }),
   };
 }
@@ -186,7 +187,8 @@ FrameColor::FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::st
                        std::vector<int32_t> own, int32_t depth)
     : job_(job), frame_(frame), names_(names), own_(std::move(own)), depth_(depth) {}
 
-// Colours that may be converted are read at the deeper of the two depths, for precision.
+// Reads a picture. If it may be converted, it is read at the larger of its own depth and the depth
+// of the composition, for precision.
 VXIO_Picture FrameColor::Read(size_t input) {
   return frame_->Read(input, Converts() ? std::max(own_[input], depth_) : depth_);
 }
@@ -199,21 +201,22 @@ VXIO_PictureProfile FrameColor::ProfileOf(size_t input, const VXIO_Picture& pict
 
 void FrameColor::Convert(size_t input, const VXIO_PictureProfile& own, VX_World* world) {
   job_->Convert(own.profile, composition_.profile, world);
-  job_->NoteOnce((*names_)[input] + ": converted from " + Named(own) + " to " +
-                 Named(composition_));
+  job_->NoteOnce((*names_)[input] + ": converted from " + NameOf(own) + " to " +
+                 NameOf(composition_));
 }
 
-// Prints a note if the layer has another profile than the background and is not converted.
+// Prints a note if the layer is not converted but its profile differs from that of the background.
 void FrameColor::Compare(size_t input, const VXIO_Picture& layer) {
   if (VXIO_SameProfile(background_, layer.metadata)) return;
   const VXIO_PictureProfile below = VXIO_ProfileOf(frame_->Input(0), background_);
   const VXIO_PictureProfile own = VXIO_ProfileOf(frame_->Input(input), layer.metadata);
   if (job_->Same(own.profile, below.profile)) return;
-  job_->NoteOnce((*names_)[input] + ": is in " + Named(own) + ", the background in " +
-                 Named(below) + "; drawn as it stands, --profile or --linear converts");
+  job_->NoteOnce((*names_)[input] + ": is in " + NameOf(own) + ", the background in " +
+                 NameOf(below) + "; drawn without conversion, --profile or --linear converts it");
 }
 
-// Prints a note if the output has no profile and its format implies another one than the input.
+// Prints a note if the output is written without a profile and its format implies another profile
+// than that of the composition.
 void FrameColor::NoteOutput(const std::string& name) {
   const std::string& output = frame_->Output();
   const std::string kind = output.substr(output.rfind('.') + 1);

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Colour profiles, as options name them, and the colour of `vx composite` and `vx transform`: the
-// profile of a composition, conversions to it and the tables for linear light. docs/color.md
-// explains the rules to users.
+// The colour profiles that options select, and colour management of `vx composite` and `vx
+// transform`: the profile of a composition, conversions to it, and the tables for linear light.
+// docs/color.md explains the rules to users.
 
 #include <array>
 #include <map>
@@ -26,7 +26,7 @@ namespace vxcli {
 
 std::vector<std::string> BuiltInProfiles();
 
-// .icc or .icm, in either case
+// Returns true if the extension is .icc or .icm, in upper or lower case.
 bool HasProfileExtension(const std::string& path);
 
 struct NamedProfile {
@@ -34,19 +34,22 @@ struct NamedProfile {
   std::string from;  // "built in", "file" or "embedded"
 };
 
-// The profile that a word names: a built-in one, a file of a profile, or a picture with one in it.
-// `what` is the option, for messages. Throws UsageError for a word that is neither a name nor looks
-// like a file, and VXIO_Error (Input) for a file that is not there or has no profile of use.
-NamedProfile FindProfile(const std::string& what, const std::string& word);
+// Returns the profile for `name`: the name of a built-in profile, or the path of a profile file or
+// of a picture with an embedded profile. `option` is used in messages. Throws UsageError if `name`
+// is neither a built-in profile nor similar to a path. Throws VXIO_Error (Input) if the file is
+// missing or has no usable profile.
+NamedProfile FindProfile(const std::string& option, const std::string& name);
 
-// The 128 bits of the identity as 32 hexadecimal digits.
+// Returns the 128-bit identifier of a profile as 32 hexadecimal digits.
 std::string ProfileID(const COR_QCE_ProfilePtr& profile);
 
-// Metadata of nothing but the picture's own profile, for a result whose other words would be wrong.
-VXIO_Metadata ProfileAlone(const std::string& path, const VXIO_Picture& picture);
+// Returns metadata that contains only the embedded profile of a picture. The other metadata of the
+// picture may be wrong for a result that is made from it.
+VXIO_Metadata ProfileOnly(const std::string& path, const VXIO_Picture& picture);
 
-// Throws DescribedFailure for a status that is not 0. `doing` names the work and the profile.
-void CheckEngine(QCE_Status status, const std::string& doing);
+// Throws DescribedFailure if the status of a call of the colour engine is not 0. The message begins
+// with `context`, the name of the operation and of the profile.
+void CheckEngine(QCE_Status status, const std::string& context);
 
 // --- a composition -------------------------------------------------------------------------------
 
@@ -57,7 +60,7 @@ struct ColorOptions {
 
 OptionList ColorOptionList(ColorOptions* to);
 
-// Profiles and tables that the frames of a job share. Thread-safe.
+// Caches the transforms and tables that all frames of a job use. Thread-safe.
 class JobColor {
  public:
   explicit JobColor(const ColorOptions& options) : options_(options) {}
@@ -71,7 +74,7 @@ class JobColor {
   bool Same(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b);
   void Convert(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to, VX_World* world);
 
-  // Prints a line once, for any number of frames.
+  // Prints a note unless it was printed for another frame already.
   void NoteOnce(const std::string& text);
 
  private:
@@ -79,28 +82,32 @@ class JobColor {
     std::optional<bool> same;
     std::array<COR_QCE_TransformPtr, 3> transforms;  // for 8, 16 and 32 bits
   };
-  // Call it with mutex_ locked. The key is made of the identities of the profiles.
+  // The caller must have locked mutex_. The key consists of the identifiers of both profiles.
   Pair* PairOf(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to);
 
   ColorOptions options_;
-  std::mutex mutex_;  // over everything below
+  std::mutex mutex_;  // protects the members below
   std::map<std::string, Tables> tables_;
   std::map<std::string, Pair> pairs_;
   std::set<std::string> printed_;
 };
 
-// The colours of one frame, in the given profile or else in that of the background.
+// Reads the pictures of one frame and converts them to the profile of the composition: the profile
+// of
+// --profile or, without it, the profile of the background.
 class FrameColor {
  public:
-  // `names` are the inputs of the job as they were given, `own` the depths of the frame's files,
-  // `depth` that of the composition.
+  // `names` are the inputs of the job as given on the command line. `own` are the depths of the
+  // files of the frame, `depth` is the depth of the composition.
   FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::string>* names,
              std::vector<int32_t> own, int32_t depth);
 
-  // Reads input 0, before the layers. Its world and its metadata are in the profile of the
-  // composition. Adds to the record of the frame, where the input is named `called`.
+  // Reads input 0. Must be called before ReadLayer. The result, pixels and metadata, is in the
+  // profile of the composition. Adds "color" to the record of the frame; `called` is the name of
+  // the input there.
   VXIO_Picture ReadBackground(const std::string& called = "background");
-  // Reads a layer in the profile of the composition. `record` is that of the layer.
+  // Reads a layer and converts it to the profile of the composition. Adds to `record`, the record
+  // of the layer.
   VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* record);
 
   // Null without --linear.
@@ -119,7 +126,7 @@ class FrameColor {
   const std::vector<std::string>* names_;
   std::vector<int32_t> own_;
   int32_t depth_;
-  VXIO_Metadata background_;  // of the file
+  VXIO_Metadata background_;  // metadata of the file of the background
   VXIO_PictureProfile composition_;
   JobColor::Tables tables_;
 };

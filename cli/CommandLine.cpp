@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// Parses the arguments of the command by the lists of options of the verbs.
+// Parses the arguments of the command. The verbs define their options.
 
 #include <CLI/CLI.hpp>
 #include <cctype>
@@ -13,8 +13,8 @@ namespace vxcli {
 
 namespace {
 
-// Joins "--at" and "-10,5" to one argument, because a value that begins with a minus would be taken
-// for an option.
+// Joins "--at" and "-10,5" to one argument, because the parser treats an argument that begins with
+// a minus as an option.
 std::vector<std::string> JoinNegativeValues(std::vector<std::string> arguments) {
   std::vector<std::string> joined;
   for (std::string& argument : arguments) {
@@ -32,11 +32,12 @@ std::vector<std::string> JoinNegativeValues(std::vector<std::string> arguments) 
   return joined;
 }
 
-// Empty arguments come from unset variables of a script and would count as options not given.
+// Throws UsageError for an empty argument. Scripts produce it from unset variables, and the parser
+// would treat the option as not given.
 void RefuseEmptyArguments(const std::vector<std::string>& arguments) {
   std::string before = "vx";
   for (const std::string& argument : arguments) {
-    if (argument.empty()) throw UsageError("the word after " + before + " must not be empty");
+    if (argument.empty()) throw UsageError("the argument after " + before + " must not be empty");
     if (argument.starts_with("--") && argument.find('=') + 1 == argument.size()) {
       throw UsageError(argument + ": must not be empty");
     }
@@ -69,7 +70,7 @@ UsageError NoVerb(const std::vector<std::string>& arguments, const std::vector<V
                     "; see 'vx --help'");
 }
 
-// Suggests the nearest option for the first argument that is an unknown one.
+// Returns a suggestion for the first unknown option among the arguments.
 std::string SuggestOption(const std::vector<std::string>& arguments, const Verb& verb) {
   std::vector<std::string> names;
   for (const OptionList* list : {&verb.options, &verb.parts.options}) {
@@ -116,13 +117,13 @@ Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
   root.require_subcommand(0, 1);
   root.set_version_flag("--version", &VersionText, "Show versions and the processor level");
   root.footer(
-      "Exit codes: 0 done, 1 internal (compare: they differ), 2 usage, 3 input, 4 output,\n"
+      "Exit codes: 0 done, 1 internal error (compare: different), 2 usage, 3 input, 4 output,\n"
       "5 some frames failed (--keep-going), 128 + signal. 'vx VERB --help' describes a verb.");
   Declare(global, &root);
   for (Verb& verb : *verbs) {
     CLI::App* app = root.add_subcommand(verb.name, verb.summary);
-    // Only for the help: TakeParts takes these options before the parser sees them. One that takes
-    // several numbers is declared with one value.
+    // The parser uses these options for the help only, because ExtractParts removes them from the
+    // arguments. An option with several numbers is declared with one value.
     for (Option& option : verb.parts.options) option.value.count = option.IsFlag() ? 0 : 1;
     Declare(&verb.parts.options, app);
     Declare(&verb.options, app);
@@ -131,7 +132,7 @@ Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
   Verb* verb = FindVerb(arguments, verbs);
   try {
     arguments = JoinNegativeValues(std::move(arguments));
-    if (verb && !RequestsHelp(arguments)) TakeParts(&verb->parts, &arguments);
+    if (verb && !RequestsHelp(arguments)) ExtractParts(&verb->parts, &arguments);
     root.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {

@@ -23,20 +23,21 @@ constexpr int kBarWidth = 30;
 
 std::atomic<bool> g_bar_shown{false};
 
-// Writes a line in one call, because several threads may print. Erases the progress bar, which is
-// drawn again by its next change.
+// Writes a line with one call, because several threads may print at the same time. Erases the
+// progress bar; the next change of the progress draws it again.
 void Line(const std::string& text) {
   std::string line = (g_bar_shown.exchange(false) ? "\r\033[K" : "") + text + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-// JSON is UTF-8, file names need not be: other bytes are replaced.
+// Returns a record as JSON text. Bytes of file names that are not valid UTF-8 are replaced.
 std::string Dump(const nlohmann::ordered_json& json) {
   return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
-// The reports of the host on this thread, or else the report of the library, or else the meaning of
-// the code; with the code. Discards the reports of the host.
+// Returns a message for an error code: the reports of the host on this thread; if there are none,
+// the report of the library; if there is none, the meaning of the code. Then the code in
+// parentheses. Removes the reports of the host.
 std::string TextOfCode(VX_Err code, const std::string& own_report = {}) {
   std::string text;
   for (const VXHost_Report& report : VXHost_TakeReports()) {

@@ -20,12 +20,12 @@ namespace vxcli {
 
 enum ExitCode : int {
   kDone = 0,        // no error
-  kInternal = 1,    // also: the pictures of `vx compare` differ
-  kUsage = 2,       // wrong arguments
-  kInput = 3,       // a picture that is missing or cannot be read; no frame to work on
-  kOutput = 4,      // a picture that cannot be written or may not be overwritten
-  kSomeFailed = 5,  // with --keep-going: some frames failed, the others are done
-  // 128 + signal: ended by a signal
+  kInternal = 1,    // internal error, or the pictures of `vx compare` differ
+  kUsage = 2,       // invalid arguments
+  kInput = 3,       // a file is missing or cannot be read, or there is no frame
+  kOutput = 4,      // a file cannot be written or may not be overwritten
+  kSomeFailed = 5,  // with --keep-going: some frames failed
+  // 128 + signal number: ended by a signal
 };
 
 class UsageError : public std::runtime_error {
@@ -38,7 +38,7 @@ struct Failure {
   std::string text;
 };
 
-// A failure with its final text. The reports about it were taken from the thread that failed.
+// A failure with its complete message. Describe returns it unchanged, on any thread.
 class DescribedFailure : public std::runtime_error {
  public:
   explicit DescribedFailure(const Failure& failure)
@@ -49,39 +49,39 @@ class DescribedFailure : public std::runtime_error {
   int exit_code_;
 };
 
-// The text and the exit code for an exception. Call it on the thread that threw: it takes the
-// reports of the host from there.
+// Returns the message and the exit code for an exception. Must be called on the thread that threw
+// it, because the host stores reports per thread. Removes the reports that the message contains.
 Failure Describe(const std::exception_ptr& error);
 
-// Throws vx::Error for the code of a classic call.
+// Throws vx::Error if a call of the classic interface returned an error code.
 inline void Check(VX_Err code) {
   if (code != VX_Ok) throw vx::Error(static_cast<vx::ErrorCode>(code));
 }
 
-// Calls `work` and returns its result. The text of a vx::Error that it throws begins with `doing`,
-// which names the work or the file.
+// Calls `work` and returns its result. If `work` throws vx::Error, throws DescribedFailure with a
+// message that begins with `context`, the name of the operation or of the file.
 template <class Work>
-auto Named(const std::string& doing, Work&& work) {
+auto WithContext(const std::string& context, Work&& work) {
   try {
     return work();
   } catch (const vx::Error&) {
     const Failure failure = Describe(std::current_exception());
-    throw DescribedFailure({failure.exit_code, doing + ": " + failure.text});
+    throw DescribedFailure({failure.exit_code, context + ": " + failure.text});
   }
 }
 
 // --- output --------------------------------------------------------------------------------------
 
-// "vx: warning: ..." and "vx: note: ...", one line each on the standard error.
+// Print lines "vx: warning: ..." and "vx: note: ..." on the standard error.
 void Warn(const std::vector<std::string>& warnings);
 void Note(const std::string& text);
-// "vx: ...", an error.
+// Prints a line "vx: ..." on the standard error.
 void PrintError(const std::string& text);
 
 // Prints a record as one line of JSON on the standard output.
 void PrintJson(const nlohmann::ordered_json& json);
 
-// Shows the progress of the work on the standard error.
+// Shows progress on the standard error.
 class Progress {
  public:
   // Auto is Bar on a terminal and None elsewhere.
@@ -92,16 +92,16 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // Starts step `index` (from 0) of `count`; `what` names it.
+  // Starts step `index` (from 0) of `count`. `what` is the name of the step.
   void Begin(int index, int count, const std::string& what);
-  // For the operations of a step.
+  // Returns the progress function for an operation of the current step.
   vx::Progress OfStep() {
     return [this](int32_t step, int32_t total) {
       Show(total > 0 ? static_cast<double>(step) / total : 0);
     };
   }
 
-  // The final event, once.
+  // Show the final event. Only the first call has an effect.
   void Done(const std::string& output);
   void Failed(int exit_code, const std::string& text);
 
@@ -112,14 +112,14 @@ class Progress {
   Style style_;
   int index_ = 0, count_ = 1;
   std::string what_;
-  int shown_ = -1;  // per cent of all the work
+  int shown_ = -1;  // the percentage of all steps that was shown last
   bool finished_ = false;
 };
 
 // The values of --progress, in the order of Progress::Style.
 const std::vector<std::string>& ProgressStyles();
 
-// Calls `work`. A failure is shown as the final event and thrown again.
+// Calls `work`. If it throws, shows the failure as the final event and throws DescribedFailure.
 void RunWith(Progress* progress, const std::function<void()>& work);
 
 }  // namespace vxcli

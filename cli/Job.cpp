@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// The options of a job, one frame of it, and the memory of the frames in flight.
+// The options of a job, one frame of a job, and the memory limit.
 
 #include "Job.h"
 
@@ -17,7 +17,8 @@ namespace vxcli {
 
 namespace {
 
-constexpr int32_t kMostThreads = 512;  // each may have a temporary file; see VXIO_OutputFile.cpp
+// Each thread may have a temporary file; VXIO_OutputFile.cpp can store 1024 names.
+constexpr int32_t kMostThreads = 512;
 
 std::vector<int64_t> ParseFrames(const std::string& option, const std::string& text) {
   try {
@@ -34,18 +35,19 @@ OptionList OutputOptions(JobOptions* to) {
           .Required(),
       Option{"--overwrite", "", Flag(&to->overwrite), "Replace outputs that exist"}.Without("yes"),
       Option{"--no-clobber", "", Flag(&to->no_clobber),
-             "Refuse, before any work, when an output exists"}
+             "Fail before any frame is processed if an output exists"}
           .Excludes("--overwrite"),
-      Option{"--resume", "", Flag(&to->resume),
-             "Leave alone what an earlier run with --resume wrote from the same inputs and "
-             "settings; its record is a hidden file beside OUT"}
+      Option{
+          "--resume", "", Flag(&to->resume),
+          "Skip frames that an earlier run with --resume wrote from the same inputs and settings; "
+          "they are recorded in a hidden file in the directory of OUT"}
           .Excludes("--no-clobber"),
   };
 }
 
 std::string BaseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
-// Sets all pixels to 0, with full alpha if the picture has none.
+// Makes all pixels black: transparent if the picture has alpha, else opaque.
 void Blacken(VXIO_Picture* picture) {
   const vx::Pixel8 black{static_cast<uint8_t>(picture->has_alpha ? 0 : 255), 0, 0, 0};
   vx::fill(*picture->world, black);
@@ -65,30 +67,34 @@ OptionList JobOptionList(JobOptions* to, JobOutput output) {
        {
            Option{"--frames", "SET", Parsed(&to->frames, ParseFrames),
                   "Frames of a sequence (shot.####.png, shot.%04d.png): 1-10,20-40x2,55"}
-               .Without("from the first to the last on the disk"),
-           Option{"--missing", "HOW", Choice(&to->missing, {"error", "skip", "hold", "black"}),
-                  "A frame that is not there: error, skip, hold (the nearest earlier one) or black "
-                  "(transparent where its neighbours have alpha)"}
+               .Without("from the first to the last existing frame"),
+           Option{
+               "--missing", "HOW", Choice(&to->missing, {"error", "skip", "hold", "black"}),
+               "How to treat a missing frame: error, skip, hold (use the nearest earlier frame) or "
+               "black (transparent if the nearest frame has alpha)"}
                .Default("error"),
            {"--keep-going", "", Flag(&to->keep_going),
-            "Go on after a frame that fails; exit code 5 when some did"},
+            "Continue after a frame fails; the exit code is 5 if any frame failed"},
            {"--failed-list", "FILE", Text(&to->failed_list),
-            "Write the numbers of the frames that failed, one a line; empty when none did"},
+            "Write the numbers of the failed frames, one per line; empty if none failed"},
            {"--dry-run", "", Flag(&to->dry_run),
-            "Check everything and print what would be done, but write nothing"},
+            "Check the arguments and inputs, print the planned work, and write nothing"},
            {"--strict", "", Flag(&to->strict),
-            "A warning is an error of its frame, which is then not written"},
+            "Treat warnings as errors: a frame with a warning fails and is not written"},
            Option{"--threads", "N", Integer(&to->threads, 1, kMostThreads),
-                  "Frames worked on at once, %r"}
-               .Without("processors allowed to the command"),
+                  "Number of frames processed at the same time, %r"}
+               .Without("the number of processors available to the command"),
            Option{"--memory", "LIMIT", Parsed(&to->memory, ParseBytes),
-                  "Pixels of the frames in flight, as 800M or 2G"}
+                  "Largest size of the pixels of all frames processed at the same time, such as "
+                  "800M or "
+                  "2G"}
                .Without("half of the machine's memory"),
            Option{"--progress", "HOW", Choice(&to->progress, ProgressStyles()),
-                  "%r, on the standard error; auto is bar on a terminal"}
+                  "%r: how to show progress on the standard error; auto is bar on a terminal, else "
+                  "none"}
                .Default("auto"),
            {"--json", "", Flag(&to->json),
-            "Print what was done as JSON; for a sequence a line a frame and a summary"},
+            "Print a record of the work as JSON; for a sequence one line per frame and a summary"},
        }});
   for (Option& option : options) {
     if (option.name != "--strict") option.decides = Decides::Nothing;
@@ -116,7 +122,7 @@ VXIO_Picture JobFrame::Read(size_t input, int32_t depth, VXIO_AlphaAs alpha) {
   VXIO_Picture picture = VXIO_Read(file.path, depth, alpha);
   if (file.black) {
     Blacken(&picture);
-    picture.warnings.clear();  // they are about the pixels of the file
+    picture.warnings.clear();  // the warnings are about pixels that are not used
   }
   state_->ReportWarnings(picture.warnings, VXIO_ErrorKind::Input);
   return picture;

@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A job is the work on one picture or on every frame of a sequence. A verb defines the work on one
-// frame. The job handles frames and gaps, overwriting, resuming, threads, memory, progress, records
-// and the exit code in the same way for all verbs. docs/sequences.md explains the options to users.
+// A job processes one picture or all frames of a sequence. A verb defines how one frame is
+// processed. The rest is the same for all verbs: frame numbers, missing frames, overwriting,
+// --resume, threads, memory, progress, records and the exit code. docs/sequences.md explains the
+// options to users.
 
 #include <cstdint>
 #include <functional>
@@ -24,14 +25,14 @@ struct Verb;
 
 enum class Missing { Error, Skip, Hold, Black };
 
-// The options that every verb with pictures has.
+// The options of every verb that reads or writes pictures.
 struct JobOptions {
   std::string output, failed_list;
   std::optional<std::vector<int64_t>> frames;
   Missing missing = Missing::Error;
   Progress::Style progress = Progress::Auto;
   std::optional<int32_t> threads;  // of the whole command
-  std::optional<int64_t> memory;   // bytes for the frames in flight
+  std::optional<int64_t> memory;   // bytes for all frames that are processed at the same time
   bool overwrite = false, no_clobber = false, resume = false, keep_going = false, dry_run = false,
        json = false, strict = false;
 
@@ -44,43 +45,44 @@ struct JobOptions {
 enum class JobOutput { Picture, None };
 
 OptionList JobOptionList(JobOptions* to, JobOutput output);
-// "IN", the one input of many verbs.
+// Returns the option "IN": the input of verbs that have one input.
 Option InputOption(std::string* to);
 
-// One frame of a job. It belongs to the thread that the work runs on.
+// One frame of a job. Used by one thread, the one that processes the frame.
 class JobFrame {
  public:
   struct State;
   explicit JobFrame(State* state) : state_(state) {}
 
-  int64_t Number() const;                        // of the frame; 0 for a single file
-  const std::string& Input(size_t input) const;  // the file that Read reads
-  const std::string& Output() const;             // empty for a verb that writes no picture
+  int64_t Number() const;                        // frame number; 0 for a single file
+  const std::string& Input(size_t input) const;  // path of the file that Read reads
+  const std::string& Output() const;             // path; empty for a verb that writes no picture
 
-  // Reads the picture of an input at this frame, at 8, 16 or 32 bits or, with 0, at its own depth.
-  // Prints the warnings about the file. Under --missing black a missing frame is a picture of
-  // zeros, or of opaque black if its neighbours have no alpha.
+  // Reads the picture of an input for this frame. `depth` is 8, 16 or 32 bits, or 0 for the depth
+  // of the file. Prints the warnings about the file. With --missing black the picture of a missing
+  // frame is transparent black, or opaque black if the nearest existing frame has no alpha.
   VXIO_Picture Read(size_t input, int32_t depth = 0, VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
   // Writes the output with the metadata of `model` and, if `model` has alpha, with alpha.
   void Write(vx::AnyConstView picture, const VXIO_Picture& model);
-  // Writes the output with options of the verb; clobber and strict are set here.
+  // Writes the output with these options. The call sets the members clobber and strict.
   void Write(vx::AnyConstView picture, VXIO_WriteOptions options);
 
-  // Print a line that begins with the name of the first input, or of the output if there is no
-  // input. Under --strict a warning throws, so call Warn before Write.
+  // Print a warning or a note. The line begins with the name of the first input or, if there is no
+  // input, of the output. With --strict Warn throws, so call it before Write.
   void Warn(const std::string& text);
-  // Prints lines that contain the file already. `kind` selects the exit code under --strict.
-  void Warn(const std::vector<std::string>& lines, VXIO_ErrorKind kind);
   void Note(const std::string& text);
+  // Prints warnings that contain a file name already. With --strict throws the first one; `kind`
+  // selects the exit code.
+  void Warn(const std::vector<std::string>& lines, VXIO_ErrorKind kind);
 
-  // Prints a line on the standard output, in the order of the frames; nothing under --json.
+  // Prints a line on the standard output, in frame order. Prints nothing with --json.
   void Print(const std::string& line);
 
-  // For operations; empty if no progress of a frame is shown.
+  // Returns the progress function for operations; empty if the progress of a frame is not shown.
   vx::Progress Progress();
 
-  // The record of this frame for --json. "frame", "status", "inputs" and "output" are added later.
+  // Returns the JSON record of this frame. The job adds "frame", "status", "inputs" and "output".
   nlohmann::ordered_json& Record();
 
  private:
@@ -88,34 +90,35 @@ class JobFrame {
 };
 
 struct Job {
-  const Verb* verb = nullptr;  // its settings are part of the fingerprint of --resume
+  const Verb* verb = nullptr;  // its option values are part of the fingerprint of --resume
   const JobOptions* options = nullptr;
-  std::vector<std::string> inputs;  // files, the same for each frame, and patterns; may be empty
-  // The frames of a job whose inputs are single files, if the verb defines them; the output is a
-  // pattern then.
+  // Patterns, and single files that are used for all frames. May be empty.
+  std::vector<std::string> inputs;
+  // Frame numbers that the verb defines. Used if no input is a pattern; the output must be a
+  // pattern.
   std::vector<int64_t> frames;
-  // Settings of one frame of a sequence, for the fingerprint. Called for all frames before any
-  // work; an exception stops the job.
+  // Returns the settings of one frame of a sequence as text for the fingerprint. Called for all
+  // frames before the first one is processed; an exception stops the job.
   std::function<std::string(int64_t frame)> frame_settings;
-  // False: frames run one after the other on one thread, because the work changes state of the
-  // process.
+  // False: all frames are processed on one thread, because the work changes global state.
   bool parallel = true;
-  // The largest number of bytes that a frame holds, from the headers of its inputs, for --memory.
-  // Without it: each input twice.
+  // Returns the largest number of bytes that a frame has allocated at once, from the headers of its
+  // inputs. If it is not set, twice the size of each input is assumed.
   std::function<int64_t(const std::vector<VXIO_Info>&)> bytes;
-  // The work on one frame, called on several threads at once. An exception fails the frame.
+  // Processes one frame. Called on several threads at once. After an exception the frame counts as
+  // failed.
   std::function<void(JobFrame&)> work;
 };
 
-// Returns the exit code. Throws errors that stop the whole job.
+// Runs a job and returns the exit code. Throws errors that stop the whole job.
 int RunJob(const Job& job);
 
-// Runs a job of one input, or of none if `input` is empty.
+// Runs a job with one input, or without an input if `input` is empty.
 int RunJob(const Verb& verb, const JobOptions& options, const std::string& input,
            std::function<void(JobFrame&)> work,
            std::function<int64_t(const std::vector<VXIO_Info>&)> bytes = nullptr);
 
-// Bytes of the pixels of a world.
+// Returns the number of bytes of the pixels of a world.
 int64_t BytesOfWorld(int64_t width, int64_t height, int32_t depth);
 
 }  // namespace vxcli

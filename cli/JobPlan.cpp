@@ -12,7 +12,7 @@ namespace vxcli {
 
 namespace {
 
-constexpr size_t kMostPieces = 8;  // of a list of frames in a message
+constexpr size_t kMostPieces = 8;  // ranges that a list of frames in a message may have
 
 VXIO_FramePattern Pattern(const std::string& name) {
   try {
@@ -42,8 +42,8 @@ std::string Are(const std::vector<int64_t>& frames) {
                    ", so finished frames cannot be recognised; write to another name");
 }
 
-bool Holds(const std::vector<int64_t>& rising, int64_t frame) {
-  return std::binary_search(rising.begin(), rising.end(), frame);
+bool Contains(const std::vector<int64_t>& ascending, int64_t frame) {
+  return std::binary_search(ascending.begin(), ascending.end(), frame);
 }
 
 }  // namespace
@@ -71,38 +71,38 @@ JobPlan::JobPlan(const Job& job)
 
 void JobPlan::FindPatterns(const Job& job) {
   const JobOptions& options = *job.options;
-  bool odd_names = false;  // a file has a name that looks like a pattern
+  bool file_like_pattern = false;  // an existing file has a name that looks like a pattern
   for (const std::string& name : job.inputs) {
     Input input{name, std::nullopt, {}};
     if (VXIO_FramePattern::IsPattern(name)) {
       std::error_code none;
       if (std::filesystem::exists(name, none)) {
-        odd_names = true;
+        file_like_pattern = true;
       } else {
         input.pattern = Pattern(name);
       }
     }
     inputs_.push_back(std::move(input));
   }
-  const bool literal = odd_names && FirstPattern() == nullptr;
+  const bool literal = file_like_pattern && FirstPattern() == nullptr;
   if (VXIO_FramePattern::IsPattern(output_name_) && !literal) output_ = Pattern(output_name_);
   const Input* input = FirstPattern();
   sequence_ = input || (output_ && (inputs_.empty() || !job.frames.empty()));
   if (input && !output_name_.empty() && !output_) {
     throw UsageError(output_name_ + ": the input " + input->name +
-                     " is a sequence, so the output must be one too; name it like out.####.png");
+                     " is a sequence, so the output must be a pattern, such as out.####.png");
   }
   if (!sequence_ && output_) {
     throw UsageError(output_name_ + ": is a sequence, but the input " + inputs_[0].name +
-                     " is a single file; name one file or make the input a pattern");
+                     " is a single file; write to a single file or use a pattern as the input");
   }
   if (sequence_ && !input && !options.frames && job.frames.empty()) {
-    throw UsageError(output_name_ + ": is a sequence without an input; name its --frames");
+    throw UsageError(output_name_ + ": is a sequence without an input; --frames is required");
   }
   if (sequence_) return;
   auto needs_sequence = [](const char* option) {
     throw UsageError(std::string(option) + ": belongs to a sequence; no input is a pattern "
-                                           "like shot.####.png");
+                                           "such as shot.####.png");
   };
   if (options.frames) needs_sequence("--frames");
   if (options.missing != Missing::Error) needs_sequence("--missing");
@@ -123,7 +123,7 @@ void JobPlan::FindFrames(const Job& job) {
     if (!input.on_disk.empty()) continue;
     const std::string near = input.pattern->SimilarPattern();
     throw VXIO_Error(VXIO_ErrorKind::Input,
-                     input.name + ": no file fits this pattern" +
+                     input.name + ": no file matches this pattern" +
                          (near.empty() ? "; check the name" : "; did you mean " + near + "?"));
   }
   if (job.options->frames) {
@@ -138,7 +138,7 @@ void JobPlan::FindFrames(const Job& job) {
   const int64_t first = input.on_disk.front(), last = input.on_disk.back();
   if (last - first >= VXIO_MostFrames) {
     throw UsageError(input.name + ": runs from " + std::to_string(first) + " to " +
-                     std::to_string(last) + "; name the --frames to work on");
+                     std::to_string(last) + "; select some of them with --frames");
   }
   for (int64_t frame = first; frame <= last; ++frame) frames_.push_back(frame);
 }
@@ -164,11 +164,11 @@ PlannedFrame JobPlan::Frame(size_t index) const {
   if (!output_name_.empty()) frame.output = output_ ? output_->Name(frame.number) : output_name_;
   for (const Input& input : inputs_) {
     InputFile file;
-    const bool there = Resolve(input, frame.number, &file);
-    if (!there && frame.fate == PlannedFrame::Work) {
-      frame.fate = missing_ == Missing::Skip ? PlannedFrame::Skip : PlannedFrame::Fail;
-      frame.why = file.path + ": no such file" +
-                  (missing_ == Missing::Hold ? ", nor an earlier frame to hold" : "");
+    const bool found = Resolve(input, frame.number, &file);
+    if (!found && frame.action == PlannedFrame::Work) {
+      frame.action = missing_ == Missing::Skip ? PlannedFrame::Skip : PlannedFrame::Fail;
+      frame.error = file.path + ": no such file" +
+                    (missing_ == Missing::Hold ? ", nor an earlier frame to hold" : "");
     }
     frame.inputs.push_back(std::move(file));
   }
@@ -186,17 +186,17 @@ std::vector<std::string> JobPlan::SingleFiles() const {
 // A missing frame without a substitute stops the job unless --keep-going is given. Substituted
 // frames are reported.
 void JobPlan::CheckGaps(bool keep_going) {
-  static constexpr const char* kDone[] = {"", "skipped", "held from the frame before", "black"};
+  static constexpr const char* kDone[] = {"", "skipped", "replaced by the frame before", "black"};
   std::unordered_set<int64_t> left_out;
   for (const Input& input : inputs_) {
     if (!input.pattern) continue;
     std::vector<int64_t> gaps, fatal;
     for (int64_t number : frames_) {
       InputFile file;
-      const bool there = Resolve(input, number, &file);
-      if (there && Holds(input.on_disk, number)) continue;
-      (there || missing_ == Missing::Skip ? gaps : fatal).push_back(number);
-      if (!there) left_out.insert(number);
+      const bool found = Resolve(input, number, &file);
+      if (found && Contains(input.on_disk, number)) continue;
+      (found || missing_ == Missing::Skip ? gaps : fatal).push_back(number);
+      if (!found) left_out.insert(number);
     }
     if (!fatal.empty() && !keep_going) {
       throw VXIO_Error(VXIO_ErrorKind::Input,
@@ -211,9 +211,9 @@ void JobPlan::CheckGaps(bool keep_going) {
     }
   }
   if (missing_ == Missing::Skip && left_out.size() == frames_.size()) {
-    throw VXIO_Error(VXIO_ErrorKind::Input,
-                     FirstPattern()->name + ": no frame is left to work on: all " +
-                         std::to_string(frames_.size()) + " are missing; check --frames");
+    throw VXIO_Error(VXIO_ErrorKind::Input, FirstPattern()->name + ": no frame is left: all " +
+                                                std::to_string(frames_.size()) +
+                                                " are missing; check --frames");
   }
 }
 
@@ -223,7 +223,7 @@ void JobPlan::CheckOutputs(VXIO_Clobber clobber) const {
   const std::vector<int64_t> on_disk = output_->FramesOnDisk();
   std::vector<int64_t> existing;
   for (size_t i = 0; i < frames_.size(); ++i) {
-    if (Holds(on_disk, frames_[i]) && Frame(i).fate != PlannedFrame::Skip) {
+    if (Contains(on_disk, frames_[i]) && Frame(i).action != PlannedFrame::Skip) {
       existing.push_back(frames_[i]);
     }
   }
@@ -234,8 +234,8 @@ void JobPlan::CheckOutputs(VXIO_Clobber clobber) const {
                        " and may not be overwritten; choose another name or allow it");
 }
 
-// Refuses an output that replaces an input of another frame: the result would depend on the order
-// of the two frames.
+// Throws UsageError if the output of one frame replaces an input of another frame, because the
+// result would depend on the order in which the two frames are processed.
 void JobPlan::CheckOverlap(bool resume) const {
   const std::string folder = RealFolder(output_name_);
   std::unordered_set<int64_t> written;

@@ -20,8 +20,9 @@ namespace vxcli {
 
 namespace {
 
-constexpr size_t kBlock = 1 << 20;
-// A file with more lines than this, most of them outdated, is compacted.
+constexpr size_t kBlock = 1 << 20;  // bytes that are read at once
+// A record file is compacted if it has more lines than this and more than half of them are
+// outdated.
 constexpr size_t kCompactLines = 1000;
 
 std::string Hex(const XXH128_hash_t& hash) {
@@ -31,7 +32,8 @@ std::string Hex(const XXH128_hash_t& hash) {
   return text;
 }
 
-std::string Line(int64_t frame, const std::string& made_from, const std::string& written) {
+// Returns a line of the record file. JobRun.h describes the form.
+std::string RecordLine(int64_t frame, const std::string& made_from, const std::string& written) {
   const std::string body = "vx1 " + std::to_string(frame) + " " + made_from + " " + written + " ";
   char check[20];
   std::snprintf(check, sizeof check, "%016llx\n",
@@ -80,8 +82,9 @@ ResumeStore::ResumeStore(const std::string& output, Access access) {
       throw VXIO_Error(VXIO_ErrorKind::Output, path_ + ": cannot be written: " + strerror(errno) +
                                                    "; --resume keeps its record there");
     }
-    // Held during the whole run, so that no other run replaces the file. On file systems without
-    // locks the file is never compacted.
+    // The shared lock is held until the end of the run. Compact needs an exclusive lock, so it
+    // never replaces a file that another run uses. If the file system has no locks, the file is not
+    // compacted.
     static_cast<void>(flock(descriptor_, LOCK_SH));
   }
   Load();
@@ -96,24 +99,25 @@ void ResumeStore::Load() {
   std::ifstream file(path_, std::ios::binary);
   std::string line;
   while (std::getline(file, line)) {
-    incomplete_ = file.eof();
+    incomplete_ = file.eof();  // the line does not end with a line feed
     ++lines_;
-    std::istringstream words(line);
+    std::istringstream fields(line);
     std::string form, check;
     int64_t frame = 0;
     Entry entry;
-    words >> form >> frame >> entry.made_from >> entry.written >> check;
-    if (line + "\n" == Line(frame, entry.made_from, entry.written)) {
+    fields >> form >> frame >> entry.made_from >> entry.written >> check;
+    if (line + "\n" == RecordLine(frame, entry.made_from, entry.written)) {
       entries_[frame] = std::move(entry);
     }
   }
 }
 
-// Replaces the file by its valid, latest lines, unless another run has it open.
+// Rewrites the file with the latest valid line of each frame. Does nothing if another run uses it.
 void ResumeStore::Compact() {
   if (flock(descriptor_, LOCK_EX | LOCK_NB) != 0) return;
   std::string text;
-  for (const auto& [frame, entry] : entries_) text += Line(frame, entry.made_from, entry.written);
+  for (const auto& [frame, entry] : entries_)
+    text += RecordLine(frame, entry.made_from, entry.written);
   VXIO_WriteText(path_, text);
   const int reopened = open(path_.c_str(), O_RDWR | O_APPEND | O_CLOEXEC);
   if (reopened < 0) return;
@@ -133,7 +137,7 @@ bool ResumeStore::IsDone(int64_t frame, const std::string& made_from,
 }
 
 bool ResumeStore::Add(int64_t frame, const std::string& made_from, const std::string& output) {
-  std::string line = Line(frame, made_from, FingerprintOfFile(output));
+  std::string line = RecordLine(frame, made_from, FingerprintOfFile(output));
   std::lock_guard lock(mutex_);
   if (incomplete_) line = "\n" + line;
   incomplete_ = !WriteAll(descriptor_, line);

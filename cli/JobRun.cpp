@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// Runs a job: the frames on threads, the records in the order of the frames.
+// Runs a job: processes frames on several threads and prints their records in frame order.
 
 #include "JobRun.h"
 
@@ -38,7 +38,8 @@ class Runner {
  public:
   Runner(const Job& job, const JobPlan& plan, Progress* progress);
 
-  // Throws the failure of the first frame that failed, unless the job keeps going.
+  // Returns the exit code. Throws DescribedFailure if a frame failed: the failure of the first such
+  // frame or, with --keep-going, a summary.
   int Run();
 
  private:
@@ -61,11 +62,11 @@ class Runner {
   MemoryBudget budget_;
   std::unique_ptr<ResumeStore> store_;
 
-  std::mutex next_mutex_;  // frames start, and get memory, in their order
+  std::mutex next_mutex_;  // frames are started, and acquire memory, in frame order
   size_t next_ = 0;
-  std::mutex mutex_;  // over everything below
+  std::mutex mutex_;  // protects the members below
   bool stop_ = false;
-  std::map<size_t, Outcome> waiting_;  // finished before an earlier frame
+  std::map<size_t, Outcome> waiting_;  // finished frames that follow an unfinished one
   size_t printed_ = 0, begun_ = 0;
   size_t counts_[kStatuses] = {};
   std::vector<std::pair<size_t, int64_t>> failed_;  // index and number
@@ -97,15 +98,15 @@ int Runner::Run() {
       threads.emplace_back([this] { Work(); });
     }
   } catch (const std::system_error&) {
-    // The threads that were started do all the work.
+    // No more threads can be created. The existing ones process all frames.
   }
   Work();
   for (std::thread& thread : threads) thread.join();
   return Conclude();
 }
 
-// Selects the next frame and acquires memory for it. Returns false if no frame is left. An error is
-// recorded as the failure of the frame.
+// Selects the next frame and acquires memory for it. Returns false if no frame remains or the job
+// was stopped. An error in the computation of `*bytes` is stored in `*outcome`.
 bool Runner::Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* outcome) {
   std::lock_guard lock(next_mutex_);
   {
@@ -114,7 +115,7 @@ bool Runner::Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* o
     *index = next_++;
   }
   *frame = plan_.Frame(*index);
-  if (frame->fate == PlannedFrame::Work && (options_.memory || threads_ > 1)) {
+  if (frame->action == PlannedFrame::Work && (options_.memory || threads_ > 1)) {
     try {
       *bytes = budget_.Need(*frame);
     } catch (...) {
@@ -148,7 +149,7 @@ void Runner::Work() {
 Outcome Runner::RunFrame(PlannedFrame frame) {
   Outcome outcome;
   nlohmann::ordered_json& record = outcome.record;
-  if (frame.fate == PlannedFrame::Skip) {
+  if (frame.action == PlannedFrame::Skip) {
     outcome.status = Outcome::Missing;
     return outcome;
   }
@@ -158,11 +159,12 @@ Outcome Runner::RunFrame(PlannedFrame frame) {
   }
   if (!frame.output.empty()) record["output"] = frame.output;
   try {
-    if (frame.fate == PlannedFrame::Fail) throw VXIO_Error(VXIO_ErrorKind::Input, frame.why);
+    if (frame.action == PlannedFrame::Fail) throw VXIO_Error(VXIO_ErrorKind::Input, frame.error);
     static_cast<void>(VXHost_TakeReports());  // discards reports about an earlier frame
     std::string made_from;
     if (store_) {
-      // Before the inputs are read: if they change meanwhile, the next run does the frame again.
+      // Computed before the inputs are read: if an input changes during the work, the next run
+      // processes the frame again.
       made_from = Fingerprint(frame);
       if (store_->IsDone(frame.number, made_from, frame.output)) {
         outcome.status = Outcome::UpToDate;
@@ -173,7 +175,7 @@ Outcome Runner::RunFrame(PlannedFrame frame) {
     } else if (outcome.status != Outcome::UpToDate) {
       RunWork(frame, &outcome);
       if (store_ && !store_->Add(frame.number, made_from, frame.output)) {
-        Warn({store_->path() + ": cannot be written; a later --resume will do " + frame.output +
+        Warn({store_->path() + ": cannot be written; a later --resume will write " + frame.output +
               " again"});
       }
     }
@@ -196,7 +198,8 @@ void Runner::RunWork(const PlannedFrame& frame, Outcome* outcome) {
   if (!state.warnings.is_null()) outcome->record["warnings"] = std::move(state.warnings);
 }
 
-// The fingerprint of everything that decides the pixels of a frame.
+// Returns the fingerprint of all data that affects the pixels of a frame: the version, the settings
+// and the contents of the inputs.
 std::string Runner::Fingerprint(const PlannedFrame& frame) const {
   std::string text = "vx " VX_PROJECT_VERSION " " + std::to_string(VX_PKG_VERSION) + "\n" +
                      Settings(RecordFor::Fingerprint).dump() + "\n" + std::to_string(frame.number);
@@ -224,7 +227,8 @@ void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
   outcome->lines = {line};
 }
 
-// Counts a frame. Prints its failure at once and its record in the order of the frames.
+// Stores the outcome of a frame. With --keep-going a failure is printed immediately. The record is
+// printed when the records of all earlier frames have been printed.
 void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
   nlohmann::ordered_json record;
   if (plan_.sequence()) record["frame"] = number;
@@ -271,7 +275,8 @@ nlohmann::ordered_json Runner::Settings(RecordFor use) const {
 }
 
 int Runner::Conclude() {
-  for (const auto& [index, outcome] : waiting_) Print(outcome);  // after one that never ran
+  for (const auto& [index, outcome] : waiting_)
+    Print(outcome);  // frames that follow one that was not run
   std::sort(failed_.begin(), failed_.end());
   std::vector<int64_t> numbers;
   for (const auto& [index, number] : failed_) numbers.push_back(number);

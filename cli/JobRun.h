@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The private parts of a job: the plan of its frames, the record of --resume, the state of a frame
-// while it is worked on, and its outcome.
+// The private classes of a job: the plan of its frames, the record file of --resume, the state of a
+// frame while it is processed, and the outcome of a frame.
 
 #include <condition_variable>
 #include <cstdint>
@@ -24,34 +24,35 @@ namespace vxcli {
 
 struct InputFile {
   std::string path;
-  bool black = false;  // a picture of zeros, made like the file at this path
+  bool black = false;  // true: all pixels of the file are replaced by zeros
 };
 
 struct PlannedFrame {
-  enum Fate { Work, Skip, Fail };
+  enum Action { Work, Skip, Fail };
 
   int64_t number = 0;
-  Fate fate = Work;
-  std::string why;  // of Fail
+  Action action = Work;
+  std::string error;  // for Fail
   std::vector<InputFile> inputs;
   std::string output;  // empty for a job that writes no picture
 };
 
 class JobPlan {
  public:
-  // Reads folders, not files. Throws UsageError for options that contradict each other, and
-  // VXIO_Error for gaps, for outputs that exist and may not be overwritten, and if no frame is
-  // left.
+  // Lists directories but opens no pictures. Throws UsageError for options that contradict each
+  // other. Throws VXIO_Error for missing frames, for outputs that exist and may not be overwritten,
+  // and if no frame remains.
   explicit JobPlan(const Job& job);
 
   bool sequence() const { return sequence_; }
   size_t size() const { return frames_.size(); }
-  PlannedFrame Frame(size_t index) const;  // computed by each call: there may be millions
+  // Computes a frame. Frames are not stored, because a job may have millions of them.
+  PlannedFrame Frame(size_t index) const;
   const std::vector<int64_t>& frames() const { return frames_; }
   const std::string& output() const { return output_name_; }
-  // Inputs that are one file for all frames.
+  // Returns the inputs that are single files, used for all frames.
   std::vector<std::string> SingleFiles() const;
-  // Lines about gaps, for the user.
+  // Returns messages about missing frames.
   const std::vector<std::string>& notes() const { return notes_; }
 
  private:
@@ -81,32 +82,30 @@ class JobPlan {
 
 // --- the record of --resume ----------------------------------------------------------------------
 
-// The fingerprint of a file's contents, or of a text. Throws VXIO_Error (Input) for a file that
-// cannot be read.
+// Return the fingerprint of the contents of a file, or of a text: 128 bits of XXH3 in hexadecimal.
+// FingerprintOfFile throws VXIO_Error (Input) for a file that cannot be read.
 std::string FingerprintOfFile(const std::string& path);
 std::string FingerprintOfText(const std::string& text);
 
-// The outputs that earlier runs with --resume wrote, with the fingerprints of their sources. They
-// are stored in a text file beside the outputs, ".NAME.vx-resume" for the output NAME, with one
-// line for each output:
+// The record of the outputs that runs with --resume wrote. It is a text file in the directory of
+// the outputs, ".NAME.vx-resume" for the output NAME, with one line for each output:
 //
 //   vx1 FRAME MADE-FROM WRITTEN CHECK
 //
-//   MADE-FROM  fingerprint of the input files' contents, the settings and the version (128 bits of
-//              XXH3 in hex)
-//   WRITTEN    fingerprint of the output's contents
-//   CHECK      64 bits of XXH3 over the line before it
+//   MADE-FROM  fingerprint of the contents of the input files, the settings and the version
+//   WRITTEN    fingerprint of the contents of the output
+//   CHECK      64 bits of XXH3 over the text of the line before CHECK
 //
-// Each line is appended with one write after its output is in place, so a killed run leaves at most
-// one incomplete last line. Lines that do not match this form are ignored and their frames are done
-// again. If a frame has several lines, the last one counts. Several runs may append to the same
-// file at once if they work on different frames.
+// A line is appended with a single write() after its output is complete, so a run that is killed
+// leaves at most one incomplete line, the last one. Lines that do not match this form are ignored,
+// and their frames are processed again. If a frame has several lines, the last one is used. Several
+// runs may append to the same file at the same time if they process different frames.
 class ResumeStore {
  public:
   enum Access { ReadOnly, ReadAndAdd };
 
-  // Opens the record of an output file, or of a sequence by its pattern. Throws VXIO_Error
-  // (Output) if it cannot be opened for writing.
+  // Opens the record for an output, a file name or the pattern of a sequence. Throws VXIO_Error
+  // (Output) if the record cannot be opened for writing.
   ResumeStore(const std::string& output, Access access);
   ~ResumeStore();
   ResumeStore(const ResumeStore&) = delete;
@@ -114,7 +113,8 @@ class ResumeStore {
 
   const std::string& path() const { return path_; }
 
-  // Returns true if the frame was made from these inputs and its output was not changed since.
+  // Returns true if the recorded MADE-FROM of the frame is `made_from` and the output file has not
+  // changed since it was recorded.
   bool IsDone(int64_t frame, const std::string& made_from, const std::string& output) const;
 
   // Records an output that was written. Returns false if the record could not be written; the
@@ -129,9 +129,9 @@ class ResumeStore {
   void Compact();
 
   std::string path_;
-  std::map<int64_t, Entry> entries_;  // by frame, as they were when the file was opened
+  std::map<int64_t, Entry> entries_;  // by frame; read when the file is opened, not updated later
   size_t lines_ = 0;
-  bool incomplete_ = false;  // the last line of the file
+  bool incomplete_ = false;  // the last line of the file does not end with a line feed
   int descriptor_ = -1;
   std::mutex mutex_;
 };
@@ -142,36 +142,38 @@ struct Outcome {
   enum Status { NotRun, Done, UpToDate, Planned, Missing, Failed };
 
   Status status = NotRun;
-  Failure failure{kDone, ""};      // of Failed
-  nlohmann::ordered_json record;   // for --json
-  std::vector<std::string> lines;  // for the standard output without it
+  Failure failure{kDone, ""};      // for Failed
+  nlohmann::ordered_json record;   // printed with --json
+  std::vector<std::string> lines;  // printed on the standard output without --json
 };
 
 struct JobFrame::State {
   const Job* job;
   const JobPlan* plan;
   PlannedFrame frame;
-  vxcli::Progress* progress;  // null when several frames share the bar
+  vxcli::Progress* progress;  // null if several frames are processed at once
   nlohmann::ordered_json record;
   nlohmann::ordered_json warnings;
   std::vector<std::string> lines;
   bool written = false;
 
-  // Prints and records the warnings. Under --strict throws the first of them.
+  // Prints and records the warnings. With --strict, throws the first one as an error instead.
   void ReportWarnings(const std::vector<std::string>& texts, VXIO_ErrorKind kind);
-  // Shows the progress of a job of one frame: one step for each input and its use, one for writing.
+  // Shows the progress of a job that has one frame. Each input is a step that includes the
+  // operation on it. Writing the output is the last step.
   void Begin(size_t step, const std::string& what) const;
 };
 
-// Limits the bytes of the frames in flight.
+// Limits the memory of the frames that are processed at the same time.
 class MemoryBudget {
  public:
   explicit MemoryBudget(const Job& job);
 
-  // The bytes that a frame needs, from the headers of its inputs; 0 if they cannot be read, which
-  // the frame itself reports. Throws UsageError if --memory is too small for the frame alone.
+  // Returns the number of bytes that a frame needs, computed from the headers of its inputs.
+  // Returns 0 if a header cannot be read; processing the frame then reports the error. Throws
+  // UsageError if the frame alone needs more than --memory.
   int64_t Need(const PlannedFrame& frame) const;
-  // Waits until the bytes fit beside the frames in flight, or no frame is in flight.
+  // Waits until the acquired bytes plus `bytes` are within the limit, or until nothing is acquired.
   void Acquire(int64_t bytes);
   void Release(int64_t bytes);
 

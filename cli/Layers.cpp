@@ -11,7 +11,7 @@ namespace vxcli {
 
 namespace {
 
-// Larger than any picture, and small enough that sums of positions fit in 32 bits.
+// Largest coordinate of --at: larger than any picture, and sums of positions fit in 32 bits.
 constexpr int64_t kFarthest = 1000000;
 
 const std::vector<std::string>& MaskUses() {
@@ -23,8 +23,8 @@ std::string SizeText(const VX_LayerDef& picture) {
   return std::to_string(picture.width) + " x " + std::to_string(picture.height);
 }
 
-// Prints a note if a mask or matte does not have the size of the picture that it belongs to. Both
-// kinds of uses are inverse if their number is odd.
+// Prints a note if the size of a mask or matte (`weights`) differs from the size of `picture`.
+// `use` is a vx::MaskUse or a vx::Matte; in both enumerations the inverse uses are the odd numbers.
 void NoteSize(const std::string& file, const std::string& kind, const std::string& whose,
               const VX_World& weights, const VX_World& picture, int32_t use) {
   if (weights.width == picture.width && weights.height == picture.height) return;
@@ -32,8 +32,8 @@ void NoteSize(const std::string& file, const std::string& kind, const std::strin
        "; outside of the " + kind + " it counts as " + (use & 1 ? "full" : "0"));
 }
 
-// The matte of a picture at another size, with the corner of the picture at (0, 0). Outside of the
-// picture it is 0, or full scale for the inverse uses.
+// Returns the matte of a picture, cropped or extended to the given size; the upper left corners are
+// aligned. Outside of the picture the matte is 0, or full scale for the inverse uses.
 vx::MaskBuffer MatteOfSize(const VX_World& picture, vx::Matte use, int32_t width, int32_t height) {
   vx::MaskBuffer own = vx::matte(picture, use);
   if (own.width() == width && own.height() == height) return own;
@@ -81,21 +81,22 @@ OptionList DrawOptionList(DrawOptions* to) {
       Option{"--seed", "NUMBER", Integer(&to->seed, INT32_MIN, INT32_MAX),
              "Seed of the random pattern of dissolve, 32 bits"}
           .Default("0"),
-      {"--keep-alpha", "", Flag(&to->keep_alpha), "Leave the alpha below as it is"},
-      Option{"--mask", "FILE", Text(&to->mask), "Picture whose pixels weight those of the layer"}
+      {"--keep-alpha", "", Flag(&to->keep_alpha), "Do not change the alpha of the background"},
+      Option{"--mask", "FILE", Text(&to->mask),
+             "Picture whose pixels are the weights of the layer's pixels"}
           .For(Decides::Contents),
       Option{"--mask-use", "WHAT", Choice(&to->mask_use, MaskUses()), "%r"}.Without(
-          "alpha, or luma when the mask has no alpha"),
+          "alpha, or luma if the mask has no alpha"),
       Option{"--mask-at", "X,Y", Parsed(&to->mask_at, at),
-             "Position of the mask's corner on the background; outside of it the mask counts as 0, "
-             "for inverse uses as full"}
+             "Position of the upper left corner of the mask on the background; outside of the mask "
+             "the weight is 0, for inverse uses full"}
           .Without("0,0"),
       Option{"--matte", "FILE", Text(&to->matte),
              "Picture that the layer's alpha is multiplied by before it is drawn; the upper left "
              "corners of the two are aligned"}
           .For(Decides::Contents),
       Option{"--matte-use", "WHAT", Choice(&to->matte_use, MaskUses()), "%r"}.Without(
-          "alpha, or luma when the matte has no alpha"),
+          "alpha, or luma if the matte has no alpha"),
       Option{"--feather", "R", Number(&to->feather.radius, 0, kLargestFeather),
              "Soften the matte: radius in pixels, %r"}
           .Without("0"),
@@ -111,19 +112,20 @@ OptionList LayerOptionList(LayerOptions* to) {
   const auto at = [](const std::string& option, const std::string& text) {
     return ParsePoint(option, text, -kFarthest, kFarthest);
   };
-  return InGroup("Options of a layer, after its --layer",
-                 Join({{
-                           Option{"--layer", "FILE", Text(&to->file),
-                                  "Picture to draw; repeat it for more layers"}
-                               .For(Decides::Contents),
-                           Option{"--at", "X,Y", Parsed(&to->at, at),
-                                  "Position of its corner on the background; may be negative"}
-                               .Default("0,0"),
-                           Option{"--rect", "L,T,R,B", Parsed(&to->rect, ParseRect),
-                                  "Draw only this area of it; --at places the area's corner"}
-                               .Without("all"),
-                       },
-                       DrawOptionList(to)}));
+  return InGroup(
+      "Options of a layer, after its --layer",
+      Join({{
+                Option{"--layer", "FILE", Text(&to->file),
+                       "Picture to draw; repeat it for more layers"}
+                    .For(Decides::Contents),
+                Option{"--at", "X,Y", Parsed(&to->at, at),
+                       "Position of its upper left corner on the background; may be negative"}
+                    .Default("0,0"),
+                Option{"--rect", "L,T,R,B", Parsed(&to->rect, ParseRect),
+                       "Draw only this area of it; --at is the position of the area's corner"}
+                    .Without("all"),
+            },
+            DrawOptionList(to)}));
 }
 
 void CheckDrawOptions(const DrawOptions& options) {
@@ -210,7 +212,7 @@ void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_Wo
   const vx::Matte use =
       options.matte_use.value_or(picture.has_alpha ? vx::Matte::alpha : vx::Matte::luma);
   NoteSize(file, "matte", "its layer", *picture.world, *world, static_cast<int32_t>(use));
-  Named(file, [&] {
+  WithContext(file, [&] {
     vx::MaskBuffer matte = MatteOfSize(*picture.world, use, world->width, world->height);
     Soften(options.feather, frame->Progress(), &matte);
     vx::merge(*world, matte, {.progress = frame->Progress()});

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The layers of `vx composite` and the layer of `vx transform`: options, and the pictures, masks
-// and mattes that they are drawn from.
+// The layers of `vx composite` and the layer of `vx transform`: their options, and reading of their
+// masks and mattes.
 
 #include <cstddef>
 #include <nlohmann/json_fwd.hpp>
@@ -19,7 +19,7 @@ namespace vxcli {
 
 // --- options -------------------------------------------------------------------------------------
 
-// The names of vx::Matte and of vx::Feather, in their order.
+// Return the names of the values of vx::Matte and of vx::Feather, in the order of the enumerations.
 const std::vector<std::string>& MatteUses();
 const std::vector<std::string>& FeatherKinds();
 
@@ -27,25 +27,25 @@ inline constexpr double kLargestFeather = 32767;
 
 struct FeatherSettings {
   std::optional<double> radius;
-  std::optional<vx::Feather> kind;  // vx::Feather::soft without one
+  std::optional<vx::Feather> kind;  // default: vx::Feather::soft
 };
-// Throws UsageError for a kind without a radius.
+// Throws UsageError if the kind is given without a radius.
 void CheckFeather(const FeatherSettings& feather);
 void Soften(const FeatherSettings& feather, const vx::Progress& progress, vx::MaskBuffer* matte);
 
-// How a layer is drawn.
+// The options for drawing a layer.
 struct DrawOptions {
   vx::Mode mode = vx::Mode::in_front;
   double opacity = 1;
   int32_t seed = 0;
   bool keep_alpha = false;
   std::string mask;
-  std::optional<vx::MaskUse> mask_use;  // the default depends on the mask
+  std::optional<vx::MaskUse> mask_use;  // default: alpha, or luma if the mask has no alpha
   std::optional<vx::Point> mask_at;
   vx::Field field = vx::Field::both;
-  std::string matte;                   // a picture that the alpha of the layer is multiplied by
-  std::optional<vx::Matte> matte_use;  // the default depends on the matte
-  FeatherSettings feather;             // of the matte
+  std::string matte;                   // the alpha of the layer is multiplied by this picture
+  std::optional<vx::Matte> matte_use;  // default: alpha, or luma if the matte has no alpha
+  FeatherSettings feather;             // applied to the matte
 };
 
 struct LayerOptions : DrawOptions {
@@ -57,12 +57,12 @@ struct LayerOptions : DrawOptions {
 OptionList DrawOptionList(DrawOptions* to);
 OptionList LayerOptionList(LayerOptions* to);
 
-// Throws UsageError for options that need another one.
+// Throws UsageError for an option that has no effect without another one that is not given.
 void CheckDrawOptions(const DrawOptions& options);
 
 // --- pictures ------------------------------------------------------------------------------------
 
-// Indices of inputs; 0 for no mask or no matte.
+// The indices of the files of a layer in the inputs of the job; 0: no mask or no matte.
 struct LayerInputs {
   size_t file, mask = 0, matte = 0;
 };
@@ -71,24 +71,27 @@ struct LayerInputs {
 LayerInputs AddInputs(const std::string& file, const DrawOptions& options,
                       std::vector<std::string>* inputs);
 
-// The depths of the frame's files, in their order, 0 for masks and mattes. The first file is the
-// background or, if there is none, the first layer. Reads only headers, to find files that cannot
-// be read before any work is done.
+// Returns the depths of the files of a frame, in the order of the inputs; 0 for masks and mattes.
+// The first file is the background or, if there is none, the first layer. Reads headers only.
+// Throws VXIO_Error for a file that cannot be read, before any picture is processed.
 std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInputs>& layers);
 
-// The bytes held while a layer is drawn: the layer and its mask or matte, each at two depths.
+// Returns the number of bytes that are allocated while a layer is drawn: for the layer and its mask
+// or matte, each before and after the conversion of the depth.
 int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& layer, int32_t depth);
 
-// Reads the mask of a layer that is drawn on `below`, at its depth, and stores it in `*picture`.
-// `record` is that of the layer.
+// Reads the mask of a layer that is drawn on `below`, at the depth of `below`. Stores the pixels in
+// `*picture`, which must exist as long as the returned mask. Adds to `record`, the record of the
+// layer.
 vx::Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& below, JobFrame* frame,
                   VXIO_WorldPtr* picture, nlohmann::ordered_json* record);
 
-// Multiplies the layer's alpha by its matte. `record` is that of the layer.
+// Multiplies the alpha of the layer `*world` by its matte. Adds to `record`, the record of the
+// layer.
 void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_World* world,
                 nlohmann::ordered_json* record);
 
-// The options of a layer for vx::composite or vx::transform, and the record of the layer.
+// Converts options of the command to options of vx::composite or vx::transform.
 template <class Options>
 Options DrawingOf(const DrawOptions& from) {
   Options to;
@@ -99,6 +102,7 @@ Options DrawingOf(const DrawOptions& from) {
   to.seed = from.seed;
   return to;
 }
+// Returns the JSON record of a layer.
 nlohmann::ordered_json RecordOf(const std::string& file, const DrawOptions& options);
 
 }  // namespace vxcli

@@ -13,12 +13,12 @@ namespace {
 constexpr size_t kMatrixNumbers = 9;
 constexpr int32_t kFewestSamples = 16, kDefaultMostSamples = 128, kDraftSamples = 8;
 
-// --- the path between two places -----------------------------------------------------------------
+// --- the path between two placements -------------------------------------------------------------
 
-vx::TransformParts PartsOf(const Place& place, int32_t width, int32_t height) {
-  vx::TransformParts parts = place.parts;
-  parts.anchor_x = place.anchor ? place.anchor->first : (width - 1) / 2.0;
-  parts.anchor_y = place.anchor ? place.anchor->second : (height - 1) / 2.0;
+vx::TransformParts PartsOf(const Placement& placement, int32_t width, int32_t height) {
+  vx::TransformParts parts = placement.parts;
+  parts.anchor_x = placement.anchor ? placement.anchor->first : (width - 1) / 2.0;
+  parts.anchor_y = placement.anchor ? placement.anchor->second : (height - 1) / 2.0;
   return parts;
 }
 
@@ -49,7 +49,7 @@ class Path {
     const bool same_turn = by_matrix_ || from_.rotation == to_.rotation;
     return share_ == 0 || (same_turn && std::ranges::equal(first_.m, last_.m));
   }
-  // `count` matrices in equal steps over the open shutter.
+  // Returns `count` matrices at equal intervals while the shutter is open.
   std::vector<vx::Matrix> Matrices(int32_t count) const {
     if (!by_matrix_) return vx::matrices_between(from_, Between(from_, to_, share_), count);
     std::vector<vx::Matrix> matrices(static_cast<size_t>(count));
@@ -71,11 +71,11 @@ class Path {
 
 struct Corner {
   double x, y;
-  bool in_front;  // false: behind the viewer of a perspective
+  bool in_front;  // false: a perspective maps the corner behind the viewer
 };
 
-// The corners of the area that a layer covers. It reaches one pixel beyond the outermost pixels,
-// because samples fade out there.
+// Returns the corners of the area that a layer covers. The area includes one pixel more on each
+// side, because the interpolation fades the layer out there.
 std::vector<Corner> CornersOf(const vx::Matrix& matrix, int32_t width, int32_t height) {
   std::vector<Corner> corners;
   for (const double x : {-1.0, static_cast<double>(width)}) {
@@ -87,7 +87,8 @@ std::vector<Corner> CornersOf(const vx::Matrix& matrix, int32_t width, int32_t h
   return corners;
 }
 
-// A sub-sample for each pixel that the fastest corner moves, within bounds.
+// Returns the default number of sub-samples: the length in pixels of the longest path of a corner,
+// limited to kFewestSamples..kDefaultMostSamples.
 int32_t SamplesFor(const Path& path, int32_t width, int32_t height) {
   double longest = 0;
   std::vector<double> lengths(4);
@@ -104,8 +105,9 @@ int32_t SamplesFor(const Path& path, int32_t width, int32_t height) {
   return std::max(kFewestSamples, static_cast<int32_t>(std::ceil(longest)));
 }
 
-bool HasExtent(const vx::Matrix& matrix) {
-  constexpr double kLeast = 0.5 / 65536;  // half a step of the library's positions
+// Returns true if the layer has an area after the transform.
+bool HasArea(const vx::Matrix& matrix) {
+  constexpr double kLeast = 0.5 / 65536;  // the library rounds positions to 1/65536 pixel
   vx::Matrix inverse;
   bool invertible = false;
   static_cast<void>(M_InverseMatrixQuiet(matrix, &inverse, &invertible));
@@ -131,18 +133,17 @@ std::vector<vx::Matrix> MatricesOf(const Motion& motion, const Shutter& shutter,
 
 // --- layers that are not drawn -------------------------------------------------------------------
 
-std::string WhyUnseen(const std::vector<vx::Matrix>& matrices, const VX_LayerDef& layer,
-                      const VX_LayerDef& below) {
+std::string InvisibleReason(const std::vector<vx::Matrix>& matrices, const VX_LayerDef& layer,
+                            const VX_LayerDef& below) {
   // The last matrix of a motion is not drawn.
   const std::span samples(matrices.data(), std::max<size_t>(matrices.size() - 1, 1));
-  if (std::ranges::none_of(samples, HasExtent)) {
-    return "cannot be drawn there, flattened by a scale of 0 or beyond all numbers; nothing is "
-           "drawn";
+  if (std::ranges::none_of(samples, HasArea)) {
+    return "has no area or is too large after the transform; nothing is drawn";
   }
-  // Sub-samples are checked singly: a layer that crosses the picture between two of them is not
-  // drawn.
+  // Only the sub-samples are drawn. A layer that crosses the picture between two sub-samples is
+  // invisible.
   for (const vx::Matrix& matrix : samples) {
-    if (!HasExtent(matrix)) continue;
+    if (!HasArea(matrix)) continue;
     double left = INFINITY, top = INFINITY, right = -INFINITY, bottom = -INFINITY;
     for (const Corner& corner : CornersOf(matrix, layer.width, layer.height)) {
       if (!corner.in_front || !std::isfinite(corner.x + corner.y)) return {};
@@ -153,7 +154,7 @@ std::string WhyUnseen(const std::vector<vx::Matrix>& matrices, const VX_LayerDef
     }
     if (left < below.width && right > -1 && top < below.height && bottom > -1) return {};
   }
-  return "lies wholly outside the picture; nothing is drawn";
+  return "is completely outside the picture; nothing is drawn";
 }
 
 }  // namespace vxcli

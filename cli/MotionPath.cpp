@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// The options of a place, and the file of --path.
+// The options of a placement, and the text file of --path.
 
 #include <algorithm>
 #include <cmath>
@@ -27,12 +27,12 @@ void ParsePair(const std::string& option, const std::string& text, double* x, do
   *y = numbers[1];
 }
 
-void ParseMatrix(const std::string& option, const std::string& text, Place* to) {
+void ParseMatrix(const std::string& option, const std::string& text, Placement* to) {
   const std::vector<double> numbers = ParseNumbers(option, text, kMatrixNumbers);
   std::ranges::copy(numbers, to->matrix.emplace().m);
 }
 
-void ParseAnchor(const std::string& option, const std::string& text, Place* to) {
+void ParseAnchor(const std::string& option, const std::string& text, Placement* to) {
   to->anchor.reset();
   if (text == "center") return;
   if (!HasComma(text)) {
@@ -41,7 +41,7 @@ void ParseAnchor(const std::string& option, const std::string& text, Place* to) 
   ParsePair(option, text, &to->anchor.emplace().first, &to->anchor->second);
 }
 
-void ParseScale(const std::string& option, const std::string& text, Place* to) {
+void ParseScale(const std::string& option, const std::string& text, Placement* to) {
   if (std::ranges::count(text, ',') > 1) {
     throw UsageError(option + " '" + text + "': must be one number S or two SX,SY");
   }
@@ -49,7 +49,7 @@ void ParseScale(const std::string& option, const std::string& text, Place* to) {
             &to->parts.scale_y);
 }
 
-void ParseSkew(const std::string& option, const std::string& text, Place* to) {
+void ParseSkew(const std::string& option, const std::string& text, Placement* to) {
   ParsePair(option, text, &to->parts.skew_x, &to->parts.skew_y);
   for (double* skew : {&to->parts.skew_x, &to->parts.skew_y}) {
     if (std::fabs(*skew) > kMostSkew) {
@@ -59,60 +59,67 @@ void ParseSkew(const std::string& option, const std::string& text, Place* to) {
   }
 }
 
-void ParseRotation(const std::string& option, const std::string& text, Place* to) {
+void ParseRotation(const std::string& option, const std::string& text, Placement* to) {
   to->parts.rotation = ParseNumbers(option, text, 1)[0];
 }
 
-void ParseTranslation(const std::string& option, const std::string& text, Place* to) {
+void ParseTranslation(const std::string& option, const std::string& text, Placement* to) {
   ParsePair(option, text, &to->parts.translate_x, &to->parts.translate_y);
 }
 
-Value PlaceValue(Place* to, void (*parse)(const std::string&, const std::string&, Place*)) {
+Value PlacementValue(Placement* to,
+                     void (*parse)(const std::string&, const std::string&, Placement*)) {
   return {Value::Text, [to, parse](const std::string& option, const std::string& text) {
             parse(option, text, to);
             to->has_parts |= parse != ParseMatrix;
             if (to->matrix && to->has_parts) {
               throw UsageError(
-                  "--matrix: stands alone, at both ends of a motion, without --translate, --rotate "
-                  "and the like");
+                  "--matrix: cannot be combined with --translate, --rotate, --scale, --skew and "
+                  "--anchor; a motion needs it for both ends or for neither");
             }
           }};
 }
 
 }  // namespace
 
-OptionList PlaceOptionList(Place* to) {
-  Value matrix = PlaceValue(to, ParseMatrix);
+OptionList PlacementOptionList(Placement* to) {
+  Value matrix = PlacementValue(to, ParseMatrix);
   matrix.count = kMatrixNumbers;
   return InGroup(
-      "Where the layer lands; again after --to for the end of a motion",
+      "Placement of the layer; again after --to for the end of a motion",
       {
-          Option{"--anchor", "X,Y", PlaceValue(to, ParseAnchor),
-                 "Point of the layer that scale, skew and rotation leave where it is, or 'center': "
-                 "pixels, 0,0 is the middle of the first"}
+          Option{"--anchor", "X,Y", PlacementValue(to, ParseAnchor),
+                 "Fixed point of scale, skew and rotation, in pixels of the layer, or 'center'; "
+                 "0,0 is "
+                 "the centre of the upper left pixel"}
               .Without("center"),
-          Option{"--scale", "S|SX,SY", PlaceValue(to, ParseScale), "Factors; below 0 mirrored"}
+          Option{"--scale", "S|SX,SY", PlacementValue(to, ParseScale),
+                 "Factors; a factor below 0 mirrors the layer"}
               .Without("1"),
-          Option{"--skew", "X,Y", PlaceValue(to, ParseSkew),
-                 "Degrees that the columns and the rows lean by, -89.999 to 89.999: x grows by "
-                 "tan(X) times y, y by tan(Y) times x"}
+          Option{"--skew", "X,Y", PlacementValue(to, ParseSkew),
+                 "Angles in degrees, -89.999 to 89.999: tan(X) times y is added to x, tan(Y) times "
+                 "x is "
+                 "added to y"}
               .Without("0,0"),
-          Option{"--rotate", "DEG", PlaceValue(to, ParseRotation),
-                 "Degrees, clockwise; more than 360 are whole turns of a motion"}
+          Option{"--rotate", "DEG", PlacementValue(to, ParseRotation),
+                 "Degrees, clockwise; in a motion, 360 more is one more full turn"}
               .Without("0"),
-          Option{"--translate", "X,Y", PlaceValue(to, ParseTranslation),
-                 "Then pixels to the right and down, fractions too; 0,0 leaves the corner of the "
-                 "layer on that of the picture"}
+          Option{"--translate", "X,Y", PlacementValue(to, ParseTranslation),
+                 "Pixels to the right and down, may be fractions; at 0,0 the upper left corners of "
+                 "the "
+                 "layer and the picture are aligned"}
               .Without("0,0"),
           {"--matrix", "N...", std::move(matrix),
-           "In place of all these: nine numbers, with commas or blanks between them, that take (x "
-           "y 1) of the layer as a row to the picture, so that 1,0,0,0,1,0,X,Y,1 moves by X,Y"},
+           "Instead of these options: nine numbers, separated by commas or blanks. The row vector "
+           "(x "
+           "y 1) of the layer times the matrix is the position in the picture; 1,0,0,0,1,0,X,Y,1 "
+           "moves the layer by X,Y"},
       });
 }
 
-void CheckEnds(const Place& start, const Place& end) {
+void CheckEnds(const Placement& start, const Placement& end) {
   if ((start.matrix && end.has_parts) || (end.matrix && start.has_parts)) {
-    throw UsageError("--matrix: a motion has it at both ends or at neither");
+    throw UsageError("--matrix: a motion needs it for both ends or for neither");
   }
 }
 
@@ -135,37 +142,39 @@ std::vector<std::string> WordsOf(const std::string& line) {
   return words;
 }
 
-Place PlaceOf(const std::string& line, const Place& base) {
+Placement PlacementOf(const std::string& line, const Placement& base) {
   std::vector<std::string> words = WordsOf(line);
-  Place place = base;
-  Parts parts{"--to", "place", true, PlaceOptionList(&place), nullptr};
-  parts.add = [&] { return PlaceOptionList(&place); };
-  TakeParts(&parts, &words);
-  if (words.empty()) return place;
-  if (words[0] == "--to") throw UsageError("--to: the next line is where the motion goes");
+  Placement placement = base;
+  Parts parts{"--to", "place", true, PlacementOptionList(&placement), nullptr};
+  parts.add = [&] { return PlacementOptionList(&placement); };
+  ExtractParts(&parts, &words);
+  if (words.empty()) return placement;
+  if (words[0] == "--to")
+    throw UsageError("--to: not in a path file; the next line is the end of the motion");
   throw UsageError("'" + words[0] +
                    "': must be --anchor, --scale, --skew, --rotate, --translate or --matrix");
 }
 
 }  // namespace
 
-MotionPath::MotionPath(const std::string& file, const Place& base, int64_t first) : file_(file) {
+MotionPath::MotionPath(const std::string& file, const Placement& base, int64_t first)
+    : file_(file) {
   Read(ReadTextFile(file, "path", "a line of options for each frame"), base, first);
   if (lines_.empty()) {
-    throw VXIO_Error(VXIO_ErrorKind::Input, file + ": holds no line; one is needed for each frame");
+    throw VXIO_Error(VXIO_ErrorKind::Input, file + ": contains no line; each frame needs one");
   }
   for (auto line = lines_.begin(); std::next(line) != lines_.end(); ++line) {
     const auto next = std::next(line);
     if (next->first != line->first + 1) continue;
     try {
-      CheckEnds(line->second.place, next->second.place);
+      CheckEnds(line->second.placement, next->second.placement);
     } catch (const UsageError& error) {
       Refuse(next->second.number, error.what());
     }
   }
 }
 
-void MotionPath::Read(const std::string& text, const Place& base, int64_t first) {
+void MotionPath::Read(const std::string& text, const Placement& base, int64_t first) {
   std::istringstream stream(text);
   int64_t number = 0, frame = first;
   for (std::string line; std::getline(stream, line);) {
@@ -178,11 +187,11 @@ void MotionPath::Read(const std::string& text, const Place& base, int64_t first)
         frame = ParseInteger("frame", Trimmed(line.substr(0, colon)), 0, VXIO_LargestFrame);
         line = Trimmed(line.substr(colon + 1));
       }
-      const auto [there, is_new] =
-          lines_.try_emplace(frame, Line{number, line, PlaceOf(line, base)});
+      const auto [entry, is_new] =
+          lines_.try_emplace(frame, Line{number, line, PlacementOf(line, base)});
       if (!is_new) {
         throw UsageError("frame " + std::to_string(frame) + " has line " +
-                         std::to_string(there->second.number) + " already");
+                         std::to_string(entry->second.number) + " already");
       }
     } catch (const UsageError& error) {
       Refuse(number, error.what());
@@ -212,9 +221,9 @@ const MotionPath::Line& MotionPath::Find(int64_t frame) const {
 }
 
 Motion MotionPath::At(int64_t frame) const {
-  Motion motion{Find(frame).place, std::nullopt};
+  Motion motion{Find(frame).placement, std::nullopt};
   const auto next = lines_.find(frame + 1);
-  if (next != lines_.end()) motion.end = next->second.place;
+  if (next != lines_.end()) motion.end = next->second.placement;
   return motion;
 }
 

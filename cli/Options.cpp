@@ -14,16 +14,18 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// True for numbers, also for those that are refused later such as nan; false for options.
+// Returns true for a number, false for an option. Numbers that the parser refuses, such as nan, are
+// numbers here.
 bool LooksLikeNumbers(const std::string& text) {
   const size_t first = std::min(text.find_first_not_of("+-"), text.size());
   return text.find_first_of(".0123456789", first) == first || text.compare(first, 3, "nan") == 0 ||
          text.compare(first, 3, "inf") == 0;
 }
 
-// Joins a value of several numbers, which may be several arguments, with commas.
-void TakeNumbers(size_t count, const std::vector<std::string>& arguments, size_t* at,
-                 std::string* text) {
+// Appends the following arguments to `*text`, with commas, until it has `count` numbers. `*at` is
+// the index of the last argument that was read.
+void AppendNumbers(size_t count, const std::vector<std::string>& arguments, size_t* at,
+                   std::string* text) {
   const auto numbers = [&] {
     const auto commas = static_cast<size_t>(std::count(text->begin(), text->end(), ','));
     return text->ends_with(',') ? commas : commas + 1;
@@ -34,8 +36,8 @@ void TakeNumbers(size_t count, const std::vector<std::string>& arguments, size_t
   }
 }
 
-// The value of arguments[*at], "--name=value" or the next argument.
-std::string TakeValue(const Option& option, const std::vector<std::string>& arguments, size_t* at) {
+// Returns the value of the option arguments[*at], from "--name=value" or from the next argument.
+std::string ReadValue(const Option& option, const std::vector<std::string>& arguments, size_t* at) {
   const std::string& argument = arguments[*at];
   const size_t equals = argument.find('=');
   if (option.IsFlag()) {
@@ -52,7 +54,7 @@ std::string TakeValue(const Option& option, const std::vector<std::string>& argu
     text = arguments[++*at];
   }
   if (option.value.count > 1) {
-    TakeNumbers(static_cast<size_t>(option.value.count), arguments, at, &text);
+    AppendNumbers(static_cast<size_t>(option.value.count), arguments, at, &text);
   }
   return text;
 }
@@ -154,7 +156,7 @@ void SetValues(OptionList* options) {
   }
 }
 
-void TakeParts(Parts* parts, std::vector<std::string>* arguments) {
+void ExtractParts(Parts* parts, std::vector<std::string>* arguments) {
   if (parts->starter.empty()) return;
   const auto begin = [&] {
     parts->list.push_back(parts->add());
@@ -177,7 +179,7 @@ void TakeParts(Parts* parts, std::vector<std::string>* arguments) {
     if (!option->given.empty()) {
       throw UsageError(name + ": is given twice; a " + parts->name + " takes it once");
     }
-    option->given.push_back(TakeValue(*option, *arguments, &i));
+    option->given.push_back(ReadValue(*option, *arguments, &i));
     option->value.set(name, option->given.back());
   }
   *arguments = std::move(rest);

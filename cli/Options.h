@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The options of a verb as data. The command line, the help, the fingerprint of --resume, the
-// settings in JSON records and `vx list options` are made from one list of options per verb.
+// The options of a verb as data. Each verb has one list of options. The parser, the help, the
+// fingerprint of --resume, the settings in JSON records and `vx list options` use this list.
 
 #include <functional>
 #include <nlohmann/json_fwd.hpp>
@@ -15,11 +15,12 @@
 
 namespace vxcli {
 
-// What the fingerprint of --resume takes from an option.
+// The effect of an option on the pixels, and its part of the fingerprint of --resume.
 enum class Decides {
-  Pixels,    // the value
-  Contents,  // whether it is given; the job adds the contents of the file that it names
-  Nothing,   // nothing: the option does not change a pixel
+  Pixels,    // the value affects the pixels; it is part of the fingerprint
+  Contents,  // the contents of a file affect the pixels; the fingerprint contains whether the
+             // option is given, and the job adds the contents
+  Nothing,   // the option does not affect the pixels
 };
 
 // --- values --------------------------------------------------------------------------------------
@@ -31,8 +32,8 @@ struct Value {
   Kind kind = Text;
   // Throws UsageError, or VXIO_Error for a file that cannot be read. A flag ignores the text.
   std::function<void(const std::string& option, const std::string& text)> set;
-  std::string range = {};  // replaces %r in the help
-  int32_t count = 1;       // arguments
+  std::string range = {};  // the accepted values; replaces %r in the help
+  int32_t count = 1;       // number of arguments
 };
 
 template <class T>
@@ -44,7 +45,7 @@ struct ValueOf<std::optional<T>> {
   using Type = T;
 };
 
-// A value for `parse(option, text)`, such as the functions of Values.h.
+// Returns a value that is converted by `parse(option, text)`, such as a function of Values.h.
 template <class T, class Parse>
 Value Parsed(T* to, Parse parse) {
   return {Value::Text, [to, parse](const std::string& option, const std::string& text) {
@@ -76,7 +77,7 @@ Value Number(T* to, double least, double largest) {
   return value;
 }
 
-// Stores the position of the text in `choices`.
+// Stores the index of the text in `choices`.
 template <class T>
 Value Choice(T* to, const std::vector<std::string>& choices) {
   Value value = Parsed(to, [=](const std::string& option, const std::string& text) {
@@ -101,18 +102,19 @@ Value SizeValue(std::optional<Size>* to);
 // --- options -------------------------------------------------------------------------------------
 
 struct Option {
-  std::string name;     // "--depth", "-o,--output", or "IN" for an argument by position
-  std::string metavar;  // of the value; empty for a flag
+  std::string name;     // "--depth", "-o,--output", or "IN" for a positional argument
+  std::string metavar;  // name of the value in the help; empty for a flag
   Value value;
   std::string help;           // without the default
-  std::string fallback = {};  // the text that counts when the option is not given
-  std::string without = {};  // for the help, if there is no such text: the effect of leaving it out
-  std::string excludes = {};  // another option
+  std::string fallback = {};  // default value, as text
+  std::string without =
+      {};  // description of the default for the help, if there is no default value
+  std::string excludes = {};  // an option that cannot be combined with this one
   bool required = false;
   Decides decides = Decides::Pixels;
-  std::function<std::string()> identity = {};  // for the fingerprint, in place of the text
+  std::function<std::string()> identity = {};  // returns the text for the fingerprint, if set
   std::string group = {};                      // heading in the help
-  std::vector<std::string> given = {};         // texts of the command line
+  std::vector<std::string> given = {};         // arguments of the command line
 
   Option& Default(const std::string& text) { return fallback = text, *this; }
   Option& Without(const std::string& text) { return without = text, *this; }
@@ -127,7 +129,7 @@ struct Option {
   std::string HelpText() const;  // with range and default
 };
 
-// --depth, with "keep", stored as 0.
+// Returns the option --depth. "keep" is stored as 0.
 Option DepthOption(int32_t* to, const std::string& help);
 Option QualityOption(vx::Quality* to, const std::string& help);
 
@@ -137,33 +139,33 @@ OptionList Join(std::vector<OptionList> lists);
 OptionList InGroup(const std::string& heading, OptionList options);
 Option* Find(OptionList* options, const std::string& long_name);
 
-// Stores the given value of each option, else its default.
+// Stores the value of each option: the given one, else the default.
 void SetValues(OptionList* options);
 
 // --- parts ---------------------------------------------------------------------------------------
 
-// Options that a verb takes several times: for each layer of composite, for each place of
+// Options that may be given several times, once for each part: a layer of composite, a placement of
 // transform.
 struct Parts {
-  std::string starter;                // the option that begins a part; empty: the verb has none
-  std::string name;                   // of a part: "layer"
-  bool open = false;                  // options before the first starter are a part too
-  OptionList options;                 // of one part, for the help and to recognise arguments
+  std::string starter;                // the option that begins a part; empty: the verb has no parts
+  std::string name;                   // name of a part: "layer"
+  bool open = false;                  // true: options before the first starter are a part too
+  OptionList options;                 // of one part; for the help and for recognising arguments
   std::function<OptionList()> add;    // makes the options of a new part
   std::vector<OptionList> list = {};  // the parts of the command line
 };
 
-// Moves the options of the parts out of the arguments and stores their values. Throws UsageError.
-void TakeParts(Parts* parts, std::vector<std::string>* arguments);
+// Removes the options of the parts from the arguments and stores their values. Throws UsageError.
+void ExtractParts(Parts* parts, std::vector<std::string>* arguments);
 
 // --- records -------------------------------------------------------------------------------------
 
 enum class RecordFor { Reader, Fingerprint };
 
-// The values, given or by default, of the options that decide pixels.
+// Returns the values, given or default, of the options that affect the pixels.
 nlohmann::ordered_json SettingsRecord(const OptionList& options, const Parts& parts, RecordFor use);
 
-// All options, for `vx list options`.
+// Returns one record per option, for `vx list options`.
 nlohmann::ordered_json DescribeOptions(const std::string& verb, const OptionList& options);
 
 }  // namespace vxcli

@@ -34,7 +34,8 @@ bool ReadWhole(const std::string& text, Number* value) {
   return error == std::errc() && stop == end;
 }
 
-// The number of changes of one letter that turn `a` into `b`.
+// Returns the edit distance (Levenshtein): the number of insertions, deletions and replacements of
+// one character that change `a` to `b`.
 size_t Distance(const std::string& a, const std::string& b) {
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -50,7 +51,7 @@ size_t Distance(const std::string& a, const std::string& b) {
   return row[b.size()];
 }
 
-// Four of the largest kernels with 13 characters for each weight, and space for comments.
+// Large enough for four kernels of 1023 x 1023 weights with 13 characters each, and for comments.
 constexpr size_t kMostBytes = 64 << 20;
 
 bool IsControl(char c) {
@@ -259,7 +260,7 @@ std::string DidYouMean(const std::string& text, const std::vector<std::string>& 
 }
 
 std::string ReadTextFile(const std::string& path, const std::string& kind,
-                         const std::string& holds) {
+                         const std::string& contents) {
   const auto refuse = [&](const std::string& text) {
     throw VXIO_Error(VXIO_ErrorKind::Input, path + ": " + text);
   };
@@ -276,7 +277,7 @@ std::string ReadTextFile(const std::string& path, const std::string& kind,
   }
   if (std::ferror(file.get())) refuse(std::string("cannot be read: ") + strerror(errno));
   if (std::any_of(text.begin(), text.end(), IsControl)) {
-    refuse("is binary; a " + kind + " file is text, " + holds);
+    refuse("is binary; a " + kind + " file is text, " + contents);
   }
   if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
   return text;

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Converts texts of the command line to values. Every Parse function throws UsageError with one
-// line that contains the option, the text and the accepted form. The whole text must match: not
-// even a trailing blank is accepted.
+// Converts arguments of the command line to values. The Parse functions throw UsageError if the
+// text is not accepted; the message contains the option, the text and the accepted form. The whole
+// text must have the form: leading and trailing blanks are not accepted.
 
 #include <cstdint>
 #include <string>
@@ -19,7 +19,7 @@ namespace vxcli {
 int64_t ParseInteger(const std::string& option, const std::string& text, int64_t least,
                      int64_t largest);
 
-// Finite numbers only.
+// A finite number from `least` to `largest`.
 double ParseNumber(const std::string& option, const std::string& text, double least,
                    double largest);
 
@@ -38,7 +38,7 @@ struct Size {
   int32_t width = 0, height = 0;
 };
 Size ParseSize(const std::string& option, const std::string& text, int64_t least);
-// True for digits, an x and digits, whatever the numbers are.
+// Returns true for digits, an x and digits. The range of the numbers is not checked.
 bool IsSize(const std::string& text);
 
 // "A,R,G,B" in the scale of the depth: 0..255, 0..32768, or any finite numbers.
@@ -49,7 +49,7 @@ std::vector<std::string> SplitAtCommas(const std::string& text);
 // Letters of "argb", each at most once, at least one.
 vx::Channels ParseChannels(const std::string& option, const std::string& text);
 
-// "8", "16" or "32"; 0 for "keep" if that is allowed.
+// "8", "16" or "32". Returns 0 for "keep" if that is allowed.
 enum class Keep { Allowed, Refused };
 int32_t ParseDepth(const std::string& option, const std::string& text, Keep keep);
 
@@ -60,31 +60,31 @@ int64_t ParseBytes(const std::string& option, const std::string& text);
 int32_t ParseChoice(const std::string& option, const std::string& text,
                     const std::vector<std::string>& choices);
 
-// The name or the number of a transfer mode. The error for an unknown name contains the nearest one
-// and all of them.
+// The name or the number of a transfer mode. The error message for an unknown name contains the
+// most similar name and the list of all names.
 vx::Mode ParseMode(const std::string& option, const std::string& text);
 
 // --- texts ---------------------------------------------------------------------------------------
 
-// The shortest form with at most six decimals: 0.5, 30000.
+// Returns a number with at most six decimals and without trailing zeros: 0.5, 30000.
 std::string Plain(double value);
 
-// "2.5 GiB"
+// Returns a size with its unit: "2.5 GiB".
 std::string BytesText(int64_t bytes);
 
-// "a, b or c" with " or " as `last`.
+// Joins words with `between`, the last two with `last`: "a, b or c" if `last` is " or ".
 std::string JoinWords(const std::vector<std::string>& words, const std::string& last,
                       const std::string& between = ", ");
 
-// " (did you mean NAME?)" with the name that takes the fewest changes of a letter, or nothing if
-// the nearest name is too different.
+// Returns " (did you mean NAME?)" with the name that has the smallest edit distance to `text`, or
+// an empty text if that distance is too large.
 std::string DidYouMean(const std::string& text, const std::vector<std::string>& names);
 
-// The contents of a text file that a user wrote, without a byte order mark. `kind` and `holds`
-// describe it in messages: "kernel", "rows of whole numbers". Throws VXIO_Error (Input) for a file
-// that cannot be read, is larger than 64 MiB or contains control characters. Bytes above 127 are
-// accepted.
+// Returns the contents of a text file without the byte order mark. `kind` ("kernel") and `contents`
+// ("rows of whole numbers") describe the file in error messages. Throws VXIO_Error (Input) if the
+// file cannot be read, is larger than 64 MiB or contains control characters other than white space.
+// Bytes above 127 are accepted.
 std::string ReadTextFile(const std::string& path, const std::string& kind,
-                         const std::string& holds);
+                         const std::string& contents);
 
 }  // namespace vxcli

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The verbs of the command, one file each. A verb is a record: its options and the function that
-// runs when it was named.
+// The verbs of the command, one file each. A verb consists of its options and the function that
+// runs it.
 
 #include <functional>
 #include <string>
@@ -16,8 +16,8 @@ namespace vxcli {
 struct Verb {
   std::string name, summary;
   OptionList options;
-  std::string footer;  // of the help: rules and examples
-  // Called with the values of the options stored. Returns the exit code.
+  std::string footer;  // end of the help: rules and examples
+  // Called after the values of the options are stored. Returns the exit code.
   std::function<int(const Verb&)> run;
   Parts parts = {};
 };
@@ -41,12 +41,12 @@ Verb InfoVerb();
 Verb ProfileVerb();
 Verb ListVerb();
 
-// All of them, in the order of the help.
+// Returns all verbs, in the order of the help.
 std::vector<Verb> AllVerbs();
 
-// Returns the verb that the arguments name; null after --help and --version, whose text is printed.
-// `global` are the options before the verb. The texts of the options are stored in the lists; call
-// SetValues for their values. Throws UsageError.
+// Returns the verb that the arguments select, or null after it printed the text of --help or
+// --version. `global` are the options before the verb. The arguments of the options are stored in
+// the lists of options; SetValues converts them. Throws UsageError.
 Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
                        std::vector<Verb>* verbs);
 
@@ -58,7 +58,7 @@ struct ProcessorLevel {
 };
 std::vector<ProcessorLevel> ProcessorLevels();
 
-// The text of --version.
+// Returns the text of --version.
 std::string VersionText();
 
 }  // namespace vxcli

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// The command vx: runs a verb while the library is alive, and turns each failure into one line and
-// an exit code.
+// The command vx: initialises the library and runs a verb. A failure is reported by one line and an
+// exit code.
 
 #include <CLI/Version.hpp>
 #include <cstring>
@@ -18,7 +18,7 @@ namespace {
 
 bool Has(int32_t word) { return U_G_CPU_DataP[word] != 0; }
 
-// The vector levels of the machine, whatever level is set.
+// The vector instructions of this machine, independent of the selected level.
 struct Machine {
   Machine() {
     uint32_t set[U_CPU_WORDS];
@@ -31,8 +31,8 @@ struct Machine {
   bool sse2, ssse3;
 };
 
-// Sets the processor level for the start of the library: 0 plain code, 1 SSE2, 2 all of this
-// machine. Throws UsageError for a level that this machine does not have.
+// Sets the processor level before the library is initialised: 0 plain code, 1 SSE2, 2 all vector
+// instructions of this machine. Throws UsageError for a level that this machine does not have.
 void SetProcessor(int32_t level) {
   VXHost_ResetProcessor();
   if (level == 2) return;
@@ -49,16 +49,16 @@ void SetProcessor(int32_t level) {
 
 int Run(std::vector<std::string> arguments) {
   int32_t processor = 0;
-  vxcli::OptionList global = {
-      vxcli::Option{"--processor", "LEVEL", vxcli::Choice(&processor, {"none", "sse2", "all"}),
-                    "Vector code to use, before the verb: %r; the pictures are the same"}
-          .Default("all")};
+  vxcli::OptionList global = {vxcli::Option{
+      "--processor", "LEVEL", vxcli::Choice(&processor, {"none", "sse2", "all"}),
+      "Vector instructions to use: %r; given before the verb; does not change the pictures"}
+                                  .Default("all")};
   std::vector<vxcli::Verb> verbs = vxcli::AllVerbs();
   vxcli::Verb* verb = vxcli::ParseCommandLine(std::move(arguments), &global, &verbs);
   if (!verb) return vxcli::kDone;
   vxcli::SetValues(&global);
   SetProcessor(processor);
-  const auto library = vxcli::Named("start", [] {
+  const auto library = vxcli::WithContext("start", [] {
     vx::Library started;
     vxcli::Check(VXHost_RunPlugScan());
     return started;

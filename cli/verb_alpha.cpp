@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx premultiply and vx unpremultiply: multiply colours by alpha, and divide them. vx guess-alpha:
-// finds from the pixels how colour and alpha were combined.
+// vx premultiply multiplies colours by alpha, vx unpremultiply divides them. vx guess-alpha
+// determines from the pixels whether colours are straight or premultiplied.
 
 #include <strings.h>
 
@@ -23,7 +23,7 @@ struct MultiplyOptions {
   std::string input, matte;
 };
 
-// The name of the format of a file if its writer multiplies colours by alpha, else "".
+// Returns the name of the format of a file if its pixels are stored premultiplied, else "".
 std::string MultiplyingFormat(const std::string& file) {
   const std::string extension = file.substr(file.rfind('.') + 1);
   for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {
@@ -45,17 +45,17 @@ void MultiplyFrame(const MultiplyOptions& options, bool multiply, JobFrame* fram
     frame->Note("has no alpha: every pixel is opaque and keeps its colour");
   } else if (multiply && !writer.empty()) {
     frame->Warn("is multiplied twice: " + writer +
-                " holds colours multiplied by alpha, and writing it multiplies them again");
+                " stores premultiplied colours, and writing it multiplies them again");
   } else if (!multiply && picture.alpha == VXIO_AlphaKind::Premultiplied) {
-    frame->Warn("is divided twice: the file says that its colours are multiplied by alpha, and "
-                "reading it has divided them already");
+    frame->Warn("is divided twice: the file declares premultiplied colours, and reading it has "
+                "divided them already");
   }
   vx::PremultiplyOptions operation;
   if (!options.matte.empty()) {
     operation.matte = ParseColor("--matte", options.matte, picture.world->Depth());
   }
-  Named(frame->Input(0),
-        [&] { (multiply ? vx::premultiply : vx::unpremultiply)(*picture.world, operation); });
+  WithContext(frame->Input(0),
+              [&] { (multiply ? vx::premultiply : vx::unpremultiply)(*picture.world, operation); });
   frame->Write(*picture.world, picture);
 }
 
@@ -68,13 +68,15 @@ Verb MakeVerb(bool multiply) {
               }};
   OptionList own = {
       InputOption(&options->input),
-      Option{"--matte", "A,R,G,B", std::move(matte),
-             "The colour that shows where alpha is 0, in the scale of the picture: 0..255 at 8 "
-             "bits, 0..32768 at 16, any number at 32 (1 is full); its alpha is not used"}
+      Option{
+          "--matte", "A,R,G,B", std::move(matte),
+          "Colour that is mixed in where alpha is below full, in the scale of the picture: 0..255 "
+          "at 8 bits, 0..32768 at 16, any number at 32 (1 is full); its alpha is not used"}
           .Without("black")};
   const std::string shared =
-      "The result is written as it is, and a format that marks its alpha says straight.\n"
-      "Formats that multiply by themselves (vx list formats) are divided on reading.\n";
+      "The result is written as straight alpha, and a file that declares its alpha declares it "
+      "so.\n"
+      "Premultiplied formats (vx list formats) are divided when they are read.\n";
   return {multiply ? "premultiply" : "unpremultiply",
           multiply ? "Multiply the colours by alpha" : "Undo a multiplication by alpha",
           Join({std::move(own), JobOptionList(&options->job, JobOutput::Picture)}),
@@ -110,7 +112,7 @@ void GuessFrame(JobFrame* frame) {
   } else if (guess.kind != vx::AlphaKind::unknown &&
              picture.alpha == VXIO_AlphaKind::Premultiplied &&
              guess.kind != vx::AlphaKind::premultiplied_black) {
-    frame->Note("the file itself says that its colours are multiplied by alpha");
+    frame->Note("the file declares premultiplied colours");
   }
   frame->Print(frame->Input(0) + ": " + NameOf(guess.kind));
   frame->Record()["alpha"] = NameOf(guess.kind);
@@ -132,13 +134,13 @@ Verb GuessAlphaVerb() {
   };
   auto options = std::make_shared<GuessOptions>();
   return {
-      "guess-alpha", "Tell from the pixels how colour and alpha were combined",
+      "guess-alpha", "Determine from the pixels whether colours are straight or premultiplied",
       Join({{InputOption(&options->input)}, JobOptionList(&options->job, JobOutput::None)}),
       "Prints straight, premultiplied with black, premultiplied with white, or undecided. Only\n"
-      "pixels that are partly transparent count: colours above alpha rule out black, colours "
+      "partly transparent pixels are examined: a colour above alpha excludes black, a colour "
       "below\n"
-      "full less alpha rule out white, and a picture that rules out neither is undecided. --json\n"
-      "gives the counts. vx convert --alpha and vx unpremultiply --matte correct a wrong file.\n"
+      "full - alpha excludes white; if neither is excluded the result is undecided. --json prints\n"
+      "the counts. vx convert --alpha and vx unpremultiply --matte correct a wrong file.\n"
       "Example:\n  vx guess-alpha logo.png",
       [options](const Verb& verb) {
         return RunJob(verb, options->job, options->input,

@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx blur: a Gaussian or a box over a picture.
+// vx blur: blurs a picture with a Gaussian or a box.
 
 #include <algorithm>
 #include <cmath>
@@ -33,7 +33,7 @@ struct BlurOptions {
 
 struct BlurPlan {
   vx::BlurOptions blur;
-  vx::Point reach;  // the growth of the canvas on each side
+  vx::Point reach;  // pixels that --grow adds on each side
 };
 
 BlurPlan MakePlan(const BlurOptions& options) {
@@ -80,10 +80,10 @@ void BlurFrame(const BlurPlan& plan, JobFrame* frame) {
   vx::Image to(canvas.width, canvas.height, from.Depth());
   vx::BlurOptions blur = plan.blur;
   blur.progress = frame->Progress();
-  Named(frame->Input(0), [&] { vx::blur(to, from, blur); });
+  WithContext(frame->Input(0), [&] { vx::blur(to, from, blur); });
   const bool grown = plan.reach.x > 0 || plan.reach.y > 0;
-  // In float the mean of ones may differ from 1 by rounding, and the writer would add an alpha
-  // channel.
+  // At 32 bits the mean of ones may differ from 1 by a rounding error. The writer would add an
+  // alpha channel then.
   if (!picture.has_alpha && plan.blur.hold_level && !grown) to.world()->FillAlpha();
   frame->Record()["width"] = canvas.width;
   frame->Record()["height"] = canvas.height;
@@ -96,7 +96,7 @@ int Run(const BlurOptions& options, const Verb& verb) {
   const auto bytes = [&](const std::vector<VXIO_Info>& inputs) {
     const VXIO_Info& input = inputs[0];
     const Size canvas = CanvasFor(plan, input.path, input.width, input.height);
-    // The picture, the canvas, and the result of the first pass.
+    // For the picture, the canvas, and the result of the first pass.
     return BytesOfWorld(input.width, input.height, input.depth) +
            2 * BytesOfWorld(canvas.width, canvas.height, input.depth);
   };
@@ -108,25 +108,24 @@ OptionList OptionsOf(BlurOptions* to) {
   return {
       InputOption(&to->input),
       {"--gaussian", "R", Number(&to->gaussian, 0, VX_Blur_MaxRadius),
-       "Radius in pixels, %r, where the bell curve ends; the time grows with it"},
+       "Radius in pixels, %r; the Gaussian is cut off there; the time increases with it"},
       {"--box", "R", Number(&to->box, 0, VX_Blur_MaxRadius),
-       "In place of --gaussian: the mean over 2R + 1 pixels, R %r, also fractions; the time does "
-       "not "
+       "Instead of --gaussian: the mean of 2R + 1 pixels, R %r, also fractions; the time does not "
        "depend on R"},
       Option{"--iterations", "N", Integer(&to->iterations, 1, kMostIterations),
              "Number of passes of the box, %r; their product with the radius is at most 262144. 3 "
              "passes look like a Gaussian of 2.5 times the radius"}
           .Without("1"),
       Option{"--axis", "AXIS", Choice(&to->axis, {"both", "x", "y"}),
-             "x: along the rows, y: along the columns, or both"}
+             "x: along the rows; y: along the columns; both: x and y"}
           .Default("both"),
       Option{"--channels", "LETTERS", Parsed(&to->channels, ParseChannels),
-             "Letters of argb to blur; the others stay as they are"}
+             "Channels to blur, letters of argb; the others are not changed"}
           .Default("argb"),
       Option{
           "--edge", "HOW", Choice(&to->edge, {"fade", "hold-level"}),
-          "hold-level: only pixels of the picture are mixed, so that the border keeps its level; "
-          "fade: pixels outside of the picture are transparent, so that the border fades"}
+          "Pixels outside of the picture. hold-level: they are left out of the mean, so the border "
+          "keeps its level; fade: they are transparent, so the border fades"}
           .Without("hold-level; with --grow fade"),
       {"--grow", "", Flag(&to->grow),
        "Enlarge the canvas on each side by the distance that the blur spreads: the radius rounded "
@@ -141,7 +140,7 @@ Verb BlurVerb() {
   return {"blur", "Blur a picture, with a Gaussian or a box",
           Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
           "Colours are weighted by alpha: colours of transparent pixels have no effect. A picture\n"
-          "without alpha has none after it, unless its border fades or it grows.\n"
+          "without alpha remains without, unless its border fades or --grow is given.\n"
           "Examples:\n  vx blur photo.jpg --gaussian 12.5 -o soft.jpg\n"
           "  vx blur logo.png --box 8 --iterations 3 --grow -o glow.png",
           [options](const Verb& verb) { return Run(*options, verb); }};

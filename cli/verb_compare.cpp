@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx compare: reports whether two pictures are equal, or their differences.
+// vx compare: reports whether two pictures are equal, and their differences.
 
 #include <cmath>
 #include <cstdio>
@@ -27,7 +27,7 @@ struct CompareOptions {
 
 using Json = nlohmann::ordered_json;
 
-// JSON has no infinity; null replaces it.
+// Converts a number to JSON. Infinity becomes null, because JSON has no infinity.
 Json Finite(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
 
 struct Row {
@@ -108,7 +108,7 @@ int Run(const CompareOptions& options) {
   const bool within = result.largest <= options.tolerance;
   if (!options.diff.empty()) {
     VXIO_WriteOptions write;
-    write.metadata = ProfileAlone(options.first, a);
+    write.metadata = ProfileOnly(options.first, a);
     Warn(VXIO_Write(options.diff, *VXIO_DifferencePicture(*a.world, *b.world), write));
   }
   if (options.json) {
@@ -132,13 +132,14 @@ Verb CompareVerb() {
              "(0..255, 0..32768, or 1 is full at 32)"}
           .Default("0"),
       {"--diff", "OUT", Text(&to->diff), "Write the absolute differences as a picture"},
-      {"--json", "", Flag(&to->json), "Print JSON; null is infinite"}};
-  return {
-      "compare", "Tell whether two pictures are equal, or how far apart they are",
-      std::move(options),
-      "Colours under alpha 0 count. Exit code 0: equal or within the tolerance; 1: they differ.\n"
-      "Example:\n  vx compare a.png b.png --tolerance 1 --diff d.png",
-      [to](const Verb&) { return Run(*to); }};
+      {"--json", "", Flag(&to->json), "Print JSON; null means infinite"}};
+  return {"compare", "Compare two pictures: report whether they are equal, and the differences",
+          std::move(options),
+          "Colours of transparent pixels are compared too. Exit code 0: equal or within the "
+          "tolerance;\n"
+          "1: different.\n"
+          "Example:\n  vx compare a.png b.png --tolerance 1 --diff d.png",
+          [to](const Verb&) { return Run(*to); }};
 }
 
 }  // namespace vxcli

@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx composite: layers drawn over a background, in the order given.
+// vx composite: draws layers over a background, in the order given.
 
 #include <algorithm>
 #include <chrono>
@@ -25,7 +25,8 @@ struct CompositeOptions {
   int32_t depth = 0;  // 0: the deepest of the pictures that are drawn
   ColorOptions color;
   JobOptions job;
-  std::deque<LayerOptions> layers;  // a deque, because the lists of options point to elements
+  // A deque: the lists of options have pointers to elements, which must stay valid.
+  std::deque<LayerOptions> layers;
 };
 
 // The state that all frames share.
@@ -36,24 +37,25 @@ struct Composite {
   JobColor color;
 };
 
-// The part of a layer that is drawn, and its position on the picture below.
-struct Placed {
+// The part of a layer that is drawn, and its position on the background.
+struct PlacedPart {
   vx::Rect part;
   vx::Point at;
 
-  // True if a pixel of the part is inside the picture below.
-  bool Touches(const VX_World& below) const {
+  // Returns true if a pixel of the part is inside the background.
+  bool Overlaps(const VX_World& below) const {
     return at.x < below.width && at.x + part.width() > 0 && at.y < below.height &&
            at.y + part.height() > 0;
   }
 };
 
-Placed PlacedAt(const LayerOptions& layer, const VX_World& source) {
+PlacedPart PartToDraw(const LayerOptions& layer, const VX_World& source) {
   if (!layer.rect) return {{0, 0, source.width, source.height}, layer.at};
   const vx::Rect& rect = *layer.rect;
   const vx::Rect part{std::max(0, rect.left), std::max(0, rect.top),
                       std::min(source.width, rect.right), std::min(source.height, rect.bottom)};
-  // Outside of the layer: a position where the layer does not touch the picture below.
+  // --rect is outside of the layer. Returns a position where the layer is outside of the
+  // background.
   if (part.left >= part.right || part.top >= part.bottom) {
     return {{0, 0, source.width, source.height}, {-source.width, -source.height}};
   }
@@ -71,15 +73,15 @@ nlohmann::ordered_json Draw(const LayerOptions& layer, size_t index, const Layer
   auto options = DrawingOf<vx::CompositeOptions>(layer);
   VXIO_WorldPtr mask;
   if (inputs.mask) options.mask = ReadMask(layer, inputs.mask, *below, frame, &mask, &record);
-  const Placed placed = PlacedAt(layer, *picture.world);
-  if (!placed.Touches(*below)) {
-    Note(file + ": lies wholly outside the background; nothing is drawn");
+  const PlacedPart placed = PartToDraw(layer, *picture.world);
+  if (!placed.Overlaps(*below)) {
+    Note(file + ": is completely outside the background; nothing is drawn");
   }
   options.at = placed.at;
   options.linear = color->tables();
   options.progress = frame->Progress();
   const auto start = std::chrono::steady_clock::now();
-  Named("layer " + std::to_string(index + 1) + " (" + file + ")", [&] {
+  WithContext("layer " + std::to_string(index + 1) + " (" + file + ")", [&] {
     vx::composite(*below, vx::AnyConstView(*picture.world).part(placed.part), options);
   });
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
@@ -105,7 +107,7 @@ void WorkOn(Composite* job, JobFrame* frame) {
   frame->Write(*background.world, background);
 }
 
-// The bytes of the background and of the largest layer.
+// Returns the number of bytes for the background and the largest layer.
 int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<LayerInputs>& layers,
                 int32_t depth) {
   for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
@@ -136,12 +138,12 @@ OptionList OptionsOf(CompositeOptions* to) {
   return Join(
       {{Option{"BACKGROUND", "FILE", Text(&to->background),
                "Picture that the layers are drawn on, in the order given; its size, profile "
-               "and metadata are kept. It, layers and masks may be sequences of the same "
-               "frames"}
+               "and metadata are kept. Background, layers and masks may be sequences with the "
+               "same frame numbers"}
             .Required()
             .For(Decides::Contents),
         DepthOption(&to->depth,
-                    "%r: bits a channel to work in; keep is the deepest of background and "
+                    "%r: bits per channel of the result; keep: the largest depth of background and "
                     "layers")},
        ColorOptionList(&to->color),
        JobOptionList(&to->job, JobOutput::Picture)});

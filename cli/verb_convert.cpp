@@ -33,8 +33,9 @@ VXIO_AlphaAs ParseAlpha(const std::string& option, const std::string& text) {
   return kMeanings[ParseChoice(option, text, {"straight", "premultiplied", "ignore"})];
 }
 
-// A single plane becomes an opaque grey picture. With several planes the other colours become 0,
-// and alpha becomes full if it is not one of them.
+// Removes the planes that are not selected. A single plane becomes an opaque grey picture. If
+// several planes are selected, the other colours become 0, and alpha becomes full unless it is
+// selected.
 void KeepPlanes(const vx::Channels& planes, vx::AnyView picture) {
   vx::for_each_pixel(picture, [&](int32_t, int32_t, auto& pixel) {
     using Pixel = std::remove_reference_t<decltype(pixel)>;
@@ -62,18 +63,18 @@ void WorkOn(const ConvertOptions& options, JobFrame* frame) {
     frame->Note("has no alpha: --alpha has no effect");
   }
   if (may_dither && picture.world->Depth() > 8) {
-    // The noise continues from one conversion to the next. The reset makes a frame independent of
-    // the others.
+    // Each conversion continues the sequence of the noise where the last one ended. The reset makes
+    // the result independent of other frames.
     VX_ResetDitherRandomIndex();
     picture.world =
-        Named("dither", [&] {
+        WithContext("dither", [&] {
           return vx::convert(*picture.world, 8, {.dither = true, .progress = frame->Progress()});
         }).release();
   } else if (options.dither) {
-    frame->Note("--dither has no effect: it is for 8 bits from a deeper picture");
+    frame->Note("--dither has no effect: it is for pictures of 16 or 32 bits that become 8 bits");
   }
   if (Count(planes) < 4) {
-    Named("planes", [&] { KeepPlanes(planes, *picture.world); });
+    WithContext("planes", [&] { KeepPlanes(planes, *picture.world); });
     picture.has_alpha = picture.has_alpha && planes.alpha && Count(planes) > 1;
   }
   frame->Record()["depth"] = picture.world->Depth();
@@ -85,7 +86,7 @@ int Run(const ConvertOptions& options, const Verb& verb) {
   job.verb = &verb;
   job.options = &options.job;
   job.inputs = {options.input};
-  job.parallel = !options.dither;  // the state of the noise is one for the whole process
+  job.parallel = !options.dither;  // the state of the noise is global
   job.bytes = [&](const std::vector<VXIO_Info>& inputs) {
     const VXIO_Info& input = inputs[0];
     return BytesOfWorld(input.width, input.height, input.depth) +
@@ -98,16 +99,17 @@ int Run(const ConvertOptions& options, const Verb& verb) {
 OptionList OptionsOf(ConvertOptions* to) {
   return {
       InputOption(&to->input),
-      DepthOption(&to->depth, "%r: bits a channel; 16 is a scale of 0 to 32768, 32 is float"),
+      DepthOption(&to->depth, "%r: bits per channel; 16 is a scale of 0 to 32768, 32 is float"),
       {"--dither", "", Flag(&to->dither),
-       "From a deeper picture to 8 bits, add noise in place of rounding, the same for every frame"},
+       "When 16 or 32 bits become 8, add noise instead of rounding; the same noise for every "
+       "frame"},
       Option{"--alpha", "HOW", Parsed(&to->alpha, ParseAlpha),
              "How to read the colours of IN, whatever the file declares. straight: unchanged; "
              "premultiplied: divided by alpha; ignore: unchanged, and the picture is opaque"}
           .Without("as the file declares"),
       Option{"--planes", "LETTERS", Parsed(&to->planes, ParseChannels),
-             "Letters of argb to keep. One: that channel as an opaque grey picture; several: the "
-             "other colours become 0, alpha becomes full"}
+             "Channels to keep, letters of argb. One: this channel as an opaque grey picture; "
+             "several: the other colours become 0, alpha becomes full"}
           .Default("argb"),
   };
 }

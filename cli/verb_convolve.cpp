@@ -28,14 +28,14 @@ struct ConvolveOptions {
   std::optional<double> gaussian;
   std::optional<int32_t> one_dimensional, edge;
   bool normalize = false, no_clamp = false;
-  std::string kernel_text;  // of the kernel file, after it was read
+  std::string kernel_text;  // the weights of the kernel file in normal form, for the fingerprint
 };
 
 struct Filter {
   Kernels kernels;
-  vx::ConvolveOptions options;  // but for the clamp, which is applied at the depth of the sums
-  Size reach;                   // of the kernel, on each side
-  std::optional<bool> fade;     // without one: fade if the picture has alpha
+  vx::ConvolveOptions options;  // without the clamp, which depends on the depth of the sums
+  Size reach;                   // pixels that the kernel covers on each side of its centre
+  std::optional<bool> fade;     // default: true if the picture has alpha
   bool clamp = true;
 };
 
@@ -45,7 +45,7 @@ void CheckSums(const std::string& file, const Kernels& kernels) {
     const int64_t sum = SumOfWeights(kernel);
     if (std::abs(sum) <= std::numeric_limits<int32_t>::max()) continue;
     throw UsageError("--normalize: the weights of " + file + " sum to " + std::to_string(sum) +
-                     ", which is beyond 32 bits");
+                     ", which does not fit in 32 bits");
   }
 }
 
@@ -58,7 +58,7 @@ Filter MakeFilter(const ConvolveOptions& options) {
   const bool down = line && *options.one_dimensional == 1;
   if (options.edge) filter.fade = *options.edge == 0;
   if (options.gaussian) {
-    filter.kernels = {Named("kernel", [&] {
+    filter.kernels = {WithContext("kernel", [&] {
       return vx::gaussian_kernel(*options.gaussian, {.one_dimensional = line, .normalize = false});
     })};
   } else {
@@ -79,7 +79,7 @@ int64_t SumOfMagnitudes(const vx::Kernel& kernel) {
   return sum;
 }
 
-// True if the sums of integer channels fit in 32 bits.
+// Returns true if the sums of weighted integer channels fit in 32 bits.
 bool SumsFit(const Kernels& kernels, int32_t depth) {
   const auto full = static_cast<int64_t>(vx::full_scale(depth));
   return std::ranges::all_of(kernels, [&](const vx::Kernel& kernel) {
@@ -97,7 +97,7 @@ Size PaddedSize(const Filter& filter, const std::string& file, int32_t width, in
   return size;
 }
 
-// The picture with its border pixels repeated outwards.
+// Returns the picture with a border of `reach` pixels that repeats its outermost pixels.
 VXIO_WorldPtr Padded(const VX_World& from, const Size& reach, const Size& size) {
   vx::Image padded(size.width, size.height, from.Depth());
   vx::visit(padded, [&](auto view) {
@@ -121,8 +121,8 @@ void ForEachFloatPixel(vx::AnyView picture, Function function) {
   }
 }
 
-// A power of two that keeps sums of alpha within 0..1, because the convolution limits alpha to
-// that.
+// Returns a factor for alpha, a power of two, such that the sums of alpha are in 0..1: the
+// convolution limits alpha to this range.
 float AlphaScale(const Filter& filter) {
   const vx::Kernel& kernel = filter.kernels[0];
   const auto divisor = static_cast<double>(filter.options.normalize
@@ -132,7 +132,7 @@ float AlphaScale(const Filter& filter) {
   return std::exp2(-static_cast<float>(std::max(0, std::ilogb(std::max(most, 1.0)) + 1)));
 }
 
-// Multiplies colours by alpha, so that alpha weights them.
+// Multiplies colours by alpha, and alpha by `alpha_scale`.
 void Multiply(vx::AnyView picture, float alpha_scale) {
   ForEachFloatPixel(picture, [&](vx::PixelFloat& pixel) {
     const float alpha = pixel.alpha;
@@ -142,9 +142,9 @@ void Multiply(vx::AnyView picture, float alpha_scale) {
   });
 }
 
-// Divides colours by the sum of alpha, which may be greater than 1, so that an area of one colour
-// keeps it. A sum next to 0 is the rounding error of weights that cancel, and gives a transparent
-// pixel.
+// Divides colours by the sum of alpha, so that an area of one colour keeps its colour. The sum may
+// be greater than 1. If the weights cancel, the sum is a rounding error close to 0; the pixel
+// becomes transparent then.
 void Divide(vx::AnyView picture, float alpha_scale) {
   constexpr float kLeast = 1e-6f;
   ForEachFloatPixel(picture, [&](vx::PixelFloat& pixel) {
@@ -163,15 +163,16 @@ void ClampColours(vx::AnyView picture) {
   });
 }
 
-// How a picture is filtered.
+// The method of filtering a picture.
 struct Method {
-  int32_t depth;       // of the sums
-  bool repeat;         // repeat the border pixels
-  bool filters_alpha;  // else the picture stays opaque
+  int32_t depth;       // depth of the sums
+  bool repeat;         // true: border pixels are repeated outside of the picture
+  bool filters_alpha;  // false: the picture stays opaque
 };
 
-// A picture without alpha is filtered at its own depth. With alpha colours are multiplied by it and
-// divided again, which at 8 and 16 bits would lose precision.
+// A picture without alpha is filtered at its own depth if the sums fit. A picture with alpha is
+// filtered at 32 bits: its colours are multiplied by alpha and divided again, which would lose
+// precision at 8 and 16 bits.
 Method MethodFor(const Filter& filter, bool has_alpha, int32_t depth) {
   Method method{};
   method.repeat = !filter.fade.value_or(has_alpha);
@@ -180,7 +181,7 @@ Method MethodFor(const Filter& filter, bool has_alpha, int32_t depth) {
   return method;
 }
 
-// The result. With method.repeat it has a border around it, as wide as the reach of the kernel.
+// Returns the filtered picture. If method.repeat is true, it has a border of filter.reach pixels.
 VXIO_WorldPtr Filtered(const Filter& filter, const Method& method, const vx::Progress& progress,
                        const std::string& file, VXIO_WorldPtr from) {
   from = VXIO_ConvertDepth(std::move(from), method.depth);
@@ -195,7 +196,7 @@ VXIO_WorldPtr Filtered(const Filter& filter, const Method& method, const vx::Pro
   options.clamp = method.depth < 32;
   options.progress = progress;
   const Kernels& k = filter.kernels;
-  Named(file, [&] {
+  WithContext(file, [&] {
     vx::convolve(to, *from, {&KernelOf(k, 0), &KernelOf(k, 1), &KernelOf(k, 2), &KernelOf(k, 3)},
                  options);
   });
@@ -212,10 +213,11 @@ void ConvolveFrame(const Filter& filter, JobFrame* frame) {
   const int32_t depth = picture.world->Depth();
   const Method method = MethodFor(filter, picture.has_alpha, depth);
   if (!filter.clamp && depth < 32) {
-    frame->Note("--no-clamp has no effect: only 32-bit pictures hold values outside of the scale");
+    frame->Note(
+        "--no-clamp has no effect: only 32-bit pictures can have values outside of the scale");
   }
   if (method.filters_alpha && SumOfWeights(filter.kernels[0]) <= 0) {
-    frame->Note("becomes transparent where its alpha is even: the weights of alpha sum to " +
+    frame->Note("becomes transparent where its alpha is constant: the weights of alpha sum to " +
                 std::to_string(SumOfWeights(filter.kernels[0])) + "; see 'vx convolve --help'");
   }
   const vx::Point border =
@@ -251,14 +253,14 @@ OptionList OptionsOf(ConvolveOptions* to) {
       Option{"--kernel", "FILE", Text(&to->kernel), "Text file with the weights; see below"}
           .Identity([to] { return to->kernel_text; }),
       {"--gaussian", "R", Number(&to->gaussian, 0, kLargestKernelRadius),
-       "In place of --kernel: a Gaussian of this radius, %r, always divided by its sum; vx blur is "
+       "Instead of --kernel: a Gaussian of this radius, %r, always divided by its sum; vx blur is "
        "faster"},
       {"--normalize", "", Flag(&to->normalize),
-       "Divide by the sum of the weights, in place of 256 times their number"},
+       "Divide by the sum of the weights instead of 256 times their number"},
       {"--no-clamp", "", Flag(&to->no_clamp),
        "Keep colours below 0 and above 1; for 32-bit pictures"},
       {"--one-dimensional", "x|y", Choice(&to->one_dimensional, {"x", "y"}),
-       "The kernel is a line, along the rows (x) or down the columns (y)"},
+       "The kernel is one row or column of weights, applied along the rows (x) or columns (y)"},
       Option{
           "--edge", "HOW", Choice(&to->edge, {"fade", "repeat"}),
           "Pixels outside of the picture. fade: transparent, so that the edges fade; repeat: the "
@@ -269,20 +271,24 @@ OptionList OptionsOf(ConvolveOptions* to) {
 
 constexpr const char* kFooter =
     "A kernel file is text: rows of whole numbers with blanks or commas between them, the top row\n"
-    "first, not mirrored; text after a # is a comment. As many rows as columns, an odd "
-    "count,\n"
-    "at most 1023; with --one-dimensional one row or one column. One block serves all channels;\n"
-    "four blocks with an empty line between them are for alpha, red, green and blue.\n"
-    "The sum over the window is divided by 256 times the number of weights, so that a single 256\n"
-    "is 1 and nine of them are a mean of 3 x 3, or with --normalize by the sum of the weights (by\n"
-    "1 when that is 0). This file sharpens with --normalize, without it 2304 = 9 x 256 is 1:\n"
+    "first; the kernel is not mirrored. Text after a # is a comment. A kernel has as many rows as\n"
+    "columns, an odd number up to 1023, or with --one-dimensional one row or one column. One "
+    "block\n"
+    "is used for all channels; four blocks, separated by empty lines, are for alpha, red, green "
+    "and\n"
+    "blue. The sum is divided by 256 times the number of weights, so nine weights of 256 are the\n"
+    "mean of 3 x 3 pixels. With --normalize it is divided by the sum of the weights, or by 1 if "
+    "the\n"
+    "sum is 0. This kernel sharpens, on the left with --normalize, on the right without it, where\n"
+    "2304 = 9 x 256 is a factor of 1:\n"
     "   0 -1  0            0 -2304     0\n"
     "  -1  5 -1        -2304 11520 -2304\n"
     "   0 -1  0            0 -2304     0\n"
     "Colours are weighted by alpha: colours of transparent pixels have no effect. A picture\n"
     "without alpha stays without, and the weights of alpha are not used, unless --edge is fade.\n"
-    "Where weights sum to 0, as for contours, alpha needs a block of its own with a 1 in its "
-    "centre.\n"
+    "If the weights sum to 0, as for edge detection, use four blocks, with only a 1 in the centre "
+    "of\n"
+    "the block of alpha.\n"
     "Examples:\n  vx convolve photo.jpg --kernel sharpen.txt --normalize -o sharp.jpg\n"
     "  vx convolve shot.####.exr --gaussian 6 --one-dimensional x -o wide.####.exr";
 

@@ -41,7 +41,7 @@ vx::Rect ParseArea(const std::string& option, const std::string& text) {
   return rect;
 }
 
-Geometry PlaceFor(const CopyOptions& options, int32_t width, int32_t height) {
+Geometry GeometryFor(const CopyOptions& options, int32_t width, int32_t height) {
   Geometry at;
   at.from = options.from.value_or(vx::Rect{0, 0, width, height});
   at.to = options.to.value_or(vx::Rect{0, 0, at.from.width(), at.from.height()});
@@ -51,13 +51,14 @@ Geometry PlaceFor(const CopyOptions& options, int32_t width, int32_t height) {
   return at;
 }
 
-// Along one axis: true if the part of `to` on the canvas shows a part of the picture.
+// Checks one axis: returns true if a pixel of the picture is copied to the canvas. `side` is the
+// size of the picture, `canvas` the size of the canvas.
 bool Shows(int64_t from_low, int64_t from_high, int64_t side, int64_t to_low, int64_t to_high,
            int64_t canvas) {
   const int64_t low = std::max<int64_t>(to_low, 0), high = std::min(to_high, canvas);
   if (low >= high) return false;
   const int64_t from_size = from_high - from_low, to_size = to_high - to_low;
-  // Positions in the picture, times to_size.
+  // The first and the last position in the picture, multiplied by to_size to avoid fractions.
   const int64_t first = from_low * to_size + (low - to_low) * from_size;
   const int64_t last = from_low * to_size + (high - to_low) * from_size;
   return first < side * to_size && last > 0;
@@ -75,8 +76,8 @@ bool IsInside(const vx::Rect& rect, const VX_World& picture) {
          rect.bottom <= picture.height;
 }
 
-// Cuts the rectangle out, resizes it and puts it in place, so that its edges stay sharp. vx::copy
-// at high quality would mix in the pixels around it.
+// Copies the rectangle `at.from`, resizes the copy and draws it at `at.to`. The edges stay sharp:
+// vx::copy at high quality would mix them with the pixels around the rectangle.
 void CopyResized(const vx::Progress& progress, const Geometry& at, VX_World* picture,
                  vx::Image* canvas) {
   vx::Image piece, placed;
@@ -100,7 +101,7 @@ void CopyResized(const vx::Progress& progress, const Geometry& at, VX_World* pic
 }
 
 int64_t BytesHeld(const CopyOptions& options, const VXIO_Info& input) {
-  const Geometry at = PlaceFor(options, input.width, input.height);
+  const Geometry at = GeometryFor(options, input.width, input.height);
   int64_t pixels =
       int64_t{input.width} * input.height + int64_t{at.canvas.width} * at.canvas.height;
   if (options.quality == vx::Quality::high && IsScaled(at)) {
@@ -111,14 +112,16 @@ int64_t BytesHeld(const CopyOptions& options, const VXIO_Info& input) {
 
 void CopyFrame(const CopyOptions& options, JobFrame* frame) {
   VXIO_Picture picture = frame->Read(0);
-  const Geometry at = PlaceFor(options, picture.world->width, picture.world->height);
+  const Geometry at = GeometryFor(options, picture.world->width, picture.world->height);
   vx::Image canvas(at.canvas.width, at.canvas.height, picture.world->Depth());
   if (!ShowsAny(at, *picture.world)) {
-    frame->Note("nothing is copied: no part of --from lands on the canvas");
+    frame->Note("nothing is copied: no part of the picture is on the canvas");
   } else if (IsScaled(at) && options.quality == vx::Quality::high) {
-    Named("copy", [&] { CopyResized(frame->Progress(), at, picture.world.get(), &canvas); });
+    WithContext("copy", [&] { CopyResized(frame->Progress(), at, picture.world.get(), &canvas); });
   } else {
-    Named("copy", [&] { vx::copy(canvas, *picture.world, {at.from, at.to, vx::Quality::draft}); });
+    WithContext("copy", [&] {
+      vx::copy(canvas, *picture.world, {at.from, at.to, vx::Quality::draft});
+    });
   }
   const auto edges = [](const vx::Rect& rect) {
     return nlohmann::ordered_json{rect.left, rect.top, rect.right, rect.bottom};
@@ -127,7 +130,8 @@ void CopyFrame(const CopyOptions& options, JobFrame* frame) {
   frame->Record()["to"] = edges(at.to);
   frame->Record()["width"] = at.canvas.width;
   frame->Record()["height"] = at.canvas.height;
-  // If a part of the canvas is not covered, the writer finds transparent pixels and adds alpha.
+  // If a part of the canvas is not covered, it is transparent, and the writer adds an alpha
+  // channel.
   frame->Write(canvas, picture);
 }
 
@@ -141,15 +145,16 @@ OptionList OptionsOf(CopyOptions* to) {
   return {
       InputOption(&to->input),
       Option{"--from", "L,T,R,B", Parsed(&to->from, ParseArea),
-             "The part of IN to copy, edges -30000 to 30000; what overhangs IN is transparent"}
+             "Area of IN to copy, edges -30000 to 30000; outside of IN it is transparent"}
           .Without("all"),
       Option{"--to", "L,T,R,B", Parsed(&to->to, ParseArea),
-             "Where on the canvas it lands, scaled when the sizes differ; may overhang"}
+             "Target area on the canvas; if its size differs the copy is scaled; may be partly "
+             "outside"}
           .Without("the size of --from at 0,0"),
       Option{"--size", "WxH", SizeValue(&to->size),
-             "Size of the canvas, 1 to 30000 each; it never scales"}
-          .Without("that of IN; with --from and no --to, that of the part"),
-      QualityOption(&to->quality, "How to scale. draft: the nearest pixel; high: as vx resize"),
+             "Size of the canvas, each side 1 to 30000; does not scale the picture"}
+          .Without("the size of IN; with --from and without --to, the size of --from"),
+      QualityOption(&to->quality, "Scaling. draft: nearest pixel; high: as in vx resize"),
   };
 }
 
@@ -159,7 +164,7 @@ Verb CopyVerb() {
   auto options = std::make_shared<CopyOptions>();
   return {"copy", "Crop, pad or move a picture on a transparent canvas",
           Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
-          "A canvas that is covered by a picture without alpha has none either.\n"
+          "If the picture has no alpha and covers the canvas, the result has no alpha.\n"
           "Examples:\n  vx copy photo.png --from 100,50,740,530 -o crop.png\n"
           "  vx copy logo.png --to 20,20,120,70 --size 1920x1080 -o placed.png",
           [options](const Verb& verb) { return Run(*options, verb); }};

@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx fill: a picture of one colour, or an area of a picture painted over.
+// vx fill: makes a picture of one colour, or fills an area of a picture.
 
 #include <algorithm>
 #include <memory>
@@ -38,7 +38,7 @@ int Run(const FillOptions& options, const Verb& verb) {
       picture = frame.Read(0, depth);
     }
     const vx::Color color = ParseColor("--color", options.color, picture.world->Depth());
-    Named("fill", [&] { vx::fill(*picture.world, color, {options.area}); });
+    WithContext("fill", [&] { vx::fill(*picture.world, color, {options.area}); });
     frame.Write(*picture.world, picture);
   };
   return RunJob(verb, options.job, is_new ? "" : options.target, work, bytes);
@@ -54,10 +54,10 @@ OptionList OptionsOf(FillOptions* to) {
              "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at 16, "
              "any number at 32 (1 is full); stored as it is, not blended"}
           .Required(),
-      Option{"--area", "L,T,R,B", Parsed(&to->area, ParseRect), "Paint only this area"}.Without(
+      Option{"--area", "L,T,R,B", Parsed(&to->area, ParseRect), "Fill only this area"}.Without(
           "all"),
-      Option{"--depth", "BITS", DepthValue(&to->depth, Keep::Refused), "%r bits a channel"}.Without(
-          "8 for a new picture, else that of the file"),
+      Option{"--depth", "BITS", DepthValue(&to->depth, Keep::Refused), "%r bits per channel"}
+          .Without("8 for a new picture, else the depth of the file"),
   };
 }
 
@@ -65,7 +65,7 @@ OptionList OptionsOf(FillOptions* to) {
 
 Verb FillVerb() {
   auto options = std::make_shared<FillOptions>();
-  return {"fill", "Make a picture of one colour, or paint an area of one",
+  return {"fill", "Make a picture of one colour, or fill an area of a picture",
           Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
           "Example:\n  vx fill 640x480 --color 32768,16384,0,0 --depth 16 -o red.png",
           [options](const Verb& verb) { return Run(*options, verb); }};

@@ -86,30 +86,30 @@ Json Describe(const VXIO_ClipInfo& info) {
 }
 
 void PrintText(const VXIO_ClipInfo& info, const Json& json) {
-  auto told = [&](const char* name) {
+  auto text_of = [&](const char* name) {
     return json[name].is_null()     ? "unknown"
            : json[name].is_string() ? json[name].get<std::string>()
                                     : json[name].dump();
   };
   std::cout << info.path << ": " << info.format << ", " << info.codec << ", " << info.width << " x "
             << info.height << '\n'
-            << "frames    " << told("frames") << ", " << told("frame_rate") << " a second, "
-            << told("duration") << " seconds\n"
+            << "frames    " << text_of("frames") << ", " << text_of("frame_rate") << " a second, "
+            << text_of("duration") << " seconds\n"
             << "samples   " << info.pixel_format << ", " << info.bits << " bits; worked on at "
             << info.depth << " bits\n"
             << "colours   " << info.matrix << (info.matrix_tagged ? "" : " (assumed)") << ", "
             << (info.full_range ? "full" : "limited") << " range\n"
-            << "alpha     " << told("alpha") << '\n';
+            << "alpha     " << text_of("alpha") << '\n';
   if (info.orientation != 1) {
     std::cout << "upright   after turning (orientation " << info.orientation << ")\n";
   }
   if (info.pixel_aspect.num != info.pixel_aspect.den) {
-    std::cout << "pixels    " << told("pixel_aspect") << ", width to height; not applied\n";
+    std::cout << "pixels    " << text_of("pixel_aspect") << ", width to height; not applied\n";
   }
 }
 
 template <class Info>
-int Tell(const Info& info, bool as_json) {
+int Print(const Info& info, bool as_json) {
   const Json json = Describe(info);
   if (as_json) {
     PrintJson(json);
@@ -120,8 +120,8 @@ int Tell(const Info& info, bool as_json) {
 }
 
 int Run(const std::string& file, bool as_json) {
-  if (!VXIO_IsPicture(file)) return Tell(VXIO_ClipReader(file).info(), as_json);
-  return Tell(VXIO_ReadInfo(file), as_json);
+  if (!VXIO_IsPicture(file)) return Print(VXIO_ClipReader(file).info(), as_json);
+  return Print(VXIO_ReadInfo(file), as_json);
 }
 
 }  // namespace
@@ -134,7 +134,7 @@ Verb InfoVerb() {
   auto to = std::make_shared<InfoOptions>();
   OptionList options = {Option{"FILE", " ", Text(&to->file), "A picture or a clip"}.Required(),
                         {"--json", "", Flag(&to->json), "Print JSON"}};
-  return {"info", "Show what a picture or a clip says about itself", std::move(options),
+  return {"info", "Show the properties of a picture or a clip", std::move(options),
           "Example:\n  vx info photo.tif --json",
           [to](const Verb&) { return Run(to->file, to->json); }};
 }

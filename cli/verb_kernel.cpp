@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// Kernel files, and vx kernel, which prints the weights of a Gaussian in their form.
+// Kernel files, and vx kernel, which prints the weights of a Gaussian as a kernel file.
 
 #include <algorithm>
 #include <charconv>
@@ -90,7 +90,7 @@ class Parser {
     }
     if (word.size() > 24) word = word.substr(0, 24) + "...";
     if (digits && error == std::errc::result_out_of_range) {
-      RefuseLine("'" + word + "' is beyond 32 bits (-2147483648 to 2147483647)");
+      RefuseLine("'" + word + "' does not fit in 32 bits (-2147483648 to 2147483647)");
     }
     RefuseLine("'" + word + "' is not a whole number");
   }
@@ -103,7 +103,7 @@ std::string Count(size_t count, const std::string& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-// The side of a block, whose rows are all of the same length.
+// Checks the rows of a block and returns the side of the kernel. Throws VXIO_Error (Input).
 size_t SideOf(const std::string& path, const Block& block, bool one_dimensional) {
   const size_t rows = block.size(), columns = block[0].numbers.size();
   const std::string where = "line " + std::to_string(block[0].line) + ": ";
@@ -126,7 +126,7 @@ size_t SideOf(const std::string& path, const Block& block, bool one_dimensional)
   const size_t side = std::max(rows, columns);
   if (side % 2 == 0) Refuse(path, found + "the count must be odd, so that there is a centre");
   if (side > static_cast<size_t>(kLargestKernel)) {
-    Refuse(path, found + "at most " + std::to_string(kLargestKernel) + " a side");
+    Refuse(path, found + "at most " + std::to_string(kLargestKernel) + " per side");
   }
   return side;
 }
@@ -200,7 +200,7 @@ nlohmann::ordered_json Rows(const vx::Kernel& kernel) {
 }
 
 int Run(const KernelOptions& options) {
-  const vx::Kernel kernel = Named("kernel", [&] {
+  const vx::Kernel kernel = WithContext("kernel", [&] {
     return vx::gaussian_kernel(options.gaussian,
                                {options.one_dimensional, options.normalize, options.multiplier});
   });
@@ -230,9 +230,9 @@ Verb KernelVerb() {
   auto to = std::make_shared<KernelOptions>();
   OptionList options = {
       Option{"--gaussian", "R", Number(&to->gaussian, 0, kLargestKernelRadius),
-             "Radius in pixels, %r; the kernel has 2R + 1 weights a side, R rounded up"}
+             "Radius in pixels, %r; each side of the kernel has 2R + 1 weights, R rounded up"}
           .Required(),
-      {"--one-dimensional", "", Flag(&to->one_dimensional), "One row in place of a square"},
+      {"--one-dimensional", "", Flag(&to->one_dimensional), "One row instead of a square"},
       {"--normalize", "", Flag(&to->normalize),
        "Scale the weights so that they sum to about 255 times their number"},
       Option{"--multiplier", "M", Number(&to->multiplier, 0, 1e300),

@@ -69,7 +69,7 @@ Json ListProcessors() {
   return rows;
 }
 
-// The options of all verbs, for programs that make manual pages and completions.
+// Returns the options of all verbs. Programs can make manual pages and completions from them.
 Json ListOptions() {
   Json rows = Json::array();
   for (const Verb& verb : AllVerbs()) {
@@ -136,15 +136,15 @@ int Run(const ListArguments& arguments) {
 
 Verb ListVerb() {
   auto to = std::make_shared<ListArguments>();
-  // The verb is the name of the argument in messages.
+  // Messages contain the verb in place of the name of the argument.
   Value what = Parsed(&to->what, [](const std::string&, const std::string& text) {
     return ParseChoice("list", text, {"modes", "slots", "formats", "processors", "options"});
   });
   OptionList options = {
-      Option{"WHAT", " ", std::move(what),
-             "modes: transfer modes; slots: replaceable routines and their states; formats: "
-             "picture files; processors: levels of vector code and which is in use; options: those "
-             "of all verbs"}
+      Option{
+          "WHAT", " ", std::move(what),
+          "modes: transfer modes; slots: replaceable routines and their states; formats: picture "
+          "formats; processors: levels of vector instructions; options: the options of all verbs"}
           .Required(),
       {"--json", "", Flag(&to->json), "Print JSON"}};
   return {"list", "List the modes, slots, formats, processor levels or options of this build",

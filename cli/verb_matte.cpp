@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx matte: one channel of a picture as a grey picture; softens, inverts, fades and combines it.
+// vx matte: makes a grey picture from one channel; feathers, inverts, fades and combines it.
 
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -32,9 +32,10 @@ void Combine(const MatteOptions& options, JobFrame* frame, vx::MaskBuffer* matte
   if (other.width != matte->width() || other.height != matte->height()) {
     Note(file + ": is " + std::to_string(other.width) + " x " + std::to_string(other.height) +
          ", the matte " + std::to_string(matte->width()) + " x " + std::to_string(matte->height()) +
-         "; their upper left corners are aligned, and nothing changes outside of it");
+         "; their upper left corners are aligned, and the matte is not changed outside of the "
+         "picture");
   }
-  Named(file, [&] {
+  WithContext(file, [&] {
     const vx::MaskBuffer luma = vx::matte(other, vx::Matte::luma);
     Check(VX_AccumulateUnoBuffers(nullptr, luma.buffer(),
                                   options.combine_mode.value_or(VX_UnoAccumulate_Add), nullptr,
@@ -50,17 +51,17 @@ void MakeMatte(const MatteOptions& options, JobFrame* frame) {
   if (by_alpha && !picture.has_alpha) {
     frame->Warn("has no alpha, so that the matte is " +
                 std::string(options.from == vx::Matte::alpha ? "full" : "empty") +
-                "; --from luma takes its brightness");
+                "; --from luma uses its brightness");
   }
-  vx::MaskBuffer matte = Named(file, [&] { return vx::matte(*picture.world, options.from); });
+  vx::MaskBuffer matte = WithContext(file, [&] { return vx::matte(*picture.world, options.from); });
   picture.world.reset();
-  Named(file, [&] {
+  WithContext(file, [&] {
     Soften(options.feather, frame->Progress(), &matte);
     if (options.invert) vx::invert(matte);
     if (options.fade != 1) vx::fade(matte, options.fade);
   });
   if (!options.combine.empty()) Combine(options, frame, &matte);
-  const vx::Image grey = Named(file, [&] { return vx::to_image(matte); });
+  const vx::Image grey = WithContext(file, [&] { return vx::to_image(matte); });
   frame->Record()["width"] = matte.width();
   frame->Record()["height"] = matte.height();
   frame->Record()["depth"] = matte.depth();
@@ -89,17 +90,18 @@ OptionList OptionsOf(MatteOptions* to) {
       Option{"--from", "WHAT", Choice(&to->from, MatteUses()), "%r; luma is brightness times alpha"}
           .Default("alpha"),
       {"--feather", "R", Number(&to->feather.radius, 0, kLargestFeather),
-       "First soften it: radius in pixels, %r"},
+       "First feather it: radius in pixels, %r"},
       Option{"--feather-kind", "KIND", Choice(&to->feather.kind, FeatherKinds()),
-             "box: one box; soft: three boxes; gaussian, whose time grows with the radius"}
+             "box: one box blur; soft: three box blurs; gaussian: slower for a large radius"}
           .Without("soft"),
-      {"--invert", "", Flag(&to->invert), "Then invert it: full becomes empty"},
-      Option{"--fade", "NUMBER", Number(&to->fade, 0, 1), "Then multiply it, %r"}.Default("1"),
+      {"--invert", "", Flag(&to->invert), "Then invert it"},
+      Option{"--fade", "NUMBER", Number(&to->fade, 0, 1), "Then multiply it by this factor, %r"}
+          .Default("1"),
       Option{"--combine", "FILE", Text(&to->combine),
-             "Finally combine it with another matte, the brightness of this picture"}
+             "Finally combine it with the brightness of this picture"}
           .For(Decides::Contents),
       Option{"--combine-mode", "HOW", Choice(&to->combine_mode, {"add", "replace", "subtract"}),
-             "%r; limited to the range from empty to full"}
+             "%r; the result is limited to 0..full"}
           .Without("add"),
       DepthOption(&to->depth, "%r: bits of the matte"),
   };

@@ -1,6 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx modes --sheet: one picture over another in every transfer mode, labelled.
+// vx modes --sheet: draws one picture over another in each transfer mode, with the name of the
+// mode.
 
 #include <algorithm>
 #include <memory>
@@ -25,7 +26,7 @@ struct ModesOptions {
 
 constexpr int32_t kMargin = 8, kLabel = 22, kFont = 13, kCheck = 8;
 
-// The background of the tiles, visible where a result is transparent.
+// Returns the background of the tiles, which is visible where a result is transparent.
 vx::Image Checkers(int32_t width, int32_t height) {
   vx::Image image(width, height, 8);
   const vx::Pixel8 colors[2] = {{255, 120, 120, 120}, {255, 160, 160, 160}};
@@ -37,11 +38,11 @@ vx::Image Checkers(int32_t width, int32_t height) {
   return image;
 }
 
-// The two pictures at the size of a tile. The picture above is scaled like the one below, or more
-// if it would not fit.
+// The two pictures, scaled to the size of a tile. Both have the same scale unless the upper picture
+// is larger than the lower one; then it is scaled to fit.
 struct Tiles {
   vx::Image above, below;
-  int32_t x, y;  // position of the picture above
+  int32_t x, y;  // position of the upper picture on the lower one
 };
 
 Tiles MakeTiles(const VX_World& above, const VX_World& below, int32_t side) {
@@ -66,7 +67,8 @@ vx::Image Result(const Tiles& tiles, const vx::ModeInfo& mode) {
   vx::CompositeOptions options{.mode = mode.mode, .at = {tiles.x, tiles.y}};
   // mask-mix needs a mask: the alpha of the picture above.
   if (mode.mode == vx::Mode::mask_mix) options.mask = vx::Mask{tiles.above, options.at};
-  Named(std::string("mode ") + mode.name, [&] { vx::composite(result, tiles.above, options); });
+  WithContext(std::string("mode ") + mode.name,
+              [&] { vx::composite(result, tiles.above, options); });
   return result;
 }
 
@@ -107,12 +109,12 @@ int Run(const ModesOptions& options) {
   const int32_t deepest = std::max(above.world->Depth(), below.world->Depth());
   above.world = VXIO_ConvertDepth(std::move(above.world), deepest);
   below.world = VXIO_ConvertDepth(std::move(below.world), deepest);
-  write.metadata = ProfileAlone(options.above, above);
+  write.metadata = ProfileOnly(options.above, above);
   const Tiles tiles =
-      Named("scale", [&] { return MakeTiles(*above.world, *below.world, options.tile); });
+      WithContext("scale", [&] { return MakeTiles(*above.world, *below.world, options.tile); });
   above.world.reset();
   below.world.reset();
-  const vx::Image sheet = Named("sheet", [&] { return MakeSheet(tiles, options.columns); });
+  const vx::Image sheet = WithContext("sheet", [&] { return MakeSheet(tiles, options.columns); });
   Warn(VXIO_Write(options.output, *sheet.world(), write));
   return kDone;
 }
@@ -126,16 +128,16 @@ OptionList OptionsOf(ModesOptions* to) {
       Option{"--sheet", "A B", std::move(pictures), "The picture above and the picture below"}
           .Required(),
       Option{"-o,--output", "SHEET", Text(&to->output), "Picture to write"}.Required(),
-      DepthOption(&to->depth,
-                  "%r: bits a channel to blend in; keep is the deeper of the two; the sheet itself "
-                  "has 8"),
+      DepthOption(
+          &to->depth,
+          "%r: bits per channel for blending; keep: the larger depth of the two pictures; the "
+          "sheet has 8"),
       Option{"--tile", "PIXELS", Integer(&to->tile, 16, 4096), "Longer side of a tile, %r pixels"}
           .Default("192"),
       Option{"--columns", "NUMBER", Integer(&to->columns, 1, 39), "Tiles in a row, %r"}.Default(
           "8"),
-      Option{"--overwrite", "", Flag(&to->overwrite), "Replace SHEET when it exists"}.Without(
-          "yes"),
-      Option{"--no-clobber", "", Flag(&to->no_clobber), "Refuse when SHEET exists"}.Excludes(
+      Option{"--overwrite", "", Flag(&to->overwrite), "Replace SHEET if it exists"}.Without("yes"),
+      Option{"--no-clobber", "", Flag(&to->no_clobber), "Fail if SHEET exists"}.Excludes(
           "--overwrite"),
   };
 }

@@ -39,16 +39,16 @@ std::string Decimals(const char* form, double value) {
 
 // --- the plot ------------------------------------------------------------------------------------
 
-// The plot is drawn four times as large and scaled down, so that the lines are smooth.
+// The plot is drawn at four times its size and scaled down, so that the lines are antialiased.
 constexpr int32_t kScale = 4, kSide = 256 * kScale, kMargin = 12 * kScale;
 constexpr int32_t kWhole = kSide + 2 * kMargin;
 
 constexpr vx::Pixel8 kPaper = {255, 250, 250, 250}, kGrid = {255, 215, 215, 215},
                      kFrame = {255, 120, 120, 120}, kCurve = {255, 200, 40, 20};
 
-// A line from one column to the next, thick in both directions.
-void Join(const vx::Pixel8& color, int32_t x, int32_t from, int32_t to, int32_t thick,
-          vx::AnyView plot) {
+// Draws the line of column `x` from the height `from` to the height `to`.
+void DrawStep(const vx::Pixel8& color, int32_t x, int32_t from, int32_t to, int32_t thick,
+              vx::AnyView plot) {
   const int32_t low = kMargin + kSide - std::min(from, to),
                 high = kMargin + kSide - std::max(from, to);
   vx::fill(plot, color,
@@ -56,8 +56,8 @@ void Join(const vx::Pixel8& color, int32_t x, int32_t from, int32_t to, int32_t 
                      low + thick / 2 + 1}});
 }
 
-// The tone curve as a picture: stored values to the right, linear light upwards, the diagonal of a
-// linear profile, a grid of quarters.
+// Returns a plot of the tone curve: stored values on the horizontal axis, linear light on the
+// vertical axis, a grid of quarters, and the diagonal, which is the curve of a linear profile.
 vx::Image PlotCurve(const vx::LinearTables& tables) {
   vx::Image large(kWhole, kWhole, 8);
   vx::fill(large, kPaper);
@@ -67,7 +67,7 @@ vx::Image PlotCurve(const vx::LinearTables& tables) {
     vx::fill(large, color, {vx::Rect{at, kMargin, at + kScale, end}});
     vx::fill(large, color, {vx::Rect{kMargin, at, end, at + kScale}});
   }
-  for (int32_t x = 0; x < kSide; ++x) Join(kFrame, x, x, x + 1, kScale, large);
+  for (int32_t x = 0; x < kSide; ++x) DrawStep(kFrame, x, x, x + 1, kScale, large);
   auto height = [&](int32_t stored) {
     return static_cast<int32_t>(tables.linearize[stored] * int64_t{kSide} / 32768);
   };
@@ -78,7 +78,7 @@ vx::Image PlotCurve(const vx::LinearTables& tables) {
       const int32_t next = std::min(stored + 1, 255);
       return height(stored) + (height(next) - height(stored)) * part / kSide;
     };
-    Join(kCurve, x, at(x), at(x + 1), 2 * kScale, large);
+    DrawStep(kCurve, x, at(x), at(x + 1), 2 * kScale, large);
   }
   return vx::resize(large, kWhole / kScale, kWhole / kScale);
 }
@@ -116,7 +116,7 @@ void PrintText(const Json& record, const vx::LinearTables& tables) {
 int Run(const ProfileOptions& options) {
   if (options.list) {
     if (!options.profile.empty() || !options.plot.empty() || !options.write.empty()) {
-      throw UsageError("--list: stands alone; it takes no profile and writes nothing");
+      throw UsageError("--list: cannot be combined with a profile, --plot or --write");
     }
     return List(options.json);
   }
@@ -143,7 +143,7 @@ int Run(const ProfileOptions& options) {
   if (!options.plot.empty()) {
     VXIO_WriteOptions write;
     write.clobber = clobber;
-    const vx::Image plot = Named("plot", [&] { return PlotCurve(*tables); });
+    const vx::Image plot = WithContext("plot", [&] { return PlotCurve(*tables); });
     Warn(VXIO_Write(options.plot, *plot.world(), write));
   }
   if (!options.write.empty()) {
@@ -163,17 +163,18 @@ Verb ProfileVerb() {
   auto to = std::make_shared<ProfileOptions>();
   OptionList options = {
       {"PROFILE", "FILE|NAME", Text(&to->profile),
-       "A built-in name, an .icc or .icm file, or a picture that holds a profile"},
+       "A built-in name, an .icc or .icm file, or a picture with an embedded profile"},
       {"--list", "", Flag(&to->list), "Show the built-in profiles"},
       {"--plot", "OUT", Text(&to->plot),
-       "Draw the curve: stored values to the right, linear light upwards"},
-      {"--write", "OUT", Text(&to->write), "Write the profile itself, to a name in .icc or .icm"},
+       "Plot the curve: stored values horizontally, linear light vertically"},
+      {"--write", "OUT", Text(&to->write),
+       "Write the profile to a file with the extension .icc or .icm"},
       Option{"--overwrite", "", Flag(&to->overwrite), "Replace outputs that exist"}.Without("yes"),
-      Option{"--no-clobber", "", Flag(&to->no_clobber), "Refuse when an output exists"}.Excludes(
+      Option{"--no-clobber", "", Flag(&to->no_clobber), "Fail if an output exists"}.Excludes(
           "--overwrite"),
       {"--json", "", Flag(&to->json),
-       "Print JSON; \"curve\" holds the linear light of the stored values 0 to 255, of "
-       "\"curve_full\""}};
+       "Print JSON; \"curve\" is the linear light of the stored values 0 to 255, where "
+       "\"curve_full\" is full"}};
   return {"profile", "Show a colour profile and its tone curve", std::move(options),
           "Example:\n  vx profile photo.jpg --plot curve.png",
           [to](const Verb&) { return Run(*to); }};

@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx resize: a picture of another size.
+// vx resize: scales a picture to another size.
 
 #include <algorithm>
 #include <cmath>
@@ -22,12 +22,12 @@ constexpr double kLargestSide = 30000;
 struct ResizeOptions {
   JobOptions job;
   std::string input;
-  std::optional<Size> size;  // a side of 0 follows from the other
+  std::optional<Size> size;  // a side of 0 is computed from the other one
   std::optional<double> scale;
   vx::Quality quality = vx::Quality::high;
 };
 
-// Rounds a side to a whole number, at least 1.
+// Rounds a side to a whole number of at least 1. Throws UsageError if it is too large.
 int32_t Side(const std::string& file, double side) {
   side = std::max(1.0, std::floor(side + 0.5));
   if (side > kLargestSide) {
@@ -62,7 +62,7 @@ int Run(const ResizeOptions& options, const Verb& verb) {
     const VX_World& from = *picture.world;
     const Size size = SizeFor(options, frame.Input(0), from.width, from.height);
     vx::Image to(size.width, size.height, from.Depth());
-    Named(frame.Input(0), [&] { vx::resize(to, from, {options.quality, frame.Progress()}); });
+    WithContext(frame.Input(0), [&] { vx::resize(to, from, {options.quality, frame.Progress()}); });
     frame.Record()["width"] = size.width;
     frame.Record()["height"] = size.height;
     frame.Write(to, picture);
@@ -85,10 +85,11 @@ OptionList OptionsOf(ResizeOptions* to) {
        "Size of the result, each side 1 to 30000; 0 for one side keeps the proportions of the "
        "picture: 640x0"},
       {"--scale", "F", Number(&to->scale, 0.00001, kLargestSide),
-       "In place of --size: a factor for both sides, %r; sides are rounded, to 1 at least"},
-      QualityOption(&to->quality,
-                    "draft: the nearest pixel; high: bilinear when a side grows, the average of "
-                    "the covered area when it shrinks, colours weighted by alpha"),
+       "Instead of --size: a factor for both sides, %r; sides are rounded, to at least 1"},
+      QualityOption(
+          &to->quality,
+          "draft: nearest pixel; high: bilinear to enlarge, the average of the covered area "
+          "to reduce, with colours weighted by alpha"),
   };
 }
 

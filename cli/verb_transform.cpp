@@ -1,6 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx transform: moves, turns, scales or skews a layer or applies a matrix, with motion blur.
+// vx transform: moves, rotates, scales or skews a layer or applies a matrix, with motion blur.
 
 #include <algorithm>
 #include <chrono>
@@ -34,8 +34,9 @@ struct TransformOptions {
   DrawOptions draw;
   ColorOptions color;
   JobOptions job;
-  // Start and end; a deque, because the lists of options point to elements.
-  std::deque<Place> places;
+  // The start and the end of the motion. A deque: the lists of options have pointers to elements,
+  // which must stay valid.
+  std::deque<Placement> placements;
 };
 
 // The state that all frames share.
@@ -56,8 +57,8 @@ Motion MotionAt(const Transform& job, JobFrame& frame) {
   if (!motion.end && job.shutter.share > 0) {
     const int64_t number = frame.Number();
     frame.Note("frame " + std::to_string(number) +
-               " is drawn without motion; its path has no line for frame " +
-               std::to_string(number + 1) + ", where it would move");
+               " is drawn without motion, because the path has no line for frame " +
+               std::to_string(number + 1));
   }
   return motion;
 }
@@ -78,10 +79,10 @@ void Draw(const Transform& job, const VX_World& layer, FrameColor* color, JobFra
   };
   const std::vector<vx::Matrix> matrices = matrices_of(motion);
   const std::string& file = frame->Input(job.layer_inputs.file);
-  const std::string why = WhyUnseen(matrices, layer, *below);
+  const std::string why = InvisibleReason(matrices, layer, *below);
   if (!why.empty()) Note(file + ": " + why);
   const auto start = std::chrono::steady_clock::now();
-  Named(file, [&] { vx::transform(*below, layer, matrices, options); });
+  WithContext(file, [&] { vx::transform(*below, layer, matrices, options); });
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
   (*record)["matrix"] = matrices_of({motion.start, std::nullopt}).front().m;
   (*record)["matrices"] = matrices.size();
@@ -97,7 +98,7 @@ void WorkOn(Transform* transform, JobFrame* frame) {
   nlohmann::ordered_json& record = frame->Record();
   nlohmann::ordered_json about = RecordOf(frame->Input(job.layer_inputs.file), job.options.draw);
   const bool over = job.layer_inputs.file > 0;
-  // Without a background the layer is drawn on a transparent picture with its profile.
+  // Without --over the layer is drawn on a transparent picture that has the profile of the layer.
   VXIO_Picture picture = color.ReadBackground(over ? "background" : "layer");
   VXIO_WorldPtr layer;
   if (over) {
@@ -106,7 +107,8 @@ void WorkOn(Transform* transform, JobFrame* frame) {
     layer = std::move(picture.world);
     const Size size = job.options.size.value_or(Size{layer->width, layer->height});
     picture.world = vx::Image(size.width, size.height, depth).release();
-    picture.has_alpha |= job.is_sequence;  // also in frames that the layer covers completely
+    // All frames of a sequence have alpha, also those that the layer covers completely.
+    picture.has_alpha |= job.is_sequence;
   }
   if (job.layer_inputs.matte)
     ApplyMatte(job.options.draw, job.layer_inputs.matte, frame, layer.get(), &about);
@@ -127,7 +129,7 @@ int64_t BytesOf(const Transform& job, const std::vector<VXIO_Info>& infos) {
          (job.layer_inputs.file > 0 ? 2 : 1) * BytesOfWorld(below.width, below.height, depth);
 }
 
-// The first frame of the input sequence; 1 if no input is a sequence.
+// Returns the first frame number of the first input that is a sequence, or 1 if there is none.
 int64_t FirstFrame(const std::vector<std::string>& inputs) {
   for (const std::string& input : inputs) {
     std::error_code none;
@@ -144,7 +146,7 @@ int64_t FirstFrame(const std::vector<std::string>& inputs) {
 }
 
 Shutter ShutterOf(const TransformOptions& options) {
-  const bool moves = options.places.size() > 1 || !options.path.empty();
+  const bool moves = options.placements.size() > 1 || !options.path.empty();
   if (!moves && (options.samples || options.shutter_angle)) {
     throw UsageError(
         "--motion-samples, --shutter-angle: have no effect without --to or --path FILE");
@@ -154,8 +156,8 @@ Shutter ShutterOf(const TransformOptions& options) {
 
 void ReadPath(Transform* transform, Job* job) {
   if (!transform->is_sequence) {
-    throw UsageError("--path: moves through a sequence; name the output like out.####.png, or "
-                     "give --to for one picture");
+    throw UsageError("--path: needs a sequence; name the output like out.####.png, or use --to for "
+                     "one picture");
   }
   transform->path.emplace(transform->options.path, transform->motion.start,
                           FirstFrame(transform->inputs));
@@ -165,7 +167,7 @@ void ReadPath(Transform* transform, Job* job) {
 }
 
 int Run(const TransformOptions& options, const Verb& verb) {
-  const bool moves = options.places.size() > 1;
+  const bool moves = options.placements.size() > 1;
   if (!options.over.empty() && options.size) {
     throw UsageError("--size: not together with --over; the result has the size of the background");
   }
@@ -175,13 +177,13 @@ int Run(const TransformOptions& options, const Verb& verb) {
   CheckDrawOptions(options.draw);
   Transform transform{options,
                       JobColor(options.color),
-                      {options.places[0], std::nullopt},
+                      {options.placements[0], std::nullopt},
                       ShutterOf(options),
                       VXIO_FramePattern::IsPattern(options.job.output),
                       {},
                       {},
                       {}};
-  if (moves) transform.motion.end = options.places[1];
+  if (moves) transform.motion.end = options.placements[1];
   if (!options.over.empty()) transform.inputs.push_back(options.over);
   transform.layer_inputs = AddInputs(options.layer, options.draw, &transform.inputs);
   Job job;
@@ -198,8 +200,9 @@ int Run(const TransformOptions& options, const Verb& verb) {
 
 OptionList PictureOptions(TransformOptions* to) {
   return {
-      Option{"LAYER", "FILE", Text(&to->layer),
-             "The picture. It, background and masks may be sequences of the same frames"}
+      Option{
+          "LAYER", "FILE", Text(&to->layer),
+          "The picture. Layer, background and masks may be sequences with the same frame numbers"}
           .Required()
           .For(Decides::Contents),
       Option{"--over", "BACKGROUND", Text(&to->over),
@@ -211,10 +214,11 @@ OptionList PictureOptions(TransformOptions* to) {
           .Without("that of the layer"),
       QualityOption(
           &to->quality,
-          "draft: the nearest pixel, motions straight; high: bilinear, the average of the "
-          "covered area where a picture shrinks"),
-      DepthOption(&to->depth,
-                  "%r: bits a channel to work in; keep is the deepest of background and layer"),
+          "draft: nearest pixel, motions along straight lines; high: bilinear, the average of the "
+          "covered area where the picture is reduced"),
+      DepthOption(
+          &to->depth,
+          "%r: bits per channel of the result; keep: the larger depth of background and layer"),
   };
 }
 
@@ -222,39 +226,41 @@ OptionList MotionOptions(TransformOptions* to) {
   return InGroup(
       "Motion",
       {
-          Option{"--path", "FILE", Text(&to->path),
-                 "In place of --to: a text file with a line for each frame, the options of its "
-                 "place (--translate 10,0 --rotate 3), after 'N:' where N is the number of the "
-                 "frame; a frame moves from its line to the next. see docs/transform.md"}
+          Option{
+              "--path", "FILE", Text(&to->path),
+              "Instead of --to: a text file with one line per frame that contains the options of "
+              "its placement (--translate 10,0 --rotate 3), optionally after 'N:' for frame N. The "
+              "motion of a frame goes from its line to the next one. See docs/transform.md"}
               .For(Decides::Contents),
           Option{"--motion-samples", "N", Integer(&to->samples, 1, VX_Transform_MaxMatrices - 1),
-                 "Number of sub-samples that a motion blur averages, %r, in equal steps of the "
-                 "parameters from the start, without the end. A rotation follows an arc; matrices "
-                 "change entry by entry"}
+                 "Number of sub-samples that are averaged for motion blur, %r, at equal intervals "
+                 "from the start, without the end. The parameters are interpolated, so a rotation "
+                 "follows an arc; matrices are interpolated element by element"}
               .Without("one for each pixel of the path, 16 to 128; draft: 8"),
-          Option{
-              "--shutter-angle", "DEG", Number(&to->shutter_angle, 0, 2 * kFullTurn),
-              "Part of the motion that is blurred, from the start: 180 is half of it, 0 none, so "
-              "that the layer is sharp; up to 720, which continues beyond the end"}
+          Option{"--shutter-angle", "DEG", Number(&to->shutter_angle, 0, 2 * kFullTurn),
+                 "Part of the motion that is blurred, from its start: 360 is the whole motion, 180 "
+                 "half of it, 0 none (no blur); above 360, up to 720, the motion continues after "
+                 "its end"}
               .Without("360, the whole motion"),
       });
 }
 
-// The places of the command line: the options before --to and those after it.
-Parts PlaceParts(TransformOptions* to) {
-  static Place unused;  // for the help
+// Returns the placements of the command line: the options before --to and those after it.
+Parts PlacementParts(TransformOptions* to) {
+  static Placement unused;  // for the help
   static bool flag = false;
   const Option end{"--to", "", Flag(&flag),
-                   "The options above after --to give the end of a motion; those that are not "
-                   "repeated keep the value of the start"};
-  Parts places{"--to", "place", true, {}, nullptr};
-  places.options = Join({PlaceOptionList(&unused), InGroup("Motion", {end})});
-  places.add = [to, end] {
-    if (to->places.size() == 2) throw UsageError("--to: stands once; --path takes longer motions");
-    to->places.push_back(to->places.empty() ? Place() : to->places[0]);
-    return Join({PlaceOptionList(&to->places.back()), {end}});
+                   "The placement options after --to define the end of a motion; an option that is "
+                   "not repeated keeps its value"};
+  Parts placements{"--to", "place", true, {}, nullptr};
+  placements.options = Join({PlacementOptionList(&unused), InGroup("Motion", {end})});
+  placements.add = [to, end] {
+    if (to->placements.size() == 2)
+      throw UsageError("--to: may be given once; use --path for longer motions");
+    to->placements.push_back(to->placements.empty() ? Placement() : to->placements[0]);
+    return Join({PlacementOptionList(&to->placements.back()), {end}});
   };
-  return places;
+  return placements;
 }
 
 }  // namespace
@@ -263,7 +269,7 @@ Verb TransformVerb() {
   auto options = std::make_shared<TransformOptions>();
   TransformOptions* to = options.get();
   return {"transform",
-          "Move, turn, scale or skew a picture, with motion blur",
+          "Move, rotate, scale or skew a picture, with motion blur",
           Join({PictureOptions(to), MotionOptions(to),
                 InGroup("How the layer is drawn", DrawOptionList(&to->draw)),
                 ColorOptionList(&to->color), JobOptionList(&to->job, JobOutput::Picture)}),
@@ -273,7 +279,7 @@ Verb TransformVerb() {
           "-o out.png\n"
           "  vx transform wheel.png --rotate 0 --to --rotate 40 --shutter-angle 180 -o blurred.png",
           [options](const Verb& verb) { return Run(*options, verb); },
-          PlaceParts(to)};
+          PlacementParts(to)};
 }
 
 }  // namespace vxcli

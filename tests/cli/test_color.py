@@ -53,34 +53,27 @@ class LinearLight(ColorTest):
         self.flat("white.png", (255, 255, 255))
         self.flat("plain.png", (0, 0, 0))
         half = 128 / 255  # opacity 0.5 at 8 bits
-        for name, value, below, words in (
-                ("Display P3", encode(half), self.flat("own.png", (0, 0, 0), "Display P3"), ()),
-                ("gamma 1.8", half ** (1 / 1.8), "plain.png", ("--profile", "GAMMA 1.8")),
-                ("Rec.709", 1.099 * half ** .45 - .099, "plain.png", ("--profile", "rec.709"))):
+        for name, value, below, source, words in (
+                ("Display P3", encode(half), self.flat("own.png", (0, 0, 0), "Display P3"), "background", ()),
+                ("gamma 1.8", half ** (1 / 1.8), "plain.png", "option", ("--profile", "GAMMA 1.8")),
+                ("sRGB built-in", encode(half), "plain.png", "assumed", ())):
             record, said = self.composite(below, "white.png", "--opacity", .5, "--linear", *words)
             self.assertLess(np.abs(self.pixels("o.png").astype(int) - 255 * value).max(), 0.75, name)
-            self.assertEqual(self.embedded("o.png"), self.profile(name))
-            self.assertEqual(record["color"]["profile_from"], "option" if words else "background")
+            self.assertEqual(self.embedded("o.png"), None if source == "assumed" else self.profile(name))
+            self.assertEqual((record["color"]["profile_from"], record["color"]["linear"]), (source, True))
             self.assertIn(f"{below}: blended in linear light by the curve of " + record["color"]["profile"], said)
-        record, said = self.composite("plain.png", "white.png", "--opacity", .5, "--linear")
-        self.assertEqual(self.pixels("o.png")[0, 0].tolist(), [188] * 3)
-        self.assertEqual((record["color"]["linear"], record["color"]["profile_from"]), (True, "assumed"))
-        self.assertIsNone(self.embedded("o.png"))
         record, said = self.composite("plain.png", "white.png", "--opacity", .5)
         self.assertEqual(self.pixels("o.png")[0, 0].tolist(), [128] * 3)
         self.assertEqual((said, "color" in record), ("", False))
 
     def test_exr_counts_as_linear(self):
         write_exr(self.path("b.exr"), np.float32([[[0, 0, 0, 1]] * 4] * 4))
-        self.flat("white.png", (255, 255, 255))
         self.flat("grey.png", (188, 100, 20))
-        for layer, opacity, want in (("white.png", .5, .5), ("grey.png", 1, decode(np.array([188, 100, 20]) / 255))):
-            record, said = self.composite("b.exr", layer, "--opacity", opacity, "--linear", out="o.exr")
-            self.assertEqual(record["color"]["profile_from"], "assumed")
-            self.vx("convert", "o.exr", "--depth", 8, "-o", "o.png")
-            self.assertLess(np.abs(self.pixels("o.png")[0, 0, :3] - 255 * want).max(), .55)
-            self.assertRegex(said, rf"note: {layer}: converted from .*\(assumed\) to .*\(assumed\)")
-            self.assertNotIn("the result is in", said)
+        said = self.composite("b.exr", "grey.png", "--linear", out="o.exr")[1]
+        self.vx("convert", "o.exr", "--depth", 8, "-o", "o.png")
+        self.assertLess(np.abs(self.pixels("o.png")[0, 0, :3] - 255 * decode(np.array([188, 100, 20]) / 255)).max(), .55)
+        self.assertRegex(said, r"note: grey\.png: converted from .*\(assumed\) to .*\(assumed\)")
+        self.assertNotIn("the result is in", said)
         for below, out, counts_as in (("b.exr", "o.jpg", "sRGB"), ("grey.png", "o.exr", "gamma 1.0")):
             said = self.composite(below, "grey.png", "--linear", out=out)[1]
             self.assertRegex(said, rf"note: {below}: the result is in .*--profile '{counts_as}' converts")
@@ -89,7 +82,7 @@ class LinearLight(ColorTest):
         want = 255 * encode(np.array([.5, .05, .01]))
         self.assertLess(np.abs(self.pixels("o.png")[0, 0] - want).max(), 0.75)  # rounded after the conversion
         _, said = self.composite("grey.png", "l.exr", "--depth", 8)
-        self.assertRegex(said, r"\Avx: note: l\.exr: is in .*; drawn as it stands, --profile or --linear")
+        self.assertRegex(said, r"\Avx: note: l\.exr: is in .*; drawn without conversion, --profile or --linear")
         self.assertEqual(self.pixels("o.png")[0, 0].tolist(), [128, 13, 3])
 
 
@@ -109,41 +102,35 @@ class Conversion(ColorTest):
         self.assertRegex(said, r"\Avx: note: l\.png: is in .*P3, the background in [^\n]*\n\Z")
 
     def test_the_profile_of_the_composition(self):
-        self.picture("plain.png", np.tile(P3, (8, 2, 1)))
-        self.picture("p3.png", np.tile(P3, (8, 2, 1)), "Display P3")
+        for name, profile in (("plain.png", None), ("p3.png", "Display P3")):
+            self.picture(name, np.tile(P3, (8, 2, 1)), profile)
         self.picture("clear.png", np.zeros((1, 1, 4), np.uint8), "Display P3")
         record, said = self.composite("p3.png", "plain.png", "--profile", "sRGB", "--opacity", 0)
         self.assertEqual(self.embedded("o.png"), self.profile("sRGB"))
         self.assertLess(np.abs(self.pixels("o.png")[:1, :3] - IN_SRGB).max(), 0.6)
         self.assertIn("P3", record["color"]["background_converted_from"])
         self.assertNotIn("converted_from", record["layers"][0])
-        # A profile file, and a picture with an embedded profile. The conversion back gives the same pixels.
-        for word in ("Display-P3.icc", "p3.png"):
-            self.composite("plain.png", "p3.png", "--profile", word, "--at", "3,0", out="q.png")
-            self.assertEqual(self.embedded("q.png"), self.profile("Display P3"))
-            np.testing.assert_array_equal(self.pixels("q.png")[:1, 3:], P3)
-        self.composite("q.png", "clear.png", "--profile", "sRGB")
-        self.assertLessEqual(np.abs(self.pixels("o.png")[:1, :3].astype(int) - P3).max(), 1)
+        for word in ("Display-P3.icc", "p3.png"):  # a profile file, and a picture with an embedded profile
+            self.composite("plain.png", "p3.png", "--profile", word, "--at", "3,0")
+            self.assertEqual(self.embedded("o.png"), self.profile("Display P3"))
+            np.testing.assert_array_equal(self.pixels("o.png")[:1, 3:], P3)
         said = self.composite("plain.png", "clear.png", "--profile", "display p3", out="o.bmp")[1]
         self.assertRegex(said, r"warning: o\.bmp: bmp holds no profile; .*P3, count as sRGB")
-        for profile, out in (("sRGB", "o.bmp"), ("gamma 1.0", "o.exr")):
-            said = self.composite("plain.png", "clear.png", "--profile", profile, out=out)[1]
-            self.assertNotIn("warning", said)
+        said = self.composite("plain.png", "clear.png", "--profile", "gamma 1.0", out="o.exr")[1]
+        self.assertNotIn("warning", said)
 
     def test_no_conversion_between_equal_profiles(self):
         other = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()  # other bytes, the same colours
         pixels = random_pixels(3, 8, 8, channels=3)
-        for below, layer in ((None, other), (other, "sRGB")):
-            self.picture("b.png", np.zeros((8, 8, 3), np.uint8), below)
-            self.picture("l.png", pixels, layer)
-            record, said = self.composite("b.png", "l.png", "--mode", "copy", "--linear")
-            np.testing.assert_array_equal(self.pixels("o.png"), pixels)
-            self.assertNotIn("converted", said + str(record))
+        self.picture("b.png", np.zeros((8, 8, 3), np.uint8), other)
+        self.picture("l.png", pixels, "sRGB")
+        record, said = self.composite("b.png", "l.png", "--mode", "copy", "--linear")
+        np.testing.assert_array_equal(self.pixels("o.png"), pixels)
+        self.assertNotIn("converted", said + str(record))
 
     def test_invalid_profiles_count_as_absent(self):
         good = self.profile("gamma 1.0")
         self.flat("white.png", (255, 255, 255))
-        self.flat("black.png", (0, 0, 0))
         words = ("--opacity", .5, "--linear")
         for name, bits in {"truncated.jpg": good[:200], "garbage.tif": b"not a profile at all. " * 20,
                            "CMYK.png": good[:16] + b"CMYK" + good[20:],
@@ -152,13 +139,11 @@ class Conversion(ColorTest):
             record, said = self.composite(bad, "white.png", *words)
             self.assertRegex(said, rf"vx: warning: {bad}: its embedded profile .*absent\n")
             self.assertEqual((self.pixels("o.png")[0, 0, 0], record["color"]["profile_from"]), (188, "assumed"))
-            self.assertIsNone(self.embedded("o.png"))
             self.assertNotIn("libpng", said)
-            os.remove(self.path("o.png"))
-            for below, layer in ((bad, "white.png"), ("black.png", bad)):
-                _, said = self.composite(below, layer, *words, "--strict", code=INPUT)
+            for below, layer in ((bad, "white.png"), ("white.png", bad)):
+                _, said = self.composite(below, layer, *words, "--strict", out="strict.png", code=INPUT)
                 self.assertRegex(said.splitlines()[-1], rf"\Avx: {bad}: its embedded .* \(--strict\)\Z")
-            self.assertNotIn("o.png", self.names())
+        self.assertNotIn("strict.png", self.names())
         # A verb that does not use the profile copies its bytes, if the format takes them.
         self.assertEqual(self.vx("convert", "truncated.jpg", "-o", "t.tif")[1], "")
         self.assertEqual(self.embedded("t.tif"), good[:200])
@@ -167,33 +152,29 @@ class Conversion(ColorTest):
 
     def test_each_frame_uses_the_profile_of_its_background(self):
         self.flat("white.png", (255, 255, 255))
-        for frame in range(1, 7):
-            self.flat(f"b.{frame}.png", (0, 0, 0), ("gamma 1.0", "gamma 1.8", "gamma 2.2")[frame % 3])
+        for frame, gamma in enumerate((1.8, 2.2, 1.8, 2.2)):
+            self.flat(f"b.{frame}.png", (0, 0, 0), f"gamma {gamma}")
         _, said = self.vx("composite", "b.#.png", "--layer", "white.png", "--opacity", .5, "--linear", "-o", "o.#.png",
                           "--threads", 3)
-        self.assertEqual(said.count("blended in linear light"), 3, "once for each profile")
-        self.assertEqual(said.count("white.png: converted"), 3)
-        for frame in range(1, 7):
-            value = 255 * (128 / 255) ** (1 / (1, 1.8, 2.2)[frame % 3])
-            self.assertLess(np.abs(self.pixels(f"o.{frame}.png") - value).max(), .75)
+        self.assertEqual(said.count("blended in linear light"), 2, "once for each profile")
+        self.assertEqual(said.count("white.png: converted"), 2)
+        for frame, gamma in enumerate((1.8, 2.2, 1.8, 2.2)):
+            self.assertLess(np.abs(self.pixels(f"o.{frame}.png") - 255 * (128 / 255) ** (1 / gamma)).max(), .75)
 
 
 class Profiles(ColorTest):
     def test_built_in(self):
         listed = json.loads(self.vx("profile", "--list", "--json")[0])
-        self.assertEqual([p["name"] for p in listed],
-                         ["sRGB", "gamma 1.0", "gamma 1.8", "gamma 2.2", "gamma 2.4", "Rec.709",
-                          "Display P3", "ProPhoto"])
-        self.assertEqual(len({p["id"] for p in listed}), 8)
+        self.assertEqual([p["name"] for p in listed], ["sRGB", "gamma 1.0", "gamma 1.8", "gamma 2.2", "gamma 2.4",
+                                                       "Rec.709", "Display P3", "ProPhoto"])
         self.assertIn("Rec.709", self.vx("profile", "--list")[0])
-        for name, curve in (("sRGB", decode), ("gamma 2.2", lambda v: v ** 2.2)):
-            record = json.loads(self.vx("profile", name, "--json", "--plot", "c.png")[0])
-            self.assertIn([record["id"], record["exponent"]], [[p["id"], p["exponent"]] for p in listed])
-            want = curve(np.arange(256) / 255) * record["curve_full"]
-            self.assertLess(np.abs(record["curve"] - want).max(), 12, name)
-            red = np.subtract(*np.moveaxis(self.pixels("c.png").astype(int), 2, 0)[:2]) > 100
-            rows = 268 - np.nonzero(red[:, 12 + 128])[0]
-            self.assertLess(abs(rows.mean() - 256 * curve(128 / 256)), 2, name)
+        record = json.loads(self.vx("profile", "gamma 2.2", "--json", "--plot", "c.png")[0])
+        self.assertIn([record["id"], record["exponent"]], [[p["id"], p["exponent"]] for p in listed])
+        want = (np.arange(256) / 255) ** 2.2
+        self.assertLess(np.abs(record["curve"] - want * record["curve_full"]).max(), 12)
+        red = np.subtract(*np.moveaxis(self.pixels("c.png").astype(int), 2, 0)[:2]) > 100
+        rows = 268 - np.nonzero(red[:, 12 + 128])[0]
+        self.assertLess(abs(rows.mean() - 256 * want[128]), 2)
 
     def test_files_and_pictures(self):
         record = json.loads(self.vx("profile", "Display P3", "--json", "--write", "p.icm")[0])
@@ -202,26 +183,19 @@ class Profiles(ColorTest):
         self.picture("p.png", random_pixels(1, 4, 4), self.contents("p.bin"))
         for word, source in (("p.bin", "file"), ("p.png", "embedded")):
             again = json.loads(self.vx("profile", word, "--json")[0])
-            self.assertEqual({**again, "profile": 0, "from": 0}, {**record, "profile": 0, "from": 0})
-            self.assertEqual(again["from"], source)
+            self.assertEqual(again, record | {"profile": again["profile"], "from": source})
         text = self.vx("profile", "p.png")[0]
         for word in (record["id"], "embedded", "128  0.2158", "255  1.00000"):
             self.assertIn(word, text)
 
     def test_every_verb_keeps_the_profile_of_its_first_input(self):
-        self.text("k.txt", "0 1 0\n1 4 1\n0 1 0\n")
         self.picture("second.png", random_pixels(2, 12, 10), "gamma 1.8")
         kept = self.profile("Display P3")
-        for kind in ("png", "tif", "jpg"):
-            self.picture("a." + kind, random_pixels(1, 12, 10, channels=3), kept)
-        for verb, *words in (("composite", "--layer", "second.png"), ("copy", "--from", "2,2,9,9"),
-                             ("resize", "--scale", 2), ("blur", "--gaussian", 2), ("convolve", "--kernel", "k.txt"),
-                             ("premultiply",), ("unpremultiply",), ("fill", "--color", "9,8,7,6", "--area", "0,0,2,2")):
-            self.vx(verb, "a.png", *words, "-o", "o.png")
+        self.picture("a.png", random_pixels(1, 12, 10, channels=3), kept)
+        for verb, words in {"composite": "--layer second.png", "copy": "--from 2,2,9,9", "resize": "--scale 2",
+                            "blur": "--gaussian 2", "premultiply": "", "fill": "--color 9,8,7,6"}.items():
+            self.vx(verb, "a.png", *words.split(), "-o", "o.png")
             self.assertEqual(self.embedded("o.png"), kept, verb)
-        for source, target in (("a.tif", "o.png"), ("a.jpg", "o.tif"), ("a.png", "o.jpg")):
-            self.vx("convert", source, "-o", target)
-            self.assertEqual(self.embedded(target), kept, (source, target))
         self.vx("modes", "--sheet", "a.png", "second.png", "-o", "o.png", "--tile", 20)
         self.vx("compare", "a.png", "second.png", "--diff", "d.png", code=1)
         self.assertEqual((self.embedded("o.png"), self.embedded("d.png")), (kept, kept))

@@ -30,28 +30,24 @@ class Sizes(PictureTest):
                 (): picture, ("--from", "3,2,9,5"): picture[2:5, 3:9],
                 ("--from", "-3,-2,5,4"): canvas(8, 6, picture[:4, :5], 3, 2),
                 ("--size", "20x4"): canvas(20, 4, picture[:4]),
-                ("--to", "-2,5,12,15"): canvas(14, 10, picture[:5, 2:], 0, 5),
                 ("--from", "10,1,16,4", "--to", "2,3,8,6", "--size", "6x9"): canvas(6, 9, picture[1:4, 10:14], 2, 3),
                 ("--to", "0,0,28,40", "--size", "28x40", "--quality", "draft"): picture.repeat(4, 0).repeat(2, 1)}.items():
             got, said = self.result(picture, "copy", *words)
             np.testing.assert_array_equal(got, want, str(words))
             self.assertEqual(said, "")
-        for words in (("--from", "50,0,60,10"), ("--to", "0,10,14,20")):
-            got, said = self.result(picture, "copy", *words)
-            self.assertIn("note: in.png: nothing is copied", said)
-            self.assertFalse(got.any())
+        got, said = self.result(picture, "copy", "--to", "0,10,14,20")
+        self.assertIn("note: in.png: nothing is copied", said)
+        self.assertFalse(got.any())
         for words, channels in ((("--to", "-1,-1,30,30"), 3), (("--size", "15x8"), 4)):
-            got, _ = self.result(picture[..., :3], "copy", *words)
-            self.assertEqual(got.shape[2], channels, words)
+            self.assertEqual(self.result(picture[..., :3], "copy", *words)[0].shape[2], channels, words)
 
     def test_resize(self):
         picture = random_pixels(5, 12, 10, channels=3)
-        got, _ = self.result(picture, "resize", "--size", "5x6")
-        np.testing.assert_allclose(got, picture.reshape(6, 2, 5, 2, 3).mean((1, 3)), atol=0.51)
-        got, _ = self.result(picture, "resize", "--size", "40x24", "--quality", "draft")
-        np.testing.assert_array_equal(got, picture.repeat(2, 0).repeat(4, 1))
         clear = random_pixels(5, 12, 10)  # without a change of size, hidden colours stay
-        np.testing.assert_array_equal(self.result(clear, "resize", "--scale", 1)[0], clear)
+        for pixels, words, want in ((picture, "--size 5x6", picture.reshape(6, 2, 5, 2, 3).mean((1, 3))),
+                                    (picture, "--size 40x24 --quality draft", picture.repeat(2, 0).repeat(4, 1)),
+                                    (clear, "--scale 1", clear)):
+            np.testing.assert_allclose(self.result(pixels, "resize", *words.split())[0], want, atol=0.51, err_msg=words)
         for words, (width, height) in {
                 ("--size", "9x0"): (9, 5), ("--size", "0x40"): (80, 40), ("--scale", "0.25"): (5, 3),
                 ("--scale", "1.55"): (31, 16), ("--scale", "0.001"): (1, 1)}.items():
@@ -60,30 +56,24 @@ class Sizes(PictureTest):
         # The float alpha of an opaque picture stays exactly 1, so that the file has no alpha channel.
         self.tif("in.tif", random_pixels(7, 11, 13))
         self.vx("convert", "in.tif", "--depth", 32, "--planes", "rgb", "-o", "opaque.tif")
-        for size in ("40x37", "5x7"):
-            self.vx("resize", "opaque.tif", "--size", size, "-o", "out.tif")
-            self.assertEqual(self.deep("out.tif").shape[2], 3, size)
+        self.vx("resize", "opaque.tif", "--size", "5x37", "-o", "out.tif")
+        self.assertEqual(self.deep("out.tif").shape[2], 3)
 
 
 class Convert(PictureTest):
-    def through(self, pixels, *words):
-        self.tif("in.tif", pixels)
-        said = self.vx("convert", "in.tif", *words, "-o", "out.tif")[1]
-        return self.deep("out.tif"), said
-
-    def test_depth_and_dither(self):
+    def test_dither(self):
         ramp = np.linspace(20000, 20600, 64 * 64).astype(np.uint16).reshape(64, 64, 1).repeat(4, 2)
-        plain, said = self.through(ramp, "--depth", 8)
-        np.testing.assert_allclose(plain, ramp / 257, atol=0.51)
-        self.assertEqual(said, "")
-        got, _ = self.through(ramp, "--depth", 8, "--dither")
-        self.assertLess(abs((got - ramp / 257).mean()), 0.02)
-        self.assertGreater((got != plain).mean(), 0.1)
-        for frame in (1, 2):  # the noise is the same in each frame
+        for frame in (1, 2):
             self.tif(f"in.{frame}.tif", ramp)
+        self.vx("convert", "in.1.tif", "--depth", 8, "-o", "plain.tif")
+        np.testing.assert_allclose(self.deep("plain.tif"), ramp / 257, atol=0.51)
         self.vx("convert", "in.#.tif", "--depth", 8, "--dither", "-o", "out.#.tif", "--threads", 2)
-        self.assertEqual(self.contents("out.1.tif"), self.contents("out.2.tif"))
-        self.assertIn("note: in.tif: --dither has no effect", self.through(ramp, "--dither")[1])
+        got = self.deep("out.1.tif")
+        self.assertLess(abs((got - ramp / 257).mean()), 0.02)
+        self.assertGreater((got != self.deep("plain.tif")).mean(), 0.1)
+        self.assertEqual(self.contents("out.1.tif"), self.contents("out.2.tif"))  # the same noise in each frame
+        said = self.vx("convert", "in.1.tif", "--dither", "-o", "plain.tif")[1]
+        self.assertIn("note: in.1.tif: --dither has no effect", said)
 
     def test_alpha(self):
         pixels = random_pixels(8, 16, 9)
@@ -104,11 +94,9 @@ class Convert(PictureTest):
         pixels = random_pixels(9, 8, 8)
         for word in ("a", "g", "rb", "ag"):
             got, _ = self.result(pixels, "convert", "--planes", word)
+            want = np.where([c in word for c in "rgba"], pixels, [0, 0, 0, 255])[..., :4 if "a" in word else 3]
             if len(word) == 1:
                 want = pixels[..., ["rgba".index(word)] * 3]
-            else:
-                want = np.where([c in word for c in "rgba"], pixels, [0, 0, 0, 255])
-                want = want if "a" in word else want[..., :3]
             np.testing.assert_array_equal(got, want, word)
 
 
@@ -140,13 +128,12 @@ class Alpha(PictureTest):
         for kind, colours in {"straight": straight[..., :3], "premultiplied with black": black,
                               "premultiplied with white": black + 255 - alpha}.items():
             pixels = np.dstack([colours, alpha]).astype(np.uint8)
-            record = json.loads(self.vx("guess-alpha", self.png("in.png", pixels), "--json")[0])
+            self.tif("in.tif", pixels, associated=True)  # the samples of a file count, not its alpha tag
+            record, said = self.vx("guess-alpha", "in.tif", "--json")
+            record = json.loads(record)
             self.assertEqual((record["alpha"], record["partly_transparent"]), (kind, partly.sum()))
             self.assertEqual(record["beyond_black"], ((colours > alpha).any(-1, keepdims=True) & partly).sum())
-            # The samples of a file count, not its alpha tag.
-            out, said = self.vx("guess-alpha", self.tif("in.tif", pixels, associated=True))
-            self.assertEqual(out, f"in.tif: {kind}\n")
-            self.assertEqual("the file itself says" in said, kind != "premultiplied with black")
+            self.assertEqual("the file declares" in said, kind != "premultiplied with black")
         said = self.vx("guess-alpha", self.png("in.png", random_pixels(13, 8, 8, channels=3)))
         self.assertEqual(said, ("in.png: undecided\n", "vx: note: in.png: has no alpha\n"))
 

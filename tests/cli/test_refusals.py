@@ -25,71 +25,59 @@ VERBS = {
         ("--opacity ''", "--opacity"), ("--opacity", "--opacity: needs a value"), ("--opacity 1 --opacity 1", "--opacity"),
         ("--at 3", "--at '3': must be two whole numbers X,Y"), ("--at 99999999999,0", "--at '99999999999'"),
         ("--rect 5,5,5,9", "--rect '5,5,5,9'.*R greater than L"), ("--seed 4294967296", "--seed"),
-        ("--mask-use alpha", "--mask-use.*--mask FILE"), ("--mask b.png --mask-at 40000,0", "--mask-at '40000'"),
-        ("--matte-use luma", "without --matte"), ("--matte b.png --feather-kind box", "without --feather"),
-        ("--depth 12", "--depth '12': must be 8, 16, 32 or keep"), ("--progress loud", "--progress 'loud'"),
+        ("--mask-use alpha", "--mask-use.*--mask FILE"), ("--matte-use luma", "without --matte"),
+        ("--matte b.png --feather-kind box", "without --feather"), ("--depth 12", "'12': must be 8, 16, 32 or keep"),
         ("--frobnicate", "not expected.*--frobnicate.*vx composite --help"), ("--overwrite --no-clobber", "excludes"),
         ("--profile sRBG", "profile 'sRBG': is neither a file nor .*sRGB, gamma 1.0, .*ProPhoto")],
     "copy b.png": [
-        ("--from 4,4,4,8", "--from '4,4,4,8'.*R greater than L"), ("--from -20000,0,20000,9", "--from.*at most 30000"),
-        ("--from ''", "after --from must not be empty"), ("--size 0x5", "--size width '0'.*1 to 30000"),
-        ("--size 5", "--size '5': must be WIDTHxHEIGHT")],
+        ("--from -20000,0,20000,9", "--from.*at most 30000"), ("--from ''", "after --from must not be empty"),
+        ("--size 0x5", "--size width '0'.*1 to 30000"), ("--size 5", "--size '5': must be WIDTHxHEIGHT")],
     "resize b.png": [
         ("", "--size WxH or --scale F"), ("--size 4x4 --scale 2", "--size WxH or --scale F"),
-        ("--size 0x0", "only one side may be 0"), ("--size 4x30001", "--size height '30001'"),
-        ("--scale 0", "--scale '0'.*0.00001 to 30000"), ("--scale 4000", "b.png: would become 64000 pixels.* 30000")],
-    "convert b.png": [
-        ("--alpha=", "--alpha=: must not be empty"), ("--planes rgbx", "--planes 'rgbx'.*argb")],
+        ("--size 0x0", "only one side may be 0"), ("--scale 0", "--scale '0'.*0.00001 to 30000"),
+        ("--scale 4000", "b.png: would become 64000 pixels.* 30000")],
+    "convert b.png": [("--alpha=", "--alpha=: must not be empty"), ("--planes rgbx", "--planes 'rgbx'.*argb")],
     "premultiply b.png": [("--matte 1,2,3", "must be four numbers"), ("--matte 0,256,0,0", "--matte '256'.*0 to 255")],
     "fill": [
-        ("0x5 --color 1,1,1,1", "width '0'.*1 to 30000"), ("5x5 --color 256,1,1,1", "--color '256'.*0 to 255"),
-        ("5x5 --color 1,1,1", "--color.*A,R,G,B"), ("5x5 --color 1,1,inf,1 --depth 32", "finite"),
+        ("5x5 --color 256,1,1,1", "--color '256'.*0 to 255"), ("5x5 --color 1,1,inf,1 --depth 32", "finite"),
         ("5x5 --color 1,1,1,1 --depth keep", "8, 16 or 32")],
     "blur b.png": [
         ("", "needs either --gaussian R or --box R"), ("--gaussian 1 --box 1", "either"),
-        ("--gaussian -1", "--gaussian '-1': must be a number from 0 to 32767"), ("--box 32768", "--box '32768'"),
-        ("--gaussian 1 --iterations 2", "--iterations: belongs to --box"), ("--box 1 --axis z", "--axis 'z'.*both x y"),
+        ("--gaussian 1 --iterations 2", "--iterations: belongs to --box"), ("--axis z", "--axis 'z'.*both x y"),
         ("--box 2621.5 --iterations 100", "2621.5 reaches 262200 pixels; at most 262144"),
         ("--box 15000 --grow", "b.png: --grow makes it 30016 x 30012")],
     "convolve b.png": [
         ("", "needs either --kernel FILE or --gaussian R"), ("--kernel k.txt --gaussian 1", "either"),
-        ("--gaussian 512", "from 0 to 511"),
         ("--kernel huge.txt --normalize", "huge.txt sum to 19327352823.*32 bits")],
     "convolve long.png": [("--kernel k.txt", "long.png: --edge repeat needs 30002 x 6.*use --edge fade")],
-    "matte b.png": [
-        ("--from hue", "--from 'hue'.*inverse-luma"), ("--feather-kind box", "without --feather R"),
-        ("--combine-mode add", "without --combine")],
+    "matte b.png": [("--from hue", "--from 'hue'.*inverse-luma"), ("--combine-mode add", "without --combine")],
     "transform b.png": [
         ("--translate 3", "--translate '3': must be two numbers X,Y"), ("--rotate --size 4x4", "--rotate: needs a value"),
         ("--skew 90,0", "--skew '90,0': must be degrees from -89.999 to 89.999"), ("--rotate inf", "--rotate 'inf'"),
         ("--anchor middle", "--anchor 'middle': .* X,Y or center"), ("--rotate 1 --rotate 2", "--rotate: is given twice"),
         ("--matrix 1,0,0,0,1,0,0,0", "--matrix '1,0,0,0,1,0,0,0': must be 9 numbers"),
         ("--matrix 1 0 0 0 1 0 0 0 1 1", "not expected: 1"),
-        ("--rotate 3 --to --matrix 1 0 0 0 1 0 0 0 1", "--matrix: stands alone, at both ends"),
-        ("--to --rotate 1 --to", "--to: stands once"), ("--to --motion-samples 257", "'257': .* 1 to 256"),
-        ("--to --shutter-angle 721", "'721': .* 0 to 720"), ("--motion-samples 4", "without --to or --path"),
-        ("--over b.png --size 4x4", "--size: not together with --over"), ("--layer b.png", "--layer"),
-        ("--path k.txt", "name the output like")],
+        ("--rotate 3 --to --matrix 1 0 0 0 1 0 0 0 1", "--matrix: cannot be combined with .* for both ends"),
+        ("--to --rotate 1 --to", "--to: may be given once"), ("--motion-samples 4", "without --to or --path"),
+        ("--over b.png --size 4x4", "--size: not together with --over"), ("--path k.txt", "name the output like"),
+        ("--path k.txt --to", "--to: not together with --path")],
 }
 USES = {
     "": "verbs are composite transform fill", "paint": "verbs are composite transform fill",
     "composite b.png -o o.png": "--layer FILE", "composite --layer b.png -o o.png": "BACKGROUND",
     "composite b.png --opacity 1 --layer b.png -o o.png": "--opacity: belongs to a layer",
     "composite b.png --layer b.png": "--output", "list verbs": "list 'verbs'.*modes slots formats processors",
-    "compare b.png b.png --tolerance -1": "--tolerance", "guess-alpha b.png -o o.png": "not expected",
     "modes --sheet long.png long.png --tile 1024 --columns 39 -o o.png": "30000 pixels",
     "--processor fast list modes": "--processor 'fast'", "profile": "needs a FILE or NAME",
-    "profile sRGB --write o.png": "must end in .icc", "profile sRGB --list": "--list: stands alone",
-    "kernel --gaussian nan": "--gaussian", "kernel --gaussian 1 --multiplier inf": "--multiplier",
+    "profile sRGB --write o.png": "must end in .icc", "profile sRGB --list": "--list: cannot be combined",
 }
 # Files that cannot be read or written, by exit code.
 FILES = {
-    INPUT: {"transform b.png --over none.png -o o.png": "none.png: no such file",
-            "transform b.png --path none.txt -o o.#.png": "none.txt: no such file",
+    INPUT: {"transform b.png --path none.txt -o o.#.png": "none.txt: no such file",
             "matte b.png --combine none.png -o o.png": "none.png: no such file",
             "composite b.png --layer b.png --matte none.png -o o.png": "none.png: no such file",
-            "guess-alpha none.png": "none.png: no such file", "compare b.png none.png": "none.png: no such file",
-            "profile none.icc": "none.icc: no such file", "profile b.png": "b.png: has no embedded profile",
+            "compare b.png none.png": "none.png: no such file", "profile none.icc": "none.icc: no such file",
+            "profile b.png": "b.png: has no embedded profile",
             "profile k.icc": "k.icc: is not a profile, or a damaged one",
             "composite b.png --layer b.png --profile b.png -o o.png": "b.png: has no embedded profile",
             "info pipe.png": "pipe.png: is not a regular file"},
@@ -141,41 +129,33 @@ class Refusals(CommandTest):
     def test_invalid_pictures(self):
         self.text("text.png", "This is not a picture.\n")
         self.text("empty.png", "")
-        os.mkdir(self.path("folder.png"))
         self.hostile_png("wide.png", 30001, 1)
         self.hostile_png("vast.png", 2**31 - 1, 2**31 - 1)
         self.hostile_png("short.png", 30000, 30000)  # its header says 3.6 GB, its data are empty
-        Image.new("L", (30001, 1)).save(self.path("wide.tif"))
         for name, message in (
-                ("missing.png", "missing.png: no such file"), ("empty.png", "empty"),
+                ("missing.png", "missing.png: no such file"), ("empty.png", "empty"), (".", ": is a folder"),
                 ("text.png", "text.png: is not a picture of a known format .*png, jpeg"),
-                ("folder.png", "folder.png: is a folder"), ("wide.tif", "30001 x 1"),
-                ("wide.png", "wide.png: is 30001 x 1 pixels; at most 30000"),
-                ("vast.png", "2147483647")):
+                ("wide.png", "wide.png: is 30001 x 1 pixels; at most 30000"), ("vast.png", "2147483647")):
             self.table(INPUT, [(words + " -o old.png", message) for words in (
-                f"composite {name} --layer b.png", f"composite b.png --layer {name}",
-                f"composite b.png --layer b.png --mask {name}")])
+                f"composite {name} --layer b.png", f"composite b.png --layer {name} --mask {name}")])
         _, error = self.vx("composite", "short.png", "--layer", "b.png", "-o", "o.png", code=INPUT)
         self.assertIn("short.png: is truncated or damaged", error)
         self.assertNotIn("o.png", self.names())
 
     def test_truncated_files_of_each_format(self):
         image = Image.fromarray(random_pixels(3, 64, 64), "RGBA")
-        for name in ("t.png", "t.tga", "t.bmp", "t.tif"):
-            image.save(self.path(name))
-        for name in ("t.jpg", "t.ppm"):
-            image.convert("RGB").save(self.path(name))
-        image.save(self.path("z.tif"), compression="tiff_adobe_deflate")
+        names = ["t.png", "t.tga", "t.bmp", "t.tif", "z.tif", "t.jpg", "t.ppm", "t.exr", "t.dpx"]
+        for name in names[:7]:
+            image.convert("RGB" if name[2:] in ("jpg", "ppm") else "RGBA").save(
+                self.path(name), **({"compression": "tiff_adobe_deflate"} if name == "z.tif" else {}))
         write_exr(self.path("t.exr"), np.ones((64, 64, 4), np.float32))
         self.vx("convert", "t.png", "-o", "t.dpx")
-        vast = bytearray(self.contents("t.dpx"))
-        vast[32:36] = b"\x7f\xff\xff\x7f"  # the size of the user's header: two gigabytes
-        self.text("vast.dpx", bytes(vast))
+        whole = self.contents("t.dpx")
+        self.text("vast.dpx", whole[:32] + b"\x7f\xff\xff\x7f" + whole[36:])  # a user's header of two gigabytes
         self.table(INPUT, [("copy vast.dpx -o old.png", "vast.dpx: is truncated")])
-        for name in ("t.png", "t.jpg", "t.ppm", "t.tga", "t.bmp", "t.tif", "z.tif", "t.exr", "t.dpx"):
+        for name in names:
+            self.vx("copy", name, "-o", "whole.bmp")
             whole = self.contents(name)
-            self.vx("copy", name, "-o", "whole.tif")
-            os.remove(self.path("whole.tif"))
             for size in (len(whole) * 2 // 3, 30):
                 self.text(name, whole[:size])
                 self.table(INPUT, [(f"copy {name} -o old.png", rf"{name}: (is truncated|has no pixels)")])
@@ -190,30 +170,29 @@ class Refusals(CommandTest):
                 ("1 2 3\n", "1 row with 3 numbers each; .*--one-dimensional x or y"),
                 ("1 " * 1025, "at most 1023", "x"), ("1 - 2\n", "'-'"), ("1, ,2\n", "line 1: a comma"),
                 ("\n# so\n1 0 0\n0 1.5 0\n", r"line 4: '1\.5' is not a whole number"),
-                ("2147483648\n", "'2147483648' is beyond 32 bits"),
+                ("2147483648\n", "'2147483648' does not fit in 32 bits"),
                 (f"{nine}\n{nine}", "2 blocks"), (f"{nine}\n5\n\n{nine}\n{nine}", "line 5: kernel of size 1"),
                 ("1 \0 2\n", "is binary")):
             self.text("k.txt", text)
             with self.subTest(text):
                 self.refuse(INPUT, f"k.txt: .*{message}", "convolve", "b.png", "--kernel", "k.txt", "-o", "out.png",
                             *(("--one-dimensional", *line) if line else ()))
-        self.table(INPUT, [(f"convolve b.png --kernel {name} -o out.png", f"{name}: .*{message}") for name, message in (
-            ("no.txt", "no such file"), (".", "cannot be read"), ("/dev/zero", "64 MiB"))])
+        self.table(INPUT, [(f"convolve b.png --kernel {name} -o out.png", f"{name}: .*{message}")
+                           for name, message in ((".", "cannot be read"), ("/dev/zero", "64 MiB"))])
 
     def test_path_files(self):
         for i in (1, 2):
             self.png(f"s.{i}.png", random_pixels(i, 4, 4))
-        for text, message in (("# nothing\n\n", "holds no line"), ("--rotate\n", "line 1: --rotate: needs a value"),
+        for text, message in (("# nothing\n\n", "contains no line"), ("--rotate\n", "line 1: --rotate: needs a value"),
                               ("--rotate 1\nrotate 3", "line 2: 'rotate': must be --anchor"),
                               ("--rotate 1\n--rotate x", "line 2: --rotate 'x': must be a finite number"),
-                              ("--to --rotate 3", "line 1: --to: the next line"),
+                              ("--to --rotate 3", "line 1: --to: .* the next line is the end"),
                               ("2:\n1:\n--rotate 3", "line 3: frame 2 has line 1 already"),
                               ("x:--rotate 3", "line 1: frame 'x': must be a whole number"),
                               ("--matrix 1 0 0 0 1 0 0 0 1\n--rotate 3", "line 2: --matrix: .*both ends"),
-                              ("--rotate 3", "has no line for frame 2, only for 1"), ("\0", "is binary")):
+                              ("--rotate 3", "has no line for frame 2, only for 1")):
             self.text("p.txt", text)
             self.table(INPUT, [("transform s.#.png --path p.txt -o o.#.png", r"p\.txt: .*" + message)])
-        self.table(USAGE, [("transform s.#.png --path p.txt --to --rotate 1 -o o.#.png", "--to: not together with --path")])
 
     def test_a_full_disk(self):
         # A limit on file sizes makes writes fail half-way, as a full disk does.

@@ -6,7 +6,6 @@
 #include <VX/VX.h>
 #include <host/VXHost.h>
 
-#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -49,20 +48,6 @@ void TransferARectangle() {
   std::printf("half over: %d %d %d %d\n", p.alpha, p.red, p.green, p.blue);
   Expect(error == VX_Ok && Same(p, 255, 100, 70, 150), "the rectangle's pixels are half of each");
   Expect(Same(At<VX_Pixel8>(canvas, 3, 1), 255, 200, 100, 50), "pixels beside it are untouched");
-}
-
-void TransferInFloat() {
-  const World canvas(VX_World::New(3, 3, 32, VX_WorldFlag_Clear));
-  const World title(VX_World::New(3, 3, 32, 0));
-  canvas->Fill(VX_PixelFloat{1, 0.2f, 0.4f, 0.6f}, nullptr);
-  title->Fill(VX_PixelFloat{1, 0.6f, 0.2f, 0.4f}, nullptr);
-  const VX_CompositeModePlus half(VX_Xfer_InFront, 0.5f, nullptr, false, 0);
-  VX_TransferRect(nullptr, 1, 0, VX_Field_Both, nullptr, title.get(), &half, nullptr, nullptr, 0, 0,
-                  canvas.get());
-  const auto p = At<VX_PixelFloat>(canvas, 1, 1);
-  Expect(std::fabs(p.red - 0.4f) < 1e-6f && std::fabs(p.green - 0.3f) < 1e-6f &&
-             std::fabs(p.blue - 0.5f) < 1e-6f,
-         "the same in float");
 }
 
 int calls = 0;
@@ -109,7 +94,6 @@ void CatchACode() {
 int main() {
   Expect(VX_CheckVersions(0, VX_PKG_VERSION) == VX_Ok && VX_Birth() == VX_Ok, "birth");
   TransferARectangle();
-  TransferInFloat();
   ShareData();
   CatchACode();
   Expect(VX_Death() == VX_Ok && VXHost_GetMemory().frames == 0, "death, and nothing is left");

@@ -117,40 +117,33 @@ inline std::vector<uint16_t> PowerTable(double exponent, int entries) {
 inline QCE_Status Open(const Bytes& bytes, COR_QCE_ProfilePtr* out) {
   return COR_QCE_ProfileFromMemory(bytes.data(), bytes.size(), out);
 }
+// The result of a call that must succeed: its last argument.
+template <class Result, class Call, class... Arguments>
+Result Got(Call call, const Arguments&... arguments) {
+  Result result = {};
+  EXPECT_EQ(call(arguments..., &result), QCE_Ok);
+  return result;
+}
 inline COR_QCE_ProfilePtr Opened(const Bytes& bytes) {
-  COR_QCE_ProfilePtr profile;
-  EXPECT_EQ(Open(bytes, &profile), QCE_Ok);
-  return profile;
+  return Got<COR_QCE_ProfilePtr>(Open, bytes);
 }
 inline COR_QCE_ProfilePtr Named(const char* name) {
-  COR_QCE_ProfilePtr profile;
-  EXPECT_EQ(COR_QCE_ProfileFromName(name, &profile), QCE_Ok) << name;
-  return profile;
+  return Got<COR_QCE_ProfilePtr>(COR_QCE_ProfileFromName, name);
 }
 inline COR_QCE_ProfilePtr Linear(const COR_QCE_ProfilePtr& profile) {
-  COR_QCE_ProfilePtr linear;
-  EXPECT_EQ(COR_QCE_GetLinearRGBProfile(profile, &linear), QCE_Ok);
-  return linear;
+  return Got<COR_QCE_ProfilePtr>(COR_QCE_GetLinearRGBProfile, profile);
 }
 inline Bytes BytesOf(const COR_QCE_ProfilePtr& profile) {
-  Bytes bytes;
-  EXPECT_EQ(COR_QCE_GetProfileBytes(profile, &bytes), QCE_Ok);
-  return bytes;
+  return Got<Bytes>(COR_QCE_GetProfileBytes, profile);
 }
 inline float ExponentOf(const COR_QCE_ProfilePtr& profile) {
-  float exponent = 0;
-  EXPECT_EQ(COR_QCE_GetToneExponent(profile, &exponent), QCE_Ok);
-  return exponent;
+  return Got<float>(COR_QCE_GetToneExponent, profile);
 }
 inline std::u16string DescriptionOf(const COR_QCE_ProfilePtr& profile) {
-  std::u16string description;
-  EXPECT_EQ(COR_QCE_GetProfileDescription(profile, &description), QCE_Ok);
-  return description;
+  return Got<std::u16string>(COR_QCE_GetProfileDescription, profile);
 }
 inline _t_QCE_ID IdOf(const COR_QCE_ProfilePtr& profile, COR_QCE_ProfilePool* pool = nullptr) {
-  _t_QCE_ID id = {};
-  EXPECT_EQ(COR_QCE_GetProfileID(pool, profile, &id), QCE_Ok);
-  return id;
+  return Got<_t_QCE_ID>(COR_QCE_GetProfileID, pool, profile);
 }
 
 // The row of ARGB channels, transformed in place.

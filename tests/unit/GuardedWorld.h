@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "VX/VX_OverrideTable.h"
 #include "VX/VX_World.h"
 #include "host/VXHost.h"
 
@@ -63,8 +64,17 @@ struct GuardedWorld {
     return p;
   }
   Pixel Get(int32_t x, int32_t y) const { return Get(bytes, x, y); }
+  void Set(int32_t x, int32_t y, const Pixel& p) { Set(bytes, x, y, p); }
   void Set(std::vector<uint8_t>& to, int32_t x, int32_t y, const Pixel& p) const {
     std::memcpy(to.data() + Offset(x, y), &p, sizeof p);
+  }
+
+  // Paints pixel after pixel with `next()`.
+  template <class Next>
+  void Paint(Next next) {
+    for (int32_t i = 0; i < world.width * world.height; ++i) {
+      Set(i % world.width, i / world.width, next());
+    }
   }
 
   // A copy of the bytes with `change(pixel)` applied where `inside(x, y)` holds.
@@ -81,6 +91,13 @@ struct GuardedWorld {
 
   std::vector<uint8_t> bytes;
   VX_LayerDef world{};
+};
+
+// The table of slots is as it was after the life of this object.
+struct KeptSlots {
+  KeptSlots() { std::memcpy(static_cast<void*>(&kept), &VXp_G_OverFuncs, sizeof kept); }
+  ~KeptSlots() { std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &kept, sizeof kept); }
+  VXp_OverrideTable kept;
 };
 
 // A world whose depth is none of the three.

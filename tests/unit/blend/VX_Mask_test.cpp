@@ -8,7 +8,6 @@
 
 #include <utility>
 
-#include "VX/VX_OverrideTable.h"
 #include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
 
@@ -85,11 +84,7 @@ VX_Err Backwards(int32_t iterations, void* refcon, VX_GenericFunc function) {
 // Rows go through the slot of the iterator, in any order, and through the slot of their pair of
 // depths, whose error ends the call.
 TYPED_TEST(Mask, RowsGoThroughTheirSlots) {
-  struct Slots {
-    Slots() { std::memcpy(static_cast<void*>(&kept), &VXp_G_OverFuncs, sizeof kept); }
-    ~Slots() { std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &kept, sizeof kept); }
-    VXp_OverrideTable kept;
-  } slots;
+  const KeptSlots kept;
   VXp_OverrideTable& table = VXp_G_OverFuncs;
   GuardedWorld<TypeParam> got(70, 41, 3, 8), want(70, 41, 3, 8);
   VX_WorldX<TypeParam> world(&got.world, true), forwards(&want.world, true);

@@ -15,34 +15,28 @@
 
 namespace {
 
-template <class ToPixel, class FromPixel>
-struct Pair {
-  using To = ToPixel;
-  using From = FromPixel;
-};
-
-template <class Pair>
+template <class From>
 class DepthConvertTest : public testing::Test {};
+TYPED_TEST_SUITE(DepthConvertTest, PixelTypes, DepthNames);
 
-using P8 = VX_Pixel8;
-using P16 = VX_Pixel16;
-using PF = VX_PixelFloat;
-using AllPairs =
-    testing::Types<Pair<P8, P8>, Pair<P8, P16>, Pair<P8, PF>, Pair<P16, P8>, Pair<P16, P16>,
-                   Pair<P16, PF>, Pair<PF, P8>, Pair<PF, P16>, Pair<PF, PF>>;
-TYPED_TEST_SUITE(DepthConvertTest, AllPairs);
+template <class To, class From>
+void ExpectConverted(GuardedWorld<From>& src) {
+  GuardedWorld<To> dst(src.world.width, 1, 1, 3);
+  auto want = dst.bytes;
+  for (int32_t x = 0; x < src.world.width; ++x) {
+    dst.Set(want, x, 0, vxref::Converted<To>(src.Get(x, 0)));
+  }
+  ASSERT_EQ(VX_DepthConvertWorld(nullptr, &src.world, nullptr, 0, 0, 0, &dst.world), 0);
+  EXPECT_TRUE(dst.bytes == want) << kDepth<From> << " to " << kDepth<To>;
+}
 
 }  // namespace
 
-// All integer values, and floats around every rounding boundary, in all four channels.
+// All integer values, and floats around every rounding boundary. The random commands compare
+// positions, rectangles and other floats.
 TYPED_TEST(DepthConvertTest, EveryValue) {
-  using From = typename TypeParam::From;
-  using To = typename TypeParam::To;
-  using Channel = VX_ChannelOf<From>;
-  std::vector<Channel> values;
-  if constexpr (sizeof(From) == 16) {
-    const float inf = std::numeric_limits<float>::infinity();
-    values = {inf, -inf, std::numeric_limits<float>::quiet_NaN(), -0.0f, 1e-40f, 0.7f, -7.0f, 2.0f};
+  std::vector<VX_ChannelOf<TypeParam>> values;
+  if constexpr (kDepth<TypeParam> == 32) {
     for (int full : {255, 32768}) {
       for (int step = 0; step <= 2 * full; ++step) {
         const float edge = static_cast<float>(step) / static_cast<float>(2 * full);
@@ -51,30 +45,25 @@ TYPED_TEST(DepthConvertTest, EveryValue) {
       }
     }
   } else {
-    for (int c = 0; c <= kFull<From>; ++c) values.push_back(static_cast<Channel>(c));
+    for (int c = 0; c <= kFull<TypeParam>; ++c) {
+      values.push_back(static_cast<VX_ChannelOf<TypeParam>>(c));
+    }
   }
-  values.resize((values.size() + 3) / 4 * 4);
-  VX_LayerDef source{};
-  source.data = values.data();
-  source.width = static_cast<int32_t>(values.size() / 4);
-  source.height = 1;
-  source.rowbytes = source.width * static_cast<int32_t>(sizeof(From));
-  VXp_SetWorldDepth(&source, static_cast<int32_t>(sizeof(From)) * 2);
-  GuardedWorld<To> dest(source.width, 1, 1, 3);
-  std::vector<uint8_t> expected = dest.bytes;
-  for (int32_t x = 0; x < source.width; ++x) {
-    const Channel* const c = values.data() + 4 * x;
-    dest.Set(expected, x, 0, vxref::Converted<To>(From{c[0], c[1], c[2], c[3]}));
+  GuardedWorld<TypeParam> src(static_cast<int32_t>(values.size()), 1, 0, 1);
+  for (size_t i = 0; i < values.size(); ++i) {
+    const auto c = values[i], other = values[values.size() - 1 - i];
+    src.Set(static_cast<int32_t>(i), 0, {c, other, c, other});
   }
-  ASSERT_EQ(VX_DepthConvertWorld(nullptr, &source, nullptr, 0, 0, 0, &dest.world), 0);
-  ASSERT_TRUE(dest.bytes == expected);
+  ExpectConverted<VX_Pixel8>(src);
+  ExpectConverted<VX_Pixel16>(src);
+  ExpectConverted<VX_PixelFloat>(src);
 }
 
 // The first code that is not 0 is returned; VX_ErrStopped ends the call after the row.
 TEST(DepthConvert, PollsEachRow) {
   for (const VX_Err answer : {5, int32_t{VX_ErrStopped}}) {
-    GuardedWorld<P16> source(6, 7, 3, 1);
-    GuardedWorld<P8> dest(8, 5, 5, 2);
+    const GuardedWorld<VX_Pixel16> source(6, 7, 3, 1);
+    GuardedWorld<VX_Pixel8> dest(8, 5, 5, 2);
     std::pair<std::vector<int32_t>, VX_Err> polls{{}, answer};
     VX_ProgressInfo info{};
     info.progress_refcon = &polls;
@@ -84,76 +73,65 @@ TEST(DepthConvert, PollsEachRow) {
       steps.push_back(step);
       return step == 2 ? code : 0;
     };
-    const M_Rect rect{1, -2, 7,
-                      4};  // extends beyond the source at the left, at the destination below
-    const std::vector<int32_t> steps =
-        answer == VX_ErrStopped ? std::vector<int32_t>{1, 2} : std::vector<int32_t>{1, 2, 3};
-    const auto want = dest.bytes;
+    // Extends beyond the source at the left, beyond the destination below.
+    const M_Rect rect{1, -2, 7, 4};
+    const bool stops = answer == VX_ErrStopped;
+    const VX_Pixel8 before = dest.Get(4, 4);
     EXPECT_EQ(VX_DepthConvertWorld(&info, &source.world, &rect, 0, 1, 2, &dest.world), answer);
-    EXPECT_EQ(polls.first, steps);
-    const size_t after = dest.Offset(0, 4);
-    const bool untouched = std::equal(want.begin() + static_cast<ptrdiff_t>(after), want.end(),
-                                      dest.bytes.begin() + static_cast<ptrdiff_t>(after));
-    EXPECT_EQ(untouched, answer == VX_ErrStopped);
+    EXPECT_EQ(polls.first, stops ? (std::vector{1, 2}) : (std::vector{1, 2, 3}));
+    EXPECT_EQ(SamePixel(before, dest.Get(4, 4)), stops);
   }
 }
 
-// Noise replaces the rounding constant: a word a channel, in order, going round the table.
+// Noise replaces the rounding constant: a word per channel, in order, repeated after the table.
 TEST(Dither, UsesTheNoiseInOrderAndRepeats) {
   uint32_t* words = nullptr;
   int32_t size = 0;
   ASSERT_EQ(RND_GetPrimeSizedTable(&words, &size), 0);
-  GuardedWorld<VX_Pixel16> deep(5000, 8, 2, 5);  // more channels than the table has words
-  std::mt19937 random(8);  // any bits: black, white, and what no channel should hold
-  for (uint8_t& byte : deep.bytes) byte = static_cast<uint8_t>(random() % 3 ? random() : 0);
-  GuardedWorld<VX_PixelFloat> unit(5000, 8, 3, 6);
-  GuardedWorld<VX_Pixel8> first(5000, 8, 1, 7), second(5000, 8, 1, 7);
+  const GuardedWorld<VX_Pixel16> deep(5000, 8, 2, 5);  // more channels than the table has words
+  const GuardedWorld<VX_PixelFloat> unit(5000, 8, 3, 6);
+  GuardedWorld<VX_Pixel8> dst(5000, 8, 1, 7);
   size_t next = 0;
   const auto dithered = [&](uint16_t c) {
     const uint32_t noise = words[next++ % static_cast<size_t>(size)] & 0x7FFF;
     return static_cast<uint8_t>((c * 255u + noise) / 32768u);
   };
-  const auto expected = [&](const auto& from) {
-    auto bytes = first.bytes;
-    for (int y = 0; y < 8; ++y) {
-      for (int x = 0; x < 5000; ++x) {
-        const VX_Pixel16 p = vxref::Converted<VX_Pixel16>(from.Get(x, y));
-        const uint8_t a = dithered(p.alpha), r = dithered(p.red), g = dithered(p.green);
-        first.Set(bytes, x, y, {a, r, g, dithered(p.blue)});
-      }
+  const auto check = [&](const auto& from) {
+    auto want = dst.bytes;
+    for (int32_t i = 0; i < 5000 * 8; ++i) {
+      const VX_Pixel16 p = vxref::Converted<VX_Pixel16>(from.Get(i % 5000, i / 5000));
+      const uint8_t a = dithered(p.alpha), r = dithered(p.red), g = dithered(p.green);
+      dst.Set(want, i % 5000, i / 5000, {a, r, g, dithered(p.blue)});
     }
-    return bytes;
+    ASSERT_EQ(VX_DepthConvertWorld(nullptr, &from.world, nullptr, 1, 0, 0, &dst.world), 0);
+    EXPECT_TRUE(dst.bytes == want);
   };
-  auto want = expected(deep);
-  VX_ResetDitherRandomIndex();
-  ASSERT_EQ(VX_DepthConvertWorld(nullptr, &deep.world, nullptr, 1, 0, 0, &first.world), 0);
-  EXPECT_TRUE(first.bytes == want);
-  want = expected(unit);
-  ASSERT_EQ(VX_DepthConvertWorld(nullptr, &unit.world, nullptr, 1, 0, 0, &first.world), 0);
-  EXPECT_TRUE(first.bytes == want);
-  VX_ResetDitherRandomIndex();
-  for (auto* world : {&deep.world, &unit.world}) {
-    ASSERT_EQ(VX_DepthConvertWorld(nullptr, world, nullptr, 1, 0, 0, &second.world), 0);
+  for (int round = 0; round < 2; ++round) {
+    VX_ResetDitherRandomIndex();
+    next = 0;
+    check(deep);
+    check(unit);
   }
-  EXPECT_TRUE(first.bytes == second.bytes);
 }
 
 TEST(DepthConvertRefusals, ReportAndLeaveTheDestination) {
   Reports();
-  GuardedWorld<VX_Pixel8> source(2, 2, 0, 1);
   GuardedWorld<VX_PixelFloat> dest(2, 2, 0, 2);
   const auto untouched = dest.bytes;
-  OddDepthWorld odd(&source.world);
-  EXPECT_EQ(VX_DepthConvertWorld(nullptr, &odd, nullptr, 0, 0, 0, &dest.world), 3);
-  EXPECT_EQ(VX_DepthConvertWorld(nullptr, &dest.world, nullptr, 0, 0, 0, &odd), 3);
-  EXPECT_EQ(VX_DepthConvertWorld(nullptr, nullptr, nullptr, 0, 0, 0, &dest.world), 3);
-  source.world.data = nullptr;
-  EXPECT_EQ(VX_DepthConvertWorld(nullptr, &source.world, nullptr, 0, 0, 0, &dest.world), 3);
+  VX_LayerDef bare = dest.world;
+  bare.data = nullptr;
+  OddDepthWorld odd(&dest.world);
+  const auto convert = [&](const VX_LayerDef* from, VX_LayerDef* to, int32_t h = 0, int32_t v = 0) {
+    return VX_DepthConvertWorld(nullptr, from, nullptr, 0, h, v, to);
+  };
+  EXPECT_EQ(convert(&odd, &dest.world), 3);
+  EXPECT_EQ(convert(&dest.world, &odd), 3);
+  EXPECT_EQ(convert(nullptr, &dest.world), 3);
+  EXPECT_EQ(convert(&bare, &dest.world), 3);
   EXPECT_EQ(Reports(), (ReportList{{0x2503E7, "Unknown world bitdepth in##CONDITIONNAME"},
                                    {0x2503E7, "Unknown world bitdepth in##CONDITIONNAME"},
                                    {0x2503E7, kBadParameterText},
                                    {0x2503E7, kBadParameterText}}));
-  EXPECT_EQ(
-      VX_DepthConvertWorld(nullptr, &dest.world, nullptr, 0, INT32_MAX, INT32_MIN, &dest.world), 0);
+  EXPECT_EQ(convert(&dest.world, &dest.world, INT32_MAX, INT32_MIN), 0);
   EXPECT_EQ(dest.bytes, untouched);
 }

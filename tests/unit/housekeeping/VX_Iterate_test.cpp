@@ -11,7 +11,6 @@
 #include <functional>
 #include <new>
 #include <stdexcept>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -19,8 +18,6 @@
 #include "unit/GuardedWorld.h"
 
 namespace {
-
-constexpr int16_t kMin = INT16_MIN, kMax = INT16_MAX;
 
 // A pixel function and a progress function made of closures.
 using OnPixel = std::function<VX_Err(int32_t x, int32_t y, void* in, void* out)>;
@@ -39,30 +36,7 @@ VX_ProgressInfo ProgressOf(OnStep* on_step) {
 
 }  // namespace
 
-// Worlds of no size and origins at the ends of 16 bits. What else is visited is compared by the
-// random commands of tests/commands.
-TEST(Iterate, NothingToVisit) {
-  GuardedWorld<VX_Pixel8> dst(9, 5, 3, 1), src(4, 3, 5, 2);
-  OnPixel never = [](int32_t, int32_t, void*, void*) -> VX_Err { return 99; };
-  const auto iterate = [&](const M_Point& origin) {
-    return VX_IterateOrigin(nullptr, 0, 0, &src.world, nullptr, &origin, &never, CallPixel,
-                            &dst.world);
-  };
-  for (const M_Point& origin : {M_Point{kMax, kMin}, M_Point{kMin, kMax}, M_Point{kMax, kMax}}) {
-    EXPECT_EQ(iterate(origin), 0);
-  }
-  for (VX_LayerDef* world : {&src.world, &dst.world}) {
-    for (int32_t* size : {&world->width, &world->height}) {
-      for (const int32_t none : {0, -1, INT32_MIN}) {
-        const int32_t kept = std::exchange(*size, none);
-        EXPECT_EQ(iterate({0, 0}), 0);
-        *size = kept;
-      }
-    }
-  }
-}
-
-// Polling is one piece for the walk and the tables. Rows 1 and 2 of the world are the area.
+// Polling is shared by the calls of a pixel function and the tables. Rows 1 and 2 are the area.
 TEST(Iterate, Progress) {
   struct Case {
     int32_t base, final_step;
@@ -70,16 +44,11 @@ TEST(Iterate, Progress) {
     VX_Err result;
     std::vector<int32_t> steps;
   };
-  const Case cases[] = {{10, 99, {0, 0}, 0, {11, 12}},
-                        {0, 0, {517, 517}, 0, {}},
-                        {-5, -1, {517, 0}, 517, {-4}},
-                        {0, 2, {0, 517}, 517, {1, 2}},
-                        {0, 2, {42, 42}, 42, {1, 2}},
-                        {0, 2, {42, 0}, 42, {1, 2}},
-                        {0, 2, {42, 517}, 517, {1, 2}},
-                        {0, 2, {7, 8}, 8, {1, 2}},
-                        {INT32_MAX, 1, {0, 0}, 0, {INT32_MIN, INT32_MIN + 1}}};
-  const M_Rect area{1, 0, 9, 2}, empty{1, 4, 3, 9};
+  const Case cases[] = {
+      {10, 99, {0, 0}, 0, {11, 12}}, {0, 0, {517, 517}, 0, {}},
+      {-5, -1, {517, 0}, 517, {-4}}, {0, 2, {0, 517}, 517, {1, 2}},
+      {0, 2, {42, 0}, 42, {1, 2}},   {0, 2, {42, 517}, 517, {1, 2}},
+      {0, 2, {7, 8}, 8, {1, 2}},     {INT32_MAX, 1, {0, 0}, 0, {INT32_MIN, INT32_MIN + 1}}};
   for (const bool tables : {false, true}) {
     for (const Case& c : cases) {
       std::vector<int32_t> steps;
@@ -93,10 +62,11 @@ TEST(Iterate, Progress) {
         std::memcpy(out, in, 4);
         return 0;
       };
-      const auto run = [&](VX_ProgressInfo* info, const M_Rect& part) {
-        return tables ? VX_IterateLUT(info, c.base, c.final_step, &src.world, &part, nullptr,
+      VX_ProgressInfo info = ProgressOf(&on_step);
+      const auto run = [&](const M_Rect& part) {
+        return tables ? VX_IterateLUT(&info, c.base, c.final_step, &src.world, &part, nullptr,
                                       nullptr, nullptr, nullptr, &dst.world)
-                      : VX_Iterate(info, c.base, c.final_step, &src.world, &part, &copy, CallPixel,
+                      : VX_Iterate(&info, c.base, c.final_step, &src.world, &part, &copy, CallPixel,
                                    &dst.world);
       };
       const int32_t last = c.result == 517 ? static_cast<int32_t>(c.steps.size()) : 2;
@@ -104,45 +74,39 @@ TEST(Iterate, Progress) {
       for (int32_t i = 0; i < 2 * last; ++i) {
         dst.Set(want, i % 2, 1 + i / 2, src.Get(i % 2, 1 + i / 2));
       }
-      VX_ProgressInfo info = ProgressOf(&on_step), silent{};
-      EXPECT_EQ(run(&info, empty), 0);
-      EXPECT_TRUE(steps.empty());
-      EXPECT_EQ(run(&info, area), c.result);
+      EXPECT_EQ(run({1, 4, 3, 9}), 0);  // no pixel, no poll
+      EXPECT_EQ(run({1, 0, 9, 2}), c.result);
       EXPECT_EQ(steps, c.steps);
       EXPECT_EQ(dst.bytes, want);
-      EXPECT_EQ(run(&silent, area), 0);
-      EXPECT_EQ(run(nullptr, area), 0);
     }
   }
 }
 
-// The seventh pixel fails in four ways; six are written and nobody polls the row.
-TEST(Iterate, WhatThePixelFunctionGivesEndsTheWalk) {
+// The seventh pixel fails in four ways: six are written and the row does not poll.
+TEST(Iterate, ErrorsOfThePixelFunctionEndTheCall) {
   const std::pair<std::function<VX_Err()>, VX_Err> ends[] = {
       {[] { return -9; }, -9},
       {[]() -> VX_Err { throw int32_t{44}; }, 44},
       {[]() -> VX_Err { throw std::bad_alloc(); }, 4},
       {[]() -> VX_Err { throw std::runtime_error("no"); }, 516}};
-  for (const auto& end : ends) {
+  for (const auto& ending : ends) {
     GuardedWorld<VX_Pixel8> dst(9, 2, 2, 5);
     const auto want = dst.Expected([](int32_t x, int32_t y) { return x < 6 && y == 0; },
-                                   [](VX_Pixel8) {
-                                     return VX_Pixel8{1, 2, 3, 4};
-                                   });
+                                   [](VX_Pixel8) { return VX_Pixel8{}; });
     int calls = 0;
     OnPixel on_pixel = [&](int32_t, int32_t, void*, void* out) -> VX_Err {
-      if (++calls == 7) return end.first();
-      *static_cast<VX_Pixel8*>(out) = {1, 2, 3, 4};
+      if (++calls == 7) return ending.first();
+      *static_cast<VX_Pixel8*>(out) = {};
       return 0;
     };
     OnStep never = [](int32_t, int32_t) -> VX_Err { throw int32_t{45}; };
     VX_ProgressInfo info = ProgressOf(&never);
-    EXPECT_EQ(VX_Iterate(&info, 0, 1, nullptr, nullptr, &on_pixel, CallPixel, &dst.world),
-              end.second);
+    const auto run = [&] {
+      return VX_Iterate(&info, 0, 1, nullptr, nullptr, &on_pixel, CallPixel, &dst.world);
+    };
+    EXPECT_EQ(run(), ending.second);
     EXPECT_EQ(dst.bytes, want);
-    EXPECT_EQ(VX_IterateOrigin(&info, 0, 1, nullptr, nullptr, /*origin=*/nullptr, &on_pixel,
-                               CallPixel, &dst.world),
-              45);
+    EXPECT_EQ(run(), 45);
     EXPECT_EQ(calls, 7 + 9);
   }
   Reports();
@@ -162,15 +126,15 @@ TEST(Iterate, Refusals) {
   const auto lut = [](const VX_LayerDef* src, VX_LayerDef* dst) {
     return VX_IterateLUT(nullptr, 0, 0, src, nullptr, nullptr, nullptr, nullptr, nullptr, dst);
   };
-  EXPECT_EQ(iterate(&flat.world, CallPixel, nullptr), 3);
-  EXPECT_EQ(iterate(&flat.world, CallPixel, &bare), 3);
+  for (VX_LayerDef* dst : {static_cast<VX_LayerDef*>(nullptr), &bare}) {
+    EXPECT_EQ(iterate(&flat.world, CallPixel, dst), 3);
+    EXPECT_EQ(lut(&flat.world, dst), 3);
+  }
   EXPECT_EQ(iterate(&bare, CallPixel, &flat.world), 3);
   EXPECT_EQ(iterate(nullptr, nullptr, &flat.world), 3);
-  EXPECT_EQ(lut(nullptr, &flat.world), 3);
-  EXPECT_EQ(lut(&flat.world, nullptr), 3);
-  EXPECT_EQ(lut(&bare, &flat.world), 3);
-  EXPECT_EQ(lut(&flat.world, &bare), 3);
-  EXPECT_EQ(lut(&deep.world, &flat.world), 3);
+  for (const VX_LayerDef* src : {static_cast<VX_LayerDef*>(nullptr), &bare, &deep.world}) {
+    EXPECT_EQ(lut(src, &flat.world), 3);
+  }
   EXPECT_EQ(lut(&flat.world, &deep.world), 3);
   EXPECT_EQ(VX_IterateGeneric(1, nullptr, nullptr), 3);
   ReportList want(10, {0x25000E, kBadParameterText});
@@ -182,32 +146,29 @@ TEST(Iterate, Refusals) {
                                    {0x2503E7, "Unknown world bitdepth in##CONDITIONNAME"}}));
 }
 
-TEST(Iterate, Generic) {
-  using Turns = std::vector<std::tuple<int32_t, int32_t, int32_t>>;
-  static Turns turns;
-  const auto turn = [](void* refcon, int32_t thread, int32_t i, int32_t iterations) -> VX_Err {
-    turns.emplace_back(thread, i, iterations);
-    const int32_t last = *static_cast<int32_t*>(refcon);
-    if (last == -2) throw int32_t{71};
-    return i == last ? 70 : 0;
+// The random commands compare the calls for each count. A code or an exception ends them.
+TEST(Iterate, GenericEndsWithTheFirstError) {
+  struct Calls {
+    int32_t count, fails_at, throws_at;
   };
-  const std::tuple<int32_t, int32_t, VX_Err, Turns> cases[] = {
-      {-1, -1, 0, {{0, 0, 1}}},
-      {-1, 0, 70, {{0, 0, 1}}},
-      {0, -1, 0, {}},
-      {-2, -1, 0, {}},
-      {INT32_MIN, -1, 0, {}},
-      {3, -1, 0, {{0, 0, 3}, {0, 1, 3}, {0, 2, 3}}},
-      {3, 1, 70, {{0, 0, 3}, {0, 1, 3}}},
-      {3, -2, 71, {{0, 0, 3}}}};
-  for (const auto& [iterations, last, code, want] : cases) {
-    int32_t refcon = last;
-    turns.clear();
-    EXPECT_EQ(VX_IterateGeneric(iterations, &refcon, turn), code);
-    EXPECT_EQ(turns, want);
-  }
+  const auto call = [](void* refcon, int32_t thread, int32_t i, int32_t) -> VX_Err {
+    auto& calls = *static_cast<Calls*>(refcon);
+    EXPECT_EQ(thread, 0);
+    EXPECT_EQ(i, calls.count++);
+    if (i == calls.throws_at) throw int32_t{71};
+    return i == calls.fails_at ? 70 : 0;
+  };
+  Calls fails{0, 1, -1}, throws{0, -1, 0}, none{0, -1, -1};
+  EXPECT_EQ(VX_IterateGeneric(3, &fails, call), 70);
+  EXPECT_EQ(VX_IterateGeneric(3, &throws, call), 71);
+  EXPECT_EQ(VX_IterateGeneric(-1, &none, call), 0);
+  EXPECT_EQ(fails.count * 100 + throws.count * 10 + none.count, 211);
+  EXPECT_EQ(VX_IterateGeneric(INT32_MIN, &none, call), 0);
+  EXPECT_EQ(none.count, 1);
 }
 
+// A source or none, with and without a code, of any or one pixel type. The random commands compare
+// areas and origins.
 TEST(ForEachPixel, LambdaForms) {
   using Pixel = VX_Pixel16;
   GuardedWorld<Pixel> src(5, 4, 16, 1), dst(5, 4, 16, 2);
@@ -216,53 +177,47 @@ TEST(ForEachPixel, LambdaForms) {
   auto want = dst.Expected(everywhere, reddened);
   EXPECT_EQ(VX_ForEachPixel(&dst.world, [](int32_t, int32_t, auto* out) { out->red = 1; }), 0);
   EXPECT_EQ(dst.bytes, want);
+  want = dst.Expected(everywhere, [](Pixel p) { return Pixel{p.alpha, 1, 2, p.blue}; });
+  const auto greened = [](int32_t, int32_t, Pixel* out) { return out->green = 2, VX_Err{}; };
+  EXPECT_EQ(VX_ForEachPixel<Pixel>(&dst.world, greened), 0);
+  EXPECT_EQ(dst.bytes, want);
   for (int32_t i = 0; i < 20; ++i) dst.Set(want, i % 5, i / 5, src.Get(i % 5, i / 5));
   const auto copy = [](int32_t, int32_t, const auto* in, auto* out) { *out = *in; };
   EXPECT_EQ(VX_ForEachPixel(&src.world, &dst.world, copy), 0);
   EXPECT_EQ(dst.bytes, want);
-  const auto redden = [](int32_t, int32_t, Pixel* out) { return out->red = 1, VX_Err{}; };
-  want = dst.Expected(everywhere, reddened);
-  EXPECT_EQ(VX_ForEachPixel<Pixel>(&dst.world, redden), 0);
-  EXPECT_EQ(dst.bytes, want);
 }
 
-TEST(ForEachPixel, ErrorsAndExceptionsComeOut) {
-  struct Own {
-    int number;
-  };
+// Codes and exceptions of both functions reach the caller.
+TEST(ForEachPixel, ErrorsAndRefusals) {
   GuardedWorld<VX_Pixel8> dst(4, 3, 2, 5);
-  OnStep throws_own = [](int32_t step, int32_t) -> VX_Err { throw Own{step}; };
-  VX_ProgressInfo info = ProgressOf(&throws_own);
+  OnStep throws = [](int32_t step, int32_t) -> VX_Err { throw double(step); };
+  VX_ProgressInfo info = ProgressOf(&throws);
   const VX_ForEachPixelOptions polled{.progress = &info, .progress_base = 20, .progress_final = 3};
   int calls = 0;
-  const auto walk = [&](int fails_at, bool throws) -> VX_Err {
+  const auto run = [&](int fails_at, bool throws_own) -> double {
     calls = 0;
     try {
-      const auto on_pixel = [&](int32_t, int32_t, VX_Pixel8* out) -> VX_Err {
-        if (++calls == fails_at && throws) throw Own{-fails_at};
-        *out = {};
+      const auto on_pixel = [&](int32_t, int32_t, VX_Pixel8*) -> VX_Err {
+        if (++calls == fails_at && throws_own) throw 0.5;
         return calls == fails_at ? 55 : 0;
       };
       return VX_ForEachPixel<VX_Pixel8>(&dst.world, on_pixel, polled);
-    } catch (const Own& own) {
-      return 1000 + own.number;
+    } catch (double thrown) {
+      return thrown + 1000;
     }
   };
-  const auto want = dst.Expected([](int32_t x, int32_t y) { return x < 2 && y == 0; },
-                                 [](VX_Pixel8) { return VX_Pixel8{}; });
   Reports();
-  EXPECT_EQ(walk(3, /*throws=*/true), 997);
-  EXPECT_EQ(dst.bytes, want);
-  EXPECT_EQ(walk(3, /*throws=*/false), 55);
+  EXPECT_EQ(run(3, /*throws_own=*/true), 1000.5);
+  EXPECT_EQ(run(3, /*throws_own=*/false), 55);
   EXPECT_EQ(calls, 3);
-  EXPECT_EQ(walk(9, /*throws=*/true), 1021);
+  EXPECT_EQ(run(9, /*throws_own=*/true), 1021);
   EXPECT_EQ(calls, 4);
   EXPECT_EQ(Reports(), ReportList{});
 
   const auto never = [&](int32_t, int32_t, auto*) { ++calls; };
+  OddDepthWorld odd(&dst.world);
   EXPECT_EQ(VX_ForEachPixel<VX_Pixel16>(&dst.world, never), 3);
   EXPECT_EQ(VX_ForEachPixel(nullptr, never), 3);
-  OddDepthWorld odd(&dst.world);
   EXPECT_EQ(VX_ForEachPixel(&odd, never), 3);
   EXPECT_EQ(calls, 4);
   EXPECT_EQ(Reports(),

@@ -9,6 +9,7 @@
 
 #include "../../reference/RefTransform.h"
 #include "TransformTestKit.h"
+#include "transform/VXp_MotionSum.h"
 
 namespace {
 
@@ -86,6 +87,15 @@ TYPED_TEST(TransformMotion, IsTheMeanOfSingleDraws) {
             << quality;
       }
     }
+  }
+}
+
+// Two opaque sub-samples: a half is rounded up.
+TYPED_TEST(TransformMotion, MeanOf100And101Is101) {
+  if constexpr (kDepth<TypeParam> != 32) {
+    VXp_MotionSum<TypeParam> sum;
+    for (const uint8_t red : {100, 101}) sum.Add(TypeParam{kFull<TypeParam>, red, 0, 0});
+    EXPECT_EQ(sum.Average(2).red, 101);
   }
 }
 

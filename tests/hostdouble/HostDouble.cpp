@@ -83,14 +83,18 @@ HostDouble::~HostDouble() {
 }
 
 void* HostDouble::Allocate(uint64_t size, uint64_t header) {
-  const bool fails = AllocationCount() + 1 == fail_at_;
+  const int64_t number = AllocationCount() + 1;
+  const bool fails = number == fail_at_ || (fail_at_ > 0 && fail_later_ && number > fail_at_);
   void* const block = fails ? nullptr : std::malloc(size);
   if (block != nullptr) std::memset(block, 0xA5, size);
   allocations.push_back({size - header, block == nullptr});
   return block;
 }
 
-void HostDouble::FailAllocation(int nth) { fail_at_ = nth > 0 ? AllocationCount() + nth : 0; }
+void HostDouble::FailAllocation(int nth, bool and_later) {
+  fail_at_ = nth > 0 ? AllocationCount() + nth : 0;
+  fail_later_ = and_later;
+}
 
 int64_t HostDouble::Leaked() const {
   const VXHost_Memory now = VXHost_GetMemory();

@@ -45,8 +45,8 @@ class HostDouble {
   HostDouble& operator=(const HostDouble&) = delete;
 
   // ---- Memory: blocks, frames and what the colour engine allocates share one counter ----
-  // The nth allocation from now (1 is the next) fails; 0: none.
-  void FailAllocation(int nth);
+  // The nth allocation from now (1 is the next) fails, and later ones if `and_later`; 0: none.
+  void FailAllocation(int nth, bool and_later = false);
   // Attempts since construction, including failed ones.
   int64_t AllocationCount() const { return static_cast<int64_t>(allocations.size()); }
   // Blocks and frames allocated since construction and not freed (negative: more were freed).
@@ -83,5 +83,6 @@ class HostDouble {
 
   std::map<std::string, Failure> failures_;
   int64_t fail_at_ = 0;  // number of the attempt; 0: none
+  bool fail_later_ = false;
   VXHost_Memory before_;
 };

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <tuple>
 #include <vector>
@@ -22,12 +21,11 @@ using colorkit::DescriptionOf, colorkit::ExponentOf, colorkit::Named;
 using PoolPtr = std::unique_ptr<COR_QCE_ProfilePool, void (*)(COR_QCE_ProfilePool*)>;
 
 PoolPtr NewPool() {
-  COR_QCE_ProfilePool* pool = nullptr;
-  EXPECT_EQ(COR_QCE_NewProfilePool(&pool), QCE_Ok);
-  return {pool, COR_QCE_DisposeProfilePool};
+  return {colorkit::Get<COR_QCE_ProfilePool*>(COR_QCE_NewProfilePool), COR_QCE_DisposeProfilePool};
 }
 
-int32_t Thrown(const std::function<void()>& body) {
+template <class Body>
+int32_t Thrown(Body&& body) {
   try {
     body();
   } catch (int32_t code) {
@@ -44,25 +42,49 @@ class ColorSettings : public testing::Test {
     return settings;
   }
 
+  // Checks the calls of settings whose profile is missing.
+  void ExpectNoProfile(VX_ColorSettings& settings, int32_t code) {
+    EXPECT_EQ(Thrown([&] { EXPECT_EQ(settings.GetProfile(), nullptr); }), code);
+    EXPECT_EQ(Thrown([&] { EXPECT_EQ(settings.GetAdjustedProfile(), nullptr); }), code);
+    EXPECT_EQ(Thrown([&] { EXPECT_EQ(settings.GetCalGrayGamma(), ExponentOf(Named("sRGB"))); }),
+              code);
+    EXPECT_TRUE(VX_GetWorkingSpaceProfileName(&settings) == u"None");
+    EXPECT_EQ(Thrown([&] { settings.GetLinearBlendingTables(true); }),
+              code == 0 ? int32_t{QCE_BadArgument} : code);
+    EXPECT_FALSE(settings.IsValid());
+  }
+
   PoolPtr pool_ = NewPool();
 };
-
-constexpr _t_QCE_ID kStrange = {{1, 2, 3, 4}};
 
 }  // namespace
 
 TEST_F(ColorSettings, WithoutAProfile) {
-  VX_ColorSettings settings(pool_.get());
+  VX_ColorSettings settings = Of("sRGB");
+  const _t_QCE_ID known = settings.GetProfileID(), strange = {{1, 2, 3, 4}};
+  const VX_LinearBlendingTables* const tables = settings.GetLinearBlendingTables(true);
+  EXPECT_EQ(Thrown([&] { settings.SetProfile(nullptr); }), QCE_BadArgument);
+  EXPECT_TRUE(settings.GetProfileID() == known);
+  EXPECT_EQ(settings.GetLinearBlendingTables(true), tables);
+
   for (const bool linearize : {false, true}) {
-    settings.SetLinearize(linearize);
-    EXPECT_EQ(settings.GetProfile(), nullptr);
-    EXPECT_EQ(settings.GetAdjustedProfile(), nullptr);
-    EXPECT_EQ(settings.GetCalGrayGamma(), ExponentOf(Named("sRGB")));
-    EXPECT_EQ(Thrown([&] { settings.GetLinearBlendingTables(true); }), QCE_BadArgument);
-    EXPECT_TRUE(VX_GetWorkingSpaceProfileName(&settings) == u"None");
+    VX_ColorSettings bad(pool_.get());
+    bad.SetLinearize(linearize);
+    ExpectNoProfile(bad, 0);
+    bad.SetProfileID(strange);
+    ExpectNoProfile(bad, QCE_UnknownID);
+    EXPECT_EQ(Thrown([&] { EXPECT_TRUE(bad != bad); }), QCE_UnknownID);
+    bad.SetProfilePool(nullptr);
+    ExpectNoProfile(bad, QCE_BadArgument);
+    EXPECT_TRUE(bad.GetProfileID() == strange);
+    bad.SetProfilePool(pool_.get());
+    bad.SetProfileID(known);
+    EXPECT_EQ(bad.GetProfile(), settings.GetProfile());
+    EXPECT_TRUE(bad.IsValid());
   }
-  EXPECT_TRUE(settings.GetProfileID() == _t_QCE_ID{});
-  EXPECT_FALSE(settings.IsValid());
+  EXPECT_TRUE(VX_GetWorkingSpaceProfileName(nullptr) == u"None");
+  settings.SetProfileID(strange);
+  EXPECT_EQ(Thrown([&] { VX_GetWorkingSpaceProfileName(&settings); }), QCE_UnknownID);
 }
 
 TEST_F(ColorSettings, TablesForLinearBlendingOrByForce) {
@@ -75,34 +97,32 @@ TEST_F(ColorSettings, TablesForLinearBlendingOrByForce) {
     EXPECT_EQ(tables != nullptr, force || (blending && !linearize)) << choice;
     EXPECT_NEAR(tables != nullptr ? tables->gamma : 1.8f, 1.8f, 1e-3f) << choice;
     EXPECT_NEAR(settings.GetCalGrayGamma(), linearize ? 1.0f : 1.8f, 1e-3f) << choice;
+    EXPECT_TRUE(VX_GetWorkingSpaceProfileName(&settings) ==
+                u"Working Space - " + DescriptionOf(settings.GetAdjustedProfile()));
   }
 }
 
 // By pool, profile, linear blending, linearize. Profiles of equal bytes are one profile.
 TEST_F(ColorSettings, EqualityAndOrder) {
   const PoolPtr other_pool = NewPool();
-  COR_QCE_ProfilePool* const pools[] = {pool_.get(), other_pool.get()};
-  const COR_QCE_ProfilePtr profiles[] = {Named("sRGB"), Named("Display P3")};
   const auto make = [&](int i) {
-    VX_ColorSettings settings(pools[i >> 3]);
-    settings.SetProfile(profiles[i >> 2 & 1]);
+    VX_ColorSettings settings((i & 8) != 0 ? pool_.get() : other_pool.get());
+    settings.SetProfile(Named((i & 4) != 0 ? "sRGB" : "Display P3"));
     settings.SetLinearBlending((i & 2) != 0);
     settings.SetLinearize((i & 1) != 0);
     return settings;
   };
-  const auto key = [&](int i) {
-    return std::make_tuple(reinterpret_cast<uintptr_t>(pools[i >> 3]),
-                           reinterpret_cast<uintptr_t>(profiles[i >> 2 & 1].get()), i & 3);
+  const auto key = [](const VX_ColorSettings& s) {
+    return std::make_tuple(reinterpret_cast<uintptr_t>(s.GetProfilePool()),
+                           reinterpret_cast<uintptr_t>(s.GetProfile().get()), s.GetLinearBlending(),
+                           s.GetLinearize());
   };
-  for (int x = 0; x < 16; ++x) {
-    for (int y = 0; y < 16; ++y) {
-      const VX_ColorSettings a = make(x), b = make(y);
-      EXPECT_EQ(a.GetSortOrder(b), key(x) < key(y) ? -1 : key(y) < key(x) ? 1 : 0);
-      EXPECT_EQ(a == b, x == y);
-      EXPECT_EQ(a != b, x != y);
-    }
+  for (int i = 0; i < 256; ++i) {
+    const VX_ColorSettings a = make(i / 16), b = make(i % 16);
+    EXPECT_EQ(a.GetSortOrder(b), key(a) < key(b) ? -1 : key(b) < key(a) ? 1 : 0);
+    EXPECT_EQ(a == b, i / 16 == i % 16);
+    EXPECT_EQ(a != b, i / 16 != i % 16);
   }
-  EXPECT_EQ(Of("sRGB").GetProfile(), Of("sRGB").GetProfile());
 }
 
 // Copies have the same choices and make tables of their own.
@@ -116,78 +136,23 @@ TEST_F(ColorSettings, Copies) {
   assigned = from;
   for (const VX_ColorSettings* to : {&copy, static_cast<const VX_ColorSettings*>(&assigned)}) {
     EXPECT_TRUE(to->IsValid());  // before a call finds the profile
-    EXPECT_TRUE(*to == from);
-    EXPECT_TRUE(to->GetProfileID() == from.GetProfileID());
+    EXPECT_TRUE(*to == from && to->GetProfileID() == from.GetProfileID());
     EXPECT_NE(to->GetLinearBlendingTables(false), tables);
     EXPECT_EQ(to->GetLinearBlendingTables(false)->gamma, tables->gamma);
   }
-  assigned = VX_ColorSettings(pool_.get());
-  EXPECT_FALSE(assigned.IsValid());
   EXPECT_EQ(from.GetLinearBlendingTables(false), tables);
-}
 
-TEST_F(ColorSettings, RefusalsChangeNothing) {
-  VX_ColorSettings settings = Of("sRGB");
-  const _t_QCE_ID known = settings.GetProfileID();
-  const VX_LinearBlendingTables* const tables = settings.GetLinearBlendingTables(true);
-  EXPECT_EQ(Thrown([&] { settings.SetProfile(nullptr); }), QCE_BadArgument);
-  EXPECT_TRUE(settings.GetProfileID() == known);
-  EXPECT_EQ(settings.GetLinearBlendingTables(true), tables);
-
-  const VX_ColorSettings good = settings;
-  struct {
-    COR_QCE_ProfilePool* pool;
-    QCE_Status status;
-  } const cases[] = {{pool_.get(), QCE_UnknownID}, {nullptr, QCE_BadArgument}};
-  for (const auto& [pool, status] : cases) {
-    VX_ColorSettings bad(pool);
-    bad.SetProfileID(kStrange);
-    EXPECT_EQ(Thrown([&] { bad.GetProfile(); }), status);
-    EXPECT_EQ(Thrown([&] { bad.GetAdjustedProfile(); }), status);
-    EXPECT_EQ(Thrown([&] { bad.GetCalGrayGamma(); }), status);
-    EXPECT_EQ(Thrown([&] { bad.GetLinearBlendingTables(true); }), status);
-    EXPECT_EQ(Thrown([&] { static_cast<void>(bad == good); }), status);
-    EXPECT_TRUE(bad.GetProfileID() == kStrange);
-    EXPECT_FALSE(bad.IsValid());
-    bad.SetProfilePool(pool_.get());
-    bad.SetProfileID(known);
-    EXPECT_EQ(bad.GetProfile(), good.GetProfile());
-    EXPECT_TRUE(bad.IsValid());
-  }
-}
-
-TEST_F(ColorSettings, Names) {
-  VX_ColorSettings settings = Of("gamma 2.2");
-  for (const bool linearize : {false, true}) {
-    settings.SetLinearize(linearize);
-    const std::u16string description = DescriptionOf(settings.GetAdjustedProfile());
-    EXPECT_FALSE(description.empty());
-    EXPECT_TRUE(VX_GetWorkingSpaceProfileName(&settings) == u"Working Space - " + description);
-  }
-  settings.SetProfileID({});
-  EXPECT_TRUE(VX_GetWorkingSpaceProfileName(&settings) == u"None");
-  EXPECT_TRUE(VX_GetWorkingSpaceProfileName(nullptr) == u"None");
-  settings.SetProfileID(kStrange);
-  EXPECT_EQ(Thrown([&] { VX_GetWorkingSpaceProfileName(&settings); }), QCE_UnknownID);
-}
-
-TEST_F(ColorSettings, EmergencyObjectIsSrgbAsStored) {
-  const VX_ColorSettings* const settings = VX_GetEmergencyColorSettings();
-  ASSERT_NE(settings, nullptr);
-  EXPECT_EQ(VX_GetEmergencyColorSettings(), settings);
-  EXPECT_TRUE(settings->IsValid());
-  EXPECT_TRUE(settings->GetProfileID() == Of("sRGB").GetProfileID());
-  EXPECT_EQ(settings->GetLinearBlendingTables(false), nullptr);
-  EXPECT_NE(settings->GetProfile(), nullptr);
+  const VX_ColorSettings* const emergency = VX_GetEmergencyColorSettings();
+  EXPECT_EQ(VX_GetEmergencyColorSettings(), emergency);
+  EXPECT_TRUE(emergency->GetProfileID() == Of("sRGB").GetProfileID());
+  EXPECT_EQ(emergency->GetLinearBlendingTables(false), nullptr);
+  EXPECT_TRUE(emergency->IsValid() && emergency->GetProfile() != nullptr);
 }
 
 // Texts of the host may be in any language, and damaged.
 TEST(WideTexts, FromUtf8) {
   const std::u16string no = u"\uFFFD";
-  struct {
-    std::string text;
-    std::u16string wide;
-  } const cases[] = {
+  const std::pair<std::string, std::u16string> cases[] = {
       {"", u""},
       {"Arbeitsfarbraum \xe2\x80\x93 \xc3\xbc", u"Arbeitsfarbraum \u2013 \u00fc"},
       {"\xf0\x9f\x8c\x88!", u"\U0001F308!"},

@@ -126,19 +126,14 @@ class Maker {
     for (AVBufferRef* buffer : frame_->buf) {  // av_write_image_line ORs into it
       if (buffer) std::memset(buffer->data, 0, buffer->size);
     }
-    if (descriptor->flags &
-        AV_PIX_FMT_FLAG_PAL) {  // entry i: alpha 255 - i, red i, green 2i, blue 3i
-      for (uint32_t i = 0; i < 256; ++i) {
-        const uint32_t entry = (255 - i) << 24 | i << 16 | (2 * i & 255) << 8 | (3 * i & 255);
-        std::memcpy(frame_->data[1] + 4 * i, &entry, 4);
-      }
+    for (uint32_t i = 0; i < 256 && plan_.format == AV_PIX_FMT_PAL8; ++i) {
+      const uint32_t entry = (255 - i) << 24 | i << 16 | (2 * i & 255) << 8 | (3 * i & 255);
+      std::memcpy(frame_->data[1] + 4 * i, &entry, 4);
     }
     for (int c = 0; c < descriptor->nb_components; ++c) {
       const bool chroma = (c == 1 || c == 2) && !(descriptor->flags & AV_PIX_FMT_FLAG_RGB);
-      const int width =
-          chroma ? AV_CEIL_RSHIFT(plan_.width, descriptor->log2_chroma_w) : plan_.width;
-      const int height =
-          chroma ? AV_CEIL_RSHIFT(plan_.height, descriptor->log2_chroma_h) : plan_.height;
+      const int width = AV_CEIL_RSHIFT(plan_.width, chroma ? descriptor->log2_chroma_w : 0);
+      const int height = AV_CEIL_RSHIFT(plan_.height, chroma ? descriptor->log2_chroma_h : 0);
       std::vector<uint16_t> row(static_cast<size_t>(width));
       for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {

@@ -1,25 +1,37 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 #include <fstream>
+#include <optional>
 
 #include "ClipTest.h"
 #include "VXIO/VXIO_Compare.h"
 
 namespace {
 
-std::string Refusal(const std::string& path) {
-  try {
-    VXIO_ClipReader reader(path);
-    while (reader.Skip()) {
+struct Reading {
+  std::vector<VXIO_WorldPtr> frames;
+  std::string error;  // its text after the path
+};
+
+// Reads a clip to its end or to an error. The next call must throw the same error.
+Reading Read(const std::string& path) {
+  Reading reading;
+  std::optional<VXIO_ClipReader> reader;
+  for (int tries = 0; tries < 2; ++tries) {
+    try {
+      if (!reader) reader.emplace(path);
+      while (auto got = reader->Next()) reading.frames.push_back(std::move(got->picture.world));
+      EXPECT_EQ(reading.error, "");
+      break;
+    } catch (const VXIO_Error& error) {
+      const std::string text = error.what();
+      EXPECT_EQ(error.kind(), VXIO_ErrorKind::Input);
+      EXPECT_TRUE(text.starts_with(path + ": ") && text.find('\n') == text.npos) << text;
+      EXPECT_TRUE(tries == 0 || text == path + ": " + reading.error) << text;
+      reading.error = text.substr(path.size() + 2);
     }
-  } catch (const VXIO_Error& error) {
-    EXPECT_EQ(error.kind(), VXIO_ErrorKind::Input);
-    const std::string text = error.what();
-    EXPECT_TRUE(text.starts_with(path + ": ")) << text;
-    EXPECT_EQ(text.find('\n'), std::string::npos) << text;
-    return text.substr(path.size() + 2);
   }
-  return "";
+  return reading;
 }
 
 std::string Bytes(const std::string& path) {
@@ -31,78 +43,34 @@ void Put(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
+// The display matrix: across = a * x + c * y, down = b * x + d * y, and an offset.
 TEST_F(Clip, TurnedUpright) {
-  // The display matrix: across = a * x + c * y, down = b * x + d * y, and an offset.
-  struct Turn {
-    int32_t a, b, c, d;
-  };
-  for (const Turn& t :
-       {Turn{1, 0, 0, 1}, Turn{-1, 0, 0, 1}, Turn{-1, 0, 0, -1}, Turn{1, 0, 0, -1},
-        Turn{0, 1, 1, 0}, Turn{0, 1, -1, 0}, Turn{0, -1, -1, 0}, Turn{0, -1, 1, 0}}) {
-    auto sample = [](int, int component, int x, int y) { return component == 0 ? x : y; };
-    ClipPlan plan{Path("a.mov"), AV_PIX_FMT_RGBA, "png", sample};
-    plan.width = 5;
-    plan.height = 3;
-    plan.aspect = {2, 1};
-    for (const int32_t entry : {t.a, t.b, t.c, t.d}) plan.turn.push_back(entry * 65536);
+  ClipPlan plan{Path("a.mov"), AV_PIX_FMT_RGBA, "png"};
+  plan.sample = [](int, int component, int x, int y) { return component == 0 ? x : y; };
+  plan.width = 5;
+  plan.height = 3;
+  plan.aspect = {2, 1};
+  for (int i = 0; i < 9; ++i) {
+    const bool turned = (i & 4) != 0, skew = i == 8;
+    const int32_t first = (i & 1) != 0 ? -65536 : 65536, second = (i & 2) != 0 ? -65536 : 65536;
+    plan.turn = {turned ? 0 : first, turned ? first : 0, turned ? second : 0, turned ? 0 : second};
+    if (skew) plan.turn = {46341, 46341, -46341, 46341};
     VXIO_ClipReader reader = Make(plan);
     const VXIO_ClipInfo& info = reader.info();
-    const bool turned = t.a == 0;
     ASSERT_EQ(info.width, turned ? 3 : 5);
     ASSERT_EQ(info.height, turned ? 5 : 3);
-    EXPECT_EQ(info.pixel_aspect.num, turned ? 1 : 2);
-    EXPECT_EQ(info.pixel_aspect.den, turned ? 2 : 1);
+    EXPECT_EQ(info.pixel_aspect.num * 2.0 / info.pixel_aspect.den, turned ? 1 : 4);
     const auto got = reader.Next();
     const auto expected = [&](int across, int down) -> Value {
-      if (t.a + t.c < 0) across = info.width - 1 - across;
-      if (t.b + t.d < 0) down = info.height - 1 - down;
+      if (plan.turn[0] + plan.turn[2] < 0) across = info.width - 1 - across;
+      if (plan.turn[1] + plan.turn[3] < 0) down = info.height - 1 - down;
       const double x = turned ? down : across, y = turned ? across : down;
       return {y, x, y, y};
     };
-    EXPECT_EQ(Worst(*got->picture.world, expected), 0) << info.orientation;
-    EXPECT_TRUE(got->picture.warnings.empty());
+    EXPECT_TRUE(skew || Worst(*got->picture.world, expected) == 0) << info.orientation;
+    EXPECT_EQ(got->picture.warnings.size(), skew ? 1u : 0u);
+    EXPECT_TRUE(reader.Next()->picture.warnings.empty());
   }
-  ClipPlan plan{Path("b.mov"), AV_PIX_FMT_RGBA, "png"};
-  plan.turn = {46341, 46341, -46341, 46341};
-  VXIO_ClipReader reader = Make(plan);
-  EXPECT_EQ(reader.Next()->picture.warnings.size(), 1u);
-  EXPECT_TRUE(reader.Next()->picture.warnings.empty());
-}
-
-TEST_F(Clip, NumbersTimesAndCounts) {
-  ClipPlan plan{Path("a.mkv"), AV_PIX_FMT_BGR0, "ffv1"};
-  plan.frames = 5;
-  plan.stamps = {0, 1, 4, 5, 9};
-  plan.sound = true;
-  plan.transfer = AVCOL_TRC_SMPTE2084;
-  VXIO_ClipReader reader = Make(plan);
-  EXPECT_EQ(reader.info().format, "matroska");
-  EXPECT_EQ(reader.info().codec, "ffv1");
-  EXPECT_EQ(reader.info().pixel_format, "bgr0");
-  EXPECT_FALSE(reader.info().counted);
-  EXPECT_NEAR(reader.info().duration.value_or(0), 0.4, 1e-3);
-  EXPECT_TRUE(reader.Skip());
-  EXPECT_EQ(reader.position(), 1);
-  for (const double time : {0.04, 0.16, 0.20, 0.36}) {
-    const auto got = reader.Next();
-    ASSERT_TRUE(got);
-    EXPECT_NEAR(got->time.value_or(-1), time, 1e-9);
-    EXPECT_EQ(got->picture.warnings.size(), time == 0.04 ? 1u : 0u);  // the transfer curve
-  }
-  EXPECT_FALSE(reader.Skip());
-  EXPECT_FALSE(reader.Next());
-  EXPECT_TRUE(reader.info().counted);
-  EXPECT_EQ(reader.info().frames, 5);
-
-  plan = {Path("b.mov"), AV_PIX_FMT_RGBA, "png"};
-  plan.rate = {30000, 1001};
-  VXIO_ClipReader other = Make(plan);
-  other = VXIO_ClipReader(plan.path);
-  EXPECT_EQ(other.info().frames, 3);
-  EXPECT_EQ(other.info().frame_rate.num, 30000);
-  EXPECT_EQ(other.info().frame_rate.den, 1001);
-  other.Skip();
-  EXPECT_EQ(other.Next()->time, 1001 / 30000.0);
 }
 
 TEST_F(Clip, CutToWhatIsShown) {
@@ -113,8 +81,6 @@ TEST_F(Clip, CutToWhatIsShown) {
   plan.path = Path("cut.mkv");
   plan.x264 = "crop-rect=7,5,2,6";
   VXIO_ClipReader cut = Make(plan);
-  ASSERT_EQ(cut.info().width, 39);
-  ASSERT_EQ(cut.info().height, 21);
   while (const auto want = whole.Next()) {
     const auto got = cut.Next();
     ASSERT_TRUE(got && got->picture.world->width == 39 && got->picture.world->height == 21);
@@ -127,89 +93,67 @@ TEST_F(Clip, CutToWhatIsShown) {
 
 // A truncated file returns frames of the complete file, and an error if frames are missing.
 TEST_F(Clip, Truncated) {
-  struct Case {
+  const struct {
     const char *name, *codec;
     AVPixelFormat format;
+    size_t most;  // frames of the longest truncated file, at least
     bool sound;
-  };
-  for (const Case& c :
-       {Case{"a.mkv", "ffv1", AV_PIX_FMT_BGR0, false},
-        Case{"b.mkv", "ffv1", AV_PIX_FMT_YUV420P, true},
-        Case{"c.mov", "png", AV_PIX_FMT_RGBA, false}, Case{"d.avi", "ffv1", AV_PIX_FMT_BGR0, false},
-        Case{"e.mkv", "libx264", AV_PIX_FMT_YUV444P, false},  // out of order
-        Case{"f.y4m", "wrapped_avframe", AV_PIX_FMT_YUV444P, false}}) {
+  } cases[] = {{"a.mkv", "ffv1", AV_PIX_FMT_BGR0, 5, false},
+               {"b.mkv", "ffv1", AV_PIX_FMT_YUV420P, 5, true},
+               {"c.mov", "png", AV_PIX_FMT_RGBA, 0, false},  // its index is at the end
+               {"d.avi", "ffv1", AV_PIX_FMT_BGR0, 5, false},
+               {"e.mkv", "libx264", AV_PIX_FMT_YUV444P, 3, false},  // two are out of order
+               {"f.y4m", "wrapped_avframe", AV_PIX_FMT_YUV444P, 5, false}};
+  for (const auto& c : cases) {
     ClipPlan plan{Path(c.name), c.format, c.codec};
     plan.frames = 6;
     plan.sound = c.sound;
-    VXIO_ClipReader reader = Make(plan);
-    const std::string whole = Bytes(plan.path);
-    std::vector<VXIO_WorldPtr> frames;
-    while (auto got = reader.Next()) frames.push_back(std::move(got->picture.world));
-    ASSERT_EQ(frames.size(), 6u);
+    MakeClip(plan);
+    const Reading whole = Read(plan.path);
+    const std::string bytes = Bytes(plan.path);
+    ASSERT_EQ(whole.frames.size(), 6u) << whole.error;
     size_t most = 0;
-    for (size_t size = 1; size < whole.size(); size += 1 + size % 53) {
-      SCOPED_TRACE(std::string(c.name) + " cut to " + std::to_string(size) + " of " +
-                   std::to_string(whole.size()));
-      const std::string path = Path("cut");
-      Put(path, whole.substr(0, size));
-      size_t read = 0;
-      std::string said;
-      try {
-        VXIO_ClipReader cut(path);
-        for (; auto got = cut.Next(); ++read) {
-          ASSERT_LT(read, frames.size());
-          EXPECT_TRUE(VXIO_Compare(*got->picture.world, *frames[read]).equal) << read;
-        }
-      } catch (const VXIO_Error& error) {
-        said = error.what();
+    for (size_t size = 1; size < bytes.size(); size += 1 + size % 53) {
+      SCOPED_TRACE(std::string(c.name) + " truncated to " + std::to_string(size));
+      Put(Path("cut"), bytes.substr(0, size));
+      const auto [frames, error] = Read(Path("cut"));
+      ASSERT_LE(frames.size(), 6u);
+      for (size_t i = 0; i < frames.size(); ++i) {
+        EXPECT_TRUE(VXIO_Compare(*frames[i], *whole.frames[i]).equal) << i;
       }
-      most = std::max(most, read);
-      if (read == frames.size()) continue;
-      EXPECT_TRUE(said.starts_with(path + ": ")) << said;
-      if (read > 0) {
-        EXPECT_NE(said.find("at frame " + std::to_string(read)), std::string::npos) << said;
-      }
+      EXPECT_EQ(error.empty(), frames.size() == 6) << error;
+      const std::string place = frames.empty() ? "" : "at frame " + std::to_string(frames.size());
+      EXPECT_TRUE(error.empty() || error.find(place) != error.npos) << error;
+      most = std::max(most, frames.size());
     }
-    // c has its index at the end; in e, two frames are stored out of order.
-    EXPECT_GE(most, c.name[0] == 'c' ? 0u : c.name[0] == 'e' ? 3u : 5u);
+    EXPECT_GE(most, c.most) << c.name;
   }
 }
 
-// Every later call throws the same error. Nothing may be written to the standard error, also by the
-// threads of the ProRes decoder.
+// Nothing may be written to the standard error, also by the threads of the ProRes decoder.
 TEST_F(Clip, DamageInsideAFrame) {
-  struct Case {
-    const char *name, *codec;
-    AVPixelFormat format;
-    std::function<void(std::string*)> damage;
-  };
-  auto flip = [](std::string* bytes) { (*bytes)[bytes->size() * 6 / 10] ^= 0x55; };
-  auto no_size = [](std::string* bytes) {
-    bytes->replace(bytes->rfind("icpf") + 12, 4, 4, '\0');  // of the last frame
-  };
-  for (const Case& c : {Case{"a.mkv", "ffv1", AV_PIX_FMT_YUV420P, flip},
-                        Case{"a.mov", "prores_ks", AV_PIX_FMT_YUV422P10, no_size}}) {
-    ClipPlan plan{Path(c.name), c.format, c.codec};
+  for (const bool prores : {false, true}) {
+    ClipPlan plan{Path("a.mkv"), AV_PIX_FMT_YUV420P, "ffv1"};
+    if (prores) plan = {Path("a.mov"), AV_PIX_FMT_YUV422P10, "prores_ks"};
     plan.width = plan.height = 32;
     MakeClip(plan);
     std::string bytes = Bytes(plan.path);
-    c.damage(&bytes);
-    Put(plan.path, bytes);
-    const std::string refusal = Refusal(plan.path);
-    VXIO_ClipReader reader(plan.path);
-    EXPECT_TRUE(reader.Skip());
-    for (int i = 0; i < 2; ++i) {
-      try {
-        while (reader.Next()) {
-        }
-        ADD_FAILURE();
-      } catch (const VXIO_Error& error) {
-        EXPECT_EQ(error.what(), plan.path + ": " + refusal);
-      }
+    if (prores) {
+      bytes.replace(bytes.rfind("icpf") + 12, 4, 4, '\0');  // the size in the last frame
+    } else {
+      bytes[bytes.size() * 6 / 10] ^= 0x55;
     }
-    EXPECT_LT(reader.position(), 3);
-    const std::string frame = "at frame " + std::to_string(reader.position());
-    EXPECT_NE(refusal.find(frame), std::string::npos) << refusal;
+    Put(plan.path, bytes);
+    const auto [frames, error] = Read(plan.path);
+    EXPECT_TRUE(frames.size() == 1 || frames.size() == 2);
+    const std::string place = "at frame " + std::to_string(frames.size());
+    EXPECT_NE(error.find(place), error.npos) << error;
+    VXIO_ClipReader reader(plan.path);
+    EXPECT_THROW(
+        {
+          while (reader.Skip()) continue;
+        },
+        VXIO_Error);
   }
 }
 
@@ -251,40 +195,29 @@ TEST_F(Clip, OtherFiles) {
   plan.height = 1;
   MakeClip(plan);
   MakeClip({Path("tensors.mkv"), AV_PIX_FMT_YUV444P, "ffv1", Noise, AVCOL_SPC_ICTCP});
-  for (const auto& [name, text] :
-       {std::pair{"empty.mkv", ""},
-        {"text.mkv", "a line of words\nand one more\n"},
-        {"list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:9\n#EXTINF:9,\na.mkv\n#EXT-X-ENDLIST\n"},
-        {"list.txt", "ffconcat version 1.0\nfile a.mkv\n"},
-        {"a.ppm", "P6\n1 1\n255\nabc"}}) {
-    Put(Path(name), text);
-  }
   std::filesystem::create_directory(Path("folder"));
-  for (const auto& [name, words] : {std::pair{"no.mkv", "no such file"},
-                                    {"folder", "is a folder"},
-                                    {"empty.mkv", "is empty"},
-                                    {"text.mkv", "is neither a clip"},
-                                    {"list.m3u8", "is neither a clip"},
-                                    {"list.txt", "is neither a clip"},
-                                    {"a.ppm", "is a picture (pnm)"},
-                                    {"sound.mkv", "holds no video"},
-                                    {"none.mkv", "pixels"},
-                                    {"wide.mkv", "at most 30000"},
-                                    {"tensors.mkv", "ictcp"}}) {
-    EXPECT_NE(Refusal(Path(name)).find(words), std::string::npos) << Refusal(Path(name));
+  const struct {
+    const char *name, *words, *text = nullptr;
+  } cases[] = {{"no.mkv", "no such file"},
+               {"folder", "is a folder"},
+               {"empty.mkv", "is empty", ""},
+               {"text.png", "is neither a clip", "a line of words\nand one more\n"},
+               {"list.m3u8", "is neither a clip",
+                "#EXTM3U\n#EXT-X-TARGETDURATION:9\n#EXTINF:9,\na.mkv\n#EXT-X-ENDLIST\n"},
+               {"list.txt", "is neither a clip", "ffconcat version 1.0\nfile a.mkv\n"},
+               {"a.ppm", "is a picture (pnm)", "P6\n1 1\n255\nabc"},
+               {"sound.mkv", "holds no video"},
+               {"none.mkv", "pixels"},
+               {"wide.mkv", "at most 30000"},
+               {"tensors.mkv", "ictcp"}};
+  for (const auto& [name, words, text] : cases) {
+    if (text != nullptr) Put(Path(name), text);
+    const std::string error = Read(Path(name)).error;
+    EXPECT_NE(error.find(words), error.npos) << error;
   }
+  for (const char* name : {"a.ppm", "text.png"}) EXPECT_TRUE(VXIO_IsPicture(Path(name))) << name;
+  for (const char* name : {"a.mkv", "list.txt"}) EXPECT_FALSE(VXIO_IsPicture(Path(name))) << name;
   EXPECT_THROW(VXIO_ClipReader("file:" + Path("a.mkv")), VXIO_Error);  // not a URL
-  EXPECT_FALSE(VXIO_IsPicture(Path("a.mkv")));
-  EXPECT_TRUE(VXIO_IsPicture(Path("a.ppm")));
-  EXPECT_FALSE(VXIO_IsPicture(Path("text.mkv")));
-  std::filesystem::rename(Path("text.mkv"), Path("text.png"));
-  EXPECT_TRUE(VXIO_IsPicture(Path("text.png")));
-  try {
-    VXIO_Read(Path("a.mkv"));
-    FAIL();
-  } catch (const VXIO_Error& error) {
-    EXPECT_NE(std::string(error.what()).find("is a clip (matroska)"), std::string::npos);
-  }
 }
 
 }  // namespace

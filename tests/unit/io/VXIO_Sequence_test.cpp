@@ -3,12 +3,6 @@
 #include "VXIO/VXIO_Sequence.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include "VXIO/VXIO_Picture.h"
 
 namespace {
 
@@ -43,21 +37,6 @@ TEST(Sequence, PatternsGiveNamesAndTakeThemBack) {
        {"a.png", "a#.##.png", "a%4d.png", "a%016d.png", "a%0999999999999d", "a################"}) {
     EXPECT_THROW(VXIO_FramePattern{name}, std::invalid_argument) << name;
   }
-}
-
-TEST(Sequence, FramesOfAFolder) {
-  const std::string folder =
-      std::filesystem::temp_directory_path() / ("vx-frames-" + std::to_string(getpid()));
-  std::filesystem::create_directory(folder);
-  for (const char* name : {"a.0010.png", "a.0002.png", "a.12345.png", "a.3.png", "a.0002.jpg"}) {
-    std::ofstream{folder + "/" + name};
-  }
-  using Frames = std::vector<int64_t>;
-  EXPECT_EQ(VXIO_FramePattern(folder + "/a.####.png").FramesOnDisk(), (Frames{2, 10, 12345}));
-  EXPECT_EQ(VXIO_FramePattern(folder + "/a.##.jpg").FramesOnDisk(), Frames{});
-  EXPECT_EQ(VXIO_FramePattern(folder + "/a.##.jpg").SimilarPattern(), folder + "/a.####.jpg");
-  EXPECT_THROW(VXIO_FramePattern(folder + "/no/a.#").FramesOnDisk(), VXIO_Error);
-  std::filesystem::remove_all(folder);
 }
 
 TEST(Sequence, SetsOfFrames) {

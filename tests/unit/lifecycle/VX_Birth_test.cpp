@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,18 +20,19 @@
 namespace {
 
 using Names = std::vector<std::string>;
+using Numbers = std::vector<int64_t>;
 
 const Names kBirthCalls = {
     "M_PrepareFCMD",    "RND_GetPrimeSizedTable", "LIST_New",      "FILE_AddExtensionMap",
     "PLUG_InstallScan", "COR_GetQIBAddressProc",  "COR_BindClient"};
 const Names kDeathCalls = {"M_UnprepareFCMD", "LIST_Dispose", "COR_ReleaseClient"};
 
-// Starts unborn, and leaves a born package to the other tests of the program.
+// Starts before birth. The library is born again for the other tests of the program.
 class VXBirth : public testing::Test {
  protected:
   VXBirth() {
     VX_Death();
-    host = std::make_unique<HostDouble>();
+    host.emplace();
   }
   ~VXBirth() override {
     host.reset();
@@ -38,185 +41,137 @@ class VXBirth : public testing::Test {
   }
   void FreshHost() {
     host.reset();
-    host = std::make_unique<HostDouble>();
-  }
-  // A package in order can be born and buried, and leaves nothing.
-  void ExpectWholeLife(const std::string& after) {
-    FreshHost();
-    EXPECT_EQ(VX_Birth(), 0) << after;
-    EXPECT_EQ(host->CallNames(), kBirthCalls) << after;
-    EXPECT_EQ(VX_Death(), 0) << after;
-    EXPECT_EQ(host->Leaked(), 0) << after;
+    host.emplace();
   }
 
-  std::unique_ptr<HostDouble> host;
+  std::optional<HostDouble> host;
 };
 
 TEST_F(VXBirth, StepsInOrderAndUndoneByDeath) {
+  VXp_AddLiveWorlds(3);
+  VXp_AddLiveChunks(2);
   EXPECT_EQ(VX_Birth(), 0);
+  EXPECT_EQ(VXp_LiveWorlds() + VXp_LiveChunks(), 0);
   EXPECT_EQ(host->CallNames(), kBirthCalls);
-  EXPECT_EQ(host->CallsTo("M_PrepareFCMD")[0].args, (std::vector<int64_t>{1, 0, 0}));
-  EXPECT_EQ(host->CallsTo("LIST_New")[0].args, (std::vector<int64_t>{2, 16, 1, 1}));
-  EXPECT_EQ(host->CallsTo("FILE_AddExtensionMap")[0].args,
-            (std::vector<int64_t>{0x2E525A58, -1}));  // '.', 'R', 'Z', 'X' from the top byte
-  EXPECT_EQ(host->CallsTo("FILE_AddExtensionMap")[0].text, ".RZX");
-  EXPECT_EQ(host->CallsTo("PLUG_InstallScan")[0].args,
-            (std::vector<int64_t>{0, 2, 0x65465354, 0x2E525A58}));
+  const Numbers args[] = {{1, 0, 0},
+                          {},
+                          {2, 16, 1, 1},
+                          {0x2E525A58, -1},
+                          {0, 2, 0x65465354, 0x2E525A58}};  // the code is '.', 'R', 'Z', 'X'
+  for (size_t i = 0; i < 5; ++i) EXPECT_EQ(host->calls[i].args, args[i]) << i;
+  EXPECT_EQ(host->calls[3].text, ".RZX");
   EXPECT_TRUE(host->client_bound);
   EXPECT_EQ(VXHost_RunPlugScan(), 0);
 
+  host->calls.clear();
   EXPECT_EQ(VX_Death(), 0);
-  Names names = host->CallNames();
-  names.erase(names.begin(), names.begin() + static_cast<ptrdiff_t>(kBirthCalls.size()));
-  EXPECT_EQ(names, kDeathCalls);
+  EXPECT_EQ(host->CallNames(), kDeathCalls);
   EXPECT_EQ(host->Leaked(), 0);
   EXPECT_EQ(VXHost_GetPairs().byte_tables, 0);
   EXPECT_FALSE(host->client_bound);
   EXPECT_TRUE(VXHost_TakeReports().empty());
-
-  const auto& log = host->log;
-  ASSERT_EQ(log.size(), 2u);
-  EXPECT_EQ(log[0].level, 10);
-  EXPECT_EQ(log[0].component + "|" + log[0].event + "|" + log[0].text, "VX|Birth|VX Birth");
-  EXPECT_EQ(log[1].component + "|" + log[1].event + "|" + log[1].text, "VX|Death|VX Death");
+  std::string log;
+  for (const auto& line : host->log) {
+    log += std::to_string(line.level) + line.component + line.event + ":" + line.text + ";";
+  }
+  EXPECT_EQ(log, "10VXBirth:VX Birth;10VXDeath:VX Death;");
 }
 
-TEST_F(VXBirth, TablesAfterBirth) {
-  VXp_AddLiveWorlds(3);
-  VXp_AddLiveChunks(2);
-  ASSERT_EQ(VX_Birth(), 0);
-  EXPECT_EQ(VXp_LiveWorlds(), 0);
-  EXPECT_EQ(VXp_LiveChunks(), 0);
-  for (int i = 0; i < 256; ++i) EXPECT_EQ(VXp_G_ByteToFloat[i], i);
-  EXPECT_EQ(VXp_G_fcm_table[128 * 256 + 128], 64);  // 128 * 128 / 255
-  EXPECT_EQ(VXp_G_fcd_table[128 * 256 + 64], 128);  // 64 * 255 / 128, rounded
-  for (uint8_t zero : VX_G_ZeroData) EXPECT_EQ(zero, 0);
-}
-
-TEST_F(VXBirth, AFailedServiceStopsTheRest) {
-  for (size_t step = 0; step < kBirthCalls.size(); ++step) {
-    const std::string& service = kBirthCalls[step];
+// A failed service or allocation ends the birth. Death releases everything and returns its first
+// error; the next birth is complete.
+TEST_F(VXBirth, Failures) {
+  struct Failure {
+    std::string what;
+    std::function<void()> arrange;
+    VX_Err birth, death = 0;
+    size_t calls = 0;  // during birth; 0: any number
+  };
+  std::vector<Failure> failures = {
+      {"noise, a code is thrown", [&] { host->Throw(kBirthCalls[1], 42); }, 42, 0, 2},
+      {"noise, std::bad_alloc", [&] { host->Throw(kBirthCalls[1], 0); }, 4, 0, 2}};
+  for (size_t i = 0; i < kBirthCalls.size(); ++i) {
+    failures.push_back({kBirthCalls[i], [this, i] { host->Fail(kBirthCalls[i], 99); },
+                        kBirthCalls[i] == "COR_BindClient" ? 1 : 99, 0, i + 1});
+  }
+  for (int nth = 1; nth <= 11; ++nth) {  // seven blocks, three rows, one list
+    failures.push_back(
+        {"allocation " + std::to_string(nth), [this, nth] { host->FailAllocation(nth); }, 4});
+  }
+  for (const auto& [unprepare, dispose] : {std::pair{9, 0}, {0, 8}, {9, 8}}) {
+    const auto arrange = [this, first = unprepare, second = dispose] {
+      host->Fail("M_UnprepareFCMD", first);
+      host->Fail("LIST_Dispose", second);
+    };
+    failures.push_back({"death", arrange, 0, unprepare != 0 ? unprepare : dispose, 7});
+  }
+  EXPECT_EQ(VX_Death(), 0);  // without a birth
+  for (const Failure& failure : failures) {
+    SCOPED_TRACE(failure.what);
     FreshHost();
     VXp_G_OverFuncs.VX_NNSample = [](auto...) -> VX_Err { return 0; };
     VXp_AddLiveWorlds(5);
-    host->Fail(service, 99);
-    EXPECT_EQ(VX_Birth(), service == "COR_BindClient" ? 1 : 99) << service;
-    EXPECT_EQ(host->CallNames(), Names(kBirthCalls.begin(), kBirthCalls.begin() + step + 1));
-    // The state of the process is reset whatever fails; the table is filled before the engine.
-    EXPECT_EQ(VXp_LiveWorlds(), 0) << service;
-    EXPECT_EQ(VXp_G_ByteToFloat[255], 255.0f) << service;
-    EXPECT_EQ(VXp_G_OverFuncs.VX_NNSample == nullptr, step < 5) << service;
-
-    EXPECT_EQ(VX_Death(), 0) << service;
-    EXPECT_EQ(host->Leaked(), 0) << service;
-    ExpectWholeLife(service);
-  }
-}
-
-TEST_F(VXBirth, AThrowingNoiseServiceBecomesACode) {
-  struct {
-    U_Err thrown;
-    VX_Err expected;
-  } const cases[] = {{42, 42}, {0 /* std::bad_alloc */, 4}};
-  for (const auto& c : cases) {
-    FreshHost();
-    host->Throw("RND_GetPrimeSizedTable", c.thrown);
-    EXPECT_EQ(VX_Birth(), c.expected);
-    EXPECT_EQ(host->CallsTo("LIST_New").size(), 0u);
-    EXPECT_EQ(VX_Death(), 0);
-    EXPECT_EQ(host->Leaked(), 0);
-  }
-}
-
-TEST_F(VXBirth, AnyAllocationMayFail) {
-  ASSERT_EQ(VX_Birth(), 0);
-  ASSERT_EQ(VX_Death(), 0);
-  const int count = static_cast<int>(host->AllocationCount());
-  ASSERT_EQ(count, 11);  // seven blocks, three rows, one list
-  for (int nth = 1; nth <= count; ++nth) {
-    FreshHost();
-    host->FailAllocation(nth);
-    EXPECT_EQ(VX_Birth(), 4) << nth;
-    EXPECT_EQ(VX_Death(), 0) << nth;
-    EXPECT_EQ(host->Leaked(), 0) << nth;
-    ExpectWholeLife("allocation " + std::to_string(nth));
-  }
-}
-
-TEST_F(VXBirth, DeathKeepsTheFirstErrorAndReleasesAll) {
-  EXPECT_EQ(VX_Death(), 0);  // without a birth
-  struct {
-    U_Err unprepare, dispose;
-    VX_Err expected;
-  } const cases[] = {{9, 0, 9}, {0, 8, 8}, {9, 8, 9}};
-  for (const auto& c : cases) {
-    FreshHost();
-    ASSERT_EQ(VX_Birth(), 0);
-    host->Fail("M_UnprepareFCMD", c.unprepare);
-    host->Fail("LIST_Dispose", c.dispose);
-    EXPECT_EQ(VX_Death(), c.expected);
+    failure.arrange();
+    EXPECT_EQ(VX_Birth(), failure.birth);
+    const size_t calls = host->calls.size();
+    EXPECT_TRUE(failure.calls == 0 || failure.calls == calls) << calls;
+    // The state of the process is reset; the override table is filled before the colour engine.
+    EXPECT_EQ(VXp_LiveWorlds(), 0);
+    EXPECT_EQ(VXp_G_ByteToFloat[255], 255.0f);
+    EXPECT_EQ(VXp_G_OverFuncs.VX_NNSample == nullptr, calls < 6);
+    EXPECT_EQ(VX_Death(), failure.death);
     EXPECT_EQ(host->Leaked(), 0);
     EXPECT_FALSE(host->client_bound);
+
+    FreshHost();
+    EXPECT_EQ(VX_Birth(), 0);
+    EXPECT_EQ(host->CallNames(), kBirthCalls);
+    EXPECT_EQ(VX_Death(), 0);
+    EXPECT_EQ(host->Leaked(), 0);
+    EXPECT_EQ(host->AllocationCount(), 11);
   }
 }
 
-// --- vector constants ----------------------------------------------------------------------------
-
-uint32_t Bits(float value) { return std::bit_cast<uint32_t>(value); }
-
 TEST_F(VXBirth, VectorConstantsFollowTheProcessor) {
-  constexpr uint32_t kOnes = 0xFFFFFFFF;
+  const uint32_t half = std::bit_cast<uint32_t>(0.5f), one = std::bit_cast<uint32_t>(1.0f);
   const struct {
     const VX_Vector128* constant;
     uint32_t lanes[4];
-  } cases[] = {
-      {&VX_G_AlphaMask32, {kOnes, 0, 0, 0}},
-      {&VX_G_BGRMask32, {0, kOnes, kOnes, kOnes}},
-      {&VX_G_vfHalf, {Bits(0.5f), Bits(0.5f), Bits(0.5f), Bits(0.5f)}},
-      {&VX_G_viLoWordMask, {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}},
-      {&VXp_G_Vectors.half_byte_16, {0x00800080, 0x00800080, 0x00800080, 0x00800080}},
-      {&VXp_G_Vectors.d255_0, {0, 0x406FE000, 0, 0}},  // 255.0 = 1.9921875 * 2^7
-      {&VXp_G_Vectors.f0_1_0_1, {0, Bits(1), 0, Bits(1)}},
-  };
-  // The last birth without the flag must also clear what the second one filled.
+  } cases[] = {{&VX_G_vfHalf, {half, half, half, half}},
+               {&VXp_G_Vectors.d255_0, {0, 0x406FE000, 0, 0}},  // 255.0 = 1.9921875 * 2^7
+               {&VXp_G_Vectors.f0_1_0_1, {0, one, 0, one}}};
+  // The last birth must clear the constants that the second one filled.
   for (const bool has_sse2 : {false, true, false}) {
     FreshHost();
     U_G_CPU_DataP[U_CPU_HAS_SSE2] = has_sse2;
     ASSERT_EQ(VX_Birth(), 0);
-    for (const auto& c : cases) {
-      for (int lane = 0; lane < 4; ++lane) {
-        EXPECT_EQ(c.constant->lane[lane], has_sse2 ? c.lanes[lane] : 0u)
-            << "constant " << &c - cases << " lane " << lane;
-      }
+    for (const auto& [constant, lanes] : cases) {
+      for (int i = 0; i < 4; ++i) EXPECT_EQ(constant->lane[i], has_sse2 ? lanes[i] : 0u);
     }
     ASSERT_EQ(VX_Death(), 0);
   }
 }
 
-// --- cursor handlers -----------------------------------------------------------------------------
-
 TEST_F(VXBirth, CursorHandlersLiveFromBirthToDeath) {
-  const auto first = std::make_shared<int>(1);
-  const auto second = std::make_shared<int>(2);
-  const auto holding = [](std::shared_ptr<int> held) -> VX_OffscreenCursorHandler {
-    return [held](void*, M_LPoint*) -> VX_Err { return *held; };
-  };
+  const auto first = std::make_shared<int>(1), second = std::make_shared<int>(2);
   int port = 0;
-  EXPECT_EQ(VX_RegisterOffsreenCURMOUSEHandler(&port, holding(first)), 3);  // not born
+  const auto set = [](void* to, const std::shared_ptr<int>& held) {
+    return VX_RegisterOffsreenCURMOUSEHandler(to,
+                                              [held](void*, M_LPoint*) -> VX_Err { return *held; });
+  };
+  EXPECT_EQ(set(&port, first), 3);  // before birth
   EXPECT_EQ(VX_UnRegisterOffsreenCURMOUSEHandler(&port), 3);
 
   ASSERT_EQ(VX_Birth(), 0);
-  EXPECT_EQ(VX_RegisterOffsreenCURMOUSEHandler(nullptr, holding(first)), 3);
+  EXPECT_EQ(set(nullptr, first), 3);
   EXPECT_EQ(VX_RegisterOffsreenCURMOUSEHandler(&port, {}), 3);
-  EXPECT_EQ(VX_RegisterOffsreenCURMOUSEHandler(&port, holding(first)), 0);
+  EXPECT_EQ(set(&port, first), 0);
   EXPECT_EQ(first.use_count(), 2);
-  EXPECT_EQ(VX_RegisterOffsreenCURMOUSEHandler(&port, holding(second)), 0);
-  EXPECT_EQ(first.use_count(), 1);  // one handler a port
+  EXPECT_EQ(set(&port, second), 0);
+  EXPECT_EQ(first.use_count(), 1);  // one handler per port
   EXPECT_EQ(VX_UnRegisterOffsreenCURMOUSEHandler(&port), 0);
   EXPECT_EQ(second.use_count(), 1);
   EXPECT_EQ(VX_UnRegisterOffsreenCURMOUSEHandler(&port), 3);
-
-  EXPECT_EQ(VX_RegisterOffsreenCURMOUSEHandler(&port, holding(second)), 0);
+  EXPECT_EQ(set(&port, second), 0);
   EXPECT_EQ(VX_Death(), 0);
   EXPECT_EQ(second.use_count(), 1);
 }

@@ -18,28 +18,35 @@ using Sizes = std::vector<uint64_t>;
 
 class VXpScratch : public testing::Test {
  protected:
-  VXpScratch() { VXp_DisposeScratch(); }  // whatever ran before; the host is made after this
+  VXpScratch() { VXp_DisposeScratch(); }  // of earlier tests
   ~VXpScratch() override { VXp_DisposeScratch(); }
 
-  VX_Err Get(int32_t pixels, int32_t depth_code, VXp_Regrow regrow = VXp_Regrow::IfNeeded) {
-    return VXp_ReallocScratch(pixels, depth_code, regrow, &out);
+  VX_Err Get(int32_t pixels, int32_t depth_code) {
+    return VXp_ReallocScratch(pixels, depth_code, VXp_Regrow::IfNeeded, &out);
   }
-  // Sizes of what was allocated since the last call.
-  Sizes NewSizes(const HostDouble& host) {
-    const auto& all = host.allocations;
+  // Sizes of the blocks that were allocated since the last call.
+  static Sizes NewSizes(HostDouble& host) {
     Sizes sizes;
-    for (; seen < all.size(); ++seen) {
-      if (!all[seen].failed) sizes.push_back(all[seen].size);
+    for (const auto& [size, failed] : host.allocations) {
+      if (!failed) sizes.push_back(size);
     }
+    host.allocations.clear();
     return sizes;
   }
 
   VX_BlendScratch out{};
-  size_t seen = 0;
 };
 
 TEST_F(VXpScratch, GrowsByBytesWhateverTheDepth) {
   HostDouble host;
+  for (const int32_t depth_code : {0, 3, 8, -1}) {
+    EXPECT_EQ(Get(10, depth_code), 0);
+    EXPECT_EQ(out.alpha_row, nullptr);
+    const auto reports = VXHost_TakeReports();
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].text, "Unexpected bitdepth in VXp_ReallocScratch()");
+  }
+  EXPECT_EQ(host.AllocationCount(), 0);
   ASSERT_EQ(Get(10, 2), 0);
   // The motion blur's blocks: 256 entries of 8, 8, 8, 16, 16, 72 and 96 bytes; then the rows.
   EXPECT_EQ(NewSizes(host),
@@ -53,58 +60,34 @@ TEST_F(VXpScratch, GrowsByBytesWhateverTheDepth) {
   EXPECT_EQ(NewSizes(host), Sizes{});
   EXPECT_EQ(Get(21, 1), 0);
   EXPECT_EQ(NewSizes(host), (Sizes{21, 84, 84}));
-  EXPECT_EQ(host.Leaked(), 10);  // the smaller rows are gone
-  VXp_DisposeScratch();
-  EXPECT_EQ(host.Leaked(), 0);
+  EXPECT_EQ(host.Leaked(), 10);  // the smaller rows were freed
 }
 
-TEST_F(VXpScratch, AnUnknownDepthIsReportedAndLeavesTheRecordAlone) {
-  HostDouble host;
-  for (const int32_t depth_code : {0, 3, 8, -1}) {
-    out = {};
-    EXPECT_EQ(Get(10, depth_code), 0);
-    EXPECT_EQ(out.alpha_row, nullptr);
-    EXPECT_EQ(out.motion[0], nullptr);
-    const auto reports = VXHost_TakeReports();
-    ASSERT_EQ(reports.size(), 1u);
-    EXPECT_EQ(reports[0].text, "Unexpected bitdepth in VXp_ReallocScratch()");
-  }
-  EXPECT_EQ(host.AllocationCount(), 0);
-}
-
-TEST_F(VXpScratch, AfterAFailedGrowthAnyRequestAllocates) {
+// After a failed growth any request allocates, also one that the old rows are large enough for.
+TEST_F(VXpScratch, FailedGrowth) {
   for (int nth = 1; nth <= 3; ++nth) {
     VXp_DisposeScratch();
-    seen = 0;
     HostDouble host;
     ASSERT_EQ(Get(100, 1), 0);
     host.FailAllocation(nth);
     EXPECT_EQ(Get(200, 1), 4) << nth;
-    EXPECT_EQ(host.Leaked(), 10) << nth;  // the new ones went, the old ones stay
-    NewSizes(host);
-    EXPECT_EQ(Get(1, 1), 0) << nth;  // would have fitted in the old rows
+    EXPECT_EQ(host.Leaked(), 10) << nth;
+    host.allocations.clear();
+    host.FailAllocation(0);
+    EXPECT_EQ(Get(1, 1), 0) << nth;
     EXPECT_EQ(NewSizes(host), (Sizes{1, 4, 4})) << nth;
     EXPECT_EQ(host.Leaked(), 10) << nth;
+    for (int round = 0; round < 2; ++round) {
+      EXPECT_EQ(VX_FreeUpSomeMemory(), 0);
+      EXPECT_EQ(NewSizes(host), (Sizes{1024, 4096, 4096}));
+    }
+    host.FailAllocation(nth);
+    EXPECT_EQ(VX_FreeUpSomeMemory(), 4);
     VXp_DisposeScratch();
-    EXPECT_EQ(host.Leaked(), 0) << nth;
+    host.FailAllocation(4 + nth);  // a block of the motion blur
+    EXPECT_EQ(VX_FreeUpSomeMemory(), 4);
+    EXPECT_EQ(host.Leaked(), 0);
   }
-}
-
-TEST_F(VXpScratch, FreeUpSomeMemoryAlwaysReallocates) {
-  HostDouble host;
-  ASSERT_EQ(Get(100000, 4), 0);
-  for (int round = 0; round < 2; ++round) {
-    NewSizes(host);
-    EXPECT_EQ(VX_FreeUpSomeMemory(), 0);
-    EXPECT_EQ(NewSizes(host), (Sizes{1024, 4096, 4096}));
-    EXPECT_EQ(host.Leaked(), 10);
-  }
-  host.FailAllocation(2);
-  EXPECT_EQ(VX_FreeUpSomeMemory(), 4);
-  VXp_DisposeScratch();
-  host.FailAllocation(5);  // one of the motion blur's blocks, whose failure is thrown inside
-  EXPECT_EQ(VX_FreeUpSomeMemory(), 4);
-  EXPECT_EQ(host.Leaked(), 0);
 }
 
 }  // namespace

@@ -138,8 +138,9 @@ TYPED_TEST(ColorSpaces, WrongArgumentsAndExtremes) {
     EXPECT_TRUE(call(nullptr, nullptr, &p) == 3 && call(nullptr, space, nullptr) == 3);
     constexpr int32_t kOdd[] = {INT32_MIN, -65536, -1, 0, 32768, 65537, INT32_MAX};
     for (int i = 0; i < 343 && !this->kIsFloat; ++i) {
+      const int places[] = {i % 7, i / 7 % 7, i / 49};
       for (int k = 0; k < 3; ++k) {
-        space[k] = static_cast<typename TestFixture::Value>(kOdd[(i >> 2 * k) % 7]);
+        space[k] = static_cast<typename TestFixture::Value>(kOdd[places[k]]);
       }
       EXPECT_EQ(call(nullptr, space, &p), 0);
       EXPECT_LE(std::max({p.red, p.green, p.blue}), kFull<TypeParam>);

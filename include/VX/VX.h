@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
-// VX, the pixel-processing library of a compositing and motion-graphics host. This header includes
-// all classic headers and describes what applies to all calls.
+// VX is a pixel-processing library for compositing and motion graphics. This header includes all
+// classic headers and describes the rules that apply to all calls.
 //
 // Worlds. A world is a rectangle of pixels with four channels in the order alpha, red, green, blue.
 // Alpha is straight: colour is not multiplied by alpha unless a name says so. Transparent pixels
@@ -16,11 +16,10 @@
 //
 // Rectangles. M_Rect is {top, left, bottom, right} in 16 bits, M_LRect is {left, top, right,
 // bottom} in 32 bits; right and bottom are exclusive. Unless stated otherwise, a null rectangle
-// means the whole world, and rectangles are clipped to the world.
-//
 // Birth and death. Call VX_CheckVersions, then VX_Birth once, then any operation, then VX_Death.
-// Operations do not check this. The library uses services of a host (memory, bitmaps, reports,
-// ...): link VX::Host for the embedded host, or define the functions of include/host.
+// Operations do not check whether VX_Birth was called. The library uses services of a host (memory,
+// bitmaps, reports and others): link VX::Host for the embedded host, or define the functions of
+// include/host.
 //
 // Errors. Calls return a VX_Err: VX_Ok on success, else one of
 //   VX_ErrColorEngine    1  the colour engine could not be bound
@@ -32,18 +31,20 @@
 //   VX_ErrObsolete     515  obsolete routine
 //   VX_ErrReported     516  an error that was already shown to the user
 //   VX_ErrStopped      517  stopped by the user
-// Arguments are checked before the destination is written. Descriptions of errors are passed to the
-// host's reports (embedded host: VXHost_TakeReports). Members of VX_World and row loops throw a
-// VX_Err by value where documented; no other call throws.
+// Arguments are checked before the destination is written. The description of an error is passed to
+// the reports of the host (embedded host: VXHost_TakeReports). Some calls throw an error as a
+// VX_Err by value (members of VX_World, row loops, blur passes); their descriptions say so. No
+// other call throws.
 //
 // Progress. Calls that can take long have a VX_ProgressInfo argument, which may be null. Its
-// function receives the current step and the number of steps. It returns VX_Ok to continue, or
-// VX_ErrStopped: the call then returns VX_ErrStopped, and pixels drawn before remain.
+// function receives the current step and the number of steps. If it returns VX_Ok, the call
+// continues. If it returns VX_ErrStopped, the call stops and returns VX_ErrStopped; pixels that
+// were drawn before are kept.
 //
 // Threads. Calls do not lock. Any number of threads may work on different worlds, or on parts of
 // one world that do not overlap, or read a shared world. Worlds and chunks may be created and
-// destroyed on any thread. Birth, death and changes of the override table belong on one thread,
-// while no operation runs.
+// destroyed on any thread. Call VX_Birth, VX_Death and VX_SetOverrideFunc on one thread, while no
+// operation runs.
 //
 // Arithmetic. Results are bit-identical on every machine, processor level and optimisation level.
 //   product, 8 bits      (((t + 128) >> 8) + t + 128) >> 8 with t = a b

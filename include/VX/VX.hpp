@@ -14,19 +14,18 @@
 // Rules common to all functions
 //
 //   Pictures   Four channels in the order alpha, red, green, blue; straight alpha. Depth 8
-//   (0..255),
-//              16 (0..32768) or 32 (float, 0..1 nominal). Sizes and positions are in pixels; x
-//              grows to the right, y downwards; the right and bottom edges of a rectangle are
-//              exclusive.
+//              (0..255), 16 (0..32768) or 32 (float, 0..1 nominal). Sizes and positions are in
+//              pixels; x grows to the right, y downwards; the right and bottom edges of a rectangle
+//              are exclusive.
 //   Arguments  The destination first, then the source, then an aggregate of options, each with a
 //              default. A source or destination is an Image, a View of any depth, or a VX_World.
-//              Two pictures of one call have the same depth unless the function says otherwise.
-//   Results    Bit for bit those of the classic call that the function names.
-//   Errors     vx::Error. Arguments are checked before a destination is changed. Only a stop, or
-//              memory that runs out in the middle of a call, leaves a part of the work done.
-//   Threads    Nothing locks. Any number of threads may work on different destinations, and read
-//   one
-//              source. A vx::Library has to be alive while an operation runs.
+//              All pictures of a call have the same depth unless the function says otherwise.
+//   Results    Bit-identical to those of the classic call that the function names.
+//   Errors     Thrown as vx::Error. Arguments are checked before a destination is changed. After a
+//              stop by the progress function, or if memory runs out during a call, a part of the
+//              destination may be drawn.
+//   Threads    Functions do not lock. Any number of threads may work on different destinations and
+//              read the same source. A vx::Library object must exist while an operation runs.
 
 #include "VX/cpp/Color.hpp"
 #include "VX/cpp/Composite.hpp"

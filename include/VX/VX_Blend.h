@@ -11,7 +11,8 @@
 
 // --- one pixel -----------------------------------------------------------------------------------
 
-// Blends `src` over `dst` in place. With null tables, encoded values are blended.
+// The routine of a mode for one pixel: blends `src` over `dst` in place. If `tables` is null, the
+// encoded values are blended, else linear light.
 template <class Pixel>
 using VX_Xfer1Func = void (*)(const Pixel* src, const VX_LinearBlendingTables* tables, Pixel* dst);
 template <class Pixel>
@@ -22,7 +23,7 @@ using VX_Xfer1Opacity2Func = void (*)(const Pixel* src, const VX_LinearBlendingT
                                       VX_ChannelOf<Pixel> opacity, VX_ChannelOf<Pixel> opacity2,
                                       Pixel* dst);
 
-inline constexpr int32_t VX_Xfer1Count = 37;  // index of the tables: modes 0..36
+inline constexpr int32_t VX_Xfer1Count = 37;  // entries of the tables below: modes 0..36
 
 extern VX_API const VX_Xfer1Func<VX_Pixel8> VXp_G_Xfer1_table8[VX_Xfer1Count];
 extern VX_API const VX_Xfer1Func<VX_Pixel16> VXp_G_Xfer1_table16[VX_Xfer1Count];
@@ -36,7 +37,8 @@ extern VX_API const VX_Xfer1Opacity2Func<VX_PixelFloat> VXp_G_Xfer1_Opacity2_tab
 
 // --- one row -------------------------------------------------------------------------------------
 
-// VX_CompositeModePlus in the form for rows: opacity has the channel type of the pixel.
+// The parameters of a mode for rows, see VX_CompositeModePlus. Opacity is a channel value of the
+// pixel type, so full scale is 255, 32768 or 1.0.
 template <class Pixel>
 struct VX_BlendingMode {
   int32_t mode;
@@ -45,9 +47,9 @@ struct VX_BlendingMode {
   uint8_t keepDstAlpha;
 };
 
-// Blends a row of `count` source pixels over the destination row. Of the mask row only alpha is
-// read; it may be null in variants without mask. A linear variant throws VX_ErrBadParameter if
-// `tables` is null.
+// Blends a row of `count` source pixels over the destination row. Only the alpha of the mask row is
+// read. Variants without mask ignore the mask row, which may then be null. A linear variant throws
+// VX_ErrBadParameter if `tables` is null.
 template <class Pixel>
 using VX_ScanFunc = VX_Err (*)(int32_t count, const VX_BlendingMode<Pixel>* mode,
                                const VX_LinearBlendingTables* tables, const Pixel* src,
@@ -58,34 +60,36 @@ struct VX_InnerBlendingFunc {
   VX_ScanFunc<Pixel> scan;
 };
 
-// Composites a row onto a neutral colour by each pixel's alpha, or reverses this. A source that is
-// null or equal to the destination means in place. Alpha is unchanged.
+// A matte stage composites each pixel of a row onto the neutral colour of the mode, weighted by the
+// pixel's alpha; an unmatte stage computes the inverse. Alpha is unchanged. If `src` is null or
+// equal to `dst`, the row is processed in place.
 template <class Pixel>
 using VX_MatteStage = VX_Err (*)(int32_t count, const Pixel* src, Pixel* dst);
 
-// Sets destination alpha to its union with the weighted source alpha.
+// Sets the alpha of each destination pixel to the union of the two alphas: d + s - d * s, with s
+// the source alpha times opacity times mask.
 template <class Pixel>
 using VX_AlphaUnionStage = VX_Err (*)(int32_t count, const Pixel* src, VX_ChannelOf<Pixel> opacity,
                                       const Pixel* mask, Pixel* dst);
 
 // Stores the row function of a mode. Returns VX_ErrUnsupported with a report for an unknown mode;
-// `out` is then unchanged. Instantiated for three pixel types, with and without mask, encoded and
-// linear.
+// `out` is then unchanged. Instantiated for the three pixel types, with and without mask, for
+// encoded and for linear blending.
 template <class Pixel, bool hasMask, bool linear>
 VX_API VX_Err VX_GetInnerBlendingFunc(int32_t mode, VX_InnerBlendingFunc<Pixel>* out);
 
-// The data that a blend prepares once per call.
+// The row functions and parameters that a blend selects once per call.
 template <class Pixel>
 struct VX_API VX_BlendModeDescriptor {
   VX_BlendingMode<Pixel> blendingMode;
-  VX_ScanFunc<Pixel> behindScan;      // VX_Xfer_Behind in the same variant
-  VX_MatteStage<Pixel> matteStage;    // before the scan; may be null
-  VX_MatteStage<Pixel> unmatteStage;  // after the scan; may be null
-  VX_ScanFunc<Pixel> scan;            // null for an unknown mode
+  VX_ScanFunc<Pixel> behindScan;      // VX_Xfer_Behind, with the same mask and linear options
+  VX_MatteStage<Pixel> matteStage;    // runs before the scan; may be null
+  VX_MatteStage<Pixel> unmatteStage;  // runs after the scan; may be null
+  VX_ScanFunc<Pixel> scan;            // the row function of the mode; null for an unknown mode
   VX_AlphaUnionStage<Pixel> alphaUnionStage;
   uint8_t usesMatte;
   uint8_t usesBehindPass;
-  uint8_t savesDstAlpha;  // implements keepDstAlpha by saving and restoring the alpha row
+  uint8_t savesDstAlpha;  // not 0: keepDstAlpha is done by saving and restoring the row's alpha
   uint8_t usesAlphaUnion;
   const VX_LinearBlendingTables* tables;
 

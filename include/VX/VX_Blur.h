@@ -6,12 +6,12 @@
 //
 // Rules common to both passes
 //
-//   Lines      A pass reads lines of the source along one direction and writes lines of the
-//              destination along another or the same direction. If the directions differ, the pass
-//              transposes.
+//   Lines      A line is a row or a column. A pass reads rows or columns of the source and writes
+//              rows or columns of the destination. If it reads rows and writes columns, or the
+//              reverse, the pass transposes.
 //   Position   Worlds are positioned by their origins. Line i of the destination is computed from
-//              line i + (origin of dst) - (origin of src) of the source; the same offset applies
-//              along the line. Destination pixels without a source line become zero.
+//              line i + (origin of dst) - (origin of src) of the source. Positions along the line
+//              have the same kind of offset. Destination pixels without a source line become zero.
 //   Alpha      Straight source pixels are multiplied by alpha before the sums and divided by alpha
 //              after them. Hidden colours of transparent pixels have no effect, even if they are
 //              infinite or NaN.
@@ -19,8 +19,8 @@
 //              replacement that uses several threads gives the same bytes.
 //   Progress   Called on thread 0 after each of its lines, with the number of lines that all
 //              threads have completed. If columns are read or written, neighbouring lines are
-//              processed together as a tile of up to 512 bytes of a row; after a stop, the other
-//              lines of the tile may be written too.
+//              processed together, as a tile of up to 512 bytes of a row. After a stop, the other
+//              lines of that tile may be written too.
 //   Memory     Each thread uses at most two buffers. The size of a buffer is one line or 512 KiB,
 //              whichever is larger.
 //   Errors     Passes throw a VX_Err. Nothing is leaked.
@@ -86,8 +86,8 @@ VX_API void VX_BoxBlur1D(VX_ProgressInfo* progress, const VX_World* src, float r
                          int32_t src_premultiplied, int32_t dst_direction,
                          int32_t dst_premultiplied, uint8_t force_copy, VX_World* dst);
 
-// Entries of the function table without a routine. They read no argument and return
-// VX_ErrUnsupported. Modules may replace them.
+// Slots of the override table that an acceleration module may fill. The built-in routines read no
+// argument and return VX_ErrUnsupported.
 using VX_FastBlurFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src, float radius,
                                    int32_t flags, VX_LayerDef* dst);
 VX_API VX_Err VX_FastBlur_Straight(VX_ProgressInfo* progress, const VX_LayerDef* src, float radius,
@@ -108,8 +108,9 @@ struct VX_BlurSpec {
 };
 
 // Blurs straight pixels over both axes, along the rows and then down the columns. Works in bands of
-// rows and allocates an intermediate premultiplied world, of some megabytes or of four times the
-// vertical reach, whichever is larger. Thread-safe if no other thread writes to these worlds.
+// rows and allocates a premultiplied intermediate world. Its size is some megabytes, or rows for
+// four times the vertical reach if that is more. Thread-safe if no other thread writes to these
+// worlds.
 //
 //   progress  called with increasing steps over both passes; may be null
 //   src       source world
@@ -133,6 +134,6 @@ VX_API VX_Err VX_BlurWorld(VX_ProgressInfo* progress, const VX_LayerDef* src,
 //   reach_x  receives the pixels on the left and on the right
 //   reach_y  receives the pixels above and below
 //
-// Returns VX_Ok, or VX_ErrBadParameter after a report for a null argument or a value of the record
-// out of range; the results are unchanged then.
+// Returns VX_Ok, or VX_ErrBadParameter, after a report, for a null argument or a value of the
+// record that is out of range. On error the results are unchanged.
 VX_API VX_Err VX_BlurReach(const VX_BlurSpec* spec, int32_t* reach_x, int32_t* reach_y);

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The routines that acceleration modules and older callers request by number. They are read from
-// the override table at the time of the call. Call after VX_Birth.
+// Routines that acceleration modules and older callers request by number. Each request reads the
+// routine from the override table at that moment. Call after VX_Birth.
 
 #include "VX/VX_OverrideTable.h"
 
@@ -24,7 +24,8 @@ enum : int32_t {
 
 enum : int32_t { VX_Quality_Draft = 0, VX_Quality_High = 1 };
 
-// Mode flags. Straight: pixels have straight alpha; else colours are multiplied by alpha.
+// Mode flags. With Straight, pixels have straight alpha; without it, colours are multiplied by
+// alpha.
 enum : int32_t { VX_ModeFlag_Straight = 1 };
 
 using VX_FillFunc = VX_Err (*)(void* ref, const VX_Pixel8* color, const M_Rect* area,
@@ -66,9 +67,9 @@ VX_API VX_Err VX_SetCallbackBlockQuality(VX_CallbackBlock* block, int32_t qualit
 //   Bilinear, Area   the nearest sampler          the straight or premultiplied sampler
 //   Copy             the draft copy               the straight or premultiplied copy
 //   Composite        straight or premultiplied    straight or premultiplied
-//   others           the same routine at any quality
+//   (other selectors: the same routine at any quality)
 //
-// Returns VX_ErrBadParameter, with *out unchanged, for a null `out` and, with a report, for an
-// unknown selector.
+// Returns VX_Ok, or VX_ErrBadParameter for a null `out` and, with a report, for an unknown
+// selector. On error *out is unchanged.
 VX_API VX_Err VX_GetCallbackAddr(void* word, int32_t quality, int32_t mode_flags, int32_t selector,
                                  void** out);

@@ -26,9 +26,10 @@ enum : uint32_t {
   VX_ChunkType_ThreeBytes = 0x52424720,  // "RBG " in that order, 3
 };
 
-// A chunk, in memory of the caller.
+// Describes a chunk. The record itself is in memory of the caller.
 struct VX_ChannelChunk {
-  uint32_t host_words[8];  // for the host; cleared by VX_DisposeChunk only
+  uint32_t host_words[8];  // reserved for the host; the library changes them only by clearing them
+                           // in VX_DisposeChunk
   int32_t width;           // positions per row
   int32_t height;          // rows
   int32_t channels;        // values per position
@@ -61,8 +62,8 @@ VX_API VX_Err VX_DisposeChunk(VX_ChannelChunk* chunk);
 VX_API VX_Err VX_ChunkDataSize(uint32_t data_type, uint16_t* element_bytes);
 
 // Copies one channel to a channel of another chunk with equal width, height and type, or of the
-// same chunk. Locks are not required and not changed. `ref` is ignored. Returns VX_ErrBadParameter
-// with a report if the chunks differ ("can#{rsquo}t copy different channel worlds"), or for a null
-// chunk, a chunk without storage or an invalid channel (bad parameter).
+// same chunk. The chunks need not be locked, and stay locked or unlocked. `ref` is ignored. Returns
+// VX_ErrBadParameter with a report for a null chunk, a chunk without storage, an invalid channel,
+// or chunks that differ (report "can#{rsquo}t copy different channel worlds").
 VX_API VX_Err VX_ChannelCopy(void* ref, const VX_ChannelChunk* src, VX_ChannelChunk* dst,
                              int32_t src_channel, int32_t dst_channel);

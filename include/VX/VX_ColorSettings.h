@@ -4,8 +4,8 @@
 
 // The colour settings of a project, and the tables for blending in linear light.
 //
-// Profiles belong to the colour engine (host/COR.h). If the engine fails, its status is thrown (an
-// int32_t by value) and nothing has changed.
+// Profiles are objects of the colour engine (host/COR.h). If the engine fails, these calls throw
+// its status (an int32_t by value), and nothing has changed.
 
 #include <boost/shared_ptr.hpp>
 #include <cstddef>
@@ -15,18 +15,18 @@
 #include "VX/VX_Types.h"
 #include "host/COR.h"
 
-// Makes the tables for a profile. `linearize` is the engine's conversion of the 256 greys to the
-// linear counterpart of the profile. `delinearize` is its inverse, made monotonic, with 4097
-// entries. The exponents are those of the engine for this profile.
+// Builds the tables for a profile. `linearize` contains the engine's conversion of the 256 greys to
+// the linear counterpart of the profile. `delinearize` contains the inverse conversion, made
+// monotonic, with 4097 entries. The exponents are those that the engine reports for this profile.
 VX_API boost::shared_ptr<VX_LinearBlendingTables> VX_MakeLinearizationTables(
     boost::shared_ptr<COR_QCE_Profile> profile);
 
-// Makes a transform from a profile to its linear counterpart, for 16-bit pixels.
+// Returns a transform for 16-bit pixels from a profile to its linear counterpart.
 VX_API boost::shared_ptr<COR_QCE_Transform> VX_GetLinearizeTransform(
     const boost::shared_ptr<COR_QCE_Profile>& profile);
 
-// The settings of a project. The profile of the ID and the tables are computed on first use and
-// kept.
+// The settings of a project. The profile object and the tables are computed from the profile's ID
+// on first use and cached.
 //
 // Ownership: the pool is not owned and must outlive the object; without a pool an ID cannot be
 // resolved.
@@ -63,19 +63,19 @@ class VX_API VX_ColorSettings {
   COR_QCE_ProfilePool* GetProfilePool() const;
   void SetProfilePool(COR_QCE_ProfilePool* pool);
 
-  // Linearize: work in linear light throughout. LinearBlending: only blend in linear light. Setting
-  // them keeps the computed data.
+  // Linearize: all operations work in linear light. LinearBlending: only blending does. The setters
+  // do not discard the cached profile and tables.
   bool GetLinearize() const;
   void SetLinearize(bool linearize);
   bool GetLinearBlending() const;
   void SetLinearBlending(bool linear_blending);
 
-  // Returns the tables of the profile, or null. Null if linear blending is off or linearize is on,
-  // unless `force` is true. The tables belong to this object and are valid until its profile is set
-  // or it is assigned to. Throws QCE_BadArgument if there is no profile.
+  // Returns the tables of the profile. Returns null if linear blending is off or linearize is on,
+  // unless `force` is true. The object owns the tables. They are valid until its profile is set or
+  // another object is assigned to it. Throws QCE_BadArgument if there is no profile.
   const VX_LinearBlendingTables* GetLinearBlendingTables(bool force) const;
 
-  // Returns the profile, or with linearize its linear counterpart. Null if there is no profile.
+  // Returns the profile, or its linear counterpart if linearize is on; null if there is no profile.
   boost::shared_ptr<COR_QCE_Profile> GetAdjustedProfile() const;
 
   // Returns the exponent (encoded to linear) of the adjusted profile, or of sRGB if there is none.
@@ -98,8 +98,8 @@ class VX_API VX_ColorSettings {
 };
 static_assert(sizeof(VX_ColorSettings) == 72);
 
-// Returns settings for callers without a project: sRGB, blending of encoded values. Created by the
-// first call, without a lock; the same object until VX_Death.
+// Returns settings for callers without a project: sRGB, blending of encoded values. The first call
+// creates the object, without a lock. All calls return the same object until VX_Death frees it.
 VX_API VX_ColorSettings* VX_GetEmergencyColorSettings();
 
 // Returns "Working Space - " and the description of the adjusted profile, or "None" if settings is

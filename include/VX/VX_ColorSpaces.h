@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Conversion of single colours between RGB and two other colour spaces, and their attributes.
+// Conversion of single colours between RGB and two other colour spaces (HLS, YIQ), and functions
+// that return one attribute of a colour, such as its hue.
 //
 // Definitions, with r, g, b as 0..1, x their maximum and n their minimum:
 //   L = (x + n) / 2
@@ -21,11 +22,11 @@
 //   yiq   signed 16.16 fixed point for integer pixels, else float
 //
 // Rounding   Computed in double and rounded once; integers to nearest, halves up.
-// Range      Integer channels above white are treated as white. To RGB, H is taken modulo 360 and
-//            integer channels are clamped; floats are not. S is 0 if its denominator is 0, which
-//            can occur for floats outside 0..1.
-// Accuracy   Conversion and its inverse reproduce a pixel to within one code value, floats of 0..1
-//            to within 1e-6.
+// Range      Integer channels above white are treated as white. When converting to RGB, H is taken
+//            modulo 360 and integer channels are clamped; floats are not clamped. S is 0 if its
+//            denominator is 0, which can occur for floats outside 0..1.
+// Accuracy   Converting a pixel and converting the result back changes a channel by at most one
+//            code value, floats in 0..1 by at most 1e-6.
 // Errors     VX_ErrBadParameter for a null argument.
 // Threads    Thread-safe.
 
@@ -36,8 +37,9 @@ VX_API VX_Err VX_HLStoRGB_Straight(void* ref, const VX_Fixed hls[3], VX_Pixel8* 
 VX_API VX_Err VX_RGBtoYIQ_Straight(void* ref, const VX_Pixel8* rgb, VX_Fixed yiq[3]);
 VX_API VX_Err VX_YIQtoRGB_Straight(void* ref, const VX_Fixed yiq[3], VX_Pixel8* rgb);
 
-// Luminance (see VX.h) in channel units. Hue, lightness and saturation: H, L and S times full scale
-// (255 per degree for H), computed from the formulas, not from the fixed-point values.
+// Single attributes. Luminance is in channel units, see VX.h. Hue, lightness and saturation are H
+// (in degrees), L and S times full scale; a degree is thus 255 at 8 bits. All are computed from the
+// formulas, not from the fixed-point values.
 VX_API VX_Err VX_Luminance_Straight(void* ref, const VX_Pixel8* rgb, int32_t* out);
 VX_API VX_Err VX_Hue_Straight(void* ref, const VX_Pixel8* rgb, int32_t* out);
 VX_API VX_Err VX_Lightness_Straight(void* ref, const VX_Pixel8* rgb, int32_t* out);

@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
-// Shorter forms of VX_TransferRect, and the mix of two worlds. All use slots of the override table.
+// Shorter forms of VX_TransferRect, and the mix of two worlds. All call through slots of the
+// override table.
 //
 // Common to all: `progress` may be null. Return VX_ErrBadParameter for null worlds or different
 // depths, VX_ErrUnsupported for an unknown mode, or the result of the progress function.
@@ -17,8 +18,9 @@
 //   field     VX_Field_...
 //   mode      VX_Xfer_...
 //
-// The Premul forms expect a source with colours multiplied by alpha for VX_Xfer_InFront, which they
-// draw as VX_Xfer_PremulOver; other modes are as in the straight forms. Draft and Best are equal.
+// The Premul forms differ only for VX_Xfer_InFront: they expect a source whose colours are
+// multiplied by alpha, and draw it with VX_Xfer_PremulOver. The Draft and Best forms give the same
+// result.
 VX_API VX_Err VX_CompositeRectDraft_Straight(VX_ProgressInfo* progress, const M_Rect* src_rect,
                                              int32_t opacity, const VX_LayerDef* src, int32_t x,
                                              int32_t y, int32_t field, int32_t mode,

@@ -6,25 +6,27 @@
 //
 // A kernel is an array of signed 32-bit weights in row order, top row first, not mirrored: the
 // first weight multiplies the pixel above and to the left. Its diameter is odd. A full kernel has
-// diameter * diameter weights, a one-dimensional one `diameter`. 256 stands for 1 of a single tap.
+// diameter * diameter weights, a one-dimensional one has `diameter` weights. A kernel of the single
+// weight 256 reproduces the source.
 
 #include "VX/VX_Types.h"
 
 enum : int32_t {
   VX_Kernel_OneDimensional = 1,
   VX_Kernel_Normalize = 2,  // in VX_Convolve: divide by the sum of each kernel
-  VX_Kernel_NoClamp = 4,    // in VX_Convolve only
-  VX_Kernel_Vertical = 32   // in VX_Convolve: a one-dimensional kernel runs down
+  VX_Kernel_NoClamp = 4,    // in VX_Convolve only: see "limits" there
+  VX_Kernel_Vertical = 32   // in VX_Convolve: a one-dimensional kernel is applied along columns
 };
 
-// The profile of the kernels: `d` is the distance from the centre, 1 is the edge. Beyond it 0, else
-// 1 - (1 - exp(-2.378 d d)) 1.102, which is slightly above 0 at the edge itself.
+// The profile of the Gaussian kernels. `d` is the distance from the centre in units of the distance
+// at which the kernel ends. Returns 0 for d > 1, else 1 - (1 - exp(-2.378 d d)) 1.102. The value at
+// d = 1 is slightly above 0.
 VX_API double VXp_GaussianValue(double d);
 
 // Builds a kernel of diameter 2 * ceil(radius) + 1. A weight is 255 * VXp_GaussianValue(distance /
-// (radius + 1)) * multiplier, rounded and limited to 0..255. With VX_Kernel_Normalize the weights
-// are then scaled so that their sum is about 255 times their number; these are truncated and not
-// limited again. Thread-safe.
+// (radius + 1)) * multiplier, rounded and limited to 0..255. With VX_Kernel_Normalize all weights
+// are then multiplied by one factor, so that their sum is about 255 times their number, and
+// truncated; the scaled weights may exceed 255. Thread-safe.
 //
 //   ref         not read
 //   radius      in pixels, 0 to 32767. Only 16 bits of ceil(radius) are used, as a signed number:
@@ -42,21 +44,22 @@ using VX_GaussianKernelCall = VX_Err(void* ref, double radius, int32_t flags, do
 using VX_GaussianKernelFunc = VX_GaussianKernelCall*;
 VX_API VX_GaussianKernelCall VX_GaussianKernel;
 
-// The number of weights that VX_GaussianKernel writes, or 0 for a radius that it refuses.
+// Returns the number of weights that VX_GaussianKernel writes, or 0 for a radius that it rejects.
 VX_API int64_t VX_GaussianKernelSize(double radius, int32_t flags);
 
 // Applies a kernel to each channel of the whole destination. Taps outside of the source are omitted
 // and the divisor stays the same, so edges fade toward transparent black.
 //
-//   divisor        256 * number of taps; with VX_Kernel_Normalize the sum of the kernel, 1 if it is
-//   0 8 and 16 bits  sums have 32 bits and wrap; the quotient is truncated toward 0 float sums have
-//   single precision, in the order of the kernel limits         results are clamped to 0..full
-//   scale. With VX_Kernel_NoClamp integers keep their
-//                  low bits. Float alpha is always clamped to 0..1, and to 0 below 1e-30. NaN
-//                  stays.
+//   divisor         256 * number of taps; with VX_Kernel_Normalize the sum of the kernel, or 1 if
+//                   that sum is 0
+//   8 and 16 bits   sums have 32 bits and wrap; the quotient is truncated toward 0
+//   float           sums have single precision and are added in the order of the kernel
+//   limits          results are clamped to 0..full scale. With VX_Kernel_NoClamp, colours of floats
+//                   are not clamped, and integers keep their low bits. Float alpha is always
+//                   clamped to 0..1, and set to 0 below 1e-30. NaN is not changed.
 //
-//   progress       called with the completed rows and all rows, after a row if more than 2048 taps
-//                  were done since the last call; may be null
+//   progress       called after a row if more than 2048 taps were computed since the last call,
+//                  with the completed rows and the number of rows; may be null
 //   src            source world
 //   rect           not read
 //   flags          VX_Kernel_...

@@ -11,16 +11,18 @@
 //               bottom above top) or completely outside its world copies nothing and returns VX_Ok.
 //   Equal size  Pixels are copied unchanged. Both rectangles are clipped without shifting the
 //               picture.
-//   Scaling     Clipping c pixels of the destination clips c * sw / dw of the source; the step of
-//               the unclipped rectangles is kept. A destination pixel whose source pixel is outside
-//               the source world is not written.
-//   Draft       Takes the source pixel at the integer part of left + i * sw / dw, in 16.16. Any two
-//               depths; channels are converted as described in VX.h.
-//   High        Samples at the centre of the destination pixel: bilinear, or the covered area if a
-//               side is reduced (VX_Sampling.h). At the border of the source rectangle its
-//               surroundings are mixed in; outside the world they are transparent black. Equal
-//               depths only. Straight weights colours by alpha; Premul mixes all channels equally.
-//   Overlap     Rows are copied from top to bottom; overlapping rows are not handled.
+//   Scaling     If c pixels of the destination rectangle are clipped, c * sw / dw pixels of the
+//               source rectangle are clipped too; the step stays that of the unclipped rectangles.
+//               A destination pixel is not written if its source pixel is outside the source world.
+//   Draft       Takes the source pixel at the integer part of left + i * sw / dw, in 16.16 fixed
+//               point. The depths may differ; channels are converted as described in VX.h.
+//   High        Samples at the centre of the destination pixel: bilinear, or the average of the
+//               covered area if a side is reduced (VX_Sampling.h). Samples at the border of the
+//               source rectangle include pixels outside the rectangle; outside the source world
+//               they are transparent black. The depths must be equal. Straight forms weight colours
+//               by alpha; Premul forms mix all channels equally.
+//   Overlap     Rows are copied from top to bottom without regard to overlap: source pixels that
+//               were overwritten before are read with their new values.
 //   Errors      VX_ErrBadParameter with a report for a null world, null pixels, an unknown depth,
 //               high quality with different depths, or high-quality scaling of a source of more
 //               than 32,768 pixels on a side. The destination is then unchanged.
@@ -46,12 +48,12 @@ VX_API VX_Err VX_CopyBits_HQ_Premul(void* ref, const VX_LayerDef* src, VX_LayerD
                                     const M_Rect* src_rect, const M_Rect* dst_rect);
 VX_API VX_Err VX_CopyBits_HQ_Premul_Static(void* ref, const VX_LayerDef* src, VX_LayerDef* dst,
                                            const M_Rect* src_rect, const M_Rect* dst_rect);
-// The older name of the draft copy.
+// The former name of VX_CopyBits_Draft.
 VX_API VX_Err VX_CopyBits3_LO_Straight(void* ref, const VX_LayerDef* src, VX_LayerDef* dst,
                                        const M_Rect* src_rect, const M_Rect* dst_rect);
 
-// Scales the whole source to the whole destination, at high quality with the border pixels
-// repeated: an opaque picture remains opaque at its edges, unlike with the copies above.
+// Scales the whole source to the whole destination. High quality repeats the border pixels, so that
+// an opaque picture remains opaque at its edges, unlike with the copies above.
 //   progress   may be null; polled once per row, in draft once at the end
 //   quality    VX_Quality_High: both worlds have the same depth. VX_Quality_Draft: the same as
 //              VX_CopyBits_Draft, any depths
@@ -61,18 +63,21 @@ VX_API VX_Err VX_ResizeWorld(VX_ProgressInfo* progress, int32_t quality, const V
 
 // --- host bitmaps --------------------------------------------------------------------------------
 //
-// Bitmaps have 32, 64 or 128 bits per pixel; others return VX_ErrBadParameter with a report.
+// These calls accept bitmaps of 32, 64 or 128 bits per pixel. For others they return
+// VX_ErrBadParameter with a report.
 
 using VX_WorldCopyFunc = VX_Err (*)(void* ref, BM_World** src, BM_World** dst,
                                     const M_Rect* src_rect, const M_Rect* dst_rect);
 
-// Copies like VX_CopyBits_Draft. Then, if the channel orders of the bitmaps differ, reverses the
-// four bytes of every destination pixel, in full rows. Bitmaps with more than 8 bits per channel
-// are treated as ARGB. If the orders differ and the destination has more than 8 bits, the pixels
-// are copied and VX_ErrUnsupported is returned with a report.
+// Copies the rectangle like VX_CopyBits_Draft. If the channel orders of the bitmaps differ (ARGB
+// and BGRA), the four bytes of every destination pixel are then reversed, in full rows. Bitmaps
+// with more than 8 bits per channel are treated as ARGB. If the orders differ and the destination
+// has more than 8 bits per channel, the pixels are copied without reversal and VX_ErrUnsupported is
+// returned with a report.
 VX_API VX_Err VX_WorldCopy(void* ref, BM_World** src, BM_World** dst, const M_Rect* src_rect,
                            const M_Rect* dst_rect);
-// Copies only, without the channel order. HQ without a suffix is straight.
+// Copies the rectangle and ignores the channel orders of the bitmaps. `_HQ` without a further
+// suffix expects straight alpha.
 VX_API VX_Err VX_WorldCopy_Static(void* ref, BM_World** src, BM_World** dst, const M_Rect* src_rect,
                                   const M_Rect* dst_rect);
 VX_API VX_Err VX_WorldCopy_HQ(void* ref, BM_World** src, BM_World** dst, const M_Rect* src_rect,
@@ -86,8 +91,9 @@ VX_API VX_Err VX_WorldCopy_HQ_Straight_Static(void* ref, BM_World** src, BM_Worl
 VX_API VX_Err VX_WorldCopy_HQ_Premul(void* ref, BM_World** src, BM_World** dst,
                                      const M_Rect* src_rect, const M_Rect* dst_rect);
 
-// Describes a bitmap as a world. All fields are cleared first; world_object is null, bm_world is
-// the handle. Returns VX_ErrBadParameter as above.
+// Stores a description of the bitmap as a world. All fields are cleared first; world_object stays
+// null, bm_world becomes the handle of the bitmap. Returns VX_ErrBadParameter with a report for
+// other bitmaps than those above.
 VX_API VX_Err VX_EffectWorldFromBMWorld(BM_World** bitmap, VX_LayerDef* out);
 
 // --- copy with a lookup --------------------------------------------------------------------------
@@ -95,10 +101,10 @@ VX_API VX_Err VX_EffectWorldFromBMWorld(BM_World** bitmap, VX_LayerDef* out);
 // Copies a rectangle of a world of any depth into an 8-bit world, row by row through the generic
 // iterator.
 //   at             destination position of the top left corner of `rect`
-//   lookup         map `low` to 0 and `high` to full scale in each channel: (c - low) / (high -
-//                  low) on the scale 0..1 in single precision, clamped. If low equals high, values
-//                  below it become 0, others full scale.
-//   invert_alpha   invert alpha after the lookup
+//   lookup         true: each channel c becomes (c - low) / (high - low), with all values on the
+//                  scale 0..1, in single precision, clamped. If low equals high, values below it
+//                  become 0, others full scale.
+//   invert_alpha   true: alpha is inverted after the lookup
 //   rect           in the source; clipped on both sides
 // Returns VX_ErrBadParameter with a report.
 VX_API VX_Err VX_SpecialCasePixelBlit(const VX_World* src, const M_LPoint& at, bool lookup,

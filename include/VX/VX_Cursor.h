@@ -14,8 +14,8 @@
 // Stores the position of the mouse in the port. Returns VX_Ok or an error.
 using VX_OffscreenCursorHandler = boost::function<VX_Err(void* port, M_LPoint* mouse)>;
 
-// Copies the handler. It replaces an earlier handler of the port. Returns VX_ErrBadParameter for a
-// null port, an empty handler, or before VX_Birth; VX_ErrOutOfMemory.
+// Stores a copy of the handler; it replaces an earlier handler of the same port. Returns
+// VX_ErrBadParameter for a null port, for an empty handler, or before VX_Birth; VX_ErrOutOfMemory.
 VX_API VX_Err VX_RegisterOffsreenCURMOUSEHandler(void* port,
                                                  const VX_OffscreenCursorHandler& handler);
 

@@ -4,8 +4,9 @@
 
 // Services for plug-ins: worlds, pixels, planes.
 //
-// `ref` is ignored. A bad argument returns VX_ErrReported with a report to the user, in the plane
-// calls VX_ErrBadParameter. Thread-safe on distinct worlds.
+// `ref` is ignored. For a bad argument, the calls for planes return VX_ErrBadParameter with a
+// report; all others return VX_ErrReported after a report to the user. Thread-safe on distinct
+// worlds.
 
 #include "VX/VX_Types.h"
 
@@ -26,22 +27,24 @@ inline constexpr uint32_t VX_ForeignWorldStamp = 0xAAAAAAAA;  // accepted by VX_
 VX_API VX_Err VX_NewEffectWorld(void* ref, int32_t width, int32_t height, int32_t depth, bool clear,
                                 bool use_bm_world, VX_LayerDef* out);
 
-// Like VX_NewEffectWorld with a host bitmap. `flags` bit 0: clear; bit 1: 16 bits instead of 8.
+// Like VX_NewEffectWorld with a host bitmap. `flags`: bit 0 clears the pixels; bit 1 selects 16
+// bits per channel instead of 8.
 VX_API VX_Err VX_NewEffectWorldFlags(void* ref, int32_t width, int32_t height, uint32_t flags,
                                      VX_LayerDef* out);
 
-// Frees a world of VX_NewEffectWorld and clears the descriptor. Returns VX_ErrReported, with the
-// descriptor unchanged, for null or a descriptor of another origin.
+// Frees a world that VX_NewEffectWorld created, and clears the descriptor. Returns VX_ErrReported,
+// with the descriptor unchanged, for null or a descriptor that was created otherwise.
 VX_API VX_Err VX_DisposeEffectWorld(void* ref, VX_LayerDef* world);
 
-// Stores null in `first` and `second`: this platform has no such references. Returns VX_ErrReported
-// for null or a world with neither of the two stamps.
+// Stores null in `first` and `second`, because this platform has no native drawing objects for a
+// world. Returns VX_ErrReported for a null argument or a world with neither of the two stamps.
 VX_API VX_Err VX_GetPlatformRefs(void* ref, const VX_LayerDef* world, void** first, void** second);
 
 // --- pixels --------------------------------------------------------------------------------------
 
-// Stores the address of the first pixel: `pixels` if it is not null, else that of the world. Stores
-// null if the world has another depth. Returns VX_ErrReported for a null world or `out`.
+// Stores the address of the first pixel as a pointer to the type in the name: `pixels` if it is not
+// null, else the data of the world. Stores null if the world has another depth. Returns
+// VX_ErrReported for a null world or `out`.
 VX_API VX_Err VX_GetPixelData8(const VX_LayerDef* world, void* pixels, VX_Pixel8** out);
 VX_API VX_Err VX_GetPixelData16(const VX_LayerDef* world, void* pixels, VX_Pixel16** out);
 VX_API VX_Err VX_GetPixelDataFloat(const VX_LayerDef* world, void* pixels, VX_PixelFloat** out);
@@ -62,7 +65,8 @@ enum : uint32_t { VX_Plane_Alpha = 1, VX_Plane_Red = 2, VX_Plane_Green = 4, VX_P
 VX_API VX_Err VX_ExtractPlanes(void* ref, const VX_LayerDef* world, uint32_t mask, void*** handle,
                                int32_t* row_size);
 
-// Copies the planes of VX_ExtractPlanes back into the world; other channels are unchanged. Returns
-// VX_ErrBadParameter with a report, also for a null handle or a row size that is too small.
+// Copies the planes that VX_ExtractPlanes made back into the world; channels that are not in `mask`
+// are unchanged. Returns VX_ErrBadParameter with a report, also for a null handle or a row size
+// that is too small.
 VX_API VX_Err VX_InsertPlanes(void* ref, void** handle, int32_t row_size, uint32_t mask,
                               VX_LayerDef* world);

@@ -2,6 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Exported from libVX; everything else is hidden.
+// Marks what libVX exports. All other symbols are hidden.
 
 #define VX_API __attribute__((visibility("default")))

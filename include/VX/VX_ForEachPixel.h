@@ -29,8 +29,9 @@
 // Exceptions. An exception of f or of the progress function ends the iteration and propagates
 // unchanged; pixels written before remain.
 //
-// Alignment. `in` and `out` point into the worlds. Worlds of the library are aligned. If a caller's
-// rows are not, copy 16-bit and float pixels with std::memcpy instead of dereferencing.
+// Alignment. `in` and `out` point into the worlds. Rows of worlds that the library allocated are
+// aligned. If the rows of a caller's own memory are not, copy 16-bit and float pixels with
+// std::memcpy instead of dereferencing.
 //
 // Threads. f is called on the calling thread. Thread-safe on worlds that do not overlap.
 
@@ -52,8 +53,9 @@ struct VX_ForEachPixelOptions {
 
 // --- implementation ------------------------------------------------------------------------------
 
-// Adapts a callable to the C callbacks: passed as refcon, and stores an exception until they
-// return.
+// Adapts a callable to the C callback. The object is passed as refcon. An exception of the callable
+// is stored here, because it must not pass through the C code, and thrown again after the
+// iteration.
 template <class Pixel, class Function>
 class VXp_PixelIteration {
  public:
@@ -144,7 +146,7 @@ VX_Err VX_ForEachPixel(const VX_LayerDef* src, VX_LayerDef* dst, Function&& func
 template <class Function>
 VX_Err VX_ForEachPixel(const VX_LayerDef* src, VX_LayerDef* dst, Function&& function,
                        const VX_ForEachPixelOptions& options = {}) {
-  // For other depths VX_Iterate returns the error.
+  // If the depth is not one of the three, VX_Iterate reports and returns the error.
   const int32_t depth = dst != nullptr ? VXp_WorldDepth(dst) : 8;
   if (depth == 16) return VXp_IteratePixels<VX_Pixel16>(src, dst, function, options);
   if (depth == 32) return VXp_IteratePixels<VX_PixelFloat>(src, dst, function, options);

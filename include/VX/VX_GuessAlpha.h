@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Detection of how colour and alpha of a picture were combined.
+// Detects whether a picture has straight alpha or was composited onto black or white.
 
 #include "VX/VX_Types.h"
 
@@ -14,10 +14,10 @@ enum : int32_t {
 
 struct VX_AlphaGuess {
   int32_t kind;          // VX_Alpha_..., or 0 if undecided
-  int64_t partial;       // number of pixels with 0 < alpha < full
+  int64_t partial;       // number of pixels with 0 < alpha < full scale
   int64_t beyond_black;  // of these: a colour is above alpha, which excludes black
-  int64_t beyond_white;  // of these: a colour is below full - alpha by more than the tolerance
-                         // (1 code value, float 2^-11), which excludes white
+  int64_t beyond_white;  // of these: a colour is below (full scale - alpha) by more than 1 code
+                         // value (float: 2^-11), which excludes white
 };
 
 // Examines the partly transparent pixels.
@@ -26,7 +26,7 @@ struct VX_AlphaGuess {
 //   no               yes              VX_Alpha_PremulBlack
 //   yes              no               VX_Alpha_PremulWhite
 //   yes              yes              VX_Alpha_Straight
-//   no               no               0; also if there are no such pixels
+//   no               no               0 (undecided); also if there are no such pixels
 //
 // For kind 0 "Unable to guess alpha channel." is reported and VX_ErrBadParameter is returned, with
 // the counts set. Also returns VX_ErrBadParameter, with a report, for a null argument or a world

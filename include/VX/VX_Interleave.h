@@ -12,7 +12,7 @@
 
 // Copies one channel of interleaved pixels to a plane. Channel is uint8_t, uint16_t or float.
 //
-//   src            the channel in the first pixel, for example &pixels->red
+//   src            address of the channel in the first pixel, for example &pixels->red
 //   src_rowbytes   bytes from row to row of pixels; negative if rows are stored upwards
 //   dst_rowbytes   bytes from row to row of the plane
 //   channels       samples per pixel, 4 for worlds

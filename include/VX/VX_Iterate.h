@@ -31,8 +31,9 @@
 //   in     the source pixel, read-only because it may point into the source world; null if there is
 //          no source
 //   out    the destination pixel
-// The pixel type is that of the depth. Pixels of the library's worlds are aligned. Rows of a
-// caller's memory may start at any byte; the function must then copy pixels with std::memcpy.
+// Pixels have the type of the worlds' depth. Rows of worlds that the library allocated are aligned.
+// Rows in a caller's own memory may start at any byte; the function must then copy pixels with
+// std::memcpy.
 using VX_PixelFunc = VX_Err (*)(void* refcon, int32_t x, int32_t y, void* in, void* out);
 
 using VX_IterateFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
@@ -43,9 +44,10 @@ VX_API VX_Err VX_Iterate(VX_ProgressInfo* progress, int32_t progress_base, int32
                          const VX_LayerDef* src, const M_Rect* area, void* refcon,
                          VX_PixelFunc function, VX_LayerDef* dst);
 
-// The source is placed with its top left corner at `origin` in the destination (null: (0, 0)): the
-// pixel (x, y) gets the source pixel (x - h, y - v). VX_IterateOrigin skips destination pixels
-// without a source pixel; VX_IterateOriginAll passes a zero pixel as their input.
+// The top left corner of the source is placed at `origin` = (h, v) in the destination (null: (0,
+// 0)). Destination pixel (x, y) gets source pixel (x - h, y - v). VX_IterateOrigin skips
+// destination pixels without a source pixel; VX_IterateOriginAll passes a zero pixel as their
+// input.
 using VX_IterateOriginFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
                                         int32_t progress_final, const VX_LayerDef* src,
                                         const M_Rect* area, const M_Point* origin, void* refcon,
@@ -60,9 +62,9 @@ VX_API VX_Err VX_IterateOriginAll(VX_ProgressInfo* progress, int32_t progress_ba
                                   VX_PixelFunc function, VX_LayerDef* dst);
 
 // Maps each channel through a table of 256 bytes; a null table is the identity. Both worlds must be
-// 8-bit. Returns VX_ErrBadParameter with a report for a null source or a world with bit 0 of
-// world_flags set. Float worlds are not detected: they are processed as 8-bit pixels, with
-// meaningless results. The tables must not be part of the destination.
+// 8-bit. Returns VX_ErrBadParameter with a report for a null source, or if bit 0 of world_flags (16
+// bits) is set. Float worlds are not detected: their bytes are processed as 8-bit pixels, with
+// meaningless results. The tables must not be stored in the pixels of the destination.
 using VX_IterateLUTFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
                                      int32_t progress_final, const VX_LayerDef* src,
                                      const M_Rect* area, const uint8_t* alpha_table,

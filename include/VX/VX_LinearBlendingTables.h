@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Tables for blending in linear light, for one colour profile. Immutable: any number of threads may
-// share one. Lookups clamp their index to the table, not the pixel.
+// Tables for blending in linear light, for one colour profile. A table is not changed after its
+// creation, so any number of threads may share it. A lookup with a value above full scale uses the
+// last entry; the pixel itself is not clamped.
 
 #include <cstddef>
 #include <cstdint>

@@ -15,35 +15,36 @@
 //   rect       in the world; null is all of it. The area is its intersection with both buffers.
 //   buffer     weights, converted to the depth of the world: 0 gives alpha 0, full scale leaves
 //              alpha unchanged. If the depths differ, samples above full scale are clamped.
-//   second     limits the area; its samples are not read; may be null
+//   second     another buffer, or null. Only its size is used: it limits the area.
 // Returns VX_ErrBadParameter for a null or unknown world, an error of an invalid buffer (see
 // VX_UnoBuffer.h), or the result of the progress function; rows done before remain merged.
 VX_API VX_Err VX_MergeMaskAlpha(VX_ProgressInfo* progress, int16_t h, int16_t v, const M_Rect* rect,
                                 const VX_UnoBuffer* buffer, const VX_UnoBuffer* second,
                                 VX_World* world);
 
-// Mixes the first channel of `count` pixels with `target`, weighted by values[i] times opacity. A
-// count below 1 does nothing. For VX_Pixel8, VX_Pixel16 and VX_PixelFloat.
+// Mixes the first channel of `count` pixels with `target`, with the weight values[i] times opacity.
+// A count below 1 does nothing. Instantiated for VX_Pixel8, VX_Pixel16 and VX_PixelFloat.
 template <class Pixel, class Channel>
 VX_API void VX_BlendSingleChannel(int32_t count, Channel opacity, Channel target,
                                   const Channel* values, Pixel* row);
 
-// The quantity of a world that a matte is made from.
+// The quantity of a world that VX_MatteFromWorld stores.
 enum : int32_t {
   VX_Matte_Alpha = 0,
   VX_Matte_InverseAlpha = 1,
   VX_Matte_Luma = 2,  // luminance times alpha
   VX_Matte_InverseLuma = 3,
-  VX_Matte_Red = 4,  // colours are taken unchanged, independent of alpha
+  VX_Matte_Red = 4,  // colours are stored unchanged, whatever alpha is
   VX_Matte_Green = 5,
   VX_Matte_Blue = 6
 };
 
-// Fills a buffer of the size and depth of the world. Returns VX_ErrBadParameter with a report.
+// Stores the selected quantity (VX_Matte_...) of each pixel in a buffer of the same size and depth
+// as the world. Returns VX_ErrBadParameter with a report.
 VX_API VX_Err VX_MatteFromWorld(VX_ProgressInfo* progress, const VX_LayerDef* world, int32_t what,
                                 VX_UnoBuffer* buffer);
 
-// The inverse of VX_MatteFromWorld: stores the samples as red, green and blue of an opaque world of
-// the buffer's size and depth.
+// Converts a buffer to an opaque grey picture: each sample is stored as red, green and blue. The
+// world has the size and depth of the buffer.
 VX_API VX_Err VX_WorldFromMatte(VX_ProgressInfo* progress, const VX_UnoBuffer* buffer,
                                 VX_LayerDef* world);

@@ -4,13 +4,13 @@
 
 // The table of replaceable routines.
 //
-// VX_Birth fills it and chooses the variant of a slot by the host's processor record. An
-// acceleration module, or VX_SetOverrideFunc, may put another routine of the same signature in a
-// slot before work begins; the exported calls then call that routine. The table is read without a
-// lock.
+// VX_Birth fills the table. If a slot has several variants, it chooses one by the host's processor
+// record. Before work begins, an acceleration module or VX_SetOverrideFunc may store another
+// routine of the same signature in a slot; the exported calls then call that routine. The table is
+// read without a lock.
 //
-// Before VX_Birth all slots are null, and a call through a null slot is not checked. After VX_Birth
-// every listed slot holds a routine; the numbers without a routine stay null.
+// Before VX_Birth all slots are null, and a call through a null slot crashes. After VX_Birth every
+// slot that has a routine in VX_OverrideSlots.def is set; numbers without a routine stay null.
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_Blur.h"
@@ -25,8 +25,7 @@
 
 // --- signatures ----------------------------------------------------------------------------------
 
-// Composites a rectangle of one world over another. `opacity` 0..255, `field` VX_Field_..., `mode`
-// a transfer mode; x, y place the rectangle's corner.
+// Composites a rectangle of one world over another, see VX_CompositeRect.h for the arguments.
 using VX_CompositeRectFunc = VX_Err (*)(VX_ProgressInfo* progress, const M_Rect* src_rect,
                                         int32_t opacity, const VX_LayerDef* src, int32_t x,
                                         int32_t y, int32_t field, int32_t mode, VX_LayerDef* dst);
@@ -47,14 +46,15 @@ using VX_PremulFunc = VX_Err (*)(void* ref, int32_t forward, const M_Rect* area,
                                  VX_LayerDef* world);
 using VX_DepthConvertFunc = decltype(&VX_DepthConvertWorld);
 
-// One line of one channel, in place. `start` and `end` bound what is recomputed; `scratch` holds
-// the line and the window on both sides.
+// Blurs one line of one channel in place. Only positions `start` to `end` - 1 are recomputed.
+// `scratch` has room for the line and the window on both sides of it.
 template <class Channel>
 using VX_BlurScanFunc = VX_Err (*)(int32_t kind, int32_t length, int32_t start, int32_t end,
                                    VX_Fixed radius, Channel* scratch, Channel* line);
 
-// Rows of one-channel buffers, at any address. Depths are 8, 16 or 32; gains are at the scale of
-// the source's depth. Opacities are not above full; a null mask is full everywhere.
+// Operations on rows of one-channel buffers, see VX_UnoBuffer.h. Rows may start at any byte. Depths
+// are 8, 16 or 32. Gains have the scale of the source's depth. Opacities are at most full scale. A
+// null mask means full scale everywhere.
 template <class Channel>
 using VX_UnoTransferFunc = VX_Err (*)(int32_t count, const Channel* src, const Channel* mask,
                                       Channel* dst);
@@ -66,14 +66,14 @@ using VX_UnoAccumulateFunc = VX_Err (*)(int32_t count, int32_t mode, int32_t src
                                         const void* src, int32_t gain_src, int32_t gain_dst,
                                         int32_t dst_depth, void* dst);
 
-// A row of mask samples merged into the alpha of a row of pixels.
+// Merges a row of mask samples into the alpha of a row of pixels.
 template <class Channel>
 using VX_MergeMask8Func = VX_Err (*)(int32_t count, const Channel* mask, VX_Pixel8* row);
 template <class Pixel>
 using VX_MergeMaskFunc = VX_Err (*)(int32_t count, int32_t mask_depth, const void* mask,
                                     Pixel* row);
 
-// As VX_GetInnerBlendingFunc.
+// See VX_GetInnerBlendingFunc.
 template <class Pixel>
 using VX_GetInnerBlendingSlot = VX_Err (*)(int32_t mode, VX_InnerBlendingFunc<Pixel>* out);
 
@@ -81,7 +81,7 @@ using VX_GetInnerBlendingSlot = VX_Err (*)(int32_t mode, VX_InnerBlendingFunc<Pi
 
 inline constexpr int32_t VX_OverrideSlotCount = 118;
 
-// Each member has the name of its routine. Slots without a routine are unnamed and zero.
+// Each member has the name of its routine. Numbers without a routine are unnamed padding.
 struct VXp_OverrideTable {
 // clang-format off
 #define VX_SLOT(number, name, type, routine) type name;
@@ -102,16 +102,16 @@ static_assert(sizeof(VXp_OverrideTable) == 944);
 
 extern VX_API VXp_OverrideTable VXp_G_OverFuncs;
 
-// Stores a routine in a slot. Not thread-safe: no other thread may use the library meanwhile.
+// Stores a routine in a slot. Not thread-safe: no other thread may use the library during the call.
 //
 //   slot     number of the slot, 0..117
 //   routine  a function of the slot's signature, which is not checked; not null
 //
-// Returns VX_Ok, or VX_ErrBadParameter after a report for a number that has no routine or for a
-// null routine.
+// Returns VX_Ok, or VX_ErrBadParameter, after a report, for a number without a routine or a null
+// `routine`.
 VX_API VX_Err VX_SetOverrideFunc(int32_t slot, void* routine);
 
-// Obsolete. Reports that and returns VX_ErrObsolete.
+// Obsolete: always returns VX_ErrObsolete after a report.
 VX_API VX_Err VX_OverrideStdFuncs();
 
 // --- description of the table --------------------------------------------------------------------
@@ -124,7 +124,7 @@ enum : int32_t {
 
 struct VX_SlotDescription {
   int32_t number;
-  const char* name;       // of the routine; null for a number without one
+  const char* name;       // name of the routine; null for a number without one
   const char* signature;  // name of the pointer type; null for a number without one
   int32_t state;          // VX_SlotState_...
 };

@@ -18,14 +18,15 @@ inline constexpr int32_t VX_PKG_VERSION = 17;
 // this library. The first call also checks the versions of the host's packages.
 VX_API VX_Err VX_CheckVersions(uint32_t report_code, int32_t caller_version);
 
-// Returns the version in the high half of a word: 0x00110000.
+// Returns the version of the library in the high 16 bits: 0x00110000.
 VX_API uint32_t VX_PkgObjectVersion();
 
 // Builds the process-wide tables and fills the override table. Returns the first error. Call
 // VX_Death also after a failure.
 VX_API VX_Err VX_Birth();
 
-// Releases everything. All steps are executed, also after an error, which is returned.
+// Releases all memory of the library. An error does not skip the later steps. Returns the first
+// error.
 VX_API VX_Err VX_Death();
 
 // Counted birth and death, for independent components of one program. The first acquisition calls
@@ -34,8 +35,8 @@ VX_API VX_Err VX_Death();
 //
 //   caller_version  VX_PKG_VERSION
 //
-// VX_AcquireLibrary returns VX_ErrVersion or the error of VX_Birth (after calling VX_Death);
-// nothing is then acquired. VX_ReleaseLibrary returns the error of VX_Death, or VX_ErrBadParameter
+// VX_AcquireLibrary returns VX_ErrVersion, or the error of VX_Birth (VX_Death was then called); on
+// error nothing is acquired. VX_ReleaseLibrary returns the error of VX_Death, or VX_ErrBadParameter
 // with a report if nothing is acquired.
 VX_API VX_Err VX_AcquireLibrary(int32_t caller_version);
 VX_API VX_Err VX_ReleaseLibrary();
@@ -47,20 +48,20 @@ VX_API VX_Err VX_ReleaseLibrary();
 VX_API const char* VX_LastReport();
 VX_API void VX_ForgetReport();
 
-// Reduces the shared scratch memory to its initial size. Returns VX_Ok or VX_ErrOutOfMemory.
+// Shrinks the shared scratch memory to its initial size. Returns VX_Ok or VX_ErrOutOfMemory.
 VX_API VX_Err VX_FreeUpSomeMemory();
 
 // --- exported data -------------------------------------------------------------------------------
 
-// Byte tables with index a * 256 + c: a * c / 255, and c / a clamped to 255. Set by VX_Birth;
-// read-only.
+// Byte tables, see M_PrepareFCMD in host/M.h. Entry a * 256 + c is a * c / 255 in fcm and 255 * c /
+// a, at most 255, in fcd. Set by VX_Birth; read-only.
 extern VX_API const uint8_t* VXp_G_fcm_table;
 extern VX_API const uint8_t* VXp_G_fcd_table;
 
 // Entry i is i converted to float.
 extern VX_API float VXp_G_ByteToFloat[256];
 
-// The string table for U_ZLookupLStrCache.
+// The table of the library's texts, for U_ZLookupLStrCache.
 extern VX_API const U_ZRef VX_G_zref;
 
 // A zero pixel of any type.

@@ -5,12 +5,13 @@
 // Multiplies colour by alpha in place (premultiplication), and the inverse. Alpha is unchanged.
 //
 //   ref       ignored
-//   forward   not 0: c' = c * a. 0: c' = c / a
-//   color     matte colour m: c' = c * a + m * (1 - a), inverse c' = m + (c - m) / a clamped
+//   forward   not 0: c' = c * a. 0: the inverse, c' = c / a
+//   color     matte colour m: c' = c * a + m * (1 - a); the inverse is c' = m + (c - m) / a,
+//             clamped
 //   area      null is the whole world
-// The inverse gives 0 where alpha is 0. Float values are not clamped. Return VX_ErrBadParameter for
-// a world of unknown depth or without pixels, and for a null colour. Thread-safe on different
-// worlds.
+// The inverse gives 0 where alpha is 0. Float values are not clamped. The calls return
+// VX_ErrBadParameter for a world of unknown depth or without pixels, and for a null colour.
+// Thread-safe on different worlds.
 
 #include "VX/VX_Types.h"
 

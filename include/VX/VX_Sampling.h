@@ -2,31 +2,35 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Reading a world at a fractional position: the records and types of the samplers.
+// Samplers: functions that read a world at a fractional position. This header declares their
+// argument record, their signatures and the built-in samplers.
 //
-// Positions are in 16.16 fixed point; pixel centres are at whole numbers. Clipped samplers see
-// transparent black outside a world; for the others the caller guarantees positions inside.
-// Samplers have no state and are thread-safe.
+// Positions are in 16.16 fixed point; pixel centres are at whole numbers. For clipped samplers,
+// pixels outside the world are transparent black. For all others the caller guarantees that no
+// pixel outside the world is read. Samplers have no state and are thread-safe.
 
 #include <type_traits>
 
 #include "VX/VX_Types.h"
 
-// The arguments of a sampler besides the position. Zero the whole record, then set named fields.
+// The arguments of a sampler besides the position. Clear the whole record, then set the named
+// fields.
 struct VX_SampPB {
   VX_Fixed x_radius;  // half width of the footprint in source pixels
-  VX_Fixed y_radius;  // half height
+  VX_Fixed y_radius;  // half height of the footprint
   VX_Fixed area;      // 4 * x_radius * y_radius
-  VX_LayerDef* src;   // the descriptor inside a VX_World when handed to a float sampler
+  VX_LayerDef* src;   // the world to read; for float samplers the descriptor within a VX_World
   uint32_t reserved_5[2];
-  int32_t motion_samples;  // sub-samples per pixel of a motion-blurred row; the low 16 bits count
+  // Number of sub-samples per pixel of a motion-blurred row, in the low 16 bits.
+  int32_t motion_samples;
   uint32_t reserved_8[14];
 };
 static_assert(sizeof(VX_SampPB) == 96);
 static_assert(offsetof(VX_SampPB, y_radius) == 4 && offsetof(VX_SampPB, area) == 8);
 static_assert(offsetof(VX_SampPB, src) == 16 && offsetof(VX_SampPB, motion_samples) == 32);
 
-// The weights of the four neighbours; the digits are the column and the row of the neighbour.
+// The weights of the four neighbours of a position. The digits are the column and the row of the
+// neighbour: w10 belongs to the right neighbour in the upper row.
 struct VX_SubpixelWeights {
   double w00, w10, w01, w11;
 };
@@ -34,25 +38,25 @@ static_assert(sizeof(VX_SubpixelWeights) == 32);
 
 // --- forms ---------------------------------------------------------------------------------------
 //
-// `progress` is passed through and not read. All return VX_Ok.
+// Samplers pass `progress` on without reading it, and always return VX_Ok.
 
-// One pixel.
+// Samples one pixel.
 template <class Pixel>
 using VX_SampleCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                              const VX_SampPB* record, Pixel* out);
 
-// One pixel, and whether all four neighbours are inside (0 or 1).
+// Samples one pixel. Sets *all_in to 1 if all four neighbours are inside the world, else to 0.
 template <class Pixel>
 using VX_SampleAllInCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                                   const VX_SampPB* record, uint8_t* all_in, Pixel* out);
 
-// Samples one position with given weights; the fractions of x and y are not read.
+// Samples one pixel with the given weights instead of those of the fractions of x and y.
 template <class Pixel>
 using VX_SampleWeightedCall = VX_Err(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                                      const VX_SubpixelWeights* weights, const VX_SampPB* record,
                                      Pixel* out);
 
-// `count` pixels, one source column apart. Adds their alphas to `alpha_sum`.
+// Samples `count` pixels, one source column apart. Adds their alphas to `alpha_sum`.
 template <class Pixel>
 using VX_AlphaSumOf = std::conditional_t<std::is_same_v<Pixel, VX_PixelFloat>, float, uint32_t>;
 template <class Pixel>
@@ -60,17 +64,17 @@ using VX_SampleSpanCall = VX_Err(VX_ProgressInfo* progress, int32_t count, VX_Fi
                                  const VX_SampPB* record, VX_AlphaSumOf<Pixel>* alpha_sum,
                                  Pixel* out);
 
-// Four pixels at positions[0..7]: x0, y0, x1, y1 and so on.
+// Samples four pixels. Their positions are positions[0..7]: x0, y0, x1, y1 and so on.
 using VX_SampleFourCall = VX_Err(VX_ProgressInfo* progress, const VX_Fixed* positions,
                                  const VX_SampPB* record, VX_Pixel8* out);
 using VX_SampleFourWeightedCall = VX_Err(VX_ProgressInfo* progress, const VX_Fixed* positions,
                                          const VX_SubpixelWeights* weights, const VX_SampPB* record,
                                          VX_Pixel8* out);
 
-// Weights from the fractions of x and y.
+// Computes the weights of the four neighbours from the fractions of x and y.
 using VX_ComputeWeightCall = VX_Err(uint16_t fx, uint16_t fy, VX_SubpixelWeights* out);
 
-// Pointers to them, as slots and sets hold them.
+// Pointers to these functions, for the override table and the sets of samplers.
 template <class Pixel>
 using VX_SampleFunc = VX_SampleCall<Pixel>*;
 template <class Pixel>
@@ -104,15 +108,16 @@ using VX_ComputeWeightFunc = VX_ComputeWeightCall*;
 //                                                                   three of them truncated
 //   premultiplied, 16 bits        double     value + 0.5, truncated never
 //
-// At a whole position, straight, ..._SSE2 and premultiplied integer samplers return the pixel as it
-// is; straight samplers also return four equal pixels as they are.
+// At a whole position, the straight, ..._SSE2 and premultiplied integer samplers return the pixel
+// unchanged. If all four pixels are equal, straight samplers return that pixel unchanged.
 
-// The nearest pixel: (x + 32768) >> 16. Zero outside. The radii are not read.
+// The nearest pixel: column (x + 32768) >> 16, row likewise. Zero outside the world. The radii are
+// ignored.
 VX_API VX_SampleCall<VX_Pixel8> VX_NNSample;
 VX_API VX_SampleCall<VX_Pixel16> VX_NNSample16;
 VX_API VX_SampleCall<VX_PixelFloat> VX_NNSampleFloat;
 
-// Bilinear, clipped: a neighbour outside is a zero pixel.
+// Bilinear, clipped: a neighbour outside the world is a zero pixel.
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSample_Straight;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSample_Straight16;
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSample_Premul;  // integer weights on a scale of 65536
@@ -122,14 +127,14 @@ VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelCPlusPlus;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelCPlusPlus16;
 VX_API VX_SampleCall<VX_PixelFloat> VX_SubpixelCPlusPlusFloat;
 
-// Bilinear, clipped, with a report whether all four neighbours are inside. At a whole position the
-// integer samplers always report 0.
+// Bilinear, clipped; also reports whether all four neighbours are inside the world. At a whole
+// position the integer samplers always report 0.
 VX_API VX_SampleAllInCall<VX_Pixel8> VX_SubpixelSamplePlus_Straight;
 VX_API VX_SampleAllInCall<VX_Pixel16> VX_SubpixelSamplePlus_Straight16;
 VX_API VX_SampleAllInCall<VX_PixelFloat> VX_SubpixelSpanSampleAllInCPlusPlusFloat;
 
-// Bilinear, unclipped. If the host's processor record reports SSE2, the slot of the first holds the
-// second, whose results differ in rounding.
+// Bilinear, unclipped. If the host's processor record reports SSE2, the slot of
+// VX_SubpixelSampleNoClip_Straight holds the ..._SSE2 function, whose results differ in rounding.
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight;
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight_SSE2;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSampleNoClip_Straight16;
@@ -142,33 +147,34 @@ VX_API VX_SampleWeightedCall<VX_Pixel8> VX_SubpixelSampleTranslateNoClip_Straigh
 VX_API VX_SampleWeightedCall<VX_Pixel16> VX_SubpixelSampleTranslateNoClip_Straight16;
 VX_API VX_SampleWeightedCall<VX_PixelFloat> VX_SubpixelSampleTranslateNoClipCPlusPlusFloat;
 
-// A span of pixels, unclipped.
+// Bilinear, unclipped, for a span of pixels.
 VX_API VX_SampleSpanCall<VX_Pixel8> VX_SubpixelSpanSampleTranslateNoClip_Straight;
 VX_API VX_SampleSpanCall<VX_Pixel16> VX_SubpixelSpanSampleTranslateNoClip_Straight16;
 VX_API VX_SampleSpanCall<VX_Pixel8> VX_SubpixelSpanSampleCPlusPlus;
 VX_API VX_SampleSpanCall<VX_Pixel16> VX_SubpixelSpanSampleCPlusPlus16;
 VX_API VX_SampleSpanCall<VX_PixelFloat> VX_SubpixelSpanSampleCPlusPlusFloat;
 
-// Four positions at once, unclipped, in single precision.
+// Bilinear, unclipped, for four positions at once, in single precision.
 VX_API VX_SampleFourCall VX_SubpixelSampleNoClip_Straight_4;
 VX_API VX_SampleFourWeightedCall VX_SubpixelSampleTranslateNoClip_Straight_4;
 
 VX_API VX_ComputeWeightCall VX_SubpixelSampleComputeWeight;
 
-// Box: the average over the footprint [x + 32768 - x_radius, x + 32768 + x_radius) in corner
-// coordinates, the same on y; radii below 32768 count as 32768. A pixel weighs the width times the
-// height that is covered; outside the world is zero and counts in the area, which is computed from
-// the radii. Straight colour is the average weighted by alpha. Integer results are value + 0.5
-// truncated, from exact sums; float sums are in double precision. The result is the zero pixel if
-// an integer alpha is 0 or the float sum of alphas is 0, also for premultiplied samplers. The cost
-// is proportional to the pixels of the world under the footprint.
+// Box: the average over the footprint. In coordinates where pixel i covers [i, i + 1), the
+// footprint is [x + 0.5 - x_radius, x + 0.5 + x_radius), with y likewise; radii below 0.5 count as
+// 0.5. The weight of a pixel is the area of it that is covered. Pixels outside the world are zero
+// and count in the total area, which is computed from the radii. Straight samplers weight colours
+// by alpha. Integer results are value + 0.5 truncated, from exact sums; float sums are in double
+// precision. The result is the zero pixel if an integer alpha is 0 or the float sum of alphas is 0,
+// also for premultiplied samplers. The cost is proportional to the number of pixels of the world in
+// the footprint.
 VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Straight;
 VX_API VX_SampleCall<VX_Pixel16> VX_AreaSample_Straight16;
 VX_API VX_SampleCall<VX_Pixel8> VX_AreaSample_Premul;
 VX_API VX_SampleCall<VX_Pixel16> VX_AreaSample_Premul16;
 VX_API VX_SampleCall<VX_PixelFloat> VX_AreaSample_PremulFloat;
 
-// The straight box sampler by pixel type.
+// The straight box sampler as a template over the pixel type.
 template <class Pixel>
 VX_Err VX_AreaSample_CPlusPlus(VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
                                const VX_SampPB* record, Pixel* out);
@@ -178,7 +184,7 @@ extern template VX_API VX_SampleCall<VX_PixelFloat> VX_AreaSample_CPlusPlus<VX_P
 
 // --- sets of samplers ----------------------------------------------------------------------------
 
-// The samplers that the rows of a transform use.
+// The samplers that world transforms use for each row.
 template <class Pixel>
 struct VX_SamplerSet {
   VX_SampleAllInFunc<Pixel> all_in;
@@ -189,16 +195,17 @@ struct VX_SamplerSet {
   VX_SampleSpanFunc<Pixel> span;
 };
 
-// Returns the set of a depth. The integer sets are read from the override table by this call; the
-// float set is fixed. Call after VX_Birth. VX_Ok, or VX_ErrBadParameter for a null pointer.
+// Returns the samplers of a depth. The integer sets are read from the override table by this call;
+// the float set is fixed. Call after VX_Birth. Returns VX_Ok, or VX_ErrBadParameter for a null
+// pointer.
 VX_API VX_Err VX_GetSamplerSet8(VX_SamplerSet<VX_Pixel8>* out);
 VX_API VX_Err VX_GetSamplerSet16(VX_SamplerSet<VX_Pixel16>* out);
 VX_API VX_Err VX_GetSamplerSetFloat(VX_SamplerSet<VX_PixelFloat>* out);
 
-// Samplers by quality and alpha. In draft quality all three are the nearest sampler; in high
-// quality they are straight if bit 0 of the mode flags is set, else premultiplied (see
-// VX_CallbackBlock.h, which returns the 8-bit samplers by number). VX_Ok, or VX_ErrBadParameter for
-// a null pointer.
+// The samplers of a quality and a kind of alpha. In draft quality all three are the nearest
+// sampler. In high quality they are straight if bit 0 of the mode flags is set, else premultiplied.
+// VX_GetCallbackAddr returns the 8-bit ones by number. Returns VX_Ok, or VX_ErrBadParameter for a
+// null pointer.
 template <class Pixel>
 struct VX_SamplerBatch {
   VX_SampleFunc<Pixel> nearest, bilinear, area;

@@ -7,7 +7,7 @@
 #include "VX/VX_LinearBlendingTables.h"
 #include "VX/VX_Types.h"
 
-// The numbers of the modes, used as index in all tables.
+// The numbers of the modes. They are the index in all tables of modes.
 enum : int32_t {
 #define VX_MODE(number, constant, name, piece, ...) constant = number,
 #include "VX/VX_TransferModes.def"
@@ -16,10 +16,10 @@ enum : int32_t {
 
 // --- records -------------------------------------------------------------------------------------
 
-// Parameters of a mode, older form.
+// Parameters of a mode, for older callers.
 struct VX_CompositeMode {
   int32_t mode;
-  int32_t seed;          // for dissolve
+  int32_t seed;          // start of the random noise of dissolve
   uint8_t opacity;       // 0..255
   uint8_t keepDstAlpha;  // not 0: destination alpha is unchanged, colours are written
   uint16_t opacity16;    // 0..32768
@@ -49,20 +49,21 @@ struct VX_CompositeModePlus {
         tables(linear_tables),
         opacityF(opacity_0_to_1) {}
 
-  // Uses opacity16 if it agrees with opacity to within 1/255, else opacity: a caller may have left
-  // opacity16 unset. `tables` remains uninitialised.
+  // Uses opacity16 if it agrees with opacity to within 1/255, else opacity, because some callers
+  // leave opacity16 uninitialised. `tables` remains uninitialised.
   VX_API explicit VX_CompositeModePlus(const VX_CompositeMode& older);
 };
 static_assert(sizeof(VX_CompositeModePlus) == 32);
 static_assert(offsetof(VX_CompositeModePlus, tables) == 16);
 static_assert(offsetof(VX_CompositeModePlus, opacityF) == 24);
 
-// The quantity of a mask world that is the weight of a pixel. Bit 0 inverts it.
+// The quantity of a mask world that is the weight of a pixel. An odd value is the inverse of the
+// even value below it.
 enum : int32_t {
   VX_MaskUse_Alpha = 0,         // alpha; 0 outside the mask world
   VX_MaskUse_InverseAlpha = 1,  // full scale - alpha; full scale outside
   VX_MaskUse_Luma = 2,          // luminance times alpha; 0 outside
-  VX_MaskUse_InverseLuma = 3    // full scale - that product; full scale outside
+  VX_MaskUse_InverseLuma = 3    // full scale - luminance times alpha; full scale outside
 };
 
 struct VX_MaskSpec {
@@ -74,7 +75,7 @@ struct VX_MaskSpec {
 using VX_TransformMask = VX_MaskSpec;
 static_assert(sizeof(VX_MaskSpec) == 16);
 
-// The rows of the destination that are drawn, by destination row number.
+// Selects the rows of the destination that are drawn. Row 0 is the top row of the destination.
 enum : int32_t { VX_Field_Both = 0, VX_Field_EvenRows = 1, VX_Field_OddRows = 2 };
 
 // Row buffers that a caller may pass to VX_TransferRectPlus.
@@ -87,7 +88,8 @@ struct VX_BlendScratch {
 
 // --- calls ---------------------------------------------------------------------------------------
 
-// Returns 1 for the modes -3, 0, 1, 2, 4..7, 9..16, 22 and 25, else 0. Not used by the library.
+// Returns 1 for the modes -3, 0, 1, 2, 4..7, 9..16, 22 and 25, else 0. For existing callers; the
+// library does not use this function.
 VX_API int32_t VX_GetTransferFlags(int32_t mode);
 
 // Composites a rectangle of the source over the destination.
@@ -101,14 +103,17 @@ VX_API int32_t VX_GetTransferFlags(int32_t mode);
 //   mask      null: none. Its world has the depth of the source
 //   x, y      destination position of the top left corner of the rectangle
 //
-// The rectangle is clipped to the source, the destination and, unless inverted, the mask. If it is
-// empty, VX_Ok is returned. Pixels outside the rectangle are changed only by the two stencil modes,
-// which clear their alpha. The noise of dissolve depends on mode->seed, the left edge and the row
-// number.
+// The rectangle is clipped to the source, to the destination and, if the mask is not inverted, to
+// the mask. If it is empty, VX_Ok is returned. Pixels outside the rectangle are changed only by the
+// two stencil modes, which set their alpha to 0. The noise of dissolve depends on mode->seed, the
+// left edge of the clipped rectangle and the row number.
 //
-// Returns, with the destination unchanged, VX_ErrBadParameter for null worlds, different depths or
-// an invalid mask, VX_ErrOutOfMemory, VX_ErrUnsupported for an unknown mode; or the result of the
-// progress function, with the rows done so far drawn.
+// Returns VX_Ok, or
+//   VX_ErrBadParameter  null worlds, different depths or an invalid mask
+//   VX_ErrOutOfMemory
+//   VX_ErrUnsupported   an unknown mode
+//   other               the result of the progress function; the rows done so far are drawn
+// Except in the last case the destination is unchanged.
 // Thread-safe for destinations that do not overlap.
 VX_API VX_Err VX_TransferRect(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
                               int32_t field, const M_Rect* rect, const VX_LayerDef* src,
@@ -116,7 +121,7 @@ VX_API VX_Err VX_TransferRect(VX_ProgressInfo* progress, int32_t quality, int32_
                               const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
                               int32_t x, int32_t y, VX_LayerDef* dst);
 
-// The built-in routine of the slot that VX_TransferRect calls.
+// The built-in routine. VX_TransferRect calls it through a slot of the override table.
 VX_API VX_Err VX_TransferRect_S(VX_ProgressInfo* progress, int32_t quality, int32_t flags,
                                 int32_t field, const M_Rect* rect, const VX_LayerDef* src,
                                 const VX_CompositeModePlus* mode,
@@ -128,7 +133,8 @@ VX_API VX_Err VX_TransferRect_S(VX_ProgressInfo* progress, int32_t quality, int3
 //
 //   left       column of the output where the matte begins; may be negative
 //   available  number of pixels of the matte row
-//   what       VX_MaskUse_...; 0 and unknown values write nothing inside the matte
+//   what       VX_MaskUse_...; with VX_MaskUse_Alpha (0) and unknown values, columns inside the
+//              matte are not written
 //   deep       not 0: the rows are VX_Pixel16, else VX_Pixel8
 //
 // Columns outside the matte are set to full scale if bit 0 of `what` is set, else to 0. Returns

@@ -26,7 +26,7 @@ enum : VX_Err {
   VX_ErrNoBMWorld = 513,  // the world is not backed by a host bitmap
   VX_ErrObsolete = 515,   // obsolete routine
   VX_ErrReported = 516,   // an error that was already shown to the user
-  VX_ErrStopped = 517,    // the user asked to stop
+  VX_ErrStopped = 517,    // the progress function stopped the call, usually for the user
 };
 
 // --- pixels --------------------------------------------------------------------------------------
@@ -40,10 +40,10 @@ struct VX_API VX_Pixel8 {  // 0..255
 struct VX_API VX_Pixel16 {  // 0..32768; white is 32768, not 65535
   uint16_t alpha, red, green, blue;
 };
-struct VX_API VX_PixelFloat {  // 0..1 nominal; values outside are preserved
+struct VX_API VX_PixelFloat {  // white is 1.0; values outside 0..1 are preserved
   float alpha, red, green, blue;
 };
-struct VX_API VX_PixelDouble {  // an accumulator; there are no worlds of it
+struct VX_API VX_PixelDouble {  // for sums; worlds do not have this type
   double alpha, red, green, blue;
 };
 
@@ -68,9 +68,9 @@ enum : VX_PixelFormat {
 
 // --- the image descriptor ------------------------------------------------------------------------
 
-// The descriptor that plug-ins hold and fill; also called VX_EffectWorld. The order of the fields
-// is part of the interface. If world_object is null, the depth is the code in bits 24..31 of
-// world_flags: 0, 1, 2 for 8, 16, 32 bits per channel.
+// The image descriptor that plug-ins hold and fill, also called VX_EffectWorld. The order of the
+// fields is part of the interface. If world_object is null, bits 24..31 of world_flags contain the
+// depth code: 0, 1, 2 for 8, 16, 32 bits per channel. Else the object defines the depth.
 struct VX_LayerDef {
   uint32_t reserved_0;
   uint32_t reserved_1;
@@ -83,7 +83,7 @@ struct VX_LayerDef {
   uint32_t reserved_9;
   uint32_t effect_world_stamp;  // 0xAAAABBBB for worlds made for plug-ins
   VX_World* world_object;       // the object of this descriptor; may be null
-  uint32_t aux_pair[2];         // copied, not interpreted
+  uint32_t aux_pair[2];         // data of plug-ins; copied with the descriptor, not interpreted
   BM_World** bm_world;          // the host bitmap that owns the pixels; may be null
   int32_t origin_x;             // position in a larger frame, see VX_World::New
   int32_t origin_y;
@@ -107,7 +107,8 @@ static_assert(sizeof(M_Rect) == 8 && sizeof(M_LRect) == 16);
 // Returns VX_Ok to continue or VX_ErrStopped to stop.
 using VX_ProgressFunc = VX_Err (*)(void* refcon, int32_t step, int32_t final_step);
 
-// A record of the caller. The library reads only the two named fields; their offsets are fixed.
+// The progress record of a caller. The library reads only progress_func and refcon; their offsets
+// are fixed.
 struct VX_ProgressInfo {
   uint32_t host_words_0[4];
   VX_ProgressFunc progress_func;
@@ -124,16 +125,17 @@ static_assert(offsetof(VX_ProgressInfo, progress_refcon) == 96);
 // 8-bit. If there is a world object, returns its depth.
 VX_API int32_t VXp_WorldDepth(const VX_LayerDef* world);
 
-// Stores the depth. Returns VX_Ok.
+// Stores the result of VXp_WorldDepth. Returns VX_Ok.
 VX_API VX_Err VX_GetEffectWorldDepth(const VX_LayerDef* world, int32_t* depth);
 
-// Returns bits per pixel / 4: 8, 16 or 32 for valid bitmaps.
+// Returns the depth of a bitmap, bits per pixel / 4: 8, 16 or 32 for valid bitmaps.
 VX_API int16_t VX_DepthOfBMWorld(BM_World** bitmap);
 
-// Returns VX_ErrBadParameter for a null world or an unsupported depth.
+// Stores the format code of the world's depth. Returns VX_ErrBadParameter for a null world or an
+// unsupported depth.
 VX_API VX_Err VXp_GetPixelFormat(const VX_LayerDef* world, VX_PixelFormat* format);
 
-// Returns VX_ErrBadParameter for an unknown code.
+// Stores the depth of a format code. Returns VX_ErrBadParameter for an unknown code.
 VX_API VX_Err VXp_PixelFormatToDepth(VX_PixelFormat format, int32_t* depth);
 
 // Sets the depth code in world_flags by OR, and bit 0 for 16 bits. The depth bits must be 0 before.

@@ -5,9 +5,11 @@
 // Image buffers as objects.
 //
 // Ownership: a world owns its pixels (a frame of the host's allocator, or a host bitmap) or refers
-// to pixels of another owner. Worlds are destroyed with `delete`. Sizes: 1..30,000 on each axis for
-// created worlds; depth is 8, 16 or 32 bits per channel. Errors: thrown as VX_Err by value (see
-// VX.h). New and NewReference return null if the object itself cannot be allocated. Threads:
+// to pixels of another owner. Worlds are destroyed with `delete`.
+// Sizes: 1..30,000 on each axis for created worlds. The depth is 8, 16 or 32 bits per channel.
+// Errors: thrown as VX_Err by value. New and NewReference return null if the object itself cannot
+// be allocated.
+// Threads: different worlds may be used on different threads.
 // different worlds may be used on different threads.
 
 #include "VX/VX_Types.h"
@@ -19,7 +21,7 @@ class VX_WorldX;
 // Creation flags.
 enum : uint32_t {
   VX_WorldFlag_Clear = 1,   // set all pixels to 0
-  VX_WorldFlag_Deep = 2,    // 16-bit, for callers; ignored: the depth argument decides
+  VX_WorldFlag_Deep = 2,    // ignored: the depth argument decides. Older callers set it for 16 bits
   VX_WorldFlag_BMWorld = 4  // store the pixels in a host bitmap
 };
 
@@ -30,7 +32,7 @@ class VX_API VX_PixelContainerBase : public U_MemTrackedObject {
   // Returns 8, 16 or 32 in the low 16 bits.
   virtual int32_t Depth() const = 0;
 
-  // Bytes per pixel.
+  // Returns the number of bytes per pixel.
   int32_t PixelSize() const { return static_cast<int16_t>(Depth()) / 2; }
 };
 
@@ -48,7 +50,8 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   // Returns true if the world does not own its pixels.
   virtual bool IsReference() const = 0;
 
-  // Areas: null is the whole world. Others are clipped; an empty area does nothing.
+  // In the next calls a null area is the whole world. Other areas are clipped; an empty one changes
+  // nothing.
   virtual void Clear(const M_Rect* area) = 0;
   // Sets all channels outside the area to 0. An area that is empty after clipping clears
   // everything.
@@ -60,8 +63,8 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   // Sets alpha to full scale - alpha.
   virtual void InvertAlpha() = 0;
 
-  // Multiply colour by alpha in place, or the inverse, with black or a colour as matte. They throw
-  // the error of the operation, VX_ErrBadParameter for float worlds.
+  // Multiply colour by alpha in place, or divide it by alpha, against black or against a matte
+  // colour. Throw the error of the operation; for float worlds VX_ErrBadParameter.
   virtual void Premultiply() = 0;
   virtual void Unmultiply() = 0;
   virtual void PremulColor(const VX_Pixel16& color) = 0;
@@ -72,13 +75,13 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   // copied from top to bottom: within one world, copying downwards gives wrong results.
   virtual void CopyRect(const VX_World* source, const M_Rect& rect, int16_t h, int16_t v) = 0;
 
-  // CopyRect between worlds of any two depths. `dither` adds noise when converting to 8 bits.
+  // Like CopyRect, between worlds of any two depths. `dither` adds noise when converting to 8 bits.
   // Progress is polled once per row; its result is thrown if it is not VX_Ok.
   virtual void CopyRectPossiblyDifferentBitdepth(const VX_World* source, const M_Rect& rect,
                                                  bool dither, int16_t h, int16_t v,
                                                  VX_ProgressInfo* progress) = 0;
 
-  // Returns true if memory after the last pixel of an owned frame was overwritten.
+  // Returns true if the guard bytes after the last pixel of an owned frame were overwritten.
   virtual bool SubWorldSafetyGutterHasBeenOverWritten() const = 0;
 
   // Releases ownership of the pixels: the destructor does not free them.
@@ -89,38 +92,38 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   static VX_World* New(int32_t width, int32_t height, int16_t depth, uint32_t flags);
   // Stores the rectangle's left and top in origin_x and origin_y.
   static VX_World* New(const M_LRect& rect, int16_t depth, uint32_t flags);
-  // The same width, height and depth as `model`.
+  // Creates a world of the width, height and depth of `model`.
   static VX_World* NewMatchingWorld(const VX_World* model, uint32_t flags);
 
   static VX_World* NewReference(void* data, int32_t width, int32_t height, int16_t depth,
                                 int32_t rowbytes);
   static VX_World* NewReference(VX_LayerDef* descriptor);
-  // Refers to a part of a world. The rectangle is not checked.
+  // Creates a world that refers to a part of another world. The rectangle is not checked.
   static VX_World* NewReference(VX_World* parent, const M_LRect& rect);
   static VX_World* NewReference(VX_World* parent, const M_Rect& rect);
-  // Refers to a bitmap. The handle is stored, but the bitmap is not disposed with the world.
+  // Creates a world that refers to a bitmap. The bitmap is not disposed with the world.
   static VX_World* NewReference(BM_World** bitmap);
   static VX_World* NewReference(BM_World** bitmap, const M_Rect& area);
 
-  // Makes this world refer to a part of another with the same depth. Owned pixels are freed by the
-  // destructor.
+  // Makes this world refer to a part of another world with the same depth. If this world owns
+  // pixels, they are freed only by its destructor.
   void ReReference(VX_World* parent, const M_LRect& rect);
   void ReReference(VX_World* parent, const M_Rect& rect);
 
-  // Reduces this world to a part of itself. Not for worlds with a host bitmap.
+  // Reduces this world to a part of itself. Not allowed for worlds with a host bitmap.
   void ShrinkToSubRect(const M_Rect& rect);
 
-  // Returns true if this is a reference into the memory of the other world. Compares pointers only.
+  // Returns true if this is a reference and its address is within the memory of the other world.
   bool RefersTo(const VX_World* other) const;
 
   // Copies the whole source to (0, 0).
   void CopyWorld(const VX_World* source);
 
-  // Fills a plug-in's descriptor for this world. Null does nothing.
+  // Stores a descriptor of this world for a plug-in. Null does nothing.
   void FillOutEffectWorld(VX_LayerDef* out);
 
   bool HasBMWorld() const { return bm_world != nullptr; }
-  // Throws VX_ErrNoBMWorld if there is none.
+  // Throws VX_ErrNoBMWorld if the world has no bitmap.
   BM_World** GetBMWorld() const;
 
  protected:
@@ -140,8 +143,9 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
 template <class Pixel>
 class VX_API VX_WorldX : public VX_World {
  public:
-  // A temporary wrapper around a descriptor: copies its fields, owns nothing, allocates nothing.
-  // With `keep_all` all fields are copied, else only size, pixels and flags; others are 0.
+  // Makes a temporary world around a descriptor. Copies the fields of the descriptor, owns nothing
+  // and allocates nothing. With `keep_all` all fields are copied, else only size, pixels and flags,
+  // and the others are 0.
   VX_WorldX(VX_LayerDef* descriptor, bool keep_all);
   // Creates a world that owns its pixels, like VX_World::New.
   VX_WorldX(int32_t width, int32_t height, uint32_t flags);

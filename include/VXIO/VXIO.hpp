@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Files for the C++20 interface of VX/VX.hpp: pictures, and the frames of sequences and clips.
-// Target VX::IO. The rules of VXIO_Picture.h and VXIO_Clip.h hold. Functions throw vx::FileError,
-// whose text names the file and the reason, and vx::Error if the library refuses.
+// Files for the C++20 interface of VX/VX.hpp: pictures, and the frames of sequences and clips. Link
+// the target VX::IO. The rules of VXIO_Picture.h and VXIO_Clip.h apply. Functions throw
+// vx::FileError, whose text contains the file and the reason, and vx::Error for errors of the
+// library.
 //
 //   vx::Picture plate = vx::read("plate.png", {.depth = 16});
 //   vx::composite(plate.image, vx::read("title.png", {.depth = 16}).image, {.at = {40, 20}});
@@ -30,16 +31,16 @@ namespace vx {
 // kind() is VXIO_ErrorKind::Input or Output.
 using FileError = VXIO_Error;
 
-// The profile and the other attributes of a file; carried from one that was read to one that is
-// written.
+// The colour profile and the other attributes of a file. Pass the metadata of the file that was
+// read to the file that is written.
 using Metadata = VXIO_Metadata;
 
 // How the colours of a file with alpha are interpreted.
 enum class AlphaAs {
   file = static_cast<int>(VXIO_AlphaAs::File),  // as the file declares
   straight = static_cast<int>(VXIO_AlphaAs::Straight),
-  premultiplied = static_cast<int>(VXIO_AlphaAs::Premultiplied),  // divided by alpha once
-  ignore = static_cast<int>(VXIO_AlphaAs::Ignore)                 // the picture is opaque
+  premultiplied = static_cast<int>(VXIO_AlphaAs::Premultiplied),  // colours are divided by alpha
+  ignore = static_cast<int>(VXIO_AlphaAs::Ignore)                 // alpha becomes full scale
 };
 
 // --- pictures ------------------------------------------------------------------------------------
@@ -52,7 +53,7 @@ struct Picture {
 };
 
 struct ReadOptions {
-  int32_t depth = 0;  // 8, 16, 32; 0: that of the file
+  int32_t depth = 0;  // of the image: 8, 16, 32; 0: the depth of the file
   AlphaAs alpha = AlphaAs::file;
 };
 
@@ -73,13 +74,13 @@ inline Picture read(const std::filesystem::path& path, const ReadOptions& option
 
 struct WriteOptions {
   Metadata metadata = {};
-  bool grey = false;        // store red alone, as grey, if the format can
-  bool keep_alpha = false;  // store alpha also if every pixel is opaque
-  bool overwrite = true;    // false: an existing file is an error
-  bool strict = false;      // a warning is an error, and nothing is written
+  bool grey = false;        // store the red channel only, as grey, if the format can
+  bool keep_alpha = false;  // store alpha even if every pixel is opaque
+  bool overwrite = true;    // false: throw if the file exists
+  bool strict = false;      // instead of returning a warning, throw and write nothing
 };
 
-// Writes a whole file or nothing (VXIO_Write); the extension decides the format. Returns the
+// Writes a complete file or nothing (VXIO_Write). The extension selects the format. Returns the
 // warnings.
 inline std::vector<std::string> write(const std::filesystem::path& path, AnyConstView picture,
                                       const WriteOptions& options = {}) {
@@ -92,21 +93,21 @@ inline std::vector<std::string> write(const std::filesystem::path& path, AnyCons
 // --- frames --------------------------------------------------------------------------------------
 
 struct Frame {
-  int64_t number = 0;          // in the file name of a sequence; counted from 0 in a clip
-  std::optional<double> time;  // seconds since the start of a clip, if the frame has a time
+  int64_t number = 0;          // the number in the file name; in a clip counted from 0
+  std::optional<double> time;  // seconds since the start of the clip; none without a time stamp
   Picture picture;
 };
 
 // The frames of a sequence, a clip or a single picture, one after another:
 //   for (vx::Frame& frame : vx::frames("shot.####.png")) use(frame.picture.image);
-// Used by one thread at a time. Movable, except while it is iterated over.
+// Used by one thread at a time. May be moved, except during an iteration.
 class Frames {
  public:
   // See vx::frames.
   Frames(const std::filesystem::path& path, const ReadOptions& options)
       : source_(open(path.string())), options_(options) {}
 
-  // The next frame; none after the last one. Throws FileError for a frame that is damaged.
+  // Returns the next frame; none after the last one. Throws FileError for a damaged frame.
   std::optional<Frame> next() {
     if (auto* clip = std::get_if<VXIO_ClipReader>(&source_)) return next_of(*clip);
     return next_of(std::get<Files>(source_));
@@ -129,7 +130,7 @@ class Frames {
    private:
     Frames* frames_;
   };
-  // Continues after the frames that were already returned.
+  // An iteration continues after the frames that were already returned.
   Iterator begin() { return Iterator(this); }
   std::default_sentinel_t end() const { return {}; }
 
@@ -173,9 +174,10 @@ class Frames {
   std::optional<Frame> current_;
 };
 
-// Opens a sequence ("shot.####.png", "shot.%04d.png": the frames on disk in the order of their
-// numbers), a clip, or a picture, which is one frame. Throws FileError for files that are missing
-// or cannot be read, and std::invalid_argument for an impossible pattern.
+// Opens the frames of a sequence, a clip, or a single picture, which counts as one frame. A
+// sequence is given as "shot.####.png" or "shot.%04d.png" and consists of the files that exist, in
+// the order of their numbers. Throws FileError for files that are missing or cannot be read, and
+// std::invalid_argument for an invalid pattern.
 inline Frames frames(const std::filesystem::path& path, const ReadOptions& options = {}) {
   return Frames(path, options);
 }

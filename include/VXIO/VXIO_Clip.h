@@ -3,24 +3,26 @@
 #pragma once
 
 // Reads video clips into worlds, one frame at a time. The rules of VXIO_Picture.h on alpha, size,
-// errors and warnings apply, and:
+// errors and warnings apply. Additional rules:
 //
 //   Frames    Frames are returned as stored, in display order, numbered from 0. A variable frame
-//             rate appears in the times of the frames. Interlaced frames contain both fields. Of
-//             several video streams the default one is read, or the first if none is marked. Sound,
-//             subtitles and cover pictures are ignored.
-//   Colours   Matrix and range as tagged in the stream. Untagged: BT.709 if the height is above
-//             576, else BT.601; limited range for YUV, full range for grey and RGB. Subsampled
-//             chroma is interpolated (bicubic) from its tagged position; untagged: left. Transfer
-//             curve and primaries are not converted: the colours count as sRGB, with a warning if
-//             the tags differ. Unknown tag values are treated as untagged, with a warning.
+//             rate is visible in the times of the frames. Interlaced frames contain both fields. If
+//             there are several video streams, the one marked as default is read, or the first if
+//             none is marked. Sound, subtitles and cover pictures are ignored.
+//   Colours   Matrix and range are used as tagged in the stream. Without tags: BT.709 if the height
+//             is above 576, else BT.601; limited range for YUV, full range for grey and RGB.
+//             Subsampled chroma is interpolated (bicubic) from its tagged position, without a tag
+//             from the left position. Transfer curve and primaries are not converted: the colours
+//             are treated as sRGB, with a warning if the tags differ. Unknown tag values are
+//             treated as missing tags, with a warning.
 //   Depth     Samples of up to 8 bits become 8-bit worlds, deeper samples 16-bit worlds. YUV is
 //             converted to any depth in one step, rounded to nearest; values outside 0..1 are kept
-//             in float worlds and clipped otherwise. RGB and grey samples v of n bits have the
-//             value v / (2^n - 1) and are converted to other depths like those of pictures.
-//   Alpha     Read if the pixel format has it, as straight: no supported format declares whether
-//             colours are multiplied by alpha.
-//   Upright   Quarter turns and reflections of the display matrix are applied; other matrices are
+//             in float worlds and clipped otherwise. A sample v of n bits of RGB or grey has the
+//             value
+//             v / (2^n - 1) and is converted to other depths like samples of pictures.
+//   Alpha     Read if the pixel format has it, as straight alpha, because no supported format
+//             declares whether colours are multiplied by alpha.
+//   Upright   Quarter turns and reflections in the display matrix are applied; other matrices are
 //             ignored with a warning. The pixel aspect ratio is reported but not applied.
 //   Damage    A damaged frame is an error, even if the decoder could conceal the damage; the frames
 //             before it are correct. A Matroska, MOV, MP4, AVI or MXF file that ends before its
@@ -57,12 +59,13 @@ struct VXIO_ClipInfo {
   bool has_alpha = false;
   VXIO_Rational frame_rate;             // average, in frames per second; 0/1 if unknown
   VXIO_Rational pixel_aspect = {1, 1};  // width : height of a displayed pixel
-  // Number of frames as the file declares it, if it does. Exact once a reader has reached the end.
+  // Number of frames as the file declares it; none if it does not. Exact after a reader has reached
+  // the end.
   std::optional<int64_t> frames;
   bool counted = false;            // `frames` is exact
   std::optional<double> duration;  // in seconds, as the file declares
   std::string matrix;              // "bt709", "bt601", ..., "rgb", "grey"
-  bool matrix_tagged = false;      // false: chosen by the rule for untagged colours
+  bool matrix_tagged = false;      // false: chosen by the rules above for missing tags
   bool full_range = false;
   int32_t orientation = 1;  // 1..8 as in EXIF; 1 is upright
 };
@@ -76,9 +79,9 @@ struct VXIO_ClipFrame {
   VXIO_Picture picture;
 };
 
-// Reads a clip from the first frame to the last. To go back, open a new reader. A reader may be
-// used by one thread at a time; several readers of one file are independent. The decoder uses as
-// many threads as VXIO_SetThreads set before the reader was opened.
+// Reads a clip from the first frame to the last. To read an earlier frame again, open a new reader.
+// A reader may be used by one thread at a time; several readers of one file are independent. The
+// decoder uses as many threads as VXIO_SetThreads specified before the reader was opened.
 class VXIO_API VXIO_ClipReader {
  public:
   // Opens the file. Throws VXIO_Error (Input) if it is not a clip, has no video, or its video
@@ -90,12 +93,12 @@ class VXIO_API VXIO_ClipReader {
 
   const VXIO_ClipInfo& info() const;
 
-  // The number of the next frame, if there is one.
+  // The number of the next frame. It may not exist at the end of the clip.
   int64_t position() const;
 
   // Decodes the next frame. Returns nothing after the last one.
   //   depth   8, 16 or 32; 0 for the depth of the clip
-  //   alpha   how to interpret the colours
+  //   alpha   how to interpret the colours, see VXIO_AlphaAs
   // Throws VXIO_Error (Input) with the frame number if the frame is damaged; every later call then
   // throws the same error.
   std::optional<VXIO_ClipFrame> Next(int32_t depth = 0, VXIO_AlphaAs alpha = VXIO_AlphaAs::File);

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Compares two pictures. All four channels are compared as stored, also colours where alpha is 0.
+// Compares two pictures. All four channels are compared as stored, including the colours of
+// transparent pixels.
 
 #include <cstdint>
 
@@ -16,7 +17,7 @@ struct VXIO_ChannelDifference {
 struct VXIO_Comparison {
   bool equal = false;  // all samples are equal; in float -0 equals 0 and NaN equals NaN
   VXIO_ChannelDifference alpha, red, green, blue;
-  double largest = 0;  // over all channels; infinite where only one of two values is NaN
+  double largest = 0;  // over all channels; infinite if a value is NaN in one picture only
   double psnr = 0;     // in decibels over all channels, peak is full scale; infinite if equal
   int64_t different_pixels = 0;
   int32_t x = -1, y = -1;  // first pixel with the largest difference; -1 if equal
@@ -26,5 +27,6 @@ struct VXIO_Comparison {
 VXIO_API VXIO_Comparison VXIO_Compare(const VX_LayerDef& a, const VX_LayerDef& b);
 
 // Returns an opaque picture of the absolute differences, of the same size and depth. Each colour
-// channel is the larger of its own difference and that of alpha. Throws like VXIO_Compare.
+// channel is the larger of its own difference and the difference of alpha. Throws like
+// VXIO_Compare.
 VXIO_API VXIO_WorldPtr VXIO_DifferencePicture(const VX_LayerDef& a, const VX_LayerDef& b);

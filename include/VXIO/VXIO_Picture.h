@@ -9,8 +9,8 @@
 //   Alpha     Worlds have straight alpha. If a file stores colours multiplied by alpha (EXR, some
 //             TIFF and TGA files), they are divided by alpha on reading and multiplied on writing.
 //             A picture without alpha is opaque.
-//   Channels  Channels named R, G, B and A; without these names, by position. Grey is copied to
-//             red, green and blue.
+//   Channels  Channels are assigned by their names R, G, B and A; without these names, by position.
+//             Grey is copied to red, green and blue.
 //   Depth     of the file           world    conversion
 //             8 bits                8-bit    none
 //             10 to 16 bits         16-bit   to the world  (v * 32768 + 32767) / 65535
@@ -20,9 +20,9 @@
 //             16-bit file is converted to and from float worlds without the 16-bit step.
 //   Size      1..30,000 pixels on each axis, checked before memory is allocated.
 //   Upright   The orientation tag of a camera is applied on reading and then removed.
-//   Errors    VXIO_Error with one line of text: the file, and what to do about it. If the library
-//             fails or memory is exhausted, vx::Error.
-//   Warnings  One line each, with the file name: what was lost or guessed. They stop nothing.
+//   Errors    Thrown as VXIO_Error with one line of text: the file, and how to correct the problem.
+//             If the library fails or memory is exhausted, vx::Error is thrown.
+//   Warnings  One line each, with the file name: what was lost or guessed. The operation continues.
 //   Threads   Calls on different files may run concurrently.
 
 #include <cstdint>
@@ -35,7 +35,7 @@
 #include "VX/VX_World.h"
 #include "VX/cpp/Error.hpp"
 
-// Exported from libVXIO; everything else is hidden.
+// Marks what libVXIO exports. All other symbols are hidden.
 #define VXIO_API __attribute__((visibility("default")))
 
 enum class VXIO_ErrorKind { Input, Output };
@@ -52,8 +52,9 @@ class VXIO_API VXIO_Error : public std::runtime_error {
 
 using VXIO_WorldPtr = std::unique_ptr<VX_World>;
 
-// The profile and the other attributes of a file, passed from a picture that was read to one that
-// is written. Copies share the data. A default-constructed object has no attributes.
+// The colour profile and the other attributes of a file. Pass the metadata of the file that was
+// read to the file that is written. Copies share the data. A default-constructed object has no
+// attributes.
 class VXIO_API VXIO_Metadata {
  public:
   struct Impl;
@@ -83,7 +84,7 @@ VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
 // libraries that read clips.
 VXIO_API std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries();
 
-// Returns true if a file is to be read as a picture, false if as a clip. Decided by the first
+// Returns true if the file contains a picture, false if it contains a clip. Decided by the first
 // bytes; if these match neither, by the file name. Throws VXIO_Error (Input) if the file is
 // missing, empty or not a regular file.
 VXIO_API bool VXIO_IsPicture(const std::string& path);
@@ -114,26 +115,26 @@ VXIO_API VXIO_Info VXIO_ReadInfo(const std::string& path);
 // How the colours of a file with alpha are interpreted.
 enum class VXIO_AlphaAs {
   File,           // as the file declares
-  Straight,       // straight, whatever the file declares: unchanged
-  Premultiplied,  // multiplied by alpha, whatever the file declares: divided once
-  Ignore          // unchanged, and the picture is opaque
+  Straight,       // straight, whatever the file declares; colours are not changed
+  Premultiplied,  // multiplied by alpha, whatever the file declares; colours are divided by alpha
+  Ignore          // colours are not changed, and alpha becomes full scale
 };
 
 struct VXIO_Picture {
   VXIO_WorldPtr world;
   VXIO_Metadata metadata;
   bool has_alpha = false;                       // the file has alpha and it was not ignored
-  VXIO_AlphaKind alpha = VXIO_AlphaKind::None;  // as the file declares
+  VXIO_AlphaKind alpha = VXIO_AlphaKind::None;  // the kind of alpha that the file declares
   std::vector<std::string> warnings;
 };
 
 // Reads the first picture of a file.
 //   depth   8, 16 or 32; 0 for the depth of the file
-//   alpha   how to interpret the colours
+//   alpha   how to interpret the colours, see VXIO_AlphaAs
 VXIO_API VXIO_Picture VXIO_Read(const std::string& path, int32_t depth = 0,
                                 VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
-// Reads the header only. Returns what VXIO_Read would, with a null world.
+// Reads the header only. Returns the result of VXIO_Read with a null world.
 VXIO_API VXIO_Picture VXIO_ReadHeader(const std::string& path);
 
 // Returns a copy of the world at another depth, or the same world if it already has that depth.
@@ -155,7 +156,7 @@ enum class VXIO_Clobber { Overwrite, Refuse };
 
 struct VXIO_WriteOptions {
   VXIO_Metadata metadata;
-  // Store the red channel only, as grey. Not available for bmp and dpx.
+  // Store the red channel only, as grey. Ignored for bmp and dpx, which have no grey pictures.
   bool grey = false;
   bool keep_alpha = false;  // store alpha even if every pixel is opaque
   VXIO_Clobber clobber = VXIO_Clobber::Overwrite;
@@ -163,14 +164,14 @@ struct VXIO_WriteOptions {
 };
 
 // Checks an output name before work begins. Throws VXIO_Error (Output) for an unknown extension, a
-// missing or read-only folder, a name of a folder or device, and a file that must not be
-// overwritten.
+// folder that is missing or read-only, a name of a folder or device, and a file that exists
+// although `clobber` is Refuse.
 VXIO_API void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber);
 
 // Writes a complete file or nothing: writes to a temporary name in the same folder, flushes to
-// disk, then renames. Until then, and after any failure, an existing file is unchanged. The
-// extension selects the format. If the format stores less than the world contains, the file gets
-// the format's largest depth and a warning is returned. Returns the warnings.
+// disk, then renames. Until the renaming, and after any failure, an existing file is unchanged. The
+// extension selects the format. If the format cannot store everything that the world contains, the
+// largest depth of the format is used and a warning is returned. Returns the warnings.
 VXIO_API std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
                                              const VXIO_WriteOptions& options);
 
@@ -180,8 +181,9 @@ VXIO_API void VXIO_CheckFile(const std::string& path, VXIO_Clobber clobber);
 VXIO_API void VXIO_WriteText(const std::string& path, const std::string& text);
 
 // Sets the number of threads, including the caller's, for reading or writing one picture or clip.
-// Default: all processors. Useful for programs that read several files concurrently. Do not call
-// during a read or write. Readers of clips that are already open keep their number.
+// The default is the number of processors. Useful for programs that read several files
+// concurrently. Do not call during a read or write. Open readers of clips keep the number with
+// which they were opened.
 VXIO_API void VXIO_SetThreads(int32_t count);
 
 // Installs handlers for SIGINT, SIGTERM, SIGHUP and SIGPIPE that remove the temporary files of this

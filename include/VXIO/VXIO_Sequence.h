@@ -18,15 +18,15 @@ constexpr int64_t VXIO_MostFrames = 5'000'000;  // in one sequence
 
 // A file name with a placeholder for the frame number: "shot.####.png" (one # per digit) or the
 // equivalent "shot.%04d.png"; "shot.%d.png" equals "shot.#.png". Numbers are padded with zeros to
-// that many digits and may be longer: with "####" frame 12345 is "12345", and "00012" does not
-// match. Only the part after the last slash may contain a placeholder.
+// that many digits. Larger numbers have more digits: "####" matches "12345", but not "00012". Only
+// the part after the last slash may contain a placeholder.
 class VXIO_API VXIO_FramePattern {
  public:
-  // Returns true if a name contains at least one placeholder. The constructor accepts exactly one.
+  // Returns true if a name contains one placeholder or more. The constructor accepts exactly one.
   static bool IsPattern(const std::string& name);
 
-  // Throws std::invalid_argument, with one line that names the pattern, if it contains no or
-  // several placeholders, more than 15 digits, or a % form that pads with blanks.
+  // Throws std::invalid_argument, with one line that names the pattern, for no or several
+  // placeholders, for more than 15 digits, or for a % form that pads with blanks.
   explicit VXIO_FramePattern(const std::string& name);
 
   std::string Name(int64_t frame) const;
@@ -50,9 +50,9 @@ class VXIO_API VXIO_FramePattern {
 };
 
 // Parses frame numbers like "1-10,20-40x2,55": single frames, ranges, and ranges with a step after
-// "x" or ":". A range with its end below its start is descending. The order is kept; of repeated
-// numbers only the first counts. Throws std::invalid_argument, with one line of text, for anything
-// else and for more than VXIO_MostFrames frames.
+// "x" or ":". A range whose end is below its start is descending. The order is kept. A repeated
+// number is listed once, at its first position. Throws std::invalid_argument, with one line of
+// text, for any other text and for more than VXIO_MostFrames frames.
 VXIO_API std::vector<int64_t> VXIO_ParseFrames(const std::string& text);
 
 // Formats frame numbers, consecutive ones as ranges: "1-3,7". At most `most` ranges are listed,

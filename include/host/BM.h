@@ -14,7 +14,7 @@
 
 inline constexpr int32_t BM_PKG_VERSION = 31;
 
-// Like U_CheckVersions.
+// See U_CheckVersions.
 VXHOST_API U_Err BM_CheckVersions(uint32_t code, int32_t wanted);
 
 // Channel orders of a bitmap, in memory order.
@@ -32,19 +32,19 @@ struct BM_World {
   void* private_block;     // used by the host only
 };
 
-// Allocates a frame: a block for pixels. "Quiet": a failure is not reported.
+// Allocates a frame: a block of memory for pixels. "Quiet": a failure is not reported.
 //   size   in bytes
 //   zero   always 0
 //   out    receives the frame, at least 8-byte aligned (16 in the embedded host); null if out of
 //          memory
 VXHOST_API void BM_AllocateFrameQuiet(uint64_t size, int32_t zero, void** out);
 
-// Frees a frame of BM_AllocateFrameQuiet. `size` is informative, hosts must not rely on it. Null is
+// Frees a frame of BM_AllocateFrameQuiet. `size` is a hint only; hosts must not rely on it. Null is
 // ignored.
 VXHOST_API void BM_FreeFrame(void* frame, uint64_t size);
 
-// Shows the user that the pixels of such a world could not be allocated. `code` is 4 (out of
-// memory).
+// Reports to the user that the pixels of a world with these properties could not be allocated.
+// `code` is 4 (out of memory).
 VXHOST_API void BM_ReportWorldAllocationFailure(U_Err code, int32_t rowbytes, int32_t width,
                                                 int32_t height, int32_t bits_per_pixel);
 

@@ -5,8 +5,8 @@
 //
 // Engine    The calls from COR_QCE_ProfileFromMemory on use the engine that COR_BindClient bound.
 //           Without one they return QCE_NotAvailable.
-// Errors    Null arguments return QCE_BadArgument unless stated otherwise. On failure `*out` is
-//           unchanged.
+// Errors    For null arguments the calls return QCE_BadArgument unless stated otherwise. On failure
+//           `*out` is unchanged.
 // Threads   Profiles and transforms are immutable and may be shared by any number of threads. Pools
 //           are thread-safe.
 #pragma once
@@ -82,9 +82,10 @@ inline bool operator==(const _t_QCE_ID& a, const _t_QCE_ID& b) {
          a.words[3] == b.words[3];
 }
 
-// Makes a profile from an ICC profile for RGB of class display, input, output or colour space. The
-// bytes are copied; bytes after the size in the header are ignored. If the profile has both lookup
-// tables and primaries with tone curves, the latter are used.
+// Creates a profile object from an ICC profile for RGB, of class display, input, output or colour
+// space. The bytes are copied; bytes after the size in the header are ignored. If the profile
+// contains lookup tables and also primaries with tone curves, the primaries and tone curves are
+// used.
 VXHOST_API QCE_Status COR_QCE_ProfileFromMemory(const void* bytes, size_t size,
                                                 COR_QCE_ProfilePtr* out);
 VXHOST_API QCE_Status COR_QCE_ProfileFromFile(const char* path, COR_QCE_ProfilePtr* out);
@@ -94,38 +95,40 @@ VXHOST_API QCE_Status COR_QCE_ProfileFromFile(const char* path, COR_QCE_ProfileP
 // Every call returns the same profile bytes.
 VXHOST_API QCE_Status COR_QCE_ProfileFromName(const char* name, COR_QCE_ProfilePtr* out);
 
-// Returns the name of a built-in profile; null if index is not below their number.
+// Returns the name of a built-in profile; null if there is none with this index.
 VXHOST_API const char* COR_QCE_BuiltInProfileName(int32_t index);
 
 // Stores the description for display; may be empty.
 VXHOST_API QCE_Status COR_QCE_GetProfileDescription(const COR_QCE_ProfilePtr& profile,
                                                     std::u16string* out);
 
-// Stores the profile in the form of a file.
+// Stores the bytes of the profile as in an ICC file.
 VXHOST_API QCE_Status COR_QCE_GetProfileBytes(const COR_QCE_ProfilePtr& profile,
                                               std::vector<uint8_t>* out);
 
-// Stores the exponent of the green curve (encoded to linear): the exponent itself if the curve is a
-// power, else the least-squares fit to 16 samples from 0.1 to 0.9. A null profile means sRGB.
+// Stores the exponent of the green curve (encoded to linear). If the curve is a power function,
+// this is its exponent; else it is a least-squares fit to 16 samples from 0.1 to 0.9. A null
+// profile means sRGB.
 VXHOST_API QCE_Status COR_QCE_GetToneExponent(const COR_QCE_ProfilePtr& profile, float* out);
 
-// Makes a profile with the same primaries and white point, and identity tone curves.
+// Creates a profile with the same primaries and white point, and identity tone curves.
 VXHOST_API QCE_Status COR_QCE_GetLinearRGBProfile(const COR_QCE_ProfilePtr& profile,
                                                   COR_QCE_ProfilePtr* out);
 
 // ---- Pools --------------------------------------------------------------------------------------
 
-// A pool maps identifiers to profiles. Of profiles with equal identifiers it keeps the first.
+// A pool maps identifiers to profiles. If several profiles have the same identifier, the first is
+// kept.
 VXHOST_API QCE_Status COR_QCE_NewProfilePool(COR_QCE_ProfilePool** out);
 
-// Null is ignored. Also works after COR_ReleaseClient.
+// Frees the pool. Null is ignored. Also works after COR_ReleaseClient.
 VXHOST_API void COR_QCE_DisposeProfilePool(COR_QCE_ProfilePool* pool);
 
 // Stores the identifier of a profile, and adds the profile to the pool. `pool` may be null.
 VXHOST_API QCE_Status COR_QCE_GetProfileID(COR_QCE_ProfilePool* pool,
                                            const COR_QCE_ProfilePtr& profile, _t_QCE_ID* out);
 
-// Stores the profile of the pool with this identifier, the same object on every call.
+// Stores the profile with this identifier. Every call returns the same object.
 VXHOST_API QCE_Status COR_QCE_GetProfileByID(COR_QCE_ProfilePool* pool, const _t_QCE_ID& id,
                                              COR_QCE_ProfilePtr* out);
 
@@ -145,14 +148,14 @@ enum : uint32_t {
   QCE_Format_ArgbFloat = 0x50524746
 };
 
-// Makes a relative colorimetric transform between two profiles, for pixels of one format. White is
-// mapped to white. If both profiles have the same bytes, pixels are unchanged.
+// Creates a relative colorimetric transform between two profiles, for pixels of one format. White
+// is mapped to white. If both profiles have the same bytes, the transform does not change pixels.
 VXHOST_API QCE_Status COR_QCE_NewTransform(const COR_QCE_ProfilePtr& from,
                                            const COR_QCE_ProfilePtr& to, uint32_t format,
                                            COR_QCE_TransformPtr* out);
 
-// A list with one option. QCE_Option_KeepAlpha: value 0 leaves the alpha of `dst` unchanged,
-// another value copies the alpha of `src`.
+// A list with exactly one option, QCE_Option_KeepAlpha. With value 0 the alpha of `dst` is
+// unchanged; with any other value the alpha of `src` is copied.
 inline constexpr uint32_t QCE_Option_KeepAlpha = 0x6B707463;
 struct COR_QCE_Options {
   int32_t count;  // 1
@@ -161,7 +164,7 @@ struct COR_QCE_Options {
 };
 
 // Transforms `count` pixels. `src` and `dst` may be the same row. Both formats must equal the
-// format of the transform. Null options copy alpha.
+// format of the transform. If `options` is null, alpha is copied.
 VXHOST_API QCE_Status COR_QCE_Apply(const COR_QCE_TransformPtr& transform, uint32_t src_format,
                                     const void* src, uint32_t dst_format, void* dst, int32_t count,
                                     const COR_QCE_Options* options);

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// EMUL: the remaining calls of the host's emulation of an older platform.
+// EMUL: calls that hosts keep for compatibility with an older platform.
 #pragma once
 
 #include <cstddef>

@@ -10,7 +10,7 @@
 
 inline constexpr int32_t FILE_PKG_VERSION = 39;
 
-// Like U_CheckVersions.
+// See U_CheckVersions.
 VXHOST_API U_Err FILE_CheckVersions(uint32_t code, int32_t wanted);
 
 // Assigns a type to a file extension. A later call for the same extension replaces the type.

@@ -10,7 +10,7 @@
 
 inline constexpr int32_t LIST_PKG_VERSION = 9;
 
-// Like U_CheckVersions.
+// See U_CheckVersions.
 VXHOST_API U_Err LIST_CheckVersions(uint32_t code, int32_t wanted);
 
 struct LIST_List;
@@ -23,9 +23,9 @@ struct LIST_List;
 VXHOST_API U_Err LIST_New(int32_t kind, int32_t entry_size, int32_t initial, int32_t growth,
                           LIST_List** out);
 
-// Copies an entry into the list, before entry `index`; -1 or the number of entries appends it.
-// Returns bad argument (3) for another index, a null pointer or a locked list; out of memory (4).
-// On failure the list is unchanged.
+// Inserts a copy of `entry` before entry `index`; -1 or the number of entries appends it. Returns
+// bad argument (3) for another index, a null pointer or a locked list; out of memory (4). On
+// failure the list is unchanged.
 VXHOST_API U_Err LIST_Insert(LIST_List* list, int32_t index, const void* entry);
 
 // Returns the number of entries; 0 for null.
@@ -35,7 +35,7 @@ VXHOST_API int32_t LIST_Count(const LIST_List* list);
 // until LIST_Unlock. Returns bad argument (3) for null.
 VXHOST_API U_Err LIST_GetAddress(LIST_List* list, void** out);
 
-// Undoes one LIST_GetAddress. Returns bad argument (3) for null or an unlocked list.
+// Reverses one call of LIST_GetAddress. Returns bad argument (3) for null or an unlocked list.
 VXHOST_API U_Err LIST_Unlock(LIST_List* list);
 
 // Frees the list, also while locked. Null is ignored. Returns 0.

@@ -8,8 +8,8 @@
 
 #include "host/U.h"
 
-// Right and bottom are exclusive. A rectangle with right <= left or bottom <= top is empty. Note
-// that the two types have different orders of fields.
+// Rectangles. Right and bottom are exclusive. A rectangle with right <= left or bottom <= top is
+// empty. Note that the two types have different orders of fields.
 struct M_Rect {
   int16_t top, left, bottom, right;
 };
@@ -18,12 +18,12 @@ struct M_LRect {
   int32_t left, top, right, bottom;
 };
 
-// Horizontal, then vertical.
+// A point: horizontal, then vertical.
 struct M_LPoint {
   int32_t h, v;
 };
 
-// Vertical, then horizontal, unlike M_LPoint.
+// A point: vertical, then horizontal, unlike M_LPoint.
 struct M_Point {
   int16_t v, h;
 };
@@ -36,7 +36,7 @@ struct M_Vector2T {
 
 inline constexpr int32_t M_PKG_VERSION = 18;
 
-// Like U_CheckVersions.
+// See U_CheckVersions.
 VXHOST_API U_Err M_CheckVersions(uint32_t code, int32_t wanted);
 
 // Stores the intersection of a and b in `out`, which may be the address of a or b and must not be
@@ -44,7 +44,7 @@ VXHOST_API U_Err M_CheckVersions(uint32_t code, int32_t wanted);
 VXHOST_API bool M_SectRect(const M_Rect& a, const M_Rect& b, M_Rect* out);
 
 // Stores the smallest rectangle that contains a and b; empty rectangles are ignored. Returns false
-// and stores zeros if both are empty. `out` as in M_SectRect.
+// and stores zeros if both are empty. `out` may be the address of a or b and must not be null.
 VXHOST_API bool M_UnionRect(const M_Rect& a, const M_Rect& b, M_Rect* out);
 
 // Moves the left and right edges inwards by dh, top and bottom by dv; negative values enlarge.
@@ -75,15 +75,16 @@ VXHOST_API M_Vector3 M_TransformVector3(const M_Matrix3& matrix, const M_Vector3
 // Stores the product a b: a is applied first. `out` may be the address of a or b.
 VXHOST_API void M_ConcatMatrix(const M_Matrix3& a, const M_Matrix3& b, M_Matrix3* out);
 
-// Stores the inverse, and in `invertible` whether it exists. If not, `out` is unchanged and nothing
-// is reported. A matrix with entries that are not finite, in itself or its inverse, is not
-// invertible. `out` may be the address of the matrix. Returns bad argument (3) for a null pointer.
+// Stores the inverse in `out`. `invertible` receives whether the inverse exists; if not, `out` is
+// unchanged and nothing is reported. A matrix counts as not invertible if it or its inverse has
+// entries that are not finite. `out` may be the address of the matrix. Returns bad argument (3) for
+// a null pointer.
 VXHOST_API U_Err M_InverseMatrixQuiet(const M_Matrix3& matrix, M_Matrix3* out, bool* invertible);
 
 // Returns whether all entries differ by at most epsilon. NaN differs from everything.
 VXHOST_API bool M_EqualMatrixWithinEpsilon(const M_Matrix3& a, const M_Matrix3& b, double epsilon);
 
-// The most specific type of a matrix, compared without tolerance.
+// The types of matrices. M_GetMatrixType returns the lowest number that fits, without tolerance.
 enum : int32_t {
   M_MatrixType_Identity = 0,
   M_MatrixType_Translation = 1,
@@ -102,7 +103,7 @@ VXHOST_API int32_t M_GetMatrixType(const M_Matrix3& matrix);
 VXHOST_API U_Err M_PrepareFCMD(int32_t one, int32_t zero1, int32_t zero2, uint8_t** mul,
                                uint8_t** div);
 
-// Undoes one M_PrepareFCMD. Extra calls are ignored.
+// Releases the tables of one call of M_PrepareFCMD. Extra calls are ignored.
 VXHOST_API U_Err M_UnprepareFCMD();
 
 // Number of steps of a full turn in the tables of M_PrepareFTrig.
@@ -113,5 +114,5 @@ inline constexpr int32_t M_FTRIG_STEPS = 4096;
 VXHOST_API U_Err M_PrepareFTrig(int32_t one, int32_t zero1, int32_t zero2, int32_t** sine,
                                 int32_t** cosine);
 
-// Undoes one M_PrepareFTrig. Extra calls are ignored.
+// Releases the tables of one call of M_PrepareFTrig. Extra calls are ignored.
 VXHOST_API U_Err M_UnprepareFTrig();

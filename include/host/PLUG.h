@@ -11,20 +11,21 @@
 
 inline constexpr int32_t PLUG_PKG_VERSION = 11;
 
-// Like U_CheckVersions.
+// See U_CheckVersions.
 VXHOST_API U_Err PLUG_CheckVersions(uint32_t code, int32_t wanted);
 
 // A file found by the scan.
 struct PLUG_File;
 
-// Called for each file of the requested type. An error stops the processing of this file only.
+// Called for each file of the requested type. An error does not affect the other files.
 typedef U_Err (*PLUG_FileProc)(PLUG_File* file, void* context);
 
 // Called once after all files.
 typedef U_Err (*PLUG_FinishProc)(void* context);
 
-// Requests callbacks for the scan for modules. They are called when the owner of the host starts
-// the scan, never during this call. A request with equal codes replaces the earlier one.
+// Requests a scan for modules. The callbacks are called when the application starts the scan
+// (embedded host: VXHost_RunPlugScan), never during this call. A request with equal codes replaces
+// the earlier one.
 //   zero       always 0
 //   count      number of codes, at least 1
 //   codes      the routine type, then the file type; copied

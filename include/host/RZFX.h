@@ -10,5 +10,5 @@
 
 inline constexpr int32_t RZFX_PKG_VERSION = 8;
 
-// Like U_CheckVersions.
+// See U_CheckVersions.
 VXHOST_API U_Err RZFX_CheckVersions(uint32_t code, int32_t wanted);

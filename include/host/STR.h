@@ -10,5 +10,5 @@
 
 inline constexpr int32_t STR_PKG_VERSION = 3;
 
-// Like U_CheckVersions.
+// See U_CheckVersions.
 VXHOST_API U_Err STR_CheckVersions(uint32_t code, int32_t wanted);

@@ -31,8 +31,8 @@ inline constexpr int32_t U_CPU_HAS_SSE3 = 4;
 inline constexpr int32_t U_CPU_HAS_SSSE3 = 8;
 inline constexpr int32_t U_CPU_WORDS = 9;
 
-// The processor record, at least U_CPU_WORDS words. Never null; set before main. It must not change
-// while operations run.
+// The processor record, at least U_CPU_WORDS words. The pointer is never null and is valid before
+// main. The words must not change while operations run.
 extern VXHOST_API uint32_t* U_G_CPU_DataP;
 
 // Returns the number of threads that the generic iterator may use, at least 1. Callers allocate
@@ -43,8 +43,8 @@ VXHOST_API int32_t U_GetNumThreads();
 //
 // All calls are thread-safe except Up_ReportError.
 
-// The text that Up_ReportError shows, and its storage. Process-wide and not locked: used only at
-// birth and death, on one thread.
+// The buffer of Up_ReportError: the text that it shows, and its working storage. Shared by the
+// whole process without a lock, so it is used only at birth and death, on one thread.
 extern VXHOST_API int32_t Up_G_err_buf[64];
 extern VXHOST_API char Up_G_buffer[1024];
 
@@ -83,20 +83,20 @@ struct U_ZRef {
   const U_ZEntry* entries;
 };
 
-// Returns the text of entry `index` of the table `zref` (a const U_ZRef*), in the user's language.
-// Null if zref is null or index is not in 0..count-1. Valid as long as the table.
+// Returns the text of entry `index` of the table `zref` (a const U_ZRef*), in the user's language;
+// null if zref is null or index is not in 0..count-1. The text is valid as long as the table.
 VXHOST_API const char* U_ZLookupLStrCache(const void* zref, int32_t index);
 
-// Returns the text after "=" of a string "$$$/key=text", in the user's language. Any other string
-// is returned unchanged; null returns null. Valid as long as the argument.
+// Return the text after "=" of a string "$$$/key=text", in the user's language. Any other string is
+// returned unchanged; for null they return null. The text is valid as long as the argument.
 VXHOST_API const char* U_ZLookup(const char* key);
 VXHOST_API const char* U_ZStringToMBString(const char* key);
 
 // Copies `form` to `buffer`, with ^L1 to ^L9 replaced by values[0] to values[8] in decimal.
 //   size    of the buffer in bytes, including the terminating zero
-//   count   number of values; marks above it are copied unchanged
-// Returns bad argument (3) if the result does not fit or a pointer is null; the buffer then holds
-// "".
+//   count   number of values; placeholders with a higher number are copied unchanged
+// Returns bad argument (3) if the result does not fit or a pointer is null; the buffer then
+// contains "".
 VXHOST_API U_Err U_SubString(char* buffer, size_t size, const char* form, const int32_t* values,
                              int32_t count);
 
@@ -130,19 +130,19 @@ VXHOST_API void* U_AllocatePtrClear(uint32_t check, const char* label, size_t si
 VXHOST_API void U_FreePtr(void* block);
 
 // Allocates a handle: a pointer to the pointer to a 16-byte aligned block. Returns null if out of
-// memory. Size 0 is valid. The block does not move during a read.
+// memory. Size 0 is valid. The block does not move while it is in use.
 VXHOST_API void** U_AllocateHandle(uint32_t check, const char* label, size_t size);
 VXHOST_API void** U_AllocateHandleClear(uint32_t check, const char* label, size_t size);
 
 // Frees a handle and its block. Null is ignored.
 VXHOST_API void U_FreeHandle(void** handle);
 
-// Tries to allocate something. Returns 0 on success.
+// An attempt to allocate something. Returns 0 on success.
 typedef U_Err (*U_PurgeProc)(void* context);
 
-// Calls `callback`. If it fails, asks the host to free about `size` bytes and calls it once more.
-// Returns 0 on success, out of memory (4) if both calls failed, bad argument (3) if callback is
-// null. Exceptions of the callback propagate.
+// Calls `callback`. If it fails, requests the host to free about `size` bytes and calls it once
+// more. Returns 0 on success, out of memory (4) if both calls failed, bad argument (3) if callback
+// is null. Exceptions of the callback propagate.
 VXHOST_API U_Err U_PurgeLoop(int64_t size, int32_t flags, U_PurgeProc callback, void* context);
 
 // Informs the host of memory that is allocated (positive) or freed (negative) by other means.

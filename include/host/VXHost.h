@@ -3,9 +3,9 @@
 //
 // Settings of the embedded host, libVXHost. Only for programs that use the embedded host.
 //
-// Unless stated otherwise, change settings only while no operation of the library runs: they are
-// read without a lock. Callbacks must not throw; they run on the thread that caused them. Settings
-// remain until the process ends.
+// Settings are read without a lock, so change them only while no operation of the library runs,
+// unless stated otherwise. Callbacks must not throw. They are called on the thread on which the
+// event occurs. Settings remain until the process ends.
 #pragma once
 
 #include <cstddef>
@@ -27,10 +27,10 @@ struct VXHost_Allocator {
 
 // Sets the allocator of frames (BM_AllocateFrameQuiet). Its blocks must be 8-byte aligned; those of
 // the default allocator are 16-byte aligned. Null restores the default. Call it while no frame
-// exists: a frame is freed with the allocator that is set at that moment.
+// exists, because a frame is freed with the allocator that is set at that time.
 VXHOST_API void VXHost_SetFrameAllocator(const VXHost_Allocator* allocator);
 
-// Sets the allocator of everything else: blocks, handles, objects, bitmaps, lists. Its blocks must
+// Sets the allocator of all other memory: blocks, handles, objects, bitmaps, lists. Its blocks must
 // be 16-byte aligned. Null restores the default. Call it while none of these exist.
 VXHOST_API void VXHost_SetAllocator(const VXHost_Allocator* allocator);
 
@@ -43,7 +43,7 @@ struct VXHost_Memory {
 };
 VXHOST_API VXHost_Memory VXHost_GetMemory();
 
-// Counts of begun and not yet ended pairs of calls.
+// For each pair of calls, the number of first calls minus the number of second calls.
 struct VXHost_Pairs {
   int32_t byte_tables;   // M_PrepareFCMD minus M_UnprepareFCMD
   int32_t trig_tables;   // M_PrepareFTrig minus M_UnprepareFTrig
@@ -61,8 +61,8 @@ VXHOST_API int64_t VXHost_GetCacheBudget();
 
 // ---- Processor and threads ----------------------------------------------------------------------
 
-// Overrides the processor record of U_G_CPU_DataP, or restores that of this machine. Call it before
-// VX_Birth, which selects routines by it.
+// Overrides the processor record of U_G_CPU_DataP, or restores the record of this machine. Call
+// these before VX_Birth, which selects routines by the record.
 VXHOST_API void VXHost_SetProcessor(const uint32_t (&words)[U_CPU_WORDS]);
 VXHOST_API void VXHost_ResetProcessor();
 
@@ -98,15 +98,15 @@ VXHOST_API void VXHost_SetLogSink(VXHost_LogSink sink, void* context);
 VXHOST_API void VXHost_SetModuleFolders(const std::vector<std::string>& folders);
 VXHOST_API std::vector<std::string> VXHost_GetModuleFolders();
 
-// Runs the scans requested by PLUG_InstallScan, in the order of the requests. Each regular file in
-// the module folders whose type (see FILE_AddExtensionMap) equals the scan's last code is passed to
-// its per-file callback, in the order of names; then the finish callback is called. Folders that
-// cannot be read are reported and skipped. Errors of callbacks do not stop the scan; the first one
-// is returned. Call it once after VX_Birth.
+// Runs the scans requested by PLUG_InstallScan, in the order of the requests. A scan calls its
+// per-file callback for each regular file in the module folders whose type (see
+// FILE_AddExtensionMap) equals the scan's last code, in the order of names. Then it calls its
+// finish callback. Folders that cannot be read are reported and skipped. Errors of callbacks do not
+// stop the scan; the first one is returned. Call it once after VX_Birth.
 VXHOST_API U_Err VXHost_RunPlugScan();
 
 // Returns the table of a registered suite; null if there is none. `members` receives the number of
-// its functions; may be null.
+// its functions and may be null.
 VXHOST_API const void* VXHost_FindSuite(const char* name, int32_t version, int32_t* members);
 
 struct VXHost_Suite {

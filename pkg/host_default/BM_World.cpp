@@ -16,7 +16,7 @@ U_Err BM_NewWorld(int32_t, int32_t, const M_Rect& area, int32_t bits_per_pixel, 
   if (width <= 0 || height <= 0) return 3;
   if (bits_per_pixel != 32 && bits_per_pixel != 64 && bits_per_pixel != 128) return 3;
 
-  // At most 65,535 pixels of 16 bytes: rowbytes fits in 32 bits, the size of the bitmap may not.
+  // Width and height are at most 65,535, so rowbytes fits 32 bits; the size of the bitmap may not.
   const int32_t rowbytes = (width * (bits_per_pixel / 8) + 15) & ~15;
   const size_t bytes = static_cast<size_t>(rowbytes) * static_cast<size_t>(height);
   BM_World** handle =

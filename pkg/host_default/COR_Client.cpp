@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The client layer. Each call looks up its procedure in the bound engine, by its own name. There is
-// no table of procedures, so binding and releasing need no lock.
+// The client layer. Each call looks up the engine's procedure of the same name. The addresses are
+// not cached in a table, so binding and releasing need no lock.
 
 #include <atomic>
 
@@ -13,7 +13,7 @@ namespace {
 
 constinit std::atomic<COR_AddressProc> bound{nullptr};
 
-// The last engine that was bound, for objects that outlive the binding (pools).
+// The engine that was bound last. Pools may be disposed after the engine was released, and use it.
 constinit std::atomic<COR_AddressProc> latest{nullptr};
 
 template <class Proc>
@@ -21,7 +21,7 @@ Proc* Find(COR_AddressProc engine, const char* name) {
   return engine ? reinterpret_cast<Proc*>(engine(name)) : nullptr;
 }
 
-// Calls the engine's procedure `name`. The first argument gives its type only.
+// Calls the engine's procedure `name`. The first argument only determines its type.
 template <class... Parameters, class... Arguments>
 QCE_Status Call(QCE_Status (*)(Parameters...), const char* name, Arguments&&... arguments) {
   using Proc = QCE_Status(Parameters...);

@@ -9,22 +9,22 @@
 
 namespace host {
 
-// Finds, without a power function per pixel, the code 0..last of a channel whose encoded value is
-// nearest to a linear value ("light").
+// For a linear value ("light"), finds the code 0..last of a channel whose encoded value is nearest.
+// Does not compute a power per pixel.
 class Codes {
  public:
   Codes(const ToneCurve& curve, uint32_t last);
 
-  // Linear values up to that of code 0 give 0, values above that of the last code give the last
-  // code.
+  // A linear value at or below that of code 0 gives 0. A linear value above that of the last code
+  // gives the last code.
   uint32_t Nearest(float light) const;
 
  private:
   static constexpr uint32_t kCells = 4096;
 
   float black_;
-  std::vector<float> bounds_;     // light of code + 1/2 for all codes but the last, ascending
-  std::vector<uint32_t> starts_;  // number of bounds at or below the start of each cell
+  std::vector<float> bounds_;     // light of code + 1/2 for all codes except the last, ascending
+  std::vector<uint32_t> starts_;  // by interval of light: the number of bounds up to its start
 };
 
 }  // namespace host

@@ -1,9 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Tables are evaluated and inverted here instead of by Little CMS, which rounds both sides of a
-// table to 16 bits and inverts it at 4096 positions. Near black, where a power curve is steep, this
-// would cause errors above one 8-bit code.
+// Curves given by a table are evaluated and inverted here, not by Little CMS. It rounds both sides
+// of a table to 16 bits and inverts it at 4096 positions. Near black, where a power curve is steep,
+// this would cause errors of more than one 8-bit code.
 
 #include "COR_Curve.h"
 
@@ -41,7 +41,8 @@ float PositionInTable(const std::vector<uint16_t>& rising, float linear) {
   return static_cast<float>(position / static_cast<double>(rising.size() - 1));
 }
 
-// Little CMS clamps at 1e22. Above kLargest, a formula would exceed the range of floats.
+// Evaluates a curve given by a formula. Above kLargest returns the value itself: the formula would
+// exceed the range of floats, and Little CMS clamps at 1e22.
 float Formula(const cmsToneCurve* curve, float value) {
   constexpr float kLargest = 1e20f;
   return value > kLargest ? value : cmsEvalToneCurveFloat(curve, value);
@@ -68,7 +69,7 @@ ToneCurve::ToneCurve(const LcmsContext& context, const cmsToneCurve* curve)
     rising_ = table_;
     for (size_t i = 1; i < rising_.size(); ++i) rising_[i] = std::max(rising_[i], rising_[i - 1]);
   }
-  // A range of less than one 8-bit code between black and white is rejected.
+  // A curve is rejected if white is less than one 8-bit code above black.
   Require(ToLinear(1) - ToLinear(0) >= 1.0f / 255, QCE_BadCurve);
   const double exponent = Exponent();
   Require(exponent > 0 && exponent < std::numeric_limits<float>::max(), QCE_BadCurve);
@@ -94,9 +95,9 @@ cmsInt32Number ToneCurve::Type() const {
   return table_.empty() ? cmsGetToneCurveParametricType(forward_.get()) : 0;
 }
 
-// The parameters are, by type: 1: g; 2: g a b; 3: g a b c; 4: g a b c d; 5: g a b c d e f. All
-// types evaluate (a x + b) ^ g, types 4 and 5 only for x >= d; c (type 3) and e (type 5) are
-// offsets.
+// The parameters p[0], p[1], ... by type: 1: g; 2: g a b; 3: g a b c; 4: g a b c d; 5: g a b c d e
+// f. All types evaluate (a x + b) ^ g, types 4 and 5 only for x >= d; c (type 3) and e (type 5) are
+// offsets that are added.
 bool ToneCurve::IsPurePower() const {
   if (Type() <= 1) return Type() == 1;
   const double* p = cmsGetToneCurveParams(forward_.get());
@@ -114,9 +115,8 @@ bool ToneCurve::operator==(const ToneCurve& other) const {
                     cmsGetToneCurveParams(other.forward_.get()));
 }
 
-// Gauss-Newton iteration, starting with the exponent that fits best in logarithms. The start value
-// is returned if the iteration does not improve it, or if it shows that the curve does not
-// increase.
+// Gauss-Newton iteration. The start value is the best fit of logarithms. It is also the result if
+// the iteration does not improve it or shows that the curve does not increase.
 double ToneCurve::FittedExponent() const {
   std::array<double, 16> x, y;
   double product = 0, square = 0;

@@ -10,7 +10,7 @@
 
 namespace host {
 
-// Curves given by a formula are extended above white, curves given by a table are clamped there.
+// Above white, curves given by a formula are extended and curves given by a table are clamped.
 // Negative values are mirrored; NaN is preserved. Thread-safe.
 class ToneCurve {
  public:
@@ -20,8 +20,8 @@ class ToneCurve {
 
   float ToLinear(float stored) const;
 
-  // Returns the stored value for a linear value. If the linear value is that of a constant segment
-  // of the curve, returns the end of the segment. Decreasing segments are treated as constant.
+  // Returns the stored value for a linear value. If the curve is constant at the linear value,
+  // returns the end of the constant segment. Decreasing segments are treated as constant.
   float ToStored(float linear) const;
 
   // Returns the exponent of the conversion from encoded to linear values.

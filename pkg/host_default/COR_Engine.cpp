@@ -27,7 +27,7 @@ COR_QCE_ProfilePtr MakeProfile(const std::vector<uint8_t>& bytes) {
 
 class File {
  public:
-  // O_NONBLOCK: opening a pipe does not wait for its other end.
+  // With O_NONBLOCK, opening a pipe does not wait for a writer.
   explicit File(const char* path) : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
   ~File() {
     if (descriptor_ >= 0) close(descriptor_);
@@ -46,7 +46,7 @@ class File {
     while (done < bytes.size()) {
       const ssize_t got = read(descriptor_, bytes.data() + done, bytes.size() - done);
       Require(got >= 0, QCE_CannotRead);
-      if (got == 0) break;  // the file was truncated meanwhile
+      if (got == 0) break;  // another process has truncated the file meanwhile
       done += static_cast<size_t>(got);
     }
     bytes.resize(done);
@@ -167,7 +167,7 @@ struct Entry {
   void* address;
 };
 
-// Makes the entry of a procedure, which must have the type of `call`.
+// Returns the table entry of a procedure. `call` only checks the type of the procedure.
 template <class Proc>
 Entry EntryOf(Proc* /*call*/, const char* name, Proc* procedure) {
   return {name, reinterpret_cast<void*>(procedure)};

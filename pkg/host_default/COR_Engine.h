@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The interface of client and engine. For each call of host/COR.h from COR_QCE_ProfileFromMemory
-// on, the engine has a procedure of that name and type, which does not throw.
+// The interface between client layer and engine. For each call of host/COR.h from
+// COR_QCE_ProfileFromMemory on, the engine has a procedure of the same name and type, which does
+// not throw.
 
 #include <cstdint>
 #include <iterator>
@@ -12,7 +13,7 @@
 
 namespace host {
 
-// The name of a procedure int32_t() that returns the version of the engine's procedures.
+// The name of a procedure of type int32_t() that returns the version of the engine's interface.
 inline constexpr char kInterfaceVersionName[] = "COR_InterfaceVersion";
 inline constexpr int32_t kInterfaceVersion = 2;
 

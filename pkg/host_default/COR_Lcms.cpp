@@ -14,14 +14,14 @@ using Usage = host::LcmsContext::Usage;
 
 constexpr size_t kReserve = size_t{128} << 10;
 
-// Precedes each block.
+// Stored before each block.
 struct alignas(16) Header : host::LcmsContext::Link {
   size_t size;
   bool of_reserve;
 };
 
-// The usage of the context that this thread is constructing, which is not yet stored in the
-// context.
+// The memory usage of the context that this thread is constructing. Little CMS allocates before the
+// usage can be stored in the context.
 thread_local Usage* under_construction = nullptr;
 
 void* Allocate(cmsContext context, cmsUInt32Number size) {
@@ -30,7 +30,7 @@ void* Allocate(cmsContext context, cmsUInt32Number size) {
   if (size > usage->largest_block) return nullptr;
   const size_t whole =
       (sizeof(Header) + size + alignof(Header) - 1) / alignof(Header) * alignof(Header);
-  // Cleared, because Little CMS reads the ends of texts that it has not written.
+  // Cleared, because Little CMS reads the last bytes of texts without having written them.
   void* block = host::AllocateBlockClear("COR", whole);
   const bool of_reserve = !block;
   if (of_reserve) {

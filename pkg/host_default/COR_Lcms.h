@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Little CMS for the engine: without messages, using the host's memory, with a limit on block
-// sizes.
+// Little CMS as the engine uses it: without log messages, with the host's memory, and with a limit
+// on the size of blocks.
 //
-// Inside the engine a failure is a thrown QCE_Status or std::bad_alloc; Guarded converts it to the
-// status of the call.
+// Inside the engine a failure is thrown as a QCE_Status or std::bad_alloc; Guarded converts it to
+// the status of the call.
 
 #include <lcms2.h>
 #include <lcms2_plugin.h>
@@ -18,9 +18,10 @@
 
 namespace host {
 
-// May be used by one thread at a time. Little CMS does not handle failed allocations of small
-// blocks. Therefore each context has a reserve for them, and the next call of Check throws. All
-// blocks that are left, for example after an invalid file, are freed with the context.
+// A context of Little CMS, used by one thread at a time. Little CMS does not handle failed
+// allocations of small blocks. Therefore each context has reserve memory for small blocks, and the
+// next call of Check throws. Blocks that Little CMS does not free, for example after an invalid
+// file, are freed with the context.
 class LcmsContext {
  public:
   // Allocations above `largest_block` bytes fail.
@@ -31,10 +32,10 @@ class LcmsContext {
 
   cmsContext get() const { return context_; }
 
-  // Throws std::bad_alloc if an allocation has failed since the context was made.
+  // Throws std::bad_alloc if an allocation has failed since the context was created.
   void Check() const;
 
-  // The same; also throws `status` if `made` is null or false. Returns `made`.
+  // Like Check above; also throws `status` if `made` is null or false. Returns `made`.
   template <class Result>
   Result Check(Result made, QCE_Status status = QCE_OutOfMemory) const {
     Check();
@@ -42,7 +43,7 @@ class LcmsContext {
     return made;
   }
 
-  // Frees the reserve: from here on the context must not allocate.
+  // Frees the reserve. The context must not allocate afterwards.
   void Finish();
 
   struct Link {

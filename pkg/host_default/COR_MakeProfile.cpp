@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Makes profiles: the built-in ones, and linear counterparts.
+// Creates profiles: the built-in ones, and the linear counterpart of a profile.
 
 #include <strings.h>
 
@@ -22,9 +22,9 @@ constexpr cmsCIExyYTRIPLE kP3 = {{0.680, 0.320, 1}, {0.265, 0.690, 1}, {0.150, 0
 constexpr cmsCIExyYTRIPLE kRomm = {{0.7347, 0.2653, 1}, {0.1596, 0.8404, 1}, {0.0366, 0.0001, 1}};
 
 constexpr cmsInt32Number kPower = 1;        // parameters: exponent
-constexpr cmsInt32Number kPowerAndToe = 4;  // ((x + offset) / scale) ^ exponent, below d: c x
+constexpr cmsInt32Number kPowerAndToe = 4;  // ((x + offset) / scale) ^ exponent; below x = d: c x
 
-// Parameters g a b c d: the curve is (a x + b) ^ g for x >= d, else c x.
+// A tone curve. With kPowerAndToe the parameters are g a b c d: (a x + b) ^ g for x >= d, else c x.
 struct Curve {
   cmsInt32Number type;
   double parameters[5];
@@ -55,7 +55,8 @@ void WriteText(const LcmsContext& context, cmsHPROFILE profile, cmsTagSignature 
   context.Check(cmsWriteTag(profile, tag, list.get()));
 }
 
-// Converts the profile to a file. The date is fixed, so that equal profiles have equal bytes.
+// Returns the profile as the bytes of a file. The date is fixed, so that equal profiles have equal
+// bytes.
 std::vector<uint8_t> Serialise(const LcmsContext& context, cmsHPROFILE profile) {
   constexpr size_t kDateOffset = 24;
   constexpr uint8_t kDate[12] = {2026 >> 8, 2026 & 255, 0, 1, 0, 1};

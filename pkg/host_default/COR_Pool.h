@@ -8,7 +8,7 @@
 
 #include "host/COR.h"
 
-// The profiles of a pool, with a lock.
+// The profiles of a pool. A mutex makes it thread-safe.
 class COR_QCE_ProfilePool {
  public:
   // Adds `profile` unless the pool contains one with this identifier.

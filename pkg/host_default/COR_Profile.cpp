@@ -15,8 +15,8 @@ constexpr cmsTagSignature kPrimaryTags[] = {cmsSigRedColorantTag, cmsSigGreenCol
                                             cmsSigBlueColorantTag};
 constexpr cmsTagSignature kCurveTags[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
 
-// The largest block that a profile of this size needs: a copy of its bytes, or a text in 32-bit
-// characters.
+// Returns the largest block that Little CMS may allocate for a profile of this size: a copy of its
+// bytes, or a text in 32-bit characters.
 constexpr size_t LargestBlock(size_t size) { return (size_t{1} << 20) + 4 * size; }
 
 uint32_t WordAt(const uint8_t* bytes, size_t offset) {
@@ -40,7 +40,7 @@ size_t CheckedSize(const uint8_t* bytes, size_t size) {
   return claim;
 }
 
-// Returns whether the tag table contains `tag`, at any offset.
+// Returns whether the tag table contains `tag`, whatever its offset is.
 bool NamesTag(const std::vector<uint8_t>& bytes, cmsTagSignature tag) {
   constexpr size_t kEntryBytes = 12;
   const size_t room = (bytes.size() - kHeaderBytes - 4) / kEntryBytes;
@@ -51,7 +51,7 @@ bool NamesTag(const std::vector<uint8_t>& bytes, cmsTagSignature tag) {
   return false;
 }
 
-// Converts a description, which may contain anything, to valid UTF-16 up to the first zero.
+// Converts a description to valid UTF-16, up to the first zero. The input may contain anything.
 // Depending on its version, Little CMS returns characters or UTF-16 units.
 std::u16string CleanUtf16(const std::vector<wchar_t>& units) {
   std::u16string text;
@@ -113,7 +113,7 @@ void COR_QCE_Profile::ReadCurves(cmsHPROFILE profile) {
   }
 }
 
-// A missing or invalid description is not an error.
+// Reads the description. If it is missing or invalid, it stays empty; this is not an error.
 void COR_QCE_Profile::ReadDescription(cmsHPROFILE profile) {
   const cmsUInt32Number bytes =
       cmsGetProfileInfo(profile, cmsInfoDescription, "en", "US", nullptr, 0);

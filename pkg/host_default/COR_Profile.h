@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A profile: its bytes, and what the engine reads from them.
+// A profile: its bytes, and the data that the engine reads from them.
 
 #include <array>
 #include <string>
@@ -11,8 +11,8 @@
 #include "COR_Curve.h"
 #include "COR_Lcms.h"
 
-// Immutable. If a profile has lookup tables as well as primaries and tone curves, only the latter
-// are used, because they can be made linear.
+// Immutable. If a profile contains lookup tables and also primaries with tone curves, the tables
+// are ignored, because only primaries and curves can be converted to a linear counterpart.
 class COR_QCE_Profile {
  public:
   // Throws the statuses of COR_QCE_ProfileFromMemory. Bytes after the size in the header are
@@ -25,8 +25,8 @@ class COR_QCE_Profile {
   bool IsLinear() const;
   _t_QCE_ID Id() const;
 
-  // Column c is the XYZ of primary c relative to the D50 white of profiles. The matrix is regular,
-  // and white is positive in all three rows.
+  // Column c is the XYZ of primary c, relative to the D50 white of ICC profiles. The matrix is
+  // invertible, and the sum of each row is positive.
   const cmsMAT3& primaries() const { return primaries_; }
 
  private:
@@ -43,11 +43,11 @@ class COR_QCE_Profile {
 
 namespace host {
 
-// Returns a built-in profile as bytes; empty for an unknown name.
+// Returns the bytes of a built-in profile; empty for an unknown name.
 std::vector<uint8_t> MakeBuiltInProfile(const char* name);
 const char* BuiltInProfileName(int32_t index);
 
-// Returns a profile with the same primaries and white point and identity curves, as bytes.
+// Returns the bytes of a profile with the same primaries and white point, and identity curves.
 std::vector<uint8_t> MakeLinearProfile(const COR_QCE_Profile& profile);
 
 }  // namespace host

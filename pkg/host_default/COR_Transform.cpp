@@ -11,7 +11,7 @@
 
 namespace {
 
-// White is 32768 in 16-bit pixels and 65535 in the engine.
+// Full scale of 16-bit pixels (kWhite16) and of the engine (kFull16).
 constexpr uint32_t kWhite16 = 32768, kFull16 = 65535;
 
 uint32_t ToEngine(uint32_t value, uint32_t white, uint32_t full) {
@@ -20,7 +20,7 @@ uint32_t ToEngine(uint32_t value, uint32_t white, uint32_t full) {
 
 }  // namespace
 
-// Conversion between the channels of a format and light (linear values).
+// The conversions between the channels of a format and linear values ("light").
 
 struct COR_QCE_Transform::Bytes {
   using Channel = uint8_t;
@@ -75,12 +75,13 @@ COR_QCE_Transform::COR_QCE_Transform(const COR_QCE_ProfilePtr& from, const COR_Q
   if (is_identity_) return;
   if (!same_primaries_) MultiplyMatrices();
   if (format == QCE_Format_Argb8) Tabulate(255, 255);
-  // Most transforms to a linear profile convert one row of greys only, so no table is made.
+  // No table for linear targets: most of these transforms convert only one row of greys.
   if (format == QCE_Format_Argb16 && !to->IsLinear()) Tabulate(kWhite16, kFull16);
 }
 
-// The white of a profile is the sum of its primaries, which rounding in the file moves away from
-// D50. The difference is scaled away so that white stays white and greys stay grey.
+// Computes the product of the matrices. The white of a profile is the sum of its primaries, and
+// rounding in the file moves it away from D50. The rows are scaled to compensate for this, so that
+// white stays white and greys stay grey.
 void COR_QCE_Transform::MultiplyMatrices() {
   const cmsMAT3& from = from_->primaries();
   const cmsMAT3& to = to_->primaries();
@@ -120,7 +121,7 @@ void COR_QCE_Transform::Tabulate(uint32_t white, uint32_t full) {
   }
 }
 
-// Rounding the sums to float removes small deviations from exact white and grey.
+// Rounding the sums to float removes small deviations from exact white and greys.
 COR_QCE_Transform::Light COR_QCE_Transform::ToTarget(const Light& light) const {
   Light target;
   for (size_t row = 0; row < 3; ++row) {

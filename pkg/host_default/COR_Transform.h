@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// A transform between profiles: the curves of the first, the product of both matrices, the inverse
-// curves of the second.
+// A transform between two profiles: the tone curves of the first, the product of both matrices, the
+// inverse tone curves of the second.
 
 #include <array>
 #include <memory>
@@ -40,8 +40,8 @@ class COR_QCE_Transform {
   bool same_primaries_;
   std::array<std::array<double, 3>, 3> matrix_ = {};
 
-  // Tables for integer formats: the light of each value, and the codes of the target. Channels with
-  // equal curves share a table. Null if pixels are computed individually.
+  // Tables for integer formats: the linear value of each source value, and the target codes.
+  // Channels with equal curves share a table. Null if each pixel is computed.
   std::array<std::shared_ptr<const std::vector<float>>, 3> light_;
   std::array<std::shared_ptr<const host::Codes>, 3> codes_;
 };

@@ -16,7 +16,7 @@ struct Map {
   std::map<std::string, uint32_t> types;
 };
 
-// Never destroyed, so that it is valid after main.
+// The map is never destroyed, so that it is valid after main.
 Map& TheMap() {
   static Map& map = *new Map;
   return map;

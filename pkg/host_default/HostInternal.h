@@ -12,12 +12,12 @@
 
 namespace host {
 
-// Allocates a 16-byte aligned block with the general allocator; it is counted in VXHost_GetMemory.
-// Returns null if out of memory and logs `label` (may be null) and size.
+// Allocates a 16-byte aligned block with the general allocator and counts it for VXHost_GetMemory.
+// If out of memory, logs `label` (may be null) and the size, and returns null.
 void* AllocateBlock(const char* label, size_t size);
 void* AllocateBlockClear(const char* label, size_t size);
 
-// Null is ignored.
+// Frees a block. Null is ignored.
 void FreeBlock(void* block);
 
 // Sends a report to the sink, or to the list of the calling thread. Null text is treated as empty.
@@ -29,7 +29,8 @@ void Log(int32_t level, const char* component, const char* event, const char* te
 // Returns whether the extension of the file name has this type.
 bool FileNameHasType(const char* name, uint32_t type);
 
-// A counter of begun and not yet ended pairs; extra ends are ignored. Thread-safe.
+// For pairs of calls: the number of begins minus the number of ends. Extra ends are ignored.
+// Thread-safe.
 class PairCount {
  public:
   void Begin() { ++count_; }

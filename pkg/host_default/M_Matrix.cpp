@@ -39,9 +39,9 @@ void M_ConcatMatrix(const M_Matrix3& a, const M_Matrix3& b, M_Matrix3* out) {
   *out = product;
 }
 
-// Divides the cofactors by the determinant. For affine matrices, the determinant is computed from
-// the same two products as the last cofactor, so that the third column of the inverse is exactly 0,
-// 0, 1.
+// The inverse is the matrix of cofactors divided by the determinant. For affine matrices, the
+// determinant and the last cofactor are computed from the same two products, so that the third
+// column of the inverse is exactly 0, 0, 1.
 U_Err M_InverseMatrixQuiet(const M_Matrix3& matrix, M_Matrix3* out, bool* invertible) {
   if (!out || !invertible) return 3;
   const double* m = matrix.m;
@@ -53,7 +53,7 @@ U_Err M_InverseMatrixQuiet(const M_Matrix3& matrix, M_Matrix3* out, bool* invert
                      c01, m[0] * m[8] - m[2] * m[6], m[2] * m[3] - m[0] * m[5],  //
                      c02, m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3]}};
   for (double& entry : inverse.m) entry /= determinant;
-  // With an infinite determinant all entries would be 0.
+  // An infinite determinant is rejected, because the quotients would all be 0.
   *invertible =
       AllFinite(matrix) && std::isfinite(determinant) && determinant != 0 && AllFinite(inverse);
   if (*invertible) *out = inverse;

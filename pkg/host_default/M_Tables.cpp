@@ -29,7 +29,7 @@ constexpr ByteTables MakeByteTables() {
   return tables;
 }
 
-// In read-only memory, so that a client that writes to them crashes at once.
+// The tables are in read-only memory, so that a write by a client crashes immediately.
 constexpr ByteTables kBytes = MakeByteTables();
 
 struct TrigTables {

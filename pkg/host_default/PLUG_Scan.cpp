@@ -29,7 +29,7 @@ struct Scans {
   std::vector<std::string> folders;
 };
 
-// Never destroyed, so that it is valid after main.
+// The object is never destroyed, so that it is valid after main.
 Scans& TheScans() {
   static Scans& scans = *new Scans;
   return scans;
@@ -40,7 +40,7 @@ std::vector<std::string> FilesOfType(const std::string& folder, uint32_t type) {
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
-    std::error_code ignored;  // an entry that was removed meanwhile is not a file
+    std::error_code ignored;  // an entry that was removed meanwhile counts as no file
     if (entry->is_regular_file(ignored) &&
         host::FileNameHasType(entry->path().filename().c_str(), type)) {
       found.push_back(entry->path().string());
@@ -95,7 +95,7 @@ U_Err PLUG_InstallScan(int32_t, int32_t count, const uint32_t* codes, PLUG_FileP
 
 U_Err VXHost_RunPlugScan() {
   try {
-    // Copied, so that a callback may install a scan.
+    // The list is copied and unlocked, so that a callback may install a scan.
     Scans& scans = TheScans();
     std::unique_lock lock(scans.mutex);
     const std::vector<Scan> list = scans.list;

@@ -20,7 +20,7 @@ struct Registry {
   std::map<std::pair<std::string, int32_t>, Suite> suites;
 };
 
-// Never destroyed, so that it is valid after main.
+// The registry is never destroyed, so that it is valid after main.
 Registry& TheRegistry() {
   static Registry& registry = *new Registry;
   return registry;

@@ -13,7 +13,7 @@ struct Noise {
   uint32_t words[kWords];
 
   Noise() {
-    std::mt19937 generator;  // default seed and sequence are defined by the standard
+    std::mt19937 generator;  // the standard defines its default seed and sequence
     for (uint32_t& word : words) word = static_cast<uint32_t>(generator());
   }
 };

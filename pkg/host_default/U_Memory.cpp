@@ -36,7 +36,7 @@ struct Purge {
 };
 constinit Purge purge = {};
 
-// Precedes each block; its size preserves alignment.
+// Stored before each block. Its size is a multiple of 16, so that the block stays aligned.
 struct alignas(16) Header {
   size_t size;
 };
@@ -143,7 +143,7 @@ void BM_FreeFrame(void* frame, uint64_t) {
   frame_source.release(frame, frame_source.context);
 }
 
-// ---- Shortage and accounts ----------------------------------------------------------------------
+// ---- Memory shortage and accounting -------------------------------------------------------------
 
 U_Err U_PurgeLoop(int64_t size, int32_t, U_PurgeProc callback, void* context) {
   if (!callback) return 3;

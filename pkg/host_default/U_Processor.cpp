@@ -23,9 +23,10 @@ void Detect() {
 #endif
 }
 
-// Callers read the record through a pointer, so it cannot be set at first use. This is the earliest
-// priority for programs: the record is set before any initialiser of a program that links this host
-// statically. For the shared library, the loader ensures this.
+// Fills the processor record before main. It cannot be filled at first use, because callers read it
+// through a pointer. 101 is the earliest priority that programs may use, so in a program that links
+// this host statically, the record is set before any other initialiser. If the host is a shared
+// library, the loader runs this function before the initialisers of the program.
 __attribute__((constructor(101))) void DetectAtLoad() { Detect(); }
 
 }  // namespace

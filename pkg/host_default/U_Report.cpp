@@ -22,8 +22,8 @@ struct Sinks {
 };
 constinit Sinks sinks = {};
 
-// Reports may be made by a destructor that runs after the objects of this thread are destroyed.
-// `destroyed` has no destructor and can still be read then.
+// True after the reports of this thread were destroyed. Destructors that run later may still
+// report. This variable has no destructor, so it can still be read then.
 thread_local constinit bool destroyed = false;
 
 struct ThreadReports {
@@ -44,7 +44,7 @@ void StoreReport(uint32_t check, int32_t line, int32_t severity, const char* tex
     if (reports_of_thread->list.size() == kMaxReports) reports_of_thread->list.pop_front();
     reports_of_thread->list.push_back({check, line, severity, text});
   } catch (const std::bad_alloc&) {
-    // A report of an out-of-memory error must not fail; the caller still gets the error code.
+    // The report is lost if memory is exhausted; the caller still gets the error code.
   }
 }
 

@@ -25,7 +25,7 @@ inline void check_color(QCE_Status status) {
   if (status != QCE_Ok) throw Error(static_cast<ErrorCode>(status), COR_QCE_StatusText(status));
 }
 
-// Runs a classic call that throws a status.
+// Runs a classic call that throws a status of the colour engine, and throws it as an Error.
 template <class Call>
 auto run_color(Call&& call) {
   try {
@@ -37,8 +37,8 @@ auto run_color(Call&& call) {
 
 }  // namespace detail
 
-// An ICC profile for RGB (host/COR.h). Copies share it; it is immutable. Every function throws
-// Error with the status of the colour engine. A vx::Library must be alive.
+// An immutable ICC profile for RGB (host/COR.h). Copies share the data. Every function throws Error
+// with the status of the colour engine. A vx::Library object must exist.
 class Profile {
  public:
   // A built-in profile: "sRGB", "gamma 1.0", "gamma 1.8", "gamma 2.2", "gamma 2.4", "Rec.709",
@@ -61,7 +61,7 @@ class Profile {
     detail::check_color(COR_QCE_GetProfileDescription(handle_, &text));
     return text;
   }
-  // The exponent from stored to linear values that fits the tone curve of green best.
+  // The exponent of the power function (stored to linear) that fits the green tone curve best.
   double tone_exponent() const {
     float exponent = 0;
     detail::check_color(COR_QCE_GetToneExponent(handle_, &exponent));
@@ -90,7 +90,7 @@ inline std::shared_ptr<const LinearTables> linear_tables(const Profile& profile)
   return {tables.get(), [tables](const LinearTables*) {}};
 }
 
-// Converts colours from one profile to another, for pictures of one depth, 8, 16 or 32. Copies
+// Converts colours from one profile to another, in pictures of one depth (8, 16 or 32). Copies
 // share the transform; any number of threads may use it.
 class ColorTransform {
  public:
@@ -131,8 +131,8 @@ class ColorTransform {
 class ColorSettings {
  public:
   struct Options {
-    bool linearize = false;        // work in linear light throughout
-    bool linear_blending = false;  // blend in linear light
+    bool linearize = false;        // all operations work in linear light
+    bool linear_blending = false;  // only blending works in linear light
   };
 
   // Throws Error with the status of the colour engine.
@@ -148,8 +148,8 @@ class ColorSettings {
   Profile profile() const {
     return Profile(detail::run_color([&] { return settings_->GetAdjustedProfile(); }));
   }
-  // The tables for the option `linear`, valid as long as this object; null unless only blending is
-  // linear.
+  // The tables for the option `linear`. Valid as long as this object exists. Null unless
+  // `linear_blending` is on and `linearize` is off.
   const LinearTables* tables() const {
     return detail::run_color([&] { return settings_->GetLinearBlendingTables(/*force=*/false); });
   }

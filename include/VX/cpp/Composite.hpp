@@ -17,28 +17,28 @@ namespace vx {
 // Tables for blending in linear light, see VX_LinearBlendingTables.h.
 using LinearTables = VX_LinearBlendingTables;
 
-// Weights the pixels of a layer.
+// A picture whose pixels are the weights of the layer's pixels.
 struct Mask {
-  AnyConstView picture;  // of the depth of the layer
-  Point at = {};         // its left upper corner in the destination, each -32768..32767
+  AnyConstView picture;  // has the depth of the layer
+  Point at = {};         // its top left corner in the destination, each -32768..32767
   MaskUse use = MaskUse::alpha;
 };
 
 struct CompositeOptions {
   Mode mode = Mode::in_front;
   double opacity = 1;                    // 0..1
-  Point at = {};                         // the layer's left upper corner in the destination
+  Point at = {};                         // the layer's top left corner in the destination
   std::optional<Mask> mask = {};         // none: every pixel has full weight
   const LinearTables* linear = nullptr;  // null: blend the stored values
-  bool keep_alpha = false;               // the destination's alpha stays
+  bool keep_alpha = false;               // do not change the alpha of the destination
   Field field = Field::both;
-  int32_t seed = 0;  // of Mode::dissolve
+  int32_t seed = 0;  // of the noise of Mode::dissolve
   Progress progress = {};
 };
 
 namespace detail {
 
-// The classic records of the options that composite and transform share.
+// The records of the classic interface for the options that composite and transform share.
 class LayerRecords {
  public:
   template <class Options>
@@ -67,12 +67,12 @@ class LayerRecords {
 
 }  // namespace detail
 
-// Composites a layer over the destination (VX_TransferRect). To composite a part of a picture, give
-// that part as the layer. Pixels of the layer outside of the destination are ignored, and also
-// those outside of the mask unless its use is inverse. The two stencil modes set alpha to 0 in the
-// rest of the destination.
-//   dst    drawn on
-//   layer  of the same depth
+// Composites a layer over the destination (VX_TransferRect). To composite a part of a picture, pass
+// that part as the layer. Pixels of the layer outside of the destination are ignored. Pixels
+// outside of the mask are ignored too, unless an inverse MaskUse is selected. The two stencil modes
+// set alpha to 0 in the rest of the destination.
+//   dst    the picture that is drawn on
+//   layer  has the depth of dst
 // Throws Error: bad_parameter, out_of_memory, stopped.
 inline void composite(AnyView dst, AnyConstView layer, const CompositeOptions& options = {}) {
   const detail::LayerRecords records(options);

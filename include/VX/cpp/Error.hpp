@@ -13,8 +13,8 @@
 
 namespace vx {
 
-// The classic result codes. Functions of Color.hpp also give the statuses of the colour engine,
-// QCE_... of host/COR.h.
+// The classic result codes. An Error of a function of Color.hpp may also contain a status of the
+// colour engine, QCE_... in host/COR.h.
 enum class ErrorCode : int32_t {
   color_engine = VX_ErrColorEngine,  // the colour engine of the host could not be bound
   bad_parameter = VX_ErrBadParameter,
@@ -23,8 +23,8 @@ enum class ErrorCode : int32_t {
   version = VX_ErrVersion,          // headers and library differ
   no_bitmap = VX_ErrNoBMWorld,      // the world has no host bitmap
   obsolete = VX_ErrObsolete,
-  reported = VX_ErrReported,  // the text of the report is the reason
-  stopped = VX_ErrStopped,    // the progress callable or its stop token ended the work
+  reported = VX_ErrReported,  // the text of the report contains the reason
+  stopped = VX_ErrStopped,    // the progress callable or its stop token stopped the call
 };
 
 // The name of a code, for example "bad parameter"; "unknown error" for an unknown number.
@@ -40,17 +40,17 @@ constexpr const char* name(ErrorCode code) {
     case ErrorCode::reported: return "reported";
     case ErrorCode::stopped: return "stopped";
   }
-  // A status of the colour engine consists of four letters.
+  // Statuses of the colour engine are four-character codes, so they are above 0xFFFF.
   return static_cast<int32_t>(code) > 0xFFFF ? "colour engine" : "unknown error";
 }
 
 // Thrown by every function of this namespace that fails. what() is the name of the code, followed
-// by ": " and the report if there is one. Visible, so that it can cross the edge of a shared
-// library.
+// by ": " and the report if there is one. Exported, so that code in another shared library can
+// catch it.
 class VX_API Error : public std::runtime_error {
  public:
   //   code    the reason
-  //   report  one sentence about it; may be empty
+  //   report  one sentence about the reason; may be empty
   explicit Error(ErrorCode code, const std::string& report = {})
       : std::runtime_error(vx::name(code) + (report.empty() ? std::string() : ": " + report)),
         code_(code),
@@ -58,8 +58,8 @@ class VX_API Error : public std::runtime_error {
 
   ErrorCode code() const noexcept { return code_; }
   const char* name() const noexcept { return vx::name(code_); }
-  // The text that the library reported on this thread during the call (VX_LastReport), with any
-  // host. Empty if there was no report, or if the host made it.
+  // The text that the library reported on this thread during the call (VX_LastReport). Empty if
+  // there was no report, or if the host itself made it.
   const std::string& report() const noexcept { return report_; }
 
  private:
@@ -69,7 +69,8 @@ class VX_API Error : public std::runtime_error {
 
 namespace detail {
 
-// Returns the code that a classic call returns or throws. Other exceptions are not caught.
+// Returns the code that a classic call returns, or that it throws as a VX_Err. Other exceptions are
+// not caught.
 template <class Call>
 VX_Err code_of(Call&& call) {
   VX_ForgetReport();

@@ -35,10 +35,10 @@ struct Channels {
 struct BlurOptions {
   BlurKind kind = BlurKind::gaussian;
   Radius radius = 1;       // 0..32767; 0 leaves an axis unchanged
-  int32_t iterations = 1;  // of a box, 1 and above; times the radius at most 262,144
+  int32_t iterations = 1;  // of a box, 1 or more; iterations * radius is at most 262,144
   Channels channels = {};  // the others keep the values of the source
   bool hold_level = true;  // false: edges fade, as if transparent pixels were around the source
-  Point at = {};           // the source's left upper corner in the destination
+  Point at = {};           // the source's top left corner in the destination
   Progress progress = {};
 };
 
@@ -56,8 +56,8 @@ inline VX_BlurSpec blur_spec(const BlurOptions& options) {
 }  // namespace detail
 
 // Blurs straight pixels over both axes (VX_BlurWorld). A destination that is larger than the source
-// receives the blur outside of the source too.
-//   dst, src  of one depth; they share no pixels
+// also receives the part of the blur that is outside of the source.
+//   dst, src  have the same depth and share no pixels
 // Throws Error: bad_parameter, out_of_memory, stopped.
 inline void blur(AnyView dst, AnyConstView src, const BlurOptions& options) {
   const VX_BlurSpec spec = detail::blur_spec(options);
@@ -88,11 +88,11 @@ struct Kernel {
 
 struct GaussianKernelOptions {
   bool one_dimensional = false;
-  bool normalize = true;  // weights that sum to about 255 a tap
-  double multiplier = 1;  // of the weights before they are limited to 0..255
+  bool normalize = true;  // scale the weights to an average of about 255
+  double multiplier = 1;  // factor of the weights before they are limited to 0..255
 };
 
-// The kernel of a Gaussian of a radius in pixels, 0..32767 (VX_GaussianKernel). Throws Error
+// Returns a Gaussian kernel for a radius in pixels, 0..32767 (VX_GaussianKernel). Throws Error
 // (bad_parameter).
 inline Kernel gaussian_kernel(double radius, const GaussianKernelOptions& options = {}) {
   const int32_t flags = (options.one_dimensional ? VX_Kernel_OneDimensional : 0) |
@@ -108,15 +108,15 @@ inline Kernel gaussian_kernel(double radius, const GaussianKernelOptions& option
 }
 
 struct ConvolveOptions {
-  bool normalize = true;  // divide by the sum of the weights; false: by 256 times the taps
-  bool clamp = true;      // hold results to 0..full scale; false: integers keep their low bits
-  bool vertical = false;  // a one-dimensional kernel runs down the columns
+  bool normalize = true;  // divide by the sum of the weights; false: by 256 * number of weights
+  bool clamp = true;      // clamp results to 0..full scale; false: see VX_Kernel_NoClamp
+  bool vertical = false;  // apply a one-dimensional kernel along the columns
   Progress progress = {};
 };
 
 // Applies a kernel to each channel (VX_Convolve). Edges fade toward transparent black.
-//   dst, src  of one depth and different pixels
-//   kernels   of alpha, red, green and blue; of one diameter and dimension
+//   dst, src  have the same depth and share no pixels
+//   kernels   of alpha, red, green and blue; all have the same diameter and dimension
 // Throws Error: bad_parameter, stopped.
 inline void convolve(AnyView dst, AnyConstView src, const std::array<const Kernel*, 4>& kernels,
                      const ConvolveOptions& options = {}) {
@@ -142,7 +142,7 @@ inline void convolve(AnyView dst, AnyConstView src, const std::array<const Kerne
   });
 }
 
-// The same kernel for all channels.
+// Applies the same kernel to all channels.
 inline void convolve(AnyView dst, AnyConstView src, const Kernel& kernel,
                      const ConvolveOptions& options = {}) {
   convolve(dst, src, std::array{&kernel, &kernel, &kernel, &kernel}, options);

@@ -51,7 +51,8 @@ class Image {
     return AnyConstView(*this).as<Pixel>();
   }
 
-  // A view of a part. Throws Error (bad_parameter) for a rectangle that is not inside the image.
+  // Returns a view of a part. Throws Error (bad_parameter) for a rectangle that is not inside the
+  // image.
   AnyView part(const Rect& rect) { return AnyView(*this).part(rect); }
   AnyConstView part(const Rect& rect) const { return AnyConstView(*this).part(rect); }
 
@@ -62,7 +63,8 @@ class Image {
     return empty() ? AnyConstView() : AnyConstView(static_cast<const VX_LayerDef&>(*world_));
   }
 
-  // The world of the classic interface; null for an empty image. release() also gives up ownership.
+  // Returns the world of the classic interface; null for an empty image. release() also transfers
+  // ownership to the caller.
   VX_World* world() { return world_.get(); }
   const VX_World* world() const { return world_.get(); }
   std::unique_ptr<VX_World> release() { return std::move(world_); }
@@ -82,7 +84,7 @@ class Image {
   std::unique_ptr<VX_World> world_;
 };
 
-// An image with the pixels of a picture. Throws Error as the constructor of Image, and
+// Returns an image with a copy of the pixels. Throws Error like the constructor of Image, and
 // bad_parameter for a picture without pixels.
 inline Image clone(AnyConstView picture) {
   Image copy = Image::uninitialized(picture.width(), picture.height(), picture.depth());

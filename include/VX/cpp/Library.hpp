@@ -10,14 +10,14 @@
 
 namespace vx {
 
-// Keeps the library alive. Objects are counted over the whole process: the first one starts the
-// library, the destructor of the last one stops it, so every component of a program may hold one.
-// A program that holds one does not call VX_Birth or VX_Death. Images may outlive it; operations
-// may not. Any thread may make and destroy them.
+// Keeps the library started. The objects of the whole process are counted: the first one starts the
+// library, the destructor of the last one stops it, so every component of a program may hold one. A
+// program that uses this class does not call VX_Birth or VX_Death. Operations may run only while an
+// object exists; images may exist longer. Objects may be created and destroyed on any thread.
 class Library {
  public:
   // Throws Error: version, if this header and the library or its host differ; color_engine; or
-  // out_of_memory. The library is stopped again before the exception leaves.
+  // out_of_memory. After an error the library is stopped again.
   Library() {
     detail::run([] { return VX_AcquireLibrary(VX_PKG_VERSION); });
   }

@@ -24,7 +24,7 @@ namespace vx {
 // it.
 class MaskBuffer {
  public:
-  //   width, height  1 and above
+  //   width, height  1 or more
   //   depth          8, 16 or 32
   // The samples are 0. Throws Error: bad_parameter, out_of_memory.
   MaskBuffer(int32_t width, int32_t height, int32_t depth) {
@@ -42,8 +42,8 @@ class MaskBuffer {
   int32_t height() const { return buffer_ ? buffer_->height : 0; }
   int32_t depth() const { return buffer_ ? buffer_->depth : 0; }
 
-  // Row y, 0..height - 1. Channel is the sample type of the depth: throws Error (bad_parameter) for
-  // another one.
+  // Returns row y, 0..height - 1. Throws Error (bad_parameter) if Channel is not the sample type of
+  // the depth.
   template <class Channel>
   std::span<Channel> row(int32_t y) {
     if (depth() != static_cast<int32_t>(sizeof(Channel)) * 8) {
@@ -53,7 +53,7 @@ class MaskBuffer {
             static_cast<size_t>(width())};
   }
 
-  // Sets all samples to a value, 0..1, rounded to the depth. Throws Error (bad_parameter).
+  // Sets all samples to a value of 0..1, rounded to the depth. Throws Error (bad_parameter).
   void fill(double value) {
     if (!(value >= 0 && value <= 1)) detail::refuse("the value of a mask is 0..1");
     detail::run([&] {
@@ -75,7 +75,7 @@ class MaskBuffer {
   std::unique_ptr<VX_UnoBuffer, Dispose> buffer_;
 };
 
-// The quantity of a picture that a matte is made of.
+// The quantity of a picture that matte() stores.
 enum class Matte : int32_t {
   alpha = VX_Matte_Alpha,
   inverse_alpha = VX_Matte_InverseAlpha,
@@ -86,8 +86,8 @@ enum class Matte : int32_t {
   blue = VX_Matte_Blue
 };
 
-// A mask of the size and depth of a picture (VX_MatteFromWorld). Throws Error: bad_parameter,
-// out_of_memory, stopped.
+// Returns a mask of the size and depth of a picture, with the selected quantity of each pixel
+// (VX_MatteFromWorld). Throws Error: bad_parameter, out_of_memory, stopped.
 inline MaskBuffer matte(AnyConstView picture, Matte quantity, const Progress& progress = {}) {
   MaskBuffer mask(picture.width(), picture.height(), picture.depth());
   detail::run(progress, [&](VX_ProgressInfo* info) {
@@ -97,7 +97,7 @@ inline MaskBuffer matte(AnyConstView picture, Matte quantity, const Progress& pr
   return mask;
 }
 
-// The samples of a mask as the grey values of an opaque image of its size and depth
+// Returns an opaque image of the mask's size and depth, with the samples as grey values
 // (VX_WorldFromMatte). Throws Error: bad_parameter, out_of_memory, stopped.
 inline Image to_image(const MaskBuffer& mask, const Progress& progress = {}) {
   Image out = Image::uninitialized(mask.width(), mask.height(), mask.depth());
@@ -134,19 +134,19 @@ inline void fade(MaskBuffer& mask, double opacity) {
   detail::run([&] { return VX_FadeUnoBuffer(opacity, mask.buffer()); });
 }
 
-// Replaces each sample v by 1 - v (VX_InvertUnoBuffer). Throws Error (bad_parameter).
+// Replaces each sample v by full scale - v (VX_InvertUnoBuffer). Throws Error (bad_parameter).
 inline void invert(MaskBuffer& mask) {
   detail::run([&] { return VX_InvertUnoBuffer(nullptr, mask.buffer()); });
 }
 
 struct MergeOptions {
-  Point at = {};                  // the mask's left upper corner in the picture, -32768..32767
+  Point at = {};                  // the mask's top left corner in the picture, -32768..32767
   std::optional<Rect> area = {};  // of the picture; none: all of it. Edges -32768..32767
   Progress progress = {};
 };
 
-// Multiplies the alpha of a picture by a mask of any depth; outside of mask and area alpha becomes
-// 0 (VX_MergeMaskAlpha). Throws Error: bad_parameter, stopped.
+// Multiplies the alpha of a picture by a mask of any depth. Where the mask or the area does not
+// cover the picture, alpha becomes 0 (VX_MergeMaskAlpha). Throws Error: bad_parameter, stopped.
 inline void merge(AnyView dst, const MaskBuffer& mask, const MergeOptions& options = {}) {
   const detail::ShortRect area(options.area);
   constexpr const char* report = "the place of a mask is -32768..32767";

@@ -14,8 +14,8 @@
 namespace vx {
 
 // The transfer modes: Mode::copy, Mode::in_front, Mode::screen and so on. docs/modes.md describes
-// each one; an enumerator is the name there with "_" in place of "-". The values are the classic
-// numbers.
+// each mode. An enumerator is the name used there with "_" in place of "-". The values are the
+// numbers of the classic interface.
 enum class Mode : int32_t {
 #define VX_MODE(number, constant, name, piece, enumerator, ...) enumerator = number,
 #include "VX/VX_TransferModes.def"
@@ -24,8 +24,8 @@ enum class Mode : int32_t {
 
 struct ModeInfo {
   Mode mode;
-  const char* name;  // as in docs/modes.md, the command and Python: "in-front"
-  bool per_pixel;    // has entries in the per-pixel tables of VX_Blend.h
+  const char* name;  // as in docs/modes.md, the command and Python, for example "in-front"
+  bool per_pixel;    // the per-pixel tables of VX_Blend.h have entries for the mode
 };
 
 namespace detail {
@@ -50,7 +50,7 @@ constexpr const char* name(Mode mode) {
   return nullptr;
 }
 
-// The mode of that name.
+// Returns the mode with this name; none for an unknown name.
 constexpr std::optional<Mode> find_mode(std::string_view name) {
   for (const ModeInfo& info : modes()) {
     if (info.name == name) return info.mode;
@@ -58,7 +58,8 @@ constexpr std::optional<Mode> find_mode(std::string_view name) {
   return std::nullopt;
 }
 
-// draft: the nearest pixel. high: bilinear, and the covered area where a picture is reduced.
+// draft: the nearest pixel. high: bilinear, or the average of the covered area if a picture is
+// reduced.
 enum class Quality : int32_t { draft, high };
 
 // The rows of the destination that are drawn.
@@ -68,8 +69,8 @@ enum class Field : int32_t {
   odd_rows = VX_Field_OddRows
 };
 
-// The quantity of a mask that weights a pixel. Outside of the mask the inverse quantities are full
-// scale, the others 0.
+// The quantity of a mask that weights a pixel. Outside of the mask, the weight is full scale for
+// the inverse quantities and 0 for the others.
 enum class MaskUse : int32_t {
   alpha = VX_MaskUse_Alpha,
   inverse_alpha = VX_MaskUse_InverseAlpha,

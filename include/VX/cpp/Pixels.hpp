@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Fills, copies, depths and alpha.
+// Fills, copies, conversions of depth, and operations on alpha.
 
 #include <cstdint>
 #include <optional>
@@ -26,7 +26,7 @@ using Color = std::variant<Pixel8, Pixel16, PixelFloat>;
 
 namespace detail {
 
-// The 16-bit rectangle of the classic calls; null for none.
+// Converts an optional rectangle to the 16-bit rectangle of the classic calls; none becomes null.
 class ShortRect {
  public:
   explicit ShortRect(const std::optional<Rect>& rect) : given_(rect.has_value()) {
@@ -42,7 +42,8 @@ class ShortRect {
   M_Rect rect_{};
 };
 
-// Chooses among the three forms of a classic call by the type of a colour.
+// Combines the three forms of a classic call, so that std::visit selects one by the type of the
+// colour.
 template <class... Functions>
 struct Overloaded : Functions... {
   using Functions::operator()...;
@@ -62,7 +63,8 @@ struct FillOptions {
 
 // Stores one colour, alpha included (VX_Fill, VX_Fill16, VX_FillFloat).
 //   dst    any depth
-//   color  float colours are clamped and rounded at 8 and 16 bits; their alpha has to be 0..1 there
+//   color  in 8-bit and 16-bit destinations, float colours are clamped and rounded, and their alpha
+//          must be in 0..1
 // Throws Error (bad_parameter).
 inline void fill(AnyView dst, const Color& color, const FillOptions& options = {}) {
   const detail::ShortRect area(options.area);
@@ -87,7 +89,7 @@ struct ForEachPixelOptions {
 
 // Calls f(x, y, pixel) for each pixel, row by row, on the calling thread (VX_ForEachPixel). `pixel`
 // is a reference to a Pixel8, Pixel16 or PixelFloat; f is a generic lambda. An exception of f ends
-// the work and is passed on unchanged. Rows of 16-bit and float pixels have to be aligned. Throws
+// the iteration and propagates unchanged. Rows of 16-bit and float pixels must be aligned. Throws
 // Error: bad_parameter, stopped.
 template <class Function>
 void for_each_pixel(AnyView dst, Function&& f, const ForEachPixelOptions& options = {}) {
@@ -112,7 +114,8 @@ struct CopyOptions {
 // Copies a rectangle onto another, and scales if their sizes differ (VX_CopyBits_...). Rectangles
 // are clipped without shifting the picture; VX_Copy.h gives the rules. At high quality the area
 // outside of the source is transparent black, so enlarged pictures fade at their edges; see resize.
-//   dst, src  of one depth at high quality; their pixels must not overlap, but for a copy upwards
+//   dst, src  have the same depth at high quality. Their pixels must not overlap, except to copy
+//             upwards within one picture.
 // Throws Error (bad_parameter).
 inline void copy(AnyView dst, AnyConstView src, const CopyOptions& options = {}) {
   const detail::ShortRect from(options.from), to(options.to);
@@ -130,7 +133,7 @@ struct ResizeOptions {
 
 // Scales the whole source onto the whole destination, with the border pixels repeated outside of
 // the source, so that an opaque picture stays opaque (VX_ResizeWorld).
-//   dst, src  of one depth at high quality
+//   dst, src  have the same depth at high quality
 // Throws Error: bad_parameter, stopped.
 inline void resize(AnyView dst, AnyConstView src, const ResizeOptions& options = {}) {
   detail::run(options.progress, [&](VX_ProgressInfo* progress) {
@@ -150,8 +153,8 @@ inline Image resize(AnyConstView src, int32_t width, int32_t height,
 // --- depth ---------------------------------------------------------------------------------------
 
 struct ConvertOptions {
-  Point at = {};        // the source's left upper corner in the destination
-  bool dither = false;  // conversion to 8 bits uses noise instead of rounding
+  Point at = {};        // the source's top left corner in the destination
+  bool dither = false;  // conversion to 8 bits adds noise in place of the rounding constant
   Progress progress = {};
 };
 
@@ -175,7 +178,7 @@ inline Image convert(AnyConstView src, int32_t depth, const ConvertOptions& opti
 
 struct PremultiplyOptions {
   std::optional<Rect> area = {};    // none: everything. Edges -32768..32767
-  std::optional<Color> matte = {};  // the colour behind transparent pixels; none: black
+  std::optional<Color> matte = {};  // the colour onto which the picture is matted; none: black
 };
 
 namespace detail {
@@ -201,7 +204,7 @@ inline void premultiply(AnyView& dst, int32_t forward, const PremultiplyOptions&
 
 }  // namespace detail
 
-// Multiplies colour by alpha in place, or divides colour by alpha (VX_PremulRect,
+// Multiplies colour by alpha in place; the next function divides by alpha (VX_PremulRect,
 // VX_PremulColorRect and so on). Throws Error (bad_parameter).
 inline void premultiply(AnyView dst, const PremultiplyOptions& options = {}) {
   detail::premultiply(dst, 1, options);
@@ -211,7 +214,7 @@ inline void unpremultiply(AnyView dst, const PremultiplyOptions& options = {}) {
 }
 
 enum class AlphaKind : int32_t {
-  unknown = 0,  // the pixels do not decide
+  unknown = 0,  // the pixels match more than one kind
   straight = VX_Alpha_Straight,
   premultiplied_black = VX_Alpha_PremulBlack,
   premultiplied_white = VX_Alpha_PremulWhite
@@ -220,18 +223,20 @@ enum class AlphaKind : int32_t {
 struct AlphaGuess {
   AlphaKind kind = AlphaKind::unknown;
   int64_t partial = 0;       // pixels that are neither opaque nor transparent
-  int64_t beyond_black = 0;  // of those, pixels that cannot be multiplied against black
-  int64_t beyond_white = 0;  // of those, pixels that cannot be multiplied against white
+  int64_t beyond_black = 0;  // of those, pixels that exclude a composite onto black
+  int64_t beyond_white = 0;  // of those, pixels that exclude a composite onto white
 };
 
-// Guesses from the pixels how colour and alpha were combined (VX_GuessAlpha). Throws Error
-// (bad_parameter) for a picture without pixels.
+// Guesses from the pixels whether a picture has straight alpha or was composited onto black or
+// white (VX_GuessAlpha). Throws Error (bad_parameter) for a picture without pixels.
 inline AlphaGuess guess_alpha(AnyConstView picture) {
   if (picture.empty()) detail::refuse("the picture has no pixels");
   VX_AlphaGuess guess{};
   const VX_Err code =
       detail::code_of([&] { return VX_GuessAlpha(nullptr, picture.descriptor(), &guess); });
-  // An undecided guess gives the code of a bad parameter as well; the picture was checked above.
+  // An undecided guess also returns VX_ErrBadParameter. It is not an error here, because the
+  // picture
+  // was checked above.
   if (code != VX_ErrBadParameter) detail::check(code);
   return {static_cast<AlphaKind>(guess.kind), guess.partial, guess.beyond_black,
           guess.beyond_white};

@@ -16,7 +16,7 @@
 
 namespace vx {
 
-// An option of long operations: a callable, or a token that another thread stops.
+// Option of long operations: a callable, or a token by which another thread can stop the operation.
 //
 //   {.progress = [&](int step, int total) { bar.show(step, total); }}
 //   {.progress = [&](int step, int total) { return !closing; }}         // false stops
@@ -24,7 +24,7 @@ namespace vx {
 //
 // The callable is called on the thread of the operation, every few rows. After a stop the operation
 // throws Error (stopped), and pixels drawn before remain. An exception of the callable also ends
-// the work and is passed on unchanged.
+// the operation, and propagates unchanged.
 class Progress {
  public:
   Progress() = default;
@@ -46,7 +46,7 @@ class Progress {
   }
 
   explicit operator bool() const { return static_cast<bool>(function_); }
-  // Returns true to continue.
+  // Calls the callable. Returns true to continue.
   bool operator()(int32_t step, int32_t total) const { return function_(step, total); }
 
  private:
@@ -55,7 +55,8 @@ class Progress {
 
 namespace detail {
 
-// The classic record of a Progress; keeps an exception while the classic call ends.
+// The VX_ProgressInfo of a Progress. Stores an exception of the callable until the classic call has
+// returned.
 class ProgressRecord {
  public:
   explicit ProgressRecord(const Progress& progress) : progress_(progress) {
@@ -86,7 +87,7 @@ class ProgressRecord {
   std::exception_ptr thrown_;
 };
 
-// Runs a classic call that takes a VX_ProgressInfo*, which is null without progress.
+// Runs a classic call that takes a VX_ProgressInfo*. Passes null if there is no progress option.
 template <class Call>
 void run(const Progress& progress, Call&& call) {
   if (!progress) return run([&] { return call(static_cast<VX_ProgressInfo*>(nullptr)); });

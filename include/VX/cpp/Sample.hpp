@@ -23,8 +23,9 @@ struct SamplerOptions {
   Radius radius = 0.5;         // of a box: half of its sides in pixels, 0.5..16,383
 };
 
-// Samples a picture (VX_GetSamplerBatch8 and its siblings). Pixel centres are at whole numbers; the
-// outside of the picture is transparent black. Any number of threads may use one sampler.
+// Samples a picture with the samplers of VX_GetSamplerBatch8, ...16 or ...Float. Pixel centres are
+// at whole numbers. Outside of the picture all pixels are transparent black. Any number of threads
+// may use one sampler.
 //
 //   const vx::Sampler sample(image.view<vx::Pixel8>(), {.filter = vx::SampleFilter::box});
 //   const vx::Pixel8 pixel = sample(10.25, 3.5);
@@ -54,8 +55,8 @@ class Sampler {
   Sampler(const Sampler&) = delete;
   Sampler& operator=(const Sampler&) = delete;
 
-  // The pixel at a position, which is rounded to 1/65536 pixel. Transparent black for a position
-  // that is not a number or outside of -32768..32767.
+  // Returns the pixel at a position, which is rounded to 1/65536 pixel. Returns transparent black
+  // for NaN and for positions outside -32768..32767.
   Pixel operator()(double x, double y) const {
     Pixel out{};
     const auto inside = [](double v) { return v > -32768 && v < 32767; };
@@ -79,7 +80,7 @@ class Sampler {
   }
 
   VX_LayerDef layer_;
-  VX_WorldX<Pixel> world_;  // float samplers take the descriptor inside a world
+  VX_WorldX<Pixel> world_;  // float samplers require a descriptor that is part of a world object
   VX_SampPB record_{};
   VX_SampleFunc<Pixel> call_ = nullptr;
 };

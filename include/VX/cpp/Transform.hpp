@@ -15,10 +15,10 @@
 
 namespace vx {
 
-// Nine numbers in row order, applied to row vectors: a translation is in entries 6 and 7.
+// A 3 x 3 matrix in row order, applied to row vectors: a translation is in entries 6 and 7.
 using Matrix = M_Matrix3;
 
-// A transform as scale, skew, rotation and translation around an anchor. For designated
+// A transform as scale, skew, rotation and translation around an anchor. Example with designated
 // initialisers: {.scale_x = 2, .scale_y = 2, .rotation = 30, .translate_x = 100}.
 using TransformParts = VX_TransformParts;
 
@@ -29,8 +29,8 @@ inline Matrix matrix(const TransformParts& parts) {
   return out;
 }
 
-// The matrices of a motion, each part in equal steps from its first value to its last
-// (VX_MatricesBetween). count is 1 and above. Throws Error (bad_parameter).
+// Returns the matrices of a motion. Each part changes in equal steps from its first value to its
+// last (VX_MatricesBetween). `count` is 1 or more. Throws Error (bad_parameter).
 inline std::vector<Matrix> matrices_between(const TransformParts& from, const TransformParts& to,
                                             int32_t count) {
   if (count < 1) detail::refuse("a motion has one matrix or more");
@@ -42,21 +42,22 @@ inline std::vector<Matrix> matrices_between(const TransformParts& from, const Tr
 struct TransformOptions {
   Mode mode = Mode::in_front;
   double opacity = 1;                    // 0..1
-  std::optional<Mask> mask = {};         // in the frame of the destination
+  std::optional<Mask> mask = {};         // positioned in the destination
   const LinearTables* linear = nullptr;  // null: blend the stored values
-  bool keep_alpha = false;               // the destination's alpha stays
+  bool keep_alpha = false;               // do not change the alpha of the destination
   Field field = Field::both;
-  int32_t seed = 0;  // of Mode::dissolve
+  int32_t seed = 0;  // of the noise of Mode::dissolve
   Quality quality = Quality::high;
-  bool to_source = false;         // the matrices map destination to source
+  bool to_source = false;         // true: the matrices map destination to source
   std::optional<Rect> area = {};  // of the destination; none: all of it. Edges -32768..32767
   Progress progress = {};
 };
 
-// Draws a picture along a motion (VX_TransformMotion): n matrices give n - 1 sub-samples of equal
-// weight, one at each matrix but the last, so that consecutive frames do not overlap. One matrix is
-// drawn without blur. Nothing is drawn for a matrix without an inverse.
-//   dst, src  of one depth and different pixels
+// Draws a picture with motion blur (VX_TransformMotion). n matrices give n - 1 sub-samples of equal
+// weight, one at each matrix except the last, so that the exposures of consecutive frames do not
+// overlap. With one matrix the picture is drawn without blur. A matrix without an inverse
+// contributes a transparent sub-sample.
+//   dst, src  have the same depth and share no pixels
 //   motion    1 to 257 matrices in the order of time
 // Throws Error: bad_parameter, out_of_memory, stopped.
 inline void transform(AnyView dst, AnyConstView src, std::span<const Matrix> motion,

@@ -67,7 +67,7 @@ inline double full_scale(int32_t depth) {
   return visit_depth(depth, []<class Pixel>() -> double { return PixelTraits<Pixel>::full_scale; });
 }
 
-// --- places --------------------------------------------------------------------------------------
+// --- points and rectangles -----------------------------------------------------------------------
 
 struct Point {
   int32_t x = 0, y = 0;
@@ -90,8 +90,8 @@ inline int16_t to_int16(int32_t value, const char* report) {
   return static_cast<int16_t>(value);
 }
 
-// Throws Error (bad_parameter) for a size or a pitch that the classic record cannot hold, and for
-// rows that overlap.
+// Throws Error (bad_parameter) for rows that overlap, and for a size or a pitch that does not fit
+// VX_LayerDef.
 inline void check_shape(int64_t width, int64_t height, int64_t pitch, int64_t pixel_bytes) {
   constexpr int64_t most = std::numeric_limits<int32_t>::max();
   if (width < 0 || height < 0 || width * pixel_bytes > most) refuse("a view of an impossible size");
@@ -126,8 +126,8 @@ class View {
 
   //   first   the first pixel of the first row
   //   width, height  in pixels, 0 and above
-  //   pitch   bytes from a row to the next; negative if the rows run upwards in memory. Its size is
-  //           at least that of a row. Left out: the rows are contiguous
+  //   pitch   bytes from a row to the next; negative if the first row is the last in memory. Its
+  //           absolute value is at least the size of a row. If omitted, the rows are contiguous.
   // Throws Error (bad_parameter).
   View(P* first, int32_t width, int32_t height, ptrdiff_t pitch)
       : first_(first), width_(width), height_(height), pitch_(pitch) {
@@ -178,8 +178,8 @@ View<P> typed(const VX_LayerDef& layer, int32_t depth) {
 
 }  // namespace detail
 
-// A read-only view of any depth: the parameter type of a source. Made from an Image, a View or a
-// VX_World.
+// A read-only view of any depth, used as the type of source parameters. Image, View and VX_World
+// convert to it.
 class AnyConstView {
  public:
   AnyConstView() = default;  // no pixels
@@ -201,7 +201,7 @@ class AnyConstView {
   ptrdiff_t pitch() const { return layer_.rowbytes; }  // bytes
   bool empty() const { return layer_.data == nullptr || width() <= 0 || height() <= 0; }
 
-  // The typed view. Throws Error (bad_parameter) for the pixel type of another depth.
+  // Returns the typed view. Throws Error (bad_parameter) for the pixel type of another depth.
   template <PixelType Pixel>
   ConstView<Pixel> as() const {
     return detail::typed<const Pixel>(layer_, depth_);
@@ -210,7 +210,7 @@ class AnyConstView {
   // Throws Error (bad_parameter) for a rectangle that is not inside the view.
   AnyConstView part(const Rect& rect) const { return AnyConstView(*this, rect); }
 
-  // For classic calls; valid as long as this view.
+  // The descriptor for classic calls; valid as long as this view exists.
   const VX_LayerDef* descriptor() const { return &layer_; }
 
  protected:
@@ -228,7 +228,7 @@ class AnyConstView {
   int32_t depth_ = 8;
 };
 
-// A writable view of any depth: the parameter type of a destination.
+// A writable view of any depth, used as the type of destination parameters.
 class AnyView : public AnyConstView {
  public:
   AnyView() = default;
@@ -250,8 +250,8 @@ class AnyView : public AnyConstView {
 
 // Calls f with the typed view of a picture of any depth, and returns its result:
 //   vx::visit(image, [](auto view) { for (auto& pixel : view.row(0)) pixel.alpha = 0; })
-// f receives a View<Pixel>, or a ConstView<Pixel> for what can only be read, and has to compile for
-// all three pixel types. `typename decltype(view)::Pixel` names the pixel type.
+// f receives a View<Pixel>, or a ConstView<Pixel> if the picture is read-only, and has to compile
+// for all three pixel types. `typename decltype(view)::Pixel` names the pixel type.
 template <class Picture, class Function>
 decltype(auto) visit(Picture&& picture, Function&& f) {
   using Any = std::conditional_t<std::is_convertible_v<Picture&&, AnyView>, AnyView, AnyConstView>;

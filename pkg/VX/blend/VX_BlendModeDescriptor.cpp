@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Records of a transfer mode, the properties of a mode by its number, and the descriptor that a
-// composite prepares once per call.
+// The properties of a mode by its number, conversions between the records of a mode, and the
+// descriptor that a composite prepares once per call.
 
 #include <cmath>
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-// The members of a piece are the same at every depth.
+// Reads the properties from the 8-bit class of the mode; they are the same at every depth.
 template <template <class> class Mode>
 constexpr VXp_ModeTraits TraitsOf() {
   using Piece = Mode<VXp_PixelTraits<VX_Pixel8>>;
@@ -62,7 +62,8 @@ auto RowLoopSlot(bool hasMask, bool linear) {
                 : VXp_SlotOf<vxp_slot::RowLoop, Pixel>();
 }
 
-// The slots are read for each composite, so that a replacement takes effect.
+// The stage functions are read from the override table for each composite, so that a replacement
+// takes effect.
 template <class Pixel>
 void SetMatteStages(VXp_Stages stages, VX_BlendModeDescriptor<Pixel>* descriptor) {
   if (stages == VXp_Stages::kMatteBlack) {

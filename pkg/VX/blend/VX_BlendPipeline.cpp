@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Runs the stages of one row in their order.
+// Runs the stages of one row in the order that VX_BlendPipeline documents.
 
 #include <cstring>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Alpha is the first channel of a pixel.
+// Loads one channel per pixel: alpha is the first channel of a pixel.
 template <class Pixel>
 void SaveAlpha(int32_t count, const Pixel* row, VX_ChannelOf<Pixel>* alpha) {
   for (ptrdiff_t i = 0; i < count; ++i) alpha[i] = VXp_Load<VX_ChannelOf<Pixel>>(row + i);

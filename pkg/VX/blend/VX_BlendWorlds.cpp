@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Mixes two worlds.
+// Mixes two worlds into a third: VX_Blend_Straight and VX_Blend_Premul.
 
 #include <algorithm>
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-// Returns a ratio of 0..65536 at the scale of the depth, rounded to nearest.
+// Converts a ratio of 0..65536 to the scale of the depth, rounded to nearest.
 template <class T>
 typename T::Work WeightOf(VX_Fixed ratio) {
   const VX_Fixed held = std::clamp(ratio, 0, 65536);
@@ -23,7 +23,7 @@ typename T::Work WeightOf(VX_Fixed ratio) {
   return static_cast<typename T::Work>(held) / 65536;
 }
 
-// Colours are weighted by alpha. If the weights are 0, the pixel of a is copied.
+// Weights colours by alpha. If both weights are 0, copies the pixel of `a`.
 template <class Pixel>
 struct StraightRow {
   static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {
@@ -39,7 +39,7 @@ struct StraightRow {
   }
 };
 
-// All four channels are mixed by the same formula.
+// Mixes all four channels by the same formula.
 template <class Pixel>
 struct PremulRow {
   static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {

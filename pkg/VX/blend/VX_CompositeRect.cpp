@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Short forms of the general transfer.
+// Shorter forms of VX_TransferRect.
 
 #include "VX/VX_CompositeRect.h"
 

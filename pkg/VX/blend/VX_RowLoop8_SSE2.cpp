@@ -29,30 +29,32 @@ Vec Alpha(Vec pixels) { return _mm_and_si128(pixels, Splat(0xFF)); }
 // Copies the low half of each 32-bit lane to its high half.
 Vec Both(Vec v) { return _mm_or_si128(v, _mm_slli_epi32(v, 16)); }
 
-// Returns t / 255 rounded, in unsigned 16-bit lanes. t is at most 255 * 255.
+// Returns t / 255 rounded to nearest, in unsigned 16-bit lanes. t is at most 255 * 255.
 Vec By255(Vec t) {
   t = _mm_add_epi16(t, Splat16(128));
   return _mm_srli_epi16(_mm_add_epi16(t, _mm_srli_epi16(t, 8)), 8);
 }
 Vec Mul(Vec a, Vec b) { return By255(_mm_mullo_epi16(a, b)); }
 
-// Returns k + (x - k) w, with iw = 255 - w. If x is below k, the product of the negative difference
-// rounds in the other direction: 1 is added to the sum.
+// Returns k + (x - k) w / 255 in 16-bit lanes, with iw = 255 - w and the rounding of
+// VXp_PixelTraits: if x < k, 1 is added to the sum. (The comparison gives -1, which is subtracted.)
 Vec Lerp(Vec k, Vec x, Vec w, Vec iw) {
   const Vec sum = _mm_add_epi16(_mm_mullo_epi16(k, iw), _mm_mullo_epi16(x, w));
   return By255(_mm_sub_epi16(sum, _mm_cmpgt_epi16(k, x)));
 }
 
-// Returns 255 n / a, rounded to nearest, in 32-bit lanes; n <= a. The exact sum is an integer or at
-// least 1/510 from one, so 1/1024 corrects the error of the float product and changes nothing else.
+// Returns 255 n / a, rounded to nearest, in 32-bit lanes; n <= a, and `scale` is 255 / a in single
+// precision. A rounding error could move the sum n scale + 0.5 below an integer. Therefore 1/1024
+// is added. A sum that is not an integer is at least 1/510 below the next one, so it is not changed
+// by this.
 Vec Div(Vec n, __m128 scale) {
   const __m128 sum =
       _mm_add_ps(_mm_mul_ps(_mm_cvtepi32_ps(n), scale), _mm_set1_ps(0.5f + 1.0f / 1024.0f));
   return _mm_cvttps_epi32(sum);
 }
 
-// Processes four pixels with two channels in each 32-bit lane. Green shares its lanes with a
-// channel of full scale, whose lerp is the union of the alphas.
+// Processes four pixels with two channels in each 32-bit lane. Green is paired with a constant of
+// full scale: interpolating toward full scale by the source alpha gives the union of the alphas.
 Vec InFront(Vec s, Vec w, Vec d) {
   const Vec pairs = Splat(0x00FF00FF);
   const Vec alpha_byte = Splat(0xFF);
@@ -93,7 +95,7 @@ VX_Err VXp_ScanCopy_SSE2(int32_t count, const VX_BlendingMode<VX_Pixel8>* mode,
                          const VX_Pixel8* mask, VX_Pixel8* dst) {
   const Vec opacity = Splat(mode->opacity);
   const bool keep = mode->keepDstAlpha != 0;
-  const bool whole = !hasMask && !keep && mode->opacity == 255;  // the plain loop copies the block
+  const bool whole = !hasMask && !keep && mode->opacity == 255;  // the plain loop copies the memory
   ptrdiff_t i = 0;
   for (; !whole && i + 4 <= count; i += 4) {
     const Vec s = Load4(src + i);

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// SSE2 variants of the 8-bit row loops of copy and in-front. Their results are those of the plain
-// loops.
+// SSE2 variants of the 8-bit row loops of copy and in-front, with bit-identical results.
 
 #include "VX/VX_Blend.h"
 

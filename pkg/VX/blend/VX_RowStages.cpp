@@ -10,7 +10,7 @@ namespace {
 
 enum class Direction { kMatte, kUnmatte };
 
-// Matting does not change an opaque pixel.
+// Mattes or unmattes one colour. An opaque pixel is not changed.
 template <class L, class Neutral, Direction direction>
 VXp_Color<L> MatteColor(const VXp_Color<L>& c, typename L::Work a) {
   using Work = typename L::Work;
@@ -40,8 +40,8 @@ template <class Pixel, template <class> class Neutral, Direction direction>
   return VX_Ok;
 }
 
-// Computes the weight of the union of alphas. Opacity is multiplied before the mask, unlike in a
-// scan.
+// Computes the weight of the source alpha for the union of alphas. Opacity is multiplied before the
+// mask, unlike in a scan; each product is rounded, so the order matters.
 template <class L, class Pixel>
 typename L::Work UnionWeight(typename L::Work sa, typename L::Work opacity, const Pixel* mask) {
   const typename L::Work w = L::Mul(sa, opacity);

@@ -16,7 +16,7 @@
 
 namespace {
 
-// The arguments of a call, already checked.
+// The arguments of a call after the checks.
 struct Transfer {
   VX_ProgressInfo* progress;
   int32_t field;
@@ -85,7 +85,8 @@ VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_Wo
   return error;
 }
 
-// Wraps the mask, which may be absent. Source and destination are wrapped already.
+// Makes a world of the mask, if there is one, and runs the transfer. Source and destination are
+// worlds already.
 template <class Pixel>
 VX_Err WithMask(Transfer call, const M_Rect* rect, int32_t x, int32_t y,
                 const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The exported per-pixel tables of one depth, made from the list of modes.
+// The exported per-pixel tables of 16-bit pixels, generated from the list of modes.
 
 #include "blend/VXp_Xfer1.h"
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The built-in routines of this component's slots, as the list of slots names them. Those that are
-// exported are declared in public headers.
+// The built-in routines of this component that VX_OverrideSlots.def names. Routines that are
+// exported are declared in public headers instead.
 
 #include "VX/VX_Blend.h"
 #include "VX/VX_OverrideTable.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 // Four neighbouring pixels of a row with their channels in lanes, and loops over rows in steps of
-// four. Pixels are loaded and stored by memcpy, because a row may begin at any address.
+// four. Pixels are loaded and stored by memcpy, because a row may start at any byte.
 
 #include <cstring>
 
@@ -16,7 +16,8 @@ static_assert(kVXp_Lanes == 4);
 template <class Pixel>
 using VXp_FourOf = VXp_Argb<VXp_LaneTraits<Pixel>>;
 
-// Loads or stores 16 bytes at any address as lanes of any type.
+// Loads 16 bytes as lanes of any type: item `index` of an array that may start at any byte.
+// VXp_StoreLanes is the counterpart.
 template <class Lanes>
 Lanes VXp_LoadLanes(const void* from, ptrdiff_t index = 0) {
   Lanes v;
@@ -40,7 +41,7 @@ inline void VXp_StoreFour(VX_Pixel8* p, const VXp_FourOf<VX_Pixel8>& v) {
                  (v.alpha & 0xFF) | (v.red & 0xFF) << 8 | (v.green & 0xFF) << 16 | v.blue << 24);
 }
 
-// A pixel is two words: alpha and red, then green and blue.
+// Loads four 16-bit pixels. A pixel is two 32-bit words: alpha and red, then green and blue.
 inline VXp_FourOf<VX_Pixel16> VXp_LoadFour(const VX_Pixel16* p) {
   const auto first = VXp_LoadLanes<VXp_WordLanes>(p, 0);
   const auto second = VXp_LoadLanes<VXp_WordLanes>(p, 1);
@@ -57,7 +58,7 @@ inline void VXp_StoreFour(VX_Pixel16* p, const VXp_FourOf<VX_Pixel16>& v) {
   VXp_StoreLanes(p, 1, __builtin_shufflevector(ar, gb, 2, 6, 3, 7));
 }
 
-// Transposes four rows of four lanes.
+// Transposes four pixels to four vectors of one channel each.
 inline VXp_FourOf<VX_PixelFloat> VXp_Turned(VXp_FloatLanes p0, VXp_FloatLanes p1, VXp_FloatLanes p2,
                                             VXp_FloatLanes p3) {
   const auto ar01 = __builtin_shufflevector(p0, p1, 0, 4, 1, 5);
@@ -90,8 +91,8 @@ int32_t VXp_ForFours(int32_t count, Step&& step) {
   return static_cast<int32_t>(x);
 }
 
-// Calls row(src, mask, dst) once for the pixels from `done` on, of which there are fewer than four.
-// They are copied to groups of four that are filled with zeros. A null mask stays null.
+// Calls row(src, mask, dst) once for the last count - done pixels, of which there are fewer than
+// four. They are copied to arrays of four pixels, padded with zeros. A null mask stays null.
 template <class Pixel, class Row>
 void VXp_ForRest(int32_t done, int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst,
                  Row&& row) {

@@ -5,9 +5,8 @@
 // Converts four pixels between stored and linear values, with the same results as
 // VXp_LinearLight.h.
 //
-// Most of the time is spent on loading table entries into lanes. Therefore an entry is loaded
-// together with the next one, as the two halves of a lane, and values of 16 bits are processed
-// eight at a time.
+// Most of the time is spent on loading table entries. Therefore entries i and i + 1 are loaded
+// together as the two 16-bit halves of a lane, and 16-bit values are processed eight at a time.
 
 #include <cstring>
 
@@ -19,15 +18,16 @@ using VXp_HalfLanes = uint16_t __attribute__((vector_size(16)));
 
 // --- entries of the tables -----------------------------------------------------------------------
 
-// Returns entries i and i + 1 of the table at `offset`. The entry after the last one of `linearize`
-// is the first of `delinearize`; its weight must be 0.
+// Returns entries i and i + 1 of the table at byte `offset` of `tables`, as the low and high half
+// of a word. For the last entry of `linearize`, i + 1 is the first entry of `delinearize`; callers
+// must give it the weight 0.
 inline uint32_t VXp_EntryPair(const VX_LinearBlendingTables& tables, size_t offset, uint32_t i) {
   uint32_t pair;
   std::memcpy(&pair, reinterpret_cast<const char*>(&tables) + offset + size_t{i} * 2, sizeof pair);
   return pair;
 }
 
-// Returns four entries of the table for bytes, one in each lane.
+// Returns four entries of the table for 8-bit values, one in each lane.
 inline VXp_IntLanes VXp_Entries(const uint16_t* table, uint8_t i0, uint8_t i1, uint8_t i2,
                                 uint8_t i3) {
 #ifdef __SSE2__
@@ -40,7 +40,7 @@ inline VXp_IntLanes VXp_Entries(const uint16_t* table, uint8_t i0, uint8_t i1, u
 #endif
 }
 
-// Returns the pairs for four indices of 16 bits each; the first index is in the lowest bits.
+// Returns the entry pairs for four 16-bit indices; the first index is in the lowest bits.
 inline VXp_WordLanes VXp_EntryPairs(const VX_LinearBlendingTables& tables, size_t offset,
                                     uint64_t indices) {
   const auto pair = [&](int32_t k) {
@@ -49,8 +49,9 @@ inline VXp_WordLanes VXp_EntryPairs(const VX_LinearBlendingTables& tables, size_
   return VXp_WordLanes{pair(0), pair(1), pair(2), pair(3)};
 }
 
-// Returns (first - 32768) low + (second - 32768) high for the two entries of each lane. The weights
-// low and high are in the same halves as the entries, and are 0..32767.
+// Returns (first - 32768) low + (second - 32768) high for each lane, where first and second are the
+// entries of its pair. The weights low and high are in the corresponding halves of `weights` and
+// are 0..32767. The bias makes the entries fit signed 16 bits.
 inline VXp_IntLanes VXp_WeighPairs(VXp_WordLanes pairs, VXp_HalfLanes weights) {
   const VXp_WordLanes biased = pairs ^ 0x80008000u;
 #ifdef __SSE2__
@@ -77,7 +78,7 @@ inline VXp_IntLanes VXp_OddHalves(VXp_HalfLanes v) {
   return reinterpret_cast<VXp_IntLanes>(reinterpret_cast<VXp_WordLanes>(v) >> 16);
 }
 
-// Returns min(v, 32768).
+// Returns min(v, 32768) in each lane.
 inline VXp_HalfLanes VXp_HeldToWhite(VXp_HalfLanes v) {
 #ifdef __SSE2__
   return v - reinterpret_cast<VXp_HalfLanes>(
@@ -87,7 +88,8 @@ inline VXp_HalfLanes VXp_HeldToWhite(VXp_HalfLanes v) {
 #endif
 }
 
-// Converts linear values to stored ones, both at 16 bits. White is the end of the last interval.
+// Converts linear values to stored ones, both at 16 bits. The last interval of the table includes
+// white, so that every value has an entry after its own.
 inline VXp_HalfLanes VXp_DelinearizeHalves(const VX_LinearBlendingTables& tables, VXp_HalfLanes x) {
   x = VXp_HeldToWhite(x);
   const VXp_HalfLanes i = (x >> 3) - (x >> 15);
@@ -113,7 +115,8 @@ inline VXp_HalfLanes VXp_DelinearizeHalves(const VX_LinearBlendingTables& tables
   return v ^ uint16_t { 0x8000 };
 }
 
-// Returns (255 v + 16384) >> 15: the upper half of 510 v plus the rounding by its lower half.
+// Returns (255 v + 16384) >> 15, computed as the upper half of 510 v plus 1 if its lower half
+// rounds up.
 inline VXp_HalfLanes VXp_HalvesToBytes(VXp_HalfLanes v) {
 #ifdef __SSE2__
   const auto upper = reinterpret_cast<VXp_HalfLanes>(
@@ -139,8 +142,8 @@ inline VXp_IntLanes VXp_DelinearizeFour(const VX_LinearBlendingTables& tables, V
   return ((VXp_WeighPairs(pairs, VXp_Paired(8 - f, f)) + 4) >> 3) + 32768;
 }
 
-// The weight of the lower entry, 32768 - f, may not fit into 16 bits. Therefore the entry is
-// weighted with 32767 - f and added once more.
+// Converts stored values to linear ones. The weight of the lower entry, 32768 - f, may not fit
+// signed 16 bits. Therefore the entry is weighted with 32767 - f and added once more.
 inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp_IntLanes c) {
   const VXp_IntLanes held = VXp_EvenHalves(VXp_HeldToWhite(VXp_Paired(c, VXp_IntLanes{})));
   const VXp_IntLanes p = (held << 8) - held;
@@ -157,7 +160,7 @@ inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp
 
 // --- pixels --------------------------------------------------------------------------------------
 
-// Stores the pixels for which `acts` is set.
+// Stores the pixels for which `acts` is set, and leaves the others unchanged.
 template <class Pixel>
 void VXp_StoreWhere(VXp_IntLanes acts, VXp_FourOf<Pixel> p, Pixel* to) {
   if (VXp_LaneTraits<Pixel>::Any(~acts)) {
@@ -168,7 +171,7 @@ void VXp_StoreWhere(VXp_IntLanes acts, VXp_FourOf<Pixel> p, Pixel* to) {
   VXp_StoreFour(to, p);
 }
 
-// Stores only alpha, in the pixels for which `acts` is set.
+// Stores the alpha of the pixels for which `acts` is set.
 template <class Pixel, class Lanes>
 void VXp_StoreAlphaWhere(VXp_IntLanes acts, Lanes alpha, Pixel* to) {
   VXp_FourOf<Pixel> p = VXp_LoadFour(to);
@@ -179,7 +182,8 @@ void VXp_StoreAlphaWhere(VXp_IntLanes acts, Lanes alpha, Pixel* to) {
 template <class Pixel>
 struct VXp_LinearLanes;
 
-// For pixels of more than 8 bits, whose colours have too many values for a table.
+// Replaces the class RoundTrip for pixels of more than 8 bits, which have too many values for a
+// table.
 struct VXp_NoRoundTrip {
   static constexpr bool Serves(int32_t /*count*/) { return false; }
   template <class... Arguments>
@@ -205,7 +209,7 @@ struct VXp_LinearLanes<VX_Pixel8> {
     return {AlphaToWorking(VXp_LoadFour(from).alpha), channel(1), channel(2), channel(3)};
   }
 
-  // Alpha and green, and red and blue, are stored together.
+  // Alpha and green share a vector of 16-bit values, and so do red and blue.
   static void Store(const Working& p, VXp_IntLanes acts, const VX_LinearBlendingTables& t,
                     VX_Pixel8* to) {
     const VXp_HalfLanes rb = VXp_DelinearizeHalves(t, VXp_Paired(p.red, p.blue));
@@ -217,8 +221,9 @@ struct VXp_LinearLanes<VX_Pixel8> {
     VXp_StoreLanes(to, 0, acts ? pixels : VXp_LoadLanes<VXp_IntLanes>(to));
   }
 
-  // Copied colours are also converted to linear light and back. For bytes, one table does both. Its
-  // preparation is worthwhile in long rows only.
+  // Stores colours that a mode copies without change. They are converted to linear light and back
+  // like other colours, because the rounding is part of the result. A table of 256 bytes does both
+  // conversions; building it is worthwhile for long rows only.
   class RoundTrip {
    public:
     bool Serves(int32_t count) const { return count >= 256; }
@@ -273,7 +278,7 @@ struct VXp_LinearLanes<VX_Pixel16> {
   }
 };
 
-// Powers are computed by the C library, one at a time.
+// Float pixels. Powers are computed by the C library, one value at a time.
 template <>
 struct VXp_LinearLanes<VX_PixelFloat> {
   using Working = VXp_FourOf<VX_PixelFloat>;

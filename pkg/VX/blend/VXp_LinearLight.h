@@ -5,8 +5,8 @@
 // Conversion between stored and linear values, by the tables of a profile.
 //
 // In linear light, integer pixels of both depths blend at 16 bits, float pixels as floats.
-// VXp_LinearLight<Pixel> defines the working pixel and converts in both directions. Alpha is linear
-// already: only its scale changes.
+// VXp_LinearLight<Pixel> defines the type of the pixel that is blended and the conversions in both
+// directions. Alpha is not encoded with a tone curve: only its scale changes.
 
 #include <cmath>
 
@@ -14,7 +14,7 @@
 #include "blend/modes/VXp_Mode.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
 
-// Converts alpha from 8 to 16 bits. The product needs all 32 bits of an unsigned word.
+// Converts alpha from 8 to 16 bits. The product does not fit signed 32 bits, but fits unsigned.
 constexpr uint16_t VXp_AlphaTo16(uint8_t a) {
   return static_cast<uint16_t>((a * 8421504u + 33200u) >> 16);
 }
@@ -94,7 +94,7 @@ struct VXp_LinearLight<VX_PixelFloat> {
   }
 
  private:
-  // Returns the power of the absolute value, with the sign of x.
+  // Returns |x| to the power of `exponent`, with the sign of x.
   static float Power(float x, double exponent) {
     return static_cast<float>(x < 0.0f ? -std::pow(-static_cast<double>(x), exponent)
                                        : std::pow(static_cast<double>(x), exponent));
@@ -104,8 +104,9 @@ struct VXp_LinearLight<VX_PixelFloat> {
   }
 };
 
-// Calls blend(source, destination) on the working pixels of s and d and converts the destination
-// back. For modes that change alpha only, the destination's colours are not converted.
+// Converts s and d to linear light, calls blend(source, destination) on the results, and converts
+// the destination back. For modes that change only alpha, the colours of the destination are not
+// converted.
 template <bool kWritesColor, class Pixel, class Blend>
 void VXp_BlendLinear(const Pixel& s, const VX_LinearBlendingTables& tables, Pixel& d,
                      Blend&& blend) {

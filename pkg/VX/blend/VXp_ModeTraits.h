@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The properties of a mode by its number. See VXp_Mode.h for their meaning.
+// The properties of a mode by its number. VXp_Mode.h describes each property.
 
 #include "blend/modes/VXp_Mode.h"
 
@@ -14,7 +14,7 @@ struct VXp_ModeTraits {
   bool transfer_flag = false;
 };
 
-// Returns the properties of a mode; for an unknown mode, all are off.
+// Returns the properties of a mode. For an unknown mode, all properties are false.
 VXp_ModeTraits VXp_TraitsOfMode(int32_t mode);
 
 // Reports an unknown mode. Returns VX_ErrUnsupported.

@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The working memory of one transfer or transform. Each call has its own, so that calls may run on
-// several threads. Only the rows that the call needs are allocated.
+// The row buffers of one transfer or transform. They are allocated per call, so that calls may run
+// on several threads. Only the rows that the call needs are allocated.
 
 #include "VX/VX_Package.h"
 #include "VX/VX_Transfer.h"
 #include "frame/VXp_Report.h"
 
-// One block of working memory.
+// One block of memory for the duration of a call.
 class VXp_CallBlock {
  public:
   VXp_CallBlock() = default;
@@ -17,7 +17,8 @@ class VXp_CallBlock {
   VXp_CallBlock(const VXp_CallBlock&) = delete;
   VXp_CallBlock& operator=(const VXp_CallBlock&) = delete;
 
-  // Allocates the block; for 0 bytes, none. To be called once. Returns false if out of memory.
+  // Allocates the block, or nothing for 0 bytes. Call once per object. Returns false if out of
+  // memory.
   bool Reserve(size_t bytes) {
     if (bytes == 0) return true;
     const char* label = U_ZLookupLStrCache(&VX_G_zref, 15);
@@ -32,10 +33,11 @@ class VXp_CallBlock {
 
 class VXp_RowBuffers {
  public:
-  // Uses the rows of a caller's scratch, if it is not null.
+  // Uses the rows of the caller's scratch if `given` is not null.
   explicit VXp_RowBuffers(const VX_BlendScratch* given) : given_(given) {}
 
-  // Sizes are in bytes, 0 for a row that is not needed. Returns VX_Ok or VX_ErrOutOfMemory.
+  // Allocates the rows. Sizes are in bytes, 0 for a row that is not needed. Returns VX_Ok or
+  // VX_ErrOutOfMemory.
   VX_Err Reserve(size_t alpha_bytes, size_t mask_bytes) {
     if (given_ != nullptr) return VX_Ok;
     return alpha_.Reserve(alpha_bytes) && mask_.Reserve(mask_bytes) ? VX_Ok : VX_ErrOutOfMemory;

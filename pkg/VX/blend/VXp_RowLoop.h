@@ -5,11 +5,12 @@
 // The row loops: one for each mode, pixel type and encoding (stored or linear). A null mask is full
 // scale everywhere.
 //
-// A row is processed four pixels at a time. Their channels are put into lanes (and converted to
-// linear light in a linear loop), the weights are computed, the mode's piece runs, and the pixels
-// are stored. Four pixels of weight 0 are skipped if the mode leaves such pixels alone. The last
-// pixels of a row are copied into a row of four, on which the loop calls itself, so that the code
-// of a mode exists once in its loop.
+// A row is processed four pixels at a time. Their channels are loaded into lanes (and converted to
+// linear light in a linear loop), the weights are computed, the arithmetic of the mode (its
+// "piece") is applied, and the pixels are stored. If the mode does not change pixels of weight 0,
+// four pixels whose weights are all 0 are skipped. The last one to three pixels of a row are copied
+// to an array of four, for which the loop calls itself, so that the code of the mode is compiled
+// only once per loop.
 
 #include "VX/VX_Blend.h"
 #include "blend/VXp_FourPixels.h"
@@ -19,7 +20,8 @@
 #include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"
 
-// The pixel of a row, and the pixel type in which it is computed.
+// For the pixel type of a row and the encoding: the type in which pixels are blended, loads and
+// stores.
 template <class Pixel, bool linear>
 struct VXp_RowVariant {
   static constexpr bool kLinear = linear;
@@ -51,15 +53,15 @@ struct VXp_RowVariant {
     }
   }
 
-  // Loads alpha only, which needs no table.
+  // Loads alpha only. This needs no table, because alpha is not encoded.
   static Lanes LoadAlpha(const Pixel* from) {
     const auto alpha = VXp_LoadFour(from).alpha;
     if constexpr (linear) return VXp_LinearLanes<Pixel>::AlphaToWorking(alpha);
     return alpha;
   }
 
-  // Loads the destination under a source of weight w. In a linear loop, only alpha is loaded if the
-  // mode does not read the colours, because the lookup is slow.
+  // Loads the destination for a source of weight w. In a linear loop, only alpha is loaded if the
+  // mode does not read the colours, because the lookup of colours is slow.
   template <class Piece>
   static VXp_Argb<L> LoadUnder(Lanes w, const Pixel* from, const VX_LinearBlendingTables* tables) {
     if constexpr (linear) {
@@ -69,7 +71,7 @@ struct VXp_RowVariant {
     return Load(from, tables);
   }
 
-  // Stores the result of the piece in the pixels for which `acts` is set.
+  // Stores the result of the mode in the pixels for which `acts` is set.
   template <class Piece>
   static void Store(const VXp_Argb<L>& p, VXp_IntLanes acts, const VX_LinearBlendingTables* tables,
                     Pixel* to) {
@@ -87,9 +89,9 @@ struct VXp_RowVariant {
 // order is part of the result.
 enum class VXp_WeightOrder { kMaskFirst, kOpacityFirst };
 
-// The factors of a row's weights. A product with full scale is exact at every depth, so a factor
-// that is full is left out. Each factor is tested where it is applied: a common test before both
-// makes the loops of cheap modes slower.
+// The factors of a row's weights: mask and opacity. A product with full scale is exact at every
+// depth, so an opacity of full scale is not multiplied. Each factor is tested where it is applied,
+// because one test before both made the loops of fast modes slower.
 template <class V, VXp_WeightOrder order, class Pixel>
 struct VXp_WeightFactors {
   using L = typename V::L;
@@ -103,7 +105,7 @@ struct VXp_WeightFactors {
         opacity(VXp_Splat<Lanes>(V::Scaled(row_opacity))),
         faded(row_opacity != VXp_PixelTraits<Pixel>::kFull) {}
 
-  // Returns the weights of four pixels from x on, whose source alphas are `w`.
+  // Returns the weights of the four pixels that start at x. `w` contains their source alphas.
   Lanes Apply(Lanes w, ptrdiff_t x) const {
     constexpr bool kMaskFirst = order == VXp_WeightOrder::kMaskFirst;
     if (kMaskFirst && mask != nullptr) w = L::Mul(w, V::LoadAlpha(mask + x));
@@ -113,7 +115,7 @@ struct VXp_WeightFactors {
   }
 };
 
-// The loop of a mode with a weight.
+// The loop of modes whose result depends on a weight (source alpha times mask times opacity).
 template <template <class> class Mode, class Pixel, bool linear,
           VXp_WeightOrder order = VXp_WeightOrder::kMaskFirst>
 struct VXp_WeightedLoop {
@@ -159,8 +161,8 @@ struct VXp_WeightedLoop {
     V::template Store<Piece>(d, acts, tables, dst);
   }
 
-  // Blends four pixels that all take the source's colours. Otherwise does nothing and returns
-  // false.
+  // If all four pixels take the source's colours unchanged, blends them without loading the
+  // destination's colours and returns true. Otherwise does nothing and returns false.
   static bool StepCovering(const Pixel* src, Lanes w, bool keep,
                            const VX_LinearBlendingTables* tables, typename V::RoundTrip* trip,
                            Pixel* dst) {
@@ -178,7 +180,7 @@ struct VXp_RowLoop : VXp_WeightedLoop<Mode, Pixel, linear> {};
 
 // --- masked multiply -----------------------------------------------------------------------------
 
-// The loop for rows with a mask.
+// The loop for rows with a mask. Multiply specializes it.
 template <template <class> class Mode, class Pixel, bool linear>
 struct VXp_MaskedRowLoop : VXp_RowLoop<Mode, Pixel, linear> {};
 
@@ -205,7 +207,7 @@ struct VXp_MaskedRowLoop<VXp_ModeMultiply, VX_PixelFloat, false>
 
 // --- copies --------------------------------------------------------------------------------------
 
-// A copy of a whole row without a weight is one memory copy.
+// The loop of copy and scale. A row without mask and with full opacity is one memory copy.
 template <template <class> class Mode, class Pixel, bool linear>
 struct VXp_CopyLoop {
   static VX_Err Scan(int32_t count, const VX_BlendingMode<Pixel>* mode,
@@ -220,8 +222,9 @@ struct VXp_CopyLoop {
   }
 };
 
-// A copy does not change colours, so its linear loop is the stored one. Two linear loops do convert
-// to linear light and back, and round: copy at 8 bits and scale of float pixels.
+// A copy does not change colours, so its linear loop is the loop for stored values. There are two
+// exceptions, which convert to linear light and back with rounding: copy at 8 bits, and scale of
+// float pixels.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeCopy, Pixel, linear>
     : VXp_CopyLoop<VXp_ModeCopy, Pixel, linear && std::is_same_v<Pixel, VX_Pixel8>> {};
@@ -230,10 +233,10 @@ template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeScale, Pixel, linear>
     : VXp_CopyLoop<VXp_ModeScale, Pixel, linear && std::is_same_v<Pixel, VX_PixelFloat>> {};
 
-// --- one pixel after the other -------------------------------------------------------------------
+// --- one pixel at a time -------------------------------------------------------------------------
 
-// Calls blend(source, mask, destination) for each pixel of a row, and stores the destination if it
-// returns true. Without a mask row, the mask is a zero pixel.
+// Calls blend(source, mask, destination) for each pixel of a row, and stores the destination if
+// `blend` returns true. If the mask row is null, the mask is a zero pixel.
 template <class Pixel, class Blend>
 void VXp_ForPixels(int32_t count, const Pixel* src, const Pixel* mask, Pixel* dst, Blend&& blend) {
   for (ptrdiff_t x = 0; x < count; ++x) {
@@ -243,7 +246,8 @@ void VXp_ForPixels(int32_t count, const Pixel* src, const Pixel* mask, Pixel* ds
   }
 }
 
-// Calls blend(source, destination) on the working pixels of a variant.
+// Calls blend(source, destination) on one pixel, converted to linear light if the variant is
+// linear.
 template <class V, class Pixel, class Blend>
 void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, Pixel& d,
                         Blend&& blend) {
@@ -257,8 +261,8 @@ void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, P
   }
 }
 
-// The mix of two images by the mask. The mask is an operand of the mode, so it is required in every
-// variant; opacity is not read.
+// Mixes two images by the mask. The mask is an operand of the mode, so it is required in every
+// variant; opacity is ignored.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
   using V = VXp_RowVariant<Pixel, linear>;
@@ -283,8 +287,8 @@ struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
   }
 };
 
-// The running seed increases by one for each pixel; a pixel of partial weight also draws a number
-// from it.
+// Dissolve. The seed increases by one for each pixel. For a pixel whose weight is neither 0 nor
+// full scale, a random number is also generated from the seed.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeDissolve, Pixel, linear> {
   using V = VXp_RowVariant<Pixel, linear>;

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The stages before and after the scan of a row: matting onto a neutral colour, the inverse, and
-// the union of alphas. See VX_MatteStage and VX_AlphaUnionStage.
+// The stages before and after the scan of a row: matting onto a neutral colour, unmatting, and the
+// union of alphas. See VX_MatteStage and VX_AlphaUnionStage.
 
 #include "VX/VX_Blend.h"
 

@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The choice of a row loop by mode, for one pixel type and variant.
+// Selects a row loop by mode, for one pixel type and variant.
 
 #include <array>
 
 #include "blend/VXp_ModeTraits.h"
 #include "blend/VXp_RowLoop.h"
 
-// The loop of the variant without mask ignores a mask row that a caller passes.
+// Calls `scan` with a null mask: variants without mask ignore a mask row that a caller passes.
 template <class Pixel, VX_ScanFunc<Pixel> scan>
 VX_Err VXp_ScanUnmasked(int32_t count, const VX_BlendingMode<Pixel>* mode,
                         const VX_LinearBlendingTables* tables, const Pixel* src,
@@ -26,7 +26,8 @@ constexpr VX_ScanFunc<Pixel> VXp_RowLoopOf() {
   }
 }
 
-// Entry mode + 3 of forty; the reserved mode is null.
+// The loops by mode. The index is mode + 3, because the lowest mode is -3. The entry of the
+// reserved mode -1 is null.
 template <class Pixel, bool hasMask, bool linear>
 constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
   std::array<VX_ScanFunc<Pixel>, 40> loops{};
@@ -37,11 +38,11 @@ constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
   return loops;
 }
 
-// Outside the exported function, because a static of it would be exported too.
+// At namespace scope, because a static variable of the exported function would be exported too.
 template <class Pixel, bool hasMask, bool linear>
 inline constexpr auto kVXp_RowLoops = VXp_MakeRowLoops<Pixel, hasMask, linear>();
 
-// Returns the vector variant of a mode's loop, or null if there is none for this processor.
+// Returns the vector variant of a mode's loop, or null if the mode has none for this processor.
 template <class Pixel, bool hasMask, bool linear>
 VX_ScanFunc<Pixel> VXp_VectorRowLoop(int32_t /*mode*/) {
   return nullptr;

@@ -2,12 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The transfer for callers inside the library that have row buffers of their own.
+// VX_TransferRect for callers inside the library that provide the row buffers.
 
 #include "VX/VX_Transfer.h"
 
-// Does the same as VX_TransferRect_S. `scratch` is null or a record whose rows are as wide as the
-// destination.
+// Like VX_TransferRect_S. `scratch` is null, or its rows are as wide as the destination.
 VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t quality, int32_t flags, int32_t field,
                            const M_Rect* rect, const VX_LayerDef* src,
                            const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,

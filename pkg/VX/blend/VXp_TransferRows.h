@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Helpers of the two operations that composite rows: transfer rectangles and transforms.
+// Functions that transfers of rectangles and world transforms share: both composite row by row.
 
 #include <type_traits>
 
@@ -23,7 +23,8 @@ inline VX_Err VXp_Poll(VX_ProgressInfo* progress, int32_t done, int32_t total) {
   return progress->progress_func(progress->progress_refcon, done, total);
 }
 
-// The seed of dissolve: for the first column and row of an area, and for the row after row y.
+// VXp_FirstSeed is the seed of dissolve for the first row of an area whose left column is `left`;
+// VXp_NextSeed is the seed for the row after row y.
 inline int32_t VXp_FirstSeed(int32_t seed, int32_t left) {
   return static_cast<int32_t>(static_cast<uint32_t>(seed) + static_cast<uint32_t>(left));
 }
@@ -50,8 +51,7 @@ inline bool VXp_HasPixels(const VX_LayerDef* world) {
 }
 
 // Checks the mask of a composite whose worlds have pixels of `depth` bits. Returns VX_Ok, or
-// VX_ErrBadParameter after a report; the text of the report is that for a mask of a different
-// depth.
+// VX_ErrBadParameter after a report. If the mask has another depth, the report is `unequal_text`.
 inline VX_Err VXp_CheckMask(const VX_MaskSpec* mask, int32_t depth, const char* unequal_text) {
   if (mask == nullptr) return VX_Ok;
   if (!VXp_HasPixels(mask->world) || mask->what < VX_MaskUse_Alpha ||

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The entries of the exported tables: each blends one pixel in one mode.
+// The functions in the exported per-pixel tables. Each blends one pixel in one mode.
 
 #include "VX/VX_Blend.h"
 #include "blend/VXp_LinearLight.h"
 #include "blend/modes/VXp_AllModes.h"
 
-// Returns source alpha times the opacities. An opacity of full scale is not multiplied.
+// Returns source alpha times the opacities. An opacity of full scale is skipped.
 template <class T, class... Opacity>
 typename T::Work VXp_Reduced(typename T::Work sa, Opacity... opacity) {
   ((void)(opacity < T::kFull && (sa = T::Mul(sa, opacity), true)), ...);
@@ -28,7 +28,7 @@ struct VXp_Xfer1Encoded {
   }
 };
 
-// An entry of the table for this number of opacities.
+// The function of a mode in the table for this number of opacities.
 template <template <class> class Mode, class Pixel, class... Opacity>
 struct VXp_Xfer1 {
   static void Blend(const Pixel* src, const VX_LinearBlendingTables* tables, Opacity... opacity,
@@ -56,7 +56,7 @@ struct VXp_Xfer1 {
   }
 };
 
-// A copy does not depend on the tables.
+// Copy does not convert to linear light, so it ignores the tables.
 template <class Pixel, class... Opacity>
 struct VXp_Xfer1<VXp_ModeCopy, Pixel, Opacity...> {
   static void Blend(const Pixel* src, const VX_LinearBlendingTables*, Opacity... opacity,

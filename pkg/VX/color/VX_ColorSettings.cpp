@@ -29,7 +29,7 @@ VX_ColorSettings& VX_ColorSettings::operator=(const VX_ColorSettings& other) {
 
 VX_ColorSettings::~VX_ColorSettings() = default;
 
-// Computed data remain in `from`, because callers may hold the addresses of its tables.
+// The computed data are not taken from `from`, because callers may hold addresses of its tables.
 void VX_ColorSettings::VXp_TransferColorSettings(const VX_ColorSettings& from) {
   InvalidateCachedValues(from.profileID);
   linearize = from.linearize;
@@ -69,8 +69,8 @@ boost::shared_ptr<COR_QCE_Profile> VX_ColorSettings::GetProfile() const {
   return profile;
 }
 
-// The profile object is not stored: the pool returns its first profile with this identifier, so
-// that equal settings refer to one object.
+// Only the identifier is stored. The pool returns its first profile with this identifier, so that
+// equal settings refer to the same profile object.
 void VX_ColorSettings::SetProfile(boost::shared_ptr<COR_QCE_Profile> chosen) {
   _t_QCE_ID id{};
   QCE_Error(COR_QCE_GetProfileID(profilePool, chosen, &id));

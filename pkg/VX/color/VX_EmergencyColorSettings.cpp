@@ -13,7 +13,7 @@ struct DisposePool {
 };
 using PoolPtr = std::unique_ptr<COR_QCE_ProfilePool, DisposePool>;
 
-// Freed by VX_Death. Not freed at process exit, when the engine may be gone.
+// Freed by VX_Death, but not at process exit, because the colour engine may be unloaded by then.
 constinit COR_QCE_ProfilePool* emergency_pool = nullptr;
 constinit VX_ColorSettings* emergency_settings = nullptr;
 

@@ -16,10 +16,10 @@ constexpr int32_t kEntries = 4097;
 constexpr int32_t kLast = kEntries - 1;
 using Entries = std::array<uint16_t, kEntries>;
 
-// Returns the linear value of an entry, 0..32768.
+// Returns the value that entry number `entry` of 4097 represents, 0..32768.
 constexpr int32_t ValueOf(int32_t entry) { return ((entry << 15) + 2048) >> 12; }
 
-// Linearizes all 8-bit greys with the engine.
+// Fills the table with the linear values of all 8-bit greys, converted by the engine.
 void Linearize(const boost::shared_ptr<COR_QCE_Profile>& profile, uint16_t* linearize) {
   const boost::shared_ptr<COR_QCE_Transform> transform = VX_GetLinearizeTransform(profile);
   VX_Pixel16 greys[kGreys];
@@ -33,7 +33,8 @@ void Linearize(const boost::shared_ptr<COR_QCE_Profile>& profile, uint16_t* line
   std::transform(greys, greys + kGreys, linearize, [](const VX_Pixel16& p) { return p.red; });
 }
 
-// Interpolates the 256 values to 4097 entries, by the rule that linearizes 16-bit pixels.
+// Interpolates the 256 values to 4097 entries, by the rule that converts 16-bit pixels to linear
+// light.
 Entries Expand(const uint16_t* linearize) {
   Entries expanded;
   for (int32_t i = 0; i < kEntries; ++i) {
@@ -47,8 +48,9 @@ Entries Expand(const uint16_t* linearize) {
   return expanded;
 }
 
-// Returns the position of x in segment k, in eighths of an entry. If x is inside the segment, its
-// ends differ.
+// Returns the position at which the interpolated entries have the value x, in eighths of an entry,
+// within segment k (entries k and k + 1). If x is inside the segment, its ends differ, so the
+// division is safe.
 int32_t PositionInSegment(const Entries& rising, int32_t k, int32_t x) {
   const int32_t low = rising[static_cast<size_t>(k)];
   const int32_t high = rising[static_cast<size_t>(k) + 1];
@@ -58,7 +60,8 @@ int32_t PositionInSegment(const Entries& rising, int32_t k, int32_t x) {
   return 8 * k + ((width >> 1) + ((x - low) << 3)) / width;
 }
 
-// In a constant segment, positions are at its end: the loop advances while the upper end is <= x.
+// Inverts the table. If several entries equal x, the position of the last one is used, because the
+// loop advances while the upper end of the segment is <= x.
 void Invert(const Entries& rising, uint16_t* delinearize) {
   int32_t k = 0;
   for (int32_t i = 0; i < kEntries; ++i) {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Called by VX_Death. This component needs no call at birth.
+// The function of this component that VX_Death calls. Birth needs none.
 
 // Frees the fallback settings, if there are any. The colour engine must still be bound.
 void VXp_DeathEmergencyColorSettings();

@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Colour spaces for a pixel of any depth.
+// Colour space conversions of one pixel, for any depth.
 //
-// A component is computed in double at its final scale, with one division whose operands are exact
-// for integer pixels. Therefore halves are exact and the rounding is well defined.
+// A component is computed in double at its final scale, with one division. For integer pixels both
+// operands of this division are exact. Therefore a result that is exactly a half is represented
+// exactly, and rounding is well defined.
 
 #include <algorithm>
 #include <array>
@@ -17,7 +18,8 @@
 template <class Pixel>
 inline constexpr bool kVXp_IsFloat = std::is_same_v<Pixel, VX_PixelFloat>;
 
-// Component: type of H, L, S, Y, I, Q. Reading: type of the attributes of a pixel.
+// VXp_Component is the type of H, L, S, Y, I and Q. VXp_Reading is the type of the attributes that
+// VX_Luminance_Straight and similar calls return.
 template <class Pixel>
 using VXp_Component = std::conditional_t<kVXp_IsFloat<Pixel>, float, VX_Fixed>;
 template <class Pixel>
@@ -34,7 +36,7 @@ Result VXp_RoundedTo(double v) {
   }
 }
 
-// Channels in the units of their pixel.
+// Channels in the units of the pixel type.
 struct VXp_Rgb {
   double r, g, b;
 
@@ -73,7 +75,7 @@ class VXp_HlsOf {
         max_(std::max({c_.r, c_.g, c_.b})),
         min_(std::min({c_.r, c_.g, c_.b})) {}
 
-  // Returns degrees times `scale`.
+  // Returns the hue in degrees times `scale`.
   double Hue(double scale) const {
     if (Range() == 0.0) return 0.0;
     if (max_ == c_.r) return Sector(c_.g - c_.b, c_.g < c_.b ? 360.0 : 0.0, scale);
@@ -99,8 +101,8 @@ class VXp_HlsOf {
   double max_, min_;
 };
 
-// Returns the position of a channel between the smallest and the largest value, 0..1, for its
-// distance from the hue in degrees 0..360.
+// Returns the value of a channel relative to the smallest (0) and largest (1) channel. `degrees` is
+// the hue plus an offset for the channel, 0..480.
 inline double VXp_HueShare(double degrees) {
   const double d = degrees >= 360.0 ? degrees - 360.0 : degrees;
   if (d < 60.0) return d / 60.0;
@@ -123,7 +125,7 @@ inline VXp_Rgb VXp_RgbOfHls(double h, double l, double s) {
 
 // --- YIQ -----------------------------------------------------------------------------------------
 
-// The matrix times 1000, so that sums of integer channels are exact.
+// The rows of the matrix for Y, I and Q, times 1000, so that sums of integer channels are exact.
 using VXp_Matrix3 = std::array<std::array<double, 3>, 3>;
 inline constexpr VXp_Matrix3 kVXp_Yiq = {
     {{299.0, 587.0, 114.0}, {596.0, -274.0, -322.0}, {211.0, -523.0, 312.0}}};
@@ -205,7 +207,7 @@ VX_Err VXp_ReadLuminance(const Pixel* rgb, VXp_Reading<Pixel>* out) {
   return VX_Ok;
 }
 
-// Reads one component at the full scale of the pixel.
+// Stores one component, scaled to the full scale of the pixel.
 template <class Pixel>
 VX_Err VXp_ReadHls(const Pixel* rgb, double (VXp_HlsOf<Pixel>::*component)(double) const,
                    VXp_Reading<Pixel>* out) {

@@ -10,8 +10,8 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-// Removes the next character from the text. An invalid byte (stray, truncated, overlong, surrogate
-// or above the last code point) is removed alone and gives U+FFFD.
+// Removes the first character of the text and returns its code point. If it is not valid UTF-8,
+// removes one byte and returns U+FFFD.
 char32_t TakeCharacter(std::string_view* text) {
   const auto first = static_cast<uint8_t>(text->front());
   const auto length = static_cast<size_t>(first < 0x80 ? 1 : std::countl_one(first));

@@ -5,5 +5,5 @@
 #include <string>
 #include <string_view>
 
-// Converts a host text from UTF-8 to UTF-16. Each invalid byte becomes U+FFFD.
+// Converts a text of the host from UTF-8 to UTF-16. Each invalid byte becomes U+FFFD.
 std::u16string VXp_Utf16(std::string_view text);

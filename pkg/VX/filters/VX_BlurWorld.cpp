@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Blurs both axes, band by band: first along the rows into a premultiplied intermediate world, then
-// down its columns. Also defines the two unused entries of the function table.
+// Blurs both axes in bands of rows: first along the rows into a premultiplied intermediate world,
+// then down its columns. Also defines the two unused routines of the override table.
 
 #include <algorithm>
 #include <cstring>
@@ -81,7 +81,7 @@ void Copy(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixe
   }
 }
 
-// Rows top..bottom - 1 of the frame that contains source and destination.
+// Rows top..bottom - 1, in coordinates that include the origin of a world.
 struct Rows {
   int64_t top, bottom;
 
@@ -108,9 +108,9 @@ VX_WorldX<Pixel> PartOf(const VX_LayerDef& world, const Rows& rows) {
 
 // Blurs both axes, band by band of the destination. The intermediate world has the columns of the
 // destination and the rows of the source that one band reads. Each source row is blurred once; rows
-// that the next band also reads are moved to the top. So the intermediate world stays in the cache.
-// It also stays below the size at which the allocator requests new pages from the system for each
-// call, which would take as long as a pass.
+// that the next band also reads are moved to the top of the intermediate world. This keeps the
+// intermediate world small enough for the cache. It is also smaller than the size from which the
+// allocator requests new pages from the system for each call, which would take as long as a pass.
 template <class Pixel>
 class BandedBlur {
  public:
@@ -157,7 +157,7 @@ class BandedBlur {
         VX_World::New(dst_.width, most, kVXp_DepthOf<Pixel>, 0));
     if (between == nullptr) VXp_Throw(VX_ErrOutOfMemory);
     between->origin_x = dst_.origin_x;
-    int64_t made = Seen(reached_).top;  // rows of the source above this one are blurred along rows
+    int64_t made = Seen(reached_).top;  // source rows above this one have been blurred along rows
     between->origin_y = static_cast<int32_t>(made);
     for (Rows band = reached_; band.top < reached_.bottom; band.top = band.bottom) {
       band.bottom = std::min(band.top + band_, reached_.bottom);
@@ -193,8 +193,8 @@ class BandedBlur {
   VX_WorldX<Pixel>& dst_;
   const Rows source_;
   const int64_t reach_;
-  const Rows reached_;  // rows of the destination that the source spreads to
-  const int64_t band_;  // rows of the destination in a band
+  const Rows reached_;  // rows of the destination within the reach of the source
+  const int64_t band_;  // number of destination rows in a band
   VXp_JoinedProgress joined_;
 };
 
@@ -245,7 +245,7 @@ VX_Err VX_BlurReach(const VX_BlurSpec* spec, int32_t* reach_x, int32_t* reach_y)
   return VX_Ok;
 }
 
-// The function table keeps these two entries for modules that replace them.
+// The override table has these two slots for modules that provide a routine; see VX_Blur.h.
 
 VX_Err VX_FastBlur_Straight(VX_ProgressInfo*, const VX_LayerDef*, float, int32_t, VX_LayerDef*) {
   return VX_ErrUnsupported;

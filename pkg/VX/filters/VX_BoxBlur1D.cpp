@@ -20,7 +20,8 @@ struct Extent {
 };
 
 // Computes the part of a line that each of `times` passes writes: the positions that later passes
-// read and that are within the reach of the source after the earlier passes. Pass 0 is the copy.
+// read and that are within the reach of the source after this pass. Pass 0 is the copy of the
+// source.
 class Extents {
  public:
   Extents(const VX_Blur1DState& state, int64_t radius, int32_t times)
@@ -38,8 +39,9 @@ class Extents {
   }
   Extent Source() const { return src_; }
 
-  // Returns the size of the largest part before the last pass. From pass to pass the sizes first
-  // grow with the reach of the source, and then shrink to the part that the destination needs.
+  // Returns the size of the largest part that is stored in scratch, that is, before the last pass.
+  // From pass to pass the parts first grow with the reach of the source, and then shrink to the
+  // part that the destination needs.
   int64_t Largest() const {
     int64_t largest = std::max(Of(0).Size(), times_ > 1 ? Of(times_ - 1).Size() : 0);
     if (n_ == 0) return largest;
@@ -77,11 +79,11 @@ class BoxBlur {
   BoxBlur(VX_Blur1DState& state, int32_t iterations)
       : state_(state),
         window_(VXp_BoxWindowOf(state.radius)),
-        // Repeating a window of one pixel changes nothing.
+        // A window of one pixel changes nothing, so one pass is enough.
         iterations_(window_.reach == 0 ? 1 : iterations),
         extents_(state, window_.reach, iterations_) {
-    // A tile of columns is read in place, because its pixels are adjacent. Rows in a tile are
-    // copied.
+    // A tile of columns is read in place, because its pixels are adjacent. Rows that form a tile
+    // are copied first.
     const bool rows_in_tiles = state.src.direction == VX_Blur_AlongRows && !state.RowsOnly();
     copies_ = state.force_copy || state.Premultiplies() || rows_in_tiles;
     VXp_ChooseTile(state, kSize, kVXp_WidestTile, Rows() > 0 ? extents_.Largest() * kSize : 0);

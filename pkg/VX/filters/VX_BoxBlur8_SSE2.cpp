@@ -11,7 +11,8 @@ namespace {
 // Extends the signed words of the lower half to 32 bits.
 __m128i Signed(__m128i words) { return _mm_srai_epi32(_mm_unpacklo_epi16(words, words), 16); }
 
-// See VXp_PixelSums. Differences and sums of two bytes are computed in words.
+// The sums of VXp_PixelSums in SSE2. Differences and sums of two bytes are computed in 16-bit
+// words.
 struct SumsOfBytes {
   using Pixel = VX_Pixel8;
   using Loaded = __m128i;  // channels as words of the lower half
@@ -30,7 +31,7 @@ struct SumsOfBytes {
     const __m128i outer = _mm_unpacklo_epi16(_mm_add_epi16(leading, trailing), _mm_setzero_si128());
     const __m128i part = _mm_madd_epi16(outer, _mm_set1_epi32(-window.outer));
     __m128 numerator;
-    if (window.reach < 4096) {  // S 1024 fits 31 bits
+    if (window.reach < 4096) {  // 1024 times the sum fits 31 bits
       numerator = _mm_cvtepi32_ps(_mm_sub_epi32(_mm_slli_epi32(sums, 10), part));
     } else {
       const __m128d unit = _mm_set1_pd(1024.0);

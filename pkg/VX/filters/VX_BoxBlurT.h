@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The box pass over pixels, for any pixel type. N and the divisor are those of VXp_BoxEngine.h.
+// The box pass over pixels, for any pixel type. N is the weighted sum of a window; N and the
+// divisor are defined in VXp_BoxEngine.h.
 //
-//   mean      N rounded to single, divided in single by the divisor rounded to single; at integer
-//             depths 0.5 is added in single, and the result truncated and limited to full scale
-//   straight  alpha is the mean; colours are quotients of the sums N, see VXp_Unmultiplied
+//   mean      N rounded to single precision, divided in single precision by the divisor rounded to
+//             single precision. At integer depths 0.5 is added in single precision, and the result
+//             is truncated and clamped to full scale.
+//   straight  alpha is the mean; colours are quotients of sums, see VXp_Unmultiplied
 
 #include <algorithm>
 #include <cstring>
@@ -14,8 +16,8 @@
 
 #include "filters/VXp_RunningSums.h"
 
-// The 8-bit pass in SSE2, with the same results as the plain one. Throws VX_ErrBadParameter after a
-// report for straight output, which it does not support.
+// The 8-bit pass in SSE2, with bit-identical results. Does not support straight output: throws
+// VX_ErrBadParameter after a report.
 void VXp_BoxBlurPass8_SSE2(const VXp_BoxPass& pass);
 
 template <class Pixel>
@@ -30,7 +32,7 @@ VXp_RawPixel<Pixel> VXp_BoxMean(VXp_FloatLanes numerator, VXp_FloatLanes divisor
     constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
     VXp_FloatLanes rounded = quotient + 0.5f;
 #ifdef __SSE2__
-    constexpr bool kLimited = sizeof(Pixel) == sizeof(VX_Pixel8);  // by the packing
+    constexpr bool kLimited = sizeof(Pixel) == sizeof(VX_Pixel8);  // packing clamps to 255
 #else
     constexpr bool kLimited = false;
 #endif
@@ -51,8 +53,8 @@ template <class Pixel>
   }
 }
 
-// Prefetches the rows that leave or enter a long window, because they were read too long ago to be
-// in the cache.
+// Prefetches the rows that enter or leave the window. In a long window they were read too long ago
+// to be in the cache.
 class VXp_BoxPrefetch {
  public:
   VXp_BoxPrefetch(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size)
@@ -75,8 +77,8 @@ class VXp_BoxPrefetch {
   ptrdiff_t entering_, leaving_, out_;
 };
 
-// The variant of a pass, so that inner loops contain no tests. kLines 0: any number of lines.
-// kWhole: the radius is an integer. kAll: all channels are blurred.
+// One variant of a pass, compiled separately so that inner loops contain no tests. kLines: number
+// of lines, 0 for any number. kWhole: the radius is an integer. kAll: all channels are blurred.
 template <class SumsType, int32_t kLines, bool kWhole, bool kStraight, bool kAll>
 class VXp_BoxRun {
  public:
@@ -119,7 +121,8 @@ class VXp_BoxRun {
     for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
 
-  // Writes zeros. Either the pixels of a position are adjacent, or the pixels of a line.
+  // Writes zeros to a span. The pixels of a line are contiguous (rows), or the pixels of all lines
+  // at one position are (columns); the longer runs are cleared with memset.
   void Blank(const VXp_BoxSpan& span) const {
     const bool by_line = pass_.out.stride == kSize;
     const int64_t runs = by_line ? lines_ : span.count;
@@ -134,7 +137,7 @@ class VXp_BoxRun {
   void Span(const VXp_BoxSpan& span) {
     Sums sums[kMostLines];
     for (int32_t l = 0; l < lines_; ++l) sums[l] = sums_[l];
-    // Local copies, because the stores of pixels might change members.
+    // Local copies, because the compiler must assume that stores of pixels change members.
     const VXp_BoxWindow window = pass_.window;
     const VXp_ChannelMask<Pixel> mask = mask_;
     const ptrdiff_t line_stride = pass_.out.line_stride;

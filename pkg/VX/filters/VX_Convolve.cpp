@@ -24,8 +24,8 @@ namespace {
 
 constexpr uint32_t kConvolveNumber = 8;
 
-// The window around a pixel. The radius has 16 bits, which wrap for sizes above 65535; a negative
-// radius has no tap.
+// The window around a pixel. The radius is stored in 16 bits: for sizes above 65535 it wraps, and a
+// negative radius gives a window without taps.
 struct Window {
   Window(int32_t flags, int32_t kernel_size) {
     const int32_t half = static_cast<int16_t>(kernel_size >> 1);
@@ -43,16 +43,16 @@ struct Window {
   int32_t x_radius, y_radius;
 };
 
-// The distances low..high within -radius..radius for which at least one of the positions
-// first..last plus the distance is in 0..size - 1.
+// The offsets low..high of taps, within -radius..radius, that are inside the source (0..size - 1)
+// for at least one of the positions first..last.
 struct Reach {
   Reach(int32_t radius, int32_t first, int32_t last, int32_t size)
       : low(std::max(-radius, -last)), high(std::min(radius, std::max(size, 0) - 1 - first)) {}
   int32_t low, high;
 };
 
-// Returns the divisor: 256 times the number of taps, or the sum of the kernel if
-// VX_Kernel_Normalize is set; 1 instead of 0. Computed in 32 bits that wrap.
+// Returns the divisor: 256 times the number of taps, or, with VX_Kernel_Normalize, the sum of the
+// kernel, or 1 if that sum is 0. Computed in 32 bits that wrap.
 int32_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
   auto divisor = 256u * static_cast<uint32_t>(window.Taps());
   if ((flags & VX_Kernel_Normalize) != 0) {
@@ -62,7 +62,7 @@ int32_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
   return divisor == 0 ? 1 : static_cast<int32_t>(divisor);
 }
 
-// Sums for up to kPixels neighbouring pixels of a destination row.
+// Computes the sums for up to kPixels neighbouring pixels of a destination row.
 template <class Way>
 class Strip {
  public:
@@ -104,8 +104,8 @@ class Strip {
     }
   }
 
-  // Copies the source pixels that the taps use from column x on. Row y, and for a pair of rows y +
-  // 1, are inside the source.
+  // Copies the source pixels that the taps read, from column x on. Row y is inside the source; if
+  // `pair` is set, row y + 1 is too.
   void TakePixels(int32_t x, int32_t y, bool pair, int32_t taps) {
     const int32_t count = blocks_ * kBlock + taps - 1;
     const int32_t before = std::clamp(-x, 0, count);
@@ -170,7 +170,7 @@ VX_Err ConvolveRows(const VX_ProgressInfo* progress, const VX_LayerDef& src, con
   return VX_Ok;
 }
 
-// Returns whether all weights that are used fit 16 bits.
+// Returns whether all weights that are used fit signed 16 bits.
 bool FitWords(const VX_LayerDef& src, const Window& window, const VXp_FourKernels& kernels,
               const VX_LayerDef& dst) {
   const Reach down(window.y_radius, 0, dst.height - 1, src.height);

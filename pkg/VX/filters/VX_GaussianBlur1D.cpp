@@ -6,9 +6,9 @@
 // Each line is processed in segments. Scratch holds one segment and the positions on both sides
 // that its windows reach, whatever the length of the line. In scratch, the pixels of all lines of a
 // tile at one position are adjacent, followed by those at the next position; positions outside of
-// the source are zero. Therefore one loop over blocks of channels sums both rows and tiles of
-// columns. Sums are computed for a few positions at a time, so that they stay in the first-level
-// cache until they are converted to pixels.
+// the source are zero. With this layout, the same loop over blocks of channels sums single rows and
+// tiles of columns. Sums are computed for a few positions at a time and converted to pixels while
+// they are in the first-level cache.
 //
 //   premultiplied  each channel is the quotient of VXp_GaussianQuotient
 //   straight       alpha is that quotient; colours are c_sum / alpha_sum, see VXp_Unmultiplied
@@ -65,7 +65,7 @@ struct Widened {
   }
 };
 
-// The blurred pixel for the sums of a window. `here` is the source pixel at the centre.
+// Returns the blurred pixel for the sums of a window. `here` is the source pixel at its centre.
 template <class Pixel, bool kStraight>
 VXp_RawPixel<Pixel> BlurredPixel(const VXp_DoubleLanes& sums,
                                  const VXp_GaussianQuotient<VX_ChannelOf<Pixel>>& quotient,
@@ -87,13 +87,14 @@ class GaussianPass {
  public:
   explicit GaussianPass(VX_Blur1DState& state)
       : state_(state), weights_(state.radius), mask_(state.flags) {
-    // The largest distance at which any window overlaps the source.
+    // The largest distance between a window's centre and a source pixel, for windows that overlap
+    // the source. Taps at larger distances are always zero.
     const int64_t last = state.offset + state.dst.length - 1;
     const int64_t reach = std::max(last, state.src.length - 1 - state.offset);
     taps_ = static_cast<int32_t>(std::clamp<int64_t>(reach, 0, weights_.radius()));
     margin_ = taps_ + taps_ % 2;
     sees_source_ = state.offset - taps_ < state.src.length && last + taps_ >= 0;
-    // A forced copy is a copy of the whole line.
+    // force_copy requires that the whole line is copied before it is written.
     const int32_t length = state.dst.length;
     segment_ = state.force_copy ? length
                                 : std::clamp(2 * margin_, std::min(kFewestPlaces, length), length);
@@ -126,14 +127,14 @@ class GaussianPass {
   using Quotient = VXp_GaussianQuotient<Sample>;
   static constexpr ptrdiff_t kPlaceBytes = 4 * sizeof(Channel);
   static constexpr int32_t kBlock = kVXp_SumBlock<Channel>;
-  static constexpr int32_t kTileBytes = 256;  // of a row
+  static constexpr int32_t kTileBytes = 256;  // width of a tile: bytes of a row
   static constexpr int32_t kFewestPlaces = 128;
-  static constexpr int32_t kChunk = kTileBytes;  // channels: a position of the widest tile of bytes
+  static constexpr int32_t kChunk = kTileBytes;  // channels per position in the widest 8-bit tile
 
   int64_t Places() const { return int64_t{segment_} + 2 * margin_; }
 
-  // Scratch begins `margin_` positions before the first window's centre. From one segment to the
-  // next, positions that are needed again are moved to its front.
+  // Blurs a tile. Scratch begins `margin_` positions before the centre of the first window. After
+  // each segment, the positions that the next one needs too are moved to the front.
   template <bool kStraight>
   void Lines(Channel* row, int64_t line, int32_t to, int32_t lines) const {
     const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
@@ -162,7 +163,7 @@ class GaussianPass {
     std::fill(out + (to - start) * step, out + count * step, Work::kZero);
   }
 
-  // Blurs `count` positions of the destination from `place` on.
+  // Blurs `count` positions of the destination, starting at position `place`.
   template <bool kStraight>
   void Blur(const Channel* here, int64_t to, int32_t lines, int32_t place, int32_t count) const {
     alignas(16) double sums[kChunk + kBlock];
@@ -186,7 +187,7 @@ class GaussianPass {
     }
   }
 
-  // Converts the sums of `count` positions from `place` on to pixels.
+  // Converts the sums of `count` positions, starting at position `place`, to pixels.
   template <bool kStraight>
   void Write(const Channel* here, const double* sums, const Quotient quotient, int64_t to,
              int32_t lines, int32_t place, int32_t count) const {
@@ -211,9 +212,9 @@ class GaussianPass {
   VXp_GaussianWeights weights_;
   VXp_ChannelMask<Pixel> mask_;
   int32_t taps_;     // the largest distance that is summed: the radius, or less if no
-                     // window overlaps the source at the radius
+                     // window overlaps the source at that distance
   int32_t margin_;   // positions before and after a segment; even, see VXp_GaussianSums
-  int32_t segment_;  // positions of the destination
+  int32_t segment_;  // number of destination positions in a segment
   bool sees_source_;
 };
 

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Makes Gaussian kernels.
+// Builds Gaussian kernels.
 
 #include <algorithm>
 #include <cmath>
@@ -14,8 +14,8 @@ namespace {
 
 constexpr uint32_t kKernelNumber = 10;
 
-// Returns the number of taps on each side of the centre: the radius rounded up, in 16 bits that
-// wrap. Returns -1 for an invalid radius.
+// Returns the number of taps on each side of the centre: ceil(radius), truncated to signed 16 bits.
+// Returns -1 for an invalid radius or a negative number.
 int32_t ReachOf(double radius) {
   constexpr double kEndOf32Bits = 2147483647.0;
   if (!(radius >= 0.0) || radius > kEndOf32Bits) return -1;
@@ -26,13 +26,13 @@ int64_t RowsOf(int32_t reach, int32_t flags) {
   return (flags & VX_Kernel_OneDimensional) != 0 ? 1 : 2 * int64_t{reach} + 1;
 }
 
-// Limits a number to 0..most and truncates it.
+// Clamps a weight to 0..most and truncates it.
 int32_t Weight(double real, double most) {
   return static_cast<int32_t>(std::clamp(real, 0.0, most));
 }
 
-// Fills the row at distance y from the centre, from its ends inwards. The unrounded weights are
-// added to `sum` in this order, which decides its last bits.
+// Fills the row of weights at distance y from the centre, from its ends inwards. The unrounded
+// weights are added to `sum` in this order, on which the last bits of the sum depend.
 void FillRow(double radius, double multiplier, int32_t reach, int64_t y, double& sum,
              int32_t* centre) {
   for (int64_t x = reach; x >= 0; --x) {
@@ -71,7 +71,7 @@ VX_Err VX_GaussianKernel(void* /*ref*/, double radius, int32_t flags, double mul
   for (int64_t row = 0; row < rows; ++row) {
     FillRow(radius, multiplier, reach, row - rows / 2, sum, kernel + row * width + reach);
   }
-  // A sum of 0 cannot be scaled.
+  // If the sum is 0, no factor can scale it.
   if ((flags & VX_Kernel_Normalize) != 0 && sum != 0.0) {
     const double scale = 255.0 * static_cast<double>(width) * static_cast<double>(rows) / sum;
     for (int64_t i = 0; i < width * rows; ++i) kernel[i] = Weight(kernel[i] * scale, INT32_MAX);

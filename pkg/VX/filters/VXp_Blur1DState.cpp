@@ -31,7 +31,8 @@ VXp_BlurSide SideOf(const VX_LayerDef& world, int32_t direction) {
           world.width, world.height,      world.origin_x, world.origin_y};
 }
 
-// Source and destination may be the same pixels if each line is copied before it is overwritten.
+// Returns whether source and destination may be the same pixels: each line must be copied before it
+// is overwritten.
 bool MayShare(const VXp_BlurArguments& a) {
   const VXp_BlurSide src = SideOf(*a.src, a.src_direction);
   const VXp_BlurSide dst = SideOf(*a.dst, a.dst_direction);
@@ -84,7 +85,7 @@ VX_Err VXp_CheckIterations(float radius, int32_t iterations) {
 
 void VXp_ChooseTile(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes) {
   constexpr int64_t kMostBytes = 1 << 19;
-  // Narrow worlds have work for each thread too.
+  // At least this many tiles, so that each thread has work for narrow worlds too.
   const int32_t fewest_items = std::max(16, 2 * std::min(U_GetNumThreads(), 1 << 16));
   state.tile = 1;
   if (state.RowsOnly()) return;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Blurs of worlds and of one-channel buffers. Map of the component:
+// Blurs of worlds and of one-channel buffers. The files of the component:
 //
 //   VX_BlurWorld.cpp         both axes of a world, in bands of rows; uses the two passes below
 //   VX_GaussianBlur1D.cpp    the Gaussian pass over lines of a world
@@ -12,19 +12,20 @@
 //   uno/VX_UnoScans.cpp      box and Gaussian scans over one line of samples
 //   uno/VX_FeatherUnoBuffer  scans over all lines of a one-channel buffer
 //
-// and the engines, which worlds and one-channel buffers share:
+// and the shared algorithms of worlds and one-channel buffers:
 //
 //   VXp_BoxEngine            the positions of a running window along lines
 //   VXp_RunningSums.h        the sums of a running window, of one channel and of four
 //   VXp_GaussianSums         weighted sums over a symmetric window
-//   VXp_ForLines.h           lines on threads, errors, progress
+//   VXp_ForLines.h           distributes lines to threads; errors, progress
 //   VXp_BlurScratch          scratch for each thread
 //
 // Convolution does not use these files. It is in VX_Convolve.cpp and VXp_ConvolveLanes.h.
 //
-// A pass from rows to rows processes a line at a time. If columns are read or written, neighbouring
-// lines are processed together as a tile of some hundred bytes of each row, because processing a
-// single column would read a cache line for each pixel. Each item of the iteration is a tile.
+// A pass that reads and writes rows processes a line at a time. If columns are read or written,
+// neighbouring columns are processed together as a tile of some hundred bytes of each row, because
+// processing a single column would read a cache line for each pixel. Each item of the iteration is
+// a tile.
 
 #include <cstdint>
 
@@ -33,7 +34,7 @@
 #include "filters/VXp_BlurScratch.h"
 #include "filters/VXp_ForLines.h"
 
-// A world as lines along one direction.
+// A world as lines along one direction: rows or columns.
 struct VXp_BlurSide {
   char* data;
   int32_t direction;  // VX_Blur_AlongRows or VX_Blur_DownColumns
@@ -42,8 +43,8 @@ struct VXp_BlurSide {
   ptrdiff_t line_stride;  // from a line to the next
   int32_t length;         // pixels of a line
   int32_t lines;
-  int32_t start;       // origin along the lines
-  int32_t first_line;  // origin across them
+  int32_t start;       // origin of the world along the lines
+  int32_t first_line;  // origin of the world across the lines
 
   char* Address(int64_t line, int64_t place) const {
     return data + line * line_stride + place * stride;
@@ -76,9 +77,9 @@ struct VX_Blur1DState {
   const VX_ProgressInfo* progress;
   float radius;
   int32_t flags;
-  int64_t line_offset;  // the source line of line 0 of the destination
-  int64_t offset;       // the source position of position 0 of a line of the destination
-  int32_t tile = 1;     // lines of an item
+  int64_t line_offset;  // the source line that corresponds to line 0 of the destination
+  int64_t offset;       // the source position that corresponds to position 0 of a destination line
+  int32_t tile = 1;     // number of lines in an item of the iteration
 
   // Returns whether colours are multiplied by alpha when a line is copied.
   bool Premultiplies() const;
@@ -95,22 +96,23 @@ int64_t VXp_BoxReach(float radius, int32_t iterations);
 // Returns VX_ErrBadParameter after a report if `iterations` is below 1 or the reach is too large.
 VX_Err VXp_CheckIterations(float radius, int32_t iterations);
 
-// Sets `state.tile`: up to `width` bytes of a row, and at most 512 KiB of scratch for a tile whose
-// lines take `line_bytes` each.
+// Sets `state.tile`, the number of lines: up to `width` bytes of a row, and at most as many as fit
+// 512 KiB of scratch if each line takes `line_bytes`.
 void VXp_ChooseTile(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes);
 
 // The widest tile, in bytes of a row.
 inline constexpr int32_t kVXp_WidestTile = 512;
 
-// Hardware prefetch does not follow columns, because each row is on another page.
+// A stride from which on software prefetch is used. Hardware prefetch does not follow columns of
+// such worlds, because their rows are on different pages.
 inline constexpr ptrdiff_t kVXp_FarStride = 2048;
 inline bool VXp_IsFar(ptrdiff_t stride) {
   return stride >= kVXp_FarStride || stride <= -kVXp_FarStride;
 }
 
 // Prefetches `bytes` bytes, at most the widest tile, eight rows ahead. Any address is allowed.
-// Always inlined, because the compiler drops calls of a function without effects. Unrolled, because
-// the end of so short a loop is mispredicted for each row.
+// Always inlined, because the compiler removes calls of a function without effects. Unrolled,
+// because the processor mispredicts the end of such a short loop for each row.
 [[gnu::always_inline]] inline void VXp_Prefetch(const char* at, ptrdiff_t stride, int32_t bytes) {
   constexpr int32_t kCacheLine = 64;
   const uintptr_t ahead = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * stride);
@@ -121,18 +123,18 @@ inline bool VXp_IsFar(ptrdiff_t stride) {
   }
 }
 
-// Writes zero pixels to `count` lines of the destination.
+// Sets `count` lines of the destination, from line `first` on, to zero.
 void VXp_ZeroBlurLines(const VX_Blur1DState& state, int32_t first, int32_t count, int32_t size);
 
-// Returns the lines among first..first + count - 1 of the destination that have a line in the
-// source.
+// The lines among first..first + count - 1 of the destination for which the source has a line.
 struct VXp_BlurLineRange {
   int32_t first, count;
 };
 VXp_BlurLineRange VXp_LinesWithSource(const VX_Blur1DState& state, int32_t first, int32_t count);
 
-// Runs `blur(thread, source_line, destination_line, lines)` for tiles of lines that have a source
-// line; the others become zero. Throws the error of a line, of progress or of the iterator.
+// Calls `blur(thread, source_line, destination_line, lines)` for tiles of lines that have a source
+// line, and sets the other lines to zero. Throws the error of a line, of progress or of the
+// iterator.
 template <class Pixel, class Blur>
 void VXp_BlurLines(VX_Blur1DState& state, const VXp_BlurScratch& scratch, const Blur& blur) {
   constexpr int32_t kSize = sizeof(Pixel);

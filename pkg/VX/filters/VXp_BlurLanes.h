@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// One pixel of a blur: from memory to scratch, and from sums to memory.
+// Conversion of one pixel from memory to scratch, and from sums to memory.
 
 #include <algorithm>
 #include <bit>
@@ -18,7 +18,7 @@
 template <class Pixel>
 inline constexpr bool kVXp_FloatPixel = std::is_same_v<VX_ChannelOf<Pixel>, float>;
 
-// A pixel as it is in memory.
+// The bytes of a pixel as one integer or vector.
 template <class Pixel>
 using VXp_RawPixel = std::conditional_t<
     sizeof(Pixel) == sizeof(uint32_t), uint32_t,
@@ -35,7 +35,7 @@ inline VXp_IntLanes VXp_ChannelLanesOf(int32_t flags) {
                       lane(VX_Blur_Blue)};
 }
 
-// Merges blurred channels with channels that are kept.
+// Combines the channels that are blurred with the source's channels that are not.
 template <class Pixel>
 class VXp_ChannelMask {
  public:
@@ -65,8 +65,9 @@ class VXp_ChannelMask {
   std::conditional_t<kVXp_FloatPixel<Pixel>, VXp_IntLanes, Raw> bits_;
 };
 
-// Multiplies blurred colours by alpha. Other channels are multiplied by full scale, which does not
-// change them. Blurred colours of transparent pixels become 0, in float also infinity and NaN.
+// Premultiplies a pixel: colours that are blurred are multiplied by alpha. Other channels are
+// multiplied by full scale, which does not change them. Blurred colours of transparent pixels
+// become 0, also infinities and NaN in float.
 template <class Pixel>
 class VXp_BlurPremul {
  public:
@@ -110,7 +111,7 @@ inline VXp_FloatLanes VXp_Singles(const VXp_DoubleLanes& v) {
 #endif
 }
 
-// Returns a in lanes in which a < b, otherwise b.
+// Returns in each lane a if a < b, else b.
 inline VXp_DoublePair VXp_Least(VXp_DoublePair a, VXp_DoublePair b) {
 #ifdef __SSE2__
   return reinterpret_cast<VXp_DoublePair>(_mm_min_pd(a, b));
@@ -164,8 +165,8 @@ template <class Pixel>
   return VXp_Truncated(VXp_DoubleLanes{quotient(sums.first), quotient(sums.second)});
 }
 
-// Returns a straight pixel: `mean` is the blurred alpha, colours are quotients of sums. A window
-// whose alpha is 0 has no colour. Float: quotients in double, rounded once; values above 1 are
+// Returns a straight pixel: `mean` is the blurred alpha, colours are quotients of sums. If the sum
+// of alphas is 0, the colours are 0. Float: quotients in double, rounded once; values above 1 are
 // kept.
 template <class Pixel, class Mean>
 [[gnu::always_inline]] inline VXp_RawPixel<Pixel> VXp_StraightPixel(const VXp_DoubleLanes& sums,
@@ -185,9 +186,9 @@ template <class Pixel, class Mean>
 
 // --- lines into scratch --------------------------------------------------------------------------
 
-// Calls `store(address, raw)` for the positions from..to - 1 of `lines` lines of the source: for
-// all lines at one position, then for all lines at the next. The addresses start at `out` and are
-// `step` bytes apart.
+// Calls `store(address, raw)` for the positions from..to - 1 of `lines` lines of the source: first
+// for all lines at one position, then for all lines at the next position. The addresses start at
+// `out` and are `step` bytes apart.
 template <class Pixel, class Store>
 void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
                      int64_t to, char* out, ptrdiff_t step, const Store& store) {
@@ -205,7 +206,7 @@ void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, i
   }
 }
 
-// Calls VXp_GatherLines with pixels that are premultiplied if the pass requires it.
+// Like VXp_GatherLines, with pixels that are premultiplied if the pass requires it.
 template <class Pixel, class Store>
 void VXp_CopyLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
                    int64_t to, char* out, ptrdiff_t step, const Store& store) {

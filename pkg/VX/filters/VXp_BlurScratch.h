@@ -7,8 +7,8 @@
 #include <cstdint>
 
 // One buffer whose address is a multiple of 16. It is allocated through U_PurgeLoop, so that the
-// host may free memory and retry, and it is included in the host's memory accounting until it is
-// freed.
+// host can free memory if it is short. The buffer is included in the host's memory accounting until
+// it is freed.
 class VX_BlurScratchRow {
  public:
   VX_BlurScratchRow() = default;
@@ -16,8 +16,8 @@ class VX_BlurScratchRow {
   VX_BlurScratchRow(const VX_BlurScratchRow&) = delete;
   VX_BlurScratchRow& operator=(const VX_BlurScratchRow&) = delete;
 
-  // May be called once. 0 bytes allocate nothing. `label` is an entry of the string table. Throws
-  // the host's error.
+  // Allocates the buffer, or nothing for 0 bytes. Call at most once per object. `label` is an entry
+  // of the string table. Throws the host's error.
   void Allocate(int64_t bytes, int32_t label);
 
   char* data() const { return aligned_; }
@@ -34,7 +34,7 @@ class VXp_BlurScratch {
  public:
   static constexpr int32_t kMostRows = 2;
 
-  // Throws the host's error; then all memory is freed.
+  // Allocates the rows. On failure frees all of them and throws the host's error.
   VXp_BlurScratch(int32_t rows, int64_t bytes_a_row);
   ~VXp_BlurScratch();
   VXp_BlurScratch(const VXp_BlurScratch&) = delete;

@@ -16,8 +16,8 @@ VXp_BoxSpan::Part PartAt(const VXp_BoxPass& pass, int64_t place) {
   return {beyond.edge == VXp_BoxEdge::kHeld ? beyond.held : kZeros, 0};
 }
 
-// Returns the first position after `place` at which a part of the window crosses an end of the
-// line.
+// Returns the first position after `place` from which on another part of the window is inside the
+// line than at `place`.
 int64_t SpanEnd(const VXp_BoxPass& pass, int64_t place) {
   const auto& [reach, outer_at, unit, outer] = pass.window;
   int64_t next = pass.out.end;
@@ -37,7 +37,7 @@ bool HasOuter(const VXp_BoxPass& pass, int64_t place) {
 
 }  // namespace
 
-// A radius so small that the outermost positions have no weight is treated as 0.
+// If the radius is so small that the outermost positions have no weight, it is treated as 0.
 VXp_BoxWindow VXp_BoxWindowOf(float radius) {
   constexpr int32_t kUnit = 1024;
   const float whole = std::ceil(radius);

@@ -4,17 +4,18 @@
 
 // The box engine: one pass of a running window over lines. The values are pixels of a world or
 // samples of a one-channel buffer; the values of all lines at one position are adjacent. The engine
-// computes which positions enter and leave the window and the divisor; VX_BoxBlurT.h and
-// uno/VXp_ScanLines.cpp do the arithmetic with the sums of VXp_RunningSums.h.
+// computes which positions enter and leave the window, and the divisor. The arithmetic is in
+// VX_BoxBlurT.h and uno/VXp_ScanLines.cpp, with the sums of VXp_RunningSums.h.
 //
-// With S the sum of the positions p - reach to p + reach and O the sum of the two positions p -
-// outer_at and p + outer_at, the window of position p has the numerator
+// S is the sum of the positions p - reach to p + reach. O is the sum of the two positions p -
+// outer_at and p + outer_at. The window of position p has the numerator
 //
 //   N = S unit + O outer
 //
-//   user                  reach  outer_at  unit       outer
+//   window                reach  outer_at  unit       outer
 //   world, whole radius   n      n         1          0
-//   world, other radius   n      n         1024       -f, so S holds the outer positions too
+//   world, other radius   n      n         1024       -f; corrects S, which includes these
+//   positions
 //   plain box of samples  half   half + 1  1          0
 //   soft box of samples   half   half + 1  255        0..254
 
@@ -30,21 +31,21 @@ struct VXp_BoxWindow {
   int32_t unit, outer;
 };
 
-// The window of a blur of worlds: n is the radius rounded up, f = trunc((n - radius) 1024). For a
-// whole radius all weights are 1 instead of 1024: the quotients are the same, in single precision
-// too.
+// Returns the window of a blur of worlds, with n = ceil(radius) and f = trunc((n - radius) 1024).
+// For a whole radius all weights are 1 instead of 1024; the quotients are the same, in single
+// precision too.
 VXp_BoxWindow VXp_BoxWindowOf(float radius);
 
 // How positions outside of a line are treated.
 enum class VXp_BoxEdge {
-  kZero,     // zero; their weights are in the divisor
-  kNothing,  // no weight
+  kZero,     // zero, and their weights are included in the divisor
+  kNothing,  // ignored: their weights are not included in the divisor
   kHeld,     // equal to the first or the last value of the line
-  kFade      // zero; their weights in S are in the divisor, those in O are not
+  kFade      // zero; the divisor includes their weights in S, but not those in O
 };
 struct VXp_BoxBeyond {
   VXp_BoxEdge edge;
-  const char* held;  // kHeld only: the values of a position
+  const char* held;  // kHeld only: the value outside the line, for each line
 };
 
 // The values of adjacent lines at the positions start..end - 1.
@@ -69,12 +70,12 @@ struct VXp_BoxPass {
   int32_t lines;
   VXp_BoxInput in;
   VXp_BoxOutput out;
-  int32_t flags;       // worlds only: the blurred channels
-  bool premultiplied;  // worlds only: the form that is written
+  int32_t flags;       // worlds only: the channels to blur
+  bool premultiplied;  // worlds only: the output is premultiplied
 };
 
-// Consecutive positions for which the same parts of the window are inside the line. Parts that are
-// outside have a stride of 0.
+// Consecutive positions p for which the same parts of the window are inside the line. A part that
+// is outside has a stride of 0.
 struct VXp_BoxSpan {
   struct Part {
     const char* data;
@@ -82,30 +83,31 @@ struct VXp_BoxSpan {
   };
 
   int64_t count;
-  bool blank;            // the whole window is outside of the line
-  bool leaves;           // the leaving position is inside
+  bool blank;            // the whole window is outside of the line: the output is zero
+  bool leaves;           // the leaving position is inside the line
   Part entering;         // p + reach
   Part leaving;          // p - reach - 1
   Part leading;          // p + outer_at
   Part trailing;         // p - outer_at
   Part here;             // p
-  int32_t divisor;       // of the first position; above 0 unless blank
-  int32_t divisor_step;  // from position to position
+  int32_t divisor;       // at the first position; above 0 unless blank
+  int32_t divisor_step;  // change of the divisor from position to position
   char* out;
 };
 
-// The span that begins at `place`.
+// Returns the span that begins at position `place`.
 VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t place);
 
-// The positions whose values are summed in S before the entering value of the first output position
-// is added: start..end - 1 inside the line, and the numbers of positions before and after the line.
+// The positions whose sum is S before the value that enters at the first output position is added:
+// start..end - 1 inside the line, and the numbers of positions before and after the line.
 struct VXp_BoxRange {
   int64_t start, end;
   int64_t before, after;
 };
 VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass);
 
-// The values of a position that the window needs, for all lines.
+// The addresses of the values that the window needs at one position. Each points to the values of
+// all lines.
 struct VXp_BoxPlace {
   const char *entering, *leaving, *leading, *trailing, *here;
   char* out;

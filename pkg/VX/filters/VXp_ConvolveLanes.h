@@ -4,10 +4,10 @@
 
 // Sums of weighted pixels and their quotients, with one lane for each channel; lane 0 is alpha.
 //
-// Each class of sums below defines the number of kernel rows that it processes at once, the types
-// of its pixels and weights, the addition of their product, and a bias that is added to the sums.
-// Integer sums are computed modulo 2^32 in both classes. Wider sums for large kernels would be
-// another class.
+// There are two classes of sums: VXp_TapByTap for all cases, and VXp_TapsInPairs, a faster one for
+// integers. Each defines the number of kernel rows that it processes at once, the types of its
+// pixels and weights, the addition of their product, and a bias that is added to the sums. Integer
+// sums are computed modulo 2^32 in both.
 
 #include <cmath>
 #include <cstdint>
@@ -32,7 +32,7 @@ inline constexpr int64_t kVXp_NoTap = -1;  // the index of a tap whose weights a
 template <class Pixel>
 inline constexpr bool kVXp_IsFloat = std::is_same_v<VX_ChannelOf<Pixel>, float>;
 
-// Sums for any weights at every depth. Floats are summed in the order of the taps.
+// Sums for any weights at every depth. Floats are added in the order of the taps.
 template <class PixelType>
 struct VXp_TapByTap {
   using Pixel = PixelType;
@@ -62,9 +62,9 @@ struct VXp_TapByTap {
 };
 
 #ifdef __SSE2__
-// Sums for integer depths and weights of 16 bits. Processes two rows of the kernel at once; a lane
-// has one word of each row. Channels of 16 bits do not fit signed words, so 32768 is subtracted
-// from them, and the bias is 32768 times the sum of all weights.
+// Sums for integer depths and weights of 16 bits. Processes two rows of the kernel at once: a
+// 32-bit lane contains a 16-bit word of each row. Channels of 16 bits do not fit signed words, so
+// 32768 is subtracted from them, and the bias is 32768 times the sum of all weights.
 template <class PixelType>
 struct VXp_TapsInPairs {
   using Pixel = PixelType;
@@ -107,8 +107,8 @@ struct VXp_TapsInPairs {
 
 // --- quotients -----------------------------------------------------------------------------------
 
-// Divides sums by the divisor of each channel and stores pixels. Integer depths: truncated, then
-// limited to 0..full scale; or not limited, and stored with their low bits.
+// Divides sums by the divisor of each channel and stores pixels. Integer quotients are truncated
+// and then clamped to 0..full scale; without clamping, their low bits are stored.
 template <class Pixel>
 class VXp_Quotient {
  public:
@@ -138,7 +138,7 @@ class VXp_Quotient {
 
   // A quotient that is not an integer is at least 1 / divisor from the next integer. Half of this
   // is added, so that rounding errors do not make an integer quotient smaller. Negative quotients
-  // become 0 with or without it.
+  // become 0 in any case.
   VXp_IntLanes Limited(VXp_IntLanes sum) const {
     const VXp_DoubleLanes n = VXp_AsDouble(sum);
     return VXp_Truncated(VXp_DoubleLanes{InScale(n.first * factor_.first + half_.first),
@@ -150,7 +150,8 @@ class VXp_Quotient {
     return positive < full ? positive : full;
   }
 
-  // In 64 bits, because -2^31 / -1 does not fit 32 bits.
+  // Stores the low bits of the quotients. Divides in 64 bits, because -2^31 / -1 does not fit 32
+  // bits.
   Pixel LowBits(VXp_IntLanes sum) const {
     const auto low = [&](int32_t c) { return static_cast<Channel>(sum[c] / divisors_[c]); };
     return {low(0), low(1), low(2), low(3)};
@@ -161,8 +162,8 @@ class VXp_Quotient {
   VXp_DoubleLanes factor_, half_;
 };
 
-// Float: alpha is always limited to 0..1, colours only if required. Alpha below 1e-30 becomes 0.
-// NaN remains NaN, because all comparisons with it are false.
+// Float: alpha is always clamped to 0..1, colours only if `limited` is set. Alpha below 1e-30
+// becomes 0. NaN remains NaN, because all comparisons with it are false.
 template <>
 class VXp_Quotient<VX_PixelFloat> {
  public:

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The declarations of this component for VX_Birth and VX_Death: built-in routines of slots that no
-// public header declares, and the function that frees the stored kernel of the Gaussian scans.
+// What VX_Birth and VX_Death use of this component: built-in routines of slots that no public
+// header declares, and the function that frees the cached kernel of the Gaussian scans.
 
 #include "VX/VX_OverrideTable.h"
 #include "filters/uno/VXp_UnoBuffer.h"
@@ -21,5 +21,5 @@ VX_Err VXp_GBlurUnoScan_S(int32_t kind, int32_t length, int32_t start, int32_t e
 VX_Err VXp_GBlurDeepUnoScan_S(int32_t kind, int32_t length, int32_t start, int32_t end,
                               VX_Fixed radius, uint16_t* scratch, uint16_t* line);
 
-// Frees the stored kernel of the Gaussian scans, if there is one.
+// Frees the cached kernel of the Gaussian scans, if there is one.
 void VXp_FiltersDeathScanKernel();

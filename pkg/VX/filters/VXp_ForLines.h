@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Processes lines through a generic iterator, with a common error and a common progress of all
-// threads.
+// Processes lines through a generic iterator, which may use several threads, and combines their
+// errors and their progress.
 
 #include <algorithm>
 #include <atomic>
@@ -17,11 +17,12 @@ inline bool VXp_HasProgress(const VX_ProgressInfo* progress) {
   return progress != nullptr && progress->progress_func != nullptr;
 }
 
-// Calls `work(thread, first, count)`, which returns a code, for tiles of up to `tile` of `lines`
-// lines through `iterate`, which may use several threads. The first code other than 0 is the
-// result; other threads stop before their next tile. After each of its tiles thread 0 reports the
-// number of lines that all threads have done, one call for each line of the tile. A code other than
-// 0 from progress stops the work too. Nothing is thrown through `iterate`.
+// Divides `lines` lines into tiles of up to `tile` lines, and calls `work(thread, first, count)`
+// for each tile through `iterate`. `work` returns a code. The first code other than 0 is the
+// result, and the other threads stop before their next tile. After each of its tiles, thread 0
+// calls progress once for each line of the tile, with the number of lines that all threads have
+// completed. A code other than 0 from progress stops the work too. No exception passes through
+// `iterate`.
 template <class Work>
 VX_Err VXp_ForLines(VX_IterateGenericFunc iterate, const VX_ProgressInfo* progress, int32_t lines,
                     int32_t tile, const Work& work) {
@@ -81,7 +82,7 @@ class VXp_JoinedProgress {
   VXp_JoinedProgress(const VXp_JoinedProgress&) = delete;
   VXp_JoinedProgress& operator=(const VXp_JoinedProgress&) = delete;
 
-  // The progress of a pass; null if the caller has none.
+  // Returns the progress record to pass to a pass; null if the caller has none.
   VX_ProgressInfo* info() { return VXp_HasProgress(caller_) ? &info_ : nullptr; }
   void PassDone(int32_t steps) { before_ += steps; }
 

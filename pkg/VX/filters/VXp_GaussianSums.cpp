@@ -14,7 +14,7 @@
 namespace {
 
 constexpr int32_t kWeightArray = 14;  // entry of the string table
-constexpr int32_t kBytes = 256;       // values of a byte
+constexpr int32_t kBytes = 256;       // number of 8-bit values
 
 }  // namespace
 
@@ -34,7 +34,7 @@ VXp_GaussianWeights::VXp_GaussianWeights(float radius)
   words_[radius_ + 1] = 0;
 }
 
-// 32 bits hold the products of 128 distances: 257 * 255 * 32768 < 2^31.
+// The products of 128 distances fit 32 bits: 257 * 255 * 32768 < 2^31.
 VXp_Taps VXp_GaussianWeights::Taps(int32_t count) const {
   return {words_, count, words_[0] + 2 * Before(count), /*at_once=*/128, products_};
 }
@@ -64,8 +64,8 @@ int64_t VXp_GaussianWeights::Inside(int64_t q, int64_t length) const {
 
 namespace {
 
-// Sums for any depth, in double, where products and sums of integers are exact. kSize 0: `size`
-// values.
+// Computes sums for any depth in double, in which products and sums of the integers are exact. The
+// number of sums is kSize, or `size` if kSize is 0.
 template <class Sample, int32_t kSize, class Stored>
 void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size, double* sums) {
   constexpr bool kBiased = std::is_same_v<Sample, uint16_t> && std::is_same_v<Stored, int16_t>;
@@ -85,8 +85,8 @@ void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t si
   std::copy_n(sum, n, sums);
 }
 
-// Sums of bytes by the table of products. They are below 2^32 even at full scale with the largest
-// weights.
+// Computes sums of bytes with the table of products. 32 bits are enough: the sums are below 2^32
+// even at full scale with the largest weights.
 void ProductSums(const int16_t* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
   constexpr int32_t kBlock = kVXp_SumBlock<int16_t>;
   uint32_t sum[kBlock];
@@ -102,8 +102,8 @@ void ProductSums(const int16_t* c, ptrdiff_t step, const VXp_Taps& taps, double*
 
 #ifdef __SSE2__
 
-// A block of integers is four registers of eight words; its products are eight registers of 32
-// bits. Words of 16-bit samples are the samples minus 32768.
+// A block of integers is four registers of eight 16-bit words; its products are eight registers of
+// 32-bit numbers. 16-bit samples are converted to signed words by subtracting 32768.
 constexpr int32_t kRegisters = 4;
 
 __m128i Words(const int16_t* c, int32_t i) { return VXp_Load<__m128i>(c + 8 * i); }
@@ -116,12 +116,13 @@ __m128i Words(const uint16_t* c, int32_t i) {
 }
 
 struct Products {
-  // Adds x wx + y wy, where each 32 bits of `pair` hold wx in the low half and wy in the high one.
+  // Adds x wx + y wy, where `pair` contains wx in the low and wy in the high half of each 32 bits.
   void Add(int32_t i, __m128i x, __m128i y, __m128i pair) {
     low[i] = _mm_add_epi32(low[i], _mm_madd_epi16(_mm_unpacklo_epi16(x, y), pair));
     high[i] = _mm_add_epi32(high[i], _mm_madd_epi16(_mm_unpackhi_epi16(x, y), pair));
   }
-  // The first products are added to `bias`, later ones to the sums.
+  // Stores the products, added to `bias` in the first call for a block and to `sums` in later
+  // calls.
   void Store(bool first, double bias, double* sums) const {
     const __m128d base = _mm_set1_pd(bias);
     for (int32_t i = 0; i < kRegisters; ++i) {
@@ -139,9 +140,9 @@ struct Products {
   __m128i high[kRegisters] = {};
 };
 
-// Adds the products of the distances from..to - 1. The sum of two bytes is a word, so two distances
-// of bytes are multiplied at once. Widened bytes are read at one distance more, see
-// VXp_GaussianSums.
+// Adds the products of the distances from..to - 1. The sum of two bytes fits a word, so for bytes
+// two distances are multiplied at once. Widened bytes are read at one more distance if the number
+// of distances is odd, see VXp_GaussianSums.
 template <class Sample, class Stored>
 [[gnu::always_inline]] inline void AddTaps(const Stored* c, ptrdiff_t step, const int16_t* weights,
                                            int32_t from, int32_t to, Products& products) {
@@ -181,7 +182,7 @@ void BlockSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, double* su
     }
     const int32_t to = std::min(from + taps.at_once, taps.count + 1);
     AddTaps<Sample>(c, step, taps.weights, from, to, products);
-    if (from == 1) {  // a constant in each call
+    if (from == 1) {  // a branch, so that `first` is a constant in each call
       products.Store(true, bias, sums);
     } else {
       products.Store(false, bias, sums);
@@ -189,7 +190,7 @@ void BlockSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, double* su
   }
 }
 
-// Sums a block of doubles in the order of PlainSums.
+// Sums a block of doubles, with the additions in the same order as in PlainSums.
 void DoubleSums(const double* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
   constexpr int32_t kPairs = kVXp_SumBlock<double> / 2;
   const auto pair = [](const double* from, int32_t i) {

@@ -4,15 +4,15 @@
 
 // The sums S of a running window, for all users of the box engine.
 //
-// Integers: exact modulo 2^32. 65535 values of full scale are below 2^31, values above full scale
-// are below 2^32.
+// Integers: exact modulo 2^32. With values up to full scale, sums of 65535 values are below 2^31;
+// with larger values they are below 2^32.
 //
 // Float: in double, with a count of the values in the window that are not 0. When the count becomes
-// 0, the sum becomes 0, so that rounding errors do not remain in empty areas. Infinity and NaN stay
-// in the sum until then. The order of operations is fixed:
+// 0, the sum is set to 0, so that rounding errors, infinities and NaN do not remain after the
+// values have left. The order of operations is fixed:
 //
-//   pixels   sum - leaving, 0 if nothing is left, + entering
-//   samples  sum + (entering - leaving), 0 if nothing is left
+//   pixels   sum - leaving; 0 if the count is 0; then + entering
+//   samples  sum + (entering - leaving); then 0 if the count is 0
 
 #include <cstdint>
 #include <type_traits>
@@ -27,11 +27,12 @@ inline VXp_DoubleLanes VXp_BoxNumerator(const VXp_BoxWindow& window, const VXp_D
   return static_cast<double>(window.unit) * sum + static_cast<double>(window.outer) * outer;
 }
 
-// The sums of pixels below have these members, which VXp_BoxRun uses:
-//   Loaded, Load    a pixel in the form that enters and leaves
-//   Enter, Slide    the entering and the leaving pixel
-//   Singles         N = S unit + O outer, rounded to single; kWhole: N is S
-//   Doubles         the same in double, for straight output
+// The classes of sums of pixels below have these members, which VXp_BoxRun uses:
+//   Loaded, Load    type and function to load a pixel that enters or leaves
+//   Enter           adds the entering pixel
+//   Slide           adds the entering pixel and subtracts the leaving pixel
+//   Singles         N = S unit + O outer, rounded to single precision; N = S if kWhole
+//   Doubles         the same in double precision, for straight output
 template <class PixelType>
 struct VXp_PixelSums {
   using Pixel = PixelType;
@@ -66,7 +67,7 @@ struct VXp_PixelSums<VX_PixelFloat> {
 
   static Loaded Load(const char* pixel) { return VXp_Load<Loaded>(pixel); }
   void Enter(Loaded pixel) {
-    held -= pixel != 0.0f;  // a true comparison is -1
+    held -= pixel != 0.0f;  // a comparison that is true gives -1
     sums = sums + VXp_AsDouble(pixel);
   }
   void Slide(Loaded entering, Loaded leaving) {
@@ -94,11 +95,10 @@ struct VXp_PixelSums<VX_PixelFloat> {
   }
 
   VXp_DoubleLanes sums{};
-  VXp_IntLanes held{};  // values in the window that are not 0
+  VXp_IntLanes held{};  // number of values in the window that are not 0
 };
 
-// --- samples: many lines, or many positions of one line
-// ---------------------------------------------
+// --- samples: many lines, or many positions of one line ------------------------------------------
 
 template <class Sample>
 struct VXp_SampleSum {
@@ -110,10 +110,10 @@ struct VXp_SampleSum {
   }
 
   Sum sum = 0;
-  int32_t held = 0;  // values in the window that are not 0; float only
+  int32_t held = 0;  // number of values in the window that are not 0; float only
 };
 
-// Computes the sums of `count` consecutive positions of one line.
+// Slides the window along one line and stores the sums of `count` consecutive positions.
 template <class Sample>
 void VXp_SlideAlong(const Sample* entering, const Sample* leaving, int32_t count,
                     VXp_SampleSum<Sample>& state,
@@ -131,8 +131,8 @@ void VXp_SlideAlong(const Sample* entering, const Sample* leaving, int32_t count
   state = now;
 }
 
-// Moves the sums of `count` lines to the next position. `held` is in double, so that it has as many
-// lanes as the sums.
+// Slides the windows of `count` lines by one position. `held` is an array of doubles, so that a
+// vector contains as many counts as sums.
 template <class Sample>
 void VXp_SlideAcross(const Sample* entering, const Sample* leaving, int32_t count,
                      typename VXp_SampleSum<Sample>::Sum* __restrict sums,

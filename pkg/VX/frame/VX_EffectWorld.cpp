@@ -19,14 +19,14 @@ constexpr int32_t kInvalidParameter = 1;
 constexpr int32_t kForeignWorld = 2;
 constexpr int32_t kNoPlatformWorld = 19;
 
-// Reports an entry of the string table. If the host has no text for it, the operation continues:
-// returns VX_Ok.
+// Reports an entry of the string table and returns VX_ErrReported. If the host has no text for the
+// entry, returns VX_Ok without a report; the caller then continues.
 VX_Err Refuse(int32_t entry) {
   const char* text = U_ZLookupLStrCache(&VX_G_zref, entry);
   return text != nullptr ? VXp_ReportText(kCheck, text, VX_ErrReported) : VX_Ok;
 }
 
-// A null argument always ends the call, even if the host has no text.
+// Reports a null argument and returns VX_ErrReported, even if the host has no text.
 VX_Err RefuseNull() {
   Refuse(kInvalidParameter);
   return VX_ErrReported;
@@ -42,7 +42,7 @@ VX_Err GetPixelData(const VX_LayerDef* world, void* pixels, Pixel** out, const c
   return VX_Ok;
 }
 
-// The 16-bit getter also reports this name. The text is part of the interface.
+// The text of the 8-bit and of the 16-bit getter. Callers may compare it, so it is not corrected.
 constexpr char kBadPixelData8[] = "bad parameter passed to VX_GetPixelData8";
 constexpr char kBadPixelDataFloat[] = "bad parameter passed to VX_GetPixelDataFloat";
 
@@ -61,7 +61,7 @@ VX_Err VX_NewEffectWorld(void*, int32_t width, int32_t height, int32_t depth, bo
     if (world == nullptr) return VX_ErrOutOfMemory;
     world->FillOutEffectWorld(out);
     out->effect_world_stamp = VX_EffectWorldStamp;
-    (void)world.release();  // owned by the descriptor from here on
+    (void)world.release();  // from now on owned by the descriptor
     return VX_Ok;
   });
 }
@@ -79,7 +79,7 @@ VX_Err VX_DisposeEffectWorld(void*, VX_LayerDef* world) {
     const VX_Err refused = Refuse(kForeignWorld);
     if (refused != VX_Ok) return refused;
   }
-  const bool is_its_own = world == world->world_object;  // then `world` is deleted with the object
+  const bool is_its_own = world == world->world_object;  // then deleting the object deletes `world`
   delete world->world_object;
   if (!is_its_own) *world = {};
   return VX_Ok;

@@ -19,7 +19,7 @@ constexpr uint32_t kInsertNumber = 5;
 constexpr int32_t kBufferLabel = 3;
 constexpr uint32_t kAllPlanes = VX_Plane_Alpha | VX_Plane_Red | VX_Plane_Green | VX_Plane_Blue;
 
-// The byte offsets of the channels in a mask, in order.
+// The byte offsets within a pixel of the channels that a mask selects, in ascending order.
 struct Planes {
   explicit Planes(uint32_t mask) {
     for (uint32_t byte = 0; byte < 4; ++byte) {
@@ -58,7 +58,7 @@ void MoveRows(const VX_LayerDef& world, const Planes& planes, void* buffer, int3
   }
 }
 
-// Negative sizes are treated as 0.
+// Returns the size, or 0 for a negative size.
 int64_t Size(int32_t size) { return std::max(size, 0); }
 
 }  // namespace
@@ -93,7 +93,7 @@ VX_Err VX_InsertPlanes(void*, void** handle, int32_t row_size, uint32_t mask, VX
   }
   const Planes planes(mask);
   if (Size(world->width) * static_cast<int64_t>(planes.count) > row_size) {
-    return VXp_BadParameter(kInsertNumber);  // the last row would be read beyond the end
+    return VXp_BadParameter(kInsertNumber);  // else the last row would overrun the handle
   }
   MoveRows<Direction::Insert>(*world, planes, *handle, row_size);
   return VX_Ok;

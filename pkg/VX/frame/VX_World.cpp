@@ -24,10 +24,10 @@ constexpr char kNoParent[] = "Bad parameter to VX_World::NewReference()";
 
 [[noreturn]] VX_World* ThrowBadDepth() { VXp_Throw(VX_ErrBadParameter); }
 
-// Only the low 16 bits of a depth are defined.
+// Returns the depth. Only the low 16 bits of the result of Depth() are defined.
 int16_t DepthOf(const VX_World& world) { return static_cast<int16_t>(world.Depth()); }
 
-// Returns to - from, clamped to 32 bits: a large distance must not wrap to a valid size.
+// Returns to - from, clamped to 32 bits, so that a large distance does not wrap to a valid size.
 int32_t Distance(int32_t from, int32_t to) {
   return static_cast<int32_t>(std::clamp<int64_t>(int64_t{to} - from,
                                                   std::numeric_limits<int32_t>::min(),
@@ -41,8 +41,8 @@ void* PixelsAt(void* base, int32_t rowbytes, int32_t x, int32_t y, int32_t pixel
          static_cast<ptrdiff_t>(x) * pixel_size;
 }
 
-// Returns the part of a world's hint rectangle inside `rect`, relative to the top left corner of
-// `rect`.
+// Returns the part of the hint rectangle `hint` of a world that is inside `rect`, relative to the
+// top left corner of `rect`.
 M_Rect HintWithin(const M_Rect& hint, const M_LRect& rect) {
   const int32_t left = std::max<int32_t>(hint.left, rect.left);
   const int32_t top = std::max<int32_t>(hint.top, rect.top);
@@ -80,7 +80,7 @@ VX_LayerDef PartOf(const VX_LayerDef& parent, const M_LRect& rect, int32_t pixel
   return part;
 }
 
-// Describes memory of a valid depth.
+// Returns a descriptor of memory. The depth must be valid.
 VX_LayerDef Describe(void* data, int32_t width, int32_t height, int32_t depth, int32_t rowbytes) {
   VX_LayerDef memory{};
   memory.data = data;
@@ -92,7 +92,7 @@ VX_LayerDef Describe(void* data, int32_t width, int32_t height, int32_t depth, i
   return memory;
 }
 
-// Null `area` is the whole bitmap.
+// Creates a world that refers to `area` of a bitmap; null is the whole bitmap.
 VX_World* ReferenceBitmap(BM_World** bitmap, const M_Rect* area) {
   if (bitmap == nullptr || *bitmap == nullptr) ThrowFailure(kNoParent);
   const BM_World& record = **bitmap;

@@ -116,7 +116,8 @@ void VX_WorldX<Pixel>::CopyRect(const VX_World* source, const M_Rect& rect, int1
 
 template <class Pixel>
 bool VX_WorldX<Pixel>::SubWorldSafetyGutterHasBeenOverWritten() const {
-  // There is no gutter in bitmaps, and none if a row is one pixel wide.
+  // Bitmaps have no guard bytes (gutter). If rowbytes is the size of one pixel, frames have none
+  // either.
   if (owned_pixels == nullptr || owned_bitmap_ != nullptr) return false;
   const ptrdiff_t gutter = alloc_rowbytes_ - static_cast<ptrdiff_t>(sizeof(Pixel));
   const char* byte = VXp_FrameStart(owned_pixels) +

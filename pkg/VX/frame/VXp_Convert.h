@@ -5,21 +5,21 @@
 // Conversion of channels and pixels between depths. All four channels are converted by the same
 // rule.
 //
-//   8 to 16         (c * 32768 + 128) / 255             255 becomes 32768, 128 becomes 16448
-//   16 to 8         (c * 255 + 16384) >> 15             above 32768 the low 8 bits of the result
-//   8 to float      c * (float nearest to 1/255)        255 becomes exactly 1
+//   8 to 16         (c * 32768 + 128) / 255; 255 becomes 32768, 128 becomes 16448
+//   16 to 8         (c * 255 + 16384) >> 15; for c above 32768 the low 8 bits of this
+//   8 to float      c * (float nearest to 1/255); 255 becomes exactly 1
 //   16 to float     c / 32768, exact
 //   float to 8, 16  clamped to 0..1, scaled, 0.5 added, truncated; NaN becomes 0
 //
-// Float to integer is computed in double: in float the sum rounds differently (0.7f becomes 178 at
-// 8 bits in double, but 179 in float).
+// Float to integer is computed in double, because the sum with 0.5 rounds differently in single
+// precision: 0.7f becomes 178 at 8 bits, but would become 179.
 
 #include <cstdint>
 #include <type_traits>
 
 #include "VX/VX_Types.h"
 
-// Bits per channel of a pixel type.
+// Number of bits per channel of a pixel type.
 template <class Pixel>
 inline constexpr int32_t kVXp_DepthOf = static_cast<int32_t>(sizeof(Pixel)) * 2;
 
@@ -27,7 +27,8 @@ inline constexpr int32_t kVXp_DepthOf = static_cast<int32_t>(sizeof(Pixel)) * 2;
 inline constexpr float kVXp_ByteToUnit = 0x1.010102p-8f;
 inline constexpr float kVXp_WordToUnit = 0x1p-15f;
 
-// Clamps to 0..1 in double. In this form NaN becomes 0 and the compiler uses max and min.
+// Clamps to 0..1 in double. Written so that NaN becomes 0 and the compiler uses max and min
+// instructions.
 constexpr double VXp_ClampUnit(float c) {
   const double value = c;
   const double positive = value > 0.0 ? value : 0.0;

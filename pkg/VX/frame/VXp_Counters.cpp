@@ -7,7 +7,7 @@
 
 namespace {
 
-// No other data depend on the counts, so relaxed order is sufficient.
+// The memory order of the counters. No other data depend on them, so relaxed order is sufficient.
 constexpr auto kOrder = std::memory_order_relaxed;
 
 constinit std::atomic<int32_t> live_worlds{0};

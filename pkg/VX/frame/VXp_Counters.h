@@ -12,5 +12,5 @@ void VXp_AddLiveWorlds(int32_t delta);
 int32_t VXp_LiveChunks();
 void VXp_AddLiveChunks(int32_t delta);
 
-// Sets both to 0. Called by VX_Birth.
+// Sets both counters to 0. Called by VX_Birth.
 void VXp_ResetCounters();

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Reads the host's processor record at each call, because tests and embedders may change it.
+// Reads the host's processor record. The result is not cached, because tests and applications may
+// change the record.
 
 #include "host/U.h"
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The dispatch on depth. Every bulk operation determines the depth of its world, wraps each
-// descriptor in a typed world on the stack, and calls a template for the pixel type:
+// Selection of a template by depth. Every bulk operation determines the depth of its worlds, wraps
+// each descriptor in a typed world on the stack, and calls a template for the pixel type:
 //
 //   return VXp_WithWorlds(world, "Unknown world bitdepth in VX_Fill",
 //                         [&](auto& typed) { return Fill(color, area, typed); }, world);
@@ -16,8 +16,8 @@
 #include "VX/VX_World.h"
 #include "frame/VXp_Report.h"
 
-// Report of an unknown depth in operations without a text of their own. The text is part of the
-// interface.
+// The report of an unknown depth for operations that have no text of their own. Callers may compare
+// the text, so it is not corrected.
 inline constexpr char kVXp_UnknownDepthText[] = "Unknown world bitdepth in##CONDITIONNAME";
 
 template <class PixelType>
@@ -25,8 +25,8 @@ struct VXp_PixelTag {
   using Pixel = PixelType;
 };
 
-// Calls `body` with the tag of the pixel type, or `otherwise` for an unknown depth. Both must
-// return the same type.
+// Calls `body` with the tag (VXp_PixelTag) of the depth's pixel type, or `otherwise` without
+// arguments for an unknown depth. Both must return the same type.
 template <class Body, class Otherwise>
 auto VXp_SelectPixel(int32_t depth, Body&& body, Otherwise&& otherwise) {
   switch (depth) {
@@ -37,15 +37,15 @@ auto VXp_SelectPixel(int32_t depth, Body&& body, Otherwise&& otherwise) {
   }
 }
 
-// The text of a failure and its source line.
+// The report of an unknown depth, and the source line of the check.
 struct VXp_DepthText {
   VXp_DepthText(const char* text, int32_t line = __builtin_LINE()) : text(text), line(line) {}
   const char* text;
   int32_t line;
 };
 
-// Calls `body` with the tag of the pixel type; it returns a code. For an unknown depth, reports the
-// text and returns VX_ErrBadParameter.
+// Calls `body` with the tag of the depth's pixel type, and returns the code that it returns. For an
+// unknown depth, reports the text and returns VX_ErrBadParameter.
 template <class Body>
 VX_Err VXp_WithPixel(int32_t depth, VXp_DepthText unknown, Body&& body) {
   return VXp_SelectPixel(depth, body, [&]() -> VX_Err {
@@ -58,9 +58,10 @@ template <class Pixel, class Descriptor>
 using VXp_WorldFor =
     std::conditional_t<std::is_const_v<Descriptor>, const VX_WorldX<Pixel>, VX_WorldX<Pixel>>;
 
-// Calls `body` with a VX_WorldX<Pixel>& for each of `worlds` (const for const descriptors); it
-// returns a code. `depth` is the depth of all of them, already determined by the caller, because
-// VXp_WorldDepth reports unknown depths at each call. No descriptor may be null.
+// Calls `body` with a VX_WorldX<Pixel>& for each of `worlds` (const for const descriptors), and
+// returns the code that it returns. `depth` is the depth of all worlds. It is an argument because
+// VXp_WorldDepth reports unknown depths at each call, so callers call it only once. No descriptor
+// may be null.
 template <class Body, class... Descriptors>
 VX_Err VXp_WithWorldsOfDepth(int32_t depth, VXp_DepthText unknown, Body&& body,
                              Descriptors*... worlds) {
@@ -73,7 +74,8 @@ VX_Err VXp_WithWorldsOfDepth(int32_t depth, VXp_DepthText unknown, Body&& body,
   });
 }
 
-// The same with the depth of `decider`. Operations that require equal depths check this before.
+// Like VXp_WithWorldsOfDepth, with the depth of `decider`. If an operation requires equal depths,
+// it must check this before.
 template <class Body, class... Descriptors>
 VX_Err VXp_WithWorlds(const VX_LayerDef* decider, VXp_DepthText unknown, Body&& body,
                       Descriptors*... worlds) {

@@ -10,7 +10,7 @@
 
 namespace {
 
-// While an object exists, the host may create bitmaps without a window system.
+// Allows the host to create bitmaps without a window system for the lifetime of the object.
 class WindowlessMode {
  public:
   WindowlessMode() { EMUL_BeginGdiMinimalisticWindowCreationMode(); }

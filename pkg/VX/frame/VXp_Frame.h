@@ -10,16 +10,16 @@
 
 inline constexpr int32_t kVXp_MaxWorldSize = 30000;
 
-// Value of the gutter bytes after the last pixel.
+// Value of the guard bytes (gutter) after the last pixel of a frame.
 inline constexpr uint8_t kVXp_GutterByte = 0x55;
 
-// Returns the bytes from row to row: a multiple of 16.
+// Returns the bytes from row to row: the size of a row, rounded up to a multiple of 16.
 constexpr int32_t VXp_FrameRowBytes(int32_t width, int32_t pixel_size) {
   return (width * pixel_size + 15) & ~15;
 }
 
-// Returns the size of a frame: the pixels, the gutter, and 8 bytes to align the first pixel to 16.
-// A world after ReReference may have any rowbytes, so the sum is signed.
+// Returns the size of a frame: the pixels, the gutter, and 8 bytes to align the first pixel to 16
+// bytes. After ReReference rowbytes may be negative, so the sum is signed.
 constexpr uint64_t VXp_FrameSize(int32_t width, int32_t height, int32_t rowbytes,
                                  int32_t pixel_size) {
   const int64_t last_row = int64_t{width} * pixel_size;
@@ -27,13 +27,15 @@ constexpr uint64_t VXp_FrameSize(int32_t width, int32_t height, int32_t rowbytes
                                8);
 }
 
-// Returns the first pixel of an owned frame. Frames are at least 8-byte aligned.
+// Returns the address of the first pixel of an owned frame, which is 16-byte aligned. Frames are at
+// least 8-byte aligned.
 inline char* VXp_FrameStart(void* frame) {
   const bool between = (reinterpret_cast<uintptr_t>(frame) & 8) != 0;
   return static_cast<char*>(frame) + (between ? 8 : 0);
 }
 
-// Throws VX_ErrReported after a report if the size is out of range; or the error of formatting it.
+// Checks a size. If it is out of range, throws VX_ErrReported after a report, or the error that
+// formatting the report's text returned.
 void VXp_CheckWorldSize(int32_t width, int32_t height);
 
 // Allocates a frame. Throws VX_ErrOutOfMemory after a report by the host.

@@ -3,8 +3,8 @@
 #pragma once
 
 // The arithmetic of VXp_PixelTraits for four pixels at once, one per lane, with identical results.
-// Work is a vector type of the compiler. A comparison gives lanes of all ones or zero; `?:` selects
-// by lane.
+// Work is a vector type of the compiler. A comparison of vectors gives all ones (true) or zero in
+// each lane; `?:` with such a condition selects by lane.
 
 #include <cstdint>
 
@@ -76,8 +76,8 @@ inline VXp_IntLanes VXp_WrappedProduct(VXp_IntLanes a, VXp_IntLanes b) {
 
 template <>
 struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes> {
-  // Lanes are within 16 bits and the second factor is not negative, so the products of the upper
-  // halves are 0.
+  // Computes with 16-bit multiplications. Lanes fit 16 bits and the second factor is not negative,
+  // so the upper halves contribute nothing.
   static Work Mul(Work a, Work b) {
 #ifdef __SSE2__
     const Work t = reinterpret_cast<Work>(
@@ -90,10 +90,10 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
   static Work SignedMul(Work a, Work b) { return Mul(a, b); }
   static Work Lerp(Work x, Work y, Work t) { return (x + Mul(y - x, t)) & 0xFF; }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // 255 n / a rounded to nearest, half up, at most 255, like the divide table; 255 if a is 0. Exact
-  // sums that are not at a half differ from a whole number by at least 1/510, so adding 1/1024 only
-  // compensates for the rounding of the float products. Channels divided by the same alpha share
-  // one division.
+  // 255 n / a rounded to nearest, half up, at most 255; 255 if a is 0. The result equals that of
+  // the divide table. An exact sum that is not at a half differs from an integer by at least 1/510,
+  // so 1/1024 can be added: it only compensates for the rounding of the float products. The
+  // reciprocal of a is computed first, so that the compiler divides once for all channels.
   static Work Div(Work n, Work a) {
     const VXp_FloatLanes scale = 255.0f / VXp_AsFloat(a);
     const VXp_FloatLanes sum = VXp_AsFloat(n) * scale + (0.5f + 1.0f / 1024.0f);
@@ -107,7 +107,7 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
   }
   static Work Luma(Work r, Work g, Work b) {
 #ifdef __SSE2__
-    // 9798 r + 19235 g in one instruction: both factors are in one lane.
+    // 9798 r + 19235 g is one instruction, with both factors in one lane.
     const Work rg = r | (g << 16);
     const Work two = reinterpret_cast<Work>(
         _mm_madd_epi16(reinterpret_cast<__m128i>(rg), _mm_set1_epi32(9798 | (19235 << 16))));
@@ -124,7 +124,7 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
 
 template <>
 struct VXp_LaneTraits<VX_Pixel16> : VXp_LaneChannelTraits<VX_Pixel16, VXp_IntLanes> {
-  // Product of factors within 16 bits, combined from its two halves.
+  // Returns the product of factors that fit 16 bits, combined from its lower and upper half.
   static VXp_WordLanes Product(Work a, Work b) {
 #ifdef __SSE2__
     const auto x = reinterpret_cast<__m128i>(a), y = reinterpret_cast<__m128i>(b);
@@ -144,9 +144,10 @@ struct VXp_LaneTraits<VX_Pixel16> : VXp_LaneChannelTraits<VX_Pixel16, VXp_IntLan
     return (x + (VXp_WrappedProduct(y - x, t) >> 15)) & 0xFFFF;
   }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // 32768 n / a rounded to nearest, half up; full scale if n >= a. Exact sums that are not at a
-  // half differ from a whole number by at least 2^-17, so adding 2^-18 only compensates for the
-  // rounding of the products. Channels divided by the same alpha share one division.
+  // 32768 n / a rounded to nearest, half up; full scale if n >= a. An exact sum that is not at a
+  // half differs from an integer by at least 2^-17, so 2^-18 can be added: it only compensates for
+  // the rounding of the products. The reciprocal of a is computed first, so that the compiler
+  // divides once for all channels.
   static Work Div(Work n, Work a) {
     using Doubles = double __attribute__((vector_size(32)));
     const Work v = Min(Max(n, Work{}), a);
@@ -155,7 +156,7 @@ struct VXp_LaneTraits<VX_Pixel16> : VXp_LaneChannelTraits<VX_Pixel16, VXp_IntLan
     return n >= a ? Full() : __builtin_convertvector(sum, Work);
   }
   static Work Fraction(Work a, Work b, Work c) {
-    // Products are below 2^34, so the quotients are exact enough in double to be truncated.
+    // Products are below 2^34, so truncating their quotients in double gives the exact result.
     using Doubles = double __attribute__((vector_size(32)));
     const Work divisor = c == 0 ? Work{} + 1 : c;
     const Doubles product =

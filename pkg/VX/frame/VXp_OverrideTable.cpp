@@ -12,7 +12,7 @@ constinit VXp_OverrideTable VXp_G_OverFuncs{};
 
 namespace {
 
-// The routines that VX_Birth stored, to recognise a replacement.
+// The routines that VX_Birth stored. A slot that differs from this table was replaced.
 constinit VXp_OverrideTable built_in{};
 
 struct SlotText {
@@ -41,7 +41,7 @@ int32_t StateOf(int32_t slot) {
 
 }  // namespace
 
-// The members are function pointers of many types, so a slot is read by number as bytes.
+// Copies the bytes of the slot, because the members are function pointers of many types.
 void* VXp_ReadSlot(const VXp_OverrideTable& table, int32_t slot) {
   void* routine;
   std::memcpy(&routine, reinterpret_cast<const char*>(&table) + OffsetOf(slot), sizeof(routine));

@@ -2,23 +2,23 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Storage of the override table and access to its slots by number and by depth. Only VX_Birth and
-// VX_SetOverrideFunc write the table.
+// Storage of the override table, and access to its slots by number and by pixel type. In the
+// library, only VX_Birth and VX_SetOverrideFunc write the table.
 
 #include "VX/VX_OverrideTable.h"
 
-// Sets all slots to null. The first write of VX_Birth.
+// Sets all slots to null. VX_Birth calls it first.
 void VXp_ClearOverrideTable();
 
-// Records the routines that the slots now hold as the built-in ones. The last write of VX_Birth.
+// Records the current routines as the built-in ones. VX_Birth calls it after the last slot was set.
 void VXp_RememberBuiltInRoutines();
 
-// Returns the content of one slot of a table; `slot` is in range.
+// Returns the content of one slot of a table. `slot` must be in range.
 void* VXp_ReadSlot(const VXp_OverrideTable& table, int32_t slot);
 
 // --- slots by depth ------------------------------------------------------------------------------
 
-// The families of the list of slots, for VXp_SlotOf.
+// One tag type for each family of slots in VX_OverrideSlots.def, for VXp_SlotOf.
 namespace vxp_slot {
 #define VX_SLOT(number, name, type, routine)
 #define VX_NULL_SLOT(number)
@@ -42,7 +42,7 @@ struct VXp_SlotMember;
 #undef VX_SLOT
 #undef VX_NULL_SLOT
 
-// Returns the routine that a family's slot for a pixel or channel type now holds:
+// Returns the routine that is currently in the slot of a family for a pixel or channel type:
 //   VXp_SlotOf<vxp_slot::AlphaUnion, VX_Pixel16>()
 template <class Family, class Element>
 auto VXp_SlotOf() {

@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The arithmetic of one channel at each depth. All operations use it; none has rounding of its own.
-// The rounding rules differ by depth on purpose.
+// The arithmetic of one channel at each depth. All operations use it and define no rounding of
+// their own. The rounding rules differ by depth because existing projects depend on them.
 //
 // Work is the type in which channels are computed. Integer products wrap, so that values above full
 // scale give some result without undefined behaviour. VXp_LaneTraits.h has the same arithmetic for
-// four pixels. Code for both uses `?:` to select, joins conditions with & and |, and tests Any
-// before work that may not be needed. Use SignedMul if the first factor may be negative: the result
-// is that of Mul, but lanes compute it differently.
+// four pixels. Code that is compiled for both selects with `?:`, joins conditions with & and |, and
+// tests Any before a computation that may not be needed. SignedMul has the result of Mul; use it if
+// the first factor may be negative, because lanes compute that case differently.
 
 #include <algorithm>
 #include <cmath>
@@ -18,11 +18,11 @@
 #include "VX/VX_Package.h"
 #include "VX/VX_Types.h"
 
-// Not defined in general: a missing depth does not compile.
+// Only declared here, so that a depth without a specialisation does not compile.
 template <class PixelType>
 struct VXp_PixelTraits;
 
-// The part that is equal at every depth.
+// The members that are the same at every depth.
 template <class PixelType, class WorkType>
 struct VXp_ChannelTraits {
   using Pixel = PixelType;
@@ -49,10 +49,10 @@ struct VXp_PixelTraits<VX_Pixel8> : VXp_ChannelTraits<VX_Pixel8, int32_t> {
   }
   static constexpr Work SignedMul(Work a, Work b) { return Mul(a, b); }
   static constexpr Work Inv(Work a) { return kFull - a; }
-  // The product has a signed factor; the sum is modulo 256.
+  // y - x may be negative, so the product may be too; the sum is taken modulo 256.
   static constexpr Work Lerp(Work x, Work y, Work t) { return (x + Mul(y - x, t)) & 0xFF; }
   static constexpr Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // n / a at scale 255; 255 if a is 0.
+  // 255 n / a from the table, at most 255; 255 if a is 0.
   static Work Div(Work n, Work a) {
     return VXp_G_fcd_table[a * 256 + std::clamp(n, Work{0}, kFull)];
   }
@@ -71,21 +71,21 @@ struct VXp_PixelTraits<VX_Pixel16> : VXp_ChannelTraits<VX_Pixel16, int32_t> {
   static constexpr Work kHalf = 16384;
   static constexpr Work Full() { return kFull; }
 
-  // Adds 16383, one less than a half.
+  // a b / 32768. Adds 16383, one less than a half, so halves are rounded down.
   static constexpr Work Mul(Work a, Work b) {
     const uint32_t t = static_cast<uint32_t>(a) * static_cast<uint32_t>(b) + 16383u;
     return static_cast<Work>(t) >> 15;
   }
   static constexpr Work SignedMul(Work a, Work b) { return Mul(a, b); }
   static constexpr Work Inv(Work a) { return kFull - a; }
-  // Truncates, unlike Mul.
+  // The product is truncated, unlike in Mul.
   static constexpr Work Lerp(Work x, Work y, Work t) {
     const auto product =
         static_cast<int32_t>(static_cast<uint32_t>(y - x) * static_cast<uint32_t>(t));
     return (x + (product >> 15)) & 0xFFFF;
   }
   static constexpr Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // n / a at scale 32768; full scale if n >= a, which includes a = 0.
+  // 32768 n / a; full scale if n >= a, which includes a = 0.
   static constexpr Work Div(Work n, Work a) {
     if (n >= a) return kFull;
     const auto numerator =
@@ -118,13 +118,13 @@ struct VXp_PixelTraits<VX_PixelFloat> : VXp_ChannelTraits<VX_PixelFloat, float> 
   static constexpr Work Inv(Work a) { return 1.0f - a; }
   static constexpr Work Lerp(Work x, Work y, Work t) { return x + (y - x) * t; }
   static constexpr Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // 1 for zero, negative and denormal divisors.
+  // n / a; 1 if a is zero, negative or denormal.
   static constexpr Work Div(Work n, Work a) { return a < 1.17549435e-38f ? 1.0f : n / a; }
   static constexpr Work Fraction(Work a, Work b, Work c) { return a * b / c; }
   static constexpr Work Luma(Work r, Work g, Work b) {
     return 0.299f * r + 0.587f * g + 0.114f * b;
   }
-  // Clamped like the conversion of a channel; NaN becomes 0.
+  // Clamped and rounded like in the conversion of a channel to 8 bits; NaN becomes 0.
   static constexpr int32_t LumaAsByte(Work luma) {
     const float positive = luma > 0.0f ? luma : 0.0f;
     const float held = positive < 1.0f ? positive : 1.0f;

@@ -18,8 +18,8 @@ struct VXp_CopyArea {
   bool Empty() const { return width <= 0 || height <= 0; }
 };
 
-// Clips a copy of `rect` of the source to (h, v) of the destination against both worlds. The offset
-// is that of the unclipped rectangle, so that clipping does not shift the picture.
+// Clips a copy of `rect` of the source to position (h, v) of the destination against both worlds.
+// Clipping does not shift the picture.
 inline VXp_CopyArea VXp_ClipCopy(const VX_LayerDef& source, const M_LRect& rect,
                                  const VX_LayerDef& dest, int32_t h, int32_t v) {
   const int64_t dx = int64_t{h} - rect.left;
@@ -36,7 +36,7 @@ inline VXp_CopyArea VXp_ClipCopy(const VX_LayerDef& source, const M_LRect& rect,
           static_cast<int32_t>(right - left), static_cast<int32_t>(bottom - top)};
 }
 
-// Converts a rectangle.
+// Converts a rectangle to 32 bits.
 inline M_LRect VXp_LRectOf(const M_Rect& rect) {
   M_LRect wide;
   wide.left = rect.left;

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Trivially constructed, so that reports work at any time in the life of a thread.
+// Has no constructor or destructor to run, so reports work at any time in the life of a thread.
 constinit thread_local char last_report[512] = "";
 
 }  // namespace

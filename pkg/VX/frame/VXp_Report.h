@@ -4,8 +4,9 @@
 
 // Reports, thrown codes, and the conversion of exceptions at the interface.
 //
-// Programming errors are reported and return VX_ErrBadParameter; they are not thrown. Threads: as
-// the host's report functions; each thread keeps the text of its latest report, see VX_LastReport.
+// Programming errors are reported and return VX_ErrBadParameter; they are not thrown. The functions
+// are as thread-safe as the host's report functions. Each thread has its own text of the latest
+// report, see VX_LastReport.
 
 #include <cstdint>
 #include <type_traits>
@@ -17,14 +18,14 @@
 inline constexpr uint32_t kVXp_PackageWord = 0x250000;
 inline constexpr uint32_t kVXp_NoCheckNumber = 0x3E7;
 
-// Reports a failed check and returns VX_ErrBadParameter. The package word in `number` is optional.
+// Reports a failed check and returns VX_ErrBadParameter. `number` may omit the package word.
 VX_Err VXp_FailVerification(uint32_t number, int32_t line, const char* text);
 
-// The same without a number. `line` is the source line of the caller.
+// Reports a failed check without a number. `line` is the source line of the caller.
 VX_Err VXp_FailVerification(const char* text, int32_t line = __builtin_LINE());
 
-// Reports a text, or an entry of the string table, to the user and returns `code`. The package word
-// in `number` is optional.
+// Reports a text, or an entry of the string table, to the user and returns `code`. `number` may
+// omit the package word.
 VX_Err VXp_ReportText(uint32_t number, const char* text, VX_Err code);
 VX_Err VXp_ReportEntry(uint32_t number, int32_t entry, VX_Err code);
 
@@ -45,9 +46,9 @@ inline void VXp_ThrowIf(VX_Err code) {
   if (code != VX_Ok) VXp_Throw(code);
 }
 
-// In a catch block: converts the current exception to a code. An int32_t is the code; a
-// std::exception is reported by the host, which returns the code; any other exception is reported
-// as a failed check and gives VX_ErrBadParameter.
+// Converts the exception that the current catch block handles to a code. For an int32_t, returns
+// it. A std::exception is reported by the host, which returns the code. Any other exception is
+// reported as a failed check and gives VX_ErrBadParameter.
 VX_Err VXp_CodeOfCurrentException() noexcept;
 
 // Calls `body` and converts exceptions to codes. The body returns a code or nothing.

@@ -4,8 +4,8 @@
 
 // Addresses of pixels, and unaligned loads and stores.
 //
-// A caller's rowbytes is arbitrary, so rows of 16-bit and float pixels may start at any byte. Loads
-// and stores use memcpy, which compiles to one move.
+// Rows of 16-bit and float pixels may start at any byte, because callers may pass any rowbytes.
+// Loads and stores use memcpy, which compiles to one instruction.
 
 #include <cstddef>
 #include <cstdint>

@@ -17,7 +17,7 @@ constexpr int32_t kRows = 3;
 
 struct SharedScratch {
   void* rows[kRows];
-  size_t capacity;  // bytes per row of pixels; 0 if the rows must not be used
+  size_t capacity;  // bytes per row of pixels; 0 after a failure: the rows must not be used
   void* motion[kVXp_MotionBlocks];
   bool has_motion;
 };
@@ -44,7 +44,7 @@ void FreeAll(void* const* blocks, int32_t count) {
   for (int32_t i = 0; i < count; ++i) U_FreePtr(blocks[i]);
 }
 
-// Allocates the new rows before freeing the old ones, so that a failure keeps the old ones.
+// Replaces the rows. If the allocation fails, the old rows are kept but are no longer used.
 VX_Err ReplaceRows(size_t channel_row, size_t pixel_row) {
   const char* label = U_ZLookupLStrCache(&VX_G_zref, kScratchLabel);
   void* new_rows[kRows] = {};

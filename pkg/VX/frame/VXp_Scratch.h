@@ -3,8 +3,8 @@
 #pragma once
 
 // Process-wide scratch memory: three row buffers for any depth, and seven fixed blocks for motion
-// blur. Not locked. Birth allocates it, VX_FreeUpSomeMemory shrinks it, death frees it. The
-// transfer calls of VX_Transfer.h use scratch of their own and may run concurrently.
+// blur. Not locked. Birth allocates it, VX_FreeUpSomeMemory shrinks it, death frees it. The calls
+// of VX_Transfer.h allocate row buffers per call instead and may run concurrently.
 
 #include "VX/VX_Transform.h"
 
@@ -12,18 +12,18 @@ enum class VXp_Regrow { IfNeeded, Always };
 
 // Provides rows of `pixels` pixels and stores all ten addresses in `out`.
 //
-//   depth_code  bytes per channel: 1, 2 or 4. Others are reported, return VX_Ok and leave `out`
-//               unchanged
-//   regrow      Always: allocate new rows, which may be smaller
+//   depth_code  bytes per channel: 1, 2 or 4. For other values, reports, returns VX_Ok and leaves
+//               `out` unchanged.
+//   regrow      Always: allocates new rows in any case; they may be smaller
 //
-// Capacity is counted in bytes: rows for a larger depth serve a smaller one. Returns
-// VX_ErrOutOfMemory if the rows cannot be allocated; the old rows are kept until the next success
-// frees them, but not used. Throws VX_ErrOutOfMemory if the motion blur's blocks cannot be
+// Capacity is counted in bytes, so rows for a larger depth can be used for a smaller one. Returns
+// VX_ErrOutOfMemory if the rows cannot be allocated; the old rows are then kept but not used, and
+// freed by the next success. Throws VX_ErrOutOfMemory if the blocks for motion blur cannot be
 // allocated.
 VX_Err VXp_ReallocScratch(int32_t pixels, int32_t depth_code, VXp_Regrow regrow,
                           VX_BlendScratch* out);
 
-// Frees everything.
+// Frees the rows and the blocks.
 void VXp_DisposeScratch();
 
 // Number of blocks of VX_AllocateMotionBlurScratch.

@@ -9,9 +9,9 @@
 
 #include "VX/VX_Types.h"
 
-// Soft light at x = i / 4096. Delta is D(x) - x for lightening: D(x) is ((16x - 12)x + 4)x up to
-// x = 0.25, else the square root of x. Parabola is x(1 - x), for darkening. 16-bit entries are
-// scaled by 32768 and rounded.
+// The curves of soft light at x = i / 4096. Delta, for lightening, is D(x) - x, where D(x) is ((16x
+// - 12)x + 4)x up to x = 0.25, else the square root of x. Parabola, for darkening, is x(1 - x).
+// 16-bit entries are scaled by 32768 and rounded.
 inline constexpr int32_t kVXp_SoftLightEntries = 4097;
 extern float VXp_G_SoftLightDeltaF[kVXp_SoftLightEntries];
 extern float VXp_G_SoftLightParabolaF[kVXp_SoftLightEntries];
@@ -21,6 +21,7 @@ extern uint16_t VXp_G_SoftLightParabola16[kVXp_SoftLightEntries];
 void VXp_FillByteToFloat();
 void VXp_BuildSoftLightTables();
 
-// Gets the multiply and divide tables from the host, or returns them. Return the host's error.
+// VXp_PrepareByteTables gets the multiply and divide tables from the host, VXp_UnprepareByteTables
+// releases them. Both return the host's error.
 VX_Err VXp_PrepareByteTables();
 VX_Err VXp_UnprepareByteTables();

@@ -4,8 +4,9 @@
 
 // Constants for vector loops, in addition to those of VX/VX_Package.h.
 //
-// Birth sets the exported ones and VXp_G_Vectors only on processors with SSE2; otherwise they are
-// zero, so other code must not read them. The constexpr ones are always available.
+// The exported constants and VXp_G_Vectors are set by birth, only on processors with SSE2.
+// Otherwise they are zero, so code without SSE2 must not read them. The constexpr constants are
+// always valid.
 
 #include <bit>
 #include <cstdint>
@@ -28,7 +29,7 @@ struct VXp_VectorConstants {
 };
 extern VXp_VectorConstants VXp_G_Vectors;
 
-// Sets the constants, or sets them to zero.
+// VXp_BuildVectorConstants sets the constants, VXp_ClearVectorConstants sets them to zero.
 void VXp_BuildVectorConstants();
 void VXp_ClearVectorConstants();
 
@@ -59,6 +60,6 @@ inline constexpr VX_Vector128 kVXp_FFFF_32 = VXp_VectorOf(0xFFFF);
 inline constexpr VX_Vector128 kVXp_ClearAlpha8 = VXp_VectorOf(0xFFFFFF00);  // alpha is byte 0
 inline constexpr VX_Vector128 kVXp_f0_1_1_1 = VXp_VectorOfFloats(0.0f, 1.0f, 1.0f, 1.0f);
 inline constexpr VX_Vector128 kVXp_fHalf = VXp_VectorOfFloats(0.5f, 0.5f, 0.5f, 0.5f);
-// Control operand of a byte shuffle that copies the alpha of two 16-bit pixels to their colours.
+// Operand of a byte shuffle (pshufb) that copies the alpha of two 16-bit pixels to their colours.
 inline constexpr VX_Vector128 kVXp_SpreadAlpha16 =
     VXp_VectorOf(0x0100FFFF, 0x01000100, 0x0908FFFF, 0x09080908);

@@ -18,7 +18,7 @@ struct Element {
   uint8_t bytes[size];
 };
 
-// A channel: address of its first value, and bytes from value to value and from row to row.
+// One channel of a chunk.
 struct Channel {
   char* first;
   ptrdiff_t step;
@@ -45,7 +45,7 @@ RowCopy RowCopyOf(int32_t element_bytes) {
   }
 }
 
-// Checks that the storage is valid, that a row fits into rowbytes, and that the channel exists.
+// Checks that the storage exists, that a row fits into rowbytes, and that the channel exists.
 bool Usable(const VX_ChannelChunk* chunk, int32_t channel, int32_t element_bytes) {
   return chunk->handle != nullptr && *chunk->handle != nullptr && chunk->width > 0 &&
          chunk->height > 0 && channel >= 0 && channel < chunk->channels &&

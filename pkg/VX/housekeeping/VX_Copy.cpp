@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The calls that use the override table.
+// The exported copies that call through the override table.
 
 #include "VX/VX_Copy.h"
 

@@ -25,8 +25,8 @@ int64_t GatherRow(const char* row, int64_t position, int64_t step, int64_t count
   return position;
 }
 
-// Between depths: gathers pixels in a small buffer, then converts it, so that both loops are
-// simple.
+// Scales a row. Between different depths, pixels are gathered in a small buffer and then converted,
+// so that both loops are simple.
 template <class To, class From>
 void ScaleRow(const char* row, const VXp_ScaledAxis& x, char* to) {
   if constexpr (std::is_same_v<To, From>) {

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Dithers a row. The noise continues at the start of its table after the end.
+// Converts a row with dither. After the end of the noise table, reading continues at its start.
 template <class From>
 void DitherRow(const char* from, char* to, size_t channels) {
   const VXp_Noise noise = VXp_NoiseTable();

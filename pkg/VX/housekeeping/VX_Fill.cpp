@@ -10,7 +10,7 @@
 
 namespace {
 
-// The number of the fills in bad-parameter reports.
+// The check number of the fills in reports of bad parameters.
 constexpr uint32_t kFillNumber = 13;
 
 template <class Color>
@@ -31,7 +31,7 @@ VX_Err FillWorld(const Color* color, const M_Rect* area, VX_LayerDef* world,
   return VXp_WithWorlds(world, unknown, fill, world);
 }
 
-// An empty area means that nothing is kept.
+// Returns the clipped area whose alpha is kept; empty if nothing is kept.
 M_LRect AreaToKeep(const M_LRect* keep, const VX_LayerDef& world) {
   if (keep == nullptr) return {};
   const M_LRect kept = VXp_ClippedArea(*keep, world);

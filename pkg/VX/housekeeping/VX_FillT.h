@@ -12,8 +12,9 @@
 #include "housekeeping/VXp_Area.h"
 #include "housekeeping/VXp_Repeat.h"
 
-// Converts the alpha of a float colour for an integer pixel: scaled and rounded; only the low bits
-// are kept, so it wraps where colours are clamped. Values outside 64-bit integers give 0.
+// Converts the alpha of a float colour for an integer pixel: scaled and rounded, then only the low
+// bits are kept. So alpha wraps, unlike colours, which are clamped. Values outside 64-bit integers
+// give 0.
 template <class To>
 VX_ChannelOf<To> VXp_WrappedAlpha(float alpha) {
   const double value = double{alpha} * VXp_PixelTraits<To>::kFull + 0.5;
@@ -31,7 +32,7 @@ To VXp_FillColor(const From& color) {
   return pixel;
 }
 
-// Returns true if all channels are zero; negative zero is zero.
+// Returns true if all channels are zero; negative zero counts as zero.
 template <class Pixel>
 bool VXp_IsZero(const Pixel& color) {
   return color.alpha == 0 && color.red == 0 && color.green == 0 && color.blue == 0;
@@ -61,8 +62,8 @@ void VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pi
   });
 }
 
-// Calls `work(part)` for the areas above, left, right and below of `keep`, which must be within the
-// world.
+// Calls `work(part)` for the areas above, left of, right of and below `keep`, which must be within
+// the world.
 template <class Work>
 void VXp_ForOutside(const VX_LayerDef& world, const M_LRect& keep, Work&& work) {
   work(M_LRect{0, 0, world.width, keep.top});

@@ -14,9 +14,9 @@ namespace {
 
 constexpr int32_t kUnableToGuess = 8;
 
-// Tolerance for white: alpha and colour were rounded separately, so their sum may be below full
-// scale by one code value, in float by one step of a half float. A product with alpha is never
-// rounded to more than alpha, so black needs no tolerance.
+// Tolerance for a composite onto white. Alpha and colour were rounded separately, so their sum may
+// be below full scale by one code value, or in float by one step of a half float. Black needs no
+// tolerance, because a colour times alpha is never rounded to more than alpha.
 template <class Pixel>
 constexpr typename VXp_PixelTraits<Pixel>::Work kRounding = 1;
 template <>

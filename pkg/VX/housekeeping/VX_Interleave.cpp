@@ -10,7 +10,7 @@ namespace {
 
 using Vector = M_Vector2T<int32_t>;
 
-// Bytes between the samples of the source or of the destination.
+// Byte distances between rows and between samples of the source or of the destination.
 struct Side {
   ptrdiff_t row;
   ptrdiff_t column;

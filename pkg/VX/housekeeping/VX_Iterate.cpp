@@ -28,11 +28,11 @@ struct Iteration {
   Uncovered uncovered;
 
   M_LRect area{};     // in the destination
-  M_LRect covered{};  // the part of `area` with source pixels; zero if there is none
+  M_LRect covered{};  // the part of `area` that the source covers; zero if there is none
 };
 
-// Returns the part of `area` with source pixels. `area` must be within the destination. Computed in
-// 64 bits because sizes and origin are arbitrary.
+// Returns the part of `area` that the source covers. `area` must be within the destination.
+// Computed in 64 bits because sizes and origin are arbitrary.
 M_LRect CoveredPart(const Iteration& iteration, const M_LRect& area) {
   const int64_t h = iteration.origin.h;
   const int64_t v = iteration.origin.v;
@@ -45,7 +45,8 @@ M_LRect CoveredPart(const Iteration& iteration, const M_LRect& area) {
           static_cast<int32_t>(bottom)};
 }
 
-// Visits columns left..right-1 of row y. `step` is the distance between inputs; 0 for a single one.
+// Visits columns left..right - 1 of row y. `step` is the byte distance between input pixels, or 0
+// if all get the same one.
 template <class Pixel>
 VX_Err VisitSpan(const Iteration& iteration, int32_t y, int32_t left, int32_t right, char* in,
                  ptrdiff_t step) {

@@ -22,7 +22,7 @@ struct Tables {
   const uint8_t* blue;
 };
 
-// Byte loads and stores are faster here than extracting bytes from words.
+// Loads and stores single bytes, which is faster here than extracting bytes from words.
 void MapRow(const char* in, char* out, int32_t count, const Tables& tables) {
   const Tables t = tables;
   for (int32_t x = 0; x < count; ++x, in += sizeof(VX_Pixel8), out += sizeof(VX_Pixel8)) {
@@ -31,7 +31,7 @@ void MapRow(const char* in, char* out, int32_t count, const Tables& tables) {
   }
 }
 
-// Only bit 0 (16-bit) is checked; the depth code is ignored.
+// Checks only bit 0 of world_flags (16 bits); the depth code is ignored.
 bool IsDrawable(const VX_LayerDef* world) {
   constexpr uint32_t kDeep = 1;
   return world != nullptr && world->data != nullptr && (world->world_flags & kDeep) == 0;

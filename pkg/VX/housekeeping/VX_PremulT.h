@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Premultiplication and its inverse, for any pixel type: a piece per operation, and the loop.
+// Premultiplication and its inverse, for any pixel type: one class per operation, and the loop.
 //
 //   forward   c' = c a,  with a matte colour m: c' = c a + m (1 - a)
 //   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a; 0 if a is 0
 //
-// Integers are rounded to nearest and clamped in the inverse; floats are neither. Alpha is
-// unchanged.
+// Integers are rounded to nearest, and clamped in the inverse. Floats are neither rounded nor
+// clamped. Alpha is unchanged.
 
 #include <algorithm>
 #include <type_traits>
@@ -52,7 +52,7 @@ struct VXp_UnmultiplyMatte {
     if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
       return m + (c - m) / a;
     } else {
-      // At most 65535 * 32768 + 32767, which is the largest 32-bit integer.
+      // No overflow: at most 65535 * 32768 + 32767, which is 2^31 - 1.
       const Work scaled = (c - m) * Traits::kFull;
       const Work half = a >> 1;
       return std::clamp(m + (scaled < 0 ? scaled - half : scaled + half) / a, Work{0},
@@ -61,7 +61,7 @@ struct VXp_UnmultiplyMatte {
   }
 };
 
-// Applies the piece to the colours of each pixel of the area.
+// Applies an operation, one of the classes above, to the colours of each pixel of the area.
 template <template <class> class Piece, class Pixel>
 void VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& matte) {
   using Work = typename VXp_PixelTraits<Pixel>::Work;

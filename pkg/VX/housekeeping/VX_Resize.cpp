@@ -10,8 +10,9 @@
 
 namespace {
 
-// Range from the centre of the first to the centre of the last pixel. Reductions need no range,
-// because the area that a pixel covers is always inside the source.
+// Returns the range from the centre of the first to the centre of the last pixel. Positions are
+// clamped to it, which repeats the border pixels. Reductions need no clamping, because the area
+// that a pixel covers is always inside the source.
 VXp_ClampRange CentreRange(int32_t size) { return {0, (int64_t{size} - 1) * 65536}; }
 
 template <class Pixel>

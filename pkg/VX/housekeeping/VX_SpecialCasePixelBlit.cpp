@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The copy to 8 bits with a lookup.
+// The copy to 8 bits with a lookup of each channel.
 
 #include <algorithm>
 
@@ -17,7 +17,7 @@
 
 namespace {
 
-// Data shared by the rows. Each row is written by one iteration only.
+// Data shared by all rows. Each row is written by one call of the iteration only.
 struct Blit {
   const VX_LayerDef* src;
   const VX_LayerDef* dst;
@@ -26,7 +26,7 @@ struct Blit {
   VXp_FloatLanes low, high;  // one lane per channel
 };
 
-// Maps low..high to 0..1; if they are equal, a step at low.
+// Maps low..high to 0..1. If they are equal, values below become 0 and others 1.
 void LookUp(const Blit& blit, char* pixels, size_t count) {
   const VXp_FloatLanes low = blit.low;
   const VXp_FloatLanes range = blit.high - low;
@@ -40,7 +40,8 @@ void LookUp(const Blit& blit, char* pixels, size_t count) {
   }
 }
 
-// Converts to float and back, in runs of a small buffer.
+// Converts a row to float, applies the lookup and converts the result to 8 bits, in blocks of a
+// small buffer.
 template <class Pixel>
 void LookUpRow(const Blit& blit, const char* from, char* to, size_t count) {
   constexpr size_t kRun = 256;

@@ -24,7 +24,7 @@ VX_Err CopyBitmaps(VX_CopyBitsFunc copy, void* ref, BM_World** src, BM_World** d
   return copy(ref, &from, &to, src_rect, dst_rect);
 }
 
-// Only bitmaps with 8 bits per channel have a channel order in the host.
+// Returns the channel order. The host defines it only for bitmaps with 8 bits per channel.
 int32_t ChannelOrder(BM_World** bitmap) {
   return (*bitmap)->bits_per_pixel == 32 ? BM_GetChannelOrder(bitmap) : BM_ORDER_ARGB;
 }

@@ -49,7 +49,8 @@ void VX_WorldX<Pixel>::InvertAlpha() {
   });
 }
 
-// The class itself is instantiated in frame, these members here.
+// The class itself is instantiated in frame; the members with pixel arithmetic are instantiated
+// here.
 #define VX_INSTANTIATE(Pixel)                                                \
   template void VX_WorldX<Pixel>::Clear(const M_Rect*);                      \
   template void VX_WorldX<Pixel>::ClearExceptRect(const M_Rect&);            \

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Members of a world that multiply by alpha. Float worlds do not have them; callers use the
-// exported calls, which support every depth.
+// Members of a world that multiply colour by alpha. For float worlds they throw VX_ErrBadParameter;
+// the exported calls support every depth.
 
 #include <type_traits>
 

@@ -4,8 +4,8 @@
 
 // Areas of a world, and the iteration over their rows.
 //
-// There are two rules for an inverted area: exported calls normalise it, members of a world treat
-// it as empty.
+// An inverted area (right before left, or bottom above top) is treated in two ways: exported calls
+// exchange its edges, members of a world treat it as empty.
 
 #include <algorithm>
 #include <cstddef>
@@ -23,12 +23,13 @@ constexpr M_LRect VXp_WholeArea(const VX_LayerDef& world) {
   return {0, 0, world.width, world.height};
 }
 
-// Clamps to 0..limit; a negative limit means 0.
+// Clamps to 0..limit. If the limit is negative, returns 0.
 constexpr int32_t VXp_Limit(int32_t value, int32_t limit) {
   return std::max(0, std::min(value, limit));
 }
 
-// Normalises and clamps each edge. Null is the whole world.
+// Exchanges edges that are in reverse order, and clamps each edge to the world. Null is the whole
+// world.
 inline M_LRect VXp_NormalisedArea(const M_Rect* area, const VX_LayerDef& world) {
   if (area == nullptr) return VXp_WholeArea(world);
   return {VXp_Limit(std::min(area->left, area->right), world.width),
@@ -46,9 +47,9 @@ inline M_LRect VXp_ClippedArea(const M_Rect* area, const VX_LayerDef& world) {
   return area == nullptr ? VXp_WholeArea(world) : VXp_ClippedArea(VXp_LRectOf(*area), world);
 }
 
-// Calls `work(first, count)` with the address and number of pixels of each row of an area within
-// the world. Rows that are contiguous in memory are passed as one. A world without pixels has no
-// rows.
+// Calls `work(first, count)` with the address and the number of pixels of each row of an area
+// within the world, or once for all rows if they are contiguous in memory. Does nothing for a world
+// without pixels.
 template <class Pixel, class Work>
 void VXp_ForRows(const VX_LayerDef& world, const M_LRect& area, Work&& work) {
   if (VXp_IsEmpty(area) || world.data == nullptr) return;

@@ -21,7 +21,7 @@ using Words = uint16_t __attribute__((vector_size(16)));
 constexpr size_t kStep = 16;                  // channels per step
 constexpr float kBelowHalf = 0x1.fffffep-2f;  // the largest float below 0.5
 
-// A simple loop, which the compiler vectorises; used where no vector step is faster.
+// A simple loop that the compiler vectorises, used if there is no faster vector code.
 template <class To, class From>
 void ConvertPlainly(const char* from, char* to, size_t channels) {
   using ToChannel = VX_ChannelOf<To>;
@@ -45,8 +45,8 @@ void ConvertBySteps(const char* from, char* to, size_t channels, Step step) {
   ConvertPlainly<To, From>(from, to, channels);
 }
 
-// `doubled` is 257 c. Returns (257 c + 1) / 2, which equals the definition except at c = 254, where
-// the definition gives one more. (A true comparison is -1.)
+// Converts 8 bits to 16 bits; `doubled` is 257 c. (257 c + 1) / 2 equals (c * 32768 + 128) / 255
+// except at c = 254, where it is 1 too small. (A comparison that is true gives -1.)
 Words WordsOf(Words doubled) {
   return (doubled >> 1) + (doubled & 1) - reinterpret_cast<Words>(doubled == 254 * 257);
 }
@@ -62,7 +62,7 @@ void BytesToWords(const char* from, char* to) {
 
 #ifdef __SSE2__
 
-// (255 c + 16384) >> 15, computed as (510 c + 32768) >> 16 from the two halves of the product.
+// Returns (255 c + 16384) >> 15, computed as (510 c + 32768) >> 16 from the two halves of 510 c.
 __m128i BytesOf(__m128i words) {
   const __m128i factor = _mm_set1_epi16(510);
   const __m128i half = _mm_srli_epi16(_mm_mullo_epi16(words, factor), 15);
@@ -76,10 +76,11 @@ void WordsToBytes(const char* from, char* to) {
   VXp_Store(to, _mm_packus_epi16(low, high));
 }
 
-// The definition rounds the exact product half up. The float product may be rounded up to a half
-// that the exact product does not reach; it is then replaced by the float below. Adding the float
-// below 0.5 makes every half, and nothing less, reach the next whole number. Negative values and
-// NaN give negative results, which packing clamps to 0.
+// Converts floats to 8 bits: floor(255 c + 0.5) of the exact product. The product in single
+// precision may be rounded up, so that it reaches a half that the exact product does not reach. In
+// this case it is replaced by the next float below. Then the largest float below 0.5 is added: the
+// sum rounds up to the next integer for every half, but not for less. Negative values and NaN give
+// negative results, which packing clamps to 0.
 __m128i ByteLanes(const char* from) {
   const __m128 c =
       _mm_min_ps(_mm_set1_ps(1.0f), _mm_loadu_ps(reinterpret_cast<const float*>(from)));
@@ -96,7 +97,7 @@ void FloatsToBytes(const char* from, char* to) {
   VXp_Store(to, _mm_packus_epi16(low, high));
 }
 
-// The product is exact. The lanes are offset by 32768 because packing is signed.
+// Converts floats to 16 bits minus 32768, because packing is signed. The product is exact.
 __m128i WordLanes(const char* from) {
   const __m128 value = _mm_loadu_ps(reinterpret_cast<const float*>(from));
   const __m128 c = _mm_min_ps(_mm_max_ps(value, _mm_setzero_ps()), _mm_set1_ps(1.0f));
@@ -115,14 +116,15 @@ void FloatsToWords(const char* from, char* to) {
   VXp_Store(to + 16, WordsOf(from + 32));
 }
 
-// (255 c + noise) >> 15 for c below 32768, computed as (256 c + (noise - c)) >> 15. The lowest
-// eight bits of noise - c do not matter, so 16-bit lanes are sufficient.
+// Returns (255 c + noise) >> 15 for c below 32768, computed as (256 c + (noise - c)) >> 15. The
+// lowest eight bits of noise - c do not affect the result, so 16-bit lanes are sufficient.
 __m128i Dithered(__m128i c, const uint16_t* noise) {
   const __m128i rest = _mm_srai_epi16(_mm_sub_epi16(VXp_Load<__m128i>(noise), c), 8);
   return _mm_srli_epi16(_mm_add_epi16(c, rest), 7);
 }
 
-// Values of white and above are 32768 more: the result is one less, modulo 256.
+// Dithers 16 channels. Values from 32768 (white) on are processed without their highest bit, and 1
+// is subtracted from the result: 255 * 32768 >> 15 is 255, which is -1 modulo 256.
 __m128i DitheredBytes(__m128i low, __m128i high, const uint16_t* noise) {
   const __m128i mask = _mm_set1_epi16(0x7FFF);
   const __m128i bytes = _mm_packus_epi16(Dithered(_mm_and_si128(low, mask), noise),

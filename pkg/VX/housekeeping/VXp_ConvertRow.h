@@ -2,19 +2,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Converts a row of pixels between depths, with the results of VXp_ConvertChannel, several channels
-// at once.
+// Converts a row of pixels between depths, several channels at once, with the same results as
+// VXp_ConvertChannel.
 
 #include <cstddef>
 #include <cstdint>
 
 #include "VX/VX_Types.h"
 
-// All four channels are converted by the same rule, so a row is a sequence of channels. Rows may
-// start at any address. They must not overlap unless the depths are equal.
+// Converts `channels` channels: all four channels of a pixel follow the same rule. Rows may start
+// at any byte. They must not overlap unless the depths are equal.
 using VXp_ConvertRowFunc = void (*)(const char* from, char* to, size_t channels);
 
-// Instantiated for each pair of pixel types.
+// The conversion between two depths. Instantiated for each pair of pixel types.
 template <class To, class From>
 void VXp_ConvertRow(const char* from, char* to, size_t channels);
 

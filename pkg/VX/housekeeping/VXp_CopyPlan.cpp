@@ -11,21 +11,21 @@ namespace {
 
 constexpr int64_t kOne = 65536;
 
-// The range of a rectangle on one axis, and the size of its world.
+// The edges of a rectangle on one axis, and the size of its world.
 struct Side {
   int64_t low, high, world;
   int64_t Size() const { return high - low; }
 };
 
-// Returns the number of steps from `position` until it is at least `bound`, at most `most`.
+// Returns how many steps from `position` are needed to reach at least `bound`, at most `most`.
 int64_t StepsUntil(int64_t bound, int64_t position, int64_t step, int64_t most) {
   if (position >= bound) return 0;
   if (step == 0) return most;
   return std::min((bound - position + step - 1) / step, most);
 }
 
-// Clipping the destination clips a proportional part of the source. The step is that of the
-// unclipped sizes, so clipping does not change the scale.
+// Plans one axis. If the destination is clipped, a proportional part of the source is clipped. The
+// step is that of the unclipped sizes, so clipping does not change the scale.
 VXp_ScaledAxis PlanAxis(const Side& src, const Side& dst) {
   const int64_t cut = std::max(int64_t{0}, -dst.low);
   const int64_t wanted = std::max(int64_t{0}, std::min(dst.high, dst.world) - (dst.low + cut));

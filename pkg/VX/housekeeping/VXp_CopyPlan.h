@@ -10,24 +10,24 @@
 #include "VX/VX_Types.h"
 #include "frame/VXp_Rects.h"
 
-// The number of the copies in bad-parameter reports.
+// The check number of the copies in reports of bad parameters.
 inline constexpr uint32_t kVXp_CopyNumber = 48;
 
-// One axis of a scaled copy. Positions have 16 fraction bits and need 64 bits: a world may be wider
-// than 32767.
+// One axis of a scaled copy. Positions have 16 fraction bits and are stored in 64 bits, because a
+// world may be wider than 32767 pixels.
 struct VXp_ScaledAxis {
-  int64_t source, source_size;  // the unclipped rectangles
+  int64_t source, source_size;  // start and size of the unclipped rectangles
   int64_t dest, dest_size;
   int64_t first;     // first destination pixel that is written
   int64_t count;     // number of destination pixels that are written
-  int64_t position;  // source position of the first; all positions are within the source world
+  int64_t position;  // source position of that first pixel; all positions are within the source
   int64_t step;
 };
 
 enum class VXp_CopyKind {
   Nothing,  // a rectangle is empty, inverted or outside its world
-  Equal,    // `area`
-  Scaled    // `x` and `y`
+  Equal,    // both sizes are equal; `area` is valid
+  Scaled    // `x` and `y` are valid
 };
 
 struct VXp_CopyPlan {
@@ -36,6 +36,6 @@ struct VXp_CopyPlan {
   VXp_ScaledAxis x, y;
 };
 
-// Null rectangles mean whole worlds.
+// Plans a copy. Null rectangles mean whole worlds.
 VXp_CopyPlan VXp_PlanCopy(const VX_LayerDef& src, const M_Rect* src_rect, const VX_LayerDef& dst,
                           const M_Rect* dst_rect);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Copies the rows of an area of equal size.
+// Copies the rows of an area between worlds, without scaling.
 
 #include <cstddef>
 #include <cstdint>
@@ -27,7 +27,7 @@ VX_Err VXp_CopyRows(VX_ProgressInfo* progress, const VX_LayerDef& src, const VX_
   const auto touch = [](size_t bytes, int32_t rowbytes) {
     return static_cast<ptrdiff_t>(bytes) == rowbytes;
   };
-  // If the two overlap, the order of the rows matters.
+  // If source and destination overlap, the order in which rows are copied matters.
   const auto apart = [&] {
     const auto a = reinterpret_cast<uintptr_t>(from);
     const auto b = reinterpret_cast<uintptr_t>(to);

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The dither noise: a copy of the host's table of random words, and the position of the next word.
-// Only 15 bits of each word are used, so they are stored in 16 bits to save cache.
+// The dither noise: a copy of the host's table of random words, and the position of the next word
+// to use. The copy has 16 bits per word, because only 15 bits are used and less cache is needed.
 //
 // Each dithered conversion advances the position, which wraps at the end of the table. The position
 // is atomic, so conversions may run on several threads; their noise then depends on their order.

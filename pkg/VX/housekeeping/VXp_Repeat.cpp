@@ -11,7 +11,8 @@ namespace {
 
 constexpr size_t kLine = 64;
 
-// Longer fills exceed the caches; plain stores are then faster than copies.
+// From this size on plain stores are used, which are faster than copies if the data exceed the
+// caches.
 constexpr size_t kLargerThanCache = size_t{24} << 20;
 
 // Stores complete cache lines; `to` must be at the start of a line. Returns the number of bytes
@@ -30,9 +31,9 @@ size_t StoreLines(const char* pattern, char* to, size_t bytes) {
 
 }  // namespace
 
-// Uses memcpy, which has the widest stores of the machine, starting at a cache line so that no
-// store crosses two lines. This function is in a file of its own so that the compiler does not know
-// the sizes: for constant sizes it generates a much slower loop.
+// Copies the pattern with memcpy, which uses the widest stores of the machine. Starts at a cache
+// line, so that no store crosses two lines. This function is in a separate file so that the
+// compiler does not know the sizes: for constant sizes it generates a much slower loop.
 void VXp_Repeat(const char* pattern, size_t pattern_bytes, size_t period, char* to, size_t bytes) {
   const size_t head = std::min(bytes, (0 - reinterpret_cast<uintptr_t>(to)) % kLine);
   std::memcpy(to, pattern, head);

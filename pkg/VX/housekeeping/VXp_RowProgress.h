@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Common to the iterators over worlds: their check number, and polling between rows.
+// Shared by the iterators over worlds: their check number, and calling progress between rows.
 
 #include <cstdint>
 
@@ -10,7 +10,7 @@
 
 inline constexpr uint32_t kVXp_IteratorNumber = 14;
 
-// Polls after each row and stores errors of the progress function.
+// Calls progress after each row and stores its errors.
 class VXp_RowProgress {
  public:
   VXp_RowProgress(const VX_ProgressInfo* info, int32_t base, int32_t final_step)
@@ -19,7 +19,7 @@ class VXp_RowProgress {
   }
 
   // Call after each row. Returns VX_ErrStopped if the iteration must end, else VX_Ok. The step
-  // wraps, because a caller's base may be close to the limit of 32 bits.
+  // wraps modulo 2^32, because the caller's base may be close to the largest number.
   VX_Err RowDone() {
     if (!polls_) return VX_Ok;
     const VX_Err answer =
@@ -29,7 +29,7 @@ class VXp_RowProgress {
     return VX_Ok;
   }
 
-  // Returns the last error other than VX_ErrStopped, for the end of the iteration.
+  // Returns the last error other than VX_ErrStopped, which is the result of the iteration.
   VX_Err LastError() const { return last_error_; }
 
  private:

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// High-quality scaling: one sample per destination pixel, at its centre. The built-in samplers are
-// called by row.
+// High-quality scaling: one sample per destination pixel, at its centre. If a sampler is built-in,
+// it samples whole rows; otherwise it is called per pixel.
 
 #include <algorithm>
 #include <cstdint>
@@ -28,7 +28,7 @@ inline constexpr VXp_ClampRange kVXp_NoClamp{std::numeric_limits<VX_Fixed>::min(
 
 // Iterates over the source positions of destination pixel centres on one axis. Pixel i of the
 // unclipped rectangle is at source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, truncated to
-// 16 fraction bits. The remainder is carried, so errors do not accumulate.
+// 16 fraction bits. The remainder of the division is kept, so errors do not accumulate.
 class VXp_CentrePositions {
  public:
   VXp_CentrePositions(const VXp_ScaledAxis& axis, const VXp_ClampRange& clamp)
@@ -86,7 +86,7 @@ inline VX_SampPB VXp_ScaleRecord(const VXp_CopyPlan& plan, const VX_LayerDef& sr
   return record;
 }
 
-// Samples rows of a picture, all at the same columns.
+// Samples rows of a picture; all rows have the same x positions.
 template <class Pixel>
 class VXp_ScaledRows {
  public:
@@ -94,7 +94,7 @@ class VXp_ScaledRows {
       : sample_(sample), row_form_(VXp_RowForm<Pixel>(sample)), columns_(columns), count_(count) {
     if (row_form_ == nullptr) return;
     positions_.reset(new (std::nothrow) VX_Fixed[static_cast<size_t>(count)]);
-    if (positions_ == nullptr) return;  // Sample then works pixel by pixel
+    if (positions_ == nullptr) return;  // out of memory: Sample then calls the sampler per pixel
     VXp_CentrePositions column = columns;
     for (int64_t i = 0; i < count; ++i) positions_[static_cast<size_t>(i)] = column.Next();
   }
@@ -121,13 +121,13 @@ class VXp_ScaledRows {
 };
 
 // Executes a plan of kind Scaled. `mode_flags` is 0 or VX_ModeFlag_Straight. Progress (may be null)
-// is polled after each row. Returns VX_ErrBadParameter with a report, or the result of the progress
-// function.
+// is called after each row. Returns VX_Ok, VX_ErrBadParameter with a report, or the result of the
+// progress function.
 template <class Pixel>
 VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_CopyPlan& plan,
                      const VXp_ClampRange& clamp_x, const VXp_ClampRange& clamp_y,
                      const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>& dst) {
-  // The range of sampler positions. Rectangles with 16-bit coordinates are never outside it.
+  // The range of sampler positions. Rectangles with 16-bit coordinates always fit.
   constexpr int64_t kMost = 32768;
   if (plan.x.source + plan.x.source_size > kMost || plan.y.source + plan.y.source_size > kMost) {
     return VXp_FailVerification("source too large to scale at high quality");

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The box samplers: averages over a footprint, for one position and for a row of positions.
+// The box samplers: averages over a footprint, for one position or a row of positions.
 
 #include <cstring>
 

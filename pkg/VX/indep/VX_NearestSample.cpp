@@ -5,7 +5,8 @@
 
 namespace {
 
-// In 64 bits, since the sum may exceed 32 bits.
+// Returns the column or row of the nearest pixel. Computed in 64 bits, since the sum may exceed 32
+// bits.
 int32_t Nearest(VX_Fixed position) {
   return static_cast<int32_t>((int64_t{position} + 32768) >> 16);
 }

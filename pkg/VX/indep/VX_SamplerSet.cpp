@@ -57,7 +57,8 @@ VX_Err Choose(int32_t quality, int32_t mode_flags, VX_SampleFunc<Pixel> nearest,
   return VX_Ok;
 }
 
-// Stores the nearest and the straight samplers from their slots.
+// Stores the samplers of a quality and a kind of alpha. The nearest and the straight samplers are
+// read from their slots.
 template <class Pixel>
 VX_Err ChooseSlots(int32_t quality, int32_t mode_flags, const Pair<Pixel>& premultiplied,
                    VX_SamplerBatch<Pixel>* out) {
@@ -74,13 +75,13 @@ VX_Err VX_GetSamplerBatch8(int32_t quality, int32_t mode_flags, VX_SamplerBatch<
                                 {slots.VX_SubpixelSample_Premul, slots.VX_AreaSample_Premul}, out);
 }
 
-// The premultiplied samplers have no slots.
+// The premultiplied 16-bit samplers are not in the override table.
 VX_Err VX_GetSamplerBatch16(int32_t quality, int32_t mode_flags, VX_SamplerBatch<VX_Pixel16>* out) {
   return ChooseSlots<VX_Pixel16>(quality, mode_flags,
                                  {VX_SubpixelSample_Premul16, VX_AreaSample_Premul16}, out);
 }
 
-// The float samplers have no slots.
+// The float samplers are not in the override table.
 VX_Err VX_GetSamplerBatchFloat(int32_t quality, int32_t mode_flags,
                                VX_SamplerBatch<VX_PixelFloat>* out) {
   return Choose<VX_PixelFloat>(quality, mode_flags, VX_NNSampleFloat,

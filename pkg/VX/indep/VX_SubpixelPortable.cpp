@@ -1,14 +1,15 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The portable bilinear forms, one rule at three depths in single precision:
+// The portable bilinear samplers: one rule at all three depths, in single precision, with the
+// weights w of the neighbours and their alphas a:
 //
-//   four equal alphas   that alpha, also 0; colours mixed
-//   else                s = w a;  alpha = sum(s);  colour = sum(s c) (1 / alpha); nothing where
-//                       alpha is 0
+//   four equal alphas   the result has that alpha, also if it is 0; colours = sum(w c)
+//   else                with s = w a: alpha = sum(s), colour = sum(s c) (1 / alpha); a zero pixel
+//                       if alpha is 0
 //
-// Integers are value + 0.5, truncated; float is not rounded. Whole positions and equal pixels are
-// not special cases.
+// Integers are value + 0.5, truncated; floats are not rounded. Whole positions and equal pixels are
+// not treated separately.
 
 #include "indep/VXp_SamplePoints.h"
 #include "indep/VXp_SampleRow.h"
@@ -41,7 +42,7 @@ VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   return VX_Ok;
 }
 
-// Also reads the column after the last one and the row below if a fraction is zero.
+// Samples a span. Reads the right and lower neighbours even if their weights are zero.
 template <class Pixel>
 VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                   VX_AlphaSumOf<Pixel>* alpha_sum, Pixel* out) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Bilinear for premultiplied pixels, clipped: all four channels are mixed in the same way.
+// Bilinear samplers for premultiplied pixels, clipped: all four channels are mixed in the same way.
 //
 // Results at 8 and 16 bits are value + 0.5, truncated, from exact weights and sums.
 
@@ -10,8 +10,8 @@
 
 namespace {
 
-// The 8-bit weights: integers on a scale of 65536. Three are truncated; the first is the rest. Sums
-// with bytes are below 2^24 and therefore exact in single precision.
+// The 8-bit weights: integers on a scale of 65536. Three are truncated; the first is what remains
+// to 65536. Sums with bytes are below 2^24 and therefore exact in single precision.
 struct ByteWeights {
   ByteWeights(uint32_t fx, uint32_t fy) {
     const uint32_t i11 = fx * fy >> 16;
@@ -48,7 +48,7 @@ struct Rule<VX_Pixel16> {
   }
 };
 
-// Single precision and no rounding.
+// Float is mixed in single precision and not rounded.
 template <>
 struct Rule<VX_PixelFloat> {
   using Weights = VXp_SingleWeights;
@@ -56,8 +56,8 @@ struct Rule<VX_PixelFloat> {
   static VXp_FloatLanes Finished(VXp_FloatLanes sum) { return sum; }
 };
 
-// Mixes a row of positions (a rule for VXp_ColumnWalk). The upper and the lower pixel of a column
-// are converted to lanes once.
+// The rule for rows of positions (see VXp_ColumnWalk). The upper and the lower pixel of a column
+// are converted to lanes once, for both positions that use them.
 template <class Pixel>
 struct RowRule {
   using Raw = VXp_RawPixel<Pixel>;
@@ -84,8 +84,8 @@ VXp_RawPixel<Pixel> MixedQuad(const VXp_Quad<Pixel>& q, const VXp_Place& at) {
   return Row{at.fy}.Mix(Row::Of(q.p00, q.p01), Row::Of(q.p10, q.p11), at.fx);
 }
 
-// At a whole position, and for four equal pixels, the arithmetic gives the pixel itself; the tests
-// save it.
+// At a whole position, and for four equal pixels, the formula gives the pixel itself. The tests
+// only avoid the computation.
 template <class Pixel>
 VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   const VXp_Place at(x, y);
@@ -110,7 +110,7 @@ VX_Err VX_SubpixelSample_Premul16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, cons
   return Sample(x, y, record, out);
 }
 
-// A whole position is not a special case.
+// Whole positions are not treated separately, unlike at the integer depths.
 VX_Err VX_SubpixelSample_PremulFloat(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
                                      const VX_SampPB* record, VX_PixelFloat* out) {
   const VXp_Place at(x, y);

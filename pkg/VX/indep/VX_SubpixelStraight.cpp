@@ -1,17 +1,18 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Bilinear with straight alpha at 8 and 16 bits, in double precision.
+// Bilinear samplers for straight alpha at 8 and 16 bits, in double precision, with the weights w of
+// the neighbours and their alphas a:
 //
-//   a whole position    the pixel as it is
+//   a whole position    the pixel unchanged
 //   four equal pixels   that pixel
-//   four equal alphas   that alpha, colours mixed; nothing where it is 0
-//   else                s = w a;  alpha = sum(s);  colour = sum(s c) (1 / alpha)
+//   four equal alphas   that alpha, and colours = sum(w c); a zero pixel if the alpha is 0
+//   else                with s = w a: alpha = sum(s), colour = sum(s c) (1 / alpha)
 //
 // The two depths round differently, see Rule. Clipped and unclipped samplers differ only in how
-// they load the neighbours. Mixed() is the definition. There are two faster forms with the same
-// results: points (OnePoint16, BytePointRule) at any positions, and spans of equal alphas, which
-// share columns.
+// they load the neighbours. The function Mixed is the definition. There are two faster forms with
+// the same results: points (OnePoint16, BytePointRule) for any positions, and spans of equal
+// alphas, in which neighbouring positions share a column of pixels.
 
 #include <cmath>
 #include <cstring>
@@ -27,8 +28,8 @@ namespace {
 template <class Pixel>
 struct Rule;
 
-// Rounds to nearest, ties to even. The pixel is transparent if alpha is 0 after rounding, so 0.5 is
-// transparent.
+// Rounds to nearest, ties to even. The pixel is transparent if alpha is 0 after rounding, so an
+// alpha of exactly 0.5 is transparent.
 template <>
 struct Rule<VX_Pixel8> {
   static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Rounded(v); }
@@ -93,7 +94,8 @@ VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   return StoreMixed(Fetch::template Four<Pixel>(*record->src, at), at, out);
 }
 
-// Reports 0 at a whole position, also inside. The rows of a transform depend on it.
+// Sets *all_in to 0 at a whole position, even inside the world. The rows of a transform depend on
+// this.
 template <class Pixel>
 VX_Err SamplePlus(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, uint8_t* all_in, Pixel* out) {
   const VXp_Place at(x, y);
@@ -119,8 +121,8 @@ VXp_DoubleLanes Between(const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, 
           from.second + way * (to.second - from.second)};
 }
 
-// Mixes pixels of equal alphas that are not 0. This mix is exact in double precision, so it may be
-// computed along the columns first; the result has the common alpha.
+// Mixes pixels of equal alphas that are not 0. In double precision this mix is exact, so the
+// columns can be mixed first, which is faster. The result has the common alpha.
 uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
   const double a = static_cast<double>(fx) * 0x1p-16, b = static_cast<double>(fy) * 0x1p-16;
   const VXp_DoubleLanes left = Between(VXp_Doubles(quad.p00), VXp_Doubles(quad.p01), b);
@@ -141,9 +143,10 @@ struct BytePointRule {
     return Mixed(pairs.Quad(), VXp_DoubleWeights(fx, fy));
   }
 
-  // Computed in single precision, which gives the right integer unless the value is close to a
-  // half. Fractions that are multiples of 1/256 give many halves; then alphas are exact, and for
-  // equal alphas colours are exact too.
+  // Computes in single precision. The rounded result is correct unless a value is close to a half;
+  // such samples are computed again with One. Fractions that are multiples of 1/256 give many exact
+  // halves. For these, alphas are exact in single precision, and if the alphas are equal, colours
+  // too.
   static unsigned Four(const VXp_FourQuads& quads, const VXp_FourFractions& f, VX_Pixel8* out) {
     const VXp_WordLanes differences = quads.Differences();
     if (VXp_LaneBits(differences == 0) == 0xF) {
@@ -168,7 +171,7 @@ struct BytePointRule {
   }
 };
 
-// The two pixels of a column, and their mix without alpha, which is exact.
+// The two pixels of a column, and their mix without regard to alpha, which is exact.
 template <class Pixel>
 struct SpanColumn {
   SpanColumn(const char* upper_at, ptrdiff_t rowbytes, double fy)
@@ -186,8 +189,8 @@ struct SpanColumn {
   VXp_DoubleLanes mixed;
 };
 
-// Stores a span and returns the sum of its alphas. Neighbours share a column. At 8 bits all alphas
-// are equal.
+// Stores a span and returns the sum of its alphas. Neighbouring positions share a column. At 8 bits
+// all alphas must be equal.
 template <class Pixel>
 uint32_t WalkColumns(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
                      Pixel* out) {
@@ -221,7 +224,7 @@ uint32_t AlphaSum(const Pixel* pixels, int32_t count) {
   return sum;
 }
 
-// Returns whether `count` pixels of a row and of the next row have one alpha.
+// Returns whether `count` pixels of a row and of the row below all have the same alpha.
 bool HaveOneAlpha(int32_t count, const char* from, ptrdiff_t rowbytes) {
   const auto first = VXp_Load<uint32_t>(from);
   uint32_t differences = 0;

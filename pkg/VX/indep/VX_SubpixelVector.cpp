@@ -1,9 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Bilinear with straight alpha at 8 bits in single precision, unclipped: the sampler that is in the
-// unclipped slot if the host's processor record reports SSE2, and the samplers of four positions.
-// Their results differ from those of the scalar samplers, by definition.
+// Bilinear samplers for straight alpha at 8 bits in single precision, unclipped: the sampler that
+// the unclipped slot holds if the host's processor record reports SSE2, and the samplers of four
+// positions. By definition their results differ from those of the samplers in double precision.
 //
 // Every channel is value + 0.5, truncated and clamped to 0..255.
 
@@ -15,7 +15,7 @@ namespace {
 
 uint32_t Finished(VXp_FloatLanes v) { return VXp_Packed8(VXp_Truncated(VXp_HeldToByte(v + 0.5f))); }
 
-// Mixes vertically in each column, then horizontally; alpha too.
+// Mixes all channels, alpha included, first vertically in each column, then horizontally.
 VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
   const float a = static_cast<float>(at.fx) * 0x1p-16f, b = static_cast<float>(at.fy) * 0x1p-16f;
   const VXp_FloatLanes left = quad.p00 + (quad.p01 - quad.p00) * b;
@@ -23,16 +23,16 @@ VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
   return left + (right - left) * a;
 }
 
-// A sum of alphas of 0 is not a special case: the colours are then NaN, which the conversion to
-// bytes makes 0.
+// If the sum of alphas is 0, the colours become NaN, which the conversion to bytes converts to 0,
+// so this case needs no test.
 void SampleOneOfFour(const VX_LayerDef& src, const VXp_Place& at, const VXp_SingleWeights& w,
                      VX_Pixel8* out) {
   const VXp_SingleQuad quad(VXp_Unclipped::Four<VX_Pixel8>(src, at));
   VXp_Store(out, Finished(quad.ByAlpha(w)));
 }
 
-// The same for columns that were already mixed, in 65536ths. Only the horizontal step rounds; the
-// rounding does not depend on the scale, and no value overflows.
+// Like InTwoSteps above, for columns that were already mixed vertically, in units of 1/65536. Only
+// the horizontal step rounds. The rounding does not depend on the unit, and no value overflows.
 uint32_t InTwoSteps(const VXp_ByteColumns& columns, uint32_t fx) {
   const float a = static_cast<float>(fx) * 0x1p-16f;
   const VXp_FloatLanes mixed =
@@ -66,7 +66,7 @@ struct SingleRule {
     VXp_Store(out, f.Whole() ? quads.p00 : sample);
     const unsigned bits = VXp_LaneBits(alike);
     if (bits == 0) return 0;
-    // Equal alphas that are not 0 give the same result except for rounding.
+    // The two formulas give the same result for equal alphas above 0, except for rounding.
     const VXp_FourRounded rounded(mixed);
     return bits & VXp_LaneBits(nothing | rounded.color_is_near);
   }

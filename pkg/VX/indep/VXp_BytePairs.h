@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The four neighbours of a position in 8-bit pixels, as two pairs as they are stored in memory.
+// The four 8-bit neighbours of a position, loaded as two pairs of adjacent pixels.
 
 #include "indep/VXp_ChannelLanes.h"
 #include "indep/VXp_Neighbours.h"
 
-// The upper and the lower pair of four neighbours; the left pixel is in the low bits.
+// The upper and the lower pair of neighbours. The left pixel of a pair is in the low 32 bits.
 struct VXp_BytePairs {
   VXp_BytePairs(const char* upper_at, const char* lower_at)
       : upper(VXp_Load<uint64_t>(upper_at)), lower(VXp_Load<uint64_t>(lower_at)) {}
@@ -25,7 +25,7 @@ struct VXp_BytePairs {
   uint64_t upper, lower;
 };
 
-// The vertical mixes of the two columns: exact, in 65536ths, below 2^24.
+// The vertical mixes of the left and the right column, in units of 1/65536: exact, below 2^24.
 struct VXp_ByteColumns {
   VXp_ByteColumns(const VXp_BytePairs& pairs, uint32_t fy) {
 #ifdef __SSE2__
@@ -34,7 +34,7 @@ struct VXp_ByteColumns {
         _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<int64_t>(pairs.upper)), zero);
     const __m128i below =
         _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<int64_t>(pairs.lower)), zero);
-    // (above - below) times two words whose sum is -fy, since -fy does not fit one word.
+    // -fy does not fit a signed word. So above - below is multiplied by two words whose sum is -fy.
     const uint32_t half = fy >> 1, rest = fy - half;
     const __m128i by =
         _mm_set1_epi32(static_cast<int32_t>(((0u - half) & 0xFFFFu) | ((0u - rest) << 16)));

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The four channels of one pixel as lanes: conversion from pixels to numbers and back. Lane 0 is
-// alpha.
+// The four channels of one pixel as lanes, lane 0 being alpha: conversion of stored pixels to lanes
+// of numbers, and back.
 
 #include <algorithm>
 #include <bit>
@@ -85,7 +85,7 @@ VXp_DoubleLanes VXp_Doubles(Raw pixel) {
   return VXp_AsDouble(VXp_Ints(pixel));
 }
 
-// Returns alpha, and the colours multiplied by alpha.
+// Returns the pixel with its colours multiplied by alpha.
 inline VXp_FloatLanes VXp_TimesAlpha(VXp_FloatLanes p) {
   VXp_FloatLanes product = VXp_Splat<VXp_FloatLanes>(p[0]) * p;
   product[0] = p[0];
@@ -116,7 +116,7 @@ inline VXp_IntLanes VXp_Truncated(const VXp_DoubleLanes& v) {
 #endif
 }
 
-// Clamps to 0..255; NaN gives 0.
+// Clamps to 0..255; NaN becomes 0.
 inline VXp_FloatLanes VXp_HeldToByte(VXp_FloatLanes v) {
 #ifdef __SSE2__
   return reinterpret_cast<VXp_FloatLanes>(
@@ -127,7 +127,7 @@ inline VXp_FloatLanes VXp_HeldToByte(VXp_FloatLanes v) {
 #endif
 }
 
-// Packs lanes that are within the range of the channel.
+// Converts lanes to a pixel. They must be within the range of the channel.
 inline uint32_t VXp_Packed8(VXp_IntLanes v) {
 #ifdef __SSE2__
   const auto ints = reinterpret_cast<__m128i>(v);

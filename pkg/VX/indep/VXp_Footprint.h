@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Exact averages over footprints.
+// Exact averages over the footprint of a box sampler.
 //
-// Weights are separable: the pixels of a row are weighted by their widths and summed, and the sum
-// is weighted by the height of the row; only the first and the last pixel of a row, and the first
-// and the last row, are partly covered. Widths and heights are integers in 65536ths, so at the
-// integer depths all sums, and with them the rounded quotients, are exact in any order and in any
-// type that holds them.
+// Weights are separable: the pixels of a row are weighted by their covered widths and summed, and
+// the sum is weighted by the covered height of the row. Only the first and the last pixel of a row,
+// and the first and the last row, may be partly covered. Widths and heights are integers in units
+// of 1/65536. Therefore all sums of the integer depths are exact in any order and in any type that
+// is large enough, and so are the rounded quotients.
 
 #include <algorithm>
 
@@ -16,13 +16,15 @@
 #include "indep/VXp_Neighbours.h"
 
 // Holds sums over the largest footprint: an area of 2^64 times two 16-bit channels. For 8-bit
-// channels and footprints below 64 pixels a side, 64 bits hold twice the sums.
+// channels and footprints narrower and lower than 64 pixels, 64 bits are enough, also for twice the
+// sum.
 __extension__ typedef unsigned __int128 VXp_WideSum;
 constexpr int64_t kVXp_NarrowSide = 64 * 65536;
 
 constexpr int64_t kVXp_One = 65536;
 
-// The part of one axis that the footprint covers: `count` pixels from `first`, the ends partly.
+// The part of one axis that the footprint covers: `count` pixels from `first` on. The first and the
+// last of them may be partly covered.
 struct VXp_Extent {
   VXp_Extent(VX_Fixed position, VX_Fixed radius, int32_t size) {
     const int64_t half = std::max(int64_t{radius}, kVXp_One / 2);
@@ -42,12 +44,12 @@ struct VXp_Extent {
     return i == 0 ? first_cover : i == count - 1 ? last_cover : kVXp_One;
   }
 
-  int64_t length;  // of the whole footprint, also outside
+  int64_t length;  // of the whole footprint, including the part outside the world
   int32_t first = 0, count = 0;
   int64_t first_cover = 0, last_cover = 0;
 };
 
-// The sums: one number for each channel.
+// Sums of the four channels.
 template <class Number>
 struct VXp_Sums {
   template <class Term, class Factor>
@@ -68,8 +70,8 @@ struct VXp_Sums<double> {
 };
 
 // The types of the sums. Term: the term of one pixel, and sums of at most 65536 fully covered
-// pixels of a row: 255 * 255 * 65536 < 2^32. Row: sums weighted by widths, which are 2^32 at most
-// together.
+// pixels of a row, since 255 * 255 * 65536 < 2^32. Row: sums weighted by widths, whose total is at
+// most 2^32. Total: sums of rows.
 template <class Pixel>
 struct VXp_BoxTypes;
 template <>
@@ -143,7 +145,7 @@ VXp_Sums<typename VXp_BoxTypes<Pixel>::Row> VXp_RowOf(const char* from, const VX
   return row;
 }
 
-// Divides all channels by one number; quotients are value + 0.5, truncated, and at most 65535.
+// Divides channels by one number. Quotients are value + 0.5, truncated, and must be at most 65535.
 template <class Total>
 class VXp_BoxDivisor {
  public:
@@ -156,7 +158,8 @@ class VXp_BoxDivisor {
   Total by_;
 };
 
-// The product with the reciprocal has an error far below 1, so it is the quotient or its neighbour.
+// Multiplies by the reciprocal. The error is far below 1, so the result is the quotient or one more
+// or less, and is corrected.
 template <>
 class VXp_BoxDivisor<uint64_t> {
  public:
@@ -202,7 +205,7 @@ Pixel VXp_Average(const VXp_Sums<Total>& total, const VXp_BoxDivisor<Total>& are
           static_cast<Channel>(by.Quotient(total.blue))};
 }
 
-// Returns the zero pixel if the sum of alphas is 0. A small sum may still give alpha 0.
+// The float form. Returns the zero pixel only if the sum of alphas is 0.
 template <VXp_BoxAlpha kind, class Pixel>
 Pixel VXp_Average(const VXp_Sums<double>& total, const VXp_BoxDivisor<double>& area) {
   const VXp_DoubleLanes& sum = total.lanes;

@@ -9,7 +9,8 @@
 #include "indep/VXp_BytePairs.h"
 #include "indep/VXp_SamplePoints.h"
 
-// The neighbours of four positions: one pixel per lane, alpha in the low bits.
+// The neighbours of four positions: a vector for each neighbour, with one pixel per lane and alpha
+// in the low bits.
 struct VXp_FourQuads {
   using Pairs = uint64_t __attribute__((vector_size(16)));
 
@@ -35,7 +36,7 @@ struct VXp_FourQuads {
   }
 };
 
-// The fractions of four positions, from 0 to below 1.
+// The fractions of four positions: as integers of 16 bits, and as floats from 0 to below 1.
 struct VXp_FourFractions {
   VXp_FourFractions(const VX_Fixed* x, const VX_Fixed* y)
       : fx(VXp_Load<VXp_IntLanes>(x) & 0xFFFF),
@@ -44,14 +45,15 @@ struct VXp_FourFractions {
         b(VXp_AsFloat(fy) * 0x1p-16f) {}
 
   VXp_IntLanes Whole() const { return (fx | fy) == 0; }
-  // Returns the lanes with multiples of 1/256, for which sums of weights times bytes are exact.
+  // Returns the lanes with multiples of 1/256, for which sums of weights times bytes are exact
+  // floats.
   VXp_IntLanes Coarse() const { return ((fx | fy) & 0xFF) == 0; }
 
   VXp_IntLanes fx, fy;
   VXp_FloatLanes a, b;
 };
 
-// The weights of the neighbours, computed in the steps of the rule in single precision.
+// The weights of the neighbours in single precision, computed in the same steps as VXp_WeightsOf.
 struct VXp_FourSingleWeights {
   explicit VXp_FourSingleWeights(const VXp_FourFractions& f)
       : w11(f.a * f.b), w10(f.a - w11), w01(f.b - w11), w00(1.0f - w11 - w10 - w01) {}
@@ -59,7 +61,7 @@ struct VXp_FourSingleWeights {
   VXp_FloatLanes w11, w10, w01, w00;
 };
 
-// The weights with a relative error of few roundings, also the smallest ones.
+// The weights as products. Their relative error is a few roundings, even for very small weights.
 struct VXp_FourCloseWeights {
   explicit VXp_FourCloseWeights(const VXp_FourFractions& f)
       : w11(f.a * f.b),
@@ -84,7 +86,7 @@ struct VXp_FourMixed {
   VXp_FloatLanes channel[4];
 };
 
-// Returns alpha, and the colours weighted by alpha, which are NaN if alpha is 0.
+// Returns the mixes weighted by alpha. Where alpha is 0, the colours are NaN.
 template <class Weights>
 VXp_FourMixed VXp_FourByAlpha(const VXp_FourQuads& q, const Weights& w) {
   const auto of = VXp_FourChannel;
@@ -101,8 +103,8 @@ VXp_FourMixed VXp_FourByAlpha(const VXp_FourQuads& q, const Weights& w) {
   return mixed;
 }
 
-// For equal alphas: returns that alpha, and the colours mixed first vertically, which is exact,
-// then horizontally.
+// Mixes four positions whose neighbours have equal alphas: the result has that alpha. Colours are
+// mixed first vertically, which is exact, then horizontally.
 inline VXp_FourMixed VXp_FourAlike(const VXp_FourQuads& q, const VXp_FourFractions& f) {
   const auto of = VXp_FourChannel;
   VXp_FourMixed mixed{{of(q.p00, 0)}};
@@ -114,17 +116,17 @@ inline VXp_FourMixed VXp_FourAlike(const VXp_FourQuads& q, const VXp_FourFractio
   return mixed;
 }
 
-// A channel closer to a half than this may round to the other side in single precision. 13
-// roundings of values up to 255 are less than 2^-12, and so is the error from weights computed as
-// differences.
+// A channel whose distance from a half is less than this may round to the other side in single
+// precision. The error of 13 roundings of values up to 255 is less than 2^-12, and so is the error
+// of weights that are computed as differences.
 inline constexpr float kVXp_NearHalf = 0x1p-10f;
 
-// Four mixes, rounded to nearest (ties to even) and packed to pixels, and bits for those that have
-// a channel close to a half.
+// Four mixes, rounded to nearest (ties to even) and packed to pixels, with flags for alphas of 0
+// and for channels that are close to a half.
 struct VXp_FourRounded {
   explicit VXp_FourRounded(const VXp_FourMixed& mixed) {
     for (int c = 0; c < 4; ++c) {
-      constexpr float kUnits = 0x1.8p23f;  // where the last bit of a sum is 1
+      constexpr float kUnits = 0x1.8p23f;  // adding it rounds to an integer
       const VXp_FloatLanes sum = mixed.channel[c] + kUnits;
       const VXp_IntLanes whole = reinterpret_cast<VXp_IntLanes>(sum) & 0xFF;
       const VXp_FloatLanes off = mixed.channel[c] - (sum - kUnits);
@@ -143,7 +145,7 @@ struct VXp_FourRounded {
   VXp_IntLanes nothing{}, alpha_is_near{}, color_is_near{};
 };
 
-// Samples many positions by a rule:
+// Samples many positions, four at a time, by a rule:
 //
 //   unsigned Four(quads, fractions, out)   stores four samples; returns a bit for each sample that
 //                                          must be computed again with One

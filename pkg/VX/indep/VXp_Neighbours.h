@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The parts of a position, and the pixels around it as they are stored in memory.
+// The integer and fractional parts of a position, and the pixels around it as they are stored.
 
 #include <cstdint>
 
@@ -11,7 +11,8 @@
 #include "frame/VXp_LaneTraits.h"
 #include "frame/VXp_Rows.h"
 
-// A pixel as one value, alpha in the low bits, so that integer pixels are compared at once.
+// A pixel as one integer or vector with alpha in the low bits, so that integer pixels are compared
+// in one operation.
 template <class Pixel>
 struct VXp_RawPixelOf;
 template <>
@@ -29,8 +30,9 @@ struct VXp_RawPixelOf<VX_PixelFloat> {
 template <class Pixel>
 using VXp_RawPixel = typename VXp_RawPixelOf<Pixel>::Type;
 
-// Whole parts are rounded down, so fractions are never negative. They fit 16 bits, so the position
-// of the next neighbour does not overflow.
+// A position, split into the column and row of the upper left neighbour and the fractions. Columns
+// and rows are rounded down, so fractions are never negative. Columns and rows fit 16 bits, so
+// adding 1 does not overflow.
 struct VXp_Place {
   VXp_Place(VX_Fixed x, VX_Fixed y)
       : column(x >> 16),
@@ -41,15 +43,15 @@ struct VXp_Place {
   bool IsWhole() const { return (fx | fy) == 0; }
 
   int32_t column, row;
-  uint32_t fx, fy;  // 65536ths
+  uint32_t fx, fy;  // in units of 1/65536
 };
 
-// The four neighbours; the digits are column and row.
+// The four neighbours of a position. The digits are the column and the row.
 template <class Pixel>
 struct VXp_Quad {
   using Raw = VXp_RawPixel<Pixel>;
 
-  // For integer pixels.
+  // For integer pixels only.
   Raw Differences() const { return (p00 ^ p10) | (p00 ^ p01) | (p00 ^ p11); }
   bool SamePixels() const { return Differences() == 0; }
   bool SameAlphas() const { return static_cast<VX_ChannelOf<Pixel>>(Differences()) == 0; }
@@ -57,7 +59,7 @@ struct VXp_Quad {
   Raw p00, p10, p01, p11;
 };
 
-// False if an alpha is NaN.
+// The result is false if an alpha is NaN.
 template <>
 inline bool VXp_Quad<VX_PixelFloat>::SameAlphas() const {
   return p00[0] == p10[0] && p00[0] == p01[0] && p00[0] == p11[0];
@@ -67,9 +69,9 @@ inline bool VXp_AllIn(const VX_LayerDef& src, const VXp_Place& at) {
   return at.column >= 0 && at.column + 1 < src.width && at.row >= 0 && at.row + 1 < src.height;
 }
 
-// --- fetching neighbours -------------------------------------------------------------------------
+// --- loading neighbours --------------------------------------------------------------------------
 
-// The caller guarantees that all pixels are in the world.
+// Loads pixels without tests. The caller guarantees that they are in the world.
 struct VXp_Unclipped {
   template <class Pixel>
   static VXp_RawPixel<Pixel> One(const VX_LayerDef& src, int32_t column, int32_t row) {
@@ -91,7 +93,7 @@ struct VXp_Unclipped {
   }
 };
 
-// A pixel outside the world is zero.
+// Loads pixels; a pixel outside the world is zero.
 struct VXp_Clipped {
   template <class Pixel>
   static VXp_RawPixel<Pixel> One(const VX_LayerDef& src, int32_t column, int32_t row) {

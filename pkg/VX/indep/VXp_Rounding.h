@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Rounding to nearest, whatever the rounding mode of the calling thread is.
+// Rounding to nearest, independent of the rounding mode of the calling thread.
 
 #include <cfenv>
 
@@ -10,11 +10,11 @@
 #include <xmmintrin.h>
 #endif
 
-// Sets the thread to round to nearest for its lifetime.
+// Sets the rounding mode of the thread to nearest for the lifetime of the object.
 class VXp_NearestRounding {
  public:
 #ifdef __SSE2__
-  // One store and one test, so it may be called for each pixel.
+  // Fast enough to be called for each pixel: one store and one test.
   static bool IsSet() { return (_mm_getcsr() & _MM_ROUND_MASK) == _MM_ROUND_NEAREST; }
 
   VXp_NearestRounding() : saved_(_mm_getcsr()) {
@@ -38,10 +38,12 @@ class VXp_NearestRounding {
   VXp_NearestRounding& operator=(const VXp_NearestRounding&) = delete;
 };
 
-// Runs `body`, which must write its results to memory and capture by value.
+// Runs `body` in the rounding mode "to nearest". `body` must write its results to memory and
+// capture by value.
 //
-// The compiler may move arithmetic across a change of the rounding mode, but not across a call
-// through a volatile pointer. The copy lets the captures stay in registers on the common path.
+// The compiler may move arithmetic across a change of the rounding mode, but not into or out of a
+// call through a volatile pointer. If the mode is already set, `body` is called directly. `copy` is
+// made only in the other case, so that the captures can stay in registers in this one.
 template <class Body>
 void VXp_RoundingToNearest(const Body& body) {
   if (VXp_NearestRounding::IsSet()) [[likely]] {

@@ -38,7 +38,7 @@ VXp_SamplePointsFunc<VX_Pixel16> VXp_OwnPoints(const VX_SamplerSet<VX_Pixel16>& 
   return own ? VXp_StraightPoints<VX_Pixel16> : nullptr;
 }
 
-// The float samplers have no slots.
+// The float samplers are not in the override table, so they cannot be replaced.
 template <>
 VXp_SamplePointsFunc<VX_PixelFloat> VXp_OwnPoints(const VX_SamplerSet<VX_PixelFloat>&) {
   return VXp_StraightPoints<VX_PixelFloat>;

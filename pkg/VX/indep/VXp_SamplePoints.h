@@ -2,35 +2,36 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The library's own bilinear engine for straight alpha: samples at many positions, with the results
-// of the exported samplers. It avoids a call and a check of the rounding mode for each pixel.
+// Bilinear samples for straight alpha at many positions, with the results of the exported samplers.
+// Faster than these, because there is no call and no check of the rounding mode for each pixel.
 
 #include "VX/VX_Sampling.h"
 #include "indep/VXp_Neighbours.h"
 
-// Stores the samples at (x[0], y[0]), (x[1], y[1]) and so on. All their neighbours are in the
-// world, as for the unclipped samplers.
+// Stores the samples at (x[0], y[0]), (x[1], y[1]) and so on. All neighbours must be in the world.
 template <class Pixel>
 using VXp_SamplePointsCall = void(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
                                   int32_t count, Pixel* out);
 template <class Pixel>
 using VXp_SamplePointsFunc = VXp_SamplePointsCall<Pixel>*;
 
-// The rule of the clipped samplers, and of those that report whether all neighbours are inside.
+// Gives the results of the clipped samplers and of those that report whether all neighbours are
+// inside.
 template <class Pixel>
 VXp_SamplePointsCall<Pixel> VXp_StraightPoints;
 
-// Returns the form of the set's unclipped sampler: VXp_StraightPoints, or at 8 bits the rule in
-// single precision. Null if a slot of the set or that of the weights was replaced; then the
-// operation must call the slots for every pixel. Call once per operation, since the table may be
-// patched between two operations. For each pixel type.
+// Returns the function with the results of the set's unclipped sampler: VXp_StraightPoints or, if
+// that slot holds the SSE2 sampler, VXp_SinglePoints. Returns null if a slot of the set or the slot
+// that computes weights was replaced; the operation must then call the slots for every pixel. Call
+// it once per operation, since slots may be replaced between operations. Defined for each pixel
+// type.
 template <class Pixel>
 VXp_SamplePointsFunc<Pixel> VXp_OwnPoints(const VX_SamplerSet<Pixel>& set);
 
-// The rule of VX_SubpixelSampleNoClip_Straight_SSE2.
+// Gives the results of VX_SubpixelSampleNoClip_Straight_SSE2.
 VXp_SamplePointsCall<VX_Pixel8> VXp_SinglePoints;
 
-// Computes the addresses of the left neighbours of a position.
+// Computes the addresses of the left neighbours of positions in a world.
 template <class Pixel>
 class VXp_Origin {
  public:

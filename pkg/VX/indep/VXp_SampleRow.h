@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Rows of samples: many positions of one height, with the results of the library's own samplers.
-// They avoid a call, a test of the border and a check of the rounding mode for each pixel.
+// Rows of samples: many x positions with the same y, with the results of the built-in samplers.
+// Faster than these, because there is no call, no test of the border and no check of the rounding
+// mode for each pixel.
 
 #include <algorithm>
 #include <cstdint>
@@ -11,17 +12,18 @@
 #include "VX/VX_Sampling.h"
 #include "indep/VXp_Neighbours.h"
 
-// Stores `count` pixels from `out` on, which need not be aligned. `x` ascends and may repeat.
+// Stores `count` pixels at `out`, which may start at any byte. `x` is ascending; values may repeat.
 using VXp_SampleRowCall = void(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
                                VX_Fixed y, char* out);
 using VXp_SampleRowFunc = VXp_SampleRowCall*;
 
-// Returns the row form of a sampler. Null for one that is not the library's own, which must be
-// called for each pixel, and for one without a row form. For each pixel type.
+// Returns the function that samples rows with the results of `sample`. Returns null if `sample` is
+// not built-in or has no row function; it must then be called for each pixel. Defined for each
+// pixel type.
 template <class Pixel>
 VXp_SampleRowFunc VXp_RowForm(VX_SampleFunc<Pixel> sample);
 
-// --- the forms themselves ------------------------------------------------------------------------
+// --- row functions -------------------------------------------------------------------------------
 
 template <class Pixel>
 VXp_SampleRowCall VXp_StraightRow;
@@ -32,12 +34,12 @@ VXp_SampleRowCall VXp_StraightBoxRow;
 template <class Pixel>
 VXp_SampleRowCall VXp_PremulBoxRow;
 
-// A part of ascending positions: those with index first to end - 1.
+// A range of indices in ascending positions: first to end - 1.
 struct VXp_PositionRange {
   int32_t first, end;
 };
 
-// Returns the positions whose four neighbours are all in the world.
+// Returns the range of positions whose four neighbours are all in the world.
 inline VXp_PositionRange VXp_InsideOf(const VX_LayerDef& src, const VX_Fixed* x, int32_t count,
                                       VX_Fixed y) {
   const int32_t row = y >> 16;
@@ -49,9 +51,9 @@ inline VXp_PositionRange VXp_InsideOf(const VX_LayerDef& src, const VX_Fixed* x,
   return {static_cast<int32_t>(first - x), static_cast<int32_t>(end - x)};
 }
 
-// Samples the positions of a row. For each position, mixes the column of two pixels to its left
-// with the column to its right. `Rule` prepares each column once from its upper and lower pixel,
-// and mixes two columns to a raw pixel:
+// Samples a row of positions by a rule. Each sample is a mix of the column of two pixels to the
+// left of its position and the column to the right. `Rule` converts each column once from its upper
+// and lower pixel, and mixes two columns to a pixel:
 //
 //   Column Of(raw upper, raw lower)
 //   raw    Mix(const Column& left, const Column& right, uint32_t fx)
@@ -105,7 +107,7 @@ class VXp_ColumnWalk {
   Rule rule_;
 };
 
-// A rule for VXp_ColumnWalk that does not prepare columns: `mix(quad, fx, fy)` mixes all four
+// A rule for VXp_ColumnWalk that does not convert columns: `mix(quad, fx, fy)` mixes all four
 // pixels.
 template <class Pixel, class Mixing>
 struct VXp_QuadRule {

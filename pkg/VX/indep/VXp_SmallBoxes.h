@@ -2,16 +2,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The box samplers for rows of positions, for reductions to about a tenth or more.
+// The box samplers for rows of positions, for small footprints (reductions to about a tenth or
+// more).
 
 #include <bit>
 
 #include "indep/VXp_Footprint.h"
 
 // Samples a row of footprints that are a few rows high, at the integer depths. Columns are summed
-// first, since adjacent footprints share a column. Sums are in double precision: exact at 8 bits;
-// at 16 bits quotients have an error below 2^-20, and results so close to a rounding step are
-// computed again exactly.
+// first, since adjacent footprints share a column. Sums are in double precision. At 8 bits they are
+// exact. At 16 bits quotients have an error below 2^-20; results that are closer than this to a
+// rounding step are computed again exactly.
 template <VXp_BoxAlpha kind, class Pixel>
 class VXp_SmallBoxes {
  public:
@@ -30,7 +31,7 @@ class VXp_SmallBoxes {
   }
 
   void Run(const VX_Fixed* x, int32_t count, char* out) const {
-    int32_t known = -1;  // the column of `shared`
+    int32_t known = -1;  // the column whose sum is `shared`
     VXp_DoubleLanes shared{};
     for (int32_t i = 0; i < count; ++i) {
       const VXp_Extent columns(x[i], radius_, src_.width);
@@ -67,7 +68,7 @@ class VXp_SmallBoxes {
     return sum;
   }
 
-  // Alpha sums are exact at both depths.
+  // Converts sums to a pixel. The alpha sums are exact at both depths.
   Raw Finished(const VXp_DoubleLanes& total, const VXp_Extent& columns) const {
     if (2.0 * total.Alpha() < area_) return 0;
     const double by = kind == VXp_BoxAlpha::Straight ? total.Alpha() : area_;
@@ -75,8 +76,8 @@ class VXp_SmallBoxes {
     raised.first[0] = (1.0 / area_) * total.Alpha() + 0.5;
     const VXp_IntLanes whole = VXp_Truncated(raised);
     const VXp_DoubleLanes floor = VXp_AsDouble(whole);
-    // If the covered widths and heights are multiples of half a pixel, many averages are exactly
-    // halfway between two integers.
+    // If all covered widths and heights are multiples of half a pixel, many averages are exactly
+    // halfway between two integers, so all of them are corrected.
     const bool halves = in_halves_ && InHalves(columns);
     if (!halves) {
       const auto unsure = Unsure(raised.first - floor.first) | Unsure(raised.second - floor.second);
@@ -91,8 +92,8 @@ class VXp_SmallBoxes {
 
   static auto Unsure(VXp_DoublePair rest) { return (rest < 0x1p-20) | (rest > 1 - 0x1p-20); }
 
-  // Corrects a quotient with an error of at most one by its remainder. Requires exact sums: those
-  // at 8 bits, and those at 16 bits if all covers are multiples of half a pixel.
+  // Corrects a quotient that may be wrong by one, using its remainder. Requires exact sums: at 8
+  // bits always, at 16 bits if all covered widths and heights are multiples of half a pixel.
   static VXp_DoublePair Corrected(VXp_DoublePair quotient, VXp_DoublePair sum, VXp_DoublePair by) {
     const VXp_DoublePair zero{}, one = zero + 1.0;
     const VXp_DoublePair twice_left = 2.0 * (sum - quotient * by);

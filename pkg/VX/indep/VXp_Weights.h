@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The weights of the four neighbours in both precisions, and the mix in single precision.
+// The weights of the four neighbours in single and double precision, and the mix in single
+// precision.
 //
-// The order of subtractions and additions determines the last bit. In double precision every weight
-// of 16-bit fractions is exact, and so is every sum of weights times channels; in single precision
-// neither is. Weights are never negative at either.
+// The order of subtractions and additions determines the last bit of the results. In double
+// precision the weights are exact for fractions of 16 bits, and so are sums of weights times
+// channels; in single precision they are rounded. In both precisions weights are never negative.
 
 #include "VX/VX_Sampling.h"
 #include "indep/VXp_ChannelLanes.h"
@@ -42,7 +43,7 @@ struct VXp_SingleQuad {
         p01(VXp_Floats(quad.p01)),
         p11(VXp_Floats(quad.p11)) {}
 
-  // Mixes the colours without alpha; the result has the alpha of the first pixel.
+  // Mixes the colours without regard to alpha; the result has the alpha of the first pixel.
   VXp_FloatLanes Plain(const VXp_SingleWeights& w) const {
     VXp_FloatLanes mixed = w.w00 * p00 + w.w10 * p10 + w.w01 * p01 + w.w11 * p11;
     mixed[0] = p00[0];

@@ -30,7 +30,7 @@ void SetVectorConstants() {
   }
 }
 
-// Initial size of the scratch rows: 1,024 pixels of 8 bits.
+// Sets the scratch rows to their initial size: 1,024 pixels of 8 bits.
 VX_Err ResetScratch(VXp_Regrow regrow) {
   VX_BlendScratch unused;
   return VXp_Guarded([&] { return VXp_ReallocScratch(1024, 1, regrow, &unused); });
@@ -43,7 +43,7 @@ VX_Err BindColorEngine() {
   return COR_BindClient(engine) ? VX_Ok : VX_ErrColorEngine;
 }
 
-// Stores the built-in routine of each slot. A line of the list without one does not compile, so no
+// Stores the built-in routine of each slot. A slot line without a routine would not compile, so no
 // listed slot is null.
 void FillOverrideTable() {
   VXp_OverrideTable& table = VXp_G_OverFuncs;
@@ -58,7 +58,7 @@ void FillOverrideTable() {
   VXp_RememberBuiltInRoutines();
 }
 
-// Sets the state that must be valid even if birth fails, so that VX_Death can be called.
+// Initialises the state that VX_Death reads, so that VX_Death may be called even if birth fails.
 void ResetProcessState() {
   VXp_ClearOverrideTable();
   VXp_ResetCounters();
@@ -67,7 +67,8 @@ void ResetProcessState() {
 
 }  // namespace
 
-// A failed step stops the later ones. Nothing is undone here; VX_Death releases everything.
+// After a failed step the later steps are skipped. Nothing is undone here; VX_Death releases
+// everything.
 VX_Err VX_Birth() {
   RLOG_Log(kLogLevel, "VX", "Birth", "VX Birth");
   VX_Err error = VXp_Guarded(SetVectorConstants);
@@ -83,7 +84,7 @@ VX_Err VX_Birth() {
   return error;
 }
 
-// All steps are executed and the first error is returned. An error of the cursor registry is
+// Executes all steps and returns the first error, except an error of the cursor registry, which is
 // ignored.
 VX_Err VX_Death() {
   RLOG_Log(kLogLevel, "VX", "Death", "VX Death");

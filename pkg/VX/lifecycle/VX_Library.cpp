@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Birth and death, counted per process.
+// Birth and death for several components of a program: the library exists while any of them holds
+// it.
 
 #include <cstdint>
 #include <mutex>
@@ -11,7 +12,8 @@
 
 namespace {
 
-// Held during birth and death, so that every holder gets a library that is completely initialised.
+// Locked during birth and death, so that every holder gets a library that is completely
+// initialised.
 constinit std::mutex holders_mutex;
 constinit int64_t holders = 0;
 

@@ -22,8 +22,8 @@ struct Library {
   int32_t wanted;
 };
 
-// In the order of the calls. The versions are literals, so that a newer host header at compile time
-// does not change them.
+// The host packages in the order in which they are checked. The versions are literals, so that
+// compiling with a newer host header does not change them.
 constexpr Library kLibraries[] = {
     {U_CheckVersions, 61},   {STR_CheckVersions, 3},   {BM_CheckVersions, 31},
     {M_CheckVersions, 18},   {FILE_CheckVersions, 39}, {LIST_CheckVersions, 9},
@@ -32,7 +32,8 @@ constexpr Library kLibraries[] = {
 
 constinit bool libraries_checked = false;
 
-// Checks all host packages, once per process: only the first caller gets a mismatch.
+// Checks all host packages once per process. Only the first call returns a mismatch; later calls
+// return VX_Ok.
 VX_Err CheckLibrariesOnce() {
   if (libraries_checked) return VX_Ok;
   libraries_checked = true;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The registry of VX/VX_Cursor.h.
+// The registry of cursor handlers, see VX/VX_Cursor.h.
 
 // Creates an empty registry. Throws std::bad_alloc.
 void VXp_BirthCursorRegistry();

@@ -14,7 +14,7 @@ namespace {
 constexpr uint32_t kRoutineType = 0x65465354;  // "eFST"
 constexpr uint32_t kFileType = 0x2E525A58;     // ".RZX"
 
-// An entry of the list: the host's routine and its entry point.
+// An entry of the list of loaded routines: the host's address of the routine and its entry point.
 constexpr int32_t kEntrySize = 2 * sizeof(void*);
 
 constinit LIST_List* loaded = nullptr;
@@ -23,7 +23,7 @@ VX_Err VisitFile(PLUG_File*, void*) {
   return VXp_FailVerification("acceleration modules are not built yet");
 }
 
-// Called after all files.
+// Called after all files; there is nothing to do.
 VX_Err FinishScan(void*) { return VX_Ok; }
 
 }  // namespace

@@ -7,8 +7,9 @@
 
 #include "VX/VX_Types.h"
 
-// Creates the list of loaded routines and requests callbacks of the host's scan for modules, which
-// runs after birth. Returns the host's error; VXp_TearDownModules must be called also then.
+// Creates the list of loaded routines and requests the host's scan for modules, which the
+// application starts after birth. Returns the host's error. Call VXp_TearDownModules also after an
+// error.
 VX_Err VXp_InstallModuleScan();
 
 // Frees the list. Returns the host's error.

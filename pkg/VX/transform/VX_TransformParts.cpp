@@ -15,7 +15,8 @@ struct Direction {
   double cosine, sine;
 };
 
-// Quarter turns are exact, so that pixel centres are mapped to pixel centres.
+// Returns sine and cosine. They are exact for quarter turns, so that pixel centres are mapped to
+// pixel centres.
 Direction DirectionOf(double degrees) {
   const double within = std::remainder(degrees, 360.0);
   const double quarter = std::nearbyint(within / 90.0);
@@ -29,12 +30,12 @@ Direction DirectionOf(double degrees) {
 
 M_Matrix3 MatrixOf(const VX_TransformParts& parts) {
   const auto [c, s] = DirectionOf(parts.rotation);
-  // First scale, then skew, then the rotation, which maps (1, 0) to (c, s) and (0, 1) to (-s, c).
+  // Scale and skew, followed by the rotation, which maps (1, 0) to (c, s) and (0, 1) to (-s, c).
   const double xx = parts.scale_x, xy = parts.scale_x * parts.skew_y;
   const double yx = parts.scale_y * parts.skew_x, yy = parts.scale_y;
   const double m0 = xx * c - xy * s, m1 = xx * s + xy * c;
   const double m3 = yx * c - yy * s, m4 = yx * s + yy * c;
-  // If there is only a translation, the anchor cancels exactly.
+  // The sums are ordered so that the anchor cancels exactly if there is only a translation.
   const double ax = parts.anchor_x, ay = parts.anchor_y;
   const double tx = (ax - ax * m0 - ay * m3) + parts.translate_x;
   const double ty = (ay - ay * m4 - ax * m1) + parts.translate_y;

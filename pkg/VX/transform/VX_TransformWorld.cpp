@@ -26,7 +26,8 @@ Memory MemoryOf(const VX_LayerDef& world, int32_t depth) {
   return {first + std::min<ptrdiff_t>(down, 0), first + std::max<ptrdiff_t>(down, 0) + row};
 }
 
-// Two parts of one picture may have rows that alternate in memory without overlapping.
+// Returns whether two areas share pixels. Two parts of one picture may have rows that alternate in
+// memory without overlapping.
 bool ShareRows(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
   if (a.rowbytes != b.rowbytes || a.rowbytes <= 0) return true;
   const ptrdiff_t stride = a.rowbytes;
@@ -71,7 +72,7 @@ VX_Err Check(const VXp_TransformCall& call) {
 
 // --- paths ---------------------------------------------------------------------------------------
 
-// Transfers the source, moved by whole pixels and cut to the area.
+// Transfers the source as a rectangle, moved by whole pixels and clipped to the area.
 VX_Err DrawRectangle(const VXp_TransformCall& call, const VXp_TransformPlan& plan) {
   const VXp_Footprint print(plan.first.to_destination);
   const int64_t right_by = (print.tx + kVXp_FixedHalf) >> 16;
@@ -81,7 +82,7 @@ VX_Err DrawRectangle(const VXp_TransformCall& call, const VXp_TransformPlan& pla
   const int64_t right = std::min<int64_t>(plan.area.right - right_by, call.src->width);
   const int64_t bottom = std::min<int64_t>(plan.area.bottom - down_by, call.src->height);
   if (right <= left || bottom <= top) return VX_Ok;
-  // M_Rect has 16 bits; a rectangle that is the whole source is passed as null.
+  // M_Rect has 16-bit edges, so the rectangle of a whole source is passed as null.
   const bool whole =
       left == 0 && top == 0 && right == call.src->width && bottom == call.src->height;
   const auto narrow = [](int64_t v) { return static_cast<int16_t>(std::min<int64_t>(v, 32767)); };
@@ -104,7 +105,8 @@ VXp_Interval IntervalOf(const VXp_TransformCall& call, const VXp_TransformPlan& 
   if (!way.is_good) return interval;
   const VXp_Footprint print(way.to_destination);
   if (every_matrix && print.is_degenerate) return interval;
-  // The first pixel and the rounding are those of a drawing with this matrix alone.
+  // With EveryMatrix the area is that of this matrix alone, so that the first pixel and the
+  // rounding are those of a drawing with one matrix.
   interval.area = every_matrix ? VXp_AreaOfTransform(call, index, index + 1) : plan.area;
   if (!plan.high && print.is_translation) {
     const auto whole = [](int64_t t) { return static_cast<double>((t + kVXp_FixedHalf) >> 16); };
@@ -155,7 +157,7 @@ VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
   return draw(VXp_MotionDraftRows<Pixel>(plan, sampler, record));
 }
 
-// Everything that can fail is done before the first pixel changes.
+// Draws row by row. All steps that can fail precede the first change of a pixel.
 template <class Pixel>
 VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
                   const VX_LayerDef& src, const VX_WorldX<Pixel>* mask, VX_WorldX<Pixel>& dst) {
@@ -217,8 +219,8 @@ VX_Err Draw(const VXp_TransformCall& call) {
   return DrawByRows(call, plan);
 }
 
-// Passes the area to a replacement as dst_rect. An area that does not fit M_Rect is passed as the
-// caller's rectangle.
+// Calls the replacement of the slot with the area as dst_rect. If the area does not fit M_Rect,
+// passes the caller's rectangle.
 VX_Err CallReplacement(VXp_TransformCall call) {
   if (const VX_Err error = Check(call)) return error;
   const M_LRect area = VXp_AreaOfTransform(call, 0, call.num_matrices);

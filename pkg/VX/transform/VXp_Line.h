@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Source positions along a row of the destination, or along the path of one pixel.
+// Source positions along a row of the destination, or along the path of one pixel during a motion.
 //
-// Positions are in 65536ths of a pixel in 64 bits, so that no sum wraps. Positions that do not fit
-// 32 bits are outside every source.
+// Positions are in units of 1/65536 pixel in 64 bits, so that no sum wraps. Positions that do not
+// fit 32 bits are outside every source.
 
 #include <algorithm>
 #include <cstdint>
@@ -17,8 +17,8 @@ inline constexpr int64_t kVXp_FixedOne = 65536;
 inline constexpr int64_t kVXp_FixedHalf = 32768;
 
 struct VXp_Line {
-  int64_t x, y;    // of the first pixel
-  int64_t dx, dy;  // to the next
+  int64_t x, y;    // position of the first pixel
+  int64_t dx, dy;  // step to the next pixel
   int32_t count;
 
   int64_t X(int32_t i) const { return x + i * dx; }
@@ -31,7 +31,8 @@ struct VXp_Run {
   bool Empty() const { return first >= end; }
 };
 
-// Positions on one axis with low <= position < high, limited to the range of VX_Fixed.
+// The positions on one axis with low <= position < high. The bounds are clamped to the range of
+// VX_Fixed.
 struct VXp_Bounds {
   VXp_Bounds(int64_t low_bound, int64_t high_bound)
       : low(std::max(low_bound, int64_t{std::numeric_limits<VX_Fixed>::min()})),
@@ -47,8 +48,8 @@ struct VXp_Box {
   bool Holds(int64_t at_x, int64_t at_y) const { return x.Hold(at_x) && y.Hold(at_y); }
 };
 
-// Cuts the run to the i for which start + i * step is within the bounds. Exact; it divides only if
-// an end of the run is out of bounds.
+// Reduces the run to those i for which start + i * step is within the bounds. The result is exact.
+// Divides only if an end of the run is out of bounds.
 inline void VXp_Cut(int64_t start, int64_t step, VXp_Bounds bounds, VXp_Run* run) {
   if (run->Empty()) return;
   const int64_t one = start + run->first * step, other = start + (run->end - 1) * step;
@@ -65,7 +66,7 @@ inline void VXp_Cut(int64_t start, int64_t step, VXp_Bounds bounds, VXp_Run* run
     low = turned;
     step = -step;
   }
-  // The first i with i * step at or above a bound.
+  // Returns the first i for which i * step is at or above a bound.
   const auto reach = [step](int64_t bound) { return bound / step + (bound % step > 0 ? 1 : 0); };
   const int64_t first = std::max(int64_t{run->first}, reach(low));
   const int64_t end = std::min(int64_t{run->end}, reach(high));

@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Samples along lines, through the slots of the override table.
+// Samples along lines, with the samplers in the override table.
 //
-// The slots are read once per operation. If all of them hold the library's own samplers, positions
-// outside the source are found by division and not sampled, and the positions inside are sampled
-// together. If one was replaced, the slots are called for each pixel whose position is within the
+// The slots are read once per operation. If all of them hold built-in samplers, positions outside
+// the source are found by division and not sampled, and the positions inside are sampled many at a
+// time. If a slot was replaced, the slots are called for each pixel whose position is within the
 // range of 16.16 fixed point.
 
 #include <cstring>
@@ -17,14 +17,14 @@
 #include "indep/VXp_SampleRow.h"
 #include "transform/VXp_Line.h"
 
-// The order in which a line was sampled, on which sums in floating point depend. Pixels before
-// `first` and from `end` on are transparent. Pixels `first` to `forward` - 1 were sampled first,
-// then those from `end` - 1 down to `backward`, then those between.
+// The order in which the pixels of a line were sampled; sums in floating point depend on it. Pixels
+// before `first` and from `end` on are transparent. Pixels `first` to `forward` - 1 were sampled
+// first, then those from `end` - 1 down to `backward`, then those from `forward` to `backward` - 1.
 struct VXp_LineParts {
   int32_t first, forward, backward, end;
 };
 
-// The weights of a motion's sub-samples.
+// The weights of the neighbours for each sub-sample of a motion.
 struct VXp_WeightTable {
   VX_SubpixelWeights at[256];
 };
@@ -54,8 +54,9 @@ class VXp_LineSampler {
     return Box(line, record, out);
   }
 
-  // Samples a row bilinearly: both ends, where neighbours may be missing, with the sampler that
-  // reports whether all neighbours are inside; the middle with the unclipped one, or as a span.
+  // Samples a row bilinearly. The ends, where neighbours may be outside, are sampled with the
+  // sampler that reports whether all neighbours are inside; the pixels between with the unclipped
+  // sampler, or as a span.
   VXp_LineParts Row(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     return Bilinear(line, record, out, [&](const VXp_Run& run) {
       if (line.dx == kVXp_FixedOne && line.dy == 0) {
@@ -66,13 +67,13 @@ class VXp_LineSampler {
     });
   }
 
-  // Samples the path of one pixel like a row, but without spans.
+  // Samples the path of one pixel like a row, but does not use spans.
   VXp_LineParts Way(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     return Bilinear(line, record, out,
                     [&](const VXp_Run& run) { Unclipped(line, run, record, out); });
   }
 
-  // Samples the path of one pixel with given weights for each sub-sample.
+  // Samples the path of one pixel with the given weights for each sub-sample.
   VXp_LineParts Way(const VXp_Line& line, const VX_SampPB& record, const VXp_WeightTable& weights,
                     Pixel* out) const {
     return Bilinear(line, record, out, [&](const VXp_Run& run) {
@@ -83,24 +84,26 @@ class VXp_LineSampler {
     });
   }
 
-  // Returns whether spans may replace samples with given weights. Their results are equal at the
+  // Returns whether spans give the same results as samples with given weights. This is so at the
   // integer depths only: in float, the weights are rounded differently.
   bool SpansServeWeights() const { return !kIsFloat && UsesOwn(); }
   // Returns the part of a line where all four neighbours are inside the source.
   VXp_Run InsideOf(const VXp_Line& line) const { return VXp_RunWithin(line, Inside()); }
-  // Samples a part of a line that is inside and has steps of whole pixels, to the start of `out`.
+  // Samples a part of a line whose neighbours are inside and whose step is one pixel, and stores it
+  // at the start of `out`.
   void SpanOf(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record, Pixel* out) const {
     const VXp_Line part{line.X(run.first), line.y, line.dx, 0, run.end - run.first};
     Span(part, {0, part.count}, record, out);
   }
 
-  // Returns whether lines inside may be sampled by the two forms below: `ends_points` up to
-  // `forward` and from `backward` on, `unclipped_points` between them; see PartsOfInside.
+  // Returns whether lines whose neighbours are inside may be sampled with the next two functions
+  // instead of the slots: `ends_points` for the pixels before `forward` and from `backward` on, and
+  // `unclipped_points` for those between; see PartsOfInside.
   bool TakesPoints() const { return UsesOwn(); }
   VXp_SamplePointsFunc<Pixel> ends_points() const { return VXp_StraightPoints<Pixel>; }
   VXp_SamplePointsFunc<Pixel> unclipped_points() const { return own_points_; }
   VXp_LineParts PartsOfInside(const VXp_Line& line) const {
-    // The integer samplers report 0 at whole positions.
+    // At whole positions the integer samplers report that not all neighbours are inside.
     const auto all_in = [&](int32_t i) {
       return kIsFloat || ((line.X(i) | line.Y(i)) & 0xFFFF) != 0;
     };
@@ -114,7 +117,7 @@ class VXp_LineSampler {
                                                    static_cast<uint16_t>(y & 0xFFFF), out);
   }
 
-  // Samples bilinearly; calls the clipped sampler for every position.
+  // Samples bilinearly, with the clipped sampler at every position.
   VXp_LineParts Clipped(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     if (!UsesOwn()) return EachPixel(set_.clipped, line, kEverywhere, record, out);
     const VXp_Run run = Cleared(line, Touched(), out);
@@ -143,7 +146,7 @@ class VXp_LineSampler {
     return Ascending(run);
   }
 
-  // Takes the nearest pixel: its centre is at most 0.5 before or less than 0.5 after the position.
+  // Takes the nearest pixel, whose column is floor(x + 0.5); the row likewise.
   VXp_LineParts Nearest(const VXp_Line& line, Pixel* out) const {
     const VXp_Box box{{-kVXp_FixedHalf, Width() - kVXp_FixedHalf},
                       {-kVXp_FixedHalf, Height() - kVXp_FixedHalf}};
@@ -164,7 +167,7 @@ class VXp_LineSampler {
     VXp_GetSamplers(&set);
     return set;
   }
-  // Only for positions within the range of VX_Fixed.
+  // Converts a position, which must be within the range of VX_Fixed.
   static VX_Fixed Fixed(int64_t v) { return static_cast<VX_Fixed>(v); }
   static VXp_LineParts Ascending(const VXp_Run& run) {
     return {run.first, run.end, run.end, run.end};
@@ -172,11 +175,13 @@ class VXp_LineSampler {
 
   int64_t Width() const { return src_.width * kVXp_FixedOne; }
   int64_t Height() const { return src_.height * kVXp_FixedOne; }
-  // The positions with at least one neighbour in the source, and those with all four.
+  // Touched returns the positions with at least one neighbour in the source, Inside those with all
+  // four.
   VXp_Box Touched() const { return {{-kVXp_FixedOne, Width()}, {-kVXp_FixedOne, Height()}}; }
   VXp_Box Inside() const { return {{0, Width() - kVXp_FixedOne}, {0, Height() - kVXp_FixedOne}}; }
 
-  // Returns the part of a line within a box, and makes the rest of `out` transparent.
+  // Returns the part of a line whose positions are within a box. Sets the other pixels of `out` to
+  // 0.
   static VXp_Run Cleared(const VXp_Line& line, const VXp_Box& box, Pixel* out) {
     const VXp_Run run = VXp_RunWithin(line, box);
     const auto clear = [out](int32_t first, int32_t end) {
@@ -207,7 +212,8 @@ class VXp_LineSampler {
     }
   }
 
-  // Fills positions of one axis in groups of four; those after the last one may wrap.
+  // Stores positions on one axis in groups of four. The last group may exceed `count`, and its
+  // extra positions may wrap.
   static void Positions(int64_t first, int64_t step, int32_t count, VX_Fixed* out) {
     const auto by = static_cast<uint32_t>(step);
     VXp_WordLanes at = static_cast<uint32_t>(first) + VXp_WordLanes{0, by, 2 * by, 3 * by};
@@ -230,7 +236,7 @@ class VXp_LineSampler {
     }
   }
 
-  // Samples in parts, so that sums of alpha do not overflow.
+  // Samples a span in parts, so that the sampler's sum of alphas does not overflow.
   void Span(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record, Pixel* out) const {
     constexpr int32_t kMost = 32768;
     for (int32_t i = run.first, count = 0; i < run.end; i += count) {
@@ -240,7 +246,8 @@ class VXp_LineSampler {
     }
   }
 
-  // Samples from both ends up to the first sample for which `all_in` is true.
+  // Samples from each end of the run, up to and including the first sample for which `all_in` is
+  // true.
   template <class AllIn>
   static VXp_LineParts Ends(const VXp_Run& run, const AllIn& all_in) {
     int32_t forward = run.first, backward = run.end;
@@ -251,7 +258,8 @@ class VXp_LineSampler {
     return {run.first, forward, backward, run.end};
   }
 
-  // Copies pixels at positions that, with the offset added, are inside the source.
+  // Copies the pixels at the line's positions plus `offset`, rounded down. They must be inside the
+  // source.
   void Copy(const VXp_Line& line, const VXp_Run& run, int64_t offset, Pixel* out) const {
     if (run.Empty()) return;
     const auto first_x = static_cast<uint32_t>(line.X(run.first) + offset);
@@ -276,8 +284,8 @@ class VXp_LineSampler {
     }
   }
 
-  // Returns whether all positions of a line are whole. The integer samplers return pixels unchanged
-  // there and never report that all neighbours are inside, so a copy gives the same result.
+  // Returns whether all positions of a line are whole. There the integer samplers return pixels
+  // unchanged and never report that all neighbours are inside, so copying gives the same result.
   bool IsWhole(const VXp_Line& line) const {
     return !kIsFloat && UsesOwn() && ((line.x | line.y | line.dx | line.dy) & 0xFFFF) == 0;
   }

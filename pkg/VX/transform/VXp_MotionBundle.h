@@ -3,8 +3,8 @@
 #pragma once
 
 // Samples a group of neighbouring pixels of a motion together, if their paths are inside the
-// source. Computes the first sub-sample of all pixels, then the second of all, and so on; the order
-// of the sub-samples is that of a single pixel.
+// source. Computes the first sub-sample of all pixels, then the second of all, and so on. For each
+// pixel, the order of its sub-samples is that of VXp_LineSampler.
 
 #include "transform/VXp_LineSampler.h"
 #include "transform/VXp_MotionSum.h"
@@ -15,13 +15,13 @@ class VXp_MotionBundle {
   VXp_MotionBundle(const VXp_LineSampler<Pixel>& sampler, const VX_SampPB& record)
       : sampler_(sampler), record_(record) {}
 
-  // Returns whether a path may be added to a group: all neighbours of its positions are inside.
+  // Returns whether a path may be added to a group: all neighbours of its positions must be inside.
   bool Takes(const VXp_Line& way) const {
     return sampler_.TakesPoints() && sampler_.IsInside(way.x, way.y) &&
            sampler_.IsInside(way.X(way.count - 1), way.Y(way.count - 1));
   }
 
-  // Stores the averages of the group, the last one before `end`, and empties the group.
+  // Stores the averages of the group at the addresses before `end`, and empties the group.
   void FinishBefore(Pixel* end) {
     if (count_ == 0) return;
     VXp_MotionSum<Pixel> sums[kMost];
@@ -40,8 +40,8 @@ class VXp_MotionBundle {
     count_ = 0;
   }
 
-  // Adds a path, whose average is stored at `out`. Finishes the present group first if it is full
-  // or has another order of sampling.
+  // Adds a path, whose average is stored at `out`. Finishes the current group first if it is full
+  // or has another sampling order.
   void Take(const VXp_Line& way, Pixel* out) {
     const VXp_LineParts parts = sampler_.PartsOfInside(way);
     if (count_ == kMost || parts.forward != parts_.forward || parts.backward != parts_.backward) {
@@ -58,8 +58,8 @@ class VXp_MotionBundle {
  private:
   static constexpr int32_t kMost = 128;
 
-  // Moves all positions by a number of steps. Wraps, because the position after the last sub-sample
-  // may overflow.
+  // Moves all positions by a number of steps. Wraps, because the unused position after the last
+  // sub-sample may overflow.
   void Move(int32_t steps) {
     const auto by = static_cast<uint32_t>(steps);
     for (int32_t i = 0; i < count_; ++i) {

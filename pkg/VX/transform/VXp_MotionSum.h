@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The average of the sub-samples of a pixel, weighted by alpha.
+// The average of the sub-samples of a pixel, with colours weighted by alpha.
 
 #include <cstdint>
 
 #include "indep/VXp_ChannelLanes.h"
 #include "transform/VXp_LineSampler.h"
 
-// A type that holds 256 * channel * alpha.
+// A type in which 256 * channel * alpha does not overflow.
 template <class Pixel>
 struct VXp_MotionNumber;
 template <>
@@ -25,7 +25,7 @@ struct VXp_MotionNumber<VX_PixelFloat> {
   using Type = float;
 };
 
-// The rounding at the integer depths of alphas, and of colours if a sub-sample is not opaque.
+// Rounding at the integer depths: of alphas, and of colours if a sub-sample is not opaque.
 enum class VXp_MotionRounding { Down, Nearest };
 
 template <class Pixel>
@@ -36,7 +36,7 @@ struct VXp_MotionSum {
 
   void Add(const Pixel& p) {
 #ifdef __SSE2__
-    if constexpr (sizeof(Channel) == 1) {  // the four channels at once
+    if constexpr (sizeof(Channel) == 1) {  // adds the four channels at once
       const __m128i channels = reinterpret_cast<__m128i>(VXp_Ints(VXp_Load<uint32_t>(&p)));
       const __m128i a = _mm_shuffle_epi32(channels, 0);
       const __m128i by =
@@ -46,7 +46,7 @@ struct VXp_MotionSum {
     }
 #endif
     const Number a = p.alpha;
-    if (kIsFloat && a == 0) return;  // its colours are undefined
+    if (kIsFloat && a == 0) return;  // the colours are undefined and may be NaN
     alpha += a;
     red += a * p.red;
     green += a * p.green;
@@ -91,7 +91,7 @@ struct VXp_MotionSum {
  private:
   static constexpr Number kFull = sizeof(Channel) == 1 ? 255 : sizeof(Channel) == 2 ? 32768 : 1;
 
-  // Divides a product with full scale by full scale, to the nearest.
+  // Divides a product of a channel and full scale by full scale, rounded to nearest.
   static Number Unscaled(Number v) {
     if constexpr (sizeof(Channel) == 1) return (v + 128 + ((v + 128) >> 8)) >> 8;
     if constexpr (sizeof(Channel) == 2) return (v + 16384) >> 15;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The sources of the rows of a transform, one class for each kind of path. Each fills a row of
+// The sources of the rows of a transform, one class for each kind of motion. Each stores a row of
 // sampled pixels and returns the order of sampling:
 //
 //   VXp_LineParts Sample(int32_t count, Pixel* out)
@@ -34,7 +34,7 @@ inline VXp_SampleKind VXp_SampleKindOf(const VX_SampPB& record, bool high) {
   return VXp_NeedsBox(record) ? VXp_SampleKind::Box : VXp_SampleKind::Bilinear;
 }
 
-// --- without motion ------------------------------------------------------------------------------
+// --- without motion: one matrix ------------------------------------------------------------------
 
 template <class Pixel>
 class VXp_StillRows {
@@ -60,7 +60,7 @@ class VXp_StillRows {
 
 // --- motion along a straight path ----------------------------------------------------------------
 
-// The numbers of one row: the source positions of its first pixel at the first and at the last
+// The parameters of one row: the source positions of its first pixel at the first and at the last
 // matrix, and the steps of both to the next pixel.
 struct VX_TransformRowParams {
   int64_t start_x, start_y, end_x, end_y;
@@ -73,7 +73,7 @@ struct VX_TransformRowParams {
   }
 };
 
-// The source positions of the current row under the first and under the last matrix.
+// The source positions of the current row at the first and at the last matrix.
 class VXp_MotionWalk {
  public:
   VXp_MotionWalk(const VXp_TransformPlan& plan)
@@ -89,7 +89,7 @@ class VXp_MotionWalk {
     return {first_.x, first_.y, last_.x, last_.y, first_.dx, first_.dy, last_.dx, last_.dy};
   }
   VXp_Line WayAt(int32_t i) const { return Row().WayAt(i, samples_); }
-  // Returns whether the path of each pixel equals that of its left neighbour, moved by one source
+  // Returns whether the path of each pixel is that of its left neighbour, moved by one source
   // pixel.
   bool SlidesByPixels() const {
     return first_.dx == kVXp_FixedOne && first_.dy == 0 && last_.dx == kVXp_FixedOne &&
@@ -103,7 +103,7 @@ class VXp_MotionWalk {
 };
 
 // Computes the pixels of `run`. `sample_way(line, buffer)` stores the samples along the path of one
-// pixel; the pixel is their average.
+// pixel; the pixel becomes their average.
 template <class Pixel, class SampleWay>
 void VXp_SampleWays(const VXp_MotionWalk& walk, const VXp_Run& run, Pixel* out,
                     const SampleWay& sample_way) {
@@ -158,7 +158,7 @@ class VXp_MotionHighRows {
   void NextRow() { walk_.NextRow(); }
 
  private:
-  // Samples pixels whose paths are inside the source in groups, the others separately.
+  // Samples pixels whose paths are inside the source in groups, and the others one by one.
   void SampleBundles(int32_t count, Pixel* out) const {
     VXp_MotionBundle<Pixel> bundle(sampler_, record_);
     for (int32_t i = 0; i < count; ++i) {
@@ -175,7 +175,8 @@ class VXp_MotionHighRows {
     bundle.FinishBefore(out + count);
   }
 
-  // All pixels have the same path and share the weights of each sub-sample.
+  // For pixels whose paths are the same except for the offset of one source pixel per pixel, so
+  // that they share the weights of each sub-sample.
   void SampleSliding(int32_t count, Pixel* out) {
     const VXp_Line way = walk_.WayAt(0);
     for (int32_t k = 0; k < way.count; ++k) sampler_.Weights(way.X(k), way.Y(k), &weights_.at[k]);
@@ -196,7 +197,7 @@ class VXp_MotionHighRows {
     VXp_SampleWays(walk_, {inside.end, count}, out, sample);
   }
 
-  // Returns the line of sub-sample k of all pixels.
+  // Returns the positions of sub-sample k of all pixels as a line.
   static VXp_Line RowOf(const VXp_Line& way, int32_t k, int32_t count) {
     return {way.X(k), way.Y(k), kVXp_FixedOne, 0, count};
   }
@@ -223,12 +224,12 @@ class VXp_MotionHighRows {
   VXp_WeightTable weights_;
 };
 
-// --- motion along any path -----------------------------------------------------------------------
+// --- any motion: one sub-sample at each matrix ---------------------------------------------------
 
-// One sub-sample of every pixel, at the matrix at the beginning of an interval.
+// The sub-sample at one matrix, for all pixels.
 struct VXp_Interval {
-  VXp_Walk walk;  // at the first row of the area, or at the current row within it
-  M_LRect area;   // the area where the sub-sample is drawn; may be empty
+  VXp_Walk walk;  // at the first row of `area`, later at the current row
+  M_LRect area;   // the pixels that the sub-sample can change; may be empty
   VXp_SampleKind kind;
   VX_SampPB record;
 };
@@ -236,7 +237,7 @@ struct VXp_Interval {
 template <class Pixel>
 class VXp_IntervalRows {
  public:
-  // `area` holds the areas of all intervals; `sums` and `samples` have room for a row of it.
+  // `area` contains the areas of all intervals. `sums` and `samples` have room for a row of `area`.
   VXp_IntervalRows(std::span<VXp_Interval> intervals, const M_LRect& area,
                    VXp_MotionSum<Pixel>* sums, Pixel* samples,
                    const VXp_LineSampler<Pixel>& sampler, VXp_MotionRounding rounding)

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Mask rows of a transform: those of a transfer, except that luminance in float is clamped to
-// 0..1, with values below 1e-30 set to 0, before it is inverted.
+// Mask rows of a transform. They are those of a transfer, except in float: there luminance is
+// clamped to 0..1, and set to 0 below 1e-30, before it is inverted.
 
 #include "blend/mask/VXp_MaskRow.h"
 
@@ -15,7 +15,7 @@ inline void VXp_HoldLuma(int32_t count, bool invert, VX_PixelFloat* row) {
   }
 }
 
-// Returns the mask row like VXp_MaskRow.
+// Returns the row of mask values, see VXp_MaskRow.
 template <class Pixel>
 const Pixel* VXp_TransformMaskRow(const VX_TransformMask& spec, const VX_WorldX<Pixel>& mask,
                                   int32_t left, int32_t width, int32_t y, Pixel* buffer) {

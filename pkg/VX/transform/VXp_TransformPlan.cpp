@@ -35,7 +35,8 @@ struct Extent {
   }
 };
 
-// The bounds of the image of the source, with `margin` pixels before its first column and row.
+// The bounds of the image of the source, which is enlarged by `margin` pixels before its first
+// column and row.
 struct Image {
   Extent x, y, w;
 
@@ -51,7 +52,7 @@ struct Image {
   }
 };
 
-// Clips [low, high) to the union of the reach and of the bounds enlarged by one pixel, both rounded
+// Clips [low, high) to the union of `reach` and of `bounds` enlarged by one pixel, both rounded
 // outwards to whole pixels.
 void CutTo(const Extent& bounds, const Extent& reach, int32_t* low, int32_t* high) {
   const double first = *low, end = *high;
@@ -61,12 +62,12 @@ void CutTo(const Extent& bounds, const Extent& reach, int32_t* low, int32_t* hig
   *high = static_cast<int32_t>(std::clamp(to, first, end));
 }
 
-// Returns the part of `bounds` that the source can touch. Samples reach one pixel beyond the image
-// of the source; bilinear samples fade out over a whole pixel of the source, which is further if
-// the source is enlarged.
+// Returns the part of `bounds` that the source can change. Samples reach one pixel beyond the image
+// of the source. Bilinear samples fade out over a whole pixel of the source, which is wider than
+// one destination pixel if the source is enlarged.
 M_LRect ReachOf(const M_Matrix3& to_destination, const VX_LayerDef& src, const M_LRect& bounds) {
   const Image own(to_destination, src, 0), faded(to_destination, src, 1);
-  // The image of the source is unbounded because the horizon crosses the source.
+  // w is 0 somewhere in the source, so its image is unbounded.
   if (!(faded.w.low > 0 || faded.w.high < 0)) return bounds;
   M_LRect reach = bounds;
   CutTo(own.x, faded.x, &reach.left, &reach.right);
@@ -114,7 +115,8 @@ bool Turns(const M_Matrix3& first, const M_Matrix3& last) {
   return false;
 }
 
-// Returns whether the centre of the source changes its step by 0.9 pixels or more.
+// Returns whether the step of the source's centre from matrix to matrix changes by 0.9 pixels or
+// more.
 bool Bends(const VXp_TransformCall& call) {
   const double middle_x = (call.src->width - 1) * 0.5, middle_y = (call.src->height - 1) * 0.5;
   double x = 0, y = 0, step_x = 0, step_y = 0;
@@ -145,7 +147,7 @@ int32_t SampleCount(int32_t num_matrices, bool high) {
 
 VXp_Footprint::VXp_Footprint(const M_Matrix3& to_destination) {
   const M_Vector3 moved = M_TransformVector3(to_destination, kOrigin);
-  // Saturated beyond the position of any world.
+  // The limits are beyond the position of any world.
   const auto fixed = [](double v) {
     return static_cast<int64_t>(std::clamp(Rounded(v * 65536), -0x1p60, 0x1p60));
   };

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The geometry of one call: its path through the code, its area, and the source position of its
-// first pixel.
+// The plan of one call: how it is drawn, its area, and the source position of its first pixel.
 
 #include "VX/VX_Sampling.h"
 #include "VX/VX_Transform.h"
@@ -11,8 +10,8 @@
 
 // How several matrices describe a motion; see VX_Transform.h.
 enum class VXp_MotionRule {
-  Classic,     // VX_TransformWorld: straight, unless the path turns or bends
-  EveryMatrix  // VX_TransformMotion: one sub-sample at each matrix but the last
+  Classic,     // VX_TransformWorld: straight, unless the motion turns or bends
+  EveryMatrix  // VX_TransformMotion: one sub-sample at each matrix except the last
 };
 
 // The arguments of VX_TransformWorld and VX_TransformMotion.
@@ -31,20 +30,20 @@ struct VXp_TransformCall {
   VXp_MotionRule rule = VXp_MotionRule::Classic;
 };
 
-// The footprint of a destination pixel in the source, for a matrix from source to destination; the
-// radii are half its size.
+// The size of a destination pixel in the source (its footprint), for a matrix from source to
+// destination. The radii are half of it.
 struct VXp_Footprint {
   explicit VXp_Footprint(const M_Matrix3& to_destination);
 
   bool is_translation;
   bool is_degenerate;  // a unit vector of the source has an image of length 0
-  int64_t tx, ty;      // 65536ths
+  int64_t tx, ty;      // translation in units of 1/65536 pixel
   VX_Fixed x_radius, y_radius, area;
 };
 
-// The source positions of an area under a matrix from destination to source: the position of the
-// first pixel, and the steps to the next column and row. If the numbers are not finite or overflow
-// within the area, all positions are far from every source.
+// The source positions of the pixels of an area, under a matrix from destination to source: the
+// position of the first pixel, and the steps to the next column and row. If the numbers are not
+// finite or overflow within the area, all positions are far from every source.
 struct VXp_Walk {
   VXp_Walk() = default;
   VXp_Walk(const M_Matrix3& to_source, const M_LRect& area);
@@ -63,7 +62,7 @@ struct VXp_Walk {
 // A matrix of a call and its inverse.
 struct VXp_Way {
   M_Matrix3 to_destination, to_source;
-  bool is_good;  // invertible
+  bool is_good;  // the matrix is invertible
 };
 VXp_Way VXp_WayAt(const VXp_TransformCall& call, int32_t index);
 
@@ -79,16 +78,16 @@ struct VXp_TransformPlan {
   explicit VXp_TransformPlan(const VXp_TransformCall& call);
 
   VXp_TransformPath path;
-  M_LRect area;         // of the destination
-  VXp_Way first, last;  // equal without motion
+  M_LRect area;         // the pixels of the destination that can change
+  VXp_Way first, last;  // the same matrix without motion
   bool moves;
   bool high;        // quality
-  int32_t samples;  // of a pixel, with motion
+  int32_t samples;  // sub-samples of a pixel, if there is motion
 
  private:
   void PlanEveryMatrix(const VXp_TransformCall& call);
 };
 
-// Returns the destination pixels that matrices `first` to `end` - 1 of a call can touch; empty if
-// they draw nothing.
+// Returns the destination pixels that the drawing with matrices `first` to `end` - 1 of a call can
+// change; empty if nothing is drawn.
 M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call, int32_t first, int32_t end);

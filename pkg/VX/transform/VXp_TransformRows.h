@@ -12,7 +12,7 @@
 #include "transform/VXp_TransformMask.h"
 #include "transform/VXp_TransformPlan.h"
 
-// Returns the sum of the alphas of a sampled row, added in the order of sampling.
+// Returns the sum of the alphas of a sampled row. They are added in the order of sampling.
 template <class Pixel>
 auto VXp_AlphaTotal(const Pixel* row, const VXp_LineParts& parts) {
   if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
@@ -46,13 +46,13 @@ class VXp_RowBlender {
                      mode.opacity == VXp_PixelTraits<Pixel>::kFull;
   }
 
-  // Returns false if the row cannot change the destination. Call before Blend.
+  // Returns false if the row cannot change the destination. Call it before Blend.
   bool Acts(const Pixel* row, const VXp_LineParts& parts) {
     total_ = VXp_AlphaTotal(row, parts);
     return acts_on_nothing_ || total_ != 0;
   }
 
-  // Blends the row that was last passed to Acts.
+  // Blends the row for which Acts was called last.
   VX_Err Blend(int32_t count, const Pixel* row, const Pixel* mask, Pixel* dst) const {
     using Total = decltype(total_);
     constexpr auto kFull = static_cast<Total>(VXp_PixelTraits<Pixel>::kFull);
@@ -71,7 +71,7 @@ class VXp_RowBlender {
   bool acts_on_nothing_, copies_opaque_;
 };
 
-// The destination, the blending and the scratch rows of a transform.
+// The call, the destination, the blending and the row buffers of a transform.
 template <class Pixel>
 struct VXp_RowWork {
   const VXp_TransformCall& call;
@@ -79,19 +79,20 @@ struct VXp_RowWork {
   VX_BlendModeDescriptor<Pixel>& descriptor;
   const VX_WorldX<Pixel>* mask;
   VX_ChannelOf<Pixel>* alpha_row;
-  Pixel *mask_row, *sampled;  // as wide as the area
+  Pixel *mask_row, *sampled;  // with as many pixels as a row of the area
   VX_WorldX<Pixel>& dst;
 };
 
-// Progress is called in the rows whose number from the top has none of these bits.
+// Returns a mask of bits. Progress is called in rows whose number, counted from the top, has none
+// of these bits.
 inline int32_t VXp_ProgressBits(const VXp_TransformCall& call, bool high) {
   const bool field = call.field == VX_Field_EvenRows || call.field == VX_Field_OddRows;
   if (call.num_matrices > 1) return field ? 15 : 7;
   return high ? (field ? 63 : 31) : (field ? 127 : 63);
 }
 
-// Draws all rows of `source`, one of the classes of VXp_RowSources.h. VX_Ok, or the first error or
-// the code that progress returned.
+// Draws all rows of `source`, an object of a class of VXp_RowSources.h. Returns VX_Ok, the first
+// error, or the code that progress returned.
 template <class Pixel, class Source>
 VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, Source& source) {
   const VXp_TransformCall& call = work.call;

@@ -9,7 +9,8 @@
 
 namespace {
 
-// Rounds the same way in both directions, unlike the interpolation of blending.
+// Returns c + (target - c) weight. Positive and negative differences round symmetrically, unlike in
+// the interpolation of the transfer modes.
 template <class Pixel>
 VX_ChannelOf<Pixel> Moved(typename VXp_PixelTraits<Pixel>::Work c,
                           typename VXp_PixelTraits<Pixel>::Work target,

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Returns the mask value of one pixel for a use (VX_Matte_...).
+// Returns the matte value of one pixel. `what` is a VX_Matte_... constant.
 template <class T, int32_t what>
 typename T::Work MatteValue(const VXp_Argb<T>& p) {
   if constexpr (what == VX_Matte_Alpha) return p.alpha;
@@ -48,7 +48,7 @@ template <class Pixel>
   }
 }
 
-// Checks a buffer and a world, then calls `rows` with the tag of their pixel type.
+// Checks a buffer and a world, then calls `rows` with the tag (VXp_PixelTag) of their pixel type.
 template <class Rows>
 VX_Err WithPair(const VX_UnoBuffer* buffer, const VX_LayerDef* world, Rows&& rows) {
   return VXp_Guarded([&]() -> VX_Err {

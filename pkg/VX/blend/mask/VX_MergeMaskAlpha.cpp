@@ -15,7 +15,7 @@
 
 namespace {
 
-// Merges one row through the slot of its pixel type. The depth of the mask was checked.
+// Merges one row through the slot of its pixel type. The depth of the mask must have been checked.
 template <class Pixel>
 VX_Err MergeRowBySlot(int32_t count, int32_t depth, const void* mask, Pixel* row) {
   return VXp_SlotOf<vxp_slot::MergeMaskRow, Pixel>()(count, depth, mask, row);
@@ -42,7 +42,7 @@ struct Place {
   int32_t h, v;
 };
 
-// Returns the part of the world that the buffer covers; all zeros if it covers nothing.
+// Returns the part of the world that `rect` and both buffers cover; all zeros if it is empty.
 M_LRect AreaOf(const VX_World& world, Place place, const M_Rect* rect, const VX_UnoBuffer& buffer,
                const VX_UnoBuffer* second) {
   const auto reach = [](int32_t from, int32_t size) {
@@ -78,7 +78,7 @@ VX_Err Merge(const VX_ProgressInfo* progress, Place place, const M_LRect& area,
   });
 }
 
-// Calls `merge` with the tag of the world's class.
+// Calls `merge` with the tag (VXp_PixelTag) of the pixel type of the world's class.
 template <class Body>
 VX_Err WithClassOf(const VX_World* world, Body&& merge) {
   if (dynamic_cast<const VX_WorldX<VX_Pixel8>*>(world)) return merge(VXp_PixelTag<VX_Pixel8>{});

@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Returns the mask row for a row of the destination.
+// Provides the row of mask values for a row of the destination.
 
 #include "VX/VX_World.h"
 #include "blend/mask/VXp_TrackMatteRow.h"
 
-// Returns the mask row for the pixels left..left+width-1 of destination row y. For plain alpha
-// these are the mask's own pixels, and the area must be clipped to the mask. Otherwise the values
-// are written to the alphas of `buffer`.
+// Returns the mask values, in alpha, for the pixels left..left + width - 1 of destination row y.
+// For VX_MaskUse_Alpha the result points into the mask world itself, and the area must have been
+// clipped to the mask. Otherwise the values are computed into the alphas of `buffer`.
 template <class Pixel>
 const Pixel* VXp_MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask, int32_t left,
                          int32_t width, int32_t y, Pixel* buffer) {

@@ -11,7 +11,8 @@
 
 namespace {
 
-// Integer products with 0 and with full scale are exact, so they need no test.
+// Unlike the float form, this needs no test for 0 and full scale: integer products with both are
+// exact.
 void MergeSamples(int32_t count, const char* mask, VX_Pixel8* row) {
   for (ptrdiff_t i = 0; i < count; ++i) {
     const auto pixel = VXp_Load<uint32_t>(row + i);
@@ -31,7 +32,7 @@ void MergeSamples(int32_t count, const char* mask, VX_Pixel16* row) {
   }
 }
 
-// The product of 0 with an alpha that is not finite would not be 0.
+// A weight of 0 is tested, because the product of 0 with an infinity or NaN would not be 0.
 void MergeSamples(int32_t count, const char* mask, VX_PixelFloat* row) {
   for (ptrdiff_t i = 0; i < count; ++i) {
     const auto m = VXp_Load<float>(mask + i * 4);
@@ -40,7 +41,7 @@ void MergeSamples(int32_t count, const char* mask, VX_PixelFloat* row) {
   }
 }
 
-// Samples of another depth are converted to that of the pixels in blocks.
+// Merges a row. Samples of another depth are first converted to that of the pixels, in blocks.
 template <class Pixel>
 [[gnu::flatten]] VX_Err MergeRow(int32_t count, int32_t mask_depth, const void* mask, Pixel* row) {
   constexpr int32_t kDepth = VXp_PixelTraits<Pixel>::kDepth, kBlock = 1024;

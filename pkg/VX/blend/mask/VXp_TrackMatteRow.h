@@ -10,7 +10,7 @@
 #include "blend/modes/VXp_Mode.h"
 #include "frame/VXp_Rows.h"
 
-// Returns the value of one mask pixel for a use other than plain alpha.
+// Returns the mask value of one pixel for a use (VX_MaskUse_...) other than plain alpha.
 template <class T, int32_t use>
 typename T::Work VXp_MaskValue(const VXp_Argb<T>& p) {
   using Work = typename T::Work;
@@ -33,10 +33,11 @@ void VXp_FillMaskValues(int32_t count, VX_ChannelOf<Pixel> value, Pixel* out) {
   for (ptrdiff_t i = 0; i < count; ++i) VXp_Store(out + i, value);
 }
 
-// Writes the alpha of `count` pixels of `out`: from column `left` on the values of `available` mask
-// pixels, before and after them the value outside the mask. If `left` is negative, that many mask
-// pixels are skipped. For plain alpha and unknown uses nothing is written for the mask's own
-// pixels, and the value outside begins at their column.
+// Writes mask values to the alpha of `count` pixels of `out`. The columns from `left` on get the
+// values of the `available` mask pixels; the columns before and after them get the value outside
+// the mask. If `left` is negative, the first -left mask pixels are skipped. For plain alpha and
+// unknown uses, no mask values are written, and the value outside the mask is written from column
+// `left` on.
 template <class Pixel>
 void VXp_TrackMatteRow(int32_t count, const Pixel* mask, int32_t left, int32_t available,
                        int32_t use, Pixel* out) {

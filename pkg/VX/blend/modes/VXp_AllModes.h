@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// All pieces of arithmetic, by the names that the list of modes gives them.
+// Includes the arithmetic of all modes that VX_TransferModes.def lists.
 
 #include "blend/modes/VXp_AlphaOnly.h"
 #include "blend/modes/VXp_Composition.h"

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that change the destination's alpha only. Formulas give the new alpha: da is the
-// destination's alpha, sa the weighted source alpha, F full scale, luma(s) the luminance of the
-// source.
+// Modes that change only the alpha of the destination. The comment of each mode is the formula of
+// the new alpha, with da the destination's alpha, sa the weighted source alpha, F full scale, and
+// luma(s) the luminance of the source.
 
 #include "blend/modes/VXp_Mode.h"
 
@@ -22,7 +22,7 @@ struct VXp_AlphaOnly : VXp_CommonMode<T> {
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 
  protected:
-  // Float results of the luminance forms are clamped to 0..1; below 1e-30 they become 0.
+  // Clamps float results of the luminance forms to 0..1; values up to 1e-30 become 0.
   static Work Held(Work a) {
     if constexpr (VXp_IsFloat<T>) {
       const Work swept = a <= 1e-30f ? Work{} : a;

@@ -7,8 +7,8 @@
 
 #include "blend/modes/VXp_Mode.h"
 
-// Draws the source behind the destination. No change if da is F; else k = s sa, r = lerp(k, d, da)
-// / A, alpha A.
+// Draws the source behind the destination. If da is F, the destination is unchanged; else, with k =
+// s sa, the colour is lerp(k, d, da) / A and the alpha is A.
 template <class T>
 struct VXp_ModeBehind : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -41,8 +41,8 @@ struct VXp_ModeBehind : VXp_CommonMode<T> {
   }
 };
 
-// Draws the source over the destination. The source if sa is F; the source's colours if da is 0;
-// else k = d da, r = lerp(k, s, sa) / A, alpha A.
+// Draws the source over the destination. If sa is F, the result is the source; if da is 0, it has
+// the source's colours; else, with k = d da, the colour is lerp(k, s, sa) / A. The alpha is A.
 template <class T>
 struct VXp_ModeInFront : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -60,7 +60,7 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
       d.alpha = sa;
       return;
     }
-    // If the destination is opaque, the product and the quotient have a factor of full scale.
+    // If the destination is opaque, the product with da and the quotient by A can be omitted.
     const bool opaque = !VXp_IsFloat<T> && !T::Any(da != T::kFull);
     Color r = opaque ? OverOpaque(cs, Color::Of(d), sa) : OverAny(cs, Color::Of(d), sa, &d.alpha);
     if (T::Any(!blended)) {
@@ -84,8 +84,8 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
   }
 };
 
-// Draws a premultiplied source over the destination: k = da (F - sa), r = min(s + d k, F) / A. A
-// source of alpha 0 may have colour, so no pixel is skipped.
+// Draws a premultiplied source over the destination: with k = da (F - sa), the colour is min(s + d
+// k, F) / A. A source pixel of alpha 0 may have colour, so no pixel is skipped.
 template <class T>
 struct VXp_ModePremulOver : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -109,8 +109,8 @@ struct VXp_ModePremulOver : VXp_CommonMode<T> {
 };
 
 // Adds the alphas, at most F, so that complementary mattes join without a visible edge. With A2 =
-// da + sa, if A2 < F: r = (d da + s sa) / A2, alpha A2; else r = s sa + d (F - sa), alpha F. If sa
-// is F, the result is the source.
+// da + sa: if sa is F, the result is the source. If A2 < F, the colour is (d da + s sa) / A2 and
+// the alpha A2. Otherwise the colour is s sa + d (F - sa) and the alpha F.
 template <class T>
 struct VXp_ModeAlphaAdd : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;

@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that blend with a destination matted onto their neutral colour, which is the colour that
-// the mode does not change under a transparent source. Per pixel: matte, formula, unmatte by A. In
-// a row, matte and alpha are stages of their own, and the row form is the formula alone.
+// Matted modes. They blend the source with a destination that was composited onto the neutral
+// colour of the mode (matted), and then remove that colour (unmatted, by the alpha A). The neutral
+// colour is the one that the mode does not change under a transparent source. The per-pixel form
+// does all three steps. For rows, matting and unmatting are separate stages, and the row form is
+// the formula alone.
 //
 // A mode of this family defines Full(s, m) for a source alpha of F, and Part(s, m, sa) for less.
 
@@ -35,7 +37,7 @@ struct VXp_NeutralGray {
     const Work light = T::Mul(c - T::kHalf, a) + T::kHalf;
     return c < T::kHalf ? dark : light;
   }
-  // A quotient of half or more is outside the range and is clamped.
+  // A quotient of half of the range or more would give a colour out of range, so it is clamped.
   static Work Unmatte(Work c, Work a) {
     const auto is_dark = c < T::kHalf;
     const Work t = T::Div(is_dark ? T::kHalf - c : c - T::kHalf, a);
@@ -71,7 +73,8 @@ struct VXp_Matted : VXp_CommonMode<T> {
     d.alpha = a;
   }
 
-  // At the integer depths Part equals Full for a full weight, because its products are exact then.
+  // At the integer depths, Part is used for all weights: it equals Full for a weight of F, because
+  // products with F are exact.
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
     VXp_Each(Color::Of(s), Color::Of(d), [=](Work x, Work y) {
       if constexpr (!VXp_IsFloat<T>) return Mode::PartInRow(x, y, w);
@@ -84,7 +87,7 @@ struct VXp_Matted : VXp_CommonMode<T> {
     }).StoreTo(d);
   }
 
-  // Only overlay rounds its row form differently.
+  // Overlay replaces these two functions, because its row form rounds differently.
   static Work FullInRow(Work s, Work m) { return Mode::Full(s, m); }
   static Work PartInRow(Work s, Work m, Work w) { return Mode::Part(s, m, w); }
 };

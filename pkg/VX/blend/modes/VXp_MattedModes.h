@@ -3,14 +3,14 @@
 #pragma once
 
 // The twelve matted modes. Full(s, m) is for a source alpha of F, Part(s, m, sa) for less. The
-// comment of each mode is the formula of Full: F is full scale, s a source channel, m a channel of
-// the destination matted onto the neutral colour.
+// comment of each mode is the formula of Full, with F full scale, s a source channel, and m a
+// channel of the destination matted onto the neutral colour.
 
 #include "blend/modes/VXp_Matted.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
 
-// The quotient n / a of the dodge and burn modes, at most full scale. Float division does not
-// clamp, so it is full scale if a is not above 0 or not above n.
+// Returns the quotient n / a of the dodge and burn modes, at most full scale. Float division does
+// not clamp; for floats the result is full scale if a <= 0 or a <= n.
 template <class T>
 typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   const typename T::Work quotient = T::Div(n, a);
@@ -20,12 +20,12 @@ typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   return quotient;
 }
 
-// Maps each half of the range to the whole range: 2 s below half, 2 s - F from half on.
+// Maps each half of the range to the whole range: 2 s if s is below half, else 2 s - F.
 template <class T>
 typename T::Work VXp_Doubled(typename T::Work s) {
   using Work = typename T::Work;
   if constexpr (T::kDepth == 8) {
-    return (2 * s) & 0xFF;  // white reaches 254
+    return (2 * s) & 0xFF;  // at 8 bits white becomes 254
   } else {
     return VXp_Twice(s) - (s >= T::kHalf ? T::Full() : Work{});
   }
@@ -58,7 +58,7 @@ struct VXp_ModeScreen : VXp_Matted<T, VXp_ModeScreen<T>, VXp_NeutralBlack> {
   static Work Part(Work s, Work m, Work sa) { return Full(T::Mul(s, sa), m); }
 };
 
-// 2 s m below half, F - 2 (F - s)(F - m) from half on
+// 2 s m if m is below half, else F - 2 (F - s)(F - m)
 template <class T>
 struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
   using Work = typename T::Work;
@@ -69,8 +69,8 @@ struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
   }
   static Work Part(Work s, Work m, Work sa) { return T::Lerp(m, Full(s, m), sa); }
 
-  // The row form doubles before it multiplies, so it rounds differently from Full. Both roundings
-  // are fixed.
+  // The row form doubles before it multiplies, so it rounds differently from Full. Existing
+  // projects depend on both results.
   static Work FullInRow(Work s, Work m) {
     const Work dark = T::Mul(VXp_Twice(m), s);
     const Work light = Light(s, m);
@@ -82,12 +82,13 @@ struct VXp_ModeOverlay : VXp_Matted<T, VXp_ModeOverlay<T>, VXp_NeutralGray> {
   static Work Light(Work s, Work m) { return T::Inv(T::Mul(T::Inv(s), VXp_Twice(T::Inv(m)))); }
 };
 
-// m plus a curve times the source if the source is light, m minus it if the source is dark
+// m + (D(m) - m)(2 s - F) if s is at least half, else m - m (F - m)(F - 2 s). D(x) is
+// ((16 x - 12) x + 4) x for x up to a quarter, else the square root of x.
 template <class T>
 struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray> {
   using Work = typename T::Work;
   static constexpr bool kTransferFlag = false;
-  // Returns the value at m of the curve for a light or a dark source.
+  // Returns the value of the curve at m: Up for a light source, Down for a dark one.
   static Work Curve(Work s, Work m) { return VXp_SoftLightCurves<T>::UpOrDown(s >= T::kHalf, m); }
   static Work FullAlong(Work curve, Work s, Work m) {
     const Work by = Step(curve, s);
@@ -107,7 +108,7 @@ struct VXp_ModeSoftLight : VXp_Matted<T, VXp_ModeSoftLight<T>, VXp_NeutralGray> 
   }
 };
 
-// screen if the source is light (s at least half), multiply if it is dark
+// screen with 2 s - F if s is at least half, else multiply with 2 s
 template <class T>
 struct VXp_ModeHardLight : VXp_Matted<T, VXp_ModeHardLight<T>, VXp_NeutralGray> {
   using Work = typename T::Work;

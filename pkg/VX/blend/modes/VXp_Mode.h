@@ -2,26 +2,27 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The pieces of arithmetic. A transfer mode is one small stateless template over the traits T of a
-// pixel type, and everything that the library has to know about the mode is a member of it:
+// The arithmetic of the transfer modes. A mode is one small stateless class template over the
+// traits T of a pixel type, called its piece. All properties of the mode that the library uses are
+// members of this class:
 //
 //   kPixelSkipsZero  the per-pixel form does not change a pixel of source alpha 0
 //   kRowSkipsZero    the row form does not change a pixel of weight 0
 //   kWritesColor     false if only alpha changes
 //   kStages          the stages of a row around the scan
 //   kClearsOutside   a composite sets alpha to 0 outside its rectangle
-//   kDrawsTransparentRows  a transform draws rows whose source is transparent throughout
+//   kDrawsTransparentRows  a transform also draws rows in which the source is transparent
 //   kNeedsMask       the mask is an operand of the mode
 //   kTransferFlag    the result of VX_GetTransferFlags
 //   Acts(w, da)      with kRowSkipsZero: whether the row form changes a pixel of weight w over
 //                    destination alpha da
-//   Covers(w, da)    whether the row form does not read the destination's colours
-//   BlendPixel(s, sa, d)       the complete rule; sa is the source alpha times the opacities
-//   BlendInRow(s, w, keep, d)  the rule of a row loop for weight w; keep is keepDstAlpha. In matted
-//                              modes, stages of the row compute matte and alpha.
+//   Covers(w, da)    whether the row form ignores the destination's colours
+//   BlendPixel(s, sa, d)       the per-pixel form; sa is the source alpha times the opacities
+//   BlendInRow(s, w, keep, d)  the row form; w is the weight, keep is keepDstAlpha. Matted modes
+//                              compute only colours here; stages of the row do the rest.
 //
-// Names in formulas: s and d are the source and destination colours, sa and da their alphas, F is
-// full scale, A the union of the alphas.
+// Symbols in formulas: s and d are the source and destination colours, sa and da their alphas, F is
+// full scale, and A is the union of the alphas, sa + da - sa da.
 //
 // A row form processes one pixel (T is a VXp_PixelTraits) or several in lanes (a VXp_LaneTraits).
 // Therefore it selects between values instead of branching, combines conditions with & and |, and
@@ -34,12 +35,12 @@
 
 #include "frame/VXp_PixelTraits.h"
 
-// The stages of a row. Every kind but kScan restores the destination's alpha if keepDstAlpha is
+// The stages of a row. All kinds except kScan restore the destination's alpha if keepDstAlpha is
 // set.
 enum class VXp_Stages {
-  kScan,        // the scan alone, which handles keepDstAlpha itself
-  kKeepAlpha,   // the scan
-  kBehind,      // a scan of VX_Xfer_Behind, then that of the mode
+  kScan,        // only the scan, which implements keepDstAlpha itself
+  kKeepAlpha,   // only the scan, which changes alpha
+  kBehind,      // a scan of VX_Xfer_Behind, then the scan of the mode
   kMatteBlack,  // matte onto the neutral colour, scan, union of the alphas, unmatte
   kMatteWhite,
   kMatteGray
@@ -57,7 +58,8 @@ struct VXp_Argb {
     return {static_cast<Channel>(alpha), static_cast<Channel>(red), static_cast<Channel>(green),
             static_cast<Channel>(blue)};
   }
-  // Compilers generate better code for single fields than for a whole pixel.
+  // Stores the four fields separately, because compilers generate better code for this than for a
+  // whole pixel.
   void StoreTo(typename T::Pixel& p) const {
     using Channel = typename T::Channel;
     p.alpha = static_cast<Channel>(alpha);
@@ -83,7 +85,7 @@ struct VXp_Color {
   Work Max() const { return T::Max(T::Max(r, g), b); }
 };
 
-// Applies f to the channels of one colour, or of two in step.
+// Applies f to each channel of one colour, or to each pair of channels of two colours.
 template <class T, class F>
 VXp_Color<T> VXp_Each(const VXp_Color<T>& x, F&& f) {
   return {f(x.r), f(x.g), f(x.b)};
@@ -93,7 +95,7 @@ VXp_Color<T> VXp_Each(const VXp_Color<T>& x, const VXp_Color<T>& y, F&& f) {
   return {f(x.r, y.r), f(x.g, y.g), f(x.b, y.b)};
 }
 
-// The defaults: a weight of 0 changes nothing, and colours are written.
+// The default properties: a pixel of weight 0 is not changed, and colours are written.
 template <class T>
 struct VXp_CommonMode {
   using Argb = VXp_Argb<T>;

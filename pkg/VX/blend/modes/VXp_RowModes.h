@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Copies, the mix of two images, and dissolve. The mix and dissolve have separate row loops.
+// Copy, scale, mask-mix and dissolve. Mask-mix and dissolve have separate row loops
+// (VXp_RowLoop.h).
 
 #include <type_traits>
 
@@ -26,26 +27,26 @@ struct VXp_ModeCopy : VXp_CommonMode<T> {
   }
 };
 
-// Does the same as Copy, for rows only.
+// The same arithmetic as Copy. Has a row form only.
 template <class T>
 struct VXp_ModeScale : VXp_ModeCopy<T> {
   static constexpr bool kDrawsTransparentRows = true;
 };
 
-// Mixes two images by the alpha t of the mask: a1 = sa t, a2 = (F - t) da and q = a1 + a2 as exact
-// products; each colour is the mean weighted by a1 and a2, alpha is q brought to scale. For rows
-// only.
+// Mixes two images by the alpha t of the mask. With the exact products a1 = sa t, a2 = (F - t) da
+// and q = a1 + a2, each colour is the mean of both colours weighted by a1 and a2, and the alpha is
+// q / F. Has a row form only.
 template <class T>
 struct VXp_ModeMaskMix : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
   static constexpr bool kNeedsMask = true;
   static constexpr bool kTransferFlag = false;
-  // At 16 bits, q is at most 2^30 and the sums at most 2^45.
+  // The type of q and of the sums. At 16 bits, q is at most 2^30 and the sums at most 2^45.
   using Wide = std::conditional_t<T::kDepth == 8, int32_t,
                                   std::conditional_t<T::kDepth == 16, int64_t, float>>;
 
-  // Returns whether the pixel changes. If q is 0, the mean is not defined.
+  // Returns whether the pixel changes. It does not if q is 0, because the mean is then undefined.
   static bool Mixes(Work sa, Work t, Work da) {
     if (t == Work{} || t == T::kFull) return t != Work{};
     return Wide{sa} * t + Wide{T::kFull - t} * da != 0;
@@ -82,8 +83,8 @@ struct VXp_ModeMaskMix : VXp_CommonMode<T> {
   }
 };
 
-// Replaces pixels by the source at random; the weight is the probability. The per-pixel form has no
-// seed and does nothing.
+// Replaces randomly selected pixels by the source; the weight is the probability. The per-pixel
+// form has no seed and does nothing.
 template <class T>
 struct VXp_ModeDissolve : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -92,8 +93,7 @@ struct VXp_ModeDissolve : VXp_CommonMode<T> {
 
   static void BlendPixel(const Argb&, Work, Argb&) {}
 
-  // Returns whether a pixel is replaced, for its weight w (neither 0 nor F) and a random value
-  // 0..32767.
+  // Returns whether a pixel is replaced. w is its weight, neither 0 nor F; `random` is in 0..32767.
   static bool Passes(Work w, uint32_t random) {
     if constexpr (VXp_IsFloat<T>) {
       return w >= static_cast<float>(random) * 3.0518509447574615e-05f;

@@ -16,8 +16,8 @@ struct VXp_SoftLightCurves;
 
 namespace vxp_soft_light {
 
-// Newton's method from above; ends when the value no longer decreases. Accurate to about the last
-// bit, while rounding to a byte needs three digits.
+// Newton's method with decreasing values; ends when the value no longer decreases. The error is
+// about one unit in the last place.
 constexpr double SquareRoot(double x) {
   double r = 1.0;
   for (;;) {
@@ -49,8 +49,8 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel8>> {
   }
 };
 
-// Returns entry position / 8 of 4097, interpolated in eighths. The position is clamped to the
-// table.
+// Returns the table value at `position`, which counts eighths of an entry, interpolated between the
+// two neighbouring entries of 4097. The position is clamped to the table.
 inline int32_t VXp_LookUpEighths(const uint16_t* table, int32_t position) {
   const int32_t x = std::clamp(position, 0, 32768);
   const int32_t i = x >> 3;
@@ -71,7 +71,7 @@ template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
   static float UpOrDown(bool up, float m) {
     const float* const table = up ? VXp_G_SoftLightDeltaF : VXp_G_SoftLightParabolaF;
-    const float positive = m > 0.0f ? m : 0.0f;  // also 0 for not-a-number
+    const float positive = m > 0.0f ? m : 0.0f;  // NaN becomes 0
     const float position = 4096.0f * (positive < 1.0f ? positive : 1.0f);
     const auto i = static_cast<int32_t>(position);
     const float fraction = position - static_cast<float>(i);
@@ -80,7 +80,7 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
   }
 };
 
-// Reads the tables separately for each lane.
+// The lane form looks up each lane separately.
 template <class Pixel>
 struct VXp_SoftLightCurves<VXp_LaneTraits<Pixel>> {
   using Work = typename VXp_LaneTraits<Pixel>::Work;

@@ -2,11 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that mix source, destination and B, the blend of the unmatted colours, in three terms: if
-// sa = F: r = lerp(s, B, da) and alpha F; else, with p = sa da: r = (da d - p d + sa s - p s + p B)
-// / A and alpha A. A mode of this family defines B(s, d), which its comment gives as a formula. F
-// is full scale, s and d the colours of source and destination, sa and da their alphas, A the union
-// of the alphas.
+// Three-term modes: they mix the source, the destination and B(s, d), a blend of the two colours. A
+// mode of this family defines B, and its comment is the formula of B. If sa = F, the colour is
+// lerp(s, B, da) and the alpha F. Otherwise, with p = sa da, the colour is (da d - p d + sa s - p s
+// + p B) / A and the alpha A. The symbols are those of VXp_Mode.h.
 
 #include "blend/modes/VXp_MattedModes.h"
 
@@ -34,8 +33,8 @@ struct VXp_ThreeTerm : VXp_CommonMode<T> {
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) { BlendPixel(s, w, d); }
 };
 
-// Doubles the source for modes that have different formulas below and above half: 2 s below, 2 s -
-// F above. At 8 bits, each half is scaled from 0..127 to 0..255.
+// Doubles the source for modes with different formulas below and above half: 2 s below, 2 s - F
+// above. At 8 bits, 0..127 and 128..255 are each scaled to 0..255.
 template <class T>
 struct VXp_Halves {
   using Work = typename T::Work;
@@ -76,7 +75,7 @@ struct VXp_ModeBurn2 : VXp_ThreeTerm<T, VXp_ModeBurn2<T>> {
   }
 };
 
-// min(s + d, F); in float s + d, not limited
+// min(s + d, F); float is not clamped: s + d
 template <class T>
 struct VXp_ModeLinearDodge : VXp_ThreeTerm<T, VXp_ModeLinearDodge<T>> {
   using Work = typename T::Work;
@@ -93,7 +92,7 @@ struct VXp_ModeLinearBurn : VXp_ThreeTerm<T, VXp_ModeLinearBurn<T>> {
   static Work B(Work s, Work d) { return T::Max(s + d - T::kFull, Work{}); }
 };
 
-// d + 2 s - F, limited to 0..F; at 8 bits 256 is subtracted instead of 255; float is not limited
+// d + 2 s - F, clamped to 0..F; at 8 bits d + 2 s - 256, clamped; float is not clamped
 template <class T>
 struct VXp_ModeLinearLight : VXp_ThreeTerm<T, VXp_ModeLinearLight<T>> {
   using Work = typename T::Work;
@@ -108,8 +107,7 @@ struct VXp_ModeLinearLight : VXp_ThreeTerm<T, VXp_ModeLinearLight<T>> {
   }
 };
 
-// burn if the source is below half, dodge if it is above, both with the doubled source; d if it is
-// half
+// burn with 2 s if s is below half, dodge with 2 s - F if it is above; d if s is half
 template <class T>
 struct VXp_ModeVividLight : VXp_ThreeTerm<T, VXp_ModeVividLight<T>> {
   using Work = typename T::Work;
@@ -130,7 +128,7 @@ struct VXp_ModeVividLight : VXp_ThreeTerm<T, VXp_ModeVividLight<T>> {
   }
 };
 
-// min(d, 2 s) if the source is below half, max(d, 2 s - F) if it is above; d if it is half
+// min(d, 2 s) if s is below half, max(d, 2 s - F) if it is above; d if s is half
 template <class T>
 struct VXp_ModePinLight : VXp_ThreeTerm<T, VXp_ModePinLight<T>> {
   using Work = typename T::Work;
@@ -143,8 +141,7 @@ struct VXp_ModePinLight : VXp_ThreeTerm<T, VXp_ModePinLight<T>> {
   }
 };
 
-// 0 if d is at most a threshold close to F - s, otherwise F. In float a narrow ramp replaces the
-// step.
+// 0 if d is at most a threshold close to F - s, else F. For floats the step is a narrow ramp.
 template <class T>
 struct VXp_ModeHardMix : VXp_ThreeTerm<T, VXp_ModeHardMix<T>> {
   using Work = typename T::Work;

@@ -2,14 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Modes that use the three channels together: hue, saturation, colour and luminosity, and the
-// choice of the lighter or darker colour. If the destination is not opaque, the source is first
-// blended behind it: per pixel here, in a row by the stage before the scan.
+// Modes that use the three channels together: hue, saturation, color and luminosity, and the
+// selection of the lighter or darker colour. If the destination is not opaque, the source is first
+// drawn behind it. The per-pixel form does this itself; for rows, a stage before the scan does it.
 
 #include "blend/modes/VXp_Composition.h"
 
-// Moves the channels of a colour of luminance l toward l until they are in range. If a channel out
-// of range equals l, which only float pixels can have, the colour is not changed.
+// Moves the channels of a colour of luminance l toward l until all are in range. If an extreme
+// channel equals l but is out of range, which only float pixels can have, the colour is not
+// changed.
 template <class T>
 VXp_Color<T> VXp_ClipToRange(VXp_Color<T> c, typename T::Work l) {
   using Work = typename T::Work;
@@ -32,7 +33,8 @@ VXp_Color<T> VXp_ClipToRange(VXp_Color<T> c, typename T::Work l) {
   return c;
 }
 
-// A mode of this family defines Candidate(s, d, l), where l is the luminance of d.
+// A mode of this family defines Candidate(s, d, l), the colour for an opaque destination of
+// luminance l.
 template <class T, class Mode>
 struct VXp_NonSeparable : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -61,7 +63,8 @@ struct VXp_NonSeparable : VXp_CommonMode<T> {
   }
 
   // Returns the colour with the hue of `c` whose largest channel is `range` and whose smallest is
-  // 0. Of equal channels the first is the largest and the last the smallest, so grey becomes red.
+  // 0. If channels are equal, the first counts as the largest and the last as the smallest, so grey
+  // becomes red.
   static VXp_Color<T> Spread(const VXp_Color<T>& c, Work range) {
     const Work top = c.Max();
     const Work low = c.Min();
@@ -78,8 +81,8 @@ struct VXp_NonSeparable : VXp_CommonMode<T> {
   }
 };
 
-// The hue of the source with the range (largest minus smallest channel) and luminance of the
-// destination.
+// The colour with the hue of the source, and with the range (largest minus smallest channel) and
+// luminance of the destination.
 template <class T>
 struct VXp_ModeHue : VXp_NonSeparable<T, VXp_ModeHue<T>> {
   using Work = typename T::Work;
@@ -89,7 +92,7 @@ struct VXp_ModeHue : VXp_NonSeparable<T, VXp_ModeHue<T>> {
   }
 };
 
-// The range of the source with the hue and luminance of the destination.
+// The colour with the range of the source, and with the hue and luminance of the destination.
 template <class T>
 struct VXp_ModeSaturation : VXp_NonSeparable<T, VXp_ModeSaturation<T>> {
   using Work = typename T::Work;
@@ -119,11 +122,12 @@ struct VXp_ModeLuminosity : VXp_NonSeparable<T, VXp_ModeLuminosity<T>> {
   }
 };
 
-// --- choice of a whole colour --------------------------------------------------------------------
+// --- selection of a whole colour -----------------------------------------------------------------
 
-// A mode of this family defines Chosen(ls, ld), which returns whether the source is used, from the
-// luminances of source and destination. The per-pixel form computes ld at full precision, before
-// the source is blended behind. The row form computes ld after that, and both values have 8 bits.
+// A mode of this family defines Chosen(ls, ld): whether the source's colour is used, for the
+// luminances ls of the source and ld of the destination. In the per-pixel form, ld has full
+// precision and is that of the destination before the source was drawn behind it. In the row form,
+// ld is that of the destination after this stage, and both luminances are rounded to 8 bits.
 template <class T, class Mode>
 struct VXp_ColorChoice : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
@@ -156,7 +160,7 @@ struct VXp_ColorChoice : VXp_CommonMode<T> {
   }
 };
 
-// all channels of the colour with the higher luminance; d if both are equal
+// all channels of the colour with the higher luminance; d if the luminances are equal
 template <class T>
 struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
   template <class Luma>
@@ -165,7 +169,7 @@ struct VXp_ModeLighterColor : VXp_ColorChoice<T, VXp_ModeLighterColor<T>> {
   }
 };
 
-// all channels of the colour with the lower luminance; d if both are equal
+// all channels of the colour with the lower luminance; d if the luminances are equal
 template <class T>
 struct VXp_ModeDarkerColor : VXp_ColorChoice<T, VXp_ModeDarkerColor<T>> {
   template <class Luma>

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // Scans a whole buffer along all rows, then down all columns. The first and the last sample of each
-// line are repeated outside, so a mask that is full up to its border remains full there.
+// line are repeated outside, so that a mask of full scale remains at full scale up to its border.
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@ VX_Err Refuse(const char* text, int32_t line = __builtin_LINE()) {
   return VXp_FailVerification(kVXp_UnoNumber, line, text);
 }
 
-// Returns the plan of the scan of whole lines in one direction.
+// The plan of the scan of whole lines in one direction.
 struct Direction {
   Direction(int32_t feather, int32_t length, double radius)
       : kind(feather == VX_Feather_Box        ? VX_UnoScan_OneBox
@@ -42,14 +42,14 @@ struct Direction {
   VXp_ScanPlan plan;
 };
 
-// The kernel of one call. The kernel of the process is not used, because it may change while
-// several threads read it.
+// The kernel of one call. The cached kernel of the process is not used, because a call on another
+// thread may replace it meanwhile.
 struct OwnKernel {
   OwnKernel() = default;
   ~OwnKernel() { VXp_FreeScanKernel(&kernel); }
   OwnKernel(const OwnKernel&) = delete;
 
-  // Throws the error.
+  // Computes the kernel. Throws the error.
   void Make(const VXp_ScanPlan& plan) {
     if (plan.kind != VXp_ScanKind::kGaussian) return;
     VXp_ThrowIf(VXp_MakeScanKernel(plan.radius, &kernel));
@@ -116,8 +116,8 @@ class Feather {
     return std::max(row, tile) * static_cast<int64_t>(sizeof(Sample));
   }
 
-  // Scans of plain boxes repeat both ends of a line too, so rows of plain boxes go through the slot
-  // of the scan. Scans of soft boxes fade at the start and cannot be used.
+  // Returns whether rows go through the slot of the box scan. Scans of plain boxes repeat both ends
+  // of a line as required here. Scans of soft boxes do not repeat the start of a line.
   bool ScansRows() const { return along_.plan.kind == VXp_ScanKind::kPlainBox; }
 
   VX_Err Row(int32_t row, Sample* memory, Sample* other) const {

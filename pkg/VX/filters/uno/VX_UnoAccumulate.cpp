@@ -13,7 +13,8 @@ namespace {
 // The smallest number of samples for which several threads are faster than one.
 constexpr int64_t kWorthThreads = 76800;
 
-// Limits gains so that a sample times its gain, and the sum of two such products, fit 32 bits.
+// The largest gain for which a sample times its gain, and the sum of two such products, fit 32
+// bits.
 constexpr float kMostGain = 32767.0f;
 
 constexpr int32_t ScaleOf(int32_t depth) { return depth == 8 ? 255 : 32768; }
@@ -30,14 +31,15 @@ constexpr Sum Top() {
   return static_cast<Sum>(std::is_same_v<Source, Sum> ? ScaleOf(kDepth) : 65535);
 }
 
-// Multiplies samples by a gain, rounded to nearest; at 16 bits halves are rounded down, as in other
-// products.
+// Multiplies samples by a gain, rounded to nearest; at scale 32768 halves are rounded down, like in
+// the 16-bit product of VXp_PixelTraits.
 class Gain {
  public:
   Gain(int32_t gain, int32_t scale) : gain_(gain), half_((scale - 1) / 2), scale_(scale) {}
 
-  // Only the division is not exact in double. A quotient that is not an integer is at least 1 /
-  // scale below the next integer.
+  // In double, all steps except the division are exact. A quotient that is not an integer is at
+  // least 1 / scale below the next integer, so the rounding of the division does not change the
+  // truncated result.
   uint32_t operator()(uint32_t sample) const {
     const double quotient = (static_cast<int32_t>(sample) * gain_ + half_) / scale_;
     return static_cast<uint32_t>(static_cast<int32_t>(std::min(quotient, 2147483647.0)));

@@ -27,8 +27,8 @@ bool HasSamples(const VX_UnoBuffer& buffer) {
   return buffer.data != nullptr && *buffer.data != nullptr;
 }
 
-// Returns the bytes of a sample, 0 for an unknown depth. Old records have 1 for 8 bits and 0
-// for 16.
+// Returns the bytes per sample, 0 for an unknown depth. Old records have depth code 1 for 8 bits
+// and 0 for 16 bits.
 int64_t BytesOf(int32_t depth) {
   switch (depth) {
     case 1:
@@ -40,7 +40,7 @@ int64_t BytesOf(int32_t depth) {
   }
 }
 
-// Returns the bytes of all samples. Throws VX_ErrBadParameter after a report.
+// Returns the bytes of all samples together. Throws VX_ErrBadParameter after a report.
 size_t SizeOf(int32_t width, int32_t height, int32_t depth) {
   constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
   const int64_t bytes = BytesOf(depth);
@@ -89,7 +89,7 @@ VX_Err VX_NewDeepUnoBuffer(int32_t width, int32_t height, VX_UnoBuffer** out) {
 
 VX_Err VX_DisposeUnoBuffer(VX_UnoBuffer* buffer) {
   if (buffer == nullptr) return VX_Ok;
-  // A damaged record is freed too: this does not read its samples.
+  // A damaged record is reported and freed too, which does not read its samples.
   static_cast<void>(VXp_CheckUno(buffer));
   std::destroy_at(buffer);
   U_FreePtr(buffer);

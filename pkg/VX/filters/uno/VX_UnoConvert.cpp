@@ -11,7 +11,8 @@
 
 namespace {
 
-// Samples that are converted together, so that they are in the cache when they are inverted.
+// Number of samples that are converted before they are inverted, so that they are still in the
+// cache.
 constexpr int32_t kPart = 1024;
 
 void HoldBelowFull(const char* from, uint16_t* to, int32_t count) {

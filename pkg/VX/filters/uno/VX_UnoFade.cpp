@@ -4,9 +4,9 @@
 // Fading and inverting.
 //
 // The row loops compute in the narrowest type that holds their values and have no branch, so that
-// the compiler vectorizes them. If a loop of vector intrinsics is faster, it precedes the plain
-// loop. The shortest loops are unrolled: a loop of one load and one store that crosses a cache line
-// of code runs at half speed.
+// the compiler vectorizes them. If vector intrinsics are faster, a loop with them precedes the
+// plain loop. The shortest loops are unrolled, because a loop of one load and one store runs at
+// half speed if its code crosses a cache line.
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@
 
 namespace {
 
-// Converts 0..1 to the scale of the depth, rounded to nearest, halves up. NaN is 0.
+// Converts 0..1 to the scale of the depth, rounded to nearest, halves up. NaN becomes 0.
 template <class Pixel>
 VX_ChannelOf<Pixel> ScaledOpacity(double opacity) {
   const double positive = opacity > 0.0 ? opacity : 0.0;
@@ -37,8 +37,8 @@ VX_UnoFadeFunc<uint16_t> FadeRow(VXp_PixelTag<VX_Pixel16>) {
 }
 VX_UnoFadeFunc<float> FadeRow(VXp_PixelTag<VX_PixelFloat>) { return &VXp_UnoFadeRowFloat; }
 
-// Rows are adjacent in memory, so short rows are processed together: as many as fit in the cache,
-// for the second of two passes.
+// Adjacent rows are contiguous in memory, so several short rows are processed as one run. A run is
+// limited so that it is still in the cache for the second of two passes.
 constexpr int32_t kRunBytes = 1 << 14;
 
 VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
@@ -67,10 +67,11 @@ VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
 }
 
 #ifdef __SSE2__
-// Bytes at even and at odd indices are processed separately. Each byte times 256 is multiplied by
-// the opacity as a fraction of 65536, which gives the product in units of 1/256; 128 units are
-// added to round. The factor is wrong by at most half a unit, so the product by less than 1/2 unit.
-// This is less than 1/510, the smallest distance of v a / 255 from a half.
+// Returns v a / 255 rounded to nearest, for 16 bytes and an opacity a given as `factor`, a fraction
+// of 65536. Bytes at even and at odd indices are processed separately. A byte times 256 is
+// multiplied by the factor, which gives the product in units of 1/256; 128 units are added to
+// round. The factor has an error of at most half a unit, so the product of less than 1/2 unit,
+// 1/512. This is less than 1/510, the smallest distance between v a / 255 and a half.
 __m128i FadedBytes(__m128i v, __m128i factor) {
   const __m128i half = _mm_set1_epi16(128), odd_places = _mm_set1_epi16(-256);
   const __m128i odd = _mm_mulhi_epu16(_mm_and_si128(v, odd_places), factor);
@@ -114,8 +115,8 @@ VX_Err VXp_UnoFadeRow8(int32_t count, uint8_t opacity, uint8_t* row) {
   return VX_Ok;
 }
 
-// Computes (v a + 16383) >> 15 as (2 v a + 32766) >> 16 from the two halves of the product 2 v a.
-// The sum has a carry if low / 2 + 16383 is at least 32768.
+// Computes (v a + 16383) >> 15 as (2 v a + 32766) >> 16, from the high and the low half of 2 v a.
+// The sum of the low half and 32766 has a carry if low / 2 + 16383 is at least 32768.
 VX_Err VXp_UnoFadeRow16(int32_t count, uint16_t opacity, uint16_t* row) {
   constexpr uint16_t kFull = 32768;
   if (opacity >= kFull) return VX_Ok;  // twice the opacity would not fit 16 bits

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Calls `fill(first, bytes)` for each row of the area. Adjacent rows are filled with one call.
+// Calls `fill(first, bytes)` for each row of the area, or once for rows that are contiguous.
 template <class Sample, class Fill>
 void ForRuns(const VX_UnoBuffer& buffer, const M_LRect& area, const Fill& fill) {
   if (area.right <= area.left || area.bottom <= area.top) return;

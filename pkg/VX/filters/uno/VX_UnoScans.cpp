@@ -18,7 +18,7 @@ VX_Err Refuse(const char* text, int32_t line = __builtin_LINE()) {
 
 using Planner = decltype(&VXp_PlanBoxScan);
 
-// If there is nothing to do, the line and the scratch are not read and may be null.
+// Scans a line with a plan. If the plan does nothing, `scratch` and `line` may be null.
 template <class Sample>
 VX_Err Scan(Planner planner, int32_t kind, int32_t length, int32_t start, int32_t end,
             VX_Fixed radius, Sample* scratch, Sample* line) {

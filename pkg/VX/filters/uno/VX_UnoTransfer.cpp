@@ -61,7 +61,7 @@ class Transfer {
     }
     const int32_t left = area_.dest_x, right = left + area_.width;
     if (Clears()) Clear(y, 0, left);
-    // If the source ends at the end of the row, nothing remains to clear in either mode.
+    // If the source ends where the row ends, there is nothing to clear in either mode.
     if (mode_ == VX_UnoTransfer_ClearAround || (Clears() && right < dst_.width)) {
       Clear(y, right, dst_.width);
     }
@@ -80,8 +80,9 @@ class Transfer {
 };
 
 #ifdef __SSE2__
-// Computes (|s - d| mask + 16383) >> 15 from the two halves of the product: the upper half times 2,
-// plus two bits of the lower half plus 16383. If s is not above d, the step is negated.
+// Returns d + (s - d) mask for 16-bit words. Computes (|s - d| mask + 16383) >> 15 from the two
+// halves of the product: twice the upper half, plus (lower half + 16383) >> 15. The step is negated
+// if s < d.
 __m128i MixedWords(__m128i s, __m128i mask, __m128i d) {
   const __m128i up = _mm_subs_epu16(s, d);
   const __m128i distance = _mm_or_si128(up, _mm_subs_epu16(d, s));
@@ -115,9 +116,10 @@ VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
 
 // --- rows ----------------------------------------------------------------------------------------
 
-// m (s - d) / 255 is never a half, because 255 is odd, so rounding is the same for both signs. The
-// result is (255 d + m (s - d)) / 255 rounded: the numerator is not negative and fits 16 bits with
-// 128 added. Multiplying by 257 and shifting right by 16 divides by 255.
+// Computes d + m (s - d) / 255, rounded to nearest. m (s - d) / 255 is never a half, because 255 is
+// odd, so both signs round in the same way. The sum is computed as (255 d + m (s - d) + 128) / 255
+// without a division: the numerator is not negative and fits 16 bits, and multiplying it by 257 and
+// shifting right by 16 divides by 255.
 VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mask, uint8_t* dst) {
   if (count <= 0) return VX_Ok;
   if (mask == nullptr) {

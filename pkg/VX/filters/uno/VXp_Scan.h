@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Scans: box and Gaussian blurs over lines of samples. A plan contains the window and the
-// positions; it is made before any sample is read. The kernel is for Gaussian scans only.
+// Scans: box and Gaussian blurs over lines of samples. A plan contains the window and the positions
+// that are read and written. It is computed before any sample is read. Only Gaussian scans have a
+// kernel.
 
 #include <cstddef>
 #include <cstdint>
@@ -23,22 +24,24 @@ struct VXp_ScanPlan {
   VXp_ScanKind kind = VXp_ScanKind::kNone;
   VX_Fixed radius = 0;
   int32_t passes = 1;
-  // Whole samples of the window on each side of its centre. Soft boxes have one more on each side,
-  // of weight `outer`, where a whole sample has the weight kVXp_ScanUnit.
+  // Number of whole samples of the window on each side of its centre. Soft boxes have one more on
+  // each side, of weight `outer`; a whole sample then has the weight kVXp_ScanUnit.
   int64_t half = 0;
   int32_t outer = 0;
   int64_t first = 0, last = 0;  // positions first..last - 1 are written
   int64_t from = 0, to = 0;     // positions from..to - 1 are read
-  // Whether the sample at an end of from..to is repeated outside; otherwise samples outside are 0.
-  // Soft boxes fade at the start of the line and at the ends of the scanned part, but not at the
-  // end of the line; existing projects depend on this. Other windows read the neighbours of the
-  // part and repeat both end samples of the line. Feathering repeats both ends with all windows.
+  // Whether the sample at the start or the end of from..to is repeated outside of this range; if
+  // not, samples outside are 0. Soft boxes fade at the start of the line and at the ends of the
+  // scanned part, but not at the end of the line; existing projects depend on this. Other windows
+  // also read the neighbours of the part, and repeat both end samples of the line. Feathering
+  // repeats both ends for all windows.
   bool holds_before = false, holds_after = false;
 };
 
 inline constexpr int32_t kVXp_ScanUnit = 255;
 
-// The part start..end - 1 must be inside the line.
+// Returns the plan of a box scan or of a Gaussian scan. The part start..end - 1 must be inside the
+// line.
 VXp_ScanPlan VXp_PlanBoxScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                              VX_Fixed radius);
 VXp_ScanPlan VXp_PlanGaussianScan(int32_t kind, int32_t length, int32_t start, int32_t end,
@@ -59,32 +62,33 @@ struct VXp_ScanKernel {
   const int16_t* Weights() const { return static_cast<const int16_t*>(*memory); }
 };
 
-// Replaces the kernel by that of a radius above 0. On failure the kernel is empty. Returns
-// VX_ErrOutOfMemory, or the error of the kernel routine.
+// Replaces the kernel by the kernel of `radius`, which is above 0. On failure the kernel is empty.
+// Returns VX_ErrOutOfMemory, or the error of the kernel routine.
 VX_Err VXp_MakeScanKernel(VX_Fixed radius, VXp_ScanKernel* kernel);
 void VXp_FreeScanKernel(VXp_ScanKernel* kernel);
 
-// The kernel of the process, for the last radius. Not locked: a call with another radius frees the
-// kernel that other threads may be reading. Returns the errors of VXp_MakeScanKernel.
+// Returns the cached kernel of the process, which is that of the last radius. Not locked: a call
+// with another radius frees the kernel, which other threads may be reading. Returns the errors of
+// VXp_MakeScanKernel.
 VX_Err VXp_CachedScanKernel(VX_Fixed radius, const VXp_ScanKernel** out);
 
-// --- running -------------------------------------------------------------------------------------
+// --- execution -----------------------------------------------------------------------------------
 
-// Lines that are processed together, at most: one or two cache lines of a row.
+// Maximum number of lines that are processed together: one or two cache lines of a row.
 template <class Sample>
 inline constexpr int32_t kVXp_ScanLines = sizeof(Sample) == 1 ? 64 : 32;
 
-// `lines` adjacent lines. Rows of buffers may start at any byte.
+// The samples of `lines` adjacent lines. Rows of buffers may start at any byte.
 struct VXp_ScanLines {
   char* data;        // position 0 of the first line
   ptrdiff_t stride;  // bytes from position to position
   int32_t lines;
 };
 
-// Scans the lines in place. `kernel` may be null unless the plan is Gaussian. `scratch` holds the
-// positions that are read, the values of all lines at one position together; Gaussian windows also
-// need plan.half positions on both sides. Plans of several passes are faster with a second scratch
-// of the same size; it may be null.
+// Scans the lines in place. `kernel` is read for Gaussian plans only, else it may be null.
+// `scratch` has room for the positions that are read, with the values of all lines at one position
+// adjacent; Gaussian windows also need plan.half positions on both sides. A second scratch of the
+// same size makes plans of several passes faster; it may be null.
 template <class Sample>
 void VXp_RunScan(const VXp_ScanPlan& plan, const VXp_ScanKernel* kernel, const VXp_ScanLines& lines,
                  Sample* scratch, Sample* second);

@@ -13,8 +13,8 @@
 
 namespace {
 
-// The number of positions of a single line that are computed at once. Not less than the number of
-// lines that are scanned together.
+// The number of positions of a single line that are computed at once. At least the number of lines
+// that are scanned together, because both use the same buffers.
 constexpr int32_t kBlock = 64;
 
 template <class Sample>
@@ -27,10 +27,11 @@ const Sample* Samples(const char* at) {
 
 // --- boxes ---------------------------------------------------------------------------------------
 
-// The quotient (S unit + O outer + bias) / divisor. At integer depths the quotient is truncated.
-// 1/2 is added to the integer numerator, so that an integer quotient is not truncated to the number
-// below; any other quotient is at least 1 / divisor below the next integer. The terms are below
-// 2^40 / divisor, so rounding errors are much smaller. Float has no bias.
+// The quotient (S unit + O outer + bias) / divisor, truncated at integer depths. For integers the
+// bias is 128 for soft boxes and 0 for plain ones, plus 1/2. The 1/2 ensures that rounding errors
+// do not make an integer quotient smaller; any other quotient is at least 1 / divisor below the
+// next integer. The terms are below 2^40 / divisor, so rounding errors are much smaller than 1/2 /
+// divisor. Float has no bias.
 template <class Sample>
 struct BoxQuotient {
   BoxQuotient(int32_t scale, int32_t outer, int64_t total)
@@ -47,7 +48,8 @@ struct BoxQuotient {
     }
   }
 
-  // Only signed integers are converted to double by one instruction.
+  // Subtracted from the sums and added again in `bias`, because only signed integers are converted
+  // to double by one instruction.
   static constexpr double kOffset = 2147483648.0;
   double unit, weight, bias;
 };
@@ -68,8 +70,8 @@ struct BoxQuotient<float> {
   double unit, weight, divisor;
 };
 
-// One box pass. Reads the positions from..to - 1 from scratch, where the values of all lines at one
-// position are adjacent.
+// One box pass. Reads the positions from..to - 1 of the plan from scratch, where the values of all
+// lines at one position are adjacent.
 template <class Sample>
 class BoxScan {
  public:
@@ -105,7 +107,8 @@ class BoxScan {
  private:
   using Sum = typename VXp_SampleSum<Sample>::Sum;
 
-  // A part outside of a single line is read as a block of equal samples.
+  // Stores the values that are repeated outside of the lines. For a single line, a block of
+  // positions is filled with the same value.
   static void Hold(const Sample* row, int32_t lines, Sample* block) {
     if (lines > 1) {
       std::copy_n(row, lines, block);
@@ -155,7 +158,7 @@ class BoxScan {
     }
   }
 
-  // kLines 0: any number of lines.
+  // kLines is the number of lines, or 0 for any number.
   template <int32_t kLines>
   void Across() const {
     const int32_t lines = kLines != 0 ? kLines : pass_.lines;
@@ -186,16 +189,16 @@ class BoxScan {
 
 // --- Gaussian ------------------------------------------------------------------------------------
 
-// Normalised weights are at most 765, because for a radius close to 0 the centre has the weight of
-// all three positions. 32 bits hold the products of 32 distances of words, 65 * 765 * 32768 < 2^31,
-// and of 4096 distances of bytes.
+// Normalised weights are at most 765: for a radius close to 0 the centre has the weight of all
+// three positions. With these, the products of 32 distances of 16-bit samples (65 * 765 * 32768 <
+// 2^31) and of 4096 distances of bytes fit 32 bits.
 template <class Sample>
 VXp_Taps TapsOf(const VXp_ScanKernel& kernel) {
   return {kernel.Weights(), kernel.reach, kernel.sum, sizeof(Sample) == 1 ? 4096 : 32, nullptr};
 }
 
-// Computes the means of `count` adjacent windows. If count is at least a block, the last block
-// overlaps the one before.
+// Computes the means of `count` adjacent windows in blocks. If the last block is not full, it
+// begins earlier and overlaps the one before, because full blocks are faster.
 template <class Sample, class Write>
 void GaussianMeans(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int64_t count,
                    const Write& write) {
@@ -218,13 +221,14 @@ void GaussianMeans(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int64_
   }
 }
 
-// `in` begins with the position plan.first - half and ends with plan.last - 1 + half.
+// `in` contains the positions plan.first - half to plan.last - 1 + half.
 template <class Sample>
 void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* in, int32_t lines,
                   char* out, ptrdiff_t stride) {
   const Sample* const first = in + plan.half * lines;
   const int64_t places = plan.last - plan.first;
-  // Adjacent values are those of one line, or those of all lines at one position.
+  // Values that are adjacent in `out`: those of a single line, or those of all lines at one
+  // position.
   const bool along = lines == 1 && stride == kBytes<Sample>;
   const int64_t runs = along ? 1 : places, length = along ? places : lines;
   for (int64_t run = 0; run < runs; ++run) {
@@ -254,7 +258,8 @@ void CopyPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* sc
   }
 }
 
-// Copies the positions that a Gaussian reads, with the ends of the line repeated outside.
+// Copies the positions that a Gaussian window reads; outside of the line its end values are
+// repeated.
 template <class Sample>
 void CopyHeldPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
   const int32_t n = lines.lines;

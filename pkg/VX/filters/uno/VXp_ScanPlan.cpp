@@ -15,8 +15,8 @@
 
 namespace {
 
-// The part that is written is larger than start..end by `half` on both sides; the part that is read
-// is larger by `half` again.
+// Returns a plan that writes `half` positions more than start..end on both sides, and reads `half`
+// positions more again.
 VXp_ScanPlan PlanOfNeighbours(VXp_ScanKind kind, int64_t half, int32_t length, int32_t start,
                               int32_t end, VX_Fixed radius) {
   VXp_ScanPlan plan;
@@ -74,7 +74,7 @@ constexpr int32_t kWeightArray = 14;  // entry of the string table
 
 VXp_ScanKernel cached_kernel;
 
-// Calls the kernel routine through its slot, as plug-ins do. It returns the weights of both sides.
+// Stores the weights of both sides. Calls the kernel routine through its slot, like plug-ins.
 VX_Err FillKernel(VX_Fixed radius, int32_t* diameter, int32_t* weights) {
   void* address = nullptr;
   const VX_Err error = VX_GetCallbackAddr(nullptr, VX_Quality_High, VX_ModeFlag_Straight,
@@ -102,8 +102,8 @@ VX_Err VXp_MakeScanKernel(VX_Fixed radius, VXp_ScanKernel* kernel) {
     return error;
   }
   *kernel = {memory, radius, diameter / 2, std::accumulate(all, all + diameter, int64_t{0})};
-  // Stores one side as words in the same memory. A word is written before the weights that are read
-  // later.
+  // Stores one side as 16-bit words in the same memory. This is safe, because word i is stored at
+  // or before the weights that are read later.
   for (int32_t i = 0; i <= kernel->reach; ++i) {
     VXp_Store(static_cast<int16_t*>(*memory) + i, static_cast<int16_t>(all[kernel->reach + i]));
   }

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Shared by all operations on one-channel buffers: the check of a buffer, addresses, areas, the
-// iteration over rows, and the row routines.
+// Functions that all operations on one-channel buffers use: the check of a buffer, addresses,
+// areas, the iteration over rows, and the row routines.
 //
-// The sample type of a depth is the channel type of its pixel, so VXp_WithPixel is the dispatch:
+// A sample has the type of a channel of the pixels of its depth, so VXp_WithPixel selects it:
 //
 //   VX_Err error = VXp_CheckUno(buffer);
 //   if (error != VX_Ok) return error;
@@ -36,23 +36,22 @@ inline constexpr int32_t kVXp_MaskMemoryText = 11;
 // null or missing samples, VX_Ok for a wrong magic alone.
 VX_Err VXp_CheckUno(const VX_UnoBuffer* buffer, int32_t line = __builtin_LINE());
 
-// Does the same as VXp_CheckUno, and returns VX_ErrBadParameter after a report if the depth is not
-// `depth`.
+// Like VXp_CheckUno. Also returns VX_ErrBadParameter, after a report, if the depth is not `depth`.
 VX_Err VXp_CheckUnoOfDepth(const VX_UnoBuffer* buffer, int32_t depth,
                            int32_t line = __builtin_LINE());
 
-// --- positions
-// --------------------------------------------------------------------------------------
+// --- positions -----------------------------------------------------------------------------------
 
-// Returns the address of sample (x, y). The buffer of a caller may start at any byte, so samples
-// are read and written with VXp_Load and VXp_Store.
+// Returns the address of sample (x, y). Buffers in a caller's memory may start at any byte, so use
+// VXp_Load and VXp_Store to read and write samples.
 template <class Sample>
 char* VXp_UnoAddress(const VX_UnoBuffer& buffer, int32_t x, int32_t y) {
   const ptrdiff_t index = ptrdiff_t{y} * buffer.width + x;
   return static_cast<char*>(*buffer.data) + index * static_cast<ptrdiff_t>(sizeof(Sample));
 }
 
-// Returns the address as a sample pointer for row routines, which use VXp_Load and VXp_Store too.
+// Like VXp_UnoAddress, as a pointer to samples for row routines, which also use VXp_Load and
+// VXp_Store.
 template <class Sample>
 Sample* VXp_UnoRow(const VX_UnoBuffer& buffer, int32_t x, int32_t y) {
   return reinterpret_cast<Sample*>(VXp_UnoAddress<Sample>(buffer, x, y));
@@ -62,8 +61,8 @@ inline M_LRect VXp_UnoWhole(const VX_UnoBuffer& buffer) {
   return {0, 0, std::max(buffer.width, 0), std::max(buffer.height, 0)};
 }
 
-// Returns the intersection of two rectangles. If it is empty, right may be below left, or bottom
-// below top.
+// Returns the intersection of two rectangles. If it is empty, right may be less than left, or
+// bottom less than top.
 inline M_LRect VXp_Section(const M_LRect& a, const M_LRect& b) {
   return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
           std::min(a.bottom, b.bottom)};
@@ -75,10 +74,10 @@ inline M_LRect VXp_UnoArea(const M_Rect* rect, const VX_UnoBuffer& buffer) {
   return rect == nullptr ? whole : VXp_Section(VXp_LRectOf(*rect), whole);
 }
 
-// The area of a copy: `rect` of the source (null: the whole source), with its top left corner at
-// `point` of the destination (null: at the corner of the rectangle), clipped to the source, to
-// `bounds` in coordinates of the source, and to the destination. Clipping does not move samples,
-// because the offset is that of the unclipped rectangle.
+// Returns the area of a copy: `rect` of the source (null: the whole source), with its top left
+// corner at `point` of the destination (null: the corner of `rect`). The area is clipped to the
+// source, to `bounds` in coordinates of the source, and to the destination. Clipping does not shift
+// the samples.
 inline VXp_CopyArea VXp_PlaceUno(const VX_UnoBuffer& src, const M_LRect& bounds, const M_Rect* rect,
                                  const M_Point* point, const VX_UnoBuffer& dst) {
   const M_LRect area = VXp_Section(VXp_UnoArea(rect, src), bounds);
@@ -97,7 +96,7 @@ inline VXp_CopyArea VXp_PlaceUno(const VX_UnoBuffer& src, const M_LRect& bounds,
 
 // --- rows ----------------------------------------------------------------------------------------
 
-// VXp_ForLines for rows, which are not grouped: calls `work(thread, i)` for i from 0 to count - 1.
+// Processes single rows with VXp_ForLines: calls `work(thread, i)` for i from 0 to count - 1.
 template <class Work>
 VX_Err VXp_ForUnoRows(VX_IterateGenericFunc iterate, const VX_ProgressInfo* progress, int32_t count,
                       const Work& work) {
@@ -106,30 +105,29 @@ VX_Err VXp_ForUnoRows(VX_IterateGenericFunc iterate, const VX_ProgressInfo* prog
       [&](int32_t thread, int32_t i, int32_t) -> VX_Err { return work(thread, i); });
 }
 
-// Uses the iterator of the slot.
+// Like VXp_ForUnoRows above, with the iterator of the override table.
 template <class Work>
 VX_Err VXp_ForUnoRows(const VX_ProgressInfo* progress, int32_t count, const Work& work) {
   return VXp_ForUnoRows(VXp_G_OverFuncs.VX_IterateGeneric_Static, progress, count, work);
 }
 
-// --- row routines
-// ---------------------------------------------------------------------------------
+// --- row routines --------------------------------------------------------------------------------
 
-// The routines of the function table. A count below 1 does nothing. Rows may start at any byte.
-// They return VX_Ok unless noted.
+// The built-in routines of the override table. A count below 1 does nothing. Rows may start at any
+// byte. They return VX_Ok unless noted.
 
-// Multiplies v by `opacity`, which is 0..full scale of the depth.
+// Multiplies each sample by `opacity`, which is 0..full scale of the depth.
 VX_Err VXp_UnoFadeRow8(int32_t count, uint8_t opacity, uint8_t* row);
 VX_Err VXp_UnoFadeRow16(int32_t count, uint16_t opacity, uint16_t* row);
 VX_Err VXp_UnoFadeRowFloat(int32_t count, float opacity, float* row);
 
-// Replaces v by full scale minus v; a 16-bit sample above full scale becomes 0.
+// Replaces each sample v by full scale - v; a 16-bit sample above full scale becomes 0.
 void VXp_UnoInvertRow(int32_t count, uint8_t* row);
 void VXp_UnoInvertRow(int32_t count, uint16_t* row);
 void VXp_UnoInvertRow(int32_t count, float* row);
 
-// Replaces d by d + m (s - d). A null mask is full scale everywhere. Source and destination may be
-// the same row.
+// Replaces d by d + m (s - d). A null mask means m = full scale. Source and destination may be the
+// same row.
 VX_Err VXp_UnoTransferRow8(int32_t count, const uint8_t* src, const uint8_t* mask, uint8_t* dst);
 VX_Err VXp_UnoTransferRow16(int32_t count, const uint16_t* src, const uint16_t* mask,
                             uint16_t* dst);

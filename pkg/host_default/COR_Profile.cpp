@@ -43,8 +43,8 @@ size_t CheckedSize(const uint8_t* bytes, size_t size) {
 // Returns whether the tag table contains `tag`, whatever its offset is.
 bool NamesTag(const std::vector<uint8_t>& bytes, cmsTagSignature tag) {
   constexpr size_t kEntryBytes = 12;
-  const size_t room = (bytes.size() - kHeaderBytes - 4) / kEntryBytes;
-  const size_t count = std::min<size_t>(WordAt(bytes.data(), kHeaderBytes), room);
+  const size_t capacity = (bytes.size() - kHeaderBytes - 4) / kEntryBytes;
+  const size_t count = std::min<size_t>(WordAt(bytes.data(), kHeaderBytes), capacity);
   for (size_t i = 0; i < count; ++i) {
     if (WordAt(bytes.data(), kHeaderBytes + 4 + i * kEntryBytes) == tag) return true;
   }

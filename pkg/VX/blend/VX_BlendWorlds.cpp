@@ -17,10 +17,10 @@ namespace {
 // Converts a ratio of 0..65536 to the scale of the depth, rounded to nearest.
 template <class T>
 typename T::Work WeightOf(VX_Fixed ratio) {
-  const VX_Fixed held = std::clamp(ratio, 0, 65536);
-  if constexpr (T::kDepth == 8) return (held * 255 + 32768) >> 16;
-  if constexpr (T::kDepth == 16) return (held + 1) >> 1;
-  return static_cast<typename T::Work>(held) / 65536;
+  const VX_Fixed clamped = std::clamp(ratio, 0, 65536);
+  if constexpr (T::kDepth == 8) return (clamped * 255 + 32768) >> 16;
+  if constexpr (T::kDepth == 16) return (clamped + 1) >> 1;
+  return static_cast<typename T::Work>(clamped) / 65536;
 }
 
 // Weights colours by alpha. If both weights are 0, copies the pixel of `a`.

@@ -13,8 +13,8 @@
 VX_Err VXp_CompositeRect_Straight(VX_ProgressInfo* progress, const M_Rect* src_rect,
                                   int32_t opacity, const VX_LayerDef* src, int32_t x, int32_t y,
                                   int32_t field, int32_t mode, VX_LayerDef* dst) {
-  const float held = static_cast<float>(std::clamp(opacity, 0, 255)) / 255.0f;
-  const VX_CompositeModePlus record(mode, held, nullptr, false, 0);
+  const float clamped = static_cast<float>(std::clamp(opacity, 0, 255)) / 255.0f;
+  const VX_CompositeModePlus record(mode, clamped, nullptr, false, 0);
   return VXp_G_OverFuncs.VX_TransferRect_S(progress, 0, 0, field, src_rect, src, &record, nullptr,
                                            nullptr, x, y, dst);
 }

@@ -79,7 +79,7 @@ inline VXp_IntLanes VXp_OddHalves(VXp_HalfLanes v) {
 }
 
 // Returns min(v, 32768) in each lane.
-inline VXp_HalfLanes VXp_HeldToWhite(VXp_HalfLanes v) {
+inline VXp_HalfLanes VXp_ClampedToWhite(VXp_HalfLanes v) {
 #ifdef __SSE2__
   return v - reinterpret_cast<VXp_HalfLanes>(
                  _mm_subs_epu16(reinterpret_cast<__m128i>(v), _mm_set1_epi16(-32768)));
@@ -91,7 +91,7 @@ inline VXp_HalfLanes VXp_HeldToWhite(VXp_HalfLanes v) {
 // Converts linear values to stored ones, both at 16 bits. The last interval of the table includes
 // white, so that every value has an entry after its own.
 inline VXp_HalfLanes VXp_DelinearizeHalves(const VX_LinearBlendingTables& tables, VXp_HalfLanes x) {
-  x = VXp_HeldToWhite(x);
+  x = VXp_ClampedToWhite(x);
   const VXp_HalfLanes i = (x >> 3) - (x >> 15);
   const VXp_HalfLanes high = x - (i << 3);
   const VXp_HalfLanes low = 8 - high;
@@ -131,9 +131,9 @@ inline VXp_HalfLanes VXp_HalvesToBytes(VXp_HalfLanes v) {
 // --- four values in lanes ------------------------------------------------------------------------
 
 inline VXp_IntLanes VXp_DelinearizeFour(const VX_LinearBlendingTables& tables, VXp_IntLanes x) {
-  const VXp_IntLanes held = VXp_EvenHalves(VXp_HeldToWhite(VXp_Paired(x, VXp_IntLanes{})));
-  const VXp_IntLanes i = (held >> 3) - (held >> 15);
-  const VXp_IntLanes f = held - (i << 3);
+  const VXp_IntLanes clamped = VXp_EvenHalves(VXp_ClampedToWhite(VXp_Paired(x, VXp_IntLanes{})));
+  const VXp_IntLanes i = (clamped >> 3) - (clamped >> 15);
+  const VXp_IntLanes f = clamped - (i << 3);
   constexpr size_t kOffset = offsetof(VX_LinearBlendingTables, delinearize);
   const auto pair = [&](int32_t k) {
     return VXp_EntryPair(tables, kOffset, static_cast<uint32_t>(i[k]));
@@ -145,8 +145,8 @@ inline VXp_IntLanes VXp_DelinearizeFour(const VX_LinearBlendingTables& tables, V
 // Converts stored values to linear ones. The weight of the lower entry, 32768 - f, may not fit
 // signed 16 bits. Therefore the entry is weighted with 32767 - f and added once more.
 inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp_IntLanes c) {
-  const VXp_IntLanes held = VXp_EvenHalves(VXp_HeldToWhite(VXp_Paired(c, VXp_IntLanes{})));
-  const VXp_IntLanes p = (held << 8) - held;
+  const VXp_IntLanes clamped = VXp_EvenHalves(VXp_ClampedToWhite(VXp_Paired(c, VXp_IntLanes{})));
+  const VXp_IntLanes p = (clamped << 8) - clamped;
   const VXp_IntLanes j = p >> 15;
   const VXp_IntLanes f = p & 32767;
   constexpr size_t kOffset = offsetof(VX_LinearBlendingTables, linearize);

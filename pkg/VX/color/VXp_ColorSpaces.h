@@ -43,11 +43,11 @@ struct VXp_Rgb {
   template <class Pixel>
   static VXp_Rgb Of(const Pixel& p) {
     using Channel = VX_ChannelOf<Pixel>;
-    const auto held = [](Channel c) -> double {
+    const auto clamped = [](Channel c) -> double {
       if constexpr (kVXp_IsFloat<Pixel>) return c;
       return std::min<int32_t>(c, VXp_PixelTraits<Pixel>::kFull);
     };
-    return {held(p.red), held(p.green), held(p.blue)};
+    return {clamped(p.red), clamped(p.green), clamped(p.blue)};
   }
 
   // Stores r, g, b of 0..1. Alpha is unchanged.
@@ -84,8 +84,8 @@ class VXp_HlsOf {
   }
   double Lightness(double scale) const { return scale * Sum() / (2.0 * kFull); }
   double Saturation(double scale) const {
-    const double room = Sum() <= kFull ? Sum() : 2.0 * kFull - Sum();
-    return Range() == 0.0 || room == 0.0 ? 0.0 : scale * Range() / room;
+    const double divisor = Sum() <= kFull ? Sum() : 2.0 * kFull - Sum();
+    return Range() == 0.0 || divisor == 0.0 ? 0.0 : scale * Range() / divisor;
   }
 
  private:

@@ -108,8 +108,8 @@ class BoxBlur {
     const auto next_row = [&] { return scratch.Row(thread, row = 1 - row); };
     const ptrdiff_t stride = lines * kSize;
     const bool holds = (state_.flags & VX_Blur_HoldLevel) != 0;
-    const VXp_BoxBeyond beyond = {holds ? VXp_BoxEdge::kNothing : VXp_BoxEdge::kZero, nullptr};
-    VXp_BoxPass pass{window_, beyond, beyond, lines, {}, {}, state_.flags, true};
+    const VXp_BoxOutside outside = {holds ? VXp_BoxEdge::kNothing : VXp_BoxEdge::kZero, nullptr};
+    VXp_BoxPass pass{window_, outside, outside, lines, {}, {}, state_.flags, true};
     if (copies_) {
       const Extent extent = extents_.Of(0);
       char* const copy = next_row();

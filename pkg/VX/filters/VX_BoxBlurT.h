@@ -63,7 +63,7 @@ class VXp_BoxPrefetch {
         leaving_(pass.window.reach > kNearRows ? Far(span.leaving.stride) : 0),
         out_(Far(pass.out.stride)) {}
 
-  [[gnu::always_inline]] void operator()(const VXp_BoxPlace& at) const {
+  [[gnu::always_inline]] void operator()(const VXp_BoxPosition& at) const {
     if (entering_ != 0) VXp_Prefetch(at.entering, entering_, bytes_);
     if (leaving_ != 0) VXp_Prefetch(at.leaving, leaving_, bytes_);
     if (out_ != 0) VXp_Prefetch(at.out, out_, bytes_);
@@ -145,7 +145,7 @@ class VXp_BoxRun {
     const bool blurs_alpha = kAll || (pass_.flags & VX_Blur_Alpha) != 0;
     VXp_IntLanes divisor = VXp_Splat<VXp_IntLanes>(span.divisor);
     const VXp_BoxPrefetch prefetch(pass_, span, sizeof(Pixel));
-    VXp_ForBoxPlaces(span, pass_.out.stride, [&](const VXp_BoxPlace& at) {
+    VXp_ForBoxPositions(span, pass_.out.stride, [&](const VXp_BoxPosition& at) {
       if constexpr (kLines == 0) prefetch(at);
       const VXp_FloatLanes single_divisor = VXp_AsFloat(divisor);
       for (int32_t l = 0; l < lines; ++l) {

@@ -38,7 +38,7 @@ struct Window {
   int64_t Taps() const {
     return std::min(x_radius, y_radius) < 0 ? 0 : Width() * (2 * int64_t{y_radius} + 1);
   }
-  int64_t Place(int64_t dx, int64_t dy) const { return (dy + y_radius) * Width() + dx + x_radius; }
+  int64_t Index(int64_t dx, int64_t dy) const { return (dy + y_radius) * Width() + dx + x_radius; }
 
   int32_t x_radius, y_radius;
 };
@@ -63,23 +63,23 @@ int32_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
 }
 
 // Computes the sums for up to kPixels neighbouring pixels of a destination row.
-template <class Way>
+template <class TapSums>
 class Strip {
  public:
-  using Pixel = typename Way::Pixel;
+  using Pixel = typename TapSums::Pixel;
   static constexpr int32_t kPixels = 256;
 
   Strip(const VX_LayerDef& src, const Window& window, const VXp_FourKernels& kernels)
       : src_(src), window_(window), kernels_(kernels) {}
 
   // Returns the sums of the pixels (x, y) to (x + count - 1, y).
-  const typename Way::Sum* Sums(int32_t x, int32_t y, int32_t count) {
+  const typename TapSums::Sum* Sums(int32_t x, int32_t y, int32_t count) {
     blocks_ = (count + kBlock - 1) / kBlock;
-    bias_ = typename Way::Sum{};
-    std::fill_n(sums_, blocks_ * kBlock, typename Way::Sum{});
+    bias_ = typename TapSums::Sum{};
+    std::fill_n(sums_, blocks_ * kBlock, typename TapSums::Sum{});
     const Reach down(window_.y_radius, y, y, src_.height);
     const Reach across(window_.x_radius, x, x + count - 1, src_.width);
-    for (int32_t dy = down.low; dy <= down.high; dy += Way::kRows) {
+    for (int32_t dy = down.low; dy <= down.high; dy += TapSums::kRows) {
       const bool pair = dy < down.high;
       for (int32_t dx = across.low; dx <= across.high; dx += kTaps) {
         const int32_t taps = std::min(kTaps, across.high - dx + 1);
@@ -98,9 +98,9 @@ class Strip {
 
   void TakeWeights(int32_t dx, int32_t dy, bool pair, int32_t taps) {
     for (int32_t i = 0; i < taps; ++i) {
-      const int64_t below = pair ? window_.Place(dx + i, dy + 1) : kVXp_NoTap;
-      weights_[i] = Way::WeightsAt(kernels_, window_.Place(dx + i, dy), below);
-      Way::AddBias(bias_, weights_[i]);
+      const int64_t below = pair ? window_.Index(dx + i, dy + 1) : kVXp_NoTap;
+      weights_[i] = TapSums::WeightsAt(kernels_, window_.Index(dx + i, dy), below);
+      TapSums::AddBias(bias_, weights_[i]);
     }
   }
 
@@ -110,27 +110,27 @@ class Strip {
     const int32_t count = blocks_ * kBlock + taps - 1;
     const int32_t before = std::clamp(-x, 0, count);
     const int32_t end = std::clamp(src_.width - x, before, count);
-    std::fill(entries_, entries_ + before, Way::Outside());
+    std::fill(entries_, entries_ + before, TapSums::Outside());
     if (end > before) {
       const char* pixel = VXp_PixelAddress<Pixel>(src_, x + before, y);
       const char* below = pair ? pixel + src_.rowbytes : pixel;
       for (int32_t i = before; i < end; ++i) {
-        entries_[i] = Way::Take(pixel, below);
+        entries_[i] = TapSums::Take(pixel, below);
         pixel += sizeof(Pixel);
         below += sizeof(Pixel);
       }
     }
-    std::fill(entries_ + end, entries_ + count, Way::Outside());
+    std::fill(entries_ + end, entries_ + count, TapSums::Outside());
   }
 
   void AddTaps(int32_t taps) {
     for (int32_t b = 0; b < blocks_; ++b) {
-      typename Way::Sum block[kBlock];
+      typename TapSums::Sum block[kBlock];
       std::memcpy(block, sums_ + b * kBlock, sizeof block);
-      const typename Way::Entry* entry = entries_ + b * kBlock;
+      const typename TapSums::Entry* entry = entries_ + b * kBlock;
       for (int32_t t = 0; t < taps; ++t, ++entry) {
         for (int32_t i = 0; i < kBlock; ++i) {
-          block[i] = Way::Add(block[i], entry[i], weights_[t]);
+          block[i] = TapSums::Add(block[i], entry[i], weights_[t]);
         }
       }
       std::memcpy(sums_ + b * kBlock, block, sizeof block);
@@ -141,25 +141,25 @@ class Strip {
   const Window& window_;
   const VXp_FourKernels& kernels_;
   int32_t blocks_ = 0;
-  typename Way::Sum bias_;
-  typename Way::Sum sums_[kPixels];
-  typename Way::Weights weights_[kTaps];
-  typename Way::Entry entries_[kPixels + kTaps];
+  typename TapSums::Sum bias_;
+  typename TapSums::Sum sums_[kPixels];
+  typename TapSums::Weights weights_[kTaps];
+  typename TapSums::Entry entries_[kPixels + kTaps];
 };
 
-template <class Way>
+template <class TapSums>
 VX_Err ConvolveRows(const VX_ProgressInfo* progress, const VX_LayerDef& src, const Window& window,
                     const VXp_FourKernels& kernels,
-                    const VXp_Quotient<typename Way::Pixel>& quotient, const VX_LayerDef& dst) {
+                    const VXp_Quotient<typename TapSums::Pixel>& quotient, const VX_LayerDef& dst) {
   constexpr int64_t kTapsBetweenPolls = 2048;
   const bool polls = progress != nullptr && progress->progress_func != nullptr;
-  Strip<Way> strip(src, window, kernels);
+  Strip<TapSums> strip(src, window, kernels);
   int64_t taps = 0;
   for (int32_t y = 0; y < dst.height; ++y) {
     for (int32_t x = 0, count = 0; x < dst.width; x += count) {
       count = std::min(strip.kPixels, dst.width - x);
       quotient.Store(strip.Sums(x, y, count), count,
-                     VXp_PixelAddress<typename Way::Pixel>(dst, x, y));
+                     VXp_PixelAddress<typename TapSums::Pixel>(dst, x, y));
     }
     taps += window.Taps() * dst.width;
     if (!polls || taps <= kTapsBetweenPolls) continue;
@@ -178,7 +178,7 @@ bool FitWords(const VX_LayerDef& src, const Window& window, const VXp_FourKernel
   for (const int32_t* weights : kernels.weights) {
     for (int32_t dy = down.low; dy <= down.high; ++dy) {
       for (int32_t dx = across.low; dx <= across.high; ++dx) {
-        const int32_t weight = weights[window.Place(dx, dy)];
+        const int32_t weight = weights[window.Index(dx, dy)];
         if (weight != static_cast<int16_t>(weight)) return false;
       }
     }

@@ -96,16 +96,17 @@ class GaussianPass {
     sees_source_ = state.offset - taps_ < state.src.length && last + taps_ >= 0;
     // force_copy requires that the whole line is copied before it is written.
     const int32_t length = state.dst.length;
-    segment_ = state.force_copy ? length
-                                : std::clamp(2 * margin_, std::min(kFewestPlaces, length), length);
-    VXp_ChooseTile(state, sizeof(Pixel), kTileBytes, Places() * kPlaceBytes);
+    segment_ = state.force_copy
+                   ? length
+                   : std::clamp(2 * margin_, std::min(kFewestPositions, length), length);
+    VXp_ChooseTile(state, sizeof(Pixel), kTileBytes, Positions() * kPositionBytes);
     if (sizeof(Pixel) == sizeof(VX_Pixel8) && !VXp_HasSSE2()) weights_.MakeProducts(taps_);
   }
 
   void Run() {
     constexpr int64_t slack = kBlock * static_cast<int64_t>(sizeof(Channel));
-    const VXp_BlurScratch scratch(1,
-                                  sees_source_ ? Places() * state_.tile * kPlaceBytes + slack : 0);
+    const VXp_BlurScratch scratch(
+        1, sees_source_ ? Positions() * state_.tile * kPositionBytes + slack : 0);
     VXp_BlurLines<Pixel>(state_, scratch,
                          [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
                            auto* const row = reinterpret_cast<Channel*>(scratch.Row(thread, 0));
@@ -125,13 +126,13 @@ class GaussianPass {
   using Channel = typename Work::Channel;
   using Raw = VXp_RawPixel<Pixel>;
   using Quotient = VXp_GaussianQuotient<Sample>;
-  static constexpr ptrdiff_t kPlaceBytes = 4 * sizeof(Channel);
+  static constexpr ptrdiff_t kPositionBytes = 4 * sizeof(Channel);
   static constexpr int32_t kBlock = kVXp_SumBlock<Channel>;
   static constexpr int32_t kTileBytes = 256;  // width of a tile: bytes of a row
-  static constexpr int32_t kFewestPlaces = 128;
+  static constexpr int32_t kFewestPositions = 128;
   static constexpr int32_t kChunk = kTileBytes;  // channels per position in the widest 8-bit tile
 
-  int64_t Places() const { return int64_t{segment_} + 2 * margin_; }
+  int64_t Positions() const { return int64_t{segment_} + 2 * margin_; }
 
   // Blurs a tile. Scratch begins `margin_` positions before the centre of the first window. After
   // each segment, the positions that the next one needs too are moved to the front.
@@ -158,14 +159,14 @@ class GaussianPass {
     const int64_t to = std::clamp<int64_t>(state_.src.length, from, end);
     std::fill(out, out + (from - start) * step, Work::kZero);
     VXp_CopyLines<Pixel>(state_, line, lines, from, to,
-                         reinterpret_cast<char*>(out + (from - start) * step), kPlaceBytes,
+                         reinterpret_cast<char*>(out + (from - start) * step), kPositionBytes,
                          [](char* at, Raw pixel) { Work::Put(at, pixel); });
     std::fill(out + (to - start) * step, out + count * step, Work::kZero);
   }
 
-  // Blurs `count` positions of the destination, starting at position `place`.
+  // Blurs `count` positions of the destination, starting at `position`.
   template <bool kStraight>
-  void Blur(const Channel* here, int64_t to, int32_t lines, int32_t place, int32_t count) const {
+  void Blur(const Channel* here, int64_t to, int32_t lines, int32_t position, int32_t count) const {
     alignas(16) double sums[kChunk + kBlock];
     const VXp_Taps taps = weights_.Taps(taps_);
     const int32_t step = 4 * lines;
@@ -175,7 +176,7 @@ class GaussianPass {
       for (int32_t j = 0; j < now * step; j += kBlock) {
         VXp_GaussianSums<Sample>(here + j, step, taps, kBlock, sums + j);
       }
-      const int32_t first = place + done;
+      const int32_t first = position + done;
       if ((state_.flags & VX_Blur_HoldLevel) == 0) {
         Write<kStraight>(here, sums, Quotient(weights_.total()), to, lines, first, now);
         continue;
@@ -187,12 +188,12 @@ class GaussianPass {
     }
   }
 
-  // Converts the sums of `count` positions, starting at position `place`, to pixels.
+  // Converts the sums of `count` positions, starting at `position`, to pixels.
   template <bool kStraight>
   void Write(const Channel* here, const double* sums, const Quotient quotient, int64_t to,
-             int32_t lines, int32_t place, int32_t count) const {
+             int32_t lines, int32_t position, int32_t count) const {
     const bool blurs_alpha = (state_.flags & VX_Blur_Alpha) != 0;
-    char* out = state_.dst.Address(to, place);
+    char* out = state_.dst.Address(to, position);
     const bool far = VXp_IsFar(state_.dst.stride);
     for (int32_t i = 0; i < count; ++i, out += state_.dst.stride) {
       char* pixel = out;

@@ -46,8 +46,8 @@ struct VXp_BlurSide {
   int32_t start;       // origin of the world along the lines
   int32_t first_line;  // origin of the world across the lines
 
-  char* Address(int64_t line, int64_t place) const {
-    return data + line * line_stride + place * stride;
+  char* Address(int64_t line, int64_t position) const {
+    return data + line * line_stride + position * stride;
   }
 };
 

@@ -193,11 +193,11 @@ template <class Pixel, class Store>
 void VXp_GatherLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from,
                      int64_t to, char* out, ptrdiff_t step, const Store& store) {
   const VXp_BlurSide& src = state.src;
-  const char* place = src.Address(line, from);
+  const char* position = src.Address(line, from);
   const bool far = VXp_IsFar(src.stride);
-  for (int64_t p = from; p < to; ++p, place += src.stride) {
-    if (far) VXp_Prefetch(place, src.stride, lines * static_cast<int32_t>(sizeof(Pixel)));
-    const char* pixel = place;
+  for (int64_t p = from; p < to; ++p, position += src.stride) {
+    if (far) VXp_Prefetch(position, src.stride, lines * static_cast<int32_t>(sizeof(Pixel)));
+    const char* pixel = position;
     for (int32_t i = 0; i < lines; ++i) {
       store(out, VXp_Load<VXp_RawPixel<Pixel>>(pixel));
       pixel += src.line_stride;

@@ -9,30 +9,30 @@ namespace {
 
 alignas(64) constexpr char kZeros[kVXp_WidestTile] = {};
 
-VXp_BoxSpan::Part PartAt(const VXp_BoxPass& pass, int64_t place) {
+VXp_BoxSpan::Part PartAt(const VXp_BoxPass& pass, int64_t position) {
   const VXp_BoxInput& in = pass.in;
-  if (in.Inside(place)) return {in.data + (place - in.start) * in.stride, in.stride};
-  const VXp_BoxBeyond& beyond = place < in.start ? pass.before : pass.after;
-  return {beyond.edge == VXp_BoxEdge::kHeld ? beyond.held : kZeros, 0};
+  if (in.Inside(position)) return {in.data + (position - in.start) * in.stride, in.stride};
+  const VXp_BoxOutside& outside = position < in.start ? pass.before : pass.after;
+  return {outside.edge == VXp_BoxEdge::kRepeated ? outside.repeated : kZeros, 0};
 }
 
-// Returns the first position after `place` from which on another part of the window is inside the
-// line than at `place`.
-int64_t SpanEnd(const VXp_BoxPass& pass, int64_t place) {
+// Returns the first position after `position` from which on another part of the window is inside
+// the line than at `position`.
+int64_t SpanEnd(const VXp_BoxPass& pass, int64_t position) {
   const auto& [reach, outer_at, unit, outer] = pass.window;
   int64_t next = pass.out.end;
   for (const int64_t end : {pass.in.start, pass.in.end}) {
     for (const int64_t edge : {end - reach, end + reach + 1, end - outer_at, end + outer_at, end}) {
-      if (edge > place) next = std::min(next, edge);
+      if (edge > position) next = std::min(next, edge);
     }
   }
   return next;
 }
 
-bool HasOuter(const VXp_BoxPass& pass, int64_t place) {
-  if (pass.in.Inside(place)) return true;
-  const VXp_BoxEdge edge = (place < pass.in.start ? pass.before : pass.after).edge;
-  return edge == VXp_BoxEdge::kZero || edge == VXp_BoxEdge::kHeld;
+bool HasOuter(const VXp_BoxPass& pass, int64_t position) {
+  if (pass.in.Inside(position)) return true;
+  const VXp_BoxEdge edge = (position < pass.in.start ? pass.before : pass.after).edge;
+  return edge == VXp_BoxEdge::kZero || edge == VXp_BoxEdge::kRepeated;
 }
 
 }  // namespace
@@ -47,28 +47,28 @@ VXp_BoxWindow VXp_BoxWindowOf(float radius) {
   return {n, n, f == 0 ? 1 : kUnit, -f};
 }
 
-VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t place) {
+VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t position) {
   const auto& [reach, outer_at, unit, outer] = pass.window;
   const VXp_BoxInput& in = pass.in;
   VXp_BoxSpan span;
-  span.count = SpanEnd(pass, place) - place;
-  span.entering = PartAt(pass, place + reach);
-  span.leaving = PartAt(pass, place - reach - 1);
-  span.leading = PartAt(pass, place + outer_at);
-  span.trailing = PartAt(pass, place - outer_at);
-  span.here = PartAt(pass, place);
-  span.leaves = in.Inside(place - reach - 1);
-  span.out = pass.out.data + (place - pass.out.start) * pass.out.stride;
+  span.count = SpanEnd(pass, position) - position;
+  span.entering = PartAt(pass, position + reach);
+  span.leaving = PartAt(pass, position - reach - 1);
+  span.leading = PartAt(pass, position + outer_at);
+  span.trailing = PartAt(pass, position - outer_at);
+  span.here = PartAt(pass, position);
+  span.leaves = in.Inside(position - reach - 1);
+  span.out = pass.out.data + (position - pass.out.start) * pass.out.stride;
 
   const int64_t inside =
-      std::min(place + reach, in.end - 1) - std::max(place - reach, in.start) + 1;
+      std::min(position + reach, in.end - 1) - std::max(position - reach, in.start) + 1;
   span.blank = inside <= 0;
   const bool counts_inside = pass.before.edge == VXp_BoxEdge::kNothing && !span.blank;
   const int64_t counted = counts_inside ? inside : 2 * reach + 1;
   const int32_t outers =
-      (HasOuter(pass, place + outer_at) ? 1 : 0) + (HasOuter(pass, place - outer_at) ? 1 : 0);
+      (HasOuter(pass, position + outer_at) ? 1 : 0) + (HasOuter(pass, position - outer_at) ? 1 : 0);
   span.divisor = static_cast<int32_t>(counted * unit + outers * outer);
-  const int32_t step = (in.Inside(place + reach) ? 1 : 0) - (span.leaves ? 1 : 0);
+  const int32_t step = (in.Inside(position + reach) ? 1 : 0) - (span.leaves ? 1 : 0);
   span.divisor_step = counts_inside ? step * unit : 0;
   return span;
 }

@@ -38,14 +38,14 @@ VXp_BoxWindow VXp_BoxWindowOf(float radius);
 
 // How positions outside of a line are treated.
 enum class VXp_BoxEdge {
-  kZero,     // zero, and their weights are included in the divisor
-  kNothing,  // ignored: their weights are not included in the divisor
-  kHeld,     // equal to the first or the last value of the line
-  kFade      // zero; the divisor includes their weights in S, but not those in O
+  kZero,      // zero, and their weights are included in the divisor
+  kNothing,   // ignored: their weights are not included in the divisor
+  kRepeated,  // equal to the first or the last value of the line
+  kFade       // zero; the divisor includes their weights in S, but not those in O
 };
-struct VXp_BoxBeyond {
+struct VXp_BoxOutside {
   VXp_BoxEdge edge;
-  const char* held;  // kHeld only: the value outside the line, for each line
+  const char* repeated;  // kRepeated only: the value outside the line, for each line
 };
 
 // The values of adjacent lines at the positions start..end - 1.
@@ -54,7 +54,7 @@ struct VXp_BoxInput {
   ptrdiff_t stride;
   int64_t start, end;
 
-  bool Inside(int64_t place) const { return place >= start && place < end; }
+  bool Inside(int64_t position) const { return position >= start && position < end; }
 };
 
 struct VXp_BoxOutput {
@@ -66,7 +66,7 @@ struct VXp_BoxOutput {
 
 struct VXp_BoxPass {
   VXp_BoxWindow window;
-  VXp_BoxBeyond before, after;
+  VXp_BoxOutside before, after;
   int32_t lines;
   VXp_BoxInput in;
   VXp_BoxOutput out;
@@ -95,8 +95,8 @@ struct VXp_BoxSpan {
   char* out;
 };
 
-// Returns the span that begins at position `place`.
-VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t place);
+// Returns the span that begins at `position`.
+VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t position);
 
 // The positions whose sum is S before the value that enters at the first output position is added:
 // start..end - 1 inside the line, and the numbers of positions before and after the line.
@@ -108,17 +108,17 @@ VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass);
 
 // The addresses of the values that the window needs at one position. Each points to the values of
 // all lines.
-struct VXp_BoxPlace {
+struct VXp_BoxPosition {
   const char *entering, *leaving, *leading, *trailing, *here;
   char* out;
 };
 
-// Calls `work(place)` for each position of a span.
+// Calls `work(position)` for each position of a span.
 template <class Work>
-[[gnu::always_inline]] inline void VXp_ForBoxPlaces(const VXp_BoxSpan& span, ptrdiff_t out_stride,
-                                                    const Work& work) {
-  VXp_BoxPlace at = {span.entering.data, span.leaving.data, span.leading.data,
-                     span.trailing.data, span.here.data,    span.out};
+[[gnu::always_inline]] inline void VXp_ForBoxPositions(const VXp_BoxSpan& span,
+                                                       ptrdiff_t out_stride, const Work& work) {
+  VXp_BoxPosition at = {span.entering.data, span.leaving.data, span.leading.data,
+                        span.trailing.data, span.here.data,    span.out};
   for (int64_t i = 0; i < span.count; ++i) {
     work(at);
     at.entering += span.entering.stride;

@@ -21,8 +21,8 @@
 // One kernel for each channel.
 struct VXp_FourKernels {
   template <class Value>
-  Value Of(int32_t channel, int64_t place) const {
-    return static_cast<Value>(weights[channel][place]);
+  Value Of(int32_t channel, int64_t index) const {
+    return static_cast<Value>(weights[channel][index]);
   }
 
   const int32_t* weights[4];
@@ -51,9 +51,9 @@ struct VXp_TapByTap {
       return reinterpret_cast<VXp_WordLanes>(VXp_Ints(VXp_Load<Raw>(pixel)));
     }
   }
-  static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t place, int64_t /*below*/) {
-    return Sum{kernels.Of<Lane>(0, place), kernels.Of<Lane>(1, place), kernels.Of<Lane>(2, place),
-               kernels.Of<Lane>(3, place)};
+  static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t index, int64_t /*below*/) {
+    return Sum{kernels.Of<Lane>(0, index), kernels.Of<Lane>(1, index), kernels.Of<Lane>(2, index),
+               kernels.Of<Lane>(3, index)};
   }
   static Sum Add(const Sum& sum, const Entry& entry, const Weights& weights) {
     return sum + entry * weights;
@@ -86,10 +86,10 @@ struct VXp_TapsInPairs {
       return _mm_unpacklo_epi8(_mm_unpacklo_epi8(a, b), _mm_setzero_si128());
     }
   }
-  static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t place, int64_t below) {
+  static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t index, int64_t below) {
     alignas(16) int16_t words[8] = {};
     for (int32_t c = 0; c < 4; ++c) {
-      words[2 * c] = kernels.Of<int16_t>(c, place);
+      words[2 * c] = kernels.Of<int16_t>(c, index);
       if (below != kVXp_NoTap) words[2 * c + 1] = kernels.Of<int16_t>(c, below);
     }
     return _mm_load_si128(reinterpret_cast<const __m128i*>(words));
@@ -179,8 +179,8 @@ class VXp_Quotient<VX_PixelFloat> {
     for (int32_t i = 0; i < count; ++i) {
       const VXp_FloatLanes quotient = sums[i] / divisors_;
       const VXp_FloatLanes from_zero = quotient < below_ ? VXp_FloatLanes{} : quotient;
-      const VXp_FloatLanes held = from_zero > above_ ? above_ : from_zero;
-      VXp_Store(out + i * static_cast<ptrdiff_t>(sizeof held), held);
+      const VXp_FloatLanes clamped = from_zero > above_ ? above_ : from_zero;
+      VXp_Store(out + i * static_cast<ptrdiff_t>(sizeof clamped), clamped);
     }
   }
 

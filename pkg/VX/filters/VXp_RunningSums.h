@@ -67,13 +67,13 @@ struct VXp_PixelSums<VX_PixelFloat> {
 
   static Loaded Load(const char* pixel) { return VXp_Load<Loaded>(pixel); }
   void Enter(Loaded pixel) {
-    held -= pixel != 0.0f;  // a comparison that is true gives -1
+    nonzero -= pixel != 0.0f;  // a comparison that is true gives -1
     sums = sums + VXp_AsDouble(pixel);
   }
   void Slide(Loaded entering, Loaded leaving) {
     const VXp_DoubleLanes wide = VXp_AsDouble(leaving);
-    held += leaving != 0.0f;
-    const VXp_IntLanes some = held != 0;
+    nonzero += leaving != 0.0f;
+    const VXp_IntLanes some = nonzero != 0;
     sums.first = Where(__builtin_shufflevector(some, some, 0, 0, 1, 1), sums.first - wide.first);
     sums.second = Where(__builtin_shufflevector(some, some, 2, 2, 3, 3), sums.second - wide.second);
     Enter(entering);
@@ -95,7 +95,7 @@ struct VXp_PixelSums<VX_PixelFloat> {
   }
 
   VXp_DoubleLanes sums{};
-  VXp_IntLanes held{};  // number of values in the window that are not 0
+  VXp_IntLanes nonzero{};  // number of values in the window that are not 0
 };
 
 // --- samples: many lines, or many positions of one line ------------------------------------------
@@ -106,11 +106,11 @@ struct VXp_SampleSum {
 
   void Enter(Sample v, int64_t times) {
     sum += static_cast<Sum>(v) * static_cast<Sum>(times);
-    held += v != Sample{} ? static_cast<int32_t>(times) : 0;
+    nonzero += v != Sample{} ? static_cast<int32_t>(times) : 0;
   }
 
   Sum sum = 0;
-  int32_t held = 0;  // number of values in the window that are not 0; float only
+  int32_t nonzero = 0;  // number of values in the window that are not 0; float only
 };
 
 // Slides the window along one line and stores the sums of `count` consecutive positions.
@@ -123,27 +123,27 @@ void VXp_SlideAlong(const Sample* entering, const Sample* leaving, int32_t count
   for (int32_t i = 0; i < count; ++i) {
     now.sum += static_cast<Sum>(entering[i]) - static_cast<Sum>(leaving[i]);
     if constexpr (std::is_same_v<Sample, float>) {
-      now.held += (entering[i] != 0.0f ? 1 : 0) - (leaving[i] != 0.0f ? 1 : 0);
-      if (now.held == 0) now.sum = 0;
+      now.nonzero += (entering[i] != 0.0f ? 1 : 0) - (leaving[i] != 0.0f ? 1 : 0);
+      if (now.nonzero == 0) now.sum = 0;
     }
     sums[i] = now.sum;
   }
   state = now;
 }
 
-// Slides the windows of `count` lines by one position. `held` is an array of doubles, so that a
+// Slides the windows of `count` lines by one position. `nonzero` is an array of doubles, so that a
 // vector contains as many counts as sums.
 template <class Sample>
 void VXp_SlideAcross(const Sample* entering, const Sample* leaving, int32_t count,
                      typename VXp_SampleSum<Sample>::Sum* __restrict sums,
-                     [[maybe_unused]] double* __restrict held) {
+                     [[maybe_unused]] double* __restrict nonzero) {
   using Sum = typename VXp_SampleSum<Sample>::Sum;
   for (int32_t i = 0; i < count; ++i) {
     const Sum in = static_cast<Sum>(entering[i]), out = static_cast<Sum>(leaving[i]);
     if constexpr (std::is_same_v<Sample, float>) {
-      held[i] += (in != 0.0 ? 1.0 : 0.0) - (out != 0.0 ? 1.0 : 0.0);
+      nonzero[i] += (in != 0.0 ? 1.0 : 0.0) - (out != 0.0 ? 1.0 : 0.0);
       const double sum = sums[i] + (in - out);
-      sums[i] = held[i] != 0.0 ? sum : 0.0;
+      sums[i] = nonzero[i] != 0.0 ? sum : 0.0;
     } else {
       sums[i] += in - out;
     }

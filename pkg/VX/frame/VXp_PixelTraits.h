@@ -127,7 +127,7 @@ struct VXp_PixelTraits<VX_PixelFloat> : VXp_ChannelTraits<VX_PixelFloat, float> 
   // Clamped and rounded like in the conversion of a channel to 8 bits; NaN becomes 0.
   static constexpr int32_t LumaAsByte(Work luma) {
     const float positive = luma > 0.0f ? luma : 0.0f;
-    const float held = positive < 1.0f ? positive : 1.0f;
-    return static_cast<int32_t>(static_cast<double>(held) * 255.0 + 0.5);
+    const float clamped = positive < 1.0f ? positive : 1.0f;
+    return static_cast<int32_t>(static_cast<double>(clamped) * 255.0 + 0.5);
   }
 };

@@ -11,8 +11,8 @@
 namespace {
 
 template <VXp_BoxAlpha kind, class Pixel, class Total>
-void WalkColumns(const VX_SampPB& record, const VX_Fixed* x, int32_t count, const VXp_Extent& rows,
-                 Total area, char* out) {
+void AverageRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, const VXp_Extent& rows,
+                Total area, char* out) {
   const VXp_BoxDivisor<Total> by_area(area);
   const VX_LayerDef& src = *record.src;
   for (int32_t i = 0; i < count; ++i) {
@@ -40,12 +40,12 @@ void SampleRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fix
   if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
     if (width < kVXp_NarrowSide && rows.length < kVXp_NarrowSide) {
       const auto area = static_cast<uint64_t>(width * rows.length);
-      WalkColumns<kind, Pixel>(record, x, count, rows, area, out);
+      AverageRow<kind, Pixel>(record, x, count, rows, area, out);
       return;
     }
   }
   const Total area = static_cast<Total>(width) * static_cast<Total>(rows.length);
-  WalkColumns<kind, Pixel>(record, x, count, rows, area, out);
+  AverageRow<kind, Pixel>(record, x, count, rows, area, out);
 }
 
 template <VXp_BoxAlpha kind, class Pixel>

@@ -36,7 +36,7 @@ VXp_RawPixel<Pixel> Mixed(const VXp_Quad<Pixel>& raw, const VXp_SingleWeights& w
 
 template <class Fetch, class Pixel>
 VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   const auto quad = Fetch::template Four<Pixel>(*record->src, at);
   VXp_Store(out, Mixed(quad, VXp_SingleWeights(at.fx, at.fy)));
   return VX_Ok;
@@ -47,7 +47,7 @@ template <class Pixel>
 VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                   VX_AlphaSumOf<Pixel>* alpha_sum, Pixel* out) {
   if (count <= 0) return VX_Ok;
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   const VXp_SingleWeights w(at.fx, at.fy);
   const char* from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
   const int32_t rowbytes = record->src->rowbytes;
@@ -138,14 +138,14 @@ VX_Err VX_SubpixelSpanSampleAllInCPlusPlusFloat(VX_ProgressInfo*, VX_Fixed x, VX
                                                 const VX_SampPB* record, uint8_t* all_in,
                                                 VX_PixelFloat* out) {
   Sample<VXp_Clipped>(x, y, record, out);
-  *all_in = VXp_AllIn(*record->src, VXp_Place(x, y)) ? 1 : 0;
+  *all_in = VXp_AllIn(*record->src, VXp_Position(x, y)) ? 1 : 0;
   return VX_Ok;
 }
 
 VX_Err VX_SubpixelSampleTranslateNoClipCPlusPlusFloat(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
                                                       const VX_SubpixelWeights* weights,
                                                       const VX_SampPB* record, VX_PixelFloat* out) {
-  const auto quad = VXp_Unclipped::Four<VX_PixelFloat>(*record->src, VXp_Place(x, y));
+  const auto quad = VXp_Unclipped::Four<VX_PixelFloat>(*record->src, VXp_Position(x, y));
   VXp_Store(out, Mixed(quad, VXp_SingleWeights(*weights)));
   return VX_Ok;
 }

@@ -56,7 +56,7 @@ struct Rule<VX_PixelFloat> {
   static VXp_FloatLanes Finished(VXp_FloatLanes sum) { return sum; }
 };
 
-// The rule for rows of positions (see VXp_ColumnWalk). The upper and the lower pixel of a column
+// The rule for rows of positions (see VXp_ColumnMixer). The upper and the lower pixel of a column
 // are converted to lanes once, for both positions that use them.
 template <class Pixel>
 struct RowRule {
@@ -79,7 +79,7 @@ struct RowRule {
 };
 
 template <class Pixel>
-VXp_RawPixel<Pixel> MixedQuad(const VXp_Quad<Pixel>& q, const VXp_Place& at) {
+VXp_RawPixel<Pixel> MixedQuad(const VXp_Quad<Pixel>& q, const VXp_Position& at) {
   using Row = RowRule<Pixel>;
   return Row{at.fy}.Mix(Row::Of(q.p00, q.p01), Row::Of(q.p10, q.p11), at.fx);
 }
@@ -88,7 +88,7 @@ VXp_RawPixel<Pixel> MixedQuad(const VXp_Quad<Pixel>& q, const VXp_Place& at) {
 // only avoid the computation.
 template <class Pixel>
 VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   if (at.IsWhole()) {
     VXp_Store(out, VXp_Clipped::One<Pixel>(*record->src, at.column, at.row));
     return VX_Ok;
@@ -113,7 +113,7 @@ VX_Err VX_SubpixelSample_Premul16(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, cons
 // Whole positions are not treated separately, unlike at the integer depths.
 VX_Err VX_SubpixelSample_PremulFloat(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
                                      const VX_SampPB* record, VX_PixelFloat* out) {
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   VXp_Store(out, MixedQuad(VXp_Clipped::Four<VX_PixelFloat>(*record->src, at), at));
   return VX_Ok;
 }
@@ -122,7 +122,7 @@ template <class Pixel>
 void VXp_PremulRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
                    char* out) {
   const RowRule<Pixel> rule{static_cast<uint32_t>(y) & 0xFFFF};
-  VXp_ColumnWalk<Pixel, RowRule<Pixel>>(*record.src, y, rule).Run(x, count, out);
+  VXp_ColumnMixer<Pixel, RowRule<Pixel>>(*record.src, y, rule).Run(x, count, out);
 }
 template VXp_SampleRowCall VXp_PremulRow<VX_Pixel8>;
 template VXp_SampleRowCall VXp_PremulRow<VX_Pixel16>;

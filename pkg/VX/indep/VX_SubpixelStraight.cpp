@@ -75,7 +75,7 @@ VXp_RawPixel<Pixel> SampleQuad(const VXp_Quad<Pixel>& quad, const VXp_DoubleWeig
 }
 
 template <class Pixel>
-VX_Err StoreMixed(const VXp_Quad<Pixel>& quad, const VXp_Place& at, Pixel* out) {
+VX_Err StoreMixed(const VXp_Quad<Pixel>& quad, const VXp_Position& at, Pixel* out) {
   if (quad.SamePixels()) {
     VXp_Store(out, quad.p00);
   } else {
@@ -86,7 +86,7 @@ VX_Err StoreMixed(const VXp_Quad<Pixel>& quad, const VXp_Place& at, Pixel* out) 
 
 template <class Fetch, class Pixel>
 VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   if (at.IsWhole()) {
     VXp_Store(out, Fetch::template One<Pixel>(*record->src, at.column, at.row));
     return VX_Ok;
@@ -98,7 +98,7 @@ VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
 // this.
 template <class Pixel>
 VX_Err SamplePlus(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, uint8_t* all_in, Pixel* out) {
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   *all_in = !at.IsWhole() && VXp_AllIn(*record->src, at) ? 1 : 0;
   return Sample<VXp_Clipped>(x, y, record, out);
 }
@@ -106,7 +106,7 @@ VX_Err SamplePlus(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, uint8_t* all_
 template <class Pixel>
 VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
                       const VX_SampPB* record, Pixel* out) {
-  const auto quad = VXp_Unclipped::Four<Pixel>(*record->src, VXp_Place(x, y));
+  const auto quad = VXp_Unclipped::Four<Pixel>(*record->src, VXp_Position(x, y));
   if (quad.SamePixels()) {
     VXp_Store(out, quad.p00);
   } else {
@@ -116,9 +116,9 @@ VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
   return VX_Ok;
 }
 
-VXp_DoubleLanes Between(const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, double way) {
-  return {from.first + way * (to.first - from.first),
-          from.second + way * (to.second - from.second)};
+VXp_DoubleLanes Between(const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, double share) {
+  return {from.first + share * (to.first - from.first),
+          from.second + share * (to.second - from.second)};
 }
 
 // Mixes pixels of equal alphas that are not 0. In double precision this mix is exact, so the
@@ -192,8 +192,8 @@ struct SpanColumn {
 // Stores a span and returns the sum of its alphas. Neighbouring positions share a column. At 8 bits
 // all alphas must be equal.
 template <class Pixel>
-uint32_t WalkColumns(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
-                     Pixel* out) {
+uint32_t MixColumns(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Position& at,
+                    Pixel* out) {
   const double a = static_cast<double>(at.fx) * 0x1p-16, b = static_cast<double>(at.fy) * 0x1p-16;
   const VXp_DoubleWeights w(at.fx, at.fy);
   uint32_t sum = 0;
@@ -239,7 +239,7 @@ constexpr int32_t kTile = 256;
 
 // Stores at most kTile pixels of a span and returns the sum of their alphas.
 template <class Pixel>
-uint32_t SampleTile(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Place& at,
+uint32_t SampleTile(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Position& at,
                     Pixel* out) {
   if constexpr (sizeof(Pixel) == sizeof(VX_Pixel8)) {
     if (!HaveOneAlpha(count + 1, from, rowbytes)) {
@@ -252,14 +252,14 @@ uint32_t SampleTile(int32_t count, const char* from, ptrdiff_t rowbytes, const V
       return AlphaSum(out, count);
     }
   }
-  return WalkColumns(count, from, rowbytes, at, out);
+  return MixColumns(count, from, rowbytes, at, out);
 }
 
 template <class Pixel>
 VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                   uint32_t* alpha_sum, Pixel* out) {
   if (count <= 0) return VX_Ok;
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   const char* const from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
   const ptrdiff_t rowbytes = record->src->rowbytes;
   if (at.IsWhole()) {

@@ -13,10 +13,12 @@
 
 namespace {
 
-uint32_t Finished(VXp_FloatLanes v) { return VXp_Packed8(VXp_Truncated(VXp_HeldToByte(v + 0.5f))); }
+uint32_t Finished(VXp_FloatLanes v) {
+  return VXp_Packed8(VXp_Truncated(VXp_ClampedToByte(v + 0.5f)));
+}
 
 // Mixes all channels, alpha included, first vertically in each column, then horizontally.
-VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
+VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Position& at) {
   const float a = static_cast<float>(at.fx) * 0x1p-16f, b = static_cast<float>(at.fy) * 0x1p-16f;
   const VXp_FloatLanes left = quad.p00 + (quad.p01 - quad.p00) * b;
   const VXp_FloatLanes right = quad.p10 + (quad.p11 - quad.p10) * b;
@@ -25,7 +27,7 @@ VXp_FloatLanes InTwoSteps(const VXp_SingleQuad& quad, const VXp_Place& at) {
 
 // If the sum of alphas is 0, the colours become NaN, which the conversion to bytes converts to 0,
 // so this case needs no test.
-void SampleOneOfFour(const VX_LayerDef& src, const VXp_Place& at, const VXp_SingleWeights& w,
+void SampleOneOfFour(const VX_LayerDef& src, const VXp_Position& at, const VXp_SingleWeights& w,
                      VX_Pixel8* out) {
   const VXp_SingleQuad quad(VXp_Unclipped::Four<VX_Pixel8>(src, at));
   VXp_Store(out, Finished(quad.ByAlpha(w)));
@@ -81,7 +83,7 @@ struct SingleRule {
 
 VX_Err VX_SubpixelSampleNoClip_Straight_SSE2(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,
                                              const VX_SampPB* record, VX_Pixel8* out) {
-  const VXp_Place at(x, y);
+  const VXp_Position at(x, y);
   if (at.IsWhole()) {
     VXp_Store(out, VXp_Unclipped::One<VX_Pixel8>(*record->src, at.column, at.row));
     return VX_Ok;
@@ -100,7 +102,7 @@ VX_Err VX_SubpixelSampleNoClip_Straight_SSE2(VX_ProgressInfo*, VX_Fixed x, VX_Fi
 VX_Err VX_SubpixelSampleNoClip_Straight_4(VX_ProgressInfo*, const VX_Fixed* positions,
                                           const VX_SampPB* record, VX_Pixel8* out) {
   for (int32_t i = 0; i < kVXp_Lanes; ++i) {
-    const VXp_Place at(positions[2 * i], positions[2 * i + 1]);
+    const VXp_Position at(positions[2 * i], positions[2 * i + 1]);
     SampleOneOfFour(*record->src, at, VXp_SingleWeights(at.fx, at.fy), out + i);
   }
   return VX_Ok;
@@ -111,7 +113,7 @@ VX_Err VX_SubpixelSampleTranslateNoClip_Straight_4(VX_ProgressInfo*, const VX_Fi
                                                    const VX_SampPB* record, VX_Pixel8* out) {
   const VXp_SingleWeights w(*weights);
   for (int32_t i = 0; i < kVXp_Lanes; ++i) {
-    SampleOneOfFour(*record->src, VXp_Place(positions[2 * i], positions[2 * i + 1]), w, out + i);
+    SampleOneOfFour(*record->src, VXp_Position(positions[2 * i], positions[2 * i + 1]), w, out + i);
   }
   return VX_Ok;
 }

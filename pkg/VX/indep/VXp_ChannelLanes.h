@@ -117,7 +117,7 @@ inline VXp_IntLanes VXp_Truncated(const VXp_DoubleLanes& v) {
 }
 
 // Clamps to 0..255; NaN becomes 0.
-inline VXp_FloatLanes VXp_HeldToByte(VXp_FloatLanes v) {
+inline VXp_FloatLanes VXp_ClampedToByte(VXp_FloatLanes v) {
 #ifdef __SSE2__
   return reinterpret_cast<VXp_FloatLanes>(
       _mm_min_ps(_mm_max_ps(reinterpret_cast<__m128>(v), _mm_setzero_ps()), _mm_set1_ps(255.0f)));

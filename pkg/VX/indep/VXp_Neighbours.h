@@ -33,8 +33,8 @@ using VXp_RawPixel = typename VXp_RawPixelOf<Pixel>::Type;
 // A position, split into the column and row of the upper left neighbour and the fractions. Columns
 // and rows are rounded down, so fractions are never negative. Columns and rows fit 16 bits, so
 // adding 1 does not overflow.
-struct VXp_Place {
-  VXp_Place(VX_Fixed x, VX_Fixed y)
+struct VXp_Position {
+  VXp_Position(VX_Fixed x, VX_Fixed y)
       : column(x >> 16),
         row(y >> 16),
         fx(static_cast<uint32_t>(x) & 0xFFFF),
@@ -65,7 +65,7 @@ inline bool VXp_Quad<VX_PixelFloat>::SameAlphas() const {
   return p00[0] == p10[0] && p00[0] == p01[0] && p00[0] == p11[0];
 }
 
-inline bool VXp_AllIn(const VX_LayerDef& src, const VXp_Place& at) {
+inline bool VXp_AllIn(const VX_LayerDef& src, const VXp_Position& at) {
   return at.column >= 0 && at.column + 1 < src.width && at.row >= 0 && at.row + 1 < src.height;
 }
 
@@ -88,7 +88,7 @@ struct VXp_Unclipped {
   }
 
   template <class Pixel>
-  static VXp_Quad<Pixel> Four(const VX_LayerDef& src, const VXp_Place& at) {
+  static VXp_Quad<Pixel> Four(const VX_LayerDef& src, const VXp_Position& at) {
     return Four<Pixel>(VXp_PixelAddress<Pixel>(src, at.column, at.row), src.rowbytes);
   }
 };
@@ -104,7 +104,7 @@ struct VXp_Clipped {
   }
 
   template <class Pixel>
-  static VXp_Quad<Pixel> Four(const VX_LayerDef& src, const VXp_Place& at) {
+  static VXp_Quad<Pixel> Four(const VX_LayerDef& src, const VXp_Position& at) {
     if (VXp_AllIn(src, at)) return VXp_Unclipped::Four<Pixel>(src, at);
     return {One<Pixel>(src, at.column, at.row), One<Pixel>(src, at.column + 1, at.row),
             One<Pixel>(src, at.column, at.row + 1), One<Pixel>(src, at.column + 1, at.row + 1)};

@@ -58,11 +58,11 @@ inline VXp_PositionRange VXp_InsideOf(const VX_LayerDef& src, const VX_Fixed* x,
 //   Column Of(raw upper, raw lower)
 //   raw    Mix(const Column& left, const Column& right, uint32_t fx)
 template <class Pixel, class Rule>
-class VXp_ColumnWalk {
+class VXp_ColumnMixer {
  public:
   using Raw = VXp_RawPixel<Pixel>;
 
-  VXp_ColumnWalk(const VX_LayerDef& src, VX_Fixed y, const Rule& rule)
+  VXp_ColumnMixer(const VX_LayerDef& src, VX_Fixed y, const Rule& rule)
       : src_(src), y_(y), row_(y >> 16), rule_(rule) {}
 
   void Run(const VX_Fixed* x, int32_t count, char* out) const {
@@ -107,7 +107,7 @@ class VXp_ColumnWalk {
   Rule rule_;
 };
 
-// A rule for VXp_ColumnWalk that does not convert columns: `mix(quad, fx, fy)` mixes all four
+// A rule for VXp_ColumnMixer that does not convert columns: `mix(quad, fx, fy)` mixes all four
 // pixels.
 template <class Pixel, class Mixing>
 struct VXp_QuadRule {
@@ -129,5 +129,5 @@ template <class Pixel, class Mixing>
 void VXp_MixRow(const VX_LayerDef& src, const VX_Fixed* x, int32_t count, VX_Fixed y, char* out,
                 const Mixing& mix) {
   const VXp_QuadRule<Pixel, Mixing> rule{static_cast<uint32_t>(y) & 0xFFFF, mix};
-  VXp_ColumnWalk<Pixel, VXp_QuadRule<Pixel, Mixing>>(src, y, rule).Run(x, count, out);
+  VXp_ColumnMixer<Pixel, VXp_QuadRule<Pixel, Mixing>>(src, y, rule).Run(x, count, out);
 }

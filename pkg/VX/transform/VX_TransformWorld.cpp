@@ -101,19 +101,19 @@ VXp_Interval IntervalOf(const VXp_TransformCall& call, const VXp_TransformPlan& 
                         const VX_LayerDef& src, int32_t index) {
   const bool every_matrix = call.rule == VXp_MotionRule::EveryMatrix;
   VXp_Interval interval{};
-  VXp_Way way = VXp_WayAt(call, index);
-  if (!way.is_good) return interval;
-  const VXp_Footprint print(way.to_destination);
+  VXp_MatrixPair pair = VXp_MatrixPairAt(call, index);
+  if (!pair.is_good) return interval;
+  const VXp_Footprint print(pair.to_destination);
   if (every_matrix && print.is_degenerate) return interval;
   // With EveryMatrix the area is that of this matrix alone, so that the first pixel and the
   // rounding are those of a drawing with one matrix.
   interval.area = every_matrix ? VXp_AreaOfTransform(call, index, index + 1) : plan.area;
   if (!plan.high && print.is_translation) {
     const auto whole = [](int64_t t) { return static_cast<double>((t + kVXp_FixedHalf) >> 16); };
-    way.to_source = {{1, 0, 0, 0, 1, 0, -whole(print.tx), -whole(print.ty), 1}};
+    pair.to_source = {{1, 0, 0, 0, 1, 0, -whole(print.tx), -whole(print.ty), 1}};
   }
-  interval.walk = VXp_Walk(way.to_source, interval.area);
-  interval.record = VXp_RecordOf(src, way.to_destination);
+  interval.positions = VXp_SourcePositions(pair.to_source, interval.area);
+  interval.record = VXp_RecordOf(src, pair.to_destination);
   interval.record.motion_samples = plan.samples;
   interval.kind = VXp_SampleKindOf(interval.record, plan.high);
   if (!every_matrix && interval.kind == VXp_SampleKind::Bilinear) {

@@ -68,14 +68,14 @@ class VXp_LineSampler {
   }
 
   // Samples the path of one pixel like a row, but does not use spans.
-  VXp_LineParts Way(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
+  VXp_LineParts Path(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     return Bilinear(line, record, out,
                     [&](const VXp_Run& run) { Unclipped(line, run, record, out); });
   }
 
   // Samples the path of one pixel with the given weights for each sub-sample.
-  VXp_LineParts Way(const VXp_Line& line, const VX_SampPB& record, const VXp_WeightTable& weights,
-                    Pixel* out) const {
+  VXp_LineParts Path(const VXp_Line& line, const VX_SampPB& record, const VXp_WeightTable& weights,
+                     Pixel* out) const {
     return Bilinear(line, record, out, [&](const VXp_Run& run) {
       for (int32_t i = run.first; i < run.end; ++i) {
         set_.weighted(progress_, Fixed(line.X(i)), Fixed(line.Y(i)), &weights.at[i], &record,

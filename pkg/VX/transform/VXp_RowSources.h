@@ -11,7 +11,7 @@
 #include <span>
 
 #include "transform/VXp_LineSampler.h"
-#include "transform/VXp_MotionBundle.h"
+#include "transform/VXp_MotionGroup.h"
 #include "transform/VXp_MotionSum.h"
 #include "transform/VXp_TransformPlan.h"
 
@@ -44,18 +44,18 @@ class VXp_StillRows {
       : sampler_(sampler),
         record_(record),
         kind_(VXp_SampleKindOf(record, plan.high)),
-        walk_(plan.first.to_source, plan.area) {}
+        positions_(plan.first.to_source, plan.area) {}
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
-    return sampler_.Sample(kind_, walk_.Row(count), record_, out);
+    return sampler_.Sample(kind_, positions_.Row(count), record_, out);
   }
-  void NextRow() { walk_.NextRow(); }
+  void NextRow() { positions_.NextRow(); }
 
  private:
   const VXp_LineSampler<Pixel>& sampler_;
   const VX_SampPB& record_;
   VXp_SampleKind kind_;
-  VXp_Walk walk_;
+  VXp_SourcePositions positions_;
 };
 
 // --- motion along a straight path ----------------------------------------------------------------
@@ -67,16 +67,16 @@ struct VX_TransformRowParams {
   int64_t dx, dy, end_dx, end_dy;
 
   // Returns the path of pixel i from its first position to its last, which is not included.
-  VXp_Line WayAt(int32_t i, int32_t samples) const {
+  VXp_Line PathAt(int32_t i, int32_t samples) const {
     const int64_t x = start_x + i * dx, y = start_y + i * dy;
     return {x, y, (end_x + i * end_dx - x) / samples, (end_y + i * end_dy - y) / samples, samples};
   }
 };
 
 // The source positions of the current row at the first and at the last matrix.
-class VXp_MotionWalk {
+class VXp_MotionPositions {
  public:
-  VXp_MotionWalk(const VXp_TransformPlan& plan)
+  VXp_MotionPositions(const VXp_TransformPlan& plan)
       : first_(plan.first.to_source, plan.area),
         last_(plan.last.to_source, plan.area),
         samples_(plan.samples) {}
@@ -88,7 +88,7 @@ class VXp_MotionWalk {
   VX_TransformRowParams Row() const {
     return {first_.x, first_.y, last_.x, last_.y, first_.dx, first_.dy, last_.dx, last_.dy};
   }
-  VXp_Line WayAt(int32_t i) const { return Row().WayAt(i, samples_); }
+  VXp_Line PathAt(int32_t i) const { return Row().PathAt(i, samples_); }
   // Returns whether the path of each pixel is that of its left neighbour, moved by one source
   // pixel.
   bool SlidesByPixels() const {
@@ -98,21 +98,21 @@ class VXp_MotionWalk {
   int32_t samples() const { return samples_; }
 
  private:
-  VXp_Walk first_, last_;
+  VXp_SourcePositions first_, last_;
   int32_t samples_;
 };
 
-// Computes the pixels of `run`. `sample_way(line, buffer)` stores the samples along the path of one
-// pixel; the pixel becomes their average.
-template <class Pixel, class SampleWay>
-void VXp_SampleWays(const VXp_MotionWalk& walk, const VXp_Run& run, Pixel* out,
-                    const SampleWay& sample_way) {
+// Computes the pixels of `run`. `sample_path(line, buffer)` stores the samples along the path of
+// one pixel; the pixel becomes their average.
+template <class Pixel, class SamplePath>
+void VXp_SamplePaths(const VXp_MotionPositions& positions, const VXp_Run& run, Pixel* out,
+                     const SamplePath& sample_path) {
   Pixel samples[256];
   for (int32_t i = run.first; i < run.end; ++i) {
-    const VXp_LineParts parts = sample_way(walk.WayAt(i), samples);
+    const VXp_LineParts parts = sample_path(positions.PathAt(i), samples);
     VXp_MotionSum<Pixel> sum;
     sum.Add(samples, parts);
-    out[i] = sum.Average(walk.samples());
+    out[i] = sum.Average(positions.samples());
   }
 }
 
@@ -121,19 +121,19 @@ class VXp_MotionDraftRows {
  public:
   VXp_MotionDraftRows(const VXp_TransformPlan& plan, const VXp_LineSampler<Pixel>& sampler,
                       const VX_SampPB&)
-      : sampler_(sampler), walk_(plan) {}
+      : sampler_(sampler), positions_(plan) {}
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
-    VXp_SampleWays(walk_, {0, count}, out, [this](const VXp_Line& way, Pixel* samples) {
-      return sampler_.Nearest(way, samples);
+    VXp_SamplePaths(positions_, {0, count}, out, [this](const VXp_Line& path, Pixel* samples) {
+      return sampler_.Nearest(path, samples);
     });
     return {0, count, count, count};
   }
-  void NextRow() { walk_.NextRow(); }
+  void NextRow() { positions_.NextRow(); }
 
  private:
   const VXp_LineSampler<Pixel>& sampler_;
-  VXp_MotionWalk walk_;
+  VXp_MotionPositions positions_;
 };
 
 template <class Pixel>
@@ -141,86 +141,87 @@ class VXp_MotionHighRows {
  public:
   VXp_MotionHighRows(const VXp_TransformPlan& plan, const VXp_LineSampler<Pixel>& sampler,
                      const VX_SampPB& record)
-      : sampler_(sampler), record_(record), walk_(plan) {}
+      : sampler_(sampler), record_(record), positions_(plan) {}
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
     if (VXp_NeedsBox(record_)) {
-      VXp_SampleWays(walk_, {0, count}, out, [this](const VXp_Line& way, Pixel* samples) {
-        return sampler_.Box(way, record_, samples);
+      VXp_SamplePaths(positions_, {0, count}, out, [this](const VXp_Line& path, Pixel* samples) {
+        return sampler_.Box(path, record_, samples);
       });
-    } else if (walk_.SlidesByPixels()) {
+    } else if (positions_.SlidesByPixels()) {
       SampleSliding(count, out);
     } else {
-      SampleBundles(count, out);
+      SampleGroups(count, out);
     }
     return {0, count, count, count};
   }
-  void NextRow() { walk_.NextRow(); }
+  void NextRow() { positions_.NextRow(); }
 
  private:
   // Samples pixels whose paths are inside the source in groups, and the others one by one.
-  void SampleBundles(int32_t count, Pixel* out) const {
-    VXp_MotionBundle<Pixel> bundle(sampler_, record_);
+  void SampleGroups(int32_t count, Pixel* out) const {
+    VXp_MotionGroup<Pixel> group(sampler_, record_);
     for (int32_t i = 0; i < count; ++i) {
-      const VXp_Line way = walk_.WayAt(i);
-      if (bundle.Takes(way)) {
-        bundle.Take(way, out + i);
+      const VXp_Line path = positions_.PathAt(i);
+      if (group.Takes(path)) {
+        group.Take(path, out + i);
       } else {
-        bundle.FinishBefore(out + i);
-        VXp_SampleWays(walk_, {i, i + 1}, out, [this](const VXp_Line& line, Pixel* samples) {
-          return sampler_.Way(line, record_, samples);
+        group.FinishBefore(out + i);
+        VXp_SamplePaths(positions_, {i, i + 1}, out, [this](const VXp_Line& line, Pixel* samples) {
+          return sampler_.Path(line, record_, samples);
         });
       }
     }
-    bundle.FinishBefore(out + count);
+    group.FinishBefore(out + count);
   }
 
   // For pixels whose paths are the same except for the offset of one source pixel per pixel, so
   // that they share the weights of each sub-sample.
   void SampleSliding(int32_t count, Pixel* out) {
-    const VXp_Line way = walk_.WayAt(0);
-    for (int32_t k = 0; k < way.count; ++k) sampler_.Weights(way.X(k), way.Y(k), &weights_.at[k]);
+    const VXp_Line path = positions_.PathAt(0);
+    for (int32_t k = 0; k < path.count; ++k)
+      sampler_.Weights(path.X(k), path.Y(k), &weights_.at[k]);
     const auto sample = [this](const VXp_Line& at, Pixel* samples) {
-      return sampler_.Way(at, record_, weights_, samples);
+      return sampler_.Path(at, record_, weights_, samples);
     };
     VXp_Run inside{count, count};
     if (sampler_.SpansServeWeights()) {
       inside = {0, count};
-      for (const int32_t k : {0, way.count - 1}) {
-        const VXp_Run here = sampler_.InsideOf(RowOf(way, k, count));
+      for (const int32_t k : {0, path.count - 1}) {
+        const VXp_Run here = sampler_.InsideOf(RowOf(path, k, count));
         inside = {std::max(inside.first, here.first), std::min(inside.end, here.end)};
       }
       if (inside.Empty()) inside = {count, count};
     }
-    VXp_SampleWays(walk_, {0, inside.first}, out, sample);
-    AverageSpans(way, count, inside, out);
-    VXp_SampleWays(walk_, {inside.end, count}, out, sample);
+    VXp_SamplePaths(positions_, {0, inside.first}, out, sample);
+    AverageSpans(path, count, inside, out);
+    VXp_SamplePaths(positions_, {inside.end, count}, out, sample);
   }
 
   // Returns the positions of sub-sample k of all pixels as a line.
-  static VXp_Line RowOf(const VXp_Line& way, int32_t k, int32_t count) {
-    return {way.X(k), way.Y(k), kVXp_FixedOne, 0, count};
+  static VXp_Line RowOf(const VXp_Line& path, int32_t k, int32_t count) {
+    return {path.X(k), path.Y(k), kVXp_FixedOne, 0, count};
   }
 
-  void AverageSpans(const VXp_Line& way, int32_t count, const VXp_Run& run, Pixel* out) const {
+  void AverageSpans(const VXp_Line& path, int32_t count, const VXp_Run& run, Pixel* out) const {
     constexpr int32_t kMost = 256;
     Pixel samples[kMost];
     for (VXp_Run part{run.first, run.first}; part.first < run.end; part.first = part.end) {
       part.end = std::min(part.first + kMost, run.end);
       VXp_MotionSum<Pixel> sums[kMost];
-      for (int32_t k = 0; k < way.count; ++k) {
-        sampler_.SpanOf(RowOf(way, k, count), part, record_, samples);
+      for (int32_t k = 0; k < path.count; ++k) {
+        sampler_.SpanOf(RowOf(path, k, count), part, record_, samples);
         for (int32_t i = 0; i < part.end - part.first; ++i) sums[i].Add(samples[i]);
       }
       for (int32_t i = part.first; i < part.end; ++i) {
-        out[i] = sums[i - part.first].Average(way.count);
+        out[i] = sums[i - part.first].Average(path.count);
       }
     }
   }
 
   const VXp_LineSampler<Pixel>& sampler_;
   const VX_SampPB& record_;
-  VXp_MotionWalk walk_;
+  VXp_MotionPositions positions_;
   VXp_WeightTable weights_;
 };
 
@@ -228,8 +229,8 @@ class VXp_MotionHighRows {
 
 // The sub-sample at one matrix, for all pixels.
 struct VXp_Interval {
-  VXp_Walk walk;  // at the first row of `area`, later at the current row
-  M_LRect area;   // the pixels that the sub-sample can change; may be empty
+  VXp_SourcePositions positions;  // at the first row of `area`, later at the current row
+  M_LRect area;                   // the pixels that the sub-sample can change; may be empty
   VXp_SampleKind kind;
   VX_SampPB record;
 };
@@ -255,7 +256,7 @@ class VXp_IntervalRows {
     for (const VXp_Interval& interval : intervals_) {
       const M_LRect& area = interval.area;
       if (y_ < area.top || y_ >= area.bottom) continue;
-      const VXp_Line line = interval.walk.Row(area.right - area.left);
+      const VXp_Line line = interval.positions.Row(area.right - area.left);
       const VXp_LineParts parts = sampler_.Sample(interval.kind, line, interval.record, samples_);
       if (parts.first >= parts.end) continue;
       const int32_t shift = area.left - left_;
@@ -270,7 +271,7 @@ class VXp_IntervalRows {
   }
   void NextRow() {
     for (VXp_Interval& interval : intervals_) {
-      if (y_ >= interval.area.top) interval.walk.NextRow();
+      if (y_ >= interval.area.top) interval.positions.NextRow();
     }
     ++y_;
   }

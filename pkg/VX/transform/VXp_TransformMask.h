@@ -10,8 +10,8 @@
 inline void VXp_HoldLuma(int32_t count, bool invert, VX_PixelFloat* row) {
   for (int32_t i = 0; i < count; ++i) {
     const float cut = row[i].alpha < 1e-30f ? 0.0f : row[i].alpha;
-    const float held = cut > 1.0f ? 1.0f : cut;
-    row[i].alpha = invert ? 1.0f - held : held;
+    const float clamped = cut > 1.0f ? 1.0f : cut;
+    row[i].alpha = invert ? 1.0f - clamped : clamped;
   }
 }
 

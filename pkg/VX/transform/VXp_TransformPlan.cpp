@@ -122,9 +122,9 @@ bool Bends(const VXp_TransformCall& call) {
   double x = 0, y = 0, step_x = 0, step_y = 0;
   for (int32_t i = 0; i < call.num_matrices; ++i) {
     double next_x = NAN, next_y = NAN;
-    const VXp_Way way = VXp_WayAt(call, i);
-    if (way.is_good)
-      way.to_destination.TransformPointAndDivide(middle_x, middle_y, &next_x, &next_y);
+    const VXp_MatrixPair pair = VXp_MatrixPairAt(call, i);
+    if (pair.is_good)
+      pair.to_destination.TransformPointAndDivide(middle_x, middle_y, &next_x, &next_y);
     const double next_step_x = next_x - x, next_step_y = next_y - y;
     if (i >= 2 &&
         (std::fabs(next_step_x - step_x) >= 0.9 || std::fabs(next_step_y - step_y) >= 0.9)) {
@@ -163,7 +163,7 @@ VXp_Footprint::VXp_Footprint(const M_Matrix3& to_destination) {
   area = SaturatedFixed(4 * rx * ry);
 }
 
-VXp_Walk::VXp_Walk(const M_Matrix3& to_source, const M_LRect& area) {
+VXp_SourcePositions::VXp_SourcePositions(const M_Matrix3& to_source, const M_LRect& area) {
   double x0, y0, x1, y1, x2, y2;
   to_source.TransformPointAndDivide(area.left, area.top, &x0, &y0);
   to_source.TransformPointAndDivide(area.left + 1.0, area.top, &x1, &y1);
@@ -184,11 +184,11 @@ VXp_Walk::VXp_Walk(const M_Matrix3& to_source, const M_LRect& area) {
   row_dy = fixed(y2 - y0);
 }
 
-VXp_Way VXp_WayAt(const VXp_TransformCall& call, int32_t index) {
-  VXp_Way way{call.matrices[index], call.matrices[index], false};
+VXp_MatrixPair VXp_MatrixPairAt(const VXp_TransformCall& call, int32_t index) {
+  VXp_MatrixPair pair{call.matrices[index], call.matrices[index], false};
   M_InverseMatrixQuiet(call.matrices[index],
-                       call.src2dst != 0 ? &way.to_source : &way.to_destination, &way.is_good);
-  return way;
+                       call.src2dst != 0 ? &pair.to_source : &pair.to_destination, &pair.is_good);
+  return pair;
 }
 
 M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call, int32_t first, int32_t end) {
@@ -199,8 +199,8 @@ M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call, int32_t first, int32_
   M_LRect area{};
   if (VXp_IsEmpty(bounds)) return area;
   for (int32_t i = first; i < end; ++i) {
-    const VXp_Way way = VXp_WayAt(call, i);
-    if (way.is_good) Unite(ReachOf(way.to_destination, *call.src, bounds), &area);
+    const VXp_MatrixPair pair = VXp_MatrixPairAt(call, i);
+    if (pair.is_good) Unite(ReachOf(pair.to_destination, *call.src, bounds), &area);
   }
   return area;
 }
@@ -208,7 +208,7 @@ M_LRect VXp_AreaOfTransform(const VXp_TransformCall& call, int32_t first, int32_
 VXp_TransformPlan::VXp_TransformPlan(const VXp_TransformCall& call)
     : path(VXp_TransformPath::Nothing),
       area{},
-      first(VXp_WayAt(call, 0)),
+      first(VXp_MatrixPairAt(call, 0)),
       last(first),
       moves(false),
       high(call.quality != VX_Quality_Draft),
@@ -220,7 +220,7 @@ VXp_TransformPlan::VXp_TransformPlan(const VXp_TransformCall& call)
   }
   moves =
       end > 0 && !M_EqualMatrixWithinEpsilon(call.matrices[0], call.matrices[end], kMatrixEpsilon);
-  if (moves) last = VXp_WayAt(call, end);
+  if (moves) last = VXp_MatrixPairAt(call, end);
   if (!first.is_good || !last.is_good) {
     path = VXp_TransformPath::Uncovered;
     return;
@@ -243,8 +243,8 @@ VXp_TransformPlan::VXp_TransformPlan(const VXp_TransformCall& call)
 void VXp_TransformPlan::PlanEveryMatrix(const VXp_TransformCall& call) {
   bool has_extent = false;
   for (int32_t i = 0; i < samples && !has_extent; ++i) {
-    const VXp_Way way = VXp_WayAt(call, i);
-    has_extent = way.is_good && !VXp_Footprint(way.to_destination).is_degenerate;
+    const VXp_MatrixPair pair = VXp_MatrixPairAt(call, i);
+    has_extent = pair.is_good && !VXp_Footprint(pair.to_destination).is_degenerate;
   }
   if (!has_extent) {
     path = VXp_TransformPath::Uncovered;

@@ -44,9 +44,9 @@ struct VXp_Footprint {
 // The source positions of the pixels of an area, under a matrix from destination to source: the
 // position of the first pixel, and the steps to the next column and row. If the numbers are not
 // finite or overflow within the area, all positions are far from every source.
-struct VXp_Walk {
-  VXp_Walk() = default;
-  VXp_Walk(const M_Matrix3& to_source, const M_LRect& area);
+struct VXp_SourcePositions {
+  VXp_SourcePositions() = default;
+  VXp_SourcePositions(const M_Matrix3& to_source, const M_LRect& area);
 
   VXp_Line Row(int32_t count) const { return {x, y, dx, dy, count}; }
   void NextRow() {
@@ -60,11 +60,11 @@ struct VXp_Walk {
 };
 
 // A matrix of a call and its inverse.
-struct VXp_Way {
+struct VXp_MatrixPair {
   M_Matrix3 to_destination, to_source;
   bool is_good;  // the matrix is invertible
 };
-VXp_Way VXp_WayAt(const VXp_TransformCall& call, int32_t index);
+VXp_MatrixPair VXp_MatrixPairAt(const VXp_TransformCall& call, int32_t index);
 
 enum class VXp_TransformPath {
   Nothing,    // no pixel can change
@@ -78,8 +78,8 @@ struct VXp_TransformPlan {
   explicit VXp_TransformPlan(const VXp_TransformCall& call);
 
   VXp_TransformPath path;
-  M_LRect area;         // the pixels of the destination that can change
-  VXp_Way first, last;  // the same matrix without motion
+  M_LRect area;                // the pixels of the destination that can change
+  VXp_MatrixPair first, last;  // the same matrix without motion
   bool moves;
   bool high;        // quality
   int32_t samples;  // sub-samples of a pixel, if there is motion

@@ -38,13 +38,13 @@ void ClearAlpha(char* row, int32_t count) {
   }
 }
 
-struct Place {
+struct Position {
   int32_t h, v;
 };
 
 // Returns the part of the world that `rect` and both buffers cover; all zeros if it is empty.
-M_LRect AreaOf(const VX_World& world, Place place, const M_Rect* rect, const VX_UnoBuffer& buffer,
-               const VX_UnoBuffer* second) {
+M_LRect AreaOf(const VX_World& world, Position position, const M_Rect* rect,
+               const VX_UnoBuffer& buffer, const VX_UnoBuffer* second) {
   const auto reach = [](int32_t from, int32_t size) {
     return static_cast<int32_t>(std::clamp<int64_t>(int64_t{from} + size, INT32_MIN, INT32_MAX));
   };
@@ -52,15 +52,15 @@ M_LRect AreaOf(const VX_World& world, Place place, const M_Rect* rect, const VX_
   if (rect != nullptr) area = VXp_Section(area, VXp_LRectOf(*rect));
   for (const VX_UnoBuffer* bounds : {&buffer, second}) {
     if (bounds == nullptr) continue;
-    area = VXp_Section(
-        area, {place.h, place.v, reach(place.h, bounds->width), reach(place.v, bounds->height)});
+    area = VXp_Section(area, {position.h, position.v, reach(position.h, bounds->width),
+                              reach(position.v, bounds->height)});
   }
   const bool empty = area.right <= area.left || area.bottom <= area.top;
   return empty ? M_LRect{} : area;
 }
 
 template <class Pixel>
-VX_Err Merge(const VX_ProgressInfo* progress, Place place, const M_LRect& area,
+VX_Err Merge(const VX_ProgressInfo* progress, Position position, const M_LRect& area,
              const VX_UnoBuffer& buffer, const VX_World& world) {
   return VXp_ForUnoRows(progress, world.height, [&](int32_t, int32_t y) -> VX_Err {
     char* const row = VXp_PixelAddress<Pixel>(world, 0, y);
@@ -71,7 +71,7 @@ VX_Err Merge(const VX_ProgressInfo* progress, Place place, const M_LRect& area,
     const auto at = [&](int32_t x) { return VXp_PixelAddress<Pixel>(world, x, y); };
     ClearAlpha<Pixel>(row, area.left);
     ClearAlpha<Pixel>(at(area.right), world.width - area.right);
-    const ptrdiff_t sample = ptrdiff_t{y - place.v} * buffer.width + (area.left - place.h);
+    const ptrdiff_t sample = ptrdiff_t{y - position.v} * buffer.width + (area.left - position.h);
     const char* const mask = static_cast<const char*>(*buffer.data) + sample * (buffer.depth / 8);
     return MergeRowBySlot(area.right - area.left, buffer.depth, mask,
                           reinterpret_cast<Pixel*>(at(area.left)));
@@ -102,9 +102,9 @@ VX_Err VX_MergeMaskAlpha(VX_ProgressInfo* progress, int16_t h, int16_t v, const 
       if (!known) return VXp_FailVerification(kVXp_MergeDepthText);
       if (world->width <= 0 || world->height <= 0) return VX_Ok;
       if (world->data == nullptr) return VXp_FailVerification("mask for a world without pixels");
-      const Place place{h, v};
-      return Merge<Pixel>(progress, place, AreaOf(*world, place, rect, *buffer, second), *buffer,
-                          *world);
+      const Position position{h, v};
+      return Merge<Pixel>(progress, position, AreaOf(*world, position, rect, *buffer, second),
+                          *buffer, *world);
     });
   });
 }

@@ -28,12 +28,12 @@ struct Direction {
     const auto fixed = static_cast<VX_Fixed>(radius * 65536.0 + 0.5);
     const auto planner = feather == VX_Feather_Gaussian ? &VXp_PlanGaussianScan : &VXp_PlanBoxScan;
     plan = planner(kind, length, 0, length, fixed);
-    plan.holds_before = plan.holds_after = true;
+    plan.repeats_before = plan.repeats_after = true;
   }
 
   bool Idle() const { return plan.kind == VXp_ScanKind::kNone; }
   // Returns the number of positions of a line in scratch.
-  int64_t Places() const {
+  int64_t Positions() const {
     return plan.kind == VXp_ScanKind::kGaussian ? plan.last - plan.first + 2 * plan.half
                                                 : plan.to - plan.from;
   }
@@ -111,8 +111,8 @@ class Feather {
 
   int64_t ScratchSize() const {
     const int64_t row =
-        ScansRows() ? VX_UnoScanScratch(buffer_.width, along_.plan.radius) : along_.Places();
-    const int64_t tile = down_.Places() * std::min(kLines, buffer_.width);
+        ScansRows() ? VX_UnoScanScratch(buffer_.width, along_.plan.radius) : along_.Positions();
+    const int64_t tile = down_.Positions() * std::min(kLines, buffer_.width);
     return std::max(row, tile) * static_cast<int64_t>(sizeof(Sample));
   }
 

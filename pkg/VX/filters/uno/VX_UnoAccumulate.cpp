@@ -158,7 +158,7 @@ VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* sr
     CheckBuffers(src, mode, dst);
     const int32_t gain_src = ScaledGain(src_gain, src->depth);
     const int32_t gain_dst = ScaledGain(dst_gain, src->depth);
-    const VXp_CopyArea area = VXp_PlaceUno(*src, VXp_UnoWhole(*src), rect, point, *dst);
+    const VXp_CopyArea area = VXp_UnoCopyArea(*src, VXp_UnoWhole(*src), rect, point, *dst);
     const bool small = int64_t{area.width} * area.height < kWorthThreads;
     const auto iterate = small ? &VX_IterateGeneric_Static : &VX_IterateGeneric;
     const auto accumulate_row = VXp_G_OverFuncs.VX_UnoAccumulateRow;

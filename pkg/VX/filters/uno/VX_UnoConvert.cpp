@@ -30,10 +30,10 @@ void ConvertRow(int32_t count, const char* src, bool invert, char* dst) {
     const int32_t part = std::min(count - done, kPart);
     const char* from = src + done * static_cast<ptrdiff_t>(sizeof(FromSample));
     char* const to = dst + done * static_cast<ptrdiff_t>(sizeof(ToSample));
-    uint16_t held[kPart];
+    uint16_t clamped[kPart];
     if constexpr (std::is_same_v<From, VX_Pixel16> && !std::is_same_v<To, VX_Pixel16>) {
-      HoldBelowFull(from, held, part);
-      from = reinterpret_cast<const char*>(held);
+      HoldBelowFull(from, clamped, part);
+      from = reinterpret_cast<const char*>(clamped);
     }
     VXp_ConvertRow<To, From>(from, to, static_cast<size_t>(part));
     if (invert) VXp_UnoInvertRow(part, reinterpret_cast<ToSample*>(to));

@@ -108,7 +108,7 @@ VX_Err VX_TransferUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
     return VXp_FailVerification("transfer needs mask buffers of the same bitdepth");
   }
   const M_LRect bounds = VXp_UnoWhole(mask != nullptr ? *mask : *src);
-  const VXp_CopyArea area = VXp_PlaceUno(*src, bounds, rect, point, *dst);
+  const VXp_CopyArea area = VXp_UnoCopyArea(*src, bounds, rect, point, *dst);
   return VXp_WithPixel(dst->depth, kVXp_UnknownDepthText, [&](auto tag) -> VX_Err {
     return Transfer<typename decltype(tag)::Pixel>(*src, mask, mode, area, *dst).Run(progress);
   });

@@ -35,7 +35,7 @@ struct VXp_ScanPlan {
   // scanned part, but not at the end of the line; existing projects depend on this. Other windows
   // also read the neighbours of the part, and repeat both end samples of the line. Feathering
   // repeats both ends for all windows.
-  bool holds_before = false, holds_after = false;
+  bool repeats_before = false, repeats_after = false;
 };
 
 inline constexpr int32_t kVXp_ScanUnit = 255;

@@ -80,13 +80,13 @@ class BoxScan {
     const ptrdiff_t in_stride = lines * kBytes<Sample>;
     Hold(in, lines, before_);
     Hold(in + (plan.to - plan.from - 1) * lines, lines, after_);
-    const auto beyond = [](bool holds, const Sample* block) {
-      return VXp_BoxBeyond{holds ? VXp_BoxEdge::kHeld : VXp_BoxEdge::kFade,
-                           reinterpret_cast<const char*>(block)};
+    const auto outside = [](bool holds, const Sample* block) {
+      return VXp_BoxOutside{holds ? VXp_BoxEdge::kRepeated : VXp_BoxEdge::kFade,
+                            reinterpret_cast<const char*>(block)};
     };
     pass_ = {{plan.half, plan.half + 1, soft ? kVXp_ScanUnit : 1, plan.outer},
-             beyond(plan.holds_before, before_),
-             beyond(plan.holds_after, after_),
+             outside(plan.repeats_before, before_),
+             outside(plan.repeats_after, after_),
              lines,
              {reinterpret_cast<const char*>(in), in_stride, plan.from, plan.to},
              {out, stride, kBytes<Sample>, plan.first, plan.last},
@@ -123,8 +123,8 @@ class BoxScan {
 
   VXp_SampleSum<Sample> FirstSum(int32_t line) const {
     const VXp_BoxRange range = VXp_BoxFirstSum(pass_);
-    const auto held = [&](const VXp_BoxBeyond& beyond, const Sample* block) {
-      return beyond.edge == VXp_BoxEdge::kHeld ? block[line] : Sample{0};
+    const auto held = [&](const VXp_BoxOutside& outside, const Sample* block) {
+      return outside.edge == VXp_BoxEdge::kRepeated ? block[line] : Sample{0};
     };
     VXp_SampleSum<Sample> sum;
     sum.Enter(held(pass_.before, before_), range.before);
@@ -173,7 +173,7 @@ class BoxScan {
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {
       const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
       const BoxQuotient<Sample> quotient = QuotientOf(span);
-      VXp_ForBoxPlaces(span, pass_.out.stride, [&](const VXp_BoxPlace& at) {
+      VXp_ForBoxPositions(span, pass_.out.stride, [&](const VXp_BoxPosition& at) {
         const Sample* const leaving = Samples<Sample>(at.leaving);
         VXp_SlideAcross(Samples<Sample>(at.entering), leaving, lines, sums, held);
         quotient(sums, leaving, Samples<Sample>(at.leading), lines, samples);
@@ -226,11 +226,11 @@ template <class Sample>
 void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* in, int32_t lines,
                   char* out, ptrdiff_t stride) {
   const Sample* const first = in + plan.half * lines;
-  const int64_t places = plan.last - plan.first;
+  const int64_t positions = plan.last - plan.first;
   // Values that are adjacent in `out`: those of a single line, or those of all lines at one
   // position.
   const bool along = lines == 1 && stride == kBytes<Sample>;
-  const int64_t runs = along ? 1 : places, length = along ? places : lines;
+  const int64_t runs = along ? 1 : positions, length = along ? positions : lines;
   for (int64_t run = 0; run < runs; ++run) {
     char* const to = out + run * stride;
     GaussianMeans(first + run * lines, lines, taps, length,
@@ -245,23 +245,23 @@ void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* 
 
 // Copies the positions from..to - 1 of a plan.
 template <class Sample>
-void CopyPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
+void CopyPositions(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
   const ptrdiff_t bytes = lines.lines * kBytes<Sample>;
-  const char* place = lines.data + plan.from * lines.stride;
+  const char* position = lines.data + plan.from * lines.stride;
   const int64_t count = plan.to - plan.from;
   if (lines.stride == bytes) {
-    std::memcpy(scratch, place, static_cast<size_t>(bytes * count));
+    std::memcpy(scratch, position, static_cast<size_t>(bytes * count));
     return;
   }
-  for (int64_t i = 0; i < count; ++i, place += lines.stride, scratch += lines.lines) {
-    std::memcpy(scratch, place, static_cast<size_t>(bytes));
+  for (int64_t i = 0; i < count; ++i, position += lines.stride, scratch += lines.lines) {
+    std::memcpy(scratch, position, static_cast<size_t>(bytes));
   }
 }
 
 // Copies the positions that a Gaussian window reads; outside of the line its end values are
 // repeated.
 template <class Sample>
-void CopyHeldPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
+void CopyRepeatedPositions(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample* scratch) {
   const int32_t n = lines.lines;
   const auto repeat = [n](const Sample* row, int64_t times, Sample* to) {
     for (int64_t i = 0; i < times; ++i) std::copy_n(row, n, to + i * n);
@@ -270,7 +270,7 @@ void CopyHeldPlaces(const VXp_ScanPlan& plan, const VXp_ScanLines& lines, Sample
   const int64_t after = plan.last + plan.half - plan.to;
   Sample* const first = scratch + before * n;
   Sample* const end = first + (plan.to - plan.from) * n;
-  CopyPlaces(plan, lines, first);
+  CopyPositions(plan, lines, first);
   repeat(first, before, scratch);
   repeat(end - n, after, end);
 }
@@ -283,12 +283,12 @@ void VXp_RunScan(const VXp_ScanPlan& plan, const VXp_ScanKernel* kernel, const V
   char* const out = lines.data + plan.first * lines.stride;
   if (plan.kind == VXp_ScanKind::kNone) return;
   if (plan.kind == VXp_ScanKind::kGaussian) {
-    CopyHeldPlaces(plan, lines, scratch);
+    CopyRepeatedPositions(plan, lines, scratch);
     GaussianScan(plan, TapsOf<Sample>(*kernel), scratch, lines.lines, out, lines.stride);
     return;
   }
   for (int32_t pass = 1; pass <= plan.passes; ++pass) {
-    if (pass == 1 || second == nullptr) CopyPlaces(plan, lines, scratch);
+    if (pass == 1 || second == nullptr) CopyPositions(plan, lines, scratch);
     if (pass == plan.passes || second == nullptr) {
       BoxScan<Sample>(plan, scratch, lines.lines, out, lines.stride).Run();
     } else {

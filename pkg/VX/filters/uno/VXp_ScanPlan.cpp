@@ -27,7 +27,7 @@ VXp_ScanPlan PlanOfNeighbours(VXp_ScanKind kind, int64_t half, int32_t length, i
   plan.last = std::min<int64_t>(end + half, length);
   plan.from = std::max<int64_t>(plan.first - half, 0);
   plan.to = std::min<int64_t>(plan.last + half, length);
-  plan.holds_before = plan.holds_after = true;
+  plan.repeats_before = plan.repeats_after = true;
   return plan;
 }
 
@@ -51,7 +51,7 @@ VXp_ScanPlan VXp_PlanBoxScan(int32_t kind, int32_t length, int32_t start, int32_
   plan.outer = static_cast<int32_t>((width - static_cast<double>(whole)) * kVXp_ScanUnit);
   plan.first = plan.from = std::max<int64_t>(start - margin, 0);
   plan.last = plan.to = std::min<int64_t>(end + margin, length);
-  plan.holds_after = plan.last == length;
+  plan.repeats_after = plan.last == length;
   return plan;
 }
 

@@ -78,8 +78,9 @@ inline M_LRect VXp_UnoArea(const M_Rect* rect, const VX_UnoBuffer& buffer) {
 // corner at `point` of the destination (null: the corner of `rect`). The area is clipped to the
 // source, to `bounds` in coordinates of the source, and to the destination. Clipping does not shift
 // the samples.
-inline VXp_CopyArea VXp_PlaceUno(const VX_UnoBuffer& src, const M_LRect& bounds, const M_Rect* rect,
-                                 const M_Point* point, const VX_UnoBuffer& dst) {
+inline VXp_CopyArea VXp_UnoCopyArea(const VX_UnoBuffer& src, const M_LRect& bounds,
+                                    const M_Rect* rect, const M_Point* point,
+                                    const VX_UnoBuffer& dst) {
   const M_LRect area = VXp_Section(VXp_UnoArea(rect, src), bounds);
   const M_LRect to = VXp_UnoWhole(dst);
   const int32_t dx = point == nullptr ? 0 : point->h - (rect == nullptr ? 0 : rect->left);

@@ -10,15 +10,15 @@
 #include "transform/VXp_MotionSum.h"
 
 template <class Pixel>
-class VXp_MotionBundle {
+class VXp_MotionGroup {
  public:
-  VXp_MotionBundle(const VXp_LineSampler<Pixel>& sampler, const VX_SampPB& record)
+  VXp_MotionGroup(const VXp_LineSampler<Pixel>& sampler, const VX_SampPB& record)
       : sampler_(sampler), record_(record) {}
 
   // Returns whether a path may be added to a group: all neighbours of its positions must be inside.
-  bool Takes(const VXp_Line& way) const {
-    return sampler_.TakesPoints() && sampler_.IsInside(way.x, way.y) &&
-           sampler_.IsInside(way.X(way.count - 1), way.Y(way.count - 1));
+  bool Takes(const VXp_Line& path) const {
+    return sampler_.TakesPoints() && sampler_.IsInside(path.x, path.y) &&
+           sampler_.IsInside(path.X(path.count - 1), path.Y(path.count - 1));
   }
 
   // Stores the averages of the group at the addresses before `end`, and empties the group.
@@ -42,16 +42,16 @@ class VXp_MotionBundle {
 
   // Adds a path, whose average is stored at `out`. Finishes the current group first if it is full
   // or has another sampling order.
-  void Take(const VXp_Line& way, Pixel* out) {
-    const VXp_LineParts parts = sampler_.PartsOfInside(way);
+  void Take(const VXp_Line& path, Pixel* out) {
+    const VXp_LineParts parts = sampler_.PartsOfInside(path);
     if (count_ == kMost || parts.forward != parts_.forward || parts.backward != parts_.backward) {
       FinishBefore(out);
     }
     parts_ = parts;
-    x_[count_] = static_cast<VX_Fixed>(way.x);
-    y_[count_] = static_cast<VX_Fixed>(way.y);
-    dx_[count_] = static_cast<VX_Fixed>(way.dx);
-    dy_[count_] = static_cast<VX_Fixed>(way.dy);
+    x_[count_] = static_cast<VX_Fixed>(path.x);
+    y_[count_] = static_cast<VX_Fixed>(path.y);
+    dx_[count_] = static_cast<VX_Fixed>(path.dx);
+    dy_[count_] = static_cast<VX_Fixed>(path.dy);
     ++count_;
   }
 

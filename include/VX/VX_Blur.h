@@ -108,8 +108,8 @@ struct VX_BlurSpec {
 };
 
 // Blurs straight pixels over both axes, along the rows and then down the columns. Works in bands of
-// rows and allocates a premultiplied intermediate world. Its size is some megabytes, or rows for
-// four times the vertical reach if that is more. Thread-safe if no other thread writes to these
+// rows and allocates a premultiplied intermediate world of some megabytes, or of four times as many
+// rows as the vertical reach if that is more. Thread-safe if no other thread writes to the
 // worlds.
 //
 //   progress  called with increasing steps over both passes; may be null

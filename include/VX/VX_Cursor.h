@@ -15,7 +15,8 @@
 using VX_OffscreenCursorHandler = boost::function<VX_Err(void* port, M_LPoint* mouse)>;
 
 // Stores a copy of the handler; it replaces an earlier handler of the same port. Returns
-// VX_ErrBadParameter for a null port, for an empty handler, or before VX_Birth; VX_ErrOutOfMemory.
+// VX_ErrBadParameter for a null port, for an empty handler, or before VX_Birth. May also return
+// VX_ErrOutOfMemory.
 VX_API VX_Err VX_RegisterOffsreenCURMOUSEHandler(void* port,
                                                  const VX_OffscreenCursorHandler& handler);
 

@@ -2,6 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Marks what libVX exports. All other symbols are hidden.
+// Marks the classes, functions and variables that libVX exports. All other symbols are hidden.
 
 #define VX_API __attribute__((visibility("default")))

@@ -35,7 +35,7 @@
 #include "VX/VX_World.h"
 #include "VX/cpp/Error.hpp"
 
-// Marks what libVXIO exports. All other symbols are hidden.
+// Marks the classes and functions that libVXIO exports. All other symbols are hidden.
 #define VXIO_API __attribute__((visibility("default")))
 
 enum class VXIO_ErrorKind { Input, Output };

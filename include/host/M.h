@@ -84,7 +84,8 @@ VXHOST_API U_Err M_InverseMatrixQuiet(const M_Matrix3& matrix, M_Matrix3* out, b
 // Returns whether all entries differ by at most epsilon. NaN differs from everything.
 VXHOST_API bool M_EqualMatrixWithinEpsilon(const M_Matrix3& a, const M_Matrix3& b, double epsilon);
 
-// The types of matrices. M_GetMatrixType returns the lowest number that fits, without tolerance.
+// The types of matrices, from special to general. M_GetMatrixType returns the first type that
+// describes the matrix exactly, without tolerance.
 enum : int32_t {
   M_MatrixType_Identity = 0,
   M_MatrixType_Translation = 1,

@@ -38,7 +38,7 @@ constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
   return loops;
 }
 
-// At namespace scope, because a static variable of the exported function would be exported too.
+// Defined at namespace scope, because a static variable of the exported function would be exported.
 template <class Pixel, bool hasMask, bool linear>
 inline constexpr auto kVXp_RowLoops = VXp_MakeRowLoops<Pixel, hasMask, linear>();
 

@@ -14,8 +14,7 @@
 //
 //   window                reach  outer_at  unit       outer
 //   world, whole radius   n      n         1          0
-//   world, other radius   n      n         1024       -f; corrects S, which includes these
-//   positions
+//   world, other radius   n      n         1024       -f (S includes these two positions)
 //   plain box of samples  half   half + 1  1          0
 //   soft box of samples   half   half + 1  255        0..254
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What VX_Birth and VX_Death use of this component: built-in routines of slots that no public
-// header declares, and the function that frees the cached kernel of the Gaussian scans.
+// The functions of this component that VX_Birth and VX_Death use: built-in routines of slots that
+// no public header declares, and the function that frees the cached kernel of the Gaussian scans.
 
 #include "VX/VX_OverrideTable.h"
 #include "filters/uno/VXp_UnoBuffer.h"

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What VX_Birth and VX_Death use of this component: the dither noise, and the built-in routines of
-// slots that no public header declares.
+// The functions of this component that VX_Birth and VX_Death use: the dither noise, and the
+// built-in routines of slots that no public header declares.
 
 #include "VX/VX_OverrideTable.h"
 #include "housekeeping/VXp_DitherNoise.h"

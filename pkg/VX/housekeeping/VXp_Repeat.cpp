@@ -11,8 +11,8 @@ namespace {
 
 constexpr size_t kLine = 64;
 
-// From this size on plain stores are used, which are faster than copies if the data exceed the
-// caches.
+// Fills of this many bytes or more use plain stores, because these are faster than copies if the
+// data exceed the caches.
 constexpr size_t kLargerThanCache = size_t{24} << 20;
 
 // Stores complete cache lines; `to` must be at the start of a line. Returns the number of bytes

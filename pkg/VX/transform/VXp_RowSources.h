@@ -89,8 +89,8 @@ class VXp_MotionPositions {
     return {first_.x, first_.y, last_.x, last_.y, first_.dx, first_.dy, last_.dx, last_.dy};
   }
   VXp_Line PathAt(int32_t i) const { return Row().PathAt(i, samples_); }
-  // Returns whether the path of each pixel is that of its left neighbour, moved by one source
-  // pixel.
+  // Returns whether the path of each pixel is that of its left neighbour, shifted to the right by
+  // one source pixel.
   bool SlidesByPixels() const {
     return first_.dx == kVXp_FixedOne && first_.dy == 0 && last_.dx == kVXp_FixedOne &&
            last_.dy == 0;
@@ -175,8 +175,8 @@ class VXp_MotionHighRows {
     group.FinishBefore(out + count);
   }
 
-  // For pixels whose paths are the same except for the offset of one source pixel per pixel, so
-  // that they share the weights of each sub-sample.
+  // For paths that differ only by a shift of one source pixel from pixel to pixel. Their positions
+  // have equal fractions, so all pixels share the weights of each sub-sample.
   void SampleSliding(int32_t count, Pixel* out) {
     const VXp_Line path = positions_.PathAt(0);
     for (int32_t k = 0; k < path.count; ++k)

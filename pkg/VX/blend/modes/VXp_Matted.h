@@ -3,10 +3,9 @@
 #pragma once
 
 // Matted modes. They blend the source with a destination that was composited onto the neutral
-// colour of the mode (matted), and then remove that colour (unmatted, by the alpha A). The neutral
-// colour is the one that the mode does not change under a transparent source. The per-pixel form
-// does all three steps. For rows, matting and unmatting are separate stages, and the row form is
-// the formula alone.
+// colour of the mode (matted), and then remove that colour (unmatted, by the alpha A). A
+// transparent source leaves the neutral colour unchanged. The per-pixel form mattes, blends and
+// unmattes. For rows, matting and unmatting are separate stages, and the row form only blends.
 //
 // A mode of this family defines Full(s, m) for a source alpha of F, and Part(s, m, sa) for less.
 

@@ -8,9 +8,9 @@
 
 #include "blend/modes/VXp_Composition.h"
 
-// Moves the channels of a colour of luminance l toward l until all are in range. If an extreme
-// channel equals l but is out of range, which only float pixels can have, the colour is not
-// changed.
+// Moves the channels of a colour of luminance l toward l until all are in range. If the
+// smallest or largest channel is out of range but equals l (float pixels only), it cannot be moved
+// toward l, and the colour is not changed.
 template <class T>
 VXp_Color<T> VXp_ClipToRange(VXp_Color<T> c, typename T::Work l) {
   using Work = typename T::Work;

@@ -123,16 +123,16 @@ class BoxScan {
 
   VXp_SampleSum<Sample> FirstSum(int32_t line) const {
     const VXp_BoxRange range = VXp_BoxFirstSum(pass_);
-    const auto held = [&](const VXp_BoxOutside& outside, const Sample* block) {
+    const auto repeated = [&](const VXp_BoxOutside& outside, const Sample* block) {
       return outside.edge == VXp_BoxEdge::kRepeated ? block[line] : Sample{0};
     };
     VXp_SampleSum<Sample> sum;
-    sum.Enter(held(pass_.before, before_), range.before);
+    sum.Enter(repeated(pass_.before, before_), range.before);
     const char* at = pass_.in.data + (range.start - pass_.in.start) * pass_.in.stride;
     for (int64_t p = range.start; p < range.end; ++p, at += pass_.in.stride) {
       sum.Enter(Samples<Sample>(at)[line], 1);
     }
-    sum.Enter(held(pass_.after, after_), range.after);
+    sum.Enter(repeated(pass_.after, after_), range.after);
     return sum;
   }
 
@@ -163,11 +163,11 @@ class BoxScan {
   void Across() const {
     const int32_t lines = kLines != 0 ? kLines : pass_.lines;
     Sum sums[kBlock];
-    double held[kBlock];
+    double nonzero[kBlock];
     for (int32_t l = 0; l < lines; ++l) {
       const VXp_SampleSum<Sample> first = FirstSum(l);
       sums[l] = first.sum;
-      held[l] = first.held;
+      nonzero[l] = first.nonzero;
     }
     Sample samples[kBlock];
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {
@@ -175,7 +175,7 @@ class BoxScan {
       const BoxQuotient<Sample> quotient = QuotientOf(span);
       VXp_ForBoxPositions(span, pass_.out.stride, [&](const VXp_BoxPosition& at) {
         const Sample* const leaving = Samples<Sample>(at.leaving);
-        VXp_SlideAcross(Samples<Sample>(at.entering), leaving, lines, sums, held);
+        VXp_SlideAcross(Samples<Sample>(at.entering), leaving, lines, sums, nonzero);
         quotient(sums, leaving, Samples<Sample>(at.leading), lines, samples);
         std::memcpy(at.out, samples, static_cast<size_t>(lines * kBytes<Sample>));
       });

@@ -13,14 +13,14 @@ TEST(Interleave, NegativeOffsetsEmptyAreasAndRefusals) {
   uint16_t two[2] = {7, 7};
   const auto call = [&](const uint16_t* in, int32_t channels, int32_t width, uint16_t* out,
                         M_Vector2T<int32_t> from = {0, 0}) {
-    return VX_Deinterleave1<uint16_t>(in, 6, 0, channels, {width, 1}, from, {0, 0}, out);
+    return VX_Deinterleave1<uint16_t>(in, 8, 0, channels, {width, 1}, from, {0, 0}, out);
   };
   EXPECT_EQ(call(samples, 3, 0, two) + call(samples, 3, INT32_MIN, two), 0);
   EXPECT_EQ(call(nullptr, 3, 2, two), 3);
   EXPECT_EQ(call(samples, 3, 2, nullptr), 3);
   EXPECT_EQ(call(samples, 0, 2, two), 3);
   EXPECT_EQ(two[0] * 10 + two[1], 77);
-  EXPECT_EQ(call(samples + 4, 3, 2, two, {0, -1}), 0);  // a row up: 6 bytes
-  EXPECT_EQ(two[0] * 10 + two[1], 25);
+  EXPECT_EQ(call(samples + 4, 3, 2, two, {0, -1}), 0);  // a row up: 8 bytes
+  EXPECT_EQ(two[0] * 10 + two[1], 14);
   Reports();
 }

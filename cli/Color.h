@@ -92,9 +92,8 @@ class JobColor {
   std::set<std::string> printed_;
 };
 
-// Reads the pictures of one frame and converts them to the profile of the composition: the profile
-// of
-// --profile or, without it, the profile of the background.
+// Reads the pictures of one frame and converts them to the profile of the composition: the given
+// profile or, without --profile, the profile of the background.
 class FrameColor {
  public:
   // `names` are the inputs of the job as given on the command line. `own` are the depths of the

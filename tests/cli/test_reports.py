@@ -63,8 +63,6 @@ class Reports(CommandTest):
         slots = json.loads(self.vx("list", "slots", "--json")[0])
         self.assertEqual(sum(s["state"] == "empty" for s in slots), 22)
         self.assertEqual({s["name"]: s["state"] for s in slots}["VX_TransferRect_S"], "built in")
-        formats = json.loads(self.vx("list", "formats", "--json")[0])
-        self.assertLessEqual({"png", "jpeg", "tiff", "exr"}, {f["name"] for f in formats})
         for level, name in (("none", "plain"), ("sse2", "sse2")):
             listed = json.loads(self.vx("--processor", level, "list", "processors", "--json")[0])
             self.assertEqual([p["name"] for p in listed if p["in_use"]], [name])

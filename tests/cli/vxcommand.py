@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Runs the command; reads and writes pictures without using its code."""
 
+import io
 import os
 import shutil
 import struct
@@ -11,6 +12,7 @@ import unittest
 
 import numpy as np
 from PIL import Image
+from PIL.TiffImagePlugin import ImageFileDirectory_v2
 
 VX = os.environ.get("VX_COMMAND", "vx")
 USAGE, INPUT, OUTPUT, SOME_FAILED = 2, 3, 4, 5  # exit codes
@@ -98,31 +100,24 @@ def write_tiff(path, pixels, associated):
     """uint8, uint16 or float32 RGBA in one strip."""
     height, width, channels = pixels.shape
     body = pixels.tobytes()
-    bits, sample = pixels.dtype.itemsize * 8, 3 if pixels.dtype == np.float32 else 1
-    end = 8 + len(body)
-    entries = [(256, 4, 1, width), (257, 4, 1, height), (258, 3, 4, end), (259, 3, 1, 1), (262, 3, 1, 2),
-               (273, 4, 1, 8), (277, 3, 1, channels), (278, 4, 1, height), (279, 4, 1, len(body)),
-               (338, 3, 1, 1 if associated else 2), (339, 3, 4, end + 8)]
+    sample = 3 if pixels.dtype == np.float32 else 1
+    tags = ImageFileDirectory_v2(prefix=b"II")
+    for tag, value in {256: width, 257: height, 258: [pixels.itemsize * 8] * 4, 259: 1, 262: 2, 273: 0, 277: channels,
+                       278: height, 279: len(body), 338: 1 if associated else 2, 339: [sample] * 4}.items():
+        tags[tag] = value
     with open(path, "wb") as file:
-        file.write(struct.pack("<2sHI", b"II", 42, end + 16) + body
-                   + struct.pack("<8HH", *[bits] * 4, *[sample] * 4, len(entries))
-                   + b"".join(struct.pack("<HHII", *entry) for entry in entries) + bytes(4))
+        file.write(struct.pack("<2sHI", b"II", 42, 8) + tags.tobytes(8) + body)  # tag 273 becomes the position of body
 
 
 def read_tiff(data):
     """An uncompressed file. The command keeps the compression of its input."""
-    start = struct.unpack("<I", data[4:8])[0]
-    tags = {}
-    for i in range(struct.unpack("<H", data[start:start + 2])[0]):
-        tag, kind, count, value = struct.unpack("<HHII", data[start + 2 + 12 * i:start + 14 + 12 * i])
-        size = {3: 2, 4: 4}.get(kind, 0) * count
-        at = value if size > 4 else start + 10 + 12 * i
-        if size:
-            tags[tag] = np.frombuffer(data[at:at + size], "<u2" if kind == 3 else "<u4")
-    assert tags[259][0] == 1, "compressed"
+    tags, file = ImageFileDirectory_v2(data[:8]), io.BytesIO(data)
+    file.seek(tags.next)
+    tags.load(file)
+    assert tags[259] == 1, "compressed"
     body = b"".join(data[o:o + n] for o, n in zip(tags[273], tags[279]))
-    kind = {8: "u1", 16: "<u2", 32: "<f4"}[int(tags[258][0])]
-    return np.frombuffer(body, kind).reshape(tags[257][0], tags[256][0], tags[277][0])
+    kind = {8: "u1", 16: "<u2", 32: "<f4"}[tags[258][0]]
+    return np.frombuffer(body, kind).reshape(tags[257], tags[256], tags[277])
 
 
 def write_exr(path, pixels):

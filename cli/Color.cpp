@@ -165,15 +165,15 @@ bool JobColor::Same(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b) {
 
 void JobColor::Convert(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to,
                        VX_World* world) {
-  COR_QCE_TransformPtr transform;
+  std::optional<vx::ColorTransform> transform;
   {
     std::lock_guard lock(mutex_);
     const int32_t depth = world->Depth();
     auto& kept = PairOf(from, to)->transforms[depth == 8 ? 0 : depth == 16 ? 1 : 2];
-    if (!kept) kept = VXIO_NewTransform(from, to, depth);
+    if (!kept) kept.emplace(vx::Profile(from), vx::Profile(to), depth);
     transform = kept;
   }
-  VXIO_ConvertColors(transform, world);
+  transform->apply(*world);
 }
 
 void JobColor::NoteOnce(const std::string& text) {

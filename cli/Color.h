@@ -80,7 +80,7 @@ class JobColor {
  private:
   struct Pair {
     std::optional<bool> same;
-    std::array<COR_QCE_TransformPtr, 3> transforms;  // for 8, 16 and 32 bits
+    std::array<std::optional<vx::ColorTransform>, 3> transforms;  // for 8, 16 and 32 bits
   };
   // The caller must have locked mutex_. The key consists of the identifiers of both profiles.
   Pair* PairOf(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to);

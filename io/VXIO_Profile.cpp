@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "VX/cpp/Color.hpp"
 #include "VXIO_Formats.h"
 
 namespace {
@@ -22,11 +23,7 @@ void CheckEngine(QCE_Status status) {
   }
 }
 
-COR_QCE_ProfilePtr BuiltIn(const char* name) {
-  COR_QCE_ProfilePtr profile;
-  CheckEngine(COR_QCE_ProfileFromName(name, &profile));
-  return profile;
-}
+COR_QCE_ProfilePtr BuiltIn(const char* name) { return vx::Profile::named(name).handle(); }
 
 std::string_view EmbeddedBytes(const VXIO_Metadata& metadata) {
   const VXIO_Metadata::Impl* from = metadata.Get();
@@ -57,14 +54,6 @@ bool HasOtherPrimaries(const OIIO::ImageSpec& spec) {
     if (!(std::fabs(values[i] - kPrimaries[i]) < 0.002f)) return true;
   }
   return false;
-}
-
-uint32_t FormatOfDepth(int32_t depth) {
-  return depth == 8 ? QCE_Format_Argb8 : depth == 16 ? QCE_Format_Argb16 : QCE_Format_ArgbFloat;
-}
-
-void Apply(const COR_QCE_TransformPtr& transform, uint32_t format, void* pixels, int32_t count) {
-  CheckEngine(COR_QCE_Apply(transform, format, pixels, format, pixels, count, /*options=*/nullptr));
 }
 
 void AppendUtf8(uint32_t point, std::string* text) {
@@ -221,27 +210,12 @@ bool VXIO_SameColors(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b) {
     before.push_back({kWhite, grey, grey, grey});
   }
   std::vector<vx::Pixel16> after = before;
-  Apply(VXIO_NewTransform(a, b, 16), QCE_Format_Argb16, after.data(),
-        static_cast<int32_t>(after.size()));
+  const auto count = static_cast<int32_t>(after.size());
+  vx::ColorTransform(vx::Profile(a), vx::Profile(b), 16)
+      .apply(vx::View<vx::Pixel16>(after.data(), count, 1));
   auto near = [](uint16_t x, uint16_t y) { return std::abs(int32_t{x} - int32_t{y}) <= kHalfStep; };
   return std::equal(before.begin(), before.end(), after.begin(),
                     [&](const vx::Pixel16& x, const vx::Pixel16& y) {
                       return near(x.red, y.red) && near(x.green, y.green) && near(x.blue, y.blue);
                     });
-}
-
-COR_QCE_TransformPtr VXIO_NewTransform(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to,
-                                       int32_t depth) {
-  COR_QCE_TransformPtr transform;
-  CheckEngine(COR_QCE_NewTransform(from, to, FormatOfDepth(depth), &transform));
-  return transform;
-}
-
-void VXIO_ConvertColors(const COR_QCE_TransformPtr& transform, VX_LayerDef* world) {
-  vx::visit(*world, [&](auto view) {
-    const uint32_t format = FormatOfDepth(decltype(view)::Traits::depth);
-    for (int32_t y = 0; y < view.height(); ++y) {
-      Apply(transform, format, view.row(y).data(), view.width());
-    }
-  });
 }

@@ -13,13 +13,14 @@
 #include "Pictures.h"
 #include "Subjects.h"
 #include "VX/VX_ColorSettings.h"
+#include "VX/cpp/Color.hpp"
 #include "VXIO/VXIO_Profile.h"
 
 namespace vxpy {
 
 namespace {
 
-// vx.Profile. An error of the colour engine is a ValueError with the engine's text.
+// vx.Profile. Errors of the colour engine are raised as ValueError with the engine's message.
 struct Profile {
   COR_QCE_ProfilePtr profile;
 };
@@ -37,11 +38,11 @@ void RunEngine(const char* what, Function&& function) {
   throw py::value_error(std::string(what) + ": " + COR_QCE_StatusText(status));
 }
 
-Profile OfName(const py::object& word) {
-  if (!py::isinstance<py::str>(word)) {
-    throw py::type_error("name: one of Profile.names(), not " + Quoted(word));
+Profile OfName(const py::object& arg) {
+  if (!py::isinstance<py::str>(arg)) {
+    throw py::type_error("name: one of Profile.names(), not " + Quoted(arg));
   }
-  const auto name = word.cast<std::string>();
+  const auto name = arg.cast<std::string>();
   Profile made;
   RunEngine("name", [&] { return COR_QCE_ProfileFromName(name.c_str(), &made.profile); });
   return made;
@@ -77,8 +78,8 @@ Profile Linear(const Profile& profile) {
   return made;
 }
 
-LinearTables TablesOf(const py::object& word) {
-  const auto& profile = ParseObject<Profile>("profile", word);
+LinearTables TablesOf(const py::object& arg) {
+  const auto& profile = ParseObject<Profile>("profile", arg);
   LinearTables made;
   RunEngine("profile", [&] {
     made.tables = VX_MakeLinearizationTables(profile.profile);
@@ -93,16 +94,17 @@ py::array Table(const uint16_t* entries, size_t count) {
   return array;
 }
 
-py::object ConvertColors(const py::object& picture, const py::object& from_word,
-                         const py::object& to_word, const py::object& out,
-                         const py::object& order_word) {
-  const auto& from = ParseObject<Profile>("source", from_word);
-  const auto& to = ParseObject<Profile>("target", to_word);
-  const Source source(picture, ParseOrder(order_word), "picture");
+py::object ConvertColors(const py::object& picture, const py::object& from_arg,
+                         const py::object& to_arg, const py::object& out,
+                         const py::object& order_arg) {
+  const auto& from = ParseObject<Profile>("source", from_arg);
+  const auto& to = ParseObject<Profile>("target", to_arg);
+  const Source source(picture, ParseOrder(order_arg), "picture");
   const int32_t depth = source.depth();
   Target target = Target::CopyOf(source, out);
   RunEngine("profile", [&] {
-    VXIO_ConvertColors(VXIO_NewTransform(from.profile, to.profile, depth), target.world());
+    vx::ColorTransform(vx::Profile(from.profile), vx::Profile(to.profile), depth)
+        .apply(*target.world());
     return QCE_Ok;
   });
   return target.Finish();
@@ -111,7 +113,7 @@ py::object ConvertColors(const py::object& picture, const py::object& from_word,
 // --- settings ------------------------------------------------------------------------------------
 
 // Returns the profile pool of all settings made from Python. It is never freed.
-COR_QCE_ProfilePool* ThePool() {
+COR_QCE_ProfilePool* SharedPool() {
   static COR_QCE_ProfilePool* const pool = [] {
     COR_QCE_ProfilePool* made = nullptr;
     RunEngine("settings", [&] { return COR_QCE_NewProfilePool(&made); });
@@ -120,10 +122,11 @@ COR_QCE_ProfilePool* ThePool() {
   return pool;
 }
 
-// Colour settings fill their caches on first use; the mutex makes this thread-safe.
+// Colour settings fill their caches on first use. The mutex allows several threads to use one
+// object.
 class Settings {
  public:
-  explicit Settings(const Profile& profile) : settings_(ThePool()) { SetProfile(profile); }
+  explicit Settings(const Profile& profile) : settings_(SharedPool()) { SetProfile(profile); }
   Settings(const Settings& other) : settings_(other.settings_) {}
   Settings& operator=(const Settings&) = delete;
 

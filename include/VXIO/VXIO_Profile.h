@@ -44,11 +44,3 @@ VXIO_API std::string VXIO_ProfileName(const COR_QCE_ProfilePtr& profile);
 // Returns true if no colour differs by more than half an 8-bit step between the profiles. Profiles
 // from different programs may describe the same colours with different bytes and identifiers.
 VXIO_API bool VXIO_SameColors(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b);
-
-// Creates a transform between two profiles, for worlds of this depth (8, 16 or 32).
-VXIO_API COR_QCE_TransformPtr VXIO_NewTransform(const COR_QCE_ProfilePtr& from,
-                                                const COR_QCE_ProfilePtr& to, int32_t depth);
-
-// Converts the colours of a world in place, also where alpha is 0. Alpha is unchanged. The
-// transform must have been made for the depth of the world.
-VXIO_API void VXIO_ConvertColors(const COR_QCE_TransformPtr& transform, VX_LayerDef* world);

@@ -4,6 +4,8 @@
 
 // Random commands of convolution, blurs and transforms.
 
+#include <array>
+
 #include "WorldCalls.h"
 
 // --- filters -------------------------------------------------------------------------------------
@@ -50,38 +52,40 @@ inline float AnyRadius(Command& c) {
   return static_cast<float>(radius);
 }
 
-inline VX_Err Run(Command& c, decltype(&VX_GaussianBlur1D) f) {
-  VX_LayerDef* const src = c.Source();
-  VX_LayerDef* const dst = c.Destination();
-  PlaceAnywhere(c, src), PlaceAnywhere(c, dst);
-  return AsObject(src, [&](auto& from) {
-    return AsObject(dst, [&](auto& to) {
-      std::apply(
-          f, std::tuple{c.FreeProgress(), &from, AnyRadius(c), c.Below(32), c.Below(2), c.Below(2),
-                        c.Below(2), c.Below(2), static_cast<uint8_t>(c.Below(2)), &to});
+// A pass of a Gaussian, or of boxes: the arguments after the radius, drawn in their order.
+template <class Function>
+VX_Err BlurPass(Command& c, Function f, VX_LayerDef* src, VX_LayerDef* dst, float radius,
+                int32_t iterations, std::array<int32_t, 2> direction) {
+  const std::array<int32_t, 4> d = {c.Below(32), c.Below(2), c.Below(2), c.Below(2)};
+  const auto force_copy = static_cast<uint8_t>(d[3]);
+  VX_ProgressInfo* const progress = c.FreeProgress();
+  return AsObject(src, [&](auto& in) {
+    return AsObject(dst, [&](auto& out) {
+      if constexpr (std::is_same_v<Function, decltype(&VX_BoxBlur1D)>) {
+        f(progress, &in, radius, iterations, d[0], direction[0], d[1], direction[1], d[2],
+          force_copy, &out);
+      } else {
+        f(progress, &in, radius, d[0], direction[0], d[1], direction[1], d[2], force_copy, &out);
+      }
       return VX_Ok;
     });
   });
 }
-inline VX_Err Run(Command& c, decltype(&VX_BoxBlur1D) f) {
+template <class Function>
+VX_Err AnyPass(Command& c, Function f) {
   VX_LayerDef* const src = c.Source();
   VX_LayerDef* const dst = c.Destination();
   PlaceAnywhere(c, src), PlaceAnywhere(c, dst);
-  return AsObject(src, [&](auto& from) {
-    return AsObject(dst, [&](auto& to) {
-      std::apply(f,
-                 std::tuple{c.FreeProgress(), &from, AnyRadius(c), c.OneIn(30) ? 0 : 1 + c.Below(3),
-                            c.Below(32), c.Below(2), c.Below(2), c.Below(2), c.Below(2),
-                            static_cast<uint8_t>(c.Below(2)), &to});
-      return VX_Ok;
-    });
-  });
+  const float radius = AnyRadius(c);
+  const int32_t iterations = c.OneIn(30) ? 0 : 1 + c.Below(3);
+  return BlurPass(c, f, src, dst, radius, iterations, {c.Below(2), c.Below(2)});
 }
+inline VX_Err Run(Command& c, decltype(&VX_GaussianBlur1D) f) { return AnyPass(c, f); }
+inline VX_Err Run(Command& c, decltype(&VX_BoxBlur1D) f) { return AnyPass(c, f); }
 // One pass over sizes that small worlds do not reach: numbers of lines around full tiles of
 // columns, or radii up to the largest with lines as long as their windows.
 template <class Function>
 VX_Err LargePass(Command& c, Function f) {
-  constexpr bool is_box = std::is_same_v<Function, decltype(&VX_BoxBlur1D)>;
   const bool many = c.Flag(), longest = !many && c.OneIn(10);
   const int32_t row = c.depth / 2, tile = c.Pick({4, 256 / row, 512 / row});
   const int32_t lines = many ? c.Pick({16, 16, 18}) * tile + c.Between(-1, 1) : c.Between(1, 9);
@@ -97,24 +101,7 @@ VX_Err LargePass(Command& c, Function f) {
   (to != 0 ? dst->origin_y : dst->origin_x) = longest ? 4496 : c.Between(-4, 4);
   c.Log("radius %g, iterations %d, directions %d%d\n", static_cast<double>(radius), iterations,
         from, to);
-  return AsObject(src, [&](auto& in) {
-    return AsObject(dst, [&](auto& out) {
-      const std::tuple first{c.FreeProgress(), static_cast<const VX_World*>(&in), radius};
-      const std::tuple last{c.Below(32),
-                            from,
-                            c.Below(2),
-                            to,
-                            c.Below(2),
-                            static_cast<uint8_t>(c.Below(2)),
-                            static_cast<VX_World*>(&out)};
-      if constexpr (is_box) {
-        std::apply(f, std::tuple_cat(first, std::tuple{iterations}, last));
-      } else {
-        std::apply(f, std::tuple_cat(first, last));
-      }
-      return VX_Ok;
-    });
-  });
+  return BlurPass(c, f, src, dst, radius, iterations, {from, to});
 }
 
 inline VX_Err Run(Command& c, decltype(&VX_BlurWorld) f) {
@@ -146,12 +133,13 @@ inline VX_TransformParts AnyParts(Command& c, int32_t kind) {
 }
 
 // Makes a path curved or very long, or lets it stay at one matrix but for a rounding error or
-// slightly more.
+// slightly more. A step that differs by 0.9 pixels from the one before it makes a curve.
 inline void Bend(Command& c, std::vector<M_Matrix3>* path) {
-  const double bend = c.OneIn(3) ? c.Real(0, 8) : 0, last = static_cast<double>(path->size()) - 1;
-  for (size_t i = 0; i < path->size(); ++i) {
-    const double t = static_cast<double>(i) / last;
-    (*path)[i].m[7] += bend * t * (1 - t);
+  const double last = static_cast<double>(path->size()) - 1;
+  const double change = c.Pick({0.0, 0.0, 0.0, 0.85, 0.95, c.Real(0, 16 / (last * last))});
+  const int32_t axis = 6 + c.Below(2);
+  for (double i = 0; i <= last; ++i) {
+    (*path)[static_cast<size_t>(i)].m[axis] += change / 2 * i * (last - i);
   }
   if (c.OneIn(16)) {  // also where positions of 32 bits would wrap
     path->front().m[6 + c.Below(2)] += 65536.0 * c.Between(-2, 2) * c.Pick({1, 10000});

@@ -7,8 +7,7 @@
 
 std::vector<Operation> AllOperations() {
   std::vector<Operation> all;
-  for (const auto& part :
-       {WorldOperations(), RowOperations(), UnoOperations(), OtherOperations(), SlotOperations()}) {
+  for (const auto& part : {WorldOperations(), RowOperations(), UnoOperations(), SlotOperations()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;

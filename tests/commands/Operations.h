@@ -24,13 +24,18 @@ struct Operation {
   bool in_digest = true;
 };
 
+// The command of a routine: the Run for its type.
+template <class Function>
+Runner Of(Function* f) {
+  return [f](Command& c) { return Run(c, f); };
+}
+
 // A twin returns this for arguments that it does not cover.
 inline constexpr VX_Err kNoTwin = -1;
 
 std::vector<Operation> WorldOperations();
 std::vector<Operation> RowOperations();
 std::vector<Operation> UnoOperations();
-std::vector<Operation> OtherOperations();
 std::vector<Operation> SlotOperations();  // in the order of the slots
 std::vector<Operation> AllOperations();
 

@@ -190,7 +190,7 @@ using SpanCall = VX_SampleSpanCall<Pixel>;
 template <class Pixel, class Sum>
 VX_Err Span(Command& c, VX_Err (*f)(VX_ProgressInfo*, int32_t, VX_Fixed, VX_Fixed, const VX_SampPB*,
                                     Sum*, Pixel*)) {
-  const int32_t most = c.Pick({1, 4, 17, 67});
+  const int32_t most = c.Pick({1, 4, 17, 67, 600});  // the last one takes several tiles
   return Sample<Pixel>(c, most + 1, false, [&](const VX_SampPB* record, VX_Fixed x, VX_Fixed y) {
     const int32_t count = most - c.Below(2);
     auto sum = static_cast<Sum>(c.Below(100000));
@@ -199,10 +199,9 @@ VX_Err Span(Command& c, VX_Err (*f)(VX_ProgressInfo*, int32_t, VX_Fixed, VX_Fixe
     return error;
   });
 }
-inline VX_Err Run(Command& c, SpanCall<VX_Pixel8>* f) { return Span<VX_Pixel8, uint32_t>(c, f); }
-inline VX_Err Run(Command& c, SpanCall<VX_Pixel16>* f) { return Span<VX_Pixel16, uint32_t>(c, f); }
-inline VX_Err Run(Command& c, SpanCall<VX_PixelFloat>* f) {
-  return Span<VX_PixelFloat, float>(c, f);
+template <class Pixel>
+VX_Err Run(Command& c, VX_SampleSpanFunc<Pixel> f) {
+  return Span<Pixel, VX_AlphaSumOf<Pixel>>(c, f);
 }
 
 // Four positions, some of them alike.
@@ -238,29 +237,7 @@ inline VX_Err Run(Command& c, VX_ComputeWeightFunc f) {
   return error;
 }
 
-// --- colours -------------------------------------------------------------------------------------
-
-template <class Pixel, class Number>
-requires std::is_arithmetic_v<Number> VX_Err Run(Command& c,
-                                                 VX_Err (*f)(void*, const Pixel*, Number*)) {
-  Number numbers[3] = {7, 7, 7};
-  const Pixel* const color = c.Row<Pixel>(Use::kInput, 1);
-  const VX_Err error = f(nullptr, c.Sometimes(color), c.Sometimes(numbers));
-  c.GaveNumbers("numbers", numbers, 3);
-  return error;
-}
-template <class Pixel, class Number>
-requires std::is_arithmetic_v<Number> VX_Err Run(Command& c,
-                                                 VX_Err (*f)(void*, const Number*, Pixel*)) {
-  Number numbers[3];
-  for (Number& number : numbers) {
-    if constexpr (std::is_same_v<Number, float>) number = static_cast<float>(c.Real(-1, 2));
-    if constexpr (!std::is_same_v<Number, float>) number = c.Between(-70000, 140000);
-  }
-  if (c.Flag()) numbers[0] = static_cast<Number>(numbers[0] * Number{360});
-  return With(f, std::tuple{nullptr, c.Sometimes(static_cast<const Number*>(numbers)),
-                            c.Sometimes(c.Row<Pixel>(Use::kOutput, 1))});
-}
+// --- planes --------------------------------------------------------------------------------------
 
 template <class Channel>
 using InterleaveCall = VX_Err(const Channel*, int32_t, int32_t, int32_t, M_Vector2T<int32_t>,

@@ -13,11 +13,6 @@
 
 namespace {
 
-template <class Function>
-Runner Of(Function* f) {
-  return [f](Command& c) { return Run(c, f); };
-}
-
 // --- blending ------------------------------------------------------------------------------------
 
 template <class Pixel, bool masked, bool linear>
@@ -30,7 +25,7 @@ VX_Err ChooseTwin(int32_t, VX_InnerBlendingFunc<Pixel>* out) {
   return VX_Ok;
 }
 template <class Pixel, bool masked, bool linear>
-Operation Chooser(const char* name) {
+Operation Chooser(const std::string& name) {
   return {name, Of(&VX_GetInnerBlendingFunc<Pixel, masked, linear>),
           Of(&ChooseTwin<Pixel, masked, linear>), 0};
 }
@@ -77,35 +72,32 @@ VX_Err TrackMatteTwin(int32_t count, const void* mask, int32_t left, int32_t ava
   return VX_Ok;
 }
 
+template <class Pixel>
+void AddBlends(const std::string& depth, std::vector<Operation>* all) {
+  const std::string chooser = "VX_GetInnerBlendingFunc " + depth;
+  for (const Operation& operation :
+       {Chooser<Pixel, false, false>(chooser), Chooser<Pixel, true, false>(chooser + " Mask"),
+        Chooser<Pixel, false, true>(chooser + " Linear"),
+        Chooser<Pixel, true, true>(chooser + " MaskLinear"),
+        Operation{"VX_BlendPipeline " + depth, Of(&Pipeline<Pixel>), Of(&PipelineTwin<Pixel>)},
+        Operation{"VXp_G_Xfer1 " + depth, [](Command& c) { return Run<Pixel>(c, &Xfer1<Pixel>); },
+                  [](Command& c) { return Run<Pixel>(c, &Xfer1Twin<Pixel>); }}}) {
+    all->push_back(operation);
+  }
+}
+
+VX_CompositeMode OlderMode(Command& c) {
+  const auto opacity = c.AnyChannel<uint8_t>();
+  const auto opacity16 = c.AnyChannel<uint16_t>();
+  return {AnyMode(c), 7, opacity, 1, opacity16};
+}
+
 std::vector<Operation> BlendOperations() {
-  return {
-      Chooser<VX_Pixel8, false, false>("VX_GetInnerBlendingFunc 8"),
-      Chooser<VX_Pixel8, true, false>("VX_GetInnerBlendingFunc 8 Mask"),
-      Chooser<VX_Pixel8, false, true>("VX_GetInnerBlendingFunc 8 Linear"),
-      Chooser<VX_Pixel8, true, true>("VX_GetInnerBlendingFunc 8 MaskLinear"),
-      Chooser<VX_Pixel16, false, false>("VX_GetInnerBlendingFunc 16"),
-      Chooser<VX_Pixel16, true, false>("VX_GetInnerBlendingFunc 16 Mask"),
-      Chooser<VX_Pixel16, false, true>("VX_GetInnerBlendingFunc 16 Linear"),
-      Chooser<VX_Pixel16, true, true>("VX_GetInnerBlendingFunc 16 MaskLinear"),
-      Chooser<VX_PixelFloat, false, false>("VX_GetInnerBlendingFunc Float"),
-      Chooser<VX_PixelFloat, true, false>("VX_GetInnerBlendingFunc Float Mask"),
-      Chooser<VX_PixelFloat, false, true>("VX_GetInnerBlendingFunc Float Linear"),
-      Chooser<VX_PixelFloat, true, true>("VX_GetInnerBlendingFunc Float MaskLinear"),
-      {"VX_BlendPipeline 8", Of(&Pipeline<VX_Pixel8>), Of(&PipelineTwin<VX_Pixel8>)},
-      {"VX_BlendPipeline 16", Of(&Pipeline<VX_Pixel16>), Of(&PipelineTwin<VX_Pixel16>)},
-      {"VX_BlendPipeline Float", Of(&Pipeline<VX_PixelFloat>), Of(&PipelineTwin<VX_PixelFloat>)},
-      {"VXp_G_Xfer1 8", [](Command& c) { return Run<VX_Pixel8>(c, &Xfer1<VX_Pixel8>); },
-       [](Command& c) { return Run<VX_Pixel8>(c, &Xfer1Twin<VX_Pixel8>); }},
-      {"VXp_G_Xfer1 16", [](Command& c) { return Run<VX_Pixel16>(c, &Xfer1<VX_Pixel16>); },
-       [](Command& c) { return Run<VX_Pixel16>(c, &Xfer1Twin<VX_Pixel16>); }},
-      {"VXp_G_Xfer1 Float", [](Command& c) { return Run<VX_PixelFloat>(c, &Xfer1<VX_PixelFloat>); },
-       [](Command& c) { return Run<VX_PixelFloat>(c, &Xfer1Twin<VX_PixelFloat>); }},
+  std::vector<Operation> all = {
       {"VX_PrepTrackMatteUniv", Of(&VX_PrepTrackMatteUniv), Of(&TrackMatteTwin)},
       {"VX_CompositeModePlus of VX_CompositeMode",
        [](Command& c) {
-         const auto opacity = c.AnyChannel<uint8_t>();
-         const auto opacity16 = c.AnyChannel<uint16_t>();
-         const VX_CompositeMode older{AnyMode(c), 7, opacity, 1, opacity16};
+         const VX_CompositeMode older = OlderMode(c);
          const VX_CompositeModePlus plus(older);
          c.GaveNumbers("opacity", &plus.opacityF, 1);
          c.Gave("mode", plus.mode);
@@ -114,52 +106,20 @@ std::vector<Operation> BlendOperations() {
          return VX_Ok;
        },
        [](Command& c) {
-         const auto opacity = c.AnyChannel<uint8_t>();
-         const auto opacity16 = c.AnyChannel<uint16_t>();
-         const VX_CompositeMode older{AnyMode(c), 7, opacity, 1, opacity16};
+         const VX_CompositeMode older = OlderMode(c);
          const float want = vxref::OpacityOf(older);
          c.GaveNumbers("opacity", &want, 1);
          c.Gave("mode", older.mode);
          return VX_Ok;
        }},
   };
+  AddBlends<VX_Pixel8>("8", &all);
+  AddBlends<VX_Pixel16>("16", &all);
+  AddBlends<VX_PixelFloat>("Float", &all);
+  return all;
 }
 
 // --- samplers ------------------------------------------------------------------------------------
-
-template <class Form, class Get, class... Quality>
-Operation SetOperation(const char* name, Get get) {
-  // A member of the set, whichever its form.
-  return {name, [get](Command& c) {
-            Form set{};
-            const VX_Err error = get(c, &set);
-            if (error != VX_Ok) return error;
-            const auto run = [&c](auto... members) {
-              const int32_t chosen = c.Below(sizeof...(members));
-              int32_t i = 0;
-              VX_Err result = VX_Ok;
-              ((i++ == chosen ? void(result = Run(c, members)) : void()), ...);
-              return result;
-            };
-            if constexpr (requires { set.all_in; }) {
-              return run(set.all_in, set.clipped, set.box, set.weighted, set.span);
-            } else {
-              return run(set.nearest, set.bilinear, set.area);
-            }
-          }};
-}
-template <class Pixel, class Get>
-Operation SamplerSet(const char* name, Get get) {
-  return SetOperation<VX_SamplerSet<Pixel>>(
-      name, [get](Command& c, VX_SamplerSet<Pixel>* out) { return get(c.Sometimes(out)); });
-}
-template <class Pixel, class Get>
-Operation SamplerBatch(const char* name, Get get) {
-  return SetOperation<VX_SamplerBatch<Pixel>>(name, [get](Command& c, VX_SamplerBatch<Pixel>* out) {
-    const int32_t quality = c.Below(2);
-    return get(quality, c.Below(4), c.Sometimes(out));
-  });
-}
 
 std::vector<Operation> SamplerOperations() {
   using P8 = VX_Pixel8;
@@ -182,7 +142,7 @@ std::vector<Operation> SamplerOperations() {
       {VX_OP(VX_SubpixelCPlusPlusFloat, vxref::Portable<PF>), 0},
       {VX_OP(VX_SubpixelSamplePlus_Straight, vxref::ScalarAllIn<P8>), 0},
       {VX_OP(VX_SubpixelSamplePlus_Straight16, vxref::ScalarAllIn<P16>), 0},
-      {VX_OP(VX_SubpixelSpanSampleAllInCPlusPlusFloat, vxref::PortableAllIn), 0},
+      {VX_OP(VX_SubpixelSpanSampleAllInCPlusPlusFloat, vxref::ScalarAllIn<PF>), 0},
       {VX_OP(VX_SubpixelSampleNoClip_Straight, vxref::Scalar<P8>), 0},
       {VX_OP(VX_SubpixelSampleNoClip_Straight_SSE2, vxref::SinglePrecision), 0},
       {VX_OP(VX_SubpixelSampleNoClip_Straight16, vxref::Scalar<P16>), 0},
@@ -191,7 +151,7 @@ std::vector<Operation> SamplerOperations() {
       {VX_OP(VX_SubpixelCPlusPlusNoClipFloat, vxref::Portable<PF>), 0},
       {VX_OP(VX_SubpixelSampleTranslateNoClip_Straight, vxref::ScalarWeighted<P8>), 0},
       {VX_OP(VX_SubpixelSampleTranslateNoClip_Straight16, vxref::ScalarWeighted<P16>), 0},
-      {VX_OP(VX_SubpixelSampleTranslateNoClipCPlusPlusFloat, vxref::PortableWeighted), 0},
+      {VX_OP(VX_SubpixelSampleTranslateNoClipCPlusPlusFloat, vxref::ScalarWeighted<PF>), 0},
       {VX_OP(VX_SubpixelSpanSampleTranslateNoClip_Straight, vxref::ScalarSpan<P8>), 0},
       {VX_OP(VX_SubpixelSpanSampleTranslateNoClip_Straight16, vxref::ScalarSpan<P16>), 0},
       {VX_OP(VX_SubpixelSpanSampleCPlusPlus, vxref::PortableSpan<P8>), 0},
@@ -208,17 +168,11 @@ std::vector<Operation> SamplerOperations() {
       {VX_OP(VX_AreaSample_CPlusPlus<P8>, vxref::BoxStraight<P8>), 0},
       {VX_OP(VX_AreaSample_CPlusPlus<P16>, vxref::BoxStraight<P16>), 0},
       {VX_OP(VX_AreaSample_CPlusPlus<PF>, vxref::BoxStraight<PF>), kSums, kLastPlace},
-      SamplerSet<P8>("VX_GetSamplerSet8", &VX_GetSamplerSet8),
-      SamplerSet<P16>("VX_GetSamplerSet16", &VX_GetSamplerSet16),
-      SamplerSet<PF>("VX_GetSamplerSetFloat", &VX_GetSamplerSetFloat),
-      SamplerBatch<P8>("VX_GetSamplerBatch8", &VX_GetSamplerBatch8),
-      SamplerBatch<P16>("VX_GetSamplerBatch16", &VX_GetSamplerBatch16),
-      SamplerBatch<PF>("VX_GetSamplerBatchFloat", &VX_GetSamplerBatchFloat),
   };
 #undef VX_OP
 }
 
-// --- colours and planes --------------------------------------------------------------------------
+// --- planes -------------------------------------------------------------------------------------
 
 // One channel from interleaved pixels to a plane, or inward from a plane.
 template <class Channel, bool inward>
@@ -237,10 +191,38 @@ VX_Err InterleaveTwin(const Channel* src, int32_t src_rowbytes, int32_t dst_rowb
   return VX_Ok;
 }
 
-std::vector<Operation> ColorOperations() {
-#define VX_OP(f) \
-  { #f, Of(&f) }
-#define VX_OPS(f) VX_OP(f), VX_OP(f##16), VX_OP(f##Float)
+// A channel copied from one chunk to another.
+VX_Err Chunks(Command& c) {
+  const auto type = c.Pick<uint32_t>({VX_ChunkType_Float, VX_ChunkType_Double, VX_ChunkType_Short,
+                                      VX_ChunkType_UByte, VX_ChunkType_ThreeBytes});
+  uint16_t element = 0;
+  VX_ChunkDataSize(type, &element);
+  VX_ChannelChunk chunks[2] = {};
+  const int32_t width = c.Between(0, 9), height = c.Between(1, 5);
+  const int32_t channels[2] = {c.Between(1, 4), c.Between(1, 4)};
+  std::vector<uint8_t> bytes[2];
+  for (int i = 0; i < 2; ++i) {
+    const int32_t columns = width + (i == 1 && c.OneIn(8) ? 1 : 0);
+    const VX_Err made = VX_NewChunk(columns, height, channels[i], type, &chunks[i]);
+    if (made != VX_Ok) return made;
+    bytes[i].resize(static_cast<size_t>(chunks[i].rowbytes * height));
+    for (uint8_t& byte : bytes[i]) byte = static_cast<uint8_t>(c.Word());
+    std::copy(bytes[i].begin(), bytes[i].end(), static_cast<uint8_t*>(chunks[i].locked_data));
+  }
+  const int32_t from = c.Below(channels[0]), to = c.Between(0, channels[1]);
+  const VX_Err error = VX_ChannelCopy(nullptr, &chunks[0], &chunks[1], from, to);
+  for (int32_t i = 0; error == VX_Ok && i < width * height; ++i) {
+    std::memcpy(&bytes[1][static_cast<size_t>((i * channels[1] + to) * element)],
+                &bytes[0][static_cast<size_t>((i * channels[0] + from) * element)], element);
+  }
+  if (!std::equal(bytes[1].begin(), bytes[1].end(), static_cast<uint8_t*>(chunks[1].locked_data))) {
+    c.Fail("another result of a channel copy");
+  }
+  for (VX_ChannelChunk& chunk : chunks) c.Gave("code", VX_DisposeChunk(&chunk));
+  return error;
+}
+
+std::vector<Operation> PlaneOperations() {
 #define VX_PLANES(Channel)                                              \
   {"VX_Deinterleave1<" #Channel ">", Of(&VX_Deinterleave1<Channel>),    \
    Of(&InterleaveTwin<Channel, false>)},                                \
@@ -248,29 +230,15 @@ std::vector<Operation> ColorOperations() {
     "VX_Interleave1to4<" #Channel ">", Of(&VX_Interleave1to4<Channel>), \
         Of(&InterleaveTwin<Channel, true>)                              \
   }
-  return {
-      VX_OPS(VX_RGBtoHLS_Straight),
-      VX_OPS(VX_HLStoRGB_Straight),
-      VX_OPS(VX_RGBtoYIQ_Straight),
-      VX_OPS(VX_YIQtoRGB_Straight),
-      VX_OPS(VX_Luminance_Straight),
-      VX_OPS(VX_Hue_Straight),
-      VX_OPS(VX_Lightness_Straight),
-      VX_OPS(VX_Saturation_Straight),
-      VX_PLANES(uint8_t),
-      VX_PLANES(uint16_t),
-      VX_PLANES(float),
-  };
+  return {VX_PLANES(uint8_t), VX_PLANES(uint16_t), VX_PLANES(float), {"VX_NewChunk", &Chunks}};
 #undef VX_PLANES
-#undef VX_OPS
-#undef VX_OP
 }
 
 }  // namespace
 
 std::vector<Operation> RowOperations() {
   std::vector<Operation> all = BlendOperations();
-  for (const auto& part : {SamplerOperations(), ColorOperations()}) {
+  for (const auto& part : {SamplerOperations(), PlaneOperations()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;

@@ -137,9 +137,10 @@ VX_Err Run(Command& c, VX_BlurScanFunc<Channel> f) {
   const int32_t length = c.OneIn(10) ? 1 + c.Below(300) : 1 + c.Below(67), kind = c.Between(-1, 3);
   const int32_t start = c.Flag() ? 0 : c.Below(length + 1);
   const int32_t end = c.Flag() ? length : c.Between(start, length);
-  const VX_Fixed radius = c.Flag() ? c.Pick<VX_Fixed>({-1, 0, 1, 32768, 65536, 98304, 131072,
-                                                       177602, 177603, 196608, 2621440})
-                                   : c.Below(c.OneIn(5) ? 100 << 16 : 12 << 16);
+  const VX_Fixed radius = c.Flag()
+                              ? c.Pick<VX_Fixed>({-1, 0, 1, 32768, 65536, 98304, 131072, 177602,
+                                                  177603, 196608, 2621440, 32767 << 16, INT32_MAX})
+                              : c.Below(c.OneIn(5) ? 100 << 16 : 12 << 16);
   c.Log("kind %d, length %d, %d to %d, radius %d\n", kind, length, start, end, radius);
   Channel* const line = c.Row<Channel>(Use::kOutput, length);
   std::vector<Channel> scratch(static_cast<size_t>(VX_UnoScanScratch(length, radius)));
@@ -164,21 +165,12 @@ template <class Pixel>
 using BlendChannelCall = void(int32_t, VX_ChannelOf<Pixel>, VX_ChannelOf<Pixel>,
                               const VX_ChannelOf<Pixel>*, Pixel*);
 template <class Pixel>
-VX_Err BlendChannel(Command& c, BlendChannelCall<Pixel>* f) {
+VX_Err Run(Command& c, BlendChannelCall<Pixel>* f) {
   using Channel = VX_ChannelOf<Pixel>;
   const int32_t count = AnyCount(c);
   std::apply(f, std::tuple{count, c.Opacity<Channel>(), c.AnyChannel<Channel>(),
                            c.Row<Channel>(Use::kInput, count), c.Row<Pixel>(Use::kOutput, count)});
   return VX_Ok;
-}
-inline VX_Err Run(Command& c, BlendChannelCall<VX_Pixel8>* f) {
-  return BlendChannel<VX_Pixel8>(c, f);
-}
-inline VX_Err Run(Command& c, BlendChannelCall<VX_Pixel16>* f) {
-  return BlendChannel<VX_Pixel16>(c, f);
-}
-inline VX_Err Run(Command& c, BlendChannelCall<VX_PixelFloat>* f) {
-  return BlendChannel<VX_PixelFloat>(c, f);
 }
 
 inline VX_Err Run(Command& c, decltype(&VX_MatteFromWorld) f) {

@@ -11,10 +11,6 @@
 
 namespace {
 
-template <class Function>
-Runner Of(Function* f) {
-  return [f](Command& c) { return Run(c, f); };
-}
 Runner OfBuffer(const BufferCall& call) {
   return [call](Command& c) { return Run(c, call); };
 }
@@ -73,13 +69,13 @@ VX_Err AccumulateTwin(VX_ProgressInfo*, const VX_UnoBuffer* src, int32_t mode, f
   if (src->depth == 8 && dst->depth == 16) return add(uint8_t{}, uint16_t{});
   return BySample(dst->depth, [&]<class Sample>() { return add(Sample{}, Sample{}); });
 }
-VX_Err PlainAccumulate(VX_ProgressInfo* progress, const VX_UnoBuffer* src, int32_t mode, float,
-                       float, const M_Rect* rect, const M_Point* point, VX_UnoBuffer* dst) {
-  return VX_AccumulateUnoBuffers(progress, src, mode, rect, point, dst);
-}
-VX_Err PlainAccumulateTwin(VX_ProgressInfo* progress, const VX_UnoBuffer* src, int32_t mode, float,
-                           float, const M_Rect* rect, const M_Point* point, VX_UnoBuffer* dst) {
-  return AccumulateTwin(progress, src, mode, 1, 1, rect, point, dst);
+// Without gains the shorter form is called.
+VX_Err Accumulate(VX_ProgressInfo* progress, const VX_UnoBuffer* src, int32_t mode, float src_gain,
+                  float dst_gain, const M_Rect* rect, const M_Point* point, VX_UnoBuffer* dst) {
+  if (src_gain == 1 && dst_gain == 1) {
+    return VX_AccumulateUnoBuffers(progress, src, mode, rect, point, dst);
+  }
+  return VX_AccumulateUnoBuffers(progress, src, mode, src_gain, dst_gain, rect, point, dst);
 }
 
 template <bool box, class Sample>
@@ -205,24 +201,6 @@ std::vector<Operation> BufferOperations() {
        OfBuffer([](Command& c, VX_UnoBuffer* b) { return Feather(c, b, false); }),
        OfBuffer([](Command& c, VX_UnoBuffer* b) { return Feather(c, b, true); }), kFinite | kTame,
        1e-5},
-      {"VX_NewUnoBufferOfDepth",
-       [](Command& c) {
-         const int32_t width = c.Between(-1, 40), height = c.Between(-1, 40);
-         const int32_t depth = c.Pick({8, 16, 32, 0, 1, 7});
-         VX_UnoBuffer* buffer = nullptr;
-         const int32_t kind = c.Below(3);
-         const VX_Err error = kind == 0   ? VX_NewUnoBuffer(width, height, &buffer)
-                              : kind == 1 ? VX_NewDeepUnoBuffer(width, height, &buffer)
-                                          : VX_NewUnoBufferOfDepth(width, height, depth, &buffer);
-         if (buffer != nullptr) {
-           for (const int64_t n : {int64_t{buffer->magic}, int64_t{buffer->width},
-                                   int64_t{buffer->height}, int64_t{buffer->depth}}) {
-             c.Gave("field", n);
-           }
-         }
-         c.Gave("disposed", VX_DisposeUnoBuffer(buffer));
-         return error;
-       }},
   };
 }
 
@@ -235,10 +213,7 @@ std::vector<Operation> UnoOperations() {
   std::vector<Operation> all = {
       {VX_OP(VX_ConvertDeepUnoBuffer, ConvertTwin)},
       {VX_OP(VX_TransferUnoBuffers, TransferTwin)},
-      {"VX_AccumulateUnoBuffers", Of(&PlainAccumulate), Of(&PlainAccumulateTwin)},
-      {"VX_AccumulateUnoBuffers gains",
-       [](Command& c) { return Run(c, static_cast<AccumulateCall*>(&VX_AccumulateUnoBuffers)); },
-       Of(&AccumulateTwin)},
+      {"VX_AccumulateUnoBuffers gains", Of(&Accumulate), Of(&AccumulateTwin)},
       {"VX_BoxBlurUnoScan", Of(&VX_BoxBlurUnoScan), Of(&ScanTwin<true, uint8_t>)},
       {"VX_BoxBlurDeepUnoScan", Of(&VX_BoxBlurDeepUnoScan), Of(&ScanTwin<true, uint16_t>)},
       {"VX_BoxBlurFloatUnoScan", Of(&VX_BoxBlurFloatUnoScan), Of(&ScanTwin<true, float>), kSums,

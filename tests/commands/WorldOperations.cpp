@@ -16,10 +16,6 @@
 
 namespace {
 
-template <class Function>
-Runner Of(Function* f) {
-  return [f](Command& c) { return Run(c, f); };
-}
 Runner OfObject(const ObjectCall& call) {
   return [call](Command& c) { return Run(c, call); };
 }
@@ -108,18 +104,15 @@ VX_Err BlitTwin(const VX_World* src, const M_LPoint& at, bool lookup, bool inver
   return VX_Ok;
 }
 
-vxref::Image ImageOf(const VX_LayerDef& world) {
-  return {static_cast<char*>(world.data), world.rowbytes, world.width, world.height};
-}
 VX_Err TransferTwin(VX_ProgressInfo*, int32_t, int32_t, int32_t field, const M_Rect* rect,
                     const VX_LayerDef* src, const VX_CompositeModePlus* mode,
                     const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask, int32_t x,
                     int32_t y, VX_LayerDef* dst) {
   vxref::MaskImage over{};
-  if (mask != nullptr) over = {ImageOf(*mask->world), mask->offsetH, mask->offsetV, mask->what};
+  if (mask != nullptr) over = vxref::MaskImageOf(*mask);
   return ByDepth(VXp_WorldDepth(dst), [&]<class Pixel>() {
-    return vxref::Transfer<Pixel>({rect, x, y, field}, ImageOf(*src), *mode, tables,
-                                  mask != nullptr ? &over : nullptr, ImageOf(*dst));
+    return vxref::Transfer<Pixel>({rect, x, y, field}, vxref::ImageOf(*src), *mode, tables,
+                                  mask != nullptr ? &over : nullptr, vxref::ImageOf(*dst));
   });
 }
 template <bool premultiplied>
@@ -280,6 +273,16 @@ std::vector<Operation> ObjectOperations() {
   const auto source = [](Command& c, auto work) {
     AsObject(c.World(Use::kInput, c.OneIn(3) ? c.AnyDepth() : c.depth), work);
   };
+  const auto any_fill = []<class Color>(const Color&, auto fill) {
+    return OfObject([fill](Command& c, VX_World& w) {
+      const auto color = c.AnyPixel<Color>();
+      fill(w, color, c.Rect());
+    });
+  };
+  const auto call = [](VX_World& w, const auto& color, const M_Rect* area) { w.Fill(color, area); };
+  const auto twin = [](VX_World& w, const auto& color, const M_Rect* area) {
+    FillWith(color, area, w);
+  };
   const auto premul_twin = [](int32_t forward) {
     return OfObject([forward](Command& c, VX_World& w) {
       const VX_Pixel16 color = c.AnyPixel<VX_Pixel16>();
@@ -303,22 +306,8 @@ std::vector<Operation> ObjectOperations() {
          const M_Rect area = c.RectValue();
          ChangePixels(w, &area, /*inside=*/false, [](auto& pixel) { pixel = {}; });
        })},
-      {"VX_World::Fill float", OfObject([](Command& c, VX_World& w) {
-         const VX_PixelFloat color = c.AnyPixel<VX_PixelFloat>();
-         w.Fill(color, c.Rect());
-       }),
-       OfObject([](Command& c, VX_World& w) {
-         const VX_PixelFloat color = c.AnyPixel<VX_PixelFloat>();
-         FillWith(color, c.Rect(), w);
-       })},
-      {"VX_World::Fill 16", OfObject([](Command& c, VX_World& w) {
-         const VX_Pixel16 color = c.AnyPixel<VX_Pixel16>();
-         w.Fill(color, c.Rect());
-       }),
-       OfObject([](Command& c, VX_World& w) {
-         const VX_Pixel16 color = c.AnyPixel<VX_Pixel16>();
-         FillWith(color, c.Rect(), w);
-       })},
+      {"VX_World::Fill float", any_fill(VX_PixelFloat{}, call), any_fill(VX_PixelFloat{}, twin)},
+      {"VX_World::Fill 16", any_fill(VX_Pixel16{}, call), any_fill(VX_Pixel16{}, twin)},
       {"VX_World::FillAlpha", OfObject([](Command&, VX_World& w) { w.FillAlpha(); }),
        OfObject([](Command&, VX_World& w) {
          ChangePixels(w, nullptr, /*inside=*/true,
@@ -353,15 +342,12 @@ std::vector<Operation> ObjectOperations() {
        OfObject([source](Command& c, VX_World& w) {
          source(c, [&](auto& src) { ConvertTwin(nullptr, &src, nullptr, 0, 0, 0, &w); });
        })},
-      {"VX_World::CopyRectPossiblyDifferentBitdepth", OfObject([source](Command& c, VX_World& w) {
-         VX_ResetDitherRandomIndex();
-         const M_Rect rect = c.RectValue();
-         const auto h = static_cast<int16_t>(c.Between(-9, 30));
-         const auto v = static_cast<int16_t>(c.Between(-4, 6));
-         const bool dither = c.OneIn(3);
-         source(c, [&](auto& src) {
-           w.CopyRectPossiblyDifferentBitdepth(&src, rect, dither, h, v, c.Progress());
-         });
+      {"VX_World::CopyRectPossiblyDifferentBitdepth",
+       copy([](VX_World& w, VX_World& src, const M_Rect& rect, int16_t h, int16_t v) {
+         w.CopyRectPossiblyDifferentBitdepth(&src, rect, /*dither=*/false, h, v, nullptr);
+       }),
+       copy([](VX_World& w, VX_World& src, const M_Rect& rect, int16_t h, int16_t v) {
+         ConvertTwin(nullptr, &src, &rect, 0, h, v, &w);
        })},
   };
 }

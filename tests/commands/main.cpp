@@ -6,13 +6,12 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <stdexcept>
 
 #include "Operations.h"
+#include "Options.h"
 #include "unit/Levels.h"
 
 namespace {
@@ -30,52 +29,13 @@ constexpr char kUsage[] =
     "\n"
     "Ends with 0 when all is good, 1 after a wrong result, 2 for wrong options, 3 after a crash.\n";
 
+constexpr uint64_t kAll = UINT64_MAX;
+
 struct Options {
-  uint64_t seed = 1;
-  uint32_t first = 0, count = 200;
+  uint64_t seed = 1, count = 200, at = kAll;
   std::string operation, level = "all";
   bool digest = false, list = false;
 };
-
-uint64_t Number(const std::string& text) {
-  uint64_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) {
-    throw std::invalid_argument("not a number: " + text);
-  }
-  return value;
-}
-
-Options Parse(int count, char** words) {
-  Options options;
-  for (int i = 1; i < count; ++i) {
-    const std::string word = words[i];
-    const auto value = [&]() -> std::string {
-      if (++i >= count) throw std::invalid_argument(word + " needs a value");
-      return words[i];
-    };
-    if (word == "--seed") {
-      options.seed = Number(value());
-    } else if (word == "--count") {
-      options.count = static_cast<uint32_t>(Number(value()));
-    } else if (word == "--at") {
-      options.first = static_cast<uint32_t>(Number(value()));
-      options.count = 1;
-      Command::logs = true;
-    } else if (word == "--op") {
-      options.operation = value();
-    } else if (word == "--level") {
-      options.level = value();
-    } else if (word == "--digest") {
-      options.digest = true;
-    } else if (word == "--list") {
-      options.list = true;
-    } else {
-      throw std::invalid_argument("no option " + word);
-    }
-  }
-  return options;
-}
 
 char running[160];  // the current command, for a signal handler
 
@@ -93,7 +53,9 @@ int RunAll(const std::vector<Operation>& operations, const Options& options) {
   for (const Operation& operation : operations) {
     uint64_t digest = 14695981039346656037u;
     std::string failure;
-    for (uint32_t i = options.first; i < options.first + options.count && failure.empty(); ++i) {
+    const uint64_t first = options.at == kAll ? 0 : options.at;
+    const uint64_t end = first + (options.at == kAll ? options.count : 1);
+    for (auto i = static_cast<uint32_t>(first); i < end && failure.empty(); ++i) {
       std::snprintf(running, sizeof running, "--op '%s' --seed %llu --at %u --level %s\n",
                     operation.name.c_str(), static_cast<unsigned long long>(options.seed), i,
                     options.level.c_str());
@@ -113,7 +75,17 @@ int RunAll(const std::vector<Operation>& operations, const Options& options) {
   return wrong;
 }
 
-int Run(const Options& options) {
+int Run(int count, char** words) {
+  Options options;
+  ParseOptions(count, words,
+               {{"--seed", &options.seed},
+                {"--count", &options.count},
+                {"--at", &options.at},
+                {"--op", &options.operation},
+                {"--level", &options.level},
+                {"--digest", &options.digest},
+                {"--list", &options.list}});
+  Command::logs = options.at != kAll;
   std::vector<Operation> operations;
   for (const Operation& operation : AllOperations()) {
     if (options.operation.empty() || options.operation == operation.name) {
@@ -144,14 +116,5 @@ int Run(const Options& options) {
 }  // namespace
 
 int main(int count, char** words) {
-  try {
-    if (count == 2 && std::strcmp(words[1], "--help") == 0) {
-      std::fputs(kUsage, stdout);
-      return 0;
-    }
-    return Run(Parse(count, words));
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "vx_commands: %s\n%s", error.what(), kUsage);
-    return 2;
-  }
+  return RunProgram("vx_commands", kUsage, count, words, [&] { return Run(count, words); });
 }

@@ -7,7 +7,9 @@
 // Integers are widened to 64 bits, so that a result wraps only where a rule of the product says so.
 // Float is computed in single precision, because the rule includes the rounding of each step.
 
+#include <cmath>
 #include <cstdint>
+#include <type_traits>
 
 #include "VX/VX_Types.h"
 
@@ -18,28 +20,84 @@ template <class Wide>
 Wide Min(Wide a, Wide b) {
   return a < b ? a : b;
 }
+
 template <class Wide>
 Wide Max(Wide a, Wide b) {
   return a > b ? a : b;
 }
 
+// The type of sums: double at float, otherwise 64-bit integers, which hold all sums exactly.
+template <class Number>
+using SumOf = std::conditional_t<std::is_floating_point_v<Number>, double, int64_t>;
+
 // Converts alpha and weights between 8 bits (0..255) and 16 bits (0..32768).
 inline int64_t AlphaTo16(int64_t a8) { return (a8 * 8421504 + 33200) >> 16; }
+
 inline int64_t AlphaTo8(int64_t a16) { return (a16 * 255 + 16384) >> 15; }
-
-// Converts 0..1 to an integer depth. Values outside are clamped; NaN gives 0.
-uint8_t UnitTo8(float v);
-uint16_t UnitTo16(float v);
-
-// Advances a pseudo-random generator and returns its next value, 0..32767.
-uint32_t Random(uint32_t* state);
 
 // The two curves of soft light. A source of at least one half adds Up(m) to the destination m,
 // scaled by the source's strength; a darker source subtracts Down(m).
 enum class Curve { Up, Down };
-int64_t SoftLight8(Curve curve, int64_t m);
-int64_t SoftLight16(Curve curve, int64_t m);
-float SoftLightFloat(Curve curve, float m);
+
+// Curve::Up is W3C soft light's D(x) - x, Curve::Down is x (1 - x); x is 0..1.
+inline double CurveAt(Curve curve, double x) {
+  if (curve == Curve::Down) return x * (1 - x);
+  return (x <= 0.25 ? ((16 * x - 12) * x + 4) * x : std::sqrt(x)) - x;
+}
+
+inline int64_t Entry16(Curve curve, int64_t i) {
+  return static_cast<int64_t>(CurveAt(curve, static_cast<double>(i) / 4096) * 32768 + 0.5);
+}
+
+inline float EntryFloat(Curve curve, int64_t i) {
+  return static_cast<float>(CurveAt(curve, static_cast<double>(i) / 4096));
+}
+
+inline int64_t Scaled(float v, double full) {
+  if (!(v > 0.0f)) return 0;  // 0 for NaN too
+  if (v > 1.0f) return static_cast<int64_t>(full);
+  return static_cast<int64_t>(static_cast<double>(v) * full + 0.5);
+}
+
+// Converts 0..1 to an integer depth. Values outside are clamped; NaN gives 0.
+inline uint8_t UnitTo8(float v) { return static_cast<uint8_t>(Scaled(v, 255.0)); }
+inline uint16_t UnitTo16(float v) { return static_cast<uint16_t>(Scaled(v, 32768.0)); }
+
+// Advances a pseudo-random generator and returns its next value, 0..32767.
+inline uint32_t Random(uint32_t* state) {
+  const uint32_t q = *state / 44488u;
+  const uint32_t r = *state % 44488u;
+  const uint32_t next = 48271u * r + 3399u * q;
+  *state = next == 0 ? 0x7FFFFFFFu : next;
+  return (*state >> 7) & 0x7FFFu;
+}
+
+inline int64_t SoftLight8(Curve curve, int64_t m) {
+  const double v = 255 * CurveAt(curve, static_cast<double>(m) / 255);
+  return static_cast<int64_t>(std::floor(v + 0.5));
+}
+
+inline int64_t SoftLight16(Curve curve, int64_t m) {
+  const int64_t position = Min(m, int64_t{32768});
+  const int64_t i = position >> 3;
+  const int64_t rest = position & 7;
+  int64_t v = Entry16(curve, i);
+  if (rest != 0) v += (rest * (Entry16(curve, i + 1) - v) + 4) >> 3;
+  return v;
+}
+
+inline float SoftLightFloat(Curve curve, float m) {
+  float position = 4096.0f * m;
+  if (!(position > 0.0f)) position = 0.0f;
+  if (position > 4096.0f) position = 4096.0f;
+  const int64_t i = static_cast<int64_t>(position);
+  const float rest = position - static_cast<float>(i);
+  float v = EntryFloat(curve, i);
+  if (rest != 0.0f) v += rest * (EntryFloat(curve, i + 1) - v);
+  return v;
+}
+
+// --- depths ---
 
 struct Depth8 {
   using Wide = int64_t;
@@ -132,8 +190,6 @@ typename D::Wide Union(typename D::Wide a, typename D::Wide b) {
   return D::Inv(D::Mul(D::Inv(a), D::Inv(b)));
 }
 
-// --- a pixel with widened channels ---
-
 template <class D>
 struct WidePixel {
   typename D::Wide alpha;
@@ -141,18 +197,9 @@ struct WidePixel {
 };
 
 template <class Pixel>
-struct DepthOf;
-template <>
-struct DepthOf<VX_Pixel8> {
-  using D = Depth8;
-};
-template <>
-struct DepthOf<VX_Pixel16> {
-  using D = Depth16;
-};
-template <>
-struct DepthOf<VX_PixelFloat> {
-  using D = DepthFloat;
+struct DepthOf {
+  using Integers = std::conditional_t<sizeof(Pixel) == 4, Depth8, Depth16>;
+  using D = std::conditional_t<sizeof(Pixel) == 16, DepthFloat, Integers>;
 };
 
 }  // namespace vxref

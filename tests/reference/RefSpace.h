@@ -30,65 +30,40 @@ struct StoredSpace {
 };
 
 template <class Pixel>
-struct LinearSpace;
-
-template <>
-struct LinearSpace<VX_Pixel8> {
-  using D = Depth16;
+struct LinearSpace {
+  using Channel = decltype(Pixel::alpha);
+  using D = std::conditional_t<DepthOf<Pixel>::D::isFloat, DepthFloat, Depth16>;
+  using Wide = typename D::Wide;
   const VX_LinearBlendingTables* tables;
 
-  WidePixel<D> In(const VX_Pixel8& p) const {
-    return {AlphaTo16(p.alpha),
-            {ByteToLinear(*tables, p.red), ByteToLinear(*tables, p.green),
-             ByteToLinear(*tables, p.blue)}};
+  WidePixel<D> In(const Pixel& p) const {
+    return {InAlpha(p.alpha), {Light(p.red), Light(p.green), Light(p.blue)}};
   }
-  int64_t InAlpha(uint8_t a) const { return AlphaTo16(a); }
-
-  void OutColor(const WidePixel<D>& w, VX_Pixel8* p) const {
-    p->red = static_cast<uint8_t>(LinearToByte(*tables, w.c[0]));
-    p->green = static_cast<uint8_t>(LinearToByte(*tables, w.c[1]));
-    p->blue = static_cast<uint8_t>(LinearToByte(*tables, w.c[2]));
+  Wide InAlpha(Channel a) const {
+    if constexpr (sizeof(Channel) == 1) return AlphaTo16(a);
+    return a;
   }
-  void OutAlpha(int64_t a, VX_Pixel8* p) const { p->alpha = static_cast<uint8_t>(AlphaTo8(a)); }
-};
-
-template <>
-struct LinearSpace<VX_Pixel16> {
-  using D = Depth16;
-  const VX_LinearBlendingTables* tables;
-
-  WidePixel<D> In(const VX_Pixel16& p) const {
-    return {p.alpha,
-            {WordToLinear(*tables, p.red), WordToLinear(*tables, p.green),
-             WordToLinear(*tables, p.blue)}};
+  void OutColor(const WidePixel<D>& w, Pixel* p) const {
+    p->red = Stored(w.c[0]);
+    p->green = Stored(w.c[1]);
+    p->blue = Stored(w.c[2]);
   }
-  int64_t InAlpha(uint16_t a) const { return a; }
-
-  void OutColor(const WidePixel<D>& w, VX_Pixel16* p) const {
-    p->red = static_cast<uint16_t>(LinearToWord(*tables, w.c[0]));
-    p->green = static_cast<uint16_t>(LinearToWord(*tables, w.c[1]));
-    p->blue = static_cast<uint16_t>(LinearToWord(*tables, w.c[2]));
+  void OutAlpha(Wide a, Pixel* p) const {
+    if constexpr (sizeof(Channel) == 1) a = AlphaTo8(a);
+    p->alpha = static_cast<Channel>(a);
   }
-  void OutAlpha(int64_t a, VX_Pixel16* p) const { p->alpha = static_cast<uint16_t>(a); }
-};
 
-template <>
-struct LinearSpace<VX_PixelFloat> {
-  using D = DepthFloat;
-  const VX_LinearBlendingTables* tables;
-
-  WidePixel<D> In(const VX_PixelFloat& p) const {
-    const float g = tables->gamma;
-    return {p.alpha, {SignedPower(p.red, g), SignedPower(p.green, g), SignedPower(p.blue, g)}};
+ private:
+  Wide Light(Channel c) const {
+    if constexpr (D::isFloat) return SignedPower(c, tables->gamma);
+    if constexpr (sizeof(Channel) == 1) return ByteToLinear(*tables, c);
+    if constexpr (sizeof(Channel) == 2) return WordToLinear(*tables, c);
   }
-  float InAlpha(float a) const { return a; }
-
-  void OutColor(const WidePixel<D>& w, VX_PixelFloat* p) const {
-    p->red = SignedPower(w.c[0], tables->invGamma);
-    p->green = SignedPower(w.c[1], tables->invGamma);
-    p->blue = SignedPower(w.c[2], tables->invGamma);
+  Channel Stored(Wide c) const {
+    if constexpr (D::isFloat) return SignedPower(c, tables->invGamma);
+    if constexpr (sizeof(Channel) == 1) return static_cast<Channel>(LinearToByte(*tables, c));
+    if constexpr (sizeof(Channel) == 2) return static_cast<Channel>(LinearToWord(*tables, c));
   }
-  void OutAlpha(float a, VX_PixelFloat* p) const { p->alpha = a; }
 };
 
 }  // namespace vxref

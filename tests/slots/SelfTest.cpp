@@ -23,60 +23,37 @@ struct Fault {
   std::function<void()> install;
 };
 
-template <class Member>
-std::function<void()> Put(Member VXp_OverrideTable::*member, Member routine) {
-  return [member, routine] { VXp_G_OverFuncs.*member = routine; };
-}
-
 std::vector<Fault> Faults() {
-  using T = VXp_OverrideTable;
+  static VXp_OverrideTable& slots = VXp_G_OverFuncs;
   return {
       {"one bit in the last pixels of a row", "slot VX_MatteGray",
-       Put<VX_MatteStage<VX_Pixel8>>(&T::VX_MatteGray,
-                                     [](int32_t count, const VX_Pixel8* src, VX_Pixel8* dst) {
-                                       const VX_Err error = real.VX_MatteGray(count, src, dst);
-                                       if (count > 4 && count % 4 == 3) dst[count - 1].blue ^= 1;
-                                       return error;
-                                     })},
+       [] {
+         slots.VX_MatteGray = [](int32_t count, const VX_Pixel8* src, VX_Pixel8* dst) {
+           const VX_Err error = real.VX_MatteGray(count, src, dst);
+           if (count > 4 && count % 4 == 3) dst[count - 1].blue ^= 1;
+           return error;
+         };
+       }},
       {"a write after the row", "slot VX_AlphaUnion",
-       Put<VX_AlphaUnionStage<VX_Pixel8>>(&T::VX_AlphaUnion,
-                                          [](int32_t count, const VX_Pixel8* src, uint8_t opacity,
-                                             const VX_Pixel8* mask, VX_Pixel8* dst) {
-                                            const VX_Err error =
-                                                real.VX_AlphaUnion(count, src, opacity, mask, dst);
-                                            if (count == 13)
-                                              reinterpret_cast<uint8_t*>(dst)[count * 4] ^= 0x80;
-                                            return error;
-                                          })},
+       [] {
+         slots.VX_AlphaUnion = [](int32_t count, const VX_Pixel8* src, uint8_t opacity,
+                                  const VX_Pixel8* mask, VX_Pixel8* dst) {
+           const VX_Err error = real.VX_AlphaUnion(count, src, opacity, mask, dst);
+           if (count == 13) reinterpret_cast<uint8_t*>(dst)[count * 4] ^= 0x80;
+           return error;
+         };
+       }},
       {"a read after the row", "slot VX_UnmatteWhite16",
-       Put<VX_MatteStage<VX_Pixel16>>(&T::VX_UnmatteWhite16,
-                                      [](int32_t count, const VX_Pixel16* src, VX_Pixel16* dst) {
-                                        uint8_t group[32];
-                                        if (src != nullptr && count % 4 == 3)
-                                          std::memcpy(group, src + count - 3, 32);
-                                        static_cast<void>(*const_cast<volatile uint8_t*>(group));
-                                        return real.VX_UnmatteWhite16(count, src, dst);
-                                      })},
-      {"a write between rows", "slot VX_PremulRect_S",
-       Put<VX_PremulFunc>(&T::VX_PremulRect_S,
-                          [](void* ref, int32_t forward, const M_Rect* area, VX_LayerDef* world) {
-                            const int32_t row = world->width * VXp_WorldDepth(world) / 2;
-                            const bool has_gap = world->rowbytes > row && world->height > 1;
-                            if (has_gap && world->data != nullptr) {
-                              static_cast<char*>(world->data)[row] ^= 1;
-                            }
-                            return real.VX_PremulRect_S(ref, forward, area, world);
-                          })},
-      {"a write to the source", "slot VX_NNSample",
-       Put<VX_SampleFunc<VX_Pixel8>>(&T::VX_NNSample,
-                                     [](VX_ProgressInfo* progress, VX_Fixed x, VX_Fixed y,
-                                        const VX_SampPB* record, VX_Pixel8* out) {
-                                       static_cast<uint8_t*>(record->src->data)[0] ^= 1;
-                                       return real.VX_NNSample(progress, x, y, record, out);
-                                     })},
+       [] {
+         slots.VX_UnmatteWhite16 = [](int32_t count, const VX_Pixel16* src, VX_Pixel16* dst) {
+           uint8_t group[32];
+           if (src != nullptr && count % 4 == 3) std::memcpy(group, src + count - 3, 32);
+           static_cast<void>(*const_cast<volatile uint8_t*>(group));
+           return real.VX_UnmatteWhite16(count, src, dst);
+         };
+       }},
       {"the rule of another level", "slot VX_SubpixelSampleNoClip_Straight",
-       Put<VX_SampleFunc<VX_Pixel8>>(&T::VX_SubpixelSampleNoClip_Straight,
-                                     &VX_SubpixelSampleNoClip_Straight)},
+       [] { slots.VX_SubpixelSampleNoClip_Straight = &VX_SubpixelSampleNoClip_Straight; }},
   };
 }
 

@@ -14,7 +14,7 @@
 
 struct Plan {
   uint64_t seed = 1;
-  uint32_t count = 400;                       // commands a slot
+  uint64_t count = 400;                       // commands a slot
   std::vector<std::string> levels = {"all"};  // compared with "none"
   // Runs after the library is born at a level that is compared.
   std::function<void()> tamper = [] {};

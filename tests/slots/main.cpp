@@ -4,14 +4,12 @@
 // vx_slots: the routine of every slot of the override table gives the bits of the plain level at
 // every processor level.
 
-#include <charconv>
 #include <cstdio>
-#include <cstring>
-#include <exception>
 #include <stdexcept>
 
 #include "SlotRunner.h"
 #include "VX/VX_OverrideTable.h"
+#include "commands/Options.h"
 
 namespace {
 
@@ -28,49 +26,19 @@ constexpr char kUsage[] =
     "Ends with 0 when all is good, 1 after a difference, 2 for wrong options. Repeat a command by\n"
     "vx_commands --op 'slot NAME' --seed N --at COMMAND.\n";
 
-struct Options {
+int Run(int count, char** words) {
   Plan plan;
-  std::string slot;
+  std::string only, level = "all";
   bool list = false, self_test = false;
-};
-
-uint64_t Number(const std::string& text) {
-  uint64_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) {
-    throw std::invalid_argument("not a number: " + text);
-  }
-  return value;
-}
-
-Options Parse(int count, char** words) {
-  Options options;
-  for (int i = 1; i < count; ++i) {
-    const std::string word = words[i];
-    const auto value = [&]() -> std::string {
-      if (++i >= count) throw std::invalid_argument(word + " needs a value");
-      return words[i];
-    };
-    if (word == "--list") {
-      options.list = true;
-    } else if (word == "--self-test") {
-      options.self_test = true;
-    } else if (word == "--slot") {
-      options.slot = value();
-    } else if (word == "--level") {
-      options.plan.levels = {value()};
-    } else if (word == "--seed") {
-      options.plan.seed = Number(value());
-    } else if (word == "--count") {
-      options.plan.count = static_cast<uint32_t>(Number(value()));
-    } else {
-      throw std::invalid_argument("no option " + word);
-    }
-  }
-  return options;
-}
-
-int Run(const Options& options) {
+  ParseOptions(count, words,
+               {{"--list", &list},
+                {"--self-test", &self_test},
+                {"--slot", &only},
+                {"--level", &level},
+                {"--seed", &plan.seed},
+                {"--count", &plan.count}});
+  plan.levels = {level};
+  if (self_test) return SelfTest(plan) == 0 ? 0 : 1;
   const std::vector<Operation> slots = SlotOperations();
   size_t next = 0;
   int chosen = 0, wrong = 0;
@@ -79,25 +47,22 @@ int Run(const Options& options) {
     VX_DescribeSlot(number, &slot);
     if (slot.name == nullptr) continue;
     const Operation& operation = slots[next++];
-    if (!options.slot.empty() && options.slot != slot.name &&
-        options.slot != std::to_string(number)) {
-      continue;
-    }
+    if (!only.empty() && only != slot.name && only != std::to_string(number)) continue;
     ++chosen;
     std::printf("%4d  %-46s", number, slot.name);
-    if (options.list) {
+    if (list) {
       std::printf(" %s\n", slot.signature);
       continue;
     }
     std::fflush(stdout);
-    const std::string text = CompareSlot(operation, options.plan);
+    const std::string text = CompareSlot(operation, plan);
     std::printf(" %s\n", text.empty() ? "good" : ("WRONG\n      " + text).c_str());
     if (!text.empty()) ++wrong;
   }
-  if (chosen == 0) throw std::invalid_argument("no slot " + options.slot);
-  if (!options.list) {
+  if (chosen == 0) throw std::invalid_argument("no slot " + only);
+  if (!list) {
     std::printf("%d slots, %d wrong; seed %llu\n", chosen, wrong,
-                static_cast<unsigned long long>(options.plan.seed));
+                static_cast<unsigned long long>(plan.seed));
   }
   return wrong == 0 ? 0 : 1;
 }
@@ -105,15 +70,5 @@ int Run(const Options& options) {
 }  // namespace
 
 int main(int count, char** words) {
-  try {
-    if (count == 2 && std::strcmp(words[1], "--help") == 0) {
-      std::fputs(kUsage, stdout);
-      return 0;
-    }
-    const Options options = Parse(count, words);
-    return options.self_test ? (SelfTest(options.plan) == 0 ? 0 : 1) : Run(options);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "vx_slots: %s\n%s", error.what(), kUsage);
-    return 2;
-  }
+  return RunProgram("vx_slots", kUsage, count, words, [&] { return Run(count, words); });
 }

@@ -68,10 +68,7 @@ inline std::vector<M_Matrix3> Between(const VX_TransformParts& from, const VX_Tr
   return path;
 }
 inline M_Matrix3 Moved(double x, double y) { return {{1, 0, 0, 0, 1, 0, x, y, 1}}; }
-inline VX_CompositeModePlus ModeOf(int32_t mode, float opacity = 1, int32_t seed = 0,
-                                   bool keep = false) {
-  return {mode, opacity, nullptr, keep, seed};
-}
+inline VX_CompositeModePlus ModeOf(int32_t mode) { return {mode, 1, nullptr, false, 0}; }
 
 // The arguments besides source, destination and matrices. The default draws in high quality.
 struct Manner {

@@ -2,10 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // The calls themselves: arguments, matrices without an inverse, far positions, progress, replaced
-// slots, threads. The random commands compare the drawings with the slow twin.
+// slots. The random commands compare the drawings with the slow twin.
 
 #include <cmath>
-#include <thread>
 
 #include "TransformTestKit.h"
 #include "VX/VX_World.h"
@@ -31,40 +30,45 @@ TEST_F(Calls, CheckTheirArguments) {
   const VX_TransformMask no_world{nullptr, 0, 0, 0}, no_pixels{&empty, 0, 0, 0},
       bad_use{&matte.world, 0, 0, 4}, deep_mask{&deep.world, 0, 0, 1};
   struct Arguments {
+    VX_Err error = 3;
+    std::string text = kBadParameter;
     const VX_LayerDef* src;
     const VX_CompositeModePlus* mode;
-    const VX_TransformMask* mask;
-    const M_Matrix3* matrices;
-    int32_t count;
+    const VX_TransformMask* mask = nullptr;
+    int32_t count = 1;
     VX_LayerDef* dst;
-    VX_Err error;
-    std::string text;
+    const M_Matrix3* matrices;
   };
-  const auto* m = path.data();
-  const std::string unequal =
-      "VX_TransformWorld requires src and dst worlds to have same bit depth";
-  const Arguments all[] = {
-      {nullptr, &mode, nullptr, m, 1, &dst.world, 3, kBadParameter},
-      {&empty, &mode, nullptr, m, 1, &dst.world, 3, kBadParameter},
-      {&src.world, nullptr, nullptr, m, 1, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, nullptr, nullptr, 1, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, nullptr, m, 0, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, nullptr, m, -1, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, nullptr, m, 258, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, nullptr, m, 1, nullptr, 3, kBadParameter},
-      {&src.world, &mode, nullptr, m, 1, &deep.world, 3, unequal},
-      {&dst.world, &mode, nullptr, m, 1, &dst.world, 3,
-       "VX_TransformWorld cannot draw a world into its own pixels"},
-      {&src.world, &mix, nullptr, m, 1, &dst.world, 3,
-       "VX_Xfer_MaskMix mixes by a mask and was given none"},
-      {&src.world, &mode, &no_world, m, 1, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, &no_pixels, m, 1, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, &bad_use, m, 1, &dst.world, 3, kBadParameter},
-      {&src.world, &mode, &deep_mask, m, 1, &dst.world, 3,
-       "VX_TransformWorld requires src and mask worlds to have same bit depth"},
-      {&src.world, &unknown, nullptr, m, 1, &dst.world, 5, ""},
-      {&src.world, &mode, &mask, m, 1, &dst.world, 0, ""},
-      {&src.world, &mode, nullptr, m, 257, &dst.world, 0, ""}};
+  const Arguments good{.error = 0,
+                       .text = "",
+                       .src = &src.world,
+                       .mode = &mode,
+                       .dst = &dst.world,
+                       .matrices = path.data()};
+  std::vector<Arguments> all(3, good);
+  all[1].mask = &mask;
+  all[2].count = 257;
+  const auto refused = [&](auto member, auto value, const std::string& text = kBadParameter,
+                           VX_Err error = 3) {
+    all.push_back(good);
+    all.back().*member = value;
+    all.back().error = error;
+    all.back().text = text;
+  };
+  using A = Arguments;
+  const std::string unequal = " worlds to have same bit depth";
+  refused(&A::src, nullptr);
+  refused(&A::src, &empty);
+  refused(&A::src, &dst.world, "VX_TransformWorld cannot draw a world into its own pixels");
+  refused(&A::mode, nullptr);
+  refused(&A::mode, &mix, "VX_Xfer_MaskMix mixes by a mask and was given none");
+  refused(&A::mode, &unknown, "", 5);
+  refused(&A::matrices, nullptr);
+  for (const int32_t count : {0, -1, 258}) refused(&A::count, count);
+  refused(&A::dst, nullptr);
+  refused(&A::dst, &deep.world, "VX_TransformWorld requires src and dst" + unequal);
+  for (const auto* bad : {&no_world, &no_pixels, &bad_use}) refused(&A::mask, bad);
+  refused(&A::mask, &deep_mask, "VX_TransformWorld requires src and mask" + unequal);
   TakeReportTexts();
   for (const Arguments& a : all) {
     for (const int which : {0, 1, 2}) {
@@ -75,13 +79,13 @@ TEST_F(Calls, CheckTheirArguments) {
                                : (which == 1 ? VX_TransformWorld_S : VX_TransformWorld)(
                                      nullptr, 1, 0, 0, a.src, a.mode, nullptr, a.mask, a.matrices,
                                      a.count, 1, nullptr, a.dst);
-      EXPECT_EQ(error, a.error) << &a - all;
+      EXPECT_EQ(error, a.error) << &a - all.data();
       const auto texts = TakeReportTexts();
-      EXPECT_EQ(texts.size(), a.error == 0 ? 0u : 1u) << &a - all;
+      EXPECT_EQ(texts.size(), a.error == 0 ? 0u : 1u) << &a - all.data();
       if (!a.text.empty()) {
         EXPECT_EQ(texts, std::vector{a.text});
       }
-      EXPECT_EQ(dst == before, a.error != 0) << &a - all;
+      EXPECT_EQ(dst == before, a.error != 0) << &a - all.data();
     }
   }
 }
@@ -104,12 +108,10 @@ TEST_F(Calls, RefuseOverlappingWorlds) {
       {part(0, 0, 40, 10), part(0, 10, 40, 30), 0}, {part(10, 10, 9, 9), part(0, 0, 10, 40), 0},
       {part(0, 0, 21, 40), part(20, 0, 20, 40), 3}, {part(5, 5, 1, 1), part(0, 0, 40, 40), 3},
       {part(0, 39, 40, 1), part(39, 0, 1, 40), 3}};
-  for (const auto& c : cases) {
-    VX_LayerDef to = c.dst;
-    EXPECT_EQ(VX_TransformWorld(nullptr, 1, 0, 0, &c.src, &mode, nullptr, nullptr, path.data(), 1,
-                                1, nullptr, &to),
-              c.error)
-        << &c - cases;
+  for (auto [from, to, error] : cases) {
+    EXPECT_EQ(VX_TransformMotion(nullptr, 1, 0, &from, &mode, nullptr, nullptr, path.data(), 1, 1,
+                                 nullptr, &to),
+              error);
   }
   TakeReportTexts();
 }
@@ -138,18 +140,17 @@ TEST_F(Calls, TakeAnyMatrix) {
   }
   Operands<VX_Pixel8> o(5);
   for (int round = 0; round < 3000; ++round) {
-    std::vector<M_Matrix3> any(static_cast<size_t>(o.Between(1, 4)));
+    std::vector<M_Matrix3> any(static_cast<size_t>(o.Between(1, 4)),
+                               MatrixOf({.rotation = 1.0 * o.Below(360)}));
     for (M_Matrix3& m : any) {
-      m = MatrixOf({.rotation = 1.0 * o.Below(360)});
       const double sizes[] = {1e-3, 1, 1e3, 1e6, 1e12, 1e30, 1e150, 1e300, 1e-300};
       for (int i = o.Between(1, 3); i > 0; --i) {
         m.m[o.Below(9)] = (o.Below(201) - 100) * sizes[o.Below(9)];
       }
     }
-    const Manner manner{.mode = ModeOf(std::vector<int32_t>{-3, 2, 3, 17}[o.Word() % 4]),
-                        .quality = o.Below(2),
-                        .src2dst = static_cast<uint8_t>(o.Below(2))};
-    ASSERT_EQ(Draw(manner, src, any, &dst), VX_Ok);
+    const int32_t modes[] = {VX_Xfer_Dissolve, VX_Xfer_Scale, VX_Xfer_Overlay};
+    ASSERT_EQ(Draw({.mode = ModeOf(modes[round % 3]), .quality = round / 3 % 2}, src, any, &dst),
+              VX_Ok);
   }
 }
 
@@ -255,25 +256,6 @@ TEST_F(Calls, PassTheAreaToAReplacement) {
   EXPECT_EQ(Draw({}, out, {Moved(0, 0)}, &out), 3);  // checked before the slot is called
   ASSERT_EQ(VX_SetOverrideFunc(32, reinterpret_cast<void*>(&VX_TransformWorld_S)), VX_Ok);
   TakeReportTexts();
-}
-
-TEST_F(Calls, DrawOnSeveralThreads) {
-  const auto turn = Between({.rotation = 5}, {.scale_x = 1.2, .rotation = 40}, 3);
-  const VX_TransformMask luma{&matte.world, 0, 0, VX_MaskUse_InverseLuma};
-  const Manner manner{.mode = ModeOf(VX_Xfer_Overlay, 0.7f, 0, true), .mask = &luma};
-  Picture8 want = dst;
-  ASSERT_EQ(Draw(manner, src, turn, &want), VX_Ok);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int k = 0; k < 50; ++k) {
-        Picture8 own = dst;
-        EXPECT_EQ(Draw(manner, src, turn, &own), VX_Ok);
-        EXPECT_TRUE(own == want);
-      }
-    });
-  }
-  for (std::thread& t : threads) t.join();
 }
 
 }  // namespace

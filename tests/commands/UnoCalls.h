@@ -66,11 +66,13 @@ inline VX_Err Run(Command& c, decltype(&VX_ConvertDeepUnoBuffer) f) {
                             static_cast<int16_t>(c.Below(2)), dst.get()});
 }
 inline VX_Err Run(Command& c, decltype(&VX_TransferUnoBuffers) f) {
-  Buffer src(c, Use::kInput, OtherDepth(c)), mask(c, Use::kInput, OtherDepth(c));
-  Buffer dst(c, Use::kOutput, c.depth);
+  constexpr int32_t kMost = 80;  // one sum in 255 has a remainder that shows how it is rounded
+  Buffer src(c, Use::kInput, OtherDepth(c), kMost), mask(c, Use::kInput, OtherDepth(c), kMost);
+  Buffer dst(c, Use::kOutput, c.depth, kMost);
   M_Point point;
   return With(f, std::tuple{c.FreeProgress(), src.get(), c.OneIn(3) ? nullptr : mask.get(),
-                            c.Between(-1, 7), UnoRect(c), Point(c, &point), dst.get()});
+                            c.Between(-1, 7), c.Flag() ? nullptr : UnoRect(c), Point(c, &point),
+                            dst.get()});
 }
 using AccumulateCall = VX_Err(VX_ProgressInfo*, const VX_UnoBuffer*, int32_t, float, float,
                               const M_Rect*, const M_Point*, VX_UnoBuffer*);

@@ -136,8 +136,8 @@ inline VX_TransformParts AnyParts(Command& c, int32_t kind) {
 // slightly more. A step that differs by 0.9 pixels from the one before it makes a curve.
 inline void Bend(Command& c, std::vector<M_Matrix3>* path) {
   const double last = static_cast<double>(path->size()) - 1;
-  const double change = c.Pick({0.0, 0.0, 0.0, 0.85, 0.95, c.Real(0, 16 / (last * last))});
-  const int32_t axis = 6 + c.Below(2);
+  const double change = c.Pick({0.0, 0.0, 0.85, 0.95, 0.95, 0.95, c.Real(0, 16 / (last * last))});
+  const int32_t axis = c.OneIn(3) ? 7 : 6;
   for (double i = 0; i <= last; ++i) {
     (*path)[static_cast<size_t>(i)].m[axis] += change / 2 * i * (last - i);
   }

@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// vx_commands: seeded random commands of operations on pixels, against their slow twins and into digests.
+// vx_commands: seeded random commands of operations on pixels, against their slow twins and into
+// digests.
 
 #include <signal.h>
 #include <unistd.h>

@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO/VXIO_Profile.h"
 
+#include <png.h>
 #include <strings.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <csetjmp>
 #include <cstdlib>
 
 #include "VX/cpp/Color.hpp"
@@ -84,26 +86,50 @@ bool DescribesColors(const std::string& name) {
          std::find(kNames.begin(), kNames.end(), name) != kNames.end();
 }
 
-// Checks what libpng requires of a profile; it refuses to write a picture with any other.
-bool PngAccepts(std::string_view profile) {
-  auto word = [&](size_t at) {
-    uint32_t value = 0;
-    for (size_t i = 0; i < 4; ++i) value = value << 8 | static_cast<unsigned char>(profile[at + i]);
-    return value;
-  };
-  const size_t size = profile.size();
-  if (size < 132 || size > 8000000 || word(0) != size) return false;
-  if (profile[8] > 3 && size % 4 != 0) return false;
-  const std::string_view kind = profile.substr(12, 4), space = profile.substr(20, 4);
-  if (profile.substr(36, 4) != "acsp" || word(64) >= 0xFFFF) return false;
-  if (kind == "abst" || kind == "link" || (space != "XYZ " && space != "Lab ")) return false;
-  const size_t tags = word(128);
-  if (tags > (size - 132) / 12) return false;
-  for (size_t at = 132; at < 132 + tags * 12; at += 12) {
-    const size_t start = word(at + 4), length = word(at + 8);
-    if (start > size || length > size - start) return false;
+// --- libpng ------------------------------------------------------------------------------------
+
+extern "C" {
+
+void KeepFirstMessage(png_structp png, png_const_charp text) {
+  auto* message = static_cast<std::string*>(png_get_error_ptr(png));
+  if (message->empty()) *message = text;
+}
+
+void StopWithMessage(png_structp png, png_const_charp text) {
+  KeepFirstMessage(png, text);
+  png_longjmp(png, 1);
+}
+
+void DiscardBytes(png_structp, png_bytep, size_t) {}
+void FlushNothing(png_structp) {}
+}
+
+// Passes a profile to libpng, which refuses to write a picture with a profile that it considers
+// invalid. Writes the header of a picture of one pixel to nowhere, so that the answer is that of
+// the installed libpng and its messages do not go to the standard error. Returns libpng's reason,
+// or an empty text if it accepts the profile.
+std::string PngObjection(std::string_view profile) {
+  std::string message;
+  png_structp png =
+      png_create_write_struct(PNG_LIBPNG_VER_STRING, &message, StopWithMessage, KeepFirstMessage);
+  if (!png) throw std::bad_alloc();
+  png_infop info = png_create_info_struct(png);
+  volatile bool accepted = false;
+  // Nothing with a destructor is created between setjmp and longjmp.
+  if (setjmp(png_jmpbuf(png)) == 0) {
+    png_set_write_fn(png, nullptr, DiscardBytes, FlushNothing);
+    png_set_text_compression_level(png, 0);
+    png_set_IHDR(png, info, 1, 1, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+    png_set_iCCP(png, info, "ICC", PNG_COMPRESSION_TYPE_BASE,
+                 reinterpret_cast<png_const_bytep>(profile.data()),
+                 static_cast<png_uint_32>(profile.size()));
+    png_write_info(png, info);
+    accepted = true;
   }
-  return true;
+  png_destroy_write_struct(&png, &info);
+  if (accepted) return {};
+  return message.empty() ? "no reason given" : message;
 }
 
 }  // namespace
@@ -152,9 +178,11 @@ bool VXIOp_StoresProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& fo
   const std::string_view bytes(static_cast<const char*>(entry.data()),
                                static_cast<size_t>(entry.datasize()));
   if (format.profile && bytes.substr(0, 20).ends_with("RGB ")) {
-    if (std::string_view(format.name) != "png" || PngAccepts(bytes)) return true;
+    const std::string objection = std::string_view(format.name) == "png" ? PngObjection(bytes) : "";
+    if (objection.empty()) return true;
     *lost = "png does not take the profile of the input, which is damaged or of a kind that is "
-            "not embedded; left out";
+            "not embedded (" +
+            objection + "); left out";
   } else if (format.profile) {
     *lost = "the profile of the input is not one for RGB; left out";
   } else if (!from.given_profile) {

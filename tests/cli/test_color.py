@@ -141,8 +141,10 @@ class Conversion(ColorTest):
         # A verb that does not use the profile copies its bytes, if the format takes them.
         self.assertEqual(self.vx("convert", "truncated.jpg", "-o", "t.tif")[1], "")
         self.assertEqual(self.embedded("t.tif"), good[:200])
-        said = self.vx("convert", "truncated.jpg", "-o", "t.png")[1]
-        self.assertRegex(said, r"\Avx: warning: t\.png: png does not take the profile [^\n]*\n\Z")
+        # The illuminant of the second one is not that of the standard, which libpng alone objects to.
+        for name in ("truncated.jpg", self.flat("odd.tif", (0, 0, 0), good[:68] + bytes(12) + good[80:])):
+            said = self.vx("convert", name, "--overwrite", "-o", "t.png")[1]
+            self.assertRegex(said, r"\Avx: warning: t\.png: png does not take the profile [^\n]*\n\Z")
 
     def test_each_frame_uses_the_profile_of_its_background(self):
         self.flat("white.png", (255, 255, 255))

@@ -70,18 +70,22 @@ UsageError NoVerb(const std::vector<std::string>& arguments, const std::vector<V
                     "; see 'vx --help'");
 }
 
-// Returns a suggestion for the first unknown option among the arguments.
-std::string SuggestOption(const std::vector<std::string>& arguments, const Verb& verb) {
-  std::vector<std::string> names;
-  for (const OptionList* list : {&verb.options, &verb.parts.options}) {
+// Throws UsageError for the first unknown option. The parser would report a missing one first.
+void RefuseUnknownOptions(const std::vector<std::string>& arguments, const OptionList& global,
+                          const Verb* verb) {
+  std::vector<std::string> names = {"--help", "--version"};
+  std::vector<const OptionList*> lists = {&global};
+  if (verb) lists.insert(lists.end(), {&verb->options, &verb->parts.options});
+  for (const OptionList* list : lists) {
     for (const Option& option : *list) names.push_back(option.LongName());
   }
   for (const std::string& argument : arguments) {
+    if (argument == "--") return;
     const std::string name = argument.substr(0, argument.find('='));
-    const bool known = std::find(names.begin(), names.end(), name) != names.end();
-    if (name.starts_with("--") && !known) return DidYouMean(name, names);
+    if (!name.starts_with("--") || std::count(names.begin(), names.end(), name) > 0) continue;
+    throw UsageError(name + ": no such option" + DidYouMean(name, names) + "; see 'vx " +
+                     (verb ? verb->name + " " : "") + "--help'");
   }
-  return {};
 }
 
 void Declare(OptionList* options, CLI::App* app) {
@@ -130,6 +134,9 @@ Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
     app->footer(verb.footer);
   }
   Verb* verb = FindVerb(arguments, verbs);
+  const bool only_options = std::all_of(arguments.begin(), arguments.end(),
+                                        [](const auto& text) { return text[0] == '-'; });
+  if (verb || only_options) RefuseUnknownOptions(arguments, *global, verb);
   try {
     arguments = JoinNegativeValues(std::move(arguments));
     if (verb && !RequestsHelp(arguments)) ExtractParts(&verb->parts, &arguments);
@@ -139,10 +146,9 @@ Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
       root.exit(error, std::cout, std::cerr);
       return nullptr;
     }
-    const bool unknown = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-    if (!verb && unknown) throw NoVerb(arguments, *verbs);
-    throw UsageError(error.what() + (verb && unknown ? SuggestOption(arguments, *verb) : "") +
-                     "; see 'vx " + (verb ? verb->name + " " : "") + "--help'");
+    if (!verb && dynamic_cast<const CLI::ExtrasError*>(&error)) throw NoVerb(arguments, *verbs);
+    throw UsageError(std::string(error.what()) + "; see 'vx " + (verb ? verb->name + " " : "") +
+                     "--help'");
   }
   if (!verb) throw NoVerb(arguments, *verbs);
   return verb;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -198,23 +199,21 @@ int32_t ParseChoice(const std::string& option, const std::string& text,
                     const std::vector<std::string>& choices) {
   auto found = std::find(choices.begin(), choices.end(), text);
   if (found != choices.end()) return static_cast<int32_t>(found - choices.begin());
-  std::string wanted = "one of";
-  for (const std::string& choice : choices) wanted += " " + choice;
-  Refuse(option, text, wanted);
+  Refuse(option, text, "one of " + JoinWords(choices, " ", " ") + DidYouMean(text, choices));
 }
 
 vx::Mode ParseMode(const std::string& option, const std::string& text) {
   int32_t number = 0;
   const bool numeric = ReadWhole(text, &number);
-  std::vector<std::string> names;
-  for (const vx::ModeInfo& info : vx::modes()) {
-    if (text == info.name || (numeric && number == static_cast<int32_t>(info.mode))) {
-      return info.mode;
-    }
-    names.push_back(info.name);
-  }
+  const auto mode = static_cast<vx::Mode>(number);
+  if (numeric && vx::name(mode)) return mode;
+  if (const auto found = vx::find_mode(text)) return *found;
+  std::vector<std::string> names, all;
+  for (const vx::ModeInfo& info : vx::modes()) names.push_back(info.name);
+  all = names;
+  for (const vx::ModeAlias& alias : vx::mode_aliases()) all.push_back(alias.name);
   throw UsageError(option + " '" + text + "': no such mode" +
-                   (numeric ? "; numbers are -3, -2 and 0 to 36" : DidYouMean(text, names)) +
+                   (numeric ? "; numbers are -3, -2 and 0 to 36" : DidYouMean(text, all)) +
                    ". Modes: " + JoinWords(names, " ", " "));
 }
 
@@ -251,11 +250,14 @@ std::string JoinWords(const std::vector<std::string>& words, const std::string& 
 }
 
 std::string DidYouMean(const std::string& text, const std::vector<std::string>& names) {
+  std::string lower = text;
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   const auto nearest =
       std::min_element(names.begin(), names.end(), [&](const std::string& a, const std::string& b) {
-        return Distance(text, a) < Distance(text, b);
+        return Distance(lower, a) < Distance(lower, b);
       });
-  const bool near = nearest != names.end() && Distance(text, *nearest) <= 1 + text.size() / 3;
+  const bool near = nearest != names.end() && Distance(lower, *nearest) <= 1 + text.size() / 3;
   return near ? " (did you mean " + *nearest + "?)" : "";
 }
 

@@ -28,7 +28,13 @@ const char* AlphaName(VXIO_AlphaKind alpha) {
 Json ListModes() {
   Json rows = Json::array();
   for (const vx::ModeInfo& info : vx::modes()) {
-    rows.push_back({{"number", static_cast<int32_t>(info.mode)}, {"name", info.name}});
+    Json aliases = Json::array();
+    for (const vx::ModeAlias& alias : vx::mode_aliases()) {
+      if (alias.mode == info.mode) aliases.push_back(alias.name);
+    }
+    rows.push_back({{"number", static_cast<int32_t>(info.mode)},
+                    {"name", info.name},
+                    {"other_names", std::move(aliases)}});
   }
   return rows;
 }

@@ -61,10 +61,16 @@ int32_t ParseMode(const py::object& mode) {
   const std::string name = py::str(mode);
   if (const auto known = vx::find_mode(name)) return static_cast<int32_t>(*known);
   std::string all;
+  py::list names;
   for (const vx::ModeInfo& known : vx::modes()) {
     all += (all.empty() ? "" : ", ") + std::string(known.name);
+    names.append(known.name);
   }
-  throw py::value_error("mode: no transfer mode \"" + name + "\"; there are " + all);
+  for (const vx::ModeAlias& alias : vx::mode_aliases()) names.append(alias.name);
+  const py::list near = py::module_::import("difflib").attr("get_close_matches")(name, names, 1);
+  const std::string hint =
+      near.empty() ? "" : " (did you mean " + std::string(py::str(near[0])) + "?)";
+  throw py::value_error("mode: no transfer mode \"" + name + "\"" + hint + "; there are " + all);
 }
 
 int32_t ParseChoice(const char* name, const py::object& arg,

@@ -92,7 +92,11 @@ def blend_pixel(s: numpy.typing.ArrayLike, d: numpy.typing.ArrayLike, mode: str 
 
 
 def modes() -> list[tuple[int, str]]:
-    """Returns (number, name) of each transfer mode."""
+    """Returns (number, name) of each transfer mode.
+
+    Functions also accept names that other programs use, such as "normal" or "color-dodge", in any
+    case and with "-", "_" or blanks; docs/modes.md lists them.
+    """
     return _vx.modes()
 
 

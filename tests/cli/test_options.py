@@ -53,7 +53,8 @@ class Options(CommandTest):
         self.assertEqual(status("convolve a.png --kernel same.txt".split()), "up_to_date")
 
     def test_suggestions(self):
-        for words, near in (("blur a.png --boks 2 -o o.png", "--box"), ("composit a.png", "composite"),
+        for words, near in (("blur a.png --boks 2 -o o.png", "--box"), ("composit a.png --layer b.png", "composite"),
+                            ("blur a.png --outptu o.png", "--output"), ("--verson", "--version"), ("list mods", "modes"),
                             ("transform a.png --rotat=3 -o o.png", "--rotate")):
             self.refuse(2, f"did you mean {near}", *words.split())
 

@@ -20,14 +20,14 @@ from vxcommand import INPUT, OUTPUT, USAGE, VX, CommandTest, random_pixels, writ
 VERBS = {
     "composite b.png --layer b.png": [
         ("--mode sceren", r"--mode 'sceren'.*did you mean screen\?.* in-front .*darker-color"),
-        ("--mode -1", "--mode '-1'.*-3, -2 and 0 to 36"), ("--mode mask-mix", "mask-mix: needs --mask"),
+        ("--mode COLOR_DOGE", r"did you mean color-dodge\?"), ("--mode -1", "--mode '-1'.*-3, -2 and 0 to 36"), ("--mode mask-mix", "mask-mix: needs --mask"),
         ("--opacity 1.5", "--opacity '1.5': must be a number from 0 to 1"), ("--opacity nan", "--opacity 'nan'"),
         ("--opacity ''", "--opacity"), ("--opacity", "--opacity: needs a value"), ("--opacity 1 --opacity 1", "--opacity"),
         ("--at 3", "--at '3': must be two whole numbers X,Y"), ("--at 99999999999,0", "--at '99999999999'"),
         ("--rect 5,5,5,9", "--rect '5,5,5,9'.*R greater than L"), ("--seed 4294967296", "--seed"),
         ("--mask-use alpha", "--mask-use.*--mask FILE"), ("--matte-use luma", "without --matte"),
         ("--matte b.png --feather-kind box", "without --feather"), ("--depth 12", "'12': must be 8, 16, 32 or keep"),
-        ("--frobnicate", "not expected.*--frobnicate.*vx composite --help"), ("--overwrite --no-clobber", "excludes"),
+        ("--frobnicate", "--frobnicate: no such option; see 'vx composite --help'"), ("--overwrite --no-clobber", "excludes"),
         ("--profile sRBG", "profile 'sRBG': is neither a file nor .*sRGB, gamma 1.0, .*ProPhoto")],
     "copy b.png": [
         ("--from -20000,0,20000,9", "--from.*at most 30000"), ("--from ''", "after --from must not be empty"),

@@ -60,6 +60,7 @@ class Reports(CommandTest):
         modes = json.loads(self.vx("list", "modes", "--json")[0])
         self.assertEqual([m["number"] for m in modes], [-3, -2, *range(37)])
         self.assertEqual({m["name"]: m["number"] for m in modes}["lighter-color"], 35)
+        self.assertIn("normal", modes[4]["other_names"])
         slots = json.loads(self.vx("list", "slots", "--json")[0])
         self.assertEqual(sum(s["state"] == "empty" for s in slots), 22)
         self.assertEqual({s["name"]: s["state"] for s in slots}["VX_TransferRect_S"], "built in")

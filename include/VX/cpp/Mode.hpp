@@ -39,6 +39,81 @@ inline constexpr ModeInfo mode_list[] = {
 
 }  // namespace detail
 
+// A name that other programs use for a mode.
+struct ModeAlias {
+  const char* name;
+  Mode mode;
+};
+
+namespace detail {
+
+// In the order of the modes. The entries of docs/modes.md contain these names.
+inline constexpr ModeAlias mode_alias_list[] = {
+    {"cross-fade", Mode::mask_mix},
+    {"source", Mode::copy},
+    {"src", Mode::copy},
+    {"replace", Mode::copy},
+    {"under", Mode::behind},
+    {"destination-over", Mode::behind},
+    {"dst-over", Mode::behind},
+    {"normal", Mode::in_front},
+    {"over", Mode::in_front},
+    {"source-over", Mode::in_front},
+    {"src-over", Mode::in_front},
+    {"plus", Mode::add},
+    {"plus-lighter", Mode::add},
+    {"lighter", Mode::add},
+    {"addition", Mode::add},
+    {"min", Mode::darken},
+    {"darken-only", Mode::darken},
+    {"max", Mode::lighten},
+    {"lighten-only", Mode::lighten},
+    {"absolute-difference", Mode::difference},
+    {"colour", Mode::color},
+    {"luminance", Mode::luminosity},
+    {"destination-in", Mode::stencil_alpha},
+    {"dst-in", Mode::stencil_alpha},
+    {"alpha-mask", Mode::stencil_alpha},
+    {"luminance-mask", Mode::stencil_luma},
+    {"luma-mask", Mode::stencil_luma},
+    {"destination-out", Mode::silhouette_alpha},
+    {"dst-out", Mode::silhouette_alpha},
+    {"erase", Mode::silhouette_alpha},
+    {"inverse-luminance-mask", Mode::silhouette_luma},
+    {"premultiplied-over", Mode::premul_over},
+    {"color-dodge", Mode::dodge2},
+    {"colour-dodge", Mode::dodge2},
+    {"color-burn", Mode::burn2},
+    {"colour-burn", Mode::burn2},
+    {"inverse-subtract", Mode::linear_burn},
+    {"lighter-colour", Mode::lighter_color},
+    {"darker-colour", Mode::darker_color},
+};
+
+// Compares names without regard to case, "-", "_" and blanks.
+constexpr bool same_name(std::string_view a, std::string_view b) {
+  const auto is_separator = [](char c) { return c == '-' || c == '_' || c == ' '; };
+  const auto next = [&](std::string_view* text) -> char {
+    while (!text->empty() && is_separator(text->front())) {
+      text->remove_prefix(1);
+    }
+    if (text->empty()) return 0;
+    const char letter = text->front();
+    text->remove_prefix(1);
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  };
+  while (true) {
+    const char letter = next(&a);
+    if (letter != next(&b)) return false;
+    if (letter == 0) return true;
+  }
+}
+
+}  // namespace detail
+
+// The names of other programs that find_mode accepts.
+constexpr std::span<const ModeAlias> mode_aliases() { return detail::mode_alias_list; }
+
 // All modes in the order of their numbers.
 constexpr std::span<const ModeInfo> modes() { return detail::mode_list; }
 
@@ -50,10 +125,14 @@ constexpr const char* name(Mode mode) {
   return nullptr;
 }
 
-// Returns the mode with this name; none for an unknown name.
+// Returns the mode with this name or alias; none for an unknown name. Case, "-", "_" and blanks do
+// not matter: "Soft Light" and "SOFT_LIGHT" are soft-light.
 constexpr std::optional<Mode> find_mode(std::string_view name) {
   for (const ModeInfo& info : modes()) {
-    if (info.name == name) return info.mode;
+    if (detail::same_name(info.name, name)) return info.mode;
+  }
+  for (const ModeAlias& alias : mode_aliases()) {
+    if (detail::same_name(alias.name, name)) return alias.mode;
   }
   return std::nullopt;
 }

@@ -368,6 +368,15 @@ TEST(Cpp, ErrorsHaveAReasonAndKeepTheDestination) {
 
 TEST(Cpp, NamesOfModes) {
   static_assert(vx::find_mode("soft-light") == vx::Mode::soft_light);
+  // Each name finds its own mode: no alias is the name of another mode without the hyphens.
+  for (const vx::ModeInfo& info : vx::modes()) EXPECT_EQ(vx::find_mode(info.name), info.mode);
+  for (const vx::ModeAlias& alias : vx::mode_aliases()) {
+    EXPECT_EQ(vx::find_mode(alias.name), alias.mode) << alias.name;
+  }
+  static_assert(vx::find_mode("Linear_Burn") == vx::Mode::linear_burn);
+  static_assert(vx::find_mode("SoftLight") == vx::Mode::soft_light);
+  static_assert(vx::find_mode("Normal") == vx::Mode::in_front);
+  static_assert(!vx::find_mode("") && !vx::find_mode("soft-lights") && !vx::find_mode("soft"));
   static_assert(static_cast<int32_t>(vx::Mode::darker_color) == VX_Xfer_DarkerColor);
   EXPECT_STREQ(vx::name(vx::Mode::soft_light), "soft-light");
   EXPECT_EQ(vx::name(static_cast<vx::Mode>(-1)), nullptr);

@@ -189,8 +189,13 @@ FrameColor::FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::st
 
 // Reads a picture. If it may be converted, it is read at the larger of its own depth and the depth
 // of the composition, for precision.
-VXIO_Picture FrameColor::Read(size_t input) {
-  return frame_->Read(input, Converts() ? std::max(own_[input], depth_) : depth_);
+VXIO_Picture FrameColor::Read(size_t input, VXIO_AlphaAs alpha) {
+  VXIO_Picture picture =
+      frame_->Read(input, Converts() ? std::max(own_[input], depth_) : depth_, alpha);
+  if (alpha != VXIO_AlphaAs::File && picture.alpha == VXIO_AlphaKind::None) {
+    job_->NoteOnce((*names_)[input] + ": has no alpha: --alpha has no effect");
+  }
+  return picture;
 }
 
 VXIO_PictureProfile FrameColor::ProfileOf(size_t input, const VXIO_Picture& picture) {
@@ -229,8 +234,8 @@ void FrameColor::NoteOutput(const std::string& name) {
                  "' converts it");
 }
 
-VXIO_Picture FrameColor::ReadBackground(const std::string& called) {
-  VXIO_Picture picture = Read(0);
+VXIO_Picture FrameColor::ReadBackground(const std::string& called, VXIO_AlphaAs alpha) {
+  VXIO_Picture picture = Read(0, alpha);
   background_ = picture.metadata;
   if (!Converts()) return picture;
   const VXIO_PictureProfile own = ProfileOf(0, picture);
@@ -261,8 +266,9 @@ VXIO_Picture FrameColor::ReadBackground(const std::string& called) {
   return picture;
 }
 
-VXIO_Picture FrameColor::ReadLayer(size_t input, nlohmann::ordered_json* record) {
-  VXIO_Picture picture = Read(input);
+VXIO_Picture FrameColor::ReadLayer(size_t input, nlohmann::ordered_json* record,
+                                   VXIO_AlphaAs alpha) {
+  VXIO_Picture picture = Read(input, alpha);
   if (!Converts()) {
     Compare(input, picture);
     return picture;

@@ -104,17 +104,19 @@ class FrameColor {
   // Reads input 0. Must be called before ReadLayer. The result, pixels and metadata, is in the
   // profile of the composition. Adds "color" to the record of the frame; `called` is the name of
   // the input there.
-  VXIO_Picture ReadBackground(const std::string& called = "background");
+  VXIO_Picture ReadBackground(const std::string& called = "background",
+                              VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
   // Reads a layer and converts it to the profile of the composition. Adds to `record`, the record
   // of the layer.
-  VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* record);
+  VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* record,
+                         VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
   // Null without --linear.
   const vx::LinearTables* tables() const { return tables_.get(); }
 
  private:
   bool Converts() const { return job_->linear() || job_->given(); }
-  VXIO_Picture Read(size_t input);
+  VXIO_Picture Read(size_t input, VXIO_AlphaAs alpha);
   VXIO_PictureProfile ProfileOf(size_t input, const VXIO_Picture& picture);
   void Convert(size_t input, const VXIO_PictureProfile& own, VX_World* world);
   void Compare(size_t input, const VXIO_Picture& layer);

@@ -11,9 +11,6 @@ namespace vxcli {
 
 namespace {
 
-// Largest coordinate of --at: larger than any picture, and sums of positions fit in 32 bits.
-constexpr int64_t kFarthest = 1000000;
-
 const std::vector<std::string>& MaskUses() {
   static const std::vector<std::string> uses = {"alpha", "inverse-alpha", "luma", "inverse-luma"};
   return uses;
@@ -77,7 +74,7 @@ OptionList DrawOptionList(DrawOptions* to) {
       Option{"--mode", "NAME", Parsed(&to->mode, ParseMode),
              "Transfer mode, name or number (vx list modes)"}
           .Default("in-front"),
-      Option{"--opacity", "NUMBER", Number(&to->opacity, 0, 1), "%r"}.Default("1"),
+      Option{"--opacity", "NUMBER", Share(&to->opacity), "%r"}.Default("1"),
       Option{"--seed", "NUMBER", Integer(&to->seed, INT32_MIN, INT32_MAX),
              "Seed of the random pattern of dissolve, 32 bits"}
           .Default("0"),
@@ -109,22 +106,26 @@ OptionList DrawOptionList(DrawOptions* to) {
 }
 
 OptionList LayerOptionList(LayerOptions* to) {
-  const auto at = [](const std::string& option, const std::string& text) {
-    return ParsePoint(option, text, -kFarthest, kFarthest);
-  };
   return InGroup(
       "Options of a layer, after its --layer",
       Join({{
                 Option{"--layer", "FILE", Text(&to->file),
                        "Picture to draw; repeat it for more layers"}
                     .For(Decides::Contents),
-                Option{"--at", "X,Y", Parsed(&to->at, at),
-                       "Position of its upper left corner on the background; may be negative"}
-                    .Default("0,0"),
+                Option{"--alpha", "HOW", Parsed(&to->alpha, ParseAlpha),
+                       "How to read its colours. straight: unchanged; premultiplied: divided by "
+                       "alpha; ignore: unchanged, and the layer is opaque"}
+                    .Without("as the file declares"),
+                Option{"--at", "X,Y", Parsed(&to->at, ParsePosition),
+                       "Position of its upper left corner on the background, after scale, skew and "
+                       "rotation unless --anchor X,Y is given; may be negative. 50% or center: in "
+                       "the middle; 100%, right, bottom: at the edge. center: center,center"}
+                    .Without("0,0"),
                 Option{"--rect", "L,T,R,B", Parsed(&to->rect, ParseRect),
                        "Draw only this area of it; --at is the position of the area's corner"}
                     .Without("all"),
             },
+            EffectOptionList(to),
             DrawOptionList(to)}));
 }
 

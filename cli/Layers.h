@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Job.h"
+#include "LayerEffects.h"
 #include "VX/cpp/Composite.hpp"
 #include "VX/cpp/Mask.hpp"
 
@@ -48,9 +49,9 @@ struct DrawOptions {
   FeatherSettings feather;             // applied to the matte
 };
 
-struct LayerOptions : DrawOptions {
+struct LayerOptions : DrawOptions, EffectOptions {
   std::string file;
-  vx::Point at;
+  VXIO_AlphaAs alpha = VXIO_AlphaAs::File;
   std::optional<vx::Rect> rect;
 };
 

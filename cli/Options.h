@@ -77,6 +77,15 @@ Value Number(T* to, double least, double largest) {
   return value;
 }
 
+// A fraction from 0 to 1, or a percentage.
+template <class T>
+Value Share(T* to) {
+  Value value = Parsed(to, ParseShare);
+  value.kind = Value::Number;
+  value.range = "0 to 1 or 0% to 100%";
+  return value;
+}
+
 // Stores the index of the text in `choices`.
 template <class T>
 Value Choice(T* to, const std::vector<std::string>& choices) {

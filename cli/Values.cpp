@@ -17,7 +17,6 @@
 #include <type_traits>
 
 #include "Console.h"
-#include "VXIO/VXIO_Picture.h"
 
 namespace vxcli {
 
@@ -84,6 +83,18 @@ double ParseNumber(const std::string& option, const std::string& text, double le
   return value;
 }
 
+double ParseShare(const std::string& option, const std::string& text) {
+  const bool percent = text.ends_with('%');
+  const std::string number = text.substr(0, text.size() - (percent ? 1 : 0));
+  double value = 0;
+  const bool reads = ReadWhole(number, &value);
+  if (percent) value /= 100;
+  if (!reads || !(value >= 0 && value <= 1)) {
+    Refuse(option, text, "a number from 0 to 1 or a percentage from 0% to 100%");
+  }
+  return value;
+}
+
 std::vector<std::string> SplitAtCommas(const std::string& text) {
   std::vector<std::string> parts(1);
   for (char c : text) {
@@ -143,9 +154,37 @@ Size ParseSize(const std::string& option, const std::string& text, int64_t least
       static_cast<int32_t>(ParseInteger(option + " height", text.substr(cross + 1), least, 30000))};
 }
 
+namespace {
+
+// Returns alpha, red, green and blue, 0..255, of a colour in hexadecimal digits.
+std::optional<std::array<int32_t, 4>> ReadHexColor(std::string digits) {
+  if (digits.starts_with('#')) digits.erase(0, 1);
+  if (digits.size() == 3)
+    digits = {digits[0], digits[0], digits[1], digits[1], digits[2], digits[2]};
+  if (digits.size() == 6) digits += "ff";
+  uint32_t value = 0;
+  const char* end = digits.data() + digits.size();
+  if (digits.size() != 8 || std::from_chars(digits.data(), end, value, 16).ptr != end) return {};
+  const auto byte = [&](int shift) { return static_cast<int32_t>(value >> shift & 255); };
+  return std::array{byte(0), byte(24), byte(16), byte(8)};
+}
+
+}  // namespace
+
 vx::Color ParseColor(const std::string& option, const std::string& text, int32_t depth) {
+  if (const auto hex = ReadHexColor(text)) {
+    return vx::visit_depth(depth, [&]<class Pixel>() -> vx::Color {
+      using Traits = vx::PixelTraits<Pixel>;
+      const auto channel = [&](size_t i) {
+        const double value = (*hex)[i] * static_cast<double>(Traits::full_scale) / 255;
+        constexpr bool whole = !std::is_floating_point_v<typename Traits::Channel>;
+        return static_cast<typename Traits::Channel>(whole ? std::round(value) : value);
+      };
+      return Pixel{channel(0), channel(1), channel(2), channel(3)};
+    });
+  }
   const std::vector<std::string> parts = SplitAtCommas(text);
-  if (parts.size() != 4) Refuse(option, text, "four numbers A,R,G,B");
+  if (parts.size() != 4) Refuse(option, text, "'#RRGGBB' or four numbers A,R,G,B");
   return vx::visit_depth(depth, [&]<class Pixel>() -> vx::Color {
     using Channel = typename vx::PixelTraits<Pixel>::Channel;
     const auto channel = [&](size_t i) {
@@ -180,6 +219,12 @@ int32_t ParseDepth(const std::string& option, const std::string& text, Keep keep
   if (text == "16") return 16;
   if (text == "32") return 32;
   Refuse(option, text, keep == Keep::Allowed ? "8, 16, 32 or keep" : "8, 16 or 32");
+}
+
+VXIO_AlphaAs ParseAlpha(const std::string& option, const std::string& text) {
+  static constexpr VXIO_AlphaAs kMeanings[] = {VXIO_AlphaAs::Straight, VXIO_AlphaAs::Premultiplied,
+                                               VXIO_AlphaAs::Ignore};
+  return kMeanings[ParseChoice(option, text, {"straight", "premultiplied", "ignore"})];
 }
 
 int64_t ParseBytes(const std::string& option, const std::string& text) {
@@ -257,7 +302,7 @@ std::string DidYouMean(const std::string& text, const std::vector<std::string>& 
       std::min_element(names.begin(), names.end(), [&](const std::string& a, const std::string& b) {
         return Distance(lower, a) < Distance(lower, b);
       });
-  const bool near = nearest != names.end() && Distance(lower, *nearest) <= 1 + text.size() / 3;
+  const bool near = nearest != names.end() && Distance(lower, *nearest) <= 1 + text.size() / 4;
   return near ? " (did you mean " + *nearest + "?)" : "";
 }
 

@@ -13,6 +13,7 @@
 #include "VX/cpp/Filters.hpp"
 #include "VX/cpp/Mode.hpp"
 #include "VX/cpp/Pixels.hpp"
+#include "VXIO/VXIO_Picture.h"
 
 namespace vxcli {
 
@@ -41,7 +42,11 @@ Size ParseSize(const std::string& option, const std::string& text, int64_t least
 // Returns true for digits, an x and digits. The range of the numbers is not checked.
 bool IsSize(const std::string& text);
 
-// "A,R,G,B" in the scale of the depth: 0..255, 0..32768, or any finite numbers.
+// A fraction from 0 to 1, or a percentage from 0% to 100%.
+double ParseShare(const std::string& option, const std::string& text);
+
+// "A,R,G,B" in the scale of the depth: 0..255, 0..32768, or any finite numbers. Or hexadecimal
+// digits, "#RRGGBB", "#RGB" or "#RRGGBBAA", the "#" may be left out: 0..255 at every depth.
 vx::Color ParseColor(const std::string& option, const std::string& text, int32_t depth);
 
 std::vector<std::string> SplitAtCommas(const std::string& text);
@@ -52,6 +57,9 @@ vx::Channels ParseChannels(const std::string& option, const std::string& text);
 // "8", "16" or "32". Returns 0 for "keep" if that is allowed.
 enum class Keep { Allowed, Refused };
 int32_t ParseDepth(const std::string& option, const std::string& text, Keep keep);
+
+// "straight", "premultiplied" or "ignore".
+VXIO_AlphaAs ParseAlpha(const std::string& option, const std::string& text);
 
 // "2G", "512M", "100K" or bytes; units of 1024.
 int64_t ParseBytes(const std::string& option, const std::string& text);

@@ -69,9 +69,11 @@ Verb MakeVerb(bool multiply) {
   OptionList own = {
       InputOption(&options->input),
       Option{
-          "--matte", "A,R,G,B", std::move(matte),
-          "Colour that is mixed in where alpha is below full, in the scale of the picture: 0..255 "
-          "at 8 bits, 0..32768 at 16, any number at 32 (1 is full); its alpha is not used"}
+          "--matte", "COLOR", std::move(matte),
+          "Colour that is mixed in where alpha is below full: '#RRGGBB', or A,R,G,B in the scale "
+          "of "
+          "the picture: 0..255 at 8 bits, 0..32768 at 16, any number at 32 (1 is full); its alpha "
+          "is not used"}
           .Without("black")};
   const std::string shared =
       "The result is written as straight alpha, and a file that declares its alpha declares it "

@@ -19,11 +19,13 @@ namespace {
 
 constexpr int64_t kLargestSide = 30000;
 constexpr int64_t kMostIterations = 100;
+constexpr double kLargestSigma = 12000;
 
 struct BlurOptions {
   JobOptions job;
   std::string input;
   std::optional<float> gaussian, box;
+  std::optional<double> sigma;
   std::optional<int32_t> iterations;
   int32_t axis = 0;
   vx::Channels channels;
@@ -36,9 +38,32 @@ struct BlurPlan {
   vx::Point reach;  // pixels that --grow adds on each side
 };
 
+// Returns the standard deviation of the weights that a Gaussian blur of this radius has.
+double SigmaOfRadius(double radius) {
+  const auto reach = static_cast<int32_t>(std::ceil(radius));
+  double sum = 0, squares = 0;
+  for (int32_t i = -reach; i <= reach; ++i) {
+    const double weight = std::trunc(255 * VXp_GaussianValue(std::abs(i) / (radius + 1)));
+    sum += weight;
+    squares += weight * i * i;
+  }
+  return std::sqrt(squares / sum);
+}
+
+// Returns the radius whose weights have the standard deviation `sigma`, by bisection.
+float RadiusOfSigma(double sigma) {
+  double low = 0, high = VX_Blur_MaxRadius;
+  constexpr int kSteps = 40;  // until the difference is below the precision of a float
+  for (int i = 0; i < kSteps && sigma > 0; ++i) {
+    const double middle = (low + high) / 2;
+    (SigmaOfRadius(middle) < sigma ? low : high) = middle;
+  }
+  return static_cast<float>(sigma > 0 ? high : 0);
+}
+
 BlurPlan MakePlan(const BlurOptions& options) {
-  if (options.gaussian.has_value() == options.box.has_value()) {
-    throw UsageError("blur: needs either --gaussian R or --box R");
+  if (options.gaussian.has_value() + options.box.has_value() + options.sigma.has_value() != 1) {
+    throw UsageError("blur: needs one of --gaussian R, --sigma S and --box R");
   }
   if (!options.box && options.iterations) {
     throw UsageError("--iterations: belongs to --box; a Gaussian is one pass");
@@ -46,7 +71,9 @@ BlurPlan MakePlan(const BlurOptions& options) {
   BlurPlan plan;
   vx::BlurOptions& blur = plan.blur;
   blur.kind = options.box ? vx::BlurKind::box : vx::BlurKind::gaussian;
-  const float radius = options.box ? *options.box : *options.gaussian;
+  const float radius = options.box     ? *options.box
+                       : options.sigma ? RadiusOfSigma(*options.sigma)
+                                       : *options.gaussian;
   blur.radius.x = options.axis == 2 ? 0 : radius;
   blur.radius.y = options.axis == 1 ? 0 : radius;
   blur.iterations = options.iterations.value_or(1);
@@ -85,6 +112,7 @@ void BlurFrame(const BlurPlan& plan, JobFrame* frame) {
   // At 32 bits the mean of ones may differ from 1 by a rounding error. The writer would add an
   // alpha channel then.
   if (!picture.has_alpha && plan.blur.hold_level && !grown) to.world()->FillAlpha();
+  frame->Record()["radius"] = std::max(blur.radius.x, blur.radius.y);
   frame->Record()["width"] = canvas.width;
   frame->Record()["height"] = canvas.height;
   frame->Record()["at"] = {-plan.reach.x, -plan.reach.y};
@@ -109,12 +137,16 @@ OptionList OptionsOf(BlurOptions* to) {
       InputOption(&to->input),
       {"--gaussian", "R", Number(&to->gaussian, 0, VX_Blur_MaxRadius),
        "Radius in pixels, %r; the Gaussian is cut off there; the time increases with it"},
+      {"--sigma", "S", Number(&to->sigma, 0, kLargestSigma),
+       "Instead of --gaussian: the standard deviation in pixels, %r; the radius R is chosen so "
+       "that "
+       "the weights have it, about S / 0.378 - 1"},
       {"--box", "R", Number(&to->box, 0, VX_Blur_MaxRadius),
        "Instead of --gaussian: the mean of 2R + 1 pixels, R %r, also fractions; the time does not "
        "depend on R"},
       Option{"--iterations", "N", Integer(&to->iterations, 1, kMostIterations),
              "Number of passes of the box, %r; their product with the radius is at most 262144. 3 "
-             "passes look like a Gaussian of 2.5 times the radius"}
+             "passes look like a Gaussian of 2.7 times the radius"}
           .Without("1"),
       Option{"--axis", "AXIS", Choice(&to->axis, {"both", "x", "y"}),
              "x: along the rows; y: along the columns; both: x and y"}

@@ -13,6 +13,7 @@
 #include "Job.h"
 #include "Layers.h"
 #include "VX/cpp/Composite.hpp"
+#include "VX/cpp/Transform.hpp"
 #include "VXIO/VXIO_Picture.h"
 #include "Verbs.h"
 
@@ -23,6 +24,7 @@ namespace {
 struct CompositeOptions {
   std::string background;
   int32_t depth = 0;  // 0: the deepest of the pictures that are drawn
+  VXIO_AlphaAs background_alpha = VXIO_AlphaAs::File, output_alpha = VXIO_AlphaAs::File;
   ColorOptions color;
   JobOptions job;
   // A deque: the lists of options have pointers to elements, which must stay valid.
@@ -37,10 +39,12 @@ struct Composite {
   JobColor color;
 };
 
-// The part of a layer that is drawn, and its position on the background.
+// The part of a layer that is drawn. `from` is its position in the area of --rect, `at` its
+// position on the background without the options of the placement.
 struct PlacedPart {
   vx::Rect part;
-  vx::Point at;
+  Size size;  // of the area
+  vx::Point from, at;
 
   // Returns true if a pixel of the part is inside the background.
   bool Overlaps(const VX_World& below) const {
@@ -49,17 +53,49 @@ struct PlacedPart {
   }
 };
 
-PlacedPart PartToDraw(const LayerOptions& layer, const VX_World& source) {
-  if (!layer.rect) return {{0, 0, source.width, source.height}, layer.at};
-  const vx::Rect& rect = *layer.rect;
+PlacedPart PartToDraw(const LayerOptions& layer, const VX_World& source, const VX_World& below) {
+  const vx::Rect rect = layer.rect.value_or(vx::Rect{0, 0, source.width, source.height});
+  const Position at = layer.at.value_or(Position{});
+  const vx::Point corner{static_cast<int32_t>(at.x.In(below.width, rect.width())),
+                         static_cast<int32_t>(at.y.In(below.height, rect.height()))};
   const vx::Rect part{std::max(0, rect.left), std::max(0, rect.top),
                       std::min(source.width, rect.right), std::min(source.height, rect.bottom)};
-  // --rect is outside of the layer. Returns a position where the layer is outside of the
-  // background.
-  if (part.left >= part.right || part.top >= part.bottom) {
-    return {{0, 0, source.width, source.height}, {-source.width, -source.height}};
+  const Size size{rect.width(), rect.height()};
+  // --rect is outside of the layer.
+  if (part.left >= part.right || part.top >= part.bottom) return {{}, size, {}, corner};
+  const vx::Point from{part.left - rect.left, part.top - rect.top};
+  return {part, size, from, {corner.x + from.x, corner.y + from.y}};
+}
+
+constexpr const char* kOutside = "is completely outside the background; nothing is drawn";
+
+// Draws a layer that has a placement, a blur or a shadow. Returns the reason if nothing is drawn,
+// else an empty text.
+std::string DrawPlaced(const LayerOptions& layer, const PlacedPart& placed, vx::AnyConstView part,
+                       const vx::CompositeOptions& drawing, VX_World* below,
+                       nlohmann::ordered_json* record) {
+  vx::Matrix matrix{
+      {1, 0, 0, 0, 1, 0, static_cast<double>(placed.at.x), static_cast<double>(placed.at.y), 1}};
+  if (layer.HasPlacement()) {
+    matrix = MatrixOf(layer, placed.size, *below);
+    (*record)["matrix"] = matrix.m;
+    matrix = After(placed.from, matrix);
   }
-  return {part, {layer.at.x + part.left - rect.left, layer.at.y + part.top - rect.top}};
+  const std::string why = InvisibleReason({matrix}, *part.descriptor(), *below);
+  if (layer.HasEffects()) {
+    const bool drawn = DrawWithEffects(layer, part, matrix, drawing, *below);
+    return why.starts_with("has no area") ? why : drawn ? "" : kOutside;
+  }
+  vx::transform(*below, part, matrix,
+                {.mode = drawing.mode,
+                 .opacity = drawing.opacity,
+                 .mask = drawing.mask,
+                 .linear = drawing.linear,
+                 .keep_alpha = drawing.keep_alpha,
+                 .field = drawing.field,
+                 .seed = drawing.seed,
+                 .progress = drawing.progress});
+  return why;
 }
 
 // Draws one layer and returns its record.
@@ -67,24 +103,32 @@ nlohmann::ordered_json Draw(const LayerOptions& layer, size_t index, const Layer
                             FrameColor* color, JobFrame* frame, VX_World* below) {
   const std::string& file = frame->Input(inputs.file);
   nlohmann::ordered_json record = RecordOf(file, layer);
-  record["at"] = {layer.at.x, layer.at.y};
-  VXIO_Picture picture = color->ReadLayer(inputs.file, &record);
+  VXIO_Picture picture = color->ReadLayer(inputs.file, &record, layer.alpha);
   if (inputs.matte) ApplyMatte(layer, inputs.matte, frame, picture.world.get(), &record);
   auto options = DrawingOf<vx::CompositeOptions>(layer);
   VXIO_WorldPtr mask;
   if (inputs.mask) options.mask = ReadMask(layer, inputs.mask, *below, frame, &mask, &record);
-  const PlacedPart placed = PartToDraw(layer, *picture.world);
-  if (!placed.Overlaps(*below)) {
-    Note(file + ": is completely outside the background; nothing is drawn");
-  }
+  const PlacedPart placed = PartToDraw(layer, *picture.world, *below);
+  const bool plain = !layer.HasPlacement() && !layer.HasEffects();
+  record["at"] = {placed.at.x - placed.from.x, placed.at.y - placed.from.y};
   options.at = placed.at;
   options.linear = color->tables();
   options.progress = frame->Progress();
+  const bool visible = placed.part.width() > 0 && (!plain || placed.Overlaps(*below));
+  std::string why = visible ? "" : kOutside;
   const auto start = std::chrono::steady_clock::now();
   WithContext("layer " + std::to_string(index + 1) + " (" + file + ")", [&] {
-    vx::composite(*below, vx::AnyConstView(*picture.world).part(placed.part), options);
+    const vx::AnyConstView whole(*picture.world);
+    if (plain || !visible) {
+      // A stencil acts on the whole background, also if the layer is outside of it.
+      if (placed.part.width() == 0) options.at = {-picture.world->width, -picture.world->height};
+      vx::composite(*below, placed.part.width() > 0 ? whole.part(placed.part) : whole, options);
+    } else {
+      why = DrawPlaced(layer, placed, whole.part(placed.part), options, below, &record);
+    }
   });
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
+  if (!why.empty()) Note(file + ": " + why);
   record["milliseconds"] = spent.count();
   return record;
 }
@@ -95,7 +139,7 @@ void WorkOn(Composite* job, JobFrame* frame) {
       job->options.depth ? job->options.depth : *std::max_element(own.begin(), own.end());
   FrameColor color(&job->color, frame, &job->inputs, own, depth);
   nlohmann::ordered_json& record = frame->Record();
-  VXIO_Picture background = color.ReadBackground();
+  VXIO_Picture background = color.ReadBackground("background", job->options.background_alpha);
   record["width"] = background.world->width;
   record["height"] = background.world->height;
   record["depth"] = depth;
@@ -104,15 +148,28 @@ void WorkOn(Composite* job, JobFrame* frame) {
     record["layers"].push_back(Draw(job->options.layers[i], i, job->layer_inputs[i], &color, frame,
                                     background.world.get()));
   }
-  frame->Write(*background.world, background);
+  VXIO_WriteOptions write;
+  write.metadata = background.metadata;
+  write.keep_alpha = background.has_alpha;
+  write.alpha = job->options.output_alpha;
+  frame->Write(*background.world, write);
 }
 
 // Returns the number of bytes for the background and the largest layer.
-int64_t BytesOf(const std::vector<VXIO_Info>& infos, const std::vector<LayerInputs>& layers,
-                int32_t depth) {
+int64_t BytesOf(const std::vector<VXIO_Info>& infos, const Composite& job) {
+  int32_t depth = job.options.depth;
   for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
   int64_t most = 0;
-  for (const LayerInputs& layer : layers) most = std::max(most, BytesOfLayer(infos, layer, depth));
+  for (size_t i = 0; i < job.layer_inputs.size(); ++i) {
+    const LayerOptions& layer = job.options.layers[i];
+    int64_t bytes = BytesOfLayer(infos, job.layer_inputs[i], depth);
+    if (layer.HasEffects()) {
+      // The placed layer, its shadow, and the result of the first pass of a blur.
+      const int64_t around = 2 * int64_t{layer.Reach()};
+      bytes += 3 * BytesOfWorld(infos[0].width + around, infos[0].height + around, depth);
+    }
+    most = std::max(most, bytes);
+  }
   return 2 * BytesOfWorld(infos[0].width, infos[0].height, depth) + most;
 }
 
@@ -121,15 +178,14 @@ int Run(const CompositeOptions& options, const Verb& verb) {
   Composite composite{options, {}, {options.background}, JobColor(options.color)};
   for (const LayerOptions& layer : options.layers) {
     CheckDrawOptions(layer);
+    CheckEffects(layer);
     composite.layer_inputs.push_back(AddInputs(layer.file, layer, &composite.inputs));
   }
   Job job;
   job.verb = &verb;
   job.options = &options.job;
   job.inputs = composite.inputs;
-  job.bytes = [&](const std::vector<VXIO_Info>& infos) {
-    return BytesOf(infos, composite.layer_inputs, options.depth);
-  };
+  job.bytes = [&](const std::vector<VXIO_Info>& infos) { return BytesOf(infos, composite); };
   job.work = [&](JobFrame& frame) { WorkOn(&composite, &frame); };
   return RunJob(job);
 }
@@ -144,7 +200,14 @@ OptionList OptionsOf(CompositeOptions* to) {
             .For(Decides::Contents),
         DepthOption(&to->depth,
                     "%r: bits per channel of the result; keep: the largest depth of background and "
-                    "layers")},
+                    "layers"),
+        Option{"--background-alpha", "HOW", Parsed(&to->background_alpha, ParseAlpha),
+               "How to read the colours of BACKGROUND, as --alpha for a layer"}
+            .Without("as the file declares"),
+        Option{"--output-alpha", "HOW", Parsed(&to->output_alpha, ParseAlpha),
+               "How to write the colours. straight: unchanged; premultiplied: multiplied by alpha; "
+               "ignore: unchanged, without alpha"}
+            .Without("as the format defines")},
        ColorOptionList(&to->color),
        JobOptionList(&to->job, JobOutput::Picture)});
 }
@@ -160,8 +223,9 @@ Verb CompositeVerb() {
       "composite",
       "Draw layers over a background picture",
       OptionsOf(options.get()),
-      "Example:\n  vx composite sky.png --layer plane.png --at 40,-12 --opacity 0.8 \\\n"
-      "      --layer haze.png --mode screen --mask ground.png --mask-use inverse-luma -o out.png",
+      "Examples:\n  vx composite sky.png --layer plane.png --at 40,-12 --opacity 80% \\\n"
+      "      --layer haze.png --mode screen --mask ground.png --mask-use inverse-luma -o out.png\n"
+      "  vx composite sky.png --layer logo.png --scale 0.3 --at 95%,95% --shadow 6,6 -o out.png",
       [options](const Verb& verb) { return Run(*options, verb); },
       std::move(layers)};
 }

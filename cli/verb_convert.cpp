@@ -27,12 +27,6 @@ struct ConvertOptions {
   vx::Channels planes;
 };
 
-VXIO_AlphaAs ParseAlpha(const std::string& option, const std::string& text) {
-  static constexpr VXIO_AlphaAs kMeanings[] = {VXIO_AlphaAs::Straight, VXIO_AlphaAs::Premultiplied,
-                                               VXIO_AlphaAs::Ignore};
-  return kMeanings[ParseChoice(option, text, {"straight", "premultiplied", "ignore"})];
-}
-
 // Removes the planes that are not selected. A single plane becomes an opaque grey picture. If
 // several planes are selected, the other colours become 0, and alpha becomes full unless it is
 // selected.

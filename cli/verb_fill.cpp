@@ -50,9 +50,10 @@ OptionList OptionsOf(FillOptions* to) {
              "WIDTHxHEIGHT (1 to 30000 each) for a new, transparent picture, or a FILE or pattern"}
           .Required()
           .Identity([to] { return IsSize(to->target) ? to->target : "a file"; }),
-      Option{"--color", "A,R,G,B", Text(&to->color),
-             "Alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, 0..32768 at 16, "
-             "any number at 32 (1 is full); stored as it is, not blended"}
+      Option{"--color", "COLOR", Text(&to->color),
+             "A,R,G,B: alpha, red, green, blue in the scale of the depth: 0..255 at 8 bits, "
+             "0..32768 at 16, any number at 32 (1 is full). Or '#RRGGBB' or '#RRGGBBAA'. Stored as "
+             "it is, not blended"}
           .Required(),
       Option{"--area", "L,T,R,B", Parsed(&to->area, ParseRect), "Fill only this area"}.Without(
           "all"),

@@ -95,8 +95,8 @@ OptionList OptionsOf(MatteOptions* to) {
              "box: one box blur; soft: three box blurs; gaussian: slower for a large radius"}
           .Without("soft"),
       {"--invert", "", Flag(&to->invert), "Then invert it"},
-      Option{"--fade", "NUMBER", Number(&to->fade, 0, 1), "Then multiply it by this factor, %r"}
-          .Default("1"),
+      Option{"--fade", "NUMBER", Share(&to->fade), "Then multiply it by this factor, %r"}.Default(
+          "1"),
       Option{"--combine", "FILE", Text(&to->combine),
              "Finally combine it with the brightness of this picture"}
           .For(Decides::Contents),

@@ -26,6 +26,7 @@ struct Plan {
   int32_t file_depth;  // 8, 16 or 32
   int32_t channels;    // 1, 3 or 4
   bool alpha;
+  bool multiplies;  // colours are multiplied by alpha
   OIIO::ImageSpec spec;
   std::vector<std::string> warnings;
 };
@@ -117,9 +118,13 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
   }
   const int64_t not_opaque = vx::visit(world, [](auto view) { return CountNotOpaque(view); });
   const bool grey = options.grey && plan.format->grey;
-  plan.alpha =
-      !grey && plan.format->alpha != VXIO_AlphaKind::None && (options.keep_alpha || not_opaque > 0);
-  if (!plan.alpha && not_opaque > 0) {
+  const bool ignores = options.alpha == VXIO_AlphaAs::Ignore;
+  plan.alpha = !grey && !ignores && plan.format->alpha != VXIO_AlphaKind::None &&
+               (options.keep_alpha || not_opaque > 0);
+  plan.multiplies = plan.alpha && (options.alpha == VXIO_AlphaAs::Premultiplied ||
+                                   (options.alpha == VXIO_AlphaAs::File &&
+                                    plan.format->alpha == VXIO_AlphaKind::Premultiplied));
+  if (!plan.alpha && !ignores && not_opaque > 0) {
     plan.warnings.push_back(path + ": " + plan.format->name + " holds no alpha; that of " +
                             std::to_string(not_opaque) +
                             " pixels that are not opaque is left out, colours stay");
@@ -137,7 +142,10 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
   if (options.metadata.Get()) CarryMetadata(path, *options.metadata.Get(), &plan);
   // Some writers store the current time if there is none; equal pictures must give equal bytes.
   if (!plan.spec.find_attribute("DateTime")) plan.spec.attribute("DateTime", "");
-  if (plan.alpha && plan.format->alpha == VXIO_AlphaKind::Straight) {
+  // Without this attribute the writers of formats with straight alpha, except that of TIFF, divide
+  // the colours by alpha.
+  if (plan.alpha && plan.format->alpha == VXIO_AlphaKind::Straight &&
+      !(name == "tiff" && plan.multiplies)) {
     plan.spec.attribute("oiio:UnassociatedAlpha", 1);
   }
   return plan;
@@ -231,11 +239,10 @@ class RowWriter {
   RowWriter(vx::AnyConstView world, const Plan& plan, OIIO::ImageOutput* out)
       : world_(world), plan_(plan), out_(out) {
     const int32_t rows = std::min(world.height(), kBandRows);
-    multiplies_ = plan.alpha && plan.format->alpha == VXIO_AlphaKind::Premultiplied;
     // Float worlds are converted to 16-bit samples directly, others by depth conversion.
     converts_ =
         plan.file_depth != plan.world_depth && !(plan.world_depth == 32 && plan.file_depth == 16);
-    if (converts_ || multiplies_) {
+    if (converts_ || plan.multiplies) {
       band_ = vx::Image::uninitialized(world.width(), rows, plan.file_depth);
     }
     samples_.resize(static_cast<size_t>(rows) * plan.spec.scanline_bytes(/*native=*/true));
@@ -247,8 +254,10 @@ class RowWriter {
     if (!band_.empty()) {
       const vx::AnyView band = band_.part({0, 0, world_.width(), end - y});
       vx::convert(band, rows);
-      if (multiplies_) {
-        hidden_ += CountHiddenColour(band.as<vx::PixelFloat>());
+      if (plan_.multiplies) {
+        if (plan_.format->alpha == VXIO_AlphaKind::Premultiplied && plan_.file_depth == 32) {
+          hidden_ += CountHiddenColour(band.as<vx::PixelFloat>());
+        }
         vx::premultiply(band);
       }
       rows = band;
@@ -275,7 +284,7 @@ class RowWriter {
   vx::AnyConstView world_;
   const Plan& plan_;
   OIIO::ImageOutput* out_;
-  bool multiplies_, converts_;
+  bool converts_;
   vx::Image band_;
   std::vector<uint8_t> samples_;
   int64_t hidden_ = 0;

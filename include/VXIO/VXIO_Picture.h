@@ -159,6 +159,10 @@ struct VXIO_WriteOptions {
   // Store the red channel only, as grey. Ignored for bmp and dpx, which have no grey pictures.
   bool grey = false;
   bool keep_alpha = false;  // store alpha even if every pixel is opaque
+  // How to store the colours of a picture with alpha. File: as the format defines (vx list
+  // formats); Straight and Premultiplied: not multiplied or multiplied by alpha, in every format;
+  // TIFF files declare it. Ignore: alpha is left out, colours stay.
+  VXIO_AlphaAs alpha = VXIO_AlphaAs::File;
   VXIO_Clobber clobber = VXIO_Clobber::Overwrite;
   bool strict = false;  // instead of a warning, throw VXIO_Error (Output) and write nothing
 };

@@ -36,6 +36,72 @@ class Placing(CommandTest):
         self.check(("--at", "500,-500"), message="l.png: is completely outside")
         self.check(("--field", "even", "--at", "4,3"), (np.s_[4:13:2, 4:16], layer[1::2]))
 
+    def test_positions(self):
+        layer = self.layer
+        for words, corner in (("--at center", (5, 9)), ("--at 100%,0%", (0, 18)), ("--at left,bottom", (10, 0)),
+                              ("--at 25%,3", (3, 4)), ("--at right,center --translate -2,1", (6, 16))):
+            y, x = corner
+            self.check(words.split(), (np.s_[y:y + 10, x:x + 12], layer))
+        self.check("--rect 2,1,8,7 --at center".split(), (np.s_[7:13, 12:18], layer[1:7, 2:8]))
+        # --at places the transformed layer, or with --anchor X,Y the layer before that.
+        turned = np.rot90(layer, -1)
+        self.check("--rotate 90 --at 2,1".split(), (np.s_[1:13, 2:12], turned))
+        self.check("--rotate 90 --at 20,0 --anchor 0,0".split(), (np.s_[0:12, 11:21], turned))
+        self.check("--rotate 90 --at 100%,2 --rect -1,0,6,9".split(), (np.s_[3:9, 21:30], np.rot90(layer[:9, :6], -1)))
+        self.png("l.png", layer.repeat(2, 0).repeat(2, 1))
+        self.check("--scale 0.5 --at right,bottom".split(), (np.s_[10:, 18:], layer))
+        words = "--scale 0.7 --rotate 20 --skew 3,0 --translate 3.5,2 --mode screen --opacity 60%".split()
+        self.vx("composite", "b.png", "--layer", "l.png", *words, "-o", "o.png")
+        self.vx("transform", "l.png", "--over", "b.png", *words, "-o", "p.png")
+        self.assertEqual(self.contents("o.png"), self.contents("p.png"))
+
+    def test_blur_and_shadow(self):
+        """The effects equal layers that are made of the blurred alpha."""
+        self.png("l.png", random_pixels(3, 9, 8))
+        for words, blur, softness, opacity in (("--shadow 2,-3", 0, 8, .7), ("--blur 2.5", 2.5, None, 0),
+                                               ("--blur 2 --shadow -4,1 --shadow-softness 1.5 --shadow-opacity 90% "
+                                                "--shadow-color #ff8001 --opacity 0.5", 2, 1.5, .45)):
+            self.vx("composite", "b.png", "--layer", "l.png", "--at", "7,5", *words.split(), "-o", "o.png")
+            layers = []
+            self.vx("blur", "l.png", "--gaussian", blur, "--grow", "-o", "layer.png")
+            reach = int(np.ceil(blur))
+            if opacity:
+                self.vx("blur", "layer.png", "--gaussian", softness, "--grow", "-o", "shadow.png")
+                shadow = self.pixels("shadow.png").copy()
+                shadow[..., :3] = (255, 128, 1) if "#" in words else 0
+                self.png("shadow.png", shadow)
+                x, y = map(int, words.split("--shadow ")[1].split()[0].split(","))
+                corner = 7 + x - reach - int(np.ceil(softness)), 5 + y - reach - int(np.ceil(softness))
+                layers = ["--layer", "shadow.png", "--at={},{}".format(*corner), "--opacity", opacity]
+            self.vx("composite", "b.png", *layers, "--layer", "layer.png", f"--at={7 - reach},{5 - reach}",
+                    "--opacity", 0.5 if "--opacity" in words else 1, "-o", "p.png")
+            np.testing.assert_allclose(self.pixels("o.png"), self.pixels("p.png").astype(int), atol=1, err_msg=words)
+        self.assertIn("outside the background", self.vx("composite", "b.png", "--layer", "l.png", "--at", "-900,0",
+                                                        "--shadow", "5,5", "-o", "o.png")[1])
+
+    def test_alpha_of_layers_and_output(self):
+        layer = random_pixels(5, 20, 30)
+        share = layer[..., 3:] / 255
+        product = np.round(np.concatenate([layer[..., :3] * share, layer[..., 3:]], -1)).astype(np.uint8)
+        self.png("product.png", product)
+        for how, tolerance, want in (
+                ("premultiplied", 2, self.below[..., :3] * (1 - share) + product[..., :3]),
+                ("straight", 1, self.below[..., :3] * (1 - share) + product[..., :3] * share), ("ignore", 0, product[..., :3])):
+            self.vx("composite", "b.png", "--layer", "product.png", "--alpha", how, "-o", "o.png")
+            np.testing.assert_allclose(self.pixels("o.png")[..., :3], want, atol=tolerance, err_msg=how)
+        self.png("b.png", product)
+        self.png("l.png", np.zeros((1, 1, 4), np.uint8))
+        for name in ("o.png", "o.tif"):
+            read = self.pixels if name == "o.png" else self.deep
+            self.vx("composite", "b.png", "--layer", "l.png", "--background-alpha", "premultiplied", "--output-alpha",
+                    "premultiplied", "-o", name)
+            if name == "o.tif":
+                self.assertEqual(json.loads(self.vx("info", name, "--json")[0])["alpha"], "premultiplied")
+            else:
+                np.testing.assert_allclose(read(name), product.astype(int), atol=1)
+        self.vx("composite", "b.png", "--layer", "l.png", "--output-alpha", "ignore", "-o", "o.png")
+        np.testing.assert_array_equal(self.pixels("o.png"), product[..., :3])
+
     def test_options_belong_to_the_layer_before_them(self):
         red, blue = (np.full((4, 4, 4), c, np.uint8) for c in ((255, 0, 0, 255), (0, 0, 255, 255)))
         self.png("red.png", red)

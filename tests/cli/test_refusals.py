@@ -20,10 +20,12 @@ from vxcommand import INPUT, OUTPUT, USAGE, VX, CommandTest, random_pixels, writ
 VERBS = {
     "composite b.png --layer b.png": [
         ("--mode sceren", r"--mode 'sceren'.*did you mean screen\?.* in-front .*darker-color"),
-        ("--mode COLOR_DOGE", r"did you mean color-dodge\?"), ("--mode -1", "--mode '-1'.*-3, -2 and 0 to 36"), ("--mode mask-mix", "mask-mix: needs --mask"),
-        ("--opacity 1.5", "--opacity '1.5': must be a number from 0 to 1"), ("--opacity nan", "--opacity 'nan'"),
+        ("--shadow-opacity 1", "no effect without --shadow"), ("--shadow 1,1 --shadow-color #12345", "must be '#RRGGBB'"),
+        ("--matrix 1 0 0 0 1 0 0 0 1 --at 1,1", "--at: not together with --matrix"),
+        ("--matrix 1 0 0.1 0 1 0 0 0 1 --blur 1", "--blur, --shadow: .*perspective"), ("--mode COLOR_DOGE", r"did you mean color-dodge\?"), ("--mode -1", "--mode '-1'.*-3, -2 and 0 to 36"), ("--mode mask-mix", "mask-mix: needs --mask"),
+        ("--opacity 1.5", "--opacity '1.5': must be a number from 0 to 1"), ("--opacity 130%", "percentage from 0%"), ("--opacity nan", "--opacity 'nan'"),
         ("--opacity ''", "--opacity"), ("--opacity", "--opacity: needs a value"), ("--opacity 1 --opacity 1", "--opacity"),
-        ("--at 3", "--at '3': must be two whole numbers X,Y"), ("--at 99999999999,0", "--at '99999999999'"),
+        ("--at 3", "--at '3': must be center, or X,Y"), ("--at 1,5px", "'1,5px': must be"), ("--at 99999999999,0", "--at '99999999999'"),
         ("--rect 5,5,5,9", "--rect '5,5,5,9'.*R greater than L"), ("--seed 4294967296", "--seed"),
         ("--mask-use alpha", "--mask-use.*--mask FILE"), ("--matte-use luma", "without --matte"),
         ("--matte b.png --feather-kind box", "without --feather"), ("--depth 12", "'12': must be 8, 16, 32 or keep"),
@@ -37,12 +39,12 @@ VERBS = {
         ("--size 0x0", "only one side may be 0"), ("--scale 0", "--scale '0'.*0.00001 to 30000"),
         ("--scale 4000", "b.png: would become 64000 pixels.* 30000")],
     "convert b.png": [("--alpha=", "--alpha=: must not be empty"), ("--planes rgbx", "--planes 'rgbx'.*argb")],
-    "premultiply b.png": [("--matte 1,2,3", "must be four numbers"), ("--matte 0,256,0,0", "--matte '256'.*0 to 255")],
+    "premultiply b.png": [("--matte 1,2,3", "or four numbers"), ("--matte 0,256,0,0", "--matte '256'.*0 to 255")],
     "fill": [
         ("5x5 --color 256,1,1,1", "--color '256'.*0 to 255"), ("5x5 --color 1,1,inf,1 --depth 32", "finite"),
         ("5x5 --color 1,1,1,1 --depth keep", "8, 16 or 32")],
     "blur b.png": [
-        ("", "needs either --gaussian R or --box R"), ("--gaussian 1 --box 1", "either"),
+        ("", "needs one of --gaussian R, --sigma S and --box R"), ("--gaussian 1 --box 1", "one of"), ("--sigma -1", "--sigma"),
         ("--gaussian 1 --iterations 2", "--iterations: belongs to --box"), ("--axis z", "--axis 'z'.*both x y"),
         ("--box 2621.5 --iterations 100", "2621.5 reaches 262200 pixels; at most 262144"),
         ("--box 15000 --grow", "b.png: --grow makes it 30016 x 30012")],

@@ -50,6 +50,9 @@ class Reports(CommandTest):
         self.tif("z.tif", np.zeros((5, 7, 4), np.float32))
         self.vx("fill", "z.tif", "--color", "-0.5,2,.25,-1e3", "-o", "g.tif")
         np.testing.assert_array_equal(self.deep("g.tif")[2, 2], np.float32([2, .25, -1e3, -.5]))
+        for text, color in (("#f80", (255, 136, 0)), ("80ff0140", (128, 255, 1, 64)), ("#80FF01", (128, 255, 1))):
+            self.vx("fill", "2x2", "--color", text, "-o", "h.png")
+            np.testing.assert_array_equal(self.pixels("h.png")[0, 0], color)
         want = random_pixels(1, 5, 7)
         self.png("b.png", want)
         self.vx("fill", "b.png", "--color", "0,9,9,9", "--area", "0,0,1,1", "-o", "b.png")

@@ -85,6 +85,17 @@ VX_Err Pipeline(const VX_BlendingMode<Pixel>& mode, const VX_LinearBlendingTable
 template <class Pixel>
 using Xfer1Call = void(int32_t mode, int32_t opacities, const Pixel*,
                        const VX_LinearBlendingTables*, const VX_ChannelOf<Pixel>*, Pixel*);
+// Sets 16-bit channels of the destination above white where the source is 0.
+template <class Pixel>
+void AboveWhite(const Pixel& src, Pixel* dst) {
+  if constexpr (std::is_same_v<Pixel, VX_Pixel16>) {
+    Pixel d;
+    std::memcpy(&d, dst, sizeof d);
+    if (src.red == 0) d.red = static_cast<uint16_t>(d.red + 32767);
+    if (src.green == 0) d.green = 65535;
+    std::memcpy(dst, &d, sizeof d);
+  }
+}
 template <class Pixel>
 VX_Err Run(Command& c, Xfer1Call<Pixel>* f) {
   const int32_t mode = c.Below(VX_Xfer1Count), form = c.Below(3);
@@ -94,9 +105,11 @@ VX_Err Run(Command& c, Xfer1Call<Pixel>* f) {
   const VX_LinearBlendingTables* const tables = Tables(c);
   const Pixel* const src = c.Row<Pixel>(Use::kInput, 64);
   Pixel* const dst = c.Row<Pixel>(Use::kOutput, 64);
+  const bool above = mode == VX_Xfer_Burn || mode == VX_Xfer_Burn2 || mode == VX_Xfer_VividLight;
   for (int i = 0; i < 64; ++i) {
     Pixel one;
     std::memcpy(&one, src + i, sizeof one);
+    if (above) AboveWhite(one, dst + i);
     f(mode, form, &one, tables, opacities, dst + i);
   }
   return VX_Ok;

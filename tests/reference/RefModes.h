@@ -430,6 +430,14 @@ void BlendPixel(int mode, const WidePixel<D>& s, typename D::Wide sa, WidePixel<
   }
 }
 
+// Whether the mode lighter or darker color leaves an opaque pixel as it is.
+template <class D>
+bool KeepsPixel(int mode, const WidePixel<D>& s, const WidePixel<D>& d) {
+  if (d.alpha != D::full) return false;
+  if (mode == VX_Xfer_LighterColor) return !(D::Luma(s.c) > D::Luma(d.c));
+  return mode == VX_Xfer_DarkerColor && !(D::Luma(s.c) < D::Luma(d.c));
+}
+
 template <class Space, class Pixel, class Channel>
 void Xfer1In(const Space& space, int mode, const Pixel& src, std::span<const Channel> opacities,
              Pixel* dst) {
@@ -441,6 +449,11 @@ void Xfer1In(const Space& space, int mode, const Pixel& src, std::span<const Cha
     if (space.InAlpha(opacity) < D::full) sa = D::Mul(sa, space.InAlpha(opacity));
   }
   if (sa == 0 && mode != VX_Xfer_PremulOver) return;
+  if (KeepsPixel(mode, s, d)) return;
+  const bool divides = mode == VX_Xfer_Burn || mode == VX_Xfer_Burn2 || mode == VX_Xfer_VividLight;
+  for (int i = 0; i < 3; ++i) {
+    if (divides && !D::isFloat && s.c[i] == 0 && d.c[i] > D::full) d.c[i] = D::full;
+  }
   BlendPixel(mode, s, sa, &d);
   space.OutAlpha(d.alpha, dst);
   if (!IsAlphaOnly(mode)) space.OutColor(d, dst);

@@ -115,10 +115,12 @@ void MultiplyMasked(const WidePixel<D>& s, typename D::Wide w, WidePixel<D>* d) 
 }
 
 template <class D>
-void MixBrighterOrDarker(int mode, const WidePixel<D>& s, typename D::Wide w, WidePixel<D>* d) {
+Written MixBrighterOrDarker(int mode, const WidePixel<D>& s, typename D::Wide w, WidePixel<D>* d) {
   const int64_t source_luma = D::LumaAsByte(s.c);
   const int64_t luma = D::LumaAsByte(d->c);
-  if (mode == VX_Xfer_LighterColor ? source_luma > luma : source_luma < luma) MixChosen(s, w, d);
+  if (mode == VX_Xfer_LighterColor ? source_luma <= luma : source_luma >= luma) return kNothing;
+  MixChosen(s, w, d);
+  return {true, false};
 }
 
 template <class D>
@@ -138,7 +140,7 @@ Written ScanPixel(const RowOptions<typename D::Wide>& options, bool own_multiply
     case VX_Xfer_Color:
     case VX_Xfer_Luminosity: MixNonSeparable(mode, s, w, d); return {true, false};
     case VX_Xfer_LighterColor:
-    case VX_Xfer_DarkerColor: MixBrighterOrDarker(mode, s, w, d); return {true, false};
+    case VX_Xfer_DarkerColor: return MixBrighterOrDarker(mode, s, w, d);
     default: break;
   }
   if (mode == VX_Xfer_Multiply && own_multiply) {

@@ -105,8 +105,8 @@ struct VXp_LinearLight<VX_PixelFloat> {
 };
 
 // Converts s and d to linear light, calls blend(source, destination) on the results, and converts
-// the destination back. For modes that change only alpha, the colours of the destination are not
-// converted.
+// the destination back if `blend` returns true. For modes that change only alpha, the colours of
+// the destination are not converted.
 template <bool kWritesColor, class Pixel, class Blend>
 void VXp_BlendLinear(const Pixel& s, const VX_LinearBlendingTables& tables, Pixel& d,
                      Blend&& blend) {
@@ -116,7 +116,7 @@ void VXp_BlendLinear(const Pixel& s, const VX_LinearBlendingTables& tables, Pixe
   Argb dest{};
   if constexpr (kWritesColor) dest = Argb::Of(Light::ToLinear(d, tables));
   dest.alpha = Light::ToWorking(d.alpha);
-  blend(source, dest);
+  if (!blend(source, dest)) return;
   if constexpr (kWritesColor) {
     d = Light::FromLinear(dest.Pixel(), tables);
   } else {

@@ -157,6 +157,11 @@ struct VXp_WeightedLoop {
       acts = Piece::Acts(w, d.alpha);
       if (!L::Any(acts)) return;
     }
+    // In linear light, pixels that the mode does not change are not converted back.
+    if constexpr (V::kLinear && Piece::kChoosesPixels) {
+      acts &= Piece::ActsOn(s, d);
+      if (!L::Any(acts)) return;
+    }
     Piece::BlendInRow(s, w, keep, d);
     V::template Store<Piece>(d, acts, tables, dst);
   }
@@ -257,7 +262,10 @@ void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, P
     blend(Argb::Of(s), to);
     d = to.Pixel();
   } else {
-    VXp_BlendLinear<true>(s, *tables, d, blend);
+    VXp_BlendLinear<true>(s, *tables, d, [&](const Argb& from, Argb& to) {
+      blend(from, to);
+      return true;
+    });
   }
 }
 

@@ -22,8 +22,10 @@ struct VXp_Xfer1Encoded {
   static void Blend(const Pixel& src, Opacity... opacity, Pixel& dst) {
     const typename T::Work sa = VXp_Reduced<T>(src.alpha, opacity...);
     if (Mode<T>::kPixelSkipsZero && sa == typename T::Work{0}) return;
+    const Argb s = Argb::Of(src);
     Argb d = Argb::Of(dst);
-    Mode<T>::BlendPixel(Argb::Of(src), sa, d);
+    VXp_LimitDestination<Mode<T>, T>(s, d);
+    Mode<T>::BlendPixel(s, sa, d);
     d.StoreTo(dst);
   }
 };
@@ -51,8 +53,14 @@ struct VXp_Xfer1 {
         VXp_Reduced<T>(Light::ToWorking(src.alpha), Light::ToWorking(opacity)...);
     if (Mode<T>::kPixelSkipsZero && sa == typename T::Work{0}) return;
     VXp_BlendLinear<Mode<T>::kWritesColor>(
-        src, tables, dst,
-        [=](const VXp_Argb<T>& s, VXp_Argb<T>& d) { Mode<T>::BlendPixel(s, sa, d); });
+        src, tables, dst, [=](const VXp_Argb<T>& s, VXp_Argb<T>& d) {
+          if constexpr (Mode<T>::kChoosesPixels) {
+            if (d.alpha == T::kFull && !Mode<T>::ActsOnPixel(s, d)) return false;
+          }
+          VXp_LimitDestination<Mode<T>, T>(s, d);
+          Mode<T>::BlendPixel(s, sa, d);
+          return true;
+        });
   }
 };
 

@@ -6,13 +6,19 @@
 // comment of each mode is the formula of Full, with F full scale, s a source channel, and m a
 // channel of the destination matted onto the neutral colour.
 
+#include <type_traits>
+
 #include "blend/modes/VXp_Matted.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
 
 // Returns the quotient n / a of the dodge and burn modes, at most full scale. Float division does
-// not clamp; for floats the result is full scale if a <= 0 or a <= n.
+// not clamp; for floats the result is full scale if a <= 0 or a <= n. One pixel of 16 bits: full
+// scale if a is 0, also for a negative n.
 template <class T>
 typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
+  if constexpr (std::is_same_v<T, VXp_PixelTraits<VX_Pixel16>>) {
+    if (a == 0) return T::Full();
+  }
   const typename T::Work quotient = T::Div(n, a);
   if constexpr (VXp_IsFloat<T>) {
     return ((a <= 0.0f) | (a <= n)) ? T::Full() : quotient;
@@ -172,6 +178,7 @@ template <class T>
 struct VXp_ModeBurn : VXp_Matted<T, VXp_ModeBurn<T>, VXp_NeutralWhite> {
   using Work = typename T::Work;
   static constexpr bool kTransferFlag = false;
+  static constexpr bool kDividesBySource = true;
   static Work Full(Work s, Work m) { return T::Inv(VXp_QuotientToFull<T>(T::Inv(m), s)); }
   static Work Part(Work s, Work m, Work sa) { return Full(T::Inv(T::Mul(T::Inv(s), sa)), m); }
 };

@@ -14,6 +14,10 @@
 //   kDrawsTransparentRows  a transform also draws rows in which the source is transparent
 //   kNeedsMask       the mask is an operand of the mode
 //   kTransferFlag    the result of VX_GetTransferFlags
+//   kDividesBySource the per-pixel form divides by the colours of the source, see
+//                    VXp_LimitDestination
+//   kChoosesPixels   the mode changes the colours of an opaque destination d only if ActsOn(s, d)
+//                    in the row form, ActsOnPixel(s, d) in the per-pixel form
 //   Acts(w, da)      with kRowSkipsZero: whether the row form changes a pixel of weight w over
 //                    destination alpha da
 //   Covers(w, da)    whether the row form ignores the destination's colours
@@ -109,9 +113,22 @@ struct VXp_CommonMode {
   static constexpr bool kDrawsTransparentRows = false;
   static constexpr bool kNeedsMask = false;
   static constexpr bool kTransferFlag = true;
+  static constexpr bool kDividesBySource = false;
+  static constexpr bool kChoosesPixels = false;
   static auto Acts(Work w, Work /*da*/) { return w != Work{}; }
   static constexpr bool Covers(Work /*w*/, Work /*da*/) { return false; }
 };
+
+// 16-bit per-pixel forms of modes that divide by the source: where the source is 0, a destination
+// channel above full scale is treated as full scale, because its quotient is not defined.
+template <class Mode, class T>
+void VXp_LimitDestination(const VXp_Argb<T>& s, VXp_Argb<T>& d) {
+  if constexpr (Mode::kDividesBySource && T::kDepth == 16) {
+    VXp_Each(VXp_Color<T>::Of(s), VXp_Color<T>::Of(d), [](auto x, auto y) {
+      return x == 0 ? T::Min(y, T::kFull) : y;
+    }).StoreTo(d);
+  }
+}
 
 template <class Work>
 Work VXp_Twice(Work x) {

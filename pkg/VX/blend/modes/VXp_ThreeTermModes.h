@@ -69,6 +69,7 @@ struct VXp_ModeDodge2 : VXp_ThreeTerm<T, VXp_ModeDodge2<T>> {
 template <class T>
 struct VXp_ModeBurn2 : VXp_ThreeTerm<T, VXp_ModeBurn2<T>> {
   using Work = typename T::Work;
+  static constexpr bool kDividesBySource = true;
   static Work B(Work s, Work d) {
     const Work burnt = T::Inv(VXp_QuotientToFull<T>(T::Inv(d), s));
     return ((s == Work{}) & (d == T::kFull)) ? d : burnt;
@@ -111,6 +112,7 @@ struct VXp_ModeLinearLight : VXp_ThreeTerm<T, VXp_ModeLinearLight<T>> {
 template <class T>
 struct VXp_ModeVividLight : VXp_ThreeTerm<T, VXp_ModeVividLight<T>> {
   using Work = typename T::Work;
+  static constexpr bool kDividesBySource = true;
   using Halves = VXp_Halves<T>;
   static Work B(Work s, Work d) {
     Work r = d;

@@ -135,17 +135,24 @@ struct VXp_ColorChoice : VXp_CommonMode<T> {
   using Work = typename T::Work;
   static constexpr VXp_Stages kStages = VXp_Stages::kBehind;
   static constexpr bool kTransferFlag = false;
+  static constexpr bool kChoosesPixels = true;
+
+  static bool ActsOnPixel(const Argb& s, const Argb& d) {
+    return Mode::Chosen(Color::Of(s).Luma(), Color::Of(d).Luma());
+  }
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
-    const bool chosen = Mode::Chosen(Color::Of(s).Luma(), Color::Of(d).Luma());
+    const bool chosen = ActsOnPixel(s, d);
     if (d.alpha < T::kFull) VXp_ModeBehind<T>::BlendPixel(s, sa, d);
     Take(chosen, s, sa, d);
   }
 
+  static auto ActsOn(const Argb& s, const Argb& d) {
+    return Mode::Chosen(T::LumaAsByte(Color::Of(s).Luma()), T::LumaAsByte(Color::Of(d).Luma()));
+  }
+
   static void BlendInRow(const Argb& s, Work w, bool /*keep*/, Argb& d) {
-    const auto ls = T::LumaAsByte(Color::Of(s).Luma());
-    const auto ld = T::LumaAsByte(Color::Of(d).Luma());
-    Take(Mode::Chosen(ls, ld), s, w, d);
+    Take(ActsOn(s, d), s, w, d);
   }
 
  private:

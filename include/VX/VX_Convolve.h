@@ -52,7 +52,7 @@ VX_API int64_t VX_GaussianKernelSize(double radius, int32_t flags);
 //
 //   divisor         256 * number of taps; with VX_Kernel_Normalize the sum of the kernel, or 1 if
 //                   that sum is 0
-//   8 and 16 bits   sums have 32 bits and wrap; the quotient is truncated toward 0
+//   8 and 16 bits   sums are exact (64 bits); the quotient is truncated toward 0
 //   float           sums have single precision and are added in the order of the kernel
 //   limits          results are clamped to 0..full scale. With VX_Kernel_NoClamp, colours of floats
 //                   are not clamped, and integers keep their low bits. Float alpha is always

@@ -17,12 +17,6 @@
 
 namespace vxref {
 
-// Reduces a number to 32 bits and sign-extends it: the product's integer sums wrap like int32_t.
-inline int64_t Wrapped(int64_t value) {
-  const int64_t low = value & 0xFFFFFFFF;
-  return low >= 0x80000000 ? low - 0x100000000 : low;
-}
-
 struct Shape {
   int64_t half_width, half_height;
 
@@ -34,9 +28,9 @@ struct Shape {
 };
 
 inline int64_t Divisor(const Shape& shape, int32_t flags, const int32_t* kernel) {
-  if ((flags & 2) == 0) return Wrapped(256 * shape.Taps());
+  if ((flags & 2) == 0) return 256 * shape.Taps();
   int64_t sum = 0;
-  for (int64_t i = 0; i < shape.Taps(); ++i) sum = Wrapped(sum + kernel[i]);
+  for (int64_t i = 0; i < shape.Taps(); ++i) sum += kernel[i];
   return sum == 0 ? 1 : sum;
 }
 
@@ -83,7 +77,7 @@ void Convolve(const VX_LayerDef& src, int32_t flags, int32_t kernel_size,
           if constexpr (kFloat) {
             sum += value * static_cast<float>(kernels[c][i]);
           } else {
-            sum = Wrapped(sum + Wrapped(int64_t{value} * kernels[c][i]));
+            sum += int64_t{value} * kernels[c][i];
           }
         }
         const Channel result = Finished<Channel>(sum, divisor, (flags & 4) == 0, c == 0);

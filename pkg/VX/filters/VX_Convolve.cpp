@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
+#include <numeric>
 
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_World.h"
@@ -52,14 +54,13 @@ struct Reach {
 };
 
 // Returns the divisor: 256 times the number of taps, or, with VX_Kernel_Normalize, the sum of the
-// kernel, or 1 if that sum is 0. Computed in 32 bits that wrap.
-int32_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
-  auto divisor = 256u * static_cast<uint32_t>(window.Taps());
+// kernel, or 1 if that sum is 0.
+int64_t Divisor(const Window& window, int32_t flags, const int32_t* kernel) {
+  int64_t divisor = 256 * window.Taps();
   if ((flags & VX_Kernel_Normalize) != 0) {
-    divisor = 0;
-    for (int64_t i = 0; i < window.Taps(); ++i) divisor += static_cast<uint32_t>(kernel[i]);
+    divisor = std::accumulate(kernel, kernel + window.Taps(), int64_t{0});
   }
-  return divisor == 0 ? 1 : static_cast<int32_t>(divisor);
+  return divisor == 0 ? 1 : divisor;
 }
 
 // Computes the sums for up to kPixels neighbouring pixels of a destination row.
@@ -186,6 +187,21 @@ bool FitWords(const VX_LayerDef& src, const Window& window, const VXp_FourKernel
   return true;
 }
 
+// Returns whether the integer sums of all channels fit 32 bits, whatever the pixels are.
+template <class Pixel>
+bool FitSums(const Window& window, const VXp_FourKernels& kernels) {
+  constexpr int64_t kLargest = std::numeric_limits<VX_ChannelOf<Pixel>>::max();
+  constexpr int64_t kMost = std::numeric_limits<int32_t>::max() / kLargest;
+  for (const int32_t* weights : kernels.weights) {
+    int64_t sum = 0;
+    for (int64_t i = 0; i < window.Taps(); ++i) {
+      sum += std::abs(int64_t{weights[i]});
+      if (sum > kMost) return false;
+    }
+  }
+  return true;
+}
+
 template <class Pixel>
 VX_Err Convolve(VX_ProgressInfo* progress, const VX_WorldX<Pixel>* src, const M_Rect* /*rect*/,
                 int32_t flags, int32_t kernel_size, const int32_t* alpha_kernel,
@@ -199,9 +215,14 @@ VX_Err Convolve(VX_ProgressInfo* progress, const VX_WorldX<Pixel>* src, const M_
   }
   if (dst->width <= 0 || dst->height <= 0) return VX_Ok;
   const Window window(flags, kernel_size);
-  int32_t divisors[4];
+  int64_t divisors[4];
   for (int32_t c = 0; c < 4; ++c) divisors[c] = Divisor(window, flags, weights[c]);
   const VXp_Quotient<Pixel> quotient(divisors, (flags & VX_Kernel_NoClamp) == 0);
+  if constexpr (!kVXp_IsFloat<Pixel>) {
+    if (!FitSums<Pixel>(window, kernels)) {
+      return ConvolveRows<VXp_WideTaps<Pixel>>(progress, *src, window, kernels, quotient, *dst);
+    }
+  }
 #ifdef __SSE2__
   if constexpr (!kVXp_IsFloat<Pixel>) {
     if (FitWords(*src, window, kernels, *dst)) {

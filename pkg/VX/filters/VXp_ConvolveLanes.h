@@ -4,11 +4,12 @@
 
 // Sums of weighted pixels and their quotients, with one lane for each channel; lane 0 is alpha.
 //
-// There are two classes of sums: VXp_TapByTap for all cases, and VXp_TapsInPairs, a faster one for
-// integers. Each defines the number of kernel rows that it processes at once, the types of its
-// pixels and weights, the addition of their product, and a bias that is added to the sums. Integer
-// sums are computed modulo 2^32 in both.
+// There are three classes of sums: VXp_TapByTap for floats and 32-bit sums, VXp_TapsInPairs, a
+// faster one for integers, and VXp_WideTaps with 64-bit sums, for integers whose sums may not fit
+// 32 bits. Each defines the number of kernel rows that it processes at once, the types of its
+// pixels and weights, the addition of their product, and a bias that is added to the sums.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -32,7 +33,7 @@ inline constexpr int64_t kVXp_NoTap = -1;  // the index of a tap whose weights a
 template <class Pixel>
 inline constexpr bool kVXp_IsFloat = std::is_same_v<VX_ChannelOf<Pixel>, float>;
 
-// Sums for any weights at every depth. Floats are added in the order of the taps.
+// Sums at every depth; integer sums must fit 32 bits. Floats are added in the order of the taps.
 template <class PixelType>
 struct VXp_TapByTap {
   using Pixel = PixelType;
@@ -57,6 +58,39 @@ struct VXp_TapByTap {
   }
   static Sum Add(const Sum& sum, const Entry& entry, const Weights& weights) {
     return sum + entry * weights;
+  }
+  static void AddBias(Sum& /*bias*/, const Weights& /*weights*/) {}
+};
+
+// Sums of 64 bits for integer depths and any weights: the sums of 65535 taps fit.
+template <class PixelType>
+struct VXp_WideTaps {
+  using Pixel = PixelType;
+  struct Sum {
+    Sum& operator+=(const Sum& other) {
+      for (int32_t c = 0; c < 4; ++c) lanes[c] += other.lanes[c];
+      return *this;
+    }
+    uint64_t lanes[4];  // modulo 2^64
+  };
+  using Entry = VXp_IntLanes;
+  using Weights = VXp_IntLanes;
+  static constexpr int32_t kRows = 1;
+
+  static Entry Outside() { return Entry{}; }
+  static Entry Take(const char* pixel, const char* /*below*/) {
+    using Raw = std::conditional_t<sizeof(Pixel) == 4, uint32_t, uint64_t>;
+    return VXp_Ints(VXp_Load<Raw>(pixel));
+  }
+  static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t index, int64_t /*below*/) {
+    return Weights{kernels.Of<int32_t>(0, index), kernels.Of<int32_t>(1, index),
+                   kernels.Of<int32_t>(2, index), kernels.Of<int32_t>(3, index)};
+  }
+  static Sum Add(Sum sum, const Entry& entry, const Weights& weights) {
+    for (int32_t c = 0; c < 4; ++c) {
+      sum.lanes[c] += static_cast<uint64_t>(int64_t{entry[c]} * weights[c]);
+    }
+    return sum;
   }
   static void AddBias(Sum& /*bias*/, const Weights& /*weights*/) {}
 };
@@ -112,9 +146,9 @@ struct VXp_TapsInPairs {
 template <class Pixel>
 class VXp_Quotient {
  public:
-  VXp_Quotient(const int32_t (&divisors)[4], bool limited)
+  VXp_Quotient(const int64_t (&divisors)[4], bool limited)
       : divisors_{divisors[0], divisors[1], divisors[2], divisors[3]}, limited_(limited) {
-    const auto factor = [&](int32_t c) { return 1.0 / divisors[c]; };
+    const auto factor = [&](int32_t c) { return 1.0 / static_cast<double>(divisors[c]); };
     const auto half = [&](int32_t c) { return 0.5 * std::abs(factor(c)); };
     factor_.first = VXp_DoublePair{factor(0), factor(1)};
     factor_.second = VXp_DoublePair{factor(2), factor(3)};
@@ -129,6 +163,21 @@ class VXp_Quotient {
     }
     for (int32_t i = 0; !limited_ && i < count; ++i) {
       VXp_Store(out + i * kPixelSize, LowBits(reinterpret_cast<VXp_IntLanes>(sums[i])));
+    }
+  }
+
+  void Store(const typename VXp_WideTaps<Pixel>::Sum* sums, int32_t count, char* out) const {
+    const auto channel = [this](uint64_t sum, int32_t c) {
+      // -2^63 / -1 does not fit 64 bits.
+      const auto quotient = divisors_[c] == -1 ? static_cast<int64_t>(-sum)
+                                               : static_cast<int64_t>(sum) / divisors_[c];
+      constexpr int64_t kFull = VXp_PixelTraits<Pixel>::kFull;
+      return static_cast<Channel>(limited_ ? std::clamp<int64_t>(quotient, 0, kFull) : quotient);
+    };
+    for (int32_t i = 0; i < count; ++i) {
+      const auto& lanes = sums[i].lanes;
+      VXp_Store(out + i * kPixelSize, Pixel{channel(lanes[0], 0), channel(lanes[1], 1),
+                                            channel(lanes[2], 2), channel(lanes[3], 3)});
     }
   }
 
@@ -167,10 +216,11 @@ class VXp_Quotient {
 template <>
 class VXp_Quotient<VX_PixelFloat> {
  public:
-  VXp_Quotient(const int32_t (&divisors)[4], bool limited) {
+  VXp_Quotient(const int64_t (&divisors)[4], bool limited) {
     constexpr float kLeastAlpha = 1e-30f, kInfinity = std::numeric_limits<float>::infinity();
     const float low = limited ? 0.0f : -kInfinity, high = limited ? 1.0f : kInfinity;
-    divisors_ = VXp_AsFloat(VXp_IntLanes{divisors[0], divisors[1], divisors[2], divisors[3]});
+    divisors_ = VXp_FloatLanes{static_cast<float>(divisors[0]), static_cast<float>(divisors[1]),
+                               static_cast<float>(divisors[2]), static_cast<float>(divisors[3])};
     below_ = VXp_FloatLanes{kLeastAlpha, low, low, low};
     above_ = VXp_FloatLanes{1.0f, high, high, high};
   }

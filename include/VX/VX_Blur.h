@@ -15,6 +15,8 @@
 //   Alpha      Straight source pixels are multiplied by alpha before the sums and divided by alpha
 //              after them. Hidden colours of transparent pixels have no effect, even if they are
 //              infinite or NaN.
+//   Extremes   NaN, infinities and floats of any size change only the pixels whose windows contain
+//              them.
 //   Threads    Lines are independent. They are processed through the slot of VX_IterateGeneric; a
 //              replacement that uses several threads gives the same bytes.
 //   Progress   Called on thread 0 after each of its lines, with the number of lines that all

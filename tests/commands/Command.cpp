@@ -89,7 +89,9 @@ Command::Command(const char* operation, uint64_t seed, uint32_t number)
   }
   state_ = MixBits(MixBits(state_) + number);
   depth = AnyDepth();
-  if (!OneIn(24)) traits |= kFinite;
+  const int32_t kind = Below(24);
+  if (kind > 0) traits |= kFew;
+  if (kind > 2) traits |= kFinite;
   if (Flag()) traits |= kAligned;
   if (Flag()) traits |= kTame;
   if (OneIn(32)) max_width = 300;

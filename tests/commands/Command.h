@@ -31,7 +31,8 @@ constexpr uint64_t AddByte(uint64_t digest, uint8_t byte) {
 enum : uint32_t {
   kFinite = 1,   // no channel is infinite or not a number
   kAligned = 2,  // rows start at multiples of the sample size
-  kTame = 4      // float alphas are 0 or 0.25..1, so that sums of alphas do not cancel
+  kTame = 4,     // float alphas are 0 or 0.25..1, so that sums of alphas do not cancel
+  kFew = 8       // few channels are infinite, not a number or 1e20; also with kFinite
 };
 
 // A part of the result of a command.

@@ -71,7 +71,8 @@ Channel WildChannel(uint32_t bits16) {
 template <class Channel>
 void Painted(Command* command, int32_t channels, int32_t count, Style style, uint8_t* to) {
   Channel pixel[4] = {};
-  const bool wild = (command->traits & kFinite) == 0, tame = (command->traits & kTame) != 0;
+  const bool wild = (command->traits & kFew) == 0, tame = (command->traits & kTame) != 0;
+  const bool few = !wild && (command->traits & kFinite) == 0;
   for (int32_t x = 0; x < count; ++x) {
     const uint64_t r = command->Word();
     const Channel last[4] = {pixel[0], pixel[1], pixel[2], pixel[3]};
@@ -93,6 +94,12 @@ void Painted(Command* command, int32_t channels, int32_t count, Style style, uin
       pixel[0] = r / 18 % 2 == 0 ? Channel{0} : kFullOf<Channel>;
     }
     if (style == Style::kPatches && x > 0 && r % 4 != 0) std::memcpy(pixel, last, sizeof pixel);
+    if constexpr (std::is_same_v<Channel, float>) {
+      constexpr float inf = std::numeric_limits<float>::infinity();
+      constexpr float extremes[] = {inf, -inf, std::numeric_limits<float>::quiet_NaN(), 1e20f};
+      if (few && r % 61 == 0)
+        pixel[r / 61 % static_cast<uint64_t>(channels)] = extremes[r / 256 % 4];
+    }
     std::memcpy(to, pixel, sizeof(Channel) * static_cast<size_t>(channels));
     to += sizeof(Channel) * static_cast<size_t>(channels);
   }

@@ -199,7 +199,7 @@ std::vector<Operation> BufferOperations() {
        })},
       {"VX_FeatherUnoBuffer",
        OfBuffer([](Command& c, VX_UnoBuffer* b) { return Feather(c, b, false); }),
-       OfBuffer([](Command& c, VX_UnoBuffer* b) { return Feather(c, b, true); }), kFinite | kTame,
+       OfBuffer([](Command& c, VX_UnoBuffer* b) { return Feather(c, b, true); }), kFew | kTame,
        1e-5},
   };
 }
@@ -207,7 +207,7 @@ std::vector<Operation> BufferOperations() {
 }  // namespace
 
 std::vector<Operation> UnoOperations() {
-  constexpr uint32_t kSums = kFinite | kTame;
+  constexpr uint32_t kSums = kFew | kTame;
   constexpr double kFloatSum = 3e-6;
 #define VX_OP(f, twin) #f, Of(&f), Of(&twin)
   std::vector<Operation> all = {

@@ -367,7 +367,7 @@ const VX_LinearBlendingTables& TablesOf(int32_t curve) {
 }
 
 std::vector<Operation> WorldOperations() {
-  constexpr uint32_t kSums = kFinite | kTame, kExact = kFinite | kAligned;
+  constexpr uint32_t kSums = kFinite | kTame, kBlurs = kFew | kTame, kExact = kFinite | kAligned;
   constexpr double kFloatSum = 4e-6;
 #define VX_OP(f) #f, Of(&f)
   std::vector<Operation> all = {
@@ -412,13 +412,13 @@ std::vector<Operation> WorldOperations() {
       {VX_OP(VX_GaussianKernel), Of(&KernelTwin)},
       {VX_OP(VX_FastBlur_Straight)},
       {VX_OP(VX_FastBlur_Premul)},
-      {VX_OP(VX_GaussianBlur1D), Of(&GaussianTwin), kSums, kFloatSum},
-      {VX_OP(VX_BoxBlur1D), Of(&BoxTwin), kSums, kFloatSum},
+      {VX_OP(VX_GaussianBlur1D), Of(&GaussianTwin), kBlurs, kFloatSum},
+      {VX_OP(VX_BoxBlur1D), Of(&BoxTwin), kBlurs, kFloatSum},
       {"VX_GaussianBlur1D large", [](Command& c) { return LargePass(c, &VX_GaussianBlur1D); },
-       [](Command& c) { return LargePass(c, &GaussianTwin); }, kSums, kFloatSum},
+       [](Command& c) { return LargePass(c, &GaussianTwin); }, kBlurs, kFloatSum},
       {"VX_BoxBlur1D large", [](Command& c) { return LargePass(c, &VX_BoxBlur1D); },
-       [](Command& c) { return LargePass(c, &BoxTwin); }, kSums, kFloatSum},
-      {VX_OP(VX_BlurWorld), Of(&BlurWorldTwin), kSums, 2e-5},
+       [](Command& c) { return LargePass(c, &BoxTwin); }, kBlurs, kFloatSum},
+      {VX_OP(VX_BlurWorld), Of(&BlurWorldTwin), kBlurs, 2e-5},
       {VX_OP(VX_TransformWorld), Of(&TransformTwin), kExact},
       {VX_OP(VX_TransformWorld_S), Of(&TransformTwin), kExact},
       {"motion of VX_TransformWorld", [](Command& c) { return Motion(c, &VX_TransformWorld); },

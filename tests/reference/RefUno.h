@@ -240,6 +240,7 @@ void SoftBoxPass(int64_t n, int64_t f, int64_t from, int64_t to, std::vector<Sam
     for (int64_t at = i - n; at <= i + n; ++at) {
       if (at < from || (at >= to && !at_end)) continue;
       const bool is_outer = at == i - n || at == i + n;
+      if (is_outer && f == 0) continue;
       (is_outer ? outer : full) += Held(before, at);
       if (is_outer) divisor += f;
     }

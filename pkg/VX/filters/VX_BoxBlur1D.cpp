@@ -67,9 +67,37 @@ void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel8>) {
     VXp_RunBoxPass<VXp_PixelSums<VX_Pixel8>, /*kStraightToo=*/true>(pass);
   }
 }
-template <class Pixel>
-void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<Pixel>) {
-  VXp_RunBoxPass<VXp_PixelSums<Pixel>, /*kStraightToo=*/true>(pass);
+void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel16>) {
+  VXp_RunBoxPass<VXp_PixelSums<VX_Pixel16>, /*kStraightToo=*/true>(pass);
+}
+
+// Writes a line of a pass again, with sums that forget extreme values.
+void RepeatLine(const VXp_BoxPass& pass, int32_t line) {
+  using Pixel = VX_PixelFloat;
+  VXp_RestartedWindow<4> window(pass, line);
+  if (!window.HasExtremes()) return;
+  const VXp_ChannelMask<Pixel> mask(pass.flags);
+  window.Run([&](const VXp_BoxPosition& at, int32_t divisor) {
+    const auto sum = [&](int32_t c) { return window.Numerator(at, c); };
+    const VXp_DoubleLanes sums = {VXp_DoublePair{sum(0), sum(1)}, VXp_DoublePair{sum(2), sum(3)}};
+    const auto kept = VXp_Load<VXp_FloatLanes>(at.here + line * ptrdiff_t{sizeof(Pixel)});
+    const auto total = static_cast<float>(divisor);
+    VXp_FloatLanes pixel;
+    if (pass.premultiplied) {
+      pixel = VXp_BoxMean<Pixel>(VXp_Singles(sums), VXp_Splat<VXp_FloatLanes>(total));
+    } else {
+      const bool blurs_alpha = (pass.flags & VX_Blur_Alpha) != 0;
+      const double alpha =
+          blurs_alpha ? sums.Alpha() : static_cast<double>(VXp_AlphaOf(kept)) * divisor;
+      pixel = VXp_BoxStraight<Pixel>(sums, alpha, total);
+    }
+    VXp_Store(at.out + line * pass.out.line_stride, mask.Merge(pixel, kept));
+  });
+}
+
+void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_PixelFloat>) {
+  if (!VXp_RunBoxPass<VXp_PixelSums<VX_PixelFloat>, /*kStraightToo=*/true>(pass)) return;
+  for (int32_t line = 0; line < pass.lines; ++line) RepeatLine(pass, line);
 }
 
 // Passes alternate between two rows of scratch; the last one writes the destination.

@@ -20,6 +20,7 @@ struct SumsOfBytes {
   static Loaded Load(const char* pixel) {
     return _mm_unpacklo_epi8(_mm_cvtsi32_si128(VXp_Load<int32_t>(pixel)), _mm_setzero_si128());
   }
+  static VXp_IntLanes Extremes(Loaded /*pixel*/) { return VXp_IntLanes{}; }
   void Enter(Loaded pixel) { sums = _mm_add_epi32(sums, Signed(pixel)); }
   void Slide(Loaded entering, Loaded leaving) {
     sums = _mm_add_epi32(sums, Signed(_mm_sub_epi16(entering, leaving)));

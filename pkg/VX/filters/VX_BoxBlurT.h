@@ -85,7 +85,8 @@ class VXp_BoxRun {
   explicit VXp_BoxRun(const VXp_BoxPass& pass)
       : pass_(pass), mask_(pass.flags), lines_(kLines != 0 ? kLines : pass.lines) {}
 
-  void operator()() {
+  // Returns whether a pixel that has entered a window has extreme values.
+  bool operator()() {
     FirstSums();
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {
       const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
@@ -98,6 +99,7 @@ class VXp_BoxRun {
       }
       p += span.count;
     }
+    return VXp_LaneTraits<VX_PixelFloat>::Any(extremes_);
   }
 
  private:
@@ -116,7 +118,11 @@ class VXp_BoxRun {
     Sums sums[kMostLines];
     for (int64_t p = range.start; p < range.end; ++p, pixel += stride) {
       if (far) VXp_Prefetch(pixel, stride, lines_ * int32_t{kSize});
-      for (int32_t l = 0; l < lines_; ++l) sums[l].Enter(Sums::Load(pixel + l * kSize));
+      for (int32_t l = 0; l < lines_; ++l) {
+        const Loaded entering = Sums::Load(pixel + l * kSize);
+        extremes_ |= Sums::Extremes(entering);
+        sums[l].Enter(entering);
+      }
     }
     for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
@@ -143,13 +149,16 @@ class VXp_BoxRun {
     const ptrdiff_t line_stride = pass_.out.line_stride;
     const int32_t lines = lines_;
     const bool blurs_alpha = kAll || (pass_.flags & VX_Blur_Alpha) != 0;
+    const int32_t divisor_step = span.divisor_step;
     VXp_IntLanes divisor = VXp_Splat<VXp_IntLanes>(span.divisor);
+    VXp_FloatLanes single_divisor = VXp_AsFloat(divisor);
+    VXp_IntLanes extremes{};
     const VXp_BoxPrefetch prefetch(pass_, span, sizeof(Pixel));
     VXp_ForBoxPositions(span, pass_.out.stride, [&](const VXp_BoxPosition& at) {
       if constexpr (kLines == 0) prefetch(at);
-      const VXp_FloatLanes single_divisor = VXp_AsFloat(divisor);
       for (int32_t l = 0; l < lines; ++l) {
         const Loaded leading = Sums::Load(at.entering + l * kSize);
+        extremes |= Sums::Extremes(leading);
         if constexpr (kLeaves) {
           sums[l].Slide(leading, Sums::Load(at.leaving + l * kSize));
         } else {
@@ -170,20 +179,26 @@ class VXp_BoxRun {
         if constexpr (!kAll) pixel = mask.Merge(pixel, kept);
         VXp_Store(at.out + l * line_stride, pixel);
       }
-      divisor += span.divisor_step;
+      if (divisor_step == 0) return;
+      divisor += divisor_step;
+      single_divisor = VXp_AsFloat(divisor);
     });
+    extremes_ |= extremes;
     for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
   }
 
   const VXp_BoxPass& pass_;
   const VXp_ChannelMask<Pixel> mask_;
   const int32_t lines_;
+  VXp_IntLanes extremes_{};
   Sums sums_[kMostLines];
 };
 
 // Runs a pass. If kStraightToo is false, only passes with premultiplied output are supported.
+// Returns whether extreme values have entered a window.
 template <class Sums, bool kStraightToo>
-void VXp_RunBoxPass(const VXp_BoxPass& pass) {
+bool VXp_RunBoxPass(const VXp_BoxPass& pass) {
+  bool extremes = false;
   const auto with = [](bool condition, auto&& then) {
     condition ? then(std::true_type{}) : then(std::false_type{});
   };
@@ -192,9 +207,12 @@ void VXp_RunBoxPass(const VXp_BoxPass& pass) {
       with(!pass.premultiplied, [&](auto straight) {
         with((pass.flags & VX_Blur_AllChannels) == VX_Blur_AllChannels, [&](auto all) {
           VXp_BoxRun<Sums, decltype(one)::value ? 1 : 0, decltype(whole)::value,
-                     kStraightToo&& decltype(straight)::value, decltype(all)::value>{pass}();
+                     kStraightToo&& decltype(straight)::value, decltype(all)::value>
+              run{pass};
+          extremes = run();
         });
       });
     });
   });
+  return extremes;
 }

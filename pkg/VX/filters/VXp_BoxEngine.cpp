@@ -73,9 +73,9 @@ VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t position) {
   return span;
 }
 
-VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass) {
-  const int64_t low = pass.out.start - 1 - pass.window.reach;
-  const int64_t high = pass.out.start + pass.window.reach;
+VXp_BoxRange VXp_BoxRangeAt(const VXp_BoxPass& pass, int64_t position) {
+  const int64_t low = position - pass.window.reach;
+  const int64_t high = position + pass.window.reach + 1;
   const int64_t start = std::clamp(pass.in.start, low, high);
   const int64_t end = std::clamp(pass.in.end, start, high);
   const VXp_BoxRange range = {start, end, start - low, high - end};

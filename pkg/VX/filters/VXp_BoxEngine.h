@@ -97,13 +97,17 @@ struct VXp_BoxSpan {
 // Returns the span that begins at `position`.
 VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t position);
 
-// The positions whose sum is S before the value that enters at the first output position is added:
-// start..end - 1 inside the line, and the numbers of positions before and after the line.
+// The positions whose sum is S at `position`: start..end - 1 inside the line, and the numbers of
+// positions before and after the line. A pass starts with the sum of the position before its first
+// output position.
 struct VXp_BoxRange {
   int64_t start, end;
   int64_t before, after;
 };
-VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass);
+VXp_BoxRange VXp_BoxRangeAt(const VXp_BoxPass& pass, int64_t position);
+inline VXp_BoxRange VXp_BoxFirstSum(const VXp_BoxPass& pass) {
+  return VXp_BoxRangeAt(pass, pass.out.start - 1);
+}
 
 // The addresses of the values that the window needs at one position. Each points to the values of
 // all lines.

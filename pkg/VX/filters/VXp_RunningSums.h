@@ -8,8 +8,9 @@
 // with larger values they are below 2^32.
 //
 // Float: in double, with a count of the values in the window that are not 0. When the count becomes
-// 0, the sum is set to 0, so that rounding errors, infinities and NaN do not remain after the
-// values have left. The order of operations is fixed:
+// 0, the sum is set to 0, so that rounding errors do not remain after the values have left. Lines
+// with extreme values are found and run again with VXp_RestartedSums.h. The order of operations is
+// fixed:
 //
 //   pixels   sum - leaving; 0 if the count is 0; then + entering
 //   samples  sum + (entering - leaving); then 0 if the count is 0
@@ -19,6 +20,19 @@
 
 #include "filters/VXp_BlurLanes.h"
 #include "filters/VXp_BoxEngine.h"
+#include "filters/VXp_RestartedSums.h"
+
+// Loads two floats as doubles. Processors convert a pair from memory with fewer operations than the
+// halves of a register.
+inline VXp_DoublePair VXp_LoadWide(const void* from) {
+#ifdef __SSE2__
+  const __m128 pair = _mm_castpd_ps(_mm_load_sd(static_cast<const double*>(from)));
+  return reinterpret_cast<VXp_DoublePair>(_mm_cvtps_pd(pair));
+#else
+  const auto* const bytes = static_cast<const char*>(from);
+  return VXp_DoublePair{VXp_Load<float>(bytes), VXp_Load<float>(bytes + sizeof(float))};
+#endif
+}
 
 // --- pixels: one lane for each channel -----------------------------------------------------------
 
@@ -29,6 +43,7 @@ inline VXp_DoubleLanes VXp_BoxNumerator(const VXp_BoxWindow& window, const VXp_D
 
 // The classes of sums of pixels below have these members, which VXp_BoxRun uses:
 //   Loaded, Load    type and function to load a pixel that enters or leaves
+//   Extremes        lanes that are not 0 for extreme values, see VXp_RestartedSums.h
 //   Enter           adds the entering pixel
 //   Slide           adds the entering pixel and subtracts the leaving pixel
 //   Singles         N = S unit + O outer, rounded to single precision; N = S if kWhole
@@ -41,6 +56,7 @@ struct VXp_PixelSums {
   static Loaded Load(const char* pixel) {
     return reinterpret_cast<Loaded>(VXp_Ints(VXp_Load<VXp_RawPixel<Pixel>>(pixel)));
   }
+  static VXp_IntLanes Extremes(Loaded /*pixel*/) { return VXp_IntLanes{}; }
   void Enter(Loaded pixel) { sums += pixel; }
   void Slide(Loaded entering, Loaded leaving) { sums = sums - leaving + entering; }
 
@@ -63,35 +79,45 @@ struct VXp_PixelSums {
 template <>
 struct VXp_PixelSums<VX_PixelFloat> {
   using Pixel = VX_PixelFloat;
-  using Loaded = VXp_FloatLanes;
+  struct Loaded {
+    VXp_FloatLanes single;
+    VXp_DoubleLanes wide;
+  };
 
-  static Loaded Load(const char* pixel) { return VXp_Load<Loaded>(pixel); }
-  void Enter(Loaded pixel) {
-    nonzero -= pixel != 0.0f;  // a comparison that is true gives -1
-    sums = sums + VXp_AsDouble(pixel);
+  static Loaded Load(const char* pixel) {
+    return {VXp_Load<VXp_FloatLanes>(pixel), {VXp_LoadWide(pixel), VXp_LoadWide(pixel + 8)}};
   }
-  void Slide(Loaded entering, Loaded leaving) {
-    const VXp_DoubleLanes wide = VXp_AsDouble(leaving);
-    nonzero += leaving != 0.0f;
-    const VXp_IntLanes some = nonzero != 0;
-    sums.first = Where(__builtin_shufflevector(some, some, 0, 0, 1, 1), sums.first - wide.first);
-    sums.second = Where(__builtin_shufflevector(some, some, 2, 2, 3, 3), sums.second - wide.second);
+  static VXp_IntLanes Extremes(const Loaded& pixel) {
+    return VXp_AreExtreme(reinterpret_cast<VXp_IntLanes>(pixel.single));
+  }
+  void Enter(const Loaded& pixel) {
+    nonzero -= pixel.single != 0.0f;  // a comparison that is true gives -1
+    sums = sums + pixel.wide;
+  }
+  void Slide(const Loaded& entering, const Loaded& leaving) {
+    nonzero += leaving.single != 0.0f;
+    const VXp_IntLanes none = nonzero == 0;
+    sums.first =
+        Unless(__builtin_shufflevector(none, none, 0, 0, 1, 1), sums.first - leaving.wide.first);
+    sums.second =
+        Unless(__builtin_shufflevector(none, none, 2, 2, 3, 3), sums.second - leaving.wide.second);
     Enter(entering);
   }
 
   template <bool kWhole>
-  VXp_FloatLanes Singles(const VXp_BoxWindow& window, Loaded leading, Loaded trailing) const {
+  VXp_FloatLanes Singles(const VXp_BoxWindow& window, const Loaded& leading,
+                         const Loaded& trailing) const {
     return VXp_Singles(Doubles<kWhole>(window, leading, trailing));
   }
   template <bool kWhole>
-  VXp_DoubleLanes Doubles(const VXp_BoxWindow& window, Loaded leading, Loaded trailing) const {
+  VXp_DoubleLanes Doubles(const VXp_BoxWindow& window, const Loaded& leading,
+                          const Loaded& trailing) const {
     if constexpr (kWhole) return sums;
-    const VXp_DoubleLanes outer = VXp_AsDouble(leading) + VXp_AsDouble(trailing);
-    return VXp_BoxNumerator(window, sums, outer);
+    return VXp_BoxNumerator(window, sums, leading.wide + trailing.wide);
   }
 
-  static VXp_DoublePair Where(VXp_IntLanes mask, VXp_DoublePair v) {
-    return reinterpret_cast<VXp_DoublePair>(mask & reinterpret_cast<VXp_IntLanes>(v));
+  static VXp_DoublePair Unless(VXp_IntLanes mask, VXp_DoublePair v) {
+    return reinterpret_cast<VXp_DoublePair>(~mask & reinterpret_cast<VXp_IntLanes>(v));
   }
 
   VXp_DoubleLanes sums{};
@@ -138,7 +164,20 @@ void VXp_SlideAcross(const Sample* entering, const Sample* leaving, int32_t coun
                      typename VXp_SampleSum<Sample>::Sum* __restrict sums,
                      [[maybe_unused]] double* __restrict nonzero) {
   using Sum = typename VXp_SampleSum<Sample>::Sum;
-  for (int32_t i = 0; i < count; ++i) {
+  int32_t done = 0;
+  if constexpr (std::is_same_v<Sample, float>) {
+    constexpr VXp_DoublePair kOnes = {1, 1}, kZeros = {};
+    for (; done + 2 <= count; done += 2) {
+      const VXp_DoublePair in = VXp_LoadWide(entering + done), out = VXp_LoadWide(leaving + done);
+      const VXp_DoublePair some = VXp_Load<VXp_DoublePair>(nonzero + done) +
+                                  (in != kZeros ? kOnes : kZeros) -
+                                  (out != kZeros ? kOnes : kZeros);
+      const VXp_DoublePair sum = VXp_Load<VXp_DoublePair>(sums + done) + (in - out);
+      VXp_Store(nonzero + done, some);
+      VXp_Store(sums + done, some != kZeros ? sum : kZeros);
+    }
+  }
+  for (int32_t i = done; i < count; ++i) {
     const Sum in = static_cast<Sum>(entering[i]), out = static_cast<Sum>(leaving[i]);
     if constexpr (std::is_same_v<Sample, float>) {
       nonzero[i] += (in != 0.0 ? 1.0 : 0.0) - (out != 0.0 ? 1.0 : 0.0);

@@ -94,7 +94,7 @@ class BoxScan {
              false};
   }
 
-  void Run() const {
+  void Run() {
     if (pass_.lines == 1 && pass_.out.stride == kBytes<Sample>) {
       Along();
     } else if (pass_.lines == kVXp_ScanLines<Sample>) {
@@ -102,10 +102,29 @@ class BoxScan {
     } else {
       Across<0>();
     }
+    if constexpr (kFloat) {
+      for (int32_t line = 0; extremes_ && line < pass_.lines; ++line) Repeat(line);
+    }
   }
 
  private:
   using Sum = typename VXp_SampleSum<Sample>::Sum;
+  static constexpr bool kFloat = std::is_same_v<Sample, float>;
+
+  // Records whether extreme values are among the entering ones.
+  void Inspect(const Sample* entering, int32_t count) {
+    if constexpr (kFloat) extremes_ |= VXp_AnyExtreme(entering, count);
+  }
+
+  // Writes a line again, with sums that forget extreme values.
+  void Repeat(int32_t line) const {
+    VXp_RestartedWindow<1> window(pass_, line);
+    if (!window.HasExtremes()) return;
+    window.Run([&](const VXp_BoxPosition& at, int32_t divisor) {
+      const double mean = window.Numerator(at, 0) / divisor;
+      VXp_Store(at.out + line * kBytes<Sample>, static_cast<float>(mean));
+    });
+  }
 
   // Stores the values that are repeated outside of the lines. For a single line, a block of
   // positions is filled with the same value.
@@ -121,7 +140,7 @@ class BoxScan {
     return {pass_.window.unit, pass_.window.outer, span.divisor};
   }
 
-  VXp_SampleSum<Sample> FirstSum(int32_t line) const {
+  VXp_SampleSum<Sample> FirstSum(int32_t line) {
     const VXp_BoxRange range = VXp_BoxFirstSum(pass_);
     const auto repeated = [&](const VXp_BoxOutside& outside, const Sample* block) {
       return outside.edge == VXp_BoxEdge::kRepeated ? block[line] : Sample{0};
@@ -130,13 +149,14 @@ class BoxScan {
     sum.Enter(repeated(pass_.before, before_), range.before);
     const char* at = pass_.in.data + (range.start - pass_.in.start) * pass_.in.stride;
     for (int64_t p = range.start; p < range.end; ++p, at += pass_.in.stride) {
+      Inspect(Samples<Sample>(at) + line, 1);
       sum.Enter(Samples<Sample>(at)[line], 1);
     }
     sum.Enter(repeated(pass_.after, after_), range.after);
     return sum;
   }
 
-  void Along() const {
+  void Along() {
     VXp_SampleSum<Sample> state = FirstSum(0);
     Sum sums[kBlock];
     Sample samples[kBlock];
@@ -145,8 +165,10 @@ class BoxScan {
       const BoxQuotient<Sample> quotient = QuotientOf(span);
       for (int64_t left = span.count; left > 0; left -= kBlock) {
         const auto count = static_cast<int32_t>(std::min<int64_t>(left, kBlock));
+        const Sample* const entering = Samples<Sample>(span.entering.data);
         const Sample* const leaving = Samples<Sample>(span.leaving.data);
-        VXp_SlideAlong(Samples<Sample>(span.entering.data), leaving, count, state, sums);
+        Inspect(entering, count);
+        VXp_SlideAlong(entering, leaving, count, state, sums);
         quotient(sums, leaving, Samples<Sample>(span.leading.data), count, samples);
         std::memcpy(span.out, samples, static_cast<size_t>(count * kBytes<Sample>));
         span.out += count * kBytes<Sample>;
@@ -160,7 +182,7 @@ class BoxScan {
 
   // kLines is the number of lines, or 0 for any number.
   template <int32_t kLines>
-  void Across() const {
+  void Across() {
     const int32_t lines = kLines != 0 ? kLines : pass_.lines;
     Sum sums[kBlock];
     double nonzero[kBlock];
@@ -174,8 +196,10 @@ class BoxScan {
       const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
       const BoxQuotient<Sample> quotient = QuotientOf(span);
       VXp_ForBoxPositions(span, pass_.out.stride, [&](const VXp_BoxPosition& at) {
+        const Sample* const entering = Samples<Sample>(at.entering);
         const Sample* const leaving = Samples<Sample>(at.leaving);
-        VXp_SlideAcross(Samples<Sample>(at.entering), leaving, lines, sums, nonzero);
+        Inspect(entering, lines);
+        VXp_SlideAcross(entering, leaving, lines, sums, nonzero);
         quotient(sums, leaving, Samples<Sample>(at.leading), lines, samples);
         std::memcpy(at.out, samples, static_cast<size_t>(lines * kBytes<Sample>));
       });
@@ -185,6 +209,7 @@ class BoxScan {
 
   VXp_BoxPass pass_;
   Sample before_[kBlock], after_[kBlock];
+  bool extremes_ = false;
 };
 
 // --- Gaussian ------------------------------------------------------------------------------------

@@ -187,8 +187,8 @@ FrameColor::FrameColor(JobColor* job, JobFrame* frame, const std::vector<std::st
                        std::vector<int32_t> own, int32_t depth)
     : job_(job), frame_(frame), names_(names), own_(std::move(own)), depth_(depth) {}
 
-// Reads a picture. If it may be converted, it is read at the larger of its own depth and the depth
-// of the composition, for precision.
+// Reads a picture. If it may be converted, it is read at the larger of the depth of its file and
+// the depth of the composition, for precision.
 VXIO_Picture FrameColor::Read(size_t input, VXIO_AlphaAs alpha) {
   VXIO_Picture picture =
       frame_->Read(input, Converts() ? std::max(own_[input], depth_) : depth_, alpha);

@@ -3,8 +3,8 @@
 #pragma once
 
 // The colour profiles that options select, and colour management of `vx composite` and `vx
-// transform`: the profile of a composition, conversions to it, and the tables for linear light.
-// docs/color.md explains the rules to users.
+// transform`: the profile of a composition (the result of one of these commands), conversions to
+// it, and the tables for linear light. docs/color.md explains the rules to users.
 
 #include <array>
 #include <map>
@@ -47,8 +47,8 @@ std::string ProfileID(const COR_QCE_ProfilePtr& profile);
 // picture may be wrong for a result that is made from it.
 VXIO_Metadata ProfileOnly(const std::string& path, const VXIO_Picture& picture);
 
-// Throws DescribedFailure if the status of a call of the colour engine is not 0. The message begins
-// with `context`, the name of the operation and of the profile.
+// Checks the status of a call of the colour engine: throws DescribedFailure if it is not 0. The
+// message begins with `context`, the name of the operation and of the profile.
 void CheckEngine(QCE_Status status, const std::string& context);
 
 // --- a composition -------------------------------------------------------------------------------
@@ -82,7 +82,8 @@ class JobColor {
     std::optional<bool> same;
     std::array<std::optional<vx::ColorTransform>, 3> transforms;  // for 8, 16 and 32 bits
   };
-  // The caller must have locked mutex_. The key consists of the identifiers of both profiles.
+  // Returns the cached entry of a pair of profiles. The caller must have locked mutex_. The key
+  // consists of the identifiers of both profiles.
   Pair* PairOf(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to);
 
   ColorOptions options_;
@@ -102,12 +103,12 @@ class FrameColor {
              std::vector<int32_t> own, int32_t depth);
 
   // Reads input 0. Must be called before ReadLayer. The result, pixels and metadata, is in the
-  // profile of the composition. Adds "color" to the record of the frame; `called` is the name of
-  // the input there.
+  // profile of the composition. Adds "color" to the JSON record of the frame; `called` is the name
+  // of the input in this record.
   VXIO_Picture ReadBackground(const std::string& called = "background",
                               VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
-  // Reads a layer and converts it to the profile of the composition. Adds to `record`, the record
-  // of the layer.
+  // Reads a layer and converts it to the profile of the composition. Adds to `record`, the JSON
+  // record of the layer.
   VXIO_Picture ReadLayer(size_t input, nlohmann::ordered_json* record,
                          VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 

@@ -32,8 +32,8 @@ std::vector<std::string> JoinNegativeValues(std::vector<std::string> arguments) 
   return joined;
 }
 
-// Throws UsageError for an empty argument. Scripts produce it from unset variables, and the parser
-// would treat the option as not given.
+// Throws UsageError for an empty argument. Scripts produce empty arguments from unset variables,
+// and the parser would treat the option as not given.
 void RefuseEmptyArguments(const std::vector<std::string>& arguments) {
   std::string before = "vx";
   for (const std::string& argument : arguments) {

@@ -35,9 +35,9 @@ std::string Dump(const nlohmann::ordered_json& json) {
   return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
-// Returns a message for an error code: the reports of the host on this thread; if there are none,
-// the report of the library; if there is none, the meaning of the code. Then the code in
-// parentheses. Removes the reports of the host.
+// Returns a message for an error code. It contains the reports of the host on this thread; if there
+// are none, the report of the library; if there is none, the meaning of the code. It ends with the
+// code in parentheses. Removes the reports of the host.
 std::string TextOfCode(VX_Err code, const std::string& own_report = {}) {
   std::string text;
   for (const VXHost_Report& report : VXHost_TakeReports()) {

@@ -53,7 +53,7 @@ class DescribedFailure : public std::runtime_error {
 // it, because the host stores reports per thread. Removes the reports that the message contains.
 Failure Describe(const std::exception_ptr& error);
 
-// Throws vx::Error if a call of the classic interface returned an error code.
+// Throws vx::Error if a call of the C-style interface (VX_...) returned an error code.
 inline void Check(VX_Err code) {
   if (code != VX_Ok) throw vx::Error(static_cast<vx::ErrorCode>(code));
 }
@@ -101,7 +101,7 @@ class Progress {
     };
   }
 
-  // Show the final event. Only the first call has an effect.
+  // Show the final event of the progress, done or failed. Only the first call has an effect.
   void Done(const std::string& output);
   void Failed(int exit_code, const std::string& text);
 

@@ -4,8 +4,8 @@
 
 // A job processes one picture or all frames of a sequence. A verb defines how one frame is
 // processed. The rest is the same for all verbs: frame numbers, missing frames, overwriting,
-// --resume, threads, memory, progress, records and the exit code. docs/sequences.md explains the
-// options to users.
+// --resume, threads, memory, progress, JSON records and the exit code. docs/sequences.md explains
+// the options to users.
 
 #include <cstdint>
 #include <functional>
@@ -41,7 +41,8 @@ struct JobOptions {
   }
 };
 
-// None: the verb writes no picture and has no -o, --overwrite, --no-clobber and --resume.
+// None: the verb writes no picture and does not have the options -o, --overwrite, --no-clobber and
+// --resume.
 enum class JobOutput { Picture, None };
 
 OptionList JobOptionList(JobOptions* to, JobOutput output);
@@ -92,18 +93,20 @@ class JobFrame {
 struct Job {
   const Verb* verb = nullptr;  // its option values are part of the fingerprint of --resume
   const JobOptions* options = nullptr;
-  // Patterns, and single files that are used for all frames. May be empty.
+  // The inputs of the job: patterns, and single files that are used for all frames. May be empty.
   std::vector<std::string> inputs;
   // Frame numbers that the verb defines. Used if no input is a pattern; the output must be a
   // pattern.
   std::vector<int64_t> frames;
-  // Returns the settings of one frame of a sequence as text for the fingerprint. Called for all
-  // frames before the first one is processed; an exception stops the job.
+  // Returns the settings of one frame of a sequence as text for the fingerprint of --resume
+  // (JobRun.h). Called for all frames before the first one is processed; an exception stops the
+  // job.
   std::function<std::string(int64_t frame)> frame_settings;
-  // False: all frames are processed on one thread, because the work changes global state.
+  // False if all frames have to be processed on one thread, because the work changes global state.
   bool parallel = true;
-  // Returns the largest number of bytes that a frame has allocated at once, from the headers of its
-  // inputs. If it is not set, twice the size of each input is assumed.
+  // Returns the largest number of bytes that are allocated at the same time while one frame is
+  // processed, computed from the headers of its inputs. If the function is not set, twice the size
+  // of each input is assumed.
   std::function<int64_t(const std::vector<VXIO_Info>&)> bytes;
   // Processes one frame. Called on several threads at once. After an exception the frame counts as
   // failed.

@@ -234,7 +234,7 @@ void JobPlan::CheckOutputs(VXIO_Clobber clobber) const {
                        " and may not be overwritten; choose another name or allow it");
 }
 
-// Throws UsageError if the output of one frame replaces an input of another frame, because the
+// Throws UsageError if the output of one frame would replace an input of another frame, because the
 // result would depend on the order in which the two frames are processed.
 void JobPlan::CheckOverlap(bool resume) const {
   const std::string folder = RealFolder(output_name_);

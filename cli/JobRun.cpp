@@ -163,8 +163,8 @@ Outcome Runner::RunFrame(PlannedFrame frame) {
     static_cast<void>(VXHost_TakeReports());  // discards reports about an earlier frame
     std::string made_from;
     if (store_) {
-      // Computed before the inputs are read: if an input changes during the work, the next run
-      // processes the frame again.
+      // The fingerprint is computed before the inputs are read: if an input changes during the
+      // work, the next run processes the frame again.
       made_from = Fingerprint(frame);
       if (store_->IsDone(frame.number, made_from, frame.output)) {
         outcome.status = Outcome::UpToDate;

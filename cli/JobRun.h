@@ -39,14 +39,15 @@ struct PlannedFrame {
 
 class JobPlan {
  public:
-  // Lists directories but opens no pictures. Throws UsageError for options that contradict each
-  // other. Throws VXIO_Error for missing frames, for outputs that exist and may not be overwritten,
-  // and if no frame remains.
+  // Makes the plan of a job. Lists directories but opens no pictures. Throws UsageError for options
+  // that contradict each other. Throws VXIO_Error for missing frames, for outputs that exist and
+  // may not be overwritten, and if no frame remains.
   explicit JobPlan(const Job& job);
 
   bool sequence() const { return sequence_; }
   size_t size() const { return frames_.size(); }
-  // Computes a frame. Frames are not stored, because a job may have millions of them.
+  // Returns the plan of one frame. Plans are computed on request, because a job may have millions
+  // of frames.
   PlannedFrame Frame(size_t index) const;
   const std::vector<int64_t>& frames() const { return frames_; }
   const std::string& output() const { return output_name_; }
@@ -87,8 +88,8 @@ class JobPlan {
 std::string FingerprintOfFile(const std::string& path);
 std::string FingerprintOfText(const std::string& text);
 
-// The record of the outputs that runs with --resume wrote. It is a text file in the directory of
-// the outputs, ".NAME.vx-resume" for the output NAME, with one line for each output:
+// The record file of --resume, which lists the outputs that were written. It is a text file in the
+// directory of the outputs, ".NAME.vx-resume" for the output NAME, with one line for each output:
 //
 //   vx1 FRAME MADE-FROM WRITTEN CHECK
 //
@@ -104,8 +105,8 @@ class ResumeStore {
  public:
   enum Access { ReadOnly, ReadAndAdd };
 
-  // Opens the record for an output, a file name or the pattern of a sequence. Throws VXIO_Error
-  // (Output) if the record cannot be opened for writing.
+  // Opens the record file for an output, which is a file name or the pattern of a sequence. Throws
+  // VXIO_Error (Output) if the record file cannot be opened for writing.
   ResumeStore(const std::string& output, Access access);
   ~ResumeStore();
   ResumeStore(const ResumeStore&) = delete;
@@ -113,12 +114,12 @@ class ResumeStore {
 
   const std::string& path() const { return path_; }
 
-  // Returns true if the recorded MADE-FROM of the frame is `made_from` and the output file has not
-  // changed since it was recorded.
+  // Returns true if MADE-FROM in the latest line of the frame is `made_from`, and the output file
+  // has not changed since that line was written.
   bool IsDone(int64_t frame, const std::string& made_from, const std::string& output) const;
 
-  // Records an output that was written. Returns false if the record could not be written; the
-  // output is not affected. Thread-safe.
+  // Adds a line for an output that was written. Returns false if the record file could not be
+  // written; the output is not affected. Thread-safe.
   bool Add(int64_t frame, const std::string& made_from, const std::string& output);
 
  private:
@@ -157,7 +158,8 @@ struct JobFrame::State {
   std::vector<std::string> lines;
   bool written = false;
 
-  // Prints and records the warnings. With --strict, throws the first one as an error instead.
+  // Prints the warnings and adds them to `warnings`. With --strict, throws the first one as an
+  // error instead.
   void ReportWarnings(const std::vector<std::string>& texts, VXIO_ErrorKind kind);
   // Shows the progress of a job that has one frame. Each input is a step that includes the
   // operation on it. Writing the output is the last step.

@@ -30,7 +30,7 @@ struct FeatherSettings {
   std::optional<double> radius;
   std::optional<vx::Feather> kind;  // default: vx::Feather::soft
 };
-// Throws UsageError if the kind is given without a radius.
+// Checks the options of a feather: throws UsageError if the kind is given without a radius.
 void CheckFeather(const FeatherSettings& feather);
 void Soften(const FeatherSettings& feather, const vx::Progress& progress, vx::MaskBuffer* matte);
 
@@ -58,7 +58,8 @@ struct LayerOptions : DrawOptions, EffectOptions {
 OptionList DrawOptionList(DrawOptions* to);
 OptionList LayerOptionList(LayerOptions* to);
 
-// Throws UsageError for an option that has no effect without another one that is not given.
+// Checks the options for drawing a layer: throws UsageError for an option that has no effect
+// without another one that is not given.
 void CheckDrawOptions(const DrawOptions& options);
 
 // --- pictures ------------------------------------------------------------------------------------
@@ -82,12 +83,12 @@ std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInpu
 int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& layer, int32_t depth);
 
 // Reads the mask of a layer that is drawn on `below`, at the depth of `below`. Stores the pixels in
-// `*picture`, which must exist as long as the returned mask. Adds to `record`, the record of the
-// layer.
+// `*picture`, which must exist as long as the returned mask. Adds to `record`, the JSON record of
+// the layer.
 vx::Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& below, JobFrame* frame,
                   VXIO_WorldPtr* picture, nlohmann::ordered_json* record);
 
-// Multiplies the alpha of the layer `*world` by its matte. Adds to `record`, the record of the
+// Multiplies the alpha of the layer `*world` by its matte. Adds to `record`, the JSON record of the
 // layer.
 void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_World* world,
                 nlohmann::ordered_json* record);

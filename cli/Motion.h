@@ -29,7 +29,8 @@ struct Placement {
 // do not change it. Storing a value throws UsageError if --matrix is combined with other options.
 OptionList PlacementOptionList(Placement* to);
 
-// Throws UsageError if one end of a motion is a matrix and the other one is given in parts.
+// Checks the ends of a motion: throws UsageError if one is a matrix and the other one is given in
+// parts.
 void CheckEnds(const Placement& start, const Placement& end);
 
 // --- motion --------------------------------------------------------------------------------------
@@ -60,9 +61,9 @@ std::string InvisibleReason(const std::vector<vx::Matrix>& matrices, const VX_La
 // the form of the file.
 class MotionPath {
  public:
-  // Reads the file. Options that a line does not have are taken from `base`. The first line is for
-  // frame `first` unless it has a frame number. Throws VXIO_Error (Input); the message contains the
-  // number of the invalid line.
+  // Reads the file. Options that a line does not have get their values from `base`. The first line
+  // is for frame `first` unless it has a frame number. Throws VXIO_Error (Input); the message
+  // contains the number of the invalid line.
   MotionPath(const std::string& file, const Placement& base, int64_t first);
 
   std::vector<int64_t> Frames() const;  // ascending
@@ -70,7 +71,7 @@ class MotionPath {
   // Returns the motion from the placement of a frame to the placement of the next frame. It has no
   // end if the next frame has no line. Throws VXIO_Error (Input) if `frame` has no line.
   Motion At(int64_t frame) const;
-  // Returns the texts of these two lines, for the fingerprint. Throws like At.
+  // Returns the texts of these two lines, for the fingerprint of --resume. Throws like At.
   std::string Settings(int64_t frame) const;
 
  private:

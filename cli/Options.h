@@ -15,11 +15,12 @@
 
 namespace vxcli {
 
-// The effect of an option on the pixels, and its part of the fingerprint of --resume.
+// The effect of an option on the pixels, and its part of the fingerprint of --resume (a digest of
+// everything that affects the pixels, see JobRun.h).
 enum class Decides {
   Pixels,    // the value affects the pixels; it is part of the fingerprint
-  Contents,  // the contents of a file affect the pixels; the fingerprint contains whether the
-             // option is given, and the job adds the contents
+  Contents,  // the option names a file whose contents affect the pixels; the option list adds to
+             // the fingerprint only whether the option is given, and the job adds the contents
   Nothing,   // the option does not affect the pixels
 };
 
@@ -30,7 +31,8 @@ struct Value {
   enum Kind { Flag, Number, Text };
 
   Kind kind = Text;
-  // Throws UsageError, or VXIO_Error for a file that cannot be read. A flag ignores the text.
+  // Converts and stores the text of an argument. Throws UsageError, or VXIO_Error for a file that
+  // cannot be read. A flag ignores the text.
   std::function<void(const std::string& option, const std::string& text)> set;
   std::string range = {};  // the accepted values; replaces %r in the help
   int32_t count = 1;       // number of arguments

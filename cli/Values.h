@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Converts arguments of the command line to values. The Parse functions throw UsageError if the
-// text is not accepted; the message contains the option, the text and the accepted form. The whole
-// text must have the form: leading and trailing blanks are not accepted.
+// Converts arguments of the command line to values. The comment of a Parse function describes the
+// text that it accepts. The Parse functions throw UsageError if the text is not accepted; the
+// message contains the option, the text and the accepted form. The whole text must have the form:
+// leading and trailing blanks are not accepted.
 
 #include <cstdint>
 #include <string>
@@ -39,7 +40,8 @@ struct Size {
   int32_t width = 0, height = 0;
 };
 Size ParseSize(const std::string& option, const std::string& text, int64_t least);
-// Returns true for digits, an x and digits. The range of the numbers is not checked.
+// Returns true if the text has the form 640x480: digits, an x and digits. The range of the numbers
+// is not checked.
 bool IsSize(const std::string& text);
 
 // A fraction from 0 to 1, or a percentage from 0% to 100%.
@@ -64,7 +66,7 @@ VXIO_AlphaAs ParseAlpha(const std::string& option, const std::string& text);
 // "2G", "512M", "100K" or bytes; units of 1024.
 int64_t ParseBytes(const std::string& option, const std::string& text);
 
-// Returns the position of the text in the list.
+// Returns the index of the text in `choices`.
 int32_t ParseChoice(const std::string& option, const std::string& text,
                     const std::vector<std::string>& choices);
 

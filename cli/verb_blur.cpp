@@ -109,8 +109,8 @@ void BlurFrame(const BlurPlan& plan, JobFrame* frame) {
   blur.progress = frame->Progress();
   WithContext(frame->Input(0), [&] { vx::blur(to, from, blur); });
   const bool grown = plan.reach.x > 0 || plan.reach.y > 0;
-  // At 32 bits the mean of ones may differ from 1 by a rounding error. The writer would add an
-  // alpha channel then.
+  // Alpha is set to full scale, because at 32 bits the mean of ones may differ from 1 by a rounding
+  // error, and the writer would then add an alpha channel.
   if (!picture.has_alpha && plan.blur.hold_level && !grown) to.world()->FillAlpha();
   frame->Record()["radius"] = std::max(blur.radius.x, blur.radius.y);
   frame->Record()["width"] = canvas.width;
@@ -124,7 +124,7 @@ int Run(const BlurOptions& options, const Verb& verb) {
   const auto bytes = [&](const std::vector<VXIO_Info>& inputs) {
     const VXIO_Info& input = inputs[0];
     const Size canvas = CanvasFor(plan, input.path, input.width, input.height);
-    // For the picture, the canvas, and the result of the first pass.
+    // Bytes for the picture, the canvas, and the result of the first pass.
     return BytesOfWorld(input.width, input.height, input.depth) +
            2 * BytesOfWorld(canvas.width, canvas.height, input.depth);
   };

@@ -155,7 +155,8 @@ void WorkOn(Composite* job, JobFrame* frame) {
   frame->Write(*background.world, write);
 }
 
-// Returns the number of bytes for the background and the largest layer.
+// Returns the number of bytes that are allocated at the same time: for the background, before and
+// after the conversion of its depth, and for the layer that needs most.
 int64_t BytesOf(const std::vector<VXIO_Info>& infos, const Composite& job) {
   int32_t depth = job.options.depth;
   for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);

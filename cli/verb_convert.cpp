@@ -28,8 +28,8 @@ struct ConvertOptions {
 };
 
 // Removes the planes that are not selected. A single plane becomes an opaque grey picture. If
-// several planes are selected, the other colours become 0, and alpha becomes full unless it is
-// selected.
+// several planes are selected, the other colours become 0, and alpha becomes full scale unless it
+// is selected.
 void KeepPlanes(const vx::Channels& planes, vx::AnyView picture) {
   vx::for_each_pixel(picture, [&](int32_t, int32_t, auto& pixel) {
     using Pixel = std::remove_reference_t<decltype(pixel)>;

@@ -39,7 +39,7 @@ struct Filter {
   bool clamp = true;
 };
 
-// Throws UsageError if a sum of weights does not fit the 32 bits of a divisor.
+// Checks the sums of weights: throws UsageError if one does not fit the 32 bits of a divisor.
 void CheckSums(const std::string& file, const Kernels& kernels) {
   for (const vx::Kernel& kernel : kernels) {
     const int64_t sum = SumOfWeights(kernel);
@@ -170,8 +170,8 @@ struct Method {
   bool filters_alpha;  // false: the picture stays opaque
 };
 
-// A picture without alpha is filtered at its own depth if the sums fit. A picture with alpha is
-// filtered at 32 bits: its colours are multiplied by alpha and divided again, which would lose
+// A picture without alpha is filtered at its depth if the sums fit in 32 bits. A picture with alpha
+// is filtered at 32 bits: its colours are multiplied by alpha and divided again, which would lose
 // precision at 8 and 16 bits.
 Method MethodFor(const Filter& filter, bool has_alpha, int32_t depth) {
   Method method{};

@@ -65,7 +65,7 @@ Tiles MakeTiles(const VX_World& above, const VX_World& below, int32_t side) {
 vx::Image Result(const Tiles& tiles, const vx::ModeInfo& mode) {
   vx::Image result = vx::clone(tiles.below);
   vx::CompositeOptions options{.mode = mode.mode, .at = {tiles.x, tiles.y}};
-  // mask-mix needs a mask: the alpha of the picture above.
+  // The mode mask-mix needs a mask; the alpha of the picture above is used.
   if (mode.mode == vx::Mode::mask_mix) options.mask = vx::Mask{tiles.above, options.at};
   WithContext(std::string("mode ") + mode.name,
               [&] { vx::composite(result, tiles.above, options); });

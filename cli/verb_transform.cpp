@@ -34,8 +34,8 @@ struct TransformOptions {
   DrawOptions draw;
   ColorOptions color;
   JobOptions job;
-  // The start and the end of the motion. A deque: the lists of options have pointers to elements,
-  // which must stay valid.
+  // The start and the end of the motion. A deque, because the lists of options contain pointers to
+  // its elements, which must stay valid when elements are added.
   std::deque<Placement> placements;
 };
 
@@ -107,7 +107,7 @@ void WorkOn(Transform* transform, JobFrame* frame) {
     layer = std::move(picture.world);
     const Size size = job.options.size.value_or(Size{layer->width, layer->height});
     picture.world = vx::Image(size.width, size.height, depth).release();
-    // All frames of a sequence have alpha, also those that the layer covers completely.
+    // All output frames of a sequence have alpha, also those that the layer covers completely.
     picture.has_alpha |= job.is_sequence;
   }
   if (job.layer_inputs.matte)

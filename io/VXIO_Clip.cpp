@@ -119,7 +119,8 @@ bool VXIO_ClipReader::Impl::Next() {
   return false;
 }
 
-// Tags in the frame have priority over those of the stream.
+// Derives the interpretation of the samples from the tags of the frame, or from those of the stream
+// if the frame has none.
 VXIOp_ClipPixels VXIO_ClipReader::Impl::PixelsOfFrame() const {
   const AVFrame& frame = decoder.frame();
   const AVCodecParameters& parameters = *decoder.file().stream().codecpar;

@@ -53,10 +53,10 @@ bool IsFullRangeKind(AVPixelFormat format) {
          format == AV_PIX_FMT_YUVJ411P;
 }
 
-// The conversion of 16-bit luma y and chroma u, v to channels 0..1. Each channel c, with its two
-// coefficients red, green or blue, is
+// The conversion of 16-bit luma y and chroma u, v to channels 0..1. With the two coefficients k of
+// a channel (`red`, `green` or `blue`), the channel is
 //
-//   c = (y - black) / luma_span + (c[0] * (u - 32768) + c[1] * (v - 32768)) / chroma_span
+//   (y - black) / luma_span + (k[0] * (u - 32768) + k[1] * (v - 32768)) / chroma_span
 struct YuvRule {
   float black = 0, luma_span = 1, chroma_span = 1;
   float red[2], green[2], blue[2];
@@ -65,7 +65,7 @@ struct YuvRule {
 YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
   YuvRule rule{};
   if (pixels.full_range) {
-    // Samples are shifted to the upper bits of 16, and so is the largest sample value.
+    // Samples are shifted to the upper bits of 16-bit values, and so is the largest sample value.
     const int32_t bits = pixels.descriptor->comp[0].depth;
     rule.luma_span = rule.chroma_span = static_cast<float>(((1 << bits) - 1) << (16 - bits));
   } else {
@@ -91,7 +91,8 @@ YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
 
 // --- samples to channels -------------------------------------------------------------------------
 
-// Converts 0..1 to a channel: clamped and rounded to nearest at integer depths, unchanged at float.
+// Converts 0..1 to a channel: clamped and rounded to nearest at integer depths, unchanged for
+// float.
 template <class Channel>
 Channel ChannelOfValue(float value, Channel full) {
   return static_cast<Channel>(std::clamp(value, 0.0f, 1.0f) * static_cast<float>(full) + 0.5f);
@@ -135,7 +136,7 @@ void ReadSamples(const AVFrame& frame, const VXIOp_ClipPixels& pixels, int32_t y
   for (uint16_t& sample : *to) sample ^= 1;
 }
 
-// Rows of a frame with RGB or full-range grey samples.
+// Converts rows of a frame with RGB or full-range grey samples.
 template <class Pixel>
 class CodeRows {
  public:
@@ -188,7 +189,7 @@ class CodeRows {
   Samples samples_;
 };
 
-// Rows of a frame with luma and chroma samples, or with limited-range luma only.
+// Converts rows of a frame with luma and chroma samples, or with limited-range luma only.
 template <class Pixel>
 class YuvRows {
  public:
@@ -384,8 +385,9 @@ void VXIOp_ClipColor::Convert(const AVFrame& frame, const VXIOp_ClipPixels& pixe
 
 VXIO_WorldPtr VXIOp_ClipColor::World(const AVFrame& frame, const VXIOp_ClipPixels& pixels,
                                      int32_t orientation, int32_t depth, bool with_alpha) {
-  // YUV and limited-range samples, and deep samples for a float world, are converted directly to
-  // `depth`. Others are converted to their own depth first.
+  // YUV and limited-range samples, and 16-bit samples if a float world is wanted, are converted to
+  // `depth` in one step. All others are first stored at the depth of the clip (8 or 16 bits), and
+  // VXIO_ConvertDepth then converts the world.
   const bool direct =
       !pixels.full_range || pixels.kind == Kind::Yuv || (depth == 32 && pixels.depth() == 16);
   const bool turned = orientation >= 5;

@@ -107,7 +107,7 @@ bool VXIOp_ClipDecoder::Next() {
 void VXIOp_ClipDecoder::Feed() {
   int error = file_.Read(packet_.get());
   if (error < 0) {
-    // The frames that the decoder still holds are returned before the failure is reported.
+    // The frames that the decoder has not returned yet are returned before the failure is reported.
     truncation_ = error == AVERROR_EOF ? file_.TruncationReason() : log_.Reason(error);
     draining_ = true;
     error = avcodec_send_packet(codec_.get(), nullptr);

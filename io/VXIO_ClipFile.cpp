@@ -209,7 +209,8 @@ std::optional<double> VXIOp_ClipFile::SecondsOf(int64_t stamp) const {
   if (file_->start_time != AV_NOPTS_VALUE) {
     start = av_rescale_q(file_->start_time, kMicroseconds, stream_->time_base);
     const int64_t own = stream_->start_time;
-    // If the video starts first, its own time stamp is more precise than the microseconds.
+    // If the video is the stream that starts first, its time stamp is more precise than start_time,
+    // which is in microseconds.
     if (own != AV_NOPTS_VALUE &&
         av_rescale_q(own, stream_->time_base, kMicroseconds) == file_->start_time) {
       start = own;
@@ -246,7 +247,7 @@ std::string VXIOp_ClipFile::TruncationReason() const {
     early = packets_ < stream_->nb_frames && EndsBeforeDeclaredTime();
   } else if (container == "matroska") {
     // In a file with sound, the declared duration may be that of the sound. It is used only if the
-    // video stream has its own DURATION tag.
+    // video stream has a DURATION tag.
     early = (file_->nb_streams == 1 || Tag("DURATION")) && EndsBeforeDeclaredTime();
   } else if (container == "mxf") {
     early = EndsBeforeDeclaredTime();
@@ -259,7 +260,8 @@ std::string VXIOp_ClipFile::TruncationReason() const {
 bool VXIOp_ClipFile::EndsBeforeDeclaredTime() const {
   const std::optional<double> declared = DeclaredSeconds(), last = SecondsOf(last_stamp_);
   const AVRational rate = stream_->avg_frame_rate;
-  // At a variable rate the duration of the last frame is unknown.
+  // If the frame rate is variable, the duration of the last frame is unknown and the end cannot be
+  // checked.
   if (!declared || rate.num <= 0 || av_cmp_q(rate, stream_->r_frame_rate) != 0) return false;
   return last.value_or(0) + 1.5 * av_q2d(av_inv_q(rate)) < *declared;
 }

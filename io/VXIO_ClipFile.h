@@ -20,8 +20,8 @@ extern "C" {
 // clip of a supported format.
 std::string VXIOp_ClipFormatOf(const std::string& path);
 
-// Some demuxers and decoders pass on tag values that libav does not define. Sets such values to
-// "unspecified" and returns false if there was one.
+// Some demuxers and decoders return tag values that libav does not define. VXIOp_ClearUnknownTags
+// sets such values to "unspecified" and returns false if there was one.
 bool VXIOp_ClearUnknownTags(AVColorSpace* matrix, AVColorRange* range, AVColorPrimaries* primaries,
                             AVColorTransferCharacteristic* transfer, AVChromaLocation* siting);
 
@@ -37,7 +37,7 @@ using VXIOp_LavPtr = std::unique_ptr<Object, VXIOp_LavFree>;
 
 class VXIOp_ClipFile {
  public:
-  // `log` must outlive the file. Throws VXIO_Error (Input).
+  // Opens a file. `log` must outlive the object. Throws VXIO_Error (Input).
   VXIOp_ClipFile(const std::string& path, VXIOp_LavLog* log);
   ~VXIOp_ClipFile();
   VXIOp_ClipFile(const VXIOp_ClipFile&) = delete;
@@ -49,7 +49,7 @@ class VXIOp_ClipFile {
   AVRational PixelAspect() const;
   // Returns the value of a metadata tag of the stream, or null.
   const char* Tag(const char* name) const;
-  // These return what the file declares, not libav's estimates from the bit rate.
+  // The next functions return what the file declares, not libav's estimates from the bit rate.
   std::optional<int64_t> DeclaredFrames() const;
   std::optional<double> DeclaredSeconds() const;
   // Converts a time stamp of the stream to seconds since the start of the file.
@@ -59,7 +59,8 @@ class VXIOp_ClipFile {
   // Reads the next packet of the video stream. Returns 0, AVERROR_EOF after the last, or another
   // AVERROR code.
   int Read(AVPacket* packet);
-  // After AVERROR_EOF: returns why the file is truncated; empty if it is complete.
+  // Returns why the file is truncated; empty if it is complete. Call it after Read has returned
+  // AVERROR_EOF.
   std::string TruncationReason() const;
 
  private:

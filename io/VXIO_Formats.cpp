@@ -117,7 +117,8 @@ std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
   std::vector<VXIO_FormatInfo> list;
   for (const VXIOp_Format& format : kFormats) {
     VXIO_FormatInfo info{format.name, Split(format.extensions), {}, format.alpha, format.profile};
-    // A larger depth stores the values of a smaller one exactly.
+    // A format also supports the smaller depths, because a larger depth stores their values
+    // exactly.
     if (format.depth8 || format.depth16 || format.depth32) info.depths.push_back(8);
     if (format.depth16 || format.depth32) info.depths.push_back(16);
     if (format.depth32) info.depths.push_back(32);

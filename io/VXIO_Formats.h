@@ -31,8 +31,8 @@ std::span<const VXIOp_Format> VXIOp_Formats();
 // Returns the format for the extension of the name; null if the extension is missing or unknown.
 const VXIOp_Format* VXIOp_FormatOfName(std::string_view path);
 
-// Returns the format of a file by its first bytes; by the extension only for formats without a
-// signature (tga). Null if the file is not a known picture.
+// Returns the format that the first bytes of a file show or, for formats without a signature (tga),
+// the format of the extension. Returns null if the file is not a known picture.
 const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_view path);
 
 // Returns "png, jpeg, ..." for messages.
@@ -45,15 +45,16 @@ inline OIIO::TypeDesc VXIOp_SampleType(int32_t depth) {
   });
 }
 
-// Contents of a picture file other than pixels, kept for writing.
+// Contents of a picture file other than pixels, stored for writing.
 struct VXIO_Metadata::Impl {
   OIIO::ImageSpec spec;
   const VXIOp_Format* format = nullptr;  // null if the picture was not read from a file
   COR_QCE_ProfilePtr given_profile;      // set by VXIO_WithProfile; `spec` has its bytes
 };
 
-// Returns true if `format` can store the profile of `from`, which must have one. Otherwise sets
-// `lost` to a description of what is lost; not set if colours without a profile mean the same.
+// Returns true if `format` can store the profile of `from`; `from` must have a profile. Otherwise
+// sets `lost` to a description of what is lost, or leaves it empty if readers of the format assume
+// the same colours without a profile.
 bool VXIOp_StoresProfile(const VXIO_Metadata::Impl& from, const VXIOp_Format& format,
                          std::string* lost);
 

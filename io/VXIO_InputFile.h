@@ -7,14 +7,14 @@
 #include <cstdint>
 #include <string>
 
-// Throws VXIO_Error (Input) unless `path` is a regular file that is not empty. `kind` is the
-// expected content for the message: "a picture" or "a clip".
+// Checks a file before it is read: throws VXIO_Error (Input) unless `path` is a regular file that
+// is not empty. `kind` is the expected content for the message: "a picture" or "a clip".
 void VXIOp_CheckFile(const std::string& path, const char* kind);
 
 // Returns the first bytes of a file, at most `most`. Throws VXIO_Error (Input).
 std::string VXIOp_Head(const std::string& path, size_t most);
 
-// Throws VXIO_Error (Input) unless both sides are 1..30,000 pixels.
+// Checks a size: throws VXIO_Error (Input) unless width and height are 1..30,000 pixels.
 void VXIOp_CheckSize(const std::string& path, int64_t width, int64_t height);
 
 // Throws VXIO_Error (Input) with the text "path: why".

@@ -16,8 +16,8 @@ namespace {
 
 thread_local VXIOp_LavLog* capturing = nullptr;
 
-// The same choice as libav's default. A decoder with this function as `get_format` is one that
-// Attach was called for.
+// Chooses like libav's default function. Its address in `get_format` marks the decoders for which
+// Attach was called.
 AVPixelFormat ChooseFormat(AVCodecContext* codec, const AVPixelFormat* formats) {
   return avcodec_default_get_format(codec, formats);
 }
@@ -46,7 +46,8 @@ VXIOp_LavLog::VXIOp_LavLog() {
 
 void VXIOp_LavLog::Callback(void* sender, int level, const char* format, va_list arguments) {
   VXIOp_LavLog* log = capturing;
-  // The threads of a decoder use copies of its context, which keep both fields.
+  // The threads of a decoder use copies of its context, in which `opaque` and `get_format` have the
+  // same values.
   const AVCodecContext* codec = CodecOf(sender);
   if (codec && codec->get_format == ChooseFormat) log = static_cast<VXIOp_LavLog*>(codec->opaque);
   if (!log) return av_log_default_callback(sender, level, format, arguments);

@@ -31,7 +31,7 @@ class VXIOp_LavLog {
   };
 
   // Also records the messages of this decoder, on all its threads. Call before avcodec_open2; the
-  // log must outlive the decoder. Uses the fields `opaque` and `get_format`.
+  // log must outlive the decoder. Uses the fields `opaque` and `get_format` of the decoder.
   void Attach(AVCodecContext* decoder);
 
   // Returns the recorded message and clears it; empty if there is none.

@@ -43,8 +43,8 @@ bool CheckPng(const std::string& path, std::ifstream& file, int64_t size) {
   VXIOp_ThrowInput(path, "is truncated or damaged; make or fetch the file again");
 }
 
-// OpenImageIO's DPX reader allocates the user header at its declared size without checking that the
-// file is that large.
+// Checks that the user header of a DPX file fits the file, because OpenImageIO's reader allocates
+// it at its declared size without this check.
 void CheckDpx(const std::string& path, std::ifstream& file, int64_t size) {
   char head[36] = {};
   file.seekg(0);
@@ -131,8 +131,8 @@ int32_t DepthOfSamples(const OIIO::ImageSpec& spec) {
 VXIO_AlphaKind AlphaOf(const VXIOp_Open& open) {
   if (open.channels.alpha < 0) return VXIO_AlphaKind::None;
   if (open.spec.get_int_attribute("oiio:UnassociatedAlpha", 0)) return VXIO_AlphaKind::Straight;
-  // Without this attribute, samples are premultiplied in formats that distinguish the two, and
-  // unchanged in the others.
+  // Without this attribute, alpha is premultiplied in the formats that can declare it as straight,
+  // and straight in the others.
   std::string_view name = open.format->name;
   return name == "tiff" || name == "exr" || name == "tga" ? VXIO_AlphaKind::Premultiplied
                                                           : VXIO_AlphaKind::Straight;

@@ -36,5 +36,6 @@ struct VXIOp_Open {
   int32_t height() const { return turned() ? spec.width : spec.height; }
 };
 
-// Throws VXIO_Error (Input) unless the file is a readable picture of 1..30,000 pixels on each axis.
+// Opens a picture. Throws VXIO_Error (Input) unless the file is a readable picture of 1..30,000
+// pixels on each axis.
 VXIOp_Open VXIOp_OpenPicture(const std::string& path);

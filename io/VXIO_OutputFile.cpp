@@ -252,7 +252,7 @@ void VXIO_WriteText(const std::string& path, const std::string& text) {
 void VXIO_RemoveTemporariesOnSignals() {
   struct sigaction action {};
   action.sa_handler = RemoveTemporaries;
-  // Block other signals in the handler: it never releases the lock of the slots.
+  // Other signals are blocked in the handler, because it never releases the lock of the slots.
   action.sa_mask = HandledSignals();
   for (int number : kSignals) {
     // Signals that are ignored at the start (nohup) remain ignored.
@@ -260,6 +260,7 @@ void VXIO_RemoveTemporariesOnSignals() {
     sigaction(number, nullptr, &before);
     if (before.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
   }
-  // Ignored, so that writing beyond a size limit fails like a full disk.
+  // SIGXFSZ is ignored, so that writing beyond a limit of the file size fails with an error, like
+  // writing to a full disk.
   signal(SIGXFSZ, SIG_IGN);
 }

@@ -9,8 +9,8 @@
 
 namespace {
 
-// Samples are read in bands of rows. This limits the reader's buffer, and a file with a false size
-// fails before its whole world is touched.
+// Samples are read in bands of rows. This limits the reader's buffer, and if the size in a header
+// is false, reading fails before all memory of the world is used.
 constexpr int64_t kBandBytes = 32 << 20;
 
 struct Band {
@@ -81,7 +81,8 @@ int64_t ReadPixels(VXIOp_Open* open, vx::View<Pixel> view) {
               samples.data()};
     bool ok =
         FetchBand(open, band, OIIO::TypeDesc(OIIO::BaseTypeFromC<Sample>::value), samples.data());
-    // Some decoders fill missing parts with grey and report success; only the message shows it.
+    // Some decoders fill missing parts with grey and report success; only OpenImageIO's error
+    // message shows it.
     std::string why = open->input->geterror();
     if (!ok || !why.empty()) {
       VXIOp_ThrowInput(open->path, "is truncated or damaged; make or fetch the file again (" +
@@ -150,7 +151,7 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   const int64_t colours_to_lose = VXIOp_WithMemoryErrors(
       [&] { return vx::visit(image, [&](auto view) { return ReadPixels(&open, view); }); });
   picture.world = image.release();
-  // Dividing by alpha is more precise at the larger depth.
+  // The depth is converted before the division by alpha, which is more precise at the larger depth.
   if (depth > own) picture.world = VXIO_ConvertDepth(std::move(picture.world), depth);
   if (divides) {
     vx::unpremultiply(*picture.world);

@@ -77,7 +77,7 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
       if (!lost.empty()) plan->warnings.push_back(path + ": " + lost);
       continue;
     }
-    // Square pixels are the default of every format.
+    // Square pixels are not declared, because they are the default of every format.
     if (name == "PixelAspectRatio" && entry.get_float() == 1.0f) continue;
     spec.attribute(name, entry.type(), entry.data());
   }
@@ -140,7 +140,8 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
     plan.spec.attribute("jpeg:subsampling", "4:4:4");
   }
   if (options.metadata.Get()) CarryMetadata(path, *options.metadata.Get(), &plan);
-  // Some writers store the current time if there is none; equal pictures must give equal bytes.
+  // An empty DateTime is declared, because some writers store the current time if there is none,
+  // and equal pictures must give equal bytes.
   if (!plan.spec.find_attribute("DateTime")) plan.spec.attribute("DateTime", "");
   // Without this attribute the writers of formats with straight alpha, except that of TIFF, divide
   // the colours by alpha.
@@ -198,7 +199,7 @@ class Stream final : public OIIO::Filesystem::IOProxy {
 uint8_t SampleOfChannel(uint8_t channel, uint8_t) { return channel; }
 float SampleOfChannel(float channel, float) { return channel; }
 uint16_t SampleOfChannel(uint16_t channel, uint16_t) {
-  // The caller's pixels may exceed white; the file must be valid nevertheless.
+  // Clamped, because the caller's pixels may exceed white, and the file must be valid nevertheless.
   uint32_t value = std::min<uint32_t>(channel, vx::PixelTraits<vx::Pixel16>::full_scale);
   return static_cast<uint16_t>((value * 65535 + 16384) >> 15);
 }
@@ -335,7 +336,8 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
   // temporary file by name, and libtiff checks every write itself.
   Stream stream(file.stream());
   const bool by_name = std::string_view(plan.format->name) == "tiff";
-  // The name is only stored in the file, as DPX does.
+  // If the file is not opened by name, the name is used only by formats that store it in the file
+  // (DPX).
   const std::string name = by_name ? file.temporary() : path.substr(path.rfind('/') + 1);
   if (!by_name && !out->set_ioproxy(&stream)) {
     VXIOp_ThrowOutput(path, VXIOp_FirstLine(out->geterror()));

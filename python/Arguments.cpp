@@ -24,7 +24,7 @@ py::sequence Items(const char* name, const py::object& object, const char* what)
   throw py::value_error(std::string(name) + ": needs " + what + ", not " + Quoted(object));
 }
 
-// Converts to float. Values that are too large become infinite.
+// Converts a number to float. Values that are too large become infinite.
 float AsFloat(const char* name, const py::object& number) {
   const double value = ParseDouble(name, number);
   if (std::abs(value) > std::numeric_limits<float>::max()) {

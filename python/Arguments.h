@@ -36,9 +36,9 @@ int32_t ParseQuality(const py::object& arg);
 // Accepts 8, 16 or 32.
 int32_t ParseDepth(const py::object& depth);
 
-// Accepts any number that fits a double; larger numbers are a ValueError.
+// Accepts any number that fits a double. Throws ValueError for larger numbers.
 double ParseDouble(const char* name, const py::object& number);
-// Accept a number or an integer in least..largest. NaN is a ValueError.
+// Accept a number or an integer in least..largest. NaN is refused with ValueError.
 double ParseNumber(const char* name, const py::object& number, double least, double largest);
 int64_t ParseWhole(const char* name, const py::handle& number, int64_t least, int64_t largest);
 
@@ -65,7 +65,8 @@ Position ParsePosition(const char* name, const py::object& at);
 // Accepts (x, y) as 16-bit integers.
 M_Point ParsePoint(const char* name, const py::object& at);
 
-// Accepts an object of a class of this module.
+// Returns the argument as an object of Class, a class of this module. Throws TypeError for other
+// objects.
 template <class Class>
 const Class& ParseObject(const char* name, const py::handle& object) {
   if (!py::isinstance<Class>(object)) {
@@ -77,7 +78,7 @@ const Class& ParseObject(const char* name, const py::handle& object) {
 }
 
 // Accepts four channel values in the given order and in the range of the pixel type: 0..255,
-// 0..32768, or any float. With three values alpha is full.
+// 0..32768, or any float. With three values alpha is full scale.
 template <class Pixel>
 Pixel ParsePixel(const char* name, const py::object& pixel, Order order);
 // Accepts a pixel as the argument "color"; float values must be finite.

@@ -43,7 +43,8 @@ py::object Transfer(const py::object& dst, const py::object& src, const py::tupl
   return target.Finish();
 }
 
-// vx.composite_rect. The functions VX_CompositeRect... also accept premultiplied sources.
+// Implements vx.composite_rect by the functions VX_CompositeRect..., which also accept
+// premultiplied sources.
 py::object CompositeRect(const py::object& dst, const py::object& src, const py::object& mode_arg,
                          const py::object& opacity_arg, const py::object& at,
                          const py::object& rect, const py::object& field_arg,

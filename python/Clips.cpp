@@ -24,7 +24,8 @@ class Clip {
     RunFiles([&] { reader_.emplace(path_); });
   }
 
-  // Returns (number, picture, metadata, time), or None after the last frame.
+  // Decodes the next frame. Returns (number, picture, metadata, time), or None after the last
+  // frame.
   py::object Next(const py::object& depth, const py::object& alpha, bool as_world,
                   const py::object& order_arg) {
     const Order order = ParseOrder(order_arg);

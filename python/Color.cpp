@@ -188,7 +188,7 @@ class Settings {
   VX_ColorSettings settings_;
 };
 
-// Returns a copy of the library's settings for callers that have none of their own.
+// Returns a copy of the library's default settings, see VX_GetEmergencyColorSettings.
 std::unique_ptr<Settings> Emergency() {
   Profile profile;
   RunEngine("settings", [&] {

@@ -27,7 +27,7 @@ void AddErrors(py::module_& module);
 // is no report.
 void Check(VX_Err code);
 
-// Birth and death of the package. Neither may run while a call is in progress.
+// Birth and death of the library (VX_Birth, VX_Death). Neither may run while a call is in progress.
 void Birth();
 bool Death();  // returns whether the package was alive
 // Throws RuntimeError if a call is in progress on any thread, including an outer call on this
@@ -35,7 +35,7 @@ bool Death();  // returns whether the package was alive
 void RequireNoCall(const char* what);
 
 // A call into the library is in progress as long as a Call exists. The constructor throws if the
-// library is not alive, and deletes old reports.
+// library is not initialised, and deletes old reports.
 class Call {
  public:
   Call();
@@ -44,7 +44,7 @@ class Call {
   Call& operator=(const Call&) = delete;
 };
 
-// The progress record of a library call. It checks for signals several times a second and calls the
+// The VX_ProgressInfo of a library call. It checks for signals several times a second and calls the
 // caller's function with (steps done, total steps). If that function returns a true value, the
 // operation stops.
 class Progress {
@@ -54,7 +54,7 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   VX_ProgressInfo* info() { return &info_; }
-  // If the function or a signal handler raised an exception, throws it.
+  // Throws the exception that the function or a signal handler raised, if there is one.
   void Rethrow();
 
  private:
@@ -80,7 +80,7 @@ VX_Err CodeOf(Function&& function) {
 }
 
 // Runs function() -> VX_Err without the interpreter's lock, so it must not use Python objects.
-// Throws the exception that `watch` (a Progress or a similar class) holds, if there is one;
+// Throws the exception that `watch` (a Progress or a similar class) has stored, if there is one;
 // otherwise checks the returned code.
 template <class Watch, class Function>
 void Run(Watch& watch, Function&& function) {

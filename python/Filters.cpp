@@ -145,7 +145,7 @@ py::object Blur(const py::object& picture, const py::object& radius_x, const py:
   return target.Finish();
 }
 
-// vx.blur_pass: one pass along one axis, with all options.
+// Implements vx.blur_pass: one pass along one axis, with all options.
 py::object BlurPass(const py::object& picture, const py::object& radius_arg, const py::object& kind,
                     const py::object& iterations_arg, const py::object& channels,
                     const py::object& edge, const py::object& axis, const py::object& transpose_arg,

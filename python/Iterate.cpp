@@ -153,7 +153,8 @@ Box BoundsOf(const VX_World& world, M_Point at) {
   return {at.h, at.v, at.h + world.width, at.v + world.height};
 }
 
-// Returns the pixels of a world in `box`. Pixel (0, 0) of the world is at `at`.
+// Returns the pixels of a world in `box`. `at` is the position of pixel (0, 0) of the world in the
+// coordinates of `box`.
 Pixels PartOf(const VX_World& world, M_Point at, const Box& box) {
   Pixels part = PixelsOf(world);
   part.data += (box.top - at.v) * part.rowbytes + ptrdiff_t{box.left - at.h} * world.PixelSize();

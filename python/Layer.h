@@ -29,7 +29,7 @@ class Layer {
   int32_t field() const { return field_; }
 
   // Returns the mask, or null if there is none. If its pixels overlap the target's, it is a copy.
-  // The layer owns it.
+  // The Layer object owns it.
   const VX_MaskSpec* MaskFor(const Target& target);
 
  private:

@@ -20,8 +20,8 @@
 
 namespace vxpy {
 
-// The object behind vx.World. It owns its pixels, or it is a view of an array and keeps that array
-// alive.
+// The C++ class of vx.World. It owns its pixels, or it is a view of an array and keeps a reference
+// to that array.
 class World {
  public:
   World(std::unique_ptr<VX_World> world, py::object base, bool writable)
@@ -66,7 +66,7 @@ class Target {
  public:
   // Returns a target with size, depth and pixels of the model. `out` may be the model itself.
   static Target CopyOf(const Source& model, const py::object& out);
-  // Returns a target of the given size. If it is new, its pixels are 0; pixels of `out` are kept.
+  // Returns a target of the given size. If it is new, its pixels are 0; `out` is not changed.
   static Target Sized(const Source& model, const py::object& out, int32_t width, int32_t height,
                       int32_t depth);
   // Returns a target of the given size if there is no model.
@@ -92,10 +92,12 @@ class Target {
   bool converts_ = false;
 };
 
-// Throws ValueError if the depths differ. The message begins with b_name.
+// Checks that two worlds have the same depth; throws ValueError otherwise. The message begins with
+// b_name.
 void RequireSameDepth(const VX_World& a, const VX_World& b, const char* a_name, const char* b_name);
 
-// Returns a world that owns its pixels. A Call prevents birth and death meanwhile.
+// Returns a world that owns its pixels. Uses a Call, so that Birth and Death throw if they are
+// called meanwhile.
 std::unique_ptr<VX_World> NewPixels(int32_t width, int32_t height, int32_t depth, uint32_t flags);
 
 // Returns the argument if it is an array, otherwise throws TypeError.

@@ -124,7 +124,7 @@ py::array Deinterleave(const py::object& picture, const py::object& channel_arg,
   return plane;
 }
 
-// Throws ValueError unless the plane has the size and depth of the picture.
+// Checks that the plane has the size and depth of the picture; throws ValueError otherwise.
 void RequirePlane(const py::array& plane, const char* name, const Source& source) {
   const VX_World& world = *source.world();
   if (DepthOf(plane, name) != source.depth() || plane.ndim() != 2 ||

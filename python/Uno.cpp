@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // One-channel buffers as two-dimensional arrays. vx/uno.py passes contiguous arrays; arrays that
-// are written are its own copies.
+// are written are copies that it made.
 
 #include "VX/VX_UnoBuffer.h"
 
@@ -20,7 +20,7 @@ namespace vxpy {
 
 namespace {
 
-// A VX_UnoBuffer record that refers to the samples of an array. It keeps the array alive.
+// A VX_UnoBuffer that refers to the samples of an array. It keeps a reference to the array.
 class Plane {
  public:
   Plane(const py::array& array, const char* name) : record_(1, 1, 8) {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 // VX is a pixel-processing library for compositing and motion graphics. This header includes all
-// classic headers and describes the rules that apply to all calls.
+// headers of the C-style interface (VX_...) and describes the rules that apply to all calls.
 //
 // Worlds. A world is a rectangle of pixels with four channels in the order alpha, red, green, blue.
 // Alpha is straight: colour is not multiplied by alpha unless a name says so. Transparent pixels
@@ -16,6 +16,8 @@
 //
 // Rectangles. M_Rect is {top, left, bottom, right} in 16 bits, M_LRect is {left, top, right,
 // bottom} in 32 bits; right and bottom are exclusive. Unless stated otherwise, a null rectangle
+// means the whole world, and rectangles are clipped to the world.
+//
 // Birth and death. Call VX_CheckVersions, then VX_Birth once, then any operation, then VX_Death.
 // Operations do not check whether VX_Birth was called. The library uses services of a host (memory,
 // bitmaps, reports and others): link VX::Host for the embedded host, or define the functions of

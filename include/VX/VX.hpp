@@ -3,8 +3,8 @@
 #pragma once
 
 // VX for C++20: images that own their memory, views of any memory, operations with named options,
-// errors as exceptions. Header-only over the classic calls of include/VX; target VX::cpp and a
-// host, usually VX::Host. docs/cpp.md is the guide.
+// errors as exceptions. Header-only over the C-style interface (VX_...) of include/VX; target
+// VX::cpp and a host, usually VX::Host. docs/cpp.md is the guide.
 //
 //   const vx::Library library;
 //   vx::Image canvas(1920, 1080, 16), title(800, 200, 16);
@@ -20,7 +20,7 @@
 //   Arguments  The destination first, then the source, then an aggregate of options, each with a
 //              default. A source or destination is an Image, a View of any depth, or a VX_World.
 //              All pictures of a call have the same depth unless the function says otherwise.
-//   Results    Bit-identical to those of the classic call that the function names.
+//   Results    Bit-identical to those of the VX_... function that the comment names.
 //   Errors     Thrown as vx::Error. Arguments are checked before a destination is changed. After a
 //              stop by the progress function, or if memory runs out during a call, a part of the
 //              destination may be drawn.

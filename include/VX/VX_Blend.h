@@ -12,7 +12,8 @@
 // --- one pixel -----------------------------------------------------------------------------------
 
 // The routine of a mode for one pixel: blends `src` over `dst` in place. If `tables` is null, the
-// encoded values are blended, else linear light.
+// encoded channel values are blended; else they are converted to linear light, blended and
+// converted back.
 template <class Pixel>
 using VX_Xfer1Func = void (*)(const Pixel* src, const VX_LinearBlendingTables* tables, Pixel* dst);
 template <class Pixel>
@@ -66,8 +67,8 @@ struct VX_InnerBlendingFunc {
 template <class Pixel>
 using VX_MatteStage = VX_Err (*)(int32_t count, const Pixel* src, Pixel* dst);
 
-// Sets the alpha of each destination pixel to the union of the two alphas: d + s - d * s, with s
-// the source alpha times opacity times mask.
+// Sets the alpha of each destination pixel to d + s - d * s, the union of two alphas, with channels
+// as 0..1: d is the destination alpha and s is source alpha * opacity * mask alpha.
 template <class Pixel>
 using VX_AlphaUnionStage = VX_Err (*)(int32_t count, const Pixel* src, VX_ChannelOf<Pixel> opacity,
                                       const Pixel* mask, Pixel* dst);
@@ -97,8 +98,9 @@ struct VX_API VX_BlendModeDescriptor {
                          const VX_LinearBlendingTables* linear_tables);
 };
 
-// Runs the stages of one row: save alpha, matte or behind pass, scan, alpha union, unmatte, restore
-// alpha. `alpha_scratch` has `count` channels. Returns the first error of a stage.
+// Runs the stages of one row: save the destination's alpha, matte stage or behind pass, scan (the
+// row function of the mode), alpha union, unmatte stage, restore alpha. `alpha_scratch` has `count`
+// channels. Returns the first error of a stage.
 template <class Pixel>
 VX_API VX_Err VX_BlendPipeline(VX_ProgressInfo* progress, int32_t count,
                                const VX_BlendModeDescriptor<Pixel>* descriptor, const Pixel* src,

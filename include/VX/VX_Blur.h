@@ -27,7 +27,8 @@
 //              whichever is larger.
 //   Errors     Passes throw a VX_Err. Nothing is leaked.
 //                VX_ErrBadParameter  reported; different or unknown depths, a null world, a world
-//                                    without pixels, the same world twice, a radius that is
+//                                    without pixels, a destination with the pixels of the source
+//                                    except as described for force_copy, a radius that is
 //                                    negative, not finite or above VX_Blur_MaxRadius, iterations
 //                                    below 1 or beyond VX_Blur_MaxReach; the destination is
 //                                    unchanged
@@ -80,7 +81,8 @@ VX_API void VX_GaussianBlur1D(VX_ProgressInfo* progress, const VX_World* src, fl
                               VX_World* dst);
 
 // Box pass: the mean over 2 * radius + 1 pixels, repeated. If the radius has a fraction, the two
-// outermost pixels of the window count by that fraction. The time does not depend on the radius.
+// outermost pixels of the window are weighted by that fraction. The time does not depend on the
+// radius.
 //
 //   iterations  number of repetitions, 1 or more; iterations * ceil(radius) <= VX_Blur_MaxReach
 VX_API void VX_BoxBlur1D(VX_ProgressInfo* progress, const VX_World* src, float radius,
@@ -110,9 +112,8 @@ struct VX_BlurSpec {
 };
 
 // Blurs straight pixels over both axes, along the rows and then down the columns. Works in bands of
-// rows and allocates a premultiplied intermediate world of some megabytes, or of four times as many
-// rows as the vertical reach if that is more. Thread-safe if no other thread writes to the
-// worlds.
+// rows and allocates a premultiplied intermediate world of up to 16 MiB, or of four times as many
+// rows as the vertical reach if that is more. Thread-safe if no other thread writes to the worlds.
 //
 //   progress  called with increasing steps over both passes; may be null
 //   src       source world
@@ -122,8 +123,8 @@ struct VX_BlurSpec {
 //
 // Returns VX_Ok, or
 //   VX_ErrBadParameter  reported; a null argument, a world without pixels or of negative size,
-//                       different or unknown depths, the same pixels twice, or a value of the
-//                       record out of range; the destination is unchanged
+//                       different or unknown depths, a destination with the pixels of the source,
+//                       or a field of `spec` out of range; the destination is unchanged
 //   VX_ErrOutOfMemory   a part of the destination may be blurred already
 //   other               the code that the progress function returned; a part of the destination is
 //                       blurred
@@ -136,6 +137,6 @@ VX_API VX_Err VX_BlurWorld(VX_ProgressInfo* progress, const VX_LayerDef* src,
 //   reach_x  receives the pixels on the left and on the right
 //   reach_y  receives the pixels above and below
 //
-// Returns VX_Ok, or VX_ErrBadParameter, after a report, for a null argument or a value of the
-// record that is out of range. On error the results are unchanged.
+// Returns VX_Ok, or VX_ErrBadParameter, after a report, for a null argument or a field of `spec`
+// that is out of range. On error the results are unchanged.
 VX_API VX_Err VX_BlurReach(const VX_BlurSpec* spec, int32_t* reach_x, int32_t* reach_y);

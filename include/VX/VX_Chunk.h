@@ -12,7 +12,8 @@
 
 #include "VX/VX_Types.h"
 
-// Element types: four letters, the first in the most significant byte. Unknown types have one byte.
+// Element types: four letters, the first in the most significant byte. An element of an unknown
+// type has one byte.
 enum : uint32_t {
   VX_ChunkType_Float = 0x464C5434,       // "FLT4", 4 bytes
   VX_ChunkType_Double = 0x44424C38,      // "DBL8", 8
@@ -26,7 +27,8 @@ enum : uint32_t {
   VX_ChunkType_ThreeBytes = 0x52424720,  // "RBG " in that order, 3
 };
 
-// Describes a chunk. The record itself is in memory of the caller.
+// Describes a chunk. The caller provides the memory of this struct; the elements are in a handle of
+// the host.
 struct VX_ChannelChunk {
   uint32_t host_words[8];  // reserved for the host; the library changes them only by clearing them
                            // in VX_DisposeChunk
@@ -44,18 +46,18 @@ static_assert(sizeof(VX_ChannelChunk) == 72);
 // Creates a locked chunk with all values 0. The host words are unchanged.
 //   width, height, channels   above 0; a row has less than 2^31 bytes
 //   data_type                 VX_ChunkType_...
-// Returns VX_ErrOutOfMemory (the chunk then has no handle), or VX_ErrReported (the record is
+// Returns VX_ErrOutOfMemory (the chunk then has no handle), or VX_ErrReported (`chunk` is
 // unchanged).
 VX_API VX_Err VX_NewChunk(int32_t width, int32_t height, int32_t channels, uint32_t data_type,
                           VX_ChannelChunk* chunk);
 
-// Returns VX_ErrReported for a chunk without storage.
+// Locks a chunk. Returns VX_ErrReported for a chunk without storage.
 VX_API VX_Err VX_LockChunk(VX_ChannelChunk* chunk);
 
-// Returns VX_ErrReported for a chunk that is not locked.
+// Unlocks a chunk. Returns VX_ErrReported if it is not locked.
 VX_API VX_Err VX_UnlockChunk(VX_ChannelChunk* chunk);
 
-// Frees the storage, also while locked, and clears the record. Returns VX_ErrReported for null.
+// Frees the storage, also while locked, and clears all fields. Returns VX_ErrReported for null.
 VX_API VX_Err VX_DisposeChunk(VX_ChannelChunk* chunk);
 
 // Stores the size of one element in bytes. Returns VX_ErrReported for null.

@@ -15,9 +15,10 @@
 #include "VX/VX_Types.h"
 #include "host/COR.h"
 
-// Builds the tables for a profile. `linearize` contains the engine's conversion of the 256 greys to
-// the linear counterpart of the profile. `delinearize` contains the inverse conversion, made
-// monotonic, with 4097 entries. The exponents are those that the engine reports for this profile.
+// Builds the tables for a profile. `linearize` contains the engine's conversion of the 256 8-bit
+// greys to the linear counterpart of the profile. `delinearize` contains the inverse conversion,
+// made monotonic, with 4097 entries. The exponents are those that the engine reports for this
+// profile.
 VX_API boost::shared_ptr<VX_LinearBlendingTables> VX_MakeLinearizationTables(
     boost::shared_ptr<COR_QCE_Profile> profile);
 
@@ -41,7 +42,7 @@ class VX_API VX_ColorSettings {
   VX_ColorSettings& operator=(const VX_ColorSettings& other);
   ~VX_ColorSettings();
 
-  // Compares the two booleans, the profile objects and the pools.
+  // Compares linear blending, linearize, the profile objects and the pools.
   bool operator==(const VX_ColorSettings& other) const;
   bool operator!=(const VX_ColorSettings& other) const;
 
@@ -49,15 +50,16 @@ class VX_API VX_ColorSettings {
   // blending, linearize; false is less than true.
   int32_t GetSortOrder(const VX_ColorSettings& other) const;
 
-  // Throws QCE_UnknownID if the pool does not contain the ID, QCE_BadArgument if there is no pool.
-  // Returns null for the null ID.
+  // Returns the profile object; null for the null ID. Throws QCE_UnknownID if the pool does not
+  // contain the ID, QCE_BadArgument if there is no pool.
   boost::shared_ptr<COR_QCE_Profile> GetProfile() const;
 
-  // Stores the ID only and adds the profile to the pool. Throws QCE_BadArgument for null.
+  // Stores the ID of the profile, but not the object, and adds the profile to the pool. Throws
+  // QCE_BadArgument for null.
   void SetProfile(boost::shared_ptr<COR_QCE_Profile> profile);
 
   _t_QCE_ID GetProfileID() const;
-  // Discards the profile and the tables, also if the ID is the same.
+  // Sets the ID and discards the cached profile and tables, also if the ID is the same.
   void SetProfileID(const _t_QCE_ID& id);
 
   COR_QCE_ProfilePool* GetProfilePool() const;
@@ -81,7 +83,8 @@ class VX_API VX_ColorSettings {
   // Returns the exponent (encoded to linear) of the adjusted profile, or of sRGB if there is none.
   float GetCalGrayGamma() const;
 
-  // Returns true if a profile was ever resolved or set. Copies have the same value.
+  // Returns true if a profile was resolved from its ID or set on this object, or on the object from
+  // which it was copied.
   bool IsValid() const;
 
  private:

@@ -37,9 +37,9 @@ VX_API VX_Err VX_HLStoRGB_Straight(void* ref, const VX_Fixed hls[3], VX_Pixel8* 
 VX_API VX_Err VX_RGBtoYIQ_Straight(void* ref, const VX_Pixel8* rgb, VX_Fixed yiq[3]);
 VX_API VX_Err VX_YIQtoRGB_Straight(void* ref, const VX_Fixed yiq[3], VX_Pixel8* rgb);
 
-// Single attributes. Luminance is in channel units, see VX.h. Hue, lightness and saturation are H
-// (in degrees), L and S times full scale; a degree is thus 255 at 8 bits. All are computed from the
-// formulas, not from the fixed-point values.
+// Functions that return one attribute. Luminance is in channel units, see VX.h. Hue is H in degrees
+// times full scale: 1 degree is 255 at 8 bits. Lightness and saturation are L and S times full
+// scale. All are computed from the formulas, not from the fixed-point values.
 VX_API VX_Err VX_Luminance_Straight(void* ref, const VX_Pixel8* rgb, int32_t* out);
 VX_API VX_Err VX_Hue_Straight(void* ref, const VX_Pixel8* rgb, int32_t* out);
 VX_API VX_Err VX_Lightness_Straight(void* ref, const VX_Pixel8* rgb, int32_t* out);

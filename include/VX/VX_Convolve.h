@@ -5,7 +5,7 @@
 // Convolution of whole worlds with integer kernels, and Gaussian kernels.
 //
 // A kernel is an array of signed 32-bit weights in row order, top row first, not mirrored: the
-// first weight multiplies the pixel above and to the left. Its diameter is odd. A full kernel has
+// first weight multiplies the top left pixel of the window. Its diameter is odd. A full kernel has
 // diameter * diameter weights, a one-dimensional one has `diameter` weights. A kernel of the single
 // weight 256 reproduces the source.
 
@@ -19,8 +19,8 @@ enum : int32_t {
 };
 
 // The profile of the Gaussian kernels. `d` is the distance from the centre in units of the distance
-// at which the kernel ends. Returns 0 for d > 1, else 1 - (1 - exp(-2.378 d d)) 1.102. The value at
-// d = 1 is slightly above 0.
+// at which the kernel ends. Returns 0 for d > 1, else 1 - 1.102 * (1 - exp(-2.378 * d * d)). The
+// value at d = 1 is slightly above 0.
 VX_API double VXp_GaussianValue(double d);
 
 // Builds a kernel of diameter 2 * ceil(radius) + 1. A weight is 255 * VXp_GaussianValue(distance /
@@ -72,9 +72,9 @@ VX_API int64_t VX_GaussianKernelSize(double radius, int32_t flags);
 //                  some are read after they were written.
 //
 // Returns VX_Ok, or
-//   VX_ErrBadParameter  reported; a null world, pixels or kernel, different or unknown depths, the
-//                       same pixels twice, a size that is even or below 1; the destination is
-//                       unchanged
+//   VX_ErrBadParameter  reported; a null world, pixels or kernel, different or unknown depths, a
+//                       destination with the pixels of the source, a size that is even or below 1;
+//                       the destination is unchanged
 //   other               the code that the progress function returned; later rows are unchanged
 using VX_ConvolveFunc = VX_Err (*)(VX_ProgressInfo* progress, const VX_LayerDef* src,
                                    const M_Rect* rect, int32_t flags, int32_t kernel_size,

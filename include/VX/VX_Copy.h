@@ -4,18 +4,21 @@
 
 // Copies a rectangle of one world to a rectangle of another, scaled if their sizes differ.
 //
-// Rules of all calls
+// Rules of all calls. In them, sw is the width of the source rectangle and dw the width of the
+// destination rectangle, both before clipping; heights are treated in the same way.
 //
 //   ref         Ignored.
 //   Rectangles  Null is the whole world. A rectangle that is empty, inverted (right before left,
 //               bottom above top) or completely outside its world copies nothing and returns VX_Ok.
 //   Equal size  Pixels are copied unchanged. Both rectangles are clipped without shifting the
 //               picture.
-//   Scaling     If c pixels of the destination rectangle are clipped, c * sw / dw pixels of the
-//               source rectangle are clipped too; the step stays that of the unclipped rectangles.
-//               A destination pixel is not written if its source pixel is outside the source world.
-//   Draft       Takes the source pixel at the integer part of left + i * sw / dw, in 16.16 fixed
-//               point. The depths may differ; channels are converted as described in VX.h.
+//   Scaling     If c columns of the destination rectangle are clipped, c * sw / dw columns of the
+//               source rectangle are clipped too. Consecutive destination pixels are sw / dw source
+//               pixels apart, also after clipping. A destination pixel is not written if its source
+//               pixel is outside the source world.
+//   Draft       Copies the source pixel at the integer part of left + i * sw / dw, in 16.16 fixed
+//               point, to the destination column i. The depths may differ; channels are converted
+//               as described in VX.h.
 //   High        Samples at the centre of the destination pixel: bilinear, or the average of the
 //               covered area if a side is reduced (VX_Sampling.h). Samples at the border of the
 //               source rectangle include pixels outside the rectangle; outside the source world
@@ -93,7 +96,7 @@ VX_API VX_Err VX_WorldCopy_HQ_Premul(void* ref, BM_World** src, BM_World** dst,
 
 // Stores a description of the bitmap as a world. All fields are cleared first; world_object stays
 // null, bm_world becomes the handle of the bitmap. Returns VX_ErrBadParameter with a report for
-// other bitmaps than those above.
+// other numbers of bits per pixel.
 VX_API VX_Err VX_EffectWorldFromBMWorld(BM_World** bitmap, VX_LayerDef* out);
 
 // --- copy with a lookup --------------------------------------------------------------------------
@@ -105,7 +108,7 @@ VX_API VX_Err VX_EffectWorldFromBMWorld(BM_World** bitmap, VX_LayerDef* out);
 //                  scale 0..1, in single precision, clamped. If low equals high, values below it
 //                  become 0, others full scale.
 //   invert_alpha   true: alpha is inverted after the lookup
-//   rect           in the source; clipped on both sides
+//   rect           in the source; clipped to the source, and its copy to the destination
 // Returns VX_ErrBadParameter with a report.
 VX_API VX_Err VX_SpecialCasePixelBlit(const VX_World* src, const M_LPoint& at, bool lookup,
                                       bool invert_alpha, const VX_PixelFloat& low,

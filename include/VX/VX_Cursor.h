@@ -20,5 +20,6 @@ using VX_OffscreenCursorHandler = boost::function<VX_Err(void* port, M_LPoint* m
 VX_API VX_Err VX_RegisterOffsreenCURMOUSEHandler(void* port,
                                                  const VX_OffscreenCursorHandler& handler);
 
-// Returns VX_ErrBadParameter if the port has no handler, or before VX_Birth.
+// Removes the handler of a port. Returns VX_ErrBadParameter if the port has no handler, or before
+// VX_Birth.
 VX_API VX_Err VX_UnRegisterOffsreenCURMOUSEHandler(void* port);

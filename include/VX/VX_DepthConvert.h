@@ -8,13 +8,15 @@
 
 // Copies a rectangle of the source; all four channels are converted in the same way.
 //   progress   may be null; polled once per row with the rows done and the number of rows
-//   rect       in the source; null is all of it; clipped on both sides
+//   rect       in the source; null is all of it; clipped to the source and to the destination
 //   dither     not 0: for 8-bit destinations, noise is added in place of the rounding constant
 //   h, v       destination column and row of the top left corner of the rectangle
 //
 //   conversion         rule
 //   8 to 16 bits       (c * 32768 + 128) / 255
 //   16 to 8 bits       (c * 255 + 16384) >> 15
+//   8 bits to float    c * (float nearest to 1/255)
+//   16 bits to float   c / 32768
 //   float to integer   clamped; c * scale + 0.5 in double, truncated
 //
 // Returns VX_ErrBadParameter or the result of the progress function.

@@ -37,7 +37,8 @@ VX_API VX_Err VX_NewEffectWorldFlags(void* ref, int32_t width, int32_t height, u
 VX_API VX_Err VX_DisposeEffectWorld(void* ref, VX_LayerDef* world);
 
 // Stores null in `first` and `second`, because this platform has no native drawing objects for a
-// world. Returns VX_ErrReported for a null argument or a world with neither of the two stamps.
+// world. Returns VX_ErrReported for a null argument, and for a world whose effect_world_stamp is
+// neither VX_EffectWorldStamp nor VX_ForeignWorldStamp.
 VX_API VX_Err VX_GetPlatformRefs(void* ref, const VX_LayerDef* world, void** first, void** second);
 
 // --- pixels --------------------------------------------------------------------------------------

@@ -5,7 +5,7 @@
 // Fills a rectangle of a world with one colour.
 //
 //   ref     ignored
-//   color   all channels are stored, without blending; null is zero
+//   color   all channels are stored, without blending; null stores 0 in all channels
 //   area    null is the whole world; edges in reverse order are exchanged; then clipped to the
 //           world
 // Return VX_ErrBadParameter for a world without pixels (with a report) or of unknown depth.

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Masks: multiply a world's alpha by a buffer, mix one channel with a constant, convert between
-// worlds and buffers. See VX_Transfer.h for VX_PrepTrackMatteUniv.
+// Masks: multiply a world's alpha by a one-channel buffer, mix one channel with a constant, convert
+// between worlds and one-channel buffers. See VX_Transfer.h for VX_PrepTrackMatteUniv.
 
 #include "VX/VX_Transfer.h"
 #include "VX/VX_UnoBuffer.h"
@@ -12,18 +12,22 @@
 // unchanged.
 //   progress   may be null
 //   h, v       position of the buffer's top left corner in the world
-//   rect       in the world; null is all of it. The area is its intersection with both buffers.
+//   rect       in the world; null is all of it. The area is the part of `rect` that is inside the
+//              world and both buffers.
 //   buffer     weights, converted to the depth of the world: 0 gives alpha 0, full scale leaves
 //              alpha unchanged. If the depths differ, samples above full scale are clamped.
-//   second     another buffer, or null. Only its size is used: it limits the area.
-// Returns VX_ErrBadParameter for a null or unknown world, an error of an invalid buffer (see
-// VX_UnoBuffer.h), or the result of the progress function; rows done before remain merged.
+//   second     another buffer at the same position, or null. Only its size is used: it limits the
+//              area.
+// Returns VX_ErrBadParameter for a null world, for one that is not an 8-bit, 16-bit or float
+// VX_World with pixels, and for an invalid buffer (see VX_UnoBuffer.h). Otherwise returns the
+// result of the progress function; if that stops the call, the rows already processed stay changed.
 VX_API VX_Err VX_MergeMaskAlpha(VX_ProgressInfo* progress, int16_t h, int16_t v, const M_Rect* rect,
                                 const VX_UnoBuffer* buffer, const VX_UnoBuffer* second,
                                 VX_World* world);
 
-// Mixes the first channel of `count` pixels with `target`, with the weight values[i] times opacity.
-// A count below 1 does nothing. Instantiated for VX_Pixel8, VX_Pixel16 and VX_PixelFloat.
+// Changes the first channel c (alpha) of `count` pixels to c + (target - c) * values[i] * opacity,
+// with values and opacity as 0..1 of full scale. A count below 1 does nothing. Instantiated for
+// VX_Pixel8, VX_Pixel16 and VX_PixelFloat.
 template <class Pixel, class Channel>
 VX_API void VX_BlendSingleChannel(int32_t count, Channel opacity, Channel target,
                                   const Channel* values, Pixel* row);

@@ -5,9 +5,9 @@
 // The table of replaceable routines.
 //
 // VX_Birth fills the table. If a slot has several variants, it chooses one by the host's processor
-// record. Before work begins, an acceleration module or VX_SetOverrideFunc may store another
-// routine of the same signature in a slot; the exported calls then call that routine. The table is
-// read without a lock.
+// record (U_G_CPU_DataP). Before work begins, an acceleration module or VX_SetOverrideFunc may
+// store another routine of the same signature in a slot; the exported calls then call that routine.
+// The table is read without a lock.
 //
 // Before VX_Birth all slots are null, and a call through a null slot crashes. After VX_Birth every
 // slot that has a routine in VX_OverrideSlots.def is set; numbers without a routine stay null.
@@ -46,15 +46,16 @@ using VX_PremulFunc = VX_Err (*)(void* ref, int32_t forward, const M_Rect* area,
                                  VX_LayerDef* world);
 using VX_DepthConvertFunc = decltype(&VX_DepthConvertWorld);
 
-// Blurs one line of one channel in place. Only positions `start` to `end` - 1 are recomputed.
-// `scratch` has room for the line and the window on both sides of it.
+// Blurs the positions `start` to `end` - 1 of one line of one channel in place, see the scans in
+// VX_UnoBuffer.h. Some samples on both sides of this part may change too. `scratch` has
+// VX_UnoScanScratch(length, radius) elements.
 template <class Channel>
 using VX_BlurScanFunc = VX_Err (*)(int32_t kind, int32_t length, int32_t start, int32_t end,
                                    VX_Fixed radius, Channel* scratch, Channel* line);
 
 // Operations on rows of one-channel buffers, see VX_UnoBuffer.h. Rows may start at any byte. Depths
-// are 8, 16 or 32. Gains have the scale of the source's depth. Opacities are at most full scale. A
-// null mask means full scale everywhere.
+// are 8, 16 or 32. Gains are integers: a gain of 1 is 255 for 8-bit sources, else 32768. Opacities
+// are at most full scale. A null mask means full scale everywhere.
 template <class Channel>
 using VX_UnoTransferFunc = VX_Err (*)(int32_t count, const Channel* src, const Channel* mask,
                                       Channel* dst);
@@ -66,7 +67,7 @@ using VX_UnoAccumulateFunc = VX_Err (*)(int32_t count, int32_t mode, int32_t src
                                         const void* src, int32_t gain_src, int32_t gain_dst,
                                         int32_t dst_depth, void* dst);
 
-// Merges a row of mask samples into the alpha of a row of pixels.
+// Multiplies the alpha of each pixel of a row by its mask sample.
 template <class Channel>
 using VX_MergeMask8Func = VX_Err (*)(int32_t count, const Channel* mask, VX_Pixel8* row);
 template <class Pixel>
@@ -130,5 +131,5 @@ struct VX_SlotDescription {
 };
 
 // Describes a slot. The strings are constant. Returns VX_Ok, or VX_ErrBadParameter for a number
-// outside 0..117 or a null record.
+// outside 0..117 or a null `out`.
 VX_API VX_Err VX_DescribeSlot(int32_t slot, VX_SlotDescription* out);

@@ -14,8 +14,8 @@
 
 inline constexpr int32_t VX_PKG_VERSION = 17;
 
-// Returns VX_ErrVersion, with a report under `report_code`, if caller_version is not the version of
-// this library. The first call also checks the versions of the host's packages.
+// Returns VX_ErrVersion, after a report with the code `report_code`, if caller_version is not the
+// version of this library. The first call also checks the versions of the host's packages.
 VX_API VX_Err VX_CheckVersions(uint32_t report_code, int32_t caller_version);
 
 // Returns the version of the library in the high 16 bits: 0x00110000.

@@ -3,7 +3,7 @@
 #pragma once
 
 // Samplers: functions that read a world at a fractional position. This header declares their
-// argument record, their signatures and the built-in samplers.
+// argument struct (VX_SampPB), their signatures and the built-in samplers.
 //
 // Positions are in 16.16 fixed point; pixel centres are at whole numbers. For clipped samplers,
 // pixels outside the world are transparent black. For all others the caller guarantees that no
@@ -13,7 +13,7 @@
 
 #include "VX/VX_Types.h"
 
-// The arguments of a sampler besides the position. Clear the whole record, then set the named
+// The arguments of a sampler besides the position. Clear the whole struct, then set the named
 // fields.
 struct VX_SampPB {
   VX_Fixed x_radius;  // half width of the footprint in source pixels
@@ -133,8 +133,9 @@ VX_API VX_SampleAllInCall<VX_Pixel8> VX_SubpixelSamplePlus_Straight;
 VX_API VX_SampleAllInCall<VX_Pixel16> VX_SubpixelSamplePlus_Straight16;
 VX_API VX_SampleAllInCall<VX_PixelFloat> VX_SubpixelSpanSampleAllInCPlusPlusFloat;
 
-// Bilinear, unclipped. If the host's processor record reports SSE2, the slot of
-// VX_SubpixelSampleNoClip_Straight holds the ..._SSE2 function, whose results differ in rounding.
+// Bilinear, unclipped. If the host reports SSE2 (see host/U.h), the library's override table
+// (VXp_G_OverFuncs) contains the ..._SSE2 function in place of VX_SubpixelSampleNoClip_Straight.
+// Its results are rounded differently.
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight;
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight_SSE2;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSampleNoClip_Straight16;

@@ -26,7 +26,8 @@ struct VX_CompositeMode {
 };
 static_assert(sizeof(VX_CompositeMode) == 12);
 
-// Parameters of a mode, current form. The transfer functions read opacityF.
+// Parameters of a mode; supersedes VX_CompositeMode. The transfer functions read opacityF, not
+// opacity and opacity16.
 struct VX_CompositeModePlus {
   int32_t mode;
   int32_t seed;
@@ -49,8 +50,9 @@ struct VX_CompositeModePlus {
         tables(linear_tables),
         opacityF(opacity_0_to_1) {}
 
-  // Uses opacity16 if it agrees with opacity to within 1/255, else opacity, because some callers
-  // leave opacity16 uninitialised. `tables` remains uninitialised.
+  // Sets opacityF from opacity16 / 32768 if it differs from opacity / 255 by less than 1/255, else
+  // from opacity / 255, because some callers leave opacity16 uninitialised. opacity, opacity16 and
+  // `tables` of this object remain uninitialised.
   VX_API explicit VX_CompositeModePlus(const VX_CompositeMode& older);
 };
 static_assert(sizeof(VX_CompositeModePlus) == 32);

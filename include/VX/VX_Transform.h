@@ -21,7 +21,7 @@
 // No pixel outside the area is drawn. Dissolve counts its rows from the top of the area. Modes that
 // write transparent pixels write them within the area.
 //
-// Quality. Draft takes the nearest pixel. High is bilinear, or, if the source is reduced, the
+// Quality. Draft uses the nearest pixel. High is bilinear, or, if the source is reduced, the
 // average over the footprint of each pixel. A pure translation is drawn like VX_TransferRect, moved
 // by (t + 32768) >> 16 pixels, with t in 65536ths; in high quality this applies only to
 // translations by whole pixels.
@@ -47,7 +47,8 @@ VX_API void VX_DisposeMotionBlurScratch(void* (&blocks)[7]);
 
 // Draws `src` through one matrix, or with motion blur through several.
 //
-//   progress      may be null; called with the rows done and all rows, every few rows
+//   progress      may be null; called every few rows with the number of rows done and the number of
+//                 all rows
 //   quality       0 draft, 1 high
 //   flags         not read
 //   field         VX_Field_...; rows that are not drawn still count in the seed of dissolve
@@ -135,7 +136,7 @@ VX_API VX_Err VX_TransformMotion(VX_ProgressInfo* progress, int32_t quality, int
 // A transform as scale, skew, rotation and translation, applied in this order. The anchor is the
 // point of the source that scale, skew and rotation do not move.
 struct VX_TransformParts {
-  // In pixels of the source; ((w - 1) / 2, (h - 1) / 2) is the middle.
+  // The anchor in pixels of the source; ((w - 1) / 2, (h - 1) / 2) is the middle of w x h pixels.
   double anchor_x = 0, anchor_y = 0;
   double scale_x = 1, scale_y = 1;
   double skew_x = 0, skew_y = 0;            // tangents: skew_x * y is added to x, skew_y * x to y

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Pixels, the image descriptor, and records used by all calls.
+// Pixels, the image descriptor, and structs that all calls use.
 
 #include <cstddef>
 #include <cstdint>
@@ -68,9 +68,9 @@ enum : VX_PixelFormat {
 
 // --- the image descriptor ------------------------------------------------------------------------
 
-// The image descriptor that plug-ins hold and fill, also called VX_EffectWorld. The order of the
-// fields is part of the interface. If world_object is null, bits 24..31 of world_flags contain the
-// depth code: 0, 1, 2 for 8, 16, 32 bits per channel. Else the object defines the depth.
+// The image descriptor that plug-ins fill in, also called VX_EffectWorld. The order of the fields
+// is part of the interface. If world_object is null, bits 24..31 of world_flags contain the depth
+// code: 0, 1, 2 for 8, 16, 32 bits per channel. If it is not null, that object defines the depth.
 struct VX_LayerDef {
   uint32_t reserved_0;
   uint32_t reserved_1;
@@ -107,8 +107,8 @@ static_assert(sizeof(M_Rect) == 8 && sizeof(M_LRect) == 16);
 // Returns VX_Ok to continue or VX_ErrStopped to stop.
 using VX_ProgressFunc = VX_Err (*)(void* refcon, int32_t step, int32_t final_step);
 
-// The progress record of a caller. The library reads only progress_func and refcon; their offsets
-// are fixed.
+// A caller's progress function and its context. The library reads only progress_func and
+// progress_refcon; their offsets are fixed.
 struct VX_ProgressInfo {
   uint32_t host_words_0[4];
   VX_ProgressFunc progress_func;
@@ -121,8 +121,9 @@ static_assert(offsetof(VX_ProgressInfo, progress_refcon) == 96);
 
 // --- depth ---------------------------------------------------------------------------------------
 
-// Returns 8, 16 or 32. An unknown depth code is reported ("Unknown pixel format") and treated as
-// 8-bit. If there is a world object, returns its depth.
+// Returns the depth of a world: 8, 16 or 32. If there is a world object, it is the depth of the
+// object, else that of the depth code. An unknown depth code is reported ("Unknown pixel format")
+// and treated as 8-bit.
 VX_API int32_t VXp_WorldDepth(const VX_LayerDef* world);
 
 // Stores the result of VXp_WorldDepth. Returns VX_Ok.

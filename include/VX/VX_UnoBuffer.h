@@ -26,8 +26,8 @@
 
 inline constexpr uint32_t VX_UnoBuffer_Magic = 0xFEEDABBA;
 
-// A record that VX_NewUnoBuffer created is freed with VX_DisposeUnoBuffer. An object that the
-// constructor created has its samples freed by its destructor.
+// A buffer that VX_NewUnoBuffer created is freed with VX_DisposeUnoBuffer. The destructor frees the
+// samples of an object that the constructor created.
 struct VX_API VX_UnoBuffer {
   uint32_t magic;    // VX_UnoBuffer_Magic
   int32_t width;     // samples per row
@@ -37,8 +37,8 @@ struct VX_API VX_UnoBuffer {
   int32_t depth;     // bits per sample: 8, 16 or 32. The calls that create a buffer also accept the
                      // older codes 1 (8 bits) and 0 (16 bits).
 
-  // Samples are not cleared. Throws VX_ErrBadParameter for a size below 1, for a size whose bytes
-  // do not fit 31 bits, and for an unknown depth; or VX_ErrOutOfMemory.
+  // Allocates the samples and does not clear them. Throws VX_ErrBadParameter for a size below 1,
+  // for a size whose bytes do not fit 31 bits, and for an unknown depth; or VX_ErrOutOfMemory.
   VX_UnoBuffer(int32_t width, int32_t height, int32_t depth);
   ~VX_UnoBuffer();
   VX_UnoBuffer(const VX_UnoBuffer&) = delete;
@@ -58,7 +58,8 @@ VX_API VX_Err VX_NewDeepUnoBuffer(int32_t width, int32_t height, VX_UnoBuffer** 
 VX_API VX_Err VX_NewUnoBufferOfDepth(int32_t width, int32_t height, int32_t depth,
                                      VX_UnoBuffer** out);
 
-// Frees samples and record; null is accepted. A record without samples is reported and freed.
+// Frees the samples and the struct; null is accepted. If a buffer has no samples, this is reported,
+// and the struct is freed.
 VX_API VX_Err VX_DisposeUnoBuffer(VX_UnoBuffer* buffer);
 
 // --- all samples ---------------------------------------------------------------------------------
@@ -73,17 +74,17 @@ VX_API VX_Err VX_FillFloatUnoBuffer(float value, VX_UnoBuffer* buffer);
 // as 1. The opacity is first rounded to the scale of the depth.
 VX_API VX_Err VX_FadeUnoBuffer(double opacity, VX_UnoBuffer* buffer);
 
-// Replaces each sample v by full scale - v; 16-bit samples above full scale become 0. The second
-// form then multiplies by an opacity in 16.16. `ref` is ignored.
+// Replaces each sample v by full scale - v; 16-bit samples above full scale become 0.
+// VX_InvertAndFadeUnoBuffer then multiplies by an opacity in 16.16. `ref` is ignored.
 VX_API VX_Err VX_InvertUnoBuffer(void* ref, VX_UnoBuffer* buffer);
 VX_API VX_Err VX_InvertAndFadeUnoBuffer(void* ref, VX_Fixed opacity, VX_UnoBuffer* buffer);
 
 // --- from one buffer to another ------------------------------------------------------------------
 
 // Converts the samples of `rect` (null: all) to the depth of `dst` and stores them at the same
-// positions. The rounding is that of pixel channels. If `flag` is not 0, the result is inverted.
-// The area is clipped to both buffers. If the depths differ, samples above full scale are treated
-// as full scale.
+// positions. The conversions are those of pixel channels, see VX.h. If `flag` is not 0, the result
+// is inverted. The area is clipped to both buffers. If the depths differ, samples above full scale
+// are treated as full scale.
 VX_API VX_Err VX_ConvertDeepUnoBuffer(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                       const M_Rect* rect, int16_t flag, VX_UnoBuffer* dst);
 
@@ -114,11 +115,11 @@ enum : int32_t {
 //   same depth         the maximum of a result is full scale
 //   8 bits to 16 bits  samples are used without conversion; the maximum is 65535
 //
-// Unknown modes return VX_ErrBadParameter. The second form first multiplies source and destination
-// by gains of 0..32767, where 1 changes nothing; other gains return VX_ErrBadParameter. Gains are
-// rounded to 1/255 for an 8-bit source, else to 1/32768. Integer products are divided by that scale
-// and rounded to nearest; at scale 32768 halves are rounded down. The products are not clamped.
-// Small areas are processed by the calling thread only.
+// Unknown modes return VX_ErrBadParameter. The overload with gains first multiplies source and
+// destination by gains of 0..32767, where 1 changes nothing; other gains return VX_ErrBadParameter.
+// Gains are rounded to 1/255 for an 8-bit source, else to 1/32768. Integer products are divided by
+// that scale and rounded to nearest; at scale 32768 halves are rounded down. The products are not
+// clamped. Small areas are processed by the calling thread only.
 VX_API VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                       int32_t mode, const M_Rect* rect, const M_Point* point,
                                       VX_UnoBuffer* dst);
@@ -130,11 +131,11 @@ VX_API VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuf
 
 // A scan blurs the samples `start` to `end` - 1 of one line in place. Depending on the window, some
 // samples on both sides of that part change too. `radius` is in pixels as 16.16; if it is 0 or
-// less, the line is not changed. `scratch` must have room for VX_UnoScanScratch samples. Returns
-// VX_Ok; VX_ErrBadParameter, after a report, for null or for a part that is not inside the line;
-// VX_ErrOutOfMemory.
+// less, the line is not changed. `scratch` must have VX_UnoScanScratch(length, radius) elements.
+// Returns VX_Ok; VX_ErrBadParameter, after a report, for null or for a part that is not inside the
+// line; VX_ErrOutOfMemory.
 enum : int32_t {
-  // In box scans. Three boxes are used for radii above about 2.7.
+  // Kinds of box scans. Three boxes are used for radii above about 2.7 pixels.
   VX_UnoScan_OneBox = 0,    // one wide box whose outermost samples have a fractional weight
   VX_UnoScan_Gaussian = 1,  // three boxes, or a Gaussian for smaller radii
   VX_UnoScan_Soft = 2       // three boxes, or one plain box for smaller radii; also unknown kinds
@@ -146,9 +147,9 @@ VX_API VX_Err VX_BoxBlurDeepUnoScan(int32_t kind, int32_t length, int32_t start,
 VX_API VX_Err VX_BoxBlurFloatUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                                      VX_Fixed radius, float* scratch, float* line);
 
-// Gaussian scans. Kind 1 uses a Gaussian kernel, any other kind a plain box. The kernel of the last
-// radius is cached for the process, without a lock: Gaussian scans of different radii must not run
-// at the same time.
+// Gaussian scans. Kind VX_UnoScan_Gaussian uses a Gaussian kernel, any other kind a plain box. The
+// kernel of the last radius is cached for the process, without a lock: Gaussian scans of different
+// radii must not run at the same time.
 VX_API VX_Err VX_GBlurUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,
                               VX_Fixed radius, uint8_t* scratch, uint8_t* line);
 VX_API VX_Err VX_GBlurDeepUnoScan(int32_t kind, int32_t length, int32_t start, int32_t end,

@@ -4,13 +4,12 @@
 
 // Image buffers as objects.
 //
-// Ownership: a world owns its pixels (a frame of the host's allocator, or a host bitmap) or refers
-// to pixels of another owner. Worlds are destroyed with `delete`.
+// Ownership: a world owns its pixels (a frame, which is a memory block of BM_AllocateFrameQuiet, or
+// a host bitmap) or refers to pixels of another owner. Worlds are destroyed with `delete`.
 // Sizes: 1..30,000 on each axis for created worlds. The depth is 8, 16 or 32 bits per channel.
 // Errors: thrown as VX_Err by value. New and NewReference return null if the object itself cannot
 // be allocated.
 // Threads: different worlds may be used on different threads.
-// different worlds may be used on different threads.
 
 #include "VX/VX_Types.h"
 #include "host/U.h"
@@ -29,7 +28,7 @@ class VX_API VX_PixelContainerBase : public U_MemTrackedObject {
  public:
   virtual ~VX_PixelContainerBase() = default;
 
-  // Returns 8, 16 or 32 in the low 16 bits.
+  // Returns the depth, 8, 16 or 32, in the low 16 bits. The high 16 bits are undefined.
   virtual int32_t Depth() const = 0;
 
   // Returns the number of bytes per pixel.
@@ -63,15 +62,16 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   // Sets alpha to full scale - alpha.
   virtual void InvertAlpha() = 0;
 
-  // Multiply colour by alpha in place, or divide it by alpha, against black or against a matte
-  // colour. Throw the error of the operation; for float worlds VX_ErrBadParameter.
+  // Premultiply multiplies colour by alpha in place, Unmultiply divides it by alpha. PremulColor
+  // composites the colours onto a matte colour m, c' = c * a + m * (1 - a), and UnmulColor computes
+  // the inverse. They throw the error of the operation; for float worlds VX_ErrBadParameter.
   virtual void Premultiply() = 0;
   virtual void Unmultiply() = 0;
   virtual void PremulColor(const VX_Pixel16& color) = 0;
   virtual void UnmulColor(const VX_Pixel16& color) = 0;
 
-  // Copies `rect` of the source to column h, row v of this world. The rectangle is clipped on both
-  // sides without shifting the picture. Throws VX_ErrBadParameter if the depths differ. Rows are
+  // Copies `rect` of the source to column h, row v of this world. The rectangle is clipped to both
+  // worlds without shifting the picture. Throws VX_ErrBadParameter if the depths differ. Rows are
   // copied from top to bottom: within one world, copying downwards gives wrong results.
   virtual void CopyRect(const VX_World* source, const M_Rect& rect, int16_t h, int16_t v) = 0;
 
@@ -90,7 +90,8 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   // --- creation ---
 
   static VX_World* New(int32_t width, int32_t height, int16_t depth, uint32_t flags);
-  // Stores the rectangle's left and top in origin_x and origin_y.
+  // Creates a world of the size of the rectangle, whose left and top are stored in origin_x and
+  // origin_y.
   static VX_World* New(const M_LRect& rect, int16_t depth, uint32_t flags);
   // Creates a world of the width, height and depth of `model`.
   static VX_World* NewMatchingWorld(const VX_World* model, uint32_t flags);
@@ -110,10 +111,12 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   void ReReference(VX_World* parent, const M_LRect& rect);
   void ReReference(VX_World* parent, const M_Rect& rect);
 
-  // Reduces this world to a part of itself. Not allowed for worlds with a host bitmap.
+  // Reduces this world to a part of itself. Throws a VX_Err for a part that is not inside this
+  // world, and for worlds with a host bitmap.
   void ShrinkToSubRect(const M_Rect& rect);
 
-  // Returns true if this is a reference and its address is within the memory of the other world.
+  // Returns true if this world is a reference whose first pixel is inside the memory of the other
+  // world, and both have the same depth and rowbytes.
   bool RefersTo(const VX_World* other) const;
 
   // Copies the whole source to (0, 0).
@@ -123,7 +126,7 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   void FillOutEffectWorld(VX_LayerDef* out);
 
   bool HasBMWorld() const { return bm_world != nullptr; }
-  // Throws VX_ErrNoBMWorld if the world has no bitmap.
+  // Returns the bitmap of the world. Throws VX_ErrNoBMWorld if there is none.
   BM_World** GetBMWorld() const;
 
  protected:

@@ -18,8 +18,7 @@
 //   Depth     Samples of up to 8 bits become 8-bit worlds, deeper samples 16-bit worlds. YUV is
 //             converted to any depth in one step, rounded to nearest; values outside 0..1 are kept
 //             in float worlds and clipped otherwise. A sample v of n bits of RGB or grey has the
-//             value
-//             v / (2^n - 1) and is converted to other depths like samples of pictures.
+//             value v / (2^n - 1) and is converted to other depths like samples of pictures.
 //   Alpha     Read if the pixel format has it, as straight alpha, because no supported format
 //             declares whether colours are multiplied by alpha.
 //   Upright   Quarter turns and reflections in the display matrix are applied; other matrices are

@@ -23,10 +23,10 @@ struct VXIO_Comparison {
   int32_t x = -1, y = -1;  // first pixel with the largest difference; -1 if equal
 };
 
-// Throws std::invalid_argument unless both worlds have the same size and depth.
+// Compares two worlds. Throws std::invalid_argument unless both have the same size and depth.
 VXIO_API VXIO_Comparison VXIO_Compare(const VX_LayerDef& a, const VX_LayerDef& b);
 
-// Returns an opaque picture of the absolute differences, of the same size and depth. Each colour
-// channel is the larger of its own difference and the difference of alpha. Throws like
-// VXIO_Compare.
+// Returns an opaque picture of the absolute differences, of the same size and depth. Each of red,
+// green and blue is the larger of the difference of that channel and the difference of alpha.
+// Throws like VXIO_Compare.
 VXIO_API VXIO_WorldPtr VXIO_DifferencePicture(const VX_LayerDef& a, const VX_LayerDef& b);

@@ -17,7 +17,7 @@
 //                                            to the file   (v * 65535 + 16384) >> 15
 //             half, float, others   float    none
 //             Samples of 10, 12 and 14 bits are preserved exactly, 16-bit samples to within 1. A
-//             16-bit file is converted to and from float worlds without the 16-bit step.
+//             16-bit file is converted to and from float worlds directly, not through 0..32768.
 //   Size      1..30,000 pixels on each axis, checked before memory is allocated.
 //   Upright   The orientation tag of a camera is applied on reading and then removed.
 //   Errors    Thrown as VXIO_Error with one line of text: the file, and how to correct the problem.
@@ -84,9 +84,9 @@ VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
 // libraries that read clips.
 VXIO_API std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries();
 
-// Returns true if the file contains a picture, false if it contains a clip. Decided by the first
-// bytes; if these match neither, by the file name. Throws VXIO_Error (Input) if the file is
-// missing, empty or not a regular file.
+// Returns true if the file contains a picture, false if it contains a clip. The first bytes of the
+// file decide; if they match no known format, the file name does. Throws VXIO_Error (Input) if the
+// file is missing, empty or not a regular file.
 VXIO_API bool VXIO_IsPicture(const std::string& path);
 
 // --- reading -------------------------------------------------------------------------------------

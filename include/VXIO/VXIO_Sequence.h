@@ -25,8 +25,8 @@ class VXIO_API VXIO_FramePattern {
   // Returns true if a name contains one placeholder or more. The constructor accepts exactly one.
   static bool IsPattern(const std::string& name);
 
-  // Throws std::invalid_argument, with one line that names the pattern, for no or several
-  // placeholders, for more than 15 digits, or for a % form that pads with blanks.
+  // Parses a pattern. Throws std::invalid_argument, with one line that names the pattern, for no or
+  // several placeholders, for more than 15 digits, or for a % form that pads with blanks.
   explicit VXIO_FramePattern(const std::string& name);
 
   std::string Name(int64_t frame) const;
@@ -50,9 +50,9 @@ class VXIO_API VXIO_FramePattern {
 };
 
 // Parses frame numbers like "1-10,20-40x2,55": single frames, ranges, and ranges with a step after
-// "x" or ":". A range whose end is below its start is descending. The order is kept. A repeated
-// number is listed once, at its first position. Throws std::invalid_argument, with one line of
-// text, for any other text and for more than VXIO_MostFrames frames.
+// "x" or ":". A range whose end is below its start is descending. The order of the text is
+// preserved. A repeated number is listed once, at its first position. Throws std::invalid_argument,
+// with one line of text, for any other text and for more than VXIO_MostFrames frames.
 VXIO_API std::vector<int64_t> VXIO_ParseFrames(const std::string& text);
 
 // Formats frame numbers, consecutive ones as ranges: "1-3,7". At most `most` ranges are listed,

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// BM: the host's bitmaps, and the frames that hold the pixels of worlds.
+// BM: the host's bitmaps, and frames, which are memory blocks for the pixels of worlds.
 //
 // Threads: bitmaps and frames may be created and freed on any thread. One bitmap must not be
 // locked, unlocked or disposed on several threads at once.
@@ -39,8 +39,8 @@ struct BM_World {
 //          memory
 VXHOST_API void BM_AllocateFrameQuiet(uint64_t size, int32_t zero, void** out);
 
-// Frees a frame of BM_AllocateFrameQuiet. `size` is a hint only; hosts must not rely on it. Null is
-// ignored.
+// Frees a frame that BM_AllocateFrameQuiet allocated. `size` is a hint only; hosts must not rely on
+// it. Null is ignored.
 VXHOST_API void BM_FreeFrame(void* frame, uint64_t size);
 
 // Reports to the user that the pixels of a world with these properties could not be allocated.

@@ -117,8 +117,8 @@ VXHOST_API QCE_Status COR_QCE_GetLinearRGBProfile(const COR_QCE_ProfilePtr& prof
 
 // ---- Pools --------------------------------------------------------------------------------------
 
-// A pool maps identifiers to profiles. If several profiles have the same identifier, the first is
-// kept.
+// A pool maps identifiers to profiles. If several profiles have the same identifier, the pool
+// contains the first one that was added.
 VXHOST_API QCE_Status COR_QCE_NewProfilePool(COR_QCE_ProfilePool** out);
 
 // Frees the pool. Null is ignored. Also works after COR_ReleaseClient.
@@ -128,7 +128,7 @@ VXHOST_API void COR_QCE_DisposeProfilePool(COR_QCE_ProfilePool* pool);
 VXHOST_API QCE_Status COR_QCE_GetProfileID(COR_QCE_ProfilePool* pool,
                                            const COR_QCE_ProfilePtr& profile, _t_QCE_ID* out);
 
-// Stores the profile with this identifier. Every call returns the same object.
+// Stores in `out` the profile with this identifier. Every call returns the same object.
 VXHOST_API QCE_Status COR_QCE_GetProfileByID(COR_QCE_ProfilePool* pool, const _t_QCE_ID& id,
                                              COR_QCE_ProfilePtr* out);
 

@@ -8,7 +8,8 @@
 
 #include "host/VXHostApi.h"
 
-// Between Begin and End the host may create bitmaps without a window system. Calls may be nested.
+// The library calls these around BM_NewWorld. Between Begin and End, the host is allowed to
+// create bitmaps without using a window system. Pairs of calls may be nested.
 VXHOST_API void EMUL_BeginGdiMinimalisticWindowCreationMode();
 VXHOST_API void EMUL_EndGdiMinimalisticWindowCreationMode();
 

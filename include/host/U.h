@@ -23,7 +23,8 @@ VXHOST_API U_Err U_CheckVersions(uint32_t code, int32_t wanted);
 
 // ---- Processor ----------------------------------------------------------------------------------
 
-// Indices in the processor record. A word is true if it is not 0.
+// Indices in the processor record, an array of words at U_G_CPU_DataP. The processor has the
+// instruction set if its word is not 0.
 inline constexpr int32_t U_CPU_HAS_MMX = 1;
 inline constexpr int32_t U_CPU_HAS_SSE = 2;
 inline constexpr int32_t U_CPU_HAS_SSE2 = 3;
@@ -43,8 +44,8 @@ VXHOST_API int32_t U_GetNumThreads();
 //
 // All calls are thread-safe except Up_ReportError.
 
-// The buffer of Up_ReportError: the text that it shows, and its working storage. Shared by the
-// whole process without a lock, so it is used only at birth and death, on one thread.
+// The working storage of Up_ReportError, and the text that it shows (Up_G_buffer). Shared by the
+// whole process without a lock, so they are used only at birth and death, on one thread.
 extern VXHOST_API int32_t Up_G_err_buf[64];
 extern VXHOST_API char Up_G_buffer[1024];
 
@@ -75,7 +76,7 @@ struct U_ZEntry {
   uintptr_t zero[3];
 };
 
-// The string table of a package. `self` is the address of the record.
+// The string table of a package. `self` is the address of the struct.
 struct U_ZRef {
   const U_ZRef* self;
   const char* package;
@@ -137,7 +138,7 @@ VXHOST_API void** U_AllocateHandleClear(uint32_t check, const char* label, size_
 // Frees a handle and its block. Null is ignored.
 VXHOST_API void U_FreeHandle(void** handle);
 
-// An attempt to allocate something. Returns 0 on success.
+// A callback of U_PurgeLoop that tries to allocate memory. Returns 0 on success.
 typedef U_Err (*U_PurgeProc)(void* context);
 
 // Calls `callback`. If it fails, requests the host to free about `size` bytes and calls it once

@@ -43,7 +43,8 @@ struct VXHost_Memory {
 };
 VXHOST_API VXHost_Memory VXHost_GetMemory();
 
-// For each pair of calls, the number of first calls minus the number of second calls.
+// For each pair of functions, the number of calls of the first minus the number of calls of the
+// second.
 struct VXHost_Pairs {
   int32_t byte_tables;   // M_PrepareFCMD minus M_UnprepareFCMD
   int32_t trig_tables;   // M_PrepareFTrig minus M_UnprepareFTrig
@@ -55,7 +56,8 @@ VXHOST_API VXHost_Pairs VXHost_GetPairs();
 typedef void (*VXHost_PurgeProc)(int64_t size, void* context);
 VXHOST_API void VXHost_SetPurgeFunction(VXHost_PurgeProc purge, void* context);
 
-// The maximum size of caches in bytes. Default 256 MiB; negative values mean 0. Thread-safe.
+// A maximum size of caches in bytes, for programs and modules that have caches. The library and
+// this host only store it. Default 256 MiB; negative values mean 0. Thread-safe.
 VXHOST_API void VXHost_SetCacheBudget(int64_t bytes);
 VXHOST_API int64_t VXHost_GetCacheBudget();
 
@@ -78,13 +80,13 @@ struct VXHost_Report {
   std::string text;
 };
 
-// Sets a function that receives every report. Null restores the default: the host keeps the latest
+// Sets a function that receives every report. Null restores the default: the host stores the latest
 // 256 reports of each thread.
 typedef void (*VXHost_ReportSink)(uint32_t check, int32_t line, int32_t severity, const char* text,
                                   void* context);
 VXHOST_API void VXHost_SetReportSink(VXHost_ReportSink sink, void* context);
 
-// Returns the reports kept for the calling thread, oldest first, and clears them.
+// Returns the reports stored for the calling thread, oldest first, and clears them.
 VXHOST_API std::vector<VXHost_Report> VXHost_TakeReports();
 
 // Sets a function that receives every log line. Null (default): no log.

@@ -13,7 +13,8 @@ namespace {
 
 constinit std::atomic<COR_AddressProc> bound{nullptr};
 
-// The engine that was bound last. Pools may be disposed after the engine was released, and use it.
+// The engine that was bound last. Pools use it, because they may be disposed after the engine was
+// released.
 constinit std::atomic<COR_AddressProc> latest{nullptr};
 
 template <class Proc>
@@ -21,7 +22,8 @@ Proc* Find(COR_AddressProc engine, const char* name) {
   return engine ? reinterpret_cast<Proc*>(engine(name)) : nullptr;
 }
 
-// Calls the engine's procedure `name`. The first argument only determines its type.
+// Calls the engine's procedure `name`. The first argument only determines the type of the
+// procedure.
 template <class... Parameters, class... Arguments>
 QCE_Status Call(QCE_Status (*)(Parameters...), const char* name, Arguments&&... arguments) {
   using Proc = QCE_Status(Parameters...);

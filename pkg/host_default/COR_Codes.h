@@ -9,8 +9,8 @@
 
 namespace host {
 
-// For a linear value ("light"), finds the code 0..last of a channel whose encoded value is nearest.
-// Does not compute a power per pixel.
+// Finds, for a linear value ("light"), the code 0..last of a channel whose encoded value is
+// nearest, without computing a power for each pixel.
 class Codes {
  public:
   Codes(const ToneCurve& curve, uint32_t last);

@@ -1,9 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Curves given by a table are evaluated and inverted here, not by Little CMS. It rounds both sides
-// of a table to 16 bits and inverts it at 4096 positions. Near black, where a power curve is steep,
-// this would cause errors of more than one 8-bit code.
+// Curves given by a table are evaluated and inverted here, not by Little CMS. Little CMS rounds the
+// inputs and the outputs of a table to 16 bits and inverts the table at 4096 positions. Near black,
+// where a power curve is steep, this would cause errors of more than one 8-bit code.
 
 #include "COR_Curve.h"
 

@@ -27,7 +27,7 @@ COR_QCE_ProfilePtr MakeProfile(const std::vector<uint8_t>& bytes) {
 
 class File {
  public:
-  // With O_NONBLOCK, opening a pipe does not wait for a writer.
+  // O_NONBLOCK is set, so that opening a pipe does not wait for a writer.
   explicit File(const char* path) : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
   ~File() {
     if (descriptor_ >= 0) close(descriptor_);

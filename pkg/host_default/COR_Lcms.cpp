@@ -30,7 +30,8 @@ void* Allocate(cmsContext context, cmsUInt32Number size) {
   if (size > usage->largest_block) return nullptr;
   const size_t whole =
       (sizeof(Header) + size + alignof(Header) - 1) / alignof(Header) * alignof(Header);
-  // Cleared, because Little CMS reads the last bytes of texts without having written them.
+  // The block is cleared, because Little CMS reads the last bytes of texts without having written
+  // them.
   void* block = host::AllocateBlockClear("COR", whole);
   const bool of_reserve = !block;
   if (of_reserve) {

@@ -43,7 +43,7 @@ class LcmsContext {
     return made;
   }
 
-  // Frees the reserve. The context must not allocate afterwards.
+  // Frees the reserve memory. The context must not allocate afterwards.
   void Finish();
 
   struct Link {

@@ -17,7 +17,7 @@ class COR_QCE_ProfilePool {
     profiles_.emplace(std::to_array(id.words), profile);
   }
 
-  // Returns null if no profile has this identifier.
+  // Returns the profile with this identifier; null if there is none.
   COR_QCE_ProfilePtr Find(const _t_QCE_ID& id) const {
     const std::lock_guard lock(mutex_);
     const auto found = profiles_.find(std::to_array(id.words));

@@ -51,7 +51,7 @@ bool NamesTag(const std::vector<uint8_t>& bytes, cmsTagSignature tag) {
   return false;
 }
 
-// Converts a description to valid UTF-16, up to the first zero. The input may contain anything.
+// Converts a description to valid UTF-16, up to the first zero. The input may contain any values.
 // Depending on its version, Little CMS returns characters or UTF-16 units.
 std::u16string CleanUtf16(const std::vector<wchar_t>& units) {
   std::u16string text;

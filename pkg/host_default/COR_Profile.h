@@ -15,8 +15,8 @@
 // are ignored, because only primaries and curves can be converted to a linear counterpart.
 class COR_QCE_Profile {
  public:
-  // Throws the statuses of COR_QCE_ProfileFromMemory. Bytes after the size in the header are
-  // ignored.
+  // Parses a profile. Throws the statuses of COR_QCE_ProfileFromMemory. Bytes after the size in the
+  // header are ignored.
   COR_QCE_Profile(const uint8_t* bytes, size_t size);
 
   const std::vector<uint8_t>& bytes() const { return bytes_; }

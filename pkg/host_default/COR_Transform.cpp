@@ -75,7 +75,8 @@ COR_QCE_Transform::COR_QCE_Transform(const COR_QCE_ProfilePtr& from, const COR_Q
   if (is_identity_) return;
   if (!same_primaries_) MultiplyMatrices();
   if (format == QCE_Format_Argb8) Tabulate(255, 255);
-  // No table for linear targets: most of these transforms convert only one row of greys.
+  // No table is built for linear targets, because most of these transforms convert only one row of
+  // greys.
   if (format == QCE_Format_Argb16 && !to->IsLinear()) Tabulate(kWhite16, kFull16);
 }
 
@@ -121,7 +122,8 @@ void COR_QCE_Transform::Tabulate(uint32_t white, uint32_t full) {
   }
 }
 
-// Rounding the sums to float removes small deviations from exact white and greys.
+// Multiplies linear colours by the matrix. The sums are computed in double; rounding them to float
+// removes small deviations from exact white and greys.
 COR_QCE_Transform::Light COR_QCE_Transform::ToTarget(const Light& light) const {
   Light target;
   for (size_t row = 0; row < 3; ++row) {

@@ -41,7 +41,7 @@ class COR_QCE_Transform {
   std::array<std::array<double, 3>, 3> matrix_ = {};
 
   // Tables for integer formats: the linear value of each source value, and the target codes.
-  // Channels with equal curves share a table. Null if each pixel is computed.
+  // Channels with equal curves share a table. Null if the values are computed for each pixel.
   std::array<std::shared_ptr<const std::vector<float>>, 3> light_;
   std::array<std::shared_ptr<const host::Codes>, 3> codes_;
 };

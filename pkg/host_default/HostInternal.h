@@ -20,16 +20,17 @@ void* AllocateBlockClear(const char* label, size_t size);
 // Frees a block. Null is ignored.
 void FreeBlock(void* block);
 
-// Sends a report to the sink, or to the list of the calling thread. Null text is treated as empty.
+// Passes a report to the function set by VXHost_SetReportSink. If none is set, appends it to the
+// reports of the calling thread (VXHost_TakeReports). Null text is treated as empty.
 void Report(uint32_t check, int32_t line, int32_t severity, const char* text);
 
-// Sends a line to the log, if there is one.
+// Passes a line to the function of VXHost_SetLogSink, if there is one.
 void Log(int32_t level, const char* component, const char* event, const char* text);
 
 // Returns whether the extension of the file name has this type.
 bool FileNameHasType(const char* name, uint32_t type);
 
-// For pairs of calls: the number of begins minus the number of ends. Extra ends are ignored.
+// Counts pairs of calls: the number of begins minus the number of ends. Extra ends are ignored.
 // Thread-safe.
 class PairCount {
  public:

@@ -25,7 +25,7 @@ inline void check_color(QCE_Status status) {
   if (status != QCE_Ok) throw Error(static_cast<ErrorCode>(status), COR_QCE_StatusText(status));
 }
 
-// Runs a classic call that throws a status of the colour engine, and throws it as an Error.
+// Runs a C-style call that throws a status of the colour engine, and converts it to an Error.
 template <class Call>
 auto run_color(Call&& call) {
   try {
@@ -81,7 +81,8 @@ class Profile {
   COR_QCE_ProfilePtr handle_;
 };
 
-// The tables of a profile (VX_MakeLinearizationTables), for the option `linear`:
+// The tables of a profile (VX_MakeLinearizationTables), for CompositeOptions::linear and
+// TransformOptions::linear:
 //   const auto tables = vx::linear_tables(vx::Profile::named("sRGB"));
 //   vx::composite(canvas, layer, {.linear = tables.get()});
 inline std::shared_ptr<const LinearTables> linear_tables(const Profile& profile) {
@@ -135,7 +136,7 @@ class ColorSettings {
     bool linear_blending = false;  // only blending works in linear light
   };
 
-  // Throws Error with the status of the colour engine.
+  // Creates settings with a profile. Throws Error with the status of the colour engine.
   explicit ColorSettings(const Profile& profile, const Options& options)
       : pool_(new_pool()), settings_(new VX_ColorSettings(pool_.get())) {
     detail::run_color([&] { settings_->SetProfile(profile.handle()); });
@@ -148,8 +149,8 @@ class ColorSettings {
   Profile profile() const {
     return Profile(detail::run_color([&] { return settings_->GetAdjustedProfile(); }));
   }
-  // The tables for the option `linear`. Valid as long as this object exists. Null unless
-  // `linear_blending` is on and `linearize` is off.
+  // The tables to pass as CompositeOptions::linear or TransformOptions::linear. They are valid as
+  // long as this object exists. Null unless `linear_blending` is on and `linearize` is off.
   const LinearTables* tables() const {
     return detail::run_color([&] { return settings_->GetLinearBlendingTables(/*force=*/false); });
   }

@@ -38,7 +38,7 @@ struct CompositeOptions {
 
 namespace detail {
 
-// The records of the classic interface for the options that composite and transform share.
+// Converts the options that composite and transform share to the structs of the C-style interface.
 class LayerRecords {
  public:
   template <class Options>

@@ -13,8 +13,8 @@
 
 namespace vx {
 
-// The classic result codes. An Error of a function of Color.hpp may also contain a status of the
-// colour engine, QCE_... in host/COR.h.
+// The result codes of the C-style interface (VX_Err...). Errors thrown by functions of Color.hpp
+// may instead contain a status of the colour engine (QCE_... in host/COR.h).
 enum class ErrorCode : int32_t {
   color_engine = VX_ErrColorEngine,  // the colour engine of the host could not be bound
   bad_parameter = VX_ErrBadParameter,
@@ -69,7 +69,7 @@ class VX_API Error : public std::runtime_error {
 
 namespace detail {
 
-// Returns the code that a classic call returns, or that it throws as a VX_Err. Other exceptions are
+// Returns the code that a C-style call returns, or that it throws as a VX_Err. Other exceptions are
 // not caught.
 template <class Call>
 VX_Err code_of(Call&& call) {

@@ -32,7 +32,7 @@ class Image {
     return Image(make(width, height, depth, 0));
   }
 
-  // Takes ownership of a world of the classic interface.
+  // Takes ownership of a world of the C-style interface.
   explicit Image(std::unique_ptr<VX_World> world) : world_(std::move(world)) {}
 
   bool empty() const { return world_ == nullptr; }
@@ -63,7 +63,7 @@ class Image {
     return empty() ? AnyConstView() : AnyConstView(static_cast<const VX_LayerDef&>(*world_));
   }
 
-  // Returns the world of the classic interface; null for an empty image. release() also transfers
+  // Returns the world of the C-style interface; null for an empty image. release() also transfers
   // ownership to the caller.
   VX_World* world() { return world_.get(); }
   const VX_World* world() const { return world_.get(); }

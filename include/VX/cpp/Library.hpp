@@ -10,14 +10,16 @@
 
 namespace vx {
 
-// Keeps the library started. The objects of the whole process are counted: the first one starts the
-// library, the destructor of the last one stops it, so every component of a program may hold one. A
-// program that uses this class does not call VX_Birth or VX_Death. Operations may run only while an
-// object exists; images may exist longer. Objects may be created and destroyed on any thread.
+// The library is initialised as long as an object of this class exists. The objects of the whole
+// process are counted: the first one initialises the library, and the destructor of the last one
+// shuts it down, so every component of a program may have an object. A program that uses this class
+// does not call VX_Birth or VX_Death. Operations may run only while an object exists; images may
+// exist longer. Objects may be created and destroyed on any thread.
 class Library {
  public:
-  // Throws Error: version, if this header and the library or its host differ; color_engine; or
-  // out_of_memory. After an error the library is stopped again.
+  // Initialises the library if no other object exists. Throws Error: version, if this header and
+  // the library or its host differ; color_engine; or out_of_memory. If the initialisation fails,
+  // everything that it allocated is freed.
   Library() {
     detail::run([] { return VX_AcquireLibrary(VX_PKG_VERSION); });
   }

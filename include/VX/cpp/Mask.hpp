@@ -64,7 +64,7 @@ class MaskBuffer {
     });
   }
 
-  // The record for the classic calls of VX_UnoBuffer.h.
+  // The struct for the functions of VX_UnoBuffer.h.
   VX_UnoBuffer* buffer() { return buffer_.get(); }
   const VX_UnoBuffer* buffer() const { return buffer_.get(); }
 

@@ -14,8 +14,8 @@
 namespace vx {
 
 // The transfer modes: Mode::copy, Mode::in_front, Mode::screen and so on. docs/modes.md describes
-// each mode. An enumerator is the name used there with "_" in place of "-". The values are the
-// numbers of the classic interface.
+// each mode. An enumerator is the name used there with "_" in place of "-". The values are those of
+// the VX_Xfer_... constants.
 enum class Mode : int32_t {
 #define VX_MODE(number, constant, name, piece, enumerator, ...) enumerator = number,
 #include "VX/VX_TransferModes.def"

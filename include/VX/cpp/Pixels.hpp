@@ -26,7 +26,7 @@ using Color = std::variant<Pixel8, Pixel16, PixelFloat>;
 
 namespace detail {
 
-// Converts an optional rectangle to the 16-bit rectangle of the classic calls; none becomes null.
+// Converts an optional rectangle to the 16-bit rectangle of the C-style calls; none becomes null.
 class ShortRect {
  public:
   explicit ShortRect(const std::optional<Rect>& rect) : given_(rect.has_value()) {
@@ -42,8 +42,8 @@ class ShortRect {
   M_Rect rect_{};
 };
 
-// Combines the three forms of a classic call, so that std::visit selects one by the type of the
-// colour.
+// Combines the functions of a C-style call for the three pixel types, so that std::visit selects
+// one by the type of the colour.
 template <class... Functions>
 struct Overloaded : Functions... {
   using Functions::operator()...;
@@ -235,8 +235,7 @@ inline AlphaGuess guess_alpha(AnyConstView picture) {
   const VX_Err code =
       detail::code_of([&] { return VX_GuessAlpha(nullptr, picture.descriptor(), &guess); });
   // An undecided guess also returns VX_ErrBadParameter. It is not an error here, because the
-  // picture
-  // was checked above.
+  // picture was checked above.
   if (code != VX_ErrBadParameter) detail::check(code);
   return {static_cast<AlphaKind>(guess.kind), guess.partial, guess.beyond_black,
           guess.beyond_white};

@@ -55,7 +55,7 @@ class Progress {
 
 namespace detail {
 
-// The VX_ProgressInfo of a Progress. Stores an exception of the callable until the classic call has
+// The VX_ProgressInfo of a Progress. Stores an exception of the callable until the C-style call has
 // returned.
 class ProgressRecord {
  public:
@@ -87,7 +87,8 @@ class ProgressRecord {
   std::exception_ptr thrown_;
 };
 
-// Runs a classic call that takes a VX_ProgressInfo*. Passes null if there is no progress option.
+// Runs a C-style call that has a VX_ProgressInfo* argument. Passes null if there is no progress
+// option.
 template <class Call>
 void run(const Progress& progress, Call&& call) {
   if (!progress) return run([&] { return call(static_cast<VX_ProgressInfo*>(nullptr)); });

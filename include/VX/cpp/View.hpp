@@ -90,8 +90,8 @@ inline int16_t to_int16(int32_t value, const char* report) {
   return static_cast<int16_t>(value);
 }
 
-// Throws Error (bad_parameter) for rows that overlap, and for a size or a pitch that does not fit
-// VX_LayerDef.
+// Checks the size and the pitch of a view. Throws Error (bad_parameter) for rows that overlap, and
+// for a size or a pitch that does not fit VX_LayerDef.
 inline void check_shape(int64_t width, int64_t height, int64_t pitch, int64_t pixel_bytes) {
   constexpr int64_t most = std::numeric_limits<int32_t>::max();
   if (width < 0 || height < 0 || width * pixel_bytes > most) refuse("a view of an impossible size");
@@ -153,7 +153,8 @@ class View {
             static_cast<size_t>(width_)};
   }
 
-  // Throws Error (bad_parameter) for a rectangle that is not inside the view.
+  // Returns a view of a part. Throws Error (bad_parameter) for a rectangle that is not inside the
+  // view.
   View part(const Rect& rect) const {
     detail::check_part(rect, width_, height_);
     return View(row(rect.top).data() + rect.left, rect.width(), rect.height(), pitch_);
@@ -207,10 +208,11 @@ class AnyConstView {
     return detail::typed<const Pixel>(layer_, depth_);
   }
 
-  // Throws Error (bad_parameter) for a rectangle that is not inside the view.
+  // Returns a view of a part. Throws Error (bad_parameter) for a rectangle that is not inside the
+  // view.
   AnyConstView part(const Rect& rect) const { return AnyConstView(*this, rect); }
 
-  // The descriptor for classic calls; valid as long as this view exists.
+  // The descriptor for C-style calls; valid as long as this view exists.
   const VX_LayerDef* descriptor() const { return &layer_; }
 
  protected:

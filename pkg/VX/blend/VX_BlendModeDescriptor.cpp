@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The properties of a mode by its number, conversions between the records of a mode, and the
-// descriptor that a composite prepares once per call.
+// Returns the properties of a mode by its number, converts between the structs with the parameters
+// of a mode, and prepares the descriptor of a composite.
 
 #include <cmath>
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-// Reads the properties from the 8-bit class of the mode; they are the same at every depth.
+// Returns the properties of a mode, read from its 8-bit class; they are the same at every depth.
 template <template <class> class Mode>
 constexpr VXp_ModeTraits TraitsOf() {
   using Piece = Mode<VXp_PixelTraits<VX_Pixel8>>;

@@ -23,7 +23,7 @@ typename T::Work WeightOf(VX_Fixed ratio) {
   return static_cast<typename T::Work>(clamped) / 65536;
 }
 
-// Weights colours by alpha. If both weights are 0, copies the pixel of `a`.
+// Mixes rows with colours weighted by alpha. If both weights are 0, copies the pixel of `a`.
 template <class Pixel>
 struct StraightRow {
   static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {
@@ -39,7 +39,7 @@ struct StraightRow {
   }
 };
 
-// Mixes all four channels by the same formula.
+// Mixes rows; all four channels have the same formula.
 template <class Pixel>
 struct PremulRow {
   static void Mix(int32_t count, const Pixel* a, const Pixel* b, VX_Fixed ratio, Pixel* dst) {

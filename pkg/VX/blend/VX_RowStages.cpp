@@ -10,7 +10,8 @@ namespace {
 
 enum class Direction { kMatte, kUnmatte };
 
-// Mattes or unmattes one colour. An opaque pixel is not changed.
+// Composites the colours c with alpha a onto the mode's neutral colour (matte), or undoes this
+// (unmatte). The colours of opaque pixels are not changed.
 template <class L, class Neutral, Direction direction>
 VXp_Color<L> MatteColor(const VXp_Color<L>& c, typename L::Work a) {
   using Work = typename L::Work;

@@ -85,8 +85,8 @@ VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_Wo
   return error;
 }
 
-// Makes a world of the mask, if there is one, and runs the transfer. Source and destination are
-// worlds already.
+// Wraps the mask, if there is one, in a typed world and runs the transfer. Source and destination
+// are typed worlds already.
 template <class Pixel>
 VX_Err WithMask(Transfer call, const M_Rect* rect, int32_t x, int32_t y,
                 const VX_WorldX<Pixel>& src, VX_WorldX<Pixel>& dst) {

@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The exported per-pixel tables of 8-bit pixels, generated from the list of modes.
+// The exported tables of the per-pixel blend functions for 8-bit pixels, one entry per mode,
+// generated from the list of modes.
 
 #include "blend/VXp_Xfer1.h"
 

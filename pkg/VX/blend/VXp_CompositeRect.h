@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The built-in routines behind the calls of VX_CompositeRect.h. The draft and best slots have the
-// same routine.
+// The built-in routines of the slots that the calls of VX_CompositeRect.h use. The draft and best
+// slots have the same routine.
 
 #include "VX/VX_CompositeRect.h"
 

@@ -49,9 +49,9 @@ inline VXp_WordLanes VXp_EntryPairs(const VX_LinearBlendingTables& tables, size_
   return VXp_WordLanes{pair(0), pair(1), pair(2), pair(3)};
 }
 
-// Returns (first - 32768) low + (second - 32768) high for each lane, where first and second are the
-// entries of its pair. The weights low and high are in the corresponding halves of `weights` and
-// are 0..32767. The bias makes the entries fit signed 16 bits.
+// Returns (first - 32768) * low + (second - 32768) * high for each lane, where first and second are
+// the entries of its pair. The weights low and high are in the corresponding halves of `weights`
+// and are 0..32767. The bias makes the entries fit signed 16 bits.
 inline VXp_IntLanes VXp_WeighPairs(VXp_WordLanes pairs, VXp_HalfLanes weights) {
   const VXp_WordLanes biased = pairs ^ 0x80008000u;
 #ifdef __SSE2__
@@ -278,7 +278,7 @@ struct VXp_LinearLanes<VX_Pixel16> {
   }
 };
 
-// Float pixels. Powers are computed by the C library, one value at a time.
+// The conversions of float pixels. Powers are computed by the C library, one value at a time.
 template <>
 struct VXp_LinearLanes<VX_PixelFloat> {
   using Working = VXp_FourOf<VX_PixelFloat>;

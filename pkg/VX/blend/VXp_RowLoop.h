@@ -20,8 +20,8 @@
 #include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"
 
-// For the pixel type of a row and the encoding: the type in which pixels are blended, loads and
-// stores.
+// Defines the type in which pixels are blended, the loads and the stores, for a pixel type and an
+// encoding (stored or linear).
 template <class Pixel, bool linear>
 struct VXp_RowVariant {
   static constexpr bool kLinear = linear;
@@ -166,8 +166,9 @@ struct VXp_WeightedLoop {
     V::template Store<Piece>(d, acts, tables, dst);
   }
 
-  // If all four pixels take the source's colours unchanged, blends them without loading the
-  // destination's colours and returns true. Otherwise does nothing and returns false.
+  // If the mode replaces the colours of all four pixels by those of the source (Piece::Covers),
+  // stores these and the new alphas without loading the destination's colours, and returns true.
+  // Otherwise does nothing and returns false.
   static bool StepCovering(const Pixel* src, Lanes w, bool keep,
                            const VX_LinearBlendingTables* tables, typename V::RoundTrip* trip,
                            Pixel* dst) {
@@ -189,8 +190,8 @@ struct VXp_RowLoop : VXp_WeightedLoop<Mode, Pixel, linear> {};
 template <template <class> class Mode, class Pixel, bool linear>
 struct VXp_MaskedRowLoop : VXp_RowLoop<Mode, Pixel, linear> {};
 
-// Multiply with a mask: 16-bit and float pixels that are not in linear light use the direct product
-// if the weight is full.
+// Multiply with a mask: 16-bit and float pixels that are not in linear light use the product s m if
+// the weight is full scale, instead of m - (F - s) m.
 template <class T>
 struct VXp_MaskedMultiply : VXp_ModeMultiply<T> {
   using Work = typename T::Work;
@@ -251,8 +252,8 @@ void VXp_ForPixels(int32_t count, const Pixel* src, const Pixel* mask, Pixel* ds
   }
 }
 
-// Calls blend(source, destination) on one pixel, converted to linear light if the variant is
-// linear.
+// Calls blend(source, destination) on one pixel. In a linear variant, both are converted to linear
+// light before, and the destination is converted back.
 template <class V, class Pixel, class Blend>
 void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, Pixel& d,
                         Blend&& blend) {
@@ -269,8 +270,8 @@ void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, P
   }
 }
 
-// Mixes two images by the mask. The mask is an operand of the mode, so it is required in every
-// variant; opacity is ignored.
+// Mixes two images by the alpha of the mask. The mask is an operand of the mode, so it is required
+// in every variant; opacity is ignored.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
   using V = VXp_RowVariant<Pixel, linear>;

@@ -29,7 +29,8 @@ VX_ColorSettings& VX_ColorSettings::operator=(const VX_ColorSettings& other) {
 
 VX_ColorSettings::~VX_ColorSettings() = default;
 
-// The computed data are not taken from `from`, because callers may hold addresses of its tables.
+// Copies the settings, but not the cached profile and tables: callers may hold addresses of tables
+// of `from`.
 void VX_ColorSettings::VXp_TransferColorSettings(const VX_ColorSettings& from) {
   InvalidateCachedValues(from.profileID);
   linearize = from.linearize;

@@ -50,7 +50,7 @@ struct VXp_Rgb {
     return {clamped(p.red), clamped(p.green), clamped(p.blue)};
   }
 
-  // Stores r, g, b of 0..1. Alpha is unchanged.
+  // Stores r, g and b, given as 0..1, in a pixel. Alpha is unchanged.
   template <class Pixel>
   void StoreTo(Pixel* p) const {
     using Channel = VX_ChannelOf<Pixel>;
@@ -207,7 +207,7 @@ VX_Err VXp_ReadLuminance(const Pixel* rgb, VXp_Reading<Pixel>* out) {
   return VX_Ok;
 }
 
-// Stores one component, scaled to the full scale of the pixel.
+// Stores one of H, L and S, multiplied by the full scale of the pixel.
 template <class Pixel>
 VX_Err VXp_ReadHls(const Pixel* rgb, double (VXp_HlsOf<Pixel>::*component)(double) const,
                    VXp_Reading<Pixel>* out) {

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // Blurs both axes in bands of rows: first along the rows into a premultiplied intermediate world,
-// then down its columns. Also defines the two unused routines of the override table.
+// then down its columns. Also defines the built-in routines of the VX_FastBlur slots, which return
+// VX_ErrUnsupported.
 
 #include <algorithm>
 #include <cstring>
@@ -245,7 +246,7 @@ VX_Err VX_BlurReach(const VX_BlurSpec* spec, int32_t* reach_x, int32_t* reach_y)
   return VX_Ok;
 }
 
-// The override table has these two slots for modules that provide a routine; see VX_Blur.h.
+// Modules may replace these two routines in the override table; see VX_Blur.h.
 
 VX_Err VX_FastBlur_Straight(VX_ProgressInfo*, const VX_LayerDef*, float, int32_t, VX_LayerDef*) {
   return VX_ErrUnsupported;

@@ -20,8 +20,8 @@ struct Extent {
 };
 
 // Computes the part of a line that each of `times` passes writes: the positions that later passes
-// read and that are within the reach of the source after this pass. Pass 0 is the copy of the
-// source.
+// read, without those that no value of the source can have reached after this number of passes.
+// Pass 0 copies the source to scratch.
 class Extents {
  public:
   Extents(const VX_Blur1DState& state, int64_t radius, int32_t times)

@@ -53,8 +53,8 @@ template <class Pixel>
   }
 }
 
-// Prefetches the rows that enter or leave the window. In a long window they were read too long ago
-// to be in the cache.
+// Prefetches the rows that enter or leave the window, and the rows of the output. In a long window,
+// the leaving rows were read too long ago to be in the cache.
 class VXp_BoxPrefetch {
  public:
   VXp_BoxPrefetch(const VXp_BoxPass& pass, const VXp_BoxSpan& span, int32_t pixel_size)

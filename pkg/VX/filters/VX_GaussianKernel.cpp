@@ -14,8 +14,8 @@ namespace {
 
 constexpr uint32_t kKernelNumber = 10;
 
-// Returns the number of taps on each side of the centre: ceil(radius), truncated to signed 16 bits.
-// Returns -1 for an invalid radius or a negative number.
+// Returns the number of taps on each side of the centre: ceil(radius), reduced to its low 16 bits
+// as a signed number. Returns -1 for an invalid radius, and if the reduced number is negative.
 int32_t ReachOf(double radius) {
   constexpr double kEndOf32Bits = 2147483647.0;
   if (!(radius >= 0.0) || radius > kEndOf32Bits) return -1;
@@ -71,7 +71,7 @@ VX_Err VX_GaussianKernel(void* /*ref*/, double radius, int32_t flags, double mul
   for (int64_t row = 0; row < rows; ++row) {
     FillRow(radius, multiplier, reach, row - rows / 2, sum, kernel + row * width + reach);
   }
-  // If the sum is 0, no factor can scale it.
+  // The weights are not scaled if their sum is 0, because then no factor gives another sum.
   if ((flags & VX_Kernel_Normalize) != 0 && sum != 0.0) {
     const double scale = 255.0 * static_cast<double>(width) * static_cast<double>(rows) / sum;
     for (int64_t i = 0; i < width * rows; ++i) kernel[i] = Weight(kernel[i] * scale, INT32_MAX);

@@ -8,7 +8,7 @@
 //   VX_GaussianBlur1D.cpp    the Gaussian pass over lines of a world
 //   VX_BoxBlur1D.cpp         the box pass over lines of a world, repeated
 //   VXp_Blur1DState          arguments of a pass, worlds as lines, tiles (this file)
-//   VXp_BlurLanes.h          one pixel: alpha, channels that are kept, scratch
+//   VXp_BlurLanes.h          conversion of one pixel: memory to scratch, sums to memory
 //   uno/VX_UnoScans.cpp      box and Gaussian scans over one line of samples
 //   uno/VX_FeatherUnoBuffer  scans over all lines of a one-channel buffer
 //
@@ -103,8 +103,8 @@ void VXp_ChooseTile(VX_Blur1DState& state, int32_t pixel_size, int32_t width, in
 // The widest tile, in bytes of a row.
 inline constexpr int32_t kVXp_WidestTile = 512;
 
-// A stride from which on software prefetch is used. Hardware prefetch does not follow columns of
-// such worlds, because their rows are on different pages.
+// Software prefetch is used for strides of at least this many bytes. Hardware prefetch does not
+// follow columns of such worlds, because their rows are on different pages.
 inline constexpr ptrdiff_t kVXp_FarStride = 2048;
 inline bool VXp_IsFar(ptrdiff_t stride) {
   return stride >= kVXp_FarStride || stride <= -kVXp_FarStride;

@@ -35,7 +35,7 @@ inline VXp_IntLanes VXp_ChannelLanesOf(int32_t flags) {
                       lane(VX_Blur_Blue)};
 }
 
-// Combines the channels that are blurred with the source's channels that are not.
+// Merges the blurred channels of a pixel with those channels of the source that are not blurred.
 template <class Pixel>
 class VXp_ChannelMask {
  public:
@@ -65,9 +65,9 @@ class VXp_ChannelMask {
   std::conditional_t<kVXp_FloatPixel<Pixel>, VXp_IntLanes, Raw> bits_;
 };
 
-// Premultiplies a pixel: colours that are blurred are multiplied by alpha. Other channels are
-// multiplied by full scale, which does not change them. Blurred colours of transparent pixels
-// become 0, also infinities and NaN in float.
+// Premultiplies a pixel: colours that are blurred are multiplied by alpha. Channels that are not
+// blurred are multiplied by full scale, which does not change them. Blurred colours of transparent
+// pixels become 0, also infinities and NaN in float.
 template <class Pixel>
 class VXp_BlurPremul {
  public:
@@ -130,15 +130,16 @@ inline VXp_FloatLanes VXp_Least(VXp_FloatLanes a, VXp_FloatLanes b) {
 
 // Returns the colours of a straight pixel. `sums` are premultiplied sums and `alpha_sum` the sum of
 // alpha, which must not be 0. Lane 0 of the result is undefined. At integer depths the sums are
-// integers, a is the sum of alpha, and the result is
+// integers. With c a colour sum, a the sum of alpha and full the full scale of the depth, the
+// result is
 //
-//   min((c full + a / 2) / a, full)   in integers, both divisions truncated
+//   min((c * full + a / 2) / a, full)   in integers, both divisions truncated
 //
-// It is computed as trunc((c full + a / 2 + 1/4) (1 / a)) with real divisions, which gives the same
-// result: if a is odd, c full + a / 2 is at least 1/2 below the next multiple of a; if a is even,
-// it is at least 1 below, or a multiple itself. So an error of the product below 1 / (4 a) does not
-// change the result. The error is smaller if a is below this bound; larger sums use 64-bit
-// integers.
+// It is computed as trunc((c * full + a / 2 + 1/4) * (1 / a)) with real divisions, which gives the
+// same result: if a is odd, c * full + a / 2 is at least 1/2 below the next multiple of a; if a is
+// even, it is at least 1 below, or a multiple itself. So an error of the product below 1 / (4 a)
+// does not change the result. The error is smaller if a is below kVXp_AlphaInDouble; larger sums
+// use 64-bit integers.
 inline constexpr double kVXp_AlphaInDouble = 0x1p33;
 
 template <class Pixel>
@@ -167,7 +168,7 @@ template <class Pixel>
 
 // Returns a straight pixel: `mean` is the blurred alpha, colours are quotients of sums. If the sum
 // of alphas is 0, the colours are 0. Float: quotients in double, rounded once; values above 1 are
-// kept.
+// not clamped.
 template <class Pixel, class Mean>
 [[gnu::always_inline]] inline VXp_RawPixel<Pixel> VXp_StraightPixel(const VXp_DoubleLanes& sums,
                                                                     double alpha_sum, Mean mean) {

@@ -16,8 +16,8 @@ VXp_BoxSpan::Part PartAt(const VXp_BoxPass& pass, int64_t position) {
   return {outside.edge == VXp_BoxEdge::kRepeated ? outside.repeated : kZeros, 0};
 }
 
-// Returns the first position after `position` from which on another part of the window is inside
-// the line than at `position`.
+// Returns the end of the span that begins at `position`: the first later position at which a part
+// of the window enters or leaves the line, or the end of the output.
 int64_t SpanEnd(const VXp_BoxPass& pass, int64_t position) {
   const auto& [reach, outer_at, unit, outer] = pass.window;
   int64_t next = pass.out.end;
@@ -37,7 +37,7 @@ bool HasOuter(const VXp_BoxPass& pass, int64_t position) {
 
 }  // namespace
 
-// If the radius is so small that the outermost positions have no weight, it is treated as 0.
+// A radius that is so small that the outermost positions have no weight is treated as 0.
 VXp_BoxWindow VXp_BoxWindowOf(float radius) {
   constexpr int32_t kUnit = 1024;
   const float whole = std::ceil(radius);

@@ -10,13 +10,16 @@
 // S is the sum of the positions p - reach to p + reach. O is the sum of the two positions p -
 // outer_at and p + outer_at. The window of position p has the numerator
 //
-//   N = S unit + O outer
+//   N = S * unit + O * outer
 //
 //   window                reach  outer_at  unit       outer
 //   world, whole radius   n      n         1          0
 //   world, other radius   n      n         1024       -f (S includes these two positions)
 //   plain box of samples  half   half + 1  1          0
 //   soft box of samples   half   half + 1  255        0..254
+//
+// n and f are defined at VXp_BoxWindowOf. half is VXp_ScanPlan::half, the number of whole samples
+// of the window on each side of its centre.
 
 #include <algorithm>
 #include <cstdint>
@@ -30,7 +33,7 @@ struct VXp_BoxWindow {
   int32_t unit, outer;
 };
 
-// Returns the window of a blur of worlds, with n = ceil(radius) and f = trunc((n - radius) 1024).
+// Returns the window of a blur of worlds, with n = ceil(radius) and f = trunc((n - radius) * 1024).
 // For a whole radius all weights are 1 instead of 1024; the quotients are the same, in single
 // precision too.
 VXp_BoxWindow VXp_BoxWindowOf(float radius);
@@ -97,9 +100,9 @@ struct VXp_BoxSpan {
 // Returns the span that begins at `position`.
 VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t position);
 
-// The positions whose sum is S at `position`: start..end - 1 inside the line, and the numbers of
-// positions before and after the line. A pass starts with the sum of the position before its first
-// output position.
+// The positions whose values have the sum S at `position`: start..end - 1 are inside the line;
+// `before` and `after` are the numbers of positions before and after the line. A pass starts with
+// the S of the position before its first output position.
 struct VXp_BoxRange {
   int64_t start, end;
   int64_t before, after;

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Processes lines through a generic iterator, which may use several threads, and combines their
-// errors and their progress.
+// Processes lines through VX_IterateGeneric or its replacement, which may use several threads, and
+// combines their errors and their progress.
 
 #include <algorithm>
 #include <atomic>
@@ -82,7 +82,7 @@ class VXp_JoinedProgress {
   VXp_JoinedProgress(const VXp_JoinedProgress&) = delete;
   VXp_JoinedProgress& operator=(const VXp_JoinedProgress&) = delete;
 
-  // Returns the progress record to pass to a pass; null if the caller has none.
+  // Returns the VX_ProgressInfo for a pass; null if the caller has none.
   VX_ProgressInfo* info() { return VXp_HasProgress(caller_) ? &info_ : nullptr; }
   void PassDone(int32_t steps) { before_ += steps; }
 

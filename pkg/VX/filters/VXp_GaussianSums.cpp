@@ -34,7 +34,8 @@ VXp_GaussianWeights::VXp_GaussianWeights(float radius)
   words_[radius_ + 1] = 0;
 }
 
-// The products of 128 distances fit 32 bits: 257 * 255 * 32768 < 2^31.
+// The products of 128 distances fit 32 bits: 257 weights of at most 255 times samples of at most
+// 32768 are below 2^31.
 VXp_Taps VXp_GaussianWeights::Taps(int32_t count) const {
   return {words_, count, words_[0] + 2 * Before(count), /*at_once=*/128, products_};
 }
@@ -116,7 +117,8 @@ __m128i Words(const uint16_t* c, int32_t i) {
 }
 
 struct Products {
-  // Adds x wx + y wy, where `pair` contains wx in the low and wy in the high half of each 32 bits.
+  // Adds x * wx + y * wy, where `pair` contains wx in the low and wy in the high half of each 32
+  // bits.
   void Add(int32_t i, __m128i x, __m128i y, __m128i pair) {
     low[i] = _mm_add_epi32(low[i], _mm_madd_epi16(_mm_unpacklo_epi16(x, y), pair));
     high[i] = _mm_add_epi32(high[i], _mm_madd_epi16(_mm_unpackhi_epi16(x, y), pair));

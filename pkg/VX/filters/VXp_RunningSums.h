@@ -46,7 +46,7 @@ inline VXp_DoubleLanes VXp_BoxNumerator(const VXp_BoxWindow& window, const VXp_D
 //   Extremes        lanes that are not 0 for extreme values, see VXp_RestartedSums.h
 //   Enter           adds the entering pixel
 //   Slide           adds the entering pixel and subtracts the leaving pixel
-//   Singles         N = S unit + O outer, rounded to single precision; N = S if kWhole
+//   Singles         N = S * unit + O * outer, rounded to single precision; N = S if kWhole
 //   Doubles         the same in double precision, for straight output
 template <class PixelType>
 struct VXp_PixelSums {

@@ -42,7 +42,8 @@ VX_Err GetPixelData(const VX_LayerDef* world, void* pixels, Pixel** out, const c
   return VX_Ok;
 }
 
-// The text of the 8-bit and of the 16-bit getter. Callers may compare it, so it is not corrected.
+// The report of VX_GetPixelData8 and VX_GetPixelData16. Callers may compare the text, so it is not
+// corrected.
 constexpr char kBadPixelData8[] = "bad parameter passed to VX_GetPixelData8";
 constexpr char kBadPixelDataFloat[] = "bad parameter passed to VX_GetPixelDataFloat";
 

@@ -58,7 +58,6 @@ void MoveRows(const VX_LayerDef& world, const Planes& planes, void* buffer, int3
   }
 }
 
-// Returns the size, or 0 for a negative size.
 int64_t Size(int32_t size) { return std::max(size, 0); }
 
 }  // namespace

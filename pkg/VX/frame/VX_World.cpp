@@ -62,7 +62,8 @@ bool Within(const VX_LayerDef& world, const M_LRect& rect) {
          rect.bottom <= world.height;
 }
 
-// Sets pixels, size and hint of `to` to a part of the parent. `to` may be the parent.
+// Sets the pixels, the size and the extent hint of `to` to those of a part of the parent. `to` may
+// be the parent.
 void SetPart(const VX_LayerDef& parent, const M_LRect& rect, int32_t pixel_size, VX_LayerDef* to) {
   to->extent_hint = HintWithin(parent.extent_hint, rect);
   to->data = PixelsAt(parent.data, parent.rowbytes, rect.left, rect.top, pixel_size);
@@ -80,7 +81,7 @@ VX_LayerDef PartOf(const VX_LayerDef& parent, const M_LRect& rect, int32_t pixel
   return part;
 }
 
-// Returns a descriptor of memory. The depth must be valid.
+// Returns a descriptor of pixels in memory. The depth must be valid.
 VX_LayerDef Describe(void* data, int32_t width, int32_t height, int32_t depth, int32_t rowbytes) {
   VX_LayerDef memory{};
   memory.data = data;

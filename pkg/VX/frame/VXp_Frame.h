@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The memory of a world that owns its pixels: a frame, or a host bitmap.
+// The memory of a world that owns its pixels: a frame (a memory block of BM_AllocateFrameQuiet), or
+// a host bitmap.
 
 #include <cstdint>
 
@@ -44,7 +45,7 @@ void* VXp_NewFrame(int32_t width, int32_t height, int32_t rowbytes, int32_t pixe
 // Creates a cleared bitmap with locked pixels. On failure throws the host's error.
 BM_World** VXp_NewBitmap(int32_t width, int32_t height, int32_t pixel_size);
 
-// Unlocks and disposes a bitmap of VXp_NewBitmap.
+// Unlocks and disposes a bitmap that VXp_NewBitmap created.
 void VXp_DisposeBitmap(BM_World** bitmap);
 
 // Returns the address of a bitmap's first pixel.

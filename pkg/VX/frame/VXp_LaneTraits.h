@@ -68,7 +68,7 @@ inline unsigned VXp_LaneBits(VXp_IntLanes condition) {
 #endif
 }
 
-// Returns a b in 32-bit lanes, modulo 2^32.
+// Returns the products a * b in 32-bit lanes, modulo 2^32.
 inline VXp_IntLanes VXp_WrappedProduct(VXp_IntLanes a, VXp_IntLanes b) {
   return reinterpret_cast<VXp_IntLanes>(reinterpret_cast<VXp_WordLanes>(a) *
                                         reinterpret_cast<VXp_WordLanes>(b));
@@ -77,7 +77,7 @@ inline VXp_IntLanes VXp_WrappedProduct(VXp_IntLanes a, VXp_IntLanes b) {
 template <>
 struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes> {
   // Computes with 16-bit multiplications. Lanes fit 16 bits and the second factor is not negative,
-  // so the upper halves contribute nothing.
+  // so the products of the upper halves are 0.
   static Work Mul(Work a, Work b) {
 #ifdef __SSE2__
     const Work t = reinterpret_cast<Work>(
@@ -91,9 +91,9 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
   static Work Lerp(Work x, Work y, Work t) { return (x + Mul(y - x, t)) & 0xFF; }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
   // 255 n / a rounded to nearest, half up, at most 255; 255 if a is 0. The result equals that of
-  // the divide table. An exact sum that is not at a half differs from an integer by at least 1/510,
-  // so 1/1024 can be added: it only compensates for the rounding of the float products. The
-  // reciprocal of a is computed first, so that the compiler divides once for all channels.
+  // the divide table. The exact sum 255 n / a + 1/2 is an integer or at least 1/510 below the next
+  // integer, so 1/1024 can be added: it only compensates for the rounding of the float products.
+  // The reciprocal of a is computed first, so that the compiler divides once for all channels.
   static Work Div(Work n, Work a) {
     const VXp_FloatLanes scale = 255.0f / VXp_AsFloat(a);
     const VXp_FloatLanes sum = VXp_AsFloat(n) * scale + (0.5f + 1.0f / 1024.0f);
@@ -107,7 +107,8 @@ struct VXp_LaneTraits<VX_Pixel8> : VXp_LaneChannelTraits<VX_Pixel8, VXp_IntLanes
   }
   static Work Luma(Work r, Work g, Work b) {
 #ifdef __SSE2__
-    // 9798 r + 19235 g is one instruction, with both factors in one lane.
+    // One multiply-add instruction (pmaddwd) computes 9798 r + 19235 g: each lane of `rg` contains
+    // r and g as 16-bit halves.
     const Work rg = r | (g << 16);
     const Work two = reinterpret_cast<Work>(
         _mm_madd_epi16(reinterpret_cast<__m128i>(rg), _mm_set1_epi32(9798 | (19235 << 16))));
@@ -144,10 +145,10 @@ struct VXp_LaneTraits<VX_Pixel16> : VXp_LaneChannelTraits<VX_Pixel16, VXp_IntLan
     return (x + (VXp_WrappedProduct(y - x, t) >> 15)) & 0xFFFF;
   }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // 32768 n / a rounded to nearest, half up; full scale if n >= a. An exact sum that is not at a
-  // half differs from an integer by at least 2^-17, so 2^-18 can be added: it only compensates for
-  // the rounding of the products. The reciprocal of a is computed first, so that the compiler
-  // divides once for all channels.
+  // 32768 n / a rounded to nearest, half up; full scale if n >= a. The exact sum 32768 n / a + 1/2
+  // is an integer or at least 2^-17 below the next integer, so 2^-18 can be added: it only
+  // compensates for the rounding of the products. The reciprocal of a is computed first, so that
+  // the compiler divides once for all channels.
   static Work Div(Work n, Work a) {
     using Doubles = double __attribute__((vector_size(32)));
     const Work v = Min(Max(n, Work{}), a);

@@ -41,7 +41,8 @@ int32_t StateOf(int32_t slot) {
 
 }  // namespace
 
-// Copies the bytes of the slot, because the members are function pointers of many types.
+// Returns the content of a slot. Copies its bytes, because the members are function pointers of
+// many types.
 void* VXp_ReadSlot(const VXp_OverrideTable& table, int32_t slot) {
   void* routine;
   std::memcpy(&routine, reinterpret_cast<const char*>(&table) + OffsetOf(slot), sizeof(routine));

@@ -8,8 +8,9 @@
 // Work is the type in which channels are computed. Integer products wrap, so that values above full
 // scale give some result without undefined behaviour. VXp_LaneTraits.h has the same arithmetic for
 // four pixels. Code that is compiled for both selects with `?:`, joins conditions with & and |, and
-// tests Any before a computation that may not be needed. SignedMul has the result of Mul; use it if
-// the first factor may be negative, because lanes compute that case differently.
+// skips an expensive computation if Any(condition) is false, that is, if the condition is false in
+// all lanes. SignedMul has the result of Mul; use it if the first factor may be negative, because
+// lanes compute that case differently.
 
 #include <algorithm>
 #include <cmath>
@@ -49,7 +50,8 @@ struct VXp_PixelTraits<VX_Pixel8> : VXp_ChannelTraits<VX_Pixel8, int32_t> {
   }
   static constexpr Work SignedMul(Work a, Work b) { return Mul(a, b); }
   static constexpr Work Inv(Work a) { return kFull - a; }
-  // y - x may be negative, so the product may be too; the sum is taken modulo 256.
+  // Returns x + (y - x) t / 255. If y is less than x, the product is negative, and the sum is taken
+  // modulo 256.
   static constexpr Work Lerp(Work x, Work y, Work t) { return (x + Mul(y - x, t)) & 0xFF; }
   static constexpr Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
   // 255 n / a from the table, at most 255; 255 if a is 0.
@@ -124,7 +126,8 @@ struct VXp_PixelTraits<VX_PixelFloat> : VXp_ChannelTraits<VX_PixelFloat, float> 
   static constexpr Work Luma(Work r, Work g, Work b) {
     return 0.299f * r + 0.587f * g + 0.114f * b;
   }
-  // Clamped and rounded like in the conversion of a channel to 8 bits; NaN becomes 0.
+  // Returns a luminance at 8-bit scale, clamped and rounded as in the conversion of a channel to 8
+  // bits. NaN gives 0.
   static constexpr int32_t LumaAsByte(Work luma) {
     const float positive = luma > 0.0f ? luma : 0.0f;
     const float clamped = positive < 1.0f ? positive : 1.0f;

@@ -11,7 +11,8 @@
 
 namespace {
 
-// Has no constructor or destructor to run, so reports work at any time in the life of a thread.
+// A plain array without constructor and destructor, so that reports work at any time in the life of
+// a thread.
 constinit thread_local char last_report[512] = "";
 
 }  // namespace

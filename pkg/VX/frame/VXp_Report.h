@@ -14,7 +14,8 @@
 
 #include "VX/VX_Types.h"
 
-// All check numbers contain the package word. kVXp_NoCheckNumber is for checks without a number.
+// A check number identifies the failed check in reports to the host. It is ORed with the package
+// word. kVXp_NoCheckNumber is for checks without a number.
 inline constexpr uint32_t kVXp_PackageWord = 0x250000;
 inline constexpr uint32_t kVXp_NoCheckNumber = 0x3E7;
 

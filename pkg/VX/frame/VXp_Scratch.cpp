@@ -44,7 +44,7 @@ void FreeAll(void* const* blocks, int32_t count) {
   for (int32_t i = 0; i < count; ++i) U_FreePtr(blocks[i]);
 }
 
-// Replaces the rows. If the allocation fails, the old rows are kept but are no longer used.
+// Replaces the rows. If the allocation fails, the old rows remain allocated but are no longer used.
 VX_Err ReplaceRows(size_t channel_row, size_t pixel_row) {
   const char* label = U_ZLookupLStrCache(&VX_G_zref, kScratchLabel);
   void* new_rows[kRows] = {};

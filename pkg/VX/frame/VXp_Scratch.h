@@ -17,9 +17,9 @@ enum class VXp_Regrow { IfNeeded, Always };
 //   regrow      Always: allocates new rows in any case; they may be smaller
 //
 // Capacity is counted in bytes, so rows for a larger depth can be used for a smaller one. Returns
-// VX_ErrOutOfMemory if the rows cannot be allocated; the old rows are then kept but not used, and
-// freed by the next success. Throws VX_ErrOutOfMemory if the blocks for motion blur cannot be
-// allocated.
+// VX_ErrOutOfMemory if the rows cannot be allocated; the old rows then remain allocated, are not
+// used, and are freed by the next successful call. Throws VX_ErrOutOfMemory if the blocks for
+// motion blur cannot be allocated.
 VX_Err VXp_ReallocScratch(int32_t pixels, int32_t depth_code, VXp_Regrow regrow,
                           VX_BlendScratch* out);
 

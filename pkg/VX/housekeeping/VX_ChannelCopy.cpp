@@ -45,14 +45,15 @@ RowCopy RowCopyOf(int32_t element_bytes) {
   }
 }
 
-// Checks that the storage exists, that a row fits into rowbytes, and that the channel exists.
+// Returns whether the storage exists, a row fits into rowbytes, and the channel exists.
 bool Usable(const VX_ChannelChunk* chunk, int32_t channel, int32_t element_bytes) {
   return chunk->handle != nullptr && *chunk->handle != nullptr && chunk->width > 0 &&
          chunk->height > 0 && channel >= 0 && channel < chunk->channels &&
          int64_t{chunk->width} * chunk->channels <= chunk->rowbytes / element_bytes;
 }
 
-// The storage is read through the handle, so the chunk need not be locked.
+// Returns the first element of a channel and the distances between its elements and rows. The
+// storage is accessed through the handle, so the chunk need not be locked.
 Channel ChannelOf(const VX_ChannelChunk& chunk, int32_t channel, int32_t element_bytes) {
   return {static_cast<char*>(*chunk.handle) + ptrdiff_t{channel} * element_bytes,
           ptrdiff_t{chunk.channels} * element_bytes, chunk.rowbytes};

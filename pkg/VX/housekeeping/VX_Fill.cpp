@@ -31,7 +31,8 @@ VX_Err FillWorld(const Color* color, const M_Rect* area, VX_LayerDef* world,
   return VXp_WithWorlds(world, unknown, fill, world);
 }
 
-// Returns the clipped area whose alpha is kept; empty if nothing is kept.
+// Returns the part of `keep` that is inside the world, in which alpha is not cleared. Null gives an
+// empty area.
 M_LRect AreaToKeep(const M_LRect* keep, const VX_LayerDef& world) {
   if (keep == nullptr) return {};
   const M_LRect kept = VXp_ClippedArea(*keep, world);

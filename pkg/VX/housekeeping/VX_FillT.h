@@ -12,9 +12,9 @@
 #include "housekeeping/VXp_Area.h"
 #include "housekeeping/VXp_Repeat.h"
 
-// Converts the alpha of a float colour for an integer pixel: scaled and rounded, then only the low
-// bits are kept. So alpha wraps, unlike colours, which are clamped. Values outside 64-bit integers
-// give 0.
+// Converts the alpha of a float colour for an integer pixel: scaled, rounded, and reduced to its
+// low bits. So alpha wraps, unlike colours, which are clamped. Values outside 64-bit integers give
+// 0.
 template <class To>
 VX_ChannelOf<To> VXp_WrappedAlpha(float alpha) {
   const double value = double{alpha} * VXp_PixelTraits<To>::kFull + 0.5;

@@ -46,7 +46,7 @@ M_LRect CoveredPart(const Iteration& iteration, const M_LRect& area) {
 }
 
 // Visits columns left..right - 1 of row y. `step` is the byte distance between input pixels, or 0
-// if all get the same one.
+// if all output pixels get the same input pixel.
 template <class Pixel>
 VX_Err VisitSpan(const Iteration& iteration, int32_t y, int32_t left, int32_t right, char* in,
                  ptrdiff_t step) {

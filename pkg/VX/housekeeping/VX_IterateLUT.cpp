@@ -31,7 +31,8 @@ void MapRow(const char* in, char* out, int32_t count, const Tables& tables) {
   }
 }
 
-// Checks only bit 0 of world_flags (16 bits); the depth code is ignored.
+// Returns whether a world has pixels and is not marked as 16-bit (bit 0 of world_flags). The depth
+// code is ignored.
 bool IsDrawable(const VX_LayerDef* world) {
   constexpr uint32_t kDeep = 1;
   return world != nullptr && world->data != nullptr && (world->world_flags & kDeep) == 0;

@@ -10,8 +10,8 @@
 
 #include "VX/VX_Types.h"
 
-// Converts `channels` channels: all four channels of a pixel follow the same rule. Rows may start
-// at any byte. They must not overlap unless the depths are equal.
+// Converts a number of channels, four for each pixel. All channels are converted by the same rule.
+// Rows may start at any byte. They must not overlap unless the depths are equal.
 using VXp_ConvertRowFunc = void (*)(const char* from, char* to, size_t channels);
 
 // The conversion between two depths. Instantiated for each pair of pixel types.

@@ -25,7 +25,8 @@ int64_t StepsUntil(int64_t bound, int64_t position, int64_t step, int64_t most) 
 }
 
 // Plans one axis. If the destination is clipped, a proportional part of the source is clipped. The
-// step is that of the unclipped sizes, so clipping does not change the scale.
+// step from one destination pixel to the next in the source is computed from the unclipped sizes,
+// so clipping does not change the scale.
 VXp_ScaledAxis PlanAxis(const Side& src, const Side& dst) {
   const int64_t cut = std::max(int64_t{0}, -dst.low);
   const int64_t wanted = std::max(int64_t{0}, std::min(dst.high, dst.world) - (dst.low + cut));

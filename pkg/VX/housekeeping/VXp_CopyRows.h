@@ -27,7 +27,8 @@ VX_Err VXp_CopyRows(VX_ProgressInfo* progress, const VX_LayerDef& src, const VX_
   const auto touch = [](size_t bytes, int32_t rowbytes) {
     return static_cast<ptrdiff_t>(bytes) == rowbytes;
   };
-  // If source and destination overlap, the order in which rows are copied matters.
+  // Returns whether source and destination do not overlap in memory. If they overlap, the order in
+  // which rows are copied matters.
   const auto apart = [&] {
     const auto a = reinterpret_cast<uintptr_t>(from);
     const auto b = reinterpret_cast<uintptr_t>(to);

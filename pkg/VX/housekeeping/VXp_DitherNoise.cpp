@@ -12,7 +12,7 @@
 
 namespace {
 
-// The table. Only birth and death write it; conversions advance `position`.
+// The noise table. Only birth and death write it; conversions advance `position`.
 constinit std::unique_ptr<uint16_t[]> kept;
 constinit VXp_Noise noise{};
 constinit std::atomic<size_t> position{0};

@@ -28,7 +28,8 @@ inline constexpr VXp_ClampRange kVXp_NoClamp{std::numeric_limits<VX_Fixed>::min(
 
 // Iterates over the source positions of destination pixel centres on one axis. Pixel i of the
 // unclipped rectangle is at source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, truncated to
-// 16 fraction bits. The remainder of the division is kept, so errors do not accumulate.
+// 16 fraction bits. The remainder of the division is carried from pixel to pixel, so errors do not
+// accumulate.
 class VXp_CentrePositions {
  public:
   VXp_CentrePositions(const VXp_ScaledAxis& axis, const VXp_ClampRange& clamp)
@@ -69,7 +70,8 @@ inline VX_Err VXp_HighSamplers(int32_t mode_flags, VX_SamplerBatch<VX_PixelFloat
   return VX_GetSamplerBatchFloat(VX_Quality_High, mode_flags, out);
 }
 
-// Half the size of the area that a destination pixel covers, at least half a pixel.
+// Returns half the size of the area that a destination pixel covers in the source, at least half a
+// pixel.
 inline VX_Fixed VXp_CoveredRadius(const VXp_ScaledAxis& axis) {
   constexpr int64_t kHalf = 32768;
   return static_cast<VX_Fixed>(std::max(kHalf, axis.source_size * kHalf / axis.dest_size));
@@ -127,7 +129,8 @@ template <class Pixel>
 VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_CopyPlan& plan,
                      const VXp_ClampRange& clamp_x, const VXp_ClampRange& clamp_y,
                      const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>& dst) {
-  // The range of sampler positions. Rectangles with 16-bit coordinates always fit.
+  // Sampler positions are 16.16 fixed point, so they end at 32768. Rectangles with 16-bit
+  // coordinates are always within this range.
   constexpr int64_t kMost = 32768;
   if (plan.x.source + plan.x.source_size > kMost || plan.y.source + plan.y.source_size > kMost) {
     return VXp_FailVerification("source too large to scale at high quality");

@@ -3,15 +3,16 @@
 
 // Bilinear samplers for premultiplied pixels, clipped: all four channels are mixed in the same way.
 //
-// Results at 8 and 16 bits are value + 0.5, truncated, from exact weights and sums.
+// At 8 and 16 bits the weighted sums have no rounding error, and results are sum + 0.5, truncated.
+// The weights are exact at 16 bits and integers in 65536ths at 8 bits, see ByteWeights.
 
 #include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
 
-// The 8-bit weights: integers on a scale of 65536. Three are truncated; the first is what remains
-// to 65536. Sums with bytes are below 2^24 and therefore exact in single precision.
+// The 8-bit weights: integers on a scale of 65536. Three are truncated products; w00 is 65536 minus
+// their sum. Sums of weights times bytes are below 2^24 and therefore exact in single precision.
 struct ByteWeights {
   ByteWeights(uint32_t fx, uint32_t fy) {
     const uint32_t i11 = fx * fy >> 16;

@@ -11,8 +11,9 @@
 //
 // The two depths round differently, see Rule. Clipped and unclipped samplers differ only in how
 // they load the neighbours. The function Mixed is the definition. There are two faster forms with
-// the same results: points (OnePoint16, BytePointRule) for any positions, and spans of equal
-// alphas, in which neighbouring positions share a column of pixels.
+// the same results: points (OnePoint16, BytePointRule) for any positions, and spans (MixColumns),
+// in which neighbouring positions share a column of pixels. At 8 bits the second form is used only
+// if all alphas are equal.
 
 #include <cmath>
 #include <cstring>
@@ -94,8 +95,7 @@ VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   return StoreMixed(Fetch::template Four<Pixel>(*record->src, at), at, out);
 }
 
-// Sets *all_in to 0 at a whole position, even inside the world. The rows of a transform depend on
-// this.
+// Sets *all_in to 0 at a whole position, even inside the world. VXp_LineSampler relies on this.
 template <class Pixel>
 VX_Err SamplePlus(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, uint8_t* all_in, Pixel* out) {
   const VXp_Position at(x, y);
@@ -171,7 +171,8 @@ struct BytePointRule {
   }
 };
 
-// The two pixels of a column, and their mix without regard to alpha, which is exact.
+// The two pixels of a column, and their vertical mix. The mix is not weighted by alpha and is
+// exact.
 template <class Pixel>
 struct SpanColumn {
   SpanColumn(const char* upper_at, ptrdiff_t rowbytes, double fy)
@@ -189,8 +190,8 @@ struct SpanColumn {
   VXp_DoubleLanes mixed;
 };
 
-// Stores a span and returns the sum of its alphas. Neighbouring positions share a column. At 8 bits
-// all alphas must be equal.
+// Samples a span and returns the sum of its alphas. Neighbouring positions share a column of
+// pixels. At 8 bits all alphas must be equal.
 template <class Pixel>
 uint32_t MixColumns(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Position& at,
                     Pixel* out) {
@@ -237,7 +238,7 @@ bool HaveOneAlpha(int32_t count, const char* from, ptrdiff_t rowbytes) {
 
 constexpr int32_t kTile = 256;
 
-// Stores at most kTile pixels of a span and returns the sum of their alphas.
+// Samples a part of a span, at most kTile pixels, and returns the sum of their alphas.
 template <class Pixel>
 uint32_t SampleTile(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Position& at,
                     Pixel* out) {

@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // Bilinear samplers for straight alpha at 8 bits in single precision, unclipped: the sampler that
-// the unclipped slot holds if the host's processor record reports SSE2, and the samplers of four
-// positions. By definition their results differ from those of the samplers in double precision.
+// VX_Birth stores in the slot of VX_SubpixelSampleNoClip_Straight if the host's processor record
+// reports SSE2, and the samplers that compute four positions per call. By definition their results
+// differ from those of the samplers in double precision.
 //
 // Every channel is value + 0.5, truncated and clamped to 0..255.
 
@@ -68,7 +69,9 @@ struct SingleRule {
     VXp_Store(out, f.Whole() ? quads.p00 : sample);
     const unsigned bits = VXp_LaneBits(alike);
     if (bits == 0) return 0;
-    // The two formulas give the same result for equal alphas above 0, except for rounding.
+    // For lanes with equal alphas, One uses another formula. If the alpha is above 0, its result
+    // differs from `mixed` by rounding only. So of these lanes, only those with alpha 0 and those
+    // with a colour close to a rounding step have to be computed again.
     const VXp_FourRounded rounded(mixed);
     return bits & VXp_LaneBits(nothing | rounded.color_is_near);
   }

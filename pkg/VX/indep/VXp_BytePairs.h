@@ -34,7 +34,8 @@ struct VXp_ByteColumns {
         _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<int64_t>(pairs.upper)), zero);
     const __m128i below =
         _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<int64_t>(pairs.lower)), zero);
-    // -fy does not fit a signed word. So above - below is multiplied by two words whose sum is -fy.
+    // -fy does not fit a signed 16-bit word. So above - below is multiplied by two words whose sum
+    // is -fy.
     const uint32_t half = fy >> 1, rest = fy - half;
     const __m128i by =
         _mm_set1_epi32(static_cast<int32_t>(((0u - half) & 0xFFFFu) | ((0u - rest) << 16)));

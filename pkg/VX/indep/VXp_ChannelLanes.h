@@ -127,7 +127,7 @@ inline VXp_FloatLanes VXp_ClampedToByte(VXp_FloatLanes v) {
 #endif
 }
 
-// Converts lanes to a pixel. They must be within the range of the channel.
+// Converts lanes to a pixel. The lanes must be within the range of the channel.
 inline uint32_t VXp_Packed8(VXp_IntLanes v) {
 #ifdef __SSE2__
   const auto ints = reinterpret_cast<__m128i>(v);

@@ -15,9 +15,9 @@
 #include "indep/VXp_ChannelLanes.h"
 #include "indep/VXp_Neighbours.h"
 
-// Holds sums over the largest footprint: an area of 2^64 times two 16-bit channels. For 8-bit
-// channels and footprints narrower and lower than 64 pixels, 64 bits are enough, also for twice the
-// sum.
+// Sums over the largest footprint are below 2^96: the footprint has at most 2^64 squares of 1/65536
+// pixel, and the product of two 16-bit channels is below 2^32. For 8-bit channels and footprints
+// narrower and lower than 64 pixels, 64 bits are enough, also for twice the sum.
 __extension__ typedef unsigned __int128 VXp_WideSum;
 constexpr int64_t kVXp_NarrowSide = 64 * 65536;
 
@@ -95,7 +95,8 @@ struct VXp_BoxTypes<VX_PixelFloat> {
 
 enum class VXp_BoxAlpha { Straight, Premultiplied };
 
-// Returns a pixel in double precision. Products of two bytes are exact in single precision.
+// Returns the channels of a pixel in double precision, with colours multiplied by alpha if `kind`
+// is Straight. Products of two bytes are exact in single precision.
 template <VXp_BoxAlpha kind, class Pixel>
 VXp_DoubleLanes VXp_BoxLanes(const char* from) {
   const auto raw = VXp_Load<VXp_RawPixel<Pixel>>(from);
@@ -145,7 +146,8 @@ VXp_Sums<typename VXp_BoxTypes<Pixel>::Row> VXp_RowOf(const char* from, const VX
   return row;
 }
 
-// Divides channels by one number. Quotients are value + 0.5, truncated, and must be at most 65535.
+// Divides sums of channels by one number. The result is the quotient + 0.5, truncated; it must be
+// at most 65535.
 template <class Total>
 class VXp_BoxDivisor {
  public:

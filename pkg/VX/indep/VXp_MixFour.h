@@ -61,7 +61,8 @@ struct VXp_FourSingleWeights {
   VXp_FloatLanes w11, w10, w01, w00;
 };
 
-// The weights as products. Their relative error is a few roundings, even for very small weights.
+// The weights as products of the fractions a, b and their complements. Their relative error is a
+// few roundings, even for very small weights.
 struct VXp_FourCloseWeights {
   explicit VXp_FourCloseWeights(const VXp_FourFractions& f)
       : w11(f.a * f.b),

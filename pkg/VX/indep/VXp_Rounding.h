@@ -14,7 +14,7 @@
 class VXp_NearestRounding {
  public:
 #ifdef __SSE2__
-  // Fast enough to be called for each pixel: one store and one test.
+  // IsSet is fast enough to be called for each pixel: one store and one test.
   static bool IsSet() { return (_mm_getcsr() & _MM_ROUND_MASK) == _MM_ROUND_NEAREST; }
 
   VXp_NearestRounding() : saved_(_mm_getcsr()) {
@@ -41,9 +41,10 @@ class VXp_NearestRounding {
 // Runs `body` in the rounding mode "to nearest". `body` must write its results to memory and
 // capture by value.
 //
-// The compiler may move arithmetic across a change of the rounding mode, but not into or out of a
-// call through a volatile pointer. If the mode is already set, `body` is called directly. `copy` is
-// made only in the other case, so that the captures can stay in registers in this one.
+// If the mode is already set, `body` is called directly. Otherwise the mode is changed and `body`
+// is called through a volatile pointer, because the compiler may move arithmetic across a change of
+// the mode, but not into or out of such a call. Only in this second case a copy of `body` has its
+// address taken; in the first case the captures can stay in registers.
 template <class Body>
 void VXp_RoundingToNearest(const Body& body) {
   if (VXp_NearestRounding::IsSet()) [[likely]] {

@@ -15,8 +15,8 @@ using VXp_SamplePointsCall = void(const VX_SampPB& record, const VX_Fixed* x, co
 template <class Pixel>
 using VXp_SamplePointsFunc = VXp_SamplePointsCall<Pixel>*;
 
-// Gives the results of the clipped samplers and of those that report whether all neighbours are
-// inside.
+// Samples points with the results of the clipped samplers, and of the samplers that report whether
+// all neighbours are inside the world.
 template <class Pixel>
 VXp_SamplePointsCall<Pixel> VXp_StraightPoints;
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The box samplers for rows of positions, for small footprints (reductions to about a tenth or
-// more).
+// The box samplers for rows of positions, for small footprints (pictures that are reduced to a
+// tenth of their size or more).
 
 #include <bit>
 

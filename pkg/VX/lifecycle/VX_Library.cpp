@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Birth and death for several components of a program: the library exists while any of them holds
-// it.
+// Counted birth and death, for several components of a program: the library is initialised while at
+// least one component has acquired it.
 
 #include <cstdint>
 #include <mutex>
@@ -12,8 +12,8 @@
 
 namespace {
 
-// Locked during birth and death, so that every holder gets a library that is completely
-// initialised.
+// Locked during birth and death, so that every component that has acquired the library gets it
+// completely initialised.
 constinit std::mutex holders_mutex;
 constinit int64_t holders = 0;
 

@@ -105,8 +105,9 @@ VXp_Interval IntervalOf(const VXp_TransformCall& call, const VXp_TransformPlan& 
   if (!pair.is_good) return interval;
   const VXp_Footprint print(pair.to_destination);
   if (every_matrix && print.is_degenerate) return interval;
-  // With EveryMatrix the area is that of this matrix alone, so that the first pixel and the
-  // rounding are those of a drawing with one matrix.
+  // If each matrix gives one sub-sample (VXp_MotionRule::EveryMatrix), the area is that of this
+  // matrix alone, so that the first pixel and the rounding are the same as in a call with this
+  // matrix only.
   interval.area = every_matrix ? VXp_AreaOfTransform(call, index, index + 1) : plan.area;
   if (!plan.high && print.is_translation) {
     const auto whole = [](int64_t t) { return static_cast<double>((t + kVXp_FixedHalf) >> 16); };
@@ -157,7 +158,7 @@ VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
   return draw(VXp_MotionDraftRows<Pixel>(plan, sampler, record));
 }
 
-// Draws row by row. All steps that can fail precede the first change of a pixel.
+// Draws row by row. All checks and allocations precede the first change of a pixel.
 template <class Pixel>
 VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
                   const VX_LayerDef& src, const VX_WorldX<Pixel>* mask, VX_WorldX<Pixel>& dst) {
@@ -219,8 +220,8 @@ VX_Err Draw(const VXp_TransformCall& call) {
   return DrawByRows(call, plan);
 }
 
-// Calls the replacement of the slot with the area as dst_rect. If the area does not fit M_Rect,
-// passes the caller's rectangle.
+// Calls the routine that replaces VX_TransformWorld_S in the override table, with the area as
+// dst_rect. If the area does not fit M_Rect, passes the caller's rectangle.
 VX_Err CallReplacement(VXp_TransformCall call) {
   if (const VX_Err error = Check(call)) return error;
   const M_LRect area = VXp_AreaOfTransform(call, 0, call.num_matrices);

@@ -4,10 +4,10 @@
 
 // Samples along lines, with the samplers in the override table.
 //
-// The slots are read once per operation. If all of them hold built-in samplers, positions outside
-// the source are found by division and not sampled, and the positions inside are sampled many at a
-// time. If a slot was replaced, the slots are called for each pixel whose position is within the
-// range of 16.16 fixed point.
+// The slots are read once per operation. If all of them hold built-in samplers, the part of the
+// line that is inside the source is computed by division, only this part is sampled, and many
+// positions are sampled at a time. If a slot was replaced, the slots are called for each pixel
+// whose position is within the range of 16.16 fixed point.
 
 #include <cstring>
 #include <iterator>
@@ -146,7 +146,7 @@ class VXp_LineSampler {
     return Ascending(run);
   }
 
-  // Takes the nearest pixel, whose column is floor(x + 0.5); the row likewise.
+  // Samples the nearest pixel, whose column is floor(x + 0.5); the row likewise.
   VXp_LineParts Nearest(const VXp_Line& line, Pixel* out) const {
     const VXp_Box box{{-kVXp_FixedHalf, Width() - kVXp_FixedHalf},
                       {-kVXp_FixedHalf, Height() - kVXp_FixedHalf}};
@@ -246,8 +246,8 @@ class VXp_LineSampler {
     }
   }
 
-  // Samples from each end of the run, up to and including the first sample for which `all_in` is
-  // true.
+  // Calls all_in(i) for the pixels from each end of the run inwards, until it returns true. Returns
+  // the order of sampling that results if these pixels are sampled first.
   template <class AllIn>
   static VXp_LineParts Ends(const VXp_Run& run, const AllIn& all_in) {
     int32_t forward = run.first, backward = run.end;

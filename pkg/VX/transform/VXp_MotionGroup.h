@@ -41,7 +41,7 @@ class VXp_MotionGroup {
   }
 
   // Adds a path, whose average is stored at `out`. Finishes the current group first if it is full
-  // or has another sampling order.
+  // or if the path has another sampling order.
   void Take(const VXp_Line& path, Pixel* out) {
     const VXp_LineParts parts = sampler_.PartsOfInside(path);
     if (count_ == kMost || parts.forward != parts_.forward || parts.backward != parts_.backward) {
@@ -58,8 +58,8 @@ class VXp_MotionGroup {
  private:
   static constexpr int32_t kMost = 128;
 
-  // Moves all positions by a number of steps. Wraps, because the unused position after the last
-  // sub-sample may overflow.
+  // Moves all positions by a number of steps. Additions wrap around, because the unused position
+  // after the last sub-sample may overflow.
   void Move(int32_t steps) {
     const auto by = static_cast<uint32_t>(steps);
     for (int32_t i = 0; i < count_; ++i) {

@@ -25,7 +25,8 @@ struct VXp_MotionNumber<VX_PixelFloat> {
   using Type = float;
 };
 
-// Rounding at the integer depths: of alphas, and of colours if a sub-sample is not opaque.
+// How averages are rounded at 8 and 16 bits. Applies to alpha, and to colours unless all
+// sub-samples are opaque; then colours are always rounded to nearest.
 enum class VXp_MotionRounding { Down, Nearest };
 
 template <class Pixel>

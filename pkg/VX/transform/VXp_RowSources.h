@@ -175,8 +175,8 @@ class VXp_MotionHighRows {
     group.FinishBefore(out + count);
   }
 
-  // For paths that differ only by a shift of one source pixel from pixel to pixel. Their positions
-  // have equal fractions, so all pixels share the weights of each sub-sample.
+  // Samples paths that differ only by a shift of one source pixel from pixel to pixel. Their
+  // positions have equal fractions, so all pixels share the weights of each sub-sample.
   void SampleSliding(int32_t count, Pixel* out) {
     const VXp_Line path = positions_.PathAt(0);
     for (int32_t k = 0; k < path.count; ++k)
@@ -238,7 +238,8 @@ struct VXp_Interval {
 template <class Pixel>
 class VXp_IntervalRows {
  public:
-  // `area` contains the areas of all intervals. `sums` and `samples` have room for a row of `area`.
+  // `area` contains the areas of all intervals. `sums` and `samples` have as many elements as a row
+  // of `area` has pixels.
   VXp_IntervalRows(std::span<VXp_Interval> intervals, const M_LRect& area,
                    VXp_MotionSum<Pixel>* sums, Pixel* samples,
                    const VXp_LineSampler<Pixel>& sampler, VXp_MotionRounding rounding)

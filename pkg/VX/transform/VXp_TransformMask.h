@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Mask rows of a transform. They are those of a transfer, except in float: there luminance is
-// clamped to 0..1, and set to 0 below 1e-30, before it is inverted.
+// Mask rows for transforms. They are computed as for transfers (VXp_MaskRow), with one exception:
+// float luminance below 1e-30 becomes 0 and luminance above 1 becomes 1. For inverse luma, this is
+// done before the inversion.
 
 #include "blend/mask/VXp_MaskRow.h"
 

@@ -35,8 +35,8 @@ struct Extent {
   }
 };
 
-// The bounds of the image of the source, which is enlarged by `margin` pixels before its first
-// column and row.
+// The bounds, in the destination, of the transformed source. Before the transform the source is
+// extended by `margin` pixels to the left and upwards.
 struct Image {
   Extent x, y, w;
 
@@ -147,7 +147,7 @@ int32_t SampleCount(int32_t num_matrices, bool high) {
 
 VXp_Footprint::VXp_Footprint(const M_Matrix3& to_destination) {
   const M_Vector3 moved = M_TransformVector3(to_destination, kOrigin);
-  // The limits are beyond the position of any world.
+  // The limits are larger than any position in a world.
   const auto fixed = [](double v) {
     return static_cast<int64_t>(std::clamp(Rounded(v * 65536), -0x1p60, 0x1p60));
   };

@@ -31,7 +31,8 @@ struct VXp_TransformCall {
 };
 
 // The size of a destination pixel in the source (its footprint), for a matrix from source to
-// destination. The radii are half of it.
+// destination. x_radius and y_radius are half of it, at most 127 pixels; area is 4 * x_radius *
+// y_radius.
 struct VXp_Footprint {
   explicit VXp_Footprint(const M_Matrix3& to_destination);
 

@@ -83,8 +83,7 @@ struct VXp_RowWork {
   VX_WorldX<Pixel>& dst;
 };
 
-// Returns a mask of bits. Progress is called in rows whose number, counted from the top, has none
-// of these bits.
+// Returns a mask of bits: progress is called after row r of the area if r & mask is 0.
 inline int32_t VXp_ProgressBits(const VXp_TransformCall& call, bool high) {
   const bool field = call.field == VX_Field_EvenRows || call.field == VX_Field_OddRows;
   if (call.num_matrices > 1) return field ? 15 : 7;

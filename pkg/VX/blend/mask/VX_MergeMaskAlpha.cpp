@@ -15,7 +15,8 @@
 
 namespace {
 
-// Merges one row through the slot of its pixel type. The depth of the mask must have been checked.
+// Multiplies the alphas of one row by mask samples, through the slot of the pixel type. The depth
+// of the mask must have been checked.
 template <class Pixel>
 VX_Err MergeRowBySlot(int32_t count, int32_t depth, const void* mask, Pixel* row) {
   return VXp_SlotOf<vxp_slot::MergeMaskRow, Pixel>()(count, depth, mask, row);

@@ -13,7 +13,7 @@
 template <class Pixel>
 const Pixel* VXp_MaskRow(const VX_MaskSpec& spec, const VX_WorldX<Pixel>& mask, int32_t left,
                          int32_t width, int32_t y, Pixel* buffer) {
-  // In 64 bits, because differences of 32-bit positions may not fit 32 bits.
+  // Computed in 64 bits, because differences of 32-bit positions may not fit 32 bits.
   const int64_t mask_y = int64_t{y} - spec.offsetV;
   const int64_t mask_left = int64_t{spec.offsetH} - left;
   if (spec.what == VX_MaskUse_Alpha) return mask.Row(static_cast<int32_t>(mask_y)) - mask_left;

@@ -11,8 +11,8 @@
 
 namespace {
 
-// Unlike the float form, this needs no test for 0 and full scale: integer products with both are
-// exact.
+// Unlike the float form, the integer form does not test for weights of 0 and full scale, because
+// integer products with both are exact.
 void MergeSamples(int32_t count, const char* mask, VX_Pixel8* row) {
   for (ptrdiff_t i = 0; i < count; ++i) {
     const auto pixel = VXp_Load<uint32_t>(row + i);
@@ -41,7 +41,8 @@ void MergeSamples(int32_t count, const char* mask, VX_PixelFloat* row) {
   }
 }
 
-// Merges a row. Samples of another depth are first converted to that of the pixels, in blocks.
+// Multiplies the alphas of a row by mask samples. Samples of another depth are first converted to
+// that of the pixels, in blocks.
 template <class Pixel>
 [[gnu::flatten]] VX_Err MergeRow(int32_t count, int32_t mask_depth, const void* mask, Pixel* row) {
   constexpr int32_t kDepth = VXp_PixelTraits<Pixel>::kDepth, kBlock = 1024;

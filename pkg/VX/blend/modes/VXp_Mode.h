@@ -26,12 +26,14 @@
 //                              compute only colours here; stages of the row do the rest.
 //
 // Symbols in formulas: s and d are the source and destination colours, sa and da their alphas, F is
-// full scale, and A is the union of the alphas, sa + da - sa da.
+// full scale, A is the union of the alphas, sa + da - sa da, and lerp(x, y, t) is x + (y - x) t.
+// Products and quotients are relative to full scale: x y stands for x y / F, and x / y for F x / y.
 //
 // A row form processes one pixel (T is a VXp_PixelTraits) or several in lanes (a VXp_LaneTraits).
 // Therefore it selects between values instead of branching, combines conditions with & and |, and
-// tests T::Any before a computation that may not be needed. The per-pixel forms of the matted modes
-// and of the modes that use a whole colour process one pixel only.
+// skips an expensive computation if T::Any(condition) is false, that is, if the condition is false
+// in all lanes. The per-pixel forms of the matted modes and of the modes that use a whole colour
+// process one pixel only.
 
 #include <algorithm>
 #include <cmath>

@@ -33,9 +33,9 @@ struct VXp_ModeScale : VXp_ModeCopy<T> {
   static constexpr bool kDrawsTransparentRows = true;
 };
 
-// Mixes two images by the alpha t of the mask. With the exact products a1 = sa t, a2 = (F - t) da
-// and q = a1 + a2, each colour is the mean of both colours weighted by a1 and a2, and the alpha is
-// q / F. Has a row form only.
+// Mixes two images by the alpha t of the mask. With the products a1 = sa * t, a2 = (F - t) * da,
+// which are not divided by F, and q = a1 + a2, each colour is the mean of s and d weighted by a1
+// and a2, and the alpha is q divided by F. Has a row form only.
 template <class T>
 struct VXp_ModeMaskMix : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;

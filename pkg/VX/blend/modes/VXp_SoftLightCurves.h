@@ -16,8 +16,8 @@ struct VXp_SoftLightCurves;
 
 namespace vxp_soft_light {
 
-// Newton's method with decreasing values; ends when the value no longer decreases. The error is
-// about one unit in the last place.
+// Returns the square root of x by Newton's method. The values decrease; the iteration ends when
+// they no longer do. The error is about one unit in the last place.
 constexpr double SquareRoot(double x) {
   double r = 1.0;
   for (;;) {

@@ -143,7 +143,9 @@ struct VXp_ModePinLight : VXp_ThreeTerm<T, VXp_ModePinLight<T>> {
   }
 };
 
-// 0 if d is at most a threshold close to F - s, else F. For floats the step is a narrow ramp.
+// 0 if d <= t, else F, with t = (F - s) * 254 / 255 at 8 bits, (F - s) * 32767 / 32768 at 16 bits
+// and (F - s) * 0.99999 for floats. For floats the result rises linearly from 0 to F
+// between t and t + 0.00001.
 template <class T>
 struct VXp_ModeHardMix : VXp_ThreeTerm<T, VXp_ModeHardMix<T>> {
   using Work = typename T::Work;

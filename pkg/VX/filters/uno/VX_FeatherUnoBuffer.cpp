@@ -58,7 +58,7 @@ struct OwnKernel {
   VXp_ScanKernel kernel{};
 };
 
-// Returns the slot of the scan for a sample type. Float has no slot.
+// Returns the routine in the slot of the box scan for a sample type. Float has no slot.
 VX_BlurScanFunc<uint8_t> BoxSlot(uint8_t) { return VXp_G_OverFuncs.VX_BoxBlurUnoScan; }
 VX_BlurScanFunc<uint16_t> BoxSlot(uint16_t) { return VXp_G_OverFuncs.VX_BoxBlurDeepUnoScan; }
 VX_BlurScanFunc<float> BoxSlot(float) { return &VX_BoxBlurFloatUnoScan; }
@@ -73,7 +73,8 @@ class Feather {
         along_(feather, buffer.width, radius_x),
         down_(feather, buffer.height, radius_y) {}
 
-  // Allocates before the buffer is changed, so that a failure leaves it unchanged.
+  // Allocates all memory before the buffer is changed, so that a failure leaves the buffer
+  // unchanged.
   VX_Err Run() {
     if (buffer_.width <= 0 || buffer_.height <= 0) return VX_Ok;
     const int32_t rows = along_.Idle() ? 0 : buffer_.height;

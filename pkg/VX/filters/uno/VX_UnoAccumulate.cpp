@@ -37,9 +37,9 @@ class Gain {
  public:
   Gain(int32_t gain, int32_t scale) : gain_(gain), half_((scale - 1) / 2), scale_(scale) {}
 
-  // In double, all steps except the division are exact. A quotient that is not an integer is at
-  // least 1 / scale below the next integer, so the rounding of the division does not change the
-  // truncated result.
+  // Computes in double, in which all steps except the division are exact. A quotient that is not an
+  // integer is at least 1 / scale below the next integer, so the rounding of the division does not
+  // change the truncated result.
   uint32_t operator()(uint32_t sample) const {
     const double quotient = (static_cast<int32_t>(sample) * gain_ + half_) / scale_;
     return static_cast<uint32_t>(static_cast<int32_t>(std::min(quotient, 2147483647.0)));

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The record of a one-channel buffer: creation, disposal, checks.
+// Creation, disposal and checks of one-channel buffers.
 
 #include "VX/VX_UnoBuffer.h"
 
@@ -27,8 +27,8 @@ bool HasSamples(const VX_UnoBuffer& buffer) {
   return buffer.data != nullptr && *buffer.data != nullptr;
 }
 
-// Returns the bytes per sample, 0 for an unknown depth. Old records have depth code 1 for 8 bits
-// and 0 for 16 bits.
+// Returns the bytes per sample, 0 for an unknown depth. Buffers of older callers have depth code 1
+// for 8 bits and 0 for 16 bits.
 int64_t BytesOf(int32_t depth) {
   switch (depth) {
     case 1:
@@ -89,7 +89,7 @@ VX_Err VX_NewDeepUnoBuffer(int32_t width, int32_t height, VX_UnoBuffer** out) {
 
 VX_Err VX_DisposeUnoBuffer(VX_UnoBuffer* buffer) {
   if (buffer == nullptr) return VX_Ok;
-  // A damaged record is reported and freed too, which does not read its samples.
+  // A damaged buffer is reported and freed too. Freeing does not read its samples.
   static_cast<void>(VXp_CheckUno(buffer));
   std::destroy_at(buffer);
   U_FreePtr(buffer);

@@ -67,11 +67,11 @@ VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
 }
 
 #ifdef __SSE2__
-// Returns v a / 255 rounded to nearest, for 16 bytes and an opacity a given as `factor`, a fraction
-// of 65536. Bytes at even and at odd indices are processed separately. A byte times 256 is
-// multiplied by the factor, which gives the product in units of 1/256; 128 units are added to
-// round. The factor has an error of at most half a unit, so the product of less than 1/2 unit,
-// 1/512. This is less than 1/510, the smallest distance between v a / 255 and a half.
+// Returns v * opacity / 255 rounded to nearest, for 16 bytes v. `factor` is opacity * 65536 / 255,
+// rounded to nearest. Bytes at even and at odd indices are processed separately. The upper half of
+// the 32-bit product (256 v) * factor is v * opacity / 255 in units of 1/256; 128 is added to round
+// to whole numbers. The error of `factor` is at most 1/2, so the error of the result is less than
+// 1/512. This is less than 1/510, the smallest distance of a value v * opacity / 255 from a half.
 __m128i FadedBytes(__m128i v, __m128i factor) {
   const __m128i half = _mm_set1_epi16(128), odd_places = _mm_set1_epi16(-256);
   const __m128i odd = _mm_mulhi_epu16(_mm_and_si128(v, odd_places), factor);

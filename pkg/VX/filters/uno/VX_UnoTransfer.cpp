@@ -33,7 +33,7 @@ class Transfer {
            const VXp_CopyArea& area, const VX_UnoBuffer& dst)
       : src_(src), mask_(mask), mode_(mode), area_(area), dst_(dst) {}
 
-  // Modes that clear process every row of the destination.
+  // In modes that clear samples outside of the area, every row of the destination is processed.
   VX_Err Run(const VX_ProgressInfo* progress) const {
     const M_LRect whole = VXp_UnoWhole(dst_);
     if (whole.right == 0) return VX_Ok;
@@ -80,9 +80,9 @@ class Transfer {
 };
 
 #ifdef __SSE2__
-// Returns d + (s - d) mask for 16-bit words. Computes (|s - d| mask + 16383) >> 15 from the two
-// halves of the product: twice the upper half, plus (lower half + 16383) >> 15. The step is negated
-// if s < d.
+// Returns d + (s - d) mask / 32768, rounded, for 16-bit words. The step |s - d| mask / 32768 is
+// (product + 16383) >> 15, computed from the two halves of the product: twice the upper half, plus
+// (lower half + 16383) >> 15. It is subtracted from d if s < d.
 __m128i MixedWords(__m128i s, __m128i mask, __m128i d) {
   const __m128i up = _mm_subs_epu16(s, d);
   const __m128i distance = _mm_or_si128(up, _mm_subs_epu16(d, s));

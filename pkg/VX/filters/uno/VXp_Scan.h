@@ -52,7 +52,8 @@ constexpr int64_t VXp_ScanReach(VX_Fixed radius) { return (int64_t{radius} + 0xF
 
 // --- kernels -------------------------------------------------------------------------------------
 
-// The weights of one side of a Gaussian window. Owns its memory; a zero object is empty.
+// The weights of one side of a Gaussian window. Owns its memory. An object with all members 0 is
+// empty.
 struct VXp_ScanKernel {
   void** memory;    // a handle
   VX_Fixed radius;  // 0 if empty
@@ -85,10 +86,10 @@ struct VXp_ScanLines {
   int32_t lines;
 };
 
-// Scans the lines in place. `kernel` is read for Gaussian plans only, else it may be null.
-// `scratch` has room for the positions that are read, with the values of all lines at one position
-// adjacent; Gaussian windows also need plan.half positions on both sides. A second scratch of the
-// same size makes plans of several passes faster; it may be null.
+// Scans the lines in place. `kernel` is read for Gaussian plans only, else it may be null. In
+// `scratch`, the values of all lines at one position are adjacent. It has as many positions as are
+// read, and plan.half more on each side for Gaussian windows. A second scratch of the same size
+// makes plans of several passes faster; it may be null.
 template <class Sample>
 void VXp_RunScan(const VXp_ScanPlan& plan, const VXp_ScanKernel* kernel, const VXp_ScanLines& lines,
                  Sample* scratch, Sample* second);

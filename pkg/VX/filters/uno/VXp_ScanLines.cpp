@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Scans over lines: the engines of VXp_BoxEngine.h and VXp_GaussianSums.h for samples.
+// Executes scans over lines of samples, with the engines of VXp_BoxEngine.h and VXp_GaussianSums.h.
 
 #include <algorithm>
 #include <cstring>
@@ -27,11 +27,11 @@ const Sample* Samples(const char* at) {
 
 // --- boxes ---------------------------------------------------------------------------------------
 
-// The quotient (S unit + O outer + bias) / divisor, truncated at integer depths. For integers the
-// bias is 128 for soft boxes and 0 for plain ones, plus 1/2. The 1/2 ensures that rounding errors
-// do not make an integer quotient smaller; any other quotient is at least 1 / divisor below the
-// next integer. The terms are below 2^40 / divisor, so rounding errors are much smaller than 1/2 /
-// divisor. Float has no bias.
+// The quotient (S * unit + O * outer + bias) / divisor, truncated at integer depths. For integers
+// the bias is 128 for soft boxes and 0 for plain ones, plus 1/2. The 1/2 ensures that rounding
+// errors do not make an integer quotient smaller; any other quotient is at least 1 / divisor below
+// the next integer. The terms are below 2^40 / divisor, so rounding errors are much smaller than
+// 1/2 / divisor. Float has no bias.
 template <class Sample>
 struct BoxQuotient {
   BoxQuotient(int32_t scale, int32_t outer, int64_t total)
@@ -48,8 +48,8 @@ struct BoxQuotient {
     }
   }
 
-  // Subtracted from the sums and added again in `bias`, because only signed integers are converted
-  // to double by one instruction.
+  // kOffset is subtracted from the sums and added again in `bias`, because only signed integers are
+  // converted to double by one instruction.
   static constexpr double kOffset = 2147483648.0;
   double unit, weight, bias;
 };
@@ -252,8 +252,8 @@ void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* 
                   char* out, ptrdiff_t stride) {
   const Sample* const first = in + plan.half * lines;
   const int64_t positions = plan.last - plan.first;
-  // Values that are adjacent in `out`: those of a single line, or those of all lines at one
-  // position.
+  // A run is a sequence of values that are adjacent in `out`: those of a single line, or those of
+  // all lines at one position.
   const bool along = lines == 1 && stride == kBytes<Sample>;
   const int64_t runs = along ? 1 : positions, length = along ? positions : lines;
   for (int64_t run = 0; run < runs; ++run) {

@@ -15,8 +15,8 @@
 
 namespace {
 
-// Returns a plan that writes `half` positions more than start..end on both sides, and reads `half`
-// positions more again.
+// Returns a plan that writes the positions start - half to end + half - 1, and reads `half` more
+// positions on each side. Both ranges are clipped to the line.
 VXp_ScanPlan PlanOfNeighbours(VXp_ScanKind kind, int64_t half, int32_t length, int32_t start,
                               int32_t end, VX_Fixed radius) {
   VXp_ScanPlan plan;
@@ -74,7 +74,8 @@ constexpr int32_t kWeightArray = 14;  // entry of the string table
 
 VXp_ScanKernel cached_kernel;
 
-// Stores the weights of both sides. Calls the kernel routine through its slot, like plug-ins.
+// Computes the weights of both sides. Requests the kernel routine from VX_GetCallbackAddr, so that
+// a replacement in the override table is used.
 VX_Err FillKernel(VX_Fixed radius, int32_t* diameter, int32_t* weights) {
   void* address = nullptr;
   const VX_Err error = VX_GetCallbackAddr(nullptr, VX_Quality_High, VX_ModeFlag_Straight,

@@ -139,7 +139,7 @@ VX_Err VXp_UnoTransferRowFloat(int32_t count, const float* src, const float* mas
 VX_Err VXp_UnoConvertRow(int32_t count, int32_t src_depth, const void* src, int16_t flag,
                          int32_t dst_depth, void* dst);
 
-// See VX_AccumulateUnoBuffers. Gains are 0 or above, at the scale of the source. Returns
-// VX_ErrBadParameter after a report for an unknown mode or an unsupported pair of depths.
+// Processes one row of VX_AccumulateUnoBuffers. Gains are 0 or above, at the scale of the source.
+// Returns VX_ErrBadParameter after a report for an unknown mode or an unsupported pair of depths.
 VX_Err VXp_UnoAccumulateRow(int32_t count, int32_t mode, int32_t src_depth, const void* src,
                             int32_t gain_src, int32_t gain_dst, int32_t dst_depth, void* dst);

@@ -133,9 +133,10 @@ VX_API VX_SampleAllInCall<VX_Pixel8> VX_SubpixelSamplePlus_Straight;
 VX_API VX_SampleAllInCall<VX_Pixel16> VX_SubpixelSamplePlus_Straight16;
 VX_API VX_SampleAllInCall<VX_PixelFloat> VX_SubpixelSpanSampleAllInCPlusPlusFloat;
 
-// Bilinear, unclipped. If the host reports SSE2 (see host/U.h), the library's override table
-// (VXp_G_OverFuncs) contains the ..._SSE2 function in place of VX_SubpixelSampleNoClip_Straight.
-// Its results are rounded differently.
+// Bilinear, unclipped. With the embedded host, the library's override table (VXp_G_OverFuncs)
+// contains the ..._SSE2 function in place of VX_SubpixelSampleNoClip_Straight on every machine. The
+// function needs no SSE2, and its results are rounded differently. With another host, its processor
+// record decides; see U_CPU_SAMPLING in host/U.h.
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight;
 VX_API VX_SampleCall<VX_Pixel8> VX_SubpixelSampleNoClip_Straight_SSE2;
 VX_API VX_SampleCall<VX_Pixel16> VX_SubpixelSampleNoClip_Straight16;

@@ -32,6 +32,13 @@ inline constexpr int32_t U_CPU_HAS_SSE3 = 4;
 inline constexpr int32_t U_CPU_HAS_SSSE3 = 8;
 inline constexpr int32_t U_CPU_WORDS = 9;
 
+// Index of the word that selects the rule of one sampler, and its only value with a meaning. With
+// that value, the unclipped bilinear sampler of 8 bits (VX_Sampling.h) computes in single precision
+// on every machine. With any other value it does so if U_CPU_HAS_SSE2 is set, and computes in
+// double precision otherwise. The embedded host always sets the value.
+inline constexpr int32_t U_CPU_SAMPLING = 0;
+inline constexpr uint32_t U_CPU_SAMPLING_SINGLE = 0x53494E47;
+
 // The processor record, at least U_CPU_WORDS words. The pointer is never null and is valid before
 // main. The words must not change while operations run.
 extern VXHOST_API uint32_t* U_G_CPU_DataP;

@@ -63,8 +63,9 @@ VXHOST_API int64_t VXHost_GetCacheBudget();
 
 // ---- Processor and threads ----------------------------------------------------------------------
 
-// Overrides the processor record of U_G_CPU_DataP, or restores the record of this machine. Call
-// these before VX_Birth, which selects routines by the record.
+// Overrides the flags of the processor record of U_G_CPU_DataP, or restores those of this machine.
+// words[U_CPU_SAMPLING] is not read: the sampling rule does not depend on the processor. Call these
+// before VX_Birth, which selects routines by the record.
 VXHOST_API void VXHost_SetProcessor(const uint32_t (&words)[U_CPU_WORDS]);
 VXHOST_API void VXHost_ResetProcessor();
 

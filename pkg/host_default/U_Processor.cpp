@@ -13,6 +13,7 @@ constinit std::atomic<int32_t> num_threads{1};
 
 void Detect() {
   std::fill(std::begin(record), std::end(record), 0u);
+  record[U_CPU_SAMPLING] = U_CPU_SAMPLING_SINGLE;
 #if defined(__x86_64__) || defined(__i386__)
   __builtin_cpu_init();
   record[U_CPU_HAS_MMX] = __builtin_cpu_supports("mmx") != 0;
@@ -35,6 +36,7 @@ constinit uint32_t* U_G_CPU_DataP = record;
 
 void VXHost_SetProcessor(const uint32_t (&words)[U_CPU_WORDS]) {
   std::copy(std::begin(words), std::end(words), record);
+  record[U_CPU_SAMPLING] = U_CPU_SAMPLING_SINGLE;
 }
 
 void VXHost_ResetProcessor() { Detect(); }

@@ -28,7 +28,8 @@ def processor() -> str:
 def set_processor(level: Level) -> None:
     """Selects routines for a processor level.
 
-    level: "none", "sse2", or "all", which uses all instructions of this machine.
+    level: "none", "sse2", or "all", which uses all instructions of this machine. Results are the
+    same at every level.
 
     Raises TypeError, ValueError, RuntimeError.
     """

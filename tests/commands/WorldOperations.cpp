@@ -167,13 +167,13 @@ bool Reduces(const M_Matrix3* matrices, int32_t count, uint8_t src2dst) {
   }
   return false;
 }
+// `single`: the rule of the unclipped 8-bit sampler.
+template <bool single = true>
 VX_Err TransformTwin(VX_ProgressInfo*, int32_t quality, int32_t, int32_t field,
                      const VX_LayerDef* src, const VX_CompositeModePlus* mode,
                      const VX_LinearBlendingTables* tables, const VX_TransformMask* mask,
                      const M_Matrix3* matrices, int32_t count, uint8_t src2dst, const M_Rect* rect,
                      VX_LayerDef* dst) {
-  const bool single =
-      VXp_G_OverFuncs.VX_SubpixelSampleNoClip_Straight == &VX_SubpixelSampleNoClip_Straight_SSE2;
   if (VXp_WorldDepth(dst) == 32 && quality != 0 && Reduces(matrices, count, src2dst)) {
     return kNoTwin;
   }
@@ -186,16 +186,25 @@ VX_Err TransformTwin(VX_ProgressInfo*, int32_t quality, int32_t, int32_t field,
   return VX_Ok;
 }
 
+template <class Slot>
+VX_Err MotionWith(Command& c, Slot* slot, Slot replacement) {
+  const Slot kept = *slot;
+  *slot = replacement;
+  const VX_Err error = Motion(c, &VX_TransformWorld);
+  *slot = kept;
+  return error;
+}
 // Draws with a sampler slot that a caller replaced: the slots are then called for each pixel.
 VX_Err ReplacedSamplers(Command& c) {
-  auto& slot = VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight;
-  const auto kept = slot;
-  slot = [](uint16_t x, uint16_t y, VX_SubpixelWeights* out) {
-    return VX_SubpixelSampleComputeWeight(x, y, out);
-  };
-  const VX_Err error = Motion(c, &VX_TransformWorld);
-  slot = kept;
-  return error;
+  return MotionWith<VX_ComputeWeightFunc>(c, &VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight,
+                                          [](uint16_t x, uint16_t y, VX_SubpixelWeights* out) {
+                                            return VX_SubpixelSampleComputeWeight(x, y, out);
+                                          });
+}
+// Draws with the sampling rule of a host whose processor record has no SSE2.
+VX_Err DoublePrecision(Command& c) {
+  return MotionWith<VX_SampleFunc<VX_Pixel8>>(c, &VXp_G_OverFuncs.VX_SubpixelSampleNoClip_Straight,
+                                              &VX_SubpixelSampleNoClip_Straight);
 }
 
 VX_Err ConvolveTwin(VX_ProgressInfo*, const VX_LayerDef* src, const M_Rect*, int32_t flags,
@@ -419,12 +428,14 @@ std::vector<Operation> WorldOperations() {
       {"VX_BoxBlur1D large", [](Command& c) { return LargePass(c, &VX_BoxBlur1D); },
        [](Command& c) { return LargePass(c, &BoxTwin); }, kBlurs, kFloatSum},
       {VX_OP(VX_BlurWorld), Of(&BlurWorldTwin), kBlurs, 2e-5},
-      {VX_OP(VX_TransformWorld), Of(&TransformTwin), kExact},
-      {VX_OP(VX_TransformWorld_S), Of(&TransformTwin), kExact},
+      {VX_OP(VX_TransformWorld), Of(&TransformTwin<>), kExact},
+      {VX_OP(VX_TransformWorld_S), Of(&TransformTwin<>), kExact},
       {"motion of VX_TransformWorld", [](Command& c) { return Motion(c, &VX_TransformWorld); },
-       [](Command& c) { return Motion(c, &TransformTwin); }, kExact, 0, true, false},
+       [](Command& c) { return Motion(c, &TransformTwin<>); }, kExact, 0, true, false},
+      {"motion in double precision", &DoublePrecision,
+       [](Command& c) { return Motion(c, &TransformTwin<false>); }, kExact, 0, true, false},
       {"motion with replaced samplers", &ReplacedSamplers,
-       [](Command& c) { return Motion(c, &TransformTwin); }, kExact, 0, true, false},
+       [](Command& c) { return Motion(c, &TransformTwin<>); }, kExact, 0, true, false},
       {VX_OP(VX_Iterate), Of(&IterateTwin)},
       {VX_OP(VX_IterateOrigin), Of(&OriginTwin<false>)},
       {VX_OP(VX_IterateOriginAll), Of(&OriginTwin<true>)},

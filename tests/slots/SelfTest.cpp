@@ -52,7 +52,7 @@ std::vector<Fault> Faults() {
            return real.VX_UnmatteWhite16(count, src, dst);
          };
        }},
-      {"the rule of another level", "slot VX_SubpixelSampleNoClip_Straight",
+      {"the other rule of a sampler", "slot VX_SubpixelSampleNoClip_Straight",
        [] { slots.VX_SubpixelSampleNoClip_Straight = &VX_SubpixelSampleNoClip_Straight; }},
   };
 }

@@ -10,11 +10,12 @@
 #include "VX/VX_Package.h"
 #include "host/VXHost.h"
 
-// Limits the host's processor record to "none", "sse2" or "all". False for another name.
+// Limits the host's processor record to "none", "sse2" or "all". False for another name. The
+// sampling rule of the record stays.
 inline bool LimitProcessor(const std::string& level) {
   VXHost_ResetProcessor();
   if (level == "none") {
-    for (int32_t i = 0; i < U_CPU_WORDS; ++i) U_G_CPU_DataP[i] = 0;
+    VXHost_SetProcessor({});
   } else if (level == "sse2") {
     U_G_CPU_DataP[U_CPU_HAS_SSSE3] = 0;
   }

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // Bilinear samplers for straight alpha at 8 bits in single precision, unclipped: the sampler that
-// VX_Birth stores in the slot of VX_SubpixelSampleNoClip_Straight if the host's processor record
-// reports SSE2, and the samplers that compute four positions per call. By definition their results
-// differ from those of the samplers in double precision.
+// VX_Birth stores in the slot of VX_SubpixelSampleNoClip_Straight with the embedded host, and the
+// samplers that compute four positions per call. By definition their results differ from those of
+// the samplers in double precision. They need no SSE2.
 //
 // Every channel is value + 0.5, truncated and clamped to 0..255.
 

@@ -52,7 +52,7 @@ void FillOverrideTable() {
 #include "VX/VX_OverrideSlots.def"
 #undef VX_SLOT
 #undef VX_NULL_SLOT
-  if (VXp_HasSSE2()) {
+  if (VXp_SamplesInSingle()) {
     table.VX_SubpixelSampleNoClip_Straight = VX_SubpixelSampleNoClip_Straight_SSE2;
   }
   VXp_RememberBuiltInRoutines();

@@ -151,6 +151,24 @@ TEST_F(VXBirth, VectorConstantsFollowTheProcessor) {
   }
 }
 
+// A record without the value of U_CPU_SAMPLING is that of another host.
+TEST_F(VXBirth, SamplingRuleFollowsTheRecord) {
+  const struct {
+    uint32_t sampling, sse2;
+    bool single;
+  } cases[] = {{U_CPU_SAMPLING_SINGLE, 0, true}, {0, 0, false}, {0, 1, true}, {1, 0, false}};
+  for (const auto& c : cases) {
+    FreshHost();
+    U_G_CPU_DataP[U_CPU_SAMPLING] = c.sampling;
+    U_G_CPU_DataP[U_CPU_HAS_SSE2] = c.sse2;
+    ASSERT_EQ(VX_Birth(), 0);
+    EXPECT_EQ(VXp_G_OverFuncs.VX_SubpixelSampleNoClip_Straight,
+              c.single ? &VX_SubpixelSampleNoClip_Straight_SSE2 : &VX_SubpixelSampleNoClip_Straight)
+        << &c - cases;
+    ASSERT_EQ(VX_Death(), 0);
+  }
+}
+
 TEST_F(VXBirth, CursorHandlersLiveFromBirthToDeath) {
   const auto first = std::make_shared<int>(1), second = std::make_shared<int>(2);
   int port = 0;

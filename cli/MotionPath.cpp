@@ -28,7 +28,12 @@ void ParsePair(const std::string& option, const std::string& text, double* x, do
 }
 
 void ParseMatrix(const std::string& option, const std::string& text, Placement* to) {
-  const std::vector<double> numbers = ParseNumbers(option, text, kMatrixNumbers);
+  std::vector<double> numbers = ParseNumbers(option, text, kMatrixNumbers);
+  // The library does the same division. Here it makes the motion between two affine matrices even.
+  const double last = numbers[8];
+  if (numbers[2] == 0 && numbers[5] == 0 && last != 0) {
+    for (double& number : numbers) number /= last;
+  }
   std::ranges::copy(numbers, to->matrix.emplace().m);
 }
 
@@ -113,7 +118,8 @@ OptionList PlacementOptionList(Placement* to) {
            "Instead of these options: nine numbers, separated by commas or blanks. The row vector "
            "(x "
            "y 1) of the layer times the matrix is the position in the picture; 1,0,0,0,1,0,X,Y,1 "
-           "moves the layer by X,Y"},
+           "moves the layer by X,Y. A ninth number other than 1 divides all of them, except in a "
+           "perspective"},
       });
 }
 

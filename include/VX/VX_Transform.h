@@ -10,7 +10,8 @@
 // applied to row vectors. Only the position of the first pixel drawn is computed from the matrix.
 // Each row and each column adds a constant step in units of 1/65536 pixel, which is rounded once,
 // half away from zero. A perspective is therefore drawn as the affine map at the first pixel.
-// Positions outside the range of 16.16 fixed point are transparent; they do not wrap.
+// Positions outside the range of 16.16 fixed point are transparent; they do not wrap. An affine
+// matrix (m[2] and m[5] are 0) is divided by m[8] first, if that is not 0.
 //
 // Area. Each matrix contributes two bounds: those of the image of the source rectangle (0, 0) to
 // (w, h), rounded outwards to whole pixels and enlarged by one pixel, and those of the image of
@@ -24,7 +25,10 @@
 // Quality. Draft uses the nearest pixel. High is bilinear, or, if the source is reduced, the
 // average over the footprint of each pixel. A pure translation is drawn like VX_TransferRect, moved
 // by (t + 32768) >> 16 pixels, with t in 65536ths; in high quality this applies only to
-// translations by whole pixels.
+// translations by whole pixels. In high quality pixels are also copied, at all depths, if the steps
+// and the first position are those of a quarter turn, a mirror, a whole translation or a
+// combination of these. For a motion, this must be so at every sub-sample. If a slot of the
+// samplers that it uses was replaced, the transform calls the samplers instead.
 //
 // Outside. The source is transparent outside its rectangle. Pixels whose sample is transparent do
 // not change the destination, except in the modes Scale, StencilAlpha, StencilLuma and PremulOver.

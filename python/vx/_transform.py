@@ -31,7 +31,8 @@ def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
     in src times the matrix is the position in dst; the last row is the translation. Pixel centres
     are whole numbers. Parts and matrices_between() make matrices. A matrix without an inverse draws
     nothing.
-    quality: "high" filters, "draft" takes the nearest pixel.
+    quality: "high" filters, except that quarter turns, mirrors and whole translations copy pixels;
+    "draft" takes the nearest pixel.
     inverse: the matrices map dst to src.
     rect: the part of dst that may be changed.
     mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field: as in transfer().

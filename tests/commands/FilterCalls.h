@@ -149,8 +149,24 @@ inline void Bend(Command& c, std::vector<M_Matrix3>* path) {
   path->back().m[6] += c.Flag() ? 1e-13 : 1e-11;
 }
 
-// One matrix, or several of a motion; some with a slight perspective, the first sometimes without
-// an inverse.
+// Fills a path with quarter turns and mirrors that move pixels to pixels: in equal steps, or not.
+inline void MoveExactly(Command& c, std::vector<M_Matrix3>* path) {
+  const int32_t step = c.Pick({0, 1, 16, 32});
+  for (size_t i = 0; i < path->size(); ++i) {
+    VX_TransformParts p;
+    p.scale_x = c.Pick({-1.0, 1.0});
+    p.rotation = 90 * c.Below(4);
+    p.translate_x = c.Between(-4, 30);
+    p.translate_y = c.Between(-4, 12);
+    VX_MatrixOfParts(&p, &(*path)[i]);
+    if (step == 0 || i == 0) continue;
+    (*path)[i] = (*path)[i - 1];
+    (*path)[i].m[6] += step;
+  }
+}
+
+// One matrix, or several of a motion; some with a slight perspective or another last number than 1,
+// the first sometimes without an inverse.
 inline std::vector<M_Matrix3> AnyMatrices(Command& c, int32_t count) {
   const int32_t kind = c.Below(5);
   const VX_TransformParts from = AnyParts(c, kind);
@@ -167,6 +183,13 @@ inline std::vector<M_Matrix3> AnyMatrices(Command& c, int32_t count) {
   const bool perspective = c.OneIn(16);
   for (M_Matrix3& matrix : matrices) {
     if (perspective) matrix.m[2] = 0.002, matrix.m[5] = -0.001;
+  }
+  if (c.OneIn(6)) MoveExactly(c, &matrices);
+  if (c.OneIn(8) && matrices[0].m[2] == 0) {
+    for (M_Matrix3& matrix : matrices) {
+      const double factor = c.Pick({0.5, 3.0, -2.0});
+      for (double& entry : matrix.m) entry *= factor;
+    }
   }
   if (c.OneIn(32)) matrices.front() = M_Matrix3{{1, 1, 0, 1, 1, 0, 0, 0, 1}};
   for (const double number : matrices[0].m) c.Log("  %.17g\n", number);

@@ -161,7 +161,8 @@ bool Reduces(const M_Matrix3* matrices, int32_t count, uint8_t src2dst) {
     bool invertible = true;
     if (src2dst == 0) M_InverseMatrixQuiet(to_dst, &to_dst, &invertible);
     const double* const m = to_dst.m;
-    if (!invertible || std::min(std::hypot(m[0], m[1]), std::hypot(m[3], m[4])) < 1 - 1e-9) {
+    const double unit = m[2] == 0 && m[5] == 0 ? std::abs(m[8]) : 1;
+    if (!invertible || std::min(std::hypot(m[0], m[1]), std::hypot(m[3], m[4])) < unit - 1e-9) {
       return true;
     }
   }

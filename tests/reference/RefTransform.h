@@ -148,6 +148,17 @@ inline bool Vanishes(const M_Matrix3& to_dst) {
          Fixed(Length(Times({0, 1, 0}, to_dst))) == 0;
 }
 
+// An affine matrix with a last number of 1 instead of another one that is not 0; it has the same
+// effect. Any other matrix is returned unchanged.
+inline M_Matrix3 WithUnitW(M_Matrix3 a) {
+  const double w = a.m[8];
+  const bool is_affine = a.m[2] == 0 && a.m[5] == 0;
+  if (is_affine && w != 0) {
+    for (double& v : a.m) v = v / w;
+  }
+  return a;
+}
+
 // True if two numbers differ by more than rounding errors.
 inline bool Differs(double a, double b) {
   const double larger = std::max(std::abs(a), std::abs(b));
@@ -195,6 +206,16 @@ struct PositionGrid {
   }
 };
 
+// True if every whole position of the destination falls on a whole position of the source, one
+// pixel from its neighbours: the picture is moved, turned by quarters or mirrored.
+inline bool IsOnPixels(const PositionGrid& grid) {
+  const auto is_step = [](const Position& a) {
+    return std::max(std::abs(a.x), std::abs(a.y)) == 65536 && (a.x == 0) != (a.y == 0);
+  };
+  return grid.at.x % 65536 == 0 && grid.at.y % 65536 == 0 && is_step(grid.column) &&
+         is_step(grid.row) && (grid.column.x == 0) != (grid.row.x == 0);
+}
+
 // --- samples ---
 
 // `pixels` is in the order from left to right. `taken` is in the order of sampling: sums of floats
@@ -216,6 +237,19 @@ class Reader {
     record_.y_radius = static_cast<VX_Fixed>(f.y);
     is_box_ = d.quality != 0 && (f.x > 32768 || f.y > 32768);
   }
+
+  // The pixels at whole positions, in order.
+  SampledRow<Pixel> Copied(const std::vector<Position>& at) const {
+    SampledRow<Pixel> out;
+    for (const Position& p : at) {
+      Pixel pixel = {};
+      if (!IsTooFar(p)) Nearest(nullptr, X(p), Y(p), &record_, &pixel);
+      out.pixels.push_back(pixel);
+    }
+    out.taken = out.pixels;
+    return out;
+  }
+  bool CanCopy() const { return !is_box_; }
 
   SampledRow<Pixel> Line(const std::vector<Position>& at, Middle middle) const {
     SampledRow<Pixel> out{std::vector<Pixel>(at.size()), {}};
@@ -420,18 +454,28 @@ struct Rows {
   SampledRow<Pixel> Still(int64_t row) const {
     std::vector<Position> at;
     for (int64_t x = 0; x < width; ++x) at.push_back(PositionAt(first, x, row));
+    if (reader.CanCopy() && IsOnPixels(first)) return reader.Copied(at);
     return reader.Line(at, StepsByPixels(first) ? Middle::Span : Middle::Unclipped);
   }
 
   SampledRow<Pixel> Straight(int64_t row) const {
     const int64_t n = d.count > 2 ? d.count - 1 : d.quality == 0 ? 8 : 16;
     const bool is_slide = StepsByPixels(first) && StepsByPixels(last);
+    const Position way = {last.at.x - first.at.x, last.at.y - first.at.y};
+    const bool is_whole = reader.CanCopy() && IsOnPixels(first) && IsOnPixels(last) &&
+                          first.column.x == last.column.x && first.column.y == last.column.y &&
+                          way.x % n == 0 && way.y % n == 0 && way.x / n % 65536 == 0 &&
+                          way.y / n % 65536 == 0;
     std::vector<Pixel> out;
     for (int64_t x = 0; x < width; ++x) {
       const Position from = PositionAt(first, x, row), to = PositionAt(last, x, row);
       std::vector<Position> at;
       for (int64_t i = 0; i < n; ++i) {
         at.push_back({from.x + i * ((to.x - from.x) / n), from.y + i * ((to.y - from.y) / n)});
+      }
+      if (is_whole) {
+        out.push_back(Average(reader.Copied(at).taken));
+        continue;
       }
       out.push_back(
           Average(reader.Line(at, is_slide ? Middle::Weighted : Middle::Unclipped).taken));
@@ -440,12 +484,18 @@ struct Rows {
   }
 
   SampledRow<Pixel> Curved(const Bounds& area, int64_t row) const {
+    bool is_whole = true;
+    for (size_t i = 0; i + 1 < to_src.size(); ++i) {
+      is_whole = is_whole && Reader<Pixel>(d, Footprint(to_dst[i])).CanCopy() &&
+                 IsOnPixels(PositionGrid(to_src[i], area));
+    }
     std::vector<Pixel> out;
     for (int64_t x = 0; x < width; ++x) {
       std::vector<Pixel> samples;
       for (size_t i = 0; i + 1 < to_src.size(); ++i) {
         const Reader<Pixel> here(d, Footprint(to_dst[i]));
-        samples.push_back(here.One(PositionAt(PositionGrid(to_src[i], area), x, row)));
+        const Position at = PositionAt(PositionGrid(to_src[i], area), x, row);
+        samples.push_back(is_whole ? here.Copied({at}).pixels[0] : here.One(at));
       }
       out.push_back(Average(samples));
     }
@@ -457,13 +507,14 @@ template <class Pixel>
 void Transform(const Drawing& d, const VX_LayerDef& dst) {
   std::vector<M_Matrix3> to_dst, to_src;
   for (int32_t i = 0; i < d.count; ++i) {
-    const std::optional<M_Matrix3> inverse = Inverse(d.matrices[i]);
+    const M_Matrix3 given = WithUnitW(d.matrices[i]);
+    const std::optional<M_Matrix3> inverse = Inverse(given);
     if (!inverse) {
       if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, ImageOf(dst));
       return;
     }
-    to_dst.push_back(d.src2dst ? d.matrices[i] : *inverse);
-    to_src.push_back(d.src2dst ? *inverse : d.matrices[i]);
+    to_dst.push_back(d.src2dst ? given : *inverse);
+    to_src.push_back(d.src2dst ? *inverse : given);
   }
   const Bounds area = Area(d, to_dst, dst);
   if (area.IsEmpty()) return;
@@ -471,7 +522,8 @@ void Transform(const Drawing& d, const VX_LayerDef& dst) {
     if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, ImageOf(dst));
     return;
   }
-  const bool moves = d.count > 1 && !SameMatrix(d.matrices[0], d.matrices[d.count - 1]);
+  const bool moves =
+      d.count > 1 && !SameMatrix(WithUnitW(d.matrices[0]), WithUnitW(d.matrices[d.count - 1]));
   const bool is_whole = ((Fixed(to_dst[0].m[6]) | Fixed(to_dst[0].m[7])) & 0xFFFF) == 0;
   if (!moves && OnlyMoves(to_dst[0]) && (d.quality == 0 || is_whole)) {
     DrawRectangle<Pixel>(d, to_dst[0], area, dst);

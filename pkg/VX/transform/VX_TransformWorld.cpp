@@ -133,6 +133,11 @@ VX_Err DrawIntervals(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& pl
   for (VXp_Interval& interval : intervals) {
     interval = IntervalOf(work.call, plan, src, index++);
   }
+  if (std::ranges::all_of(intervals, [&](const VXp_Interval& interval) {
+        return sampler.Copies(interval.kind) && interval.positions.IsExactMove();
+      })) {
+    for (VXp_Interval& interval : intervals) interval.kind = VXp_SampleKind::Nearest;
+  }
   auto* const sums = static_cast<VXp_MotionSum<Pixel>*>(row_block->get());
   auto* const samples = reinterpret_cast<Pixel*>(sums + (work.area.right - work.area.left));
   const auto rounding = work.call.rule == VXp_MotionRule::EveryMatrix ? VXp_MotionRounding::Nearest
@@ -154,8 +159,10 @@ VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
     return VXp_DrawRows(work, VXp_ProgressBits(work.call, plan.high), source);
   };
   if (!plan.moves) return draw(VXp_StillRows<Pixel>(plan, sampler, record));
-  if (plan.high) return draw(VXp_MotionHighRows<Pixel>(plan, sampler, record));
-  return draw(VXp_MotionDraftRows<Pixel>(plan, sampler, record));
+  const bool copies =
+      sampler.Copies(VXp_SampleKindOf(record, plan.high)) && VXp_MotionPositions(plan).AreWhole();
+  if (plan.high && !copies) return draw(VXp_MotionHighRows<Pixel>(plan, sampler, record));
+  return draw(VXp_MotionNearestRows<Pixel>(plan, sampler, record));
 }
 
 // Draws row by row. All checks and allocations precede the first change of a pixel.

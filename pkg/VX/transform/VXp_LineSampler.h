@@ -111,6 +111,11 @@ class VXp_LineSampler {
   }
   bool IsInside(int64_t x, int64_t y) const { return Inside().Holds(x, y); }
 
+  // Returns whether samples of this kind at whole positions may be copied from the source. At the
+  // integer depths this gives the same result. In float, sampling would change last bits, and a
+  // value that is not finite would spread to its neighbours.
+  bool Copies(VXp_SampleKind kind) const { return UsesOwn() && kind != VXp_SampleKind::Box; }
+
   // Computes the weights of the four neighbours from the fractions of a position.
   static void Weights(int64_t x, int64_t y, VX_SubpixelWeights* out) {
     VXp_G_OverFuncs.VX_SubpixelSampleComputeWeight(static_cast<uint16_t>(x & 0xFFFF),

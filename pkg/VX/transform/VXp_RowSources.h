@@ -44,7 +44,9 @@ class VXp_StillRows {
       : sampler_(sampler),
         record_(record),
         kind_(VXp_SampleKindOf(record, plan.high)),
-        positions_(plan.first.to_source, plan.area) {}
+        positions_(plan.first.to_source, plan.area) {
+    if (sampler.Copies(kind_) && positions_.IsExactMove()) kind_ = VXp_SampleKind::Nearest;
+  }
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {
     return sampler_.Sample(kind_, positions_.Row(count), record_, out);
@@ -95,6 +97,13 @@ class VXp_MotionPositions {
     return first_.dx == kVXp_FixedOne && first_.dy == 0 && last_.dx == kVXp_FixedOne &&
            last_.dy == 0;
   }
+  // Returns whether the picture is moved exactly (VXp_SourcePositions) at every sub-sample.
+  bool AreWhole() const {
+    const int64_t whole = samples_ * kVXp_FixedOne;
+    return first_.IsExactMove() && last_.IsExactMove() && first_.dx == last_.dx &&
+           first_.dy == last_.dy && (last_.x - first_.x) % whole == 0 &&
+           (last_.y - first_.y) % whole == 0;
+  }
   int32_t samples() const { return samples_; }
 
  private:
@@ -116,11 +125,12 @@ void VXp_SamplePaths(const VXp_MotionPositions& positions, const VXp_Run& run, P
   }
 }
 
+// Takes the nearest pixel at each sub-sample: draft quality, or sub-samples at whole positions.
 template <class Pixel>
-class VXp_MotionDraftRows {
+class VXp_MotionNearestRows {
  public:
-  VXp_MotionDraftRows(const VXp_TransformPlan& plan, const VXp_LineSampler<Pixel>& sampler,
-                      const VX_SampPB&)
+  VXp_MotionNearestRows(const VXp_TransformPlan& plan, const VXp_LineSampler<Pixel>& sampler,
+                        const VX_SampPB&)
       : sampler_(sampler), positions_(plan) {}
 
   VXp_LineParts Sample(int32_t count, Pixel* out) {

@@ -25,6 +25,16 @@ double Length(const M_Vector3& v) { return std::hypot(v.x, v.y, v.w); }
 
 constexpr M_Vector3 kUnitX{1, 0, 0}, kUnitY{0, 1, 0}, kOrigin{0, 0, 1};
 
+// Divides an affine matrix by its last number, so that the lengths of its axes are in pixels. If
+// the number is 0, the matrix has no inverse and is returned unchanged.
+M_Matrix3 Normalized(M_Matrix3 matrix) {
+  const double last = matrix.m[8];
+  if (matrix.m[2] == 0 && matrix.m[5] == 0 && last != 0 && last != 1) {
+    for (double& entry : matrix.m) entry /= last;
+  }
+  return matrix;
+}
+
 // --- the area ------------------------------------------------------------------------------------
 
 struct Extent {
@@ -184,10 +194,18 @@ VXp_SourcePositions::VXp_SourcePositions(const M_Matrix3& to_source, const M_LRe
   row_dy = fixed(y2 - y0);
 }
 
+bool VXp_SourcePositions::IsExactMove() const {
+  const auto is_one = [](int64_t step) { return std::abs(step) == kVXp_FixedOne; };
+  const bool upright = is_one(dx) && dy == 0 && row_dx == 0 && is_one(row_dy);
+  const bool turned = dx == 0 && is_one(dy) && is_one(row_dx) && row_dy == 0;
+  return ((x | y) & 0xFFFF) == 0 && (upright || turned);
+}
+
 VXp_MatrixPair VXp_MatrixPairAt(const VXp_TransformCall& call, int32_t index) {
-  VXp_MatrixPair pair{call.matrices[index], call.matrices[index], false};
-  M_InverseMatrixQuiet(call.matrices[index],
-                       call.src2dst != 0 ? &pair.to_source : &pair.to_destination, &pair.is_good);
+  const M_Matrix3 matrix = Normalized(call.matrices[index]);
+  VXp_MatrixPair pair{matrix, matrix, false};
+  M_InverseMatrixQuiet(matrix, call.src2dst != 0 ? &pair.to_source : &pair.to_destination,
+                       &pair.is_good);
   return pair;
 }
 
@@ -218,8 +236,8 @@ VXp_TransformPlan::VXp_TransformPlan(const VXp_TransformCall& call)
     PlanEveryMatrix(call);
     return;
   }
-  moves =
-      end > 0 && !M_EqualMatrixWithinEpsilon(call.matrices[0], call.matrices[end], kMatrixEpsilon);
+  moves = end > 0 && !M_EqualMatrixWithinEpsilon(Normalized(call.matrices[0]),
+                                                 Normalized(call.matrices[end]), kMatrixEpsilon);
   if (moves) last = VXp_MatrixPairAt(call, end);
   if (!first.is_good || !last.is_good) {
     path = VXp_TransformPath::Uncovered;

@@ -55,12 +55,16 @@ struct VXp_SourcePositions {
     y += row_dy;
   }
 
+  // Returns whether the area shows unchanged source pixels: all positions are whole, and the map is
+  // a quarter turn, a mirror, a translation or a combination of these.
+  bool IsExactMove() const;
+
   static constexpr int64_t kFarAway = -(int64_t{1} << 48);
   int64_t x = kFarAway, y = kFarAway;
   int64_t dx = 0, dy = 0, row_dx = 0, row_dy = 0;
 };
 
-// A matrix of a call and its inverse.
+// A matrix of a call, divided by its last number if it is affine, and its inverse.
 struct VXp_MatrixPair {
   M_Matrix3 to_destination, to_source;
   bool is_good;  // the matrix is invertible

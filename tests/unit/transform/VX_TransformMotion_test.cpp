@@ -83,6 +83,30 @@ TYPED_TEST(TransformMotion, IsTheMeanOfSingleDraws) {
   }
 }
 
+// A quarter turn keeps one NaN one pixel; three sub-samples put it on three pixels. Interpolation
+// spreads it.
+TEST(TransformMotion, CopiesPixelsOfExactMoves) {
+  Picture<VX_PixelFloat> src(9, 9, kWhite<VX_PixelFloat>);
+  src.At(6, 3).red = NAN;
+  const VX_TransformParts start{.anchor_x = 4, .anchor_y = 4};
+  for (const double turn : {90.0, 45.0}) {
+    for (const int32_t count : {1, 4}) {
+      VX_TransformParts first = start, last = start;
+      first.rotation = turn;
+      last.rotation = count * turn;
+      const auto path = Between(first, last, count);
+      Picture<VX_PixelFloat> out(9, 9, kWhite<VX_PixelFloat>);
+      const VX_CompositeModePlus mode = ModeOf(VX_Xfer_InFront);
+      EXPECT_EQ(VX_TransformMotion(nullptr, 1, 0, &src.world, &mode, nullptr, nullptr, path.data(),
+                                   count, 1, nullptr, &out.world),
+                VX_Ok);
+      const auto spoiled = std::ranges::count_if(
+          out.pixels, [](const VX_PixelFloat& p) { return std::isnan(p.red); });
+      EXPECT_EQ(spoiled == std::max(count - 1, 1), turn == 90) << count << ": " << spoiled;
+    }
+  }
+}
+
 // Two opaque sub-samples: a half is rounded up.
 TYPED_TEST(TransformMotion, MeanOf100And101Is101) {
   if constexpr (kDepth<TypeParam> != 32) {

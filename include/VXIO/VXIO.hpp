@@ -74,20 +74,24 @@ inline Picture read(const std::filesystem::path& path, const ReadOptions& option
 
 struct WriteOptions {
   Metadata metadata = {};
-  bool grey = false;        // store the red channel only, as grey, if the format can
-  bool keep_alpha = false;  // store alpha even if every pixel is opaque
-  bool overwrite = true;    // false: throw if the file exists
-  bool strict = false;      // instead of returning a warning, throw and write nothing
+  bool grey = false;              // store the red channel only, as grey, if the format can
+  bool keep_alpha = false;        // store alpha even if every pixel is opaque
+  AlphaAs alpha = AlphaAs::file;  // how to store colours with alpha, see VXIO_WriteOptions
+  bool overwrite = true;          // false: throw if the file exists
+  bool strict = false;            // instead of returning a warning, throw and write nothing
 };
 
 // Writes a complete file or nothing (VXIO_Write). The extension selects the format. Returns the
 // warnings.
 inline std::vector<std::string> write(const std::filesystem::path& path, AnyConstView picture,
                                       const WriteOptions& options = {}) {
-  return VXIO_Write(
-      path.string(), *picture.descriptor(),
-      {options.metadata, options.grey, options.keep_alpha,
-       options.overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse, options.strict});
+  return VXIO_Write(path.string(), *picture.descriptor(),
+                    {.metadata = options.metadata,
+                     .grey = options.grey,
+                     .keep_alpha = options.keep_alpha,
+                     .alpha = static_cast<VXIO_AlphaAs>(options.alpha),
+                     .clobber = options.overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse,
+                     .strict = options.strict});
 }
 
 // --- frames --------------------------------------------------------------------------------------

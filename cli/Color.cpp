@@ -144,12 +144,12 @@ OptionList ColorOptionList(ColorOptions* to) {
 
 // --- the job -------------------------------------------------------------------------------------
 
-JobColor::Tables JobColor::TablesFor(const COR_QCE_ProfilePtr& profile) {
+JobColor::Light JobColor::LightFor(const COR_QCE_ProfilePtr& profile) {
   const std::string id = ProfileID(profile);
   std::lock_guard lock(mutex_);
-  Tables& tables = EntryOf(&tables_, id);
-  if (!tables) tables = vx::linear_tables(vx::Profile(profile));
-  return tables;
+  Light& light = EntryOf(&lights_, id);
+  if (!light) light = vx::linear_light(vx::Profile(profile));
+  return light;
 }
 
 JobColor::Pair* JobColor::PairOf(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to) {
@@ -257,7 +257,7 @@ VXIO_Picture FrameColor::ReadBackground(const std::string& called, VXIO_AlphaAs 
     picture.metadata = VXIO_WithProfile(picture.metadata, given);
   }
   if (job_->linear()) {
-    tables_ = job_->TablesFor(composition_.profile);
+    light_ = job_->LightFor(composition_.profile);
     const char* whose = given ? " (--profile)" : own.embedded ? " (its own)" : " (assumed)";
     job_->NoteOnce((*names_)[0] + ": blended in linear light by the curve of " + name + whose);
     if (!given && !own.embedded) NoteOutput(name);

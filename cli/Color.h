@@ -4,7 +4,7 @@
 
 // The colour profiles that options select, and colour management of `vx composite` and `vx
 // transform`: the profile of a composition (the result of one of these commands), conversions to
-// it, and the tables for linear light. docs/color.md explains the rules to users.
+// it, and the curves for linear light. docs/color.md explains the rules to users.
 
 #include <array>
 #include <map>
@@ -60,7 +60,7 @@ struct ColorOptions {
 
 OptionList ColorOptionList(ColorOptions* to);
 
-// Caches the transforms and tables that all frames of a job use. Thread-safe.
+// Caches the transforms and curves that all frames of a job use. Thread-safe.
 class JobColor {
  public:
   explicit JobColor(const ColorOptions& options) : options_(options) {}
@@ -68,8 +68,8 @@ class JobColor {
   bool linear() const { return options_.linear; }
   const COR_QCE_ProfilePtr& given() const { return options_.profile; }
 
-  using Tables = std::shared_ptr<const vx::LinearTables>;
-  Tables TablesFor(const COR_QCE_ProfilePtr& profile);
+  using Light = std::shared_ptr<const vx::LinearLight>;
+  Light LightFor(const COR_QCE_ProfilePtr& profile);
 
   bool Same(const COR_QCE_ProfilePtr& a, const COR_QCE_ProfilePtr& b);
   void Convert(const COR_QCE_ProfilePtr& from, const COR_QCE_ProfilePtr& to, VX_World* world);
@@ -88,7 +88,7 @@ class JobColor {
 
   ColorOptions options_;
   std::mutex mutex_;  // protects the members below
-  std::map<std::string, Tables> tables_;
+  std::map<std::string, Light> lights_;
   std::map<std::string, Pair> pairs_;
   std::set<std::string> printed_;
 };
@@ -113,7 +113,7 @@ class FrameColor {
                          VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
 
   // Null without --linear.
-  const vx::LinearTables* tables() const { return tables_.get(); }
+  const vx::LinearLight* light() const { return light_.get(); }
 
  private:
   bool Converts() const { return job_->linear() || job_->given(); }
@@ -130,7 +130,7 @@ class FrameColor {
   int32_t depth_;
   VXIO_Metadata background_;  // metadata of the file of the background
   VXIO_PictureProfile composition_;
-  JobColor::Tables tables_;
+  JobColor::Light light_;
 };
 
 }  // namespace vxcli

@@ -112,7 +112,7 @@ nlohmann::ordered_json Draw(const LayerOptions& layer, size_t index, const Layer
   const bool plain = !layer.HasPlacement() && !layer.HasEffects();
   record["at"] = {placed.at.x - placed.from.x, placed.at.y - placed.from.y};
   options.at = placed.at;
-  options.linear = color->tables();
+  options.linear = color->light();
   options.progress = frame->Progress();
   const bool visible = placed.part.width() > 0 && (!plain || placed.Overlaps(*below));
   std::string why = visible ? "" : kOutside;

@@ -70,7 +70,7 @@ void Draw(const Transform& job, const VX_World& layer, FrameColor* color, JobFra
   if (job.layer_inputs.mask) {
     options.mask = ReadMask(job.options.draw, job.layer_inputs.mask, *below, frame, &mask, record);
   }
-  options.linear = color->tables();
+  options.linear = color->light();
   options.quality = job.options.quality;
   options.progress = frame->Progress();
   const Motion motion = MotionAt(job, *frame);

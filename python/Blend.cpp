@@ -36,6 +36,11 @@ py::object Transfer(const py::object& dst, const py::object& src, const py::tupl
   const WorldPtr source = target.WithoutOverlap(above);
   const VX_MaskSpec* const mask = layer.MaskFor(target);
   Run(polled, [&] {
+    if (layer.curves() != nullptr) {
+      return VX_TransferRectLinear(polled.info(), layer.field(), area ? &*area : nullptr,
+                                   source->get(), &layer.mode(), layer.curves(), mask, position.x,
+                                   position.y, target.world());
+    }
     return VX_TransferRect(polled.info(), /*quality=*/1, /*flags=*/0, layer.field(),
                            area ? &*area : nullptr, source->get(), &layer.mode(), layer.tables(),
                            mask, position.x, position.y, target.world());
@@ -113,11 +118,13 @@ struct Opacities {
   std::optional<double> first, second;
 };
 
+// Rounds to float before the scale is applied, like VX_TransferRect, which gets a float.
 template <class Pixel>
 VX_ChannelOf<Pixel> Weight(std::optional<double> opacity) {
-  const double scaled = opacity.value_or(1) * vx::PixelTraits<Pixel>::full_scale;
-  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) return static_cast<float>(scaled);
-  return static_cast<VX_ChannelOf<Pixel>>(scaled + 0.5);
+  const auto single = static_cast<float>(opacity.value_or(1));
+  if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) return single;
+  return static_cast<VX_ChannelOf<Pixel>>(double{single} * vx::PixelTraits<Pixel>::full_scale +
+                                          0.5);
 }
 
 // Blends `s` into `d`. Both are contiguous arrays of ... x 4 in the order ARGB.

@@ -20,11 +20,7 @@ namespace vxpy {
 
 namespace {
 
-// vx.Profile. Errors of the colour engine are raised as ValueError with the engine's message.
-struct Profile {
-  COR_QCE_ProfilePtr profile;
-};
-
+// Raises errors of the colour engine as ValueError with the engine's message.
 template <class Function>
 void RunEngine(const char* what, Function&& function) {
   const Call call;
@@ -237,6 +233,20 @@ void AddProfile(py::module_& module) {
 }
 
 }  // namespace
+
+LightCurvesPtr ParseLinear(const py::object& linear) {
+  if (linear.is_none()) return nullptr;
+  const auto& profile = ParseObject<Profile>("linear", linear);
+  if (profile.curves == nullptr) {
+    LightCurvesPtr made;
+    RunEngine("linear", [&] {
+      made = VX_MakeLightCurves(profile.profile);
+      return QCE_Ok;
+    });
+    profile.curves = made;
+  }
+  return profile.curves;
+}
 
 void AddColor(py::module_& module) {
   AddProfile(module);

@@ -23,15 +23,20 @@ LayerArguments::LayerArguments(const py::tuple& args)
       mask(args[2]),
       mask_use(args[3]),
       mask_at(args[4]),
-      tables(args[5]),
-      keep_alpha(args[6]),
-      seed(args[7]),
-      field(args[8]) {}
+      linear(args[5]),
+      tables(args[6]),
+      keep_alpha(args[7]),
+      seed(args[8]),
+      field(args[9]) {}
 
 Layer::Layer(const LayerArguments& args, const Source& below, Order order)
-    : tables_(ParseTables(args.tables)),
+    : curves_(ParseLinear(args.linear)),
+      tables_(ParseTables(args.tables)),
       mode_(ModeOf(args, tables_.get())),
       field_(ParseField(args.field)) {
+  if (curves_ != nullptr && tables_ != nullptr) {
+    throw py::value_error("linear: not together with tables");
+  }
   if (args.mask.is_none()) return;
   mask_.emplace(args.mask, order, "mask");
   RequireSameDepth(*below.world(), *mask_->world(), "dst", "mask");

@@ -12,11 +12,11 @@
 
 namespace vxpy {
 
-// The arguments (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field) as Python
-// objects.
+// The arguments (mode, opacity, mask, mask_use, mask_at, linear, tables, keep_alpha, seed, field)
+// as Python objects.
 struct LayerArguments {
   explicit LayerArguments(const py::tuple& args);
-  py::object mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field;
+  py::object mode, opacity, mask, mask_use, mask_at, linear, tables, keep_alpha, seed, field;
 };
 
 class Layer {
@@ -25,6 +25,8 @@ class Layer {
   Layer(const LayerArguments& args, const Source& below, Order order);
 
   const VX_CompositeModePlus& mode() const { return mode_; }
+  // At most one of both is not null.
+  const VX_LightCurves* curves() const { return curves_.get(); }
   const VX_LinearBlendingTables* tables() const { return tables_.get(); }
   int32_t field() const { return field_; }
 
@@ -33,6 +35,7 @@ class Layer {
   const VX_MaskSpec* MaskFor(const Target& target);
 
  private:
+  LightCurvesPtr curves_;
   LinearTablesPtr tables_;
   VX_CompositeModePlus mode_;
   int32_t field_;

@@ -53,6 +53,12 @@ py::object Transform(const py::object& dst, const py::object& src, const py::obj
   const WorldPtr source = target.WithoutOverlap(above);
   const VX_MaskSpec* const mask = layer.MaskFor(target);
   Run(polled, [&] {
+    if (layer.curves() != nullptr) {
+      return VX_TransformMotionLinear(polled.info(), level, layer.field(), source->get(),
+                                      &layer.mode(), layer.curves(), mask, path.data(),
+                                      static_cast<int32_t>(path.size()), inverse ? 0 : 1,
+                                      area ? &*area : nullptr, target.world());
+    }
     return VX_TransformMotion(polled.info(), level, layer.field(), source->get(), &layer.mode(),
                               layer.tables(), mask, path.data(), static_cast<int32_t>(path.size()),
                               inverse ? 0 : 1, area ? &*area : nullptr, target.world());

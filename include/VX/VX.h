@@ -74,6 +74,7 @@
 #include "VX/VX_GuessAlpha.h"
 #include "VX/VX_Interleave.h"
 #include "VX/VX_Iterate.h"
+#include "VX/VX_LightCurves.h"
 #include "VX/VX_LinearBlendingTables.h"
 #include "VX/VX_Mask.h"
 #include "VX/VX_Numeric.h"

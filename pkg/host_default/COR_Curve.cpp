@@ -61,6 +61,7 @@ ToneCurve::ToneCurve(const LcmsContext& context, const cmsToneCurve* curve)
   if (const cmsInt32Number type = cmsGetToneCurveParametricType(curve)) {
     Require(type >= 1 && type <= 5, QCE_Damaged);
     backward_.reset(context.Check(cmsReverseToneCurve(curve)));
+    if (type == 4) MakePublished(context);
   } else {
     const cmsUInt32Number entries = cmsGetToneCurveEstimatedTableEntries(curve);
     Require(entries >= 2, QCE_Damaged);
@@ -85,6 +86,28 @@ float ToneCurve::ToStored(float linear) const {
   return Mirrored(linear, [this](float v) {
     return table_.empty() ? Formula(backward_.get(), v) : PositionInTable(rising_, v);
   });
+}
+
+void ToneCurve::MakePublished(const LcmsContext& context) {
+  constexpr double kRounding = 0.51 / 65536;
+  const double* p = cmsGetToneCurveParams(forward_.get());
+  for (const PublishedCurve& published : {kSrgbCurve, kRec709Curve}) {
+    const auto close = [](double a, double b) { return std::abs(a - b) <= kRounding; };
+    if (!std::equal(published.begin(), published.end(), p, close)) continue;
+    published_forward_.reset(
+        context.Check(cmsBuildParametricToneCurve(context.get(), 4, published.data())));
+    published_backward_.reset(context.Check(cmsReverseToneCurve(published_forward_.get())));
+  }
+}
+
+float ToneCurve::ToLinearFloat(float stored) const {
+  if (!published_forward_) return ToLinear(stored);
+  return Mirrored(stored, [this](float v) { return Formula(published_forward_.get(), v); });
+}
+
+float ToneCurve::ToStoredFloat(float linear) const {
+  if (!published_backward_) return ToStored(linear);
+  return Mirrored(linear, [this](float v) { return Formula(published_backward_.get(), v); });
 }
 
 double ToneCurve::Exponent() const {
@@ -116,8 +139,10 @@ bool ToneCurve::operator==(const ToneCurve& other) const {
 }
 
 // Gauss-Newton iteration. The start value is the best fit of logarithms. It is also the result if
-// the iteration does not improve it or shows that the curve does not increase.
+// it shows that the curve does not increase. A step that does not reduce the error is halved: the
+// fit of logarithms is far from the minimum if the curve is almost 0 at several samples.
 double ToneCurve::FittedExponent() const {
+  constexpr double kLeastStep = 1e-9;  // relative to the exponent
   std::array<double, 16> x, y;
   double product = 0, square = 0;
   for (size_t i = 0; i < x.size(); ++i) {
@@ -136,16 +161,18 @@ double ToneCurve::FittedExponent() const {
   };
   double best = product / square;
   if (!(best > 0)) return best;
-  for (int step = 0; step < 50; ++step) {
+  for (int count = 0; count < 50; ++count) {
     product = square = 0;
     for (size_t i = 0; i < x.size(); ++i) {
       const double power = std::pow(x[i], best), slope = power * std::log(x[i]);
       product += slope * (power - y[i]);
       square += slope * slope;
     }
-    const double next = best - product / square;
-    if (!(next > 0) || !(error(next) < error(best))) break;
-    best = next;
+    double step = product / square;
+    const auto improves = [&] { return best - step > 0 && error(best - step) < error(best); };
+    while (!improves() && std::abs(step) > kLeastStep * best) step /= 2;
+    if (!improves()) break;
+    best -= step;
   }
   return best;
 }

@@ -4,11 +4,18 @@
 
 // The tone curve of one channel, in both directions.
 
+#include <array>
 #include <vector>
 
 #include "COR_Lcms.h"
 
 namespace host {
+
+// The published numbers of two curves, as parameters g a b c d of type 4: (a x + b) ^ g for x >= d,
+// else c x.
+using PublishedCurve = std::array<double, 5>;
+inline constexpr PublishedCurve kSrgbCurve = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
+inline constexpr PublishedCurve kRec709Curve = {1 / 0.45, 1 / 1.099, 0.099 / 1.099, 1 / 4.5, 0.081};
 
 // Above white, curves given by a formula are extended and curves given by a table are clamped.
 // Negative values are mirrored; NaN is preserved. Thread-safe.
@@ -24,6 +31,12 @@ class ToneCurve {
   // returns the end of the constant segment. Decreasing segments are treated as constant.
   float ToStored(float linear) const;
 
+  // The same for float pixels. Files round parameters to 1/65536. If those of a file are a
+  // published curve, that curve is used: near black the rounding changes stored values by up to
+  // 1e-5.
+  float ToLinearFloat(float stored) const;
+  float ToStoredFloat(float linear) const;
+
   // Returns the exponent of the conversion from encoded to linear values.
   double Exponent() const;
 
@@ -33,10 +46,13 @@ class ToneCurve {
  private:
   cmsInt32Number Type() const;  // 0 for a table
   bool IsPurePower() const;
+  void MakePublished(const LcmsContext& context);
   double FittedExponent() const;
 
   LcmsCurve forward_;
   LcmsCurve backward_;           // null for a table
+  LcmsCurve published_forward_;  // null if the curve is not a published one
+  LcmsCurve published_backward_;
   std::vector<uint16_t> table_;  // empty for a formula
   std::vector<uint16_t> rising_;
 };

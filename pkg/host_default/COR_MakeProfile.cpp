@@ -30,8 +30,10 @@ struct Curve {
   double parameters[5];
 };
 constexpr Curve Power(double exponent) { return {kPower, {exponent}}; }
-constexpr Curve kSrgbCurve = {kPowerAndToe, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045}};
-constexpr Curve kRec709Curve = {kPowerAndToe, {1 / 0.45, 1 / 1.099, 0.099 / 1.099, 1 / 4.5, 0.081}};
+constexpr Curve PowerAndToe(const PublishedCurve& p) {
+  return {kPowerAndToe, {p[0], p[1], p[2], p[3], p[4]}};
+}
+constexpr Curve kSrgb = PowerAndToe(kSrgbCurve), kRec709Tone = PowerAndToe(kRec709Curve);
 constexpr Curve kRommCurve = {kPowerAndToe, {1.8, 1, 0, 1.0 / 16, 1.0 / 32}};
 
 struct BuiltIn {
@@ -41,10 +43,10 @@ struct BuiltIn {
   Curve curve;
 };
 constexpr BuiltIn kBuiltIns[] = {
-    {"sRGB", kD65, kRec709, kSrgbCurve},      {"gamma 1.0", kD65, kRec709, Power(1.0)},
+    {"sRGB", kD65, kRec709, kSrgb},           {"gamma 1.0", kD65, kRec709, Power(1.0)},
     {"gamma 1.8", kD65, kRec709, Power(1.8)}, {"gamma 2.2", kD65, kRec709, Power(2.2)},
-    {"gamma 2.4", kD65, kRec709, Power(2.4)}, {"Rec.709", kD65, kRec709, kRec709Curve},
-    {"Display P3", kD65, kP3, kSrgbCurve},    {"ProPhoto", kD50, kRomm, kRommCurve},
+    {"gamma 2.4", kD65, kRec709, Power(2.4)}, {"Rec.709", kD65, kRec709, kRec709Tone},
+    {"Display P3", kD65, kP3, kSrgb},         {"ProPhoto", kD50, kRomm, kRommCurve},
 };
 
 void WriteText(const LcmsContext& context, cmsHPROFILE profile, cmsTagSignature tag,

@@ -58,10 +58,10 @@ struct COR_QCE_Transform::Floats {
   using Channel = float;
   static constexpr Channel kHighest = std::numeric_limits<float>::infinity();
   static float ToLight(const COR_QCE_Transform& transform, size_t c, Channel v) {
-    return transform.from_->curve(static_cast<int>(c)).ToLinear(v);
+    return transform.from_->curve(static_cast<int>(c)).ToLinearFloat(v);
   }
   static Channel ToStored(const COR_QCE_Transform& transform, size_t c, float light) {
-    return transform.to_->curve(static_cast<int>(c)).ToStored(light);
+    return transform.to_->curve(static_cast<int>(c)).ToStoredFloat(light);
   }
 };
 

@@ -9,15 +9,17 @@ import numpy.typing
 
 from . import _vx
 from ._channels import in_order, kind_of, pixels
-from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Progress, Quality, Rect)
+from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Profile, Progress, Quality,
+                     Rect)
 
 
 def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacity: float = 1.0,
              at: Place = (0, 0), rect: Rect | None = None, mask: Picture | None = None,
              mask_use: MaskUse = "alpha", mask_at: Place = (0, 0),
-             tables: LinearTables | None = None, keep_alpha: bool = False, seed: int = 0,
-             field: Field = "both", progress: Progress | None = None,
-             out: Picture | None = None, order: Order = "rgba") -> Picture:
+             linear: Profile | None = None, tables: LinearTables | None = None,
+             keep_alpha: bool = False, seed: int = 0, field: Field = "both",
+             progress: Progress | None = None, out: Picture | None = None,
+             order: Order = "rgba") -> Picture:
     """Returns `dst` with `src` composited over it.
 
     dst, src, mask: pictures of one depth; sizes may differ.
@@ -27,7 +29,11 @@ def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacit
     rect: in src.
     mask_use: quantity of the mask that is the weight of a pixel.
     mask_at: position in dst of the top left corner of the mask, (x, y) in pixels.
-    tables: tables for blending in linear light; None blends the stored values.
+    linear: profile of both pictures: blends in linear light by its tone curves; None blends the
+    stored values. Integer pictures are blended by tables of the curves, float pictures by the
+    curves, with an error of at most 1e-5.
+    tables: like linear, with tables, and an exponent for float pictures (LinearTables.gamma). Not
+    together with linear.
     keep_alpha: writes colours only; the alpha of dst is unchanged.
     seed: seed of the mode dissolve.
     field: rows of dst that are written: "both", "even" or "odd".
@@ -35,7 +41,7 @@ def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacit
 
     Raises TypeError, ValueError, vx.Error. Thread-safe if the destinations are different.
     """
-    layer = (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field)
+    layer = (mode, opacity, mask, mask_use, mask_at, linear, tables, keep_alpha, seed, field)
     return _vx.transfer(dst, src, layer, at, rect, progress, out, order)
 
 

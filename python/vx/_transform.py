@@ -11,16 +11,18 @@ import numpy.typing
 
 from . import _vx
 from ._channels import pair
-from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Progress, Quality, Rect)
+from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Profile, Progress, Quality,
+                     Rect)
 
 
 def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
               mode: str | int = "in-front", opacity: float = 1.0, quality: Quality = "high",
               inverse: bool = False, rect: Rect | None = None, mask: Picture | None = None,
               mask_use: MaskUse = "alpha", mask_at: Place = (0, 0),
-              tables: LinearTables | None = None, keep_alpha: bool = False, seed: int = 0,
-              field: Field = "both", progress: Progress | None = None,
-              out: Picture | None = None, order: Order = "rgba") -> Picture:
+              linear: Profile | None = None, tables: LinearTables | None = None,
+              keep_alpha: bool = False, seed: int = 0, field: Field = "both",
+              progress: Progress | None = None, out: Picture | None = None,
+              order: Order = "rgba") -> Picture:
     """Returns `dst` with `src` drawn over it through a matrix, or with motion blur along matrices.
 
     n matrices give the average of n - 1 sub-samples of equal weight, one at each matrix but the
@@ -35,11 +37,12 @@ def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
     "draft" takes the nearest pixel.
     inverse: the matrices map dst to src.
     rect: the part of dst that may be changed.
-    mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field: as in transfer().
+    mode, opacity, mask, mask_use, mask_at, linear, tables, keep_alpha, seed, field: as in
+    transfer(). Samples are taken from stored values.
 
     Raises TypeError, ValueError, vx.Error.
     """
-    layer = (mode, opacity, mask, mask_use, mask_at, tables, keep_alpha, seed, field)
+    layer = (mode, opacity, mask, mask_use, mask_at, linear, tables, keep_alpha, seed, field)
     return _vx.transform(dst, src, matrices, layer, quality, inverse, rect, progress, out, order)
 
 

@@ -9,10 +9,10 @@ from typing import Literal, Union
 
 import numpy
 
-from ._vx import LinearTables, World
+from ._vx import LinearTables, Profile, World
 
-__all__ = ["Color", "Field", "LinearTables", "MaskUse", "Order", "Picture", "Place", "Progress",
-           "Quality", "Rect"]
+__all__ = ["Color", "Field", "LinearTables", "MaskUse", "Order", "Picture", "Place", "Profile",
+           "Progress", "Quality", "Rect"]
 
 # A picture: height x width x 4 or x 3 of uint8, uint16 or float32; or a World.
 Picture = Union[numpy.ndarray, World]

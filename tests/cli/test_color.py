@@ -19,6 +19,11 @@ def encode(v):
     return np.where(v <= .0031308, v * 12.92, 1.055 * v ** (1 / 2.4) - .055)
 
 
+def decode(v):
+    v = np.array(v)
+    return np.where(v <= .04045, v / 12.92, ((v + .055) / 1.055) ** 2.4)
+
+
 class ColorTest(CommandTest):
     def profile(self, name):
         """The bytes of a built-in profile."""
@@ -58,6 +63,15 @@ class LinearLight(ColorTest):
             self.assertEqual(self.embedded("o.png"), None if source == "assumed" else self.profile(name))
             self.assertEqual((record["color"]["profile_from"], record["color"]["linear"]), (source, True))
             self.assertIn(f"{below}: blended in linear light by the curve of " + record["color"]["profile"], said)
+        # Float pictures are blended by the curve itself; a transparent pixel of the layer changes nothing.
+        for name, alpha, stored in (("half.tif", .5, .05), ("clear.tif", 0, .02)):
+            self.tif(name, np.float32([[[stored, .5, 1, alpha]] * 4] * 4))
+            for words in (("composite", "black.tif", "--layer", name),
+                          ("transform", name, "--over", "black.tif", "--translate", ".5,0")):
+                self.tif("black.tif", np.float32([[[.02, 0, .3, 1]] * 4] * 4))
+                self.vx(*words, "--linear", "-o", "o.tif")
+                light = alpha * decode([stored, .5, 1]) + (1 - alpha) * decode([.02, 0, .3])
+                self.assertLess(np.abs(self.deep("o.tif")[1, 1, :3] - encode(light)).max(), 1e-5, words)
         record, said = self.composite("plain.png", "white.png", "--opacity", .5)
         self.assertEqual(self.pixels("o.png")[0, 0].tolist(), [128] * 3)
         self.assertEqual((said, "color" in record), ("", False))

@@ -57,6 +57,16 @@ def test_values_by_hand():
     half = vx.transfer(np.uint8([[[0, 0, 0]]]), np.uint8([[[255, 255, 255]]]), opacity=0.5,
                        tables=vx.LinearTables(vx.Profile.named("sRGB")))
     assert half[0, 0, 0] == 188  # 0.5 of white, as sRGB stores it
+    # Float pictures: by the curve with linear=, by an exponent with tables=.
+    below, white = np.zeros((1, 1, 3), np.float32), np.ones((1, 1, 3), np.float32)
+    srgb = vx.Profile.named("sRGB")
+    for opacity in (.001, .5):
+        want = 12.92 * opacity if opacity < .0031308 else 1.055 * opacity ** (1 / 2.4) - .055
+        for got in (vx.transfer(below, white, opacity=opacity, linear=srgb),
+                    vx.transform(below, white, np.eye(3), opacity=opacity, linear=srgb)):
+            assert abs(got[0, 0, 0] - want) < 1e-5
+    by_exponent = vx.transfer(below, white, opacity=.001, tables=vx.LinearTables(srgb))[0, 0, 0]
+    assert abs(by_exponent - .001 ** (1 / srgb.exponent)) < 1e-6
 
 
 def test_samplers_and_masks():
@@ -80,7 +90,8 @@ OPTIONS = [
     (ValueError, dict(at=(1 << 80, 0))), (TypeError, dict(at=(0.5, 0))), (ValueError, dict(at=(10**5000, 0))),
     (ValueError, dict(rect=(0, 0, 1 << 20, 9))), (ValueError, dict(rect=(5, 5, 5, 9))), (ValueError, dict(seed=1 << 40)),
     (TypeError, dict(keep_alpha=np.zeros(3))), (ValueError, dict(field="upper")), (ValueError, dict(order="bgra")),
-    (TypeError, dict(tables=3)), (TypeError, dict(tables=PROFILE)), (TypeError, dict(progress=3)),
+    (TypeError, dict(tables=3)), (TypeError, dict(tables=PROFILE)), (TypeError, dict(linear="sRGB")),
+    (ValueError, dict(linear=PROFILE, tables=vx.LinearTables(PROFILE))), (TypeError, dict(progress=3)),
     (ValueError, dict(mask=DEEP)), (ValueError, dict(mask_at=(40000, 0), mask=P)),
     (ValueError, dict(mask_use="red", mask=P))]
 CALLS = [

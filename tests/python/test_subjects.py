@@ -88,6 +88,8 @@ def test_short_forms_of_the_transfer():
     assert vx.transfer_flags("screen") == 1 and vx.transfer_flags("hue") in (0, 1)
     s, d = above[0], below[0, :5]
     np.testing.assert_array_equal(vx.blend_pixel(s, d), vx.transfer(d[None].copy(), s[None].copy())[0])
+    # In single precision 0.7 * 255 is below 178.5.
+    assert vx.blend_pixel((1, 2, 3, 255), (4, 5, 6, 255), "copy", 8, opacity=.7).tolist() == [1, 2, 3, 178]
 
 
 def test_blit_stretches_levels():

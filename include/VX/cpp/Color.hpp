@@ -81,10 +81,16 @@ class Profile {
   COR_QCE_ProfilePtr handle_;
 };
 
-// The tables of a profile (VX_MakeLinearizationTables), for CompositeOptions::linear and
+// The tone curves of a profile (VX_MakeLightCurves), for CompositeOptions::linear and
 // TransformOptions::linear:
-//   const auto tables = vx::linear_tables(vx::Profile::named("sRGB"));
-//   vx::composite(canvas, layer, {.linear = tables.get()});
+//   const auto light = vx::linear_light(vx::Profile::named("sRGB"));
+//   vx::composite(canvas, layer, {.linear = light.get()});
+inline std::shared_ptr<const LinearLight> linear_light(const Profile& profile) {
+  const auto light = detail::run_color([&] { return VX_MakeLightCurves(profile.handle()); });
+  return {light.get(), [light](const LinearLight*) {}};
+}
+
+// The tables of a profile (VX_MakeLinearizationTables), for classic calls and the same options.
 inline std::shared_ptr<const LinearTables> linear_tables(const Profile& profile) {
   const auto tables =
       detail::run_color([&] { return VX_MakeLinearizationTables(profile.handle()); });

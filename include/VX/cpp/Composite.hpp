@@ -4,9 +4,11 @@
 
 // Composites a picture over another in any transfer mode.
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
+#include "VX/VX_LightCurves.h"
 #include "VX/VX_Transfer.h"
 #include "VX/cpp/Mode.hpp"
 #include "VX/cpp/Progress.hpp"
@@ -14,8 +16,30 @@
 
 namespace vx {
 
-// Tables for blending in linear light, see VX_LinearBlendingTables.h.
+// The tone curves of a profile for blending in linear light, see VX_LightCurves.h and
+// vx::linear_light.
+using LinearLight = VX_LightCurves;
+
+// Tables for blending in linear light, see VX_LinearBlendingTables.h and vx::linear_tables. Float
+// pixels are blended by a fitted exponent, as in the classic calls.
 using LinearTables = VX_LinearBlendingTables;
+
+// The option `linear`: a null pointer (the stored values are blended), the curves of a profile, or
+// tables. The object must exist during the call.
+class Linear {
+ public:
+  constexpr Linear() = default;
+  constexpr Linear(std::nullptr_t) {}
+  constexpr Linear(const LinearLight* light) : light_(light) {}
+  constexpr Linear(const LinearTables* tables) : tables_(tables) {}
+
+  constexpr const LinearLight* light() const { return light_; }
+  constexpr const LinearTables* tables() const { return tables_; }
+
+ private:
+  const LinearLight* light_ = nullptr;
+  const LinearTables* tables_ = nullptr;
+};
 
 // A picture whose pixels are the weights of the layer's pixels.
 struct Mask {
@@ -26,11 +50,11 @@ struct Mask {
 
 struct CompositeOptions {
   Mode mode = Mode::in_front;
-  double opacity = 1;                    // 0..1
-  Point at = {};                         // the layer's top left corner in the destination
-  std::optional<Mask> mask = {};         // none: every pixel has full weight
-  const LinearTables* linear = nullptr;  // null: blend the stored values
-  bool keep_alpha = false;               // do not change the alpha of the destination
+  double opacity = 1;             // 0..1
+  Point at = {};                  // the layer's top left corner in the destination
+  std::optional<Mask> mask = {};  // none: every pixel has full weight
+  Linear linear = {};             // null: blend the stored values
+  bool keep_alpha = false;        // do not change the alpha of the destination
   Field field = Field::both;
   int32_t seed = 0;  // of the noise of Mode::dissolve
   Progress progress = {};
@@ -44,7 +68,7 @@ class LayerRecords {
   template <class Options>
   explicit LayerRecords(const Options& options)
       : mode(static_cast<int32_t>(options.mode), static_cast<float>(options.opacity),
-             options.linear, options.keep_alpha, options.seed) {
+             options.linear.tables(), options.keep_alpha, options.seed) {
     if (!(options.opacity >= 0 && options.opacity <= 1)) refuse("the opacity is 0..1");
     if (!options.mask) return;
     mask_picture_ = options.mask->picture;
@@ -67,7 +91,8 @@ class LayerRecords {
 
 }  // namespace detail
 
-// Composites a layer over the destination (VX_TransferRect). To composite a part of a picture, pass
+// Composites a layer over the destination (VX_TransferRect; VX_TransferRectLinear with
+// LinearLight). To composite a part of a picture, pass
 // that part as the layer. Pixels of the layer outside of the destination are ignored. Pixels
 // outside of the mask are ignored too, unless an inverse MaskUse is selected. The two stencil modes
 // set alpha to 0 in the rest of the destination.
@@ -77,10 +102,16 @@ class LayerRecords {
 inline void composite(AnyView dst, AnyConstView layer, const CompositeOptions& options = {}) {
   const detail::LayerRecords records(options);
   detail::run(options.progress, [&](VX_ProgressInfo* progress) {
+    if (options.linear.light() != nullptr) {
+      return VX_TransferRectLinear(progress, static_cast<int32_t>(options.field),
+                                   /*rect=*/nullptr, layer.descriptor(), &records.mode,
+                                   options.linear.light(), records.mask(), options.at.x,
+                                   options.at.y, dst.descriptor());
+    }
     return VX_TransferRect(progress, /*quality=*/1, /*flags=*/0,
                            static_cast<int32_t>(options.field), /*rect=*/nullptr,
-                           layer.descriptor(), &records.mode, options.linear, records.mask(),
-                           options.at.x, options.at.y, dst.descriptor());
+                           layer.descriptor(), &records.mode, options.linear.tables(),
+                           records.mask(), options.at.x, options.at.y, dst.descriptor());
   });
 }
 

@@ -41,10 +41,10 @@ inline std::vector<Matrix> matrices_between(const TransformParts& from, const Tr
 
 struct TransformOptions {
   Mode mode = Mode::in_front;
-  double opacity = 1;                    // 0..1
-  std::optional<Mask> mask = {};         // positioned in the destination
-  const LinearTables* linear = nullptr;  // null: blend the stored values
-  bool keep_alpha = false;               // do not change the alpha of the destination
+  double opacity = 1;             // 0..1
+  std::optional<Mask> mask = {};  // positioned in the destination
+  Linear linear = {};             // null: blend the stored values
+  bool keep_alpha = false;        // do not change the alpha of the destination
   Field field = Field::both;
   int32_t seed = 0;  // of the noise of Mode::dissolve
   Quality quality = Quality::high;
@@ -53,10 +53,10 @@ struct TransformOptions {
   Progress progress = {};
 };
 
-// Draws a picture with motion blur (VX_TransformMotion). n matrices give n - 1 sub-samples of equal
-// weight, one at each matrix except the last, so that the exposures of consecutive frames do not
-// overlap. With one matrix the picture is drawn without blur. A matrix without an inverse
-// contributes a transparent sub-sample.
+// Draws a picture with motion blur (VX_TransformMotion; VX_TransformMotionLinear with LinearLight).
+// n matrices give n - 1 sub-samples of equal weight, one at each matrix except the last, so that
+// the exposures of consecutive frames do not overlap. With one matrix the picture is drawn without
+// blur. A matrix without an inverse contributes a transparent sub-sample.
 //   dst, src  have the same depth and share no pixels
 //   motion    1 to 257 matrices in the order of time
 // Throws Error: bad_parameter, out_of_memory, stopped.
@@ -68,9 +68,16 @@ inline void transform(AnyView dst, AnyConstView src, std::span<const Matrix> mot
     detail::refuse("a motion has 1 to 257 matrices");
   }
   detail::run(options.progress, [&](VX_ProgressInfo* progress) {
+    if (options.linear.light() != nullptr) {
+      return VX_TransformMotionLinear(progress, static_cast<int32_t>(options.quality),
+                                      static_cast<int32_t>(options.field), src.descriptor(),
+                                      &records.mode, options.linear.light(), records.mask(),
+                                      motion.data(), static_cast<int32_t>(motion.size()),
+                                      options.to_source ? 0 : 1, area.get(), dst.descriptor());
+    }
     return VX_TransformMotion(progress, static_cast<int32_t>(options.quality),
                               static_cast<int32_t>(options.field), src.descriptor(), &records.mode,
-                              options.linear, records.mask(), motion.data(),
+                              options.linear.tables(), records.mask(), motion.data(),
                               static_cast<int32_t>(motion.size()), options.to_source ? 0 : 1,
                               area.get(), dst.descriptor());
   });

@@ -19,8 +19,10 @@ namespace {
 template <template <class> class Mode>
 constexpr VXp_ModeTraits TraitsOf() {
   using Piece = Mode<VXp_PixelTraits<VX_Pixel8>>;
-  return {Piece::kStages, Piece::kClearsOutside, Piece::kDrawsTransparentRows, Piece::kNeedsMask,
-          Piece::kTransferFlag};
+  return {Piece::kStages,        Piece::kRowSkipsZero && !Piece::kNeedsMask,
+          Piece::kWritesColor,   Piece::kUsesColor,
+          Piece::kClearsOutside, Piece::kDrawsTransparentRows,
+          Piece::kNeedsMask,     Piece::kTransferFlag};
 }
 
 }  // namespace

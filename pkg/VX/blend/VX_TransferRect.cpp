@@ -5,7 +5,9 @@
 // for each row.
 
 #include "VX/VX_Blend.h"
+#include "VX/VX_LightCurves.h"
 #include "VX/VX_OverrideTable.h"
+#include "blend/VXp_LightRows.h"
 #include "blend/VXp_RowBuffers.h"
 #include "blend/VXp_TransferArea.h"
 #include "blend/VXp_TransferRectPlus.h"
@@ -24,6 +26,7 @@ struct Transfer {
   const VX_LinearBlendingTables* tables;
   const VX_MaskSpec* mask;
   const VX_BlendScratch* scratch;
+  const VX_LightCurves* curves;
   VXp_CopyArea area;
 };
 
@@ -41,9 +44,9 @@ VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_
         mask_row = VXp_MaskRow(*call.mask, *mask, area.dest_x, area.width, y,
                                static_cast<Pixel*>(buffers.mask()));
       }
-      const VX_Err error = VX_BlendPipeline<Pixel>(call.progress, area.width, &descriptor,
-                                                   src.Row(area.source_y + row) + area.source_x,
-                                                   mask_row, alpha, dst.Row(y) + area.dest_x);
+      const VX_Err error = VXp_BlendRow<Pixel>(call.curves, call.progress, area.width, descriptor,
+                                               src.Row(area.source_y + row) + area.source_x,
+                                               mask_row, alpha, dst.Row(y) + area.dest_x);
       if (error != VX_Ok) return error;
     }
     if ((y & 0x7F) == 0) {
@@ -104,7 +107,8 @@ VX_Err WithMask(Transfer call, const M_Rect* rect, int32_t x, int32_t y,
 VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int32_t field,
                        const M_Rect* rect, const VX_LayerDef* src, const VX_CompositeModePlus* mode,
                        const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
-                       const VX_BlendScratch* scratch, int32_t x, int32_t y, VX_LayerDef* dst) {
+                       const VX_BlendScratch* scratch, const VX_LightCurves* curves, int32_t x,
+                       int32_t y, VX_LayerDef* dst) {
   if (!VXp_HasPixels(src) || !VXp_HasPixels(dst) || mode == nullptr) {
     return VXp_BadParameter(kVXp_NoCheckNumber);
   }
@@ -113,7 +117,7 @@ VX_Err CheckedTransfer(const char* unequal_text, VX_ProgressInfo* progress, int3
   if (VXp_TraitsOfMode(mode->mode).needs_mask && mask == nullptr) {
     return VXp_FailVerification("VX_Xfer_MaskMix mixes by a mask and was given none");
   }
-  const Transfer call{progress, field, mode, tables, mask, scratch, {}};
+  const Transfer call{progress, field, mode, tables, mask, scratch, curves, {}};
   return VXp_Guarded([&] {
     return VXp_WithWorldsOfDepth(
         depth, kVXp_UnknownDepthText,
@@ -139,7 +143,8 @@ VX_Err VX_TransferRect_S(VX_ProgressInfo* progress, int32_t /*quality*/, int32_t
                          const VX_CompositeModePlus* mode, const VX_LinearBlendingTables* tables,
                          const VX_MaskSpec* mask, int32_t x, int32_t y, VX_LayerDef* dst) {
   return CheckedTransfer("VX_TransferRect requires src and dst worlds to have same bit depth",
-                         progress, field, rect, src, mode, tables, mask, nullptr, x, y, dst);
+                         progress, field, rect, src, mode, tables, mask, nullptr, nullptr, x, y,
+                         dst);
 }
 
 VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t /*quality*/, int32_t /*flags*/,
@@ -148,5 +153,24 @@ VX_Err VX_TransferRectPlus(VX_ProgressInfo* progress, int32_t /*quality*/, int32
                            const VX_MaskSpec* mask, const VX_BlendScratch* scratch, int32_t x,
                            int32_t y, VX_LayerDef* dst) {
   return CheckedTransfer("VX_TransferRectPlus requires src and dst worlds to have same bit depth",
-                         progress, field, rect, src, mode, tables, mask, scratch, x, y, dst);
+                         progress, field, rect, src, mode, tables, mask, scratch, nullptr, x, y,
+                         dst);
+}
+
+VX_Err VX_TransferRectLinear(VX_ProgressInfo* progress, int32_t field, const M_Rect* rect,
+                             const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                             const VX_LightCurves* curves, const VX_MaskSpec* mask, int32_t x,
+                             int32_t y, VX_LayerDef* dst) {
+  constexpr int32_t kQuality = 1, kFlags = 0;
+  return VXp_Guarded([&] {
+    const VX_LightCurves* const used =
+        mode != nullptr ? VXp_CurvesFor(curves, src, mode->mode) : nullptr;
+    if (used == nullptr) {
+      return VX_TransferRect(progress, kQuality, kFlags, field, rect, src, mode,
+                             VXp_TablesFor(curves, src), mask, x, y, dst);
+    }
+    return CheckedTransfer("VX_TransferRect requires src and dst worlds to have same bit depth",
+                           progress, field, rect, src, mode, /*tables=*/nullptr, mask,
+                           /*scratch=*/nullptr, used, x, y, dst);
+  });
 }

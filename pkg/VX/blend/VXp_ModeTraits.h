@@ -8,6 +8,9 @@
 
 struct VXp_ModeTraits {
   VXp_Stages stages = VXp_Stages::kScan;
+  bool skips_transparent = false;  // a source pixel of alpha 0 changes nothing
+  bool writes_color = false;
+  bool uses_color = false;
   bool clears_outside = false;
   bool draws_transparent_rows = false;
   bool needs_mask = false;

@@ -91,6 +91,12 @@ VX_Err DrawRectangle(const VXp_TransformCall& call, const VXp_TransformPlan& pla
   rect.top = narrow(top);
   rect.right = narrow(right);
   rect.bottom = narrow(bottom);
+  if (call.curves != nullptr) {
+    return VX_TransferRectLinear(call.progress, call.field, whole ? nullptr : &rect, call.src,
+                                 call.mode, call.curves, call.mask,
+                                 static_cast<int32_t>(rect.left + right_by),
+                                 static_cast<int32_t>(rect.top + down_by), call.dst);
+  }
   return VXp_G_OverFuncs.VX_TransferRect_S(
       call.progress, call.quality, call.flags, call.field, whole ? nullptr : &rect, call.src,
       call.mode, call.tables, call.mask, static_cast<int32_t>(rect.left + right_by),
@@ -287,5 +293,25 @@ VX_Err VX_TransformMotion(VX_ProgressInfo* progress, int32_t quality, int32_t fi
   return VXp_Guarded([&] {
     return Draw({progress, quality, kFlags, field, src, mode, tables, mask, matrices, num_matrices,
                  src2dst, dst_rect, dst, VXp_MotionRule::EveryMatrix});
+  });
+}
+
+VX_Err VX_TransformMotionLinear(VX_ProgressInfo* progress, int32_t quality, int32_t field,
+                                const VX_LayerDef* src, const VX_CompositeModePlus* mode,
+                                const VX_LightCurves* curves, const VX_TransformMask* mask,
+                                const M_Matrix3* matrices, int32_t num_matrices, uint8_t src2dst,
+                                const M_Rect* dst_rect, VX_LayerDef* dst) {
+  constexpr int32_t kFlags = 0;
+  return VXp_Guarded([&] {
+    const VX_LightCurves* const used =
+        mode != nullptr ? VXp_CurvesFor(curves, src, mode->mode) : nullptr;
+    if (used == nullptr) {
+      return VX_TransformMotion(progress, quality, field, src, mode, VXp_TablesFor(curves, src),
+                                mask, matrices, num_matrices, src2dst, dst_rect, dst);
+    }
+    const bool still = num_matrices == 1 || num_matrices == 2;
+    return Draw({progress, quality, kFlags, field, src, mode, /*tables=*/nullptr, mask, matrices,
+                 still ? 1 : num_matrices, src2dst, dst_rect, dst,
+                 still ? VXp_MotionRule::Classic : VXp_MotionRule::EveryMatrix, used});
   });
 }

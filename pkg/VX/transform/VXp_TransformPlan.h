@@ -4,6 +4,7 @@
 
 // The plan of one call: how it is drawn, its area, and the source position of its first pixel.
 
+#include "VX/VX_LightCurves.h"
 #include "VX/VX_Sampling.h"
 #include "VX/VX_Transform.h"
 #include "transform/VXp_Line.h"
@@ -28,6 +29,7 @@ struct VXp_TransformCall {
   const M_Rect* dst_rect;
   VX_LayerDef* dst;
   VXp_MotionRule rule = VXp_MotionRule::Classic;
+  const VX_LightCurves* curves = nullptr;  // for float pixels in linear light
 };
 
 // The size of a destination pixel in the source (its footprint), for a matrix from source to

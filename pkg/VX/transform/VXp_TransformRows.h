@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "blend/VXp_LightRows.h"
 #include "blend/VXp_TransferRows.h"
 #include "frame/VXp_PixelTraits.h"
 #include "transform/VXp_LineSampler.h"
@@ -38,8 +39,8 @@ template <class Pixel>
 class VXp_RowBlender {
  public:
   VXp_RowBlender(VX_ProgressInfo* progress, const VX_BlendModeDescriptor<Pixel>& descriptor,
-                 bool has_mask, VX_ChannelOf<Pixel>* alpha_row)
-      : progress_(progress), descriptor_(descriptor), alpha_row_(alpha_row) {
+                 const VX_LightCurves* curves, bool has_mask, VX_ChannelOf<Pixel>* alpha_row)
+      : progress_(progress), descriptor_(descriptor), curves_(curves), alpha_row_(alpha_row) {
     const VX_BlendingMode<Pixel>& mode = descriptor.blendingMode;
     acts_on_nothing_ = VXp_TraitsOfMode(mode.mode).draws_transparent_rows;
     copies_opaque_ = mode.mode == VX_Xfer_InFront && !has_mask && mode.keepDstAlpha == 0 &&
@@ -60,12 +61,13 @@ class VXp_RowBlender {
       std::memcpy(static_cast<void*>(dst), row, static_cast<size_t>(count) * sizeof(Pixel));
       return VX_Ok;
     }
-    return VX_BlendPipeline<Pixel>(progress_, count, &descriptor_, row, mask, alpha_row_, dst);
+    return VXp_BlendRow<Pixel>(curves_, progress_, count, descriptor_, row, mask, alpha_row_, dst);
   }
 
  private:
   VX_ProgressInfo* progress_;
   const VX_BlendModeDescriptor<Pixel>& descriptor_;
+  const VX_LightCurves* curves_;
   VX_ChannelOf<Pixel>* alpha_row_;
   decltype(VXp_AlphaTotal<Pixel>(nullptr, {})) total_{};
   bool acts_on_nothing_, copies_opaque_;
@@ -97,7 +99,7 @@ VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, Sourc
   const VXp_TransformCall& call = work.call;
   const M_LRect& area = work.area;
   const int32_t width = area.right - area.left, height = area.bottom - area.top;
-  VXp_RowBlender<Pixel> blender(call.progress, work.descriptor, work.mask != nullptr,
+  VXp_RowBlender<Pixel> blender(call.progress, work.descriptor, call.curves, work.mask != nullptr,
                                 work.alpha_row);
   for (int32_t row = 0; row < height; ++row) {
     const int32_t y = area.top + row;

@@ -133,6 +133,7 @@ double BestExponent(Curve&& curve) {
 TEST_F(COR_Engine, Exponents) {
   Tags mixed = WithCurve(Formula(0, {1.5}));  // the green curve counts
   mixed["gTRC"] = Formula(0, {2.5});
+  const auto flat_start = [](double v) { return v < 0.16 ? 0 : (v - 0.16) / 0.84; };
   const std::pair<COR_QCE_ProfilePtr, double> cases[] = {
       {nullptr, BestExponent(Srgb)},
       {Named("sRGB"), BestExponent(Srgb)},
@@ -144,6 +145,7 @@ TEST_F(COR_Engine, Exponents) {
       {Opened(FileWith(Formula(4, {1.75, 1, 0, 0.5, 0, 0, 0.25}))), 1.75},
       {Opened(FileWith(Formula(3, {2, 1, 0, 0.05, 0.05}))), 2},
       {Opened(FileWith(TableOf(Power22, 1024))), 2.2},
+      {Opened(FileWith(TableOf(flat_start, 1024))), BestExponent(flat_start)},
       {Opened(FileOf(mixed)), 2.5},
   };
   for (const auto& [profile, exponent] : cases) EXPECT_NEAR(ExponentOf(profile), exponent, 1e-4);

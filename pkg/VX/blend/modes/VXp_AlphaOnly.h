@@ -44,6 +44,7 @@ struct VXp_Stencil : VXp_AlphaOnly<T, Mode> {
 template <class T>
 struct VXp_ModeStencilAlpha : VXp_Stencil<T, VXp_ModeStencilAlpha<T>> {
   using Work = typename T::Work;
+  static constexpr bool kUsesColor = false;
   static Work Alpha(Work da, Work sa, const VXp_Color<T>&) { return T::Mul(da, sa); }
 };
 
@@ -60,6 +61,7 @@ struct VXp_ModeStencilLuma : VXp_Stencil<T, VXp_ModeStencilLuma<T>> {
 template <class T>
 struct VXp_ModeSilhouetteAlpha : VXp_AlphaOnly<T, VXp_ModeSilhouetteAlpha<T>> {
   using Work = typename T::Work;
+  static constexpr bool kUsesColor = false;
   static Work Alpha(Work da, Work sa, const VXp_Color<T>&) { return T::Mul(da, T::Inv(sa)); }
 };
 

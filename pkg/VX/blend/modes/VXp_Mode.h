@@ -9,6 +9,7 @@
 //   kPixelSkipsZero  the per-pixel form does not change a pixel of source alpha 0
 //   kRowSkipsZero    the row form does not change a pixel of weight 0
 //   kWritesColor     false if only alpha changes
+//   kUsesColor       false if colours are copied or not used: the mode does not compute with them
 //   kStages          the stages of a row around the scan
 //   kClearsOutside   a composite sets alpha to 0 outside its rectangle
 //   kDrawsTransparentRows  a transform also draws rows in which the source is transparent
@@ -110,6 +111,7 @@ struct VXp_CommonMode {
   static constexpr bool kPixelSkipsZero = true;
   static constexpr bool kRowSkipsZero = true;
   static constexpr bool kWritesColor = true;
+  static constexpr bool kUsesColor = true;
   static constexpr VXp_Stages kStages = VXp_Stages::kScan;
   static constexpr bool kClearsOutside = false;
   static constexpr bool kDrawsTransparentRows = false;

@@ -15,6 +15,7 @@ struct VXp_ModeCopy : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
   static constexpr bool kRowSkipsZero = false;
+  static constexpr bool kUsesColor = false;
   static constexpr bool Covers(Work /*w*/, Work /*da*/) { return true; }
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
@@ -89,6 +90,7 @@ template <class T>
 struct VXp_ModeDissolve : VXp_CommonMode<T> {
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;
+  static constexpr bool kUsesColor = false;
   static constexpr bool kTransferFlag = false;
 
   static void BlendPixel(const Argb&, Work, Argb&) {}

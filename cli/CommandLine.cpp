@@ -4,9 +4,11 @@
 
 #include <CLI/CLI.hpp>
 #include <cctype>
+#include <filesystem>
 #include <iostream>
 
 #include "Console.h"
+#include "Job.h"
 #include "Verbs.h"
 
 namespace vxcli {
@@ -88,6 +90,25 @@ void RefuseUnknownOptions(const std::vector<std::string>& arguments, const Optio
   }
 }
 
+// Returns a hint if the shell has replaced a wildcard by the names of the frames of a sequence.
+std::string SuggestPattern(const std::vector<std::string>& arguments) {
+  std::vector<std::string> files;
+  for (const std::string& argument : arguments) {
+    std::error_code none;
+    if (std::filesystem::is_regular_file(argument, none)) files.push_back(argument);
+  }
+  std::vector<std::string> sequence;
+  for (const std::string& file : files) {
+    if (!sequence.empty() && PatternOfFiles({sequence.back(), file}).empty()) {
+      if (sequence.size() > 1) break;
+      sequence.clear();
+    }
+    sequence.push_back(file);
+  }
+  const std::string pattern = PatternOfFiles(sequence);
+  return pattern.empty() ? "" : "; a sequence is one argument in quotes: '" + pattern + "'";
+}
+
 void Declare(OptionList* options, CLI::App* app) {
   for (Option& option : *options) {
     CLI::Option* declared = nullptr;
@@ -147,7 +168,9 @@ Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
       return nullptr;
     }
     if (!verb && dynamic_cast<const CLI::ExtrasError*>(&error)) throw NoVerb(arguments, *verbs);
-    throw UsageError(std::string(error.what()) + "; see 'vx " + (verb ? verb->name + " " : "") +
+    std::string hint;
+    if (dynamic_cast<const CLI::ExtrasError*>(&error)) hint = SuggestPattern(arguments);
+    throw UsageError(error.what() + hint + "; see 'vx " + (verb ? verb->name + " " : "") +
                      "--help'");
   }
   if (!verb) throw NoVerb(arguments, *verbs);

@@ -4,8 +4,8 @@
 
 // Messages of the command: errors and their exit codes, warnings, progress, JSON records.
 
+#include <cstdint>
 #include <exception>
-#include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <stdexcept>
 #include <string>
@@ -72,26 +72,53 @@ auto WithContext(const std::string& context, Work&& work) {
 
 // --- output --------------------------------------------------------------------------------------
 
-// Print lines "vx: warning: ..." and "vx: note: ..." on the standard error.
+// How messages and progress are shown, the values of --progress. Json: JSON events and nothing else
+// on the standard error (docs/progress.schema.json). OpenJd: lines of the Open Job Description on
+// the standard output. Auto is Bar on a terminal and None elsewhere.
+enum class ProgressStyle { Auto, Bar, Plain, Json, OpenJd, None };
+// The names of the values, in their order.
+const std::vector<std::string>& ProgressStyles();
+
+// Selects the form of all messages. Called before the arguments are parsed, so that their errors
+// have that form too. With Json, text that libraries print on the standard error becomes warnings.
+void SetMessageStyle(ProgressStyle style);
+
+// Print warnings, notes or an error. If the thread works on a frame of a sequence, JSON events
+// contain its number.
 void Warn(const std::vector<std::string>& warnings);
 void Note(const std::string& text);
-// Prints a line "vx: ..." on the standard error.
-void PrintError(const std::string& text);
+void PrintError(const Failure& failure);
+// Prints the events that end the process: with Json the last event, "done"; with OpenJd the
+// failure.
+void PrintEnd(const Failure& result);
+
+// While an object of this class exists, messages of this thread are about this frame.
+class MessagesOfFrame {
+ public:
+  explicit MessagesOfFrame(int64_t number);
+  ~MessagesOfFrame();
+  MessagesOfFrame(const MessagesOfFrame&) = delete;
+  MessagesOfFrame& operator=(const MessagesOfFrame&) = delete;
+};
 
 // Prints a record as one line of JSON on the standard output.
 void PrintJson(const nlohmann::ordered_json& json);
+// Returns true if a command that fails has to print its record: PrintJson was not called, and the
+// standard output is not for a picture.
+bool NeedsRecordOfFailure();
+// The standard output is for a picture.
+void ReserveStandardOutput();
 
-// Shows progress on the standard error.
+// Shows the progress of a job.
 class Progress {
  public:
-  // Auto is Bar on a terminal and None elsewhere.
-  enum Style { Auto, Bar, Plain, Json, None };
-
-  explicit Progress(Style style);
+  explicit Progress(ProgressStyle style);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
+  // Shows the start of a job. `output` may be empty.
+  void Start(const std::string& verb, size_t frames, const std::string& output);
   // Starts step `index` (from 0) of `count`. `what` is the name of the step.
   void Begin(int index, int count, const std::string& what);
   // Returns the progress function for an operation of the current step.
@@ -101,25 +128,20 @@ class Progress {
     };
   }
 
-  // Show the final event of the progress, done or failed. Only the first call has an effect.
-  void Done(const std::string& output);
-  void Failed(int exit_code, const std::string& text);
+  // Shows the outcome of a frame.
+  void Frame(const nlohmann::ordered_json& event);
+  // Shows the end of a job that has not failed.
+  void Done();
 
  private:
   void Show(double fraction);
   void ClearBar();
 
-  Style style_;
+  ProgressStyle style_;
+  std::string output_;
   int index_ = 0, count_ = 1;
   std::string what_;
   int shown_ = -1;  // the percentage of all steps that was shown last
-  bool finished_ = false;
 };
-
-// The values of --progress, in the order of Progress::Style.
-const std::vector<std::string>& ProgressStyles();
-
-// Calls `work`. If it throws, shows the failure as the final event and throws DescribedFailure.
-void RunWith(Progress* progress, const std::function<void()>& work);
 
 }  // namespace vxcli

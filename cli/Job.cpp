@@ -6,9 +6,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "JobRun.h"
+#include "StandardStreams.h"
 #include "VX/cpp/Pixels.hpp"
 #include "VXIO/VXIO_Sequence.h"
 #include "Verbs.h"
@@ -20,6 +22,8 @@ namespace {
 // Each thread may have a temporary file; VXIO_OutputFile.cpp can store 1024 names.
 constexpr int32_t kMostThreads = 512;
 
+constexpr double kLongestClip = 1e9;  // largest time of a clip, in seconds
+
 std::vector<int64_t> ParseFrames(const std::string& option, const std::string& text) {
   try {
     return VXIO_ParseFrames(text);
@@ -28,11 +32,27 @@ std::vector<int64_t> ParseFrames(const std::string& option, const std::string& t
   }
 }
 
+// Returns the first extension of a format, named by its name or by an extension.
+std::string ParseFormat(const std::string& option, const std::string& text) {
+  std::vector<std::string> names;
+  for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {
+    names.push_back(format.name);
+    const bool named = std::count(format.extensions.begin(), format.extensions.end(), text) > 0;
+    if (format.name == text || named) return format.extensions[0];
+  }
+  throw UsageError(option + " '" + text + "': must be " + JoinWords(names, " or "));
+}
+
 OptionList OutputOptions(JobOptions* to) {
   return {
-      Option{"-o,--output", "OUT", Text(&to->output),
-             "Picture to write, a pattern for a sequence; the extension decides the format"}
+      Option{
+          "-o,--output", "OUT", Text(&to->output),
+          "Picture to write, a pattern for a sequence; the extension decides the format. - writes "
+          "to the standard output"}
           .Required(),
+      Option{"--format", "NAME", Parsed(&to->format, ParseFormat),
+             "Format of the picture that -o - writes (vx list formats)"}
+          .Without("the extension of OUT"),
       Option{"--overwrite", "", Flag(&to->overwrite), "Replace outputs that exist"}.Without("yes"),
       Option{"--no-clobber", "", Flag(&to->no_clobber),
              "Fail before any frame is processed if an output exists"}
@@ -56,8 +76,10 @@ void Blacken(VXIO_Picture* picture) {
 }  // namespace
 
 Option InputOption(std::string* to) {
-  return Option{"IN", "FILE", Text(to), "A picture, or a pattern for a sequence"}.Required().For(
-      Decides::Contents);
+  return Option{"IN", "FILE", Text(to),
+                "A picture, a clip, a pattern for a sequence, or - for the standard input"}
+      .Required()
+      .For(Decides::Contents);
 }
 
 OptionList JobOptionList(JobOptions* to, JobOutput output) {
@@ -66,8 +88,12 @@ OptionList JobOptionList(JobOptions* to, JobOutput output) {
       {std::move(options),
        {
            Option{"--frames", "SET", Parsed(&to->frames, ParseFrames),
-                  "Frames of a sequence (shot.####.png, shot.%04d.png): 1-10,20-40x2,55"}
+                  "Frames of a sequence (shot.####.png, shot.%04d.png) or of a clip (from 0): "
+                  "1-10,20-40x2,55. One frame may be written to a single file"}
                .Without("from the first to the last existing frame"),
+           Option{"--at-time", "SECONDS", Number(&to->at_time, 0, kLongestClip),
+                  "The frame of a clip that is shown at this time since the start of the file"}
+               .Excludes("--frames"),
            Option{
                "--missing", "HOW", Choice(&to->missing, {"error", "skip", "hold", "black"}),
                "How to treat a missing frame: error, skip, hold (use the nearest earlier frame) or "
@@ -90,8 +116,9 @@ OptionList JobOptionList(JobOptions* to, JobOutput output) {
                   "2G"}
                .Without("half of the machine's memory"),
            Option{"--progress", "HOW", Choice(&to->progress, ProgressStyles()),
-                  "%r: how to show progress on the standard error; auto is bar on a terminal, else "
-                  "none"}
+                  "%r: how to show progress; auto is bar on a terminal, else none. json: all "
+                  "messages are JSON events on the standard error. openjd: lines of the Open Job "
+                  "Description on the standard output"}
                .Default("auto"),
            {"--json", "", Flag(&to->json),
             "Print a record of the work as JSON; for a sequence one line per frame and a summary"},
@@ -114,12 +141,20 @@ const std::string& JobFrame::Input(size_t input) const {
   return state_->frame.inputs.at(input).path;
 }
 
-const std::string& JobFrame::Output() const { return state_->frame.output; }
+const std::string& JobFrame::Output() const { return state_->output; }
+
+VXIO_Info JobFrame::Info(size_t input) const {
+  const InputFile& file = state_->frame.inputs.at(input);
+  return file.Info();
+}
 
 VXIO_Picture JobFrame::Read(size_t input, int32_t depth, VXIO_AlphaAs alpha) {
   const InputFile& file = state_->frame.inputs.at(input);
   state_->Begin(input, state_->job->verb->name + " " + BaseName(file.path));
-  VXIO_Picture picture = VXIO_Read(file.path, depth, alpha);
+  VXIO_Picture picture = file.clip
+                             ? file.clip->Read(state_->index, file.clip_frame, depth, alpha)
+                             : file.WithName([&] { return VXIO_Read(file.File(), depth, alpha); });
+  for (std::string& text : picture.warnings) text = WithoutPath(std::move(text), file.stored);
   if (file.black) {
     Blacken(&picture);
     picture.warnings.clear();  // the warnings are about pixels that are not used
@@ -139,9 +174,28 @@ void JobFrame::Write(vx::AnyConstView picture, VXIO_WriteOptions options) {
   options.clobber = state_->job->options->Clobber();
   options.strict = state_->job->options->strict;
   state_->Begin(state_->frame.inputs.size(), "write " + BaseName(Output()));
-  std::vector<std::string> warnings = VXIO_Write(Output(), *picture.descriptor(), options);
+  std::vector<std::string> warnings;
+  if (state_->frame.output == kStandardStream) {
+    warnings = WriteToStandardOutput(picture, options);
+  } else {
+    warnings = VXIO_Write(Output(), *picture.descriptor(), options);
+  }
   state_->written = true;
   state_->ReportWarnings(warnings, VXIO_ErrorKind::Output);
+}
+
+std::vector<std::string> JobFrame::WriteToStandardOutput(vx::AnyConstView picture,
+                                                         const VXIO_WriteOptions& options) {
+  const std::string file = TemporaryOutput(state_->job->options->format);
+  std::vector<std::string> warnings;
+  try {
+    warnings = VXIO_Write(file, *picture.descriptor(), options);
+  } catch (const VXIO_Error& error) {
+    throw VXIO_Error(error.kind(), WithoutPath(error.what(), file));
+  }
+  MoveToStandardOutput(file);
+  for (std::string& text : warnings) text = WithoutPath(std::move(text), file);
+  return warnings;
 }
 
 void JobFrame::Warn(const std::string& text) {
@@ -188,7 +242,7 @@ MemoryBudget::MemoryBudget(const Job& job)
 int64_t MemoryBudget::Need(const PlannedFrame& frame) const {
   std::vector<VXIO_Info> infos;
   try {
-    for (const InputFile& file : frame.inputs) infos.push_back(VXIO_ReadInfo(file.path));
+    for (const InputFile& file : frame.inputs) infos.push_back(file.Info());
   } catch (const VXIO_Error&) {
     return 0;
   }

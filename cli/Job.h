@@ -28,9 +28,11 @@ enum class Missing { Error, Skip, Hold, Black };
 // The options of every verb that reads or writes pictures.
 struct JobOptions {
   std::string output, failed_list;
+  std::string format;  // extension of the format for the standard output; may be empty
   std::optional<std::vector<int64_t>> frames;
+  std::optional<double> at_time;  // seconds; of a clip
   Missing missing = Missing::Error;
-  Progress::Style progress = Progress::Auto;
+  ProgressStyle progress = ProgressStyle::Auto;
   std::optional<int32_t> threads;  // of the whole command
   std::optional<int64_t> memory;   // bytes for all frames that are processed at the same time
   bool overwrite = false, no_clobber = false, resume = false, keep_going = false, dry_run = false,
@@ -46,6 +48,14 @@ struct JobOptions {
 enum class JobOutput { Picture, None };
 
 OptionList JobOptionList(JobOptions* to, JobOutput output);
+// Returns true for an existing file that is a clip or unknown, not a picture. Returns false for a
+// file that cannot be read.
+bool IsClip(const std::string& name);
+
+// Returns the pattern of files whose names differ only in one number, "shot.####.png" if all
+// numbers have four digits; empty for less than two names and for other names.
+std::string PatternOfFiles(const std::vector<std::string>& names);
+
 // Returns the option "IN": the input of verbs that have one input.
 Option InputOption(std::string* to);
 
@@ -57,7 +67,12 @@ class JobFrame {
 
   int64_t Number() const;                        // frame number; 0 for a single file
   const std::string& Input(size_t input) const;  // path of the file that Read reads
-  const std::string& Output() const;             // path; empty for a verb that writes no picture
+  const std::string& Output() const;             // path; "-.EXTENSION" for the standard output;
+                                                 // empty for a verb that writes no picture
+
+  // Returns the header of the file or clip of an input. Throws VXIO_Error (Input) if a file cannot
+  // be read.
+  VXIO_Info Info(size_t input) const;
 
   // Reads the picture of an input for this frame. `depth` is 8, 16 or 32 bits, or 0 for the depth
   // of the file. Prints the warnings about the file. With --missing black the picture of a missing
@@ -87,13 +102,17 @@ class JobFrame {
   nlohmann::ordered_json& Record();
 
  private:
+  std::vector<std::string> WriteToStandardOutput(vx::AnyConstView picture,
+                                                 const VXIO_WriteOptions& options);
+
   State* state_;
 };
 
 struct Job {
   const Verb* verb = nullptr;  // its option values are part of the fingerprint of --resume
   const JobOptions* options = nullptr;
-  // The inputs of the job: patterns, and single files that are used for all frames. May be empty.
+  // The inputs of the job: patterns, clips, and single files that are used for all frames. May be
+  // empty.
   std::vector<std::string> inputs;
   // Frame numbers that the verb defines. Used if no input is a pattern; the output must be a
   // pattern.

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <numeric>
 #include <unordered_set>
 
 namespace vxcli {
@@ -13,14 +14,6 @@ namespace vxcli {
 namespace {
 
 constexpr size_t kMostPieces = 8;  // ranges that a list of frames in a message may have
-
-VXIO_FramePattern Pattern(const std::string& name) {
-  try {
-    return VXIO_FramePattern(name);
-  } catch (const std::invalid_argument& error) {
-    throw UsageError(error.what());
-  }
-}
 
 std::string RealFolder(const std::string& path) {
   std::string folder = path.substr(0, path.rfind('/') + 1);
@@ -50,11 +43,20 @@ bool Contains(const std::vector<int64_t>& ascending, int64_t frame) {
 
 JobPlan::JobPlan(const Job& job)
     : output_name_(job.options->output), missing_(job.options->missing) {
+  CheckStandardOutput(*job.options);  // before the standard input is read
   FindPatterns(job);
+  CheckOutputName(job);
   if (!sequence_) {
-    frames_ = {0};
+    if (FirstSequence()) {
+      FindFrames(job);
+      CheckGaps(job.options->keep_going);
+    } else {
+      frames_ = {0};
+    }
     if (output_name_.empty()) return;
-    VXIO_CheckOutput(output_name_, job.options->Clobber());
+    if (output_name_ != kStandardStream) {
+      VXIO_CheckOutput(output_name_, job.options->Clobber());
+    }
     for (const Input& input : inputs_) {
       std::error_code none;
       if (job.options->resume && std::filesystem::equivalent(input.name, output_name_, none)) {
@@ -69,92 +71,90 @@ JobPlan::JobPlan(const Job& job)
   if (output_) CheckOutputs(job.options->Clobber());
 }
 
-void JobPlan::FindPatterns(const Job& job) {
-  const JobOptions& options = *job.options;
-  bool file_like_pattern = false;  // an existing file has a name that looks like a pattern
-  for (const std::string& name : job.inputs) {
-    Input input{name, std::nullopt, {}};
-    if (VXIO_FramePattern::IsPattern(name)) {
-      std::error_code none;
-      if (std::filesystem::exists(name, none)) {
-        file_like_pattern = true;
-      } else {
-        input.pattern = Pattern(name);
-      }
-    }
-    inputs_.push_back(std::move(input));
+// Sets the existing frames of a sequence; of a clip those up to `last_needed`.
+void JobPlan::FindExisting(Input* input, int64_t last_needed) const {
+  if (input->clip) {
+    const int64_t count = input->clip->CountFrames(std::min(last_needed, VXIO_MostFrames) + 1);
+    if (count == 0) throw VXIO_Error(VXIO_ErrorKind::Input, input->name + ": has no frame");
+    input->on_disk.resize(static_cast<size_t>(count));
+    std::iota(input->on_disk.begin(), input->on_disk.end(), int64_t{0});
+    return;
   }
-  const bool literal = file_like_pattern && FirstPattern() == nullptr;
-  if (VXIO_FramePattern::IsPattern(output_name_) && !literal) output_ = Pattern(output_name_);
-  const Input* input = FirstPattern();
-  sequence_ = input || (output_ && (inputs_.empty() || !job.frames.empty()));
-  if (input && !output_name_.empty() && !output_) {
-    throw UsageError(output_name_ + ": the input " + input->name +
-                     " is a sequence, so the output must be a pattern, such as out.####.png");
-  }
-  if (!sequence_ && output_) {
-    throw UsageError(output_name_ + ": is a sequence, but the input " + inputs_[0].name +
-                     " is a single file; write to a single file or use a pattern as the input");
-  }
-  if (sequence_ && !input && !options.frames && job.frames.empty()) {
-    throw UsageError(output_name_ + ": is a sequence without an input; --frames is required");
-  }
-  if (sequence_) return;
-  auto needs_sequence = [](const char* option) {
-    throw UsageError(std::string(option) + ": belongs to a sequence; no input is a pattern "
-                                           "such as shot.####.png");
-  };
-  if (options.frames) needs_sequence("--frames");
-  if (options.missing != Missing::Error) needs_sequence("--missing");
-  if (!options.failed_list.empty()) needs_sequence("--failed-list");
+  input->on_disk = input->pattern->FramesOnDisk();
+  if (!input->on_disk.empty()) return;
+  const std::string near = input->pattern->SimilarPattern();
+  throw VXIO_Error(VXIO_ErrorKind::Input,
+                   input->name + ": no file matches this pattern" +
+                       (near.empty() ? "; check the name" : "; did you mean " + near + "?"));
 }
 
-const JobPlan::Input* JobPlan::FirstPattern() const {
-  for (const Input& input : inputs_) {
-    if (input.pattern) return &input;
+// Selects the frames that the clips show at a time. The number of the frame is that of the first
+// clip; patterns use it too.
+void JobPlan::FindTime(double seconds) {
+  for (Input& input : inputs_) {
+    if (!input.clip) continue;
+    input.at_time = input.clip->FrameAt(seconds);
+    if (frames_.empty()) frames_ = {*input.at_time};
   }
-  return nullptr;
+  for (Input& input : inputs_) {
+    if (input.pattern) FindExisting(&input, 0);
+  }
 }
 
 void JobPlan::FindFrames(const Job& job) {
+  if (job.options->at_time) return FindTime(*job.options->at_time);
+  if (job.options->frames) frames_ = *job.options->frames;
+  // Frames of a clip after the last one of the job are not counted. One more is, to report that
+  // the clip is longer.
+  int64_t last_needed = VXIO_MostFrames;
+  if (!frames_.empty()) last_needed = *std::max_element(frames_.begin(), frames_.end());
   for (Input& input : inputs_) {
-    if (!input.pattern) continue;
-    input.on_disk = input.pattern->FramesOnDisk();
-    if (!input.on_disk.empty()) continue;
-    const std::string near = input.pattern->SimilarPattern();
-    throw VXIO_Error(VXIO_ErrorKind::Input,
-                     input.name + ": no file matches this pattern" +
-                         (near.empty() ? "; check the name" : "; did you mean " + near + "?"));
+    if (!input.IsSequence()) continue;
+    FindExisting(&input, last_needed);
+    if (frames_.empty()) last_needed = std::min(last_needed, input.on_disk.back() + 1);
   }
-  if (job.options->frames) {
-    frames_ = *job.options->frames;
-    return;
-  }
-  if (!FirstPattern()) {
+  if (!frames_.empty()) return;
+  if (!FirstSequence()) {
     frames_ = job.frames;
     return;
   }
-  const Input& input = *FirstPattern();
+  const Input& input = *FirstSequence();
   const int64_t first = input.on_disk.front(), last = input.on_disk.back();
   if (last - first >= VXIO_MostFrames) {
     throw UsageError(input.name + ": runs from " + std::to_string(first) + " to " +
                      std::to_string(last) + "; select some of them with --frames");
   }
   for (int64_t frame = first; frame <= last; ++frame) frames_.push_back(frame);
+  NoteLengths();
+}
+
+// Reports sequences that have frames before or after those of the first one, which the job does not
+// read. Frames that they lack are reported as missing.
+void JobPlan::NoteLengths() {
+  const Input& first = *FirstSequence();
+  for (const Input& input : inputs_) {
+    if (!input.IsSequence()) continue;
+    const auto unused = [&](const char* side, int64_t frame, const char* which) {
+      notes_.push_back(input.name + ": frames " + side + " " + std::to_string(frame) + ", the " +
+                       which + " one of " + first.name + ", are not used");
+    };
+    if (input.on_disk.front() < first.on_disk.front() && !input.clip) {
+      unused("before", first.on_disk.front(), "first");
+    }
+    if (input.on_disk.back() > first.on_disk.back()) unused("after", first.on_disk.back(), "last");
+  }
 }
 
 bool JobPlan::Resolve(const Input& input, int64_t number, InputFile* file) const {
-  if (!input.pattern) {
-    *file = {input.name};
-    return true;
-  }
-  *file = {input.pattern->Name(number)};
+  *file = input.File(input.at_time.value_or(number));
+  if (!input.IsSequence() || input.at_time) return true;
   auto after = std::lower_bound(input.on_disk.begin(), input.on_disk.end(), number);
   if (after != input.on_disk.end() && *after == number) return true;
   if (missing_ != Missing::Hold && missing_ != Missing::Black) return false;
   const bool earlier = after != input.on_disk.begin();
   if (!earlier && missing_ == Missing::Hold) return false;
-  *file = {input.pattern->Name(earlier ? after[-1] : *after), missing_ == Missing::Black};
+  *file = input.File(earlier ? after[-1] : *after);
+  file->black = missing_ == Missing::Black;
   return true;
 }
 
@@ -167,18 +167,28 @@ PlannedFrame JobPlan::Frame(size_t index) const {
     const bool found = Resolve(input, frame.number, &file);
     if (!found && frame.action == PlannedFrame::Work) {
       frame.action = missing_ == Missing::Skip ? PlannedFrame::Skip : PlannedFrame::Fail;
-      frame.error = file.path + ": no such file" +
-                    (missing_ == Missing::Hold ? ", nor an earlier frame to hold" : "");
+      frame.error =
+          file.path +
+          (file.clip ? ": has no frame " + std::to_string(frame.number) : ": no such file") +
+          (missing_ == Missing::Hold ? ", nor an earlier frame to hold" : "");
     }
     frame.inputs.push_back(std::move(file));
   }
   return frame;
 }
 
-std::vector<std::string> JobPlan::SingleFiles() const {
-  std::vector<std::string> files;
+std::vector<JobClip*> JobPlan::Clips() const {
+  std::vector<JobClip*> clips;
   for (const Input& input : inputs_) {
-    if (!input.pattern) files.push_back(input.name);
+    if (input.clip) clips.push_back(input.clip.get());
+  }
+  return clips;
+}
+
+std::vector<InputFile> JobPlan::SingleFiles() const {
+  std::vector<InputFile> files;
+  for (const Input& input : inputs_) {
+    if (!input.IsSequence()) files.push_back(input.File(0));
   }
   return files;
 }
@@ -189,7 +199,7 @@ void JobPlan::CheckGaps(bool keep_going) {
   static constexpr const char* kDone[] = {"", "skipped", "replaced by the frame before", "black"};
   std::unordered_set<int64_t> left_out;
   for (const Input& input : inputs_) {
-    if (!input.pattern) continue;
+    if (!input.IsSequence() || input.at_time) continue;
     std::vector<int64_t> gaps, fatal;
     for (int64_t number : frames_) {
       InputFile file;
@@ -201,6 +211,9 @@ void JobPlan::CheckGaps(bool keep_going) {
     if (!fatal.empty() && !keep_going) {
       throw VXIO_Error(VXIO_ErrorKind::Input,
                        input.name + ": " + FrameList(fatal) + Are(fatal) + "missing" +
+                           (fatal.front() > input.on_disk.back()
+                                ? " (the last one is " + std::to_string(input.on_disk.back()) + ")"
+                                : "") +
                            (missing_ == Missing::Hold
                                 ? ", without an earlier frame to hold"
                                 : "; name other --frames or use --missing skip, hold or black"));
@@ -211,7 +224,7 @@ void JobPlan::CheckGaps(bool keep_going) {
     }
   }
   if (missing_ == Missing::Skip && left_out.size() == frames_.size()) {
-    throw VXIO_Error(VXIO_ErrorKind::Input, FirstPattern()->name + ": no frame is left: all " +
+    throw VXIO_Error(VXIO_ErrorKind::Input, FirstSequence()->name + ": no frame is left: all " +
                                                 std::to_string(frames_.size()) +
                                                 " are missing; check --frames");
   }
@@ -240,7 +253,7 @@ void JobPlan::CheckOverlap(bool resume) const {
   const std::string folder = RealFolder(output_name_);
   std::unordered_set<int64_t> written;
   for (const Input& input : inputs_) {
-    if (RealFolder(input.name) != folder) continue;
+    if (input.clip || RealFolder(input.name) != folder) continue;
     if (written.empty()) written.insert(frames_.begin(), frames_.end());
     for (int64_t number : frames_) {
       InputFile file;

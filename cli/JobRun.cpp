@@ -7,6 +7,7 @@
 #include <sched.h>
 
 #include <algorithm>
+#include <chrono>
 #include <iostream>
 #include <map>
 #include <system_error>
@@ -45,11 +46,12 @@ class Runner {
  private:
   void Work();
   bool Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* outcome);
-  Outcome RunFrame(PlannedFrame frame);
-  void RunWork(const PlannedFrame& frame, Outcome* outcome);
+  Outcome RunFrame(size_t index, PlannedFrame frame);
+  void RunWork(size_t index, const PlannedFrame& frame, Outcome* outcome);
   std::string Fingerprint(const PlannedFrame& frame) const;
   void DescribePlan(const PlannedFrame& frame, Outcome* outcome) const;
-  void Finish(size_t index, int64_t number, Outcome outcome);
+  void Finish(size_t index, int64_t number, double seconds, Outcome outcome);
+  void ShowFrame(const nlohmann::ordered_json& record, double seconds) const;
   void Print(const Outcome& outcome) const;
   int Conclude();
   nlohmann::ordered_json Settings(RecordFor use) const;
@@ -114,6 +116,7 @@ bool Runner::Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* o
     if (stop_ || next_ == plan_.size()) return false;
     *index = next_++;
   }
+  for (JobClip* clip : plan_.Clips()) clip->Announce(*index);
   *frame = plan_.Frame(*index);
   if (frame->action == PlannedFrame::Work && (options_.memory || threads_ > 1)) {
     try {
@@ -140,13 +143,18 @@ void Runner::Work() {
     Outcome outcome;
     if (!Next(&index, &frame, &bytes, &outcome)) return;
     const int64_t number = frame.number;
-    if (outcome.status == Outcome::NotRun) outcome = RunFrame(std::move(frame));
+    const auto start = std::chrono::steady_clock::now();
+    std::optional<MessagesOfFrame> messages;
+    if (plan_.sequence()) messages.emplace(number);
+    if (outcome.status == Outcome::NotRun) outcome = RunFrame(index, std::move(frame));
+    for (JobClip* clip : plan_.Clips()) clip->Release(index);
     budget_.Release(bytes);
-    Finish(index, number, std::move(outcome));
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+    Finish(index, number, spent.count(), std::move(outcome));
   }
 }
 
-Outcome Runner::RunFrame(PlannedFrame frame) {
+Outcome Runner::RunFrame(size_t index, PlannedFrame frame) {
   Outcome outcome;
   nlohmann::ordered_json& record = outcome.record;
   if (frame.action == PlannedFrame::Skip) {
@@ -156,6 +164,7 @@ Outcome Runner::RunFrame(PlannedFrame frame) {
   record["inputs"] = nlohmann::ordered_json::array();
   for (const InputFile& file : frame.inputs) {
     record["inputs"].push_back(file.black ? "black like " + file.path : file.path);
+    if (file.clip) record["clip_frames"][file.path] = file.clip_frame;
   }
   if (!frame.output.empty()) record["output"] = frame.output;
   try {
@@ -173,7 +182,7 @@ Outcome Runner::RunFrame(PlannedFrame frame) {
     if (options_.dry_run) {
       DescribePlan(frame, &outcome);
     } else if (outcome.status != Outcome::UpToDate) {
-      RunWork(frame, &outcome);
+      RunWork(index, frame, &outcome);
       if (store_ && !store_->Add(frame.number, made_from, frame.output)) {
         Warn({store_->path() + ": cannot be written; a later --resume will write " + frame.output +
               " again"});
@@ -186,9 +195,11 @@ Outcome Runner::RunFrame(PlannedFrame frame) {
   return outcome;
 }
 
-void Runner::RunWork(const PlannedFrame& frame, Outcome* outcome) {
-  JobFrame::State state{&job_, &plan_, frame, threads_ > 1 ? nullptr : progress_,
+void Runner::RunWork(size_t index, const PlannedFrame& frame, Outcome* outcome) {
+  JobFrame::State state{&job_, &plan_, index, frame, threads_ > 1 ? nullptr : progress_,
                         {},    {},     {},    false};
+  state.output = frame.output;
+  if (frame.output == kStandardStream) state.output += "." + options_.format;
   JobFrame job_frame(&state);
   job_.work(job_frame);
   if (!frame.output.empty() && !state.written) throw std::logic_error("nothing was written");
@@ -205,7 +216,9 @@ std::string Runner::Fingerprint(const PlannedFrame& frame) const {
                      Settings(RecordFor::Fingerprint).dump() + "\n" + std::to_string(frame.number);
   if (plan_.sequence() && job_.frame_settings) text += "\n" + job_.frame_settings(frame.number);
   for (const InputFile& file : frame.inputs) {
-    text += (file.black ? "\nblack " : "\n") + FingerprintOfFile(file.path);
+    text += file.black ? "\nblack " : "\n";
+    text += file.clip ? file.clip->Fingerprint() + " " + std::to_string(file.clip_frame)
+                      : FingerprintOfFile(file.File());
   }
   return FingerprintOfText(text);
 }
@@ -214,11 +227,12 @@ void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
   std::string line = plan_.sequence() ? "frame " + std::to_string(frame.number) + ":" : "would";
   for (size_t i = 0; i < frame.inputs.size(); ++i) {
     const InputFile& file = frame.inputs[i];
-    VXIO_ReadInfo(file.path);
-    line += (i == 0 ? " read " : " and ") + file.path + (file.black ? " for its size, black" : "");
+    static_cast<void>(file.Info());
+    line +=
+        (i == 0 ? " read " : " and ") + file.Text() + (file.black ? " for its size, black" : "");
   }
   if (!frame.output.empty()) {
-    VXIO_CheckOutput(frame.output, options_.Clobber());
+    if (frame.output != kStandardStream) VXIO_CheckOutput(frame.output, options_.Clobber());
     line += (frame.inputs.empty() ? " write " : ", write ") + frame.output;
   }
   const bool up_to_date = outcome->status == Outcome::UpToDate;
@@ -229,7 +243,7 @@ void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
 
 // Stores the outcome of a frame. With --keep-going a failure is printed immediately. The record is
 // printed when the records of all earlier frames have been printed.
-void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
+void Runner::Finish(size_t index, int64_t number, double seconds, Outcome outcome) {
   nlohmann::ordered_json record;
   if (plan_.sequence()) record["frame"] = number;
   record["status"] = kStatusNames[outcome.status];
@@ -242,13 +256,14 @@ void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
   outcome.record = std::move(record);
 
   std::lock_guard lock(mutex_);
+  ShowFrame(outcome.record, seconds);
   ++counts_[outcome.status];
   if (outcome.status == Outcome::Failed) {
     if (plan_.sequence()) {
       outcome.failure.text = "frame " + std::to_string(number) + ": " + outcome.failure.text;
     }
     failed_.emplace_back(index, number);
-    if (options_.keep_going && plan_.sequence()) PrintError(outcome.failure.text);
+    if (options_.keep_going && plan_.sequence()) PrintError(outcome.failure);
     if (!options_.keep_going) stop_ = true;
     if (index < first_failure_.first) first_failure_ = {index, outcome.failure};
   }
@@ -259,10 +274,27 @@ void Runner::Finish(size_t index, int64_t number, Outcome outcome) {
   }
 }
 
+// Shows the outcome of a frame with its file names, without the details of its record.
+void Runner::ShowFrame(const nlohmann::ordered_json& record, double seconds) const {
+  nlohmann::ordered_json event = {{"event", "frame"}, {"frame", nullptr}};
+  for (const char* member : {"frame", "status", "inputs", "output", "exit", "message"}) {
+    if (record.contains(member)) event[member] = record[member];
+  }
+  event["seconds"] = seconds;
+  progress_->Frame(event);
+}
+
 void Runner::Print(const Outcome& outcome) const {
   if (!options_.json) {
-    for (const std::string& line : outcome.lines) std::cout << line << '\n';
-  } else if (plan_.sequence() || outcome.status != Outcome::Failed) {
+    for (const std::string& line : outcome.lines) {
+      // The standard output is for the picture.
+      if (plan_.output() == kStandardStream) {
+        Note(line);
+      } else {
+        std::cout << line << '\n';
+      }
+    }
+  } else {
     PrintJson(outcome.record);
   }
   std::cout.flush();
@@ -311,23 +343,22 @@ int Runner::Conclude() {
 
 int RunJob(const Job& job) {
   const JobOptions& options = *job.options;
+  if (options.json && options.progress == ProgressStyle::OpenJd) {
+    throw UsageError("--progress openjd: not together with --json; both use the standard output");
+  }
   Progress progress(options.progress);
-  int code = kDone;
-  RunWith(&progress, [&] {
-    const JobPlan plan(job);
-    if (!options.failed_list.empty()) {
-      VXIO_CheckFile(options.failed_list, VXIO_Clobber::Overwrite);
+  const JobPlan plan(job);
+  if (!options.failed_list.empty()) VXIO_CheckFile(options.failed_list, VXIO_Clobber::Overwrite);
+  if (plan.sequence()) {
+    if (job.frame_settings) {
+      for (const int64_t frame : plan.frames()) static_cast<void>(job.frame_settings(frame));
     }
-    if (plan.sequence()) {
-      if (job.frame_settings) {
-        for (const int64_t frame : plan.frames()) static_cast<void>(job.frame_settings(frame));
-      }
-      for (const std::string& file : plan.SingleFiles()) VXIO_ReadInfo(file);
-    }
-    for (const std::string& note : plan.notes()) Note(note);
-    code = Runner(job, plan, &progress).Run();
-    progress.Done(plan.output());
-  });
+    for (const InputFile& file : plan.SingleFiles()) static_cast<void>(file.Info());
+  }
+  progress.Start(job.verb->name, plan.size(), plan.output());
+  for (const std::string& note : plan.notes()) Note(note);
+  const int code = Runner(job, plan, &progress).Run();
+  progress.Done();
   return code;
 }
 

@@ -16,6 +16,8 @@
 
 #include "Console.h"
 #include "Job.h"
+#include "JobClip.h"
+#include "StandardStreams.h"
 #include "VXIO/VXIO_Sequence.h"
 
 namespace vxcli {
@@ -23,8 +25,27 @@ namespace vxcli {
 // --- the plan ------------------------------------------------------------------------------------
 
 struct InputFile {
-  std::string path;
-  bool black = false;  // true: all pixels of the file are replaced by zeros
+  std::string path;                         // as shown to the user
+  bool black = false;                       // true: all pixels of the file are replaced by zeros
+  std::shared_ptr<JobClip> clip = nullptr;  // null for a picture
+  int64_t clip_frame = 0;
+  std::string stored = {};  // for the standard input: the file with its contents
+
+  const std::string& File() const { return stored.empty() ? path : stored; }
+  // Calls `work` and returns its result. In the text of a VXIO_Error, `path` replaces `stored`.
+  template <class Work>
+  auto WithName(Work&& work) const {
+    try {
+      return work();
+    } catch (const VXIO_Error& error) {
+      throw VXIO_Error(error.kind(), WithoutPath(error.what(), stored));
+    }
+  }
+  // Returns the header of the file or of the clip. Throws VXIO_Error (Input).
+  VXIO_Info Info() const;
+
+  // Returns the path or, for a clip, "PATH frame N".
+  std::string Text() const;
 };
 
 struct PlannedFrame {
@@ -51,16 +72,25 @@ class JobPlan {
   PlannedFrame Frame(size_t index) const;
   const std::vector<int64_t>& frames() const { return frames_; }
   const std::string& output() const { return output_name_; }
+  // Returns the clips among the inputs.
+  std::vector<JobClip*> Clips() const;
   // Returns the inputs that are single files, used for all frames.
-  std::vector<std::string> SingleFiles() const;
+  std::vector<InputFile> SingleFiles() const;
   // Returns messages about missing frames.
   const std::vector<std::string>& notes() const { return notes_; }
 
  private:
   struct Input {
     std::string name;
-    std::optional<VXIO_FramePattern> pattern;
-    std::vector<int64_t> on_disk;  // frames, ascending
+    std::optional<VXIO_FramePattern> pattern = std::nullopt;
+    std::shared_ptr<JobClip> clip = nullptr;
+    std::vector<int64_t> on_disk = {};              // existing frames, ascending
+    std::optional<int64_t> at_time = std::nullopt;  // frame of a clip that --at-time selects
+    std::string stored = {};                        // for the standard input
+
+    bool IsSequence() const { return pattern || clip; }
+    // Returns the file of a frame. It may not exist.
+    InputFile File(int64_t number) const;
   };
 
   void FindPatterns(const Job& job);
@@ -68,7 +98,12 @@ class JobPlan {
   void CheckGaps(bool keep_going);
   void CheckOutputs(VXIO_Clobber clobber) const;
   void CheckOverlap(bool resume) const;
-  const Input* FirstPattern() const;
+  void CheckStandardOutput(const JobOptions& options) const;
+  void CheckOutputName(const Job& job) const;
+  void FindExisting(Input* input, int64_t last_needed) const;
+  void FindTime(double seconds);
+  void NoteLengths();
+  const Input* FirstSequence() const;
   // Sets the file of one input. Returns false if the frame is missing and has no substitute.
   bool Resolve(const Input& input, int64_t number, InputFile* file) const;
 
@@ -151,12 +186,14 @@ struct Outcome {
 struct JobFrame::State {
   const Job* job;
   const JobPlan* plan;
+  size_t index;  // of the frame in the plan
   PlannedFrame frame;
   vxcli::Progress* progress;  // null if several frames are processed at once
   nlohmann::ordered_json record;
   nlohmann::ordered_json warnings;
   std::vector<std::string> lines;
   bool written = false;
+  std::string output = {};  // as JobFrame::Output returns it
 
   // Prints the warnings and adds them to `warnings`. With --strict, throws the first one as an
   // error instead.

@@ -161,12 +161,12 @@ LayerInputs AddInputs(const std::string& file, const DrawOptions& options,
 
 std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInputs>& layers) {
   std::vector<int32_t> depths;
-  if (layers.at(0).file > 0) depths.push_back(VXIO_ReadInfo(frame.Input(0)).depth);
+  if (layers.at(0).file > 0) depths.push_back(frame.Info(0).depth);
   for (const LayerInputs& layer : layers) {
-    depths.push_back(VXIO_ReadInfo(frame.Input(layer.file)).depth);
+    depths.push_back(frame.Info(layer.file).depth);
     for (const size_t weight : {layer.mask, layer.matte}) {
       if (weight == 0) continue;
-      VXIO_ReadInfo(frame.Input(weight));
+      static_cast<void>(frame.Info(weight));
       depths.push_back(0);
     }
   }

@@ -48,8 +48,9 @@ std::string ReadValue(const Option& option, const std::vector<std::string>& argu
   if (equals != std::string::npos) {
     text = argument.substr(equals + 1);
   } else {
-    const bool has_value = *at + 1 < arguments.size() && (!arguments[*at + 1].starts_with('-') ||
-                                                          LooksLikeNumbers(arguments[*at + 1]));
+    const bool has_value = *at + 1 < arguments.size() &&
+                           (!arguments[*at + 1].starts_with('-') || arguments[*at + 1] == "-" ||
+                            LooksLikeNumbers(arguments[*at + 1]));
     if (!has_value) throw UsageError(option.name + ": needs a value after it");
     text = arguments[++*at];
   }

@@ -4,9 +4,10 @@
 // exit code.
 
 #include <CLI/Version.hpp>
+#include <algorithm>
 #include <cstring>
 #include <iostream>
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 
 #include "Console.h"
 #include "VX/cpp/Library.hpp"
@@ -45,6 +46,21 @@ void SetProcessor(int32_t level) {
   words[U_CPU_HAS_SSE3] = 0;
   if (level == 0) words[U_CPU_HAS_SSE2] = words[U_CPU_HAS_SSE] = words[U_CPU_HAS_MMX] = 0;
   VXHost_SetProcessor(words);
+}
+
+// Returns the value of --progress before the arguments are checked.
+vxcli::ProgressStyle MessageStyle(const std::vector<std::string>& arguments) {
+  const std::vector<std::string>& names = vxcli::ProgressStyles();
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    for (size_t style = 0; style < names.size(); ++style) {
+      const bool separate = arguments[i] == "--progress" && i + 1 < arguments.size() &&
+                            arguments[i + 1] == names[style];
+      if (separate || arguments[i] == "--progress=" + names[style]) {
+        return static_cast<vxcli::ProgressStyle>(style);
+      }
+    }
+  }
+  return vxcli::ProgressStyle::Auto;
 }
 
 int Run(std::vector<std::string> arguments) {
@@ -99,15 +115,23 @@ std::string vxcli::VersionText() {
 
 int main(int argc, char** argv) {
   VXIO_RemoveTemporariesOnSignals();
-  int code = vxcli::kInternal;
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  vxcli::Failure result{vxcli::kInternal, ""};
   try {
-    code = Run(std::vector<std::string>(argv + 1, argv + argc));
+    vxcli::SetMessageStyle(MessageStyle(arguments));
+    result.exit_code = Run(arguments);
     std::cout.flush();
     if (!std::cout) throw VXIO_Error(VXIO_ErrorKind::Output, "standard output: cannot be written");
   } catch (...) {
-    vxcli::Failure failure = vxcli::Describe(std::current_exception());
-    vxcli::PrintError(failure.text);
-    code = failure.exit_code;
+    result = vxcli::Describe(std::current_exception());
+    const bool json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
+    if (json && vxcli::NeedsRecordOfFailure()) {
+      vxcli::PrintJson(
+          {{"status", "failed"}, {"exit", result.exit_code}, {"message", result.text}});
+      std::cout.flush();
+    }
+    vxcli::PrintError(result);
   }
-  return code;
+  vxcli::PrintEnd(result);
+  return result.exit_code;
 }

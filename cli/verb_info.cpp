@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Console.h"
+#include "StandardStreams.h"
 #include "VXIO/VXIO_Clip.h"
 #include "Verbs.h"
 
@@ -109,7 +110,8 @@ void PrintText(const VXIO_ClipInfo& info, const Json& json) {
 }
 
 template <class Info>
-int Print(const Info& info, bool as_json) {
+int Print(Info info, const std::string& name, bool as_json) {
+  info.path = name;
   const Json json = Describe(info);
   if (as_json) {
     PrintJson(json);
@@ -119,9 +121,15 @@ int Print(const Info& info, bool as_json) {
   return kDone;
 }
 
-int Run(const std::string& file, bool as_json) {
-  if (!VXIO_IsPicture(file)) return Print(VXIO_ClipReader(file).info(), as_json);
-  return Print(VXIO_ReadInfo(file), as_json);
+int Run(const std::string& name, bool as_json) {
+  const std::string stored = name == kStandardStream ? StandardInputFile() : "";
+  const std::string& file = stored.empty() ? name : stored;
+  try {
+    if (!VXIO_IsPicture(file)) return Print(VXIO_ClipReader(file).info(), name, as_json);
+    return Print(VXIO_ReadInfo(file), name, as_json);
+  } catch (const VXIO_Error& error) {
+    throw VXIO_Error(error.kind(), WithoutPath(error.what(), stored));
+  }
 }
 
 }  // namespace
@@ -132,8 +140,10 @@ Verb InfoVerb() {
     bool json = false;
   };
   auto to = std::make_shared<InfoOptions>();
-  OptionList options = {Option{"FILE", " ", Text(&to->file), "A picture or a clip"}.Required(),
-                        {"--json", "", Flag(&to->json), "Print JSON"}};
+  OptionList options = {
+      Option{"FILE", " ", Text(&to->file), "A picture or a clip, or - for the standard input"}
+          .Required(),
+      {"--json", "", Flag(&to->json), "Print JSON"}};
   return {"info", "Show the properties of a picture or a clip", std::move(options),
           "Example:\n  vx info photo.tif --json",
           [to](const Verb&) { return Run(to->file, to->json); }};

@@ -129,9 +129,11 @@ int64_t BytesOf(const Transform& job, const std::vector<VXIO_Info>& infos) {
          (job.layer_inputs.file > 0 ? 2 : 1) * BytesOfWorld(below.width, below.height, depth);
 }
 
-// Returns the first frame number of the first input that is a sequence, or 1 if there is none.
+// Returns the first frame number of the first input that is a sequence, 0 for a clip, or 1 if there
+// is no sequence.
 int64_t FirstFrame(const std::vector<std::string>& inputs) {
   for (const std::string& input : inputs) {
+    if (IsClip(input)) return 0;
     std::error_code none;
     if (!VXIO_FramePattern::IsPattern(input) || std::filesystem::exists(input, none)) continue;
     try {

@@ -182,3 +182,7 @@ std::optional<VXIO_ClipFrame> VXIO_ClipReader::Next(int32_t depth, VXIO_AlphaAs 
 }
 
 bool VXIO_ClipReader::Skip() { return impl_->Next(); }
+
+std::optional<double> VXIO_ClipReader::time() const {
+  return impl_->decoder.file().SecondsOf(impl_->decoder.frame().best_effort_timestamp);
+}

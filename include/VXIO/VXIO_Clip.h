@@ -105,6 +105,10 @@ class VXIO_API VXIO_ClipReader {
   // Skips the next frame. Returns false after the last one. Throws like Next.
   bool Skip();
 
+  // The time of the frame that Next or Skip reached last, in seconds since the start of the file,
+  // if the frame has a time stamp. Call it only after Next returned a frame or Skip returned true.
+  std::optional<double> time() const;
+
  private:
   struct Impl;
   std::unique_ptr<Impl> impl_;

@@ -10,7 +10,7 @@ import unittest
 
 import numpy as np
 from PIL import Image, ImageCms
-from vxcommand import INPUT, CommandTest, random_pixels, times_alpha, write_exr
+from vxcommand import INPUT, USAGE, CommandTest, random_pixels, times_alpha, write_exr
 
 
 class FileTest(CommandTest):
@@ -145,6 +145,23 @@ class Metadata(FileTest):
         self.assertEqual(os.stat(self.path("real.png")).st_mode & 0o777, 0o640)
         np.testing.assert_array_equal(self.pixels("real.png"), self.pixels("a.png"))
 
+    def test_standard_streams(self):
+        self.png("a.png", random_pixels(1, 9, 8))
+        self.png("b.png", random_pixels(2, 9, 8))
+        before = self.names()
+        words = ("composite", "b.png", "--layer", "-", "--opacity", 0.4, "-o", "-", "--format", "tif")
+        with open(self.path("a.png"), "rb") as stdin:
+            piped, said = self.vx(*words, stdin=stdin, text=False)
+        self.assertEqual((said, self.names()), (b"", before))
+        self.vx(*words[:3], "a.png", *words[4:7], "o.tif")
+        self.assertEqual(piped, self.contents("o.tif"))
+        with open(self.path("a.png"), "rb") as stdin:
+            self.assertEqual(json.loads(self.vx("info", "-", "--json", stdin=stdin)[0])["file"], "-")
+        with open(self.path("o.tif"), "rb") as stdin:
+            stdin.seek(100)
+            said = self.vx("copy", "-", "-o", "-", "--format", "png", stdin=stdin, code=INPUT)[1]
+            self.assertRegex(said, r"\Avx: -: is not a picture")
+
     def test_clips(self):
         subprocess.run([os.environ["VX_MAKE_CLIPS"], self.folder], check=True)
         info = self.info("movie.mov")
@@ -153,8 +170,29 @@ class Metadata(FileTest):
         text = self.vx("info", "deep.mkv")[0]
         for words in ("matroska, ffv1, 17 x 9", "gbrap16le, 16 bits", "unknown, 25/1 a second"):
             self.assertIn(words, text)
-        self.refuse(INPUT, "plain.mkv: is a clip .*vx.frames", "convert", "plain.mkv", "-o", "o.png")
         self.refuse(INPUT, "sound.mkv: holds no video", "info", "sound.mkv")
+        x, y, c = np.meshgrid(np.arange(17), np.arange(9), np.arange(4))
+        frames = [np.uint8(f * 50 + c * 20 + x * 3 + y * 7) for f in range(3)]
+        for threads in (1, 3):
+            self.vx("convert", "movie.mov", "-o", "f.##.png", "--threads", threads)
+            for f, frame in enumerate(frames):
+                np.testing.assert_array_equal(self.pixels(f"f.{f:02}.png"), frame)
+        # Shown at 0, 2 and 3 of 1001/30000 seconds.
+        for words, frame in (("--frames 2", 2), ("--at-time 0", 0), ("--at-time 0.066", 0), ("--at-time 0.067", 1),
+                             ("--at-time 0.1001", 2), ("--at-time 0.13", 2)):
+            self.vx("convert", "movie.mov", *words.split(), "-o", "o.png")
+            np.testing.assert_array_equal(self.pixels("o.png"), frames[frame], words)
+        self.vx("convert", "movie.mov", "--frames", "2,0,5", "--missing", "hold", "--threads", 2, "-o", "h.#.png")
+        for f in (0, 2, 5):
+            np.testing.assert_array_equal(self.pixels(f"h.{f}.png"), frames[min(f, 2)])
+        for words, message in (("--at-time 0.2", "ends at 0.133467 seconds"), ("--frames 1-4", "frames 3-4 are .*last one is 2")):
+            self.refuse(INPUT, message, "convert", "movie.mov", *words.split(), "-o", "p.#.png")
+        self.refuse(USAGE, "movie.mov is a clip.*--at-time", "convert", "movie.mov", "-o", "o.png")
+        self.vx("composite", "movie.mov", "--layer", "movie.mov", "--mode", "copy", "-o", "c.##.png")
+        self.assertEqual([self.contents(f"c.{f:02}.png") for f in range(3)], [self.contents(f"f.{f:02}.png") for f in range(3)])
+        with open(self.path("cut.mov"), "wb") as cut:
+            cut.write(self.contents("movie.mov").replace(b"IDAT", b"DATA"))
+        self.refuse(INPUT, "cut.mov: is truncated or damaged before its first", "convert", "cut.mov", "-o", "p.#.png")
 
 
 if __name__ == "__main__":

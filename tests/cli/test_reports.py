@@ -4,10 +4,12 @@
 
 import json
 import math
+import os
 import unittest
 
+import jsonschema
 import numpy as np
-from vxcommand import CommandTest, random_pixels
+from vxcommand import INPUT, SOME_FAILED, USAGE, CommandTest, random_pixels
 
 
 class Reports(CommandTest):
@@ -75,13 +77,41 @@ class Reports(CommandTest):
         self.png("a.png", random_pixels(1, 300, 20))
         words = ("composite", "a.png", "--layer", "a.png", "--layer", "a.png", "-o", "o.png")
         self.assertEqual(self.vx(*words)[1], "")  # not a terminal
-        events = [json.loads(line) for line in self.vx(*words, "--progress", "json")[1].splitlines()]
-        self.assertEqual(events[-1], {"event": "done", "exit": 0, "output": "o.png"})
-        percents = [e["percent"] for e in events if e["event"] == "progress"]
-        self.assertTrue(percents == sorted(percents) and len(percents) > 4, percents)
-        lines = self.vx("copy", "no.png", "-o", "o.png", "--progress", "json", code=3)[1].splitlines()
-        self.assertEqual([json.loads(lines[-2])[k] for k in ("event", "exit")], ["failed", 3])
         self.assertIn("4/4 write o.png", self.vx(*words, "--progress", "plain")[1])
+        lines = self.vx(*words, "--progress", "openjd")[0].splitlines()
+        self.assertTrue({"openjd_status: write o.png", "openjd_progress: 100"} <= set(lines), lines)
+        self.vx(*words, "--progress", "openjd", "--json", code=USAGE)
+        self.assertIn("openjd_fail: ", self.vx("copy", "no.png", "-o", "o.png", "--progress", "openjd", code=INPUT)[0])
+
+    def test_events(self):
+        with open(os.path.join(os.path.dirname(__file__), "../../docs/progress.schema.json")) as file:
+            schema = jsonschema.Draft7Validator(json.load(file))
+        for frame in (1, 2, 4):
+            self.png(f"a.{frame}.png", random_pixels(frame, 300, 20))
+        self.text("a.2.png", "no picture")
+        several = ["error", "frame", "frame", "frame", "frame"]
+        for words, code, kinds in (
+                ("composite a.1.png --layer a.1.png --at 9,9 -o o.png", 0, ["start", "frame"]),
+                ("convert a.#.png -o o.#.jpg --missing skip --keep-going", SOME_FAILED,
+                 ["start", "note", *several, "warning", "warning", "error"]),
+                ("convert a.#.png -o o.#.png --missing skip --threads 1", INPUT, ["start", "note", "frame", "frame", "error"]),
+                ("convert a.1.png --dry-run -o o.png", 0, ["start", "frame"]),
+                ("copy no.png -o o.png", INPUT, ["start", "frame", "error"]),
+                ("copy a.1.png -o o.png --frobnicate", USAGE, ["error"]), ("paint", USAGE, ["error"])):
+            for extra in ((), ("--json",)):
+                out, lines = self.vx(*words.split(), "--progress", "json", *extra, code=code)
+                events = [json.loads(line) for line in lines.splitlines()]
+                for event in events:
+                    schema.validate(event)
+                self.assertEqual(events[-1], {"event": "done", "exit": code})
+                found = [e["event"] for e in events if e["event"] != "progress"]
+                self.assertEqual(sorted(found[:-1]), sorted(kinds), words)
+                self.assertEqual([found[0], found[-2]], [kinds[0], kinds[-1]])
+                percents = [e["percent"] for e in events if e["event"] == "progress"]
+                self.assertEqual(percents, sorted(percents))
+                self.assertTrue(code != 0 or percents[-1] == 100, percents)
+                if extra:
+                    self.assertEqual(json.loads(out.splitlines()[-1]).get("exit", 0), code)
 
     def test_sheet_and_help(self):
         self.png("a.png", random_pixels(1, 20, 20))

@@ -70,6 +70,9 @@ class Frames(SequenceTest):
                 (INPUT, "the folder cannot be read", "", {"source": "no/a.####.png"}),
                 (INPUT, r"a\.####\.png: frames 3-4 are missing; .*--missing", "", {}),
                 (INPUT, "frame 0 is missing, without an earlier frame to hold", "--missing hold --frames 0-2", {}),
+                (INPUT, r"a\.\*\.png: no such file; .*'a\.####\.png'", "", {"source": "a.*.png"}),
+                (USAGE, r"one argument in quotes: 'a\.####\.png'", "a.0002.png a.0005.png", {"source": "a.0001.png"}),
+                (OUTPUT, r"\.: is a folder; name a file in it: \./out\.####\.png", "", {"out": "."}),
                 (INPUT, "no frame is left", "--missing skip --frames 7-9", {}),
                 (USAGE, "o.png: the input .* is a sequence.*out.####.png", "", {"out": "o.png"}),
                 (USAGE, "o.#.png: is a sequence, but the input", "", {"source": "a.0001.png"}),
@@ -186,11 +189,12 @@ class Running(SequenceTest):
 
     def test_composite_of_sequences_and_single_files(self):
         self.shots(range(1, 5))
-        self.shots((1, 2, 4), height=5, width=6, name="l%d.png")
+        self.shots((1, 2, 4, 7), height=5, width=6, name="l%d.png")
         self.png("m.png", random_pixels(50, 8, 9, channels=1))
         words = ("--at", "2,1", "--mask", "m.png", "--opacity", 0.7)
-        records, _ = self.vx("composite", "a.####.png", "--layer", "l#.png", *words, "-o", "o.%04d.png", "--missing",
+        records, said = self.vx("composite", "a.####.png", "--layer", "l#.png", *words, "-o", "o.%04d.png", "--missing",
                              "hold", "--threads", 3, "--json")
+        self.assertIn("l#.png: frames after 4, the last one of a.####.png, are not used", said)
         layers = [json.loads(line)["layers"][0]["file"] for line in records.splitlines()[:-1]]
         self.assertEqual(layers, ["l1.png", "l2.png", "l2.png", "l4.png"])
         for frame, layer in enumerate(layers, 1):

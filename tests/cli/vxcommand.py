@@ -31,7 +31,8 @@ class CommandTest(unittest.TestCase):
     def vx(self, *words, code=0, **options):
         """Runs vx in the folder; returns its output and its messages."""
         done = subprocess.run([VX, *map(str, words)], cwd=self.folder, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, text=True, timeout=120, **options)
+                              stderr=subprocess.PIPE, timeout=120,
+                              **{"text": True, "stdin": subprocess.DEVNULL, **options})
         self.assertEqual(done.returncode, code, f"vx {' '.join(map(str, words))}\n{done.stderr}")
         return done.stdout, done.stderr
 

@@ -1,0 +1,124 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "JobClip.h"
+
+#include "JobRun.h"
+#include "Options.h"
+
+namespace vxcli {
+
+namespace {
+
+// A time given with three decimals selects the frame whose exact time rounds to it.
+constexpr double kTimeTolerance = 0.0005;
+
+VXIO_Picture CopyOf(const VXIO_Picture& from) {
+  VXIO_Picture copy;
+  copy.world = vx::clone(*from.world).release();
+  copy.metadata = from.metadata;
+  copy.has_alpha = from.has_alpha;
+  copy.alpha = from.alpha;
+  return copy;
+}
+
+}  // namespace
+
+JobClip::JobClip(const std::string& path) : path_(path), info_(VXIO_ClipReader(path).info()) {}
+
+VXIO_Info JobClip::PictureInfo() const {
+  VXIO_Info info;
+  info.path = path_;
+  info.format = info_.format;
+  info.width = info_.width;
+  info.height = info_.height;
+  info.bits = info_.bits;
+  info.depth = info_.depth;
+  info.sample_type = info_.depth == 8 ? "uint8" : "uint16";
+  info.channels = {"R", "G", "B"};
+  if (info_.has_alpha) {
+    info.channels.push_back("A");
+    info.alpha = VXIO_AlphaKind::Straight;
+  }
+  return info;
+}
+
+int64_t JobClip::CountFrames(int64_t most) const {
+  VXIO_ClipReader reader(path_);
+  try {
+    while (reader.position() < most && reader.Skip()) {
+    }
+  } catch (const VXIO_Error&) {
+    return reader.position() + 1;  // reading the frame reports the error
+  }
+  return reader.position();
+}
+
+int64_t JobClip::FrameAt(double seconds) const {
+  VXIO_ClipReader reader(path_);
+  const double step = info_.frame_rate.num > 0
+                          ? static_cast<double>(info_.frame_rate.den) / info_.frame_rate.num
+                          : 0;
+  double last = 0;
+  int64_t shown = 0;
+  while (reader.Skip()) {
+    const int64_t number = reader.position() - 1;
+    last = reader.time().value_or(static_cast<double>(number) * step);
+    if (last > seconds + kTimeTolerance) return shown;
+    shown = number;
+  }
+  const double end = info_.duration ? std::max(*info_.duration, last + step) : last + step;
+  if (seconds < end) return shown;
+  throw VXIO_Error(VXIO_ErrorKind::Input, path_ + ": --at-time " + Plain(seconds) +
+                                              ": the clip ends at " + Plain(end) + " seconds");
+}
+
+const std::string& JobClip::Fingerprint() {
+  std::lock_guard lock(mutex_);
+  if (fingerprint_.empty()) fingerprint_ = FingerprintOfFile(path_);
+  return fingerprint_;
+}
+
+void JobClip::Announce(size_t job_frame) {
+  std::lock_guard lock(mutex_);
+  announced_.insert(job_frame);
+}
+
+void JobClip::Release(size_t job_frame) {
+  std::lock_guard lock(mutex_);
+  announced_.erase(job_frame);
+  changed_.notify_all();
+}
+
+VXIO_Picture JobClip::Read(size_t job_frame, int64_t number, int32_t depth, VXIO_AlphaAs alpha) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return announced_.empty() || *announced_.begin() >= job_frame; });
+  VXIO_Picture picture;
+  if (kept_ && kept_->number == number && kept_->depth == depth && kept_->alpha == alpha) {
+    picture = CopyOf(kept_->picture);
+  } else {
+    picture = Decode(number, depth, alpha);
+    if (keep_) kept_ = Kept{number, depth, alpha, CopyOf(picture)};
+  }
+  announced_.erase(job_frame);
+  changed_.notify_all();
+  return picture;
+}
+
+VXIO_Picture JobClip::Decode(int64_t number, int32_t depth, VXIO_AlphaAs alpha) {
+  if (!reader_ || reader_->position() > number) reader_.emplace(path_);
+  while (reader_->position() < number && reader_->Skip()) {
+  }
+  std::optional<VXIO_ClipFrame> frame;
+  if (reader_->position() == number) frame = reader_->Next(depth, alpha);
+  if (!frame) {
+    throw VXIO_Error(VXIO_ErrorKind::Input, path_ + ": has no frame " + std::to_string(number) +
+                                                "; its last one is frame " +
+                                                std::to_string(reader_->position() - 1));
+  }
+  // A reader that starts again returns the warnings about the clip again.
+  std::erase_if(frame->picture.warnings,
+                [&](const std::string& text) { return !warned_.insert(text).second; });
+  return std::move(frame->picture);
+}
+
+}  // namespace vxcli

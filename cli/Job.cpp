@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <stdexcept>
 
 #include "JobRun.h"
@@ -41,6 +42,32 @@ std::string ParseFormat(const std::string& option, const std::string& text) {
     if (format.name == text || named) return format.extensions[0];
   }
   throw UsageError(option + " '" + text + "': must be " + JoinWords(names, " or "));
+}
+
+Value QualityValue(JobOptions* to, const std::optional<Option>& other) {
+  return {Value::Text, [to, other](const std::string& option, const std::string& text) {
+            const bool number = !text.empty() && std::isdigit(static_cast<unsigned char>(text[0]));
+            if (other && !number) return other->value.set(option, text);
+            to->encoding.quality = static_cast<int32_t>(ParseInteger(option, text, 1, 100));
+          }};
+}
+
+OptionList EncodingOptions(JobOptions* to, const std::optional<Option>& quality) {
+  static const std::vector<std::string> kBits = {"8", "10", "12", "16", "half", "float"};
+  const auto parse_bits = [](const std::string& option, const std::string& text) {
+    return kBits[static_cast<size_t>(ParseChoice(option, text, kBits))];
+  };
+  Option bits = {"--bits", "BITS", Parsed(&to->encoding.bits, parse_bits),
+                 JoinWords(kBits, " or ") + ": bits per channel of OUT ('vx list formats')"};
+  Option compression = {"--compression", "NAME[:LEVEL]", Text(&to->encoding.compression),
+                        "Compression of OUT, such as zip:9 or dwaa:45 ('vx list formats')"};
+  Option number = {"--quality", "N", QualityValue(to, quality),
+                   (quality ? quality->help + ". Or " : "") + "1 to 100: quality of a JPEG [95]"};
+  if (quality) number.fallback = quality->fallback;
+  return {bits.Without("those of IN if it has the format of OUT, else those of the pixels"),
+          compression.Without("that of IN if it has the format of OUT, else the first in the list; "
+                              "frames of a sequence: png with zip:1"),
+          std::move(number)};
 }
 
 OptionList OutputOptions(JobOptions* to) {
@@ -82,7 +109,7 @@ Option InputOption(std::string* to) {
       .For(Decides::Contents);
 }
 
-OptionList JobOptionList(JobOptions* to, JobOutput output) {
+OptionList JobOptionList(JobOptions* to, JobOutput output, const std::optional<Option>& quality) {
   OptionList options = output == JobOutput::Picture ? OutputOptions(to) : OptionList();
   options = Join(
       {std::move(options),
@@ -125,6 +152,9 @@ OptionList JobOptionList(JobOptions* to, JobOutput output) {
        }});
   for (Option& option : options) {
     if (option.name != "--strict") option.decides = Decides::Nothing;
+  }
+  if (output == JobOutput::Picture) {
+    options = Join({EncodingOptions(to, quality), std::move(options)});
   }
   return options;
 }
@@ -173,6 +203,8 @@ void JobFrame::Write(vx::AnyConstView picture, const VXIO_Picture& model) {
 void JobFrame::Write(vx::AnyConstView picture, VXIO_WriteOptions options) {
   options.clobber = state_->job->options->Clobber();
   options.strict = state_->job->options->strict;
+  options.encoding = state_->job->options->encoding;
+  options.encoding.fast = state_->plan->sequence();
   state_->Begin(state_->frame.inputs.size(), "write " + BaseName(Output()));
   std::vector<std::string> warnings;
   if (state_->frame.output == kStandardStream) {

@@ -29,6 +29,7 @@ enum class Missing { Error, Skip, Hold, Black };
 struct JobOptions {
   std::string output, failed_list;
   std::string format;  // extension of the format for the standard output; may be empty
+  VXIO_Encoding encoding;
   std::optional<std::vector<int64_t>> frames;
   std::optional<double> at_time;  // seconds; of a clip
   Missing missing = Missing::Error;
@@ -47,7 +48,10 @@ struct JobOptions {
 // --resume.
 enum class JobOutput { Picture, None };
 
-OptionList JobOptionList(JobOptions* to, JobOutput output);
+// A verb with a --quality of its own (QualityOption) passes it as `quality`. The option then
+// accepts its values as well as the quality of a JPEG.
+OptionList JobOptionList(JobOptions* to, JobOutput output,
+                         const std::optional<Option>& quality = std::nullopt);
 // Returns true for an existing file that is a clip or unknown, not a picture. Returns false for a
 // file that cannot be read.
 bool IsClip(const std::string& name);

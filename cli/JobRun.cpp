@@ -35,6 +35,16 @@ int AllowedProcessors() {
   return std::clamp(count, 1, 512);
 }
 
+// Throws UsageError if the format of the output does not have the encoding.
+void CheckEncoding(const JobOptions& options) {
+  try {
+    const bool stream = options.output == "-";
+    VXIO_CheckEncoding(stream ? "-." + options.format : options.output, options.encoding);
+  } catch (const std::invalid_argument& error) {
+    throw UsageError(std::string("--") + error.what() + "; see 'vx list formats'");
+  }
+}
+
 class Runner {
  public:
   Runner(const Job& job, const JobPlan& plan, Progress* progress);
@@ -347,6 +357,7 @@ int RunJob(const Job& job) {
     throw UsageError("--progress openjd: not together with --json; both use the standard output");
   }
   Progress progress(options.progress);
+  CheckEncoding(options);
   const JobPlan plan(job);
   if (!options.failed_list.empty()) VXIO_CheckFile(options.failed_list, VXIO_Clobber::Overwrite);
   if (plan.sequence()) {

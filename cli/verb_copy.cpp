@@ -154,7 +154,6 @@ OptionList OptionsOf(CopyOptions* to) {
       Option{"--size", "WxH", SizeValue(&to->size),
              "Size of the canvas, each side 1 to 30000; does not scale the picture"}
           .Without("the size of IN; with --from and without --to, the size of --from"),
-      QualityOption(&to->quality, "Scaling. draft: nearest pixel; high: as in vx resize"),
   };
 }
 
@@ -162,12 +161,16 @@ OptionList OptionsOf(CopyOptions* to) {
 
 Verb CopyVerb() {
   auto options = std::make_shared<CopyOptions>();
-  return {"copy", "Crop, pad or move a picture on a transparent canvas",
-          Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
-          "If the picture has no alpha and covers the canvas, the result has no alpha.\n"
-          "Examples:\n  vx copy photo.png --from 100,50,740,530 -o crop.png\n"
-          "  vx copy logo.png --to 20,20,120,70 --size 1920x1080 -o placed.png",
-          [options](const Verb& verb) { return Run(*options, verb); }};
+  return {
+      "copy", "Crop, pad or move a picture on a transparent canvas",
+      Join({OptionsOf(options.get()),
+            JobOptionList(&options->job, JobOutput::Picture,
+                          QualityOption(&options->quality,
+                                        "Scaling. draft: nearest pixel; high: as in vx resize"))}),
+      "If the picture has no alpha and covers the canvas, the result has no alpha.\n"
+      "Examples:\n  vx copy photo.png --from 100,50,740,530 -o crop.png\n"
+      "  vx copy logo.png --to 20,20,120,70 --size 1920x1080 -o placed.png",
+      [options](const Verb& verb) { return Run(*options, verb); }};
 }
 
 }  // namespace vxcli

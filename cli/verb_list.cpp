@@ -59,7 +59,10 @@ Json ListFormats() {
                     {"extensions", format.extensions},
                     {"depths", format.depths},
                     {"alpha", AlphaName(format.alpha)},
-                    {"profile", format.profile}});
+                    {"profile", format.profile},
+                    {"bits", format.bits},
+                    {"compressions", format.compressions},
+                    {"quality", format.quality}});
   }
   return rows;
 }

@@ -86,10 +86,6 @@ OptionList OptionsOf(ResizeOptions* to) {
        "picture: 640x0"},
       {"--scale", "F", Number(&to->scale, 0.00001, kLargestSide),
        "Instead of --size: a factor for both sides, %r; sides are rounded, to at least 1"},
-      QualityOption(
-          &to->quality,
-          "draft: nearest pixel; high: bilinear to enlarge, the average of the covered area "
-          "to reduce, with colours weighted by alpha"),
   };
 }
 
@@ -98,7 +94,12 @@ OptionList OptionsOf(ResizeOptions* to) {
 Verb ResizeVerb() {
   auto options = std::make_shared<ResizeOptions>();
   return {"resize", "Scale a picture to another size",
-          Join({OptionsOf(options.get()), JobOptionList(&options->job, JobOutput::Picture)}),
+          Join({OptionsOf(options.get()),
+                JobOptionList(&options->job, JobOutput::Picture,
+                              QualityOption(&options->quality,
+                                            "draft: nearest pixel; high: bilinear to enlarge, the "
+                                            "average of the covered area "
+                                            "to reduce, with colours weighted by alpha"))}),
           "Example:\n  vx resize shot.####.exr --size 960x0 -o small.####.png",
           [options](const Verb& verb) { return Run(*options, verb); }};
 }

@@ -214,10 +214,6 @@ OptionList PictureOptions(TransformOptions* to) {
       Option{"--size", "WxH", SizeValue(&to->size),
              "Without --over: size of the result, each side 1 to 30000"}
           .Without("that of the layer"),
-      QualityOption(
-          &to->quality,
-          "draft: nearest pixel, motions along straight lines; high: bilinear, the average of the "
-          "covered area where the picture is reduced"),
       DepthOption(
           &to->depth,
           "%r: bits per channel of the result; keep: the larger depth of background and layer"),
@@ -274,7 +270,12 @@ Verb TransformVerb() {
           "Move, rotate, scale or skew a picture, with motion blur",
           Join({PictureOptions(to), MotionOptions(to),
                 InGroup("How the layer is drawn", DrawOptionList(&to->draw)),
-                ColorOptionList(&to->color), JobOptionList(&to->job, JobOutput::Picture)}),
+                ColorOptionList(&to->color),
+                JobOptionList(
+                    &to->job, JobOutput::Picture,
+                    QualityOption(&to->quality, "draft: nearest pixel, motions along straight "
+                                                "lines; high: bilinear, the average of the "
+                                                "covered area where the picture is reduced"))}),
           "The order is scale, skew, rotation, all around the anchor, then translation.\n"
           "Examples:\n"
           "  vx transform logo.png --over street.jpg --scale 0.3 --rotate -8 --translate 410.5,96 "

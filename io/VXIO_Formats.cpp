@@ -13,6 +13,8 @@ extern "C" {
 #include <atomic>
 #include <cctype>
 
+#include "VXIO_Encoding.h"
+
 namespace {
 
 constexpr auto kNone = VXIO_AlphaKind::None;
@@ -116,12 +118,20 @@ std::string VXIOp_FirstLine(const std::string& text) {
 std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
   std::vector<VXIO_FormatInfo> list;
   for (const VXIOp_Format& format : kFormats) {
-    VXIO_FormatInfo info{format.name, Split(format.extensions), {}, format.alpha, format.profile};
+    VXIO_FormatInfo info{};
+    info.name = format.name;
+    info.extensions = Split(format.extensions);
+    info.alpha = format.alpha;
+    info.profile = format.profile;
     // A format also supports the smaller depths, because a larger depth stores their values
     // exactly.
     if (format.depth8 || format.depth16 || format.depth32) info.depths.push_back(8);
     if (format.depth16 || format.depth32) info.depths.push_back(16);
     if (format.depth32) info.depths.push_back(32);
+    const VXIOp_Encodings& encodings = VXIOp_EncodingsOf(format.name);
+    info.bits = encodings.bits;
+    info.compressions = VXIOp_CompressionNames(encodings);
+    info.quality = encodings.quality;
     list.push_back(std::move(info));
   }
   return list;

@@ -2,18 +2,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO_OutputFile.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <memory>
 #include <mutex>
 #include <random>
+#include <set>
 
 #include "VXIO_Formats.h"
 
@@ -115,6 +122,84 @@ const char* Remedy(int error_number) {
   }
 }
 
+// --- names of temporary files --------------------------------------------------------------------
+
+std::string FirstLine(const char* path) {
+  std::string line;
+  std::getline(std::ifstream(path), line);
+  return line;
+}
+
+// What the name of a temporary file states about the process that made it, so that a later process
+// can remove it after a kill -9. Two machines may share the folder, and two containers may have one
+// host name and one machine id.
+struct Owner {
+  std::string host;  // the host name and a hash of the host name and the machine id
+  std::string boot;  // changes with each start of the machine; unique among all machines
+  bool known_machine;
+
+  // The beginning of the names of all temporary files of this host.
+  std::string Prefix() const { return ".vx-" + host + "-"; }
+};
+
+const Owner& ThisOwner() {
+  static const Owner owner = [] {
+    Owner made;
+    std::array<char, 256> name = {};
+    gethostname(name.data(), name.size() - 1);
+    const std::string machine = FirstLine("/etc/machine-id");
+    made.known_machine = !machine.empty();
+    uint32_t hash = 2166136261u;  // FNV-1a
+    for (const char c : std::string(name.data()) + "/" + machine) {
+      hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
+    }
+    for (const char c : std::string(name.data()).substr(0, 32)) {
+      made.host += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    }
+    std::array<char, 12> text = {};
+    snprintf(text.data(), text.size(), "_%08x", hash);
+    made.host += text.data();
+    made.boot = FirstLine("/proc/sys/kernel/random/boot_id").substr(0, 8);
+    return made;
+  }();
+  return owner;
+}
+
+// Returns true if the process that made a temporary file of this host has ended. `rest` is the name
+// after Owner::Prefix: "BOOT-PID-COUNTER.EXTENSION".
+bool HasEnded(const std::string& rest) {
+  const Owner& owner = ThisOwner();
+  const size_t dash = rest.find('-');
+  if (dash == std::string::npos || owner.boot.empty()) return false;
+  if (rest.substr(0, dash) != owner.boot) return dash == 8 && owner.known_machine;
+  const long process = std::strtol(rest.c_str() + dash + 1, nullptr, 10);
+  return process > 0 && kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH;
+}
+
+// Removes the temporary files in a folder whose processes have ended. The lock detects processes
+// that run in another container and are invisible here.
+void RemoveAbandoned(const std::string& folder) {
+  static std::mutex mutex;
+  static std::set<std::string> done;
+  {
+    const std::lock_guard lock(mutex);
+    if (!done.insert(folder).second) return;
+  }
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.c_str()), closedir);
+  if (!entries) return;
+  const std::string prefix = ThisOwner().Prefix();
+  while (const dirent* entry = readdir(entries.get())) {
+    const std::string name = entry->d_name;
+    if (!name.starts_with(prefix) || !HasEnded(name.substr(prefix.size()))) continue;
+    const int file =
+        openat(dirfd(entries.get()), name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0) continue;
+    const bool in_use = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (!in_use) unlinkat(dirfd(entries.get()), name.c_str(), 0);
+    close(file);
+  }
+}
+
 std::string TemporaryName(const std::string& target) {
   size_t slash = target.rfind('/');
   std::string folder = slash == std::string::npos ? "" : target.substr(0, slash + 1);
@@ -122,9 +207,10 @@ std::string TemporaryName(const std::string& target) {
   size_t dot = name.rfind('.');
   std::string extension = dot == std::string::npos ? "" : name.substr(dot);
   static std::atomic<uint32_t> counter{std::random_device{}()};
-  char middle[48];
-  snprintf(middle, sizeof middle, ".vx-%ld-%08x", static_cast<long>(getpid()), counter++);
-  return folder + middle + extension;
+  std::array<char, 48> process = {};
+  snprintf(process.data(), process.size(), "-%ld-%08x", static_cast<long>(getpid()), counter++);
+  const Owner& owner = ThisOwner();
+  return folder + owner.Prefix() + owner.boot + process.data() + extension;
 }
 
 }  // namespace
@@ -135,6 +221,7 @@ void VXIOp_ThrowOutput(const std::string& path, const std::string& why) {
 
 VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
     : path_(path), target_(FollowLinks(path)) {
+  RemoveAbandoned(FolderOf(target_));
   int descriptor = -1;
   int error_number = 0;
   for (int attempt = 0; attempt < 100 && descriptor < 0; ++attempt) {
@@ -149,6 +236,7 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
     }
   }
   if (descriptor < 0) Throw("cannot be written", error_number);
+  if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) lock_ = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
   struct stat old {};
   if (stat(target_.c_str(), &old) == 0) static_cast<void>(fchmod(descriptor, old.st_mode & 0777));
   stream_ = fdopen(descriptor, "w+b");
@@ -156,6 +244,7 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
 
 VXIOp_OutputFile::~VXIOp_OutputFile() {
   if (stream_) fclose(stream_);
+  if (lock_ >= 0) close(lock_);
   SlotLock lock;
   if (!temporary_.empty()) unlink(temporary_.c_str());
   if (slot_ >= 0) g_slots[slot_].used = false;

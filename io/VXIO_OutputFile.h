@@ -36,6 +36,7 @@ class VXIOp_OutputFile {
   std::string target_;  // with symbolic links followed
   std::string temporary_;
   FILE* stream_ = nullptr;
+  int lock_ = -1;  // keeps the temporary file locked until it has its final name
   int slot_ = -1;  // index in the table of the signal handler
 };
 

@@ -5,32 +5,42 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <span>
 #include <type_traits>
 
 #include "VX/VX.hpp"
+#include "VXIO_Encoding.h"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
 
 namespace {
 
 constexpr int32_t kBandRows = 64;
+constexpr int32_t kQuality = 95;  // of JPEG
+constexpr int kPngLevel = 6;      // zlib's default
+constexpr int kFastPngLevel = 1;  // docs/sequences.md has the times and sizes
+constexpr float kLargestHalf = 65504;
 
 // --- the plan of a file --------------------------------------------------------------------------
 
 struct Plan {
   const VXIOp_Format* format;
   int32_t world_depth;
-  int32_t file_depth;  // 8, 16 or 32
-  int32_t channels;    // 1, 3 or 4
+  int32_t file_depth;  // of the samples that the writer gets: 8, 16 or 32
+  int32_t bits;        // per sample in the file: 8, 10, 12, 16 or 32; 16 for half
+  bool half;
+  int32_t channels;  // 1, 3 or 4
   bool alpha;
   bool multiplies;  // colours are multiplied by alpha
   OIIO::ImageSpec spec;
   std::vector<std::string> warnings;
 };
 
+// Returns the depth that the format stores without loss; if there is none, its largest depth.
 int32_t FileDepth(const VXIOp_Format& format, int32_t world_depth) {
   if (world_depth <= 8 && format.depth8) return 8;
   if (world_depth <= 16 && format.depth16) return 16;
@@ -81,13 +91,6 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
     if (name == "PixelAspectRatio" && entry.get_float() == 1.0f) continue;
     spec.attribute(name, entry.type(), entry.data());
   }
-  static constexpr std::array<std::string_view, 7> kLossless = {"none", "lzw", "zip",     "zips",
-                                                                "rle",  "piz", "packbits"};
-  std::string compression(from.spec.get_string_attribute("compression"));
-  if (same_format &&
-      std::find(kLossless.begin(), kLossless.end(), compression) != kLossless.end()) {
-    spec.attribute("compression", compression);
-  }
   const OIIO::ImageSpec& old = from.spec;
   if (old.width != spec.width || old.height != spec.height) return;
   if (plan->format->windows) {
@@ -105,17 +108,74 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
   }
 }
 
+// Returns the sample size of the input if it had the format of the output and the output can keep
+// it; else an empty text. For the sizes that are also depths of worlds the depth decides.
+std::string BitsToKeep(const VXIO_Metadata::Impl* from, const Plan& plan) {
+  if (!from || from->format != plan.format) return {};
+  const OIIO::TypeDesc type = from->spec.format;
+  if (std::string_view(plan.format->name) == "exr") return type == OIIO::TypeHalf ? "half" : "";
+  const int bits = from->spec.get_int_attribute("oiio:BitsPerSample");
+  if (type != OIIO::TypeUInt16 || plan.world_depth < 16 || (bits != 10 && bits != 12)) return {};
+  return std::to_string(bits);
+}
+
+// Sets the sample size: the requested one, that of the input, or that of the world.
+void PlanBits(const std::string& path, const VXIO_WriteOptions& options, Plan* plan) {
+  std::string bits = options.encoding.bits;
+  if (bits.empty()) bits = BitsToKeep(options.metadata.Get(), *plan);
+  if (!bits.empty()) {
+    plan->half = bits == "half";
+    plan->bits = plan->half ? 16 : bits == "float" ? 32 : std::stoi(bits);
+    plan->file_depth = plan->half || plan->bits == 32 ? 32 : plan->bits == 8 ? 8 : 16;
+    return;
+  }
+  plan->bits = plan->file_depth = FileDepth(*plan->format, plan->world_depth);
+  if (plan->file_depth < plan->world_depth) {
+    const bool is_float = plan->world_depth == 32;
+    plan->warnings.push_back(path + ": " + plan->format->name + " holds at most " +
+                             std::to_string(plan->file_depth) + " bits; the " +
+                             (is_float ? "float" : "16-bit") + " picture is rounded" +
+                             (is_float ? " and clipped to 0..1" : ""));
+  }
+}
+
+// Sets the compression: the requested one, that of the input if it had the format of the output, or
+// the default of the format.
+void PlanCompression(const VXIO_WriteOptions& options, Plan* plan) {
+  const VXIOp_Encodings& known = VXIOp_EncodingsOf(plan->format->name);
+  OIIO::ImageSpec& spec = plan->spec;
+  if (known.compressions.empty()) return;
+  std::string compression = options.encoding.compression;
+  const VXIO_Metadata::Impl* from = options.metadata.Get();
+  spec.erase_attribute("openexr:dwaCompressionLevel");  // OpenImageIO takes it from the name only
+  if (compression.empty() && from && from->format == plan->format) {
+    compression = from->spec.get_string_attribute("compression");
+    const float level = from->spec.get_float_attribute("openexr:dwaCompressionLevel");
+    if (compression.starts_with("dwa") && level >= 1) {
+      compression += ":" + std::to_string(std::lround(level));
+    }
+    if (!VXIOp_FindCompression(known, compression)) compression.clear();
+  }
+  if (known.quality) {
+    const int32_t quality = options.encoding.quality.value_or(kQuality);
+    if (!compression.starts_with("jpeg:")) compression = "jpeg:" + std::to_string(quality);
+    spec.attribute("jpeg:subsampling", "4:4:4");
+  }
+  if (known.format == "png") {
+    int level = options.encoding.fast && compression.empty() ? kFastPngLevel : kPngLevel;
+    if (compression == "none") level = 0;
+    if (compression.starts_with("zip:")) level = std::stoi(compression.substr(4));
+    spec.attribute("png:compressionLevel", level);
+    return;
+  }
+  spec.attribute("compression", compression.empty() ? known.compressions[0].name : compression);
+}
+
 Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_WriteOptions& options) {
   Plan plan{};
   plan.format = VXIOp_FormatOfName(path);
   plan.world_depth = VXp_WorldDepth(&world);
-  plan.file_depth = FileDepth(*plan.format, plan.world_depth);
-  if (plan.file_depth < plan.world_depth) {
-    plan.warnings.push_back(path + ": " + plan.format->name + " holds at most " +
-                            std::to_string(plan.file_depth) + " bits; the " +
-                            (plan.world_depth == 32 ? "float" : "16-bit") + " picture is rounded" +
-                            (plan.world_depth == 32 ? " and clipped to 0..1" : ""));
-  }
+  PlanBits(path, options, &plan);
   const int64_t not_opaque = vx::visit(world, [](auto view) { return CountNotOpaque(view); });
   const bool grey = options.grey && plan.format->grey;
   const bool ignores = options.alpha == VXIO_AlphaAs::Ignore;
@@ -130,23 +190,21 @@ Plan MakePlan(const std::string& path, const VX_LayerDef& world, const VXIO_Writ
                             " pixels that are not opaque is left out, colours stay");
   }
   plan.channels = grey ? 1 : plan.alpha ? 4 : 3;
-  plan.spec =
-      OIIO::ImageSpec(world.width, world.height, plan.channels, VXIOp_SampleType(plan.file_depth));
+  plan.spec = OIIO::ImageSpec(world.width, world.height, plan.channels,
+                              plan.half ? OIIO::TypeHalf : VXIOp_SampleType(plan.file_depth));
   plan.spec.default_channel_names();
-  std::string_view name = plan.format->name;
-  if (name == "tiff" || name == "exr") plan.spec.attribute("compression", "zip");
-  if (name == "jpeg") {
-    plan.spec.attribute("compression", "jpeg:95");
-    plan.spec.attribute("jpeg:subsampling", "4:4:4");
+  if (plan.file_depth == 16 && plan.bits < 16) {
+    plan.spec.attribute("oiio:BitsPerSample", plan.bits);
   }
   if (options.metadata.Get()) CarryMetadata(path, *options.metadata.Get(), &plan);
+  PlanCompression(options, &plan);
   // An empty DateTime is declared, because some writers store the current time if there is none,
   // and equal pictures must give equal bytes.
   if (!plan.spec.find_attribute("DateTime")) plan.spec.attribute("DateTime", "");
   // Without this attribute the writers of formats with straight alpha, except that of TIFF, divide
   // the colours by alpha.
   if (plan.alpha && plan.format->alpha == VXIO_AlphaKind::Straight &&
-      !(name == "tiff" && plan.multiplies)) {
+      !(std::string_view(plan.format->name) == "tiff" && plan.multiplies)) {
     plan.spec.attribute("oiio:UnassociatedAlpha", 1);
   }
   return plan;
@@ -196,30 +254,49 @@ class Stream final : public OIIO::Filesystem::IOProxy {
 
 // --- pixels --------------------------------------------------------------------------------------
 
-uint8_t SampleOfChannel(uint8_t channel, uint8_t) { return channel; }
-float SampleOfChannel(float channel, float) { return channel; }
-uint16_t SampleOfChannel(uint16_t channel, uint16_t) {
+// Return the sample of a channel. A 16-bit sample is rounded to nearest on the scale 0..`largest`.
+uint8_t SampleOfChannel(uint8_t channel, uint8_t, uint32_t) { return channel; }
+float SampleOfChannel(float channel, float, uint32_t) { return channel; }
+uint16_t SampleOfChannel(uint8_t channel, uint16_t, uint32_t largest) {
+  return static_cast<uint16_t>((channel * largest + 127) / 255);
+}
+uint16_t SampleOfChannel(uint16_t channel, uint16_t, uint32_t largest) {
   // Clamped, because the caller's pixels may exceed white, and the file must be valid nevertheless.
   uint32_t value = std::min<uint32_t>(channel, vx::PixelTraits<vx::Pixel16>::full_scale);
-  return static_cast<uint16_t>((value * 65535 + 16384) >> 15);
+  return static_cast<uint16_t>((value * largest + 16384) >> 15);
 }
-uint16_t SampleOfChannel(float channel, uint16_t) {
+uint16_t SampleOfChannel(float channel, uint16_t, uint32_t largest) {
   if (!(channel > 0.0f)) return 0;  // includes NaN
-  return static_cast<uint16_t>(std::min<double>(channel, 1.0) * 65535.0 + 0.5);
+  return static_cast<uint16_t>(std::min<double>(channel, 1.0) * largest + 0.5);
+}
+
+// Expands samples of 10 or 12 bits to 16 by repetition of the high bits. The writer keeps the first
+// `bits` of each.
+void ExpandSamples(std::span<uint16_t> samples, int32_t bits) {
+  for (uint16_t& sample : samples) {
+    sample = static_cast<uint16_t>(sample << (16 - bits) | sample >> (2 * bits - 16));
+  }
+}
+
+// Returns how many finite samples are infinity as half.
+int64_t CountTooLargeForHalf(std::span<const float> samples) {
+  return std::count_if(samples.begin(), samples.end(), [](float sample) {
+    return std::isfinite(sample) && std::fabs(sample) > kLargestHalf;
+  });
 }
 
 template <class Pixel, class Sample>
-void Pack(vx::ConstView<Pixel> view, int32_t channels, Sample* to) {
+void Pack(vx::ConstView<Pixel> view, int32_t channels, uint32_t largest, Sample* to) {
   for (int32_t y = 0; y < view.height(); ++y) {
     const char* from = reinterpret_cast<const char*>(view.row(y).data());
     for (int32_t x = 0; x < view.width(); ++x, from += sizeof(Pixel)) {
       Pixel pixel;
       std::memcpy(&pixel, from, sizeof pixel);
-      *to++ = SampleOfChannel(pixel.red, Sample{});
+      *to++ = SampleOfChannel(pixel.red, Sample{}, largest);
       if (channels == 1) continue;
-      *to++ = SampleOfChannel(pixel.green, Sample{});
-      *to++ = SampleOfChannel(pixel.blue, Sample{});
-      if (channels == 4) *to++ = SampleOfChannel(pixel.alpha, Sample{});
+      *to++ = SampleOfChannel(pixel.green, Sample{}, largest);
+      *to++ = SampleOfChannel(pixel.blue, Sample{}, largest);
+      if (channels == 4) *to++ = SampleOfChannel(pixel.alpha, Sample{}, largest);
     }
   }
 }
@@ -240,13 +317,14 @@ class RowWriter {
   RowWriter(vx::AnyConstView world, const Plan& plan, OIIO::ImageOutput* out)
       : world_(world), plan_(plan), out_(out) {
     const int32_t rows = std::min(world.height(), kBandRows);
-    // Float worlds are converted to 16-bit samples directly, others by depth conversion.
-    converts_ =
-        plan.file_depth != plan.world_depth && !(plan.world_depth == 32 && plan.file_depth == 16);
+    // Samples of 16 bits are made from worlds of any depth, others after a depth conversion.
+    converts_ = plan.file_depth != plan.world_depth && plan.file_depth != 16;
     if (converts_ || plan.multiplies) {
       band_ = vx::Image::uninitialized(world.width(), rows, plan.file_depth);
     }
-    samples_.resize(static_cast<size_t>(rows) * plan.spec.scanline_bytes(/*native=*/true));
+    row_samples_ = static_cast<size_t>(world.width()) * static_cast<size_t>(plan.channels);
+    samples_.resize(static_cast<size_t>(rows) * row_samples_ *
+                    static_cast<size_t>(plan.file_depth / 8));
   }
 
   // Writes rows [y, end) of the world. Returns false if the writer failed.
@@ -265,16 +343,23 @@ class RowWriter {
     }
     vx::visit(rows, [&](auto view) {
       using Channel = typename decltype(view)::Traits::Channel;
-      if constexpr (std::is_same_v<Channel, float>) {
-        if (plan_.file_depth == 16) return Pack(view, plan_.channels, At<uint16_t>());
+      const uint32_t largest = (1u << std::min(plan_.bits, 16)) - 1;
+      if (plan_.file_depth == 16) return Pack(view, plan_.channels, largest, At<uint16_t>());
+      if constexpr (!std::is_same_v<Channel, uint16_t>) {
+        Pack(view, plan_.channels, largest, At<Channel>());
       }
-      Pack(view, plan_.channels, At<Channel>());
     });
-    return out_->write_scanlines(plan_.spec.y + y, plan_.spec.y + end, /*z=*/0, plan_.spec.format,
-                                 samples_.data());
+    const size_t count = static_cast<size_t>(end - y) * row_samples_;
+    if (plan_.file_depth == 16 && plan_.bits < 16) {
+      ExpandSamples({At<uint16_t>(), count}, plan_.bits);
+    }
+    if (plan_.half) too_large_ += CountTooLargeForHalf({At<float>(), count});
+    return out_->write_scanlines(plan_.spec.y + y, plan_.spec.y + end, /*z=*/0,
+                                 VXIOp_SampleType(plan_.file_depth), samples_.data());
   }
 
   int64_t hidden() const { return hidden_; }
+  int64_t too_large() const { return too_large_; }
 
  private:
   template <class Sample>
@@ -288,7 +373,8 @@ class RowWriter {
   bool converts_;
   vx::Image band_;
   std::vector<uint8_t> samples_;
-  int64_t hidden_ = 0;
+  size_t row_samples_;
+  int64_t hidden_ = 0, too_large_ = 0;
 };
 
 // Reads the header of the written file: warns about anything that the format dropped and checks
@@ -304,7 +390,12 @@ void CheckWritten(const std::string& path, const VXIOp_OutputFile& file, Plan* p
   int count = 0;
   for (const OIIO::ParamValue& entry : plan->spec.extra_attribs) {
     std::string name = entry.name().string();
-    if (name.starts_with("oiio:") || name.starts_with("jpeg:") || name == "compression") continue;
+    static constexpr std::array<std::string_view, 4> kEncoding = {
+        "oiio:", "jpeg:", "png:", "compression"};
+    if (std::any_of(kEncoding.begin(), kEncoding.end(),
+                    [&](std::string_view prefix) { return name.starts_with(prefix); })) {
+      continue;
+    }
     if (spec.find_attribute(name) || (name == "DateTime" && entry.get_string().empty())) continue;
     if (++count <= 3) lost += (count > 1 ? ", " : "") + name;
   }
@@ -325,6 +416,7 @@ void RefuseWarnings(const Plan& plan, const VXIO_WriteOptions& options) {
 std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
                                     const VXIO_WriteOptions& options) {
   VXIO_CheckOutput(path, options.clobber);
+  VXIO_CheckEncoding(path, options.encoding);
   Plan plan = MakePlan(path, world, options);
   RefuseWarnings(plan, options);
   VXIOp_OutputFile file(path);
@@ -374,6 +466,11 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
     plan.warnings.push_back(path + ": " + plan.format->name +
                             " holds colours multiplied by alpha; " + "those of " +
                             std::to_string(writer.hidden()) + " transparent pixels are lost");
+  }
+  if (writer.too_large() > 0) {
+    plan.warnings.push_back(path + ": half holds values up to 65504; " +
+                            std::to_string(writer.too_large()) +
+                            " larger ones became infinity; choose the bits float to keep them");
   }
   RefuseWarnings(plan, options);
   file.Commit(options.clobber);

@@ -63,7 +63,8 @@ py::tuple Read(const py::object& path, const py::object& depth, const py::object
 }
 
 void Write(const py::object& path, const py::object& picture, const py::object& metadata,
-           bool keep_alpha, bool overwrite, bool strict, const py::object& order_arg) {
+           bool keep_alpha, bool overwrite, bool strict, const py::object& order_arg,
+           const py::object& bits, const py::object& compression, std::optional<int32_t> quality) {
   const std::string file = PathOf(path);
   const Source source(picture, ParseOrder(order_arg), "picture");
   VXIO_WriteOptions options;
@@ -77,6 +78,10 @@ void Write(const py::object& path, const py::object& picture, const py::object& 
   options.keep_alpha = keep_alpha;
   options.clobber = overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse;
   options.strict = strict;
+  if (!bits.is_none()) options.encoding.bits = py::str(bits);
+  if (!compression.is_none()) options.encoding.compression = py::str(compression);
+  options.encoding.quality = quality;
+  VXIO_CheckEncoding(file, options.encoding);  // std::invalid_argument becomes ValueError
   const VX_World* const world = source.world();
   std::vector<std::string> warnings;
   RunFiles([&] { warnings = VXIO_Write(file, *world, options); });

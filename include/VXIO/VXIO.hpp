@@ -79,6 +79,7 @@ struct WriteOptions {
   AlphaAs alpha = AlphaAs::file;  // how to store colours with alpha, see VXIO_WriteOptions
   bool overwrite = true;          // false: throw if the file exists
   bool strict = false;            // instead of returning a warning, throw and write nothing
+  VXIO_Encoding encoding = {};    // bits, compression, quality
 };
 
 // Writes a complete file or nothing (VXIO_Write). The extension selects the format. Returns the
@@ -91,7 +92,8 @@ inline std::vector<std::string> write(const std::filesystem::path& path, AnyCons
                      .keep_alpha = options.keep_alpha,
                      .alpha = static_cast<VXIO_AlphaAs>(options.alpha),
                      .clobber = options.overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse,
-                     .strict = options.strict});
+                     .strict = options.strict,
+                     .encoding = options.encoding});
 }
 
 // --- frames --------------------------------------------------------------------------------------

@@ -27,6 +27,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -76,6 +77,11 @@ struct VXIO_FormatInfo {
   std::vector<int32_t> depths;          // depths of worlds that the format stores without loss
   VXIO_AlphaKind alpha;                 // how the format stores alpha
   bool profile;                         // the format can store an ICC profile
+  std::vector<std::string> bits;        // values of VXIO_Encoding::bits
+  // Values of VXIO_Encoding::compression, with the range of levels if there are any: "zip:1-9". The
+  // first one is the default.
+  std::vector<std::string> compressions;
+  bool quality;  // VXIO_Encoding::quality has an effect
 };
 
 VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
@@ -154,6 +160,22 @@ VXIO_API VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, ui
 
 enum class VXIO_Clobber { Overwrite, Refuse };
 
+// How samples are stored in a file. VXIO_ListFormats returns the values that each format accepts.
+struct VXIO_Encoding {
+  // "8", "10", "12", "16", "half" or "float". Empty: if the metadata are from a file of the format
+  // of the output, half, 10 and 12 bits are kept; else the bits of the world, or the most that the
+  // format has.
+  std::string bits;
+  // Name, or name and level: "zip", "zip:9", "dwaa:45". A higher level gives smaller files; the
+  // level of dwaa and dwab is a loss, that of jpeg is the quality. Empty: the compression of the
+  // file that the metadata are from if it had the format of the output, else the default.
+  std::string compression;
+  std::optional<int32_t> quality;  // 1 to 100; 95 by default
+  // Choose a fast compression instead of the default of the format. For frames of sequences. Only
+  // png differs: level 1 instead of 6.
+  bool fast = false;
+};
+
 struct VXIO_WriteOptions {
   VXIO_Metadata metadata;
   // Store the red channel only, as grey. Ignored for bmp and dpx, which have no grey pictures.
@@ -165,7 +187,12 @@ struct VXIO_WriteOptions {
   VXIO_AlphaAs alpha = VXIO_AlphaAs::File;
   VXIO_Clobber clobber = VXIO_Clobber::Overwrite;
   bool strict = false;  // instead of a warning, throw VXIO_Error (Output) and write nothing
+  VXIO_Encoding encoding;
 };
+
+// Throws std::invalid_argument, with one line of text, if the format of `path` does not have the
+// bits, the compression or a quality. An unknown extension is not an error here.
+VXIO_API void VXIO_CheckEncoding(const std::string& path, const VXIO_Encoding& encoding);
 
 // Checks an output name before work begins. Throws VXIO_Error (Output) for an unknown extension, a
 // folder that is missing or read-only, a name of a folder or device, and a file that exists
@@ -175,7 +202,8 @@ VXIO_API void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber);
 // Writes a complete file or nothing: writes to a temporary name in the same folder, flushes to
 // disk, then renames. Until the renaming, and after any failure, an existing file is unchanged. The
 // extension selects the format. If the format cannot store everything that the world contains, the
-// largest depth of the format is used and a warning is returned. Returns the warnings.
+// largest depth of the format is used and a warning is returned. Returns the warnings. Throws
+// std::invalid_argument for an encoding that the format does not have.
 VXIO_API std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
                                              const VXIO_WriteOptions& options);
 

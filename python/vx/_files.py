@@ -69,7 +69,8 @@ def read(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: 
 
 def write(path: Path, picture: Picture, *, metadata: _vx.Metadata | None = None,
           keep_alpha: bool = False, overwrite: bool = True, strict: bool = False,
-          order: Order = "rgba") -> None:
+          order: Order = "rgba", bits: int | str | None = None, compression: str | None = None,
+          quality: int | None = None) -> None:
     """Writes a picture to a file. The file is complete or unchanged.
 
     path: the extension selects the format.
@@ -79,10 +80,17 @@ def write(path: Path, picture: Picture, *, metadata: _vx.Metadata | None = None,
     overwrite: False refuses to replace an existing file.
     strict: raise OSError instead of a UserWarning, for example for a depth that the format does not
     support.
+    bits: per sample in the file: 8, 10, 12, 16, "half" or "float". None: half, 10 and 12 bits are
+    kept if metadata is from a file of the same format; else the bits of the picture.
+    compression: a name, or a name and a level: "zip", "zip:9", "dwaa:45". None: that of the file
+    that metadata is from if it has the same format; else the default of the format.
+    `vx list formats` lists the bits and compressions of each format.
+    quality: of a JPEG, 1 to 100. None: 95.
 
     Raises TypeError, ValueError, OSError, vx.Error. After an error an existing file is unchanged.
     """
-    _vx.write(path, picture, metadata, keep_alpha, overwrite, strict, order)
+    _vx.write(path, picture, metadata, keep_alpha, overwrite, strict, order, bits, compression,
+              quality)
 
 
 def info(path: Path) -> dict[str, Any]:

@@ -106,6 +106,71 @@ class Pixels(FileTest):
         self.assertEqual(self.info("o.png")["orientation"], 1)
 
 
+class Encodings(FileTest):
+    def jpeg_tables(self, name):
+        with Image.open(self.path(name)) as image:
+            return image.quantization
+
+    def tiff_compression(self, name):
+        with Image.open(self.path(name)) as image:
+            return image.tag_v2[259]
+
+    def png_level(self, name):
+        """The two bits of the zlib header: 0 for level 0 and 1, 1 for 2 to 5, 2 for 6, 3 for 7 to 9."""
+        data = self.contents(name)
+        return data[data.index(b"IDAT") + 5] >> 6
+
+    def test_bits(self):
+        pixels = random_pixels(8, 6, 10, np.uint8, 3)
+        self.png("a.png", pixels)
+        self.convert("a.png", "a.dpx", "--bits", 10)
+        self.convert("a.dpx", "b.dpx")  # 10 bits are kept
+        for name in ("a.dpx", "b.dpx"):
+            data = self.contents(name)
+            order = "big" if data[:4] == b"SDPX" else "little"
+            words = np.frombuffer(data, np.dtype("u4").newbyteorder(order), offset=int.from_bytes(data[4:8], order))
+            codes = np.stack([words.reshape(6, 10) >> shift & 1023 for shift in (22, 12, 2)], -1)
+            np.testing.assert_array_equal(codes, np.rint(pixels / 255 * 1023))
+        floats = np.ones((2, 2, 4), np.float32)
+        floats[0, 0, :3], floats[1, 1, :3] = (1 / 3, 2.5e-7, -7), (1, 1e5, np.inf)
+        write_exr(self.path("f.exr"), floats)
+        self.assertRegex(self.convert("f.exr", "h.exr", "--bits", "half", "--compression", "piz"),
+                         r"\Avx: warning: h\.exr: half .* 65504; 1 larger ones became infinity.*\n\Z")
+        self.vx("copy", "h.exr", "-o", "h2.exr")
+        self.convert("h2.exr", "f.tif", "--compression", "none")
+        with np.errstate(over="ignore"):
+            np.testing.assert_array_equal(self.deep("f.tif")[..., :3], np.float16(floats)[..., :3])
+        for name in ("h.exr", "h2.exr"):
+            self.assertEqual(self.info(name)["sample_type"], "half")
+            self.assertIn(b"compression\0compression\0\1\0\0\0\4", self.contents(name))  # 4: piz
+        self.convert("h.exr", "f2.exr", "--bits", "float", "--compression", "dwaa:80")
+        self.convert("f2.exr", "f3.exr")
+        for name in ("f2.exr", "f3.exr"):
+            self.assertEqual(self.info(name)["sample_type"], "float")
+            self.assertIn(b"dwaCompressionLevel\0float\0\4\0\0\0" + np.float32(80).tobytes(), self.contents(name))
+
+    def test_compression_and_quality(self):
+        pixels = random_pixels(9, 40, 40, np.uint8, 3)
+        self.png("a.png", pixels)
+        for words, quality in (((), 95), (("--quality", 60), 60), (("--compression", "jpeg:30"), 30)):
+            self.convert("a.png", "o.jpg", *words)
+            Image.fromarray(pixels).save(self.path("p.jpg"), quality=quality)
+            self.assertEqual(self.jpeg_tables("o.jpg"), self.jpeg_tables("p.jpg"))
+        self.vx("resize", "a.png", "--scale", 2, "--quality", 30, "-o", "large.jpg")
+        self.assertEqual(self.jpeg_tables("large.jpg"), self.jpeg_tables("p.jpg"))
+        for words, code in (((), 8), (("--compression", "lzw"), 5), (("--compression", "packbits"), 32773)):
+            self.convert("a.png", "a.tif", *words)
+            self.vx("copy", "a.tif", "-o", "b.tif")
+            self.assertEqual((self.tiff_compression("a.tif"), self.tiff_compression("b.tif")), (code, code))
+        self.png("s.1.png", pixels)
+        for words, single, frame in (((), 2, 0), (("--compression", "zip:9"), 3, 3), (("--compression", "zip"), 2, 2),
+                                     (("--compression", "none"), 0, 0)):
+            self.convert("a.png", "o.png", *words)
+            self.convert("s.#.png", "o.#.png", *words)
+            self.assertEqual((self.png_level("o.png"), self.png_level("o.1.png")), (single, frame))
+            np.testing.assert_array_equal(self.pixels("o.1.png"), pixels)
+
+
 class Metadata(FileTest):
     def test_profile_and_text_are_kept_or_their_loss_is_reported(self):
         profile = ImageCms.ImageCmsProfile(ImageCms.createProfile("sRGB")).tobytes()

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Invalid use: one line, the right exit code, no partial file, the old output unchanged."""
 
+import fcntl
 import os
 import resource
 import shlex
@@ -38,7 +39,11 @@ VERBS = {
         ("", "--size WxH or --scale F"), ("--size 4x4 --scale 2", "--size WxH or --scale F"),
         ("--size 0x0", "only one side may be 0"), ("--scale 0", "--scale '0'.*0.00001 to 30000"),
         ("--scale 4000", "b.png: would become 64000 pixels.* 30000")],
-    "convert b.png": [("--alpha=", "--alpha=: must not be empty"), ("--planes rgbx", "--planes 'rgbx'.*argb")],
+    "convert b.png": [
+        ("--alpha=", "--alpha=: must not be empty"), ("--planes rgbx", "--planes 'rgbx'.*argb"),
+        ("--bits 12", "--bits 12: png has 8, 16"), ("--bits 7", "--bits '7'"),
+        ("--compression zip:0", "--compression zip:0: png has zip:1-9, none"), ("--compression lzw", "--compression lzw"),
+        ("--quality 90", "--quality 90: png has no choice"), ("--quality 101", "--quality '101'.*1 to 100")],
     "premultiply b.png": [("--matte 1,2,3", "or four numbers"), ("--matte 0,256,0,0", "--matte '256'.*0 to 255")],
     "fill": [
         ("5x5 --color 256,1,1,1", "--color '256'.*0 to 255"), ("5x5 --color 1,1,inf,1 --depth 32", "finite"),
@@ -234,6 +239,25 @@ class Refusals(CommandTest):
             self.assertIn(run.returncode, [128 + number for number in numbers])
             self.assertEqual(self.names(), ["b.png", "old.png"])
             self.assertEqual(self.contents("old.png"), old)
+
+    def test_files_left_by_a_killed_run(self):
+        run = subprocess.Popen([VX, "fill", "7000x6000", "--color", "255,1,2,3", "-o", "old.png"], cwd=self.folder)
+        while not (left := [name for name in self.names() if name.startswith(".vx-")]):
+            self.assertIsNone(run.poll())
+            time.sleep(0.005)
+        run.kill()
+        run.wait()
+        _, host, boot, process, count = left[0].split("-")
+        other_boot = f".vx-{host}-00000000-{process}-{count}"
+        kept = [f".vx-other_{host}-{boot}-{process}-{count}", f".vx-{host}-{boot}-{os.getpid()}-{count}",
+                f".vx-{host}-{boot}-{process}-locked.png"]
+        for name in (other_boot, *kept):
+            self.text(name, "")
+        with open(self.path(kept[2])) as locked:  # its process is invisible, as in another container
+            fcntl.flock(locked, fcntl.LOCK_EX)
+            self.vx("copy", "b.png", "-o", "new.png")
+        known = os.path.exists("/etc/machine-id") and os.path.getsize("/etc/machine-id") > 0
+        self.assertEqual(self.names(), sorted(["b.png", "new.png", "old.png", *kept, *([] if known else [other_boot])]))
 
 
 if __name__ == "__main__":

@@ -191,7 +191,7 @@ class Running(SequenceTest):
         self.shots(range(1, 5))
         self.shots((1, 2, 4, 7), height=5, width=6, name="l%d.png")
         self.png("m.png", random_pixels(50, 8, 9, channels=1))
-        words = ("--at", "2,1", "--mask", "m.png", "--opacity", 0.7)
+        words = ("--at", "2,1", "--mask", "m.png", "--opacity", 0.7, "--compression", "zip")
         records, said = self.vx("composite", "a.####.png", "--layer", "l#.png", *words, "-o", "o.%04d.png", "--missing",
                              "hold", "--threads", 3, "--json")
         self.assertIn("l#.png: frames after 4, the last one of a.####.png, are not used", said)

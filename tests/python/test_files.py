@@ -21,6 +21,15 @@ def test_there_and_back(tmp_path, name, depth):
     assert vx.read(tmp_path / name, world=True, depth=8).depth == 8
 
 
+def test_encodings(tmp_path):
+    picture = np.full((4, 4, 4), 1 / 3, np.float32)
+    vx.write(tmp_path / "a.exr", picture, bits="half", compression="zips:9")
+    assert vx.info(tmp_path / "a.exr")["sample_type"] == "half"
+    for wrong in ({"bits": 12}, {"compression": "lzw"}, {"quality": 90}):
+        with pytest.raises(ValueError, match="png has"):
+            vx.write(tmp_path / "a.png", picture, **wrong)
+
+
 def test_profiles_travel(tmp_path):
     wide = vx.Profile.named("Display P3")
     vx.write(tmp_path / "a.png", noise(4, 4)[..., :3].copy())

@@ -124,6 +124,7 @@ void Declare(OptionList* options, CLI::App* app) {
       };
       declared = app->add_option(option.name, set, option.HelpText());
       declared->type_name(option.metavar)->expected(option.value.count);
+      if (option.repeats) declared->take_all();
     }
     declared->required(option.required);
     if (!option.group.empty()) declared->group(option.group);
@@ -147,6 +148,7 @@ Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
   Declare(global, &root);
   for (Verb& verb : *verbs) {
     CLI::App* app = root.add_subcommand(verb.name, verb.summary);
+    app->fallthrough();  // the global options may also follow the verb
     // The parser uses these options for the help only, because ExtractParts removes them from the
     // arguments. An option with several numbers is declared with one value.
     for (Option& option : verb.parts.options) option.value.count = option.IsFlag() ? 0 : 1;

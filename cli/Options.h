@@ -122,6 +122,7 @@ struct Option {
       {};  // description of the default for the help, if there is no default value
   std::string excludes = {};  // an option that cannot be combined with this one
   bool required = false;
+  bool repeats = false;  // may be given several times; each value is stored
   Decides decides = Decides::Pixels;
   std::function<std::string()> identity = {};  // returns the text for the fingerprint, if set
   std::string group = {};                      // heading in the help
@@ -131,6 +132,7 @@ struct Option {
   Option& Without(const std::string& text) { return without = text, *this; }
   Option& Excludes(const std::string& other) { return excludes = other, *this; }
   Option& Required() { return required = true, *this; }
+  Option& Repeats() { return repeats = true, *this; }
   Option& For(Decides what) { return decides = what, *this; }
   Option& Identity(std::function<std::string()> text) { return identity = std::move(text), *this; }
 

@@ -6,6 +6,7 @@
 #include <CLI/Version.hpp>
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
@@ -63,22 +64,59 @@ vxcli::ProgressStyle MessageStyle(const std::vector<std::string>& arguments) {
   return vxcli::ProgressStyle::Auto;
 }
 
+struct ModuleOptions {
+  std::vector<std::string> folders;
+  bool none = false;
+};
+
+// Starts the library and loads acceleration modules. Throws DescribedFailure for a folder of
+// --modules that cannot be read and a module in it that cannot be loaded, unless `lists_modules`. A
+// module of the installed folder that cannot be loaded causes a warning.
+vx::Library Start(const ModuleOptions& modules, bool lists_modules) {
+  for (const std::string& folder : modules.folders) {
+    std::error_code error;
+    static_cast<void>(std::filesystem::directory_iterator(folder, error));
+    if (error) {
+      throw vxcli::DescribedFailure(
+          {vxcli::kInput, "--modules " + folder + ": cannot be read: " + error.message()});
+    }
+  }
+  if (modules.none || !modules.folders.empty()) VXHost_SetModuleFolders(modules.folders);
+  vx::Library library = vxcli::WithContext("start", [] { return vx::Library(); });
+  for (const VXHost_Report& report : VXHost_TakeReports()) vxcli::Warn({report.text});
+  if (lists_modules || modules.folders.empty()) return library;
+  for (const VXHost_Module& module : VXHost_ListModules()) {
+    if (module.error.empty()) continue;
+    throw vxcli::DescribedFailure({vxcli::kInput, module.path + ": " + module.error});
+  }
+  return library;
+}
+
 int Run(std::vector<std::string> arguments) {
   int32_t processor = 0;
-  vxcli::OptionList global = {vxcli::Option{
-      "--processor", "LEVEL", vxcli::Choice(&processor, {"none", "sse2", "all"}),
-      "Vector instructions to use: %r; given before the verb; does not change the pictures"}
-                                  .Default("all")};
+  ModuleOptions modules;
+  vxcli::OptionList global = {
+      vxcli::Option{"--processor", "LEVEL", vxcli::Choice(&processor, {"none", "sse2", "all"}),
+                    "Vector instructions to use: %r; does not change the pictures"}
+          .Default("all"),
+      vxcli::Option{"--modules", "DIR",
+                    vxcli::Parsed(&modules.folders,
+                                  [&modules](const std::string&, const std::string& text) {
+                                    std::vector<std::string> folders = modules.folders;
+                                    folders.push_back(text);
+                                    return folders;
+                                  }),
+                    "Folder of acceleration modules (*.RZX); repeat it for more folders"}
+          .Without("the installed folder")
+          .Repeats(),
+      vxcli::Option{"--no-modules", "", vxcli::Flag(&modules.none), "Load no acceleration modules"}
+          .Excludes("--modules")};
   std::vector<vxcli::Verb> verbs = vxcli::AllVerbs();
   vxcli::Verb* verb = vxcli::ParseCommandLine(std::move(arguments), &global, &verbs);
   if (!verb) return vxcli::kDone;
   vxcli::SetValues(&global);
   SetProcessor(processor);
-  const auto library = vxcli::WithContext("start", [] {
-    vx::Library started;
-    vxcli::Check(VXHost_RunPlugScan());
-    return started;
-  });
+  const vx::Library library = Start(modules, verb->name == "list");
   vxcli::SetValues(&verb->options);  // profiles need the library
   return verb->run(*verb);
 }

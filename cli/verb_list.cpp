@@ -1,9 +1,14 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx list: lists the modes, slots, formats, processor levels and options of this build.
+// vx list: lists the modes, slots, formats, processor levels, options, modules and suites.
+
+#include <cxxabi.h>
+#include <dlfcn.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -13,6 +18,7 @@
 #include "VXIO/VXIO_Picture.h"
 #include "Values.h"
 #include "Verbs.h"
+#include "host/VXHost.h"
 
 namespace vxcli {
 
@@ -39,6 +45,25 @@ Json ListModes() {
   return rows;
 }
 
+// The shared object that contains a function, without its folder; "-" if it is unknown.
+std::string FileOf(const void* function) {
+  Dl_info info{};
+  if (!function || dladdr(function, &info) == 0 || !info.dli_fname) return "-";
+  return std::filesystem::path(info.dli_fname).filename().string();
+}
+
+// The exported name of a function, as a programmer writes it; "-" if it is not exported.
+std::string SymbolOf(const void* function) {
+  Dl_info info{};
+  if (!function || dladdr(function, &info) == 0 || info.dli_saddr != function) return "-";
+  int status = 0;
+  const std::unique_ptr<char, void (*)(void*)> plain(
+      abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, &status), std::free);
+  if (!plain) return info.dli_sname;
+  const std::string text = plain.get();
+  return text.substr(0, text.find('('));
+}
+
 Json ListSlots() {
   static const char* const kStates[] = {"empty", "built in", "replaced"};
   Json rows = Json::array();
@@ -47,7 +72,27 @@ Json ListSlots() {
     Check(VX_DescribeSlot(i, &slot));
     rows.push_back({{"number", slot.number},
                     {"name", slot.name ? slot.name : "-"},
-                    {"state", kStates[slot.state]}});
+                    {"state", kStates[slot.state]},
+                    {"routine", SymbolOf(slot.routine)},
+                    {"file", FileOf(slot.routine)}});
+  }
+  return rows;
+}
+
+Json ListModules() {
+  Json rows = Json::array();
+  for (const VXHost_Module& module : VXHost_ListModules()) {
+    rows.push_back({{"file", module.path},
+                    {"routines", module.routines},
+                    {"state", module.error.empty() ? "loaded" : "failed: " + module.error}});
+  }
+  return rows;
+}
+
+Json ListSuites() {
+  Json rows = Json::array();
+  for (const VXHost_Suite& suite : VXHost_ListSuites()) {
+    rows.push_back({{"name", suite.name}, {"version", suite.version}, {"members", suite.members}});
   }
   return rows;
 }
@@ -99,6 +144,10 @@ std::string Cell(const Json& value) {
 }
 
 void PrintTable(const Json& rows) {
+  if (rows.empty()) {
+    std::cout << "none\n";
+    return;
+  }
   std::vector<std::vector<std::string>> lines(1);
   for (const auto& [key, value] : rows[0].items()) {
     std::string title = key;
@@ -129,8 +178,8 @@ struct ListArguments {
 };
 
 int Run(const ListArguments& arguments) {
-  static Json (*const kLists[])() = {ListModes, ListSlots, ListFormats, ListProcessors,
-                                     ListOptions};
+  static Json (*const kLists[])() = {ListModes,   ListSlots,   ListFormats, ListProcessors,
+                                     ListOptions, ListModules, ListSuites};
   Json rows = kLists[arguments.what]();
   if (arguments.json) {
     PrintJson(rows);
@@ -138,7 +187,10 @@ int Run(const ListArguments& arguments) {
     for (Json& row : rows) row.erase("help");
     PrintTable(rows);
   }
-  return kDone;
+  const bool failed = std::any_of(rows.begin(), rows.end(), [](const Json& row) {
+    return row.value("state", "").starts_with("failed");
+  });
+  return failed ? kInput : kDone;
 }
 
 }  // namespace
@@ -147,16 +199,18 @@ Verb ListVerb() {
   auto to = std::make_shared<ListArguments>();
   // Messages contain the verb in place of the name of the argument.
   Value what = Parsed(&to->what, [](const std::string&, const std::string& text) {
-    return ParseChoice("list", text, {"modes", "slots", "formats", "processors", "options"});
+    return ParseChoice("list", text,
+                       {"modes", "slots", "formats", "processors", "options", "modules", "suites"});
   });
   OptionList options = {
       Option{
           "WHAT", " ", std::move(what),
           "modes: transfer modes; slots: replaceable routines and their states; formats: picture "
-          "formats; processors: levels of vector instructions; options: the options of all verbs"}
+          "formats; processors: levels of vector instructions; options: the options of all verbs; "
+          "modules: acceleration modules that were found; suites: function tables for effects"}
           .Required(),
       {"--json", "", Flag(&to->json), "Print JSON"}};
-  return {"list", "List the modes, slots, formats, processor levels or options of this build",
+  return {"list", "List the modes, slots, formats, processor levels, options, modules or suites",
           std::move(options), "Example:\n  vx list modes --json",
           [to](const Verb&) { return Run(*to); }};
 }

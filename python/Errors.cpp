@@ -80,7 +80,7 @@ void Birth() {
   if (born.load()) return;
   Check(VX_CheckVersions(0x250000, VX_PKG_VERSION));
   VX_Err code = VX_Birth();
-  if (code == VX_Ok) code = VXHost_RunPlugScan();
+  if (code == VX_Ok) code = PLUG_RunScans();
   if (code != VX_Ok) static_cast<void>(VX_Death());
   Check(code);
   born = true;

@@ -88,6 +88,14 @@ std::vector<std::tuple<std::string, int32_t, int32_t>> Suites() {
   return list;
 }
 
+std::vector<std::tuple<std::string, std::vector<std::string>, std::string>> Modules() {
+  std::vector<std::tuple<std::string, std::vector<std::string>, std::string>> list;
+  for (const VXHost_Module& module : VXHost_ListModules()) {
+    list.emplace_back(module.path, module.routines, module.error);
+  }
+  return list;
+}
+
 }  // namespace
 
 void AddHost(py::module_& module) {
@@ -101,6 +109,7 @@ void AddHost(py::module_& module) {
   module.def("free_memory", &FreeMemory);
   module.def("object_version", &ObjectVersion);
   module.def("suites", &Suites);
+  module.def("modules", &Modules);
 }
 
 }  // namespace vxpy

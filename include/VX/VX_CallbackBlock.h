@@ -73,3 +73,26 @@ VX_API VX_Err VX_SetCallbackBlockQuality(VX_CallbackBlock* block, int32_t qualit
 // selector. On error *out is unchanged.
 VX_API VX_Err VX_GetCallbackAddr(void* word, int32_t quality, int32_t mode_flags, int32_t selector,
                                  void** out);
+
+// --- services for older callers ------------------------------------------------------------------
+
+// Requests byte tables and trigonometric tables, or releases them.
+//
+//   word       ignored
+//   selector   2: the multiply table, 3: the divide table (see VXp_G_fcm_table), as const uint8_t*
+//              4: the sine table, 5: the cosine table (see M_PrepareFTrig), as const int32_t*
+//              6, 7: release of the tables of one request 2 or 3
+//              8, 9: release of the tables of one request 4 or 5
+//   table      for 2 to 5: receives the address; may be null. Ignored for other selectors.
+//
+// Returns the host's error; VX_Ok for any other selector, which has no effect. The tables are valid
+// until they are released.
+VX_API VX_Err VX_AppCallback(void* word, int32_t selector, const void** table);
+
+// Functions of a calling convention that this platform does not have. They exist because callers
+// link to them. The first returns false, the last one VX_Ok; the others store null through `out`,
+// which may be null, and return null.
+VX_API bool VX_IsCFM();
+VX_API void* VX_GetMachoToCFMMapEntry(void* entry, void** out);
+VX_API void* VX_GetCFMToMachoMapEntry(void* entry, void** out);
+VX_API VX_Err VX_AddEntryToCFMMachoMaps(void* first, void* second);

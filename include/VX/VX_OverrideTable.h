@@ -128,6 +128,7 @@ struct VX_SlotDescription {
   const char* name;       // name of the routine; null for a number without one
   const char* signature;  // name of the pointer type; null for a number without one
   int32_t state;          // VX_SlotState_...
+  const void* routine;    // address of the function in the slot; may be null
 };
 
 // Describes a slot. The strings are constant. Returns VX_Ok, or VX_ErrBadParameter for a number

@@ -22,7 +22,8 @@ VX_API VX_Err VX_CheckVersions(uint32_t report_code, int32_t caller_version);
 VX_API uint32_t VX_PkgObjectVersion();
 
 // Builds the process-wide tables and fills the override table. Returns the first error. Call
-// VX_Death also after a failure.
+// VX_Death also after a failure. Acceleration modules are loaded and suites are registered by
+// PLUG_RunScans (host/PLUG.h), which the application calls after birth.
 VX_API VX_Err VX_Birth();
 
 // Releases all memory of the library. An error does not skip the later steps. Returns the first
@@ -30,8 +31,10 @@ VX_API VX_Err VX_Birth();
 VX_API VX_Err VX_Death();
 
 // Counted birth and death, for independent components of one program. The first acquisition calls
-// VX_CheckVersions and VX_Birth; the last release calls VX_Death. A program uses either this pair
-// or VX_Birth and VX_Death, not both. Thread-safe.
+// VX_CheckVersions, VX_Birth and PLUG_RunScans, which loads acceleration modules and registers the
+// suites; the last release calls VX_Death. A program uses either this pair or VX_Birth and VX_Death,
+// not both. Thread-safe. A module that cannot be used is reported and is not an error of the
+// acquisition.
 //
 //   caller_version  VX_PKG_VERSION
 //

@@ -97,16 +97,23 @@ VXHOST_API void VXHost_SetLogSink(VXHost_LogSink sink, void* context);
 
 // ---- Modules and suites -------------------------------------------------------------------------
 
-// Sets the folders that the scan for modules visits, in this order. Default: none.
+// Sets the folders that PLUG_RunScans visits, in this order. Default: the folder vx/modules beside
+// the library of the embedded host, if it exists. Call it before the scan.
+//
+// The scan visits each regular file in the folders whose type (see FILE_AddExtensionMap) equals the
+// last code of the request, in the order of names. Files in other folders below them are not
+// visited. Folders that cannot be read are reported and skipped. A file is reported and not loaded
+// if it is not a module, if its routine fails, or if every user may write the file or its folder.
 VXHOST_API void VXHost_SetModuleFolders(const std::vector<std::string>& folders);
 VXHOST_API std::vector<std::string> VXHost_GetModuleFolders();
 
-// Runs the scans requested by PLUG_InstallScan, in the order of the requests. A scan calls its
-// per-file callback for each regular file in the module folders whose type (see
-// FILE_AddExtensionMap) equals the scan's last code, in the order of names. Then it calls its
-// finish callback. Folders that cannot be read are reported and skipped. Errors of callbacks do not
-// stop the scan; the first one is returned. Call it once after VX_Birth.
-VXHOST_API U_Err VXHost_RunPlugScan();
+// A file that the latest scan visited.
+struct VXHost_Module {
+  std::string path;
+  std::vector<std::string> routines;  // their names, in the order of the file
+  std::string error;                  // why it was not loaded; empty if it was
+};
+VXHOST_API std::vector<VXHost_Module> VXHost_ListModules();
 
 // Returns the table of a registered suite; null if there is none. `members` receives the number of
 // its functions and may be null.

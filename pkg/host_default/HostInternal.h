@@ -17,6 +17,9 @@ namespace host {
 void* AllocateBlock(const char* label, size_t size);
 void* AllocateBlockClear(const char* label, size_t size);
 
+// Returns the size of a block as requested. The block must not be null.
+size_t SizeOfBlock(const void* block);
+
 // Frees a block. Null is ignored.
 void FreeBlock(void* block);
 

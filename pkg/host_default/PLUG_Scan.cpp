@@ -1,18 +1,19 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
+// The scan of folders for module files. PLUG_Module.cpp opens the files.
+
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 
 #include "HostInternal.h"
-#include "host/PLUG.h"
+#include "PLUG_Module.h"
 
 namespace fs = std::filesystem;
-
-struct PLUG_File {
-  std::string path;
-};
 
 namespace {
 
@@ -26,13 +27,23 @@ struct Scan {
 struct Scans {
   std::mutex mutex;
   std::vector<Scan> list;
-  std::vector<std::string> folders;
+  std::optional<std::vector<std::string>> folders;  // none: the installed folder
+  std::vector<VXHost_Module> modules;
 };
 
 // The object is never destroyed, so that it is valid after main.
 Scans& TheScans() {
   static Scans& scans = *new Scans;
   return scans;
+}
+
+void ReportText(const std::string& text) {
+  host::Report(/*check=*/0, /*line=*/0, /*severity=*/8, text.c_str());
+}
+
+bool IsWritableByAll(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0;
 }
 
 std::vector<std::string> FilesOfType(const std::string& folder, uint32_t type) {
@@ -46,29 +57,47 @@ std::vector<std::string> FilesOfType(const std::string& folder, uint32_t type) {
       found.push_back(entry->path().string());
     }
   }
-  if (error) {
-    const std::string text = "cannot read the module folder " + folder + ": " + error.message();
-    host::Report(/*check=*/0, /*line=*/0, /*severity=*/8, text.c_str());
-  }
+  if (error) ReportText("cannot read the module folder " + folder + ": " + error.message());
   std::sort(found.begin(), found.end());
   return found;
 }
 
-U_Err Run(const Scan& scan, const std::vector<std::string>& folders) {
-  U_Err first = 0;
-  const auto keep = [&first](U_Err error) {
-    if (first == 0) first = error;
-  };
+// Opens a file and passes it to the callback. The text of the result is empty if the callback
+// succeeded.
+VXHost_Module Visit(const Scan& scan, const std::string& path) {
+  VXHost_Module module{path, {}, {}};
+  const std::string folder = fs::path(path).parent_path().string();
+  for (const std::string& place : {path, folder}) {
+    if (!IsWritableByAll(place)) continue;
+    module.error = "every user may write " + place + "; remove that permission (chmod o-w)";
+    return module;
+  }
+  PLUG_File* const file = host::OpenModule(path, &module.error);
+  if (!file) return module;
+  const int32_t before = host::RoutinesInUse(*file);
+  const U_Err error = scan.per_file(file, scan.context);
+  module.routines = host::RoutineNames(*file);
+  if (error != 0) {
+    module.error = "a routine failed with code " + std::to_string(error);
+  } else if (host::RoutinesInUse(*file) == before) {
+    module.error = "it has no routine for this version of the library";
+  }
+  return module;
+}
+
+U_Err Run(const Scan& scan, const std::vector<std::string>& folders,
+          std::vector<VXHost_Module>* modules) {
   if (scan.per_file) {
     for (const std::string& folder : folders) {
       for (const std::string& path : FilesOfType(folder, scan.codes.back())) {
-        PLUG_File file{path};
-        keep(scan.per_file(&file, scan.context));
+        modules->push_back(Visit(scan, path));
+        const VXHost_Module& module = modules->back();
+        if (!module.error.empty())
+          ReportText("module " + path + " was not loaded: " + module.error);
       }
     }
   }
-  keep(scan.finish(scan.context));
-  return first;
+  return scan.finish(scan.context);
 }
 
 }  // namespace
@@ -93,19 +122,22 @@ U_Err PLUG_InstallScan(int32_t, int32_t count, const uint32_t* codes, PLUG_FileP
   }
 }
 
-U_Err VXHost_RunPlugScan() {
+U_Err PLUG_RunScans() {
   try {
     // The list is copied and unlocked, so that a callback may install a scan.
     Scans& scans = TheScans();
     std::unique_lock lock(scans.mutex);
     const std::vector<Scan> list = scans.list;
-    const std::vector<std::string> folders = scans.folders;
     lock.unlock();
+    const std::vector<std::string> folders = VXHost_GetModuleFolders();
+    std::vector<VXHost_Module> modules;
     U_Err first = 0;
     for (const Scan& scan : list) {
-      const U_Err error = Run(scan, folders);
+      const U_Err error = Run(scan, folders, &modules);
       if (first == 0) first = error;
     }
+    lock.lock();
+    scans.modules = std::move(modules);
     return first;
   } catch (const std::exception& e) {
     return U_TranslateAndReportException(e);
@@ -121,5 +153,15 @@ void VXHost_SetModuleFolders(const std::vector<std::string>& folders) {
 std::vector<std::string> VXHost_GetModuleFolders() {
   Scans& scans = TheScans();
   const std::lock_guard lock(scans.mutex);
-  return scans.folders;
+  if (scans.folders) return *scans.folders;
+  const std::string installed = host::InstalledModuleFolder();
+  std::error_code ignored;
+  if (installed.empty() || !fs::is_directory(installed, ignored)) return {};
+  return {installed};
+}
+
+std::vector<VXHost_Module> VXHost_ListModules() {
+  Scans& scans = TheScans();
+  const std::lock_guard lock(scans.mutex);
+  return scans.modules;
 }

@@ -41,6 +41,13 @@ U_Err PLUG_AddSPSuite(int32_t, int32_t, const char* name, int32_t version, int32
   }
 }
 
+U_Err PLUG_RemoveSPSuite(const char* name, int32_t version) {
+  if (!name) return 3;
+  Registry& registry = TheRegistry();
+  const std::lock_guard lock(registry.mutex);
+  return registry.suites.erase({name, version}) == 1 ? 0 : 3;
+}
+
 const void* VXHost_FindSuite(const char* name, int32_t version, int32_t* members) {
   if (!name) return nullptr;
   Registry& registry = TheRegistry();

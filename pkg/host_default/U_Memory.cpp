@@ -73,6 +73,8 @@ void* AllocateBlockClear(const char* label, size_t size) {
   return block;
 }
 
+size_t SizeOfBlock(const void* block) { return (static_cast<const Header*>(block) - 1)->size; }
+
 void FreeBlock(void* block) {
   if (!block) return;
   Header* header = static_cast<Header*>(block) - 1;
@@ -114,6 +116,18 @@ void U_FreeHandle(void** handle) {
   if (!handle) return;
   host::FreeBlock(*handle);
   host::FreeBlock(handle);
+}
+
+size_t U_GetHandleSize(void** handle) { return handle ? host::SizeOfBlock(*handle) : 0; }
+
+U_Err U_SetHandleSize(void** handle, size_t size) {
+  if (!handle) return 3;
+  void* moved = host::AllocateBlock("resized handle", size);
+  if (!moved) return 4;
+  std::memcpy(moved, *handle, std::min(size, host::SizeOfBlock(*handle)));
+  host::FreeBlock(*handle);
+  *handle = moved;
+  return 0;
 }
 
 void* U_MemTrackedObject::operator new(size_t size) noexcept {

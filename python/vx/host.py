@@ -14,8 +14,8 @@ from typing import Literal, NamedTuple
 
 from . import _vx
 
-__all__ = ["Slot", "Suite", "free_memory", "module_folders", "object_version", "processor",
-           "set_module_folders", "set_processor", "set_threads", "slots", "suites", "threads"]
+__all__ = ["Module", "Slot", "Suite", "free_memory", "module_folders", "modules", "object_version",
+           "processor", "set_module_folders", "set_processor", "set_threads", "slots", "suites", "threads"]
 
 Level = Literal["none", "sse2", "all"]
 
@@ -89,6 +89,24 @@ class Slot(NamedTuple):
 def slots() -> list[Slot]:
     """Returns all replaceable routines."""
     return [Slot(*slot) for slot in _vx.slots()]
+
+
+class Module(NamedTuple):
+    """A file that the latest search for acceleration modules found.
+
+    path: the file.
+    routines: names of its routines; empty if it could not be opened.
+    error: why it was not loaded; empty if it was.
+    """
+
+    path: str
+    routines: list[str]
+    error: str
+
+
+def modules() -> list[Module]:
+    """Returns the files that the latest search for acceleration modules found."""
+    return [Module(*module) for module in _vx.modules()]
 
 
 class Suite(NamedTuple):

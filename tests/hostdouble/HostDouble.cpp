@@ -162,6 +162,15 @@ WRAP(PLUG_InstallScan,
      (int32_t a, int32_t count, const uint32_t* codes, PLUG_FileProc file, PLUG_FinishProc finish,
       void* context),
      a, count, codes, file, finish, context)
+WRAP(LIST_Insert, (LIST_List * list, int32_t index, const void* entry), list, index, entry)
+WRAP(PLUG_RegisterRoutine, (PLUG_File * file, int32_t index, PLUG_Routine** out), file, index, out)
+WRAP_RELEASE(PLUG_UnregisterRoutine, (PLUG_Routine * routine), routine)
+WRAP(PLUG_PrepRoutine, (PLUG_Routine * routine, PLUG_EntryProc* entry), routine, entry)
+WRAP_RELEASE(PLUG_UnprepRoutine, (PLUG_Routine * routine), routine)
+WRAP(PLUG_AddSPSuite,
+     (int32_t a, int32_t b, const char* name, int32_t version, int32_t again, int32_t members,
+      const void* table),
+     a, b, name, version, again, members, table)
 WRAP(BM_LoadLockPixels, (int32_t a, BM_World** world, int32_t b, int32_t c), a, world, b, c)
 WRAP(U_PurgeLoop, (int64_t size, int32_t flags, U_PurgeProc callback, void* context), size, flags,
      callback, context)

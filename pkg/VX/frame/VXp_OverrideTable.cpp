@@ -33,6 +33,11 @@ bool InTable(int32_t slot) { return slot >= 0 && slot < VX_OverrideSlotCount; }
 
 size_t OffsetOf(int32_t slot) { return static_cast<size_t>(slot) * sizeof(void*); }
 
+void WriteSlot(int32_t slot, void* routine) {
+  std::memcpy(reinterpret_cast<char*>(&VXp_G_OverFuncs) + OffsetOf(slot), &routine,
+              sizeof(routine));
+}
+
 int32_t StateOf(int32_t slot) {
   void* const now = VXp_ReadSlot(VXp_G_OverFuncs, slot);
   if (now == nullptr) return VX_SlotState_Null;
@@ -57,13 +62,19 @@ void VXp_RememberBuiltInRoutines() {
   std::memcpy(static_cast<void*>(&built_in), &VXp_G_OverFuncs, sizeof(built_in));
 }
 
+void VXp_RestoreBuiltInRoutines() {
+  for (int32_t slot = 0; slot < VX_OverrideSlotCount; ++slot) {
+    if (VXp_ReadSlot(VXp_G_OverFuncs, slot) == nullptr) continue;
+    WriteSlot(slot, VXp_ReadSlot(built_in, slot));
+  }
+}
+
 VX_Err VX_SetOverrideFunc(int32_t slot, void* routine) {
   if (!InTable(slot) || kSlots[slot].name == nullptr) {
     return VXp_FailVerification("No such slot in VX_SetOverrideFunc()");
   }
   if (routine == nullptr) return VXp_FailVerification("Null routine in VX_SetOverrideFunc()");
-  std::memcpy(reinterpret_cast<char*>(&VXp_G_OverFuncs) + OffsetOf(slot), &routine,
-              sizeof(routine));
+  WriteSlot(slot, routine);
   return VX_Ok;
 }
 
@@ -74,6 +85,7 @@ VX_Err VX_OverrideStdFuncs() {
 
 VX_Err VX_DescribeSlot(int32_t slot, VX_SlotDescription* out) {
   if (!InTable(slot) || out == nullptr) return VX_ErrBadParameter;
-  *out = {slot, kSlots[slot].name, kSlots[slot].signature, StateOf(slot)};
+  *out = {slot, kSlots[slot].name, kSlots[slot].signature, StateOf(slot),
+          VXp_ReadSlot(VXp_G_OverFuncs, slot)};
   return VX_Ok;
 }

@@ -13,6 +13,10 @@ void VXp_ClearOverrideTable();
 // Records the current routines as the built-in ones. VX_Birth calls it after the last slot was set.
 void VXp_RememberBuiltInRoutines();
 
+// Stores the recorded routines again in all slots that are not null. VX_Death calls it, so that no
+// slot contains a routine of a module afterwards.
+void VXp_RestoreBuiltInRoutines();
+
 // Returns the content of one slot of a table. `slot` must be in range.
 void* VXp_ReadSlot(const VXp_OverrideTable& table, int32_t slot);
 

@@ -17,6 +17,7 @@
 #include "housekeeping/VXp_HousekeepingBirth.h"
 #include "lifecycle/VXp_CursorRegistry.h"
 #include "lifecycle/VXp_Modules.h"
+#include "lifecycle/VXp_Suites.h"
 
 namespace {
 
@@ -92,6 +93,8 @@ VX_Err VX_Death() {
   VX_Err error = VXp_UnprepareByteTables();
   const VX_Err modules_error = VXp_TearDownModules();
   if (error == VX_Ok) error = modules_error;
+  VXp_RemoveSuites();
+  VXp_RestoreBuiltInRoutines();
   VXp_DisposeScratch();
   VXp_FreeNoise();
   VXp_FiltersDeathScanKernel();

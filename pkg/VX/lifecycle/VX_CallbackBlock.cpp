@@ -55,6 +55,21 @@ void* AddressIn(const VX_CallbackBlock& block, int32_t selector) {
   }
 }
 
+// Stores one of the two tables that `prepare` provides.
+template <class Entry>
+VX_Err StoreTable(U_Err (*prepare)(int32_t, int32_t, int32_t, Entry**, Entry**), bool second,
+                  const void** out) {
+  Entry* table = nullptr;
+  const VX_Err error = prepare(1, 0, 0, second ? nullptr : &table, second ? &table : nullptr);
+  if (error == VX_Ok && out != nullptr) *out = table;
+  return error;
+}
+
+void* NoEntry(void** out) {
+  if (out != nullptr) *out = nullptr;
+  return nullptr;
+}
+
 }  // namespace
 
 VX_Err VX_GetCallbackBlock(VX_CallbackBlock* block) {
@@ -77,3 +92,22 @@ VX_Err VX_GetCallbackAddr(void* /*word*/, int32_t quality, int32_t mode_flags, i
   *out = AddressIn(BlockFor(quality, mode_flags), selector);
   return VX_Ok;
 }
+
+VX_Err VX_AppCallback(void* /*word*/, int32_t selector, const void** table) {
+  switch (selector) {
+    case 2: return StoreTable(M_PrepareFCMD, /*second=*/false, table);
+    case 3: return StoreTable(M_PrepareFCMD, /*second=*/true, table);
+    case 4: return StoreTable(M_PrepareFTrig, /*second=*/false, table);
+    case 5: return StoreTable(M_PrepareFTrig, /*second=*/true, table);
+    case 6:
+    case 7: return M_UnprepareFCMD();
+    case 8:
+    case 9: return M_UnprepareFTrig();
+    default: return VX_Ok;
+  }
+}
+
+bool VX_IsCFM() { return false; }
+void* VX_GetMachoToCFMMapEntry(void* /*entry*/, void** out) { return NoEntry(out); }
+void* VX_GetCFMToMachoMapEntry(void* /*entry*/, void** out) { return NoEntry(out); }
+VX_Err VX_AddEntryToCFMMachoMaps(void* /*first*/, void* /*second*/) { return VX_Ok; }

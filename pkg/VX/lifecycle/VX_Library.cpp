@@ -9,6 +9,7 @@
 
 #include "VX/VX_Package.h"
 #include "frame/VXp_Report.h"
+#include "host/PLUG.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ VX_Err VX_AcquireLibrary(int32_t caller_version) {
     VX_Err error = VX_CheckVersions(0, caller_version);
     if (error == VX_Ok && holders == 0) {
       error = VX_Birth();
+      if (error == VX_Ok) error = PLUG_RunScans();
       if (error != VX_Ok) static_cast<void>(VX_Death());
     }
     if (error == VX_Ok) ++holders;

@@ -8,9 +8,10 @@
 #include "VX/VX_Types.h"
 
 // Creates the list of loaded routines and requests the host's scan for modules, which the
-// application starts after birth. Returns the host's error. Call VXp_TearDownModules also after an
-// error.
+// application starts after birth. When the scan has visited all files, it registers the suites.
+// Returns the host's error. Call VXp_TearDownModules also after an error.
 VX_Err VXp_InstallModuleScan();
 
-// Frees the list. Returns the host's error.
+// Calls the entry of each loaded routine to unload it, in the order of loading, gives the routines
+// back to the host and frees the list. Continues after an error. Returns the first one.
 VX_Err VXp_TearDownModules();

@@ -15,6 +15,7 @@
 #include "VX/VX_Package.h"
 #include "frame/VXp_Counters.h"
 #include "frame/VXp_VectorConstants.h"
+#include "host/PLUG.h"
 #include "hostdouble/HostDouble.h"
 
 namespace {
@@ -61,7 +62,7 @@ TEST_F(VXBirth, StepsInOrderAndUndoneByDeath) {
   for (size_t i = 0; i < 5; ++i) EXPECT_EQ(host->calls[i].args, args[i]) << i;
   EXPECT_EQ(host->calls[3].text, ".RZX");
   EXPECT_TRUE(host->client_bound);
-  EXPECT_EQ(VXHost_RunPlugScan(), 0);
+  EXPECT_EQ(PLUG_RunScans(), 0);
 
   host->calls.clear();
   EXPECT_EQ(VX_Death(), 0);

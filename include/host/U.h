@@ -145,9 +145,6 @@ VXHOST_API void** U_AllocateHandleClear(uint32_t check, const char* label, size_
 // Frees a handle and its block. Null is ignored.
 VXHOST_API void U_FreeHandle(void** handle);
 
-<<<<<<< HEAD
-// A callback of U_PurgeLoop that tries to allocate memory. Returns 0 on success.
-=======
 // Returns the size of a handle's block in bytes, as requested; 0 for null.
 VXHOST_API size_t U_GetHandleSize(void** handle);
 
@@ -157,7 +154,6 @@ VXHOST_API size_t U_GetHandleSize(void** handle);
 VXHOST_API U_Err U_SetHandleSize(void** handle, size_t size);
 
 // An attempt to allocate something. Returns 0 on success.
->>>>>>> 90d9c85 (wip: suites and acceleration modules)
 typedef U_Err (*U_PurgeProc)(void* context);
 
 // Calls `callback`. If it fails, requests the host to free about `size` bytes and calls it once

@@ -169,6 +169,7 @@ double ToneCurve::FittedExponent() const {
       square += slope * slope;
     }
     double step = product / square;
+    if (!std::isfinite(step)) break;  // the powers of all samples are 0 or 1
     const auto improves = [&] { return best - step > 0 && error(best - step) < error(best); };
     while (!improves() && std::abs(step) > kLeastStep * best) step /= 2;
     if (!improves()) break;

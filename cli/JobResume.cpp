@@ -48,7 +48,8 @@ bool WriteAll(int descriptor, const std::string& text) {
 
 }  // namespace
 
-std::string FingerprintOfFile(const std::string& path) {
+std::string FingerprintOfFile(const std::string& name) {
+  const std::string path = VXIO_FileOf(name);
   auto refuse = [&] {
     throw VXIO_Error(VXIO_ErrorKind::Input,
                      path + ": " +

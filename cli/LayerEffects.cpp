@@ -215,7 +215,7 @@ void CheckEffects(const EffectOptions& options) {
 
 // --- placement -----------------------------------------------------------------------------------
 
-vx::Matrix MatrixOf(const EffectOptions& options, Size size, const VX_LayerDef& below) {
+vx::Matrix MatrixOf(const EffectOptions& options, Size size, Size below) {
   Placement placement = options.placement;
   const auto matrix = [&] {
     return MatricesOf({placement, std::nullopt}, {}, vx::Quality::high, size.width, size.height)

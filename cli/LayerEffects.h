@@ -58,8 +58,8 @@ void CheckEffects(const EffectOptions& options);
 
 // --- placement -----------------------------------------------------------------------------------
 
-// Returns the matrix from the layer to the background. `size` is the size of the layer.
-vx::Matrix MatrixOf(const EffectOptions& options, Size size, const VX_LayerDef& below);
+// Returns the matrix from the layer to the background; the arguments are their sizes.
+vx::Matrix MatrixOf(const EffectOptions& options, Size size, Size below);
 
 // Returns `matrix` after a translation of the layer.
 vx::Matrix After(vx::Point translation, const vx::Matrix& matrix);

@@ -188,8 +188,27 @@ nlohmann::ordered_json RecordOf(const std::string& file, const DrawOptions& opti
           {"opacity", options.opacity}};
 }
 
-vx::Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& below, JobFrame* frame,
-                  VXIO_WorldPtr* picture, nlohmann::ordered_json* record) {
+VXIO_Windows WindowsOf(const VXIO_Picture& picture) {
+  const VXIO_Windows windows = VXIO_WindowsOf(picture.metadata);
+  const vx::Rect whole{0, 0, picture.world->width, picture.world->height};
+  const bool valid = windows.data.width() == whole.right && windows.data.height() == whole.bottom;
+  return valid ? windows : VXIO_Windows{whole, whole};
+}
+
+void FrameDisplayWindow(VXIO_Picture* picture) {
+  const VXIO_Windows windows = WindowsOf(*picture);
+  if (windows.Differ()) VXIO_SetDataWindow(picture, windows.Union());
+}
+
+int64_t BytesOfFrame(const VXIO_Info& info, int32_t depth) {
+  const vx::Rect frame = info.windows.Union();
+  return BytesOfWorld(std::max(frame.width(), info.width), std::max(frame.height(), info.height),
+                      depth);
+}
+
+vx::Mask ReadMask(const DrawOptions& options, size_t input, const VXIO_Picture& background,
+                  JobFrame* frame, VXIO_WorldPtr* picture, nlohmann::ordered_json* record) {
+  const VX_World& below = *background.world;
   VXIO_Picture read = frame->Read(input);
   const std::string& file = frame->Input(input);
   const int32_t depth = below.Depth(), own = read.world->Depth();
@@ -203,13 +222,25 @@ vx::Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& belo
   NoteSize(file, "mask", "the background", **picture, below, static_cast<int32_t>(use));
   (*record)["mask"] = file;
   (*record)["mask_use"] = MatteUses()[static_cast<size_t>(use)];
-  return {**picture, options.mask_at.value_or(vx::Point{}), use};
+  const vx::Point at = options.mask_at.value_or(vx::Point{});
+  const vx::Point own_offset = VXIO_WindowsOf(read.metadata).Offset();
+  const vx::Point offset = WindowsOf(background).Offset();
+  return {**picture, {at.x + own_offset.x - offset.x, at.y + own_offset.y - offset.y}, use};
 }
 
-void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_World* world,
+void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VXIO_Picture* layer,
                 nlohmann::ordered_json* record) {
   const std::string& file = frame->Input(input);
-  const VXIO_Picture picture = frame->Read(input, world->Depth());
+  VX_World* world = layer->world.get();
+  VXIO_Picture picture = frame->Read(input, world->Depth());
+  // The corners of the display windows are aligned.
+  const VXIO_Windows windows = WindowsOf(picture);
+  const vx::Point offset = WindowsOf(*layer).Offset();
+  if (windows.Offset().x != offset.x || windows.Offset().y != offset.y) {
+    const vx::Point corner{windows.display.left + offset.x, windows.display.top + offset.y};
+    VXIO_SetDataWindow(&picture,
+                       {corner.x, corner.y, corner.x + world->width, corner.y + world->height});
+  }
   const vx::Matte use =
       options.matte_use.value_or(picture.has_alpha ? vx::Matte::alpha : vx::Matte::luma);
   NoteSize(file, "matte", "its layer", *picture.world, *world, static_cast<int32_t>(use));

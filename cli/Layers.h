@@ -82,15 +82,24 @@ std::vector<int32_t> DepthsOf(const JobFrame& frame, const std::vector<LayerInpu
 // or matte, each before and after the conversion of the depth.
 int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& layer, int32_t depth);
 
-// Reads the mask of a layer that is drawn on `below`, at the depth of `below`. Stores the pixels in
-// `*picture`, which must exist as long as the returned mask. Adds to `record`, the JSON record of
-// the layer.
-vx::Mask ReadMask(const DrawOptions& options, size_t input, const VX_World& below, JobFrame* frame,
-                  VXIO_WorldPtr* picture, nlohmann::ordered_json* record);
+// Returns the windows of a picture; of a picture without metadata, such as a frame of a clip, its
+// whole area.
+VXIO_Windows WindowsOf(const VXIO_Picture& picture);
 
-// Multiplies the alpha of the layer `*world` by its matte. Adds to `record`, the JSON record of the
+// Extends the world of a picture to its display window: what is drawn on it later may be anywhere
+// in the frame. Pixels outside of the display window stay.
+void FrameDisplayWindow(VXIO_Picture* picture);
+// Returns the number of bytes of the world after FrameDisplayWindow.
+int64_t BytesOfFrame(const VXIO_Info& info, int32_t depth);
+
+// Reads the mask of a layer that is drawn on `below`, at the depth of `below`. Stores the pixels in
+// `*picture`, which must exist as long as the returned mask. Adds to `record`, the record of the
 // layer.
-void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VX_World* world,
+vx::Mask ReadMask(const DrawOptions& options, size_t input, const VXIO_Picture& below,
+                  JobFrame* frame, VXIO_WorldPtr* picture, nlohmann::ordered_json* record);
+
+// Multiplies the alpha of the layer by its matte. Adds to `record`, the record of the layer.
+void ApplyMatte(const DrawOptions& options, size_t input, JobFrame* frame, VXIO_Picture* layer,
                 nlohmann::ordered_json* record);
 
 // Converts options of the command to options of vx::composite or vx::transform.

@@ -24,7 +24,8 @@ struct MultiplyOptions {
 };
 
 // Returns the name of the format of a file if its pixels are stored premultiplied, else "".
-std::string MultiplyingFormat(const std::string& file) {
+std::string MultiplyingFormat(const std::string& path) {
+  const std::string file = VXIO_FileOf(path);
   const std::string extension = file.substr(file.rfind('.') + 1);
   for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {
     const auto& known = format.extensions;

@@ -39,8 +39,21 @@ struct Composite {
   JobColor color;
 };
 
-// The part of a layer that is drawn. `from` is its position in the area of --rect, `at` its
-// position on the background without the options of the placement.
+// The display window of the background: all positions count from its corner.
+struct Frame {
+  Size size;
+  vx::Point origin;  // of its upper left corner in the world
+};
+
+Frame FrameOf(const VXIO_Picture& background) {
+  const VXIO_Windows windows = WindowsOf(background);
+  const vx::Point offset = windows.Offset();
+  return {{windows.display.width(), windows.display.height()}, {-offset.x, -offset.y}};
+}
+
+// The part of a layer that is drawn. `from` is its position in the area of --rect or in the display
+// window of the layer, `at` its position in the world of the background without the options of the
+// placement.
 struct PlacedPart {
   vx::Rect part;
   Size size;  // of the area
@@ -53,13 +66,25 @@ struct PlacedPart {
   }
 };
 
-PlacedPart PartToDraw(const LayerOptions& layer, const VX_World& source, const VX_World& below) {
-  const vx::Rect rect = layer.rect.value_or(vx::Rect{0, 0, source.width, source.height});
+PlacedPart PartToDraw(const LayerOptions& layer, const VXIO_Picture& picture, const Frame& frame) {
+  const VX_World& source = *picture.world;
+  const VXIO_Windows windows = WindowsOf(picture);
+  const vx::Point offset = windows.Offset();
+  // The area in the coordinates of the world. Without --rect, overscan is drawn too.
+  const vx::Rect rect = layer.rect
+                            ? vx::Rect{layer.rect->left - offset.x, layer.rect->top - offset.y,
+                                       layer.rect->right - offset.x, layer.rect->bottom - offset.y}
+                            : vx::Rect{-offset.x, -offset.y, windows.display.width() - offset.x,
+                                       windows.display.height() - offset.y};
+  const vx::Rect whole{0, 0, source.width, source.height};
+  const vx::Rect part = layer.rect ? vx::Rect{std::max(0, rect.left), std::max(0, rect.top),
+                                              std::min(source.width, rect.right),
+                                              std::min(source.height, rect.bottom)}
+                                   : whole;
   const Position at = layer.at.value_or(Position{});
-  const vx::Point corner{static_cast<int32_t>(at.x.In(below.width, rect.width())),
-                         static_cast<int32_t>(at.y.In(below.height, rect.height()))};
-  const vx::Rect part{std::max(0, rect.left), std::max(0, rect.top),
-                      std::min(source.width, rect.right), std::min(source.height, rect.bottom)};
+  const vx::Point corner{
+      frame.origin.x + static_cast<int32_t>(at.x.In(frame.size.width, rect.width())),
+      frame.origin.y + static_cast<int32_t>(at.y.In(frame.size.height, rect.height()))};
   const Size size{rect.width(), rect.height()};
   // --rect is outside of the layer.
   if (part.left >= part.right || part.top >= part.bottom) return {{}, size, {}, corner};
@@ -72,14 +97,18 @@ constexpr const char* kOutside = "is completely outside the background; nothing 
 // Draws a layer that has a placement, a blur or a shadow. Returns the reason if nothing is drawn,
 // else an empty text.
 std::string DrawPlaced(const LayerOptions& layer, const PlacedPart& placed, vx::AnyConstView part,
-                       const vx::CompositeOptions& drawing, VX_World* below,
+                       const vx::CompositeOptions& drawing, const Frame& frame, VX_World* below,
                        nlohmann::ordered_json* record) {
   vx::Matrix matrix{
       {1, 0, 0, 0, 1, 0, static_cast<double>(placed.at.x), static_cast<double>(placed.at.y), 1}};
   if (layer.HasPlacement()) {
-    matrix = MatrixOf(layer, placed.size, *below);
+    matrix = MatrixOf(layer, placed.size, frame.size);
     (*record)["matrix"] = matrix.m;
     matrix = After(placed.from, matrix);
+    for (int row = 0; row < 9; row += 3) {  // then a translation by the origin
+      matrix.m[row] += frame.origin.x * matrix.m[row + 2];
+      matrix.m[row + 1] += frame.origin.y * matrix.m[row + 2];
+    }
   }
   const std::string why = InvisibleReason({matrix}, *part.descriptor(), *below);
   if (layer.HasEffects()) {
@@ -100,17 +129,20 @@ std::string DrawPlaced(const LayerOptions& layer, const PlacedPart& placed, vx::
 
 // Draws one layer and returns its record.
 nlohmann::ordered_json Draw(const LayerOptions& layer, size_t index, const LayerInputs& inputs,
-                            FrameColor* color, JobFrame* frame, VX_World* below) {
+                            FrameColor* color, JobFrame* frame, VXIO_Picture* background) {
+  VX_World* below = background->world.get();
+  const Frame window = FrameOf(*background);
   const std::string& file = frame->Input(inputs.file);
   nlohmann::ordered_json record = RecordOf(file, layer);
   VXIO_Picture picture = color->ReadLayer(inputs.file, &record, layer.alpha);
-  if (inputs.matte) ApplyMatte(layer, inputs.matte, frame, picture.world.get(), &record);
+  if (inputs.matte) ApplyMatte(layer, inputs.matte, frame, &picture, &record);
   auto options = DrawingOf<vx::CompositeOptions>(layer);
   VXIO_WorldPtr mask;
-  if (inputs.mask) options.mask = ReadMask(layer, inputs.mask, *below, frame, &mask, &record);
-  const PlacedPart placed = PartToDraw(layer, *picture.world, *below);
+  if (inputs.mask) options.mask = ReadMask(layer, inputs.mask, *background, frame, &mask, &record);
+  const PlacedPart placed = PartToDraw(layer, picture, window);
   const bool plain = !layer.HasPlacement() && !layer.HasEffects();
-  record["at"] = {placed.at.x - placed.from.x, placed.at.y - placed.from.y};
+  record["at"] = {placed.at.x - placed.from.x - window.origin.x,
+                  placed.at.y - placed.from.y - window.origin.y};
   options.at = placed.at;
   options.linear = color->light();
   options.progress = frame->Progress();
@@ -124,7 +156,7 @@ nlohmann::ordered_json Draw(const LayerOptions& layer, size_t index, const Layer
       if (placed.part.width() == 0) options.at = {-picture.world->width, -picture.world->height};
       vx::composite(*below, placed.part.width() > 0 ? whole.part(placed.part) : whole, options);
     } else {
-      why = DrawPlaced(layer, placed, whole.part(placed.part), options, below, &record);
+      why = DrawPlaced(layer, placed, whole.part(placed.part), options, window, below, &record);
     }
   });
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
@@ -140,13 +172,14 @@ void WorkOn(Composite* job, JobFrame* frame) {
   FrameColor color(&job->color, frame, &job->inputs, own, depth);
   nlohmann::ordered_json& record = frame->Record();
   VXIO_Picture background = color.ReadBackground("background", job->options.background_alpha);
+  FrameDisplayWindow(&background);
   record["width"] = background.world->width;
   record["height"] = background.world->height;
   record["depth"] = depth;
   record["layers"] = nlohmann::ordered_json::array();
   for (size_t i = 0; i < job->layer_inputs.size(); ++i) {
-    record["layers"].push_back(Draw(job->options.layers[i], i, job->layer_inputs[i], &color, frame,
-                                    background.world.get()));
+    record["layers"].push_back(
+        Draw(job->options.layers[i], i, job->layer_inputs[i], &color, frame, &background));
   }
   VXIO_WriteOptions write;
   write.metadata = background.metadata;
@@ -167,11 +200,12 @@ int64_t BytesOf(const std::vector<VXIO_Info>& infos, const Composite& job) {
     if (layer.HasEffects()) {
       // The placed layer, its shadow, and the result of the first pass of a blur.
       const int64_t around = 2 * int64_t{layer.Reach()};
-      bytes += 3 * BytesOfWorld(infos[0].width + around, infos[0].height + around, depth);
+      const vx::Rect frame = infos[0].windows.Union();
+      bytes += 3 * BytesOfWorld(frame.width() + around, frame.height() + around, depth);
     }
     most = std::max(most, bytes);
   }
-  return 2 * BytesOfWorld(infos[0].width, infos[0].height, depth) + most;
+  return 2 * BytesOfFrame(infos[0], depth) + most;
 }
 
 int Run(const CompositeOptions& options, const Verb& verb) {

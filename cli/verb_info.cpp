@@ -17,12 +17,16 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+Json RectOf(const vx::Rect& rect) { return {rect.left, rect.top, rect.right, rect.bottom}; }
+
 Json Describe(const VXIO_Info& info) {
   static const char* const kAlpha[] = {"none", "straight", "premultiplied"};
   Json json = {{"file", info.path},
                {"format", info.format},
                {"width", info.width},
                {"height", info.height},
+               {"data_window", RectOf(info.windows.data)},
+               {"display_window", RectOf(info.windows.display)},
                {"channels", info.channels},
                {"sample_type", info.sample_type},
                {"bits", info.bits},
@@ -30,6 +34,7 @@ Json Describe(const VXIO_Info& info) {
                {"alpha", kAlpha[static_cast<int>(info.alpha)]},
                {"orientation", info.orientation},
                {"pictures", info.parts},
+               {"layers", info.layers},
                {"profile", nullptr},
                {"metadata", Json::object()}};
   if (info.has_profile) json["profile"] = info.profile.empty() ? "without a name" : info.profile;
@@ -41,8 +46,12 @@ void PrintText(const VXIO_Info& info, const Json& json) {
   std::string channels;
   for (const std::string& name : info.channels) channels += (channels.empty() ? "" : " ") + name;
   std::cout << info.path << ": " << info.format << ", " << info.width << " x " << info.height
-            << '\n'
-            << "channels  " << channels << '\n'
+            << '\n';
+  if (info.windows.Differ()) {
+    std::cout << "windows   data " << json["data_window"].dump() << ", display "
+              << json["display_window"].dump() << " (left, top, right, bottom)\n";
+  }
+  std::cout << "channels  " << channels << '\n'
             << "samples   " << info.sample_type << ", " << info.bits << " bits; worked on at "
             << info.depth << " bits\n"
             << "alpha     " << json["alpha"].get<std::string>() << '\n';
@@ -50,6 +59,10 @@ void PrintText(const VXIO_Info& info, const Json& json) {
     std::cout << "upright   after turning (orientation " << info.orientation << ")\n";
   }
   if (info.parts > 1) std::cout << "pictures  more than one; the first is used\n";
+  for (size_t i = 0; i < info.layers.size(); ++i) {
+    std::cout << (i == 0 ? "layers    " : " ") << info.layers[i];
+  }
+  if (!info.layers.empty()) std::cout << '\n';
   std::cout << "profile   " << (info.has_profile ? json["profile"].get<std::string>() : "none")
             << '\n'
             << "metadata  " << info.metadata.size() << " entries\n";

@@ -107,7 +107,8 @@ Json ListFormats() {
                     {"profile", format.profile},
                     {"bits", format.bits},
                     {"compressions", format.compressions},
-                    {"quality", format.quality}});
+                    {"quality", format.quality},
+                    {"writes", format.writes}});
   }
   return rows;
 }

@@ -63,21 +63,48 @@ Motion MotionAt(const Transform& job, JobFrame& frame) {
   return motion;
 }
 
-void Draw(const Transform& job, const VX_World& layer, FrameColor* color, JobFrame* frame,
-          VX_World* below, nlohmann::ordered_json* record) {
+// Returns the position of the upper left corner of the display window in the world.
+vx::Point CornerOf(const VXIO_Picture& picture) {
+  const vx::Point offset = WindowsOf(picture).Offset();
+  return {-offset.x, -offset.y};
+}
+
+// Converts matrices between display windows to matrices between the worlds that contain them.
+void BetweenWorlds(vx::Point from, vx::Point to, std::vector<vx::Matrix>* matrices) {
+  if (from.x == 0 && from.y == 0 && to.x == 0 && to.y == 0) return;
+  for (vx::Matrix& matrix : *matrices) {
+    double* m = matrix.m;  // the rows are x, y and the translation
+    for (int column = 0; column < 3; ++column) {
+      m[6 + column] -= from.x * m[column] + from.y * m[3 + column];
+    }
+    for (int row = 0; row < 3; ++row) {
+      m[3 * row] += to.x * m[3 * row + 2];
+      m[3 * row + 1] += to.y * m[3 * row + 2];
+    }
+  }
+}
+
+void Draw(const Transform& job, const VXIO_Picture& picture, FrameColor* color, JobFrame* frame,
+          VXIO_Picture* background, nlohmann::ordered_json* record) {
+  const VX_World& layer = *picture.world;
+  VX_World* below = background->world.get();
+  const VXIO_Windows windows = WindowsOf(picture);
   auto options = DrawingOf<vx::TransformOptions>(job.options.draw);
   VXIO_WorldPtr mask;
   if (job.layer_inputs.mask) {
-    options.mask = ReadMask(job.options.draw, job.layer_inputs.mask, *below, frame, &mask, record);
+    options.mask =
+        ReadMask(job.options.draw, job.layer_inputs.mask, *background, frame, &mask, record);
   }
   options.linear = color->light();
   options.quality = job.options.quality;
   options.progress = frame->Progress();
   const Motion motion = MotionAt(job, *frame);
   const auto matrices_of = [&](const Motion& m) {
-    return MatricesOf(m, job.shutter, job.options.quality, layer.width, layer.height);
+    return MatricesOf(m, job.shutter, job.options.quality, windows.display.width(),
+                      windows.display.height());
   };
-  const std::vector<vx::Matrix> matrices = matrices_of(motion);
+  std::vector<vx::Matrix> matrices = matrices_of(motion);
+  BetweenWorlds(CornerOf(picture), CornerOf(*background), &matrices);
   const std::string& file = frame->Input(job.layer_inputs.file);
   const std::string why = InvisibleReason(matrices, layer, *below);
   if (!why.empty()) Note(file + ": " + why);
@@ -100,22 +127,28 @@ void WorkOn(Transform* transform, JobFrame* frame) {
   const bool over = job.layer_inputs.file > 0;
   // Without --over the layer is drawn on a transparent picture that has the profile of the layer.
   VXIO_Picture picture = color.ReadBackground(over ? "background" : "layer");
-  VXIO_WorldPtr layer;
+  FrameDisplayWindow(&picture);
+  VXIO_Picture layer;
   if (over) {
-    layer = color.ReadLayer(job.layer_inputs.file, &about).world;
+    layer = color.ReadLayer(job.layer_inputs.file, &about);
   } else {
-    layer = std::move(picture.world);
-    const Size size = job.options.size.value_or(Size{layer->width, layer->height});
+    layer.world = std::move(picture.world);
+    layer.metadata = picture.metadata;
+    const Size size = job.options.size.value_or(Size{layer.world->width, layer.world->height});
     picture.world = vx::Image(size.width, size.height, depth).release();
-    // All output frames of a sequence have alpha, also those that the layer covers completely.
+    if (job.options.size) {
+      const vx::Rect frame_of_size{0, 0, size.width, size.height};
+      picture.metadata = VXIO_WithWindows(picture.metadata, {frame_of_size, frame_of_size});
+    }
+    // All frames of a sequence have alpha, also those that the layer covers completely.
     picture.has_alpha |= job.is_sequence;
   }
   if (job.layer_inputs.matte)
-    ApplyMatte(job.options.draw, job.layer_inputs.matte, frame, layer.get(), &about);
+    ApplyMatte(job.options.draw, job.layer_inputs.matte, frame, &layer, &about);
   record["width"] = picture.world->width;
   record["height"] = picture.world->height;
   record["depth"] = depth;
-  Draw(job, *layer, &color, frame, picture.world.get(), &about);
+  Draw(job, layer, &color, frame, &picture, &about);
   record["layer"] = about;
   frame->Write(*picture.world, picture);
 }
@@ -124,7 +157,9 @@ int64_t BytesOf(const Transform& job, const std::vector<VXIO_Info>& infos) {
   int32_t depth = job.options.depth;
   for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
   const VXIO_Info& first = infos[0];
-  const Size below = job.options.size.value_or(Size{first.width, first.height});
+  const vx::Rect own = first.windows.Union();
+  const Size below = job.options.size.value_or(
+      Size{std::max(own.width(), first.width), std::max(own.height(), first.height)});
   return BytesOfLayer(infos, job.layer_inputs, depth) +
          (job.layer_inputs.file > 0 ? 2 : 1) * BytesOfWorld(below.width, below.height, depth);
 }

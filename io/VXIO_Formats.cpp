@@ -21,17 +21,22 @@ constexpr auto kNone = VXIO_AlphaKind::None;
 constexpr auto kStraight = VXIO_AlphaKind::Straight;
 constexpr auto kPremultiplied = VXIO_AlphaKind::Premultiplied;
 
-// WebP, GIF and others are excluded: their readers always multiply by alpha, or their writers
-// reduce the number of colours.
-constexpr std::array<VXIOp_Format, 8> kFormats = {{
-    {"png", "png", "png", true, true, false, kStraight, true, false, true},
-    {"jpeg", "jpeg", "jpg jpeg jpe", true, false, false, kNone, true, false, true},
-    {"tiff", "tiff", "tif tiff", true, true, true, kStraight, true, false, true},
-    {"exr", "openexr", "exr", false, false, true, kPremultiplied, false, true, true},
-    {"tga", "targa", "tga", true, false, false, kStraight, false, false, true},
-    {"bmp", "bmp", "bmp", true, false, false, kStraight, false, false, false},
-    {"dpx", "dpx", "dpx", true, true, false, kStraight, false, false, false},
-    {"pnm", "pnm", "ppm pnm pgm pbm", true, true, false, kNone, false, false, true},
+// The last formats are only read: their writers lose alpha, depth or colours.
+constexpr std::array<VXIOp_Format, 14> kFormats = {{
+    {"png", "png", "png", true, true, false, kStraight, true, false, true, true},
+    {"jpeg", "jpeg", "jpg jpeg jpe", true, false, false, kNone, true, false, true, true},
+    {"tiff", "tiff", "tif tiff", true, true, true, kStraight, true, false, true, true},
+    {"exr", "openexr", "exr", false, false, true, kPremultiplied, false, true, true, true},
+    {"tga", "targa", "tga", true, false, false, kStraight, false, false, true, true},
+    {"bmp", "bmp", "bmp", true, false, false, kStraight, false, false, false, true},
+    {"dpx", "dpx", "dpx", true, true, false, kStraight, false, false, false, true},
+    {"pnm", "pnm", "ppm pnm pgm pbm", true, true, false, kNone, false, false, true, true},
+    {"webp", "webp", "webp", true, false, false, kStraight, false, false, false, false},
+    {"psd", "psd", "psd", true, true, true, kStraight, false, false, true, false},
+    {"hdr", "hdr", "hdr rgbe", false, false, true, kNone, false, false, false, false},
+    {"gif", "gif", "gif", true, false, false, kStraight, false, false, false, false},
+    {"sgi", "sgi", "sgi rgb rgba bw", true, true, false, kStraight, false, false, true, false},
+    {"jpeg2000", "jpeg2000", "jp2 j2k", true, true, false, kStraight, false, false, true, false},
 }};
 
 std::atomic<int32_t> threads{0};
@@ -78,7 +83,7 @@ const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_vie
     std::string_view bytes;
     std::string_view format;
   };
-  static constexpr std::array<Mark, 10> kMarks = {{{"\x89PNG\r\n\x1a\n"sv, "png"},
+  static constexpr std::array<Mark, 18> kMarks = {{{"\x89PNG\r\n\x1a\n"sv, "png"},
                                                    {"\xff\xd8\xff"sv, "jpeg"},
                                                    {"II*\0"sv, "tiff"},
                                                    {"MM\0*"sv, "tiff"},
@@ -87,9 +92,20 @@ const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_vie
                                                    {"\x76\x2f\x31\x01"sv, "exr"},
                                                    {"SDPX"sv, "dpx"},
                                                    {"XPDS"sv, "dpx"},
-                                                   {"BM"sv, "bmp"}}};
+                                                   {"BM"sv, "bmp"},
+                                                   {"8BPS"sv, "psd"},
+                                                   {"#?RADIANCE"sv, "hdr"},
+                                                   {"#?RGBE"sv, "hdr"},
+                                                   {"GIF87a"sv, "gif"},
+                                                   {"GIF89a"sv, "gif"},
+                                                   {"\x01\xda"sv, "sgi"},
+                                                   {"\0\0\0\x0cjP  "sv, "jpeg2000"},
+                                                   {"\xff\x4f\xff\x51"sv, "jpeg2000"}}};
   for (const Mark& mark : kMarks) {
     if (head.starts_with(mark.bytes)) return ByName(mark.format);
+  }
+  if (head.starts_with("RIFF") && head.size() >= 12 && head.substr(8, 4) == "WEBP") {
+    return ByName("webp");
   }
   if (head.size() > 2 && head[0] == 'P' && head[1] >= '1' && head[1] <= '6' &&
       std::isspace(static_cast<unsigned char>(head[2]))) {
@@ -99,9 +115,10 @@ const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_vie
   return named && named == ByName("tga") ? named : nullptr;
 }
 
-std::string VXIOp_FormatNames() {
+std::string VXIOp_FormatNames(VXIOp_Use use) {
   std::string names;
   for (const VXIOp_Format& format : kFormats) {
+    if (use == VXIOp_Use::Write && !format.writes) continue;
     if (!names.empty()) names += ", ";
     names += format.name;
   }
@@ -123,6 +140,7 @@ std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
     info.extensions = Split(format.extensions);
     info.alpha = format.alpha;
     info.profile = format.profile;
+    info.writes = format.writes;
     // A format also supports the smaller depths, because a larger depth stores their values
     // exactly.
     if (format.depth8 || format.depth16 || format.depth32) info.depths.push_back(8);

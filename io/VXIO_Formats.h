@@ -24,6 +24,7 @@ struct VXIOp_Format {
   bool profile;
   bool windows;  // keeps data and display windows
   bool grey;     // holds one channel
+  bool writes;   // false: only read
 };
 
 std::span<const VXIOp_Format> VXIOp_Formats();
@@ -35,8 +36,10 @@ const VXIOp_Format* VXIOp_FormatOfName(std::string_view path);
 // the format of the extension. Returns null if the file is not a known picture.
 const VXIOp_Format* VXIOp_FormatOfContent(std::string_view head, std::string_view path);
 
-// Returns "png, jpeg, ..." for messages.
-std::string VXIOp_FormatNames();
+enum class VXIOp_Use { Read, Write };
+
+// Returns "png, jpeg, ..." for messages: the formats that can be read or written.
+std::string VXIOp_FormatNames(VXIOp_Use use = VXIOp_Use::Read);
 
 // Returns OpenImageIO's sample type for 8, 16 or 32 bits.
 inline OIIO::TypeDesc VXIOp_SampleType(int32_t depth) {
@@ -49,6 +52,7 @@ inline OIIO::TypeDesc VXIOp_SampleType(int32_t depth) {
 struct VXIO_Metadata::Impl {
   OIIO::ImageSpec spec;
   const VXIOp_Format* format = nullptr;  // null if the picture was not read from a file
+  bool windows = false;                  // `spec` has valid windows
   COR_QCE_ProfilePtr given_profile;      // set by VXIO_WithProfile; `spec` has its bytes
 };
 

@@ -20,7 +20,7 @@ struct VXIOp_Channels {
 };
 
 struct VXIOp_Open {
-  std::string path;
+  std::string path;  // as given, with the layer
   const VXIOp_Format* format = nullptr;
   std::unique_ptr<OIIO::ImageInput> input;
   OIIO::ImageSpec spec;
@@ -29,11 +29,14 @@ struct VXIOp_Open {
   int32_t depth = 8;                            // the smallest depth that preserves the samples
   int32_t orientation = 1;
   int32_t parts = 1;
+  int part = 0;                     // index of the picture in the file
+  std::vector<std::string> layers;  // names for "file.exr@NAME"
   std::vector<std::string> warnings;
 
   bool turned() const { return orientation >= 5; }  // width and height are exchanged
   int32_t width() const { return turned() ? spec.height : spec.width; }
   int32_t height() const { return turned() ? spec.width : spec.height; }
+  VXIO_Windows windows() const;  // of the upright picture
 };
 
 // Opens a picture. Throws VXIO_Error (Input) unless the file is a readable picture of 1..30,000

@@ -300,9 +300,10 @@ void VXIOp_OutputFile::Commit(VXIO_Clobber clobber) {
 }
 
 void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber) {
-  if (!VXIOp_FormatOfName(path)) {
+  const VXIOp_Format* format = VXIOp_FormatOfName(path);
+  if (!format || !format->writes) {
     VXIOp_ThrowOutput(path, "the extension names no format that can be written; use one of " +
-                                VXIOp_FormatNames());
+                                VXIOp_FormatNames(VXIOp_Use::Write));
   }
   VXIO_CheckFile(path, clobber);
 }

@@ -38,7 +38,11 @@ bool SaysLinear(const VXIO_Metadata& metadata) {
   if (!metadata.Get()) return false;
   const VXIO_Metadata::Impl& from = *metadata.Get();
   const std::string space(from.spec.get_string_attribute("oiio:ColorSpace"));
-  if (space.empty()) return from.format && std::string_view(from.format->name) == "exr";
+  if (space.empty() && from.format) {
+    const std::string_view format = from.format->name;
+    return format == "exr" || format == "hdr";
+  }
+  if (space.empty()) return false;
   static constexpr std::array<const char*, 4> kNames = {"linear", "scene_linear", "lin_srgb",
                                                         "lin_rec709"};
   return std::any_of(kNames.begin(), kNames.end(),

@@ -134,6 +134,13 @@ std::vector<int64_t> VXIO_FramePattern::FramesOnDisk() const {
   ForEachName(folder_, [&](const std::string& name) {
     if (std::optional<int64_t> frame = FrameOf(name)) frames.push_back(*frame);
   });
+  // "shot.####.exr@LAYER" is a layer of the files "shot.####.exr".
+  const size_t layer = frames.empty() ? after_.rfind('@') : std::string::npos;
+  if (layer != std::string::npos && layer > 0) {
+    VXIO_FramePattern files = *this;
+    files.after_ = after_.substr(0, layer);
+    return files.FramesOnDisk();
+  }
   if (static_cast<int64_t>(frames.size()) > VXIO_MostFrames) {
     VXIOp_ThrowInput(Canonical(), "has more than " + std::to_string(VXIO_MostFrames) + " frames");
   }

@@ -16,6 +16,7 @@
 #include "VXIO_Encoding.h"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
+#include "VXIO_Windows.h"
 
 namespace {
 
@@ -92,7 +93,13 @@ void CarryMetadata(const std::string& path, const VXIO_Metadata::Impl& from, Pla
     spec.attribute(name, entry.type(), entry.data());
   }
   const OIIO::ImageSpec& old = from.spec;
-  if (old.width != spec.width || old.height != spec.height) return;
+  if (old.width != spec.width || old.height != spec.height) {
+    if (from.windows && VXIOp_WindowsOf(old).Differ()) {
+      plan->warnings.push_back(path +
+                               ": the size has changed; the windows of the input are left out");
+    }
+    return;
+  }
   if (plan->format->windows) {
     spec.x = old.x;
     spec.y = old.y;
@@ -411,12 +418,42 @@ void RefuseWarnings(const Plan& plan, const VXIO_WriteOptions& options) {
   }
 }
 
+// Writes the area of the display window to a format that has no windows.
+std::vector<std::string> WriteFrame(const std::string& path, const VX_LayerDef& world,
+                                    const VXIO_WriteOptions& options) {
+  const VXIO_Windows windows = VXIO_WindowsOf(options.metadata);
+  const vx::Rect& display = windows.display;
+  std::vector<std::string> warnings;
+  const vx::Rect both = windows.Union();
+  if (both.width() != display.width() || both.height() != display.height()) {
+    warnings.push_back(
+        path + ": " + VXIOp_FormatOfName(path)->name +
+        " does not hold the pixels of the input outside of its display window; write "
+        "exr to keep them");
+    if (options.strict)
+      VXIOp_ThrowOutput(path, warnings[0].substr(path.size() + 2) + " (--strict)");
+  }
+  const bool opaque =
+      !options.keep_alpha && vx::visit(world, [](auto view) { return CountNotOpaque(view); }) == 0;
+  const vx::Image frame = VXIOp_Reframe(world, windows.data, display,
+                                        opaque ? VXIOp_Outside::Opaque : VXIOp_Outside::Clear);
+  VXIO_WriteOptions changed = options;
+  changed.metadata = VXIO_WithWindows(options.metadata, {display, display});
+  for (std::string& warning : VXIO_Write(path, *frame.world(), changed)) {
+    warnings.push_back(std::move(warning));
+  }
+  return warnings;
+}
+
 }  // namespace
 
 std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
                                     const VXIO_WriteOptions& options) {
   VXIO_CheckOutput(path, options.clobber);
   VXIO_CheckEncoding(path, options.encoding);
+  if (VXIOp_NeedsFrame(*VXIOp_FormatOfName(path), world, options.metadata)) {
+    return WriteFrame(path, world, options);
+  }
   Plan plan = MakePlan(path, world, options);
   RefuseWarnings(plan, options);
   VXIOp_OutputFile file(path);

@@ -31,7 +31,10 @@ void WarnAll(const std::vector<std::string>& warnings) {
 
 void RequireFile(const py::object& path) {
   const py::module_ os = py::module_::import("os");
-  os.attr("stat")(path);  // raises FileNotFoundError, PermissionError, ...
+  const std::string name = PathOf(path), file = VXIO_FileOf(name);
+  if (file == name) {
+    os.attr("stat")(path);  // raises FileNotFoundError, PermissionError, ...
+  }
 }
 
 VXIO_AlphaAs ParseAlpha(const py::object& arg) {
@@ -111,6 +114,10 @@ Metadata WithProfile(const Metadata& metadata, const py::bytes& profile) {
   return result;
 }
 
+py::tuple RectOf(const vx::Rect& rect) {
+  return py::make_tuple(rect.left, rect.top, rect.right, rect.bottom);
+}
+
 py::dict Info(const py::object& path) {
   const std::string file = PathOf(path);
   RequireFile(path);
@@ -126,11 +133,14 @@ py::dict Info(const py::object& path) {
   result["format"] = info.format;
   result["width"] = info.width;
   result["height"] = info.height;
+  result["data_window"] = RectOf(info.windows.data);
+  result["display_window"] = RectOf(info.windows.display);
   result["channels"] = info.channels;
   result["sample_type"] = info.sample_type;
   result["depth"] = info.depth;
   result["alpha"] = kAlpha[static_cast<int32_t>(info.alpha)];
   result["parts"] = info.parts;
+  result["layers"] = info.layers;
   result["profile"] = info.has_profile ? py::object(py::str(info.profile)) : py::none();
   py::dict attributes;
   for (const auto& [name, value] : info.metadata) attributes[py::str(name)] = value;
@@ -181,6 +191,14 @@ void AddFiles(py::module_& module) {
       .def("with_profile", &WithProfile, py::arg("profile"),
            "Returns Metadata with another ICC profile. profile: bytes of the profile. Pixels are "
            "not converted.")
+      .def_property_readonly(
+          "data_window", [](const Metadata& m) { return RectOf(VXIO_WindowsOf(m.carried).data); },
+          "The area of the picture in the file: (left, top, right, bottom), in pixels; right and "
+          "bottom exclusive. (0, 0, width, height) except in some EXR files.")
+      .def_property_readonly(
+          "display_window",
+          [](const Metadata& m) { return RectOf(VXIO_WindowsOf(m.carried).display); },
+          "The frame of the picture: (left, top, right, bottom), as data_window.")
       .def("__repr__", [](const Metadata& m) { return "<vx.Metadata of " + m.path + ">"; });
   module.def("read", &Read);
   module.def("write", &Write);

@@ -19,6 +19,9 @@
 //             Samples of 10, 12 and 14 bits are preserved exactly, 16-bit samples to within 1. A
 //             16-bit file is converted to and from float worlds directly, not through 0..32768.
 //   Size      1..30,000 pixels on each axis, checked before memory is allocated.
+//   Windows   An EXR has a display window, which is the frame of the picture, and a data window,
+//   the
+//             area whose pixels are stored. A world contains the data window. See VXIO_Windows.
 //   Upright   The orientation tag of a camera is applied on reading and then removed.
 //   Errors    Thrown as VXIO_Error with one line of text: the file, and how to correct the problem.
 //             If the library fails or memory is exhausted, vx::Error is thrown.
@@ -35,6 +38,7 @@
 
 #include "VX/VX_World.h"
 #include "VX/cpp/Error.hpp"
+#include "VX/cpp/View.hpp"
 
 // Marks the classes and functions that libVXIO exports. All other symbols are hidden.
 #define VXIO_API __attribute__((visibility("default")))
@@ -67,6 +71,36 @@ class VXIO_API VXIO_Metadata {
   std::shared_ptr<const Impl> impl_;
 };
 
+// --- windows -------------------------------------------------------------------------------------
+
+// The windows of an EXR in the coordinates of the file, turned upright. In a picture of another
+// format both windows are 0, 0, width, height.
+struct VXIO_Windows {
+  vx::Rect data;     // the area of the world
+  vx::Rect display;  // the frame of the picture
+
+  bool Differ() const {
+    return data.left != display.left || data.top != display.top || data.right != display.right ||
+           data.bottom != display.bottom;
+  }
+  // Returns the position of the upper left corner of the data window in the display window.
+  vx::Point Offset() const { return {data.left - display.left, data.top - display.top}; }
+  // Returns the smallest area that contains both windows.
+  vx::Rect Union() const {
+    return {data.left < display.left ? data.left : display.left,
+            data.top < display.top ? data.top : display.top,
+            data.right > display.right ? data.right : display.right,
+            data.bottom > display.bottom ? data.bottom : display.bottom};
+  }
+};
+
+// Returns the windows of the picture that was read; all 0 for metadata without a picture.
+VXIO_API VXIO_Windows VXIO_WindowsOf(const VXIO_Metadata& metadata);
+
+// Returns metadata with other windows. VXIO_Write stores them if the world has the size of the data
+// window; a format without windows gets the area of the display window.
+VXIO_API VXIO_Metadata VXIO_WithWindows(const VXIO_Metadata& metadata, const VXIO_Windows& windows);
+
 // --- formats -------------------------------------------------------------------------------------
 
 enum class VXIO_AlphaKind { None, Straight, Premultiplied };
@@ -81,10 +115,15 @@ struct VXIO_FormatInfo {
   // Values of VXIO_Encoding::compression, with the range of levels if there are any: "zip:1-9". The
   // first one is the default.
   std::vector<std::string> compressions;
-  bool quality;  // VXIO_Encoding::quality has an effect
+  bool quality;        // VXIO_Encoding::quality has an effect
+  bool writes = true;  // false: pictures of the format can only be read
 };
 
 VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
+
+// Returns the name of the file: the path without "@LAYER". A file whose name contains @ is
+// preferred.
+VXIO_API std::string VXIO_FileOf(const std::string& path);
 
 // Returns the names and versions of OpenImageIO, of the picture libraries it uses and of the
 // libraries that read clips.
@@ -101,15 +140,18 @@ VXIO_API bool VXIO_IsPicture(const std::string& path);
 struct VXIO_Info {
   std::string path;
   std::string format;
-  int32_t width = 0;  // of the upright picture, in pixels
+  int32_t width = 0;  // of the upright picture, in pixels; in an EXR of the data window
   int32_t height = 0;
+  VXIO_Windows windows;
   std::vector<std::string> channels;  // names, in the order of the file
   std::string sample_type;            // "uint8", "uint16", "half", "float", ...
   int32_t bits = 0;                   // per sample in the file
   int32_t depth = 0;                  // of the world that VXIO_Read makes: 8, 16 or 32
   VXIO_AlphaKind alpha = VXIO_AlphaKind::None;
   int32_t orientation = 1;  // 1..8 as in EXIF; 1 is upright
-  int32_t parts = 1;        // 2 if the file contains several pictures; only the first is read
+  int32_t parts = 1;        // 2 if the file contains several pictures; only one is read
+  // Names of the layers, parts and channels of an EXR. "file.exr@NAME" is the path of one of them.
+  std::vector<std::string> layers;
   bool has_profile = false;
   std::string profile;  // description of the profile; may be empty
   // Name and value of each attribute, without the profile.
@@ -134,11 +176,16 @@ struct VXIO_Picture {
   std::vector<std::string> warnings;
 };
 
-// Reads the first picture of a file.
+// Reads the first picture of a file, or a layer of an EXR ("file.exr@NAME").
 //   depth   8, 16 or 32; 0 for the depth of the file
 //   alpha   how to interpret the colours, see VXIO_AlphaAs
 VXIO_API VXIO_Picture VXIO_Read(const std::string& path, int32_t depth = 0,
                                 VXIO_AlphaAs alpha = VXIO_AlphaAs::File);
+
+// Changes the data window of a picture and of its metadata: the world becomes as large as `data`.
+// Pixels outside of the old data window are transparent black, or opaque black if the picture has
+// no alpha. Throws VXIO_Error (Input) for an area larger than a picture may be.
+VXIO_API void VXIO_SetDataWindow(VXIO_Picture* picture, const vx::Rect& data);
 
 // Reads the header only. Returns the result of VXIO_Read with a null world.
 VXIO_API VXIO_Picture VXIO_ReadHeader(const std::string& path);

@@ -16,7 +16,11 @@ Alpha = Literal["file", "straight", "premultiplied", "ignore"]
 
 
 class Read(NamedTuple):
-    """The result of read_all()."""
+    """The result of read_all().
+
+    metadata.data_window is the area of the picture, metadata.display_window the frame of the file;
+    they differ in some EXR files.
+    """
 
     picture: Picture
     metadata: _vx.Metadata
@@ -44,7 +48,8 @@ def read_all(path: Path, *, depth: int | None = None, alpha: Alpha = "file", wor
              order: Order = "rgba") -> Read:
     """Returns the first picture of a file, its metadata, and whether it has an alpha channel.
 
-    path: file of any format that the library reads.
+    path: file of any format that the library reads; "file.exr@NAME" is a layer, part or channel of an
+    EXR.
     depth: 8, 16 or 32 bits per channel. None: the depth of the file.
     alpha: how the colours of the file are interpreted: "file" as the file declares, "straight",
     "premultiplied" by alpha, or "ignore" for no alpha.
@@ -98,7 +103,9 @@ def info(path: Path) -> dict[str, Any]:
 
     All files: format, width and height (upright), depth (of the arrays that read() and
     frames() return), alpha ("none", "straight" or "premultiplied").
-    Pictures: channels, sample_type, parts, profile, metadata.
+    Pictures: data_window (of the array) and display_window (the frame), both (left, top, right,
+    bottom); they differ in some EXR files. channels, sample_type, parts, layers (names
+    for "file.exr@NAME"), profile, metadata.
     Clips: codec, pixel_format, bits (per sample), frame_rate (a Fraction, or None), frame_count
     (from the file, or None if the file does not contain it), duration (in seconds, or None),
     pixel_aspect (a Fraction, width / height), matrix, matrix_tagged, full_range.

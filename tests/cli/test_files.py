@@ -10,7 +10,7 @@ import unittest
 
 import numpy as np
 from PIL import Image, ImageCms
-from vxcommand import INPUT, USAGE, CommandTest, random_pixels, times_alpha, write_exr
+from vxcommand import INPUT, OUTPUT, USAGE, CommandTest, random_pixels, times_alpha, write_exr
 
 
 class FileTest(CommandTest):
@@ -169,6 +169,98 @@ class Encodings(FileTest):
             self.convert("s.#.png", "o.#.png", *words)
             self.assertEqual((self.png_level("o.png"), self.png_level("o.1.png")), (single, frame))
             np.testing.assert_array_equal(self.pixels("o.1.png"), pixels)
+
+
+class Windows(FileTest):
+    """The frame is the display window -2,1,10,9: 12 x 8."""
+
+    FRAME = (-2, 1, 10, 9)
+
+    def exr(self, name, left, top, right, bottom, seed=1, layer=b""):
+        pixels = times_alpha(random_pixels(seed, bottom - top, right - left, np.float32).clip(0.2, 1))
+        pixels[..., 3] = 1
+        write_exr(self.path(name), pixels, (left, top), self.FRAME, layer)
+        return pixels
+
+    def framed(self, pixels, left, top, width=12, height=8):
+        """The pixels at this position of a transparent picture."""
+        out = np.zeros((height + 20, width + 20, 4), np.float32)
+        out[top + 10:top + 10 + pixels.shape[0], left + 10:left + 10 + pixels.shape[1]] = pixels
+        return out[10:-10, 10:-10]
+
+    def bytes_of(self, pixels):
+        return np.floor(pixels * 255 + 0.5)
+
+    def windows(self, name):
+        info = self.info(name)
+        return info["data_window"], info["display_window"]
+
+    def test_layers_are_placed_by_the_display_window(self):
+        part = self.exr("part.exr", 3, 4, 6, 7)
+        self.assertEqual(self.windows("part.exr"), ([3, 4, 6, 7], list(self.FRAME)))
+        self.convert("part.exr", "part.png")
+        np.testing.assert_allclose(self.pixels("part.png"), self.bytes_of(self.framed(part, 5, 3)), atol=1)
+        self.png("clear.png", np.zeros((8, 12, 4), np.uint8))
+        for words, at in (((), (5, 3)), (("--at", "-6,1"), (-1, 4)), (("--at", "1,2", "--rect", "5,3,7,20"), (1, 2))):
+            self.vx("composite", "clear.png", "--layer", "part.exr", *words, "-o", "out.png")
+            shown = part[:, :2] if "--rect" in words else part
+            np.testing.assert_allclose(self.pixels("out.png"), self.bytes_of(self.framed(shown, *at)), atol=1)
+        self.vx("transform", "part.exr", "--over", "clear.png", "--translate", "1,1", "-o", "out.png")
+        np.testing.assert_allclose(self.pixels("out.png"), self.bytes_of(self.framed(part, 6, 4)), atol=1)
+
+    def test_overscan_is_kept(self):
+        over = self.exr("over.exr", -5, 0, 12, 10)
+        self.png("dot.png", np.full((1, 1, 4), 255, np.uint8))
+        self.vx("composite", "over.exr", "--layer", "dot.png", "--at", "0,0", "--layer", "dot.png", "--at", "-3,-1",
+                "-o", "out.exr")
+        self.assertEqual(self.windows("out.exr"), ([-5, 0, 12, 10], list(self.FRAME)))
+        want = over.copy()
+        want[1, 3] = want[0, 0] = 1
+        said = self.convert("out.exr", "out.png")
+        self.assertIn("outside of its display window", said)
+        np.testing.assert_allclose(self.pixels("out.png"), self.bytes_of(want)[1:9, 3:15, :self.pixels("out.png").shape[2]],
+                                   atol=1)
+        part = self.exr("part.exr", 3, 4, 6, 7)
+        self.vx("composite", "part.exr", "--layer", "dot.png", "--at", "0,0", "-o", "out.exr")
+        self.assertEqual(self.windows("out.exr"), (list(self.FRAME), list(self.FRAME)))
+        self.vx("blur", "over.exr", "--box", 1, "-o", "out.exr")
+        self.assertEqual(self.windows("out.exr"), ([-5, 0, 12, 10], list(self.FRAME)))
+        said = self.vx("resize", "over.exr", "--size", "3x3", "-o", "out.exr")[1]
+        self.assertIn("windows of the input are left out", said)
+
+    def test_layers_by_name(self):
+        self.exr("a.exr", 0, 2, 3, 5, layer=b"diffuse.")
+        self.exr("b.exr", 0, 2, 3, 5)
+        self.assertEqual(self.info("a.exr")["layers"], ["diffuse"])
+        self.convert("b.exr", "b.png")
+        for name in ("a.exr@diffuse", "a.exr@diffuse.R"):
+            self.convert(name, "a.png")
+            want = self.pixels("b.png")[..., [0, 0, 0] if name.endswith("R") else [0, 1, 2, 3]]
+            np.testing.assert_array_equal(self.pixels("a.png"), want, name)
+        self.refuse(INPUT, "a.exr@z: has no layer of this name; it has diffuse", "copy", "a.exr@z", "-o", "c.png")
+        self.refuse(INPUT, "b.png@z: only exr has layers", "copy", "b.png@z", "-o", "c.png")
+        self.exr("a.exr@diffuse", 0, 2, 1, 5)
+        self.assertEqual(self.info("a.exr@diffuse")["width"], 1)
+
+
+class OtherFormats(FileTest):
+    def test_formats_that_are_only_read(self):
+        pixels = random_pixels(5, 9, 7)
+        image = Image.fromarray(pixels)
+        image.save(self.path("a.webp"), lossless=True, exact=True)
+        image.save(self.path("a.jp2"))
+        image.save(self.path("a.sgi"))
+        for name in ("a.webp", "a.jp2", "a.sgi"):
+            self.convert(name, "out.png")
+            np.testing.assert_array_equal(self.pixels("out.png"), pixels, name)
+        image.convert("L").save(self.path("a.gif"))
+        self.convert("a.gif", "out.png")
+        np.testing.assert_array_equal(self.pixels("out.png")[..., 0], np.asarray(image.convert("L")))
+        for name in ("a.webp", "a.jp2", "a.sgi", "a.gif"):
+            data = self.contents(name)
+            self.text(name, data[:len(data) * 2 // 3])
+            self.refuse(INPUT, f"{name}: is truncated", "copy", name, "-o", "new.png")
+            self.refuse(OUTPUT, "names no format that can be written", "copy", "out.png", "-o", name)
 
 
 class Metadata(FileTest):

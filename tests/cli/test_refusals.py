@@ -153,21 +153,36 @@ class Refusals(CommandTest):
 
     def test_truncated_files_of_each_format(self):
         image = Image.fromarray(random_pixels(3, 64, 64), "RGBA")
-        names = ["t.png", "t.tga", "t.bmp", "t.tif", "z.tif", "t.jpg", "t.ppm", "t.exr", "t.dpx"]
-        for name in names[:7]:
-            image.convert("RGB" if name[2:] in ("jpg", "ppm") else "RGBA").save(
-                self.path(name), **({"compression": "tiff_adobe_deflate"} if name == "z.tif" else {}))
+        names = ["t.png", "t.tga", "t.bmp", "t.tif", "z.tif", "t.jpg", "p.jpg", "t.ppm", "t.exr", "t.dpx", "10.dpx"]
+        how = {"z.tif": {"compression": "tiff_adobe_deflate"}, "p.jpg": {"progressive": True}}
+        for name in names[:8]:
+            image.convert("RGB" if name[2:] in ("jpg", "ppm") else "RGBA").save(self.path(name), **how.get(name, {}))
         write_exr(self.path("t.exr"), np.ones((64, 64, 4), np.float32))
         self.vx("convert", "t.png", "-o", "t.dpx")
         whole = self.contents("t.dpx")
         self.text("vast.dpx", whole[:32] + b"\x7f\xff\xff\x7f" + whole[36:])  # a user's header of two gigabytes
         self.table(INPUT, [("copy vast.dpx -o old.png", "vast.dpx: is truncated")])
+        self.text("10.dpx", whole[:800] + b"\x32" + whole[801:803] + b"\x0a" + whole[804:])  # RGB of 10 bits
         for name in names:
             self.vx("copy", name, "-o", "whole.bmp")
             whole = self.contents(name)
             for size in (len(whole) * 2 // 3, 30):
                 self.text(name, whole[:size])
                 self.table(INPUT, [(f"copy {name} -o old.png", rf"{name}: (is truncated|has no pixels)")])
+
+    def test_damaged_data(self):
+        image = Image.fromarray(random_pixels(4, 64, 64, channels=3))
+        image.save(self.path("z.tif"), compression="tiff_adobe_deflate")
+        image.save(self.path("a.jpg"), quality=20)
+        image.save(self.path("b.jpg"), progressive=True)
+        for name in ("z.tif", "a.jpg", "b.jpg"):
+            data = bytearray(self.contents(name))
+            data[len(data) // 2:len(data) // 2 + 2] = b"\xff\xd0"  # in a JPEG a marker that does not belong there
+            self.text(name, bytes(data))
+        self.table(INPUT, [("copy z.tif -o old.png", "z.tif: is truncated or damaged")])
+        for name in ("a.jpg", "b.jpg"):
+            self.assertRegex(self.vx("copy", name, "-o", "out.png")[1], f"warning: {name}: is damaged.*Corrupt JPEG")
+            self.table(INPUT, [(f"copy {name} -o old.png --strict", f"{name}: is damaged")])
 
     def test_kernel_files(self):
         nine = "1 1 1\n1 1 1\n1 1 1\n"

@@ -121,21 +121,23 @@ def read_tiff(data):
     return np.frombuffer(body, kind).reshape(tags[257], tags[256], tags[277])
 
 
-def write_exr(path, pixels):
-    """float32 RGBA with premultiplied colours, uncompressed."""
+def write_exr(path, pixels, corner=(0, 0), display=None, layer=b""):
+    """float32 RGBA with premultiplied colours, uncompressed. display: left, top, right, bottom; exclusive."""
     height, width, _ = pixels.shape
-    box = struct.pack("<4i", 0, 0, width - 1, height - 1)
-    channels = b"".join(n + struct.pack("<I4xII", 2, 1, 1) for n in (b"A\0", b"B\0", b"G\0", b"R\0"))
+    (x, y0), display = corner, display or (0, 0, width, height)
+    box = struct.pack("<4i", x, y0, x + width - 1, y0 + height - 1)
+    frame = struct.pack("<4i", *display[:2], display[2] - 1, display[3] - 1)
+    channels = b"".join(layer + n + struct.pack("<I4xII", 2, 1, 1) for n in (b"A\0", b"B\0", b"G\0", b"R\0"))
     head = struct.pack("<II", 20000630, 2)
     for name, kind, body in (
             (b"channels", b"chlist", channels + b"\0"), (b"compression", b"compression", b"\0"),
-            (b"dataWindow", b"box2i", box), (b"displayWindow", b"box2i", box),
+            (b"dataWindow", b"box2i", box), (b"displayWindow", b"box2i", frame),
             (b"lineOrder", b"lineOrder", b"\0"), (b"pixelAspectRatio", b"float", struct.pack("<f", 1)),
             (b"screenWindowCenter", b"v2f", bytes(8)), (b"screenWindowWidth", b"float", struct.pack("<f", 1))):
         head += name + b"\0" + kind + b"\0" + struct.pack("<I", len(body)) + body
     head += b"\0"
     size = 8 + width * 16
-    rows = [struct.pack("<iI", y, width * 16) + pixels[y, :, ::-1].T.astype("<f4").tobytes()
+    rows = [struct.pack("<iI", y0 + y, width * 16) + pixels[y, :, ::-1].T.astype("<f4").tobytes()
             for y in range(height)]
     with open(path, "wb") as file:
         file.write(head + b"".join(struct.pack("<Q", len(head) + 8 * height + y * size) for y in range(height))

@@ -32,9 +32,9 @@ VX_API VX_Err VX_Death();
 
 // Counted birth and death, for independent components of one program. The first acquisition calls
 // VX_CheckVersions, VX_Birth and PLUG_RunScans, which loads acceleration modules and registers the
-// suites; the last release calls VX_Death. A program uses either this pair or VX_Birth and VX_Death,
-// not both. Thread-safe. A module that cannot be used is reported and is not an error of the
-// acquisition.
+// suites; the last release calls VX_Death. A program uses either this pair or VX_Birth and
+// VX_Death, not both. Thread-safe. A module that cannot be used is reported and is not an error of
+// the acquisition.
 //
 //   caller_version  VX_PKG_VERSION
 //

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "VX/VX_Package.h"
+#include "host/PLUG.h"
 #include "host/VXHost.h"
 
 namespace vxpy {

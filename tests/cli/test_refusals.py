@@ -89,6 +89,7 @@ FILES = {
             "profile b.png": "b.png: has no embedded profile",
             "profile k.icc": "k.icc: is not a profile, or a damaged one",
             "composite b.png --layer b.png --profile b.png -o o.png": "b.png: has no embedded profile",
+            "--modules none list modules": "--modules none: cannot be read",
             "copy - -o o.png": "-: the standard input is empty", "info pipe.png": "pipe.png: is not a regular file"},
     OUTPUT: {"copy b.png -o no/such/o.png": "no/such/o.png: the folder no/such cannot be used.*create",
              "copy b.png -o o.gif": "o.gif: the extension names no format.*png, jpeg",

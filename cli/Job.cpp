@@ -33,10 +33,11 @@ std::vector<int64_t> ParseFrames(const std::string& option, const std::string& t
   }
 }
 
-// Returns the first extension of a format, named by its name or by an extension.
+// Returns the first extension of a format that can be written, named by its name or by an extension.
 std::string ParseFormat(const std::string& option, const std::string& text) {
   std::vector<std::string> names;
   for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {
+    if (!format.writes) continue;
     names.push_back(format.name);
     const bool named = std::count(format.extensions.begin(), format.extensions.end(), text) > 0;
     if (format.name == text || named) return format.extensions[0];

@@ -48,9 +48,11 @@ const std::vector<VXIOp_Encodings>& Table() {
 }  // namespace
 
 const VXIOp_Encodings& VXIOp_EncodingsOf(std::string_view format) {
-  const auto& table = Table();
-  return *std::find_if(table.begin(), table.end(),
-                       [&](const VXIOp_Encodings& entry) { return entry.format == format; });
+  static const VXIOp_Encodings none{};
+  for (const VXIOp_Encodings& entry : Table()) {
+    if (entry.format == format) return entry;
+  }
+  return none;
 }
 
 const VXIOp_Compression* VXIOp_FindCompression(const VXIOp_Encodings& encodings,

@@ -107,7 +107,7 @@ class Paths(TransformTest):
     # default.
     LINES = "--translate 1,0 --rotate 4", "--translate 5,2", "", "--scale 1.5 --translate 3.5,0"
     MOTIONS = f"{LINES[0]} --to {LINES[1]} --rotate 0", f"{LINES[1]} --to --translate 0,0", f"--to {LINES[3]}"
-    OPTIONS = "--anchor", "2,3", "--motion-samples", 3
+    OPTIONS = "--anchor", "2,3", "--motion-samples", 3, "--compression", "zip:1"
 
     def want(self, layer, index, *words):
         """The contents of one frame, drawn without a file of lines."""

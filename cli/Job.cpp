@@ -33,7 +33,7 @@ std::vector<int64_t> ParseFrames(const std::string& option, const std::string& t
   }
 }
 
-// Returns the first extension of a format that can be written, named by its name or by an extension.
+// Returns the first extension of a writable format, which is named by its name or by an extension.
 std::string ParseFormat(const std::string& option, const std::string& text) {
   std::vector<std::string> names;
   for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {

@@ -28,7 +28,7 @@
 //
 // Symbols in formulas: s and d are the source and destination colours, sa and da their alphas, F is
 // full scale, A is the union of the alphas, sa + da - sa da, and lerp(x, y, t) is x + (y - x) t.
-// Products and quotients are relative to full scale: x y stands for x y / F, and x / y for F x / y.
+// Products and quotients are relative to full scale: x y means x y / F, and x / y means F x / y.
 //
 // A row form processes one pixel (T is a VXp_PixelTraits) or several in lanes (a VXp_LaneTraits).
 // Therefore it selects between values instead of branching, combines conditions with & and |, and

@@ -28,7 +28,7 @@ py::object Transfer(const py::object& dst, const py::object& src, const py::tupl
   const Order order = ParseOrder(order_arg);
   const Position position = ParsePosition("at", at);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source below(dst, order, "dst"), above(src, order, "src");
+  const Source below(dst, order, "dst", out), above(src, order, "src");
   RequireSameDepth(*below.world(), *above.world(), "dst", "src");
   Layer layer(LayerArguments(layer_args), below, order);
   Progress polled(progress);
@@ -64,7 +64,7 @@ py::object CompositeRect(const py::object& dst, const py::object& src, const py:
   const int32_t field = ParseField(field_arg);
   const bool premultiplied = ParseFlag("premultiplied", premultiplied_arg);
   const bool high = ParseQuality(quality) != 0;
-  const Source below(dst, order, "dst"), above(src, order, "src");
+  const Source below(dst, order, "dst", out), above(src, order, "src");
   RequireSameDepth(*below.world(), *above.world(), "dst", "src");
   Progress polled(progress);
   Target target = Target::CopyOf(below, out);

@@ -95,7 +95,7 @@ py::object ConvertColors(const py::object& picture, const py::object& from_arg,
                          const py::object& order_arg) {
   const auto& from = ParseObject<Profile>("source", from_arg);
   const auto& to = ParseObject<Profile>("target", to_arg);
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   const int32_t depth = source.depth();
   Target target = Target::CopyOf(source, out);
   RunEngine("profile", [&] {

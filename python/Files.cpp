@@ -78,6 +78,7 @@ void Write(const py::object& path, const py::object& picture, const py::object& 
     }
     options.metadata = metadata.cast<const Metadata&>().carried;
   }
+  options.grey = source.is_grey() && !keep_alpha;
   options.keep_alpha = keep_alpha;
   options.clobber = overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse;
   options.strict = strict;

@@ -63,13 +63,13 @@ class Iteration {
 // The arguments that iterate() and iterate_rows() share.
 struct IterationArguments {
   IterationArguments(const py::object& dst, const py::object& src, const py::object& at_arg,
-                     const py::object& rect, const py::object& uncovered_arg,
+                     const py::object& rect, const py::object& uncovered_arg, const py::object& out,
                      const py::object& order_arg)
       : order(ParseOrder(order_arg)),
         at(ParsePoint("at", at_arg)),
         area(ParseRect("rect", rect)),
         uncovered(ParseFlag("uncovered", uncovered_arg)),
-        below(dst, order, "dst") {
+        below(dst, order, "dst", out) {
     if (src.is_none()) return;
     above.emplace(src, order, "src");
     RequireSameDepth(*below.world(), *above->world(), "dst", "src");
@@ -116,7 +116,7 @@ VX_Err VisitPixel(void* refcon, int32_t x, int32_t y, void* in, void* out) {
 py::object Iterate(const py::object& dst, const py::object& function, const py::object& src,
                    const py::object& at, const py::object& rect, const py::object& uncovered,
                    const py::object& progress, const py::object& out, const py::object& order_arg) {
-  const IterationArguments arguments(dst, src, at, rect, uncovered, order_arg);
+  const IterationArguments arguments(dst, src, at, rect, uncovered, out, order_arg);
   Progress polled(progress);
   PixelIteration iteration(function, &polled);
   iteration.order = arguments.order;
@@ -175,6 +175,7 @@ struct BandIteration : Iteration {
     const py::object result = from == nullptr ? (*this)(box.left, box.top, below)
                                               : (*this)(box.left, box.top, SourceBand(box), below);
     if (!result.is_none()) below[py::ellipsis()] = result;
+    RequireScale(below, "the band that function gave");
     Move(PixelsOf(below, "band"), order, part, Order::Argb);
     return polled->info()->progress_func(polled->info()->progress_refcon, ++done, bands);
   }
@@ -210,7 +211,7 @@ py::object IterateRows(const py::object& dst, const py::object& function, const 
                        const py::object& at, const py::object& rect, const py::object& uncovered,
                        const py::object& rows, const py::object& progress, const py::object& out,
                        const py::object& order_arg) {
-  const IterationArguments arguments(dst, src, at, rect, uncovered, order_arg);
+  const IterationArguments arguments(dst, src, at, rect, uncovered, out, order_arg);
   Progress polled(progress);
   BandIteration iteration(function, &polled);
   iteration.rows = ParseSide("rows", rows);

@@ -45,6 +45,11 @@ Layer::Layer(const LayerArguments& args, const Source& below, Order order)
   spec_.offsetV = at.v;
   spec_.what =
       ParseChoice("mask_use", args.mask_use, {"alpha", "inverse-alpha", "luma", "inverse-luma"});
+  // The values of a grey mask are the weights. Its alpha is full scale everywhere.
+  if (mask_->is_grey() && spec_.what == VX_MaskUse_Alpha) spec_.what = VX_MaskUse_Luma;
+  if (mask_->is_grey() && spec_.what == VX_MaskUse_InverseAlpha) {
+    spec_.what = VX_MaskUse_InverseLuma;
+  }
 }
 
 const VX_MaskSpec* Layer::MaskFor(const Target& target) {

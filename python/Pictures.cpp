@@ -27,7 +27,7 @@ const py::array& AsArray(const py::object& object, const char* name) {
 
 // --- sources -------------------------------------------------------------------------------------
 
-Source::Source(const py::object& object, Order order, const char* name)
+Source::Source(const py::object& object, Order order, const char* name, const py::object& out)
     : object_(object), order_(order) {
   if (py::isinstance<World>(object)) {
     is_world_ = true;
@@ -35,14 +35,16 @@ Source::Source(const py::object& object, Order order, const char* name)
     return;
   }
   const py::array& array = AsArray(object, name);
-  const Pixels pixels = PixelsOf(array, name);
+  const Pixels pixels = InputPixelsOf(array, name);
   if (pixels.channels == 4 && order == Order::Argb) {
     world_ = World::View(array, name);
+    if (!object.is(out)) RequireScale(array, name);
     return;
   }
+  is_grey_ = pixels.channels == 1;
   world_ = std::make_shared<World>(NewPixels(pixels.width, pixels.height, pixels.depth, 0),
                                    py::none(), /*writable=*/true);
-  Move(pixels, order, PixelsOf(*world_->get()), Order::Argb);
+  if (!Move(pixels, order, PixelsOf(*world_->get()), Order::Argb)) RefuseScale(array, name);
 }
 
 // --- targets -------------------------------------------------------------------------------------

@@ -6,7 +6,11 @@
 //
 // The library's channel order is alpha, red, green, blue (ARGB). An ARGB array is used without a
 // copy. An RGBA array is converted before the call and, if it is a result, after the call. An array
-// with three channels is an opaque picture in either order.
+// with three channels is an opaque picture in either order, an array of height x width an opaque
+// grey one, which cannot be a destination. Converted arrays may have any strides.
+//
+// 16-bit values above 32768 are refused where an array is read: by Source for pictures, by
+// RequireScale for masks, planes and bands. Worlds and the contents of `out` are not checked.
 //
 // Functions change only `out`. If `out` was converted, it is changed only after the operation has
 // succeeded. A World or an ARGB array is drawn on directly, so it may be partly changed after an
@@ -41,15 +45,19 @@ class World {
 };
 using WorldPtr = std::shared_ptr<World>;
 
-// A picture to read: a World, or an array of height x width x 4 or 3.
+// A picture to read: a World, or an array of height x width x 4 or 3, or height x width.
 class Source {
  public:
-  Source(const py::object& object, Order order, const char* name);
+  // `out` is the destination of the same call: if it is the picture itself and its memory is used,
+  // its values are not checked, because the call may change a small part of it only.
+  Source(const py::object& object, Order order, const char* name,
+         const py::object& out = py::none());
 
   VX_World* world() const { return world_->get(); }
   int32_t depth() const { return world()->Depth(); }
   const py::object& object() const { return object_; }
   bool is_world() const { return is_world_; }
+  bool is_grey() const { return is_grey_; }  // an array of height x width
   Order order() const { return order_; }
   const WorldPtr& shared() const { return world_; }
 
@@ -57,6 +65,7 @@ class Source {
   py::object object_;
   Order order_;
   bool is_world_ = false;
+  bool is_grey_ = false;
   WorldPtr world_;  // the argument itself, a view of an array, or a converted copy
 };
 

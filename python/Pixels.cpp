@@ -40,7 +40,7 @@ py::object Fill(const py::object& picture, const py::object& color, const py::ob
                 const py::object& out, const py::object& order_arg) {
   const Order order = ParseOrder(order_arg);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source source(picture, order, "picture");
+  const Source source(picture, order, "picture", out);
   const AnyColor fill(color, order, source.depth());
   Target target = Target::CopyOf(source, out);
   VX_World* const world = target.world();
@@ -55,7 +55,7 @@ py::object Fill(const py::object& picture, const py::object& color, const py::ob
 py::object ClearAlphaOutside(const py::object& picture, const py::object& rect,
                              const py::object& out, const py::object& order_arg) {
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   Target target = Target::CopyOf(source, out);
   Run([&] { return VX_ClearAlphaExceptRect(nullptr, Pointer(area), target.world()); });
   return target.Finish();
@@ -65,7 +65,7 @@ py::object ClearAlphaOutside(const py::object& picture, const py::object& rect,
 template <class Change>
 py::object Changed(const py::object& picture, const py::object& out, const py::object& order_arg,
                    Change&& change) {
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   Target target = Target::CopyOf(source, out);
   Run([&] {
     change(*target.world());
@@ -94,7 +94,7 @@ py::object Premultiply(const py::object& picture, bool forward, const py::object
                        const py::object& rect, const py::object& out, const py::object& order_arg) {
   const Order order = ParseOrder(order_arg);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source source(picture, order, "picture");
+  const Source source(picture, order, "picture", out);
   std::optional<AnyColor> matte;
   if (!color.is_none()) matte.emplace(color, order, source.depth());
   Target target = Target::CopyOf(source, out);
@@ -139,7 +139,7 @@ py::object Copy(const py::object& dst, const py::object& src, const py::object& 
   const bool high = ParseQuality(quality) != 0;
   const std::optional<M_Rect> from = ParseRect("src_rect", src_rect);
   const std::optional<M_Rect> to = ParseRect("dst_rect", dst_rect);
-  const Source below(dst, order, "dst"), above(src, order, "src");
+  const Source below(dst, order, "dst", out), above(src, order, "src");
   if (high) RequireSameDepth(*below.world(), *above.world(), "dst", "src");
   Target target = Target::CopyOf(below, out);
   const WorldPtr source = target.WithoutOverlap(above);
@@ -170,7 +170,7 @@ py::object Mix(const py::object& a, const py::object& b, const py::object& ratio
   const bool premultiplied = ParseFlag("premultiplied", premultiplied_arg);
   const Order order = ParseOrder(order_arg);
   const auto share = static_cast<VX_Fixed>(ParseNumber("ratio", ratio, 0, 1) * 65536 + 0.5);
-  const Source first(a, order, "a"), second(b, order, "b");
+  const Source first(a, order, "a", out), second(b, order, "b");
   RequireSameDepth(*first.world(), *second.world(), "a", "b");
   Progress polled(progress);
   Target target = Target::CopyOf(first, out);
@@ -197,7 +197,7 @@ py::object Blit(const py::object& dst, const py::object& src, const py::object& 
   const VX_PixelFloat high = ParseLevels("high", high_arg, 1, order);
   const bool lookup = !low_arg.is_none() || !high_arg.is_none();
   const bool invert_alpha = ParseFlag("invert_alpha", invert_alpha_arg);
-  const Source below(dst, order, "dst"), above(src, order, "src");
+  const Source below(dst, order, "dst", out), above(src, order, "src");
   if (below.depth() != 8) throw py::value_error("dst: needs 8 bits a channel");
   Target target = Target::CopyOf(below, out);
   const WorldPtr source = target.WithoutOverlap(above);
@@ -235,7 +235,7 @@ py::object LookUp(const py::object& picture, const py::object& alpha, const py::
   const std::optional<M_Rect> area = ParseRect("rect", rect);
   const uint8_t* const tables[4] = {Table("alpha", alpha), Table("red", red), Table("green", green),
                                     Table("blue", blue)};
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   if (source.depth() != 8) throw py::value_error("picture: tables are for 8 bits a channel");
   Target target = Target::CopyOf(source, out);
   VX_World* const world = target.world();

@@ -69,7 +69,7 @@ py::object InsertPlanes(const py::object& picture, const py::array& planes,
                         const py::object& letters, const py::object& out,
                         const py::object& order_arg) {
   const int32_t channels = ParseSome(letters);
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   RequireBytes(source);
   const VX_World& from = *source.world();
   if (DepthOf(planes, "planes") != 8 || planes.ndim() != 3 || planes.shape(0) != from.height ||
@@ -134,13 +134,14 @@ void RequirePlane(const py::array& plane, const char* name, const Source& source
         std::to_string(world.height) + " x " + std::to_string(world.width) + ", " +
         std::to_string(source.depth()) + " bits");
   }
+  RequireScale(plane, name);
 }
 
 py::object Interleave(const py::object& picture, const py::array& plane,
                       const py::object& channel_arg, const py::object& out,
                       const py::object& order_arg) {
   const int32_t channel = ParseChannel(channel_arg);
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   RequirePlane(plane, "plane", source);
   Target target = Target::CopyOf(source, out);
   VX_World& world = *target.world();
@@ -170,7 +171,7 @@ void BlendRows(VX_World& world, const void* values, double opacity, double goal)
 py::object BlendAlpha(const py::object& picture, const py::array& mask, const py::object& goal_arg,
                       const py::object& opacity_arg, const py::object& out,
                       const py::object& order_arg) {
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   RequirePlane(mask, "mask", source);
   const double share = ParseNumber("opacity", opacity_arg, 0, 1);
   const double goal =

@@ -45,7 +45,7 @@ py::object Transform(const py::object& dst, const py::object& src, const py::obj
   const std::vector<M_Matrix3> path = ParseMatrices(matrices);
   const int32_t level = ParseQuality(quality);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source below(dst, order, "dst"), above(src, order, "src");
+  const Source below(dst, order, "dst", out), above(src, order, "src");
   RequireSameDepth(*below.world(), *above.world(), "dst", "src");
   Layer layer(LayerArguments(layer_args), below, order);
   Progress polled(progress);

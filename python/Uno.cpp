@@ -20,16 +20,21 @@ namespace vxpy {
 
 namespace {
 
+// Scaled: samples of uint16 are 0..32768. Any: the samples are not read, or may be 0..65535.
+enum class Values { Scaled, Any };
+
 // A VX_UnoBuffer that refers to the samples of an array. It keeps a reference to the array.
 class Plane {
  public:
-  Plane(const py::array& array, const char* name) : record_(1, 1, 8) {
+  Plane(const py::array& array, const char* name, Values values = Values::Scaled)
+      : record_(1, 1, 8) {
     const int32_t depth = DepthOf(array, name);
     if (array.ndim() != 2 || array.size() == 0 || array.shape(0) > 30000 ||
         array.shape(1) > 30000) {
       throw py::value_error(std::string(name) + ": " + Describe(array) +
                             "; a mask is height x width, sides 1 to 30000");
     }
+    if (values == Values::Scaled) RequireScale(array, name);
     own_ = record_.data;
     samples_ = const_cast<void*>(array.data());
     record_.data = &samples_;
@@ -93,7 +98,7 @@ void Invert(const py::array& mask, const py::object& opacity_arg) {
 
 void Convert(const py::array& from, const py::array& to, const py::object& invert_arg) {
   const bool invert = ParseFlag("invert", invert_arg);
-  Plane source(from, "mask"), target(to, "out");
+  Plane source(from, "mask"), target(to, "out", Values::Any);
   Run([&] {
     return VX_ConvertDeepUnoBuffer(nullptr, source.get(), nullptr, invert ? 1 : 0, target.get());
   });
@@ -135,7 +140,12 @@ void Accumulate(const py::array& dst, const py::array& src, const py::object& mo
     src_gain = static_cast<float>(ParseNumber("gains", pair.first, 0, 32767));
     dst_gain = static_cast<float>(ParseNumber("gains", pair.second, 0, 32767));
   }
-  Plane target(dst, "dst"), source(src, "src");
+  // 8-bit samples that are added to 16-bit ones use the whole range of uint16.
+  Plane target(dst, "dst", Values::Any), source(src, "src", Values::Any);
+  if (source.depth() == target.depth()) {
+    RequireScale(dst, "dst");
+    RequireScale(src, "src");
+  }
   const M_Rect* const rectangle = area ? &*area : nullptr;
   const M_Point* const place = placed ? &point : nullptr;
   Progress polled(progress);
@@ -179,6 +189,7 @@ void Scan(const py::array& line, bool gaussian, const py::object& kind_arg,
   if (line.ndim() != 1 || line.size() == 0 || line.size() > (1 << 24)) {
     throw py::value_error("line: " + Describe(line) + "; needs one dimension");
   }
+  RequireScale(line, "line");
   const int32_t length = static_cast<int32_t>(line.size());
   const auto kind = static_cast<int32_t>(ParseWhole("kind", kind_arg, INT32_MIN, INT32_MAX));
   const auto radius =
@@ -213,7 +224,7 @@ py::object FromPicture(const py::object& picture, const py::object& what,
   const Source source(picture, ParseOrder(order_arg), "picture");
   VX_World* const world = source.world();
   py::array mask(TypeOf(source.depth()), {world->height, world->width});
-  Plane plane(mask, "mask");
+  Plane plane(mask, "mask", Values::Any);
   Run([&] { return VX_MatteFromWorld(nullptr, world, quantity, plane.get()); });
   return mask;
 }
@@ -231,7 +242,7 @@ py::object Merge(const py::object& picture, const py::array& mask, const py::obj
                  const py::object& order_arg) {
   const M_Point point = ParsePoint("at", at);
   const std::optional<M_Rect> area = ParseRect("rect", rect);
-  const Source source(picture, ParseOrder(order_arg), "picture");
+  const Source source(picture, ParseOrder(order_arg), "picture", out);
   Plane plane(mask, "mask");
   Progress polled(progress);
   Target target = Target::CopyOf(source, out);

@@ -84,10 +84,10 @@ void AddWorld(py::module_& module) {
       module, "World", py::buffer_protocol(),
       R"(A picture in the channel order of the library: alpha, red, green, blue; straight alpha.
 
-World(picture, order="rgba") copies an array or another World. World.new() makes a transparent
-picture. World.view() uses the memory of an array in the order ARGB. numpy.asarray(world) is an
-array of height x width x 4 in the order ARGB that uses the memory of the World. The memory exists
-as long as the World or one of these arrays.)")
+World(picture, order="rgba") copies an array, which may be any picture, or a World. World.new()
+makes a transparent picture. World.view() uses the memory of an array in the order ARGB.
+numpy.asarray(world) is an array of height x width x 4 in the order ARGB that uses the memory of
+the World. The memory exists as long as the World or one of these arrays.)")
       .def(py::init(&Copied), py::arg("picture"), py::kw_only(), py::arg("order") = "rgba")
       .def_static(
           "new", &Cleared, py::arg("width"), py::arg("height"), py::arg("depth") = 8,
@@ -100,8 +100,8 @@ as long as the World or one of these arrays.)")
           "Returns a World that uses the memory of an array. array: height x width x 4 in the "
           "order "
           "ARGB; pixels and channels must be contiguous, rows may have padding. The World keeps "
-          "the array alive. A World of a read-only array cannot be a destination. Raises "
-          "TypeError, ValueError.")
+          "the array alive. A World of a read-only array cannot be a destination. Values of uint16 "
+          "above 32768 are not detected. Raises TypeError, ValueError.")
       .def(
           "array",
           [](const World& world, const py::object& order) {

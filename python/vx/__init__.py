@@ -3,15 +3,18 @@
 """VX: fills, copies, samples, scales, blurs, transforms and composites pictures.
 
 A picture is a vx.World or a NumPy array. Arrays are height x width x 4 (red, green, blue, alpha;
-straight alpha) or height x width x 3 (opaque). The dtype gives the depth: uint8 is 0..255, uint16
-is 0..32768 (white is 32768, not 65535), float32 is 0..1 nominal. Width and height are 1 to 30000
-pixels.
+straight alpha), height x width x 3 (opaque) or height x width (opaque grey: red, green and blue are
+equal). Results are height x width x 4. The dtype gives the depth: uint8 is 0..255, uint16 is
+0..32768 (white is 32768, not 65535; from_uint16() and to_uint16() convert), float32 is 0..1
+nominal. Width and height are 1 to 30000 pixels. Arrays may have any strides, such as
+bgr[..., ::-1], except those whose memory is used: `out`, World.view(), and arrays of four channels
+with order="argb". There channels and pixels must be contiguous and rows in increasing order.
 
 These arguments have the same meaning in all functions:
 
-out: receives the result and is returned. It must have the size and the depth of the result. No
-other argument is changed. None: the result is a new array, or a new World if the first picture is
-a World.
+out: receives the result and is returned. It must have the size and the depth of the result, and
+four or three channels (three: alpha is dropped). No other argument is changed. None: the result is
+a new array, or a new World if the first picture is a World.
 order: order of the channels in arrays and colours, "rgba" or "argb". It applies to the result,
 too. The library works in the order alpha, red, green, blue: with "argb" it uses the memory of the
 arrays, with "rgba" each call converts the arrays before and after the operation.
@@ -24,7 +27,8 @@ that exception. After a stop an array in the order "rgba" is unchanged; an array
 "argb" or a World may contain a part of the result.
 
 Errors: a wrong argument raises TypeError or ValueError, and the message begins with the name of
-the argument. Operations that the library refuses or cannot complete raise vx.Error; a failed
+the argument. An array of uint16 with values above 32768 raises ValueError; Worlds and `out` are not
+checked. Operations that the library refuses or cannot complete raise vx.Error; a failed
 allocation raises MemoryError.
 
 Threads: several threads may call at once if their destinations are different. The interpreter's
@@ -39,8 +43,8 @@ from ._files import Frame, Read, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._iterate import iterate, iterate_generic, iterate_rows
 from ._pixels import (blit, clear_alpha_outside, clear_outside, convert, copy, copy_bitmap, fill,
-                      fill_alpha, guess_alpha, hypot, invert_alpha, look_up, mix, premultiply, rand,
-                      reset_dither, resize, unpremultiply)
+                      fill_alpha, from_uint16, guess_alpha, hypot, invert_alpha, look_up, mix,
+                      premultiply, rand, reset_dither, resize, to_uint16, unpremultiply)
 from ._planes import copy_channel, deinterleave, extract_planes, insert_planes, interleave
 from ._samples import sample, sample_all_in, samplers
 from ._transform import Parts, matrices_between, transform
@@ -52,10 +56,10 @@ __all__ = [
     "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass", "clear_alpha_outside",
     "clear_outside", "composite_rect", "convert", "convert_colors", "convolve", "copy",
     "copy_bitmap", "copy_channel", "death", "deinterleave", "extract_planes", "fill", "fill_alpha",
-    "frames", "gaussian_kernel", "gaussian_value", "guess_alpha", "hls_to_rgb", "host", "hue",
-    "hypot", "info", "insert_planes", "interleave", "invert_alpha", "iterate", "iterate_generic",
+    "frames", "from_uint16", "gaussian_kernel", "gaussian_value", "guess_alpha", "hls_to_rgb", "host",
+    "hue", "hypot", "info", "insert_planes", "interleave", "invert_alpha", "iterate", "iterate_generic",
     "iterate_rows", "lightness", "look_up", "luminance", "matrices_between", "mix", "modes",
     "premultiply", "rand", "read", "read_all", "reset_dither", "resize", "rgb_to_hls",
-    "rgb_to_yiq", "sample", "sample_all_in", "samplers", "saturation", "transfer",
+    "rgb_to_yiq", "sample", "sample_all_in", "samplers", "saturation", "to_uint16", "transfer",
     "transfer_flags", "transform", "uno", "unpremultiply", "write", "yiq_to_rgb",
 ]

@@ -9,17 +9,17 @@ import numpy.typing
 
 from . import _vx
 from ._channels import in_order, kind_of, pixels
-from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Profile, Progress, Quality,
-                     Rect)
+from ._types import (Field, LinearTables, MaskUse, Order, OutT, Picture, PictureT, Place, Profile,
+                     Progress, Quality, Rect)
 
 
-def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacity: float = 1.0,
+def transfer(dst: PictureT, src: Picture, *, mode: str | int = "in-front", opacity: float = 1.0,
              at: Place = (0, 0), rect: Rect | None = None, mask: Picture | None = None,
              mask_use: MaskUse = "alpha", mask_at: Place = (0, 0),
              linear: Profile | None = None, tables: LinearTables | None = None,
              keep_alpha: bool = False, seed: int = 0, field: Field = "both",
-             progress: Progress | None = None, out: Picture | None = None,
-             order: Order = "rgba") -> Picture:
+             progress: Progress | None = None, out: OutT | None = None,
+             order: Order = "rgba") -> PictureT | OutT:
     """Returns `dst` with `src` composited over it.
 
     dst, src, mask: pictures of one depth; sizes may differ.
@@ -27,7 +27,8 @@ def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacit
     opacity: 0..1.
     at: position in dst of the top left corner of `rect`.
     rect: in src.
-    mask_use: quantity of the mask that is the weight of a pixel.
+    mask_use: quantity of the mask that is the weight of a pixel. The values of a mask of height x
+    width are the weights, for "luma" as for "alpha".
     mask_at: position in dst of the top left corner of the mask, (x, y) in pixels.
     linear: profile of both pictures: blends in linear light by its tone curves; None blends the
     stored values. Integer pictures are blended by tables of the curves, float pictures by the
@@ -45,11 +46,11 @@ def transfer(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacit
     return _vx.transfer(dst, src, layer, at, rect, progress, out, order)
 
 
-def composite_rect(dst: Picture, src: Picture, *, mode: str | int = "in-front", opacity: int = 255,
+def composite_rect(dst: PictureT, src: Picture, *, mode: str | int = "in-front", opacity: int = 255,
                    at: Place = (0, 0), rect: Rect | None = None, field: Field = "both",
                    premultiplied: bool = False, quality: Quality = "high",
-                   progress: Progress | None = None, out: Picture | None = None,
-                   order: Order = "rgba") -> Picture:
+                   progress: Progress | None = None, out: OutT | None = None,
+                   order: Order = "rgba") -> PictureT | OutT:
     """Returns `dst` with `src` composited over it: transfer() without mask and tables.
 
     dst, src: pictures of one depth; sizes may differ.

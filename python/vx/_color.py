@@ -9,13 +9,13 @@ import numpy.typing
 
 from . import _vx
 from ._channels import KINDS, kind_of, pixels
-from ._types import Order, Picture
+from ._types import Order, OutT, PictureT
 
 Colors = numpy.typing.ArrayLike
 
 
-def convert_colors(picture: Picture, source: _vx.Profile, target: _vx.Profile, *,
-                   out: Picture | None = None, order: Order = "rgba") -> Picture:
+def convert_colors(picture: PictureT, source: _vx.Profile, target: _vx.Profile, *,
+                   out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Converts colours to another profile, relative colorimetric; alpha is unchanged.
 
     picture: any depth.

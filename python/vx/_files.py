@@ -6,7 +6,9 @@ from __future__ import annotations
 
 import os
 from collections.abc import Iterator
-from typing import Any, Literal, NamedTuple
+from typing import Any, Generic, Literal, NamedTuple, TypeVar, overload
+
+import numpy
 
 from . import _vx
 from ._types import Order, Picture
@@ -14,20 +16,22 @@ from ._types import Order, Picture
 Path = str | os.PathLike[str]
 Alpha = Literal["file", "straight", "premultiplied", "ignore"]
 
+FilePictureT = TypeVar("FilePictureT", bound=Picture, covariant=True)
 
-class Read(NamedTuple):
+
+class Read(NamedTuple, Generic[FilePictureT]):
     """The result of read_all().
 
     metadata.data_window is the area of the picture, metadata.display_window the frame of the file;
     they differ in some EXR files.
     """
 
-    picture: Picture
+    picture: FilePictureT
     metadata: _vx.Metadata
     has_alpha: bool
 
 
-class Frame(NamedTuple):
+class Frame(NamedTuple, Generic[FilePictureT]):
     """A frame returned by frames().
 
     number: number of the frame.
@@ -39,13 +43,22 @@ class Frame(NamedTuple):
 
     number: int
     path: str
-    picture: Picture
+    picture: FilePictureT
     metadata: _vx.Metadata
     time: float | None = None
 
 
+@overload
+def read_all(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+             world: Literal[False] = ..., order: Order = ...) -> Read[numpy.ndarray]: ...
+@overload
+def read_all(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+             world: Literal[True], order: Order = ...) -> Read[_vx.World]: ...
+@overload
+def read_all(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+             world: bool, order: Order = ...) -> Read[Picture]: ...
 def read_all(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
-             order: Order = "rgba") -> Read:
+             order: Order = "rgba") -> Read[Any]:
     """Returns the first picture of a file, its metadata, and whether it has an alpha channel.
 
     path: file of any format that the library reads; "file.exr@NAME" is a layer, part or channel of an
@@ -61,6 +74,15 @@ def read_all(path: Path, *, depth: int | None = None, alpha: Alpha = "file", wor
     return Read(*_vx.read(path, depth, alpha, world, order))
 
 
+@overload
+def read(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+         world: Literal[False] = ..., order: Order = ...) -> numpy.ndarray: ...
+@overload
+def read(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+         world: Literal[True], order: Order = ...) -> _vx.World: ...
+@overload
+def read(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+         world: bool, order: Order = ...) -> Picture: ...
 def read(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
          order: Order = "rgba") -> Picture:
     """Returns the picture of read_all(): height x width x 4 of uint8, uint16 or float32.
@@ -117,8 +139,17 @@ def info(path: Path) -> dict[str, Any]:
     return _vx.info(path)
 
 
+@overload
+def frames(path: Path, frames: str | None = ..., *, depth: int | None = ..., alpha: Alpha = ...,
+           world: Literal[False] = ..., order: Order = ...) -> Iterator[Frame[numpy.ndarray]]: ...
+@overload
+def frames(path: Path, frames: str | None = ..., *, depth: int | None = ..., alpha: Alpha = ...,
+           world: Literal[True], order: Order = ...) -> Iterator[Frame[_vx.World]]: ...
+@overload
+def frames(path: Path, frames: str | None = ..., *, depth: int | None = ..., alpha: Alpha = ...,
+           world: bool, order: Order = ...) -> Iterator[Frame[Picture]]: ...
 def frames(path: Path, frames: str | None = None, *, depth: int | None = None,
-           alpha: Alpha = "file", world: bool = False, order: Order = "rgba") -> Iterator[Frame]:
+           alpha: Alpha = "file", world: bool = False, order: Order = "rgba") -> Iterator[Frame[Any]]:
     """Returns an iterator over the frames of a sequence or a clip; it reads one frame at a time.
 
     path: "shot.####.png" or "shot.%04d.png" for a sequence; a picture, which is one frame with
@@ -156,7 +187,7 @@ def frames(path: Path, frames: str | None = None, *, depth: int | None = None,
         yield Frame(0, name, picture, metadata)
 
 
-def _clip_frames(name: str, numbers: list[int] | None, how: tuple[Any, ...]) -> Iterator[Frame]:
+def _clip_frames(name: str, numbers: list[int] | None, how: tuple[Any, ...]) -> Iterator[Frame[Any]]:
     clip = _vx.Clip(name)
     try:
         if numbers is None:

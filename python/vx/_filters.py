@@ -11,7 +11,7 @@ import numpy.typing
 
 from . import _vx
 from ._channels import pair
-from ._types import Order, Picture, Progress
+from ._types import Order, OutT, PictureT, Progress
 
 Edge = Literal["fade", "hold-level"]
 BlurKind = Literal["gaussian", "box"]
@@ -43,10 +43,10 @@ def gaussian_kernel(radius: float, *, one_dimensional: bool = False, normalize: 
     return _vx.gaussian_kernel(radius, one_dimensional, normalize, multiplier)
 
 
-def convolve(picture: Picture, kernel: Kernel | tuple[Kernel, Kernel, Kernel, Kernel], *,
+def convolve(picture: PictureT, kernel: Kernel | tuple[Kernel, Kernel, Kernel, Kernel], *,
              normalize: bool = False, clamp: bool = True, axis: Axis = "x",
-             progress: Progress | None = None, out: Picture | None = None,
-             order: Order = "rgba") -> Picture:
+             progress: Progress | None = None, out: OutT | None = None,
+             order: Order = "rgba") -> PictureT | OutT:
     """Applies a kernel of integers to each channel. Colours are not weighted by alpha.
 
     picture: any depth.
@@ -63,10 +63,10 @@ def convolve(picture: Picture, kernel: Kernel | tuple[Kernel, Kernel, Kernel, Ke
     return _vx.convolve(picture, kernel, normalize, clamp, axis, progress, out, order)
 
 
-def blur(picture: Picture, radius: float | tuple[float, float], *, kind: BlurKind = "gaussian",
+def blur(picture: PictureT, radius: float | tuple[float, float], *, kind: BlurKind = "gaussian",
          iterations: int = 1, channels: str = "argb", edge: Edge = "hold-level",
-         grow: bool = False, progress: Progress | None = None, out: Picture | None = None,
-         order: Order = "rgba") -> Picture:
+         grow: bool = False, progress: Progress | None = None, out: OutT | None = None,
+         order: Order = "rgba") -> PictureT | OutT:
     """Blurs along both axes. Colours are weighted by alpha, so hidden colours do not bleed.
 
     picture: any depth.
@@ -84,11 +84,11 @@ def blur(picture: Picture, radius: float | tuple[float, float], *, kind: BlurKin
     return _vx.blur(picture, x, y, kind, iterations, channels, edge, grow, progress, out, order)
 
 
-def blur_pass(picture: Picture, radius: float, *, kind: BlurKind = "gaussian", iterations: int = 1,
+def blur_pass(picture: PictureT, radius: float, *, kind: BlurKind = "gaussian", iterations: int = 1,
               channels: str = "argb", edge: Edge = "fade", axis: Axis = "x",
               transpose: bool = False, src_premultiplied: bool = False,
               dst_premultiplied: bool = False, progress: Progress | None = None,
-              out: Picture | None = None, order: Order = "rgba") -> Picture:
+              out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Blurs along one axis. For single steps of a blur of two axes.
 
     radius: pixels, 0..32767.

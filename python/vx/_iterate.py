@@ -12,13 +12,13 @@ from collections.abc import Callable
 from typing import Any
 
 from . import _vx
-from ._types import Order, Picture, Place, Progress, Rect
+from ._types import Order, OutT, Picture, PictureT, Place, Progress, Rect
 
 
-def iterate(dst: Picture, function: Callable[..., Any], *, src: Picture | None = None,
+def iterate(dst: PictureT, function: Callable[..., Any], *, src: Picture | None = None,
             at: Place = (0, 0), rect: Rect | None = None, uncovered: bool = False,
-            progress: Progress | None = None, out: Picture | None = None,
-            order: Order = "rgba") -> Picture:
+            progress: Progress | None = None, out: OutT | None = None,
+            order: Order = "rgba") -> PictureT | OutT:
     """Applies a function to each pixel of `rect` in dst. It takes about a microsecond per pixel.
 
     dst: any depth.
@@ -38,10 +38,10 @@ def iterate(dst: Picture, function: Callable[..., Any], *, src: Picture | None =
     return _vx.iterate(dst, function, src, at, rect, uncovered, progress, out, order)
 
 
-def iterate_rows(dst: Picture, function: Callable[..., Any], *, src: Picture | None = None,
+def iterate_rows(dst: PictureT, function: Callable[..., Any], *, src: Picture | None = None,
                  at: Place = (0, 0), rect: Rect | None = None, uncovered: bool = False,
-                 rows: int = 16, progress: Progress | None = None, out: Picture | None = None,
-                 order: Order = "rgba") -> Picture:
+                 rows: int = 16, progress: Progress | None = None, out: OutT | None = None,
+                 order: Order = "rgba") -> PictureT | OutT:
     """Applies a function to groups of rows in `rect` of dst, so that NumPy can process many pixels.
 
     dst: any depth.

@@ -9,12 +9,12 @@ from typing import Literal
 import numpy
 
 from . import _vx
-from ._types import Color, Order, Picture, Place, Progress, Quality, Rect
+from ._types import Color, Order, OutT, Picture, PictureT, Place, Progress, Quality, Rect
 from ._vx import Bitmap
 
 
-def fill(picture: Picture, color: Color, *, rect: Rect | None = None, out: Picture | None = None,
-         order: Order = "rgba") -> Picture:
+def fill(picture: PictureT, color: Color, *, rect: Rect | None = None, out: OutT | None = None,
+         order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with `rect` filled with one colour.
 
     picture: any depth.
@@ -26,8 +26,8 @@ def fill(picture: Picture, color: Color, *, rect: Rect | None = None, out: Pictu
     return _vx.fill(picture, color, rect, out, order)
 
 
-def clear_alpha_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = None,
-                        order: Order = "rgba") -> Picture:
+def clear_alpha_outside(picture: PictureT, rect: Rect | None, *, out: OutT | None = None,
+                        order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with alpha 0 outside `rect`; colours are unchanged.
 
     picture: any depth.
@@ -38,8 +38,8 @@ def clear_alpha_outside(picture: Picture, rect: Rect | None, *, out: Picture | N
     return _vx.clear_alpha_outside(picture, rect, out, order)
 
 
-def clear_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = None,
-                  order: Order = "rgba") -> Picture:
+def clear_outside(picture: PictureT, rect: Rect | None, *, out: OutT | None = None,
+                  order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with transparent black outside `rect`.
 
     picture: any depth.
@@ -50,7 +50,8 @@ def clear_outside(picture: Picture, rect: Rect | None, *, out: Picture | None = 
     return _vx.clear_outside(picture, rect, out, order)
 
 
-def fill_alpha(picture: Picture, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
+def fill_alpha(picture: PictureT, *, out: OutT | None = None,
+               order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with alpha at full scale; colours are unchanged.
 
     picture: any depth.
@@ -60,8 +61,8 @@ def fill_alpha(picture: Picture, *, out: Picture | None = None, order: Order = "
     return _vx.fill_alpha(picture, out, order)
 
 
-def invert_alpha(picture: Picture, *, out: Picture | None = None,
-                 order: Order = "rgba") -> Picture:
+def invert_alpha(picture: PictureT, *, out: OutT | None = None,
+                 order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with alpha replaced by full scale - alpha; colours are unchanged.
 
     picture: any depth.
@@ -71,8 +72,8 @@ def invert_alpha(picture: Picture, *, out: Picture | None = None,
     return _vx.invert_alpha(picture, out, order)
 
 
-def premultiply(picture: Picture, *, color: Color | None = None, rect: Rect | None = None,
-                out: Picture | None = None, order: Order = "rgba") -> Picture:
+def premultiply(picture: PictureT, *, color: Color | None = None, rect: Rect | None = None,
+                out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with colours multiplied by alpha in `rect`.
 
     picture: any depth.
@@ -83,8 +84,8 @@ def premultiply(picture: Picture, *, color: Color | None = None, rect: Rect | No
     return _vx.premultiply(picture, True, color, rect, out, order)
 
 
-def unpremultiply(picture: Picture, *, color: Color | None = None, rect: Rect | None = None,
-                  out: Picture | None = None, order: Order = "rgba") -> Picture:
+def unpremultiply(picture: PictureT, *, color: Color | None = None, rect: Rect | None = None,
+                  out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with colours divided by alpha in `rect`: the inverse of premultiply().
 
     picture: any depth. Where alpha is 0 the colour becomes 0.
@@ -95,9 +96,9 @@ def unpremultiply(picture: Picture, *, color: Color | None = None, rect: Rect | 
     return _vx.premultiply(picture, False, color, rect, out, order)
 
 
-def convert(picture: Picture, depth: int, *, dither: bool = False,
-            progress: Progress | None = None, out: Picture | None = None,
-            order: Order = "rgba") -> Picture:
+def convert(picture: PictureT, depth: int, *, dither: bool = False,
+            progress: Progress | None = None, out: OutT | None = None,
+            order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture at another depth.
 
     picture: any depth.
@@ -111,9 +112,51 @@ def convert(picture: Picture, depth: int, *, dither: bool = False,
     return _vx.convert(picture, depth, dither, progress, out, order)
 
 
-def copy(dst: Picture, src: Picture, *, src_rect: Rect | None = None, dst_rect: Rect | None = None,
-         quality: Quality = "draft", premultiplied: bool = False, out: Picture | None = None,
-         order: Order = "rgba") -> Picture:
+def from_uint16(values: numpy.ndarray) -> numpy.ndarray:
+    """Converts values of 0..65535, such as samples of a camera, to the 16-bit scale 0..32768.
+
+    The result is v 32768 / 65535 rounded to nearest, as read() converts the samples of a file, in a
+    new array of the same shape. from_uint16(to_uint16(a)) equals a.
+
+    values: uint16, any shape.
+
+    Raises TypeError.
+    """
+    scaled = numpy.multiply(_uint16(values), 32768, dtype=numpy.uint32)  # up to 2^31 - 2^15
+    scaled += 32767
+    scaled //= 65535
+    return scaled.astype(numpy.uint16)
+
+
+def to_uint16(values: numpy.ndarray) -> numpy.ndarray:
+    """Converts values of the 16-bit scale 0..32768 to 0..65535: the inverse of from_uint16().
+
+    The result is v 65535 / 32768 rounded to nearest, a half up, as write() converts pixels, in a
+    new array of the same shape.
+
+    values: uint16 of 0..32768, any shape.
+
+    Raises TypeError, and ValueError for a value above 32768.
+    """
+    array = _uint16(values)
+    if array.size and array.max() > 32768:
+        raise ValueError(f"values: up to {array.max()}; the 16-bit scale is 0..32768")
+    scaled = numpy.multiply(array, 65535, dtype=numpy.uint32)
+    scaled += 16384
+    scaled >>= 15
+    return scaled.astype(numpy.uint16)
+
+
+def _uint16(values: numpy.ndarray) -> numpy.ndarray:
+    if not isinstance(values, numpy.ndarray) or values.dtype != numpy.uint16:
+        kind = getattr(values, "dtype", type(values).__name__)
+        raise TypeError(f"values: needs an array of uint16, not {kind}")
+    return values
+
+
+def copy(dst: PictureT, src: Picture, *, src_rect: Rect | None = None, dst_rect: Rect | None = None,
+         quality: Quality = "draft", premultiplied: bool = False, out: OutT | None = None,
+         order: Order = "rgba") -> PictureT | OutT:
     """Returns `dst` with a rectangle of `src` copied into it, scaled if the sizes differ.
 
     dst, src: pictures.
@@ -143,9 +186,9 @@ def copy_bitmap(src: Bitmap, out: Bitmap, *, src_rect: Rect | None = None,
     return _vx.copy_bitmap(src, out, src_rect, out_rect, quality, premultiplied)
 
 
-def blit(dst: Picture, src: Picture, *, at: Place = (0, 0), rect: Rect | None = None,
+def blit(dst: PictureT, src: Picture, *, at: Place = (0, 0), rect: Rect | None = None,
          low: Color | None = None, high: Color | None = None, invert_alpha: bool = False,
-         out: Picture | None = None, order: Order = "rgba") -> Picture:
+         out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Returns an 8-bit picture with `rect` of a picture of any depth copied to `at`.
 
     dst: 8 bits per channel.
@@ -162,9 +205,9 @@ def blit(dst: Picture, src: Picture, *, at: Place = (0, 0), rect: Rect | None = 
     return _vx.blit(dst, src, at, rect, low, high, invert_alpha, out, order)
 
 
-def resize(picture: Picture, width: int, height: int, *, quality: Quality = "high",
-           progress: Progress | None = None, out: Picture | None = None,
-           order: Order = "rgba") -> Picture:
+def resize(picture: PictureT, width: int, height: int, *, quality: Quality = "high",
+           progress: Progress | None = None, out: OutT | None = None,
+           order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture scaled to height x width pixels. Opaque pictures stay opaque.
 
     picture: any depth.
@@ -176,9 +219,9 @@ def resize(picture: Picture, width: int, height: int, *, quality: Quality = "hig
     return _vx.resize(picture, width, height, quality, progress, out, order)
 
 
-def mix(a: Picture, b: Picture, ratio: float, *, premultiplied: bool = False,
-        progress: Progress | None = None, out: Picture | None = None,
-        order: Order = "rgba") -> Picture:
+def mix(a: PictureT, b: Picture, ratio: float, *, premultiplied: bool = False,
+        progress: Progress | None = None, out: OutT | None = None,
+        order: Order = "rgba") -> PictureT | OutT:
     """Returns a mix of two pictures in the area that both cover, and `a` in the rest of its area.
 
     a, b: pictures of one depth. The result has the size of a.
@@ -190,10 +233,10 @@ def mix(a: Picture, b: Picture, ratio: float, *, premultiplied: bool = False,
     return _vx.mix(a, b, ratio, premultiplied, progress, out, order)
 
 
-def look_up(picture: Picture, *, alpha: numpy.ndarray | None = None,
+def look_up(picture: PictureT, *, alpha: numpy.ndarray | None = None,
             red: numpy.ndarray | None = None, green: numpy.ndarray | None = None,
             blue: numpy.ndarray | None = None, rect: Rect | None = None,
-            out: Picture | None = None, order: Order = "rgba") -> Picture:
+            out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Replaces each channel of an 8-bit picture by values from a table.
 
     picture: 8 bits per channel.

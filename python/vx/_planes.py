@@ -9,7 +9,7 @@ from typing import Literal
 import numpy
 
 from . import _vx
-from ._types import Order, Picture
+from ._types import Order, OutT, Picture, PictureT
 
 Channel = Literal["alpha", "red", "green", "blue"]
 
@@ -31,8 +31,8 @@ def deinterleave(picture: Picture, channel: Channel, *, order: Order = "rgba") -
     return _vx.deinterleave(picture, channel, order)
 
 
-def interleave(picture: Picture, plane: numpy.ndarray, channel: Channel, *,
-               out: Picture | None = None, order: Order = "rgba") -> Picture:
+def interleave(picture: PictureT, plane: numpy.ndarray, channel: Channel, *,
+               out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with one channel replaced.
 
     picture: any depth.
@@ -56,8 +56,8 @@ def extract_planes(picture: Picture, channels: str = "argb", *,
     return _vx.extract_planes(picture, channels, order)
 
 
-def insert_planes(picture: Picture, planes: numpy.ndarray, channels: str = "argb", *,
-                  out: Picture | None = None, order: Order = "rgba") -> Picture:
+def insert_planes(picture: PictureT, planes: numpy.ndarray, channels: str = "argb", *,
+                  out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Returns an 8-bit picture with some channels replaced; the others are unchanged.
 
     picture: 8 bits per channel.

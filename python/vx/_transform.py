@@ -11,18 +11,18 @@ import numpy.typing
 
 from . import _vx
 from ._channels import pair
-from ._types import (Field, LinearTables, MaskUse, Order, Picture, Place, Profile, Progress, Quality,
-                     Rect)
+from ._types import (Field, LinearTables, MaskUse, Order, OutT, Picture, PictureT, Place, Profile,
+                     Progress, Quality, Rect)
 
 
-def transform(dst: Picture, src: Picture, matrices: numpy.typing.ArrayLike, *,
+def transform(dst: PictureT, src: Picture, matrices: numpy.typing.ArrayLike, *,
               mode: str | int = "in-front", opacity: float = 1.0, quality: Quality = "high",
               inverse: bool = False, rect: Rect | None = None, mask: Picture | None = None,
               mask_use: MaskUse = "alpha", mask_at: Place = (0, 0),
               linear: Profile | None = None, tables: LinearTables | None = None,
               keep_alpha: bool = False, seed: int = 0, field: Field = "both",
-              progress: Progress | None = None, out: Picture | None = None,
-              order: Order = "rgba") -> Picture:
+              progress: Progress | None = None, out: OutT | None = None,
+              order: Order = "rgba") -> PictureT | OutT:
     """Returns `dst` with `src` drawn over it through a matrix, or with motion blur along matrices.
 
     n matrices give the average of n - 1 sub-samples of equal weight, one at each matrix but the

@@ -16,7 +16,7 @@ import numpy
 from . import _vx
 from ._channels import KINDS, pair
 from ._planes import put
-from ._types import Order, Picture, Place, Progress, Rect
+from ._types import Order, OutT, Picture, PictureT, Place, Progress, Rect
 
 __all__ = ["accumulate", "blend_alpha", "box_scan", "convert", "fade", "feather", "fill", "from_picture",
            "gaussian_scan", "invert", "merge", "to_picture", "transfer"]
@@ -204,7 +204,8 @@ def from_picture(picture: Picture, what: Quantity = "alpha", *, order: Order = "
     return _vx.uno_from_picture(picture, what, order)
 
 
-def to_picture(mask: Mask, *, out: Picture | None = None, order: Order = "rgba") -> Picture:
+def to_picture(mask: Mask, *, out: OutT | None = None,
+               order: Order = "rgba") -> numpy.ndarray | OutT:
     """Returns the mask as an opaque grey picture.
 
     mask: any depth.
@@ -214,9 +215,9 @@ def to_picture(mask: Mask, *, out: Picture | None = None, order: Order = "rgba")
     return _vx.uno_to_picture(_contiguous("mask", mask), out, order)
 
 
-def merge(picture: Picture, mask: Mask, *, at: Place = (0, 0), rect: Rect | None = None,
-          progress: Progress | None = None, out: Picture | None = None,
-          order: Order = "rgba") -> Picture:
+def merge(picture: PictureT, mask: Mask, *, at: Place = (0, 0), rect: Rect | None = None,
+          progress: Progress | None = None, out: OutT | None = None,
+          order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with its alpha multiplied by the mask; outside the mask alpha is 0.
 
     picture: any depth.
@@ -229,8 +230,8 @@ def merge(picture: Picture, mask: Mask, *, at: Place = (0, 0), rect: Rect | None
     return _vx.uno_merge(picture, _contiguous("mask", mask), at, rect, progress, out, order)
 
 
-def blend_alpha(picture: Picture, mask: Mask, target: float, *, opacity: float = 1.0,
-                out: Picture | None = None, order: Order = "rgba") -> Picture:
+def blend_alpha(picture: PictureT, mask: Mask, target: float, *, opacity: float = 1.0,
+                out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture with its alpha moved toward a target: a + mask opacity (target - a).
 
     picture: any depth.

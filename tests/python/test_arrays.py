@@ -8,7 +8,7 @@ import numpy as np
 import pytest
 
 import vx
-from pictures import argb, noise
+from pictures import DTYPES, FULL, argb, noise
 
 
 def test_a_picture_without_alpha_is_opaque():
@@ -37,13 +37,8 @@ LAYOUTS = [
     ("channels", lambda a: a[..., :2], ValueError, "shape (6, 5, 2)"),
     ("doubles", lambda a: a.astype(float), TypeError, "dtype float64"),
     ("other ends", lambda a: a.astype(">u2"), TypeError, "dtype >u2"),
-    ("fortran", np.asfortranarray, ValueError, "strides (1, 6, 30)"),
-    ("upside down", lambda a: a[::-1], ValueError, "strides (-20, 4, 1)"),
-    ("mirrored", lambda a: a[:, ::-1], ValueError, "strides (20, -4, 1)"),
-    ("every other", lambda a: a[:, ::2], ValueError, "strides (20, 8, 1)"),
-    ("turned", lambda a: a.transpose(1, 0, 2), ValueError, "strides (4, 20, 1)"),
-    ("one row again", lambda a: np.broadcast_to(a[:1], a.shape), ValueError, "strides (0, 4, 1)"),
     ("empty", lambda a: a[:0], ValueError, "shape (0, 5, 4)"),
+    ("flat", lambda a: a.ravel(), ValueError, "shape (120,)"),
     ("list", lambda a: a.tolist(), TypeError, "list"),
     ("none", lambda a: None, TypeError, "NoneType"),
 ]
@@ -58,6 +53,76 @@ def test_refused_layouts(name, make, error, words):
     if name != "none":
         with pytest.raises((ValueError, TypeError), match="^out: "):
             vx.fill(good, (0, 0, 0), out=make(noise(6, 5)))
+
+
+# Layouts of pictures that are converted. As a destination, and where their memory is used, they are refused.
+INPUTS = {
+    "fortran": np.asfortranarray, "upside down": lambda a: a[::-1], "mirrored": lambda a: a[:, ::-1],
+    "every other": lambda a: a[:, ::2], "turned": lambda a: a.transpose(1, 0, 2), "abgr": lambda a: a[..., ::-1],
+    "bgr": lambda a: a[..., 2::-1], "all reversed": lambda a: a[::-1, ::-1, ::-1], "grey": lambda a: a[..., 0].copy(),
+    "channel": lambda a: a[..., 1], "turned grey": lambda a: a[::-1, :, 2].T, "pixel": lambda a: a[:1, :1, ::-1],
+    "one row again": lambda a: np.broadcast_to(a[:1], a.shape)}
+
+
+@pytest.mark.parametrize("depth", DTYPES)
+@pytest.mark.parametrize("name", INPUTS)
+def test_layouts_of_inputs(name, depth):
+    view = INPUTS[name](noise(6, 5, depth))
+    expected = np.full((*view.shape[:2], 4), FULL[depth], view.dtype)
+    expected[..., :view.shape[2] if view.ndim == 3 else 3] = view if view.ndim == 3 else view[..., None]
+    for order in ("rgba", "argb") if expected.shape != view.shape else ("rgba",):
+        np.testing.assert_array_equal(vx.World(view, order=order).array(), expected)
+    with pytest.raises(ValueError, match="^out: "):
+        vx.fill(expected, (0, 0, 0), out=view)
+    with pytest.raises(ValueError, match="ascontiguousarray|vx.World|four channels"):
+        vx.World.view(view)
+    if view.ndim == 3 and view.shape[2] == 4:
+        with pytest.raises(ValueError, match="^picture: .*ascontiguousarray"):
+            vx.fill_alpha(view, order="argb")
+
+
+def test_the_values_of_a_grey_mask_are_weights():
+    for depth in (8, 16):
+        below, above, mask = noise(9, 8, depth), noise(9, 8, depth, seed=2), noise(7, 5, depth, seed=3)
+        for use in ("alpha", "inverse-alpha"):
+            by_alpha, *by_grey = (vx.transfer(below, above, mask=m, mask_use=u, mask_at=(1, -2)) for m, u in (
+                (mask, use), (mask[..., 3], use), (mask[..., 3], use.replace("alpha", "luma"))))
+            for result in by_grey:
+                np.testing.assert_array_equal(result, by_alpha)
+
+
+def test_values_above_the_16_bit_scale_are_refused():
+    fine, high = noise(4, 9, 16), noise(4, 9, 16)
+    high[2, 5, 1] = 32769
+    plane, layer = high[..., 1].copy(), vx.World(fine)
+    for call in (lambda: vx.blur(high, 1), lambda: vx.blur(high, 1, order="argb"), lambda: vx.World(high[::-1]),
+                 lambda: vx.fill_alpha(high[..., :3]), lambda: vx.fill_alpha(plane), lambda: vx.transfer(layer, high),
+                 lambda: vx.transfer(fine, fine, mask=high, mask_use="luma"), lambda: vx.uno.feather(plane, 1),
+                 lambda: vx.uno.merge(fine, plane), lambda: vx.uno.accumulate(plane, plane), lambda: vx.uno.box_scan(plane[2], 1),
+                 lambda: vx.interleave(fine, plane, "red"), lambda: vx.uno.blend_alpha(fine, plane, 0),
+                 lambda: vx.iterate_rows(fine, lambda x, y, band: high)):
+        with pytest.raises(ValueError, match="up to 32769, .*vx.from_uint16"):
+            call()
+    np.testing.assert_array_equal(vx.fill_alpha(fine, out=high), vx.fill_alpha(fine))  # contents of out are not read
+    for width in range(1, 35):  # every position in the vectors of the check, and after them
+        for x in range(width):
+            row = np.full((1, width, 4), 32768, np.uint16)
+            vx.World(row)
+            row[0, x, x % 4] = (32769, 65535)[x % 2]
+            for order in ("rgba", "argb"):
+                with pytest.raises(ValueError, match="from_uint16"):
+                    vx.fill_alpha(row, order=order)
+
+
+def test_conversion_of_values_up_to_65535():
+    scale, values = np.arange(32769, dtype=np.uint16), np.arange(65536, dtype=np.uint16)
+    np.testing.assert_array_equal(vx.from_uint16(values), np.rint(values * 32768.0 / 65535))  # never a half
+    np.testing.assert_array_equal(vx.to_uint16(scale), np.floor(scale * 65535.0 / 32768 + 0.5))
+    np.testing.assert_array_equal(vx.from_uint16(vx.to_uint16(scale)), scale)
+    for function, wrong, error in ((vx.to_uint16, values, ValueError), (vx.to_uint16, scale.astype(int), TypeError),
+                                   (vx.from_uint16, values.astype(np.float32), TypeError), (vx.from_uint16, [1], TypeError)):
+        with pytest.raises(error, match="^values: "):
+            function(wrong)
 
 
 def test_a_world_that_cannot_be_written_is_refused():

@@ -24,7 +24,7 @@ VX_Err Counted(Arguments... arguments) {
 
 VX_Err Entry(int32_t selector, int32_t*, void* block, const uint16_t*) {
   if (selector == VX_ModuleSelector_Unload) {
-    std::printf("VX_TransferRect: %d calls\n", calls.load());
+    std::fprintf(stderr, "VX_TransferRect: %d calls\n", calls.load());
     return VX_Ok;
   }
   VXp_OverrideTable& slots = *static_cast<VX_ModuleBlock*>(block)->slots;

@@ -100,10 +100,11 @@ VXHOST_API void VXHost_SetLogSink(VXHost_LogSink sink, void* context);
 // Sets the folders that PLUG_RunScans visits, in this order. Default: the folder vx/modules beside
 // the library of the embedded host, if it exists. Call it before the scan.
 //
-// The scan visits each regular file in the folders whose type (see FILE_AddExtensionMap) equals the
-// last code of the request, in the order of names. Files in other folders below them are not
-// visited. Folders that cannot be read are reported and skipped. A file is reported and not loaded
-// if it is not a module, if its routine fails, or if every user may write the file or its folder.
+// The scan visits each file in the folders whose type (see FILE_AddExtensionMap) equals the last
+// code of the request, in the order of names, and a file that has several paths once. Files in
+// other folders below them are not visited. Folders that cannot be read are reported and skipped. A
+// file is reported and not loaded if it is not a module, if its routine fails, or if every user may
+// write the file or its folder; for a link, also the folder of the file that it refers to.
 VXHOST_API void VXHost_SetModuleFolders(const std::vector<std::string>& folders);
 VXHOST_API std::vector<std::string> VXHost_GetModuleFolders();
 

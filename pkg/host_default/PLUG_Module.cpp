@@ -4,9 +4,11 @@
 #include "PLUG_Module.h"
 
 #include <dlfcn.h>
+#include <elf.h>
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -36,13 +38,29 @@ namespace {
 
 struct Files {
   std::mutex mutex;
-  std::map<std::string, std::unique_ptr<PLUG_File>> by_path;
+  std::map<void*, std::unique_ptr<PLUG_File>> by_object;
 };
 
 // The object is never destroyed, because routines may be used after main.
 Files& TheFiles() {
   static Files& files = *new Files;
   return files;
+}
+
+// Returns true for a shared object with a segment that ends after the end of the file. dlopen does
+// not check this, and a read of the missing bytes ends the process. dlopen detects other faults.
+bool IsCutOff(const std::string& path) {
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
+  const auto size = static_cast<uint64_t>(file.tellg());
+  Elf64_Ehdr header{};
+  Elf64_Phdr segment{};
+  file.seekg(0).read(reinterpret_cast<char*>(&header), sizeof(header));
+  file.seekg(static_cast<std::streamoff>(header.e_phoff));
+  for (int i = 0; i < header.e_phnum; ++i) {
+    if (!file.read(reinterpret_cast<char*>(&segment), sizeof(segment))) return false;
+    if (segment.p_offset > size || segment.p_filesz > size - segment.p_offset) return true;
+  }
+  return false;
 }
 
 // Returns what is wrong with a descriptor, or an empty text.
@@ -75,18 +93,22 @@ namespace host {
 PLUG_File* OpenModule(const std::string& path, std::string* why) {
   Files& files = TheFiles();
   const std::lock_guard lock(files.mutex);
-  const auto known = files.by_path.find(path);
-  if (known != files.by_path.end()) return known->second.get();
+  if (IsCutOff(path)) {
+    *why = "the file is incomplete";
+    return nullptr;
+  }
   void* const object = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!object) {
     *why = dlerror();
     return nullptr;
   }
+  const auto known = files.by_object.find(object);
+  if (known != files.by_object.end()) return known->second.get();
   const auto* const descriptor =
       static_cast<const PLUG_ModuleDescriptor*>(dlsym(object, "PLUG_Module"));
   *why = descriptor ? Fault(*descriptor) : "it does not export PLUG_Module";
   if (!why->empty()) return nullptr;
-  return files.by_path.emplace(path, new PLUG_File{descriptor}).first->second.get();
+  return files.by_object.emplace(object, new PLUG_File{descriptor}).first->second.get();
 }
 
 int32_t RoutinesInUse(const PLUG_File& file) { return file.in_use; }

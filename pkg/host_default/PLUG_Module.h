@@ -13,8 +13,9 @@
 
 namespace host {
 
-// Opens a module file, or returns the file of an earlier call for the same path. Returns null and
-// stores the reason if it is not a module. Files are never closed.
+// Opens a module file. Returns the same object for a file that is already open, also if it has
+// another path now. Returns null and stores the reason if the file is not a module. Files are never
+// closed.
 PLUG_File* OpenModule(const std::string& path, std::string* why);
 
 // Returns the number of routines of the file that are registered now.

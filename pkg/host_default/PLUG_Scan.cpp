@@ -51,8 +51,8 @@ std::vector<std::string> FilesOfType(const std::string& folder, uint32_t type) {
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
-    std::error_code ignored;  // an entry that was removed meanwhile counts as no file
-    if (entry->is_regular_file(ignored) &&
+    std::error_code ignored;  // a link without a target is found, so that it is reported
+    if (!entry->is_directory(ignored) &&
         host::FileNameHasType(entry->path().filename().c_str(), type)) {
       found.push_back(entry->path().string());
     }
@@ -66,13 +66,19 @@ std::vector<std::string> FilesOfType(const std::string& folder, uint32_t type) {
 // succeeded.
 VXHost_Module Visit(const Scan& scan, const std::string& path) {
   VXHost_Module module{path, {}, {}};
-  const std::string folder = fs::path(path).parent_path().string();
-  for (const std::string& place : {path, folder}) {
-    if (!IsWritableByAll(place)) continue;
-    module.error = "every user may write " + place + "; remove that permission (chmod o-w)";
+  std::error_code error_of_file;
+  const fs::path target = fs::canonical(path, error_of_file);  // path may be a link
+  if (error_of_file || !fs::is_regular_file(target, error_of_file)) {
+    module.error = error_of_file ? error_of_file.message() : "it is no regular file";
     return module;
   }
-  PLUG_File* const file = host::OpenModule(path, &module.error);
+  for (const fs::path& place : {fs::path(path).parent_path(), target, target.parent_path()}) {
+    if (!IsWritableByAll(place)) continue;
+    module.error =
+        "every user may write " + place.string() + "; remove that permission (chmod o-w)";
+    return module;
+  }
+  PLUG_File* const file = host::OpenModule(target, &module.error);
   if (!file) return module;
   const int32_t before = host::RoutinesInUse(*file);
   const U_Err error = scan.per_file(file, scan.context);
@@ -87,16 +93,24 @@ VXHost_Module Visit(const Scan& scan, const std::string& path) {
 
 U_Err Run(const Scan& scan, const std::vector<std::string>& folders,
           std::vector<VXHost_Module>* modules) {
+  std::vector<VXHost_Module> visited;
   if (scan.per_file) {
     for (const std::string& folder : folders) {
       for (const std::string& path : FilesOfType(folder, scan.codes.back())) {
-        modules->push_back(Visit(scan, path));
-        const VXHost_Module& module = modules->back();
-        if (!module.error.empty())
-          ReportText("module " + path + " was not loaded: " + module.error);
+        // The file may be found again through a link or in a folder that is given twice. A module
+        // that is loaded twice would call itself as the routine that it replaced.
+        const bool again = std::any_of(visited.begin(), visited.end(), [&](const auto& earlier) {
+          std::error_code not_equal;
+          return fs::equivalent(earlier.path, path, not_equal);
+        });
+        if (again) continue;
+        visited.push_back(Visit(scan, path));
+        const std::string& fault = visited.back().error;
+        if (!fault.empty()) ReportText("module " + path + " was not loaded: " + fault);
       }
     }
   }
+  modules->insert(modules->end(), visited.begin(), visited.end());
   return scan.finish(scan.context);
 }
 

@@ -65,10 +65,10 @@ class VXModules : public testing::Test {
   std::vector<VXHost_Module> modules;
 };
 
-// The routines of a file are loaded from the last to the first; the later file has the slot; death
-// unloads in the order of loading.
+// The routines of a file are loaded from the last to the first; the later file has the slot; a file
+// that is found again is not loaded again; death unloads in the order of loading.
 TEST_F(VXModules, LoadInOrderAndUnloadAtDeath) {
-  ASSERT_EQ(Scan({Folder("good"), Folder("later")}), 0);
+  ASSERT_EQ(Scan({Folder("good"), Folder("later"), Folder("good")}), 0);
   ASSERT_EQ(modules.size(), 2u);
   for (const VXHost_Module& module : modules) {
     EXPECT_EQ(module.error, "");
@@ -95,12 +95,18 @@ TEST_F(VXModules, LoadInOrderAndUnloadAtDeath) {
 // the other files are loaded.
 TEST_F(VXModules, BadFilesChangeNothing) {
   const fs::path made = fs::temp_directory_path() / ("vx_modules_" + std::to_string(getpid()));
-  fs::create_directories(made / "text");
+  for (const char* name : {"text", "cut", "open", "open_folder", "linked", "links"}) {
+    fs::create_directories(made / name);
+  }
+  const fs::path good = Folder("good") + "/good.RZX";
   std::ofstream(made / "text" / "text.RZX") << "no shared object";
-  fs::create_directories(made / "open");
-  fs::copy_file(Folder("good") + "/good.RZX", made / "open" / "open.RZX");
+  fs::copy_file(good, made / "cut" / "cut.RZX");
+  fs::resize_file(made / "cut" / "cut.RZX", fs::file_size(good) / 2);
+  fs::copy_file(good, made / "open" / "open.RZX");
   fs::permissions(made / "open" / "open.RZX", fs::perms::others_write, fs::perm_options::add);
-  fs::create_directories(made / "links");
+  fs::copy_file(good, made / "open_folder" / "module.RZX");
+  fs::permissions(made / "open_folder", fs::perms::others_write, fs::perm_options::add);
+  fs::create_symlink(made / "open_folder" / "module.RZX", made / "linked" / "module.RZX");
   fs::create_directory_symlink(made / "links", made / "links" / "loop");
   fs::create_symlink("self.RZX", made / "links" / "self.RZX");
 
@@ -111,8 +117,11 @@ TEST_F(VXModules, BadFilesChangeNothing) {
       {Folder("other_layout"), "layout 2"},
       {Folder("nothing"), "does not export PLUG_Module"},
       {made / "text", "text.RZX"},
-      {made / "open", "every user may write"}};
-  std::vector<std::string> folders = {made / "links", made / "missing"};
+      {made / "cut", "incomplete"},
+      {made / "open", "every user may write"},
+      {made / "linked", "open_folder"},
+      {made / "links", "symbolic links"}};
+  std::vector<std::string> folders = {made / "missing"};
   for (const auto& [folder, why] : faults) folders.push_back(folder);
   EXPECT_EQ(Scan(folders), 0);
   EXPECT_TRUE(TableIsBuiltIn());

@@ -83,11 +83,17 @@ vx::Library Start(const ModuleOptions& modules, bool lists_modules) {
   }
   if (modules.none || !modules.folders.empty()) VXHost_SetModuleFolders(modules.folders);
   vx::Library library = vxcli::WithContext("start", [] { return vx::Library(); });
-  for (const VXHost_Report& report : VXHost_TakeReports()) vxcli::Warn({report.text});
-  if (lists_modules || modules.folders.empty()) return library;
-  for (const VXHost_Module& module : VXHost_ListModules()) {
-    if (module.error.empty()) continue;
-    throw vxcli::DescribedFailure({vxcli::kInput, module.path + ": " + module.error});
+  const std::vector<VXHost_Module> found = VXHost_ListModules();
+  const auto failed = std::find_if(found.begin(), found.end(),
+                                   [](const VXHost_Module& m) { return !m.error.empty(); });
+  const bool fails = !lists_modules && !modules.folders.empty() && failed != found.end();
+  for (const VXHost_Report& report : VXHost_TakeReports()) {
+    // The host's own report (check 0) has the same text as the exception.
+    if (!fails || report.check != 0) vxcli::Warn({report.text});
+  }
+  if (fails) {
+    throw vxcli::DescribedFailure(
+        {vxcli::kInput, failed->path + ": the module was not loaded: " + failed->error});
   }
   return library;
 }

@@ -45,17 +45,17 @@ Json ListModes() {
   return rows;
 }
 
-// The shared object that contains a function, without its folder; "-" if it is unknown.
-std::string FileOf(const void* function) {
+// The shared object that contains a function, without its folder; null if it is unknown.
+Json FileOf(const void* function) {
   Dl_info info{};
-  if (!function || dladdr(function, &info) == 0 || !info.dli_fname) return "-";
+  if (!function || dladdr(function, &info) == 0 || !info.dli_fname) return nullptr;
   return std::filesystem::path(info.dli_fname).filename().string();
 }
 
-// The exported name of a function, as a programmer writes it; "-" if it is not exported.
-std::string SymbolOf(const void* function) {
+// The exported name of a function, as a programmer writes it; null if it is not exported.
+Json SymbolOf(const void* function) {
   Dl_info info{};
-  if (!function || dladdr(function, &info) == 0 || info.dli_saddr != function) return "-";
+  if (!function || dladdr(function, &info) == 0 || info.dli_saddr != function) return nullptr;
   int status = 0;
   const std::unique_ptr<char, void (*)(void*)> plain(
       abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, &status), std::free);
@@ -71,7 +71,7 @@ Json ListSlots() {
     VX_SlotDescription slot{};
     Check(VX_DescribeSlot(i, &slot));
     rows.push_back({{"number", slot.number},
-                    {"name", slot.name ? slot.name : "-"},
+                    {"name", slot.name ? Json(slot.name) : Json()},
                     {"state", kStates[slot.state]},
                     {"routine", SymbolOf(slot.routine)},
                     {"file", FileOf(slot.routine)}});
@@ -82,9 +82,11 @@ Json ListSlots() {
 Json ListModules() {
   Json rows = Json::array();
   for (const VXHost_Module& module : VXHost_ListModules()) {
+    const bool loaded = module.error.empty();
     rows.push_back({{"file", module.path},
                     {"routines", module.routines},
-                    {"state", module.error.empty() ? "loaded" : "failed: " + module.error}});
+                    {"state", loaded ? "loaded" : "failed"},
+                    {"reason", loaded ? Json() : Json(module.error)}});
   }
   return rows;
 }
@@ -136,6 +138,7 @@ Json ListOptions() {
 }
 
 std::string Cell(const Json& value) {
+  if (value.is_null()) return "-";
   if (value.is_string()) return value.get<std::string>();
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
   if (!value.is_array()) return value.dump();
@@ -188,9 +191,8 @@ int Run(const ListArguments& arguments) {
     for (Json& row : rows) row.erase("help");
     PrintTable(rows);
   }
-  const bool failed = std::any_of(rows.begin(), rows.end(), [](const Json& row) {
-    return row.value("state", "").starts_with("failed");
-  });
+  const bool failed = std::any_of(
+      rows.begin(), rows.end(), [](const Json& row) { return row.value("state", "") == "failed"; });
   return failed ? kInput : kDone;
 }
 

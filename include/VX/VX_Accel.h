@@ -33,19 +33,29 @@
 //            process ends.
 //
 // All calls are made on the thread that scans or calls VX_Death. The routines themselves are called
-// on any thread, and several at once. If two modules replace the same slot, the file whose name
-// sorts later is loaded later and its routine is used.
+// on any thread, and several at once. If two modules replace the same slot, the one that is loaded
+// later has it: files are loaded in the order of the folders and of their names.
 //
 // A routine that replaces a slot must have the signature of its member in VXp_OverrideTable and
-// must give the same bytes as the built-in routine, whose rules are described in the header of the
-// exported function. It keeps to the rules of the slot's function for progress, clipping and
-// errors.
+// must give the same bytes as the built-in routine. The rules are described in the header of the
+// exported function, or at the pointer type if there is none; they include the checks of arguments,
+// progress and errors. A routine may leave cases to the one that was in the slot before: keep its
+// pointer at the load call.
+//
+// A module that does not link the library cannot call exported functions such as VXp_WorldDepth. It
+// uses the routines in the slots and in the block, and gets the depth of a valid world like this:
+//
+//   int32_t DepthOf(const VX_LayerDef& world) {
+//     if (world.world_object) return static_cast<int16_t>(world.world_object->Depth());
+//     return 8 << (world.world_flags >> 24);
+//   }
 
 #include <cstddef>
 #include <cstdint>
 
 #include "VX/VX_CallbackBlock.h"
 #include "VX/VX_OverrideTable.h"
+#include "VX/VX_World.h"
 #include "host/PLUG.h"
 
 // The first argument of the entry.

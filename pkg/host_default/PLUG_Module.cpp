@@ -100,6 +100,7 @@ PLUG_File* OpenModule(const std::string& path, std::string* why) {
   void* const object = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!object) {
     *why = dlerror();
+    if (why->starts_with(path + ": ")) why->erase(0, path.size() + 2);
     return nullptr;
   }
   const auto known = files.by_object.find(object);

@@ -64,11 +64,16 @@ def set_module_folders(folders: Iterable[str | os.PathLike[str]]) -> None:
 
     folders: a list of paths.
 
-    Raises TypeError, RuntimeError, vx.Error.
+    A file that cannot be loaded is no error; modules() gives the reason.
+
+    Raises TypeError; OSError for a folder that cannot be read; RuntimeError, vx.Error.
     """
     if isinstance(folders, str):
         raise TypeError(f"folders: a list of folders, not {folders!r}")
-    _vx.set_module_folders([os.fspath(folder) for folder in folders])
+    paths = [os.fspath(folder) for folder in folders]
+    for path in paths:
+        os.listdir(path)
+    _vx.set_module_folders(paths)
 
 
 class Slot(NamedTuple):

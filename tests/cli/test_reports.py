@@ -72,6 +72,14 @@ class Reports(CommandTest):
         for level, name in (("none", "plain"), ("sse2", "sse2")):
             listed = json.loads(self.vx("--processor", level, "list", "processors", "--json")[0])
             self.assertEqual([p["name"] for p in listed if p["in_use"]], [name])
+        os.mkdir(self.path("modules"))
+        self.text("modules/bad.RZX", "text")
+        listed = json.loads(self.vx("--modules", "modules", "list", "modules", "--json", code=INPUT)[0])
+        self.assertEqual(listed, [{"file": "modules/bad.RZX", "routines": [], "state": "failed",
+                                   "reason": "file too short"}])
+        self.refuse(INPUT, "modules/bad.RZX: .*not loaded: file too short", "fill", "--modules", "modules", "2x2",
+                    "--color", "255,0,0,0", "-o", "o.png")
+        self.assertEqual(json.loads(self.vx("--no-modules", "list", "modules", "--json")[0]), [])
 
     def test_progress(self):
         self.png("a.png", random_pixels(1, 300, 20))

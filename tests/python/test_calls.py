@@ -120,6 +120,7 @@ CALLS = [
     (TypeError, "matrices", lambda: vx.transform(P, P, "eye"))]
 # Calls whose message is not checked.
 OTHERS = [
+    (FileNotFoundError, lambda: vx.host.set_module_folders([".", "none"])),
     (ValueError, lambda: vx.sample(P, 3, 0, "inside-sse2")), (ValueError, lambda: vx.blit(DEEP, P)),
     (ValueError, lambda: vx.extract_planes(DEEP)), (ValueError, lambda: vx.extract_planes(P, "x")),
     (ValueError, lambda: vx.insert_planes(P, P[..., :3].copy(), "ab")), (ValueError, lambda: vx.Bitmap(0, 4)),

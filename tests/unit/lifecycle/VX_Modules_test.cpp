@@ -116,7 +116,7 @@ TEST_F(VXModules, BadFilesChangeNothing) {
       {Folder("other_version"), "no routine for this version"},
       {Folder("other_layout"), "layout 2"},
       {Folder("nothing"), "does not export PLUG_Module"},
-      {made / "text", "text.RZX"},
+      {made / "text", "too short"},
       {made / "cut", "incomplete"},
       {made / "open", "every user may write"},
       {made / "linked", "open_folder"},

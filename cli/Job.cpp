@@ -13,6 +13,7 @@
 #include "JobRun.h"
 #include "StandardStreams.h"
 #include "VX/cpp/Pixels.hpp"
+#include "VXIO/VXIO_Memory.h"
 #include "VXIO/VXIO_Sequence.h"
 #include "Verbs.h"
 
@@ -185,7 +186,9 @@ VXIO_Picture JobFrame::Read(size_t input, int32_t depth, VXIO_AlphaAs alpha) {
   VXIO_Picture picture = file.clip
                              ? file.clip->Read(state_->index, file.clip_frame, depth, alpha)
                              : file.WithName([&] { return VXIO_Read(file.File(), depth, alpha); });
-  for (std::string& text : picture.warnings) text = WithoutPath(std::move(text), file.stored);
+  for (std::string& text : picture.warnings) {
+    text = VXIO_Renamed(std::move(text), file.stored, kStandardStream);
+  }
   if (file.black) {
     Blacken(&picture);
     picture.warnings.clear();  // the warnings are about pixels that are not used
@@ -219,16 +222,18 @@ void JobFrame::Write(vx::AnyConstView picture, VXIO_WriteOptions options) {
 
 std::vector<std::string> JobFrame::WriteToStandardOutput(vx::AnyConstView picture,
                                                          const VXIO_WriteOptions& options) {
-  const std::string file = TemporaryOutput(state_->job->options->format);
-  std::vector<std::string> warnings;
+  const std::string name = Output();  // "-.png"
+  VXIO_Encoded encoded;
   try {
-    warnings = VXIO_Write(file, *picture.descriptor(), options);
+    encoded = VXIO_Encode(name, *picture.descriptor(), options);
   } catch (const VXIO_Error& error) {
-    throw VXIO_Error(error.kind(), WithoutPath(error.what(), file));
+    throw VXIO_Error(error.kind(), VXIO_Renamed(error.what(), name, kStandardStream));
   }
-  MoveToStandardOutput(file);
-  for (std::string& text : warnings) text = WithoutPath(std::move(text), file);
-  return warnings;
+  vxcli::WriteToStandardOutput(encoded.bytes);
+  for (std::string& text : encoded.warnings) {
+    text = VXIO_Renamed(std::move(text), name, kStandardStream);
+  }
+  return encoded.warnings;
 }
 
 void JobFrame::Warn(const std::string& text) {

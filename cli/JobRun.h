@@ -18,6 +18,7 @@
 #include "Job.h"
 #include "JobClip.h"
 #include "StandardStreams.h"
+#include "VXIO/VXIO_Memory.h"
 #include "VXIO/VXIO_Sequence.h"
 
 namespace vxcli {
@@ -38,7 +39,7 @@ struct InputFile {
     try {
       return work();
     } catch (const VXIO_Error& error) {
-      throw VXIO_Error(error.kind(), WithoutPath(error.what(), stored));
+      throw VXIO_Error(error.kind(), VXIO_Renamed(error.what(), stored, kStandardStream));
     }
   }
   // Returns the header of the file or of the clip. Throws VXIO_Error (Input).

@@ -14,13 +14,7 @@ inline constexpr const char* kStandardStream = "-";
 // with its contents. Throws VXIO_Error (Input) if it cannot be read or is empty.
 std::string StandardInputFile();
 
-// Returns the path of a new file in the temporary folder for a picture that is to be written to the
-// standard output.
-std::string TemporaryOutput(const std::string& extension);
-// Writes the file to the standard output and removes it. Throws VXIO_Error (Output).
-void MoveToStandardOutput(const std::string& path);
-
-// Returns the text with "-" in place of the path.
-std::string WithoutPath(std::string text, const std::string& path);
+// Throws VXIO_Error (Output) if the bytes cannot be written completely.
+void WriteToStandardOutput(const std::string& bytes);
 
 }  // namespace vxcli

@@ -9,6 +9,7 @@
 #include "Console.h"
 #include "StandardStreams.h"
 #include "VXIO/VXIO_Clip.h"
+#include "VXIO/VXIO_Memory.h"
 #include "Verbs.h"
 
 namespace vxcli {
@@ -141,7 +142,7 @@ int Run(const std::string& name, bool as_json) {
     if (!VXIO_IsPicture(file)) return Print(VXIO_ClipReader(file).info(), name, as_json);
     return Print(VXIO_ReadInfo(file), name, as_json);
   } catch (const VXIO_Error& error) {
-    throw VXIO_Error(error.kind(), WithoutPath(error.what(), stored));
+    throw VXIO_Error(error.kind(), VXIO_Renamed(error.what(), stored, kStandardStream));
   }
 }
 

@@ -5,6 +5,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -219,8 +220,20 @@ void VXIOp_ThrowOutput(const std::string& path, const std::string& why) {
   throw VXIO_Error(VXIO_ErrorKind::Output, path + ": " + why);
 }
 
-VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
-    : path_(path), target_(FollowLinks(path)) {
+void VXIOp_OutputFile::OpenInMemory() {
+  lock_ = memfd_create("picture", MFD_CLOEXEC);
+  const int descriptor = lock_ < 0 ? -1 : fcntl(lock_, F_DUPFD_CLOEXEC, 0);
+  if (descriptor < 0) Throw("cannot be stored in memory", errno);
+  temporary_ = "/proc/self/fd/" + std::to_string(lock_);
+  stream_ = fdopen(descriptor, "w+b");
+}
+
+VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path, VXIOp_Storage storage) : path_(path) {
+  if (storage == VXIOp_Storage::Memory) {
+    OpenInMemory();
+    return;
+  }
+  target_ = FollowLinks(path);
   RemoveAbandoned(FolderOf(target_));
   int descriptor = -1;
   int error_number = 0;
@@ -245,6 +258,7 @@ VXIOp_OutputFile::VXIOp_OutputFile(const std::string& path)
 VXIOp_OutputFile::~VXIOp_OutputFile() {
   if (stream_) fclose(stream_);
   if (lock_ >= 0) close(lock_);
+  if (target_.empty()) return;  // in memory
   SlotLock lock;
   if (!temporary_.empty()) unlink(temporary_.c_str());
   if (slot_ >= 0) g_slots[slot_].used = false;
@@ -299,12 +313,30 @@ void VXIOp_OutputFile::Commit(VXIO_Clobber clobber) {
   }
 }
 
-void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber) {
+std::string VXIOp_OutputFile::Contents() const {
+  struct stat status {};
+  if (fstat(lock_, &status) != 0) Throw("cannot be read", errno);
+  std::string bytes(static_cast<size_t>(status.st_size), '\0');
+  for (size_t at = 0; at < bytes.size();) {
+    const ssize_t count =
+        pread(lock_, bytes.data() + at, bytes.size() - at, static_cast<off_t>(at));
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) Throw("cannot be read", count == 0 ? EIO : errno);
+    at += static_cast<size_t>(count);
+  }
+  return bytes;
+}
+
+void VXIOp_RequireFormat(const std::string& path) {
   const VXIOp_Format* format = VXIOp_FormatOfName(path);
   if (!format || !format->writes) {
     VXIOp_ThrowOutput(path, "the extension names no format that can be written; use one of " +
                                 VXIOp_FormatNames(VXIOp_Use::Write));
   }
+}
+
+void VXIO_CheckOutput(const std::string& path, VXIO_Clobber clobber) {
+  VXIOp_RequireFormat(path);
   VXIO_CheckFile(path, clobber);
 }
 

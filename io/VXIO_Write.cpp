@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "VX/VX.hpp"
+#include "VXIO/VXIO_Memory.h"
 #include "VXIO_Encoding.h"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
@@ -418,9 +419,12 @@ void RefuseWarnings(const Plan& plan, const VXIO_WriteOptions& options) {
   }
 }
 
+std::vector<std::string> Write(const std::string& path, const VX_LayerDef& world,
+                               const VXIO_WriteOptions& options, std::string* memory);
+
 // Writes the area of the display window to a format that has no windows.
 std::vector<std::string> WriteFrame(const std::string& path, const VX_LayerDef& world,
-                                    const VXIO_WriteOptions& options) {
+                                    const VXIO_WriteOptions& options, std::string* memory) {
   const VXIO_Windows windows = VXIO_WindowsOf(options.metadata);
   const vx::Rect& display = windows.display;
   std::vector<std::string> warnings;
@@ -439,24 +443,27 @@ std::vector<std::string> WriteFrame(const std::string& path, const VX_LayerDef& 
                                         opaque ? VXIOp_Outside::Opaque : VXIOp_Outside::Clear);
   VXIO_WriteOptions changed = options;
   changed.metadata = VXIO_WithWindows(options.metadata, {display, display});
-  for (std::string& warning : VXIO_Write(path, *frame.world(), changed)) {
+  for (std::string& warning : Write(path, *frame.world(), changed, memory)) {
     warnings.push_back(std::move(warning));
   }
   return warnings;
 }
 
-}  // namespace
-
-std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
-                                    const VXIO_WriteOptions& options) {
-  VXIO_CheckOutput(path, options.clobber);
+// Writes a picture to the file `path`, or if `memory` is not null to `memory`.
+std::vector<std::string> Write(const std::string& path, const VX_LayerDef& world,
+                               const VXIO_WriteOptions& options, std::string* memory) {
+  if (memory == nullptr) {
+    VXIO_CheckOutput(path, options.clobber);
+  } else {
+    VXIOp_RequireFormat(path);
+  }
   VXIO_CheckEncoding(path, options.encoding);
   if (VXIOp_NeedsFrame(*VXIOp_FormatOfName(path), world, options.metadata)) {
-    return WriteFrame(path, world, options);
+    return WriteFrame(path, world, options, memory);
   }
   Plan plan = MakePlan(path, world, options);
   RefuseWarnings(plan, options);
-  VXIOp_OutputFile file(path);
+  VXIOp_OutputFile file(path, memory == nullptr ? VXIOp_Storage::Disk : VXIOp_Storage::Memory);
   auto out = OIIO::ImageOutput::create(plan.format->oiio_name);
   if (!out) {
     VXIOp_ThrowOutput(path, std::string("this OpenImageIO cannot write ") + plan.format->name);
@@ -510,6 +517,24 @@ std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& 
                             " larger ones became infinity; choose the bits float to keep them");
   }
   RefuseWarnings(plan, options);
-  file.Commit(options.clobber);
+  if (memory == nullptr) {
+    file.Commit(options.clobber);
+  } else {
+    *memory = file.Contents();
+  }
   return plan.warnings;
+}
+
+}  // namespace
+
+std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
+                                    const VXIO_WriteOptions& options) {
+  return Write(path, world, options, /*memory=*/nullptr);
+}
+
+VXIO_Encoded VXIO_Encode(const std::string& name, const VX_LayerDef& world,
+                         const VXIO_WriteOptions& options) {
+  VXIO_Encoded encoded;
+  encoded.warnings = Write(name, world, options, &encoded.bytes);
+  return encoded;
 }

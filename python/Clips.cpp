@@ -65,9 +65,9 @@ py::object Fraction(const VXIO_Rational& value) {
 
 }  // namespace
 
-py::dict ClipInfo(const std::string& path) {
+py::dict ClipInfo(const InputFile& file) {
   VXIO_ClipInfo info;
-  RunFiles([&] { info = VXIO_ClipReader(path).info(); });
+  file.Run([&] { info = VXIO_ClipReader(file.path()).info(); });
   py::dict result;
   result["format"] = info.format;
   result["codec"] = info.codec;

@@ -7,6 +7,9 @@
 
 #include <pybind11/stl.h>
 
+#include <algorithm>
+#include <string_view>
+
 #include "Arguments.h"
 #include "Subjects.h"
 #include "VXIO/VXIO_Profile.h"
@@ -15,6 +18,11 @@
 namespace vxpy {
 
 std::string PathOf(const py::object& path) {
+  if (py::isinstance<py::bytes>(path)) {
+    throw py::type_error("path: needs str or os.PathLike; read, read_all and info also accept the "
+                         "contents of a file "
+                         "as bytes");
+  }
   const auto text = py::reinterpret_steal<py::object>(PyOS_FSPath(path.ptr()));
   if (!text) throw py::error_already_set();
   PyObject* bytes = nullptr;
@@ -37,6 +45,28 @@ void RequireFile(const py::object& path) {
   }
 }
 
+InputFile::InputFile(const py::object& path) {
+  if (!py::isinstance<py::bytes>(path) && !py::isinstance<py::bytearray>(path) &&
+      !py::isinstance<py::memoryview>(path)) {
+    if (py::hasattr(path, "read")) {
+      throw py::type_error("path: needs a path or the contents of a file; pass file.read()");
+    }
+    path_ = PathOf(path);
+    RequireFile(path);
+    return;
+  }
+  path_ = "data";
+  // A copy of a bytearray or a memoryview, which another thread may change.
+  const auto bytes = py::reinterpret_steal<py::bytes>(PyBytes_FromObject(path.ptr()));
+  if (!bytes) throw py::error_already_set();
+  const std::string_view contents = bytes;
+  if (contents.empty()) throw py::value_error("path: the contents have 0 bytes");
+  RunFiles([&] {
+    memory_ = std::make_unique<VXIO_MemoryFile>(path_);
+    memory_->Append(contents);
+  });
+}
+
 VXIO_AlphaAs ParseAlpha(const py::object& arg) {
   constexpr VXIO_AlphaAs kKinds[] = {VXIO_AlphaAs::File, VXIO_AlphaAs::Straight,
                                      VXIO_AlphaAs::Premultiplied, VXIO_AlphaAs::Ignore};
@@ -56,40 +86,76 @@ py::tuple Read(const py::object& path, const py::object& depth, const py::object
   const Order order = ParseOrder(order_arg);
   const VXIO_AlphaAs alpha_as = ParseAlpha(alpha);
   const int32_t bits = depth.is_none() ? 0 : ParseDepth(depth);
-  const std::string file = PathOf(path);
-  RequireFile(path);
+  const InputFile file(path);
   VXIO_Picture picture;
-  RunFiles([&] { picture = VXIO_Read(file, bits, alpha_as); });
+  file.Run([&] { picture = VXIO_Read(file.path(), bits, alpha_as); });
+  for (std::string& text : picture.warnings) {
+    text = VXIO_Renamed(std::move(text), file.path(), file.name());
+  }
   WarnAll(picture.warnings);
   return py::make_tuple(ResultOf(std::move(picture.world), as_world, order),
-                        Metadata{picture.metadata, file}, picture.has_alpha);
+                        Metadata{picture.metadata, file.name()}, picture.has_alpha);
 }
 
-void Write(const py::object& path, const py::object& picture, const py::object& metadata,
-           bool keep_alpha, bool overwrite, bool strict, const py::object& order_arg,
-           const py::object& bits, const py::object& compression, std::optional<int32_t> quality) {
-  const std::string file = PathOf(path);
-  const Source source(picture, ParseOrder(order_arg), "picture");
-  VXIO_WriteOptions options;
-  if (!metadata.is_none()) {
-    if (!py::isinstance<Metadata>(metadata)) {
-      throw py::type_error("metadata: needs vx.Metadata or None, not " +
-                           std::string(py::repr(metadata)));
-    }
-    options.metadata = metadata.cast<const Metadata&>().carried;
+// Accepts the name or an extension of a format that can be written.
+std::string ParseFormat(const py::object& format) {
+  if (!py::isinstance<py::str>(format)) {
+    throw py::type_error("format: needs the name of a format, not " + Quoted(format));
   }
-  options.grey = source.is_grey() && !keep_alpha;
-  options.keep_alpha = keep_alpha;
-  options.clobber = overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse;
-  options.strict = strict;
+  const std::string name = format.cast<std::string>();
+  std::string names;
+  for (const VXIO_FormatInfo& info : VXIO_ListFormats()) {
+    if (!info.writes) continue;
+    const auto& extensions = info.extensions;
+    if (std::find(extensions.begin(), extensions.end(), name) != extensions.end()) return name;
+    if (info.name == name) return extensions.front();
+    names += (names.empty() ? "" : ", ") + info.name;
+  }
+  throw py::value_error("format: one of " + names + ", not " + Quoted(format));
+}
+
+// Parses the options of write() and encode(): (metadata, keep_alpha, strict, bits, compression,
+// quality).
+VXIO_WriteOptions ParseOptions(const py::tuple& args, const Source& source) {
+  const py::object metadata = args[0], bits = args[3], compression = args[4];
+  VXIO_WriteOptions options;
+  if (!metadata.is_none()) options.metadata = ParseObject<Metadata>("metadata", metadata).carried;
+  options.keep_alpha = ParseFlag("keep_alpha", args[1]);
+  options.grey = source.is_grey() && !options.keep_alpha;
+  options.strict = ParseFlag("strict", args[2]);
   if (!bits.is_none()) options.encoding.bits = py::str(bits);
   if (!compression.is_none()) options.encoding.compression = py::str(compression);
-  options.encoding.quality = quality;
+  if (!args[5].is_none()) {
+    options.encoding.quality = static_cast<int32_t>(ParseWhole("quality", args[5], 1, 100));
+  }
+  return options;
+}
+
+void Write(const py::object& path, const py::object& picture, const py::tuple& args,
+           const py::object& overwrite, const py::object& order) {
+  const std::string file = PathOf(path);
+  const Source source(picture, ParseOrder(order), "picture");
+  VXIO_WriteOptions options = ParseOptions(args, source);
+  options.clobber =
+      ParseFlag("overwrite", overwrite) ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse;
   VXIO_CheckEncoding(file, options.encoding);  // std::invalid_argument becomes ValueError
   const VX_World* const world = source.world();
   std::vector<std::string> warnings;
   RunFiles([&] { warnings = VXIO_Write(file, *world, options); });
   WarnAll(warnings);
+}
+
+py::bytes Encode(const py::object& picture, const py::object& format, const py::tuple& args,
+                 const py::object& order) {
+  const Source source(picture, ParseOrder(order), "picture");
+  const VXIO_WriteOptions options = ParseOptions(args, source);
+  const std::string name = "picture." + ParseFormat(format);
+  VXIO_CheckEncoding(name, options.encoding);
+  const VX_World* const world = source.world();
+  VXIO_Encoded encoded;
+  RunFiles([&] { encoded = VXIO_Encode(name, *world, options); });
+  WarnAll(encoded.warnings);
+  return py::bytes(encoded.bytes);
 }
 
 // Returns the profile of a picture: (bytes, name, whether the file contains it).
@@ -120,13 +186,12 @@ py::tuple RectOf(const vx::Rect& rect) {
 }
 
 py::dict Info(const py::object& path) {
-  const std::string file = PathOf(path);
-  RequireFile(path);
+  const InputFile file(path);
   VXIO_Info info;
   bool is_picture = false;
-  RunFiles([&] {
-    is_picture = VXIO_IsPicture(file);
-    if (is_picture) info = VXIO_ReadInfo(file);
+  file.Run([&] {
+    is_picture = VXIO_IsPicture(file.path());
+    if (is_picture) info = VXIO_ReadInfo(file.path());
   });
   if (!is_picture) return ClipInfo(file);
   constexpr const char* kAlpha[] = {"none", "straight", "premultiplied"};
@@ -203,6 +268,7 @@ void AddFiles(py::module_& module) {
       .def("__repr__", [](const Metadata& m) { return "<vx.Metadata of " + m.path + ">"; });
   module.def("read", &Read);
   module.def("write", &Write);
+  module.def("encode", &Encode);
   module.def("info", &Info);
   module.def("frame_files", &FrameFiles);
   module.def("parse_frames", &ParseFrames);

@@ -4,11 +4,13 @@
 
 // Common parts of the bindings for pictures, sequences and clips.
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "Errors.h"
 #include "Pictures.h"
+#include "VXIO/VXIO_Memory.h"
 #include "VXIO/VXIO_Picture.h"
 
 namespace vxpy {
@@ -19,7 +21,7 @@ struct Metadata {
   std::string path;
 };
 
-// Converts a str, bytes or path object to a file name of the system.
+// Converts a str or path object to a file name of the system. bytes are contents, not a path.
 std::string PathOf(const py::object& path);
 
 // Issues each text as a UserWarning with the caller's source line.
@@ -59,10 +61,38 @@ void RunFiles(Function&& function) {
   Check(code);
 }
 
+// A file to read: a path, or the contents of a file as bytes, bytearray or memoryview, which are
+// copied to a file in memory.
+class InputFile {
+ public:
+  // Raises FileNotFoundError, PermissionError, ... if the file cannot be accessed.
+  explicit InputFile(const py::object& path);
+
+  const std::string& path() const { return memory_ ? memory_->path() : path_; }
+  // The path, or "data" for contents.
+  const std::string& name() const { return path_; }
+
+  // Runs function() as RunFiles does. Errors contain the name.
+  template <class Function>
+  void Run(Function&& function) const {
+    RunFiles([&] {
+      try {
+        function();
+      } catch (const VXIO_Error& error) {
+        throw VXIO_Error(error.kind(), VXIO_Renamed(error.what(), path(), name()));
+      }
+    });
+  }
+
+ private:
+  std::string path_;                         // as given, or "data"
+  std::unique_ptr<VXIO_MemoryFile> memory_;  // null for a path
+};
+
 // Adds the functions for clips; AddFiles calls it.
 void AddClips(py::module_& module);
 
 // Returns the header information of a clip as a dict.
-py::dict ClipInfo(const std::string& path);
+py::dict ClipInfo(const InputFile& file);
 
 }  // namespace vxpy

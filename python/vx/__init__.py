@@ -39,7 +39,7 @@ from . import host, uno
 from ._blend import blend_pixel, composite_rect, modes, transfer, transfer_flags
 from ._color import (convert_colors, hls_to_rgb, hue, lightness, luminance, rgb_to_hls, rgb_to_yiq,
                      saturation, yiq_to_rgb)
-from ._files import Frame, Read, frames, info, read, read_all, write
+from ._files import Frame, Read, encode, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._iterate import iterate, iterate_generic, iterate_rows
 from ._pixels import (blit, clear_alpha_outside, clear_outside, convert, copy, copy_bitmap, fill,
@@ -55,8 +55,8 @@ __all__ = [
     "Bitmap", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "Parts", "Profile",
     "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass", "clear_alpha_outside",
     "clear_outside", "composite_rect", "convert", "convert_colors", "convolve", "copy",
-    "copy_bitmap", "copy_channel", "death", "deinterleave", "extract_planes", "fill", "fill_alpha",
-    "frames", "from_uint16", "gaussian_kernel", "gaussian_value", "guess_alpha", "hls_to_rgb", "host",
+    "copy_bitmap", "copy_channel", "death", "deinterleave", "encode", "extract_planes", "fill",
+    "fill_alpha", "frames", "from_uint16", "gaussian_kernel", "gaussian_value", "guess_alpha", "hls_to_rgb", "host",
     "hue", "hypot", "info", "insert_planes", "interleave", "invert_alpha", "iterate", "iterate_generic",
     "iterate_rows", "lightness", "look_up", "luminance", "matrices_between", "mix", "modes",
     "premultiply", "rand", "read", "read_all", "reset_dither", "resize", "rgb_to_hls",

@@ -1,6 +1,9 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Reads pictures, sequences and clips from files, and writes pictures."""
+"""Reads pictures, sequences and clips from files or from bytes, and writes pictures.
+
+Thread-safe: calls on different files, and any calls on bytes, may run at once.
+"""
 
 from __future__ import annotations
 
@@ -14,6 +17,7 @@ from . import _vx
 from ._types import Order, Picture
 
 Path = str | os.PathLike[str]
+Data = bytes | bytearray | memoryview
 Alpha = Literal["file", "straight", "premultiplied", "ignore"]
 
 FilePictureT = TypeVar("FilePictureT", bound=Picture, covariant=True)
@@ -49,20 +53,21 @@ class Frame(NamedTuple, Generic[FilePictureT]):
 
 
 @overload
-def read_all(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+def read_all(path: Path | Data, *, depth: int | None = ..., alpha: Alpha = ...,
              world: Literal[False] = ..., order: Order = ...) -> Read[numpy.ndarray]: ...
 @overload
-def read_all(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+def read_all(path: Path | Data, *, depth: int | None = ..., alpha: Alpha = ...,
              world: Literal[True], order: Order = ...) -> Read[_vx.World]: ...
 @overload
-def read_all(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+def read_all(path: Path | Data, *, depth: int | None = ..., alpha: Alpha = ...,
              world: bool, order: Order = ...) -> Read[Picture]: ...
-def read_all(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
+def read_all(path: Path | Data, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
              order: Order = "rgba") -> Read[Any]:
     """Returns the first picture of a file, its metadata, and whether it has an alpha channel.
 
-    path: file of any format that the library reads; "file.exr@NAME" is a layer, part or channel of an
-    EXR.
+    path: file of any format that the library reads; "file.exr@NAME" is a layer, part or channel of
+    an EXR. Or the contents of a file as bytes, bytearray or memoryview, of all formats but tga, which
+    has no signature; messages name them "data".
     depth: 8, 16 or 32 bits per channel. None: the depth of the file.
     alpha: how the colours of the file are interpreted: "file" as the file declares, "straight",
     "premultiplied" by alpha, or "ignore" for no alpha.
@@ -75,15 +80,15 @@ def read_all(path: Path, *, depth: int | None = None, alpha: Alpha = "file", wor
 
 
 @overload
-def read(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+def read(path: Path | Data, *, depth: int | None = ..., alpha: Alpha = ...,
          world: Literal[False] = ..., order: Order = ...) -> numpy.ndarray: ...
 @overload
-def read(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+def read(path: Path | Data, *, depth: int | None = ..., alpha: Alpha = ...,
          world: Literal[True], order: Order = ...) -> _vx.World: ...
 @overload
-def read(path: Path, *, depth: int | None = ..., alpha: Alpha = ...,
+def read(path: Path | Data, *, depth: int | None = ..., alpha: Alpha = ...,
          world: bool, order: Order = ...) -> Picture: ...
-def read(path: Path, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
+def read(path: Path | Data, *, depth: int | None = None, alpha: Alpha = "file", world: bool = False,
          order: Order = "rgba") -> Picture:
     """Returns the picture of read_all(): height x width x 4 of uint8, uint16 or float32.
 
@@ -101,7 +106,8 @@ def write(path: Path, picture: Picture, *, metadata: _vx.Metadata | None = None,
     """Writes a picture to a file. The file is complete or unchanged.
 
     path: the extension selects the format.
-    picture: any depth.
+    picture: any depth. A grey array is written as a grey file if the format has such files and
+    keep_alpha is False.
     metadata: Metadata of a picture that was read; its profile and attributes are written.
     keep_alpha: store alpha even if every pixel is opaque.
     overwrite: False refuses to replace an existing file.
@@ -116,11 +122,27 @@ def write(path: Path, picture: Picture, *, metadata: _vx.Metadata | None = None,
 
     Raises TypeError, ValueError, OSError, vx.Error. After an error an existing file is unchanged.
     """
-    _vx.write(path, picture, metadata, keep_alpha, overwrite, strict, order, bits, compression,
-              quality)
+    options = (metadata, keep_alpha, strict, bits, compression, quality)
+    _vx.write(path, picture, options, overwrite, order)
 
 
-def info(path: Path) -> dict[str, Any]:
+def encode(picture: Picture, format: str, *, metadata: _vx.Metadata | None = None,
+           keep_alpha: bool = False, strict: bool = False, order: Order = "rgba",
+           bits: int | str | None = None, compression: str | None = None,
+           quality: int | None = None) -> bytes:
+    """Returns the bytes of a file that write() would write. read() converts them to a picture.
+
+    picture: any depth.
+    format: a name or an extension: "png", "jpeg", "jpg". `vx list formats` lists them.
+    metadata, keep_alpha, strict, bits, compression, quality: as in write().
+
+    Raises TypeError, ValueError, OSError, vx.Error.
+    """
+    options = (metadata, keep_alpha, strict, bits, compression, quality)
+    return _vx.encode(picture, format, options, order)
+
+
+def info(path: Path | Data) -> dict[str, Any]:
     """Returns the properties of a picture or a clip. Pixels are not read.
 
     All files: format, width and height (upright), depth (of the arrays that read() and
@@ -132,9 +154,9 @@ def info(path: Path) -> dict[str, Any]:
     (from the file, or None if the file does not contain it), duration (in seconds, or None),
     pixel_aspect (a Fraction, width / height), matrix, matrix_tagged, full_range.
 
-    path: the file.
+    path: the file, or its contents as in read_all().
 
-    Raises FileNotFoundError, OSError.
+    Raises FileNotFoundError, OSError, TypeError, ValueError.
     """
     return _vx.info(path)
 

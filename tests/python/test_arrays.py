@@ -98,8 +98,8 @@ def test_values_above_the_16_bit_scale_are_refused():
     for call in (lambda: vx.blur(high, 1), lambda: vx.blur(high, 1, order="argb"), lambda: vx.World(high[::-1]),
                  lambda: vx.fill_alpha(high[..., :3]), lambda: vx.fill_alpha(plane), lambda: vx.transfer(layer, high),
                  lambda: vx.transfer(fine, fine, mask=high, mask_use="luma"), lambda: vx.uno.feather(plane, 1),
-                 lambda: vx.uno.merge(fine, plane), lambda: vx.uno.accumulate(plane, plane), lambda: vx.uno.box_scan(plane[2], 1),
-                 lambda: vx.interleave(fine, plane, "red"), lambda: vx.uno.blend_alpha(fine, plane, 0),
+                 lambda: vx.uno.merge(fine, plane), lambda: vx.uno.accumulate(plane, plane),
+                 lambda: vx.uno.box_scan(plane[2], 1), lambda: vx.interleave(fine, plane, "red"), lambda: vx.uno.blend_alpha(fine, plane, 0),
                  lambda: vx.iterate_rows(fine, lambda x, y, band: high)):
         with pytest.raises(ValueError, match="up to 32769, .*vx.from_uint16"):
             call()
@@ -119,8 +119,9 @@ def test_conversion_of_values_up_to_65535():
     np.testing.assert_array_equal(vx.from_uint16(values), np.rint(values * 32768.0 / 65535))  # never a half
     np.testing.assert_array_equal(vx.to_uint16(scale), np.floor(scale * 65535.0 / 32768 + 0.5))
     np.testing.assert_array_equal(vx.from_uint16(vx.to_uint16(scale)), scale)
-    for function, wrong, error in ((vx.to_uint16, values, ValueError), (vx.to_uint16, scale.astype(int), TypeError),
-                                   (vx.from_uint16, values.astype(np.float32), TypeError), (vx.from_uint16, [1], TypeError)):
+    for function, wrong, error in (
+            (vx.to_uint16, values, ValueError), (vx.to_uint16, scale.astype(int), TypeError),
+            (vx.from_uint16, values.astype(np.float32), TypeError), (vx.from_uint16, [1], TypeError)):
         with pytest.raises(error, match="^values: "):
             function(wrong)
 

@@ -2,6 +2,9 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Files: written and read again, sequences, profiles, missing files."""
 
+import io
+import os
+
 import numpy as np
 import pytest
 
@@ -19,6 +22,56 @@ def test_there_and_back(tmp_path, name, depth):
     np.testing.assert_array_equal(read.picture, picture)
     assert read.has_alpha and vx.info(tmp_path / name)["depth"] == depth
     assert vx.read(tmp_path / name, world=True, depth=8).depth == 8
+
+
+def test_bytes(tmp_path):
+    picture = noise(5, 6)
+    for name, options in (("png", {}), ("tiff", {"compression": "lzw"}), ("bmp", {}), ("jpg", {"quality": 50})):
+        if name in ("bmp", "jpg"):
+            picture = picture[..., :3].copy()
+        vx.write(tmp_path / f"picture.{name}", picture, **options)
+        data = vx.encode(picture, name, **options)
+        assert data == (tmp_path / f"picture.{name}").read_bytes()
+        for contents in (data, bytearray(data), memoryview(data), memoryview(data[::-1])[::-1]):
+            np.testing.assert_array_equal(vx.read(contents), vx.read(tmp_path / f"picture.{name}"))
+        assert vx.info(data) == vx.info(tmp_path / f"picture.{name}")
+    with pytest.warns(UserWarning, match="^picture.png: "):
+        vx.encode(noise(3, 3, 32), "png")
+    wide = vx.read_all(vx.encode(picture, "png")).metadata.with_profile(bytes(vx.Profile.named("Display P3")))
+    assert vx.read_all(vx.encode(picture, "png", metadata=wide)).metadata.profile()[2]
+    before = len(os.listdir("/proc/self/fd"))
+    for error, words, call in (
+            (OSError, "^data: is truncated", lambda: vx.read(vx.encode(picture, "png")[:-20])),
+            (OSError, "^data: is not a picture", lambda: vx.read(b"text")),
+            (ValueError, "0 bytes", lambda: vx.read(b"")), (OSError, "^data: ", lambda: vx.info(b"text")),
+            (TypeError, "file.read", lambda: vx.read(io.BytesIO(data))),
+            (ValueError, "format: one of png", lambda: vx.encode(picture, "gif")),
+            (TypeError, "^format: ", lambda: vx.encode(picture, None)),
+            (ValueError, "png has", lambda: vx.encode(picture, "png", bits=12)),
+            (OSError, "16 bits", lambda: vx.encode(noise(3, 3, 32), "png", strict=True)),
+            (TypeError, "^path: ", lambda: vx.write(b"picture.png", picture)),
+            (TypeError, "^path: ", lambda: list(vx.frames(b"picture.png")))):
+        with pytest.raises(error, match=words):
+            call()
+    assert len(os.listdir("/proc/self/fd")) == before
+
+
+def test_files_have_the_scale_of_to_uint16_and_from_uint16():
+    scale = np.arange(32769, dtype=np.uint16).reshape(1, -1, 3)
+    stored = vx.to_uint16(scale).tobytes()
+    data = vx.encode(scale, "tiff", compression="none")
+    assert stored in data
+    values = np.random.default_rng(1).permutation(65536)[:32769].astype(np.uint16).reshape(1, -1, 3)
+    read = vx.read(data.replace(stored, values.tobytes()))
+    np.testing.assert_array_equal(read[..., :3], vx.from_uint16(values))
+
+
+def test_grey_arrays_become_grey_files():
+    grey = noise(5, 6)[..., 0]
+    for options, channels in (({}, 1), ({"keep_alpha": True}, 4)):
+        data = vx.encode(grey, "png", **options)
+        assert len(vx.info(data)["channels"]) == channels
+        np.testing.assert_array_equal(vx.read(data), vx.uno.to_picture(grey))
 
 
 def test_encodings(tmp_path):

@@ -24,6 +24,7 @@ def results(array: npt.NDArray[np.uint8], world: vx.World, either: Union[Array, 
     assert_type(vx.read_all("a.png", world=True).picture, vx.World)
     for frame in vx.frames("a.mov", "1-3", world=True):
         assert_type(frame.picture, vx.World)
+    assert_type(vx.read(vx.encode(world, "png")), Array)
     assert_type(vx.blur(array, 2), Array)
     assert_type(vx.blur(world, 2), vx.World)
     assert_type(vx.blur(either, 2), Union[Array, vx.World])

@@ -18,9 +18,14 @@ constexpr VX_Err kResult = 101;
 
 [[maybe_unused]] VX_Err Fade(int32_t, uint8_t, uint8_t*) { return kResult; }
 
+// Kept for the unload calls, which report the number of the routine.
+VX_Err (*report)(uint32_t number, const char* text) = nullptr;
+
 VX_Err First(int32_t selector, int32_t* command, void* data, const uint16_t* version) {
-  if (selector != VX_ModuleSelector_Load)
+  if (selector == VX_ModuleSelector_Unload) {
+    report(kResult, "unloaded");
     return command || data || version ? VX_ErrReported : VX_Ok;
+  }
   auto& block = *static_cast<VX_ModuleBlock*>(data);
   void* const memory = block.realloc(block.calloc(1, 8), 16);
   const bool usable = memory && *static_cast<int64_t*>(memory) == 0 &&
@@ -44,8 +49,11 @@ VX_Err First(int32_t selector, int32_t* command, void* data, const uint16_t* ver
 #endif
 }
 
-// The last routine of a file is loaded first, so First finds its routine in the slot.
-VX_Err Second(int32_t, int32_t*, void*, const uint16_t*) { return VX_Ok; }
+VX_Err Second(int32_t selector, int32_t*, void* data, const uint16_t*) {
+  if (selector == VX_ModuleSelector_Unload) return report(kResult + 100, "unloaded");
+  report = static_cast<VX_ModuleBlock*>(data)->report;
+  return VX_Ok;
+}
 
 #ifdef OTHER_VERSION
 constexpr uint32_t kVersion = (VX_ModuleVersion + 1) << 16;

@@ -83,7 +83,11 @@ TEST_F(VXModules, LoadInOrderAndUnloadAtDeath) {
   EXPECT_EQ(registered, (std::vector<int64_t>{3, 0, 3, 0}));
 
   host->calls.clear();
+  VXHost_TakeReports();
   ASSERT_EQ(VX_Death(), 0);
+  std::vector<uint32_t> unloaded;
+  for (const VXHost_Report& report : VXHost_TakeReports()) unloaded.push_back(report.check);
+  EXPECT_EQ(unloaded, (std::vector<uint32_t>{0x2500C9, 0x250065, 0x2500CA, 0x250066}));
   EXPECT_EQ(host->CallsTo("PLUG_UnprepRoutine").size(), 4u);
   EXPECT_EQ(host->CallsTo("PLUG_UnregisterRoutine").size(), 4u);
   EXPECT_TRUE(TableIsBuiltIn());

@@ -38,9 +38,17 @@ const Suite& Get(FindSuite find) {
 bool Near(double a, double b) { return std::fabs(a - b) < 1e-9; }
 
 void Runtime(FindSuite find) {
-  bool sse2 = false;
   const auto& cpu = Get<VX_CpuDataSuite1>(find);
-  Expect(cpu.has_sse2(&sse2) == VX_Ok && cpu.has_mmx(nullptr) == VX_ErrBadParameter, "processor");
+  bool has[4] = {};
+  Expect(cpu.has_mmx(&has[0]) == VX_Ok && cpu.has_sse(&has[1]) == VX_Ok &&
+             cpu.has_sse2(&has[2]) == VX_Ok && cpu.has_sse3(&has[3]) == VX_Ok &&
+             cpu.has_mmx(nullptr) == VX_ErrBadParameter,
+         "processor");
+  Expect(has[0] == (__builtin_cpu_supports("mmx") != 0) &&
+             has[1] == (__builtin_cpu_supports("sse") != 0) &&
+             has[2] == (__builtin_cpu_supports("sse2") != 0) &&
+             has[3] == (__builtin_cpu_supports("sse3") != 0),
+         "processor");
 
   // Arguments at which each function has a value of its own.
   const auto& c = Get<VX_AnsiSuite1>(find);
@@ -110,18 +118,24 @@ void Colors(FindSuite find, Pixel red, Component one, Measure full) {
          Suite::kName);
 }
 
+// Samples a quarter of a pixel to the left of an opaque world. The box is two pixels wide.
 template <class Suite, class Pixel>
-void Samplers(FindSuite find, VX_LayerDef* world, Pixel expected) {
+void Samplers(FindSuite find, VX_LayerDef* world, Pixel color) {
   const auto& suite = Get<Suite>(find);
   VX_SampPB record{};
-  record.x_radius = record.y_radius = 1 << 15;
-  record.area = 1 << 16;
+  record.x_radius = 1 << 16;
+  record.y_radius = 1 << 15;
+  record.area = 2 << 16;
   record.src = world;
-  for (auto* sample : {suite.nearest, suite.bilinear, suite.area}) {
-    Pixel pixel{};
-    sample(nullptr, 1 << 16, 1 << 16, &record, &pixel);
+  const auto check = [&](VX_SampleFunc<Pixel> sample, double covered) {
+    Pixel pixel{}, expected = color;
+    expected.alpha = static_cast<decltype(pixel.alpha)>(color.alpha * covered);
+    sample(nullptr, -(1 << 14), 1 << 16, &record, &pixel);
     Expect(std::memcmp(&pixel, &expected, sizeof(pixel)) == 0, Suite::kName);
-  }
+  };
+  check(suite.nearest, 1);
+  check(suite.bilinear, 0.75);
+  check(suite.area, 0.625);
 }
 
 template <class Pixel>
@@ -157,7 +171,7 @@ void Draw(FindSuite find, VX_PixelFormat format, Pixel color) {
   fills.premultiply(nullptr, 1, &world);  // opaque: no change
   Expect(pixels != nullptr && std::memcmp(&pixels[1], &color, sizeof(color)) == 0, "a fill");
 
-  // Each iterator visits the 12 pixels.
+  // Each iterator visits the 12 pixels, but iterate_origin only those over the moved source.
   const auto& walk = Get<VX_Iterate8Suite1>(find);
   int32_t visits = 0;
   const auto count = [](void* refcon, int32_t, int32_t, void*, void*) -> VX_Err {
@@ -165,8 +179,11 @@ void Draw(FindSuite find, VX_PixelFormat format, Pixel color) {
     return VX_Ok;
   };
   walk.iterate(nullptr, 0, 0, &world, nullptr, &visits, count, &world);
-  walk.iterate_origin(nullptr, 0, 0, &world, nullptr, nullptr, &visits, count, &world);
-  walk.iterate_all(nullptr, 0, 0, &world, nullptr, nullptr, &visits, count, &world);
+  M_Point right{};
+  right.h = 1;
+  walk.iterate_origin(nullptr, 0, 0, &world, nullptr, &right, &visits, count, &other);
+  Expect(visits == 12 + 9, "iterate_origin");
+  walk.iterate_all(nullptr, 0, 0, &world, nullptr, &right, &visits, count, &other);
   for (const VX_IterateFunctions& functions :
        {VX_IterateFunctions(Get<VX_Iterate16Suite1>(find)),
         VX_IterateFunctions(Get<VX_IterateFloatSuite1>(find))}) {
@@ -176,9 +193,10 @@ void Draw(FindSuite find, VX_PixelFormat format, Pixel color) {
     ++*static_cast<int32_t*>(refcon);
     return VX_Ok;
   });
-  Expect(visits == 6 * 12, "iterators");
+  Expect(visits == 5 * 12 + 9, "iterators");
 
-  // Copies and mixes of equal worlds change nothing.
+  // Copies of the same size are exact. Two columns that are stretched to four in high quality
+  // include transparent pixels outside of the world.
   const auto& transform = Get<VX_WorldTransformSuite1>(find);
   const VX_CompositeModePlus copy(VX_Xfer_Copy, 1.0f, nullptr, false, 0);
   Expect(transform.copy(nullptr, &world, &other, nullptr, nullptr) == VX_Ok &&
@@ -187,6 +205,11 @@ void Draw(FindSuite find, VX_PixelFormat format, Pixel color) {
                                      nullptr, 0, 0, &other) == VX_Ok,
          "copies");
   Expect(std::memcmp(other.data, world.data, 4 * sizeof(Pixel)) == 0, "a copy");
+  const M_Rect half{0, 0, 3, 2};
+  transform.copy(nullptr, &world, &other, &half, nullptr);
+  Expect(std::memcmp(other.data, world.data, 4 * sizeof(Pixel)) == 0, "a stretched draft copy");
+  transform.copy_hq(nullptr, &world, &other, &half, nullptr);
+  Expect(static_cast<const Pixel*>(other.data)->alpha < color.alpha, "a stretched copy");
   Expect(worlds.dispose(nullptr, &world) == VX_Ok && worlds.dispose(nullptr, &other) == VX_Ok,
          "disposal");
 }

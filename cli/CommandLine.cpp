@@ -141,7 +141,7 @@ Verb* ParseCommandLine(std::vector<std::string> arguments, OptionList* global,
       "Composite, scale, blur, convert and compare pictures of straight alpha at 8, 16 and 32 bits",
       "vx"};
   root.require_subcommand(0, 1);
-  root.set_version_flag("--version", &VersionText, "Show versions and the processor level");
+  root.set_version_flag("--version", &VersionText, "Show the version and the processor level");
   root.footer(
       "Exit codes: 0 done, 1 internal error (compare: different), 2 usage, 3 input, 4 output,\n"
       "5 some frames failed (--keep-going), 128 + signal. 'vx VERB --help' describes a verb.");

@@ -3,7 +3,6 @@
 // The command vx: initialises the library and runs a verb. A failure is reported by one line and an
 // exit code.
 
-#include <CLI/Version.hpp>
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -146,11 +145,6 @@ std::vector<vxcli::Verb> vxcli::AllVerbs() {
 
 std::string vxcli::VersionText() {
   std::string text = "vx " VX_PROJECT_VERSION "\nlibVX package " + std::to_string(VX_PKG_VERSION);
-  for (const auto& [name, version] : VXIO_ListLibraries()) text += "\n" + name + " " + version;
-  text += "\nCLI11 " CLI11_VERSION "\nnlohmann-json " +
-          std::to_string(NLOHMANN_JSON_VERSION_MAJOR) + "." +
-          std::to_string(NLOHMANN_JSON_VERSION_MINOR) + "." +
-          std::to_string(NLOHMANN_JSON_VERSION_PATCH);
   for (const ProcessorLevel& level : ProcessorLevels()) {
     if (level.in_use) text += std::string("\nprocessor level ") + level.name;
   }

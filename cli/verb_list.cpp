@@ -1,10 +1,12 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
-// vx list: lists the modes, slots, formats, processor levels, options, modules and suites.
+// vx list: lists the modes, slots, formats, processor levels, options, modules, suites and
+// libraries.
 
 #include <cxxabi.h>
 #include <dlfcn.h>
 
+#include <CLI/Version.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -99,6 +101,17 @@ Json ListSuites() {
   return rows;
 }
 
+Json ListLibraries() {
+  std::vector<std::pair<std::string, std::string>> libraries = VXIO_ListLibraries();
+  libraries.emplace_back("CLI11", CLI11_VERSION);
+  libraries.emplace_back("nlohmann-json", Json::meta()["version"]["string"]);
+  Json rows = Json::array();
+  for (const auto& [name, version] : libraries) {
+    rows.push_back({{"name", name}, {"version", version}});
+  }
+  return rows;
+}
+
 Json ListFormats() {
   Json rows = Json::array();
   for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {
@@ -183,7 +196,7 @@ struct ListArguments {
 
 int Run(const ListArguments& arguments) {
   static Json (*const kLists[])() = {ListModes,   ListSlots,   ListFormats, ListProcessors,
-                                     ListOptions, ListModules, ListSuites};
+                                     ListOptions, ListModules, ListSuites,  ListLibraries};
   Json rows = kLists[arguments.what]();
   if (arguments.json) {
     PrintJson(rows);
@@ -202,18 +215,21 @@ Verb ListVerb() {
   auto to = std::make_shared<ListArguments>();
   // Messages contain the verb in place of the name of the argument.
   Value what = Parsed(&to->what, [](const std::string&, const std::string& text) {
-    return ParseChoice("list", text,
-                       {"modes", "slots", "formats", "processors", "options", "modules", "suites"});
+    return ParseChoice(
+        "list", text,
+        {"modes", "slots", "formats", "processors", "options", "modules", "suites", "libraries"});
   });
   OptionList options = {
       Option{
           "WHAT", " ", std::move(what),
           "modes: transfer modes; slots: replaceable routines and their states; formats: picture "
           "formats; processors: levels of vector instructions; options: the options of all verbs; "
-          "modules: acceleration modules that were found; suites: function tables for effects"}
+          "modules: acceleration modules that were found; suites: function tables for effects; "
+          "libraries: the libraries in use"}
           .Required(),
       {"--json", "", Flag(&to->json), "Print JSON"}};
-  return {"list", "List the modes, slots, formats, processor levels, options, modules or suites",
+  return {"list",
+          "List modes, slots, formats, processor levels, options, modules, suites or libraries",
           std::move(options), "Example:\n  vx list modes --json",
           [to](const Verb&) { return Run(*to); }};
 }

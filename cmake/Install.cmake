@@ -9,6 +9,9 @@ set(vx_libraries VX VXHost)
 set(vx_headers include/VX include/host)
 if(TARGET VXIO)
   list(APPEND vx_libraries VXIO)
+  # No program links VXIO_codecs: neither exported nor installed with a name for the linker.
+  set_target_properties(VXIO_codecs PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS VXIO_codecs LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
   list(APPEND vx_headers include/VXIO)
 endif()
 

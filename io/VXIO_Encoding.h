@@ -24,11 +24,11 @@ struct VXIOp_Encodings {
   bool quality = false;
 };
 
-const VXIOp_Encodings& VXIOp_EncodingsOf(std::string_view format);
+VXIO_API const VXIOp_Encodings& VXIOp_EncodingsOf(std::string_view format);
 
 // Returns the compression of this name, which may be followed by ":LEVEL"; null if there is none.
-const VXIOp_Compression* VXIOp_FindCompression(const VXIOp_Encodings& encodings,
-                                               std::string_view text);
+VXIO_API const VXIOp_Compression* VXIOp_FindCompression(const VXIOp_Encodings& encodings,
+                                                        std::string_view text);
 
 // Returns the names for messages and lists: "zip:1-9".
 std::vector<std::string> VXIOp_CompressionNames(const VXIOp_Encodings& encodings);

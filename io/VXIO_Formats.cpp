@@ -2,15 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO_Formats.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libswscale/swscale.h>
-}
-
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cctype>
 
 #include "VXIO_Encoding.h"
@@ -38,8 +31,6 @@ constexpr std::array<VXIOp_Format, 14> kFormats = {{
     {"sgi", "sgi", "sgi rgb rgba bw", true, true, false, kStraight, false, false, true, false},
     {"jpeg2000", "jpeg2000", "jp2 j2k", true, true, false, kStraight, false, false, true, false},
 }};
-
-std::atomic<int32_t> threads{0};
 
 const VXIOp_Format* ByName(std::string_view name) {
   auto found = std::find_if(kFormats.begin(), kFormats.end(),
@@ -153,39 +144,4 @@ std::vector<VXIO_FormatInfo> VXIO_ListFormats() {
     list.push_back(std::move(info));
   }
   return list;
-}
-
-std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries() {
-  std::vector<std::pair<std::string, std::string>> list;
-  list.emplace_back("OpenImageIO", OIIO::get_string_attribute("version"));
-  // The list has the form "tiff:LIBTIFF Version 4.5.0;jpeg:..." and is filtered by kFormats.
-  std::string libraries = OIIO::get_string_attribute("library_list");
-  for (size_t start = 0; start < libraries.size();) {
-    size_t end = std::min(libraries.find(';', start), libraries.size());
-    std::string entry = libraries.substr(start, end - start);
-    size_t colon = entry.find(':');
-    std::string name = entry.substr(0, colon);
-    bool ours = std::any_of(kFormats.begin(), kFormats.end(),
-                            [&](const VXIOp_Format& format) { return name == format.oiio_name; });
-    if (ours && colon != std::string::npos) list.emplace_back(name, entry.substr(colon + 1));
-    start = end + 1;
-  }
-  const std::pair<const char*, unsigned> lav[] = {{"libavformat", avformat_version()},
-                                                  {"libavcodec", avcodec_version()},
-                                                  {"libswscale", swscale_version()}};
-  for (const auto& [name, version] : lav) {
-    list.emplace_back(name, std::to_string(AV_VERSION_MAJOR(version)) + '.' +
-                                std::to_string(AV_VERSION_MINOR(version)) + '.' +
-                                std::to_string(AV_VERSION_MICRO(version)));
-  }
-  return list;
-}
-
-int32_t VXIOp_Threads() { return threads.load(); }
-
-void VXIO_SetThreads(int32_t count) {
-  threads = count;
-  // The number of threads that OpenEXR uses in addition to the calling thread; -1 means none.
-  static_cast<void>(OIIO::attribute("threads", count));
-  static_cast<void>(OIIO::attribute("exr_threads", count > 1 ? count : -1));
 }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "VXIO_Codecs.h"
 #include "VXIO_InputFile.h"
 
 VXIO_MemoryFile::VXIO_MemoryFile(std::string name) : name_(std::move(name)) {
@@ -36,4 +37,9 @@ std::string VXIO_Renamed(std::string text, const std::string& path, const std::s
     text.replace(at, path.size(), name);
   }
   return text;
+}
+
+VXIO_Encoded VXIO_Encode(const std::string& name, const VX_LayerDef& world,
+                         const VXIO_WriteOptions& options) {
+  return VXIOp_LoadCodecs(VXIO_ErrorKind::Output).Encode(name, world, options);
 }

@@ -12,9 +12,9 @@
 enum class VXIOp_Storage { Disk, Memory };
 
 // Throws unless the extension of `path` is that of a format that can be written.
-void VXIOp_RequireFormat(const std::string& path);
+VXIO_API void VXIOp_RequireFormat(const std::string& path);
 
-class VXIOp_OutputFile {
+class VXIO_API VXIOp_OutputFile {
  public:
   // Creates the temporary file in the folder of `path`, with the permissions of an existing file.
   // Symbolic links are followed: the file that a link refers to is replaced, not the link.
@@ -51,4 +51,4 @@ class VXIOp_OutputFile {
   int slot_ = -1;  // index in the table of the signal handler
 };
 
-[[noreturn]] void VXIOp_ThrowOutput(const std::string& path, const std::string& why);
+[[noreturn]] VXIO_API void VXIOp_ThrowOutput(const std::string& path, const std::string& why);

@@ -31,7 +31,7 @@ class FromCMake(build_ext):
             files = [path for path in pathlib.Path(stage).rglob("*.so*")]
             module = [path for path in files if path.name.startswith("_vx.")]
             libraries = [path for path in files if re.fullmatch(r"libVX\w*\.so\.\d+", path.name)]
-            if len(module) != 1 or len(libraries) != 3:
+            if len(module) != 1 or len(libraries) != 4:
                 sys.exit(f"{tree}: is no finished build of VX with its Python module")
             shutil.copy(module[0], package)
             for path in libraries:  # with the file names that the loader uses

@@ -83,6 +83,7 @@ struct VXIO_ClipFrame {
 // decoder uses as many threads as VXIO_SetThreads specified before the reader was opened.
 class VXIO_API VXIO_ClipReader {
  public:
+  struct Impl;
   // Opens the file. Throws VXIO_Error (Input) if it is not a clip, has no video, or its video
   // cannot be decoded.
   explicit VXIO_ClipReader(const std::string& path);
@@ -110,6 +111,5 @@ class VXIO_API VXIO_ClipReader {
   std::optional<double> time() const;
 
  private:
-  struct Impl;
   std::unique_ptr<Impl> impl_;
 };

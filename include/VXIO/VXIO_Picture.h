@@ -19,14 +19,15 @@
 //             Samples of 10, 12 and 14 bits are preserved exactly, 16-bit samples to within 1. A
 //             16-bit file is converted to and from float worlds directly, not through 0..32768.
 //   Size      1..30,000 pixels on each axis, checked before memory is allocated.
-//   Windows   An EXR has a display window, which is the frame of the picture, and a data window,
-//   the
-//             area whose pixels are stored. A world contains the data window. See VXIO_Windows.
+//   Windows   The display window of an EXR is the frame of the picture. Its data window is the area
+//             whose pixels are stored. A world contains the data window. See VXIO_Windows.
 //   Upright   The orientation tag of a camera is applied on reading and then removed.
 //   Errors    Thrown as VXIO_Error with one line of text: the file, and how to correct the problem.
 //             If the library fails or memory is exhausted, vx::Error is thrown.
 //   Warnings  One line each, with the file name: what was lost or guessed. The operation continues.
 //   Threads   Calls on different files may run concurrently.
+//   Loading   The first call that reads or writes a picture or clip loads the libraries for it. If
+//             one is missing, VXIO_Error is thrown; the next call tries again.
 
 #include <cstdint>
 #include <memory>
@@ -126,7 +127,7 @@ VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
 VXIO_API std::string VXIO_FileOf(const std::string& path);
 
 // Returns the names and versions of OpenImageIO, of the picture libraries it uses and of the
-// libraries that read clips.
+// libraries that read clips. Loads these libraries.
 VXIO_API std::vector<std::pair<std::string, std::string>> VXIO_ListLibraries();
 
 // Returns true if the file contains a picture, false if it contains a clip. The first bytes of the

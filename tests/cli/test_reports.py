@@ -5,11 +5,12 @@
 import json
 import math
 import os
+import shutil
 import unittest
 
 import jsonschema
 import numpy as np
-from vxcommand import INPUT, SOME_FAILED, USAGE, CommandTest, random_pixels
+from vxcommand import INPUT, OUTPUT, SOME_FAILED, USAGE, VX, CommandTest, random_pixels
 
 
 class Reports(CommandTest):
@@ -121,6 +122,22 @@ class Reports(CommandTest):
                 if extra:
                     self.assertEqual(json.loads(out.splitlines()[-1]).get("exit", 0), code)
 
+    def test_codecs_are_loaded_when_needed(self):
+        self.assertRegex(self.vx("list", "libraries")[0], r"(?s)name +version\nOpenImageIO +2.*libavcodec +\d")
+        self.png("a.png", random_pixels(1, 4, 4))
+        alone = self.path("alone")
+        os.mkdir(alone)
+        libraries = os.path.join(os.path.dirname(VX), "../lib")
+        shutil.copy(os.path.join(libraries, "libVXIO.so.1"), alone)
+        environment = {**os.environ, "LD_LIBRARY_PATH": alone}
+        for words, code in (("--version", 0), ("list formats", 0), ("list options", 0), ("blur", USAGE),
+                            ("copy a.png -o b.txt", OUTPUT)):
+            self.assertNotIn("loaded", self.vx(*words.split(), code=code, env=environment)[1])
+        for words, code in (("copy a.png -o b.png", INPUT), ("info a.png", INPUT), ("list libraries", INPUT)):
+            self.refuse(code, alone + r"/libVXIO_codecs.so.1: cannot be loaded: .*; install ", *words.split(), env=environment)
+        shutil.copy(os.path.join(libraries, "libVXIO_codecs.so.1"), alone)
+        self.vx("copy", "a.png", "-o", "b.png", env=environment)
+
     def test_sheet_and_help(self):
         self.png("a.png", random_pixels(1, 20, 20))
         self.png("b.png", random_pixels(2, 40, 60, channels=3))
@@ -129,7 +146,6 @@ class Reports(CommandTest):
         self.assertEqual(sheet.shape, (8 + 4 * (40 + 22 + 8), 8 + 10 * (60 + 8), 3))
         tiles = [sheet[8 + i // 10 * 70:, 8 + i % 10 * 68:][:40, :60] for i in range(39)]
         self.assertEqual(len({tile.tobytes() for tile in tiles}), 38, "scale and copy have the same result")
-        self.assertIn("OpenImageIO 2", self.vx("--version")[0])
         options = json.loads(self.vx("list", "options", "--json")[0])
         for verb in sorted({row["verb"] for row in options}):
             text = self.vx(verb, "--help")[0]

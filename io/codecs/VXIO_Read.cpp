@@ -7,6 +7,7 @@
 
 #include <OpenImageIO/filesystem.h>
 
+#include "VXIO_CodecTable.h"
 #include "VXIO_InputFile.h"
 #include "VXIO_Jpeg.h"
 #include "VXIO_Open.h"
@@ -188,7 +189,7 @@ std::string ProfileName(const OIIO::ImageSpec& spec) {
 
 }  // namespace
 
-VXIO_Info VXIO_ReadInfo(const std::string& path) {
+VXIO_Info VXIOp_ReadInfo(const std::string& path) {
   VXIOp_Open open = VXIOp_OpenPicture(path);
   VXIO_Info info;
   info.path = path;
@@ -215,7 +216,7 @@ VXIO_Info VXIO_ReadInfo(const std::string& path) {
   return info;
 }
 
-VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alpha) {
+VXIO_Picture VXIOp_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alpha) {
   VXIOp_Open open = VXIOp_OpenPicture(path);
   const bool divides =
       open.alpha != VXIO_AlphaKind::None &&
@@ -244,14 +245,7 @@ VXIO_Picture VXIO_Read(const std::string& path, int32_t depth, VXIO_AlphaAs alph
   return picture;
 }
 
-VXIO_Picture VXIO_ReadHeader(const std::string& path) {
+VXIO_Picture VXIOp_ReadHeader(const std::string& path) {
   VXIOp_Open open = VXIOp_OpenPicture(path);
   return HeaderOf(&open);
-}
-
-VXIO_WorldPtr VXIO_ConvertDepth(VXIO_WorldPtr world, int32_t depth) {
-  if (VXp_WorldDepth(world.get()) == depth) return world;
-  vx::Image other = vx::Image::uninitialized(world->width, world->height, depth);
-  vx::convert(other, *world);
-  return other.release();
 }

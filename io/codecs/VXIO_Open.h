@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "VXIO_Formats.h"
+#include "VXIO_Metadata.h"
 
 // The positions of red, green, blue and alpha among the channels of the file; `alpha` is -1 if
 // there is none.

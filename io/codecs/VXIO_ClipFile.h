@@ -16,10 +16,6 @@ extern "C" {
 
 #include "VXIO_LavLog.h"
 
-// Returns libav's name of the container, determined from the contents; empty if the file is not a
-// clip of a supported format.
-std::string VXIOp_ClipFormatOf(const std::string& path);
-
 // Some demuxers and decoders return tag values that libav does not define. VXIOp_ClearUnknownTags
 // sets such values to "unspecified" and returns false if there was one.
 bool VXIOp_ClearUnknownTags(AVColorSpace* matrix, AVColorRange* range, AVColorPrimaries* primaries,

@@ -13,7 +13,7 @@
 #include <type_traits>
 
 #include "VX/VX.hpp"
-#include "VXIO/VXIO_Memory.h"
+#include "VXIO_CodecTable.h"
 #include "VXIO_Encoding.h"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
@@ -425,7 +425,7 @@ std::vector<std::string> Write(const std::string& path, const VX_LayerDef& world
 // Writes the area of the display window to a format that has no windows.
 std::vector<std::string> WriteFrame(const std::string& path, const VX_LayerDef& world,
                                     const VXIO_WriteOptions& options, std::string* memory) {
-  const VXIO_Windows windows = VXIO_WindowsOf(options.metadata);
+  const VXIO_Windows windows = VXIOp_WindowsOf(options.metadata);
   const vx::Rect& display = windows.display;
   std::vector<std::string> warnings;
   const vx::Rect both = windows.Union();
@@ -442,7 +442,7 @@ std::vector<std::string> WriteFrame(const std::string& path, const VX_LayerDef& 
   const vx::Image frame = VXIOp_Reframe(world, windows.data, display,
                                         opaque ? VXIOp_Outside::Opaque : VXIOp_Outside::Clear);
   VXIO_WriteOptions changed = options;
-  changed.metadata = VXIO_WithWindows(options.metadata, {display, display});
+  changed.metadata = VXIOp_WithWindows(options.metadata, {display, display});
   for (std::string& warning : Write(path, *frame.world(), changed, memory)) {
     warnings.push_back(std::move(warning));
   }
@@ -527,13 +527,13 @@ std::vector<std::string> Write(const std::string& path, const VX_LayerDef& world
 
 }  // namespace
 
-std::vector<std::string> VXIO_Write(const std::string& path, const VX_LayerDef& world,
-                                    const VXIO_WriteOptions& options) {
+std::vector<std::string> VXIOp_Write(const std::string& path, const VX_LayerDef& world,
+                                     const VXIO_WriteOptions& options) {
   return Write(path, world, options, /*memory=*/nullptr);
 }
 
-VXIO_Encoded VXIO_Encode(const std::string& name, const VX_LayerDef& world,
-                         const VXIO_WriteOptions& options) {
+VXIO_Encoded VXIOp_Encode(const std::string& name, const VX_LayerDef& world,
+                          const VXIO_WriteOptions& options) {
   VXIO_Encoded encoded;
   encoded.warnings = Write(name, world, options, &encoded.bytes);
   return encoded;

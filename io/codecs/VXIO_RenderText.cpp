@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "VX/VX.hpp"
+#include "VXIO_CodecTable.h"
 #include "VXIO_Formats.h"
 #include "VXIO_OutputFile.h"
 
@@ -15,7 +16,7 @@ constexpr const char* kFont = "DejaVuSans";
 
 }  // namespace
 
-VXIO_WorldPtr VXIO_RenderText(const std::string& text, int32_t size, uint8_t grey) {
+VXIO_WorldPtr VXIOp_RenderText(const std::string& text, int32_t size, uint8_t grey) {
   OIIO::ROI box = OIIO::ImageBufAlgo::text_size(text, size, kFont);
   if (!box.defined()) {
     VXIOp_ThrowOutput("labels", std::string("the font ") + kFont +

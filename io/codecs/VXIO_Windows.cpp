@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "VXIO_CodecTable.h"
 #include "VXIO_InputFile.h"
 #include "VXIO_Open.h"
 
@@ -86,19 +87,19 @@ vx::Image VXIOp_Reframe(const VX_LayerDef& world, const vx::Rect& from, const vx
 bool VXIOp_NeedsFrame(const VXIOp_Format& format, const VX_LayerDef& world,
                       const VXIO_Metadata& metadata) {
   if (format.windows) return false;
-  const VXIO_Windows windows = VXIO_WindowsOf(metadata);
+  const VXIO_Windows windows = VXIOp_WindowsOf(metadata);
   return windows.Differ() && windows.data.width() == world.width &&
          windows.data.height() == world.height;
 }
 
-VXIO_Windows VXIO_WindowsOf(const VXIO_Metadata& metadata) {
+VXIO_Windows VXIOp_WindowsOf(const VXIO_Metadata& metadata) {
   if (!metadata.Get()) return {};
   if (metadata.Get()->windows) return VXIOp_WindowsOf(metadata.Get()->spec);
   const OIIO::ImageSpec& spec = metadata.Get()->spec;
   return {{0, 0, spec.width, spec.height}, {0, 0, spec.width, spec.height}};
 }
 
-VXIO_Metadata VXIO_WithWindows(const VXIO_Metadata& metadata, const VXIO_Windows& windows) {
+VXIO_Metadata VXIOp_WithWindows(const VXIO_Metadata& metadata, const VXIO_Windows& windows) {
   auto changed = metadata.Get() ? std::make_shared<VXIO_Metadata::Impl>(*metadata.Get())
                                 : std::make_shared<VXIO_Metadata::Impl>();
   VXIOp_SetWindows(windows, &changed->spec);
@@ -106,11 +107,11 @@ VXIO_Metadata VXIO_WithWindows(const VXIO_Metadata& metadata, const VXIO_Windows
   return VXIO_Metadata(std::move(changed));
 }
 
-void VXIO_SetDataWindow(VXIO_Picture* picture, const vx::Rect& data) {
-  const VXIO_Windows old = VXIO_WindowsOf(picture->metadata);
+void VXIOp_SetDataWindow(VXIO_Picture* picture, const vx::Rect& data) {
+  const VXIO_Windows old = VXIOp_WindowsOf(picture->metadata);
   VXIOp_CheckSize("display window", data.width(), data.height());
   picture->world = VXIOp_Reframe(*picture->world, old.data, data,
                                  picture->has_alpha ? VXIOp_Outside::Clear : VXIOp_Outside::Opaque)
                        .release();
-  picture->metadata = VXIO_WithWindows(picture->metadata, {data, old.display});
+  picture->metadata = VXIOp_WithWindows(picture->metadata, {data, old.display});
 }

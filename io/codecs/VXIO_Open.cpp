@@ -2,14 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO_Open.h"
 
-#include <OpenImageIO/filesystem.h>
-
 #include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <set>
 
-#include "VXIO_ClipFile.h"
+#include "VXIO_CodecTable.h"
 #include "VXIO_InputFile.h"
 
 namespace {
@@ -272,20 +270,6 @@ std::vector<std::string> SelectLayer(const std::string& layer, VXIOp_Open* open)
 }
 
 }  // namespace
-
-std::string VXIO_FileOf(const std::string& path) {
-  const size_t at = path.rfind('@');
-  if (at == std::string::npos || at == 0 || OIIO::Filesystem::exists(path)) return path;
-  const std::string file = path.substr(0, at);
-  return OIIO::Filesystem::is_regular(file) ? file : path;
-}
-
-bool VXIO_IsPicture(const std::string& path) {
-  const std::string file = VXIO_FileOf(path);
-  VXIOp_CheckFile(file, "a picture or a clip");
-  if (VXIOp_FormatOfContent(VXIOp_Head(file, 16), file)) return true;
-  return VXIOp_FormatOfName(file) && VXIOp_ClipFormatOf(file).empty();
-}
 
 VXIOp_Open VXIOp_OpenPicture(const std::string& path) {
   VXIOp_Open open;

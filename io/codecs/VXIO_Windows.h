@@ -5,7 +5,7 @@
 // Data window and display window: conversion to and from OpenImageIO, and change of the frame.
 
 #include "VX/VX.hpp"
-#include "VXIO_Formats.h"
+#include "VXIO_Metadata.h"
 
 // The size of the spec is that of the data window.
 VXIO_Windows VXIOp_WindowsOf(const OIIO::ImageSpec& spec);

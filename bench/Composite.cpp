@@ -86,7 +86,7 @@ void CheckAgreement(const Row<Pixel>& row, Closing* closing) {
   }
 }
 
-// The library is first; pixman, if it takes part, is last.
+// The first contestant is the library. The last is pixman, if it has the operation.
 template <class Pixel>
 std::vector<Contestant> ContestantsOf(const Row<Pixel>& row) {
   Scene<Pixel>& scene = *row.scene;

@@ -1,7 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The cost of the C++20 interface: vx::composite against the classic call with the same arguments.
+// The cost of the C++20 interface: vx::composite against the call of the C-style interface with the
+// same arguments.
 
 #include <VX/VX.hpp>
 #include <cstdio>

@@ -2,16 +2,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The same operations by other libraries, on the same memory. They process a world as an image of
-// four channels and ignore alpha. Each uses one thread. If a library is not installed, its columns
-// are empty.
+// The operations of the benchmarks by other libraries, on the same memory. These process a world as
+// an image of four channels and ignore alpha. Each uses one thread. If a library is not installed,
+// its columns are empty.
 
 #include "VX/VX_Types.h"
 #include "VX/VX_UnoBuffer.h"
 #include "host/M.h"
 
 // The standard deviation of a normal distribution that is cut off at radius + 1 and has the
-// variance of VX_GaussianValue.
+// variance of VXp_GaussianValue.
 inline double SigmaOf(int32_t radius) { return 0.3965 * (radius + 1); }
 
 struct OpenCvPeer {

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The same scene for pixman, which uses premultiplied pixels. Before the measurement the pictures
-// are multiplied by alpha and converted to pixman's fastest channel order. Pixman does not divide
-// by alpha, which is a large part of the work on straight pixels.
+// A scene for pixman, which uses premultiplied pixels. Before the measurement the pictures are
+// multiplied by alpha and converted to pixman's fastest channel order. Pixman does not divide by
+// alpha, which is a large part of the work on straight pixels.
 
 #include <memory>
 

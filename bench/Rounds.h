@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Measures several contestants in turn, to compare their speeds.
+// Measures several contestants alternately, to compare their speeds.
 //
 // The speed of a machine changes within seconds, by its temperature and by other programs, and the
 // change can be larger than the difference to be measured. A benchmark library measures one

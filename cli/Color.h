@@ -35,9 +35,9 @@ struct NamedProfile {
 };
 
 // Returns the profile for `name`: the name of a built-in profile, or the path of a profile file or
-// of a picture with an embedded profile. `option` is used in messages. Throws UsageError if `name`
-// is neither a built-in profile nor similar to a path. Throws VXIO_Error (Input) if the file is
-// missing or has no usable profile.
+// of a picture with an embedded profile. `option` is used in messages. Throws VXIO_Error (Input)
+// for a file without a usable profile, and for a missing file if `name` has the form of a path (it
+// contains "/" or has a known extension). Throws UsageError for any other name.
 NamedProfile FindProfile(const std::string& option, const std::string& name);
 
 // Returns the 128-bit identifier of a profile as 32 hexadecimal digits.

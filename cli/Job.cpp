@@ -34,7 +34,7 @@ std::vector<int64_t> ParseFrames(const std::string& option, const std::string& t
   }
 }
 
-// Returns the first extension of a writable format, which is named by its name or by an extension.
+// Parses the name or an extension of a writable format. Returns its first extension.
 std::string ParseFormat(const std::string& option, const std::string& text) {
   std::vector<std::string> names;
   for (const VXIO_FormatInfo& format : VXIO_ListFormats()) {

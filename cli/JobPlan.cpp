@@ -71,7 +71,8 @@ JobPlan::JobPlan(const Job& job)
   if (output_) CheckOutputs(job.options->Clobber());
 }
 
-// Sets the existing frames of a sequence; of a clip those up to `last_needed`.
+// Finds the existing frames of an input: all files of a sequence, or the frames of a clip up to
+// `last_needed`.
 void JobPlan::FindExisting(Input* input, int64_t last_needed) const {
   if (input->clip) {
     const int64_t count = input->clip->CountFrames(std::min(last_needed, VXIO_MostFrames) + 1);
@@ -104,8 +105,8 @@ void JobPlan::FindTime(double seconds) {
 void JobPlan::FindFrames(const Job& job) {
   if (job.options->at_time) return FindTime(*job.options->at_time);
   if (job.options->frames) frames_ = *job.options->frames;
-  // Frames of a clip after the last one of the job are not counted. One more is, to report that
-  // the clip is longer.
+  // A clip is decoded only up to the last frame of the job. If the first input determines the
+  // frames, one frame more of the other clips is decoded, so that longer clips are reported.
   int64_t last_needed = VXIO_MostFrames;
   if (!frames_.empty()) last_needed = *std::max_element(frames_.begin(), frames_.end());
   for (Input& input : inputs_) {

@@ -63,7 +63,7 @@ Box BoxOf(const vx::Matrix& matrix, Size size, double border) {
   return box;
 }
 
-// Returns `matrix`, followed by a translation in the background.
+// Returns the map that applies `matrix` and then moves by (x, y) pixels of the background.
 vx::Matrix Moved(vx::Matrix matrix, double x, double y) {
   for (size_t row = 0; row < 9; row += 3) {
     matrix.m[row] += x * matrix.m[row + 2];

@@ -16,8 +16,8 @@ namespace vxcli {
 
 // --- options -------------------------------------------------------------------------------------
 
-// A position along one axis: pixels from the left or upper edge of the background to that of the
-// layer, or a fraction of the space that the layer leaves free.
+// A position along one axis: the pixels from the left or upper edge of the background to that of
+// the layer, or (`share`) a fraction of the size of the background minus the size of the layer.
 struct Coordinate {
   int32_t pixels = 0;
   std::optional<double> share;
@@ -29,7 +29,8 @@ struct Coordinate {
 struct Position {
   Coordinate x, y;
 };
-// "center", or "X,Y", each a whole number, a percentage, center, or left and right, top and bottom.
+// Parses "center" or "X,Y". X is a whole number, a percentage, "left", "center" or "right"; Y is a
+// whole number, a percentage, "top", "center" or "bottom".
 Position ParsePosition(const std::string& option, const std::string& text);
 
 struct ShadowOptions {
@@ -61,7 +62,7 @@ void CheckEffects(const EffectOptions& options);
 // Returns the matrix from the layer to the background; the arguments are their sizes.
 vx::Matrix MatrixOf(const EffectOptions& options, Size size, Size below);
 
-// Returns `matrix` after a translation of the layer.
+// Returns the map that moves the layer and then applies `matrix`.
 vx::Matrix After(vx::Point translation, const vx::Matrix& matrix);
 
 // --- effects -------------------------------------------------------------------------------------

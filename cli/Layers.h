@@ -86,8 +86,8 @@ int64_t BytesOfLayer(const std::vector<VXIO_Info>& infos, const LayerInputs& lay
 // whole area.
 VXIO_Windows WindowsOf(const VXIO_Picture& picture);
 
-// Extends the world of a picture to its display window: what is drawn on it later may be anywhere
-// in the frame. Pixels outside of the display window stay.
+// Extends the world of a picture so that it contains the display window, because layers may be
+// drawn anywhere in it. Pixels outside of the display window are kept.
 void FrameDisplayWindow(VXIO_Picture* picture);
 // Returns the number of bytes of the world after FrameDisplayWindow.
 int64_t BytesOfFrame(const VXIO_Info& info, int32_t depth);

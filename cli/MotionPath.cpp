@@ -29,7 +29,8 @@ void ParsePair(const std::string& option, const std::string& text, double* x, do
 
 void ParseMatrix(const std::string& option, const std::string& text, Placement* to) {
   std::vector<double> numbers = ParseNumbers(option, text, kMatrixNumbers);
-  // The library does the same division. Here it makes the motion between two affine matrices even.
+  // An affine matrix is divided by its last number. The library does this too, but here it must
+  // precede the interpolation between two matrices, so that the speed of the motion is constant.
   const double last = numbers[8];
   if (numbers[2] == 0 && numbers[5] == 0 && last != 0) {
     for (double& number : numbers) number /= last;

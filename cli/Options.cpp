@@ -14,8 +14,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Returns true if the text is a number, false if it is an option. Numbers that the parser refuses,
-// such as nan, are numbers here.
+// Returns true if the text begins like a number, so that it is not an option. This includes nan and
+// inf, which the parser of the value rejects.
 bool LooksLikeNumbers(const std::string& text) {
   const size_t first = std::min(text.find_first_not_of("+-"), text.size());
   return text.find_first_of(".0123456789", first) == first || text.compare(first, 3, "nan") == 0 ||

@@ -51,9 +51,9 @@ Frame FrameOf(const VXIO_Picture& background) {
   return {{windows.display.width(), windows.display.height()}, {-offset.x, -offset.y}};
 }
 
-// The part of a layer that is drawn. `from` is its position in the area of --rect or in the display
-// window of the layer, `at` its position in the world of the background without the options of the
-// placement.
+// The part of a layer that is drawn. `from` is its position in the area of --rect or, without
+// --rect, in the display window of the layer. `at` is its position in the world of the background,
+// before the placement (scale, rotation and so on) is applied.
 struct PlacedPart {
   vx::Rect part;
   Size size;  // of the area

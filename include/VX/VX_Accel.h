@@ -70,11 +70,11 @@ inline constexpr uint32_t VX_ModuleFlag_Accelerates = 1u << 3;
 inline constexpr uint32_t VX_ModuleVersionKey = 0x76657273;
 inline constexpr uint32_t VX_ModuleVersion = 2;
 
-// What the library gives to a module. It is valid during the load call only; the pointers in it,
-// except `callbacks`, are valid until VX_Death.
+// The data that the library passes to a module. The block is valid during the load call only; the
+// pointers in it, except `callbacks`, are valid until VX_Death.
 struct VX_ModuleBlock {
-  // Reports a text to the user. `number` identifies the place in the module, at most 16 bits.
-  // Returns 0.
+  // Reports a text to the user. `number` (at most 16 bits) identifies the check in the module that
+  // failed. Returns 0.
   VX_Err (*report)(uint32_t number, const char* text);
   const VX_CallbackBlock* callbacks;  // routines for high quality and straight alpha
   void* (*calloc)(size_t count, size_t size);

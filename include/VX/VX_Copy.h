@@ -56,11 +56,12 @@ VX_API VX_Err VX_CopyBits3_LO_Straight(void* ref, const VX_LayerDef* src, VX_Lay
                                        const M_Rect* src_rect, const M_Rect* dst_rect);
 
 // Scales the whole source to the whole destination. High quality repeats the border pixels, so that
-// an opaque picture remains opaque at its edges, unlike with the copies above.
+// an opaque picture remains opaque at its edges, while VX_CopyBits_HQ_... makes its edges fade.
 //   progress   may be null; polled once per row, in draft once at the end
-//   quality    VX_Quality_High: both worlds have the same depth. VX_Quality_Draft: the same as
+//   quality    VX_Quality_High: both worlds have the same depth. VX_Quality_Draft: like
 //              VX_CopyBits_Draft, any depths
-// Returns VX_ErrBadParameter as above, or the result of the progress function.
+// Returns VX_Ok, VX_ErrBadParameter for the errors in the rules at the top of this header, or the
+// result of the progress function.
 VX_API VX_Err VX_ResizeWorld(VX_ProgressInfo* progress, int32_t quality, const VX_LayerDef* src,
                              VX_LayerDef* dst);
 

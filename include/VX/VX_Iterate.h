@@ -62,9 +62,10 @@ VX_API VX_Err VX_IterateOriginAll(VX_ProgressInfo* progress, int32_t progress_ba
                                   VX_PixelFunc function, VX_LayerDef* dst);
 
 // Maps each channel through a table of 256 bytes; a null table is the identity. Both worlds must be
-// 8-bit. Returns VX_ErrBadParameter with a report for a null source, or if bit 0 of world_flags (16
-// bits) is set. Float worlds are not detected: their bytes are processed as 8-bit pixels, with
-// meaningless results. The tables must not be stored in the pixels of the destination.
+// 8-bit. Returns VX_ErrBadParameter with a report for a null source, or if bit 0 of world_flags,
+// which marks 16-bit worlds, is set. Float worlds are not detected: their bytes are processed as
+// 8-bit pixels, with meaningless results. The tables must not be stored in the pixels of the
+// destination.
 using VX_IterateLUTFunc = VX_Err (*)(VX_ProgressInfo* progress, int32_t progress_base,
                                      int32_t progress_final, const VX_LayerDef* src,
                                      const M_Rect* area, const uint8_t* alpha_table,

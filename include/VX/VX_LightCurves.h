@@ -10,9 +10,9 @@
 // a fitted exponent for float pixels instead.
 //
 // In a float picture, a channel that the mode does not change keeps its bits, and a channel that
-// becomes that of the source gets the bits of the source. Curves given by a formula are extended
-// above 1, curves given by a table are clamped there; negative values are mirrored. Values that are
-// not numbers stay so. Alpha is not converted.
+// becomes that of the source gets the bits of the source. Above 1, curves given by a formula are
+// extended and curves given by a table are clamped; negative values are mirrored. NaN remains NaN.
+// Alpha is not converted.
 
 #include <boost/shared_ptr.hpp>
 

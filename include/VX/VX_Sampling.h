@@ -204,10 +204,10 @@ VX_API VX_Err VX_GetSamplerSet8(VX_SamplerSet<VX_Pixel8>* out);
 VX_API VX_Err VX_GetSamplerSet16(VX_SamplerSet<VX_Pixel16>* out);
 VX_API VX_Err VX_GetSamplerSetFloat(VX_SamplerSet<VX_PixelFloat>* out);
 
-// The samplers of a quality and a kind of alpha. In draft quality all three are the nearest
-// sampler. In high quality they are straight if bit 0 of the mode flags is set, else premultiplied.
-// VX_GetCallbackAddr returns the 8-bit ones by number. Returns VX_Ok, or VX_ErrBadParameter for a
-// null pointer.
+// The samplers for a quality and a kind of alpha. In draft quality all three are the nearest
+// sampler. In high quality, `bilinear` and `area` are for straight alpha if `mode_flags` contains
+// VX_ModeFlag_Straight (1), else for premultiplied colours. VX_GetCallbackAddr returns the 8-bit
+// samplers by number. Returns VX_Ok, or VX_ErrBadParameter for a null pointer.
 template <class Pixel>
 struct VX_SamplerBatch {
   VX_SampleFunc<Pixel> nearest, bilinear, area;

@@ -170,7 +170,7 @@ struct VX_WorldSuite2 {
   decltype(&VXp_GetPixelFormat) format;
 };
 
-// Walks over pixels, see VX_Iterate.h. All members accept worlds of any depth.
+// Iteration over pixels, see VX_Iterate.h. All members accept worlds of any depth.
 struct VX_Iterate8Suite1 {
   static constexpr const char* kName = "VX Iterate8 Suite";
   static constexpr int32_t kVersion = 1;

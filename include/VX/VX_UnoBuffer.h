@@ -117,8 +117,8 @@ enum : int32_t {
 //
 // Unknown modes return VX_ErrBadParameter. The overload with gains first multiplies source and
 // destination by gains of 0..32767, where 1 changes nothing; other gains return VX_ErrBadParameter.
-// Gains are rounded to 1/255 for an 8-bit source, else to 1/32768. Integer products are divided by
-// that scale and rounded to nearest; at scale 32768 halves are rounded down. The products are not
+// Gains are rounded to multiples of 1/255 for an 8-bit source, else of 1/32768. Integer products
+// are rounded to nearest; for a 16-bit source halves are rounded down. The products are not
 // clamped. Small areas are processed by the calling thread only.
 VX_API VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* src,
                                       int32_t mode, const M_Rect* rect, const M_Point* point,

@@ -49,7 +49,7 @@ class VX_API VX_World : public VX_PixelContainer<VX_WorldX<VX_Pixel8>, VX_WorldX
   // Returns true if the world does not own its pixels.
   virtual bool IsReference() const = 0;
 
-  // In the next calls a null area is the whole world. Other areas are clipped; an empty one changes
+  // In Clear and Fill a null area is the whole world. Other areas are clipped; an empty one changes
   // nothing.
   virtual void Clear(const M_Rect* area) = 0;
   // Sets all channels outside the area to 0. An area that is empty after clipping clears

@@ -122,8 +122,8 @@ struct VXIO_FormatInfo {
 
 VXIO_API std::vector<VXIO_FormatInfo> VXIO_ListFormats();
 
-// Returns the name of the file: the path without "@LAYER". A file whose name contains @ is
-// preferred.
+// Returns the name of the file in a path with a layer: "file.exr@NAME" without "@NAME". Returns the
+// path unchanged if a file with this name exists.
 VXIO_API std::string VXIO_FileOf(const std::string& path);
 
 // Returns the names and versions of OpenImageIO, of the picture libraries it uses and of the
@@ -210,13 +210,14 @@ enum class VXIO_Clobber { Overwrite, Refuse };
 
 // How samples are stored in a file. VXIO_ListFormats returns the values that each format accepts.
 struct VXIO_Encoding {
-  // "8", "10", "12", "16", "half" or "float". Empty: if the metadata are from a file of the format
-  // of the output, half, 10 and 12 bits are kept; else the bits of the world, or the most that the
-  // format has.
+  // "8", "10", "12", "16", "half" or "float". Empty: the depth of the world, or the largest depth
+  // of the format if that is less; but half, 10 and 12 bits are kept if the metadata are from such
+  // a file of the same format as the output.
   std::string bits;
-  // Name, or name and level: "zip", "zip:9", "dwaa:45". A higher level gives smaller files; the
-  // level of dwaa and dwab is a loss, that of jpeg is the quality. Empty: the compression of the
-  // file that the metadata are from if it had the format of the output, else the default.
+  // Name, or name and level: "zip", "zip:9", "dwaa:45". A higher level gives smaller files; for
+  // dwaa and dwab it also increases the loss. The level of jpeg is the quality. Empty: the
+  // compression of the file that the metadata are from if its format is that of the output, else
+  // the default.
   std::string compression;
   std::optional<int32_t> quality;  // 1 to 100; 95 by default
   // Choose a fast compression instead of the default of the format. For frames of sequences. Only
@@ -229,9 +230,11 @@ struct VXIO_WriteOptions {
   // Store the red channel only, as grey. Ignored for bmp and dpx, which have no grey pictures.
   bool grey = false;
   bool keep_alpha = false;  // store alpha even if every pixel is opaque
-  // How to store the colours of a picture with alpha. File: as the format defines (vx list
-  // formats); Straight and Premultiplied: not multiplied or multiplied by alpha, in every format;
-  // TIFF files declare it. Ignore: alpha is left out, colours stay.
+  // How to store the colours of a picture with alpha, in every format:
+  //   File            as the format defines (vx list formats)
+  //   Straight        not multiplied by alpha; TIFF files declare this
+  //   Premultiplied   multiplied by alpha; TIFF files declare this
+  //   Ignore          without alpha; colours are unchanged
   VXIO_AlphaAs alpha = VXIO_AlphaAs::File;
   VXIO_Clobber clobber = VXIO_Clobber::Overwrite;
   bool strict = false;  // instead of a warning, throw VXIO_Error (Output) and write nothing

@@ -32,10 +32,10 @@ inline constexpr int32_t U_CPU_HAS_SSE3 = 4;
 inline constexpr int32_t U_CPU_HAS_SSSE3 = 8;
 inline constexpr int32_t U_CPU_WORDS = 9;
 
-// Index of the word that selects the rule of one sampler, and its only value with a meaning. With
-// that value, the unclipped bilinear sampler of 8 bits (VX_Sampling.h) computes in single precision
-// on every machine. With any other value it does so if U_CPU_HAS_SSE2 is set, and computes in
-// double precision otherwise. The embedded host always sets the value.
+// Index of the word that selects the precision of the unclipped bilinear sampler of 8 bits
+// (VX_Sampling.h). If the word is U_CPU_SAMPLING_SINGLE, the sampler computes in single precision
+// on every machine. With any other value it computes in single precision if U_CPU_HAS_SSE2 is set,
+// else in double precision. The embedded host always stores U_CPU_SAMPLING_SINGLE.
 inline constexpr int32_t U_CPU_SAMPLING = 0;
 inline constexpr uint32_t U_CPU_SAMPLING_SINGLE = 0x53494E47;
 

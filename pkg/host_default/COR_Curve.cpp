@@ -138,9 +138,9 @@ bool ToneCurve::operator==(const ToneCurve& other) const {
                     cmsGetToneCurveParams(other.forward_.get()));
 }
 
-// Gauss-Newton iteration. The start value is the best fit of logarithms. It is also the result if
-// it shows that the curve does not increase. A step that does not reduce the error is halved: the
-// fit of logarithms is far from the minimum if the curve is almost 0 at several samples.
+// Gauss-Newton iteration. The start value is the best fit of logarithms. If it is not above 0, the
+// curve does not increase, and the start value is returned. A step that does not reduce the error
+// is halved: the start value is far from the minimum if the curve is almost 0 at several samples.
 double ToneCurve::FittedExponent() const {
   constexpr double kLeastStep = 1e-9;  // relative to the exponent
   std::array<double, 16> x, y;

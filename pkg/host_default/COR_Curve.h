@@ -11,8 +11,7 @@
 
 namespace host {
 
-// The published numbers of two curves, as parameters g a b c d of type 4: (a x + b) ^ g for x >= d,
-// else c x.
+// The published parameters of two curves: g a b c d of (a x + b) ^ g for x >= d, else c x.
 using PublishedCurve = std::array<double, 5>;
 inline constexpr PublishedCurve kSrgbCurve = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
 inline constexpr PublishedCurve kRec709Curve = {1 / 0.45, 1 / 1.099, 0.099 / 1.099, 1 / 4.5, 0.081};
@@ -31,9 +30,9 @@ class ToneCurve {
   // returns the end of the constant segment. Decreasing segments are treated as constant.
   float ToStored(float linear) const;
 
-  // The same for float pixels. Files round parameters to 1/65536. If those of a file are a
-  // published curve, that curve is used: near black the rounding changes stored values by up to
-  // 1e-5.
+  // The forms of ToLinear and ToStored for float pixels. Parameters in files are rounded to
+  // 1/65536, which changes stored values near black by up to 1e-5. Therefore, if they are those of
+  // a published curve, the exact parameters of that curve are used.
   float ToLinearFloat(float stored) const;
   float ToStoredFloat(float linear) const;
 

@@ -19,9 +19,9 @@
 namespace host {
 
 // A context of Little CMS, used by one thread at a time. Little CMS does not handle failed
-// allocations of small blocks. Therefore each context has reserve memory for small blocks, and the
-// next call of Check throws. Blocks that Little CMS does not free, for example after an invalid
-// file, are freed with the context.
+// allocations of small blocks. Therefore, if one fails, the block is allocated from reserve memory
+// of the context, and the next call of Check throws. Blocks that Little CMS does not free, for
+// example after an invalid file, are freed with the context.
 class LcmsContext {
  public:
   // Allocations above `largest_block` bytes fail.

@@ -63,7 +63,7 @@ bool IsCutOff(const std::string& path) {
   return false;
 }
 
-// Returns what is wrong with a descriptor, or an empty text.
+// Returns a text that describes the fault of a descriptor; empty if it is valid.
 std::string Fault(const PLUG_ModuleDescriptor& descriptor) {
   if (descriptor.layout != PLUG_ModuleLayout) {
     return "its descriptor has layout " + std::to_string(descriptor.layout) + ", not " +

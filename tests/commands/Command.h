@@ -128,8 +128,8 @@ class Command {
 
   // Null, or a progress record; one in eight stops at some call.
   VX_ProgressInfo* Progress();
-  // The same for calls whose polling is not documented step by step: it never stops and is not
-  // part of the result.
+  // Like Progress, for calls whose polling is not documented step by step: it never stops and is
+  // not part of the result.
   VX_ProgressInfo* FreeProgress();
 
   // --- result ---
@@ -152,7 +152,7 @@ class Command {
   }
   const char* operation() const { return operation_; }
 
-  // What the command drew, in words, when `logs` is set before it is made.
+  // A description of the random choices of the command, if `logs` is set before it is created.
   static bool logs;
   template <class T>
   T Note(const char* text, T value) {

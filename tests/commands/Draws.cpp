@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// What a command draws: numbers, channels, rows of pixels, rectangles.
+// The random data of a command: numbers, channels, rows of pixels, rectangles.
 
 #include <cmath>
 #include <cstring>

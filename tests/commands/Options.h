@@ -12,7 +12,7 @@
 #include <string>
 #include <variant>
 
-// What an option sets. One with a bool takes no value.
+// The variable that an option sets. An option with a bool takes no value.
 using OptionTarget = std::variant<bool*, uint64_t*, std::string*>;
 
 inline void ParseOptions(int count, char** words,

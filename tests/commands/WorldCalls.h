@@ -235,7 +235,7 @@ inline VX_Err Run(Command& c, VX_TransferRectFunc f) {
 
 // --- iterators -----------------------------------------------------------------------------------
 
-// What a pixel function is called with and returns.
+// The arguments and results of a pixel function.
 struct Walk {
   Command& command;
   size_t pixel_size;
@@ -276,7 +276,7 @@ struct Walk {
   }
 };
 
-// The source of a walk: a world, none, or the destination.
+// The source of an iteration: a world, null, or the destination.
 inline VX_LayerDef* WalkSource(Command& c, VX_LayerDef* dst) {
   const int32_t kind = c.Below(4);
   return kind == 0 ? nullptr : kind == 1 ? dst : c.Source();

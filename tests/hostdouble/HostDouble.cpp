@@ -133,7 +133,7 @@ std::vector<std::string> HostDouble::CallNames() const {
     const U_Err error = Enter(#name __VA_OPT__(, ) __VA_ARGS__); \
     return error != 0 ? error : Real_##name(__VA_ARGS__);        \
   }
-// A service that frees something does so even if it fails.
+// A service that frees something frees it also when it fails.
 #define WRAP_RELEASE(name, parameters, ...)                      \
   extern decltype(name) Real_##name;                             \
   U_Err name parameters {                                        \

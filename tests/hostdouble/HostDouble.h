@@ -56,7 +56,7 @@ class HostDouble {
 
   // ---- Services ----
   // All further calls of `name` return `code`; COR_BindClient returns false. A service that frees
-  // something still does so. Code 0 ends the failure.
+  // something still frees it. Code 0 ends the failure.
   void Fail(const std::string& name, int32_t code) { failures_[name] = {code, false}; }
   // All further calls throw `code` as int32_t, or std::bad_alloc if code is 0.
   void Throw(const std::string& name, int32_t code) { failures_[name] = {code, true}; }

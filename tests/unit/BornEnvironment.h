@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What all unit tests share: a library that is born once, and the seed of random operands.
+// The environment of all unit tests: a library that is initialised once, and the seed of random
+// operands.
 
 #include <gtest/gtest.h>
 
@@ -17,7 +18,7 @@ class BornEnvironment : public testing::Environment {
   void TearDown() override { EXPECT_EQ(VX_Death(), 0); }
 };
 
-// Of the environment variable VX_TEST_SEED, or a fixed one. main prints it.
+// Returns the seed from the environment variable VX_TEST_SEED, or a fixed seed. main prints it.
 inline uint32_t TestSeed() {
   const char* text = std::getenv("VX_TEST_SEED");
   return text == nullptr ? 20260u : static_cast<uint32_t>(std::strtoul(text, nullptr, 0));

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What the tests of worlds share: painted memory behind a descriptor, reports, thrown codes.
+// Functions that the tests of worlds share: painted memory with a descriptor, reports, thrown
+// codes.
 
 #include <cstdint>
 #include <cstring>

@@ -90,7 +90,8 @@ inline std::shared_ptr<const LinearLight> linear_light(const Profile& profile) {
   return {light.get(), [light](const LinearLight*) {}};
 }
 
-// The tables of a profile (VX_MakeLinearizationTables), for classic calls and the same options.
+// The tables of a profile (VX_MakeLinearizationTables), for CompositeOptions::linear,
+// TransformOptions::linear and calls of the C-style interface.
 inline std::shared_ptr<const LinearTables> linear_tables(const Profile& profile) {
   const auto tables =
       detail::run_color([&] { return VX_MakeLinearizationTables(profile.handle()); });

@@ -21,7 +21,7 @@ namespace vx {
 using LinearLight = VX_LightCurves;
 
 // Tables for blending in linear light, see VX_LinearBlendingTables.h and vx::linear_tables. Float
-// pixels are blended by a fitted exponent, as in the classic calls.
+// pixels are blended by a fitted exponent, as in VX_TransferRect.
 using LinearTables = VX_LinearBlendingTables;
 
 // The option `linear`: a null pointer (the stored values are blended), the curves of a profile, or

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Transfer modes and the other choices of the operations.
+// The enumerations that several operations use: transfer modes, quality, field, use of a mask.
 
 #include <cstdint>
 #include <optional>
@@ -111,7 +111,7 @@ constexpr bool same_name(std::string_view a, std::string_view b) {
 
 }  // namespace detail
 
-// The names of other programs that find_mode accepts.
+// The names that other programs use for modes. find_mode accepts them.
 constexpr std::span<const ModeAlias> mode_aliases() { return detail::mode_alias_list; }
 
 // All modes in the order of their numbers.

@@ -10,16 +10,17 @@
 
 class VX_LightCurves;
 
-// Returns the curves by which worlds like `src` are converted, after filling their tables. Returns
-// null if the curves have no part in the call: no curves, another depth than float, linear stored
-// values, or a mode that computes with no colours.
+// Fills the tables of `curves` and returns it if pixels of `src` have to be converted for this
+// mode. Returns null if no conversion is necessary: `curves` is null, `src` is not a float world,
+// its values are linear, or the mode does not compute with colours.
 const VX_LightCurves* VXp_CurvesFor(const VX_LightCurves* curves, const VX_LayerDef* src,
                                     int32_t mode);
 
 // Returns the tables for integer pixels, null for float pixels and without curves.
 const VX_LinearBlendingTables* VXp_TablesFor(const VX_LightCurves* curves, const VX_LayerDef* src);
 
-// VX_BlendPipeline for rows of stored values, with a descriptor for stored values.
+// Like VX_BlendPipeline, in linear light: the rows contain stored values, which are converted by
+// `curves`. The descriptor is that for blending stored values.
 VX_Err VXp_BlendLightRow(const VX_LightCurves& curves, VX_ProgressInfo* progress, int32_t count,
                          const VX_BlendModeDescriptor<VX_PixelFloat>& descriptor,
                          const VX_PixelFloat* src, const VX_PixelFloat* mask, VX_PixelFloat* dst);

@@ -88,8 +88,8 @@ inline VXp_HalfLanes VXp_ClampedToWhite(VXp_HalfLanes v) {
 #endif
 }
 
-// Converts linear values to stored ones, both at 16 bits. The last interval of the table includes
-// white, so that every value has an entry after its own.
+// Converts linear values to stored ones, both at 16 bits, by interpolation between entries i and i
+// + 1. For white, i is the last entry but one, so that entry i + 1 exists.
 inline VXp_HalfLanes VXp_DelinearizeHalves(const VX_LinearBlendingTables& tables, VXp_HalfLanes x) {
   x = VXp_ClampedToWhite(x);
   const VXp_HalfLanes i = (x >> 3) - (x >> 15);

@@ -65,8 +65,8 @@ void VX_LightCurves::Prepare() const {
   if (!IsIdentity()) std::call_once(filled_, [this] { Fill(); });
 }
 
-// The errors of both directions are compared as stored values: a linear value of the table is
-// converted to a stored one by the engine first.
+// The precision of both tables is measured in stored values: linear values are converted to stored
+// ones by the engine before they are compared.
 void VX_LightCurves::Fill() const {
   constexpr int32_t kSegments = VXp_CurveTable::kSegments;
   const auto middle = [](int32_t i) {
@@ -99,7 +99,8 @@ void VX_LightCurves::Fill() const {
       for (size_t i = 0; i < exact.size(); ++i) {
         if (!IsPrecise(ChannelOf(between[i], c), ChannelOf(exact[i], c))) entries[i] = kNone;
       }
-      // The mirror image of a curve that does not start at 0 has a step there.
+      // Negative values are mirrored. If the curve is not 0 at 0, the mirrored curve has a step
+      // there, so the engine converts the values of segment 0.
       if (ChannelOf(ends[0], c) != 0.0f) entries[0] = kNone;
       table->values_[c] = entries.data();
     }

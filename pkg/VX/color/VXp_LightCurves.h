@@ -55,10 +55,10 @@ class VXp_CurveTable {
   }
   static VXp_FloatLanes Limit(int32_t segment) { return VXp_FloatLanes{} + StartOf(segment); }
 
-  // Limits to the range of the table. A value that is not a number becomes the upper limit.
+  // Limits to the range of the table. NaN becomes the upper limit.
   static VXp_FloatLanes Limited(VXp_FloatLanes size) {
 #ifdef __SSE2__
-    // The compiler does not use these instructions for comparisons, because of NaN and -0.
+    // If the first operand of these instructions is NaN, the result is the second.
     const __m128 below = _mm_min_ps(reinterpret_cast<__m128>(size), Limit(kLast));
     return reinterpret_cast<VXp_FloatLanes>(_mm_max_ps(below, Limit(0)));
 #else
@@ -98,7 +98,7 @@ class VX_LightCurves {
   const VX_LinearBlendingTables* tables() const { return tables_.get(); }
   bool IsIdentity() const { return to_linear_ == nullptr; }
 
-  // Fills the tables for float pixels when it is called first. It must precede the conversions.
+  // Fills the tables for float pixels at the first call. Must be called before the conversions.
   // Throws QCE_Status or std::bad_alloc.
   void Prepare() const;
 

@@ -20,8 +20,8 @@ struct Extent {
 };
 
 // Computes the part of a line that each of `times` passes writes: the positions that later passes
-// read, without those that no value of the source can have reached after this number of passes.
-// Pass 0 copies the source to scratch.
+// read, limited to the positions that values of the source can reach in that many passes. Pass 0
+// copies the source to scratch.
 class Extents {
  public:
   Extents(const VX_Blur1DState& state, int64_t radius, int32_t times)
@@ -39,9 +39,10 @@ class Extents {
   }
   Extent Source() const { return src_; }
 
-  // Returns the size of the largest part that is stored in scratch, that is, before the last pass.
-  // From pass to pass the parts first grow with the reach of the source, and then shrink to the
-  // part that the destination needs.
+  // Returns the size of the largest part that is stored in scratch; that of the last pass is not.
+  // At each end, the parts of successive passes first extend by the radius, and then shrink by it
+  // to the end of the destination. So only the first part, the last part and those at the change
+  // are compared.
   int64_t Largest() const {
     int64_t largest = std::max(Of(0).Size(), times_ > 1 ? Of(times_ - 1).Size() : 0);
     if (n_ == 0) return largest;
@@ -71,7 +72,7 @@ void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel16>) {
   VXp_RunBoxPass<VXp_PixelSums<VX_Pixel16>, /*kStraightToo=*/true>(pass);
 }
 
-// Writes a line of a pass again, with sums that forget extreme values.
+// Computes a line of a pass again if it contains extreme values (VXp_RestartedSums.h).
 void RepeatLine(const VXp_BoxPass& pass, int32_t line) {
   using Pixel = VX_PixelFloat;
   VXp_RestartedWindow<4> window(pass, line);

@@ -78,14 +78,16 @@ class VXp_BoxPrefetch {
 };
 
 // One variant of a pass, compiled separately so that inner loops contain no tests. kLines: number
-// of lines, 0 for any number. kWhole: the radius is an integer. kAll: all channels are blurred.
+// of lines, 0 for any number. kWhole: the radius is an integer. kStraight: the output has straight
+// alpha. kAll: all channels are blurred.
 template <class SumsType, int32_t kLines, bool kWhole, bool kStraight, bool kAll>
 class VXp_BoxRun {
  public:
   explicit VXp_BoxRun(const VXp_BoxPass& pass)
       : pass_(pass), mask_(pass.flags), lines_(kLines != 0 ? kLines : pass.lines) {}
 
-  // Returns whether a pixel that has entered a window has extreme values.
+  // Runs the pass. Returns whether a pixel with extreme values (VXp_RestartedSums.h) has entered a
+  // window.
   bool operator()() {
     FirstSums();
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {
@@ -195,7 +197,7 @@ class VXp_BoxRun {
 };
 
 // Runs a pass. If kStraightToo is false, only passes with premultiplied output are supported.
-// Returns whether extreme values have entered a window.
+// Returns whether a pixel with extreme values (VXp_RestartedSums.h) has entered a window.
 template <class Sums, bool kStraightToo>
 bool VXp_RunBoxPass(const VXp_BoxPass& pass) {
   bool extremes = false;

@@ -100,7 +100,7 @@ struct VXp_BoxSpan {
 // Returns the span that begins at `position`.
 VXp_BoxSpan VXp_BoxSpanAt(const VXp_BoxPass& pass, int64_t position);
 
-// The positions whose values have the sum S at `position`: start..end - 1 are inside the line;
+// The positions whose values are summed in S at `position`: start..end - 1 are inside the line;
 // `before` and `after` are the numbers of positions before and after the line. A pass starts with
 // the S of the position before its first output position.
 struct VXp_BoxRange {

@@ -28,8 +28,9 @@ struct VXp_Taps {
   const uint16_t* products;  // null, or w[i] v at index 256 i + v, for bytes v
 };
 
-// The type of a Sample in scratch: unchanged, or widened for faster sums. Bytes are widened to
-// int16_t, 16-bit samples become int16_t after subtracting 32768, floats become double.
+// The widened type of a Sample in scratch, which makes sums faster: int16_t for bytes, int16_t for
+// 16-bit samples after subtracting 32768, double for floats. The sums also accept unchanged
+// Samples.
 template <class Sample>
 using VXp_WidenedSample = std::conditional_t<std::is_same_v<Sample, float>, double, int16_t>;
 

@@ -3,11 +3,11 @@
 #pragma once
 
 // The sums of a running window over lines with extreme float values: NaN, infinities, and
-// magnitudes from 65504 on, the largest half float. A running sum would not forget them: NaN and
-// infinities stay in it, and a large value takes the low bits of the others with it. The sums of
-// this file depend only on the values in the window. They are several times slower than those of
-// VXp_RunningSums.h, so only lines with extreme values use them, in a second run of the pass. Other
-// lines keep the bits of the first run.
+// magnitudes from 65504 (the largest half float) on. In the running sums of VXp_RunningSums.h such
+// a value has an effect after it has left the window: NaN and infinities remain, and a large value
+// has removed the low bits of the others. The sums of this file depend only on the values in the
+// window. They are several times slower, so they are used in a second run of the pass, for lines
+// with extreme values only. Other lines keep the bits of the first run.
 
 #include <algorithm>
 #include <bit>
@@ -20,7 +20,7 @@
 
 inline constexpr int32_t kVXp_ExtremeBits = 0x477FE000;  // 65504.0f; larger for NaN and infinity
 
-// Takes the bits of a float or of lanes of floats. Works on both.
+// Returns whether a float is extreme, given its bits. For lanes, returns the result of each lane.
 template <class Bits>
 auto VXp_AreExtreme(Bits bits) {
   return (bits & INT32_MAX) >= kVXp_ExtremeBits;
@@ -47,8 +47,8 @@ class VXp_RestartedSum {
   }
 
   // Returns whether the sum must be computed again, because rounding errors of an earlier, larger
-  // sum may be visible in it. An error is at most 2^-53 of that sum. For a ratio of 256, 10000
-  // values have an error below 2^-31 of the sum.
+  // sum may be visible in it. Each error is at most 2^-53 of the largest sum. Up to a ratio of 256,
+  // the errors of 10000 values are below 2^-31 of the present sum.
   bool IsWorn() const { return std::abs(sum_) * 256 < largest_; }
 
   double Finite() const { return sum_; }
@@ -88,8 +88,8 @@ class VXp_RestartedWindow {
     return any != 0;
   }
 
-  // Calls write(position, span, divisor) for the positions of the output, after the window has
-  // moved there.
+  // Moves the window along the line. At each position of the output calls write(position, divisor),
+  // unless the whole window is outside of the line.
   template <class Write>
   void Run(const Write& write) {
     for (int64_t p = pass_.out.start; p < pass_.out.end;) {

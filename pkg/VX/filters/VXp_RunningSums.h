@@ -22,8 +22,8 @@
 #include "filters/VXp_BoxEngine.h"
 #include "filters/VXp_RestartedSums.h"
 
-// Loads two floats as doubles. Processors convert a pair from memory with fewer operations than the
-// halves of a register.
+// Loads two floats as doubles. Converting both directly from memory takes fewer instructions than
+// converting one half of a register.
 inline VXp_DoublePair VXp_LoadWide(const void* from) {
 #ifdef __SSE2__
   const __m128 pair = _mm_castpd_ps(_mm_load_sd(static_cast<const double*>(from)));

@@ -58,9 +58,9 @@ template <class Pixel, class Descriptor>
 using VXp_WorldFor =
     std::conditional_t<std::is_const_v<Descriptor>, const VX_WorldX<Pixel>, VX_WorldX<Pixel>>;
 
-// Calls `body` with a VX_WorldX<Pixel>& for each of `worlds` (const for const descriptors), and
-// returns the code that it returns. `depth` is the depth of all worlds. It is an argument because
-// VXp_WorldDepth reports unknown depths at each call, so callers call it only once. No descriptor
+// Calls `body` once and returns its result. Its arguments are the worlds, each as a
+// VX_WorldX<Pixel>& (const for a const descriptor). `depth` is the depth of all worlds; callers
+// determine it once, because VXp_WorldDepth reports an unknown depth at each call. No descriptor
 // may be null.
 template <class Body, class... Descriptors>
 VX_Err VXp_WithWorldsOfDepth(int32_t depth, VXp_DepthText unknown, Body&& body,

@@ -28,8 +28,8 @@ constexpr uint64_t VXp_FrameSize(int32_t width, int32_t height, int32_t rowbytes
                                8);
 }
 
-// Returns the address of the first pixel of an owned frame, which is 16-byte aligned. Frames are at
-// least 8-byte aligned.
+// Returns the address of the first pixel in a frame: its first 16-byte aligned address. The frame
+// itself is at least 8-byte aligned.
 inline char* VXp_FrameStart(void* frame) {
   const bool between = (reinterpret_cast<uintptr_t>(frame) & 8) != 0;
   return static_cast<char*>(frame) + (between ? 8 : 0);

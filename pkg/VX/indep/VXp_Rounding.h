@@ -43,8 +43,8 @@ class VXp_NearestRounding {
 //
 // If the mode is already set, `body` is called directly. Otherwise the mode is changed and `body`
 // is called through a volatile pointer, because the compiler may move arithmetic across a change of
-// the mode, but not into or out of such a call. Only in this second case a copy of `body` has its
-// address taken; in the first case the captures can stay in registers.
+// the mode, but not into or out of such a call. The call receives the address of a copy, so that in
+// the first case the captures can stay in registers.
 template <class Body>
 void VXp_RoundingToNearest(const Body& body) {
   if (VXp_NearestRounding::IsSet()) [[likely]] {

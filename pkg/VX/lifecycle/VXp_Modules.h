@@ -12,6 +12,6 @@
 // Returns the host's error. Call VXp_TearDownModules also after an error.
 VX_Err VXp_InstallModuleScan();
 
-// Calls the entry of each loaded routine to unload it, in the order of loading, gives the routines
-// back to the host and frees the list. Continues after an error. Returns the first one.
+// Calls the entry of each loaded routine to unload it, in the order of loading, unregisters the
+// routines at the host and frees the list. Continues after an error. Returns the first one.
 VX_Err VXp_TearDownModules();

@@ -54,9 +54,9 @@ class VXp_LineSampler {
     return Box(line, record, out);
   }
 
-  // Samples a row bilinearly. The ends, where neighbours may be outside, are sampled with the
-  // sampler that reports whether all neighbours are inside; the pixels between with the unclipped
-  // sampler, or as a span.
+  // Samples a row bilinearly. Pixels at the ends, whose neighbours may be outside, are sampled with
+  // the sampler that reports whether all neighbours are inside. The pixels between them are sampled
+  // with the unclipped sampler, or as a span.
   VXp_LineParts Row(const VXp_Line& line, const VX_SampPB& record, Pixel* out) const {
     return Bilinear(line, record, out, [&](const VXp_Run& run) {
       if (line.dx == kVXp_FixedOne && line.dy == 0) {
@@ -96,9 +96,9 @@ class VXp_LineSampler {
     Span(part, {0, part.count}, record, out);
   }
 
-  // Returns whether lines whose neighbours are inside may be sampled with the next two functions
-  // instead of the slots: `ends_points` for the pixels before `forward` and from `backward` on, and
-  // `unclipped_points` for those between; see PartsOfInside.
+  // Returns whether lines whose neighbours are inside may be sampled without the slots: by
+  // `ends_points` for the pixels before `forward` and from `backward` on, and by `unclipped_points`
+  // for those between; see PartsOfInside.
   bool TakesPoints() const { return UsesOwn(); }
   VXp_SamplePointsFunc<Pixel> ends_points() const { return VXp_StraightPoints<Pixel>; }
   VXp_SamplePointsFunc<Pixel> unclipped_points() const { return own_points_; }
@@ -251,8 +251,8 @@ class VXp_LineSampler {
     }
   }
 
-  // Calls all_in(i) for the pixels from each end of the run inwards, until it returns true. Returns
-  // the order of sampling that results if these pixels are sampled first.
+  // Calls all_in(i) for the pixels of the run, from each end inwards, until it returns true. The
+  // order of sampling that is returned has these pixels first.
   template <class AllIn>
   static VXp_LineParts Ends(const VXp_Run& run, const AllIn& all_in) {
     int32_t forward = run.first, backward = run.end;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The C++20 interface: each function gives the pixels of its classic calls; the lifetime of the
+// The C++20 interface: each function gives the pixels of its C-style calls; the lifetime of the
 // library, views, errors and stops.
 
 #include <gtest/gtest.h>
@@ -57,7 +57,7 @@ vx::ErrorCode CodeOf(Code&& code) {
 const M_Matrix3 kTurn{{0.8, 0.6, 0, -0.6, 0.8, 0, 6.25, -1.5, 1}};
 const M_Matrix3 kZoom{{1.6, 0, 0, 0, 1.6, 0, -2, -3, 1}};
 
-// --- each function against its classic calls -----------------------------------------------------
+// --- each function against its C-style calls -----------------------------------------------------
 
 using Out = VX_LayerDef*;
 using In = const VX_LayerDef*;

@@ -158,7 +158,7 @@ TEST_F(VXModules, FailuresOfTheHost) {
     EXPECT_EQ(host->CallsTo("PLUG_RegisterRoutine").size(), 1u);
     host->Fail(service, 0);
   }
-  // Death gives everything back and returns the first error.
+  // VX_Death releases all routines and returns the first error.
   ASSERT_EQ(Scan({Folder("good")}), 0);
   host->Fail("PLUG_UnprepRoutine", 8);
   host->Fail("PLUG_UnregisterRoutine", 9);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // Motion: VX_TransformMotion against the mean of single draws, and matrices from parts. The random
-// commands compare the classic rules for straight and curved paths with the slow twin.
+// commands compare the rules of VX_TransformWorld for straight and curved paths with the slow twin.
 
 #include <span>
 #include <utility>

@@ -12,8 +12,8 @@
 #include "blend/modes/VXp_SoftLightCurves.h"
 
 // Returns the quotient n / a of the dodge and burn modes, at most full scale. Float division does
-// not clamp; for floats the result is full scale if a <= 0 or a <= n. One pixel of 16 bits: full
-// scale if a is 0, also for a negative n.
+// not clamp; for floats the result is full scale if a <= 0 or a <= n. In the form for one 16-bit
+// pixel, the result for a = 0 is full scale even if n is negative.
 template <class T>
 typename T::Work VXp_QuotientToFull(typename T::Work n, typename T::Work a) {
   if constexpr (std::is_same_v<T, VXp_PixelTraits<VX_Pixel16>>) {

@@ -123,8 +123,8 @@ struct VXp_CommonMode {
   static constexpr bool Covers(Work /*w*/, Work /*da*/) { return false; }
 };
 
-// 16-bit per-pixel forms of modes that divide by the source: where the source is 0, a destination
-// channel above full scale is treated as full scale, because its quotient is not defined.
+// Limits destination channels to full scale if the source channel is 0. Used by the 16-bit
+// per-pixel forms of modes that divide by the source, because the quotient is not defined then.
 template <class Mode, class T>
 void VXp_LimitDestination(const VXp_Argb<T>& s, VXp_Argb<T>& d) {
   if constexpr (Mode::kDividesBySource && T::kDepth == 16) {

@@ -28,7 +28,7 @@ struct VXp_ModeCopy : VXp_CommonMode<T> {
   }
 };
 
-// The same arithmetic as Copy. Has a row form only.
+// The arithmetic of Copy, as a row form only.
 template <class T>
 struct VXp_ModeScale : VXp_ModeCopy<T> {
   static constexpr bool kDrawsTransparentRows = true;

@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The two curves of soft light: Up is D(x) - x and Down is x (1 - x), with x = m / F and
-// D(x) = ((16x - 12)x + 4)x up to a quarter, the square root of x above.
+// The two curves of soft light: Up is D(x) - x and Down is x (1 - x), where x is m / F for a
+// destination channel m (VXp_MattedModes.h). D(x) is ((16x - 12)x + 4)x for x up to 1/4, else the
+// square root of x.
 
 #include <algorithm>
 #include <array>
@@ -16,8 +17,8 @@ struct VXp_SoftLightCurves;
 
 namespace vxp_soft_light {
 
-// Returns the square root of x by Newton's method. The values decrease; the iteration ends when
-// they no longer do. The error is about one unit in the last place.
+// Returns the square root of x by Newton's method, whose values approach the root from above. The
+// iteration ends when they no longer decrease. The error is about one unit in the last place.
 constexpr double SquareRoot(double x) {
   double r = 1.0;
   for (;;) {

@@ -43,7 +43,7 @@ struct Direction {
 };
 
 // The kernel of one call. The cached kernel of the process is not used, because a call on another
-// thread may replace it meanwhile.
+// thread may replace it during this call.
 struct OwnKernel {
   OwnKernel() = default;
   ~OwnKernel() { VXp_FreeScanKernel(&kernel); }

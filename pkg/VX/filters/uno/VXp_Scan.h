@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Scans: box and Gaussian blurs over lines of samples. A plan contains the window and the positions
-// that are read and written. It is computed before any sample is read. Only Gaussian scans have a
-// kernel.
+// Scans: box and Gaussian blurs over lines of samples. A line is a row or a column of a one-channel
+// buffer. A plan contains the window and the positions that are read and written. It is computed
+// before any sample is read. Only Gaussian scans have a kernel.
 
 #include <cstddef>
 #include <cstdint>
@@ -75,11 +75,13 @@ VX_Err VXp_CachedScanKernel(VX_Fixed radius, const VXp_ScanKernel** out);
 
 // --- execution -----------------------------------------------------------------------------------
 
-// Maximum number of lines that are processed together: one or two cache lines of a row.
+// Maximum number of adjacent lines that are processed together. The samples of that many columns
+// fill one or two cache lines in each row.
 template <class Sample>
 inline constexpr int32_t kVXp_ScanLines = sizeof(Sample) == 1 ? 64 : 32;
 
-// The samples of `lines` adjacent lines. Rows of buffers may start at any byte.
+// The samples of `lines` adjacent lines. They may be unaligned, because rows of buffers may start
+// at any byte.
 struct VXp_ScanLines {
   char* data;        // position 0 of the first line
   ptrdiff_t stride;  // bytes from position to position

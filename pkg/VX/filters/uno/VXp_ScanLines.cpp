@@ -111,12 +111,12 @@ class BoxScan {
   using Sum = typename VXp_SampleSum<Sample>::Sum;
   static constexpr bool kFloat = std::is_same_v<Sample, float>;
 
-  // Records whether extreme values are among the entering ones.
+  // Records whether values that enter a window are extreme (VXp_RestartedSums.h).
   void Inspect(const Sample* entering, int32_t count) {
     if constexpr (kFloat) extremes_ |= VXp_AnyExtreme(entering, count);
   }
 
-  // Writes a line again, with sums that forget extreme values.
+  // Computes a line again if it contains extreme values (VXp_RestartedSums.h).
   void Repeat(int32_t line) const {
     VXp_RestartedWindow<1> window(pass_, line);
     if (!window.HasExtremes()) return;
@@ -214,9 +214,9 @@ class BoxScan {
 
 // --- Gaussian ------------------------------------------------------------------------------------
 
-// Normalised weights are at most 765: for a radius close to 0 the centre has the weight of all
-// three positions. With these, the products of 32 distances of 16-bit samples (65 * 765 * 32768 <
-// 2^31) and of 4096 distances of bytes fit 32 bits.
+// Returns the weights for sums. Normalised weights are at most 765: for a radius close to 0 the
+// centre has the weight of all three positions. So the products of 32 distances of 16-bit samples
+// (65 * 765 * 32768 < 2^31) and of 4096 distances of bytes fit 32 bits.
 template <class Sample>
 VXp_Taps TapsOf(const VXp_ScanKernel& kernel) {
   return {kernel.Weights(), kernel.reach, kernel.sum, sizeof(Sample) == 1 ? 4096 : 32, nullptr};
@@ -246,7 +246,8 @@ void GaussianMeans(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int64_
   }
 }
 
-// `in` contains the positions plan.first - half to plan.last - 1 + half.
+// Stores the Gaussian means of the positions plan.first to plan.last - 1 at `out`. `in` contains
+// the positions plan.first - plan.half to plan.last - 1 + plan.half.
 template <class Sample>
 void GaussianScan(const VXp_ScanPlan& plan, const VXp_Taps& taps, const Sample* in, int32_t lines,
                   char* out, ptrdiff_t stride) {

@@ -50,8 +50,8 @@ char* VXp_UnoAddress(const VX_UnoBuffer& buffer, int32_t x, int32_t y) {
   return static_cast<char*>(*buffer.data) + index * static_cast<ptrdiff_t>(sizeof(Sample));
 }
 
-// Like VXp_UnoAddress, as a pointer to samples for row routines, which also use VXp_Load and
-// VXp_Store.
+// Returns the address of sample (x, y) in the type that row routines accept. These use VXp_Load and
+// VXp_Store too.
 template <class Sample>
 Sample* VXp_UnoRow(const VX_UnoBuffer& buffer, int32_t x, int32_t y) {
   return reinterpret_cast<Sample*>(VXp_UnoAddress<Sample>(buffer, x, y));

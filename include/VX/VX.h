@@ -30,6 +30,7 @@
 //   VX_ErrUnsupported    5  unsupported conversion or unknown mode
 //   VX_ErrVersion        7  version mismatch
 //   VX_ErrNoBMWorld    513  the world has no host bitmap
+//   VX_ErrMotionSettings  514  settings of motion estimation out of range
 //   VX_ErrObsolete     515  obsolete routine
 //   VX_ErrReported     516  an error that was already shown to the user
 //   VX_ErrStopped      517  stopped by the user

@@ -35,6 +35,7 @@
 #include "VX/cpp/Library.hpp"
 #include "VX/cpp/Mask.hpp"
 #include "VX/cpp/Mode.hpp"
+#include "VX/cpp/Motion.hpp"
 #include "VX/cpp/Pixels.hpp"
 #include "VX/cpp/Progress.hpp"
 #include "VX/cpp/Sample.hpp"

@@ -22,6 +22,7 @@ enum class ErrorCode : int32_t {
   unsupported = VX_ErrUnsupported,  // unsupported conversion or unknown mode
   version = VX_ErrVersion,          // headers and library differ
   no_bitmap = VX_ErrNoBMWorld,      // the world has no host bitmap
+  motion_settings = VX_ErrMotionSettings,  // settings of motion estimation out of range
   obsolete = VX_ErrObsolete,
   reported = VX_ErrReported,  // the text of the report contains the reason
   stopped = VX_ErrStopped,    // the progress callable or its stop token stopped the call
@@ -36,6 +37,7 @@ constexpr const char* name(ErrorCode code) {
     case ErrorCode::unsupported: return "unsupported";
     case ErrorCode::version: return "version mismatch";
     case ErrorCode::no_bitmap: return "no host bitmap";
+    case ErrorCode::motion_settings: return "motion settings out of range";
     case ErrorCode::obsolete: return "obsolete routine";
     case ErrorCode::reported: return "reported";
     case ErrorCode::stopped: return "stopped";

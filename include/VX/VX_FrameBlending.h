@@ -1,0 +1,87 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Motion between two pictures.
+//
+// The pictures are reduced to a luminance of a fraction of their size. There a vector is estimated
+// for each block, from coarse to fine, then smoothed for each pixel, and zoomed to full size.
+//
+// Threads: the work runs on all processors that the process may use, see VX_SetMotionThreads. The
+// result is the same for any number. Calls on several threads take turns at each step.
+// Memory: about 12 bytes for each pixel of the larger picture, from the host.
+
+#include <cstddef>
+
+#include "VX/VX_World.h"
+
+// Settings of the estimate. All are fractions, not percentages.
+struct VX_Veltor_AlgoParams {
+  int16_t Method = 2;              // 0..2; not read by the functions below
+  float Resolution = 0.2f;         // size of the luminance as a fraction of the picture, 0.05..1
+  float VectorDetail = 500.0f;     // -1000..1000, see below
+  float VectorSmoothing = 500.0f;  // -1000..1000, see below
+  int16_t SmoothPasses = 5;        // passes of the final smoothing, 1..50
+  float ErrorThreshold = 0.01f;    // a block with a smaller mean difference is not changed, 0..0.1
+  int16_t HighQuality = 0;         // 0 or 1; not read by the functions below
+  int16_t BlockSize = 6;           // side of a block in pixels of the luminance, 4..40
+  double LumaR = 0.2988804;        // weights of the channels, 0..1; their sum is 1 within 0.02
+  double LumaG = 0.58676529;
+  double LumaB = 0.11435428;
+  float ShutterAngle = 180.0f;  // 0..360; not read by the functions below
+  int16_t ShutterSamples = 1;   // 1..20; not read by the functions below
+  int16_t Mode = 0;             // 0..3; not read by the functions below
+};
+
+// VectorDetail and VectorSmoothing weigh two costs of a vector: the difference of the pictures and
+// the distance from the mean of its neighbours. A positive value p multiplies the second by 1 + p,
+// a negative one the first by 1 - p. The first setting is for blocks, the second for pixels.
+
+struct VX_Veltor_InterruptFuncs {
+  // Polled on one thread; returns 0 to continue, else the code that the call returns. May be null.
+  VX_Err (*AbortFunc)(void* refcon) = nullptr;
+  // Points to the refcon, which is read when the call starts. May be null.
+  void** RefconPtr = nullptr;
+};
+
+// Returns VX_Ok if all settings are in range, else VX_ErrMotionSettings.
+VX_API VX_Err VX_CheckMotionSettings(const VX_Veltor_AlgoParams* settings);
+
+// The motion from one picture to another: for each pixel of `first`, in row order, two floats u and
+// v. Pixel (x, y) of `first` corresponds to the position (x + u, y + v) of `second`, y downwards.
+//
+//   settings   null: the defaults
+//   interrupt  null: cannot be stopped
+//   backward   not 0: the motion from `second` to `first`, on the pixels of `second`
+//   vectors    width * 2 floats per row; unknown vectors are NaN. Contents are undefined after an
+//              error
+//   rowbytes   bytes from row to row, at least width * 8
+//
+// Alpha is not read. Luminances that are NaN or infinite count as 0. Pictures that are too small
+// for a block have no motion. Returns VX_ErrBadParameter, reported, for null arguments, worlds
+// without pixels, of different sizes or of different depths; VX_ErrMotionSettings;
+// VX_ErrOutOfMemory; the code of AbortFunc.
+VX_API VX_Err VX_EstimateMotion(const VX_LayerDef* first, const VX_LayerDef* second,
+                                const VX_Veltor_AlgoParams* settings,
+                                const VX_Veltor_InterruptFuncs* interrupt, int32_t backward,
+                                float* vectors, ptrdiff_t rowbytes);
+
+// Predicts a picture from another one: pixel (x, y) of `dst` is `src` at (x + u, y + v), bilinear.
+// Positions outside of the source give the nearest pixel, unknown vectors the pixel (x, y). The
+// channels are interpolated in float, clamped to 0..full scale at 8 and 16 bits, and rounded to
+// nearest. The worlds have the same size and depth, and different pixels. Errors as above.
+VX_API VX_Err VX_PredictByMotion(const VX_LayerDef* src, const float* vectors, ptrdiff_t rowbytes,
+                                 VX_LayerDef* dst);
+
+// Draws vectors as colours: the hue is the direction (red is right, then yellow-green, cyan, violet
+// in clockwise steps of 90 degrees), the value is the length divided by `longest`, at most 1; alpha
+// is full. Unknown vectors are transparent black.
+//   longest  in pixels; 0: the length of the longest vector
+//   arrows   distance between arrows in pixels; 0: none. Each is drawn in white from the pixel to
+//            the position that it corresponds to
+VX_API VX_Err VX_DrawMotion(const float* vectors, ptrdiff_t rowbytes, float longest, int32_t arrows,
+                            VX_LayerDef* dst);
+
+// Sets the number of threads, at least 1 and at most 256. Ignored while an estimate runs.
+VX_API void VX_SetMotionThreads(int32_t count);
+VX_API int32_t VX_MotionThreads();

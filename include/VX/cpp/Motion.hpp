@@ -1,0 +1,134 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Motion between two pictures.
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "VX/VX_FrameBlending.h"
+#include "VX/cpp/Progress.hpp"
+#include "VX/cpp/View.hpp"
+
+namespace vx {
+
+// Two floats for each pixel of a picture: pixel (x, y) corresponds to the position (x + u, y + v)
+// of another picture, in pixels, y downwards. Unknown vectors are NaN.
+class MotionField {
+ public:
+  struct Vector {
+    float u, v;
+
+    bool is_known() const { return std::isfinite(u) && std::isfinite(v); }
+  };
+
+  MotionField() = default;
+  // All vectors are zero.
+  MotionField(int32_t width, int32_t height)
+      : width_(width),
+        height_(height),
+        vectors_(static_cast<size_t>(width) * static_cast<size_t>(height)) {}
+
+  int32_t width() const { return width_; }
+  int32_t height() const { return height_; }
+  // In row order, without gaps.
+  Vector* data() { return vectors_.data(); }
+  const Vector* data() const { return vectors_.data(); }
+  const Vector& at(int32_t x, int32_t y) const {
+    return vectors_[static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x)];
+  }
+  ptrdiff_t pitch() const { return width_ * static_cast<ptrdiff_t>(sizeof(Vector)); }
+
+ private:
+  int32_t width_ = 0, height_ = 0;
+  std::vector<Vector> vectors_;
+};
+
+// Settings as in VX_Veltor_AlgoParams.
+struct MotionOptions {
+  double resolution = 0.2;  // 0.05..1: the motion is estimated at this part of the size
+  double detail = 500;      // -1000..1000: smoothness of the motion of blocks
+  double smoothing = 500;   // -1000..1000: smoothness of the motion of pixels
+  int32_t smooth_passes = 5;
+  double error_threshold = 0.01;
+  int32_t block = 6;      // 4..40: side of a block
+  bool backward = false;  // the motion from the second picture to the first, on the second
+  Progress progress = {};  // only to stop; called with 0, 0
+};
+
+namespace detail {
+
+inline const float* floats(const MotionField& field) {
+  return reinterpret_cast<const float*>(field.data());
+}
+
+}  // namespace detail
+
+// Estimates the motion from one picture to another of the same size and depth (VX_EstimateMotion).
+// Throws Error: bad_parameter, motion_settings, out_of_memory, stopped.
+inline MotionField estimate_motion(AnyConstView first, AnyConstView second,
+                                   const MotionOptions& options = {}) {
+  VX_Veltor_AlgoParams settings;
+  settings.Resolution = static_cast<float>(options.resolution);
+  settings.VectorDetail = static_cast<float>(options.detail);
+  settings.VectorSmoothing = static_cast<float>(options.smoothing);
+  const auto narrow = [](int32_t value) {
+    return static_cast<int16_t>(value < 0 || value > INT16_MAX ? INT16_MAX : value);
+  };
+  settings.SmoothPasses = narrow(options.smooth_passes);
+  settings.ErrorThreshold = static_cast<float>(options.error_threshold);
+  settings.BlockSize = narrow(options.block);
+
+  const VX_LayerDef& picture = *(options.backward ? second : first).descriptor();
+  MotionField field(picture.width, picture.height);
+  detail::run(options.progress, [&](VX_ProgressInfo* progress) {
+    VX_Veltor_InterruptFuncs interrupt;
+    void* refcon = progress;
+    if (progress != nullptr) {
+      interrupt.RefconPtr = &refcon;
+      interrupt.AbortFunc = [](void* info) {
+        auto* const poll = static_cast<VX_ProgressInfo*>(info);
+        return poll->progress_func(poll->progress_refcon, 0, 0);
+      };
+    }
+    return VX_EstimateMotion(first.descriptor(), second.descriptor(), &settings, &interrupt,
+                             options.backward, reinterpret_cast<float*>(field.data()),
+                             field.pitch());
+  });
+  return field;
+}
+
+// Predicts the picture on whose pixels the field lies from the other one (VX_PredictByMotion).
+//   dst, src  of the same depth and of the size of the field, with different pixels
+// Throws Error (bad_parameter).
+inline void predict(AnyView dst, AnyConstView src, const MotionField& field) {
+  if (dst.descriptor()->width != field.width() || dst.descriptor()->height != field.height()) {
+    detail::refuse("the motion field has another size than the picture");
+  }
+  detail::run([&] {
+    return VX_PredictByMotion(src.descriptor(), detail::floats(field), field.pitch(),
+                              dst.descriptor());
+  });
+}
+
+struct DrawMotionOptions {
+  double longest = 0;  // the length that has full brightness, in pixels; 0: that of the longest
+  int32_t arrows = 0;  // distance between arrows in pixels; 0: none
+};
+
+// Draws a field as colours (VX_DrawMotion) into a picture of its size. Throws Error (bad_parameter).
+inline void draw_motion(AnyView dst, const MotionField& field,
+                        const DrawMotionOptions& options = {}) {
+  if (dst.descriptor()->width != field.width() || dst.descriptor()->height != field.height()) {
+    detail::refuse("the motion field has another size than the picture");
+  }
+  detail::run([&] {
+    return VX_DrawMotion(detail::floats(field), field.pitch(), static_cast<float>(options.longest),
+                         options.arrows, dst.descriptor());
+  });
+}
+
+}  // namespace vx

@@ -1,0 +1,216 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "frameblend/smooth/FnSmooth.h"
+
+#include <vector>
+
+namespace {
+
+constexpr float kLeastCost = 1e-06f;  // smaller costs count as 0
+
+// The difference of the frames at one pixel of frame 1, scaled for the final smoothing.
+class Intensity {
+ public:
+  Intensity(const FnFloatMap& frame0, const FnFloatMap& frame1, const FnFloatMap* mask,
+            float weight)
+      : frame0_(frame0), frame1_(frame1), mask_(mask), scale_(weight / 123.0f * 65535.0f) {}
+
+  bool IsMasked(int32_t x, int32_t y) const {
+    return mask_ != nullptr && mask_->row(y)[x] > kFnMaskLimit;
+  }
+  float Of(int32_t x, int32_t y, const HvVec2& v) const {
+    const float sample =
+        frame0_.sampleAt(static_cast<float>(x) + 0.5f - v.x, static_cast<float>(y) + 0.5f + v.y);
+    return std::fabs(sample - frame1_.row(y)[x]) * scale_;
+  }
+  float OfMasked() const { return scale_ * 123.0f; }
+
+ private:
+  const FnFloatMap& frame0_;
+  const FnFloatMap& frame1_;
+  const FnFloatMap* mask_;
+  float scale_;
+};
+
+}  // namespace
+
+void FnVectorSmoother::beginPass() {
+  const int32_t width = first->width(), height = first->height();
+  if (copy.width() != width || copy.height() != height || isInvalid(&copy)) {
+    if (!copy.allocate(width, height)) {
+      setError(VX_ErrOutOfMemory);
+      return;
+    }
+  }
+  for (int32_t y = 0; y < height; ++y) std::copy_n(first->row(y), width, copy.row(y));
+}
+
+FnVectorSmoother::Candidates FnVectorSmoother::Gather(
+    int32_t x, int32_t y, const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const {
+  Candidates candidates;
+  for (const auto& [dx, dy] : kFnNeighbours) {
+    const int32_t nx = x + dx, ny = y + dy;
+    if (!InRegion(nx, ny) || (monitor != nullptr && !monitor->isChanged(nx, ny))) continue;
+    candidates.Add(copy.row(ny)[nx]);
+  }
+  if (candidates.count() == 0) return candidates;
+  candidates.Add(copy.row(y)[x]);
+  if (candidates.count() > 1) candidates.Shuffle(FnRandom(x, y, copy.width()));
+  return candidates;
+}
+
+HvVec2 FnVectorSmoother::NeighbourMean(int32_t x, int32_t y) const {
+  HvVec2 sum{0, 0};
+  int32_t count = 0;
+  for (const auto& [dx, dy] : kFnNeighbours) {
+    const int32_t nx = x + dx, ny = y + dy;
+    if (!InRegion(nx, ny) || !copy.row(ny)[nx].IsValid()) continue;
+    sum = sum + copy.row(ny)[nx];
+    ++count;
+  }
+  if (count == 0) return sum;
+  return {sum.x / static_cast<float>(count), sum.y / static_cast<float>(count)};
+}
+
+void FnMotionEstimateGradientSmooth::processBand() {
+  const FnBand band = Band();
+  std::vector<float> scratch(static_cast<size_t>(blockWidth));
+  for (int32_t y = band.first; y < band.end; ++y) {
+    for (int32_t x = x0; x < x1; ++x) {
+      if (Stopped()) return;
+      const Candidates candidates = Gather(x, y, monitor);
+      if (candidates.count() == 0) continue;
+      first->row(y)[x] =
+          candidates.count() == 1 ? candidates[0] : Choose(x, y, candidates, scratch.data());
+    }
+  }
+}
+
+HvVec2 FnMotionEstimateGradientSmooth::Choose(int32_t x, int32_t y, const Candidates& candidates,
+                                              float* scratch) const {
+  const HvVec2 mean = NeighbourMean(x, y);
+  const FnBlock block = FnBlockAt(x, y, {blockWidth, blockHeight, overlap}, *frame0);
+  HvVec2 chosen = copy.row(y)[x];
+  float best = FLT_MAX;
+  for (const HvVec2& c : candidates) {
+    if (!c.IsValid() || best == 0) continue;
+    const float smooth = (c - mean).L1() / 400.0f / 255.0f * weightB;
+    if (smooth >= best) continue;
+    const float error = BlockError(block, c, scratch);
+    const float match = error == FLT_MAX ? 2.0f * weightA : error * weightA;
+    const float sum = match + smooth;
+    const float total = sum < kLeastCost ? 0.0f : sum;
+    if (total < best) {
+      best = total;
+      chosen = c;
+    }
+  }
+  return chosen;
+}
+
+float FnMotionEstimateGradientSmooth::BlockError(const FnBlock& block, const HvVec2& v,
+                                                 float* scratch) const {
+  const FnDisplacedFrame displaced(*frame0, v);
+  const FnBlock part = displaced.Inside(block);
+  const int32_t width = part.x1 - part.x0;
+  float sum = 0;
+  int32_t count = 0;
+  for (int32_t y = part.y0; y < part.y1 && width > 0; ++y) {
+    const float* const current = displaced.Row(y, part.x0, part.x1, scratch);
+    const float* const reference = frame1->row(y) + part.x0;
+    const float* const excluded = mask != nullptr ? mask->row(y) + part.x0 : nullptr;
+    for (int32_t i = 0; i < width; ++i) {
+      if (excluded != nullptr && excluded[i] > kFnMaskLimit) continue;
+      sum += std::fabs(reference[i] - current[i]);
+      ++count;
+    }
+  }
+  // At most a quarter of the block is too little to judge.
+  return 4 * count > block.Area() ? sum / static_cast<float>(count) : FLT_MAX;
+}
+
+void FnMotionEstimateGradientSmoothVectorsInitialAssignment::processBand() {
+  const FnBand band = Band();
+  const Intensity intensity(*frame0, *frame1, mask, weightA);
+  for (int32_t y = band.first; y < band.end; ++y) {
+    if (Stopped()) return;
+    for (int32_t x = x0; x < x1; ++x) {
+      Candidates candidates;
+      for (const auto& [dx, dy] : kFnNeighbours) {
+        const int32_t nx = x + dx * spacingX, ny = y + dy * spacingY;
+        if (spacingX > 0 && spacingY > 0 && InRegion(nx, ny)) candidates.Add(copy.row(ny)[nx]);
+      }
+      candidates.Add(copy.row(y)[x]);
+      if (candidates.count() > 1) candidates.Shuffle(FnRandom(x, y, copy.width()));
+      HvVec2 chosen = candidates[0];
+      if (candidates.count() > 1 && !intensity.IsMasked(x, y)) {
+        float best = FLT_MAX;
+        for (const HvVec2& c : candidates) {
+          if (!c.IsValid()) continue;
+          const float cost = intensity.Of(x, y, c);
+          if (cost < best) {
+            best = cost;
+            chosen = c;
+          }
+        }
+      }
+      first->row(y)[x] = chosen;
+    }
+  }
+}
+
+void FnMotionEstimateGradientSmoothVectorsSinglePass::processBand() {
+  const FnBand band = Band();
+  const Intensity intensity(*frame0, *frame1, mask, weightA);
+  for (int32_t y = band.first; y < band.end; ++y) {
+    if (Stopped()) return;
+    for (int32_t x = x0; x < x1; ++x) {
+      const Candidates candidates = Gather(x, y, monitor);
+      if (candidates.count() == 0) continue;
+      HvVec2 chosen = candidates[0];
+      if (candidates.count() > 1) {
+        const HvVec2 mean = NeighbourMean(x, y);
+        const bool masked = intensity.IsMasked(x, y);
+        chosen = copy.row(y)[x];
+        float best = FLT_MAX;
+        for (const HvVec2& c : candidates) {
+          if (!c.IsValid()) continue;
+          const float distance = (c - mean).L1() * weightB * 8.0f;
+          if (distance >= best) continue;
+          const float cost = distance + (masked ? intensity.OfMasked() : intensity.Of(x, y, c));
+          if (cost < best) {
+            best = cost;
+            chosen = c;
+          }
+        }
+      }
+      first->row(y)[x] = chosen;
+    }
+  }
+}
+
+void FnMotionEstimateGradientSmoothVectors::process(FnVectorMap* map) {
+  const auto prepare = [&](FnVectorSmoother* stage) {
+    stage->interrupt = interrupt;
+    stage->weightA = weightA;
+    stage->weightB = weightB;
+    stage->frame0 = frame0;
+    stage->frame1 = frame1;
+    stage->mask = mask;
+  };
+  FnMotionEstimateGradientSmoothVectorsInitialAssignment initial;
+  prepare(&initial);
+  initial.spacingX = spacingX;
+  initial.spacingY = spacingY;
+  initial.process(map);
+  FnMotionEstimateGradientChangedNeighboursMonitor monitor;
+  monitor.interrupt = interrupt;
+  monitor.process(map);
+  FnMotionEstimateGradientSmoothVectorsSinglePass pass;
+  prepare(&pass);
+  pass.monitor = &monitor;
+  for (int32_t i = 0; i < passes && FnPoll(interrupt) == VX_Ok; ++i) {
+    pass.process(map);
+    if (i + 1 < passes) monitor.process(map);
+  }
+}

@@ -1,0 +1,86 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Smoothing of vector maps. A vector is replaced by the one of its neighbours' vectors with the
+// lowest cost, which is the difference of the pictures plus the distance from the mean of the valid
+// neighbours. Vectors are never averaged into the map. Only pixels with a neighbour that the
+// monitor marks as changed are processed.
+//
+// A pass reads the neighbours from a copy of the map that is taken when it starts, so the result
+// does not depend on the number of threads.
+
+#include "frameblend/imgproc/FnImgProc.h"
+#include "frameblend/motion/FnBlocks.h"
+#include "frameblend/smooth/FnCandidates.h"
+#include "frameblend/smooth/FnMonitor.h"
+
+// A stage that chooses each vector of a map among the vectors around it.
+class FnVectorSmoother : public FnImgProc1<HvVec2> {
+ public:
+  float weightA = 1;  // of the difference of the pictures
+  float weightB = 1;  // of the distance from the neighbours
+  const FnFloatMap* frame0 = nullptr;
+  const FnFloatMap* frame1 = nullptr;  // the one on whose grid the vectors lie
+  const FnFloatMap* mask = nullptr;    // of the size of the frames; values above 0.5 exclude pixels
+
+  void beginPass() override;
+
+ protected:
+  using Candidates = FnCandidates<9>;
+
+  // Returns the vectors of the changed neighbours and of pixel (x, y), shuffled; none if no
+  // neighbour has changed. A null monitor: all count as changed.
+  Candidates Gather(int32_t x, int32_t y,
+                    const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const;
+  // The mean of all valid neighbours.
+  HvVec2 NeighbourMean(int32_t x, int32_t y) const;
+  bool InRegion(int32_t x, int32_t y) const { return x >= x0 && x < x1 && y >= y0 && y < y1; }
+
+  FnVectorMap copy;  // the map at the start of the pass
+};
+
+// One pass over a map of blocks.
+class FnMotionEstimateGradientSmooth final : public FnVectorSmoother {
+ public:
+  int32_t blockWidth = 6, blockHeight = 6, overlap = 0;
+  float threshold = 0.01f;  // not read
+  const FnMotionEstimateGradientChangedNeighboursMonitor* monitor = nullptr;
+
+  void processBand() override;
+
+ private:
+  HvVec2 Choose(int32_t x, int32_t y, const Candidates& candidates, float* scratch) const;
+  float BlockError(const FnBlock& block, const HvVec2& v, float* scratch) const;
+};
+
+// The first choice for a map with one vector per pixel of the frames.
+class FnMotionEstimateGradientSmoothVectorsInitialAssignment final : public FnVectorSmoother {
+ public:
+  // Also offers the eight vectors at these distances around the pixel. 0: only its own.
+  int32_t spacingX = 0, spacingY = 0;
+
+  void processBand() override;
+};
+
+// One pass over a map with one vector per pixel of the frames.
+class FnMotionEstimateGradientSmoothVectorsSinglePass final : public FnVectorSmoother {
+ public:
+  const FnMotionEstimateGradientChangedNeighboursMonitor* monitor = nullptr;
+
+  void processBand() override;
+};
+
+// The final smoothing: the first choice, then `passes` passes.
+class FnMotionEstimateGradientSmoothVectors final : public FnInteruptable {
+ public:
+  FnInterruptState* interrupt = nullptr;
+  int32_t passes = 5;
+  float weightA = 1, weightB = 1;
+  int32_t spacingX = 0, spacingY = 0;
+  const FnFloatMap* frame0 = nullptr;
+  const FnFloatMap* frame1 = nullptr;
+  const FnFloatMap* mask = nullptr;
+
+  void process(FnVectorMap* map);
+};

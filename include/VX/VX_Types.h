@@ -21,13 +21,13 @@ enum : VX_Err {
   VX_ErrColorEngine = 1,   // the colour engine could not be bound
   VX_ErrBadParameter = 3,  // bad argument or failed internal check
   VX_ErrOutOfMemory = 4,
-  VX_ErrUnsupported = 5,  // unsupported conversion or unknown mode
-  VX_ErrVersion = 7,      // caller and library were built against different headers
-  VX_ErrNoBMWorld = 513,  // the world is not backed by a host bitmap
+  VX_ErrUnsupported = 5,       // unsupported conversion or unknown mode
+  VX_ErrVersion = 7,           // caller and library were built against different headers
+  VX_ErrNoBMWorld = 513,       // the world is not backed by a host bitmap
   VX_ErrMotionSettings = 514,  // settings of motion estimation out of range
-  VX_ErrObsolete = 515,   // obsolete routine
-  VX_ErrReported = 516,   // an error that was already shown to the user
-  VX_ErrStopped = 517,    // the progress function stopped the call, usually for the user
+  VX_ErrObsolete = 515,        // obsolete routine
+  VX_ErrReported = 516,        // an error that was already shown to the user
+  VX_ErrStopped = 517,         // the progress function stopped the call, usually for the user
 };
 
 // --- pixels --------------------------------------------------------------------------------------

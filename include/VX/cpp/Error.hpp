@@ -19,9 +19,9 @@ enum class ErrorCode : int32_t {
   color_engine = VX_ErrColorEngine,  // the colour engine of the host could not be bound
   bad_parameter = VX_ErrBadParameter,
   out_of_memory = VX_ErrOutOfMemory,
-  unsupported = VX_ErrUnsupported,  // unsupported conversion or unknown mode
-  version = VX_ErrVersion,          // headers and library differ
-  no_bitmap = VX_ErrNoBMWorld,      // the world has no host bitmap
+  unsupported = VX_ErrUnsupported,         // unsupported conversion or unknown mode
+  version = VX_ErrVersion,                 // headers and library differ
+  no_bitmap = VX_ErrNoBMWorld,             // the world has no host bitmap
   motion_settings = VX_ErrMotionSettings,  // settings of motion estimation out of range
   obsolete = VX_ErrObsolete,
   reported = VX_ErrReported,  // the text of the report contains the reason

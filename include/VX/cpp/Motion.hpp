@@ -54,8 +54,8 @@ struct MotionOptions {
   double smoothing = 500;   // -1000..1000: smoothness of the motion of pixels
   int32_t smooth_passes = 5;
   double error_threshold = 0.01;
-  int32_t block = 6;      // 4..40: side of a block
-  bool backward = false;  // the motion from the second picture to the first, on the second
+  int32_t block = 6;       // 4..40: side of a block
+  bool backward = false;   // the motion from the second picture to the first, on the second
   Progress progress = {};  // only to stop; called with 0, 0
 };
 
@@ -119,7 +119,8 @@ struct DrawMotionOptions {
   int32_t arrows = 0;  // distance between arrows in pixels; 0: none
 };
 
-// Draws a field as colours (VX_DrawMotion) into a picture of its size. Throws Error (bad_parameter).
+// Draws a field as colours (VX_DrawMotion) into a picture of its size. Throws Error
+// (bad_parameter).
 inline void draw_motion(AnyView dst, const MotionField& field,
                         const DrawMotionOptions& options = {}) {
   if (dst.descriptor()->width != field.width() || dst.descriptor()->height != field.height()) {

@@ -115,7 +115,9 @@ inline VX_Err Run(Command& c, VX_UnoConvertFunc f) {
 inline VX_Err Run(Command& c, VX_UnoAccumulateFunc f) {
   const int32_t from = c.depth == 16 && c.Flag() ? 8 : c.depth, count = AnyCount(c);
   const int32_t one = from == 8 ? 255 : 32768;
-  const auto gain = [&] { return c.Pick({one, one, 0, 1, one - 1, one / 3, 2 * one, 1 << 30}); };
+  const auto gain = [&] {
+    return c.Pick({one, one, 0, 1, one - 1, one / 2, one / 3, 2 * one, 1 << 30});
+  };
   return With(f, std::tuple{count, c.Below(3), from, Samples(c, Use::kInput, from, count), gain(),
                             gain(), c.depth, Samples(c, Use::kOutput, c.depth, count)});
 }

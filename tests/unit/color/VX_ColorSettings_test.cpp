@@ -134,7 +134,10 @@ TEST_F(ColorSettings, Copies) {
   VX_ColorSettings assigned = Of("gamma 1.8");
   EXPECT_NEAR(assigned.GetLinearBlendingTables(true)->gamma, 1.8f, 1e-3f);
   assigned = from;
-  for (const VX_ColorSettings* to : {&copy, static_cast<const VX_ColorSettings*>(&assigned)}) {
+  VX_ColorSettings filled(pool_.get());
+  filled = from;
+  for (const VX_ColorSettings* to : {&copy, const_cast<const VX_ColorSettings*>(&assigned),
+                                     const_cast<const VX_ColorSettings*>(&filled)}) {
     EXPECT_TRUE(to->IsValid());  // before a call finds the profile
     EXPECT_TRUE(*to == from && to->GetProfileID() == from.GetProfileID());
     EXPECT_NE(to->GetLinearBlendingTables(false), tables);

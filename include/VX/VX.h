@@ -72,6 +72,7 @@
 #include "VX/VX_EffectWorld.h"
 #include "VX/VX_Fill.h"
 #include "VX/VX_ForEachPixel.h"
+#include "VX/VX_FrameBlending.h"
 #include "VX/VX_GuessAlpha.h"
 #include "VX/VX_Interleave.h"
 #include "VX/VX_Iterate.h"

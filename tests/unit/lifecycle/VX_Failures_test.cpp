@@ -12,6 +12,7 @@
 
 #include "VX/VX.h"
 #include "VX/VX_ColorSettings.h"
+#include "VX/VX_FrameBlending.h"
 #include "frame/VXp_Counters.h"
 #include "hostdouble/HostDouble.h"
 
@@ -113,6 +114,13 @@ VX_Err Blur(Scene& s) {
   const VX_BlurSpec spec = {VX_BlurKind_Box, 3, 3, 2, 31};
   return VX_BlurWorld(nullptr, s.src.get(), &spec, s.dst.get());
 }
+VX_Err EstimateMotion(Scene& s) {
+  VX_Veltor_AlgoParams settings;
+  settings.Resolution = 1;
+  std::vector<float> vectors(2 * kSize * kSize);
+  return VX_EstimateMotion(s.src.get(), s.src.get(), &settings, nullptr, 0, vectors.data(),
+                           8 * kSize);
+}
 // The kernel of the last radius is kept, so both scans allocate theirs.
 VX_Err GaussianScans(Scene& s) {
   uint8_t scratch[400], other[70] = {};
@@ -170,6 +178,7 @@ TEST_F(Failures, OutOfMemoryLeavesTheDestination) {
       {"soft feather", Feather<VX_Feather_Soft>},
       {"Gaussian feather", Feather<VX_Feather_Gaussian>},
       {"linear tables", LinearTables},
+      {"motion between pictures", EstimateMotion},
   };
   Scene warm_up(8);
   for (const auto& [name, run] : rows) CodeOf(run, warm_up);  // memory that the process keeps
@@ -256,6 +265,23 @@ TEST_F(Failures, CodesOfServices) {
   EXPECT_EQ(host.Leaked(), 0);
   EXPECT_EQ(VXHost_GetPairs().window_modes, 0);
   EXPECT_EQ(VXp_LiveWorlds(), live_);
+}
+
+// The threads before the one that cannot be created do their share; nothing waits for ever.
+TEST_F(Failures, AThreadThatCannotBeCreated) {
+  const int32_t threads = VX_MotionThreads();
+  VX_SetMotionThreads(3);
+  HostDouble host;
+  {
+    Scene scene(8);
+    host.Fail("U_PurgeLoop", 99);
+    EXPECT_EQ(EstimateMotion(scene), VX_ErrOutOfMemory);
+    EXPECT_STREQ(VX_LastReport(), "Frame Blending - Failed to create thread.");
+    host.Fail("U_PurgeLoop", 0);
+    EXPECT_EQ(EstimateMotion(scene), VX_Ok);
+  }
+  EXPECT_EQ(host.Leaked(), 0);
+  VX_SetMotionThreads(threads);
 }
 
 // The host gets the size of a frame again when it is freed.

@@ -53,7 +53,7 @@ class FnMotionEstimateGradientQuantise final : public GeneralSampler<HvVec2, 123
 
 // Updates each vector of a map, from its value at the start. A block with too few pixels inside the
 // displaced frame, or without a gradient, gets an invalid vector.
-class FnMotionEstimateGradient final : public FnImgProc3<float, float, HvVec2> {
+class FnMotionEstimateGradient : public FnImgProc3<float, float, HvVec2> {
  public:
   int32_t blockWidth = 6, blockHeight = 6, overlap = 0;
   float weightA = 1, weightB = 1;

@@ -78,8 +78,9 @@ void FnMotionEstimateGradientPyramid::prepare(FnVectorMap* dst) {
 void FnMotionEstimateGradientPyramid::EstimateLevel(int32_t level, FnVectorMap* map) {
   const auto index = static_cast<size_t>(level);
   const bool estimate = level >= parameters.lowestLevel;
+  const FnBlockSize size = BlockSize(level);
+  const FnFloatMap* const mask = parameters.masks.empty() ? nullptr : parameters.masks[index];
   if (estimate) {
-    const FnBlockSize size = BlockSize(level);
     FnMotionEstimateGradient gradient;
     gradient.interrupt = interrupt;
     gradient.blockWidth = size.width;
@@ -91,7 +92,7 @@ void FnMotionEstimateGradientPyramid::EstimateLevel(int32_t level, FnVectorMap* 
     gradient.quantiseStep = parameters.quantiseStep;
     gradient.useProfiles = parameters.useProfiles;
     gradient.gateOnActivity = parameters.gateOnActivity;
-    if (!parameters.masks.empty()) gradient.mask = parameters.masks[index];
+    gradient.mask = mask;
     if (level == 0) {
       gradient.outPositions = parameters.outPositions;
       gradient.outErrors = parameters.outErrors;
@@ -110,21 +111,6 @@ void FnMotionEstimateGradientPyramid::EstimateLevel(int32_t level, FnVectorMap* 
   FnMotionEstimateGradientChangedNeighboursMonitor monitor;
   monitor.interrupt = interrupt;
   monitor.process(map);
-  for (int32_t i = 0; estimate && i < parameters.smoothPasses; ++i) {
-    if (Stopped()) return;
-    Smooth(level, &monitor, map);
-  }
-  for (int32_t i = 0; monitor.hasInvalid() && i < kMostExtraRounds; ++i) {
-    if (Stopped()) return;
-    Smooth(level, &monitor, map);
-  }
-  if (monitor.hasInvalid()) Clear(interrupt, map);
-}
-
-void FnMotionEstimateGradientPyramid::Smooth(
-    int32_t level, FnMotionEstimateGradientChangedNeighboursMonitor* monitor, FnVectorMap* map) {
-  const auto index = static_cast<size_t>(level);
-  const FnBlockSize size = BlockSize(level);
   FnMotionEstimateGradientSmooth smooth;
   smooth.interrupt = interrupt;
   smooth.blockWidth = size.width;
@@ -133,12 +119,17 @@ void FnMotionEstimateGradientPyramid::Smooth(
   smooth.weightA = parameters.weightA;
   smooth.weightB = parameters.weightB;
   smooth.threshold = parameters.threshold;
-  smooth.monitor = monitor;
+  smooth.monitor = &monitor;
   smooth.frame0 = parameters.frames0[index];
   smooth.frame1 = parameters.frames1[index];
-  if (!parameters.masks.empty()) smooth.mask = parameters.masks[index];
-  smooth.process(map);
-  monitor->process(map);
+  smooth.mask = mask;
+  const int32_t rounds = estimate ? parameters.smoothPasses : 0;
+  for (int32_t i = 0; i < rounds || (monitor.hasInvalid() && i < rounds + kMostExtraRounds); ++i) {
+    if (Stopped()) return;
+    smooth.process(map);
+    monitor.process(map);
+  }
+  if (monitor.hasInvalid()) Clear(interrupt, map);
 }
 
 void FnMotionEstimateGradientPyramid::ZoomToFiner(int32_t level, FnVectorMap* from,

@@ -11,8 +11,6 @@
 #include "frameblend/imgproc/FnResample.h"
 #include "frameblend/motion/FnBlocks.h"
 
-class FnMotionEstimateGradientChangedNeighboursMonitor;
-
 // A picture and its reductions; [0] is the picture.
 using FnLevels = std::vector<const FnFloatMap*>;
 
@@ -63,8 +61,6 @@ class FnMotionEstimateGradientPyramid final : public Generator<HvVec2> {
   FnVectorMap* Map(int32_t level, FnVectorMap* dst) const;
   bool AllocateMaps();
   void EstimateLevel(int32_t level, FnVectorMap* map);
-  void Smooth(int32_t level, FnMotionEstimateGradientChangedNeighboursMonitor* monitor,
-              FnVectorMap* map);
   void ZoomToFiner(int32_t level, FnVectorMap* from, FnVectorMap* to);
   bool Stopped() { return FnPoll(interrupt) != VX_Ok; }
 

@@ -77,11 +77,11 @@ inline VX_Err Run(Command& c, decltype(&VX_TransferUnoBuffers) f) {
 using AccumulateCall = VX_Err(VX_ProgressInfo*, const VX_UnoBuffer*, int32_t, float, float,
                               const M_Rect*, const M_Point*, VX_UnoBuffer*);
 inline VX_Err Run(Command& c, AccumulateCall* f) {
-  const bool sums = c.depth == 16 && c.OneIn(3);  // 8-bit samples into 16-bit sums
+  const bool sums = c.depth == 16 && c.Flag();  // 8-bit samples into 16-bit sums
   Buffer src(c, Use::kInput, sums ? 8 : OtherDepth(c)), dst(c, Use::kOutput, c.depth);
   const auto gain = [&c] {
     return c.OneIn(40) ? c.Pick({-1.0f, 40000.0f, NAN})
-                       : c.Pick({1.0f, 0.5f, 0.5f, 0.5f, 0.0f, 1 / 3.0f, 1.75f, 4.0f});
+                       : c.Pick({1.0f, 1.0f, 0.0f, 0.5f, 1 / 3.0f, 1.75f, 4.0f, 100.0f});
   };
   M_Point point;
   return With(f, std::tuple{c.FreeProgress(), src.get(), c.OneIn(30) ? 3 : c.Below(3), gain(),

@@ -45,31 +45,42 @@ void FnVectorSmoother::beginPass() {
   for (int32_t y = 0; y < height; ++y) std::copy_n(first->row(y), width, copy.row(y));
 }
 
-FnVectorSmoother::Candidates FnVectorSmoother::Gather(
-    int32_t x, int32_t y, const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const {
-  Candidates candidates;
-  for (const auto& [dx, dy] : kFnNeighbours) {
-    const int32_t nx = x + dx, ny = y + dy;
-    if (!InRegion(nx, ny) || (monitor != nullptr && !monitor->isChanged(nx, ny))) continue;
-    candidates.Add(copy.row(ny)[nx]);
+FnVectorSmoother::Surroundings FnVectorSmoother::Around(
+    int32_t x, int32_t y, int32_t stepX, int32_t stepY,
+    const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const {
+  Surroundings around;
+  around.own = copy.row(y)[x];
+  for (size_t i = 0; i < kFnNeighbours.size(); ++i) {
+    const int32_t nx = x + kFnNeighbours[i][0] * stepX, ny = y + kFnNeighbours[i][1] * stepY;
+    if (nx < x0 || nx >= x1 || ny < y0 || ny >= y1) continue;
+    around.vectors[i] = copy.row(ny)[nx];
+    around.present |= 1u << i;
+    if (monitor == nullptr || monitor->isChanged(nx, ny)) around.candidates |= 1u << i;
   }
-  if (candidates.count() == 0) return candidates;
-  candidates.Add(copy.row(y)[x]);
-  if (candidates.count() > 1) candidates.Shuffle(FnRandom(x, y, copy.width()));
-  return candidates;
+  return around;
 }
 
-HvVec2 FnVectorSmoother::NeighbourMean(int32_t x, int32_t y) const {
+HvVec2 FnVectorSmoother::Surroundings::Mean() const {
   HvVec2 sum{0, 0};
   int32_t count = 0;
-  for (const auto& [dx, dy] : kFnNeighbours) {
-    const int32_t nx = x + dx, ny = y + dy;
-    if (!InRegion(nx, ny) || !copy.row(ny)[nx].IsValid()) continue;
-    sum = sum + copy.row(ny)[nx];
+  for (size_t i = 0; i < vectors.size(); ++i) {
+    if (!Has(i) || !vectors[i].IsValid()) continue;
+    sum = sum + vectors[i];
     ++count;
   }
   if (count == 0) return sum;
   return {sum.x / static_cast<float>(count), sum.y / static_cast<float>(count)};
+}
+
+FnVectorSmoother::Candidates FnVectorSmoother::Shuffled(int32_t x, int32_t y,
+                                                        const Surroundings& around) const {
+  Candidates candidates;
+  for (size_t i = 0; i < around.vectors.size(); ++i) {
+    if ((around.candidates >> i & 1) != 0) candidates.Add(around.vectors[i]);
+  }
+  candidates.Add(around.own);
+  candidates.Shuffle(FnRandom(x, y, copy.width()));
+  return candidates;
 }
 
 void FnMotionEstimateGradientSmooth::processBand() {
@@ -78,21 +89,19 @@ void FnMotionEstimateGradientSmooth::processBand() {
   for (int32_t y = band.first; y < band.end; ++y) {
     for (int32_t x = x0; x < x1; ++x) {
       if (Stopped()) return;
-      const Candidates candidates = Gather(x, y, monitor);
-      if (candidates.count() == 0) continue;
-      first->row(y)[x] =
-          candidates.count() == 1 ? candidates[0] : Choose(x, y, candidates, scratch.data());
+      const Surroundings around = Around(x, y, 1, 1, monitor);
+      if (around.HasChoice()) first->row(y)[x] = Choose(x, y, around, scratch.data());
     }
   }
 }
 
-HvVec2 FnMotionEstimateGradientSmooth::Choose(int32_t x, int32_t y, const Candidates& candidates,
+HvVec2 FnMotionEstimateGradientSmooth::Choose(int32_t x, int32_t y, const Surroundings& around,
                                               float* scratch) const {
-  const HvVec2 mean = NeighbourMean(x, y);
+  const HvVec2 mean = around.Mean();
   const FnBlock block = FnBlockAt(x, y, {blockWidth, blockHeight, overlap}, *frame0);
-  HvVec2 chosen = copy.row(y)[x];
+  HvVec2 chosen = around.own;
   float best = FLT_MAX;
-  for (const HvVec2& c : candidates) {
+  for (const HvVec2& c : Shuffled(x, y, around)) {
     if (!c.IsValid() || best == 0) continue;
     const float smooth = (c - mean).L1() / 400.0f / 255.0f * weightB;
     if (smooth >= best) continue;
@@ -135,15 +144,11 @@ void FnMotionEstimateGradientSmoothVectorsInitialAssignment::processBand() {
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
     for (int32_t x = x0; x < x1; ++x) {
-      Candidates candidates;
-      for (const auto& [dx, dy] : kFnNeighbours) {
-        const int32_t nx = x + dx * spacingX, ny = y + dy * spacingY;
-        if (spacingX > 0 && spacingY > 0 && InRegion(nx, ny)) candidates.Add(copy.row(ny)[nx]);
-      }
-      candidates.Add(copy.row(y)[x]);
-      if (candidates.count() > 1) candidates.Shuffle(FnRandom(x, y, copy.width()));
+      const Surroundings around = Around(x, y, spacingX, spacingY, nullptr);
+      if (!around.HasChoice()) continue;
+      const Candidates candidates = Shuffled(x, y, around);
       HvVec2 chosen = candidates[0];
-      if (candidates.count() > 1 && !intensity.IsMasked(x, y)) {
+      if (!intensity.IsMasked(x, y)) {
         float best = FLT_MAX;
         for (const HvVec2& c : candidates) {
           if (!c.IsValid()) continue;
@@ -165,23 +170,20 @@ void FnMotionEstimateGradientSmoothVectorsSinglePass::processBand() {
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
     for (int32_t x = x0; x < x1; ++x) {
-      const Candidates candidates = Gather(x, y, monitor);
-      if (candidates.count() == 0) continue;
-      HvVec2 chosen = candidates[0];
-      if (candidates.count() > 1) {
-        const HvVec2 mean = NeighbourMean(x, y);
-        const bool masked = intensity.IsMasked(x, y);
-        chosen = copy.row(y)[x];
-        float best = FLT_MAX;
-        for (const HvVec2& c : candidates) {
-          if (!c.IsValid()) continue;
-          const float distance = (c - mean).L1() * weightB * 8.0f;
-          if (distance >= best) continue;
-          const float cost = distance + (masked ? intensity.OfMasked() : intensity.Of(x, y, c));
-          if (cost < best) {
-            best = cost;
-            chosen = c;
-          }
+      const Surroundings around = Around(x, y, 1, 1, monitor);
+      if (!around.HasChoice()) continue;
+      const HvVec2 mean = around.Mean();
+      const bool masked = intensity.IsMasked(x, y);
+      HvVec2 chosen = around.own;
+      float best = FLT_MAX;
+      for (const HvVec2& c : Shuffled(x, y, around)) {
+        if (!c.IsValid()) continue;
+        const float distance = (c - mean).L1() * weightB * 8.0f;
+        if (distance >= best) continue;
+        const float cost = distance + (masked ? intensity.OfMasked() : intensity.Of(x, y, c));
+        if (cost < best) {
+          best = cost;
+          chosen = c;
         }
       }
       first->row(y)[x] = chosen;

@@ -29,13 +29,30 @@ class FnVectorSmoother : public FnImgProc1<HvVec2> {
  protected:
   using Candidates = FnCandidates<9>;
 
-  // Returns the vectors of the changed neighbours and of pixel (x, y), shuffled; none if no
-  // neighbour has changed. A null monitor: all count as changed.
-  Candidates Gather(int32_t x, int32_t y,
-                    const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const;
-  // The mean of all valid neighbours.
-  HvVec2 NeighbourMean(int32_t x, int32_t y) const;
-  bool InRegion(int32_t x, int32_t y) const { return x >= x0 && x < x1 && y >= y0 && y < y1; }
+  // The vector of a pixel and those of its neighbours, in the order of kFnNeighbours.
+  struct Surroundings {
+    HvVec2 own;
+    std::array<HvVec2, 8> vectors;
+    uint32_t present = 0;     // a bit for each neighbour inside the region
+    uint32_t candidates = 0;  // those that are offered: present, and changed if there is a monitor
+
+    bool Has(size_t i) const { return (present >> i & 1) != 0; }
+    // True if there is a choice: a candidate that differs from the own vector.
+    bool HasChoice() const {
+      for (size_t i = 0; i < vectors.size(); ++i) {
+        if ((candidates >> i & 1) != 0 && !(vectors[i] == own)) return true;
+      }
+      return false;
+    }
+    // The mean of all valid neighbours, changed or not.
+    HvVec2 Mean() const;
+  };
+
+  // Reads the neighbours at a distance of (stepX, stepY).
+  Surroundings Around(int32_t x, int32_t y, int32_t stepX, int32_t stepY,
+                      const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const;
+  // Returns the candidates and the own vector, without duplicates, shuffled.
+  Candidates Shuffled(int32_t x, int32_t y, const Surroundings& around) const;
 
   FnVectorMap copy;  // the map at the start of the pass
 };
@@ -50,7 +67,7 @@ class FnMotionEstimateGradientSmooth final : public FnVectorSmoother {
   void processBand() override;
 
  private:
-  HvVec2 Choose(int32_t x, int32_t y, const Candidates& candidates, float* scratch) const;
+  HvVec2 Choose(int32_t x, int32_t y, const Surroundings& around, float* scratch) const;
   float BlockError(const FnBlock& block, const HvVec2& v, float* scratch) const;
 };
 

@@ -9,6 +9,9 @@
 #include <numeric>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
+#ifdef VX_BENCH_OPENCV_VIDEO
+#include <opencv2/video/tracking.hpp>
+#endif
 #include <stdexcept>
 
 #include "VX/cpp/View.hpp"
@@ -184,5 +187,23 @@ const OpenCvPeer* OpenCv() {
 #else
 
 const OpenCvPeer* OpenCv() { return nullptr; }
+
+#endif
+
+#ifdef VX_BENCH_OPENCV_VIDEO
+
+FlowPeer OpenCvFlow() {
+  cv::setNumThreads(1);
+  return [](const uint8_t* from, const uint8_t* to, int32_t width, int32_t height, int preset) {
+    const cv::Mat a(height, width, CV_8UC1, const_cast<uint8_t*>(from));
+    const cv::Mat b(height, width, CV_8UC1, const_cast<uint8_t*>(to));
+    cv::Mat flow;
+    cv::DISOpticalFlow::create(preset)->calc(a, b, flow);
+  };
+}
+
+#else
+
+FlowPeer OpenCvFlow() { return nullptr; }
 
 #endif

@@ -53,6 +53,12 @@ struct OpenCvPeer {
 };
 const OpenCvPeer* OpenCv();  // null if not installed
 
+// Dense flow between two pictures of one byte per pixel, by DIS; presets 0 ultrafast, 1 fast, 2
+// medium. Uses one thread. Null if not installed.
+using FlowPeer = void (*)(const uint8_t* from, const uint8_t* to, int32_t width, int32_t height,
+                          int preset);
+FlowPeer OpenCvFlow();
+
 struct VipsPeer {
   // Converts channels to the type of `dst`: shifted by 8 between 8 and 16 bits, not scaled to or
   // from float. The result is allocated by each call and freed, not stored in `dst`.

@@ -17,6 +17,7 @@ bool RunUno(const Options& options);
 bool RunMasks(const Options& options);
 bool RunSamplers(const Options& options);
 bool RunTransform(const Options& options);
+bool RunMotion(const Options& options);
 bool RunIterators(const Options& options);
 bool RunScratch(const Options& options);
 bool RunCpp(const Options& options);
@@ -42,6 +43,7 @@ inline constexpr Section kSections[] = {
      &RunSamplers},
     {"transform", "turned, moved, reduced, with motion blur, against OpenCV, libvips, OpenImageIO",
      &RunTransform},
+    {"motion", "motion estimation and its steps against OpenCV's DIS flow", &RunMotion},
     {"iterators", "walks with a function, a lambda, a table, against plain loops", &RunIterators},
     {"scratch", "allocations of one call, and their peak", &RunScratch},
     {"cpp", "vx::composite of the C++20 interface against the classic call", &RunCpp},

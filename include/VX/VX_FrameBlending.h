@@ -55,7 +55,7 @@ VX_API VX_Err VX_CheckMotionSettings(const VX_Veltor_AlgoParams* settings);
 //   backward   not 0: the motion from `second` to `first`, on the pixels of `second`
 //   vectors    width * 2 floats per row; unknown vectors are NaN. Contents are undefined after an
 //              error
-//   rowbytes   bytes from row to row, at least width * 8
+//   rowbytes   bytes from row to row, at least width * 8 and a multiple of 4
 //
 // Alpha is not read. Luminances that are NaN or infinite count as 0. Pictures that are too small
 // for a block have no motion. Returns VX_ErrBadParameter, reported, for null arguments, worlds

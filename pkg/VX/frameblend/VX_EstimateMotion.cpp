@@ -29,8 +29,8 @@ VX_Err CheckPair(const VX_LayerDef* a, const VX_LayerDef* b, const float* vector
     return Refuse("motion between worlds of different depths");
   }
   if (vectors == nullptr) return Refuse("motion without an array of vectors");
-  if (rowbytes < ptrdiff_t{a->width} * 8 || rowbytes > INT32_MAX) {
-    return Refuse("motion with a row of vectors that is shorter than the picture, or too long");
+  if (rowbytes < ptrdiff_t{a->width} * 8 || rowbytes > INT32_MAX || rowbytes % 4 != 0) {
+    return Refuse("motion with rowbytes that do not fit the rows of vectors");
   }
   return VX_Ok;
 }
@@ -112,7 +112,9 @@ VX_Err VX_EstimateMotion(const VX_LayerDef* first, const VX_LayerDef* second,
 
     const int32_t from = backward != 0 ? 1 : 0;
     FnVectorMap field;
-    FnEstimateField(pictures[from], pictures[1 - from], used, &state, &field);
+    FnEstimateBlocks(pictures[from], pictures[1 - from], used, &state, &field);
+    if (state.poll() == VX_Ok)
+      FnSmoothField(pictures[from], pictures[1 - from], used, &state, &field);
     if (const VX_Err code = state.poll(); code != VX_Ok) return code;
 
     VX_LayerDef frame = *first;
@@ -124,7 +126,8 @@ VX_Err VX_EstimateMotion(const VX_LayerDef* first, const VX_LayerDef* second,
       for (int32_t x = 0; x < out.width(); ++x) {
         HvVec2& v = out.row(y)[x];
         constexpr float kUnknown = std::numeric_limits<float>::quiet_NaN();
-        if (!v.IsValid()) v = {kUnknown, kUnknown};
+        const bool known = v.IsValid() && std::isfinite(v.x) && std::isfinite(v.y);
+        v = known ? v + HvVec2{0, 0} : HvVec2{kUnknown, kUnknown};  // the sum has no -0
       }
     }
     return state.poll();

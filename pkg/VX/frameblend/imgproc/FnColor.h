@@ -15,8 +15,9 @@
 
 #include "VX/VX_Types.h"
 
+// Packed, because the rows of a world may start at any byte.
 template <class T, int32_t kMinimum, int32_t kMaximum, int32_t kScale, bool kIsInteger>
-struct FnARGBBase {
+struct __attribute__((packed)) FnARGBBase {
   using Channel = T;
   static constexpr float kMin = kMinimum, kMax = kMaximum;
   static constexpr bool kInteger = kIsInteger;

@@ -13,6 +13,10 @@ constexpr int32_t kOverlap = 2;
 constexpr int32_t kMostLevels = 1000;
 constexpr float kBlurPerRatio = 3.0f;  // the deviation of the blur is the ratio divided by this
 
+FnBlockSize SizeOfBlocks(const VX_Veltor_AlgoParams& settings) {
+  return {settings.BlockSize, settings.BlockSize, kOverlap};
+}
+
 bool Allocated(FnInterruptState* interrupt, bool done) {
   if (!done) interrupt->set(VX_ErrOutOfMemory);
   return done;
@@ -90,11 +94,11 @@ void FnPrepareAnalysis(const VX_LayerDef& world, const VX_Veltor_AlgoParams& set
   out->pyramid.build(out->luminance, FnLevelCount(width, height), interrupt);
 }
 
-void FnEstimateField(const FnAnalysisPicture& from, const FnAnalysisPicture& to,
-                     const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt,
-                     FnVectorMap* field) {
+void FnEstimateBlocks(const FnAnalysisPicture& from, const FnAnalysisPicture& to,
+                      const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt,
+                      FnVectorMap* field) {
   const FnFloatMap& frame = from.luminance;
-  const FnBlockSize size{settings.BlockSize, settings.BlockSize, kOverlap};
+  const FnBlockSize size = SizeOfBlocks(settings);
   const int32_t columns = size.Columns(frame.width()), rows = size.Rows(frame.height());
   if (!Allocated(interrupt, field->allocate(frame.width(), frame.height()))) return;
   if (columns == 0 || rows == 0) {
@@ -121,15 +125,19 @@ void FnEstimateField(const FnAnalysisPicture& from, const FnAnalysisPicture& to,
   if (FnPoll(interrupt) != VX_Ok) return;
 
   ZoomBlocksToPixels(blocks, size, interrupt, field);
-  FnMotionEstimateGradientSmoothVectors final_smoothing;
-  final_smoothing.interrupt = interrupt;
-  final_smoothing.passes = settings.SmoothPasses;
-  const FnSmoothWeights smoothing = FnSmoothWeightsOf(settings.VectorSmoothing);
-  final_smoothing.weightA = smoothing.a;
-  final_smoothing.weightB = smoothing.b;
-  final_smoothing.spacingX = size.StepX();
-  final_smoothing.spacingY = size.StepY();
-  final_smoothing.frame0 = &to.luminance;
-  final_smoothing.frame1 = &frame;
-  if (FnPoll(interrupt) == VX_Ok) final_smoothing.process(field);
+}
+
+void FnSmoothField(const FnAnalysisPicture& from, const FnAnalysisPicture& to,
+                   const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt,
+                   FnVectorMap* field) {
+  FnMotionEstimateGradientSmoothVectors smoothing;
+  smoothing.interrupt = interrupt;
+  smoothing.passes = settings.SmoothPasses;
+  const FnSmoothWeights weights = FnSmoothWeightsOf(settings.VectorSmoothing);
+  smoothing.weightA = weights.a;
+  smoothing.weightB = weights.b;
+  smoothing.spacingX = smoothing.spacingY = SizeOfBlocks(settings).StepX();
+  smoothing.frame0 = &to.luminance;
+  smoothing.frame1 = &from.luminance;
+  smoothing.process(field);
 }

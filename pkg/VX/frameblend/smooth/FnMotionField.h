@@ -18,8 +18,12 @@ struct FnAnalysisPicture {
 void FnPrepareAnalysis(const VX_LayerDef& world, const VX_Veltor_AlgoParams& settings,
                        FnInterruptState* interrupt, FnAnalysisPicture* out);
 
-// Estimates the motion from `from` to `to` for each pixel of `from`, in pixels of the luminance.
-// Allocates `field`. Errors are recorded in `interrupt`.
-void FnEstimateField(const FnAnalysisPicture& from, const FnAnalysisPicture& to,
-                     const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt,
-                     FnVectorMap* field);
+// Estimates the motion from `from` to `to` for each pixel of `from`, in pixels of the luminance:
+// first the motion of blocks, spread over their pixels, then the final smoothing. FnEstimateBlocks
+// allocates `field`. Errors are recorded in `interrupt`.
+void FnEstimateBlocks(const FnAnalysisPicture& from, const FnAnalysisPicture& to,
+                      const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt,
+                      FnVectorMap* field);
+void FnSmoothField(const FnAnalysisPicture& from, const FnAnalysisPicture& to,
+                   const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt,
+                   FnVectorMap* field);

@@ -1,0 +1,317 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Motion estimation: vectors against the twin, true motions, the aperture, refusals.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "VX/VX_FrameBlending.h"
+#include "reference/RefMotion.h"
+#include "unit/PixelTestKit.h"
+
+namespace {
+
+using Params = VX_Veltor_AlgoParams;
+using Picture = std::function<double(double x, double y)>;  // 0..1, at the centres of pixels
+using Vectors = std::vector<float>;
+constexpr int kPadding = 3;  // floats after each row of vectors
+
+// Sines in random directions. The wavelengths are `period` pixels and more; the long ones allow
+// large motions.
+Picture Texture(uint32_t seed, double period) {
+  std::mt19937 random(seed);
+  const auto unit = [&random] { return static_cast<double>(random()) * 0x1p-32; };
+  std::vector<std::array<double, 3>> waves;
+  for (int i = 0; i < 16; ++i) {
+    const double angle = unit() * 6.283, frequency = 6.283 / (period * std::pow(1.2, i));
+    waves.push_back({std::cos(angle) * frequency, std::sin(angle) * frequency, unit() * 6.283});
+  }
+  return [waves](double x, double y) {
+    double sum = 0;
+    for (const auto& [fx, fy, phase] : waves) sum += std::sin(fx * x + fy * y + phase);
+    return std::clamp(0.5 + sum / 16, 0.0, 1.0);
+  };
+}
+
+Picture Moved(Picture picture, double dx, double dy) {
+  return [=](double x, double y) { return picture(x - dx, y - dy); };
+}
+
+// Turned about (cx, cy), and enlarged.
+Picture Turned(Picture picture, double cx, double cy, double angle, double zoom) {
+  const double c = std::cos(angle) / zoom, s = std::sin(angle) / zoom;
+  return [=](double x, double y) {
+    return picture(cx + c * (x - cx) + s * (y - cy), cy - s * (x - cx) + c * (y - cy));
+  };
+}
+
+template <class Pixel>
+void Paint(GuardedWorld<Pixel>* world, const Picture& picture) {
+  using Channel = VX_ChannelOf<Pixel>;
+  for (int i = 0; i < world->world.width * world->world.height; ++i) {
+    const int x = i % world->world.width, y = i / world->world.width;
+    const double value = picture(x, y) * static_cast<double>(kFull<Pixel>);
+    const auto part = [=](double f) { return static_cast<Channel>(value * f); };
+    world->Set(x, y, {world->Get(x, y).alpha, part(1), part(0.75), part(0.9)});
+  }
+}
+
+// The motion between two worlds. The padding of the rows must not change.
+Vectors Estimate(const VX_LayerDef& a, const VX_LayerDef& b, const Params& p, bool backward) {
+  const size_t row = static_cast<size_t>(a.width) * 2 + kPadding;
+  Vectors all(row * static_cast<size_t>(a.height), 77.0f), vectors;
+  EXPECT_EQ(VX_EstimateMotion(&a, &b, &p, nullptr, backward, all.data(),
+                              static_cast<ptrdiff_t>(row * sizeof(float))),
+            VX_Ok);
+  for (size_t i = 0; i < all.size(); ++i) {
+    if (i % row < row - kPadding) {
+      vectors.push_back(all[i]);
+    } else if (all[i] != 77.0f) {
+      ADD_FAILURE() << "padding of row " << i / row;
+    }
+  }
+  return vectors;
+}
+
+// --- against the twin ----------------------------------------------------------------------------
+
+template <class Pixel>
+class EstimateMotion : public testing::Test {};
+TYPED_TEST_SUITE(EstimateMotion, PixelTypes, DepthNames);
+
+template <class Pixel>
+void Compare(const VX_LayerDef& a, const VX_LayerDef& b, const Params& p, const std::string& what) {
+  for (bool backward : {false, true}) {
+    const auto want =
+        backward ? vxref::motion::Field<Pixel>(b, a, p) : vxref::motion::Field<Pixel>(a, b, p);
+    const Vectors got = Estimate(a, b, p, backward);
+    size_t wrong = 0, first = 0;
+    for (size_t i = want.cells.size(); i-- > 0;) {
+      if (std::memcmp(&got[2 * i], &want.cells[i], 2 * sizeof(float)) != 0) ++wrong, first = i;
+    }
+    const size_t width = static_cast<size_t>(a.width);
+    EXPECT_EQ(wrong, 0u) << what << (backward ? ", backward" : "") << ", first at ("
+                         << first % width << ", " << first / width << "): (" << got[2 * first]
+                         << ", " << got[2 * first + 1] << "), not (" << want.cells[first].x << ", "
+                         << want.cells[first].y << ")";
+  }
+}
+
+// All contents and sizes; the settings and the number of threads are drawn at random for each pair
+// of pictures.
+TYPED_TEST(EstimateMotion, EqualsTheTwin) {
+  const int32_t threads = VX_MotionThreads();
+  Operands<TypeParam> random(16);
+  const auto one_of = [&random](auto... v) { return std::array{v...}[random.Below(sizeof...(v))]; };
+  std::vector<std::string> contents = {"moved", "turned", "zoomed", "unrelated",
+                                       "noise", "flat",   "edge"};
+  if (kDepth<TypeParam> == 32) contents.insert(contents.end(), {"not finite", "huge"});
+  for (const auto& [width, height] :
+       {std::pair{1, 1}, {5, 5}, {2, 61}, {37, 29}, {101, 77}, {160, 90}, {320, 200}}) {
+    for (const std::string& what : contents) {
+      Params p;
+      p.Resolution = one_of(0.2f, 0.37f, 0.5f, 1.0f);
+      p.BlockSize = one_of(int16_t{4}, int16_t{6}, int16_t{9}, int16_t{17});
+      p.VectorDetail = one_of(-500.0f, 0.0f, 500.0f);
+      p.VectorSmoothing = one_of(-500.0f, 0.0f, 500.0f);
+      p.SmoothPasses = one_of(int16_t{1}, int16_t{2}, int16_t{5});
+      p.ErrorThreshold = one_of(0.0f, 0.01f, 0.1f);
+      p.LumaR = one_of(0.25, 0.3, 0.5);
+      p.LumaB = one_of(0.0, 0.25, 0.5);
+      p.LumaG = 1.01 - p.LumaR - p.LumaB;
+
+      const double dx = random.Between(-60, 60) / 8.0, dy = random.Between(-60, 60) / 8.0;
+      const Picture texture = Texture(random.Word(), 8 / static_cast<double>(p.Resolution));
+      const Picture edge = [&](double x, double y) {
+        return (x - width / 2) * dx + (y - height / 2) * dy > 0 ? 0.9 : 0.2;
+      };
+      const Picture flat = [](double, double) { return 0.4; };
+      const Picture one = what == "flat" ? flat : what == "edge" ? edge : texture;
+      const Picture two = what == "turned"      ? Turned(one, width / 3, height / 2, 0.06, 1)
+                          : what == "zoomed"    ? Turned(one, width / 2, height / 3, 0, 1.08)
+                          : what == "unrelated" ? Texture(random.Word(), 20)
+                                                : Moved(one, dx, dy);
+      GuardedWorld<TypeParam> a(width, height, random.Below(9), random.Word());
+      GuardedWorld<TypeParam> b(width, height, random.Below(9), random.Word());
+      if (what != "noise") Paint(&a, one), Paint(&b, two);
+      if constexpr (kDepth<TypeParam> == 32) {
+        const float infinite = std::numeric_limits<float>::infinity();
+        const std::array<float, 4> odd = what == "huge"
+                                             ? std::array{1e19f, 1e30f, -3e38f, 3e38f}
+                                             : std::array{std::nanf(""), infinite, -infinite, 1.0f};
+        const bool some = what == "huge" || what == "not finite";
+        for (int i = 0; some && i < width * height / 40; ++i) {
+          const float value = odd[static_cast<size_t>(random.Below(4))];
+          one_of(&a, &b)->Set(random.Below(width), random.Below(height),
+                              {1, value, one_of(value, 0.5f), value});
+        }
+      }
+      std::ostringstream text;
+      text << what << " " << dx << " " << dy << ", " << width << " x " << height << ", resolution "
+           << p.Resolution << ", block " << p.BlockSize << ", detail " << p.VectorDetail
+           << ", smoothing " << p.VectorSmoothing << ", passes " << p.SmoothPasses << ", threshold "
+           << p.ErrorThreshold;
+      VX_SetMotionThreads(one_of(1, 2, 3, 7, 16));
+      Compare<TypeParam>(a.world, b.world, p, text.str());
+    }
+  }
+  VX_SetMotionThreads(threads);
+}
+
+// --- by definition -------------------------------------------------------------------------------
+
+// Settings for exact vectors. Vectors of blocks are rounded to multiples of 0.1 at each level,
+// negative ones towards 0; with the default threshold the error of one level may remain at the
+// next.
+Params Exact(float resolution) {
+  Params p;
+  p.Resolution = resolution;
+  p.ErrorThreshold = 0.0005f;
+  return p;
+}
+
+TYPED_TEST(EstimateMotion, FindsTheMotionOfTextures) {
+  for (const auto& [resolution, width, height] :
+       {std::tuple{1.0f, 96, 80}, {0.5f, 180, 140}, {0.2f, 400, 300}}) {
+    const double ratio = 1 / static_cast<double>(resolution);
+    const Picture texture = Texture(7, 7 * ratio);
+    for (double amount : {1.0, 2.3, 5.7}) {
+      for (int direction = 0; direction < 9; ++direction) {
+        if (direction == 4) continue;
+        const double dx = (direction % 3 - 1) * amount * ratio;
+        const double dy = (direction / 3 - 1) * amount * ratio;
+        GuardedWorld<TypeParam> a(width, height, 0, 1), b(width, height, 0, 2);
+        Paint(&a, texture);
+        Paint(&b, Moved(texture, dx, dy));
+        const Vectors forward = Estimate(a.world, b.world, Exact(resolution), false);
+        const int border = static_cast<int>(14 * ratio);
+        double error = 0, count = 0;
+        for (int y = border; y < height - border; ++y) {
+          for (int x = border; x < width - border; ++x, ++count) {
+            const float* const at = &forward[static_cast<size_t>(y * width + x) * 2];
+            error += std::hypot(static_cast<double>(at[0]) - dx, static_cast<double>(at[1]) - dy);
+          }
+        }
+        EXPECT_LT(error / count / ratio, 0.15)
+            << dx << " " << dy << " at resolution " << resolution;
+        EXPECT_EQ(forward, Estimate(b.world, a.world, Exact(resolution), true));
+      }
+      if (kDepth<TypeParam> != 8) break;  // the other depths: one amount
+    }
+  }
+}
+
+// An edge moves by 2 across and 3 along. Only the first is visible. Vectors get a part along the
+// edge by rounding only, which is at most 0.2 / sqrt(2) at each of the four levels.
+TEST(EstimateMotionAperture, CorrectsOnlyAcrossAnEdge) {
+  constexpr int kWidth = 96, kHeight = 90;
+  for (int degrees : {0, 90, 180, 270, 45, 120, 200, 315}) {
+    const double c = std::cos(degrees * 0.0174533), s = std::sin(degrees * 0.0174533);
+    const auto across = [&](double x, double y) { return (x - 48) * c + (y - 45) * s; };
+    const Picture edge = [&](double x, double y) {
+      return 0.5 + 0.4 * std::tanh(across(x, y) / 4);
+    };
+    GuardedWorld<VX_Pixel16> a(kWidth, kHeight, 0, 1), b(kWidth, kHeight, 0, 2);
+    Paint(&a, edge);
+    Paint(&b, Moved(edge, 2 * c - 3 * s, 2 * s + 3 * c));
+    const Vectors vectors = Estimate(a.world, b.world, Exact(1), false);
+    double error = 0, along = 0, count = 0, largest = 0;
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kWidth; ++x) {
+        const float* const at = &vectors[static_cast<size_t>(y * kWidth + x) * 2];
+        const double u = static_cast<double>(at[0]), v = static_cast<double>(at[1]);
+        if (degrees % 90 == 0) largest = std::max(largest, std::abs(v * c - u * s));
+        if (std::abs(across(x, y)) > 5) continue;
+        error += std::abs(u * c + v * s - 2), along += std::abs(v * c - u * s), ++count;
+      }
+    }
+    EXPECT_LT(error / count, 0.15) << degrees;
+    EXPECT_LT(along / count, 0.57) << degrees;
+    EXPECT_LT(largest, 1e-4) << degrees;
+  }
+}
+
+// --- refusals ------------------------------------------------------------------------------------
+
+TEST(EstimateMotionRefusals, LeaveTheVectorsUntouched) {
+  GuardedWorld<VX_Pixel8> a(9, 8, 0, 1), b(9, 8, 0, 2), wide(10, 8, 0, 3), high(9, 9, 0, 4);
+  GuardedWorld<VX_Pixel16> deep(9, 8, 0, 5);
+  VX_LayerDef none = a.world, empty = a.world;
+  none.data = nullptr;
+  empty.width = 0;
+  const Params good;
+  std::vector<Params> bad;
+  const auto add = [&bad](auto member, std::initializer_list<double> values) {
+    for (double value : values) {
+      bad.emplace_back().*member = static_cast<std::decay_t<decltype(Params{}.*member)>>(value);
+    }
+  };
+  const double nan = std::nan("");
+  add(&Params::Resolution, {0.04, 1.01, nan});
+  add(&Params::VectorDetail, {-1001, 1001, nan});
+  add(&Params::VectorSmoothing, {-1001, 1001, nan});
+  add(&Params::SmoothPasses, {0, 51});
+  add(&Params::ErrorThreshold, {-0.01, 0.11, nan});
+  add(&Params::BlockSize, {3, 41});
+  add(&Params::LumaR, {-0.1, 0.33, nan});
+  add(&Params::LumaG, {1.1, 0.5});
+  add(&Params::Method, {-1, 3});
+  add(&Params::HighQuality, {2});
+  add(&Params::ShutterAngle, {-1, 361, nan});
+  add(&Params::ShutterSamples, {0, 21});
+  add(&Params::Mode, {-1, 4});
+  Vectors vectors(9 * 8 * 2, 5.0f);
+  float* const out = vectors.data();
+  const auto call = [&](const VX_LayerDef* one, const VX_LayerDef* two, const Params* p, float* to,
+                        ptrdiff_t rowbytes) {
+    return VX_EstimateMotion(one, two, p, nullptr, 0, to, rowbytes);
+  };
+  Reports();
+  const VX_LayerDef *w = &a.world, *x = &b.world;
+  const VX_Err codes[] = {
+      call(nullptr, x, &good, out, 72),     call(w, nullptr, &good, out, 72),
+      call(w, x, &good, nullptr, 72),       call(&none, x, &good, out, 72),
+      call(w, &none, &good, out, 72),       call(&empty, &empty, &good, out, 72),
+      call(w, &wide.world, &good, out, 72), call(w, &high.world, &good, out, 72),
+      call(w, &deep.world, &good, out, 72), call(w, x, &good, out, 71)};
+  for (VX_Err code : codes) EXPECT_EQ(code, VX_ErrBadParameter) << &code - codes;
+  EXPECT_EQ(Reports().size(), std::size(codes));
+  for (const Params& p : bad) {
+    EXPECT_EQ(VX_CheckMotionSettings(&p), VX_ErrMotionSettings) << &p - bad.data();
+    EXPECT_EQ(call(w, x, &p, out, 72), VX_ErrMotionSettings) << &p - bad.data();
+  }
+  EXPECT_EQ(vectors, Vectors(9 * 8 * 2, 5.0f));
+
+  // The abort function's code, and its refcon.
+  static void* seen;
+  void* refcon = &vectors;
+  const VX_Veltor_InterruptFuncs abort = {[](void* r) { return seen = r, VX_Err{77}; }, &refcon};
+  EXPECT_EQ(VX_EstimateMotion(w, x, nullptr, &abort, 0, out, 72), 77);
+  EXPECT_EQ(seen, &vectors);
+  EXPECT_EQ(call(w, x, nullptr, out, 72), VX_Ok);
+
+  // A stop at any poll ends the call with its code.
+  Params full;
+  full.Resolution = 1;
+  static int32_t polls, stop_at;
+  const VX_Veltor_InterruptFuncs stop = {[](void*) { return VX_Err{++polls == stop_at ? 99 : 0}; },
+                                         nullptr};
+  VX_Err code = 99;
+  for (stop_at = 1; code == 99; ++stop_at) {
+    polls = 0;
+    code = VX_EstimateMotion(w, x, &full, &stop, 0, out, 72);
+    ASSERT_EQ(code, polls >= stop_at ? 99 : 0) << stop_at;
+  }
+  EXPECT_GT(stop_at, 100);
+  Reports();
+}
+
+}  // namespace

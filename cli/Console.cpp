@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <mutex>
@@ -187,6 +188,10 @@ void PrintEnd(const Failure& result) {
 
 MessagesOfFrame::MessagesOfFrame(int64_t number) { t_frame = number; }
 MessagesOfFrame::~MessagesOfFrame() { t_frame.reset(); }
+
+nlohmann::ordered_json Finite(double value) {
+  return std::isfinite(value) ? nlohmann::ordered_json(value) : nlohmann::ordered_json(nullptr);
+}
 
 void PrintJson(const Json& json) {
   g_output_used = true;

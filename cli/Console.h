@@ -103,6 +103,8 @@ class MessagesOfFrame {
 
 // Prints a record as one line of JSON on the standard output.
 void PrintJson(const nlohmann::ordered_json& json);
+// Converts a number to JSON. Infinity and NaN become null, because JSON does not have them.
+nlohmann::ordered_json Finite(double value);
 // Returns true if a command that fails has to print its record: PrintJson was not called, and the
 // standard output is not for a picture.
 bool NeedsRecordOfFailure();

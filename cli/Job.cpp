@@ -13,7 +13,6 @@
 #include "JobRun.h"
 #include "StandardStreams.h"
 #include "VX/cpp/Pixels.hpp"
-#include "VXIO/VXIO_Memory.h"
 #include "VXIO/VXIO_Sequence.h"
 #include "Verbs.h"
 
@@ -209,23 +208,36 @@ void JobFrame::Write(vx::AnyConstView picture, VXIO_WriteOptions options) {
   options.strict = state_->job->options->strict;
   options.encoding = state_->job->options->encoding;
   options.encoding.fast = state_->plan->sequence();
+  WriteOutput([&] { return VXIO_Write(Output(), *picture.descriptor(), options); },
+              [&] { return VXIO_Encode(Output(), *picture.descriptor(), options); });
+}
+
+void JobFrame::Write(const vx::MotionField& field) {
+  WriteOutput(
+      [&] {
+        VXIO_WriteMotion(Output(), field, state_->job->options->Clobber());
+        return std::vector<std::string>();
+      },
+      [&] {
+        return VXIO_Encoded{VXIO_EncodeMotion(Output(), field), {}};
+      });
+}
+
+void JobFrame::WriteOutput(const std::function<std::vector<std::string>()>& write_file,
+                           const std::function<VXIO_Encoded()>& encode) {
   state_->Begin(state_->frame.inputs.size(), "write " + BaseName(Output()));
-  std::vector<std::string> warnings;
-  if (state_->frame.output == kStandardStream) {
-    warnings = WriteToStandardOutput(picture, options);
-  } else {
-    warnings = VXIO_Write(Output(), *picture.descriptor(), options);
-  }
+  const bool stream = state_->frame.output == kStandardStream;
+  const std::vector<std::string> warnings = stream ? WriteToStandardOutput(encode) : write_file();
   state_->written = true;
   state_->ReportWarnings(warnings, VXIO_ErrorKind::Output);
 }
 
-std::vector<std::string> JobFrame::WriteToStandardOutput(vx::AnyConstView picture,
-                                                         const VXIO_WriteOptions& options) {
+std::vector<std::string> JobFrame::WriteToStandardOutput(
+    const std::function<VXIO_Encoded()>& encode) {
   const std::string name = Output();  // "-.png"
   VXIO_Encoded encoded;
   try {
-    encoded = VXIO_Encode(name, *picture.descriptor(), options);
+    encoded = encode();
   } catch (const VXIO_Error& error) {
     throw VXIO_Error(error.kind(), VXIO_Renamed(error.what(), name, kStandardStream));
   }

@@ -17,6 +17,8 @@
 
 #include "Console.h"
 #include "Options.h"
+#include "VXIO/VXIO_Memory.h"
+#include "VXIO/VXIO_Motion.h"
 #include "VXIO/VXIO_Picture.h"
 
 namespace vxcli {
@@ -87,6 +89,8 @@ class JobFrame {
   void Write(vx::AnyConstView picture, const VXIO_Picture& model);
   // Writes the output with these options. The call sets the members clobber and strict.
   void Write(vx::AnyConstView picture, VXIO_WriteOptions options);
+  // Writes the output as motion data; its extension is .flo or .exr.
+  void Write(const vx::MotionField& field);
 
   // Print a warning or a note. The line begins with the name of the first input or, if there is no
   // input, of the output. With --strict Warn throws, so call it before Write.
@@ -106,8 +110,10 @@ class JobFrame {
   nlohmann::ordered_json& Record();
 
  private:
-  std::vector<std::string> WriteToStandardOutput(vx::AnyConstView picture,
-                                                 const VXIO_WriteOptions& options);
+  // Writes the output by `write_file` or, for the standard output, by `encode`.
+  void WriteOutput(const std::function<std::vector<std::string>()>& write_file,
+                   const std::function<VXIO_Encoded()>& encode);
+  std::vector<std::string> WriteToStandardOutput(const std::function<VXIO_Encoded()>& encode);
 
   State* state_;
 };
@@ -125,6 +131,8 @@ struct Job {
   // (JobRun.h). Called for all frames before the first one is processed; an exception stops the
   // job.
   std::function<std::string(int64_t frame)> frame_settings;
+  // Checks the name of an output before work begins. For outputs that are not pictures.
+  void (*check_output)(const std::string& path, VXIO_Clobber clobber) = VXIO_CheckOutput;
   // False if all frames have to be processed on one thread, because the work changes global state.
   bool parallel = true;
   // Returns the largest number of bytes that are allocated at the same time while one frame is

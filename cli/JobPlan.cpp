@@ -55,7 +55,7 @@ JobPlan::JobPlan(const Job& job)
     }
     if (output_name_.empty()) return;
     if (output_name_ != kStandardStream) {
-      VXIO_CheckOutput(output_name_, job.options->Clobber());
+      job.check_output(output_name_, job.options->Clobber());
     }
     for (const Input& input : inputs_) {
       std::error_code none;
@@ -68,7 +68,7 @@ JobPlan::JobPlan(const Job& job)
   FindFrames(job);
   if (output_) CheckOverlap(job.options->resume);
   CheckGaps(job.options->keep_going);
-  if (output_) CheckOutputs(job.options->Clobber());
+  if (output_) CheckOutputs(job);
 }
 
 // Finds the existing frames of an input: all files of a sequence, or the frames of a clip up to
@@ -231,9 +231,9 @@ void JobPlan::CheckGaps(bool keep_going) {
   }
 }
 
-void JobPlan::CheckOutputs(VXIO_Clobber clobber) const {
-  VXIO_CheckOutput(output_->Name(frames_[0]), VXIO_Clobber::Overwrite);
-  if (clobber != VXIO_Clobber::Refuse) return;
+void JobPlan::CheckOutputs(const Job& job) const {
+  job.check_output(output_->Name(frames_[0]), VXIO_Clobber::Overwrite);
+  if (job.options->Clobber() != VXIO_Clobber::Refuse) return;
   const std::vector<int64_t> on_disk = output_->FramesOnDisk();
   std::vector<int64_t> existing;
   for (size_t i = 0; i < frames_.size(); ++i) {

@@ -242,7 +242,7 @@ void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
         (i == 0 ? " read " : " and ") + file.Text() + (file.black ? " for its size, black" : "");
   }
   if (!frame.output.empty()) {
-    if (frame.output != kStandardStream) VXIO_CheckOutput(frame.output, options_.Clobber());
+    if (frame.output != kStandardStream) job_.check_output(frame.output, options_.Clobber());
     line += (frame.inputs.empty() ? " write " : ", write ") + frame.output;
   }
   const bool up_to_date = outcome->status == Outcome::UpToDate;

@@ -97,7 +97,7 @@ class JobPlan {
   void FindPatterns(const Job& job);
   void FindFrames(const Job& job);
   void CheckGaps(bool keep_going);
-  void CheckOutputs(VXIO_Clobber clobber) const;
+  void CheckOutputs(const Job& job) const;
   void CheckOverlap(bool resume) const;
   void CheckStandardOutput(const JobOptions& options) const;
   void CheckOutputName(const Job& job) const;

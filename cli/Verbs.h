@@ -30,6 +30,7 @@ Verb ResizeVerb();
 Verb BlurVerb();
 Verb ConvolveVerb();
 Verb KernelVerb();
+Verb FlowVerb();
 Verb MatteVerb();
 Verb ConvertVerb();
 Verb PremultiplyVerb();

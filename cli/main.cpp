@@ -137,10 +137,10 @@ std::vector<vxcli::ProcessorLevel> vxcli::ProcessorLevels() {
 }
 
 std::vector<vxcli::Verb> vxcli::AllVerbs() {
-  return {CompositeVerb(),   TransformVerb(),     FillVerb(),       CopyVerb(),  ResizeVerb(),
-          BlurVerb(),        ConvolveVerb(),      KernelVerb(),     MatteVerb(), ConvertVerb(),
-          PremultiplyVerb(), UnpremultiplyVerb(), GuessAlphaVerb(), ModesVerb(), CompareVerb(),
-          InfoVerb(),        ProfileVerb(),       ListVerb()};
+  return {CompositeVerb(), TransformVerb(),   FillVerb(),          CopyVerb(),       ResizeVerb(),
+          BlurVerb(),      ConvolveVerb(),    KernelVerb(),        FlowVerb(),       MatteVerb(),
+          ConvertVerb(),   PremultiplyVerb(), UnpremultiplyVerb(), GuessAlphaVerb(), ModesVerb(),
+          CompareVerb(),   InfoVerb(),        ProfileVerb(),       ListVerb()};
 }
 
 std::string vxcli::VersionText() {

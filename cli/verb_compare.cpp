@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // vx compare: reports whether two pictures are equal, and their differences.
 
-#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <limits>
@@ -26,9 +25,6 @@ struct CompareOptions {
 };
 
 using Json = nlohmann::ordered_json;
-
-// Converts a number to JSON. Infinity becomes null, because JSON has no infinity.
-Json Finite(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
 
 struct Row {
   const char* name;

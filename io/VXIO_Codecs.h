@@ -11,6 +11,7 @@
 
 #include "VXIO/VXIO_Clip.h"
 #include "VXIO/VXIO_Memory.h"
+#include "VXIO/VXIO_Motion.h"
 #include "VXIO/VXIO_Picture.h"
 #include "VXIO/VXIO_Profile.h"
 
@@ -30,6 +31,9 @@ struct VXIOp_Codecs {
   decltype(VXIO_ProfileOf)* ProfileOf;
   decltype(VXIO_SameProfile)* SameProfile;
   decltype(VXIO_WithProfile)* WithProfile;
+  // Motion as the contents of an EXR file; `name` begins messages. See VXIO_Motion.h.
+  std::string (*EncodeMotionExr)(const std::string& name, const vx::MotionField& field);
+  vx::MotionField (*ReadMotionExr)(const std::string& path);
   // Returns libav's name of the container, determined from the contents; empty if the file is not a
   // clip of a supported format.
   std::string (*ClipFormatOf)(const std::string& path);

@@ -16,10 +16,11 @@ extern "C" {
 #include "VXIO_Formats.h"
 
 const VXIOp_Codecs VXIOp_CodecTable = {
-    VXIOp_ListLibraries, VXIOp_SetThreads,  VXIOp_ReadInfo,      VXIOp_ReadHeader,
-    VXIOp_Read,          VXIOp_Write,       VXIOp_Encode,        VXIOp_RenderText,
-    VXIOp_WindowsOf,     VXIOp_WithWindows, VXIOp_SetDataWindow, VXIOp_ProfileOf,
-    VXIOp_SameProfile,   VXIOp_WithProfile, VXIOp_ClipFormatOf,  VXIOp_OpenClip};
+    VXIOp_ListLibraries, VXIOp_SetThreads,  VXIOp_ReadInfo,        VXIOp_ReadHeader,
+    VXIOp_Read,          VXIOp_Write,       VXIOp_Encode,          VXIOp_RenderText,
+    VXIOp_WindowsOf,     VXIOp_WithWindows, VXIOp_SetDataWindow,   VXIOp_ProfileOf,
+    VXIOp_SameProfile,   VXIOp_WithProfile, VXIOp_EncodeMotionExr, VXIOp_ReadMotionExr,
+    VXIOp_ClipFormatOf,  VXIOp_OpenClip};
 
 std::vector<std::pair<std::string, std::string>> VXIOp_ListLibraries() {
   std::vector<std::pair<std::string, std::string>> list;

@@ -20,5 +20,7 @@ decltype(VXIO_SetDataWindow) VXIOp_SetDataWindow;
 decltype(VXIO_ProfileOf) VXIOp_ProfileOf;
 decltype(VXIO_SameProfile) VXIOp_SameProfile;
 decltype(VXIO_WithProfile) VXIOp_WithProfile;
+std::string VXIOp_EncodeMotionExr(const std::string& name, const vx::MotionField& field);
+vx::MotionField VXIOp_ReadMotionExr(const std::string& path);
 std::string VXIOp_ClipFormatOf(const std::string& path);
 std::unique_ptr<VXIO_ClipReader::Impl> VXIOp_OpenClip(const std::string& path);

@@ -25,8 +25,8 @@ namespace vxcli {
 
 namespace {
 
-constexpr int32_t kArrowsPerRow = 48;
-constexpr int32_t kSmallestArrowDistance = 12;  // in pixels
+constexpr int32_t kArrowsPerRow = 32;
+constexpr int32_t kSmallestArrowDistance = 16;  // in pixels
 
 struct FlowOptions {
   JobOptions job;
@@ -261,11 +261,14 @@ OptionList OptionsOf(FlowOptions* to) {
                "Write the vectors to this .flo or .exr too; a pattern if OUT is one"}
             .For(Decides::Nothing)},
        MotionOptionList(to),
-       {{"--arrows", "", Flag(&to->arrows), "Draw arrows over the colours, 48 in a row"},
+       {{"--arrows", "", Flag(&to->arrows),
+         "Draw arrows over the colours, at most 32 in a row; the longest motion of the frame, or "
+         "--longest, has the longest arrow"},
         Option{"--longest", "PIXELS",
                Number(&to->longest, 0.001, std::numeric_limits<float>::max()),
-               "Length of the vectors that have full brightness; the same for all frames gives "
-               "comparable pictures"}
+               "Length of the vectors that have full brightness; the same value for all frames "
+               "makes them "
+               "comparable"}
             .Without("the length of the longest one of the frame")},
        std::move(job)});
 }

@@ -77,8 +77,9 @@ VX_API VX_Err VX_PredictByMotion(const VX_LayerDef* src, const float* vectors, p
 // in clockwise steps of 90 degrees), the value is the length divided by `longest`, at most 1; alpha
 // is full. Unknown vectors are transparent black.
 //   longest  in pixels; 0: the length of the longest vector
-//   arrows   distance between arrows in pixels; 0: none. Each is drawn in white from the pixel to
-//            the position that it corresponds to
+//   arrows   distance between arrows in pixels; 0: none. They begin at their pixel. Their length is
+//            in proportion to the vector; a vector of the length `longest` gets 0.95 of the
+//            distance, and vectors whose arrows would be shorter than 1.5 pixels get none
 VX_API VX_Err VX_DrawMotion(const float* vectors, ptrdiff_t rowbytes, float longest, int32_t arrows,
                             VX_LayerDef* dst);
 

@@ -15,9 +15,11 @@
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kHeadAngle = 0.5;  // between an arrow and each line of its head, in radians
-constexpr double kHeadPart = 0.3;   // length of the lines of the head as a part of the arrow
-constexpr double kShortest = 0.5;   // arrows below this length are a dot
+constexpr double kHeadAngle = 0.5;     // between an arrow and each line of its head, in radians
+constexpr double kHeadPart = 0.35;     // length of the lines of the head as a part of the arrow
+constexpr double kLongestPart = 0.95;  // length of the longest arrow as a part of the distance
+constexpr double kShortest = 1.5;      // shorter arrows are not drawn, in pixels
+constexpr int32_t kPenPart = 20;       // the distance has so many times the width of the lines
 
 struct Vector {
   double u, v;
@@ -80,34 +82,51 @@ class Canvas {
                      VXp_ConvertChannel<Pixel, VX_PixelFloat>(c.blue)};
     VXp_Store(world_.Row(y) + x, p);
   }
-  void Line(double x0, double y0, double x1, double y1) {
-    // Ends far outside of the canvas are moved to it; only the part that is visible takes time.
+  // Draws with a square pen.
+  void Line(double x0, double y0, double x1, double y1, int32_t pen, const VX_PixelFloat& color) {
     const double reach = std::max({std::abs(x1 - x0), std::abs(y1 - y0), 1.0});
-    const int32_t steps = static_cast<int32_t>(std::min(std::ceil(reach), kMostSteps));
-    const double part = std::min(kMostSteps / reach, 1.0);
+    const auto steps = static_cast<int32_t>(std::ceil(reach));
     for (int32_t i = 0; i <= steps; ++i) {
-      const double t = part * i / steps;
-      Set(static_cast<int32_t>(std::floor(x0 + t * (x1 - x0))),
-          static_cast<int32_t>(std::floor(y0 + t * (y1 - y0))), {1, 1, 1, 1});
+      const double t = static_cast<double>(i) / steps;
+      const auto x = static_cast<int32_t>(std::floor(x0 + t * (x1 - x0))) - pen / 2;
+      const auto y = static_cast<int32_t>(std::floor(y0 + t * (y1 - y0))) - pen / 2;
+      for (int32_t dy = 0; dy < pen; ++dy) {
+        for (int32_t dx = 0; dx < pen; ++dx) Set(x + dx, y + dy, color);
+      }
     }
   }
-  void Arrow(double x, double y, const Vector& w) {
-    const double length = std::hypot(w.u, w.v);
-    const double tip_x = x + w.u, tip_y = y + w.v;
-    Line(x, y, length < kShortest ? x : tip_x, length < kShortest ? y : tip_y);
-    if (length < kShortest) return;
-    const double angle = std::atan2(w.v, w.u) + kPi;
+  void Arrow(double x, double y, double dx, double dy, int32_t pen, const VX_PixelFloat& color) {
+    Line(x, y, x + dx, y + dy, pen, color);
+    const double angle = std::atan2(dy, dx) + kPi;
+    const double head = std::max(kHeadPart * std::hypot(dx, dy), 2.0);
     for (const double side : {-kHeadAngle, kHeadAngle}) {
-      Line(tip_x, tip_y, tip_x + kHeadPart * length * std::cos(angle + side),
-           tip_y + kHeadPart * length * std::sin(angle + side));
+      Line(x + dx, y + dy, x + dx + head * std::cos(angle + side),
+           y + dy + head * std::sin(angle + side), pen, color);
     }
   }
 
  private:
-  static constexpr double kMostSteps = 60000;  // twice the longest side of a world
-
   VX_WorldX<Pixel>& world_;
 };
+
+// Draws arrows in white with a black border, which is visible on all colours.
+template <class Pixel>
+void DrawArrows(const Field& field, double longest, int32_t distance, Canvas<Pixel>* canvas,
+                int32_t width, int32_t height) {
+  const int32_t pen = std::max(1, distance / kPenPart);
+  for (int32_t y = distance / 2; y < height; y += distance) {
+    for (int32_t x = distance / 2; x < width; x += distance) {
+      const Vector w = field.At(x, y);
+      const double length = w.known ? std::hypot(w.u, w.v) : 0;
+      if (!(length > 0)) continue;
+      const double drawn = kLongestPart * distance * std::min(length / longest, 1.0);
+      if (drawn < kShortest) continue;
+      const double dx = w.u / length * drawn, dy = w.v / length * drawn;
+      canvas->Arrow(x + 0.5, y + 0.5, dx, dy, pen + 2, {1, 0, 0, 0});
+      canvas->Arrow(x + 0.5, y + 0.5, dx, dy, pen, {1, 1, 1, 1});
+    }
+  }
+}
 
 template <class Pixel>
 void Draw(const Field& field, double longest, int32_t arrows, VX_WorldX<Pixel>& dst) {
@@ -115,14 +134,7 @@ void Draw(const Field& field, double longest, int32_t arrows, VX_WorldX<Pixel>& 
   for (int32_t y = 0; y < dst.height; ++y) {
     for (int32_t x = 0; x < dst.width; ++x) canvas.Set(x, y, ColorOf(field.At(x, y), longest));
   }
-  if (arrows == 0) return;
-  for (int32_t y = arrows / 2; y < dst.height; y += arrows) {
-    for (int32_t x = arrows / 2; x < dst.width; x += arrows) {
-      const Vector w = field.At(x, y);
-      // Tips beyond this would be far outside of every world.
-      if (w.known && std::hypot(w.u, w.v) < 1e6) canvas.Arrow(x + 0.5, y + 0.5, w);
-    }
-  }
+  if (arrows > 0) DrawArrows(field, longest, arrows, &canvas, dst.width, dst.height);
 }
 
 }  // namespace

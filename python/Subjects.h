@@ -17,6 +17,7 @@ void AddFiles(pybind11::module_& module);
 void AddBitmap(pybind11::module_& module);
 void AddHost(pybind11::module_& module);
 void AddIterate(pybind11::module_& module);
+void AddMotion(pybind11::module_& module);
 void AddPixels(pybind11::module_& module);
 void AddPlanes(pybind11::module_& module);
 void AddSamples(pybind11::module_& module);

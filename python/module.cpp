@@ -18,6 +18,7 @@ PYBIND11_MODULE(_vx, module) {
   vxpy::AddFiles(module);
   vxpy::AddFilters(module);
   vxpy::AddTransform(module);
+  vxpy::AddMotion(module);
   vxpy::AddPixels(module);
   vxpy::AddPlanes(module);
   vxpy::AddBitmap(module);

@@ -16,6 +16,7 @@ TABLE = np.arange(255, -1, -1, dtype=np.uint8)
 SRGB, WIDE = vx.Profile.named("sRGB"), vx.Profile.named("Display P3")
 SHIFT = vx.matrices_between(vx.Parts(translate=(0.5, 0)), vx.Parts(translate=(2, 9)), 5)
 AREA = (1, 2, 5, 250)
+MOVES = np.full((300, 6, 2), (0.5, -3), np.float32)
 
 # A call of each function on a picture. `turn` converts its other pictures to the same order or to worlds.
 PICTURES = {
@@ -38,6 +39,7 @@ PICTURES = {
     "iterate_rows": lambda p, turn, **o: vx.iterate_rows(p, lambda x, y, band: 255 - band, **o),
     "look_up": lambda p, turn, **o: vx.look_up(p, red=TABLE, alpha=TABLE, rect=AREA, **o),
     "mix": lambda p, turn, **o: vx.mix(p, turn(OTHER), 0.3, **o),
+    "predict": lambda p, turn, **o: vx.predict(p, MOVES, **o),
     "premultiply": lambda p, turn, **o: vx.premultiply(p, color=(9, 8, 7), **o),
     "resize": lambda p, turn, **o: vx.resize(p, 9, 77, **o),
     "transfer": lambda p, turn, **o: vx.transfer(p, turn(OTHER), mode="hue", mask=turn(OTHER), **o),
@@ -49,6 +51,7 @@ PICTURES = {
 # A call of each function on an array that is not a picture.
 MASKS = {
     "copy_channel": lambda m, **o: vx.copy_channel(m.reshape(300, 6, 1), OTHER, 0, 1, **o),
+    "draw_flow": lambda m, **o: vx.draw_flow(np.stack([m, m], -1).astype(np.float32), arrows=30, **o),
     "uno.accumulate": lambda m, **o: vx.uno.accumulate(m, SOFT, "subtract", gains=(0.5, 1), **o),
     "uno.box_scan": lambda m, **o: vx.uno.box_scan(m[:, 0], 4, **o),
     "uno.convert": lambda m, **o: vx.uno.convert(m, 32, **o),

@@ -1,0 +1,161 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Motion between two pictures, and its files.
+
+#include "VX/cpp/Motion.hpp"
+
+#include <limits>
+#include <string>
+
+#include "Arguments.h"
+#include "Errors.h"
+#include "Files.h"
+#include "Pictures.h"
+#include "Subjects.h"
+#include "VXIO/VXIO_Motion.h"
+
+namespace vxpy {
+
+namespace {
+
+using FieldArray = py::array_t<float, py::array::c_style>;
+
+FieldArray NewField(int32_t width, int32_t height) {
+  return FieldArray({py::ssize_t{height}, py::ssize_t{width}, py::ssize_t{2}});
+}
+
+// Vectors in memory that the array `owner` keeps.
+struct Field {
+  FieldArray owner;
+  int32_t width, height;
+
+  const float* vectors() const { return owner.data(); }
+  ptrdiff_t rowbytes() const { return ptrdiff_t{width} * 8; }
+};
+
+// Accepts an array of height x width x 2 of float32; other strides are copied.
+Field ParseField(const py::object& object) {
+  const py::array& array = AsArray(object, "field");
+  if (array.dtype().kind() != 'f' || array.itemsize() != 4) {
+    throw py::type_error(Sentence("field", array, "; needs float32"));
+  }
+  if (array.ndim() != 3 || array.shape(2) != 2) {
+    throw py::value_error(Sentence("field", array, "; needs height x width x 2"));
+  }
+  for (int axis = 0; axis < 2; ++axis) {
+    if (array.shape(axis) < 1 || array.shape(axis) > kLargestSide) {
+      throw py::value_error(Sentence("field", array, "; needs 1 to 30000 vectors a side"));
+    }
+  }
+  return {FieldArray::ensure(array), static_cast<int32_t>(array.shape(1)),
+          static_cast<int32_t>(array.shape(0))};
+}
+
+vx::MotionField CopyOf(const Field& field) {
+  vx::MotionField copy(field.width, field.height);
+  std::copy_n(field.vectors(), field.owner.size(), reinterpret_cast<float*>(copy.data()));
+  return copy;
+}
+
+py::object Estimate(const py::object& a, const py::object& b, const py::object& resolution,
+                    const py::object& detail, const py::object& smoothing, const py::object& block,
+                    const py::object& smooth_passes, const py::object& error_threshold,
+                    const py::object& backward_arg, const py::object& progress,
+                    const py::object& order_arg) {
+  const bool backward = ParseFlag("backward", backward_arg);
+  VX_Veltor_AlgoParams settings;
+  settings.Resolution = static_cast<float>(ParseNumber("resolution", resolution, 0.05, 1));
+  settings.VectorDetail = static_cast<float>(ParseNumber("detail", detail, -1000, 1000));
+  settings.VectorSmoothing = static_cast<float>(ParseNumber("smoothing", smoothing, -1000, 1000));
+  settings.BlockSize = static_cast<int16_t>(ParseWhole("block", block, 4, 40));
+  settings.SmoothPasses = static_cast<int16_t>(ParseWhole("smooth_passes", smooth_passes, 1, 50));
+  settings.ErrorThreshold =
+      static_cast<float>(ParseNumber("error_threshold", error_threshold, 0, 0.1));
+  const Order order = ParseOrder(order_arg);
+  const Source first(a, order, "a"), second(b, order, "b");
+  RequireSameDepth(*first.world(), *second.world(), "a", "b");
+  const int32_t width = first.world()->width, height = first.world()->height;
+  if (second.world()->width != width || second.world()->height != height) {
+    throw py::value_error("b: is " + std::to_string(second.world()->width) + " x " +
+                          std::to_string(second.world()->height) + " pixels, a is " +
+                          std::to_string(width) + " x " + std::to_string(height));
+  }
+  FieldArray field = NewField(width, height);
+  float* const vectors = field.mutable_data();
+  Progress polled(progress);
+  void* refcon = polled.info();
+  VX_Veltor_InterruptFuncs interrupt;
+  interrupt.RefconPtr = &refcon;
+  interrupt.AbortFunc = [](void* info) {
+    auto* const poll = static_cast<VX_ProgressInfo*>(info);
+    return poll->progress_func(poll->progress_refcon, 0, 0);
+  };
+  Run(polled, [&] {
+    return VX_EstimateMotion(first.world(), second.world(), &settings, &interrupt, backward ? 1 : 0,
+                             vectors, ptrdiff_t{width} * 8);
+  });
+  return field;
+}
+
+py::object Predict(const py::object& src, const py::object& field_arg, const py::object& out,
+                   const py::object& order_arg) {
+  const Field field = ParseField(field_arg);
+  const Source source(src, ParseOrder(order_arg), "src");
+  const VX_World& from = *source.world();
+  if (from.width != field.width || from.height != field.height) {
+    throw py::value_error(
+        Sentence("field", field.owner, "; needs the height and the width of src"));
+  }
+  Target target = Target::Sized(source, out, from.width, from.height, source.depth());
+  const WorldPtr apart = target.WithoutOverlap(source);
+  Run([&] {
+    return VX_PredictByMotion(apart->get(), field.vectors(), field.rowbytes(), target.world());
+  });
+  return target.Finish();
+}
+
+py::object DrawFlow(const py::object& field_arg, const py::object& longest,
+                    const py::object& arrows, const py::object& depth, const py::object& out,
+                    const py::object& order_arg) {
+  const Field field = ParseField(field_arg);
+  const auto length =
+      static_cast<float>(ParseNumber("longest", longest, 0, std::numeric_limits<float>::max()));
+  const auto distance = static_cast<int32_t>(ParseWhole("arrows", arrows, 0, kLargestSide));
+  Target target =
+      Target::Sized(out, ParseOrder(order_arg), field.width, field.height, ParseDepth(depth));
+  Run([&] {
+    return VX_DrawMotion(field.vectors(), field.rowbytes(), length, distance, target.world());
+  });
+  return target.Finish();
+}
+
+py::object ReadFlow(const py::object& path) {
+  const std::string file = PathOf(path);
+  RequireFile(path);
+  vx::MotionField read;
+  RunFiles([&] { read = VXIO_ReadMotion(file); });
+  FieldArray field = NewField(read.width(), read.height());
+  std::copy_n(reinterpret_cast<const float*>(read.data()), field.size(), field.mutable_data());
+  return field;
+}
+
+void WriteFlow(const py::object& path, const py::object& field_arg, const py::object& overwrite) {
+  const std::string file = PathOf(path);
+  const VXIO_Clobber clobber =
+      ParseFlag("overwrite", overwrite) ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse;
+  const Field field = ParseField(field_arg);
+  RunFiles([&] { VXIO_WriteMotion(file, CopyOf(field), clobber); });
+}
+
+}  // namespace
+
+void AddMotion(py::module_& module) {
+  module.def("flow", &Estimate);
+  module.def("predict", &Predict);
+  module.def("draw_flow", &DrawFlow);
+  module.def("read_flow", &ReadFlow);
+  module.def("write_flow", &WriteFlow);
+}
+
+}  // namespace vxpy

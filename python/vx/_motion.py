@@ -1,0 +1,95 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""Motion between two pictures."""
+
+from __future__ import annotations
+
+import os
+
+import numpy
+
+from . import _vx
+from ._types import Order, Picture, Progress
+
+Path = str | os.PathLike[str]
+
+
+def flow(a: Picture, b: Picture, *, resolution: float = 0.2, detail: float = 500,
+         smoothing: float = 500, block: int = 6, smooth_passes: int = 5,
+         error_threshold: float = 0.01, backward: bool = False, progress: Progress | None = None,
+         order: Order = "rgba") -> numpy.ndarray:
+    """Returns the motion from one picture to another: height x width x 2 of float32, u and v.
+
+    Pixel (x, y) of a corresponds to the position (x + u, y + v) of b: pixels, u to the right, v
+    downwards. Unknown vectors are NaN. docs/flow.md explains the settings.
+
+    a, b: pictures of the same size and depth. Alpha has no effect.
+    resolution: the motion is estimated in pictures reduced to this part of their size, 0.05..1.
+    detail: smoothness of the motion of blocks, -1000..1000. Less follows the pictures, more the
+    neighbours.
+    smoothing: smoothness of the motion of pixels, as detail.
+    block: side of a block in pixels of the reduced pictures, 4..40.
+    smooth_passes: number of passes of the last smoothing, 1..50.
+    error_threshold: blocks whose mean difference is smaller keep their motion, 0..0.1; 1 is white.
+    backward: return the motion from b to a, on the pixels of b.
+    progress: is called with (0, 0), only to stop the call.
+
+    Uses all processors; calls on several threads take turns. The result is the same for any number
+    of processors. Raises TypeError, ValueError, vx.Error, MemoryError.
+    """
+    return _vx.flow(a, b, resolution, detail, smoothing, block, smooth_passes, error_threshold,
+                    backward, progress, order)
+
+
+def predict(src: Picture, field: numpy.ndarray, *, out: Picture | None = None,
+            order: Order = "rgba") -> Picture:
+    """Moves a picture: pixel (x, y) of the result is src at (x + u, y + v), bilinear.
+
+    predict(b, flow(a, b)) looks like a. Positions outside of the picture give the nearest pixel,
+    unknown vectors the pixel (x, y).
+
+    src: any depth.
+    field: height x width x 2 of float32, with height and width of src.
+
+    Raises TypeError, ValueError, vx.Error.
+    """
+    return _vx.predict(src, field, out, order)
+
+
+def draw_flow(field: numpy.ndarray, *, longest: float = 0, arrows: int = 0, depth: int = 8,
+              out: Picture | None = None, order: Order = "rgba") -> Picture:
+    """Returns a picture of the motion: the hue is the direction, the brightness the length.
+
+    Red is to the right, yellow-green down, cyan left, violet up. Unknown vectors are transparent.
+
+    field: height x width x 2 of float32.
+    longest: length in pixels that has full brightness. 0: the length of the longest vector.
+    arrows: distance between arrows in pixels. Their length is in proportion to the vector. 0: no
+    arrows.
+    depth: 8, 16 or 32 bits per channel of the result.
+
+    Raises TypeError, ValueError, vx.Error.
+    """
+    return _vx.draw_flow(field, longest, arrows, depth, out, order)
+
+
+def read_flow(path: Path) -> numpy.ndarray:
+    """Reads motion from a file: height x width x 2 of float32, as flow() returns it.
+
+    path: a .flo, or an .exr with the channels u and v.
+
+    Raises FileNotFoundError, OSError, TypeError, vx.Error, MemoryError.
+    """
+    return _vx.read_flow(path)
+
+
+def write_flow(path: Path, field: numpy.ndarray, *, overwrite: bool = True) -> None:
+    """Writes motion to a file. The file is complete or unchanged.
+
+    path: .flo, in which unknown vectors are 1e10, or .exr, in which they are NaN.
+    field: height x width x 2 of float32.
+    overwrite: False refuses to replace an existing file.
+
+    Raises TypeError, ValueError, OSError, vx.Error.
+    """
+    _vx.write_flow(path, field, overwrite)

@@ -1,0 +1,111 @@
+# Copyright (c) 2026 the VX authors.
+# SPDX-License-Identifier: BSD-3-Clause
+"""Motion: agreement with the command, arguments, files, prediction by hand, interrupts."""
+
+import os
+import struct
+import subprocess
+
+import numpy as np
+import pytest
+
+import vx
+
+NAN = np.nan
+
+
+def waves(dx, dy):
+    y, x = np.mgrid[0:90, 0:120].astype(float)
+    x, y = x - dx, y - dy
+    waves = [np.sin(x * p + y * q + s) for p, q, s in ((.2, .05, 0), (-.07, .22, 1), (.13, .17, 2), (.3, -.25, 3))]
+    return np.repeat((127.5 + 31 * sum(waves)).round().astype(np.uint8)[..., None], 3, 2)
+
+
+def test_flow_and_predict():
+    a, b = waves(0, 0), waves(3, -2)
+    for backward in (False, True):
+        field = vx.flow(a, b, resolution=1, smoothing=0, backward=backward)
+        assert field.shape == (90, 120, 2) and field.dtype == np.float32
+        want = [-3, 2] if backward else [3, -2]
+        np.testing.assert_allclose(np.median(field[20:-20, 20:-20], (0, 1)), want, atol=.15)
+        near, far = (b, a) if backward else (a, b)
+        error = np.abs(vx.predict(far, field)[20:-20, 20:-20, :3].astype(int) - near[20:-20, 20:-20])
+        assert error.mean() < np.abs(a.astype(int) - b)[20:-20, 20:-20].mean() / 4
+
+
+def test_the_command_gives_the_same_vectors(tmp_path):
+    for name, picture in (("a.png", waves(0, 0)), ("b.png", waves(3, -2))):
+        vx.write(tmp_path / name, picture)
+    for words, options in (((), {}), (("--resolution", 55, "--detail", -90, "--smoothing", 20, "--block", 9),
+                                     dict(resolution=.55, detail=-90, smoothing=20, block=9)),
+                           (("--smooth-passes", 2, "--error-threshold", .03, "--backward"),
+                            dict(smooth_passes=2, error_threshold=.03, backward=True))):
+        subprocess.run([os.environ["VX_COMMAND"], "flow", "a.png", "b.png", "-o", "f.flo", *map(str, words)],
+                       cwd=tmp_path, check=True, capture_output=True)
+        np.testing.assert_array_equal(vx.read_flow(tmp_path / "f.flo"), vx.flow(waves(0, 0), waves(3, -2), **options))
+
+
+def test_predict_and_draw_by_hand():
+    picture = np.float32([[[0, 0, 0, 1], [1, .5, 0, 1], [0, 1, 0, .5]]])
+    field = np.float32([[[.25, 0], [NAN, 0], [9, 9]]])
+    np.testing.assert_allclose(vx.predict(picture, field), [[[.25, .125, 0, 1], picture[0, 1], picture[0, 2]]])
+    colors = vx.draw_flow(np.float32([[[4, 0], [-2, 0], [NAN, NAN], [0, 0]]]))
+    np.testing.assert_allclose(colors[0], [[255, 0, 0, 255], [0, 127.5, 127.5, 255], [0] * 4, [0, 0, 0, 255]], atol=.5)
+    assert vx.draw_flow(field, longest=8, depth=16, order="argb").dtype == np.uint16
+
+
+def test_files(tmp_path):
+    field = np.float32([[[1, -2], [NAN, 3]], [[.1, 1e-20], [np.inf, 0]], [[-0., 4e4], [2e9, 1]]])
+    known = np.array([[1, 0], [1, 0], [1, 0]], bool)
+    for name in ("f.flo", "f.exr"):
+        vx.write_flow(tmp_path / name, field)
+        np.testing.assert_array_equal(vx.read_flow(tmp_path / name), np.where(known[..., None], field, NAN))
+    data = (tmp_path / "f.flo").read_bytes()
+    assert data == struct.pack("<4s2i", b"PIEH", 2, 3) + np.where(known[..., None], field, np.float32(1e10)).tobytes()
+    vx.write(tmp_path / "picture.exr", np.ones((2, 2, 4), np.float32))
+    cases = {"short.flo": data[:-1], "long.flo": data + b"\0", "mark.flo": b"P" + data, "head.flo": data[:7],
+             "wide.flo": data[:4] + struct.pack("<2i", 30001, 1), "none.flo": data[:4] + bytes(8), "empty.flo": b"",
+             "cut.exr": (tmp_path / "f.exr").read_bytes()[:-9], "kind.dat": data}
+    for name, content in cases.items():
+        (tmp_path / name).write_bytes(content)
+    for name in [*cases, "picture.exr"]:
+        with pytest.raises(OSError, match=name):
+            vx.read_flow(tmp_path / name)
+    with pytest.raises(FileNotFoundError):
+        vx.read_flow(tmp_path / "missing.flo")
+    for name, options in (("f.png", {}), ("f.flo", {"overwrite": False})):
+        with pytest.raises(OSError, match=name):
+            vx.write_flow(tmp_path / name, field, **options)
+    assert (tmp_path / "f.flo").read_bytes() == data and not (tmp_path / "f.png").exists()
+
+
+PICTURE, FIELD = waves(0, 0), np.zeros((90, 120, 2), np.float32)
+
+
+@pytest.mark.parametrize("error, name, call", [
+    (ValueError, "resolution", lambda: vx.flow(PICTURE, PICTURE, resolution=20)),
+    (ValueError, "detail", lambda: vx.flow(PICTURE, PICTURE, detail=1001)),
+    (ValueError, "smoothing", lambda: vx.flow(PICTURE, PICTURE, smoothing=NAN)),
+    (ValueError, "block", lambda: vx.flow(PICTURE, PICTURE, block=3)),
+    (ValueError, "smooth_passes", lambda: vx.flow(PICTURE, PICTURE, smooth_passes=0)),
+    (ValueError, "error_threshold", lambda: vx.flow(PICTURE, PICTURE, error_threshold=.2)),
+    (TypeError, "backward", lambda: vx.flow(PICTURE, PICTURE, backward=1)),
+    (ValueError, "b", lambda: vx.flow(PICTURE, PICTURE[1:])),
+    (ValueError, "b", lambda: vx.flow(PICTURE, PICTURE.astype(np.uint16))),
+    (ValueError, "field", lambda: vx.predict(PICTURE, FIELD[1:])),
+    (ValueError, "field", lambda: vx.predict(PICTURE, FIELD[..., 0])),
+    (TypeError, "field", lambda: vx.predict(PICTURE, FIELD.astype(float))),
+    (ValueError, "field", lambda: vx.draw_flow(FIELD[:0])),
+    (ValueError, "longest", lambda: vx.draw_flow(FIELD, longest=-1)),
+    (ValueError, "arrows", lambda: vx.draw_flow(FIELD, arrows=-1))])
+def test_refusals(error, name, call):
+    with pytest.raises(error, match=f"^{name}"):
+        call()
+
+
+def test_stop():
+    with pytest.raises(vx.Error) as stopped:
+        vx.flow(PICTURE, waves(3, -2), resolution=1, progress=lambda *_: True)
+    assert stopped.value.code == 517
+    with pytest.raises(ZeroDivisionError):
+        vx.flow(PICTURE, waves(3, -2), resolution=1, progress=lambda *_: 1 / 0)

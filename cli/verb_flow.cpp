@@ -257,9 +257,8 @@ OptionList OptionsOf(FlowOptions* to) {
             "with the same number"}
             .Required()
             .For(Decides::Contents),
-        Option{"--data", "FILE", Text(&to->data),
-               "Write the vectors to this .flo or .exr too; a pattern if OUT is one"}
-            .For(Decides::Nothing)},
+        {"--data", "FILE", Text(&to->data),
+         "Write the vectors to this .flo or .exr too; a pattern if OUT is one"}},
        MotionOptionList(to),
        {{"--arrows", "", Flag(&to->arrows),
          "Draw arrows over the colours, at most 32 in a row; the longest motion of the frame, or "

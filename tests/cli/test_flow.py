@@ -9,7 +9,7 @@ import unittest
 import zlib
 
 import numpy as np
-from vxcommand import INPUT, OUTPUT, USAGE, CommandTest
+from vxcommand import INPUT, OUTPUT, USAGE, CommandTest, write_exr
 
 HEIGHT, WIDTH, MARGIN = 130, 170, 24
 
@@ -132,6 +132,14 @@ class Flow(CommandTest):
         out, said = self.vx("flow", "a.png", "b.tif", "-o", "-", "--format", "exr", "--resolution", 50, text=False)
         self.assertEqual(out, self.contents("f.exr"))
         self.assertIn(b"PSNR of a.png", said)
+        # The display window is used: the data windows have the same size, but other positions.
+        floats = np.dstack([texture() / 255, np.ones((HEIGHT, WIDTH))]).astype(np.float32)
+        for name, x, y in (("a.exr", 0, 0), ("b.exr", 20, 10)):
+            write_exr(self.path(name), floats[y:y + 120, x:x + 150], (x, y), (0, 0, WIDTH, HEIGHT))
+        self.vx("flow", "a.exr", "b.exr", "-o", "w.flo")
+        field = read_flo(self.contents("w.flo"))
+        self.assertEqual(field.shape, (HEIGHT, WIDTH, 2))
+        np.testing.assert_allclose(field[40:90, 50:120], 0, atol=0.5)
 
     def test_sequences(self):
         for frame in (3, 4):

@@ -9,7 +9,7 @@ import os
 import numpy
 
 from . import _vx
-from ._types import Order, Picture, Progress
+from ._types import Order, OutT, Picture, PictureT, Progress
 
 Path = str | os.PathLike[str]
 
@@ -41,8 +41,8 @@ def flow(a: Picture, b: Picture, *, resolution: float = 0.2, detail: float = 500
                     backward, progress, order)
 
 
-def predict(src: Picture, field: numpy.ndarray, *, out: Picture | None = None,
-            order: Order = "rgba") -> Picture:
+def predict(src: PictureT, field: numpy.ndarray, *, out: OutT | None = None,
+            order: Order = "rgba") -> PictureT | OutT:
     """Moves a picture: pixel (x, y) of the result is src at (x + u, y + v), bilinear.
 
     predict(b, flow(a, b)) looks like a. Positions outside of the picture give the nearest pixel,
@@ -57,7 +57,7 @@ def predict(src: Picture, field: numpy.ndarray, *, out: Picture | None = None,
 
 
 def draw_flow(field: numpy.ndarray, *, longest: float = 0, arrows: int = 0, depth: int = 8,
-              out: Picture | None = None, order: Order = "rgba") -> Picture:
+              out: OutT | None = None, order: Order = "rgba") -> numpy.ndarray | OutT:
     """Returns a picture of the motion: the hue is the direction, the brightness the length.
 
     Red is to the right, yellow-green down, cyan left, violet up. Unknown vectors are transparent.

@@ -154,8 +154,9 @@ class Motion {
     const auto to = std::make_shared<std::vector<uint8_t>>(std::move(b));
     std::vector<Rival> rivals;
     for (const int preset : {0, 1, 2}) {
-      rivals.push_back(RivalOf(
-          OpenCvFlow(), [=] { OpenCvFlow()(from->data(), to->data(), width, height, preset); }));
+      rivals.push_back(RivalOf(OpenCvFlow(), [=] {
+        OpenCvFlow()->dis(from->data(), to->data(), width, height, preset);
+      }));
     }
     return rivals;
   }

@@ -192,18 +192,25 @@ const OpenCvPeer* OpenCv() { return nullptr; }
 
 #ifdef VX_BENCH_OPENCV_VIDEO
 
-FlowPeer OpenCvFlow() {
+namespace {
+
+void Dis(const uint8_t* from, const uint8_t* to, int32_t width, int32_t height, int preset) {
+  const cv::Mat a(height, width, CV_8UC1, const_cast<uint8_t*>(from));
+  const cv::Mat b(height, width, CV_8UC1, const_cast<uint8_t*>(to));
+  cv::Mat flow;
+  cv::DISOpticalFlow::create(preset)->calc(a, b, flow);
+}
+
+}  // namespace
+
+const FlowPeer* OpenCvFlow() {
+  static const FlowPeer peer{&Dis};
   cv::setNumThreads(1);
-  return [](const uint8_t* from, const uint8_t* to, int32_t width, int32_t height, int preset) {
-    const cv::Mat a(height, width, CV_8UC1, const_cast<uint8_t*>(from));
-    const cv::Mat b(height, width, CV_8UC1, const_cast<uint8_t*>(to));
-    cv::Mat flow;
-    cv::DISOpticalFlow::create(preset)->calc(a, b, flow);
-  };
+  return &peer;
 }
 
 #else
 
-FlowPeer OpenCvFlow() { return nullptr; }
+const FlowPeer* OpenCvFlow() { return nullptr; }
 
 #endif

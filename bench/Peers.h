@@ -53,11 +53,12 @@ struct OpenCvPeer {
 };
 const OpenCvPeer* OpenCv();  // null if not installed
 
-// Dense flow between two pictures of one byte per pixel, by DIS; presets 0 ultrafast, 1 fast, 2
-// medium. Uses one thread. Null if not installed.
-using FlowPeer = void (*)(const uint8_t* from, const uint8_t* to, int32_t width, int32_t height,
-                          int preset);
-FlowPeer OpenCvFlow();
+struct FlowPeer {
+  // Dense optical flow by DIS between two pictures of one byte per pixel. The presets are 0
+  // ultrafast, 1 fast, 2 medium.
+  void (*dis)(const uint8_t* from, const uint8_t* to, int32_t width, int32_t height, int preset);
+};
+const FlowPeer* OpenCvFlow();  // null if not installed
 
 struct VipsPeer {
   // Converts channels to the type of `dst`: shifted by 8 between 8 and 16 bits, not scaled to or

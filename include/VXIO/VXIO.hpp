@@ -24,6 +24,7 @@
 #include "VX/VX.hpp"
 #include "VXIO/VXIO_Clip.h"
 #include "VXIO/VXIO_Memory.h"
+#include "VXIO/VXIO_Motion.h"
 #include "VXIO/VXIO_Picture.h"
 #include "VXIO/VXIO_Sequence.h"
 

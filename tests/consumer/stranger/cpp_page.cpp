@@ -12,6 +12,7 @@
 int main() try {
   const vx::Library for_the_images_below;
   vx::Image canvas(320, 200, 8), title(100, 60, 8), matte(50, 60, 8), out(320, 200, 8);
+  vx::Image first(320, 200, 8), second(320, 200, 8), colors(320, 200, 8);
   const int32_t width = 120, height = 60;
   std::vector<vx::Pixel16> buffer(size_t{width} * height);
   vx::Pixel16* const pixels = buffer.data();

@@ -201,9 +201,11 @@ class Windows(FileTest):
         self.convert("part.exr", "part.png")
         np.testing.assert_allclose(self.pixels("part.png"), self.bytes_of(self.framed(part, 5, 3)), atol=1)
         self.png("clear.png", np.zeros((8, 12, 4), np.uint8))
-        for words, at in (((), (5, 3)), (("--at", "-6,1"), (-1, 4)), (("--at", "1,2", "--rect", "5,3,7,20"), (1, 2))):
+        for words, at, shown in (
+                ((), (5, 3), part), (("--at", "-6,1"), (-1, 4), part),
+                (("--at", "1,2", "--rect", "5,3,7,20"), (1, 2), part[:, :2]),
+                (("--rotate", "180", "--at", "1,0", "--shadow", "0,0", "--shadow-opacity", "0"), (5, 2), part[::-1, ::-1])):
             self.vx("composite", "clear.png", "--layer", "part.exr", *words, "-o", "out.png")
-            shown = part[:, :2] if "--rect" in words else part
             np.testing.assert_allclose(self.pixels("out.png"), self.bytes_of(self.framed(shown, *at)), atol=1)
         self.vx("transform", "part.exr", "--over", "clear.png", "--translate", "1,1", "-o", "out.png")
         np.testing.assert_allclose(self.pixels("out.png"), self.bytes_of(self.framed(part, 6, 4)), atol=1)

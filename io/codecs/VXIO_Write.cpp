@@ -71,6 +71,7 @@ bool IsPortable(const std::string& name, const VXIOp_Format& to, bool same_forma
     if (name.starts_with(prefix)) return false;
   }
   if (name.starts_with("vx:")) return std::string_view(to.name) == "exr";
+  if (name == "name") return same_format;  // of a part of an EXR
   if (name.starts_with("dpx:") || name.starts_with("openexr:") ||
       name.starts_with("screenWindow")) {
     return same_format;

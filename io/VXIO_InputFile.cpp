@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "VXIO/VXIO_Picture.h"
+#include "VXIO/VXIO_Sequence.h"
 
 namespace {
 
@@ -23,6 +24,9 @@ void VXIOp_ThrowInput(const std::string& path, const std::string& why) {
 void VXIOp_CheckFile(const std::string& path, const char* kind) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
+    if (errno == ENOENT && VXIO_FramePattern::IsPattern(path)) {
+      VXIOp_ThrowInput(path, "is a pattern for a sequence; name one file here");
+    }
     VXIOp_ThrowInput(path, errno == ENOENT ? "no such file; check the name"
                                            : std::string("cannot be read: ") + strerror(errno));
   }

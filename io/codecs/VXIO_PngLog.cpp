@@ -13,8 +13,8 @@
 
 namespace {
 
-// The error functions of the callers. A png_struct holds the address of its entry as its pointer for
-// allocation functions. A struct with allocation functions of its caller is not changed.
+// The error functions of the callers. A png_struct holds the address of its entry as its pointer
+// for allocation functions. A struct with allocation functions of its caller is not changed.
 std::mutex guard;
 std::array<png_error_ptr, 16> functions{};
 

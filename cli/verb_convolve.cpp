@@ -79,14 +79,6 @@ int64_t SumOfMagnitudes(const vx::Kernel& kernel) {
   return sum;
 }
 
-// Returns true if the sums of weighted integer channels fit in 32 bits.
-bool SumsFit(const Kernels& kernels, int32_t depth) {
-  const auto full = static_cast<int64_t>(vx::full_scale(depth));
-  return std::ranges::all_of(kernels, [&](const vx::Kernel& kernel) {
-    return SumOfMagnitudes(kernel) <= std::numeric_limits<int32_t>::max() / full;
-  });
-}
-
 Size PaddedSize(const Filter& filter, const std::string& file, int32_t width, int32_t height) {
   const Size size{width + 2 * filter.reach.width, height + 2 * filter.reach.height};
   if (std::max(size.width, size.height) > kLargestSide) {
@@ -170,14 +162,14 @@ struct Method {
   bool filters_alpha;  // false: the picture stays opaque
 };
 
-// A picture without alpha is filtered at its depth if the sums fit in 32 bits. A picture with alpha
+// A picture without alpha is filtered at its depth. A picture with alpha
 // is filtered at 32 bits: its colours are multiplied by alpha and divided again, which would lose
 // precision at 8 and 16 bits.
 Method MethodFor(const Filter& filter, bool has_alpha, int32_t depth) {
   Method method{};
   method.repeat = !filter.fade.value_or(has_alpha);
   method.filters_alpha = has_alpha || !method.repeat;
-  method.depth = !method.filters_alpha && depth < 32 && SumsFit(filter.kernels, depth) ? depth : 32;
+  method.depth = method.filters_alpha ? 32 : depth;
   return method;
 }
 

@@ -278,3 +278,11 @@ class ColouredFrameGenerator final : public Generator<Dst> {
     }
   }
 };
+
+template <class Stored, class Compute>
+void FnClear(FnInterruptState* interrupt, FnTexture<Stored, Compute>* map) {
+  ColouredFrameGenerator<Stored> clear;
+  clear.zero = true;
+  clear.interrupt = interrupt;
+  clear.process(map);
+}

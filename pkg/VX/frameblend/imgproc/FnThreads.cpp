@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 #include "frame/VXp_Report.h"
@@ -67,7 +67,7 @@ U_Err CreateThread(void* context) {
   try {
     *creation.thread = std::thread([creation] { creation.job->Run(creation.place); });
     return VX_Ok;
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {  // no thread, or no memory for its arguments
     return VX_ErrOutOfMemory;
   }
 }
@@ -108,17 +108,16 @@ bool FnRunInParallelWith(FnParallelFunction function, int32_t count, void* const
     Creation creation{&job, {i, threads}, &workers[static_cast<size_t>(i - 1)]};
     created = U_PurgeLoop(kBytesOfThread, 0, CreateThread, &creation) == VX_Ok;
   }
-  if (created) {
-    job.Run({0, threads});
-  } else {
-    const char* const text = U_ZStringToMBString(kThreadFailure);
-    VXp_StoreReport(text);
-    Up_ReportErrString(0, VX_ErrOutOfMemory, text);
-  }
+  if (created) job.Run({0, threads});
   for (std::thread& worker : workers) {
     if (worker.joinable()) worker.join();
   }
   running = false;
+  if (!created) {
+    const char* const text = U_ZStringToMBString(kThreadFailure);
+    VXp_StoreReport(text);
+    Up_ReportErrString(0, VX_ErrOutOfMemory, text);
+  }
   return created && !job.failed;
 }
 

@@ -205,10 +205,7 @@ void FnMotionEstimateGradient::begin() {
     passes = 0;
     return;
   }
-  ColouredFrameGenerator<float> clear;
-  clear.zero = true;
-  clear.interrupt = interrupt;
-  clear.process(&activity_);
+  FnClear(interrupt, &activity_);
 }
 
 void FnMotionEstimateGradient::end() {

@@ -55,10 +55,10 @@ class FnMotionEstimateGradientQuantise final : public GeneralSampler<HvVec2, 123
 // displaced frame, or without a gradient, gets an invalid vector.
 class FnMotionEstimateGradient : public FnImgProc3<float, float, HvVec2> {
  public:
-  int32_t blockWidth = 6, blockHeight = 6, overlap = 0;
-  float weightA = 1, weightB = 1;
-  float threshold = 0.01f;  // a block whose mean absolute difference is below it is not changed
-  float quantiseStep = 0.1f;
+  int32_t blockWidth = 0, blockHeight = 0, overlap = 0;
+  float weightA = 1, weightB = 1;  // not read
+  float threshold = 0.01f;    // a block whose mean absolute difference is below it is not changed
+  float quantiseStep = 0.1f;  // not read
   // Optional results, of the size of the map: the centres of the blocks; the last mean absolute
   // difference, FLT_MAX for a block without one; the activity, see below.
   FnVectorMap* outPositions = nullptr;

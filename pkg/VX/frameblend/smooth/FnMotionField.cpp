@@ -35,13 +35,6 @@ bool MakeLuminance(const VX_LayerDef& world, const VX_Veltor_AlgoParams& setting
   return FnPoll(interrupt) == VX_Ok;
 }
 
-void Clear(FnInterruptState* interrupt, FnVectorMap* map) {
-  ColouredFrameGenerator<HvVec2> clear;
-  clear.zero = true;
-  clear.interrupt = interrupt;
-  clear.process(map);
-}
-
 // Spreads the vectors of blocks over the pixels of the frame: bilinear between the centres.
 void ZoomBlocksToPixels(const FnVectorMap& blocks, const FnBlockSize& size,
                         FnInterruptState* interrupt, FnVectorMap* out) {
@@ -102,7 +95,7 @@ void FnEstimateBlocks(const FnAnalysisPicture& from, const FnAnalysisPicture& to
   const int32_t columns = size.Columns(frame.width()), rows = size.Rows(frame.height());
   if (!Allocated(interrupt, field->allocate(frame.width(), frame.height()))) return;
   if (columns == 0 || rows == 0) {
-    Clear(interrupt, field);
+    FnClear(interrupt, field);
     return;
   }
   FnVectorMap blocks(columns, rows);

@@ -10,13 +10,6 @@ namespace {
 constexpr int32_t kLeastQuarter = 4;
 constexpr int32_t kMostExtraRounds = 100;
 
-void Clear(FnInterruptState* interrupt, FnVectorMap* map) {
-  ColouredFrameGenerator<HvVec2> clear;
-  clear.zero = true;
-  clear.interrupt = interrupt;
-  clear.process(map);
-}
-
 }  // namespace
 
 int32_t FnLevelCount(int32_t width, int32_t height) {
@@ -67,7 +60,7 @@ void FnMotionEstimateGradientPyramid::prepare(FnVectorMap* dst) {
   for (int32_t level = parameters.levels - 1; level >= 0; --level) {
     FnVectorMap* const map = Map(level, dst);
     if (map->isEmpty()) continue;
-    if (!cleared) Clear(interrupt, map);
+    if (!cleared) FnClear(interrupt, map);
     cleared = true;
     EstimateLevel(level, map);
     if (Stopped()) return;
@@ -129,7 +122,7 @@ void FnMotionEstimateGradientPyramid::EstimateLevel(int32_t level, FnVectorMap* 
     smooth.process(map);
     monitor.process(map);
   }
-  if (monitor.hasInvalid()) Clear(interrupt, map);
+  if (monitor.hasInvalid()) FnClear(interrupt, map);
 }
 
 void FnMotionEstimateGradientPyramid::ZoomToFiner(int32_t level, FnVectorMap* from,

@@ -200,11 +200,13 @@ void FnMotionEstimateGradientSmoothVectors::process(FnVectorMap* map) {
     stage->frame1 = frame1;
     stage->mask = mask;
   };
-  FnMotionEstimateGradientSmoothVectorsInitialAssignment initial;
-  prepare(&initial);
-  initial.spacingX = spacingX;
-  initial.spacingY = spacingY;
-  initial.process(map);
+  {
+    FnMotionEstimateGradientSmoothVectorsInitialAssignment initial;
+    prepare(&initial);
+    initial.spacingX = spacingX;
+    initial.spacingY = spacingY;
+    initial.process(map);
+  }
   FnMotionEstimateGradientChangedNeighboursMonitor monitor;
   monitor.interrupt = interrupt;
   monitor.process(map);

@@ -60,7 +60,7 @@ class FnVectorSmoother : public FnImgProc1<HvVec2> {
 // One pass over a map of blocks.
 class FnMotionEstimateGradientSmooth final : public FnVectorSmoother {
  public:
-  int32_t blockWidth = 6, blockHeight = 6, overlap = 0;
+  int32_t blockWidth = 0, blockHeight = 0, overlap = 0;
   float threshold = 0.01f;  // not read
   const FnMotionEstimateGradientChangedNeighboursMonitor* monitor = nullptr;
 

@@ -239,6 +239,44 @@ TEST(EstimateMotionAperture, CorrectsOnlyAcrossAnEdge) {
   }
 }
 
+TYPED_TEST(EstimateMotion, PredictsByInterpolation) {
+  using Channel = VX_ChannelOf<TypeParam>;
+  constexpr bool kFloat = kDepth<TypeParam> == 32;
+  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+  const double inf = std::numeric_limits<double>::infinity();
+  GuardedWorld<TypeParam> source(4, 3, 5, 1), out(4, 3, 0, 2);
+  const auto value = [](int x, int y) { return 10 * x + 40 * y; };
+  const auto grey = [](double v) {
+    const auto c = static_cast<Channel>(v);
+    return TypeParam{c, c, c, c};
+  };
+  for (int i = 0; i < 12; ++i) source.Set(i % 4, i / 4, grey(value(i % 4, i / 4)));
+  // 16-bit values above white are limited; infinities do not reach exact positions beside them.
+  const double odd = kFloat ? inf : kDepth<TypeParam> == 16 ? 65535 : 255;
+  source.Set(2, 1, grey(odd));
+  struct Row {
+    int x, y;
+    double u, v, expected;
+  };
+  const Row rows[] = {
+      {1, 1, 0, 0, 50},      {1, 1, 0, -0.5, 30}, {1, 0, 0.25, 0, 12.5}, {2, 0, 0, 0, 20},
+      {0, 0, 0.5, 0.5, 25},  {3, 2, 9, 9, 110},   {0, 2, -1e30, 0, 80},  {1, 2, kNan, 0, 90},
+      {2, 2, 0.5, inf, 100}, {3, 0, -1, 1, odd},  {3, 1, 0, -1, 30},     {0, 1, 3, 0, 70},
+  };
+  for (const Row& row : rows) {
+    Vectors vectors(24);
+    float* const at = &vectors[static_cast<size_t>(row.y * 4 + row.x) * 2];
+    at[0] = static_cast<float>(row.u);
+    at[1] = static_cast<float>(row.v);
+    ASSERT_EQ(VX_PredictByMotion(&source.world, vectors.data(), 32, &out.world), VX_Ok);
+    const double want =
+        kFloat ? row.expected
+               : std::min(std::floor(row.expected + 0.5), static_cast<double>(kFull<TypeParam>));
+    EXPECT_EQ(static_cast<double>(out.Get(row.x, row.y).green), want)
+        << row.x << ' ' << row.y << ' ' << row.u << ' ' << row.v;
+  }
+}
+
 // --- refusals ------------------------------------------------------------------------------------
 
 TEST(EstimateMotionRefusals, LeaveTheVectorsUntouched) {

@@ -68,7 +68,8 @@ Quality QualityOf(const VX_World& picture, const VX_World& from, const vx::Motio
 }
 
 std::string Decibels(double psnr) {
-  if (!std::isfinite(psnr)) return "infinite (equal)";
+  if (psnr > 0 && std::isinf(psnr)) return "infinite (equal)";
+  if (!std::isfinite(psnr)) return "undefined (the difference has NaN or infinite values)";
   char text[40];
   std::snprintf(text, sizeof text, "%.3f dB", psnr);
   return text;

@@ -110,6 +110,14 @@ class Flow(CommandTest):
         self.assertIn("mean u 0.000, mean v 0.000, longest 0.000", said)
         self.assertRegex(said, r"predicted from a.png: infinite \(equal\); of a.png unmoved: infinite \(equal\)")
         self.assertEqual(self.pixels("f.png").max(), 0)
+        odd = texture().astype(np.float32) / 255
+        self.tif("b.tif", odd)
+        odd[50, 60] = np.nan
+        odd[70:, :, 1] = np.inf
+        self.tif("a.tif", odd)
+        said = self.vx("flow", "a.tif", "b.tif", "-o", "f.flo")[0]
+        self.assertEqual(said.count("undefined (the difference has NaN or infinite values)"), 2)
+        self.assertTrue(np.isfinite(read_flo(self.contents("f.flo"))).all())
 
     def test_colours(self):
         for dx, dy, color in ((6, 0, [1, 0, 0]), (-6, 0, [0, 1, 1]), (0, 6, [.5, 1, 0]), (0, -6, [.5, 0, 1])):

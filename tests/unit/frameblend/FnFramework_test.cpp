@@ -269,6 +269,16 @@ TEST_F(Framework, PassesStopAndFail) {
     EXPECT_EQ(polls, std::min(stop_at, 4));
   }
 
+  // Of all threads only the first one calls the host.
+  FnInterruptState counted;
+  static std::atomic<int32_t> calls = 0;
+  counted.abortFunc = [](void*) { return ++calls, VX_Err{VX_Ok}; };
+  const auto poll = [](void* const* arguments, int32_t) {
+    static_cast<FnInterruptState*>(arguments[0])->poll();
+  };
+  EXPECT_TRUE(FnRunInParallel(poll, 1, &counted));
+  EXPECT_EQ(calls, 1);
+
   FnInterruptState state;
   process.interrupt = &state;
   process.thrown = true;

@@ -279,6 +279,16 @@ TEST_F(Framework, PassesStopAndFail) {
   EXPECT_TRUE(FnRunInParallel(poll, 1, &counted));
   EXPECT_EQ(calls, 1);
 
+  // The same flow without a map.
+  struct Multi final : FnMultiProcessor {
+    void processBand() override { ++bands; }
+    void endPass() override { ++ended; }
+    std::atomic<int32_t> bands = 0, ended = 0;
+  } multi;
+  multi.passes = 2;
+  multi.run();
+  EXPECT_TRUE(multi.bands == 6 && multi.ended == 2);
+
   FnInterruptState state;
   process.interrupt = &state;
   process.thrown = true;
@@ -309,6 +319,50 @@ TEST_F(Framework, ImagersRegionsAndLines) {
     generator.flags |= FnImager_CallingThread;
     generator.setRegion(-4, 3, 0, 99);
     EXPECT_EQ(run(generator), "000/000/000/300/300/");
+  }
+}
+
+// The general forms read their sources by the rules of the edges, also where these are smaller.
+TEST_F(Framework, GeneralFormsOfImagers) {
+  struct Sum final : GeneralCombiner<int32_t, int32_t, int32_t> {
+    void pixel(const int32_t& a, const int32_t& b, int32_t* out, int32_t) override { *out = a + b; }
+  };
+  struct Place final : GeneralSamplerPos<int32_t, 1, int32_t, 1> {
+    void pixel(int32_t x, int32_t y, const FnIntMap&, int32_t* out, int32_t) override {
+      *out = x + 2 * y;
+    }
+  };
+  for (const int32_t threads : {1, 2, 7}) {
+    FnSetThreadCount(threads);
+    Map small(2, 1), wide(4, 3), out(4, 3);
+    small.row(0)[0] = 1;
+    small.row(0)[1] = 2;
+    small.setFill(7);
+    const auto copied = [&](int32_t xMode, int32_t yMode) {
+      small.setEdgeModes(xMode, yMode);
+      SimpleCopySampler<int32_t, 1, int32_t, 1>().process(&small, &out);
+      return out.Text();
+    };
+    EXPECT_EQ(copied(FnEdge_Transparent, FnEdge_Hold), "1277/1277/1277/");
+    EXPECT_EQ(copied(FnEdge_Hold, FnEdge_Transparent), "1222/7777/7777/");
+    EXPECT_EQ(copied(FnEdge_Mirror, FnEdge_Wrap), "1221/1221/1221/");
+    small.setOrigin(1, 0);
+    EXPECT_EQ(copied(FnEdge_Wrap, FnEdge_Mirror), "2121/2121/2121/");
+
+    Place().process(&small, &wide);
+    EXPECT_EQ(wide.Text(), "0123/2345/4567/");
+    small.setEdgeModes(FnEdge_Hold, FnEdge_Transparent);
+    Sum().process(&small, &wide, &out);
+    EXPECT_EQ(out.Text(), "1245/9" + std::string("101112/11121314/"));
+
+    ColouredFrameGenerator<int32_t> fill;
+    fill.value = 8;
+    fill.setRegion(1, 1, 2, 2);
+    fill.process(&wide);
+    EXPECT_EQ(wide.Text(), "0123/2885/4887/");
+    fill.zero = true;
+    fill.process(&wide);
+    EXPECT_EQ(wide.Text(), "0123/2005/4007/");
   }
 }
 

@@ -123,6 +123,62 @@ TEST(FnStages, ActivityGateAndSmallFrames) {
   EXPECT_TRUE(last.x0 == 10 && last.x1 == 16 && last.y0 == 0 && last.y1 == 5);
 }
 
+// The settings of the pyramid that an estimate leaves at their defaults.
+TEST(FnStages, PyramidOptions) {
+  const Picture still(64, 48), moved(64, 48, 3, -2);
+  FnFilteredPyramid pyramids[2];
+  ASSERT_TRUE(pyramids[0].build(still, 2, nullptr) && pyramids[1].build(moved, 2, nullptr));
+  Picture all0(64, 48), all1(32, 24);
+  for (Picture* mask : {&all0, &all1}) mask->Each([](float, float) { return 1.0f; });
+  const auto pyramid = [&](int32_t first, int32_t levels) {
+    FnMotionEstimateGradientPyramid stage;
+    FnMotionEstimateGradientPyramidParameters& p = stage.parameters;
+    p.frames0 = FnLevels(pyramids[0].levels().begin() + first, pyramids[0].levels().end());
+    p.frames1 = FnLevels(pyramids[1].levels().begin() + first, pyramids[1].levels().end());
+    p.levels = levels;
+    p.overlap = 2;
+    p.blockWidths = p.blockHeights = {6, 6};
+    p.quantiseStep = std::ldexp(0.1f, -first);
+    return stage;
+  };
+
+  // Level 0 is only zoomed: each block takes the vector of the nearest block of level 1.
+  Vectors coarse(7, 5), fine(15, 11, {9, 9}), zero(15, 11, {9, 9}), masked(15, 11, {9, 9});
+  FnFloatMap errors(15, 11);
+  errors.row(10)[14] = 5;
+  pyramid(1, 1).process(&coarse);
+  auto zoomed = pyramid(0, 2);
+  zoomed.parameters.lowestLevel = 1;
+  zoomed.parameters.nearestZoom = 1;
+  zoomed.parameters.outErrors = &errors;
+  zoomed.process(&fine);
+  EXPECT_EQ(errors.row(10)[14], 5);  // only an estimate of level 0 writes it
+  FnMotionEstimateGradientQuantise quantise;
+  float mean = 0;
+  for (int32_t y = 0; y < 11; ++y) {
+    for (int32_t x = 0; x < 15; ++x) {
+      HvVec2 want;
+      quantise.pixel(coarse.row(std::min(y / 2, 4))[std::min(x / 2, 6)] * 2.0f, &want, 0);
+      EXPECT_TRUE(fine.row(y)[x] == want) << x << ' ' << y;
+      mean += want.x / 165;
+    }
+  }
+  EXPECT_NEAR(mean, 3, 0.7f);
+
+  auto none = pyramid(0, 2);
+  none.parameters.lowestLevel = 2;
+  none.process(&zero);
+  auto hidden = pyramid(0, 2);
+  hidden.parameters.masks = {&all0, &all1};
+  hidden.parameters.outErrors = &errors;
+  hidden.process(&masked);
+  EXPECT_EQ(errors.row(10)[14], FLT_MAX);
+  for (int32_t i = 0; i < 165; ++i) {
+    EXPECT_TRUE(zero.row(i / 15)[i % 15] == (HvVec2{0, 0}));
+    EXPECT_TRUE(masked.row(i / 15)[i % 15] == (HvVec2{0, 0}));
+  }
+}
+
 TEST(FnStages, LevelsAndWeights) {
   EXPECT_EQ(FnLevelCount(384, 216), 5);
   EXPECT_EQ(FnLevelCount(19, 19), 2);

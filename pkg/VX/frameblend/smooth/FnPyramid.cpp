@@ -56,15 +56,16 @@ bool FnMotionEstimateGradientPyramid::AllocateMaps() {
 
 void FnMotionEstimateGradientPyramid::prepare(FnVectorMap* dst) {
   if (!AllocateMaps()) return;
-  bool cleared = false;
+  bool filled = false;  // the map contains the vectors of the coarser level
   for (int32_t level = parameters.levels - 1; level >= 0; --level) {
     FnVectorMap* const map = Map(level, dst);
     if (map->isEmpty()) continue;
-    if (!cleared) FnClear(interrupt, map);
-    cleared = true;
+    if (!filled) FnClear(interrupt, map);
     EstimateLevel(level, map);
     if (Stopped()) return;
-    if (level > 0) ZoomToFiner(level, map, Map(level - 1, dst));
+    FnVectorMap* const finer = level > 0 ? Map(level - 1, dst) : nullptr;
+    filled = finer != nullptr && !finer->isEmpty();
+    if (filled) ZoomToFiner(level, map, finer);
   }
 }
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Motion between two pictures.
+// Motion between two pictures, and pictures of the instants between them.
 //
 // The pictures are reduced to a luminance of a fraction of their size. There a vector is estimated
 // for each block, from coarse to fine, then smoothed for each pixel, and zoomed to full size.
@@ -24,14 +24,14 @@ struct VX_Veltor_AlgoParams {
   float VectorSmoothing = 500.0f;  // -1000..1000, see below
   int16_t SmoothPasses = 5;        // passes of the final smoothing, 1..50
   float ErrorThreshold = 0.01f;    // a block with a smaller mean difference is not changed, 0..0.1
-  int16_t HighQuality = 0;         // 0 or 1; not read by the functions below
+  int16_t HighQuality = 0;         // 1: sample with a windowed sinc; read by Render
   int16_t BlockSize = 6;           // side of a block in pixels of the luminance, 4..40
   double LumaR = 0.2988804;        // weights of the channels, 0..1; their sum is 1 within 0.02
   double LumaG = 0.58676529;
   double LumaB = 0.11435428;
-  float ShutterAngle = 180.0f;  // 0..360; not read by the functions below
-  int16_t ShutterSamples = 1;   // 1..20; not read by the functions below
-  int16_t Mode = 0;             // 0..3; not read by the functions below
+  float ShutterAngle = 180.0f;  // 0..360 degrees of the interval; read by Render
+  int16_t ShutterSamples = 1;   // 1..20 pictures that are averaged; read by Render
+  int16_t Mode = 0;             // 0..3; only checked
 };
 
 // VectorDetail and VectorSmoothing weigh two costs of a vector: the difference of the pictures and
@@ -88,3 +88,59 @@ VX_API VX_Err VX_DrawMotion(const float* vectors, ptrdiff_t rowbytes, float long
 // runs.
 VX_API void VX_SetMotionThreads(int32_t count);
 VX_API int32_t VX_MotionThreads();
+
+// --- in-between pictures -------------------------------------------------------------------------
+
+enum : int16_t {
+  VX_FrameBlend_Copy = 0,   // the nearer picture
+  VX_FrameBlend_Mix = 1,    // both, weighted by time
+  VX_FrameBlend_Motion = 2  // moved along the motion
+};
+
+struct VX_Veltor_Time {
+  int32_t value = 0;
+  uint32_t scale = 1;  // units per second; not 0
+};
+
+struct VX_Veltor_OtherParams {
+  uint8_t CacheIdentity[16] = {};
+  VX_Veltor_Time TimeA, TimeB;
+  double Instant = 0;  // the fraction is the position between the pictures: 0 is A
+  uint8_t Reserved[8] = {};
+};
+
+static_assert(sizeof(VX_Veltor_AlgoParams) == 64 && sizeof(VX_Veltor_OtherParams) == 48);
+
+// Makes the picture of an instant between two pictures. The instant is rounded to multiples of
+// 0.005.
+//
+// Threads: as above; an object is used by one thread at a time.
+// Memory: about 40 bytes for each pixel of a picture; with shutter samples 16 more.
+class VX_API VX_AdvancedFrameBlending {
+ public:
+  // `settings` has percentages in Resolution, ErrorThreshold, LumaR, LumaG and LumaB: each is
+  // multiplied by the 32-bit float 0.01.
+  VX_AdvancedFrameBlending(const VX_Veltor_AlgoParams& settings, const VX_Veltor_OtherParams& times,
+                           const VX_Veltor_InterruptFuncs& interrupt);
+  // The default settings.
+  VX_AdvancedFrameBlending(const VX_Veltor_OtherParams& times,
+                           const VX_Veltor_InterruptFuncs& interrupt);
+
+  // VX_Ok, or VX_ErrMotionSettings if a setting is out of range.
+  VX_Err CheckParamRange() const;
+
+  // Writes the picture to `destination`. The three worlds have the same size and depth. A
+  // destination that is also a source is an error. An instant of 0 copies sourceA. Pixels with
+  // alpha below full are moved and mixed as straight colours.
+  //   VX_Ok                 done; also for a destination of unknown depth, which is not written
+  //   VX_ErrMotionSettings  settings out of range, nothing is written
+  //   VX_ErrBadParameter    reported: null worlds or worlds that do not fit, a time scale of 0;
+  //                         nothing is written
+  //   VX_ErrOutOfMemory     reported; the destination is incomplete
+  //   other                 the code of AbortFunc, not reported if it is 10000 or 517
+  VX_Err Render(VX_World* sourceA, VX_World* sourceB, VX_World* destination);
+
+  VX_Veltor_AlgoParams algo;
+  VX_Veltor_OtherParams other;
+  VX_Veltor_InterruptFuncs interrupt;
+};

@@ -74,7 +74,6 @@ template <class Pixel>
 VX_Err Predict(const VX_WorldX<Pixel>& src, const float* vectors, ptrdiff_t rowbytes,
                VX_WorldX<Pixel>& dst) {
   using Color = typename FnColorOfPixel<Pixel>::Type;
-  constexpr auto kFull = static_cast<float>(FnColorOfPixel<Pixel>::kFull);
   const FnMap<Color> source(src);
   for (int32_t y = 0; y < dst.height; ++y) {
     const float* const uv = VectorRow(vectors, rowbytes, y);
@@ -82,12 +81,7 @@ VX_Err Predict(const VX_WorldX<Pixel>& src, const float* vectors, ptrdiff_t rowb
       const bool known = std::isfinite(uv[2 * x]) && std::isfinite(uv[2 * x + 1]);
       const float px = static_cast<float>(x) + 0.5f + (known ? uv[2 * x] : 0);
       const float py = static_cast<float>(y) + 0.5f + (known ? uv[2 * x + 1] : 0);
-      FnColorFloat c = SampleOf<Color>(source, px, py);
-      if constexpr (Color::kInteger) {
-        c = FnColorFloat::Of(std::min(c.alpha, kFull), std::min(c.red, kFull),
-                             std::min(c.green, kFull), std::min(c.blue, kFull));
-      }
-      const Color out = FnFromCompute<Color>(c);
+      const Color out = FnToWorld<Pixel>(SampleOf<Color>(source, px, py));
       std::memcpy(dst.Row(y) + x, &out, sizeof out);
     }
   }
@@ -96,18 +90,22 @@ VX_Err Predict(const VX_WorldX<Pixel>& src, const float* vectors, ptrdiff_t rowb
 
 }  // namespace
 
+// Percentages that are multiplied by a float may miss a bound by a rounding error.
 VX_Err VX_CheckMotionSettings(const VX_Veltor_AlgoParams* settings) {
   if (settings == nullptr) return VX_ErrMotionSettings;
   const VX_Veltor_AlgoParams& s = *settings;
-  const auto within = [](auto value, auto low, auto high) { return value >= low && value <= high; };
-  const bool valid =
-      within(s.Method, 0, 2) && within(s.Resolution, 0.05f, 1.0f) &&
-      within(s.VectorDetail, -1000.0f, 1000.0f) && within(s.VectorSmoothing, -1000.0f, 1000.0f) &&
-      within(s.SmoothPasses, 1, 50) && within(s.ErrorThreshold, 0.0f, 0.1f) &&
-      within(s.HighQuality, 0, 1) && within(s.BlockSize, 4, 40) && within(s.LumaR, 0.0, 1.0) &&
-      within(s.LumaG, 0.0, 1.0) && within(s.LumaB, 0.0, 1.0) &&
-      std::abs(s.LumaR + s.LumaG + s.LumaB - 1) < 0.02 && within(s.ShutterAngle, 0.0f, 360.0f) &&
-      within(s.ShutterSamples, 1, 20) && within(s.Mode, 0, 3);
+  const auto within = [](double value, double low, double high) {
+    constexpr double kRounding = 1e-6;
+    return value >= low - kRounding && value <= high + kRounding;
+  };
+  const bool valid = within(s.Method, 0, 2) && within(s.Resolution, 0.05, 1) &&
+                     within(s.VectorDetail, -1000, 1000) &&
+                     within(s.VectorSmoothing, -1000, 1000) && within(s.SmoothPasses, 1, 50) &&
+                     within(s.ErrorThreshold, 0, 0.1) && within(s.HighQuality, 0, 1) &&
+                     within(s.BlockSize, 4, 40) && within(s.LumaR, 0, 1) && within(s.LumaG, 0, 1) &&
+                     within(s.LumaB, 0, 1) && std::abs(s.LumaR + s.LumaG + s.LumaB - 1) < 0.02 &&
+                     within(s.ShutterAngle, 0, 360) && within(s.ShutterSamples, 1, 20) &&
+                     within(s.Mode, 0, 3);
   return valid ? VX_Ok : VX_ErrMotionSettings;
 }
 

@@ -161,3 +161,16 @@ Stored FnFromCompute(const Compute& c) {
     return Stored::Of(channel(c.alpha), channel(c.red), channel(c.green), channel(c.blue));
   }
 }
+
+// A computed colour as it is stored in a world: integer channels are also limited to the full scale
+// of the depth, which at 16 bits is below the maximum of the type.
+template <class Pixel>
+typename FnColorOfPixel<Pixel>::Type FnToWorld(FnColorFloat c) {
+  using Color = typename FnColorOfPixel<Pixel>::Type;
+  if constexpr (Color::kInteger) {
+    constexpr auto kFull = static_cast<float>(FnColorOfPixel<Pixel>::kFull);
+    const auto limited = [](float value) { return value < kFull ? value : kFull; };
+    c = FnColorFloat::Of(limited(c.alpha), limited(c.red), limited(c.green), limited(c.blue));
+  }
+  return FnFromCompute<Color>(c);
+}

@@ -59,26 +59,32 @@ class ImageZoomerGP final : public Sampler<Stored, Stored> {
   FnZoomAxis xAxis, yAxis;
   bool nearest = false;
 
-  void prepare(const FnMap<Stored>* src, FnMap<Stored>* dst) override {
-    columns_.resize(static_cast<size_t>(dst->width()));
-    for (int32_t x = 0; x < dst->width(); ++x) {
-      columns_[static_cast<size_t>(x)] = Split(xAxis.At(x), src->width());
+  // Must be called before Row.
+  void SetWidths(int32_t from, int32_t to) {
+    columns_.resize(static_cast<size_t>(to));
+    for (int32_t x = 0; x < to; ++x) columns_[static_cast<size_t>(x)] = Split(xAxis.At(x), from);
+  }
+  // Computes columns x0..x1 - 1 of row y into out[x0]...
+  void Row(const FnMap<Stored>& src, int32_t y, int32_t x0, int32_t x1, Stored* out) const {
+    const Place line = Split(yAxis.At(y), src.height());
+    const Stored* const upper = src.row(line.low);
+    const Stored* const lower = src.row(line.high);
+    for (int32_t x = x0; x < x1; ++x) {
+      const Place& p = columns_[static_cast<size_t>(x)];
+      out[x] = Scaled(nearest ? (line.fraction < 0.5f ? upper : lower)[p.Nearest()]
+                              : Mix(upper[p.low], upper[p.high], lower[p.low], lower[p.high],
+                                    p.fraction, line.fraction));
     }
+  }
+
+  void prepare(const FnMap<Stored>* src, FnMap<Stored>* dst) override {
+    SetWidths(src->width(), dst->width());
   }
   void processBand(const FnMap<Stored>* src, FnMap<Stored>* dst) override {
     const auto band = this->Band();
     for (int32_t y = band.y0; y < band.y1; y += band.step) {
       if (FnPoll(this->interrupt) != VX_Ok) return;
-      const Place line = Split(yAxis.At(y), src->height());
-      const Stored* const upper = src->row(line.low);
-      const Stored* const lower = src->row(line.high);
-      Stored* const out = dst->row(y);
-      for (int32_t x = band.x0; x < band.x1; ++x) {
-        const Place& p = columns_[static_cast<size_t>(x)];
-        out[x] = Scaled(nearest ? (line.fraction < 0.5f ? upper : lower)[p.Nearest()]
-                                : Mix(upper[p.low], upper[p.high], lower[p.low], lower[p.high],
-                                      p.fraction, line.fraction));
-      }
+      Row(*src, y, band.x0, band.x1, dst->row(y));
     }
   }
 

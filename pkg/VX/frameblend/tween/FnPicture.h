@@ -1,0 +1,172 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The picture of an instant, from the two frames and the in-between fields.
+
+#include <vector>
+
+#include "frameblend/imgproc/FnResample.h"
+#include "frameblend/tween/FnTween.h"
+
+// The alpha of a picture at 0..255, averaged down to a smaller size and read bilinearly.
+class FnFilteredPyramidAlpha {
+ public:
+  // Returns false if every pixel is opaque; the plane is then not needed. Sets error 4 if out of
+  // memory.
+  template <class Color>
+  bool build(const FnMap<Color>& picture, float full, int32_t width, int32_t height,
+             FnInterruptState* interrupt);
+  // At a position of the picture; 255 if the picture is opaque.
+  float At(float x, float y) const {
+    return plane_.pixels == nullptr ? 255.0f : plane_.sampleAt(x / ratioX_, y / ratioY_);
+  }
+
+ private:
+  FnFloatMap plane_;
+  float ratioX_ = 1, ratioY_ = 1;
+};
+
+// The weights of six samples at -2..3 around a position with this fraction: Lanczos with three
+// lobes, divided by their sum.
+std::array<float, 6> FnSincWeights(float fraction);
+
+// Reads with the windowed sinc, with the ends held.
+template <class Color>
+FnColorFloat FnSampleSinc(const FnMap<Color>& frame, float px, float py) {
+  int32_t i, j;
+  float fx, fy;
+  FnSplit(px - 0.5f, &i, &fx);
+  FnSplit(py - 0.5f, &j, &fy);
+  const auto columns = FnSincWeights(fx), rows = FnSincWeights(fy);
+  FnColorFloat sum = FnColorFloat::Of(0, 0, 0, 0);
+  for (int32_t r = 0; r < 6; ++r) {
+    FnColorFloat line = FnColorFloat::Of(0, 0, 0, 0);
+    for (int32_t c = 0; c < 6; ++c) {
+      line = line + FnToCompute<FnColorFloat>(frame.at(i - 2 + c, j - 2 + r)) *
+                        columns[static_cast<size_t>(c)];
+    }
+    sum = sum + line * rows[static_cast<size_t>(r)];
+  }
+  return sum;
+}
+
+// Builds the picture. The fields and the occlusion have the size of the analysis pictures and
+// contain no invalid vectors; they are zoomed row by row.
+template <class Pixel>
+class FnMotionEstimateGradientTweenerBuildPicture final
+    : public Combiner<typename FnColorOfPixel<Pixel>::Type, typename FnColorOfPixel<Pixel>::Type,
+                      typename FnColorOfPixel<Pixel>::Type> {
+ public:
+  using Color = typename FnColorOfPixel<Pixel>::Type;
+
+  FnMotionEstimateGradientTweeningParameters parameters;
+  float ratio = 1;       // pixels of the picture per pixel of the fields
+  bool nearest = false;  // pixels of both frames: take the frame that is nearer in time
+  const FnFilteredPyramidAlpha* alphaFirst = nullptr;  // both or none
+  const FnFilteredPyramidAlpha* alphaSecond = nullptr;
+
+  void prepare(const FnMap<Color>*, const FnMap<Color>*, FnMap<Color>* dst) override {
+    vectors_.xAxis = FnZoomAxis::ByCentres(ratio, ratio);
+    vectors_.yAxis = vectors_.xAxis;
+    states_.xAxis = FnZoomAxis::ByCentres(ratio, 1);
+    states_.yAxis = states_.xAxis;
+    states_.nearest = true;
+    vectors_.SetWidths(parameters.vectorsA->width(), dst->width());
+    states_.SetWidths(parameters.occlusion->width(), dst->width());
+  }
+
+  void processBand(const FnMap<Color>* first, const FnMap<Color>* second,
+                   FnMap<Color>* dst) override {
+    const auto width = static_cast<size_t>(dst->width());
+    std::vector<HvVec2> a(width), b(width);
+    std::vector<int32_t> states(width);
+    const auto band = this->Band();
+    for (int32_t y = band.y0; y < band.y1; y += band.step) {
+      if (FnPoll(this->interrupt) != VX_Ok) return;
+      vectors_.Row(*parameters.vectorsA, y, band.x0, band.x1, a.data());
+      vectors_.Row(*parameters.vectorsB, y, band.x0, band.x1, b.data());
+      states_.Row(*parameters.occlusion, y, band.x0, band.x1, states.data());
+      Color* const out = dst->row(y);
+      for (int32_t x = band.x0; x < band.x1; ++x) {
+        const auto i = static_cast<size_t>(x);
+        out[x] = FnToWorld<Pixel>(PixelAt(*first, *second, x, y, a[i], b[i], states[i]));
+      }
+    }
+  }
+
+ private:
+  static constexpr float kFull = FnColorOfPixel<Pixel>::kFull;
+  static constexpr float kOpaque = 253;
+
+  FnColorFloat PixelAt(const FnMap<Color>& first, const FnMap<Color>& second, int32_t x, int32_t y,
+                       const HvVec2& a, const HvVec2& b, int32_t state) const {
+    const float position = parameters.position;
+    const HvVec2 at_first = Position(x, y, b, position);
+    const HvVec2 at_second = Position(x, y, a, 1 - position);
+    if (alphaFirst != nullptr && alphaSecond != nullptr) {
+      const int32_t seen = (alphaFirst->At(at_first.x, at_first.y) <= kOpaque ? 2 : 0) +
+                           (alphaSecond->At(at_second.x, at_second.y) < kOpaque ? 1 : 0);
+      if (seen == FnOcclusion_First || seen == FnOcclusion_Second) state = seen;
+    }
+    const bool diagnostic = (parameters.flags & FnTween_Diagnostic) != 0;
+    if (state == FnOcclusion_First) {
+      return diagnostic ? FnColorFloat::Of(0, kFull, 0, 0) : Sample(first, at_first);
+    }
+    if (state == FnOcclusion_Second) {
+      return diagnostic ? FnColorFloat::Of(0, 0, kFull, 0) : Sample(second, at_second);
+    }
+    if (nearest && state == FnOcclusion_Both) {
+      return position >= 0.5f ? Sample(second, at_second) : Sample(first, at_first);
+    }
+    return Sample(first, at_first) * (1 - position) + Sample(second, at_second) * position;
+  }
+  static HvVec2 Position(int32_t x, int32_t y, const HvVec2& v, float weight) {
+    return {static_cast<float>(x) + 0.5f - v.x * weight,
+            static_cast<float>(y) + 0.5f + v.y * weight};
+  }
+  FnColorFloat Sample(const FnMap<Color>& frame, const HvVec2& at) const {
+    return parameters.flags & FnTween_Sinc ? FnSampleSinc<Color>(frame, at.x, at.y)
+                                           : frame.sampleAt(at.x, at.y);
+  }
+
+  ImageZoomerGP<HvVec2> vectors_;
+  ImageZoomerGP<int32_t> states_;
+};
+
+template <class Color>
+bool FnFilteredPyramidAlpha::build(const FnMap<Color>& picture, float full, int32_t width,
+                                   int32_t height, FnInterruptState* interrupt) {
+  bool opaque = true;
+  for (int32_t y = 0; y < picture.height() && opaque; ++y) {
+    for (int32_t x = 0; x < picture.width() && opaque; ++x) {
+      opaque = static_cast<float>(picture.row(y)[x].alpha) >= full;
+    }
+  }
+  if (opaque) return false;
+  if (!plane_.allocate(width, height)) {
+    interrupt->set(VX_ErrOutOfMemory);
+    return false;
+  }
+  plane_.setEdgeModes(FnEdge_Hold, FnEdge_Hold);
+  ratioX_ = static_cast<float>(picture.width()) / static_cast<float>(width);
+  ratioY_ = static_cast<float>(picture.height()) / static_cast<float>(height);
+  const auto edge = [](int32_t i, int32_t from, int32_t to) {
+    return static_cast<int32_t>(int64_t{i} * from / to);
+  };
+  for (int32_t y = 0; y < height; ++y) {
+    if (FnPoll(interrupt) != VX_Ok) return false;
+    const int32_t top = edge(y, picture.height(), height);
+    const int32_t bottom = edge(y + 1, picture.height(), height);
+    for (int32_t x = 0; x < width; ++x) {
+      const int32_t left = edge(x, picture.width(), width);
+      const int32_t right = edge(x + 1, picture.width(), width);
+      float sum = 0;
+      for (int32_t j = top; j < bottom; ++j) {
+        for (int32_t i = left; i < right; ++i) sum += static_cast<float>(picture.row(j)[i].alpha);
+      }
+      plane_.row(y)[x] = sum * (255 / full) / static_cast<float>((bottom - top) * (right - left));
+    }
+  }
+  return true;
+}

@@ -31,6 +31,7 @@ Verb BlurVerb();
 Verb ConvolveVerb();
 Verb KernelVerb();
 Verb FlowVerb();
+Verb TweenVerb();
 Verb MatteVerb();
 Verb ConvertVerb();
 Verb PremultiplyVerb();

@@ -13,6 +13,7 @@
 
 #include "Job.h"
 #include "Layers.h"
+#include "MotionOptions.h"
 #include "StandardStreams.h"
 #include "VX/cpp/Image.hpp"
 #include "VX/cpp/Motion.hpp"
@@ -31,29 +32,10 @@ constexpr int32_t kSmallestArrowDistance = 16;  // in pixels
 struct FlowOptions {
   JobOptions job;
   std::string first, second, data;
-  double percent = 20;
-  vx::MotionOptions motion;
+  MotionArguments arguments;
   bool arrows = false;
   std::optional<double> longest;
 };
-
-// Reads a picture and crops or extends it to its display window.
-VXIO_Picture ReadFrame(size_t input, int32_t depth, JobFrame* frame) {
-  VXIO_Picture picture = frame->Read(input, depth);
-  const VXIO_Windows windows = WindowsOf(picture);
-  if (windows.Differ()) VXIO_SetDataWindow(&picture, windows.display);
-  return picture;
-}
-
-std::string SizeText(const VX_World& world) {
-  return std::to_string(world.width) + " x " + std::to_string(world.height);
-}
-
-void CheckSizes(const JobFrame& frame, const VX_World& a, const VX_World& b) {
-  if (a.width == b.width && a.height == b.height) return;
-  throw UsageError(frame.Input(0) + " is " + SizeText(a) + ", " + frame.Input(1) + " is " +
-                   SizeText(b) + "; the pictures must have the same size");
-}
 
 struct Quality {
   double predicted, unmoved;  // PSNR
@@ -77,7 +59,7 @@ std::string Decibels(double psnr) {
 
 void Report(const FlowOptions& options, const VXIO_MotionSummary& motion, const Quality& quality,
             const VX_World& picture, JobFrame* frame) {
-  const bool backward = options.motion.backward;
+  const bool backward = options.arguments.motion.backward;
   const std::string &from = frame->Input(backward ? 1 : 0), &to = frame->Input(backward ? 0 : 1);
   nlohmann::ordered_json& record = frame->Record();
   record["width"] = picture.width;
@@ -114,9 +96,9 @@ std::string DataFile(const FlowOptions& options, int64_t number) {
 
 void FlowFrame(const FlowOptions& options, JobFrame* frame) {
   const int32_t depth = std::max(frame->Info(0).depth, frame->Info(1).depth);
-  const VXIO_Picture a = ReadFrame(0, depth, frame), b = ReadFrame(1, depth, frame);
-  CheckSizes(*frame, *a.world, *b.world);
-  vx::MotionOptions motion = options.motion;
+  const VXIO_Picture a = ReadDisplayWindow(0, depth, frame), b = ReadDisplayWindow(1, depth, frame);
+  CheckSameSize(*frame, *a.world, *b.world);
+  vx::MotionOptions motion = options.arguments.motion;
   motion.progress = frame->Progress();
   WithContext(frame->Input(0), [&] {
     const vx::MotionField field = vx::estimate_motion(*a.world, *b.world, motion);
@@ -192,9 +174,8 @@ int64_t BytesOf(const std::vector<VXIO_Info>& infos) {
 }
 
 int Run(FlowOptions options, const Verb& verb) {
-  options.motion.resolution = options.percent / 100;
+  ResolveMotion(&options.arguments, options.job);
   CheckOptions(options);
-  if (options.job.threads) VX_SetMotionThreads(std::min<int32_t>(*options.job.threads, 256));
   const auto check_data = [&](const std::string& file) {
     VXIO_CheckMotionFile(file, options.job.Clobber());
   };
@@ -217,32 +198,6 @@ int Run(FlowOptions options, const Verb& verb) {
   return RunJob(job);
 }
 
-OptionList MotionOptionList(FlowOptions* to) {
-  return {
-      Option{"--resolution", "PERCENT", Number(&to->percent, 5, 100),
-             "%r: size of the pictures in which the motion is estimated, in percent of the full "
-             "size; more finds smaller things and takes longer"}
-          .Default("20"),
-      Option{"--detail", "N", Number(&to->motion.detail, -1000, 1000),
-             "%r: smoothness of the motion of blocks; less follows the pictures, more their "
-             "neighbours"}
-          .Default("500"),
-      Option{"--smoothing", "N", Number(&to->motion.smoothing, -1000, 1000),
-             "%r: smoothness of the motion of pixels, as --detail"}
-          .Default("500"),
-      Option{"--block", "N", Integer(&to->motion.block, 4, 40),
-             "Side of a block, %r pixels of the reduced picture"}
-          .Default("6"),
-      Option{"--smooth-passes", "N", Integer(&to->motion.smooth_passes, 1, 50),
-             "Number of passes of the last smoothing, %r"}
-          .Default("5"),
-      Option{"--error-threshold", "E", Number(&to->motion.error_threshold, 0, 0.1),
-             "Blocks that differ less than this keep their motion, %r; 1 is white"}
-          .Default("0.01"),
-      {"--backward", "", Flag(&to->motion.backward), "The motion from B to A, on the pixels of B"},
-  };
-}
-
 OptionList OptionsOf(FlowOptions* to) {
   OptionList job = JobOptionList(&to->job, JobOutput::Picture);
   Find(&job, "--output")->help = "File to write, a pattern for sequences. .flo and .exr: the "
@@ -260,8 +215,10 @@ OptionList OptionsOf(FlowOptions* to) {
             .For(Decides::Contents),
         {"--data", "FILE", Text(&to->data),
          "Write the vectors to this .flo or .exr too; a pattern if OUT is one"}},
-       MotionOptionList(to),
-       {{"--arrows", "", Flag(&to->arrows),
+       MotionOptionList(&to->arguments),
+       {{"--backward", "", Flag(&to->arguments.motion.backward),
+         "The motion from B to A, on the pixels of B"},
+        {"--arrows", "", Flag(&to->arrows),
          "Draw arrows over the colours, at most 32 in a row; the longest motion of the frame, or "
          "--longest, has the longest arrow"},
         Option{"--longest", "PIXELS",

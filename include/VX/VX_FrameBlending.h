@@ -97,6 +97,19 @@ enum : int16_t {
   VX_FrameBlend_Motion = 2  // moved along the motion
 };
 
+// Writes the picture of a position between two pictures: 0 is `first`, 1 is `second`, and both are
+// copied exactly. The position is not rounded. The worlds have the same size and depth; `dst` has
+// other pixels than the sources. Straight colours are moved and mixed without regard to alpha.
+//
+//   settings   null: the defaults
+//   interrupt  null: cannot be stopped
+//
+// Returns the codes of VX_AdvancedFrameBlending::Render, and VX_ErrBadParameter, reported, for a
+// position outside of 0..1.
+VX_API VX_Err VX_RenderInstant(const VX_LayerDef* first, const VX_LayerDef* second, float position,
+                               const VX_Veltor_AlgoParams* settings,
+                               const VX_Veltor_InterruptFuncs* interrupt, VX_LayerDef* dst);
+
 struct VX_Veltor_Time {
   int32_t value = 0;
   uint32_t scale = 1;  // units per second; not 0
@@ -130,8 +143,7 @@ class VX_API VX_AdvancedFrameBlending {
   VX_Err CheckParamRange() const;
 
   // Writes the picture to `destination`. The three worlds have the same size and depth. A
-  // destination that is also a source is an error. An instant of 0 copies sourceA. Pixels with
-  // alpha below full are moved and mixed as straight colours.
+  // destination that is also a source is an error. An instant of 0 copies sourceA.
   //   VX_Ok                 done; also for a destination of unknown depth, which is not written
   //   VX_ErrMotionSettings  settings out of range, nothing is written
   //   VX_ErrBadParameter    reported: null worlds or worlds that do not fit, a time scale of 0;

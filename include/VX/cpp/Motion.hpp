@@ -65,12 +65,7 @@ inline const float* floats(const MotionField& field) {
   return reinterpret_cast<const float*>(field.data());
 }
 
-}  // namespace detail
-
-// Estimates the motion from one picture to another of the same size and depth (VX_EstimateMotion).
-// Throws Error: bad_parameter, motion_settings, out_of_memory, stopped.
-inline MotionField estimate_motion(AnyConstView first, AnyConstView second,
-                                   const MotionOptions& options = {}) {
+inline VX_Veltor_AlgoParams settings_of(const MotionOptions& options) {
   VX_Veltor_AlgoParams settings;
   settings.Resolution = static_cast<float>(options.resolution);
   settings.VectorDetail = static_cast<float>(options.detail);
@@ -81,10 +76,13 @@ inline MotionField estimate_motion(AnyConstView first, AnyConstView second,
   settings.SmoothPasses = narrow(options.smooth_passes);
   settings.ErrorThreshold = static_cast<float>(options.error_threshold);
   settings.BlockSize = narrow(options.block);
+  return settings;
+}
 
-  const VX_LayerDef& picture = *(options.backward ? second : first).descriptor();
-  MotionField field(picture.width, picture.height);
-  detail::run(options.progress, [&](VX_ProgressInfo* progress) {
+// Runs a call that has a VX_Veltor_InterruptFuncs* argument.
+template <class Call>
+void run_interruptible(const Progress& option, Call&& call) {
+  run(option, [&](VX_ProgressInfo* progress) {
     VX_Veltor_InterruptFuncs interrupt;
     void* refcon = progress;
     if (progress != nullptr) {
@@ -94,11 +92,58 @@ inline MotionField estimate_motion(AnyConstView first, AnyConstView second,
         return poll->progress_func(poll->progress_refcon, 0, 0);
       };
     }
-    return VX_EstimateMotion(first.descriptor(), second.descriptor(), &settings, &interrupt,
+    return call(&interrupt);
+  });
+}
+
+}  // namespace detail
+
+// Estimates the motion from one picture to another of the same size and depth (VX_EstimateMotion).
+// Throws Error: bad_parameter, motion_settings, out_of_memory, stopped.
+inline MotionField estimate_motion(AnyConstView first, AnyConstView second,
+                                   const MotionOptions& options = {}) {
+  const VX_Veltor_AlgoParams settings = detail::settings_of(options);
+  const VX_LayerDef& picture = *(options.backward ? second : first).descriptor();
+  MotionField field(picture.width, picture.height);
+  detail::run_interruptible(options.progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {
+    return VX_EstimateMotion(first.descriptor(), second.descriptor(), &settings, interrupt,
                              options.backward, reinterpret_cast<float*>(field.data()),
                              field.pitch());
   });
   return field;
+}
+
+enum class TweenMethod : int32_t {
+  copy = VX_FrameBlend_Copy,     // the nearer picture
+  mix = VX_FrameBlend_Mix,       // both, weighted by time
+  motion = VX_FrameBlend_Motion  // moved along the motion
+};
+
+struct TweenOptions {
+  MotionOptions motion = {};  // `backward` is not read
+  TweenMethod method = TweenMethod::motion;
+  bool sinc = false;            // sample the pictures with a windowed sinc, not bilinearly
+  double shutter_angle = 180;   // 0..360 degrees: the part of the interval that is averaged
+  int32_t shutter_samples = 1;  // 1..20; 1: no averaging
+};
+
+// Writes the picture at the position `at` between two pictures, 0..1; 0 is the first
+// (VX_RenderInstant).
+//   dst  of the size and depth of the sources, with other pixels
+// Throws Error: bad_parameter, motion_settings, out_of_memory, stopped.
+inline void tween(AnyView dst, AnyConstView first, AnyConstView second, double at,
+                  const TweenOptions& options = {}) {
+  VX_Veltor_AlgoParams settings = detail::settings_of(options.motion);
+  settings.Method = static_cast<int16_t>(options.method);
+  settings.HighQuality = options.sinc ? 1 : 0;
+  settings.ShutterAngle = static_cast<float>(options.shutter_angle);
+  settings.ShutterSamples = static_cast<int16_t>(
+      options.shutter_samples < 0 || options.shutter_samples > 20 ? 0 : options.shutter_samples);
+  detail::run_interruptible(
+      options.motion.progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {
+        return VX_RenderInstant(first.descriptor(), second.descriptor(), static_cast<float>(at),
+                                &settings, interrupt, dst.descriptor());
+      });
 }
 
 // Predicts the picture on whose pixels the field lies from the other one (VX_PredictByMotion).

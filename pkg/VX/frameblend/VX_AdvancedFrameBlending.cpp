@@ -95,8 +95,7 @@ class Blend {
         const VX_LayerDef& b, const VX_LayerDef& dst)
       : algo_(algo), interrupt_(interrupt), worldA_(a), worldB_(b), a_(a), b_(b), dst_(dst) {}
 
-  void Run(double instant) {
-    const float position = PositionOf(instant);
+  void Run(float position) {
     const float shutter = algo_.ShutterAngle * kTurn;
     const int32_t samples = algo_.ShutterSamples;
     if (samples < 2 || shutter <= 0) {
@@ -215,13 +214,13 @@ bool HasPixels(const VX_LayerDef* world) {
   return world != nullptr && world->data != nullptr && world->width > 0 && world->height > 0;
 }
 
-VX_Err CheckWorlds(const VX_World* a, const VX_World* b, const VX_World* dst) {
+VX_Err CheckWorlds(const VX_LayerDef* a, const VX_LayerDef* b, const VX_LayerDef* dst) {
   if (!HasPixels(a) || !HasPixels(b) || !HasPixels(dst)) {
     return VXp_FailVerification("frame blending of a world without pixels");
   }
-  for (const VX_World* const world : {a, b}) {
+  for (const VX_LayerDef* const world : {a, b}) {
     if (world->width != dst->width || world->height != dst->height ||
-        world->PixelSize() != dst->PixelSize()) {
+        VXp_WorldDepth(world) != VXp_WorldDepth(dst)) {
       return VXp_FailVerification("frame blending of worlds of different sizes or depths");
     }
     if (world->data == dst->data) {
@@ -229,6 +228,25 @@ VX_Err CheckWorlds(const VX_World* a, const VX_World* b, const VX_World* dst) {
     }
   }
   return VX_Ok;
+}
+
+VX_Err Render(const VX_LayerDef* a, const VX_LayerDef* b, float position,
+              const VX_Veltor_AlgoParams& algo, const VX_Veltor_InterruptFuncs& interrupt,
+              VX_LayerDef* dst) {
+  if (const VX_Err code = VX_CheckMotionSettings(&algo); code != VX_Ok) return code;
+  if (const VX_Err code = CheckWorlds(a, b, dst); code != VX_Ok) return code;
+  FnInterruptState state;
+  state.abortFunc = interrupt.AbortFunc;
+  if (interrupt.RefconPtr != nullptr) state.refcon = *interrupt.RefconPtr;
+  VXp_SelectPixel(
+      VXp_WorldDepth(dst),
+      [&](auto tag) {
+        Blend<typename decltype(tag)::Pixel>(algo, &state, *a, *b, *dst).Run(position);
+      },
+      [] {});
+  const VX_Err code = state.error.load();
+  Report(code);
+  return code;
 }
 
 }  // namespace
@@ -252,23 +270,23 @@ VX_Err VX_AdvancedFrameBlending::Render(VX_World* sourceA, VX_World* sourceB,
                                         VX_World* destination) {
   return VXp_Guarded([&]() -> VX_Err {
     if (const VX_Err code = CheckParamRange(); code != VX_Ok) return code;
-    if (const VX_Err code = CheckWorlds(sourceA, sourceB, destination); code != VX_Ok) return code;
     if (other.TimeA.scale == 0 || other.TimeB.scale == 0 || !std::isfinite(other.Instant)) {
       return VXp_FailVerification("frame blending with a time scale of 0 or an unknown instant");
     }
-    FnInterruptState state;
-    state.abortFunc = interrupt.AbortFunc;
-    if (interrupt.RefconPtr != nullptr) state.refcon = *interrupt.RefconPtr;
-    const bool known = VXp_SelectPixel(
-        static_cast<int16_t>(destination->Depth()),
-        [&](auto tag) {
-          Blend<typename decltype(tag)::Pixel>(algo, &state, *sourceA, *sourceB, *destination)
-              .Run(other.Instant);
-          return true;
-        },
-        [] { return false; });
-    const VX_Err code = known ? state.error.load() : VX_Ok;
-    Report(code);
-    return code;
+    return ::Render(sourceA, sourceB, PositionOf(other.Instant), algo, interrupt, destination);
+  });
+}
+
+VX_Err VX_RenderInstant(const VX_LayerDef* first, const VX_LayerDef* second, float position,
+                        const VX_Veltor_AlgoParams* settings,
+                        const VX_Veltor_InterruptFuncs* interrupt, VX_LayerDef* dst) {
+  return VXp_Guarded([&]() -> VX_Err {
+    if (!(position >= 0 && position <= 1)) {
+      return VXp_FailVerification("a position between pictures that is not in 0..1");
+    }
+    const VX_Veltor_AlgoParams defaults;
+    const VX_Veltor_InterruptFuncs none;
+    return ::Render(first, second, position, settings != nullptr ? *settings : defaults,
+                    interrupt != nullptr ? *interrupt : none, dst);
   });
 }

@@ -1,0 +1,59 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#include "MotionOptions.h"
+
+#include <algorithm>
+
+#include "Layers.h"
+#include "Verbs.h"
+
+namespace vxcli {
+
+OptionList MotionOptionList(MotionArguments* to) {
+  return {
+      Option{"--resolution", "PERCENT", Number(&to->percent, 5, 100),
+             "%r: size of the pictures in which the motion is estimated, in percent of the full "
+             "size; more finds smaller things and takes longer"}
+          .Default("20"),
+      Option{"--detail", "N", Number(&to->motion.detail, -1000, 1000),
+             "%r: smoothness of the motion of blocks; less follows the pictures, more their "
+             "neighbours"}
+          .Default("500"),
+      Option{"--smoothing", "N", Number(&to->motion.smoothing, -1000, 1000),
+             "%r: smoothness of the motion of pixels, as --detail"}
+          .Default("500"),
+      Option{"--block", "N", Integer(&to->motion.block, 4, 40),
+             "Side of a block, %r pixels of the reduced picture"}
+          .Default("6"),
+      Option{"--smooth-passes", "N", Integer(&to->motion.smooth_passes, 1, 50),
+             "Number of passes of the last smoothing, %r"}
+          .Default("5"),
+      Option{"--error-threshold", "E", Number(&to->motion.error_threshold, 0, 0.1),
+             "Blocks that differ less than this keep their motion, %r; 1 is white"}
+          .Default("0.01"),
+  };
+}
+
+void ResolveMotion(MotionArguments* arguments, const JobOptions& job) {
+  arguments->motion.resolution = arguments->percent / 100;
+  if (job.threads) VX_SetMotionThreads(std::min<int32_t>(*job.threads, 256));
+}
+
+VXIO_Picture ReadDisplayWindow(size_t input, int32_t depth, JobFrame* frame) {
+  VXIO_Picture picture = frame->Read(input, depth);
+  const VXIO_Windows windows = WindowsOf(picture);
+  if (windows.Differ()) VXIO_SetDataWindow(&picture, windows.display);
+  return picture;
+}
+
+std::string SizeText(const VX_World& world) {
+  return std::to_string(world.width) + " x " + std::to_string(world.height);
+}
+
+void CheckSameSize(const JobFrame& frame, const VX_World& a, const VX_World& b) {
+  if (a.width == b.width && a.height == b.height) return;
+  throw UsageError(frame.Input(0) + " is " + SizeText(a) + ", " + frame.Input(1) + " is " +
+                   SizeText(b) + "; the pictures must have the same size");
+}
+
+}  // namespace vxcli

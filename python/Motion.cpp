@@ -58,12 +58,10 @@ vx::MotionField CopyOf(const Field& field) {
   return copy;
 }
 
-py::object Estimate(const py::object& a, const py::object& b, const py::object& resolution,
-                    const py::object& detail, const py::object& smoothing, const py::object& block,
-                    const py::object& smooth_passes, const py::object& error_threshold,
-                    const py::object& backward_arg, const py::object& progress,
-                    const py::object& order_arg) {
-  const bool backward = ParseFlag("backward", backward_arg);
+VX_Veltor_AlgoParams ParseSettings(const py::object& resolution, const py::object& detail,
+                                   const py::object& smoothing, const py::object& block,
+                                   const py::object& smooth_passes,
+                                   const py::object& error_threshold) {
   VX_Veltor_AlgoParams settings;
   settings.Resolution = static_cast<float>(ParseNumber("resolution", resolution, 0.05, 1));
   settings.VectorDetail = static_cast<float>(ParseNumber("detail", detail, -1000, 1000));
@@ -72,17 +70,22 @@ py::object Estimate(const py::object& a, const py::object& b, const py::object& 
   settings.SmoothPasses = static_cast<int16_t>(ParseWhole("smooth_passes", smooth_passes, 1, 50));
   settings.ErrorThreshold =
       static_cast<float>(ParseNumber("error_threshold", error_threshold, 0, 0.1));
-  const Order order = ParseOrder(order_arg);
-  const Source first(a, order, "a"), second(b, order, "b");
-  RequireSameDepth(*first.world(), *second.world(), "a", "b");
-  const int32_t width = first.world()->width, height = first.world()->height;
-  if (second.world()->width != width || second.world()->height != height) {
-    throw py::value_error("b: is " + std::to_string(second.world()->width) + " x " +
-                          std::to_string(second.world()->height) + " pixels, a is " +
+  return settings;
+}
+
+void RequirePair(const Source& a, const Source& b) {
+  RequireSameDepth(*a.world(), *b.world(), "a", "b");
+  const int32_t width = a.world()->width, height = a.world()->height;
+  if (b.world()->width != width || b.world()->height != height) {
+    throw py::value_error("b: is " + std::to_string(b.world()->width) + " x " +
+                          std::to_string(b.world()->height) + " pixels, a is " +
                           std::to_string(width) + " x " + std::to_string(height));
   }
-  FieldArray field = NewField(width, height);
-  float* const vectors = field.mutable_data();
+}
+
+// Runs a call that has a VX_Veltor_InterruptFuncs* argument.
+template <class Call>
+void RunInterruptible(const py::object& progress, Call call) {
   Progress polled(progress);
   void* refcon = polled.info();
   VX_Veltor_InterruptFuncs interrupt;
@@ -91,11 +94,53 @@ py::object Estimate(const py::object& a, const py::object& b, const py::object& 
     auto* const poll = static_cast<VX_ProgressInfo*>(info);
     return poll->progress_func(poll->progress_refcon, 0, 0);
   };
-  Run(polled, [&] {
-    return VX_EstimateMotion(first.world(), second.world(), &settings, &interrupt, backward ? 1 : 0,
+  Run(polled, [&] { return call(&interrupt); });
+}
+
+py::object Estimate(const py::object& a, const py::object& b, const py::object& resolution,
+                    const py::object& detail, const py::object& smoothing, const py::object& block,
+                    const py::object& smooth_passes, const py::object& error_threshold,
+                    const py::object& backward_arg, const py::object& progress,
+                    const py::object& order_arg) {
+  const bool backward = ParseFlag("backward", backward_arg);
+  const VX_Veltor_AlgoParams settings =
+      ParseSettings(resolution, detail, smoothing, block, smooth_passes, error_threshold);
+  const Order order = ParseOrder(order_arg);
+  const Source first(a, order, "a"), second(b, order, "b");
+  RequirePair(first, second);
+  const int32_t width = first.world()->width, height = first.world()->height;
+  FieldArray field = NewField(width, height);
+  float* const vectors = field.mutable_data();
+  RunInterruptible(progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {
+    return VX_EstimateMotion(first.world(), second.world(), &settings, interrupt, backward ? 1 : 0,
                              vectors, ptrdiff_t{width} * 8);
   });
   return field;
+}
+
+py::object Tween(const py::object& a, const py::object& b, const py::object& at_arg,
+                 const py::object& method, const py::object& sinc, const py::object& resolution,
+                 const py::object& detail, const py::object& smoothing, const py::object& block,
+                 const py::object& smooth_passes, const py::object& error_threshold,
+                 const py::object& shutter_angle, const py::object& shutter_samples,
+                 const py::object& progress, const py::object& out, const py::object& order_arg) {
+  const auto at = static_cast<float>(ParseNumber("at", at_arg, 0, 1));
+  VX_Veltor_AlgoParams settings =
+      ParseSettings(resolution, detail, smoothing, block, smooth_passes, error_threshold);
+  settings.Method = static_cast<int16_t>(ParseChoice("method", method, {"copy", "mix", "motion"}));
+  settings.HighQuality = ParseFlag("sinc", sinc) ? 1 : 0;
+  settings.ShutterAngle = static_cast<float>(ParseNumber("shutter_angle", shutter_angle, 0, 360));
+  settings.ShutterSamples =
+      static_cast<int16_t>(ParseWhole("shutter_samples", shutter_samples, 1, 20));
+  const Source first(a, ParseOrder(order_arg), "a"), second(b, ParseOrder(order_arg), "b");
+  RequirePair(first, second);
+  const VX_World& from = *first.world();
+  Target target = Target::Sized(first, out, from.width, from.height, first.depth());
+  const WorldPtr apart = target.WithoutOverlap(first), other = target.WithoutOverlap(second);
+  RunInterruptible(progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {
+    return VX_RenderInstant(apart->get(), other->get(), at, &settings, interrupt, target.world());
+  });
+  return target.Finish();
 }
 
 py::object Predict(const py::object& src, const py::object& field_arg, const py::object& out,
@@ -152,6 +197,7 @@ void WriteFlow(const py::object& path, const py::object& field_arg, const py::ob
 
 void AddMotion(py::module_& module) {
   module.def("flow", &Estimate);
+  module.def("tween", &Tween);
   module.def("predict", &Predict);
   module.def("draw_flow", &DrawFlow);
   module.def("read_flow", &ReadFlow);

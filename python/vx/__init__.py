@@ -42,7 +42,7 @@ from ._color import (convert_colors, hls_to_rgb, hue, lightness, luminance, rgb_
 from ._files import Frame, Read, encode, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._iterate import iterate, iterate_generic, iterate_rows
-from ._motion import draw_flow, flow, predict, read_flow, write_flow
+from ._motion import draw_flow, flow, predict, read_flow, tween, write_flow
 from ._pixels import (blit, clear_alpha_outside, clear_outside, convert, copy, copy_bitmap, fill,
                       fill_alpha, from_uint16, guess_alpha, hypot, invert_alpha, look_up, mix,
                       premultiply, rand, reset_dither, resize, to_uint16, unpremultiply)
@@ -63,5 +63,5 @@ __all__ = [
     "luminance", "matrices_between", "mix", "modes", "predict", "premultiply", "rand", "read",
     "read_all", "read_flow", "reset_dither", "resize", "rgb_to_hls", "rgb_to_yiq", "sample",
     "sample_all_in", "samplers", "saturation", "to_uint16", "transfer", "transfer_flags",
-    "transform", "uno", "unpremultiply", "write", "write_flow", "yiq_to_rgb",
+    "transform", "tween", "uno", "unpremultiply", "write", "write_flow", "yiq_to_rgb",
 ]

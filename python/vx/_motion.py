@@ -41,6 +41,30 @@ def flow(a: Picture, b: Picture, *, resolution: float = 0.2, detail: float = 500
                     backward, progress, order)
 
 
+def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion", sinc: bool = False,
+          resolution: float = 0.2, detail: float = 500, smoothing: float = 500, block: int = 6,
+          smooth_passes: int = 5, error_threshold: float = 0.01, shutter_angle: float = 180,
+          shutter_samples: int = 1, progress: Progress | None = None, out: OutT | None = None,
+          order: Order = "rgba") -> PictureT | OutT:
+    """Returns the picture of an instant between two pictures. docs/tween.md explains the settings.
+
+    a, b: pictures of the same size and depth.
+    at: the instant, 0..1; 0 is a, 1 is b, both are copied exactly.
+    method: "motion" moves pixels along the motion, "mix" mixes both pictures by time, "copy" takes
+    the nearer one.
+    sinc: sample the pictures with a windowed sinc, not bilinearly.
+    resolution to error_threshold: as in flow().
+    shutter_angle: 0..360 degrees, the part of the interval that shutter_samples cover.
+    shutter_samples: number of instants around `at` that are averaged, 1..20.
+    progress: is called with (0, 0), only to stop the call.
+
+    Uses all processors; calls on several threads take turns. The result is the same for any number
+    of processors. Raises TypeError, ValueError, vx.Error, MemoryError.
+    """
+    return _vx.tween(a, b, at, method, sinc, resolution, detail, smoothing, block, smooth_passes,
+                     error_threshold, shutter_angle, shutter_samples, progress, out, order)
+
+
 def predict(src: PictureT, field: numpy.ndarray, *, out: OutT | None = None,
             order: Order = "rgba") -> PictureT | OutT:
     """Moves a picture: pixel (x, y) of the result is src at (x + u, y + v), bilinear.

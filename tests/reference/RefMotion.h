@@ -177,8 +177,8 @@ struct Monitor {
 };
 
 // Calls use(x, y) for the neighbours inside the map, which are `spacing` away on each axis.
-template <class Use>
-void ForNeighbours(const Map<Vec>& map, int x, int y, int spacing, Use use) {
+template <class T, class Use>
+void ForNeighbours(const Map<T>& map, int x, int y, int spacing, Use use) {
   for (int dy : {spacing, 0, -spacing}) {
     for (int dx : {-spacing, 0, spacing}) {
       if ((dx != 0 || dy != 0) && map.Inside(x + dx, y + dy)) use(x + dx, y + dy);
@@ -190,16 +190,17 @@ inline void AddOnce(std::vector<Vec>* list, Vec v) {
   if (std::find(list->begin(), list->end(), v) == list->end()) list->push_back(v);
 }
 
+inline uint32_t Random(uint32_t* state) {
+  const uint32_t a = *state * 0x41C64E6Du + 0x3039u, b = a * 0x41C64E6Du + 0x3039u;
+  *state = b;
+  return ((b >> 16) & 0xFF) ^ (((a >> 16) & 0xFF) << 7);
+}
+
 inline void Shuffle(std::vector<Vec>* list, uint32_t state) {
   const size_t n = list->size();
   if (n < 2) return;
-  const auto random = [&state] {
-    const uint32_t a = state * 0x41C64E6Du + 0x3039u, b = a * 0x41C64E6Du + 0x3039u;
-    state = b;
-    return ((b >> 16) & 0xFF) ^ (((a >> 16) & 0xFF) << 7);
-  };
   for (size_t i = 0; i < (n - 1) / 2 + 1; ++i) {
-    const size_t a = random() % n, b = random() % n;
+    const size_t a = Random(&state) % n, b = Random(&state) % n;
     std::swap((*list)[a], (*list)[b]);
   }
 }

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -16,53 +15,13 @@
 #include "VX/VX_FrameBlending.h"
 #include "reference/RefMotion.h"
 #include "unit/PixelTestKit.h"
+#include "unit/frameblend/MotionScenes.h"
 
 namespace {
 
 using Params = VX_Veltor_AlgoParams;
-using Picture = std::function<double(double x, double y)>;  // 0..1, at the centres of pixels
 using Vectors = std::vector<float>;
 constexpr int kPadding = 3;  // floats after each row of vectors
-
-// Sines in random directions. The wavelengths are `period` pixels and more; the long ones allow
-// large motions.
-Picture Texture(uint32_t seed, double period) {
-  std::mt19937 random(seed);
-  const auto unit = [&random] { return static_cast<double>(random()) * 0x1p-32; };
-  std::vector<std::array<double, 3>> waves;
-  for (int i = 0; i < 16; ++i) {
-    const double angle = unit() * 6.283, frequency = 6.283 / (period * std::pow(1.2, i));
-    waves.push_back({std::cos(angle) * frequency, std::sin(angle) * frequency, unit() * 6.283});
-  }
-  return [waves](double x, double y) {
-    double sum = 0;
-    for (const auto& [fx, fy, phase] : waves) sum += std::sin(fx * x + fy * y + phase);
-    return std::clamp(0.5 + sum / 16, 0.0, 1.0);
-  };
-}
-
-Picture Moved(Picture picture, double dx, double dy) {
-  return [=](double x, double y) { return picture(x - dx, y - dy); };
-}
-
-// Turned about (cx, cy), and enlarged.
-Picture Turned(Picture picture, double cx, double cy, double angle, double zoom) {
-  const double c = std::cos(angle) / zoom, s = std::sin(angle) / zoom;
-  return [=](double x, double y) {
-    return picture(cx + c * (x - cx) + s * (y - cy), cy - s * (x - cx) + c * (y - cy));
-  };
-}
-
-template <class Pixel>
-void Paint(GuardedWorld<Pixel>* world, const Picture& picture) {
-  using Channel = VX_ChannelOf<Pixel>;
-  for (int i = 0; i < world->world.width * world->world.height; ++i) {
-    const int x = i % world->world.width, y = i / world->world.width;
-    const double value = picture(x, y) * static_cast<double>(kFull<Pixel>);
-    const auto part = [=](double f) { return static_cast<Channel>(value * f); };
-    world->Set(x, y, {world->Get(x, y).alpha, part(1), part(0.75), part(0.9)});
-  }
-}
 
 // The motion between two worlds. The padding of the rows must not change.
 Vectors Estimate(const VX_LayerDef& a, const VX_LayerDef& b, const Params& p, bool backward) {

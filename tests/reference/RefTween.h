@@ -1,0 +1,450 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The slow twin of VX_AdvancedFrameBlending::Render: the picture of an instant between two
+// pictures, one pixel and one candidate at a time. RefMotion.h describes vectors and arithmetic.
+//
+// At the instant t, field a has for each pixel the motion to the second picture, which is sampled
+// at (1 - t) of it, and field b the motion to the first one, which is sampled at t of it.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <numbers>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "RefMotion.h"
+
+namespace vxref::tween {
+
+using motion::kUnknown;
+using motion::Map;
+using motion::MapOf;
+using motion::Vec;
+
+// --- candidates and occlusion --------------------------------------------------------------------
+
+using List = std::vector<Vec>;
+constexpr size_t kLongestList = 200;
+
+inline void Add(List* list, Vec v) {
+  if (list->size() < kLongestList) motion::AddOnce(list, v);
+}
+
+// Returns the cell to which a displacement leads from the centre of (x, y), null outside.
+template <class T>
+T* Landing(Map<T>* map, int x, int y, Vec d) {
+  const float u = std::floor(static_cast<float>(x) + 0.5f - d.x);
+  const float v = std::floor(static_cast<float>(y) + 0.5f + d.y);
+  const bool inside =
+      u >= 0 && v >= 0 && u < static_cast<float>(map->width) && v < static_cast<float>(map->height);
+  return inside ? &map->At(static_cast<int>(u), static_cast<int>(v)) : nullptr;
+}
+
+inline Map<List> Candidates(const Map<Vec>& field, float part) {
+  Map<List> lists(field.width, field.height);
+  for (int y = 0; y < field.height; ++y) {
+    for (int x = 0; x < field.width; ++x) {
+      const Vec v = field.At(x, y);
+      List* const list = v.Known() ? Landing(&lists, x, y, v * part) : nullptr;
+      if (list != nullptr) Add(list, v);
+    }
+  }
+  return lists;
+}
+
+enum State { kBoth, kFirst, kSecond, kUndecided };  // in which pictures a pixel is seen
+
+// Numbers of the states among the neighbours of a cell.
+inline std::array<int, 4> CountStates(const Map<State>& states, int x, int y) {
+  std::array<int, 4> counts = {};
+  motion::ForNeighbours(states, x, y, 1, [&](int u, int v) { ++counts[states.At(u, v)]; });
+  return counts;
+}
+
+inline Map<State> Occlusion(const Map<List>& a, const Map<List>& b) {
+  const int width = a.width, height = a.height;
+  Map<State> states = MapOf<State>(width, height, [&](int x, int y) {
+    return static_cast<State>((a.At(x, y).empty() ? 2 : 0) + (b.At(x, y).empty() ? 1 : 0));
+  });
+  for (int run = 0; run < 10; ++run) {  // the run above was the first of 11
+    states = MapOf<State>(width, height, [&](int x, int y) {
+      const auto n = CountStates(states, x, y);
+      const State s = states.At(x, y);
+      if (s != kUndecided || n[kFirst] == n[kSecond]) return s;
+      return n[kFirst] > n[kSecond] ? kFirst : kSecond;
+    });
+  }
+  return MapOf<State>(width, height, [&](int x, int y) {
+    const State s = states.At(x, y);
+    auto n = CountStates(states, x, y);
+    ++n[s];
+    if (s == kUndecided) return s;
+    if (s == kBoth) {
+      if (n[kFirst] > n[kBoth] && n[kFirst] > n[kSecond]) return kFirst;
+      return n[kSecond] > n[kBoth] && n[kSecond] > n[kFirst] ? kSecond : kBoth;
+    }
+    const State other = s == kFirst ? kSecond : kFirst;
+    return n[kBoth] > n[s] ? kBoth : n[other] > n[s] ? other : s;
+  });
+}
+
+// Empties the list of the occluded side and takes the other one from where the motion leads.
+inline void Blank(const Map<State>& states, Map<List>* a, Map<List>* b) {
+  Map<List> old_a = *a, old_b = *b;
+  for (int y = 0; y < a->height; ++y) {
+    for (int x = 0; x < a->width; ++x) {
+      const State s = states.At(x, y);
+      if (s != kFirst && s != kSecond) continue;
+      const List& mine = (s == kFirst ? old_a : old_b).At(x, y);
+      if (mine.empty()) continue;
+      (s == kFirst ? a : b)->At(x, y).clear();
+      const List* const there = Landing(s == kFirst ? &old_b : &old_a, x, y, mine[0]);
+      if (there != nullptr && !there->empty()) (s == kFirst ? b : a)->At(x, y) = {there->front()};
+    }
+  }
+}
+
+// --- the fields of the instant -------------------------------------------------------------------
+
+struct Spatial {
+  enum Pass { kAll, kFill, kOccluded };
+  static constexpr float kOutside = 16711425, kMatch = 65535, kConsistency = 10;
+
+  const Map<float>&first, &second;
+  const Map<State>& states;
+  float t;
+  Map<List> lists_a, lists_b;
+  Map<Vec> a, b;
+  motion::Monitor old_a{a}, old_b{b};  // `previous` is the field before the pass
+  bool borrow = false;
+
+  // The picture at the vector's end.
+  static float Picture(const Map<float>& map, int x, int y, Vec v) {
+    const float u = static_cast<float>(x) + 0.5f - v.x, w = static_cast<float>(y) + 0.5f + v.y;
+    if (u < 0 || w < 0 || u >= static_cast<float>(map.width) || w >= static_cast<float>(map.height))
+      return kOutside;
+    return motion::Sample(map, u, w);
+  }
+
+  static List Gather(const motion::Monitor& old, const List& projected, int x, int y) {
+    const Map<Vec>& map = old.previous;
+    List list;
+    motion::ForNeighbours(map, x, y, 1, [&](int u, int v) {
+      const bool changed = old.changed[static_cast<size_t>(v * map.width + u)];
+      if (changed && map.At(u, v).Known()) Add(&list, map.At(u, v));
+    });
+    if (map.At(x, y).Known()) Add(&list, map.At(x, y));
+    for (Vec v : projected) Add(&list, v);
+    return list;
+  }
+
+  static Vec Nearest(const List& list, Vec mean) {
+    return *std::min_element(list.begin(), list.end(), [=](Vec p, Vec q) {
+      return motion::Length1(mean - p) < motion::Length1(mean - q);
+    });
+  }
+
+  static void Borrow(List* list, Vec* mean, const List& from, Vec from_mean) {
+    if (!list->empty()) return;
+    for (Vec v : from) list->push_back(v * -1);
+    *mean = from_mean * -1;
+  }
+
+  void Choose(int x, int y, Vec* va, Vec* vb) const {
+    const State s = states.At(x, y);
+    List la = Gather(old_a, lists_a.At(x, y), x, y), lb = Gather(old_b, lists_b.At(x, y), x, y);
+    if (s == kBoth && !borrow && (la.empty() || lb.empty())) return;
+    if (la.size() == 1 && lb.size() == 1) {
+      *va = la[0], *vb = lb[0];
+      return;
+    }
+    uint32_t random = static_cast<uint32_t>(y * states.width + x);
+    for (List* list : {&la, &lb}) {
+      for (Vec& v : *list) std::swap(v, (*list)[motion::Random(&random) % list->size()]);
+    }
+    Vec mean_a = motion::NeighbourMean(old_a.previous, x, y);
+    Vec mean_b = motion::NeighbourMean(old_b.previous, x, y);
+    if (borrow) Borrow(&la, &mean_a, lb, mean_b), Borrow(&lb, &mean_b, la, mean_a);
+    if (s == kFirst || s == kSecond) {
+      const List& list = s == kFirst ? lb : la;
+      if (!list.empty()) *(s == kFirst ? vb : va) = Nearest(list, s == kFirst ? mean_b : mean_a);
+    } else if (la.empty() || lb.empty()) {
+      if (s != kBoth) *va = *vb = {0, 0};
+    } else {
+      ChoosePair(la, mean_a, lb, mean_b, x, y, va, vb);
+    }
+  }
+
+  void ChoosePair(const List& la, Vec mean_a, const List& lb, Vec mean_b, int x, int y, Vec* va,
+                  Vec* vb) const {
+    float best = 1.7014117e+38f;
+    for (Vec p : la) {
+      const float to_second = Picture(second, x, y, p * (1 - t));
+      for (Vec q : lb) {
+        const float to_first = Picture(first, x, y, q * t);
+        const bool none = to_second == kOutside && to_first == kOutside;
+        const float difference = none ? kOutside : std::fabs(to_second - to_first);
+        const float cost = difference * kMatch + motion::Length1(p + q) * kConsistency +
+                           (8 * motion::Length1(mean_a - p) + 8 * motion::Length1(mean_b - q));
+        if (cost < best) best = cost, *va = p, *vb = q;
+      }
+    }
+  }
+
+  // Returns true if a pixel that was processed has a vector for a picture that shows it.
+  bool Run(Pass pass) {
+    bool filled = false;
+    for (int y = 0; y < states.height; ++y) {
+      for (int x = 0; x < states.width; ++x) {
+        const State s = states.At(x, y);
+        Vec &va = a.At(x, y), &vb = b.At(x, y);
+        const bool empty = (s == kFirst || !va.Known()) && (s == kSecond || !vb.Known());
+        if ((pass == kFill && !empty) || (pass == kOccluded && s == kBoth)) continue;
+        Choose(x, y, &va, &vb);
+        filled = filled || (s != kFirst && va.Known()) || (s != kSecond && vb.Known());
+      }
+    }
+    lists_a = lists_b = Map<List>(states.width, states.height);
+    old_a.Look(a), old_b.Look(b);
+    return filled;
+  }
+
+  void Seed() { old_a = motion::Monitor(a), old_b = motion::Monitor(b); }
+
+  void RunAll() {
+    for (int i = 0; i < 5; ++i) Run(kAll);
+    for (bool borrowing : {false, true}) {
+      borrow = borrowing;
+      Seed();
+      int count = 1;
+      while (Run(kFill) && count < 101) ++count;
+      Seed();
+      for (int i = 0; i < count; ++i) Run(kOccluded);
+    }
+  }
+};
+
+// Replaces unknown vectors by the mean of their neighbours, ring by ring.
+inline void Spread(Map<Vec>* field) {
+  const auto known = [](Vec v) { return v.Known(); };
+  if (std::none_of(field->cells.begin(), field->cells.end(), known)) {
+    *field = Map<Vec>(field->width, field->height);
+  }
+  while (!std::all_of(field->cells.begin(), field->cells.end(), known)) {
+    const Map<Vec> old = *field;
+    *field = MapOf<Vec>(old.width, old.height, [&](int x, int y) {
+      bool any = old.At(x, y).Known();
+      if (any) return old.At(x, y);
+      motion::ForNeighbours(old, x, y, 1, [&](int u, int v) { any |= old.At(u, v).Known(); });
+      return any ? motion::NeighbourMean(old, x, y) : kUnknown;
+    });
+  }
+}
+
+struct Fields {
+  Map<Vec> a, b;
+  Map<State> states;
+};
+
+inline Fields FieldsAt(const Map<float>& first, const Map<float>& second, const Map<Vec>& forward,
+                       const Map<Vec>& backward, float t) {
+  Map<List> lists_a = Candidates(forward, t), lists_b = Candidates(backward, 1 - t);
+  const Map<State> states = Occlusion(lists_a, lists_b);
+  Blank(states, &lists_a, &lists_b);
+  const Map<Vec> none = MapOf<Vec>(states.width, states.height, [](int, int) { return kUnknown; });
+  Spatial spatial{first, second, states, t, lists_a, lists_b, none, none};
+  spatial.RunAll();
+  for (size_t i = 0; i < none.cells.size(); ++i) {
+    Vec &va = spatial.a.cells[i], &vb = spatial.b.cells[i];
+    if (!va.Known() && vb.Known()) va = vb * -1;
+    if (!vb.Known() && va.Known()) vb = va * -1;
+  }
+  Spread(&spatial.a), Spread(&spatial.b);
+  return {spatial.a, spatial.b, states};
+}
+
+// --- the picture ---------------------------------------------------------------------------------
+
+using Color = std::array<float, 4>;  // alpha, red, green, blue; 0..full scale of the depth
+
+// Filters one axis with a windowed sinc of six taps. at(i) is the value i cells after that of the
+// position.
+template <class At>
+float Sinc(float fraction, At at) {
+  if (fraction == 0) return at(0);
+  std::array<float, 6> weights;
+  float total = 0, sum = 0;
+  for (int i = 0; i < 6; ++i) {
+    const double u = std::numbers::pi * (static_cast<double>(fraction) + 2 - i);
+    total += weights[i] = static_cast<float>(3 * std::sin(u) * std::sin(u / 3) / (u * u));
+  }
+  for (int i = 0; i < 6; ++i) sum += weights[i] / total * at(i - 2);
+  return sum;
+}
+
+// Like motion::Sample, for values that are not finite too.
+inline float SampleAt(const Map<float>& map, float x, float y, bool sinc) {
+  const float left = std::floor(x - 0.5f), top = std::floor(y - 0.5f);
+  const float fx = x - 0.5f - left, fy = y - 0.5f - top;
+  if (!sinc) return motion::Bilinear(map, left, top, fx, fy);
+  return Sinc(fy,
+              [&](int j) { return Sinc(fx, [&](int i) { return map.Held(left + i, top + j); }); });
+}
+
+template <class Pixel>
+class Tween {
+ public:
+  using Channel = VX_ChannelOf<Pixel>;
+  static constexpr float kFull = sizeof(Pixel) == 4 ? 255 : sizeof(Pixel) == 8 ? 32768 : 1;
+
+  // The worlds and the parameters of the analysis.
+  Tween(const VX_LayerDef& first, const VX_LayerDef& second, const VX_Veltor_AlgoParams& p)
+      : first_(first, p),
+        second_(second, p),
+        forward_(motion::PixelVectors(second_.analysis, first_.analysis, p)),
+        backward_(motion::PixelVectors(first_.analysis, second_.analysis, p)),
+        ratio_(motion::Ratio(first.width, p.Resolution)) {}
+
+  // The parameters that the analysis does not read.
+  Map<Pixel> Render(const VX_Veltor_AlgoParams& p, double instant) const {
+    const double fraction = std::fmod(instant, 1) + (std::fmod(instant, 1) < 0 ? 1 : 0);
+    const float t = motion::Quantised(static_cast<float>(fraction), 0.005f);
+    const float shutter = p.ShutterAngle * (0.2777778f * 0.01f);
+    if (p.ShutterSamples < 2 || !(shutter > 0)) return Sample(p, t);
+    const float n = p.ShutterSamples;
+    Map<Color> sum(first_.pixels.width, first_.pixels.height);
+    for (int k = 0; k < p.ShutterSamples; ++k) {
+      const float offset = shutter * ((static_cast<float>(k) + 0.5f) / n - 0.5f);
+      const Map<Pixel> sample = Sample(p, std::clamp(t + offset, 0.0f, 1.0f));
+      for (size_t i = 0; i < sum.cells.size(); ++i) {
+        const Color c = Floats(sample.cells[i]);
+        for (size_t j = 0; j < 4; ++j) sum.cells[i][j] += c[j];
+      }
+    }
+    return MapOf<Pixel>(sum.width, sum.height, [&](int x, int y) {
+      Color c = sum.At(x, y);
+      for (float& value : c) value *= 1.0f / n;
+      return Rounded(c);
+    });
+  }
+
+ private:
+  // One source.
+  struct Source {
+    Map<Pixel> pixels;
+    std::array<Map<float>, 4> channels;
+    Map<float> analysis, alpha;  // alpha: 0..255, at the size of the analysis
+
+    Source(const VX_LayerDef& world, const VX_Veltor_AlgoParams& p)
+        : pixels(MapOf<Pixel>(world.width, world.height,
+                              [&](int x, int y) {
+                                Pixel c;
+                                std::memcpy(&c,
+                                            static_cast<const uint8_t*>(world.data) +
+                                                ptrdiff_t{y} * world.rowbytes +
+                                                ptrdiff_t{x} * ptrdiff_t{sizeof c},
+                                            sizeof c);
+                                return c;
+                              })),
+          analysis(motion::AnalysisPicture<Pixel>(world, p)) {
+      for (size_t i = 0; i < 4; ++i) {
+        channels[i] = MapOf<float>(world.width, world.height,
+                                   [&](int x, int y) { return Floats(pixels.At(x, y))[i]; });
+      }
+      const auto opaque = [](float value) { return !(value < kFull); };
+      const bool all = std::all_of(channels[0].cells.begin(), channels[0].cells.end(), opaque);
+      const int width = analysis.width, height = analysis.height;
+      alpha = MapOf<float>(width, height, [&](int i, int j) {
+        float sum = 0;
+        int count = 0;
+        for (int y = j * world.height / height; y < (j + 1) * world.height / height; ++y) {
+          for (int x = i * world.width / width; x < (i + 1) * world.width / width; ++x) {
+            sum += channels[0].At(x, y), ++count;
+          }
+        }
+        return all ? 255.0f : sum * (255.0f / kFull) / static_cast<float>(count);
+      });
+    }
+    float Alpha(float x, float y) const {
+      const auto ratio = [](int whole, int part) {
+        return static_cast<float>(whole) / static_cast<float>(part);
+      };
+      return SampleAt(alpha, x / ratio(pixels.width, alpha.width),
+                      y / ratio(pixels.height, alpha.height), false);
+    }
+    Color At(float x, float y, bool sinc) const {
+      Color c;
+      for (size_t i = 0; i < 4; ++i) {
+        c[i] = SampleAt(channels[i], x, y, sinc);
+      }
+      return c;
+    }
+  };
+
+  static Color Floats(const Pixel& p) {
+    return {static_cast<float>(p.alpha), static_cast<float>(p.red), static_cast<float>(p.green),
+            static_cast<float>(p.blue)};
+  }
+  static Pixel Rounded(const Color& c) {
+    const auto channel = [](float v) -> Channel {
+      if constexpr (std::is_same_v<Channel, float>) return v;
+      return static_cast<Channel>((v > 0 ? std::min(v, kFull) : 0) + 0.5f);
+    };
+    return {channel(c[0]), channel(c[1]), channel(c[2]), channel(c[3])};
+  }
+
+  Map<Pixel> Sample(const VX_Veltor_AlgoParams& p, float t) const {
+    const Map<Pixel>&a = first_.pixels, &b = second_.pixels;
+    if (t == 0 || t == 1) return t == 0 ? a : b;
+    if (p.Method == 0) return t < 0.5f ? a : b;
+    if (p.Method == 2) return Moved(p.HighQuality == 1, t);
+    return MapOf<Pixel>(a.width, a.height, [&](int x, int y) {
+      const Color from = Floats(a.At(x, y)), to = Floats(b.At(x, y));
+      Color c;
+      for (size_t i = 0; i < 4; ++i) c[i] = from[i] + (to[i] - from[i]) * t;
+      return Rounded(c);
+    });
+  }
+
+  Map<Pixel> Moved(bool sinc, float t) const {
+    const int width = first_.pixels.width, height = first_.pixels.height;
+    const Fields small = FieldsAt(first_.analysis, second_.analysis, forward_, backward_, t);
+    const double ratio = static_cast<double>(ratio_);
+    const motion::ZoomAxis axis = {1 / ratio, 0.5 / ratio - 0.5, ratio_};
+    const Map<Vec> a = motion::Zoom(small.a, width, height, axis, axis);
+    const Map<Vec> b = motion::Zoom(small.b, width, height, axis, axis);
+    const auto nearest = [&](int i, int size) {
+      const double p = std::clamp(axis.scale * i + axis.offset, 0.0, size - 1.0);
+      return std::floor(p) + (static_cast<float>(p - std::floor(p)) < 0.5f ? 0 : 1);
+    };
+    return MapOf<Pixel>(width, height, [&](int x, int y) {
+      const float cx = static_cast<float>(x) + 0.5f, cy = static_cast<float>(y) + 0.5f;
+      const Vec to_first = b.At(x, y) * t, to_second = a.At(x, y) * (1 - t);
+      const float x1 = cx - to_first.x, y1 = cy + to_first.y;
+      const float x2 = cx - to_second.x, y2 = cy + to_second.y;
+      State s = small.states.Held(nearest(x, small.states.width), nearest(y, small.states.height));
+      const int seen =
+          (first_.Alpha(x1, y1) <= 253 ? 2 : 0) + (second_.Alpha(x2, y2) < 253 ? 1 : 0);
+      if (seen == 1 || seen == 2) s = static_cast<State>(seen);
+      const Color one = first_.At(x1, y1, sinc), two = second_.At(x2, y2, sinc);
+      Color c;
+      for (size_t i = 0; i < 4; ++i) {
+        c[i] = s == kFirst ? one[i] : s == kSecond ? two[i] : one[i] * (1 - t) + two[i] * t;
+      }
+      return Rounded(c);
+    });
+  }
+
+  Source first_, second_;
+  Map<Vec> forward_, backward_;
+  float ratio_;
+};
+
+}  // namespace vxref::tween

@@ -103,6 +103,7 @@ TYPED_TEST(AdvancedFrameBlending, EqualsTheTwin) {
       }
       const vxref::tween::Tween<TypeParam> twin(a.world, b.world, p);
       for (double instant : {0.0, 0.1, 0.25, 0.5, 0.75, 0.9, 0.998, 1.0, 1.5, -0.25}) {
+        if (width > 100 && random.Below(3) != 0) continue;  // the twin is slow
         p.Method = one_of(int16_t{0}, int16_t{1}, int16_t{2}, int16_t{2}, int16_t{2}, int16_t{2});
         p.HighQuality = one_of(int16_t{0}, int16_t{1});
         p.ShutterSamples = one_of(int16_t{1}, int16_t{1}, int16_t{2}, int16_t{3});

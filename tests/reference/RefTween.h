@@ -28,6 +28,9 @@ Color Each(Color a, Color b, Operation f) {
 }
 inline Color operator+(Color a, Color b) { return Each(a, b, std::plus<float>()); }
 inline Color operator-(Color a, Color b) { return Each(a, b, std::minus<float>()); }
+inline bool operator==(Color a, Color b) {
+  return a.alpha == b.alpha && a.red == b.red && a.green == b.green && a.blue == b.blue;
+}
 inline Color operator*(Color a, float f) { return Each(a, {f, f, f, f}, std::multiplies<float>()); }
 
 // Filters one axis with a windowed sinc of six taps. at(i) is the value i cells after that of the
@@ -174,7 +177,8 @@ struct Tween {
                                                                  nearest(y, small.states.height));
       const Color one = SampleAt(first.colors, cx - v.x, cy + v.y, sinc);
       const Color two = SampleAt(second.colors, cx - w.x, cy + w.y, sinc);
-      return s == kFirst ? one : s == kSecond ? two : one * (1 - t) + two * t;
+      if (s == kFirst || one == two) return one;  // equal pictures come back exactly
+      return s == kSecond ? two : one * (1 - t) + two * t;
     });
   }
 };

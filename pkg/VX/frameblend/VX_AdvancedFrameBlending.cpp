@@ -270,6 +270,10 @@ VX_Err VX_AdvancedFrameBlending::Render(VX_World* sourceA, VX_World* sourceB,
                                         VX_World* destination) {
   return VXp_Guarded([&]() -> VX_Err {
     if (const VX_Err code = CheckParamRange(); code != VX_Ok) return code;
+    if (destination != nullptr) {
+      const auto depth = static_cast<int16_t>(destination->Depth());
+      if (depth != 8 && depth != 16 && depth != 32) return VX_Ok;
+    }
     if (other.TimeA.scale == 0 || other.TimeB.scale == 0 || !std::isfinite(other.Instant)) {
       return VXp_FailVerification("frame blending with a time scale of 0 or an unknown instant");
     }

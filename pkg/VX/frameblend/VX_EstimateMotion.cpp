@@ -49,27 +49,6 @@ void ZoomToFrame(const FnVectorMap& field, float ratio, FnInterruptState* interr
   zoom.process(&field, out);
 }
 
-// The bilinear sample at a position, of the pixels that have a part in it only: a NaN or infinity
-// beside an exact position does not spread.
-template <class Color>
-FnColorFloat SampleOf(const FnMap<Color>& source, float px, float py) {
-  int32_t i, j;
-  float fx, fy;
-  FnSplit(px - 0.5f, &i, &fx);
-  FnSplit(py - 0.5f, &j, &fy);
-  const auto mix = [](float part, const auto& first, const auto& second) {
-    const FnColorFloat a = first();
-    return part > 0 ? a + (second() - a) * part : a;
-  };
-  const auto row = [&](int32_t y) {
-    return mix(
-        fx, [&] { return FnToCompute<FnColorFloat>(source.at(i, y)); },
-        [&] { return FnToCompute<FnColorFloat>(source.at(i + 1, y)); });
-  };
-  return mix(
-      fy, [&] { return row(j); }, [&] { return row(j + 1); });
-}
-
 template <class Pixel>
 VX_Err Predict(const VX_WorldX<Pixel>& src, const float* vectors, ptrdiff_t rowbytes,
                VX_WorldX<Pixel>& dst) {
@@ -81,7 +60,7 @@ VX_Err Predict(const VX_WorldX<Pixel>& src, const float* vectors, ptrdiff_t rowb
       const bool known = std::isfinite(uv[2 * x]) && std::isfinite(uv[2 * x + 1]);
       const float px = static_cast<float>(x) + 0.5f + (known ? uv[2 * x] : 0);
       const float py = static_cast<float>(y) + 0.5f + (known ? uv[2 * x + 1] : 0);
-      const Color out = FnToWorld<Pixel>(SampleOf<Color>(source, px, py));
+      const Color out = FnToWorld<Pixel>(source.sampleAt(px, py));
       std::memcpy(dst.Row(y) + x, &out, sizeof out);
     }
   }

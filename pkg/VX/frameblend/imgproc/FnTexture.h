@@ -82,13 +82,15 @@ inline void FnSplit(float position, int32_t* whole, float* fraction) {
   *fraction = limited - below;
 }
 
-// Interpolates between four neighbours, along x first.
+// Interpolates between four neighbours, along x first. A neighbour without weight is not read, so
+// that NaN and infinities do not reach exact positions beside them.
 template <class Compute>
 Compute FnBilinear(const Compute& a, const Compute& b, const Compute& c, const Compute& d, float fx,
                    float fy) {
-  const Compute upper = a + (b - a) * fx;
-  const Compute lower = c + (d - c) * fx;
-  return upper + (lower - upper) * fy;
+  const auto mix = [](const Compute& from, const Compute& to, float part) {
+    return part > 0 ? Compute(from + (to - from) * part) : from;
+  };
+  return mix(mix(a, b, fx), mix(c, d, fx), fy);
 }
 
 template <class Stored, class Compute>

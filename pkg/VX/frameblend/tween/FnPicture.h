@@ -40,9 +40,12 @@ FnColorFloat FnSampleSinc(const FnMap<Color>& frame, float px, float py) {
   FnSplit(py - 0.5f, &j, &fy);
   const auto columns = FnSincWeights(fx), rows = FnSincWeights(fy);
   FnColorFloat sum = FnColorFloat::Of(0, 0, 0, 0);
+  // Pixels without weight are not read: NaN and infinities must not reach exact positions.
   for (int32_t r = 0; r < 6; ++r) {
+    if (rows[static_cast<size_t>(r)] == 0) continue;
     FnColorFloat line = FnColorFloat::Of(0, 0, 0, 0);
     for (int32_t c = 0; c < 6; ++c) {
+      if (columns[static_cast<size_t>(c)] == 0) continue;
       line = line + FnToCompute<FnColorFloat>(frame.at(i - 2 + c, j - 2 + r)) *
                         columns[static_cast<size_t>(c)];
     }
@@ -119,7 +122,8 @@ class FnMotionEstimateGradientTweenerBuildPicture final
     if (nearest && state == FnOcclusion_Both) {
       return position >= 0.5f ? Sample(second, at_second) : Sample(first, at_first);
     }
-    return Sample(first, at_first) * (1 - position) + Sample(second, at_second) * position;
+    const FnColorFloat from = Sample(first, at_first), to = Sample(second, at_second);
+    return from == to ? from : from * (1 - position) + to * position;
   }
   static HvVec2 Position(int32_t x, int32_t y, const HvVec2& v, float weight) {
     return {static_cast<float>(x) + 0.5f - v.x * weight,

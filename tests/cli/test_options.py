@@ -32,7 +32,7 @@ class Options(CommandTest):
             self.text(name, text)
         listed = json.loads(self.vx("list", "options", "--json")[0])
         verbs = {row["verb"] for row in listed if row["option"] == "--resume"}
-        self.assertEqual(len(verbs), 12)
+        self.assertEqual(len(verbs), 13)
         self.assertEqual({row["option"] for row in listed if row["verb"] in verbs and row["decides"] == "nothing"},
                          set(IGNORED))
 

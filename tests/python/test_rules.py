@@ -40,6 +40,7 @@ PICTURES = {
     "look_up": lambda p, turn, **o: vx.look_up(p, red=TABLE, alpha=TABLE, rect=AREA, **o),
     "mix": lambda p, turn, **o: vx.mix(p, turn(OTHER), 0.3, **o),
     "predict": lambda p, turn, **o: vx.predict(p, MOVES, **o),
+    "tween": lambda p, turn, **o: vx.tween(p, turn(OTHER), 0.3, **o),
     "premultiply": lambda p, turn, **o: vx.premultiply(p, color=(9, 8, 7), **o),
     "resize": lambda p, turn, **o: vx.resize(p, 9, 77, **o),
     "transfer": lambda p, turn, **o: vx.transfer(p, turn(OTHER), mode="hue", mask=turn(OTHER), **o),

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 bool Command::logs = false;
 
@@ -148,8 +149,10 @@ void Command::Paint(const Block& block) {
   }
 }
 
-const void* Command::InputBytes(const void* numbers, size_t count, size_t unit) {
-  void* const memory = Memory(Use::kInput, unit, 1, static_cast<int32_t>(count), 1, 0);
+const void* Command::InputBytes(const void* numbers, size_t count, size_t unit, size_t alignment) {
+  const auto before = std::exchange(traits, traits | kAligned);
+  void* const memory = Memory(Use::kInput, unit, alignment, static_cast<int32_t>(count), 1, 0);
+  traits = before;
   std::memcpy(memory, numbers, count * unit);
   Block& block = *blocks_.back();
   std::memcpy(&block.before[block.first - block.begin], numbers, count * unit);

@@ -116,10 +116,11 @@ class Command {
     constexpr size_t sample = is_pixel ? sizeof(VX_ChannelOf<Channel>) : unit;
     return static_cast<Pixel*>(Memory(use, unit, sample, count, 1, 0));
   }
-  // Memory that is only read, with the given numbers.
+  // Memory that is only read, with the given numbers. Unlike rows, it is aligned to their type.
   template <class Number>
   const Number* Input(const std::vector<Number>& numbers) {
-    return static_cast<const Number*>(InputBytes(numbers.data(), numbers.size(), sizeof(Number)));
+    return static_cast<const Number*>(
+        InputBytes(numbers.data(), numbers.size(), sizeof(Number), alignof(Number)));
   }
   // Samples in rows `padding` bytes apart.
   void* Memory(Use use, size_t unit, size_t sample, int32_t width, int32_t height, int32_t padding);
@@ -167,7 +168,7 @@ class Command {
   static VX_Err OnProgress(void* refcon, int32_t step, int32_t final_step);
   void Paint(const Block& block);
   void PaintRow(Style style, size_t sample, int32_t channels, int32_t count, uint8_t* to);
-  const void* InputBytes(const void* numbers, size_t count, size_t unit);
+  const void* InputBytes(const void* numbers, size_t count, size_t unit, size_t alignment);
 
   const char* operation_;
   uint64_t state_;

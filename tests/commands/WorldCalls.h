@@ -63,7 +63,7 @@ template <class Pixel>
 using FillCall = VX_Err(void*, const Pixel*, const M_Rect*, VX_LayerDef*);
 template <class Pixel>
 VX_Err Run(Command& c, FillCall<Pixel>* f) {
-  const Pixel* const color = c.Row<Pixel>(Use::kInput, 1);
+  const Pixel* const color = c.Input(std::vector{c.AnyPixel<Pixel>()});
   return With(f, std::tuple{nullptr, c.Sometimes(color), c.Rect(), c.Hostile(c.Destination())});
 }
 
@@ -77,12 +77,12 @@ template <class Pixel>
 using PremulColorCall = VX_Err(void*, int32_t, const Pixel*, VX_LayerDef*);
 template <class Pixel>
 VX_Err Run(Command& c, PremulColorCall<Pixel>* f) {
-  const Pixel* const color = c.Row<Pixel>(Use::kInput, 1);
+  const Pixel* const color = c.Input(std::vector{c.AnyPixel<Pixel>()});
   return With(f, std::tuple{nullptr, c.Below(2), c.Sometimes(color), c.Hostile(c.Destination())});
 }
 template <class Pixel>
 VX_Err Run(Command& c, VX_PremulColorFunc<Pixel> f) {
-  const Pixel* const color = c.Row<Pixel>(Use::kInput, 1);
+  const Pixel* const color = c.Input(std::vector{c.AnyPixel<Pixel>()});
   return With(
       f, std::tuple{nullptr, c.Below(2), c.Sometimes(color), c.Rect(), c.Hostile(c.Destination())});
 }

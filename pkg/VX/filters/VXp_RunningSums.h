@@ -26,7 +26,7 @@
 // converting one half of a register.
 inline VXp_DoublePair VXp_LoadWide(const void* from) {
 #ifdef __SSE2__
-  const __m128 pair = _mm_castpd_ps(_mm_load_sd(static_cast<const double*>(from)));
+  const __m128 pair = _mm_castsi128_ps(_mm_loadl_epi64(static_cast<const __m128i*>(from)));
   return reinterpret_cast<VXp_DoublePair>(_mm_cvtps_pd(pair));
 #else
   const auto* const bytes = static_cast<const char*>(from);

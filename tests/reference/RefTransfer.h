@@ -164,13 +164,18 @@ void TrackMatte(int32_t count, const Pixel* mask_row, int32_t left, int32_t avai
     available = Max(available + left, 0);
     left = 0;
   }
-  int32_t at = 0;
-  for (; left > 0 && count > 0; --left, --count) out_row[at++].alpha = outside;
+  // Rows may start at any byte. Alpha is the first channel.
+  const auto write = [&out_row](VX_ChannelOf<Pixel> alpha) {
+    std::memcpy(static_cast<void*>(out_row++), &alpha, sizeof alpha);
+  };
+  for (; left > 0 && count > 0; --left, --count) write(outside);
   for (; available > 0 && count > 0; --available, --count) {
     if (what < 1 || what > 3) continue;
-    out_row[at++].alpha = MaskValue(*mask_row++, what);
+    Pixel mask;
+    std::memcpy(&mask, static_cast<const void*>(mask_row++), sizeof mask);
+    write(MaskValue(mask, what));
   }
-  for (; count > 0; --count) out_row[at++].alpha = outside;
+  for (; count > 0; --count) write(outside);
 }
 
 // The opacity 0..1 of a record of the older interface.

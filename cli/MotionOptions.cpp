@@ -56,4 +56,15 @@ void CheckSameSize(const JobFrame& frame, const VX_World& a, const VX_World& b) 
                    SizeText(b) + "; the pictures must have the same size");
 }
 
+int64_t BytesOfPair(const std::vector<VXIO_Info>& inputs, int64_t motion) {
+  int64_t bytes = 0, pixels = 0;
+  int32_t depth = 0;
+  for (const VXIO_Info& info : inputs) depth = std::max(depth, info.depth);
+  for (const VXIO_Info& info : inputs) {
+    bytes += BytesOfFrame(info, depth);
+    pixels = std::max(pixels, int64_t{info.width} * info.height);
+  }
+  return bytes + pixels * (depth / 2 + motion);
+}
+
 }  // namespace vxcli

@@ -5,6 +5,7 @@
 // What the verbs on the motion between two pictures share.
 
 #include <string>
+#include <vector>
 
 #include "Job.h"
 #include "VX/cpp/Motion.hpp"
@@ -26,5 +27,9 @@ std::string SizeText(const VX_World& world);
 
 // Throws UsageError if the pictures of inputs 0 and 1 have different sizes.
 void CheckSameSize(const JobFrame& frame, const VX_World& a, const VX_World& b);
+
+// Memory of a frame: its inputs and one result, all at the larger depth, and `motion` bytes for
+// each pixel.
+int64_t BytesOfPair(const std::vector<VXIO_Info>& inputs, int64_t motion);
 
 }  // namespace vxcli

@@ -12,7 +12,6 @@
 #include <nlohmann/json.hpp>
 
 #include "Job.h"
-#include "Layers.h"
 #include "MotionOptions.h"
 #include "StandardStreams.h"
 #include "VX/cpp/Image.hpp"
@@ -160,18 +159,9 @@ void CheckOptions(const FlowOptions& options) {
   if (!options.data.empty()) CheckData(options);
 }
 
-int64_t BytesOf(const std::vector<VXIO_Info>& infos) {
-  int64_t bytes = 0, pixels = 0;
-  int32_t depth = 0;
-  for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
-  for (const VXIO_Info& info : infos) {
-    bytes += BytesOfFrame(info, depth);
-    pixels = std::max(pixels, int64_t{info.width} * info.height);
-  }
-  // The prediction; the estimate, the field and two copies while it is written.
-  constexpr int64_t kEstimate = 12, kVector = 8;
-  return bytes + pixels * (depth / 2 + kEstimate + 3 * kVector);
-}
+// Bytes for each pixel beside the pictures: the estimate, the field and two copies while it is
+// written.
+constexpr int64_t kMotionBytes = 12 + 3 * 8;
 
 int Run(FlowOptions options, const Verb& verb) {
   ResolveMotion(&options.arguments, options.job);
@@ -193,7 +183,7 @@ int Run(FlowOptions options, const Verb& verb) {
     if (!options.data.empty()) check_data(DataFile(options, frame));
     return std::string();
   };
-  job.bytes = BytesOf;
+  job.bytes = [](const auto& inputs) { return BytesOfPair(inputs, kMotionBytes); };
   job.work = [&](JobFrame& frame) { FlowFrame(options, &frame); };
   return RunJob(job);
 }

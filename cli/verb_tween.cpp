@@ -6,7 +6,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "Layers.h"
 #include "MotionOptions.h"
 #include "VX/cpp/Image.hpp"
 #include "Verbs.h"
@@ -43,17 +42,7 @@ void TweenFrame(const TweenArguments& arguments, JobFrame* frame) {
   frame->Write(out, a.has_alpha || !b.has_alpha ? a : b);
 }
 
-int64_t BytesOf(const std::vector<VXIO_Info>& infos) {
-  int64_t bytes = 0, pixels = 0;
-  int32_t depth = 0;
-  for (const VXIO_Info& info : infos) depth = std::max(depth, info.depth);
-  for (const VXIO_Info& info : infos) {
-    bytes += BytesOfFrame(info, depth);
-    pixels = std::max(pixels, int64_t{info.width} * info.height);
-  }
-  constexpr int64_t kMotion = 40;
-  return bytes + pixels * (depth / 2 + kMotion);
-}
+constexpr int64_t kMotionBytes = 40;  // for each pixel, beside the pictures
 
 int Run(TweenArguments arguments, const Verb& verb) {
   ResolveMotion(&arguments.motion, arguments.job);
@@ -64,7 +53,7 @@ int Run(TweenArguments arguments, const Verb& verb) {
   job.verb = &verb;
   job.options = &arguments.job;
   job.inputs = {arguments.first, arguments.second};
-  job.bytes = BytesOf;
+  job.bytes = [](const auto& inputs) { return BytesOfPair(inputs, kMotionBytes); };
   job.work = [&](JobFrame& frame) { TweenFrame(arguments, &frame); };
   return RunJob(job);
 }

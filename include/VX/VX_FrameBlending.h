@@ -110,6 +110,37 @@ VX_API VX_Err VX_RenderInstant(const VX_LayerDef* first, const VX_LayerDef* seco
                                const VX_Veltor_AlgoParams* settings,
                                const VX_Veltor_InterruptFuncs* interrupt, VX_LayerDef* dst);
 
+// A pair of pictures whose motion is estimated once, for any number of instants between them.
+//
+// Threads: an object is used by one thread at a time.
+// Memory: about 9 bytes for each pixel of a picture at the default resolution, 40 at resolution 1;
+// during a call as much again.
+struct VX_Tween;
+
+// Makes the object. The pixels of both worlds are used until VX_DisposeTween. Nothing is estimated
+// yet.
+//
+//   settings  null: the defaults
+//   tween     the result; null after an error
+//
+// Returns VX_ErrMotionSettings; VX_ErrBadParameter, reported, for null worlds, worlds without
+// pixels, of different sizes or of different depths; VX_ErrOutOfMemory.
+VX_API VX_Err VX_NewTween(const VX_LayerDef* first, const VX_LayerDef* second,
+                          const VX_Veltor_AlgoParams* settings, VX_Tween** tween);
+
+// As VX_RenderInstant. The first call that needs the motion estimates it.
+VX_API VX_Err VX_TweenInstant(VX_Tween* tween, float position,
+                              const VX_Veltor_InterruptFuncs* interrupt, VX_LayerDef* dst);
+
+// The share of the picture, 0..1, that no motion explains: that differs from the other picture at
+// the end of its vector. It is computed in both directions, and the smaller one is returned: near 1
+// for a cut, small where an object enters or leaves. Estimates the motion if it was not yet.
+VX_API VX_Err VX_TweenUnexplained(VX_Tween* tween, const VX_Veltor_InterruptFuncs* interrupt,
+                                  float* share);
+
+// Null is ignored.
+VX_API void VX_DisposeTween(VX_Tween* tween);
+
 struct VX_Veltor_Time {
   int32_t value = 0;
   uint32_t scale = 1;  // units per second; not 0

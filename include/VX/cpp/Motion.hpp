@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "VX/VX_FrameBlending.h"
@@ -127,23 +128,68 @@ struct TweenOptions {
   int32_t shutter_samples = 1;  // 1..20; 1: no averaging
 };
 
-// Writes the picture at the position `at` between two pictures, 0..1; 0 is the first
-// (VX_RenderInstant).
-//   dst  of the size and depth of the sources, with other pixels
-// Throws Error: bad_parameter, motion_settings, out_of_memory, stopped.
-inline void tween(AnyView dst, AnyConstView first, AnyConstView second, double at,
-                  const TweenOptions& options = {}) {
-  VX_Veltor_AlgoParams settings = detail::settings_of(options.motion);
+namespace detail {
+
+inline VX_Veltor_AlgoParams settings_of(const TweenOptions& options) {
+  VX_Veltor_AlgoParams settings = settings_of(options.motion);
   settings.Method = static_cast<int16_t>(options.method);
   settings.HighQuality = options.sinc ? 1 : 0;
   settings.ShutterAngle = static_cast<float>(options.shutter_angle);
   settings.ShutterSamples = static_cast<int16_t>(
       options.shutter_samples < 0 || options.shutter_samples > 20 ? 0 : options.shutter_samples);
-  detail::run_interruptible(
-      options.motion.progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {
-        return VX_RenderInstant(first.descriptor(), second.descriptor(), static_cast<float>(at),
-                                &settings, interrupt, dst.descriptor());
-      });
+  return settings;
+}
+
+}  // namespace detail
+
+// A pair of pictures whose motion is estimated once, for any number of instants between them
+// (VX_Tween). Used by one thread at a time.
+class Tweener {
+ public:
+  // The pictures have the same size and depth. Their pixels are used until the end of the object.
+  // Throws Error: bad_parameter, motion_settings, out_of_memory.
+  Tweener(AnyConstView first, AnyConstView second, const TweenOptions& options = {})
+      : progress_(options.motion.progress) {
+    const VX_Veltor_AlgoParams settings = detail::settings_of(options);
+    VX_Tween* tween = nullptr;
+    detail::run(
+        [&] { return VX_NewTween(first.descriptor(), second.descriptor(), &settings, &tween); });
+    tween_.reset(tween);
+  }
+
+  // Writes the picture at the position `at`, 0..1; 0 is the first (VX_TweenInstant).
+  //   dst  of the size and depth of the sources, with other pixels
+  // Throws Error: bad_parameter, out_of_memory, stopped.
+  void render(AnyView dst, double at) {
+    detail::run_interruptible(progress_, [&](const VX_Veltor_InterruptFuncs* interrupt) {
+      return VX_TweenInstant(tween_.get(), static_cast<float>(at), interrupt, dst.descriptor());
+    });
+  }
+
+  // The share of the picture that no motion explains, 0..1 (VX_TweenUnexplained). Throws Error:
+  // out_of_memory, stopped.
+  double unexplained() {
+    float share = 0;
+    detail::run_interruptible(progress_, [&](const VX_Veltor_InterruptFuncs* interrupt) {
+      return VX_TweenUnexplained(tween_.get(), interrupt, &share);
+    });
+    return static_cast<double>(share);
+  }
+
+ private:
+  struct Dispose {
+    void operator()(VX_Tween* tween) const { VX_DisposeTween(tween); }
+  };
+  std::unique_ptr<VX_Tween, Dispose> tween_;
+  Progress progress_;
+};
+
+// Writes the picture at the position `at` between two pictures, 0..1; 0 is the first.
+//   dst  of the size and depth of the sources, with other pixels
+// Throws Error: bad_parameter, motion_settings, out_of_memory, stopped.
+inline void tween(AnyView dst, AnyConstView first, AnyConstView second, double at,
+                  const TweenOptions& options = {}) {
+  Tweener(first, second, options).render(dst, at);
 }
 
 // Predicts the picture on whose pixels the field lies from the other one (VX_PredictByMotion).

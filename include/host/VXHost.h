@@ -56,10 +56,19 @@ VXHOST_API VXHost_Pairs VXHost_GetPairs();
 typedef void (*VXHost_PurgeProc)(int64_t size, void* context);
 VXHOST_API void VXHost_SetPurgeFunction(VXHost_PurgeProc purge, void* context);
 
-// A maximum size of caches in bytes, for programs and modules that have caches. The library and
-// this host only store it. Default 256 MiB; negative values mean 0. Thread-safe.
+// Sets the maximum number of bytes that entries of the cache (host/MC.h) use in memory, checked-out
+// ones included. Default 256 MiB: the motion of 128 pairs of pictures of 1920 x 1080 at the default
+// resolution. Negative values mean 0: every entry is purged at the end of its check-out.
+// Thread-safe.
 VXHOST_API void VXHost_SetCacheBudget(int64_t bytes);
 VXHOST_API int64_t VXHost_GetCacheBudget();
+
+// Sets where purged entries are stored, and the maximum size. Default: the folder for temporary
+// files (TMPDIR, else /tmp), 1 GiB. At most 256 entries are stored, because each one is an open
+// file. If files cannot be written there, entries are deleted instead. Thread-safe.
+//   folder  null or "": the folder for temporary files
+//   bytes   0: nothing is stored
+VXHOST_API void VXHost_SetDiskCache(const char* folder, int64_t bytes);
 
 // ---- Processor and threads ----------------------------------------------------------------------
 

@@ -23,6 +23,10 @@ size_t SizeOfBlock(const void* block);
 // Frees a block. Null is ignored.
 void FreeBlock(void* block);
 
+// Purges entries of the cache that are not checked out, until `bytes` bytes are free or none is
+// left.
+void PurgeCache(int64_t bytes);
+
 // Passes a report to the function set by VXHost_SetReportSink. If none is set, appends it to the
 // reports of the calling thread (VXHost_TakeReports). Null text is treated as empty.
 void Report(uint32_t check, int32_t line, int32_t severity, const char* text);

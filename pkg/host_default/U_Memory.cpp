@@ -28,7 +28,6 @@ constinit std::atomic<int64_t> live_frames{0};
 constinit std::atomic<int64_t> live_blocks{0};
 constinit std::atomic<int64_t> live_bytes{0};
 constinit std::atomic<int64_t> accounted{0};
-constinit std::atomic<int64_t> cache_budget{int64_t{256} << 20};
 
 struct Purge {
   VXHost_PurgeProc function;
@@ -163,6 +162,7 @@ U_Err U_PurgeLoop(int64_t size, int32_t, U_PurgeProc callback, void* context) {
   if (!callback) return 3;
   if (callback(context) == 0) return 0;
   if (purge.function) purge.function(size, purge.context);
+  host::PurgeCache(size);
   return callback(context) == 0 ? 0 : 4;
 }
 
@@ -183,7 +183,3 @@ VXHost_Memory VXHost_GetMemory() { return {live_frames, live_blocks, live_bytes,
 void VXHost_SetPurgeFunction(VXHost_PurgeProc function, void* context) {
   purge = {function, context};
 }
-
-void VXHost_SetCacheBudget(int64_t bytes) { cache_budget = std::max<int64_t>(bytes, 0); }
-
-int64_t VXHost_GetCacheBudget() { return cache_budget; }

@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO/VXIO_Clip.h"
 
+#include <stdexcept>
+
+#include "VXIO/VXIO_ClipWriter.h"
 #include "VXIO_Codecs.h"
 
 VXIO_ClipReader::VXIO_ClipReader(const std::string& path)
@@ -21,3 +24,25 @@ std::optional<VXIO_ClipFrame> VXIO_ClipReader::Next(int32_t depth, VXIO_AlphaAs 
 bool VXIO_ClipReader::Skip() { return impl_->Skip(); }
 
 std::optional<double> VXIO_ClipReader::time() const { return impl_->Time(); }
+
+VXIO_ClipWriter::VXIO_ClipWriter(const std::string& path, const VXIO_ClipOptions& options) {
+  VXIO_CheckClipOptions(path, options);
+  VXIO_CheckFile(path, options.clobber);
+  impl_ = VXIOp_LoadCodecs(VXIO_ErrorKind::Output).NewClip(path, options);
+}
+VXIO_ClipWriter::VXIO_ClipWriter(VXIO_ClipWriter&& other) noexcept = default;
+VXIO_ClipWriter& VXIO_ClipWriter::operator=(VXIO_ClipWriter&& other) noexcept = default;
+VXIO_ClipWriter::~VXIO_ClipWriter() = default;
+
+void VXIO_ClipWriter::Write(const VX_LayerDef& world) {
+  impl_->Write(world, /*time=*/0, /*duration=*/0);
+}
+
+void VXIO_ClipWriter::Write(const VX_LayerDef& world, int64_t time, int64_t duration) {
+  if (duration < 1) throw std::invalid_argument("duration: must be 1 or more");
+  impl_->Write(world, time, duration);
+}
+
+std::vector<std::string> VXIO_ClipWriter::Finish() { return impl_->Finish(); }
+
+std::string VXIO_ClipWriter::description() const { return impl_->Description(); }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "VXIO/VXIO_Clip.h"
+#include "VXIO/VXIO_ClipWriter.h"
 #include "VXIO/VXIO_Memory.h"
 #include "VXIO/VXIO_Motion.h"
 #include "VXIO/VXIO_Picture.h"
@@ -38,6 +39,8 @@ struct VXIOp_Codecs {
   // clip of a supported format.
   std::string (*ClipFormatOf)(const std::string& path);
   std::unique_ptr<VXIO_ClipReader::Impl> (*OpenClip)(const std::string& path);
+  std::unique_ptr<VXIO_ClipWriter::Impl> (*NewClip)(const std::string& path,
+                                                    const VXIO_ClipOptions& options);
 };
 
 // The symbol of the table in libVXIO_codecs.
@@ -55,4 +58,13 @@ struct VXIO_ClipReader::Impl {
   virtual std::optional<VXIO_ClipFrame> Next(int32_t depth, VXIO_AlphaAs alpha) = 0;
   virtual bool Skip() = 0;
   virtual std::optional<double> Time() const = 0;
+};
+
+// A writer of a clip; the functions are those of VXIO_ClipWriter.
+struct VXIO_ClipWriter::Impl {
+  virtual ~Impl() = default;
+  // `duration` is 0 for the next frame of a constant frame rate.
+  virtual void Write(const VX_LayerDef& world, int64_t time, int64_t duration) = 0;
+  virtual std::vector<std::string> Finish() = 0;
+  virtual std::string Description() const = 0;
 };

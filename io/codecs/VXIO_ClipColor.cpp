@@ -3,6 +3,7 @@
 #include "VXIO_ClipColor.h"
 
 extern "C" {
+#include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
 }
 
@@ -18,28 +19,19 @@ namespace {
 using Kind = VXIOp_ClipPixels::Kind;
 using Samples = std::vector<uint16_t>;
 
-// Untagged frames above this height are treated as high definition (BT.709).
-constexpr int32_t kTallestStandardDefinition = 576;
-
 // --- interpretation of samples -------------------------------------------------------------------
 
-// Weights of red and blue in luma; 0 for a matrix without weights.
-struct Weights {
-  AVColorSpace matrix;
-  const char* name;
-  double red, blue;
-};
-constexpr Weights kWeights[] = {{AVCOL_SPC_BT709, "bt709", 0.2126, 0.0722},
-                                {AVCOL_SPC_BT470BG, "bt601", 0.299, 0.114},
-                                {AVCOL_SPC_SMPTE170M, "bt601", 0.299, 0.114},
-                                {AVCOL_SPC_BT2020_NCL, "bt2020", 0.2627, 0.0593},
-                                {AVCOL_SPC_FCC, "fcc", 0.30, 0.11},
-                                {AVCOL_SPC_SMPTE240M, "smpte240m", 0.212, 0.087},
-                                {AVCOL_SPC_YCGCO, "ycgco", 0, 0}};
+constexpr VXIOp_MatrixWeights kWeights[] = {{AVCOL_SPC_BT709, "bt709", 0.2126, 0.0722},
+                                            {AVCOL_SPC_SMPTE170M, "bt601", 0.299, 0.114},
+                                            {AVCOL_SPC_BT470BG, "bt601", 0.299, 0.114},
+                                            {AVCOL_SPC_BT2020_NCL, "bt2020", 0.2627, 0.0593},
+                                            {AVCOL_SPC_FCC, "fcc", 0.30, 0.11},
+                                            {AVCOL_SPC_SMPTE240M, "smpte240m", 0.212, 0.087},
+                                            {AVCOL_SPC_YCGCO, "ycgco", 0, 0}};
 
-const Weights* Find(AVColorSpace matrix) {
-  const auto* found = std::find_if(std::begin(kWeights), std::end(kWeights),
-                                   [&](const Weights& w) { return w.matrix == matrix; });
+template <class Matches>
+const VXIOp_MatrixWeights* FindMatrix(Matches matches) {
+  const auto* found = std::find_if(std::begin(kWeights), std::end(kWeights), matches);
   return found == std::end(kWeights) ? nullptr : found;
 }
 
@@ -73,7 +65,7 @@ YuvRule RuleOf(const VXIOp_ClipPixels& pixels) {
     rule.luma_span = 219 << 8;
     rule.chroma_span = 224 << 8;
   }
-  const Weights* found = Find(pixels.matrix);
+  const VXIOp_MatrixWeights* found = VXIOp_FindMatrix(pixels.matrix);
   if (!found) return rule;  // grey
   if (found->matrix == AVCOL_SPC_YCGCO) {
     rule.red[0] = rule.blue[0] = rule.blue[1] = -1;
@@ -283,11 +275,24 @@ void CheckLav(int error) {
     throw vx::Error(vx::ErrorCode::out_of_memory);  // all other errors were excluded before
 }
 
+int RoundedUp(int size, int log2_unit) {
+  const int unit = 1 << log2_unit;
+  return (size + unit - 1) / unit * unit;
+}
+
 }  // namespace
+
+const VXIOp_MatrixWeights* VXIOp_FindMatrix(AVColorSpace matrix) {
+  return FindMatrix([&](const VXIOp_MatrixWeights& weights) { return weights.matrix == matrix; });
+}
+
+const VXIOp_MatrixWeights* VXIOp_FindMatrix(std::string_view name) {
+  return FindMatrix([&](const VXIOp_MatrixWeights& weights) { return weights.name == name; });
+}
 
 std::string VXIOp_ClipPixels::MatrixName() const {
   if (kind != Kind::Yuv) return kind == Kind::Grey ? "grey" : "rgb";
-  return Find(matrix)->name;
+  return VXIOp_FindMatrix(matrix)->name;
 }
 
 VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, AVColorSpace matrix,
@@ -321,13 +326,26 @@ VXIOp_ClipPixels VXIOp_PixelsOf(const std::string& path, AVPixelFormat format, A
   }
   pixels.full_range = range == AVCOL_RANGE_JPEG || IsFullRangeKind(format);
   pixels.matrix_tagged = IsTag(matrix);
-  const bool tall = height > kTallestStandardDefinition;
+  const bool tall = height > kVXIOp_TallestStandardDefinition;
   pixels.matrix = pixels.matrix_tagged ? matrix : tall ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
-  if (!Find(pixels.matrix)) {
+  if (!VXIOp_FindMatrix(pixels.matrix)) {
     VXIOp_ThrowInput(path, std::string("colours by the matrix ") + av_color_space_name(matrix) +
                                " are not read; convert it to BT.709 first");
   }
   return pixels;
+}
+
+VXIOp_ClipColor::FramePtr VXIOp_ClipColor::NewFrame(int format, int width, int height) {
+  FramePtr frame(av_frame_alloc());
+  if (!frame) throw vx::Error(vx::ErrorCode::out_of_memory);
+  frame->format = format;
+  frame->width = width;
+  frame->height = height;
+  CheckLav(av_frame_get_buffer(frame.get(), /*align=*/0));
+  for (const AVBufferRef* buffer : frame->buf) {
+    if (buffer) std::memset(buffer->data, 0, buffer->size);
+  }
+  return frame;
 }
 
 const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
@@ -335,19 +353,25 @@ const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
   if (!scaler_ || !(made_for_ == wanted)) {
     made_for_ = {};  // stays empty if a call below throws
     scaler_.reset(sws_alloc_context());
-    full_.reset(av_frame_alloc());
-    if (!scaler_ || !full_) throw vx::Error(vx::ErrorCode::out_of_memory);
-    full_->format = AV_PIX_FMT_YUV444P16;
-    full_->width = frame.width;
-    full_->height = frame.height;
-    CheckLav(av_frame_get_buffer(full_.get(), /*align=*/0));
+    if (!scaler_) throw vx::Error(vx::ErrorCode::out_of_memory);
+    // libswscale derives the distance of chroma samples from the sizes of the planes, so the size
+    // must be a multiple of that of a chroma sample.
+    const AVPixFmtDescriptor& descriptor =
+        *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+    const int width = RoundedUp(frame.width, descriptor.log2_chroma_w);
+    const int height = RoundedUp(frame.height, descriptor.log2_chroma_h);
+    full_ = NewFrame(AV_PIX_FMT_YUV444P16, width, height);
+    padded_.reset();
+    if (width != frame.width || height != frame.height) {
+      padded_ = NewFrame(frame.format, width, height);
+    }
     const Siting siting = SitingOf(frame.chroma_location);
     const std::pair<const char*, int> options[] = {
-        {"srcw", frame.width},
-        {"srch", frame.height},
+        {"srcw", width},
+        {"srch", height},
         {"src_format", frame.format},
-        {"dstw", frame.width},
-        {"dsth", frame.height},
+        {"dstw", width},
+        {"dsth", height},
         {"dst_format", full_->format},
         {"src_h_chr_pos", siting.across},
         {"src_v_chr_pos", siting.down},
@@ -363,9 +387,17 @@ const AVFrame& VXIOp_ClipColor::FullChroma(const AVFrame& frame) {
     static_cast<void>(sws_setColorspaceDetails(scaler_.get(), any, 0, any, 0, 0, 1 << 16, 1 << 16));
     made_for_ = wanted;
   }
-  const int rows = sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height,
+  const AVFrame* from = &frame;
+  if (padded_) {
+    // The added pixels stay 0. They change only pixels outside of the picture.
+    av_image_copy(padded_->data, padded_->linesize, const_cast<const uint8_t**>(frame.data),
+                  frame.linesize, static_cast<AVPixelFormat>(frame.format), frame.width,
+                  frame.height);
+    from = padded_.get();
+  }
+  const int rows = sws_scale(scaler_.get(), from->data, from->linesize, 0, full_->height,
                              full_->data, full_->linesize);
-  if (rows != frame.height) throw vx::Error(vx::ErrorCode::out_of_memory);
+  if (rows != full_->height) throw vx::Error(vx::ErrorCode::out_of_memory);
   return *full_;
 }
 

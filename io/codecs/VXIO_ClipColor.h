@@ -12,9 +12,24 @@ extern "C" {
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "VX/VX.hpp"
 #include "VXIO/VXIO_Picture.h"
+
+// Untagged frames above this height are treated as high definition (BT.709).
+inline constexpr int32_t kVXIOp_TallestStandardDefinition = 576;
+
+// Weights of red and blue in luma; 0 for YCgCo, which has no weights.
+struct VXIOp_MatrixWeights {
+  AVColorSpace matrix;
+  const char* name;
+  double red, blue;
+};
+
+// Returns the weights of a matrix, or of the first matrix with a name; null if it is not supported.
+const VXIOp_MatrixWeights* VXIOp_FindMatrix(AVColorSpace matrix);
+const VXIOp_MatrixWeights* VXIOp_FindMatrix(std::string_view name);
 
 // How the samples of a frame are interpreted.
 struct VXIOp_ClipPixels {
@@ -48,12 +63,15 @@ class VXIOp_ClipColor {
     void operator()(SwsContext* context) const { sws_freeContext(context); }
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
   };
+  using FramePtr = std::unique_ptr<AVFrame, Free>;
   // The frame properties that the scaler was set up for.
   struct Geometry {
     int format, width, height, siting;
     bool operator==(const Geometry&) const = default;
   };
 
+  // Returns a frame whose samples are 0.
+  static FramePtr NewFrame(int format, int width, int height);
   // Converts a frame to planes of 16 bits with full-resolution chroma. Samples are shifted to the
   // upper bits.
   const AVFrame& FullChroma(const AVFrame& frame);
@@ -62,6 +80,7 @@ class VXIOp_ClipColor {
                bool with_alpha, vx::View<Pixel> view);
 
   std::unique_ptr<SwsContext, Free> scaler_;
-  std::unique_ptr<AVFrame, Free> full_;
+  FramePtr full_;
+  FramePtr padded_;  // if the size of the frames is not a multiple of that of a chroma sample
   Geometry made_for_{};
 };

@@ -91,44 +91,45 @@ bool VXIOp_ClearUnknownTags(AVColorSpace* matrix, AVColorRange* range, AVColorPr
 
 // --- opening -------------------------------------------------------------------------------------
 
+VXIOp_LavPtr<AVFormatContext> VXIOp_OpenContainer(const std::string& path, VXIOp_LavLog* log) {
+  VXIOp_CheckFile(path, "a clip");
+  const AVInputFormat* format = Probe(path);
+  if (!format) {
+    const VXIOp_Format* picture = VXIOp_FormatOfContent(VXIOp_Head(path, 16), path);
+    if (picture) {
+      VXIOp_ThrowInput(
+          path, std::string("is a picture (") + picture->name + "), not a clip; read it as one");
+    }
+    VXIOp_ThrowInput(path, "is neither a clip of a known format (" + ContainerNames() +
+                               ") nor a picture (" + VXIOp_FormatNames() + ")");
+  }
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "protocol_whitelist", "file", 0);
+  AVFormatContext* file = nullptr;
+  int error = avformat_open_input(&file, ("file:" + path).c_str(), format, &options);
+  av_dict_free(&options);
+  VXIOp_LavPtr<AVFormatContext> owner(file);
+  if (error >= 0) error = avformat_find_stream_info(file, nullptr);
+  if (error == AVERROR(ENOMEM)) {  // sizes in a header are unchecked
+    VXIOp_ThrowInput(path, "asks for more memory than there is; it may be damaged");
+  }
+  if (error < 0) {
+    VXIOp_ThrowInput(
+        path, "is truncated or damaged; make or fetch the file again (" + log->Reason(error) + ")");
+  }
+  return owner;
+}
+
 VXIOp_ClipFile::VXIOp_ClipFile(const std::string& path, VXIOp_LavLog* log)
     : path_(path), log_(log) {
   const VXIOp_LavLog::Capture capture(log_);
-  Open();
+  file_ = VXIOp_OpenContainer(path_, log_);
   ChooseStream();
 }
 
 VXIOp_ClipFile::~VXIOp_ClipFile() {
   const VXIOp_LavLog::Capture capture(log_);
   file_.reset();
-}
-
-void VXIOp_ClipFile::Open() {
-  VXIOp_CheckFile(path_, "a clip");
-  const AVInputFormat* format = Probe(path_);
-  if (!format) {
-    const VXIOp_Format* picture = VXIOp_FormatOfContent(VXIOp_Head(path_, 16), path_);
-    if (picture) {
-      VXIOp_ThrowInput(
-          path_, std::string("is a picture (") + picture->name + "), not a clip; read it as one");
-    }
-    VXIOp_ThrowInput(path_, "is neither a clip of a known format (" + ContainerNames() +
-                                ") nor a picture (" + VXIOp_FormatNames() + ")");
-  }
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "file", 0);
-  AVFormatContext* file = nullptr;
-  int error = avformat_open_input(&file, ("file:" + path_).c_str(), format, &options);
-  av_dict_free(&options);
-  file_.reset(file);
-  if (error >= 0) error = avformat_find_stream_info(file, nullptr);
-  if (error == AVERROR(ENOMEM)) {  // sizes in a header are unchecked
-    VXIOp_ThrowInput(path_, "asks for more memory than there is; it may be damaged");
-  }
-  if (error < 0) {
-    VXIOp_ThrowInput(path_, "is truncated or damaged; make or fetch the file again (" +
-                                log_->Reason(error) + ")");
-  }
 }
 
 void VXIOp_ClipFile::ChooseStream() {
@@ -232,8 +233,21 @@ int VXIOp_ClipFile::Read(AVPacket* packet) {
   if (error < 0) return error;
   ++packets_;
   read_to_ = avio_tell(file_->pb);
-  last_stamp_ = std::max(last_stamp_, packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts);
+  const int64_t stamp = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  if (stamp >= last_stamp_) last_duration_ = packet->duration;
+  last_stamp_ = std::max(last_stamp_, stamp);
+  if (first_stamp_ == AV_NOPTS_VALUE || stamp < first_stamp_) first_stamp_ = stamp;
   return 0;
+}
+
+std::pair<double, double> VXIOp_ClipFile::ReadSpan() const {
+  if (last_stamp_ == AV_NOPTS_VALUE) return {0, 0};
+  const double unit = av_q2d(stream_->time_base);
+  const AVRational rate = FrameRate();
+  double duration = static_cast<double>(last_duration_) * unit;
+  if (last_duration_ == 0 && rate.num > 0) duration = av_q2d(av_inv_q(rate));
+  return {static_cast<double>(first_stamp_) * unit,
+          static_cast<double>(last_stamp_) * unit + duration};
 }
 
 // libav reports the end of a truncated file like the end of a complete one. Therefore the length

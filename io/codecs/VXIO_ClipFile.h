@@ -12,6 +12,7 @@ extern "C" {
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "VXIO_LavLog.h"
@@ -30,6 +31,10 @@ struct VXIOp_LavFree {
 };
 template <class Object>
 using VXIOp_LavPtr = std::unique_ptr<Object, VXIOp_LavFree>;
+
+// Opens a container and reads its headers. Messages are recorded in `log` if a Capture exists.
+// Throws VXIO_Error (Input).
+VXIOp_LavPtr<AVFormatContext> VXIOp_OpenContainer(const std::string& path, VXIOp_LavLog* log);
 
 class VXIOp_ClipFile {
  public:
@@ -58,9 +63,11 @@ class VXIOp_ClipFile {
   // Returns why the file is truncated; empty if it is complete. Call it after Read has returned
   // AVERROR_EOF.
   std::string TruncationReason() const;
+  // Returns the presentation time of the first frame and the end of the last frame of the packets
+  // that were read, in seconds of the stream's clock.
+  std::pair<double, double> ReadSpan() const;
 
  private:
-  void Open();
   void ChooseStream();
   bool EndsBeforeDeclaredTime() const;
 
@@ -69,7 +76,9 @@ class VXIOp_ClipFile {
   VXIOp_LavPtr<AVFormatContext> file_;
   AVStream* stream_ = nullptr;
   std::vector<std::string> warnings_;
-  int64_t packets_ = 0;                  // read so far
-  int64_t read_to_ = 0;                  // offset in the file after the last packet
-  int64_t last_stamp_ = AV_NOPTS_VALUE;  // largest presentation time of the packets
+  int64_t packets_ = 0;                   // read so far
+  int64_t read_to_ = 0;                   // offset in the file after the last packet
+  int64_t first_stamp_ = AV_NOPTS_VALUE;  // smallest presentation time of the packets
+  int64_t last_stamp_ = AV_NOPTS_VALUE;   // largest presentation time of the packets
+  int64_t last_duration_ = 0;             // of the packet with the largest presentation time
 };

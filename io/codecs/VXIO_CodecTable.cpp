@@ -20,7 +20,7 @@ const VXIOp_Codecs VXIOp_CodecTable = {
     VXIOp_Read,          VXIOp_Write,       VXIOp_Encode,          VXIOp_RenderText,
     VXIOp_WindowsOf,     VXIOp_WithWindows, VXIOp_SetDataWindow,   VXIOp_ProfileOf,
     VXIOp_SameProfile,   VXIOp_WithProfile, VXIOp_EncodeMotionExr, VXIOp_ReadMotionExr,
-    VXIOp_ClipFormatOf,  VXIOp_OpenClip};
+    VXIOp_ClipFormatOf,  VXIOp_OpenClip,    VXIOp_NewClip};
 
 std::vector<std::pair<std::string, std::string>> VXIOp_ListLibraries() {
   std::vector<std::pair<std::string, std::string>> list;

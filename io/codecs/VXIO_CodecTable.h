@@ -24,3 +24,5 @@ std::string VXIOp_EncodeMotionExr(const std::string& name, const vx::MotionField
 vx::MotionField VXIOp_ReadMotionExr(const std::string& path);
 std::string VXIOp_ClipFormatOf(const std::string& path);
 std::unique_ptr<VXIO_ClipReader::Impl> VXIOp_OpenClip(const std::string& path);
+std::unique_ptr<VXIO_ClipWriter::Impl> VXIOp_NewClip(const std::string& path,
+                                                     const VXIO_ClipOptions& options);

@@ -180,7 +180,9 @@ TEST_F(Clip, ChromaPositions) {
     };
     ClipPlan plan{Path("a.mkv"), AV_PIX_FMT_YUV420P10, "ffv1", sample, AVCOL_SPC_BT709};
     plan.siting = siting;
-    plan.width = plan.height = 48;
+    // An odd size has half a chroma sample more.
+    plan.width = siting == AVCHROMA_LOC_LEFT ? 49 : 48;
+    plan.height = siting == AVCHROMA_LOC_LEFT ? 47 : 48;
     const auto got = Make(plan).Next(32);
     const auto expected = [&, left = across, top = down](int x, int y) {
       const double u = 300 + 10 * (x - left) / 2, v = 300 + 10 * (y - top) / 2;

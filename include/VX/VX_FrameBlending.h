@@ -141,12 +141,55 @@ VX_API VX_Err VX_TweenUnexplained(VX_Tween* tween, const VX_Veltor_InterruptFunc
 // Null is ignored.
 VX_API void VX_DisposeTween(VX_Tween* tween);
 
+// --- cache of motion -----------------------------------------------------------------------------
+//
+// The motion of a pair is kept in the cache of the host, under an identity of the pair and the
+// settings of the estimate. The host limits its size; see VXHost_SetCacheBudget for the embedded
+// one. Without an identity nothing is kept. A result is the same with and without the cache, if
+// different pictures have different identities.
+
+// Makes an identity: a digest of the pixels, size and depth of two worlds, never all 0. Reads about
+// 5 GB of pixels per second. Returns VX_ErrBadParameter, reported, for null arguments or worlds
+// without pixels.
+VX_API VX_Err VX_IdentifyPictures(const VX_LayerDef* first, const VX_LayerDef* second,
+                                  uint8_t (*identity)[16]);
+
+// Lets a pair use the cache. Call it before the first instant.
+//
+//   identity  of the pair; null: that of VX_IdentifyPictures
+//   folder    an existing folder where the motion is also stored in a file, for other programs and
+//             later runs; null or "": none. The name of the file is made from the identity, the
+//             settings and the version of the estimate. Files are not deleted, about 1.3 MB for
+//             pictures of 1920 x 1080 at the default resolution. A file that is damaged, of another
+//             version or foreign is not used, and is replaced
+//
+// A folder that cannot be read or written is no error, see VX_TweenCacheWarning. Returns
+// VX_ErrBadParameter, reported, for a null pair or an identity that is all 0; VX_ErrOutOfMemory.
+VX_API VX_Err VX_TweenUseCache(VX_Tween* tween, const uint8_t (*identity)[16], const char* folder);
+
+// Returns why the latest motion file was not used or not written; "" if there was no failure. Valid
+// until the next call with this object.
+VX_API const char* VX_TweenCacheWarning(const VX_Tween* tween);
+
+struct VX_MotionCacheInfo {
+  int64_t entries, memory, disk;  // pairs in the cache of the host; their bytes
+  int64_t found;                  // since the start of the process: found in that cache,
+  int64_t read;                   // read from motion files,
+  int64_t estimated;              // estimated for pairs with an identity
+};
+VX_API VX_MotionCacheInfo VX_GetMotionCacheInfo();
+
+// Removes all motion from the cache of the host, not from folders. Renders that run keep theirs.
+VX_API void VX_ClearMotionCache();
+
 struct VX_Veltor_Time {
   int32_t value = 0;
   uint32_t scale = 1;  // units per second; not 0
 };
 
 struct VX_Veltor_OtherParams {
+  // Identifies the clip for the cache of motion, which also compares times, settings, size and
+  // depth. All 0: the motion is not kept.
   uint8_t CacheIdentity[16] = {};
   VX_Veltor_Time TimeA, TimeB;
   double Instant = 0;  // the fraction is the position between the pictures: 0 is A

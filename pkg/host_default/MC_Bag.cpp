@@ -19,22 +19,19 @@ int Compare(const MC_SortDir& a, const MC_SortDir& b) {
 
 MC_Place PlaceOf(const MC_Entry* entry) { return {entry->dir, *entry->stuff}; }
 
-bool Write(MC_Entry* entry, const std::string* folder) {
+// Returns a file with the data; null if that failed.
+MC_File Write(MC_Stuff* stuff, const std::string* folder) {
   FILE_Ref* made = nullptr;
   U_Err code = FILE_NewTemporary(folder ? folder->c_str() : nullptr, &made);
-  std::unique_ptr<FILE_Ref, MC_CloseFile> file(made);
+  MC_File file(made);
   try {
-    if (code == 0) entry->stuff->WriteToDisk(made);
+    if (code == 0) stuff->WriteToDisk(made);
   } catch (...) {
     code = FILE_CannotWrite;
   }
-  if (code != 0) {
-    host::Log(/*level=*/1, "MC", "CannotStore", folder ? folder->c_str() : "");
-    return false;
-  }
-  entry->disk = FILE_GetPosition(made);
-  entry->file = std::move(file);
-  return true;
+  if (code == 0) return file;
+  host::Log(/*level=*/1, "MC", "CannotStore", folder ? folder->c_str() : "");
+  return nullptr;
 }
 
 bool Read(MC_Entry* entry) {
@@ -203,12 +200,14 @@ void MC_Bag::Trim(Lock* lock, int64_t limit, Entries* dead) {
     const bool store = !entry->file && disk_budget_ > 0 && entry->stuff->CanGoToDisk();
     const auto folder = folder_;
     lock->unlock();
-    const bool stored = store && Write(entry, folder.get());
+    MC_File written = store ? Write(entry->stuff.get(), folder.get()) : nullptr;
     entry->stuff->purge();
     lock->lock();
     entry->busy = false;
     idle_.notify_all();
-    if (stored) {
+    if (written) {
+      entry->disk = FILE_GetPosition(written.get());
+      entry->file = std::move(written);
       disk_ += entry->disk;
       ++files_;
       entry->stuff->on_disk_ = true;

@@ -34,15 +34,18 @@ struct MC_CloseFile {
   void operator()(FILE_Ref* file) const { FILE_Close(file); }
 };
 
+using MC_File = std::unique_ptr<FILE_Ref, MC_CloseFile>;
+
+// While an entry is busy, one thread uses `stuff` without the lock; the other fields need the lock.
 struct MC_Entry {
   MC_SortDir dir = {};
   std::unique_ptr<MC_Stuff> stuff;
-  std::unique_ptr<FILE_Ref, MC_CloseFile> file;  // the data in a temporary file
-  int64_t memory = 0;                            // bytes of data in memory that the bag counts
-  int64_t disk = 0;                              // bytes of the file
-  int32_t uses = 0;                              // check-outs, `awaited` included
-  bool awaited = true;                           // before the first check-out by its owner
-  bool busy = false;                             // written, read or purged now
+  MC_File file;         // the data in a temporary file
+  int64_t memory = 0;   // bytes of data in memory that the bag counts
+  int64_t disk = 0;     // bytes of the file
+  int32_t uses = 0;     // check-outs, `awaited` included
+  bool awaited = true;  // before the first check-out by its owner
+  bool busy = false;    // written, read or purged now
   std::list<MC_Entry>::iterator self;
   MC_Index::iterator place;
   bool indexed = false;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "VX/VX_FrameBlending.h"
@@ -156,6 +157,17 @@ class Tweener {
         [&] { return VX_NewTween(first.descriptor(), second.descriptor(), &settings, &tween); });
     tween_.reset(tween);
   }
+
+  // Keeps the motion in the cache of the host, under a digest of both pictures (VX_TweenUseCache).
+  // Call it before the first picture.
+  //   folder  an existing folder where the motion is also stored in a file; "": none
+  // Throws Error: out_of_memory.
+  void use_cache(const std::string& folder = {}) {
+    detail::run([&] { return VX_TweenUseCache(tween_.get(), nullptr, folder.c_str()); });
+  }
+
+  // Why the latest file of motion was not used or not written; empty if there was no failure.
+  std::string cache_warning() const { return VX_TweenCacheWarning(tween_.get()); }
 
   // Writes the picture at the position `at`, 0..1; 0 is the first (VX_TweenInstant).
   //   dst  of the size and depth of the sources, with other pixels

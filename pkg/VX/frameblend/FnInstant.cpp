@@ -44,16 +44,19 @@ float UnexplainedShare(const FnFloatMap& from, const FnFloatMap& to, const FnVec
 }  // namespace
 
 float FnPairMotion::Unexplained() const {
-  const FnVeltorVectors& m = vectors;
-  return std::min(UnexplainedShare(m.first.luminance, m.second.luminance, m.forward),
-                  UnexplainedShare(m.second.luminance, m.first.luminance, m.backward));
+  const FnFloatMap& a = luminances->first.luminance;
+  const FnFloatMap& b = luminances->second.luminance;
+  return std::min(UnexplainedShare(a, b, vectors.get()->forward),
+                  UnexplainedShare(b, a, vectors.get()->backward));
 }
 
 void FnPairMotion::Need(const VX_LayerDef& a, const VX_LayerDef& b,
                         const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt) {
   if (made) return;
-  vectors.Prepare(a, b, settings, interrupt);
-  vectors.Estimate(settings, interrupt);
+  vectors.Need(a, b, settings, interrupt);
+  if (FnPoll(interrupt) != VX_Ok) return;
+  const int32_t width = vectors.get()->width(), height = vectors.get()->height();
+  luminances = vectors.get()->Luminances(a, b, settings, interrupt);
   if (FnPoll(interrupt) != VX_Ok) return;
   VXp_SelectPixel(
       VXp_WorldDepth(&a),
@@ -61,8 +64,7 @@ void FnPairMotion::Need(const VX_LayerDef& a, const VX_LayerDef& b,
         using Of = FnColorOfPixel<typename decltype(tag)::Pixel>;
         const auto build = [&](const VX_LayerDef& world, FnFilteredPyramidAlpha* alpha) {
           const FnMap<typename Of::Type> picture(world);
-          return alpha->build(picture, float{Of::kFull}, vectors.width(), vectors.height(),
-                              interrupt);
+          return alpha->build(picture, float{Of::kFull}, width, height, interrupt);
         };
         const bool first = build(a, &alphaFirst), second = build(b, &alphaSecond);
         hasAlpha = first || second;

@@ -6,13 +6,14 @@
 
 #include <algorithm>
 
-#include "frameblend/FnVeltorVectors.h"
+#include "frameblend/cache/FnHeldVectors.h"
 #include "frameblend/tween/FnPicture.h"
 #include "frameblend/tween/FnTween.h"
 
 // What a pair of pictures needs at every instant. It is made once.
 struct FnPairMotion {
-  FnVeltorVectors vectors;
+  FnHeldVectors vectors;
+  FnSharedPair luminances;
   FnFilteredPyramidAlpha alphaFirst, alphaSecond;
   bool hasAlpha = false;
   bool made = false;
@@ -139,7 +140,8 @@ class FnInstantRenderer {
   }
 
   void MakeByMotion(float position) {
-    const FnVeltorVectors& m = motion_->vectors;
+    const FnVeltorVectors& m = *motion_->vectors.get();
+    const FnAnalysisPair& pictures = *motion_->luminances;
     const int32_t width = m.forward.width(), height = m.forward.height();
     FnVectorMap toSecond(width, height), toFirst(width, height);
     FnIntMap occlusion(width, height);
@@ -151,8 +153,8 @@ class FnInstantRenderer {
     tweener.interrupt = interrupt_;
     tweener.parameters.position = position;
     if (algo_.HighQuality != 0) tweener.parameters.flags |= FnTween_Sinc;
-    tweener.parameters.first = &m.first.luminance;
-    tweener.parameters.second = &m.second.luminance;
+    tweener.parameters.first = &pictures.first.luminance;
+    tweener.parameters.second = &pictures.second.luminance;
     tweener.parameters.vectorsA = &toSecond;
     tweener.parameters.vectorsB = &toFirst;
     tweener.parameters.occlusion = &occlusion;
@@ -163,7 +165,7 @@ class FnInstantRenderer {
     FnMotionEstimateGradientTweenerBuildPicture<Pixel> picture;
     picture.interrupt = interrupt_;
     picture.parameters = tweener.parameters;
-    picture.ratio = m.first.ratio;
+    picture.ratio = pictures.first.ratio;
     if (motion_->hasAlpha) {
       picture.alphaFirst = &motion_->alphaFirst;
       picture.alphaSecond = &motion_->alphaSecond;

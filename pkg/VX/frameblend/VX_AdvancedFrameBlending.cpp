@@ -1,5 +1,6 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <cmath>
 
 #include "frame/VXp_Report.h"
@@ -47,6 +48,10 @@ VX_Err VX_AdvancedFrameBlending::Render(VX_World* sourceA, VX_World* sourceB,
       return VXp_FailVerification("frame blending with a time scale of 0 or an unknown instant");
     }
     VX_Tween pair(sourceA, sourceB, algo);
+    FnMotionKey& key = pair.motion.vectors.key;
+    std::ranges::copy(other.CacheIdentity, key.identity.begin());
+    key.timeA = {other.TimeA.value, other.TimeA.scale};
+    key.timeB = {other.TimeB.value, other.TimeB.scale};
     return pair.Render(PositionOf(other.Instant), interrupt, destination);
   });
 }

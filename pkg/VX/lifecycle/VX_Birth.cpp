@@ -1,6 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
+#include "VX/VX_FrameBlending.h"
 #include "VX/VX_Package.h"
 #include "blend/VXp_BlendBirth.h"
 #include "color/VXp_ColorBirth.h"
@@ -96,6 +97,7 @@ VX_Err VX_Death() {
   VXp_RemoveSuites();
   VXp_RestoreBuiltInRoutines();
   VXp_DisposeScratch();
+  VX_ClearMotionCache();
   VXp_FreeNoise();
   VXp_FiltersDeathScanKernel();
   VXp_DeathEmergencyColorSettings();

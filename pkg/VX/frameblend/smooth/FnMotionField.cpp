@@ -50,12 +50,16 @@ void ZoomBlocksToPixels(const FnVectorMap& blocks, const FnBlockSize& size,
 
 }  // namespace
 
-void FnPrepareAnalysis(const VX_LayerDef& world, const VX_Veltor_AlgoParams& settings,
-                       FnInterruptState* interrupt, FnAnalysisPicture* out) {
+FnAnalysisSize FnAnalysisSizeOf(const VX_LayerDef& world, const VX_Veltor_AlgoParams& settings) {
   const auto reduced = [&](int32_t side) {
     return std::max(static_cast<int32_t>(static_cast<float>(side) * settings.Resolution), 1);
   };
-  const int32_t width = reduced(world.width), height = reduced(world.height);
+  return {reduced(world.width), reduced(world.height)};
+}
+
+void FnPrepareAnalysis(const VX_LayerDef& world, const VX_Veltor_AlgoParams& settings,
+                       FnInterruptState* interrupt, FnAnalysisPicture* out) {
+  const auto [width, height] = FnAnalysisSizeOf(world, settings);
   out->ratio = static_cast<float>(world.width) / static_cast<float>(width);
 
   FnFloatMap luminance(world.width, world.height), blurred(world.width, world.height);

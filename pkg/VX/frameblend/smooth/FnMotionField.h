@@ -14,6 +14,12 @@ struct FnAnalysisPicture {
   float ratio = 1;  // pixels of the picture per pixel of the luminance
 };
 
+// The size of the luminance of a world, at least 1 x 1.
+struct FnAnalysisSize {
+  int32_t width, height;
+};
+FnAnalysisSize FnAnalysisSizeOf(const VX_LayerDef& world, const VX_Veltor_AlgoParams& settings);
+
 // Makes the analysis picture of a world. Errors are recorded in `interrupt`.
 void FnPrepareAnalysis(const VX_LayerDef& world, const VX_Veltor_AlgoParams& settings,
                        FnInterruptState* interrupt, FnAnalysisPicture* out);

@@ -6,6 +6,8 @@
 #include "VX/cpp/Motion.hpp"
 
 #include <limits>
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "Arguments.h"
@@ -14,6 +16,7 @@
 #include "Pictures.h"
 #include "Subjects.h"
 #include "VXIO/VXIO_Motion.h"
+#include "host/VXHost.h"
 
 namespace vxpy {
 
@@ -118,12 +121,31 @@ py::object Estimate(const py::object& a, const py::object& b, const py::object& 
   return field;
 }
 
+struct DisposeTween {
+  void operator()(VX_Tween* tween) const { VX_DisposeTween(tween); }
+};
+
+// Whether motion is kept, and the folder of its files ("": none).
+std::optional<std::string> ParseCache(const py::object& cache) {
+  if (cache.is_none()) return std::nullopt;
+  if (py::isinstance<py::bool_>(cache)) {
+    return ParseFlag("cache", cache) ? std::optional<std::string>("") : std::nullopt;
+  }
+  const std::string folder = PathOf(cache);
+  const py::module_ path = py::module_::import("os").attr("path");
+  if (!path.attr("isdir")(cache).cast<bool>()) {
+    throw py::value_error("cache: " + folder + " is not a folder");
+  }
+  return folder;
+}
+
 py::object Tween(const py::object& a, const py::object& b, const py::object& at_arg,
                  const py::object& method, const py::object& sinc, const py::object& resolution,
                  const py::object& detail, const py::object& smoothing, const py::object& block,
                  const py::object& smooth_passes, const py::object& error_threshold,
                  const py::object& shutter_angle, const py::object& shutter_samples,
-                 const py::object& progress, const py::object& out, const py::object& order_arg) {
+                 const py::object& cache_arg, const py::object& progress, const py::object& out,
+                 const py::object& order_arg) {
   const auto at = static_cast<float>(ParseNumber("at", at_arg, 0, 1));
   VX_Veltor_AlgoParams settings =
       ParseSettings(resolution, detail, smoothing, block, smooth_passes, error_threshold);
@@ -132,15 +154,38 @@ py::object Tween(const py::object& a, const py::object& b, const py::object& at_
   settings.ShutterAngle = static_cast<float>(ParseNumber("shutter_angle", shutter_angle, 0, 360));
   settings.ShutterSamples =
       static_cast<int16_t>(ParseWhole("shutter_samples", shutter_samples, 1, 20));
+  const std::optional<std::string> cache = ParseCache(cache_arg);
   const Source first(a, ParseOrder(order_arg), "a"), second(b, ParseOrder(order_arg), "b");
   RequirePair(first, second);
   const VX_World& from = *first.world();
   Target target = Target::Sized(first, out, from.width, from.height, first.depth());
   const WorldPtr apart = target.WithoutOverlap(first), other = target.WithoutOverlap(second);
+  VX_Tween* made = nullptr;
+  Run([&] { return VX_NewTween(apart->get(), other->get(), &settings, &made); });
+  const std::unique_ptr<VX_Tween, DisposeTween> tween(made);
+  if (cache) Run([&] { return VX_TweenUseCache(made, nullptr, cache->c_str()); });
   RunInterruptible(progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {
-    return VX_RenderInstant(apart->get(), other->get(), at, &settings, interrupt, target.world());
+    return VX_TweenInstant(made, at, interrupt, target.world());
   });
+  if (const std::string warning = VX_TweenCacheWarning(made); !warning.empty()) WarnAll({warning});
   return target.Finish();
+}
+
+// Sets the memory of the cache and empties it, if wanted. Returns the counts in the order of
+// vx.MotionCache.
+py::tuple MotionCache(const py::object& memory, const py::object& clear_arg) {
+  const bool clear = ParseFlag("clear", clear_arg);
+  int64_t limit = -1;
+  if (!memory.is_none()) limit = ParseWhole("memory", memory, 0, int64_t{1} << 60);
+  VX_MotionCacheInfo info = {};
+  Run([&] {
+    if (clear) VX_ClearMotionCache();
+    if (limit >= 0) VXHost_SetCacheBudget(limit);
+    info = VX_GetMotionCacheInfo();
+    return VX_Err{VX_Ok};
+  });
+  return py::make_tuple(info.entries, info.memory, info.disk, info.found, info.read,
+                        info.estimated);
 }
 
 py::object Predict(const py::object& src, const py::object& field_arg, const py::object& out,
@@ -198,6 +243,7 @@ void WriteFlow(const py::object& path, const py::object& field_arg, const py::ob
 void AddMotion(py::module_& module) {
   module.def("flow", &Estimate);
   module.def("tween", &Tween);
+  module.def("motion_cache", &MotionCache);
   module.def("predict", &Predict);
   module.def("draw_flow", &DrawFlow);
   module.def("read_flow", &ReadFlow);

@@ -148,9 +148,8 @@ VX_API void VX_DisposeTween(VX_Tween* tween);
 // one. Without an identity nothing is kept. A result is the same with and without the cache, if
 // different pictures have different identities.
 
-// Makes an identity: a digest of the pixels, size and depth of two worlds, never all 0. Reads about
-// 5 GB of pixels per second. Returns VX_ErrBadParameter, reported, for null arguments or worlds
-// without pixels.
+// Makes an identity: a digest of the pixels, size and depth of two worlds, never all 0. Returns
+// VX_ErrBadParameter, reported, for null arguments or worlds without pixels.
 VX_API VX_Err VX_IdentifyPictures(const VX_LayerDef* first, const VX_LayerDef* second,
                                   uint8_t (*identity)[16]);
 

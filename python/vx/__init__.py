@@ -42,7 +42,8 @@ from ._color import (convert_colors, hls_to_rgb, hue, lightness, luminance, rgb_
 from ._files import Frame, Read, encode, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._iterate import iterate, iterate_generic, iterate_rows
-from ._motion import draw_flow, flow, predict, read_flow, tween, write_flow
+from ._motion import (MotionCache, draw_flow, flow, motion_cache, predict, read_flow, tween,
+                      write_flow)
 from ._pixels import (blit, clear_alpha_outside, clear_outside, convert, copy, copy_bitmap, fill,
                       fill_alpha, from_uint16, guess_alpha, hypot, invert_alpha, look_up, mix,
                       premultiply, rand, reset_dither, resize, to_uint16, unpremultiply)
@@ -53,15 +54,16 @@ from ._vx import (Bitmap, ColorSettings, Error, LinearTables, Metadata, Profile,
                   __version__, birth, death)
 
 __all__ = [
-    "Bitmap", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "Parts", "Profile",
-    "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass", "clear_alpha_outside",
-    "clear_outside", "composite_rect", "convert", "convert_colors", "convolve", "copy",
-    "copy_bitmap", "copy_channel", "death", "deinterleave", "draw_flow", "encode", "extract_planes",
-    "fill", "fill_alpha", "flow", "frames", "from_uint16", "gaussian_kernel", "gaussian_value",
-    "guess_alpha", "hls_to_rgb", "host", "hue", "hypot", "info", "insert_planes", "interleave",
-    "invert_alpha", "iterate", "iterate_generic", "iterate_rows", "lightness", "look_up",
-    "luminance", "matrices_between", "mix", "modes", "predict", "premultiply", "rand", "read",
-    "read_all", "read_flow", "reset_dither", "resize", "rgb_to_hls", "rgb_to_yiq", "sample",
-    "sample_all_in", "samplers", "saturation", "to_uint16", "transfer", "transfer_flags",
-    "transform", "tween", "uno", "unpremultiply", "write", "write_flow", "yiq_to_rgb",
+    "Bitmap", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "MotionCache", "Parts",
+    "Profile", "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass",
+    "clear_alpha_outside", "clear_outside", "composite_rect", "convert", "convert_colors",
+    "convolve", "copy", "copy_bitmap", "copy_channel", "death", "deinterleave", "draw_flow",
+    "encode", "extract_planes", "fill", "fill_alpha", "flow", "frames", "from_uint16",
+    "gaussian_kernel", "gaussian_value", "guess_alpha", "hls_to_rgb", "host", "hue", "hypot",
+    "info", "insert_planes", "interleave", "invert_alpha", "iterate", "iterate_generic",
+    "iterate_rows", "lightness", "look_up", "luminance", "matrices_between", "mix", "modes",
+    "motion_cache", "predict", "premultiply", "rand", "read", "read_all", "read_flow",
+    "reset_dither", "resize", "rgb_to_hls", "rgb_to_yiq", "sample", "sample_all_in", "samplers",
+    "saturation", "to_uint16", "transfer", "transfer_flags", "transform", "tween", "uno",
+    "unpremultiply", "write", "write_flow", "yiq_to_rgb",
 ]

@@ -5,6 +5,7 @@
 from __future__ import annotations
 
 import os
+from typing import NamedTuple
 
 import numpy
 
@@ -44,8 +45,8 @@ def flow(a: Picture, b: Picture, *, resolution: float = 0.2, detail: float = 500
 def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion", sinc: bool = False,
           resolution: float = 0.2, detail: float = 500, smoothing: float = 500, block: int = 6,
           smooth_passes: int = 5, error_threshold: float = 0.01, shutter_angle: float = 180,
-          shutter_samples: int = 1, progress: Progress | None = None, out: OutT | None = None,
-          order: Order = "rgba") -> PictureT | OutT:
+          shutter_samples: int = 1, cache: bool | Path = False, progress: Progress | None = None,
+          out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
     """Returns the picture of an instant between two pictures. docs/tween.md explains the settings.
 
     a, b: pictures of the same size and depth.
@@ -56,13 +57,46 @@ def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion", s
     resolution to error_threshold: as in flow().
     shutter_angle: 0..360 degrees, the part of the interval that shutter_samples cover.
     shutter_samples: number of instants around `at` that are averaged, 1..20.
+    cache: True keeps the motion in memory for other instants of the same pictures, see
+    motion_cache(). A folder stores it in a file too, for later runs. docs/motion-cache.md explains
+    both. The result is the same.
     progress: is called with (0, 0), only to stop the call.
 
     Uses all processors; calls on several threads take turns. The result is the same for any number
-    of processors. Raises TypeError, ValueError, vx.Error, MemoryError.
+    of processors. Warns (UserWarning) about files of motion that cannot be used or written. Raises
+    TypeError, ValueError, vx.Error, MemoryError.
     """
     return _vx.tween(a, b, at, method, sinc, resolution, detail, smoothing, block, smooth_passes,
-                     error_threshold, shutter_angle, shutter_samples, progress, out, order)
+                     error_threshold, shutter_angle, shutter_samples, cache, progress, out, order)
+
+
+class MotionCache(NamedTuple):
+    """The motion that tween(cache=...) keeps.
+
+    entries: number of pairs of pictures.
+    memory, disk: bytes in memory and in temporary files.
+    found, read, estimated: since the start of the process, how often motion was found there, was
+    read from a folder, and was estimated.
+    """
+
+    entries: int
+    memory: int
+    disk: int
+    found: int
+    read: int
+    estimated: int
+
+
+def motion_cache(*, memory: int | None = None, clear: bool = False) -> MotionCache:
+    """Returns what the cache of motion contains.
+
+    memory: sets the limit of its memory in bytes; 268435456 at the start. Motion that was not used
+    for the longest time is moved to temporary files. None changes nothing.
+    clear: empty the cache first. Files in folders are not deleted.
+
+    Thread-safe. Raises TypeError, ValueError.
+    """
+    return MotionCache(*_vx.motion_cache(memory, clear))
 
 
 def predict(src: PictureT, field: numpy.ndarray, *, out: OutT | None = None,

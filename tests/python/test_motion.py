@@ -5,6 +5,7 @@
 import os
 import struct
 import subprocess
+import warnings
 
 import numpy as np
 import pytest
@@ -79,6 +80,29 @@ def test_files(tmp_path):
     assert (tmp_path / "f.flo").read_bytes() == data and not (tmp_path / "f.png").exists()
 
 
+def test_cache(tmp_path):
+    a, b = waves(0, 0), waves(3, -2)
+    want = vx.tween(a, b, .25, block=7)
+    start = vx.motion_cache(clear=True)
+    assert start[:3] == (0, 0, 0)
+    for cache in (True, True, str(tmp_path)):
+        np.testing.assert_array_equal(vx.tween(a, b, .25, block=7, cache=cache), want)
+    now = vx.motion_cache(memory=0)
+    assert (now.entries, now.memory, now.disk) == (1, 0, 216 + 16 * 24 * 18)
+    assert (now.found - start.found, now.read - start.read, now.estimated - start.estimated) == (2, 0, 1)
+    file, = tmp_path.iterdir()
+    vx.motion_cache(memory=2**28, clear=True)
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        np.testing.assert_array_equal(vx.tween(a, b, .25, block=7, cache=tmp_path), want)
+    assert vx.motion_cache(clear=True).read == now.read + 1
+    data = file.read_bytes()
+    file.write_bytes(data[:-1])
+    with pytest.warns(UserWarning, match=f"{file.name} is not used: it has {len(data) - 1} bytes"):
+        np.testing.assert_array_equal(vx.tween(a, b, .25, block=7, cache=tmp_path), want)
+    assert file.read_bytes() == data
+
+
 PICTURE, FIELD = waves(0, 0), np.zeros((90, 120, 2), np.float32)
 
 
@@ -96,6 +120,10 @@ PICTURE, FIELD = waves(0, 0), np.zeros((90, 120, 2), np.float32)
     (ValueError, "field", lambda: vx.predict(PICTURE, FIELD[..., 0])),
     (TypeError, "field", lambda: vx.predict(PICTURE, FIELD.astype(float))),
     (ValueError, "field", lambda: vx.draw_flow(FIELD[:0])),
+    (ValueError, "cache", lambda: vx.tween(PICTURE, PICTURE, cache="missing/folder")),
+    (TypeError, "", lambda: vx.tween(PICTURE, PICTURE, cache=1)),
+    (ValueError, "memory", lambda: vx.motion_cache(memory=-1)),
+    (TypeError, "clear", lambda: vx.motion_cache(clear=1)),
     (ValueError, "longest", lambda: vx.draw_flow(FIELD, longest=-1)),
     (ValueError, "arrows", lambda: vx.draw_flow(FIELD, arrows=-1))])
 def test_refusals(error, name, call):

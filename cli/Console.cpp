@@ -211,6 +211,8 @@ Progress::~Progress() { ClearBar(); }
 
 void Progress::Start(const std::string& verb, size_t frames, const std::string& output) {
   output_ = output;
+  frames_ = frames;
+  start_ = std::chrono::steady_clock::now();
   if (style_ == ProgressStyle::Json) {
     Json event = {{"event", "start"},
                   {"verb", verb},
@@ -227,7 +229,7 @@ void Progress::Begin(int index, int count, const std::string& what) {
   count_ = std::max(count, 1);
   what_ = what;
   if (style_ == ProgressStyle::Plain) {
-    Line("vx: " + std::to_string(index + 1) + "/" + std::to_string(count) + " " + what);
+    Line("vx: " + std::to_string(index + 1) + "/" + std::to_string(count) + " " + Text());
   } else if (style_ == ProgressStyle::OpenJd) {
     std::cout << "openjd_status: " << what << std::endl;
   }
@@ -240,18 +242,43 @@ void Progress::Show(double fraction) {
   shown_ = percent;
   if (style_ == ProgressStyle::Bar) {
     int filled = percent * kBarWidth / 100;
-    std::fprintf(stderr, "\r[%s%s] %3d%% %.40s\033[K", std::string(filled, '#').c_str(),
-                 std::string(kBarWidth - filled, ' ').c_str(), percent, what_.c_str());
+    std::fprintf(stderr, "\r[%s%s] %3d%% %.50s\033[K", std::string(filled, '#').c_str(),
+                 std::string(kBarWidth - filled, ' ').c_str(), percent, Text().c_str());
     std::fflush(stderr);
     g_bar_shown = true;
   } else if (style_ == ProgressStyle::Json) {
-    Events().Print({{"event", "progress"}, {"percent", percent}, {"text", what_}});
+    Json event = {{"event", "progress"}, {"percent", percent}, {"text", what_}};
+    if (const std::optional<Pace> pace = PaceOfFrames()) {
+      event["frames_per_second"] = pace->frames_per_second;
+      event["seconds_left"] = pace->seconds_left;
+    }
+    Events().Print(event);
   } else if (style_ == ProgressStyle::OpenJd) {
     std::cout << "openjd_progress: " << percent << std::endl;
   }
 }
 
+std::optional<Progress::Pace> Progress::PaceOfFrames() const {
+  const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start_;
+  if (frames_ < 2 || processed_ == 0 || spent.count() <= 0) return std::nullopt;
+  const double pace = static_cast<double>(processed_) / spent.count();
+  return Pace{pace, static_cast<double>(frames_ - ended_) / pace};
+}
+
+std::string Progress::Text() const {
+  const std::optional<Pace> pace = PaceOfFrames();
+  if (!pace) return what_;
+  const auto left = static_cast<int64_t>(pace->seconds_left + 0.5);
+  char text[80];
+  std::snprintf(text, sizeof text, ", %.3g frames/s, %lld:%02d:%02d left", pace->frames_per_second,
+                static_cast<long long>(left / 3600), static_cast<int>(left / 60 % 60),
+                static_cast<int>(left % 60));
+  return what_ + text;
+}
+
 void Progress::Frame(const Json& event) {
+  ++ended_;
+  if (event["status"] == "done" || event["status"] == "failed") ++processed_;
   if (style_ == ProgressStyle::Json) Events().Print(event);
 }
 

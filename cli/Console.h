@@ -4,9 +4,11 @@
 
 // Messages of the command: errors and their exit codes, warnings, progress, JSON records.
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -136,6 +138,14 @@ class Progress {
   void Done();
 
  private:
+  struct Pace {
+    double frames_per_second, seconds_left;
+  };
+  // Returns the mean pace of the frames that were processed; none before the first one, and for a
+  // single picture.
+  std::optional<Pace> PaceOfFrames() const;
+  // Returns the name of the step and the pace.
+  std::string Text() const;
   void Show(double fraction);
   void ClearBar();
 
@@ -143,6 +153,8 @@ class Progress {
   std::string output_;
   int index_ = 0, count_ = 1;
   std::string what_;
+  std::chrono::steady_clock::time_point start_;
+  size_t frames_ = 0, processed_ = 0, ended_ = 0;  // ended: with those that were skipped
   int shown_ = -1;  // the percentage of all steps that was shown last
 };
 

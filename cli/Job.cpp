@@ -103,6 +103,8 @@ void Blacken(VXIO_Picture* picture) {
 
 }  // namespace
 
+Value FramesValue(std::optional<std::vector<int64_t>>* to) { return Parsed(to, ParseFrames); }
+
 Option InputOption(std::string* to) {
   return Option{"IN", "FILE", Text(to),
                 "A picture, a clip, a pattern for a sequence, or - for the standard input"}
@@ -115,7 +117,7 @@ OptionList JobOptionList(JobOptions* to, JobOutput output, const std::optional<O
   options = Join(
       {std::move(options),
        {
-           Option{"--frames", "SET", Parsed(&to->frames, ParseFrames),
+           Option{"--frames", "SET", FramesValue(&to->frames),
                   "Frames of a sequence (shot.####.png, shot.%04d.png) or of a clip (from 0): "
                   "1-10,20-40x2,55. One frame may be written to a single file"}
                .Without("from the first to the last existing frame"),
@@ -164,6 +166,19 @@ int64_t BytesOfWorld(int64_t width, int64_t height, int32_t depth) {
   return width * height * 4 * (depth / 8);
 }
 
+VXIO_Picture InputFile::Read(size_t job_frame, int32_t depth, VXIO_AlphaAs alpha) const {
+  VXIO_Picture picture = clip ? clip->Read(job_frame, clip_frame, depth, alpha)
+                              : WithName([&] { return VXIO_Read(File(), depth, alpha); });
+  for (std::string& text : picture.warnings) {
+    text = VXIO_Renamed(std::move(text), stored, kStandardStream);
+  }
+  if (black) {
+    Blacken(&picture);
+    picture.warnings.clear();  // the warnings are about pixels that are not used
+  }
+  return picture;
+}
+
 // --- the frame -----------------------------------------------------------------------------------
 
 int64_t JobFrame::Number() const { return state_->frame.number; }
@@ -182,18 +197,14 @@ VXIO_Info JobFrame::Info(size_t input) const {
 VXIO_Picture JobFrame::Read(size_t input, int32_t depth, VXIO_AlphaAs alpha) {
   const InputFile& file = state_->frame.inputs.at(input);
   state_->Begin(input, state_->job->verb->name + " " + BaseName(file.path));
-  VXIO_Picture picture = file.clip
-                             ? file.clip->Read(state_->index, file.clip_frame, depth, alpha)
-                             : file.WithName([&] { return VXIO_Read(file.File(), depth, alpha); });
-  for (std::string& text : picture.warnings) {
-    text = VXIO_Renamed(std::move(text), file.stored, kStandardStream);
-  }
-  if (file.black) {
-    Blacken(&picture);
-    picture.warnings.clear();  // the warnings are about pixels that are not used
-  }
+  VXIO_Picture picture = file.Read(state_->index, depth, alpha);
   state_->ReportWarnings(picture.warnings, VXIO_ErrorKind::Input);
   return picture;
+}
+
+void JobFrame::InOrder(const std::function<void()>& read) {
+  state_->order->InTurn(state_->index, read);
+  for (JobClip* clip : state_->plan->Clips()) clip->Release(state_->index);
 }
 
 void JobFrame::Write(vx::AnyConstView picture, const VXIO_Picture& model) {

@@ -17,6 +17,7 @@
 
 #include "Console.h"
 #include "Options.h"
+#include "VXIO/VXIO_Clip.h"
 #include "VXIO/VXIO_Memory.h"
 #include "VXIO/VXIO_Motion.h"
 #include "VXIO/VXIO_Picture.h"
@@ -54,6 +55,9 @@ enum class JobOutput { Picture, None };
 // accepts its values as well as the quality of a JPEG.
 OptionList JobOptionList(JobOptions* to, JobOutput output,
                          const std::optional<Option>& quality = std::nullopt);
+// Returns a value of frame numbers: 1-10,20-40x2,55.
+Value FramesValue(std::optional<std::vector<int64_t>>* to);
+
 // Returns true for an existing file that is a clip or unknown, not a picture. Returns false for a
 // file that cannot be read.
 bool IsClip(const std::string& name);
@@ -100,6 +104,10 @@ class JobFrame {
   // selects the exit code.
   void Warn(const std::vector<std::string>& lines, VXIO_ErrorKind kind);
 
+  // Calls `read`, which reads inputs of this frame, when all earlier frames of the job have
+  // returned from theirs or have ended. Only for jobs with Job::retiming.
+  void InOrder(const std::function<void()>& read);
+
   // Prints a line on the standard output, in frame order. Prints nothing with --json.
   void Print(const std::string& line);
 
@@ -118,6 +126,35 @@ class JobFrame {
   State* state_;
 };
 
+// The input of a job whose output frames are not those of the input.
+struct JobSource {
+  std::string name;  // as given
+  // The frames to read, in order: those of --frames or all, without those that --missing skip
+  // leaves out.
+  std::vector<int64_t> numbers;
+  std::vector<int64_t> places;        // of each among the frames with those that are left out
+  int64_t count = 0;                  // of the frames with those that are left out
+  int64_t first = 0;                  // number of the first one, also of the output
+  std::optional<VXIO_ClipInfo> clip;  // none: a sequence of files
+  // Reads frame `i` of `numbers`, without its warnings. For plans that depend on the pictures.
+  std::function<VXIO_Picture(size_t i)> read;
+};
+
+// Makes the frames of a job from other frames of its input. The output frames are numbered from the
+// first frame of the input.
+struct Retiming {
+  // Returns the number of output frames. Called once, before the other functions.
+  std::function<int64_t(const JobSource& source)> plan;
+  // Returns the frames that an output frame reads, as indices of JobSource::numbers in the order of
+  // JobFrame::Read. Called on several threads.
+  std::function<std::vector<size_t>(int64_t output)> sources;
+  // Returns a description of the instant that an output frame shows, for --dry-run and the
+  // fingerprint of --resume.
+  std::function<std::string(int64_t output)> describe;
+  // The output frames to make; none: all.
+  std::optional<std::vector<int64_t>> only = std::nullopt;
+};
+
 struct Job {
   const Verb* verb = nullptr;  // its option values are part of the fingerprint of --resume
   const JobOptions* options = nullptr;
@@ -131,6 +168,8 @@ struct Job {
   // (JobRun.h). Called for all frames before the first one is processed; an exception stops the
   // job.
   std::function<std::string(int64_t frame)> frame_settings;
+  // If set, there is one input, a sequence or a clip.
+  const Retiming* retiming = nullptr;
   // Checks the name of an output before work begins. For outputs that are not pictures.
   void (*check_output)(const std::string& path, VXIO_Clobber clobber) = VXIO_CheckOutput;
   // False if all frames have to be processed on one thread, because the work changes global state.

@@ -73,34 +73,21 @@ int64_t JobClip::FrameAt(double seconds) const {
 }
 
 const std::string& JobClip::Fingerprint() {
-  std::lock_guard lock(mutex_);
+  std::lock_guard lock(fingerprint_mutex_);
   if (fingerprint_.empty()) fingerprint_ = FingerprintOfFile(path_);
   return fingerprint_;
 }
 
-void JobClip::Announce(size_t job_frame) {
-  std::lock_guard lock(mutex_);
-  announced_.insert(job_frame);
-}
-
-void JobClip::Release(size_t job_frame) {
-  std::lock_guard lock(mutex_);
-  announced_.erase(job_frame);
-  changed_.notify_all();
-}
-
 VXIO_Picture JobClip::Read(size_t job_frame, int64_t number, int32_t depth, VXIO_AlphaAs alpha) {
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return announced_.empty() || *announced_.begin() >= job_frame; });
   VXIO_Picture picture;
-  if (kept_ && kept_->number == number && kept_->depth == depth && kept_->alpha == alpha) {
-    picture = CopyOf(kept_->picture);
-  } else {
-    picture = Decode(number, depth, alpha);
-    if (keep_) kept_ = Kept{number, depth, alpha, CopyOf(picture)};
-  }
-  announced_.erase(job_frame);
-  changed_.notify_all();
+  order_.InTurn(job_frame, [&] {
+    if (kept_ && kept_->number == number && kept_->depth == depth && kept_->alpha == alpha) {
+      picture = CopyOf(kept_->picture);
+    } else {
+      picture = Decode(number, depth, alpha);
+      if (keep_) kept_ = Kept{number, depth, alpha, CopyOf(picture)};
+    }
+  });
   return picture;
 }
 

@@ -4,13 +4,13 @@
 
 // A clip that is an input of a job.
 
-#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 
+#include "FrameOrder.h"
 #include "VX/cpp/Image.hpp"
 #include "VXIO/VXIO_Clip.h"
 
@@ -40,8 +40,8 @@ class JobClip {
   // The last picture is kept, because the next frame of the job may read the same frame again.
   void KeepLast() { keep_ = true; }
   // Announces, or releases, the frame `job_frame` (index) of the job. Announced in ascending order.
-  void Announce(size_t job_frame);
-  void Release(size_t job_frame);
+  void Announce(size_t job_frame) { order_.Announce(job_frame); }
+  void Release(size_t job_frame) { order_.Release(job_frame); }
   // Decodes frame `number`. A number below that of the last call starts the clip again. Throws
   // VXIO_Error (Input) for a damaged frame and for a number after the end.
   VXIO_Picture Read(size_t job_frame, int64_t number, int32_t depth, VXIO_AlphaAs alpha);
@@ -58,12 +58,11 @@ class JobClip {
   std::string path_;
   VXIO_ClipInfo info_;
   bool keep_ = false;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::set<size_t> announced_;
+  FrameOrder order_;                       // protects the members below
   std::optional<VXIO_ClipReader> reader_;  // opened by the first Read
   std::optional<Kept> kept_;
   std::set<std::string> warned_;  // warnings that were returned
+  std::mutex fingerprint_mutex_;
   std::string fingerprint_;
 };
 

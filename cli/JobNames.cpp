@@ -124,7 +124,13 @@ void JobPlan::FindPatterns(const Job& job) {
   if (VXIO_FramePattern::IsPattern(output_name_) && !literal) output_ = Pattern(output_name_);
   // One frame that is selected by an option may be written to a single file.
   const JobOptions& options = *job.options;
-  const bool one = options.at_time || (options.frames && options.frames->size() == 1);
+  const auto& selected = job.retiming ? job.retiming->only : options.frames;
+  const bool one = options.at_time || (selected && selected->size() == 1);
+  if (job.retiming && !FirstSequence()) {
+    throw UsageError(
+        inputs_[0].name +
+        ": is a single picture; the input must be a clip or a pattern, such as shot.####.png");
+  }
   const bool single = FirstSequence() && one && !output_name_.empty() && !output_;
   sequence_ = !single && (FirstSequence() || (output_ && (inputs_.empty() || !job.frames.empty())));
 }
@@ -146,7 +152,9 @@ void JobPlan::CheckOutputName(const Job& job) const {
     throw UsageError(output_name_ + ": the input " + input->name + " is a " +
                      (input->clip ? "clip" : "sequence") +
                      ", so the output must be a pattern, such as out.####.png; one frame (" +
-                     (has_clip ? "--frames N or --at-time SECONDS" : "--frames N") +
+                     (job.retiming ? "--output-frames N"
+                      : has_clip   ? "--frames N or --at-time SECONDS"
+                                   : "--frames N") +
                      ") may be written to a single file");
   }
   if (!sequence_ && output_) {

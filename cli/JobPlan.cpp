@@ -42,7 +42,7 @@ bool Contains(const std::vector<int64_t>& ascending, int64_t frame) {
 }  // namespace
 
 JobPlan::JobPlan(const Job& job)
-    : output_name_(job.options->output), missing_(job.options->missing) {
+    : output_name_(job.options->output), missing_(job.options->missing), retiming_(job.retiming) {
   CheckStandardOutput(*job.options);  // before the standard input is read
   FindPatterns(job);
   CheckOutputName(job);
@@ -50,6 +50,7 @@ JobPlan::JobPlan(const Job& job)
     if (FirstSequence()) {
       FindFrames(job);
       CheckGaps(job.options->keep_going);
+      if (retiming_) Retime();
     } else {
       frames_ = {0};
     }
@@ -66,8 +67,9 @@ JobPlan::JobPlan(const Job& job)
     return;
   }
   FindFrames(job);
-  if (output_) CheckOverlap(job.options->resume);
   CheckGaps(job.options->keep_going);
+  if (retiming_) Retime();
+  if (output_) CheckOverlap(job.options->resume);
   if (output_) CheckOutputs(job);
 }
 
@@ -146,6 +148,49 @@ void JobPlan::NoteLengths() {
   }
 }
 
+// Replaces the frames of the input by those of Job::retiming.
+void JobPlan::Retime() {
+  const Input& input = *FirstSequence();
+  JobSource source;
+  source.name = input.name;
+  source.count = static_cast<int64_t>(frames_.size());
+  for (int64_t place = 0; place < source.count; ++place) {
+    const int64_t number = frames_[static_cast<size_t>(place)];
+    InputFile file;
+    if (missing_ == Missing::Skip && !Resolve(input, number, &file)) continue;
+    source.numbers.push_back(number);
+    source.places.push_back(place);
+  }
+  if (input.clip) source.clip = input.clip->info();
+  std::shared_ptr<JobClip> clip;  // another reader, so that the job is at the start of its clip
+  source.read = [&](size_t i) {
+    InputFile file;
+    if (!Resolve(input, source.numbers[i], &file)) {
+      throw VXIO_Error(VXIO_ErrorKind::Input, file.path + ": no such file");
+    }
+    if (file.clip) {
+      if (!clip) clip = std::make_shared<JobClip>(input.name);
+      file.clip = clip;
+    }
+    return file.Read(0, 0, VXIO_AlphaAs::File);
+  };
+  first_output_ = source.first = frames_.front();
+  const int64_t count = retiming_->plan(source);
+  read_ = std::move(source.numbers);
+  if (!retiming_->only) {
+    frames_.resize(static_cast<size_t>(count));
+    std::iota(frames_.begin(), frames_.end(), first_output_);
+    return;
+  }
+  frames_ = *retiming_->only;
+  for (const int64_t frame : frames_) {
+    if (frame >= first_output_ && frame < first_output_ + count) continue;
+    throw UsageError("--output-frames: the output has no frame " + std::to_string(frame) +
+                     "; it has the frames " + std::to_string(first_output_) + " to " +
+                     std::to_string(first_output_ + count - 1));
+  }
+}
+
 bool JobPlan::Resolve(const Input& input, int64_t number, InputFile* file) const {
   *file = input.File(input.at_time.value_or(number));
   if (!input.IsSequence() || input.at_time) return true;
@@ -163,17 +208,23 @@ PlannedFrame JobPlan::Frame(size_t index) const {
   PlannedFrame frame;
   frame.number = frames_[index];
   if (!output_name_.empty()) frame.output = output_ ? output_->Name(frame.number) : output_name_;
-  for (const Input& input : inputs_) {
+  const auto add = [&](const Input& input, int64_t number) {
     InputFile file;
-    const bool found = Resolve(input, frame.number, &file);
+    const bool found = Resolve(input, number, &file);
     if (!found && frame.action == PlannedFrame::Work) {
       frame.action = missing_ == Missing::Skip ? PlannedFrame::Skip : PlannedFrame::Fail;
-      frame.error =
-          file.path +
-          (file.clip ? ": has no frame " + std::to_string(frame.number) : ": no such file") +
-          (missing_ == Missing::Hold ? ", nor an earlier frame to hold" : "");
+      frame.error = file.path +
+                    (file.clip ? ": has no frame " + std::to_string(number) : ": no such file") +
+                    (missing_ == Missing::Hold ? ", nor an earlier frame to hold" : "");
     }
     frame.inputs.push_back(std::move(file));
+  };
+  if (retiming_) {
+    const int64_t output = OutputIndex(index);
+    frame.instant = retiming_->describe(output);
+    for (const size_t i : retiming_->sources(output)) add(*FirstSequence(), read_[i]);
+  } else {
+    for (const Input& input : inputs_) add(input, frame.number);
   }
   return frame;
 }
@@ -256,11 +307,15 @@ void JobPlan::CheckOverlap(bool resume) const {
   for (const Input& input : inputs_) {
     if (input.clip || RealFolder(input.name) != folder) continue;
     if (written.empty()) written.insert(frames_.begin(), frames_.end());
-    for (int64_t number : frames_) {
+    for (int64_t number : FramesToRead()) {
       InputFile file;
       if (!Resolve(input, number, &file)) continue;
       const std::optional<int64_t> replaced = output_->FrameOf(file.path);
       if (!replaced || !written.contains(*replaced)) continue;
+      if (retiming_) {
+        throw UsageError(output_name_ + ": frame " + std::to_string(*replaced) + " would replace " +
+                         file.path + ", which is an input; write to another name");
+      }
       if (*replaced != number) {
         throw UsageError(output_name_ + ": frame " + std::to_string(*replaced) + " would replace " +
                          file.path + ", which frame " + std::to_string(number) +

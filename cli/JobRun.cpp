@@ -73,6 +73,7 @@ class Runner {
   int allowed_threads_, threads_;
   MemoryBudget budget_;
   std::unique_ptr<ResumeStore> store_;
+  FrameOrder order_;
 
   std::mutex next_mutex_;  // frames are started, and acquire memory, in frame order
   size_t next_ = 0;
@@ -127,6 +128,7 @@ bool Runner::Next(size_t* index, PlannedFrame* frame, int64_t* bytes, Outcome* o
     *index = next_++;
   }
   for (JobClip* clip : plan_.Clips()) clip->Announce(*index);
+  order_.Announce(*index);
   *frame = plan_.Frame(*index);
   if (frame->action == PlannedFrame::Work && (options_.memory || threads_ > 1)) {
     try {
@@ -158,6 +160,7 @@ void Runner::Work() {
     if (plan_.sequence()) messages.emplace(number);
     if (outcome.status == Outcome::NotRun) outcome = RunFrame(index, std::move(frame));
     for (JobClip* clip : plan_.Clips()) clip->Release(index);
+    order_.Release(index);
     budget_.Release(bytes);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
     Finish(index, number, spent.count(), std::move(outcome));
@@ -174,7 +177,11 @@ Outcome Runner::RunFrame(size_t index, PlannedFrame frame) {
   record["inputs"] = nlohmann::ordered_json::array();
   for (const InputFile& file : frame.inputs) {
     record["inputs"].push_back(file.black ? "black like " + file.path : file.path);
-    if (file.clip) record["clip_frames"][file.path] = file.clip_frame;
+    if (file.clip && job_.retiming) {
+      record["clip_frames"][file.path].push_back(file.clip_frame);
+    } else if (file.clip) {
+      record["clip_frames"][file.path] = file.clip_frame;
+    }
   }
   if (!frame.output.empty()) record["output"] = frame.output;
   try {
@@ -206,8 +213,8 @@ Outcome Runner::RunFrame(size_t index, PlannedFrame frame) {
 }
 
 void Runner::RunWork(size_t index, const PlannedFrame& frame, Outcome* outcome) {
-  JobFrame::State state{&job_, &plan_, index, frame, threads_ > 1 ? nullptr : progress_,
-                        {},    {},     {},    false};
+  JobFrame::State state{&order_, &job_, &plan_, index, frame, threads_ > 1 ? nullptr : progress_,
+                        {},      {},    {},     false};
   state.output = frame.output;
   if (frame.output == kStandardStream) state.output += "." + options_.format;
   JobFrame job_frame(&state);
@@ -224,6 +231,7 @@ void Runner::RunWork(size_t index, const PlannedFrame& frame, Outcome* outcome) 
 std::string Runner::Fingerprint(const PlannedFrame& frame) const {
   std::string text = "vx " VX_PROJECT_VERSION " " + std::to_string(VX_PKG_VERSION) + "\n" +
                      Settings(RecordFor::Fingerprint).dump() + "\n" + std::to_string(frame.number);
+  if (!frame.instant.empty()) text += "\n" + frame.instant;
   if (plan_.sequence() && job_.frame_settings) text += "\n" + job_.frame_settings(frame.number);
   for (const InputFile& file : frame.inputs) {
     text += file.black ? "\nblack " : "\n";
@@ -241,6 +249,7 @@ void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
     line +=
         (i == 0 ? " read " : " and ") + file.Text() + (file.black ? " for its size, black" : "");
   }
+  if (!frame.instant.empty()) line += ", show " + frame.instant;
   if (!frame.output.empty()) {
     if (frame.output != kStandardStream) job_.check_output(frame.output, options_.Clobber());
     line += (frame.inputs.empty() ? " write " : ", write ") + frame.output;

@@ -44,6 +44,8 @@ struct InputFile {
   }
   // Returns the header of the file or of the clip. Throws VXIO_Error (Input).
   VXIO_Info Info() const;
+  // Reads the picture for the frame `job_frame` (index) of the job. `black` is applied.
+  VXIO_Picture Read(size_t job_frame, int32_t depth, VXIO_AlphaAs alpha) const;
 
   // Returns the path or, for a clip, "PATH frame N".
   std::string Text() const;
@@ -53,6 +55,7 @@ struct PlannedFrame {
   enum Action { Work, Skip, Fail };
 
   int64_t number = 0;
+  std::string instant = {};  // with Job::retiming: what the frame shows
   Action action = Work;
   std::string error;  // for Fail
   std::vector<InputFile> inputs;
@@ -72,6 +75,8 @@ class JobPlan {
   // of frames.
   PlannedFrame Frame(size_t index) const;
   const std::vector<int64_t>& frames() const { return frames_; }
+  // Returns the index of a frame among the output frames of Job::retiming.
+  int64_t OutputIndex(size_t index) const { return frames_[index] - first_output_; }
   const std::string& output() const { return output_name_; }
   // Returns the clips among the inputs.
   std::vector<JobClip*> Clips() const;
@@ -103,6 +108,9 @@ class JobPlan {
   void CheckOutputName(const Job& job) const;
   void FindExisting(Input* input, int64_t last_needed) const;
   void FindTime(double seconds);
+  void Retime();
+  // Returns the numbers of the frames that the job reads.
+  const std::vector<int64_t>& FramesToRead() const { return retiming_ ? read_ : frames_; }
   void NoteLengths();
   const Input* FirstSequence() const;
   // Sets the file of one input. Returns false if the frame is missing and has no substitute.
@@ -114,6 +122,9 @@ class JobPlan {
   Missing missing_ = Missing::Error;
   bool sequence_ = false;
   std::vector<int64_t> frames_;
+  const Retiming* retiming_ = nullptr;
+  std::vector<int64_t> read_;  // with retiming: frames of the input
+  int64_t first_output_ = 0;
   std::vector<std::string> notes_;
 };
 
@@ -185,6 +196,7 @@ struct Outcome {
 };
 
 struct JobFrame::State {
+  FrameOrder* order;  // of the calls of JobFrame::InOrder
   const Job* job;
   const JobPlan* plan;
   size_t index;  // of the frame in the plan

@@ -39,6 +39,59 @@ void ResolveMotion(MotionArguments* arguments, const JobOptions& job) {
   if (job.threads) VX_SetMotionThreads(std::min<int32_t>(*job.threads, 256));
 }
 
+const std::vector<std::string>& TweenMethods() {
+  static const std::vector<std::string> names = {"copy", "mix", "motion"};
+  return names;
+}
+
+const char* NameOf(vx::TweenMethod method) {
+  return TweenMethods()[static_cast<size_t>(method)].c_str();
+}
+
+OptionList BetweenOptionList(BetweenArguments* to, const std::string& interval) {
+  const auto parse_threshold = [](const std::string& option, const std::string& text) {
+    return text == "off" ? std::optional<double>() : ParseNumber(option, text, 0, 1);
+  };
+  Value threshold{Value::Text, [to, parse_threshold](const auto& option, const auto& text) {
+                    to->cut_threshold = parse_threshold(option, text);
+                  }};
+  return Join(
+      {{Option{"--method", "HOW", Choice(&to->method, TweenMethods()),
+               "motion: pixels are moved along the motion between the pictures; mix: both are "
+               "mixed by time; copy: the nearer one"}
+            .Default("motion")},
+       MotionOptionList(&to->motion),
+       {Option{"--cut-threshold", "F", std::move(threshold),
+               "0 to 1, or off: two pictures are a cut if no motion explains more than this part "
+               "of them. For --method motion"}
+            .Default("0.5"),
+        Option{"--on-cut", "HOW", Choice(&to->on_cut, {"hold", "mix"}),
+               "Pictures between the two of a cut. hold: the nearer one; mix: both are mixed by "
+               "time"}
+            .Default("hold"),
+        Option{"--shutter-angle", "DEGREES", Number(&to->tween.shutter_angle, 0, 360),
+               "%r: the part of the interval between " + interval +
+                   " that --shutter-samples covers, around the instant; 360 is the whole interval"}
+            .Default("180"),
+        Option{"--shutter-samples", "N", Integer(&to->tween.shutter_samples, 1, 20),
+               "Number of instants that are averaged, %r; 1: no motion blur"}
+            .Default("1")}});
+}
+
+Option QualityOfTween(BetweenArguments* to) {
+  return Option{"--quality", "HOW", Choice(&to->quality, {"standard", "high"}),
+                "How the pictures are sampled. standard: bilinear; high: windowed sinc, sharper "
+                "and slower"}
+      .Default("standard");
+}
+
+void ResolveTween(BetweenArguments* arguments, const JobOptions& job) {
+  ResolveMotion(&arguments->motion, job);
+  arguments->tween.motion = arguments->motion.motion;
+  arguments->tween.method = static_cast<vx::TweenMethod>(arguments->method);
+  arguments->tween.sinc = arguments->quality == 1;
+}
+
 VXIO_Picture ReadDisplayWindow(size_t input, int32_t depth, JobFrame* frame) {
   VXIO_Picture picture = frame->Read(input, depth);
   const VXIO_Windows windows = WindowsOf(picture);

@@ -20,6 +20,33 @@ struct MotionArguments {
 OptionList MotionOptionList(MotionArguments* to);
 void ResolveMotion(MotionArguments* arguments, const JobOptions& job);
 
+// Options of the pictures between two pictures, of vx tween and vx retime. ResolveTween stores the
+// members that have other types there in `tween`.
+struct BetweenArguments {
+  enum OnCut : int32_t { Hold, Mix };
+
+  int32_t method = static_cast<int32_t>(vx::TweenMethod::motion);
+  int32_t quality = 0;
+  MotionArguments motion;
+  vx::TweenOptions tween;
+  std::optional<double> cut_threshold;
+  int32_t on_cut = Hold;
+
+  // Returns true if a pair is a cut whose part `unexplained` no motion explains.
+  bool IsCut(const std::optional<double>& unexplained) const {
+    return cut_threshold && unexplained && *unexplained > *cut_threshold;
+  }
+};
+// `interval` is what the shutter angle is a part of.
+OptionList BetweenOptionList(BetweenArguments* to, const std::string& interval);
+// The option --quality of these verbs, for JobOptionList.
+Option QualityOfTween(BetweenArguments* to);
+void ResolveTween(BetweenArguments* arguments, const JobOptions& job);
+// Returns the name of a method.
+const char* NameOf(vx::TweenMethod method);
+
+constexpr int64_t kTweenBytes = 40;  // for each pixel, beside the pictures
+
 // Reads a picture and crops or extends it to its display window.
 VXIO_Picture ReadDisplayWindow(size_t input, int32_t depth, JobFrame* frame);
 

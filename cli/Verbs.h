@@ -32,6 +32,7 @@ Verb ConvolveVerb();
 Verb KernelVerb();
 Verb FlowVerb();
 Verb TweenVerb();
+Verb RetimeVerb();
 Verb MatteVerb();
 Verb ConvertVerb();
 Verb PremultiplyVerb();

@@ -137,11 +137,11 @@ std::vector<vxcli::ProcessorLevel> vxcli::ProcessorLevels() {
 }
 
 std::vector<vxcli::Verb> vxcli::AllVerbs() {
-  return {CompositeVerb(),   TransformVerb(),     FillVerb(),       CopyVerb(),
-          ResizeVerb(),      BlurVerb(),          ConvolveVerb(),   KernelVerb(),
-          FlowVerb(),        TweenVerb(),         MatteVerb(),      ConvertVerb(),
-          PremultiplyVerb(), UnpremultiplyVerb(), GuessAlphaVerb(), ModesVerb(),
-          CompareVerb(),     InfoVerb(),          ProfileVerb(),    ListVerb()};
+  return {CompositeVerb(),  TransformVerb(), FillVerb(),    CopyVerb(),        ResizeVerb(),
+          BlurVerb(),       ConvolveVerb(),  KernelVerb(),  FlowVerb(),        TweenVerb(),
+          RetimeVerb(),     MatteVerb(),     ConvertVerb(), PremultiplyVerb(), UnpremultiplyVerb(),
+          GuessAlphaVerb(), ModesVerb(),     CompareVerb(), InfoVerb(),        ProfileVerb(),
+          ListVerb()};
 }
 
 std::string vxcli::VersionText() {

@@ -141,6 +141,15 @@ VX_API VX_Err VX_TweenUnexplained(VX_Tween* tween, const VX_Veltor_InterruptFunc
 // Null is ignored.
 VX_API void VX_DisposeTween(VX_Tween* tween);
 
+// The mean of pictures, such as shutter samples between several pairs. Each of them is added to
+// `sum`, a world of 32 bits, in float and on the scale of its own depth; clear the sum before. The
+// mean is the sum times 1 / `count`, on the scale of the depth of `dst`, clamped to 0..full scale
+// at 8 and 16 bits and rounded to nearest. The worlds have the same size.
+// Returns VX_ErrBadParameter, reported, for null worlds, worlds without pixels, of different sizes,
+// a sum of another depth, or a count below 1.
+VX_API VX_Err VX_AddToSum(const VX_LayerDef* picture, VX_LayerDef* sum);
+VX_API VX_Err VX_MeanOfSum(const VX_LayerDef* sum, int32_t count, VX_LayerDef* dst);
+
 // --- cache of motion -----------------------------------------------------------------------------
 //
 // The motion of a pair is kept in the cache of the host, under an identity of the pair and the

@@ -9,7 +9,7 @@ from vxcommand import CommandTest, random_pixels
 
 # Options of all verbs that do not decide pixels: a run with --resume ignores changes of them.
 IGNORED = ("-o,--output --overwrite --no-clobber --resume --format --frames --at-time --missing --keep-going "
-           "--failed-list --dry-run --threads --memory --progress --json").split()
+           "--failed-list --dry-run --threads --memory --progress --json --output-frames --report").split()
 # A first run of each kind of option, and changes of it: option and value. None removes the option. All other options
 # are recorded as the texts given, like --depth and --opacity.
 CASES = {
@@ -32,7 +32,7 @@ class Options(CommandTest):
             self.text(name, text)
         listed = json.loads(self.vx("list", "options", "--json")[0])
         verbs = {row["verb"] for row in listed if row["option"] == "--resume"}
-        self.assertEqual(len(verbs), 13)
+        self.assertEqual(len(verbs), 14)
         self.assertEqual({row["option"] for row in listed if row["verb"] in verbs and row["decides"] == "nothing"},
                          set(IGNORED))
 

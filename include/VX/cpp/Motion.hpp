@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "VX/VX_FrameBlending.h"
+#include "VX/cpp/Image.hpp"
 #include "VX/cpp/Progress.hpp"
 #include "VX/cpp/View.hpp"
 
@@ -203,6 +204,27 @@ inline void tween(AnyView dst, AnyConstView first, AnyConstView second, double a
                   const TweenOptions& options = {}) {
   Tweener(first, second, options).render(dst, at);
 }
+
+// The mean of pictures of one size and depth, such as shutter samples between several pairs
+// (VX_AddToSum).
+class PictureSum {
+ public:
+  PictureSum(int32_t width, int32_t height) : sum_(width, height, 32) {}
+
+  // Throws Error (bad_parameter) for a picture of another size.
+  void add(AnyConstView picture) {
+    detail::run([&] { return VX_AddToSum(picture.descriptor(), sum_.world()); });
+    ++count_;
+  }
+  // Writes the mean of the pictures, at least one, to a picture of their size and depth.
+  void mean(AnyView dst) const {
+    detail::run([&] { return VX_MeanOfSum(sum_.world(), count_, dst.descriptor()); });
+  }
+
+ private:
+  Image sum_;
+  int32_t count_ = 0;
+};
 
 // Predicts the picture on whose pixels the field lies from the other one (VX_PredictByMotion).
 //   dst, src  of the same depth and of the size of the field, with different pixels

@@ -3,7 +3,11 @@
 #include "MotionOptions.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <mutex>
+#include <set>
 
+#include "Console.h"
 #include "Layers.h"
 #include "Verbs.h"
 
@@ -69,6 +73,11 @@ OptionList BetweenOptionList(BetweenArguments* to, const std::string& interval) 
                "Pictures between the two of a cut. hold: the nearer one; mix: both are mixed by "
                "time"}
             .Default("hold"),
+        Option{
+            "--cache", "DIR", Text(&to->cache),
+            "Keep the motion of each pair in files of this folder, for later runs; it is made if "
+            "it does not exist"}
+            .For(Decides::Nothing),
         Option{"--shutter-angle", "DEGREES", Number(&to->tween.shutter_angle, 0, 360),
                "%r: the part of the interval between " + interval +
                    " that --shutter-samples covers, around the instant; 360 is the whole interval"}
@@ -90,6 +99,20 @@ void ResolveTween(BetweenArguments* arguments, const JobOptions& job) {
   arguments->tween.motion = arguments->motion.motion;
   arguments->tween.method = static_cast<vx::TweenMethod>(arguments->method);
   arguments->tween.sinc = arguments->quality == 1;
+  if (arguments->cache.empty() || job.dry_run) return;
+  std::error_code error;
+  std::filesystem::create_directory(arguments->cache, error);
+  if (std::filesystem::is_directory(arguments->cache)) return;
+  throw VXIO_Error(VXIO_ErrorKind::Output,
+                   "--cache " + arguments->cache + ": " +
+                       (error ? "cannot be made: " + error.message() : "is no folder"));
+}
+
+void WarnAboutCache(const std::string& warning) {
+  static std::mutex mutex;
+  static std::set<std::string> printed;
+  const std::lock_guard lock(mutex);
+  if (!warning.empty() && printed.insert(warning).second) Warn({"--cache: " + warning});
 }
 
 VXIO_Picture ReadDisplayWindow(size_t input, int32_t depth, JobFrame* frame) {

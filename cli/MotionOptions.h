@@ -31,6 +31,7 @@ struct BetweenArguments {
   vx::TweenOptions tween;
   std::optional<double> cut_threshold;
   int32_t on_cut = Hold;
+  std::string cache;  // folder of motion files; may be empty
 
   // Returns true if a pair is a cut whose part `unexplained` no motion explains.
   bool IsCut(const std::optional<double>& unexplained) const {
@@ -41,7 +42,10 @@ struct BetweenArguments {
 OptionList BetweenOptionList(BetweenArguments* to, const std::string& interval);
 // The option --quality of these verbs, for JobOptionList.
 Option QualityOfTween(BetweenArguments* to);
+// Also makes the folder of --cache. Throws VXIO_Error (Output).
 void ResolveTween(BetweenArguments* arguments, const JobOptions& job);
+// Prints the warning of a pair about its motion file, and each text once in a run.
+void WarnAboutCache(const std::string& warning);
 // Returns the name of a method.
 const char* NameOf(vx::TweenMethod method);
 

@@ -33,10 +33,14 @@ SourcePair::Made SourcePair::Make(double position, vx::Image* to) {
   vx::TweenOptions options = arguments_.tween;
   options.shutter_samples = 1;
   if (options.method == vx::TweenMethod::motion) {
-    if (!tweener_) tweener_ = std::make_unique<vx::Tweener>(a, b, options);
+    if (!tweener_) {
+      tweener_ = std::make_unique<vx::Tweener>(a, b, options);
+      if (!arguments_.cache.empty()) tweener_->use_cache(arguments_.cache);
+    }
     if (arguments_.cut_threshold && !unexplained_) unexplained_ = tweener_->unexplained();
     if (!arguments_.IsCut(unexplained_)) {
       tweener_->render(*to, position);
+      WarnAboutCache(tweener_->cache_warning());
       return {to->world(), MadeBy::Motion, false};
     }
     if (arguments_.on_cut == BetweenArguments::Hold) return {&nearer, MadeBy::Hold, true};

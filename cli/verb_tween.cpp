@@ -28,6 +28,7 @@ void Make(const TweenArguments& arguments, const VX_World& a, const VX_World& b,
   vx::TweenOptions options = between.tween;
   options.motion.progress = frame->Progress();
   vx::Tweener tweener(a, b, options);
+  if (!between.cache.empty()) tweener.use_cache(between.cache);
   std::optional<double> unexplained;
   const bool ends = arguments.at == 0 || arguments.at == 1;
   if (options.method == vx::TweenMethod::motion && between.cut_threshold && !ends) {
@@ -44,6 +45,7 @@ void Make(const TweenArguments& arguments, const VX_World& a, const VX_World& b,
   } else {
     tweener.render(*to, arguments.at);
   }
+  WarnAboutCache(tweener.cache_warning());
   frame->Record()["method"] = NameOf(options.method);
   frame->Record()["cut"] = cut;
 }

@@ -9,7 +9,7 @@ from vxcommand import CommandTest, random_pixels
 
 # Options of all verbs that do not decide pixels: a run with --resume ignores changes of them.
 IGNORED = ("-o,--output --overwrite --no-clobber --resume --format --frames --at-time --missing --keep-going "
-           "--failed-list --dry-run --threads --memory --progress --json --output-frames --report").split()
+           "--failed-list --dry-run --threads --memory --progress --json --output-frames --report --cache").split()
 # A first run of each kind of option, and changes of it: option and value. None removes the option. All other options
 # are recorded as the texts given, like --depth and --opacity.
 CASES = {

@@ -121,6 +121,25 @@ VX_Err EstimateMotion(Scene& s) {
   return VX_EstimateMotion(s.src.get(), s.src.get(), &settings, nullptr, 0, vectors.data(),
                            8 * kSize);
 }
+// Estimates the motion, stores it in a temporary file, and reads it.
+VX_Err KeptMotion(Scene& s) {
+  VXHost_SetCacheBudget(0);
+  std::vector<uint8_t> pixels(size_t{16} * kSize * kSize);
+  VX_LayerDef to = *s.src;
+  to.data = pixels.data();
+  to.rowbytes = 16 * kSize;
+  VX_Err error = VX_Ok;
+  for (int i = 0; i < 2 && error == VX_Ok; ++i) {
+    VX_Tween* tween = nullptr;
+    error = VX_NewTween(s.src.get(), s.src.get(), nullptr, &tween);
+    if (error == VX_Ok) error = VX_TweenUseCache(tween, nullptr, nullptr);
+    if (error == VX_Ok) error = VX_TweenInstant(tween, 0.5f, nullptr, &to);
+    VX_DisposeTween(tween);
+  }
+  VX_ClearMotionCache();
+  VXHost_SetCacheBudget(int64_t{256} << 20);
+  return error;
+}
 // The kernel of the last radius is kept, so both scans allocate theirs.
 VX_Err GaussianScans(Scene& s) {
   uint8_t scratch[400], other[70] = {};
@@ -179,6 +198,7 @@ TEST_F(Failures, OutOfMemoryLeavesTheDestination) {
       {"Gaussian feather", Feather<VX_Feather_Gaussian>},
       {"linear tables", LinearTables},
       {"motion between pictures", EstimateMotion},
+      {"motion that is kept", KeptMotion},
   };
   Scene warm_up(8);
   for (const auto& [name, run] : rows) CodeOf(run, warm_up);  // memory that the process keeps

@@ -13,7 +13,8 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <utility>
+
+#include "unit/GuardedWorld.h"
 
 bool Command::logs = false;
 
@@ -115,7 +116,7 @@ void* Command::Memory(Use use, size_t unit, size_t sample, int32_t width, int32_
   block->stride = block->row + static_cast<size_t>(padding);
   const size_t extent = empty ? 0 : block->stride * (static_cast<size_t>(height) - 1) + block->row;
   block->pages = Pages::Acquire(extent + 2 * kMargin);
-  const size_t step = (traits & kAligned) != 0 ? sample : 1;
+  const size_t step = aligns_rows || (traits & kAligned) != 0 ? sample : 1;
   const int32_t place = Below(4);
   block->first = place == 0   ? 0
                  : place == 1 ? kMargin + static_cast<size_t>(Below(16)) / step * step
@@ -150,9 +151,9 @@ void Command::Paint(const Block& block) {
 }
 
 const void* Command::InputBytes(const void* numbers, size_t count, size_t unit, size_t alignment) {
-  const auto before = std::exchange(traits, traits | kAligned);
+  const bool before = std::exchange(aligns_rows, true);
   void* const memory = Memory(Use::kInput, unit, alignment, static_cast<int32_t>(count), 1, 0);
-  traits = before;
+  aligns_rows = before;
   std::memcpy(memory, numbers, count * unit);
   Block& block = *blocks_.back();
   std::memcpy(&block.before[block.first - block.begin], numbers, count * unit);
@@ -168,8 +169,10 @@ VX_LayerDef* Command::World(Use use, int32_t world_depth) {
 
 VX_LayerDef* Command::World(Use use, int32_t world_depth, int32_t width, int32_t height) {
   const auto pixel = static_cast<size_t>(world_depth) / 2;
-  const int32_t padding = (traits & kAligned) != 0 ? static_cast<int32_t>(pixel) * Below(4)
-                                                   : Pick({0, 1, 4, 16, 37, 100});
+  int32_t padding = (traits & kAligned) != 0 ? static_cast<int32_t>(pixel) * Below(4)
+                                             : Pick({0, 1, 4, 16, 37, 100});
+  const auto sample = static_cast<int32_t>(pixel) / 4;
+  if (aligns_rows) padding = (padding + sample - 1) / sample * sample;
   VX_LayerDef world{};
   world.data = Memory(use, pixel, pixel / 4, width, height, padding);
   world.rowbytes = width * static_cast<int32_t>(pixel) + padding;
@@ -186,14 +189,22 @@ VX_LayerDef* Command::Source() { return World(Use::kInput, OneIn(24) ? AnyDepth(
 
 VX_LayerDef* Command::Hostile(VX_LayerDef* world) {
   if (!OneIn(48)) return world;
-  if (Flag()) {
-    Log("  without pixels\n");
-    world->data = nullptr;
-  } else if (world->world_flags == 0) {
+  const int32_t kind = Below(4);
+  if (kind == 0 && world->world_flags == 0) {
     Log("  of unknown depth\n");
     world->world_flags = 7u << 24;
   }
-  return world;
+  if (kind == 0) return world;
+  must_be_refused = true;
+  if (kind == 1) return Note("  null\n", nullptr);
+  if (kind == 2) {
+    Log("  without pixels\n");
+    world->data = nullptr;
+    return world;
+  }
+  Log("  an object of depth 24\n");
+  objects_.push_back(std::make_unique<OddDepthWorld>(world));
+  return objects_.back().get();
 }
 
 // --- progress ------------------------------------------------------------------------------------
@@ -241,6 +252,10 @@ void Command::GaveBytes(const char* name, const void* bytes, size_t size, size_t
 
 void Command::Finish(VX_Err code, bool keeps_on_refusal) {
   Gave("code", code);
+  if (progress_stop_ >= 0 && progress_calls_ > progress_stop_ &&
+      (code != VX_ErrStopped || progress_calls_ > progress_stop_ + 1)) {
+    Fail("went on after a stop");
+  }
   const bool refused = keeps_on_refusal && code != VX_Ok && code < VX_ErrStopped && code > 0;
   for (const std::unique_ptr<Block>& block : blocks_) {
     const uint8_t* const bytes = block->pages->bytes();

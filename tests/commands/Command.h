@@ -13,9 +13,10 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "VX/VX_Types.h"
+#include "VX/VX_World.h"
 
 // Spreads a number over all 64 bits.
 constexpr uint64_t MixBits(uint64_t x) {
@@ -94,6 +95,9 @@ class Command {
   // The depth of this command's worlds.
   int32_t depth;
   uint32_t traits;
+  // Rows start at multiples of the sample size even without kAligned, so that a slow twin may use
+  // plain pointers. The routine under test gets rows at any address.
+  bool aligns_rows = false;
   // Worlds may be large in one of 32 commands. Limits for operations that are slow.
   int32_t max_width = 67, max_height = 12;
 
@@ -104,8 +108,10 @@ class Command {
   VX_LayerDef* Source();
   VX_LayerDef* Destination() { return World(Use::kOutput); }
   int32_t AnyDepth() { return 8 << Below(3); }
-  // Removes the pixels of one world in 48, or gives it an unknown depth.
+  // One world in 48 is one that calls refuse: null, without pixels, or an object of another depth
+  // than the three. Or it has an unknown depth code, which counts as 8 bits.
   VX_LayerDef* Hostile(VX_LayerDef* world);
+  bool must_be_refused = false;
 
   // A row of pixels or samples: a world of height 1.
   template <class Pixel>
@@ -115,6 +121,14 @@ class Command {
     constexpr size_t unit = sizeof(Pixel);
     constexpr size_t sample = is_pixel ? sizeof(VX_ChannelOf<Channel>) : unit;
     return static_cast<Pixel*>(Memory(use, unit, sample, count, 1, 0));
+  }
+  // For routines whose argument is a pixel, which is aligned to its type.
+  template <class Pixel>
+  Pixel* AlignedRow(Use use, int32_t count) {
+    const bool before = std::exchange(aligns_rows, true);
+    Pixel* const row = Row<Pixel>(use, count);
+    aligns_rows = before;
+    return row;
   }
   // Memory that is only read, with the given numbers. Unlike rows, it is aligned to their type.
   template <class Number>
@@ -174,6 +188,7 @@ class Command {
   uint64_t state_;
   std::deque<std::unique_ptr<Block>> blocks_;
   std::deque<VX_LayerDef> worlds_;
+  std::deque<std::unique_ptr<VX_World>> objects_;
   std::deque<M_Rect> rects_;
   VX_ProgressInfo progress_{};
   int32_t progress_calls_ = 0, progress_stop_ = -1;

@@ -26,8 +26,12 @@ inline VX_Err Run(Command& c, VX_ConvolveFunc f) {
       weight = wide ? static_cast<int32_t>(c.Word()) : c.Between(-200, 400);
     }
     kernels[i] = c.Sometimes(c.Input(kernel));
+    if (kernels[i] == nullptr) c.must_be_refused = true;
   }
-  if (c.OneIn(40)) size = c.Pick({-1, 0, 2, 4});
+  if (c.OneIn(40)) {
+    size = c.Pick({-1, 0, 2, 4});
+    c.must_be_refused = true;
+  }
   c.Log("flags %d, size %d, wide %d\n", flags, size, wide);
   return With(f, std::tuple{c.Progress(), c.Hostile(c.Source()), c.Rect(), flags, size, kernels[0],
                             kernels[1], kernels[2], kernels[3], c.Hostile(c.Destination())});

@@ -3,6 +3,8 @@
 
 #include "Operations.h"
 
+#include <cstring>
+
 #include "host/VXHost.h"
 
 std::vector<Operation> AllOperations() {
@@ -21,7 +23,13 @@ VX_Err Execute(Command& command, const Runner& runner, bool keeps_on_refusal) {
     code = thrown;
   }
   command.Finish(code, keeps_on_refusal);
-  command.Gave("reported", !VXHost_TakeReports().empty(), false);
+  if (command.must_be_refused && code == VX_Ok) command.Fail("accepted an invalid world");
+  const bool reported = !VXHost_TakeReports().empty();
+  // Methods only throw.
+  const bool is_method = std::strncmp(command.operation(), "VX_World::", 10) == 0;
+  if (code == VX_ErrBadParameter && !reported && !is_method)
+    command.Fail("a refusal without a report");
+  command.Gave("reported", reported, false);
   return code;
 }
 
@@ -33,6 +41,7 @@ std::string Check(const Operation& operation, uint64_t seed, uint32_t number, ui
   const bool has_twin = operation.twin != nullptr && code == VX_Ok;
   if (wrong.empty() && has_twin && (operation.needs & ~command.traits) == 0) {
     Command again(operation.name.c_str(), seed, number);
+    again.aligns_rows = true;
     const VX_Err twin_code = Execute(again, operation.twin, operation.keeps_on_refusal);
     if (twin_code != kNoTwin) {
       wrong = Difference(command.parts(), again.parts(), operation.tolerance, true);

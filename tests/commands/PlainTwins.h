@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "WorldCalls.h"
 #include "reference/RefCopy.h"
@@ -29,10 +28,7 @@ void ForPixels(const VX_LayerDef& world, Change change) {
   if (world.data == nullptr) return;
   for (int32_t y = 0; y < world.height; ++y) {
     for (int32_t x = 0; x < world.width; ++x) {
-      Pixel pixel;
-      std::memcpy(&pixel, PixelAt(world, x, y), sizeof pixel);
-      change(x, y, pixel);
-      std::memcpy(PixelAt(world, x, y), &pixel, sizeof pixel);
+      change(x, y, vxref::At<Pixel>(world, x, y));
     }
   }
 }
@@ -71,8 +67,7 @@ inline M_Rect TurnedOver(const M_Rect* area, const VX_LayerDef& world) {
 template <class Color>
 VX_Err FillTwin(void*, const Color* color, const M_Rect* area, VX_LayerDef* world) {
   const M_Rect turned = TurnedOver(area, *world);
-  Color value{};
-  if (color != nullptr) std::memcpy(&value, color, sizeof value);
+  const Color value = color != nullptr ? *color : Color{};
   FillWith(value, &turned, *world);
   return VX_Ok;
 }
@@ -135,8 +130,7 @@ template <class Color>
 VX_Err PremulAreaTwin(void*, int32_t forward, const Color* color, const M_Rect* area,
                       VX_LayerDef* world) {
   const M_Rect turned = TurnedOver(area, *world);
-  Color value{};
-  if (color != nullptr) std::memcpy(&value, color, sizeof value);
+  const Color value = color != nullptr ? *color : Color{};
   ByDepth(VXp_WorldDepth(world), [&]<class Pixel>() {
     const Pixel matte = vxref::Converted<Pixel>(value);
     ForPixels<Pixel>(*world, [&](int32_t x, int32_t y, Pixel& p) {
@@ -194,8 +188,7 @@ inline VX_Err TablesTwin(VX_ProgressInfo*, int32_t, int32_t, const VX_LayerDef* 
   const auto through = [](const uint8_t* table, uint8_t c) { return table ? table[c] : c; };
   ForPixels<VX_Pixel8>(*dst, [&](int32_t x, int32_t y, VX_Pixel8& pixel) {
     if (!IsInside(area, x, y) || !IsInside(*src, x, y)) return;
-    VX_Pixel8 in;
-    std::memcpy(&in, PixelAt(*src, x, y), sizeof in);
+    const auto in = vxref::At<VX_Pixel8>(*src, x, y);
     pixel = {through(alpha, in.alpha), through(red, in.red), through(green, in.green),
              through(blue, in.blue)};
   });

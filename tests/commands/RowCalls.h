@@ -41,6 +41,7 @@ template <class Pixel>
 VX_Err Run(Command& c, VX_GetInnerBlendingSlot<Pixel> f) {
   const std::string name = c.operation();
   const int32_t mode = AnyMode(c);
+  c.must_be_refused = mode == -4 || mode == -1 || mode == 37;
   // Copies prepare a table for 256 or more pixels.
   const bool is_long = (mode == VX_Xfer_Copy || mode == VX_Xfer_InFront) && c.Flag();
   const int32_t count = is_long ? c.Between(240, 290) : AnyCount(c);
@@ -54,7 +55,8 @@ VX_Err Run(Command& c, VX_GetInnerBlendingSlot<Pixel> f) {
   Pixel* const dst = c.Row<Pixel>(Use::kOutput, count);
   const Pixel* const src = c.OneIn(8) ? dst : c.Row<Pixel>(Use::kInput, count);
   const Pixel* const mask = masked ? c.Row<Pixel>(Use::kInput, count) : nullptr;
-  return chosen.scan(count, &record, linear ? &TablesOf(c.Below(2)) : nullptr, src, mask, dst);
+  const bool has_tables = linear && (count == 0 || !c.OneIn(24));
+  return chosen.scan(count, &record, has_tables ? &TablesOf(c.Below(2)) : nullptr, src, mask, dst);
 }
 
 // All stages of a row. The twin has the arguments in one call.
@@ -89,11 +91,8 @@ using Xfer1Call = void(int32_t mode, int32_t opacities, const Pixel*,
 template <class Pixel>
 void AboveWhite(const Pixel& src, Pixel* dst) {
   if constexpr (std::is_same_v<Pixel, VX_Pixel16>) {
-    Pixel d;
-    std::memcpy(&d, dst, sizeof d);
-    if (src.red == 0) d.red = static_cast<uint16_t>(d.red + 32767);
-    if (src.green == 0) d.green = 65535;
-    std::memcpy(dst, &d, sizeof d);
+    if (src.red == 0) dst->red = static_cast<uint16_t>(dst->red + 32767);
+    if (src.green == 0) dst->green = 65535;
   }
 }
 template <class Pixel>
@@ -103,14 +102,12 @@ VX_Err Run(Command& c, Xfer1Call<Pixel>* f) {
   const VX_ChannelOf<Pixel> opacities[2] = {c.Opacity<VX_ChannelOf<Pixel>>(),
                                             c.Opacity<VX_ChannelOf<Pixel>>()};
   const VX_LinearBlendingTables* const tables = Tables(c);
-  const Pixel* const src = c.Row<Pixel>(Use::kInput, 64);
-  Pixel* const dst = c.Row<Pixel>(Use::kOutput, 64);
+  const Pixel* const src = c.AlignedRow<Pixel>(Use::kInput, 64);
+  Pixel* const dst = c.AlignedRow<Pixel>(Use::kOutput, 64);
   const bool above = mode == VX_Xfer_Burn || mode == VX_Xfer_Burn2 || mode == VX_Xfer_VividLight;
   for (int i = 0; i < 64; ++i) {
-    Pixel one;
-    std::memcpy(&one, src + i, sizeof one);
-    if (above) AboveWhite(one, dst + i);
-    f(mode, form, &one, tables, opacities, dst + i);
+    if (above) AboveWhite(src[i], dst + i);
+    f(mode, form, src + i, tables, opacities, dst + i);
   }
   return VX_Ok;
 }

@@ -56,10 +56,7 @@ void Xfer1(int32_t mode, int32_t opacities, const Pixel* src, const VX_LinearBle
 template <class Pixel>
 void Xfer1Twin(int32_t mode, int32_t opacities, const Pixel* src,
                const VX_LinearBlendingTables* tables, const VX_ChannelOf<Pixel>* o, Pixel* dst) {
-  Pixel result;
-  std::memcpy(&result, dst, sizeof result);
-  vxref::Xfer1(mode, *src, tables, {o, static_cast<size_t>(opacities)}, &result);
-  std::memcpy(dst, &result, sizeof result);
+  vxref::Xfer1(mode, *src, tables, {o, static_cast<size_t>(opacities)}, dst);
 }
 
 VX_Err TrackMatteTwin(int32_t count, const void* mask, int32_t left, int32_t available,

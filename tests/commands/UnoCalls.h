@@ -18,22 +18,31 @@ auto BySample(int32_t depth, Work work) {
 class Buffer {
  public:
   Buffer(Command& c, Use use, int32_t depth, int32_t width, int32_t height)
-      : samples_(c.Memory(use, static_cast<size_t>(depth) / 8, static_cast<size_t>(depth) / 8,
+      : command_(c),
+        samples_(c.Memory(use, static_cast<size_t>(depth) / 8, static_cast<size_t>(depth) / 8,
                           width, height, 0)) {
     c.Log("buffer of depth %d, %d x %d\n", depth, width, height);
-    VX_UnoBuffer& buffer = *get();
+    VX_UnoBuffer& buffer = *record();
     buffer.magic = c.OneIn(60) ? 0 : VX_UnoBuffer_Magic;
     buffer.width = width;
     buffer.height = height;
-    buffer.data = c.OneIn(60) ? nullptr : &samples_;
+    const int32_t missing = c.OneIn(60) ? 1 + c.Below(2) : 0;
+    buffer.data = missing == 1 ? nullptr : &samples_;
+    if (missing == 2) samples_ = nullptr;
     buffer.depth = depth;
   }
   Buffer(Command& c, Use use, int32_t depth, int32_t most = 24)
       : Buffer(c, use, depth, 1 + c.Below(most), 1 + c.Below(most)) {}
   Buffer(const Buffer&) = delete;
-  VX_UnoBuffer* get() { return reinterpret_cast<VX_UnoBuffer*>(record_); }
+  // For an argument whose samples are used.
+  VX_UnoBuffer* get() {
+    if (record()->data == nullptr || samples_ == nullptr) command_.must_be_refused = true;
+    return record();
+  }
+  VX_UnoBuffer* record() { return reinterpret_cast<VX_UnoBuffer*>(record_); }
 
  private:
+  Command& command_;
   void* samples_;
   alignas(VX_UnoBuffer) uint8_t record_[sizeof(VX_UnoBuffer)] = {};
 };
@@ -159,7 +168,7 @@ inline VX_Err Run(Command& c, MergeCall* f) {
   return AsObject(c.Destination(), [&](auto& world) {
     return With(f, std::tuple{c.FreeProgress(), static_cast<int16_t>(c.Between(-26, 32)),
                               static_cast<int16_t>(c.Between(-26, 22)), c.Rect(), buffer.get(),
-                              bounded ? second.get() : nullptr, static_cast<VX_World*>(&world)});
+                              bounded ? second.record() : nullptr, static_cast<VX_World*>(&world)});
   });
 }
 

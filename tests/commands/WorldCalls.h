@@ -56,7 +56,12 @@ inline int32_t AnyMode(Command& c) {
 
 using ClearExceptCall = VX_Err(void*, const M_Rect*, VX_LayerDef*);
 inline VX_Err Run(Command& c, ClearExceptCall* f) {
-  return With(f, std::tuple{nullptr, c.Rect(), c.Hostile(c.Destination())});
+  const auto hostile = [&] {  // a rectangle may leave nothing to do
+    VX_LayerDef* const world = c.Hostile(c.Destination());
+    c.must_be_refused = world == nullptr;
+    return world;
+  };
+  return With(f, std::tuple{nullptr, c.Rect(), hostile()});
 }
 
 template <class Pixel>
@@ -312,8 +317,13 @@ inline VX_Err Run(Command& c, VX_IterateLUTFunc f) {
   VX_LayerDef* const src = c.OneIn(20)  ? nullptr
                            : c.OneIn(4) ? dst
                                         : c.World(Use::kInput, c.OneIn(20) ? 16 : 8);
+  const auto hostile = [&] {  // the depth of an object is ignored
+    VX_LayerDef* const world = c.Hostile(dst);
+    c.must_be_refused = world == nullptr || world->data == nullptr;
+    return world;
+  };
   return With(f, std::tuple{c.Progress(), c.Below(5), c.Below(20), src, c.Rect(), tables[0],
-                            tables[1], tables[2], tables[3], c.Hostile(dst)});
+                            tables[1], tables[2], tables[3], hostile()});
 }
 
 // A replacement of the slot may use threads, so that only the number of calls for each number is

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// vx_commands: seeded random commands of operations on pixels, against their slow twins and into
-// digests.
+// vx_commands: seeded random commands of operations on pixels, against their slow twins, against
+// another processor level, and into digests.
 
 #include <signal.h>
 #include <unistd.h>
@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "Operations.h"
 #include "Options.h"
@@ -26,6 +27,7 @@ constexpr char kUsage[] =
     "  --at N         only the command of this number, with all that it draws\n"
     "  --digest       a line for each operation with the digest of its results\n"
     "  --level LEVEL  what the processor record reports: none, sse2 or all (the default)\n"
+    "  --against LEVEL  compares the results bit for bit with those at this level, not with twins\n"
     "  --list         the operations\n"
     "\n"
     "Ends with 0 when all is good, 1 after a wrong result, 2 for wrong options, 3 after a crash.\n";
@@ -34,7 +36,7 @@ constexpr uint64_t kAll = UINT64_MAX;
 
 struct Options {
   uint64_t seed = 1, count = 200, at = kAll;
-  std::string operation, level = "all";
+  std::string operation, level = "all", against;
   bool digest = false, list = false;
 };
 
@@ -47,6 +49,48 @@ void OnCrash(int) {
   _exit(3);
 }
 
+void SetRunning(const Operation& operation, const Options& options, uint32_t at) {
+  std::snprintf(running, sizeof running, "--op '%s' --seed %llu --at %u --level %s\n",
+                operation.name.c_str(), static_cast<unsigned long long>(options.seed), at,
+                options.level.c_str());
+}
+
+// The numbers of the commands: from the first to the one before the second.
+std::pair<uint32_t, uint32_t> Range(const Options& options) {
+  if (options.at != kAll) return {static_cast<uint32_t>(options.at), options.at + 1};
+  return {0, static_cast<uint32_t>(options.count)};
+}
+
+// Returns the number of operations whose results depend on the level.
+int CompareLevels(const std::vector<Operation>& operations, const Options& options) {
+  const auto [first, end] = Range(options);
+  int wrong = 0;
+  for (const Operation& operation : operations) {
+    const auto results_at = [&, first = first, end = end](const std::string& level) {
+      const BornAtLevel born(level);
+      std::vector<std::vector<Part>> results;
+      for (uint32_t i = first; i < end; ++i) {
+        SetRunning(operation, options, i);
+        Command command(operation.name.c_str(), options.seed, i);
+        Execute(command, operation.run, operation.keeps_on_refusal);
+        results.push_back(command.parts());
+      }
+      return results;
+    };
+    if (!operation.in_digest) continue;
+    const auto want = results_at(options.against), got = results_at(options.level);
+    for (uint32_t i = first; i < end; ++i) {
+      const std::string text = Difference(got[i - first], want[i - first], 0, false);
+      if (text.empty()) continue;
+      SetRunning(operation, options, i);
+      std::printf("WRONG: %s%s\n", running, text.c_str());
+      ++wrong;
+      break;
+    }
+  }
+  return wrong;
+}
+
 // Returns the number of operations with a wrong result. The first wrong command is repeated with
 // its draws, because commands do not depend on each other.
 int RunAll(const std::vector<Operation>& operations, const Options& options) {
@@ -54,12 +98,9 @@ int RunAll(const std::vector<Operation>& operations, const Options& options) {
   for (const Operation& operation : operations) {
     uint64_t digest = 14695981039346656037u;
     std::string failure;
-    const uint64_t first = options.at == kAll ? 0 : options.at;
-    const uint64_t end = first + (options.at == kAll ? options.count : 1);
-    for (auto i = static_cast<uint32_t>(first); i < end && failure.empty(); ++i) {
-      std::snprintf(running, sizeof running, "--op '%s' --seed %llu --at %u --level %s\n",
-                    operation.name.c_str(), static_cast<unsigned long long>(options.seed), i,
-                    options.level.c_str());
+    const auto [first, end] = Range(options);
+    for (uint32_t i = first; i < end && failure.empty(); ++i) {
+      SetRunning(operation, options, i);
       if (Check(operation, options.seed, i, &digest).empty()) continue;
       Command::logs = true;
       failure = Check(operation, options.seed, i, nullptr);
@@ -84,6 +125,7 @@ int Run(int count, char** words) {
                 {"--at", &options.at},
                 {"--op", &options.operation},
                 {"--level", &options.level},
+                {"--against", &options.against},
                 {"--digest", &options.digest},
                 {"--list", &options.list}});
   Command::logs = options.at != kAll;
@@ -105,8 +147,11 @@ int Run(int count, char** words) {
   for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) {
     sigaction(signal, &action, nullptr);
   }
-  const BornAtLevel born(options.level);
-  const int wrong = RunAll(operations, options);
+  const auto run_all = [&] {
+    const BornAtLevel born(options.level);
+    return RunAll(operations, options);
+  };
+  const int wrong = options.against.empty() ? run_all() : CompareLevels(operations, options);
   if (!options.digest) {
     std::printf("%zu operations, %d wrong; seed %llu\n", operations.size(), wrong,
                 static_cast<unsigned long long>(options.seed));

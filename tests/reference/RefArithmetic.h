@@ -26,6 +26,12 @@ Wide Max(Wide a, Wide b) {
   return a > b ? a : b;
 }
 
+// A pixel of a world whose rows start at multiples of the sample size.
+template <class Pixel>
+Pixel& At(const VX_LayerDef& world, int64_t column, int64_t row) {
+  return reinterpret_cast<Pixel*>(static_cast<char*>(world.data) + row * world.rowbytes)[column];
+}
+
 // The type of sums: double at float, otherwise 64-bit integers, which hold all sums exactly.
 template <class Number>
 using SumOf = std::conditional_t<std::is_floating_point_v<Number>, double, int64_t>;

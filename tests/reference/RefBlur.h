@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 #include "RefArithmetic.h"
@@ -66,20 +65,16 @@ struct Lines {
   int64_t FirstLine() const { return down ? world.origin_x : world.origin_y; }
   int64_t Start() const { return down ? world.origin_y : world.origin_x; }
 
-  uint8_t* Address(int64_t line, int64_t j) const {
-    const int64_t x = down ? line : j, y = down ? j : line;
-    return static_cast<uint8_t*>(world.data) + y * world.rowbytes +
-           x * static_cast<int64_t>(sizeof(Pixel));
+  Pixel& PixelAt(int64_t line, int64_t j) const {
+    return At<Pixel>(world, down ? line : j, down ? j : line);
   }
   Channels<Pixel> Read(int64_t line, int64_t j) const {
-    VX_ChannelOf<Pixel> c[4];
-    std::memcpy(c, Address(line, j), sizeof c);
-    return {c[0], c[1], c[2], c[3]};
+    const Pixel& p = PixelAt(line, j);
+    return {p.alpha, p.red, p.green, p.blue};
   }
-  void Write(int64_t line, int64_t j, const Channels<Pixel>& p) const {
-    VX_ChannelOf<Pixel> c[4];
-    for (size_t i = 0; i < 4; ++i) c[i] = static_cast<VX_ChannelOf<Pixel>>(p[i]);
-    std::memcpy(Address(line, j), c, sizeof c);
+  void Write(int64_t line, int64_t j, const Channels<Pixel>& c) const {
+    const auto as = [](auto value) { return static_cast<VX_ChannelOf<Pixel>>(value); };
+    PixelAt(line, j) = {as(c[0]), as(c[1]), as(c[2]), as(c[3])};
   }
 };
 

@@ -9,10 +9,10 @@
 // argument, and an odd kernel size of at most 65535. Results are written to `dst`.
 
 #include <cmath>
-#include <cstring>
 #include <type_traits>
 #include <vector>
 
+#include "RefArithmetic.h"
 #include "VX/VX_Convolve.h"
 
 namespace vxref {
@@ -60,8 +60,6 @@ void Convolve(const VX_LayerDef& src, int32_t flags, int32_t kernel_size,
   using Channel = VX_ChannelOf<Pixel>;
   constexpr bool kFloat = std::is_same_v<Channel, float>;
   const Shape shape(flags, kernel_size);
-  const char* from = static_cast<const char*>(src.data);
-  char* to = static_cast<char*>(dst.data);
   for (int c = 0; c < 4; ++c) {
     const int64_t divisor = Divisor(shape, flags, kernels[c]);
     for (int64_t y = 0; y < dst.height; ++y) {
@@ -71,18 +69,14 @@ void Convolve(const VX_LayerDef& src, int32_t flags, int32_t kernel_size,
           const int64_t column = x - shape.half_width + i % shape.Width();
           const int64_t row = y - shape.half_height + i / shape.Width();
           if (column < 0 || column >= src.width || row < 0 || row >= src.height) continue;
-          Channel value;
-          std::memcpy(&value, from + row * src.rowbytes + (column * 4 + c) * int64_t{sizeof value},
-                      sizeof value);
+          const Channel value = At<Channel>(src, 4 * column + c, row);
           if constexpr (kFloat) {
             sum += value * static_cast<float>(kernels[c][i]);
           } else {
             sum += int64_t{value} * kernels[c][i];
           }
         }
-        const Channel result = Finished<Channel>(sum, divisor, (flags & 4) == 0, c == 0);
-        std::memcpy(to + y * dst.rowbytes + (x * 4 + c) * int64_t{sizeof result}, &result,
-                    sizeof result);
+        At<Channel>(dst, 4 * x + c, y) = Finished<Channel>(sum, divisor, (flags & 4) == 0, c == 0);
       }
     }
   }

@@ -8,7 +8,6 @@
 // arguments. A null rectangle is the whole world; a rectangle with exchanged edges is empty.
 // Results are written to `dst`.
 
-#include <cstring>
 #include <vector>
 
 #include "RefArithmetic.h"
@@ -69,12 +68,6 @@ inline VX_Fixed Radius(const Side& src, const Side& dst) {
   return static_cast<VX_Fixed>(Max(radius, int64_t{32768}));
 }
 
-template <class Pixel>
-void Put(const VX_LayerDef& world, int64_t column, int64_t row, const Pixel& p) {
-  char* data = static_cast<char*>(world.data);
-  std::memcpy(data + row * world.rowbytes + column * static_cast<int64_t>(sizeof p), &p, sizeof p);
-}
-
 // --- channels ---
 
 template <class To, class From>
@@ -123,7 +116,7 @@ void Scale(bool premultiplied, bool held, const VX_LayerDef& src, const VX_Layer
       Pixel p;
       sample(nullptr, position(column.position, src.width), position(row.position, src.height),
              &record, &p);
-      Put(dst, column.to, row.to, p);
+      At<Pixel>(dst, column.to, row.to) = p;
     }
   }
 }
@@ -147,7 +140,7 @@ void CopyDraft(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Rect* src
   const auto columns = PositionsOf(Horizontal(src_rect, src), Horizontal(dst_rect, dst));
   for (const AxisPosition& row : PositionsOf(Vertical(src_rect, src), Vertical(dst_rect, dst))) {
     for (const AxisPosition& column : columns) {
-      Put(dst, column.to, row.to, Converted<To>(PixelAt<From>(src, column.from, row.from)));
+      At<To>(dst, column.to, row.to) = Converted<To>(PixelAt<From>(src, column.from, row.from));
     }
   }
 }
@@ -191,7 +184,7 @@ void SpecialBlit(const VX_LayerDef& src, const M_LPoint& at, bool lookup, bool i
              LookedUp(unit.green, low.green, high.green), LookedUp(unit.blue, low.blue, high.blue)};
       }
       if (invert_alpha) p.alpha = static_cast<uint8_t>(255 - p.alpha);
-      Put(dst, x, y, p);
+      At<VX_Pixel8>(dst, x, y) = p;
     }
   }
 }

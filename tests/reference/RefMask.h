@@ -5,8 +5,6 @@
 // The slow twins of masks, one pixel at a time. Arguments must be valid; they are not checked. The
 // product must give equal bits at each depth.
 
-#include <cstring>
-
 #include "RefArithmetic.h"
 #include "RefUno.h"
 #include "VX/VX_Mask.h"
@@ -48,16 +46,12 @@ void MergeMaskAlpha(int32_t h, int32_t v, const M_Rect* rect, const Plane<Sample
           (second == nullptr || Within(second->h, second->v, x - h, y - v))) {
         m = SampleAs<Channel>(buffer.At(x - h, y - v));
       }
-      char* const address = static_cast<char*>(world.data) + y * world.rowbytes +
-                            x * static_cast<int64_t>(sizeof(Pixel));
-      Pixel p;
-      std::memcpy(&p, address, sizeof p);
+      Pixel& p = At<Pixel>(world, x, y);
       if (m == 0) {
         p.alpha = 0;
       } else if (m != static_cast<Channel>(D::full)) {
         p.alpha = static_cast<Channel>(D::Mul(m, p.alpha));
       }
-      std::memcpy(address, &p, sizeof p);
     }
   }
 }

@@ -19,13 +19,8 @@ namespace vxref {
 // The pixel at any column and row; the zero pixel outside of the world.
 template <class Pixel>
 Pixel PixelAt(const VX_LayerDef& world, int64_t column, int64_t row) {
-  Pixel p = {};
-  if (column >= 0 && column < world.width && row >= 0 && row < world.height) {
-    const char* data = static_cast<const char*>(world.data);
-    std::memcpy(&p, data + row * world.rowbytes + column * static_cast<int64_t>(sizeof p),
-                sizeof p);
-  }
-  return p;
+  const bool in = column >= 0 && column < world.width && row >= 0 && row < world.height;
+  return in ? At<Pixel>(world, column, row) : Pixel{};
 }
 
 // --- the four neighbours and their weights ---

@@ -13,28 +13,6 @@
 
 namespace vxref {
 
-struct Image {
-  char* data;
-  int32_t rowbytes;
-  int32_t width;
-  int32_t height;
-};
-
-inline Image ImageOf(const VX_LayerDef& world) {
-  return {static_cast<char*>(world.data), world.rowbytes, world.width, world.height};
-}
-
-struct MaskImage {
-  Image image;
-  int32_t left;  // column of the destination
-  int32_t top;
-  int32_t what;  // VX_MaskUse_...
-};
-
-inline MaskImage MaskImageOf(const VX_MaskSpec& mask) {
-  return {ImageOf(*mask.world), mask.offsetH, mask.offsetV, mask.what};
-}
-
 struct Placement {
   const M_Rect* rect;  // rectangle of the source; null: the whole source
   int32_t x, y;        // destination of its top left corner
@@ -50,13 +28,11 @@ struct Bounds {
   }
 };
 
-inline Bounds BoundsOf(const Image& image, int64_t left = 0, int64_t top = 0) {
-  return {left, top, left + image.width, top + image.height};
+inline Bounds BoundsOf(const VX_LayerDef& world, int64_t left = 0, int64_t top = 0) {
+  return {left, top, left + world.width, top + world.height};
 }
-
-template <class Pixel>
-Pixel* At(const Image& image, int64_t column, int64_t row) {
-  return reinterpret_cast<Pixel*>(image.data + row * image.rowbytes) + column;
+inline Bounds BoundsOf(const VX_MaskSpec& mask) {
+  return BoundsOf(*mask.world, mask.offsetH, mask.offsetV);
 }
 
 inline uint8_t Opacity(float opacity, const VX_Pixel8*) { return UnitTo8(opacity); }
@@ -78,16 +54,16 @@ VX_ChannelOf<Pixel> OutsideValue(int32_t what) {
 }
 
 template <class Pixel>
-std::vector<Pixel> MaskRow(const MaskImage& mask, int64_t row, int64_t left, int64_t right,
+std::vector<Pixel> MaskRow(const VX_MaskSpec& mask, int64_t row, int64_t left, int64_t right,
                            VX_ChannelOf<Pixel> (*value)(const Pixel&, int32_t) = MaskValue) {
-  const Bounds bounds = BoundsOf(mask.image, mask.left, mask.top);
+  const Bounds bounds = BoundsOf(mask);
   std::vector<Pixel> values;
   for (int64_t column = left; column < right; ++column) {
     Pixel p = {};
     p.alpha = OutsideValue<Pixel>(mask.what);
     if (row >= bounds.top && row < bounds.bottom && column >= bounds.left &&
         column < bounds.right) {
-      p.alpha = value(*At<Pixel>(mask.image, column - mask.left, row - mask.top), mask.what);
+      p.alpha = value(At<Pixel>(*mask.world, column - bounds.left, row - bounds.top), mask.what);
     }
     values.push_back(p);
   }
@@ -95,11 +71,11 @@ std::vector<Pixel> MaskRow(const MaskImage& mask, int64_t row, int64_t left, int
 }
 
 template <class Pixel>
-void ClearAlphaOutside(const Bounds& inside, const Image& image) {
-  for (int64_t row = 0; row < image.height; ++row) {
-    for (int64_t column = 0; column < image.width; ++column) {
+void ClearAlphaOutside(const Bounds& inside, const VX_LayerDef& world) {
+  for (int64_t row = 0; row < world.height; ++row) {
+    for (int64_t column = 0; column < world.width; ++column) {
       const Bounds here = {column, row, column + 1, row + 1};
-      if (here.Cut(inside).IsEmpty()) At<Pixel>(image, column, row)->alpha = 0;
+      if (here.Cut(inside).IsEmpty()) At<Pixel>(world, column, row).alpha = 0;
     }
   }
 }
@@ -107,8 +83,9 @@ void ClearAlphaOutside(const Bounds& inside, const Image& image) {
 // Arguments must be valid; they are not checked. There is no progress callback. `mask` and `tables`
 // may be null.
 template <class Pixel>
-VX_Err Transfer(const Placement& place, const Image& src, const VX_CompositeModePlus& mode,
-                const VX_LinearBlendingTables* tables, const MaskImage* mask, const Image& dst) {
+VX_Err Transfer(const Placement& place, const VX_LayerDef& src, const VX_CompositeModePlus& mode,
+                const VX_LinearBlendingTables* tables, const VX_MaskSpec* mask,
+                const VX_LayerDef& dst) {
   Bounds wanted = BoundsOf(src);
   if (place.rect != nullptr) {
     wanted = {place.rect->left, place.rect->top, place.rect->right, place.rect->bottom};
@@ -121,7 +98,7 @@ VX_Err Transfer(const Placement& place, const Image& src, const VX_CompositeMode
            drawn.bottom + shift_v};
   drawn = drawn.Cut(BoundsOf(dst));
   if (mask != nullptr && (mask->what & 1) == 0) {
-    drawn = drawn.Cut(BoundsOf(mask->image, mask->left, mask->top));
+    drawn = drawn.Cut(BoundsOf(*mask));
   }
   if (drawn.IsEmpty()) return VX_Ok;
 
@@ -145,8 +122,8 @@ VX_Err Transfer(const Placement& place, const Image& src, const VX_CompositeMode
       blending.keepDstAlpha = mode.keepDstAlpha;
       const VX_Err err = Pipeline<Pixel>(
           blending, tables, static_cast<int32_t>(drawn.right - drawn.left),
-          At<Pixel>(src, drawn.left - shift_h, y - shift_v),
-          mask != nullptr ? mask_row.data() : nullptr, At<Pixel>(dst, drawn.left, y));
+          &At<Pixel>(src, drawn.left - shift_h, y - shift_v),
+          mask != nullptr ? mask_row.data() : nullptr, &At<Pixel>(dst, drawn.left, y));
       if (err != VX_Ok) return err;
     }
     seed += 12281u * static_cast<uint32_t>(y);
@@ -164,18 +141,12 @@ void TrackMatte(int32_t count, const Pixel* mask_row, int32_t left, int32_t avai
     available = Max(available + left, 0);
     left = 0;
   }
-  // Rows may start at any byte. Alpha is the first channel.
-  const auto write = [&out_row](VX_ChannelOf<Pixel> alpha) {
-    std::memcpy(static_cast<void*>(out_row++), &alpha, sizeof alpha);
-  };
-  for (; left > 0 && count > 0; --left, --count) write(outside);
+  for (; left > 0 && count > 0; --left, --count) out_row++->alpha = outside;
   for (; available > 0 && count > 0; --available, --count) {
     if (what < 1 || what > 3) continue;
-    Pixel mask;
-    std::memcpy(&mask, static_cast<const void*>(mask_row++), sizeof mask);
-    write(MaskValue(mask, what));
+    out_row++->alpha = MaskValue(*mask_row++, what);
   }
-  for (; count > 0; --count) write(outside);
+  for (; count > 0; --count) out_row++->alpha = outside;
 }
 
 // The opacity 0..1 of a record of the older interface.

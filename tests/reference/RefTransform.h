@@ -401,15 +401,14 @@ void DrawRow(const Drawing& d, const Bounds& area, int64_t y, uint32_t seed,
   blending.seed = static_cast<int32_t>(seed);
   blending.opacity = Opacity(d.mode->opacityF, static_cast<const Pixel*>(nullptr));
   blending.keepDstAlpha = d.mode->keepDstAlpha;
-  Pixel* const out = At<Pixel>(ImageOf(dst), area.left, y);
+  Pixel* const out = &At<Pixel>(dst, area.left, y);
   if (mode == VX_Xfer_InFront && d.mask == nullptr && blending.keepDstAlpha == 0 &&
       blending.opacity == full && alphas == full * static_cast<decltype(alphas)>(row.size())) {
     std::copy(row.begin(), row.end(), out);
     return;
   }
   std::vector<Pixel> mask;
-  if (d.mask != nullptr)
-    mask = MaskRow<Pixel>(MaskImageOf(*d.mask), y, area.left, area.right, LimitedMaskValue);
+  if (d.mask != nullptr) mask = MaskRow<Pixel>(*d.mask, y, area.left, area.right, LimitedMaskValue);
   Pipeline<Pixel>(blending, d.tables, static_cast<int32_t>(row.size()), row.data(),
                   d.mask != nullptr ? mask.data() : nullptr, out);
 }
@@ -421,12 +420,9 @@ void DrawRectangle(const Drawing& d, const M_Matrix3& to_dst, const Bounds& area
   const auto edge = [](int64_t at) { return static_cast<int16_t>(at); };
   const M_Rect rect = {edge(area.top - v), edge(area.left - h), edge(area.bottom - v),
                        edge(area.right - h)};
-  MaskImage mask{};
-  if (d.mask != nullptr) mask = MaskImageOf(*d.mask);
   const Placement place = {&rect, static_cast<int32_t>(area.left), static_cast<int32_t>(area.top),
                            d.field};
-  Transfer<Pixel>(place, ImageOf(*d.src), *d.mode, d.tables, d.mask != nullptr ? &mask : nullptr,
-                  ImageOf(dst));
+  Transfer<Pixel>(place, *d.src, *d.mode, d.tables, d.mask, dst);
 }
 
 // The source position `columns` and `rows` after the first one. Steps are added one by one, as the
@@ -510,7 +506,7 @@ void Transform(const Drawing& d, const VX_LayerDef& dst) {
     const M_Matrix3 given = WithUnitW(d.matrices[i]);
     const std::optional<M_Matrix3> inverse = Inverse(given);
     if (!inverse) {
-      if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, ImageOf(dst));
+      if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, dst);
       return;
     }
     to_dst.push_back(d.src2dst ? given : *inverse);
@@ -519,7 +515,7 @@ void Transform(const Drawing& d, const VX_LayerDef& dst) {
   const Bounds area = Area(d, to_dst, dst);
   if (area.IsEmpty()) return;
   if (Vanishes(to_dst[0])) {
-    if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, ImageOf(dst));
+    if (IsStencil(d)) ClearAlphaOutside<Pixel>({}, dst);
     return;
   }
   const bool moves =
@@ -531,7 +527,7 @@ void Transform(const Drawing& d, const VX_LayerDef& dst) {
   }
 
   const bool is_curved = d.quality != 0 && d.count > 2 && IsCurved(to_dst, *d.src);
-  if (IsStencil(d)) ClearAlphaOutside<Pixel>(area, ImageOf(dst));
+  if (IsStencil(d)) ClearAlphaOutside<Pixel>(area, dst);
   const Rows<Pixel> rows = {d,
                             to_dst,
                             to_src,

@@ -41,9 +41,11 @@ def test_the_command_gives_the_same_vectors(tmp_path):
                                      dict(resolution=.55, detail=-90, smoothing=20, block=9)),
                            (("--smooth-passes", 2, "--error-threshold", .03, "--backward"),
                             dict(smooth_passes=2, error_threshold=.03, backward=True))):
-        subprocess.run([os.environ["VX_COMMAND"], "flow", "a.png", "b.png", "-o", "f.flo", *map(str, words)],
+        subprocess.run([os.environ["VX_COMMAND"], "flow", "a.png", "b.png", "-o", "f.flo", "--data", "f.exr", *map(str, words)],
                        cwd=tmp_path, check=True, capture_output=True)
-        np.testing.assert_array_equal(vx.read_flow(tmp_path / "f.flo"), vx.flow(waves(0, 0), waves(3, -2), **options))
+        field = vx.flow(waves(0, 0), waves(3, -2), **options)
+        for name in ("f.flo", "f.exr"):
+            np.testing.assert_array_equal(vx.read_flow(tmp_path / name), field)
 
 
 def test_predict_and_draw_by_hand():

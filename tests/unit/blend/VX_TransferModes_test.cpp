@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The records of a mode and its flags.
+// The flags of modes.
 
 #include <gtest/gtest.h>
 
@@ -18,19 +18,6 @@ TEST(TransferModes, Flags) {
   }
   EXPECT_EQ(VX_GetTransferFlags(INT32_MIN), 0);
   EXPECT_EQ(VX_GetTransferFlags(INT32_MAX), 0);
-}
-
-// The older record gives the finer of its opacities.
-TEST(TransferModes, Records) {
-  const VX_CompositeModePlus older(VX_CompositeMode{2, -5, 128, 200, 16448});
-  EXPECT_EQ(older.opacityF, 16448.0f / 32768.0f);
-  EXPECT_TRUE(older.mode == 2 && older.seed == -5 && older.keepDstAlpha == 1);
-  EXPECT_EQ(VX_CompositeModePlus(VX_CompositeMode{2, 0, 128, 0, 0}).opacityF, 128.0f / 255.0f);
-
-  const VX_LinearBlendingTables tables{};
-  const VX_CompositeModePlus plus(VX_Xfer_Hue, 0.25f, &tables, true, 9);
-  EXPECT_TRUE(plus.mode == VX_Xfer_Hue && plus.opacityF == 0.25f && plus.tables == &tables);
-  EXPECT_TRUE(plus.keepDstAlpha == 1 && plus.seed == 9);
 }
 
 }  // namespace

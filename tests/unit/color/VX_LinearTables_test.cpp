@@ -15,17 +15,6 @@ using namespace colorkit;
 
 namespace {
 
-// A step from 0 to white between codes 127 and 128 covers the 16-bit values 16320 to 16456. Linear
-// values below white have the inverse at the start of the step's segment.
-TEST(LinearTables, TwinByHand) {
-  uint16_t step[256] = {};
-  std::fill(step + 128, step + 256, uint16_t{32768});
-  const VX_LinearBlendingTables tables = vxref::TablesOf(step, 1);
-  const std::pair<int, int> entries[] = {
-      {0, 16312}, {8, 16320}, {4088, 16448}, {4095, 16455}, {4096, 32768}};
-  for (const auto& [i, want] : entries) EXPECT_EQ(tables.delinearize[i], want) << i;
-}
-
 TEST(LinearTables, AreTheCurveAndItsInverse) {
   const auto constant_segment = [](double x) {
     return x < 0.3 ? x : std::max(0.3, 1.75 * x - 0.75);

@@ -6,6 +6,8 @@
 
 #include "VX/VX_Convolve.h"
 
+#include <cmath>
+
 #include "reference/RefConvolve.h"
 #include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
@@ -30,7 +32,7 @@ TYPED_TEST(ConvolveDepths, HonoursTheLargestSize) {
   for (int32_t& weight : kernel) weight = static_cast<int32_t>(random());
   const int32_t* const weights[] = {kernel.data(), kernel.data(), kernel.data(), kernel.data()};
   for (const int32_t flags : {1, 35}) {
-    GuardedWorld<TypeParam> src(9, 5, 3, 1), dst(7, 8, 0, 2), want(7, 8, 0, 2);
+    GuardedWorld<TypeParam> src(9, 5, 4, 1), dst(7, 8, 0, 2), want(7, 8, 0, 2);
     vxref::Convolve<TypeParam>(src.world, flags, 65535, weights, want.world);
     ASSERT_EQ(Convolve(src.world, flags, kernel, 65535, dst.world), 0);
     EXPECT_EQ(dst.bytes, want.bytes) << flags;
@@ -60,6 +62,17 @@ TEST(Convolve, WorldsOfNoSize) {
   }
 }
 
+TEST(Convolve, RefusesToReadWhatItWrites) {
+  GuardedWorld<VX_Pixel8> world(5, 4, 3, 1);
+  const auto before = world.bytes;
+  VX_LayerDef within = world.world;
+  within.width = within.height = 2;
+  EXPECT_EQ(Convolve(world.world, 0, {256}, 1, world.world), 3);
+  EXPECT_EQ(Convolve(world.world, 0, {256}, 1, within), 3);
+  EXPECT_EQ(world.bytes, before);
+  Reports();
+}
+
 // --- kernels -------------------------------------------------------------------------------------
 
 TEST(GaussianKernel, KeepsSixteenBitsOfTheReach) {
@@ -70,6 +83,15 @@ TEST(GaussianKernel, KeepsSixteenBitsOfTheReach) {
   ASSERT_EQ(VX_GaussianKernel(nullptr, 65536.5, 0, 1.0, &diameter, kernel), 0);
   EXPECT_EQ(diameter, 3);
   EXPECT_EQ(kernel[0], 255);
+  // 32768 and 98304 are negative in 16 bits.
+  for (const double radius : {-1.0, -1e-9, std::nan(""), HUGE_VAL, 1e300, 32767.5, 98304.0}) {
+    EXPECT_EQ(VX_GaussianKernel(nullptr, radius, 0, 1.0, &diameter, kernel), 3) << radius;
+    EXPECT_EQ(VX_GaussianKernelSize(radius, 0), 0) << radius;
+  }
+  EXPECT_EQ(VX_GaussianKernel(nullptr, 1.0, 0, std::nan(""), &diameter, kernel), 3);
+  EXPECT_EQ(VX_GaussianKernel(nullptr, 1.0, 0, 1.0, nullptr, kernel), 3);
+  EXPECT_EQ(VX_GaussianKernel(nullptr, 1.0, 0, 1.0, &diameter, nullptr), 3);
+  EXPECT_EQ(Reports().size(), 10u);
 }
 
 }  // namespace

@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // Arguments that filters and one-channel buffers refuse: the code VX_ErrBadParameter and one
-// report. One row for each case. The random commands check that a refusal changes no byte.
+// report. One row for each case. The random commands check that a refusal changes no byte, and that
+// worlds and buffers without pixels are refused.
 
 #include <cmath>
 #include <functional>
 #include <limits>
 
 #include "VX/VX_Blur.h"
-#include "VX/VX_Convolve.h"
 #include "VX/VX_UnoBuffer.h"
 #include "filters/VX_BoxBlurT.h"
 #include "unit/BornEnvironment.h"
@@ -24,7 +24,6 @@ struct Row {
   const char* report = nullptr;  // null: any text
 };
 
-constexpr char kDepths[] = "VX_Convolve requires source and dst worlds to be same depth";
 constexpr char kOddDepth[] = "Unknown world bitdepth in##CONDITIONNAME";
 constexpr char kDamaged[] = "damaged mask buffer";
 const float kNan = std::nanf(""), kInfinite = std::numeric_limits<float>::infinity();
@@ -33,7 +32,6 @@ class FilterRefusals : public testing::Test {
  protected:
   FilterRefusals() {
     none.data = nullptr;
-    within.width = within.height = 2;
     Reports();
   }
   void Check(const std::vector<Row>& rows) {
@@ -50,11 +48,10 @@ class FilterRefusals : public testing::Test {
 
   GuardedWorld<VX_Pixel8> src{5, 4, 3, 1}, dst{5, 4, 3, 2};
   GuardedWorld<VX_Pixel16> deep{5, 4, 0, 3};
-  VX_LayerDef none = src.world, within = src.world;
+  VX_LayerDef none = src.world;
   OddDepthWorld odd_src{&src.world}, odd_dst{&dst.world};
   VX_UnoBuffer byte{4, 3, 8}, word{4, 3, 16}, real{4, 3, 32}, old{4, 3, 1};
   std::vector<uint16_t> line = std::vector<uint16_t>(10, 9), scratch = std::vector<uint16_t>(100);
-  std::vector<int32_t> kernel = std::vector<int32_t>(9, 1);
 };
 
 // The two passes and the whole blur, one call for each row of the table.
@@ -127,48 +124,6 @@ TEST_F(FilterRefusals, Blurs) {
   EXPECT_TRUE(x == 7 && y == 7);
 }
 
-TEST_F(FilterRefusals, ConvolutionAndKernels) {
-  const int32_t* const w = kernel.data();
-  std::vector<Row> rows;
-  const auto convolve = [&](const char* what, const VX_LayerDef* in, VX_LayerDef* out,
-                            int32_t size = 3, const char* report = kBadParameterText) {
-    rows.push_back({what,
-                    [=] { return VX_Convolve(nullptr, in, nullptr, 0, size, w, w, w, w, out); },
-                    report});
-  };
-  convolve("no source", nullptr, &dst.world);
-  convolve("no destination", &src.world, nullptr);
-  convolve("depths", &deep.world, &dst.world, 3, kDepths);
-  convolve("depths before all else", &none, &deep.world, 2, kDepths);
-  convolve("odd depth", &odd_src, &odd_dst, 3, kOddDepth);
-  convolve("no source pixels", &none, &dst.world);
-  convolve("no destination pixels", &src.world, &none);
-  convolve("one world twice", &src.world, &src.world);
-  convolve("the same pixels", &src.world, &within);
-  for (const int32_t size : {0, 2, -3}) convolve("size", &src.world, &dst.world, size);
-  rows.push_back({"no kernel", [=, this] {
-                    return VX_Convolve(nullptr, &src.world, nullptr, 0, 3, w, w, w, nullptr,
-                                       &dst.world);
-                  }});
-  int32_t diameter = 7;
-  const auto gaussian = [&](double radius, double multiplier, int32_t* at, int32_t* weights) {
-    rows.push_back(
-        {"kernel", [=] { return VX_GaussianKernel(nullptr, radius, 0, multiplier, at, weights); }});
-  };
-  // 32768 and 98304 are negative in 16 bits.
-  for (const double radius : {-1.0, -1e-9, std::nan(""), HUGE_VAL, 1e300, 32767.5, 98304.0}) {
-    gaussian(radius, 1.0, &diameter, kernel.data());
-    EXPECT_EQ(VX_GaussianKernelSize(radius, 0), 0) << radius;
-  }
-  for (const double multiplier : {std::nan(""), HUGE_VAL}) {
-    gaussian(1.0, multiplier, &diameter, kernel.data());
-  }
-  gaussian(1.0, 1.0, nullptr, kernel.data());
-  gaussian(1.0, 1.0, &diameter, nullptr);
-  Check(rows);
-  EXPECT_EQ(diameter, 7);
-}
-
 VX_Err Sum(const VX_UnoBuffer* from, VX_UnoBuffer* to, int32_t mode = 0, float gain_from = 1,
            float gain_to = 1) {
   return VX_AccumulateUnoBuffers(nullptr, from, mode, gain_from, gain_to, nullptr, nullptr, to);
@@ -216,44 +171,6 @@ TEST_F(FilterRefusals, DepthsModesGainsAndRadiiOfBuffers) {
          {"feather of old", [&] { return VX_FeatherUnoBuffer(nullptr, 0, 1, 1, &old); }, kOddDepth},
          {"new without result", [] { return VX_NewUnoBuffer(2, 2, nullptr); }, kDamaged},
          {"new deep without result", [] { return VX_NewDeepUnoBuffer(2, 2, nullptr); }, kDamaged}});
-}
-
-// Buffers that are null or have no samples, as each argument of each call. A wrong magic alone is
-// reported, and the call goes on.
-TEST_F(FilterRefusals, DamagedBuffers) {
-  VX_UnoBuffer* const good = &byte;
-  const M_Rect rect = {0, 0, 2, 2};
-  using OnBuffer = std::function<VX_Err(VX_UnoBuffer*)>;
-  const std::pair<const char*, OnBuffer> calls[] = {
-      {"fill", [](VX_UnoBuffer* b) { return VX_FillUnoBuffer(1, b); }},
-      {"fill rectangle", [&](VX_UnoBuffer* b) { return VX_FillUnoBuffer(1, rect, b); }},
-      {"fade", [](VX_UnoBuffer* b) { return VX_FadeUnoBuffer(0.5, b); }},
-      {"invert", [](VX_UnoBuffer* b) { return VX_InvertUnoBuffer(nullptr, b); }},
-      {"convert from", [=](VX_UnoBuffer* b) { return Convert(b, good); }},
-      {"convert to", [=](VX_UnoBuffer* b) { return Convert(good, b); }},
-      {"transfer from", [=](VX_UnoBuffer* b) { return Transfer(b, good, good); }},
-      {"transfer to", [=](VX_UnoBuffer* b) { return Transfer(good, nullptr, b); }},
-      {"sum from", [=](VX_UnoBuffer* b) { return Sum(b, good); }},
-      {"sum to", [=](VX_UnoBuffer* b) { return Sum(good, b, 0, 0.5f, 2); }},
-      {"feather", [](VX_UnoBuffer* b) { return VX_FeatherUnoBuffer(nullptr, 0, 1, 1, b); }},
-      {"transfer mask", [=](VX_UnoBuffer* b) { return Transfer(good, b, good); }}};
-  VX_UnoBuffer lost(4, 3, 8), empty(4, 3, 8), wrong(4, 3, 8);
-  void* nothing = nullptr;
-  void** const kept[] = {std::exchange(lost.data, nullptr), std::exchange(empty.data, &nothing)};
-  wrong.magic ^= 1;
-  std::vector<Row> rows;
-  for (const auto& [what, on] : calls) {
-    for (VX_UnoBuffer* bad : {static_cast<VX_UnoBuffer*>(nullptr), &lost, &empty}) {
-      if (bad == nullptr && what == std::string("transfer mask")) continue;  // null is no mask
-      rows.push_back({what, [&on = on, bad] { return on(bad); }, kDamaged});
-    }
-  }
-  Check(rows);
-  for (const auto& [what, on] : calls) {
-    EXPECT_EQ(on(&wrong), VX_Ok) << what;
-    EXPECT_EQ(Reports().size(), 1u) << what;
-  }
-  lost.data = kept[0], empty.data = kept[1], wrong.magic ^= 1;
 }
 
 TEST_F(FilterRefusals, Scans) {

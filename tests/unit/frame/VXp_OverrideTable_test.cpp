@@ -1,16 +1,14 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The override table, the string table and the callback block, in a born package.
+// The override table and the callback block, in a born package.
 
 #include "frame/VXp_OverrideTable.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
 #include <set>
-#include <string>
 
 #include "VX/VX_CallbackBlock.h"
 #include "VX/VX_Fill.h"
@@ -74,17 +72,6 @@ TEST_F(VXpOverrideTable, ReplacementsAreCalledAndDescribed) {
   Reports();
   EXPECT_EQ(VX_OverrideStdFuncs(), 515);
   EXPECT_EQ(Reports(), (ReportList{{0x25002F, "Obsolete routine"}}));
-}
-
-TEST_F(VXpOverrideTable, StringsBelongToTheirKeys) {
-  EXPECT_EQ(VX_G_zref.self, &VX_G_zref);
-  EXPECT_STREQ(VX_G_zref.package, "VX");
-  ASSERT_EQ(VX_G_zref.count, 21);
-  for (int32_t i = 0; i < VX_G_zref.count; ++i) {
-    char key[32];
-    std::snprintf(key, sizeof key, "$$$/RZ/VX/LStr/%04d=", i);
-    EXPECT_EQ(std::string(VX_G_zref.entries[i].text).rfind(key, 0), 0u) << i;
-  }
 }
 
 TEST_F(VXpOverrideTable, CallbacksByQualityAndAlpha) {

@@ -70,29 +70,10 @@ TEST(HostContract, TablesFollowTheirDefinition) {
   for (int32_t d = 2; d * d <= size; ++d) ASSERT_NE(size % d, 0) << d;
 }
 
-TEST(HostContract, Rectangles) {
-  const auto sides = [](const M_Rect& r) {
-    return std::vector<int>{r.top, r.left, r.bottom, r.right};
-  };
-  const struct {
-    M_Rect a, b, common, both;
-  } cases[] = {
-      {{0, 0, 10, 20}, {5, -5, 15, 8}, {5, 0, 10, 8}, {0, -5, 15, 20}},
-      {{0, 0, 10, 10}, {0, 10, 10, 20}, {0, 0, 0, 0}, {0, 0, 10, 20}},  // they only touch
-      {{-9, -9, -1, -1}, {5, 5, 5, 9}, {0, 0, 0, 0}, {-9, -9, -1, -1}},
-      {{9, 9, 1, 1}, {5, 5, 5, 9}, {0, 0, 0, 0}, {0, 0, 0, 0}},
-  };
-  for (const auto& c : cases) {
-    M_Rect out = c.a;  // also one of the inputs
-    EXPECT_EQ(M_SectRect(out, c.b, &out), c.common.right != c.common.left);
-    EXPECT_EQ(sides(out), sides(c.common));
-    out = c.b;
-    EXPECT_EQ(M_UnionRect(c.a, out, &out), c.both.right != c.both.left);
-    EXPECT_EQ(sides(out), sides(c.both));
-  }
+TEST(HostContract, InsetRectangles) {
   M_Rect rect = {-32768, 10, 32767, 20};
   M_InsetRect(&rect, 2, -1);
-  EXPECT_EQ(sides(rect), (std::vector<int>{-32768, 12, 32767, 18}));
+  EXPECT_TRUE(rect.top == -32768 && rect.left == 12 && rect.bottom == 32767 && rect.right == 18);
   M_InsetRect(nullptr, 1, 1);
 }
 

@@ -112,40 +112,6 @@ TEST(Iterate, ErrorsOfThePixelFunctionEndTheCall) {
   Reports();
 }
 
-TEST(Iterate, Refusals) {
-  Reports();
-  GuardedWorld<VX_Pixel8> flat(4, 3, 0, 1);
-  GuardedWorld<VX_Pixel16> deep(4, 3, 0, 1);
-  VX_LayerDef bare = flat.world;
-  bare.data = nullptr;
-  OddDepthWorld odd(&flat.world);
-  OnPixel never = [](int32_t, int32_t, void*, void*) -> VX_Err { return 99; };
-  const auto iterate = [&](const VX_LayerDef* src, VX_PixelFunc function, VX_LayerDef* dst) {
-    return VX_Iterate(nullptr, 0, 0, src, nullptr, &never, function, dst);
-  };
-  const auto lut = [](const VX_LayerDef* src, VX_LayerDef* dst) {
-    return VX_IterateLUT(nullptr, 0, 0, src, nullptr, nullptr, nullptr, nullptr, nullptr, dst);
-  };
-  for (VX_LayerDef* dst : {static_cast<VX_LayerDef*>(nullptr), &bare}) {
-    EXPECT_EQ(iterate(&flat.world, CallPixel, dst), 3);
-    EXPECT_EQ(lut(&flat.world, dst), 3);
-  }
-  EXPECT_EQ(iterate(&bare, CallPixel, &flat.world), 3);
-  EXPECT_EQ(iterate(nullptr, nullptr, &flat.world), 3);
-  for (const VX_LayerDef* src : {static_cast<VX_LayerDef*>(nullptr), &bare, &deep.world}) {
-    EXPECT_EQ(lut(src, &flat.world), 3);
-  }
-  EXPECT_EQ(lut(&flat.world, &deep.world), 3);
-  EXPECT_EQ(VX_IterateGeneric(1, nullptr, nullptr), 3);
-  ReportList want(10, {0x25000E, kBadParameterText});
-  want.emplace_back(0x250046, kBadParameterText);
-  EXPECT_EQ(Reports(), want);
-  EXPECT_EQ(iterate(&deep.world, CallPixel, &flat.world), 3);
-  EXPECT_EQ(iterate(nullptr, CallPixel, &odd), 3);
-  EXPECT_EQ(Reports(), (ReportList{{0x2503E7, "worlds must be same bitdepth in VX_Iterate()"},
-                                   {0x2503E7, "Unknown world bitdepth in##CONDITIONNAME"}}));
-}
-
 // The random commands compare the calls for each count. A code or an exception ends them.
 TEST(Iterate, GenericEndsWithTheFirstError) {
   struct Calls {

@@ -124,37 +124,10 @@ TEST(SampleFormsChoice, EverySlotCounts) {
 
 // --- sets ----------------------------------------------------------------------------------------
 
-// Sets and batches consist of pointers only.
+// Batches consist of pointers only.
 template <class Record>
 bool SameMembers(const Record& a, const Record& b) {
   return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
-TEST(SamplerSets, HoldThePresentSlots) {
-  auto& table = VXp_G_OverFuncs;
-  VX_SamplerSet<VX_Pixel8> set8;
-  VX_SamplerSet<VX_Pixel16> set16;
-  VX_SamplerSet<VX_PixelFloat> unit;
-  const auto kept = std::exchange(table.VX_SubpixelSample_Straight, VX_NNSample);
-  EXPECT_EQ(VX_GetSamplerSet8(&set8), 0);
-  table.VX_SubpixelSample_Straight = kept;
-  EXPECT_EQ(VX_GetSamplerSet16(&set16), 0);
-  EXPECT_EQ(VX_GetSamplerSetFloat(&unit), 0);
-  EXPECT_TRUE(SameMembers(
-      set8, {VX_SubpixelSamplePlus_Straight, VX_NNSample, VX_AreaSample_Straight,
-             table.VX_SubpixelSampleNoClip_Straight, VX_SubpixelSampleTranslateNoClip_Straight,
-             VX_SubpixelSpanSampleTranslateNoClip_Straight}));
-  EXPECT_TRUE(SameMembers(set16, {VX_SubpixelSamplePlus_Straight16, VX_SubpixelSample_Straight16,
-                                  VX_AreaSample_Straight16, VX_SubpixelSampleNoClip_Straight16,
-                                  VX_SubpixelSampleTranslateNoClip_Straight16,
-                                  VX_SubpixelSpanSampleTranslateNoClip_Straight16}));
-  EXPECT_TRUE(SameMembers(
-      unit, {VX_SubpixelSpanSampleAllInCPlusPlusFloat, VX_SubpixelCPlusPlusFloat,
-             VX_AreaSample_CPlusPlus<VX_PixelFloat>, VX_SubpixelCPlusPlusNoClipFloat,
-             VX_SubpixelSampleTranslateNoClipCPlusPlusFloat, VX_SubpixelSpanSampleCPlusPlusFloat}));
-  EXPECT_EQ(VX_GetSamplerSet8(nullptr), 3);
-  EXPECT_EQ(VX_GetSamplerSet16(nullptr), 3);
-  EXPECT_EQ(VX_GetSamplerSetFloat(nullptr), 3);
 }
 
 // `want`: draft, premultiplied and straight. Only the first bit of the flags is read.

@@ -37,27 +37,6 @@ class VXpScratch : public testing::Test {
   VX_BlendScratch out{};
 };
 
-TEST_F(VXpScratch, GrowsByBytesWhateverTheDepth) {
-  HostDouble host;
-  EXPECT_EQ(Get(10, 3), 0);  // an unknown depth is reported
-  EXPECT_EQ(out.alpha_row, nullptr);
-  EXPECT_EQ(VXHost_TakeReports().size(), 1u);
-  ASSERT_EQ(Get(10, 2), 0);
-  // The motion blur's blocks: 256 entries of 8, 8, 8, 16, 16, 72 and 96 bytes; then the rows.
-  EXPECT_EQ(NewSizes(host),
-            (Sizes{2048, 2048, 2048, 4096, 4096, 18432, 24576, /*rows*/ 20, 80, 80}));
-  const VX_BlendScratch first = out;
-  for (const auto& [pixels, depth_code] : {std::pair{20, 1}, {10, 2}, {5, 4}, {1, 4}}) {
-    out = {};
-    EXPECT_EQ(Get(pixels, depth_code), 0);
-    EXPECT_EQ(std::memcmp(&out, &first, sizeof out), 0) << pixels << " of " << depth_code;
-  }
-  EXPECT_EQ(NewSizes(host), Sizes{});
-  EXPECT_EQ(Get(21, 1), 0);
-  EXPECT_EQ(NewSizes(host), (Sizes{21, 84, 84}));
-  EXPECT_EQ(host.Leaked(), 10);  // the smaller rows were freed
-}
-
 // After a failed growth any request allocates, also one that the old rows are large enough for.
 TEST_F(VXpScratch, FailedGrowth) {
   for (int nth = 1; nth <= 3; ++nth) {

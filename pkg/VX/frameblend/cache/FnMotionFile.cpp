@@ -147,10 +147,6 @@ std::unique_ptr<FnVeltorVectors> FnReadMotionFile(const std::string& path,
 
 bool FnWriteMotionFile(const std::string& path, const FnIdentity& identity,
                        const FnVeltorVectors& vectors, std::string* reason) {
-  const auto failed = [&] {
-    *reason = "the motion file " + path + " cannot be written: " + ErrorText();
-    return false;
-  };
   Bytes bytes(kHeader);
   bytes.reserve(kHeader + static_cast<size_t>(FnRecordBytes(vectors.width(), vectors.height())));
   FnWriteRecord(vectors, [&bytes](const void* from, int64_t count) {
@@ -162,13 +158,25 @@ bool FnWriteMotionFile(const std::string& path, const FnIdentity& identity,
   static std::atomic<uint32_t> serial{0};
   const std::string other =
       path + "." + std::to_string(getpid()) + "-" + std::to_string(serial++) + ".tmp";
+  // One text for all pairs of a folder, because programs print each text once.
+  const auto failed = [&] {
+    *reason =
+        "the folder " + path.substr(0, path.rfind('/')) + " cannot store motion: " + ErrorText();
+    return false;
+  };
   File file(open(other.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   if (!file.IsOpen()) return failed();
   const bool written = TransferAll(write, file, bytes.data(), bytes.size());
   const int error = errno;
-  if (file.Close() && written && rename(other.c_str(), path.c_str()) == 0) return true;
+  const bool closed = file.Close();
   if (!written) errno = error;
-  failed();
+  if (!written || !closed) {
+    failed();
+  } else if (rename(other.c_str(), path.c_str()) == 0) {
+    return true;
+  } else {
+    *reason = "the motion file " + path + " cannot be replaced: " + ErrorText();
+  }
   unlink(other.c_str());
   return false;
 }

@@ -49,7 +49,7 @@ class Tween(CommandTest):
         name, = os.listdir(self.path("motion"))
         file = f"motion/{name}"
         data, time = self.contents(file), os.stat(self.path(file)).st_mtime_ns
-        for damage, message in ((None, None), (data[:-1], "bytes instead of"), (data[:-1] + b"?", "damaged"),
+        for damage, message in ((None, None), (data[:-1], "bytes instead of"), (data[:-1] + bytes([data[-1] ^ 1]), "damaged"),
                                 (b"?" + data[1:], "not a motion file"), (None, None)):
             if damage:
                 with open(self.path(file), "wb") as opened:

@@ -127,9 +127,15 @@ void JobPlan::FindPatterns(const Job& job) {
   const auto& selected = job.retiming ? job.retiming->only : options.frames;
   const bool one = options.at_time || (selected && selected->size() == 1);
   if (job.retiming && !FirstSequence()) {
+    const std::string& name = inputs_[0].name;
+    std::error_code none;
+    if (name != kStandardStream && !std::filesystem::exists(name, none)) {
+      throw VXIO_Error(VXIO_ErrorKind::Input, name + ": no such file; check the name");
+    }
     throw UsageError(
-        inputs_[0].name +
-        ": is a single picture; the input must be a clip or a pattern, such as shot.####.png");
+        name +
+        (std::filesystem::is_directory(name, none) ? ": is a folder" : ": is a single picture") +
+        "; the input must be a clip or a pattern, such as shot.####.png");
   }
   const bool single = FirstSequence() && one && !output_name_.empty() && !output_;
   sequence_ = !single && (FirstSequence() || (output_ && (inputs_.empty() || !job.frames.empty())));

@@ -20,6 +20,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr int64_t kShutterBytes = 32;  // for each pixel: the sum and a sample
 constexpr const char* kMadeBy[] = {"copy", "hold", "mix", "motion"};
 
 struct RetimeArguments {
@@ -310,7 +311,10 @@ int Run(RetimeArguments arguments, const Verb& verb) {
   job.options = &arguments.job;
   job.inputs = {arguments.input};
   job.retiming = retimer.retiming();
-  job.bytes = [](const auto& inputs) { return BytesOfPair(inputs, kTweenBytes); };
+  const bool blurs = arguments.between.tween.shutter_samples > 1;
+  job.bytes = [=](const auto& inputs) {
+    return BytesOfPair(inputs, kTweenBytes + (blurs ? kShutterBytes : 0));
+  };
   job.work = [&](JobFrame& frame) { retimer.Make(&frame); };
   const auto report = [&] {
     if (!arguments.report.empty() && !arguments.job.dry_run) retimer.WriteReport();

@@ -164,6 +164,34 @@ class Pictures(RetimeTest):
             mean = np.floor((at(0.5 * k - 0.125) + at(0.5 * k + 0.125)) / 2 + 0.5)
             np.testing.assert_array_equal(self.picture(8 + k), mean)
 
+    def test_depths(self):
+        rng = np.random.default_rng(3)
+        for kind, full, exact in ((np.uint8, 255, 255), (np.uint16, 65535, 32768), (np.float32, 1, 0)):
+            a, b = (rng.random((2, 5, 7, 4)) * full).astype(kind)
+            a[..., 3] = b[..., 3] = full
+            self.tif("d.1.tif", a)
+            self.tif("d.2.tif", b)
+            self.vx("retime", "d.#.tif", "-o", "e.#.tif", "--speed", 1, "--method", "mix", "--shutter-samples", 4,
+                    "--shutter-angle", 360)
+            # Samples of frame 1 at -0.375 and -0.125, which are held, and at 0.125 and 0.375.
+            mean = a + (b.astype(float) - a) * (0.125 + 0.375) / 4
+            np.testing.assert_allclose(self.deep("e.1.tif"), mean, atol=1.6 * full / exact if exact else 1e-6)
+
+    def test_cache(self):
+        made = []
+        for options in ((), ("--cache", "motion"), ("--cache", "motion")):
+            self.retime("--speed", 0.5, *options)
+            made.append([self.contents(name) for name in self.outputs()])
+        self.assertEqual(made[0], made[1])
+        self.assertEqual(made[0], made[2])
+        files = os.listdir(self.path("motion"))
+        self.assertEqual(len(files), 3)
+        self.text(os.path.join("motion", files[0]), "damaged")
+        _, error = self.retime("--speed", 0.5, "--cache", "motion")
+        self.assertRegex(error, "warning: --cache: .*is not used")
+        self.assertEqual(made[0], [self.contents(name) for name in self.outputs()])
+        self.refuse(OUTPUT, "--cache", "retime", "a.####.png", "-o", "out.####.png", "--speed", 1, "--cache", "a.0008.png")
+
     def test_threads_give_equal_bytes(self):
         made = []
         for threads in (1, 3):
@@ -251,14 +279,22 @@ class Runs(RetimeTest):
     def test_clip(self):
         subprocess.run([os.environ["VX_MAKE_CLIPS"], self.folder], check=True, stdout=subprocess.DEVNULL)
         clip = sorted(n for n in self.names() if n.endswith((".mkv", ".mov")))[0]
-        info = json.loads(self.vx("info", clip, "--json")[0])
         self.vx("convert", clip, "-o", "c.####.png")
         count = len([n for n in self.names() if n.startswith("c.")])
         self.vx("retime", clip, "-o", "out.####.png", "--speed", 0.5, "--report", "r.json")
         self.assertEqual(len(self.outputs()), 2 * count)
         for i in range(count):
             np.testing.assert_array_equal(self.pixels(f"out.{2 * i:04}.png"), self.pixels(f"c.{i:04}.png"))
-        self.assertIsNotNone(json.loads(self.contents("r.json"))["input_rate"], info)
+        self.assertIsNotNone(json.loads(self.contents("r.json"))["input_rate"])
+        # A clip that breaks off: the frames before the damage are written.
+        self.text("broken.mkv", self.contents("plain.mkv")[:-100])
+        self.vx("retime", "plain.mkv", "-o", "p.####.png", "--speed", 0.5)
+        _, error = self.vx("retime", "broken.mkv", "-o", "q.####.png", "--speed", 0.5, code=INPUT)
+        self.assertRegex(error, "frame \\d+: broken.mkv: is truncated or damaged")
+        names = [n for n in self.names() if n.startswith("q.")]
+        self.assertTrue(names)
+        for name in names:
+            self.assertEqual(self.contents(name), self.contents("p" + name[1:]))
 
     def test_tiny_pictures_and_sizes(self):
         self.sequence([np.full((1, 1, 3), 40 * i, np.uint8) for i in range(3)])
@@ -295,6 +331,8 @@ class Runs(RetimeTest):
             with self.subTest(words=words):
                 if message:
                     self.refuse(code, message, *base, *words)
+        self.refuse(INPUT, "no such file", "retime", "none.mkv", "-o", "out.####.png", "--speed", 2)
+        self.refuse(USAGE, "is a folder", "retime", ".", "-o", "out.####.png", "--speed", 2)
         self.refuse(USAGE, "is a single picture", "retime", "a.0001.png", "-o", "o.png", "--speed", 2)
         self.refuse(USAGE, "would replace a.0001.png, which is an input", "retime", "a.####.png", "-o", "a.####.png",
                     "--speed", 2)

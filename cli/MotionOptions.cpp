@@ -98,7 +98,7 @@ void ResolveTween(BetweenArguments* arguments, const JobOptions& job) {
   ResolveMotion(&arguments->motion, job);
   arguments->tween.motion = arguments->motion.motion;
   arguments->tween.method = static_cast<vx::TweenMethod>(arguments->method);
-  arguments->tween.sinc = arguments->quality == 1;
+  arguments->tween.quality = static_cast<vx::TweenQuality>(arguments->quality);
   if (arguments->cache.empty() || job.dry_run) return;
   std::error_code error;
   std::filesystem::create_directory(arguments->cache, error);

@@ -117,16 +117,25 @@ VX_API VX_Err VX_RenderInstant(const VX_LayerDef* first, const VX_LayerDef* seco
 // during a call as much again.
 struct VX_Tween;
 
+enum VX_TweenQuality : int32_t {
+  VX_TweenQuality_Standard = 0,  // the pictures of VX_AdvancedFrameBlending
+  VX_TweenQuality_High = 1       // see below
+};
+
 // Makes the object. The pixels of both worlds are used until VX_DisposeTween. Nothing is estimated
 // yet.
 //
 //   settings  null: the defaults
+//   quality   High estimates a motion of its own in full size, for each pixel, and draws each pixel
+//             from the pictures in which it is visible, or mixed where the motion is not known. Of
+//             the settings only the method and the shutter are then used
 //   tween     the result; null after an error
 //
 // Returns VX_ErrMotionSettings; VX_ErrBadParameter, reported, for null worlds, worlds without
 // pixels, of different sizes or of different depths; VX_ErrOutOfMemory.
 VX_API VX_Err VX_NewTween(const VX_LayerDef* first, const VX_LayerDef* second,
-                          const VX_Veltor_AlgoParams* settings, VX_Tween** tween);
+                          const VX_Veltor_AlgoParams* settings, VX_TweenQuality quality,
+                          VX_Tween** tween);
 
 // As VX_RenderInstant. The first call that needs the motion estimates it.
 VX_API VX_Err VX_TweenInstant(VX_Tween* tween, float position,

@@ -122,9 +122,15 @@ enum class TweenMethod : int32_t {
   motion = VX_FrameBlend_Motion  // moved along the motion
 };
 
+enum class TweenQuality : int32_t {
+  standard = VX_TweenQuality_Standard,
+  high = VX_TweenQuality_High  // slower; see VX_NewTween
+};
+
 struct TweenOptions {
   MotionOptions motion = {};  // `backward` is not read
   TweenMethod method = TweenMethod::motion;
+  TweenQuality quality = TweenQuality::standard;
   bool sinc = false;            // sample the pictures with a windowed sinc, not bilinearly
   double shutter_angle = 180;   // 0..360 degrees: the part of the interval that is averaged
   int32_t shutter_samples = 1;  // 1..20; 1: no averaging
@@ -155,7 +161,10 @@ class Tweener {
     const VX_Veltor_AlgoParams settings = detail::settings_of(options);
     VX_Tween* tween = nullptr;
     detail::run(
-        [&] { return VX_NewTween(first.descriptor(), second.descriptor(), &settings, &tween); });
+        [&] {
+          return VX_NewTween(first.descriptor(), second.descriptor(), &settings,
+                             static_cast<VX_TweenQuality>(options.quality), &tween);
+        });
     tween_.reset(tween);
   }
 

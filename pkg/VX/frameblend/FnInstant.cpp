@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "frameblend/FnInstant.h"
 
+#include <atomic>
 #include <cmath>
 
 #include "frame/VXp_Dispatch.h"
@@ -12,8 +13,24 @@ namespace {
 constexpr float kSameContent = 0.04f;
 constexpr int32_t kAround = 2;
 
-// The share of pixels of `from` that differ from `to` at the end of their vector.
-float UnexplainedShare(const FnFloatMap& from, const FnFloatMap& to, const FnVectorMap& field) {
+// Whether the vector of pixel (x, y) and the one at its end cancel, in pixels of the fields.
+bool Returns(const HvVec2& v, int32_t x, int32_t y, const FnVectorMap& back) {
+  constexpr float kApart = 2, kApartOfLength = 0.1f;
+  if (!v.IsValid()) return false;
+  int32_t to_x, to_y;
+  float rest;
+  FnSplit(static_cast<float>(x) + 0.5f - v.x, &to_x, &rest);
+  FnSplit(static_cast<float>(y) + 0.5f + v.y, &to_y, &rest);
+  if (to_x < 0 || to_y < 0 || to_x >= back.width() || to_y >= back.height()) return true;
+  const HvVec2& other = back.row(to_y)[to_x];
+  return other.IsValid() && (v + other).L1() <= kApart + kApartOfLength * v.L1();
+}
+
+// The share of pixels of `from` that differ from `to` at the end of their vector, or whose vector
+// does not cancel the one there. After a cut the vectors of both directions are unrelated, also
+// where the pictures happen to be alike.
+float UnexplainedShare(const FnFloatMap& from, const FnFloatMap& to, const FnVectorMap& field,
+                       const FnVectorMap& back) {
   const int32_t width = from.width(), height = from.height();
   FnFloatMap errors(width, height);
   if (isInvalid(&errors)) throw std::bad_alloc();
@@ -35,19 +52,65 @@ float UnexplainedShare(const FnFloatMap& from, const FnFloatMap& to, const FnVec
         for (int32_t i = left; i <= right; ++i) sum += errors.row(j)[i];
       }
       const auto count = static_cast<float>((bottom - top + 1) * (right - left + 1));
-      unexplained += sum > kSameContent * count;
+      unexplained += sum > kSameContent * count || !Returns(field.row(y)[x], x, y, back);
     }
   }
   return static_cast<float>(unexplained) / (static_cast<float>(width) * static_cast<float>(height));
 }
 
+// Loads a picture as colours multiplied by alpha, at 0..255. Returns whether it is opaque.
+template <class Pixel>
+bool Load(const VX_LayerDef& world, FnInterruptState* interrupt, FnMap<FnColorFloat>* to) {
+  using Of = FnColorOfPixel<Pixel>;
+  const FnMap<typename Of::Type> from(world);
+  if (!to->allocate(from.width(), from.height())) {
+    interrupt->set(VX_ErrOutOfMemory);
+    return true;
+  }
+  std::atomic<bool> opaque = true;
+  FnForRows(interrupt, from.height(), [&](int32_t y) {
+    const auto* const in = from.row(y);
+    FnColorFloat* const out = to->row(y);
+    bool row_opaque = true;
+    for (int32_t x = 0; x < from.width(); ++x) {
+      FnColorFloat c = FnToCompute<FnColorFloat>(in[x]) * (255.0f / Of::kFull);
+      const float alpha = c.alpha;
+      row_opaque = row_opaque && alpha >= 255;
+      c = c * (alpha * (1.0f / 255));
+      c.alpha = alpha;
+      out[x] = c;
+    }
+    if (!row_opaque) opaque = false;
+  });
+  return opaque;
+}
+
 }  // namespace
 
+void FnPairMotion::NeedDense(const VX_LayerDef& a, const VX_LayerDef& b,
+                             FnInterruptState* interrupt) {
+  if (dense != nullptr) return;
+  auto making = std::make_unique<FnTwoSided>();
+  VXp_SelectPixel(
+      VXp_WorldDepth(&a),
+      [&](auto tag) {
+        using Pixel = typename decltype(tag)::Pixel;
+        const bool first = Load<Pixel>(a, interrupt, &making->first);
+        const bool second = Load<Pixel>(b, interrupt, &making->second);
+        making->opaque = first && second;
+      },
+      [] {});
+  if (FnPoll(interrupt) == VX_Ok) making->Prepare(interrupt);
+  if (FnPoll(interrupt) == VX_Ok) dense = std::move(making);
+}
+
 float FnPairMotion::Unexplained() const {
+  if (dense != nullptr) return dense->Unexplained();
   const FnFloatMap& a = luminances->first.luminance;
   const FnFloatMap& b = luminances->second.luminance;
-  return std::min(UnexplainedShare(a, b, vectors.get()->forward),
-                  UnexplainedShare(b, a, vectors.get()->backward));
+  const FnVectorMap &forward = vectors.get()->forward, &backward = vectors.get()->backward;
+  return std::min(UnexplainedShare(a, b, forward, backward),
+                  UnexplainedShare(b, a, backward, forward));
 }
 
 void FnPairMotion::Need(const VX_LayerDef& a, const VX_LayerDef& b,

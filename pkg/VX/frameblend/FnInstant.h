@@ -5,8 +5,10 @@
 // Pictures of instants between two pictures: the three methods, and the mean of shutter samples.
 
 #include <algorithm>
+#include <memory>
 
 #include "frameblend/cache/FnHeldVectors.h"
+#include "frameblend/high/FnTwoSided.h"
 #include "frameblend/tween/FnPicture.h"
 #include "frameblend/tween/FnTween.h"
 
@@ -17,12 +19,16 @@ struct FnPairMotion {
   FnFilteredPyramidAlpha alphaFirst, alphaSecond;
   bool hasAlpha = false;
   bool made = false;
+  std::unique_ptr<FnTwoSided> dense;  // for the quality "high"
 
   // Makes it if it was not made yet. After an error it is not made.
   void Need(const VX_LayerDef& a, const VX_LayerDef& b, const VX_Veltor_AlgoParams& settings,
             FnInterruptState* interrupt);
+  // The same for `dense`.
+  void NeedDense(const VX_LayerDef& a, const VX_LayerDef& b, FnInterruptState* interrupt);
 
-  // The share of pixels that no vector explains, 0..1; of both directions the smaller one.
+  // The share of pixels that no vector explains, 0..1; of both directions the smaller one. Call it
+  // after one of the above.
   float Unexplained() const;
 };
 
@@ -74,8 +80,9 @@ class FnInstantRenderer {
   // `motion` is estimated when it is needed first.
   FnInstantRenderer(const VX_Veltor_AlgoParams& algo, FnInterruptState* interrupt,
                     const VX_LayerDef& a, const VX_LayerDef& b, const VX_LayerDef& dst,
-                    FnPairMotion* motion)
+                    bool high, FnPairMotion* motion)
       : algo_(algo),
+        high_(high),
         interrupt_(interrupt),
         worldA_(a),
         worldB_(b),
@@ -134,9 +141,37 @@ class FnInstantRenderer {
       mix.position = position;
       mix.process(&a_, &b_, &dst_);
     } else {
+      if (high_) {
+        MakeByDenseMotion(position);
+        return;
+      }
       motion_->Need(worldA_, worldB_, algo_, interrupt_);
       if (!Stopped()) MakeByMotion(position);
     }
+  }
+
+  void MakeByDenseMotion(float position) {
+    motion_->NeedDense(worldA_, worldB_, interrupt_);
+    if (Stopped()) return;
+    FnMap<FnColorFloat> made(dst_.width(), dst_.height());
+    if (isInvalid(&made)) {
+      interrupt_->set(VX_ErrOutOfMemory);
+      return;
+    }
+    motion_->dense->Render(position, interrupt_, &made);
+    FnForRows(interrupt_, dst_.height(), [&](int32_t y) {
+      for (int32_t x = 0; x < dst_.width(); ++x) {
+        FnColorFloat c = made.row(y)[x];
+        if (c == motion_->dense->first.row(y)[x]) {  // unchanged: without rounding
+          dst_.row(y)[x] = a_.row(y)[x];
+          continue;
+        }
+        const float alpha = std::clamp(c.alpha, 0.0f, 255.0f);
+        c = c * (alpha > 0 ? kFull / alpha : 0.0f);
+        c.alpha = alpha * (kFull / 255.0f);
+        dst_.row(y)[x] = FnToWorld<Pixel>(c);
+      }
+    });
   }
 
   void MakeByMotion(float position) {
@@ -174,6 +209,7 @@ class FnInstantRenderer {
   }
 
   const VX_Veltor_AlgoParams& algo_;
+  const bool high_;
   FnInterruptState* interrupt_;
   const VX_LayerDef &worldA_, &worldB_;
   FnMap<Color> a_, b_, dst_;

@@ -75,7 +75,7 @@ VX_Err VX_Tween::Render(float position, const VX_Veltor_InterruptFuncs& interrup
     VXp_SelectPixel(
         VXp_WorldDepth(dst),
         [&](auto tag) {
-          FnInstantRenderer<typename decltype(tag)::Pixel>(algo, state, first, second, *dst,
+          FnInstantRenderer<typename decltype(tag)::Pixel>(algo, state, first, second, *dst, high,
                                                            &motion)
               .Run(position);
         },
@@ -84,12 +84,17 @@ VX_Err VX_Tween::Render(float position, const VX_Veltor_InterruptFuncs& interrup
 }
 
 VX_Err VX_NewTween(const VX_LayerDef* first, const VX_LayerDef* second,
-                   const VX_Veltor_AlgoParams* settings, VX_Tween** tween) {
+                   const VX_Veltor_AlgoParams* settings, VX_TweenQuality quality,
+                   VX_Tween** tween) {
   return VXp_Guarded([&]() -> VX_Err {
     if (tween == nullptr) return VXp_FailVerification("a new tween without a result");
     *tween = nullptr;
     auto made = std::make_unique<VX_Tween>(
         first, second, settings != nullptr ? *settings : VX_Veltor_AlgoParams{});
+    if (quality != VX_TweenQuality_Standard && quality != VX_TweenQuality_High) {
+      return VXp_FailVerification("a tween of an unknown quality");
+    }
+    made->high = quality == VX_TweenQuality_High;
     if (const VX_Err code = made->Check(); code != VX_Ok) return code;
     *tween = made.release();
     return VX_Ok;
@@ -112,7 +117,11 @@ VX_Err VX_TweenUnexplained(VX_Tween* tween, const VX_Veltor_InterruptFuncs* inte
       return VXp_FailVerification("the unexplained share of a null tween or without a result");
     }
     const VX_Err code = Run(OrNone(interrupt), [&](FnInterruptState* state) {
-      tween->motion.Need(tween->first, tween->second, tween->algo, state);
+      if (tween->high) {
+        tween->motion.NeedDense(tween->first, tween->second, state);
+      } else {
+        tween->motion.Need(tween->first, tween->second, tween->algo, state);
+      }
     });
     if (code == VX_Ok) *share = tween->motion.Unexplained();
     return code;

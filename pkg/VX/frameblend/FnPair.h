@@ -19,5 +19,6 @@ struct VX_Tween {
 
   VX_LayerDef first, second;
   VX_Veltor_AlgoParams algo;
+  bool high = false;
   FnPairMotion motion;
 };

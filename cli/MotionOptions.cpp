@@ -68,7 +68,7 @@ OptionList BetweenOptionList(BetweenArguments* to, const std::string& interval) 
        {Option{"--cut-threshold", "F", std::move(threshold),
                "0 to 1, or off: two pictures are a cut if no motion explains more than this part "
                "of them. For --method motion"}
-            .Default("0.5"),
+            .Default("0.8"),
         Option{"--on-cut", "HOW", Choice(&to->on_cut, {"hold", "mix"}),
                "Pictures between the two of a cut. hold: the nearer one; mix: both are mixed by "
                "time"}
@@ -89,8 +89,9 @@ OptionList BetweenOptionList(BetweenArguments* to, const std::string& interval) 
 
 Option QualityOfTween(BetweenArguments* to) {
   return Option{"--quality", "HOW", Choice(&to->quality, {"standard", "high"}),
-                "How the pictures are sampled. standard: bilinear; high: windowed sinc, sharper "
-                "and slower"}
+                "standard: motion in reduced pictures, bilinear sampling; high: a motion for each "
+                "pixel in full size, cubic sampling; slower. --resolution, --detail and the other "
+                "options of the estimate have no effect with high"}
       .Default("standard");
 }
 

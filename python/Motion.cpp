@@ -140,8 +140,9 @@ std::optional<std::string> ParseCache(const py::object& cache) {
 }
 
 py::object Tween(const py::object& a, const py::object& b, const py::object& at_arg,
-                 const py::object& method, const py::object& sinc, const py::object& resolution,
-                 const py::object& detail, const py::object& smoothing, const py::object& block,
+                 const py::object& method, const py::object& quality_arg, const py::object& sinc,
+                 const py::object& resolution, const py::object& detail,
+                 const py::object& smoothing, const py::object& block,
                  const py::object& smooth_passes, const py::object& error_threshold,
                  const py::object& shutter_angle, const py::object& shutter_samples,
                  const py::object& cache_arg, const py::object& progress, const py::object& out,
@@ -151,6 +152,8 @@ py::object Tween(const py::object& a, const py::object& b, const py::object& at_
       ParseSettings(resolution, detail, smoothing, block, smooth_passes, error_threshold);
   settings.Method = static_cast<int16_t>(ParseChoice("method", method, {"copy", "mix", "motion"}));
   settings.HighQuality = ParseFlag("sinc", sinc) ? 1 : 0;
+  const auto quality =
+      static_cast<VX_TweenQuality>(ParseChoice("quality", quality_arg, {"standard", "high"}));
   settings.ShutterAngle = static_cast<float>(ParseNumber("shutter_angle", shutter_angle, 0, 360));
   settings.ShutterSamples =
       static_cast<int16_t>(ParseWhole("shutter_samples", shutter_samples, 1, 20));
@@ -161,7 +164,7 @@ py::object Tween(const py::object& a, const py::object& b, const py::object& at_
   Target target = Target::Sized(first, out, from.width, from.height, first.depth());
   const WorldPtr apart = target.WithoutOverlap(first), other = target.WithoutOverlap(second);
   VX_Tween* made = nullptr;
-  Run([&] { return VX_NewTween(apart->get(), other->get(), &settings, &made); });
+  Run([&] { return VX_NewTween(apart->get(), other->get(), &settings, quality, &made); });
   const std::unique_ptr<VX_Tween, DisposeTween> tween(made);
   if (cache) Run([&] { return VX_TweenUseCache(made, nullptr, cache->c_str()); });
   RunInterruptible(progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {

@@ -42,7 +42,8 @@ def flow(a: Picture, b: Picture, *, resolution: float = 0.2, detail: float = 500
                     backward, progress, order)
 
 
-def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion", sinc: bool = False,
+def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion",
+          quality: str = "standard", sinc: bool = False,
           resolution: float = 0.2, detail: float = 500, smoothing: float = 500, block: int = 6,
           smooth_passes: int = 5, error_threshold: float = 0.01, shutter_angle: float = 180,
           shutter_samples: int = 1, cache: bool | Path = False, progress: Progress | None = None,
@@ -53,6 +54,8 @@ def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion", s
     at: the instant, 0..1; 0 is a, 1 is b, both are copied exactly.
     method: "motion" moves pixels along the motion, "mix" mixes both pictures by time, "copy" takes
     the nearer one.
+    quality: "standard", or "high", which estimates a motion of its own for each pixel in full size: better, slower. Of
+        the settings below it reads only the shutter.
     sinc: sample the pictures with a windowed sinc, not bilinearly.
     resolution to error_threshold: as in flow().
     shutter_angle: 0..360 degrees, the part of the interval that shutter_samples cover.
@@ -66,7 +69,7 @@ def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion", s
     of processors. Warns (UserWarning) about files of motion that cannot be used or written. Raises
     TypeError, ValueError, vx.Error, MemoryError.
     """
-    return _vx.tween(a, b, at, method, sinc, resolution, detail, smoothing, block, smooth_passes,
+    return _vx.tween(a, b, at, method, quality, sinc, resolution, detail, smoothing, block, smooth_passes,
                      error_threshold, shutter_angle, shutter_samples, cache, progress, out, order)
 
 

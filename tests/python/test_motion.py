@@ -84,6 +84,7 @@ def test_files(tmp_path):
 
 def test_cache(tmp_path):
     a, b = waves(0, 0), waves(3, -2)
+    assert (vx.tween(a, b, .25, quality="high") != vx.tween(a, b, .25)).any()
     want = vx.tween(a, b, .25, block=7)
     start = vx.motion_cache(clear=True)
     assert start[:3] == (0, 0, 0)
@@ -123,6 +124,7 @@ PICTURE, FIELD = waves(0, 0), np.zeros((90, 120, 2), np.float32)
     (TypeError, "field", lambda: vx.predict(PICTURE, FIELD.astype(float))),
     (ValueError, "field", lambda: vx.draw_flow(FIELD[:0])),
     (ValueError, "cache", lambda: vx.tween(PICTURE, PICTURE, cache="missing/folder")),
+    (ValueError, "quality", lambda: vx.tween(PICTURE, PICTURE, quality="best")),
     (TypeError, "", lambda: vx.tween(PICTURE, PICTURE, cache=1)),
     (ValueError, "memory", lambda: vx.motion_cache(memory=-1)),
     (TypeError, "clear", lambda: vx.motion_cache(clear=1)),

@@ -160,11 +160,10 @@ class Tweener {
       : progress_(options.motion.progress) {
     const VX_Veltor_AlgoParams settings = detail::settings_of(options);
     VX_Tween* tween = nullptr;
-    detail::run(
-        [&] {
-          return VX_NewTween(first.descriptor(), second.descriptor(), &settings,
-                             static_cast<VX_TweenQuality>(options.quality), &tween);
-        });
+    detail::run([&] {
+      return VX_NewTween(first.descriptor(), second.descriptor(), &settings,
+                         static_cast<VX_TweenQuality>(options.quality), &tween);
+    });
     tween_.reset(tween);
   }
 

@@ -79,8 +79,8 @@ class FnInstantRenderer {
 
   // `motion` is estimated when it is needed first.
   FnInstantRenderer(const VX_Veltor_AlgoParams& algo, FnInterruptState* interrupt,
-                    const VX_LayerDef& a, const VX_LayerDef& b, const VX_LayerDef& dst,
-                    bool high, FnPairMotion* motion)
+                    const VX_LayerDef& a, const VX_LayerDef& b, const VX_LayerDef& dst, bool high,
+                    FnPairMotion* motion)
       : algo_(algo),
         high_(high),
         interrupt_(interrupt),

@@ -218,7 +218,9 @@ class MotionFiles : public MotionCache {
   std::string Tween(const fs::path& folder, VX_Veltor_AlgoParams algo = {}) {
     VX_ClearMotionCache();
     VX_Tween* tween = nullptr;
-    EXPECT_EQ(VX_NewTween(&scene_.a.world, &scene_.b.world, &algo, &tween), VX_Ok);
+    EXPECT_EQ(
+        VX_NewTween(&scene_.a.world, &scene_.b.world, &algo, VX_TweenQuality_Standard, &tween),
+        VX_Ok);
     EXPECT_EQ(VX_TweenUseCache(tween, nullptr, folder.c_str()), VX_Ok);
     EXPECT_EQ(VX_TweenInstant(tween, 0.5f, nullptr, &scene_.dst.world), VX_Ok);
     if (algo.BlockSize == 6) {
@@ -278,13 +280,17 @@ TEST_F(MotionFiles, AreReadByLaterRuns) {
   // A pair that is found in memory writes a file that is missing.
   fs::remove(path);
   VX_Tween* tween = nullptr;
-  ASSERT_EQ(VX_NewTween(&scene_.a.world, &scene_.b.world, nullptr, &tween), VX_Ok);
+  ASSERT_EQ(
+      VX_NewTween(&scene_.a.world, &scene_.b.world, nullptr, VX_TweenQuality_Standard, &tween),
+      VX_Ok);
   const uint8_t zero[16] = {};
   EXPECT_EQ(VX_TweenUseCache(tween, &zero, nullptr), VX_ErrBadParameter);
   EXPECT_EQ(VX_TweenUseCache(nullptr, nullptr, nullptr), VX_ErrBadParameter);
   for (const char* folder : {"", folder_.c_str()}) {
     VX_Tween* pair = nullptr;
-    ASSERT_EQ(VX_NewTween(&scene_.a.world, &scene_.b.world, nullptr, &pair), VX_Ok);
+    ASSERT_EQ(
+        VX_NewTween(&scene_.a.world, &scene_.b.world, nullptr, VX_TweenQuality_Standard, &pair),
+        VX_Ok);
     EXPECT_EQ(VX_TweenUseCache(pair, nullptr, folder), VX_Ok);
     EXPECT_EQ(VX_TweenInstant(pair, 0.5f, nullptr, &scene_.dst.world), VX_Ok);
     VX_DisposeTween(pair);

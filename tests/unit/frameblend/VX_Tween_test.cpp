@@ -117,7 +117,8 @@ TYPED_TEST(Tween, KeepsEqualPicturesAndEnds) {
       Instant<TypeParam>(ends.get(), a.world, 0.5f);
     }
     GuardedWorld<TypeParam> copy(width, height, 5, 13);
-    for (int i = 0; i < width * height; ++i) copy.Set(i % width, i / width, same[static_cast<size_t>(i)]);
+    for (int i = 0; i < width * height; ++i)
+      copy.Set(i % width, i / width, same[static_cast<size_t>(i)]);
     for (const auto quality : {VX_TweenQuality_Standard, VX_TweenQuality_High}) {
       const Pair still = MakePair(a.world, copy.world, quality);
       EXPECT_EQ(FirstDifference(Instant<TypeParam>(still.get(), a.world, 0.3f), same), -1)

@@ -13,8 +13,8 @@ namespace {
 constexpr int32_t kPatch = 8;
 constexpr int32_t kStride = 4;
 constexpr int32_t kPixels = kPatch * kPatch;
-constexpr int32_t kSmallestSide = 20;  // of the coarsest level
-constexpr float kLongestStep = 8;      // a patch that moves farther from its start is rejected
+constexpr int32_t kSmallestSide = 20;      // of the coarsest level
+constexpr float kLongestStep = 8;          // a patch that moves farther from its start is rejected
 constexpr float kBadMatch = 12 * kPixels;  // sum of squares of a patch that is searched again
 
 struct Patches {
@@ -88,8 +88,8 @@ struct Template {
 };
 
 struct Match {
-  float error;    // sum of squares of the differences, without their mean
-  float bx, by;   // sums of the differences with the gradients
+  float error;   // sum of squares of the differences, without their mean
+  float bx, by;  // sums of the differences with the gradients
 };
 
 Match MatchAt(const Template& t, const Shift& s, ptrdiff_t pitch) {
@@ -299,12 +299,12 @@ void FnGreyLevels::Build(FnInterruptState* interrupt) {
     FnForRows(interrupt, coarse.height(), [&](int32_t y) {
       // Weights 1, 3, 3, 1 in both directions.
       const float *const r0 = fine.row(2 * y - 1), *const r1 = fine.row(2 * y),
-                  *const r2 = fine.row(2 * y + 1), *const r3 = fine.row(2 * y + 2);
+                         *const r2 = fine.row(2 * y + 1), *const r3 = fine.row(2 * y + 2);
       float* const out = coarse.row(y);
       const auto column = [&](int32_t x) { return r0[x] + r3[x] + 3 * (r1[x] + r2[x]); };
       for (int32_t x = 0; x < coarse.width(); ++x) {
-        out[x] = (column(2 * x - 1) + column(2 * x + 2) +
-                  3 * (column(2 * x) + column(2 * x + 1))) * (1.0f / 64);
+        out[x] = (column(2 * x - 1) + column(2 * x + 2) + 3 * (column(2 * x) + column(2 * x + 1))) *
+                 (1.0f / 64);
       }
     });
     coarse.Extend();

@@ -63,8 +63,8 @@ struct FnFlowVector {
 using FnFlowMap = FnMap<FnFlowVector>;
 
 struct FnFlowSettings {
-  int32_t finest = 1;        // the finest level of the search and of the refinement
-  int32_t searchSteps = 12;  // most steps of a patch
+  int32_t finest = 1;            // the finest level of the search and of the refinement
+  int32_t searchSteps = 12;      // most steps of a patch
   int32_t outer = 4, inner = 4;  // iterations of the refinement
   float smoothness = 30, valueWeight = 5, gradientWeight = 10;
 };

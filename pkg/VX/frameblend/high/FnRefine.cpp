@@ -171,12 +171,12 @@ class Refinement {
     FnForRows(interrupt_, height_, [&](int32_t y) {
       const float *const du = planes_.row(P::DU, y), *const dv = planes_.row(P::DV, y);
       const float *const iz = planes_.row(P::Z, y), *const ix = planes_.row(P::X, y),
-                  *const iy = planes_.row(P::Y, y), *const ixx = planes_.row(P::XX, y),
-                  *const ixy = planes_.row(P::XY, y), *const iyy = planes_.row(P::YY, y),
-                  *const ixz = planes_.row(P::XZ, y), *const iyz = planes_.row(P::YZ, y);
+                         *const iy = planes_.row(P::Y, y), *const ixx = planes_.row(P::XX, y),
+                         *const ixy = planes_.row(P::XY, y), *const iyy = planes_.row(P::YY, y),
+                         *const ixz = planes_.row(P::XZ, y), *const iyz = planes_.row(P::YZ, y);
       float *const a11 = planes_.row(P::A11, y), *const a12 = planes_.row(P::A12, y),
-                  *const a22 = planes_.row(P::A22, y), *const b1 = planes_.row(P::B1, y),
-                  *const b2 = planes_.row(P::B2, y);
+                   *const a22 = planes_.row(P::A22, y), *const b1 = planes_.row(P::B1, y),
+                   *const b2 = planes_.row(P::B2, y);
       for (int32_t x = 0; x < width_; ++x) {
         const float n = 1 / (ix[x] * ix[x] + iy[x] * iy[x] + kZeta2);
         const float rest = iz[x] + ix[x] * du[x] + iy[x] * dv[x];
@@ -209,8 +209,8 @@ class Refinement {
       const float *const right = planes_.row(P::Right, y), *const down = planes_.row(P::Down, y);
       const float* const up = planes_.row(P::Down, y - 1);
       const float *const a11 = planes_.row(P::A11, y), *const a12 = planes_.row(P::A12, y),
-                  *const a22 = planes_.row(P::A22, y), *const b1 = planes_.row(P::B1, y),
-                  *const b2 = planes_.row(P::B2, y);
+                         *const a22 = planes_.row(P::A22, y), *const b1 = planes_.row(P::B1, y),
+                         *const b2 = planes_.row(P::B2, y);
       for (int32_t x = (y + colour) % 2; x < width_; x += 2) {
         const float wl = right[x - 1], wr = right[x], wu = up[x], wd = down[x];
         const float sum = wl + wr + wu + wd;

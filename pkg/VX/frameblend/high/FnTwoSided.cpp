@@ -133,7 +133,8 @@ void Filter(const std::array<float, kTaps>& weights, FnInterruptState* interrupt
     for (int32_t x = 0; x < std::min(kRadius, width); ++x) edge(x);
     for (int32_t x = kRadius; x < width - kRadius; ++x) {
       float sum = 0;
-      for (size_t k = 0; k < kTaps; ++k) sum += weights[k] * in[x + static_cast<int32_t>(k) - kRadius];
+      for (size_t k = 0; k < kTaps; ++k)
+        sum += weights[k] * in[x + static_cast<int32_t>(k) - kRadius];
       out[x] = sum;
     }
     for (int32_t x = inner; x < width; ++x) edge(x);
@@ -205,7 +206,8 @@ float MakeCost(const Colors& a, const Colors& b, const FnFlowMap& flow, const Fn
       float& c = cost->row(y)[x];
       const float most = kApart + kApartOfLength * (std::fabs(f.u) + std::fabs(f.v));
       count += c > kSameContent || (!outside && apart > most * most);
-      if (apart > 0.01f * (Square(f) + Square(g)) + 0.5f) c += 12 * std::min(std::sqrt(apart), 4.0f);
+      if (apart > 0.01f * (Square(f) + Square(g)) + 0.5f)
+        c += 12 * std::min(std::sqrt(apart), 4.0f);
       if (outside) c += 6;
     }
     unexplained += count;
@@ -255,12 +257,14 @@ class Instant {
     FnForRows(interrupt_, height_, [&](int32_t y) {
       for (int32_t x = 0; x < width_; ++x) {
         const FnFlowVector f = flow.row(y)[x];
-        const auto to_x = static_cast<int32_t>(std::floor(static_cast<float>(x) + part * f.u + 0.5f));
-        const auto to_y = static_cast<int32_t>(std::floor(static_cast<float>(y) + part * f.v + 0.5f));
+        const auto to_x =
+            static_cast<int32_t>(std::floor(static_cast<float>(x) + part * f.u + 0.5f));
+        const auto to_y =
+            static_cast<int32_t>(std::floor(static_cast<float>(y) + part * f.v + 0.5f));
         if (to_x < 0 || to_y < 0 || to_x >= width_ || to_y >= height_) continue;
         const auto price = static_cast<uint64_t>(std::min(cost.row(y)[x], 4095.0f) * 256);
-        const auto index = static_cast<uint64_t>(y) * static_cast<uint64_t>(width_) +
-                           static_cast<uint64_t>(x);
+        const auto index =
+            static_cast<uint64_t>(y) * static_cast<uint64_t>(width_) + static_cast<uint64_t>(x);
         const uint64_t key = price << 42 | index << 1 | side;
         std::atomic_ref<uint64_t> slot(keys_.row(to_y)[to_x]);
         uint64_t seen = slot.load(std::memory_order_relaxed);
@@ -297,8 +301,9 @@ class Instant {
     }
     for (int32_t y = height_ - 1; y >= 0; --y) {
       for (int32_t x = 0; x < width_; ++x) {
-        below.row(y)[x] =
-            !IsHole(x, y) ? other_.row(y)[x] : y + 1 < height_ ? below.row(y + 1)[x] : none;
+        below.row(y)[x] = !IsHole(x, y)     ? other_.row(y)[x]
+                          : y + 1 < height_ ? below.row(y + 1)[x]
+                                            : none;
       }
     }
     FnForRows(interrupt_, height_, [&](int32_t y) {
@@ -462,9 +467,9 @@ void FnTwoSided::Prepare(FnInterruptState* interrupt) {
       !Allocate(interrupt, width, height, &forwardCost_, &backwardCost_, &spare)) {
     return;
   }
-  unexplained_ = std::min(
-      MakeCost(first, second, forward_, backward_, interrupt, &forwardCost_, &spare),
-      MakeCost(second, first, backward_, forward_, interrupt, &backwardCost_, &spare));
+  unexplained_ =
+      std::min(MakeCost(first, second, forward_, backward_, interrupt, &forwardCost_, &spare),
+               MakeCost(second, first, backward_, forward_, interrupt, &backwardCost_, &spare));
 }
 
 void FnTwoSided::Render(float position, FnInterruptState* interrupt, Colors* out) const {

@@ -10,9 +10,11 @@
 #include <cctype>
 #include <stdexcept>
 
+#include "ClipOutput.h"
 #include "JobRun.h"
 #include "StandardStreams.h"
 #include "VX/cpp/Pixels.hpp"
+#include "VXIO/VXIO_Profile.h"
 #include "VXIO/VXIO_Sequence.h"
 #include "Verbs.h"
 
@@ -73,10 +75,10 @@ OptionList EncodingOptions(JobOptions* to, const std::optional<Option>& quality)
 
 OptionList OutputOptions(JobOptions* to) {
   return {
-      Option{
-          "-o,--output", "OUT", Text(&to->output),
-          "Picture to write, a pattern for a sequence; the extension decides the format. - writes "
-          "to the standard output"}
+      Option{"-o,--output", "OUT", Text(&to->output),
+             "Picture to write, a pattern for a sequence, or a clip (mkv, mov, webm, mp4); the "
+             "extension "
+             "decides the format. - writes to the standard output"}
           .Required(),
       Option{"--format", "NAME", Parsed(&to->format, ParseFormat),
              "Format of the picture that -o - writes (vx list formats)"}
@@ -157,7 +159,7 @@ OptionList JobOptionList(JobOptions* to, JobOutput output, const std::optional<O
     if (option.name != "--strict") option.decides = Decides::Nothing;
   }
   if (output == JobOutput::Picture) {
-    options = Join({EncodingOptions(to, quality), std::move(options)});
+    options = Join({EncodingOptions(to, quality), ClipOptionList(to), std::move(options)});
   }
   return options;
 }
@@ -215,12 +217,38 @@ void JobFrame::Write(vx::AnyConstView picture, const VXIO_Picture& model) {
 }
 
 void JobFrame::Write(vx::AnyConstView picture, VXIO_WriteOptions options) {
+  if (state_->clip) return WriteToClip(picture, options);
   options.clobber = state_->job->options->Clobber();
   options.strict = state_->job->options->strict;
   options.encoding = state_->job->options->encoding;
   options.encoding.fast = state_->plan->sequence();
   WriteOutput([&] { return VXIO_Write(Output(), *picture.descriptor(), options); },
               [&] { return VXIO_Encode(Output(), *picture.descriptor(), options); });
+}
+
+void JobFrame::WriteToClip(vx::AnyConstView picture, const VXIO_WriteOptions& options) {
+  const auto srgb = [&](const VXIO_Metadata& metadata) {
+    return VXIO_ProfileOf(Output(), metadata).profile;
+  };
+  if (state_->index == 0 && !VXIO_SameProfile(options.metadata, VXIO_Metadata()) &&
+      !VXIO_SameColors(srgb(options.metadata), srgb(VXIO_Metadata()))) {
+    Warn(std::vector{Output() + ": a clip stores no colour profile, so the colours (" +
+                     VXIO_ProfileName(srgb(options.metadata)) +
+                     ") will be taken for sRGB; see vx profile"},
+         VXIO_ErrorKind::Output);
+  }
+  const VXIO_Windows windows = VXIO_WindowsOf(options.metadata);
+  VXIO_Picture whole;  // with the area of the display window
+  if (windows.Differ() && picture.width() == windows.data.width() &&
+      picture.height() == windows.data.height()) {
+    whole.world = vx::clone(picture).release();
+    whole.metadata = options.metadata;
+    whole.has_alpha = options.keep_alpha;
+    VXIO_SetDataWindow(&whole, windows.display);
+    picture = *whole.world;
+  }
+  state_->clip->Write(state_->index, picture, options.keep_alpha);
+  state_->written = true;
 }
 
 void JobFrame::Write(const vx::MotionField& field) {

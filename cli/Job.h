@@ -17,7 +17,7 @@
 
 #include "Console.h"
 #include "Options.h"
-#include "VXIO/VXIO_Clip.h"
+#include "VXIO/VXIO_ClipWriter.h"
 #include "VXIO/VXIO_Memory.h"
 #include "VXIO/VXIO_Motion.h"
 #include "VXIO/VXIO_Picture.h"
@@ -28,11 +28,20 @@ struct Verb;
 
 enum class Missing { Error, Skip, Hold, Black };
 
+// The options of an output that is a clip.
+struct ClipArguments {
+  std::string codec;               // empty: the default of the container
+  std::optional<int32_t> quality;  // constant rate factor
+  std::optional<VXIO_Rational> fps;
+  std::optional<bool> alpha;
+};
+
 // The options of every verb that reads or writes pictures.
 struct JobOptions {
   std::string output, failed_list;
   std::string format;  // extension of the format for the standard output; may be empty
   VXIO_Encoding encoding;
+  ClipArguments clip;
   std::optional<std::vector<int64_t>> frames;
   std::optional<double> at_time;  // seconds; of a clip
   Missing missing = Missing::Error;
@@ -118,6 +127,7 @@ class JobFrame {
   nlohmann::ordered_json& Record();
 
  private:
+  void WriteToClip(vx::AnyConstView picture, const VXIO_WriteOptions& options);
   // Writes the output by `write_file` or, for the standard output, by `encode`.
   void WriteOutput(const std::function<std::vector<std::string>()>& write_file,
                    const std::function<VXIO_Encoded()>& encode);
@@ -151,6 +161,10 @@ struct Retiming {
   // Returns a description of the instant that an output frame shows, for --dry-run and the
   // fingerprint of --resume.
   std::function<std::string(int64_t output)> describe;
+  // Returns the frame rate of the output, for clips; none if it is unknown. Called after `plan`.
+  std::function<std::optional<VXIO_Rational>()> rate;
+  // False if the output shows the input at other times, so that sound does not fit.
+  bool keeps_times = true;
   // The output frames to make; none: all.
   std::optional<std::vector<int64_t>> only = std::nullopt;
 };

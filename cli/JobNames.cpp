@@ -122,6 +122,7 @@ void JobPlan::FindPatterns(const Job& job) {
   }
   const bool literal = file_like_pattern && FirstSequence() == nullptr;
   if (VXIO_FramePattern::IsPattern(output_name_) && !literal) output_ = Pattern(output_name_);
+  clip_ = VXIO_IsClipName(output_name_);
   // One frame that is selected by an option may be written to a single file.
   const JobOptions& options = *job.options;
   const auto& selected = job.retiming ? job.retiming->only : options.frames;
@@ -137,8 +138,9 @@ void JobPlan::FindPatterns(const Job& job) {
         (std::filesystem::is_directory(name, none) ? ": is a folder" : ": is a single picture") +
         "; the input must be a clip or a pattern, such as shot.####.png");
   }
-  const bool single = FirstSequence() && one && !output_name_.empty() && !output_;
-  sequence_ = !single && (FirstSequence() || (output_ && (inputs_.empty() || !job.frames.empty())));
+  const bool several = output_ || clip_;
+  const bool single = FirstSequence() && one && !output_name_.empty() && !several;
+  sequence_ = !single && (FirstSequence() || (several && (inputs_.empty() || !job.frames.empty())));
 }
 
 // Throws UsageError for an output and options that do not match the inputs.
@@ -153,22 +155,28 @@ void JobPlan::CheckOutputName(const Job& job) const {
   }
   const bool has_clip = std::any_of(inputs_.begin(), inputs_.end(),
                                     [](const Input& each) { return each.clip != nullptr; });
+  if (clip_ && output_) {
+    throw UsageError(output_name_ + ": a clip contains all frames; its name has no placeholder");
+  }
   if (options.at_time && !has_clip) throw UsageError("--at-time: no input is a clip");
-  if (sequence_ && input && !output_name_.empty() && !output_) {
+  if (sequence_ && input && !output_name_.empty() && !output_ && !clip_) {
     throw UsageError(output_name_ + ": the input " + input->name + " is a " +
                      (input->clip ? "clip" : "sequence") +
-                     ", so the output must be a pattern, such as out.####.png; one frame (" +
+                     ", so the output must be a pattern, such as out.####.png, or a clip, such as "
+                     "out.mkv; one frame (" +
                      (job.retiming ? "--output-frames N"
                       : has_clip   ? "--frames N or --at-time SECONDS"
                                    : "--frames N") +
                      ") may be written to a single file");
   }
-  if (!sequence_ && output_) {
-    throw UsageError(output_name_ + ": is a sequence, but the input " + inputs_[0].name +
+  if (!sequence_ && (output_ || clip_)) {
+    throw UsageError(output_name_ + ": is a " + (clip_ ? "clip" : "sequence") + ", but the input " +
+                     inputs_[0].name +
                      " is a single file; write to a single file or use a pattern as the input");
   }
   if (sequence_ && !input && !options.frames && job.frames.empty()) {
-    throw UsageError(output_name_ + ": is a sequence without an input; --frames is required");
+    throw UsageError(output_name_ + ": is a " + (clip_ ? "clip" : "sequence") +
+                     " without an input; --frames is required");
   }
   if (sequence_ || input) return;
   auto needs_sequence = [](const char* option) {

@@ -71,6 +71,7 @@ JobPlan::JobPlan(const Job& job)
   if (retiming_) Retime();
   if (output_) CheckOverlap(job.options->resume);
   if (output_) CheckOutputs(job);
+  if (clip_) CheckClipOutput(*job.options);
 }
 
 // Finds the existing frames of an input: all files of a sequence, or the frames of a clip up to
@@ -235,6 +236,21 @@ std::vector<JobClip*> JobPlan::Clips() const {
     if (input.clip) clips.push_back(input.clip.get());
   }
   return clips;
+}
+
+std::unique_ptr<ClipOutput> JobPlan::MakeClip(const Job& job,
+                                              std::vector<std::string>* warnings) const {
+  ClipPlan plan;
+  plan.output = output_name_;
+  if (FirstSequence()) plan.input = FirstSequence()->name;
+  if (!Clips().empty()) plan.source = Clips()[0];
+  plan.frames = frames_;
+  if (retiming_) {
+    plan.rate = retiming_->rate();
+    plan.output_frames = static_cast<int64_t>(frames_.size());
+    plan.keeps_times = retiming_->keeps_times;
+  }
+  return MakeClipOutput(*job.options, plan, warnings);
 }
 
 std::vector<InputFile> JobPlan::SingleFiles() const {

@@ -38,6 +38,7 @@ int AllowedProcessors() {
 // Throws UsageError if the format of the output does not have the encoding.
 void CheckEncoding(const JobOptions& options) {
   try {
+    if (VXIO_IsClipName(options.output)) return;  // MakeClipOutput checks it
     const bool stream = options.output == "-";
     VXIO_CheckEncoding(stream ? "-." + options.format : options.output, options.encoding);
   } catch (const std::invalid_argument& error) {
@@ -47,7 +48,8 @@ void CheckEncoding(const JobOptions& options) {
 
 class Runner {
  public:
-  Runner(const Job& job, const JobPlan& plan, Progress* progress);
+  // `clip` is null if the output is no clip.
+  Runner(const Job& job, const JobPlan& plan, Progress* progress, ClipOutput* clip);
 
   // Returns the exit code. Throws DescribedFailure if a frame failed: the failure of the first such
   // frame or, with --keep-going, a summary.
@@ -63,6 +65,7 @@ class Runner {
   void Finish(size_t index, int64_t number, double seconds, Outcome outcome);
   void ShowFrame(const nlohmann::ordered_json& record, double seconds) const;
   void Print(const Outcome& outcome) const;
+  void FinishClip();
   int Conclude();
   nlohmann::ordered_json Settings(RecordFor use) const;
 
@@ -70,6 +73,7 @@ class Runner {
   const JobOptions& options_;
   const JobPlan& plan_;
   Progress* progress_;
+  ClipOutput* clip_;
   int allowed_threads_, threads_;
   MemoryBudget budget_;
   std::unique_ptr<ResumeStore> store_;
@@ -86,16 +90,19 @@ class Runner {
   std::pair<size_t, Failure> first_failure_{SIZE_MAX, {kDone, ""}};
 };
 
-Runner::Runner(const Job& job, const JobPlan& plan, Progress* progress)
+Runner::Runner(const Job& job, const JobPlan& plan, Progress* progress, ClipOutput* clip)
     : job_(job),
       options_(*job.options),
       plan_(plan),
       progress_(progress),
+      clip_(clip),
       allowed_threads_(options_.threads ? *options_.threads : AllowedProcessors()),
       threads_(static_cast<int>(
           std::min<size_t>(job.parallel ? static_cast<size_t>(allowed_threads_) : 1, plan.size()))),
       budget_(job) {
-  if (plan.sequence() || options_.threads) VXIO_SetThreads(allowed_threads_ / threads_);
+  // One thread at a time encodes the frames of a clip.
+  const int sharing = clip ? 1 : threads_;
+  if (plan.sequence() || options_.threads) VXIO_SetThreads(allowed_threads_ / sharing);
   if (options_.resume) {
     const std::string& output = plan.output();
     store_ = std::make_unique<ResumeStore>(
@@ -115,6 +122,7 @@ int Runner::Run() {
   }
   Work();
   for (std::thread& thread : threads) thread.join();
+  if (clip_) FinishClip();
   return Conclude();
 }
 
@@ -172,6 +180,7 @@ Outcome Runner::RunFrame(size_t index, PlannedFrame frame) {
   nlohmann::ordered_json& record = outcome.record;
   if (frame.action == PlannedFrame::Skip) {
     outcome.status = Outcome::Missing;
+    if (clip_) clip_->LeaveOut(index);
     return outcome;
   }
   record["inputs"] = nlohmann::ordered_json::array();
@@ -205,6 +214,8 @@ Outcome Runner::RunFrame(size_t index, PlannedFrame frame) {
               " again"});
       }
     }
+  } catch (const ClipCancelled&) {
+    outcome.status = Outcome::NotRun;
   } catch (...) {
     outcome.status = Outcome::Failed;
     outcome.failure = Describe(std::current_exception());
@@ -216,6 +227,7 @@ void Runner::RunWork(size_t index, const PlannedFrame& frame, Outcome* outcome) 
   JobFrame::State state{&order_, &job_, &plan_, index, frame, threads_ > 1 ? nullptr : progress_,
                         {},      {},    {},     false};
   state.output = frame.output;
+  state.clip = clip_;
   if (frame.output == kStandardStream) state.output += "." + options_.format;
   JobFrame job_frame(&state);
   job_.work(job_frame);
@@ -251,7 +263,8 @@ void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
   }
   if (!frame.instant.empty()) line += ", show " + frame.instant;
   if (!frame.output.empty()) {
-    if (frame.output != kStandardStream) job_.check_output(frame.output, options_.Clobber());
+    if (frame.output != kStandardStream && !plan_.clip())
+      job_.check_output(frame.output, options_.Clobber());
     line += (frame.inputs.empty() ? " write " : ", write ") + frame.output;
   }
   const bool up_to_date = outcome->status == Outcome::UpToDate;
@@ -263,6 +276,8 @@ void Runner::DescribePlan(const PlannedFrame& frame, Outcome* outcome) const {
 // Stores the outcome of a frame. With --keep-going a failure is printed immediately. The record is
 // printed when the records of all earlier frames have been printed.
 void Runner::Finish(size_t index, int64_t number, double seconds, Outcome outcome) {
+  if (outcome.status == Outcome::NotRun) return;
+  if (outcome.status == Outcome::Failed && clip_) clip_->Cancel();
   nlohmann::ordered_json record;
   if (plan_.sequence()) record["frame"] = number;
   record["status"] = kStatusNames[outcome.status];
@@ -325,6 +340,16 @@ nlohmann::ordered_json Runner::Settings(RecordFor use) const {
   return record;
 }
 
+// Completes the clip if all frames were written.
+void Runner::FinishClip() {
+  if (!failed_.empty()) return;
+  try {
+    Warn(clip_->Finish());
+  } catch (...) {
+    first_failure_ = {SIZE_MAX - 1, Describe(std::current_exception())};
+  }
+}
+
 int Runner::Conclude() {
   for (const auto& [index, outcome] : waiting_)
     Print(outcome);  // frames that follow one that was not run
@@ -345,6 +370,9 @@ int Runner::Conclude() {
       rest -= counts_[status];
     }
     record[kStatusNames[Outcome::NotRun]] = rest;
+    if (clip_ && result.exit_code == kDone) {
+      record["clip"] = {{"output", plan_.output()}, {"streams", clip_->Description()}};
+    }
     record["exit"] = result.exit_code;
     record["settings"] = Settings(RecordFor::Reader);
     PrintJson(record);
@@ -377,7 +405,13 @@ int RunJob(const Job& job) {
   }
   progress.Start(job.verb->name, plan.size(), plan.output());
   for (const std::string& note : plan.notes()) Note(note);
-  const int code = Runner(job, plan, &progress).Run();
+  std::vector<std::string> warnings;
+  const std::unique_ptr<ClipOutput> clip = plan.clip() ? plan.MakeClip(job, &warnings) : nullptr;
+  if (options.strict && !warnings.empty()) {
+    throw VXIO_Error(VXIO_ErrorKind::Output, warnings[0] + " (--strict)");
+  }
+  Warn(warnings);
+  const int code = Runner(job, plan, &progress, options.dry_run ? nullptr : clip.get()).Run();
   progress.Done();
   return code;
 }

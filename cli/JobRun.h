@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "ClipOutput.h"
 #include "Console.h"
 #include "Job.h"
 #include "JobClip.h"
@@ -78,6 +79,10 @@ class JobPlan {
   // Returns the index of a frame among the output frames of Job::retiming.
   int64_t OutputIndex(size_t index) const { return frames_[index] - first_output_; }
   const std::string& output() const { return output_name_; }
+  // Returns true if the output is a clip.
+  bool clip() const { return clip_; }
+  // Returns the output if it is a clip. Adds warnings to `warnings`.
+  std::unique_ptr<ClipOutput> MakeClip(const Job& job, std::vector<std::string>* warnings) const;
   // Returns the clips among the inputs.
   std::vector<JobClip*> Clips() const;
   // Returns the inputs that are single files, used for all frames.
@@ -119,6 +124,7 @@ class JobPlan {
   std::vector<Input> inputs_;
   std::string output_name_;
   std::optional<VXIO_FramePattern> output_;
+  bool clip_ = false;  // the output is a clip
   Missing missing_ = Missing::Error;
   bool sequence_ = false;
   std::vector<int64_t> frames_;
@@ -207,6 +213,7 @@ struct JobFrame::State {
   std::vector<std::string> lines;
   bool written = false;
   std::string output = {};  // as JobFrame::Output returns it
+  ClipOutput* clip = nullptr;
 
   // Prints the warnings and adds them to `warnings`. With --strict, throws the first one as an
   // error instead.

@@ -10,6 +10,7 @@
 #include <numeric>
 #include <set>
 
+#include "ClipOutput.h"
 #include "RetimeSources.h"
 #include "VX/cpp/Image.hpp"
 #include "Verbs.h"
@@ -59,6 +60,11 @@ class Retimer {
     retiming_.plan = [this](const JobSource& source) { return Plan(source); };
     retiming_.sources = [this](int64_t output) { return SourcesOf(output); };
     retiming_.describe = [this](int64_t output) { return Describe(output); };
+    retiming_.rate = [this]() -> std::optional<VXIO_Rational> {
+      if (!output_rate_) return std::nullopt;
+      return RateOf(*output_rate_);
+    };
+    retiming_.keeps_times = arguments.map.empty();
     retiming_.only = arguments.output_frames;
   }
 
@@ -337,7 +343,9 @@ OptionList OptionsOf(RetimeArguments* to) {
     };
   };
   OptionList job = JobOptionList(&to->job, JobOutput::Picture, QualityOfTween(&to->between));
-  std::erase_if(job, [](const Option& option) { return option.name == "--at-time"; });
+  std::erase_if(job, [](const Option& option) {
+    return option.name == "--at-time" || option.name == "--fps";
+  });
   Find(&job, "--frames")->help =
       "Frames of IN to use, as if the others did not exist: 1-10,20-40x2. Clips start at 0";
   return Join(

@@ -23,6 +23,13 @@ std::optional<VXIO_ClipFrame> VXIO_ClipReader::Next(int32_t depth, VXIO_AlphaAs 
 
 bool VXIO_ClipReader::Skip() { return impl_->Skip(); }
 
+void VXIO_ClipReader::Seek(int64_t number) {
+  if (number < 0) throw std::invalid_argument("the number of a frame is 0 or more");
+  impl_->Seek(number);
+}
+
+const std::vector<double>* VXIO_ClipReader::Times() { return impl_->Times(); }
+
 std::optional<double> VXIO_ClipReader::time() const { return impl_->Time(); }
 
 VXIO_ClipWriter::VXIO_ClipWriter(const std::string& path, const VXIO_ClipOptions& options) {

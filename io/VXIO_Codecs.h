@@ -57,6 +57,8 @@ struct VXIO_ClipReader::Impl {
   virtual int64_t Position() const = 0;
   virtual std::optional<VXIO_ClipFrame> Next(int32_t depth, VXIO_AlphaAs alpha) = 0;
   virtual bool Skip() = 0;
+  virtual void Seek(int64_t number) = 0;
+  virtual const std::vector<double>* Times() = 0;
   virtual std::optional<double> Time() const = 0;
 };
 

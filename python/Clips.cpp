@@ -1,13 +1,17 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Reading of clips.
+// Reading and writing of clips.
 
 #include "VXIO/VXIO_Clip.h"
+#include "VXIO/VXIO_ClipWriter.h"
 
 #include <pybind11/stl.h>
 
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "Arguments.h"
 #include "Files.h"
@@ -39,10 +43,8 @@ class Clip {
                           Metadata{frame->picture.metadata, path_}, frame->time);
   }
 
-  bool Skip() {
-    bool more = false;
-    RunFiles([&] { more = Reader().Skip(); });
-    return more;
+  void Seek(int64_t number) {
+    RunFiles([&] { Reader().Seek(number); });
   }
 
   int64_t Position() const { return reader_ ? reader_->position() : 0; }
@@ -56,6 +58,50 @@ class Clip {
 
   std::string path_;
   std::optional<VXIO_ClipReader> reader_;
+};
+
+// A clip that is written. It is not thread-safe; the Python class that uses it serialises calls.
+class ClipWriter {
+ public:
+  // rate: (numerator, denominator). Other arguments may be None.
+  ClipWriter(const py::object& path, std::pair<int32_t, int32_t> rate,
+             const std::optional<std::string>& codec, std::optional<int32_t> bits,
+             std::optional<int32_t> quality, std::optional<bool> alpha, bool overwrite, bool strict)
+      : path_(PathOf(path)) {
+    VXIO_ClipOptions options;
+    options.frame_rate = {rate.first, rate.second};
+    options.codec = codec.value_or("");
+    options.bits = bits.value_or(0);
+    options.quality = quality;
+    options.alpha = alpha;
+    options.clobber = overwrite ? VXIO_Clobber::Overwrite : VXIO_Clobber::Refuse;
+    options.strict = strict;
+    VXIO_CheckClipOptions(path_, options);
+    RunFiles([&] { writer_.emplace(path_, options); });
+  }
+
+  void Write(const py::object& picture, const py::object& order) {
+    const Source source(picture, ParseOrder(order), "picture");
+    RunFiles([&] { Writer().Write(*source.world()); });
+  }
+
+  void Finish() {
+    std::vector<std::string> warnings;
+    RunFiles([&] { warnings = Writer().Finish(); });
+    writer_.reset();
+    WarnAll(warnings);
+  }
+
+  void Discard() { writer_.reset(); }
+
+ private:
+  VXIO_ClipWriter& Writer() {
+    if (!writer_) throw VXIO_Error(VXIO_ErrorKind::Output, path_ + ": is closed");
+    return *writer_;
+  }
+
+  std::string path_;
+  std::optional<VXIO_ClipWriter> writer_;
 };
 
 py::object Fraction(const VXIO_Rational& value) {
@@ -91,9 +137,16 @@ void AddClips(py::module_& module) {
   py::class_<Clip>(module, "Clip")
       .def(py::init<const py::object&>())
       .def("next", &Clip::Next)
-      .def("skip", &Clip::Skip)
+      .def("seek", &Clip::Seek)
       .def("close", &Clip::Close)
       .def_property_readonly("position", &Clip::Position);
+  py::class_<ClipWriter>(module, "ClipWriter")
+      .def(py::init<const py::object&, std::pair<int32_t, int32_t>, std::optional<std::string>,
+                    std::optional<int32_t>, std::optional<int32_t>, std::optional<bool>, bool,
+                    bool>())
+      .def("write", &ClipWriter::Write)
+      .def("finish", &ClipWriter::Finish)
+      .def("discard", &ClipWriter::Discard);
 }
 
 }  // namespace vxpy

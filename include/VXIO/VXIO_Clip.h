@@ -66,7 +66,12 @@ struct VXIO_ClipInfo {
   std::string matrix;              // "bt709", "bt601", ..., "rgb", "grey"
   bool matrix_tagged = false;      // false: chosen by the rules above for missing tags
   bool full_range = false;
-  int32_t orientation = 1;  // 1..8 as in EXIF; 1 is upright
+  std::string primaries, transfer;   // libav's names of the tags; empty if untagged
+  int32_t orientation = 1;           // 1..8 as in EXIF; 1 is upright
+  VXIO_Rational time_base = {1, 1};  // unit of the times of frames, in seconds
+  int32_t sounds = 0;                // number of sound streams
+  // Names and values: "title", "comment", "timecode", ...; without those that describe the file.
+  std::vector<std::pair<std::string, std::string>> tags;
 };
 
 struct VXIO_ClipFrame {
@@ -78,7 +83,7 @@ struct VXIO_ClipFrame {
   VXIO_Picture picture;
 };
 
-// Reads a clip from the first frame to the last. To read an earlier frame again, open a new reader.
+// Reads the frames of a clip, from the first to the last or in any order (Seek).
 // A reader may be used by one thread at a time; several readers of one file are independent. The
 // decoder uses as many threads as VXIO_SetThreads specified before the reader was opened.
 class VXIO_API VXIO_ClipReader {
@@ -105,6 +110,20 @@ class VXIO_API VXIO_ClipReader {
 
   // Skips the next frame. Returns false after the last one. Throws like Next.
   bool Skip();
+
+  // Moves to a frame, so that Next returns frame `number`, or nothing if the clip has no such
+  // frame. The frames and their pixels are those of reading from the start. The first call that
+  // moves reads all packets of the file, without decoding, to make an index. If the index shows
+  // the frames (see Times), only the frames from the nearest key frame on are decoded, else all
+  // frames from the start. Throws like Next; std::invalid_argument for a negative number.
+  void Seek(int64_t number);
+
+  // Returns the times of all frames in seconds since the start of the file, from an index of the
+  // packets that is made without decoding; null if the packets do not show the frames. They do in
+  // complete Matroska, WebM, MOV and MP4 files of codecs with one frame per packet (H.264, HEVC,
+  // VP9 and all codecs with key frames only, such as FFV1, ProRes, PNG and MJPEG). Damage inside a
+  // frame is not detected here. Throws VXIO_Error (Input) if the file cannot be read.
+  const std::vector<double>* Times();
 
   // The time of the frame that Next or Skip reached last, in seconds since the start of the file,
   // if the frame has a time stamp. Call it only after Next returned a frame or Skip returned true.

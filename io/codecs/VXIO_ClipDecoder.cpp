@@ -84,7 +84,40 @@ void VXIOp_ClipDecoder::Fail(const std::string& why) {
   VXIOp_ThrowInput(path_, failure_);
 }
 
+bool VXIOp_ClipDecoder::SeekTo(const VXIOp_ClipIndex::Key& key, int64_t number, int64_t stamp) {
+  if (!failure_.empty()) VXIOp_ThrowInput(path_, failure_);
+  const VXIOp_LavLog::Capture capture(&log_);
+  avcodec_flush_buffers(codec_.get());
+  // The H.264 decoder ends early if it leaves out incomplete frames while it returns its last
+  // frames. With this flag it returns them, marked as damaged.
+  codec_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+  draining_ = ended_ = has_next_ = false;
+  truncation_.clear();
+  previous_stamp_ = last_decode_stamp_ = AV_NOPTS_VALUE;
+  if (!file_.SeekToKey(key.stamp, key.decode_stamp, key.packets)) return false;
+  // Frames before the key frame are not complete and are not counted.
+  decoded_ = number;
+  wanted_ = stamp;
+  try {
+    while (!has_next_ && Decode() && frame_->best_effort_timestamp <= stamp) {
+      has_next_ = frame_->best_effort_timestamp == stamp;
+    }
+  } catch (const VXIO_Error&) {
+    // Reading from the start shows whether the file is damaged.
+  }
+  wanted_ = AV_NOPTS_VALUE;
+  return has_next_;
+}
+
 bool VXIOp_ClipDecoder::Next() {
+  if (!has_next_ && !Decode()) return false;
+  has_next_ = false;
+  ++decoded_;
+  return true;
+}
+
+// Decodes a frame into frame_, without counting it. Returns false after the last one.
+bool VXIOp_ClipDecoder::Decode() {
   if (!failure_.empty()) VXIOp_ThrowInput(path_, failure_);
   if (ended_) return false;
   const VXIOp_LavLog::Capture capture(&log_);
@@ -99,7 +132,6 @@ bool VXIOp_ClipDecoder::Next() {
   if (got == AVERROR_EOF) Fail(truncation_);
   if (got < 0) Fail(log_.Reason(got));
   CheckFrame();
-  ++decoded_;
   return true;
 }
 
@@ -127,6 +159,10 @@ void VXIOp_ClipDecoder::CheckFrame() {
   // Frames may be stored out of order. If the file is truncated, a frame that is displayed before
   // this one may be missing, so frames after the last decoding time are not returned.
   const int64_t stamp = frame_->best_effort_timestamp;
+  if (stamp < wanted_) {
+    static_cast<void>(log_.Take());
+    return;
+  }
   if (!truncation_.empty() && stamp > last_decode_stamp_) Fail(truncation_);
   // A transport stream does not declare its length. A gap in the time stamps of the last frames
   // shows that it was truncated.

@@ -5,6 +5,7 @@
 // Decodes the video stream of a clip.
 
 #include "VXIO_ClipFile.h"
+#include "VXIO_ClipIndex.h"
 
 class VXIOp_ClipDecoder {
  public:
@@ -18,6 +19,10 @@ class VXIOp_ClipDecoder {
   // (Input) if the frame is damaged; every later call then throws the same error.
   bool Next();
 
+  // Continues at a key frame, so that Next returns frame `number`, which has the time `stamp`.
+  // Returns false if it cannot; the decoder must then be made anew. Throws like Next.
+  bool SeekTo(const VXIOp_ClipIndex::Key& key, int64_t number, int64_t stamp);
+
   const AVFrame& frame() const { return *frame_; }
   int64_t decoded() const { return decoded_; }  // number of frames decoded so far
   AVPixelFormat DeclaredFormat() const;
@@ -27,6 +32,7 @@ class VXIOp_ClipDecoder {
 
  private:
   void Open();
+  bool Decode();
   void Feed();
   void CheckFrame();
   [[noreturn]] void Fail(const std::string& why);
@@ -44,6 +50,8 @@ class VXIOp_ClipDecoder {
   int64_t last_decode_stamp_ = AV_NOPTS_VALUE;  // decoding time of the last packet
   bool draining_ = false;                       // the decoder has received all packets
   bool ended_ = false;
-  std::string truncation_;  // why reading stopped before the end of the clip
+  int64_t wanted_ = AV_NOPTS_VALUE;  // SeekTo skips frames before this time, and their damage
+  bool has_next_ = false;            // SeekTo has decoded the frame that Next returns
+  std::string truncation_;           // why reading stopped before the end of the clip
   std::string failure_;
 };

@@ -9,6 +9,7 @@ extern "C" {
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -168,6 +169,32 @@ const char* VXIOp_ClipFile::Tag(const char* name) const {
   return found ? found->value : nullptr;
 }
 
+std::vector<std::pair<std::string, std::string>> VXIOp_ClipFile::Tags() const {
+  constexpr std::array<std::string_view, 6> kOfFile = {
+      "encoder", "major_brand", "minor_version", "compatible_brands", "duration", "creation_time"};
+  std::vector<std::pair<std::string, std::string>> tags;
+  const AVDictionaryEntry* entry = nullptr;
+  while ((entry = av_dict_get(file_->metadata, "", entry, AV_DICT_IGNORE_SUFFIX))) {
+    std::string name = entry->key;
+    for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (std::find(kOfFile.begin(), kOfFile.end(), name) != kOfFile.end()) continue;
+    tags.emplace_back(std::move(name), entry->value);
+  }
+  const char* timecode = Tag("timecode");
+  if (timecode && !av_dict_get(file_->metadata, "timecode", nullptr, 0)) {
+    tags.emplace_back("timecode", timecode);
+  }
+  return tags;
+}
+
+int32_t VXIOp_ClipFile::Sounds() const {
+  int32_t sounds = 0;
+  for (unsigned i = 0; i < file_->nb_streams; ++i) {
+    sounds += file_->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO ? 1 : 0;
+  }
+  return sounds;
+}
+
 std::string VXIOp_ClipFile::FormatName() const {
   return std::string(FirstName(file_->iformat->name));
 }
@@ -222,7 +249,31 @@ std::optional<double> VXIOp_ClipFile::SecondsOf(int64_t stamp) const {
 
 // --- packets -------------------------------------------------------------------------------------
 
+bool VXIOp_ClipFile::SeekToKey(int64_t stamp, int64_t decode_stamp, int64_t packets) {
+  pending_.reset();
+  const int64_t at = decode_stamp != AV_NOPTS_VALUE ? std::min(decode_stamp, stamp) : stamp;
+  if (av_seek_frame(file_.get(), stream_->index, at, AVSEEK_FLAG_BACKWARD) < 0) return false;
+  VXIOp_LavPtr<AVPacket> packet(av_packet_alloc());
+  if (!packet) throw vx::Error(vx::ErrorCode::out_of_memory);
+  for (;;) {
+    if (Read(packet.get()) != 0) return false;
+    if ((packet->flags & AV_PKT_FLAG_KEY) && packet->pts == stamp) break;
+    const bool later = decode_stamp != AV_NOPTS_VALUE && packet->dts != AV_NOPTS_VALUE &&
+                       packet->dts > decode_stamp;
+    if (later) return false;
+  }
+  packets_ = packets + 1;
+  pending_ = std::move(packet);
+  return true;
+}
+
 int VXIOp_ClipFile::Read(AVPacket* packet) {
+  if (pending_) {
+    av_packet_unref(packet);
+    av_packet_move_ref(packet, pending_.get());
+    pending_.reset();
+    return 0;
+  }
   int error = 0;
   do {
     av_packet_unref(packet);

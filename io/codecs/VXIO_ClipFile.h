@@ -50,6 +50,10 @@ class VXIOp_ClipFile {
   AVRational PixelAspect() const;
   // Returns the value of a metadata tag of the stream, or null.
   const char* Tag(const char* name) const;
+  // Returns the metadata that do not describe the file itself, with names in lower case.
+  std::vector<std::pair<std::string, std::string>> Tags() const;
+  // Returns the number of sound streams.
+  int32_t Sounds() const;
   // The next functions return what the file declares, not libav's estimates from the bit rate.
   std::optional<int64_t> DeclaredFrames() const;
   std::optional<double> DeclaredSeconds() const;
@@ -60,6 +64,10 @@ class VXIOp_ClipFile {
   // Reads the next packet of the video stream. Returns 0, AVERROR_EOF after the last, or another
   // AVERROR code.
   int Read(AVPacket* packet);
+  // Continues with the packet that has this presentation time and is a key frame; `packets` is the
+  // number of packets before it. Returns false if the container does not find it; the position is
+  // then unknown.
+  bool SeekToKey(int64_t stamp, int64_t decode_stamp, int64_t packets);
   // Returns why the file is truncated; empty if it is complete. Call it after Read has returned
   // AVERROR_EOF.
   std::string TruncationReason() const;
@@ -76,6 +84,7 @@ class VXIOp_ClipFile {
   VXIOp_LavPtr<AVFormatContext> file_;
   AVStream* stream_ = nullptr;
   std::vector<std::string> warnings_;
+  VXIOp_LavPtr<AVPacket> pending_;        // the packet that SeekToKey found
   int64_t packets_ = 0;                   // read so far
   int64_t read_to_ = 0;                   // offset in the file after the last packet
   int64_t first_stamp_ = AV_NOPTS_VALUE;  // smallest presentation time of the packets

@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "VXIO_ClipOutput.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
+#include <string_view>
 #include <type_traits>
 
 #include "VX/VX.hpp"
@@ -58,6 +61,7 @@ VXIOp_ClipOutput::VXIOp_ClipOutput(const std::string& path, VXIOp_LavLog* log)
   Check(error);
   // Without libav's version and without random identifiers.
   container_->flags |= AVFMT_FLAG_BITEXACT | AVFMT_FLAG_CUSTOM_IO;
+  container_->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;  // FLAC in MP4
   auto* bytes = static_cast<unsigned char*>(av_malloc(kBufferBytes));
   if (!bytes) throw vx::Error(vx::ErrorCode::out_of_memory);
   buffer_.reset(avio_alloc_context(bytes, kBufferBytes, /*write_flag=*/1, this,
@@ -86,6 +90,12 @@ bool VXIOp_ClipOutput::needs_global_header() const {
 }
 
 bool VXIOp_ClipOutput::Stores(AVCodecID codec) const {
+  // The muxer of MOV lists these codecs, but writes them to MP4 only.
+  constexpr AVCodecID kOnlyMp4[] = {AV_CODEC_ID_FLAC, AV_CODEC_ID_OPUS, AV_CODEC_ID_TRUEHD};
+  const bool mov = std::string_view(container_->oformat->name) == "mov";
+  if (mov && std::find(std::begin(kOnlyMp4), std::end(kOnlyMp4), codec) != std::end(kOnlyMp4)) {
+    return false;
+  }
   return avformat_query_codec(container_->oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
 }
 

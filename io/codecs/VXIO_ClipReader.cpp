@@ -7,6 +7,8 @@ extern "C" {
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <memory>
+#include <optional>
 
 #include "VX/VX.hpp"
 #include "VXIO_ClipColor.h"
@@ -59,31 +61,37 @@ class ClipReader final : public VXIO_ClipReader::Impl {
   explicit ClipReader(const std::string& path);
 
   const VXIO_ClipInfo& Info() const override { return info_; }
-  int64_t Position() const override { return decoder_.decoded(); }
+  int64_t Position() const override { return decoder_->decoded(); }
+  void Seek(int64_t number) override;
+  const std::vector<double>* Times() override;
   std::optional<VXIO_ClipFrame> Next(int32_t depth, VXIO_AlphaAs alpha) override;
   // After the last frame, sets the exact frame count and returns false.
   bool Skip() override;
   std::optional<double> Time() const override {
-    return decoder_.file().SecondsOf(decoder_.frame().best_effort_timestamp);
+    return decoder_->file().SecondsOf(decoder_->frame().best_effort_timestamp);
   }
 
  private:
   VXIOp_ClipPixels PixelsOfFrame() const;
   VXIO_Metadata MetadataOf(const VXIO_Picture& picture, std::optional<double> time) const;
 
-  VXIOp_ClipDecoder decoder_;
+  const VXIOp_ClipIndex& Index();
+
+  std::unique_ptr<VXIOp_ClipDecoder> decoder_;  // never null
+  std::optional<VXIOp_ClipIndex> index_;        // made by the first use
   VXIOp_ClipColor color_;
   VXIO_ClipInfo info_;
   std::vector<std::string> warnings_;  // will be returned with the next frame
 };
 
-ClipReader::ClipReader(const std::string& path) : decoder_(path), warnings_(decoder_.warnings()) {
-  const AVCodecParameters& parameters = *decoder_.file().stream().codecpar;
+ClipReader::ClipReader(const std::string& path)
+    : decoder_(std::make_unique<VXIOp_ClipDecoder>(path)), warnings_(decoder_->warnings()) {
+  const AVCodecParameters& parameters = *decoder_->file().stream().codecpar;
   info_.path = path;
-  info_.format = decoder_.file().FormatName();
+  info_.format = decoder_->file().FormatName();
   info_.codec = avcodec_get_name(parameters.codec_id);
   const VXIOp_ClipPixels pixels =
-      VXIOp_PixelsOf(path, decoder_.DeclaredFormat(), parameters.color_space,
+      VXIOp_PixelsOf(path, decoder_->DeclaredFormat(), parameters.color_space,
                      parameters.color_range, parameters.height);
   info_.pixel_format = pixels.descriptor->name;
   info_.bits = pixels.bits;
@@ -92,13 +100,22 @@ ClipReader::ClipReader(const std::string& path) : decoder_(path), warnings_(deco
   info_.matrix = pixels.MatrixName();
   info_.matrix_tagged = pixels.matrix_tagged;
   info_.full_range = pixels.full_range;
-  info_.frame_rate = RationalOf(decoder_.file().FrameRate(), {0, 1});
-  info_.pixel_aspect = RationalOf(decoder_.file().PixelAspect(), {1, 1});
-  info_.frames = decoder_.file().DeclaredFrames();
-  info_.duration = decoder_.file().DeclaredSeconds();
+  info_.frame_rate = RationalOf(decoder_->file().FrameRate(), {0, 1});
+  info_.pixel_aspect = RationalOf(decoder_->file().PixelAspect(), {1, 1});
+  info_.frames = decoder_->file().DeclaredFrames();
+  info_.duration = decoder_->file().DeclaredSeconds();
+  if (parameters.color_primaries != AVCOL_PRI_UNSPECIFIED) {
+    info_.primaries = av_color_primaries_name(parameters.color_primaries);
+  }
+  if (parameters.color_trc != AVCOL_TRC_UNSPECIFIED) {
+    info_.transfer = av_color_transfer_name(parameters.color_trc);
+  }
+  info_.time_base = RationalOf(decoder_->file().stream().time_base, {1, 1000});
+  info_.sounds = decoder_->file().Sounds();
+  info_.tags = decoder_->file().Tags();
   size_t size = 0;
   const uint8_t* matrix =
-      av_stream_get_side_data(&decoder_.file().stream(), AV_PKT_DATA_DISPLAYMATRIX, &size);
+      av_stream_get_side_data(&decoder_->file().stream(), AV_PKT_DATA_DISPLAYMATRIX, &size);
   if (matrix && size >= 9 * sizeof(int32_t)) {
     info_.orientation = OrientationOf(reinterpret_cast<const int32_t*>(matrix));
   }
@@ -118,17 +135,43 @@ ClipReader::ClipReader(const std::string& path) : decoder_(path), warnings_(deco
 }
 
 bool ClipReader::Skip() {
-  if (decoder_.Next()) return true;
-  info_.frames = decoder_.decoded();
+  if (decoder_->Next()) return true;
+  info_.frames = decoder_->decoded();
   info_.counted = true;
   return false;
+}
+
+const VXIOp_ClipIndex& ClipReader::Index() {
+  if (!index_) index_.emplace(info_.path);
+  return *index_;
+}
+
+const std::vector<double>* ClipReader::Times() {
+  return Index().is_empty() ? nullptr : &Index().seconds();
+}
+
+void ClipReader::Seek(int64_t number) {
+  if (number == Position()) return;
+  const auto count = static_cast<int64_t>(Index().stamps().size());
+  if (number < count) {
+    const VXIOp_ClipIndex::Key& key = Index().KeyBefore(number);
+    const bool forward = number > Position() && key.frame <= Position();
+    const int64_t stamp = Index().stamps()[static_cast<size_t>(number)];
+    if (!forward && decoder_->SeekTo(key, number, stamp)) return;
+    // The index is wrong, or there is no key frame on the way.
+    if (!forward) decoder_ = std::make_unique<VXIOp_ClipDecoder>(info_.path);
+  } else if (number < Position()) {
+    decoder_ = std::make_unique<VXIOp_ClipDecoder>(info_.path);
+  }
+  while (Position() < number && Skip()) {
+  }
 }
 
 // Derives the interpretation of the samples from the tags of the frame, or from those of the stream
 // if the frame has none.
 VXIOp_ClipPixels ClipReader::PixelsOfFrame() const {
-  const AVFrame& frame = decoder_.frame();
-  const AVCodecParameters& parameters = *decoder_.file().stream().codecpar;
+  const AVFrame& frame = decoder_->frame();
+  const AVCodecParameters& parameters = *decoder_->file().stream().codecpar;
   const bool matrix = frame.colorspace != AVCOL_SPC_UNSPECIFIED;
   const bool range = frame.color_range != AVCOL_RANGE_UNSPECIFIED;
   return VXIOp_PixelsOf(info_.path, static_cast<AVPixelFormat>(frame.format),
@@ -141,7 +184,7 @@ VXIO_Metadata ClipReader::MetadataOf(const VXIO_Picture& picture,
   auto kept = std::make_shared<VXIO_Metadata::Impl>();
   kept->spec = OIIO::ImageSpec(picture.world->width, picture.world->height,
                                picture.has_alpha ? 4 : 3, VXIOp_SampleType(info_.depth));
-  const bool linear = decoder_.file().stream().codecpar->color_trc == AVCOL_TRC_LINEAR;
+  const bool linear = decoder_->file().stream().codecpar->color_trc == AVCOL_TRC_LINEAR;
   kept->spec.attribute("oiio:ColorSpace", linear ? "Linear" : "sRGB");
   if (info_.pixel_aspect.num != info_.pixel_aspect.den) {
     kept->spec.attribute("PixelAspectRatio", static_cast<float>(info_.pixel_aspect.num) /
@@ -153,14 +196,14 @@ VXIO_Metadata ClipReader::MetadataOf(const VXIO_Picture& picture,
 
 std::optional<VXIO_ClipFrame> ClipReader::Next(int32_t depth, VXIO_AlphaAs alpha) {
   if (!Skip()) return std::nullopt;
-  const VXIOp_LavLog::Capture capture(decoder_.log());
-  const AVFrame& frame = decoder_.frame();
+  const VXIOp_LavLog::Capture capture(decoder_->log());
+  const AVFrame& frame = decoder_->frame();
   VXIOp_CheckSize(info_.path, frame.width, frame.height);
   const VXIOp_ClipPixels pixels = PixelsOfFrame();
   if (depth == 0) depth = info_.depth;
   VXIO_ClipFrame made;
-  made.number = decoder_.decoded() - 1;
-  made.time = decoder_.file().SecondsOf(frame.best_effort_timestamp);
+  made.number = decoder_->decoded() - 1;
+  made.time = decoder_->file().SecondsOf(frame.best_effort_timestamp);
   VXIO_Picture& picture = made.picture;
   picture.alpha = pixels.has_alpha ? VXIO_AlphaKind::Straight : VXIO_AlphaKind::None;
   picture.has_alpha = pixels.has_alpha && alpha != VXIO_AlphaAs::Ignore;

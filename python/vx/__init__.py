@@ -39,7 +39,7 @@ from . import host, uno
 from ._blend import blend_pixel, composite_rect, modes, transfer, transfer_flags
 from ._color import (convert_colors, hls_to_rgb, hue, lightness, luminance, rgb_to_hls, rgb_to_yiq,
                      saturation, yiq_to_rgb)
-from ._files import Frame, Read, encode, frames, info, read, read_all, write
+from ._files import ClipWriter, Frame, Read, encode, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._iterate import iterate, iterate_generic, iterate_rows
 from ._motion import (MotionCache, draw_flow, flow, motion_cache, predict, read_flow, tween,
@@ -54,8 +54,8 @@ from ._vx import (Bitmap, ColorSettings, Error, LinearTables, Metadata, Profile,
                   __version__, birth, death)
 
 __all__ = [
-    "Bitmap", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata", "MotionCache", "Parts",
-    "Profile", "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass",
+    "Bitmap", "ClipWriter", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata",
+    "MotionCache", "Parts", "Profile", "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass",
     "clear_alpha_outside", "clear_outside", "composite_rect", "convert", "convert_colors",
     "convolve", "copy", "copy_bitmap", "copy_channel", "death", "deinterleave", "draw_flow",
     "encode", "extract_planes", "fill", "fill_alpha", "flow", "frames", "from_uint16",

@@ -1,6 +1,6 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Reads pictures, sequences and clips from files or from bytes, and writes pictures.
+"""Reads pictures, sequences and clips from files or from bytes, and writes pictures and clips.
 
 Thread-safe: calls on different files, and any calls on bytes, may run at once.
 """
@@ -9,6 +9,8 @@ from __future__ import annotations
 
 import os
 from collections.abc import Iterator
+from fractions import Fraction
+from types import TracebackType
 from typing import Any, Generic, Literal, NamedTuple, TypeVar, overload
 
 import numpy
@@ -179,8 +181,8 @@ def frames(path: Path, frames: str | None = None, *, depth: int | None = None,
     The frames of a clip are numbered from 0, in stored form. The clip is closed when the iterator
     is deleted.
     frames: frame numbers such as "1-10,20-40x2". None: all frames on disk or in the clip. To reach
-    a frame of a clip, all frames before it are decoded; a lower number than the last one restarts
-    the clip.
+    a frame of a clip, the frames from the nearest key frame on are decoded if an index shows it
+    (Matroska, MOV and MP4), else all frames before it.
     depth: 8, 16 or 32 bits per channel. None: the depth of the file; for a clip 8, or 16 if its
     samples have more than 8 bits.
     alpha, world: as in read_all().
@@ -217,10 +219,7 @@ def _clip_frames(name: str, numbers: list[int] | None, how: tuple[Any, ...]) -> 
                 yield Frame(frame[0], name, *frame[1:])
             return
         for number in numbers:
-            if number < clip.position:
-                clip = _vx.Clip(name)
-            while clip.position < number and clip.skip():
-                pass
+            clip.seek(number)
             frame = clip.next(*how)
             if frame is None:
                 raise ValueError(f"frames: {number} is not in {name}, which has {clip.position} "
@@ -228,3 +227,66 @@ def _clip_frames(name: str, numbers: list[int] | None, how: tuple[Any, ...]) -> 
             yield Frame(frame[0], name, *frame[1:])
     finally:
         clip.close()
+
+
+class ClipWriter:
+    """Writes pictures as the frames of a video clip. Use it in a `with` statement.
+
+    The clip appears under its name, complete, when the block ends. If the block ends by an
+    exception, nothing appears and an existing file is unchanged.
+
+        with vx.ClipWriter("out.mkv", 25) as clip:
+            for frame in vx.frames("shot.####.png"):
+                clip.write(frame.picture)
+
+    path: the extension selects the container: mkv, mov, webm or mp4.
+    fps: frames per second, such as 25 or Fraction(24000, 1001). A float is converted to the nearest
+    fraction with a denominator of at most 1001.
+    codec: "ffv1", "prores4444", "png", "vp9" or "h264". None: the default of the container, which
+    is ffv1, prores4444, vp9 and h264.
+    bits: bits per sample. None: those of the codec for the depth of the first picture.
+    quality: constant rate factor of vp9 (0 to 63) and h264 (0 to 51); lower is better.
+    alpha: whether alpha is stored. None: if the first picture has a pixel that is not opaque.
+    overwrite: False: refuse to replace a file.
+    strict: raise OSError instead of issuing a warning.
+
+    Raises ValueError for options that the container or the codec does not have, OSError if the file
+    cannot be written.
+    """
+
+    def __init__(self, path: Path, fps: int | float | Fraction, *, codec: str | None = None,
+                 bits: int | None = None, quality: int | None = None, alpha: bool | None = None,
+                 overwrite: bool = True, strict: bool = False) -> None:
+        rate = Fraction(fps).limit_denominator(1001)
+        if not 0 < rate <= 1_000_000:
+            raise ValueError(f"fps: {fps} is not a frame rate")
+        self._writer = _vx.ClipWriter(path, (rate.numerator, rate.denominator), codec, bits, quality, alpha,
+                                      overwrite, strict)
+
+    def write(self, picture: Picture, *, order: Order = "rgba") -> None:
+        """Appends a frame.
+
+        picture: an array or a World of 8, 16 or 32 bits. All pictures of a clip have one size.
+
+        Raises OSError if the picture does not fit the clip or the file cannot be written; the clip
+        then cannot be completed.
+        """
+        self._writer.write(picture, order)
+
+    def close(self) -> None:
+        """Completes the clip. Raises OSError if no frame was written. The end of `with` calls it."""
+        self._writer.finish()
+
+    def discard(self) -> None:
+        """Removes the clip that was begun."""
+        self._writer.discard()
+
+    def __enter__(self) -> ClipWriter:
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
+                 traceback: TracebackType | None) -> None:
+        if kind is None:
+            self.close()
+        else:
+            self.discard()

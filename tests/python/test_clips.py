@@ -5,6 +5,7 @@
 import gc
 import os
 import subprocess
+from fractions import Fraction
 
 import numpy as np
 import pytest
@@ -86,3 +87,54 @@ def test_refusals(clips, tmp_path, capfd):
             read.append(frame.picture)
     np.testing.assert_array_equal(read[0][..., :3], codes(0, 3))
     assert capfd.readouterr() == ("", "")
+
+
+def test_any_order(clips):
+    whole = list(vx.frames(clips / "deep.mkv"))
+    for frame in vx.frames(clips / "deep.mkv", "2,0,1,1,2"):
+        np.testing.assert_array_equal(frame.picture, whole[frame.number].picture)
+
+
+def test_writer(tmp_path):
+    rng = np.random.default_rng(3)
+    pictures = {8: rng.integers(0, 256, (3, 7, 9, 4), np.uint8), 16: rng.integers(0, 32769, (3, 7, 9, 4), np.uint16)}
+    for depth, frames in pictures.items():
+        for name, options in (("a.mkv", {}), ("a.mov", {"codec": "png"})):
+            with vx.ClipWriter(tmp_path / name, Fraction(24000, 1001), **options) as clip:
+                for frame in frames:
+                    clip.write(frame)
+                assert not (tmp_path / name).exists()
+            np.testing.assert_array_equal([f.picture for f in vx.frames(tmp_path / name)], frames)
+            assert vx.info(tmp_path / name)["frame_rate"] == Fraction(24000, 1001)
+            (tmp_path / name).unlink()
+    with vx.ClipWriter(tmp_path / "a.mkv", 25, alpha=False) as clip:
+        clip.write(pictures[8][0], order="argb")
+    np.testing.assert_array_equal(next(vx.frames(tmp_path / "a.mkv")).picture[..., :3], pictures[8][0][..., 1:])
+    with pytest.raises(OSError, match="may not be overwritten"):
+        vx.ClipWriter(tmp_path / "a.mkv", 25, overwrite=False)
+
+
+def test_writer_refuses(tmp_path):
+    picture = np.zeros((4, 4, 4), np.uint8)
+    for name, options, message in (("a.avi", {}, "use mkv, mov"), ("a.mkv", {"codec": "png"}, "codec png"),
+                                   ("a.mkv", {"fps": 0}, "fps"), ("a.mkv", {"bits": 9}, "bits 9"),
+                                   ("a.mp4", {"quality": 99}, "quality 99")):
+        with pytest.raises(ValueError, match=message):
+            vx.ClipWriter(tmp_path / name, **{"fps": 25, **options})
+    with pytest.raises(OSError, match="no frame was written"):
+        with vx.ClipWriter(tmp_path / "a.mkv", 25):
+            pass
+    with pytest.raises(RuntimeError, match="mine"):
+        with vx.ClipWriter(tmp_path / "a.mkv", 25) as clip:
+            clip.write(picture)
+            raise RuntimeError("mine")
+    with pytest.raises(OSError, match="frame 1 has 5 x 4 pixels"):
+        with vx.ClipWriter(tmp_path / "a.mkv", 25) as clip:
+            clip.write(picture)
+            clip.write(np.zeros((4, 5, 4), np.uint8))
+    with pytest.warns(UserWarning, match="h264 stores no alpha"):
+        with vx.ClipWriter(tmp_path / "b.mp4", 25) as clip:
+            clip.write(picture)
+    with pytest.raises(OSError, match="is closed"):
+        clip.write(picture)
+    assert [path.name for path in tmp_path.iterdir()] == ["b.mp4"]

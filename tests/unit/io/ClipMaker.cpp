@@ -74,6 +74,7 @@ class Maker {
     codec_->flags |= AV_CODEC_FLAG_BITEXACT;
     if (std::string_view(plan_.codec) == "ffv1") codec_->level = 3;  // with checksums
     if (file_->oformat->flags & AVFMT_GLOBALHEADER) codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    if (plan_.key_frames > 0) codec_->gop_size = plan_.key_frames;
     if (*plan_.x264) Try(av_opt_set(codec_->priv_data, "x264-params", plan_.x264, 0), "parameters");
     Try(avcodec_open2(codec_, encoder, nullptr), "encoder");
     video_ = avformat_new_stream(file_, nullptr);

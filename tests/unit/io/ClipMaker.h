@@ -37,6 +37,7 @@ struct ClipPlan {
   std::vector<int32_t> turn = {};    // upper left 2 x 2 of the display matrix
   bool sound = false;                // adds a sound stream
   const char* x264 = "";             // parameters for libx264
+  int key_frames = 0;                // distance of key frames; 0: that of the encoder
 };
 
 // Throws std::runtime_error.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <fstream>
 #include <optional>
+#include <stdexcept>
 
 #include "ClipTest.h"
 #include "VXIO/VXIO_Compare.h"
@@ -86,6 +87,82 @@ TEST_F(Clip, CutToWhatIsShown) {
     ASSERT_TRUE(got && got->picture.world->width == 39 && got->picture.world->height == 21);
     const auto expected = [&](int x, int y) { return At(*want->picture.world, x + 7, y + 5); };
     ASSERT_EQ(Worst(*got->picture.world, expected), 0);
+  }
+}
+
+// Frames reached in any order are those of reading from the start. The index is used if it shows
+// the frames.
+TEST_F(Clip, Seek) {
+  const struct {
+    const char *name, *codec;
+    AVPixelFormat format;
+    const char* x264;
+    bool indexed;
+  } cases[] = {
+      {"a.mkv", "ffv1", AV_PIX_FMT_BGR0, "", true},
+      {"a.mov", "png", AV_PIX_FMT_RGBA, "", true},
+      {"a.mov", "prores_ks", AV_PIX_FMT_YUV422P10, "", true},
+      {"a.avi", "ffv1", AV_PIX_FMT_BGR0, "", false},
+      {"a.ts", "libx264", AV_PIX_FMT_YUV420P, "keyint=7", false},
+      {"a.mkv", "libx264", AV_PIX_FMT_YUV420P, "keyint=7:min-keyint=7:bframes=3:scenecut=0", true},
+      {"a.mp4", "libx264", AV_PIX_FMT_YUV420P, "keyint=7:bframes=3:b-pyramid=2", true},
+      {"a.mp4", "libx264", AV_PIX_FMT_YUV420P, "keyint=7:bframes=3:open-gop=1:b-adapt=0", true},
+      {"a.mkv", "libx264", AV_PIX_FMT_YUV420P, "keyint=7:bframes=3:open-gop=1:b-adapt=0", true},
+      {"b.mkv", "libx264", AV_PIX_FMT_YUV420P, "keyint=9:intra-refresh=1:bframes=0", true},
+      {"a.mkv", "libx264", AV_PIX_FMT_YUV420P, "keyint=7:interlaced=1", false},
+      {"a.webm", "libvpx-vp9", AV_PIX_FMT_YUV420P, "", true},
+      {"b.webm", "libvpx-vp9", AV_PIX_FMT_YUVA420P, "", true},
+      {"c.webm", "libvpx", AV_PIX_FMT_YUV420P, "", false},
+      {"a.mkv", "mpeg2video", AV_PIX_FMT_YUV420P, "", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.name) + ' ' + c.codec + ' ' + c.x264);
+    ClipPlan plan{Path(c.name), c.format, c.codec};
+    plan.x264 = c.x264;
+    plan.frames = 40;
+    plan.width = plan.height = 32;
+    plan.key_frames = 8;
+    plan.sound = std::string(c.name) == "a.mkv";
+    plan.sample = [](int frame, int component, int x, int y) {
+      return (frame * 5 + (component + 1) * (x + 2 * y) +
+              Noise(frame, component, x / 8, y / 8) / 4096) &
+             255;
+    };
+    MakeClip(plan);
+    const Reading whole = Read(plan.path);
+    ASSERT_EQ(whole.frames.size(), 40u) << whole.error;
+    VXIO_ClipReader reader(plan.path), sequence(plan.path);
+    const std::vector<double>* times = reader.Times();
+    EXPECT_EQ(times != nullptr, c.indexed);
+    for (int i = 0; i < 40 && times; ++i) {
+      ASSERT_TRUE(sequence.Skip());
+      EXPECT_EQ(sequence.time(), (*times)[static_cast<size_t>(i)]) << i;
+    }
+    for (const int number : {0, 5, 3, 20, 21, 39, 38, 6, 7, 8, 9, 13, 14, 15, 30, 12, 1, 0}) {
+      reader.Seek(number);
+      ASSERT_EQ(reader.position(), number);
+      const auto got = reader.Next();
+      ASSERT_TRUE(got);
+      EXPECT_EQ(got->number, number);
+      EXPECT_TRUE(
+          VXIO_Compare(*got->picture.world, *whole.frames[static_cast<size_t>(number)]).equal)
+          << number;
+    }
+    reader.Seek(37);
+    for (int i = 37; i < 40; ++i) {
+      const auto got = reader.Next();
+      EXPECT_TRUE(got &&
+                  VXIO_Compare(*got->picture.world, *whole.frames[static_cast<size_t>(i)]).equal)
+          << i;
+    }
+    EXPECT_FALSE(reader.Next());
+    reader.Seek(25);
+    EXPECT_TRUE(reader.Skip());
+    reader.Seek(40);
+    EXPECT_FALSE(reader.Next());
+    reader.Seek(1000);
+    EXPECT_FALSE(reader.Next());
+    EXPECT_THROW(reader.Seek(-1), std::invalid_argument);
   }
 }
 

@@ -10,6 +10,7 @@ extern "C" {
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -200,7 +201,13 @@ std::string VXIOp_ClipFile::FormatName() const {
 }
 
 AVRational VXIOp_ClipFile::FrameRate() const {
-  return av_guess_frame_rate(file_.get(), stream_, nullptr);
+  const AVRational rate = av_guess_frame_rate(file_.get(), stream_, nullptr);
+  // Matroska stores the duration of a frame in nanoseconds, which libav converts to a fraction of
+  // numbers up to 30,000. It returns 19001/317 for 60000/1001.
+  const double thousands = rate.den > 0 ? av_q2d(rate) * 1001 / 1000 : 0;
+  const double nearest = std::round(thousands);
+  const bool standard = std::abs(thousands - nearest) < 1e-6 * nearest && nearest <= 1000;
+  return standard ? AVRational{static_cast<int>(nearest) * 1000, 1001} : rate;
 }
 
 AVRational VXIOp_ClipFile::PixelAspect() const {

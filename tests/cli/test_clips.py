@@ -10,6 +10,7 @@ import signal
 import subprocess
 import time
 import unittest
+from fractions import Fraction
 
 import numpy as np
 
@@ -163,9 +164,28 @@ class Clips(CommandTest):
                                ("aac.mp4 -o o.mkv --frames 29-0", "its sound is left out, because not all")):
             messages = self.vx("convert", *words.split())[1]
             self.assertRegex(messages, message)
-            self.assertNotIn(b"Audio", self.ffmpeg("-show_streams", words.split()[2], program="ffprobe"))
+            self.assertNotIn(b"audio", self.ffmpeg("-show_streams", words.split()[2], program="ffprobe"))
             os.remove(self.path(words.split()[2]))
             self.refuse(OUTPUT, message + ".*--strict", "convert", *words.split(), "--strict")
+
+    def test_retimed(self):
+        self.source("in.mkv", "-c:v", "libx264", "-c:a", "flac")
+        for words, frames, rate, sound in (("--fps 60000/1001 --method mix", 60, "60000/1001", True),
+                                           ("--speed 2 --method copy", 15, "30000/1001", False),
+                                           ("--speed 1", 30, "30000/1001", True)):
+            messages = self.vx("retime", "in.mkv", *words.split(), "-o", "o.mkv")[1]
+            stream, times, _ = self.probe("o.mkv")
+            self.assertEqual(len(times), frames)
+            # ffprobe says 19001/317 for 60000/1001 in a Matroska file.
+            self.assertAlmostEqual(float(Fraction(stream["r_frame_rate"])), float(Fraction(rate)), places=4)
+            self.assertEqual(json.loads(self.vx("info", "o.mkv", "--json")[0])["frame_rate"], rate)
+            self.assertEqual("its sound is left out" in messages, not sound)
+            self.assertEqual(b"audio" in self.ffmpeg("-show_streams", "o.mkv", program="ffprobe"), sound)
+        self.vx("retime", "s.#.png", "--fps", 30, "--input-fps", 15, "--method", "copy", "-o", "o.mov")
+        self.assertEqual(self.probe("o.mov")[0]["r_frame_rate"], "30/1")
+        os.remove(self.path("o.mov"))
+        self.refuse(USAGE, "--input-fps: o.mov needs a frame rate, and s.#.png has none", "retime", "s.#.png", "--speed", 1,
+                    "-o", "o.mov")
 
     def test_jobs(self):
         self.vx("convert", "s.#.png", "-o", "one.mkv", "--fps", 25, "--threads", 1)

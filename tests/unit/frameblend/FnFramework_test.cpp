@@ -6,12 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "frameblend/imgproc/FnImager.h"
 #include "frameblend/imgproc/FnImgProc.h"
+#include "unit/PixelTestKit.h"
 
 namespace {
 
@@ -32,14 +34,14 @@ class CountingProcess : public FnImgProc1<int32_t> {
   void endPass() override { log.push_back("endPass"); }
   void end() override { log.push_back("end"); }
   void processBand() override {
-    if (thrown && FnThreadIndex() == FnThreadCount() - 1) throw std::runtime_error("a fault");
+    if (thrown != nullptr && FnThreadIndex() == FnThreadCount() - 1) thrown();
     const FnBand band = Band();
     for (int32_t y = band.first; y < band.end; ++y) {
       for (int32_t x = x0; x < x1; ++x) ++first->row(y)[x];
     }
   }
   Log log;
-  bool thrown = false;
+  void (*thrown)() = nullptr;
 };
 
 class CountingGenerator : public Generator<int32_t> {
@@ -291,9 +293,18 @@ TEST_F(Framework, PassesStopAndFail) {
 
   FnInterruptState state;
   process.interrupt = &state;
-  process.thrown = true;
+  process.thrown = [] { throw std::runtime_error("a fault"); };
   process.process(&map);
   EXPECT_EQ(state.error, 4);
+  for (const bool memory : {false, true}) {  // a lack of memory is reported by the exported call
+    FnSetThreadCount(1);
+    Reports();
+    state.error = 0;
+    if (memory) process.thrown = [] { throw std::bad_alloc(); };
+    process.process(&map);
+    EXPECT_EQ(state.error, 4);
+    EXPECT_EQ(Reports().size(), memory ? 0u : 1u);
+  }
   EXPECT_EQ(process.setError(7), 1);
   EXPECT_EQ(state.poll(), 7);
 }

@@ -131,7 +131,7 @@ VX_Err KeptMotion(Scene& s) {
   VX_Err error = VX_Ok;
   for (int i = 0; i < 2 && error == VX_Ok; ++i) {
     VX_Tween* tween = nullptr;
-    error = VX_NewTween(s.src.get(), s.src.get(), nullptr, &tween);
+    error = VX_NewTween(s.src.get(), s.src.get(), nullptr, VX_TweenQuality_Standard, &tween);
     if (error == VX_Ok) error = VX_TweenUseCache(tween, nullptr, nullptr);
     if (error == VX_Ok) error = VX_TweenInstant(tween, 0.5f, nullptr, &to);
     VX_DisposeTween(tween);

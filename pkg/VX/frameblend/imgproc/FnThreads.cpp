@@ -9,6 +9,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <thread>
 
 #include "frame/VXp_Report.h"
@@ -51,7 +52,14 @@ struct Job {
   void Run(Place here) {
     const Place before = place;
     place = here;
-    if (VXp_Guarded([&] { function(arguments.data(), count); }) != VX_Ok) failed = true;
+    const VX_Err code = VXp_Guarded([&] {
+      try {
+        function(arguments.data(), count);
+      } catch (const std::bad_alloc&) {
+        failed = true;
+      }
+    });
+    if (code != VX_Ok) failed = true;
     place = before;
   }
 };

@@ -15,7 +15,8 @@ using FnParallelFunction = void (*)(void* const* arguments, int32_t count);
 
 // Calls `function` once on each thread, the calling thread included. Returns false, after a report,
 // if a thread could not be created, and false if the function threw an exception on any thread. The
-// exception is translated and reported by the host. If a thread could not be created, the threads
+// exception is translated and reported by the host; std::bad_alloc is not, because the exported
+// calls report a lack of memory. If a thread could not be created, the threads
 // before it do their share and the calling thread does not.
 bool FnRunInParallelWith(FnParallelFunction function, int32_t count, void* const* arguments);
 

@@ -116,7 +116,9 @@ float FnPairMotion::Unexplained() const {
 void FnPairMotion::Need(const VX_LayerDef& a, const VX_LayerDef& b,
                         const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt) {
   if (made) return;
-  vectors.Need(a, b, settings, interrupt);
+  vectors.Need(
+      FnSortDirOf(vectors.key, a, settings), FnAnalysisSizeOf(a, settings),
+      [&](FnVeltorVectors* made_now) { made_now->Estimate(a, b, settings, interrupt); }, interrupt);
   if (FnPoll(interrupt) != VX_Ok) return;
   const int32_t width = vectors.get()->width(), height = vectors.get()->height();
   luminances = vectors.get()->Luminances(a, b, settings, interrupt);

@@ -30,57 +30,60 @@ FnIdentity IdentityOf(const MC_SortDir& dir) {
 
 }  // namespace
 
-void FnHeldVectors::Need(const VX_LayerDef& a, const VX_LayerDef& b,
-                         const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt) {
+void FnHeldVectors::Need(const MC_SortDir& dir, FnAnalysisSize size,
+                         const std::function<void(FnVeltorVectors*)>& estimate,
+                         FnInterruptState* interrupt) {
   if (vectors_ != nullptr) return;
   if (!key.IsCached()) {
-    auto made = std::make_unique<FnVeltorVectors>();
-    made->Estimate(a, b, settings, interrupt);
-    if (FnPoll(interrupt) == VX_Ok) Keep(std::move(made), nullptr);
+    own_ = std::make_unique<FnVeltorVectors>();
+    estimate(own_.get());
+    if (FnPoll(interrupt) == VX_Ok) vectors_ = own_.get();
     return;
   }
-  const MC_SortDir dir = FnSortDirOf(key, a, settings);
-  const FnIdentity identity = IdentityOf(dir);
-  const std::string path = folder.empty() ? "" : FnMotionFileName(folder, identity);
   const VX_VeltorCache_Stuff wanted(CacheIdOf(key), key.timeA, key.timeB, nullptr);
   if (checkout_.FindAndCheckout(MC_GlobalBag(), dir, wanted) == VX_Ok && checkout_.DidCheckout()) {
     vectors_ = static_cast<const VX_VeltorCache_Stuff*>(checkout_.GetStuff())->vectors;
     ++found;
-    if (!path.empty() && access(path.c_str(), F_OK) != 0) {
-      FnWriteMotionFile(path, identity, *vectors_, &warning);
+    if (folder.empty()) return;
+    const std::string path = FnMotionFileName(folder, IdentityOf(dir));
+    if (access(path.c_str(), F_OK) != 0) {
+      FnWriteMotionFile(path, IdentityOf(dir), *vectors_, &warning);
     }
     return;
   }
-  std::unique_ptr<FnVeltorVectors> made;
-  if (!path.empty()) {
-    const FnAnalysisSize size = FnAnalysisSizeOf(a, settings);
-    made = FnReadMotionFile(path, identity, size.width, size.height, &warning);
-  }
-  if (made != nullptr) {
-    ++read_from_file;
-  } else {
-    made = std::make_unique<FnVeltorVectors>();
-    made->Estimate(a, b, settings, interrupt);
-    if (FnPoll(interrupt) != VX_Ok) return;
-    ++estimated;
-    if (!path.empty()) FnWriteMotionFile(path, identity, *made, &warning);
-  }
-  Keep(std::move(made), &dir);
+  std::unique_ptr<FnVeltorVectors> made = Make(IdentityOf(dir), size, estimate, interrupt);
+  if (made != nullptr) Keep(std::move(made), dir);
 }
 
-// Takes the vectors, and adds them to the cache if there is a directory.
-void FnHeldVectors::Keep(std::unique_ptr<FnVeltorVectors> made, const MC_SortDir* dir) {
-  vectors_ = made.get();
-  std::unique_ptr<VX_VeltorCache_Stuff> entry;
-  if (dir != nullptr) {
-    entry.reset(new VX_VeltorCache_Stuff(CacheIdOf(key), key.timeA, key.timeB, nullptr));
+std::unique_ptr<FnVeltorVectors> FnHeldVectors::Make(
+    const FnIdentity& identity, FnAnalysisSize size,
+    const std::function<void(FnVeltorVectors*)>& estimate, FnInterruptState* interrupt) {
+  const std::string path = folder.empty() ? "" : FnMotionFileName(folder, identity);
+  if (!path.empty()) {
+    if (auto read = FnReadMotionFile(path, identity, size.width, size.height, &warning)) {
+      ++read_from_file;
+      return read;
+    }
   }
+  auto made = std::make_unique<FnVeltorVectors>();
+  estimate(made.get());
+  if (FnPoll(interrupt) != VX_Ok) return nullptr;
+  ++estimated;
+  if (!path.empty()) FnWriteMotionFile(path, identity, *made, &warning);
+  return made;
+}
+
+void FnHeldVectors::Keep(std::unique_ptr<FnVeltorVectors> made, const MC_SortDir& dir) {
+  vectors_ = made.get();
+  // The host's `new` returns null if out of memory.
+  std::unique_ptr<VX_VeltorCache_Stuff> entry(
+      new VX_VeltorCache_Stuff(CacheIdOf(key), key.timeA, key.timeB, nullptr));
   if (entry == nullptr) {
     own_ = std::move(made);
     return;
   }
   entry->vectors = made.release();
-  if (entry->AddToBagAndSortDir(MC_GlobalBag(), *dir) == VX_Ok) {
+  if (entry->AddToBagAndSortDir(MC_GlobalBag(), dir) == VX_Ok) {
     checkout_.Checkout(entry.release());
   } else {
     own_.reset(std::exchange(entry->vectors, nullptr));

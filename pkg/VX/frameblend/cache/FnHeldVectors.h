@@ -4,6 +4,7 @@
 
 // The vectors of a pair that a render uses: its own, or checked out of the host's cache.
 
+#include <functional>
 #include <string>
 
 #include "frameblend/cache/FnMotionKey.h"
@@ -15,17 +16,24 @@ class FnHeldVectors {
   std::string folder;   // of motion files; "": none
   std::string warning;  // the latest failure with a motion file; "": none
 
-  // Finds the vectors in the cache or in the folder, or estimates them and adds them to both.
-  // Errors are recorded in `interrupt`; nothing is added then. A cache or folder that fails is no
-  // error.
-  void Need(const VX_LayerDef& a, const VX_LayerDef& b, const VX_Veltor_AlgoParams& settings,
-            FnInterruptState* interrupt);
+  // Finds the vectors in the cache or in the folder, or calls `estimate` and adds its result to
+  // both. Errors are recorded in `interrupt`; nothing is added then. A cache or folder that fails
+  // is no error.
+  //   dir   the sort directory of the pair and the estimate
+  //   size  of the fields
+  void Need(const MC_SortDir& dir, FnAnalysisSize size,
+            const std::function<void(FnVeltorVectors*)>& estimate, FnInterruptState* interrupt);
 
   // Null before Need.
   const FnVeltorVectors* get() const { return vectors_; }
 
  private:
-  void Keep(std::unique_ptr<FnVeltorVectors> made, const MC_SortDir* dir);
+  // Reads the vectors from the folder or estimates them; null after an error.
+  std::unique_ptr<FnVeltorVectors> Make(const FnIdentity& identity, FnAnalysisSize size,
+                                        const std::function<void(FnVeltorVectors*)>& estimate,
+                                        FnInterruptState* interrupt);
+  // Takes the vectors and adds them to the cache.
+  void Keep(std::unique_ptr<FnVeltorVectors> made, const MC_SortDir& dir);
 
   std::unique_ptr<FnVeltorVectors> own_;
   MC_ScCheckout checkout_;

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstring>
 
 #include "frame/VXp_Dispatch.h"
 
@@ -87,6 +88,48 @@ bool Load(const VX_LayerDef& world, FnInterruptState* interrupt, FnMap<FnColorFl
 
 }  // namespace
 
+namespace {
+
+// Copies between two kinds of vectors, which both are two floats.
+template <class From, class To>
+void CopyVectors(const FnMap<From>& from, FnInterruptState* interrupt, FnMap<To>* to) {
+  static_assert(sizeof(From) == 8 && sizeof(To) == 8);
+  if (!to->allocate(from.width(), from.height())) {
+    interrupt->set(VX_ErrOutOfMemory);
+    return;
+  }
+  for (int32_t y = 0; y < from.height(); ++y) {
+    std::memcpy(static_cast<void*>(to->row(y)), from.row(y),
+                size_t{8} * static_cast<size_t>(from.width()));
+  }
+}
+
+}  // namespace
+
+void FnPairMotion::EstimateDense(const VX_LayerDef& a, FnInterruptState* interrupt,
+                                 FnTwoSided* to) {
+  if (!vectors.key.IsCached()) return to->Estimate(interrupt);
+  FnHeldVectors held;
+  held.key = vectors.key;
+  held.folder = vectors.folder;
+  bool estimated = false;
+  held.Need(
+      FnDenseSortDirOf(held.key, a), {a.width, a.height},
+      [&](FnVeltorVectors* kept) {
+        estimated = true;
+        to->Estimate(interrupt);
+        if (FnPoll(interrupt) != VX_Ok) return;
+        CopyVectors(to->forward, interrupt, &kept->forward);
+        CopyVectors(to->backward, interrupt, &kept->backward);
+        kept->firstAxes = kept->secondAxes = kept->forward;
+      },
+      interrupt);
+  vectors.warning = held.warning;
+  if (estimated || FnPoll(interrupt) != VX_Ok) return;
+  CopyVectors(held.get()->forward, interrupt, &to->forward);
+  CopyVectors(held.get()->backward, interrupt, &to->backward);
+}
+
 void FnPairMotion::NeedDense(const VX_LayerDef& a, const VX_LayerDef& b,
                              FnInterruptState* interrupt) {
   if (dense != nullptr) return;
@@ -100,7 +143,8 @@ void FnPairMotion::NeedDense(const VX_LayerDef& a, const VX_LayerDef& b,
         making->opaque = first && second;
       },
       [] {});
-  if (FnPoll(interrupt) == VX_Ok) making->Prepare(interrupt);
+  if (FnPoll(interrupt) == VX_Ok) EstimateDense(a, interrupt, making.get());
+  if (FnPoll(interrupt) == VX_Ok) making->Compare(interrupt);
   if (FnPoll(interrupt) == VX_Ok) dense = std::move(making);
 }
 

@@ -26,6 +26,8 @@ struct FnPairMotion {
             FnInterruptState* interrupt);
   // The same for `dense`.
   void NeedDense(const VX_LayerDef& a, const VX_LayerDef& b, FnInterruptState* interrupt);
+  // Estimates the motion of `to`, or finds it in the cache.
+  void EstimateDense(const VX_LayerDef& a, FnInterruptState* interrupt, FnTwoSided* to);
 
   // The share of pixels that no vector explains, 0..1; of both directions the smaller one. Call it
   // after one of the above.

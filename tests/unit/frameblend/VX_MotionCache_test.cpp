@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstring>
@@ -215,17 +216,23 @@ class MotionFiles : public MotionCache {
     fs::remove_all(folder_);
   }
   // Renders with an empty cache in memory, and returns the warning.
-  std::string Tween(const fs::path& folder, VX_Veltor_AlgoParams algo = {}) {
+  std::string Tween(const fs::path& folder, const VX_Veltor_AlgoParams& algo = {}) {
     VX_ClearMotionCache();
-    VX_Tween* tween = nullptr;
-    EXPECT_EQ(
-        VX_NewTween(&scene_.a.world, &scene_.b.world, &algo, VX_TweenQuality_Standard, &tween),
-        VX_Ok);
-    EXPECT_EQ(VX_TweenUseCache(tween, nullptr, folder.c_str()), VX_Ok);
-    EXPECT_EQ(VX_TweenInstant(tween, 0.5f, nullptr, &scene_.dst.world), VX_Ok);
+    const std::string warning = Render(folder.c_str(), algo, VX_TweenQuality_Standard);
     if (algo.BlockSize == 6) {
       EXPECT_EQ(scene_.dst.bytes, want_);
     }
+    return warning;
+  }
+  // With a null folder nothing is kept.
+  std::string Render(const char* folder, const VX_Veltor_AlgoParams& algo,
+                     VX_TweenQuality quality) {
+    VX_Tween* tween = nullptr;
+    EXPECT_EQ(VX_NewTween(&scene_.a.world, &scene_.b.world, &algo, quality, &tween), VX_Ok);
+    if (folder != nullptr) {
+      EXPECT_EQ(VX_TweenUseCache(tween, nullptr, folder), VX_Ok);
+    }
+    EXPECT_EQ(VX_TweenInstant(tween, 0.5f, nullptr, &scene_.dst.world), VX_Ok);
     const std::string warning = VX_TweenCacheWarning(tween);
     VX_DisposeTween(tween);
     return warning;
@@ -342,6 +349,31 @@ TEST_F(MotionFiles, AreRefusedAndReplaced) {
   fs::create_directory(path);
   EXPECT_NE(Tween(folder_).find("cannot be replaced"), std::string::npos);
   EXPECT_EQ(Files().size(), 1u);
+}
+
+TEST_F(MotionFiles, ContainTheDenseMotion) {
+  VX_Veltor_AlgoParams algo;
+  const auto high = [&](const char* folder) {
+    EXPECT_EQ(Render(folder, algo, VX_TweenQuality_High), "");
+    return scene_.dst.bytes;
+  };
+  const std::vector<uint8_t> anew = high(nullptr);
+  EXPECT_EQ(Counts(), "found 0 read 0 estimated 0");
+  ASSERT_EQ(Tween(folder_), "");  // the motion of the other quality is not used
+  EXPECT_EQ(high(folder_.c_str()), anew);
+  EXPECT_EQ(Counts(), "found 0 read 0 estimated 2");
+  algo.BlockSize = 7;  // is not read
+  EXPECT_EQ(high(""), anew);
+  VXHost_SetCacheBudget(0);
+  EXPECT_EQ(high(""), anew);
+  EXPECT_EQ(Counts(), "found 2 read 0 estimated 0");
+  VX_ClearMotionCache();
+  EXPECT_EQ(high(folder_.c_str()), anew);
+  EXPECT_EQ(Counts(), "found 0 read 1 estimated 0");
+  std::vector<uintmax_t> sizes;
+  for (const fs::path& path : Files()) sizes.push_back(fs::file_size(path));
+  std::sort(sizes.begin(), sizes.end());
+  EXPECT_EQ(sizes, (std::vector<uintmax_t>{48 + 216 + 16 * 12 * 8, 48 + 216 + 16 * 61 * 43}));
 }
 
 TEST_F(MotionFiles, CannotBeWritten) {

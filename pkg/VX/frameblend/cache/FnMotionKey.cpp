@@ -12,9 +12,10 @@
 
 namespace {
 
-// Increase this when the estimate gives other vectors, so that files of earlier versions are not
-// used.
+// Increase one of these when its estimate gives other vectors, so that files of earlier versions
+// are not used.
 constexpr uint32_t kEstimateVersion = 1;
+constexpr uint32_t kDenseVersion = 0x10001;
 
 // A digest of 128 bits (XXH3).
 class Digest {
@@ -41,6 +42,11 @@ class Digest {
     if (result == FnIdentity{}) result[0] = 1;
     return result;
   }
+  MC_SortDir Dir() const {
+    MC_SortDir dir = {kFnMotionPackage, {}};
+    std::ranges::copy(Result(), dir.identity);
+    return dir;
+  }
 
  private:
   struct Free {
@@ -48,6 +54,14 @@ class Digest {
   };
   std::unique_ptr<XXH3_state_t, Free> state_;
 };
+
+Digest DigestOf(const FnMotionKey& key, uint32_t version, const VX_LayerDef& world) {
+  Digest digest;
+  digest.Add(key.identity.data(), key.identity.size());
+  digest.Add(version);
+  digest.Add(world);
+  return digest;
+}
 
 }  // namespace
 
@@ -65,10 +79,7 @@ FnIdentity FnIdentityOfPictures(const VX_LayerDef& first, const VX_LayerDef& sec
 
 MC_SortDir FnSortDirOf(const FnMotionKey& key, const VX_LayerDef& world,
                        const VX_Veltor_AlgoParams& settings) {
-  Digest digest;
-  digest.Add(key.identity.data(), key.identity.size());
-  digest.Add(kEstimateVersion);
-  digest.Add(world);
+  Digest digest = DigestOf(key, kEstimateVersion, world);
   digest.Add(settings.Resolution);
   digest.Add(settings.VectorDetail);
   digest.Add(settings.VectorSmoothing);
@@ -78,7 +89,9 @@ MC_SortDir FnSortDirOf(const FnMotionKey& key, const VX_LayerDef& world,
   digest.Add(settings.LumaR);
   digest.Add(settings.LumaG);
   digest.Add(settings.LumaB);
-  MC_SortDir dir = {kFnMotionPackage, {}};
-  std::ranges::copy(digest.Result(), dir.identity);
-  return dir;
+  return digest.Dir();
+}
+
+MC_SortDir FnDenseSortDirOf(const FnMotionKey& key, const VX_LayerDef& world) {
+  return DigestOf(key, kDenseVersion, world).Dir();
 }

@@ -27,7 +27,10 @@ struct FnMotionKey {
 // A digest of the content, size and depth of both worlds. Never all 0.
 FnIdentity FnIdentityOfPictures(const VX_LayerDef& first, const VX_LayerDef& second);
 
-// The sort directory: a digest of the identity, the size and depth of the pictures, the settings of
-// the estimate and its version. Pictures or settings that give other motion have other directories.
+// The sort directory of vectors (smooth/): a digest of the identity, the size and depth of the
+// pictures, the settings of the estimate and its version. Pictures or settings that give other
+// motion have other directories.
 MC_SortDir FnSortDirOf(const FnMotionKey& key, const VX_LayerDef& world,
                        const VX_Veltor_AlgoParams& settings);
+// The sort directory of the dense motion (high/), which has no settings.
+MC_SortDir FnDenseSortDirOf(const FnMotionKey& key, const VX_LayerDef& world);

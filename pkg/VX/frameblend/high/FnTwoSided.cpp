@@ -449,7 +449,7 @@ class Instant {
 
 }  // namespace
 
-void FnTwoSided::Prepare(FnInterruptState* interrupt) {
+void FnTwoSided::Estimate(FnInterruptState* interrupt) {
   const int32_t width = first.width(), height = first.height();
   FnGreyLevels a, b;
   if (!Allocate(interrupt, width, height, &a.levels.emplace_back(), &b.levels.emplace_back())) {
@@ -460,19 +460,23 @@ void FnTwoSided::Prepare(FnInterruptState* interrupt) {
   a.Build(interrupt);
   b.Build(interrupt);
   const FnFlowSettings settings;
-  FnEstimateFlow(a, b, settings, interrupt, &forward_);
-  FnEstimateFlow(b, a, settings, interrupt, &backward_);
+  FnEstimateFlow(a, b, settings, interrupt, &forward);
+  FnEstimateFlow(b, a, settings, interrupt, &backward);
+}
+
+void FnTwoSided::Compare(FnInterruptState* interrupt) {
+  const int32_t width = first.width(), height = first.height();
   FnFloatMap spare;
   if (FnPoll(interrupt) != VX_Ok ||
       !Allocate(interrupt, width, height, &forwardCost_, &backwardCost_, &spare)) {
     return;
   }
   unexplained_ =
-      std::min(MakeCost(first, second, forward_, backward_, interrupt, &forwardCost_, &spare),
-               MakeCost(second, first, backward_, forward_, interrupt, &backwardCost_, &spare));
+      std::min(MakeCost(first, second, forward, backward, interrupt, &forwardCost_, &spare),
+               MakeCost(second, first, backward, forward, interrupt, &backwardCost_, &spare));
 }
 
 void FnTwoSided::Render(float position, FnInterruptState* interrupt, Colors* out) const {
-  Instant(first, second, forward_, backward_, position, interrupt)
+  Instant(first, second, forward, backward, position, interrupt)
       .Make(forwardCost_, backwardCost_, out);
 }

@@ -9,7 +9,6 @@
 
 #include <cmath>
 
-#include "unit/EdgeWorld.h"
 #include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
 
@@ -66,7 +65,7 @@ TYPED_TEST(BlurDepths, HiddenColourNeverBleeds) {
   constexpr TypeParam kBlue = {kFull<TypeParam>, 0, 0, kFull<TypeParam>};
   TypeParam kHidden = {0, kFull<TypeParam>, kFull<TypeParam>, 0};
   if constexpr (sizeof(TypeParam) == 16) kHidden = {0, INFINITY, NAN, NAN};
-  EdgeWorld<TypeParam> src(60, 1, 0, true, 1), dst(60, 1, 0, true, 2);
+  GuardedWorld<TypeParam> src(60, 1, 0, 1), dst(60, 1, 0, 2);
   for (int32_t x = 0; x < 60; ++x) src.Set(x, 0, x < 12 ? kBlue : kHidden);
   if (sizeof(TypeParam) == 16) {
     const auto faint = static_cast<VX_ChannelOf<TypeParam>>(1.1e-13);
@@ -102,11 +101,11 @@ TEST(BlurWorld, InBandsIsTwoWholePasses) {
                         {{VX_BlurKind_Box, 2, 9.5f, 3, 15 - VX_Blur_Red}, 13, 400},
                         {{VX_BlurKind_Box, 2, 40, 2, 15}, 290, 520}};
   GuardedWorld<VX_Pixel16> src(kWide, 420, 0, 1);
-  EdgeWorld<VX_Pixel16> between(kWide, 420, 0, true, 2);
+  GuardedWorld<VX_Pixel16> between(kWide, 420, 0, 2);
   src.world.origin_x = 5, between.world.origin_x = -3;
   for (const auto& [spec, top, height] : cases) {
     const int32_t iterations = spec.kind == VX_BlurKind_Box ? spec.iterations : 0;
-    EdgeWorld<VX_Pixel16> dst(kWide, height, 4, true, 3), want(kWide, height, 4, true, 3);
+    GuardedWorld<VX_Pixel16> dst(kWide, height, 4, 3), want(kWide, height, 4, 3);
     dst.world.origin_x = want.world.origin_x = -3;
     dst.world.origin_y = want.world.origin_y = top;
     Pass{spec.radius_x, iterations, spec.flags, 0, false, true}.Run<VX_Pixel16>(src.world,
@@ -114,19 +113,19 @@ TEST(BlurWorld, InBandsIsTwoWholePasses) {
     Pass{spec.radius_y, iterations, spec.flags, 1, true, false}.Run<VX_Pixel16>(between.world,
                                                                                 want.world);
     ASSERT_EQ(VX_BlurWorld(nullptr, &src.world, &spec, &dst.world), 0);
-    EXPECT_TRUE(dst.SameBytes(want)) << "kind " << spec.kind << ", top " << top;
+    EXPECT_TRUE(dst.bytes == want.bytes) << "kind " << spec.kind << ", top " << top;
   }
 }
 
 // Without a radius the source is copied, and the destination around it is cleared.
 TEST(BlurWorld, WithoutRadiusIsACopy) {
-  EdgeWorld<VX_Pixel8> src(7, 4, 0, true, 1), dst(12, 9, 3, true, 2), want(12, 9, 3, true, 2);
+  GuardedWorld<VX_Pixel8> src(7, 4, 0, 1), dst(12, 9, 3, 2), want(12, 9, 3, 2);
   src.world.origin_x = 2, src.world.origin_y = 3;
   want.Paint([] { return VX_Pixel8{}; });
   for (int32_t i = 0; i < 28; ++i) want.Set(2 + i % 7, 3 + i / 7, src.Get(i % 7, i / 7));
   const VX_BlurSpec none = {VX_BlurKind_Gaussian, 0, 0, 1, 15};
   EXPECT_EQ(VX_BlurWorld(nullptr, &src.world, &none, &dst.world), 0);
-  EXPECT_TRUE(dst.SameBytes(want));
+  EXPECT_TRUE(dst.bytes == want.bytes);
 }
 
 // How far a blur reaches beyond the source on each side.

@@ -11,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "../EdgeWorld.h"
 #include "../GuardedWorld.h"
 #include "../PixelTestKit.h"
 #include "VX/VX_CallbackBlock.h"
@@ -39,7 +38,7 @@ void CheckForm(const Form<Pixel>& form, VX_SampleFunc<Pixel> sample,
     return static_cast<int32_t>(random() % static_cast<uint32_t>(bound));
   };
   for (uint32_t round = 0; round < 2000; ++round) {
-    EdgeWorld<Pixel> edge(42, 9, below(7), round % 2 == 0, round);
+    GuardedWorld<Pixel> edge(42, 9, below(7), round);
     const Pixel one = GuardedWorld<Pixel>::RandomPixel(random);
     const int32_t kind = below(4);
     edge.Paint([&] {

@@ -3,6 +3,9 @@
 
 // Operations on rows, samples and colours, with their slow twins.
 
+#include <algorithm>
+#include <cmath>
+
 #include "Operations.h"
 #include "RowCalls.h"
 #include "reference/RefModes.h"
@@ -15,11 +18,21 @@ namespace {
 
 // --- blending ------------------------------------------------------------------------------------
 
+template <class Pixel>
+bool AreFinite(const Pixel* row, int32_t count) {
+  return std::all_of(row, row + count, [](const Pixel& p) {
+    return std::isfinite(static_cast<float>(p.red) + static_cast<float>(p.green) +
+                         static_cast<float>(p.blue));
+  });
+}
+// Which channel of a colour with NaN is the largest is not defined.
 template <class Pixel, bool masked, bool linear>
 VX_Err ChooseTwin(int32_t, VX_InnerBlendingFunc<Pixel>* out) {
   out->scan = [](int32_t count, const VX_BlendingMode<Pixel>* mode,
                  const VX_LinearBlendingTables* tables, const Pixel* src, const Pixel* mask,
                  Pixel* dst) {
+    const bool orders = mode->mode == VX_Xfer_Hue || mode->mode == VX_Xfer_Saturation;
+    if (orders && !(AreFinite(src, count) && AreFinite(dst, count))) return kNoTwin;
     return vxref::Scan<Pixel>(mode->mode, masked, linear, count, mode, tables, src, mask, dst);
   };
   return VX_Ok;

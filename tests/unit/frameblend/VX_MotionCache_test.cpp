@@ -193,6 +193,7 @@ TEST(MotionIdentity, DependsOnVisiblePixelsOnly) {
   VX_LayerDef tall = scene.b.world, bytes = scene.b.world;
   tall.width = 43, tall.height = 61, tall.rowbytes = 43 * 8;
   bytes.width = 122;
+  bytes.world_flags = 0;
   VXp_SetWorldDepth(&bytes, 8);
   EXPECT_NE(of(tall, tall), of(scene.b.world, scene.b.world));
   EXPECT_NE(of(bytes, bytes), of(scene.b.world, scene.b.world));

@@ -5,6 +5,8 @@
 
 #include "VX/cpp/Motion.hpp"
 
+#include <array>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -61,19 +63,36 @@ vx::MotionField CopyOf(const Field& field) {
   return copy;
 }
 
+// The bounds of VX_CheckMotionSettings, which accept the rounding error of a percentage.
+float ParseSetting(const char* name, const py::object& object, double least, double largest) {
+  constexpr double kRounding = 1e-6;
+  const double value = ParseDouble(name, object);
+  const bool valid = value >= least - kRounding && value <= largest + kRounding;
+  return static_cast<float>(valid ? value : ParseNumber(name, object, least, largest));
+}
+
 VX_Veltor_AlgoParams ParseSettings(const py::object& resolution, const py::object& detail,
                                    const py::object& smoothing, const py::object& block,
                                    const py::object& smooth_passes,
                                    const py::object& error_threshold) {
   VX_Veltor_AlgoParams settings;
-  settings.Resolution = static_cast<float>(ParseNumber("resolution", resolution, 0.05, 1));
-  settings.VectorDetail = static_cast<float>(ParseNumber("detail", detail, -1000, 1000));
-  settings.VectorSmoothing = static_cast<float>(ParseNumber("smoothing", smoothing, -1000, 1000));
+  settings.Resolution = ParseSetting("resolution", resolution, 0.05, 1);
+  settings.VectorDetail = ParseSetting("detail", detail, -1000, 1000);
+  settings.VectorSmoothing = ParseSetting("smoothing", smoothing, -1000, 1000);
   settings.BlockSize = static_cast<int16_t>(ParseWhole("block", block, 4, 40));
   settings.SmoothPasses = static_cast<int16_t>(ParseWhole("smooth_passes", smooth_passes, 1, 50));
-  settings.ErrorThreshold =
-      static_cast<float>(ParseNumber("error_threshold", error_threshold, 0, 0.1));
+  settings.ErrorThreshold = ParseSetting("error_threshold", error_threshold, 0, 0.1);
   return settings;
+}
+
+void ParseTweenSettings(const py::object& method, const py::object& sinc,
+                        const py::object& shutter_angle, const py::object& shutter_samples,
+                        VX_Veltor_AlgoParams* settings) {
+  settings->Method = static_cast<int16_t>(ParseChoice("method", method, {"copy", "mix", "motion"}));
+  settings->HighQuality = ParseFlag("sinc", sinc) ? 1 : 0;
+  settings->ShutterAngle = ParseSetting("shutter_angle", shutter_angle, 0, 360);
+  settings->ShutterSamples =
+      static_cast<int16_t>(ParseWhole("shutter_samples", shutter_samples, 1, 20));
 }
 
 void RequirePair(const Source& a, const Source& b) {
@@ -150,13 +169,9 @@ py::object Tween(const py::object& a, const py::object& b, const py::object& at_
   const auto at = static_cast<float>(ParseNumber("at", at_arg, 0, 1));
   VX_Veltor_AlgoParams settings =
       ParseSettings(resolution, detail, smoothing, block, smooth_passes, error_threshold);
-  settings.Method = static_cast<int16_t>(ParseChoice("method", method, {"copy", "mix", "motion"}));
-  settings.HighQuality = ParseFlag("sinc", sinc) ? 1 : 0;
+  ParseTweenSettings(method, sinc, shutter_angle, shutter_samples, &settings);
   const auto quality =
       static_cast<VX_TweenQuality>(ParseChoice("quality", quality_arg, {"standard", "high"}));
-  settings.ShutterAngle = static_cast<float>(ParseNumber("shutter_angle", shutter_angle, 0, 360));
-  settings.ShutterSamples =
-      static_cast<int16_t>(ParseWhole("shutter_samples", shutter_samples, 1, 20));
   const std::optional<std::string> cache = ParseCache(cache_arg);
   const Source first(a, ParseOrder(order_arg), "a"), second(b, ParseOrder(order_arg), "b");
   RequirePair(first, second);
@@ -173,6 +188,118 @@ py::object Tween(const py::object& a, const py::object& b, const py::object& at_
   if (const std::string warning = VX_TweenCacheWarning(made); !warning.empty()) WarnAll({warning});
   return target.Finish();
 }
+
+// --- vx.AdvancedFrameBlending --------------------------------------------------------------------
+
+using Luma = std::array<double, 3>;
+
+Luma ParseLuma(const py::object& object) {
+  if (!py::isinstance<py::sequence>(object) || py::len(object) != 3) {
+    throw py::type_error("luma: needs three numbers, not " + Quoted(object));
+  }
+  Luma weights;
+  for (size_t i = 0; i < 3; ++i) weights[i] = ParseDouble("luma", object[py::int_(i)]);
+  return weights;
+}
+
+void SetLuma(const Luma& weights, VX_Veltor_AlgoParams* settings) {
+  settings->LumaR = weights[0];
+  settings->LumaG = weights[1];
+  settings->LumaB = weights[2];
+}
+
+// Accepts what has a numerator and a denominator, and pairs.
+VX_Veltor_Time ParseTime(const char* name, const py::object& object) {
+  const auto time = [name](const py::object& value, const py::object& scale) {
+    return VX_Veltor_Time{static_cast<int32_t>(ParseWhole(name, value, INT32_MIN, INT32_MAX)),
+                          static_cast<uint32_t>(ParseWhole(name, scale, 1, UINT32_MAX))};
+  };
+  if (py::hasattr(object, "numerator") && py::hasattr(object, "denominator")) {
+    return time(object.attr("numerator"), object.attr("denominator"));
+  }
+  const auto [value, scale] = ParsePair(name, object, "(value, scale)");
+  return time(value, scale);
+}
+
+struct Blending {
+  VX_AdvancedFrameBlending frames;
+  bool identify = false;  // use the identity of the pictures
+};
+
+// Reads and checks the attributes of a vx.AdvancedFrameBlending.
+Blending ParseBlending(const py::object& object) {
+  const auto of = [&object](const char* name) { return py::object(object.attr(name)); };
+  VX_Veltor_OtherParams times;
+  times.TimeA = ParseTime("time_a", of("time_a"));
+  times.TimeB = ParseTime("time_b", of("time_b"));
+  constexpr double kLargest = std::numeric_limits<double>::max();
+  times.Instant = ParseNumber("instant", of("instant"), -kLargest, kLargest);
+  const py::object identity = of("identity");
+  const bool identify =
+      py::isinstance<py::str>(identity) && ParseChoice("identity", identity, {"contents"}) == 0;
+  if (!identify && !identity.is_none()) {
+    const bool is_bytes = py::isinstance<py::bytes>(identity);
+    const std::string bytes = is_bytes ? identity.cast<std::string>() : "";
+    if (!is_bytes || bytes.size() != sizeof times.CacheIdentity) {
+      const std::string text = "identity: needs 16 bytes, \"contents\" or None, not ";
+      if (is_bytes) throw py::value_error(text + Quoted(identity));
+      throw py::type_error(text + Quoted(identity));
+    }
+    std::memcpy(times.CacheIdentity, bytes.data(), bytes.size());
+  }
+  Blending blending{VX_AdvancedFrameBlending(times, {}), identify};
+  VX_Veltor_AlgoParams& settings = blending.frames.algo;
+  settings = ParseSettings(of("resolution"), of("detail"), of("smoothing"), of("block"),
+                           of("smooth_passes"), of("error_threshold"));
+  ParseTweenSettings(of("method"), of("sinc"), of("shutter_angle"), of("shutter_samples"),
+                     &settings);
+  settings.Mode = static_cast<int16_t>(ParseWhole("mode", of("mode"), 0, 3));
+  SetLuma(ParseLuma(of("luma")), &settings);
+  // The other settings are in range.
+  if (blending.frames.CheckParamRange() != VX_Ok) {
+    throw py::value_error("luma: " + Quoted(of("luma")) +
+                          "; needs weights of 0..1 whose sum is 1 within 0.02");
+  }
+  return blending;
+}
+
+void CheckBlending(const py::object& object) { ParseBlending(object); }
+
+// Returns the settings that the constructor for percentages multiplies.
+py::tuple BlendingFractions(const py::object& resolution, const py::object& error_threshold,
+                            const py::object& luma) {
+  VX_Veltor_AlgoParams settings;
+  settings.Resolution = static_cast<float>(ParseDouble("resolution", resolution));
+  settings.ErrorThreshold = static_cast<float>(ParseDouble("error_threshold", error_threshold));
+  SetLuma(ParseLuma(luma), &settings);
+  const VX_AdvancedFrameBlending blending(settings, {}, {});
+  const VX_Veltor_AlgoParams& made = blending.algo;
+  return py::make_tuple(made.Resolution, made.ErrorThreshold,
+                        py::make_tuple(made.LumaR, made.LumaG, made.LumaB));
+}
+
+py::object RenderBlending(const py::object& object, const py::object& a, const py::object& b,
+                          const py::object& progress, const py::object& out,
+                          const py::object& order_arg) {
+  Blending blending = ParseBlending(object);
+  VX_AdvancedFrameBlending& frames = blending.frames;
+  const Source first(a, ParseOrder(order_arg), "a"), second(b, ParseOrder(order_arg), "b");
+  RequirePair(first, second);
+  const VX_World& from = *first.world();
+  Target target = Target::Sized(first, out, from.width, from.height, first.depth());
+  const WorldPtr apart = target.WithoutOverlap(first), other = target.WithoutOverlap(second);
+  RunInterruptible(progress, [&](const VX_Veltor_InterruptFuncs* interrupt) {
+    frames.interrupt = *interrupt;
+    VX_Err error = VX_Ok;
+    if (blending.identify) {
+      error = VX_IdentifyPictures(apart->get(), other->get(), &frames.other.CacheIdentity);
+    }
+    return error != VX_Ok ? error : frames.Render(apart->get(), other->get(), target.world());
+  });
+  return target.Finish();
+}
+
+// --- cache and files -----------------------------------------------------------------------------
 
 // Sets the memory of the cache and empties it, if wanted. Returns the counts in the order of
 // vx.MotionCache.
@@ -246,6 +373,9 @@ void WriteFlow(const py::object& path, const py::object& field_arg, const py::ob
 void AddMotion(py::module_& module) {
   module.def("flow", &Estimate);
   module.def("tween", &Tween);
+  module.def("check_frame_blending", &CheckBlending);
+  module.def("frame_blending_fractions", &BlendingFractions);
+  module.def("render_frame_blending", &RenderBlending);
   module.def("motion_cache", &MotionCache);
   module.def("predict", &Predict);
   module.def("draw_flow", &DrawFlow);

@@ -42,8 +42,8 @@ from ._color import (convert_colors, hls_to_rgb, hue, lightness, luminance, rgb_
 from ._files import ClipWriter, Frame, Read, encode, frames, info, read, read_all, write
 from ._filters import blur, blur_pass, convolve, gaussian_kernel, gaussian_value
 from ._iterate import iterate, iterate_generic, iterate_rows
-from ._motion import (MotionCache, draw_flow, flow, motion_cache, predict, read_flow, tween,
-                      write_flow)
+from ._motion import (AdvancedFrameBlending, MotionCache, draw_flow, flow, motion_cache, predict,
+                      read_flow, tween, write_flow)
 from ._pixels import (blit, clear_alpha_outside, clear_outside, convert, copy, copy_bitmap, fill,
                       fill_alpha, from_uint16, guess_alpha, hypot, invert_alpha, look_up, mix,
                       premultiply, rand, reset_dither, resize, to_uint16, unpremultiply)
@@ -54,9 +54,9 @@ from ._vx import (Bitmap, ColorSettings, Error, LinearTables, Metadata, Profile,
                   __version__, birth, death)
 
 __all__ = [
-    "Bitmap", "ClipWriter", "ColorSettings", "Error", "Frame", "LinearTables", "Metadata",
-    "MotionCache", "Parts", "Profile", "Read", "World", "birth", "blend_pixel", "blit", "blur", "blur_pass",
-    "clear_alpha_outside", "clear_outside", "composite_rect", "convert", "convert_colors",
+    "AdvancedFrameBlending", "Bitmap", "ClipWriter", "ColorSettings", "Error", "Frame",
+    "LinearTables", "Metadata", "MotionCache", "Parts", "Profile", "Read", "World", "birth",
+    "blend_pixel", "blit", "blur", "blur_pass", "clear_alpha_outside", "clear_outside", "composite_rect", "convert", "convert_colors",
     "convolve", "copy", "copy_bitmap", "copy_channel", "death", "deinterleave", "draw_flow",
     "encode", "extract_planes", "fill", "fill_alpha", "flow", "frames", "from_uint16",
     "gaussian_kernel", "gaussian_value", "guess_alpha", "hls_to_rgb", "host", "hue", "hypot",

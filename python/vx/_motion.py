@@ -4,8 +4,10 @@
 
 from __future__ import annotations
 
+import dataclasses
+import fractions
 import os
-from typing import NamedTuple
+from typing import Any, Literal, NamedTuple
 
 import numpy
 
@@ -13,6 +15,8 @@ from . import _vx
 from ._types import Order, OutT, Picture, PictureT, Progress
 
 Path = str | os.PathLike[str]
+Luma = tuple[float, float, float]
+Time = int | fractions.Fraction | tuple[int, int]
 
 
 def flow(a: Picture, b: Picture, *, resolution: float = 0.2, detail: float = 500,
@@ -71,6 +75,69 @@ def tween(a: PictureT, b: Picture, at: float = 0.5, *, method: str = "motion",
     """
     return _vx.tween(a, b, at, method, quality, sinc, resolution, detail, smoothing, block, smooth_passes,
                      error_threshold, shutter_angle, shutter_samples, cache, progress, out, order)
+
+
+@dataclasses.dataclass(kw_only=True)
+class AdvancedFrameBlending:
+    """Settings for the pictures of instants of a clip, as hosts use them. Attributes can be changed.
+
+    The instant is rounded to multiples of 0.005; tween() does not round. docs/tween.md explains the
+    settings.
+
+    method to shutter_samples: as in tween().
+    luma: weights of red, green and blue in the luminance, 0..1. Their sum is 1 within 0.02.
+    mode: 0..3; has no effect.
+    instant: the fraction is the position between the pictures: 0 is a. A whole number gives a, not
+    b.
+    time_a, time_b: times of the pictures in seconds: int, Fraction or (value, scale), where value
+    is in -2147483648..2147483647 and scale in 1..4294967295.
+    identity: 16 bytes that identify the clip for the cache of motion, see motion_cache(). Motion is
+    found again if identity, times, size, depth and the settings of the estimate are equal. The
+    pixels are not compared. "contents" makes an identity from the pixels of both pictures. None, or
+    bytes that are all 0: the motion is not kept.
+    """
+
+    method: str = "motion"
+    sinc: bool = False
+    resolution: float = 0.2
+    detail: float = 500
+    smoothing: float = 500
+    block: int = 6
+    smooth_passes: int = 5
+    error_threshold: float = 0.01
+    shutter_angle: float = 180
+    shutter_samples: int = 1
+    luma: Luma = (0.2988804, 0.58676529, 0.11435428)
+    mode: int = 0
+    instant: float = 0
+    time_a: Time = 0
+    time_b: Time = 1
+    identity: bytes | Literal["contents"] | None = None
+
+    @classmethod
+    def from_percentages(cls, *, resolution: float, error_threshold: float, luma: Luma,
+                         **others: Any) -> AdvancedFrameBlending:
+        """Makes an object from percentages: each is multiplied by the 32-bit float 0.01.
+
+        Other attributes are set as they are. The range is not checked. Raises TypeError,
+        ValueError.
+        """
+        resolution, error_threshold, luma = _vx.frame_blending_fractions(
+            resolution, error_threshold, luma)
+        return cls(resolution=resolution, error_threshold=error_threshold, luma=luma, **others)
+
+    def check_range(self) -> None:
+        """Raises TypeError or ValueError, with its name, for an attribute that is out of range."""
+        _vx.check_frame_blending(self)
+
+    def render(self, a: PictureT, b: Picture, *, progress: Progress | None = None,
+               out: OutT | None = None, order: Order = "rgba") -> PictureT | OutT:
+        """Returns the picture of the instant between a and b, of the same size and depth.
+
+        progress is called with (0, 0), only to stop the call. Threads as in tween(). An object is
+        used by one thread at a time. Raises TypeError, ValueError, vx.Error, MemoryError.
+        """
+        return _vx.render_frame_blending(self, a, b, progress, out, order)
 
 
 class MotionCache(NamedTuple):

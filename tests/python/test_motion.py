@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Motion: agreement with the command, arguments, files, prediction by hand, interrupts."""
 
+import fractions
 import os
 import struct
 import subprocess
@@ -106,6 +107,42 @@ def test_cache(tmp_path):
     assert file.read_bytes() == data
 
 
+Blending = vx.AdvancedFrameBlending
+
+
+def test_advanced_frame_blending():
+    a, b = waves(0, 0), waves(3, -2)
+    options = dict(block=7, sinc=True, shutter_samples=2, shutter_angle=40)
+    for instant, steps in ((0, 0), (.25, 50), (.3333, 67), (.9974, 199), (.998, 200), (1, 0), (-.255, 149), (7.5, 100)):
+        at = np.float32(steps) * np.float32(.005)
+        np.testing.assert_array_equal(Blending(instant=instant, **options).render(a, b), vx.tween(a, b, at, **options))
+    blue = [np.where([False, False, True], picture, 0).astype(np.uint8) for picture in (a, b)]
+    np.testing.assert_array_equal(Blending(instant=.5, luma=(0, 0, 1)).render(*blue)[..., 2],
+                                  Blending(instant=.5, luma=(1, 0, 0)).render(a, b)[..., 2])
+    for percent, fraction in ((20, 0.199999988), (5, 0.0499999970)):
+        made = Blending.from_percentages(resolution=percent, error_threshold=10, luma=(30, 30, 40), instant=.5)
+        assert made.resolution == np.float32(fraction) and made.error_threshold == np.float32(10) * np.float32(.01) and made.instant == .5
+        np.testing.assert_allclose(made.luma, (.3, .3, .4), atol=1e-8)
+        made.check_range()
+        assert made.render(a, b).shape == (90, 120, 4)
+    made.resolution = .04
+    with pytest.raises(ValueError, match="^resolution"):
+        made.render(a, b)
+
+
+def test_identities_of_frame_blending():
+    a, b = waves(0, 0), waves(3, -2)
+    clip = dict(block=9, identity=bytes(range(16)))
+    start = vx.motion_cache(clear=True)
+    for instant, more in ((.25, {}), (.75, {}), (.75, dict(time_b=fractions.Fraction(1, 24))), (.5, dict(time_b=(2, 48))),
+                          (.5, dict(identity=bytes(16))), (.5, dict(identity="contents"))):
+        np.testing.assert_array_equal(Blending(instant=instant, **(clip | more)).render(a, b),
+                                      Blending(instant=instant, block=9).render(a, b))
+    vx.tween(a, b, block=9, cache=True)
+    now = vx.motion_cache()
+    assert (now.entries, now.estimated - start.estimated, now.found - start.found) == (3, 3, 3)
+
+
 PICTURE, FIELD = waves(0, 0), np.zeros((90, 120, 2), np.float32)
 
 
@@ -126,6 +163,20 @@ PICTURE, FIELD = waves(0, 0), np.zeros((90, 120, 2), np.float32)
     (ValueError, "cache", lambda: vx.tween(PICTURE, PICTURE, cache="missing/folder")),
     (ValueError, "quality", lambda: vx.tween(PICTURE, PICTURE, quality="best")),
     (TypeError, "", lambda: vx.tween(PICTURE, PICTURE, cache=1)),
+    (ValueError, "method", Blending(method="best").check_range),
+    (TypeError, "sinc", Blending(sinc=1).check_range),
+    (ValueError, "shutter_angle", Blending(shutter_angle=361).check_range),
+    (ValueError, "mode", Blending(mode=4).check_range),
+    (ValueError, "luma", Blending(luma=(.3, .3, .3)).check_range),
+    (ValueError, "luma", Blending(luma=(1.5, -.5, 0)).check_range),
+    (TypeError, "luma", Blending(luma=1).check_range),
+    (ValueError, "instant", Blending(instant=NAN).check_range),
+    (ValueError, "time_a", Blending(time_a=(1, 0)).check_range),
+    (TypeError, "time_b", Blending(time_b=.5).check_range),
+    (ValueError, "identity", Blending(identity=b"clip").check_range),
+    (ValueError, "identity", Blending(identity="clip").check_range),
+    (TypeError, "identity", Blending(identity=5).check_range),
+    (ValueError, "b", lambda: Blending().render(PICTURE, PICTURE[1:])),
     (ValueError, "memory", lambda: vx.motion_cache(memory=-1)),
     (TypeError, "clear", lambda: vx.motion_cache(clear=1)),
     (ValueError, "longest", lambda: vx.draw_flow(FIELD, longest=-1)),

@@ -20,6 +20,8 @@ MOVES = np.full((300, 6, 2), (0.5, -3), np.float32)
 
 # A call of each function on a picture. `turn` converts its other pictures to the same order or to worlds.
 PICTURES = {
+    "AdvancedFrameBlending.render":
+        lambda p, turn, **o: vx.AdvancedFrameBlending(instant=0.3).render(p, turn(OTHER), **o),
     "blit": lambda p, turn, **o: vx.blit(p, turn(SMALL), at=(1, 1), invert_alpha=True, **o),
     "blur": lambda p, turn, **o: vx.blur(p, (2, 5), **o),
     "blur_pass": lambda p, turn, **o: vx.blur_pass(p, 2, kind="box", transpose=True, **o),
@@ -69,6 +71,7 @@ CALLS |= {name: (PICTURE[..., 0].copy(), f) for name, f in MASKS.items()}
 FUNCTIONS = {prefix + name: getattr(module, name)
              for prefix, module in (("", vx), ("uno.", vx.uno)) for name in module.__all__
              if inspect.isfunction(getattr(module, name))}
+FUNCTIONS["AdvancedFrameBlending.render"] = vx.AdvancedFrameBlending.render
 PROGRESS = [name for name in CALLS if "progress" in inspect.signature(FUNCTIONS[name]).parameters]
 
 

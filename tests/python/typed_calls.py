@@ -30,6 +30,11 @@ def results(array: npt.NDArray[np.uint8], world: vx.World, either: Union[Array, 
     assert_type(vx.blur(either, 2), Union[Array, vx.World])
     assert_type(vx.transfer(world, array, mask=either, out=world), vx.World)
     assert_type(vx.transfer(array, world, out=None), Array)
+    blending = vx.AdvancedFrameBlending.from_percentages(resolution=20, error_threshold=1, luma=(30, 30, 40))
+    blending.identity, blending.time_b = "contents", (1001, 24000)
+    assert_type(blending.render(array, world), Array)
+    assert_type(blending.render(array, array, out=world), Union[Array, vx.World])
+    vx.AdvancedFrameBlending(instant="half")  # type: ignore[arg-type]
     assert_type(vx.uno.to_picture(array[..., 0]), Array)
     assert_type(vx.ColorSettings.emergency().tables(force=True), vx.LinearTables)
     print(vx.read("a.png").shape, vx.resize(vx.read("a.png"), 9, 9).mean(), next(vx.frames("a.mov")).picture.shape)

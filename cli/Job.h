@@ -146,6 +146,8 @@ struct JobSource {
   int64_t count = 0;                  // of the frames with those that are left out
   int64_t first = 0;                  // number of the first one, also of the output
   std::optional<VXIO_ClipInfo> clip;  // none: a sequence of files
+  // Of all frames, in units of the time base of the clip, if they are unequal; else empty.
+  std::vector<int64_t> durations;
   // Reads frame `i` of `numbers`, without its warnings. For plans that depend on the pictures.
   std::function<VXIO_Picture(size_t i)> read;
 };

@@ -162,7 +162,10 @@ void JobPlan::Retime() {
     source.numbers.push_back(number);
     source.places.push_back(place);
   }
-  if (input.clip) source.clip = input.clip->info();
+  if (input.clip) {
+    source.clip = input.clip->info();
+    source.durations = input.clip->DurationsOf(frames_);
+  }
   std::shared_ptr<JobClip> clip;  // another reader, so that the job is at the start of its clip
   source.read = [&](size_t i) {
     InputFile file;

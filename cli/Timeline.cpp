@@ -242,7 +242,10 @@ Instant Timeline::Find(int64_t whole, double part) const {
     const auto after = std::upper_bound(times_.begin(), times_.end(), time);
     instant.first = static_cast<size_t>(after - times_.begin()) - 1;
     // The difference of the whole numbers is exact.
-    instant.position = (static_cast<double>(whole) - after[-1] + part) / (after[0] - after[-1]);
+    const double since = static_cast<double>(whole) - after[-1] + part;
+    instant.position = since < kSnap                          ? 0
+                       : after[0] - after[-1] - since < kSnap ? 1
+                                                              : since / (after[0] - after[-1]);
   }
   if (instant.position >= 1) return {instant.first + 1, 0, false, time_of(instant.first + 1)};
   return instant;

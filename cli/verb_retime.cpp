@@ -44,6 +44,18 @@ Json JsonOf(const std::optional<Ratio>& rate) {
   return std::to_string(rate->num) + (rate->den == 1 ? "" : "/" + std::to_string(rate->den));
 }
 
+// Returns the mean frame rate of frames with unequal durations.
+Ratio MeanRate(const JobSource& source) {
+  constexpr int64_t kMost = 1'000'000'000;
+  const int64_t duration =
+      std::accumulate(source.durations.begin(), source.durations.end(), int64_t{0});
+  int64_t num = source.count * source.clip->time_base.den;
+  int64_t den = duration * source.clip->time_base.num;
+  const int64_t divisor = std::gcd(num, den);
+  for (num /= divisor, den /= divisor; num > kMost || den > kMost; num /= 2) den /= 2;
+  return {num, std::max<int64_t>(den, 1)};
+}
+
 // How an output frame was made.
 struct FrameReport {
   const char* status = "done";
@@ -75,6 +87,8 @@ class Retimer {
 
  private:
   int64_t Plan(const JobSource& source);
+  bool UsesDurations(const JobSource& source) const;
+  std::vector<double> TimesOf(const JobSource& source) const;
   void SkipDuplicates(const JobSource& source, std::vector<double>* times);
   std::vector<Instant> InstantsOf(int64_t output) const;
   std::vector<size_t> SourcesOf(int64_t output) const;
@@ -112,7 +126,9 @@ int64_t Retimer::Plan(const JobSource& source) {
   first_output_ = source.first;
   input_frames_ = source.count;
   input_rate_ = arguments_.input_fps;
-  if (!input_rate_ && clip_ && source.clip->frame_rate.num > 0) {
+  if (UsesDurations(source)) {
+    input_rate_ = MeanRate(source);
+  } else if (!input_rate_ && clip_ && source.clip->frame_rate.num > 0) {
     input_rate_ = Ratio{source.clip->frame_rate.num, source.clip->frame_rate.den};
   }
   output_rate_ = input_rate_;
@@ -131,10 +147,31 @@ int64_t Retimer::Plan(const JobSource& source) {
   }
   used_.resize(numbers_.size());
   std::iota(used_.begin(), used_.end(), size_t{0});
-  std::vector<double> times(source.places.begin(), source.places.end());
+  std::vector<double> times = TimesOf(source);
   if (arguments_.skip_duplicates) SkipDuplicates(source, &times);
-  if (static_cast<int64_t>(times.size()) < source.count) timeline_->SetTimes(std::move(times));
+  const bool all = static_cast<int64_t>(times.size()) == source.count;
+  if (!all || UsesDurations(source)) timeline_->SetTimes(std::move(times));
   return timeline_->size();
+}
+
+// Returns true if the frames of the input have unequal durations, and no --input-fps says that they
+// are equal.
+bool Retimer::UsesDurations(const JobSource& source) const {
+  return !source.durations.empty() && !arguments_.input_fps;
+}
+
+// Returns the times of the frames, in frames of the mean duration.
+std::vector<double> Retimer::TimesOf(const JobSource& source) const {
+  std::vector<double> times(source.places.begin(), source.places.end());
+  if (!UsesDurations(source)) return times;
+  std::vector<int64_t> begins(source.durations.size() + 1);
+  std::partial_sum(source.durations.begin(), source.durations.end(), begins.begin() + 1);
+  for (double& time : times) {
+    const int64_t begin = begins[static_cast<size_t>(time)];
+    time = static_cast<double>(begin) * static_cast<double>(source.count) /
+           static_cast<double>(begins.back());
+  }
+  return times;
 }
 
 // Removes the frames that equal the frame before from the timeline.

@@ -286,9 +286,20 @@ class Runs(RetimeTest):
         for i in range(count):
             np.testing.assert_array_equal(self.pixels(f"out.{2 * i:04}.png"), self.pixels(f"c.{i:04}.png"))
         self.assertIsNotNone(json.loads(self.contents("r.json"))["input_rate"])
+        # The frames of this clip last 2, 1 and 1 frames of 30000/1001 a second.
+        fps = ("--fps", "30000/1001", "--method", "mix", "--dry-run")
+        for options, shown in (((), ["0", "0 + 0.5", "1", "2"]), (("--input-fps", "30000/1001"), ["0", "1", "2"])):
+            out, _ = self.vx("retime", "movie.mov", "-o", "m.####.png", *fps, *options)
+            self.assertEqual(re.findall("show frame (.*), write", out), shown)
         # A clip that breaks off: the frames before the damage are written.
         self.text("broken.mkv", self.contents("plain.mkv")[:-100])
         self.vx("retime", "plain.mkv", "-o", "p.####.png", "--speed", 0.5)
+        self.vx("retime", "plain.mkv", "-o", "slow.mkv", "--speed", 0.5)
+        self.vx("convert", "slow.mkv", "-o", "s.####.png")
+        frames = [n for n in self.names() if n.startswith("p.")]
+        self.assertEqual(len(frames), 6)
+        for name in frames:
+            np.testing.assert_array_equal(self.pixels("s" + name[1:])[..., :3], self.pixels(name)[..., :3])
         _, error = self.vx("retime", "broken.mkv", "-o", "q.####.png", "--speed", 0.5, code=INPUT)
         self.assertRegex(error, "frame \\d+: broken.mkv: is truncated or damaged")
         names = [n for n in self.names() if n.startswith("q.")]

@@ -56,6 +56,10 @@ FnColorFloat FnSampleSinc(const FnMap<Color>& frame, float px, float py) {
 
 // Builds the picture. The fields and the occlusion have the size of the analysis pictures and
 // contain no invalid vectors; they are zoomed row by row.
+//
+// With `passes` = 2, pixels whose state differs from that of a neighbour are then mixed half and
+// half with a sample of the other frame: a vector that leads to one frame leads, negated, to the
+// other one. Pixels that are visible in both frames take both such samples, weighted by time.
 template <class Pixel>
 class FnMotionEstimateGradientTweenerBuildPicture final
     : public Combiner<typename FnColorOfPixel<Pixel>::Type, typename FnColorOfPixel<Pixel>::Type,
@@ -83,16 +87,35 @@ class FnMotionEstimateGradientTweenerBuildPicture final
                    FnMap<Color>* dst) override {
     const auto width = static_cast<size_t>(dst->width());
     std::vector<HvVec2> a(width), b(width);
-    std::vector<int32_t> states(width);
+    std::vector<int32_t> states(width), above(width), below(width);
     const auto band = this->Band();
+    const bool second_pass = this->pass == 1;
     for (int32_t y = band.y0; y < band.y1; y += band.step) {
       if (FnPoll(this->interrupt) != VX_Ok) return;
       vectors_.Row(*parameters.vectorsA, y, band.x0, band.x1, a.data());
       vectors_.Row(*parameters.vectorsB, y, band.x0, band.x1, b.data());
       states_.Row(*parameters.occlusion, y, band.x0, band.x1, states.data());
       Color* const out = dst->row(y);
+      if (second_pass) {
+        states_.Row(*parameters.occlusion, std::max(y - 1, 0), 0, dst->width(), above.data());
+        states_.Row(*parameters.occlusion, y, 0, dst->width(), states.data());
+        states_.Row(*parameters.occlusion, std::min(y + 1, dst->height() - 1), 0, dst->width(),
+                    below.data());
+      }
       for (int32_t x = band.x0; x < band.x1; ++x) {
         const auto i = static_cast<size_t>(x);
+        if (second_pass) {
+          const size_t left = x > 0 ? i - 1 : i, right = i + 1 < width ? i + 1 : i;
+          bool boundary = false;
+          for (const auto* row : {&above, &states, &below}) {
+            for (const size_t j : {left, i, right}) boundary = boundary || (*row)[j] != states[i];
+          }
+          if (boundary) {
+            const FnColorFloat other = Opposite(*first, *second, x, y, a[i], b[i], states[i]);
+            out[x] = FnToWorld<Pixel>((FnToCompute<FnColorFloat>(out[x]) + other) * 0.5f);
+          }
+          continue;
+        }
         out[x] = FnToWorld<Pixel>(PixelAt(*first, *second, x, y, a[i], b[i], states[i]));
       }
     }
@@ -124,6 +147,15 @@ class FnMotionEstimateGradientTweenerBuildPicture final
     }
     const FnColorFloat from = Sample(first, at_first), to = Sample(second, at_second);
     return from == to ? from : from * (1 - position) + to * position;
+  }
+  FnColorFloat Opposite(const FnMap<Color>& first, const FnMap<Color>& second, int32_t x, int32_t y,
+                        const HvVec2& a, const HvVec2& b, int32_t state) const {
+    const float position = parameters.position;
+    const auto in_first = [&] { return Sample(first, Position(x, y, a, -position)); };
+    const auto in_second = [&] { return Sample(second, Position(x, y, b, position - 1)); };
+    if (state == FnOcclusion_First) return in_second();
+    if (state == FnOcclusion_Second) return in_first();
+    return in_first() * (1 - position) + in_second() * position;
   }
   static HvVec2 Position(int32_t x, int32_t y, const HvVec2& v, float weight) {
     return {static_cast<float>(x) + 0.5f - v.x * weight,

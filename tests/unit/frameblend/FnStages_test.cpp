@@ -14,6 +14,7 @@
 #include "frameblend/smooth/FnMonitor.h"
 #include "frameblend/smooth/FnPyramid.h"
 #include "frameblend/smooth/FnSmooth.h"
+#include "frameblend/tween/FnPicture.h"
 
 namespace {
 
@@ -304,4 +305,62 @@ TEST(FnStages, FinalSmoothingWithAMask) {
     for (int32_t x = 10; x < 18; ++x) EXPECT_EQ(vectors.row(y)[x].x, 2) << x << ' ' << y;
   }
   EXPECT_GT(wrong, 16);
+}
+
+// The options of the picture that no render sets: diagnostic colours, the nearer frame, and the
+// second pass on the boundaries of the states.
+TEST(FnStages, OptionsOfThePicture) {
+  using Colors = FnMap<FnColorFloat>;
+  const int32_t width = 24, height = 9;
+  const float t = 0.25f;
+  Colors first(width, height), second(width, height);
+  FnIntMap states(width, height);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      const auto fx = static_cast<float>(x), fy = static_cast<float>(y);
+      first.row(y)[x] = FnColorFloat::Of(1, fx, fy, 0);
+      second.row(y)[x] = FnColorFloat::Of(1, 100 + fx, fy, 1);
+      states.row(y)[x] = x < 8 ? FnOcclusion_First : x < 16 ? FnOcclusion_Second : FnOcclusion_Both;
+    }
+  }
+  Vectors a(width, height, {4, 0}), b(width, height, {-8, 0});
+  const auto build = [&](uint32_t flags, bool nearest, int32_t passes, Colors* out) {
+    FnMotionEstimateGradientTweenerBuildPicture<VX_PixelFloat> picture;
+    picture.parameters.flags |= flags;
+    picture.parameters.position = t;
+    picture.parameters.occlusion = &states;
+    picture.parameters.vectorsA = &a;
+    picture.parameters.vectorsB = &b;
+    picture.nearest = nearest;
+    picture.passes = passes;
+    picture.process(&first, &second, out);
+  };
+  Colors plain(width, height), diagnostic(width, height), nearer(width, height),
+      twice(width, height);
+  build(0, false, 1, &plain);
+  build(FnTween_Diagnostic, false, 1, &diagnostic);
+  build(0, true, 1, &nearer);
+  build(0, false, 2, &twice);
+  const int32_t y = 4;
+  for (int32_t x = 6; x < width - 4; ++x) {
+    // The first frame is read at x + 8 t, the second at x - 4 (1 - t).
+    const auto fx = static_cast<float>(x);
+    const float one = fx + 2, two = 100 + fx - 3;
+    const bool in_first = x < 8, in_second = !in_first && x < 16;
+    const float mixed = one * (1 - t) + two * t;
+    const float want = in_first ? one : in_second ? two : mixed;
+    EXPECT_FLOAT_EQ(plain.row(y)[x].red, want);
+    EXPECT_FLOAT_EQ(nearer.row(y)[x].red, in_second ? two : one);
+    const FnColorFloat color = diagnostic.row(y)[x];
+    EXPECT_EQ(color.alpha, in_first || in_second ? 0 : 1);
+    EXPECT_FLOAT_EQ(color.red, in_first ? 1 : in_second ? 0 : mixed);
+    EXPECT_FLOAT_EQ(color.green, in_second ? 1 : in_first ? 0 : static_cast<float>(y));
+    // The negated vectors: the second frame at x - 8 (1 - t), the first at x + 4 t.
+    const float negated_two = 100 + fx - 6, negated_one = fx + 1;
+    const float negated = in_first    ? negated_two
+                          : in_second ? negated_one
+                                      : negated_one * (1 - t) + negated_two * t;
+    const bool boundary = x == 7 || x == 8 || x == 15 || x == 16;
+    EXPECT_FLOAT_EQ(twice.row(y)[x].red, boundary ? (want + negated) / 2 : want) << x;
+  }
 }

@@ -42,10 +42,11 @@ Shift ShiftOf(const FnGrey& picture, int32_t x, int32_t y, const FnFlowVector& f
   };
   const float px = limit(static_cast<float>(x) + f.u, picture.width());
   const float py = limit(static_cast<float>(y) + f.v, picture.height());
-  const float bx = std::floor(px), by = std::floor(py);
-  const float fx = px - bx, fy = py - by;
-  return {picture.row(static_cast<int32_t>(by)) + static_cast<int32_t>(bx), (1 - fx) * (1 - fy),
-          fx * (1 - fy), (1 - fx) * fy, fx * fy};
+  int32_t bx, by;
+  float fx, fy;
+  FnSplit(px, &bx, &fx);
+  FnSplit(py, &by, &fy);
+  return {picture.row(by) + bx, (1 - fx) * (1 - fy), fx * (1 - fy), (1 - fx) * fy, fx * fy};
 }
 
 struct Template {

@@ -56,9 +56,11 @@ class Planes {
 float BilinearAt(const FnGrey& picture, float px, float py) {
   const float x = std::clamp(px, -1.0f, static_cast<float>(picture.width()));
   const float y = std::clamp(py, -1.0f, static_cast<float>(picture.height()));
-  const float bx = std::floor(x), by = std::floor(y);
-  const float fx = x - bx, fy = y - by;
-  const float* const upper = picture.row(static_cast<int32_t>(by)) + static_cast<int32_t>(bx);
+  int32_t bx, by;
+  float fx, fy;
+  FnSplit(x, &bx, &fx);
+  FnSplit(y, &by, &fy);
+  const float* const upper = picture.row(by) + bx;
   const float* const lower = upper + picture.pitch();
   const float top = upper[0] + (upper[1] - upper[0]) * fx;
   const float bottom = lower[0] + (lower[1] - lower[0]) * fx;

@@ -6,20 +6,14 @@
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <cstring>
 
 namespace {
 
 // Four floats: alpha, red, green, blue.
-using Vec4 __attribute__((vector_size(16))) = float;
+using Vec4 = FnColorFloat::Vector;
 using Colors = FnMap<FnColorFloat>;
 
-Vec4 Load(const FnColorFloat& c) {
-  Vec4 v;
-  std::memcpy(&v, &c, sizeof v);
-  return v;
-}
-void Store(const Vec4& v, FnColorFloat* c) { std::memcpy(c, &v, sizeof v); }
+Vec4 Load(const FnColorFloat& c) { return c.ToVector(); }
 
 float SumOfAbs(const Vec4& v) {
   return std::fabs(v[0]) + std::fabs(v[1]) + std::fabs(v[2]) + std::fabs(v[3]);
@@ -29,10 +23,9 @@ int32_t Held(int32_t i, int32_t size) { return i < 0 ? 0 : i < size ? i : size -
 
 // Splits a position that is limited to the neighbourhood of a picture.
 int32_t Split(float p, int32_t size, float* fraction) {
-  const float limited = std::clamp(p, -2.0f, static_cast<float>(size + 1));
-  const float whole = std::floor(limited);
-  *fraction = limited - whole;
-  return static_cast<int32_t>(whole);
+  int32_t whole;
+  FnSplit(std::clamp(p, -2.0f, static_cast<float>(size + 1)), &whole, fraction);
+  return whole;
 }
 
 Vec4 Bilinear(const Colors& picture, float px, float py) {
@@ -343,8 +336,14 @@ class Instant {
   void Visibility(const Sides& s, const FnFlowVector& f, float* a, float* b) const {
     const FnFlowVector fa = FlowAt(forward_, s.ax, s.ay), fb = FlowAt(backward_, s.bx, s.by);
     const float scale = 0.5f / (1 + 0.02f * Square(f));
-    *a = std::exp(-Square({fa.u - f.u, fa.v - f.v}) * scale);
-    *b = std::exp(-Square({fb.u + f.u, fb.v + f.v}) * scale);
+    *a = Falloff(Square(fa - f) * scale);
+    *b = Falloff(Square(fb + f) * scale);
+  }
+  // exp(-d) from 0 on, within 0.04.
+  static float Falloff(float d) {
+    const float p = std::max(0.0f, 1 - d * (1.0f / 8));
+    const float p2 = p * p, p4 = p2 * p2;
+    return p4 * p4;
   }
   float Agreement(int32_t x, int32_t y, const FnFlowVector& f) const {
     float a, b;
@@ -362,12 +361,16 @@ class Instant {
   void Median(const FnFlowMap& in, int32_t y, FnFlowMap* out) const {
     const FnFlowVector* rows[3];
     for (int32_t k = 0; k < 3; ++k) rows[k] = in.row(Held(y + k - 1, height_));
-    const auto order = [](float& a, float& b) {
-      const float low = a < b ? a : b;
-      b = a < b ? b : a;
-      a = low;
+    constexpr int32_t kChunk = 16;
+    using Chunk = std::array<float, kChunk>;
+    const auto order = [](Chunk& a, Chunk& b) {
+      for (size_t i = 0; i < kChunk; ++i) {
+        const float low = a[i] < b[i] ? a[i] : b[i];
+        b[i] = a[i] < b[i] ? b[i] : a[i];
+        a[i] = low;
+      }
     };
-    const auto median = [&](float* p) {
+    const auto median = [&](std::array<Chunk, 9>& p) -> const Chunk& {
       order(p[1], p[2]), order(p[4], p[5]), order(p[7], p[8]);
       order(p[0], p[1]), order(p[3], p[4]), order(p[6], p[7]);
       order(p[1], p[2]), order(p[4], p[5]), order(p[7], p[8]);
@@ -377,14 +380,20 @@ class Instant {
       order(p[4], p[2]);
       return p[4];
     };
-    for (int32_t x = 0; x < width_; ++x) {
-      float u[9], v[9];
+    std::array<Chunk, 9> u, v;
+    for (int32_t start = 0; start < width_; start += kChunk) {
       for (int32_t k = 0; k < 9; ++k) {
-        const FnFlowVector& f = rows[k / 3][Held(x + k % 3 - 1, width_)];
-        u[k] = f.u;
-        v[k] = f.v;
+        Chunk &cu = u[static_cast<size_t>(k)], &cv = v[static_cast<size_t>(k)];
+        for (int32_t i = 0; i < kChunk; ++i) {
+          const FnFlowVector& f = rows[k / 3][Held(start + i + k % 3 - 1, width_)];
+          cu[static_cast<size_t>(i)] = f.u;
+          cv[static_cast<size_t>(i)] = f.v;
+        }
       }
-      out->row(y)[x] = {median(u), median(v)};
+      const Chunk &mu = median(u), &mv = median(v);
+      for (int32_t i = 0; i < std::min(kChunk, width_ - start); ++i) {
+        out->row(y)[start + i] = {mu[static_cast<size_t>(i)], mv[static_cast<size_t>(i)]};
+      }
     }
   }
 
@@ -419,7 +428,7 @@ class Instant {
       }
       const float agree = agree_.row(y)[x];
       if (agree < 0.98f) c = c * agree + Soft(x, y) * (1 - agree);
-      Store(c, &out[x]);
+      out[x] = FnColorFloat::FromVector(c);
     }
   }
 

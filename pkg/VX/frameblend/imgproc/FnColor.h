@@ -11,6 +11,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "VX/VX_Types.h"
@@ -40,6 +41,20 @@ struct FnRGBBase {
 
 template <class Base>
 struct FnRGBACol : Base {
+  // Four floats are computed as one vector.
+  static constexpr bool kVector = std::is_same_v<typename Base::Channel, float>;
+  using Vector __attribute__((vector_size(16))) = float;
+  Vector ToVector() const {
+    Vector v;
+    std::memcpy(&v, this, sizeof v);
+    return v;
+  }
+  static FnRGBACol FromVector(const Vector& v) {
+    FnRGBACol c;
+    std::memcpy(&c, &v, sizeof v);
+    return c;
+  }
+
   static FnRGBACol Of(typename Base::Channel a, typename Base::Channel r, typename Base::Channel g,
                       typename Base::Channel b) {
     FnRGBACol c;
@@ -50,12 +65,15 @@ struct FnRGBACol : Base {
     return a.alpha == b.alpha && a.red == b.red && a.green == b.green && a.blue == b.blue;
   }
   friend FnRGBACol operator+(const FnRGBACol& a, const FnRGBACol& b) {
+    if constexpr (kVector) return FromVector(a.ToVector() + b.ToVector());
     return Of(a.alpha + b.alpha, a.red + b.red, a.green + b.green, a.blue + b.blue);
   }
   friend FnRGBACol operator-(const FnRGBACol& a, const FnRGBACol& b) {
+    if constexpr (kVector) return FromVector(a.ToVector() - b.ToVector());
     return Of(a.alpha - b.alpha, a.red - b.red, a.green - b.green, a.blue - b.blue);
   }
   friend FnRGBACol operator*(const FnRGBACol& a, float k) {
+    if constexpr (kVector) return FromVector(a.ToVector() * k);
     return Of(a.alpha * k, a.red * k, a.green * k, a.blue * k);
   }
 };

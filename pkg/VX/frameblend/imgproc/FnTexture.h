@@ -77,18 +77,20 @@ inline void FnSplit(float position, int32_t* whole, float* fraction) {
   constexpr float kLimit = 0x1p30f;
   const float low = position > -kLimit ? position : position < 0 ? -kLimit : 0.0f;
   const float limited = low < kLimit ? low : kLimit;
-  const float below = std::floor(limited);
-  *whole = static_cast<int32_t>(below);
-  *fraction = limited - below;
+  int32_t below = static_cast<int32_t>(limited);
+  if (static_cast<float>(below) > limited) --below;
+  *whole = below;
+  *fraction = limited - static_cast<float>(below);
 }
 
 // Interpolates between four neighbours, along x first. A neighbour without weight is not read, so
-// that NaN and infinities do not reach exact positions beside them.
-template <class Compute>
+// that NaN and infinities do not reach exact positions beside them. `kFinite` states that there are
+// none.
+template <bool kFinite = false, class Compute>
 Compute FnBilinear(const Compute& a, const Compute& b, const Compute& c, const Compute& d, float fx,
                    float fy) {
   const auto mix = [](const Compute& from, const Compute& to, float part) {
-    return part > 0 ? Compute(from + (to - from) * part) : from;
+    return kFinite || part > 0 ? Compute(from + (to - from) * part) : from;
   };
   return mix(mix(a, b, fx), mix(c, d, fx), fy);
 }
@@ -171,8 +173,10 @@ class FnTexture : public FnTexIndexer {
     if (x.HasPair(i) && y.HasPair(j)) {
       const Stored* const upper = row(j - y.origin) + (i - x.origin);
       const Stored* const lower = row(j + 1 - y.origin) + (i - x.origin);
-      return FnBilinear(FnToCompute<Compute>(upper[0]), FnToCompute<Compute>(upper[1]),
-                        FnToCompute<Compute>(lower[0]), FnToCompute<Compute>(lower[1]), fx, fy);
+      constexpr bool kInteger = !std::is_same_v<Stored, Compute>;
+      return FnBilinear<kInteger>(FnToCompute<Compute>(upper[0]), FnToCompute<Compute>(upper[1]),
+                                  FnToCompute<Compute>(lower[0]), FnToCompute<Compute>(lower[1]),
+                                  fx, fy);
     }
     const auto read = [&](int32_t column, int32_t line) {
       return FnToCompute<Compute>(at(column, line));

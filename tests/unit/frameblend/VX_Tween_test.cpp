@@ -155,6 +155,25 @@ TYPED_TEST(Tween, DoesNotMixColoursOfTransparentPixels) {
   EXPECT_NEAR(covered / (3.14159 * 17.5 * 17.5), 1, 0.02);
 }
 
+// A still picture that becomes brighter: the pictures are weighted by time.
+TYPED_TEST(Tween, FollowsTheBrightness) {
+  const int width = 150, height = 110;
+  const Picture texture = Texture(3, 9);
+  const auto scene = [&](double t) {
+    return [=](double x, double y) { return 0.2 + 0.6 * texture(x, y) + 0.06 * t; };
+  };
+  GuardedWorld<TypeParam> a(width, height, 1, 1), b(width, height, 2, 2);
+  Paint(&a, scene(0));
+  Paint(&b, scene(1));
+  const Pair pair = MakePair(a.world, b.world, VX_TweenQuality_High);
+  for (const float at : {0.2f, 0.8f}) {
+    GuardedWorld<TypeParam> truth(width, height, 0, 3);
+    Paint(&truth, scene(static_cast<double>(at)));
+    const auto made = Instant<TypeParam>(pair.get(), a.world, at);
+    EXPECT_GT(Psnr(made, PixelsOf(truth), width, 12), 38) << at;
+  }
+}
+
 TEST(TweenUnexplained, SeparatesCutsFromMotion) {
   const int width = 320, height = 180;
   const auto paint = [&](const Picture& picture) {
@@ -164,6 +183,11 @@ TEST(TweenUnexplained, SeparatesCutsFromMotion) {
   };
   const Picture shot = Texture(5, 14), other = Texture(6, 14);
   const auto a = paint(shot), moved = paint(Moved(shot, 9, -4)), b = paint(other);
+  const auto zoomed = paint(Turned(shot, width / 2.0, height / 2.0, 0, 1.3));
+  // Pictures without contrast are alike at the ends of most vectors.
+  const auto pale = [&](const Picture& picture) {
+    return paint([picture](double x, double y) { return 0.45 + 0.15 * picture(x, y); });
+  };
   for (const auto quality : {VX_TweenQuality_Standard, VX_TweenQuality_High}) {
     const auto share = [&](const auto& x, const auto& y) {
       float result = -1;
@@ -173,7 +197,11 @@ TEST(TweenUnexplained, SeparatesCutsFromMotion) {
     };
     EXPECT_LT(share(a, moved), 0.3f);
     EXPECT_GT(share(a, b), 0.85f);
+    EXPECT_GT(share(pale(shot), pale(other)), 0.5f);
     EXPECT_EQ(share(a, a), 0);
+    // A zoom moves much of one picture out of the other one.
+    EXPECT_LT(share(a, zoomed), 0.4f);
+    EXPECT_LT(share(zoomed, a), 0.4f);
   }
 }
 

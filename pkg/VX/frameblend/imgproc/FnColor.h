@@ -155,6 +155,12 @@ template <class Compute, class Stored>
 Compute FnToCompute(const Stored& c) {
   if constexpr (std::is_same_v<Compute, Stored>) {
     return c;
+  } else if constexpr (std::is_same_v<Compute, FnColorFloat>) {
+    // The channels of both are in the same order.
+    using Channels __attribute__((vector_size(4 * sizeof(c.alpha)))) = decltype(c.alpha);
+    Channels channels;
+    std::memcpy(&channels, &c, sizeof channels);
+    return Compute::FromVector(__builtin_convertvector(channels, FnColorFloat::Vector));
   } else {
     return Compute::Of(c.alpha, c.red, c.green, c.blue);
   }

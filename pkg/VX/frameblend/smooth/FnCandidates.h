@@ -18,13 +18,25 @@ class FnRandom {
       : state_(static_cast<uint32_t>(y) * static_cast<uint32_t>(width) + static_cast<uint32_t>(x)) {
   }
 
+  // A number of 15 bits.
   uint32_t Next() {
     const uint32_t a = state_ * 0x41C64E6Du + 0x3039u;
     state_ = a * 0x41C64E6Du + 0x3039u;
     return ((state_ >> 16) & 0xFF) ^ (((a >> 16) & 0xFF) << 7);
   }
+  // Next() modulo n, for n of 1..256. The product with 2^32 / n, rounded up, has the exact quotient
+  // of numbers of up to 24 bits.
+  uint32_t Below(uint32_t n) {
+    const uint32_t number = Next();
+    return number - static_cast<uint32_t>(number * kInverses[n] >> 32) * n;
+  }
 
  private:
+  static constexpr std::array<uint64_t, 257> kInverses = [] {
+    std::array<uint64_t, 257> inverses{};
+    for (uint64_t n = 1; n < inverses.size(); ++n) inverses[n] = ((uint64_t{1} << 32) + n - 1) / n;
+    return inverses;
+  }();
   uint32_t state_;
 };
 
@@ -48,8 +60,8 @@ class FnCandidates {
   void Shuffle(FnRandom random) {
     const auto n = static_cast<uint32_t>(count_);
     for (uint32_t swaps = (n - 1) / 2 + 1; swaps > 0; --swaps) {
-      const size_t a = random.Next() % n;
-      const size_t b = random.Next() % n;
+      const size_t a = random.Below(n);
+      const size_t b = random.Below(n);
       std::swap(items_[a], items_[b]);
     }
   }

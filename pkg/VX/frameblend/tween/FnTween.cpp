@@ -218,7 +218,7 @@ struct FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::Side {
   }
   void Shuffle(FnRandom* random) {
     const auto n = static_cast<uint32_t>(count);
-    for (uint32_t i = 0; i < n; ++i) std::swap(items[i], items[random->Next() % n]);
+    for (uint32_t i = 0; i < n; ++i) std::swap(items[i], items[random->Below(n)]);
   }
   void FillFrom(const Side& other) {
     for (int32_t i = 0; i < other.count; ++i) {

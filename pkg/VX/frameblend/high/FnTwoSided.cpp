@@ -28,16 +28,16 @@ int32_t Split(float p, int32_t size, float* fraction) {
   return whole;
 }
 
-Vec4 Bilinear(const Colors& picture, float px, float py) {
-  const int32_t width = picture.width(), height = picture.height();
+// The sample at a position whose whole numbers are the centres of elements; the ends are held.
+template <class Stored>
+Stored Bilinear(const FnMap<Stored>& map, float px, float py) {
+  const int32_t width = map.width(), height = map.height();
   float fx, fy;
   const int32_t i = Split(px, width, &fx), j = Split(py, height, &fy);
   const int32_t i0 = Held(i, width), i1 = Held(i + 1, width);
-  const FnColorFloat* const upper = picture.row(Held(j, height));
-  const FnColorFloat* const lower = picture.row(Held(j + 1, height));
-  const Vec4 a = Load(upper[i0]), b = Load(upper[i1]), c = Load(lower[i0]), d = Load(lower[i1]);
-  const Vec4 top = a + (b - a) * fx, bottom = c + (d - c) * fx;
-  return top + (bottom - top) * fy;
+  const Stored* const upper = map.row(Held(j, height));
+  const Stored* const lower = map.row(Held(j + 1, height));
+  return FnBilinear<true>(upper[i0], upper[i1], lower[i0], lower[i1], fx, fy);
 }
 
 struct CubicWeights {
@@ -75,21 +75,6 @@ Vec4 Cubic(const Colors& picture, float px, float py) {
     sum += part * row.w[r];
   }
   return sum;
-}
-
-FnFlowVector FlowAt(const FnFlowMap& flow, float px, float py) {
-  const int32_t width = flow.width(), height = flow.height();
-  float fx, fy;
-  const int32_t i = Split(px, width, &fx), j = Split(py, height, &fy);
-  const int32_t i0 = Held(i, width), i1 = Held(i + 1, width);
-  const FnFlowVector* const upper = flow.row(Held(j, height));
-  const FnFlowVector* const lower = flow.row(Held(j + 1, height));
-  const auto mix = [&](float a, float b, float c, float d) {
-    const float top = a + (b - a) * fx, bottom = c + (d - c) * fx;
-    return top + (bottom - top) * fy;
-  };
-  return {mix(upper[i0].u, upper[i1].u, lower[i0].u, lower[i1].u),
-          mix(upper[i0].v, upper[i1].v, lower[i0].v, lower[i1].v)};
 }
 
 float Square(const FnFlowVector& f) { return f.u * f.u + f.v * f.v; }
@@ -181,8 +166,9 @@ float MakeCost(const Colors& a, const Colors& b, const FnFlowMap& flow, const Fn
   FnForRows(interrupt, height, [&](int32_t y) {
     for (int32_t x = 0; x < width; ++x) {
       const FnFlowVector f = flow.row(y)[x];
-      const Vec4 other = Bilinear(b, static_cast<float>(x) + f.u, static_cast<float>(y) + f.v);
-      cost->row(y)[x] = SumOfAbs(Load(a.row(y)[x]) - other) * (1.0f / 3);
+      const FnColorFloat other =
+          Bilinear(b, static_cast<float>(x) + f.u, static_cast<float>(y) + f.v);
+      cost->row(y)[x] = SumOfAbs(Load(a.row(y)[x] - other)) * (1.0f / 3);
     }
   });
   Filter(std::array<float, 5>{0.2f, 0.2f, 0.2f, 0.2f, 0.2f}, interrupt, cost, spare);
@@ -192,7 +178,7 @@ float MakeCost(const Colors& a, const Colors& b, const FnFlowMap& flow, const Fn
     for (int32_t x = 0; x < width; ++x) {
       const FnFlowVector f = flow.row(y)[x];
       const float px = static_cast<float>(x) + f.u, py = static_cast<float>(y) + f.v;
-      const FnFlowVector g = FlowAt(back, px, py);
+      const FnFlowVector g = Bilinear(back, px, py);
       const float apart = Square({f.u + g.u, f.v + g.v});
       const bool outside = px < 0 || py < 0 || px > static_cast<float>(width - 1) ||
                            py > static_cast<float>(height - 1);
@@ -334,7 +320,7 @@ class Instant {
   }
   // 0..1 for each side: whether the motion there is that of the vector.
   void Visibility(const Sides& s, const FnFlowVector& f, float* a, float* b) const {
-    const FnFlowVector fa = FlowAt(forward_, s.ax, s.ay), fb = FlowAt(backward_, s.bx, s.by);
+    const FnFlowVector fa = Bilinear(forward_, s.ax, s.ay), fb = Bilinear(backward_, s.bx, s.by);
     const float scale = 0.5f / (1 + 0.02f * Square(f));
     *a = Falloff(Square(fa - f) * scale);
     *b = Falloff(Square(fb + f) * scale);

@@ -252,8 +252,7 @@ void Command::GaveBytes(const char* name, const void* bytes, size_t size, size_t
 
 void Command::Finish(VX_Err code, bool keeps_on_refusal) {
   Gave("code", code);
-  if (progress_stop_ >= 0 && progress_calls_ > progress_stop_ &&
-      (code != VX_ErrStopped || progress_calls_ > progress_stop_ + 1)) {
+  if (WasStopped() && (code != VX_ErrStopped || progress_calls_ > progress_stop_ + 1)) {
     Fail("went on after a stop");
   }
   const bool refused = keeps_on_refusal && code != VX_Ok && code < VX_ErrStopped && code > 0;

@@ -143,6 +143,8 @@ class Command {
 
   // Null, or a progress record; one in eight stops at some call.
   VX_ProgressInfo* Progress();
+  // Returns whether a call of progress stopped the command.
+  bool WasStopped() const { return progress_stop_ >= 0 && progress_calls_ > progress_stop_; }
   // Like Progress, for calls whose polling is not documented step by step: it never stops and is
   // not part of the result.
   VX_ProgressInfo* FreeProgress();

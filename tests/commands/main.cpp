@@ -2,19 +2,21 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // vx_commands: seeded random commands of operations on pixels, against their slow twins, against
-// another processor level, and into digests.
+// another processor level or several threads, and into digests.
 
 #include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include "Operations.h"
 #include "Options.h"
 #include "unit/Levels.h"
+#include "unit/ThreadIterator.h"
 
 namespace {
 
@@ -28,6 +30,9 @@ constexpr char kUsage[] =
     "  --digest       a line for each operation with the digest of its results\n"
     "  --level LEVEL  what the processor record reports: none, sse2 or all (the default)\n"
     "  --against LEVEL  compares the results bit for bit with those at this level, not with twins\n"
+    "  --iterator N   processes rows on N threads, and compares the results bit for bit with "
+    "those\n"
+    "                 of the built-in iterator; after a stop only codes and progress\n"
     "  --list         the operations\n"
     "\n"
     "Ends with 0 when all is good, 1 after a wrong result, 2 for wrong options, 3 after a crash.\n";
@@ -35,7 +40,7 @@ constexpr char kUsage[] =
 constexpr uint64_t kAll = UINT64_MAX;
 
 struct Options {
-  uint64_t seed = 1, count = 200, at = kAll;
+  uint64_t seed = 1, count = 200, at = kAll, iterator = 0;
   std::string operation, level = "all", against;
   bool digest = false, list = false;
 };
@@ -61,32 +66,49 @@ std::pair<uint32_t, uint32_t> Range(const Options& options) {
   return {0, static_cast<uint32_t>(options.count)};
 }
 
-// Returns the number of operations whose results depend on the level.
-int CompareLevels(const std::vector<Operation>& operations, const Options& options) {
+using Results = std::vector<std::vector<Part>>;
+
+// Returns the results of the operation's commands with the library born at a level. With an
+// iterator, the pixels of stopped commands are left out, because threads stop at other rows.
+Results ResultsAt(const std::string& level, uint64_t iterator, const Operation& operation,
+                  const Options& options) {
+  const BornAtLevel born(level);
+  std::optional<ThreadIterator> threads;
+  if (iterator > 0) threads.emplace(static_cast<int32_t>(iterator));
   const auto [first, end] = Range(options);
+  Results results;
+  for (uint32_t i = first; i < end; ++i) {
+    SetRunning(operation, options, i);
+    Command command(operation.name.c_str(), options.seed, i);
+    Execute(command, operation.run, operation.keeps_on_refusal);
+    results.push_back(command.parts());
+    if (options.iterator > 0 && command.WasStopped()) {
+      std::erase_if(results.back(), [](const Part& part) { return part.name == "pixels"; });
+    }
+  }
+  return results;
+}
+
+// Returns the number of operations whose results depend on the level or the iterator.
+int Compare(const std::vector<Operation>& operations, const Options& options) {
+  const std::string other = options.against.empty() ? options.level : options.against;
   int wrong = 0;
   for (const Operation& operation : operations) {
-    const auto results_at = [&, first = first, end = end](const std::string& level) {
-      const BornAtLevel born(level);
-      std::vector<std::vector<Part>> results;
-      for (uint32_t i = first; i < end; ++i) {
-        SetRunning(operation, options, i);
-        Command command(operation.name.c_str(), options.seed, i);
-        Execute(command, operation.run, operation.keeps_on_refusal);
-        results.push_back(command.parts());
-      }
-      return results;
-    };
     if (!operation.in_digest) continue;
-    const auto want = results_at(options.against), got = results_at(options.level);
-    for (uint32_t i = first; i < end; ++i) {
-      const std::string text = Difference(got[i - first], want[i - first], 0, false);
+    const Results want = ResultsAt(other, 0, operation, options);
+    const Results got = ResultsAt(options.level, options.iterator, operation, options);
+    for (uint32_t i = 0; i < want.size(); ++i) {
+      const std::string text = Difference(got[i], want[i], 0, false);
       if (text.empty()) continue;
-      SetRunning(operation, options, i);
+      SetRunning(operation, options, i + Range(options).first);
       std::printf("WRONG: %s%s\n", running, text.c_str());
       ++wrong;
       break;
     }
+  }
+  if (options.iterator > 1 && ThreadIterator::OtherItems() == 0) {
+    std::printf("WRONG: all rows were processed on one thread\n");
+    ++wrong;
   }
   return wrong;
 }
@@ -127,6 +149,7 @@ int Run(int count, char** words) {
                 {"--level", &options.level},
                 {"--against", &options.against},
                 {"--digest", &options.digest},
+                {"--iterator", &options.iterator},
                 {"--list", &options.list}});
   Command::logs = options.at != kAll;
   std::vector<Operation> operations;
@@ -151,7 +174,8 @@ int Run(int count, char** words) {
     const BornAtLevel born(options.level);
     return RunAll(operations, options);
   };
-  const int wrong = options.against.empty() ? run_all() : CompareLevels(operations, options);
+  const int wrong =
+      options.against.empty() && options.iterator == 0 ? run_all() : Compare(operations, options);
   if (!options.digest) {
     std::printf("%zu operations, %d wrong; seed %llu\n", operations.size(), wrong,
                 static_cast<unsigned long long>(options.seed));

@@ -9,7 +9,9 @@
 #include "blend/VXp_CompositeRect.h"
 #include "blend/VXp_FourPixels.h"
 #include "blend/modes/VXp_RowModes.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Dispatch.h"
+#include "frame/VXp_RowMemory.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
@@ -61,13 +63,15 @@ VX_Err MixRows(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& a, const VX_Wo
                VX_Fixed ratio, VX_WorldX<Pixel>& dst) {
   const int32_t width = std::min({a.width, b.width, dst.width});
   const int32_t height = std::min({a.height, b.height, dst.height});
-  for (int32_t y = 0; y < height; ++y) {
+  const auto memory = [&](const VX_WorldX<Pixel>& world) {
+    return VXp_MemoryOf(world.Row(0), world.rowbytes, width, height);
+  };
+  const VXp_Bands bands =
+      VXp_PlanBands(height, width, VXp_RowsAreIndependent(memory(dst), {memory(a), memory(b)}));
+  return VXp_ForBands(bands, progress, [&](int32_t, int32_t y) -> VX_Err {
     Row<Pixel>::Mix(width, a.Row(y), b.Row(y), ratio, dst.Row(y));
-    if (progress == nullptr || progress->progress_func == nullptr) continue;
-    const VX_Err stop = progress->progress_func(progress->progress_refcon, y + 1, height);
-    if (stop != VX_Ok) return stop;
-  }
-  return VX_Ok;
+    return VX_Ok;
+  });
 }
 
 template <template <class> class Row>

@@ -13,7 +13,9 @@
 #include "blend/VXp_TransferRectPlus.h"
 #include "blend/VXp_TransferRows.h"
 #include "blend/mask/VXp_MaskRow.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Dispatch.h"
+#include "frame/VXp_RowMemory.h"
 #include "housekeeping/VXp_ClearAlpha.h"
 
 namespace {
@@ -30,32 +32,45 @@ struct Transfer {
   VXp_CopyArea area;
 };
 
+// The rows can be computed in any order if neither source nor mask shares other rows with the
+// destination. The caller's scratch has one row.
 template <class Pixel>
-VX_Err TransferRows(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_WorldX<Pixel>* mask,
-                    VX_BlendModeDescriptor<Pixel>& descriptor, const VXp_RowBuffers& buffers,
-                    VX_WorldX<Pixel>& dst) {
+VXp_Bands PlanTransfer(const Transfer& call, const VX_WorldX<Pixel>& src,
+                       const VX_WorldX<Pixel>* mask, VX_WorldX<Pixel>& dst) {
   const VXp_CopyArea& area = call.area;
-  auto* const alpha = static_cast<VX_ChannelOf<Pixel>*>(buffers.alpha());
-  for (int32_t row = 0; row < area.height; ++row) {
-    const int32_t y = area.dest_y + row;
-    if (VXp_DrawsRow(call.field, y)) {
-      const Pixel* mask_row = nullptr;
-      if (mask != nullptr) {
-        mask_row = VXp_MaskRow(*call.mask, *mask, area.dest_x, area.width, y,
-                               static_cast<Pixel*>(buffers.mask()));
-      }
-      const VX_Err error = VXp_BlendRow<Pixel>(call.curves, call.progress, area.width, descriptor,
-                                               src.Row(area.source_y + row) + area.source_x,
-                                               mask_row, alpha, dst.Row(y) + area.dest_x);
-      if (error != VX_Ok) return error;
-    }
-    if ((y & 0x7F) == 0) {
-      const VX_Err stop = VXp_Poll(call.progress, row, area.height);
-      if (stop != VX_Ok) return stop;
-    }
-    descriptor.blendingMode.seed = VXp_NextSeed(descriptor.blendingMode.seed, y);
-  }
-  return VX_Ok;
+  const VXp_RowMemory to =
+      VXp_MemoryOf(dst.Row(area.dest_y) + area.dest_x, dst.rowbytes, area.width, area.height);
+  const VXp_RowMemory from =
+      VXp_MemoryOf(src.Row(area.source_y) + area.source_x, src.rowbytes, area.width, area.height);
+  const bool independent =
+      call.scratch == nullptr && VXp_RowsAreIndependent(to, {from}) &&
+      (mask == nullptr || !VXp_ShareMemory(to, VXp_MemoryOf(*mask, sizeof(Pixel))));
+  return VXp_PlanBands(area.height, area.width, independent);
+}
+
+template <class Pixel>
+VX_Err TransferRows(const Transfer& call, const VXp_Bands& bands, const VX_WorldX<Pixel>& src,
+                    const VX_WorldX<Pixel>* mask, const VX_BlendModeDescriptor<Pixel>& descriptor,
+                    const VXp_RowBuffers& buffers, VX_WorldX<Pixel>& dst) {
+  const VXp_CopyArea& area = call.area;
+  const auto report = [&](int32_t row) -> VX_Err {
+    return ((area.dest_y + row) & 0x7F) == 0 ? VXp_Poll(call.progress, row, area.height) : VX_Ok;
+  };
+  return VXp_ForBands(
+      bands, VXp_HasProgress(call.progress), report, [&](int32_t thread, int32_t row) -> VX_Err {
+        const int32_t y = area.dest_y + row;
+        if (!VXp_DrawsRow(call.field, y)) return VX_Ok;
+        const Pixel* mask_row = nullptr;
+        if (mask != nullptr) {
+          mask_row = VXp_MaskRow(*call.mask, *mask, area.dest_x, area.width, y,
+                                 buffers.Mask<Pixel>(thread));
+        }
+        VX_BlendModeDescriptor<Pixel> of_row = descriptor;
+        of_row.blendingMode.seed = VXp_SeedOfRow(descriptor.blendingMode.seed, area.dest_y, y);
+        return VXp_BlendRow<Pixel>(call.curves, call.progress, area.width, of_row,
+                                   src.Row(area.source_y + row) + area.source_x, mask_row,
+                                   buffers.Alpha<Pixel>(thread), dst.Row(y) + area.dest_x);
+      });
 }
 
 // The stencil modes set alpha to 0 outside the rectangle.
@@ -80,11 +95,12 @@ VX_Err TransferAt(const Transfer& call, const VX_WorldX<Pixel>& src, const VX_Wo
   const auto width = static_cast<size_t>(call.area.width);
   const bool saves = descriptor.savesDstAlpha != 0 && blending.keepDstAlpha != 0;
   const bool makes_mask = mask != nullptr && call.mask->what != VX_MaskUse_Alpha;
+  const VXp_Bands bands = PlanTransfer(call, src, mask, dst);
   VXp_RowBuffers buffers(call.scratch);
-  VX_Err error = buffers.Reserve(saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0,
+  VX_Err error = buffers.Reserve(bands.threads, saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0,
                                  makes_mask ? width * sizeof(Pixel) : 0);
   if (error == VX_Ok) error = ClearOutside(call, &dst);
-  if (error == VX_Ok) error = TransferRows(call, src, mask, descriptor, buffers, dst);
+  if (error == VX_Ok) error = TransferRows(call, bands, src, mask, descriptor, buffers, dst);
   return error;
 }
 

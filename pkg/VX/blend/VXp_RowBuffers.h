@@ -31,22 +31,56 @@ class VXp_CallBlock {
   void* block_ = nullptr;
 };
 
+// One row for each thread of a call, in one block.
+class VXp_ThreadRows {
+ public:
+  // Allocates a row of `bytes` for each of `threads` threads, or nothing for 0 bytes. Call once per
+  // object. Returns false if out of memory.
+  bool Reserve(int32_t threads, size_t bytes) {
+    constexpr size_t kCacheLine = 64;
+    stride_ = (bytes + kCacheLine - 1) / kCacheLine * kCacheLine;
+    return block_.Reserve(threads > 1 ? static_cast<size_t>(threads) * stride_ : bytes);
+  }
+  // Null if nothing was allocated.
+  template <class T>
+  T* Row(int32_t thread) const {
+    void* const first = block_.get();
+    if (first == nullptr) return nullptr;
+    return reinterpret_cast<T*>(static_cast<char*>(first) + static_cast<size_t>(thread) * stride_);
+  }
+
+ private:
+  size_t stride_ = 0;
+  VXp_CallBlock block_;
+};
+
+// The rows of saved alphas and of mask values.
 class VXp_RowBuffers {
  public:
-  // Uses the rows of the caller's scratch if `given` is not null.
+  // Uses the rows of the caller's scratch if `given` is not null; for one thread only.
   explicit VXp_RowBuffers(const VX_BlendScratch* given) : given_(given) {}
 
   // Allocates the rows. Sizes are in bytes, 0 for a row that is not needed. Returns VX_Ok or
   // VX_ErrOutOfMemory.
-  VX_Err Reserve(size_t alpha_bytes, size_t mask_bytes) {
+  VX_Err Reserve(int32_t threads, size_t alpha_bytes, size_t mask_bytes) {
     if (given_ != nullptr) return VX_Ok;
-    return alpha_.Reserve(alpha_bytes) && mask_.Reserve(mask_bytes) ? VX_Ok : VX_ErrOutOfMemory;
+    return alpha_.Reserve(threads, alpha_bytes) && mask_.Reserve(threads, mask_bytes)
+               ? VX_Ok
+               : VX_ErrOutOfMemory;
   }
 
-  void* alpha() const { return given_ != nullptr ? given_->alpha_row : alpha_.get(); }
-  void* mask() const { return given_ != nullptr ? given_->mask_row : mask_.get(); }
+  template <class Pixel>
+  VX_ChannelOf<Pixel>* Alpha(int32_t thread) const {
+    using Channel = VX_ChannelOf<Pixel>;
+    return given_ != nullptr ? static_cast<Channel*>(given_->alpha_row)
+                             : alpha_.Row<Channel>(thread);
+  }
+  template <class Pixel>
+  Pixel* Mask(int32_t thread) const {
+    return given_ != nullptr ? static_cast<Pixel*>(given_->mask_row) : mask_.Row<Pixel>(thread);
+  }
 
  private:
   const VX_BlendScratch* given_;
-  VXp_CallBlock alpha_, mask_;
+  VXp_ThreadRows alpha_, mask_;
 };

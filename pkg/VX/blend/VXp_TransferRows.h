@@ -23,13 +23,17 @@ inline VX_Err VXp_Poll(VX_ProgressInfo* progress, int32_t done, int32_t total) {
   return progress->progress_func(progress->progress_refcon, done, total);
 }
 
-// VXp_FirstSeed is the seed of dissolve for the first row of an area whose left column is `left`;
-// VXp_NextSeed is the seed for the row after row y.
+// The seed of dissolve for the first row of an area whose left column is `left`.
 inline int32_t VXp_FirstSeed(int32_t seed, int32_t left) {
   return static_cast<int32_t>(static_cast<uint32_t>(seed) + static_cast<uint32_t>(left));
 }
-inline int32_t VXp_NextSeed(int32_t seed, int32_t y) {
-  return static_cast<int32_t>(static_cast<uint32_t>(seed) + 12281u * static_cast<uint32_t>(y));
+// The seed for row y of an area whose first row is `top` with the seed `first`. From row k to the
+// next, the seed grows by 12281 k modulo 2^32. The sum of top..y - 1 is T(y) - T(top) with the
+// triangular numbers T(k) = k (k - 1) / 2.
+inline int32_t VXp_SeedOfRow(int32_t first, int32_t top, int32_t y) {
+  const auto triangle = [](int64_t k) { return static_cast<uint32_t>(k * (k - 1) / 2); };
+  return static_cast<int32_t>(static_cast<uint32_t>(first) +
+                              12281u * (triangle(y) - triangle(top)));
 }
 
 template <class Pixel>

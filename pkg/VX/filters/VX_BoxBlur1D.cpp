@@ -120,10 +120,9 @@ class BoxBlur {
 
   void Run() {
     const VXp_BlurScratch scratch(Rows(), extents_.Largest() * state_.tile * kSize);
-    VXp_BlurLines<Pixel>(state_, scratch,
-                         [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
-                           Lines(scratch, thread, line, to, lines);
-                         });
+    VXp_BlurLines<Pixel>(state_, [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
+      Lines(scratch, thread, line, to, lines);
+    });
   }
 
  private:

@@ -107,17 +107,16 @@ class GaussianPass {
     constexpr int64_t slack = kBlock * static_cast<int64_t>(sizeof(Channel));
     const VXp_BlurScratch scratch(
         1, sees_source_ ? Positions() * state_.tile * kPositionBytes + slack : 0);
-    VXp_BlurLines<Pixel>(state_, scratch,
-                         [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
-                           auto* const row = reinterpret_cast<Channel*>(scratch.Row(thread, 0));
-                           if (!sees_source_) {
-                             VXp_ZeroBlurLines(state_, to, lines, sizeof(Pixel));
-                           } else if (state_.dst_premultiplied) {
-                             Lines<false>(row, line, to, lines);
-                           } else {
-                             Lines<true>(row, line, to, lines);
-                           }
-                         });
+    VXp_BlurLines<Pixel>(state_, [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
+      auto* const row = reinterpret_cast<Channel*>(scratch.Row(thread, 0));
+      if (!sees_source_) {
+        VXp_ZeroBlurLines(state_, to, lines, sizeof(Pixel));
+      } else if (state_.dst_premultiplied) {
+        Lines<false>(row, line, to, lines);
+      } else {
+        Lines<true>(row, line, to, lines);
+      }
+    });
   }
 
  private:

@@ -17,7 +17,7 @@
 //   VXp_BoxEngine            the positions of a running window along lines
 //   VXp_RunningSums.h        the sums of a running window, of one channel and of four
 //   VXp_GaussianSums         weighted sums over a symmetric window
-//   VXp_ForLines.h           distributes lines to threads; errors, progress
+//   VXp_JoinedProgress.h     progress of both passes
 //   VXp_BlurScratch          scratch for each thread
 //
 // Convolution does not use these files. It is in VX_Convolve.cpp and VXp_ConvolveLanes.h.
@@ -32,7 +32,8 @@
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_World.h"
 #include "filters/VXp_BlurScratch.h"
-#include "filters/VXp_ForLines.h"
+#include "filters/VXp_JoinedProgress.h"
+#include "frame/VXp_Bands.h"
 
 // A world as lines along one direction: rows or columns.
 struct VXp_BlurSide {
@@ -136,16 +137,16 @@ VXp_BlurLineRange VXp_LinesWithSource(const VX_Blur1DState& state, int32_t first
 // line, and sets the other lines to zero. Throws the error of a line, of progress or of the
 // iterator.
 template <class Pixel, class Blur>
-void VXp_BlurLines(VX_Blur1DState& state, const VXp_BlurScratch& scratch, const Blur& blur) {
+void VXp_BlurLines(VX_Blur1DState& state, const Blur& blur) {
   constexpr int32_t kSize = sizeof(Pixel);
-  VXp_ThrowIf(
-      VXp_ForLines(VXp_G_OverFuncs.VX_IterateGeneric_Static, state.progress, state.dst.lines,
-                   state.tile, [&](int32_t thread, int32_t first, int32_t count) -> VX_Err {
-                     if (thread < 0 || thread >= scratch.threads()) return VX_ErrBadParameter;
-                     const auto [inner, lines] = VXp_LinesWithSource(state, first, count);
-                     VXp_ZeroBlurLines(state, first, inner - first, kSize);
-                     if (lines > 0) blur(thread, state.line_offset + inner, inner, lines);
-                     VXp_ZeroBlurLines(state, inner + lines, first + count - inner - lines, kSize);
-                     return VX_Ok;
-                   }));
+  constexpr int64_t kWork = 4;  // of a pixel, see VXp_PlanBands
+  const VXp_Bands bands = VXp_PlanItems(state.dst.lines, kWork * state.dst.length, state.tile);
+  VXp_ThrowIf(VXp_ForBands(
+      bands, state.progress, [&](int32_t thread, int32_t first, int32_t count) -> VX_Err {
+        const auto [inner, lines] = VXp_LinesWithSource(state, first, count);
+        VXp_ZeroBlurLines(state, first, inner - first, kSize);
+        if (lines > 0) blur(thread, state.line_offset + inner, inner, lines);
+        VXp_ZeroBlurLines(state, inner + lines, first + count - inner - lines, kSize);
+        return VX_Ok;
+      }));
 }

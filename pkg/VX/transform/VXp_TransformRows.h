@@ -101,6 +101,7 @@ VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, Sourc
   const int32_t width = area.right - area.left, height = area.bottom - area.top;
   VXp_RowBlender<Pixel> blender(call.progress, work.descriptor, call.curves, work.mask != nullptr,
                                 work.alpha_row);
+  const int32_t first_seed = work.descriptor.blendingMode.seed;
   for (int32_t row = 0; row < height; ++row) {
     const int32_t y = area.top + row;
     if (VXp_DrawsRow(call.field, y)) {
@@ -120,8 +121,7 @@ VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, Sourc
     if ((row & progress_bits) == 0) {
       if (const VX_Err stop = VXp_Poll(call.progress, row, height)) return stop;
     }
-    int32_t& seed = work.descriptor.blendingMode.seed;
-    seed = VXp_NextSeed(seed, y);
+    work.descriptor.blendingMode.seed = VXp_SeedOfRow(first_seed, area.top, y + 1);
   }
   return VX_Ok;
 }

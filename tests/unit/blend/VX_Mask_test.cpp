@@ -6,6 +6,9 @@
 
 #include "VX/VX_Mask.h"
 
+#include <utility>
+
+#include "frame/VXp_Bands.h"
 #include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
 
@@ -91,7 +94,10 @@ TYPED_TEST(Mask, RowsGoThroughTheirSlots) {
   };
   EXPECT_EQ(merge(&forwards), VX_Ok);
   table.VX_IterateGeneric_Static = &Backwards;
+  VXHost_SetNumThreads(3);
+  const VXp_BandSizes sizes = std::exchange(VXp_G_BandSizes, {1, 1});
   EXPECT_EQ(merge(&world), VX_Ok);
+  VXp_G_BandSizes = sizes;
   EXPECT_EQ(got.bytes, want.bytes);
 
   table.VX_MergeMaskRow8From8 = [](int32_t, const uint8_t*, VX_Pixel8*) { return VX_Err{808}; };
@@ -107,6 +113,7 @@ TYPED_TEST(Mask, RowsGoThroughTheirSlots) {
     VX_UnoBuffer buffer(5, 5, depth);
     EXPECT_EQ(Merge(&buffer, &world), kDepth<TypeParam> * 100 + depth);
   }
+  VXHost_SetNumThreads(1);
 }
 
 }  // namespace

@@ -80,7 +80,8 @@ VX_Err VX_MatteFromWorld(VX_ProgressInfo* progress, const VX_LayerDef* world, in
   return WithPair(buffer, world, [&](auto tag) {
     using Pixel = typename decltype(tag)::Pixel;
     const auto matte_row = kMatteRows<Pixel>[what];
-    return VXp_ForUnoRows(progress, world->height, [&](int32_t, int32_t y) -> VX_Err {
+    const VXp_Bands bands = VXp_PlanItems(world->height, world->width);
+    return VXp_ForBands(bands, progress, [&](int32_t, int32_t y) -> VX_Err {
       matte_row(world->width, VXp_PixelAddress<Pixel>(*world, 0, y),
                 VXp_UnoRow<VX_ChannelOf<Pixel>>(*buffer, 0, y));
       return VX_Ok;
@@ -92,7 +93,8 @@ VX_Err VX_WorldFromMatte(VX_ProgressInfo* progress, const VX_UnoBuffer* buffer,
                          VX_LayerDef* world) {
   return WithPair(buffer, world, [&](auto tag) {
     using Pixel = typename decltype(tag)::Pixel;
-    return VXp_ForUnoRows(progress, world->height, [&](int32_t, int32_t y) -> VX_Err {
+    const VXp_Bands bands = VXp_PlanItems(world->height, world->width);
+    return VXp_ForBands(bands, progress, [&](int32_t, int32_t y) -> VX_Err {
       GreyRow<Pixel>(world->width, VXp_UnoRow<VX_ChannelOf<Pixel>>(*buffer, 0, y),
                      VXp_PixelAddress<Pixel>(*world, 0, y));
       return VX_Ok;

@@ -63,7 +63,8 @@ M_LRect AreaOf(const VX_World& world, Position position, const M_Rect* rect,
 template <class Pixel>
 VX_Err Merge(const VX_ProgressInfo* progress, Position position, const M_LRect& area,
              const VX_UnoBuffer& buffer, const VX_World& world) {
-  return VXp_ForUnoRows(progress, world.height, [&](int32_t, int32_t y) -> VX_Err {
+  const VXp_Bands bands = VXp_PlanItems(world.height, world.width);
+  return VXp_ForBands(bands, progress, [&](int32_t, int32_t y) -> VX_Err {
     char* const row = VXp_PixelAddress<Pixel>(world, 0, y);
     if (y < area.top || y >= area.bottom) {
       ClearAlpha<Pixel>(row, world.width);

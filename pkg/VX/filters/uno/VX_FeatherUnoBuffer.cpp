@@ -8,6 +8,7 @@
 
 #include "VX/VX_UnoBuffer.h"
 #include "filters/VXp_BlurScratch.h"
+#include "filters/VXp_JoinedProgress.h"
 #include "filters/uno/VXp_Scan.h"
 #include "filters/uno/VXp_UnoBuffer.h"
 
@@ -86,11 +87,11 @@ class Feather {
     const VXp_BlurScratch scratch(passes > 1 ? 2 : 1, ScratchSize());
     VXp_JoinedProgress joined(progress_, int64_t{rows} + tiles);
     const VX_Err error = OnThreads(
-        scratch, joined.info(), rows,
+        scratch, joined.info(), rows, buffer_.width,
         [&](int32_t row, Sample* memory, Sample* other) { return Row(row, memory, other); });
     if (error != VX_Ok) return error;
     joined.PassDone(rows);
-    return OnThreads(scratch, joined.info(), tiles,
+    return OnThreads(scratch, joined.info(), tiles, int64_t{buffer_.height} * kLines,
                      [&](int32_t i, Sample* memory, Sample* other) -> VX_Err {
                        Columns(i * kLines, memory, other);
                        return VX_Ok;
@@ -102,9 +103,9 @@ class Feather {
 
   template <class Work>
   static VX_Err OnThreads(const VXp_BlurScratch& scratch, const VX_ProgressInfo* progress,
-                          int32_t items, const Work& work) {
-    return VXp_ForUnoRows(progress, items, [&](int32_t thread, int32_t i) -> VX_Err {
-      if (thread < 0 || thread >= scratch.threads()) return VX_ErrBadParameter;
+                          int32_t items, int64_t item_work, const Work& work) {
+    const VXp_Bands bands = VXp_PlanItems(items, item_work);
+    return VXp_ForBands(bands, progress, [&](int32_t thread, int32_t i) -> VX_Err {
       return work(i, reinterpret_cast<Sample*>(scratch.Row(thread, 0)),
                   reinterpret_cast<Sample*>(scratch.Row(thread, 1)));
     });

@@ -160,9 +160,10 @@ VX_Err VX_AccumulateUnoBuffers(VX_ProgressInfo* progress, const VX_UnoBuffer* sr
     const int32_t gain_dst = ScaledGain(dst_gain, src->depth);
     const VXp_CopyArea area = VXp_UnoCopyArea(*src, VXp_UnoWhole(*src), rect, point, *dst);
     const bool small = int64_t{area.width} * area.height < kWorthThreads;
-    const auto iterate = small ? &VX_IterateGeneric_Static : &VX_IterateGeneric;
+    const VXp_Bands bands = small ? VXp_PlanBands(area.height, area.width, /*independent=*/false)
+                                  : VXp_PlanItems(area.height, area.width);
     const auto accumulate_row = VXp_G_OverFuncs.VX_UnoAccumulateRow;
-    return VXp_ForUnoRows(iterate, progress, area.height, [&](int32_t, int32_t i) -> VX_Err {
+    return VXp_ForBands(bands, progress, [&](int32_t, int32_t i) -> VX_Err {
       return accumulate_row(area.width, mode, src->depth,
                             AddressOf(*src, area.source_x, area.source_y + i), gain_src, gain_dst,
                             dst->depth, AddressOf(*dst, area.dest_x, area.dest_y + i));

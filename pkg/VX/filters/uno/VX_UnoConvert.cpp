@@ -67,12 +67,12 @@ VX_Err VX_ConvertDeepUnoBuffer(VX_ProgressInfo* progress, const VX_UnoBuffer* sr
       using To = VX_ChannelOf<typename decltype(to)::Pixel>;
       if (area.right <= area.left) return VX_Ok;
       const auto convert_row = VXp_G_OverFuncs.VX_UnoConvertRow;
-      const int32_t rows = area.bottom - area.top;
-      return VXp_ForUnoRows(progress, rows, [&](int32_t, int32_t i) -> VX_Err {
+      const int32_t width = area.right - area.left;
+      const VXp_Bands bands = VXp_PlanItems(area.bottom - area.top, width);
+      return VXp_ForBands(bands, progress, [&](int32_t, int32_t i) -> VX_Err {
         const int32_t y = area.top + i;
-        return convert_row(area.right - area.left, src->depth,
-                           VXp_UnoAddress<From>(*src, area.left, y), flag, dst->depth,
-                           VXp_UnoAddress<To>(*dst, area.left, y));
+        return convert_row(width, src->depth, VXp_UnoAddress<From>(*src, area.left, y), flag,
+                           dst->depth, VXp_UnoAddress<To>(*dst, area.left, y));
       });
     });
   });

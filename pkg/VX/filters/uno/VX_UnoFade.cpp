@@ -56,10 +56,10 @@ VX_Err InvertAndFade(bool invert, double opacity, VX_UnoBuffer* buffer,
     const auto fade_row = FadeRow(tag);
     const int32_t height = whole.bottom;
     const int32_t rows = std::max(kRunBytes / static_cast<int32_t>(sizeof(Sample)) / width, 1);
-    const int32_t runs = height / rows + (height % rows != 0 ? 1 : 0);
-    return VXp_ForUnoRows(nullptr, runs, [&](int32_t, int32_t i) -> VX_Err {
-      Sample* const run = VXp_UnoRow<Sample>(*buffer, 0, i * rows);
-      const int32_t count = std::min(rows, height - i * rows) * width;
+    const VXp_Bands bands = VXp_PlanItems(height, width, rows);
+    return VXp_ForBands(bands, [&](int32_t, int32_t first, int32_t run_rows) -> VX_Err {
+      Sample* const run = VXp_UnoRow<Sample>(*buffer, 0, first);
+      const int32_t count = run_rows * width;
       if (invert) VXp_UnoInvertRow(count, run);
       return fade ? fade_row(count, scaled, run) : VX_Ok;
     });

@@ -39,8 +39,8 @@ class Transfer {
     if (whole.right == 0) return VX_Ok;
     const int32_t first = Clears() ? 0 : area_.dest_y;
     const int32_t rows = Clears() ? whole.bottom : area_.height;
-    return VXp_ForUnoRows(progress, rows,
-                          [&](int32_t, int32_t i) -> VX_Err { return Row(first + i); });
+    return VXp_ForBands(VXp_PlanItems(rows, whole.right), progress,
+                        [&](int32_t, int32_t i) -> VX_Err { return Row(first + i); });
   }
 
  private:

@@ -20,7 +20,7 @@
 
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_UnoBuffer.h"
-#include "filters/VXp_ForLines.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_Rects.h"
 #include "frame/VXp_Report.h"
@@ -93,23 +93,6 @@ inline VXp_CopyArea VXp_UnoCopyArea(const VX_UnoBuffer& src, const M_LRect& boun
   return {static_cast<int32_t>(left),         static_cast<int32_t>(top),
           static_cast<int32_t>(left + dx),    static_cast<int32_t>(top + dy),
           static_cast<int32_t>(right - left), static_cast<int32_t>(bottom - top)};
-}
-
-// --- rows ----------------------------------------------------------------------------------------
-
-// Processes single rows with VXp_ForLines: calls `work(thread, i)` for i from 0 to count - 1.
-template <class Work>
-VX_Err VXp_ForUnoRows(VX_IterateGenericFunc iterate, const VX_ProgressInfo* progress, int32_t count,
-                      const Work& work) {
-  return VXp_ForLines(
-      iterate, progress, count, /*tile=*/1,
-      [&](int32_t thread, int32_t i, int32_t) -> VX_Err { return work(thread, i); });
-}
-
-// Like VXp_ForUnoRows above, with the iterator of the override table.
-template <class Work>
-VX_Err VXp_ForUnoRows(const VX_ProgressInfo* progress, int32_t count, const Work& work) {
-  return VXp_ForUnoRows(VXp_G_OverFuncs.VX_IterateGeneric_Static, progress, count, work);
 }
 
 // --- row routines --------------------------------------------------------------------------------

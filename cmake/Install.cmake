@@ -23,6 +23,8 @@ if(TARGET vx)
 endif()
 
 install(TARGETS ${vx_libraries} EXPORT VXTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# The default folder of the embedded host for acceleration modules: vx/modules beside libVXHost.
+install(TARGETS module_parallel LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vx/modules)
 install(TARGETS VX_static VXHost_static EXPORT VXStaticTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${vx_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

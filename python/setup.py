@@ -36,6 +36,10 @@ class FromCMake(build_ext):
             shutil.copy(module[0], package)
             for path in libraries:  # with the file names that the loader uses
                 shutil.copy(path, package / "lib")
+            # libVXHost loads acceleration modules from the folder vx/modules beside it.
+            (package / "lib/vx/modules").mkdir(parents=True, exist_ok=True)
+            for path in pathlib.Path(stage).rglob("vx/modules/*.RZX"):
+                shutil.copy(path, package / "lib/vx/modules")
 
     def make_tree(self):
         options = {"CMAKE_BUILD_TYPE": "Release", "Python_EXECUTABLE": sys.executable,

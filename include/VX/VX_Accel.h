@@ -42,6 +42,21 @@
 // progress and errors. A routine may leave cases to the one that was in the slot before: keep its
 // pointer at the load call.
 //
+// The generic iterator (slot 53, VX_IterateGeneric_Static) is the slot through which the library
+// uses several threads. accel/parallel replaces it; a host with threads of its own may store its
+// iterator there instead, after the scan for modules or without one. In addition to the rules in
+// VX_Iterate.h:
+//
+//   - Index 0 is the calling thread, which takes part, and no other one: operations call their
+//     progress function while they are thread 0. Other threads have indices from 1 to
+//     U_GetNumThreads() - 1. Two calls of the function that run at the same time for one iteration
+//     have different indices, because an index selects scratch memory.
+//   - After an error no further item starts. The iterator returns when no item runs any more.
+//   - Exceptions must not leave the iterator.
+//   - An iteration that is started inside of an item gets a thread 0 of its own: the thread of the
+//     item. It may run serially.
+//   - Calls may be made on several threads at the same time.
+//
 // A module that does not link the library cannot call exported functions such as VXp_WorldDepth. It
 // uses the routines in the slots and in the block, and gets the depth of a valid world like this:
 //
@@ -87,6 +102,9 @@ struct VX_ModuleBlock {
   VXp_OverrideTable* slots;  // the table itself
   uint16_t version[2];       // 2, 1; also the fourth argument of the entry
   VXp_OverrideTable saved;   // the table before the call
+  // Returns U_GetNumThreads(), the number of threads that routines may use. It may be changed while
+  // no operation runs.
+  int32_t (*num_threads)();
 };
 
 // Describes a module with one routine that accelerates VX. Use it once, outside of any namespace.

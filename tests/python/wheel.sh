@@ -33,4 +33,5 @@ assert (vx.read("red.png") == red).all()
 loaded = {line.split()[-1] for line in open("/proc/self/maps") if "/libVX" in line}
 assert len(loaded) == 4 and all(path.startswith(sys.prefix) for path in loaded), loaded
 assert (pathlib.Path(vx.__file__).parent / "py.typed").exists()
+assert [(pathlib.Path(m.path).name, m.error) for m in vx.host.modules()] == [("parallel.RZX", "")]
 PYTHON

@@ -41,7 +41,8 @@ VX_Err CallToLoad(const Loaded& routine) {
   if (error != VX_Ok) return error;
   VX_ModuleBlock block{ReportForModule, &callbacks,       std::calloc, std::free,
                        std::malloc,     std::realloc,     std::exit,   VXp_G_fcm_table,
-                       VXp_G_fcd_table, &VXp_G_OverFuncs, {2, 1},      VXp_G_OverFuncs};
+                       VXp_G_fcd_table, &VXp_G_OverFuncs, {2, 1},      VXp_G_OverFuncs,
+                       U_GetNumThreads};
   const VXp_OverrideTable before = VXp_G_OverFuncs;  // the block's copy is open to the module
   int32_t command = 2;
   error = VXp_Guarded(

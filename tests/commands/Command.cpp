@@ -227,7 +227,8 @@ VX_ProgressInfo* Command::Progress() {
 
 VX_ProgressInfo* Command::FreeProgress() {
   if (OneIn(3)) return nullptr;
-  progress_.progress_func = [](void*, int32_t, int32_t) -> VX_Err { return VX_Ok; };
+  progress_.progress_refcon = this;
+  progress_.progress_func = &OnProgress;
   return &progress_;
 }
 

@@ -145,8 +145,7 @@ class Command {
   VX_ProgressInfo* Progress();
   // Returns whether a call of progress stopped the command.
   bool WasStopped() const { return progress_stop_ >= 0 && progress_calls_ > progress_stop_; }
-  // Like Progress, for calls whose polling is not documented step by step: it never stops and is
-  // not part of the result.
+  // Like Progress, but never stops, for calls whose polling is not documented step by step.
   VX_ProgressInfo* FreeProgress();
 
   // --- result ---

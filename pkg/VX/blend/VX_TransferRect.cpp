@@ -65,9 +65,8 @@ VX_Err TransferRows(const Transfer& call, const VXp_Bands& bands, const VX_World
           mask_row = VXp_MaskRow(*call.mask, *mask, area.dest_x, area.width, y,
                                  buffers.Mask<Pixel>(thread));
         }
-        VX_BlendModeDescriptor<Pixel> of_row = descriptor;
-        of_row.blendingMode.seed = VXp_SeedOfRow(descriptor.blendingMode.seed, area.dest_y, y);
-        return VXp_BlendRow<Pixel>(call.curves, call.progress, area.width, of_row,
+        return VXp_BlendRow<Pixel>(call.curves, call.progress, area.width,
+                                   VXp_DescriptorOfRow(descriptor, area.dest_y, y),
                                    src.Row(area.source_y + row) + area.source_x, mask_row,
                                    buffers.Alpha<Pixel>(thread), dst.Row(y) + area.dest_x);
       });

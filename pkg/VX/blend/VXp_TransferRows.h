@@ -36,6 +36,15 @@ inline int32_t VXp_SeedOfRow(int32_t first, int32_t top, int32_t y) {
                               12281u * (triangle(y) - triangle(top)));
 }
 
+// Returns the descriptor for row y of an area; `descriptor` is that for its first row, `top`.
+template <class Pixel>
+VX_BlendModeDescriptor<Pixel> VXp_DescriptorOfRow(const VX_BlendModeDescriptor<Pixel>& descriptor,
+                                                  int32_t top, int32_t y) {
+  VX_BlendModeDescriptor<Pixel> of_row = descriptor;
+  of_row.blendingMode.seed = VXp_SeedOfRow(descriptor.blendingMode.seed, top, y);
+  return of_row;
+}
+
 template <class Pixel>
 VX_BlendingMode<Pixel> VXp_BlendingModeOf(const VX_CompositeModePlus& mode, int32_t left) {
   VX_BlendingMode<Pixel> blending{};

@@ -6,6 +6,7 @@
 #include "VX/VX_OverrideTable.h"
 #include "blend/VXp_RowBuffers.h"
 #include "frame/VXp_Dispatch.h"
+#include "frame/VXp_RowMemory.h"
 #include "housekeeping/VXp_Area.h"
 #include "housekeeping/VXp_ClearAlpha.h"
 #include "transform/VXp_RowSources.h"
@@ -14,37 +15,6 @@
 namespace {
 
 // --- checks --------------------------------------------------------------------------------------
-
-struct Memory {
-  const char *first, *end;
-};
-
-Memory MemoryOf(const VX_LayerDef& world, int32_t depth) {
-  const char* const first = static_cast<const char*>(world.data);
-  const ptrdiff_t down = (ptrdiff_t{world.height} - 1) * world.rowbytes;
-  const ptrdiff_t row = ptrdiff_t{world.width} * depth / 2;
-  return {first + std::min<ptrdiff_t>(down, 0), first + std::max<ptrdiff_t>(down, 0) + row};
-}
-
-// Returns whether two areas share pixels. Two parts of one picture may have rows that alternate in
-// memory without overlapping.
-bool ShareRows(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
-  if (a.rowbytes != b.rowbytes || a.rowbytes <= 0) return true;
-  const ptrdiff_t stride = a.rowbytes;
-  const ptrdiff_t apart = static_cast<const char*>(b.data) - static_cast<const char*>(a.data);
-  const ptrdiff_t column = ((apart % stride) + stride) % stride, row = (apart - column) / stride;
-  const ptrdiff_t a_width = ptrdiff_t{a.width} * depth / 2,
-                  b_width = ptrdiff_t{b.width} * depth / 2;
-  // A row of b that starts at `column` may extend over the end of the stride into the next row.
-  const auto rows_meet = [&](ptrdiff_t first) { return first < a.height && first + b.height > 0; };
-  return (column < a_width && rows_meet(row)) || (column + b_width > stride && rows_meet(row + 1));
-}
-
-bool ShareMemory(const VX_LayerDef& a, const VX_LayerDef& b, int32_t depth) {
-  if (a.width <= 0 || a.height <= 0 || b.width <= 0 || b.height <= 0) return false;
-  const Memory of_a = MemoryOf(a, depth), of_b = MemoryOf(b, depth);
-  return of_a.first < of_b.end && of_b.first < of_a.end && ShareRows(a, b, depth);
-}
 
 VX_Err Check(const VXp_TransformCall& call) {
   if (!VXp_HasPixels(call.src) || !VXp_HasPixels(call.dst) || call.mode == nullptr ||
@@ -60,7 +30,8 @@ VX_Err Check(const VXp_TransformCall& call) {
   const VX_Err error =
       VXp_WithPixel(depth, kVXp_UnknownDepthText, [](auto) -> VX_Err { return 0; });
   if (error != VX_Ok) return error;
-  if (ShareMemory(*call.src, *call.dst, depth)) {
+  const size_t pixel_size = static_cast<size_t>(depth) / 2;
+  if (VXp_ShareMemory(VXp_MemoryOf(*call.src, pixel_size), VXp_MemoryOf(*call.dst, pixel_size))) {
     return VXp_FailVerification("VX_TransformWorld cannot draw a world into its own pixels");
   }
   if (VXp_TraitsOfMode(call.mode->mode).needs_mask && call.mask == nullptr) {
@@ -132,8 +103,8 @@ VXp_Interval IntervalOf(const VXp_TransformCall& call, const VXp_TransformPlan& 
 template <class Pixel>
 VX_Err DrawIntervals(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
                      const VX_LayerDef& src, const VXp_LineSampler<Pixel>& sampler,
-                     VXp_CallBlock* intervals_block, VXp_CallBlock* row_block) {
-  const std::span intervals(static_cast<VXp_Interval*>(intervals_block->get()),
+                     const VXp_CallBlock& intervals_block, const VXp_ThreadRows& sums) {
+  const std::span intervals(static_cast<VXp_Interval*>(intervals_block.get()),
                             static_cast<size_t>(plan.samples));
   int32_t index = 0;
   for (VXp_Interval& interval : intervals) {
@@ -144,24 +115,23 @@ VX_Err DrawIntervals(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& pl
       })) {
     for (VXp_Interval& interval : intervals) interval.kind = VXp_SampleKind::Nearest;
   }
-  auto* const sums = static_cast<VXp_MotionSum<Pixel>*>(row_block->get());
-  auto* const samples = reinterpret_cast<Pixel*>(sums + (work.area.right - work.area.left));
   const auto rounding = work.call.rule == VXp_MotionRule::EveryMatrix ? VXp_MotionRounding::Nearest
                                                                       : VXp_MotionRounding::Down;
-  VXp_IntervalRows<Pixel> source(intervals, plan.area, sums, samples, sampler, rounding);
+  const VXp_IntervalRows<Pixel> source(intervals, plan.area, sums, sampler, rounding);
   return VXp_DrawRows(work, VXp_ProgressBits(work.call, plan.high), source);
 }
 
 template <class Pixel>
 VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
-                const VX_LayerDef& src, VXp_CallBlock* intervals, VXp_CallBlock* sums) {
+                const VX_LayerDef& src, const VXp_CallBlock& intervals,
+                const VXp_ThreadRows& sums) {
   const VXp_LineSampler<Pixel> sampler(work.call.progress, src);
   if (plan.path == VXp_TransformPath::Intervals) {
     return DrawIntervals(work, plan, src, sampler, intervals, sums);
   }
   VX_SampPB record = VXp_RecordOf(src, plan.first.to_destination);
   record.motion_samples = plan.samples;
-  const auto draw = [&](auto source) {
+  const auto draw = [&](const auto& source) {
     return VXp_DrawRows(work, VXp_ProgressBits(work.call, plan.high), source);
   };
   if (!plan.moves) return draw(VXp_StillRows<Pixel>(plan, sampler, record));
@@ -169,6 +139,21 @@ VX_Err DrawPath(const VXp_RowWork<Pixel>& work, const VXp_TransformPlan& plan,
       sampler.Copies(VXp_SampleKindOf(record, plan.high)) && VXp_MotionPositions(plan).AreWhole();
   if (plan.high && !copies) return draw(VXp_MotionHighRows<Pixel>(plan, sampler, record));
   return draw(VXp_MotionNearestRows<Pixel>(plan, sampler, record));
+}
+
+// The source does not share memory with the destination (see Check).
+template <class Pixel>
+VXp_Bands PlanRows(const VXp_TransformPlan& plan, const VX_WorldX<Pixel>* mask,
+                   const VX_WorldX<Pixel>& dst) {
+  constexpr int64_t kSampleWork = 2;  // see VXp_PlanBands
+  const M_LRect& area = plan.area;
+  const int32_t width = area.right - area.left, height = area.bottom - area.top;
+  const VXp_RowMemory to = VXp_MemoryOf(dst.Row(area.top) + area.left, dst.rowbytes, width, height);
+  const bool independent =
+      VXp_RowsAreIndependent(to) &&
+      (mask == nullptr || !VXp_ShareMemory(to, VXp_MemoryOf(*mask, sizeof(Pixel))));
+  const bool still = plan.path == VXp_TransformPath::Rows && !plan.moves;
+  return VXp_PlanBands(height, kSampleWork * width * (still ? 1 : plan.samples), independent);
 }
 
 // Draws row by row. All checks and allocations precede the first change of a pixel.
@@ -183,27 +168,25 @@ VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan,
   const bool saves = descriptor.savesDstAlpha != 0 && descriptor.blendingMode.keepDstAlpha != 0;
   const bool makes_mask = mask != nullptr && call.mask->what != VX_MaskUse_Alpha;
   const bool intervals = plan.path == VXp_TransformPath::Intervals;
-  VXp_CallBlock alpha_row, mask_row, sampled, interval_block, sums;
-  if (!alpha_row.Reserve(saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0) ||
-      !mask_row.Reserve(makes_mask ? width * sizeof(Pixel) : 0) ||
-      !sampled.Reserve(width * sizeof(Pixel)) ||
+  const VXp_Bands bands = PlanRows(plan, mask, dst);
+  VXp_RowBuffers buffers(/*given=*/nullptr);
+  VXp_ThreadRows sampled, sums;
+  VXp_CallBlock interval_block;
+  const VX_Err error =
+      buffers.Reserve(bands.threads, saves ? width * sizeof(VX_ChannelOf<Pixel>) : 0,
+                      makes_mask ? width * sizeof(Pixel) : 0);
+  if (error != VX_Ok) return error;
+  if (!sampled.Reserve(bands.threads, width * sizeof(Pixel)) ||
       !interval_block.Reserve(intervals ? static_cast<size_t>(plan.samples) * sizeof(VXp_Interval)
                                         : 0) ||
-      !sums.Reserve(intervals ? width * (sizeof(VXp_MotionSum<Pixel>) + sizeof(Pixel)) : 0)) {
+      !sums.Reserve(bands.threads, intervals ? VXp_IntervalRows<Pixel>::ScratchBytes(width) : 0)) {
     return VX_ErrOutOfMemory;
   }
   if (VXp_TraitsOfMode(call.mode->mode).clears_outside) {
-    if (const VX_Err error = VXp_ClearAlphaExceptRect(&dst, &plan.area)) return error;
+    if (const VX_Err failure = VXp_ClearAlphaExceptRect(&dst, &plan.area)) return failure;
   }
-  const VXp_RowWork<Pixel> work{call,
-                                plan.area,
-                                descriptor,
-                                mask,
-                                static_cast<VX_ChannelOf<Pixel>*>(alpha_row.get()),
-                                static_cast<Pixel*>(mask_row.get()),
-                                static_cast<Pixel*>(sampled.get()),
-                                dst};
-  return DrawPath(work, plan, src, &interval_block, &sums);
+  const VXp_RowWork<Pixel> work{call, plan.area, bands, descriptor, mask, buffers, sampled, dst};
+  return DrawPath(work, plan, src, interval_block, sums);
 }
 
 VX_Err DrawByRows(const VXp_TransformCall& call, const VXp_TransformPlan& plan) {

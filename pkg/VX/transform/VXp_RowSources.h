@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The sources of the rows of a transform, one class for each kind of motion. Each stores a row of
-// sampled pixels and returns the order of sampling:
+// The sources of the rows of a transform, one class for each kind of motion. Each stores row `row`
+// of the area, sampled by the thread of this index, and returns the order of sampling:
 //
-//   VXp_LineParts Sample(int32_t count, Pixel* out)
-//   void NextRow()
+//   VXp_LineParts Sample(int32_t thread, int32_t row, int32_t count, Pixel* out) const
 
 #include <span>
 
+#include "blend/VXp_RowBuffers.h"
 #include "transform/VXp_LineSampler.h"
 #include "transform/VXp_MotionGroup.h"
 #include "transform/VXp_MotionSum.h"
@@ -48,10 +48,9 @@ class VXp_StillRows {
     if (sampler.Copies(kind_) && positions_.IsExactMove()) kind_ = VXp_SampleKind::Nearest;
   }
 
-  VXp_LineParts Sample(int32_t count, Pixel* out) {
-    return sampler_.Sample(kind_, positions_.Row(count), record_, out);
+  VXp_LineParts Sample(int32_t, int32_t row, int32_t count, Pixel* out) const {
+    return sampler_.Sample(kind_, positions_.Row(row, count), record_, out);
   }
-  void NextRow() { positions_.NextRow(); }
 
  private:
   const VXp_LineSampler<Pixel>& sampler_;
@@ -67,15 +66,16 @@ class VXp_StillRows {
 struct VX_TransformRowParams {
   int64_t start_x, start_y, end_x, end_y;
   int64_t dx, dy, end_dx, end_dy;
+  int32_t samples;
 
   // Returns the path of pixel i from its first position to its last, which is not included.
-  VXp_Line PathAt(int32_t i, int32_t samples) const {
+  VXp_Line PathAt(int32_t i) const {
     const int64_t x = start_x + i * dx, y = start_y + i * dy;
     return {x, y, (end_x + i * end_dx - x) / samples, (end_y + i * end_dy - y) / samples, samples};
   }
 };
 
-// The source positions of the current row at the first and at the last matrix.
+// The source positions of an area at the first and at the last matrix.
 class VXp_MotionPositions {
  public:
   VXp_MotionPositions(const VXp_TransformPlan& plan)
@@ -83,14 +83,10 @@ class VXp_MotionPositions {
         last_(plan.last.to_source, plan.area),
         samples_(plan.samples) {}
 
-  void NextRow() {
-    first_.NextRow();
-    last_.NextRow();
+  VX_TransformRowParams Row(int32_t row) const {
+    const VXp_Line first = first_.Row(row, 0), last = last_.Row(row, 0);
+    return {first.x, first.y, last.x, last.y, first.dx, first.dy, last.dx, last.dy, samples_};
   }
-  VX_TransformRowParams Row() const {
-    return {first_.x, first_.y, last_.x, last_.y, first_.dx, first_.dy, last_.dx, last_.dy};
-  }
-  VXp_Line PathAt(int32_t i) const { return Row().PathAt(i, samples_); }
   // Returns whether the path of each pixel is that of its left neighbour, shifted to the right by
   // one source pixel.
   bool SlidesByPixels() const {
@@ -104,7 +100,6 @@ class VXp_MotionPositions {
            first_.dy == last_.dy && (last_.x - first_.x) % whole == 0 &&
            (last_.y - first_.y) % whole == 0;
   }
-  int32_t samples() const { return samples_; }
 
  private:
   VXp_SourcePositions first_, last_;
@@ -114,14 +109,14 @@ class VXp_MotionPositions {
 // Computes the pixels of `run`. `sample_path(line, buffer)` stores the samples along the path of
 // one pixel; the pixel becomes their average.
 template <class Pixel, class SamplePath>
-void VXp_SamplePaths(const VXp_MotionPositions& positions, const VXp_Run& run, Pixel* out,
+void VXp_SamplePaths(const VX_TransformRowParams& row, const VXp_Run& run, Pixel* out,
                      const SamplePath& sample_path) {
   Pixel samples[256];
   for (int32_t i = run.first; i < run.end; ++i) {
-    const VXp_LineParts parts = sample_path(positions.PathAt(i), samples);
+    const VXp_LineParts parts = sample_path(row.PathAt(i), samples);
     VXp_MotionSum<Pixel> sum;
     sum.Add(samples, parts);
-    out[i] = sum.Average(positions.samples());
+    out[i] = sum.Average(row.samples);
   }
 }
 
@@ -133,13 +128,12 @@ class VXp_MotionNearestRows {
                         const VX_SampPB&)
       : sampler_(sampler), positions_(plan) {}
 
-  VXp_LineParts Sample(int32_t count, Pixel* out) {
-    VXp_SamplePaths(positions_, {0, count}, out, [this](const VXp_Line& path, Pixel* samples) {
-      return sampler_.Nearest(path, samples);
-    });
+  VXp_LineParts Sample(int32_t, int32_t row, int32_t count, Pixel* out) const {
+    VXp_SamplePaths(
+        positions_.Row(row), {0, count}, out,
+        [this](const VXp_Line& path, Pixel* samples) { return sampler_.Nearest(path, samples); });
     return {0, count, count, count};
   }
-  void NextRow() { positions_.NextRow(); }
 
  private:
   const VXp_LineSampler<Pixel>& sampler_;
@@ -153,31 +147,31 @@ class VXp_MotionHighRows {
                      const VX_SampPB& record)
       : sampler_(sampler), record_(record), positions_(plan) {}
 
-  VXp_LineParts Sample(int32_t count, Pixel* out) {
+  VXp_LineParts Sample(int32_t, int32_t row, int32_t count, Pixel* out) const {
+    const VX_TransformRowParams params = positions_.Row(row);
     if (VXp_NeedsBox(record_)) {
-      VXp_SamplePaths(positions_, {0, count}, out, [this](const VXp_Line& path, Pixel* samples) {
+      VXp_SamplePaths(params, {0, count}, out, [this](const VXp_Line& path, Pixel* samples) {
         return sampler_.Box(path, record_, samples);
       });
     } else if (positions_.SlidesByPixels()) {
-      SampleSliding(count, out);
+      SampleSliding(params, count, out);
     } else {
-      SampleGroups(count, out);
+      SampleGroups(params, count, out);
     }
     return {0, count, count, count};
   }
-  void NextRow() { positions_.NextRow(); }
 
  private:
   // Samples pixels whose paths are inside the source in groups, and the others one by one.
-  void SampleGroups(int32_t count, Pixel* out) const {
+  void SampleGroups(const VX_TransformRowParams& params, int32_t count, Pixel* out) const {
     VXp_MotionGroup<Pixel> group(sampler_, record_);
     for (int32_t i = 0; i < count; ++i) {
-      const VXp_Line path = positions_.PathAt(i);
+      const VXp_Line path = params.PathAt(i);
       if (group.Takes(path)) {
         group.Take(path, out + i);
       } else {
         group.FinishBefore(out + i);
-        VXp_SamplePaths(positions_, {i, i + 1}, out, [this](const VXp_Line& line, Pixel* samples) {
+        VXp_SamplePaths(params, {i, i + 1}, out, [this](const VXp_Line& line, Pixel* samples) {
           return sampler_.Path(line, record_, samples);
         });
       }
@@ -187,12 +181,12 @@ class VXp_MotionHighRows {
 
   // Samples paths that differ only by a shift of one source pixel from pixel to pixel. Their
   // positions have equal fractions, so all pixels share the weights of each sub-sample.
-  void SampleSliding(int32_t count, Pixel* out) {
-    const VXp_Line path = positions_.PathAt(0);
-    for (int32_t k = 0; k < path.count; ++k)
-      sampler_.Weights(path.X(k), path.Y(k), &weights_.at[k]);
-    const auto sample = [this](const VXp_Line& at, Pixel* samples) {
-      return sampler_.Path(at, record_, weights_, samples);
+  void SampleSliding(const VX_TransformRowParams& params, int32_t count, Pixel* out) const {
+    const VXp_Line path = params.PathAt(0);
+    VXp_WeightTable weights;
+    for (int32_t k = 0; k < path.count; ++k) sampler_.Weights(path.X(k), path.Y(k), &weights.at[k]);
+    const auto sample = [&](const VXp_Line& at, Pixel* samples) {
+      return sampler_.Path(at, record_, weights, samples);
     };
     VXp_Run inside{count, count};
     if (sampler_.SpansServeWeights()) {
@@ -203,9 +197,9 @@ class VXp_MotionHighRows {
       }
       if (inside.Empty()) inside = {count, count};
     }
-    VXp_SamplePaths(positions_, {0, inside.first}, out, sample);
+    VXp_SamplePaths(params, {0, inside.first}, out, sample);
     AverageSpans(path, count, inside, out);
-    VXp_SamplePaths(positions_, {inside.end, count}, out, sample);
+    VXp_SamplePaths(params, {inside.end, count}, out, sample);
   }
 
   // Returns the positions of sub-sample k of all pixels as a line.
@@ -232,14 +226,13 @@ class VXp_MotionHighRows {
   const VXp_LineSampler<Pixel>& sampler_;
   const VX_SampPB& record_;
   VXp_MotionPositions positions_;
-  VXp_WeightTable weights_;
 };
 
 // --- any motion: one sub-sample at each matrix ---------------------------------------------------
 
 // The sub-sample at one matrix, for all pixels.
 struct VXp_Interval {
-  VXp_SourcePositions positions;  // at the first row of `area`, later at the current row
+  VXp_SourcePositions positions;  // of `area`
   M_LRect area;                   // the pixels that the sub-sample can change; may be empty
   VXp_SampleKind kind;
   VX_SampPB record;
@@ -248,50 +241,49 @@ struct VXp_Interval {
 template <class Pixel>
 class VXp_IntervalRows {
  public:
-  // `area` contains the areas of all intervals. `sums` and `samples` have as many elements as a row
-  // of `area` has pixels.
-  VXp_IntervalRows(std::span<VXp_Interval> intervals, const M_LRect& area,
-                   VXp_MotionSum<Pixel>* sums, Pixel* samples,
-                   const VXp_LineSampler<Pixel>& sampler, VXp_MotionRounding rounding)
+  // `area` contains the areas of all intervals. Each row of `scratch` has ScratchBytes(width of
+  // `area`) bytes.
+  VXp_IntervalRows(std::span<const VXp_Interval> intervals, const M_LRect& area,
+                   const VXp_ThreadRows& scratch, const VXp_LineSampler<Pixel>& sampler,
+                   VXp_MotionRounding rounding)
       : intervals_(intervals),
         left_(area.left),
-        y_(area.top),
-        sums_(sums),
-        samples_(samples),
+        top_(area.top),
+        scratch_(scratch),
         sampler_(sampler),
         rounding_(rounding) {}
 
-  VXp_LineParts Sample(int32_t count, Pixel* out) {
-    std::fill_n(sums_, count, VXp_MotionSum<Pixel>{});
+  static size_t ScratchBytes(size_t width) {
+    return width * (sizeof(VXp_MotionSum<Pixel>) + sizeof(Pixel));
+  }
+
+  VXp_LineParts Sample(int32_t thread, int32_t row, int32_t count, Pixel* out) const {
+    auto* const sums = scratch_.Row<VXp_MotionSum<Pixel>>(thread);
+    auto* const samples = reinterpret_cast<Pixel*>(sums + count);
+    const int32_t y = top_ + row;
+    std::fill_n(sums, count, VXp_MotionSum<Pixel>{});
     VXp_Run reached{count, 0};
     for (const VXp_Interval& interval : intervals_) {
       const M_LRect& area = interval.area;
-      if (y_ < area.top || y_ >= area.bottom) continue;
-      const VXp_Line line = interval.positions.Row(area.right - area.left);
-      const VXp_LineParts parts = sampler_.Sample(interval.kind, line, interval.record, samples_);
+      if (y < area.top || y >= area.bottom) continue;
+      const VXp_Line line = interval.positions.Row(y - area.top, area.right - area.left);
+      const VXp_LineParts parts = sampler_.Sample(interval.kind, line, interval.record, samples);
       if (parts.first >= parts.end) continue;
       const int32_t shift = area.left - left_;
-      for (int32_t i = parts.first; i < parts.end; ++i) sums_[shift + i].Add(samples_[i]);
+      for (int32_t i = parts.first; i < parts.end; ++i) sums[shift + i].Add(samples[i]);
       reached = {std::min(reached.first, shift + parts.first),
                  std::max(reached.end, shift + parts.end)};
     }
-    const auto samples = static_cast<int32_t>(intervals_.size());
-    for (int32_t i = 0; i < count; ++i) out[i] = sums_[i].Average(samples, rounding_);
+    const auto steps = static_cast<int32_t>(intervals_.size());
+    for (int32_t i = 0; i < count; ++i) out[i] = sums[i].Average(steps, rounding_);
     if (reached.Empty()) return {};
     return {reached.first, reached.end, reached.end, reached.end};
   }
-  void NextRow() {
-    for (VXp_Interval& interval : intervals_) {
-      if (y_ >= interval.area.top) interval.positions.NextRow();
-    }
-    ++y_;
-  }
 
  private:
-  std::span<VXp_Interval> intervals_;
-  int32_t left_, y_;
-  VXp_MotionSum<Pixel>* sums_;
-  Pixel* samples_;
+  std::span<const VXp_Interval> intervals_;
+  int32_t left_, top_;
+  const VXp_ThreadRows& scratch_;
   const VXp_LineSampler<Pixel>& sampler_;
   VXp_MotionRounding rounding_;
 };

@@ -51,10 +51,9 @@ struct VXp_SourcePositions {
   VXp_SourcePositions() = default;
   VXp_SourcePositions(const M_Matrix3& to_source, const M_LRect& area);
 
-  VXp_Line Row(int32_t count) const { return {x, y, dx, dy, count}; }
-  void NextRow() {
-    x += row_dx;
-    y += row_dy;
+  // Returns the positions of `count` pixels of a row of the area.
+  VXp_Line Row(int32_t row, int32_t count) const {
+    return {x + row * row_dx, y + row * row_dy, dx, dy, count};
   }
 
   // Returns whether the area shows unchanged source pixels: all positions are whole, and the map is

@@ -7,7 +7,9 @@
 #include <cstring>
 
 #include "blend/VXp_LightRows.h"
+#include "blend/VXp_RowBuffers.h"
 #include "blend/VXp_TransferRows.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_PixelTraits.h"
 #include "transform/VXp_LineSampler.h"
 #include "transform/VXp_TransformMask.h"
@@ -38,38 +40,34 @@ auto VXp_AlphaTotal(const Pixel* row, const VXp_LineParts& parts) {
 template <class Pixel>
 class VXp_RowBlender {
  public:
-  VXp_RowBlender(VX_ProgressInfo* progress, const VX_BlendModeDescriptor<Pixel>& descriptor,
-                 const VX_LightCurves* curves, bool has_mask, VX_ChannelOf<Pixel>* alpha_row)
-      : progress_(progress), descriptor_(descriptor), curves_(curves), alpha_row_(alpha_row) {
+  using Total = decltype(VXp_AlphaTotal<Pixel>(nullptr, {}));
+
+  VXp_RowBlender(const VXp_TransformCall& call, const VX_BlendModeDescriptor<Pixel>& descriptor)
+      : call_(call) {
     const VX_BlendingMode<Pixel>& mode = descriptor.blendingMode;
     acts_on_nothing_ = VXp_TraitsOfMode(mode.mode).draws_transparent_rows;
-    copies_opaque_ = mode.mode == VX_Xfer_InFront && !has_mask && mode.keepDstAlpha == 0 &&
-                     mode.opacity == VXp_PixelTraits<Pixel>::kFull;
+    copies_opaque_ = mode.mode == VX_Xfer_InFront && call.mask == nullptr &&
+                     mode.keepDstAlpha == 0 && mode.opacity == VXp_PixelTraits<Pixel>::kFull;
   }
 
-  // Returns false if the row cannot change the destination. Call it before Blend.
-  bool Acts(const Pixel* row, const VXp_LineParts& parts) {
-    total_ = VXp_AlphaTotal(row, parts);
-    return acts_on_nothing_ || total_ != 0;
-  }
+  // Returns false if a row with this sum of alphas cannot change the destination.
+  bool Acts(Total total) const { return acts_on_nothing_ || total != 0; }
 
-  // Blends the row for which Acts was called last.
-  VX_Err Blend(int32_t count, const Pixel* row, const Pixel* mask, Pixel* dst) const {
-    using Total = decltype(total_);
+  // Blends a row with this sum of alphas.
+  VX_Err Blend(Total total, int32_t count, const VX_BlendModeDescriptor<Pixel>& descriptor,
+               const Pixel* row, const Pixel* mask, VX_ChannelOf<Pixel>* alpha_row,
+               Pixel* dst) const {
     constexpr auto kFull = static_cast<Total>(VXp_PixelTraits<Pixel>::kFull);
-    if (copies_opaque_ && total_ == static_cast<Total>(count) * kFull) {
+    if (copies_opaque_ && total == static_cast<Total>(count) * kFull) {
       std::memcpy(static_cast<void*>(dst), row, static_cast<size_t>(count) * sizeof(Pixel));
       return VX_Ok;
     }
-    return VXp_BlendRow<Pixel>(curves_, progress_, count, descriptor_, row, mask, alpha_row_, dst);
+    return VXp_BlendRow<Pixel>(call_.curves, call_.progress, count, descriptor, row, mask,
+                               alpha_row, dst);
   }
 
  private:
-  VX_ProgressInfo* progress_;
-  const VX_BlendModeDescriptor<Pixel>& descriptor_;
-  const VX_LightCurves* curves_;
-  VX_ChannelOf<Pixel>* alpha_row_;
-  decltype(VXp_AlphaTotal<Pixel>(nullptr, {})) total_{};
+  const VXp_TransformCall& call_;
   bool acts_on_nothing_, copies_opaque_;
 };
 
@@ -78,10 +76,11 @@ template <class Pixel>
 struct VXp_RowWork {
   const VXp_TransformCall& call;
   const M_LRect& area;
-  VX_BlendModeDescriptor<Pixel>& descriptor;
+  const VXp_Bands& bands;
+  const VX_BlendModeDescriptor<Pixel>& descriptor;  // of the first row
   const VX_WorldX<Pixel>* mask;
-  VX_ChannelOf<Pixel>* alpha_row;
-  Pixel *mask_row, *sampled;  // with as many pixels as a row of the area
+  const VXp_RowBuffers& buffers;
+  const VXp_ThreadRows& sampled;  // rows with as many pixels as a row of the area
   VX_WorldX<Pixel>& dst;
 };
 
@@ -95,33 +94,29 @@ inline int32_t VXp_ProgressBits(const VXp_TransformCall& call, bool high) {
 // Draws all rows of `source`, an object of a class of VXp_RowSources.h. Returns VX_Ok, the first
 // error, or the code that progress returned.
 template <class Pixel, class Source>
-VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, Source& source) {
+VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, const Source& source) {
   const VXp_TransformCall& call = work.call;
   const M_LRect& area = work.area;
   const int32_t width = area.right - area.left, height = area.bottom - area.top;
-  VXp_RowBlender<Pixel> blender(call.progress, work.descriptor, call.curves, work.mask != nullptr,
-                                work.alpha_row);
-  const int32_t first_seed = work.descriptor.blendingMode.seed;
-  for (int32_t row = 0; row < height; ++row) {
+  const VXp_RowBlender<Pixel> blender(call, work.descriptor);
+  const auto report = [&](int32_t row) -> VX_Err {
+    return (row & progress_bits) == 0 ? VXp_Poll(call.progress, row, height) : VX_Ok;
+  };
+  const auto draw = [&](int32_t thread, int32_t row) -> VX_Err {
     const int32_t y = area.top + row;
-    if (VXp_DrawsRow(call.field, y)) {
-      const VXp_LineParts parts = source.Sample(width, work.sampled);
-      if (blender.Acts(work.sampled, parts)) {
-        const Pixel* mask_row = nullptr;
-        if (work.mask != nullptr) {
-          mask_row =
-              VXp_TransformMaskRow(*call.mask, *work.mask, area.left, width, y, work.mask_row);
-        }
-        const VX_Err error =
-            blender.Blend(width, work.sampled, mask_row, work.dst.Row(y) + area.left);
-        if (error != VX_Ok) return error;
-      }
+    if (!VXp_DrawsRow(call.field, y)) return VX_Ok;
+    Pixel* const sampled = work.sampled.template Row<Pixel>(thread);
+    const VXp_LineParts parts = source.Sample(thread, row, width, sampled);
+    const auto total = VXp_AlphaTotal(sampled, parts);
+    if (!blender.Acts(total)) return VX_Ok;
+    const Pixel* mask_row = nullptr;
+    if (work.mask != nullptr) {
+      mask_row = VXp_TransformMaskRow(*call.mask, *work.mask, area.left, width, y,
+                                      work.buffers.template Mask<Pixel>(thread));
     }
-    source.NextRow();
-    if ((row & progress_bits) == 0) {
-      if (const VX_Err stop = VXp_Poll(call.progress, row, height)) return stop;
-    }
-    work.descriptor.blendingMode.seed = VXp_SeedOfRow(first_seed, area.top, y + 1);
-  }
-  return VX_Ok;
+    return blender.Blend(total, width, VXp_DescriptorOfRow(work.descriptor, area.top, y), sampled,
+                         mask_row, work.buffers.template Alpha<Pixel>(thread),
+                         work.dst.Row(y) + area.left);
+  };
+  return VXp_ForBands(work.bands, VXp_HasProgress(call.progress), report, draw);
 }

@@ -51,6 +51,7 @@
 //
 // Rows on several threads. Large operations divide their rows into bands, which the routine in the
 // slot of VX_IterateGeneric processes; a replacement of it may use up to U_GetNumThreads() threads.
+// An error of the replacement itself is returned.
 // Pixels, codes and the sequence of progress calls do not depend on it. Progress is called on the
 // calling thread. With several threads, a stop ends each thread before its next band, so that other
 // rows may have been drawn than with one thread. Operations whose source and destination share

@@ -9,7 +9,8 @@
 // Copies a rectangle of the source; all four channels are converted in the same way.
 //   progress   may be null; polled once per row with the rows done and the number of rows
 //   rect       in the source; null is all of it; clipped to the source and to the destination
-//   dither     not 0: for 8-bit destinations, noise is added in place of the rounding constant
+//   dither     not 0: for 8-bit destinations, noise is added in place of the rounding constant. The
+//              noise of a pixel does not depend on the number of threads
 //   h, v       destination column and row of the top left corner of the rectangle
 //
 //   conversion         rule

@@ -10,7 +10,8 @@
 //             be null, except in VX_IterateLUT.
 //   Area      In the destination; null is all of it. Clipped to the destination, and to the source
 //             if there is one. If it is empty, returns VX_Ok without any call.
-//   Order     Rows from top to bottom, pixels from left to right, on the calling thread.
+//   Order     Rows from top to bottom, pixels from left to right, on the calling thread. Only
+//             VX_IterateLUT, which calls no function, may use several threads (see VX.h).
 //   Progress  If progress_final is not 0, the progress function is called after each row with
 //             progress_base + the rows done, and progress_final. VX_ErrStopped ends the iteration
 //             and is returned. Other errors do not end it; the last one is returned at the end.

@@ -19,8 +19,10 @@
 #include "VX/VX_World.h"
 #include "filters/VXp_ConvolveLanes.h"
 #include "filters/VXp_FiltersBirth.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_Report.h"
+#include "frame/VXp_RowMemory.h"
 
 namespace {
 
@@ -152,23 +154,29 @@ template <class TapSums>
 VX_Err ConvolveRows(const VX_ProgressInfo* progress, const VX_LayerDef& src, const Window& window,
                     const VXp_FourKernels& kernels,
                     const VXp_Quotient<typename TapSums::Pixel>& quotient, const VX_LayerDef& dst) {
+  using Pixel = typename TapSums::Pixel;
   constexpr int64_t kTapsBetweenPolls = 2048;
-  const bool polls = progress != nullptr && progress->progress_func != nullptr;
-  Strip<TapSums> strip(src, window, kernels);
+  const int64_t row_taps = window.Taps() * dst.width;
+  const VXp_RowMemory to = VXp_MemoryOf(dst, sizeof(Pixel));
+  const bool independent =
+      VXp_RowsAreIndependent(to) && !VXp_ShareMemory(to, VXp_MemoryOf(src, sizeof(Pixel)));
   int64_t taps = 0;
-  for (int32_t y = 0; y < dst.height; ++y) {
+  const auto report = [&](int32_t y) -> VX_Err {
+    taps += row_taps;
+    if (taps <= kTapsBetweenPolls) return VX_Ok;
+    taps = 0;
+    return progress->progress_func(progress->progress_refcon, y + 1, dst.height);
+  };
+  const auto convolve_row = [&](int32_t, int32_t y) -> VX_Err {
+    Strip<TapSums> strip(src, window, kernels);
     for (int32_t x = 0, count = 0; x < dst.width; x += count) {
       count = std::min(strip.kPixels, dst.width - x);
-      quotient.Store(strip.Sums(x, y, count), count,
-                     VXp_PixelAddress<typename TapSums::Pixel>(dst, x, y));
+      quotient.Store(strip.Sums(x, y, count), count, VXp_PixelAddress<Pixel>(dst, x, y));
     }
-    taps += window.Taps() * dst.width;
-    if (!polls || taps <= kTapsBetweenPolls) continue;
-    taps = 0;
-    const VX_Err answer = progress->progress_func(progress->progress_refcon, y + 1, dst.height);
-    if (answer != VX_Ok) return answer;
-  }
-  return VX_Ok;
+    return VX_Ok;
+  };
+  return VXp_ForBands(VXp_PlanBands(dst.height, row_taps, independent), VXp_HasProgress(progress),
+                      report, convolve_row);
 }
 
 // Returns whether all weights that are used fit signed 16 bits.

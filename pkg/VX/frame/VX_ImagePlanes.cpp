@@ -9,7 +9,9 @@
 
 #include "VX/VX_EffectWorld.h"
 #include "VX/VX_Package.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Report.h"
+#include "frame/VXp_RowMemory.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
@@ -46,16 +48,25 @@ void MoveRow(uint8_t* pixel, uint8_t* packed, std::array<size_t, 4> bytes, int32
 }
 
 template <Direction direction>
-void MoveRows(const VX_LayerDef& world, const Planes& planes, void* buffer, int32_t row_size) {
+VX_Err MoveRows(const VX_LayerDef& world, const Planes& planes, void* buffer, int32_t row_size) {
   using RowMove = void (*)(uint8_t*, uint8_t*, std::array<size_t, 4>, int32_t);
   constexpr RowMove kMoves[] = {MoveRow<direction, 0>, MoveRow<direction, 1>, MoveRow<direction, 2>,
                                 MoveRow<direction, 3>, MoveRow<direction, 4>};
   const RowMove move = kMoves[planes.count];
-  auto* packed = static_cast<uint8_t*>(buffer);
-  for (int32_t y = 0; y < world.height; ++y, packed += row_size) {
-    char* row = VXp_PixelAddress<VX_Pixel8>(world, 0, y);
-    move(reinterpret_cast<uint8_t*>(row), packed, planes.bytes, world.width);
-  }
+  auto* const packed = static_cast<uint8_t*>(buffer);
+  const VXp_RowMemory pixels = VXp_MemoryOf(world, sizeof(VX_Pixel8));
+  const VXp_RowMemory samples = {static_cast<const char*>(buffer), row_size, row_size,
+                                 world.height};
+  const bool extracts = direction == Direction::Extract;
+  const bool independent =
+      VXp_RowsAreIndependent(extracts ? samples : pixels, {extracts ? pixels : samples});
+  const VXp_Bands bands = VXp_PlanBands(world.height, world.width, independent);
+  return VXp_ForBands(bands, [&](int32_t, int32_t y) -> VX_Err {
+    char* const row = VXp_PixelAddress<VX_Pixel8>(world, 0, y);
+    move(reinterpret_cast<uint8_t*>(row), packed + ptrdiff_t{y} * row_size, planes.bytes,
+         world.width);
+    return VX_Ok;
+  });
 }
 
 int64_t Size(int32_t size) { return std::max(size, 0); }
@@ -79,7 +90,12 @@ VX_Err VX_ExtractPlanes(void*, const VX_LayerDef* world, uint32_t mask, void*** 
                                        U_ZLookupLStrCache(&VX_G_zref, kBufferLabel),
                                        static_cast<size_t>(Size(world->height) * size));
   if (made == nullptr) return VX_ErrOutOfMemory;
-  MoveRows<Direction::Extract>(*world, planes, *made, static_cast<int32_t>(size));
+  const VX_Err error =
+      MoveRows<Direction::Extract>(*world, planes, *made, static_cast<int32_t>(size));
+  if (error != VX_Ok) {
+    U_FreeHandle(made);
+    return error;
+  }
   *handle = made;
   *row_size = static_cast<int32_t>(size);
   return VX_Ok;
@@ -94,6 +110,5 @@ VX_Err VX_InsertPlanes(void*, void** handle, int32_t row_size, uint32_t mask, VX
   if (Size(world->width) * static_cast<int64_t>(planes.count) > row_size) {
     return VXp_BadParameter(kInsertNumber);  // else the last row would overrun the handle
   }
-  MoveRows<Direction::Insert>(*world, planes, *handle, row_size);
-  return VX_Ok;
+  return MoveRows<Direction::Insert>(*world, planes, *handle, row_size);
 }

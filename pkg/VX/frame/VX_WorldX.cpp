@@ -7,11 +7,13 @@
 #include <cstring>
 
 #include "VX/VX_World.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Convert.h"
 #include "frame/VXp_Counters.h"
 #include "frame/VXp_Frame.h"
 #include "frame/VXp_Rects.h"
 #include "frame/VXp_Report.h"
+#include "frame/VXp_RowMemory.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
@@ -107,11 +109,17 @@ void VX_WorldX<Pixel>::CopyRect(const VX_World* source, const M_Rect& rect, int1
   if (source->data == nullptr || data == nullptr) {
     VXp_Throw(VXp_FailVerification("world without pixels in VX_World::CopyRect"));
   }
-  const size_t size = static_cast<size_t>(area.width) * sizeof(Pixel);
-  for (int32_t y = 0; y < area.height; ++y) {
-    std::memmove(VXp_PixelAddress<Pixel>(*this, area.dest_x, area.dest_y + y),
-                 VXp_PixelAddress<Pixel>(*source, area.source_x, area.source_y + y), size);
-  }
+  char* const to = VXp_PixelAddress<Pixel>(*this, area.dest_x, area.dest_y);
+  const char* const from = VXp_PixelAddress<Pixel>(*source, area.source_x, area.source_y);
+  const auto width = static_cast<ptrdiff_t>(sizeof(Pixel)) * area.width;
+  const bool independent = VXp_RowsAreIndependent({to, rowbytes, width, area.height},
+                                                  {{from, source->rowbytes, width, area.height}});
+  const VXp_Bands bands = VXp_PlanBands(area.height, area.width, independent);
+  VXp_ThrowIf(VXp_ForBands(bands, [&](int32_t, int32_t y) -> VX_Err {
+    std::memmove(to + ptrdiff_t{y} * rowbytes, from + ptrdiff_t{y} * source->rowbytes,
+                 static_cast<size_t>(width));
+    return VX_Ok;
+  }));
 }
 
 template <class Pixel>

@@ -4,7 +4,9 @@
 // Copies a channel between chunks.
 
 #include "VX/VX_Chunk.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Report.h"
+#include "frame/VXp_RowMemory.h"
 #include "frame/VXp_Rows.h"
 #include "host/EMUL.h"
 
@@ -76,7 +78,13 @@ VX_Err VX_ChannelCopy(void*, const VX_ChannelChunk* src, VX_ChannelChunk* dst, i
   const Channel to = ChannelOf(*dst, dst_channel, element_bytes);
   const bool packed = src->channels == 1 && dst->channels == 1;
   const RowCopy copy = RowCopyOf(element_bytes);
-  for (int32_t y = 0; y < src->height; ++y) {
+  const auto memory = [&](const VX_ChannelChunk& chunk) {
+    return VXp_RowMemory{static_cast<const char*>(*chunk.handle), chunk.rowbytes,
+                         ptrdiff_t{chunk.width} * chunk.channels * element_bytes, chunk.height};
+  };
+  const bool independent = VXp_RowsAreIndependent(memory(*dst), {memory(*src)});
+  const VXp_Bands bands = VXp_PlanBands(src->height, src->width, independent);
+  return VXp_ForBands(bands, [&](int32_t, int32_t y) -> VX_Err {
     const char* from_row = from.first + y * from.pitch;
     char* to_row = to.first + y * to.pitch;
     if (packed) {
@@ -84,6 +92,6 @@ VX_Err VX_ChannelCopy(void*, const VX_ChannelChunk* src, VX_ChannelChunk* dst, i
     } else {
       copy(from_row, from.step, to_row, to.step, src->width);
     }
-  }
-  return VX_Ok;
+    return VX_Ok;
+  });
 }

@@ -45,16 +45,15 @@ void ScaleRow(const char* row, const VXp_ScaledAxis& x, char* to) {
 }
 
 template <class To, class From>
-void ScaleRows(const VX_LayerDef& src, const VX_LayerDef& dst, const VXp_CopyPlan& plan) {
-  char* to = VXp_PixelAddress<To>(dst, static_cast<int32_t>(plan.x.first),
-                                  static_cast<int32_t>(plan.y.first));
-  int64_t position = plan.y.position;
-  for (int64_t i = 0; i < plan.y.count; ++i) {
-    const auto y = static_cast<int32_t>(position >> 16);
-    ScaleRow<To, From>(VXp_PixelAddress<From>(src, 0, y), plan.x, to);
-    position += plan.y.step;
-    to += dst.rowbytes;
-  }
+VX_Err ScaleRows(const VX_LayerDef& src, const VX_LayerDef& dst, const VXp_CopyPlan& plan) {
+  const VXp_Bands bands = VXp_PlanScaled<To, From>(src, dst, plan);
+  return VXp_ForBands(bands, [&](int32_t, int32_t row) -> VX_Err {
+    const auto y = static_cast<int32_t>((plan.y.position + row * plan.y.step) >> 16);
+    ScaleRow<To, From>(VXp_PixelAddress<From>(src, 0, y), plan.x,
+                       VXp_PixelAddress<To>(dst, static_cast<int32_t>(plan.x.first),
+                                            static_cast<int32_t>(plan.y.first) + row));
+    return VX_Ok;
+  });
 }
 
 template <class To, class From>
@@ -65,7 +64,7 @@ VX_Err CopyDraft(const VX_LayerDef& src, const VX_LayerDef& dst, const M_Rect* s
   switch (plan.kind) {
     case VXp_CopyKind::Nothing: break;
     case VXp_CopyKind::Equal: return VXp_CopyRows<To, From>(nullptr, src, dst, plan.area);
-    case VXp_CopyKind::Scaled: ScaleRows<To, From>(src, dst, plan); break;
+    case VXp_CopyKind::Scaled: return ScaleRows<To, From>(src, dst, plan);
   }
   return VX_Ok;
 }

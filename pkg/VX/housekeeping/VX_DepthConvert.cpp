@@ -16,25 +16,30 @@
 
 namespace {
 
-// Converts a row with dither. After the end of the noise table, reading continues at its start.
+// Converts rows with dither. Each row continues in the noise where the row before it ends, so the
+// noise of all rows is reserved before the first.
 template <class From>
-void DitherRow(const char* from, char* to, size_t channels) {
+VX_Err CopyDithered(VX_ProgressInfo* progress, const VX_LayerDef& source, const VX_LayerDef& dest,
+                    const VXp_CopyArea& area) {
   const VXp_Noise noise = VXp_NoiseTable();
-  size_t position = VXp_ReserveNoise(channels);
-  for (size_t done = 0; done < channels; position = 0) {
-    const size_t run = std::min(channels - done, noise.size - position);
-    VXp_DitherRow<From>(from + done * sizeof(VX_ChannelOf<From>), to + done, run,
-                        noise.words + position);
-    done += run;
+  const size_t row_size = static_cast<size_t>(area.width) * 4;
+  const size_t reserved = row_size * static_cast<size_t>(area.height);
+  const size_t first = VXp_ReserveNoise(reserved);
+  const auto convert = [&](int32_t row, const char* from, char* to, size_t channels) {
+    size_t position = (first + static_cast<size_t>(row) * row_size) % noise.size;
+    for (size_t done = 0; done < channels; position = 0) {
+      const size_t run = std::min(channels - done, noise.size - position);
+      VXp_DitherRow<From>(from + done * sizeof(VX_ChannelOf<From>), to + done, run,
+                          noise.words + position);
+      done += run;
+    }
+  };
+  VXp_RowProgress polling(progress, 0, area.height);
+  const VX_Err error = VXp_CopyRows<VX_Pixel8, From>(polling, source, dest, area, convert);
+  if (polling.Polls()) {  // rows after a stop do not use noise
+    VXp_ReturnNoise(first, reserved, static_cast<size_t>(polling.Rows()) * row_size);
   }
-}
-
-template <class To, class From>
-VXp_ConvertRowFunc ChooseRow(bool dither) {
-  if constexpr (std::is_same_v<To, VX_Pixel8> && !std::is_same_v<From, VX_Pixel8>) {
-    if (dither) return DitherRow<From>;
-  }
-  return VXp_ConvertRow<To, From>;
+  return error;
 }
 
 }  // namespace
@@ -54,7 +59,10 @@ VX_Err VX_DepthConvertWorld_S(VX_ProgressInfo* progress, const VX_LayerDef* sour
         rect != nullptr ? VXp_LRectOf(*rect) : M_LRect{0, 0, source->width, source->height};
     const VXp_CopyArea area = VXp_ClipCopy(*source, wanted, *dest, h, v);
     if (area.Empty()) return VX_Ok;
-    return VXp_CopyRows<To, From>(progress, *source, *dest, area, ChooseRow<To, From>(dither != 0));
+    if constexpr (std::is_same_v<To, VX_Pixel8> && !std::is_same_v<From, VX_Pixel8>) {
+      if (dither != 0) return CopyDithered<From>(progress, *source, *dest, area);
+    }
+    return VXp_CopyRows<To, From>(progress, *source, *dest, area);
   };
   return VXp_Guarded([&] {
     return VXp_WithPixel(VXp_WorldDepth(source), kVXp_UnknownDepthText, [&](auto from) {

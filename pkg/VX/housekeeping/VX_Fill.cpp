@@ -21,12 +21,7 @@ VX_Err FillWorld(const Color* color, const M_Rect* area, VX_LayerDef* world,
     if (typed.data == nullptr) return VXp_BadParameter(kFillNumber);
     const Pixel value = VXp_FillColor<Pixel>(color != nullptr ? *color : Color{});
     const M_LRect part = VXp_NormalisedArea(area, typed);
-    if (VXp_IsZero(value)) {
-      VXp_ClearArea<Pixel>(typed, part);
-    } else {
-      VXp_FillArea(typed, part, value);
-    }
-    return VX_Ok;
+    return VXp_IsZero(value) ? VXp_ClearArea<Pixel>(typed, part) : VXp_FillArea(typed, part, value);
   };
   return VXp_WithWorlds(world, unknown, fill, world);
 }
@@ -62,8 +57,9 @@ VX_Err VXp_ClearAlphaExceptRect(VX_LayerDef* world, const M_LRect* keep) {
       return VX_Ok;
     }
     if (typed.data == nullptr) return VXp_BadParameter(kFillNumber);
-    VXp_ForOutside(typed, kept, [&](const M_LRect& part) { VXp_SetAlpha<Pixel>(typed, part, 0); });
-    return VX_Ok;
+    return VXp_ForOutside(typed, kept, [&](const M_LRect& part) -> VX_Err {
+      return VXp_SetAlpha<Pixel>(typed, part, 0);
+    });
   };
   return VXp_WithWorlds(world, kVXp_UnknownDepthText, clear, world);
 }

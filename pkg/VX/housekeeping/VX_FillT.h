@@ -39,35 +39,38 @@ bool VXp_IsZero(const Pixel& color) {
 }
 
 template <class Pixel>
-void VXp_ClearArea(const VX_LayerDef& world, const M_LRect& area) {
-  VXp_ForRows<Pixel>(
+VX_Err VXp_ClearArea(const VX_LayerDef& world, const M_LRect& area) {
+  return VXp_ForRows<Pixel>(
       world, area, [](char* first, size_t count) { std::memset(first, 0, count * sizeof(Pixel)); });
 }
 
 template <class Pixel>
-void VXp_FillArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& color) {
+VX_Err VXp_FillArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& color) {
   alignas(64) char pattern[VXp_PatternBytes(sizeof(Pixel))];
   for (size_t i = 0; i < sizeof pattern; i += sizeof(Pixel)) VXp_Store(pattern + i, color);
-  VXp_ForRows<Pixel>(world, area, [&pattern](char* first, size_t count) {
+  return VXp_ForRows<Pixel>(world, area, [&pattern](char* first, size_t count) {
     VXp_Repeat(pattern, sizeof pattern, sizeof(Pixel), first, count * sizeof(Pixel));
   });
 }
 
 // Sets only the alpha channel.
 template <class Pixel>
-void VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pixel> alpha) {
-  VXp_ForRows<Pixel>(world, area, [alpha](char* first, size_t count) {
+VX_Err VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pixel> alpha) {
+  return VXp_ForRows<Pixel>(world, area, [alpha](char* first, size_t count) {
     const auto value = alpha;
     for (size_t x = 0; x < count; ++x) VXp_Store(first + x * sizeof(Pixel), value);
   });
 }
 
 // Calls `work(part)` for the areas above, left of, right of and below `keep`, which must be within
-// the world.
+// the world. Returns VX_Ok or the first error.
 template <class Work>
-void VXp_ForOutside(const VX_LayerDef& world, const M_LRect& keep, Work&& work) {
-  work(M_LRect{0, 0, world.width, keep.top});
-  work(M_LRect{0, keep.top, keep.left, keep.bottom});
-  work(M_LRect{keep.right, keep.top, world.width, keep.bottom});
-  work(M_LRect{0, keep.bottom, world.width, world.height});
+VX_Err VXp_ForOutside(const VX_LayerDef& world, const M_LRect& keep, const Work& work) {
+  for (const M_LRect& part :
+       {M_LRect{0, 0, world.width, keep.top}, M_LRect{0, keep.top, keep.left, keep.bottom},
+        M_LRect{keep.right, keep.top, world.width, keep.bottom},
+        M_LRect{0, keep.bottom, world.width, world.height}}) {
+    if (const VX_Err error = work(part)) return error;
+  }
+  return VX_Ok;
 }

@@ -55,8 +55,9 @@ VX_Err VX_GuessAlpha(void*, const VX_LayerDef* world, VX_AlphaGuess* out) {
   *out = {};
   if (world == nullptr || world->data == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
   const auto guess = [&]<class Pixel>(const VX_WorldX<Pixel>& typed) -> VX_Err {
-    VXp_ForRows<Pixel>(typed, VXp_WholeArea(typed),
-                       [&](const char* row, size_t count) { CountRow<Pixel>(row, count, out); });
+    for (int32_t y = 0; y < typed.height && typed.width > 0; ++y) {
+      CountRow<Pixel>(VXp_PixelAddress<Pixel>(typed, 0, y), static_cast<size_t>(typed.width), out);
+    }
     out->kind = KindOf(*out);
     if (out->kind != 0) return VX_Ok;
     return VXp_ReportEntry(kVXp_NoCheckNumber, kUnableToGuess, VX_ErrBadParameter);

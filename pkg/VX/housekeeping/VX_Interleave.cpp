@@ -3,7 +3,9 @@
 
 #include "VX/VX_Interleave.h"
 
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Report.h"
+#include "frame/VXp_RowMemory.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
@@ -19,8 +21,14 @@ struct Side {
 };
 
 template <class Channel>
-void CopyRows(const char* in, const Side& from, char* out, const Side& to, const Vector& size) {
-  for (ptrdiff_t y = 0; y < size.y; ++y) {
+VX_Err CopyRows(const char* in, const Side& from, char* out, const Side& to, const Vector& size) {
+  const auto memory = [&](const char* first, const Side& side) -> VXp_RowMemory {
+    const ptrdiff_t width = (size.x - 1) * side.column + static_cast<ptrdiff_t>(sizeof(Channel));
+    return {first, side.row, width, size.y};
+  };
+  const bool independent = VXp_RowsAreIndependent(memory(out, to), {memory(in, from)});
+  const VXp_Bands bands = VXp_PlanBands(size.y, size.x, independent);
+  return VXp_ForBands(bands, [&](int32_t, int32_t y) -> VX_Err {
     const char* in_sample = in + y * from.row;
     char* out_sample = out + y * to.row;
     for (ptrdiff_t x = 0; x < size.x; ++x) {
@@ -28,16 +36,16 @@ void CopyRows(const char* in, const Side& from, char* out, const Side& to, const
       in_sample += from.column;
       out_sample += to.column;
     }
-  }
+    return VX_Ok;
+  });
 }
 
 template <class Channel>
 VX_Err CopySamples(const Channel* src, const Vector& src_offset, const Side& from, Channel* dst,
                    const Vector& dst_offset, const Side& to, const Vector& size) {
   if (size.x < 1 || size.y < 1) return VX_Ok;
-  CopyRows<Channel>(reinterpret_cast<const char*>(src) + from.To(src_offset), from,
-                    reinterpret_cast<char*>(dst) + to.To(dst_offset), to, size);
-  return VX_Ok;
+  return CopyRows<Channel>(reinterpret_cast<const char*>(src) + from.To(src_offset), from,
+                           reinterpret_cast<char*>(dst) + to.To(dst_offset), to, size);
 }
 
 }  // namespace

@@ -7,7 +7,9 @@
 
 #include "VX/VX_Iterate.h"
 #include "VX/VX_OverrideTable.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Report.h"
+#include "frame/VXp_RowMemory.h"
 #include "frame/VXp_Rows.h"
 #include "housekeeping/VXp_Area.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
@@ -41,13 +43,19 @@ bool IsDrawable(const VX_LayerDef* world) {
 VX_Err MapRows(const VX_LayerDef& src, const M_LRect& area, const Tables& tables,
                VXp_RowProgress progress, const VX_LayerDef& dst) {
   if (VXp_IsEmpty(area)) return VX_Ok;
-  for (int32_t y = area.top; y < area.bottom; ++y) {
-    MapRow(VXp_PixelAddress<VX_Pixel8>(src, area.left, y),
-           VXp_PixelAddress<VX_Pixel8>(dst, area.left, y), area.right - area.left, tables);
-    const VX_Err error = progress.RowDone();
-    if (error != VX_Ok) return error;
-  }
-  return progress.LastError();
+  const int32_t width = area.right - area.left, height = area.bottom - area.top;
+  const auto row_of = [&](const VX_LayerDef& world, int32_t row) {
+    return VXp_PixelAddress<VX_Pixel8>(world, area.left, area.top + row);
+  };
+  const auto memory = [&](const VX_LayerDef& world) {
+    return VXp_RowMemory{row_of(world, 0), world.rowbytes, ptrdiff_t{width} * 4, height};
+  };
+  const VXp_Bands bands =
+      VXp_PlanBands(height, width, VXp_RowsAreIndependent(memory(dst), {memory(src)}));
+  return VXp_ForBands(bands, progress, [&](int32_t, int32_t row) -> VX_Err {
+    MapRow(row_of(src, row), row_of(dst, row), width, tables);
+    return VX_Ok;
+  });
 }
 
 }  // namespace

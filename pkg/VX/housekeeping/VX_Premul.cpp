@@ -20,12 +20,8 @@ VX_Err PremulColorWorld(bool forward, const Color* color, const M_Rect* area, VX
     if (typed.data == nullptr || color == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
     const Pixel matte = VXp_ConvertPixel<Pixel>(*color);
     const M_LRect part = VXp_NormalisedArea(area, typed);
-    if (forward) {
-      VXp_PremulArea<VXp_MultiplyMatte>(typed, part, matte);
-    } else {
-      VXp_PremulArea<VXp_UnmultiplyMatte>(typed, part, matte);
-    }
-    return VX_Ok;
+    return forward ? VXp_PremulArea<VXp_MultiplyMatte>(typed, part, matte)
+                   : VXp_PremulArea<VXp_UnmultiplyMatte>(typed, part, matte);
   };
   return VXp_WithWorlds(world, unknown, premul, world);
 }
@@ -37,12 +33,8 @@ VX_Err VX_PremulRect_S(void*, int32_t forward, const M_Rect* area, VX_LayerDef* 
   const auto premul = [&]<class Pixel>(VX_WorldX<Pixel>& typed) -> VX_Err {
     if (typed.data == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
     const M_LRect part = VXp_NormalisedArea(area, typed);
-    if (forward != 0) {
-      VXp_PremulArea<VXp_Multiply>(typed, part, Pixel{});
-    } else {
-      VXp_PremulArea<VXp_Unmultiply>(typed, part, Pixel{});
-    }
-    return VX_Ok;
+    return forward != 0 ? VXp_PremulArea<VXp_Multiply>(typed, part, Pixel{})
+                        : VXp_PremulArea<VXp_Unmultiply>(typed, part, Pixel{});
   };
   return VXp_WithWorlds(world, kVXp_UnknownDepthText, premul, world);
 }

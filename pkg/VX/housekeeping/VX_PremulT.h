@@ -63,11 +63,11 @@ struct VXp_UnmultiplyMatte {
 
 // Applies an operation, one of the classes above, to the colours of each pixel of the area.
 template <template <class> class Piece, class Pixel>
-void VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& matte) {
+VX_Err VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& matte) {
   using Work = typename VXp_PixelTraits<Pixel>::Work;
   using Channel = VX_ChannelOf<Pixel>;
   const Pixel m = matte;
-  VXp_ForRows<Pixel>(world, area, [m](char* first, size_t count) {
+  return VXp_ForRows<Pixel>(world, area, [m](char* first, size_t count) {
     constexpr Piece<Pixel> piece;
     for (size_t x = 0; x < count; ++x) {
       char* const place = first + x * sizeof(Pixel);

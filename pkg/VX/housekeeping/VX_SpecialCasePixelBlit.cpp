@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "VX/VX_Copy.h"
-#include "VX/VX_Iterate.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_LaneTraits.h"
 #include "frame/VXp_Rects.h"
@@ -17,7 +17,7 @@
 
 namespace {
 
-// Data shared by all rows. Each row is written by one call of the iteration only.
+// Data shared by all rows.
 struct Blit {
   const VX_LayerDef* src;
   const VX_LayerDef* dst;
@@ -55,8 +55,7 @@ void LookUpRow(const Blit& blit, const char* from, char* to, size_t count) {
 }
 
 template <class Pixel>
-VX_Err BlitRow(void* refcon, int32_t, int32_t i, int32_t) {
-  const Blit& blit = *static_cast<const Blit*>(refcon);
+VX_Err BlitRow(const Blit& blit, int32_t i) {
   const VXp_CopyArea& area = blit.area;
   const char* const from = VXp_PixelAddress<Pixel>(*blit.src, area.source_x, area.source_y + i);
   char* const to = VXp_PixelAddress<VX_Pixel8>(*blit.dst, area.dest_x, area.dest_y + i);
@@ -81,15 +80,16 @@ VX_Err VX_SpecialCasePixelBlit(const VX_World* src, const M_LPoint& at, bool loo
   if (src == nullptr || dst == nullptr) return VXp_BadParameter(kVXp_CopyNumber);
   const auto run = [&]<class Pixel>(VXp_PixelTag<Pixel>) -> VX_Err {
     if (src->data == nullptr || dst->data == nullptr) return VXp_BadParameter(kVXp_CopyNumber);
-    Blit blit{src,
-              dst,
-              VXp_ClipCopy(*src, VXp_LRectOf(rect), *dst, at.h, at.v),
-              lookup,
-              invert_alpha,
-              VXp_Load<VXp_FloatLanes>(&low),
-              VXp_Load<VXp_FloatLanes>(&high)};
+    const Blit blit{src,
+                    dst,
+                    VXp_ClipCopy(*src, VXp_LRectOf(rect), *dst, at.h, at.v),
+                    lookup,
+                    invert_alpha,
+                    VXp_Load<VXp_FloatLanes>(&low),
+                    VXp_Load<VXp_FloatLanes>(&high)};
     if (blit.area.Empty()) return VX_Ok;
-    return VX_IterateGeneric(blit.area.height, &blit, BlitRow<Pixel>);
+    return VXp_ForBands(VXp_PlanItems(blit.area.height, blit.area.width),
+                        [&](int32_t, int32_t i) -> VX_Err { return BlitRow<Pixel>(blit, i); });
   };
   return VXp_WithPixel(VXp_WorldDepth(src), "Unknown world bitdepth in SpecialCasePixelBlit", run);
 }

@@ -12,7 +12,9 @@
 #include <cstdint>
 
 #include "VX/VX_Types.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Rects.h"
+#include "frame/VXp_RowMemory.h"
 #include "frame/VXp_Rows.h"
 
 constexpr bool VXp_IsEmpty(const M_LRect& area) {
@@ -48,19 +50,26 @@ inline M_LRect VXp_ClippedArea(const M_Rect* area, const VX_LayerDef& world) {
 }
 
 // Calls `work(first, count)` with the address and the number of pixels of each row of an area
-// within the world, or once for all rows if they are contiguous in memory. Does nothing for a world
-// without pixels.
+// within the world, or of several rows that are contiguous in memory. The calls may be made on
+// several threads (VXp_Bands.h). Does nothing for a world without pixels. Returns VX_Ok or the
+// error of the iterator.
 template <class Pixel, class Work>
-void VXp_ForRows(const VX_LayerDef& world, const M_LRect& area, Work&& work) {
-  if (VXp_IsEmpty(area) || world.data == nullptr) return;
-  const auto count = static_cast<size_t>(area.right - area.left);
-  const auto rows = static_cast<size_t>(area.bottom - area.top);
-  char* row = VXp_PixelAddress<Pixel>(world, area.left, area.top);
-  if (static_cast<ptrdiff_t>(count * sizeof(Pixel)) == world.rowbytes) {
-    work(row, count * rows);
-    return;
-  }
-  for (size_t y = 0; y < rows; ++y) {
-    work(row + static_cast<ptrdiff_t>(y) * world.rowbytes, count);
-  }
+VX_Err VXp_ForRows(const VX_LayerDef& world, const M_LRect& area, const Work& work) {
+  if (VXp_IsEmpty(area) || world.data == nullptr) return VX_Ok;
+  const int32_t width = area.right - area.left, rows = area.bottom - area.top;
+  char* const first_row = VXp_PixelAddress<Pixel>(world, area.left, area.top);
+  const VXp_RowMemory memory =
+      VXp_MemoryOf(reinterpret_cast<Pixel*>(first_row), world.rowbytes, width, rows);
+  const bool contiguous = memory.width == world.rowbytes;
+  const VXp_Bands bands = VXp_PlanBands(rows, width, VXp_RowsAreIndependent(memory));
+  return VXp_ForBands(bands, [&](int32_t, int32_t first, int32_t count) -> VX_Err {
+    char* const row = first_row + ptrdiff_t{first} * world.rowbytes;
+    const auto pixels = static_cast<size_t>(width);
+    if (contiguous) {
+      work(row, pixels * static_cast<size_t>(count));
+      return VX_Ok;
+    }
+    for (int32_t y = 0; y < count; ++y) work(row + ptrdiff_t{y} * world.rowbytes, pixels);
+    return VX_Ok;
+  });
 }

@@ -8,7 +8,10 @@
 #include <cstdint>
 
 #include "VX/VX_Types.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Rects.h"
+#include "frame/VXp_RowMemory.h"
+#include "frame/VXp_Rows.h"
 
 // The check number of the copies in reports of bad parameters.
 inline constexpr uint32_t kVXp_CopyNumber = 48;
@@ -39,3 +42,17 @@ struct VXp_CopyPlan {
 // Plans a copy. Null rectangles mean whole worlds.
 VXp_CopyPlan VXp_PlanCopy(const VX_LayerDef& src, const M_Rect* src_rect, const VX_LayerDef& dst,
                           const M_Rect* dst_rect);
+
+// Divides the rows of a scaled copy. Each row reads any rows of the source.
+template <class To, class From>
+VXp_Bands VXp_PlanScaled(const VX_LayerDef& src, const VX_LayerDef& dst, const VXp_CopyPlan& plan,
+                         int64_t pixel_work = 1) {
+  const auto rows = static_cast<int32_t>(plan.y.count), width = static_cast<int32_t>(plan.x.count);
+  const char* const to = VXp_PixelAddress<To>(dst, static_cast<int32_t>(plan.x.first),
+                                              static_cast<int32_t>(plan.y.first));
+  const VXp_RowMemory to_rows =
+      VXp_MemoryOf(reinterpret_cast<const To*>(to), dst.rowbytes, width, rows);
+  const bool independent =
+      VXp_RowsAreIndependent(to_rows) && !VXp_ShareMemory(to_rows, VXp_MemoryOf(src, sizeof(From)));
+  return VXp_PlanBands(rows, width * pixel_work, independent);
+}

@@ -49,4 +49,9 @@ size_t VXp_ReserveNoise(size_t count) {
   return first;
 }
 
+void VXp_ReturnNoise(size_t first, size_t count, size_t used) {
+  size_t end = (first + count) % noise.size;
+  position.compare_exchange_strong(end, (first + used) % noise.size, std::memory_order_relaxed);
+}
+
 void VX_ResetDitherRandomIndex() { position.store(0, std::memory_order_relaxed); }

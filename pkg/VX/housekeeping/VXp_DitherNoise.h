@@ -26,3 +26,7 @@ VXp_Noise VXp_NoiseTable();
 
 // Reserves `count` words and returns the position of the first; they wrap at the end of the table.
 size_t VXp_ReserveNoise(size_t count);
+
+// Returns the part of a reservation that was not used: its words after the first `used`. Does
+// nothing if another conversion has reserved words since.
+void VXp_ReturnNoise(size_t first, size_t count, size_t used);

@@ -26,38 +26,25 @@ struct VXp_ClampRange {
 inline constexpr VXp_ClampRange kVXp_NoClamp{std::numeric_limits<VX_Fixed>::min(),
                                              std::numeric_limits<VX_Fixed>::max()};
 
-// Iterates over the source positions of destination pixel centres on one axis. Pixel i of the
-// unclipped rectangle is at source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, truncated to
-// 16 fraction bits. The remainder of the division is carried from pixel to pixel, so errors do not
-// accumulate.
+// The source positions of destination pixel centres on one axis. Pixel i of the unclipped rectangle
+// is at source + (2 i + 1) * source_size / (2 * dest_size) - 1/2, truncated to 16 fraction bits.
 class VXp_CentrePositions {
  public:
   VXp_CentrePositions(const VXp_ScaledAxis& axis, const VXp_ClampRange& clamp)
-      : divisor_(axis.dest_size),
-        step_(axis.source_size * 65536 / divisor_),
-        step_rest_(axis.source_size * 65536 % divisor_),
-        clamp_(clamp) {
-    const int64_t middle = (2 * (axis.first - axis.dest) + 1) * (axis.source_size * 32768);
-    position_ = axis.source * 65536 + middle / divisor_ - 32768;
-    rest_ = middle % divisor_;
-  }
+      : axis_(axis), clamp_(clamp) {}
 
-  VX_Fixed Next() {
-    const int64_t position = std::clamp(position_, clamp_.first, clamp_.last);
-    position_ += step_;
-    rest_ += step_rest_;
-    if (rest_ >= divisor_) {
-      rest_ -= divisor_;
-      ++position_;
-    }
-    return static_cast<VX_Fixed>(position);
+  // Returns the position of pixel i of those that are written. No overflow: sizes of destinations
+  // have 31 bits, and those of sources 16 (VXp_ScaleHigh).
+  VX_Fixed At(int64_t i) const {
+    const int64_t middle =
+        (2 * (axis_.first - axis_.dest + i) + 1) * (axis_.source_size * 32768) / axis_.dest_size;
+    return static_cast<VX_Fixed>(
+        std::clamp(axis_.source * 65536 + middle - 32768, clamp_.first, clamp_.last));
   }
 
  private:
-  int64_t divisor_;
-  int64_t step_, step_rest_;
+  VXp_ScaledAxis axis_;
   VXp_ClampRange clamp_;
-  int64_t position_, rest_;
 };
 
 inline VX_Err VXp_HighSamplers(int32_t mode_flags, VX_SamplerBatch<VX_Pixel8>* out) {
@@ -97,8 +84,7 @@ class VXp_ScaledRows {
     if (row_form_ == nullptr) return;
     positions_.reset(new (std::nothrow) VX_Fixed[static_cast<size_t>(count)]);
     if (positions_ == nullptr) return;  // out of memory: Sample then calls the sampler per pixel
-    VXp_CentrePositions column = columns;
-    for (int64_t i = 0; i < count; ++i) positions_[static_cast<size_t>(i)] = column.Next();
+    for (int64_t i = 0; i < count; ++i) positions_[static_cast<size_t>(i)] = columns.At(i);
   }
 
   void Sample(VX_ProgressInfo* progress, VX_Fixed y, const VX_SampPB& record, char* out) const {
@@ -106,10 +92,9 @@ class VXp_ScaledRows {
       row_form_(record, positions_.get(), static_cast<int32_t>(count_), y, out);
       return;
     }
-    VXp_CentrePositions column = columns_;
     for (int64_t x = 0; x < count_; ++x) {
       Pixel pixel;
-      sample_(progress, column.Next(), y, &record, &pixel);
+      sample_(progress, columns_.At(x), y, &record, &pixel);
       VXp_Store(out + x * static_cast<ptrdiff_t>(sizeof pixel), pixel);
     }
   }
@@ -121,6 +106,13 @@ class VXp_ScaledRows {
   int64_t count_;
   std::unique_ptr<VX_Fixed[]> positions_;
 };
+
+// Returns the work of a destination pixel (VXp_PlanBands): reductions read each source pixel.
+inline int64_t VXp_ScaleWork(const VXp_CopyPlan& plan) {
+  constexpr int64_t kSampleWork = 2;
+  return kSampleWork * std::max<int64_t>(plan.x.source_size / plan.x.dest_size, 1) *
+         std::max<int64_t>(plan.y.source_size / plan.y.dest_size, 1);
+}
 
 // Executes a plan of kind Scaled. `mode_flags` is 0 or VX_ModeFlag_Straight. Progress (may be null)
 // is called after each row. Returns VX_Ok, VX_ErrBadParameter with a report, or the result of the
@@ -142,14 +134,13 @@ VX_Err VXp_ScaleHigh(VX_ProgressInfo* progress, int32_t mode_flags, const VXp_Co
   const VX_SampleFunc<Pixel> sample = reduces ? samplers.area : samplers.bilinear;
   const VX_SampPB record = VXp_ScaleRecord(plan, src);
   const VXp_ScaledRows<Pixel> scaled(sample, VXp_CentrePositions(plan.x, clamp_x), plan.x.count);
-  VXp_CentrePositions rows(plan.y, clamp_y);
+  const VXp_CentrePositions rows(plan.y, clamp_y);
   VXp_RowProgress polling(progress, 0, static_cast<int32_t>(plan.y.count));
-  char* row = VXp_PixelAddress<Pixel>(dst, static_cast<int32_t>(plan.x.first),
-                                      static_cast<int32_t>(plan.y.first));
-  for (int64_t i = 0; i < plan.y.count; ++i) {
-    scaled.Sample(progress, rows.Next(), record, row);
-    if (const VX_Err stop = polling.RowDone()) return stop;
-    row += dst.rowbytes;
-  }
-  return polling.LastError();
+  const VXp_Bands bands = VXp_PlanScaled<Pixel, Pixel>(src, dst, plan, VXp_ScaleWork(plan));
+  return VXp_ForBands(bands, polling, [&](int32_t, int32_t row) -> VX_Err {
+    scaled.Sample(progress, rows.At(row), record,
+                  VXp_PixelAddress<Pixel>(dst, static_cast<int32_t>(plan.x.first),
+                                          static_cast<int32_t>(plan.y.first) + row));
+    return VX_Ok;
+  });
 }

@@ -114,7 +114,7 @@ void VX_WorldX<Pixel>::CopyRect(const VX_World* source, const M_Rect& rect, int1
   const auto width = static_cast<ptrdiff_t>(sizeof(Pixel)) * area.width;
   const bool independent = VXp_RowsAreIndependent({to, rowbytes, width, area.height},
                                                   {{from, source->rowbytes, width, area.height}});
-  const VXp_Bands bands = VXp_PlanBands(area.height, area.width, independent);
+  const VXp_Bands bands = VXp_PlanBands(area.height, VXp_MoveWork(area.width), independent);
   VXp_ThrowIf(VXp_ForBands(bands, [&](int32_t, int32_t y) -> VX_Err {
     std::memmove(to + ptrdiff_t{y} * rowbytes, from + ptrdiff_t{y} * source->rowbytes,
                  static_cast<size_t>(width));

@@ -6,6 +6,12 @@
 #include "VX/VX_OverrideTable.h"
 #include "host/U.h"
 
+// Measured with a pool of two threads that wait in a loop, on 2 processors, best of some thousand
+// calls: sharing a call and waiting for its end costs 1 to 2 us. A composite in front of 4,096
+// pixels of 8 bits took 10 us on one thread and 6 us on two, of 16,384 pixels 39 and 21 us. Fills
+// and copies of 16,384 pixels took 1.3 us on both, of 65,536 pixels 5 and 3.5 us. The limit is
+// higher by a factor of 16, because threads may have to be woken, and faster routines have less
+// work a pixel.
 VXp_BandSizes VXp_G_BandSizes = {/*call=*/65536, /*band=*/16384};
 
 namespace {

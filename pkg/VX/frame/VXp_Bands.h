@@ -33,7 +33,7 @@ struct VXp_Bands {
   int32_t tile = 0;  // the most rows in a call of the operation's function; 0: any number
 };
 
-// The sizes of bands, in pixels of a simple operation such as a composite in front.
+// The sizes of bands. The unit of work is a pixel of a composite in front.
 struct VXp_BandSizes {
   int64_t call;  // calls with less work are processed by the calling thread
   int64_t band;  // the least work of a band
@@ -41,9 +41,13 @@ struct VXp_BandSizes {
 // Constant, except in tests that divide small worlds.
 extern VXp_BandSizes VXp_G_BandSizes;
 
-// Plans an operation whose rows have `row_work` pixels each. An operation with more work a pixel
-// passes a multiple. The calling thread processes all rows if there is little work, if rows are not
-// independent (VXp_RowMemory.h), if the host has one thread, or if the built-in iterator is used.
+// Returns the work of a row whose pixels are only copied or filled.
+constexpr int64_t VXp_MoveWork(int64_t pixels) { return (pixels + 3) / 4; }
+
+// Plans an operation whose rows have `row_work` units of work each: the pixels of a row, or a
+// multiple for an operation with more work a pixel. The calling thread processes all rows if there
+// is little work, if rows are not independent (VXp_RowMemory.h), if the host has one thread, or if
+// the built-in iterator is used.
 VXp_Bands VXp_PlanBands(int32_t rows, int64_t row_work, bool independent);
 
 // Plans an operation that is documented to pass all rows through the slot of the iterator, even if

@@ -41,25 +41,29 @@ bool VXp_IsZero(const Pixel& color) {
 template <class Pixel>
 VX_Err VXp_ClearArea(const VX_LayerDef& world, const M_LRect& area) {
   return VXp_ForRows<Pixel>(
-      world, area, [](char* first, size_t count) { std::memset(first, 0, count * sizeof(Pixel)); });
+      world, area, VXp_MoveWork(area.right - area.left),
+      [](char* first, size_t count) { std::memset(first, 0, count * sizeof(Pixel)); });
 }
 
 template <class Pixel>
 VX_Err VXp_FillArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& color) {
   alignas(64) char pattern[VXp_PatternBytes(sizeof(Pixel))];
   for (size_t i = 0; i < sizeof pattern; i += sizeof(Pixel)) VXp_Store(pattern + i, color);
-  return VXp_ForRows<Pixel>(world, area, [&pattern](char* first, size_t count) {
-    VXp_Repeat(pattern, sizeof pattern, sizeof(Pixel), first, count * sizeof(Pixel));
-  });
+  return VXp_ForRows<Pixel>(
+      world, area, VXp_MoveWork(area.right - area.left), [&pattern](char* first, size_t count) {
+        VXp_Repeat(pattern, sizeof pattern, sizeof(Pixel), first, count * sizeof(Pixel));
+      });
 }
 
 // Sets only the alpha channel.
 template <class Pixel>
 VX_Err VXp_SetAlpha(const VX_LayerDef& world, const M_LRect& area, VX_ChannelOf<Pixel> alpha) {
-  return VXp_ForRows<Pixel>(world, area, [alpha](char* first, size_t count) {
-    const auto value = alpha;
-    for (size_t x = 0; x < count; ++x) VXp_Store(first + x * sizeof(Pixel), value);
-  });
+  return VXp_ForRows<Pixel>(world, area, VXp_MoveWork(area.right - area.left),
+                            [alpha](char* first, size_t count) {
+                              const auto value = alpha;
+                              for (size_t x = 0; x < count; ++x)
+                                VXp_Store(first + x * sizeof(Pixel), value);
+                            });
 }
 
 // Calls `work(part)` for the areas above, left of, right of and below `keep`, which must be within

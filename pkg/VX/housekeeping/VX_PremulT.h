@@ -67,7 +67,7 @@ VX_Err VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel
   using Work = typename VXp_PixelTraits<Pixel>::Work;
   using Channel = VX_ChannelOf<Pixel>;
   const Pixel m = matte;
-  return VXp_ForRows<Pixel>(world, area, [m](char* first, size_t count) {
+  return VXp_ForRows<Pixel>(world, area, area.right - area.left, [m](char* first, size_t count) {
     constexpr Piece<Pixel> piece;
     for (size_t x = 0; x < count; ++x) {
       char* const place = first + x * sizeof(Pixel);

@@ -32,11 +32,12 @@ int32_t ChannelOrder(BM_World** bitmap) {
 VX_Err FlipChannels(BM_World** bitmap) {
   VX_LayerDef world;
   if (const VX_Err error = VX_EffectWorldFromBMWorld(bitmap, &world)) return error;
-  return VXp_ForRows<VX_Pixel8>(world, VXp_WholeArea(world), [](char* first, size_t count) {
-    for (size_t x = 0; x < count; ++x) {
-      VXp_Store(first + x * 4, __builtin_bswap32(VXp_Load<uint32_t>(first + x * 4)));
-    }
-  });
+  return VXp_ForRows<VX_Pixel8>(
+      world, VXp_WholeArea(world), VXp_MoveWork(world.width), [](char* first, size_t count) {
+        for (size_t x = 0; x < count; ++x) {
+          VXp_Store(first + x * 4, __builtin_bswap32(VXp_Load<uint32_t>(first + x * 4)));
+        }
+      });
 }
 
 }  // namespace

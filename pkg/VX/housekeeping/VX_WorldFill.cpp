@@ -44,12 +44,14 @@ void VX_WorldX<Pixel>::FillAlpha() {
 template <class Pixel>
 void VX_WorldX<Pixel>::InvertAlpha() {
   using Channel = VX_ChannelOf<Pixel>;
-  VXp_ThrowIf(VXp_ForRows<Pixel>(*this, VXp_WholeArea(*this), [](char* first, size_t count) {
-    for (size_t x = 0; x < count; ++x) {
-      char* const alpha = first + x * sizeof(Pixel);
-      VXp_Store(alpha, static_cast<Channel>(VXp_PixelTraits<Pixel>::Inv(VXp_Load<Channel>(alpha))));
-    }
-  }));
+  VXp_ThrowIf(VXp_ForRows<Pixel>(
+      *this, VXp_WholeArea(*this), VXp_MoveWork(this->width), [](char* first, size_t count) {
+        for (size_t x = 0; x < count; ++x) {
+          char* const alpha = first + x * sizeof(Pixel);
+          VXp_Store(alpha,
+                    static_cast<Channel>(VXp_PixelTraits<Pixel>::Inv(VXp_Load<Channel>(alpha))));
+        }
+      }));
 }
 
 // The class itself is instantiated in frame; the members with pixel arithmetic are instantiated

@@ -51,17 +51,18 @@ inline M_LRect VXp_ClippedArea(const M_Rect* area, const VX_LayerDef& world) {
 
 // Calls `work(first, count)` with the address and the number of pixels of each row of an area
 // within the world, or of several rows that are contiguous in memory. The calls may be made on
-// several threads (VXp_Bands.h). Does nothing for a world without pixels. Returns VX_Ok or the
-// error of the iterator.
+// several threads; `row_work` is the work of a row (VXp_PlanBands). Does nothing for a world
+// without pixels. Returns VX_Ok or the error of the iterator.
 template <class Pixel, class Work>
-VX_Err VXp_ForRows(const VX_LayerDef& world, const M_LRect& area, const Work& work) {
+VX_Err VXp_ForRows(const VX_LayerDef& world, const M_LRect& area, int64_t row_work,
+                   const Work& work) {
   if (VXp_IsEmpty(area) || world.data == nullptr) return VX_Ok;
   const int32_t width = area.right - area.left, rows = area.bottom - area.top;
   char* const first_row = VXp_PixelAddress<Pixel>(world, area.left, area.top);
   const VXp_RowMemory memory =
       VXp_MemoryOf(reinterpret_cast<Pixel*>(first_row), world.rowbytes, width, rows);
   const bool contiguous = memory.width == world.rowbytes;
-  const VXp_Bands bands = VXp_PlanBands(rows, width, VXp_RowsAreIndependent(memory));
+  const VXp_Bands bands = VXp_PlanBands(rows, row_work, VXp_RowsAreIndependent(memory));
   return VXp_ForBands(bands, [&](int32_t, int32_t first, int32_t count) -> VX_Err {
     char* const row = first_row + ptrdiff_t{first} * world.rowbytes;
     const auto pixels = static_cast<size_t>(width);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/VXp_Bands.h"
 #include "frame/VXp_Rects.h"
@@ -27,7 +28,8 @@ VX_Err VXp_CopyRows(VXp_RowProgress& progress, const VX_LayerDef& src, const VX_
   const VXp_RowMemory to_rows =
       VXp_MemoryOf(reinterpret_cast<const To*>(to), dst.rowbytes, area.width, area.height);
   const VXp_Bands bands =
-      VXp_PlanBands(area.height, area.width, VXp_RowsAreIndependent(to_rows, {from_rows}));
+      VXp_PlanBands(area.height, std::is_same_v<To, From> ? VXp_MoveWork(area.width) : area.width,
+                    VXp_RowsAreIndependent(to_rows, {from_rows}));
   // If source and destination overlap, the order in which rows are copied matters.
   const bool contiguous = from_rows.width == src.rowbytes && to_rows.width == dst.rowbytes &&
                           !VXp_ShareMemory(from_rows, to_rows);

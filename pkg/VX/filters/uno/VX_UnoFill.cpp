@@ -14,7 +14,8 @@ VX_Err ForRuns(const VX_UnoBuffer& buffer, const M_LRect& area, const Fill& fill
   if (area.right <= area.left || area.bottom <= area.top) return VX_Ok;
   const int32_t width = area.right - area.left;
   const auto row_bytes = static_cast<size_t>(width) * sizeof(Sample);
-  const VXp_Bands bands = VXp_PlanBands(area.bottom - area.top, width, /*independent=*/true);
+  const VXp_Bands bands =
+      VXp_PlanBands(area.bottom - area.top, VXp_MoveWork(width), /*independent=*/true);
   return VXp_ForBands(bands, [&](int32_t, int32_t first, int32_t count) -> VX_Err {
     const int32_t step = width == buffer.width ? count : 1;
     for (int32_t y = area.top + first; y < area.top + first + count; y += step) {

@@ -22,9 +22,6 @@ namespace vxcli {
 
 namespace {
 
-// Each thread may have a temporary file; VXIO_OutputFile.cpp can store 1024 names.
-constexpr int32_t kMostThreads = 512;
-
 constexpr double kLongestClip = 1e9;  // largest time of a clip, in seconds
 
 std::vector<int64_t> ParseFrames(const std::string& option, const std::string& text) {
@@ -139,8 +136,10 @@ OptionList JobOptionList(JobOptions* to, JobOutput output, const std::optional<O
             "Check the arguments and inputs, print the planned work, and write nothing"},
            {"--strict", "", Flag(&to->strict),
             "Treat warnings as errors: a frame with a warning fails and is not written"},
-           Option{"--threads", "N", Integer(&to->threads, 1, kMostThreads),
-                  "Number of frames processed at the same time, %r"}
+           Option{
+               "--threads", "N", Integer(&to->threads, 1, kMostThreads),
+               "Number of threads, %r: as many frames are processed at the same time; if there are "
+               "fewer frames, several threads process a frame"}
                .Without("the number of processors available to the command"),
            Option{"--memory", "LIMIT", Parsed(&to->memory, ParseBytes),
                   "Largest size of the pixels of all frames processed at the same time, such as "

@@ -36,6 +36,10 @@ struct ClipArguments {
   std::optional<bool> alpha;
 };
 
+// The largest value of --threads. Each thread may have a temporary file; VXIO_OutputFile.cpp can
+// store 1024 names.
+inline constexpr int32_t kMostThreads = 512;
+
 // The options of every verb that reads or writes pictures.
 struct JobOptions {
   std::string output, failed_list;

@@ -4,8 +4,6 @@
 
 #include "JobRun.h"
 
-#include <sched.h>
-
 #include <algorithm>
 #include <chrono>
 #include <iostream>
@@ -25,15 +23,6 @@ namespace {
 constexpr const char* kStatusNames[] = {"not_run", "done",    "up_to_date",
                                         "planned", "missing", "failed"};
 constexpr int kStatuses = 6;
-
-int AllowedProcessors() {
-  cpu_set_t set;
-  CPU_ZERO(&set);
-  const int count = sched_getaffinity(0, sizeof set, &set) == 0
-                        ? CPU_COUNT(&set)
-                        : static_cast<int>(std::thread::hardware_concurrency());
-  return std::clamp(count, 1, 512);
-}
 
 // Throws UsageError if the format of the output does not have the encoding.
 void CheckEncoding(const JobOptions& options) {
@@ -96,10 +85,13 @@ Runner::Runner(const Job& job, const JobPlan& plan, Progress* progress, ClipOutp
       plan_(plan),
       progress_(progress),
       clip_(clip),
-      allowed_threads_(options_.threads ? *options_.threads : AllowedProcessors()),
+      allowed_threads_(options_.threads ? *options_.threads
+                                        : std::min(VXHost_AllowedProcessors(), kMostThreads)),
       threads_(static_cast<int>(
           std::min<size_t>(job.parallel ? static_cast<size_t>(allowed_threads_) : 1, plan.size()))),
       budget_(job) {
+  // Frames first: threads that are not needed for frames divide the rows of a frame.
+  VXHost_SetNumThreads(allowed_threads_ / std::max(threads_, 1));
   // One thread at a time encodes the frames of a clip.
   const int sharing = clip ? 1 : threads_;
   if (plan.sequence() || options_.threads) VXIO_SetThreads(allowed_threads_ / sharing);

@@ -80,6 +80,7 @@ void RequireNoCall(const char* what) {
 void Birth() {
   if (born.load()) return;
   Check(VX_CheckVersions(0x250000, VX_PKG_VERSION));
+  VXHost_SetLibraryThreads(0);
   VX_Err code = VX_Birth();
   if (code == VX_Ok) code = PLUG_RunScans();
   if (code != VX_Ok) static_cast<void>(VX_Death());

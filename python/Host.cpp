@@ -5,6 +5,7 @@
 
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -12,8 +13,10 @@
 #include "Arguments.h"
 #include "Errors.h"
 #include "Subjects.h"
+#include "VX/VX_FrameBlending.h"
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_Package.h"
+#include "VXIO/VXIO_Picture.h"
 #include "host/VXHost.h"
 
 namespace vxpy {
@@ -51,7 +54,11 @@ std::string Processor() {
 
 void SetThreads(const py::object& count) {
   const auto threads = static_cast<int32_t>(ParseWhole("count", count, 1, 1024));
-  WithRestart([&] { VXHost_SetNumThreads(threads); });
+  WithRestart([&] {
+    VXHost_SetNumThreads(threads);
+    VX_SetMotionThreads(std::min(threads, 256));
+    VXIO_SetThreads(threads);
+  });
 }
 
 void SetModuleFolders(const std::vector<std::string>& folders) {

@@ -3,8 +3,9 @@
 
 // Calls a Python function for pixels, for bands of rows, and for numbers.
 //
-// The library may call back on any thread, so each callback acquires the interpreter's lock. An
-// exception in the function ends the iteration; the vx function raises it unchanged.
+// Pixels and bands are processed on the calling thread. The generic iterator may call back on any
+// thread, so each callback acquires the interpreter's lock. An exception in the function ends the
+// iteration; the vx function raises it unchanged.
 
 #include "VX/VX_Iterate.h"
 
@@ -232,12 +233,12 @@ py::object IterateRows(const py::object& dst, const py::object& function, const 
   if (!iteration.area.Empty()) {
     iteration.bands =
         (iteration.area.bottom - iteration.area.top + iteration.rows - 1) / iteration.rows;
-    Run(iteration, [&] {
-      return VX_IterateGeneric(iteration.bands, &iteration,
-                               [](void* refcon, int32_t, int32_t i, int32_t) {
-                                 auto& one = *static_cast<BandIteration*>(refcon);
-                                 return one.Step([&] { return one.Visit(i); });
-                               });
+    Run(iteration, [&]() -> VX_Err {
+      for (int32_t band = 0; band < iteration.bands; ++band) {
+        const VX_Err error = iteration.Step([&] { return iteration.Visit(band); });
+        if (error != VX_Ok) return error;
+      }
+      return VX_Ok;
     });
   }
   return target.Finish();
@@ -260,6 +261,8 @@ void IterateGeneric(const py::object& iterations, const py::object& function) {
                                });
                              });
   });
+  // Only the calling thread handles signals, and other threads may have made the last calls.
+  if (PyErr_CheckSignals() != 0) throw py::error_already_set();
 }
 
 }  // namespace

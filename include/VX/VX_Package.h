@@ -44,6 +44,14 @@ VX_API VX_Err VX_Death();
 VX_API VX_Err VX_AcquireLibrary(int32_t caller_version);
 VX_API VX_Err VX_ReleaseLibrary();
 
+// Like VX_AcquireLibrary. If this acquisition initialises the library, it calls `prepare` first,
+// which may change settings of the host: no other component uses the library, and none can acquire
+// it until `prepare` has returned. An error of `prepare` ends the acquisition and is returned.
+//   prepare   may be null; must not acquire or release the library
+//   refcon    passed to `prepare`
+using VX_PrepareFunc = VX_Err (*)(void* refcon);
+VX_API VX_Err VX_AcquireLibraryWith(int32_t caller_version, VX_PrepareFunc prepare, void* refcon);
+
 // Returns the text of the latest report that the library made on the calling thread, truncated to
 // 511 bytes; empty if there was none since VX_ForgetReport. The host receives every report as well.
 // Reports made by the host itself (for example, out of memory) are not included. The text is valid

@@ -81,6 +81,13 @@ VXHOST_API void VXHost_ResetProcessor();
 // Sets the result of U_GetNumThreads. Default 1; values below 1 mean 1.
 VXHOST_API void VXHost_SetNumThreads(int32_t threads);
 
+// Returns the number of processors that the process may use (its affinity), at least 1.
+VXHOST_API int32_t VXHost_AllowedProcessors();
+
+// Sets the result of U_GetNumThreads for a program that uses vx::Library.
+//   threads   at least 1; 0: VXHost_AllowedProcessors(), unless VXHost_SetNumThreads was called
+VXHOST_API void VXHost_SetLibraryThreads(int32_t threads);
+
 // ---- Reports and log ----------------------------------------------------------------------------
 
 struct VXHost_Report {

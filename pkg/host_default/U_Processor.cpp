@@ -1,15 +1,18 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
+#include <sched.h>
+
 #include <algorithm>
 #include <atomic>
+#include <thread>
 
 #include "host/VXHost.h"
 
 namespace {
 
 constinit uint32_t record[U_CPU_WORDS] = {};
-constinit std::atomic<int32_t> num_threads{1};
+constinit std::atomic<int32_t> num_threads{0};  // 0: not set
 
 void Detect() {
   std::fill(std::begin(record), std::end(record), 0u);
@@ -41,6 +44,23 @@ void VXHost_SetProcessor(const uint32_t (&words)[U_CPU_WORDS]) {
 
 void VXHost_ResetProcessor() { Detect(); }
 
-int32_t U_GetNumThreads() { return num_threads; }
+int32_t U_GetNumThreads() { return std::max(num_threads.load(std::memory_order_relaxed), 1); }
 
 void VXHost_SetNumThreads(int32_t threads) { num_threads = std::max(threads, 1); }
+
+int32_t VXHost_AllowedProcessors() {
+  cpu_set_t allowed;
+  CPU_ZERO(&allowed);
+  const int count = sched_getaffinity(0, sizeof allowed, &allowed) == 0
+                        ? CPU_COUNT(&allowed)
+                        : static_cast<int>(std::thread::hardware_concurrency());
+  return std::max(count, 1);
+}
+
+void VXHost_SetLibraryThreads(int32_t threads) {
+  if (threads > 0) {
+    VXHost_SetNumThreads(threads);
+  } else if (num_threads == 0) {
+    VXHost_SetNumThreads(VXHost_AllowedProcessors());
+  }
+}

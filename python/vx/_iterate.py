@@ -47,8 +47,8 @@ def iterate_rows(dst: PictureT, function: Callable[..., Any], *, src: Picture | 
     dst: any depth.
     function: function(x, y, band), or function(x, y, src_band, band) if there is a source. A band
     is an array of up to `rows` rows x the width of the area x 4; its first pixel is (x, y) in dst.
-    The function changes the band, or returns an array that replaces it. Bands are independent: a
-    module that replaces the generic iterator may call from several threads and in any order.
+    The function changes the band, or returns an array that replaces it. It is called from top to
+    bottom on the calling thread.
     src, at, rect, uncovered: as in iterate(). Without `uncovered` the area is limited to src.
     rows: maximal number of rows of a band, 1..30000.
     progress: called after each band with (bands done, total bands).
@@ -62,9 +62,10 @@ def iterate_generic(iterations: int, function: Callable[[int, int, int], object]
     """Calls function(thread, i, iterations) for i = 0, 1, ... iterations - 1.
 
     iterations: -1 is one call, 0 is none.
-    function: if it returns a true value, the iteration stops with vx.Error of code 517. The
-    built-in iterator calls it on the calling thread in order. A module that replaces the iterator
-    may call it from host.threads() threads in any order.
+    function: if it returns a true value, the iteration stops with vx.Error of code 517. It is called
+    from up to host.threads() threads and in any order, by one thread at a time because of the
+    interpreter's lock. `thread` is the number of the thread, 0 for the calling thread. With
+    host.set_threads(1) all calls are made on the calling thread in order.
 
     Raises TypeError, ValueError, vx.Error, and exceptions of the function.
     """

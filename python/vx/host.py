@@ -37,17 +37,21 @@ def set_processor(level: Level) -> None:
 
 
 def threads() -> int:
-    """Returns the number of threads that the generic iterator may use.
+    """Returns the largest number of threads of one operation, the calling thread included.
 
-    The built-in iterator uses only the calling thread.
+    At first it is the number of processors that the process may use.
     """
     return _vx.threads()
 
 
 def set_threads(count: int) -> None:
-    """Sets the number that threads() returns.
+    """Sets the largest number of threads of an operation, of motion estimation, and of the reading
+    and writing of a file.
 
-    count: 1..1024.
+    count: 1..1024; 1: everything runs on the calling thread. Motion estimation uses at most 256.
+
+    The number does not change the results. Functions that the library calls, such as progress, are
+    called on the calling thread. The exception is the function of vx.iterate_generic.
 
     Raises TypeError, ValueError, RuntimeError.
     """

@@ -69,7 +69,11 @@ class Reports(CommandTest):
         self.assertIn("normal", modes[4]["other_names"])
         slots = json.loads(self.vx("list", "slots", "--json")[0])
         self.assertEqual(sum(s["state"] == "empty" for s in slots), 22)
-        self.assertEqual({s["name"]: s["state"] for s in slots}["VX_TransferRect_S"], "built in")
+        states = {s["name"]: s["state"] for s in slots}
+        self.assertEqual(states["VX_TransferRect_S"], "built in")
+        self.assertEqual(states["VX_IterateGeneric_Static"], "replaced")  # by the module parallel
+        loaded = json.loads(self.vx("list", "modules", "--json")[0])
+        self.assertEqual([(os.path.basename(m["file"]), m["state"]) for m in loaded], [("parallel.RZX", "loaded")])
         for level, name in (("none", "plain"), ("sse2", "sse2")):
             listed = json.loads(self.vx("--processor", level, "list", "processors", "--json")[0])
             self.assertEqual([p["name"] for p in listed if p["in_use"]], [name])

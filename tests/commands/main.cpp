@@ -15,6 +15,7 @@
 
 #include "Operations.h"
 #include "Options.h"
+#include "host/PLUG.h"
 #include "unit/Levels.h"
 #include "unit/ThreadIterator.h"
 
@@ -33,6 +34,7 @@ constexpr char kUsage[] =
     "  --iterator N   processes rows on N threads, and compares the results bit for bit with "
     "those\n"
     "                 of the built-in iterator; after a stop only codes and progress\n"
+    "  --modules DIR  the iterator is that of the module parallel in this folder\n"
     "  --list         the operations\n"
     "\n"
     "Ends with 0 when all is good, 1 after a wrong result, 2 for wrong options, 3 after a crash.\n";
@@ -41,7 +43,7 @@ constexpr uint64_t kAll = UINT64_MAX;
 
 struct Options {
   uint64_t seed = 1, count = 200, at = kAll, iterator = 0;
-  std::string operation, level = "all", against;
+  std::string operation, level = "all", against, modules;
   bool digest = false, list = false;
 };
 
@@ -68,11 +70,20 @@ std::pair<uint32_t, uint32_t> Range(const Options& options) {
 
 using Results = std::vector<std::vector<Part>>;
 
+void LoadIterator(const std::string& folder) {
+  VXHost_SetModuleFolders({folder});
+  if (PLUG_RunScans() != VX_Ok ||
+      VXp_G_OverFuncs.VX_IterateGeneric_Static == &VX_IterateGeneric_Static) {
+    throw std::runtime_error("no iterator was loaded from " + folder);
+  }
+}
+
 // Returns the results of the operation's commands with the library born at a level. With an
 // iterator, the pixels of stopped commands are left out, because threads stop at other rows.
 Results ResultsAt(const std::string& level, uint64_t iterator, const Operation& operation,
                   const Options& options) {
   const BornAtLevel born(level);
+  if (iterator > 0 && !options.modules.empty()) LoadIterator(options.modules);
   std::optional<ThreadIterator> threads;
   if (iterator > 0) threads.emplace(static_cast<int32_t>(iterator));
   const auto [first, end] = Range(options);
@@ -150,6 +161,7 @@ int Run(int count, char** words) {
                 {"--against", &options.against},
                 {"--digest", &options.digest},
                 {"--iterator", &options.iterator},
+                {"--modules", &options.modules},
                 {"--list", &options.list}});
   Command::logs = options.at != kAll;
   std::vector<Operation> operations;

@@ -153,7 +153,7 @@ def test_after_the_end_every_call_says_so():
     vx.death()
     vx.death()
     try:
-        vx.host.set_threads(1)  # does not call birth
+        vx.host.set_threads(vx.host.threads())  # does not call birth
         for call in calls:
             with pytest.raises(vx.Error, match="birth"):
                 call()

@@ -6,18 +6,22 @@
 
 #include <atomic>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "VX/VX_Iterate.h"
 #include "VX/VX_OverrideTable.h"
 #include "frame/VXp_Bands.h"
 #include "host/VXHost.h"
 
 // From construction to destruction, the library processes rows on `count` threads, and also divides
-// the smallest worlds. Thread t gets the items t, t + count, ... The calling thread is thread 0.
+// the smallest worlds. Thread t gets the items t, t + count, ... The calling thread is thread 0. If
+// a module has replaced the slot, the iterator of the module is used instead.
 class ThreadIterator {
  public:
   explicit ThreadIterator(int32_t count) {
     threads_ = count;
+    before_ = VXp_G_OverFuncs.VX_IterateGeneric_Static;
     VXHost_SetNumThreads(count);
     VXp_G_OverFuncs.VX_IterateGeneric_Static = &Iterate;
     VXp_G_BandSizes = {1, 1};
@@ -36,6 +40,14 @@ class ThreadIterator {
   static VX_Err Iterate(int32_t iterations, void* refcon, VX_GenericFunc function) {
     if (function == nullptr || iterations < 2) {
       return VX_IterateGeneric_Static(iterations, refcon, function);
+    }
+    if (before_ != &VX_IterateGeneric_Static) {
+      std::pair<void*, VX_GenericFunc> counted{refcon, function};
+      return before_(iterations, &counted, [](void* of, int32_t thread, int32_t i, int32_t count) {
+        const auto& [inner_refcon, inner] = *static_cast<std::pair<void*, VX_GenericFunc>*>(of);
+        if (thread != 0) ++other_items_;
+        return inner(inner_refcon, thread, i, count);
+      });
     }
     std::atomic<VX_Err> error = VX_Ok;
     const auto process = [&](int32_t thread) {
@@ -56,5 +68,5 @@ class ThreadIterator {
   static inline int32_t threads_ = 1;
   static inline std::atomic<int64_t> other_items_ = 0;
   const VXp_BandSizes sizes_ = VXp_G_BandSizes;
-  const VX_IterateGenericFunc before_ = VXp_G_OverFuncs.VX_IterateGeneric_Static;
+  static inline VX_IterateGenericFunc before_ = nullptr;
 };

@@ -21,10 +21,16 @@ constinit int64_t holders = 0;
 }  // namespace
 
 VX_Err VX_AcquireLibrary(int32_t caller_version) {
+  return VX_AcquireLibraryWith(caller_version, nullptr, nullptr);
+}
+
+VX_Err VX_AcquireLibraryWith(int32_t caller_version, VX_PrepareFunc prepare, void* refcon) {
   return VXp_Guarded([&]() -> VX_Err {
     const std::lock_guard lock(holders_mutex);
     VX_Err error = VX_CheckVersions(0, caller_version);
     if (error == VX_Ok && holders == 0) {
+      if (prepare != nullptr) error = prepare(refcon);
+      if (error != VX_Ok) return error;
       error = VX_Birth();
       if (error == VX_Ok) error = PLUG_RunScans();
       if (error != VX_Ok) static_cast<void>(VX_Death());

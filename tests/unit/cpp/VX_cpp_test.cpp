@@ -292,6 +292,29 @@ TEST(Cpp, LibraryEndsWithItsLastHolder) {
   EXPECT_EQ(VXp_G_fcm_table, nullptr);
 }
 
+// The object that initialises the library sets the number of threads, the others do not.
+TEST(Cpp, ThreadsOfTheLibrary) {
+  const auto threads_with = [](const vx::LibraryOptions& options) {
+    const vx::Library library(options);
+    VX_SlotDescription slot{};
+    EXPECT_EQ(VX_DescribeSlot(53, &slot), VX_Ok);
+    EXPECT_EQ(slot.state, VX_SlotState_Replaced);  // by the module
+    return U_GetNumThreads();
+  };
+  {
+    const vx::Library library({.threads = 3});
+    EXPECT_EQ(VX_MotionThreads(), 3);
+    EXPECT_EQ(threads_with({.threads = 5}), 3);
+  }
+  EXPECT_EQ(threads_with({}), 3);  // a number that was set is kept
+  EXPECT_EQ(threads_with({.threads = 1}), 1);
+  EXPECT_EQ(CodeOf([&] { threads_with({.threads = -1}); }), vx::ErrorCode::bad_parameter);
+  EXPECT_EQ(VX_AcquireLibraryWith(
+                VX_PKG_VERSION, [](void*) { return 99; }, nullptr),
+            99);
+  EXPECT_EQ(VX_ReleaseLibrary(), VX_ErrBadParameter);
+}
+
 TEST(Cpp, ImagesAndViews) {
   const vx::Library library;
   vx::Image image(5, 4, 16);

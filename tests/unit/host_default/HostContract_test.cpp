@@ -291,7 +291,12 @@ TEST(HostSettings, ReportsOfAThread) {
 // Filled before any other initialiser can read it.
 const uint32_t sse2_at_load = U_G_CPU_DataP[U_CPU_HAS_SSE2];
 
+const int32_t threads_at_load = U_GetNumThreads();
+const int32_t threads_of_library = (VXHost_SetLibraryThreads(0), U_GetNumThreads());
+
 TEST(HostSettings, ProcessorAndThreads) {
+  EXPECT_EQ(threads_at_load, 1);
+  EXPECT_EQ(threads_of_library, VXHost_AllowedProcessors());
 #if defined(__x86_64__)
   EXPECT_NE(sse2_at_load, 0u);
 #endif
@@ -303,6 +308,10 @@ TEST(HostSettings, ProcessorAndThreads) {
   for (const int count : {7, 0}) {  // 0: one
     VXHost_SetNumThreads(count);
     EXPECT_EQ(U_GetNumThreads(), std::max(count, 1));
+    VXHost_SetLibraryThreads(0);  // the number was set before
+    EXPECT_EQ(U_GetNumThreads(), std::max(count, 1));
+    VXHost_SetLibraryThreads(5);
+    EXPECT_EQ(U_GetNumThreads(), 5);
   }
 }
 

@@ -12,9 +12,11 @@
 #include "VX/VX_Blur.h"
 #include "VX/VX_World.h"
 #include "filters/VXp_Blur1DState.h"
+#include "frame/VXp_Bands.h"
 #include "frame/VXp_Convert.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_Report.h"
+#include "frame/VXp_RowMemory.h"
 
 namespace {
 
@@ -65,7 +67,11 @@ void Copy(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixe
   const int64_t top = int64_t{src.origin_y} - dst.origin_y;
   const int64_t from = std::clamp<int64_t>(left, 0, dst.width);
   const int64_t to = std::clamp<int64_t>(left + src.width, from, dst.width);
-  for (int32_t y = 0; y < dst.height; ++y) {
+  const VXp_RowMemory memory = VXp_MemoryOf(dst, sizeof(Pixel));
+  const bool independent =
+      VXp_RowsAreIndependent(memory) && !VXp_ShareMemory(memory, VXp_MemoryOf(src, sizeof(Pixel)));
+  const VXp_Bands bands = VXp_PlanBands(dst.height, VXp_MoveWork(dst.width), independent);
+  VXp_ThrowIf(VXp_ForBands(bands, progress, [&](int32_t, int32_t y) -> VX_Err {
     char* const row = reinterpret_cast<char*>(dst.Row(y));
     const bool has_row = y >= top && y < top + src.height;
     const int64_t end = has_row ? to : from;
@@ -77,9 +83,8 @@ void Copy(VX_ProgressInfo* progress, const VX_WorldX<Pixel>& src, VX_WorldX<Pixe
                   static_cast<size_t>((end - from) * kSize));
     }
     std::memset(row + end * kSize, 0, static_cast<size_t>((dst.width - end) * kSize));
-    if (progress == nullptr) continue;
-    VXp_ThrowIf(progress->progress_func(progress->progress_refcon, y + 1, dst.height));
-  }
+    return VX_Ok;
+  }));
 }
 
 // Rows top..bottom - 1, in coordinates that include the origin of a world.

@@ -66,17 +66,18 @@ template <template <class> class Piece, class Pixel>
 VX_Err VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& matte) {
   using Work = typename VXp_PixelTraits<Pixel>::Work;
   using Channel = VX_ChannelOf<Pixel>;
-  const Pixel m = matte;
-  return VXp_ForRows<Pixel>(world, area, area.right - area.left, [m](char* first, size_t count) {
-    constexpr Piece<Pixel> piece;
-    for (size_t x = 0; x < count; ++x) {
-      char* const place = first + x * sizeof(Pixel);
-      Pixel p = VXp_Load<Pixel>(place);
-      const Work alpha = p.alpha;
-      p.red = static_cast<Channel>(piece(p.red, alpha, m.red));
-      p.green = static_cast<Channel>(piece(p.green, alpha, m.green));
-      p.blue = static_cast<Channel>(piece(p.blue, alpha, m.blue));
-      VXp_Store(place, p);
-    }
-  });
+  return VXp_ForRows<Pixel>(world, area, area.right - area.left,
+                            [&matte](char* first, size_t count) {
+                              constexpr Piece<Pixel> piece;
+                              const Pixel m = matte;
+                              for (size_t x = 0; x < count; ++x) {
+                                char* const place = first + x * sizeof(Pixel);
+                                Pixel p = VXp_Load<Pixel>(place);
+                                const Work alpha = p.alpha;
+                                p.red = static_cast<Channel>(piece(p.red, alpha, m.red));
+                                p.green = static_cast<Channel>(piece(p.green, alpha, m.green));
+                                p.blue = static_cast<Channel>(piece(p.blue, alpha, m.blue));
+                                VXp_Store(place, p);
+                              }
+                            });
 }

@@ -42,6 +42,7 @@ Verb ModesVerb();
 Verb CompareVerb();
 Verb InfoVerb();
 Verb ProfileVerb();
+Verb BenchVerb();
 Verb ListVerb();
 
 // Returns all verbs, in the order of the help.

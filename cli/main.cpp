@@ -141,7 +141,7 @@ std::vector<vxcli::Verb> vxcli::AllVerbs() {
           BlurVerb(),       ConvolveVerb(),  KernelVerb(),  FlowVerb(),        TweenVerb(),
           RetimeVerb(),     MatteVerb(),     ConvertVerb(), PremultiplyVerb(), UnpremultiplyVerb(),
           GuessAlphaVerb(), ModesVerb(),     CompareVerb(), InfoVerb(),        ProfileVerb(),
-          ListVerb()};
+          BenchVerb(),      ListVerb()};
 }
 
 std::string vxcli::VersionText() {

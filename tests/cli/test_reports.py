@@ -7,6 +7,7 @@ import math
 import os
 import shutil
 import unittest
+from xml.etree import ElementTree
 
 import jsonschema
 import numpy as np
@@ -85,6 +86,26 @@ class Reports(CommandTest):
         self.refuse(INPUT, "modules/bad.RZX: .*not loaded: file too short", "fill", "--modules", "modules", "2x2",
                     "--color", "255,0,0,0", "-o", "o.png")
         self.assertEqual(json.loads(self.vx("--no-modules", "list", "modules", "--json")[0]), [])
+
+    def test_bench(self):
+        words = ("bench", "--seconds", 0.1, "--size", "64x48", "--threads")
+        record = json.loads(self.vx(*words, 2, "--json", "--plot", "b.svg")[0])
+        self.assertEqual((record["threads"], record["width"], record["height"]), (2, 64, 48))
+        results = record["results"]
+        self.assertEqual([r["depth"] for r in results], [8] * 8 + [16] * 8 + [32] * 8)
+        for r in results:
+            one, both = r["one_thread"], r["all_threads"]
+            self.assertGreaterEqual(min(one["repetitions"], both["repetitions"]), 3)
+            self.assertAlmostEqual(r["speedup"] * one["mpixels_per_second"], both["mpixels_per_second"],
+                                   delta=0.01 * both["mpixels_per_second"] + 0.01)
+        texts = [text.text for text in ElementTree.parse(self.path("b.svg")).iter("{http://www.w3.org/2000/svg}text")]
+        self.assertLess({r["work"] for r in results} | {"2 threads"}, set(texts))
+        table = self.vx(*words, 1, "--plot", "b.png")[0]
+        self.assertEqual(len(table.splitlines()), 4 + len(results))
+        self.assertNotIn("speedup", table)
+        self.assertEqual(len({tuple(p) for row in self.pixels("b.png") for p in row} & {(52, 101, 164), (255, 255, 255)}),
+                         2)
+        self.refuse(OUTPUT, "b.xyz", *words, 1, "--plot", "b.xyz")
 
     def test_progress(self):
         self.png("a.png", random_pixels(1, 300, 20))

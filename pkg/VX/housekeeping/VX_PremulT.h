@@ -61,23 +61,27 @@ struct VXp_UnmultiplyMatte {
   }
 };
 
-// Applies an operation, one of the classes above, to the colours of each pixel of the area.
+// Applies an operation, one of the classes above, to the colours of a row.
 template <template <class> class Piece, class Pixel>
-VX_Err VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& matte) {
+void VXp_PremulRow(char* first, size_t count, const Pixel m) {
   using Work = typename VXp_PixelTraits<Pixel>::Work;
   using Channel = VX_ChannelOf<Pixel>;
-  return VXp_ForRows<Pixel>(world, area, area.right - area.left,
-                            [&matte](char* first, size_t count) {
-                              constexpr Piece<Pixel> piece;
-                              const Pixel m = matte;
-                              for (size_t x = 0; x < count; ++x) {
-                                char* const place = first + x * sizeof(Pixel);
-                                Pixel p = VXp_Load<Pixel>(place);
-                                const Work alpha = p.alpha;
-                                p.red = static_cast<Channel>(piece(p.red, alpha, m.red));
-                                p.green = static_cast<Channel>(piece(p.green, alpha, m.green));
-                                p.blue = static_cast<Channel>(piece(p.blue, alpha, m.blue));
-                                VXp_Store(place, p);
-                              }
-                            });
+  constexpr Piece<Pixel> piece;
+  for (size_t x = 0; x < count; ++x) {
+    char* const place = first + x * sizeof(Pixel);
+    Pixel p = VXp_Load<Pixel>(place);
+    const Work alpha = p.alpha;
+    p.red = static_cast<Channel>(piece(p.red, alpha, m.red));
+    p.green = static_cast<Channel>(piece(p.green, alpha, m.green));
+    p.blue = static_cast<Channel>(piece(p.blue, alpha, m.blue));
+    VXp_Store(place, p);
+  }
+}
+
+// Applies the operation to the colours of each pixel of the area.
+template <template <class> class Piece, class Pixel>
+VX_Err VXp_PremulArea(const VX_LayerDef& world, const M_LRect& area, const Pixel& matte) {
+  return VXp_ForRows<Pixel>(world, area, area.right - area.left, [&](char* first, size_t count) {
+    VXp_PremulRow<Piece, Pixel>(first, count, matte);
+  });
 }

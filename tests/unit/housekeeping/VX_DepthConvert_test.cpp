@@ -12,6 +12,7 @@
 #include "reference/RefCopy.h"
 #include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
+#include "unit/ThreadIterator.h"
 
 namespace {
 
@@ -84,6 +85,7 @@ TEST(DepthConvert, PollsEachRow) {
 }
 
 // Noise replaces the rounding constant: a word per channel, in order, repeated after the table.
+// Rows after a stop use no noise. The number of threads makes no difference.
 TEST(Dither, UsesTheNoiseInOrderAndRepeats) {
   uint32_t* words = nullptr;
   int32_t size = 0;
@@ -106,10 +108,18 @@ TEST(Dither, UsesTheNoiseInOrderAndRepeats) {
     ASSERT_EQ(VX_DepthConvertWorld(nullptr, &from.world, nullptr, 1, 0, 0, &dst.world), 0);
     EXPECT_TRUE(dst.bytes == want);
   };
-  for (int round = 0; round < 2; ++round) {
+  VX_ProgressInfo stop_after_two{};
+  stop_after_two.progress_func = [](void*, int32_t step, int32_t) -> VX_Err {
+    return step == 2 ? VX_ErrStopped : VX_Ok;
+  };
+  for (const int32_t threads : {1, 1, 3}) {
+    const ThreadIterator iterator(threads);
     VX_ResetDitherRandomIndex();
     next = 0;
     check(deep);
+    EXPECT_EQ(VX_DepthConvertWorld(&stop_after_two, &deep.world, nullptr, 1, 0, 0, &dst.world),
+              VX_ErrStopped);
+    next += 2 * 5000 * 4;
     check(unit);
   }
 }

@@ -1,8 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Motion estimation with default settings, its steps, and OpenCV's DIS optical flow: on pictures of
-// the same size as the analysis pictures for the steps, on full-size pictures for the whole.
+// In-between frames with default settings: the first frame of a pair, which includes the estimate
+// of the motion, and a further frame of the same pair. OpenCV's DIS optical flow estimates both
+// fields of full-size pictures, without a frame.
 
 #include <cstdio>
 #include <memory>
@@ -15,7 +16,6 @@
 #include "Sections.h"
 #include "VX/VX_FrameBlending.h"
 #include "Versus.h"
-#include "frameblend/smooth/FnMotionField.h"
 
 namespace {
 
@@ -67,95 +67,66 @@ std::vector<uint8_t> Grey(const Frame<VX_Pixel8>& frame) {
   for (const VX_Pixel8& pixel : frame.pixels) grey.push_back(pixel.green);
   return grey;
 }
-std::vector<uint8_t> Grey(const FnFloatMap& map) {
-  std::vector<uint8_t> grey;
-  for (int32_t y = 0; y < map.height(); ++y) {
-    for (int32_t x = 0; x < map.width(); ++x) {
-      grey.push_back(static_cast<uint8_t>(map.row(y)[x] * 255.0f + 0.5f));
-    }
-  }
-  return grey;
-}
-
 class Motion {
  public:
   Motion(const Options& options, int32_t width, int32_t height)
       : options_(options),
         name_(std::to_string(width) + "x" + std::to_string(height) + "/"),
         first_(MakeFrame(width, height, 0, 0)),
-        second_(MakeFrame(width, height, 6.5, -3.25)) {
-    const VX_LayerDef a = first_.Layer(), b = second_.Layer();
-    FnPrepareAnalysis(a, settings_, &state_, &pictures_[0]);
-    FnPrepareAnalysis(b, settings_, &state_, &pictures_[1]);
-    FnEstimateBlocks(pictures_[0], pictures_[1], settings_, &state_, &blocks_);
-    Check();
-  }
+        second_(MakeFrame(width, height, 6.5, -3.25)),
+        out_(MakeFrame(width, height, 0, 0)) {}
 
   void Run() {
-    const FnFloatMap& small = pictures_[0].luminance;
-    const std::vector<Rival> none(3), on_analysis = Flows(Grey(small), Grey(pictures_[1].luminance),
-                                                          small.width(), small.height());
-    const std::vector<Rival> on_frames =
-        Flows(Grey(first_), Grey(second_), first_.width, first_.height);
-    for (const int32_t threads : {1, 2}) {
-      VX_SetMotionThreads(threads);
-      const std::string suffix = threads == 1 ? ", 1 thread" : ", 2 threads";
-      Row(
-          "luminance and analysis picture" + suffix, [&] { Prepare(); }, none);
-      Row(
-          "motion of blocks" + suffix, [&] { Estimate(); }, on_analysis);
-      Row(
-          "final smoothing" + suffix, [&] { Smooth(); }, none);
-      Row(
-          "both fields" + suffix, [&] { Both(); }, on_frames);
+    const std::vector<Rival> none(3), flows = Flows(Grey(first_), Grey(second_));
+    for (const auto& [name, quality] : {std::pair{"standard", VX_TweenQuality_Standard},
+                                        std::pair{"high", VX_TweenQuality_High}}) {
+      for (const int32_t threads : {1, 2}) {
+        VX_SetMotionThreads(threads);
+        const std::string suffix = std::string(" of a pair, ") + name + ", " +
+                                   std::to_string(threads) +
+                                   (threads == 1 ? " thread" : " threads");
+        VX_Tween* const pair = Begin(quality);
+        Instant(pair);
+        Row(
+            "first frame" + suffix,
+            [&, quality = quality] {
+              VX_Tween* const fresh = Begin(quality);
+              Instant(fresh);
+              VX_DisposeTween(fresh);
+            },
+            flows);
+        Row(
+            "further frame" + suffix, [&] { Instant(pair); }, none);
+        VX_DisposeTween(pair);
+      }
     }
   }
 
  private:
-  void Check() {
-    if (state_.poll() != VX_Ok) throw std::runtime_error("motion estimation failed");
-  }
-  void Prepare() {
-    const VX_LayerDef a = first_.Layer();
-    FnAnalysisPicture picture;
-    FnPrepareAnalysis(a, settings_, &state_, &picture);
-    Check();
-  }
-  void Estimate() {
-    FnVectorMap field;
-    FnEstimateBlocks(pictures_[0], pictures_[1], settings_, &state_, &field);
-    Check();
-  }
-  void Smooth() {
-    FnVectorMap field(blocks_.width(), blocks_.height());
-    for (int32_t y = 0; y < field.height(); ++y) {
-      std::copy_n(blocks_.row(y), field.width(), field.row(y));
-    }
-    FnSmoothField(pictures_[0], pictures_[1], settings_, &state_, &field);
-    Check();
-  }
-  void Both() {
+  VX_Tween* Begin(VX_TweenQuality quality) {
     const VX_LayerDef a = first_.Layer(), b = second_.Layer();
-    FnAnalysisPicture pictures[2];
-    FnPrepareAnalysis(a, settings_, &state_, &pictures[0]);
-    FnPrepareAnalysis(b, settings_, &state_, &pictures[1]);
-    for (const int32_t from : {0, 1}) {
-      FnVectorMap field;
-      FnEstimateBlocks(pictures[from], pictures[1 - from], settings_, &state_, &field);
-      FnSmoothField(pictures[from], pictures[1 - from], settings_, &state_, &field);
-    }
-    Check();
+    VX_Tween* tween = nullptr;
+    Check(VX_NewTween(&a, &b, nullptr, quality, &tween));
+    return tween;
+  }
+  void Instant(VX_Tween* tween) {
+    VX_LayerDef to = out_.Layer();
+    Check(VX_TweenInstant(tween, 0.4f, nullptr, &to));
+  }
+  static void Check(VX_Err error) {
+    if (error != VX_Ok) throw std::runtime_error("the in-between frame failed");
   }
 
   // The presets ultrafast, fast and medium.
-  std::vector<Rival> Flows(std::vector<uint8_t> a, std::vector<uint8_t> b, int32_t width,
-                           int32_t height) {
+  std::vector<Rival> Flows(std::vector<uint8_t> a, std::vector<uint8_t> b) {
+    const int32_t width = first_.width, height = first_.height;
     const auto from = std::make_shared<std::vector<uint8_t>>(std::move(a));
     const auto to = std::make_shared<std::vector<uint8_t>>(std::move(b));
     std::vector<Rival> rivals;
     for (const int preset : {0, 1, 2}) {
       rivals.push_back(RivalOf(OpenCvFlow(), [=] {
         OpenCvFlow()->dis(from->data(), to->data(), width, height, preset);
+        OpenCvFlow()->dis(to->data(), from->data(), width, height, preset);
       }));
     }
     return rivals;
@@ -170,11 +141,7 @@ class Motion {
 
   const Options& options_;
   std::string name_;
-  Frame<VX_Pixel8> first_, second_;
-  VX_Veltor_AlgoParams settings_;
-  FnInterruptState state_;
-  FnAnalysisPicture pictures_[2];
-  FnVectorMap blocks_;
+  Frame<VX_Pixel8> first_, second_, out_;
 };
 
 }  // namespace

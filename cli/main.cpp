@@ -146,6 +146,7 @@ std::vector<vxcli::Verb> vxcli::AllVerbs() {
 
 std::string vxcli::VersionText() {
   std::string text = "vx " VX_PROJECT_VERSION "\nlibVX package " + std::to_string(VX_PKG_VERSION);
+  text += std::string(", build for ") + VX_BuildLevel();
   for (const ProcessorLevel& level : ProcessorLevels()) {
     if (level.in_use) text += std::string("\nprocessor level ") + level.name;
   }

@@ -17,6 +17,7 @@
 
 #include "Console.h"
 #include "VX/VX_OverrideTable.h"
+#include "VX/VX_Package.h"
 #include "VXIO/VXIO_Picture.h"
 #include "Values.h"
 #include "Verbs.h"
@@ -128,8 +129,26 @@ Json ListFormats() {
   return rows;
 }
 
+// The builds of libVX that may exist, and whether this processor can run them.
+std::vector<std::pair<const char*, bool>> LibraryBuilds() {
+  bool v3 = false, v4 = false;
+#ifdef __x86_64__
+  v3 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+       __builtin_cpu_supports("bmi2");
+  v4 = v3 && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512dq") &&
+       __builtin_cpu_supports("avx512vl");
+#endif
+  return {{"baseline", true}, {"x86-64-v3", v3}, {"x86-64-v4", v4}};
+}
+
 Json ListProcessors() {
   Json rows = Json::array();
+  for (const auto& [name, available] : LibraryBuilds()) {
+    rows.push_back({{"option", nullptr},
+                    {"name", std::string("libVX for ") + name},
+                    {"available", available},
+                    {"in_use", std::string_view(name) == VX_BuildLevel()}});
+  }
   for (const ProcessorLevel& level : ProcessorLevels()) {
     rows.push_back({{"option", level.option},
                     {"name", level.name},

@@ -31,11 +31,16 @@ class FromCMake(build_ext):
             files = [path for path in pathlib.Path(stage).rglob("*.so*")]
             module = [path for path in files if path.name.startswith("_vx.")]
             libraries = [path for path in files if re.fullmatch(r"libVX\w*\.so\.\d+", path.name)]
-            if len(module) != 1 or len(libraries) != 4:
+            names = {path.name for path in libraries}
+            if len(module) != 1 or len(names) != 4:
                 sys.exit(f"{tree}: is no finished build of VX with its Python module")
             shutil.copy(module[0], package)
-            for path in libraries:  # with the file names that the loader uses
-                shutil.copy(path, package / "lib")
+            for path in libraries:  # with the file and folder names that the loader uses
+                folder = package / "lib"
+                if path.parents[1].name == "glibc-hwcaps":
+                    folder = folder / "glibc-hwcaps" / path.parent.name
+                folder.mkdir(parents=True, exist_ok=True)
+                shutil.copy(path, folder)
             # libVXHost loads acceleration modules from the folder vx/modules beside it.
             (package / "lib/vx/modules").mkdir(parents=True, exist_ok=True)
             for path in pathlib.Path(stage).rglob("vx/modules/*.RZX"):

@@ -21,6 +21,12 @@ VX_API VX_Err VX_CheckVersions(uint32_t report_code, int32_t caller_version);
 // Returns the version of the library in the high 16 bits: 0x00110000.
 VX_API uint32_t VX_PkgObjectVersion();
 
+// Returns the processor level for which the loaded build of the library was compiled: "baseline",
+// "x86-64-v3" or "x86-64-v4". Several builds may be installed; the dynamic loader takes the one of
+// the highest level that the processor has. All builds compute the same results. May be called at
+// any time.
+VX_API const char* VX_BuildLevel();
+
 // Builds the process-wide tables and fills the override table. Returns the first error. Call
 // VX_Death also after a failure. Acceleration modules are loaded and suites are registered by
 // PLUG_RunScans (host/PLUG.h), which the application calls after birth.

@@ -77,7 +77,10 @@ class Reports(CommandTest):
         self.assertEqual([(os.path.basename(m["file"]), m["state"]) for m in loaded], [("parallel.RZX", "loaded")])
         for level, name in (("none", "plain"), ("sse2", "sse2")):
             listed = json.loads(self.vx("--processor", level, "list", "processors", "--json")[0])
-            self.assertEqual([p["name"] for p in listed if p["in_use"]], [name])
+            self.assertEqual([p["name"] for p in listed if p["in_use"] and p["option"]], [name])
+            loaded = [p["name"] for p in listed if p["in_use"] and not p["option"]]
+            self.assertEqual(len(loaded), 1)
+            self.assertIn(loaded[0].replace("libVX for", "build for"), self.vx("--version")[0])
         os.mkdir(self.path("modules"))
         self.text("modules/bad.RZX", "text")
         listed = json.loads(self.vx("--modules", "modules", "list", "modules", "--json", code=INPUT)[0])

@@ -182,6 +182,7 @@ int Run(int count, char** words) {
   for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) {
     sigaction(signal, &action, nullptr);
   }
+  if (!IsExpectedBuild()) return 1;
   const auto run_all = [&] {
     const BornAtLevel born(options.level);
     return RunAll(operations, options);

@@ -4,6 +4,8 @@
 
 // The processor levels that tests run at, and the library born at one of them.
 
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 
@@ -20,6 +22,16 @@ inline bool LimitProcessor(const std::string& level) {
     U_G_CPU_DataP[U_CPU_HAS_SSSE3] = 0;
   }
   return level == "none" || level == "sse2" || level == "all";
+}
+
+// Compares the build of the library that was loaded with the one that the environment variable
+// VX_TEST_BUILD names. Prints a message if they differ.
+inline bool IsExpectedBuild() {
+  const char* const wanted = std::getenv("VX_TEST_BUILD");
+  if (wanted == nullptr || std::string(wanted) == VX_BuildLevel()) return true;
+  std::fprintf(stderr, "the build for %s was loaded, not the one for %s\n", VX_BuildLevel(),
+               wanted);
+  return false;
 }
 
 // The library is alive at the level from construction to destruction.

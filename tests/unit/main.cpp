@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "VX_TEST_PROCESSOR is none, sse2 or all, not %s\n", level);
     return 2;
   }
+  if (!IsExpectedBuild()) return 2;
   testing::AddGlobalTestEnvironment(new BornEnvironment);
   std::printf("random seed: VX_TEST_SEED=%u\n", TestSeed());
   return RUN_ALL_TESTS();

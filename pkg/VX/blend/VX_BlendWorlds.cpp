@@ -7,7 +7,6 @@
 
 #include "VX/VX_OverrideTable.h"
 #include "blend/VXp_CompositeRect.h"
-#include "blend/VXp_FourPixels.h"
 #include "blend/modes/VXp_RowModes.h"
 #include "frame/VXp_Bands.h"
 #include "frame/VXp_Dispatch.h"

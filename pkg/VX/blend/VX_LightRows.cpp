@@ -65,7 +65,7 @@ void Linearize(const VX_LightCurves& curves, bool writes_color, const VX_PixelFl
 void StoreChanges(const VX_LightCurves& curves, const Arrays& arrays, const VX_PixelFloat* src,
                   VX_PixelFloat* dst) {
   constexpr VXp_IntLanes kAlpha = {-1, 0, 0, 0};
-  using L = VXp_LaneTraits<VX_PixelFloat>;
+  using L = VXp_LaneTraits<VX_PixelFloat, 4>;
   for (int32_t k = 0; k < arrays.count; ++k) {
     const int32_t i = arrays.at[k];
     const VXp_FloatLanes light = LoadPixel(arrays.dst + k);

@@ -3,7 +3,7 @@
 
 #include "blend/VXp_RowStages.h"
 
-#include "blend/VXp_FourPixels.h"
+#include "blend/VXp_PixelGroup.h"
 #include "blend/modes/VXp_Matted.h"
 
 namespace {
@@ -29,15 +29,16 @@ template <class Pixel, template <class> class Neutral, Direction direction>
   using L = VXp_LaneTraits<Pixel>;
   const Pixel* const none = nullptr;
   if (src == nullptr) src = dst;
-  const int32_t done = VXp_ForFours(count, [=](ptrdiff_t x) {
-    VXp_Argb<L> p = VXp_LoadFour(src + x);
+  const int32_t done = VXp_ForGroups<L::kLanes>(count, [=](ptrdiff_t x) {
+    VXp_Argb<L> p = VXp_LoadGroup(src + x);
     if (src == dst && !L::Any(p.alpha < L::kFull)) return;
     MatteColor<L, Neutral<L>, direction>(VXp_Color<L>::Of(p), p.alpha).StoreTo(p);
-    VXp_StoreFour(dst + x, p);
+    VXp_StoreGroup(dst + x, p);
   });
-  VXp_ForRest(done, count, src, none, dst, [](const Pixel* from, const Pixel*, Pixel* to) {
-    MatteRow<Pixel, Neutral, direction>(kVXp_Lanes, from, to);
-  });
+  VXp_ForRest<L::kLanes>(done, count, src, none, dst,
+                         [](const Pixel* from, const Pixel*, Pixel* to) {
+                           MatteRow<Pixel, Neutral, direction>(L::kLanes, from, to);
+                         });
   return VX_Ok;
 }
 
@@ -46,7 +47,7 @@ template <class Pixel, template <class> class Neutral, Direction direction>
 template <class L, class Pixel>
 typename L::Work UnionWeight(typename L::Work sa, typename L::Work opacity, const Pixel* mask) {
   const typename L::Work w = L::Mul(sa, opacity);
-  return mask != nullptr ? L::Mul(w, VXp_LoadFour(mask).alpha) : w;
+  return mask != nullptr ? L::Mul(w, VXp_LoadGroup(mask).alpha) : w;
 }
 
 }  // namespace
@@ -60,15 +61,16 @@ template <class Pixel>
   using Element = typename L::Element;
   if (opacity == VX_ChannelOf<Pixel>{0}) return VX_Ok;
   const Work factor = VXp_Splat<Work>(std::min<Element>(opacity, L::kFull));
-  const int32_t done = VXp_ForFours(count, [=](ptrdiff_t x) {
+  const int32_t done = VXp_ForGroups<L::kLanes>(count, [=](ptrdiff_t x) {
     const Pixel* const m = mask != nullptr ? mask + x : nullptr;
-    VXp_Argb<L> p = VXp_LoadFour(dst + x);
-    p.alpha = L::Union(UnionWeight<L>(VXp_LoadFour(src + x).alpha, factor, m), p.alpha);
-    VXp_StoreFour(dst + x, p);
+    VXp_Argb<L> p = VXp_LoadGroup(dst + x);
+    p.alpha = L::Union(UnionWeight<L>(VXp_LoadGroup(src + x).alpha, factor, m), p.alpha);
+    VXp_StoreGroup(dst + x, p);
   });
-  VXp_ForRest(done, count, src, mask, dst, [=](const Pixel* s, const Pixel* m, Pixel* d) {
-    VXp_AlphaUnionRow(kVXp_Lanes, s, opacity, m, d);
-  });
+  VXp_ForRest<L::kLanes>(done, count, src, mask, dst,
+                         [=](const Pixel* s, const Pixel* m, Pixel* d) {
+                           VXp_AlphaUnionRow(L::kLanes, s, opacity, m, d);
+                         });
   return VX_Ok;
 }
 

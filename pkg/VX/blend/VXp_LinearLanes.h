@@ -10,8 +10,8 @@
 
 #include <cstring>
 
-#include "blend/VXp_FourPixels.h"
 #include "blend/VXp_LinearLight.h"
+#include "blend/VXp_PixelGroup.h"
 #include "frame/VXp_Rows.h"
 
 using VXp_HalfLanes = uint16_t __attribute__((vector_size(16)));
@@ -161,22 +161,22 @@ inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp
 // --- pixels --------------------------------------------------------------------------------------
 
 // Stores the pixels for which `acts` is set, and leaves the others unchanged.
-template <class Pixel>
-void VXp_StoreWhere(VXp_IntLanes acts, VXp_FourOf<Pixel> p, Pixel* to) {
-  if (VXp_LaneTraits<Pixel>::Any(~acts)) {
-    const VXp_FourOf<Pixel> old = VXp_LoadFour(to);
+template <class Pixel, class L>
+void VXp_StoreWhere(typename L::Ints acts, VXp_Argb<L> p, Pixel* to) {
+  if (L::Any(~acts)) {
+    const VXp_Argb<L> old = VXp_LoadGroup<L::kLanes>(to);
     p = {acts ? p.alpha : old.alpha, acts ? p.red : old.red, acts ? p.green : old.green,
          acts ? p.blue : old.blue};
   }
-  VXp_StoreFour(to, p);
+  VXp_StoreGroup(to, p);
 }
 
 // Stores the alpha of the pixels for which `acts` is set.
 template <class Pixel, class Lanes>
 void VXp_StoreAlphaWhere(VXp_IntLanes acts, Lanes alpha, Pixel* to) {
-  VXp_FourOf<Pixel> p = VXp_LoadFour(to);
+  auto p = VXp_LoadGroup<4>(to);
   p.alpha = acts ? alpha : p.alpha;
-  VXp_StoreFour(to, p);
+  VXp_StoreGroup(to, p);
 }
 
 template <class Pixel>
@@ -192,7 +192,7 @@ struct VXp_NoRoundTrip {
 
 template <>
 struct VXp_LinearLanes<VX_Pixel8> {
-  using Working = VXp_FourOf<VX_Pixel16>;
+  using Working = VXp_GroupOf<VX_Pixel16, 4>;
 
   static VXp_IntLanes AlphaToWorking(VXp_IntLanes a) {
     return (a << 7) + (((a << 15) + (a << 7) + 33200) >> 16);
@@ -206,7 +206,7 @@ struct VXp_LinearLanes<VX_Pixel8> {
     const auto channel = [&](ptrdiff_t at) {
       return VXp_Entries(t.linearize, bytes[at], bytes[at + 4], bytes[at + 8], bytes[at + 12]);
     };
-    return {AlphaToWorking(VXp_LoadFour(from).alpha), channel(1), channel(2), channel(3)};
+    return {AlphaToWorking(VXp_LoadGroup<4>(from).alpha), channel(1), channel(2), channel(3)};
   }
 
   // Alpha and green share a vector of 16-bit values, and so do red and blue.
@@ -259,29 +259,30 @@ struct VXp_LinearLanes<VX_Pixel8> {
 
 template <>
 struct VXp_LinearLanes<VX_Pixel16> {
-  using Working = VXp_FourOf<VX_Pixel16>;
+  using Working = VXp_GroupOf<VX_Pixel16, 4>;
   using RoundTrip = VXp_NoRoundTrip;
 
   static VXp_IntLanes AlphaToWorking(VXp_IntLanes a) { return a; }
   static VXp_IntLanes AlphaBack(VXp_IntLanes a) { return a; }
 
   static Working Load(const VX_Pixel16* from, const VX_LinearBlendingTables& t) {
-    const Working p = VXp_LoadFour(from);
+    const Working p = VXp_LoadGroup<4>(from);
     return {p.alpha, VXp_LinearizeFour(t, p.red), VXp_LinearizeFour(t, p.green),
             VXp_LinearizeFour(t, p.blue)};
   }
   static void Store(const Working& p, VXp_IntLanes acts, const VX_LinearBlendingTables& t,
                     VX_Pixel16* to) {
     const VXp_HalfLanes rg = VXp_DelinearizeHalves(t, VXp_Paired(p.red, p.green));
-    VXp_StoreWhere<VX_Pixel16>(
-        acts, {p.alpha, VXp_EvenHalves(rg), VXp_OddHalves(rg), VXp_DelinearizeFour(t, p.blue)}, to);
+    const Working stored = {p.alpha, VXp_EvenHalves(rg), VXp_OddHalves(rg),
+                            VXp_DelinearizeFour(t, p.blue)};
+    VXp_StoreWhere(acts, stored, to);
   }
 };
 
 // The conversions of float pixels. Powers are computed by the C library, one value at a time.
 template <>
 struct VXp_LinearLanes<VX_PixelFloat> {
-  using Working = VXp_FourOf<VX_PixelFloat>;
+  using Working = VXp_GroupOf<VX_PixelFloat, 4>;
   using Light = VXp_LinearLight<VX_PixelFloat>;
   using RoundTrip = VXp_NoRoundTrip;
 
@@ -293,12 +294,12 @@ struct VXp_LinearLanes<VX_PixelFloat> {
     for (int32_t k = 0; k < kVXp_Lanes; ++k) {
       four[k] = Light::ToLinear(VXp_Load<VX_PixelFloat>(from + k), t);
     }
-    return VXp_LoadFour(four);
+    return VXp_LoadGroup<4>(four);
   }
   static void Store(const Working& p, VXp_IntLanes acts, const VX_LinearBlendingTables& t,
                     VX_PixelFloat* to) {
     VX_PixelFloat four[kVXp_Lanes];
-    VXp_StoreFour(four, p);
+    VXp_StoreGroup(four, p);
     for (int32_t k = 0; k < kVXp_Lanes; ++k) {
       if (acts[k] != 0) VXp_Store(to + k, Light::FromLinear(four[k], t));
     }

@@ -5,16 +5,16 @@
 // The row loops: one for each mode, pixel type and encoding (stored or linear). A null mask is full
 // scale everywhere.
 //
-// A row is processed four pixels at a time. Their channels are loaded into lanes (and converted to
-// linear light in a linear loop), the weights are computed, the arithmetic of the mode (its
-// "piece") is applied, and the pixels are stored. If the mode does not change pixels of weight 0,
-// four pixels whose weights are all 0 are skipped. The last one to three pixels of a row are copied
-// to an array of four, for which the loop calls itself, so that the code of the mode is compiled
-// only once per loop.
+// A row is processed in groups of as many pixels as a vector has lanes. Their channels are loaded
+// into lanes (and converted to linear light in a linear loop), the weights are computed, the
+// arithmetic of the mode (its "piece") is applied, and the pixels are stored. If the mode does not
+// change pixels of weight 0, groups whose weights are all 0 are skipped. The last pixels of a row,
+// fewer than a group, are copied to an array of one group, for which the loop calls itself, so that
+// the code of the mode is compiled only once per loop.
 
 #include "VX/VX_Blend.h"
-#include "blend/VXp_FourPixels.h"
 #include "blend/VXp_LinearLanes.h"
+#include "blend/VXp_PixelGroup.h"
 #include "blend/modes/VXp_AllModes.h"
 #include "frame/VXp_Random.h"
 #include "frame/VXp_Report.h"
@@ -28,7 +28,10 @@ struct VXp_RowVariant {
   using Light = VXp_LinearLight<Pixel>;
   using Working = std::conditional_t<linear, typename Light::Working, Pixel>;
   using T = VXp_PixelTraits<Working>;
-  using L = VXp_LaneTraits<Working>;
+  // Most of the time of a linear loop is spent on table entries, which do not become faster in
+  // wider vectors.
+  static constexpr int32_t kLanes = linear ? 4 : kVXp_TargetLanes;
+  using L = VXp_LaneTraits<Working, kLanes>;
   using Work = typename T::Work;
   using Lanes = typename L::Work;
   using Channel = VX_ChannelOf<Pixel>;
@@ -49,13 +52,13 @@ struct VXp_RowVariant {
     if constexpr (linear) {
       return VXp_LinearLanes<Pixel>::Load(from, *tables);
     } else {
-      return VXp_LoadFour(from);
+      return VXp_LoadGroup<kLanes>(from);
     }
   }
 
   // Loads alpha only. This needs no table, because alpha is not encoded.
   static Lanes LoadAlpha(const Pixel* from) {
-    const auto alpha = VXp_LoadFour(from).alpha;
+    const auto alpha = VXp_LoadGroup<kLanes>(from).alpha;
     if constexpr (linear) return VXp_LinearLanes<Pixel>::AlphaToWorking(alpha);
     return alpha;
   }
@@ -73,8 +76,8 @@ struct VXp_RowVariant {
 
   // Stores the result of the mode in the pixels for which `acts` is set.
   template <class Piece>
-  static void Store(const VXp_Argb<L>& p, VXp_IntLanes acts, const VX_LinearBlendingTables* tables,
-                    Pixel* to) {
+  static void Store(const VXp_Argb<L>& p, typename L::Ints acts,
+                    const VX_LinearBlendingTables* tables, Pixel* to) {
     if constexpr (!linear) {
       VXp_StoreWhere(acts, p, to);
     } else if constexpr (Piece::kWritesColor) {
@@ -105,7 +108,7 @@ struct VXp_WeightFactors {
         opacity(VXp_Splat<Lanes>(V::Scaled(row_opacity))),
         faded(row_opacity != VXp_PixelTraits<Pixel>::kFull) {}
 
-  // Returns the weights of the four pixels that start at x. `w` contains their source alphas.
+  // Returns the weights of the group that starts at x. `w` contains their source alphas.
   Lanes Apply(Lanes w, ptrdiff_t x) const {
     constexpr bool kMaskFirst = order == VXp_WeightOrder::kMaskFirst;
     if (kMaskFirst && mask != nullptr) w = L::Mul(w, V::LoadAlpha(mask + x));
@@ -122,6 +125,7 @@ struct VXp_WeightedLoop {
   using V = VXp_RowVariant<Pixel, linear>;
   using L = typename V::L;
   using Lanes = typename L::Work;
+  using Ints = typename L::Ints;
   using Piece = Mode<L>;
 
   [[gnu::flatten, gnu::noinline]] static VX_Err Scan(int32_t count,
@@ -135,16 +139,16 @@ struct VXp_WeightedLoop {
     const bool keep = mode->keepDstAlpha != 0;
     typename V::RoundTrip trip;
     const bool trips = trip.Serves(count);
-    const int32_t done = VXp_ForFours(count, [&](ptrdiff_t x) {
+    const int32_t done = VXp_ForGroups<L::kLanes>(count, [&](ptrdiff_t x) {
       const Lanes w = factors.Apply(V::LoadAlpha(src + x), x);
       if (Piece::kRowSkipsZero && !L::Any(w != Lanes{})) return;
       if (!trips || !StepCovering(src + x, w, keep, tables, &trip, dst + x)) {
         Step(V::Load(src + x, tables), w, keep, tables, dst + x);
       }
     });
-    VXp_ForRest(done, count, src, mask, dst, [&](const Pixel* s, const Pixel* m, Pixel* d) {
-      Scan(kVXp_Lanes, mode, tables, s, m, d);
-    });
+    VXp_ForRest<L::kLanes>(
+        done, count, src, mask, dst,
+        [&](const Pixel* s, const Pixel* m, Pixel* d) { Scan(L::kLanes, mode, tables, s, m, d); });
     return VX_Ok;
   }
 
@@ -152,7 +156,7 @@ struct VXp_WeightedLoop {
   static void Step(const VXp_Argb<L>& s, Lanes w, bool keep, const VX_LinearBlendingTables* tables,
                    Pixel* dst) {
     VXp_Argb<L> d = V::template LoadUnder<Piece>(w, dst, tables);
-    VXp_IntLanes acts = ~VXp_IntLanes{};
+    Ints acts = ~Ints{};
     if constexpr (Piece::kRowSkipsZero) {
       acts = Piece::Acts(w, d.alpha);
       if (!L::Any(acts)) return;
@@ -166,7 +170,7 @@ struct VXp_WeightedLoop {
     V::template Store<Piece>(d, acts, tables, dst);
   }
 
-  // If the mode replaces the colours of all four pixels by those of the source (Piece::Covers),
+  // If the mode replaces the colours of the whole group by those of the source (Piece::Covers),
   // stores these and the new alphas without loading the destination's colours, and returns true.
   // Otherwise does nothing and returns false.
   static bool StepCovering(const Pixel* src, Lanes w, bool keep,
@@ -174,7 +178,7 @@ struct VXp_WeightedLoop {
                            Pixel* dst) {
     VXp_Argb<L> d = {V::LoadAlpha(dst), {}, {}, {}};
     if (!Piece::Covers(w, d.alpha)) return false;
-    const VXp_IntLanes acts = Piece::kRowSkipsZero ? Piece::Acts(w, d.alpha) : ~VXp_IntLanes{};
+    const Ints acts = Piece::kRowSkipsZero ? Piece::Acts(w, d.alpha) : ~Ints{};
     Piece::BlendInRow(VXp_Argb<L>{}, w, keep, d);
     trip->Store(src, d.alpha, acts, *tables, dst);
     return true;

@@ -115,7 +115,7 @@ class VX_LightCurves {
                                 VXp_FloatLanes pixel) {
     const VXp_FloatLanes value = table.At(pixel);
     constexpr VXp_IntLanes kColors = {0, -1, -1, -1};
-    const bool good = !VXp_LaneTraits<VX_PixelFloat>::Any((value != value) & kColors);
+    const bool good = !VXp_AnyLane((value != value) & kColors);
     return __builtin_expect(good, 1) ? value : ByEngine(engine, pixel);
   }
   static VXp_FloatLanes ByEngine(const COR_QCE_TransformPtr& engine, VXp_FloatLanes pixel);

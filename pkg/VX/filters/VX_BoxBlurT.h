@@ -101,7 +101,7 @@ class VXp_BoxRun {
       }
       p += span.count;
     }
-    return VXp_LaneTraits<VX_PixelFloat>::Any(extremes_);
+    return VXp_AnyLane(extremes_);
   }
 
  private:

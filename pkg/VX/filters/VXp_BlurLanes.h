@@ -72,7 +72,7 @@ template <class Pixel>
 class VXp_BlurPremul {
  public:
   using Raw = VXp_RawPixel<Pixel>;
-  using Traits = VXp_LaneTraits<Pixel>;
+  using Traits = VXp_LaneTraits<Pixel, 4>;
 
   explicit VXp_BlurPremul(int32_t flags) : colors_(VXp_ChannelLanesOf(flags & ~VX_Blur_Alpha)) {}
 

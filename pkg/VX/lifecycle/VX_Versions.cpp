@@ -64,4 +64,6 @@ VX_Err VX_CheckVersions(uint32_t report_code, int32_t caller_version) {
   return libraries == VX_Ok ? VX_Ok : VX_ErrVersion;
 }
 
+const char* VX_BuildLevel() { return VX_PROCESSOR_LEVEL; }
+
 uint32_t VX_PkgObjectVersion() { return static_cast<uint32_t>(VX_PKG_VERSION) << 16; }

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Four lanes at a time give the bits of one pixel at a time: at 8 bits for all operands, at 16 bits
-// for the neighbours of every place where a rounding turns and for random ones.
+// All lanes of a vector give the bits of one pixel at a time: at 8 bits for all operands, at 16
+// bits for the neighbours of every place where a rounding turns and for random ones.
 
 #include "frame/VXp_LaneTraits.h"
 
@@ -19,10 +19,18 @@ template <class Pixel>
 void ExpectSame(int32_t a, int32_t b, int32_t c) {
   using T = VXp_PixelTraits<Pixel>;
   using L = VXp_LaneTraits<Pixel>;
-  // The other lanes hold other operands, so that a lane that leaks shows.
-  const VXp_IntLanes x{a, b, a, c}, y{b, a, c, a}, z{c, c, b, b};
-  const auto expect = [&](const char* what, VXp_IntLanes got, int32_t want) {
+  // The lanes between hold other operands, so that a lane that leaks shows.
+  const int32_t operands[4][3] = {{a, b, c}, {b, a, c}, {a, c, b}, {c, a, b}};
+  typename L::Ints x, y, z;
+  for (int32_t i = 0; i < L::kLanes; ++i) {
+    const int32_t* const of_lane = operands[i % 4];
+    x[i] = of_lane[0];
+    y[i] = of_lane[1];
+    z[i] = of_lane[2];
+  }
+  const auto expect = [&](const char* what, typename L::Ints got, int32_t want) {
     EXPECT_EQ(got[0], want) << what << " of " << a << ", " << b << ", " << c;
+    EXPECT_EQ(got[L::kLanes - 4], want) << what << " of " << a << ", " << b << ", " << c;
   };
   expect("Mul", L::Mul(x, y), T::Mul(a, b));
   expect("SignedMul", L::SignedMul(x - z, y), T::SignedMul(a - c, b));

@@ -82,12 +82,13 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
 };
 
 // The lane form looks up each lane separately.
-template <class Pixel>
-struct VXp_SoftLightCurves<VXp_LaneTraits<Pixel>> {
-  using Work = typename VXp_LaneTraits<Pixel>::Work;
-  static Work UpOrDown(VXp_IntLanes up, Work m) {
+template <class Pixel, int32_t lanes>
+struct VXp_SoftLightCurves<VXp_LaneTraits<Pixel, lanes>> {
+  using L = VXp_LaneTraits<Pixel, lanes>;
+  using Work = typename L::Work;
+  static Work UpOrDown(typename L::Ints up, Work m) {
     Work curve;
-    for (int32_t i = 0; i < kVXp_Lanes; ++i) {
+    for (int32_t i = 0; i < lanes; ++i) {
       curve[i] = VXp_SoftLightCurves<VXp_PixelTraits<Pixel>>::UpOrDown(up[i] != 0, m[i]);
     }
     return curve;

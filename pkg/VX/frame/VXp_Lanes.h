@@ -1,0 +1,200 @@
+// Copyright (c) 2026 the VX authors.
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// Vectors of the compiler with any number of lanes, and the few operations on them that the
+// language does not have. A comparison of vectors gives all ones (true) or zero in each lane; `?:`
+// with such a condition selects by lane.
+//
+// The library is compiled once per processor level, and the loader chooses a build. Code that
+// processes neighbouring pixels in lanes uses kVXp_TargetLanes; it has no other dispatch by
+// processor. Everything here is a template over the number of lanes or the type of a vector, so
+// that objects of different levels have no function in common that differs.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#if defined(__AVX2__)
+#include <immintrin.h>
+#elif defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+// The number of 32-bit lanes in the widest vector that the compiler may use.
+#if defined(__AVX512BW__) && defined(__AVX512VL__) && defined(__AVX512DQ__)
+inline constexpr int32_t kVXp_TargetLanes = 16;
+#elif defined(__AVX2__)
+inline constexpr int32_t kVXp_TargetLanes = 8;
+#else
+inline constexpr int32_t kVXp_TargetLanes = 4;
+#endif
+
+template <class Value, int32_t count>
+struct VXp_LanesOf {
+  typedef Value Type __attribute__((vector_size(sizeof(Value) * count)));
+};
+template <class Value, int32_t count>
+using VXp_Lanes = typename VXp_LanesOf<Value, count>::Type;
+
+// The vectors of four lanes, for code that processes the four channels of one pixel or four points.
+inline constexpr int32_t kVXp_Lanes = 4;
+using VXp_IntLanes = VXp_Lanes<int32_t, 4>;
+using VXp_WordLanes = VXp_Lanes<uint32_t, 4>;
+using VXp_FloatLanes = VXp_Lanes<float, 4>;
+
+// The number of 32-bit lanes that have the size of a vector.
+template <class Vector>
+inline constexpr int32_t kVXp_LaneCount = static_cast<int32_t>(sizeof(Vector) / 4);
+
+// The vectors with as many lanes as a vector of 32-bit lanes.
+template <class Vector>
+using VXp_IntsLike = VXp_Lanes<int32_t, kVXp_LaneCount<Vector>>;
+template <class Vector>
+using VXp_WordsLike = VXp_Lanes<uint32_t, kVXp_LaneCount<Vector>>;
+template <class Vector>
+using VXp_FloatsLike = VXp_Lanes<float, kVXp_LaneCount<Vector>>;
+
+template <class Ints>
+VXp_FloatsLike<Ints> VXp_AsFloat(Ints v) {
+  return __builtin_convertvector(v, VXp_FloatsLike<Ints>);
+}
+template <class Floats>
+VXp_IntsLike<Floats> VXp_Truncated(Floats v) {
+  return __builtin_convertvector(v, VXp_IntsLike<Floats>);
+}
+
+// Sets all lanes to one value. (Adding the value to zero lanes would lose the sign of -0.)
+template <class Vector, class Value>
+Vector VXp_Splat(Value value) {
+  return value - Vector{};
+}
+
+// Returns the products a * b in 32-bit lanes, modulo 2^32.
+template <class Ints>
+Ints VXp_WrappedProduct(Ints a, Ints b) {
+  using Words = VXp_WordsLike<Ints>;
+  return reinterpret_cast<Ints>(reinterpret_cast<Words>(a) * reinterpret_cast<Words>(b));
+}
+
+// --- operations with instructions of their own ---------------------------------------------------
+
+// Returns the sums of adjacent products of signed 16-bit halves: low(a) * low(b) + high(a) *
+// high(b) in each 32-bit lane.
+template <class Vector>
+Vector VXp_MulAdjacent(Vector a, Vector b) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Vector) == 64) {
+    return reinterpret_cast<Vector>(
+        _mm512_madd_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Vector) == 32) {
+    return reinterpret_cast<Vector>(
+        _mm256_madd_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Vector) == 16) {
+    return reinterpret_cast<Vector>(
+        _mm_madd_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+  }
+#endif
+  using Ints = VXp_IntsLike<Vector>;
+  using Words = VXp_WordsLike<Vector>;
+  const auto low = [](Vector v) {
+    return reinterpret_cast<Ints>(reinterpret_cast<Words>(v) << 16) >> 16;
+  };
+  const auto high = [](Vector v) { return reinterpret_cast<Ints>(v) >> 16; };
+  const Ints even = VXp_WrappedProduct(low(a), low(b)), odd = VXp_WrappedProduct(high(a), high(b));
+  return reinterpret_cast<Vector>(reinterpret_cast<Words>(even) + reinterpret_cast<Words>(odd));
+}
+
+// Returns the products of the low 16 bits of each lane, which are unsigned. Combined from the lower
+// and upper halves of the products: this is not slower than an instruction for 32-bit products.
+template <class Vector>
+VXp_WordsLike<Vector> VXp_ShortProduct(Vector a, Vector b) {
+  using Words = VXp_WordsLike<Vector>;
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Vector) == 64) {
+    const auto x = reinterpret_cast<__m512i>(a), y = reinterpret_cast<__m512i>(b);
+    return reinterpret_cast<Words>(_mm512_mullo_epi16(x, y)) |
+           reinterpret_cast<Words>(_mm512_mulhi_epu16(x, y)) << 16;
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Vector) == 32) {
+    const auto x = reinterpret_cast<__m256i>(a), y = reinterpret_cast<__m256i>(b);
+    return reinterpret_cast<Words>(_mm256_mullo_epi16(x, y)) |
+           reinterpret_cast<Words>(_mm256_mulhi_epu16(x, y)) << 16;
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Vector) == 16) {
+    const auto x = reinterpret_cast<__m128i>(a), y = reinterpret_cast<__m128i>(b);
+    return reinterpret_cast<Words>(_mm_mullo_epi16(x, y)) |
+           reinterpret_cast<Words>(_mm_mulhi_epu16(x, y)) << 16;
+  }
+#endif
+  return (reinterpret_cast<Words>(a) & 0xFFFFu) * (reinterpret_cast<Words>(b) & 0xFFFFu);
+}
+
+// Returns whether a condition is true in any lane.
+template <class Ints>
+bool VXp_AnyLane(Ints condition) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Ints) == 64) {
+    return _mm512_movepi32_mask(reinterpret_cast<__m512i>(condition)) != 0;
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Ints) == 32) {
+    return _mm256_movemask_ps(reinterpret_cast<__m256>(condition)) != 0;
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Ints) == 16) {
+    return _mm_movemask_ps(reinterpret_cast<__m128>(condition)) != 0;
+  }
+#endif
+  int32_t any = 0;
+  for (int32_t i = 0; i < kVXp_LaneCount<Ints>; ++i) any |= condition[i];
+  return any != 0;
+}
+
+// Returns a condition as bits, lane 0 in the lowest.
+inline unsigned VXp_LaneBits(VXp_IntLanes condition) {
+#ifdef __SSE2__
+  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(condition)));
+#else
+  return (condition[0] & 1) | (condition[1] & 2) | (condition[2] & 4) | (condition[3] & 8);
+#endif
+}
+
+// --- shuffles ------------------------------------------------------------------------------------
+
+// Returns the index, for a shuffle of vectors of `count` lanes, of lane `from` (of eight) in the
+// section of lane i.
+constexpr int32_t VXp_LaneInSection(size_t i, int32_t from, size_t count) {
+  const size_t section = i / 4 * 4;
+  return static_cast<int32_t>(from < 4 ? section + from : section + count + from - 4);
+}
+
+template <int32_t... from, class Vector, size_t... i>
+Vector VXp_ShuffleLanes(Vector x, Vector y, std::index_sequence<i...>) {
+  constexpr int32_t kFrom[] = {from...};
+  return __builtin_shufflevector(x, y, VXp_LaneInSection(i, kFrom[i % 4], sizeof...(i))...);
+}
+
+// Shuffles the lanes of x and y within each section of four lanes: the result's section has the
+// lanes a, b, c, d of the same section; 0..3 are lanes of x and 4..7 are lanes of y. (Processors
+// shuffle within 16 bytes faster than across a whole vector.)
+template <int32_t a, int32_t b, int32_t c, int32_t d, class Vector>
+Vector VXp_Shuffled(Vector x, Vector y) {
+  using Lane = std::remove_cvref_t<decltype(x[0])>;
+  constexpr size_t kCount = sizeof(Vector) / sizeof(Lane);
+  return VXp_ShuffleLanes<a, b, c, d>(x, y, std::make_index_sequence<kCount>());
+}

@@ -1,9 +1,9 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
 
-# Libraries for newer processors. libVX and libVXIO are built once for the baseline and once per level in
-# VX_LEVELS, into the folder lib/glibc-hwcaps/LEVEL. The dynamic loader searches these folders before lib/
-# and uses the highest level that the processor has.
+# Libraries for newer processors. libVX is built once for the baseline and once per level in VX_LEVELS, into the
+# folder lib/glibc-hwcaps/LEVEL. The dynamic loader searches these folders before lib/ and uses the highest
+# level that the processor has.
 
 set(vx_known_levels x86-64-v3 x86-64-v4)
 set(vx_default_levels)

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "VX/VX_Blend.h"
+#include "blend/VXp_FindFusedRow.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
@@ -19,6 +20,15 @@ void SaveAlpha(int32_t count, const Pixel* row, VX_ChannelOf<Pixel>* alpha) {
 template <class Pixel>
 void RestoreAlpha(int32_t count, const VX_ChannelOf<Pixel>* alpha, Pixel* row) {
   for (ptrdiff_t i = 0; i < count; ++i) VXp_Store(row + i, alpha[i]);
+}
+
+// Returns whether rows of `count` pixels have no byte in common. A null row has none.
+template <class Pixel>
+bool AreApart(int32_t count, const Pixel* a, const Pixel* b) {
+  if (a == nullptr) return true;
+  const auto first = reinterpret_cast<uintptr_t>(a), second = reinterpret_cast<uintptr_t>(b);
+  const auto bytes = static_cast<uintptr_t>(count) * sizeof(Pixel);
+  return first + bytes <= second || second + bytes <= first;
 }
 
 template <class Pixel>
@@ -44,6 +54,13 @@ template <class Pixel>
 VX_Err VX_BlendPipeline(VX_ProgressInfo* /*progress*/, int32_t count,
                         const VX_BlendModeDescriptor<Pixel>* descriptor, const Pixel* src,
                         const Pixel* mask, VX_ChannelOf<Pixel>* alpha_scratch, Pixel* dst) {
+  // If the rows overlap, each stage sees what the stages before have written.
+  if (count > 0 && AreApart(count, src, dst) && AreApart(count, mask, dst)) {
+    if (const auto fused = VXp_FindFusedRow(*descriptor, mask != nullptr); fused != nullptr) {
+      fused(count, descriptor->blendingMode, src, mask, dst);
+      return VX_Ok;
+    }
+  }
   const bool keeps =
       descriptor->savesDstAlpha != 0 && descriptor->blendingMode.keepDstAlpha != 0 && count > 0;
   if (keeps) SaveAlpha(count, dst, alpha_scratch);

@@ -208,12 +208,14 @@ struct VXp_MaskedMultiply : VXp_ModeMultiply<T> {
   }
 };
 
-template <>
-struct VXp_MaskedRowLoop<VXp_ModeMultiply, VX_Pixel16, false>
-    : VXp_WeightedLoop<VXp_MaskedMultiply, VX_Pixel16, false> {};
-template <>
-struct VXp_MaskedRowLoop<VXp_ModeMultiply, VX_PixelFloat, false>
-    : VXp_WeightedLoop<VXp_MaskedMultiply, VX_PixelFloat, false> {};
+template <class Pixel>
+inline constexpr bool kVXp_HasMaskedMultiply = !std::is_same_v<Pixel, VX_Pixel8>;
+
+template <class Pixel>
+struct VXp_MaskedRowLoop<VXp_ModeMultiply, Pixel, false>
+    : std::conditional_t<kVXp_HasMaskedMultiply<Pixel>,
+                         VXp_WeightedLoop<VXp_MaskedMultiply, Pixel, false>,
+                         VXp_RowLoop<VXp_ModeMultiply, Pixel, false>> {};
 
 // --- copies --------------------------------------------------------------------------------------
 

@@ -136,12 +136,17 @@ struct VXp_LaneTraits<VX_PixelFloat, lanes> : VXp_LaneChannelTraits<VX_PixelFloa
   static Work Div(Work n, Work a) { return a < 1.17549435e-38f ? Full() : n / a; }
   static Work Fraction(Work a, Work b, Work c) { return a * b / c; }
   static Work Luma(Work r, Work g, Work b) { return 0.299f * r + 0.587f * g + 0.114f * b; }
+  // floor(255 c + 0.5) of the exact product, for c clamped to 0..1. The product in single precision
+  // may be rounded up, so that it reaches a half that the exact product does not reach. In this
+  // case it is replaced by the next float below. Then the largest float below 0.5 is added: the sum
+  // rounds up to the next integer for every half, but not for less.
   static Ints LumaAsByte(Work luma) {
-    Ints bytes;
-    for (int32_t i = 0; i < lanes; ++i) {
-      bytes[i] = VXp_PixelTraits<VX_PixelFloat>::LumaAsByte(luma[i]);
-    }
-    return bytes;
+    const Work positive = luma > 0.0f ? luma : Work{};
+    const Work c = positive < 1.0f ? positive : Full();
+    const Work product = c * 255.0f;
+    const Ints too_high = c * 256.0f - product < c;
+    const auto below = reinterpret_cast<Work>(reinterpret_cast<Ints>(product) + too_high);
+    return VXp_Truncated(below + 0x1.fffffep-2f);
   }
   static Work Abs(Work a) {
     return reinterpret_cast<Work>(reinterpret_cast<Words>(a) & 0x7FFFFFFFu);

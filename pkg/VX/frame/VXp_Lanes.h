@@ -165,6 +165,31 @@ bool VXp_AnyLane(Ints condition) {
   return any != 0;
 }
 
+// Loads a 32-bit word at base + size * index for each lane.
+template <int32_t size, class Ints>
+Ints VXp_Gathered(const void* base, Ints index) {
+  const char* const from = static_cast<const char*>(base);
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Ints) == 64) {
+    return reinterpret_cast<Ints>(_mm512_mask_i32gather_epi32(
+        _mm512_setzero_si512(), 0xFFFF, reinterpret_cast<__m512i>(index), from, size));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Ints) == 32) {
+    return reinterpret_cast<Ints>(_mm256_i32gather_epi32(reinterpret_cast<const int*>(from),
+                                                         reinterpret_cast<__m256i>(index), size));
+  }
+#endif
+  Ints words;
+  for (int32_t i = 0; i < kVXp_LaneCount<Ints>; ++i) {
+    int32_t word;
+    std::memcpy(&word, from + static_cast<ptrdiff_t>(index[i]) * size, sizeof word);
+    words[i] = word;
+  }
+  return words;
+}
+
 // Returns a condition as bits, lane 0 in the lowest.
 inline unsigned VXp_LaneBits(VXp_IntLanes condition) {
 #ifdef __SSE2__

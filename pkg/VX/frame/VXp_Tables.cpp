@@ -13,10 +13,8 @@ constinit const uint8_t* VXp_G_fcd_table = nullptr;
 constinit float VXp_G_ByteToFloat[256] = {};
 constinit const uint8_t VX_G_ZeroData[64] = {};
 
-constinit float VXp_G_SoftLightDeltaF[kVXp_SoftLightEntries] = {};
-constinit float VXp_G_SoftLightParabolaF[kVXp_SoftLightEntries] = {};
-constinit uint16_t VXp_G_SoftLightDelta16[kVXp_SoftLightEntries] = {};
-constinit uint16_t VXp_G_SoftLightParabola16[kVXp_SoftLightEntries] = {};
+constinit float VXp_G_SoftLightF[2][kVXp_SoftLightEntries + 1] = {};
+constinit uint16_t VXp_G_SoftLight16[2][kVXp_SoftLightEntries + 1] = {};
 
 void VXp_FillByteToFloat() {
   for (int32_t i = 0; i < 256; ++i) VXp_G_ByteToFloat[i] = static_cast<float>(i);
@@ -26,12 +24,11 @@ void VXp_BuildSoftLightTables() {
   for (int32_t i = 0; i < kVXp_SoftLightEntries; ++i) {
     const double x = i / 4096.0;
     const double curve = x <= 0.25 ? ((16.0 * x - 12.0) * x + 4.0) * x : std::sqrt(x);
-    const double delta = curve - x;
-    const double parabola = x * (1.0 - x);
-    VXp_G_SoftLightDeltaF[i] = static_cast<float>(delta);
-    VXp_G_SoftLightParabolaF[i] = static_cast<float>(parabola);
-    VXp_G_SoftLightDelta16[i] = static_cast<uint16_t>(32768.0 * delta + 0.5);
-    VXp_G_SoftLightParabola16[i] = static_cast<uint16_t>(32768.0 * parabola + 0.5);
+    const double values[] = {x * (1.0 - x), curve - x};
+    for (int32_t up = 0; up < 2; ++up) {
+      VXp_G_SoftLightF[up][i] = static_cast<float>(values[up]);
+      VXp_G_SoftLight16[up][i] = static_cast<uint16_t>(32768.0 * values[up] + 0.5);
+    }
   }
 }
 

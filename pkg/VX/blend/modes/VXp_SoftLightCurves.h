@@ -28,25 +28,27 @@ constexpr double SquareRoot(double x) {
   }
 }
 
-constexpr std::array<uint8_t, 256> MakeByteCurve(bool up) {
-  std::array<uint8_t, 256> curve{};
+// The curves for 8 bits, Down and then Up, with three entries of padding, because four entries are
+// loaded at once.
+constexpr std::array<uint8_t, 515> MakeByteCurves() {
+  std::array<uint8_t, 515> curves{};
   for (int i = 0; i < 256; ++i) {
     const double x = i / 255.0;
     const double d = x <= 0.25 ? ((16.0 * x - 12.0) * x + 4.0) * x : SquareRoot(x);
-    curve[i] = static_cast<uint8_t>(255.0 * (up ? d - x : x * (1.0 - x)) + 0.5);
+    curves[i] = static_cast<uint8_t>(255.0 * (x * (1.0 - x)) + 0.5);
+    curves[256 + i] = static_cast<uint8_t>(255.0 * (d - x) + 0.5);
   }
-  return curve;
+  return curves;
 }
 
-inline constexpr std::array<uint8_t, 256> kUp8 = MakeByteCurve(true);
-inline constexpr std::array<uint8_t, 256> kDown8 = MakeByteCurve(false);
+inline constexpr std::array<uint8_t, 515> kCurves8 = MakeByteCurves();
 
 }  // namespace vxp_soft_light
 
 template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel8>> {
   static int32_t UpOrDown(bool up, int32_t m) {
-    return up ? vxp_soft_light::kUp8[m & 0xFF] : vxp_soft_light::kDown8[m & 0xFF];
+    return vxp_soft_light::kCurves8[(m & 0xFF) + (up ? 256 : 0)];
   }
 };
 
@@ -64,14 +66,14 @@ inline int32_t VXp_LookUpEighths(const uint16_t* table, int32_t position) {
 template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_Pixel16>> {
   static int32_t UpOrDown(bool up, int32_t m) {
-    return VXp_LookUpEighths(up ? VXp_G_SoftLightDelta16 : VXp_G_SoftLightParabola16, m);
+    return VXp_LookUpEighths(VXp_G_SoftLight16[up ? 1 : 0], m);
   }
 };
 
 template <>
 struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
   static float UpOrDown(bool up, float m) {
-    const float* const table = up ? VXp_G_SoftLightDeltaF : VXp_G_SoftLightParabolaF;
+    const float* const table = VXp_G_SoftLightF[up ? 1 : 0];
     const float positive = m > 0.0f ? m : 0.0f;  // NaN becomes 0
     const float position = 4096.0f * (positive < 1.0f ? positive : 1.0f);
     const auto i = static_cast<int32_t>(position);
@@ -81,16 +83,46 @@ struct VXp_SoftLightCurves<VXp_PixelTraits<VX_PixelFloat>> {
   }
 };
 
-// The lane form looks up each lane separately.
-template <class Pixel, int32_t lanes>
-struct VXp_SoftLightCurves<VXp_LaneTraits<Pixel, lanes>> {
-  using L = VXp_LaneTraits<Pixel, lanes>;
-  using Work = typename L::Work;
-  static Work UpOrDown(typename L::Ints up, Work m) {
-    Work curve;
-    for (int32_t i = 0; i < lanes; ++i) {
-      curve[i] = VXp_SoftLightCurves<VXp_PixelTraits<Pixel>>::UpOrDown(up[i] != 0, m[i]);
-    }
-    return curve;
+// --- in lanes ------------------------------------------------------------------------------------
+//
+// The condition `up` is -1 or 0 in each lane, so subtracting its multiple moves an index to the
+// second table.
+
+template <int32_t lanes>
+struct VXp_SoftLightCurves<VXp_LaneTraits<VX_Pixel8, lanes>> {
+  using Ints = VXp_Lanes<int32_t, lanes>;
+  static Ints UpOrDown(Ints up, Ints m) {
+    return VXp_Gathered<1>(vxp_soft_light::kCurves8.data(), (m & 0xFF) - up * 256) & 0xFF;
+  }
+};
+
+template <int32_t lanes>
+struct VXp_SoftLightCurves<VXp_LaneTraits<VX_Pixel16, lanes>> {
+  using Ints = VXp_Lanes<int32_t, lanes>;
+  static Ints UpOrDown(Ints up, Ints m) {
+    const Ints zero{}, white = zero + 32768;
+    const Ints positive = m > zero ? m : zero, x = positive < white ? positive : white;
+    const Ints i = x >> 3, fraction = x & 7;
+    const Ints pair = VXp_Gathered<2>(VXp_G_SoftLight16, i - up * (kVXp_SoftLightEntries + 1));
+    const Ints v = pair & 0xFFFF;
+    const Ints next = reinterpret_cast<Ints>(reinterpret_cast<VXp_WordsLike<Ints>>(pair) >> 16);
+    return v + ((fraction * (next - v) + 4) >> 3);
+  }
+};
+
+template <int32_t lanes>
+struct VXp_SoftLightCurves<VXp_LaneTraits<VX_PixelFloat, lanes>> {
+  using Ints = VXp_Lanes<int32_t, lanes>;
+  using Floats = VXp_Lanes<float, lanes>;
+  static Floats UpOrDown(Ints up, Floats m) {
+    const Floats zero{}, one = zero + 1.0f;
+    const Floats positive = m > zero ? m : zero;  // NaN becomes 0
+    const Floats position = 4096.0f * (positive < one ? positive : one);
+    const Ints i = VXp_Truncated(position), at = i - up * (kVXp_SoftLightEntries + 1);
+    const Floats fraction = position - VXp_AsFloat(i);
+    const auto v = reinterpret_cast<Floats>(VXp_Gathered<4>(VXp_G_SoftLightF, at));
+    // There is no entry after the last one; it is used itself.
+    const auto next = reinterpret_cast<Floats>(VXp_Gathered<4>(VXp_G_SoftLightF, at - (i < 4096)));
+    return v + fraction * (next - v);
   }
 };

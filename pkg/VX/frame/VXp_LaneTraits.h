@@ -41,14 +41,21 @@ struct VXp_LaneTraits<VX_Pixel8, lanes> : VXp_LaneChannelTraits<VX_Pixel8, lanes
   using Base::Inv, Base::Max;
   using typename Base::Floats, typename Base::Work;
 
-  // Computes with 16-bit multiplications. Lanes fit 16 bits and the second factor is not negative,
-  // so the products of the upper halves are 0.
+  // Computes with 16-bit multiplications. The factors and their product are below 2^16. With u = a
+  // b + 128, the result (u + (u >> 8)) >> 8 is the upper half of 257 u.
   static Work Mul(Work a, Work b) {
-    const Work t = VXp_MulAdjacent(a, b);
-    return (((t + 128) >> 8) + t + 128) >> 8;
+    using Halves = VXp_Lanes<uint16_t, 2 * lanes>;
+    const Work u = VXp_MulAdjacent(a, b) + 128;
+    return reinterpret_cast<Work>(
+        VXp_MulHigh(reinterpret_cast<Halves>(u), reinterpret_cast<Halves>(Work{} + 257)));
   }
-  static Work SignedMul(Work a, Work b) { return Mul(a, b); }
-  static Work Lerp(Work x, Work y, Work t) { return (x + Mul(y - x, t)) & 0xFF; }
+  // Lanes fit 16 bits and the second factor is not negative, so the products of the upper halves
+  // are 0.
+  static Work SignedMul(Work a, Work b) {
+    const Work u = VXp_MulAdjacent(a, b) + 128;
+    return (u + (u >> 8)) >> 8;
+  }
+  static Work Lerp(Work x, Work y, Work t) { return (x + SignedMul(y - x, t)) & 0xFF; }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
   // 255 n / a rounded to nearest, half up, at most 255; 255 if a is 0. The result equals that of
   // the divide table. The exact sum 255 n / a + 1/2 is an integer or at least 1/510 below the next
@@ -56,7 +63,7 @@ struct VXp_LaneTraits<VX_Pixel8, lanes> : VXp_LaneChannelTraits<VX_Pixel8, lanes
   // The reciprocal of a is computed first, so that the compiler divides once for all channels.
   static Work Div(Work n, Work a) {
     const Floats scale = 255.0f / VXp_AsFloat(a);
-    const Floats sum = VXp_AsFloat(n) * scale + (0.5f + 1.0f / 1024.0f);
+    const Floats sum = VXp_MulAdd(VXp_AsFloat(n), scale, Floats{} + (0.5f + 1.0f / 1024.0f));
     const Floats most = sum < 255.5f ? sum : VXp_Splat<Floats>(255.5f);
     return VXp_Truncated(most > 0.0f ? most : Floats{});
   }

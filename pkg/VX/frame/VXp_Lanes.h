@@ -113,33 +113,59 @@ Vector VXp_MulAdjacent(Vector a, Vector b) {
   return reinterpret_cast<Vector>(reinterpret_cast<Words>(even) + reinterpret_cast<Words>(odd));
 }
 
+// Returns the upper halves of the products of unsigned 16-bit lanes.
+template <class Halves>
+Halves VXp_MulHigh(Halves a, Halves b) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Halves) == 64) {
+    return reinterpret_cast<Halves>(
+        _mm512_mulhi_epu16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Halves) == 32) {
+    return reinterpret_cast<Halves>(
+        _mm256_mulhi_epu16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Halves) == 16) {
+    return reinterpret_cast<Halves>(
+        _mm_mulhi_epu16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+  }
+#endif
+  using Words = VXp_Lanes<uint32_t, sizeof(Halves) / 2>;
+  const Words product = __builtin_convertvector(a, Words) * __builtin_convertvector(b, Words);
+  return __builtin_convertvector(product >> 16, Halves);
+}
+
+// Returns a * b + c, rounded once if the processor can, else twice. Only for results that do not
+// depend on it, such as integers whose error bound is known.
+template <class Floats>
+Floats VXp_MulAdd(Floats a, Floats b, Floats c) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Floats) == 64) {
+    return reinterpret_cast<Floats>(_mm512_fmadd_ps(
+        reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b), reinterpret_cast<__m512>(c)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Floats) == 32) {
+    return reinterpret_cast<Floats>(_mm256_fmadd_ps(
+        reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b), reinterpret_cast<__m256>(c)));
+  }
+#endif
+  return a * b + c;
+}
+
 // Returns the products of the low 16 bits of each lane, which are unsigned. Combined from the lower
 // and upper halves of the products: this is not slower than an instruction for 32-bit products.
 template <class Vector>
 VXp_WordsLike<Vector> VXp_ShortProduct(Vector a, Vector b) {
   using Words = VXp_WordsLike<Vector>;
-#ifdef __AVX512BW__
-  if constexpr (sizeof(Vector) == 64) {
-    const auto x = reinterpret_cast<__m512i>(a), y = reinterpret_cast<__m512i>(b);
-    return reinterpret_cast<Words>(_mm512_mullo_epi16(x, y)) |
-           reinterpret_cast<Words>(_mm512_mulhi_epu16(x, y)) << 16;
-  }
-#endif
-#ifdef __AVX2__
-  if constexpr (sizeof(Vector) == 32) {
-    const auto x = reinterpret_cast<__m256i>(a), y = reinterpret_cast<__m256i>(b);
-    return reinterpret_cast<Words>(_mm256_mullo_epi16(x, y)) |
-           reinterpret_cast<Words>(_mm256_mulhi_epu16(x, y)) << 16;
-  }
-#endif
-#ifdef __SSE2__
-  if constexpr (sizeof(Vector) == 16) {
-    const auto x = reinterpret_cast<__m128i>(a), y = reinterpret_cast<__m128i>(b);
-    return reinterpret_cast<Words>(_mm_mullo_epi16(x, y)) |
-           reinterpret_cast<Words>(_mm_mulhi_epu16(x, y)) << 16;
-  }
-#endif
-  return (reinterpret_cast<Words>(a) & 0xFFFFu) * (reinterpret_cast<Words>(b) & 0xFFFFu);
+  using Halves = VXp_Lanes<uint16_t, 2 * kVXp_LaneCount<Vector>>;
+  const auto x = reinterpret_cast<Halves>(a), y = reinterpret_cast<Halves>(b);
+  return reinterpret_cast<Words>(x * y) | reinterpret_cast<Words>(VXp_MulHigh(x, y)) << 16;
 }
 
 // Returns whether a condition is true in any lane.

@@ -39,7 +39,7 @@ struct VXp_BandSizes {
   int64_t band;  // the least work of a band
 };
 // Constant, except in tests that divide small worlds.
-extern VXp_BandSizes VXp_G_BandSizes;
+extern VX_API VXp_BandSizes VXp_G_BandSizes;
 
 // Returns the work of a row whose pixels are only copied or filled.
 constexpr int64_t VXp_MoveWork(int64_t pixels) { return (pixels + 3) / 4; }

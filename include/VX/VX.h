@@ -50,12 +50,13 @@
 // operation runs.
 //
 // Rows on several threads. Large operations divide their rows into bands, which the routine in the
-// slot of VX_IterateGeneric processes; a replacement of it may use up to U_GetNumThreads() threads.
-// An error of the replacement itself is returned.
-// Pixels, codes and the sequence of progress calls do not depend on it. Progress is called on the
-// calling thread. With several threads, a stop ends each thread before its next band, so that other
-// rows may have been drawn than with one thread. Operations whose source and destination share
-// memory, and functions of the caller (VX_Iterate, VX_ForEachPixel), use the calling thread only.
+// slot of VX_IterateGeneric processes. A replacement of this routine may use up to
+// U_GetNumThreads() threads; routines in other slots may then be called on several threads at once.
+// Pixels, codes and the sequence of progress calls do not depend on the threads. Progress is called
+// on the calling thread. With several threads, a stop ends each thread before its next band, so
+// that other rows may have been drawn than with one thread. An error of the replacement itself is
+// returned. Operations whose source and destination share memory, and functions of the caller
+// (VX_Iterate, VX_ForEachPixel), use the calling thread only.
 //
 // Arithmetic. Results are bit-identical on every machine, processor level and optimisation level.
 //   product, 8 bits      (((t + 128) >> 8) + t + 128) >> 8 with t = a b

@@ -3,6 +3,7 @@
 
 #include "VX/VX_GuessAlpha.h"
 
+#include <atomic>
 #include <type_traits>
 
 #include "frame/VXp_Dispatch.h"
@@ -37,9 +38,10 @@ void CountRow(const char* row, size_t count, VX_AlphaGuess* found) {
     beyond_black += counts & (brightest > alpha);
     beyond_white += counts & (darkest < T::kFull - alpha - kRounding<Pixel>);
   }
-  found->partial += partial;
-  found->beyond_black += beyond_black;
-  found->beyond_white += beyond_white;
+  // Rows are counted on several threads.
+  std::atomic_ref(found->partial) += partial;
+  std::atomic_ref(found->beyond_black) += beyond_black;
+  std::atomic_ref(found->beyond_white) += beyond_white;
 }
 
 int32_t KindOf(const VX_AlphaGuess& found) {
@@ -55,9 +57,10 @@ VX_Err VX_GuessAlpha(void*, const VX_LayerDef* world, VX_AlphaGuess* out) {
   *out = {};
   if (world == nullptr || world->data == nullptr) return VXp_BadParameter(kVXp_NoCheckNumber);
   const auto guess = [&]<class Pixel>(const VX_WorldX<Pixel>& typed) -> VX_Err {
-    for (int32_t y = 0; y < typed.height && typed.width > 0; ++y) {
-      CountRow<Pixel>(VXp_PixelAddress<Pixel>(typed, 0, y), static_cast<size_t>(typed.width), out);
-    }
+    const VX_Err error = VXp_ForRows<Pixel>(
+        typed, VXp_WholeArea(typed), typed.width,
+        [&](const char* row, size_t count) { CountRow<Pixel>(row, count, out); });
+    if (error != VX_Ok) return error;
     out->kind = KindOf(*out);
     if (out->kind != 0) return VX_Ok;
     return VXp_ReportEntry(kVXp_NoCheckNumber, kUnableToGuess, VX_ErrBadParameter);

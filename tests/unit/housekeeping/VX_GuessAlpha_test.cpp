@@ -8,6 +8,7 @@
 #include "VX/VX_GuessAlpha.h"
 #include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
+#include "unit/ThreadIterator.h"
 
 namespace {
 
@@ -38,12 +39,15 @@ TYPED_TEST(GuessAlpha, FindsTheMatte) {
       partial += stored > 0 && stored < kFull<TypeParam>;
       picture.Set(i % 40, i / 40, {stored, color(), color(), color()});
     }
-    VX_AlphaGuess guess;
-    EXPECT_EQ(VX_GuessAlpha(nullptr, &picture.world, &guess), 0);
-    EXPECT_EQ(guess.kind, kind);
-    EXPECT_EQ(guess.partial, partial);
-    EXPECT_EQ(guess.beyond_black == 0, kind == VX_Alpha_PremulBlack);
-    EXPECT_EQ(guess.beyond_white == 0, kind == VX_Alpha_PremulWhite);
+    for (const int32_t threads : {1, 3}) {
+      const ThreadIterator iterator(threads);
+      VX_AlphaGuess guess;
+      EXPECT_EQ(VX_GuessAlpha(nullptr, &picture.world, &guess), 0);
+      EXPECT_EQ(guess.kind, kind);
+      EXPECT_EQ(guess.partial, partial);
+      EXPECT_EQ(guess.beyond_black == 0, kind == VX_Alpha_PremulBlack);
+      EXPECT_EQ(guess.beyond_white == 0, kind == VX_Alpha_PremulWhite);
+    }
   }
 }
 

@@ -13,6 +13,7 @@
 #include "Bench.h"
 #include "Console.h"
 #include "Job.h"
+#include "VX/VX_Package.h"
 #include "VXIO/VXIO_Picture.h"
 #include "Values.h"
 #include "Verbs.h"
@@ -61,6 +62,7 @@ void PrintRecord(const BenchSettings& settings, const std::vector<BenchRow>& row
                        {"speedup", row.all_threads ? Json(Rounded(Speedup(row))) : Json()}});
   }
   PrintJson({{"version", VX_PROJECT_VERSION},
+             {"build", VX_BuildLevel()},
              {"processor_level", LevelInUse()},
              {"threads", settings.threads},
              {"width", settings.width},
@@ -124,9 +126,10 @@ int Run(const BenchOptions& options) {
     });
   });
   const std::string title =
-      "vx " VX_PROJECT_VERSION ", processor level " + LevelInUse() + ", " +
-      std::to_string(settings.threads) + (settings.threads == 1 ? " thread, " : " threads, ") +
-      std::to_string(settings.width) + " x " + std::to_string(settings.height) + " pixels";
+      "vx " VX_PROJECT_VERSION ", build for " + std::string(VX_BuildLevel()) +
+      ", processor level " + LevelInUse() + ", " + std::to_string(settings.threads) +
+      (settings.threads == 1 ? " thread, " : " threads, ") + std::to_string(settings.width) +
+      " x " + std::to_string(settings.height) + " pixels";
   if (!options.plot.empty()) Warn(WriteBenchChart(options.plot, title, rows, settings.threads));
   progress.Done();
   if (options.json) {

@@ -94,6 +94,7 @@ class Reports(CommandTest):
         words = ("bench", "--seconds", 0.1, "--size", "64x48", "--threads")
         record = json.loads(self.vx(*words, 2, "--json", "--plot", "b.svg")[0])
         self.assertEqual((record["threads"], record["width"], record["height"]), (2, 64, 48))
+        self.assertIn(f"build for {record['build']}\n", self.vx("--version")[0])
         results = record["results"]
         self.assertEqual([r["depth"] for r in results], [8] * 8 + [16] * 8 + [32] * 8)
         for r in results:

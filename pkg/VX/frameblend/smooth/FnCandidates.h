@@ -71,6 +71,37 @@ class FnCandidates {
   int32_t count_ = 0;
 };
 
+// The candidate of the lowest cost. Among several with the lowest cost, it is the first in the
+// shuffled order; the shuffle is only necessary then.
+template <class Value>
+class FnLowest {
+ public:
+  // The value that is chosen if no candidate has a lower cost. `tied` states that it depends on the
+  // order of the candidates itself.
+  FnLowest(const Value& value, float cost, bool tied = false)
+      : value_(value), cost_(cost), tied_(tied) {}
+
+  float cost() const { return cost_; }
+  const Value& value() const { return value_; }
+  // True if the order of the candidates may matter.
+  bool IsTied() const { return tied_; }
+
+  void Offer(const Value& value, float cost) {
+    if (cost < cost_) {
+      cost_ = cost;
+      value_ = value;
+      tied_ = false;
+    } else if (cost == cost_) {
+      tied_ = true;
+    }
+  }
+
+ private:
+  Value value_;
+  float cost_;
+  bool tied_;
+};
+
 // The eight neighbours in the order in which they become candidates.
 inline constexpr std::array<std::array<int32_t, 2>, 8> kFnNeighbours = {
     {{-1, 1}, {0, 1}, {1, 1}, {-1, 0}, {1, 0}, {-1, -1}, {0, -1}, {1, -1}}};

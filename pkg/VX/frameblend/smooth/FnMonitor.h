@@ -20,6 +20,11 @@ class FnMotionEstimateGradientChangedNeighboursMonitor final : public FnImgProc1
   bool isChanged(int32_t x, int32_t y) const {
     return (monitorFlags & FnMonitor_AllChanged) != 0 || changed.row(y)[x] != 0;
   }
+  // The mark of a pixel in `changed`, not 0 if its vector has changed; null if every vector counts
+  // as changed.
+  const int32_t* MarkAt(int32_t x, int32_t y) const {
+    return (monitorFlags & FnMonitor_AllChanged) != 0 ? nullptr : changed.row(y) + x;
+  }
   bool hasInvalid() const { return (monitorFlags & FnMonitor_Invalid) != 0; }
 
   void begin() override;

@@ -49,13 +49,18 @@ FnVectorSmoother::Surroundings FnVectorSmoother::Around(
     int32_t x, int32_t y, int32_t stepX, int32_t stepY,
     const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const {
   Surroundings around;
-  around.own = copy.row(y)[x];
+  const HvVec2* const own = copy.row(y) + x;
+  around.own = *own;
+  const int32_t* const mark = monitor != nullptr ? monitor->MarkAt(x, y) : nullptr;
+  const bool inner = x - stepX >= x0 && x + stepX < x1 && y - stepY >= y0 && y + stepY < y1;
   for (size_t i = 0; i < kFnNeighbours.size(); ++i) {
-    const int32_t nx = x + kFnNeighbours[i][0] * stepX, ny = y + kFnNeighbours[i][1] * stepY;
-    if (nx < x0 || nx >= x1 || ny < y0 || ny >= y1) continue;
-    around.vectors[i] = copy.row(ny)[nx];
+    const int32_t dx = kFnNeighbours[i][0] * stepX, dy = kFnNeighbours[i][1] * stepY;
+    const int32_t nx = x + dx, ny = y + dy;
+    if (!inner && (nx < x0 || nx >= x1 || ny < y0 || ny >= y1)) continue;
+    const ptrdiff_t at = static_cast<ptrdiff_t>(dy) * copy.width() + dx;
+    around.vectors[i] = own[at];
     around.present |= 1u << i;
-    if (monitor == nullptr || monitor->isChanged(nx, ny)) around.candidates |= 1u << i;
+    if (mark == nullptr || mark[at] != 0) around.candidates |= 1u << i;
   }
   return around;
 }
@@ -70,17 +75,6 @@ HvVec2 FnVectorSmoother::Surroundings::Mean() const {
   }
   if (count == 0) return sum;
   return {sum.x / static_cast<float>(count), sum.y / static_cast<float>(count)};
-}
-
-FnVectorSmoother::Candidates FnVectorSmoother::Shuffled(int32_t x, int32_t y,
-                                                        const Surroundings& around) const {
-  Candidates candidates;
-  for (size_t i = 0; i < around.vectors.size(); ++i) {
-    if ((around.candidates >> i & 1) != 0) candidates.Add(around.vectors[i]);
-  }
-  candidates.Add(around.own);
-  candidates.Shuffle(FnRandom(x, y, copy.width()));
-  return candidates;
 }
 
 void FnMotionEstimateGradientSmooth::processBand() {
@@ -99,22 +93,19 @@ HvVec2 FnMotionEstimateGradientSmooth::Choose(int32_t x, int32_t y, const Surrou
                                               float* scratch) const {
   const HvVec2 mean = around.Mean();
   const FnBlock block = FnBlockAt(x, y, {blockWidth, blockHeight, overlap}, *frame0);
-  HvVec2 chosen = around.own;
-  float best = FLT_MAX;
-  for (const HvVec2& c : Shuffled(x, y, around)) {
-    if (!c.IsValid() || best == 0) continue;
-    const float smooth = (c - mean).L1() / 400.0f / 255.0f * weightB;
-    if (smooth >= best) continue;
-    const float error = BlockError(block, c, scratch);
-    const float match = error == FLT_MAX ? 2.0f * weightA : error * weightA;
-    const float sum = match + smooth;
-    const float total = sum < kLeastCost ? 0.0f : sum;
-    if (total < best) {
-      best = total;
-      chosen = c;
+  return Chosen(x, y, around, [&](const Candidates& candidates) {
+    FnLowest<HvVec2> lowest(around.own, FLT_MAX);
+    for (const HvVec2& c : candidates) {
+      if (!c.IsValid()) continue;
+      const float smooth = (c - mean).L1() / 400.0f / 255.0f * weightB;
+      if (smooth > std::max(lowest.cost(), kLeastCost)) continue;
+      const float error = BlockError(block, c, scratch);
+      const float match = error == FLT_MAX ? 2.0f * weightA : error * weightA;
+      const float sum = match + smooth;
+      lowest.Offer(c, sum < kLeastCost ? 0.0f : sum);
     }
-  }
-  return chosen;
+    return lowest;
+  });
 }
 
 float FnMotionEstimateGradientSmooth::BlockError(const FnBlock& block, const HvVec2& v,
@@ -146,20 +137,14 @@ void FnMotionEstimateGradientSmoothVectorsInitialAssignment::processBand() {
     for (int32_t x = x0; x < x1; ++x) {
       const Surroundings around = Around(x, y, spacingX, spacingY, nullptr);
       if (!around.HasChoice()) continue;
-      const Candidates candidates = Shuffled(x, y, around);
-      HvVec2 chosen = candidates[0];
-      if (!intensity.IsMasked(x, y)) {
-        float best = FLT_MAX;
+      const bool masked = intensity.IsMasked(x, y);
+      first->row(y)[x] = Chosen(x, y, around, [&](const Candidates& candidates) {
+        FnLowest<HvVec2> lowest(candidates[0], FLT_MAX, /*tied=*/true);
         for (const HvVec2& c : candidates) {
-          if (!c.IsValid()) continue;
-          const float cost = intensity.Of(x, y, c);
-          if (cost < best) {
-            best = cost;
-            chosen = c;
-          }
+          if (!masked && c.IsValid()) lowest.Offer(c, intensity.Of(x, y, c));
         }
-      }
-      first->row(y)[x] = chosen;
+        return lowest;
+      });
     }
   }
 }
@@ -174,19 +159,16 @@ void FnMotionEstimateGradientSmoothVectorsSinglePass::processBand() {
       if (!around.HasChoice()) continue;
       const HvVec2 mean = around.Mean();
       const bool masked = intensity.IsMasked(x, y);
-      HvVec2 chosen = around.own;
-      float best = FLT_MAX;
-      for (const HvVec2& c : Shuffled(x, y, around)) {
-        if (!c.IsValid()) continue;
-        const float distance = (c - mean).L1() * weightB * 8.0f;
-        if (distance >= best) continue;
-        const float cost = distance + (masked ? intensity.OfMasked() : intensity.Of(x, y, c));
-        if (cost < best) {
-          best = cost;
-          chosen = c;
+      first->row(y)[x] = Chosen(x, y, around, [&](const Candidates& candidates) {
+        FnLowest<HvVec2> lowest(around.own, FLT_MAX);
+        for (const HvVec2& c : candidates) {
+          if (!c.IsValid()) continue;
+          const float distance = (c - mean).L1() * weightB * 8.0f;
+          if (distance > lowest.cost()) continue;
+          lowest.Offer(c, distance + (masked ? intensity.OfMasked() : intensity.Of(x, y, c)));
         }
-      }
-      first->row(y)[x] = chosen;
+        return lowest;
+      });
     }
   }
 }

@@ -51,8 +51,21 @@ class FnVectorSmoother : public FnImgProc1<HvVec2> {
   // Reads the neighbours at a distance of (stepX, stepY).
   Surroundings Around(int32_t x, int32_t y, int32_t stepX, int32_t stepY,
                       const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) const;
-  // Returns the candidates and the own vector, without duplicates, shuffled.
-  Candidates Shuffled(int32_t x, int32_t y, const Surroundings& around) const;
+  // Returns the vector for which `choose` finds the lowest cost among the candidates and the own
+  // vector. `choose` gets the candidates without duplicates and returns an FnLowest. It is called
+  // with shuffled candidates if the order matters.
+  template <class Choose>
+  HvVec2 Chosen(int32_t x, int32_t y, const Surroundings& around, const Choose& choose) const {
+    Candidates candidates;
+    for (size_t i = 0; i < around.vectors.size(); ++i) {
+      if ((around.candidates >> i & 1) != 0) candidates.Add(around.vectors[i]);
+    }
+    candidates.Add(around.own);
+    const FnLowest<HvVec2> lowest = choose(candidates);
+    if (!lowest.IsTied()) return lowest.value();
+    candidates.Shuffle(FnRandom(x, y, copy.width()));
+    return choose(candidates).value();
+  }
 
   FnVectorMap copy;  // the map at the start of the pass
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "frameblend/imgproc/FnResample.h"
+#include "frameblend/tween/FnPictureLanes.h"
 #include "frameblend/tween/FnTween.h"
 
 // The alpha of a picture at 0..255, averaged down to a smaller size and read bilinearly.
@@ -90,6 +91,8 @@ class FnMotionEstimateGradientTweenerBuildPicture final
     std::vector<int32_t> states(width), above(width), below(width);
     const auto band = this->Band();
     const bool second_pass = this->pass == 1;
+    const Lanes lanes(*first, *second, parameters.position);
+    const bool in_lanes = !second_pass && IsPlain() && lanes.CanRead();
     for (int32_t y = band.y0; y < band.y1; y += band.step) {
       if (FnPoll(this->interrupt) != VX_Ok) return;
       vectors_.Row(*parameters.vectorsA, y, band.x0, band.x1, a.data());
@@ -102,8 +105,18 @@ class FnMotionEstimateGradientTweenerBuildPicture final
         states_.Row(*parameters.occlusion, std::min(y + 1, dst->height() - 1), 0, dst->width(),
                     below.data());
       }
+      int32_t alone_until = band.x0;
       for (int32_t x = band.x0; x < band.x1; ++x) {
         const auto i = static_cast<size_t>(x);
+        if constexpr (Lanes::kServes) {
+          if (in_lanes && x >= alone_until && x + Lanes::kLanes <= band.x1) {
+            if (lanes.Store(x, y, a.data() + i, b.data() + i, states.data() + i, out + x)) {
+              x += Lanes::kLanes - 1;
+              continue;
+            }
+            alone_until = x + Lanes::kLanes;
+          }
+        }
         if (second_pass) {
           const size_t left = x > 0 ? i - 1 : i, right = i + 1 < width ? i + 1 : i;
           bool boundary = false;
@@ -122,8 +135,15 @@ class FnMotionEstimateGradientTweenerBuildPicture final
   }
 
  private:
+  using Lanes = FnPictureLanes<Pixel>;
   static constexpr float kFull = FnColorOfPixel<Pixel>::kFull;
   static constexpr float kOpaque = 253;
+
+  // Returns whether all pixels are bilinear samples and their mixtures by time.
+  bool IsPlain() const {
+    return (parameters.flags & (FnTween_Sinc | FnTween_Diagnostic)) == 0 && !nearest &&
+           (alphaFirst == nullptr || alphaSecond == nullptr);
+  }
 
   FnColorFloat PixelAt(const FnMap<Color>& first, const FnMap<Color>& second, int32_t x, int32_t y,
                        const HvVec2& a, const HvVec2& b, int32_t state) const {

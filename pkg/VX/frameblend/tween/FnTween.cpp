@@ -201,19 +201,23 @@ struct FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::Side {
               const FnMotionEstimateGradientChangedNeighboursMonitor& monitor,
               FnTweenCandidates::List projected) {
     int32_t known = 0;
+    const HvVec2* const own = map.row(y) + x;
+    const int32_t* const mark = monitor.MarkAt(x, y);
+    const bool inner = x > 0 && y > 0 && x + 1 < map.width() && y + 1 < map.height();
     for (const auto& [dx, dy] : kFnNeighbours) {
       const int32_t nx = x + dx, ny = y + dy;
-      if (nx < 0 || ny < 0 || nx >= map.width() || ny >= map.height()) continue;
-      const HvVec2& v = map.row(ny)[nx];
+      if (!inner && (nx < 0 || ny < 0 || nx >= map.width() || ny >= map.height())) continue;
+      const ptrdiff_t at = static_cast<ptrdiff_t>(dy) * map.width() + dx;
+      const HvVec2& v = own[at];
       if (!v.IsValid()) continue;
       mean = mean + v;
       ++known;
-      if (monitor.isChanged(nx, ny)) Add(v);
+      if (mark == nullptr || mark[at] != 0) Add(v);
     }
     if (known > 0) {
       mean = {mean.x / static_cast<float>(known), mean.y / static_cast<float>(known)};
     }
-    Add(map.row(y)[x]);
+    Add(*own);
     for (int32_t i = 0; i < projected.count; ++i) Add(projected.items[i]);
   }
   void Shuffle(FnRandom* random) {
@@ -230,18 +234,13 @@ struct FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::Side {
   }
   float Distance(const HvVec2& v) const { return 8.0f * (mean - v).L1(); }
   // The vector nearest to the mean.
-  HvVec2 Nearest(float smoothness) const {
-    HvVec2 best = items[0];
-    float lowest = kHighestCost;
+  FnLowest<HvVec2> Nearest(float smoothness) const {
+    FnLowest<HvVec2> nearest(items[0], kHighestCost, /*tied=*/true);
     for (int32_t i = 0; i < count; ++i) {
       const HvVec2& v = items[static_cast<size_t>(i)];
-      const float cost = Distance(v) * smoothness;
-      if (cost < lowest) {
-        lowest = cost;
-        best = v;
-      }
+      nearest.Offer(v, Distance(v) * smoothness);
     }
-    return best;
+    return nearest;
   }
 };
 
@@ -314,54 +313,71 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::ProcessP
     to_b = b.items[0];
     return;
   }
+  // The order of the candidates matters only if several have the lowest cost.
+  const int32_t count_a = a.count, count_b = b.count;
+  if (Choose(x, y, state, &a, &b)) return;
+  a.count = count_a;
+  b.count = count_b;
   FnRandom random(x, y, copyA_.width());
   a.Shuffle(&random);
   b.Shuffle(&random);
-  if (borrow && a.count == 0) a.FillFrom(b);
-  if (borrow && b.count == 0) b.FillFrom(a);
-  if (state == FnOcclusion_First) {
-    if (b.count > 0) to_b = b.Nearest(p.smoothness);
-    return;
+  constexpr bool kInThisOrder = true;
+  static_cast<void>(Choose(x, y, state, &a, &b, kInThisOrder));
+}
+
+bool FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::Choose(int32_t x, int32_t y,
+                                                                               int32_t state,
+                                                                               Side* a, Side* b,
+                                                                               bool inThisOrder) {
+  HvVec2& to_a = p.vectorsA->row(y)[x];
+  HvVec2& to_b = p.vectorsB->row(y)[x];
+  if (p.flags & FnTween_BorrowNegated) {
+    if (a->count == 0) a->FillFrom(*b);
+    if (b->count == 0) b->FillFrom(*a);
   }
-  if (state == FnOcclusion_Second) {
-    if (a.count > 0) to_a = a.Nearest(p.smoothness);
-    return;
+  if (state == FnOcclusion_First || state == FnOcclusion_Second) {
+    const Side& side = state == FnOcclusion_First ? *b : *a;
+    if (side.count == 0) return true;
+    const FnLowest<HvVec2> nearest = side.Nearest(p.smoothness);
+    if (nearest.IsTied() && !inThisOrder) return false;
+    (state == FnOcclusion_First ? to_b : to_a) = nearest.value();
+    return true;
   }
-  if (a.count == 0 || b.count == 0) {
+  if (a->count == 0 || b->count == 0) {
     if (state != FnOcclusion_Both) to_a = to_b = {0, 0};
-    return;
+    return true;
   }
 
   const bool masked = p.mask != nullptr && p.mask->row(y)[x] > kMaskLimit;
   const float match = masked ? 0 : p.matchWeight * kMatchScale;
   std::array<float, kFnMostCandidates> first_samples, distances;
-  for (int32_t j = 0; j < b.count; ++j) {
+  for (int32_t j = 0; j < b->count; ++j) {
     const auto k = static_cast<size_t>(j);
-    first_samples[k] = Displaced(*p.first, x, y, b.items[k], p.position);
-    distances[k] = b.Distance(b.items[k]);
+    first_samples[k] = Displaced(*p.first, x, y, b->items[k], p.position);
+    distances[k] = b->Distance(b->items[k]);
   }
-  float lowest = kHighestCost;
-  HvVec2 best_a = to_a, best_b = to_b;
-  for (int32_t i = 0; i < a.count; ++i) {
-    const HvVec2& va = a.items[static_cast<size_t>(i)];
+  struct Pair {
+    HvVec2 a, b;
+  };
+  FnLowest<Pair> lowest({to_a, to_b}, kHighestCost);
+  for (int32_t i = 0; i < a->count; ++i) {
+    const HvVec2& va = a->items[static_cast<size_t>(i)];
     const float second_sample = Displaced(*p.second, x, y, va, 1 - p.position);
-    const float distance = a.Distance(va);
-    for (int32_t j = 0; j < b.count; ++j) {
+    const float distance = a->Distance(va);
+    for (int32_t j = 0; j < b->count; ++j) {
       const auto k = static_cast<size_t>(j);
       const bool both_outside = second_sample == kOutside && first_samples[k] == kOutside;
       const float difference =
           both_outside ? kOutside : std::fabs(second_sample - first_samples[k]);
-      const float cost = difference * match + (va + b.items[k]).L1() * p.consistency +
+      const float cost = difference * match + (va + b->items[k]).L1() * p.consistency +
                          (distance + distances[k]) * p.smoothness;
-      if (cost < lowest) {
-        lowest = cost;
-        best_a = va;
-        best_b = b.items[k];
-      }
+      lowest.Offer({va, b->items[k]}, cost);
     }
   }
-  to_a = best_a;
-  to_b = best_b;
+  if (lowest.IsTied() && !inThisOrder) return false;
+  to_a = lowest.value().a;
+  to_b = lowest.value().b;
+  return true;
 }
 
 void FnMotionEstimateGradientTweenerIterateSpatialCandidates::process(const Parameters& p) {

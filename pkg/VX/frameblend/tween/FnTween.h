@@ -157,6 +157,9 @@ class FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass final
   struct Side;
   bool IsSkipped(int32_t state, bool hasA, bool hasB) const;
   void ProcessPixel(int32_t x, int32_t y, int32_t state);
+  // Stores the vectors of the lowest cost. Stores nothing and returns false if the order of the
+  // candidates matters, unless they are `inThisOrder`.
+  bool Choose(int32_t x, int32_t y, int32_t state, Side* a, Side* b, bool inThisOrder = false);
 
   FnVectorMap copyA_, copyB_;
   FnMotionEstimateGradientChangedNeighboursMonitor monitorA_, monitorB_;

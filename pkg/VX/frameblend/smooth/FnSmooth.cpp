@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "frameblend/smooth/FnSmooth.h"
 
+#include <array>
 #include <vector>
+
+#include "frameblend/imgproc/FnLanes.h"
 
 namespace {
 
@@ -24,6 +27,7 @@ class Intensity {
     return std::fabs(sample - frame1_.row(y)[x]) * scale_;
   }
   float OfMasked() const { return scale_ * 123.0f; }
+  float scale() const { return scale_; }
 
  private:
   const FnFloatMap& frame0_;
@@ -129,48 +133,152 @@ float FnMotionEstimateGradientSmooth::BlockError(const FnBlock& block, const HvV
   return 4 * count > block.Area() ? sum / static_cast<float>(count) : FLT_MAX;
 }
 
-void FnMotionEstimateGradientSmoothVectorsInitialAssignment::processBand() {
+namespace {
+
+// The choices of neighbouring pixels of a row in lanes. All neighbours of the pixels are inside the
+// region, and no mask excludes pixels.
+template <bool byDistance>
+class ChoicesInLanes {
+ public:
+  ChoicesInLanes(const FnVectorMap& map, const FnFloatMap& frame0, const FnFloatMap& frame1,
+                 float differenceScale, float distanceWeight)
+      : map_(map),
+        frame0_(frame0),
+        frame1_(frame1),
+        scale_(differenceScale),
+        weight_(distanceWeight) {}
+
+  // Stores the vectors of the pixels from (x, y) on that have a choice. `marks` are the marks of
+  // the monitor at (x, y), or null. Returns the pixels that were not stored and have to be
+  // processed one by one: positions at the edges, and equal costs.
+  FnInts Store(int32_t x, int32_t y, int32_t stepX, int32_t stepY, const int32_t* marks,
+               HvVec2* out) const {
+    const HvVec2* const at = map_.row(y) + x;
+    std::array<FnVectorLanes, 9> vectors;
+    std::array<FnInts, 9> offered;
+    const auto own = FnVectorLanes::Load(at);
+    FnInts choice{}, known{};
+    FnVectorLanes sum{};
+    for (size_t i = 0; i < kFnNeighbours.size(); ++i) {
+      const ptrdiff_t offset = static_cast<ptrdiff_t>(kFnNeighbours[i][1] * stepY) * map_.width() +
+                               kFnNeighbours[i][0] * stepX;
+      const auto v = FnVectorLanes::Load(at + offset);
+      FnInts changed = ~FnInts{};
+      if (marks != nullptr) {
+        std::memcpy(&changed, marks + offset, sizeof changed);
+        changed = changed != 0;
+      }
+      const FnInts valid = v.AreValid();
+      choice |= changed & v.Differs(own);
+      sum.x = valid ? sum.x + v.x : sum.x;
+      sum.y = valid ? sum.y + v.y : sum.y;
+      known -= valid;
+      vectors[i] = v;
+      offered[i] = changed & valid;
+    }
+    if (!VXp_AnyLane(choice)) return FnInts{};
+    vectors[8] = own;
+    offered[8] = own.AreValid();
+    const FnFloats count = VXp_AsFloat(known);
+    const FnVectorLanes mean = {known != 0 ? sum.x / count : sum.x,
+                                known != 0 ? sum.y / count : sum.y};
+    return StoreLowest(x, y, vectors, offered, mean, choice, out);
+  }
+
+ private:
+  FnInts StoreLowest(int32_t x, int32_t y, const std::array<FnVectorLanes, 9>& vectors,
+                     const std::array<FnInts, 9>& offered, const FnVectorLanes& mean, FnInts choice,
+                     HvVec2* out) const {
+    FnFloats reference;
+    std::memcpy(&reference, frame1_.row(y) + x, sizeof reference);
+    const FnFloats column = FnCentres(x), row = FnFloats{} + (static_cast<float>(y) + 0.5f);
+    FnFloats lowest = FnFloats{} + FLT_MAX;
+    FnVectorLanes chosen = vectors[8];
+    // Without distances, the result is one of the candidates also if no cost is below the highest.
+    FnInts alone{}, tied = byDistance ? FnInts{} : ~FnInts{};
+    for (size_t i = 0; i < vectors.size(); ++i) {
+      const FnVectorLanes& v = vectors[i];
+      if (!VXp_AnyLane(FnInts(offered[i] & choice))) continue;
+      const FnPairLanes pair(column - v.x, row + v.y);
+      const FnInts inside = pair.Inside(frame0_);
+      alone |= offered[i] & ~inside;
+      const FnFloats sample = FnSampleLanes(frame0_, pair, inside);
+      FnFloats cost = FnVectorLanes::Abs(sample - reference) * scale_;
+      if constexpr (byDistance) {
+        cost = FnVectorLanes{v.x - mean.x, v.y - mean.y}.L1() * weight_ * 8.0f + cost;
+      }
+      const FnInts lower = offered[i] & (cost < lowest);
+      const FnInts equal = offered[i] & (cost == lowest) & v.Differs(chosen);
+      tied = (tied | equal) & ~lower;
+      lowest = lower ? cost : lowest;
+      chosen = {lower ? v.x : chosen.x, lower ? v.y : chosen.y};
+    }
+    alone = (alone | tied) & choice;
+    const FnInts stored = choice & ~alone;
+    for (int32_t k = 0; k < kFnLanes; ++k) {
+      if (stored[k] != 0) out[k] = {chosen.x[k], chosen.y[k]};
+    }
+    return alone;
+  }
+
+  const FnVectorMap& map_;
+  const FnFloatMap& frame0_;
+  const FnFloatMap& frame1_;
+  float scale_, weight_;
+};
+
+}  // namespace
+
+template <bool byDistance>
+void FnVectorSmoother::ChooseVectors(
+    int32_t stepX, int32_t stepY, const FnMotionEstimateGradientChangedNeighboursMonitor* monitor) {
   const FnBand band = Band();
   const Intensity intensity(*frame0, *frame1, mask, weightA);
+  const auto choose_one = [&](int32_t x, int32_t y) {
+    const Surroundings around = Around(x, y, stepX, stepY, monitor);
+    if (!around.HasChoice()) return;
+    const HvVec2 mean = byDistance ? around.Mean() : HvVec2{0, 0};
+    const bool masked = intensity.IsMasked(x, y);
+    first->row(y)[x] = Chosen(x, y, around, [&](const Candidates& candidates) {
+      FnLowest<HvVec2> lowest(byDistance ? around.own : candidates[0], FLT_MAX,
+                              /*tied=*/!byDistance);
+      for (const HvVec2& c : candidates) {
+        if (!c.IsValid() || (masked && !byDistance)) continue;
+        const float distance = byDistance ? (c - mean).L1() * weightB * 8.0f : 0.0f;
+        if (distance > lowest.cost()) continue;
+        const float difference = masked ? intensity.OfMasked() : intensity.Of(x, y, c);
+        lowest.Offer(c, byDistance ? distance + difference : difference);
+      }
+      return lowest;
+    });
+  };
+  const ChoicesInLanes<byDistance> lanes(copy, *frame0, *frame1, intensity.scale(), weightB);
+  const bool in_lanes = mask == nullptr && FnHasLaneOffsets(*frame0);
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
-    for (int32_t x = x0; x < x1; ++x) {
-      const Surroundings around = Around(x, y, spacingX, spacingY, nullptr);
-      if (!around.HasChoice()) continue;
-      const bool masked = intensity.IsMasked(x, y);
-      first->row(y)[x] = Chosen(x, y, around, [&](const Candidates& candidates) {
-        FnLowest<HvVec2> lowest(candidates[0], FLT_MAX, /*tied=*/true);
-        for (const HvVec2& c : candidates) {
-          if (!masked && c.IsValid()) lowest.Offer(c, intensity.Of(x, y, c));
-        }
-        return lowest;
-      });
+    const bool inner = in_lanes && y - stepY >= y0 && y + stepY < y1;
+    int32_t x = x0;
+    while (x < x1) {
+      if (!inner || x - stepX < x0 || x + kFnLanes + stepX > x1) {
+        choose_one(x++, y);
+        continue;
+      }
+      const int32_t* const marks = monitor != nullptr ? monitor->MarkAt(x, y) : nullptr;
+      const FnInts alone = lanes.Store(x, y, stepX, stepY, marks, first->row(y) + x);
+      for (int32_t k = 0; VXp_AnyLane(alone) && k < kFnLanes; ++k) {
+        if (alone[k] != 0) choose_one(x + k, y);
+      }
+      x += kFnLanes;
     }
   }
 }
 
+void FnMotionEstimateGradientSmoothVectorsInitialAssignment::processBand() {
+  ChooseVectors<false>(spacingX, spacingY, nullptr);
+}
+
 void FnMotionEstimateGradientSmoothVectorsSinglePass::processBand() {
-  const FnBand band = Band();
-  const Intensity intensity(*frame0, *frame1, mask, weightA);
-  for (int32_t y = band.first; y < band.end; ++y) {
-    if (Stopped()) return;
-    for (int32_t x = x0; x < x1; ++x) {
-      const Surroundings around = Around(x, y, 1, 1, monitor);
-      if (!around.HasChoice()) continue;
-      const HvVec2 mean = around.Mean();
-      const bool masked = intensity.IsMasked(x, y);
-      first->row(y)[x] = Chosen(x, y, around, [&](const Candidates& candidates) {
-        FnLowest<HvVec2> lowest(around.own, FLT_MAX);
-        for (const HvVec2& c : candidates) {
-          if (!c.IsValid()) continue;
-          const float distance = (c - mean).L1() * weightB * 8.0f;
-          if (distance > lowest.cost()) continue;
-          lowest.Offer(c, distance + (masked ? intensity.OfMasked() : intensity.Of(x, y, c)));
-        }
-        return lowest;
-      });
-    }
-  }
+  ChooseVectors<true>(1, 1, monitor);
 }
 
 void FnMotionEstimateGradientSmoothVectors::process(FnVectorMap* map) {

@@ -67,6 +67,13 @@ class FnVectorSmoother : public FnImgProc1<HvVec2> {
     return choose(candidates).value();
   }
 
+  // Processes a band: each pixel with a choice gets the vector with the lowest cost. The cost is
+  // the difference of the pictures, and if `byDistance` the distance from the mean of the
+  // neighbours.
+  template <bool byDistance>
+  void ChooseVectors(int32_t stepX, int32_t stepY,
+                     const FnMotionEstimateGradientChangedNeighboursMonitor* monitor);
+
   FnVectorMap copy;  // the map at the start of the pass
 };
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "frameblend/smooth/FnCandidates.h"
+#include "frameblend/tween/FnBestPairLanes.h"
 
 namespace {
 
@@ -276,9 +277,25 @@ bool FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::IsSkippe
 void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::processBand() {
   const FnBand band = Band();
   bool filled = false;
+  const FnBestPairLanes lanes(p, kOutside, kHighestCost, p.matchWeight * kMatchScale);
+  // The lists of projected candidates are empty after the first pass.
+  const bool in_lanes = runs_ > 0 && p.mask == nullptr && lanes.CanRead() &&
+                        (p.flags & FnTween_BorrowNegated) == 0 &&
+                        (passFlags & (FnSinglePass_FillOnly | FnSinglePass_OccludedOnly)) == 0;
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
+    const bool inner = in_lanes && y > 0 && y + 1 < copyA_.height();
     for (int32_t x = x0; x < x1; ++x) {
+      if (inner && x > 0 && x + kFnLanes < std::min(x1 + 1, copyA_.width())) {
+        const FnInts alone =
+            lanes.Store(x, y, copyA_, copyB_, monitorA_.MarkAt(x, y), monitorB_.MarkAt(x, y),
+                        p.vectorsA->row(y) + x, p.vectorsB->row(y) + x);
+        for (int32_t k = 0; VXp_AnyLane(alone) && k < kFnLanes; ++k) {
+          if (alone[k] != 0) ProcessPixel(x + k, y, p.occlusion->row(y)[x + k]);
+        }
+        x += kFnLanes - 1;
+        continue;
+      }
       const int32_t state = p.occlusion->row(y)[x];
       if (IsSkipped(state, copyA_.row(y)[x].IsValid(), copyB_.row(y)[x].IsValid())) continue;
       ProcessPixel(x, y, state);

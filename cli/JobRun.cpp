@@ -91,7 +91,9 @@ Runner::Runner(const Job& job, const JobPlan& plan, Progress* progress, ClipOutp
           std::min<size_t>(job.parallel ? static_cast<size_t>(allowed_threads_) : 1, plan.size()))),
       budget_(job) {
   // Frames first: threads that are not needed for frames divide the rows of a frame.
-  VXHost_SetNumThreads(allowed_threads_ / std::max(threads_, 1));
+  const int threads_of_frame = std::max(allowed_threads_ / std::max(threads_, 1), 1);
+  VXHost_SetNumThreads(threads_of_frame);
+  VX_SetMotionThreads(std::min(threads_of_frame, 256));
   // One thread at a time encodes the frames of a clip.
   const int sharing = clip ? 1 : threads_;
   if (plan.sequence() || options_.threads) VXIO_SetThreads(allowed_threads_ / sharing);

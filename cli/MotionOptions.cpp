@@ -38,9 +38,8 @@ OptionList MotionOptionList(MotionArguments* to) {
   };
 }
 
-void ResolveMotion(MotionArguments* arguments, const JobOptions& job) {
+void ResolveMotion(MotionArguments* arguments) {
   arguments->motion.resolution = arguments->percent / 100;
-  if (job.threads) VX_SetMotionThreads(std::min<int32_t>(*job.threads, 256));
 }
 
 const std::vector<std::string>& TweenMethods() {
@@ -96,7 +95,7 @@ Option QualityOfTween(BetweenArguments* to) {
 }
 
 void ResolveTween(BetweenArguments* arguments, const JobOptions& job) {
-  ResolveMotion(&arguments->motion, job);
+  ResolveMotion(&arguments->motion);
   arguments->tween.motion = arguments->motion.motion;
   arguments->tween.method = static_cast<vx::TweenMethod>(arguments->method);
   arguments->tween.quality = static_cast<vx::TweenQuality>(arguments->quality);

@@ -18,7 +18,7 @@ struct MotionArguments {
   vx::MotionOptions motion;
 };
 OptionList MotionOptionList(MotionArguments* to);
-void ResolveMotion(MotionArguments* arguments, const JobOptions& job);
+void ResolveMotion(MotionArguments* arguments);
 
 // Options of the pictures between two pictures, of vx tween and vx retime. ResolveTween stores the
 // members that have other types there in `tween`.

@@ -29,25 +29,33 @@ SourcePair::Made SourcePair::Make(double position, vx::Image* to) {
   const VX_World &a = *a_->picture.world, &b = *b_->picture.world;
   const VX_World& nearer = position < 0.5 ? a : b;
   if (Duplicates()) return {&a, MadeBy::Copy, false};
-  const std::lock_guard lock(mutex_);
   vx::TweenOptions options = arguments_.tween;
   options.shutter_samples = 1;
+  bool cut = false;
   if (options.method == vx::TweenMethod::motion) {
-    if (!tweener_) {
-      tweener_ = std::make_unique<vx::Tweener>(a, b, options);
-      if (!arguments_.cache.empty()) tweener_->use_cache(arguments_.cache);
-    }
-    if (arguments_.cut_threshold && !unexplained_) unexplained_ = tweener_->unexplained();
-    if (!arguments_.IsCut(unexplained_)) {
+    cut = Estimate(options);
+    if (!cut) {
       tweener_->render(*to, position);
-      WarnAboutCache(tweener_->cache_warning());
       return {to->world(), MadeBy::Motion, false};
     }
     if (arguments_.on_cut == BetweenArguments::Hold) return {&nearer, MadeBy::Hold, true};
   }
   options.method = vx::TweenMethod::mix;
   vx::tween(*to, a, b, position, options);
-  return {to->world(), MadeBy::Mix, arguments_.IsCut(unexplained_)};
+  return {to->world(), MadeBy::Mix, cut};
+}
+
+bool SourcePair::Estimate(const vx::TweenOptions& options) {
+  const std::lock_guard lock(mutex_);
+  if (!tweener_) {
+    auto tweener = std::make_unique<vx::Tweener>(*a_->picture.world, *b_->picture.world, options);
+    if (!arguments_.cache.empty()) tweener->use_cache(arguments_.cache);
+    const double unexplained = tweener->unexplained();
+    if (arguments_.cut_threshold) unexplained_ = unexplained;
+    WarnAboutCache(tweener->cache_warning());
+    tweener_ = std::move(tweener);
+  }
+  return arguments_.IsCut(unexplained_);
 }
 
 std::optional<double> SourcePair::Unexplained() {

@@ -53,6 +53,9 @@ class SourcePair {
   std::optional<double> Unexplained();
 
  private:
+  // Estimates the motion if it was not yet. Returns whether there is a cut between the pictures.
+  bool Estimate(const vx::TweenOptions& options);
+
   const std::shared_ptr<const SourcePicture> a_, b_;
   const BetweenArguments& arguments_;
   std::mutex mutex_;

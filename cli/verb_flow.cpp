@@ -164,7 +164,7 @@ void CheckOptions(const FlowOptions& options) {
 constexpr int64_t kMotionBytes = 12 + 3 * 8;
 
 int Run(FlowOptions options, const Verb& verb) {
-  ResolveMotion(&options.arguments, options.job);
+  ResolveMotion(&options.arguments);
   CheckOptions(options);
   const auto check_data = [&](const std::string& file) {
     VXIO_CheckMotionFile(file, options.job.Clobber());

@@ -115,6 +115,7 @@ void AddHost(py::module_& module) {
   module.def("slots", &Slots);
   module.def("free_memory", &FreeMemory);
   module.def("object_version", &ObjectVersion);
+  module.def("build_level", [] { return std::string(VX_BuildLevel()); });
   module.def("suites", &Suites);
   module.def("modules", &Modules);
 }

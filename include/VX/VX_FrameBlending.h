@@ -112,7 +112,8 @@ VX_API VX_Err VX_RenderInstant(const VX_LayerDef* first, const VX_LayerDef* seco
 
 // A pair of pictures whose motion is estimated once, for any number of instants between them.
 //
-// Threads: an object is used by one thread at a time.
+// Threads: VX_TweenInstant and VX_TweenUnexplained may be called by several threads; the motion is
+// estimated once. No other call may run on the same object meanwhile.
 // Memory: about 9 bytes for each pixel of a picture at the default resolution, 40 at resolution 1;
 // during a call as much again.
 struct VX_Tween;

@@ -14,10 +14,20 @@ from typing import Literal, NamedTuple
 
 from . import _vx
 
-__all__ = ["Module", "Slot", "Suite", "free_memory", "module_folders", "modules", "object_version",
-           "processor", "set_module_folders", "set_processor", "set_threads", "slots", "suites", "threads"]
+__all__ = ["Module", "Slot", "Suite", "build_level", "free_memory", "module_folders", "modules",
+           "object_version", "processor", "set_module_folders", "set_processor", "set_threads", "slots",
+           "suites", "threads"]
 
 Level = Literal["none", "sse2", "all"]
+
+
+def build_level() -> str:
+    """Returns the processor level for which the loaded build of libVX was compiled.
+
+    "baseline", "x86-64-v3" (AVX2) or "x86-64-v4" (AVX-512). The dynamic loader chooses the highest
+    level of the processor. All builds give the same results.
+    """
+    return _vx.build_level()
 
 
 def processor() -> str:

@@ -151,7 +151,7 @@ inline VX_Veltor_AlgoParams settings_of(const TweenOptions& options) {
 }  // namespace detail
 
 // A pair of pictures whose motion is estimated once, for any number of instants between them
-// (VX_Tween). Used by one thread at a time.
+// (VX_Tween). Several threads may call render and unexplained at once.
 class Tweener {
  public:
   // The pictures have the same size and depth. Their pixels are used until the end of the object.

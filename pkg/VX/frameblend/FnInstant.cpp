@@ -132,6 +132,7 @@ void FnPairMotion::EstimateDense(const VX_LayerDef& a, FnInterruptState* interru
 
 void FnPairMotion::NeedDense(const VX_LayerDef& a, const VX_LayerDef& b,
                              FnInterruptState* interrupt) {
+  const std::lock_guard lock(making);
   if (dense != nullptr) return;
   auto making = std::make_unique<FnTwoSided>();
   VXp_SelectPixel(
@@ -159,6 +160,7 @@ float FnPairMotion::Unexplained() const {
 
 void FnPairMotion::Need(const VX_LayerDef& a, const VX_LayerDef& b,
                         const VX_Veltor_AlgoParams& settings, FnInterruptState* interrupt) {
+  const std::lock_guard lock(making);
   if (made) return;
   vectors.Need(
       FnSortDirOf(vectors.key, a, settings), FnAnalysisSizeOf(a, settings),

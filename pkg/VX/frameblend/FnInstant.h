@@ -6,13 +6,15 @@
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 
 #include "frameblend/cache/FnHeldVectors.h"
 #include "frameblend/high/FnTwoSided.h"
 #include "frameblend/tween/FnPicture.h"
 #include "frameblend/tween/FnTween.h"
 
-// What a pair of pictures needs at every instant. It is made once.
+// What a pair of pictures needs at every instant. It is made once, also if several threads need it,
+// and constant afterwards.
 struct FnPairMotion {
   FnHeldVectors vectors;
   FnSharedPair luminances;
@@ -20,6 +22,7 @@ struct FnPairMotion {
   bool hasAlpha = false;
   bool made = false;
   std::unique_ptr<FnTwoSided> dense;  // for the quality "high"
+  std::mutex making;
 
   // Makes it if it was not made yet. After an error it is not made.
   void Need(const VX_LayerDef& a, const VX_LayerDef& b, const VX_Veltor_AlgoParams& settings,

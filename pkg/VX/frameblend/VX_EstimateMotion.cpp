@@ -7,6 +7,8 @@
 #include "VX/VX_FrameBlending.h"
 #include "frame/VXp_Dispatch.h"
 #include "frame/VXp_Report.h"
+#include "frameblend/VXp_FrameblendBirth.h"
+#include "frameblend/imgproc/FnThreads.h"
 #include "frameblend/smooth/FnMotionField.h"
 
 namespace {
@@ -141,6 +143,8 @@ VX_Err VX_PredictByMotion(const VX_LayerDef* src, const float* vectors, ptrdiff_
         [&](auto& from, auto& to) { return Predict(from, vectors, rowbytes, to); }, src, dst);
   });
 }
+
+void VXp_EndMotionThreads() { FnEndThreads(); }
 
 void VX_SetMotionThreads(int32_t count) { FnSetThreadCount(count); }
 int32_t VX_MotionThreads() { return FnThreadCount(); }

@@ -13,6 +13,7 @@
 #include "frame/VXp_Scratch.h"
 #include "frame/VXp_Tables.h"
 #include "frame/VXp_VectorConstants.h"
+#include "frameblend/VXp_FrameblendBirth.h"
 #include "host/COR.h"
 #include "host/RLOG.h"
 #include "housekeeping/VXp_HousekeepingBirth.h"
@@ -98,6 +99,7 @@ VX_Err VX_Death() {
   VXp_RestoreBuiltInRoutines();
   VXp_DisposeScratch();
   VX_ClearMotionCache();
+  VXp_EndMotionThreads();
   VXp_FreeNoise();
   VXp_FiltersDeathScanKernel();
   VXp_DeathEmergencyColorSettings();

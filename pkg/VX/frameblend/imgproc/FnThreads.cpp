@@ -3,14 +3,22 @@
 #include "frameblend/imgproc/FnThreads.h"
 
 #include <sched.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cfenv>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <thread>
+#include <vector>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "frame/VXp_Report.h"
 #include "frameblend/imgproc/FnInterrupt.h"
@@ -64,20 +72,117 @@ struct Job {
   }
 };
 
-struct Creation {
-  Job* job;
-  Place place;
-  std::thread* thread;
+// Waking a thread takes longer than many stages, so a thread checks a value some times before it
+// waits for a change. Returns the value, which differs from `old`.
+template <class Value>
+Value ChangedFrom(Value old, const std::atomic<Value>& value) {
+  constexpr int32_t kTimes = 400;
+  for (int32_t i = 0; i < kTimes; ++i) {
+    if (const Value now = value.load(); now != old) return now;
+#ifdef __SSE2__
+    _mm_pause();
+#endif
+  }
+  value.wait(old);
+  return value.load();
+}
+
+// The threads of fan-outs besides the calling one. They are created by the first fan-out that needs
+// them, wait for the next one, and end at the death of the library. Used under FanOutMutex.
+class Workers {
+ public:
+  // Creates the workers that `threads` threads need. Returns false if the system refuses one.
+  bool Create(int32_t threads) {
+    ForgetAfterFork();
+    while (Count() < threads - 1) {
+      if (U_PurgeLoop(kBytesOfThread, 0, CreateOne, this) != VX_Ok) return false;
+    }
+    return true;
+  }
+
+  // Starts the job on the workers that exist, at most threads - 1.
+  void Start(Job* job, int32_t threads) {
+    const int32_t taking = std::min(Count(), threads - 1);
+    job_ = job;
+    count_ = threads;
+    std::fegetenv(&floating_point_);
+    working_ = taking;
+    for (int32_t i = 0; i < taking; ++i) workers_[static_cast<size_t>(i)]->Signal();
+  }
+  // Waits until the workers have ended the job.
+  void Join() {
+    int32_t left = working_;
+    while (left != 0) left = ChangedFrom(left, working_);
+  }
+
+  void End() {
+    ForgetAfterFork();
+    job_ = nullptr;
+    for (const auto& worker : workers_) worker->Signal();
+    for (const auto& worker : workers_) worker->thread.join();
+    workers_.clear();
+  }
+
+ private:
+  struct Worker {
+    std::atomic<uint32_t> signals{0};  // jobs, and the end
+    std::thread thread;
+
+    void Signal() {
+      signals.fetch_add(1);
+      signals.notify_one();
+    }
+  };
+
+  int32_t Count() const { return static_cast<int32_t>(workers_.size()); }
+
+  static U_Err CreateOne(void* context) {
+    auto* const all = static_cast<Workers*>(context);
+    try {
+      auto made = std::make_unique<Worker>();
+      all->workers_.reserve(all->workers_.size() + 1);
+      Worker* const worker = made.get();
+      worker->thread =
+          std::thread([all, worker, index = all->Count() + 1] { all->Work(worker, index); });
+      all->workers_.push_back(std::move(made));
+      return VX_Ok;
+    } catch (const std::exception&) {  // no thread, or no memory for its arguments
+      return VX_ErrOutOfMemory;
+    }
+  }
+
+  // The members for the job do not change between a signal and the end of the worker's share.
+  void Work(Worker* worker, int32_t index) {
+    for (uint32_t seen = 0;;) {
+      seen = ChangedFrom(seen, worker->signals);
+      if (job_ == nullptr) return;
+      std::fesetenv(&floating_point_);
+      job_->Run({index, count_});
+      if (working_.fetch_sub(1) == 1) working_.notify_one();
+    }
+  }
+
+  // A process that was created by fork has no workers, and cannot join those of its parent.
+  void ForgetAfterFork() {
+    const pid_t process = getpid();
+    if (process == process_) return;
+    for (auto& worker : workers_) static_cast<void>(worker.release());
+    workers_.clear();
+    process_ = process;
+  }
+
+  std::vector<std::unique_ptr<Worker>> workers_;
+  pid_t process_ = 0;
+  Job* job_ = nullptr;  // null: the workers end
+  int32_t count_ = 0;   // threads of the fan-out
+  std::fenv_t floating_point_{};
+  std::atomic<int32_t> working_{0};  // workers that have not ended the job
 };
 
-U_Err CreateThread(void* context) {
-  const Creation creation = *static_cast<Creation*>(context);
-  try {
-    *creation.thread = std::thread([creation] { creation.job->Run(creation.place); });
-    return VX_Ok;
-  } catch (const std::exception&) {  // no thread, or no memory for its arguments
-    return VX_ErrOutOfMemory;
-  }
+// Never destroyed: at the end of a process without VX_Death, workers may still wait.
+Workers& TheWorkers() {
+  static Workers* const workers = new Workers;
+  return *workers;
 }
 
 }  // namespace
@@ -110,16 +215,11 @@ bool FnRunInParallelWith(FnParallelFunction function, int32_t count, void* const
   const std::lock_guard lock(FanOutMutex());
   const int32_t threads = FnThreadCount();
   running = true;
-  std::array<std::thread, kFnMaxThreads - 1> workers;
-  bool created = true;
-  for (int32_t i = 1; i < threads && created; ++i) {
-    Creation creation{&job, {i, threads}, &workers[static_cast<size_t>(i - 1)]};
-    created = U_PurgeLoop(kBytesOfThread, 0, CreateThread, &creation) == VX_Ok;
-  }
+  Workers& workers = TheWorkers();
+  const bool created = workers.Create(threads);
+  workers.Start(&job, threads);
   if (created) job.Run({0, threads});
-  for (std::thread& worker : workers) {
-    if (worker.joinable()) worker.join();
-  }
+  workers.Join();
   running = false;
   if (!created) {
     const char* const text = U_ZStringToMBString(kThreadFailure);
@@ -127,6 +227,11 @@ bool FnRunInParallelWith(FnParallelFunction function, int32_t count, void* const
     Up_ReportErrString(0, VX_ErrOutOfMemory, text);
   }
   return created && !job.failed;
+}
+
+void FnEndThreads() {
+  const std::lock_guard lock(FanOutMutex());
+  TheWorkers().End();
 }
 
 int32_t FnThreadIndex() { return place.index; }

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Runs a function on all processors. One fan-out runs at a time in the process; others wait for it.
-// A fan-out that is requested inside a fan-out runs on the calling thread.
+// Runs a function on all processors. The threads wait between fan-outs and end at VX_Death; they
+// take over the floating-point environment of the caller. One fan-out runs at a time in the
+// process; others wait for it. A fan-out that is requested inside a fan-out runs on the calling
+// thread.
 
 #include <cstdint>
 
@@ -38,6 +40,8 @@ int32_t FnThreadCount();
 void FnSetThreadCount(int32_t count);
 void FnSetMultiProcessing(bool on);
 bool FnIsInParallel();
+// Ends the waiting threads. The next fan-out creates new ones.
+void FnEndThreads();
 
 // Rows first..end - 1; empty if first >= end.
 struct FnBand {

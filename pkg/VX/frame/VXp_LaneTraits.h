@@ -11,6 +11,29 @@
 #include "frame/VXp_Lanes.h"
 #include "frame/VXp_PixelTraits.h"
 
+// Clamps floats to 0..1; NaN becomes 0.
+template <class Floats>
+Floats VXp_ClampUnitLanes(Floats c) {
+  return VXp_MinFloats(VXp_MaxFloats(c, Floats{}), VXp_Splat<Floats>(1.0f));
+}
+
+// The largest float below 0.5. Added to a value before truncation, it rounds to nearest: the sum
+// rounds up to the next integer for every half, but not for less.
+inline constexpr float kVXp_BelowHalf = 0x1.fffffep-2f;
+
+// Converts floats to 0..255: floor(255 c + 0.5) of the exact product, for c clamped to 0..1. The
+// product in single precision may be rounded up, so that it reaches a half that the exact product
+// does not reach. In this case it is replaced by the next float below.
+template <class Floats>
+VXp_IntsLike<Floats> VXp_UnitAsByte(Floats value) {
+  using Ints = VXp_IntsLike<Floats>;
+  const Floats c = VXp_ClampUnitLanes(value);
+  const Floats product = c * 255.0f;
+  const Ints too_high = c * 256.0f - product < c;
+  const auto below = reinterpret_cast<Floats>(reinterpret_cast<Ints>(product) + too_high);
+  return VXp_Truncated(below + kVXp_BelowHalf);
+}
+
 template <class PixelType, int32_t lanes = kVXp_TargetLanes>
 struct VXp_LaneTraits;
 
@@ -64,8 +87,8 @@ struct VXp_LaneTraits<VX_Pixel8, lanes> : VXp_LaneChannelTraits<VX_Pixel8, lanes
   static Work Div(Work n, Work a) {
     const Floats scale = 255.0f / VXp_AsFloat(a);
     const Floats sum = VXp_MulAdd(VXp_AsFloat(n), scale, Floats{} + (0.5f + 1.0f / 1024.0f));
-    const Floats most = sum < 255.5f ? sum : VXp_Splat<Floats>(255.5f);
-    return VXp_Truncated(most > 0.0f ? most : Floats{});
+    const Floats most = VXp_MinFloats(sum, VXp_Splat<Floats>(255.5f));
+    return VXp_Truncated(VXp_MaxFloats(most, Floats{}));
   }
   static Work Fraction(Work a, Work b, Work c) {
     const Work divisor = c == 0 ? Work{} + 1 : c;
@@ -143,18 +166,9 @@ struct VXp_LaneTraits<VX_PixelFloat, lanes> : VXp_LaneChannelTraits<VX_PixelFloa
   static Work Div(Work n, Work a) { return a < 1.17549435e-38f ? Full() : n / a; }
   static Work Fraction(Work a, Work b, Work c) { return a * b / c; }
   static Work Luma(Work r, Work g, Work b) { return 0.299f * r + 0.587f * g + 0.114f * b; }
-  // floor(255 c + 0.5) of the exact product, for c clamped to 0..1. The product in single precision
-  // may be rounded up, so that it reaches a half that the exact product does not reach. In this
-  // case it is replaced by the next float below. Then the largest float below 0.5 is added: the sum
-  // rounds up to the next integer for every half, but not for less.
-  static Ints LumaAsByte(Work luma) {
-    const Work positive = luma > 0.0f ? luma : Work{};
-    const Work c = positive < 1.0f ? positive : Full();
-    const Work product = c * 255.0f;
-    const Ints too_high = c * 256.0f - product < c;
-    const auto below = reinterpret_cast<Work>(reinterpret_cast<Ints>(product) + too_high);
-    return VXp_Truncated(below + 0x1.fffffep-2f);
-  }
+  static Ints LumaAsByte(Work luma) { return VXp_UnitAsByte(luma); }
+  static Work Min(Work a, Work b) { return VXp_MinFloats(a, b); }
+  static Work Max(Work a, Work b) { return VXp_MaxFloats(a, b); }
   static Work Abs(Work a) {
     return reinterpret_cast<Work>(reinterpret_cast<Words>(a) & 0x7FFFFFFFu);
   }

@@ -139,6 +139,53 @@ Halves VXp_MulHigh(Halves a, Halves b) {
   return __builtin_convertvector(product >> 16, Halves);
 }
 
+// Returns a < b ? a : b, and a > b ? a : b, so b if one of them is NaN. GCC does not generate the
+// instructions for `?:`.
+template <class Floats>
+Floats VXp_MinFloats(Floats a, Floats b) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Floats) == 64) {
+    return reinterpret_cast<Floats>(
+        _mm512_maskz_min_ps(0xFFFF, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Floats) == 32) {
+    return reinterpret_cast<Floats>(
+        _mm256_min_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Floats) == 16) {
+    return reinterpret_cast<Floats>(
+        _mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+  }
+#endif
+  return a < b ? a : b;
+}
+template <class Floats>
+Floats VXp_MaxFloats(Floats a, Floats b) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Floats) == 64) {
+    return reinterpret_cast<Floats>(
+        _mm512_maskz_max_ps(0xFFFF, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Floats) == 32) {
+    return reinterpret_cast<Floats>(
+        _mm256_max_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Floats) == 16) {
+    return reinterpret_cast<Floats>(
+        _mm_max_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+  }
+#endif
+  return a > b ? a : b;
+}
+
 // Returns a * b + c, rounded once if the processor can, else twice. Only for results that do not
 // depend on it, such as integers whose error bound is known.
 template <class Floats>
@@ -166,6 +213,65 @@ VXp_WordsLike<Vector> VXp_ShortProduct(Vector a, Vector b) {
   using Halves = VXp_Lanes<uint16_t, 2 * kVXp_LaneCount<Vector>>;
   const auto x = reinterpret_cast<Halves>(a), y = reinterpret_cast<Halves>(b);
   return reinterpret_cast<Words>(x * y) | reinterpret_cast<Words>(VXp_MulHigh(x, y)) << 16;
+}
+
+// Packs lanes to half of their width, within sections of 16 bytes: the result's section has the
+// lanes of that section of a, then of b. The values must be -32768..32767, and 0..255 for bytes.
+template <class Ints>
+VXp_Lanes<uint16_t, 2 * kVXp_LaneCount<Ints>> VXp_PackedHalves(Ints a, Ints b) {
+  using Halves = VXp_Lanes<uint16_t, 2 * kVXp_LaneCount<Ints>>;
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Ints) == 64) {
+    return reinterpret_cast<Halves>(
+        _mm512_packs_epi32(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Ints) == 32) {
+    return reinterpret_cast<Halves>(
+        _mm256_packs_epi32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Ints) == 16) {
+    return reinterpret_cast<Halves>(
+        _mm_packs_epi32(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+  }
+#endif
+  Halves packed;
+  for (int32_t i = 0; i < 2 * kVXp_LaneCount<Ints>; ++i) {
+    const int32_t lane = i / 8 * 4 + i % 4;
+    packed[i] = static_cast<uint16_t>(i % 8 < 4 ? a[lane] : b[lane]);
+  }
+  return packed;
+}
+template <class Halves>
+VXp_Lanes<uint8_t, sizeof(Halves)> VXp_PackedBytes(Halves a, Halves b) {
+  using Bytes = VXp_Lanes<uint8_t, sizeof(Halves)>;
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Halves) == 64) {
+    return reinterpret_cast<Bytes>(
+        _mm512_packus_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Halves) == 32) {
+    return reinterpret_cast<Bytes>(
+        _mm256_packus_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Halves) == 16) {
+    return reinterpret_cast<Bytes>(
+        _mm_packus_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+  }
+#endif
+  Bytes packed;
+  for (size_t i = 0; i < sizeof(Bytes); ++i) {
+    const size_t lane = i / 16 * 8 + i % 8;
+    packed[i] = static_cast<uint8_t>(i % 16 < 8 ? a[lane] : b[lane]);
+  }
+  return packed;
 }
 
 // Returns whether a condition is true in any lane.
@@ -248,4 +354,19 @@ Vector VXp_Shuffled(Vector x, Vector y) {
   using Lane = std::remove_cvref_t<decltype(x[0])>;
   constexpr size_t kCount = sizeof(Vector) / sizeof(Lane);
   return VXp_ShuffleLanes<a, b, c, d>(x, y, std::make_index_sequence<kCount>());
+}
+
+// Orders the result of packing `parts` vectors into one (2, or 4 by packing twice): all lanes of
+// the first vector, then all lanes of the second, and so on.
+template <int32_t parts, class Ints, size_t... i>
+Ints VXp_Unsectioned(Ints v, std::index_sequence<i...>) {
+  constexpr size_t kWords = 4 / parts, kSpan = sizeof...(i) / parts;  // of a part, of a vector
+  return __builtin_shufflevector(
+      v, v, static_cast<int32_t>(i % kSpan / kWords * 4 + i / kSpan * kWords + i % kWords)...);
+}
+template <int32_t parts, class Vector>
+Vector VXp_Unsectioned(Vector v) {
+  using Ints = VXp_IntsLike<Vector>;
+  return reinterpret_cast<Vector>(VXp_Unsectioned<parts>(
+      reinterpret_cast<Ints>(v), std::make_index_sequence<kVXp_LaneCount<Vector>>()));
 }

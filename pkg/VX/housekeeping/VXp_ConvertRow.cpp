@@ -5,21 +5,21 @@
 
 #include <cstring>
 #include <type_traits>
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
+#include <utility>
 
 #include "frame/VXp_Convert.h"
+#include "frame/VXp_LaneTraits.h"
 #include "frame/VXp_Rows.h"
 
 namespace {
 
-using Bytes = uint8_t __attribute__((vector_size(16)));
-using Words = uint16_t __attribute__((vector_size(16)));
+using Bytes = VXp_Lanes<uint8_t, 4 * kVXp_TargetLanes>;
+using Halves = VXp_Lanes<uint16_t, 2 * kVXp_TargetLanes>;
+using Signed = VXp_Lanes<int16_t, 2 * kVXp_TargetLanes>;
+using Ints = VXp_Lanes<int32_t, kVXp_TargetLanes>;
+using Floats = VXp_Lanes<float, kVXp_TargetLanes>;
 
-constexpr size_t kStep = 16;                  // channels per step
-constexpr float kBelowHalf = 0x1.fffffep-2f;  // the largest float below 0.5
+constexpr size_t kStep = 4 * kVXp_TargetLanes;  // channels per step
 
 // A simple loop that the compiler vectorises, used if there is no faster vector code.
 template <class To, class From>
@@ -47,102 +47,95 @@ void ConvertBySteps(const char* from, char* to, size_t channels, Step step) {
 
 // Converts 8 bits to 16 bits; `doubled` is 257 c. (257 c + 1) / 2 equals (c * 32768 + 128) / 255
 // except at c = 254, where it is 1 too small. (A comparison that is true gives -1.)
-Words WordsOf(Words doubled) {
-  return (doubled >> 1) + (doubled & 1) - reinterpret_cast<Words>(doubled == 254 * 257);
+Halves WordsOf(Halves doubled) {
+  return (doubled >> 1) + (doubled & 1) - reinterpret_cast<Halves>(doubled == 254 * 257);
+}
+
+// Distributes 8-byte parts to the sections of 16 bytes: section s gets part s of the lower half of
+// the vector, then part s of the upper half.
+template <size_t... i>
+Bytes Sectioned(Bytes bytes, std::index_sequence<i...>) {
+  const auto c = reinterpret_cast<Ints>(bytes);
+  return reinterpret_cast<Bytes>(__builtin_shufflevector(
+      c, c, static_cast<int32_t>(i % 4 / 2 * (sizeof...(i) / 2) + i / 4 * 2 + i % 2)...));
+}
+
+// Doubles each byte of one half of each section.
+template <size_t half, size_t... i>
+Halves Doubled(Bytes c, std::index_sequence<i...>) {
+  return reinterpret_cast<Halves>(
+      __builtin_shufflevector(c, c, static_cast<int32_t>(i / 16 * 16 + half * 8 + i % 16 / 2)...));
 }
 
 void BytesToWords(const char* from, char* to) {
-  const auto c = VXp_Load<Bytes>(from);
-  const Bytes low = __builtin_shufflevector(c, c, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7);
-  const Bytes high =
-      __builtin_shufflevector(c, c, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15);
-  VXp_Store(to, WordsOf(reinterpret_cast<Words>(low)));
-  VXp_Store(to + 16, WordsOf(reinterpret_cast<Words>(high)));
+  constexpr std::make_index_sequence<sizeof(Bytes)> kBytes;
+  constexpr std::make_index_sequence<kVXp_TargetLanes> kParts;
+  const Bytes c = Sectioned(VXp_Load<Bytes>(from), kParts);
+  VXp_Store(to, WordsOf(Doubled<0>(c, kBytes)));
+  VXp_Store(to + sizeof(Halves), WordsOf(Doubled<1>(c, kBytes)));
 }
 
-#ifdef __SSE2__
-
 // Returns (255 c + 16384) >> 15, computed as (510 c + 32768) >> 16 from the two halves of 510 c.
-__m128i BytesOf(__m128i words) {
-  const __m128i factor = _mm_set1_epi16(510);
-  const __m128i half = _mm_srli_epi16(_mm_mullo_epi16(words, factor), 15);
-  const __m128i sum = _mm_add_epi16(_mm_mulhi_epu16(words, factor), half);
-  return _mm_and_si128(sum, _mm_set1_epi16(0xFF));
+Halves BytesOf(Halves words) {
+  const Halves factor = Halves{} + uint16_t{510};
+  return (VXp_MulHigh(words, factor) + (words * factor >> 15)) & uint16_t{0xFF};
 }
 
 void WordsToBytes(const char* from, char* to) {
-  const __m128i low = BytesOf(VXp_Load<__m128i>(from));
-  const __m128i high = BytesOf(VXp_Load<__m128i>(from + 16));
-  VXp_Store(to, _mm_packus_epi16(low, high));
+  const Halves low = BytesOf(VXp_Load<Halves>(from));
+  const Halves high = BytesOf(VXp_Load<Halves>(from + sizeof low));
+  VXp_Store(to, VXp_Unsectioned<2>(VXp_PackedBytes(low, high)));
 }
 
-// Converts floats to 8 bits: floor(255 c + 0.5) of the exact product. The product in single
-// precision may be rounded up, so that it reaches a half that the exact product does not reach. In
-// this case it is replaced by the next float below. Then the largest float below 0.5 is added: the
-// sum rounds up to the next integer for every half, but not for less. Negative values and NaN give
-// negative results, which packing clamps to 0.
-__m128i ByteLanes(const char* from) {
-  const __m128 c =
-      _mm_min_ps(_mm_set1_ps(1.0f), _mm_loadu_ps(reinterpret_cast<const float*>(from)));
-  const __m128 most = _mm_mul_ps(c, _mm_set1_ps(256.0f));
-  const __m128 product = _mm_mul_ps(c, _mm_set1_ps(255.0f));
-  const __m128 too_high = _mm_cmplt_ps(_mm_sub_ps(most, product), c);
-  const __m128i below = _mm_add_epi32(_mm_castps_si128(product), _mm_castps_si128(too_high));
-  return _mm_cvttps_epi32(_mm_add_ps(_mm_castsi128_ps(below), _mm_set1_ps(kBelowHalf)));
+Halves ByteLanes(const char* from) {
+  return VXp_PackedHalves(VXp_UnitAsByte(VXp_Load<Floats>(from)),
+                          VXp_UnitAsByte(VXp_Load<Floats>(from + sizeof(Floats))));
 }
 
 void FloatsToBytes(const char* from, char* to) {
-  const __m128i low = _mm_packs_epi32(ByteLanes(from), ByteLanes(from + 16));
-  const __m128i high = _mm_packs_epi32(ByteLanes(from + 32), ByteLanes(from + 48));
-  VXp_Store(to, _mm_packus_epi16(low, high));
+  const Halves low = ByteLanes(from), high = ByteLanes(from + 2 * sizeof(Floats));
+  VXp_Store(to, VXp_Unsectioned<4>(VXp_PackedBytes(low, high)));
 }
 
 // Converts floats to 16 bits minus 32768, because packing is signed. The product is exact.
-__m128i WordLanes(const char* from) {
-  const __m128 value = _mm_loadu_ps(reinterpret_cast<const float*>(from));
-  const __m128 c = _mm_min_ps(_mm_max_ps(value, _mm_setzero_ps()), _mm_set1_ps(1.0f));
-  const __m128 product = _mm_mul_ps(c, _mm_set1_ps(32768.0f));
-  const __m128i word = _mm_cvttps_epi32(_mm_add_ps(product, _mm_set1_ps(kBelowHalf)));
-  return _mm_sub_epi32(word, _mm_set1_epi32(32768));
+Ints WordLanes(const char* from) {
+  const Floats product = VXp_ClampUnitLanes(VXp_Load<Floats>(from)) * 32768.0f;
+  return VXp_Truncated(product + kVXp_BelowHalf) - 32768;
 }
 
-__m128i WordsOf(const char* eight) {
-  const __m128i packed = _mm_packs_epi32(WordLanes(eight), WordLanes(eight + 16));
-  return _mm_xor_si128(packed, _mm_set1_epi16(-32768));
+Halves WordsOf(const char* from) {
+  const Halves packed = VXp_PackedHalves(WordLanes(from), WordLanes(from + sizeof(Floats)));
+  return VXp_Unsectioned<2>(packed + uint16_t{0x8000});
 }
 
 void FloatsToWords(const char* from, char* to) {
   VXp_Store(to, WordsOf(from));
-  VXp_Store(to + 16, WordsOf(from + 32));
+  VXp_Store(to + sizeof(Halves), WordsOf(from + 2 * sizeof(Floats)));
 }
 
-// Returns (255 c + noise) >> 15 for c below 32768, computed as (256 c + (noise - c)) >> 15. The
-// lowest eight bits of noise - c do not affect the result, so 16-bit lanes are sufficient.
-__m128i Dithered(__m128i c, const uint16_t* noise) {
-  const __m128i rest = _mm_srai_epi16(_mm_sub_epi16(VXp_Load<__m128i>(noise), c), 8);
-  return _mm_srli_epi16(_mm_add_epi16(c, rest), 7);
-}
-
-// Dithers 16 channels. Values from 32768 (white) on are processed without their highest bit, and 1
-// is subtracted from the result: 255 * 32768 >> 15 is 255, which is -1 modulo 256.
-__m128i DitheredBytes(__m128i low, __m128i high, const uint16_t* noise) {
-  const __m128i mask = _mm_set1_epi16(0x7FFF);
-  const __m128i bytes = _mm_packus_epi16(Dithered(_mm_and_si128(low, mask), noise),
-                                         Dithered(_mm_and_si128(high, mask), noise + 8));
-  const __m128i signs = _mm_packs_epi16(low, high);
-  return _mm_add_epi8(bytes, _mm_cmpgt_epi8(_mm_setzero_si128(), signs));
+// Returns the low 8 bits of (255 c + noise) >> 15. Without the highest bit of c, which is set from
+// 32768 (white) on, this is (256 c + (noise - c)) >> 15, and the lowest eight bits of noise - c do
+// not affect the result, so 16-bit lanes are sufficient. With the highest bit the result is 1 less:
+// 255 * 32768 >> 15 is 255, which is -1 modulo 256.
+Halves Dithered(Halves c, const uint16_t* noise) {
+  const Halves low = c & uint16_t{0x7FFF};
+  const auto rest = reinterpret_cast<Signed>(VXp_Load<Halves>(noise) - low) >> 8;
+  return (((low + reinterpret_cast<Halves>(rest)) >> 7) - (c >> 15)) & uint16_t{0xFF};
 }
 
 template <class From>
-__m128i DitheredStep(const char* from, const uint16_t* noise) {
-  if constexpr (std::is_same_v<From, VX_Pixel16>) {
-    return DitheredBytes(VXp_Load<__m128i>(from), VXp_Load<__m128i>(from + 16), noise);
-  } else {
-    return DitheredBytes(WordsOf(from), WordsOf(from + 32), noise);
-  }
+Bytes DitheredStep(const char* from, const uint16_t* noise) {
+  const auto words = [&](int32_t part) {
+    if constexpr (std::is_same_v<From, VX_Pixel16>) {
+      return VXp_Load<Halves>(from + part * sizeof(Halves));
+    } else {
+      return WordsOf(from + part * 2 * sizeof(Floats));
+    }
+  };
+  const Halves low = Dithered(words(0), noise);
+  const Halves high = Dithered(words(1), noise + 2 * kVXp_TargetLanes);
+  return VXp_Unsectioned<2>(VXp_PackedBytes(low, high));
 }
-
-#endif
 
 }  // namespace
 
@@ -154,14 +147,12 @@ void VXp_ConvertRow(const char* from, char* to, size_t channels) {
     std::memmove(to, from, channels * sizeof(VX_ChannelOf<To>));
   } else if constexpr (kFrom == 8 && kTo == 16) {
     ConvertBySteps<To, From>(from, to, channels, BytesToWords);
-#ifdef __SSE2__
   } else if constexpr (kFrom == 16 && kTo == 8) {
     ConvertBySteps<To, From>(from, to, channels, WordsToBytes);
   } else if constexpr (kFrom == 32 && kTo == 8) {
     ConvertBySteps<To, From>(from, to, channels, FloatsToBytes);
   } else if constexpr (kFrom == 32 && kTo == 16) {
     ConvertBySteps<To, From>(from, to, channels, FloatsToWords);
-#endif
   } else {
     ConvertPlainly<To, From>(from, to, channels);
   }
@@ -171,11 +162,9 @@ template <class From>
 void VXp_DitherRow(const char* from, char* bytes, size_t channels, const uint16_t* noise) {
   using Channel = VX_ChannelOf<From>;
   size_t i = 0;
-#ifdef __SSE2__
   for (; i + kStep <= channels; i += kStep) {
     VXp_Store(bytes + i, DitheredStep<From>(from + i * sizeof(Channel), noise + i));
   }
-#endif
   for (; i < channels; ++i) {
     const auto channel = VXp_Load<Channel>(from + i * sizeof(Channel));
     const uint32_t c = VXp_ConvertChannel<VX_Pixel16, From>(channel);

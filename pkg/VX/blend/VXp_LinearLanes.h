@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "blend/VXp_LinearLight.h"
-#include "blend/VXp_PixelGroup.h"
+#include "frame/VXp_PixelGroup.h"
 #include "frame/VXp_Rows.h"
 
 using VXp_HalfLanes = uint16_t __attribute__((vector_size(16)));

@@ -7,8 +7,8 @@
 
 #include <algorithm>
 
-#include "blend/VXp_PixelGroup.h"
 #include "blend/modes/VXp_Matted.h"
+#include "frame/VXp_PixelGroup.h"
 
 enum class VXp_Direction { kMatte, kUnmatte };
 

@@ -14,8 +14,8 @@
 
 #include "VX/VX_Blend.h"
 #include "blend/VXp_LinearLanes.h"
-#include "blend/VXp_PixelGroup.h"
 #include "blend/modes/VXp_AllModes.h"
+#include "frame/VXp_PixelGroup.h"
 #include "frame/VXp_Random.h"
 #include "frame/VXp_Report.h"
 #include "frame/VXp_Rows.h"

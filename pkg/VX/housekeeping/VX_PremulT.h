@@ -8,74 +8,97 @@
 //   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a; 0 if a is 0
 //
 // Integers are rounded to nearest, and clamped in the inverse. Floats are neither rounded nor
-// clamped. Alpha is unchanged.
+// clamped. Alpha is unchanged. L is the VXp_LaneTraits of the pixel type: several pixels are
+// processed at once.
 
-#include <algorithm>
+#include <cstring>
 #include <type_traits>
 
-#include "frame/VXp_PixelTraits.h"
+#include "frame/VXp_PixelGroup.h"
 #include "housekeeping/VXp_Area.h"
 
-template <class Pixel>
+template <class L>
 struct VXp_Multiply {
-  using Traits = VXp_PixelTraits<Pixel>;
-  using Work = typename Traits::Work;
+  using Work = typename L::Work;
 
-  Work operator()(Work c, Work a, Work) const { return Traits::Mul(c, a); }
+  Work operator()(Work c, Work a, Work) const { return L::Mul(c, a); }
 };
 
-template <class Pixel>
+// 1 - a is negative for 16-bit alpha above full scale.
+template <class L>
 struct VXp_MultiplyMatte {
-  using Traits = VXp_PixelTraits<Pixel>;
-  using Work = typename Traits::Work;
+  using Work = typename L::Work;
 
   Work operator()(Work c, Work a, Work m) const {
-    return Traits::Mul(c, a) + Traits::Mul(m, Traits::Inv(a));
+    return L::Mul(c, a) + L::SignedMul(m, L::Inv(a));
   }
 };
 
-template <class Pixel>
+template <class L>
 struct VXp_Unmultiply {
-  using Traits = VXp_PixelTraits<Pixel>;
-  using Work = typename Traits::Work;
+  using Work = typename L::Work;
 
-  Work operator()(Work c, Work a, Work) const { return a == 0 ? Work{0} : Traits::Div(c, a); }
+  Work operator()(Work c, Work a, Work) const { return a == 0 ? Work{} : L::Div(c, a); }
 };
 
-template <class Pixel>
+template <class L>
 struct VXp_UnmultiplyMatte {
-  using Traits = VXp_PixelTraits<Pixel>;
-  using Work = typename Traits::Work;
+  using Work = typename L::Work;
 
   Work operator()(Work c, Work a, Work m) const {
-    if (a == 0) return 0;
-    if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
-      return m + (c - m) / a;
+    if constexpr (L::kDepth == 32) {
+      return a == 0 ? Work{} : m + (c - m) / a;
     } else {
-      // No overflow: at most 65535 * 32768 + 32767, which is 2^31 - 1.
-      const Work scaled = (c - m) * Traits::kFull;
-      const Work half = a >> 1;
-      return std::clamp(m + (scaled < 0 ? scaled - half : scaled + half) / a, Work{0},
-                        Traits::kFull);
+      const Work quotient = Rounded(c - m, L::Max(a, Work{} + 1));
+      return a == 0 ? Work{} : L::Min(L::Max(m + quotient, Work{}), L::Full());
     }
   }
+
+  // Returns n / a rounded to nearest; halves are rounded away from 0. The exact sum of its absolute
+  // value and 1/2 is an integer or at least 1 / (2 a) below the next integer. The increment, less
+  // than this, compensates for the rounding of the products. No overflow: n is at most 65535 at 16
+  // bits, so the result is below 2^31.
+  static Work Rounded(Work n, Work a) {
+    using Real = std::conditional_t<L::kDepth == 8, float, double>;
+    using Reals = VXp_Lanes<Real, L::kLanes>;
+    constexpr Real kUp = Real{0.5} + (L::kDepth == 8 ? Real{0x1p-10} : Real{0x1p-18});
+    const Reals scale = Real{L::kFull} / __builtin_convertvector(a, Reals);
+    const Reals quotient = __builtin_convertvector(L::Abs(n), Reals) * scale + kUp;
+    const Work magnitude = __builtin_convertvector(quotient, Work);
+    return n < 0 ? -magnitude : magnitude;
+  }
 };
 
-// Applies an operation, one of the classes above, to the colours of a row.
+// Applies an operation, one of the classes above, to the colours of a group of pixels. At 8 bits
+// no operation changes an opaque pixel.
 template <template <class> class Piece, class Pixel>
-void VXp_PremulRow(char* first, size_t count, const Pixel m) {
-  using Work = typename VXp_PixelTraits<Pixel>::Work;
-  using Channel = VX_ChannelOf<Pixel>;
-  constexpr Piece<Pixel> piece;
-  for (size_t x = 0; x < count; ++x) {
-    char* const place = first + x * sizeof(Pixel);
-    Pixel p = VXp_Load<Pixel>(place);
-    const Work alpha = p.alpha;
-    p.red = static_cast<Channel>(piece(p.red, alpha, m.red));
-    p.green = static_cast<Channel>(piece(p.green, alpha, m.green));
-    p.blue = static_cast<Channel>(piece(p.blue, alpha, m.blue));
-    VXp_Store(place, p);
-  }
+void VXp_PremulGroup(Pixel* place, const VXp_GroupOf<Pixel>& m) {
+  using L = VXp_LaneTraits<Pixel>;
+  constexpr Piece<L> piece;
+  auto p = VXp_LoadGroup(place);
+  if (L::kDepth == 8 && !L::Any(p.alpha != L::kFull)) return;
+  p.red = piece(p.red, p.alpha, m.red);
+  p.green = piece(p.green, p.alpha, m.green);
+  p.blue = piece(p.blue, p.alpha, m.blue);
+  VXp_StoreGroup(place, p);
+}
+
+// Applies the operation to the colours of a row.
+template <template <class> class Piece, class Pixel>
+void VXp_PremulRow(char* first, size_t count, const Pixel& matte) {
+  using L = VXp_LaneTraits<Pixel>;
+  using Work = typename L::Work;
+  const auto lanes = [](VX_ChannelOf<Pixel> c) { return VXp_Splat<Work>(typename L::Element{c}); };
+  const VXp_GroupOf<Pixel> m{Work{}, lanes(matte.red), lanes(matte.green), lanes(matte.blue)};
+  Pixel* const row = reinterpret_cast<Pixel*>(first);
+  size_t x = 0;
+  for (; x + L::kLanes <= count; x += L::kLanes) VXp_PremulGroup<Piece>(row + x, m);
+  if (x == count) return;
+  Pixel rest[L::kLanes]{};
+  const size_t bytes = (count - x) * sizeof(Pixel);
+  std::memcpy(static_cast<void*>(rest), row + x, bytes);
+  VXp_PremulGroup<Piece>(rest, m);
+  std::memcpy(static_cast<void*>(row + x), rest, bytes);
 }
 
 // Applies the operation to the colours of each pixel of the area.

@@ -40,6 +40,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "frame/VXp_Argb.h"
 #include "frame/VXp_PixelTraits.h"
 
 // The stages of a row. All kinds except kScan restore the destination's alpha if keepDstAlpha is
@@ -51,29 +52,6 @@ enum class VXp_Stages {
   kMatteBlack,  // matte onto the neutral colour, scan, union of the alphas, unmatte
   kMatteWhite,
   kMatteGray
-};
-
-// The channels of one pixel in the type in which they are computed.
-template <class T>
-struct VXp_Argb {
-  using Work = typename T::Work;
-  Work alpha, red, green, blue;
-
-  static VXp_Argb Of(const typename T::Pixel& p) { return {p.alpha, p.red, p.green, p.blue}; }
-  typename T::Pixel Pixel() const {
-    using Channel = typename T::Channel;
-    return {static_cast<Channel>(alpha), static_cast<Channel>(red), static_cast<Channel>(green),
-            static_cast<Channel>(blue)};
-  }
-  // Stores the four fields separately, because compilers generate better code for this than for a
-  // whole pixel.
-  void StoreTo(typename T::Pixel& p) const {
-    using Channel = typename T::Channel;
-    p.alpha = static_cast<Channel>(alpha);
-    p.red = static_cast<Channel>(red);
-    p.green = static_cast<Channel>(green);
-    p.blue = static_cast<Channel>(blue);
-  }
 };
 
 template <class T>

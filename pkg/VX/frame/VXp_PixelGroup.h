@@ -12,7 +12,7 @@
 #include <cstring>
 
 #include "VX/VX_Types.h"
-#include "blend/modes/VXp_Mode.h"
+#include "frame/VXp_Argb.h"
 #include "frame/VXp_LaneTraits.h"
 
 template <class Pixel, int32_t lanes = kVXp_TargetLanes>

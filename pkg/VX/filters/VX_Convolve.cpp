@@ -96,14 +96,17 @@ class Strip {
   }
 
  private:
-  static constexpr int32_t kBlock = 8;
+  using Vector = typename TapSums::Vector;
+  static constexpr int32_t kAtOnce = TapSums::kAtOnce;
+  static constexpr int32_t kBlock = 8 * kAtOnce;  // pixels whose sums are in registers
   static constexpr int32_t kTaps = 64;
 
   void TakeWeights(int32_t dx, int32_t dy, bool pair, int32_t taps) {
     for (int32_t i = 0; i < taps; ++i) {
       const int64_t below = pair ? window_.Index(dx + i, dy + 1) : kVXp_NoTap;
-      weights_[i] = TapSums::WeightsAt(kernels_, window_.Index(dx + i, dy), below);
-      TapSums::AddBias(bias_, weights_[i]);
+      const auto weights = TapSums::WeightsAt(kernels_, window_.Index(dx + i, dy), below);
+      std::fill_n(weights_ + i * kAtOnce, kAtOnce, weights);
+      TapSums::AddBias(bias_, weights);
     }
   }
 
@@ -127,13 +130,16 @@ class Strip {
   }
 
   void AddTaps(int32_t taps) {
+    constexpr int32_t kVectors = kBlock / kAtOnce;
     for (int32_t b = 0; b < blocks_; ++b) {
-      typename TapSums::Sum block[kBlock];
+      Vector block[kVectors];
       std::memcpy(block, sums_ + b * kBlock, sizeof block);
       const typename TapSums::Entry* entry = entries_ + b * kBlock;
       for (int32_t t = 0; t < taps; ++t, ++entry) {
-        for (int32_t i = 0; i < kBlock; ++i) {
-          block[i] = TapSums::Add(block[i], entry[i], weights_[t]);
+        const auto weights = VXp_Load<typename TapSums::Operand>(weights_ + t * kAtOnce);
+        for (int32_t i = 0; i < kVectors; ++i) {
+          block[i] = TapSums::Add(
+              block[i], VXp_Load<typename TapSums::Operand>(entry + i * kAtOnce), weights);
         }
       }
       std::memcpy(sums_ + b * kBlock, block, sizeof block);
@@ -146,7 +152,7 @@ class Strip {
   int32_t blocks_ = 0;
   typename TapSums::Sum bias_;
   typename TapSums::Sum sums_[kPixels];
-  typename TapSums::Weights weights_[kTaps];
+  typename TapSums::Weights weights_[kTaps * kAtOnce];
   typename TapSums::Entry entries_[kPixels + kTaps];
 };
 

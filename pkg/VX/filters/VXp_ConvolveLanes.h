@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -33,6 +34,9 @@ inline constexpr int64_t kVXp_NoTap = -1;  // the index of a tap whose weights a
 template <class Pixel>
 inline constexpr bool kVXp_IsFloat = std::is_same_v<VX_ChannelOf<Pixel>, float>;
 
+// The number of pixels with lanes of 32 bits in a vector of the target.
+inline constexpr int32_t kVXp_PixelsAtOnce = kVXp_TargetLanes / 4;
+
 // Sums at every depth; integer sums must fit 32 bits. Floats are added in the order of the taps.
 template <class PixelType>
 struct VXp_TapByTap {
@@ -41,7 +45,9 @@ struct VXp_TapByTap {
   using Sum = std::conditional_t<kVXp_IsFloat<Pixel>, VXp_FloatLanes, VXp_WordLanes>;
   using Entry = Sum;
   using Weights = Sum;
-  static constexpr int32_t kRows = 1;
+  using Vector = VXp_Lanes<Lane, kVXp_TargetLanes>;
+  using Operand = Vector;
+  static constexpr int32_t kRows = 1, kAtOnce = kVXp_PixelsAtOnce;
 
   static Entry Outside() { return Entry{}; }
   static Entry Take(const char* pixel, const char* /*below*/) {
@@ -56,8 +62,8 @@ struct VXp_TapByTap {
     return Sum{kernels.Of<Lane>(0, index), kernels.Of<Lane>(1, index), kernels.Of<Lane>(2, index),
                kernels.Of<Lane>(3, index)};
   }
-  static Sum Add(const Sum& sum, const Entry& entry, const Weights& weights) {
-    return sum + entry * weights;
+  static Vector Add(const Vector& sum, const Vector& entries, const Vector& weights) {
+    return sum + entries * weights;
   }
   static void AddBias(Sum& /*bias*/, const Weights& /*weights*/) {}
 };
@@ -75,7 +81,9 @@ struct VXp_WideTaps {
   };
   using Entry = VXp_IntLanes;
   using Weights = VXp_IntLanes;
-  static constexpr int32_t kRows = 1;
+  using Vector = Sum;
+  using Operand = VXp_IntLanes;
+  static constexpr int32_t kRows = 1, kAtOnce = 1;
 
   static Entry Outside() { return Entry{}; }
   static Entry Take(const char* pixel, const char* /*below*/) {
@@ -105,7 +113,9 @@ struct VXp_TapsInPairs {
   using Sum = VXp_WordLanes;
   using Entry = __m128i;
   using Weights = __m128i;
-  static constexpr int32_t kRows = 2;
+  using Vector = VXp_Lanes<uint32_t, kVXp_TargetLanes>;
+  using Operand = Vector;
+  static constexpr int32_t kRows = 2, kAtOnce = kVXp_PixelsAtOnce;
   static constexpr bool kBiased = sizeof(Pixel) == 8;
 
   static Entry Outside() { return kBiased ? _mm_set1_epi16(INT16_MIN) : _mm_setzero_si128(); }
@@ -128,8 +138,8 @@ struct VXp_TapsInPairs {
     }
     return _mm_load_si128(reinterpret_cast<const __m128i*>(words));
   }
-  static Sum Add(const Sum& sum, const Entry& entry, const Weights& weights) {
-    return sum + reinterpret_cast<Sum>(_mm_madd_epi16(entry, weights));
+  static Vector Add(const Vector& sum, const Vector& entries, const Vector& weights) {
+    return sum + VXp_MulAdjacent(entries, weights);
   }
   static void AddBias(Sum& bias, const Weights& weights) {
     if constexpr (kBiased) {
@@ -150,18 +160,25 @@ class VXp_Quotient {
       : divisors_{divisors[0], divisors[1], divisors[2], divisors[3]}, limited_(limited) {
     const auto factor = [&](int32_t c) { return 1.0 / static_cast<double>(divisors[c]); };
     const auto half = [&](int32_t c) { return 0.5 * std::abs(factor(c)); };
-    factor_.first = VXp_DoublePair{factor(0), factor(1)};
-    factor_.second = VXp_DoublePair{factor(2), factor(3)};
-    half_.first = VXp_DoublePair{half(0), half(1)};
-    half_.second = VXp_DoublePair{half(2), half(3)};
+    for (int32_t i = 0; i < kVXp_TargetLanes; ++i) {
+      factor_[i] = factor(i % 4);
+      half_[i] = half(i % 4);
+    }
   }
 
   void Store(const VXp_WordLanes* sums, int32_t count, char* out) const {
-    for (int32_t i = 0; limited_ && i < count; ++i) {
-      VXp_Store(out + i * kPixelSize,
-                VXp_Packed<Pixel>(Limited(reinterpret_cast<VXp_IntLanes>(sums[i]))));
+    int32_t i = 0;
+    for (; limited_ && i + kAtOnce <= count; i += kAtOnce)
+      StoreGroup(sums + i, out + i * kPixelSize);
+    if (limited_ && i < count) {
+      const auto rest = static_cast<size_t>(count - i);
+      VXp_WordLanes padded[kAtOnce]{};
+      char pixels[kAtOnce * kPixelSize];
+      std::copy_n(sums + i, rest, padded);
+      StoreGroup(padded, pixels);
+      std::memcpy(out + i * kPixelSize, pixels, rest * kPixelSize);
     }
-    for (int32_t i = 0; !limited_ && i < count; ++i) {
+    for (; !limited_ && i < count; ++i) {
       VXp_Store(out + i * kPixelSize, LowBits(reinterpret_cast<VXp_IntLanes>(sums[i])));
     }
   }
@@ -183,20 +200,37 @@ class VXp_Quotient {
 
  private:
   using Channel = VX_ChannelOf<Pixel>;
+  using Ints = VXp_Lanes<int32_t, kVXp_TargetLanes>;
+  using Reals = VXp_Lanes<double, kVXp_TargetLanes>;
   static constexpr auto kPixelSize = static_cast<ptrdiff_t>(sizeof(Pixel));
+  static constexpr int32_t kAtOnce = kVXp_TargetLanes;
+  static constexpr int32_t kFull = VXp_PixelTraits<Pixel>::kFull;
+  static constexpr uint16_t kPackedZero = sizeof(Pixel) == sizeof(VX_Pixel16) ? 32768 : 0;
+
+  // Stores as many pixels as there are lanes: four vectors of sums.
+  void StoreGroup(const VXp_WordLanes* sums, char* out) const {
+    const auto limited = [&](int32_t part) {
+      return Limited(VXp_Load<Ints>(sums + part * kVXp_PixelsAtOnce));
+    };
+    const auto low = VXp_PackedHalves(limited(0), limited(1));
+    const auto high = VXp_PackedHalves(limited(2), limited(3));
+    if constexpr (kPixelSize == sizeof(VX_Pixel8)) {
+      VXp_Store(out, VXp_Unsectioned<4>(VXp_PackedBytes(low, high)));
+    } else {
+      VXp_Store(out, VXp_Unsectioned<2>(low) + kPackedZero);
+      VXp_Store(out + sizeof low, VXp_Unsectioned<2>(high) + kPackedZero);
+    }
+  }
 
   // A quotient that is not an integer is at least 1 / divisor from the next integer. Half of this
   // is added, so that rounding errors do not make an integer quotient smaller. Negative quotients
-  // become 0 in any case.
-  VXp_IntLanes Limited(VXp_IntLanes sum) const {
-    const VXp_DoubleLanes n = VXp_AsDouble(sum);
-    return VXp_Truncated(VXp_DoubleLanes{InScale(n.first * factor_.first + half_.first),
-                                         InScale(n.second * factor_.second + half_.second)});
-  }
-  static VXp_DoublePair InScale(VXp_DoublePair v) {
-    const VXp_DoublePair zero{}, full = zero + VXp_PixelTraits<Pixel>::kFull;
-    const VXp_DoublePair positive = v > zero ? v : zero;
-    return positive < full ? positive : full;
+  // become 0 in any case. Sums are above -2^31, so quotients fit 32 bits. 16-bit results are
+  // returned minus 32768, because packing is signed.
+  Ints Limited(Ints sum) const {
+    const Reals n = __builtin_convertvector(sum, Reals);
+    const Ints quotient = __builtin_convertvector(n * factor_ + half_, Ints);
+    const Ints positive = quotient > 0 ? quotient : Ints{};
+    return (positive < kFull ? positive : Ints{} + kFull) - kPackedZero;
   }
 
   // Stores the low bits of the quotients. Divides in 64 bits, because -2^31 / -1 does not fit 32
@@ -208,7 +242,7 @@ class VXp_Quotient {
 
   int64_t divisors_[4];
   bool limited_;
-  VXp_DoubleLanes factor_, half_;
+  Reals factor_, half_;
 };
 
 // Float: alpha is always clamped to 0..1, colours only if `limited` is set. Alpha below 1e-30
@@ -219,21 +253,36 @@ class VXp_Quotient<VX_PixelFloat> {
   VXp_Quotient(const int64_t (&divisors)[4], bool limited) {
     constexpr float kLeastAlpha = 1e-30f, kInfinity = std::numeric_limits<float>::infinity();
     const float low = limited ? 0.0f : -kInfinity, high = limited ? 1.0f : kInfinity;
-    divisors_ = VXp_FloatLanes{static_cast<float>(divisors[0]), static_cast<float>(divisors[1]),
-                               static_cast<float>(divisors[2]), static_cast<float>(divisors[3])};
-    below_ = VXp_FloatLanes{kLeastAlpha, low, low, low};
-    above_ = VXp_FloatLanes{1.0f, high, high, high};
-  }
-
-  void Store(const VXp_FloatLanes* sums, int32_t count, char* out) const {
-    for (int32_t i = 0; i < count; ++i) {
-      const VXp_FloatLanes quotient = sums[i] / divisors_;
-      const VXp_FloatLanes from_zero = quotient < below_ ? VXp_FloatLanes{} : quotient;
-      const VXp_FloatLanes clamped = from_zero > above_ ? above_ : from_zero;
-      VXp_Store(out + i * static_cast<ptrdiff_t>(sizeof clamped), clamped);
+    for (int32_t i = 0; i < kVXp_TargetLanes; ++i) {
+      const bool alpha = i % 4 == 0;
+      divisors_[i] = static_cast<float>(divisors[i % 4]);
+      below_[i] = alpha ? kLeastAlpha : low;
+      above_[i] = alpha ? 1.0f : high;
     }
   }
 
+  void Store(const VXp_FloatLanes* sums, int32_t count, char* out) const {
+    const int32_t whole = count / kVXp_PixelsAtOnce * kVXp_PixelsAtOnce;
+    for (int32_t i = 0; i < whole; i += kVXp_PixelsAtOnce) {
+      VXp_Store(out + i * kPixelSize, Limited(VXp_Load<Floats>(sums + i)));
+    }
+    if (whole == count) return;
+    const auto rest = static_cast<size_t>(count - whole) * kPixelSize;
+    Floats last{};
+    std::memcpy(&last, sums + whole, rest);
+    last = Limited(last);
+    std::memcpy(out + whole * kPixelSize, &last, rest);
+  }
+
  private:
-  VXp_FloatLanes divisors_, below_, above_;
+  using Floats = VXp_Lanes<float, kVXp_TargetLanes>;
+  static constexpr ptrdiff_t kPixelSize = sizeof(VX_PixelFloat);
+
+  Floats Limited(Floats sum) const {
+    const Floats quotient = sum / divisors_;
+    const Floats from_zero = quotient < below_ ? Floats{} : quotient;
+    return from_zero > above_ ? above_ : from_zero;
+  }
+
+  Floats divisors_, below_, above_;
 };

@@ -136,6 +136,9 @@ class Strip {
       std::memcpy(block, sums_ + b * kBlock, sizeof block);
       const typename TapSums::Entry* entry = entries_ + b * kBlock;
       for (int32_t t = 0; t < taps; ++t, ++entry) {
+        // Hides the pointer's value. Else GCC keeps entries in registers for later taps, which read
+        // them too, and the sums no longer fit.
+        asm("" : "+r"(entry));
         const auto weights = VXp_Load<typename TapSums::Operand>(weights_ + t * kAtOnce);
         for (int32_t i = 0; i < kVectors; ++i) {
           block[i] = TapSums::Add(

@@ -60,7 +60,9 @@ inline float AnyRadius(Command& c) {
 template <class Function>
 VX_Err BlurPass(Command& c, Function f, VX_LayerDef* src, VX_LayerDef* dst, float radius,
                 int32_t iterations, std::array<int32_t, 2> direction) {
-  const std::array<int32_t, 4> d = {c.Below(32), c.Below(2), c.Below(2), c.Below(2)};
+  // Some code serves blurs of all channels only.
+  const int32_t channels = c.Flag() ? VX_Blur_AllChannels : 0;
+  const std::array<int32_t, 4> d = {c.Below(32) | channels, c.Below(2), c.Below(2), c.Below(2)};
   const auto force_copy = static_cast<uint8_t>(d[3]);
   VX_ProgressInfo* const progress = c.FreeProgress();
   return AsObject(src, [&](auto& in) {
@@ -93,7 +95,7 @@ VX_Err LargePass(Command& c, Function f) {
   const bool many = c.Flag(), longest = !many && c.OneIn(10);
   const int32_t row = c.depth / 2, tile = c.Pick({4, 256 / row, 512 / row});
   const int32_t lines = many ? c.Pick({16, 16, 18}) * tile + c.Between(-1, 1) : c.Between(1, 9);
-  const float radius = many      ? c.Pick({2.0f, 3.4f})
+  const float radius = many      ? c.Pick({1.0f, 2.0f, 63.0f, 64.0f, 3.4f})
                        : longest ? c.Pick({1400.75f, 4400.5f})
                                  : c.Pick({5000.5f, VX_Blur_MaxRadius});
   const int32_t iterations = longest ? 1 : c.Between(1, 2), from = c.Below(2), to = c.Below(2);

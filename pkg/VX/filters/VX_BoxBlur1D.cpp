@@ -61,7 +61,13 @@ class Extents {
   int64_t times_;
 };
 
-void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel8>) {
+void RunPass(const VXp_BoxPass& whole, VXp_PixelTag<VX_Pixel8>) {
+  const int32_t done = VXp_HasSSE2() ? VXp_BoxBlurShort8(whole) : 0;
+  if (done == whole.lines) return;
+  VXp_BoxPass pass = whole;
+  pass.lines -= done;
+  pass.in.data += done * ptrdiff_t{sizeof(VX_Pixel8)};
+  pass.out.data += done * pass.out.line_stride;
   if (pass.premultiplied && VXp_HasSSE2()) {
     VXp_BoxBlurPass8_SSE2(pass);
   } else {

@@ -20,6 +20,10 @@
 // VX_ErrBadParameter after a report.
 void VXp_BoxBlurPass8_SSE2(const VXp_BoxPass& pass);
 
+// Runs the 8-bit pass for the first lines, in groups, if the radius is a whole number below 64 and
+// all channels are blurred. Returns the number of lines that were processed. Bit-identical results.
+int32_t VXp_BoxBlurShort8(const VXp_BoxPass& pass);
+
 template <class Pixel>
 inline constexpr int32_t kVXp_MostBoxLines = kVXp_WidestTile / static_cast<int32_t>(sizeof(Pixel));
 

@@ -20,6 +20,31 @@ struct Side {
   ptrdiff_t To(const Vector& offset) const { return row * offset.y + column * offset.x; }
 };
 
+// Copies samples whose distances are constants, which the compiler vectorises. The rows may
+// overlap.
+template <class Channel, ptrdiff_t inColumn, ptrdiff_t outColumn>
+void CopyRowBy(const char* in, char* out, ptrdiff_t count) {
+  for (ptrdiff_t x = 0; x < count; ++x) {
+    VXp_Store(out + x * outColumn, VXp_Load<Channel>(in + x * inColumn));
+  }
+}
+
+// Pixels of four channels have loops of their own.
+template <class Channel>
+void CopyRow(const char* in, ptrdiff_t in_column, char* out, ptrdiff_t out_column,
+             ptrdiff_t count) {
+  constexpr ptrdiff_t kSample = sizeof(Channel), kPixel = 4 * kSample;
+  if (in_column == kPixel && out_column == kSample) {
+    CopyRowBy<Channel, kPixel, kSample>(in, out, count);
+  } else if (in_column == kSample && out_column == kPixel) {
+    CopyRowBy<Channel, kSample, kPixel>(in, out, count);
+  } else {
+    for (ptrdiff_t x = 0; x < count; ++x, in += in_column, out += out_column) {
+      VXp_Store(out, VXp_Load<Channel>(in));
+    }
+  }
+}
+
 template <class Channel>
 VX_Err CopyRows(const char* in, const Side& from, char* out, const Side& to, const Vector& size) {
   const auto memory = [&](const char* first, const Side& side) -> VXp_RowMemory {
@@ -29,13 +54,7 @@ VX_Err CopyRows(const char* in, const Side& from, char* out, const Side& to, con
   const bool independent = VXp_RowsAreIndependent(memory(out, to), {memory(in, from)});
   const VXp_Bands bands = VXp_PlanBands(size.y, size.x, independent);
   return VXp_ForBands(bands, [&](int32_t, int32_t y) -> VX_Err {
-    const char* in_sample = in + y * from.row;
-    char* out_sample = out + y * to.row;
-    for (ptrdiff_t x = 0; x < size.x; ++x) {
-      VXp_Store(out_sample, VXp_Load<Channel>(in_sample));
-      in_sample += from.column;
-      out_sample += to.column;
-    }
+    CopyRow<Channel>(in + y * from.row, from.column, out + y * to.row, to.column, size.x);
     return VX_Ok;
   });
 }

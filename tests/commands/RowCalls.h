@@ -255,7 +255,8 @@ using InterleaveCall = VX_Err(const Channel*, int32_t, int32_t, int32_t, M_Vecto
 template <class Channel>
 VX_Err Run(Command& c, InterleaveCall<Channel>* f) {
   const bool inward = std::string(c.operation()).find("Deinterleave") == std::string::npos;
-  const int32_t channels = c.Between(1, 5), width = c.Between(1, 20), height = c.Between(1, 5);
+  const int32_t channels = c.Between(1, 5), width = c.Between(1, c.OneIn(4) ? 300 : 20);
+  const int32_t height = c.Between(1, 5);
   const int32_t x = c.Below(4), y = c.Below(2), a = c.Below(4), b = c.Below(2);
   const auto unit = static_cast<int32_t>(sizeof(Channel));
   const int32_t pad[2] = {c.Below(3) * unit, c.Below(3) * unit};

@@ -40,7 +40,7 @@ VXp_RawPixel<Pixel> VXp_BoxMean(VXp_FloatLanes numerator, VXp_FloatLanes divisor
 #else
     constexpr bool kLimited = false;
 #endif
-    if constexpr (!kLimited) rounded = VXp_Least(rounded, VXp_Splat<VXp_FloatLanes>(kFull));
+    if constexpr (!kLimited) rounded = VXp_MinFloats(rounded, VXp_Splat<VXp_FloatLanes>(kFull));
     return VXp_Packed<Pixel>(VXp_Truncated(rounded));
   }
 }

@@ -119,14 +119,6 @@ inline VXp_DoublePair VXp_Least(VXp_DoublePair a, VXp_DoublePair b) {
   return a < b ? a : b;
 #endif
 }
-inline VXp_FloatLanes VXp_Least(VXp_FloatLanes a, VXp_FloatLanes b) {
-#ifdef __SSE2__
-  return reinterpret_cast<VXp_FloatLanes>(
-      _mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
-#else
-  return a < b ? a : b;
-#endif
-}
 
 // Returns the colours of a straight pixel. `sums` are premultiplied sums and `alpha_sum` the sum of
 // alpha, which must not be 0. Lane 0 of the result is undefined. At integer depths the sums are

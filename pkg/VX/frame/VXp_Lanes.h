@@ -274,29 +274,6 @@ VXp_Lanes<uint8_t, sizeof(Halves)> VXp_PackedBytes(Halves a, Halves b) {
   return packed;
 }
 
-// Returns whether a condition is true in any lane.
-template <class Ints>
-bool VXp_AnyLane(Ints condition) {
-#ifdef __AVX512BW__
-  if constexpr (sizeof(Ints) == 64) {
-    return _mm512_movepi32_mask(reinterpret_cast<__m512i>(condition)) != 0;
-  }
-#endif
-#ifdef __AVX2__
-  if constexpr (sizeof(Ints) == 32) {
-    return _mm256_movemask_ps(reinterpret_cast<__m256>(condition)) != 0;
-  }
-#endif
-#ifdef __SSE2__
-  if constexpr (sizeof(Ints) == 16) {
-    return _mm_movemask_ps(reinterpret_cast<__m128>(condition)) != 0;
-  }
-#endif
-  int32_t any = 0;
-  for (int32_t i = 0; i < kVXp_LaneCount<Ints>; ++i) any |= condition[i];
-  return any != 0;
-}
-
 // Loads a 32-bit word at base + size * index for each lane.
 template <int32_t size, class Ints>
 Ints VXp_Gathered(const void* base, Ints index) {
@@ -323,12 +300,32 @@ Ints VXp_Gathered(const void* base, Ints index) {
 }
 
 // Returns a condition as bits, lane 0 in the lowest.
-inline unsigned VXp_LaneBits(VXp_IntLanes condition) {
-#ifdef __SSE2__
-  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(condition)));
-#else
-  return (condition[0] & 1) | (condition[1] & 2) | (condition[2] & 4) | (condition[3] & 8);
+template <class Ints>
+unsigned VXp_LaneBits(Ints condition) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Ints) == 64) {
+    return _mm512_movepi32_mask(reinterpret_cast<__m512i>(condition));
+  }
 #endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Ints) == 32) {
+    return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(condition)));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Ints) == 16) {
+    return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(condition)));
+  }
+#endif
+  unsigned bits = 0;
+  for (int32_t i = 0; i < kVXp_LaneCount<Ints>; ++i) bits |= (condition[i] & 1u) << i;
+  return bits;
+}
+
+// Returns whether a condition is true in any lane.
+template <class Ints>
+bool VXp_AnyLane(Ints condition) {
+  return VXp_LaneBits(condition) != 0;
 }
 
 // --- shuffles ------------------------------------------------------------------------------------
@@ -354,6 +351,16 @@ Vector VXp_Shuffled(Vector x, Vector y) {
   using Lane = std::remove_cvref_t<decltype(x[0])>;
   constexpr size_t kCount = sizeof(Vector) / sizeof(Lane);
   return VXp_ShuffleLanes<a, b, c, d>(x, y, std::make_index_sequence<kCount>());
+}
+
+// Returns a vector with the lanes of a, then those of b.
+template <class Vector, size_t... i>
+auto VXp_Joined(Vector a, Vector b, std::index_sequence<i...>) {
+  return __builtin_shufflevector(a, b, static_cast<int32_t>(i)...);
+}
+template <class Vector>
+auto VXp_Joined(Vector a, Vector b) {
+  return VXp_Joined(a, b, std::make_index_sequence<2 * kVXp_LaneCount<Vector>>());
 }
 
 // Orders the result of packing `parts` vectors into one (2, or 4 by packing twice): all lanes of

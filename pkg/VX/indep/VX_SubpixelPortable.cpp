@@ -11,7 +11,7 @@
 // Integers are value + 0.5, truncated; floats are not rounded. Whole positions and equal pixels are
 // not treated separately.
 
-#include "indep/VXp_SamplePoints.h"
+#include "indep/VXp_QuadLanes.h"
 #include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
 
@@ -41,6 +41,37 @@ VX_Err Sample(VX_Fixed x, VX_Fixed y, const VX_SampPB* record, Pixel* out) {
   VXp_Store(out, Mixed(quad, VXp_SingleWeights(at.fx, at.fy)));
   return VX_Ok;
 }
+
+// Float pixels in lanes, in the steps of Mixed. A product with 1 is exact, so equal alphas are
+// replaced by 1 and need no formula of their own.
+struct FloatRule {
+  using Weights = VXp_SingleWeightLanes;
+
+  static void Mix(const VXp_Quads<VX_PixelFloat>& q, const Weights& w, VX_PixelFloat* out) {
+    const auto &p00 = q.p00.argb, &p10 = q.p10.argb, &p01 = q.p01.argb, &p11 = q.p11.argb;
+    const VXp_PointInts alike =
+        (p00.alpha == p10.alpha) & (p00.alpha == p01.alpha) & (p00.alpha == p11.alpha);
+    const auto one = VXp_Splat<VXp_PointFloats>(1.0f);
+    const VXp_PointFloats s00 = w.w00 * (alike ? one : p00.alpha);
+    const VXp_PointFloats s10 = w.w10 * (alike ? one : p10.alpha);
+    const VXp_PointFloats s01 = w.w01 * (alike ? one : p01.alpha);
+    const VXp_PointFloats s11 = w.w11 * (alike ? one : p11.alpha);
+    const VXp_PointFloats sum = s00 + s10 + s01 + s11;
+    const VXp_PointFloats inverse = 1.0f / (alike ? one : sum);
+    const VXp_PointInts nothing = ~alike & (sum == 0.0f);
+    const auto mixed = [&](VXp_PointFloats c00, VXp_PointFloats c10, VXp_PointFloats c01,
+                           VXp_PointFloats c11) {
+      const VXp_PointFloats color = (s00 * c00 + s10 * c10 + s01 * c01 + s11 * c11) * inverse;
+      return nothing ? VXp_PointFloats{} : color;
+    };
+    const VXp_PointFloats alpha = nothing ? VXp_PointFloats{} : sum;
+    const VXp_PixelLanes<VX_PixelFloat> pixels{{alike ? p00.alpha : alpha,
+                                                mixed(p00.red, p10.red, p01.red, p11.red),
+                                                mixed(p00.green, p10.green, p01.green, p11.green),
+                                                mixed(p00.blue, p10.blue, p01.blue, p11.blue)}};
+    pixels.Store(out);
+  }
+};
 
 // Samples a span. Reads the right and lower neighbours even if their weights are zero.
 template <class Pixel>
@@ -80,10 +111,13 @@ void VXp_StraightRow<VX_PixelFloat>(const VX_SampPB& record, const VX_Fixed* x, 
 template <>
 [[gnu::flatten]] void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x,
                                          const VX_Fixed* y, int32_t count, VX_PixelFloat* out) {
-  VXp_MixPoints(record, x, y, count, out,
-                [](const VXp_Quad<VX_PixelFloat>& quad, uint32_t fx, uint32_t fy) {
-                  return Mixed(quad, VXp_SingleWeights(fx, fy));
-                });
+  VXp_MixPoints<FloatRule>(VXp_Origin<VX_PixelFloat>(*record.src), x, y, count, out);
+}
+
+template <>
+[[gnu::flatten]] void VXp_StraightSpan(const VX_SampPB& record, VX_Fixed x, VX_Fixed y,
+                                       int32_t count, VX_PixelFloat* out) {
+  VXp_MixSpan<FloatRule>(VXp_Origin<VX_PixelFloat>(*record.src), x, y, count, out);
 }
 
 VX_Err VX_SubpixelCPlusPlus(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,

@@ -10,16 +10,14 @@
 //   else                with s = w a: alpha = sum(s), colour = sum(s c) (1 / alpha)
 //
 // The two depths round differently, see Rule. Clipped and unclipped samplers differ only in how
-// they load the neighbours. The function Mixed is the definition. There are two faster forms with
-// the same results: points (OnePoint16, BytePointRule) for any positions, and spans (MixColumns),
-// in which neighbouring positions share a column of pixels. At 8 bits the second form is used only
-// if all alphas are equal.
+// they load the neighbours. The function Mixed is the definition. PointRule gives the same results
+// for many positions at once.
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 
-#include "indep/VXp_BytePairs.h"
-#include "indep/VXp_MixFour.h"
+#include "indep/VXp_MixBytes.h"
 #include "indep/VXp_Rounding.h"
 #include "indep/VXp_SampleRow.h"
 #include "indep/VXp_Weights.h"
@@ -116,107 +114,154 @@ VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
   return VX_Ok;
 }
 
-VXp_DoubleLanes Between(const VXp_DoubleLanes& from, const VXp_DoubleLanes& to, double share) {
-  return {from.first + share * (to.first - from.first),
-          from.second + share * (to.second - from.second)};
-}
+// --- many positions ------------------------------------------------------------------------------
 
-// Mixes pixels of equal alphas that are not 0. In double precision this mix is exact, so the
-// columns can be mixed first, which is faster. The result has the common alpha.
-uint64_t MixedAlike(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
-  const double a = static_cast<double>(fx) * 0x1p-16, b = static_cast<double>(fy) * 0x1p-16;
-  const VXp_DoubleLanes left = Between(VXp_Doubles(quad.p00), VXp_Doubles(quad.p01), b);
-  const VXp_DoubleLanes right = Between(VXp_Doubles(quad.p10), VXp_Doubles(quad.p11), b);
-  return VXp_Packed16(Rule<VX_Pixel16>::Whole(Between(left, right, a)));
-}
+// Bounds of the error of colours up to 255 in single precision. VXp_MixByAlpha rounds 13 times
+// (relative to the result, since no term is negative); VXp_MixAlike rounds twice.
+constexpr float kErrorByAlpha = 0x1p-12f, kErrorAlike = 0x1p-15f;
 
-uint64_t OnePoint16(const VXp_Quad<VX_Pixel16>& quad, uint32_t fx, uint32_t fy) {
-  if ((fx | fy) == 0 || quad.SamePixels()) return quad.p00;
-  if (quad.SameAlphas()) return (quad.p00 & 0xFFFF) == 0 ? 0 : MixedAlike(quad, fx, fy);
-  return Mixed(quad, VXp_DoubleWeights(fx, fy));
-}
-
-// Samples points at 8 bits, four at a time; see VXp_MixPointsByFour.
-struct BytePointRule {
-  static uint32_t One(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
-    if ((fx | fy) == 0 || pairs.SamePixels()) return pairs.First();
-    return Mixed(pairs.Quad(), VXp_DoubleWeights(fx, fy));
+// Mixes, rounded to nearest (ties to even) and packed to pixels, with flags for alphas of 0 and for
+// channels whose distance from a half is less than `error`.
+struct RoundedBytes {
+  RoundedBytes(const VXp_ByteMix& mixed, float error) {
+    for (int32_t c = 0; c < 4; ++c) {
+      constexpr float kUnits = 0x1.8p23f;  // adding it rounds to an integer
+      const VXp_PointFloats sum = mixed.channel[c] + kUnits;
+      const VXp_PointInts whole = reinterpret_cast<VXp_PointInts>(sum) & 0xFF;
+      const VXp_PointFloats off = mixed.channel[c] - (sum - kUnits);
+      const VXp_PointInts is_near = (off > 0.5f - error) | (off < error - 0.5f);
+      pixels |= reinterpret_cast<VXp_PointWords>(whole << (8 * c));
+      if (c == 0) {
+        nothing = whole == 0;
+        alpha_is_near = is_near;
+      } else {
+        color_is_near |= is_near;
+      }
+    }
   }
 
-  // Computes in single precision. The rounded result is correct unless a value is close to a half;
-  // such samples are computed again with One. Fractions that are multiples of 1/256 give many exact
-  // halves. For these, alphas are exact in single precision, and if the alphas are equal, colours
-  // too.
-  static unsigned Four(const VXp_FourQuads& quads, const VXp_FourFractions& f, VX_Pixel8* out) {
-    const VXp_WordLanes differences = quads.Differences();
-    if (VXp_LaneBits(differences == 0) == 0xF) {
-      VXp_Store(out, quads.p00);
-      return 0;
+  VXp_PointWords pixels{};
+  VXp_PointInts nothing{}, alpha_is_near{}, color_is_near{};
+};
+
+template <class Pixel>
+struct PointRule;
+
+// Computes in single precision. The rounded result is correct unless a value is close to a half;
+// such samples are computed again in double precision. Fractions that are multiples of 1/256 give
+// many exact halves. For these, alphas are exact in single precision, and if the alphas are equal,
+// colours too.
+template <>
+struct PointRule<VX_Pixel8> {
+  struct Weights {
+    explicit Weights(const VXp_Fractions& f)
+        : stored(f), fractions(f), close(fractions), coarse(((f.fx | f.fy) & 0xFF) == 0) {}
+
+    VXp_Fractions stored;
+    VXp_FloatFractions fractions;
+    VXp_CloseWeightLanes close;
+    VXp_PointInts coarse;
+  };
+
+  static void Mix(const VXp_Quads<VX_Pixel8>& stored, const Weights& w, VX_Pixel8* out) {
+    const VXp_ByteQuads quads(stored);
+    const VXp_PointWords differences = quads.Differences();
+    const VXp_PointInts same = differences == 0, alike = (differences & 0xFFu) == 0;
+    if (!VXp_AnyLane(~same)) {
+      stored.p00.Store(out);
+      return;
     }
-    const VXp_IntLanes alike = (differences & 0xFFu) == 0, coarse = f.Coarse();
-    VXp_FourMixed mixed;
-    if (VXp_LaneBits(alike) == 0xF) {
-      mixed = VXp_FourAlike(quads, f);
+    VXp_ByteMix mixed;
+    float error = kErrorByAlpha;
+    if (!VXp_AnyLane(~alike)) {
+      error = kErrorAlike;
+      mixed = VXp_MixAlike(quads, w.fractions);
     } else {
-      mixed = VXp_FourByAlpha(quads, VXp_FourCloseWeights(f));
-      if (VXp_LaneBits(alike & coarse) != 0) mixed.Take(alike, VXp_FourAlike(quads, f));
+      mixed = VXp_MixByAlpha(quads, w.close);
+      if (VXp_AnyLane(alike & w.coarse)) mixed.Take(alike, VXp_MixAlike(quads, w.fractions));
     }
-    const VXp_FourRounded rounded(mixed);
-    const VXp_IntLanes kept = (differences == 0) | f.Whole();
-    const VXp_WordLanes sample = rounded.nothing ? VXp_WordLanes{} : rounded.pixels;
-    VXp_Store(out, kept ? quads.p00 : sample);
-    return VXp_LaneBits(((rounded.alpha_is_near & ~coarse) |
-                         (rounded.color_is_near & ~rounded.nothing & ~(alike & coarse))) &
-                        ~kept);
+    const RoundedBytes rounded(mixed, error);
+    const VXp_PointInts kept = same | w.stored.Whole();
+    const VXp_PointWords sample = rounded.nothing ? VXp_PointWords{} : rounded.pixels;
+    VXp_StoreLanes(out, 0, kept ? quads.p00 : sample);
+    const VXp_PointInts unsure =
+        ((rounded.alpha_is_near & ~w.coarse) |
+         (rounded.color_is_near & ~rounded.nothing & ~(alike & w.coarse))) &
+        ~kept;
+    if (const unsigned bits = VXp_LaneBits(unsure)) MixAgain(quads, w.stored, bits, out);
+  }
+
+ private:
+  [[gnu::noinline]] static void MixAgain(const VXp_ByteQuads& q, const VXp_Fractions& f,
+                                         unsigned bits, VX_Pixel8* out) {
+    for (; bits != 0; bits &= bits - 1) {
+      const int i = std::countr_zero(bits);
+      const VXp_DoubleWeights w(static_cast<uint32_t>(f.fx[i]), static_cast<uint32_t>(f.fy[i]));
+      VXp_Store(out + i, Mixed(VXp_Quad<VX_Pixel8>{q.p00[i], q.p10[i], q.p01[i], q.p11[i]}, w));
+    }
   }
 };
 
-// The two pixels of a column, and their vertical mix. The mix is not weighted by alpha and is
-// exact.
-template <class Pixel>
-struct SpanColumn {
-  SpanColumn(const char* upper_at, ptrdiff_t rowbytes, double fy)
-      : upper(VXp_Load<VXp_RawPixel<Pixel>>(upper_at)),
-        lower(VXp_Load<VXp_RawPixel<Pixel>>(upper_at + rowbytes)) {
-    if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
-      const VXp_FloatLanes above = VXp_Floats(upper);
-      mixed = VXp_AsDouble(above + (VXp_Floats(lower) - above) * static_cast<float>(fy));
-    } else {
-      mixed = Between(VXp_Doubles(upper), VXp_Doubles(lower), fy);
+// Computes in double precision, in the steps of Mixed. Equal alphas are replaced by 1: then the sum
+// of the weighted alphas is exactly 1, and so is its reciprocal.
+template <>
+struct PointRule<VX_Pixel16> {
+  struct Weights : VXp_DoubleWeightLanes {
+    explicit Weights(const VXp_Fractions& f) : VXp_DoubleWeightLanes(f), whole(f.Whole()) {}
+
+    VXp_PointInts whole;
+  };
+
+  static void Mix(const VXp_Quads<VX_Pixel16>& q, const Weights& w, VX_Pixel16* out) {
+    const VXp_PointWords ar = Differences(q.p00.ar, q.p10.ar, q.p01.ar, q.p11.ar);
+    const VXp_PointWords gb = Differences(q.p00.gb, q.p10.gb, q.p01.gb, q.p11.gb);
+    const VXp_PointInts kept = ((ar | gb) == 0) | w.whole, alike = (ar & 0xFFFFu) == 0;
+    if (!VXp_AnyLane(~kept)) {
+      q.p00.Store(out);
+      return;
     }
+    const auto alpha_of = [alike](VXp_PointWords v) {
+      return Doubles(alike ? VXp_PointWords{} + 1u : v & 0xFFFFu);
+    };
+    const auto s00 = w.w00 * alpha_of(q.p00.ar), s10 = w.w10 * alpha_of(q.p10.ar);
+    const auto s01 = w.w01 * alpha_of(q.p01.ar), s11 = w.w11 * alpha_of(q.p11.ar);
+    const auto sum = s00 + s10 + s01 + s11;
+    const auto inverse = 1.0 / sum;
+    const auto mixed = [&](VXp_PointWords p00, VXp_PointWords p10, VXp_PointWords p01,
+                           VXp_PointWords p11) {
+      return Words(
+          (s00 * Doubles(p00) + s10 * Doubles(p10) + s01 * Doubles(p01) + s11 * Doubles(p11)) *
+              inverse +
+          0.5);
+    };
+    const VXp_PointWords alpha = alike ? q.p00.ar & 0xFFFFu : Words(sum + 0.5);
+    const VXp_PointWords red =
+        mixed(q.p00.ar >> 16, q.p10.ar >> 16, q.p01.ar >> 16, q.p11.ar >> 16);
+    const VXp_PointWords green =
+        mixed(q.p00.gb & 0xFFFFu, q.p10.gb & 0xFFFFu, q.p01.gb & 0xFFFFu, q.p11.gb & 0xFFFFu);
+    const VXp_PointWords blue =
+        mixed(q.p00.gb >> 16, q.p10.gb >> 16, q.p01.gb >> 16, q.p11.gb >> 16);
+    const auto chosen = [&](VXp_PointWords before, VXp_PointWords after) {
+      const VXp_PointWords sample = alpha == 0 ? VXp_PointWords{} : after;
+      return kept ? before : sample;
+    };
+    const VXp_PixelLanes<VX_Pixel16> pixels{chosen(q.p00.ar, alpha | red << 16),
+                                            chosen(q.p00.gb, green | blue << 16)};
+    pixels.Store(out);
   }
 
-  VXp_RawPixel<Pixel> upper, lower;
-  VXp_DoubleLanes mixed;
+ private:
+  static VXp_PointWords Differences(VXp_PointWords a, VXp_PointWords b, VXp_PointWords c,
+                                    VXp_PointWords d) {
+    return (a ^ b) | (a ^ c) | (a ^ d);
+  }
+  static VXp_PointDoubles Doubles(VXp_PointWords channel) {
+    return VXp_PointDoubles::Of(reinterpret_cast<VXp_PointInts>(channel));
+  }
+  static VXp_PointWords Words(const VXp_PointDoubles& v) {
+    return reinterpret_cast<VXp_PointWords>(v.RoundedDown());
+  }
 };
-
-// Samples a span and returns the sum of its alphas. Neighbouring positions share a column of
-// pixels. At 8 bits all alphas must be equal.
-template <class Pixel>
-uint32_t MixColumns(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Position& at,
-                    Pixel* out) {
-  const double a = static_cast<double>(at.fx) * 0x1p-16, b = static_cast<double>(at.fy) * 0x1p-16;
-  const VXp_DoubleWeights w(at.fx, at.fy);
-  uint32_t sum = 0;
-  SpanColumn<Pixel> left(from, rowbytes, b);
-  for (ptrdiff_t i = 0; i < count; ++i) {
-    from += sizeof(Pixel);
-    const SpanColumn<Pixel> right(from, rowbytes, b);
-    const VXp_Quad<Pixel> quad{left.upper, right.upper, left.lower, right.lower};
-    VXp_RawPixel<Pixel> pixel;
-    if (sizeof(Pixel) != sizeof(VX_Pixel8) && !quad.SameAlphas()) {
-      pixel = Mixed(quad, w);
-    } else if (static_cast<VX_ChannelOf<Pixel>>(quad.p00) != 0) {
-      pixel = VXp_Packed<Pixel>(Rule<Pixel>::Whole(Between(left.mixed, right.mixed, a)));
-    } else {
-      pixel = quad.SamePixels() ? quad.p00 : 0;
-    }
-    VXp_Store(out + i, pixel);
-    sum += static_cast<VX_ChannelOf<Pixel>>(pixel);
-    left = right;
-  }
-  return sum;
-}
 
 template <class Pixel>
 uint32_t AlphaSum(const Pixel* pixels, int32_t count) {
@@ -225,78 +270,43 @@ uint32_t AlphaSum(const Pixel* pixels, int32_t count) {
   return sum;
 }
 
-// Returns whether `count` pixels of a row and of the row below all have the same alpha.
-bool HaveOneAlpha(int32_t count, const char* from, ptrdiff_t rowbytes) {
-  const auto first = VXp_Load<uint32_t>(from);
-  uint32_t differences = 0;
-  for (ptrdiff_t i = 0; i < count; ++i) {
-    differences |= (VXp_Load<uint32_t>(from + 4 * i) ^ first) |
-                   (VXp_Load<uint32_t>(from + rowbytes + 4 * i) ^ first);
-  }
-  return (differences & 0xFF) == 0;
-}
-
-constexpr int32_t kTile = 256;
-
-// Samples a part of a span, at most kTile pixels, and returns the sum of their alphas.
-template <class Pixel>
-uint32_t SampleTile(int32_t count, const char* from, ptrdiff_t rowbytes, const VXp_Position& at,
-                    Pixel* out) {
-  if constexpr (sizeof(Pixel) == sizeof(VX_Pixel8)) {
-    if (!HaveOneAlpha(count + 1, from, rowbytes)) {
-      VX_Fixed x[kTile], y[kTile];
-      for (int32_t i = 0; i < count; ++i) {
-        x[i] = static_cast<VX_Fixed>(at.fx) + i * 65536;
-        y[i] = static_cast<VX_Fixed>(at.fy);
-      }
-      VXp_MixPointsByFour<BytePointRule>(VXp_Origin<VX_Pixel8>(from, rowbytes), x, y, count, out);
-      return AlphaSum(out, count);
-    }
-  }
-  return MixColumns(count, from, rowbytes, at, out);
-}
-
 template <class Pixel>
 VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,
                   uint32_t* alpha_sum, Pixel* out) {
   if (count <= 0) return VX_Ok;
   const VXp_Position at(x, y);
-  const char* const from = VXp_PixelAddress<Pixel>(*record->src, at.column, at.row);
-  const ptrdiff_t rowbytes = record->src->rowbytes;
   if (at.IsWhole()) {
-    std::memcpy(static_cast<void*>(out), from, static_cast<size_t>(count) * sizeof(Pixel));
-    *alpha_sum += AlphaSum(out, count);
-    return VX_Ok;
+    std::memcpy(static_cast<void*>(out), VXp_PixelAddress<Pixel>(*record->src, at.column, at.row),
+                static_cast<size_t>(count) * sizeof(Pixel));
+  } else {
+    VXp_StraightSpan(*record, x, y, count, out);
   }
-  VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    for (int32_t i = 0; i < count; i += kTile) {
-      *alpha_sum +=
-          SampleTile(std::min(kTile, count - i), from + ptrdiff_t{i} * ptrdiff_t{sizeof(Pixel)},
-                     rowbytes, at, out + i);
-    }
-  });
+  *alpha_sum += AlphaSum(out, count);
   return VX_Ok;
 }
 
 }  // namespace
 
-template <>
+template <class Pixel>
 void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
-                        int32_t count, VX_Pixel8* out) {
+                        int32_t count, Pixel* out) {
   const VX_SampPB* const from = &record;
   VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixPointsByFour<BytePointRule>(VXp_Origin<VX_Pixel8>(*from->src), x, y, count, out);
+    VXp_MixPoints<PointRule<Pixel>>(VXp_Origin<Pixel>(*from->src), x, y, count, out);
   });
 }
+template VXp_SamplePointsCall<VX_Pixel8> VXp_StraightPoints<VX_Pixel8>;
+template VXp_SamplePointsCall<VX_Pixel16> VXp_StraightPoints<VX_Pixel16>;
 
-template <>
-void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
-                        int32_t count, VX_Pixel16* out) {
+template <class Pixel>
+void VXp_StraightSpan(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, int32_t count, Pixel* out) {
   const VX_SampPB* const from = &record;
   VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixPoints(*from, x, y, count, out, OnePoint16);
+    VXp_MixSpan<PointRule<Pixel>>(VXp_Origin<Pixel>(*from->src), x, y, count, out);
   });
 }
+template VXp_SampleSpanCall<VX_Pixel8> VXp_StraightSpan<VX_Pixel8>;
+template VXp_SampleSpanCall<VX_Pixel16> VXp_StraightSpan<VX_Pixel16>;
 
 template <class Pixel>
 void VXp_StraightRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
@@ -307,6 +317,7 @@ void VXp_StraightRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, 
     for (int32_t i = from; i < to; ++i) Sample<VXp_Clipped>(x[i], y, &record, pixels + i);
   };
   clipped(0, first);
+  constexpr int32_t kTile = 256;
   VX_Fixed ys[kTile];
   std::fill_n(ys, kTile, y);
   for (int32_t i = first; i < end; i += kTile) {

@@ -8,8 +8,7 @@
 //
 // Every channel is value + 0.5, truncated and clamped to 0..255.
 
-#include "indep/VXp_BytePairs.h"
-#include "indep/VXp_MixFour.h"
+#include "indep/VXp_MixBytes.h"
 #include "indep/VXp_Weights.h"
 
 namespace {
@@ -34,46 +33,35 @@ void SampleOneOfFour(const VX_LayerDef& src, const VXp_Position& at, const VXp_S
   VXp_Store(out, Finished(quad.ByAlpha(w)));
 }
 
-// Like InTwoSteps above, for columns that were already mixed vertically, in units of 1/65536. Only
-// the horizontal step rounds. The rounding does not depend on the unit, and no value overflows.
-uint32_t InTwoSteps(const VXp_ByteColumns& columns, uint32_t fx) {
-  const float a = static_cast<float>(fx) * 0x1p-16f;
-  const VXp_FloatLanes mixed =
-      VXp_AsFloat(columns.left) + VXp_AsFloat(columns.right - columns.left) * a;
-  return VXp_Packed8(VXp_Truncated(mixed + 32768.0f) >> 16);
-}
-
-VXp_WordLanes FourFinished(const VXp_FourMixed& mixed) {
-  VXp_IntLanes pixels{};
-  for (int c = 0; c < 4; ++c) pixels |= VXp_Truncated(mixed.channel[c] + 0.5f) << (8 * c);
-  return reinterpret_cast<VXp_WordLanes>(pixels);
+VXp_PointWords FinishedLanes(const VXp_ByteMix& mixed) {
+  VXp_PointInts pixels{};
+  for (int32_t c = 0; c < 4; ++c) pixels |= VXp_Truncated(mixed.channel[c] + 0.5f) << (8 * c);
+  return reinterpret_cast<VXp_PointWords>(pixels);
 }
 
 struct SingleRule {
-  static uint32_t One(const VXp_BytePairs& pairs, uint32_t fx, uint32_t fy) {
-    if ((fx | fy) == 0) return pairs.First();
-    if (pairs.SameAlphas()) return InTwoSteps(VXp_ByteColumns(pairs, fy), fx);
-    const VXp_FloatLanes mixed = VXp_SingleQuad(pairs.Quad()).ByAlpha(VXp_SingleWeights(fx, fy));
-    return mixed[0] < 0.5f ? 0u : Finished(mixed);
-  }
+  struct Weights : VXp_SingleWeightLanes {
+    explicit Weights(const VXp_Fractions& f)
+        : VXp_SingleWeightLanes(f), fractions(f), whole(f.Whole()) {}
 
-  static unsigned Four(const VXp_FourQuads& quads, const VXp_FourFractions& f, VX_Pixel8* out) {
-    const VXp_IntLanes alike = (quads.Differences() & 0xFFu) == 0;
-    if (VXp_LaneBits(alike) == 0xF) {
-      VXp_Store(out, FourFinished(VXp_FourAlike(quads, f)));
-      return 0;
+    VXp_FloatFractions fractions;
+    VXp_PointInts whole;
+  };
+
+  static void Mix(const VXp_Quads<VX_Pixel8>& stored, const Weights& w, VX_Pixel8* out) {
+    const VXp_ByteQuads quads(stored);
+    const VXp_PointInts alike = (quads.Differences() & 0xFFu) == 0;
+    if (!VXp_AnyLane(~alike)) {
+      VXp_StoreLanes(out, 0, FinishedLanes(VXp_MixAlike(quads, w.fractions)));
+      return;
     }
-    const VXp_FourMixed mixed = VXp_FourByAlpha(quads, VXp_FourSingleWeights(f));
-    const VXp_IntLanes nothing = mixed.channel[0] < 0.5f;
-    const VXp_WordLanes sample = nothing ? VXp_WordLanes{} : FourFinished(mixed);
-    VXp_Store(out, f.Whole() ? quads.p00 : sample);
-    const unsigned bits = VXp_LaneBits(alike);
-    if (bits == 0) return 0;
-    // For lanes with equal alphas, One uses another formula. If the alpha is above 0, its result
-    // differs from `mixed` by rounding only. So of these lanes, only those with alpha 0 and those
-    // with a colour close to a rounding step have to be computed again.
-    const VXp_FourRounded rounded(mixed);
-    return bits & VXp_LaneBits(nothing | rounded.color_is_near);
+    VXp_ByteMix mixed = VXp_MixByAlpha(quads, w);
+    const VXp_PointInts nothing = mixed.channel[0] < 0.5f;
+    VXp_PointWords pixels = nothing ? VXp_PointWords{} : FinishedLanes(mixed);
+    if (VXp_AnyLane(alike)) {
+      pixels = alike ? FinishedLanes(VXp_MixAlike(quads, w.fractions)) : pixels;
+    }
+    VXp_StoreLanes(out, 0, w.whole ? quads.p00 : pixels);
   }
 };
 
@@ -81,7 +69,7 @@ struct SingleRule {
 
 [[gnu::flatten]] void VXp_SinglePoints(const VX_SampPB& record, const VX_Fixed* x,
                                        const VX_Fixed* y, int32_t count, VX_Pixel8* out) {
-  VXp_MixPointsByFour<SingleRule>(VXp_Origin<VX_Pixel8>(*record.src), x, y, count, out);
+  VXp_MixPoints<SingleRule>(VXp_Origin<VX_Pixel8>(*record.src), x, y, count, out);
 }
 
 VX_Err VX_SubpixelSampleNoClip_Straight_SSE2(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,

@@ -20,6 +20,16 @@ using VXp_SamplePointsFunc = VXp_SamplePointsCall<Pixel>*;
 template <class Pixel>
 VXp_SamplePointsCall<Pixel> VXp_StraightPoints;
 
+// Samples a span: `count` positions in steps of one pixel from (x, y) on. All neighbours must be in
+// the world.
+template <class Pixel>
+using VXp_SampleSpanCall = void(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, int32_t count,
+                                Pixel* out);
+
+// Gives the results of the built-in span sampler of the set.
+template <class Pixel>
+VXp_SampleSpanCall<Pixel> VXp_StraightSpan;
+
 // Returns the function with the results of the set's unclipped sampler: VXp_StraightPoints or, if
 // that slot holds the SSE2 sampler, VXp_SinglePoints. Returns null if a slot of the set or the slot
 // that computes weights was replaced; the operation must then call the slots for every pixel. Call
@@ -37,29 +47,15 @@ class VXp_Origin {
  public:
   explicit VXp_Origin(const VX_LayerDef& src)
       : VXp_Origin(static_cast<const char*>(src.data), src.rowbytes) {}
-  VXp_Origin(const char* first, ptrdiff_t rowbytes) : first_(first), rowbytes_(rowbytes) {}
+  VXp_Origin(const char* first, int32_t rowbytes) : first_(first), rowbytes_(rowbytes) {}
 
   const char* Upper(VX_Fixed x, VX_Fixed y) const {
-    return first_ + (y >> 16) * rowbytes_ + (x >> 16) * static_cast<ptrdiff_t>(sizeof(Pixel));
+    return first_ + static_cast<ptrdiff_t>(y >> 16) * rowbytes_ +
+           (x >> 16) * static_cast<ptrdiff_t>(sizeof(Pixel));
   }
-  const char* Lower(const char* upper) const { return upper + rowbytes_; }
-  ptrdiff_t rowbytes() const { return rowbytes_; }
+  int32_t rowbytes() const { return rowbytes_; }
 
  private:
   const char* first_;
-  ptrdiff_t rowbytes_;
+  int32_t rowbytes_;
 };
-
-// Stores the samples at `count` positions. `mix(quad, fx, fy)` mixes four neighbours and returns
-// the raw pixel.
-template <class Pixel, class Mixing>
-void VXp_MixPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y, int32_t count,
-                   Pixel* out, const Mixing& mix) {
-  const VXp_Origin<Pixel> origin(*record.src);
-  const int32_t rowbytes = record.src->rowbytes;
-  for (ptrdiff_t i = 0; i < count; ++i) {
-    const auto quad = VXp_Unclipped::Four<Pixel>(origin.Upper(x[i], y[i]), rowbytes);
-    VXp_Store(out + i, mix(quad, static_cast<uint32_t>(x[i]) & 0xFFFF,
-                           static_cast<uint32_t>(y[i]) & 0xFFFF));
-  }
-}

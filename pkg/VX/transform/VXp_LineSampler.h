@@ -217,12 +217,12 @@ class VXp_LineSampler {
     }
   }
 
-  // Stores positions on one axis in groups of four. The last group may exceed `count`, and its
-  // extra positions may wrap.
+  // Stores positions on one axis, whose sums may wrap.
   static void Positions(int64_t first, int64_t step, int32_t count, VX_Fixed* out) {
-    const auto by = static_cast<uint32_t>(step);
-    VXp_WordLanes at = static_cast<uint32_t>(first) + VXp_WordLanes{0, by, 2 * by, 3 * by};
-    for (int32_t k = 0; k < count; k += kVXp_Lanes, at += kVXp_Lanes * by) VXp_Store(out + k, at);
+    const auto start = static_cast<uint32_t>(first), by = static_cast<uint32_t>(step);
+    for (uint32_t k = 0; k < static_cast<uint32_t>(count); ++k) {
+      out[k] = static_cast<VX_Fixed>(start + k * by);
+    }
   }
 
   VXp_LineParts EachPixel(VX_SampleFunc<Pixel> sample, const VXp_Line& line, const VXp_Box& box,
@@ -241,8 +241,14 @@ class VXp_LineSampler {
     }
   }
 
-  // Samples a span in parts, so that the sampler's sum of alphas does not overflow.
+  // Samples a span; a replaced sampler in parts, so that its sum of alphas does not overflow.
   void Span(const VXp_Line& line, const VXp_Run& run, const VX_SampPB& record, Pixel* out) const {
+    if (run.Empty()) return;
+    if (UsesOwn()) {
+      VXp_StraightSpan<Pixel>(record, Fixed(line.X(run.first)), Fixed(line.y), run.end - run.first,
+                              out + run.first);
+      return;
+    }
     constexpr int32_t kMost = 32768;
     for (int32_t i = run.first, count = 0; i < run.end; i += count) {
       count = std::min(run.end - i, kMost);

@@ -39,7 +39,7 @@ struct VXp_LanesOf {
 template <class Value, int32_t count>
 using VXp_Lanes = typename VXp_LanesOf<Value, count>::Type;
 
-// The vectors of four lanes, for code that processes the four channels of one pixel or four points.
+// The vectors of four lanes, for code that processes the four channels of one pixel.
 inline constexpr int32_t kVXp_Lanes = 4;
 using VXp_IntLanes = VXp_Lanes<int32_t, 4>;
 using VXp_WordLanes = VXp_Lanes<uint32_t, 4>;

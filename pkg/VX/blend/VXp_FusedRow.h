@@ -18,7 +18,7 @@ VXp_Argb<L> VXp_AsStored(const VXp_Argb<L>& p) {
   if constexpr (L::kDepth == 32) {
     return p;
   } else {
-    constexpr int32_t kBits = L::kDepth == 8 ? 0xFF : 0xFFFF;
+    constexpr typename L::Element kBits = L::kDepth == 8 ? 0xFF : 0xFFFF;
     return {p.alpha & kBits, p.red & kBits, p.green & kBits, p.blue & kBits};
   }
 }
@@ -32,7 +32,7 @@ VXp_Argb<L> VXp_Selected(typename L::Ints condition, const VXp_Argb<L>& yes,
 
 template <template <class> class Mode, class Pixel>
 struct VXp_FusedRow {
-  using V = VXp_RowVariant<Pixel, false>;
+  using V = VXp_RowVariant<Pixel, false, Mode<VXp_PixelTraits<Pixel>>::kNeedsWords>;
   using L = typename V::L;
   using Lanes = typename L::Work;
   using Argb = VXp_Argb<L>;
@@ -45,8 +45,10 @@ struct VXp_FusedRow {
     const VXp_UnionFactors<L, Pixel> union_factors(mode.opacity, mask);
     const bool keep = mode.keepDstAlpha != 0;
     const int32_t done = VXp_ForGroups<L::kLanes>(count, [&](ptrdiff_t x) {
-      const Argb s = VXp_LoadGroup(src + x);
-      const Argb d = VXp_LoadGroup(dst + x);
+      VXp_PrefetchAhead<L::kLanes>(src + x);
+      VXp_PrefetchAhead<L::kLanes>(dst + x);
+      const Argb s = VXp_LoadAs<L>(src + x);
+      const Argb d = VXp_LoadAs<L>(dst + x);
       const Lanes w = factors.Apply(s.alpha, x);
       if constexpr (Piece::kStages == VXp_Stages::kBehind) {
         if (L::Any(w != Lanes{})) VXp_StoreGroup(dst + x, BlendOverBehind(s, w, keep, d));

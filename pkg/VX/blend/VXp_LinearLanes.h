@@ -164,7 +164,7 @@ inline VXp_IntLanes VXp_LinearizeFour(const VX_LinearBlendingTables& tables, VXp
 template <class Pixel, class L>
 void VXp_StoreWhere(typename L::Ints acts, VXp_Argb<L> p, Pixel* to) {
   if (L::Any(~acts)) {
-    const VXp_Argb<L> old = VXp_LoadGroup<L::kLanes>(to);
+    const VXp_Argb<L> old = VXp_LoadAs<L>(to);
     p = {acts ? p.alpha : old.alpha, acts ? p.red : old.red, acts ? p.green : old.green,
          acts ? p.blue : old.blue};
   }

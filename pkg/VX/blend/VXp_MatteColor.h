@@ -44,6 +44,6 @@ struct VXp_UnionFactors {
   // Returns the weights of the group that starts at x. `sa` contains the source alphas.
   Lanes Apply(Lanes sa, ptrdiff_t x) const {
     if (faded) sa = L::Mul(sa, opacity);
-    return mask != nullptr ? L::Mul(sa, VXp_LoadGroup(mask + x).alpha) : sa;
+    return mask != nullptr ? L::Mul(sa, VXp_LoadAs<L>(mask + x).alpha) : sa;
   }
 };

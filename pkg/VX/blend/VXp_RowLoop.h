@@ -5,7 +5,7 @@
 // The row loops: one for each mode, pixel type and encoding (stored or linear). A null mask is full
 // scale everywhere.
 //
-// A row is processed in groups of as many pixels as a vector has lanes. Their channels are loaded
+// A row is processed in groups of as many pixels as there are lanes. Their channels are loaded
 // into lanes (and converted to linear light in a linear loop), the weights are computed, the
 // arithmetic of the mode (its "piece") is applied, and the pixels are stored. If the mode does not
 // change pixels of weight 0, groups whose weights are all 0 are skipped. The last pixels of a row,
@@ -21,8 +21,8 @@
 #include "frame/VXp_Rows.h"
 
 // Defines the type in which pixels are blended, the loads and the stores, for a pixel type and an
-// encoding (stored or linear).
-template <class Pixel, bool linear>
+// encoding (stored or linear). `words` is kNeedsWords of the mode.
+template <class Pixel, bool linear, bool words>
 struct VXp_RowVariant {
   static constexpr bool kLinear = linear;
   using Light = VXp_LinearLight<Pixel>;
@@ -30,8 +30,9 @@ struct VXp_RowVariant {
   using T = VXp_PixelTraits<Working>;
   // Most of the time of a linear loop is spent on table entries, which do not become faster in
   // wider vectors.
-  static constexpr int32_t kLanes = linear ? 4 : kVXp_TargetLanes;
-  using L = VXp_LaneTraits<Working, kLanes>;
+  using L =
+      std::conditional_t<linear, VXp_LaneTraits<Working, 4>,
+                         std::conditional_t<words, VXp_LaneTraits<Pixel>, VXp_MostLanes<Pixel>>>;
   using Work = typename T::Work;
   using Lanes = typename L::Work;
   using Channel = VX_ChannelOf<Pixel>;
@@ -52,15 +53,17 @@ struct VXp_RowVariant {
     if constexpr (linear) {
       return VXp_LinearLanes<Pixel>::Load(from, *tables);
     } else {
-      return VXp_LoadGroup<kLanes>(from);
+      return VXp_LoadAs<L>(from);
     }
   }
 
   // Loads alpha only. This needs no table, because alpha is not encoded.
   static Lanes LoadAlpha(const Pixel* from) {
-    const auto alpha = VXp_LoadGroup<kLanes>(from).alpha;
-    if constexpr (linear) return VXp_LinearLanes<Pixel>::AlphaToWorking(alpha);
-    return alpha;
+    if constexpr (linear) {
+      return VXp_LinearLanes<Pixel>::AlphaToWorking(VXp_LoadGroup<4>(from).alpha);
+    } else {
+      return VXp_LoadAs<L>(from).alpha;
+    }
   }
 
   // Loads the destination for a source of weight w. In a linear loop, only alpha is loaded if the
@@ -111,6 +114,7 @@ struct VXp_WeightFactors {
   // Returns the weights of the group that starts at x. `w` contains their source alphas.
   Lanes Apply(Lanes w, ptrdiff_t x) const {
     constexpr bool kMaskFirst = order == VXp_WeightOrder::kMaskFirst;
+    if (mask != nullptr) VXp_PrefetchAhead<L::kLanes>(mask + x);
     if (kMaskFirst && mask != nullptr) w = L::Mul(w, V::LoadAlpha(mask + x));
     if (faded) w = L::Mul(w, opacity);
     if (!kMaskFirst && mask != nullptr) w = L::Mul(V::LoadAlpha(mask + x), w);
@@ -122,7 +126,7 @@ struct VXp_WeightFactors {
 template <template <class> class Mode, class Pixel, bool linear,
           VXp_WeightOrder order = VXp_WeightOrder::kMaskFirst>
 struct VXp_WeightedLoop {
-  using V = VXp_RowVariant<Pixel, linear>;
+  using V = VXp_RowVariant<Pixel, linear, Mode<VXp_PixelTraits<Pixel>>::kNeedsWords>;
   using L = typename V::L;
   using Lanes = typename L::Work;
   using Ints = typename L::Ints;
@@ -140,6 +144,8 @@ struct VXp_WeightedLoop {
     typename V::RoundTrip trip;
     const bool trips = trip.Serves(count);
     const int32_t done = VXp_ForGroups<L::kLanes>(count, [&](ptrdiff_t x) {
+      VXp_PrefetchAhead<L::kLanes>(src + x);
+      VXp_PrefetchAhead<L::kLanes>(dst + x);
       const Lanes w = factors.Apply(V::LoadAlpha(src + x), x);
       if (Piece::kRowSkipsZero && !L::Any(w != Lanes{})) return;
       if (!trips || !StepCovering(src + x, w, keep, tables, &trip, dst + x)) {
@@ -155,6 +161,12 @@ struct VXp_WeightedLoop {
  private:
   static void Step(const VXp_Argb<L>& s, Lanes w, bool keep, const VX_LinearBlendingTables* tables,
                    Pixel* dst) {
+    if constexpr (!V::kLinear) {
+      if (Piece::Replaces(w)) {
+        VXp_StoreGroup(dst, VXp_Argb<L>{w, s.red, s.green, s.blue});
+        return;
+      }
+    }
     VXp_Argb<L> d = V::template LoadUnder<Piece>(w, dst, tables);
     Ints acts = ~Ints{};
     if constexpr (Piece::kRowSkipsZero) {
@@ -280,7 +292,7 @@ void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, P
 // in every variant; opacity is ignored.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
-  using V = VXp_RowVariant<Pixel, linear>;
+  using V = VXp_RowVariant<Pixel, linear, true>;
   using Argb = VXp_Argb<typename V::T>;
   using Work = typename V::Work;
   using Piece = VXp_ModeMaskMix<typename V::T>;
@@ -306,7 +318,7 @@ struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
 // full scale, a random number is also generated from the seed.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeDissolve, Pixel, linear> {
-  using V = VXp_RowVariant<Pixel, linear>;
+  using V = VXp_RowVariant<Pixel, linear, true>;
   using T = typename V::T;
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;

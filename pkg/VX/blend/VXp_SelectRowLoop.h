@@ -42,20 +42,13 @@ constexpr std::array<VX_ScanFunc<Pixel>, 40> VXp_MakeRowLoops() {
 template <class Pixel, bool hasMask, bool linear>
 inline constexpr auto kVXp_RowLoops = VXp_MakeRowLoops<Pixel, hasMask, linear>();
 
-// Returns the vector variant of a mode's loop, or null if the mode has none for this processor.
-template <class Pixel, bool hasMask, bool linear>
-VX_ScanFunc<Pixel> VXp_VectorRowLoop(int32_t /*mode*/) {
-  return nullptr;
-}
-
 template <class Pixel, bool hasMask, bool linear>
 VX_Err VX_GetInnerBlendingFunc(int32_t mode, VX_InnerBlendingFunc<Pixel>* out) {
   constexpr const auto& kLoops = kVXp_RowLoops<Pixel, hasMask, linear>;
   const bool listed = mode >= -3 && mode <= 36;
-  const VX_ScanFunc<Pixel> plain = listed ? kLoops[static_cast<size_t>(mode + 3)] : nullptr;
-  if (plain == nullptr) return VXp_UnknownMode();
-  const VX_ScanFunc<Pixel> vector = VXp_VectorRowLoop<Pixel, hasMask, linear>(mode);
-  out->scan = vector != nullptr ? vector : plain;
+  const VX_ScanFunc<Pixel> scan = listed ? kLoops[static_cast<size_t>(mode + 3)] : nullptr;
+  if (scan == nullptr) return VXp_UnknownMode();
+  out->scan = scan;
   return VX_Ok;
 }
 

@@ -37,13 +37,16 @@ VXp_IntsLike<Floats> VXp_UnitAsByte(Floats value) {
 template <class PixelType, int32_t lanes = kVXp_TargetLanes>
 struct VXp_LaneTraits;
 
-template <class PixelType, int32_t lanes>
+// The members that are the same for all traits. A channel is computed as an Element; Ints are the
+// integers of its size.
+template <class PixelType, int32_t lanes,
+          class ElementType = typename VXp_PixelTraits<PixelType>::Work>
 struct VXp_LaneChannelTraits {
   using Pixel = PixelType;
   using Channel = VX_ChannelOf<PixelType>;
-  using Element = typename VXp_PixelTraits<PixelType>::Work;
+  using Element = ElementType;
   using Work = VXp_Lanes<Element, lanes>;
-  using Ints = VXp_Lanes<int32_t, lanes>;
+  using Ints = VXp_Lanes<std::conditional_t<sizeof(Element) == 2, int16_t, int32_t>, lanes>;
   using Words = VXp_Lanes<uint32_t, lanes>;
   using Floats = VXp_Lanes<float, lanes>;
   static constexpr int32_t kLanes = lanes;
@@ -90,9 +93,12 @@ struct VXp_LaneTraits<VX_Pixel8, lanes> : VXp_LaneChannelTraits<VX_Pixel8, lanes
     const Floats most = VXp_MinFloats(sum, VXp_Splat<Floats>(255.5f));
     return VXp_Truncated(VXp_MaxFloats(most, Floats{}));
   }
+  // The product of a and b is below 2^18, so the sum is exact. Its distance to the multiples of c
+  // is at least 1/2, which is more than the rounding errors of its product with 1 / c change.
   static Work Fraction(Work a, Work b, Work c) {
-    const Work divisor = c == 0 ? Work{} + 1 : c;
-    const Work quotient = VXp_Truncated(VXp_AsFloat(a) * VXp_AsFloat(b) / VXp_AsFloat(divisor));
+    Floats product = VXp_AsFloat(a) * VXp_AsFloat(b);
+    VXp_MoveFromZero(0.5f, product);
+    const Work quotient = VXp_Truncated(product * (1.0f / VXp_AsFloat(c)));
     return c == 0 ? Work{} : quotient;
   }
   // One instruction computes 9798 r + 19235 g: each lane of `rg` contains r and g as 16-bit halves.
@@ -104,6 +110,68 @@ struct VXp_LaneTraits<VX_Pixel8, lanes> : VXp_LaneChannelTraits<VX_Pixel8, lanes
   static Work LumaAsByte(Work luma) { return luma; }
   static Work Abs(Work a) { return Max(a, -a); }
 };
+
+// 8-bit pixels in lanes of 16 bits, so that a vector has twice as many pixels. For arithmetic whose
+// values, except the products of Mul, are -32768..32767 where they are used. No luminance: its
+// terms do not fit.
+template <int32_t lanes = 2 * kVXp_TargetLanes>
+struct VXp_ShortTraits : VXp_LaneChannelTraits<VX_Pixel8, lanes, int16_t> {
+  using Base = VXp_LaneChannelTraits<VX_Pixel8, lanes, int16_t>;
+  using Base::Inv, Base::Max, Base::Min;
+  using typename Base::Work;
+  using Halves = VXp_Lanes<uint16_t, lanes>;
+  using Words = VXp_Lanes<uint32_t, lanes / 2>;  // two lanes in each
+  using Floats = VXp_Lanes<float, lanes / 2>;
+
+  static Work Mul(Work a, Work b) {
+    return By255(reinterpret_cast<Halves>(a) * reinterpret_cast<Halves>(b));
+  }
+  // x + (y - x) t / 255 as one quotient. Where y is less than x, VXp_PixelTraits rounds the
+  // product, which is negative, in the other direction: 1 is added.
+  static Work Lerp(Work x, Work y, Work t) {
+    const auto product = [](Work a, Work b) {
+      return reinterpret_cast<Halves>(a) * reinterpret_cast<Halves>(b);
+    };
+    return By255(VXp_Incremented(product(x, Inv(t)) + product(y, t), y < x));
+  }
+  // The difference of a Lerp from |a| to 0, or from 0 to a.
+  static Work SignedMul(Work a, Work b) {
+    const Work from = Max(-a, Work{}), to = Max(a, Work{});
+    return Lerp(from, to, b) - from;
+  }
+  static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
+  // 255 n / a rounded to nearest, half up, at most 255; 255 if a is 0. Computes 255 min(n, a) / a,
+  // and 255 * 1 / 1 if a is 0. A sum of 2^23 and the quotient, rounded to nearest, has the integer
+  // in its low bits. A quotient that is not half of an odd integer is at least 1/510 away from it.
+  // Therefore the factor can be increased by 2^-20 of its value, so that halves are rounded up.
+  static Work Div(Work n, Work a) {
+    const Work divisor = Max(a, Work{} + 1);
+    const Work limited = Min(Max(n, divisor - a), divisor);
+    const auto words = reinterpret_cast<Words>(limited),
+               divisors = reinterpret_cast<Words>(divisor);
+    return reinterpret_cast<Work>(VXp_JoinedLow(Quotient(words & 0xFFFFu, divisors & 0xFFFFu),
+                                                Quotient(words >> 16, divisors >> 16)));
+  }
+  static Work Abs(Work a) { return Max(a, -a); }
+
+ private:
+  // Returns t / 255 rounded to nearest. With u = t + 128, the result (u + (u >> 8)) >> 8 is the
+  // upper half of 257 u.
+  static Work By255(Halves t) {
+    return reinterpret_cast<Work>(VXp_MulHigh(t + uint16_t{128}, Halves{} + uint16_t{257}));
+  }
+  static Words Quotient(Words n, Words a) {
+    using Signed = VXp_Lanes<int32_t, lanes / 2>;
+    const Floats scale = 255.0f * (1.0f + 0x1p-20f) / VXp_AsFloat(reinterpret_cast<Signed>(a));
+    return reinterpret_cast<Words>(
+        VXp_MulAdd(VXp_AsFloat(reinterpret_cast<Signed>(n)), scale, Floats{} + 0x1p23f));
+  }
+};
+
+// The traits with the most lanes in a vector.
+template <class Pixel>
+using VXp_MostLanes =
+    std::conditional_t<std::is_same_v<Pixel, VX_Pixel8>, VXp_ShortTraits<>, VXp_LaneTraits<Pixel>>;
 
 template <int32_t lanes>
 struct VXp_LaneTraits<VX_Pixel16, lanes> : VXp_LaneChannelTraits<VX_Pixel16, lanes> {
@@ -133,12 +201,11 @@ struct VXp_LaneTraits<VX_Pixel16, lanes> : VXp_LaneChannelTraits<VX_Pixel16, lan
     const Doubles sum = __builtin_convertvector(v, Doubles) * scale + (0.5 + 0x1p-18);
     return n >= a ? Full() : __builtin_convertvector(sum, Work);
   }
+  // As at 8 bits; the product is below 2^34.
   static Work Fraction(Work a, Work b, Work c) {
-    // Products are below 2^34, so truncating their quotients in double gives the exact result.
-    const Work divisor = c == 0 ? Work{} + 1 : c;
-    const Doubles product =
-        __builtin_convertvector(a, Doubles) * __builtin_convertvector(b, Doubles);
-    const Doubles quotient = product / __builtin_convertvector(divisor, Doubles);
+    Doubles product = __builtin_convertvector(a, Doubles) * __builtin_convertvector(b, Doubles);
+    VXp_MoveFromZero(0.5, product);
+    const Doubles quotient = product * (1.0 / __builtin_convertvector(c, Doubles));
     return c == 0 ? Work{} : __builtin_convertvector(quotient, Work);
   }
   static Work Luma(Work r, Work g, Work b) {

@@ -69,7 +69,8 @@ VXp_IntsLike<Floats> VXp_Truncated(Floats v) {
 // Sets all lanes to one value. (Adding the value to zero lanes would lose the sign of -0.)
 template <class Vector, class Value>
 Vector VXp_Splat(Value value) {
-  return value - Vector{};
+  using Lane = std::remove_cvref_t<decltype(Vector{}[0])>;
+  return static_cast<Lane>(value) - Vector{};
 }
 
 // Returns the products a * b in 32-bit lanes, modulo 2^32.
@@ -205,6 +206,57 @@ Floats VXp_MulAdd(Floats a, Floats b, Floats c) {
   return a * b + c;
 }
 
+// Adds 1 to the lanes for which a condition is true.
+template <class Vector, class Ints>
+Vector VXp_Incremented(Vector v, Ints condition) {
+#ifdef __AVX512BW__
+  return condition ? v + 1 : v;  // one instruction, because conditions are masks
+#else
+  return v - reinterpret_cast<Vector>(condition);  // true is -1
+#endif
+}
+
+// Adds an amount to floats or doubles that are not negative, and subtracts it from the others. (GCC
+// computes `?:` one lane at a time if a vector is wider than a register.)
+template <class Real, class Reals>
+void VXp_MoveFromZero(Real amount, Reals& values) {
+  using Word = std::conditional_t<sizeof(Real) == 8, uint64_t, uint32_t>;
+  using Words = VXp_Lanes<Word, sizeof(Reals) / sizeof(Real)>;
+  constexpr Word kSign = Word{1} << (8 * sizeof(Real) - 1);
+  values += reinterpret_cast<Reals>(reinterpret_cast<Words>(Reals{} + amount) |
+                                    (reinterpret_cast<Words>(values) & kSign));
+}
+
+// Returns `low` in the even lanes of 16 bits and `high` in the odd ones.
+template <class Words>
+Words VXp_AlternateHalves(Words low, Words high) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Words) == 64) {
+    return reinterpret_cast<Words>(_mm512_mask_blend_epi16(
+        0xAAAAAAAA, reinterpret_cast<__m512i>(low), reinterpret_cast<__m512i>(high)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Words) == 32) {
+    return reinterpret_cast<Words>(
+        _mm256_blend_epi16(reinterpret_cast<__m256i>(low), reinterpret_cast<__m256i>(high), 0xAA));
+  }
+#endif
+  return (low & 0xFFFFu) | (high & 0xFFFF0000u);
+}
+
+// Joins the low or the high halves of two words: that of the first is the low half of the result.
+template <class Words>
+Words VXp_JoinedLow(Words first, Words second) {
+  if constexpr (kVXp_TargetLanes > 4) return VXp_AlternateHalves(first, second << 16);
+  return (first & 0xFFFFu) | second << 16;
+}
+template <class Words>
+Words VXp_JoinedHigh(Words first, Words second) {
+  if constexpr (kVXp_TargetLanes > 4) return VXp_AlternateHalves(first >> 16, second);
+  return first >> 16 | (second & 0xFFFF0000u);
+}
+
 // Returns the products of the low 16 bits of each lane, which are unsigned. Combined from the lower
 // and upper halves of the products: this is not slower than an instruction for 32-bit products.
 template <class Vector>
@@ -274,6 +326,32 @@ VXp_Lanes<uint8_t, sizeof(Halves)> VXp_PackedBytes(Halves a, Halves b) {
   return packed;
 }
 
+// Returns whether a condition, of lanes of 16 or 32 bits, is true in any lane.
+template <class Ints>
+bool VXp_AnyLane(Ints condition) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Ints) == 64 && sizeof(condition[0]) == 2) {
+    return _mm512_movepi16_mask(reinterpret_cast<__m512i>(condition)) != 0;
+  } else if constexpr (sizeof(Ints) == 64) {
+    return _mm512_movepi32_mask(reinterpret_cast<__m512i>(condition)) != 0;
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Ints) == 32) {
+    return _mm256_movemask_epi8(reinterpret_cast<__m256i>(condition)) != 0;
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (sizeof(Ints) == 16) {
+    return _mm_movemask_epi8(reinterpret_cast<__m128i>(condition)) != 0;
+  }
+#endif
+  const auto words = reinterpret_cast<VXp_IntsLike<Ints>>(condition);
+  int32_t any = 0;
+  for (int32_t i = 0; i < kVXp_LaneCount<Ints>; ++i) any |= words[i];
+  return any != 0;
+}
+
 // Loads a 32-bit word at base + size * index for each lane.
 template <int32_t size, class Ints>
 Ints VXp_Gathered(const void* base, Ints index) {
@@ -320,12 +398,6 @@ unsigned VXp_LaneBits(Ints condition) {
   unsigned bits = 0;
   for (int32_t i = 0; i < kVXp_LaneCount<Ints>; ++i) bits |= (condition[i] & 1u) << i;
   return bits;
-}
-
-// Returns whether a condition is true in any lane.
-template <class Ints>
-bool VXp_AnyLane(Ints condition) {
-  return VXp_LaneBits(condition) != 0;
 }
 
 // --- shuffles ------------------------------------------------------------------------------------

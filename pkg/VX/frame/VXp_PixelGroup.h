@@ -46,6 +46,34 @@ void VXp_StoreGroup(VX_Pixel8* p, const VXp_Argb<VXp_LaneTraits<VX_Pixel8, lanes
                  (v.alpha & 0xFF) | (v.red & 0xFF) << 8 | (v.green & 0xFF) << 16 | v.blue << 24);
 }
 
+// Two vectors of 8-bit pixels in lanes of 16 bits: the pixels of the first vector are in the even
+// lanes, those of the second in the odd ones.
+template <int32_t lanes = 2 * kVXp_TargetLanes>
+VXp_Argb<VXp_ShortTraits<lanes>> VXp_LoadShorts(const VX_Pixel8* p) {
+  using L = VXp_ShortTraits<lanes>;
+  using Words = typename L::Words;
+  using Halves = typename L::Halves;
+  const auto first = VXp_LoadLanes<Words>(p, 0), second = VXp_LoadLanes<Words>(p, 1);
+  const auto joined = [](Halves even, Halves odd) {
+    const auto a = reinterpret_cast<Words>(even), b = reinterpret_cast<Words>(odd);
+    return std::pair{reinterpret_cast<typename L::Work>(VXp_JoinedLow(a, b)),
+                     reinterpret_cast<typename L::Work>(VXp_JoinedHigh(a, b))};
+  };
+  const auto low = [](Words v) { return reinterpret_cast<Halves>(v) & uint16_t{0xFF}; };
+  const auto high = [](Words v) { return reinterpret_cast<Halves>(v) >> 8; };
+  const auto [alpha, green] = joined(low(first), low(second));
+  const auto [red, blue] = joined(high(first), high(second));
+  return {alpha, red, green, blue};
+}
+template <int32_t lanes>
+void VXp_StoreGroup(VX_Pixel8* p, const VXp_Argb<VXp_ShortTraits<lanes>>& v) {
+  using Words = typename VXp_ShortTraits<lanes>::Words;
+  const auto ar = reinterpret_cast<Words>((v.alpha & 0xFF) | v.red << 8);
+  const auto gb = reinterpret_cast<Words>((v.green & 0xFF) | v.blue << 8);
+  VXp_StoreLanes(p, 0, VXp_JoinedLow(ar, gb));
+  VXp_StoreLanes(p, 1, VXp_JoinedHigh(ar, gb));
+}
+
 // A 16-bit pixel is two 32-bit words: alpha and red, then green and blue.
 template <int32_t lanes = kVXp_TargetLanes>
 VXp_GroupOf<VX_Pixel16, lanes> VXp_LoadGroup(const VX_Pixel16* p) {
@@ -90,6 +118,30 @@ void VXp_StoreGroup(VX_PixelFloat* p, const VXp_Argb<VXp_LaneTraits<VX_PixelFloa
   VXp_StoreLanes(p, 1, turned.red);
   VXp_StoreLanes(p, 2, turned.green);
   VXp_StoreLanes(p, 3, turned.blue);
+}
+
+// Loads a group for the traits L.
+template <class L>
+VXp_Argb<L> VXp_LoadAs(const typename L::Pixel* p) {
+  if constexpr (std::is_same_v<L, VXp_ShortTraits<L::kLanes>>) {
+    return VXp_LoadShorts<L::kLanes>(p);
+  } else {
+    return VXp_LoadGroup<L::kLanes>(p);
+  }
+}
+
+// Prefetches a later group of a row, 1024 bytes ahead, 2048 for float pixels. Hardware prefetch
+// alone is not enough: the body of a loop is so long that the processor does not reach the next
+// loads before it waits for those of this group. Any address is allowed, so the end of the row is
+// not tested.
+template <int32_t lanes, class Pixel>
+void VXp_PrefetchAhead(const Pixel* group) {
+  constexpr ptrdiff_t kLine = 64, kBytes = lanes * ptrdiff_t{sizeof(Pixel)};
+  constexpr uintptr_t kAhead = sizeof(Pixel) == sizeof(VX_PixelFloat) ? 2048 : 1024;
+  const uintptr_t at = reinterpret_cast<uintptr_t>(group) + kAhead;
+  for (ptrdiff_t i = 0; i < kBytes; i += kLine) {
+    __builtin_prefetch(reinterpret_cast<const void*>(at + static_cast<uintptr_t>(i)));
+  }
 }
 
 // Calls step(x) for the first pixel of each whole group of a row. Returns the number of processed

@@ -49,6 +49,7 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
   static constexpr VXp_Stages kStages = VXp_Stages::kKeepAlpha;
+  static bool Replaces(Work w) { return !T::Any(w != T::kFull); }
   static bool Covers(Work w, Work da) { return !T::Any((w != T::kFull) & (da != Work{})); }
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {

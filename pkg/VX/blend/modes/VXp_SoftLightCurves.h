@@ -97,6 +97,18 @@ struct VXp_SoftLightCurves<VXp_LaneTraits<VX_Pixel8, lanes>> {
 };
 
 template <int32_t lanes>
+struct VXp_SoftLightCurves<VXp_ShortTraits<lanes>> {
+  using Work = VXp_Lanes<int16_t, lanes>;
+  using Ints = VXp_Lanes<int32_t, lanes / 2>;
+  static Work UpOrDown(Work up, Work m) {
+    const auto at = reinterpret_cast<Ints>((m & 0xFF) - up * 256);
+    const uint8_t* const curves = vxp_soft_light::kCurves8.data();
+    const Ints low = VXp_Gathered<1>(curves, at & 0xFFFF), high = VXp_Gathered<1>(curves, at >> 16);
+    return reinterpret_cast<Work>((low & 0xFF) | (high & 0xFF) << 16);
+  }
+};
+
+template <int32_t lanes>
 struct VXp_SoftLightCurves<VXp_LaneTraits<VX_Pixel16, lanes>> {
   using Ints = VXp_Lanes<int32_t, lanes>;
   static Ints UpOrDown(Ints up, Ints m) {

@@ -129,7 +129,7 @@ class BandedBlur {
         reach_(Reach(spec, spec.radius_y)),
         reached_(src.height == 0 || dst.width == 0 ? Rows{dst.origin_y, dst.origin_y}
                                                    : source_.Grown(reach_).Within(RowsOf(dst))),
-        band_(std::max(kBetweenBytes / RowBytes() - 2 * reach_, 2 * reach_)),
+        band_(std::max(BetweenBytes(spec) / RowBytes() - 2 * reach_, 2 * reach_)),
         joined_(progress, Steps()) {}
 
   void Run() {
@@ -139,7 +139,11 @@ class BandedBlur {
   }
 
  private:
-  static constexpr int64_t kBetweenBytes = 16 << 20;
+  // For a Gaussian, the size of a second-level cache. Sums of a float box depend on the first row
+  // of the band, because they run down the columns: the bands of boxes must remain as they are.
+  static int64_t BetweenBytes(const VX_BlurSpec& spec) {
+    return spec.kind == VX_BlurKind_Gaussian ? 2 << 20 : 16 << 20;
+  }
 
   int64_t RowBytes() const { return std::max(dst_.width, 1) * int64_t{sizeof(Pixel)}; }
   Rows Seen(const Rows& rows) const { return rows.Grown(reach_).Within(source_); }

@@ -4,89 +4,58 @@
 // The Gaussian pass over worlds.
 //
 // Each line is processed in segments. Scratch holds one segment and the positions on both sides
-// that its windows reach, whatever the length of the line. In scratch, the pixels of all lines of a
-// tile at one position are adjacent, followed by those at the next position; positions outside of
-// the source are zero. With this layout, the same loop over blocks of channels sums single rows and
-// tiles of columns. Sums are computed for a few positions at a time and converted to pixels while
-// they are in the first-level cache.
+// that its windows reach, whatever the length of the line. It has a plane for each channel. In a
+// plane, the values of all lines of a tile at one position are adjacent, followed by those at the
+// next position; positions outside of the source are zero. With this layout, the same loop over
+// blocks of values sums single rows and tiles of columns. Sums are computed for a few positions at
+// a time and converted to pixels, one in each lane, while they are in the first-level cache.
 //
 //   premultiplied  each channel is the quotient of VXp_GaussianQuotient
 //   straight       alpha is that quotient; colours are c_sum / alpha_sum, see VXp_Unmultiplied
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <limits>
 
 #include "VX/VX_Blur.h"
 #include "filters/VXp_BlurLanes.h"
 #include "filters/VXp_GaussianSums.h"
-#include "frame/VXp_Cpu.h"
 #include "frame/VXp_Dispatch.h"
 
 namespace {
 
-// A pixel in scratch: four widened channels, alpha first.
+// The values of one channel in scratch.
 template <class Pixel>
-struct Widened {
-  using Channel = VXp_WidenedSample<VX_ChannelOf<Pixel>>;
-  using Raw = VXp_RawPixel<Pixel>;
-  static constexpr uint64_t kBias = 0x8000800080008000u;
-  static constexpr Channel kZero = sizeof(Pixel) == sizeof(VX_Pixel16) ? INT16_MIN : 0;
+struct Plane {
+  using Value = VXp_WidenedSample<VX_ChannelOf<Pixel>>;
+  using Work = typename VXp_LaneTraits<Pixel>::Work;
+  static constexpr int32_t kBias = sizeof(Pixel) == sizeof(VX_Pixel16) ? 32768 : 0;
+  static constexpr Value kZero = static_cast<Value>(-kBias);
 
-  static void Put(char* to, Raw pixel) {
+  static void Put(Value* to, Work channel) {
     if constexpr (kVXp_FloatPixel<Pixel>) {
-      const double channels[4] = {pixel[0], pixel[1], pixel[2], pixel[3]};
-      VXp_Store(to, channels);
-    } else if constexpr (sizeof(Pixel) == sizeof(VX_Pixel16)) {
-      VXp_Store(to, pixel ^ kBias);
+      VXp_StoreDoubles(to, VXp_Widened(channel));
     } else {
-#ifdef __SSE2__
-      const __m128i bytes = _mm_cvtsi32_si128(static_cast<int32_t>(pixel));
-      const __m128i words = _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
-      VXp_Store(to, _mm_cvtsi128_si64(words));
-#else
-      VXp_Store(to, VXp_Packed16(VXp_Ints(pixel)));
-#endif
+      VXp_Store(to, __builtin_convertvector(channel - kBias, Values));
     }
   }
-  static Raw Get(const Channel* from) {
+  static Work Get(const Value* from) {
     if constexpr (kVXp_FloatPixel<Pixel>) {
-      return VXp_Singles(
-          VXp_DoubleLanes{VXp_Load<VXp_DoublePair>(from), VXp_Load<VXp_DoublePair>(from + 2)});
-    } else if constexpr (sizeof(Pixel) == sizeof(VX_Pixel16)) {
-      return VXp_Load<uint64_t>(from) ^ kBias;
+      return VXp_Narrowed<Work>(VXp_LoadDoubles(from));
     } else {
-#ifdef __SSE2__
-      const __m128i words = _mm_cvtsi64_si128(VXp_Load<int64_t>(from));
-      return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
-#else
-      return VXp_Packed8(VXp_Ints(VXp_Load<uint64_t>(from)));
-#endif
+      return __builtin_convertvector(VXp_Load<Values>(from), Work) + kBias;
     }
   }
+
+ private:
+  using Values = VXp_Lanes<Value, kVXp_TargetLanes>;
 };
-
-// Returns the blurred pixel for the sums of a window. `here` is the source pixel at its centre.
-template <class Pixel, bool kStraight>
-VXp_RawPixel<Pixel> BlurredPixel(const VXp_DoubleLanes& sums,
-                                 const VXp_GaussianQuotient<VX_ChannelOf<Pixel>>& quotient,
-                                 bool blurs_alpha, VXp_RawPixel<Pixel> here) {
-  if (quotient.total == 0) return VXp_RawPixel<Pixel>{};
-  if constexpr (!kStraight) {
-    const VXp_DoubleLanes means = {quotient(sums.first), quotient(sums.second)};
-    if constexpr (kVXp_FloatPixel<Pixel>) return VXp_Singles(means);
-    if constexpr (!kVXp_FloatPixel<Pixel>) return VXp_Packed<Pixel>(VXp_Truncated(means));
-  } else {
-    const double alpha =
-        blurs_alpha ? sums.Alpha() : static_cast<double>(VXp_AlphaOf(here)) * quotient.total;
-    return VXp_StraightPixel<Pixel>(sums, alpha, quotient(sums.Alpha()));
-  }
-}
 
 template <class Pixel>
 class GaussianPass {
  public:
-  explicit GaussianPass(VX_Blur1DState& state)
-      : state_(state), weights_(state.radius), mask_(state.flags) {
+  explicit GaussianPass(VX_Blur1DState& state) : state_(state), weights_(state.radius) {
     // The largest distance between a window's centre and a source pixel, for windows that overlap
     // the source. Taps at larger distances are always zero.
     const int64_t last = state.offset + state.dst.length - 1;
@@ -100,122 +69,224 @@ class GaussianPass {
                    ? length
                    : std::clamp(2 * margin_, std::min(kFewestPositions, length), length);
     VXp_ChooseTile(state, sizeof(Pixel), kTileBytes, Positions() * kPositionBytes);
-    if (sizeof(Pixel) == sizeof(VX_Pixel8) && !VXp_HasSSE2()) weights_.MakeProducts(taps_);
+    plane_ = static_cast<ptrdiff_t>((Positions() * state.tile + 2 * kSlack - 1) / kSlack * kSlack);
+    sums_are_wide_ = weights_.total() * std::numeric_limits<Sample>::max() >= kVXp_AlphaInDouble;
   }
 
   void Run() {
-    constexpr int64_t slack = kBlock * static_cast<int64_t>(sizeof(Channel));
-    const VXp_BlurScratch scratch(
-        1, sees_source_ ? Positions() * state_.tile * kPositionBytes + slack : 0);
+    const VXp_BlurScratch scratch(1, sees_source_ ? plane_ * kPositionBytes : 0);
     VXp_BlurLines<Pixel>(state_, [&](int32_t thread, int64_t line, int32_t to, int32_t lines) {
-      auto* const row = reinterpret_cast<Channel*>(scratch.Row(thread, 0));
+      auto* const planes = reinterpret_cast<Value*>(scratch.Row(thread, 0));
       if (!sees_source_) {
         VXp_ZeroBlurLines(state_, to, lines, sizeof(Pixel));
       } else if (state_.dst_premultiplied) {
-        Lines<false>(row, line, to, lines);
+        Lines<false>(planes, line, to, lines);
       } else {
-        Lines<true>(row, line, to, lines);
+        Lines<true>(planes, line, to, lines);
       }
     });
   }
 
  private:
   using Sample = VX_ChannelOf<Pixel>;
-  using Work = Widened<Pixel>;
-  using Channel = typename Work::Channel;
-  using Raw = VXp_RawPixel<Pixel>;
+  using Channel = Plane<Pixel>;
+  using Value = typename Channel::Value;
+  using Sum = VXp_GaussianSum<Sample>;
+  using Group = VXp_GroupOf<Pixel>;
+  using Work = typename Channel::Work;
   using Quotient = VXp_GaussianQuotient<Sample>;
-  static constexpr ptrdiff_t kPositionBytes = 4 * sizeof(Channel);
-  static constexpr int32_t kBlock = kVXp_SumBlock<Channel>;
+  static constexpr int32_t kLanes = kVXp_TargetLanes;
+  static constexpr int32_t kChannels = 4;
+  static constexpr ptrdiff_t kPositionBytes = kChannels * sizeof(Value);
+  static constexpr int32_t kBlock = kVXp_SumBlock<Value>;
   static constexpr int32_t kTileBytes = 256;  // width of a tile: bytes of a row
   static constexpr int32_t kFewestPositions = 128;
-  static constexpr int32_t kChunk = kTileBytes;  // channels per position in the widest 8-bit tile
+  static constexpr int32_t kChunk = 64;  // pixels, at least those of a position in the widest tile
+  // Values after the last one of a plane: full blocks are read and whole groups written. The size
+  // of a plane is a multiple, so that all planes are aligned in the same way.
+  static constexpr int32_t kSlack = std::max(kBlock, kLanes);
 
   int64_t Positions() const { return int64_t{segment_} + 2 * margin_; }
 
   // Blurs a tile. Scratch begins `margin_` positions before the centre of the first window. After
   // each segment, the positions that the next one needs too are moved to the front.
   template <bool kStraight>
-  void Lines(Channel* row, int64_t line, int32_t to, int32_t lines) const {
-    const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
-    const ptrdiff_t kept = 2 * ptrdiff_t{margin_} * step;
-    Copy(line, lines, state_.offset - margin_, 2 * int64_t{margin_}, row);
+  void Lines(Value* planes, int64_t line, int32_t to, int32_t lines) const {
+    const ptrdiff_t kept = 2 * ptrdiff_t{margin_} * lines;
+    Copy(line, lines, state_.offset - margin_, 2 * int64_t{margin_}, planes);
     for (int64_t next = 0; next < state_.dst.length; next += segment_) {
       const auto done = static_cast<int32_t>(next);
       const int32_t count = std::min(segment_, state_.dst.length - done);
-      if (done > 0) std::copy_n(row + segment_ * step, kept, row);
-      Copy(line, lines, state_.offset + done + margin_, count, row + kept);
-      std::fill_n(row + kept + count * step, kBlock, Work::kZero);
-      Blur<kStraight>(row + margin_ * step, to, lines, done, count);
+      for (int32_t c = 0; c < kChannels && done > 0; ++c) {
+        Value* const plane = planes + c * plane_;
+        std::copy_n(plane + segment_ * ptrdiff_t{lines}, kept, plane);
+      }
+      Copy(line, lines, state_.offset + done + margin_, count, planes + kept);
+      Fill(planes + kept + count * ptrdiff_t{lines}, kBlock);
+      Blur<kStraight>(planes + margin_ * ptrdiff_t{lines}, to, lines, done, count);
     }
   }
 
+  // Sets `count` values of each plane to zero.
+  void Fill(Value* planes, ptrdiff_t count) const {
+    for (int32_t c = 0; c < kChannels; ++c) std::fill_n(planes + c * plane_, count, Channel::kZero);
+  }
+
   // Copies `count` positions of the source from `start` on, with zeros outside of the source.
-  void Copy(int64_t line, int32_t lines, int64_t start, int64_t count, Channel* out) const {
-    const ptrdiff_t step = 4 * static_cast<ptrdiff_t>(lines);
+  void Copy(int64_t line, int32_t lines, int64_t start, int64_t count, Value* planes) const {
     const int64_t end = start + count;
     const int64_t from = std::clamp<int64_t>(0, start, end);
     const int64_t to = std::clamp<int64_t>(state_.src.length, from, end);
-    std::fill(out, out + (from - start) * step, Work::kZero);
-    VXp_CopyLines<Pixel>(state_, line, lines, from, to,
-                         reinterpret_cast<char*>(out + (from - start) * step), kPositionBytes,
-                         [](char* at, Raw pixel) { Work::Put(at, pixel); });
-    std::fill(out + (to - start) * step, out + count * step, Work::kZero);
+    Value* const first = planes + (from - start) * lines;
+    Fill(planes, (from - start) * lines);
+    VXp_ForRuns<Pixel>(state_, line, lines, from, to,
+                       [&](const char* pixels, ptrdiff_t run, ptrdiff_t index) {
+                         for (ptrdiff_t i = 0; i < run; i += kLanes) {
+                           CopyGroup(pixels + i * ptrdiff_t{sizeof(Pixel)},
+                                     std::min<ptrdiff_t>(run - i, kLanes), first + index + i);
+                         }
+                       });
+    Fill(planes + (to - start) * lines, (end - to) * lines);
+  }
+
+  // Copies up to kLanes pixels; always stores kLanes values.
+  void CopyGroup(const char* pixels, ptrdiff_t count, Value* planes) const {
+    Group group;
+    if (count == kLanes) {
+      group = VXp_LoadOrdered(reinterpret_cast<const Pixel*>(pixels));
+    } else {
+      Pixel some[kLanes]{};
+      std::memcpy(static_cast<void*>(some), pixels, static_cast<size_t>(count) * sizeof(Pixel));
+      group = VXp_LoadOrdered(some);
+    }
+    if (state_.Premultiplies()) VXp_PremultiplyGroup<Pixel>(state_.flags, group);
+    Channel::Put(planes, group.alpha);
+    Channel::Put(planes + plane_, group.red);
+    Channel::Put(planes + 2 * plane_, group.green);
+    Channel::Put(planes + 3 * plane_, group.blue);
   }
 
   // Blurs `count` positions of the destination, starting at `position`.
   template <bool kStraight>
-  void Blur(const Channel* here, int64_t to, int32_t lines, int32_t position, int32_t count) const {
-    alignas(16) double sums[kChunk + kBlock];
-    const VXp_Taps taps = weights_.Taps(taps_);
-    const int32_t step = 4 * lines;
-    const int32_t most = kChunk / step;
-    for (int32_t done = 0; done < count; done += most, here += most * step) {
-      const int32_t now = std::min(most, count - done);
-      for (int32_t j = 0; j < now * step; j += kBlock) {
-        VXp_GaussianSums<Sample>(here + j, step, taps, kBlock, sums + j);
+  void Blur(const Value* here, int64_t to, int32_t lines, int32_t position, int32_t count) const {
+    const bool holds = (state_.flags & VX_Blur_HoldLevel) != 0;
+    const Quotient whole(weights_.total());
+    const int32_t most = kChunk / lines;
+    for (int32_t done = 0; done < count;) {
+      int32_t now = std::min(most, count - done);
+      Quotient quotient = whole;
+      if (holds) {
+        const int64_t first = state_.offset + position + done;
+        const int64_t inside = weights_.Inside(first, state_.src.length);
+        const int64_t last = weights_.Inside(first + now - 1, state_.src.length);
+        if (std::min(inside, last) < weights_.total()) now = 1;
+        quotient = Quotient(inside);
       }
-      const int32_t first = position + done;
-      if ((state_.flags & VX_Blur_HoldLevel) == 0) {
-        Write<kStraight>(here, sums, Quotient(weights_.total()), to, lines, first, now);
-        continue;
+      Pixel pixels[kChunk + kLanes];
+      const Value* const first = here + ptrdiff_t{done} * lines;
+      if (quotient.total == 0) {
+        std::fill_n(pixels, now * lines, Pixel{});
+      } else if (sizeof(Pixel) == sizeof(VX_Pixel8) && weights_.total() < Quotient::kSmall) {
+        Convert<kStraight, sizeof(Pixel) == sizeof(VX_Pixel8)>(first, lines, now * lines, quotient,
+                                                               pixels);
+      } else {
+        Convert<kStraight, false>(first, lines, now * lines, quotient, pixels);
       }
-      for (int32_t i = 0; i < now; ++i) {
-        const Quotient quotient(weights_.Inside(state_.offset + first + i, state_.src.length));
-        Write<kStraight>(here + i * step, sums + i * step, quotient, to, lines, first + i, 1);
-      }
+      Store(pixels, to, lines, position + done, now);
+      done += now;
     }
   }
 
-  // Converts the sums of `count` positions, starting at `position`, to pixels.
-  template <bool kStraight>
-  void Write(const Channel* here, const double* sums, const Quotient quotient, int64_t to,
-             int32_t lines, int32_t position, int32_t count) const {
-    const bool blurs_alpha = (state_.flags & VX_Blur_Alpha) != 0;
-    char* out = state_.dst.Address(to, position);
-    const bool far = VXp_IsFar(state_.dst.stride);
-    for (int32_t i = 0; i < count; ++i, out += state_.dst.stride) {
-      char* pixel = out;
-      if (far) VXp_Prefetch(out, state_.dst.stride, lines * int32_t{sizeof(Pixel)});
-      for (int32_t l = 0; l < lines; ++l, here += 4, sums += 4) {
-        const Raw kept = Work::Get(here);
-        const VXp_DoubleLanes window = {VXp_Load<VXp_DoublePair>(sums),
-                                        VXp_Load<VXp_DoublePair>(sums + 2)};
-        const Raw blurred = BlurredPixel<Pixel, kStraight>(window, quotient, blurs_alpha, kept);
-        VXp_Store(pixel, mask_.Merge(blurred, kept));
-        pixel += state_.dst.line_stride;
+  // Computes `count` blurred pixels whose windows have the same weights inside of the source.
+  template <bool kStraight, bool kSmall>
+  void Convert(const Value* here, int32_t step, int32_t count, const Quotient& quotient,
+               Pixel* pixels) const {
+    alignas(64) Sum sums[kChannels][kChunk + kBlock];
+    const VXp_Taps taps = weights_.Taps(taps_);
+    for (int32_t c = 0; c < kChannels; ++c) {
+      for (int32_t j = 0; j < count; j += kBlock) {
+        VXp_GaussianSums<Sample>(here + c * plane_ + j, step, taps, kBlock, sums[c] + j);
       }
+    }
+    for (int32_t i = 0; i < count; i += kLanes) {
+      const auto sum = [&](int32_t c) { return SumsAt<kSmall>(sums[c] + i); };
+      const auto mean = [&](int32_t c) { return Mean<kSmall>(sums[c] + i, quotient); };
+      const auto kept = [&](int32_t c) { return Channel::Get(here + c * plane_ + i); };
+      Group group;
+      if constexpr (kStraight) {
+        const VXp_GroupDoubles alphas = Blurs(0) ? sum(0) : Alphas(kept(0), quotient.total);
+        const VXp_StraightColors<Pixel> color(alphas, sums_are_wide_);
+        group = {mean(0), color(sum(1)), color(sum(2)), color(sum(3))};
+        if constexpr (kVXp_FloatPixel<Pixel>) group.alpha = color.Alpha(group.alpha);
+      } else {
+        group = {mean(0), mean(1), mean(2), mean(3)};
+      }
+      if (!Blurs(0)) group.alpha = kept(0);
+      if (!Blurs(1)) group.red = kept(1);
+      if (!Blurs(2)) group.green = kept(2);
+      if (!Blurs(3)) group.blue = kept(3);
+      VXp_StoreOrdered(pixels + i, group);
+    }
+  }
+
+  template <bool kSmall>
+  static VXp_GroupDoubles SumsAt(const Sum* sums) {
+    if constexpr (std::is_same_v<Sum, double>) {
+      return VXp_LoadDoubles(sums);
+    } else {
+      using Sums = std::conditional_t<kSmall, int32_t, Sum>;  // signed numbers convert faster
+      return VXp_Widened(VXp_Load<VXp_Lanes<Sums, kLanes>>(sums));
+    }
+  }
+
+  // Returns the means for premultiplied output and for alpha.
+  template <bool kSmall>
+  static Work Mean(const Sum* sums, const Quotient& quotient) {
+    if constexpr (kSmall) {
+      return VXp_Truncated((VXp_AsFloat(VXp_Load<Work>(sums)) + quotient.single_added) *
+                           quotient.single_factor);
+    } else {
+      return VXp_Narrowed<Work>(VXp_ForHalves(quotient, SumsAt<false>(sums)));
+    }
+  }
+
+  // Returns the sums of windows with the alpha of their centres everywhere.
+  static VXp_GroupDoubles Alphas(Work centres, double total) {
+    return VXp_ForHalves([total](auto alphas) { return alphas * total; }, VXp_Widened(centres));
+  }
+
+  bool Blurs(int32_t channel) const { return (state_.flags >> channel & 1) != 0; }
+
+  // Stores the pixels of `count` positions of the destination.
+  void Store(const Pixel* pixels, int64_t to, int32_t lines, int32_t position,
+             int32_t count) const {
+    const VXp_BlurSide& dst = state_.dst;
+    char* out = dst.Address(to, position);
+    if (lines == 1 && dst.stride == ptrdiff_t{sizeof(Pixel)}) {
+      std::memcpy(out, pixels, static_cast<size_t>(count) * sizeof(Pixel));
+      return;
+    }
+    const bool far = VXp_IsFar(dst.stride);
+    const auto bytes = static_cast<size_t>(lines) * sizeof(Pixel);
+    for (int32_t i = 0; i < count; ++i, out += dst.stride, pixels += lines) {
+      if (far) VXp_Prefetch(out, dst.stride, static_cast<int32_t>(bytes));
+      if (dst.line_stride == ptrdiff_t{sizeof(Pixel)}) {
+        std::memcpy(out, pixels, bytes);
+        continue;
+      }
+      for (int32_t l = 0; l < lines; ++l) VXp_Store(out + l * dst.line_stride, pixels[l]);
     }
   }
 
   VX_Blur1DState& state_;
   VXp_GaussianWeights weights_;
-  VXp_ChannelMask<Pixel> mask_;
   int32_t taps_;     // the largest distance that is summed: the radius, or less if no
                      // window overlaps the source at that distance
   int32_t margin_;   // positions before and after a segment; even, see VXp_GaussianSums
   int32_t segment_;  // number of destination positions in a segment
+  ptrdiff_t plane_;  // values from a plane of scratch to the next
   bool sees_source_;
+  bool sums_are_wide_;  // see VXp_StraightColors
 };
 
 }  // namespace

@@ -11,7 +11,7 @@
 
 #include "VX/VX_Blur.h"
 #include "filters/VXp_Blur1DState.h"
-#include "frame/VXp_LaneTraits.h"
+#include "frame/VXp_PixelGroup.h"
 #include "frame/VXp_Rows.h"
 #include "indep/VXp_ChannelLanes.h"
 
@@ -210,4 +210,172 @@ void VXp_CopyLines(const VX_Blur1DState& state, int64_t line, int32_t lines, int
   const VXp_BlurPremul<Pixel> premul(state.flags);
   VXp_GatherLines<Pixel>(state, line, lines, from, to, out, step,
                          [&](char* at, VXp_RawPixel<Pixel> p) { store(at, premul(p)); });
+}
+
+// --- groups of pixels, one per lane --------------------------------------------------------------
+
+// One double for each pixel of a group.
+struct VXp_GroupDoubles {
+  VXp_TargetDoubles low, high;
+};
+template <class Operation, class... Numbers>
+VXp_GroupDoubles VXp_ForHalves(const Operation& operation, const Numbers&... numbers) {
+  return {operation(numbers.low...), operation(numbers.high...)};
+}
+
+inline VXp_GroupDoubles VXp_LoadDoubles(const double* from) {
+  return {VXp_Load<VXp_TargetDoubles>(from),
+          VXp_Load<VXp_TargetDoubles>(from + kVXp_TargetDoubles)};
+}
+inline void VXp_StoreDoubles(double* to, const VXp_GroupDoubles& v) {
+  VXp_Store(to, v.low);
+  VXp_Store(to + kVXp_TargetDoubles, v.high);
+}
+template <class Work>
+VXp_GroupDoubles VXp_Widened(Work v) {
+  if constexpr (std::is_same_v<Work, VXp_Lanes<uint32_t, kVXp_TargetLanes>>) {
+    return {__builtin_convertvector(VXp_HalfOf<0>(v), VXp_TargetDoubles),
+            __builtin_convertvector(VXp_HalfOf<1>(v), VXp_TargetDoubles)};
+  } else {
+    return {VXp_ToDoubles(VXp_HalfOf<0>(v)), VXp_ToDoubles(VXp_HalfOf<1>(v))};
+  }
+}
+
+// Truncates to integers or rounds to floats: the elements of Work.
+template <class Work>
+Work VXp_Narrowed(const VXp_GroupDoubles& v) {
+  using Half = VXp_Lanes<std::remove_cvref_t<decltype(Work{}[0])>, kVXp_TargetDoubles>;
+  return VXp_Joined(__builtin_convertvector(v.low, Half), __builtin_convertvector(v.high, Half));
+}
+
+// Multiplies colours that are blurred by alpha, like VXp_BlurPremul.
+template <class Pixel>
+void VXp_PremultiplyGroup(int32_t flags, VXp_GroupOf<Pixel>& pixels) {
+  using Traits = VXp_LaneTraits<Pixel>;
+  using Work = typename Traits::Work;
+  const auto multiply = [&](Work& color, int32_t flag) {
+    if ((flags & flag) == 0) return;
+    color = Traits::Mul(color, pixels.alpha);
+    if constexpr (kVXp_FloatPixel<Pixel>) color = pixels.alpha == 0.0f ? Work{} : color;
+  };
+  multiply(pixels.red, VX_Blur_Red);
+  multiply(pixels.green, VX_Blur_Green);
+  multiply(pixels.blue, VX_Blur_Blue);
+}
+
+// Groups in the order of the row: VXp_LoadGroup and VXp_StoreGroup change the order of lanes.
+template <class Pixel>
+VXp_GroupOf<Pixel> VXp_LoadOrdered(const Pixel* pixels) {
+  constexpr int32_t kParts = sizeof(Pixel) / 4;
+  const auto v = VXp_LoadGroup(pixels);
+  return {VXp_Unsectioned<kParts>(v.alpha), VXp_Unsectioned<kParts>(v.red),
+          VXp_Unsectioned<kParts>(v.green), VXp_Unsectioned<kParts>(v.blue)};
+}
+template <class Pixel>
+void VXp_StoreOrdered(Pixel* pixels, const VXp_GroupOf<Pixel>& v) {
+  constexpr int32_t kParts = sizeof(Pixel) / 4;
+  VXp_StoreGroup<kVXp_TargetLanes>(pixels,
+                                   {VXp_Sectioned<kParts>(v.alpha), VXp_Sectioned<kParts>(v.red),
+                                    VXp_Sectioned<kParts>(v.green), VXp_Sectioned<kParts>(v.blue)});
+}
+
+// The colours of straight pixels, see VXp_Unmultiplied and VXp_StraightPixel, for one channel at a
+// time. With full the full scale of the depth, the product of VXp_Unmultiplied is computed as
+// c * (full / a) + (a / 2 + 1/4) / a. `wide`: the sums of alpha may be kVXp_AlphaInDouble or
+// larger; integer depths only.
+template <class Pixel>
+class VXp_StraightColors {
+ public:
+  using Work = typename VXp_LaneTraits<Pixel>::Work;
+
+  VXp_StraightColors(const VXp_GroupDoubles& alphas, bool wide) : alphas_(alphas), wide_(wide) {
+    if constexpr (!kVXp_FloatPixel<Pixel>) {
+      constexpr double kFull = VXp_PixelTraits<Pixel>::kFull;
+      const auto inverse = [](auto a) { return a == 0.0 ? VXp_TargetDoubles{} : 1.0 / a; };
+      const auto half = [](auto a, auto i) { return (a * 0.5 + 0.25) * i; };
+      factors_ = VXp_ForHalves(inverse, alphas);
+      added_ = VXp_ForHalves(half, alphas, factors_);
+      factors_ = VXp_ForHalves([](auto i) { return i * kFull; }, factors_);
+    }
+  }
+
+  // Returns the means of alpha, but +0 if the sum is 0.
+  Work Alpha(Work means) const {
+    const auto zero = [](auto mean, auto a) { return a == 0.0 ? VXp_TargetDoubles{} : mean; };
+    return VXp_Narrowed<Work>(VXp_ForHalves(zero, VXp_Widened(means), alphas_));
+  }
+
+  // Returns the colours for the sums of a channel.
+  Work operator()(const VXp_GroupDoubles& sums) const {
+    if constexpr (kVXp_FloatPixel<Pixel>) {
+      const auto quotient = [](auto sum, auto a) {
+        return a == 0.0 ? VXp_TargetDoubles{} : sum / a;
+      };
+      return VXp_Narrowed<Work>(VXp_ForHalves(quotient, sums, alphas_));
+    } else {
+      if (wide_) [[unlikely]]
+        return Wide(sums);
+      constexpr double kFull = VXp_PixelTraits<Pixel>::kFull;
+      const auto quotient = [](auto sum, auto factor, auto added) {
+        return VXp_MinDoubles(VXp_MulAddDoubles(sum, factor, added), VXp_TargetDoubles{} + kFull);
+      };
+      return VXp_Narrowed<Work>(VXp_ForHalves(quotient, sums, factors_, added_));
+    }
+  }
+
+ private:
+  [[gnu::noinline]] Work Wide(const VXp_GroupDoubles& sums) const {
+    constexpr int64_t kFull = VXp_PixelTraits<Pixel>::kFull;
+    double all[kVXp_TargetLanes], alphas[kVXp_TargetLanes];
+    VXp_StoreDoubles(all, sums);
+    VXp_StoreDoubles(alphas, alphas_);
+    Work colors{};
+    for (int32_t i = 0; i < kVXp_TargetLanes; ++i) {
+      const auto a = static_cast<int64_t>(alphas[i]);
+      const auto rounded = static_cast<int64_t>(all[i]) * kFull + a / 2;
+      if (a != 0) colors[i] = static_cast<int32_t>(std::min(rounded / a, kFull));
+    }
+    return colors;
+  }
+
+  VXp_GroupDoubles alphas_, factors_, added_;
+  bool wide_;
+};
+
+// Calls `run(pixels, count, index)` for the pixels at the positions from..to - 1 of `lines` lines
+// of the source, in the order of scratch: all lines at one position, then all lines at the next
+// one. The pixels of a run are adjacent; `index` is the number of pixels before them.
+template <class Pixel, class Run>
+void VXp_ForRuns(const VX_Blur1DState& state, int64_t line, int32_t lines, int64_t from, int64_t to,
+                 const Run& run) {
+  constexpr int32_t kMost = kVXp_WidestTile / static_cast<int32_t>(sizeof(Pixel));
+  const VXp_BlurSide& src = state.src;
+  const char* position = src.Address(line, from);
+  if (lines == 1 && src.stride == ptrdiff_t{sizeof(Pixel)}) {
+    return run(position, static_cast<ptrdiff_t>(to - from), ptrdiff_t{0});
+  }
+  const bool far = VXp_IsFar(src.stride);
+  const bool adjacent = src.line_stride == ptrdiff_t{sizeof(Pixel)} && lines >= kVXp_TargetLanes;
+  char gathered[kMost * sizeof(Pixel)];
+  int32_t held = 0;
+  ptrdiff_t index = 0;
+  const auto flush = [&] {
+    if (held > 0) run(gathered, ptrdiff_t{held}, index);
+    index += held;
+    held = 0;
+  };
+  for (int64_t p = from; p < to; ++p, position += src.stride) {
+    if (far) VXp_Prefetch(position, src.stride, lines * static_cast<int32_t>(sizeof(Pixel)));
+    if (adjacent) {
+      run(position, ptrdiff_t{lines}, index);
+      index += lines;
+      continue;
+    }
+    if (held + lines > kMost) flush();
+    const char* pixel = position;
+    for (int32_t i = 0; i < lines; ++i, pixel += src.line_stride) {
+      std::memcpy(gathered + held++ * ptrdiff_t{sizeof(Pixel)}, pixel, sizeof(Pixel));
+    }
+  }
+  flush();
 }

@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t kCheck = kVXp_PackageWord | 0x51;
 constexpr int32_t kMemoryForBlurring = 10;  // entry of the string table
-constexpr int64_t kAlignment = 16;
+constexpr int64_t kAlignment = 64;
 
 struct Wanted {
   int64_t bytes;

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-// One buffer whose address is a multiple of 16. It is allocated through U_PurgeLoop, so that the
+// One buffer whose address is a multiple of 64. It is allocated through U_PurgeLoop, so that the
 // host can free memory if it is short. The buffer is included in the host's memory accounting until
 // it is freed.
 class VX_BlurScratchRow {

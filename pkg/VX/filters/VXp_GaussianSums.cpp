@@ -14,7 +14,6 @@
 namespace {
 
 constexpr int32_t kWeightArray = 14;  // entry of the string table
-constexpr int32_t kBytes = 256;       // number of 8-bit values
 
 }  // namespace
 
@@ -37,18 +36,7 @@ VXp_GaussianWeights::VXp_GaussianWeights(float radius)
 // The products of 128 distances fit 32 bits: 257 weights of at most 255 times samples of at most
 // 32768 are below 2^31.
 VXp_Taps VXp_GaussianWeights::Taps(int32_t count) const {
-  return {words_, count, words_[0] + 2 * Before(count), /*at_once=*/128, products_};
-}
-
-void VXp_GaussianWeights::MakeProducts(int32_t count) {
-  const int64_t rows = int64_t{count} + 1;
-  products_memory_.Allocate(rows * kBytes * int64_t{sizeof(uint16_t)}, kWeightArray);
-  products_ = reinterpret_cast<uint16_t*>(products_memory_.data());
-  for (int64_t i = 0; i < rows; ++i) {
-    for (int32_t v = 0; v < kBytes; ++v) {
-      products_[i * kBytes + v] = static_cast<uint16_t>(words_[i] * v);
-    }
-  }
+  return {words_, count, words_[0] + 2 * Before(count), /*at_once=*/128};
 }
 
 int64_t VXp_GaussianWeights::Between(int64_t low, int64_t high) const {
@@ -68,7 +56,8 @@ namespace {
 // Computes sums for any depth in double, in which products and sums of the integers are exact. The
 // number of sums is kSize, or `size` if kSize is 0.
 template <class Sample, int32_t kSize, class Stored>
-void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size, double* sums) {
+void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
+               VXp_GaussianSum<Sample>* sums) {
   constexpr bool kBiased = std::is_same_v<Sample, uint16_t> && std::is_same_v<Stored, int16_t>;
   const auto value = [](Stored v) {
     if constexpr (kBiased) return static_cast<double>(v) + 32768;
@@ -83,104 +72,114 @@ void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t si
     const double weight = taps.weights[t];
     for (int32_t j = 0; j < n; ++j) sum[j] += (value(after[j]) + value(before[j])) * weight;
   }
-  std::copy_n(sum, n, sums);
+  for (int32_t j = 0; j < n; ++j) sums[j] = static_cast<VXp_GaussianSum<Sample>>(sum[j]);
 }
 
-// Computes sums of bytes with the table of products. 32 bits are enough: the sums are below 2^32
-// even at full scale with the largest weights.
-void ProductSums(const int16_t* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
-  constexpr int32_t kBlock = kVXp_SumBlock<int16_t>;
-  uint32_t sum[kBlock];
-  for (int32_t j = 0; j < kBlock; ++j) sum[j] = taps.products[c[j]];
-  for (int32_t t = 1; t <= taps.count; ++t) {
-    const uint16_t* const row = taps.products + ptrdiff_t{t} * kBytes;
-    const int16_t* const after = c + t * step;
-    const int16_t* const before = c - t * step;
-    for (int32_t j = 0; j < kBlock; ++j) sum[j] += uint32_t{row[after[j]]} + row[before[j]];
-  }
-  for (int32_t j = 0; j < kBlock; ++j) sums[j] = sum[j];
-}
-
-#ifdef __SSE2__
-
-// A block of integers is four registers of eight 16-bit words; its products are eight registers of
+// A vector contains kWords 16-bit words; the products of a block are twice as many vectors of
 // 32-bit numbers. 16-bit samples are converted to signed words by subtracting 32768.
-constexpr int32_t kRegisters = 4;
+constexpr int32_t kWords = 2 * kVXp_TargetLanes;
+using Words = VXp_Lanes<int16_t, kWords>;
+using Ints = VXp_Lanes<int32_t, kVXp_TargetLanes>;
 
-__m128i Words(const int16_t* c, int32_t i) { return VXp_Load<__m128i>(c + 8 * i); }
-__m128i Words(const uint8_t* c, int32_t i) {
-  const __m128i bytes = _mm_cvtsi64_si128(VXp_Load<int64_t>(c + 8 * i));
-  return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
-}
-__m128i Words(const uint16_t* c, int32_t i) {
-  return _mm_xor_si128(VXp_Load<__m128i>(c + 8 * i), _mm_set1_epi16(INT16_MIN));
+Words WordsAt(const int16_t* c) { return VXp_Load<Words>(c); }
+Words WordsAt(const uint8_t* c) { return VXp_ToWords(VXp_Load<VXp_Lanes<uint8_t, kWords>>(c)); }
+Words WordsAt(const uint16_t* c) { return VXp_Load<Words>(c) ^ INT16_MIN; }
+
+// Returns `count` of the values whose products are `low` (four of each section of eight values) and
+// `high` (the others), from value `first` on.
+template <int32_t first, size_t... i>
+auto InOrder(Ints low, Ints high, std::index_sequence<i...>) {
+  constexpr auto kLane = [](int32_t value) {
+    return value / 8 * 4 + value % 4 + (value % 8 < 4 ? 0 : kVXp_TargetLanes);
+  };
+  return __builtin_shufflevector(low, high, kLane(first + static_cast<int32_t>(i))...);
 }
 
+// The products of a block of kVectors vectors.
+template <int32_t kVectors>
 struct Products {
   // Adds x * wx + y * wy, where `pair` contains wx in the low and wy in the high half of each 32
   // bits.
-  void Add(int32_t i, __m128i x, __m128i y, __m128i pair) {
-    low[i] = _mm_add_epi32(low[i], _mm_madd_epi16(_mm_unpacklo_epi16(x, y), pair));
-    high[i] = _mm_add_epi32(high[i], _mm_madd_epi16(_mm_unpackhi_epi16(x, y), pair));
+  void Add(int32_t i, Words x, Words y, Ints pair) {
+    const auto weights = reinterpret_cast<Words>(pair);
+    low[i] += reinterpret_cast<Ints>(VXp_MulAdjacent(VXp_Interleaved<0>(x, y), weights));
+    high[i] += reinterpret_cast<Ints>(VXp_MulAdjacent(VXp_Interleaved<1>(x, y), weights));
   }
   // Stores the products, added to `bias` in the first call for a block and to `sums` in later
   // calls.
-  void Store(bool first, double bias, double* sums) const {
-    const __m128d base = _mm_set1_pd(bias);
-    for (int32_t i = 0; i < kRegisters; ++i) {
-      for (const __m128i* const part : {&low[i], &high[i]}) {
-        const __m128d a = _mm_cvtepi32_pd(*part);
-        const __m128d b = _mm_cvtepi32_pd(_mm_unpackhi_epi64(*part, *part));
-        _mm_storeu_pd(sums, _mm_add_pd(first ? base : _mm_loadu_pd(sums), a));
-        _mm_storeu_pd(sums + 2, _mm_add_pd(first ? base : _mm_loadu_pd(sums + 2), b));
-        sums += 4;
+  template <class Sum>
+  void Store(bool first, Sum bias, Sum* sums) const {
+    constexpr int32_t kSums = sizeof(VXp_TargetDoubles) / sizeof(Sum);
+    const auto store = [&](int32_t i, auto part) {
+      using Sums = VXp_Lanes<Sum, kSums>;
+      constexpr int32_t kFirst = decltype(part)::value * kSums;
+      if (kFirst >= kWords) return;
+      Sum* const to = sums + i * kWords + kFirst;
+      const Sums base = first ? Sums{} + bias : VXp_Load<Sums>(to);
+      const auto ints =
+          InOrder<kFirst % kWords>(low[i], high[i], std::make_index_sequence<kSums>());
+      if constexpr (std::is_same_v<Sum, double>) {
+        VXp_Store(to, base + VXp_ToDoubles(ints));
+      } else {
+        VXp_Store(to, base + reinterpret_cast<Sums>(ints));
       }
+    };
+    for (int32_t i = 0; i < kVectors; ++i) {
+      store(i, std::integral_constant<int32_t, 0>{});
+      store(i, std::integral_constant<int32_t, 1>{});
+      store(i, std::integral_constant<int32_t, 2>{});
+      store(i, std::integral_constant<int32_t, 3>{});
     }
   }
 
-  __m128i low[kRegisters] = {};
-  __m128i high[kRegisters] = {};
+  Ints low[kVectors] = {};
+  Ints high[kVectors] = {};
 };
 
 // Adds the products of the distances from..to - 1. The sum of two bytes fits a word, so for bytes
 // two distances are multiplied at once. Widened bytes are read at one more distance if the number
 // of distances is odd, see VXp_GaussianSums.
-template <class Sample, class Stored>
+template <class Sample, class Stored, int32_t kVectors>
 [[gnu::always_inline]] inline void AddTaps(const Stored* c, ptrdiff_t step, const int16_t* weights,
-                                           int32_t from, int32_t to, Products& products) {
+                                           int32_t from, int32_t to, Products<kVectors>& products) {
   int32_t t = from;
   if constexpr (sizeof(Sample) == 1) {
     constexpr int32_t kSingle = std::is_same_v<Stored, int16_t> ? 0 : 1;
     for (; t < to - kSingle; t += 2) {
-      const __m128i pair = _mm_set1_epi32(VXp_Load<int32_t>(weights + t));
+      const Ints pair = Ints{} + VXp_Load<int32_t>(weights + t);
       const Stored* const after = c + t * step;
       const Stored* const before = c - t * step;
-      for (int32_t i = 0; i < kRegisters; ++i) {
-        const __m128i x = _mm_add_epi16(Words(after, i), Words(before, i));
-        const __m128i y = _mm_add_epi16(Words(after + step, i), Words(before - step, i));
-        products.Add(i, x, y, pair);
+      for (int32_t i = 0; i < kVectors * kWords; i += kWords) {
+        const Words x = WordsAt(after + i) + WordsAt(before + i);
+        const Words y = WordsAt(after + step + i) + WordsAt(before - step + i);
+        products.Add(i / kWords, x, y, pair);
       }
     }
     if (kSingle == 0) return;
   }
   for (; t < to; ++t) {
-    const __m128i pair = _mm_set1_epi16(weights[t]);
+    const auto pair = reinterpret_cast<Ints>(Words{} + weights[t]);
     const Stored* const after = c + t * step;
     const Stored* const before = c - t * step;
-    for (int32_t i = 0; i < kRegisters; ++i) {
-      products.Add(i, Words(after, i), Words(before, i), pair);
+    for (int32_t i = 0; i < kVectors * kWords; i += kWords) {
+      products.Add(i / kWords, WordsAt(after + i), WordsAt(before + i), pair);
     }
   }
 }
 
 template <class Sample, class Stored>
-void BlockSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
-  const double bias = sizeof(Sample) == 2 ? static_cast<double>(taps.total * 32768) : 0.0;
+void BlockSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps,
+               VXp_GaussianSum<Sample>* sums) {
+  constexpr int32_t kVectors = kVXp_SumBlock<Stored> / kWords;
+  const auto bias = static_cast<VXp_GaussianSum<Sample>>(
+      std::is_same_v<Sample, uint16_t> ? taps.total * 32768 : 0);
   for (int32_t from = 1; from == 1 || from <= taps.count; from += taps.at_once) {
-    Products products;
+    Products<kVectors> products;
     if (from == 1) {
-      const __m128i pair = _mm_set1_epi32(taps.weights[0]);
-      for (int32_t i = 0; i < kRegisters; ++i) products.Add(i, Words(c, i), Words(c, i), pair);
+      const Ints pair = Ints{} + int32_t{taps.weights[0]};
+      for (int32_t i = 0; i < kVectors; ++i) {
+        products.Add(i, WordsAt(c + i * kWords), Words{}, pair);
+      }
     }
     const int32_t to = std::min(from + taps.at_once, taps.count + 1);
     AddTaps<Sample>(c, step, taps.weights, from, to, products);
@@ -194,43 +193,40 @@ void BlockSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, double* su
 
 // Sums a block of doubles, with the additions in the same order as in PlainSums.
 void DoubleSums(const double* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
-  constexpr int32_t kPairs = kVXp_SumBlock<double> / 2;
-  const auto pair = [](const double* from, int32_t i) {
-    return VXp_Load<VXp_DoublePair>(from + 2 * i);
+  constexpr int32_t kVectors = kVXp_SumBlock<double> / kVXp_TargetDoubles;
+  const auto values = [](const double* from, int32_t i) {
+    return VXp_Load<VXp_TargetDoubles>(from + kVXp_TargetDoubles * i);
   };
-  VXp_DoublePair sum[kPairs];
-  for (int32_t i = 0; i < kPairs; ++i) sum[i] = pair(c, i) * static_cast<double>(taps.weights[0]);
+  VXp_TargetDoubles sum[kVectors];
+  for (int32_t i = 0; i < kVectors; ++i) {
+    sum[i] = values(c, i) * static_cast<double>(taps.weights[0]);
+  }
   for (int32_t t = 1; t <= taps.count; ++t) {
     const double* const after = c + t * step;
     const double* const before = c - t * step;
     const double weight = taps.weights[t];
-    for (int32_t i = 0; i < kPairs; ++i) sum[i] += (pair(after, i) + pair(before, i)) * weight;
+    for (int32_t i = 0; i < kVectors; ++i) {
+      sum[i] += (values(after, i) + values(before, i)) * weight;
+    }
   }
-  for (int32_t i = 0; i < kPairs; ++i) VXp_Store(sums + 2 * i, sum[i]);
+  for (int32_t i = 0; i < kVectors; ++i) VXp_Store(sums + kVXp_TargetDoubles * i, sum[i]);
 }
-
-#endif
 
 }  // namespace
 
 template <class Sample, class Stored>
 void VXp_GaussianSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
-                      double* sums) {
-  if constexpr (std::is_same_v<Sample, uint8_t> && std::is_same_v<Stored, int16_t>) {
-    if (taps.products != nullptr) return ProductSums(c, step, taps, sums);
-  }
+                      VXp_GaussianSum<Sample>* sums) {
   constexpr int32_t kBlock = kVXp_SumBlock<Stored>;
   if (size != kBlock) return PlainSums<Sample, 0>(c, step, taps, size, sums);
-#ifdef __SSE2__
   if constexpr (std::is_same_v<Stored, double>) return DoubleSums(c, step, taps, sums);
   if constexpr (std::is_integral_v<Sample>) return BlockSums<Sample>(c, step, taps, sums);
-#endif
   PlainSums<Sample, kBlock>(c, step, taps, size, sums);
 }
 
 #define VX_SUMS(Sample, Stored)                                                             \
   template void VXp_GaussianSums<Sample, Stored>(const Stored*, ptrdiff_t, const VXp_Taps&, \
-                                                 int32_t, double*);
+                                                 int32_t, VXp_GaussianSum<Sample>*);
 VX_SUMS(uint8_t, int16_t)
 VX_SUMS(uint8_t, uint8_t)
 VX_SUMS(uint16_t, int16_t)

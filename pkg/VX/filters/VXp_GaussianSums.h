@@ -13,19 +13,19 @@
 // Integer sums are exact and below 2^53. Float sums are computed in double in this order, the two
 // values of a weight first, so that a mirrored line has mirrored sums.
 
+#include <algorithm>
 #include <cstdint>
 #include <type_traits>
 
 #include "filters/VXp_BlurScratch.h"
-#include "indep/VXp_ChannelLanes.h"
+#include "frame/VXp_Lanes.h"
 
 // One side of a symmetric window.
 struct VXp_Taps {
-  const int16_t* weights;    // w[0] to w[count]
-  int32_t count;             // largest distance that is summed
-  int64_t total;             // w[0] + 2 (w[1] + ... + w[count])
-  int32_t at_once;           // number of distances whose products fit 32 bits together; even
-  const uint16_t* products;  // null, or w[i] v at index 256 i + v, for bytes v
+  const int16_t* weights;  // w[0] to w[count]
+  int32_t count;           // largest distance that is summed
+  int64_t total;           // w[0] + 2 (w[1] + ... + w[count])
+  int32_t at_once;         // number of distances whose products fit 32 bits together; even
 };
 
 // The widened type of a Sample in scratch, which makes sums faster: int16_t for bytes, int16_t for
@@ -34,15 +34,21 @@ struct VXp_Taps {
 template <class Sample>
 using VXp_WidenedSample = std::conditional_t<std::is_same_v<Sample, float>, double, int16_t>;
 
+// The sums of bytes fit 32 bits for any window.
+template <class Sample>
+using VXp_GaussianSum = std::conditional_t<std::is_same_v<Sample, uint8_t>, uint32_t, double>;
+
 // Number of values in a full block, which is summed faster than other counts.
 template <class Stored>
-inline constexpr int32_t kVXp_SumBlock = std::is_same_v<Stored, double> ? 16 : 32;
+inline constexpr int32_t kVXp_SumBlock = std::is_floating_point_v<Stored>
+                                             ? std::min(8 * kVXp_TargetDoubles, 32)
+                                             : std::min(16 * kVXp_TargetDoubles, 64);
 
 // Computes sums[0..size). Reads `size` values at each of the distances -count..count. If `count` is
 // odd, widened bytes are read at one more distance, where the values or the weight must be 0.
 template <class Sample, class Stored>
 void VXp_GaussianSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
-                      double* sums);
+                      VXp_GaussianSum<Sample>* sums);
 
 // Divides a sum by the weights of its window.
 //
@@ -50,15 +56,21 @@ void VXp_GaussianSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int
 //             total, whose error could make it smaller by less than 1 / (2 total). So 1/2 is added
 //             to the sum: this compensates for the error if the quotient is an integer. Any other
 //             quotient is at least 1 / total below the next integer and is not affected.
+//             For bytes and a total below kSmall the same formula is exact in single precision:
+//             the sum plus `added` is below 2^23, and the rounding errors are below 256 / 2^23.
 //   float     sum / total
 template <class Sample>
 struct VXp_GaussianQuotient {
   explicit VXp_GaussianQuotient(int64_t weights)
       : total(static_cast<double>(weights)),
         factor(weights == 0 ? 0.0 : 1.0 / total),
-        added(static_cast<double>(weights / 2) + 0.5) {}
+        added(static_cast<double>(weights / 2) + 0.5),
+        single_factor(weights == 0 ? 0.0f : 1.0f / static_cast<float>(weights)),
+        single_added(static_cast<float>(added)) {}
 
-  // Returns the quotient before truncation. Number is double or VXp_DoublePair.
+  static constexpr int64_t kSmall = 1 << 14;
+
+  // Returns the quotient before truncation. Number is double or a vector of doubles.
   template <class Number>
   Number operator()(Number sum) const {
     if constexpr (std::is_same_v<Sample, float>) {
@@ -69,6 +81,7 @@ struct VXp_GaussianQuotient {
   }
 
   double total, factor, added;
+  float single_factor, single_added;
 };
 
 // The weights of the blurs of worlds: w[0] = 255 and w[i] = trunc(255 VXp_GaussianValue(i / (radius
@@ -90,19 +103,14 @@ class VXp_GaussianWeights {
   // centre `q`.
   int64_t Inside(int64_t q, int64_t length) const;
 
-  // Computes the table of products, for processors without SSE2, where multiplying bytes is slower
-  // than reading a table. Throws the allocator's error.
-  void MakeProducts(int32_t count);
-
  private:
   // Returns w[1] + ... + w[i].
   int64_t Before(int64_t i) const { return i <= 0 ? 0 : sums_[i]; }
   // Returns the sum of the weights at the distances low..high on one side.
   int64_t Between(int64_t low, int64_t high) const;
 
-  VX_BlurScratchRow memory_, products_memory_;
+  VX_BlurScratchRow memory_;
   int32_t radius_;
   int32_t* sums_;
   int16_t* words_;
-  uint16_t* products_ = nullptr;
 };

@@ -39,6 +39,10 @@ struct VXp_LanesOf {
 template <class Value, int32_t count>
 using VXp_Lanes = typename VXp_LanesOf<Value, count>::Type;
 
+// A vector of doubles has half as many lanes.
+inline constexpr int32_t kVXp_TargetDoubles = kVXp_TargetLanes / 2;
+using VXp_TargetDoubles = VXp_Lanes<double, kVXp_TargetDoubles>;
+
 // The vectors of four lanes, for code that processes the four channels of one pixel.
 inline constexpr int32_t kVXp_Lanes = 4;
 using VXp_IntLanes = VXp_Lanes<int32_t, 4>;
@@ -257,6 +261,61 @@ Words VXp_JoinedHigh(Words first, Words second) {
   return first >> 16 | (second & 0xFFFF0000u);
 }
 
+// VXp_MinFloats and VXp_MulAdd for vectors of doubles of the target.
+inline VXp_TargetDoubles VXp_MinDoubles(VXp_TargetDoubles a, VXp_TargetDoubles b) {
+#if defined(__AVX512BW__)
+  return _mm512_maskz_min_pd(0xFF, a, b);
+#elif defined(__AVX2__)
+  return _mm256_min_pd(a, b);
+#elif defined(__SSE2__)
+  return _mm_min_pd(a, b);
+#else
+  return a < b ? a : b;
+#endif
+}
+inline VXp_TargetDoubles VXp_MulAddDoubles(VXp_TargetDoubles a, VXp_TargetDoubles b,
+                                           VXp_TargetDoubles c) {
+#if defined(__AVX512BW__)
+  return _mm512_fmadd_pd(a, b, c);
+#elif defined(__AVX2__)
+  return _mm256_fmadd_pd(a, b, c);
+#else
+  return a * b + c;
+#endif
+}
+
+// Converts to vectors of the target with wider lanes. For __builtin_convertvector, GCC converts the
+// two halves and joins them.
+inline VXp_TargetDoubles VXp_ToDoubles(VXp_Lanes<int32_t, kVXp_TargetDoubles> v) {
+#if defined(__AVX512BW__)
+  return _mm512_maskz_cvtepi32_pd(0xFF, reinterpret_cast<__m256i>(v));
+#elif defined(__AVX2__)
+  return _mm256_cvtepi32_pd(reinterpret_cast<__m128i>(v));
+#else
+  return __builtin_convertvector(v, VXp_TargetDoubles);
+#endif
+}
+inline VXp_TargetDoubles VXp_ToDoubles(VXp_Lanes<float, kVXp_TargetDoubles> v) {
+#if defined(__AVX512BW__)
+  return _mm512_maskz_cvtps_pd(0xFF, v);
+#elif defined(__AVX2__)
+  return _mm256_cvtps_pd(v);
+#else
+  return __builtin_convertvector(v, VXp_TargetDoubles);
+#endif
+}
+inline VXp_Lanes<int16_t, 2 * kVXp_TargetLanes> VXp_ToWords(
+    VXp_Lanes<uint8_t, 2 * kVXp_TargetLanes> v) {
+  using Words = VXp_Lanes<int16_t, 2 * kVXp_TargetLanes>;
+#if defined(__AVX512BW__)
+  return reinterpret_cast<Words>(_mm512_cvtepu8_epi16(reinterpret_cast<__m256i>(v)));
+#elif defined(__AVX2__)
+  return reinterpret_cast<Words>(_mm256_cvtepu8_epi16(reinterpret_cast<__m128i>(v)));
+#else
+  return __builtin_convertvector(v, Words);
+#endif
+}
+
 // Returns the products of the low 16 bits of each lane, which are unsigned. Combined from the lower
 // and upper halves of the products: this is not slower than an instruction for 32-bit products.
 template <class Vector>
@@ -448,4 +507,40 @@ Vector VXp_Unsectioned(Vector v) {
   using Ints = VXp_IntsLike<Vector>;
   return reinterpret_cast<Vector>(VXp_Unsectioned<parts>(
       reinterpret_cast<Ints>(v), std::make_index_sequence<kVXp_LaneCount<Vector>>()));
+}
+
+// The inverse of VXp_Unsectioned.
+template <int32_t parts, class Ints, size_t... i>
+Ints VXp_Sectioned(Ints v, std::index_sequence<i...>) {
+  constexpr size_t kWords = 4 / parts, kSpan = sizeof...(i) / parts;
+  return __builtin_shufflevector(
+      v, v, static_cast<int32_t>(i % 4 / kWords * kSpan + i / 4 * kWords + i % kWords)...);
+}
+template <int32_t parts, class Vector>
+Vector VXp_Sectioned(Vector v) {
+  using Ints = VXp_IntsLike<Vector>;
+  return reinterpret_cast<Vector>(VXp_Sectioned<parts>(
+      reinterpret_cast<Ints>(v), std::make_index_sequence<kVXp_LaneCount<Vector>>()));
+}
+
+// Interleaves the lower (half = 0) or the upper (half = 1) four lanes of 16 bits of each section of
+// 16 bytes: x, y, x, y, ...
+template <int32_t half, class Halves, size_t... i>
+Halves VXp_Interleaved(Halves x, Halves y, std::index_sequence<i...>) {
+  return __builtin_shufflevector(
+      x, y, static_cast<int32_t>(i / 8 * 8 + half * 4 + i % 8 / 2 + i % 2 * sizeof...(i))...);
+}
+template <int32_t half, class Halves>
+Halves VXp_Interleaved(Halves x, Halves y) {
+  return VXp_Interleaved<half>(x, y, std::make_index_sequence<sizeof(Halves) / 2>());
+}
+
+// Returns the lower (part = 0) or the upper (part = 1) half of the lanes.
+template <int32_t part, class Vector, size_t... i>
+auto VXp_HalfOf(Vector v, std::index_sequence<i...>) {
+  return __builtin_shufflevector(v, v, static_cast<int32_t>(part * sizeof...(i) + i)...);
+}
+template <int32_t part, class Vector>
+auto VXp_HalfOf(Vector v) {
+  return VXp_HalfOf<part>(v, std::make_index_sequence<sizeof(Vector) / sizeof(v[0]) / 2>());
 }

@@ -78,7 +78,7 @@ VX_Err VXp_CachedScanKernel(VX_Fixed radius, const VXp_ScanKernel** out);
 // Maximum number of adjacent lines that are processed together. The samples of that many columns
 // fill one or two cache lines in each row.
 template <class Sample>
-inline constexpr int32_t kVXp_ScanLines = sizeof(Sample) == 1 ? 64 : 32;
+inline constexpr int32_t kVXp_ScanLines = sizeof(Sample) <= 2 ? 64 : 32;
 
 // The samples of `lines` adjacent lines. They may be unaligned, because rows of buffers may start
 // at any byte.

@@ -219,7 +219,7 @@ class BoxScan {
 // (65 * 765 * 32768 < 2^31) and of 4096 distances of bytes fit 32 bits.
 template <class Sample>
 VXp_Taps TapsOf(const VXp_ScanKernel& kernel) {
-  return {kernel.Weights(), kernel.reach, kernel.sum, sizeof(Sample) == 1 ? 4096 : 32, nullptr};
+  return {kernel.Weights(), kernel.reach, kernel.sum, sizeof(Sample) == 1 ? 4096 : 32};
 }
 
 // Computes the means of `count` adjacent windows in blocks. If the last block is not full, it
@@ -232,7 +232,7 @@ void GaussianMeans(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int64_
   for (int64_t i = 0; i < count; i += kSums) {
     const int64_t at = std::max<int64_t>(std::min(i, count - kSums), 0);
     const auto size = static_cast<int32_t>(std::min<int64_t>(count, kSums));
-    double sums[kSums];
+    VXp_GaussianSum<Sample> sums[kSums];
     Sample samples[kSums];
     VXp_GaussianSums<Sample>(c + at, step, taps, size, sums);
     for (int32_t j = 0; j < size; ++j) {

@@ -24,7 +24,8 @@ void PrintMachine(const Options& options) {
     if (cache.type != "Instruction") std::printf(" L%d %d KiB", cache.level, cache.size / 1024);
   }
   if (!cpu.load_avg.empty()) std::printf("; load %.1f", cpu.load_avg[0]);
-  std::printf("; %d rounds%s\n", options.rounds, options.plain ? "; without vector routines" : "");
+  std::printf("; build for %s; %d rounds%s\n", VX_BuildLevel(), options.rounds,
+              options.plain ? "; without vector routines" : "");
 }
 
 bool RunSections(const Options& options) {

@@ -28,11 +28,7 @@ struct VXp_RowVariant {
   using Light = VXp_LinearLight<Pixel>;
   using Working = std::conditional_t<linear, typename Light::Working, Pixel>;
   using T = VXp_PixelTraits<Working>;
-  // Most of the time of a linear loop is spent on table entries, which do not become faster in
-  // wider vectors.
-  using L =
-      std::conditional_t<linear, VXp_LaneTraits<Working, 4>,
-                         std::conditional_t<words, VXp_LaneTraits<Pixel>, VXp_MostLanes<Pixel>>>;
+  using L = std::conditional_t<linear || words, VXp_LaneTraits<Working>, VXp_MostLanes<Working>>;
   using Work = typename T::Work;
   using Lanes = typename L::Work;
   using Channel = VX_ChannelOf<Pixel>;
@@ -51,7 +47,7 @@ struct VXp_RowVariant {
 
   static VXp_Argb<L> Load(const Pixel* from, const VX_LinearBlendingTables* tables) {
     if constexpr (linear) {
-      return VXp_LinearLanes<Pixel>::Load(from, *tables);
+      return VXp_LinearLanes<Pixel>::ToLinear(VXp_LoadGroup(from), *tables);
     } else {
       return VXp_LoadAs<L>(from);
     }
@@ -60,7 +56,7 @@ struct VXp_RowVariant {
   // Loads alpha only. This needs no table, because alpha is not encoded.
   static Lanes LoadAlpha(const Pixel* from) {
     if constexpr (linear) {
-      return VXp_LinearLanes<Pixel>::AlphaToWorking(VXp_LoadGroup<4>(from).alpha);
+      return VXp_LinearLanes<Pixel>::AlphaToWorking(VXp_LoadGroup(from).alpha);
     } else {
       return VXp_LoadAs<L>(from).alpha;
     }
@@ -84,9 +80,11 @@ struct VXp_RowVariant {
     if constexpr (!linear) {
       VXp_StoreWhere(acts, p, to);
     } else if constexpr (Piece::kWritesColor) {
-      VXp_LinearLanes<Pixel>::Store(p, acts, *tables, to);
+      VXp_StoreWhere(acts, VXp_LinearLanes<Pixel>::FromLinear(p, acts, *tables), to);
     } else {
-      VXp_StoreAlphaWhere(acts, VXp_LinearLanes<Pixel>::AlphaBack(p.alpha), to);
+      auto old = VXp_LoadGroup(to);
+      old.alpha = acts ? VXp_LinearLanes<Pixel>::AlphaBack(p.alpha) : old.alpha;
+      VXp_StoreGroup(to, old);
     }
   }
 };

@@ -18,7 +18,7 @@ ALLOWED = re.compile(
         |(vtable|typeinfo|typeinfo\ name)\ for\ VX_\w+          # of exported classes
         |int\ (VX_GetInnerBlendingFunc|VX_BlendPipeline)<       # symbols of templates begin with the result type
         |void\ VX_BlendSingleChannel<
-        |int\ (VX_Deinterleave1|VX_Interleave1to4|VX_AreaSample_CPlusPlus)<
+        |int\ (VX_Deinterleave1|VX_Interleave1to4|VX_SplitPlanes|VX_JoinPlanes|VX_AreaSample_CPlusPlus)<
     )""", re.VERBOSE)
 # "VX_API int32_t VX_Name(", "extern VX_API const uint8_t* VX_name;", "class VX_API VX_Name".
 PROMISED = re.compile(

@@ -84,6 +84,16 @@ Ints VXp_WrappedProduct(Ints a, Ints b) {
   return reinterpret_cast<Ints>(reinterpret_cast<Words>(a) * reinterpret_cast<Words>(b));
 }
 
+// Prefetches the memory at `ahead` bytes behind an address. Any address is allowed.
+template <size_t bytes>
+void VXp_PrefetchAt(const void* address, size_t ahead) {
+  constexpr size_t kLine = 64;
+  const uintptr_t at = reinterpret_cast<uintptr_t>(address) + ahead;
+  for (size_t i = 0; i < bytes; i += kLine) {
+    __builtin_prefetch(reinterpret_cast<const void*>(at + i));
+  }
+}
+
 // --- operations with instructions of their own ---------------------------------------------------
 
 // Returns the sums of adjacent products of signed 16-bit halves: low(a) * low(b) + high(a) *

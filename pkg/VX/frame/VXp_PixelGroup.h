@@ -136,12 +136,8 @@ VXp_Argb<L> VXp_LoadAs(const typename L::Pixel* p) {
 // not tested.
 template <int32_t lanes, class Pixel>
 void VXp_PrefetchAhead(const Pixel* group) {
-  constexpr ptrdiff_t kLine = 64, kBytes = lanes * ptrdiff_t{sizeof(Pixel)};
-  constexpr uintptr_t kAhead = sizeof(Pixel) == sizeof(VX_PixelFloat) ? 2048 : 1024;
-  const uintptr_t at = reinterpret_cast<uintptr_t>(group) + kAhead;
-  for (ptrdiff_t i = 0; i < kBytes; i += kLine) {
-    __builtin_prefetch(reinterpret_cast<const void*>(at + static_cast<uintptr_t>(i)));
-  }
+  VXp_PrefetchAt<lanes * sizeof(Pixel)>(group,
+                                        sizeof(Pixel) == sizeof(VX_PixelFloat) ? 2048 : 1024);
 }
 
 // Calls step(x) for the first pixel of each whole group of a row. Returns the number of processed

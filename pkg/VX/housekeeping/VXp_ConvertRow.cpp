@@ -38,6 +38,7 @@ void ConvertBySteps(const char* from, char* to, size_t channels, Step step) {
   constexpr size_t kFromBytes = sizeof(VX_ChannelOf<From>);
   constexpr size_t kToBytes = sizeof(VX_ChannelOf<To>);
   for (; channels >= kStep; channels -= kStep) {
+    VXp_PrefetchAt<kStep * kFromBytes>(from, 2048);
     step(from, to);
     from += kStep * kFromBytes;
     to += kStep * kToBytes;

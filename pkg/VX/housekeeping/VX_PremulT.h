@@ -8,8 +8,7 @@
 //   inverse   c' = c / a, with a matte colour: c' = m + (c - m) / a; 0 if a is 0
 //
 // Integers are rounded to nearest, and clamped in the inverse. Floats are neither rounded nor
-// clamped. Alpha is unchanged. L is the VXp_LaneTraits of the pixel type: several pixels are
-// processed at once.
+// clamped. Alpha is unchanged. L are traits of lanes: several pixels are processed at once.
 
 #include <cstring>
 #include <type_traits>
@@ -20,6 +19,7 @@
 template <class L>
 struct VXp_Multiply {
   using Work = typename L::Work;
+  static constexpr bool kNeedsWords = false;
 
   Work operator()(Work c, Work a, Work) const { return L::Mul(c, a); }
 };
@@ -28,6 +28,7 @@ struct VXp_Multiply {
 template <class L>
 struct VXp_MultiplyMatte {
   using Work = typename L::Work;
+  static constexpr bool kNeedsWords = false;
 
   Work operator()(Work c, Work a, Work m) const {
     return L::Mul(c, a) + L::SignedMul(m, L::Inv(a));
@@ -37,6 +38,7 @@ struct VXp_MultiplyMatte {
 template <class L>
 struct VXp_Unmultiply {
   using Work = typename L::Work;
+  static constexpr bool kNeedsWords = false;
 
   Work operator()(Work c, Work a, Work) const { return a == 0 ? Work{} : L::Div(c, a); }
 };
@@ -44,6 +46,7 @@ struct VXp_Unmultiply {
 template <class L>
 struct VXp_UnmultiplyMatte {
   using Work = typename L::Work;
+  static constexpr bool kNeedsWords = true;  // see VXp_Mode.h
 
   Work operator()(Work c, Work a, Work m) const {
     if constexpr (L::kDepth == 32) {
@@ -71,11 +74,10 @@ struct VXp_UnmultiplyMatte {
 
 // Applies an operation, one of the classes above, to the colours of a group of pixels. At 8 bits
 // no operation changes an opaque pixel.
-template <template <class> class Piece, class Pixel>
-void VXp_PremulGroup(Pixel* place, const VXp_GroupOf<Pixel>& m) {
-  using L = VXp_LaneTraits<Pixel>;
+template <template <class> class Piece, class L>
+void VXp_PremulGroup(typename L::Pixel* place, const VXp_Argb<L>& m) {
   constexpr Piece<L> piece;
-  auto p = VXp_LoadGroup(place);
+  auto p = VXp_LoadAs<L>(place);
   if (L::kDepth == 8 && !L::Any(p.alpha != L::kFull)) return;
   p.red = piece(p.red, p.alpha, m.red);
   p.green = piece(p.green, p.alpha, m.green);
@@ -86,13 +88,17 @@ void VXp_PremulGroup(Pixel* place, const VXp_GroupOf<Pixel>& m) {
 // Applies the operation to the colours of a row.
 template <template <class> class Piece, class Pixel>
 void VXp_PremulRow(char* first, size_t count, const Pixel& matte) {
-  using L = VXp_LaneTraits<Pixel>;
+  using Words = VXp_LaneTraits<Pixel>;
+  using L = std::conditional_t<Piece<Words>::kNeedsWords, Words, VXp_MostLanes<Pixel>>;
   using Work = typename L::Work;
   const auto lanes = [](VX_ChannelOf<Pixel> c) { return VXp_Splat<Work>(typename L::Element{c}); };
-  const VXp_GroupOf<Pixel> m{Work{}, lanes(matte.red), lanes(matte.green), lanes(matte.blue)};
+  const VXp_Argb<L> m{Work{}, lanes(matte.red), lanes(matte.green), lanes(matte.blue)};
   Pixel* const row = reinterpret_cast<Pixel*>(first);
   size_t x = 0;
-  for (; x + L::kLanes <= count; x += L::kLanes) VXp_PremulGroup<Piece>(row + x, m);
+  for (; x + L::kLanes <= count; x += L::kLanes) {
+    VXp_PrefetchAhead<L::kLanes>(row + x);
+    VXp_PremulGroup<Piece>(row + x, m);
+  }
   if (x == count) return;
   Pixel rest[L::kLanes]{};
   const size_t bytes = (count - x) * sizeof(Pixel);

@@ -19,10 +19,10 @@
 //              them.
 //   Threads    Lines are independent. They are processed through the slot of VX_IterateGeneric; a
 //              replacement that uses several threads gives the same bytes.
-//   Progress   Called on the calling thread with 1, 2, ..., when as many lines are complete. If
-//              columns are read or written, neighbouring lines are processed together, as a tile of
-//              up to 512 bytes of a row. After a stop, the other lines of that tile may be written
-//              too.
+//   Progress   Called on the calling thread with 1, 2, ..., when as many lines are complete. Box
+//              passes, and passes that read or write columns, process neighbouring lines together,
+//              as a tile of up to 512 bytes of a row or 16 rows. After a stop, the other lines of
+//              that tile may be written too.
 //   Memory     Each thread uses at most two buffers. The size of a buffer is one line or 512 KiB,
 //              whichever is larger.
 //   Errors     Passes throw a VX_Err. Nothing is leaked.

@@ -4,6 +4,7 @@
 // The box blur over lines of a world, made of repeated passes of VX_BoxBlurT.h.
 
 #include <algorithm>
+#include <cstring>
 
 #include "VX/VX_Blur.h"
 #include "filters/VX_BoxBlurT.h"
@@ -61,49 +62,44 @@ class Extents {
   int64_t times_;
 };
 
-void RunPass(const VXp_BoxPass& whole, VXp_PixelTag<VX_Pixel8>) {
-  const int32_t done = VXp_HasSSE2() ? VXp_BoxBlurShort8(whole) : 0;
-  if (done == whole.lines) return;
-  VXp_BoxPass pass = whole;
-  pass.lines -= done;
-  pass.in.data += done * ptrdiff_t{sizeof(VX_Pixel8)};
-  pass.out.data += done * pass.out.line_stride;
+void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel8>) {
+  const int32_t done = VXp_BoxBlurShort8(pass);
+  if (done == pass.lines) return;
+  const VXp_BoxPass rest = VXp_LinesAfter(pass, done, sizeof(VX_Pixel8));
   if (pass.premultiplied && VXp_HasSSE2()) {
-    VXp_BoxBlurPass8_SSE2(pass);
+    VXp_BoxBlurPass8_SSE2(rest);
   } else {
-    VXp_RunBoxPass<VXp_PixelSums<VX_Pixel8>, /*kStraightToo=*/true>(pass);
+    VXp_RunBoxPass<VX_Pixel8>(rest);
   }
 }
 void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_Pixel16>) {
-  VXp_RunBoxPass<VXp_PixelSums<VX_Pixel16>, /*kStraightToo=*/true>(pass);
+  VXp_RunBoxPass<VX_Pixel16>(pass);
 }
 
 // Computes a line of a pass again if it contains extreme values (VXp_RestartedSums.h).
 void RepeatLine(const VXp_BoxPass& pass, int32_t line) {
-  using Pixel = VX_PixelFloat;
   VXp_RestartedWindow<4> window(pass, line);
   if (!window.HasExtremes()) return;
-  const VXp_ChannelMask<Pixel> mask(pass.flags);
   window.Run([&](const VXp_BoxPosition& at, int32_t divisor) {
-    const auto sum = [&](int32_t c) { return window.Numerator(at, c); };
-    const VXp_DoubleLanes sums = {VXp_DoublePair{sum(0), sum(1)}, VXp_DoublePair{sum(2), sum(3)}};
-    const auto kept = VXp_Load<VXp_FloatLanes>(at.here + line * ptrdiff_t{sizeof(Pixel)});
-    const auto total = static_cast<float>(divisor);
-    VXp_FloatLanes pixel;
-    if (pass.premultiplied) {
-      pixel = VXp_BoxMean<Pixel>(VXp_Singles(sums), VXp_Splat<VXp_FloatLanes>(total));
-    } else {
-      const bool blurs_alpha = (pass.flags & VX_Blur_Alpha) != 0;
-      const double alpha =
-          blurs_alpha ? sums.Alpha() : static_cast<double>(VXp_AlphaOf(kept)) * divisor;
-      pixel = VXp_BoxStraight<Pixel>(sums, alpha, total);
+    float pixel[4];  // the source, whose other channels are kept
+    std::memcpy(pixel, at.here + line * ptrdiff_t{sizeof pixel}, sizeof pixel);
+    double alpha = static_cast<double>(pixel[0]) * divisor;
+    if ((pass.flags & VX_Blur_Alpha) != 0) alpha = window.Numerator(at, 0);
+    const bool empty = !pass.premultiplied && alpha == 0;
+    for (int32_t c = 0; c < 4; ++c) {
+      if ((pass.flags >> c & 1) == 0) continue;
+      const double sum = window.Numerator(at, c);
+      const bool mean = pass.premultiplied || c == 0;
+      pixel[c] = mean ? static_cast<float>(sum) / static_cast<float>(divisor)
+                      : static_cast<float>(sum / alpha);
+      if (empty) pixel[c] = 0;
     }
-    VXp_Store(at.out + line * pass.out.line_stride, mask.Merge(pixel, kept));
+    VXp_Store(at.out + line * pass.out.line_stride, pixel);
   });
 }
 
 void RunPass(const VXp_BoxPass& pass, VXp_PixelTag<VX_PixelFloat>) {
-  if (!VXp_RunBoxPass<VXp_PixelSums<VX_PixelFloat>, /*kStraightToo=*/true>(pass)) return;
+  if (!VXp_RunBoxPass<VX_PixelFloat>(pass)) return;
   for (int32_t line = 0; line < pass.lines; ++line) RepeatLine(pass, line);
 }
 
@@ -117,11 +113,13 @@ class BoxBlur {
         // A window of one pixel changes nothing, so one pass is enough.
         iterations_(window_.reach == 0 ? 1 : iterations),
         extents_(state, window_.reach, iterations_) {
-    // A tile of columns is read in place, because its pixels are adjacent. Rows that form a tile
-    // are copied first.
-    const bool rows_in_tiles = state.src.direction == VX_Blur_AlongRows && !state.RowsOnly();
-    copies_ = state.force_copy || state.Premultiplies() || rows_in_tiles;
-    VXp_ChooseTile(state, kSize, kVXp_WidestTile, Rows() > 0 ? extents_.Largest() * kSize : 0);
+    // A tile of columns is read in place, because its pixels are adjacent. Rows are copied first.
+    const bool rows = state.src.direction == VX_Blur_AlongRows;
+    copies_ = state.force_copy || state.Premultiplies() || rows;
+    VXp_ChooseTile(state, kSize, rows ? kRowTile * int32_t{kSize} : kVXp_WidestTile,
+                   Rows() > 0 ? extents_.Largest() * kSize : 0);
+    // Whole groups are faster.
+    if (state.tile > kVXp_TargetLanes) state.tile -= state.tile % kVXp_TargetLanes;
   }
 
   void Run() {
@@ -133,6 +131,7 @@ class BoxBlur {
 
  private:
   static constexpr ptrdiff_t kSize = sizeof(Pixel);
+  static constexpr int32_t kRowTile = 16;  // rows that are processed together
 
   int32_t Rows() const { return iterations_ > 1 ? 2 : copies_ ? 1 : 0; }
 
@@ -147,8 +146,11 @@ class BoxBlur {
     if (copies_) {
       const Extent extent = extents_.Of(0);
       char* const copy = next_row();
-      VXp_CopyLines<Pixel>(state_, line, lines, extent.start, extent.end, copy, kSize,
-                           [](char* at, VXp_RawPixel<Pixel> p) { VXp_Store(at, p); });
+      VXp_ForRuns<Pixel>(state_, line, lines, extent.start, extent.end,
+                         [&](const char* pixels, ptrdiff_t count, ptrdiff_t index) {
+                           VXp_CopyPremultiplied<Pixel>(state_, pixels, count,
+                                                        copy + index * kSize);
+                         });
       pass.in = {copy, stride, extent.start, extent.end};
     } else {
       const Extent extent = extents_.Source();

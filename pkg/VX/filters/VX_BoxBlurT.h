@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The box pass over pixels, for any pixel type. N is the weighted sum of a window; N and the
-// divisor are defined in VXp_BoxEngine.h.
+// The box pass over groups of lines, one line in each lane, for any pixel type. N is the weighted
+// sum of a window; N and the divisor are defined in VXp_BoxEngine.h.
 //
 //   mean      N rounded to single precision, divided in single precision by the divisor rounded to
 //             single precision. At integer depths 0.5 is added in single precision, and the result
 //             is truncated and clamped to full scale.
-//   straight  alpha is the mean; colours are quotients of sums, see VXp_Unmultiplied
+//   straight  alpha is the mean; colours are quotients of sums, see VXp_StraightColors
 
 #include <algorithm>
 #include <cstring>
@@ -16,7 +16,7 @@
 
 #include "filters/VXp_RunningSums.h"
 
-// The 8-bit pass in SSE2, with bit-identical results. Does not support straight output: throws
+// The 8-bit pass of processors with SSE2. Does not support straight output: throws
 // VX_ErrBadParameter after a report.
 void VXp_BoxBlurPass8_SSE2(const VXp_BoxPass& pass);
 
@@ -26,36 +26,6 @@ int32_t VXp_BoxBlurShort8(const VXp_BoxPass& pass);
 
 template <class Pixel>
 inline constexpr int32_t kVXp_MostBoxLines = kVXp_WidestTile / static_cast<int32_t>(sizeof(Pixel));
-
-template <class Pixel>
-VXp_RawPixel<Pixel> VXp_BoxMean(VXp_FloatLanes numerator, VXp_FloatLanes divisor) {
-  const VXp_FloatLanes quotient = numerator / divisor;
-  if constexpr (kVXp_FloatPixel<Pixel>) {
-    return quotient;
-  } else {
-    constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
-    VXp_FloatLanes rounded = quotient + 0.5f;
-#ifdef __SSE2__
-    constexpr bool kLimited = sizeof(Pixel) == sizeof(VX_Pixel8);  // packing clamps to 255
-#else
-    constexpr bool kLimited = false;
-#endif
-    if constexpr (!kLimited) rounded = VXp_MinFloats(rounded, VXp_Splat<VXp_FloatLanes>(kFull));
-    return VXp_Packed<Pixel>(VXp_Truncated(rounded));
-  }
-}
-
-template <class Pixel>
-[[gnu::always_inline]] inline VXp_RawPixel<Pixel> VXp_BoxStraight(const VXp_DoubleLanes& sums,
-                                                                  double alpha, float divisor) {
-  const float mean = static_cast<float>(sums.Alpha()) / divisor;
-  if constexpr (kVXp_FloatPixel<Pixel>) {
-    return VXp_StraightPixel<Pixel>(sums, alpha, mean);
-  } else {
-    constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
-    return VXp_StraightPixel<Pixel>(sums, alpha, std::min(mean + 0.5f, kFull));
-  }
-}
 
 // Prefetches the rows that enter or leave the window, and the rows of the output. In a long window,
 // the leaving rows were read too long ago to be in the cache.
@@ -81,144 +51,231 @@ class VXp_BoxPrefetch {
   ptrdiff_t entering_, leaving_, out_;
 };
 
-// One variant of a pass, compiled separately so that inner loops contain no tests. kLines: number
-// of lines, 0 for any number. kWhole: the radius is an integer. kStraight: the output has straight
-// alpha. kAll: all channels are blurred.
-template <class SumsType, int32_t kLines, bool kWhole, bool kStraight, bool kAll>
+// Divides numerators of a group by the divisor, in single precision.
+//
+// At integer depths with a whole radius, the numerator is an integer and the divisor an integer
+// below 2^21. Then one correction of n * (1 / d) by its remainder, which is exact, gives the
+// rounded quotient: quotients that are not exact differ from the middle of two floats by more than
+// the remaining error. This is faster than a division.
+template <class Pixel, bool kWhole>
+class VXp_BoxDivision {
+ public:
+  using Floats = VXp_Lanes<float, kVXp_TargetLanes>;
+
+  explicit VXp_BoxDivision(int32_t divisor)
+      : divisor_(static_cast<float>(divisor)), inverse_(1.0f / divisor_) {}
+
+  Floats operator()(Floats n) const {
+    const Floats d = Floats{} + divisor_;
+#ifdef __AVX2__
+    if constexpr (kWhole && !kVXp_FloatPixel<Pixel>) {
+      const Floats inverse = Floats{} + inverse_, quotient = n * inverse;
+      return VXp_MulAdd(VXp_MulAdd(-quotient, d, n), inverse, quotient);
+    }
+#endif
+    return n / d;
+  }
+
+ private:
+  float divisor_, inverse_;
+};
+
+// One variant of a pass, compiled separately so that inner loops contain few tests. kPartial: the
+// pass has fewer lines than a group, else whole groups. kWhole: the radius is an integer.
+// kStraight: the output has straight alpha.
+template <class PixelType, bool kPartial, bool kWhole, bool kStraight>
 class VXp_BoxRun {
  public:
   explicit VXp_BoxRun(const VXp_BoxPass& pass)
-      : pass_(pass), mask_(pass.flags), lines_(kLines != 0 ? kLines : pass.lines) {}
+      : pass_(pass), groups_(kPartial ? 1 : pass.lines / kLanes) {
+    const double most = static_cast<double>(pass.window.Total()) * kMostValue;
+    wide_ = !kVXp_FloatPixel<Pixel> && most >= kVXp_AlphaInDouble;
+  }
 
   // Runs the pass. Returns whether a pixel with extreme values (VXp_RestartedSums.h) has entered a
   // window.
   bool operator()() {
-    FirstSums();
-    for (int64_t p = pass_.out.start; p < pass_.out.end;) {
-      const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
-      if (span.blank) {
-        Blank(span);
-      } else if (span.leaves) {
-        Span<true>(span);
-      } else {
-        Span<false>(span);
-      }
-      p += span.count;
-    }
-    return VXp_AnyLane(extremes_);
-  }
-
- private:
-  using Sums = SumsType;
-  using Pixel = typename Sums::Pixel;
-  using Raw = VXp_RawPixel<Pixel>;
-  using Loaded = typename Sums::Loaded;
-  static constexpr ptrdiff_t kSize = sizeof(Pixel);
-  static constexpr int32_t kMostLines = kLines != 0 ? kLines : kVXp_MostBoxLines<Pixel>;
-
-  void FirstSums() {
     const VXp_BoxRange range = VXp_BoxFirstSum(pass_);
     const ptrdiff_t stride = pass_.in.stride;
     const char* pixel = pass_.in.data + (range.start - pass_.in.start) * stride;
-    const bool far = kLines == 0 && VXp_IsFar(stride);
-    Sums sums[kMostLines];
+    const bool far = VXp_IsFar(stride);
     for (int64_t p = range.start; p < range.end; ++p, pixel += stride) {
-      if (far) VXp_Prefetch(pixel, stride, lines_ * int32_t{kSize});
-      for (int32_t l = 0; l < lines_; ++l) {
-        const Loaded entering = Sums::Load(pixel + l * kSize);
-        extremes_ |= Sums::Extremes(entering);
-        sums[l].Enter(entering);
+      if (far) VXp_Prefetch(pixel, stride, pass_.lines * int32_t{kSize});
+      for (int32_t g = 0; g < groups_; ++g) {
+        Slide(sums_[g], Load(pixel + g * kGroupBytes), Channels{});
       }
     }
-    for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
+    for (int64_t p = pass_.out.start; p < pass_.out.end;) {
+      const VXp_BoxSpan span = VXp_BoxSpanAt(pass_, p);
+      span.blank ? Blank(span) : Span(span);
+      p += span.count;
+    }
+    return VXp_AnyLane(VXp_AreExtreme(extremes_));
+  }
+
+ private:
+  using Pixel = PixelType;
+  using Work = typename VXp_LaneTraits<Pixel>::Work;
+  using Ints = VXp_Lanes<int32_t, kVXp_TargetLanes>;
+  using Floats = VXp_Lanes<float, kVXp_TargetLanes>;
+  using Sum = VXp_GroupSum<Pixel>;
+  static constexpr int32_t kLanes = kVXp_TargetLanes;
+  static constexpr ptrdiff_t kSize = sizeof(Pixel);
+  static constexpr ptrdiff_t kGroupBytes = kLanes * kSize;
+  static constexpr double kMostValue = kVXp_FloatPixel<Pixel> ? 0 : kSize == 4 ? 255 : 65535;
+  // The channels of a group, alpha first.
+  struct Channels {
+    Work lanes[4]{};
+  };
+
+  Channels Load(const char* from) const {
+    Pixel some[kLanes];
+    if constexpr (kPartial) {
+      std::memset(static_cast<void*>(some), 0, sizeof some);
+      std::memcpy(static_cast<void*>(some), from, static_cast<size_t>(pass_.lines * kSize));
+    }
+    const auto group = VXp_LoadGroup(kPartial ? some : reinterpret_cast<const Pixel*>(from));
+    return {{group.alpha, group.red, group.green, group.blue}};
+  }
+
+  // A position outside of the line has zeros, so nothing is tested.
+  void Slide(Sum (&sums)[4], const Channels& entering, const Channels& leaving) {
+    for (int32_t c = 0; c < 4; ++c) {
+      sums[c].Slide(entering.lanes[c], leaving.lanes[c]);
+      if constexpr (kVXp_FloatPixel<Pixel>) {
+        const Ints magnitude = reinterpret_cast<Ints>(entering.lanes[c]) & INT32_MAX;
+        extremes_ = magnitude > extremes_ ? magnitude : extremes_;
+      }
+    }
   }
 
   // Writes zeros to a span. The pixels of a line are contiguous (rows), or the pixels of all lines
   // at one position are (columns); the longer runs are cleared with memset.
   void Blank(const VXp_BoxSpan& span) const {
+    const int32_t lines = kPartial ? pass_.lines : groups_ * kLanes;
     const bool by_line = pass_.out.stride == kSize;
-    const int64_t runs = by_line ? lines_ : span.count;
-    const int64_t bytes = (by_line ? span.count : lines_) * kSize;
+    const int64_t runs = by_line ? lines : span.count;
+    const int64_t bytes = (by_line ? span.count : lines) * kSize;
     const ptrdiff_t stride = by_line ? pass_.out.line_stride : pass_.out.stride;
     for (int64_t i = 0; i < runs; ++i) {
       std::memset(span.out + i * stride, 0, static_cast<size_t>(bytes));
     }
   }
 
-  template <bool kLeaves>
   void Span(const VXp_BoxSpan& span) {
-    Sums sums[kMostLines];
-    for (int32_t l = 0; l < lines_; ++l) sums[l] = sums_[l];
-    // Local copies, because the compiler must assume that stores of pixels change members.
-    const VXp_BoxWindow window = pass_.window;
-    const VXp_ChannelMask<Pixel> mask = mask_;
-    const ptrdiff_t line_stride = pass_.out.line_stride;
-    const int32_t lines = lines_;
-    const bool blurs_alpha = kAll || (pass_.flags & VX_Blur_Alpha) != 0;
-    const int32_t divisor_step = span.divisor_step;
-    VXp_IntLanes divisor = VXp_Splat<VXp_IntLanes>(span.divisor);
-    VXp_FloatLanes single_divisor = VXp_AsFloat(divisor);
-    VXp_IntLanes extremes{};
     const VXp_BoxPrefetch prefetch(pass_, span, sizeof(Pixel));
-    VXp_ForBoxPositions(span, pass_.out.stride, [&](const VXp_BoxPosition& at) {
-      if constexpr (kLines == 0) prefetch(at);
-      for (int32_t l = 0; l < lines; ++l) {
-        const Loaded leading = Sums::Load(at.entering + l * kSize);
-        extremes |= Sums::Extremes(leading);
-        if constexpr (kLeaves) {
-          sums[l].Slide(leading, Sums::Load(at.leaving + l * kSize));
-        } else {
-          sums[l].Enter(leading);
-        }
-        const Raw kept = kAll ? Raw{} : VXp_Load<Raw>(at.here + l * kSize);
-        const Loaded trailing = kWhole ? Loaded{} : Sums::Load(at.trailing + l * kSize);
-        Raw pixel;
-        if constexpr (kStraight) {
-          const VXp_DoubleLanes sum = sums[l].template Doubles<kWhole>(window, leading, trailing);
-          const double alpha =
-              blurs_alpha ? sum.Alpha() : static_cast<double>(VXp_AlphaOf(kept)) * divisor[0];
-          pixel = VXp_BoxStraight<Pixel>(sum, alpha, single_divisor[0]);
-        } else {
-          pixel = VXp_BoxMean<Pixel>(sums[l].template Singles<kWhole>(window, leading, trailing),
-                                     single_divisor);
-        }
-        if constexpr (!kAll) pixel = mask.Merge(pixel, kept);
-        VXp_Store(at.out + l * line_stride, pixel);
+    int32_t divisor = span.divisor;
+    VXp_BoxDivision<Pixel, kWhole> divide(divisor);
+    const auto step = [&](const VXp_BoxPosition& at) __attribute__((always_inline)) {
+      prefetch(at);
+      for (int32_t g = 0; g < groups_; ++g) {
+        const ptrdiff_t offset = g * kGroupBytes;
+        const Channels entering = Load(at.entering + offset);
+        Slide(sums_[g], entering, Load(at.leaving + offset));
+        const Channels trailing = kWhole ? Channels{} : Load(at.trailing + offset);
+        Store(at.out + g * kLanes * pass_.out.line_stride,
+              Output(sums_[g], entering, trailing, at.here + offset, divisor, divide));
       }
-      if (divisor_step == 0) return;
-      divisor += divisor_step;
-      single_divisor = VXp_AsFloat(divisor);
-    });
-    extremes_ |= extremes;
-    for (int32_t l = 0; l < lines_; ++l) sums_[l] = sums[l];
+      if (span.divisor_step == 0) return;
+      divisor += span.divisor_step;
+      divide = VXp_BoxDivision<Pixel, kWhole>(divisor);
+    };
+    VXp_ForBoxPositions(span, pass_.out.stride, step);
+  }
+
+  // Returns N in double precision, and rounded to single precision.
+  VXp_GroupDoubles Doubles(const Sum& sum, Work leading, Work trailing) const {
+    if constexpr (kWhole) {
+      return sum.Doubles();
+    } else {
+      const double unit = pass_.window.unit, outer = pass_.window.outer;
+      const auto numerator = [=](auto s, auto a, auto b) { return unit * s + outer * (a + b); };
+      return VXp_ForHalves(numerator, sum.Doubles(), VXp_Widened(leading), VXp_Widened(trailing));
+    }
+  }
+  Floats Singles(const Sum& sum, Work leading, Work trailing) const {
+    if constexpr (kWhole) return sum.Singles();
+    if constexpr (!kWhole) return VXp_Narrowed<Floats>(Doubles(sum, leading, trailing));
+  }
+
+  Channels Output(const Sum (&sums)[4], const Channels& leading, const Channels& trailing,
+                  const char* here, int32_t divisor,
+                  const VXp_BoxDivision<Pixel, kWhole>& divide) const {
+    const auto mean = [&](int32_t c) -> Work {
+      const Floats quotient = divide(Singles(sums[c], leading.lanes[c], trailing.lanes[c]));
+      if constexpr (kVXp_FloatPixel<Pixel>) {
+        return quotient;
+      } else {
+        constexpr auto kFull = static_cast<float>(VXp_PixelTraits<Pixel>::kFull);
+        return VXp_Truncated(VXp_MinFloats(quotient + 0.5f, VXp_Splat<Floats>(kFull)));
+      }
+    };
+    const bool all = (pass_.flags & VX_Blur_AllChannels) == VX_Blur_AllChannels;
+    Channels kept;
+    if (!all) kept = Load(here);
+    Channels out;
+    if constexpr (kStraight) {
+      const auto sum = [&](int32_t c) {
+        return Doubles(sums[c], leading.lanes[c], trailing.lanes[c]);
+      };
+      const double total = divisor;
+      const VXp_StraightColors<Pixel> color(
+          (pass_.flags & VX_Blur_Alpha) != 0
+              ? sum(0)
+              : VXp_ForHalves([=](auto alpha) { return alpha * total; },
+                              VXp_Widened(kept.lanes[0])),
+          wide_);
+      out = {{mean(0), color(sum(1)), color(sum(2)), color(sum(3))}};
+      if constexpr (kVXp_FloatPixel<Pixel>) out.lanes[0] = color.Alpha(out.lanes[0]);
+    } else {
+      out = {{mean(0), mean(1), mean(2), mean(3)}};
+    }
+    if (all) return out;
+    for (int32_t c = 0; c < 4; ++c) {
+      if ((pass_.flags >> c & 1) == 0) out.lanes[c] = kept.lanes[c];
+    }
+    return out;
+  }
+
+  void Store(char* out, const Channels& v) const {
+    const VXp_GroupOf<Pixel> group = {v.lanes[0], v.lanes[1], v.lanes[2], v.lanes[3]};
+    const ptrdiff_t stride = pass_.out.line_stride;
+    if (!kPartial && stride == kSize) {
+      return VXp_StoreGroup<kLanes>(reinterpret_cast<Pixel*>(out), group);
+    }
+    Pixel pixels[kLanes];
+    VXp_StoreGroup<kLanes>(pixels, group);
+    const int32_t lines = kPartial ? pass_.lines : kLanes;
+    for (int32_t i = 0; i < lines; ++i) VXp_Store(out + i * stride, pixels[i]);
   }
 
   const VXp_BoxPass& pass_;
-  const VXp_ChannelMask<Pixel> mask_;
-  const int32_t lines_;
-  VXp_IntLanes extremes_{};
-  Sums sums_[kMostLines];
+  const int32_t groups_;
+  bool wide_;
+  Ints extremes_{};  // the largest magnitudes that have entered, as bits of floats
+  Sum sums_[std::max(kVXp_MostBoxLines<Pixel> / kLanes, 1)][4];
 };
 
-// Runs a pass. If kStraightToo is false, only passes with premultiplied output are supported.
-// Returns whether a pixel with extreme values (VXp_RestartedSums.h) has entered a window.
-template <class Sums, bool kStraightToo>
+// Runs a pass over up to kVXp_MostBoxLines lines. Returns whether a pixel with extreme values
+// (VXp_RestartedSums.h) has entered a window.
+template <class Pixel>
 bool VXp_RunBoxPass(const VXp_BoxPass& pass) {
   bool extremes = false;
   const auto with = [](bool condition, auto&& then) {
     condition ? then(std::true_type{}) : then(std::false_type{});
   };
-  with(pass.lines == 1, [&](auto one) {
-    with(pass.window.outer == 0, [&](auto whole) {
-      with(!pass.premultiplied, [&](auto straight) {
-        with((pass.flags & VX_Blur_AllChannels) == VX_Blur_AllChannels, [&](auto all) {
-          VXp_BoxRun<Sums, decltype(one)::value ? 1 : 0, decltype(whole)::value,
-                     kStraightToo&& decltype(straight)::value, decltype(all)::value>
-              run{pass};
-          extremes = run();
-        });
+  const auto run = [&](const VXp_BoxPass& part, auto partial) {
+    with(part.window.outer == 0, [&](auto whole) {
+      with(!part.premultiplied, [&](auto straight) {
+        VXp_BoxRun<Pixel, decltype(partial)::value, decltype(whole)::value,
+                   decltype(straight)::value>
+            box{part};
+        extremes |= box();
       });
     });
-  });
+  };
+  const int32_t done = pass.lines / kVXp_TargetLanes * kVXp_TargetLanes;
+  if (done > 0) run(pass, std::false_type{});
+  if (done < pass.lines) run(VXp_LinesAfter(pass, done, sizeof(Pixel)), std::true_type{});
   return extremes;
 }

@@ -11,7 +11,7 @@
 // a time and converted to pixels, one in each lane, while they are in the first-level cache.
 //
 //   premultiplied  each channel is the quotient of VXp_GaussianQuotient
-//   straight       alpha is that quotient; colours are c_sum / alpha_sum, see VXp_Unmultiplied
+//   straight       alpha is that quotient; colours are c_sum / alpha_sum, see VXp_StraightColors
 
 #include <algorithm>
 #include <cstdint>
@@ -68,7 +68,9 @@ class GaussianPass {
     segment_ = state.force_copy
                    ? length
                    : std::clamp(2 * margin_, std::min(kFewestPositions, length), length);
-    VXp_ChooseTile(state, sizeof(Pixel), kTileBytes, Positions() * kPositionBytes);
+    if (!state.RowsOnly()) {
+      VXp_ChooseTile(state, sizeof(Pixel), kTileBytes, Positions() * kPositionBytes);
+    }
     plane_ = static_cast<ptrdiff_t>((Positions() * state.tile + 2 * kSlack - 1) / kSlack * kSlack);
     sums_are_wide_ = weights_.total() * std::numeric_limits<Sample>::max() >= kVXp_AlphaInDouble;
   }

@@ -86,9 +86,7 @@ VX_Err VXp_CheckIterations(float radius, int32_t iterations) {
 void VXp_ChooseTile(VX_Blur1DState& state, int32_t pixel_size, int32_t width, int64_t line_bytes) {
   constexpr int64_t kMostBytes = 1 << 19;
   // A narrow world is divided into at least this many tiles, so that each thread has work.
-  const int32_t fewest_items = std::max(16, 2 * std::min(U_GetNumThreads(), 1 << 16));
-  state.tile = 1;
-  if (state.RowsOnly()) return;
+  const int32_t fewest_items = std::max(4, 2 * std::min(U_GetNumThreads(), 1 << 16));
   const int64_t fitting = kMostBytes / std::max<int64_t>(line_bytes, 1);
   const int64_t most =
       std::min<int64_t>({width / pixel_size, fitting, state.dst.lines / fewest_items});

@@ -8,24 +8,25 @@
 //   VX_GaussianBlur1D.cpp    the Gaussian pass over lines of a world
 //   VX_BoxBlur1D.cpp         the box pass over lines of a world, repeated
 //   VXp_Blur1DState          arguments of a pass, worlds as lines, tiles (this file)
-//   VXp_BlurLanes.h          conversion of one pixel: memory to scratch, sums to memory
+//   VXp_BlurLanes.h          groups of pixels: memory to scratch, sums to memory
 //   uno/VX_UnoScans.cpp      box and Gaussian scans over one line of samples
 //   uno/VX_FeatherUnoBuffer  scans over all lines of a one-channel buffer
 //
 // and the shared algorithms of worlds and one-channel buffers:
 //
 //   VXp_BoxEngine            the positions of a running window along lines
-//   VXp_RunningSums.h        the sums of a running window, of one channel and of four
+//   VXp_RunningSums.h        the sums of a running window, of pixels and of samples
 //   VXp_GaussianSums         weighted sums over a symmetric window
 //   VXp_JoinedProgress.h     progress of both passes
 //   VXp_BlurScratch          scratch for each thread
 //
 // Convolution does not use these files. It is in VX_Convolve.cpp and VXp_ConvolveLanes.h.
 //
-// A pass that reads and writes rows processes a line at a time. If columns are read or written,
-// neighbouring columns are processed together as a tile of some hundred bytes of each row, because
-// processing a single column would read a cache line for each pixel. Each item of the iteration is
-// a tile.
+// A Gaussian pass that reads and writes rows processes a line at a time. If columns are read or
+// written, neighbouring columns are processed together as a tile of some hundred bytes of each row,
+// because processing a single column would read a cache line for each pixel. A box pass also
+// processes rows in tiles, because each lane has the running sums of one line. Each item of the
+// iteration is a tile.
 
 #include <cstdint>
 

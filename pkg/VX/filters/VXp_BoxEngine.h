@@ -76,6 +76,15 @@ struct VXp_BoxPass {
   bool premultiplied;  // worlds only: the output is premultiplied
 };
 
+// Returns the pass for the lines from `first` on. The values have `size` bytes.
+inline VXp_BoxPass VXp_LinesAfter(const VXp_BoxPass& pass, int32_t first, ptrdiff_t size) {
+  VXp_BoxPass rest = pass;
+  rest.lines -= first;
+  rest.in.data += first * size;
+  rest.out.data += first * pass.out.line_stride;
+  return rest;
+}
+
 // Consecutive positions p for which the same parts of the window are inside the line. A part that
 // is outside has a stride of 0.
 struct VXp_BoxSpan {

@@ -21,6 +21,7 @@
 #include "filters/VXp_BlurLanes.h"
 #include "filters/VXp_BoxEngine.h"
 #include "filters/VXp_RestartedSums.h"
+#include "indep/VXp_ChannelLanes.h"
 
 // Loads two floats as doubles. Converting both directly from memory takes fewer instructions than
 // converting one half of a register.
@@ -34,94 +35,49 @@ inline VXp_DoublePair VXp_LoadWide(const void* from) {
 #endif
 }
 
-// --- pixels: one lane for each channel -----------------------------------------------------------
+// --- pixels: one line in each lane ---------------------------------------------------------------
 
-inline VXp_DoubleLanes VXp_BoxNumerator(const VXp_BoxWindow& window, const VXp_DoubleLanes& sum,
-                                        const VXp_DoubleLanes& outer) {
-  return static_cast<double>(window.unit) * sum + static_cast<double>(window.outer) * outer;
-}
+// The sum of one channel of a group of lines.
+//
+//   Slide    adds the entering values and subtracts the leaving values
+//   Doubles  returns the sums in double precision
+//   Singles  returns the sums rounded to single precision
+template <class Pixel>
+struct VXp_GroupSum {
+  using Work = typename VXp_LaneTraits<Pixel>::Work;
+  using Words = VXp_WordsLike<Work>;
 
-// The classes of sums of pixels below have these members, which VXp_BoxRun uses:
-//   Loaded, Load    type and function to load a pixel that enters or leaves
-//   Extremes        lanes that are not 0 for extreme values, see VXp_RestartedSums.h
-//   Enter           adds the entering pixel
-//   Slide           adds the entering pixel and subtracts the leaving pixel
-//   Singles         N = S * unit + O * outer, rounded to single precision; N = S if kWhole
-//   Doubles         the same in double precision, for straight output
-template <class PixelType>
-struct VXp_PixelSums {
-  using Pixel = PixelType;
-  using Loaded = VXp_WordLanes;
-
-  static Loaded Load(const char* pixel) {
-    return reinterpret_cast<Loaded>(VXp_Ints(VXp_Load<VXp_RawPixel<Pixel>>(pixel)));
+  void Slide(Work entering, Work leaving) {
+    sums += reinterpret_cast<Words>(entering) - reinterpret_cast<Words>(leaving);
   }
-  static VXp_IntLanes Extremes(Loaded /*pixel*/) { return VXp_IntLanes{}; }
-  void Enter(Loaded pixel) { sums += pixel; }
-  void Slide(Loaded entering, Loaded leaving) { sums = sums - leaving + entering; }
+  VXp_GroupDoubles Doubles() const { return VXp_Widened(reinterpret_cast<Work>(sums)); }
+  VXp_FloatsLike<Work> Singles() const { return VXp_AsFloat(reinterpret_cast<Work>(sums)); }
 
-  template <bool kWhole>
-  VXp_FloatLanes Singles(const VXp_BoxWindow& window, Loaded leading, Loaded trailing) const {
-    if constexpr (kWhole) return VXp_AsFloat(reinterpret_cast<VXp_IntLanes>(sums));
-    if constexpr (!kWhole) return VXp_Singles(Doubles<false>(window, leading, trailing));
-  }
-  template <bool kWhole>
-  VXp_DoubleLanes Doubles(const VXp_BoxWindow& window, Loaded leading, Loaded trailing) const {
-    const VXp_DoubleLanes all = VXp_AsDouble(reinterpret_cast<VXp_IntLanes>(sums));
-    if constexpr (kWhole) return all;
-    const auto outer = VXp_AsDouble(reinterpret_cast<VXp_IntLanes>(leading + trailing));
-    return VXp_BoxNumerator(window, all, outer);
-  }
-
-  VXp_WordLanes sums{};
+  Words sums{};
 };
 
 template <>
-struct VXp_PixelSums<VX_PixelFloat> {
-  using Pixel = VX_PixelFloat;
-  struct Loaded {
-    VXp_FloatLanes single;
-    VXp_DoubleLanes wide;
-  };
+struct VXp_GroupSum<VX_PixelFloat> {
+  using Work = typename VXp_LaneTraits<VX_PixelFloat>::Work;
+  using Ints = VXp_IntsLike<Work>;
 
-  static Loaded Load(const char* pixel) {
-    return {VXp_Load<VXp_FloatLanes>(pixel), {VXp_LoadWide(pixel), VXp_LoadWide(pixel + 8)}};
+  void Slide(Work entering, Work leaving) {
+    const VXp_GroupDoubles in = VXp_Widened(entering), out = VXp_Widened(leaving);
+    nonzero += leaving != 0.0f;  // a comparison that is true gives -1
+    const Ints none = nonzero == 0;
+    sums.low = Unless(VXp_Twice<0>(none), sums.low - out.low) + in.low;
+    sums.high = Unless(VXp_Twice<1>(none), sums.high - out.high) + in.high;
+    nonzero -= entering != 0.0f;
   }
-  static VXp_IntLanes Extremes(const Loaded& pixel) {
-    return VXp_AreExtreme(reinterpret_cast<VXp_IntLanes>(pixel.single));
-  }
-  void Enter(const Loaded& pixel) {
-    nonzero -= pixel.single != 0.0f;  // a comparison that is true gives -1
-    sums = sums + pixel.wide;
-  }
-  void Slide(const Loaded& entering, const Loaded& leaving) {
-    nonzero += leaving.single != 0.0f;
-    const VXp_IntLanes none = nonzero == 0;
-    sums.first =
-        Unless(__builtin_shufflevector(none, none, 0, 0, 1, 1), sums.first - leaving.wide.first);
-    sums.second =
-        Unless(__builtin_shufflevector(none, none, 2, 2, 3, 3), sums.second - leaving.wide.second);
-    Enter(entering);
+  VXp_GroupDoubles Doubles() const { return sums; }
+  Work Singles() const { return VXp_Narrowed<Work>(sums); }
+
+  static VXp_TargetDoubles Unless(Ints mask, VXp_TargetDoubles v) {
+    return reinterpret_cast<VXp_TargetDoubles>(~mask & reinterpret_cast<Ints>(v));
   }
 
-  template <bool kWhole>
-  VXp_FloatLanes Singles(const VXp_BoxWindow& window, const Loaded& leading,
-                         const Loaded& trailing) const {
-    return VXp_Singles(Doubles<kWhole>(window, leading, trailing));
-  }
-  template <bool kWhole>
-  VXp_DoubleLanes Doubles(const VXp_BoxWindow& window, const Loaded& leading,
-                          const Loaded& trailing) const {
-    if constexpr (kWhole) return sums;
-    return VXp_BoxNumerator(window, sums, leading.wide + trailing.wide);
-  }
-
-  static VXp_DoublePair Unless(VXp_IntLanes mask, VXp_DoublePair v) {
-    return reinterpret_cast<VXp_DoublePair>(~mask & reinterpret_cast<VXp_IntLanes>(v));
-  }
-
-  VXp_DoubleLanes sums{};
-  VXp_IntLanes nonzero{};  // number of values in the window that are not 0
+  VXp_GroupDoubles sums{};
+  Ints nonzero{};  // numbers of values in the window that are not 0
 };
 
 // --- samples: many lines, or many positions of one line ------------------------------------------

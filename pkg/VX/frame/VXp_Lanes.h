@@ -554,3 +554,14 @@ template <int32_t part, class Vector>
 auto VXp_HalfOf(Vector v) {
   return VXp_HalfOf<part>(v, std::make_index_sequence<sizeof(Vector) / sizeof(v[0]) / 2>());
 }
+
+// Returns each lane of the lower (part = 0) or the upper (part = 1) half twice: a condition for
+// lanes of twice the width.
+template <int32_t part, class Vector, size_t... i>
+Vector VXp_Twice(Vector v, std::index_sequence<i...>) {
+  return __builtin_shufflevector(v, v, static_cast<int32_t>((part * sizeof...(i) + i) / 2)...);
+}
+template <int32_t part, class Vector>
+Vector VXp_Twice(Vector v) {
+  return VXp_Twice<part>(v, std::make_index_sequence<sizeof(Vector) / sizeof(v[0])>());
+}

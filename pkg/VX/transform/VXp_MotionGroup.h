@@ -24,11 +24,13 @@ class VXp_MotionGroup {
   // Stores the averages of the group at the addresses before `end`, and empties the group.
   void FinishBefore(Pixel* end) {
     if (count_ == 0) return;
-    VXp_MotionSum<Pixel> sums[kMost];
+    Sums sums[Sums::GroupsOf(kMost)];
+    Pixel samples[kMost]{};
     const auto add = [&](VXp_SamplePointsFunc<Pixel> form) {
-      Pixel samples[kMost];
       form(record_, x_, y_, count_, samples);
-      for (int32_t i = 0; i < count_; ++i) sums[i].Add(samples[i]);
+      for (int32_t i = 0; i < count_; i += Sums::kPixels) {
+        sums[i / Sums::kPixels].Add(samples + i);
+      }
     };
     int32_t at = 0;
     for (; at < parts_.forward; ++at, Move(1)) add(sampler_.ends_points());
@@ -36,7 +38,7 @@ class VXp_MotionGroup {
     for (at = parts_.end - 1; at >= parts_.backward; --at, Move(-1)) add(sampler_.ends_points());
     Move(parts_.forward - at);
     for (at = parts_.forward; at < parts_.backward; ++at, Move(1)) add(sampler_.unclipped_points());
-    for (int32_t i = 0; i < count_; ++i) end[i - count_] = sums[i].Average(parts_.end);
+    Sums::Average(sums, count_, parts_.end, VXp_MotionRounding::Down, end - count_);
     count_ = 0;
   }
 
@@ -56,6 +58,7 @@ class VXp_MotionGroup {
   }
 
  private:
+  using Sums = VXp_MotionSums<Pixel>;
   static constexpr int32_t kMost = 128;
 
   // Moves all positions by a number of steps. Additions wrap around, because the unused position

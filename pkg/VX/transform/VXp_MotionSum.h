@@ -2,100 +2,125 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The average of the sub-samples of a pixel, with colours weighted by alpha.
+// The averages of the sub-samples of pixels, with colours weighted by alpha.
 
+#include <algorithm>
 #include <cstdint>
 
-#include "indep/VXp_ChannelLanes.h"
-#include "transform/VXp_LineSampler.h"
-
-// A type in which 256 * channel * alpha does not overflow.
-template <class Pixel>
-struct VXp_MotionNumber;
-template <>
-struct VXp_MotionNumber<VX_Pixel8> {
-  using Type = uint32_t;
-};
-template <>
-struct VXp_MotionNumber<VX_Pixel16> {
-  using Type = uint64_t;
-};
-template <>
-struct VXp_MotionNumber<VX_PixelFloat> {
-  using Type = float;
-};
+#include "frame/VXp_PixelGroup.h"
+#include "indep/VXp_DoublesOf.h"
 
 // How averages are rounded at 8 and 16 bits. Applies to alpha, and to colours unless all
 // sub-samples are opaque; then colours are always rounded to nearest.
 enum class VXp_MotionRounding { Down, Nearest };
 
+// The sums of a group of pixels: of alpha, and of colours times alpha. Sums of at most 256
+// sub-samples fit.
 template <class Pixel>
-struct VXp_MotionSum {
-  using Number = typename VXp_MotionNumber<Pixel>::Type;
-  using Channel = VX_ChannelOf<Pixel>;
-  static constexpr bool kIsFloat = std::is_same_v<Pixel, VX_PixelFloat>;
+class VXp_MotionSums {
+  using L = VXp_LaneTraits<Pixel>;
+  using Work = typename L::Work;
+  using Ints = typename L::Ints;
+  using Doubles = VXp_DoublesOf<L::kLanes>;
 
-  void Add(const Pixel& p) {
-#ifdef __SSE2__
-    if constexpr (sizeof(Channel) == 1) {  // adds the four channels at once
-      const __m128i channels = reinterpret_cast<__m128i>(VXp_Ints(VXp_Load<uint32_t>(&p)));
-      const __m128i a = _mm_shuffle_epi32(channels, 0);
-      const __m128i by =
-          _mm_or_si128(_mm_and_si128(a, _mm_set_epi32(-1, -1, -1, 0)), _mm_set_epi32(0, 0, 0, 1));
-      VXp_Store(this, _mm_add_epi32(VXp_Load<__m128i>(this), _mm_madd_epi16(channels, by)));
-      return;
+ public:
+  static constexpr int32_t kPixels = L::kLanes;
+  static constexpr int32_t GroupsOf(int32_t pixels) { return (pixels + kPixels - 1) / kPixels; }
+
+  // Adds a sub-sample of each pixel.
+  void Add(const Pixel* samples) {
+    const auto p = VXp_LoadGroup(samples);
+    AddTo(0, p.alpha);
+    AddColor(1, p.alpha, p.red);
+    AddColor(2, p.alpha, p.green);
+    AddColor(3, p.alpha, p.blue);
+  }
+
+  // Stores the averages of `count` sub-samples, for `pixels` pixels of the groups from `sums` on.
+  static void Average(const VXp_MotionSums* sums, int32_t pixels, int32_t count,
+                      VXp_MotionRounding rounding, Pixel* out) {
+    for (; pixels >= kPixels; pixels -= kPixels, ++sums, out += kPixels) {
+      sums->Average(count, rounding, out);
     }
-#endif
-    const Number a = p.alpha;
-    if (kIsFloat && a == 0) return;  // the colours are undefined and may be NaN
-    alpha += a;
-    red += a * p.red;
-    green += a * p.green;
-    blue += a * p.blue;
+    if (pixels == 0) return;
+    Pixel rest[kPixels];
+    sums->Average(count, rounding, rest);
+    std::copy_n(rest, pixels, out);
   }
-
-  // Adds samples in the order in which they were sampled.
-  void Add(const Pixel* samples, const VXp_LineParts& parts) {
-    if constexpr (kIsFloat) {
-      for (int32_t i = parts.first; i < parts.forward; ++i) Add(samples[i]);
-      for (int32_t i = parts.end - 1; i >= parts.backward; --i) Add(samples[i]);
-      for (int32_t i = parts.forward; i < parts.backward; ++i) Add(samples[i]);
-    } else {
-      VXp_MotionSum sum = *this;
-      for (int32_t i = parts.first; i < parts.end; ++i) sum.Add(samples[i]);
-      *this = sum;
-    }
-  }
-
-  Pixel Average(int32_t count, VXp_MotionRounding rounding = VXp_MotionRounding::Down) const {
-    if (alpha == 0) return Pixel{};
-    const bool nearest = rounding == VXp_MotionRounding::Nearest;
-    const auto divided = [&](Number sum, Number by) {
-      if constexpr (!kIsFloat) sum += nearest ? by / 2 : 0;
-      return sum / by;
-    };
-    const auto n = static_cast<Number>(count);
-    const bool opaque = alpha == n * kFull;
-    const auto color = [&](Number sum) {
-      if constexpr (kIsFloat) {
-        return sum / (opaque ? n : alpha);
-      } else {
-        return static_cast<Channel>(opaque ? Unscaled((2 * sum + n) / (2 * n))
-                                           : divided(sum, alpha));
-      }
-    };
-    return {static_cast<Channel>(divided(alpha, n)), color(red), color(green), color(blue)};
-  }
-
-  Number alpha{}, red{}, green{}, blue{};
 
  private:
-  static constexpr Number kFull = sizeof(Channel) == 1 ? 255 : sizeof(Channel) == 2 ? 32768 : 1;
+  static constexpr bool kIsFloat = std::is_same_v<Pixel, VX_PixelFloat>;
+  static constexpr bool kIs16 = std::is_same_v<Pixel, VX_Pixel16>;
 
-  // Divides a product of a channel and full scale by full scale, rounded to nearest.
-  static Number Unscaled(Number v) {
-    if constexpr (sizeof(Channel) == 1) return (v + 128 + ((v + 128) >> 8)) >> 8;
-    if constexpr (sizeof(Channel) == 2) return (v + 16384) >> 15;
-    return v;
+  void AddTo(int32_t plane, Work v) {
+    VXp_StoreLanes(planes_[plane], 0, VXp_LoadLanes<Work>(planes_[plane]) + v);
   }
+
+  // At 16 bits the lower and upper halves of the products have sums of their own.
+  void AddColor(int32_t channel, Work alpha, Work color) {
+    if constexpr (kIsFloat) {
+      // Where alpha is 0, the colours are undefined and may be NaN.
+      AddTo(channel, alpha == 0.0f ? Work{} : alpha * color);
+    } else if constexpr (kIs16) {
+      using Halves = VXp_Lanes<uint16_t, 2 * kPixels>;
+      const auto a = reinterpret_cast<Halves>(alpha), c = reinterpret_cast<Halves>(color);
+      AddTo(channel, reinterpret_cast<Work>(a * c));
+      AddTo(channel + 3, reinterpret_cast<Work>(VXp_MulHigh(a, c)));
+    } else {
+      AddTo(channel, VXp_MulAdjacent(alpha, color));
+    }
+  }
+
+  Work Sum(int32_t plane) const { return VXp_LoadLanes<Work>(planes_[plane]); }
+  Doubles ColorSum(int32_t channel) const {
+    const auto low = Doubles::Of(Sum(channel));
+    return kIs16 ? Doubles::Of(Sum(channel + 3)) * 65536.0 + low : low;
+  }
+
+  // Divides by multiplying with the reciprocal. The exact quotients are integers or at least 1 / by
+  // below the next integer, so a smaller number can be added: it only compensates for the rounding
+  // of the products.
+  VXp_Argb<L> IntegerAverage(int32_t count, VXp_MotionRounding rounding, Work alpha, Ints nothing,
+                             Ints opaque) const {
+    const bool nearest = rounding == VXp_MotionRounding::Nearest;
+    const Work divisor = nothing ? Work{} + 1 : alpha;
+    const Doubles by = 1.0 / Doubles::Of(divisor);
+    const Doubles half = Doubles::Of(nearest ? divisor >> 1 : Work{});
+    const bool any_opaque = VXp_AnyLane(opaque), all_opaque = !VXp_AnyLane(~opaque);
+    const auto color = [&](int32_t channel) {
+      const Doubles sum = ColorSum(channel);
+      Work mixed{};
+      if (!all_opaque) mixed = ((sum + half) * by + 0x1p-26).RoundedDown();
+      if (!any_opaque) return mixed;
+      const Work scaled = (sum * (1.0 / count) + (0.5 + 0x1p-14)).RoundedDown();
+      return opaque ? Unscaled(scaled) : mixed;
+    };
+    const int32_t half_count = nearest ? count / 2 : 0;
+    return {(Doubles::Of(alpha + half_count) * (1.0 / count) + 0x1p-20).RoundedDown(), color(1),
+            color(2), color(3)};
+  }
+
+  // Divides products of a channel and full scale by full scale, rounded to nearest.
+  static Work Unscaled(Work v) {
+    if constexpr (kIs16) return (v + 16384) >> 15;
+    return (v + 128 + ((v + 128) >> 8)) >> 8;
+  }
+
+  void Average(int32_t count, VXp_MotionRounding rounding, Pixel* out) const {
+    const Work alpha = Sum(0);
+    const Ints nothing = alpha == Work{}, opaque = alpha == Work{} + count * L::kFull;
+    VXp_Argb<L> average;
+    if constexpr (kIsFloat) {
+      const Work n = Work{} + static_cast<float>(count), by = opaque ? n : alpha;
+      average = {alpha / n, Sum(1) / by, Sum(2) / by, Sum(3) / by};
+    } else {
+      average = IntegerAverage(count, rounding, alpha, nothing, opaque);
+    }
+    const auto held = [nothing](Work v) { return nothing ? Work{} : v; };
+    VXp_StoreGroup(out, VXp_Argb<L>{held(average.alpha), held(average.red), held(average.green),
+                                    held(average.blue)});
+  }
+
+  static constexpr int32_t kPlanes = kIs16 ? 7 : 4;
+  typename L::Element planes_[kPlanes][kPixels] = {};
 };

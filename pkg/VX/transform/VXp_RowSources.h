@@ -111,12 +111,21 @@ class VXp_MotionPositions {
 template <class Pixel, class SamplePath>
 void VXp_SamplePaths(const VX_TransformRowParams& row, const VXp_Run& run, Pixel* out,
                      const SamplePath& sample_path) {
-  Pixel samples[256];
-  for (int32_t i = run.first; i < run.end; ++i) {
-    const VXp_LineParts parts = sample_path(row.PathAt(i), samples);
-    VXp_MotionSum<Pixel> sum;
-    sum.Add(samples, parts);
-    out[i] = sum.Average(row.samples);
+  using Sums = VXp_MotionSums<Pixel>;
+  Pixel samples[256], groups[256][Sums::kPixels];
+  for (int32_t first = run.first; first < run.end; first += Sums::kPixels) {
+    const int32_t count = std::min(run.end - first, Sums::kPixels);
+    for (int32_t k = 0; k < row.samples; ++k) std::fill_n(groups[k], Sums::kPixels, Pixel{});
+    for (int32_t i = 0; i < count; ++i) {
+      const VXp_LineParts parts = sample_path(row.PathAt(first + i), samples);
+      int32_t next = 0;  // in the order of sampling
+      for (int32_t k = parts.first; k < parts.forward; ++k) groups[next++][i] = samples[k];
+      for (int32_t k = parts.end - 1; k >= parts.backward; --k) groups[next++][i] = samples[k];
+      for (int32_t k = parts.forward; k < parts.backward; ++k) groups[next++][i] = samples[k];
+    }
+    Sums sums;
+    for (int32_t k = 0; k < row.samples; ++k) sums.Add(groups[k]);
+    Sums::Average(&sums, count, row.samples, VXp_MotionRounding::Down, out + first);
   }
 }
 
@@ -208,18 +217,19 @@ class VXp_MotionHighRows {
   }
 
   void AverageSpans(const VXp_Line& path, int32_t count, const VXp_Run& run, Pixel* out) const {
+    using Sums = VXp_MotionSums<Pixel>;
     constexpr int32_t kMost = 256;
-    Pixel samples[kMost];
+    Pixel samples[kMost]{};
     for (VXp_Run part{run.first, run.first}; part.first < run.end; part.first = part.end) {
       part.end = std::min(part.first + kMost, run.end);
-      VXp_MotionSum<Pixel> sums[kMost];
+      const int32_t pixels = part.end - part.first;
+      Sums sums[Sums::GroupsOf(kMost)];
       for (int32_t k = 0; k < path.count; ++k) {
         sampler_.SpanOf(RowOf(path, k, count), part, record_, samples);
-        for (int32_t i = 0; i < part.end - part.first; ++i) sums[i].Add(samples[i]);
+        for (int32_t i = 0; i < pixels; i += Sums::kPixels)
+          sums[i / Sums::kPixels].Add(samples + i);
       }
-      for (int32_t i = part.first; i < part.end; ++i) {
-        out[i] = sums[i - part.first].Average(path.count);
-      }
+      Sums::Average(sums, pixels, path.count, VXp_MotionRounding::Down, out + part.first);
     }
   }
 
@@ -240,6 +250,8 @@ struct VXp_Interval {
 
 template <class Pixel>
 class VXp_IntervalRows {
+  using Sums = VXp_MotionSums<Pixel>;
+
  public:
   // `area` contains the areas of all intervals. Each row of `scratch` has ScratchBytes(width of
   // `area`) bytes.
@@ -254,28 +266,33 @@ class VXp_IntervalRows {
         rounding_(rounding) {}
 
   static size_t ScratchBytes(size_t width) {
-    return width * (sizeof(VXp_MotionSum<Pixel>) + sizeof(Pixel));
+    const auto groups = static_cast<size_t>(Sums::GroupsOf(static_cast<int32_t>(width)));
+    return groups * (sizeof(Sums) + Sums::kPixels * sizeof(Pixel));
   }
 
   VXp_LineParts Sample(int32_t thread, int32_t row, int32_t count, Pixel* out) const {
-    auto* const sums = scratch_.Row<VXp_MotionSum<Pixel>>(thread);
-    auto* const samples = reinterpret_cast<Pixel*>(sums + count);
-    const int32_t y = top_ + row;
-    std::fill_n(sums, count, VXp_MotionSum<Pixel>{});
+    const int32_t groups = Sums::GroupsOf(count), y = top_ + row;
+    auto* const sums = scratch_.Row<Sums>(thread);
+    auto* const samples = reinterpret_cast<Pixel*>(sums + groups);
+    std::fill_n(sums, groups, Sums{});
     VXp_Run reached{count, 0};
     for (const VXp_Interval& interval : intervals_) {
       const M_LRect& area = interval.area;
       if (y < area.top || y >= area.bottom) continue;
       const VXp_Line line = interval.positions.Row(y - area.top, area.right - area.left);
-      const VXp_LineParts parts = sampler_.Sample(interval.kind, line, interval.record, samples);
+      const int32_t left = area.left - left_;
+      const VXp_LineParts parts =
+          sampler_.Sample(interval.kind, line, interval.record, samples + left);
       if (parts.first >= parts.end) continue;
-      const int32_t shift = area.left - left_;
-      for (int32_t i = parts.first; i < parts.end; ++i) sums[shift + i].Add(samples[i]);
-      reached = {std::min(reached.first, shift + parts.first),
-                 std::max(reached.end, shift + parts.end)};
+      const VXp_Run run{left + parts.first, left + parts.end};
+      const VXp_Run whole{run.first / Sums::kPixels, Sums::GroupsOf(run.end)};
+      std::fill(samples + whole.first * Sums::kPixels, samples + run.first, Pixel{});
+      std::fill(samples + run.end, samples + whole.end * Sums::kPixels, Pixel{});
+      for (int32_t i = whole.first; i < whole.end; ++i) sums[i].Add(samples + i * Sums::kPixels);
+      reached = {std::min(reached.first, run.first), std::max(reached.end, run.end)};
     }
     const auto steps = static_cast<int32_t>(intervals_.size());
-    for (int32_t i = 0; i < count; ++i) out[i] = sums[i].Average(steps, rounding_);
+    Sums::Average(sums, count, steps, rounding_, out);
     if (reached.Empty()) return {};
     return {reached.first, reached.end, reached.end, reached.end};
   }

@@ -110,9 +110,15 @@ TEST(TransformMotion, CopiesPixelsOfExactMoves) {
 // Two opaque sub-samples: a half is rounded up.
 TYPED_TEST(TransformMotion, MeanOf100And101Is101) {
   if constexpr (kDepth<TypeParam> != 32) {
-    VXp_MotionSum<TypeParam> sum;
-    for (const uint8_t red : {100, 101}) sum.Add(TypeParam{kFull<TypeParam>, red, 0, 0});
-    EXPECT_EQ(sum.Average(2).red, 101);
+    using Sums = VXp_MotionSums<TypeParam>;
+    Sums sums;
+    for (const uint8_t red : {100, 101}) {
+      TypeParam samples[Sums::kPixels] = {{kFull<TypeParam>, red, 0, 0}};
+      sums.Add(samples);
+    }
+    TypeParam average;
+    Sums::Average(&sums, 1, 2, VXp_MotionRounding::Down, &average);
+    EXPECT_EQ(average.red, 101);
   }
 }
 

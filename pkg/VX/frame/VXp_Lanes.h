@@ -421,6 +421,24 @@ bool VXp_AnyLane(Ints condition) {
   return any != 0;
 }
 
+// Returns whether any bit is set.
+template <class Vector>
+bool VXp_AnyBit(Vector v) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Vector) == 64) {
+    const auto words = reinterpret_cast<__m512i>(v);
+    return _mm512_test_epi32_mask(words, words) != 0;
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Vector) == 32) {
+    const auto words = reinterpret_cast<__m256i>(v);
+    return _mm256_testz_si256(words, words) == 0;
+  }
+#endif
+  return VXp_AnyLane(reinterpret_cast<VXp_IntsLike<Vector>>(v) != 0);
+}
+
 // Loads a 32-bit word at base + size * index for each lane.
 template <int32_t size, class Ints>
 Ints VXp_Gathered(const void* base, Ints index) {
@@ -501,7 +519,23 @@ auto VXp_Joined(Vector a, Vector b, std::index_sequence<i...>) {
 }
 template <class Vector>
 auto VXp_Joined(Vector a, Vector b) {
-  return VXp_Joined(a, b, std::make_index_sequence<2 * kVXp_LaneCount<Vector>>());
+  using Lane = std::remove_cvref_t<decltype(a[0])>;
+  constexpr size_t kCount = 2 * sizeof(Vector) / sizeof(Lane);
+  // GCC moves and shuffles more than is needed if it may not use the instructions directly.
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Vector) == 32) {
+    return reinterpret_cast<VXp_Lanes<Lane, kCount>>(
+        _mm512_maskz_inserti64x4(0xFF, _mm512_castsi256_si512(reinterpret_cast<__m256i>(a)),
+                                 reinterpret_cast<__m256i>(b), 1));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Vector) == 16) {
+    return reinterpret_cast<VXp_Lanes<Lane, kCount>>(_mm256_inserti128_si256(
+        _mm256_castsi128_si256(reinterpret_cast<__m128i>(a)), reinterpret_cast<__m128i>(b), 1));
+  }
+#endif
+  return VXp_Joined(a, b, std::make_index_sequence<kCount>());
 }
 
 // Orders the result of packing `parts` vectors into one (2, or 4 by packing twice): all lanes of

@@ -13,7 +13,6 @@
 // they load the neighbours. The function Mixed is the definition. PointRule gives the same results
 // for many positions at once.
 
-#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -32,6 +31,7 @@ struct Rule;
 template <>
 struct Rule<VX_Pixel8> {
   static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Rounded(v); }
+  static VXp_PointInts Whole(const VXp_PointDoubles& v) { return v.Rounded(); }
   static int32_t Whole(double v) { return static_cast<int32_t>(std::lrint(v)); }
   static bool IsNothing(double alpha) { return Whole(alpha) == 0; }
 };
@@ -40,6 +40,7 @@ struct Rule<VX_Pixel8> {
 template <>
 struct Rule<VX_Pixel16> {
   static VXp_IntLanes Whole(const VXp_DoubleLanes& v) { return VXp_Truncated(v + 0.5); }
+  static VXp_PointInts Whole(const VXp_PointDoubles& v) { return (v + 0.5).RoundedDown(); }
   static int32_t Whole(double v) { return static_cast<int32_t>(v + 0.5); }
   static bool IsNothing(double alpha) { return alpha < 0.5; }
 };
@@ -144,11 +145,70 @@ struct RoundedBytes {
   VXp_PointInts nothing{}, alpha_is_near{}, color_is_near{};
 };
 
+VXp_PointDoubles Doubles(VXp_PointWords channel) {
+  return VXp_PointDoubles::Of(reinterpret_cast<VXp_PointInts>(channel));
+}
+
+// Computes a group in double precision, in the steps of Mixed. The caller replaces the samples of
+// whole positions and of equal pixels.
+template <class Pixel>
+struct DoubleMix {
+  using Lanes = VXp_PixelLanes<Pixel>;
+  using Numbers = VXp_PointDoubles;
+
+  // `differences` has a bit set where the alphas of the neighbours differ.
+  static Lanes Mix(const VXp_Quads<Pixel>& q, const VXp_DoubleWeightLanes& w,
+                   VXp_PointWords differences) {
+    const Lanes mixed = VXp_AnyBit(differences) ? ByAlpha(q, w, differences == 0) : Alike(q, w);
+    return mixed.Where(mixed.Channel(0) != 0);
+  }
+
+ private:
+  static VXp_PointWords Whole(const Numbers& v) {
+    return reinterpret_cast<VXp_PointWords>(Rule<Pixel>::Whole(v));
+  }
+
+  // Mixes each colour with mix(c00, c10, c01, c11).
+  template <class Mixing>
+  static Lanes Colors(const VXp_Quads<Pixel>& q, VXp_PointWords alpha, const Mixing& mix) {
+    const auto color = [&](int32_t c) {
+      return Whole(mix(Doubles(q.p00.Channel(c)), Doubles(q.p10.Channel(c)),
+                       Doubles(q.p01.Channel(c)), Doubles(q.p11.Channel(c))));
+    };
+    return Lanes::Of(alpha, color(1), color(2), color(3));
+  }
+
+  // Equal alphas are replaced by 1: then the sum of the weighted alphas is exactly 1, and so is its
+  // reciprocal.
+  static Lanes ByAlpha(const VXp_Quads<Pixel>& q, const VXp_DoubleWeightLanes& w,
+                       VXp_PointInts alike) {
+    const auto weighted = [alike](const Numbers& weight, const Lanes& pixels) {
+      return weight * Doubles(alike ? VXp_PointWords{} + 1u : pixels.Channel(0));
+    };
+    const Numbers s00 = weighted(w.w00, q.p00), s10 = weighted(w.w10, q.p10);
+    const Numbers s01 = weighted(w.w01, q.p01), s11 = weighted(w.w11, q.p11);
+    const Numbers sum = s00 + s10 + s01 + s11, inverse = 1.0 / sum;
+    return Colors(
+        q, alike ? q.p00.Channel(0) : Whole(sum),
+        [&](const Numbers& c00, const Numbers& c10, const Numbers& c01, const Numbers& c11) {
+          return (s00 * c00 + s10 * c10 + s01 * c01 + s11 * c11) * inverse;
+        });
+  }
+
+  static Lanes Alike(const VXp_Quads<Pixel>& q, const VXp_DoubleWeightLanes& w) {
+    return Colors(
+        q, q.p00.Channel(0),
+        [&](const Numbers& c00, const Numbers& c10, const Numbers& c01, const Numbers& c11) {
+          return w.w00 * c00 + w.w10 * c10 + w.w01 * c01 + w.w11 * c11;
+        });
+  }
+};
+
 template <class Pixel>
 struct PointRule;
 
 // Computes in single precision. The rounded result is correct unless a value is close to a half;
-// such samples are computed again in double precision. Fractions that are multiples of 1/256 give
+// such groups are computed again in double precision. Fractions that are multiples of 1/256 give
 // many exact halves. For these, alphas are exact in single precision, and if the alphas are equal,
 // colours too.
 template <>
@@ -166,14 +226,14 @@ struct PointRule<VX_Pixel8> {
   static void Mix(const VXp_Quads<VX_Pixel8>& stored, const Weights& w, VX_Pixel8* out) {
     const VXp_ByteQuads quads(stored);
     const VXp_PointWords differences = quads.Differences();
-    const VXp_PointInts same = differences == 0, alike = (differences & 0xFFu) == 0;
-    if (!VXp_AnyLane(~same)) {
+    if (!VXp_AnyBit(differences)) {
       stored.p00.Store(out);
       return;
     }
+    const VXp_PointInts same = differences == 0, alike = (differences & 0xFFu) == 0;
     VXp_ByteMix mixed;
     float error = kErrorByAlpha;
-    if (!VXp_AnyLane(~alike)) {
+    if (!VXp_AnyBit(differences & 0xFFu)) {
       error = kErrorAlike;
       mixed = VXp_MixAlike(quads, w.fractions);
     } else {
@@ -182,28 +242,19 @@ struct PointRule<VX_Pixel8> {
     }
     const RoundedBytes rounded(mixed, error);
     const VXp_PointInts kept = same | w.stored.Whole();
-    const VXp_PointWords sample = rounded.nothing ? VXp_PointWords{} : rounded.pixels;
-    VXp_StoreLanes(out, 0, kept ? quads.p00 : sample);
     const VXp_PointInts unsure =
         ((rounded.alpha_is_near & ~w.coarse) |
          (rounded.color_is_near & ~rounded.nothing & ~(alike & w.coarse))) &
         ~kept;
-    if (const unsigned bits = VXp_LaneBits(unsure)) MixAgain(quads, w.stored, bits, out);
-  }
-
- private:
-  [[gnu::noinline]] static void MixAgain(const VXp_ByteQuads& q, const VXp_Fractions& f,
-                                         unsigned bits, VX_Pixel8* out) {
-    for (; bits != 0; bits &= bits - 1) {
-      const int i = std::countr_zero(bits);
-      const VXp_DoubleWeights w(static_cast<uint32_t>(f.fx[i]), static_cast<uint32_t>(f.fy[i]));
-      VXp_Store(out + i, Mixed(VXp_Quad<VX_Pixel8>{q.p00[i], q.p10[i], q.p01[i], q.p11[i]}, w));
+    VXp_PointWords sample = rounded.nothing ? VXp_PointWords{} : rounded.pixels;
+    if (VXp_AnyLane(unsure)) {
+      const VXp_DoubleWeightLanes weights(w.stored);
+      sample = DoubleMix<VX_Pixel8>::Mix(stored, weights, differences & 0xFFu).words;
     }
+    VXp_StoreLanes(out, 0, kept ? quads.p00 : sample);
   }
 };
 
-// Computes in double precision, in the steps of Mixed. Equal alphas are replaced by 1: then the sum
-// of the weighted alphas is exactly 1, and so is its reciprocal.
 template <>
 struct PointRule<VX_Pixel16> {
   struct Weights : VXp_DoubleWeightLanes {
@@ -215,51 +266,19 @@ struct PointRule<VX_Pixel16> {
   static void Mix(const VXp_Quads<VX_Pixel16>& q, const Weights& w, VX_Pixel16* out) {
     const VXp_PointWords ar = Differences(q.p00.ar, q.p10.ar, q.p01.ar, q.p11.ar);
     const VXp_PointWords gb = Differences(q.p00.gb, q.p10.gb, q.p01.gb, q.p11.gb);
-    const VXp_PointInts kept = ((ar | gb) == 0) | w.whole, alike = (ar & 0xFFFFu) == 0;
+    const VXp_PointInts kept = ((ar | gb) == 0) | w.whole;
     if (!VXp_AnyLane(~kept)) {
       q.p00.Store(out);
       return;
     }
-    const auto alpha_of = [alike](VXp_PointWords v) {
-      return Doubles(alike ? VXp_PointWords{} + 1u : v & 0xFFFFu);
-    };
-    const auto s00 = w.w00 * alpha_of(q.p00.ar), s10 = w.w10 * alpha_of(q.p10.ar);
-    const auto s01 = w.w01 * alpha_of(q.p01.ar), s11 = w.w11 * alpha_of(q.p11.ar);
-    const auto sum = s00 + s10 + s01 + s11;
-    const auto inverse = 1.0 / sum;
-    const auto mixed = [&](VXp_PointWords p00, VXp_PointWords p10, VXp_PointWords p01,
-                           VXp_PointWords p11) {
-      return Words(
-          (s00 * Doubles(p00) + s10 * Doubles(p10) + s01 * Doubles(p01) + s11 * Doubles(p11)) *
-              inverse +
-          0.5);
-    };
-    const VXp_PointWords alpha = alike ? q.p00.ar & 0xFFFFu : Words(sum + 0.5);
-    const VXp_PointWords red =
-        mixed(q.p00.ar >> 16, q.p10.ar >> 16, q.p01.ar >> 16, q.p11.ar >> 16);
-    const VXp_PointWords green =
-        mixed(q.p00.gb & 0xFFFFu, q.p10.gb & 0xFFFFu, q.p01.gb & 0xFFFFu, q.p11.gb & 0xFFFFu);
-    const VXp_PointWords blue =
-        mixed(q.p00.gb >> 16, q.p10.gb >> 16, q.p01.gb >> 16, q.p11.gb >> 16);
-    const auto chosen = [&](VXp_PointWords before, VXp_PointWords after) {
-      const VXp_PointWords sample = alpha == 0 ? VXp_PointWords{} : after;
-      return kept ? before : sample;
-    };
-    const VXp_PixelLanes<VX_Pixel16> pixels{chosen(q.p00.ar, alpha | red << 16),
-                                            chosen(q.p00.gb, green | blue << 16)};
-    pixels.Store(out);
+    const auto sample = DoubleMix<VX_Pixel16>::Mix(q, w, ar & 0xFFFFu);
+    VXp_PixelLanes<VX_Pixel16>{kept ? q.p00.ar : sample.ar, kept ? q.p00.gb : sample.gb}.Store(out);
   }
 
  private:
   static VXp_PointWords Differences(VXp_PointWords a, VXp_PointWords b, VXp_PointWords c,
                                     VXp_PointWords d) {
     return (a ^ b) | (a ^ c) | (a ^ d);
-  }
-  static VXp_PointDoubles Doubles(VXp_PointWords channel) {
-    return VXp_PointDoubles::Of(reinterpret_cast<VXp_PointInts>(channel));
-  }
-  static VXp_PointWords Words(const VXp_PointDoubles& v) {
-    return reinterpret_cast<VXp_PointWords>(v.RoundedDown());
   }
 };
 

@@ -33,9 +33,9 @@ void SampleOneOfFour(const VX_LayerDef& src, const VXp_Position& at, const VXp_S
   VXp_Store(out, Finished(quad.ByAlpha(w)));
 }
 
-VXp_PointWords FinishedLanes(const VXp_ByteMix& mixed) {
+VXp_PointWords FinishedColors(const VXp_ByteMix& mixed) {
   VXp_PointInts pixels{};
-  for (int32_t c = 0; c < 4; ++c) pixels |= VXp_Truncated(mixed.channel[c] + 0.5f) << (8 * c);
+  for (int32_t c = 1; c < 4; ++c) pixels |= VXp_Truncated(mixed.channel[c] + 0.5f) << (8 * c);
   return reinterpret_cast<VXp_PointWords>(pixels);
 }
 
@@ -50,17 +50,20 @@ struct SingleRule {
 
   static void Mix(const VXp_Quads<VX_Pixel8>& stored, const Weights& w, VX_Pixel8* out) {
     const VXp_ByteQuads quads(stored);
-    const VXp_PointInts alike = (quads.Differences() & 0xFFu) == 0;
-    if (!VXp_AnyLane(~alike)) {
-      VXp_StoreLanes(out, 0, FinishedLanes(VXp_MixAlike(quads, w.fractions)));
+    const VXp_PointWords differences = quads.Differences() & 0xFFu;
+    const auto mix_alike = [&] {
+      return FinishedColors(VXp_MixAlike(quads, w.fractions)) | (quads.p00 & 0xFFu);
+    };
+    if (!VXp_AnyBit(differences)) {
+      VXp_StoreLanes(out, 0, mix_alike());
       return;
     }
-    VXp_ByteMix mixed = VXp_MixByAlpha(quads, w);
-    const VXp_PointInts nothing = mixed.channel[0] < 0.5f;
-    VXp_PointWords pixels = nothing ? VXp_PointWords{} : FinishedLanes(mixed);
-    if (VXp_AnyLane(alike)) {
-      pixels = alike ? FinishedLanes(VXp_MixAlike(quads, w.fractions)) : pixels;
-    }
+    const VXp_ByteMix mixed = VXp_MixByAlpha(quads, w);
+    const VXp_PointInts alpha = VXp_Truncated(mixed.channel[0] + 0.5f);
+    const VXp_PointWords sample = FinishedColors(mixed) | reinterpret_cast<VXp_PointWords>(alpha);
+    VXp_PointWords pixels = alpha == 0 ? VXp_PointWords{} : sample;
+    const VXp_PointInts alike = differences == 0;
+    if (VXp_AnyLane(alike)) pixels = alike ? mix_alike() : pixels;
     VXp_StoreLanes(out, 0, w.whole ? quads.p00 : pixels);
   }
 };

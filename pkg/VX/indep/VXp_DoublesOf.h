@@ -19,8 +19,12 @@ struct VXp_DoublesOf {
             reinterpret_cast<Half>(VXp_Shuffled<2, 6, 3, 7>(v, upper)) - 0x1p52};
   }
 
-  // Converts numbers from 0 to below 2^31 to integers, rounded down. The result of other numbers is
-  // not defined.
+  // Convert numbers from 0 to below 2^31 to integers: Rounded by the rounding mode of the thread,
+  // RoundedDown down. The result of other numbers is not defined.
+  Ints Rounded() const {
+    const auto low = [](Half v) { return reinterpret_cast<Ints>(v + 0x1p52); };
+    return VXp_Shuffled<0, 2, 4, 6>(low(first), low(second));
+  }
   Ints RoundedDown() const {
 #ifdef __AVX512BW__
     if constexpr (lanes == 16) {

@@ -38,7 +38,8 @@ struct VXp_CloseWeightLanes {
 
 // Returns channel c of the pixels.
 inline VXp_PointFloats VXp_ChannelOf(VXp_PointWords pixels, int32_t c) {
-  return VXp_AsFloat(reinterpret_cast<VXp_PointInts>(pixels >> (8 * c) & 0xFFu));
+  const VXp_PixelLanes<VX_Pixel8> lanes{pixels};
+  return VXp_AsFloat(reinterpret_cast<VXp_PointInts>(lanes.Channel(c)));
 }
 
 // The four channels of mixed positions.

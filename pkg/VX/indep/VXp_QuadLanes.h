@@ -47,6 +47,11 @@ Vector VXp_FromSections(const Load& load, int32_t first = 0) {
 //   Pairs(at, &left, &right)   loads two neighbouring pixels at each of the addresses at(i), where
 //                              i is a position in the group
 //   Store(to)
+//
+// and at the integer depths:
+//
+//   Of(alpha, red, green, blue), Channel(c)   conversion from and to channels
+//   Where(condition)                          the pixels, and zero where the condition is false
 template <class Pixel>
 struct VXp_PixelLanes;
 
@@ -69,6 +74,16 @@ struct VXp_PixelLanes<VX_Pixel8> {
     right->words = VXp_Shuffled<1, 3, 5, 7>(first, second);
   }
   void Store(VX_Pixel8* to) const { VXp_StoreLanes(to, 0, words); }
+  static VXp_PixelLanes Of(VXp_PointWords alpha, VXp_PointWords red, VXp_PointWords green,
+                           VXp_PointWords blue) {
+    return {alpha | red << 8 | green << 16 | blue << 24};
+  }
+  VXp_PointWords Channel(int32_t c) const {
+    return c == 3 ? words >> 24 : words >> (8 * c) & 0xFFu;
+  }
+  VXp_PixelLanes Where(VXp_PointInts condition) const {
+    return {condition ? words : VXp_PointWords{}};
+  }
 
   VXp_PointWords words;
 };
@@ -98,6 +113,17 @@ struct VXp_PixelLanes<VX_Pixel16> {
   void Store(VX_Pixel16* to) const {
     VXp_StoreLanes(to, 0, VXp_Shuffled<0, 4, 1, 5>(ar, gb));
     VXp_StoreLanes(to, 1, VXp_Shuffled<2, 6, 3, 7>(ar, gb));
+  }
+  static VXp_PixelLanes Of(VXp_PointWords alpha, VXp_PointWords red, VXp_PointWords green,
+                           VXp_PointWords blue) {
+    return {alpha | red << 16, green | blue << 16};
+  }
+  VXp_PointWords Channel(int32_t c) const {
+    const VXp_PointWords two = c < 2 ? ar : gb;
+    return c % 2 == 0 ? two & 0xFFFFu : two >> 16;
+  }
+  VXp_PixelLanes Where(VXp_PointInts condition) const {
+    return {condition ? ar : VXp_PointWords{}, condition ? gb : VXp_PointWords{}};
   }
 
   VXp_PointWords ar, gb;

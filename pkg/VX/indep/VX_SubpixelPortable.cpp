@@ -110,14 +110,15 @@ void VXp_StraightRow<VX_PixelFloat>(const VX_SampPB& record, const VX_Fixed* x, 
 
 template <>
 [[gnu::flatten]] void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x,
-                                         const VX_Fixed* y, int32_t count, VX_PixelFloat* out) {
-  VXp_MixPoints<FloatRule>(VXp_Origin<VX_PixelFloat>(*record.src), x, y, count, out);
+                                         const VX_Fixed* y, int32_t count, ptrdiff_t ahead,
+                                         VX_PixelFloat* out) {
+  VXp_MixPoints<FloatRule>(VXp_Origin<VX_PixelFloat>(*record.src), x, y, count, ahead, out);
 }
 
 template <>
 [[gnu::flatten]] void VXp_StraightSpan(const VX_SampPB& record, VX_Fixed x, VX_Fixed y,
-                                       int32_t count, VX_PixelFloat* out) {
-  VXp_MixSpan<FloatRule>(VXp_Origin<VX_PixelFloat>(*record.src), x, y, count, out);
+                                       int32_t count, ptrdiff_t ahead, VX_PixelFloat* out) {
+  VXp_MixSpan<FloatRule>(VXp_Origin<VX_PixelFloat>(*record.src), x, y, count, ahead, out);
 }
 
 VX_Err VX_SubpixelCPlusPlus(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y, const VX_SampPB* record,

@@ -298,7 +298,7 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
     std::memcpy(static_cast<void*>(out), VXp_PixelAddress<Pixel>(*record->src, at.column, at.row),
                 static_cast<size_t>(count) * sizeof(Pixel));
   } else {
-    VXp_StraightSpan(*record, x, y, count, out);
+    VXp_StraightSpan(*record, x, y, count, /*ahead=*/0, out);
   }
   *alpha_sum += AlphaSum(out, count);
   return VX_Ok;
@@ -308,20 +308,21 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
 
 template <class Pixel>
 void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
-                        int32_t count, Pixel* out) {
+                        int32_t count, ptrdiff_t ahead, Pixel* out) {
   const VX_SampPB* const from = &record;
   VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixPoints<PointRule<Pixel>>(VXp_Origin<Pixel>(*from->src), x, y, count, out);
+    VXp_MixPoints<PointRule<Pixel>>(VXp_Origin<Pixel>(*from->src), x, y, count, ahead, out);
   });
 }
 template VXp_SamplePointsCall<VX_Pixel8> VXp_StraightPoints<VX_Pixel8>;
 template VXp_SamplePointsCall<VX_Pixel16> VXp_StraightPoints<VX_Pixel16>;
 
 template <class Pixel>
-void VXp_StraightSpan(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, int32_t count, Pixel* out) {
+void VXp_StraightSpan(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, int32_t count,
+                      ptrdiff_t ahead, Pixel* out) {
   const VX_SampPB* const from = &record;
   VXp_RoundingToNearest([=]() __attribute__((flatten)) {
-    VXp_MixSpan<PointRule<Pixel>>(VXp_Origin<Pixel>(*from->src), x, y, count, out);
+    VXp_MixSpan<PointRule<Pixel>>(VXp_Origin<Pixel>(*from->src), x, y, count, ahead, out);
   });
 }
 template VXp_SampleSpanCall<VX_Pixel8> VXp_StraightSpan<VX_Pixel8>;
@@ -340,7 +341,7 @@ void VXp_StraightRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, 
   VX_Fixed ys[kTile];
   std::fill_n(ys, kTile, y);
   for (int32_t i = first; i < end; i += kTile) {
-    VXp_StraightPoints<Pixel>(record, x + i, ys, std::min(kTile, end - i), pixels + i);
+    VXp_StraightPoints<Pixel>(record, x + i, ys, std::min(kTile, end - i), /*ahead=*/0, pixels + i);
   }
   clipped(end, count);
 }

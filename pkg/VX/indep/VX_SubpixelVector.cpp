@@ -71,8 +71,9 @@ struct SingleRule {
 }  // namespace
 
 [[gnu::flatten]] void VXp_SinglePoints(const VX_SampPB& record, const VX_Fixed* x,
-                                       const VX_Fixed* y, int32_t count, VX_Pixel8* out) {
-  VXp_MixPoints<SingleRule>(VXp_Origin<VX_Pixel8>(*record.src), x, y, count, out);
+                                       const VX_Fixed* y, int32_t count, ptrdiff_t ahead,
+                                       VX_Pixel8* out) {
+  VXp_MixPoints<SingleRule>(VXp_Origin<VX_Pixel8>(*record.src), x, y, count, ahead, out);
 }
 
 VX_Err VX_SubpixelSampleNoClip_Straight_SSE2(VX_ProgressInfo*, VX_Fixed x, VX_Fixed y,

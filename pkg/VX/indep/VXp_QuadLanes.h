@@ -211,10 +211,16 @@ void VXp_MixGroup(const char* const* at, ptrdiff_t rowbytes, const VX_Fixed* x, 
   Rule::Mix(quads, typename Rule::Weights(fractions), out);
 }
 
+// Prefetches at an address that may be outside the world.
+inline void VXp_PrefetchAt(const char* from, ptrdiff_t offset) {
+  const auto at = reinterpret_cast<uintptr_t>(from) + static_cast<uintptr_t>(offset);
+  __builtin_prefetch(reinterpret_cast<const void*>(at));
+}
+
 // Samples `count` points. The last points, fewer than a group, are repeated to a whole group.
 template <class Rule, class Pixel>
 void VXp_MixPoints(const VXp_Origin<Pixel>& from, const VX_Fixed* x, const VX_Fixed* y,
-                   int32_t count, Pixel* out) {
+                   int32_t count, ptrdiff_t ahead, Pixel* out) {
   constexpr ptrdiff_t kTile = 256;
   const VXp_Origin<Pixel> origin = from;  // a local copy, so that stores cannot change it
   const char* at[kTile];
@@ -224,6 +230,9 @@ void VXp_MixPoints(const VXp_Origin<Pixel>& from, const VX_Fixed* x, const VX_Fi
     for (ptrdiff_t i = first; i < end; ++i) at[i - first] = origin.Upper(x[i], y[i]);
     ptrdiff_t i = first;
     for (; i + kVXp_Points <= end; i += kVXp_Points) {
+      for (ptrdiff_t k = 0; ahead != 0 && k < kVXp_Points; k += 4) {
+        VXp_PrefetchAt(at[i - first + k], ahead);
+      }
       VXp_MixGroup<Rule>(at + (i - first), origin.rowbytes(), x + i, y + i, out + i);
     }
     if (i == end) continue;
@@ -243,7 +252,8 @@ void VXp_MixPoints(const VXp_Origin<Pixel>& from, const VX_Fixed* x, const VX_Fi
 
 // Samples a span: `count` positions in steps of one pixel from (x, y) on.
 template <class Rule, class Pixel>
-void VXp_MixSpan(const VXp_Origin<Pixel>& from, VX_Fixed x, VX_Fixed y, int32_t count, Pixel* out) {
+void VXp_MixSpan(const VXp_Origin<Pixel>& from, VX_Fixed x, VX_Fixed y, int32_t count,
+                 ptrdiff_t ahead, Pixel* out) {
   using Lanes = VXp_PixelLanes<Pixel>;
   const typename Rule::Weights weights(
       VXp_Fractions{VXp_PointInts{} + (x & 0xFFFF), VXp_PointInts{} + (y & 0xFFFF)});
@@ -251,6 +261,7 @@ void VXp_MixSpan(const VXp_Origin<Pixel>& from, VX_Fixed x, VX_Fixed y, int32_t 
   const int32_t rowbytes = from.rowbytes();
   ptrdiff_t i = 0;
   for (; i + kVXp_Points <= count; i += kVXp_Points) {
+    if (ahead != 0) VXp_PrefetchAt(upper, ahead);
     Rule::Mix(VXp_Quads<Pixel>{Lanes::Row(upper), Lanes::Row(upper + sizeof(Pixel)),
                                Lanes::Row(upper + rowbytes),
                                Lanes::Row(upper + rowbytes + sizeof(Pixel))},
@@ -264,5 +275,5 @@ void VXp_MixSpan(const VXp_Origin<Pixel>& from, VX_Fixed x, VX_Fixed y, int32_t 
     rest_y[k] = y & 0xFFFF;
   }
   VXp_MixPoints<Rule>(VXp_Origin<Pixel>(upper, rowbytes), rest_x, rest_y,
-                      static_cast<int32_t>(count - i), out + i);
+                      static_cast<int32_t>(count - i), /*ahead=*/0, out + i);
 }

@@ -9,9 +9,11 @@
 #include "indep/VXp_Neighbours.h"
 
 // Stores the samples at (x[0], y[0]), (x[1], y[1]) and so on. All neighbours must be in the world.
+// If `ahead` is not 0, prefetches the memory at this distance in bytes from the neighbours, because
+// hardware prefetch does not follow rows that are not horizontal.
 template <class Pixel>
 using VXp_SamplePointsCall = void(const VX_SampPB& record, const VX_Fixed* x, const VX_Fixed* y,
-                                  int32_t count, Pixel* out);
+                                  int32_t count, ptrdiff_t ahead, Pixel* out);
 template <class Pixel>
 using VXp_SamplePointsFunc = VXp_SamplePointsCall<Pixel>*;
 
@@ -21,10 +23,10 @@ template <class Pixel>
 VXp_SamplePointsCall<Pixel> VXp_StraightPoints;
 
 // Samples a span: `count` positions in steps of one pixel from (x, y) on. All neighbours must be in
-// the world.
+// the world. For `ahead` see above.
 template <class Pixel>
 using VXp_SampleSpanCall = void(const VX_SampPB& record, VX_Fixed x, VX_Fixed y, int32_t count,
-                                Pixel* out);
+                                ptrdiff_t ahead, Pixel* out);
 
 // Gives the results of the built-in span sampler of the set.
 template <class Pixel>

@@ -20,6 +20,7 @@ struct VXp_Line {
   int64_t x, y;    // position of the first pixel
   int64_t dx, dy;  // step to the next pixel
   int32_t count;
+  int64_t ahead_x = 0, ahead_y = 0;  // step to positions that are needed soon, for prefetches
 
   int64_t X(int32_t i) const { return x + i * dx; }
   int64_t Y(int32_t i) const { return y + i * dy; }

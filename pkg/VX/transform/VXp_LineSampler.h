@@ -213,8 +213,13 @@ class VXp_LineSampler {
       count = std::min<int32_t>(run.end - i, std::size(x));
       Positions(line.X(i), line.dx, count, x);
       Positions(line.Y(i), line.dy, count, y);
-      form(record, x, y, count, out + i);
+      form(record, x, y, count, Ahead(line, record), out + i);
     }
+  }
+
+  static ptrdiff_t Ahead(const VXp_Line& line, const VX_SampPB& record) {
+    return static_cast<ptrdiff_t>(line.ahead_y >> 16) * record.src->rowbytes +
+           static_cast<ptrdiff_t>(line.ahead_x >> 16) * static_cast<ptrdiff_t>(sizeof(Pixel));
   }
 
   // Stores positions on one axis, whose sums may wrap.
@@ -246,7 +251,7 @@ class VXp_LineSampler {
     if (run.Empty()) return;
     if (UsesOwn()) {
       VXp_StraightSpan<Pixel>(record, Fixed(line.X(run.first)), Fixed(line.y), run.end - run.first,
-                              out + run.first);
+                              Ahead(line, record), out + run.first);
       return;
     }
     constexpr int32_t kMost = 32768;

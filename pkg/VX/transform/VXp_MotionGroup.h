@@ -27,7 +27,7 @@ class VXp_MotionGroup {
     Sums sums[Sums::GroupsOf(kMost)];
     Pixel samples[kMost]{};
     const auto add = [&](VXp_SamplePointsFunc<Pixel> form) {
-      form(record_, x_, y_, count_, samples);
+      form(record_, x_, y_, count_, /*ahead=*/0, samples);
       for (int32_t i = 0; i < count_; i += Sums::kPixels) {
         sums[i / Sums::kPixels].Add(samples + i);
       }

@@ -49,7 +49,11 @@ class VXp_StillRows {
   }
 
   VXp_LineParts Sample(int32_t, int32_t row, int32_t count, Pixel* out) const {
-    return sampler_.Sample(kind_, positions_.Row(row, count), record_, out);
+    constexpr int32_t kRowsAhead = 8;
+    VXp_Line line = positions_.Row(row, count);
+    line.ahead_x = kRowsAhead * positions_.row_dx;
+    line.ahead_y = kRowsAhead * positions_.row_dy;
+    return sampler_.Sample(kind_, line, record_, out);
   }
 
  private:

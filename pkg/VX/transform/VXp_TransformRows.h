@@ -15,10 +15,28 @@
 #include "transform/VXp_TransformMask.h"
 #include "transform/VXp_TransformPlan.h"
 
-// Returns the sum of the alphas of a sampled row. They are added in the order of sampling.
+// Returns the sum of the alphas of a sampled row of `count` pixels, added in the order of sampling.
+// In float, returns a simpler number if the sum is known to be neither 0 nor `count`: callers only
+// compare it with these.
 template <class Pixel>
-auto VXp_AlphaTotal(const Pixel* row, const VXp_LineParts& parts) {
+auto VXp_AlphaTotal(const Pixel* row, int32_t count, const VXp_LineParts& parts) {
   if constexpr (std::is_same_v<Pixel, VX_PixelFloat>) {
+    int32_t zeros = 0, halves = count - (parts.end - parts.first), units = 0, ones = 0;
+    for (int32_t i = parts.first; i < parts.end; ++i) {
+      const float alpha = row[i].alpha;
+      zeros += alpha == 0;
+      halves += alpha <= 0.5f;
+      units += (alpha >= 0) & (alpha <= 1);
+      ones += alpha == 1;
+    }
+    const int32_t sampled = parts.end - parts.first;
+    if (units == sampled) {
+      if (zeros == sampled) return 0.0f;
+      // All partial sums are exact, or the exact sum is at most count - halves / 2 and its error
+      // less than count^2 / 2^24.
+      if (ones == count && count <= 1 << 24) return static_cast<float>(count);
+      if (halves > int64_t{count} * count >> 23) return 0.5f;
+    }
     float total = 0;
     for (int32_t i = parts.first; i < parts.forward; ++i) total += row[i].alpha;
     for (int32_t i = parts.end - 1; i >= parts.backward; --i) total += row[i].alpha;
@@ -36,11 +54,19 @@ auto VXp_AlphaTotal(const Pixel* row, const VXp_LineParts& parts) {
   }
 }
 
+// Prefetches memory that will be written.
+inline void VXp_Prefetch(const void* from, size_t bytes) {
+  constexpr size_t kCacheLine = 64;
+  for (size_t i = 0; i < bytes; i += kCacheLine) {
+    __builtin_prefetch(static_cast<const char*>(from) + i, /*rw=*/1);
+  }
+}
+
 // Blends sampled rows into the destination.
 template <class Pixel>
 class VXp_RowBlender {
  public:
-  using Total = decltype(VXp_AlphaTotal<Pixel>(nullptr, {}));
+  using Total = decltype(VXp_AlphaTotal<Pixel>(nullptr, 0, {}));
 
   VXp_RowBlender(const VXp_TransformCall& call, const VX_BlendModeDescriptor<Pixel>& descriptor)
       : call_(call) {
@@ -106,8 +132,9 @@ VX_Err VXp_DrawRows(const VXp_RowWork<Pixel>& work, int32_t progress_bits, const
     const int32_t y = area.top + row;
     if (!VXp_DrawsRow(call.field, y)) return VX_Ok;
     Pixel* const sampled = work.sampled.template Row<Pixel>(thread);
+    VXp_Prefetch(work.dst.Row(y) + area.left, static_cast<size_t>(width) * sizeof(Pixel));
     const VXp_LineParts parts = source.Sample(thread, row, width, sampled);
-    const auto total = VXp_AlphaTotal(sampled, parts);
+    const auto total = VXp_AlphaTotal(sampled, width, parts);
     if (!blender.Acts(total)) return VX_Ok;
     const Pixel* mask_row = nullptr;
     if (work.mask != nullptr) {

@@ -67,7 +67,7 @@ void CheckForm(const Form<Pixel>& form, VX_SampleFunc<Pixel> sample,
     const int mode = form.any_mode ? kModes[round % 4] : FE_TONEAREST;
     std::fesetround(mode);
     each(&one_by_one);
-    form.points(record, x.data(), y.data(), kCount, all.data());
+    form.points(record, x.data(), y.data(), kCount, /*ahead=*/0, all.data());
     fill(nullptr, kCount, left, y[0], &record, &sum, span.data());
     EXPECT_EQ(std::fegetround(), mode);
     std::fesetround(FE_TONEAREST);

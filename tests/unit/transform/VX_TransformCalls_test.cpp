@@ -8,6 +8,7 @@
 
 #include "TransformTestKit.h"
 #include "VX/VX_World.h"
+#include "transform/VXp_TransformRows.h"
 
 namespace {
 
@@ -256,6 +257,35 @@ TEST_F(Calls, PassTheAreaToAReplacement) {
   EXPECT_EQ(Draw({}, out, {Moved(0, 0)}, &out), 3);  // checked before the slot is called
   ASSERT_EQ(VX_SetOverrideFunc(32, reinterpret_cast<void*>(&VX_TransformWorld_S)), VX_Ok);
   TakeReportTexts();
+}
+
+// A float row is not drawn if its sum of alphas is 0, and copied if the sum is the number of
+// pixels. Sums are rounded after each addition in the order of sampling: a sum of alphas just below
+// 1 may be the number of pixels.
+TEST(AlphaTotals, CompareLikeTheSumInOrder) {
+  constexpr float kBelowOne = 1 - 0x1p-24f;
+  const std::vector<float> kinds[] = {{0},      {1},     {kBelowOne, 1},        {0, 0, 0, 0.5f},
+                                      {1, 0.5}, {2, 0},  {1, 1, 1, 1, 1, 1, 0}, {-1, 1},
+                                      {NAN, 1}, {1e-30f}};
+  std::mt19937 random(TestSeed());
+  int32_t equal = 0;
+  for (const int32_t count : {1, 2, 7, 1920, 4500, 32000}) {
+    for (const auto& kind : kinds) {
+      std::vector<VX_PixelFloat> row(static_cast<size_t>(count));
+      for (VX_PixelFloat& p : row) p.alpha = kind[random() % kind.size()];
+      const int32_t first = count / 3 * static_cast<int32_t>(random() % 2);
+      for (int32_t i = 0; i < first; ++i) row[static_cast<size_t>(i)].alpha = 0;
+      const VXp_LineParts parts{first, std::min(first + 1, count), count, count};
+      float sum = 0;
+      for (int32_t i = first; i < count; ++i) sum += row[static_cast<size_t>(i)].alpha;
+      const float total = VXp_AlphaTotal(row.data(), count, parts);
+      const auto all = static_cast<float>(count);
+      EXPECT_EQ(total == 0, sum == 0) << count << " " << &kind - kinds;
+      EXPECT_EQ(total == all, sum == all) << count << " " << &kind - kinds;
+      equal += sum == all && kind.size() > 1;
+    }
+  }
+  EXPECT_GT(equal, 0);
 }
 
 }  // namespace

@@ -211,12 +211,6 @@ void VXp_MixGroup(const char* const* at, ptrdiff_t rowbytes, const VX_Fixed* x, 
   Rule::Mix(quads, typename Rule::Weights(fractions), out);
 }
 
-// Prefetches at an address that may be outside the world.
-inline void VXp_PrefetchAt(const char* from, ptrdiff_t offset) {
-  const auto at = reinterpret_cast<uintptr_t>(from) + static_cast<uintptr_t>(offset);
-  __builtin_prefetch(reinterpret_cast<const void*>(at));
-}
-
 // Samples `count` points. The last points, fewer than a group, are repeated to a whole group.
 template <class Rule, class Pixel>
 void VXp_MixPoints(const VXp_Origin<Pixel>& from, const VX_Fixed* x, const VX_Fixed* y,
@@ -231,7 +225,7 @@ void VXp_MixPoints(const VXp_Origin<Pixel>& from, const VX_Fixed* x, const VX_Fi
     ptrdiff_t i = first;
     for (; i + kVXp_Points <= end; i += kVXp_Points) {
       for (ptrdiff_t k = 0; ahead != 0 && k < kVXp_Points; k += 4) {
-        VXp_PrefetchAt(at[i - first + k], ahead);
+        VXp_PrefetchAt<1>(at[i - first + k], static_cast<size_t>(ahead));
       }
       VXp_MixGroup<Rule>(at + (i - first), origin.rowbytes(), x + i, y + i, out + i);
     }
@@ -261,7 +255,7 @@ void VXp_MixSpan(const VXp_Origin<Pixel>& from, VX_Fixed x, VX_Fixed y, int32_t 
   const int32_t rowbytes = from.rowbytes();
   ptrdiff_t i = 0;
   for (; i + kVXp_Points <= count; i += kVXp_Points) {
-    if (ahead != 0) VXp_PrefetchAt(upper, ahead);
+    if (ahead != 0) VXp_PrefetchAt<kVXp_Points * sizeof(Pixel)>(upper, static_cast<size_t>(ahead));
     Rule::Mix(VXp_Quads<Pixel>{Lanes::Row(upper), Lanes::Row(upper + sizeof(Pixel)),
                                Lanes::Row(upper + rowbytes),
                                Lanes::Row(upper + rowbytes + sizeof(Pixel))},

@@ -3,10 +3,11 @@
 
 // Convolution.
 //
-// A row of the destination is computed in strips. For each row of the kernels that overlaps the
-// source, the source pixels of the strip are copied to a buffer, with zeros outside of the source.
-// Then the taps are added for a few pixels at a time, whose sums stay in registers. Therefore inner
-// loops do not test for edges, and floats are summed in the order of the kernel.
+// A row of the destination is computed in strips. Rows of the kernels that overlap the source are
+// collected until their taps fill a buffer. The source pixels that they read are copied, with zeros
+// outside of the source; float pixels inside of it are read in place. Then the taps are added for a
+// few pixels at a time, whose sums stay in registers. Therefore inner loops do not test for edges,
+// and floats are summed in the order of the kernel.
 
 #include "VX/VX_Convolve.h"
 
@@ -50,9 +51,12 @@ struct Window {
 // The offsets low..high of taps, within -radius..radius, that are inside the source (0..size - 1)
 // for at least one of the positions first..last.
 struct Reach {
+  Reach() = default;
   Reach(int32_t radius, int32_t first, int32_t last, int32_t size)
       : low(std::max(-radius, -last)), high(std::min(radius, std::max(size, 0) - 1 - first)) {}
-  int32_t low, high;
+  bool operator==(const Reach&) const = default;
+
+  int32_t low = 0, high = 0;
 };
 
 // Returns the divisor: 256 times the number of taps, or, with VX_Kernel_Normalize, the sum of the
@@ -78,85 +82,112 @@ class Strip {
   // Returns the sums of the pixels (x, y) to (x + count - 1, y).
   const typename TapSums::Sum* Sums(int32_t x, int32_t y, int32_t count) {
     blocks_ = (count + kBlock - 1) / kBlock;
-    bias_ = typename TapSums::Sum{};
-    std::fill_n(sums_, blocks_ * kBlock, typename TapSums::Sum{});
+    first_ = true;
     const Reach down(window_.y_radius, y, y, src_.height);
     const Reach across(window_.x_radius, x, x + count - 1, src_.width);
+    // A strip with the same taps as the one before reuses the weights, if the buffer has all of
+    // them.
+    const bool known = known_ && down == down_ && across == across_;
+    known_ = true;
+    down_ = down;
+    across_ = across;
+    if (!known) bias_ = typename TapSums::Sum{};
     for (int32_t dy = down.low; dy <= down.high; dy += TapSums::kRows) {
       const bool pair = dy < down.high;
       for (int32_t dx = across.low; dx <= across.high; dx += kTaps) {
         const int32_t taps = std::min(kTaps, across.high - dx + 1);
-        TakeWeights(dx, dy, pair, taps);
-        TakePixels(x + dx, y + dy, pair, taps);
-        AddTaps(taps);
+        if (rows_ == kRows || taps_ + taps > kTaps) {
+          AddRows();
+          known_ = false;
+        }
+        if (!known) TakeWeights(dx, dy, pair, taps);
+        const char* const entries = TakePixels(x + dx, y + dy, pair, taps);
+        for (int32_t i = 0; i < taps; ++i) tap_entries_[taps_ + i] = entries + i * kStep;
+        taps_ += taps;
+        ++rows_;
       }
     }
-    for (int32_t i = 0; i < count; ++i) sums_[i] += bias_;
+    AddRows();
+    for (int32_t i = 0; TapSums::kBiased && i < count; ++i) sums_[i] += bias_;
     return sums_;
   }
 
  private:
   using Vector = typename TapSums::Vector;
+  using Entry = typename TapSums::Entry;
   static constexpr int32_t kAtOnce = TapSums::kAtOnce;
   static constexpr int32_t kBlock = 8 * kAtOnce;  // pixels whose sums are in registers
   static constexpr int32_t kTaps = 64;
+  static constexpr int32_t kRows = 8;
+  static constexpr auto kStep = static_cast<ptrdiff_t>(sizeof(Entry));
 
   void TakeWeights(int32_t dx, int32_t dy, bool pair, int32_t taps) {
     for (int32_t i = 0; i < taps; ++i) {
       const int64_t below = pair ? window_.Index(dx + i, dy + 1) : kVXp_NoTap;
       const auto weights = TapSums::WeightsAt(kernels_, window_.Index(dx + i, dy), below);
-      std::fill_n(weights_ + i * kAtOnce, kAtOnce, weights);
+      std::fill_n(weights_ + (taps_ + i) * kAtOnce, kAtOnce, weights);
       TapSums::AddBias(bias_, weights);
     }
   }
 
-  // Copies the source pixels that the taps read, from column x on. Row y is inside the source; if
+  // Returns the source pixels that the taps read, from column x on. Row y is inside the source; if
   // `pair` is set, row y + 1 is too.
-  void TakePixels(int32_t x, int32_t y, bool pair, int32_t taps) {
+  const char* TakePixels(int32_t x, int32_t y, bool pair, int32_t taps) {
     const int32_t count = blocks_ * kBlock + taps - 1;
     const int32_t before = std::clamp(-x, 0, count);
     const int32_t end = std::clamp(src_.width - x, before, count);
-    std::fill(entries_, entries_ + before, TapSums::Outside());
+    if (TapSums::kInPlace && end - before == count) return VXp_PixelAddress<Pixel>(src_, x, y);
+    Entry* const entries = entries_[rows_];
+    std::fill(entries, entries + before, TapSums::Outside());
     if (end > before) {
       const char* pixel = VXp_PixelAddress<Pixel>(src_, x + before, y);
       const char* below = pair ? pixel + src_.rowbytes : pixel;
       for (int32_t i = before; i < end; ++i) {
-        entries_[i] = TapSums::Take(pixel, below);
+        entries[i] = TapSums::Take(pixel, below);
         pixel += sizeof(Pixel);
         below += sizeof(Pixel);
       }
     }
-    std::fill(entries_ + end, entries_ + count, TapSums::Outside());
+    std::fill(entries + end, entries + count, TapSums::Outside());
+    return reinterpret_cast<const char*>(entries);
   }
 
-  void AddTaps(int32_t taps) {
+  // Adds the taps of the collected rows to the sums.
+  void AddRows() {
     constexpr int32_t kVectors = kBlock / kAtOnce;
     for (int32_t b = 0; b < blocks_; ++b) {
-      Vector block[kVectors];
-      std::memcpy(block, sums_ + b * kBlock, sizeof block);
-      const typename TapSums::Entry* entry = entries_ + b * kBlock;
-      for (int32_t t = 0; t < taps; ++t, ++entry) {
-        // Hides the pointer's value. Else GCC keeps entries in registers for later taps, which read
-        // them too, and the sums no longer fit.
+      Vector block[kVectors]{};
+      if (!first_) std::memcpy(block, sums_ + b * kBlock, sizeof block);
+      for (int32_t t = 0; t < taps_; ++t) {
+        const char* entry = tap_entries_[t] + b * kBlock * kStep;
+        // Hides the pointer's value. Else GCC keeps entries in registers for later taps, which
+        // read them too, and the sums no longer fit.
         asm("" : "+r"(entry));
         const auto weights = VXp_Load<typename TapSums::Operand>(weights_ + t * kAtOnce);
         for (int32_t i = 0; i < kVectors; ++i) {
-          block[i] = TapSums::Add(
-              block[i], VXp_Load<typename TapSums::Operand>(entry + i * kAtOnce), weights);
+          const auto operand = VXp_Load<typename TapSums::Operand>(entry + i * kAtOnce * kStep);
+          block[i] = TapSums::Add(block[i], operand, weights);
         }
       }
       std::memcpy(sums_ + b * kBlock, block, sizeof block);
     }
+    rows_ = taps_ = 0;
+    first_ = false;
   }
 
   const VX_LayerDef& src_;
   const Window& window_;
   const VXp_FourKernels& kernels_;
   int32_t blocks_ = 0;
+  int32_t rows_ = 0, taps_ = 0;     // collected, and the number of their taps
+  bool first_ = true;               // no taps have been added to the sums
+  bool known_ = false;              // the weights are those of all taps of the last strip
+  Reach down_, across_;             // the taps of the last strip
+  const char* tap_entries_[kTaps];  // what a tap reads, for the first pixel of the strip
   typename TapSums::Sum bias_;
   typename TapSums::Sum sums_[kPixels];
   typename TapSums::Weights weights_[kTaps * kAtOnce];
-  typename TapSums::Entry entries_[kPixels + kTaps];
+  Entry entries_[kRows][kPixels + kTaps];
 };
 
 template <class TapSums>

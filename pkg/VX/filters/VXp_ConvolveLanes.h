@@ -7,7 +7,8 @@
 // There are three classes of sums: VXp_TapByTap for floats and 32-bit sums, VXp_TapsInPairs, a
 // faster one for integers, and VXp_WideTaps with 64-bit sums, for integers whose sums may not fit
 // 32 bits. Each defines the number of kernel rows that it processes at once, the types of its
-// pixels and weights, the addition of their product, and a bias that is added to the sums.
+// pixels and weights, whether pixels in memory have the type of entries, the addition of their
+// product, and a bias that is added to the sums.
 
 #include <algorithm>
 #include <cmath>
@@ -48,6 +49,7 @@ struct VXp_TapByTap {
   using Vector = VXp_Lanes<Lane, kVXp_TargetLanes>;
   using Operand = Vector;
   static constexpr int32_t kRows = 1, kAtOnce = kVXp_PixelsAtOnce;
+  static constexpr bool kInPlace = kVXp_IsFloat<Pixel>, kBiased = false;
 
   static Entry Outside() { return Entry{}; }
   static Entry Take(const char* pixel, const char* /*below*/) {
@@ -84,6 +86,7 @@ struct VXp_WideTaps {
   using Vector = Sum;
   using Operand = VXp_IntLanes;
   static constexpr int32_t kRows = 1, kAtOnce = 1;
+  static constexpr bool kInPlace = false, kBiased = false;
 
   static Entry Outside() { return Entry{}; }
   static Entry Take(const char* pixel, const char* /*below*/) {
@@ -116,6 +119,7 @@ struct VXp_TapsInPairs {
   using Vector = VXp_Lanes<uint32_t, kVXp_TargetLanes>;
   using Operand = Vector;
   static constexpr int32_t kRows = 2, kAtOnce = kVXp_PixelsAtOnce;
+  static constexpr bool kInPlace = false;
   static constexpr bool kBiased = sizeof(Pixel) == 8;
 
   static Entry Outside() { return kBiased ? _mm_set1_epi16(INT16_MIN) : _mm_setzero_si128(); }

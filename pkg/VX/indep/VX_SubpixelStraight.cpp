@@ -121,28 +121,27 @@ VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
 // (relative to the result, since no term is negative); VXp_MixAlike rounds twice.
 constexpr float kErrorByAlpha = 0x1p-12f, kErrorAlike = 0x1p-15f;
 
-// Mixes, rounded to nearest (ties to even) and packed to pixels, with flags for alphas of 0 and for
-// channels whose distance from a half is less than `error`.
+// Mixes, rounded to nearest (ties to even) and packed to pixels, and the distances from the rounded
+// values. Of the three colours, the largest distance. NaN is ignored.
 struct RoundedBytes {
-  RoundedBytes(const VXp_ByteMix& mixed, float error) {
+  explicit RoundedBytes(const VXp_ByteMix& mixed) {
     for (int32_t c = 0; c < 4; ++c) {
       constexpr float kUnits = 0x1.8p23f;  // adding it rounds to an integer
       const VXp_PointFloats sum = mixed.channel[c] + kUnits;
-      const VXp_PointInts whole = reinterpret_cast<VXp_PointInts>(sum) & 0xFF;
       const VXp_PointFloats off = mixed.channel[c] - (sum - kUnits);
-      const VXp_PointInts is_near = (off > 0.5f - error) | (off < error - 0.5f);
-      pixels |= reinterpret_cast<VXp_PointWords>(whole << (8 * c));
+      const auto distance =
+          reinterpret_cast<VXp_PointFloats>(reinterpret_cast<VXp_PointInts>(off) & 0x7FFFFFFF);
+      pixels |= (reinterpret_cast<VXp_PointWords>(sum) & 0xFFu) << (8 * c);
       if (c == 0) {
-        nothing = whole == 0;
-        alpha_is_near = is_near;
+        alpha_distance = distance;
       } else {
-        color_is_near |= is_near;
+        color_distance = VXp_MaxFloats(distance, color_distance);
       }
     }
   }
 
   VXp_PointWords pixels{};
-  VXp_PointInts nothing{}, alpha_is_near{}, color_is_near{};
+  VXp_PointFloats alpha_distance{}, color_distance{};
 };
 
 VXp_PointDoubles Doubles(VXp_PointWords channel) {
@@ -240,16 +239,19 @@ struct PointRule<VX_Pixel8> {
       mixed = VXp_MixByAlpha(quads, w.close);
       if (VXp_AnyLane(alike & w.coarse)) mixed.Take(alike, VXp_MixAlike(quads, w.fractions));
     }
-    const RoundedBytes rounded(mixed, error);
+    const RoundedBytes rounded(mixed);
     const VXp_PointInts kept = same | w.stored.Whole();
-    const VXp_PointInts unsure =
-        ((rounded.alpha_is_near & ~w.coarse) |
-         (rounded.color_is_near & ~rounded.nothing & ~(alike & w.coarse))) &
-        ~kept;
-    VXp_PointWords sample = rounded.nothing ? VXp_PointWords{} : rounded.pixels;
-    if (VXp_AnyLane(unsure)) {
-      const VXp_DoubleWeightLanes weights(w.stored);
-      sample = DoubleMix<VX_Pixel8>::Mix(stored, weights, differences & 0xFFu).words;
+    const VXp_PointInts nothing = (rounded.pixels & 0xFFu) == 0;
+    VXp_PointWords sample = nothing ? VXp_PointWords{} : rounded.pixels;
+    const VXp_PointInts alpha_is_near = rounded.alpha_distance > 0.5f - error;
+    const VXp_PointInts color_is_near = rounded.color_distance > 0.5f - error;
+    if (VXp_AnyLane(alpha_is_near | color_is_near)) [[unlikely]] {
+      const VXp_PointInts unsure =
+          (alpha_is_near & ~w.coarse) | (color_is_near & ~nothing & ~(alike & w.coarse));
+      if (VXp_AnyLane(unsure & ~kept)) {
+        const VXp_DoubleWeightLanes weights(w.stored);
+        sample = DoubleMix<VX_Pixel8>::Mix(stored, weights, differences & 0xFFu).words;
+      }
     }
     VXp_StoreLanes(out, 0, kept ? quads.p00 : sample);
   }

@@ -13,6 +13,7 @@
 #include "filters/VXp_Blur1DState.h"
 #include "frame/VXp_PixelGroup.h"
 #include "frame/VXp_Rows.h"
+#include "indep/VXp_ChannelLanes.h"
 
 template <class Pixel>
 inline constexpr bool kVXp_FloatPixel = std::is_same_v<VX_ChannelOf<Pixel>, float>;
@@ -39,6 +40,9 @@ VXp_GroupDoubles VXp_Widened(Work v) {
   if constexpr (std::is_same_v<Work, VXp_Lanes<uint32_t, kVXp_TargetLanes>>) {
     return {__builtin_convertvector(VXp_HalfOf<0>(v), VXp_TargetDoubles),
             __builtin_convertvector(VXp_HalfOf<1>(v), VXp_TargetDoubles)};
+  } else if constexpr (kVXp_TargetLanes == 4) {
+    const auto doubles = VXp_AsDouble(v);
+    return {doubles.first, doubles.second};
   } else {
     return {VXp_ToDoubles(VXp_HalfOf<0>(v)), VXp_ToDoubles(VXp_HalfOf<1>(v))};
   }

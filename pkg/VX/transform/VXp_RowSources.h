@@ -49,14 +49,19 @@ class VXp_StillRows {
   }
 
   VXp_LineParts Sample(int32_t, int32_t row, int32_t count, Pixel* out) const {
-    constexpr int32_t kRowsAhead = 8;
     VXp_Line line = positions_.Row(row, count);
-    line.ahead_x = kRowsAhead * positions_.row_dx;
-    line.ahead_y = kRowsAhead * positions_.row_dy;
+    line.ahead_x = Ahead(positions_.row_dx);
+    line.ahead_y = Ahead(positions_.row_dy);
     return sampler_.Sample(kind_, line, record_, out);
   }
 
  private:
+  // Returns the step of eight rows, or 0 if one row is farther than any picture is large.
+  static int64_t Ahead(int64_t row_step) {
+    constexpr int64_t kMost = int64_t{1} << 31;
+    return std::abs(row_step) < kMost ? 8 * row_step : 0;
+  }
+
   const VXp_LineSampler<Pixel>& sampler_;
   const VX_SampPB& record_;
   VXp_SampleKind kind_;

@@ -34,12 +34,13 @@ struct VXp_ThreeTerm : VXp_CommonMode<T> {
 };
 
 // Doubles the source for modes with different formulas below and above half: 2 s below, 2 s - F
-// above. At 8 bits, 0..127 and 128..255 are each scaled to 0..255.
+// above. At 8 bits, 0..127 and 128..255 are each scaled to 0..255; Lower limits s, so that the
+// product fits 16 bits in lanes whose result is not used.
 template <class T>
 struct VXp_Halves {
   using Work = typename T::Work;
   static Work Lower(Work s) {
-    if constexpr (T::kDepth == 8) return (255 * s + 64) >> 7;
+    if constexpr (T::kDepth == 8) return (255 * T::Min(s, Work{} + 127) + 64) >> 7;
     return VXp_Twice(s);
   }
   static Work Upper(Work s) {
@@ -158,8 +159,12 @@ struct VXp_ModeHardMix : VXp_ThreeTerm<T, VXp_ModeHardMix<T>> {
       const Work on = kRamp > e ? ramp : T::Full();
       return d <= t ? Work{} : on;
     } else {
-      Work t = (T::Inv(s) * 32767 + 16384) >> 15;
-      if constexpr (T::kDepth == 8) t = T::Mul(T::Inv(s), Work{} + 254);
+      Work t;
+      if constexpr (T::kDepth == 8) {
+        t = T::Mul(T::Inv(s), Work{} + 254);
+      } else {
+        t = (T::Inv(s) * 32767 + 16384) >> 15;
+      }
       return d > t ? T::Full() : Work{};
     }
   }

@@ -93,7 +93,7 @@ bool FnHasLaneOffsets(const Texture& texture) {
 // The bilinear samples of a float texture at positions inside; undefined in lanes that are not
 // `inside`. As FnTexture::sampleAt.
 inline FnFloats FnSampleLanes(const FnFloatMap& texture, const FnPairLanes& at, FnInts inside) {
-  const FnInts offset = (at.line * texture.rowBytes + at.column * 4) & inside;
+  const FnInts offset = (at.line & inside) * texture.rowBytes + (at.column & inside) * 4;
   const auto element = [&](ptrdiff_t bytes) {
     const char* const base = reinterpret_cast<const char*>(texture.pixels) + bytes;
     return reinterpret_cast<FnFloats>(VXp_Gathered<1>(base, offset));

@@ -217,6 +217,7 @@ template <class Pixel>
 void VXp_CopyPremultiplied(const VX_Blur1DState& state, const char* from, ptrdiff_t count,
                            char* to) {
   constexpr ptrdiff_t kSize = sizeof(Pixel);
+  if (count <= 0) return;  // the addresses may be null
   if (!state.Premultiplies()) {
     std::memcpy(to, from, static_cast<size_t>(count * kSize));
     return;

@@ -42,8 +42,8 @@ VX_API VX_Err VX_Interleave1to4(const Channel* src, int32_t src_rowbytes, int32_
 // Copies the four channels of pixels to four planes in one pass. Channel is uint8_t, uint16_t or
 // float.
 //
-//   src             the alpha of the first pixel; the samples of a pixel are alpha, red, green,
-//   blue src_rowbytes    bytes from row to row of pixels; negative if rows are stored upwards
+//   src             the alpha of the first pixel; samples are alpha, red, green, blue
+//   src_rowbytes    bytes from row to row of pixels; negative if rows are stored upwards
 //   plane_rowbytes  bytes from row to row of each plane; negative if rows are stored upwards
 //   size            columns and rows to copy; if one is below 1, nothing is copied
 //   planes          the first samples of the planes of alpha, red, green and blue

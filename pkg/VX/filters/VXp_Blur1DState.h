@@ -8,6 +8,7 @@
 //   VX_GaussianBlur1D.cpp    the Gaussian pass over lines of a world
 //   VX_BoxBlur1D.cpp         the box pass over lines of a world, repeated
 //   VXp_Blur1DState          arguments of a pass, worlds as lines, tiles (this file)
+//   VXp_GaussianGroups.h     windows in scratch to blurred pixels
 //   VXp_BlurLanes.h          groups of pixels: memory to scratch, sums to memory
 //   uno/VX_UnoScans.cpp      box and Gaussian scans over one line of samples
 //   uno/VX_FeatherUnoBuffer  scans over all lines of a one-channel buffer
@@ -17,6 +18,7 @@
 //   VXp_BoxEngine            the positions of a running window along lines
 //   VXp_RunningSums.h        the sums of a running window, of pixels and of samples
 //   VXp_GaussianSums         weighted sums over a symmetric window
+//   VXp_GaussianProducts.h   the products of integer samples with the weights
 //   VXp_JoinedProgress.h     progress of both passes
 //   VXp_BlurScratch          scratch for each thread
 //

@@ -7,7 +7,7 @@
 #include <cmath>
 
 #include "VX/VX_Convolve.h"
-#include "frame/VXp_Rows.h"
+#include "filters/VXp_GaussianProducts.h"
 
 // --- weights -------------------------------------------------------------------------------------
 
@@ -55,182 +55,93 @@ namespace {
 
 // Computes sums for any depth in double, in which products and sums of the integers are exact. The
 // number of sums is kSize, or `size` if kSize is 0.
-template <class Sample, int32_t kSize, class Stored>
-void PlainSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
+template <class Sample, int32_t kSize>
+void PlainSums(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
                VXp_GaussianSum<Sample>* sums) {
-  constexpr bool kBiased = std::is_same_v<Sample, uint16_t> && std::is_same_v<Stored, int16_t>;
-  const auto value = [](Stored v) {
-    if constexpr (kBiased) return static_cast<double>(v) + 32768;
-    return static_cast<double>(v);
-  };
+  const auto value = [](Sample v) { return static_cast<double>(v); };
   const int32_t n = kSize != 0 ? kSize : size;
-  double sum[kVXp_SumBlock<Stored>];
+  double sum[kVXp_SumBlock<Sample>];
   for (int32_t j = 0; j < n; ++j) sum[j] = value(c[j]) * taps.weights[0];
   for (int32_t t = 1; t <= taps.count; ++t) {
-    const Stored* const after = c + t * step;
-    const Stored* const before = c - t * step;
+    const Sample* const after = c + t * step;
+    const Sample* const before = c - t * step;
     const double weight = taps.weights[t];
     for (int32_t j = 0; j < n; ++j) sum[j] += (value(after[j]) + value(before[j])) * weight;
   }
   for (int32_t j = 0; j < n; ++j) sums[j] = static_cast<VXp_GaussianSum<Sample>>(sum[j]);
 }
 
-// A vector contains kWords 16-bit words; the products of a block are twice as many vectors of
-// 32-bit numbers. 16-bit samples are converted to signed words by subtracting 32768.
-constexpr int32_t kWords = 2 * kVXp_TargetLanes;
-using Words = VXp_Lanes<int16_t, kWords>;
-using Ints = VXp_Lanes<int32_t, kVXp_TargetLanes>;
-
-Words WordsAt(const int16_t* c) { return VXp_Load<Words>(c); }
-Words WordsAt(const uint8_t* c) { return VXp_ToWords(VXp_Load<VXp_Lanes<uint8_t, kWords>>(c)); }
-Words WordsAt(const uint16_t* c) { return VXp_Load<Words>(c) ^ INT16_MIN; }
+constexpr int32_t kWords = kVXp_WordLanes;
 
 // Returns `count` of the values whose products are `low` (four of each section of eight values) and
 // `high` (the others), from value `first` on.
 template <int32_t first, size_t... i>
-auto InOrder(Ints low, Ints high, std::index_sequence<i...>) {
+auto InOrder(VXp_ProductLanes low, VXp_ProductLanes high, std::index_sequence<i...>) {
   constexpr auto kLane = [](int32_t value) {
     return value / 8 * 4 + value % 4 + (value % 8 < 4 ? 0 : kVXp_TargetLanes);
   };
   return __builtin_shufflevector(low, high, kLane(first + static_cast<int32_t>(i))...);
 }
 
-// The products of a block of kVectors vectors.
-template <int32_t kVectors>
-struct Products {
-  // Adds x * wx + y * wy, where `pair` contains wx in the low and wy in the high half of each 32
-  // bits.
-  void Add(int32_t i, Words x, Words y, Ints pair) {
-    const auto weights = reinterpret_cast<Words>(pair);
-    low[i] += reinterpret_cast<Ints>(VXp_MulAdjacent(VXp_Interleaved<0>(x, y), weights));
-    high[i] += reinterpret_cast<Ints>(VXp_MulAdjacent(VXp_Interleaved<1>(x, y), weights));
-  }
-  // Stores the products, added to `bias` in the first call for a block and to `sums` in later
-  // calls.
-  template <class Sum>
-  void Store(bool first, Sum bias, Sum* sums) const {
-    constexpr int32_t kSums = sizeof(VXp_TargetDoubles) / sizeof(Sum);
-    const auto store = [&](int32_t i, auto part) {
-      using Sums = VXp_Lanes<Sum, kSums>;
-      constexpr int32_t kFirst = decltype(part)::value * kSums;
-      if (kFirst >= kWords) return;
-      Sum* const to = sums + i * kWords + kFirst;
-      const Sums base = first ? Sums{} + bias : VXp_Load<Sums>(to);
-      const auto ints =
-          InOrder<kFirst % kWords>(low[i], high[i], std::make_index_sequence<kSums>());
-      if constexpr (std::is_same_v<Sum, double>) {
-        VXp_Store(to, base + VXp_ToDoubles(ints));
-      } else {
-        VXp_Store(to, base + reinterpret_cast<Sums>(ints));
-      }
-    };
-    for (int32_t i = 0; i < kVectors; ++i) {
-      store(i, std::integral_constant<int32_t, 0>{});
-      store(i, std::integral_constant<int32_t, 1>{});
-      store(i, std::integral_constant<int32_t, 2>{});
-      store(i, std::integral_constant<int32_t, 3>{});
+// Stores the products, added to `bias` in the first call for a block and to `sums` in later calls.
+template <class Sum, int32_t kVectors>
+void Store(const VXp_Products<kVectors>& products, bool first, Sum bias, Sum* sums) {
+  constexpr int32_t kSums = sizeof(VXp_TargetDoubles) / sizeof(Sum);
+  const auto store = [&](int32_t i, auto part) {
+    using Sums = VXp_Lanes<Sum, kSums>;
+    constexpr int32_t kFirst = decltype(part)::value * kSums;
+    if (kFirst >= kWords) return;
+    Sum* const to = sums + i * kWords + kFirst;
+    const Sums base = first ? Sums{} + bias : VXp_Load<Sums>(to);
+    const auto ints = InOrder<kFirst % kWords>(products.low[i], products.high[i],
+                                               std::make_index_sequence<kSums>());
+    if constexpr (std::is_same_v<Sum, double>) {
+      VXp_Store(to, base + VXp_ToDoubles(ints));
+    } else {
+      VXp_Store(to, base + reinterpret_cast<Sums>(ints));
     }
-  }
-
-  Ints low[kVectors] = {};
-  Ints high[kVectors] = {};
-};
-
-// Adds the products of the distances from..to - 1. The sum of two bytes fits a word, so for bytes
-// two distances are multiplied at once. Widened bytes are read at one more distance if the number
-// of distances is odd, see VXp_GaussianSums.
-template <class Sample, class Stored, int32_t kVectors>
-[[gnu::always_inline]] inline void AddTaps(const Stored* c, ptrdiff_t step, const int16_t* weights,
-                                           int32_t from, int32_t to, Products<kVectors>& products) {
-  int32_t t = from;
-  if constexpr (sizeof(Sample) == 1) {
-    constexpr int32_t kSingle = std::is_same_v<Stored, int16_t> ? 0 : 1;
-    for (; t < to - kSingle; t += 2) {
-      const Ints pair = Ints{} + VXp_Load<int32_t>(weights + t);
-      const Stored* const after = c + t * step;
-      const Stored* const before = c - t * step;
-      for (int32_t i = 0; i < kVectors * kWords; i += kWords) {
-        const Words x = WordsAt(after + i) + WordsAt(before + i);
-        const Words y = WordsAt(after + step + i) + WordsAt(before - step + i);
-        products.Add(i / kWords, x, y, pair);
-      }
-    }
-    if (kSingle == 0) return;
-  }
-  for (; t < to; ++t) {
-    const auto pair = reinterpret_cast<Ints>(Words{} + weights[t]);
-    const Stored* const after = c + t * step;
-    const Stored* const before = c - t * step;
-    for (int32_t i = 0; i < kVectors * kWords; i += kWords) {
-      products.Add(i / kWords, WordsAt(after + i), WordsAt(before + i), pair);
-    }
+  };
+  for (int32_t i = 0; i < kVectors; ++i) {
+    store(i, std::integral_constant<int32_t, 0>{});
+    store(i, std::integral_constant<int32_t, 1>{});
+    store(i, std::integral_constant<int32_t, 2>{});
+    store(i, std::integral_constant<int32_t, 3>{});
   }
 }
 
-template <class Sample, class Stored>
-void BlockSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps,
+template <class Sample>
+void BlockSums(const Sample* c, ptrdiff_t step, const VXp_Taps& taps,
                VXp_GaussianSum<Sample>* sums) {
-  constexpr int32_t kVectors = kVXp_SumBlock<Stored> / kWords;
+  constexpr int32_t kVectors = kVXp_SumBlock<Sample> / kWords;
   const auto bias = static_cast<VXp_GaussianSum<Sample>>(
       std::is_same_v<Sample, uint16_t> ? taps.total * 32768 : 0);
   for (int32_t from = 1; from == 1 || from <= taps.count; from += taps.at_once) {
-    Products<kVectors> products;
-    if (from == 1) {
-      const Ints pair = Ints{} + int32_t{taps.weights[0]};
-      for (int32_t i = 0; i < kVectors; ++i) {
-        products.Add(i, WordsAt(c + i * kWords), Words{}, pair);
-      }
-    }
+    VXp_Products<kVectors> products;
     const int32_t to = std::min(from + taps.at_once, taps.count + 1);
-    AddTaps<Sample>(c, step, taps.weights, from, to, products);
+    products.template AddTaps<Sample>(c, step, taps.weights, from, to);
     if (from == 1) {  // a branch, so that `first` is a constant in each call
-      products.Store(true, bias, sums);
+      Store(products, true, bias, sums);
     } else {
-      products.Store(false, bias, sums);
+      Store(products, false, bias, sums);
     }
   }
-}
-
-// Sums a block of doubles, with the additions in the same order as in PlainSums.
-void DoubleSums(const double* c, ptrdiff_t step, const VXp_Taps& taps, double* sums) {
-  constexpr int32_t kVectors = kVXp_SumBlock<double> / kVXp_TargetDoubles;
-  const auto values = [](const double* from, int32_t i) {
-    return VXp_Load<VXp_TargetDoubles>(from + kVXp_TargetDoubles * i);
-  };
-  VXp_TargetDoubles sum[kVectors];
-  for (int32_t i = 0; i < kVectors; ++i) {
-    sum[i] = values(c, i) * static_cast<double>(taps.weights[0]);
-  }
-  for (int32_t t = 1; t <= taps.count; ++t) {
-    const double* const after = c + t * step;
-    const double* const before = c - t * step;
-    const double weight = taps.weights[t];
-    for (int32_t i = 0; i < kVectors; ++i) {
-      sum[i] += (values(after, i) + values(before, i)) * weight;
-    }
-  }
-  for (int32_t i = 0; i < kVectors; ++i) VXp_Store(sums + kVXp_TargetDoubles * i, sum[i]);
 }
 
 }  // namespace
 
-template <class Sample, class Stored>
-void VXp_GaussianSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
+template <class Sample>
+void VXp_GaussianSums(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
                       VXp_GaussianSum<Sample>* sums) {
-  constexpr int32_t kBlock = kVXp_SumBlock<Stored>;
+  constexpr int32_t kBlock = kVXp_SumBlock<Sample>;
   if (size != kBlock) return PlainSums<Sample, 0>(c, step, taps, size, sums);
-  if constexpr (std::is_same_v<Stored, double>) return DoubleSums(c, step, taps, sums);
-  if constexpr (std::is_integral_v<Sample>) return BlockSums<Sample>(c, step, taps, sums);
+  if constexpr (std::is_integral_v<Sample>) return BlockSums(c, step, taps, sums);
   PlainSums<Sample, kBlock>(c, step, taps, size, sums);
 }
 
-#define VX_SUMS(Sample, Stored)                                                             \
-  template void VXp_GaussianSums<Sample, Stored>(const Stored*, ptrdiff_t, const VXp_Taps&, \
-                                                 int32_t, VXp_GaussianSum<Sample>*);
-VX_SUMS(uint8_t, int16_t)
-VX_SUMS(uint8_t, uint8_t)
-VX_SUMS(uint16_t, int16_t)
-VX_SUMS(uint16_t, uint16_t)
-VX_SUMS(float, double)
-VX_SUMS(float, float)
+#define VX_SUMS(Sample)                                                              \
+  template void VXp_GaussianSums(const Sample*, ptrdiff_t, const VXp_Taps&, int32_t, \
+                                 VXp_GaussianSum<Sample>*);
+VX_SUMS(uint8_t)
+VX_SUMS(uint16_t)
+VX_SUMS(float)
 #undef VX_SUMS

@@ -4,9 +4,8 @@
 
 // The Gaussian engine: weighted sums over a symmetric window, and their quotients.
 //
-// It processes a block of values that are adjacent in scratch: channels of neighbouring pixels, or
-// samples of one-channel lines. `step` is the distance in scratch between neighbouring positions of
-// a line.
+// `step` is the distance in scratch between neighbouring positions of a line. VXp_GaussianSums
+// processes a block of adjacent samples of one-channel lines; worlds use VXp_GaussianGroups.h.
 //
 //   sums[j] = w[0] c[j] + w[1] (c[j + step] + c[j - step]) + ... + w[count] (...)
 //
@@ -28,26 +27,19 @@ struct VXp_Taps {
   int32_t at_once;         // number of distances whose products fit 32 bits together; even
 };
 
-// The widened type of a Sample in scratch, which makes sums faster: int16_t for bytes, int16_t for
-// 16-bit samples after subtracting 32768, double for floats. The sums also accept unchanged
-// Samples.
-template <class Sample>
-using VXp_WidenedSample = std::conditional_t<std::is_same_v<Sample, float>, double, int16_t>;
-
 // The sums of bytes fit 32 bits for any window.
 template <class Sample>
 using VXp_GaussianSum = std::conditional_t<std::is_same_v<Sample, uint8_t>, uint32_t, double>;
 
 // Number of values in a full block, which is summed faster than other counts.
-template <class Stored>
-inline constexpr int32_t kVXp_SumBlock = std::is_floating_point_v<Stored>
+template <class Value>
+inline constexpr int32_t kVXp_SumBlock = std::is_floating_point_v<Value>
                                              ? std::min(8 * kVXp_TargetDoubles, 32)
                                              : std::min(16 * kVXp_TargetDoubles, 64);
 
-// Computes sums[0..size). Reads `size` values at each of the distances -count..count. If `count` is
-// odd, widened bytes are read at one more distance, where the values or the weight must be 0.
-template <class Sample, class Stored>
-void VXp_GaussianSums(const Stored* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
+// Computes sums[0..size). Reads `size` samples at each of the distances -count..count.
+template <class Sample>
+void VXp_GaussianSums(const Sample* c, ptrdiff_t step, const VXp_Taps& taps, int32_t size,
                       VXp_GaussianSum<Sample>* sums);
 
 // Divides a sum by the weights of its window.

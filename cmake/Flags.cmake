@@ -4,9 +4,10 @@
 # Flags of all targets. Results must be equal on every machine: no contraction, no fast-math.
 # -fno-trapping-math and -fno-math-errno change no result, because the code does not use floating-point
 # exception flags or errno. They allow the compiler to select between two computed values without a branch.
+# -Wno-psabi: vectors wider than a register are passed only within a library, never across its interface.
 add_library(vx_flags INTERFACE)
 target_compile_options(vx_flags INTERFACE -Wall -Wextra -Wpedantic -ffp-contract=off
-                                          -fno-trapping-math -fno-math-errno)
+                                          -fno-trapping-math -fno-math-errno -Wno-psabi)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   # g++ 12 reports false overlaps for "text" + std::to_string(n).
   target_compile_options(vx_flags INTERFACE -Wno-restrict)

@@ -294,25 +294,68 @@ inline VXp_TargetDoubles VXp_MulAddDoubles(VXp_TargetDoubles a, VXp_TargetDouble
 #endif
 }
 
-// Converts to vectors of the target with wider lanes. For __builtin_convertvector, GCC converts the
-// two halves and joins them.
-inline VXp_TargetDoubles VXp_ToDoubles(VXp_Lanes<int32_t, kVXp_TargetDoubles> v) {
-#if defined(__AVX512BW__)
-  return _mm512_maskz_cvtepi32_pd(0xFF, reinterpret_cast<__m256i>(v));
-#elif defined(__AVX2__)
-  return _mm256_cvtepi32_pd(reinterpret_cast<__m128i>(v));
-#else
-  return __builtin_convertvector(v, VXp_TargetDoubles);
+// Conversions to wider lanes. For __builtin_convertvector, GCC converts halves and joins them, or
+// converts one lane at a time.
+
+// Converts 32-bit integers or floats.
+template <class Vector>
+VXp_Lanes<double, kVXp_LaneCount<Vector>> VXp_ToDoubles(Vector v) {
+  [[maybe_unused]] constexpr bool kInts = std::is_same_v<decltype(v[0] + 0), int32_t>;
+#ifdef __AVX512BW__
+  if constexpr (kVXp_LaneCount<Vector> == 8 && kInts) {
+    return _mm512_maskz_cvtepi32_pd(0xFF, reinterpret_cast<__m256i>(v));
+  } else if constexpr (kVXp_LaneCount<Vector> == 8) {
+    return _mm512_maskz_cvtps_pd(0xFF, v);
+  }
 #endif
+#ifdef __AVX2__
+  if constexpr (kVXp_LaneCount<Vector> == 4 && kInts) {
+    return _mm256_cvtepi32_pd(reinterpret_cast<__m128i>(v));
+  } else if constexpr (kVXp_LaneCount<Vector> == 4) {
+    return _mm256_cvtps_pd(v);
+  }
+#endif
+  return __builtin_convertvector(v, VXp_Lanes<double, kVXp_LaneCount<Vector>>);
 }
-inline VXp_TargetDoubles VXp_ToDoubles(VXp_Lanes<float, kVXp_TargetDoubles> v) {
-#if defined(__AVX512BW__)
-  return _mm512_maskz_cvtps_pd(0xFF, v);
-#elif defined(__AVX2__)
-  return _mm256_cvtps_pd(v);
-#else
-  return __builtin_convertvector(v, VXp_TargetDoubles);
+
+// Loads `count` bytes or words, which are unsigned.
+template <int32_t count, class Channel>
+VXp_Lanes<int32_t, count> VXp_LoadAsInts(const Channel* from) {
+  [[maybe_unused]] constexpr bool kBytes = sizeof(Channel) == 1;
+  using Ints = VXp_Lanes<int32_t, count>;
+#ifdef __AVX512BW__
+  if constexpr (count == 16 && kBytes) {
+    return reinterpret_cast<Ints>(_mm512_maskz_cvtepu8_epi32(
+        0xFFFF, _mm_loadu_si128(reinterpret_cast<const __m128i*>(from))));
+  } else if constexpr (count == 16) {
+    return reinterpret_cast<Ints>(_mm512_maskz_cvtepu16_epi32(
+        0xFFFF, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from))));
+  }
 #endif
+#ifdef __AVX2__
+  if constexpr (count == 8 && kBytes) {
+    return reinterpret_cast<Ints>(
+        _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))));
+  } else if constexpr (count == 8) {
+    return reinterpret_cast<Ints>(
+        _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from))));
+  }
+#endif
+#ifdef __SSE2__
+  if constexpr (count == 4) {
+    const __m128i zero{};
+    if constexpr (kBytes) {
+      const __m128i words = _mm_unpacklo_epi8(_mm_loadu_si32(from), zero);
+      return reinterpret_cast<Ints>(_mm_unpacklo_epi16(words, zero));
+    } else {
+      return reinterpret_cast<Ints>(
+          _mm_unpacklo_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)), zero));
+    }
+  }
+#endif
+  VXp_Lanes<Channel, count> channels;
+  std::memcpy(&channels, from, sizeof channels);
+  return __builtin_convertvector(channels, Ints);
 }
 inline VXp_Lanes<int16_t, 2 * kVXp_TargetLanes> VXp_ToWords(
     VXp_Lanes<uint8_t, 2 * kVXp_TargetLanes> v) {

@@ -5,8 +5,8 @@
 
 #include <cstring>
 
+#include "indep/VXp_BoxRow.h"
 #include "indep/VXp_SampleRow.h"
-#include "indep/VXp_SmallBoxes.h"
 
 namespace {
 
@@ -30,13 +30,11 @@ void SampleRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fix
     std::memset(out, 0, static_cast<size_t>(count) * sizeof(Pixel));
     return;
   }
-  const int64_t width = VXp_Extent(0, record.x_radius, 0).length;
-  if constexpr (!std::is_same_v<Pixel, VX_PixelFloat>) {
-    if (count > 1 && VXp_SmallBoxes<kind, Pixel>::Serve(width, rows)) {
-      VXp_SmallBoxes<kind, Pixel>(record, width, rows).Run(x, count, out);
-      return;
-    }
+  if (count > 1 && VXp_BoxRow<kind, Pixel>::Serves(record, rows)) {
+    VXp_BoxRow<kind, Pixel>(record, rows).Run(x, count, out);
+    return;
   }
+  const int64_t width = VXp_Extent(0, record.x_radius, 0).length;
   if constexpr (std::is_same_v<Pixel, VX_Pixel8>) {
     if (width < kVXp_NarrowSide && rows.length < kVXp_NarrowSide) {
       const auto area = static_cast<uint64_t>(width * rows.length);

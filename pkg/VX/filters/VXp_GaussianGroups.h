@@ -67,6 +67,7 @@ class VXp_GaussianGroups {
   using Ints = VXp_ProductLanes;
   using Words = VXp_Lanes<uint32_t, kVXp_TargetLanes>;
   static constexpr int32_t kLanes = kVXp_TargetLanes;
+  static constexpr int32_t kFull = VXp_PixelTraits<Pixel>::kFull;
 
   // A vector for each channel. The pixels are in the order of VXp_LoadGroup for 16 bits.
   struct Planes {
@@ -88,6 +89,7 @@ class VXp_GaussianGroups {
       return VXp_Truncated((VXp_AsFloat(sum) + quotient.single_added) * quotient.single_factor);
     }
     Ints Kept(Ints centre) const { return VXp_WrappedProduct(centre, Ints{} + total); }
+    bool IsOpaque(Ints alpha) const { return !VXp_AnyLane(alpha != 255 * total); }
 
     Quotient quotient;
     int32_t total;
@@ -100,10 +102,14 @@ class VXp_GaussianGroups {
           factor(VXp_ForHalves([](auto t) { return t == 0.0 ? VXp_TargetDoubles{} : 1.0 / t; },
                                total)),
           added(VXp_ForHalves([](auto half) { return half + 0.5; }, VXp_Widened(totals / 2))) {}
-    static VXp_GroupDoubles Doubles(const VXp_GroupDoubles& sum) { return sum; }
+    static const VXp_GroupDoubles& Doubles(const VXp_GroupDoubles& sum) { return sum; }
     Ints Mean(const VXp_GroupDoubles& sum) const {
       return VXp_Narrowed<Ints>(
           VXp_ForHalves([](auto s, auto a, auto f) { return (s + a) * f; }, sum, added, factor));
+    }
+    bool IsOpaque(const VXp_GroupDoubles& alpha) const {
+      const auto partial = (alpha.low != total.low * kFull) | (alpha.high != total.high * kFull);
+      return !VXp_AnyLane(reinterpret_cast<Ints>(partial));
     }
     VXp_GroupDoubles Kept(Ints centre) const {
       return VXp_ForHalves([](auto c, auto t) { return c * t; }, VXp_Widened(centre), total);
@@ -118,7 +124,7 @@ class VXp_GaussianGroups {
     VXp_Products<2> products;
     products.AddTaps<Sample>(here, step, taps_.weights, 1, taps_.count + 1);
     const Planes planes = Turned(products);
-    std::copy_n(planes.channels, 4, sums);
+    for (int32_t c = 0; c < 4; ++c) sums[c] = planes.channels[c];
   }
   void Sums(const Value* here, ptrdiff_t step, VXp_GroupDoubles (&sums)[4]) const {
     const double bias = kBiased ? static_cast<double>(taps_.total) * 32768 : 0;
@@ -157,14 +163,19 @@ class VXp_GaussianGroups {
     Sums(here, step, sums);
     if ((flags_ & VX_Blur_AllChannels) != VX_Blur_AllChannels) Keep(here, quotient, sums);
     const auto mean = [&](int32_t c) { return quotient.Mean(sums[c]); };
-    if constexpr (kStraight) {
+    // Where all alphas are full scale, the colours of straight pixels are the means.
+    if (kStraight && !quotient.IsOpaque(sums[0])) {
       const VXp_StraightColors<Pixel> color(quotient.Doubles(sums[0]), wide_);
       const auto straight = [&](int32_t c) {
         return Blurs(c) ? color(quotient.Doubles(sums[c])) : mean(c);
       };
       Store({mean(0), straight(1), straight(2), straight(3)}, pixels);
     } else {
-      Store({mean(0), mean(1), mean(2), mean(3)}, pixels);
+      const auto limited = [&](int32_t c) {
+        const Ints v = mean(c);
+        return kStraight && kBiased && Blurs(c) ? VXp_LaneTraits<Pixel>::Min(v, Ints{} + kFull) : v;
+      };
+      Store({mean(0), limited(1), limited(2), limited(3)}, pixels);
     }
   }
 

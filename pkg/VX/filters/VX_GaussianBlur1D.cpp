@@ -29,6 +29,13 @@ class GaussianPass {
         taps_(Reach()),
         groups_(weights_.Taps(taps_), weights_.total(), state.flags),
         margin_(taps_ + taps_ % 2) {
+    if ((state.flags & VX_Blur_HoldLevel) != 0) {
+      const auto limited = [&](int64_t first) {
+        return static_cast<int32_t>(std::clamp<int64_t>(first, 0, state.dst.length));
+      };
+      whole_ = limited(weights_.radius() - state.offset);
+      whole_end_ = limited(state.src.length - weights_.radius() - state.offset);
+    }
     // force_copy requires that the whole line is copied before it is written.
     const int32_t length = state.dst.length;
     if (!state.RowsOnly()) {
@@ -126,33 +133,31 @@ class GaussianPass {
     }
   }
 
-  // Blurs `count` positions of the destination, starting at `position`.
+  // Blurs `count` positions of the destination, starting at `position`. Windows of the positions
+  // from whole_ to whole_end_ - 1 have all weights.
   template <bool kStraight>
   void Blur(const Value* here, int64_t to, int32_t lines, int32_t position, int32_t count) const {
     const ptrdiff_t step = kChannels * lines;
-    const bool holds = (state_.flags & VX_Blur_HoldLevel) != 0;
-    const int32_t most = kChunk / lines;
-    for (int32_t done = 0; done < count;) {
-      const Value* const first = here + done * step;
-      const int64_t centre = state_.offset + position + done;
-      const auto inside = [&](int32_t i) {
-        return holds ? weights_.Inside(centre + i, state_.src.length) : weights_.total();
-      };
-      int32_t now = std::min(most, count - done);
-      const auto is_whole = [&] {
-        return std::min(inside(0), inside(now - 1)) == weights_.total();
-      };
-      if (!is_whole()) now = lines == 1 ? std::min(now, Groups::kSlack) : 1;
+    const int32_t end = position + count;
+    for (int32_t now = 0; position < end; position += now, here += now * step) {
       Pixel pixels[kChunk + Groups::kSlack];
-      if (now == 1 || is_whole()) {
-        groups_.template Blur<kStraight>(first, step, now * lines, inside(0), pixels);
+      const auto weight = [&](int32_t i) {
+        return static_cast<int32_t>(
+            weights_.Inside(state_.offset + position + i, state_.src.length));
+      };
+      if (position >= whole_ && position < whole_end_) {
+        now = std::min({kChunk / lines, whole_end_ - position, end - position});
+        groups_.template Blur<kStraight>(here, step, now * lines, weights_.total(), pixels);
+      } else if (lines > 1) {
+        now = 1;
+        groups_.template Blur<kStraight>(here, step, lines, weight(0), pixels);
       } else {
-        int32_t totals[Groups::kSlack]{};
-        for (int32_t i = 0; i < now; ++i) totals[i] = static_cast<int32_t>(inside(i));
-        groups_.template BlurEdge<kStraight>(first, step, now, totals, pixels);
+        now = std::min(Groups::kEdge, end - position);
+        int32_t totals[Groups::kEdge]{};
+        for (int32_t i = 0; i < now; ++i) totals[i] = weight(i);
+        groups_.template BlurEdge<kStraight>(here, step, now, totals, pixels);
       }
-      Store(pixels, to, lines, position + done, now);
-      done += now;
+      Store(pixels, to, lines, position, now);
     }
   }
 
@@ -183,6 +188,7 @@ class GaussianPass {
   int32_t taps_;  // the largest distance that is summed: the radius, or less if no window overlaps
                   // the source at that distance
   Groups groups_;
+  int32_t whole_ = 0, whole_end_ = state_.dst.length;
   int32_t margin_;   // positions before and after a segment; even, see VXp_Products
   int32_t segment_;  // number of destination positions in a segment
 };

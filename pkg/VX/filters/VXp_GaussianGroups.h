@@ -26,8 +26,8 @@ class VXp_GaussianGroups {
   using Value = int16_t;  // 32768 is subtracted from 16-bit channels
   static constexpr bool kBiased = sizeof(Pixel) == sizeof(VX_Pixel16);
   static constexpr Value kZero = kBiased ? INT16_MIN : 0;
-  // Pixels that may be read and stored after the last one; the most pixels of an edge.
-  static constexpr int32_t kSlack = kVXp_TargetLanes;
+  static constexpr int32_t kEdge = kVXp_TargetLanes;       // the most pixels of an edge
+  static constexpr int32_t kSlack = 2 * kVXp_TargetLanes;  // may be read and stored after the last
 
   VXp_GaussianGroups(const VXp_Taps& taps, int64_t total, int32_t flags)
       : taps_(taps),
@@ -43,22 +43,20 @@ class VXp_GaussianGroups {
   // `total`. Up to kSlack more pixels are stored.
   template <bool kStraight>
   void Blur(const Value* here, ptrdiff_t step, int32_t count, int64_t total, Pixel* pixels) const {
-    const SmallQuotient small{Quotient(total), static_cast<int32_t>(total)};
-    const LargeQuotient large(Ints{} + static_cast<int32_t>(total));
-    for (int32_t i = 0; i < count; i += kLanes) {
-      if (small_) {
-        Group<kStraight>(here + 4 * i, step, small, pixels + i);
-      } else {
-        Group<kStraight>(here + 4 * i, step, large, pixels + i);
-      }
+    const auto total32 = static_cast<int32_t>(total);
+    if (small_) {
+      ForAll<kStraight, 2>(here, step, count, SmallQuotient{Quotient(total), total32}, pixels);
+    } else {
+      ForAll<kStraight, 1>(here, step, count, LargeQuotient(Ints{} + total32), pixels);
     }
   }
 
-  // The same for up to kSlack pixels whose windows have different sums of weights.
+  // The same for up to kEdge pixels whose windows have different sums of weights.
   template <bool kStraight>
-  void BlurEdge(const Value* here, ptrdiff_t step, int32_t /*count*/,
-                const int32_t (&totals)[kSlack], Pixel* pixels) const {
-    Group<kStraight>(here, step, LargeQuotient(VXp_Sectioned<2>(VXp_Load<Ints>(totals))), pixels);
+  void BlurEdge(const Value* here, ptrdiff_t step, int32_t count, const int32_t (&totals)[kEdge],
+                Pixel* pixels) const {
+    const LargeQuotient quotient(VXp_Sectioned<2>(VXp_Load<Ints>(totals)));
+    ForAll<kStraight, 1>(here, step, count, quotient, pixels);
   }
 
  private:
@@ -73,17 +71,20 @@ class VXp_GaussianGroups {
   struct Planes {
     Ints channels[4];
   };
-  static Planes Turned(const VXp_Products<2>& products) {
+  template <int32_t kVectors>
+  static Planes Turned(const VXp_Products<kVectors>& products, int32_t first) {
     const auto floats = [](Ints v) { return reinterpret_cast<VXp_FloatsLike<Ints>>(v); };
     const auto ints = [](VXp_FloatsLike<Ints> v) { return reinterpret_cast<Ints>(v); };
-    const auto v = VXp_Turned<kLanes>(floats(products.low[0]), floats(products.high[0]),
-                                      floats(products.low[1]), floats(products.high[1]));
+    const auto v =
+        VXp_Turned<kLanes>(floats(products.low[first]), floats(products.high[first]),
+                           floats(products.low[first + 1]), floats(products.high[first + 1]));
     return {{ints(v.alpha), ints(v.red), ints(v.green), ints(v.blue)}};
   }
 
   // The means of bytes in single precision.
   struct SmallQuotient {
     using Sum = Ints;
+    static constexpr bool Wide(bool) { return false; }
     static VXp_GroupDoubles Doubles(Ints sum) { return VXp_Widened(sum); }
     Ints Mean(Ints sum) const {
       return VXp_Truncated((VXp_AsFloat(sum) + quotient.single_added) * quotient.single_factor);
@@ -97,6 +98,7 @@ class VXp_GaussianGroups {
   // The means for a total in each lane; 0 if the total is 0.
   struct LargeQuotient {
     using Sum = VXp_GroupDoubles;
+    static bool Wide(bool wide) { return wide; }
     explicit LargeQuotient(Ints totals)
         : total(VXp_Widened(totals)),
           factor(VXp_ForHalves([](auto t) { return t == 0.0 ? VXp_TargetDoubles{} : 1.0 / t; },
@@ -120,60 +122,86 @@ class VXp_GaussianGroups {
 
   bool Blurs(int32_t channel) const { return (flags_ >> channel & 1) != 0; }
 
-  void Sums(const Value* here, ptrdiff_t step, Ints (&sums)[4]) const {
-    VXp_Products<2> products;
-    products.AddTaps<Sample>(here, step, taps_.weights, 1, taps_.count + 1);
-    const Planes planes = Turned(products);
-    for (int32_t c = 0; c < 4; ++c) sums[c] = planes.channels[c];
+  // Computes the sums of kGroups groups at a time, so that registers hold them.
+  template <int32_t kGroups>
+  void Sums(const Value* here, ptrdiff_t step, Ints (&sums)[kGroups][4]) const {
+    VXp_Products<2 * kGroups> products;
+    products.template AddTaps<Sample>(here, step, taps_.weights, 1, taps_.count + 1);
+    for (int32_t g = 0; g < kGroups; ++g) {
+      const Planes planes = Turned(products, 2 * g);
+      for (int32_t c = 0; c < 4; ++c) sums[g][c] = planes.channels[c];
+    }
   }
-  void Sums(const Value* here, ptrdiff_t step, VXp_GroupDoubles (&sums)[4]) const {
+  template <int32_t kGroups>
+  void Sums(const Value* here, ptrdiff_t step, VXp_GroupDoubles (&sums)[kGroups][4]) const {
     const double bias = kBiased ? static_cast<double>(taps_.total) * 32768 : 0;
-    for (auto& sum : sums) sum = {VXp_TargetDoubles{} + bias, VXp_TargetDoubles{} + bias};
     for (int32_t from = 1; from == 1 || from <= taps_.count; from += taps_.at_once) {
-      VXp_Products<2> products;
+      VXp_Products<2 * kGroups> products;
       const int32_t to = std::min(from + taps_.at_once, taps_.count + 1);
-      products.AddTaps<Sample>(here, step, taps_.weights, from, to);
-      const Planes planes = Turned(products);
-      for (int32_t c = 0; c < 4; ++c) {
-        sums[c] = VXp_ForHalves([](auto sum, auto more) { return sum + more; }, sums[c],
-                                VXp_Widened(planes.channels[c]));
+      products.template AddTaps<Sample>(here, step, taps_.weights, from, to);
+      for (int32_t g = 0; g < kGroups; ++g) {
+        const Planes planes = Turned(products, 2 * g);
+        for (int32_t c = 0; c < 4; ++c) {
+          const auto more = VXp_Widened(planes.channels[c]);
+          VXp_GroupDoubles& sum = sums[g][c];
+          sum.low = more.low + (from == 1 ? VXp_TargetDoubles{} + bias : sum.low);
+          sum.high = more.high + (from == 1 ? VXp_TargetDoubles{} + bias : sum.high);
+        }
       }
     }
   }
 
   // Replaces the sums of channels that are not blurred.
   template <class AnyQuotient>
-  [[gnu::noinline]] void Keep(const Value* here, const AnyQuotient& quotient,
-                              typename AnyQuotient::Sum (&sums)[4]) const {
+  void Keep(const Value* here, const AnyQuotient& quotient,
+            typename AnyQuotient::Sum (&sums)[4]) const {
     VXp_Products<2> centres;
     for (int32_t i = 0; i < 2; ++i) {
       const auto words = VXp_WordsAt(here + i * kVXp_WordLanes) + kZero;
       centres.low[i] = reinterpret_cast<Ints>(VXp_Interleaved<0>(words, VXp_SampleWords{}));
       centres.high[i] = reinterpret_cast<Ints>(VXp_Interleaved<1>(words, VXp_SampleWords{}));
     }
-    const Planes planes = Turned(centres);
+    const Planes planes = Turned(centres, 0);
     for (int32_t c = 0; c < 4; ++c) {
       if (!Blurs(c)) sums[c] = quotient.Kept(planes.channels[c]);
     }
   }
 
-  template <bool kStraight, class AnyQuotient>
-  void Group(const Value* here, ptrdiff_t step, const AnyQuotient& quotient, Pixel* pixels) const {
-    typename AnyQuotient::Sum sums[4];
-    Sums(here, step, sums);
-    if ((flags_ & VX_Blur_AllChannels) != VX_Blur_AllChannels) Keep(here, quotient, sums);
+  template <bool kStraight, int32_t kGroups, class AnyQuotient>
+  void ForAll(const Value* here, ptrdiff_t step, int32_t count, const AnyQuotient& quotient,
+              Pixel* pixels) const {
+    for (int32_t i = 0; i < count; i += kGroups * kLanes) {
+      typename AnyQuotient::Sum sums[kGroups][4];
+      Sums(here + 4 * i, step, sums);
+      for (int32_t g = 0; g < kGroups; ++g) {
+        Pixel* const out = pixels + i + g * kLanes;
+        if ((flags_ & VX_Blur_AllChannels) == VX_Blur_AllChannels) {
+          Group<kStraight, true>(quotient, sums[g], out);
+        } else {
+          Keep(here + 4 * (i + g * kLanes), quotient, sums[g]);
+          Group<kStraight, false>(quotient, sums[g], out);
+        }
+      }
+    }
+  }
+
+  // Stores the pixels of a group. kAll: all channels are blurred.
+  template <bool kStraight, bool kAll, class AnyQuotient>
+  void Group(const AnyQuotient& quotient, const typename AnyQuotient::Sum (&sums)[4],
+             Pixel* pixels) const {
     const auto mean = [&](int32_t c) { return quotient.Mean(sums[c]); };
+    const auto blurs = [&](int32_t c) { return kAll || Blurs(c); };
     // Where all alphas are full scale, the colours of straight pixels are the means.
     if (kStraight && !quotient.IsOpaque(sums[0])) {
-      const VXp_StraightColors<Pixel> color(quotient.Doubles(sums[0]), wide_);
+      const VXp_StraightColors<Pixel> color(quotient.Doubles(sums[0]), quotient.Wide(wide_));
       const auto straight = [&](int32_t c) {
-        return Blurs(c) ? color(quotient.Doubles(sums[c])) : mean(c);
+        return blurs(c) ? color(quotient.Doubles(sums[c])) : mean(c);
       };
       Store({mean(0), straight(1), straight(2), straight(3)}, pixels);
     } else {
       const auto limited = [&](int32_t c) {
         const Ints v = mean(c);
-        return kStraight && kBiased && Blurs(c) ? VXp_LaneTraits<Pixel>::Min(v, Ints{} + kFull) : v;
+        return kStraight && kBiased && blurs(c) ? VXp_LaneTraits<Pixel>::Min(v, Ints{} + kFull) : v;
       };
       Store({mean(0), limited(1), limited(2), limited(3)}, pixels);
     }
@@ -200,6 +228,7 @@ class VXp_GaussianGroups<VX_PixelFloat> {
  public:
   using Value = double;
   static constexpr Value kZero = 0;
+  static constexpr int32_t kEdge = kVXp_TargetLanes;
   static constexpr int32_t kSlack = kVXp_TargetLanes;
 
   VXp_GaussianGroups(const VXp_Taps& taps, int64_t /*total*/, int32_t flags) : taps_(taps) {
@@ -217,7 +246,7 @@ class VXp_GaussianGroups<VX_PixelFloat> {
   }
 
   template <bool kStraight>
-  void BlurEdge(const Value* here, ptrdiff_t step, int32_t count, const int32_t (&totals)[kSlack],
+  void BlurEdge(const Value* here, ptrdiff_t step, int32_t count, const int32_t (&totals)[kEdge],
                 VX_PixelFloat* pixels) const {
     for (int32_t i = 0; i < count; ++i) {
       Block<kStraight, kUnit>(here + 4 * i, step, totals[i], pixels + i);

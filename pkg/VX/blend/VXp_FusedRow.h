@@ -32,7 +32,7 @@ VXp_Argb<L> VXp_Selected(typename L::Ints condition, const VXp_Argb<L>& yes,
 
 template <template <class> class Mode, class Pixel>
 struct VXp_FusedRow {
-  using V = VXp_RowVariant<Pixel, false, Mode<VXp_PixelTraits<Pixel>>::kNeedsWords>;
+  using V = VXp_RowVariant<Pixel, false>;
   using L = typename V::L;
   using Lanes = typename L::Work;
   using Argb = VXp_Argb<L>;

@@ -21,14 +21,14 @@
 #include "frame/VXp_Rows.h"
 
 // Defines the type in which pixels are blended, the loads and the stores, for a pixel type and an
-// encoding (stored or linear). `words` is kNeedsWords of the mode.
-template <class Pixel, bool linear, bool words>
+// encoding (stored or linear).
+template <class Pixel, bool linear>
 struct VXp_RowVariant {
   static constexpr bool kLinear = linear;
   using Light = VXp_LinearLight<Pixel>;
   using Working = std::conditional_t<linear, typename Light::Working, Pixel>;
   using T = VXp_PixelTraits<Working>;
-  using L = std::conditional_t<linear || words, VXp_LaneTraits<Working>, VXp_MostLanes<Working>>;
+  using L = std::conditional_t<linear, VXp_LaneTraits<Working>, VXp_MostLanes<Working>>;
   using Work = typename T::Work;
   using Lanes = typename L::Work;
   using Channel = VX_ChannelOf<Pixel>;
@@ -124,7 +124,7 @@ struct VXp_WeightFactors {
 template <template <class> class Mode, class Pixel, bool linear,
           VXp_WeightOrder order = VXp_WeightOrder::kMaskFirst>
 struct VXp_WeightedLoop {
-  using V = VXp_RowVariant<Pixel, linear, Mode<VXp_PixelTraits<Pixel>>::kNeedsWords>;
+  using V = VXp_RowVariant<Pixel, linear>;
   using L = typename V::L;
   using Lanes = typename L::Work;
   using Ints = typename L::Ints;
@@ -290,7 +290,7 @@ void VXp_BlendInVariant(const Pixel& s, const VX_LinearBlendingTables* tables, P
 // in every variant; opacity is ignored.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
-  using V = VXp_RowVariant<Pixel, linear, true>;
+  using V = VXp_RowVariant<Pixel, linear>;
   using Argb = VXp_Argb<typename V::T>;
   using Work = typename V::Work;
   using Piece = VXp_ModeMaskMix<typename V::T>;
@@ -316,7 +316,7 @@ struct VXp_RowLoop<VXp_ModeMaskMix, Pixel, linear> {
 // full scale, a random number is also generated from the seed.
 template <class Pixel, bool linear>
 struct VXp_RowLoop<VXp_ModeDissolve, Pixel, linear> {
-  using V = VXp_RowVariant<Pixel, linear, true>;
+  using V = VXp_RowVariant<Pixel, linear>;
   using T = typename V::T;
   using Argb = VXp_Argb<T>;
   using Work = typename T::Work;

@@ -46,7 +46,7 @@ struct VXp_Unmultiply {
 template <class L>
 struct VXp_UnmultiplyMatte {
   using Work = typename L::Work;
-  static constexpr bool kNeedsWords = true;  // see VXp_Mode.h
+  static constexpr bool kNeedsWords = true;  // 8-bit quotients do not fit 16 bits
 
   Work operator()(Work c, Work a, Work m) const {
     if constexpr (L::kDepth == 32) {

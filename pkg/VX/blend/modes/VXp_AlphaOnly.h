@@ -51,7 +51,6 @@ struct VXp_ModeStencilAlpha : VXp_Stencil<T, VXp_ModeStencilAlpha<T>> {
 // da sa luma(s)
 template <class T>
 struct VXp_ModeStencilLuma : VXp_Stencil<T, VXp_ModeStencilLuma<T>> {
-  static constexpr bool kNeedsWords = true;
   using Work = typename T::Work;
   static Work Alpha(Work da, Work sa, const VXp_Color<T>& s) {
     return VXp_ModeStencilLuma::Held(T::Mul(da, T::Mul(sa, s.Luma())));
@@ -69,7 +68,6 @@ struct VXp_ModeSilhouetteAlpha : VXp_AlphaOnly<T, VXp_ModeSilhouetteAlpha<T>> {
 // da (F - sa luma(s))
 template <class T>
 struct VXp_ModeSilhouetteLuma : VXp_AlphaOnly<T, VXp_ModeSilhouetteLuma<T>> {
-  static constexpr bool kNeedsWords = true;
   using Work = typename T::Work;
   static Work Alpha(Work da, Work sa, const VXp_Color<T>& s) {
     return VXp_ModeSilhouetteLuma::Held(T::Mul(da, T::Inv(T::Mul(sa, s.Luma()))));

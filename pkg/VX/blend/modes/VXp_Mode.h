@@ -19,7 +19,6 @@
 //                    VXp_LimitDestination
 //   kChoosesPixels   the mode changes the colours of an opaque destination d only if ActsOn(s, d)
 //                    in the row form, ActsOnPixel(s, d) in the per-pixel form
-//   kNeedsWords      at 8 bits, the row form computes values that do not fit 16 bits
 //   Acts(w, da)      with kRowSkipsZero: whether the row form changes a pixel of weight w over
 //                    destination alpha da
 //   Replaces(w)      whether the row form copies the source's colours, and the alpha becomes w
@@ -99,7 +98,6 @@ struct VXp_CommonMode {
   static constexpr bool kTransferFlag = true;
   static constexpr bool kDividesBySource = false;
   static constexpr bool kChoosesPixels = false;
-  static constexpr bool kNeedsWords = false;
   static auto Acts(Work w, Work /*da*/) { return w != Work{}; }
   static constexpr bool Replaces(Work /*w*/) { return false; }
   static constexpr bool Covers(Work /*w*/, Work /*da*/) { return false; }

@@ -41,7 +41,6 @@ struct VXp_NonSeparable : VXp_CommonMode<T> {
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
   static constexpr VXp_Stages kStages = VXp_Stages::kBehind;
-  static constexpr bool kNeedsWords = true;
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     if (d.alpha < T::kFull) VXp_ModeBehind<T>::BlendPixel(s, sa, d);
@@ -135,7 +134,6 @@ struct VXp_ColorChoice : VXp_CommonMode<T> {
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
   static constexpr VXp_Stages kStages = VXp_Stages::kBehind;
-  static constexpr bool kNeedsWords = true;
   static constexpr bool kTransferFlag = false;
   static constexpr bool kChoosesPixels = true;
 

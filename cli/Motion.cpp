@@ -10,7 +10,6 @@ namespace vxcli {
 
 namespace {
 
-constexpr size_t kMatrixNumbers = 9;
 constexpr int32_t kFewestSamples = 16, kDefaultMostSamples = 128, kDraftSamples = 8;
 
 // --- the path between two placements -------------------------------------------------------------
@@ -54,7 +53,7 @@ class Path {
     if (!by_matrix_) return vx::matrices_between(from_, Between(from_, to_, share_), count);
     std::vector<vx::Matrix> matrices(static_cast<size_t>(count));
     for (int32_t i = 0; i < count; ++i) {
-      for (size_t k = 0; k < kMatrixNumbers; ++k) {
+      for (size_t k = 0; k < std::size(first_.m); ++k) {
         matrices[static_cast<size_t>(i)].m[k] =
             std::lerp(first_.m[k], last_.m[k], share_ * i / (count - 1));
       }

@@ -40,8 +40,8 @@ std::string Decimals(const char* form, double value) {
 // --- the plot ------------------------------------------------------------------------------------
 
 // The plot is drawn at four times its size and scaled down, so that the lines are antialiased.
-constexpr int32_t kScale = 4, kSide = 256 * kScale, kMargin = 12 * kScale;
-constexpr int32_t kWhole = kSide + 2 * kMargin;
+constexpr int32_t kScale = 4, kSide = 256 * kScale, kBorder = 12 * kScale;
+constexpr int32_t kWhole = kSide + 2 * kBorder;
 
 constexpr vx::Pixel8 kPaper = {255, 250, 250, 250}, kGrid = {255, 215, 215, 215},
                      kFrame = {255, 120, 120, 120}, kCurve = {255, 200, 40, 20};
@@ -49,10 +49,10 @@ constexpr vx::Pixel8 kPaper = {255, 250, 250, 250}, kGrid = {255, 215, 215, 215}
 // Draws the line of column `x` from the height `from` to the height `to`.
 void DrawStep(const vx::Pixel8& color, int32_t x, int32_t from, int32_t to, int32_t thick,
               vx::AnyView plot) {
-  const int32_t low = kMargin + kSide - std::min(from, to),
-                high = kMargin + kSide - std::max(from, to);
+  const int32_t low = kBorder + kSide - std::min(from, to),
+                high = kBorder + kSide - std::max(from, to);
   vx::fill(plot, color,
-           {vx::Rect{kMargin + x - thick / 2, high - thick / 2, kMargin + x + thick / 2 + 1,
+           {vx::Rect{kBorder + x - thick / 2, high - thick / 2, kBorder + x + thick / 2 + 1,
                      low + thick / 2 + 1}});
 }
 
@@ -63,9 +63,9 @@ vx::Image PlotCurve(const vx::LinearTables& tables) {
   vx::fill(large, kPaper);
   for (int32_t i = 0; i <= 4; ++i) {
     const vx::Pixel8& color = i % 4 == 0 ? kFrame : kGrid;
-    const int32_t at = kMargin + i * kSide / 4 - kScale / 2, end = kMargin + kSide + kScale / 2;
-    vx::fill(large, color, {vx::Rect{at, kMargin, at + kScale, end}});
-    vx::fill(large, color, {vx::Rect{kMargin, at, end, at + kScale}});
+    const int32_t at = kBorder + i * kSide / 4 - kScale / 2, end = kBorder + kSide + kScale / 2;
+    vx::fill(large, color, {vx::Rect{at, kBorder, at + kScale, end}});
+    vx::fill(large, color, {vx::Rect{kBorder, at, end, at + kScale}});
   }
   for (int32_t x = 0; x < kSide; ++x) DrawStep(kFrame, x, x, x + 1, kScale, large);
   auto height = [&](int32_t stored) {

@@ -27,7 +27,7 @@ class GaussianPass {
       : state_(state),
         weights_(state.radius),
         taps_(Reach()),
-        groups_(weights_.Taps(taps_), weights_.total(), state.flags),
+        groups_(weights_, taps_, state.flags),
         margin_(taps_ + taps_ % 2) {
     if ((state.flags & VX_Blur_HoldLevel) != 0) {
       const auto limited = [&](int64_t first) {
@@ -40,7 +40,7 @@ class GaussianPass {
     const int32_t length = state.dst.length;
     if (!state.RowsOnly()) {
       const int32_t longest = state.force_copy ? length : std::max(kFewestPositions, 2 * margin_);
-      VXp_ChooseTile(state, sizeof(Pixel), kTileBytes,
+      VXp_ChooseTile(state, sizeof(Pixel), TileBytes(),
                      (longest + 2 * int64_t{margin_}) * kPixelBytes);
     }
     const auto fitting = static_cast<int32_t>(kSegmentBytes / (state.tile * kPixelBytes));
@@ -70,12 +70,19 @@ class GaussianPass {
   using Value = typename Groups::Value;
   static constexpr ptrdiff_t kChannels = 4;
   static constexpr ptrdiff_t kPixelBytes = kChannels * sizeof(Value);
-  static constexpr int32_t kTileBytes = 256;       // width of a tile: bytes of a row
-  static constexpr int32_t kSegmentBytes = 24576;  // scratch fits the first-level cache
+  static constexpr int32_t kSegmentBytes = 24576;  // fits the first-level cache
+  static constexpr int32_t kCacheBytes = 32768;
   static constexpr int32_t kFewestPositions = 32;
   // Pixels that are computed before they are stored; at least those of a position in the widest
   // tile.
   static constexpr int32_t kChunk = 1024 / sizeof(Pixel);
+
+  // Returns the width of a tile in bytes of a row. Wide tiles access memory faster, but the
+  // positions of a window should fit the first-level cache.
+  int32_t TileBytes() const {
+    constexpr ptrdiff_t kPositionBytes = kVXp_WidestTile / sizeof(Pixel) * kPixelBytes;
+    return 2 * margin_ * kPositionBytes <= kCacheBytes ? kVXp_WidestTile : kVXp_WidestTile / 2;
+  }
 
   // Returns the largest distance between a window's centre and a source pixel, for windows that
   // overlap the source. Taps at larger distances are always zero.

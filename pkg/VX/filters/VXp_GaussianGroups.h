@@ -29,11 +29,12 @@ class VXp_GaussianGroups {
   static constexpr int32_t kEdge = kVXp_TargetLanes;       // the most pixels of an edge
   static constexpr int32_t kSlack = 2 * kVXp_TargetLanes;  // may be read and stored after the last
 
-  VXp_GaussianGroups(const VXp_Taps& taps, int64_t total, int32_t flags)
-      : taps_(taps),
+  // Sums the distances up to `reach`.
+  VXp_GaussianGroups(const VXp_GaussianWeights& weights, int32_t reach, int32_t flags)
+      : taps_(weights.Taps(reach)),
         flags_(flags),
-        small_(sizeof(Sample) == 1 && total < Quotient::kSmall),
-        wide_(static_cast<double>(total) * std::numeric_limits<Sample>::max() >=
+        small_(sizeof(Sample) == 1 && weights.total() < Quotient::kSmall),
+        wide_(static_cast<double>(weights.total()) * std::numeric_limits<Sample>::max() >=
               kVXp_AlphaInDouble) {}
 
   static Value Widened(VX_ChannelOf<Pixel> v) { return static_cast<Value>(v + kZero); }
@@ -231,7 +232,8 @@ class VXp_GaussianGroups<VX_PixelFloat> {
   static constexpr int32_t kEdge = kVXp_TargetLanes;
   static constexpr int32_t kSlack = kVXp_TargetLanes;
 
-  VXp_GaussianGroups(const VXp_Taps& taps, int64_t /*total*/, int32_t flags) : taps_(taps) {
+  VXp_GaussianGroups(const VXp_GaussianWeights& weights, int32_t reach, int32_t flags)
+      : weights_(weights.Reals()), reach_(reach) {
     for (int32_t i = 0; i < kUnit; ++i) blurred_[i] = (flags >> i % 4 & 1) != 0 ? -1 : 0;
   }
 
@@ -275,12 +277,12 @@ class VXp_GaussianGroups<VX_PixelFloat> {
     };
     Doubles sums[kVectors];
     for (int32_t i = 0; i < kVectors; ++i) {
-      sums[i] = values(c, i) * static_cast<double>(taps_.weights[0]);
+      sums[i] = values(c, i) * weights_[0];
     }
-    for (int32_t t = 1; t <= taps_.count; ++t) {
+    for (int32_t t = 1; t <= reach_; ++t) {
       const double* const after = c + t * step;
       const double* const before = c - t * step;
-      const double weight = taps_.weights[t];
+      const double weight = weights_[t];
       for (int32_t i = 0; i < kVectors; ++i) {
         sums[i] += (values(after, i) + values(before, i)) * weight;
       }
@@ -310,6 +312,7 @@ class VXp_GaussianGroups<VX_PixelFloat> {
   }
 
   static constexpr int64_t kColors[8] = {0, -1, -1, -1, 0, -1, -1, -1};
-  const VXp_Taps taps_;
+  const double* const weights_;
+  const int32_t reach_;
   int64_t blurred_[kUnit];
 };

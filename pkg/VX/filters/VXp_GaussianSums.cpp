@@ -19,15 +19,18 @@ constexpr int32_t kWeightArray = 14;  // entry of the string table
 
 VXp_GaussianWeights::VXp_GaussianWeights(float radius)
     : radius_(static_cast<int32_t>(std::ceil(radius))) {
-  constexpr auto kEntry = static_cast<int64_t>(sizeof(int32_t) + sizeof(int16_t));
+  constexpr int64_t kEntry = sizeof(double) + sizeof(int32_t) + sizeof(int16_t);
   memory_.Allocate((radius_ + 2) * kEntry, kWeightArray);
-  sums_ = reinterpret_cast<int32_t*>(memory_.data());
+  reals_ = reinterpret_cast<double*>(memory_.data());
+  sums_ = reinterpret_cast<int32_t*>(reals_ + radius_ + 2);
   words_ = reinterpret_cast<int16_t*>(sums_ + radius_ + 2);
   words_[0] = 255;
+  reals_[0] = 255;
   sums_[0] = 0;
   const double edge = static_cast<double>(radius) + 1;
   for (int32_t i = 1; i <= radius_; ++i) {
     words_[i] = static_cast<int16_t>(VXp_GaussianValue(i / edge) * 255);
+    reals_[i] = words_[i];
     sums_[i] = sums_[i - 1] + words_[i];
   }
   words_[radius_ + 1] = 0;

@@ -88,6 +88,9 @@ class VXp_GaussianWeights {
   // Returns the weights of the distances 0..count. The array contains at least one more weight.
   VXp_Taps Taps(int32_t count) const;
 
+  // Returns the same weights as floating-point numbers.
+  const double* Reals() const { return reals_; }
+
   // Returns the sum of all weights on both sides, at most 255 * 65535.
   int64_t total() const { return words_[0] + 2 * Before(radius_); }
 
@@ -103,6 +106,7 @@ class VXp_GaussianWeights {
 
   VX_BlurScratchRow memory_;
   int32_t radius_;
+  double* reals_;
   int32_t* sums_;
   int16_t* words_;
 };

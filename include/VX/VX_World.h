@@ -179,6 +179,6 @@ class VX_API VX_WorldX : public VX_World {
   }
 };
 
-extern template class VX_WorldX<VX_Pixel8>;
-extern template class VX_WorldX<VX_Pixel16>;
-extern template class VX_WorldX<VX_PixelFloat>;
+extern template class VX_API VX_WorldX<VX_Pixel8>;
+extern template class VX_API VX_WorldX<VX_Pixel16>;
+extern template class VX_API VX_WorldX<VX_PixelFloat>;

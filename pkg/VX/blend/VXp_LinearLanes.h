@@ -86,7 +86,7 @@ struct VXp_LinearLanes<VX_Pixel8, lanes> {
     const auto channel = [&](Ints c) { return VXp_Gathered<2>(t.linearize, c) & 0xFFFF; };
     return {AlphaToWorking(p.alpha), channel(p.red), channel(p.green), channel(p.blue)};
   }
-  static Stored FromLinear(const Working& p, Ints /*acts*/, const VX_LinearBlendingTables& t) {
+  static Stored FromLinear(const Working& p, const VX_LinearBlendingTables& t) {
     const auto channel = [&](Ints c) { return AlphaBack(VXp_DelinearizeLanes(t, c)); };
     return {AlphaBack(p.alpha), channel(p.red), channel(p.green), channel(p.blue)};
   }
@@ -136,44 +136,33 @@ struct VXp_LinearLanes<VX_Pixel16, lanes> {
     return {p.alpha, VXp_LinearizeLanes(t, p.red), VXp_LinearizeLanes(t, p.green),
             VXp_LinearizeLanes(t, p.blue)};
   }
-  static Stored FromLinear(const Working& p, Ints /*acts*/, const VX_LinearBlendingTables& t) {
+  static Stored FromLinear(const Working& p, const VX_LinearBlendingTables& t) {
     return {p.alpha, VXp_DelinearizeLanes(t, p.red), VXp_DelinearizeLanes(t, p.green),
             VXp_DelinearizeLanes(t, p.blue)};
   }
 };
 
-// The conversions of float pixels. Powers are computed by the C library, one value at a time.
+// The conversions of float pixels, by powers.
 template <int32_t lanes>
 struct VXp_LinearLanes<VX_PixelFloat, lanes> {
   using Working = VXp_GroupOf<VX_PixelFloat, lanes>;
   using Stored = Working;
   using Floats = VXp_Lanes<float, lanes>;
   using Ints = VXp_Lanes<int32_t, lanes>;
-  using Light = VXp_LinearLight<VX_PixelFloat>;
   using RoundTrip = VXp_NoRoundTrip;
 
   static Floats AlphaToWorking(Floats a) { return a; }
   static Floats AlphaBack(Floats a) { return a; }
 
-  static Working ToLinear(Stored p, const VX_LinearBlendingTables& t) {
-    for (int32_t k = 0; k < lanes; ++k) Put(Light::ToLinear(Take(p, k), t), k, p);
-    return p;
+  static Working ToLinear(const Stored& p, const VX_LinearBlendingTables& t) {
+    return Raised(p, VXp_PowLanes(t.gamma));
   }
-  static Stored FromLinear(Working p, Ints acts, const VX_LinearBlendingTables& t) {
-    for (int32_t k = 0; k < lanes; ++k) {
-      if (acts[k] != 0) Put(Light::FromLinear(Take(p, k), t), k, p);
-    }
-    return p;
+  static Stored FromLinear(const Working& p, const VX_LinearBlendingTables& t) {
+    return Raised(p, VXp_PowLanes(t.invGamma));
   }
 
  private:
-  static VX_PixelFloat Take(const Working& p, int32_t k) {
-    return {p.alpha[k], p.red[k], p.green[k], p.blue[k]};
-  }
-  static void Put(const VX_PixelFloat& from, int32_t k, Working& p) {
-    p.alpha[k] = from.alpha;
-    p.red[k] = from.red;
-    p.green[k] = from.green;
-    p.blue[k] = from.blue;
+  static Working Raised(const Working& p, const VXp_PowLanes& power) {
+    return {p.alpha, power(p.red), power(p.green), power(p.blue)};
   }
 };

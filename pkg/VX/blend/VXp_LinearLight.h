@@ -8,9 +8,8 @@
 // VXp_LinearLight<Pixel> defines the type of the pixel that is blended and the conversions in both
 // directions. Alpha is not encoded with a tone curve: only its scale changes.
 
-#include <cmath>
-
 #include "VX/VX_LinearBlendingTables.h"
+#include "blend/VXp_PowLanes.h"
 #include "blend/modes/VXp_Mode.h"
 #include "blend/modes/VXp_SoftLightCurves.h"
 
@@ -94,13 +93,9 @@ struct VXp_LinearLight<VX_PixelFloat> {
   }
 
  private:
-  // Returns |x| to the power of `exponent`, with the sign of x.
-  static float Power(float x, double exponent) {
-    return static_cast<float>(x < 0.0f ? -std::pow(-static_cast<double>(x), exponent)
-                                       : std::pow(static_cast<double>(x), exponent));
-  }
   static VX_PixelFloat Raised(const VX_PixelFloat& p, double exponent) {
-    return {p.alpha, Power(p.red, exponent), Power(p.green, exponent), Power(p.blue, exponent)};
+    return {p.alpha, VXp_PowLanes::Of(p.red, exponent), VXp_PowLanes::Of(p.green, exponent),
+            VXp_PowLanes::Of(p.blue, exponent)};
   }
 };
 

@@ -80,7 +80,7 @@ struct VXp_RowVariant {
     if constexpr (!linear) {
       VXp_StoreWhere(acts, p, to);
     } else if constexpr (Piece::kWritesColor) {
-      VXp_StoreWhere(acts, VXp_LinearLanes<Pixel>::FromLinear(p, acts, *tables), to);
+      VXp_StoreWhere(acts, VXp_LinearLanes<Pixel>::FromLinear(p, *tables), to);
     } else {
       auto old = VXp_LoadGroup(to);
       old.alpha = acts ? VXp_LinearLanes<Pixel>::AlphaBack(p.alpha) : old.alpha;

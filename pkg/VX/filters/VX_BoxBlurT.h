@@ -189,8 +189,15 @@ class VXp_BoxRun {
       return sum.Doubles();
     } else {
       const double unit = pass_.window.unit, outer = pass_.window.outer;
-      const auto numerator = [=](auto s, auto a, auto b) { return unit * s + outer * (a + b); };
-      return VXp_ForHalves(numerator, sum.Doubles(), VXp_Widened(leading), VXp_Widened(trailing));
+      if constexpr (kVXp_FloatPixel<Pixel>) {
+        const auto numerator = [=](auto s, auto a, auto b) { return unit * s + outer * (a + b); };
+        return VXp_ForHalves(numerator, sum.Doubles(), VXp_Widened(leading), VXp_Widened(trailing));
+      } else {  // exact in any order
+        const auto numerator = [=](auto s, auto ends) {
+          return VXp_MulAddDoubles(s, VXp_TargetDoubles{} + unit, outer * ends);
+        };
+        return VXp_ForHalves(numerator, sum.Doubles(), VXp_Widened(leading + trailing));
+      }
     }
   }
   Floats Singles(const Sum& sum, Work leading, Work trailing) const {
@@ -210,9 +217,6 @@ class VXp_BoxRun {
         return VXp_Truncated(VXp_MinFloats(quotient + 0.5f, VXp_Splat<Floats>(kFull)));
       }
     };
-    const bool all = (pass_.flags & VX_Blur_AllChannels) == VX_Blur_AllChannels;
-    Channels kept;
-    if (!all) kept = Load(here);
     Channels out;
     if constexpr (kStraight) {
       const auto sum = [&](int32_t c) {
@@ -223,14 +227,15 @@ class VXp_BoxRun {
           (pass_.flags & VX_Blur_Alpha) != 0
               ? sum(0)
               : VXp_ForHalves([=](auto alpha) { return alpha * total; },
-                              VXp_Widened(kept.lanes[0])),
+                              VXp_Widened(Load(here).lanes[0])),
           wide_);
       out = {{mean(0), color(sum(1)), color(sum(2)), color(sum(3))}};
       if constexpr (kVXp_FloatPixel<Pixel>) out.lanes[0] = color.Alpha(out.lanes[0]);
     } else {
       out = {{mean(0), mean(1), mean(2), mean(3)}};
     }
-    if (all) return out;
+    if ((pass_.flags & VX_Blur_AllChannels) == VX_Blur_AllChannels) return out;
+    const Channels kept = Load(here);
     for (int32_t c = 0; c < 4; ++c) {
       if ((pass_.flags >> c & 1) == 0) out.lanes[c] = kept.lanes[c];
     }

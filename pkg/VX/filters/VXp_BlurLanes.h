@@ -145,7 +145,7 @@ class VXp_StraightColors {
         };
         if (VXp_AnyLane(reinterpret_cast<Ints>(near_integer(unlimited.low) |
                                                near_integer(unlimited.high)))) {
-          return Exact(sums);
+          return Exact(sums, alphas_);
         }
       }
       const auto least = [](auto v) { return VXp_MinDoubles(v, VXp_TargetDoubles{} + kFull); };
@@ -156,11 +156,12 @@ class VXp_StraightColors {
  private:
   using Ints = VXp_Lanes<int32_t, kVXp_TargetLanes>;
 
-  [[gnu::noinline]] Work Exact(const VXp_GroupDoubles& sums) const {
+  // Has copies as arguments: if the address of the object were used, it would not be in registers.
+  [[gnu::noinline]] static Work Exact(VXp_GroupDoubles sums, VXp_GroupDoubles alpha_sums) {
     constexpr int64_t kFull = VXp_PixelTraits<Pixel>::kFull;
     double all[kVXp_TargetLanes], alphas[kVXp_TargetLanes];
     VXp_StoreDoubles(all, sums);
-    VXp_StoreDoubles(alphas, alphas_);
+    VXp_StoreDoubles(alphas, alpha_sums);
     Work colors{};
     for (int32_t i = 0; i < kVXp_TargetLanes; ++i) {
       const auto a = static_cast<int64_t>(alphas[i]);

@@ -50,8 +50,10 @@ bool SourcePair::Estimate(const vx::TweenOptions& options) {
   if (!tweener_) {
     auto tweener = std::make_unique<vx::Tweener>(*a_->picture.world, *b_->picture.world, options);
     if (!arguments_.cache.empty()) tweener->use_cache(arguments_.cache);
-    const double unexplained = tweener->unexplained();
-    if (arguments_.cut_threshold) unexplained_ = unexplained;
+    if (arguments_.cut_threshold || !arguments_.cache.empty()) {
+      const double unexplained = tweener->unexplained();
+      if (arguments_.cut_threshold) unexplained_ = unexplained;
+    }
     WarnAboutCache(tweener->cache_warning());
     tweener_ = std::move(tweener);
   }

@@ -3,6 +3,8 @@
 // The command vx: initialises the library and runs a verb. A failure is reported by one line and an
 // exit code.
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -154,6 +156,10 @@ std::string vxcli::VersionText() {
 }
 
 int main(int argc, char** argv) {
+  // Freed memory is kept for the next frame, pictures of up to 32 MB included: the system clears
+  // each page that is allocated again.
+  mallopt(M_MMAP_THRESHOLD, 32 << 20);
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
   VXIO_RemoveTemporariesOnSignals();
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   vxcli::Failure result{vxcli::kInternal, ""};

@@ -27,7 +27,8 @@ std::string CodecsPath() {
 
 const VXIOp_Codecs& Load(VXIO_ErrorKind kind) {
   const std::string path = CodecsPath();
-  void* const object = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  // RTLD_LAZY: the libraries have 80,000 functions, of which few are called.
+  void* const object = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
   const void* const table = object ? dlsym(object, "VXIOp_CodecTable") : nullptr;
   if (!table) {
     std::string reason = dlerror();

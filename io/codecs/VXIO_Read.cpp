@@ -38,8 +38,19 @@ int64_t Unpack(const Band& band, const VXIOp_Channels& at, int32_t width,
   const int blue = at.blue - band.first_channel;
   const int alpha = at.alpha < 0 ? -1 : at.alpha - band.first_channel;
   int64_t colours_to_lose = 0;
+  // Opaque pixels whose colours are stored in the order of a pixel, without a conversion.
+  const bool copies =
+      !std::is_same_v<Sample, uint16_t> && alpha < 0 && green == red + 1 && blue == red + 2;
   for (int32_t y = band.y_begin; y < band.y_end; ++y) {
     char* to = place.origin + y * place.step_y;
+    if (copies) {
+      constexpr Sample kOpaque = vx::PixelTraits<Pixel>::full_scale;
+      for (int32_t x = 0; x < width; ++x, from += band.channels, to += place.step_x) {
+        std::memcpy(to + offsetof(Pixel, alpha), &kOpaque, sizeof kOpaque);
+        std::memcpy(to + offsetof(Pixel, red), from + red, 3 * sizeof kOpaque);
+      }
+      continue;
+    }
     for (int32_t x = 0; x < width; ++x, from += band.channels, to += place.step_x) {
       Pixel pixel;
       pixel.red = VXIOp_ChannelOfSample(from[red]);
@@ -97,6 +108,10 @@ class BandReader {
  private:
   bool Fetch(const Band& band, OIIO::TypeDesc type, char* samples) {
     const OIIO::ImageSpec& spec = open_->spec;
+    const size_t sample_bytes = type.size();
+    // Without a conversion OpenImageIO decodes to `samples`; else to a buffer of up to 64 MB, which
+    // it allocates for each call.
+    if (spec.format == type && spec.channelformats.empty()) type = OIIO::TypeDesc::UNKNOWN;
     const int last = band.first_channel + band.channels;
     const int top = spec.y + band.y_begin, bottom = spec.y + band.y_end;
     if (spec.tile_width != 0) {
@@ -105,7 +120,7 @@ class BandReader {
     }
     const int rows = row_by_row_ ? 1 : bottom - top;
     const size_t row_bytes =
-        static_cast<size_t>(spec.width) * static_cast<size_t>(band.channels) * type.size();
+        static_cast<size_t>(spec.width) * static_cast<size_t>(band.channels) * sample_bytes;
     bool ok = true;
     for (int y = top; ok && y < bottom; y += rows, samples += row_bytes) {
       ok = open_->input->read_scanlines(open_->part, 0, y, y + rows, spec.z, band.first_channel,

@@ -298,6 +298,13 @@ template <class Pixel, class Sample>
 void Pack(vx::ConstView<Pixel> view, int32_t channels, uint32_t largest, Sample* to) {
   for (int32_t y = 0; y < view.height(); ++y) {
     const char* from = reinterpret_cast<const char*>(view.row(y).data());
+    if (std::is_same_v<Sample, decltype(Pixel::red)> && !std::is_same_v<Sample, uint16_t> &&
+        channels == 3) {
+      for (int32_t x = 0; x < view.width(); ++x, from += sizeof(Pixel), to += 3) {
+        std::memcpy(to, from + offsetof(Pixel, red), 3 * sizeof(Sample));
+      }
+      continue;
+    }
     for (int32_t x = 0; x < view.width(); ++x, from += sizeof(Pixel)) {
       Pixel pixel;
       std::memcpy(&pixel, from, sizeof pixel);

@@ -3,6 +3,7 @@
 #include "frameblend/FnInstant.h"
 
 #include <atomic>
+#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -14,9 +15,11 @@ namespace {
 constexpr float kSameContent = 0.04f;
 constexpr int32_t kAround = 2;
 
+// Of vectors that cancel, in pixels of the fields and as a part of their length.
+constexpr float kApart = 2, kApartOfLength = 0.1f;
+
 // Whether the vector of pixel (x, y) and the one at its end cancel, in pixels of the fields.
 bool Returns(const HvVec2& v, int32_t x, int32_t y, const FnVectorMap& back) {
-  constexpr float kApart = 2, kApartOfLength = 0.1f;
   if (!v.IsValid()) return false;
   int32_t to_x, to_y;
   float rest;
@@ -27,6 +30,37 @@ bool Returns(const HvVec2& v, int32_t x, int32_t y, const FnVectorMap& back) {
   return other.IsValid() && (v + other).L1() <= kApart + kApartOfLength * v.L1();
 }
 
+// The vectors of neighbouring pixels, and the positions to which they lead.
+struct Ends {
+  FnVectorLanes v;
+  FnInts valid;
+  FnFloats x, y;
+
+  Ends(int32_t first, int32_t row, const FnVectorMap& field)
+      : v(FnVectorLanes::Load(field.row(row) + first)), valid(v.AreValid()) {
+    const FnFloats zero{};
+    x = FnCentres(first) - (valid ? v.x : zero);
+    y = zero + (static_cast<float>(row) + 0.5f) + (valid ? v.y : zero);
+  }
+
+  // As Returns.
+  FnInts Return(const FnVectorMap& back) const {
+    FnInts column, line;
+    FnFloats rest;
+    FnSplitLanes(x, &column, &rest);
+    FnSplitLanes(y, &line, &rest);
+    const FnInts inside =
+        (column >= 0) & (line >= 0) & (column < back.width()) & (line < back.height());
+    const FnInts at = (line & inside) * back.rowBytes + (column & inside) * int32_t{sizeof(HvVec2)};
+    const auto pairs = FnGatheredPairs(back.pixels, at);
+    const FnVectorLanes other{reinterpret_cast<FnFloats>(FnEveryOther<0>(pairs)),
+                              reinterpret_cast<FnFloats>(FnEveryOther<1>(pairs))};
+    const FnInts cancel =
+        FnVectorLanes{v.x + other.x, v.y + other.y}.L1() <= kApart + kApartOfLength * v.L1();
+    return valid & (~inside | (other.AreValid() & cancel));
+  }
+};
+
 // The share of pixels of `from` that differ from `to` at the end of their vector, or whose vector
 // does not cancel the one there. After a cut the vectors of both directions are unrelated, also
 // where the pictures happen to be alike.
@@ -35,8 +69,22 @@ float UnexplainedShare(const FnFloatMap& from, const FnFloatMap& to, const FnVec
   const int32_t width = from.width(), height = from.height();
   FnFloatMap errors(width, height);
   if (isInvalid(&errors)) throw std::bad_alloc();
+  const bool in_lanes = FnHasLaneOffsets(to) && FnHasLaneOffsets(back);
   for (int32_t y = 0; y < height; ++y) {
     for (int32_t x = 0; x < width; ++x) {
+      if (in_lanes && x + kFnLanes <= width) {
+        const Ends ends(x, y, field);
+        const FnPairLanes at(ends.x, ends.y);
+        const FnInts inside = at.Inside(to);
+        if (!VXp_AnyLane(FnInts(~inside))) {
+          FnFloats own;
+          std::memcpy(&own, from.row(y) + x, sizeof own);
+          const FnFloats error = FnVectorLanes::Abs(own - FnSampleLanes(to, at, inside));
+          std::memcpy(errors.row(y) + x, &error, sizeof error);
+          x += kFnLanes - 1;
+          continue;
+        }
+      }
       const HvVec2& v = field.row(y)[x];
       const float px = static_cast<float>(x) + 0.5f - (v.IsValid() ? v.x : 0);
       const float py = static_cast<float>(y) + 0.5f + (v.IsValid() ? v.y : 0);
@@ -47,6 +95,21 @@ float UnexplainedShare(const FnFloatMap& from, const FnFloatMap& to, const FnVec
   for (int32_t y = 0; y < height; ++y) {
     const int32_t top = std::max(y - kAround, 0), bottom = std::min(y + kAround, height - 1);
     for (int32_t x = 0; x < width; ++x) {
+      if (in_lanes && x >= kAround && x + kAround + kFnLanes <= width) {
+        FnFloats sum{};
+        for (int32_t j = top; j <= bottom; ++j) {
+          for (int32_t i = x - kAround; i <= x + kAround; ++i) {
+            FnFloats error;
+            std::memcpy(&error, errors.row(j) + i, sizeof error);
+            sum += error;
+          }
+        }
+        const auto count = static_cast<float>((bottom - top + 1) * (2 * kAround + 1));
+        const FnInts wrong = (sum > kSameContent * count) | ~Ends(x, y, field).Return(back);
+        unexplained += std::popcount(VXp_LaneBits(wrong));
+        x += kFnLanes - 1;
+        continue;
+      }
       const int32_t left = std::max(x - kAround, 0), right = std::min(x + kAround, width - 1);
       float sum = 0;
       for (int32_t j = top; j <= bottom; ++j) {

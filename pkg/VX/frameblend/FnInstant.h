@@ -206,6 +206,7 @@ class FnInstantRenderer {
     picture.interrupt = interrupt_;
     picture.parameters = tweener.parameters;
     picture.ratio = pictures.first.ratio;
+    picture.opaque = !motion_->hasAlpha;
     if (motion_->hasAlpha) {
       picture.alphaFirst = &motion_->alphaFirst;
       picture.alphaSecond = &motion_->alphaSecond;

@@ -168,7 +168,8 @@ class FnRowReader {
 
 // A stage that computes each pixel from the source pixel at the same coordinates. kSrcFull and
 // kDstFull are the full-scale values of the types. A derived class whose `pixel` should be inlined
-// overrides processBand with FnWalk(*this, src, dst).
+// overrides processBand with FnWalk(*this, src, dst). It may have a function Pixels, which computes
+// neighbouring pixels, as many as it can in lanes, and returns how many.
 template <class Src, int32_t kSrcFull, class Dst, int32_t kDstFull>
 class GeneralSampler : public Sampler<Src, Dst> {
  public:
@@ -189,7 +190,11 @@ class GeneralSampler : public Sampler<Src, Dst> {
       for (int32_t x = band.x0; x < band.x1;) {
         const auto from = reader.At(x);
         const int32_t length = std::min(from.length, band.x1 - x);
-        for (int32_t i = 0; i < length; ++i) {
+        int32_t i = 0;
+        if constexpr (requires { self.Pixels(from.element, length, out + x); }) {
+          if (from.step == 1) i = self.Pixels(from.element, length, out + x);
+        }
+        for (; i < length; ++i) {
           self.pixel(from.element[static_cast<ptrdiff_t>(i) * from.step], out + x + i, thread);
         }
         x += length;

@@ -51,6 +51,19 @@ struct FnZoomAxis {
   }
 };
 
+// The elements between which a position of a zoomed axis lies.
+struct FnZoomPlace {
+  int32_t low, high;
+  float fraction;
+
+  static FnZoomPlace At(double position, int32_t size) {
+    const double limited = std::clamp<double>(position, 0, size - 1);
+    const auto low = static_cast<int32_t>(limited);
+    return {low, std::min(low + 1, size - 1), static_cast<float>(limited - low)};
+  }
+  int32_t Nearest() const { return fraction < 0.5f ? low : high; }
+};
+
 // Zooms a texture. Reads beyond the edges give the nearest element. Bilinear reads leave out
 // invalid vectors and divide by the sum of the other weights; if it is 0, the result is invalid.
 template <class Stored>
@@ -62,15 +75,17 @@ class ImageZoomerGP final : public Sampler<Stored, Stored> {
   // Must be called before Row.
   void SetWidths(int32_t from, int32_t to) {
     columns_.resize(static_cast<size_t>(to));
-    for (int32_t x = 0; x < to; ++x) columns_[static_cast<size_t>(x)] = Split(xAxis.At(x), from);
+    for (int32_t x = 0; x < to; ++x) {
+      columns_[static_cast<size_t>(x)] = FnZoomPlace::At(xAxis.At(x), from);
+    }
   }
   // Computes columns x0..x1 - 1 of row y into out[x0]...
   void Row(const FnMap<Stored>& src, int32_t y, int32_t x0, int32_t x1, Stored* out) const {
-    const Place line = Split(yAxis.At(y), src.height());
+    const auto line = FnZoomPlace::At(yAxis.At(y), src.height());
     const Stored* const upper = src.row(line.low);
     const Stored* const lower = src.row(line.high);
     for (int32_t x = x0; x < x1; ++x) {
-      const Place& p = columns_[static_cast<size_t>(x)];
+      const FnZoomPlace& p = columns_[static_cast<size_t>(x)];
       out[x] = Scaled(nearest ? (line.fraction < 0.5f ? upper : lower)[p.Nearest()]
                               : Mix(upper[p.low], upper[p.high], lower[p.low], lower[p.high],
                                     p.fraction, line.fraction));
@@ -89,16 +104,6 @@ class ImageZoomerGP final : public Sampler<Stored, Stored> {
   }
 
  private:
-  struct Place {
-    int32_t low, high;
-    float fraction;
-    int32_t Nearest() const { return fraction < 0.5f ? low : high; }
-  };
-  static Place Split(double position, int32_t size) {
-    const double limited = std::clamp<double>(position, 0, size - 1);
-    const auto low = static_cast<int32_t>(limited);
-    return {low, std::min(low + 1, size - 1), static_cast<float>(limited - low)};
-  }
   static Stored Mix(const Stored& a, const Stored& b, const Stored& c, const Stored& d, float fx,
                     float fy) {
     if constexpr (std::is_same_v<Stored, HvVec2>) {
@@ -127,7 +132,7 @@ class ImageZoomerGP final : public Sampler<Stored, Stored> {
     }
   }
 
-  std::vector<Place> columns_;
+  std::vector<FnZoomPlace> columns_;
 };
 
 // Copies of a picture at half the size each. A level is filtered with 1-4-6-4-1 on each axis,

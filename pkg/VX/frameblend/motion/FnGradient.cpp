@@ -2,9 +2,21 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "frameblend/motion/FnGradient.h"
 
+#include <array>
 #include <numeric>
 
 namespace {
+
+float Abs(float v) { return std::fabs(v); }
+float Sqrt(float v) { return std::sqrt(v); }
+FnFloats Abs(FnFloats v) { return FnVectorLanes::Abs(v); }
+FnFloats Sqrt(FnFloats v) {
+  for (int32_t i = 0; i < kFnLanes; ++i) v[i] = std::sqrt(v[i]);
+  return v;
+}
+FnFloats Mixed(FnFloats from, FnFloats to, FnFloats part) {
+  return part > 0.0f ? from + (to - from) * part : from;
+}
 
 constexpr int32_t kRounds = 10;
 // Above this ratio of the eigenvalues, the gradient of a block has one direction, and only the
@@ -25,33 +37,26 @@ float BlockActivity(const FnFloatMap& frame, const FnBlock& block) {
   return activity;
 }
 
-// The sums of a block over the pixels that have a gradient.
+// The sums of a block over the pixels that have a gradient. A float, or a block per lane.
+template <class Floats>
 struct Sums {
-  int32_t total = 0, count = 0;  // all pixels; those that the mask does not exclude
-  float gxx = 0, gxy = 0, gyy = 0, bx = 0, by = 0, e2 = 0, e1 = 0;
+  Floats gxx{}, gxy{}, gyy{}, bx{}, by{}, e2{}, e1{};
 
-  // `current` and `below` are rows of frame 0, `reference` of frame 1. Pixel 0 has no gradient.
-  void Add(const float* current, const float* below, const float* reference, const float* mask,
-           int32_t width) {
-    for (int32_t i = 1; i < width; ++i) {
-      ++total;
-      if (mask != nullptr && mask[i] > kFnMaskLimit) continue;
-      ++count;
-      const float d = reference[i] - current[i];
-      const float gx = current[i] - current[i - 1];
-      const float gy = current[i] - below[i];
-      gxx += gx * gx;
-      gxy += gx * gy;
-      gyy += gy * gy;
-      bx += d * gx;
-      by += d * gy;
-      e2 += d * d;
-      e1 += std::fabs(d);
-    }
+  // Adds a pixel: `current`, the pixels to the left and below, and that of frame 1.
+  void Add(Floats current, Floats left, Floats below, Floats reference) {
+    const Floats d = reference - current;
+    const Floats gx = current - left;
+    const Floats gy = current - below;
+    gxx += gx * gx;
+    gxy += gx * gy;
+    gyy += gy * gy;
+    bx += d * gx;
+    by += d * gy;
+    e2 += d * d;
+    e1 += Abs(d);
   }
 
-  void DivideByCount() {
-    const auto n = static_cast<float>(count);
+  void DivideBy(float n) {
     gxx /= n;
     gxy /= n;
     gyy /= n;
@@ -61,28 +66,104 @@ struct Sums {
   }
 };
 
-// The correction of a vector by the means of a block; false if there is no gradient.
-bool Correction(const Sums& s, HvVec2* out) {
-  const float t = s.gxx + s.gyy;
-  const float root = std::sqrt(std::max(t * t - 4.0f * (s.gxx * s.gyy - s.gxy * s.gxy), 0.0f));
-  const float l1 = (t + root) * 0.5f, l2 = (t - root) * 0.5f;
-  const float largest = std::max(std::fabs(l1), std::fabs(l2));
-  const float smallest = std::min(std::fabs(l1), std::fabs(l2));
-  const float condition = smallest == 0 ? FLT_MAX : largest / smallest;
-  if (condition <= kLargestCondition) {
-    const float k = condition * 0.1f * s.e2;
-    const float a = s.gxx + k, b = s.gyy + k;
-    const float m = 1.0f / (a * b - s.gxy * s.gxy);
-    *out = {(s.bx * b - s.by * s.gxy) * m, (s.by * a - s.bx * s.gxy) * m};
-  } else {
-    if (!(largest > 0)) return false;
-    const float larger = std::fabs(l1) >= std::fabs(l2) ? l1 : l2;
-    const HvVec2 direction = s.gxy == 0 ? s.gxx >= s.gyy ? HvVec2{1, 0} : HvVec2{0, 1}
-                                        : HvVec2{1, (larger - s.gxx) / s.gxy}.Normalised();
-    const float q = (direction.x * s.bx + direction.y * s.by) / largest;
-    *out = direction * q;
+// Blocks of one size, one per lane, of a frame that is read at the positions to which their vectors
+// refer.
+class DisplacedBlocks {
+ public:
+  // The first pixels of the blocks are (left, top).
+  DisplacedBlocks(const FnFloatMap& frame, FnInts left, int32_t top, const FnVectorLanes& v)
+      : frame_(frame) {
+    FnInts dx, dy;
+    FnSplitLanes(-v.x, &dx, &fx_);
+    FnSplitLanes(v.y, &dy, &fy_);
+    column_ = left + dx;
+    line_ = dy + top;
   }
-  return std::isfinite(out->x) && std::isfinite(out->y);
+
+  // Where two further columns and one further line are inside the frame.
+  FnInts Inside(int32_t width, int32_t height) const {
+    const int32_t last_column = frame_.width() - width - 2;
+    const int32_t last_line = frame_.height() - height - 1;
+    return (column_ >= 0) & (column_ <= last_column) & (line_ >= 0) & (line_ <= last_line);
+  }
+
+  // Returns the sums in lanes that are `inside`; undefined in others. `reference` contains the
+  // offset of the first pixel of each block in the other frame.
+  Sums<FnFloats> Compare(int32_t width, int32_t height, const FnFloatMap& other, FnInts reference,
+                         FnInts inside, FnFloats* rows) const {
+    const FnInts at = (line_ & inside) * frame_.rowBytes + (column_ & inside) * 4;
+    FnFloats* const below = rows;  // samples of the row below, and pixels interpolated along x
+    FnFloats* const lower = rows + width;
+    Sums<FnFloats> sums;
+    for (int32_t y = height; y >= 0; --y) {
+      const FnInts line = at + y * frame_.rowBytes;
+      const FnInts other_line = reference + std::min(y, height - 1) * other.rowBytes;
+      std::array<FnFloats, 2> pair = Pair(frame_, line), references{};
+      FnFloats left{};
+      for (int32_t x = 0; x < width; ++x) {
+        // Pairs begin at even columns of the frame and at odd columns of the other one.
+        const FnFloats pixel = pair[x % 2];
+        if (x % 2 != 0) pair = Pair(frame_, line + 4 * (x + 1));
+        const FnFloats upper = Mixed(pixel, pair[(x + 1) % 2], fx_);
+        const FnFloats current = Mixed(upper, lower[x], fy_);
+        if (y < height - 1 && x > 0) {
+          if (x % 2 != 0 && x + 1 < width) references = Pair(other, other_line + 4 * x);
+          if (x % 2 != 0 && x + 1 == width) references[0] = Single(other, other_line + 4 * x);
+          sums.Add(current, left, below[x], references[(x + 1) % 2]);
+        }
+        left = current;
+        below[x] = current;
+        lower[x] = upper;
+      }
+    }
+    return sums;
+  }
+
+ private:
+  static std::array<FnFloats, 2> Pair(const FnFloatMap& frame, FnInts offset) {
+    const auto pairs = FnGatheredPairs(frame.pixels, offset);
+    return {reinterpret_cast<FnFloats>(FnEveryOther<0>(pairs)),
+            reinterpret_cast<FnFloats>(FnEveryOther<1>(pairs))};
+  }
+  static FnFloats Single(const FnFloatMap& frame, FnInts offset) {
+    return reinterpret_cast<FnFloats>(VXp_Gathered<1>(frame.pixels, offset));
+  }
+
+  const FnFloatMap& frame_;
+  FnInts column_, line_;
+  FnFloats fx_, fy_;
+};
+
+// The correction of a vector by the means of a block. True if it is usable; false without a
+// gradient.
+template <class Floats>
+auto Correction(const Sums<Floats>& s, Floats* x, Floats* y) {
+  const Floats zero{}, one = zero + 1.0f;
+  const auto max = [](Floats a, Floats b) { return a < b ? b : a; };
+  const auto min = [](Floats a, Floats b) { return b < a ? b : a; };
+  const Floats t = s.gxx + s.gyy;
+  const Floats root = Sqrt(max(t * t - 4.0f * (s.gxx * s.gyy - s.gxy * s.gxy), zero));
+  const Floats l1 = (t + root) * 0.5f, l2 = (t - root) * 0.5f;
+  const Floats largest = max(Abs(l1), Abs(l2));
+  const Floats smallest = min(Abs(l1), Abs(l2));
+  const Floats condition = smallest == zero ? zero + FLT_MAX : largest / smallest;
+  // Two directions:
+  const Floats k = condition * 0.1f * s.e2;
+  const Floats a = s.gxx + k, b = s.gyy + k;
+  const Floats m = 1.0f / (a * b - s.gxy * s.gxy);
+  // One direction:
+  const Floats larger = Abs(l1) >= Abs(l2) ? l1 : l2;
+  const Floats slope = (larger - s.gxx) / s.gxy;
+  const Floats length = Sqrt(one + slope * slope);
+  const Floats across = s.gxx >= s.gyy ? one : zero;
+  const Floats dx = s.gxy == zero ? across : length > zero ? one / length : zero;
+  const Floats dy = s.gxy == zero ? one - across : length > zero ? slope / length : zero;
+  const Floats q = (dx * s.bx + dy * s.by) / largest;
+
+  const auto both = condition <= kLargestCondition;
+  *x = both ? (s.bx * b - s.by * s.gxy) * m : dx * q;
+  *y = both ? (s.by * a - s.bx * s.gxy) * m : dy * q;
+  return (both | (largest > zero)) & (Abs(*x) <= FLT_MAX) & (Abs(*y) <= FLT_MAX);
 }
 
 // The shift of one profile, sum(d g) / sum(g g), with d the difference of the samples of frame 1
@@ -229,9 +310,19 @@ void FnMotionEstimateGradient::beginPass() {
 void FnMotionEstimateGradient::processBand() {
   const FnBand band = Band();
   std::vector<float> scratch(4 * static_cast<size_t>(blockWidth));
+  const bool in_lanes = CanEstimateLanes();
+  std::vector<FnFloats> rows(in_lanes ? 2 * static_cast<size_t>(blockWidth) : 0);
   for (int32_t j = band.first; j < band.end; ++j) {
     for (int32_t i = x0; i < x1; ++i) {
       if (Stopped()) return;
+      if (in_lanes && i + kFnLanes <= x1) {
+        const FnInts alone = EstimateLanes(i, j, rows.data());
+        for (int32_t k = 0; VXp_AnyLane(alone) && k < kFnLanes; ++k) {
+          if (alone[k] != 0) Estimate(i + k, j, scratch.data());
+        }
+        i += kFnLanes - 1;
+        continue;
+      }
       if (gateOnActivity && pass == 0) {
         activity_.row(j)[i] = BlockActivity(*first, FnBlockAt(i, j, Size(), *first));
       } else {
@@ -269,6 +360,51 @@ void FnMotionEstimateGradient::Estimate(int32_t i, int32_t j, float* scratch) {
   }
 }
 
+bool FnMotionEstimateGradient::CanEstimateLanes() const {
+  return mask == nullptr && !gateOnActivity && !useProfiles && outPositions == nullptr &&
+         outErrors == nullptr && outActivity == nullptr && blockWidth > 1 && blockHeight > 1 &&
+         FnHasLaneOffsets(*first) && FnHasLaneOffsets(*second);
+}
+
+FnInts FnMotionEstimateGradient::EstimateLanes(int32_t i, int32_t j, FnFloats* rows) const {
+  FnInts left;
+  int32_t top = 0;
+  for (int32_t k = 0; k < kFnLanes; ++k) {
+    const FnBlock block = FnBlockAt(i + k, j, Size(), *first);
+    left[k] = block.x0, top = block.y0;
+  }
+  const FnInts reference = top * second->rowBytes + left * 4;
+  HvVec2* const out = third->row(j) + i;
+  auto v = FnVectorLanes::Load(out);
+  const FnFloats invalid = FnFloats{} + FLT_MAX;
+  FnVectorLanes remembered{invalid, {}};
+  FnInts active = ~FnInts{}, alone{};
+  const auto count = static_cast<float>((blockWidth - 1) * (blockHeight - 1));
+  for (int32_t round = 0; round < kRounds; ++round) {
+    active &= v.AreValid();
+    const DisplacedBlocks displaced(*first, left, top, v);
+    const FnInts inside = displaced.Inside(blockWidth, blockHeight);
+    alone |= active & ~inside;
+    active &= inside;
+    if (!VXp_AnyLane(active)) break;
+    const Sums<FnFloats> sums =
+        displaced.Compare(blockWidth, blockHeight, *second, reference, active, rows);
+    const FnFloats error = sums.e1 / count;
+    const FnInts settled = active & (error < threshold);
+    remembered.Replace(settled, v);
+    active &= ~settled;
+    Sums<FnFloats> means = sums;
+    means.DivideBy(count);
+    FnVectorLanes correction;
+    active &= Correction(means, &correction.x, &correction.y);
+    v.Replace(active, {v.x - correction.x, v.y - correction.y});
+    remembered.Replace(active, v);
+    active &= error > 0.0f;
+  }
+  remembered.Store(~alone, out);
+  return alone;
+}
+
 FnMotionEstimateGradient::Solution FnMotionEstimateGradient::Solve(const FnBlock& block, HvVec2* v,
                                                                    float* scratch) const {
   const auto failed = [&] {
@@ -280,28 +416,34 @@ FnMotionEstimateGradient::Solution FnMotionEstimateGradient::Solve(const FnBlock
 
   const FnDisplacedFrame displaced(*first, *v);
   const FnBlock part = displaced.Inside(block);
-  Sums sums;
+  Sums<float> sums;
+  int32_t total = 0, count = 0;  // all pixels; those that the mask does not exclude
   float* buffers[2] = {scratch, scratch + 2 * static_cast<ptrdiff_t>(blockWidth)};
   const float* below = nullptr;
   for (int32_t y = part.y1 - 1; y >= part.y0; --y) {
     const float* const current = displaced.Row(y, part.x0, part.x1, buffers[0]);
-    if (below != nullptr) {
-      sums.Add(current, below, second->row(y) + part.x0,
-               mask != nullptr ? mask->row(y) + part.x0 : nullptr, part.x1 - part.x0);
+    const float* const reference = second->row(y) + part.x0;
+    const float* const excluded = mask != nullptr ? mask->row(y) + part.x0 : nullptr;
+    // Pixel 0 has no gradient.
+    for (int32_t i = 1; i < part.x1 - part.x0 && below != nullptr; ++i) {
+      ++total;
+      if (excluded != nullptr && excluded[i] > kFnMaskLimit) continue;
+      ++count;
+      sums.Add(current[i], current[i - 1], below[i], reference[i]);
     }
     below = current;
     std::swap(buffers[0], buffers[1]);
   }
-  if (sums.count <= sums.total / 6) return failed();
+  if (count <= total / 6) return failed();
   Solution solution;
-  solution.error = sums.e1 / static_cast<float>(sums.count);
+  solution.error = sums.e1 / static_cast<float>(count);
   if (solution.error < threshold) {
     solution.error = 0;
     return solution;
   }
-  sums.DivideByCount();
+  sums.DivideBy(static_cast<float>(count));
   HvVec2 correction;
-  if (!Correction(sums, &correction)) return failed();
+  if (!Correction(sums, &correction.x, &correction.y)) return failed();
   solution.gx = sums.bx;
   solution.gy = sums.by;
   *v = *v - correction;

@@ -11,6 +11,7 @@
 
 #include "frameblend/imgproc/FnImager.h"
 #include "frameblend/imgproc/FnImgProc.h"
+#include "frameblend/imgproc/FnLanes.h"
 #include "frameblend/motion/FnBlocks.h"
 
 // The sum of all pixels of a map, per thread, and their mean.
@@ -89,6 +90,10 @@ class FnMotionEstimateGradient : public FnImgProc3<float, float, HvVec2> {
   bool SolveProfiles(const FnBlock& block, HvVec2* v) const;
   bool MakeProfiles(const FnFloatMap& frame, Profiles* profiles);
   void Estimate(int32_t i, int32_t j, float* scratch);
+  // Neighbouring blocks of a row, one per lane. Returns those that have to be estimated one by one:
+  // they are near an edge of the displaced frame. `rows` has room for 2 * blockWidth values.
+  bool CanEstimateLanes() const;
+  FnInts EstimateLanes(int32_t i, int32_t j, FnFloats* rows) const;
 
   Profiles profiles_[2];
   FnFloatMap activity_;

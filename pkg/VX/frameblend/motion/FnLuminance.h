@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "frameblend/imgproc/FnImager.h"
+#include "frameblend/imgproc/FnLanes.h"
 
 // The weighted sum of red, green and blue; alpha is ignored. kFull is the full scale of the colour.
 // A sum that is NaN or infinite counts as 0, so that it does not spread through the later stages.
@@ -32,6 +33,18 @@ class FnMotionEstimateLuminanceFrameGenerator final
                       weightB * static_cast<float>(c.blue);
     const float value = std::fabs(sum) <= FLT_MAX ? sum : 0.0f;
     *out = keepMaximum ? std::max(value, *out) : value;
+  }
+  int32_t Pixels(const Color* colors, int32_t count, float* out) const {
+    int32_t i = 0;
+    if constexpr (Color::kInteger) {
+      for (; !keepMaximum && i + kFnLanes <= count; i += kFnLanes) {
+        const auto c = FnLoadColors(colors + i);
+        const FnFloats sum = weightR * c[1] + weightG * c[2] + weightB * c[3];
+        const FnFloats value = FnVectorLanes::Abs(sum) <= FLT_MAX ? sum : FnFloats{};
+        std::memcpy(out + i, &value, sizeof value);
+      }
+    }
+    return i;
   }
   void processBand(const FnMap<Color>* src, FnFloatMap* dst) override {
     this->FnWalk(*this, src, dst);

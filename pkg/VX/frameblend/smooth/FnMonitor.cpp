@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "frameblend/smooth/FnMonitor.h"
 
+#include "frameblend/imgproc/FnLanes.h"
+
 void FnMotionEstimateGradientChangedNeighboursMonitor::begin() {
   const bool seeding = (monitorFlags & FnMonitor_Seed) != 0;
   const int32_t width = target->x.size, height = target->y.size;
@@ -28,16 +30,25 @@ void FnMotionEstimateGradientChangedNeighboursMonitor::begin() {
 void FnMotionEstimateGradientChangedNeighboursMonitor::processBand() {
   const FnBand band = Band();
   bool invalid = false;
+  FnInts unknown{};
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
     const HvVec2* const now = first->row(y);
     HvVec2* const before = previous.row(y);
     int32_t* const out = changed.row(y);
-    for (int32_t x = x0; x < x1; ++x) {
+    int32_t x = x0;
+    for (; x + kFnLanes <= x1; x += kFnLanes) {
+      const auto vectors = FnVectorLanes::Load(now + x);
+      unknown |= (vectors.x == FLT_MAX) | (vectors.y == FLT_MAX);
+      const FnInts marks = vectors.Differs(FnVectorLanes::Load(before + x)) & 1;
+      std::memcpy(out + x, &marks, sizeof marks);
+      std::memcpy(before + x, now + x, kFnLanes * sizeof *now);
+    }
+    for (; x < x1; ++x) {
       invalid = invalid || now[x].x == FLT_MAX || now[x].y == FLT_MAX;
       out[x] = now[x] == before[x] ? 0 : 1;
       before[x] = now[x];
     }
   }
-  if (invalid) monitorFlags |= FnMonitor_Invalid;
+  if (invalid || VXp_AnyLane(unknown)) monitorFlags |= FnMonitor_Invalid;
 }

@@ -3,6 +3,7 @@
 #include "frameblend/smooth/FnSmooth.h"
 
 #include <array>
+#include <limits>
 #include <vector>
 
 #include "frameblend/imgproc/FnLanes.h"
@@ -196,28 +197,49 @@ class ChoicesInLanes {
     FnVectorLanes chosen = vectors[8];
     // Without distances, the result is one of the candidates also if no cost is below the highest.
     FnInts alone{}, tied = byDistance ? FnInts{} : ~FnInts{};
-    for (size_t i = 0; i < vectors.size(); ++i) {
-      const FnVectorLanes& v = vectors[i];
-      if (!VXp_AnyLane(FnInts(offered[i] & choice))) continue;
+    const auto offer = [&](const FnVectorLanes& v, FnFloats distance, FnInts lanes) {
       const FnPairLanes pair(column - v.x, row + v.y);
       const FnInts inside = pair.Inside(frame0_);
-      alone |= offered[i] & ~inside;
+      alone |= lanes & ~inside;
       const FnFloats sample = FnSampleLanes(frame0_, pair, inside);
       FnFloats cost = FnVectorLanes::Abs(sample - reference) * scale_;
-      if constexpr (byDistance) {
-        cost = FnVectorLanes{v.x - mean.x, v.y - mean.y}.L1() * weight_ * 8.0f + cost;
-      }
-      const FnInts lower = offered[i] & (cost < lowest);
-      const FnInts equal = offered[i] & (cost == lowest) & v.Differs(chosen);
+      if constexpr (byDistance) cost = distance + cost;
+      const FnInts lower = lanes & (cost < lowest);
+      const FnInts equal = lanes & (cost == lowest) & v.Differs(chosen);
       tied = (tied | equal) & ~lower;
       lowest = lower ? cost : lowest;
-      chosen = {lower ? v.x : chosen.x, lower ? v.y : chosen.y};
+      chosen.Replace(lower, v);
+    };
+    if constexpr (!byDistance) {
+      for (size_t i = 0; i < vectors.size(); ++i) {
+        const FnInts lanes = offered[i] & choice;
+        if (VXp_AnyLane(lanes)) offer(vectors[i], FnFloats{}, lanes);
+      }
+    } else {
+      // The nearest vectors first, until their distance alone exceeds the lowest cost.
+      const FnFloats infinite = FnFloats{} + std::numeric_limits<float>::infinity();
+      std::array<FnFloats, 9> distances;  // infinite if the vector is not offered, or not any more
+      for (size_t i = 0; i < vectors.size(); ++i) {
+        const FnVectorLanes apart{vectors[i].x - mean.x, vectors[i].y - mean.y};
+        distances[i] = (offered[i] & choice) ? apart.L1() * weight_ * 8.0f : infinite;
+      }
+      for (;;) {
+        FnFloats least = distances[0];
+        for (const FnFloats& distance : distances) least = VXp_MinFloats(distance, least);
+        const FnInts lanes = least <= lowest;
+        if (!VXp_AnyLane(lanes)) break;
+        FnVectorLanes nearest = vectors[0];
+        for (size_t i = 1; i < vectors.size(); ++i) {
+          nearest.Replace(distances[i] == least, vectors[i]);
+        }
+        offer(nearest, least, lanes);
+        for (size_t i = 0; i < vectors.size(); ++i) {
+          distances[i] = vectors[i].Differs(nearest) ? distances[i] : infinite;
+        }
+      }
     }
     alone = (alone | tied) & choice;
-    const FnInts stored = choice & ~alone;
-    for (int32_t k = 0; k < kFnLanes; ++k) {
-      if (stored[k] != 0) out[k] = {chosen.x[k], chosen.y[k]};
-    }
+    chosen.Store(choice & ~alone, out);
     return alone;
   }
 
@@ -259,10 +281,12 @@ void FnVectorSmoother::ChooseVectors(
     const bool inner = in_lanes && y - stepY >= y0 && y + stepY < y1;
     int32_t x = x0;
     while (x < x1) {
-      if (!inner || x - stepX < x0 || x + kFnLanes + stepX > x1) {
+      const int32_t last = x1 - stepX - kFnLanes;  // of which all neighbours are inside
+      if (!inner || x < x0 + stepX || last < x0 + stepX || x >= last + kFnLanes) {
         choose_one(x++, y);
         continue;
       }
+      x = std::min(x, last);  // the last group computes some pixels again
       const int32_t* const marks = monitor != nullptr ? monitor->MarkAt(x, y) : nullptr;
       const FnInts alone = lanes.Store(x, y, stepX, stepY, marks, first->row(y) + x);
       for (int32_t k = 0; VXp_AnyLane(alone) && k < kFnLanes; ++k) {

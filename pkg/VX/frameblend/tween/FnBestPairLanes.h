@@ -9,6 +9,7 @@
 // one pixel.
 
 #include <array>
+#include <limits>
 
 #include "frameblend/imgproc/FnLanes.h"
 #include "frameblend/tween/FnTween.h"
@@ -36,46 +37,25 @@ class FnBestPairLanes {
     const Side side_a(a, x, y, marksA), side_b(b, x, y, marksB);
     const FnInts active = both & side_a.any & side_b.any;
     const Pixels pixels{FnCentres(x), FnFloats{} + (static_cast<float>(y) + 0.5f)};
-    FnInts alone{};
-    std::array<FnFloats, 9> samples, distances;
-    for (size_t j = 0; j < 9; ++j) {
-      if (!VXp_AnyLane(FnInts(side_b.offered[j] & active))) continue;
-      samples[j] = Displaced(*p_.first, pixels, side_b, j, p_.position, &alone);
-      distances[j] = side_b.Distance(j);
-    }
-    FnFloats lowest = FnFloats{} + highest_;
-    FnVectorLanes best_a{}, best_b{};
-    FnInts unsettled = ~FnInts{};  // nothing found, or several pairs of the lowest cost
+    FnInts alone{}, some_outside{};
+    std::array<Candidate, 9> from_a, from_b;
     for (size_t i = 0; i < 9; ++i) {
-      const FnInts offered = side_a.offered[i] & active;
-      if (!VXp_AnyLane(offered)) continue;
-      const FnVectorLanes& va = side_a.vectors[i];
-      const FnFloats sample = Displaced(*p_.second, pixels, side_a, i, 1 - p_.position, &alone);
-      const FnFloats distance = side_a.Distance(i);
-      for (size_t j = 0; j < 9; ++j) {
-        const FnInts pair = offered & side_b.offered[j];
-        if (!VXp_AnyLane(pair)) continue;
-        const FnVectorLanes& vb = side_b.vectors[j];
-        const FnInts both_outside = (sample == outside_) & (samples[j] == outside_);
-        const FnFloats difference = FnVectorLanes::Abs(sample - samples[j]);
-        const FnFloats cost = (both_outside ? FnFloats{} + outside_ : difference) * match_ +
-                              FnVectorLanes{va.x + vb.x, va.y + vb.y}.L1() * p_.consistency +
-                              (distance + distances[j]) * p_.smoothness;
-        const FnInts lower = pair & (cost < lowest);
-        const FnInts equal = pair & (cost == lowest) & (va.Differs(best_a) | vb.Differs(best_b));
-        unsettled = (unsettled | equal) & ~lower;
-        lowest = lower ? cost : lowest;
-        best_a = {lower ? va.x : best_a.x, lower ? va.y : best_a.y};
-        best_b = {lower ? vb.x : best_b.x, lower ? vb.y : best_b.y};
-      }
+      from_a[i] = CandidateOf(*p_.second, pixels, side_a, i, 1 - p_.position, active, &alone);
+      from_b[i] = CandidateOf(*p_.first, pixels, side_b, i, p_.position, active, &alone);
+      some_outside |= (from_a[i].sample == outside_) | (from_b[i].sample == outside_);
     }
-    alone |= unsettled;
+    const Best best = VXp_AnyLane(FnInts(some_outside & active)) ? Choose<true>(from_a, from_b)
+                                                                 : Choose<false>(from_a, from_b);
+    // Nothing found, or several pairs of the lowest cost.
+    alone |= (best.pair < 0) | (best.second == best.lowest);
     const FnInts stored = active & ~alone;
-    for (int32_t k = 0; k < kFnLanes; ++k) {
-      if (stored[k] == 0) continue;
-      outA[k] = {best_a.x[k], best_a.y[k]};
-      outB[k] = {best_b.x[k], best_b.y[k]};
+    FnVectorLanes best_a{}, best_b{};
+    for (int32_t i = 0; i < 9; ++i) {
+      best_a.Replace((best.pair >> 4) == i, from_a[static_cast<size_t>(i)].vector);
+      best_b.Replace((best.pair & 15) == i, from_b[static_cast<size_t>(i)].vector);
     }
+    best_a.Store(stored, outA);
+    best_b.Store(stored, outB);
     return ~both | (active & alone);
   }
 
@@ -83,6 +63,43 @@ class FnBestPairLanes {
   struct Pixels {
     FnFloats column, row;
   };
+
+  // A candidate of one field. The distance is infinite in lanes where it is not offered.
+  struct Candidate {
+    FnVectorLanes vector;
+    FnFloats sample, distance;
+    bool offered;  // in any lane
+  };
+  struct Best {
+    FnFloats lowest, second;  // the lowest costs
+    FnInts pair;              // 16 * the index in one list + the index in the other; -1: none
+  };
+
+  // `kOutside`: positions may be outside of the frames.
+  template <bool kOutside>
+  Best Choose(const std::array<Candidate, 9>& a, const std::array<Candidate, 9>& b) const {
+    Best best{FnFloats{} + highest_, FnFloats{} + std::numeric_limits<float>::infinity(),
+              FnInts{} - 1};
+    for (int32_t i = 0; i < 9; ++i) {
+      const Candidate& ca = a[static_cast<size_t>(i)];
+      for (int32_t j = 0; j < 9 && ca.offered; ++j) {
+        const Candidate& cb = b[static_cast<size_t>(j)];
+        if (!cb.offered) continue;
+        FnFloats difference = FnVectorLanes::Abs(ca.sample - cb.sample);
+        if constexpr (kOutside) {
+          const FnInts both_outside = (ca.sample == outside_) & (cb.sample == outside_);
+          difference = both_outside ? FnFloats{} + outside_ : difference;
+        }
+        const FnVectorLanes sum{ca.vector.x + cb.vector.x, ca.vector.y + cb.vector.y};
+        const FnFloats cost = difference * match_ + sum.L1() * p_.consistency +
+                              (ca.distance + cb.distance) * p_.smoothness;
+        best.pair = cost < best.lowest ? FnInts{} + (16 * i + j) : best.pair;
+        best.second = VXp_MinFloats(best.second, VXp_MaxFloats(best.lowest, cost));
+        best.lowest = VXp_MinFloats(best.lowest, cost);
+      }
+    }
+    return best;
+  }
 
   // The candidates of one field: the eight neighbours, then the own vector.
   struct Side {
@@ -102,8 +119,7 @@ class FnBestPairLanes {
         vectors[i] = FnVectorLanes::Load(own + at);
         offered[i] = vectors[i].AreValid();
         if (i < 8) {
-          sum.x = offered[i] ? sum.x + vectors[i].x : sum.x;
-          sum.y = offered[i] ? sum.y + vectors[i].y : sum.y;
+          sum.Replace(offered[i], {sum.x + vectors[i].x, sum.y + vectors[i].y});
           known -= offered[i];
         }
         if (i < 8 && marks != nullptr) {
@@ -111,6 +127,8 @@ class FnBestPairLanes {
           std::memcpy(&mark, marks + at, sizeof mark);
           offered[i] &= mark != 0;
         }
+        // A vector that is offered already is not offered again.
+        for (size_t j = 0; j < i; ++j) offered[i] &= ~offered[j] | vectors[i].Differs(vectors[j]);
         any |= offered[i];
       }
       const FnFloats count = VXp_AsFloat(known);
@@ -121,10 +139,12 @@ class FnBestPairLanes {
     }
   };
 
-  // The samples of a frame to which candidate i leads. Pixels whose position is inside of the
-  // frame, but next to an edge, are added to `alone`.
-  FnFloats Displaced(const FnFloatMap& frame, const Pixels& pixels, const Side& side, size_t i,
-                     float weight, FnInts* alone) const {
+  // Candidate i with the samples of the frame to which it leads. Pixels whose position is inside of
+  // the frame, but next to an edge, are added to `alone`.
+  Candidate CandidateOf(const FnFloatMap& frame, const Pixels& pixels, const Side& side, size_t i,
+                        float weight, FnInts active, FnInts* alone) const {
+    const FnInts offered = side.offered[i] & active;
+    if (!VXp_AnyLane(offered)) return Candidate{};
     const FnVectorLanes& v = side.vectors[i];
     const FnFloats px = pixels.column - v.x * weight, py = pixels.row + v.y * weight;
     const FnFloats zero{};
@@ -132,9 +152,10 @@ class FnBestPairLanes {
                             (py < static_cast<float>(frame.height()));
     const FnPairLanes at(px, py);
     const FnInts inside = at.Inside(frame);
-    *alone |= side.offered[i] & in_frame & ~inside;
+    *alone |= offered & in_frame & ~inside;
     const FnFloats sample = FnSampleLanes(frame, at, inside);
-    return in_frame ? sample : zero + outside_;
+    const FnFloats infinite = zero + std::numeric_limits<float>::infinity();
+    return {v, in_frame ? sample : zero + outside_, offered ? side.Distance(i) : infinite, true};
   }
 
   const FnMotionEstimateGradientTweeningParameters& p_;

@@ -6,7 +6,6 @@
 
 #include <vector>
 
-#include "frameblend/imgproc/FnResample.h"
 #include "frameblend/tween/FnPictureLanes.h"
 #include "frameblend/tween/FnTween.h"
 
@@ -73,48 +72,49 @@ class FnMotionEstimateGradientTweenerBuildPicture final
   bool nearest = false;  // pixels of both frames: take the frame that is nearer in time
   const FnFilteredPyramidAlpha* alphaFirst = nullptr;  // both or none
   const FnFilteredPyramidAlpha* alphaSecond = nullptr;
+  bool opaque = false;  // both frames are: their alpha is not read
 
   void prepare(const FnMap<Color>*, const FnMap<Color>*, FnMap<Color>* dst) override {
-    vectors_.xAxis = FnZoomAxis::ByCentres(ratio, ratio);
-    vectors_.yAxis = vectors_.xAxis;
     states_.xAxis = FnZoomAxis::ByCentres(ratio, 1);
     states_.yAxis = states_.xAxis;
     states_.nearest = true;
-    vectors_.SetWidths(parameters.vectorsA->width(), dst->width());
     states_.SetWidths(parameters.occlusion->width(), dst->width());
   }
 
   void processBand(const FnMap<Color>* first, const FnMap<Color>* second,
                    FnMap<Color>* dst) override {
     const auto width = static_cast<size_t>(dst->width());
-    std::vector<HvVec2> a(width), b(width);
+    const auto axis = FnZoomAxis::ByCentres(ratio, ratio);
+    FnFieldRows a(*parameters.vectorsA, axis, dst->width());
+    FnFieldRows b(*parameters.vectorsB, axis, dst->width());
     std::vector<int32_t> states(width), above(width), below(width);
+    int32_t states_line = -1;  // that `states` contains
     const auto band = this->Band();
     const bool second_pass = this->pass == 1;
-    const Lanes lanes(*first, *second, parameters.position);
+    const Lanes lanes(*first, *second, parameters.position, opaque);
     const bool in_lanes = !second_pass && IsPlain() && lanes.CanRead();
     for (int32_t y = band.y0; y < band.y1; y += band.step) {
       if (FnPoll(this->interrupt) != VX_Ok) return;
-      vectors_.Row(*parameters.vectorsA, y, band.x0, band.x1, a.data());
-      vectors_.Row(*parameters.vectorsB, y, band.x0, band.x1, b.data());
-      states_.Row(*parameters.occlusion, y, band.x0, band.x1, states.data());
+      a.Compute(y);
+      b.Compute(y);
+      const auto line = FnZoomPlace::At(states_.yAxis.At(y), parameters.occlusion->height());
+      if (line.Nearest() != states_line) {
+        states_.Row(*parameters.occlusion, y, 0, dst->width(), states.data());
+        states_line = line.Nearest();
+      }
       Color* const out = dst->row(y);
       if (second_pass) {
         states_.Row(*parameters.occlusion, std::max(y - 1, 0), 0, dst->width(), above.data());
-        states_.Row(*parameters.occlusion, y, 0, dst->width(), states.data());
         states_.Row(*parameters.occlusion, std::min(y + 1, dst->height() - 1), 0, dst->width(),
                     below.data());
       }
-      int32_t alone_until = band.x0;
       for (int32_t x = band.x0; x < band.x1; ++x) {
         const auto i = static_cast<size_t>(x);
         if constexpr (Lanes::kServes) {
-          if (in_lanes && x >= alone_until && x + Lanes::kLanes <= band.x1) {
-            if (lanes.Store(x, y, a.data() + i, b.data() + i, states.data() + i, out + x)) {
-              x += Lanes::kLanes - 1;
-              continue;
-            }
-            alone_until = x + Lanes::kLanes;
+          if (in_lanes && x + kFnLanes <= band.x1) {
+            lanes.Store(x, y, a, b, states.data() + i, out + x);
+            x += kFnLanes - 1;
+            continue;
           }
         }
         if (second_pass) {
@@ -186,7 +186,6 @@ class FnMotionEstimateGradientTweenerBuildPicture final
                                            : frame.sampleAt(at.x, at.y);
   }
 
-  ImageZoomerGP<HvVec2> vectors_;
   ImageZoomerGP<int32_t> states_;
 };
 
@@ -195,9 +194,16 @@ bool FnFilteredPyramidAlpha::build(const FnMap<Color>& picture, float full, int3
                                    int32_t height, FnInterruptState* interrupt) {
   bool opaque = true;
   for (int32_t y = 0; y < picture.height() && opaque; ++y) {
-    for (int32_t x = 0; x < picture.width() && opaque; ++x) {
-      opaque = static_cast<float>(picture.row(y)[x].alpha) >= full;
+    const Color* const row = picture.row(y);
+    int32_t x = 0;
+    if constexpr (Color::kInteger) {
+      FnInts less{};
+      for (; x + kFnLanes <= picture.width(); x += kFnLanes) {
+        less |= FnLoadColors(row + x)[0] < full;
+      }
+      opaque = !VXp_AnyLane(less);
     }
+    for (; x < picture.width() && opaque; ++x) opaque = static_cast<float>(row[x].alpha) >= full;
   }
   if (opaque) return false;
   if (!plane_.allocate(width, height)) {

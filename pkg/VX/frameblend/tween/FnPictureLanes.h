@@ -7,66 +7,93 @@
 
 #include <array>
 
-#include "frameblend/imgproc/FnLanes.h"
+#include "frameblend/tween/FnFieldRows.h"
 #include "frameblend/tween/FnTween.h"
 
 template <class Pixel>
 class FnPictureLanes {
  public:
   using Color = typename FnColorOfPixel<Pixel>::Type;
-  static constexpr int32_t kLanes = kFnLanes;
   static constexpr bool kServes = Color::kInteger;
 
-  FnPictureLanes(const FnMap<Color>& first, const FnMap<Color>& second, float position)
-      : first_(first), second_(second), position_(position) {}
+  // `opaque`: both frames are opaque.
+  FnPictureLanes(const FnMap<Color>& first, const FnMap<Color>& second, float position, bool opaque)
+      : first_(first), second_(second), position_(position), opaque_(opaque) {}
 
   // Returns whether the pixels of both frames can be addressed by lanes.
-  bool CanRead() const { return FnHasLaneOffsets(first_) && FnHasLaneOffsets(second_); }
+  bool CanRead() const { return CanRead(first_) && CanRead(second_); }
 
-  // Computes the pixels x..x + kLanes - 1 of row y, of which the arrays hold the vectors and
-  // states. Does nothing and returns false if a position is near an edge of its frame.
-  bool Store(int32_t x, int32_t y, const HvVec2* a, const HvVec2* b, const int32_t* states,
-             Color* out) const {
-    const FnFloats row = FnFloats{} + (static_cast<float>(y) + 0.5f), columns = FnCentres(x);
-    const float rest = 1 - position_;
-    const auto va = FnVectorLanes::Load(a), vb = FnVectorLanes::Load(b);
-    Channels from, to;
-    if (!Sample(first_, columns - vb.x * position_, row + vb.y * position_, &from)) return false;
-    if (!Sample(second_, columns - va.x * rest, row + va.y * rest, &to)) return false;
-
-    FnInts state;
-    std::memcpy(&state, states, sizeof state);
-    const FnInts only_first = state == int32_t{FnOcclusion_First};
-    const FnInts only_second = state == int32_t{FnOcclusion_Second};
-    const FnInts equal =
-        (from[0] == to[0]) & (from[1] == to[1]) & (from[2] == to[2]) & (from[3] == to[3]);
-    Channels mixed;
-    for (size_t c = 0; c < 4; ++c) {
-      const FnFloats both = from[c] * rest + to[c] * position_;
-      mixed[c] = only_second ? to[c] : (only_first | equal) ? from[c] : both;
-    }
-    StoreRounded(mixed, out);
-    return true;
+  // Computes the pixels x..x + kFnLanes - 1 of row y. `a` and `b` contain the vectors of the row,
+  // and `states` begins at pixel x.
+  void Store(int32_t x, int32_t y, const FnFieldRows& a, const FnFieldRows& b,
+             const int32_t* states, Color* out) const {
+    opaque_ ? Store<1>(x, y, a, b, states, out) : Store<0>(x, y, a, b, states, out);
   }
 
  private:
   using Channels = std::array<FnFloats, 4>;  // alpha, red, green, blue
+  static constexpr auto kFull = static_cast<float>(FnColorOfPixel<Pixel>::kFull);
 
-  static bool Sample(const FnMap<Color>& frame, FnFloats px, FnFloats py, Channels* out) {
+  // Computes the channels from `kFrom` on; alpha is full if it is not computed.
+  template <size_t kFrom>
+  void Store(int32_t x, int32_t y, const FnFieldRows& a, const FnFieldRows& b,
+             const int32_t* states, Color* out) const {
+    const FnFloats row = FnFloats{} + (static_cast<float>(y) + 0.5f), columns = FnCentres(x);
+    const float rest = 1 - position_;
+    const FnVectorLanes va = a.Lanes(x), vb = b.Lanes(x);
+    const Channels from = Sample<kFrom>(first_, columns - vb.x * position_, row + vb.y * position_);
+    const Channels to = Sample<kFrom>(second_, columns - va.x * rest, row + va.y * rest);
+
+    FnInts state;
+    std::memcpy(&state, states, sizeof state);
+    const FnInts only_second = state == int32_t{FnOcclusion_Second};
+    FnInts first = from[3] == to[3];  // equal colours are not mixed
+    for (size_t c = kFrom; c < 3; ++c) first &= from[c] == to[c];
+    first |= state == int32_t{FnOcclusion_First};
+    Channels mixed;
+    mixed[0] = FnFloats{} + kFull;
+    for (size_t c = kFrom; c < 4; ++c) {
+      const FnFloats both = from[c] * rest + to[c] * position_;
+      mixed[c] = only_second ? to[c] : first ? from[c] : both;
+    }
+    StoreRounded(mixed, out);
+  }
+
+  static bool CanRead(const FnMap<Color>& frame) {
+    return FnHasLaneOffsets(frame) && frame.width() > 1 && frame.x.edgeMode == FnEdge_Hold &&
+           frame.y.edgeMode == FnEdge_Hold;
+  }
+  // Samples with the ends held.
+  template <size_t kFrom>
+  static Channels Sample(const FnMap<Color>& frame, FnFloats px, FnFloats py) {
     const FnPairLanes at(px, py);
-    if (VXp_AnyLane(FnInts(~at.Inside(frame)))) return false;
-    const FnInts upper = at.line * frame.rowBytes + at.column * static_cast<int32_t>(sizeof(Color));
-    const FnInts lower = upper + frame.rowBytes;
-    constexpr int32_t kWords = sizeof(Color) / 4;
-    for (int32_t w = 0; w < kWords; ++w) {
-      const auto word = [&](FnInts offset, int32_t pixel) {
-        const char* const base = reinterpret_cast<const char*>(frame.pixels) +
-                                 pixel * static_cast<int32_t>(sizeof(Color)) + 4 * w;
-        return reinterpret_cast<FnWords>(VXp_Gathered<1>(base, offset));
-      };
-      const FnWords a = word(upper, 0), b = word(upper, 1), c = word(lower, 0), d = word(lower, 1);
-      constexpr int32_t kBits = 8 * sizeof(typename Color::Channel), kChannels = 32 / kBits;
-      for (int32_t k = 0; k < kChannels; ++k) {
+    const FnInts zero{};
+    const int32_t last_pair = frame.width() - 2, last_line = frame.height() - 1;
+    // Before the first pair, the sample is its first pixel; after the last pair, its second pixel.
+    const FnInts before = at.column<zero, after = at.column> last_pair;
+    const FnInts column = before ? zero : after ? zero + last_pair : at.column;
+    const FnFloats fx = before ? FnFloats{} : after ? FnFloats{} + 1.0f : at.fx;
+    // Beyond the first and the last line, both lines are the same.
+    const FnInts above = at.line < zero, below = at.line >= last_line;
+    const FnInts line = above ? zero : below ? zero + last_line : at.line;
+    const FnInts step = (above | below) ? zero : zero + frame.rowBytes;
+    const FnInts upper = line * frame.rowBytes + column * static_cast<int32_t>(sizeof(Color));
+    Channels out;
+    constexpr size_t kWords = sizeof(Color) / 4;
+    std::array<std::array<FnWords, 2 * kWords>, 2> words;  // of two pixels, in both rows
+    for (size_t row = 0; row < 2; ++row) {
+      for (size_t w = 0; w < 2 * kWords; w += 2) {
+        const auto pairs = FnGatheredPairs(reinterpret_cast<const char*>(frame.pixels) + 4 * w,
+                                           row == 0 ? upper : upper + step);
+        words[row][w] = reinterpret_cast<FnWords>(FnEveryOther<0>(pairs));
+        words[row][w + 1] = reinterpret_cast<FnWords>(FnEveryOther<1>(pairs));
+      }
+    }
+    for (size_t w = 0; w < kWords; ++w) {
+      const FnWords a = words[0][w], b = words[0][kWords + w], c = words[1][w],
+                    d = words[1][kWords + w];
+      constexpr size_t kBits = 8 * sizeof(typename Color::Channel), kChannels = 32 / kBits;
+      for (size_t k = w == 0 ? kFrom : 0; k < kChannels; ++k) {
         const auto channel = [k](FnWords v) {
           constexpr uint32_t kMask = (1u << kBits) - 1;
           return VXp_AsFloat(reinterpret_cast<FnInts>((v >> (k * kBits)) & kMask));
@@ -74,30 +101,30 @@ class FnPictureLanes {
         const auto mix = [](FnFloats from, FnFloats to, FnFloats part) {
           return from + (to - from) * part;
         };
-        (*out)[static_cast<size_t>(w * kChannels + k)] =
-            mix(mix(channel(a), channel(b), at.fx), mix(channel(c), channel(d), at.fx), at.fy);
+        out[w * kChannels + k] =
+            mix(mix(channel(a), channel(b), fx), mix(channel(c), channel(d), fx), at.fy);
       }
     }
-    return true;
+    return out;
   }
 
   static void StoreRounded(const Channels& channels, Color* out) {
-    constexpr auto kFull = static_cast<float>(FnColorOfPixel<Pixel>::kFull);
     constexpr int32_t kBits = 8 * sizeof(typename Color::Channel), kChannels = 32 / kBits;
     constexpr int32_t kWords = sizeof(Color) / 4;
     std::array<FnWords, kWords> words{};
     for (int32_t c = 0; c < 4; ++c) {
       const FnFloats zero{}, full = zero + kFull;
       const FnFloats value = channels[static_cast<size_t>(c)];
-      const FnFloats most = value < full ? value : full;
-      const FnFloats limited = most > zero ? most : zero;
+      // Mixtures of bytes are in range; 16-bit colours may exceed the full scale.
+      const FnFloats most = VXp_MinFloats(value, full);
+      const FnFloats limited = kWords == 1 ? value : VXp_MaxFloats(most, zero);
       const auto rounded = reinterpret_cast<FnWords>(VXp_Truncated(limited + 0.5f));
       words[static_cast<size_t>(c / kChannels)] |= rounded << (c % kChannels * kBits);
     }
     if constexpr (kWords == 1) {
       std::memcpy(static_cast<void*>(out), &words[0], sizeof words[0]);
     } else {
-      for (int32_t i = 0; i < kLanes; ++i) {
+      for (int32_t i = 0; i < kFnLanes; ++i) {
         const uint64_t pixel = words[0][i] | uint64_t{words[1][i]} << 32;
         std::memcpy(static_cast<void*>(out + i), &pixel, sizeof pixel);
       }
@@ -107,4 +134,5 @@ class FnPictureLanes {
   const FnMap<Color>& first_;
   const FnMap<Color>& second_;
   float position_;
+  bool opaque_;
 };

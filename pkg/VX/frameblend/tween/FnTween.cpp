@@ -279,14 +279,16 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::processB
   bool filled = false;
   const FnBestPairLanes lanes(p, kOutside, kHighestCost, p.matchWeight * kMatchScale);
   // The lists of projected candidates are empty after the first pass.
-  const bool in_lanes = runs_ > 0 && p.mask == nullptr && lanes.CanRead() &&
+  const bool in_lanes = runs_ > 0 && p.mask == nullptr && lanes.CanRead() && p.smoothness > 0 &&
                         (p.flags & FnTween_BorrowNegated) == 0 &&
                         (passFlags & (FnSinglePass_FillOnly | FnSinglePass_OccludedOnly)) == 0;
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
     const bool inner = in_lanes && y > 0 && y + 1 < copyA_.height();
+    const int32_t last = std::min(x1, copyA_.width() - 1) - kFnLanes;
     for (int32_t x = x0; x < x1; ++x) {
-      if (inner && x > 0 && x + kFnLanes < std::min(x1 + 1, copyA_.width())) {
+      if (inner && x > 0 && last >= std::max(x0, 1) && x < last + kFnLanes) {
+        x = std::min(x, last);  // the last group computes some pixels again
         const FnInts alone =
             lanes.Store(x, y, copyA_, copyB_, monitorA_.MarkAt(x, y), monitorB_.MarkAt(x, y),
                         p.vectorsA->row(y) + x, p.vectorsB->row(y) + x);

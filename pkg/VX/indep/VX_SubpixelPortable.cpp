@@ -100,19 +100,21 @@ VX_Err SampleSpan(int32_t count, VX_Fixed x, VX_Fixed y, const VX_SampPB* record
 }  // namespace
 
 template <>
-void VXp_StraightRow<VX_PixelFloat>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
-                                    VX_Fixed y, char* out) {
-  VXp_MixRow<VX_PixelFloat>(*record.src, x, count, y, out,
-                            [](const VXp_Quad<VX_PixelFloat>& quad, uint32_t fx, uint32_t fy) {
-                              return Mixed(quad, VXp_SingleWeights(fx, fy));
-                            });
-}
-
-template <>
 [[gnu::flatten]] void VXp_StraightPoints(const VX_SampPB& record, const VX_Fixed* x,
                                          const VX_Fixed* y, int32_t count, ptrdiff_t ahead,
                                          VX_PixelFloat* out) {
   VXp_MixPoints<FloatRule>(VXp_Origin<VX_PixelFloat>(*record.src), x, y, count, ahead, out);
+}
+
+template <>
+void VXp_StraightRow<VX_PixelFloat>(const VX_SampPB& record, const VX_Fixed* x, int32_t count,
+                                    VX_Fixed y, char* out) {
+  VXp_SampleRowBy<VX_PixelFloat>(
+      *record.src, x, count, y, out,
+      [&](const VX_Fixed* xs, const VX_Fixed* ys, int32_t points, VX_PixelFloat* pixels) {
+        VXp_StraightPoints<VX_PixelFloat>(record, xs, ys, points, /*ahead=*/0, pixels);
+      },
+      [&](VX_Fixed at, VX_PixelFloat* pixel) { Sample<VXp_Clipped>(at, y, &record, pixel); });
 }
 
 template <>

@@ -333,19 +333,12 @@ template VXp_SampleSpanCall<VX_Pixel16> VXp_StraightSpan<VX_Pixel16>;
 template <class Pixel>
 void VXp_StraightRow(const VX_SampPB& record, const VX_Fixed* x, int32_t count, VX_Fixed y,
                      char* out) {
-  auto* const pixels = reinterpret_cast<Pixel*>(out);
-  const auto [first, end] = VXp_InsideOf(*record.src, x, count, y);
-  const auto clipped = [&](int32_t from, int32_t to) {
-    for (int32_t i = from; i < to; ++i) Sample<VXp_Clipped>(x[i], y, &record, pixels + i);
-  };
-  clipped(0, first);
-  constexpr int32_t kTile = 256;
-  VX_Fixed ys[kTile];
-  std::fill_n(ys, kTile, y);
-  for (int32_t i = first; i < end; i += kTile) {
-    VXp_StraightPoints<Pixel>(record, x + i, ys, std::min(kTile, end - i), /*ahead=*/0, pixels + i);
-  }
-  clipped(end, count);
+  VXp_SampleRowBy<Pixel>(
+      *record.src, x, count, y, out,
+      [&](const VX_Fixed* xs, const VX_Fixed* ys, int32_t points, Pixel* pixels) {
+        VXp_StraightPoints<Pixel>(record, xs, ys, points, /*ahead=*/0, pixels);
+      },
+      [&](VX_Fixed at, Pixel* pixel) { Sample<VXp_Clipped>(at, y, &record, pixel); });
 }
 template VXp_SampleRowCall VXp_StraightRow<VX_Pixel8>;
 template VXp_SampleRowCall VXp_StraightRow<VX_Pixel16>;

@@ -141,11 +141,15 @@ class Strip {
     std::fill(entries, entries + before, TapSums::Outside());
     if (end > before) {
       const char* pixel = VXp_PixelAddress<Pixel>(src_, x + before, y);
-      const char* below = pair ? pixel + src_.rowbytes : pixel;
-      for (int32_t i = before; i < end; ++i) {
-        entries[i] = TapSums::Take(pixel, below);
-        pixel += sizeof(Pixel);
-        below += sizeof(Pixel);
+      if constexpr (TapSums::kInPlace) {
+        std::memcpy(entries + before, pixel, static_cast<size_t>((end - before) * kStep));
+      } else {
+        const char* below = pair ? pixel + src_.rowbytes : pixel;
+        for (int32_t i = before; i < end; ++i) {
+          entries[i] = TapSums::Take(pixel, below);
+          pixel += sizeof(Pixel);
+          below += sizeof(Pixel);
+        }
       }
     }
     std::fill(entries + end, entries + count, TapSums::Outside());
@@ -156,8 +160,10 @@ class Strip {
   void AddRows() {
     constexpr int32_t kVectors = kBlock / kAtOnce;
     for (int32_t b = 0; b < blocks_; ++b) {
-      Vector block[kVectors]{};
-      if (!first_) std::memcpy(block, sums_ + b * kBlock, sizeof block);
+      Vector block[kVectors];
+      for (int32_t i = 0; i < kVectors; ++i) {
+        block[i] = first_ ? Vector{} : VXp_Load<Vector>(sums_ + b * kBlock + i * kAtOnce);
+      }
       for (int32_t t = 0; t < taps_; ++t) {
         const char* entry = tap_entries_[t] + b * kBlock * kStep;
         // Hides the pointer's value. Else GCC keeps entries in registers for later taps, which

@@ -34,14 +34,6 @@ bool Landing(int32_t x, int32_t y, const HvVec2& d, int32_t width, int32_t heigh
   return *toX >= 0 && *toX < width && *toY >= 0 && *toY < height;
 }
 
-bool CopyMap(const FnVectorMap& from, FnVectorMap* to) {
-  if (to->width() != from.width() || to->height() != from.height() || isInvalid(to)) {
-    if (!to->allocate(from.width(), from.height())) return false;
-  }
-  for (int32_t y = 0; y < from.height(); ++y) std::copy_n(from.row(y), from.width(), to->row(y));
-  return true;
-}
-
 // A frame at the position to which a displacement refers.
 float Displaced(const FnFloatMap& frame, int32_t x, int32_t y, const HvVec2& v, float weight) {
   if (!v.IsValid()) return kUnknown;
@@ -247,10 +239,6 @@ struct FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::Side {
 
 void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::begin() {
   passes = 0;
-  if (!CopyMap(*p.vectorsA, &copyA_) || !CopyMap(*p.vectorsB, &copyB_)) {
-    setError(VX_ErrOutOfMemory);
-    return;
-  }
   if (passFlags & FnSinglePass_Seed) {
     for (auto* const monitor : {&monitorA_, &monitorB_}) {
       monitor->interrupt = interrupt;
@@ -259,7 +247,7 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::begin() 
     }
   }
   passFlags &= ~uint32_t{FnSinglePass_Seed | FnSinglePass_Filled};
-  if (!Stopped()) passes = 1;
+  if (!Stopped() && !isInvalid(&monitorA_.previous) && !isInvalid(&monitorB_.previous)) passes = 1;
 }
 
 bool FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::IsSkipped(int32_t state,
@@ -276,6 +264,7 @@ bool FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::IsSkippe
 
 void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::processBand() {
   const FnBand band = Band();
+  const FnVectorMap &before_a = monitorA_.previous, &before_b = monitorB_.previous;
   bool filled = false;
   const FnBestPairLanes lanes(p, kOutside, kHighestCost, p.matchWeight * kMatchScale);
   // The lists of projected candidates are empty after the first pass.
@@ -284,13 +273,13 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::processB
                         (passFlags & (FnSinglePass_FillOnly | FnSinglePass_OccludedOnly)) == 0;
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
-    const bool inner = in_lanes && y > 0 && y + 1 < copyA_.height();
-    const int32_t last = std::min(x1, copyA_.width() - 1) - kFnLanes;
+    const bool inner = in_lanes && y > 0 && y + 1 < before_a.height();
+    const int32_t last = std::min(x1, before_a.width() - 1) - kFnLanes;
     for (int32_t x = x0; x < x1; ++x) {
       if (inner && x > 0 && last >= std::max(x0, 1) && x < last + kFnLanes) {
         x = std::min(x, last);  // the last group computes some pixels again
         const FnInts alone =
-            lanes.Store(x, y, copyA_, copyB_, monitorA_.MarkAt(x, y), monitorB_.MarkAt(x, y),
+            lanes.Store(x, y, before_a, before_b, monitorA_.MarkAt(x, y), monitorB_.MarkAt(x, y),
                         p.vectorsA->row(y) + x, p.vectorsB->row(y) + x);
         for (int32_t k = 0; VXp_AnyLane(alone) && k < kFnLanes; ++k) {
           if (alone[k] != 0) ProcessPixel(x + k, y, p.occlusion->row(y)[x + k]);
@@ -299,7 +288,7 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::processB
         continue;
       }
       const int32_t state = p.occlusion->row(y)[x];
-      if (IsSkipped(state, copyA_.row(y)[x].IsValid(), copyB_.row(y)[x].IsValid())) continue;
+      if (IsSkipped(state, before_a.row(y)[x].IsValid(), before_b.row(y)[x].IsValid())) continue;
       ProcessPixel(x, y, state);
       filled = filled || (state != FnOcclusion_First && p.vectorsA->row(y)[x].IsValid()) ||
                (state != FnOcclusion_Second && p.vectorsB->row(y)[x].IsValid());
@@ -321,8 +310,8 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::end() {
 void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::ProcessPixel(
     int32_t x, int32_t y, int32_t state) {
   Side a, b;
-  a.Gather(copyA_, x, y, monitorA_, p.candidatesA->At(x, y));
-  b.Gather(copyB_, x, y, monitorB_, p.candidatesB->At(x, y));
+  a.Gather(monitorA_.previous, x, y, monitorA_, p.candidatesA->At(x, y));
+  b.Gather(monitorB_.previous, x, y, monitorB_, p.candidatesB->At(x, y));
   const bool borrow = (p.flags & FnTween_BorrowNegated) != 0;
   if (state == FnOcclusion_Both && (a.count == 0 || b.count == 0) && !borrow) return;
   HvVec2& to_a = p.vectorsA->row(y)[x];
@@ -337,7 +326,7 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::ProcessP
   if (Choose(x, y, state, &a, &b)) return;
   a.count = count_a;
   b.count = count_b;
-  FnRandom random(x, y, copyA_.width());
+  FnRandom random(x, y, monitorA_.previous.width());
   a.Shuffle(&random);
   b.Shuffle(&random);
   constexpr bool kInThisOrder = true;

@@ -161,7 +161,7 @@ class FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass final
   // candidates matters, unless they are `inThisOrder`.
   bool Choose(int32_t x, int32_t y, int32_t state, Side* a, Side* b, bool inThisOrder = false);
 
-  FnVectorMap copyA_, copyB_;
+  // Their copies of the fields are those of the start of a pass.
   FnMotionEstimateGradientChangedNeighboursMonitor monitorA_, monitorB_;
   int32_t runs_ = 0;
 };

@@ -34,6 +34,15 @@ bool Landing(int32_t x, int32_t y, const HvVec2& d, int32_t width, int32_t heigh
   return *toX >= 0 && *toX < width && *toY >= 0 && *toY < height;
 }
 
+bool HasVector(const FnVectorMap& map) {
+  for (int32_t y = 0; y < map.height(); ++y) {
+    const HvVec2* const row = map.row(y);
+    if (std::any_of(row, row + map.width(), [](const HvVec2& v) { return v.IsValid(); }))
+      return true;
+  }
+  return false;
+}
+
 // A frame at the position to which a displacement refers.
 float Displaced(const FnFloatMap& frame, int32_t x, int32_t y, const HvVec2& v, float weight) {
   if (!v.IsValid()) return kUnknown;
@@ -189,10 +198,12 @@ struct FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::Side {
     if (std::find(items.data(), items.data() + count, v) != items.data() + count) return;
     items[static_cast<size_t>(count++)] = v;
   }
-  // Adds the neighbours that the monitor marks, the own vector, and the projected ones.
+  void AddAll(FnTweenCandidates::List list) {
+    for (int32_t i = 0; i < list.count; ++i) Add(list.items[i]);
+  }
+  // Adds the neighbours that the monitor marks, and the own vector.
   void Gather(const FnVectorMap& map, int32_t x, int32_t y,
-              const FnMotionEstimateGradientChangedNeighboursMonitor& monitor,
-              FnTweenCandidates::List projected) {
+              const FnMotionEstimateGradientChangedNeighboursMonitor& monitor) {
     int32_t known = 0;
     const HvVec2* const own = map.row(y) + x;
     const int32_t* const mark = monitor.MarkAt(x, y);
@@ -211,7 +222,6 @@ struct FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::Side {
       mean = {mean.x / static_cast<float>(known), mean.y / static_cast<float>(known)};
     }
     Add(*own);
-    for (int32_t i = 0; i < projected.count; ++i) Add(projected.items[i]);
   }
   void Shuffle(FnRandom* random) {
     const auto n = static_cast<uint32_t>(count);
@@ -247,7 +257,10 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::begin() 
     }
   }
   passFlags &= ~uint32_t{FnSinglePass_Seed | FnSinglePass_Filled};
-  if (!Stopped() && !isInvalid(&monitorA_.previous) && !isInvalid(&monitorB_.previous)) passes = 1;
+  if (Stopped() || isInvalid(&monitorA_.previous) || isInvalid(&monitorB_.previous)) return;
+  passes = 1;
+  // The first pass usually begins without any vector.
+  someKnown_ = runs_ > 0 || HasVector(monitorA_.previous) || HasVector(monitorB_.previous);
 }
 
 bool FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::IsSkipped(int32_t state,
@@ -310,8 +323,12 @@ void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::end() {
 void FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass::ProcessPixel(
     int32_t x, int32_t y, int32_t state) {
   Side a, b;
-  a.Gather(monitorA_.previous, x, y, monitorA_, p.candidatesA->At(x, y));
-  b.Gather(monitorB_.previous, x, y, monitorB_, p.candidatesB->At(x, y));
+  if (someKnown_) {
+    a.Gather(monitorA_.previous, x, y, monitorA_);
+    b.Gather(monitorB_.previous, x, y, monitorB_);
+  }
+  a.AddAll(p.candidatesA->At(x, y));
+  b.AddAll(p.candidatesB->At(x, y));
   const bool borrow = (p.flags & FnTween_BorrowNegated) != 0;
   if (state == FnOcclusion_Both && (a.count == 0 || b.count == 0) && !borrow) return;
   HvVec2& to_a = p.vectorsA->row(y)[x];

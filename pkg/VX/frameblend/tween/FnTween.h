@@ -164,6 +164,7 @@ class FnMotionEstimateGradientTweenerIterateSpatialCandidatesSinglePass final
   // Their copies of the fields are those of the start of a pass.
   FnMotionEstimateGradientChangedNeighboursMonitor monitorA_, monitorB_;
   int32_t runs_ = 0;
+  bool someKnown_ = true;  // any vector, before the pass
 };
 
 // The schedule of passes over both fields.

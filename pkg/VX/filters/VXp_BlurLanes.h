@@ -213,6 +213,40 @@ void VXp_ForRuns(const VX_Blur1DState& state, int64_t line, int32_t lines, int64
   flush();
 }
 
+// Premultiplies groups of 8-bit pixels with a channel in each lane of 16 bits, which takes half as
+// many instructions as VXp_PremultiplyGroup: each channel is multiplied by alpha, or by 255.
+class VXp_BytePremultiplier {
+ public:
+  explicit VXp_BytePremultiplier(int32_t flags) {
+    for (int32_t i = 0; i < kCount; ++i) {
+      const bool by_alpha = i % 4 != 0 && (flags >> i % 4 & 1) != 0;
+      alpha_[i] = by_alpha ? 255 : 0;
+      fixed_[i] = by_alpha ? 0 : 255;
+    }
+  }
+  void operator()(const char* from, char* to) const {
+    const auto bytes = VXp_PackedBytes(Products(from), Products(from + kCount));
+    VXp_Store(to, VXp_Unsectioned<2>(bytes));
+  }
+
+ private:
+  static constexpr int32_t kCount = 2 * kVXp_TargetLanes;
+  using Halves = VXp_Lanes<uint16_t, kCount>;
+
+  Halves Products(const char* from) const {
+    const auto v =
+        reinterpret_cast<Halves>(VXp_ToWords(VXp_Load<VXp_Lanes<uint8_t, kCount>>(from)));
+    const Halves factors = (Alphas(v, std::make_index_sequence<kCount>()) & alpha_) | fixed_;
+    return VXp_MulHigh(v * factors + uint16_t{128}, Halves{} + uint16_t{257});
+  }
+  template <size_t... i>
+  static Halves Alphas(Halves v, std::index_sequence<i...>) {
+    return __builtin_shufflevector(v, v, static_cast<int32_t>(i / 4 * 4)...);
+  }
+
+  Halves alpha_, fixed_;
+};
+
 // Copies pixels and premultiplies them if the pass requires it.
 template <class Pixel>
 void VXp_CopyPremultiplied(const VX_Blur1DState& state, const char* from, ptrdiff_t count,
@@ -223,10 +257,15 @@ void VXp_CopyPremultiplied(const VX_Blur1DState& state, const char* from, ptrdif
     std::memcpy(to, from, static_cast<size_t>(count * kSize));
     return;
   }
-  const auto copy = [&](const void* source, void* target) {
-    auto group = VXp_LoadGroup(static_cast<const Pixel*>(source));
-    VXp_PremultiplyGroup<Pixel>(state.flags, group);
-    VXp_StoreGroup<kVXp_TargetLanes>(static_cast<Pixel*>(target), group);
+  [[maybe_unused]] const VXp_BytePremultiplier premultiply_bytes(state.flags);
+  const auto copy = [&](const char* source, char* target) {
+    if constexpr (kSize == sizeof(VX_Pixel8)) {
+      premultiply_bytes(source, target);
+    } else {
+      auto group = VXp_LoadGroup(reinterpret_cast<const Pixel*>(source));
+      VXp_PremultiplyGroup<Pixel>(state.flags, group);
+      VXp_StoreGroup<kVXp_TargetLanes>(reinterpret_cast<Pixel*>(target), group);
+    }
   };
   ptrdiff_t i = 0;
   for (; i + kVXp_TargetLanes <= count; i += kVXp_TargetLanes) {

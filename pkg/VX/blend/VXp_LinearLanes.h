@@ -18,7 +18,7 @@
 
 // Returns v + (f (next - v) + half) >> bits for entries v and next of a table, where the lanes of
 // `index` have the number of v. The entry after the last one of a table is loaded from the memory
-// behind it; then f must be 0.
+// after it; then f must be 0.
 template <int32_t bits, class Ints>
 Ints VXp_BetweenEntries(const uint16_t* table, Ints index, Ints f) {
   const Ints pair = VXp_Gathered<2>(table, index);

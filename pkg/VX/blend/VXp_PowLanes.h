@@ -22,13 +22,13 @@ class VXp_PowLanes {
 
   explicit VXp_PowLanes(double exponent) : exponent_(exponent) {}
 
-  // The power of one value.
+  // The power of the absolute value of one number, with the sign of negative numbers.
   static float Of(float x, double exponent) {
     return static_cast<float>(x < 0.0f ? -std::pow(-static_cast<double>(x), exponent)
                                        : std::pow(static_cast<double>(x), exponent));
   }
 
-  // Returns |x| to the power of the exponent, with the sign of x.
+  // Returns Of(x, exponent) for each lane.
   Floats operator()(Floats x) const {
     if (exponent_ == 1.0) return x;
     if (!Serves()) {
@@ -41,7 +41,7 @@ class VXp_PowLanes {
     const auto powers =
         VXp_Joined(power(VXp_HalfOf<0>(magnitude)), power(VXp_HalfOf<1>(magnitude)));
     return reinterpret_cast<Floats>(reinterpret_cast<Words>(powers) |
-                                    (reinterpret_cast<Words>(x < 0.0f) & 0x80000000u));
+                                    (bits & ~reinterpret_cast<Words>(x >= 0.0f) & 0x80000000u));
   }
 
  private:
@@ -50,11 +50,11 @@ class VXp_PowLanes {
   using Longs = VXp_Lanes<uint64_t, kVXp_TargetDoubles>;
   using HalfFloats = VXp_Lanes<float, kVXp_TargetDoubles>;
 
-  // The error bound holds for small exponents. Odd ones would keep the sign of -0. With two doubles
+  // The error bound holds for small exponents. Odd integers keep the sign of -0. With two doubles
   // in a vector, std::pow is faster.
   bool Serves() const {
-    return kVXp_TargetDoubles > 2 && exponent_ > 0.0 && exponent_ <= 8.0 &&
-           std::fmod(exponent_, 2.0) != 1.0;
+    return kVXp_TargetDoubles > 2 && exponent_ > 0.0 && exponent_ <= 8.0 && exponent_ != 3.0 &&
+           exponent_ != 5.0 && exponent_ != 7.0;
   }
 
   static HalfFloats Narrowed(Doubles v) { return __builtin_convertvector(v, HalfFloats); }

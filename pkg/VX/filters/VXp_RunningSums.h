@@ -4,8 +4,8 @@
 
 // The sums S of a running window, for all users of the box engine.
 //
-// Integers: exact modulo 2^32. With values up to full scale, sums of 65535 values are below 2^31;
-// with larger values they are below 2^32.
+// Integers: exact modulo 2^32, and read as signed numbers. Sums of 65535 values up to full scale
+// are below 2^31, and so are sums of 32768 values of any size.
 //
 // Float: in double, with a count of the values in the window that are not 0. When the count becomes
 // 0, the sum is set to 0, so that rounding errors do not remain after the values have left. Lines

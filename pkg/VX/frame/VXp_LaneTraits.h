@@ -93,8 +93,9 @@ struct VXp_LaneTraits<VX_Pixel8, lanes> : VXp_LaneChannelTraits<VX_Pixel8, lanes
     const Floats most = VXp_MinFloats(sum, VXp_Splat<Floats>(255.5f));
     return VXp_Truncated(VXp_MaxFloats(most, Floats{}));
   }
-  // The product of a and b is below 2^18, so the sum is exact. Its distance to the multiples of c
-  // is at least 1/2, which is more than the rounding errors of its product with 1 / c change.
+  // The product of a and b is below 2^18, so the sum with 1/2 is exact. Its distance to the
+  // multiples of c is at least 1/2; the rounding errors of its product with 1 / c correspond to
+  // less than 2^-4.
   static Work Fraction(Work a, Work b, Work c) {
     Floats product = VXp_AsFloat(a) * VXp_AsFloat(b);
     VXp_MoveFromZero(0.5f, product);

@@ -84,7 +84,7 @@ Ints VXp_WrappedProduct(Ints a, Ints b) {
   return reinterpret_cast<Ints>(reinterpret_cast<Words>(a) * reinterpret_cast<Words>(b));
 }
 
-// Prefetches the memory at `ahead` bytes behind an address. Any address is allowed.
+// Prefetches the memory at `ahead` bytes after an address. Any address is allowed.
 template <size_t bytes>
 void VXp_PrefetchAt(const void* address, size_t ahead) {
   constexpr size_t kLine = 64;
@@ -318,7 +318,7 @@ VXp_Lanes<double, kVXp_LaneCount<Vector>> VXp_ToDoubles(Vector v) {
   return __builtin_convertvector(v, VXp_Lanes<double, kVXp_LaneCount<Vector>>);
 }
 
-// Loads `count` bytes or words, which are unsigned.
+// Loads `count` unsigned integers of 8 or 16 bits.
 template <int32_t count, class Channel>
 VXp_Lanes<int32_t, count> VXp_LoadAsInts(const Channel* from) {
   [[maybe_unused]] constexpr bool kBytes = sizeof(Channel) == 1;
@@ -357,6 +357,8 @@ VXp_Lanes<int32_t, count> VXp_LoadAsInts(const Channel* from) {
   std::memcpy(&channels, from, sizeof channels);
   return __builtin_convertvector(channels, Ints);
 }
+
+// Converts bytes to integers of 16 bits.
 inline VXp_Lanes<int16_t, 2 * kVXp_TargetLanes> VXp_ToWords(
     VXp_Lanes<uint8_t, 2 * kVXp_TargetLanes> v) {
   using Words = VXp_Lanes<int16_t, 2 * kVXp_TargetLanes>;

@@ -7,11 +7,11 @@
 //
 // Work is the type in which channels are computed. Integer products wrap, so that values above full
 // scale give some result without undefined behaviour. VXp_LaneTraits.h has the same arithmetic for
-// four pixels. Code that is compiled for both selects with `?:`, joins conditions with & and |, and
-// skips an expensive computation if Any(condition) is false, that is, if the condition is false in
-// all lanes. SignedMul has the result of Mul; use it if the first factor may be negative, because
-// lanes compute that case differently. In lanes of 8-bit pixels the product of Mul must be below
-// 2^16 where its result is used.
+// several pixels. Code that is compiled for both selects with `?:`, joins conditions with & and |,
+// and skips an expensive computation if Any(condition) is false, that is, if the condition is false
+// in all lanes. SignedMul has the result of Mul; use it if the first factor may be negative,
+// because lanes compute that case differently. In lanes of 8-bit pixels the product of Mul must be
+// below 2^16 where its result is used.
 
 #include <algorithm>
 #include <cmath>

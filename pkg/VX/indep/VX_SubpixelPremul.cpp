@@ -107,7 +107,7 @@ struct LaneRule<VX_Pixel8> {
     return VXp_AsFloat(reinterpret_cast<VXp_PointInts>(channel));
   }
   static VXp_PointWords Finished(VXp_PointFloats sum) {
-    return reinterpret_cast<VXp_PointWords>(VXp_Truncated((sum + 32768.0f) * 0x1p-16f));
+    return reinterpret_cast<VXp_PointWords>(VXp_Truncated(sum * 0x1p-16f + 0.5f));
   }
 };
 

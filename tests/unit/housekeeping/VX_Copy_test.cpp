@@ -51,6 +51,22 @@ TEST(CopyThroughSlots, ReachesReplacedSamplersForEachPixel) {
   ExpectSameThrough<P16, VX_AreaSample_Straight16>(65, straight, 20);
 }
 
+// A reduced pixel whose area begins exactly at the right end of the source is transparent, whatever
+// the last column contains.
+TEST(CopyReduced, AreasOutsideAreTransparent) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  GuardedWorld<VX_PixelFloat> src(8, 4, 3, 1), dst(9, 4, 5, 2);
+  for (int32_t y = 0; y < 4; ++y) {
+    for (int32_t x = 0; x < 8; ++x) src.Set(x, y, {x == 7 ? kInfinity : 1.0f, 1.0f, 1.0f, 1.0f});
+  }
+  const M_Rect columns{0, 0, 4, 12};
+  for (const auto copy : {VX_CopyBits_HQ_Straight, VX_CopyBits_HQ_Premul}) {
+    ASSERT_EQ(copy(nullptr, &src.world, &dst.world, &columns, nullptr), 0);
+    const VX_PixelFloat outside = dst.Get(6, 1), none{};
+    EXPECT_EQ(std::memcmp(&outside, &none, sizeof none), 0);
+  }
+}
+
 namespace {
 
 template <class Pixel>

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <new>
 #include <numeric>
 
 #include "VX/VX_OverrideTable.h"
@@ -256,12 +258,37 @@ bool FitSums(const Window& window, const VXp_FourKernels& kernels) {
   return true;
 }
 
+// Divides the weights of each channel and its divisor by their common factor, which does not change
+// the quotients, so that sums fit 32 bits. Returns the memory of the new kernels. Changes nothing
+// and returns null if the sums do not fit even so, or without memory.
+template <class Pixel>
+std::unique_ptr<int32_t[]> Reduce(const Window& window, VXp_FourKernels* kernels,
+                                  int64_t (&divisors)[4]) {
+  const int64_t taps = window.Taps();
+  std::unique_ptr<int32_t[]> memory(new (std::nothrow) int32_t[static_cast<size_t>(4 * taps)]);
+  if (memory == nullptr) return nullptr;
+  VXp_FourKernels reduced{};
+  int64_t factors[4];
+  for (int32_t c = 0; c < 4; ++c) {
+    const int32_t* const weights = kernels->weights[c];
+    factors[c] = std::accumulate(weights, weights + taps, divisors[c],
+                                 [](int64_t a, int32_t b) { return std::gcd(a, int64_t{b}); });
+    int32_t* const quotients = memory.get() + c * taps;
+    for (int64_t i = 0; i < taps; ++i) quotients[i] = static_cast<int32_t>(weights[i] / factors[c]);
+    reduced.weights[c] = quotients;
+  }
+  if (!FitSums<Pixel>(window, reduced)) return nullptr;
+  *kernels = reduced;
+  for (int32_t c = 0; c < 4; ++c) divisors[c] /= factors[c];
+  return memory;
+}
+
 template <class Pixel>
 VX_Err Convolve(VX_ProgressInfo* progress, const VX_WorldX<Pixel>* src, const M_Rect* /*rect*/,
                 int32_t flags, int32_t kernel_size, const int32_t* alpha_kernel,
                 const int32_t* red_kernel, const int32_t* green_kernel, const int32_t* blue_kernel,
                 VX_WorldX<Pixel>* dst) {
-  const VXp_FourKernels kernels{{alpha_kernel, red_kernel, green_kernel, blue_kernel}};
+  VXp_FourKernels kernels{{alpha_kernel, red_kernel, green_kernel, blue_kernel}};
   const auto& weights = kernels.weights;
   if (src->data == nullptr || dst->data == nullptr || src->data == dst->data || kernel_size < 0 ||
       kernel_size % 2 == 0 || std::find(weights, weights + 4, nullptr) != weights + 4) {
@@ -271,9 +298,17 @@ VX_Err Convolve(VX_ProgressInfo* progress, const VX_WorldX<Pixel>* src, const M_
   const Window window(flags, kernel_size);
   int64_t divisors[4];
   for (int32_t c = 0; c < 4; ++c) divisors[c] = Divisor(window, flags, weights[c]);
-  const VXp_Quotient<Pixel> quotient(divisors, (flags & VX_Kernel_NoClamp) == 0);
+  std::unique_ptr<int32_t[]> reduced;
+  bool wide = false;
   if constexpr (!kVXp_IsFloat<Pixel>) {
     if (!FitSums<Pixel>(window, kernels)) {
+      reduced = Reduce<Pixel>(window, &kernels, divisors);
+      wide = reduced == nullptr;
+    }
+  }
+  const VXp_Quotient<Pixel> quotient(divisors, (flags & VX_Kernel_NoClamp) == 0);
+  if constexpr (!kVXp_IsFloat<Pixel>) {
+    if (wide) {
       return ConvolveRows<VXp_WideTaps<Pixel>>(progress, *src, window, kernels, quotient, *dst);
     }
   }

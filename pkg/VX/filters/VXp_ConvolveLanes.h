@@ -74,34 +74,27 @@ struct VXp_TapByTap {
 template <class PixelType>
 struct VXp_WideTaps {
   using Pixel = PixelType;
-  struct Sum {
-    Sum& operator+=(const Sum& other) {
-      for (int32_t c = 0; c < 4; ++c) lanes[c] += other.lanes[c];
-      return *this;
-    }
-    uint64_t lanes[4];  // modulo 2^64
-  };
-  using Entry = VXp_IntLanes;
-  using Weights = VXp_IntLanes;
-  using Vector = Sum;
-  using Operand = VXp_IntLanes;
-  static constexpr int32_t kRows = 1, kAtOnce = 1;
+  using Sum = VXp_Lanes<uint64_t, 4>;  // modulo 2^64
+  using Entry = Sum;
+  using Weights = Sum;
+  static constexpr int32_t kRows = 1, kAtOnce = std::max(kVXp_TargetDoubles / 4, 1);
+  using Vector = VXp_Lanes<uint64_t, 4 * kAtOnce>;
+  using Operand = Vector;
   static constexpr bool kInPlace = false, kBiased = false;
 
   static Entry Outside() { return Entry{}; }
   static Entry Take(const char* pixel, const char* /*below*/) {
-    using Raw = std::conditional_t<sizeof(Pixel) == 4, uint32_t, uint64_t>;
-    return VXp_Ints(VXp_Load<Raw>(pixel));
+    const auto p = VXp_Load<Pixel>(pixel);
+    return Entry{p.alpha, p.red, p.green, p.blue};
   }
   static Weights WeightsAt(const VXp_FourKernels& kernels, int64_t index, int64_t /*below*/) {
-    return Weights{kernels.Of<int32_t>(0, index), kernels.Of<int32_t>(1, index),
-                   kernels.Of<int32_t>(2, index), kernels.Of<int32_t>(3, index)};
+    const auto weight = [&](int32_t c) {
+      return static_cast<uint64_t>(kernels.Of<int64_t>(c, index));
+    };
+    return Weights{weight(0), weight(1), weight(2), weight(3)};
   }
-  static Sum Add(Sum sum, const Entry& entry, const Weights& weights) {
-    for (int32_t c = 0; c < 4; ++c) {
-      sum.lanes[c] += static_cast<uint64_t>(int64_t{entry[c]} * weights[c]);
-    }
-    return sum;
+  static Vector Add(const Vector& sum, const Vector& entries, const Vector& weights) {
+    return sum + VXp_WideProduct(entries, weights);
   }
   static void AddBias(Sum& /*bias*/, const Weights& /*weights*/) {}
 };
@@ -196,7 +189,7 @@ class VXp_Quotient {
       return static_cast<Channel>(limited_ ? std::clamp<int64_t>(quotient, 0, kFull) : quotient);
     };
     for (int32_t i = 0; i < count; ++i) {
-      const auto& lanes = sums[i].lanes;
+      const auto& lanes = sums[i];
       VXp_Store(out + i * kPixelSize, Pixel{channel(lanes[0], 0), channel(lanes[1], 1),
                                             channel(lanes[2], 2), channel(lanes[3], 3)});
     }

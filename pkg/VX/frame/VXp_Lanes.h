@@ -128,6 +128,24 @@ Vector VXp_MulAdjacent(Vector a, Vector b) {
   return reinterpret_cast<Vector>(reinterpret_cast<Words>(even) + reinterpret_cast<Words>(odd));
 }
 
+// Returns the products of 64-bit lanes that contain signed 32-bit numbers.
+template <class Longs>
+Longs VXp_WideProduct(Longs a, Longs b) {
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Longs) == 64) {
+    return reinterpret_cast<Longs>(
+        _mm512_maskz_mul_epi32(0xFF, reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Longs) == 32) {
+    return reinterpret_cast<Longs>(
+        _mm256_mul_epi32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+  }
+#endif
+  return a * b;
+}
+
 // Returns the upper halves of the products of unsigned 16-bit lanes.
 template <class Halves>
 Halves VXp_MulHigh(Halves a, Halves b) {

@@ -158,7 +158,7 @@ class VXp_GaussianGroups {
             typename AnyQuotient::Sum (&sums)[4]) const {
     VXp_Products<2> centres;
     for (int32_t i = 0; i < 2; ++i) {
-      const auto words = VXp_WordsAt(here + i * kVXp_WordLanes) + kZero;
+      const auto words = VXp_WordsAt(here + i * kVXp_WordLanes) ^ kZero;
       centres.low[i] = reinterpret_cast<Ints>(VXp_Interleaved<0>(words, VXp_SampleWords{}));
       centres.high[i] = reinterpret_cast<Ints>(VXp_Interleaved<1>(words, VXp_SampleWords{}));
     }

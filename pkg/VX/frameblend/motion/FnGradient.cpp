@@ -163,7 +163,11 @@ auto Correction(const Sums<Floats>& s, Floats* x, Floats* y) {
   const auto both = condition <= kLargestCondition;
   *x = both ? (s.bx * b - s.by * s.gxy) * m : dx * q;
   *y = both ? (s.by * a - s.bx * s.gxy) * m : dy * q;
-  return (both | (largest > zero)) & (Abs(*x) <= FLT_MAX) & (Abs(*y) <= FLT_MAX);
+  // Variables, since clang reports '&' between comparisons that call functions.
+  const auto hasGradient = both | (largest > zero);
+  const auto finiteX = Abs(*x) <= FLT_MAX;
+  const auto finiteY = Abs(*y) <= FLT_MAX;
+  return hasGradient & finiteX & finiteY;
 }
 
 // The shift of one profile, sum(d g) / sum(g g), with d the difference of the samples of frame 1

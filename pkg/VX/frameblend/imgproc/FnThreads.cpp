@@ -9,6 +9,7 @@
 #include <array>
 #include <atomic>
 #include <cfenv>
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -72,17 +73,23 @@ struct Job {
   }
 };
 
-// Waking a thread takes longer than many stages, so a thread checks a value some times before it
-// waits for a change. Returns the value, which differs from `old`.
+// Waking a thread takes about 50 microseconds, longer than many stages and the work between them.
+// So a thread reads a value repeatedly for this time before it waits for a change.
+constexpr std::chrono::microseconds kTimeOfReading{200};
+
+// Returns the value as soon as it differs from `old`. The time is 0 if other threads of the job
+// need this processor.
 template <class Value>
-Value ChangedFrom(Value old, const std::atomic<Value>& value) {
-  constexpr int32_t kTimes = 400;
-  for (int32_t i = 0; i < kTimes; ++i) {
-    if (const Value now = value.load(); now != old) return now;
+Value ChangedFrom(Value old, const std::atomic<Value>& value, std::chrono::microseconds time) {
+  const auto end = std::chrono::steady_clock::now() + time;
+  do {
+    for (int32_t i = 0; i < 8; ++i) {
+      if (const Value now = value.load(); now != old) return now;
 #ifdef __SSE2__
-    _mm_pause();
+      _mm_pause();
 #endif
-  }
+    }
+  } while (std::chrono::steady_clock::now() < end);
   value.wait(old);
   return value.load();
 }
@@ -105,6 +112,7 @@ class Workers {
     const int32_t taking = std::min(Count(), threads - 1);
     job_ = job;
     count_ = threads;
+    time_of_reading_ = threads <= ProcessorCount() ? kTimeOfReading : kTimeOfReading.zero();
     std::fegetenv(&floating_point_);
     working_ = taking;
     for (int32_t i = 0; i < taking; ++i) workers_[static_cast<size_t>(i)]->Signal();
@@ -112,7 +120,7 @@ class Workers {
   // Waits until the workers have ended the job.
   void Join() {
     int32_t left = working_;
-    while (left != 0) left = ChangedFrom(left, working_);
+    while (left != 0) left = ChangedFrom(left, working_, time_of_reading_);
   }
 
   void End() {
@@ -153,10 +161,12 @@ class Workers {
 
   // The members for the job do not change between a signal and the end of the worker's share.
   void Work(Worker* worker, int32_t index) {
+    std::chrono::microseconds time{0};
     for (uint32_t seen = 0;;) {
-      seen = ChangedFrom(seen, worker->signals);
+      seen = ChangedFrom(seen, worker->signals, time);
       if (job_ == nullptr) return;
       std::fesetenv(&floating_point_);
+      time = time_of_reading_;
       job_->Run({index, count_});
       if (working_.fetch_sub(1) == 1) working_.notify_one();
     }
@@ -175,6 +185,7 @@ class Workers {
   pid_t process_ = 0;
   Job* job_ = nullptr;  // null: the workers end
   int32_t count_ = 0;   // threads of the fan-out
+  std::chrono::microseconds time_of_reading_{0};
   std::fenv_t floating_point_{};
   std::atomic<int32_t> working_{0};  // workers that have not ended the job
 };

@@ -54,9 +54,11 @@ template <class Pixel>
 int64_t CountNotOpaque(vx::ConstView<Pixel> view) {
   int64_t count = 0;
   for (int32_t y = 0; y < view.height(); ++y) {
+    int32_t in_row = 0;
     for (const Pixel& pixel : view.row(y)) {
-      count += !(pixel.alpha >= vx::PixelTraits<Pixel>::full_scale);  // NaN counts, too
+      in_row += !(pixel.alpha >= vx::PixelTraits<Pixel>::full_scale);  // NaN counts, too
     }
+    count += in_row;
   }
   return count;
 }
@@ -300,9 +302,13 @@ void Pack(vx::ConstView<Pixel> view, int32_t channels, uint32_t largest, Sample*
     const char* from = reinterpret_cast<const char*>(view.row(y).data());
     if (std::is_same_v<Sample, decltype(Pixel::red)> && !std::is_same_v<Sample, uint16_t> &&
         channels == 3) {
-      for (int32_t x = 0; x < view.width(); ++x, from += sizeof(Pixel), to += 3) {
-        std::memcpy(to, from + offsetof(Pixel, red), 3 * sizeof(Sample));
+      // Four samples are one access, three are two. The fourth is replaced by the next pixel.
+      const char* red = from + offsetof(Pixel, red);
+      for (int32_t x = 1; x < view.width(); ++x, red += sizeof(Pixel), to += 3) {
+        std::memcpy(to, red, 4 * sizeof(Sample));
       }
+      std::memcpy(to, red, 3 * sizeof(Sample));
+      to += 3;
       continue;
     }
     for (int32_t x = 0; x < view.width(); ++x, from += sizeof(Pixel)) {

@@ -139,10 +139,11 @@ class BandedBlur {
   }
 
  private:
-  // For a Gaussian, the size of a second-level cache. Sums of a float box depend on the first row
-  // of the band, because they run down the columns: the bands of boxes must remain as they are.
+  // For a Gaussian, a size that remains in a cache, while the threads seldom wait for each other
+  // at the end of a band. Sums of a float box depend on the first row of the band, because they run
+  // down the columns: the bands of boxes must remain as they are.
   static int64_t BetweenBytes(const VX_BlurSpec& spec) {
-    return spec.kind == VX_BlurKind_Gaussian ? 2 << 20 : 16 << 20;
+    return spec.kind == VX_BlurKind_Gaussian ? 8 << 20 : 16 << 20;
   }
 
   int64_t RowBytes() const { return std::max(dst_.width, 1) * int64_t{sizeof(Pixel)}; }

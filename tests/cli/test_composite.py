@@ -116,14 +116,6 @@ class Placing(CommandTest):
         want = (self.below[0, 4].astype(int) + red[0, 0]) / 2
         self.assertLessEqual(np.abs(got[0, 4] - want).max(), 1)
 
-    def test_dissolve_repeats_by_seed(self):
-        results = []
-        for seed, level in ((7, "all"), (7, "none"), (8, "all")):
-            self.vx("--processor", level, "composite", "b.png", "--layer", "l.png", "--mode", 3, "--opacity", 0.5,
-                    "--seed", seed, "-o", "o.png")
-            results.append(self.contents("o.png"))
-        self.assertEqual([result == results[0] for result in results], [True, True, False])
-
     def test_masks(self):
         grey = np.zeros((10, 12), np.uint8)
         grey[2:5, 3:9] = 255

@@ -6,15 +6,13 @@ import json
 import math
 import os
 import re
-import signal
 import subprocess
-import time
 import unittest
 from fractions import Fraction
 
 import numpy as np
 from test_flow import psnr, texture
-from vxcommand import INPUT, OUTPUT, SOME_FAILED, USAGE, VX, CommandTest
+from vxcommand import INPUT, OUTPUT, SOME_FAILED, USAGE, CommandTest
 
 
 class RetimeTest(CommandTest):
@@ -150,33 +148,6 @@ class Pictures(RetimeTest):
         mean = np.floor(self.sources[0] + (self.sources[1].astype(float) - self.sources[0]) * 0.5 + 0.5)
         np.testing.assert_array_equal(self.pixels("one.png"), mean)
 
-    def test_shutter(self):
-        self.retime("--speed", 0.5, "--method", "mix", "--shutter-samples", 2, "--shutter-angle", 360)
-        # Samples at 0.5 k - 0.125 and 0.5 k + 0.125; a frame between two pairs takes one from each.
-        floats = [source.astype(float) for source in self.sources]
-
-        def at(t):
-            t = min(max(t, 0), 3)
-            first = min(int(t), 2)
-            return np.floor(floats[first] + (floats[first + 1] - floats[first]) * (t - first) + 0.5)
-
-        for k in range(8):
-            mean = np.floor((at(0.5 * k - 0.125) + at(0.5 * k + 0.125)) / 2 + 0.5)
-            np.testing.assert_array_equal(self.picture(8 + k), mean)
-
-    def test_depths(self):
-        rng = np.random.default_rng(3)
-        for kind, full, exact in ((np.uint8, 255, 255), (np.uint16, 65535, 32768), (np.float32, 1, 0)):
-            a, b = (rng.random((2, 5, 7, 4)) * full).astype(kind)
-            a[..., 3] = b[..., 3] = full
-            self.tif("d.1.tif", a)
-            self.tif("d.2.tif", b)
-            self.vx("retime", "d.#.tif", "-o", "e.#.tif", "--speed", 1, "--method", "mix", "--shutter-samples", 4,
-                    "--shutter-angle", 360)
-            # Samples of frame 1 at -0.375 and -0.125, which are held, and at 0.125 and 0.375.
-            mean = a + (b.astype(float) - a) * (0.125 + 0.375) / 4
-            np.testing.assert_allclose(self.deep("e.1.tif"), mean, atol=1.6 * full / exact if exact else 1e-6)
-
     def test_cache(self):
         made = []
         for options in ((), ("--cache", "motion"), ("--cache", "motion")):
@@ -257,25 +228,6 @@ class Repeats(RetimeTest):
 
 
 class Runs(RetimeTest):
-    def test_resume_after_an_interrupt(self):
-        self.sequence([texture(2 * i, 0) for i in range(6)])
-        options = ["retime", "a.####.png", "-o", "out.####.png", "--speed", "0.1", "--resume", "--threads", "2"]
-        job = subprocess.Popen([VX, *options], cwd=self.folder, stderr=subprocess.DEVNULL)
-        while len(self.outputs()) < 5 and job.poll() is None:
-            time.sleep(0.01)
-        job.send_signal(signal.SIGINT)
-        self.assertEqual(job.wait(), 128 + signal.SIGINT)
-        begun = {name: os.stat(self.path(name)).st_mtime_ns for name in self.outputs()}
-        self.assertLess(len(begun), 60)
-        self.assertFalse([n for n in self.names() if not n.startswith(("a.", "out.", ".out.####.png.vx-resume"))])
-        out, _ = self.vx(*options, "--json")
-        summary = json.loads(out.splitlines()[-1])
-        self.assertGreaterEqual(summary["up_to_date"], len(begun) - 2)
-        resumed = {name: self.contents(name) for name in self.outputs()}
-        self.assertEqual(len(resumed), 60)
-        self.vx(*options[:-3], "--overwrite")
-        self.assertEqual(resumed, {name: self.contents(name) for name in self.outputs()})
-
     def test_clip(self):
         subprocess.run([os.environ["VX_MAKE_CLIPS"], self.folder], check=True, stdout=subprocess.DEVNULL)
         clip = sorted(n for n in self.names() if n.endswith((".mkv", ".mov")))[0]

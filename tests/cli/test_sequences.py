@@ -187,17 +187,6 @@ class Running(SequenceTest):
         self.assertEqual(len(results[0]), 12)
         self.assertEqual(results, results[:1] * 3)
 
-    def test_threads_within_a_frame_change_no_byte(self):
-        for seed, name in enumerate(("a.png", "b.png")):  # large enough that the rows are divided
-            self.png(name, random_pixels(seed, 500, 300))
-        for line in ("composite a.png --layer b.png --mode overlay", "transform a.png --rotate 9 --to --rotate 11",
-                     "blur a.png --gaussian 3", "convert a.png --depth 8", "unpremultiply a.png"):
-            results = set()
-            for words in (("--no-modules",), *(("--threads", count) for count in (1, 2, 3, 7))):
-                self.vx(*line.split(), *words, "-o", "o.png")
-                results.add(self.contents("o.png"))
-            self.assertEqual(len(results), 1, line)
-
     def test_composite_of_sequences_and_single_files(self):
         self.shots(range(1, 5))
         self.shots((1, 2, 4, 7), height=5, width=6, name="l%d.png")

@@ -48,87 +48,36 @@ def test_the_command_gives_the_same_pictures(tmp_path):
         np.testing.assert_array_equal(vx.read(out), call(), err_msg=" ".join(map(str, words)))
 
 
-def test_values_by_hand():
-    assert vx.blend_pixel([0, 0, 255, 128], [255, 0, 0, 255], depth=8).tolist() == [127, 0, 128, 255]
-    assert vx.rand(1) == (377, 48271) and vx.hypot(3, 4) == 5
-    assert vx.gaussian_kernel(0).tolist() == [[255]]
-    quarter = vx.Parts(rotate=90).matrix()
-    assert quarter.round(15).tolist() == [[0, 1, 0], [-1, 0, 0], [0, 0, 1]]
-    half = vx.transfer(np.uint8([[[0, 0, 0]]]), np.uint8([[[255, 255, 255]]]), opacity=0.5,
-                       tables=vx.LinearTables(vx.Profile.named("sRGB")))
-    assert half[0, 0, 0] == 188  # 0.5 of white, as sRGB stores it
-    # Float pictures: by the curve with linear=, by an exponent with tables=.
-    below, white = np.zeros((1, 1, 3), np.float32), np.ones((1, 1, 3), np.float32)
-    srgb = vx.Profile.named("sRGB")
-    for opacity in (.001, .5):
-        want = 12.92 * opacity if opacity < .0031308 else 1.055 * opacity ** (1 / 2.4) - .055
-        for got in (vx.transfer(below, white, opacity=opacity, linear=srgb),
-                    vx.transform(below, white, np.eye(3), opacity=opacity, linear=srgb)):
-            assert abs(got[0, 0, 0] - want) < 1e-5
-    by_exponent = vx.transfer(below, white, opacity=.001, tables=vx.LinearTables(srgb))[0, 0, 0]
-    assert abs(by_exponent - .001 ** (1 / srgb.exponent)) < 1e-6
-
-
-def test_samplers_and_masks():
-    picture = noise(6, 7)
-    picture[..., 3] = 255
-    y, x = np.mgrid[0:5, 0:6]
-    for name in vx.samplers():
-        np.testing.assert_array_equal(vx.sample(picture, x, y, name, radius=0.5), picture[:5, :6])
-    mask = vx.uno.from_picture(noise(8, 9), "alpha")
-    np.testing.assert_array_equal(mask, noise(8, 9)[..., 3])
-    np.testing.assert_array_equal(vx.uno.accumulate(mask, mask), np.minimum(mask.astype(int) * 2, 255))
-    merged = vx.uno.merge(np.full((4, 4, 4), 255, np.uint8), np.full((2, 2), 99, np.uint8), at=(1, 1))
-    assert merged[..., 3].sum() == 4 * 99
-
-
 P, DEEP, PROFILE, FLAT = noise(4, 4), noise(4, 4, 16), vx.Profile.named("sRGB"), noise(4, 4)[..., 0].copy()
-# Invalid options of vx.transfer, then other calls with the name of their invalid argument.
+# Invalid options of vx.transfer: each kind of option once; then other calls with the name of their invalid argument.
 OPTIONS = [
-    (ValueError, dict(mode="scren")), (ValueError, dict(mode=99)), (TypeError, dict(mode=None)),
-    (ValueError, dict(mode=1 << 70)), (ValueError, dict(opacity=float("nan"))), (ValueError, dict(opacity=10**400)),
-    (ValueError, dict(at=(1 << 80, 0))), (TypeError, dict(at=(0.5, 0))), (ValueError, dict(at=(10**5000, 0))),
-    (ValueError, dict(rect=(0, 0, 1 << 20, 9))), (ValueError, dict(rect=(5, 5, 5, 9))), (ValueError, dict(seed=1 << 40)),
-    (TypeError, dict(keep_alpha=np.zeros(3))), (ValueError, dict(field="upper")), (ValueError, dict(order="bgra")),
-    (TypeError, dict(tables=3)), (TypeError, dict(tables=PROFILE)), (TypeError, dict(linear="sRGB")),
+    (ValueError, dict(mode="scren")), (ValueError, dict(mode=1 << 70)), (TypeError, dict(mode=None)),
+    (ValueError, dict(opacity=float("nan"))), (ValueError, dict(opacity=10**400)), (TypeError, dict(at=(0.5, 0))),
+    (ValueError, dict(at=(10**5000, 0))), (ValueError, dict(rect=(5, 5, 5, 9))), (TypeError, dict(keep_alpha=np.zeros(3))),
+    (ValueError, dict(field="upper")), (TypeError, dict(tables=PROFILE)), (TypeError, dict(linear="sRGB")),
     (ValueError, dict(linear=PROFILE, tables=vx.LinearTables(PROFILE))), (TypeError, dict(progress=3)),
-    (ValueError, dict(mask=DEEP)), (ValueError, dict(mask_at=(40000, 0), mask=P)),
-    (ValueError, dict(mask_use="red", mask=P))]
+    (ValueError, dict(mask=DEEP)), (ValueError, dict(mask_at=(40000, 0), mask=P))]
 CALLS = [
     (ValueError, "radius", lambda: vx.blur(P, (1, 2, 3))),
-    (TypeError, "grow", lambda: vx.blur(P, 1, grow=None)),
     (ValueError, "width", lambda: vx.resize(P, 1 << 64, 3)),
-    (ValueError, "depth", lambda: vx.World.new(3, 3, 12)),
-    (ValueError, "color", lambda: vx.fill(P, (0, 0, 10**5000))),
     (ValueError, "color", lambda: vx.fill(noise(2, 2, 32), (np.nan, 0, 0))),
     (ValueError, "kernel", lambda: vx.convolve(P, np.full((3, 3), 2**64 - 1))),
     (TypeError, "kernel", lambda: vx.convolve(P, np.eye(3))),
-    (ValueError, "opacity", lambda: vx.composite_rect(P, P, opacity=256)),
     (TypeError, "gains", lambda: vx.uno.accumulate(FLAT, FLAT, gains=5)),
     (ValueError, "mask", lambda: vx.uno.feather(FLAT[:0], 3)),
     (TypeError, "mask", lambda: vx.uno.fade(FLAT.astype(int), 1)),
-    (TypeError, "profile", lambda: vx.LinearTables("sRGB")),
-    (ValueError, "state", lambda: vx.rand(1 << 32)),
     (TypeError, "target", lambda: vx.convert_colors(P, PROFILE, "sRGB")),
-    (TypeError, "end", lambda: vx.matrices_between(vx.Parts(), None, 4)),
     (TypeError, "folders", lambda: vx.host.set_module_folders("here")),
-    (ValueError, "count", lambda: vx.host.set_threads(10**30)),
-    (ValueError, "iterations", lambda: vx.iterate_generic(1 << 40, print)),
     (TypeError, "out", lambda: vx.copy_bitmap(vx.Bitmap(2, 2), P)),
     (ValueError, "x, y", lambda: vx.sample(P, float("nan"), 0)),
-    (ValueError, "matrices", lambda: vx.transform(P, P, np.eye(2))),
-    (TypeError, "matrices", lambda: vx.transform(P, P, "eye"))]
+    (ValueError, "matrices", lambda: vx.transform(P, P, np.eye(2)))]
 # Calls whose message is not checked.
 OTHERS = [
     (FileNotFoundError, lambda: vx.host.set_module_folders([".", "none"])),
-    (ValueError, lambda: vx.sample(P, 3, 0, "inside-sse2")), (ValueError, lambda: vx.blit(DEEP, P)),
-    (ValueError, lambda: vx.extract_planes(DEEP)), (ValueError, lambda: vx.extract_planes(P, "x")),
-    (ValueError, lambda: vx.insert_planes(P, P[..., :3].copy(), "ab")), (ValueError, lambda: vx.Bitmap(0, 4)),
-    (ValueError, lambda: vx.interleave(P, FLAT[1:], "red")), (ValueError, lambda: vx.deinterleave(P, "luma")),
-    (vx.Error, lambda: vx.copy_channel(P, P, 0, 4)), (ValueError, lambda: vx.Bitmap(4, 4, 16, "bgra")),
-    (ValueError, lambda: vx.Bitmap(4, 4, channel_order="bgra").world()), (ValueError, lambda: vx.rgb_to_hls((1, 2))),
-    (ValueError, lambda: vx.rgb_to_hls((0, 0, 256), 8)), (TypeError, lambda: vx.rgb_to_hls((0.5, 0, 0), 8)),
-    (TypeError, lambda: vx.rgb_to_hls(["r", "e", "d"])), (ValueError, lambda: vx.yiq_to_rgb((1, 2, 3, 4)))]
+    (ValueError, lambda: vx.sample(P, 3, 0, "inside-sse2")), (ValueError, lambda: vx.extract_planes(P, "x")),
+    (ValueError, lambda: vx.interleave(P, FLAT[1:], "red")), (vx.Error, lambda: vx.copy_channel(P, P, 0, 4)),
+    (ValueError, lambda: vx.Bitmap(4, 4, 16, "bgra")), (ValueError, lambda: vx.rgb_to_hls((0, 0, 256), 8)),
+    (TypeError, lambda: vx.rgb_to_hls(["r", "e", "d"]))]
 REFUSALS = [(error, f"^{next(iter(o))}: ", lambda o=o: vx.transfer(P, noise(3, 3), out=P, **o)) for error, o in OPTIONS]
 REFUSALS += [(error, f"^{name}: ", call) for error, name, call in CALLS]
 REFUSALS += [(error, "", call) for error, call in OTHERS]

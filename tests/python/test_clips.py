@@ -89,12 +89,6 @@ def test_refusals(clips, tmp_path, capfd):
     assert capfd.readouterr() == ("", "")
 
 
-def test_any_order(clips):
-    whole = list(vx.frames(clips / "deep.mkv"))
-    for frame in vx.frames(clips / "deep.mkv", "2,0,1,1,2"):
-        np.testing.assert_array_equal(frame.picture, whole[frame.number].picture)
-
-
 def test_writer(tmp_path):
     rng = np.random.default_rng(3)
     pictures = {8: rng.integers(0, 256, (3, 7, 9, 4), np.uint8), 16: rng.integers(0, 32769, (3, 7, 9, 4), np.uint16)}
@@ -116,9 +110,7 @@ def test_writer(tmp_path):
 
 def test_writer_refuses(tmp_path):
     picture = np.zeros((4, 4, 4), np.uint8)
-    for name, options, message in (("a.avi", {}, "use mkv, mov"), ("a.mkv", {"codec": "png"}, "codec png"),
-                                   ("a.mkv", {"fps": 0}, "fps"), ("a.mkv", {"bits": 9}, "bits 9"),
-                                   ("a.mp4", {"quality": 99}, "quality 99")):
+    for name, options, message in (("a.avi", {}, "use mkv, mov"), ("a.mkv", {"fps": 0}, "fps")):
         with pytest.raises(ValueError, match=message):
             vx.ClipWriter(tmp_path / name, **{"fps": 25, **options})
     with pytest.raises(OSError, match="no frame was written"):
@@ -128,10 +120,6 @@ def test_writer_refuses(tmp_path):
         with vx.ClipWriter(tmp_path / "a.mkv", 25) as clip:
             clip.write(picture)
             raise RuntimeError("mine")
-    with pytest.raises(OSError, match="frame 1 has 5 x 4 pixels"):
-        with vx.ClipWriter(tmp_path / "a.mkv", 25) as clip:
-            clip.write(picture)
-            clip.write(np.zeros((4, 5, 4), np.uint8))
     with pytest.warns(UserWarning, match="h264 stores no alpha"):
         with vx.ClipWriter(tmp_path / "b.mp4", 25) as clip:
             clip.write(picture)

@@ -56,31 +56,12 @@ def test_bytes(tmp_path):
     assert len(os.listdir("/proc/self/fd")) == before
 
 
-def test_files_have_the_scale_of_to_uint16_and_from_uint16():
-    scale = np.arange(32769, dtype=np.uint16).reshape(1, -1, 3)
-    stored = vx.to_uint16(scale).tobytes()
-    data = vx.encode(scale, "tiff", compression="none")
-    assert stored in data
-    values = np.random.default_rng(1).permutation(65536)[:32769].astype(np.uint16).reshape(1, -1, 3)
-    read = vx.read(data.replace(stored, values.tobytes()))
-    np.testing.assert_array_equal(read[..., :3], vx.from_uint16(values))
-
-
 def test_grey_arrays_become_grey_files():
     grey = noise(5, 6)[..., 0]
     for options, channels in (({}, 1), ({"keep_alpha": True}, 4)):
         data = vx.encode(grey, "png", **options)
         assert len(vx.info(data)["channels"]) == channels
         np.testing.assert_array_equal(vx.read(data), vx.uno.to_picture(grey))
-
-
-def test_encodings(tmp_path):
-    picture = np.full((4, 4, 4), 1 / 3, np.float32)
-    vx.write(tmp_path / "a.exr", picture, bits="half", compression="zips:9")
-    assert vx.info(tmp_path / "a.exr")["sample_type"] == "half"
-    for wrong in ({"bits": 12}, {"compression": "lzw"}, {"quality": 90}):
-        with pytest.raises(ValueError, match="png has"):
-            vx.write(tmp_path / "a.png", picture, **wrong)
 
 
 def test_profiles_travel(tmp_path):

@@ -1,17 +1,15 @@
 # Copyright (c) 2026 the VX authors.
 # SPDX-License-Identifier: BSD-3-Clause
-"""Callbacks in Python: pixels, bands, indices, exceptions, several threads."""
+"""Callbacks in Python: pixels, bands, indices, exceptions."""
 
-import ctypes
 import os
 import signal
-import threading
 
 import numpy as np
 import pytest
 
 import vx
-from pictures import argb, noise
+from pictures import noise
 
 
 @pytest.mark.parametrize("order", ["rgba", "argb"])
@@ -104,54 +102,3 @@ def test_callbacks_may_use_the_library_but_not_end_it():
 
     vx.iterate_rows(noise(8, 4), function, rows=4)
     assert inner == [(4, 4, 4)] * 2
-
-
-GENERIC = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_int32, ctypes.c_int32,
-                           ctypes.c_int32)
-
-
-@ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_int32, ctypes.c_void_p, GENERIC)
-def on_four_threads(iterations, refcon, function):
-    """A replacement of the generic iterator, as a module may install it."""
-    codes = [0] * iterations
-
-    def work(thread):
-        for i in range(thread, iterations, 4):
-            codes[i] = function(refcon, thread, i, iterations)
-
-    threads = [threading.Thread(target=work, args=(thread,)) for thread in range(4)]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    return max(codes)
-
-
-def test_several_threads_of_a_replaced_iterator():
-    with open("/proc/self/maps", encoding="ascii") as maps:
-        path = next(line.split()[-1] for line in maps if "/libVX.so" in line)
-    install = getattr(ctypes.CDLL(path), "_Z18VX_SetOverrideFunciPv")
-    install.argtypes = [ctypes.c_int32, ctypes.c_void_p]
-    before = vx.host.threads()
-    assert before == len(os.sched_getaffinity(0))
-    assert [(os.path.basename(m.path), m.error) for m in vx.host.modules()] == [("parallel.RZX", "")]
-    vx.host.set_threads(4)
-    slot = next(s.number for s in vx.host.slots() if s.name == "VX_IterateGeneric_Static")
-    picture, names = noise(64, 20), set()
-    assert install(slot, on_four_threads) == 0
-    try:
-        assert {s.number: s.state for s in vx.host.slots()}[slot] == "replaced"
-
-        def one(thread, i, count):
-            names.add(threading.current_thread().name)
-
-        vx.iterate_generic(20, one)
-        assert len(names) == 4 and threading.main_thread().name not in names
-        blurred = vx.blur(argb(picture), 3, order="argb")  # loops of the library use the iterator too
-        error = KeyError("kept")
-        with pytest.raises(KeyError) as caught:
-            vx.iterate_generic(20, lambda *_: (_ for _ in ()).throw(error))
-        assert caught.value is error
-    finally:
-        vx.host.set_threads(before)  # loads the module's iterator again
-    np.testing.assert_array_equal(vx.blur(argb(picture), 3, order="argb"), blurred)

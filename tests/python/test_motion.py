@@ -2,7 +2,6 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Motion: agreement with the command, arguments, files, prediction by hand, interrupts."""
 
-import fractions
 import os
 import struct
 import subprocess
@@ -21,18 +20,6 @@ def waves(dx, dy):
     x, y = x - dx, y - dy
     waves = [np.sin(x * p + y * q + s) for p, q, s in ((.2, .05, 0), (-.07, .22, 1), (.13, .17, 2), (.3, -.25, 3))]
     return np.repeat((127.5 + 31 * sum(waves)).round().astype(np.uint8)[..., None], 3, 2)
-
-
-def test_flow_and_predict():
-    a, b = waves(0, 0), waves(3, -2)
-    for backward in (False, True):
-        field = vx.flow(a, b, resolution=1, smoothing=0, backward=backward)
-        assert field.shape == (90, 120, 2) and field.dtype == np.float32
-        want = [-3, 2] if backward else [3, -2]
-        np.testing.assert_allclose(np.median(field[20:-20, 20:-20], (0, 1)), want, atol=.15)
-        near, far = (b, a) if backward else (a, b)
-        error = np.abs(vx.predict(far, field)[20:-20, 20:-20, :3].astype(int) - near[20:-20, 20:-20])
-        assert error.mean() < np.abs(a.astype(int) - b)[20:-20, 20:-20].mean() / 4
 
 
 def test_the_command_gives_the_same_vectors(tmp_path):
@@ -119,67 +106,29 @@ def test_advanced_frame_blending():
     blue = [np.where([False, False, True], picture, 0).astype(np.uint8) for picture in (a, b)]
     np.testing.assert_array_equal(Blending(instant=.5, luma=(0, 0, 1)).render(*blue)[..., 2],
                                   Blending(instant=.5, luma=(1, 0, 0)).render(a, b)[..., 2])
-    for percent, fraction in ((20, 0.199999988), (5, 0.0499999970)):
-        made = Blending.from_percentages(resolution=percent, error_threshold=10, luma=(30, 30, 40), instant=.5)
-        assert made.resolution == np.float32(fraction) and made.error_threshold == np.float32(10) * np.float32(.01) and made.instant == .5
-        np.testing.assert_allclose(made.luma, (.3, .3, .4), atol=1e-8)
-        made.check_range()
-        assert made.render(a, b).shape == (90, 120, 4)
-    made.resolution = .04
-    with pytest.raises(ValueError, match="^resolution"):
-        made.render(a, b)
-
-
-def test_identities_of_frame_blending():
-    a, b = waves(0, 0), waves(3, -2)
-    clip = dict(block=9, identity=bytes(range(16)))
-    start = vx.motion_cache(clear=True)
-    for instant, more in ((.25, {}), (.75, {}), (.75, dict(time_b=fractions.Fraction(1, 24))), (.5, dict(time_b=(2, 48))),
-                          (.5, dict(identity=bytes(16))), (.5, dict(identity="contents"))):
-        np.testing.assert_array_equal(Blending(instant=instant, **(clip | more)).render(a, b),
-                                      Blending(instant=instant, block=9).render(a, b))
-    vx.tween(a, b, block=9, cache=True)
-    now = vx.motion_cache()
-    assert (now.entries, now.estimated - start.estimated, now.found - start.found) == (3, 3, 3)
+    made = Blending.from_percentages(resolution=20, error_threshold=10, luma=(30, 30, 40), instant=.5)
+    assert (made.resolution, made.instant) == (np.float32(0.199999988), .5)
 
 
 PICTURE, FIELD = waves(0, 0), np.zeros((90, 120, 2), np.float32)
 
 
 @pytest.mark.parametrize("error, name, call", [
-    (ValueError, "resolution", lambda: vx.flow(PICTURE, PICTURE, resolution=20)),
     (ValueError, "detail", lambda: vx.flow(PICTURE, PICTURE, detail=1001)),
-    (ValueError, "smoothing", lambda: vx.flow(PICTURE, PICTURE, smoothing=NAN)),
     (ValueError, "block", lambda: vx.flow(PICTURE, PICTURE, block=3)),
-    (ValueError, "smooth_passes", lambda: vx.flow(PICTURE, PICTURE, smooth_passes=0)),
-    (ValueError, "error_threshold", lambda: vx.flow(PICTURE, PICTURE, error_threshold=.2)),
     (TypeError, "backward", lambda: vx.flow(PICTURE, PICTURE, backward=1)),
     (ValueError, "b", lambda: vx.flow(PICTURE, PICTURE[1:])),
-    (ValueError, "b", lambda: vx.flow(PICTURE, PICTURE.astype(np.uint16))),
     (ValueError, "field", lambda: vx.predict(PICTURE, FIELD[1:])),
-    (ValueError, "field", lambda: vx.predict(PICTURE, FIELD[..., 0])),
     (TypeError, "field", lambda: vx.predict(PICTURE, FIELD.astype(float))),
-    (ValueError, "field", lambda: vx.draw_flow(FIELD[:0])),
     (ValueError, "cache", lambda: vx.tween(PICTURE, PICTURE, cache="missing/folder")),
     (ValueError, "quality", lambda: vx.tween(PICTURE, PICTURE, quality="best")),
-    (TypeError, "", lambda: vx.tween(PICTURE, PICTURE, cache=1)),
     (ValueError, "method", Blending(method="best").check_range),
-    (TypeError, "sinc", Blending(sinc=1).check_range),
-    (ValueError, "shutter_angle", Blending(shutter_angle=361).check_range),
     (ValueError, "mode", Blending(mode=4).check_range),
     (ValueError, "luma", Blending(luma=(.3, .3, .3)).check_range),
-    (ValueError, "luma", Blending(luma=(1.5, -.5, 0)).check_range),
-    (TypeError, "luma", Blending(luma=1).check_range),
     (ValueError, "instant", Blending(instant=NAN).check_range),
-    (ValueError, "time_a", Blending(time_a=(1, 0)).check_range),
     (TypeError, "time_b", Blending(time_b=.5).check_range),
-    (ValueError, "identity", Blending(identity=b"clip").check_range),
     (ValueError, "identity", Blending(identity="clip").check_range),
-    (TypeError, "identity", Blending(identity=5).check_range),
-    (ValueError, "b", lambda: Blending().render(PICTURE, PICTURE[1:])),
     (ValueError, "memory", lambda: vx.motion_cache(memory=-1)),
-    (TypeError, "clear", lambda: vx.motion_cache(clear=1)),
-    (ValueError, "longest", lambda: vx.draw_flow(FIELD, longest=-1)),
     (ValueError, "arrows", lambda: vx.draw_flow(FIELD, arrows=-1))])
 def test_refusals(error, name, call):
     with pytest.raises(error, match=f"^{name}"):

@@ -71,13 +71,6 @@ def test_colour_spaces(depth):
         np.testing.assert_allclose(call(colors), part * full, rtol=1e-4, atol=1e-4 if depth == 32 else 1.5)
 
 
-def test_single_colours():
-    assert vx.rgb_to_hls((1, 0.5, 0)).tolist() == [30, 0.5, 1]
-    assert vx.hls_to_rgb((390, 0.5, 1), 8).tolist() == [255, 128, 0]
-    assert vx.luminance((255, 255, 255), 8) == 255
-    assert vx.hls_to_rgb((float("nan"), 1e30, 1), 8).shape == (3,)
-
-
 def test_short_forms_of_the_transfer():
     below, above = noise(6, 7), noise(4, 5, seed=2)
     options = {"at": (2, -1), "rect": (1, 0, 5, 4), "field": "even"}

@@ -71,35 +71,12 @@ TYPED_TEST(Mask, Refusals) {
 }
 
 // Calls the items of three threads in reverse order.
-VX_Err Backwards(int32_t iterations, void* refcon, VX_GenericFunc function) {
-  VX_Err error = VX_Ok;
-  for (int32_t i = iterations; i-- > 0 && error == VX_Ok;) {
-    error = function(refcon, i % 3, i, iterations);
-  }
-  return error;
-}
-
-// Rows go through the slot of the iterator, in any order, and through the slot of their pair of
-// depths, whose error ends the call.
+// Rows go through the slot of their pair of depths, whose error ends the call.
 TYPED_TEST(Mask, RowsGoThroughTheirSlots) {
   const KeptSlots kept;
   VXp_OverrideTable& table = VXp_G_OverFuncs;
-  GuardedWorld<TypeParam> got(70, 41, 3, 8), want(70, 41, 3, 8);
-  VX_WorldX<TypeParam> world(&got.world, true), forwards(&want.world, true);
-  VX_UnoBuffer words(60, 60, 16);
-  const auto samples = Operands<VX_Pixel16>(3).Row(900);
-  std::memcpy(*words.data, samples.data(), 3600 * sizeof(uint16_t));
-  const auto merge = [&words](VX_World* to) {
-    return VX_MergeMaskAlpha(nullptr, 4, -5, nullptr, &words, nullptr, to);
-  };
-  EXPECT_EQ(merge(&forwards), VX_Ok);
-  table.VX_IterateGeneric_Static = &Backwards;
-  VXHost_SetNumThreads(3);
-  const VXp_BandSizes sizes = std::exchange(VXp_G_BandSizes, {1, 1});
-  EXPECT_EQ(merge(&world), VX_Ok);
-  VXp_G_BandSizes = sizes;
-  EXPECT_EQ(got.bytes, want.bytes);
-
+  GuardedWorld<TypeParam> pixels(70, 41, 3, 8);
+  VX_WorldX<TypeParam> world(&pixels.world, true);
   table.VX_MergeMaskRow8From8 = [](int32_t, const uint8_t*, VX_Pixel8*) { return VX_Err{808}; };
   table.VX_MergeMaskRow8From16 = [](int32_t, const uint16_t*, VX_Pixel8*) { return VX_Err{816}; };
   table.VX_MergeMaskRow8FromFloat = [](int32_t, const float*, VX_Pixel8*) { return VX_Err{832}; };
@@ -113,7 +90,6 @@ TYPED_TEST(Mask, RowsGoThroughTheirSlots) {
     VX_UnoBuffer buffer(5, 5, depth);
     EXPECT_EQ(Merge(&buffer, &world), kDepth<TypeParam> * 100 + depth);
   }
-  VXHost_SetNumThreads(1);
 }
 
 }  // namespace

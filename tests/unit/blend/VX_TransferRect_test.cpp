@@ -1,11 +1,8 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Whole composites: progress, threads, refusals and unknown depths. The random commands compare
+// Whole composites: progress, refusals and unknown depths. The random commands compare
 // composites with their slow twin.
-
-#include <memory>
-#include <thread>
 
 #include "../GuardedWorld.h"
 #include "../PixelTestKit.h"
@@ -44,21 +41,6 @@ TEST(TransferRect, PollsOnceIn128RowsAndCanStop) {
     EXPECT_EQ(polls.second, (std::vector<int>{128 - 5, 256 - 5}));
     EXPECT_EQ(dst.bytes, want);
   }
-}
-
-TEST(TransferRect, ThreadsDoNotMeet) {
-  GuardedWorld<VX_Pixel16> src(70, 60, 0, 1), mask(70, 60, 2, 2);
-  const VX_MaskSpec spec = {&mask.world, 3, -4, VX_MaskUse_InverseAlpha};
-  const VX_CompositeModePlus mode = ModeOf(VX_Xfer_SoftLight);
-  std::vector<std::unique_ptr<GuardedWorld<VX_Pixel16>>> results;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    auto* const dst = results.emplace_back(new GuardedWorld<VX_Pixel16>(80, 50, 2, 3)).get();
-    threads.emplace_back(
-        [&, dst] { EXPECT_EQ(Transfer(&src.world, &mode, &spec, 1, 2, &dst->world), 0); });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (const auto& result : results) EXPECT_EQ(result->bytes, results[0]->bytes);
 }
 
 TEST(TransferRect, RefusalsLeaveTheDestination) {

@@ -146,16 +146,4 @@ TEST(BlurWorld, Reach) {
   }
 }
 
-// The largest valid arguments, and a radius of 0, which may be repeated any number of times.
-TEST(BlurWorld, LargestArguments) {
-  GuardedWorld<VX_Pixel8> src(5, 4, 0, 1), dst(5, 4, 0, 2);
-  const auto thrown = [&](const Pass& pass) {
-    return Thrown([&] { pass.Run<VX_Pixel8>(src.world, dst.world); });
-  };
-  EXPECT_EQ(thrown({VX_Blur_MaxRadius, 0, 15, 0, false, false}), 0);
-  EXPECT_EQ(thrown({VX_Blur_MaxRadius, 8, 15, 0, false, false}), 0);
-  EXPECT_EQ(thrown({0, INT32_MAX, 15, 0, true, true}), 0);
-  for (int32_t x = 0; x < 5; ++x) EXPECT_EQ(dst.Get(x, 3).red, src.Get(x, 3).red);
-}
-
 }  // namespace

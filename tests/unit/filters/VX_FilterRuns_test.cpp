@@ -5,10 +5,8 @@
 // of slots. One row for each operation.
 
 #include <algorithm>
-#include <atomic>
 #include <memory>
 #include <numeric>
-#include <thread>
 
 #include "VX/VX_Blur.h"
 #include "VX/VX_Convolve.h"
@@ -98,41 +96,12 @@ const Row kRows[] = {
 
 // --- iterators -----------------------------------------------------------------------------------
 
-constexpr int32_t kThreads = 4;
-thread_local int32_t this_thread_index = 0;
-
-// Calls lines in random order. A code, returned or thrown, ends its thread and is the result.
-VX_Err IterateOnThreads(int32_t iterations, void* refcon, VX_GenericFunc function) {
-  static uint32_t seed = TestSeed();
-  std::vector<int32_t> order(static_cast<size_t>(std::max(iterations, 0)));
-  std::iota(order.begin(), order.end(), 0);
-  std::shuffle(order.begin(), order.end(), std::mt19937(++seed));
-  std::atomic<VX_Err> error = 0;
-  std::vector<std::thread> threads;
-  for (int32_t t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      this_thread_index = t;
-      for (size_t i = static_cast<size_t>(t); i < order.size(); i += kThreads) {
-        VX_Err code = 0;
-        const VX_Err thrown = Thrown([&] { code = function(refcon, t, order[i], iterations); });
-        if (thrown == 0 && code == 0) continue;
-        error = thrown != 0 ? thrown : code;
-        return;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  return error;
-}
-
 // Restores the table and the number of threads. After each test the host has as much memory in use
 // and in its accounts as before.
 class FilterRuns : public testing::Test {
  protected:
   void TearDown() override {
     std::memcpy(static_cast<void*>(&VXp_G_OverFuncs), &table_, sizeof table_);
-    VXHost_SetNumThreads(1);
-    VXp_G_BandSizes = sizes_;
     const VXHost_Memory after = VXHost_GetMemory();
     EXPECT_EQ(after.blocks, before_.blocks);
     EXPECT_EQ(after.frames, before_.frames);
@@ -140,7 +109,6 @@ class FilterRuns : public testing::Test {
   }
   const VXHost_Memory before_ = VXHost_GetMemory();
   const VXp_OverrideTable table_ = VXp_G_OverFuncs;
-  const VXp_BandSizes sizes_ = VXp_G_BandSizes;
 };
 
 // --- progress ------------------------------------------------------------------------------------
@@ -151,7 +119,6 @@ struct Polls {
 
   static VX_Err Poll(void* refcon, int32_t step, int32_t final_step) {
     auto& polls = *static_cast<Polls*>(refcon);
-    EXPECT_EQ(this_thread_index, 0);
     polls.steps.push_back(step);
     polls.final_step = final_step;
     return ++polls.calls == polls.stop_at ? 500 + polls.stop_at : 0;
@@ -197,44 +164,6 @@ TEST_F(FilterRuns, ProgressCountsEachLineAndStopsTheCall) {
       EXPECT_TRUE(std::equal(got.begin() + at, got.end(), before.begin() + at)) << row.name;
     }
   }
-}
-
-// Progress is called as often, and in the same order, as with one thread.
-TEST_F(FilterRuns, ThreadsInAnyOrderGiveTheSameResult) {
-  VXp_G_BandSizes = {1, 1};
-  for (const Row& row : kRows) {
-    Scene alone, scene;
-    EXPECT_EQ(row.run(alone, nullptr), 0);
-    VXp_G_OverFuncs.VX_IterateGeneric_Static = &IterateOnThreads;
-    VXHost_SetNumThreads(kThreads);
-    Polls polls, stopped;
-    EXPECT_EQ(RunRow(row, scene, &polls), 0) << row.name;
-    EXPECT_TRUE(scene.Bytes() == alone.Bytes()) << row.name;
-    std::vector<int32_t> each(static_cast<size_t>(row.steps));
-    std::iota(each.begin(), each.end(), 1);
-    EXPECT_EQ(polls.steps, each) << row.name;
-    stopped.stop_at = 2;
-    EXPECT_EQ(RunRow(row, scene, &stopped), 502) << row.name;
-    EXPECT_EQ(stopped.calls, 2) << row.name;
-    VXp_G_OverFuncs.VX_IterateGeneric_Static = table_.VX_IterateGeneric_Static;
-    VXHost_SetNumThreads(1);
-  }
-}
-
-TEST_F(FilterRuns, CodesOfTheIteratorEndTheCall) {
-  VXp_G_OverFuncs.VX_IterateGeneric_Static = [](int32_t, void*, VX_GenericFunc) -> VX_Err {
-    return 99;
-  };
-  for (const Row& row : kRows) {
-    Scene scene;
-    const std::vector<uint8_t> before = scene.Bytes();
-    Polls none;
-    EXPECT_EQ(RunRow(row, scene, &none), 99) << row.name;
-    EXPECT_TRUE(scene.Bytes() == before) << row.name;
-  }
-  // Sums of small areas do not use the iterator.
-  VX_UnoBuffer from(319, 240, 8), to(319, 240, 8);
-  EXPECT_EQ(VX_AccumulateUnoBuffers(nullptr, &from, 0, nullptr, nullptr, &to), 0);
 }
 
 // A convolution reports after a row if more than 2048 taps were done since its last report.

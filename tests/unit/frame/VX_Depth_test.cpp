@@ -39,29 +39,6 @@ TEST(Depth, CodeFormatAndBack) {
   EXPECT_EQ(twice.world_flags, 0x03000001u);
 }
 
-TEST(Depth, BadDepthsAreReported) {
-  Reports();
-  VX_LayerDef plain{};
-  plain.world_flags = 0x07000000;
-  int32_t depth = 0;
-  EXPECT_EQ(VX_GetEffectWorldDepth(&plain, &depth), 0);
-  EXPECT_EQ(depth, 8);
-  EXPECT_EQ(VXp_SetWorldDepth(&plain, 24), 3);
-  EXPECT_EQ(plain.world_flags, 0x07000000u);
-  VX_PixelFormat format = 77;
-  EXPECT_EQ(VXp_GetPixelFormat(nullptr, &format), 3);
-  VX_LayerDef memory{};
-  OddDepthWorld odd(&memory);
-  EXPECT_EQ(VXp_GetPixelFormat(&odd, &format), 3);
-  EXPECT_EQ(format, 77u);
-  EXPECT_EQ(VXp_PixelFormatToDepth(0x12345678, &depth), 3);
-  EXPECT_EQ(Reports(), (ReportList{{0x2503E7, "Unknown pixel format"},
-                                   {0x2503E7, "Unknown pixel format"},
-                                   {0x2503E7, "Bad parameter to VXp_GetPixelFormat()"},
-                                   {0x2503E7, "Unsupported pixel depth in VXp_GetPixelFormat()"},
-                                   {0x2503E7, "Unsupported VX_PixelFormat"}}));
-}
-
 TEST(Report, GuardTurnsExceptionsIntoCodes) {
   Reports();
   EXPECT_EQ(VXp_Guarded([] {}), 0);

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <thread>
 
 #include "VX/VX_Chunk.h"
 #include "VX/VX_EffectWorld.h"
@@ -146,50 +145,6 @@ TEST_F(Services, EffectWorldsAreGivenBackOnce) {
   }
 }
 
-template <class Pixel>
-void CheckGetter(VX_Err (*getter)(const VX_LayerDef*, void*, Pixel**), int32_t depth,
-                 const std::string& refusal) {
-  char memory[16];
-  void* const given = &memory[8];
-  VX_LayerDef world{};
-  world.data = memory;
-  Pixel* found = reinterpret_cast<Pixel*>(&world);
-  for (const uint32_t code : {0u, 1u, 2u}) {
-    world.world_flags = code << 24;
-    const bool fits = depth == 8 << code;
-    EXPECT_EQ(getter(&world, nullptr, &found), 0);
-    EXPECT_EQ(found, fits ? world.data : nullptr);
-    EXPECT_EQ(getter(&world, given, &found), 0);
-    EXPECT_EQ(found, fits ? given : nullptr);
-  }
-  Refused(getter(nullptr, given, &found), 516, 0x250003, refusal);
-  EXPECT_EQ(found, nullptr);
-  Refused(getter(&world, given, nullptr), 516, 0x250003, refusal);
-}
-
-TEST_F(Services, PlatformRefsAndPixelsOfADescriptor) {
-  VX_LayerDef world{};
-  void *first = &world, *second = &world;
-  Refused(VX_GetPlatformRefs(nullptr, &world, &first, &second), 516, 0x250003,
-          "effect plug-in passed invalid world to get_platform_refs");
-  for (const uint32_t stamp : {0xAAAABBBBu, 0xAAAAAAAAu}) {
-    world.effect_world_stamp = stamp;
-    EXPECT_EQ(VX_GetPlatformRefs(nullptr, &world, &first, &second), 0);
-    EXPECT_EQ(first, nullptr);
-    EXPECT_EQ(second, nullptr);
-    first = second = &world;
-  }
-  Refused(VX_GetPlatformRefs(nullptr, nullptr, &first, &second), 516, 0x250003,
-          "invalid parameter");
-  EXPECT_EQ(first, nullptr);
-  Refused(VX_GetPlatformRefs(nullptr, &world, nullptr, &second), 516, 0x250003,
-          "invalid parameter");
-
-  CheckGetter(VX_GetPixelData8, 8, "bad parameter passed to VX_GetPixelData8");
-  CheckGetter(VX_GetPixelData16, 16, "bad parameter passed to VX_GetPixelData8");
-  CheckGetter(VX_GetPixelDataFloat, 32, "bad parameter passed to VX_GetPixelDataFloat");
-}
-
 // Every mask out of one world and into another; what is not chosen, and the padding, stays.
 TEST_F(Services, PlanesOutAndIn) {
   for (const int32_t width : {9, 10}) {
@@ -282,26 +237,4 @@ TEST(Numeric, RandomNumbersAndHypotenuse) {
   EXPECT_EQ(state, 48271u);
   EXPECT_EQ(VX_Hypot(-3, 4), 5);
   EXPECT_EQ(VX_Hypot(1e200, 0), std::numeric_limits<double>::infinity());
-}
-
-// The counts and the host's accounts lose nothing; the fixture compares them. Only counting alone,
-// many times, makes two threads meet.
-TEST_F(Services, WorldsAndChunksOnSeveralThreads) {
-  std::vector<std::thread> threads;
-  for (int k = 0; k < 4; ++k) {
-    threads.emplace_back([k] {
-      for (int i = 0; i < 3000000; ++i) {
-        VXp_AddLiveWorlds(i % 2 == 0 ? 1 : -1);
-        VXp_AddLiveChunks(i % 2 == 0 ? 1 : -1);
-        if (i % 3000 != 0) continue;
-        VX_LayerDef world{};
-        VX_ChannelChunk chunk{};
-        VX_NewEffectWorld(nullptr, 3, 3, 8, false, k % 2 == 0, &world);
-        VX_NewChunk(3, 3, 1, VX_ChunkType_UByte, &chunk);
-        VX_DisposeEffectWorld(nullptr, &world);
-        VX_DisposeChunk(&chunk);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }

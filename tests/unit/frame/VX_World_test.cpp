@@ -284,11 +284,3 @@ TEST_F(WorldTest, DescriptorsOutAndWrappersIn) {
     EXPECT_TRUE(wrapper.IsReference());
   }
 }
-
-// The random commands compare copies of one depth.
-TEST_F(WorldTest, CopiesNeedOneDepth) {
-  const WorldPtr deep = Make(2, 2, 32), flat = Make(2, 2, 8);
-  EXPECT_EQ(Thrown([&] { deep->CopyWorld(flat.get()); }), 3);
-  EXPECT_EQ(Reports(),
-            (ReportList{{0x2503E7, "Src and dest bitdepths are different in VX_World::CopyRect"}}));
-}

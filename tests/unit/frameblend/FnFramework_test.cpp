@@ -1,7 +1,7 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Textures, the fan-out over threads, and the two families of stages.
+// Edges of textures, the fan-out over threads, and regions, passes and errors of stages.
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "frameblend/imgproc/FnImager.h"
 #include "frameblend/imgproc/FnImgProc.h"
 #include "unit/PixelTestKit.h"
 
@@ -42,16 +41,6 @@ class CountingProcess : public FnImgProc1<int32_t> {
   }
   Log log;
   void (*thrown)() = nullptr;
-};
-
-class CountingGenerator : public Generator<int32_t> {
- public:
-  void processBand(FnIntMap* dst) override {
-    const auto band = Band();
-    for (int32_t y = band.y0; y < band.y1; y += band.step) {
-      for (int32_t x = band.x0; x < band.x1; ++x) ++dst->row(y)[x];
-    }
-  }
 };
 
 struct Map : FnIntMap {
@@ -106,8 +95,9 @@ TEST_F(Framework, EdgesAndRuns) {
               EXPECT_EQ(run.index + k * run.step, expected(c + k)) << size << mode << c << k;
             }
           }
-          const bool held = mode <= FnEdge_Hold;
-          EXPECT_EQ(axis.RunAt(hi - 2).length, held ? kFnEndlessRun : axis.RunAt(hi - 2).length);
+          if (mode <= FnEdge_Hold) {
+            EXPECT_EQ(axis.RunAt(hi - 2).length, kFnEndlessRun);
+          }
         }
       }
     }
@@ -119,53 +109,6 @@ TEST_F(Framework, EdgesAndRuns) {
   FnIntMap empty;
   empty.setRange(-4, 4);
   EXPECT_TRUE(empty.x.lo == 0 && empty.x.hi == 0 && empty.x.count == 1);
-}
-
-TEST_F(Framework, TexturesOfWorldsAndSamples) {
-  VX_Pixel16 pixels[6] = {{1, 2, 3, 4}, {5, 6, 7, 65535}, {}, {9, 10, 11, 12}, {0, 0, 0, 1}, {}};
-  VX_LayerDef world{};
-  world.data = pixels;
-  world.width = world.height = 2;
-  world.rowbytes = 24;
-  const FnMap<FnColor16> texture(world);
-  EXPECT_EQ(static_cast<void*>(texture.pixels), static_cast<void*>(pixels));
-  EXPECT_EQ(texture.row(1)[0].blue, 12);
-  // The mean of all four at the centre, hold outside.
-  EXPECT_EQ(texture.sampleAround(1, 1, 0.5f, 7).alpha, (1 + 5 + 9 + 0) / 4.0f);
-  EXPECT_EQ(texture.sampleAt(-50, 0.5f).blue, 4);
-  EXPECT_EQ(texture.sampleAt(3e38f, -3e38f).blue, 65535);
-  EXPECT_EQ(FnFromCompute<FnColor16>(FnColorFloat::Of(-1, 70000, 2.5f, NAN)),
-            FnColor16::Of(0, 65535, 3, 0));
-
-  FnFloatMap map(2, 1), view;
-  map.row(0)[0] = 2;
-  map.row(0)[1] = 4;
-  map.setFill(10);
-  view.assign(map);
-  EXPECT_EQ(view.pixels, map.pixels);
-  EXPECT_EQ(view.sampleAt(2, 0.5f), 7);  // half of it is the fill value
-  view.setOrigin(5, 0);
-  EXPECT_EQ(view.sampleAt(6, 0.5f), 3);
-  EXPECT_TRUE(isInvalid<FnFloatMap>(nullptr));
-  const FnFloatMap none(0, 5);
-  EXPECT_TRUE(isInvalid(&none) && none.allocFailed == 0);
-}
-
-TEST_F(Framework, BandsOfThreads) {
-  const auto text = [](int32_t rows, int32_t count) {
-    std::string all;
-    for (int32_t i = 0; i < count; ++i) {
-      const FnBand band = FnBandOf(rows, i, count);
-      for (int32_t y = band.first; y < band.end; ++y) all += std::to_string(y);
-      all += '|';
-    }
-    return all;
-  };
-  EXPECT_EQ(text(10, 4), "012|345|678|9|");
-  EXPECT_EQ(text(1, 8), "0||||||||");
-  EXPECT_EQ(text(5, 4), "01|23|4||");
-  EXPECT_EQ(FnBandOf(7, -1, 3).end, 7);
-  EXPECT_EQ(FnBandOf(7, 2, 0).end, 7);
 }
 
 TEST_F(Framework, FanOut) {
@@ -307,96 +250,4 @@ TEST_F(Framework, PassesStopAndFail) {
   }
   EXPECT_EQ(process.setError(7), 1);
   EXPECT_EQ(state.poll(), 7);
-}
-
-TEST_F(Framework, ImagersRegionsAndLines) {
-  for (const int32_t threads : {1, 2, 7}) {
-    FnSetThreadCount(threads);
-    const auto run = [](CountingGenerator generator) {
-      Map map(3, 5);
-      generator.process(&map);
-      return map.Text();
-    };
-    CountingGenerator generator;
-    EXPECT_EQ(run(generator), "111/111/111/111/111/");
-    generator.lineMode = FnLines_Even;
-    EXPECT_EQ(run(generator), "111/000/111/000/111/");
-    generator.lineMode = FnLines_Odd;
-    EXPECT_EQ(run(generator), "000/111/000/111/000/");
-    generator.lineMode = FnLines_All;
-    generator.passes = 3;
-    generator.setRegionWithMargin(1, 1, 1, 1, 1, 2);
-    EXPECT_EQ(run(generator), "333/333/333/333/000/");
-    generator.flags |= FnImager_CallingThread;
-    generator.setRegion(-4, 3, 0, 99);
-    EXPECT_EQ(run(generator), "000/000/000/300/300/");
-  }
-}
-
-// The general forms read their sources by the rules of the edges, also where these are smaller.
-TEST_F(Framework, GeneralFormsOfImagers) {
-  struct Sum final : GeneralCombiner<int32_t, int32_t, int32_t> {
-    void pixel(const int32_t& a, const int32_t& b, int32_t* out, int32_t) override { *out = a + b; }
-  };
-  struct Place final : GeneralSamplerPos<int32_t, 1, int32_t, 1> {
-    void pixel(int32_t x, int32_t y, const FnIntMap&, int32_t* out, int32_t) override {
-      *out = x + 2 * y;
-    }
-  };
-  for (const int32_t threads : {1, 2, 7}) {
-    FnSetThreadCount(threads);
-    Map small(2, 1), wide(4, 3), out(4, 3);
-    small.row(0)[0] = 1;
-    small.row(0)[1] = 2;
-    small.setFill(7);
-    const auto copied = [&](int32_t xMode, int32_t yMode) {
-      small.setEdgeModes(xMode, yMode);
-      SimpleCopySampler<int32_t, 1, int32_t, 1>().process(&small, &out);
-      return out.Text();
-    };
-    EXPECT_EQ(copied(FnEdge_Transparent, FnEdge_Hold), "1277/1277/1277/");
-    EXPECT_EQ(copied(FnEdge_Hold, FnEdge_Transparent), "1222/7777/7777/");
-    EXPECT_EQ(copied(FnEdge_Mirror, FnEdge_Wrap), "1221/1221/1221/");
-    small.setOrigin(1, 0);
-    EXPECT_EQ(copied(FnEdge_Wrap, FnEdge_Mirror), "2121/2121/2121/");
-
-    Place().process(&small, &wide);
-    EXPECT_EQ(wide.Text(), "0123/2345/4567/");
-    small.setEdgeModes(FnEdge_Hold, FnEdge_Transparent);
-    Sum().process(&small, &wide, &out);
-    EXPECT_EQ(out.Text(), "1245/9" + std::string("101112/11121314/"));
-
-    ColouredFrameGenerator<int32_t> fill;
-    fill.value = 8;
-    fill.setRegion(1, 1, 2, 2);
-    fill.process(&wide);
-    EXPECT_EQ(wide.Text(), "0123/2885/4887/");
-    fill.zero = true;
-    fill.process(&wide);
-    EXPECT_EQ(wide.Text(), "0123/2005/4007/");
-  }
-}
-
-TEST_F(Framework, BadMapsAreReported) {
-  Map good(2, 2);
-  FnIntMap bad;
-  const auto messages = [&](auto call) {
-    testing::internal::CaptureStderr();
-    call();
-    return testing::internal::GetCapturedStderr();
-  };
-  CountingGenerator generator;
-  SimpleCopySampler<int32_t, 1, int32_t, 1> sampler;
-  GeneralCombiner<int32_t, int32_t, int32_t> combiner;
-  const char* const generator_null = "Map passed into Generator::process is NULL\n";
-  const char* const generator_bad = "Map passed into Generator::process is bogus\n";
-  EXPECT_EQ(messages([&] { generator.process(nullptr); }), generator_null);
-  EXPECT_EQ(messages([&] { generator.process(&bad); }), generator_bad);
-  EXPECT_EQ(messages([&] { sampler.process(nullptr, &good); }), generator_null);
-  EXPECT_EQ(messages([&] { sampler.process(&good, &bad); }),
-            "Map passed into Sampler::process is bogus\n");
-  EXPECT_EQ(messages([&] { combiner.process(&good, nullptr, &good); }),
-            "Map passed into Combiner::process is NULL\n");
-  EXPECT_EQ(messages([&] { combiner.process(&good, &good, &bad); }), generator_bad);
-  EXPECT_EQ(good.Text(), "00/00/");
 }

@@ -58,3 +58,43 @@ void Paint(GuardedWorld<Pixel>* world, const Picture& picture, const Picture& al
                {alpha ? static_cast<Channel>(a) : kFull<Pixel>, part(1), part(0.75), part(0.9)});
   }
 }
+
+template <class Pixel>
+std::vector<Pixel> PixelsOf(const GuardedWorld<Pixel>& world) {
+  std::vector<Pixel> pixels;
+  for (int i = 0; i < world.world.width * world.world.height; ++i) {
+    pixels.push_back(world.Get(i % world.world.width, i / world.world.width));
+  }
+  return pixels;
+}
+
+// The pixels that `draw` writes to a world of the size of `like`. The padding must not change.
+template <class Pixel, class Draw>
+std::vector<Pixel> Drawn(const VX_LayerDef& like, Draw draw) {
+  GuardedWorld<Pixel> to(like.width, like.height, 3, 5);
+  std::vector<uint8_t> expected = to.bytes;
+  draw(&to.world);
+  const std::vector<Pixel> pixels = PixelsOf(to);
+  for (int i = 0; i < like.width * like.height; ++i) {
+    to.Set(expected, i % like.width, i / like.width, pixels[static_cast<size_t>(i)]);
+  }
+  EXPECT_EQ(to.bytes, expected) << "padding";
+  return pixels;
+}
+
+// In dB, of the channel red, away from the edges.
+template <class Pixel>
+double Psnr(const std::vector<Pixel>& a, const std::vector<Pixel>& b, int width, int margin) {
+  double sum = 0;
+  int count = 0;
+  const int height = static_cast<int>(a.size()) / width;
+  for (int y = margin; y < height - margin; ++y) {
+    for (int x = margin; x < width - margin; ++x, ++count) {
+      const auto i = static_cast<size_t>(y * width + x);
+      const double d = (static_cast<double>(a[i].red) - static_cast<double>(b[i].red)) /
+                       static_cast<double>(kFull<Pixel>);
+      sum += d * d;
+    }
+  }
+  return std::min(99.0, -10 * std::log10(sum / count));
+}

@@ -36,18 +36,10 @@ std::vector<Pixel> Render(GuardedWorld<Pixel>* a, GuardedWorld<Pixel>* b, const 
   times.Instant = instant;
   Blending blending(times, {});
   blending.algo = p;
-  GuardedWorld<Pixel> to(a->world.width, a->world.height, 5, 77);
-  std::vector<uint8_t> expected = to.bytes;
-  const auto one = Wrap(&a->world), two = Wrap(&b->world), result = Wrap(&to.world);
-  EXPECT_EQ(blending.Render(one.get(), two.get(), result.get()), VX_Ok);
-  std::vector<Pixel> pixels;
-  for (int i = 0; i < to.world.width * to.world.height; ++i) {
-    const int x = i % to.world.width, y = i / to.world.width;
-    pixels.push_back(to.Get(x, y));
-    to.Set(expected, x, y, pixels.back());
-  }
-  EXPECT_EQ(to.bytes, expected) << "padding";
-  return pixels;
+  const auto one = Wrap(&a->world), two = Wrap(&b->world);
+  return Drawn<Pixel>(a->world, [&](VX_LayerDef* to) {
+    EXPECT_EQ(blending.Render(one.get(), two.get(), Wrap(to).get()), VX_Ok);
+  });
 }
 
 // --- against the twin ----------------------------------------------------------------------------
@@ -136,20 +128,6 @@ TYPED_TEST(AdvancedFrameBlending, EqualsTheTwin) {
 
 // --- known pictures ------------------------------------------------------------------------------
 
-template <class Pixel>
-double Psnr(const std::vector<Pixel>& got, const std::vector<Pixel>& want) {
-  double sum = 0;
-  for (size_t i = 0; i < got.size(); ++i) {
-    for (auto channel : {&Pixel::red, &Pixel::green, &Pixel::blue}) {
-      const double difference =
-          static_cast<double>(got[i].*channel) - static_cast<double>(want[i].*channel);
-      sum += difference * difference;
-    }
-  }
-  const double full = static_cast<double>(kFull<Pixel>);
-  return 10 * std::log10(3 * static_cast<double>(got.size()) * full * full / sum);
-}
-
 // Floors in dB.
 TYPED_TEST(AdvancedFrameBlending, FindsThePicturesOfScenes) {
   constexpr int kWidth = 160, kHeight = 120;
@@ -173,15 +151,13 @@ TYPED_TEST(AdvancedFrameBlending, FindsThePicturesOfScenes) {
     for (double t : {0.25, 0.5, 0.75}) {
       GuardedWorld<TypeParam> between(kWidth, kHeight, 0, 3);
       Paint(&between, scene.at(t));
-      std::vector<TypeParam> want;
-      for (int i = 0; i < kWidth * kHeight; ++i)
-        want.push_back(between.Get(i % kWidth, i / kWidth));
+      const std::vector<TypeParam> want = PixelsOf(between);
       Params p;
       p.Resolution = 0.5f;
-      const double motion = Psnr(Render(&a, &b, p, t), want);
-      const double mirrored = Psnr(Render(&b, &a, p, 1 - t), want);
+      const double motion = Psnr(Render(&a, &b, p, t), want, kWidth, 0);
+      const double mirrored = Psnr(Render(&b, &a, p, 1 - t), want, kWidth, 0);
       p.Method = 1;
-      const double mix = Psnr(Render(&a, &b, p, t), want);
+      const double mix = Psnr(Render(&a, &b, p, t), want, kWidth, 0);
       EXPECT_GT(motion, scene.floor) << scene.name << " at " << t;
       EXPECT_GT(motion, mix + scene.over_mix) << scene.name << " at " << t;
       EXPECT_NEAR(motion, mirrored, 0.5) << scene.name << " at " << t;

@@ -155,23 +155,6 @@ TEST_F(MotionCache, KeepsDifferentMotionApart) {
   EXPECT_EQ(VX_GetMotionCacheInfo().entries, 14);
 }
 
-TEST_F(MotionCache, IsUsedByThreads) {
-  VXHost_SetCacheBudget(4000);  // one entry
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 3; ++t) {
-    threads.emplace_back([] {
-      Scene<VX_Pixel8> one(4), two(-3);
-      const std::vector<uint8_t> want[] = {one.Render(Params(0)), two.Render(Params(0))};
-      for (int i = 0; i < 12; ++i) {
-        ASSERT_EQ(one.Render(Params(1)), want[0]);
-        ASSERT_EQ(two.Render(Params(2)), want[1]);
-        if (i == 6) VX_ClearMotionCache();
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-}
-
 TEST(MotionIdentity, DependsOnVisiblePixelsOnly) {
   using Identity = std::array<uint8_t, 16>;
   const auto of = [](const VX_LayerDef& a, const VX_LayerDef& b) {

@@ -206,27 +206,6 @@ TEST(HostContract, PurgeLoop) {
   EXPECT_EQ(U_PurgeLoop(1, 0, nullptr, nullptr), 3);
 }
 
-// Worlds over bitmaps test sizes, alignment and clear pixels.
-TEST(HostContract, Bitmaps) {
-  BM_World** world = nullptr;
-  EXPECT_EQ(BM_NewWorld(0, 8, {0, 0, 4, 4}, 24, 0, 0, &world), 3);
-  EXPECT_EQ(BM_NewWorld(0, 8, {0, 4, 4, 4}, 32, 0, 0, &world), 3);
-  EXPECT_EQ(BM_LoadLockPixels(1, nullptr, 0, 0), 3);
-  ASSERT_EQ(BM_NewWorld(0, 8, {-2, 4, 5, 7}, 64, 0, 0, &world), 0);
-  EXPECT_TRUE((*world)->width == 3 && (*world)->height == 7 && (*world)->rowbytes % 16 == 0);
-  EXPECT_EQ(BM_GetChannelOrder(world), BM_ORDER_ARGB);
-  void* const pixels = BMp_GetPixBaseAddr(world);
-  EXPECT_TRUE(IsAligned(pixels));
-  EXPECT_EQ(BM_LoadLockPixels(1, world, 0, 0), 0);
-  EXPECT_EQ((*world)->lock_count, 1);
-  for (int i = 0; i < 2; ++i) BM_UnlockPixels(world);
-  EXPECT_EQ((*world)->lock_count, 0);
-  (*world)->base = nullptr;
-  EXPECT_EQ(BMp_GetPixBaseAddr(world), pixels);
-  BM_DisposeWorld(world);
-  BM_DisposeWorld(nullptr);
-}
-
 TEST(HostContract, Lists) {
   using Entry = std::array<intptr_t, 2>;
   LIST_List* list = nullptr;
@@ -313,56 +292,6 @@ TEST(HostSettings, ProcessorAndThreads) {
     VXHost_SetLibraryThreads(5);
     EXPECT_EQ(U_GetNumThreads(), 5);
   }
-}
-
-TEST(HostSettings, ScanVisitsModulesThenFinishes) {
-  namespace fs = std::filesystem;
-  const fs::path folder = fs::temp_directory_path() / ("vxhost_scan_" + std::to_string(getpid()));
-  fs::create_directories(folder / "folder.RZX");
-  for (const char* name : {"b.RZX", "a.RZX", "c.txt"}) std::ofstream(folder / name) << "x";
-
-  const uint32_t codes[] = {0x65465354, 0x2E525A58};
-  ASSERT_EQ(FILE_AddExtensionMap(".RZX", codes[1], -1), 0);
-  const auto per_file = [](PLUG_File* file, void* context) -> U_Err {
-    *static_cast<std::string*>(context) += file ? "f" : "?";
-    return 9;
-  };
-  const auto finish = [](void* context) -> U_Err {
-    *static_cast<std::string*>(context) += ".";
-    return 5;
-  };
-  std::string replaced, calls;
-  for (std::string* context : {&replaced, &calls}) {
-    ASSERT_EQ(PLUG_InstallScan(0, 2, codes, per_file, finish, context), 0);
-  }
-  EXPECT_EQ(PLUG_RunScans(), 5);
-  EXPECT_EQ(calls, ".");
-  VXHost_SetModuleFolders({(folder / "missing").string(), folder.string()});
-  VXHost_TakeReports();
-  EXPECT_EQ(PLUG_RunScans(), 5);
-  EXPECT_EQ(replaced + calls, "..");  // the files are no modules
-  const std::vector<VXHost_Report> reports = VXHost_TakeReports();
-  ASSERT_EQ(reports.size(), 3u);
-  EXPECT_NE(reports[0].text.find("missing"), std::string::npos);
-  VXHost_SetModuleFolders({});
-  fs::remove_all(folder);
-  EXPECT_EQ(PLUG_InstallScan(0, 2, codes, per_file, nullptr, nullptr), 3);
-  EXPECT_EQ(FILE_AddExtensionMap("", 1, -1), 3);
-}
-
-TEST(HostSettings, SuitesByNameAndVersion) {
-  const void* first[2] = {};
-  const void* second[3] = {};
-  ASSERT_EQ(PLUG_AddSPSuite(0, 0, "Test Suite", 1, 1, 2, first), 0);
-  ASSERT_EQ(PLUG_AddSPSuite(0, 0, "Test Suite", 2, 2, 2, first), 0);
-  ASSERT_EQ(PLUG_AddSPSuite(0, 0, "Test Suite", 2, 2, 3, second), 0);  // replaces
-  int32_t members = 0;
-  EXPECT_EQ(VXHost_FindSuite("Test Suite", 1, &members), first);
-  EXPECT_EQ(VXHost_FindSuite("Test Suite", 2, &members), second);
-  EXPECT_EQ(members, 3);
-  EXPECT_EQ(VXHost_FindSuite("Test Suite", 3, &members), nullptr);
-  EXPECT_EQ(VXHost_ListSuites().size(), 2u);
-  EXPECT_EQ(PLUG_AddSPSuite(0, 0, "Test Suite", 1, 2, 2, first), 3);
 }
 
 }  // namespace

@@ -82,36 +82,6 @@ TEST(Iterate, Progress) {
   }
 }
 
-// The seventh pixel fails in four ways: six are written and the row does not poll.
-TEST(Iterate, ErrorsOfThePixelFunctionEndTheCall) {
-  const std::pair<std::function<VX_Err()>, VX_Err> ends[] = {
-      {[] { return -9; }, -9},
-      {[]() -> VX_Err { throw int32_t{44}; }, 44},
-      {[]() -> VX_Err { throw std::bad_alloc(); }, 4},
-      {[]() -> VX_Err { throw std::runtime_error("no"); }, 516}};
-  for (const auto& ending : ends) {
-    GuardedWorld<VX_Pixel8> dst(9, 2, 2, 5);
-    const auto want = dst.Expected([](int32_t x, int32_t y) { return x < 6 && y == 0; },
-                                   [](VX_Pixel8) { return VX_Pixel8{}; });
-    int calls = 0;
-    OnPixel on_pixel = [&](int32_t, int32_t, void*, void* out) -> VX_Err {
-      if (++calls == 7) return ending.first();
-      *static_cast<VX_Pixel8*>(out) = {};
-      return 0;
-    };
-    OnStep never = [](int32_t, int32_t) -> VX_Err { throw int32_t{45}; };
-    VX_ProgressInfo info = ProgressOf(&never);
-    const auto run = [&] {
-      return VX_Iterate(&info, 0, 1, nullptr, nullptr, &on_pixel, CallPixel, &dst.world);
-    };
-    EXPECT_EQ(run(), ending.second);
-    EXPECT_EQ(dst.bytes, want);
-    EXPECT_EQ(run(), 45);
-    EXPECT_EQ(calls, 7 + 9);
-  }
-  Reports();
-}
-
 // The random commands compare the calls for each count. A code or an exception ends them.
 TEST(Iterate, GenericEndsWithTheFirstError) {
   struct Calls {

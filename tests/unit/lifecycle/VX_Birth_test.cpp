@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -14,7 +13,6 @@
 #include "VX/VX_OverrideTable.h"
 #include "VX/VX_Package.h"
 #include "frame/VXp_Counters.h"
-#include "frame/VXp_VectorConstants.h"
 #include "host/PLUG.h"
 #include "hostdouble/HostDouble.h"
 
@@ -129,26 +127,6 @@ TEST_F(VXBirth, Failures) {
     EXPECT_EQ(VX_Death(), 0);
     EXPECT_EQ(host->Leaked(), 0);
     EXPECT_EQ(host->AllocationCount(), 11);
-  }
-}
-
-TEST_F(VXBirth, VectorConstantsFollowTheProcessor) {
-  const uint32_t half = std::bit_cast<uint32_t>(0.5f), one = std::bit_cast<uint32_t>(1.0f);
-  const struct {
-    const VX_Vector128* constant;
-    uint32_t lanes[4];
-  } cases[] = {{&VX_G_vfHalf, {half, half, half, half}},
-               {&VXp_G_Vectors.d255_0, {0, 0x406FE000, 0, 0}},  // 255.0 = 1.9921875 * 2^7
-               {&VXp_G_Vectors.f0_1_0_1, {0, one, 0, one}}};
-  // The last birth must clear the constants that the second one filled.
-  for (const bool has_sse2 : {false, true, false}) {
-    FreshHost();
-    U_G_CPU_DataP[U_CPU_HAS_SSE2] = has_sse2;
-    ASSERT_EQ(VX_Birth(), 0);
-    for (const auto& [constant, lanes] : cases) {
-      for (int i = 0; i < 4; ++i) EXPECT_EQ(constant->lane[i], has_sse2 ? lanes[i] : 0u);
-    }
-    ASSERT_EQ(VX_Death(), 0);
   }
 }
 

@@ -250,13 +250,6 @@ TEST_F(VXModules, ServicesForOlderCallers) {
   }
   EXPECT_EQ(VXHost_GetPairs().byte_tables, before.byte_tables);
   EXPECT_EQ(VXHost_GetPairs().trig_tables, before.trig_tables);
-
-  void* entry = &table;
-  EXPECT_FALSE(VX_IsCFM());
-  EXPECT_EQ(VX_GetMachoToCFMMapEntry(&table, &entry), nullptr);
-  EXPECT_EQ(entry, nullptr);
-  EXPECT_EQ(VX_GetCFMToMachoMapEntry(&table, nullptr), nullptr);
-  EXPECT_EQ(VX_AddEntryToCFMMachoMaps(&table, &table), 0);
 }
 
 }  // namespace

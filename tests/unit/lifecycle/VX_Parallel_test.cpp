@@ -162,22 +162,6 @@ TEST_F(VXParallel, FirstFailureEndsTheCall) {
   }
 }
 
-// The first error in time is the result, not that of the lowest thread or of the last one. The
-// order in time is not certain if threads are delayed, so several attempts are made.
-TEST_F(VXParallel, LaterFailuresAreIgnored) {
-  VX_Err error = VX_Ok;
-  for (int attempt = 0; attempt < 5 && error != 103; ++attempt) {
-    std::atomic<int32_t> begun{0};
-    error = Iterate(100, [&](int32_t thread, int32_t) -> VX_Err {
-      ++begun;
-      WaitUntil([&] { return begun >= 4; });
-      std::this_thread::sleep_for(10ms * (4 - thread));
-      return 100 + thread;
-    });
-  }
-  EXPECT_EQ(error, 103);
-}
-
 // A nested call runs on the thread of its item, with index 0 and in order.
 TEST_F(VXParallel, NestedCallsAreSerial) {
   // With 2 items, other helpers are free and could join the nested calls.

@@ -91,32 +91,6 @@ TEST_F(Calls, CheckTheirArguments) {
   }
 }
 
-// Source and destination may be parts of one picture that do not overlap.
-TEST_F(Calls, RefuseOverlappingWorlds) {
-  Picture8 all(40, 40);
-  const auto part = [&](int32_t x, int32_t y, int32_t w, int32_t h) {
-    VX_LayerDef world = all.world;
-    world.data = &all.At(x, y);
-    world.width = w;
-    world.height = h;
-    return world;
-  };
-  const struct {
-    VX_LayerDef src, dst;
-    VX_Err error;
-  } cases[] = {
-      {part(0, 0, 20, 40), part(20, 0, 20, 40), 0}, {part(20, 3, 20, 9), part(0, 0, 20, 40), 0},
-      {part(0, 0, 40, 10), part(0, 10, 40, 30), 0}, {part(10, 10, 9, 9), part(0, 0, 10, 40), 0},
-      {part(0, 0, 21, 40), part(20, 0, 20, 40), 3}, {part(5, 5, 1, 1), part(0, 0, 40, 40), 3},
-      {part(0, 39, 40, 1), part(39, 0, 1, 40), 3}};
-  for (auto [from, to, error] : cases) {
-    EXPECT_EQ(VX_TransformMotion(nullptr, 1, 0, &from, &mode, nullptr, nullptr, path.data(), 1, 1,
-                                 nullptr, &to),
-              error);
-  }
-  TakeReportTexts();
-}
-
 // A first or last matrix without an inverse draws nothing; one between them has no sub-sample.
 // Perspective and very large numbers do no harm.
 TEST_F(Calls, TakeAnyMatrix) {

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "TransformTestKit.h"
-#include "transform/VXp_MotionSum.h"
 
 namespace {
 
@@ -104,21 +103,6 @@ TEST(TransformMotion, CopiesPixelsOfExactMoves) {
           out.pixels, [](const VX_PixelFloat& p) { return std::isnan(p.red); });
       EXPECT_EQ(spoiled == std::max(count - 1, 1), turn == 90) << count << ": " << spoiled;
     }
-  }
-}
-
-// Two opaque sub-samples: a half is rounded up.
-TYPED_TEST(TransformMotion, MeanOf100And101Is101) {
-  if constexpr (kDepth<TypeParam> != 32) {
-    using Sums = VXp_MotionSums<TypeParam>;
-    Sums sums;
-    for (const uint8_t red : {100, 101}) {
-      TypeParam samples[Sums::kPixels] = {{kFull<TypeParam>, red, 0, 0}};
-      sums.Add(samples);
-    }
-    TypeParam average;
-    Sums::Average(&sums, 1, 2, VXp_MotionRounding::Down, &average);
-    EXPECT_EQ(average.red, 101);
   }
 }
 

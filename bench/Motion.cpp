@@ -80,25 +80,20 @@ class Motion {
     const std::vector<Rival> none(3), flows = Flows(Grey(first_), Grey(second_));
     for (const auto& [name, quality] : {std::pair{"standard", VX_TweenQuality_Standard},
                                         std::pair{"high", VX_TweenQuality_High}}) {
-      for (const int32_t threads : {1, 2}) {
-        VX_SetMotionThreads(threads);
-        const std::string suffix = std::string(" of a pair, ") + name + ", " +
-                                   std::to_string(threads) +
-                                   (threads == 1 ? " thread" : " threads");
-        VX_Tween* const pair = Begin(quality);
-        Instant(pair);
-        Row(
-            "first frame" + suffix,
-            [&, quality = quality] {
-              VX_Tween* const fresh = Begin(quality);
-              Instant(fresh);
-              VX_DisposeTween(fresh);
-            },
-            flows);
-        Row(
-            "further frame" + suffix, [&] { Instant(pair); }, none);
-        VX_DisposeTween(pair);
-      }
+      const std::string suffix = std::string(" of a pair, ") + name;
+      VX_Tween* const pair = Begin(quality);
+      Instant(pair);
+      Row(
+          "first frame" + suffix,
+          [&, quality = quality] {
+            VX_Tween* const fresh = Begin(quality);
+            Instant(fresh);
+            VX_DisposeTween(fresh);
+          },
+          flows);
+      Row(
+          "further frame" + suffix, [&] { Instant(pair); }, none);
+      VX_DisposeTween(pair);
     }
   }
 
@@ -149,6 +144,7 @@ class Motion {
 bool RunMotion(const Options& options) {
   PrintVersusHead("Mpixel/s", {"ultrafast", "fast", "medium"});
   const int32_t threads = VX_MotionThreads();
+  VX_SetMotionThreads(1);  // the rows compare processor time
   Motion(options, 1920, 1080).Run();
   if (!options.quick) Motion(options, 3840, 2160).Run();
   VX_SetMotionThreads(threads);

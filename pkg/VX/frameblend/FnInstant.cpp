@@ -149,10 +149,6 @@ bool Load(const VX_LayerDef& world, FnInterruptState* interrupt, FnMap<FnColorFl
   return opaque;
 }
 
-}  // namespace
-
-namespace {
-
 // Copies between two kinds of vectors, which both are two floats.
 template <class From, class To>
 void CopyVectors(const FnMap<From>& from, FnInterruptState* interrupt, FnMap<To>* to) {

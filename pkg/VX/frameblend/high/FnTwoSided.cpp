@@ -236,12 +236,15 @@ class Instant {
     FnForRows(interrupt_, height_, [&](int32_t y) {
       for (int32_t x = 0; x < width_; ++x) {
         const FnFlowVector f = flow.row(y)[x];
-        const auto to_x =
-            static_cast<int32_t>(std::floor(static_cast<float>(x) + part * f.u + 0.5f));
-        const auto to_y =
-            static_cast<int32_t>(std::floor(static_cast<float>(y) + part * f.v + 0.5f));
-        if (to_x < 0 || to_y < 0 || to_x >= width_ || to_y >= height_) continue;
-        const auto price = static_cast<uint64_t>(std::min(cost.row(y)[x], 4095.0f) * 256);
+        // Compared as floats, because NaN and large values have no integers.
+        const float px = std::floor(static_cast<float>(x) + part * f.u + 0.5f);
+        const float py = std::floor(static_cast<float>(y) + part * f.v + 0.5f);
+        const bool inside = px >= 0 && py >= 0 && px < static_cast<float>(width_) &&
+                            py < static_cast<float>(height_);
+        if (!inside) continue;
+        const auto to_x = static_cast<int32_t>(px), to_y = static_cast<int32_t>(py);
+        const float limited = std::min(4095.0f, cost.row(y)[x]);  // NaN is as high as the limit
+        const auto price = static_cast<uint64_t>(limited * 256);
         const auto index =
             static_cast<uint64_t>(y) * static_cast<uint64_t>(width_) + static_cast<uint64_t>(x);
         const uint64_t key = price << 42 | index << 1 | side;

@@ -176,19 +176,21 @@ bool FnHasLaneOffsets(const Texture& texture) {
          texture.y.origin == 0;
 }
 
+// Returns `from` where `part` is not above 0, and otherwise the value at `part` of the way to `to`.
+inline FnFloats FnMixed(FnFloats from, FnFloats to, FnFloats part) {
+  return part > 0.0f ? from + (to - from) * part : from;
+}
+
 // The bilinear samples of a float texture at positions inside; undefined in lanes that are not
-// `inside`. As FnTexture::sampleAt.
+// `inside`, which read the first pixels of the first two rows: the texture has at least two rows.
+// As FnTexture::sampleAt.
 inline FnFloats FnSampleLanes(const FnFloatMap& texture, const FnPairLanes& at, FnInts inside) {
   const FnInts offset = (at.line & inside) * texture.rowBytes + (at.column & inside) * 4;
-  const auto mix = [](FnFloats from, FnFloats to, FnFloats part) {
-    const FnFloats mixed = from + (to - from) * part;
-    return part > 0.0f ? mixed : from;
-  };
   const auto line = [&](ptrdiff_t bytes) {
     const auto pairs =
         FnGatheredPairs(reinterpret_cast<const char*>(texture.pixels) + bytes, offset);
-    return mix(reinterpret_cast<FnFloats>(FnEveryOther<0>(pairs)),
-               reinterpret_cast<FnFloats>(FnEveryOther<1>(pairs)), at.fx);
+    return FnMixed(reinterpret_cast<FnFloats>(FnEveryOther<0>(pairs)),
+                   reinterpret_cast<FnFloats>(FnEveryOther<1>(pairs)), at.fx);
   };
-  return mix(line(0), line(texture.rowBytes), at.fy);
+  return FnMixed(line(0), line(texture.rowBytes), at.fy);
 }

@@ -74,14 +74,14 @@ struct Job {
 };
 
 // Waking a thread takes about 50 microseconds, longer than many stages and the work between them.
-// So a thread reads a value repeatedly for this time before it waits for a change.
-constexpr std::chrono::microseconds kTimeOfReading{200};
+// So a thread spins for this time before it sleeps.
+constexpr std::chrono::microseconds kSpinTime{200};
 
-// Returns the value as soon as it differs from `old`. The time is 0 if other threads of the job
-// need this processor.
+// Returns the value as soon as it differs from `old`. Yields the processor while it spins, because
+// the thread that will change the value may wait for this processor.
 template <class Value>
-Value ChangedFrom(Value old, const std::atomic<Value>& value, std::chrono::microseconds time) {
-  const auto end = std::chrono::steady_clock::now() + time;
+Value ChangedFrom(Value old, const std::atomic<Value>& value, std::chrono::microseconds spin_time) {
+  const auto end = std::chrono::steady_clock::now() + spin_time;
   do {
     for (int32_t i = 0; i < 8; ++i) {
       if (const Value now = value.load(); now != old) return now;
@@ -89,6 +89,7 @@ Value ChangedFrom(Value old, const std::atomic<Value>& value, std::chrono::micro
       _mm_pause();
 #endif
     }
+    sched_yield();
   } while (std::chrono::steady_clock::now() < end);
   value.wait(old);
   return value.load();
@@ -107,33 +108,50 @@ class Workers {
     return true;
   }
 
-  // Starts the job on the workers that exist, at most threads - 1.
+  // Offers the shares 1, 2, ... of the job to the workers that exist, at most threads - 1.
   void Start(Job* job, int32_t threads) {
-    const int32_t taking = std::min(Count(), threads - 1);
     job_ = job;
     count_ = threads;
-    time_of_reading_ = threads <= ProcessorCount() ? kTimeOfReading : kTimeOfReading.zero();
+    // With fewer processors than threads, a thread that spins delays the others.
+    spin_time_ = threads <= ProcessorCount() ? kSpinTime : kSpinTime.zero();
     std::fegetenv(&floating_point_);
-    working_ = taking;
-    for (int32_t i = 0; i < taking; ++i) workers_[static_cast<size_t>(i)]->Signal();
+    offered_ = std::min(Count(), threads - 1);
+    unfinished_ = offered_;
+    for (int32_t i = 0; i < offered_; ++i) {
+      Worker& worker = *workers_[static_cast<size_t>(i)];
+      worker.has_offer = true;
+      worker.Signal();
+    }
+  }
+  // Does the shares of workers that have not begun, because they have not woken up or have no
+  // processor.
+  void Help() {
+    for (int32_t i = 0; i < offered_; ++i) {
+      if (!workers_[static_cast<size_t>(i)]->has_offer.exchange(false)) continue;
+      job_->Run({i + 1, count_});
+      unfinished_.fetch_sub(1);
+    }
   }
   // Waits until the workers have ended the job.
   void Join() {
-    int32_t left = working_;
-    while (left != 0) left = ChangedFrom(left, working_, time_of_reading_);
+    int32_t left = unfinished_;
+    while (left != 0) left = ChangedFrom(left, unfinished_, spin_time_);
   }
 
   void End() {
     ForgetAfterFork();
-    job_ = nullptr;
+    ending_ = true;
     for (const auto& worker : workers_) worker->Signal();
     for (const auto& worker : workers_) worker->thread.join();
     workers_.clear();
+    ending_ = false;
   }
 
  private:
   struct Worker {
-    std::atomic<uint32_t> signals{0};  // jobs, and the end
+    std::atomic<uint32_t> signals{0};  // offers, and the end
+    std::atomic<bool> has_offer{
+        false};  // a share that neither this worker nor the caller has begun
     std::thread thread;
 
     void Signal() {
@@ -159,16 +177,17 @@ class Workers {
     }
   }
 
-  // The members for the job do not change between a signal and the end of the worker's share.
+  // The members for the job do not change while a share of it is not finished.
   void Work(Worker* worker, int32_t index) {
-    std::chrono::microseconds time{0};
+    std::chrono::microseconds spin_time{0};
     for (uint32_t seen = 0;;) {
-      seen = ChangedFrom(seen, worker->signals, time);
-      if (job_ == nullptr) return;
+      seen = ChangedFrom(seen, worker->signals, spin_time);
+      if (ending_) return;
+      if (!worker->has_offer.exchange(false)) continue;
+      spin_time = spin_time_;
       std::fesetenv(&floating_point_);
-      time = time_of_reading_;
       job_->Run({index, count_});
-      if (working_.fetch_sub(1) == 1) working_.notify_one();
+      if (unfinished_.fetch_sub(1) == 1) unfinished_.notify_one();
     }
   }
 
@@ -183,11 +202,13 @@ class Workers {
 
   std::vector<std::unique_ptr<Worker>> workers_;
   pid_t process_ = 0;
-  Job* job_ = nullptr;  // null: the workers end
-  int32_t count_ = 0;   // threads of the fan-out
-  std::chrono::microseconds time_of_reading_{0};
+  Job* job_ = nullptr;
+  int32_t count_ = 0;    // threads of the fan-out
+  int32_t offered_ = 0;  // shares that were offered to workers
+  std::chrono::microseconds spin_time_{0};
   std::fenv_t floating_point_{};
-  std::atomic<int32_t> working_{0};  // workers that have not ended the job
+  std::atomic<int32_t> unfinished_{0};  // shares that were offered and are not finished
+  std::atomic<bool> ending_{false};
 };
 
 // Never destroyed: at the end of a process without VX_Death, workers may still wait.
@@ -225,11 +246,14 @@ bool FnRunInParallelWith(FnParallelFunction function, int32_t count, void* const
 
   const std::lock_guard lock(FanOutMutex());
   const int32_t threads = FnThreadCount();
-  running = true;
   Workers& workers = TheWorkers();
+  running = true;
   const bool created = workers.Create(threads);
   workers.Start(&job, threads);
-  if (created) job.Run({0, threads});
+  if (created) {
+    job.Run({0, threads});
+    workers.Help();
+  }
   workers.Join();
   running = false;
   if (!created) {

@@ -14,9 +14,6 @@ FnFloats Sqrt(FnFloats v) {
   for (int32_t i = 0; i < kFnLanes; ++i) v[i] = std::sqrt(v[i]);
   return v;
 }
-FnFloats Mixed(FnFloats from, FnFloats to, FnFloats part) {
-  return part > 0.0f ? from + (to - from) * part : from;
-}
 
 constexpr int32_t kRounds = 10;
 // Above this ratio of the eigenvalues, the gradient of a block has one direction, and only the
@@ -104,8 +101,8 @@ class DisplacedBlocks {
         // Pairs begin at even columns of the frame and at odd columns of the other one.
         const FnFloats pixel = pair[x % 2];
         if (x % 2 != 0) pair = Pair(frame_, line + 4 * (x + 1));
-        const FnFloats upper = Mixed(pixel, pair[(x + 1) % 2], fx_);
-        const FnFloats current = Mixed(upper, lower[x], fy_);
+        const FnFloats upper = FnMixed(pixel, pair[(x + 1) % 2], fx_);
+        const FnFloats current = FnMixed(upper, lower[x], fy_);
         if (y < height - 1 && x > 0) {
           if (x % 2 != 0 && x + 1 < width) references = Pair(other, other_line + 4 * x);
           if (x % 2 != 0 && x + 1 == width) references[0] = Single(other, other_line + 4 * x);

@@ -94,8 +94,9 @@ class FnBestPairLanes {
         const FnFloats cost = difference * match_ + sum.L1() * p_.consistency +
                               (ca.distance + cb.distance) * p_.smoothness;
         best.pair = cost < best.lowest ? FnInts{} + (16 * i + j) : best.pair;
-        best.second = VXp_MinFloats(best.second, VXp_MaxFloats(best.lowest, cost));
-        best.lowest = VXp_MinFloats(best.lowest, cost);
+        // A cost that is NaN changes nothing: the functions then return their second argument.
+        best.second = VXp_MinFloats(VXp_MaxFloats(best.lowest, cost), best.second);
+        best.lowest = VXp_MinFloats(cost, best.lowest);
       }
     }
     return best;

@@ -38,7 +38,7 @@ class FnFieldRows {
     const Line& upper = Zoomed(place.low);
     const Line& lower = Zoomed(place.high);
     const auto mix = [&](const std::vector<float>& from, const std::vector<float>& to, size_t i) {
-      return Mixed(Load<FnFloats>(from, i), Load<FnFloats>(to, i), FnFloats{} + place.fraction) *
+      return FnMixed(Load<FnFloats>(from, i), Load<FnFloats>(to, i), FnFloats{} + place.fraction) *
              axis_.value;
     };
     for (size_t i = 0; i < padded_; i += kFnLanes) {
@@ -72,7 +72,7 @@ class FnFieldRows {
         const auto gathered = [&](FnInts at) {
           return reinterpret_cast<FnFloats>(VXp_Gathered<sizeof(HvVec2)>(from + offset, at));
         };
-        return Mixed(gathered(low), gathered(high), fractions);
+        return FnMixed(gathered(low), gathered(high), fractions);
       };
       Store(component(0), &line.x, i);
       Store(component(sizeof(float)), &line.y, i);
@@ -80,9 +80,6 @@ class FnFieldRows {
     return line;
   }
 
-  static FnFloats Mixed(FnFloats from, FnFloats to, FnFloats part) {
-    return part > 0.0f ? from + (to - from) * part : from;
-  }
   template <class Vector, class Value>
   static Vector Load(const std::vector<Value>& from, size_t i) {
     Vector v;

@@ -91,7 +91,7 @@ class FnMotionEstimateGradientTweenerBuildPicture final
     int32_t states_line = -1;  // that `states` contains
     const auto band = this->Band();
     const bool second_pass = this->pass == 1;
-    const Lanes lanes(*first, *second, parameters.position, opaque);
+    const Lanes lanes(*first, *second, parameters.position);
     const bool in_lanes = !second_pass && IsPlain() && lanes.CanRead();
     for (int32_t y = band.y0; y < band.y1; y += band.step) {
       if (FnPoll(this->interrupt) != VX_Ok) return;
@@ -139,9 +139,9 @@ class FnMotionEstimateGradientTweenerBuildPicture final
   static constexpr float kFull = FnColorOfPixel<Pixel>::kFull;
   static constexpr float kOpaque = 253;
 
-  // Returns whether all pixels are bilinear samples and their mixtures by time.
+  // Returns whether all pixels are opaque bilinear samples and their mixtures by time.
   bool IsPlain() const {
-    return (parameters.flags & (FnTween_Sinc | FnTween_Diagnostic)) == 0 && !nearest &&
+    return opaque && (parameters.flags & (FnTween_Sinc | FnTween_Diagnostic)) == 0 && !nearest &&
            (alphaFirst == nullptr || alphaSecond == nullptr);
   }
 

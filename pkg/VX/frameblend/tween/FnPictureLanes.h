@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// Neighbouring pixels of a picture of 8 or 16 bits in lanes: bilinear samples of both frames,
+// Neighbouring pixels of opaque pictures of 8 or 16 bits in lanes: bilinear samples of both frames,
 // mixed. The results are those of FnTexture::sampleAt and FnToWorld.
 
 #include <array>
@@ -16,9 +16,8 @@ class FnPictureLanes {
   using Color = typename FnColorOfPixel<Pixel>::Type;
   static constexpr bool kServes = Color::kInteger;
 
-  // `opaque`: both frames are opaque.
-  FnPictureLanes(const FnMap<Color>& first, const FnMap<Color>& second, float position, bool opaque)
-      : first_(first), second_(second), position_(position), opaque_(opaque) {}
+  FnPictureLanes(const FnMap<Color>& first, const FnMap<Color>& second, float position)
+      : first_(first), second_(second), position_(position) {}
 
   // Returns whether the pixels of both frames can be addressed by lanes.
   bool CanRead() const { return CanRead(first_) && CanRead(second_); }
@@ -27,50 +26,43 @@ class FnPictureLanes {
   // and `states` begins at pixel x.
   void Store(int32_t x, int32_t y, const FnFieldRows& a, const FnFieldRows& b,
              const int32_t* states, Color* out) const {
-    opaque_ ? Store<1>(x, y, a, b, states, out) : Store<0>(x, y, a, b, states, out);
-  }
-
- private:
-  using Channels = std::array<FnFloats, 4>;  // alpha, red, green, blue
-  static constexpr auto kFull = static_cast<float>(FnColorOfPixel<Pixel>::kFull);
-
-  // Computes the channels from `kFrom` on; alpha is full if it is not computed.
-  template <size_t kFrom>
-  void Store(int32_t x, int32_t y, const FnFieldRows& a, const FnFieldRows& b,
-             const int32_t* states, Color* out) const {
     const FnFloats row = FnFloats{} + (static_cast<float>(y) + 0.5f), columns = FnCentres(x);
     const float rest = 1 - position_;
     const FnVectorLanes va = a.Lanes(x), vb = b.Lanes(x);
-    const Channels from = Sample<kFrom>(first_, columns - vb.x * position_, row + vb.y * position_);
-    const Channels to = Sample<kFrom>(second_, columns - va.x * rest, row + va.y * rest);
+    const Channels from = Sample(first_, columns - vb.x * position_, row + vb.y * position_);
+    const Channels to = Sample(second_, columns - va.x * rest, row + va.y * rest);
 
     FnInts state;
     std::memcpy(&state, states, sizeof state);
     const FnInts only_second = state == int32_t{FnOcclusion_Second};
     FnInts first = from[3] == to[3];  // equal colours are not mixed
-    for (size_t c = kFrom; c < 3; ++c) first &= from[c] == to[c];
+    for (size_t c = 1; c < 3; ++c) first &= from[c] == to[c];
     first |= state == int32_t{FnOcclusion_First};
     Channels mixed;
     mixed[0] = FnFloats{} + kFull;
-    for (size_t c = kFrom; c < 4; ++c) {
+    for (size_t c = 1; c < 4; ++c) {
       const FnFloats both = from[c] * rest + to[c] * position_;
       mixed[c] = only_second ? to[c] : first ? from[c] : both;
     }
     StoreRounded(mixed, out);
   }
 
+ private:
+  using Channels = std::array<FnFloats, 4>;  // alpha, red, green, blue
+  static constexpr auto kFull = static_cast<float>(FnColorOfPixel<Pixel>::kFull);
+
   static bool CanRead(const FnMap<Color>& frame) {
     return FnHasLaneOffsets(frame) && frame.width() > 1 && frame.x.edgeMode == FnEdge_Hold &&
            frame.y.edgeMode == FnEdge_Hold;
   }
-  // Samples with the ends held.
-  template <size_t kFrom>
+  // Samples the colours with the ends held.
   static Channels Sample(const FnMap<Color>& frame, FnFloats px, FnFloats py) {
     const FnPairLanes at(px, py);
     const FnInts zero{};
     const int32_t last_pair = frame.width() - 2, last_line = frame.height() - 1;
     // Before the first pair, the sample is its first pixel; after the last pair, its second pixel.
-    const FnInts before = at.column<zero, after = at.column> last_pair;
+    const FnInts before = at.column < zero;
+    const FnInts after = at.column > last_pair;
     const FnInts column = before ? zero : after ? zero + last_pair : at.column;
     const FnFloats fx = before ? FnFloats{} : after ? FnFloats{} + 1.0f : at.fx;
     // Beyond the first and the last line, both lines are the same.
@@ -93,7 +85,7 @@ class FnPictureLanes {
       const FnWords a = words[0][w], b = words[0][kWords + w], c = words[1][w],
                     d = words[1][kWords + w];
       constexpr size_t kBits = 8 * sizeof(typename Color::Channel), kChannels = 32 / kBits;
-      for (size_t k = w == 0 ? kFrom : 0; k < kChannels; ++k) {
+      for (size_t k = w == 0 ? 1 : 0; k < kChannels; ++k) {  // without alpha
         const auto channel = [k](FnWords v) {
           constexpr uint32_t kMask = (1u << kBits) - 1;
           return VXp_AsFloat(reinterpret_cast<FnInts>((v >> (k * kBits)) & kMask));
@@ -134,5 +126,4 @@ class FnPictureLanes {
   const FnMap<Color>& first_;
   const FnMap<Color>& second_;
   float position_;
-  bool opaque_;
 };

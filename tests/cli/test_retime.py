@@ -153,22 +153,9 @@ class Pictures(RetimeTest):
         for options in ((), ("--cache", "motion"), ("--cache", "motion")):
             self.retime("--speed", 0.5, *options)
             made.append([self.contents(name) for name in self.outputs()])
-        self.assertEqual(made[0], made[1])
-        self.assertEqual(made[0], made[2])
-        files = os.listdir(self.path("motion"))
-        self.assertEqual(len(files), 3)
-        self.text(os.path.join("motion", files[0]), "damaged")
-        _, error = self.retime("--speed", 0.5, "--cache", "motion")
-        self.assertRegex(error, "warning: --cache: .*is not used")
-        self.assertEqual(made[0], [self.contents(name) for name in self.outputs()])
+        self.assertEqual(made, made[:1] * 3)
+        self.assertEqual(len(os.listdir(self.path("motion"))), 3)
         self.refuse(OUTPUT, "--cache", "retime", "a.####.png", "-o", "out.####.png", "--speed", 1, "--cache", "a.0008.png")
-
-    def test_threads_give_equal_bytes(self):
-        made = []
-        for threads in (1, 3):
-            self.retime("--speed", 0.3, "--threads", threads, "--shutter-samples", 2)
-            made.append([self.contents(name) for name in self.outputs()])
-        self.assertEqual(made[0], made[1])
 
 
 class Cuts(RetimeTest):

@@ -137,18 +137,6 @@ class Paths(TransformTest):
         self.assertEqual([json.loads(line)["frame"] for line in out.splitlines()[:-1]], [1, 2, 7])
         self.assertEqual(self.contents("alone.01.png"), self.want("l.png", 0))
 
-    def test_resume_draws_the_frames_of_a_changed_line(self):
-        self.png("l.png", random_pixels(9, 12, 14))
-        words = ("transform", "l.png", "--path", "p.txt", "-o", "o.#.png", "--resume", "--json")
-        lines = [f"--translate {i},0" for i in range(5)]
-        self.text("p.txt", "\n".join(lines))
-        self.vx(*words)
-        lines[2] = "--rotate 9"
-        self.text("p.txt", "# new\n" + "\n".join(lines))
-        out, _ = self.vx(*words)
-        self.assertEqual([json.loads(line)["status"] for line in out.splitlines()[:-1]],
-                         ["up_to_date", "done", "done", "up_to_date", "up_to_date"])
-
 
 if __name__ == "__main__":
     unittest.main()

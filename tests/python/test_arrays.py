@@ -11,13 +11,6 @@ import vx
 from pictures import DTYPES, FULL, argb, noise
 
 
-def test_a_picture_without_alpha_is_opaque():
-    below, above = noise(7, 9), noise(5, 4, seed=2)
-    full = below.copy()
-    full[..., 3] = 255
-    np.testing.assert_array_equal(vx.transfer(below[..., :3].copy(), above), vx.transfer(full, above))
-
-
 def test_views_share_memory_both_ways_and_keep_it_alive():
     array = argb(noise(4, 6))
     world = vx.World.view(array)

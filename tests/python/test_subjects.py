@@ -93,10 +93,3 @@ def test_blit_stretches_levels():
     expected[1:4, 2:5] = np.clip((source[0:3, 1:4] / 32768 - low) / (high - low), 0, 1) * 255
     expected[1:4, 2:5, 3] = 255 - expected[1:4, 2:5, 3]
     np.testing.assert_allclose(got.astype(float), expected, atol=1)
-
-
-def test_sample_all_in():
-    x, y = np.meshgrid(np.arange(-1, 6) + 0.5, np.arange(-1, 5) + 0.25)
-    pixels, inside = vx.sample_all_in(noise(4, 5), x, y)
-    np.testing.assert_array_equal(inside, (x > 0) & (x < 4) & (y > 0) & (y < 3))
-    np.testing.assert_array_equal(pixels, vx.sample(noise(4, 5), x, y))

@@ -193,28 +193,19 @@ TEST_F(Services, PlanesOfOddSizesAndBadArguments) {
     U_FreeHandle(handle);
   }
   world = guarded.world;
-  const VX_Err extracted[] = {VX_ExtractPlanes(nullptr, nullptr, 1, &handle, &row_size),
-                              VX_ExtractPlanes(nullptr, &empty, 1, &handle, &row_size),
-                              VX_ExtractPlanes(nullptr, &world, 16, &handle, &row_size),
-                              VX_ExtractPlanes(nullptr, &world, 1, nullptr, &row_size),
-                              VX_ExtractPlanes(nullptr, &world, 1, &handle, nullptr),
-                              VX_ExtractPlanes(nullptr, &wide, 15, &handle, &row_size)};
-  EXPECT_EQ(Reports(), ReportList(6, {0x250004, kBadParameterText}));
-
   char buffer[64] = {};
   void *block = buffer, *purged = nullptr;
-  const VX_Err inserted[] = {VX_InsertPlanes(nullptr, &block, 16, 15, nullptr),
-                             VX_InsertPlanes(nullptr, &block, 16, 15, &empty),
-                             VX_InsertPlanes(nullptr, &block, 16, 16, &world),
-                             VX_InsertPlanes(nullptr, nullptr, 16, 15, &world),
-                             VX_InsertPlanes(nullptr, &purged, 16, 15, &world),
-                             VX_InsertPlanes(nullptr, &block, 0, 0, &world),
-                             VX_InsertPlanes(nullptr, &block, 0, 15, &world),
-                             VX_InsertPlanes(nullptr, &block, 15, 15, &world),
-                             VX_InsertPlanes(nullptr, &block, -16, 15, &world)};
-  EXPECT_EQ(Reports(), ReportList(9, {0x250005, kBadParameterText}));
-  for (const VX_Err code : extracted) EXPECT_EQ(code, VX_ErrBadParameter);
-  for (const VX_Err code : inserted) EXPECT_EQ(code, VX_ErrBadParameter);
+  const VX_Err refused[] = {VX_ExtractPlanes(nullptr, &empty, 1, &handle, &row_size),
+                            VX_ExtractPlanes(nullptr, &world, 16, &handle, &row_size),
+                            VX_ExtractPlanes(nullptr, &wide, 15, &handle, &row_size),
+                            VX_InsertPlanes(nullptr, &block, 16, 15, &empty),
+                            VX_InsertPlanes(nullptr, &block, 16, 16, &world),
+                            VX_InsertPlanes(nullptr, &purged, 16, 15, &world),
+                            VX_InsertPlanes(nullptr, &block, 15, 15, &world)};
+  for (const VX_Err code : refused) EXPECT_EQ(code, VX_ErrBadParameter);
+  ReportList reports(3, {0x250004, kBadParameterText});
+  reports.insert(reports.end(), 4, {0x250005, kBadParameterText});
+  EXPECT_EQ(Reports(), reports);
   EXPECT_EQ(guarded.bytes, before);
 }
 

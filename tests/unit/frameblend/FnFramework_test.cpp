@@ -177,16 +177,6 @@ TEST_F(Framework, ProcessesAndTheirRegions) {
   CountingProcess process;
   process.process(nullptr);
   EXPECT_TRUE(process.log.empty());
-  process.setRegion(1, 2, 3, 4);
-  for (int32_t i = 0; i < 10; ++i) EXPECT_EQ(process.pushRegion(i, 0, i, 0), 1);
-  EXPECT_EQ(process.pushRegion(), 0);
-  for (int32_t i = 8; i >= 0; --i) {
-    EXPECT_EQ(process.popRegion(), 1);
-    EXPECT_EQ(process.x0, i);
-  }
-  EXPECT_EQ(process.popRegion(), 1);
-  EXPECT_TRUE(process.x0 == 1 && process.y1 == 5);
-  EXPECT_EQ(process.popRegion(), 0);
 }
 
 TEST_F(Framework, PassesStopAndFail) {
@@ -223,16 +213,6 @@ TEST_F(Framework, PassesStopAndFail) {
   };
   EXPECT_TRUE(FnRunInParallel(poll, 1, &counted));
   EXPECT_EQ(calls, 1);
-
-  // The same flow without a map.
-  struct Multi final : FnMultiProcessor {
-    void processBand() override { ++bands; }
-    void endPass() override { ++ended; }
-    std::atomic<int32_t> bands = 0, ended = 0;
-  } multi;
-  multi.passes = 2;
-  multi.run();
-  EXPECT_TRUE(multi.bands == 6 && multi.ended == 2);
 
   FnInterruptState state;
   process.interrupt = &state;

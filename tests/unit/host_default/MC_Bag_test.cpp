@@ -277,31 +277,6 @@ TEST_F(Bag, ThreadsGetWhatTheyAddedOrNothing) {
   EXPECT_EQ(Info().entries, 0);
 }
 
-TEST(HostFiles, ReadsAndWrites) {
-  FILE_Ref* file = nullptr;
-  EXPECT_EQ(FILE_NewTemporary("/", nullptr), 3);
-  EXPECT_EQ(FILE_NewTemporary("/missing/folder", &file), FILE_CannotOpen);
-  EXPECT_EQ(file, nullptr);
-  ASSERT_EQ(FILE_NewTemporary("", &file), 0);
-  char bytes[6] = {};
-  EXPECT_EQ(FILE_NWrite(file, 4, "abcd"), 0);
-  EXPECT_EQ(FILE_SetPosition(file, 1), 0);
-  EXPECT_EQ(FILE_NWrite(file, 1, "x"), 0);
-  EXPECT_EQ(FILE_NRead(file, 2, bytes), 0);
-  EXPECT_STREQ(bytes, "cd");
-  EXPECT_EQ(FILE_NRead(file, 0, bytes), 0);
-  EXPECT_EQ(FILE_SetPosition(file, 1), 0);
-  EXPECT_EQ(FILE_NRead(file, 4, bytes), FILE_CannotRead) << "one byte too many";
-  EXPECT_EQ(FILE_GetPosition(file), 1);
-  EXPECT_EQ(FILE_SetPosition(file, -1), 3);
-  EXPECT_EQ(FILE_SetPosition(nullptr, 0), 3);
-  EXPECT_EQ(FILE_NRead(nullptr, 1, bytes), 3);
-  EXPECT_EQ(FILE_NRead(file, -1, bytes), 3);
-  EXPECT_EQ(FILE_NWrite(file, 1, nullptr), 3);
-  FILE_Close(file);
-  FILE_Close(nullptr);
-}
-
 TEST(HostTimes, AreOrderedExactly) {
   // Each row is earlier than the next one; the times in a row are equivalent.
   const std::vector<std::vector<T_Time>> rows = {{{-5, 0}, {INT32_MIN, 0}},

@@ -117,37 +117,6 @@ TEST_F(Clip, RoundTrips) {
   }
 }
 
-// Sample aspect, tags, and times that are not regular.
-TEST_F(Clip, TimesAndTags) {
-  for (const char* name : {"a.mkv", "a.mov"}) {
-    VXIO_ClipOptions options;
-    options.time_base = {1, 30};
-    options.pixel_aspect = {4, 3};
-    options.matrix = "bt2020";
-    options.primaries = "bt2020";
-    options.transfer = "smpte2084";
-    options.codec = "prores4444";
-    options.tags = {{"title", "A title"}};
-    const int64_t times[] = {0, 2, 3, 10};
-    VXIO_ClipWriter writer(Path(name), options);
-    for (int i = 0; i < 4; ++i) {
-      writer.Write(*vx::AnyConstView(Scene(8, i, false, false)).descriptor(), times[i], 2);
-    }
-    EXPECT_THROW(writer.Write(*vx::AnyConstView(Scene(8, 0, false, false)).descriptor(), 10, 1),
-                 std::invalid_argument);
-    EXPECT_TRUE(writer.Finish().empty());
-    VXIO_ClipReader reader(Path(name));
-    const VXIO_ClipInfo& info = reader.info();
-    EXPECT_EQ(info.matrix, "bt2020");
-    EXPECT_TRUE(info.matrix_tagged && !info.full_range);
-    EXPECT_EQ(info.pixel_aspect.num * 3, info.pixel_aspect.den * 4);
-    for (const int64_t time : times) {
-      const auto got = reader.Next();
-      EXPECT_NEAR(got->time.value_or(-1), static_cast<double>(time) / 30, 0.0006);
-    }
-  }
-}
-
 // Arguments that are refused before a file is made.
 TEST_F(Clip, WrongOptions) {
   using Change = void (*)(VXIO_ClipOptions*);
@@ -165,26 +134,14 @@ TEST_F(Clip, WrongOptions) {
       {"a.mkv", [](VXIO_ClipOptions* o) { o->quality = 1; }, "ffv1 has no choice"},
       {"a.mp4", [](VXIO_ClipOptions* o) { o->quality = 52; }, "h264 has 0 to 51"},
       {"a.mp4", [](VXIO_ClipOptions* o) { o->matrix = "rgb"; }, "must be one of bt709"},
-      {"a.mkv",
-       [](VXIO_ClipOptions* o) {
-         o->frame_rate = {0, 1};
-       },
-       "frame rate"},
-      {"a.mkv",
-       [](VXIO_ClipOptions* o) {
-         o->frame_rate = {-1, 1};
-       },
-       "frame rate"},
+      {"a.mkv", [](VXIO_ClipOptions* o) { o->frame_rate.num = 0; }, "frame rate"},
+      {"a.mkv", [](VXIO_ClipOptions* o) { o->frame_rate.num = -1; }, "frame rate"},
       {"a.mkv",
        [](VXIO_ClipOptions* o) {
          o->time_base = {1, 0};
        },
        "time base"},
-      {"a.mkv",
-       [](VXIO_ClipOptions* o) {
-         o->pixel_aspect = {0, 1};
-       },
-       "aspect"},
+      {"a.mkv", [](VXIO_ClipOptions* o) { o->pixel_aspect.num = 0; }, "aspect"},
       {"a.mkv", [](VXIO_ClipOptions* o) { o->audio_from = "b"; }, "duration"},
       {"a.webm",
        [](VXIO_ClipOptions* o) {

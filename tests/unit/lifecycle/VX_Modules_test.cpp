@@ -169,15 +169,6 @@ TEST_F(VXModules, FailuresOfTheHost) {
   ASSERT_EQ(VX_Birth(), 0);
 }
 
-TEST_F(VXModules, ManyTimes) {
-  for (int i = 0; i < 100; ++i) {
-    ASSERT_EQ(Scan({Folder("good"), Folder("fails"), Folder("skeleton"), Folder("examples")}), 0);
-    ASSERT_EQ(VX_Death(), 0);
-    ASSERT_EQ(host->Leaked(), 0);
-    ASSERT_EQ(VX_Birth(), 0);
-  }
-}
-
 // The skeleton's routine gives the bytes of the built-in one for every opacity and sample.
 TEST_F(VXModules, SkeletonIsExact) {
   ASSERT_EQ(Scan({Folder("skeleton")}), 0);

@@ -300,8 +300,10 @@ template <class Pixel, class Sample>
 void Pack(vx::ConstView<Pixel> view, int32_t channels, uint32_t largest, Sample* to) {
   for (int32_t y = 0; y < view.height(); ++y) {
     const char* from = reinterpret_cast<const char*>(view.row(y).data());
-    if (std::is_same_v<Sample, decltype(Pixel::red)> && !std::is_same_v<Sample, uint16_t> &&
-        channels == 3) {
+    // Samples of 16 bits are not copied: white is 32768 in a pixel and 65535 in a file.
+    constexpr bool kCopies =
+        std::is_same_v<Sample, decltype(Pixel::red)> && !std::is_same_v<Sample, uint16_t>;
+    if (kCopies && channels == 3) {
       // Four samples are one access, three are two. The fourth is replaced by the next pixel.
       const char* red = from + offsetof(Pixel, red);
       for (int32_t x = 1; x < view.width(); ++x, red += sizeof(Pixel), to += 3) {

@@ -30,7 +30,7 @@ void FnMotionEstimateGradientChangedNeighboursMonitor::begin() {
 void FnMotionEstimateGradientChangedNeighboursMonitor::processBand() {
   const FnBand band = Band();
   bool invalid = false;
-  FnInts unknown{};
+  FnInts invalid_lanes{};
   for (int32_t y = band.first; y < band.end; ++y) {
     if (Stopped()) return;
     const HvVec2* const now = first->row(y);
@@ -39,7 +39,7 @@ void FnMotionEstimateGradientChangedNeighboursMonitor::processBand() {
     int32_t x = x0;
     for (; x + kFnLanes <= x1; x += kFnLanes) {
       const auto vectors = FnVectorLanes::Load(now + x);
-      unknown |= (vectors.x == FLT_MAX) | (vectors.y == FLT_MAX);
+      invalid_lanes |= (vectors.x == FLT_MAX) | (vectors.y == FLT_MAX);
       const FnInts marks = vectors.Differs(FnVectorLanes::Load(before + x)) & 1;
       std::memcpy(out + x, &marks, sizeof marks);
       std::memcpy(before + x, now + x, kFnLanes * sizeof *now);
@@ -50,5 +50,5 @@ void FnMotionEstimateGradientChangedNeighboursMonitor::processBand() {
       before[x] = now[x];
     }
   }
-  if (invalid || VXp_AnyLane(unknown)) monitorFlags |= FnMonitor_Invalid;
+  if (invalid || VXp_AnyLane(invalid_lanes)) monitorFlags |= FnMonitor_Invalid;
 }

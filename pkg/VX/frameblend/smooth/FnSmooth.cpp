@@ -171,8 +171,7 @@ class ChoicesInLanes {
       }
       const FnInts valid = v.AreValid();
       choice |= changed & v.Differs(own);
-      sum.x = valid ? sum.x + v.x : sum.x;
-      sum.y = valid ? sum.y + v.y : sum.y;
+      sum.Replace(valid, {sum.x + v.x, sum.y + v.y});
       known -= valid;
       vectors[i] = v;
       offered[i] = changed & valid;

@@ -6,6 +6,7 @@
 
 #include "../GuardedWorld.h"
 #include "../PixelTestKit.h"
+#include "../Polls.h"
 #include "VX/VX_Blend.h"
 
 namespace {
@@ -23,22 +24,16 @@ TEST(TransferRect, PollsOnceIn128RowsAndCanStop) {
   const VX_CompositeModePlus mode = ModeOf(VX_Xfer_Copy);
   for (const int stop_at : {0, 251}) {
     GuardedWorld<VX_Pixel8> dst(3, 300, 1, 2);
-    std::pair<int, std::vector<int>> polls = {stop_at, {}};
-    VX_ProgressInfo progress = {};
-    progress.progress_refcon = &polls;
-    progress.progress_func = [](void* refcon, int32_t step, int32_t final_step) -> VX_Err {
-      auto& [stop, seen] = *static_cast<std::pair<int, std::vector<int>>*>(refcon);
-      EXPECT_EQ(final_step, 295);
-      seen.push_back(step);
-      return step == stop ? 517 : 0;
-    };
+    Polls polls{.stop_at = stop_at};
+    VX_ProgressInfo progress = polls.Info();
     auto want = dst.bytes;
     for (int32_t i = 0; i < 3 * (stop_at == 0 ? 295 : 252); ++i) {
       dst.Set(want, i % 3, 5 + i / 3, src.Get(i % 3, i / 3));
     }
     EXPECT_EQ(Transfer(&src.world, &mode, nullptr, 0, 5, &dst.world, &progress),
               stop_at == 0 ? 0 : 517);
-    EXPECT_EQ(polls.second, (std::vector<int>{128 - 5, 256 - 5}));
+    EXPECT_EQ(polls.steps, (std::vector<int>{128 - 5, 256 - 5}));
+    EXPECT_EQ(polls.final_step, 295);
     EXPECT_EQ(dst.bytes, want);
   }
 }

@@ -1,7 +1,9 @@
 // Copyright (c) 2026 the VX authors.
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Motion estimation: vectors against the twin, true motions, the aperture, refusals.
+// Motion estimation: vectors against the twin, predictions, refusals. Known motions are found in
+// pictures between two (VX_AdvancedFrameBlending_test.cpp) and by the command
+// (tests/cli/test_flow.py).
 
 #include <gtest/gtest.h>
 
@@ -125,48 +127,8 @@ TYPED_TEST(EstimateMotion, EqualsTheTwin) {
   VX_SetMotionThreads(threads);
 }
 
-// --- by definition -------------------------------------------------------------------------------
-
-// Settings for exact vectors. Vectors of blocks are rounded to multiples of 0.1 at each level,
-// negative ones towards 0; with the default threshold the error of one level may remain at the
-// next.
-Params Exact(float resolution) {
-  Params p;
-  p.Resolution = resolution;
-  p.ErrorThreshold = 0.0005f;
-  return p;
-}
-
-TYPED_TEST(EstimateMotion, FindsTheMotionOfTextures) {
-  for (const auto& [resolution, width, height] :
-       {std::tuple{1.0f, 96, 80}, {0.5f, 180, 140}, {0.2f, 400, 300}}) {
-    const double ratio = 1 / static_cast<double>(resolution);
-    const Picture texture = Texture(7, 7 * ratio);
-    for (double amount : {1.0, 2.3, 5.7}) {
-      for (int direction = 0; direction < 9; ++direction) {
-        if (direction == 4) continue;
-        const double dx = (direction % 3 - 1) * amount * ratio;
-        const double dy = (direction / 3 - 1) * amount * ratio;
-        GuardedWorld<TypeParam> a(width, height, 0, 1), b(width, height, 0, 2);
-        Paint(&a, texture);
-        Paint(&b, Moved(texture, dx, dy));
-        const Vectors forward = Estimate(a.world, b.world, Exact(resolution), false);
-        const int border = static_cast<int>(14 * ratio);
-        double error = 0, count = 0;
-        for (int y = border; y < height - border; ++y) {
-          for (int x = border; x < width - border; ++x, ++count) {
-            const float* const at = &forward[static_cast<size_t>(y * width + x) * 2];
-            error += std::hypot(static_cast<double>(at[0]) - dx, static_cast<double>(at[1]) - dy);
-          }
-        }
-        EXPECT_LT(error / count / ratio, 0.15)
-            << dx << " " << dy << " at resolution " << resolution;
-        EXPECT_EQ(forward, Estimate(b.world, a.world, Exact(resolution), true));
-      }
-      if (kDepth<TypeParam> != 8) break;  // the other depths: one amount
-    }
-  }
-}
+// --- predictions
+// -----------------------------------------------------------------------------------
 
 TYPED_TEST(EstimateMotion, PredictsByInterpolation) {
   using Channel = VX_ChannelOf<TypeParam>;

@@ -172,28 +172,17 @@ TEST(TweenRefusals, LeaveTheDestinationUntouched) {
   EXPECT_EQ(VX_TweenInstant(nullptr, 0.5f, nullptr, &to.world), VX_ErrBadParameter);
 
   // A stop at any poll ends with its code; the pair stays usable.
-  int polls = 0, last = 1;
-  bool stopped = true;
-  for (; stopped; last += 1 + last / 8) {
-    struct Count {
-      int polls, last;
-    } count{0, last};
-    void* refcon = &count;
-    VX_Veltor_InterruptFuncs interrupt;
-    interrupt.RefconPtr = &refcon;
-    interrupt.AbortFunc = [](void* info) -> VX_Err {
-      auto* const c = static_cast<Count*>(info);
-      return ++c->polls >= c->last ? 10000 : VX_Ok;
-    };
+  static int32_t polls, last;
+  const VX_Veltor_InterruptFuncs interrupt = {
+      [](void*) { return VX_Err{++polls >= last ? 10000 : 0}; }, nullptr};
+  VX_Err code = 10000;
+  for (last = 1; code != VX_Ok; last += 1 + last / 8) {
+    polls = 0;
     const Pair fresh = MakePair(a.world, b.world, VX_TweenQuality_High);
     GuardedWorld<VX_Pixel8> out(40, 30, 0, 3);
-    const VX_Err code = VX_TweenInstant(fresh.get(), 0.5f, &interrupt, &out.world);
-    stopped = code != VX_Ok;
-    if (stopped) {
-      EXPECT_EQ(code, 10000);
-      EXPECT_EQ(VX_TweenInstant(fresh.get(), 0.5f, nullptr, &out.world), VX_Ok);
-    }
-    polls = count.polls;
+    code = VX_TweenInstant(fresh.get(), 0.5f, &interrupt, &out.world);
+    EXPECT_EQ(code, polls >= last ? 10000 : VX_Ok) << last;
+    EXPECT_EQ(VX_TweenInstant(fresh.get(), 0.5f, nullptr, &out.world), VX_Ok);
   }
   EXPECT_GT(polls, 50);
   EXPECT_EQ(to.bytes, before);

@@ -12,6 +12,7 @@
 #include "reference/RefCopy.h"
 #include "unit/GuardedWorld.h"
 #include "unit/PixelTestKit.h"
+#include "unit/Polls.h"
 #include "unit/ThreadIterator.h"
 
 namespace {
@@ -65,21 +66,15 @@ TEST(DepthConvert, PollsEachRow) {
   for (const VX_Err answer : {5, int32_t{VX_ErrStopped}}) {
     const GuardedWorld<VX_Pixel16> source(6, 7, 3, 1);
     GuardedWorld<VX_Pixel8> dest(8, 5, 5, 2);
-    std::pair<std::vector<int32_t>, VX_Err> polls{{}, answer};
-    VX_ProgressInfo info{};
-    info.progress_refcon = &polls;
-    info.progress_func = [](void* refcon, int32_t step, int32_t final_step) -> VX_Err {
-      auto& [steps, code] = *static_cast<decltype(polls)*>(refcon);
-      EXPECT_EQ(final_step, 3);
-      steps.push_back(step);
-      return step == 2 ? code : 0;
-    };
+    Polls polls{.stop_at = 2, .code = answer};
+    VX_ProgressInfo info = polls.Info();
     // Extends beyond the source at the left, beyond the destination below.
     const M_Rect rect{1, -2, 7, 4};
     const bool stops = answer == VX_ErrStopped;
     const VX_Pixel8 before = dest.Get(4, 4);
     EXPECT_EQ(VX_DepthConvertWorld(&info, &source.world, &rect, 0, 1, 2, &dest.world), answer);
-    EXPECT_EQ(polls.first, stops ? (std::vector{1, 2}) : (std::vector{1, 2, 3}));
+    EXPECT_EQ(polls.final_step, 3);
+    EXPECT_EQ(polls.steps, stops ? (std::vector{1, 2}) : (std::vector{1, 2, 3}));
     EXPECT_EQ(SamePixel(before, dest.Get(4, 4)), stops);
   }
 }
@@ -108,10 +103,8 @@ TEST(Dither, UsesTheNoiseInOrderAndRepeats) {
     ASSERT_EQ(VX_DepthConvertWorld(nullptr, &from.world, nullptr, 1, 0, 0, &dst.world), 0);
     EXPECT_TRUE(dst.bytes == want);
   };
-  VX_ProgressInfo stop_after_two{};
-  stop_after_two.progress_func = [](void*, int32_t step, int32_t) -> VX_Err {
-    return step == 2 ? VX_ErrStopped : VX_Ok;
-  };
+  Polls polls{.stop_at = 2};
+  VX_ProgressInfo stop_after_two = polls.Info();
   for (const int32_t threads : {1, 1, 3}) {
     const ThreadIterator iterator(threads);
     VX_ResetDitherRandomIndex();

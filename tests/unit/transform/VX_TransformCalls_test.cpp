@@ -9,6 +9,7 @@
 #include "TransformTestKit.h"
 #include "VX/VX_World.h"
 #include "transform/VXp_TransformRows.h"
+#include "unit/Polls.h"
 
 namespace {
 
@@ -153,18 +154,6 @@ TEST_F(Calls, ReachTheEndOfFixedPoint) {
 // Progress is reported once per group of rows. A stop leaves the later rows as they were.
 TEST_F(Calls, ReportProgress) {
   const Picture8 tall(4, 400, kWhite<VX_Pixel8>);
-  struct Reports {
-    std::vector<int32_t> rows;
-    int32_t total = 0, stop_at = -1;
-  } reports;
-  VX_ProgressInfo progress{};
-  progress.progress_refcon = &reports;
-  progress.progress_func = [](void* refcon, int32_t step, int32_t final_step) -> VX_Err {
-    auto& seen = *static_cast<Reports*>(refcon);
-    seen.rows.push_back(step);
-    seen.total = final_step;
-    return step == seen.stop_at ? 77 : 0;
-  };
   const M_Rect rect{10, 0, 300, 10};
   const M_Matrix3 first = MatrixOf({.rotation = -1}), last = MatrixOf({.rotation = -1.5});
   const struct {
@@ -175,17 +164,18 @@ TEST_F(Calls, ReportProgress) {
                {0, 0, true, 8},   {1, 0, true, 8},   {0, 1, true, 16},   {1, 2, true, 16}};
   for (const auto& c : cases) {
     for (const int32_t stop : {-1, 0, 128}) {
-      reports = {.rows = {}, .stop_at = stop};
+      Polls polls{.stop_at = stop};
+      VX_ProgressInfo progress = polls.Info();
       Picture8 out(10, 320);
       const Manner manner{
           .quality = c.quality, .field = c.field, .rect = &rect, .progress = &progress};
       const auto matrices = c.moving ? std::vector{first, last} : std::vector{first};
-      EXPECT_EQ(Draw(manner, tall, matrices, &out), stop < 0 ? 0 : 77);
-      EXPECT_EQ(reports.total, 290);
+      EXPECT_EQ(Draw(manner, tall, matrices, &out), stop < 0 ? 0 : polls.code);
+      EXPECT_EQ(polls.final_step, 290);
       std::vector<int32_t> want;
       for (int32_t row = 0; row < 290 && (stop < 0 || row <= stop); row += c.group)
         want.push_back(row);
-      EXPECT_EQ(reports.rows, want) << "case " << &c - cases;
+      EXPECT_EQ(polls.steps, want) << "case " << &c - cases;
       const auto drawn = [&](int32_t y) {
         return std::any_of(&out.At(0, y), &out.At(0, y) + 10,
                            [](const VX_Pixel8& p) { return p.alpha != 0; });

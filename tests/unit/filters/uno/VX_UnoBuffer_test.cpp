@@ -62,6 +62,20 @@ TEST(UnoBuffer, SizesAndDepths) {
 
 // --- scans ---------------------------------------------------------------------------------------
 
+// Infinity and NaN have no effect after the window is empty, and rounding errors do not remain.
+// Random samples are seldom in the middle between two results.
+TEST(UnoBuffer, HalvesOfAGainAreRoundedDown) {
+  VX_UnoBuffer from(2, 1, 16), to(2, 1, 16);
+  auto* const samples = static_cast<uint16_t*>(*from.data);
+  samples[0] = 3;  // 1.5
+  samples[1] = 5;  // 2.5
+  ASSERT_EQ(VX_AccumulateUnoBuffers(nullptr, &from, VX_UnoAccumulate_Replace, 0.5f, 1, nullptr,
+                                    nullptr, &to),
+            0);
+  EXPECT_EQ(static_cast<uint16_t*>(*to.data)[0], 1);
+  EXPECT_EQ(static_cast<uint16_t*>(*to.data)[1], 2);
+}
+
 TEST(UnoScans, FloatsLeaveNoTrace) {
   std::vector<float> line(120, 0.0f), scratch(400);
   line[20] = HUGE_VALF, line[50] = std::nanf(""), line[80] = 1e30f, line[81] = 0.1f;

@@ -51,7 +51,7 @@ struct VXp_FusedRow {
       const Argb d = VXp_LoadAs<L>(dst + x);
       const Lanes w = factors.Apply(s.alpha, x);
       if constexpr (Piece::kStages == VXp_Stages::kBehind) {
-        if (L::Any(w != Lanes{})) VXp_StoreGroup(dst + x, BlendOverBehind(s, w, keep, d));
+        if (L::AnyNonzero(w)) VXp_StoreGroup(dst + x, BlendOverBehind(s, w, keep, d));
       } else {
         const Lanes joining = union_factors.Apply(s.alpha, x);
         const auto changes = (w != Lanes{}) | (joining != Lanes{}) | (d.alpha != L::kFull);
@@ -69,7 +69,7 @@ struct VXp_FusedRow {
     using Neutral = typename Piece::Neutral;
     Argb below = d;
     VXp_MatteColor<L, Neutral, VXp_Direction::kMatte>(Color::Of(d), d.alpha).StoreTo(below);
-    below = VXp_AsStored(below);
+    if constexpr (L::kDepth != 8) below = VXp_AsStored(below);
     Argb blended = below;
     Piece::BlendInRow(s, w, keep, blended);
     blended = VXp_AsStored(VXp_Selected<L>(w != Lanes{}, blended, below));

@@ -22,7 +22,7 @@ VXp_Color<L> VXp_MatteColor(const VXp_Color<L>& c, typename L::Work a) {
   return VXp_Each(c, [=](Work x) {
     const Work matted =
         direction == VXp_Direction::kMatte ? Neutral::Matte(x, a) : Neutral::Unmatte(x, a);
-    return partial ? matted : x;
+    return L::kDepth == 8 ? matted : partial ? matted : x;  // 8-bit products with F are exact
   });
 }
 

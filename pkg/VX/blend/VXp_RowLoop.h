@@ -145,7 +145,7 @@ struct VXp_WeightedLoop {
       VXp_PrefetchAhead<L::kLanes>(src + x);
       VXp_PrefetchAhead<L::kLanes>(dst + x);
       const Lanes w = factors.Apply(V::LoadAlpha(src + x), x);
-      if (Piece::kRowSkipsZero && !L::Any(w != Lanes{})) return;
+      if (Piece::kRowSkipsZero && !L::AnyNonzero(w)) return;
       if (!trips || !StepCovering(src + x, w, keep, tables, &trip, dst + x)) {
         Step(V::Load(src + x, tables), w, keep, tables, dst + x);
       }
@@ -168,8 +168,8 @@ struct VXp_WeightedLoop {
     VXp_Argb<L> d = V::template LoadUnder<Piece>(w, dst, tables);
     Ints acts = ~Ints{};
     if constexpr (Piece::kRowSkipsZero) {
+      if (!Piece::ActsAnywhere(w, d.alpha)) return;
       acts = Piece::Acts(w, d.alpha);
-      if (!L::Any(acts)) return;
     }
     // In linear light, pixels that the mode does not change are not converted back.
     if constexpr (V::kLinear && Piece::kChoosesPixels) {

@@ -55,6 +55,15 @@ struct VXp_LaneChannelTraits {
   static constexpr Element kHalf = VXp_PixelTraits<PixelType>::kHalf;
 
   static bool Any(Ints condition) { return VXp_AnyLane(condition); }
+  // Return Any(v == 0) and Any(v != 0), faster.
+  static bool AnyZero(Work v) { return VXp_AnyZero(v); }
+  static bool AnyNonzero(Work v) {
+    if constexpr (kDepth == 32) {
+      return Any(v != Work{});
+    } else {
+      return VXp_AnyBit(v);
+    }
+  }
   static Work Min(Work a, Work b) { return a < b ? a : b; }
   static Work Max(Work a, Work b) { return a > b ? a : b; }
   static Work Inv(Work a) { return kFull - a; }
@@ -93,14 +102,14 @@ struct VXp_LaneTraits<VX_Pixel8, lanes> : VXp_LaneChannelTraits<VX_Pixel8, lanes
     const Floats most = VXp_MinFloats(sum, VXp_Splat<Floats>(255.5f));
     return VXp_Truncated(VXp_MaxFloats(most, Floats{}));
   }
-  // The product of a and b is below 2^18, so the sum with 1/2 is exact. Its distance to the
-  // multiples of c is at least 1/2; the rounding errors of its product with 1 / c correspond to
-  // less than 2^-4.
+  static Work DivWithin(Work n, Work a) { return Div(n, a); }
+  // For 0 <= b and 0 <= c <= 510, where the quotient is -510 to 510. A quotient that is not an
+  // integer is at least 1/510 below the next one; the rounding errors are less than 2^-13. The
+  // ratio of b and c is computed first, so that the compiler divides once for all channels.
   static Work Fraction(Work a, Work b, Work c) {
-    Floats product = VXp_AsFloat(a) * VXp_AsFloat(b);
-    VXp_MoveFromZero(0.5f, product);
-    const Work quotient = VXp_Truncated(product * (1.0f / VXp_AsFloat(c)));
-    return c == 0 ? Work{} : quotient;
+    const Floats ratio = VXp_AsFloat(b) / VXp_AsFloat(c), number = VXp_AsFloat(a);
+    const Floats scale = c == 0 ? Floats{} : ratio;
+    return VXp_Truncated(VXp_MulAdd(number, scale, VXp_WithSignOf(number, 0x1p-11f)));
   }
   // One instruction computes 9798 r + 19235 g: each lane of `rg` contains r and g as 16-bit halves.
   static Work Luma(Work r, Work g, Work b) {
@@ -141,14 +150,13 @@ struct VXp_ShortTraits : VXp_LaneChannelTraits<VX_Pixel8, lanes, int16_t> {
   }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
   // 255 n / a rounded to nearest, half up, at most 255; 255 if a is 0. Computes 255 min(n, a) / a,
-  // and 255 * 1 / 1 if a is 0. A sum of 2^23 and the quotient, rounded to nearest, has the integer
-  // in its low bits. A quotient that is not half of an odd integer is at least 1/510 away from it.
-  // Therefore the factor can be increased by 2^-20 of its value, so that halves are rounded up.
+  // and 255 * 1 / 1 if a is 0.
   static Work Div(Work n, Work a) {
     const Work divisor = Max(a, Work{} + 1);
-    const Work limited = Min(Max(n, divisor - a), divisor);
-    const auto words = reinterpret_cast<Words>(limited),
-               divisors = reinterpret_cast<Words>(divisor);
+    return DivWithin(Min(Max(n, divisor - a), divisor), divisor);
+  }
+  static Work DivWithin(Work n, Work a) {
+    const auto words = reinterpret_cast<Words>(n), divisors = reinterpret_cast<Words>(a);
     return reinterpret_cast<Work>(VXp_JoinedLow(Quotient(words & 0xFFFFu, divisors & 0xFFFFu),
                                                 Quotient(words >> 16, divisors >> 16)));
   }
@@ -180,7 +188,7 @@ struct VXp_ShortTraits : VXp_LaneChannelTraits<VX_Pixel8, lanes, int16_t> {
 
   // Return the even or the odd lanes.
   static Signed Even(Work v) {
-    return reinterpret_cast<Signed>(reinterpret_cast<Words>(v) << 16) >> 16;
+    return reinterpret_cast<Signed>(VXp_MulAdjacent(reinterpret_cast<Words>(v), Words{} + 1u));
   }
   static Signed Odd(Work v) { return reinterpret_cast<Signed>(v) >> 16; }
 
@@ -189,6 +197,10 @@ struct VXp_ShortTraits : VXp_LaneChannelTraits<VX_Pixel8, lanes, int16_t> {
   static Work By255(Halves t) {
     return reinterpret_cast<Work>(VXp_MulHigh(t + uint16_t{128}, Halves{} + uint16_t{257}));
   }
+  // Returns 255 n / a rounded to nearest, half up, in the low bits. A sum of 2^23 and the quotient,
+  // rounded to nearest, has the integer in its low bits. A quotient that is not half of an odd
+  // integer is at least 1/510 away from it. Therefore the factor can be increased by 2^-20 of its
+  // value, so that halves are rounded up.
   static Words Quotient(Words n, Words a) {
     const Floats scale = 255.0f * (1.0f + 0x1p-20f) / VXp_AsFloat(reinterpret_cast<Signed>(a));
     return reinterpret_cast<Words>(
@@ -219,20 +231,17 @@ struct VXp_LaneTraits<VX_Pixel16, lanes> : VXp_LaneChannelTraits<VX_Pixel16, lan
     return (x + (VXp_WrappedProduct(y - x, t) >> 15)) & 0xFFFF;
   }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
-  // 32768 n / a rounded to nearest, half up; full scale if n >= a. The exact sum 32768 n / a + 1/2
-  // is an integer or at least 2^-17 below the next integer, so 2^-18 can be added: it only
-  // compensates for the rounding of the products. The reciprocal of a is computed first, so that
-  // the compiler divides once for all channels.
+  // 32768 n / a rounded to nearest, half up; full scale if n >= a. The reciprocal of a is computed
+  // first, so that the compiler divides once for all channels.
   static Work Div(Work n, Work a) {
-    const Work v = Min(Max(n, Work{}), a);
-    const Doubles scale = 32768.0 / __builtin_convertvector(Max(a, Work{} + 1), Doubles);
-    const Doubles sum = __builtin_convertvector(v, Doubles) * scale + (0.5 + 0x1p-18);
-    return n >= a ? Full() : __builtin_convertvector(sum, Work);
+    const Work v = Max(n, Work{}), divisor = Max(a, Work{} + 1);
+    return n >= a ? Full() : Quotient(v, divisor);
   }
+  static Work DivWithin(Work n, Work a) { return Div(n, a); }
   // As at 8 bits; the product is below 2^34.
   static Work Fraction(Work a, Work b, Work c) {
     Doubles product = __builtin_convertvector(a, Doubles) * __builtin_convertvector(b, Doubles);
-    VXp_MoveFromZero(0.5, product);
+    product += VXp_WithSignOf(product, 0.5);
     const Doubles quotient = product * (1.0 / __builtin_convertvector(c, Doubles));
     return c == 0 ? Work{} : __builtin_convertvector(quotient, Work);
   }
@@ -246,6 +255,30 @@ struct VXp_LaneTraits<VX_Pixel16, lanes> : VXp_LaneChannelTraits<VX_Pixel16, lan
     return reinterpret_cast<Work>(scaled >> 15);
   }
   static Work Abs(Work a) { return Max(a, -a); }
+
+ private:
+  using typename Base::Floats;
+
+  // 32768 n / a rounded to nearest, half up, for 0 <= n < a < 2^16.
+  static Work Quotient(Work n, Work a) {
+    if constexpr (kVXp_FusesMulAdd) {
+      // The factor is reduced by 2^-21 of its value, so that the product, rounded to an integer by
+      // the sum with 2^23, is the result or the result - 1. The remainder, divided by 32768, is
+      // exact because the product is not rounded.
+      const Floats number = VXp_AsFloat(n), divisor = VXp_AsFloat(a);
+      const Floats scale = 32768.0f * (1.0f - 0x1p-21f) / divisor;
+      const Floats sum = VXp_MulAdd(number, scale, Floats{} + 0x1p23f);
+      const Floats rest = VXp_MulAdd(sum - 0x1p23f, divisor * -0x1p-15f, number);
+      const auto half_or_more = rest >= divisor * 0x1p-16f;
+      return VXp_Incremented(reinterpret_cast<Work>(sum) & 0xFFFF, half_or_more);
+    } else {
+      // The exact sum 32768 n / a + 1/2 is an integer or at least 2^-17 below the next integer, so
+      // 2^-18 can be added: it only compensates for the rounding of the products.
+      const Doubles scale = 32768.0 / __builtin_convertvector(a, Doubles);
+      const Doubles sum = __builtin_convertvector(n, Doubles) * scale + (0.5 + 0x1p-18);
+      return __builtin_convertvector(sum, Work);
+    }
+  }
 };
 
 template <int32_t lanes>
@@ -259,6 +292,7 @@ struct VXp_LaneTraits<VX_PixelFloat, lanes> : VXp_LaneChannelTraits<VX_PixelFloa
   static Work Lerp(Work x, Work y, Work t) { return x + (y - x) * t; }
   static Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
   static Work Div(Work n, Work a) { return a < 1.17549435e-38f ? Full() : n / a; }
+  static Work DivWithin(Work n, Work a) { return Div(n, a); }
   static Work Fraction(Work a, Work b, Work c) { return a * b / c; }
   static Work Luma(Work r, Work g, Work b) { return 0.299f * r + 0.587f * g + 0.114f * b; }
   static Ints LumaAsByte(Work luma) { return VXp_UnitAsByte(luma); }

@@ -219,6 +219,13 @@ Floats VXp_MaxFloats(Floats a, Floats b) {
   return a > b ? a : b;
 }
 
+// Whether VXp_MulAdd rounds once for vectors of the target.
+#ifdef __AVX2__
+inline constexpr bool kVXp_FusesMulAdd = true;
+#else
+inline constexpr bool kVXp_FusesMulAdd = false;
+#endif
+
 // Returns a * b + c, rounded once if the processor can, else twice. Only for results that do not
 // depend on it, such as integers whose error bound is known.
 template <class Floats>
@@ -248,15 +255,39 @@ Vector VXp_Incremented(Vector v, Ints condition) {
 #endif
 }
 
-// Adds an amount to floats or doubles that are not negative, and subtracts it from the others. (GCC
-// computes `?:` one lane at a time if a vector is wider than a register.)
-template <class Real, class Reals>
-void VXp_MoveFromZero(Real amount, Reals& values) {
+// Returns an amount, which is not negative, with the signs of floats or doubles. (GCC computes `?:`
+// one lane at a time if a vector is wider than a register.)
+template <class Reals, class Real>
+Reals VXp_WithSignOf(Reals signs, Real amount) {
   using Word = std::conditional_t<sizeof(Real) == 8, uint64_t, uint32_t>;
   using Words = VXp_Lanes<Word, sizeof(Reals) / sizeof(Real)>;
   constexpr Word kSign = Word{1} << (8 * sizeof(Real) - 1);
-  values += reinterpret_cast<Reals>(reinterpret_cast<Words>(Reals{} + amount) |
-                                    (reinterpret_cast<Words>(values) & kSign));
+  return reinterpret_cast<Reals>(reinterpret_cast<Words>(Reals{} + amount) |
+                                 (reinterpret_cast<Words>(signs) & kSign));
+}
+
+// Returns byte c of each 32-bit lane, 0 for the lowest to 3.
+template <class Words>
+Words VXp_ByteOf(Words v, int32_t c) {
+  if (c == 0) return v & 0xFFu;
+  if (c == 3) return v >> 24;
+  [[maybe_unused]] const auto from = [c](uint32_t lane) {
+    return static_cast<int>(0x80808000u + 4 * lane + static_cast<uint32_t>(c));
+  };
+#ifdef __AVX512BW__
+  if constexpr (sizeof(Words) == 64) {
+    return reinterpret_cast<Words>(_mm512_shuffle_epi8(
+        reinterpret_cast<__m512i>(v), _mm512_set4_epi32(from(3), from(2), from(1), from(0))));
+  }
+#endif
+#ifdef __AVX2__
+  if constexpr (sizeof(Words) == 32) {
+    return reinterpret_cast<Words>(_mm256_shuffle_epi8(
+        reinterpret_cast<__m256i>(v),
+        _mm256_broadcastsi128_si256(_mm_set_epi32(from(3), from(2), from(1), from(0)))));
+  }
+#endif
+  return v >> (8 * c) & 0xFFu;
 }
 
 // Returns `low` in the even lanes of 16 bits and `high` in the odd ones.
@@ -482,6 +513,21 @@ bool VXp_AnyLane(Ints condition) {
   int32_t any = 0;
   for (int32_t i = 0; i < kVXp_LaneCount<Ints>; ++i) any |= words[i];
   return any != 0;
+}
+
+// Returns whether any lane, of 16 or 32 bits, is zero. (GCC converts the result of a comparison to
+// a vector and back if it is passed to VXp_AnyLane.)
+template <class Vector>
+bool VXp_AnyZero(Vector v) {
+#ifdef __AVX512BW__
+  using Lane = std::remove_cvref_t<decltype(v[0])>;
+  if constexpr (sizeof(Vector) == 64 && !std::is_floating_point_v<Lane>) {
+    const auto lanes = reinterpret_cast<__m512i>(v);
+    if constexpr (sizeof(Lane) == 2) return _mm512_testn_epi16_mask(lanes, lanes) != 0;
+    return _mm512_testn_epi32_mask(lanes, lanes) != 0;
+  }
+#endif
+  return VXp_AnyLane(v == Vector{});
 }
 
 // Returns whether any bit is set.

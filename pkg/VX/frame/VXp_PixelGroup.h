@@ -54,16 +54,11 @@ VXp_Argb<VXp_ShortTraits<lanes>> VXp_LoadShorts(const VX_Pixel8* p) {
   using Words = typename L::Words;
   using Halves = typename L::Halves;
   const auto first = VXp_LoadLanes<Words>(p, 0), second = VXp_LoadLanes<Words>(p, 1);
-  const auto joined = [](Halves even, Halves odd) {
-    const auto a = reinterpret_cast<Words>(even), b = reinterpret_cast<Words>(odd);
-    return std::pair{reinterpret_cast<typename L::Work>(VXp_JoinedLow(a, b)),
-                     reinterpret_cast<typename L::Work>(VXp_JoinedHigh(a, b))};
-  };
-  const auto low = [](Words v) { return reinterpret_cast<Halves>(v) & uint16_t{0xFF}; };
-  const auto high = [](Words v) { return reinterpret_cast<Halves>(v) >> 8; };
-  const auto [alpha, green] = joined(low(first), low(second));
-  const auto [red, blue] = joined(high(first), high(second));
-  return {alpha, red, green, blue};
+  const Halves ar = reinterpret_cast<Halves>(VXp_JoinedLow(first, second));
+  const Halves gb = reinterpret_cast<Halves>(VXp_JoinedHigh(first, second));
+  const auto low = [](Halves v) { return reinterpret_cast<typename L::Work>(v & uint16_t{0xFF}); };
+  const auto high = [](Halves v) { return reinterpret_cast<typename L::Work>(v >> 8); };
+  return {low(ar), high(ar), low(gb), high(gb)};
 }
 template <int32_t lanes>
 void VXp_StoreGroup(VX_Pixel8* p, const VXp_Argb<VXp_ShortTraits<lanes>>& v) {

@@ -10,8 +10,9 @@
 // several pixels. Code that is compiled for both selects with `?:`, joins conditions with & and |,
 // and skips an expensive computation if Any(condition) is false, that is, if the condition is false
 // in all lanes. SignedMul has the result of Mul; use it if the first factor may be negative,
-// because lanes compute that case differently. In lanes of 8-bit pixels the product of Mul must be
-// below 2^16 where its result is used.
+// because lanes compute that case differently. DivWithin has the result of Div for 0 <= n <= a and
+// a > 0, and any result for other operands; it is faster in lanes of 8-bit pixels. In lanes of
+// 8-bit pixels the product of Mul must be below 2^16 where its result is used.
 
 #include <algorithm>
 #include <cmath>
@@ -32,6 +33,8 @@ struct VXp_ChannelTraits {
   using Work = WorkType;
 
   static constexpr bool Any(bool condition) { return condition; }
+  static constexpr bool AnyZero(Work v) { return v == Work{}; }
+  static constexpr bool AnyNonzero(Work v) { return v != Work{}; }
   static constexpr Work Min(Work a, Work b) { return a < b ? a : b; }
   static constexpr Work Max(Work a, Work b) { return a > b ? a : b; }
   static Work Abs(Work a) { return std::abs(a); }
@@ -59,6 +62,7 @@ struct VXp_PixelTraits<VX_Pixel8> : VXp_ChannelTraits<VX_Pixel8, int32_t> {
   static Work Div(Work n, Work a) {
     return VXp_G_fcd_table[a * 256 + std::clamp(n, Work{0}, kFull)];
   }
+  static Work DivWithin(Work n, Work a) { return Div(n, a); }
   // a b / c truncated; 0 if c is 0.
   static constexpr Work Fraction(Work a, Work b, Work c) { return c == 0 ? 0 : a * b / c; }
   static constexpr Work Luma(Work r, Work g, Work b) {
@@ -95,6 +99,7 @@ struct VXp_PixelTraits<VX_Pixel16> : VXp_ChannelTraits<VX_Pixel16, int32_t> {
         (static_cast<uint32_t>(a) >> 1) + (static_cast<uint32_t>(std::max(n, Work{0})) << 15);
     return static_cast<Work>(numerator / static_cast<uint32_t>(a));
   }
+  static Work DivWithin(Work n, Work a) { return Div(n, a); }
   // a b / c truncated; 0 if c is 0.
   static constexpr Work Fraction(Work a, Work b, Work c) {
     return c == 0 ? 0 : static_cast<Work>(int64_t{a} * b / c);
@@ -123,6 +128,7 @@ struct VXp_PixelTraits<VX_PixelFloat> : VXp_ChannelTraits<VX_PixelFloat, float> 
   static constexpr Work Union(Work a, Work b) { return Inv(Mul(Inv(a), Inv(b))); }
   // n / a; 1 if a is zero, negative or denormal.
   static constexpr Work Div(Work n, Work a) { return a < 1.17549435e-38f ? 1.0f : n / a; }
+  static Work DivWithin(Work n, Work a) { return Div(n, a); }
   static constexpr Work Fraction(Work a, Work b, Work c) { return a * b / c; }
   static constexpr Work Luma(Work r, Work g, Work b) {
     return 0.299f * r + 0.587f * g + 0.114f * b;

@@ -15,13 +15,15 @@ struct VXp_ModeBehind : VXp_CommonMode<T> {
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
   static auto Acts(Work w, Work da) { return (w != Work{}) & (da != T::kFull); }
+  static bool ActsAnywhere(Work w, Work da) { return T::Any(Acts(w, da)); }
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
     if (da == T::kFull) return;
     const Work a = T::Union(sa, da);
+    // The numerator is at most A: it is greatest for colours of F, and then equals A.
     VXp_Each(Color::Of(s), Color::Of(d), [=](Work cs, Work cd) {
-      return T::Div(T::Lerp(T::Mul(cs, sa), cd, da), a);
+      return T::DivWithin(T::Lerp(T::Mul(cs, sa), cd, da), a);
     }).StoreTo(d);
     d.alpha = a;
   }
@@ -32,7 +34,7 @@ struct VXp_ModeBehind : VXp_CommonMode<T> {
     const auto alone = da == Work{};
     const Work a = T::Union(w, da);
     VXp_Each(Color::Of(s), Color::Of(d), [=](Work cs, Work cd) {
-      const Work under = T::Div(T::Lerp(T::Mul(cs, w), cd, da), a);
+      const Work under = T::DivWithin(T::Lerp(T::Mul(cs, w), cd, da), a);
       return alone ? cs : under;
     }).StoreTo(d);
     const Work kept = alone ? Work{} : da;
@@ -49,24 +51,30 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
   using Color = VXp_Color<T>;
   using Work = typename T::Work;
   static constexpr VXp_Stages kStages = VXp_Stages::kKeepAlpha;
-  static bool Replaces(Work w) { return !T::Any(w != T::kFull); }
+  static bool Replaces(Work w) { return !T::AnyNonzero(T::Inv(w)); }
   static bool Covers(Work w, Work da) { return !T::Any((w != T::kFull) & (da != Work{})); }
 
   static void BlendPixel(const Argb& s, Work sa, Argb& d) {
     const Work da = d.alpha;
-    const auto blended = (sa != T::kFull) & (da != Work{});
+    const auto copied = (sa == T::kFull) | (da == Work{});
+    const bool any_copied = T::AnyZero(T::Inv(sa)) || T::AnyZero(da);
     const Color cs = Color::Of(s);
-    if (!T::Any(blended)) {
+    if (any_copied && !T::Any(!copied)) {
       cs.StoreTo(d);
       d.alpha = sa;
       return;
     }
     // If the destination is opaque, the product with da and the quotient by A can be omitted.
-    const bool opaque = !VXp_IsFloat<T> && !T::Any(da != T::kFull);
-    Color r = opaque ? OverOpaque(cs, Color::Of(d), sa) : OverAny(cs, Color::Of(d), sa, &d.alpha);
-    if (T::Any(!blended)) {
-      r = VXp_Each(r, cs, [=](Work over, Work copied) { return blended ? over : copied; });
-      d.alpha = blended ? d.alpha : sa;
+    const bool opaque = !VXp_IsFloat<T> && !T::AnyNonzero(T::Inv(da));
+    Color r;
+    if (!opaque) [[likely]] {
+      r = OverAny(cs, Color::Of(d), sa, &d.alpha);
+    } else {
+      r = OverOpaque(cs, Color::Of(d), sa);
+    }
+    if (any_copied) {
+      r = VXp_Each(r, cs, [=](Work over, Work source) { return copied ? source : over; });
+      d.alpha = copied ? sa : d.alpha;
     }
     r.StoreTo(d);
   }
@@ -74,14 +82,18 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
 
  private:
   static Color OverOpaque(const Color& s, const Color& d, Work sa) {
-    return VXp_Each(s, d, [=](Work cs, Work cd) { return T::Min(T::Lerp(cd, cs, sa), T::Full()); });
+    return VXp_Each(s, d, [=](Work cs, Work cd) {
+      const Work over = T::Lerp(cd, cs, sa);
+      return T::kDepth == 8 ? over : T::Min(over, T::Full());
+    });
   }
+  // The numerator is at most A, as in VXp_ModeBehind.
   static Color OverAny(const Color& s, const Color& d, Work sa, Work* alpha) {
     const Work da = *alpha;
     const Work a = T::Union(sa, da);
     *alpha = a;
-    return VXp_Each(s, d,
-                    [=](Work cs, Work cd) { return T::Div(T::Lerp(T::Mul(cd, da), cs, sa), a); });
+    return VXp_Each(
+        s, d, [=](Work cs, Work cd) { return T::DivWithin(T::Lerp(T::Mul(cd, da), cs, sa), a); });
   }
 };
 

@@ -21,6 +21,7 @@
 //                    in the row form, ActsOnPixel(s, d) in the per-pixel form
 //   Acts(w, da)      with kRowSkipsZero: whether the row form changes a pixel of weight w over
 //                    destination alpha da
+//   ActsAnywhere(w, da)  whether Acts is true in any lane, if w is not 0 in all lanes
 //   Replaces(w)      whether the row form copies the source's colours, and the alpha becomes w
 //   Covers(w, da)    whether the row form ignores the destination's colours
 //   BlendPixel(s, sa, d)       the per-pixel form; sa is the source alpha times the opacities
@@ -99,6 +100,7 @@ struct VXp_CommonMode {
   static constexpr bool kDividesBySource = false;
   static constexpr bool kChoosesPixels = false;
   static auto Acts(Work w, Work /*da*/) { return w != Work{}; }
+  static constexpr bool ActsAnywhere(Work /*w*/, Work /*da*/) { return true; }
   static constexpr bool Replaces(Work /*w*/) { return false; }
   static constexpr bool Covers(Work /*w*/, Work /*da*/) { return false; }
 };

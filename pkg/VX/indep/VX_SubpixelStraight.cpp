@@ -117,8 +117,8 @@ VX_Err SampleWeighted(VX_Fixed x, VX_Fixed y, const VX_SubpixelWeights* weights,
 
 // --- many positions ------------------------------------------------------------------------------
 
-// Bounds of the error of colours up to 255 in single precision. VXp_MixByAlpha rounds 13 times
-// (relative to the result, since no term is negative); VXp_MixAlike rounds twice.
+// Bounds of the error of colours up to 255 in single precision. VXp_MixByAlpha rounds at most 13
+// times (relative to the result, since no term is negative); VXp_MixAlike rounds twice.
 constexpr float kErrorByAlpha = 0x1p-12f, kErrorAlike = 0x1p-15f;
 
 // Mixes, rounded to nearest (ties to even) and packed to pixels, and the distances from the rounded
@@ -126,12 +126,17 @@ constexpr float kErrorByAlpha = 0x1p-12f, kErrorAlike = 0x1p-15f;
 struct RoundedBytes {
   explicit RoundedBytes(const VXp_ByteMix& mixed) {
     for (int32_t c = 0; c < 4; ++c) {
-      constexpr float kUnits = 0x1.8p23f;  // adding it rounds to an integer
+      constexpr float kUnits = 0x1p23f;  // adding it rounds to an integer in the low bits
       const VXp_PointFloats sum = mixed.channel[c] + kUnits;
       const VXp_PointFloats off = mixed.channel[c] - (sum - kUnits);
       const auto distance =
           reinterpret_cast<VXp_PointFloats>(reinterpret_cast<VXp_PointInts>(off) & 0x7FFFFFFF);
-      pixels |= (reinterpret_cast<VXp_PointWords>(sum) & 0xFFu) << (8 * c);
+      const auto bits = reinterpret_cast<VXp_PointWords>(sum);  // bits 8 to 23 are 0
+      if (c == 0) {
+        pixels = bits & 0xFFu;
+      } else {
+        pixels |= bits << (8 * c);
+      }
       if (c == 0) {
         alpha_distance = distance;
       } else {
@@ -243,11 +248,10 @@ struct PointRule<VX_Pixel8> {
     const VXp_PointInts kept = same | w.stored.Whole();
     const VXp_PointInts nothing = (rounded.pixels & 0xFFu) == 0;
     VXp_PointWords sample = nothing ? VXp_PointWords{} : rounded.pixels;
-    const VXp_PointInts alpha_is_near = rounded.alpha_distance > 0.5f - error;
+    const VXp_PointInts alpha_is_near = (rounded.alpha_distance > 0.5f - error) & ~w.coarse;
     const VXp_PointInts color_is_near = rounded.color_distance > 0.5f - error;
     if (VXp_AnyLane(alpha_is_near | color_is_near)) [[unlikely]] {
-      const VXp_PointInts unsure =
-          (alpha_is_near & ~w.coarse) | (color_is_near & ~nothing & ~(alike & w.coarse));
+      const VXp_PointInts unsure = alpha_is_near | (color_is_near & ~nothing & ~(alike & w.coarse));
       if (VXp_AnyLane(unsure & ~kept)) {
         const VXp_DoubleWeightLanes weights(w.stored);
         sample = DoubleMix<VX_Pixel8>::Mix(stored, weights, differences & 0xFFu).words;

@@ -61,9 +61,10 @@ VXp_ByteMix VXp_MixByAlpha(const VXp_ByteQuads& q, const Weights& w) {
   mixed.channel[0] = s00 + s10 + s01 + s11;
   const VXp_PointFloats inverse = 1.0f / mixed.channel[0];
   for (int32_t c = 1; c < 4; ++c) {
-    mixed.channel[c] =
-        (s00 * of(q.p00, c) + s10 * of(q.p10, c) + s01 * of(q.p01, c) + s11 * of(q.p11, c)) *
-        inverse;
+    mixed.channel[c] = VXp_MulAdd(s00, of(q.p00, c),
+                                  VXp_MulAdd(s10, of(q.p10, c),
+                                             VXp_MulAdd(s01, of(q.p01, c), s11 * of(q.p11, c)))) *
+                       inverse;
   }
   return mixed;
 }
@@ -74,9 +75,10 @@ inline VXp_ByteMix VXp_MixAlike(const VXp_ByteQuads& q, const VXp_FloatFractions
   const auto of = VXp_ChannelOf;
   VXp_ByteMix mixed{{of(q.p00, 0)}};
   for (int32_t c = 1; c < 4; ++c) {
-    const VXp_PointFloats left = of(q.p00, c) + (of(q.p01, c) - of(q.p00, c)) * f.b;
-    const VXp_PointFloats right = of(q.p10, c) + (of(q.p11, c) - of(q.p10, c)) * f.b;
-    mixed.channel[c] = left + (right - left) * f.a;
+    const VXp_PointFloats p00 = of(q.p00, c), p10 = of(q.p10, c);
+    const VXp_PointFloats left = VXp_MulAdd(of(q.p01, c) - p00, f.b, p00);
+    const VXp_PointFloats right = VXp_MulAdd(of(q.p11, c) - p10, f.b, p10);
+    mixed.channel[c] = VXp_MulAdd(right - left, f.a, left);
   }
   return mixed;
 }

@@ -78,9 +78,7 @@ struct VXp_PixelLanes<VX_Pixel8> {
                            VXp_PointWords blue) {
     return {alpha | red << 8 | green << 16 | blue << 24};
   }
-  VXp_PointWords Channel(int32_t c) const {
-    return c == 3 ? words >> 24 : words >> (8 * c) & 0xFFu;
-  }
+  VXp_PointWords Channel(int32_t c) const { return VXp_ByteOf(words, c); }
   VXp_PixelLanes Where(VXp_PointInts condition) const {
     return {condition ? words : VXp_PointWords{}};
   }

@@ -111,6 +111,21 @@ TEST_F(Framework, EdgesAndRuns) {
   EXPECT_TRUE(empty.x.lo == 0 && empty.x.hi == 0 && empty.x.count == 1);
 }
 
+// Pictures do not show bands of unequal size.
+TEST_F(Framework, BandsOfThreads) {
+  const auto text = [](int32_t rows, int32_t count) {
+    std::string all;
+    for (int32_t i = 0; i < count; ++i) {
+      const FnBand band = FnBandOf(rows, i, count);
+      for (int32_t y = band.first; y < band.end; ++y) all += std::to_string(y);
+      all += '|';
+    }
+    return all;
+  };
+  EXPECT_EQ(text(10, 4), "012|345|678|9|");
+  EXPECT_EQ(text(1, 8), "0||||||||");
+}
+
 TEST_F(Framework, FanOut) {
   for (const int32_t threads : {0, 1, 2, 7, 300}) {
     FnSetThreadCount(threads);

@@ -121,6 +121,25 @@ TYPED_TEST(Tween, DoesNotMixColoursOfTransparentPixels) {
   EXPECT_NEAR(covered / (3.14159 * 17.5 * 17.5), 1, 0.02);
 }
 
+// A still picture that becomes brighter: the pictures are weighted by time.
+TYPED_TEST(Tween, FollowsTheBrightness) {
+  const int width = 150, height = 110;
+  const Picture texture = Texture(3, 9);
+  const auto scene = [&](double t) {
+    return [=](double x, double y) { return 0.2 + 0.6 * texture(x, y) + 0.06 * t; };
+  };
+  GuardedWorld<TypeParam> a(width, height, 1, 1), b(width, height, 2, 2);
+  Paint(&a, scene(0));
+  Paint(&b, scene(1));
+  const Pair pair = MakePair(a.world, b.world, VX_TweenQuality_High);
+  for (const float at : {0.2f, 0.8f}) {
+    GuardedWorld<TypeParam> truth(width, height, 0, 3);
+    Paint(&truth, scene(static_cast<double>(at)));
+    const auto made = Instant<TypeParam>(pair.get(), a.world, at);
+    EXPECT_GT(Psnr(made, PixelsOf(truth), width, 12), 38) << at;
+  }
+}
+
 TEST(TweenUnexplained, SeparatesCutsFromMotion) {
   const int width = 320, height = 180;
   const auto paint = [&](const Picture& picture) {

@@ -67,7 +67,7 @@ struct VXp_ModeInFront : VXp_CommonMode<T> {
     // If the destination is opaque, the product with da and the quotient by A can be omitted.
     const bool opaque = !VXp_IsFloat<T> && !T::AnyNonzero(T::Inv(da));
     Color r;
-    if (!opaque) [[likely]] {
+    if (!opaque) [[likely]] {  // else the compiler loads constants for it in each iteration
       r = OverAny(cs, Color::Of(d), sa, &d.alpha);
     } else {
       r = OverOpaque(cs, Color::Of(d), sa);

@@ -150,8 +150,8 @@ class Workers {
  private:
   struct Worker {
     std::atomic<uint32_t> signals{0};  // offers, and the end
-    std::atomic<bool> has_offer{
-        false};  // a share that neither this worker nor the caller has begun
+    // Whether there is a share that neither this worker nor the caller has begun.
+    std::atomic<bool> has_offer{false};
     std::thread thread;
 
     void Signal() {
